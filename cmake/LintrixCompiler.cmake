@@ -1,0 +1,45 @@
+# Language level, compiler cache, warnings and the build flavours.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+find_program(LINTRIX_CCACHE ccache)
+if(LINTRIX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${LINTRIX_CCACHE}")
+endif()
+
+# What every target of this project is compiled with; never handed on to a user's target.
+add_library(lintrix_flags INTERFACE)
+target_compile_options(lintrix_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
+
+set(LINTRIX_HARDENED OFF)
+set(LINTRIX_TESTABLE ${LINTRIX_BUILD_TESTS})
+if(LINTRIX_FLAVOUR STREQUAL "release")
+elseif(LINTRIX_FLAVOUR STREQUAL "debug")
+  target_compile_definitions(lintrix_flags INTERFACE _GLIBCXX_ASSERTIONS)
+elseif(LINTRIX_FLAVOUR STREQUAL "asan")
+  target_compile_options(lintrix_flags INTERFACE
+    -O1 -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  target_link_options(lintrix_flags INTERFACE -fsanitize=address,undefined)
+elseif(LINTRIX_FLAVOUR STREQUAL "tsan")
+  target_compile_options(lintrix_flags INTERFACE -O1 -fsanitize=thread -fno-omit-frame-pointer)
+  target_link_options(lintrix_flags INTERFACE -fsanitize=thread)
+elseif(LINTRIX_FLAVOUR STREQUAL "coverage")
+  target_compile_options(lintrix_flags INTERFACE -O0 --coverage)
+  target_link_options(lintrix_flags INTERFACE --coverage)
+elseif(LINTRIX_FLAVOUR STREQUAL "hardened")
+  set(LINTRIX_HARDENED ON)
+  target_compile_definitions(lintrix_flags INTERFACE _GLIBCXX_ASSERTIONS _FORTIFY_SOURCE=2)
+  target_compile_options(lintrix_flags INTERFACE -fstack-protector-strong -fcf-protection)
+  target_link_options(lintrix_flags INTERFACE -Wl,-z,relro,-z,now)
+else()
+  message(FATAL_ERROR "LINTRIX_FLAVOUR is '${LINTRIX_FLAVOUR}'; it must be release, debug, asan, tsan, coverage or hardened.")
+endif()

@@ -1,0 +1,25 @@
+# The words in which the rooms of the house describe themselves.
+
+# add_room(dense matrix.cpp vector.cpp ...): sources of one room, compiled into the library.
+function(add_room room)
+  list(TRANSFORM ARGN PREPEND "${PROJECT_SOURCE_DIR}/lintrix/${room}/" OUTPUT_VARIABLE sources)
+  target_sources(lintrix PRIVATE ${sources})
+endfunction()
+
+# add_room_test(dense matrix [LABEL torture] [LIBRARIES ...]): tests/dense/matrix_test.cpp as one program,
+# each of its tests known to ctest by its own name and run in a process of its own.
+function(add_room_test room unit)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "LABEL" "LIBRARIES")
+  set(target "${room}_${unit}_test")
+  add_executable(${target} "${PROJECT_SOURCE_DIR}/tests/${room}/${unit}_test.cpp")
+  target_link_libraries(${target} PRIVATE
+    Lintrix::lintrix lintrix_flags lintrix_test_support GTest::gmock_main ${arg_LIBRARIES})
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+  set(labels "${room}")
+  if(arg_LABEL)
+    set(labels "${room}$<SEMICOLON>${arg_LABEL}")
+  endif()
+  gtest_discover_tests(${target}
+    TEST_PREFIX "${room}." DISCOVERY_MODE PRE_TEST
+    PROPERTIES LABELS "${labels}" TIMEOUT 300)
+endfunction()

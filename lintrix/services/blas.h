@@ -1,0 +1,111 @@
+#pragma once
+/// @file
+/// BLAS, as one overload set by cell type under the standard names.
+///
+/// Every argument is passed on as it stands (column-major, 32-bit integers, one-letter modes); the call runs
+/// under the thread count that thread control answers at that moment. This header alone declares the symbols.
+
+#include <lintrix/services/thread_scope.h>
+
+#include <cstddef>
+
+// Character arguments of Fortran routines carry a hidden length, by value, after all others.
+extern "C" {
+void dgemm_(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+            const double* alpha, const double* a, const int* lda, const double* b, const int* ldb,
+            const double* beta, double* c, const int* ldc, std::size_t, std::size_t);
+void dgemv_(const char* trans, const int* m, const int* n, const double* alpha, const double* a,
+            const int* lda, const double* x, const int* incx, const double* beta, double* y, const int* incy,
+            std::size_t);
+void dtrsm_(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+            const int* n, const double* alpha, const double* a, const int* lda, double* b, const int* ldb,
+            std::size_t, std::size_t, std::size_t, std::size_t);
+void daxpy_(const int* n, const double* alpha, const double* x, const int* incx, double* y, const int* incy);
+void cblas_dscal(int n, double alpha, double* x, int incx);
+void cblas_dcopy(int n, const double* x, int incx, double* y, int incy);
+double cblas_ddot(int n, const double* x, int incx, const double* y, int incy);
+double cblas_dnrm2(int n, const double* x, int incx);
+double cblas_dasum(int n, const double* x, int incx);
+std::size_t cblas_idamax(int n, const double* x, int incx);
+}
+
+namespace Velmar::Lintrix::detail::blas {
+
+/// C := alpha*op(A)*op(B) + beta*C; op(A) is m x k, op(B) k x n, C m x n. With beta = 0 C is not read.
+inline void gemm(const char& transa, const char& transb, const int& m, const int& n, const int& k,
+                 const double& alpha, const double* a, const int& lda, const double* b, const int& ldb,
+                 const double& beta, double* c, const int& ldc)
+{
+    const BlasThreadScope threads;
+    dgemm_(&transa, &transb, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc, 1, 1);
+}
+
+/// y := alpha*op(A)*x + beta*y; A is m x n.
+inline void gemv(const char& trans, const int& m, const int& n, const double& alpha, const double* a,
+                 const int& lda, const double* x, const int& incx, const double& beta, double* y,
+                 const int& incy)
+{
+    const BlasThreadScope threads;
+    dgemv_(&trans, &m, &n, &alpha, a, &lda, x, &incx, &beta, y, &incy, 1);
+}
+
+/// B := alpha*inv(op(A))*B (side 'L') or alpha*B*inv(op(A)) (side 'R'); A triangular, B m x n.
+inline void trsm(const char& side, const char& uplo, const char& transa, const char& diag, const int& m,
+                 const int& n, const double& alpha, const double* a, const int& lda, double* b,
+                 const int& ldb)
+{
+    const BlasThreadScope threads;
+    dtrsm_(&side, &uplo, &transa, &diag, &m, &n, &alpha, a, &lda, b, &ldb, 1, 1, 1, 1);
+}
+
+/// y := alpha*x + y
+inline void axpy(const int& n, const double& alpha, const double* x, const int& incx, double* y,
+                 const int& incy)
+{
+    const BlasThreadScope threads;
+    daxpy_(&n, &alpha, x, &incx, y, &incy);
+}
+
+/// x := alpha*x
+inline void scal(const int& n, const double& alpha, double* x, const int& incx)
+{
+    const BlasThreadScope threads;
+    cblas_dscal(n, alpha, x, incx);
+}
+
+/// y := x
+inline void copy(const int& n, const double* x, const int& incx, double* y, const int& incy)
+{
+    const BlasThreadScope threads;
+    cblas_dcopy(n, x, incx, y, incy);
+}
+
+/// x . y
+inline double dot(const int& n, const double* x, const int& incx, const double* y, const int& incy)
+{
+    const BlasThreadScope threads;
+    return cblas_ddot(n, x, incx, y, incy);
+}
+
+/// Euclidean norm of x
+inline double nrm2(const int& n, const double* x, const int& incx)
+{
+    const BlasThreadScope threads;
+    return cblas_dnrm2(n, x, incx);
+}
+
+/// Sum of the magnitudes of x
+inline double asum(const int& n, const double* x, const int& incx)
+{
+    const BlasThreadScope threads;
+    return cblas_dasum(n, x, incx);
+}
+
+/// Zero-based place of the first element of largest magnitude
+inline int iamax(const int& n, const double* x, const int& incx)
+{
+    const BlasThreadScope threads;
+    return static_cast<int>(cblas_idamax(n, x, incx));
+}
+
+} // namespace Velmar::Lintrix::detail::blas
