@@ -4,8 +4,8 @@
 /// routines.
 ///
 /// Every argument is passed on as it stands and `info` comes back as the routine left it; the call runs under
-/// the thread count that thread control answers at that moment. No call asks for a workspace size: each caller
-/// states its fixed formula beside the call. This header alone declares the symbols.
+/// the thread count that thread control answers at that moment. No call asks for a workspace size: each
+/// caller states its fixed formula beside the call. This header alone declares the symbols.
 
 #include <lintrix/services/thread_scope.h>
 

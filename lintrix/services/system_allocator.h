@@ -8,8 +8,8 @@
 
 namespace Velmar::Lintrix {
 
-/// Functions of the C runtime's shape. A host with a memory manager of its own stores its functions here before
-/// the first block is taken: a block must go back to the family it came from.
+/// Functions of the C runtime's shape. A host with a memory manager of its own stores its functions here
+/// before the first block is taken: a block must go back to the family it came from.
 struct SystemAllocator {
     void* (*malloc)(std::size_t size);
     void* (*calloc)(std::size_t count, std::size_t size);

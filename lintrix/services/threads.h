@@ -15,7 +15,8 @@ namespace Velmar::Lintrix {
 LINTRIX_EXPORT void MKL_Set_Num_Threads(const int& n);
 
 /// The thread count for everything that has no count of its own.
-/// With the dynamic flag on: 1 inside an active OpenMP parallel region, and never more than the machine's cores.
+/// With the dynamic flag on: 1 inside an active OpenMP parallel region, and never more than the machine's
+/// cores.
 LINTRIX_EXPORT int MKL_Get_Max_Threads();
 
 /// Dynamic flag := 1 for non-zero, else 0.

@@ -1,0 +1,42 @@
+#pragma once
+/// @file
+/// The allocators of numeric data: raw blocks, aligned to 16 bytes, at least 16 bytes long, uninitialised,
+/// each counted in `TrellConfiguration::TotalMemory`.
+///
+/// Sizes are in elements, but for `_realloc_gen` in bytes. The byte count is formed in wrapping 64-bit
+/// arithmetic, as the interface says; a negative count widened by a caller becomes an enormous one and is
+/// refused. The exact requested size stands in a header in front of the block, so that the total and the
+/// same-size shortcut need no table. A block has no type: `_free_mem_int` releases any of them.
+
+#include <lintrix/services/export.h>
+
+#include <cstdint>
+
+namespace Velmar::Lintrix {
+
+struct _TRELL_Complex;
+
+namespace detail {
+
+/// @throws NotEnoughMemoryException  the system has no such block; nothing has been counted
+LINTRIX_TESTABLE double* _malloc_double(std::uint64_t size);
+LINTRIX_TESTABLE _TRELL_Complex* _malloc_Complex(std::uint64_t size);
+LINTRIX_TESTABLE std::int32_t* _malloc_int(std::uint64_t size);
+
+/// A block of the new size with the contents kept up to the smaller of the two; `pointer` is a live block.
+/// The same size returns `pointer` at once.
+/// @throws NotEnoughMemoryException  the old block stays valid and the caller's, but by contract it has left
+///         the accounting: the total is too low by its size until it is released, when it drops by it again
+LINTRIX_TESTABLE void* _realloc_gen(void* pointer, std::uint64_t size);
+LINTRIX_TESTABLE double* _realloc_double(double* pointer, std::uint64_t size);
+LINTRIX_TESTABLE _TRELL_Complex* _realloc_Complex(_TRELL_Complex* pointer, std::uint64_t size);
+LINTRIX_TESTABLE std::int32_t* _realloc_int(std::int32_t* pointer, std::uint64_t size);
+
+/// Releases any block, whatever its element type, in spite of its name; null is no error.
+LINTRIX_TESTABLE void _free_mem_int(void* pointer) noexcept;
+
+/// The size of a live block in bytes, exactly as it was requested.
+LINTRIX_TESTABLE std::uint64_t blockBytes(const void* pointer) noexcept;
+
+} // namespace detail
+} // namespace Velmar::Lintrix

@@ -1,0 +1,68 @@
+#pragma once
+/// @file
+/// The archive store: named values with their types, in the order in which they were added.
+///
+/// An object writes itself through `GetObjectData(info, context)` and is restored by a constructor from the
+/// same two. The store is the counterpart of an archive in memory.
+
+#include <lintrix/services/export.h>
+
+#include <complex>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace Velmar::Lintrix {
+
+/// Where an archive comes from or goes to. Carried along by contract; nothing reads it.
+class StreamingContext {};
+
+/// Keyed, ordered, typed store.
+class LINTRIX_EXPORT SerializationInfo {
+public:
+    using Value =
+        std::variant<bool, std::int32_t, std::int64_t, double, std::string, std::vector<std::int32_t>,
+                     std::vector<double>, std::vector<std::complex<double>>>;
+
+    /// Appends `value` under `name`.
+    /// @throws SerializationException  the name is taken: "Value 'NAME' was already added to the archive."
+    void AddValue(std::string_view name, Value value);
+
+    /// The value of `name` in its stored type; nothing is converted.
+    /// @throws SerializationException  no such name: "Value 'NAME' was not found in the archive."; another
+    /// type:
+    ///         "Value 'NAME' in the archive is of another type."
+    bool GetBoolean(std::string_view name) const { return get<bool>(name); }
+    std::int32_t GetInt32(std::string_view name) const { return get<std::int32_t>(name); }
+    std::int64_t GetInt64(std::string_view name) const { return get<std::int64_t>(name); }
+    double GetDouble(std::string_view name) const { return get<double>(name); }
+    const std::string& GetString(std::string_view name) const { return get<std::string>(name); }
+    std::span<const std::int32_t> GetInt32Array(std::string_view name) const
+    {
+        return get<std::vector<std::int32_t>>(name);
+    }
+    std::span<const double> GetDoubleArray(std::string_view name) const
+    {
+        return get<std::vector<double>>(name);
+    }
+    std::span<const std::complex<double>> GetComplexArray(std::string_view name) const
+    {
+        return get<std::vector<std::complex<double>>>(name);
+    }
+
+    /// All values in the order of their adding.
+    const std::vector<std::pair<std::string, Value>>& Values() const noexcept { return values_; }
+
+private:
+    template <class T>
+    const T& get(std::string_view name) const;
+    const Value* find(std::string_view name) const noexcept;
+
+    std::vector<std::pair<std::string, Value>> values_;
+};
+
+} // namespace Velmar::Lintrix

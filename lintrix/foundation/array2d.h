@@ -1,0 +1,53 @@
+#pragma once
+/// @file
+/// A rectangular array of plain values with lower bounds, row after row: the exchange form of the matrices.
+
+#include <lintrix/foundation/failures.h>
+
+#include <array>
+#include <cstdint>
+#include <initializer_list>
+#include <vector>
+
+namespace Velmar::Lintrix {
+
+/// Elements (i, j) with i from LowerBound(0) on and j from LowerBound(1) on. A value type.
+template <class T>
+class Array2D {
+public:
+    /// rows x cols zeros.
+    /// @throws ArgumentOutOfRangeException  a negative length: "Non-negative number required."
+    Array2D(std::int32_t rows, std::int32_t cols, std::int32_t lowerRow = 0, std::int32_t lowerCol = 0);
+    /// @throws ArgumentException  ragged rows: "Rows of the array differ in length."
+    Array2D(std::initializer_list<std::initializer_list<T>> rows);
+    Array2D(const std::vector<std::vector<T>>& rows);
+
+    std::int32_t Rows() const noexcept { return lengths_[0]; }
+    std::int32_t Cols() const noexcept { return lengths_[1]; }
+    /// First valid index of dimension 0 (rows) or 1 (columns).
+    std::int32_t LowerBound(int dimension) const { return lower_.at(static_cast<std::size_t>(dimension)); }
+
+    /// @throws IndexOutOfRangeException  outside the bounds
+    T& operator()(std::int32_t row, std::int32_t col) { return values_[offset(row, col)]; }
+    const T& operator()(std::int32_t row, std::int32_t col) const { return values_[offset(row, col)]; }
+
+    /// Row `i` counted from 0, whatever the lower bounds; Cols() values.
+    const T* Row(std::int32_t i) const noexcept
+    {
+        return values_.data() + static_cast<std::size_t>(i) * static_cast<std::size_t>(lengths_[1]);
+    }
+
+    bool operator==(const Array2D&) const = default;
+
+private:
+    template <class Rows>
+    void fill(const Rows& rows);
+    std::size_t offset(std::int32_t row, std::int32_t col) const;
+
+    std::array<std::int32_t, 2> lengths_{}, lower_{};
+    std::vector<T> values_;
+};
+
+extern template class LINTRIX_EXPORT Array2D<double>;
+
+} // namespace Velmar::Lintrix

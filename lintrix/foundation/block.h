@@ -1,0 +1,75 @@
+#pragma once
+/// @file
+/// One raw block of the allocators with exactly one owner.
+
+#include <lintrix/foundation/allocators.h>
+
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+namespace Velmar::Lintrix::detail {
+
+/// The allocator of each cell type.
+template <class Cell>
+Cell* allocateCells(std::uint64_t cells);
+template <>
+inline double* allocateCells<double>(std::uint64_t cells)
+{
+    return _malloc_double(cells);
+}
+template <>
+inline std::int32_t* allocateCells<std::int32_t>(std::uint64_t cells)
+{
+    return _malloc_int(cells);
+}
+
+/// Owns a block; moving hands it over, and that is how an object adopts a block without copying.
+/// A 32-bit count is widened with its sign: a wrapped, negative one is refused by the allocator.
+template <class Cell>
+class Block {
+public:
+    Block() noexcept = default;
+    /// @throws NotEnoughMemoryException  default message
+    explicit Block(std::int32_t cells)
+        : cells_(allocateCells<Cell>(static_cast<std::uint64_t>(std::int64_t{cells})))
+    {
+    }
+    static Block zeroed(std::int32_t cells)
+    {
+        Block block(cells);
+        block.clear(cells);
+        return block;
+    }
+    static Block copyOf(const Cell* source, std::int32_t cells)
+    {
+        Block block(cells);
+        std::memcpy(block.get(), source, bytes(cells));
+        return block;
+    }
+
+    Block(Block&& other) noexcept : cells_(other.release()) {}
+    Block& operator=(Block&& other) noexcept
+    {
+        std::swap(cells_, other.cells_);
+        return *this;
+    }
+    ~Block() { _free_mem_int(cells_); }
+
+    Cell* get() const noexcept { return cells_; }
+    Cell& operator[](std::int64_t i) const noexcept { return cells_[i]; }
+    explicit operator bool() const noexcept { return cells_ != nullptr; }
+
+    /// Gives the block up without freeing it.
+    Cell* release() noexcept { return std::exchange(cells_, nullptr); }
+    void reset() noexcept { _free_mem_int(release()); }
+    /// The first `cells` cells to zero bytes.
+    void clear(std::int32_t cells) noexcept { std::memset(static_cast<void*>(cells_), 0, bytes(cells)); }
+
+private:
+    static std::size_t bytes(std::int32_t cells) { return static_cast<std::size_t>(cells) * sizeof(Cell); }
+
+    Cell* cells_ = nullptr;
+};
+
+} // namespace Velmar::Lintrix::detail

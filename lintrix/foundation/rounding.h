@@ -1,0 +1,16 @@
+#pragma once
+/// @file
+/// Rounding to a number of fractional digits.
+
+#include <lintrix/services/export.h>
+
+namespace Velmar::Lintrix {
+
+/// `value` rounded to `digits` fractional digits, ties to the even digit. The value is scaled by 10^digits,
+/// rounded to an integer and scaled back; numbers from 1e16 on have no fractional digits and stay as they
+/// are.
+/// @throws ArgumentOutOfRangeException  digits outside 0 to 15: "Rounding digits must be between 0 and 15,
+///         inclusive.", parameter "digits"
+LINTRIX_EXPORT double Round(double value, int digits);
+
+} // namespace Velmar::Lintrix
