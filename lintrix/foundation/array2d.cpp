@@ -23,8 +23,8 @@ Array2D<T>::Array2D(const std::vector<std::vector<T>>& rows)
 }
 
 template <class T>
-template <class Rows>
-void Array2D<T>::fill(const Rows& rows)
+template <class RowList>
+void Array2D<T>::fill(const RowList& rows)
 {
     const std::size_t cols = rows.size() == 0 ? 0 : rows.begin()->size();
     if (rows.size() > INT32_MAX || cols > INT32_MAX) throw ArgumentOutOfRangeException("Array is too large.");

@@ -31,17 +31,19 @@ public:
     T& operator()(std::int32_t row, std::int32_t col) { return values_[offset(row, col)]; }
     const T& operator()(std::int32_t row, std::int32_t col) const { return values_[offset(row, col)]; }
 
-    /// Row `i` counted from 0, whatever the lower bounds; Cols() values.
-    const T* Row(std::int32_t i) const noexcept
-    {
-        return values_.data() + static_cast<std::size_t>(i) * static_cast<std::size_t>(lengths_[1]);
-    }
+    /// Row `i` counted from 0, whatever the lower bounds; Cols() values, the next row right behind them.
+    T* Row(std::int32_t i) noexcept { return values_.data() + rowStart(i); }
+    const T* Row(std::int32_t i) const noexcept { return values_.data() + rowStart(i); }
 
     bool operator==(const Array2D&) const = default;
 
 private:
-    template <class Rows>
-    void fill(const Rows& rows);
+    template <class RowList>
+    void fill(const RowList& rows);
+    std::size_t rowStart(std::int32_t i) const noexcept
+    {
+        return static_cast<std::size_t>(i) * static_cast<std::size_t>(lengths_[1]);
+    }
     std::size_t offset(std::int32_t row, std::int32_t col) const;
 
     std::array<std::int32_t, 2> lengths_{}, lower_{};

@@ -80,4 +80,12 @@ enum class FactorizationStrategy : std::int32_t {
     ComputeWhenNeeded = 1, ///< iterate with the stored factors; factorize anew only when that fails
 };
 
+/// Beside the interface: which factorization answered `Matrix::Solve`.
+enum class SolveRoad : std::int32_t {
+    LU = 0,         ///< square
+    QR = 1,         ///< more rows than columns: least squares
+    LQ = 2,         ///< fewer rows than columns
+    SingularLQ = 3, ///< square, but LU met an exact zero pivot: the result is not to be trusted
+};
+
 } // namespace Velmar::Lintrix

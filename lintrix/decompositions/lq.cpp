@@ -1,0 +1,90 @@
+#include <lintrix/decompositions/lq.h>
+
+#include <lintrix/decompositions/detail/workspace.h>
+#include <lintrix/dense/access.h>
+#include <lintrix/dense/detail/column_major.h>
+#include <lintrix/services/blas.h>
+#include <lintrix/services/lapack.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Velmar::Lintrix {
+
+using detail::Block;
+using detail::DenseAccess;
+using detail::Workspace;
+
+LQ::LQ(const Matrix& matrix)
+    : mRows(matrix.Rows()), mCols(matrix.Cols()), mCells(DenseAccess::count(matrix)),
+      a(Block<double>::copyOf(DenseAccess::cells(matrix), mCells))
+{
+    const Workspace work(detail::kBlockSize * mRows);
+    tau = Block<double>(std::max(mRows, mCols)); // by contract the larger size
+    int info = 0;
+    detail::lapack::gelqf(mRows, mCols, a.get(), mRows, tau.get(), work.get(), work.lwork, info);
+}
+
+const double* LQ::packed() const
+{
+    if constexpr (detail::kHardened) {
+        if (_disposed) detail::raiseReleased();
+    }
+    return a.get();
+}
+
+Matrix LQ::L() const
+{
+    const std::int32_t p = std::min(mRows, mCols);
+    Matrix l(mRows, p);
+    double* target = DenseAccess::cells(l);
+    const double* source = packed();
+    for (std::int64_t j = 0; j < p; ++j) {
+        std::copy(source + j + mRows * j, source + mRows + mRows * j, target + j + mRows * j);
+    }
+    return l;
+}
+
+Matrix LQ::Q() const
+{
+    const std::int32_t p = std::min(mRows, mCols);
+    const Workspace work(detail::kBlockSize * p);
+    auto q = Block<double>::copyOf(packed(), mCells);
+    int info = 0;
+    detail::lapack::orglq(p, mCols, p, q.get(), mRows, tau.get(), work.get(), work.lwork, info);
+    if (mRows <= mCols) return DenseAccess::adopt(std::move(q), p, mCols);
+
+    Matrix square = DenseAccess::uninitialised(mCols, mCols); // the rows past n are left out
+    detail::copyPart(q.get(), mRows, DenseAccess::cells(square), mCols, mCols, mCols);
+    return square;
+}
+
+Matrix LQ::Solve(const Matrix& rightHands) const
+{
+    if (rightHands.Rows() != mRows) throw SizeMismatchException();
+    if (mRows > mCols) throw SizeMismatchException("Overdetermined system.");
+
+    // A flat copy: the right-hand sides stand at a column stride of m. The cells behind them are zero, which
+    // makes the first column of the result the shortest solution.
+    const std::int32_t nrhs = rightHands.Cols(), cells = detail::cellCount(mCols, nrhs);
+    auto block = Block<double>::zeroed(cells);
+    std::copy_n(DenseAccess::cells(rightHands), DenseAccess::count(rightHands), block.get());
+
+    detail::blas::trsm('L', 'L', 'N', 'N', mRows, nrhs, 1.0, packed(), mRows, block.get(), mRows);
+    // block := Q'*block. By contract with leading dimension n, though the step before left the columns at a
+    // stride of m: so only the first column of a wide system is settled.
+    const Workspace work(detail::kBlockSize * mCols);
+    int info = 0;
+    detail::lapack::ormlq('L', 'T', mCols, nrhs, mRows, packed(), mRows, tau.get(), block.get(), mCols,
+                          work.get(), work.lwork, info);
+    return DenseAccess::adopt(std::move(block), mCols, nrhs);
+}
+
+void LQ::Dispose() noexcept
+{
+    a.reset();
+    tau.reset();
+    _disposed = true;
+}
+
+} // namespace Velmar::Lintrix

@@ -1,0 +1,170 @@
+#include <lintrix/dense/matrix.h>
+
+#include <lintrix/dense/access.h>
+#include <lintrix/dense/detail/column_major.h>
+#include <lintrix/dense/detail/random_fill.h>
+#include <lintrix/dense/detail/sizes.h>
+#include <lintrix/foundation/transposition.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Velmar::Lintrix {
+
+using detail::Block;
+
+void detail::raiseReleased()
+{
+    throw InvalidOperationException("The object was used after its release.");
+}
+void detail::raiseRowIndex()
+{
+    throw IndexOutOfBoundsException("Row index exceeds matrix size.");
+}
+void detail::raiseColumnIndex()
+{
+    throw IndexOutOfBoundsException("Column index exceeds matrix size.");
+}
+
+// ---- construction
+
+Matrix::Matrix() : Matrix(Block<double>::zeroed(9), 3, 3)
+{
+}
+
+Matrix::Matrix(std::int32_t rows, std::int32_t cols)
+    : mRows(rows), mCols(cols), mCells((detail::requireSizes(rows, cols), detail::cellCount(rows, cols))),
+      a(Block<double>::zeroed(mCells))
+{
+}
+
+Matrix::Matrix(std::int32_t rows, std::int32_t cols, double diagonal) : Matrix(rows, cols)
+{
+    for (std::int64_t k = 0; k < mCells; k += std::int64_t{rows} + 1) a[k] = diagonal;
+}
+
+Matrix::Matrix(const Array2D<double>& array) : Matrix(array, array.Rows(), array.Cols())
+{
+}
+
+Matrix::Matrix(const Array2D<double>& array, std::int32_t rows, std::int32_t cols) : Matrix(rows, cols)
+{
+    const std::int32_t keptRows = std::min(rows, array.Rows()), keptCols = std::min(cols, array.Cols());
+    for (std::int32_t r = 0; r < keptRows; ++r) {
+        const double* source = array.Row(r);
+        for (std::int64_t c = 0; c < keptCols; ++c) a[r + rows * c] = source[c];
+    }
+}
+
+Matrix::Matrix(std::span<const double> array, std::int32_t rows, std::int32_t cols)
+    : Matrix(array, rows, cols, StorageOrder::RowMajor)
+{
+}
+
+Matrix::Matrix(std::span<const double> array, std::int32_t rows, std::int32_t cols, StorageOrder order)
+    : Matrix(rows, cols)
+{
+    if (order == StorageOrder::RowMajor) {
+        readRowMajor(array);
+    } else if (order == StorageOrder::ColumnMajor) {
+        std::copy_n(array.begin(), std::min(array.size(), static_cast<std::size_t>(mCells)), a.get());
+    }
+}
+
+Matrix::Matrix(const Matrix& matrix)
+    : mRows(matrix.mRows), mCols(matrix.mCols), mCells(matrix.mCells),
+      a(Block<double>::copyOf(matrix.cells(), mCells))
+{
+}
+
+Matrix::Matrix(Matrix&& matrix) noexcept
+    : mRows(matrix.mRows), mCols(matrix.mCols), mCells(matrix.mCells), a(std::move(matrix.a)),
+      _disposed(std::exchange(matrix._disposed, true))
+{
+}
+
+Matrix::Matrix(Uninitialised, std::int32_t rows, std::int32_t cols)
+    : mRows(rows), mCols(cols), mCells(detail::cellCount(rows, cols)), a(mCells)
+{
+}
+
+Matrix::Matrix(Block<double>&& block, std::int32_t rows, std::int32_t cols) noexcept
+    : mRows(rows), mCols(cols),
+      mCells(static_cast<std::int32_t>(static_cast<std::uint32_t>(rows) * static_cast<std::uint32_t>(cols))),
+      a(std::move(block))
+{
+}
+
+Matrix& Matrix::operator=(Matrix matrix) noexcept
+{
+    swap(matrix);
+    return *this;
+}
+
+void Matrix::swap(Matrix& other) noexcept
+{
+    std::swap(mRows, other.mRows);
+    std::swap(mCols, other.mCols);
+    std::swap(mCells, other.mCells);
+    std::swap(a, other.a);
+    std::swap(_disposed, other._disposed);
+}
+
+// By contract a value is written before the stop test, so an empty array fails at the first cell.
+void Matrix::readRowMajor(std::span<const double> array)
+{
+    if (array.empty()) throw IndexOutOfRangeException();
+    const std::size_t wanted = std::min(array.size(), static_cast<std::size_t>(mCells));
+    std::size_t used = 0;
+    for (std::int32_t r = 0; r < mRows; ++r) {
+        for (std::int64_t c = 0; c < mCols; ++c) {
+            a[r + mRows * c] = array[used++];
+            if (used >= wanted) return;
+        }
+    }
+}
+
+void Matrix::Dispose() noexcept
+{
+    a.reset();
+    _disposed = true;
+}
+
+// ---- access and size
+
+Array2D<double> Matrix::ToArray() const
+{
+    Array2D<double> array(mRows, mCols);
+    detail::vmr_transo(cells(), array.Row(0), mRows, mCols); // rows of A are the columns of A'
+    return array;
+}
+
+void Matrix::Rows(std::int32_t value)
+{
+    if (value != mRows) Resize(value, mCols);
+}
+
+void Matrix::Cols(std::int32_t value)
+{
+    if (value != mCols) Resize(mRows, value);
+}
+
+void Matrix::Resize(std::int32_t rows, std::int32_t cols)
+{
+    if (rows == mRows && cols == mCols) return;
+    detail::requireSizes(rows, cols);
+    Matrix fresh(detail::resized(cells(), mRows, mCols, rows, cols), rows, cols);
+    swap(fresh);
+}
+
+void Matrix::FillRandom(double lowerBound, double upperBound, std::int32_t decimals)
+{
+    detail::fillRandom(cells(), mCells, lowerBound, upperBound, decimals);
+}
+
+Matrix detail::DenseAccess::copyOf(const double* source, std::int32_t rows, std::int32_t cols)
+{
+    return adopt(Block<double>::copyOf(source, cellCount(rows, cols)), rows, cols);
+}
+
+} // namespace Velmar::Lintrix

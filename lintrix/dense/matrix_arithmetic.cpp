@@ -1,0 +1,211 @@
+// Sums, element-wise operations and products of Matrix.
+//
+// Routing is fixed per operation, for a 1 x 1 matrix as for a large one: plain loops for sums and
+// element-wise operations, a copy and dscal for scalars, dgemm and dgemv for products.
+
+#include <lintrix/dense/matrix.h>
+
+#include <lintrix/dense/access.h>
+#include <lintrix/dense/detail/elementwise.h>
+#include <lintrix/dense/detail/sizes.h>
+#include <lintrix/dense/vector.h>
+#include <lintrix/foundation/transposition.h>
+#include <lintrix/services/blas.h>
+
+#include <functional>
+#include <utility>
+
+namespace Velmar::Lintrix {
+
+namespace {
+
+void requireSameShape(const Matrix& A, const Matrix& B)
+{
+    if (A.Rows() != B.Rows() || A.Cols() != B.Cols()) throw SizeMismatchException();
+}
+
+// op(X) as the kernels take it: the letter, and the sizes of op(X).
+struct Operand {
+    char letter;
+    std::int32_t rows, cols;
+};
+
+Operand operandOf(TransposeMode mode, const Matrix& X)
+{
+    switch (mode) {
+    case TransposeMode::Transposed:
+        return {'T', X.Cols(), X.Rows()};
+    case TransposeMode::ConjugateTransposed:
+        return {'C', X.Cols(), X.Rows()};
+    default: // by contract other values are not guarded; they read as NotTransposed
+        return {'N', X.Rows(), X.Cols()};
+    }
+}
+
+// The caller's duty: the target of a kernel is none of its operands.
+void requireDistinct(std::intptr_t target, std::intptr_t operand)
+{
+    if constexpr (detail::kHardened) {
+        if (target == operand)
+            throw InvalidOperationException("The target of the product is one of its operands.");
+    }
+}
+
+} // namespace
+
+// ---- sums and element-wise operations
+
+Matrix operator+(const Matrix& A, const Matrix& B)
+{
+    requireSameShape(A, B);
+    return {detail::mapped(A.cells(), B.cells(), A.mCells, std::plus<>()), A.mRows, A.mCols};
+}
+
+Matrix operator-(const Matrix& A, const Matrix& B)
+{
+    requireSameShape(A, B);
+    return {detail::mapped(A.cells(), B.cells(), A.mCells, std::minus<>()), A.mRows, A.mCols};
+}
+
+Matrix Matrix::HadamardProduct(const Matrix& A, const Matrix& B)
+{
+    requireSameShape(A, B);
+    return {detail::mapped(A.cells(), B.cells(), A.mCells, std::multiplies<>()), A.mRows, A.mCols};
+}
+
+Matrix operator-(const Matrix& A)
+{
+    return {detail::mapped(A.cells(), A.mCells, std::negate<>()), A.mRows, A.mCols};
+}
+
+Matrix operator/(double alpha, const Matrix& A)
+{
+    return {detail::mapped(A.cells(), A.mCells, [alpha](double x) { return alpha / x; }), A.mRows, A.mCols};
+}
+
+Matrix operator*(const Matrix& A, double alpha)
+{
+    Matrix scaled(A);
+    detail::blas::scal(scaled.mCells, alpha, scaled.cells(), 1);
+    return scaled;
+}
+
+Matrix operator/(const Matrix& A, double alpha)
+{
+    if (alpha == 0.0) throw ArgumentException("Division by zero error");
+    return A * (1.0 / alpha); // by contract the reciprocal, not the quotient
+}
+
+template <class Function>
+Matrix Matrix::applied(Function function) const
+{
+    Matrix result(*this);
+    double* x = result.cells();
+    for (std::int32_t k = 0; k < mCells; ++k) x[k] = function(x[k], k);
+    return result;
+}
+
+Matrix Matrix::ApplyFunction(const DoubleFunction1Dbl& function) const
+{
+    return applied([&](double x, std::int32_t) { return function(x); });
+}
+
+Matrix Matrix::ApplyFunction(const DoubleFunction2Dbl& function, double value2) const
+{
+    return applied([&](double x, std::int32_t) { return function(x, value2); });
+}
+
+Matrix Matrix::ApplyFunction(const DoubleFunction1Dbl1Int& function, std::int32_t value) const
+{
+    return applied([&](double x, std::int32_t) { return function(x, value); });
+}
+
+// By contract (column, row): callers' functions written for that order must keep working.
+Matrix Matrix::ApplyFunction(const DoubleFunction1Dbl2Int& function) const
+{
+    return applied([&](double x, std::int32_t k) { return function(x, k / mRows, k % mRows); });
+}
+
+Matrix Matrix::ApplyFunction(const DoubleFunction2Dbl2Int& function, double value2) const
+{
+    return applied([&](double x, std::int32_t k) { return function(x, value2, k / mRows, k % mRows); });
+}
+
+// ---- products
+
+Matrix operator*(const Matrix& A, const Matrix& B)
+{
+    Matrix C(Matrix::Uninitialised{}, A.mRows, B.mCols); // beta = 0: dgemm does not read it
+    Matrix::Multiply(1.0, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, B, 0.0, C);
+    return C;
+}
+
+Vector operator*(const Matrix& A, const Vector& x)
+{
+    Vector y(A.mRows);
+    Matrix::Multiply(1.0, TransposeMode::NotTransposed, A, x, 0.0, y);
+    return y;
+}
+
+Vector operator*(const Vector& x, const Matrix& A)
+{
+    Vector y(A.mCols);
+    Matrix::Multiply(1.0, TransposeMode::Transposed, A, x, 0.0, y);
+    return y;
+}
+
+Vector Matrix::Multiply(const Matrix& A, const Vector& x)
+{
+    return A * x;
+}
+
+Vector Matrix::Multiply(const Vector& x, const Matrix& A)
+{
+    return x * A;
+}
+
+Matrix Matrix::Times(const Vector& x) const
+{
+    return (*this * x).ToMatrix();
+}
+
+void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, TransposeMode transB,
+                      const Matrix& B, double beta, Matrix& C)
+{
+    const Operand opA = operandOf(transA, A), opB = operandOf(transB, B);
+    if (opB.rows != opA.cols) throw SizeMismatchException();
+    if (C.mRows != opA.rows || C.mCols != opB.cols)
+        throw SizeMismatchException("Incorrect size for matrix C.");
+    requireDistinct(C.DataPtr(), A.DataPtr());
+    requireDistinct(C.DataPtr(), B.DataPtr());
+    detail::blas::gemm(opA.letter, opB.letter, opA.rows, opB.cols, opA.cols, alpha, A.cells(), A.mRows,
+                       B.cells(), B.mRows, beta, C.cells(), C.mRows);
+}
+
+void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, const Vector& x, double beta,
+                      Vector& y)
+{
+    const bool transposed = transA != TransposeMode::NotTransposed;
+    const std::int32_t inner = transposed ? A.mRows : A.mCols, outer = transposed ? A.mCols : A.mRows;
+    if (x.Length() != inner || y.Length() != outer) throw SizeMismatchException();
+    requireDistinct(y.DataPtr(), x.DataPtr());
+    detail::blas::gemv(transposed ? 'T' : 'N', A.mRows, A.mCols, alpha, A.cells(), A.mRows, x.cells(), 1,
+                       beta, y.cells(), 1);
+}
+
+Matrix Matrix::Multiply(double alpha, const Matrix& A, const Matrix& B, double beta, const Matrix& C)
+{
+    Matrix R(C);
+    R.Resize(A.mRows, B.mCols);
+    Multiply(alpha, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, B, beta, R);
+    return R;
+}
+
+Matrix Matrix::Transpose() const
+{
+    Matrix transposed(Uninitialised{}, mCols, mRows);
+    detail::vmr_transo(cells(), transposed.cells(), mRows, mCols);
+    return transposed;
+}
+
+} // namespace Velmar::Lintrix

@@ -1,0 +1,192 @@
+#pragma once
+/// @file
+/// The dense real vector: elements next to each other in one block, with an arithmetic of its own.
+///
+/// It stands beside `Matrix` and is not a kind of it. Where the two differ (division by a scalar, `operator*`
+/// of two objects, `IsFinite`, `Normalize`), each is as its contract says.
+
+#include <lintrix/dense/matrix.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <span>
+#include <vector>
+
+namespace Velmar::Lintrix {
+
+namespace detail {
+[[noreturn]] LINTRIX_EXPORT void raiseVectorIndex();
+}
+
+/// A one-dimensional array of doubles.
+///
+/// Allocation raises NotEnoughMemoryException with its default message, in every member that makes a block; a
+/// failing member leaves the object as it was. An object is used by one thread at a time; concurrent reading
+/// is safe.
+class LINTRIX_EXPORT Vector {
+public:
+    /// @name Construction
+    /// @{
+
+    /// 3 zeros.
+    Vector();
+    /// @throws InvalidSizeException  size below 1 or above MaxSize: "Invalid number of rows or columns."
+    explicit Vector(std::int32_t size);
+    Vector(std::int32_t size, double value);
+    /// The elements of `array`, which may be empty. @throws InvalidSizeException  more than MaxSize elements
+    Vector(std::span<const double> array);
+    Vector(const std::vector<double>& array) : Vector(std::span<const double>(array)) {}
+    Vector(std::initializer_list<double> array) : Vector(std::span(array.begin(), array.size())) {}
+    Vector(const Vector& vector);
+    /// Takes the block over; `vector` is left released, its length still readable.
+    Vector(Vector&& vector) noexcept;
+    Vector& operator=(Vector vector) noexcept;
+    ~Vector() = default;
+    /// @}
+
+    /// @name Access
+    /// @{
+
+    /// Element `index`, counted from 0. @throws IndexOutOfBoundsException  "Index exceeds vector size."
+    double Item(std::int32_t index) const { return cells()[checked(index)]; }
+    void Item(std::int32_t index, double value) { cells()[checked(index)] = value; }
+    double operator()(std::int32_t index) const { return Item(index); }
+    double& operator()(std::int32_t index) { return cells()[checked(index)]; }
+    double operator[](std::int32_t index) const { return Item(index); }
+    double& operator[](std::int32_t index) { return cells()[checked(index)]; }
+
+    /// Keeps answering after release.
+    std::int32_t Length() const noexcept { return mCells; }
+    /// `Resize(value)` if the value differs.
+    void Length(std::int32_t value);
+    /// Address of the block; good until it is replaced or released.
+    std::intptr_t DataPtr() const noexcept { return reinterpret_cast<std::intptr_t>(a.get()); }
+    std::vector<double> ToArray() const;
+    operator std::vector<double>() const { return ToArray(); }
+    /// A Length() x 1 matrix.
+    Matrix ToMatrix() const;
+    operator Matrix() const { return ToMatrix(); }
+    /// @}
+
+    /// @name Life
+    /// @{
+
+    Vector Clone() const;
+    /// Releases the block at once; may be repeated.
+    void Dispose() noexcept;
+    /// @}
+
+    /// @name Changes in place
+    /// @{
+
+    /// All elements to zero bytes.
+    void Clear() { std::memset(cells(), 0, static_cast<std::size_t>(mCells) * sizeof(double)); }
+    /// Keeps the first elements, new ones are zero; the same size keeps the block.
+    /// @throws InvalidSizeException  size below 1 or above MaxSize
+    void Resize(std::int32_t size);
+    /// As `Matrix::FillRandom`, first element to last.
+    void FillRandom() { FillRandom(0.0, 10.0, 0); }
+    void FillRandom(double lowerBound, double upperBound) { FillRandom(lowerBound, upperBound, 0); }
+    void FillRandom(double lowerBound, double upperBound, std::int32_t decimals);
+    /// `UnitLength`: divides by the Euclidean norm unless that is 0. `MaximumOne`: by contract multiplies by
+    /// the element of largest magnitude, so [2, 4] becomes [8, 16]. `ZScores`: (x - mean) / |last - mean|, by
+    /// contract scaled by the last centred element alone, or only centred if that is 0. Other modes do
+    /// nothing.
+    void Normalize(NormalizeMode mode);
+    /// @}
+
+    /// @name Reductions and tests
+    /// @{
+
+    /// Running sum in index order.
+    double Sum() const;
+    /// Sum of magnitudes.
+    double AbsSum() const;
+    /// Euclidean norm.
+    double Norm() const;
+    /// Inner product, one running sum in index order.
+    /// @throws SizeMismatchException  "Vectors are not of the same size."
+    double DotProduct(const Vector& vector) const { return DotProduct(*this, vector); }
+    static double DotProduct(const Vector& x, const Vector& y);
+    bool HasINFs() const;
+    bool HasNaNs() const;
+    /// True if all elements are finite. (`Matrix` answers the opposite question under this name.)
+    bool IsFinite() const;
+    /// @}
+
+    /// @name Element-wise operations
+    /// New vectors; the operands stay as they are. `x * y` is the element-wise product.
+    /// @throws SizeMismatchException  lengths differ: "Vectors are not of the same size."
+    /// @{
+
+    LINTRIX_EXPORT friend Vector operator+(double alpha, const Vector& vector);
+    LINTRIX_EXPORT friend Vector operator+(const Vector& y, double alpha);
+    LINTRIX_EXPORT friend Vector operator+(const Vector& x, const Vector& y);
+    LINTRIX_EXPORT friend Vector operator-(double alpha, const Vector& x);
+    LINTRIX_EXPORT friend Vector operator-(const Vector& x, double alpha);
+    LINTRIX_EXPORT friend Vector operator-(const Vector& x, const Vector& y);
+    LINTRIX_EXPORT friend Vector operator*(double alpha, const Vector& x);
+    LINTRIX_EXPORT friend Vector operator*(const Vector& x, double alpha);
+    LINTRIX_EXPORT friend Vector operator*(const Vector& x, const Vector& y);
+    LINTRIX_EXPORT friend Vector operator/(double alpha, const Vector& x);
+    /// By contract divides, and does not test for zero; `Matrix` differs here.
+    LINTRIX_EXPORT friend Vector operator/(const Vector& x, double alpha);
+    LINTRIX_EXPORT friend Vector operator/(const Vector& x, const Vector& y);
+
+    /// y := alpha*x + y in place. @throws SizeMismatchException  as above; y is unchanged
+    static void Add(double alpha, const Vector& x, Vector& y);
+    static Vector Add(const Vector& x, double alpha) { return x + alpha; }
+    static Vector Add(const Vector& x, const Vector& y) { return x + y; }
+    static Vector Subtract(double alpha, const Vector& x) { return alpha - x; }
+    static Vector Subtract(const Vector& x, double alpha) { return x - alpha; }
+    static Vector Subtract(const Vector& x, const Vector& y) { return x - y; }
+    static Vector Multiply(const Vector& x, double alpha) { return x * alpha; }
+    static Vector Multiply(const Vector& x, const Vector& y) { return x * y; }
+    static Vector Divide(double alpha, const Vector& x) { return alpha / x; }
+    static Vector Divide(const Vector& x, double alpha) { return x / alpha; }
+    static Vector Divide(const Vector& x, const Vector& y) { return x / y; }
+
+    /// The caller's function on each element x of a copy, in index order; i is the element's index. By
+    /// contract the one-integer form passes the constant, not the index.
+    Vector ApplyFunction(const DoubleFunction1Dbl& function) const;                         ///< f(x)
+    Vector ApplyFunction(const DoubleFunction2Dbl& function, double value) const;           ///< f(x, value)
+    Vector ApplyFunction(const DoubleFunction1Dbl1Int& function, std::int32_t value) const; ///< f(x, value)
+    Vector ApplyFunction(const DoubleFunction1Dbl2Int& function,
+                         std::int32_t value) const; ///< f(x, value, i)
+    Vector ApplyFunction(const DoubleFunction2Dbl2Int& function, double value1,
+                         std::int32_t value2) const; ///< f(x, value1, value2, i)
+    /// @}
+
+private:
+    friend struct detail::DenseAccess;
+    friend class Matrix;
+
+    /// Adopts the block, which holds `size` elements.
+    Vector(detail::Block<double>&& block, std::int32_t size) noexcept : mCells(size), a(std::move(block)) {}
+
+    void swap(Vector& other) noexcept;
+    void toZScores();
+    template <class Function>
+    Vector applied(Function function) const;
+
+    double* cells() const
+    {
+        if constexpr (detail::kHardened) {
+            if (_disposed) detail::raiseReleased();
+        }
+        return a.get();
+    }
+    std::int32_t checked(std::int32_t index) const
+    {
+        if (index < 0 || index >= mCells) detail::raiseVectorIndex();
+        return index;
+    }
+
+    std::int32_t mCells;
+    bool _disposed = false;
+    detail::Block<double> a;
+};
+
+static_assert(Disposable<Vector> && Cloneable<Vector>);
+
+} // namespace Velmar::Lintrix
