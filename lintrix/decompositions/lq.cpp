@@ -28,7 +28,7 @@ LQ::LQ(const Matrix& matrix)
 const double* LQ::packed() const
 {
     if constexpr (detail::kHardened) {
-        if (_disposed) detail::raiseReleased();
+        if (!a) detail::raiseReleased();
     }
     return a.get();
 }
@@ -84,7 +84,6 @@ void LQ::Dispose() noexcept
 {
     a.reset();
     tau.reset();
-    _disposed = true;
 }
 
 } // namespace Velmar::Lintrix

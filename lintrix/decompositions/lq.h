@@ -45,7 +45,6 @@ private:
     std::int32_t mCells;
     detail::Block<double> a;   ///< L on and below the diagonal, the Householder vectors above it
     detail::Block<double> tau; ///< max(m, n) cells, of which p are used
-    bool _disposed = false;
 };
 
 static_assert(Disposable<LQ>);

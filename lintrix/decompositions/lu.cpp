@@ -24,7 +24,7 @@ LU::LU(const Matrix& matrix)
 const double* LU::packed() const
 {
     if constexpr (detail::kHardened) {
-        if (_disposed) detail::raiseReleased();
+        if (!a) detail::raiseReleased();
     }
     return a.get();
 }
@@ -121,7 +121,6 @@ void LU::Dispose() noexcept
 {
     a.reset();
     ipiv.reset();
-    _disposed = true;
 }
 
 } // namespace Velmar::Lintrix

@@ -64,7 +64,6 @@ private:
     std::int32_t mCells;
     std::int32_t np;
     std::int32_t inf = 0; ///< what dgetrf returned
-    bool _disposed = false;
 };
 
 static_assert(Disposable<LU>);

@@ -36,7 +36,7 @@ QR::QR(const Matrix& matrix, bool pivoting)
 const double* QR::packed() const
 {
     if constexpr (detail::kHardened) {
-        if (_disposed) detail::raiseReleased();
+        if (!a) detail::raiseReleased();
     }
     return a.get();
 }
@@ -110,7 +110,6 @@ void QR::Dispose() noexcept
     a.reset();
     tau.reset();
     jpvt.reset();
-    _disposed = true;
 }
 
 } // namespace Velmar::Lintrix

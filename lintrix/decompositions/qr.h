@@ -54,7 +54,6 @@ private:
     detail::Block<double> a;          ///< R on and above the diagonal, the Householder vectors below it
     detail::Block<double> tau;        ///< p reflector scalars
     detail::Block<std::int32_t> jpvt; ///< n, one-based: column j of A*P is column jpvt[j] of A
-    bool _disposed = false;
 };
 
 static_assert(Disposable<QR>);

@@ -78,8 +78,7 @@ Matrix::Matrix(const Matrix& matrix)
 }
 
 Matrix::Matrix(Matrix&& matrix) noexcept
-    : mRows(matrix.mRows), mCols(matrix.mCols), mCells(matrix.mCells), a(std::move(matrix.a)),
-      _disposed(std::exchange(matrix._disposed, true))
+    : mRows(matrix.mRows), mCols(matrix.mCols), mCells(matrix.mCells), a(std::move(matrix.a))
 {
 }
 
@@ -107,7 +106,6 @@ void Matrix::swap(Matrix& other) noexcept
     std::swap(mCols, other.mCols);
     std::swap(mCells, other.mCells);
     std::swap(a, other.a);
-    std::swap(_disposed, other._disposed);
 }
 
 // By contract a value is written before the stop test, so an empty array fails at the first cell.
@@ -122,12 +120,6 @@ void Matrix::readRowMajor(std::span<const double> array)
             if (used >= wanted) return;
         }
     }
-}
-
-void Matrix::Dispose() noexcept
-{
-    a.reset();
-    _disposed = true;
 }
 
 // ---- access and size

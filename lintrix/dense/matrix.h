@@ -114,7 +114,7 @@ public:
     std::any CloneableClone() const { return Clone(); }
     /// Releases the block at once; may be repeated. By contract no operation looks whether the object was
     /// released (the hardened build does, and raises InvalidOperationException).
-    void Dispose() noexcept;
+    void Dispose() noexcept { a.reset(); }
     /// @}
 
     /// @name Changes in place
@@ -257,7 +257,7 @@ private:
     double* cells() const
     {
         if constexpr (detail::kHardened) {
-            if (_disposed) detail::raiseReleased();
+            if (!a) detail::raiseReleased();
         }
         return a.get();
     }
@@ -272,7 +272,6 @@ private:
     std::int32_t mCols;
     std::int32_t mCells; ///< mRows*mCols in wrapping arithmetic
     detail::Block<double> a;
-    bool _disposed = false;
 };
 
 static_assert(Disposable<Matrix> && Cloneable<Matrix>);

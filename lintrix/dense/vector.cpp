@@ -53,8 +53,7 @@ Vector::Vector(const Vector& vector) : mCells(vector.mCells), a(Block<double>::c
 {
 }
 
-Vector::Vector(Vector&& vector) noexcept
-    : mCells(vector.mCells), _disposed(std::exchange(vector._disposed, true)), a(std::move(vector.a))
+Vector::Vector(Vector&& vector) noexcept : mCells(vector.mCells), a(std::move(vector.a))
 {
 }
 
@@ -67,7 +66,6 @@ Vector& Vector::operator=(Vector vector) noexcept
 void Vector::swap(Vector& other) noexcept
 {
     std::swap(mCells, other.mCells);
-    std::swap(_disposed, other._disposed);
     std::swap(a, other.a);
 }
 
@@ -81,12 +79,6 @@ Vector detail::DenseAccess::strided(const double* source, std::int32_t size, std
 Vector Vector::Clone() const
 {
     return detail::DenseAccess::strided(cells(), mCells, 1);
-}
-
-void Vector::Dispose() noexcept
-{
-    a.reset();
-    _disposed = true;
 }
 
 // ---- access and size

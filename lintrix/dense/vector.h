@@ -73,7 +73,7 @@ public:
 
     Vector Clone() const;
     /// Releases the block at once; may be repeated.
-    void Dispose() noexcept;
+    void Dispose() noexcept { a.reset(); }
     /// @}
 
     /// @name Changes in place
@@ -172,7 +172,7 @@ private:
     double* cells() const
     {
         if constexpr (detail::kHardened) {
-            if (_disposed) detail::raiseReleased();
+            if (!a) detail::raiseReleased();
         }
         return a.get();
     }
@@ -183,7 +183,6 @@ private:
     }
 
     std::int32_t mCells;
-    bool _disposed = false;
     detail::Block<double> a;
 };
 

@@ -1,0 +1,55 @@
+#pragma once
+/// @file
+/// Makes the k-th request to the system allocator fail, and watches that nothing leaks.
+
+#include <lintrix/foundation/configuration.h>
+#include <lintrix/foundation/failures.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+namespace Velmar::Lintrix::testing {
+
+/// While it lives, request number `k` (from 0) to the system allocator answers null, and so do all after it.
+class FailingAllocator {
+public:
+    explicit FailingAllocator(int k);
+    ~FailingAllocator();
+    FailingAllocator(const FailingAllocator&) = delete;
+    FailingAllocator& operator=(const FailingAllocator&) = delete;
+
+    /// Whether a request has failed.
+    bool hasFailed() const;
+};
+
+/// Runs `operation` with the first, second, ... request failing, until it passes. Each failure must be a
+/// NotEnoughMemoryException, must leave the memory total as it was, and `isUntouched` must hold after it.
+/// Returns how many requests the operation makes.
+template <class Operation, class Check>
+int failEachAllocation(Operation operation, Check isUntouched)
+{
+    for (int k = 0;; ++k) {
+        const std::int64_t before = TrellConfiguration::TotalMemory();
+        bool failed = false;
+        {
+            const FailingAllocator allocator(k);
+            try {
+                operation();
+            } catch (const NotEnoughMemoryException& e) {
+                EXPECT_STREQ(e.what(), "There is not enough memory to continue the execution.");
+                failed = true;
+            }
+            EXPECT_EQ(failed, allocator.hasFailed()) << "request " << k;
+        }
+        if (!failed) return k;
+        EXPECT_EQ(TrellConfiguration::TotalMemory(), before) << "request " << k;
+        EXPECT_TRUE(isUntouched()) << "request " << k;
+        if (k > 1000) {
+            ADD_FAILURE() << "the operation never passes";
+            return k;
+        }
+    }
+}
+
+} // namespace Velmar::Lintrix::testing

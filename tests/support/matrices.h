@@ -1,0 +1,62 @@
+#pragma once
+/// @file
+/// Test matrices by shape and spectrum, and the residual ratios by which results are judged.
+///
+/// Everything is seeded. A ratio is scaled by size, norm and eps = 2^-53, as the standard LAPACK test
+/// programs do: a stable result stays below kResidualLimit whatever the size.
+
+#include <lintrix/dense/matrix.h>
+#include <lintrix/dense/vector.h>
+
+#include <cstdint>
+#include <iosfwd>
+#include <random>
+#include <vector>
+
+namespace Velmar::Lintrix::testing {
+
+inline constexpr double kEps = 0x1p-53;
+inline constexpr double kResidualLimit = 30.0;
+
+struct Shape {
+    int rows, cols;
+};
+std::ostream& operator<<(std::ostream& out, const Shape& shape);
+
+/// How the singular values fall, largest 1.
+enum class Spectrum {
+    Random,    ///< uniform entries in [-1, 1], no spectrum imposed
+    Flat,      ///< all 1: orthogonal
+    Geometric, ///< falling evenly in the logarithm to 1e-8
+    OneTiny,   ///< all 1 but the last, which is 1e-12
+    Graded,    ///< random entries, row i scaled by 10^(-i mod 12)
+};
+std::ostream& operator<<(std::ostream& out, Spectrum spectrum);
+
+/// Square, tall, wide; sizes around the block size of 64 and single rows and columns.
+const std::vector<Shape>& allShapes();
+const std::vector<Shape>& squareShapes();
+const std::vector<Spectrum>& allSpectra();
+
+Matrix randomMatrix(const Shape& shape, std::mt19937_64& generator);
+Matrix matrixWith(const Shape& shape, Spectrum spectrum, std::uint64_t seed);
+Matrix identity(int n);
+
+/// Largest absolute column sum.
+double oneNorm(const Matrix& A);
+/// Plain triple loop: the judge of products.
+Matrix naiveProduct(const Matrix& A, const Matrix& B);
+Matrix naiveTranspose(const Matrix& A);
+
+/// ||A - B||_1 / (max(m, n)*||A||_1*eps).
+double differenceRatio(const Matrix& A, const Matrix& B);
+/// ||Q'*Q - I||_1 / (m*eps) for a Q with orthonormal columns.
+double orthogonalityRatio(const Matrix& Q);
+/// ||B - A*X||_1 / (max(m, n)*||A||_1*||X||_1*eps).
+double solveRatio(const Matrix& A, const Matrix& X, const Matrix& B);
+
+/// Same shape, same bits but for the sign of zero and NaN payloads.
+bool identical(const Matrix& A, const Matrix& B);
+bool identical(const Vector& x, const Vector& y);
+
+} // namespace Velmar::Lintrix::testing
