@@ -18,7 +18,8 @@ endif()
 
 # What every target of this project is compiled with; never handed on to a user's target.
 add_library(lintrix_flags INTERFACE)
-target_compile_options(lintrix_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
+# No contraction to fused operations: the contract fixes formulas down to the order of operations.
+target_compile_options(lintrix_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -ffp-contract=off)
 
 set(LINTRIX_HARDENED OFF)
 set(LINTRIX_TESTABLE ${LINTRIX_BUILD_TESTS})

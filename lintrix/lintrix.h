@@ -2,9 +2,12 @@
 /// @file
 /// Everything that Lintrix offers.
 
+#include <lintrix/decompositions/cholesky.h>
 #include <lintrix/decompositions/lq.h>
 #include <lintrix/decompositions/lu.h>
 #include <lintrix/decompositions/qr.h>
+#include <lintrix/decompositions/svd.h>
+#include <lintrix/decompositions/sym_eigen.h>
 #include <lintrix/dense/matrix.h>
 #include <lintrix/dense/vector.h>
 #include <lintrix/foundation/configuration.h>

@@ -15,7 +15,9 @@
 #include <any>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <span>
+#include <vector>
 
 namespace Velmar::Lintrix {
 
@@ -235,10 +237,139 @@ public:
     /// X with A*X = B.
     /// @throws SizeMismatchException  "Matrices do not have the same number of rows."
     static Matrix LDivide(const Matrix& A, const Matrix& B);
+    /// How many singular values exceed max(m, n)*s[0]*2^-52 (see `SVD::Rank`).
+    /// @throws OperationFailedException  the iteration did not converge: "Operation has failed to complete."
+    std::int32_t Rank() const;
+    /// Cols() x Rows(), through `SVD::PseudoInverse`. @throws OperationFailedException  as above
+    Matrix PseudoInverse() const;
+    Matrix PseudoInverse(double tolerance) const;
     /// X with X*B = A.
     /// @throws SizeMismatchException  "Matrices do not have ths same number of columns."
     LINTRIX_EXPORT friend Matrix operator/(const Matrix& A, const Matrix& B);
     static Matrix Divide(const Matrix& A, const Matrix& B) { return A / B; }
+    /// @}
+
+    /// @name Rows, columns and parts
+    /// An index is tested before anything else, the first before the second.
+    /// @throws IndexOutOfBoundsException  "Row index exceeds matrix size."; "Column index exceeds matrix
+    /// size."
+    /// @{
+
+    /// The first cells of the row; a shorter source leaves the rest as it was, the excess of a longer is
+    /// ignored.
+    void SetRow(std::int32_t row, const Vector& x);
+    void SetRow(std::int32_t row, std::span<const double> values);
+    void SetRow(std::int32_t row, const std::vector<double>& values) { SetRow(row, std::span(values)); }
+    /// Cell in column j := j*step + start.
+    void SetRow(std::int32_t row, double start, double step);
+    void SetRow(std::int32_t row, double value);
+    /// As for rows.
+    void SetColumn(std::int32_t col, const Vector& x);
+    void SetColumn(std::int32_t col, std::span<const double> values);
+    void SetColumn(std::int32_t col, const std::vector<double>& values) { SetColumn(col, std::span(values)); }
+    void SetColumn(std::int32_t col, double start, double step);
+    void SetColumn(std::int32_t col, double value);
+
+    Vector RowVector(std::int32_t row) const;
+    Vector ColVector(std::int32_t col) const;
+    /// min(Rows(), Cols()) cells; the matrix need not be square.
+    Vector Diagonal() const;
+
+    void SwapRows(std::int32_t row1, std::int32_t row2);
+    void SwapCols(std::int32_t col1, std::int32_t col2);
+
+    /// Both ends are inclusive; a start above its end gives the part in reverse order.
+    Matrix SubMatrix(std::int32_t startRow, std::int32_t endRow, std::int32_t startCol,
+                     std::int32_t endCol) const;
+
+    /// A and B side by side, or one above the other; zeros where the smaller one ends. Never fails on sizes.
+    /// Empty for a mode outside the two members.
+    static std::optional<Matrix> Concatenate(const Matrix& A, const Matrix& B, ConcatenateMode mode);
+    static Matrix Concatenate(const Matrix& A, const Matrix& B);
+
+    /// Sorts the rows by their cells in column `col`, NaN first in both orders; the sort is stable. On return
+    /// `pivots`[r] is the new place of old row r, which is what ReorderRows takes. Replaces the block.
+    void SortRows() { SortRows(0, SortOrder::Ascending); }
+    void SortRows(std::int32_t col) { SortRows(col, SortOrder::Ascending); }
+    void SortRows(std::int32_t col, SortOrder order);
+    void SortRows(std::int32_t col, SortOrder order, std::vector<std::int32_t>& pivots);
+    /// The same with rows and columns exchanged; the key is a row.
+    void SortCols() { SortCols(0, SortOrder::Ascending); }
+    void SortCols(std::int32_t row) { SortCols(row, SortOrder::Ascending); }
+    void SortCols(std::int32_t row, SortOrder order);
+    void SortCols(std::int32_t row, SortOrder order, std::vector<std::int32_t>& pivots);
+
+    /// Row (column) i moves to place `pivots`[i]. Replaces the block. That the values are a permutation is
+    /// the caller's duty; the hardened build checks it.
+    /// @throws SizeMismatchException  another length: "Array size does not match."
+    void ReorderRows(std::span<const std::int32_t> pivots);
+    void ReorderCols(std::span<const std::int32_t> pivots);
+    /// @}
+
+    /// @name Deleting and inserting
+    /// Replace the block. The only row or column cannot be deleted; an index of Rows() (Cols()) appends
+    /// zeros.
+    /// @throws IndexOutOfBoundsException  "Row or column index exceeds matrix size."
+    /// @{
+    void DeleteRow(std::int32_t row);
+    void DeleteColumn(std::int32_t column);
+    void InsertRow(std::int32_t index);
+    void InsertColumn(std::int32_t index);
+    /// @}
+
+    /// @name Reductions
+    /// Indices fail as in the section on rows and columns.
+    /// @{
+
+    double Norm(NormType type) const;
+    /// Sum of the cells (i, i); the matrix need not be square.
+    double Trace() const;
+    /// Running sums in order.
+    double RowSum(std::int32_t rowIndex) const;
+    double ColSum(std::int32_t colIndex) const;
+    double RowsDotProduct(std::int32_t row1, std::int32_t row2) const;
+    double ColsDotProduct(std::int32_t col1, std::int32_t col2) const;
+    /// @}
+
+    /// @name Statistics of the columns
+    /// By contract one-pass sums without centring, and the divisor is the row count n.
+    /// @{
+
+    /// Cols() x Cols(), 1 on the diagonal. A column without variance has 0 against every other.
+    Matrix CorrelationMatrix() const;
+    /// Cols() x Cols(), population covariances.
+    Matrix CovarianceMatrix() const;
+    /// 1 for a column with itself, unread; by contract no test for zero variance, so a constant column gives
+    /// NaN
+    /// (`CorrelationMatrix` differs here).
+    double ColCorrelation(std::int32_t col1, std::int32_t col2) const;
+    double ColCovariance(std::int32_t col1, std::int32_t col2) const;
+
+    /// Each column (row) by itself, in place; other modes do nothing. `ZScores`: centred, and divided by the
+    /// population standard deviation unless that is 0. `UnitLength`: divided by the Euclidean norm unless
+    /// that is 0. `MaximumOne`: divided by the first cell of largest magnitude, with its sign, unless that is
+    /// 0.
+    void NormalizeCols(NormalizeMode mode);
+    void NormalizeRows(NormalizeMode mode);
+    /// @}
+
+    /// @name Tests
+    /// @{
+
+    /// Square, and no pair (i, j), (j, i) differs by more than `tolerance`, 1e-9 if not given; a NaN
+    /// difference passes.
+    bool IsSymmetric() const { return IsSymmetric(1e-09); }
+    bool IsSymmetric(double tolerance) const;
+    /// No cell differs by more than |tolerance|, 1e-9 if not given; a NaN difference passes. By contract the
+    /// blocks are compared as far as this object has cells, and the shapes are not; `A` must have as many
+    /// cells (the hardened build checks it).
+    bool IsEqual(const Matrix& A) const { return IsEqual(A, 1e-09); }
+    bool IsEqual(const Matrix& A, double tolerance) const;
+    bool HasINFs() const;
+    bool HasNaNs() const;
+    /// By contract the opposite of what the name says, and of `Vector::IsFinite`: true if some cell is
+    /// infinite or NaN, false if there is none. Callers rely on it.
+    bool IsFinite() const;
     /// @}
 
 private:
@@ -253,6 +384,15 @@ private:
     void readRowMajor(std::span<const double> array);
     template <class Function>
     Matrix applied(Function function) const;
+    void requireRow(std::int32_t row) const
+    {
+        if (row < 0 || row >= mRows) detail::raiseRowIndex();
+    }
+    void requireColumn(std::int32_t col) const
+    {
+        if (col < 0 || col >= mCols) detail::raiseColumnIndex();
+    }
+    double* column(std::int64_t col) const { return cells() + mRows * col; }
 
     double* cells() const
     {
@@ -263,8 +403,8 @@ private:
     }
     std::int64_t offset(std::int32_t row, std::int32_t col) const
     {
-        if (row < 0 || row >= mRows) detail::raiseRowIndex();
-        if (col < 0 || col >= mCols) detail::raiseColumnIndex();
+        requireRow(row);
+        requireColumn(col);
         return row + std::int64_t{mRows} * col;
     }
 

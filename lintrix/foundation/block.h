@@ -31,17 +31,14 @@ class Block {
 public:
     Block() noexcept = default;
     /// @throws NotEnoughMemoryException  default message
-    explicit Block(std::int32_t cells)
-        : cells_(allocateCells<Cell>(static_cast<std::uint64_t>(std::int64_t{cells})))
-    {
-    }
-    static Block zeroed(std::int32_t cells)
+    explicit Block(std::int64_t cells) : cells_(allocateCells<Cell>(static_cast<std::uint64_t>(cells))) {}
+    static Block zeroed(std::int64_t cells)
     {
         Block block(cells);
         block.clear(cells);
         return block;
     }
-    static Block copyOf(const Cell* source, std::int32_t cells)
+    static Block copyOf(const Cell* source, std::int64_t cells)
     {
         Block block(cells);
         std::memcpy(block.get(), source, bytes(cells));
@@ -64,10 +61,10 @@ public:
     Cell* release() noexcept { return std::exchange(cells_, nullptr); }
     void reset() noexcept { _free_mem_int(release()); }
     /// The first `cells` cells to zero bytes.
-    void clear(std::int32_t cells) noexcept { std::memset(static_cast<void*>(cells_), 0, bytes(cells)); }
+    void clear(std::int64_t cells) noexcept { std::memset(static_cast<void*>(cells_), 0, bytes(cells)); }
 
 private:
-    static std::size_t bytes(std::int32_t cells) { return static_cast<std::size_t>(cells) * sizeof(Cell); }
+    static std::size_t bytes(std::int64_t cells) { return static_cast<std::size_t>(cells) * sizeof(Cell); }
 
     Cell* cells_ = nullptr;
 };

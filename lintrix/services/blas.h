@@ -23,6 +23,7 @@ void dtrsm_(const char* side, const char* uplo, const char* transa, const char* 
 void daxpy_(const int* n, const double* alpha, const double* x, const int* incx, double* y, const int* incy);
 void cblas_dscal(int n, double alpha, double* x, int incx);
 void cblas_dcopy(int n, const double* x, int incx, double* y, int incy);
+void cblas_dswap(int n, double* x, int incx, double* y, int incy);
 double cblas_ddot(int n, const double* x, int incx, const double* y, int incy);
 double cblas_dnrm2(int n, const double* x, int incx);
 double cblas_dasum(int n, const double* x, int incx);
@@ -78,6 +79,13 @@ inline void copy(const int& n, const double* x, const int& incx, double* y, cons
 {
     const BlasThreadScope threads;
     cblas_dcopy(n, x, incx, y, incy);
+}
+
+/// x <-> y
+inline void swap(const int& n, double* x, const int& incx, double* y, const int& incy)
+{
+    const BlasThreadScope threads;
+    cblas_dswap(n, x, incx, y, incy);
 }
 
 /// x . y

@@ -33,6 +33,17 @@ void dorglq_(const int* m, const int* n, const int* k, double* a, const int* lda
 void dormlq_(const char* side, const char* trans, const int* m, const int* n, const int* k, const double* a,
              const int* lda, const double* tau, double* c, const int* ldc, double* work, const int* lwork,
              int* info, std::size_t, std::size_t);
+void dpotrf_(const char* uplo, const int* n, double* a, const int* lda, int* info, std::size_t);
+void dpotrs_(const char* uplo, const int* n, const int* nrhs, const double* a, const int* lda, double* b,
+             const int* ldb, int* info, std::size_t);
+void dpotri_(const char* uplo, const int* n, double* a, const int* lda, int* info, std::size_t);
+void dgesdd_(const char* jobz, const int* m, const int* n, double* a, const int* lda, double* s, double* u,
+             const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork, int* iwork,
+             int* info, std::size_t);
+void dsyev_(const char* jobz, const char* uplo, const int* n, double* a, const int* lda, double* w,
+            double* work, const int* lwork, int* info, std::size_t, std::size_t);
+double dlange_(const char* norm, const int* m, const int* n, const double* a, const int* lda, double* work,
+               std::size_t);
 }
 
 namespace Velmar::Lintrix::detail::lapack {
@@ -116,6 +127,57 @@ inline void ormlq(const char& side, const char& trans, const int& m, const int& 
 {
     const BlasThreadScope threads;
     dormlq_(&side, &trans, &m, &n, &k, a, &lda, tau, c, &ldc, work, &lwork, &info, 1, 1);
+}
+
+/// A = L*L' (uplo 'L') in place, the other triangle untouched. info > 0: that leading minor is not positive
+/// definite.
+inline void potrf(const char& uplo, const int& n, double* a, const int& lda, int& info)
+{
+    const BlasThreadScope threads;
+    dpotrf_(&uplo, &n, a, &lda, &info, 1);
+}
+
+/// B := inv(A)*B from the factor of potrf; B is n x nrhs.
+inline void potrs(const char& uplo, const int& n, const int& nrhs, const double* a, const int& lda, double* b,
+                  const int& ldb, int& info)
+{
+    const BlasThreadScope threads;
+    dpotrs_(&uplo, &n, &nrhs, a, &lda, b, &ldb, &info, 1);
+}
+
+/// One triangle of inv(A) from the factor of potrf, in place.
+inline void potri(const char& uplo, const int& n, double* a, const int& lda, int& info)
+{
+    const BlasThreadScope threads;
+    dpotri_(&uplo, &n, a, &lda, &info, 1);
+}
+
+/// A = U*S*V' by divide and conquer, A m x n destroyed. jobz 'S': the first min(m, n) columns of U and rows
+/// of V'; 'N': `s` alone. `iwork` has 8*min(m, n) entries. info > 0: not converged.
+inline void gesdd(const char& jobz, const int& m, const int& n, double* a, const int& lda, double* s,
+                  double* u, const int& ldu, double* vt, const int& ldvt, double* work, const int& lwork,
+                  int* iwork, int& info)
+{
+    const BlasThreadScope threads;
+    dgesdd_(&jobz, &m, &n, a, &lda, s, u, &ldu, vt, &ldvt, work, &lwork, iwork, &info, 1);
+}
+
+/// Eigenvalues of the symmetric A in rising order, with jobz 'V' the eigenvectors in place of A. info > 0:
+/// not converged.
+inline void syev(const char& jobz, const char& uplo, const int& n, double* a, const int& lda, double* w,
+                 double* work, const int& lwork, int& info)
+{
+    const BlasThreadScope threads;
+    dsyev_(&jobz, &uplo, &n, a, &lda, w, work, &lwork, &info, 1, 1);
+}
+
+/// Norm of A by letter: 'F' Frobenius, 'I' largest row sum (`work` has m cells), '1' largest column sum, 'M'
+/// largest magnitude.
+inline double lange(const char& norm, const int& m, const int& n, const double* a, const int& lda,
+                    double* work)
+{
+    const BlasThreadScope threads;
+    return dlange_(&norm, &m, &n, a, &lda, work, 1);
 }
 
 } // namespace Velmar::Lintrix::detail::lapack
