@@ -1,0 +1,2 @@
+#include <lintrix/services/lapack.h>
+#include "lintrix/lintrix.h"

@@ -1,0 +1,3 @@
+#include <lintrix/dense/access.h>
+#include <lintrix/dense/matrix.h>
+#include "tools/reader.h"
