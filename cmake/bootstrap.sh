@@ -35,12 +35,12 @@ apt_get()
 
 apt_install() { apt_get install -y --no-install-recommends "$@"; }
 
-# Old package lists name files that the mirror no longer has, so a failed installation is tried once more with
-# fresh lists.
+# Package lists may be absent, or so old that the mirror no longer has the files they name.
 install_packages()
 {
-    if ! apt-cache show "$@" >/dev/null 2>&1; then
-        apt_get update && apt_install "$@"
+    if ! apt-get install --simulate "$@" >/dev/null 2>&1; then
+        apt_get update || return
+        apt_install "$@"
     else
         apt_install "$@" || { apt_get update && apt_install "$@"; }
     fi
