@@ -1,2 +1,2 @@
-#include <lintrix/services/lapack.h>
 #include "lintrix/lintrix.h"
+#include <lintrix/services/lapack.h>

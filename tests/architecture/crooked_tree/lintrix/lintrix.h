@@ -1,2 +1,2 @@
-#include <lintrix/dense/matrix.h>
 #include <lintrix/dense/detail/sizes.h>
+#include <lintrix/dense/matrix.h>

@@ -1,2 +1,2 @@
-#include <lintrix/engine/pardiso.h>
 #include <lintrix/engine/params.h>
+#include <lintrix/engine/pardiso.h>

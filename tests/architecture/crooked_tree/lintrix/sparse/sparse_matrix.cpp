@@ -1,2 +1,2 @@
-#include <lintrix/sparse/kernels/multiply.h>
 #include <lintrix/solvers/sparse_solver.h>
+#include <lintrix/sparse/kernels/multiply.h>

@@ -1,2 +1,2 @@
-#include <lintrix/sparse/sparse_matrix.h>
 #include <lintrix/services/threads.h>
+#include <lintrix/sparse/sparse_matrix.h>
