@@ -12,9 +12,11 @@ install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/README.md" 
   DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
 if(TARGET lintrix_command)
+  # It finds the library from where it stands, and a static build of it finds BLAS.
   cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
     BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}" OUTPUT_VARIABLE lib_from_bin)
-  set_target_properties(lintrix_command PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin};${LINTRIX_BLAS_DIR}")
+  set_target_properties(lintrix_command PROPERTIES
+    INSTALL_RPATH "$ORIGIN/${lib_from_bin};${LINTRIX_BLAS_DIR}" BUILD_WITH_INSTALL_RPATH ON)
   install(TARGETS lintrix_command)
 endif()
 

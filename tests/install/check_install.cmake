@@ -3,6 +3,7 @@
 #   superproject   configures, builds, runs and installs a project that contains the library's sources
 #   find_package   configures, builds and runs a separate project against the installed tree
 #   pkg_config     compiles and runs the same program with the flags that pkg-config tells
+#   run_paths      looks for entries that would have the loader search the current folder
 #   wrong_version  asks the installed package for a version that it must not answer
 cmake_minimum_required(VERSION 3.25)
 
@@ -78,6 +79,20 @@ elseif(STEP STREQUAL "pkg_config")
   set(program "${WORK}/${KIND}_pkg_config_consumer")
   run("${CXX}" -std=c++20 "${consumer}/consumer.cpp" -o "${program}" ${flags} "-Wl,-rpath,${libdir}")
   check_program("${program}")
+
+elseif(STEP STREQUAL "run_paths")
+  file(GLOB_RECURSE binaries
+    "${BUILD}/bin/lintrix" "${BUILD}/lib*/liblintrix.so" "${prefix}/bin/lintrix" "${prefix}/lib*/liblintrix.so")
+  list(LENGTH binaries count)
+  if(count LESS 2)
+    message(FATAL_ERROR "Too few binaries: ${binaries}")
+  endif()
+  foreach(binary IN LISTS binaries)
+    run("${READELF}" --dynamic "${binary}")
+    if(NOT output MATCHES "runpath: \\[([^\n]+)\\]\n" OR CMAKE_MATCH_1 MATCHES "^:|::|:$|(^|:)[^/$]")
+      message(FATAL_ERROR "${binary}: run path [${CMAKE_MATCH_1}]")
+    endif()
+  endforeach()
 
 elseif(STEP STREQUAL "wrong_version")
   execute_process(
