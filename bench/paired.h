@@ -42,7 +42,7 @@ void runPaired(benchmark::State& state, int batch, Raw raw, Own own)
         rawSeconds.push_back(r);
         ownSeconds.push_back(o);
         ratios.push_back(o / r);
-        state.SetIterationTime(r + o);
+        state.SetIterationTime(batch * (r + o));
     }
     const double r = medianOf(rawSeconds), o = medianOf(ownSeconds);
     state.counters["raw_us"] = r * 1e6;
