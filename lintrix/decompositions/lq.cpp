@@ -72,11 +72,15 @@ Matrix LQ::Solve(const Matrix& rightHands) const
 
     detail::blas::trsm('L', 'L', 'N', 'N', mRows, nrhs, 1.0, packed(), mRows, block.get(), mRows);
     // block := Q'*block. By contract with leading dimension n, though the step before left the columns at a
-    // stride of m: so only the first column of a wide system is a solution.
+    // stride of m: so only the first column of a wide system is a solution. By contract, too, LWORK = 64*n,
+    // and the routine asks for as many cells as it is given columns: a block of more columns goes in parts.
     const Workspace work(detail::kBlockSize * mCols);
     int info = 0;
-    detail::lapack::ormlq('L', 'T', mCols, nrhs, mRows, packed(), mRows, tau.get(), block.get(), mCols,
-                          work.get(), work.lwork, info);
+    for (std::int32_t j = 0, columns; j < nrhs; j += columns) {
+        columns = std::min(nrhs - j, work.lwork);
+        detail::lapack::ormlq('L', 'T', mCols, columns, mRows, packed(), mRows, tau.get(),
+                              block.get() + std::int64_t{mCols} * j, mCols, work.get(), work.lwork, info);
+    }
     return DenseAccess::adopt(std::move(block), mCols, nrhs);
 }
 
