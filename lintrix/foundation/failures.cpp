@@ -42,7 +42,7 @@ MatrixException::MatrixException() noexcept : text_(kMatrix)
 }
 
 MatrixException::MatrixException(std::string_view message, std::exception_ptr innerException)
-    : details_(std::make_shared<const Details>(std::string(message), std::move(innerException)))
+    : details_(std::make_shared<const Details>(Details{std::string(message), std::move(innerException)}))
 {
 }
 
