@@ -57,7 +57,7 @@ TYPED_TEST_SUITE(AllocatorTest, Families);
 
 TYPED_TEST(AllocatorTest, BlockHasTheSizeOfItsElementsButAtLeastSixteenBytes)
 {
-    for (const std::uint64_t size : {0, 1, 2, 3, 4, 5, 7, 100, 1001}) {
+    for (const std::uint64_t size : {0, 1, 2, 3, 4, 5, 7, 100, 1001, 9000000}) {
         const std::int64_t before = total();
         auto* block = TypeParam::take(size);
         const std::uint64_t expected = std::max<std::uint64_t>(16, size * TypeParam::kBytes);

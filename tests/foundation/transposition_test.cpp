@@ -11,8 +11,8 @@
 namespace Velmar::Lintrix::testing {
 namespace {
 
-// Around the tile of 8 and the sweep of 256.
-const std::vector<std::uint64_t> kSizes{1, 2, 7, 8, 9, 63, 64, 65, 255, 256, 257, 530};
+// Around the tile of 16.
+const std::vector<std::uint64_t> kSizes{1, 2, 7, 15, 16, 17, 31, 32, 33, 257, 530};
 
 constexpr double kGuard = -1e99;
 
@@ -52,8 +52,8 @@ TEST(Domatcopy, TransposesEveryShape)
 
 TEST(Domatcopy, PaddingIsSkippedOnTheWayInAndLeftAloneOnTheWayOut)
 {
-    for (const std::uint64_t rows : {1, 9, 257}) {
-        for (const std::uint64_t cols : {1, 8, 65}) {
+    for (const std::uint64_t rows : {1, 16, 257}) {
+        for (const std::uint64_t cols : {1, 17, 65}) {
             expectTransposed(rows, cols, 1.0, 3, 0);
             expectTransposed(rows, cols, 1.0, 0, 5);
             expectTransposed(rows, cols, 1.0, 11, 2);
@@ -63,7 +63,7 @@ TEST(Domatcopy, PaddingIsSkippedOnTheWayInAndLeftAloneOnTheWayOut)
 
 TEST(Domatcopy, AlphaScales)
 {
-    for (const double alpha : {-2.5, 0.0, 0x1p-1060}) expectTransposed(17, 5, alpha, 1, 1);
+    for (const double alpha : {-2.5, 0.0, 0x1p-1060}) expectTransposed(33, 21, alpha, 1, 1);
 }
 
 TEST(Domatcopy, SpecialValuesGoThrough)
