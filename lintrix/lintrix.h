@@ -12,3 +12,4 @@
 #include <lintrix/services/buffer_pool.h>
 #include <lintrix/services/system_allocator.h>
 #include <lintrix/services/threads.h>
+#include <lintrix/services/version.h>

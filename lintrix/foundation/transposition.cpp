@@ -6,13 +6,12 @@ namespace Velmar::Lintrix {
 
 namespace {
 
-// A tile of 8 x 8 doubles: eight cache lines read, eight written.
-constexpr std::uint64_t kTile = 8;
-// Rows of A that one sweep covers: 8 columns of B lines for 256 rows stay in the first-level cache.
-constexpr std::uint64_t kSweep = 256;
+// A tile of 16 x 16 doubles: pairs of neighbouring cache lines are read and written whole, and both sides of
+// the tile (4 KiB) stay in the first-level cache whatever the leading dimensions.
+constexpr std::uint64_t kTile = 16;
 
-void transposeTile(std::uint64_t rows, std::uint64_t cols, double alpha, const double* a, std::uint64_t lda,
-                   double* b, std::uint64_t ldb)
+inline void transposeTile(std::uint64_t rows, std::uint64_t cols, double alpha, const double* a,
+                          std::uint64_t lda, double* b, std::uint64_t ldb)
 {
     for (std::uint64_t i = 0; i < rows; ++i) {
         for (std::uint64_t j = 0; j < cols; ++j) b[j + ldb * i] = alpha * a[i + lda * j];
@@ -26,12 +25,15 @@ void MKL_Domatcopy(const char& ordering, const char& trans, const std::uint64_t&
                    double* b, const std::uint64_t& ldb)
 {
     if (ordering != 'C' || trans != 'T') return;
-    for (std::uint64_t top = 0; top < rows; top += kSweep) {
-        const std::uint64_t bottom = std::min(rows, top + kSweep);
-        for (std::uint64_t j = 0; j < cols; j += kTile) {
-            for (std::uint64_t i = top; i < bottom; i += kTile) {
-                transposeTile(std::min(kTile, bottom - i), std::min(kTile, cols - j), alpha, a + i + lda * j,
-                              lda, b + j + ldb * i, ldb);
+    for (std::uint64_t j = 0; j < cols; j += kTile) {
+        for (std::uint64_t i = 0; i < rows; i += kTile) {
+            const std::uint64_t height = std::min(kTile, rows - i), width = std::min(kTile, cols - j);
+            const double* from = a + i + lda * j;
+            double* to = b + j + ldb * i;
+            if (height == kTile && width == kTile) { // constant bounds: the compiler unrolls
+                transposeTile(kTile, kTile, alpha, from, lda, to, ldb);
+            } else {
+                transposeTile(height, width, alpha, from, lda, to, ldb);
             }
         }
     }

@@ -1,0 +1,102 @@
+#include <lintrix/services/processor.h>
+
+#include <lintrix/services/service_lock.h>
+
+#include <cpuid.h>
+
+#include <optional>
+
+namespace Velmar::Lintrix::detail {
+
+namespace {
+
+// Leaf 1, ecx.
+constexpr int kSse3 = 0;
+constexpr int kSupplementalSse3 = 9;
+constexpr int kSse41 = 19;
+constexpr int kSse42 = 20;
+constexpr int kAes = 25;
+constexpr int kOsSavesExtendedState = 27;
+constexpr int kAvx = 28;
+
+bool has(const CpuidFacts& facts, int bit)
+{
+    return (facts.features >> bit & 1U) != 0;
+}
+
+/// MKL_DEBUG_CPU_TYPE: 1 to 4, or 0 written exactly so, since a text without a number reads as 0 too.
+std::optional<ProcessorClass> classOverride(const EnvironmentValue& value)
+{
+    const int number = value.leadingInteger();
+    const bool valid = number == 0 ? value.text() == "0" : number >= 1 && number < kProcessorClasses;
+    return valid ? std::optional(static_cast<ProcessorClass>(number)) : std::nullopt;
+}
+
+int selectCodePath(ProcessorClass processorClass, const CpuidFacts& facts, const EnvironmentValue& chosen)
+{
+    switch (processorClass) {
+    case ProcessorClass::SupplementalSse3:
+        return has(facts, kSse41) ? 33 : 32;
+    case ProcessorClass::Sse42: {
+        const int path = chosen.leadingInteger();
+        if (path == 64 || path == 66) return path;
+        return has(facts, kAes) ? 66 : 64;
+    }
+    case ProcessorClass::Avx:
+        return 128;
+    default:
+        return 0;
+    }
+}
+
+bool isAmdFamily15With1(const CpuidFacts& facts)
+{
+    const std::uint32_t baseFamily = facts.signature >> 8 & 0xFU;
+    const std::uint32_t extendedFamily = facts.signature >> 20 & 0xFFU;
+    return facts.vendor == "AuthenticAMD" && baseFamily == 15 && extendedFamily == 1;
+}
+
+CpuidFacts readCpuid()
+{
+    CpuidFacts facts;
+    std::uint32_t eax = 0, ebx = 0, ecx = 0, edx = 0;
+    if (__get_cpuid(0, &eax, &ebx, &ecx, &edx) == 0) return facts;
+    for (const std::uint32_t part : {ebx, edx, ecx})
+        for (int shift = 0; shift < 32; shift += 8) facts.vendor += static_cast<char>(part >> shift & 0xFFU);
+    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0) return facts;
+    facts.signature = eax;
+    facts.features = ecx;
+    return facts;
+}
+
+} // namespace
+
+ProcessorClass detectClass(const CpuidFacts& facts, bool avxAllowed) noexcept
+{
+    if (facts.vendor != "GenuineIntel") return ProcessorClass::Generic;
+    if (avxAllowed && has(facts, kOsSavesExtendedState) && has(facts, kAvx)) return ProcessorClass::Avx;
+    if (has(facts, kSse42)) return ProcessorClass::Sse42;
+    if (has(facts, kSupplementalSse3)) return ProcessorClass::SupplementalSse3;
+    if (has(facts, kSse3)) return ProcessorClass::Sse3;
+    return ProcessorClass::Generic;
+}
+
+Processor classifyProcessor(const CpuidFacts& facts, const EnvironmentLookup& lookup)
+{
+    const auto forced = classOverride(lookup("MKL_DEBUG_CPU_TYPE"));
+    const bool avxAllowed = forced == ProcessorClass::Avx;
+    Processor processor;
+    processor.processorClass = forced.value_or(detectClass(facts, avxAllowed));
+    processor.codePath = selectCodePath(processor.processorClass, facts, lookup("MKL_DEBUG_CPU_MA"));
+    processor.amdFamilyFlag = isAmdFamily15With1(facts) ? 1 : 0;
+    processor.vsmp = lookup("MKL_VSMP").leadingInteger();
+    return processor;
+}
+
+const Processor& thisProcessor()
+{
+    static constinit FoundOnce<Processor> processor;
+    return processor.get([] { return classifyProcessor(readCpuid(), readEnvironment); });
+}
+
+} // namespace Velmar::Lintrix::detail

@@ -1,0 +1,113 @@
+#include <lintrix/services/threads.h>
+
+#include <lintrix/services/service_lock.h>
+#include <lintrix/services/thread_scope.h>
+#include <lintrix/services/thread_settings.h>
+#include <lintrix/services/topology.h>
+
+#include <omp.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+
+namespace Velmar::Lintrix {
+
+namespace {
+
+using detail::Domain;
+using detail::ThreadSettings;
+
+/// What a program may change at any moment, -1 for not set. Each word stands for itself, so relaxed order is
+/// enough: a change takes effect at the next question.
+constinit std::array<std::atomic<int>, 4> domainSettings{-1, -1, -1,
+                                                         -1}; // by Domain; Domain::All is the global one
+constinit std::atomic<int> dynamicFlag{-1};
+
+std::atomic<int>& settingOf(Domain domain)
+{
+    return domainSettings[static_cast<std::size_t>(domain)];
+}
+
+/// A value that the program set before the environment was read stays.
+void adopt(std::atomic<int>& setting, int value)
+{
+    int unset = -1;
+    setting.compare_exchange_strong(unset, value, std::memory_order_relaxed);
+}
+
+/// The environment's settings, read at the first question. Those that a program may change go to their
+/// places; the others are used from here.
+const ThreadSettings& environmentSettings()
+{
+    static constinit detail::FoundOnce<ThreadSettings> settings;
+    return settings.get([] {
+        const ThreadSettings read = detail::parseThreadSettings(detail::readEnvironment);
+        adopt(settingOf(Domain::All), read.global);
+        adopt(settingOf(Domain::Blas), read.blas);
+        adopt(settingOf(Domain::Fft), read.fft);
+        adopt(settingOf(Domain::Vml), read.vml);
+        adopt(dynamicFlag, read.dynamic);
+        return read;
+    });
+}
+
+} // namespace
+
+void MKL_Set_Num_Threads(const int& n)
+{
+    if (n > 0) settingOf(Domain::All).store(n, std::memory_order_relaxed);
+}
+
+int MKL_Get_Max_Threads()
+{
+    return detail::domainThreads(Domain::All);
+}
+
+void MKL_Set_Dynamic(const int& flag)
+{
+    dynamicFlag.store(flag != 0 ? 1 : 0, std::memory_order_relaxed);
+}
+
+int MKL_Get_Dynamic()
+{
+    environmentSettings();
+    return dynamicFlag.load(std::memory_order_relaxed);
+}
+
+namespace detail {
+
+int domainThreads(Domain domain)
+{
+    const ThreadSettings& environment = environmentSettings();
+    ThreadQuestion question;
+    question.domain = settingOf(domain).load(std::memory_order_relaxed);
+    question.global = settingOf(Domain::All).load(std::memory_order_relaxed);
+    question.runtime = omp_get_max_threads();
+    question.dynamic = dynamicFlag.load(std::memory_order_relaxed) != 0;
+    question.inActiveRegion = omp_in_parallel() != 0;
+    question.cores = machineTopology().cores;
+    question.openmp = environment.openmp;
+    question.processesPerNode = environment.processesPerNode;
+    question.mpiThreadLevel = environment.mpiThreadLevel;
+    return threadCount(question);
+}
+
+// The runtime keeps its maximum per thread, so that setting it here touches no other thread of the program.
+BlasThreadScope::BlasThreadScope() noexcept : callersCount_(0)
+{
+    // A team inside a team is never wanted, whatever the dynamic flag says.
+    const int wanted = omp_in_parallel() != 0 ? 1 : domainThreads(Domain::Blas);
+    const int current = omp_get_max_threads();
+    if (wanted == current) return;
+    omp_set_num_threads(wanted);
+    callersCount_ = current;
+}
+
+BlasThreadScope::~BlasThreadScope()
+{
+    if (callersCount_ != 0) omp_set_num_threads(callersCount_);
+}
+
+} // namespace detail
+} // namespace Velmar::Lintrix

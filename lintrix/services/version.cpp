@@ -1,0 +1,10 @@
+#include <lintrix/services/version.h>
+
+namespace Velmar::Lintrix {
+
+const char* LibraryVersion() noexcept
+{
+    return LINTRIX_VERSION;
+}
+
+} // namespace Velmar::Lintrix

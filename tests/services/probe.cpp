@@ -1,0 +1,170 @@
+// Answers questions about the kernel services of a fresh process, one line `key=value` for each fact.
+// Arguments are done in order; see `commands` for what there is.
+
+#include <lintrix/services/blas.h>
+#include <lintrix/services/buffer_pool.h>
+#include <lintrix/services/dispatch.h>
+#include <lintrix/services/processor.h>
+#include <lintrix/services/system_allocator.h>
+#include <lintrix/services/threads.h>
+#include <lintrix/services/topology.h>
+
+#include <omp.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace Velmar::Lintrix;
+using namespace Velmar::Lintrix::detail;
+
+namespace {
+
+void say(const char* key, long value)
+{
+    std::printf("%s=%ld\n", key, value);
+}
+
+long osThreads()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"),
+                         std::filesystem::directory_iterator{});
+}
+
+// Threads of this process at the start of main. A sanitizer's own helper, which comes with the first thread
+// that the process starts, is among them.
+long threadsAtStart()
+{
+    std::thread([] {}).join();
+    return osThreads();
+}
+
+void multiply(int n)
+{
+    const auto cells = static_cast<std::size_t>(n) * static_cast<std::size_t>(n);
+    const std::vector<double> a(cells, 1.0), b(cells, 2.0);
+    std::vector<double> c(cells);
+    blas::gemm('N', 'N', n, n, n, 1.0, a.data(), n, b.data(), n, 0.0, c.data(), n);
+    if (c.front() != 2.0 * n || c.back() != 2.0 * n) std::abort();
+}
+
+void answerThreads(int)
+{
+    say("all", MKL_Get_Max_Threads());
+    say("blas", domainThreads(Domain::Blas));
+    say("fft", domainThreads(Domain::Fft));
+    say("vml", domainThreads(Domain::Vml));
+    say("dynamic", MKL_Get_Dynamic());
+    say("omp-max", omp_get_max_threads());
+}
+
+// What each of two threads in an active region is told, which must be the same.
+void answerRegion(int)
+{
+    int told[2] = {-1, -1};
+#pragma omp parallel num_threads(2)
+    told[omp_get_thread_num()] = MKL_Get_Max_Threads();
+    say("region-first", told[0]);
+    say("region-second", told[1]);
+}
+
+void answerGemm(int n)
+{
+    multiply(n);
+    say("omp-max", omp_get_max_threads());
+}
+
+void answerRegionGemm(int n)
+{
+    int maximum[2][2] = {};
+#pragma omp parallel num_threads(2)
+    {
+        const int me = omp_get_thread_num();
+        maximum[me][0] = omp_get_max_threads();
+        multiply(n);
+        maximum[me][1] = omp_get_max_threads();
+    }
+    say("region-restored", maximum[0][0] == maximum[0][1] && maximum[1][0] == maximum[1][1]);
+}
+
+void answerProcessor(int)
+{
+    const Processor& processor = thisProcessor();
+    say("class", static_cast<long>(processor.processorClass));
+    say("path", processor.codePath);
+    say("amd", processor.amdFamilyFlag);
+    say("vsmp", processor.vsmp);
+}
+
+template <int Class>
+int formOf(int offset)
+{
+    return Class + offset;
+}
+
+void answerDispatch(int)
+{
+    DispatchedRoutine<int(int)> routine({formOf<0>, formOf<1>, formOf<2>, formOf<3>, formOf<4>});
+    say("form", routine(100));
+    say("form-again", routine(200));
+}
+
+int systemCalls = 0;
+
+// A pooled request asks the system for a pool and a padded block, and its repetition for nothing.
+void answerPool(int)
+{
+    SystemAllocatorSlots().malloc = [](std::size_t size) {
+        ++systemCalls;
+        return std::malloc(size);
+    };
+    for (int i = 0; i < 3; ++i) poolRelease(poolAllocate(1000, 64));
+    say("pool-system-calls", systemCalls);
+    MKL_FreeBuffers();
+}
+
+void answerTopology(int)
+{
+    const Topology& topology = machineTopology();
+    say("logical", topology.logical);
+    say("cores", topology.cores);
+    say("packages", topology.packages);
+    say("cores-per-package", topology.coresPerPackage);
+    say("hyper-threading", topology.hyperThreading);
+}
+
+const std::map<std::string, std::function<void(int)>> commands{
+    {"set-threads", [](int n) { MKL_Set_Num_Threads(n); }},
+    {"set-dynamic", [](int flag) { MKL_Set_Dynamic(flag); }},
+    {"set-omp", [](int n) { omp_set_num_threads(n); }},
+    {"threads", answerThreads},
+    {"region", answerRegion},
+    {"gemm", answerGemm},
+    {"region-gemm", answerRegionGemm},
+    {"processor", answerProcessor},
+    {"dispatch", answerDispatch},
+    {"pool", answerPool},
+    {"topology", answerTopology},
+};
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    const long before = threadsAtStart();
+    for (int i = 1; i < count; ++i) {
+        const std::string argument = arguments[i];
+        const std::size_t equals = argument.find('=');
+        const auto command = commands.find(argument.substr(0, equals));
+        if (command == commands.end()) return 2;
+        command->second(equals == std::string::npos ? 0 : std::atoi(argument.c_str() + equals + 1));
+    }
+    say("os-threads", 1 + osThreads() - before);
+    return 0;
+}
