@@ -47,7 +47,9 @@ MatrixException::MatrixException(std::string_view message, std::exception_ptr in
 }
 
 MatrixException::MatrixException(const SerializationInfo& info, const StreamingContext&)
-    : MatrixException(info.GetString("Message"), restoredInner(info.GetString("InnerMessage")))
+    // Braces: read in this order, so that the first missing key is the one complained of.
+    : details_(std::make_shared<const Details>(
+          Details{info.GetString("Message"), restoredInner(info.GetString("InnerMessage"))}))
 {
 }
 
