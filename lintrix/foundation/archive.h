@@ -33,11 +33,12 @@ public:
     void AddValue(std::string_view name, Value value);
 
     /// @name Reading
+    /// @{
+
     /// The value of `name` in its stored type; nothing is converted. What is returned by reference or as a
     /// span stays good until the next AddValue.
     /// @throws SerializationException  no such name: "Value 'NAME' was not found in the archive."
     /// @throws SerializationException  another type: "Value 'NAME' in the archive is of another type."
-    /// @{
     bool GetBoolean(std::string_view name) const { return get<bool>(name); }
     std::int32_t GetInt32(std::string_view name) const { return get<std::int32_t>(name); }
     std::int64_t GetInt64(std::string_view name) const { return get<std::int64_t>(name); }
