@@ -1,5 +1,6 @@
 // The `lintrix` command: arguments in, exit code out. 0 done, 1 a numeric failure, 2 usage or bad input.
 
+#include <tools/info_command.h>
 #include <tools/input_error.h>
 #include <tools/output_file.h>
 #include <tools/solve_command.h>
@@ -92,6 +93,21 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
         "Exit code: 0 solved, 1 no good solution (singular, inaccurate, ...), 2 usage or bad input.");
 }
 
+void addInfo(CLI::App& app, tools::InfoOptions& options)
+{
+    CLI::App* info = app.add_subcommand("info", "Tell what a matrix file holds");
+    info->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
+        ->type_name("")
+        ->required();
+    info->add_option("--plot", options.plot, "Draw the pattern into FILE.png or FILE.svg")
+        ->type_name("FILE")
+        ->check(CLI::Validator([](const std::string& file) { return tools::faultOfPlot(file); }, ""));
+    info->add_flag("--json", options.json, "Report on one line of JSON, without the sketch");
+    info->footer(
+        "Rank and extreme singular values are told of small matrices: at most 1000 rows or columns.\n"
+        "Exit code: 0 told, 1 the singular values did not converge, 2 usage or bad input.");
+}
+
 /// Help and version, wanted and printed, are no errors; the rest is wrong usage.
 int answerParseError(const CLI::App& app, const CLI::ParseError& error)
 {
@@ -116,12 +132,14 @@ int run(int argc, char** argv)
     app.set_version_flag("--version", versionText);
     tools::SolveOptions solveOptions;
     addSolve(app, solveOptions);
+    tools::InfoOptions infoOptions;
+    addInfo(app, infoOptions);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return answerParseError(app, error);
     }
-    return tools::runSolve(solveOptions);
+    return app.got_subcommand("info") ? tools::runInfo(infoOptions) : tools::runSolve(solveOptions);
 }
 
 } // namespace

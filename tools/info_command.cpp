@@ -1,0 +1,158 @@
+#include <tools/info_command.h>
+
+#include <tools/input_error.h>
+#include <tools/matrix_facts.h>
+#include <tools/matrix_market.h>
+#include <tools/output_file.h>
+#include <tools/pattern.h>
+#include <tools/progress.h>
+#include <tools/report.h>
+#include <tools/text.h>
+
+#include <lintrix/lintrix.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+#include <unistd.h>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+constexpr std::int32_t kSmall = 1000;                // singular values up to this smaller side ...
+constexpr double kSmallCells = 4e6;                  // ... and this many cells: a second of work, 32 MB
+constexpr int kSketchHeight = 32, kSketchWidth = 64; // characters
+constexpr int kPictureSide = 1024;                   // fields
+
+struct Spectrum {
+    bool converged = false;
+    std::int32_t rank = 0;
+    double largest = 0.0, smallest = 0.0;
+};
+
+struct Info {
+    std::string matrix;
+    std::int32_t rows = 0, cols = 0;
+    MatrixFacts facts;
+    std::optional<Spectrum> spectrum; ///< of a small matrix
+
+    double density() const
+    {
+        return static_cast<double>(facts.entries) / (static_cast<double>(rows) * static_cast<double>(cols));
+    }
+    double condition() const { return spectrum->largest / spectrum->smallest; }
+};
+
+bool isSmall(const Info& info)
+{
+    return std::min(info.rows, info.cols) <= kSmall &&
+           static_cast<double>(info.rows) * info.cols <= kSmallCells;
+}
+
+Spectrum spectrumOf(const std::vector<Coordinate>& entries, std::int32_t rows, std::int32_t cols)
+{
+    Matrix A(rows, cols);
+    for (const Coordinate& entry : entries) A(entry.row, entry.col) = entry.value;
+    const SVD svd(A, true);
+    return {svd.Succeeded(), svd.Rank(), svd.SingularValue(0), svd.SingularValue(std::min(rows, cols) - 1)};
+}
+
+PatternGrid gridOf(const std::vector<Coordinate>& entries, const Info& info, int height, int width)
+{
+    PatternGrid grid(info.rows, info.cols, height, width);
+    for (const Coordinate& entry : entries) grid.add(entry.row, entry.col);
+    return grid;
+}
+
+std::string line(std::string_view label, const std::string& text)
+{
+    return fmt::format("{:<17} {}\n", label, text);
+}
+
+std::string asText(const Info& info)
+{
+    const MatrixFacts& f = info.facts;
+    std::string text =
+        line("matrix", printable(info.matrix)) + line("size", fmt::format("{} x {}", info.rows, info.cols)) +
+        line("entries", fmt::format("{} ({:.3g} % of the cells, {} stored zeros, {} on the diagonal)",
+                                    f.entries, 100.0 * info.density(), f.storedZeros, f.diagonal)) +
+        line("symmetry", std::string(symmetryInWords(f, info.rows, info.cols))) +
+        line("bandwidth",
+             fmt::format("{} below, {} above the diagonal", f.lowerBandwidth, f.upperBandwidth)) +
+        line("magnitudes",
+             fmt::format("{:.6g} to {:.6g}, zeros aside", f.smallestMagnitude, f.largestMagnitude)) +
+        line("norms", fmt::format("one {:.6g}, infinity {:.6g}, Frobenius {:.6g}", f.oneNorm, f.infinityNorm,
+                                  f.frobeniusNorm));
+    if (!info.spectrum) return text + line("singular values", "not computed: the matrix is large");
+    if (!info.spectrum->converged) return text + line("singular values", "the iteration did not converge");
+    return text + line("rank", fmt::format("{} of {}", info.spectrum->rank, std::min(info.rows, info.cols))) +
+           line("singular values", fmt::format("{:.6g} to {:.6g}, condition {:.3g}", info.spectrum->largest,
+                                               info.spectrum->smallest, info.condition()));
+}
+
+std::string number(double value)
+{
+    return std::isfinite(value) ? fmt::format("{}", value) : "null";
+}
+
+std::string asJson(const Info& info)
+{
+    const MatrixFacts& f = info.facts;
+    const bool known = info.spectrum && info.spectrum->converged;
+    return fmt::format(
+        "{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"stored_zeros\": {}, \"diagonal\": "
+        "{}, "
+        "\"symmetry\": {}, \"lower_bandwidth\": {}, \"upper_bandwidth\": {}, \"norms\": {{\"one\": {}, "
+        "\"infinity\": {}, \"frobenius\": {}, \"max\": {}}}, \"rank\": {}, \"largest_singular_value\": {}, "
+        "\"smallest_singular_value\": {}}}\n",
+        jsonString(info.matrix), info.rows, info.cols, f.entries, f.storedZeros, f.diagonal,
+        jsonString(symmetryInWords(f, info.rows, info.cols)), f.lowerBandwidth, f.upperBandwidth,
+        number(f.oneNorm), number(f.infinityNorm), number(f.frobeniusNorm), number(f.largestMagnitude),
+        known ? fmt::format("{}", info.spectrum->rank) : "null",
+        known ? number(info.spectrum->largest) : "null", known ? number(info.spectrum->smallest) : "null");
+}
+
+void writePicture(const std::string& file, const std::vector<Coordinate>& entries, const Info& info)
+{
+    const PatternGrid grid = gridOf(entries, info, kPictureSide, kPictureSide);
+    OutputFile out(file);
+    out.write(file.ends_with(".svg") ? asSvg(grid) : asPng(grid));
+    out.close();
+    out.commit();
+}
+
+} // namespace
+
+std::string faultOfPlot(const std::string& file)
+{
+    if (file.ends_with(".png") || file.ends_with(".svg")) return {};
+    return inQuotes(file) + " ends neither in .png nor in .svg";
+}
+
+int runInfo(const InfoOptions& options)
+{
+    Progress progress;
+    MatrixMarketReader reader(options.matrix, progress);
+    const std::vector<Coordinate> entries = mergedEntries(reader.read());
+    Info info{reader.header().file, reader.header().rows, reader.header().cols, {}, {}};
+    info.facts = factsOf(entries, info.rows, info.cols);
+    if (isSmall(info)) {
+        progress.show(fmt::format("singular values of {}", info.matrix));
+        info.spectrum = spectrumOf(entries, info.rows, info.cols);
+    }
+    progress.erase();
+
+    if (!options.plot.empty()) writePicture(options.plot, entries, info);
+    const std::string report =
+        options.json ? asJson(info)
+                     : asText(info) + asSketch(gridOf(entries, info, kSketchHeight, kSketchWidth));
+    if (!writeAll(STDOUT_FILENO, report))
+        throw InputError("standard output", "cannot be written: " + systemError());
+    return info.spectrum && !info.spectrum->converged ? 1 : 0;
+}
+
+} // namespace Velmar::Lintrix::tools
