@@ -17,7 +17,8 @@ class Array2D {
 public:
     /// rows x cols zeros.
     /// @throws ArgumentOutOfRangeException  a negative length: "Non-negative number required."
-    Array2D(std::int32_t rows, std::int32_t cols, std::int32_t lowerRow = 0, std::int32_t lowerCol = 0);
+    explicit Array2D(std::int32_t rows, std::int32_t cols, std::int32_t lowerRow = 0,
+                     std::int32_t lowerCol = 0);
     /// @throws ArgumentException  ragged rows: "Rows of the array differ in length."
     Array2D(std::initializer_list<std::initializer_list<T>> rows);
     Array2D(const std::vector<std::vector<T>>& rows);

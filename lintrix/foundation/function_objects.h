@@ -38,6 +38,9 @@ public:
     {
     }
 
+    /// A plain function; also picks the matching one of an overloaded name, such as `std::sin`.
+    FunctionObject(Result (*function)(Args...)) : callable_(function) {}
+
     /// @throws NullReferenceException  built from a null function
     Result Invoke(Args... args) const
     {
