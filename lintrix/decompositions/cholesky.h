@@ -18,9 +18,8 @@ namespace Velmar::Lintrix {
 /// finished object may be read from several threads. Cost: n^3/3 operations.
 class LINTRIX_EXPORT Cholesky {
 public:
-    /// @throws NotSquareMatrixException  before anything is allocated: "Cholesky decomposition is possible
-    /// only
-    ///         for a square matrix."
+    /// @throws NotSquareMatrixException  before anything is allocated:
+    ///         "Cholesky decomposition is possible only for a square matrix."
     explicit Cholesky(const Matrix& matrix);
     Cholesky(Cholesky&&) noexcept = default;
     Cholesky& operator=(Cholesky&&) noexcept = default;

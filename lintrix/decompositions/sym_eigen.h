@@ -20,8 +20,8 @@ namespace Velmar::Lintrix {
 /// Cost: about 9 n^3 operations with eigenvectors, 4/3 n^3 without.
 class LINTRIX_EXPORT SymEigen {
 public:
-    /// With eigenvectors. @throws NotSquareMatrixException  before anything is allocated: "Matrix is not
-    /// square."
+    /// With eigenvectors.
+    /// @throws NotSquareMatrixException  before anything is allocated: "Matrix is not square."
     explicit SymEigen(const Matrix& matrix) : SymEigen(matrix, true) {}
     SymEigen(const Matrix& matrix, bool eigenvectors);
     SymEigen(SymEigen&&) noexcept = default;
