@@ -28,7 +28,7 @@ public:
     SymEigen& operator=(SymEigen&&) noexcept = default;
 
     std::int32_t Size() const noexcept { return n; }
-    /// True exactly when the iteration converged.
+    /// True exactly when the iteration converged. The routine need not notice a NaN in A.
     bool Succeeded() const noexcept { return inf == 0; }
 
     /// n values, largest first.
