@@ -16,16 +16,18 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
 
 /// Takes the first word off `rest`; empty when there is none.
 std::string_view takeWord(std::string_view& rest)
 {
-    const std::size_t begin = std::min(rest.find_first_not_of(kBlanks), rest.size());
-    const std::size_t end = std::min(rest.find_first_of(kBlanks, begin), rest.size());
-    const std::string_view word = rest.substr(begin, end - begin);
-    rest.remove_prefix(end);
-    return word;
+    const auto begin = std::find_if_not(rest.begin(), rest.end(), isBlank);
+    const auto end = std::find_if(begin, rest.end(), isBlank);
+    rest = {end, rest.end()};
+    return {begin, end};
 }
 
 /// ASCII only, whatever the locale.
@@ -99,8 +101,8 @@ std::optional<std::string_view> MatrixMarketReader::nextContent()
     for (;;) {
         const auto line = lines_.next();
         if (!line) return std::nullopt;
-        const std::size_t first = line->find_first_not_of(kBlanks);
-        if (first != std::string_view::npos && line->front() != '%') return line;
+        const bool blank = std::all_of(line->begin(), line->end(), isBlank);
+        if (!blank && line->front() != '%') return line;
     }
 }
 

@@ -38,8 +38,8 @@ public:
     }
     ~Array2D() = default;
 
-    std::int32_t Rows() const noexcept { return lengths_[0]; }
-    std::int32_t Cols() const noexcept { return lengths_[1]; }
+    std::int32_t Rows() const noexcept { return lengths_[0]; } ///< length of dimension 0
+    std::int32_t Cols() const noexcept { return lengths_[1]; } ///< length of dimension 1
     /// First valid index of dimension 0 (rows) or 1 (columns).
     /// @throws IndexOutOfRangeException  another dimension
     std::int32_t LowerBound(int dimension) const
@@ -48,14 +48,17 @@ public:
         return lower_[static_cast<std::size_t>(dimension)];
     }
 
-    /// @throws IndexOutOfRangeException  outside the bounds
+    /// Element (row, col), counted from the lower bounds. @throws IndexOutOfRangeException  outside them
     T& operator()(std::int32_t row, std::int32_t col) { return values_[offset(row, col)]; }
+    /// The same, to read.
     const T& operator()(std::int32_t row, std::int32_t col) const { return values_[offset(row, col)]; }
 
     /// Row `i` counted from 0, whatever the lower bounds; Cols() values, the next row right behind them.
     T* Row(std::int32_t i) noexcept { return values_.data() + rowStart(i); }
+    /// The same, to read.
     const T* Row(std::int32_t i) const noexcept { return values_.data() + rowStart(i); }
 
+    /// Same lengths, same lower bounds, equal elements.
     bool operator==(const Array2D&) const = default;
 
 private:

@@ -113,7 +113,7 @@ inline double placedAndScaled(double x, double factor, int index1, int index2)
 
 /// `operation` raises `Failure` with `text` and asks for no block before.
 template <class Failure, class Operation>
-void expectRefusedUnallocated(Operation operation, const std::string& text)
+void expectRefusedUnallocated(const std::string& text, Operation operation)
 {
     const FailingAllocator allocator(0);
     EXPECT_THAT(operation, ::testing::ThrowsMessage<Failure>(text));
@@ -123,7 +123,7 @@ void expectRefusedUnallocated(Operation operation, const std::string& text)
 /// `operation` raises `Failure` with `text`, but only after it has taken its first block, which it gives
 /// back.
 template <class Failure, class Operation>
-void expectRefusedAfterAllocation(Operation operation, const std::string& text)
+void expectRefusedAfterAllocation(const std::string& text, Operation operation)
 {
     const std::int64_t before = TrellConfiguration::TotalMemory();
     EXPECT_THAT(operation, ::testing::ThrowsMessage<Failure>(text));
@@ -134,8 +134,8 @@ void expectRefusedAfterAllocation(Operation operation, const std::string& text)
 
 /// `operation` takes `requests` blocks; whichever of them is refused, nothing leaks and `object` keeps its
 /// block and its cells.
-template <class Operation, class Dense>
-void expectAllocations(int requests, Operation operation, const Dense& object)
+template <class Dense, class Operation>
+void expectAllocations(int requests, const Dense& object, Operation operation)
 {
     const std::intptr_t address = object.DataPtr();
     const std::vector<std::uint64_t> bits = bitsOf(object);

@@ -56,8 +56,12 @@ TEST(Matrix, SizesGiveZerosAlsoInUsedMemory)
     }
 }
 
-// Every public constructor that takes sizes.
-const std::vector<std::pair<const char*, std::function<void(int, int)>>> kSizedConstructors{
+struct SizedConstructor {
+    const char* name;
+    std::function<void(int rows, int cols)> construct;
+};
+// Every public one.
+const std::vector<SizedConstructor> kSizedConstructors{
     {"sizes", [](int rows, int cols) { Matrix(rows, cols); }},
     {"diagonal", [](int rows, int cols) { Matrix(rows, cols, 5.0); }},
     {"array",
@@ -84,23 +88,23 @@ const std::vector<std::pair<const char*, std::function<void(int, int)>>> kSizedC
 TEST(Matrix, SizeBelowOneIsRefusedBeforeAnythingIsAllocated)
 {
     const std::vector<Shape> bad{{0, 3}, {3, 0}, {-1, 3}, {3, -1}, {0, 0}, {INT_MIN, 1}, {1, INT_MIN}};
-    for (const auto& [name, construct] : kSizedConstructors) {
+    for (const SizedConstructor& sized : kSizedConstructors) {
         for (const Shape& shape : bad) {
-            SCOPED_TRACE(std::string(name) + ", " + std::to_string(shape.rows) + " x " +
+            SCOPED_TRACE(std::string(sized.name) + ", " + std::to_string(shape.rows) + " x " +
                          std::to_string(shape.cols));
-            expectRefusedUnallocated<InvalidSizeException>([&] { construct(shape.rows, shape.cols); },
-                                                           kInvalidSize);
+            expectRefusedUnallocated<InvalidSizeException>(kInvalidSize,
+                                                           [&] { sized.construct(shape.rows, shape.cols); });
         }
     }
 }
 
 TEST(Matrix, LargestSizePassesTheCheckOfEachDimension)
 {
-    for (const auto& [name, construct] : kSizedConstructors) {
-        SCOPED_TRACE(name);
+    for (const SizedConstructor& sized : kSizedConstructors) {
+        SCOPED_TRACE(sized.name);
         const FailingAllocator allocator(0);
-        EXPECT_THAT([&] { construct(INT_MAX, 1); }, ThrowsMessage<NotEnoughMemoryException>(kNoMemory));
-        EXPECT_THAT([&] { construct(1, INT_MAX); }, ThrowsMessage<NotEnoughMemoryException>(kNoMemory));
+        EXPECT_THAT([&] { sized.construct(INT_MAX, 1); }, ThrowsMessage<NotEnoughMemoryException>(kNoMemory));
+        EXPECT_THAT([&] { sized.construct(1, INT_MAX); }, ThrowsMessage<NotEnoughMemoryException>(kNoMemory));
         EXPECT_TRUE(allocator.hasFailed());
     }
 }
@@ -109,27 +113,16 @@ TEST(Matrix, EachConstructorTakesOneBlockAndLeaksNoneWhenItIsRefused)
 {
     const Matrix source = counted(2, 3);
     const Array2D<double> array{{1, 2}, {3, 4}};
-    expectAllocations(
-        1, [] { Matrix(); }, source);
-    for (const auto& [name, construct] : kSizedConstructors) {
-        SCOPED_TRACE(name);
-        expectAllocations(
-            1, [&] { construct(2, 3); }, source);
+    expectAllocations(1, source, [] { Matrix(); });
+    for (const SizedConstructor& sized : kSizedConstructors) {
+        SCOPED_TRACE(sized.name);
+        expectAllocations(1, source, [&] { sized.construct(2, 3); });
     }
-    expectAllocations(
-        1, [&] { Matrix{array}; }, source);
-    expectAllocations(
-        1,
-        [&] {
-            Matrix{{1, 2}, {3, 4}};
-        },
-        source);
-    expectAllocations(
-        1, [&] { Matrix copy(source); }, source);
-    expectAllocations(
-        1, [&] { return source.Clone(); }, source);
-    expectAllocations(
-        1, [&] { return source.CloneableClone(); }, source);
+    expectAllocations(1, source, [&] { Matrix{array}; });
+    expectAllocations(1, source, [&] { Matrix{{1, 2}, {3, 4}}; });
+    expectAllocations(1, source, [&] { Matrix copy(source); });
+    expectAllocations(1, source, [&] { return source.Clone(); });
+    expectAllocations(1, source, [&] { return source.CloneableClone(); });
 }
 
 TEST(Matrix, BlockHoldsTheCellsAndNothingMore)
@@ -146,7 +139,7 @@ TEST(Matrix, BlockHoldsTheCellsAndNothingMore)
 TEST(Matrix, ProductThatWrapsToZeroGivesNoCellsAndTheSmallestBlock)
 {
     if constexpr (detail::kHardened) {
-        expectRefusedUnallocated<InvalidOperationException>([] { Matrix(65536, 65536); }, kTooManyCells);
+        expectRefusedUnallocated<InvalidOperationException>(kTooManyCells, [] { Matrix(65536, 65536); });
         return;
     }
     const std::int64_t before = TrellConfiguration::TotalMemory();
@@ -168,7 +161,7 @@ TEST(Matrix, ProductThatWrapsBelowZeroMeetsTheAllocator)
 {
     const std::int64_t before = TrellConfiguration::TotalMemory();
     if constexpr (detail::kHardened) {
-        expectRefusedUnallocated<InvalidOperationException>([] { Matrix(46341, 46341); }, kTooManyCells);
+        expectRefusedUnallocated<InvalidOperationException>(kTooManyCells, [] { Matrix(46341, 46341); });
     } else {
         EXPECT_THAT([] { Matrix(46341, 46341); }, ThrowsMessage<NotEnoughMemoryException>(kNoMemory));
     }
@@ -253,7 +246,7 @@ TEST(Matrix, ArrayWithoutRowsOrColumnsIsRefused)
     for (const Shape& shape : {Shape{0, 3}, Shape{3, 0}, Shape{0, 0}}) {
         SCOPED_TRACE(shape);
         const Array2D<double> array(shape.rows, shape.cols);
-        expectRefusedUnallocated<InvalidSizeException>([&] { Matrix{array}; }, kInvalidSize);
+        expectRefusedUnallocated<InvalidSizeException>(kInvalidSize, [&] { Matrix{array}; });
     }
     const Array2D<double> empty(0, 0);
     EXPECT_TRUE(identical(Matrix(empty, 2, 1), {{0}, {0}})); // the sizes that are checked are the given ones
@@ -598,8 +591,7 @@ TEST(Matrix, ToArrayAndTheConversionGiveAZeroBasedArray)
 TEST(Matrix, ToArrayIsIndependentAndTakesNoBlock)
 {
     const Matrix A = counted(2, 2);
-    expectAllocations(
-        0, [&] { return A.ToArray(); }, A);
+    expectAllocations(0, A, [&] { return A.ToArray(); });
     Array2D<double> array = A;
     array(0, 0) = 9;
     EXPECT_EQ(A(0, 0), 1);
@@ -622,12 +614,9 @@ TEST(Matrix, ResizeToTheSameSizeKeepsTheBlock)
 {
     Matrix A = counted(2, 3);
     const std::intptr_t address = A.DataPtr();
-    expectAllocations(
-        0, [&] { A.Resize(2, 3); }, A);
-    expectAllocations(
-        0, [&] { A.Rows(2); }, A);
-    expectAllocations(
-        0, [&] { A.Cols(3); }, A);
+    expectAllocations(0, A, [&] { A.Resize(2, 3); });
+    expectAllocations(0, A, [&] { A.Rows(2); });
+    expectAllocations(0, A, [&] { A.Cols(3); });
     EXPECT_EQ(A.DataPtr(), address);
     EXPECT_TRUE(identical(A, counted(2, 3)));
 }
@@ -639,11 +628,11 @@ TEST(Matrix, ResizeBelowOneFailsBeforeAnythingIsAllocatedAndChangesNothing)
     for (const Shape& shape :
          {Shape{0, 0}, Shape{0, 3}, Shape{3, 0}, Shape{-1, 3}, Shape{3, -1}, Shape{INT_MIN, INT_MIN}}) {
         SCOPED_TRACE(shape);
-        expectRefusedUnallocated<InvalidSizeException>([&] { A.Resize(shape.rows, shape.cols); },
-                                                       kInvalidSize);
+        expectRefusedUnallocated<InvalidSizeException>(kInvalidSize,
+                                                       [&] { A.Resize(shape.rows, shape.cols); });
     }
-    expectRefusedUnallocated<InvalidSizeException>([&] { A.Rows(0); }, kInvalidSize);
-    expectRefusedUnallocated<InvalidSizeException>([&] { A.Cols(-1); }, kInvalidSize);
+    expectRefusedUnallocated<InvalidSizeException>(kInvalidSize, [&] { A.Rows(0); });
+    expectRefusedUnallocated<InvalidSizeException>(kInvalidSize, [&] { A.Cols(-1); });
     EXPECT_EQ(A.DataPtr(), address);
     EXPECT_TRUE(identical(A, counted(3, 3)));
 }
@@ -696,12 +685,9 @@ TEST(Matrix, RowsAndColsSettersResizeOneDimension)
 TEST(Matrix, RefusedResizeLeavesTheObjectAsItWas)
 {
     Matrix A = counted(2, 3);
-    expectAllocations(
-        1, [&] { A.Resize(4, 4); }, A);
-    expectAllocations(
-        1, [&] { A.Rows(2); }, A);
-    expectAllocations(
-        1, [&] { A.Cols(3); }, A);
+    expectAllocations(1, A, [&] { A.Resize(4, 4); });
+    expectAllocations(1, A, [&] { A.Rows(2); });
+    expectAllocations(1, A, [&] { A.Cols(3); });
     EXPECT_TRUE(identical(A, counted(2, 3))); // each passed in the end
 }
 

@@ -146,7 +146,7 @@ TEST(VectorArithmetic, LengthsThatDifferAreRefusedBeforeTheBlockIsTaken)
             [&] { return Vector::Divide(x, *other); },
         };
         for (const auto& operation : operations) {
-            expectRefusedUnallocated<SizeMismatchException>(operation, kSizeMismatch);
+            expectRefusedUnallocated<SizeMismatchException>(kSizeMismatch, operation);
         }
     }
     EXPECT_TRUE(identical(x, counted(3)));
@@ -156,13 +156,13 @@ TEST(VectorArithmetic, LengthsThatDifferAreRefusedBeforeTheBlockIsTaken)
 TEST(VectorArithmetic, SumOfDifferentLengthsIsRefusedAfterTheSecondWasCopied)
 {
     const Vector x = counted(3), y = counted(4);
-    expectRefusedAfterAllocation<SizeMismatchException>([&] { return x + y; }, kSizeMismatch);
-    expectRefusedAfterAllocation<SizeMismatchException>([&] { return Vector::Add(x, y); }, kSizeMismatch);
+    expectRefusedAfterAllocation<SizeMismatchException>(kSizeMismatch, [&] { return x + y; });
+    expectRefusedAfterAllocation<SizeMismatchException>(kSizeMismatch, [&] { return Vector::Add(x, y); });
     EXPECT_TRUE(identical(x, counted(3)));
     EXPECT_TRUE(identical(y, counted(4)));
     // Matrix compares the shapes first.
     const Matrix A = x, B = y;
-    expectRefusedUnallocated<SizeMismatchException>([&] { return A + B; }, "Matrix sizes do not match.");
+    expectRefusedUnallocated<SizeMismatchException>("Matrix sizes do not match.", [&] { return A + B; });
 }
 
 TEST(VectorArithmetic, DivisionByZeroGivesInfinitiesAndNaNWhereMatrixRefuses)
@@ -224,8 +224,7 @@ TEST(VectorArithmetic, AddWithThreeArgumentsChangesYInPlace)
         for (const double alpha : {1.0, -1.0, 0.5, 0.0}) { // powers of two: the product is exact
             Vector y = y0;
             const std::intptr_t address = y.DataPtr();
-            expectAllocations(
-                0, [&] { Vector::Add(alpha, x, y); }, x);
+            expectAllocations(0, x, [&] { Vector::Add(alpha, x, y); });
             EXPECT_TRUE(identical(y, elementByElement(n, [&](int i) { return alpha * x(i) + y0(i); })));
             EXPECT_EQ(y.DataPtr(), address);
         }
@@ -243,7 +242,7 @@ TEST(VectorArithmetic, AddOfDifferentLengthsLeavesYUnchanged)
     const Vector x = counted(3);
     for (const int length : {2, 4}) {
         Vector y = counted(length);
-        expectRefusedUnallocated<SizeMismatchException>([&] { Vector::Add(1.0, x, y); }, kSizeMismatch);
+        expectRefusedUnallocated<SizeMismatchException>(kSizeMismatch, [&] { Vector::Add(1.0, x, y); });
         EXPECT_TRUE(identical(y, counted(length)));
     }
 }
@@ -346,9 +345,8 @@ TEST(VectorArithmetic, EachResultCostsOneBlockAndNoneLeaksWhenItIsRefused)
         [&] { return x.ApplyFunction(twice); },
         [&] { return x.ApplyFunction(placed, 1); },
     };
-    for (const auto& operation : operations) expectAllocations(1, operation, x);
-    expectAllocations(
-        0, [&] { return x.DotProduct(x); }, x);
+    for (const auto& operation : operations) expectAllocations(1, x, operation);
+    expectAllocations(0, x, [&] { return x.DotProduct(x); });
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 
 namespace Velmar::Lintrix::testing {
@@ -57,19 +58,21 @@ TEST(SerializationInfo, ValuesKeepTheOrderOfTheirAdding)
 TEST(SerializationInfo, NothingIsConverted)
 {
     const SerializationInfo info = oneOfEach();
-    for (const auto& [name, value] : info.Values()) {
-        const std::string complaint = "Value '" + name + "' in the archive is of another type.";
-        const auto expectRefused = [&](const char* own, auto read) {
-            if (name != own) expectFailure<SerializationException>(read, complaint);
+    for (const auto& entry : info.Values()) {
+        const std::string& name = entry.first;
+        const auto expectRefused = [&name](const char* own, auto read) {
+            if (name == own) return;
+            expectFailure<SerializationException>(read,
+                                                  "Value '" + name + "' in the archive is of another type.");
         };
-        expectRefused("bool", [&, &n = name] { info.GetBoolean(n); });
-        expectRefused("int32", [&, &n = name] { info.GetInt32(n); });
-        expectRefused("int64", [&, &n = name] { info.GetInt64(n); });
-        expectRefused("single", [&, &n = name] { info.GetSingle(n); });
-        expectRefused("double", [&, &n = name] { info.GetDouble(n); });
-        expectRefused("string", [&, &n = name] { info.GetString(n); });
-        expectRefused("int32s", [&, &n = name] { info.GetInt32Array(n); });
-        expectRefused("doubles", [&, &n = name] { info.GetDoubleArray(n); });
+        expectRefused("bool", [&] { info.GetBoolean(name); });
+        expectRefused("int32", [&] { info.GetInt32(name); });
+        expectRefused("int64", [&] { info.GetInt64(name); });
+        expectRefused("single", [&] { info.GetSingle(name); });
+        expectRefused("double", [&] { info.GetDouble(name); });
+        expectRefused("string", [&] { info.GetString(name); });
+        expectRefused("int32s", [&] { info.GetInt32Array(name); });
+        expectRefused("doubles", [&] { info.GetDoubleArray(name); });
     }
 }
 

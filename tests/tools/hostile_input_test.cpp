@@ -214,7 +214,7 @@ std::vector<HostileFile> entries()
         {"ArrayValuesMissing", array("2 2\n1\n2\n3\n"), 5, "the file ends after 3 of 4 entries"},
         {"ArrayValuesInSurplus", array("1 1\n1\n2\n"), 4, "there are more entries than the 1 announced"},
         {"ArrayNoNumber", array("2 1\n1\n--\n"), 4, "'--' is not a number"},
-        {"LineWithoutEnd", coordinate("%" + std::string(std::size_t{2} << 20, 'x')), 2,
+        {"LineWithoutEnd", coordinate(std::string("%").append(std::size_t{2} << 20, 'x')), 2,
          "the line is longer than 1048576 characters"},
     };
 }
@@ -239,7 +239,7 @@ std::vector<HostileFile> compressedFiles()
          "1000000000000000 entries are announced, but a file of this length holds at most " +
              std::to_string(bomb.size() * 1032 / 6 + 1)},
         {"CompressedLineWithoutEnd",
-         compressed(coordinate("1 1 1\n1 1 " + std::string(std::size_t{2} << 20, '1'))), 3,
+         compressed(coordinate(std::string("1 1 1\n1 1 ").append(std::size_t{2} << 20, '1'))), 3,
          "the line is longer than 1048576 characters"},
         {"CompressedErrorInside", compressed(coordinate("2 2 2\n1 1 1\n2 2 oops\n")), 4,
          "'oops' is not a number"},
