@@ -3,6 +3,7 @@
 // The raw side calls the same BLAS and LAPACK routine with the same arguments on buffers that stand ready;
 // where a routine destroys its input, the raw side restores it by a copy, as any caller must.
 
+#include "bench/buffers.h"
 #include "bench/paired.h"
 
 #include <lintrix/lintrix.h>
@@ -16,37 +17,12 @@
 namespace Velmar::Lintrix::bench {
 namespace {
 
-using Buffer = std::vector<double>;
-
 Matrix wellConditioned(int n)
 {
     Matrix A(n, n);
     A.FillRandom(-1.0, 1.0, 15);
     for (int i = 0; i < n; ++i) A(i, i) += 2.0 * std::sqrt(static_cast<double>(n));
     return A;
-}
-
-Buffer cellsOf(const Matrix& A)
-{
-    const auto* cells = reinterpret_cast<const double*>(A.DataPtr());
-    return Buffer(cells, cells + std::size_t(A.Rows()) * std::size_t(A.Cols()));
-}
-
-// The two sides must have computed the same: same routine, same arguments, same bits up to thread scheduling.
-void requireClose(benchmark::State& state, const Matrix& own, const Buffer& raw)
-{
-    const auto* cells = reinterpret_cast<const double*>(own.DataPtr());
-    for (std::size_t i = 0; i < raw.size(); ++i) {
-        if (!(std::abs(cells[i] - raw[i]) <= 1e-10 * (1.0 + std::abs(raw[i])))) {
-            state.SkipWithError("the class and the raw routine disagree");
-            return;
-        }
-    }
-}
-
-void copyTo(const Buffer& source, Buffer& target)
-{
-    std::copy(source.begin(), source.end(), target.begin());
 }
 
 void multiply(benchmark::State& state)

@@ -4,7 +4,6 @@
 #include <lintrix/services/lapack.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace Velmar::Lintrix {
 

@@ -18,15 +18,15 @@ namespace Velmar::Lintrix {
 /// finished object may be read from several threads. Cost: n^3/3 operations.
 class LINTRIX_EXPORT Cholesky {
 public:
-    /// @throws NotSquareMatrixException  before anything is allocated: "Cholesky decomposition is possible
-    /// only
-    ///         for a square matrix."
+    /// @throws NotSquareMatrixException  before anything is allocated:
+    ///         "Cholesky decomposition is possible only for a square matrix."
     explicit Cholesky(const Matrix& matrix);
     Cholesky(Cholesky&&) noexcept = default;
     Cholesky& operator=(Cholesky&&) noexcept = default;
 
     std::int32_t Size() const noexcept { return n; }
-    /// True exactly when A was positive definite to working precision.
+    /// True exactly when `dpotrf` met no pivot that is zero or negative: A is positive definite to working
+    /// precision. The routine need not notice a NaN in A.
     bool Succeeded() const noexcept { return inf == 0; }
     /// n x n, lower triangular with a zero upper part; empty when not Succeeded().
     std::optional<Matrix> L() const;

@@ -3,8 +3,6 @@
 #include <lintrix/decompositions/svd.h>
 #include <lintrix/dense/matrix.h>
 
-#include <utility>
-
 namespace Velmar::Lintrix {
 
 namespace {

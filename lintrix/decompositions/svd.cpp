@@ -2,13 +2,13 @@
 
 #include <lintrix/decompositions/detail/workspace.h>
 #include <lintrix/dense/access.h>
+#include <lintrix/dense/detail/column_major.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace Velmar::Lintrix {
 
@@ -34,7 +34,7 @@ SVD::SVD(const Matrix& matrix, bool singularValuesOnly)
     s = Block<double>(mn);
     if (!singularValuesOnly) {
         u = Block<double>(square(mRows));
-        vt = Block<double>::zeroed(square(mCols)); // so that the rows past min(m, n) are zero
+        vt = Block<double>(square(mCols));
     }
     detail::lapack::gesdd(singularValuesOnly ? 'N' : 'S', mRows, mCols, copy.get(), mRows, s.get(), u.get(),
                           mRows, vt.get(), mCols, work.get(), work.lwork, integers.get(), inf);
@@ -78,7 +78,9 @@ std::optional<Matrix> SVD::VH() const
 {
     values();
     if (!vt) return std::nullopt;
-    return DenseAccess::copyOf(vt.get(), mCols, mCols);
+    Matrix vh(mCols, mCols); // zero in the rows that the routine does not write
+    detail::copyPart(vt.get(), mCols, DenseAccess::cells(vh), mCols, smallerSide(), mCols);
+    return vh;
 }
 
 std::optional<Matrix> SVD::V() const

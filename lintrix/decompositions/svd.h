@@ -26,7 +26,8 @@ public:
     SVD(SVD&&) noexcept = default;
     SVD& operator=(SVD&&) noexcept = default;
 
-    /// True exactly when the iteration converged.
+    /// True exactly when the iteration converged; false also for a NaN in A, of which the routine leaves
+    /// nothing written.
     bool Succeeded() const noexcept { return inf == 0; }
 
     /// m x min(m, n), orthonormal columns.

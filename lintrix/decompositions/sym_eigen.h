@@ -20,15 +20,15 @@ namespace Velmar::Lintrix {
 /// Cost: about 9 n^3 operations with eigenvectors, 4/3 n^3 without.
 class LINTRIX_EXPORT SymEigen {
 public:
-    /// With eigenvectors. @throws NotSquareMatrixException  before anything is allocated: "Matrix is not
-    /// square."
+    /// With eigenvectors.
+    /// @throws NotSquareMatrixException  before anything is allocated: "Matrix is not square."
     explicit SymEigen(const Matrix& matrix) : SymEigen(matrix, true) {}
     SymEigen(const Matrix& matrix, bool eigenvectors);
     SymEigen(SymEigen&&) noexcept = default;
     SymEigen& operator=(SymEigen&&) noexcept = default;
 
     std::int32_t Size() const noexcept { return n; }
-    /// True exactly when the iteration converged.
+    /// True exactly when the iteration converged. The routine need not notice a NaN in A.
     bool Succeeded() const noexcept { return inf == 0; }
 
     /// n values, largest first.

@@ -266,6 +266,10 @@ public:
     void SetRow(std::int32_t row, const Vector& x);
     void SetRow(std::int32_t row, std::span<const double> values);
     void SetRow(std::int32_t row, const std::vector<double>& values) { SetRow(row, std::span(values)); }
+    void SetRow(std::int32_t row, std::initializer_list<double> values)
+    {
+        SetRow(row, std::span(values.begin(), values.size()));
+    }
     /// Cell in column j := j*step + start.
     void SetRow(std::int32_t row, double start, double step);
     void SetRow(std::int32_t row, double value);
@@ -273,6 +277,10 @@ public:
     void SetColumn(std::int32_t col, const Vector& x);
     void SetColumn(std::int32_t col, std::span<const double> values);
     void SetColumn(std::int32_t col, const std::vector<double>& values) { SetColumn(col, std::span(values)); }
+    void SetColumn(std::int32_t col, std::initializer_list<double> values)
+    {
+        SetColumn(col, std::span(values.begin(), values.size()));
+    }
     void SetColumn(std::int32_t col, double start, double step);
     void SetColumn(std::int32_t col, double value);
 
@@ -309,7 +317,15 @@ public:
     /// the caller's duty; the hardened build checks it.
     /// @throws SizeMismatchException  another length: "Array size does not match."
     void ReorderRows(std::span<const std::int32_t> pivots);
+    void ReorderRows(std::initializer_list<std::int32_t> pivots)
+    {
+        ReorderRows(std::span(pivots.begin(), pivots.size()));
+    }
     void ReorderCols(std::span<const std::int32_t> pivots);
+    void ReorderCols(std::initializer_list<std::int32_t> pivots)
+    {
+        ReorderCols(std::span(pivots.begin(), pivots.size()));
+    }
     /// @}
 
     /// @name Deleting and inserting

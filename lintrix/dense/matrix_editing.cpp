@@ -18,7 +18,6 @@
 
 namespace Velmar::Lintrix {
 
-using detail::Block;
 using detail::DenseAccess;
 
 namespace {

@@ -73,10 +73,31 @@ struct PairSums {
     double sx = 0.0, sxx = 0.0, sy = 0.0, syy = 0.0, sxy = 0.0;
 };
 
-// Sums and sums of squares of the p columns of a block, and the cross sums P(i, j), i < j, in the upper
-// triangle of `cross` (p x p).
+// The cross sums P(i, j), i < j, of the p columns of a block, into the upper triangle of `cross` (p x p).
+// Each is one kernel call and they may come in any order: tiles of columns i stay in the second cache
+// together, and are met by groups of columns j that stay in the first.
+void fillCrossSums(const double* cells, std::int64_t n, std::int64_t p, double* cross)
+{
+    constexpr std::int64_t kTileCells = 65536, kGroupCells = 3072; // 512 KiB, 24 KiB
+    const std::int64_t tile = std::max<std::int64_t>(1, kTileCells / n);
+    const std::int64_t group = std::max<std::int64_t>(1, kGroupCells / n);
+    const auto fill = [&](std::int64_t iFirst, std::int64_t iEnd, std::int64_t jFirst, std::int64_t jEnd) {
+        for (std::int64_t i = iFirst; i < std::min(iEnd, jEnd); ++i) {
+            for (std::int64_t j = std::max(jFirst, i + 1); j < jEnd; ++j) {
+                cross[i + p * j] = detail::blas::dot(static_cast<int>(n), cells + n * i, 1, cells + n * j, 1);
+            }
+        }
+    };
+    for (std::int64_t i = 0; i < p; i += tile) {
+        for (std::int64_t j = i + 1; j < p; j += group) {
+            fill(i, std::min(p, i + tile), j, std::min(p, j + group));
+        }
+    }
+}
+
+// Sums and sums of squares of the p columns of a block, each in one pass in row order.
 struct ColumnSums {
-    ColumnSums(const double* cells, std::int32_t n, std::int32_t p, double* cross)
+    ColumnSums(const double* cells, std::int64_t n, std::int64_t p)
         : sum(Block<double>::zeroed(p)), squares(Block<double>::zeroed(p))
     {
         for (std::int64_t i = 0; i < p; ++i) {
@@ -85,18 +106,7 @@ struct ColumnSums {
                 squares[i] += *t * *t;
             }
         }
-        // By tiles of columns that stay in cache together; each cross sum is one kernel call, in any order.
-        const std::int64_t tile = std::max<std::int64_t>(1, kTileCells / n);
-        for (std::int64_t first = 0; first < p; first += tile) {
-            const std::int64_t last = std::min<std::int64_t>(p, first + tile);
-            for (std::int64_t j = first + 1; j < p; ++j) {
-                for (std::int64_t i = first; i < std::min(last, j); ++i) {
-                    cross[i + p * j] = detail::blas::dot(n, cells + n * i, 1, cells + n * j, 1);
-                }
-            }
-        }
     }
-    static constexpr std::int64_t kTileCells = 65536; // 512 KiB
     Block<double> sum, squares;
 };
 
@@ -161,7 +171,8 @@ double Matrix::ColsDotProduct(std::int32_t col1, std::int32_t col2) const
 Matrix Matrix::CorrelationMatrix() const
 {
     Matrix R(Uninitialised{}, mCols, mCols);
-    const ColumnSums sums(cells(), mRows, mCols, R.cells());
+    const ColumnSums sums(cells(), mRows, mCols);
+    fillCrossSums(cells(), mRows, mCols, R.cells());
     const double f = mRows;
     Block<double> spread(mCols);
     for (std::int32_t i = 0; i < mCols; ++i) {
@@ -181,7 +192,8 @@ Matrix Matrix::CorrelationMatrix() const
 Matrix Matrix::CovarianceMatrix() const
 {
     Matrix R(Uninitialised{}, mCols, mCols);
-    const ColumnSums sums(cells(), mRows, mCols, R.cells());
+    const ColumnSums sums(cells(), mRows, mCols);
+    fillCrossSums(cells(), mRows, mCols, R.cells());
     const double f = mRows;
     for (std::int32_t j = 0; j < mCols; ++j) {
         R.column(j)[j] = sums.squares[j];

@@ -3,9 +3,13 @@
 // This program defines the routines itself. Its definitions come before those of the library of routines, so
 // that every call of a decomposition arrives here, is written down, and goes on to the routine proper.
 
+#include <lintrix/decompositions/cholesky.h>
 #include <lintrix/decompositions/lq.h>
 #include <lintrix/decompositions/lu.h>
 #include <lintrix/decompositions/qr.h>
+#include <lintrix/decompositions/svd.h>
+#include <lintrix/decompositions/sym_eigen.h>
+#include <lintrix/dense/vector.h>
 #include <lintrix/foundation/allocators.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
@@ -24,12 +28,14 @@ namespace {
 using Velmar::Lintrix::detail::blockBytes;
 
 std::vector<std::string> calls;
-bool inverseFails = false;  // dgetri then answers INFO = 1 without doing anything
-thread_local int depth = 0; // the routines call one another; only the outermost call is ours
+bool inverseFails = false;   // dgetri then answers INFO = 1 without doing anything
+bool iterationStops = false; // dgesdd and dsyev then answer INFO = 1 after their work
+thread_local int depth = 0;  // the routines call one another; only the outermost call is ours
 
 // How many doubles or integers the block of the library holds that starts at `cells`.
 std::string block(const char* name, const double* cells)
 {
+    if (cells == nullptr) return std::string(" ") + name + "=null";
     return std::string(" ") + name + '[' + std::to_string(blockBytes(cells) / sizeof(double)) + ']';
 }
 std::string block(const char* name, const int* cells)
@@ -186,6 +192,64 @@ STANDS_IN dtrsm_(const char* side, const char* uplo, const char* transa, const c
     passOn("dtrsm_", side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, l1, l2, l3, l4);
 }
 
+STANDS_IN dgemm_(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                 const double* alpha, const double* a, const int* lda, const double* b, const int* ldb,
+                 const double* beta, double* c, const int* ldc, std::size_t l1, std::size_t l2)
+{
+    record("dgemm", [&] {
+        return letters({transa, transb}) + number("M", m) + number("N", n) + number("K", k) +
+               (*alpha == 1.0 && *beta == 0.0 ? " ALPHA=1 BETA=0" : " ALPHA! BETA!") + block("a", a) +
+               number("LDA", lda) + block("b", b) + number("LDB", ldb) + block("c", c) + number("LDC", ldc);
+    });
+    passOn("dgemm_", transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);
+}
+
+STANDS_IN dpotrf_(const char* uplo, const int* n, double* a, const int* lda, int* info, std::size_t length)
+{
+    record("dpotrf", [&] { return letters({uplo}) + number("N", n) + block("a", a) + number("LDA", lda); });
+    passOn("dpotrf_", uplo, n, a, lda, info, length);
+}
+
+STANDS_IN dpotrs_(const char* uplo, const int* n, const int* nrhs, const double* a, const int* lda, double* b,
+                  const int* ldb, int* info, std::size_t length)
+{
+    record("dpotrs", [&] {
+        return letters({uplo}) + number("N", n) + number("NRHS", nrhs) + number("LDA", lda) + block("b", b) +
+               number("LDB", ldb);
+    });
+    passOn("dpotrs_", uplo, n, nrhs, a, lda, b, ldb, info, length);
+}
+
+STANDS_IN dpotri_(const char* uplo, const int* n, double* a, const int* lda, int* info, std::size_t length)
+{
+    record("dpotri", [&] { return letters({uplo}) + number("N", n) + block("a", a) + number("LDA", lda); });
+    passOn("dpotri_", uplo, n, a, lda, info, length);
+}
+
+STANDS_IN dgesdd_(const char* jobz, const int* m, const int* n, double* a, const int* lda, double* s,
+                  double* u, const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork,
+                  int* iwork, int* info, std::size_t length)
+{
+    record("dgesdd", [&] {
+        return letters({jobz}) + number("M", m) + number("N", n) + block("a", a) + number("LDA", lda) +
+               block("s", s) + block("u", u) + number("LDU", ldu) + block("vt", vt) + number("LDVT", ldvt) +
+               block("work", work) + number("LWORK", lwork) + block("iwork", iwork);
+    });
+    passOn("dgesdd_", jobz, m, n, a, lda, s, u, ldu, vt, ldvt, work, lwork, iwork, info, length);
+    if (iterationStops) *info = 1;
+}
+
+STANDS_IN dsyev_(const char* jobz, const char* uplo, const int* n, double* a, const int* lda, double* w,
+                 double* work, const int* lwork, int* info, std::size_t l1, std::size_t l2)
+{
+    record("dsyev", [&] {
+        return letters({jobz, uplo}) + number("N", n) + block("a", a) + number("LDA", lda) + block("w", w) +
+               block("work", work) + number("LWORK", lwork);
+    });
+    passOn("dsyev_", jobz, uplo, n, a, lda, w, work, lwork, info, l1, l2);
+    if (iterationStops) *info = 1;
+}
+
 namespace Velmar::Lintrix::testing {
 namespace {
 
@@ -284,6 +348,107 @@ TEST(NativeCalls, OfMatrixSolveFollowTheShapeAndTheState)
     EXPECT_THAT(routinesOf(kTall), ElementsAre("dgeqrf", "dormqr", "dtrsm"));
     EXPECT_THAT(routinesOf(kWide), ElementsAre("dgelqf", "dtrsm", "dormlq"));
     EXPECT_THAT(routinesOf(Matrix(3, 3)), ElementsAre("dgetrf", "dgelqf", "dtrsm", "dormlq"));
+}
+
+TEST(NativeCalls, OfCholesky)
+{
+    const Matrix A = identity(5);
+    EXPECT_THAT(callsOf([&] { Cholesky cholesky(A); }), ElementsAre("dpotrf L N=5 a[25] LDA=5"));
+    const Cholesky cholesky(A);
+    EXPECT_THAT(callsOf([&] { cholesky.Solve(Matrix(5, 3)); }),
+                ElementsAre("dpotrs L N=5 NRHS=3 LDA=5 b[15] LDB=5"));
+    EXPECT_THAT(callsOf([&] { cholesky.Inverse(); }), ElementsAre("dpotri L N=5 a[25] LDA=5"));
+    EXPECT_THAT(callsOf([&] { cholesky.L(); }), ElementsAre());
+}
+
+TEST(NativeCalls, OfSVD)
+{
+    EXPECT_THAT(callsOf([] { SVD svd(kTall); }),
+                ElementsAre("dgesdd S M=9 N=5 a[45] LDA=9 s[5] u[81] LDU=9 vt[25] LDVT=5 "
+                            "work[195] LWORK=195 iwork[40]"));
+    EXPECT_THAT(callsOf([] { SVD svd(kWide); }),
+                ElementsAre("dgesdd S M=5 N=9 a[45] LDA=5 s[5] u[25] LDU=5 vt[81] LDVT=9 "
+                            "work[195] LWORK=195 iwork[40]"));
+    EXPECT_THAT(callsOf([] { SVD svd(kTall, true); }),
+                ElementsAre("dgesdd N M=9 N=5 a[45] LDA=9 s[5] u=null LDU=9 vt=null LDVT=5 "
+                            "work[195] LWORK=195 iwork[40]"));
+    // the larger side decides
+    EXPECT_THAT(callsOf([] { SVD svd(Matrix(100, 2), true); }),
+                ElementsAre("dgesdd N M=100 N=2 a[200] LDA=100 s[2] u=null LDU=100 vt=null LDVT=2 "
+                            "work[112] LWORK=112 iwork[16]"));
+    const SVD wide(kWide), tall(kTall);
+    EXPECT_THAT(callsOf([&] { wide.PseudoInverse(); }),
+                ElementsAre("dgemm N T M=9 N=5 K=5 ALPHA=1 BETA=0 a[45] LDA=9 b[25] LDB=5 c[45] LDC=9"));
+    EXPECT_THAT(callsOf([&] { tall.PseudoInverse(); }),
+                ElementsAre("dgemm N T M=5 N=9 K=5 ALPHA=1 BETA=0 a[25] LDA=5 b[81] LDB=9 c[45] LDC=5"));
+    EXPECT_THAT(callsOf([&] {
+                    wide.U();
+                    wide.S();
+                    wide.V();
+                    wide.Rank();
+                }),
+                ElementsAre());
+}
+
+TEST(NativeCalls, OfSymEigen)
+{
+    EXPECT_THAT(callsOf([] { SymEigen eigen(kSquare); }),
+                ElementsAre("dsyev V L N=5 a[25] LDA=5 w[5] work[330] LWORK=330"));
+    EXPECT_THAT(callsOf([] { SymEigen eigen(kSquare, false); }),
+                ElementsAre("dsyev N L N=5 a[25] LDA=5 w[5] work[330] LWORK=330"));
+}
+
+TEST(NativeCalls, OfMatrixRankAndPseudoInverse)
+{
+    EXPECT_THAT(callsOf([] { kTall.Rank(); }), ElementsAre(::testing::StartsWith("dgesdd N ")));
+    EXPECT_THAT(callsOf([] { kTall.PseudoInverse(); }),
+                ElementsAre(::testing::StartsWith("dgesdd S "), ::testing::StartsWith("dgemm N T ")));
+}
+
+// While it lives, the iterations report that they did not converge.
+class StoppedIterations {
+public:
+    StoppedIterations() { iterationStops = true; }
+    ~StoppedIterations() { iterationStops = false; }
+};
+
+TEST(NativeCalls, SVDThatDidNotConvergeShowsWhatTheRoutineLeft)
+{
+    const SVD good(kWide);
+    const StoppedIterations stopped;
+    const SVD svd(kWide);
+    EXPECT_FALSE(svd.Succeeded());
+    EXPECT_TRUE(identical(svd.SingularValues(), good.SingularValues()));
+    EXPECT_TRUE(identical(svd.S(), good.S()));
+    EXPECT_TRUE(identical(svd.U().value(), good.U().value()));
+    EXPECT_TRUE(identical(svd.VH().value(), good.VH().value()));
+    EXPECT_EQ(svd.Rank(), 5); // by contract rank and pseudo-inverse do not look at the state
+    EXPECT_TRUE(identical(svd.PseudoInverse().value(), good.PseudoInverse().value()));
+}
+
+TEST(NativeCalls, OperationsOfMatrixTurnNoConvergenceIntoAFailure)
+{
+    constexpr const char* kFailed = "Operation has failed to complete.";
+    const StoppedIterations stopped;
+    const std::int64_t before = TrellConfiguration::TotalMemory();
+    expectFailure<OperationFailedException>([] { kTall.Rank(); }, kFailed);
+    expectFailure<OperationFailedException>([] { kTall.PseudoInverse(); }, kFailed);
+    expectFailure<OperationFailedException>([] { kTall.PseudoInverse(0.5); }, kFailed);
+    EXPECT_EQ(TrellConfiguration::TotalMemory(), before);
+}
+
+TEST(NativeCalls, SymEigenThatDidNotConvergeIsTurnedRoundAndReadable)
+{
+    const SymEigen good(kSquare);
+    const StoppedIterations stopped;
+    const SymEigen eigen(kSquare), values(kSquare, false);
+    EXPECT_FALSE(eigen.Succeeded());
+    EXPECT_TRUE(identical(eigen.Eigenvalues(), good.Eigenvalues()));
+    EXPECT_TRUE(identical(eigen.Eigenvectors().value(), good.Eigenvectors().value()));
+    EXPECT_TRUE(identical(eigen.D(), good.D()));
+    EXPECT_FALSE(values.Succeeded());
+    EXPECT_GT(values.Eigenvalue(0), values.Eigenvalue(4));
+    EXPECT_FALSE(values.Eigenvectors().has_value());
 }
 
 TEST(NativeCalls, FailingInverseIsAnUndefinedErrorAndLeavesNothingBehind)

@@ -32,14 +32,6 @@ void reflectRows(Matrix& A, std::mt19937_64& generator)
     }
 }
 
-double singularValue(Spectrum spectrum, int i, int count)
-{
-    if (spectrum == Spectrum::Geometric)
-        return count == 1 ? 1.0 : std::pow(1e-8, static_cast<double>(i) / (count - 1));
-    if (spectrum == Spectrum::OneTiny) return i + 1 == count && count > 1 ? 1e-12 : 1.0;
-    return 1.0;
-}
-
 bool sameCell(double x, double y)
 {
     return x == y || (std::isnan(x) && std::isnan(y));
@@ -88,6 +80,14 @@ Matrix randomMatrix(const Shape& shape, std::mt19937_64& generator)
     return A;
 }
 
+double singularValue(Spectrum spectrum, int i, int count)
+{
+    if (spectrum == Spectrum::Geometric)
+        return count == 1 ? 1.0 : std::pow(1e-8, static_cast<double>(i) / (count - 1));
+    if (spectrum == Spectrum::OneTiny) return i + 1 == count && count > 1 ? 1e-12 : 1.0;
+    return 1.0;
+}
+
 Matrix matrixWith(const Shape& shape, Spectrum spectrum, std::uint64_t seed)
 {
     std::mt19937_64 generator(seed);
@@ -107,6 +107,21 @@ Matrix matrixWith(const Shape& shape, Spectrum spectrum, std::uint64_t seed)
     Matrix transposed = naiveTranspose(A);
     for (int k = 0; k < 3; ++k) reflectRows(transposed, generator);
     return naiveTranspose(transposed);
+}
+
+Matrix symmetricWith(const std::vector<double>& eigenvalues, std::uint64_t seed)
+{
+    const int n = static_cast<int>(eigenvalues.size());
+    const Matrix Q = matrixWith({n, n}, Spectrum::Flat, seed);
+    Matrix QD(Q);
+    for (int j = 0; j < n; ++j) {
+        for (int i = 0; i < n; ++i) QD(i, j) *= eigenvalues[static_cast<std::size_t>(j)];
+    }
+    Matrix A = naiveProduct(QD, naiveTranspose(Q));
+    for (int j = 0; j < n; ++j) {
+        for (int i = 0; i < j; ++i) A(i, j) = A(j, i);
+    }
+    return A;
 }
 
 Matrix identity(int n)

@@ -40,6 +40,11 @@ const std::vector<Spectrum>& allSpectra();
 
 Matrix randomMatrix(const Shape& shape, std::mt19937_64& generator);
 Matrix matrixWith(const Shape& shape, Spectrum spectrum, std::uint64_t seed);
+/// Singular value i, from the largest, that matrixWith imposes; `count` = min(rows, cols). Not for Random and
+/// Graded, which impose none.
+double singularValue(Spectrum spectrum, int i, int count);
+/// Q*diag(eigenvalues)*Q' with a random orthogonal Q, symmetric to the bit.
+Matrix symmetricWith(const std::vector<double>& eigenvalues, std::uint64_t seed);
 Matrix identity(int n);
 
 /// Largest absolute column sum.

@@ -1,0 +1,102 @@
+// Real matrices of small size: singular values, eigenvalues and Cholesky factors judged as those of made
+// ones.
+
+#include <lintrix/decompositions/cholesky.h>
+#include <lintrix/decompositions/svd.h>
+#include <lintrix/decompositions/sym_eigen.h>
+#include <lintrix/dense/vector.h>
+
+#include "tests/decompositions/cases.h"
+
+#include <tools/dense_system.h>
+
+#include <ostream>
+#include <string>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+struct RealMatrix {
+    std::string file;
+    int rank; ///< numerical, with the default tolerance; the gap behind it is wide
+};
+
+struct SymmetricMatrix {
+    std::string file;
+    bool positiveDefinite;
+};
+
+std::ostream& operator<<(std::ostream& out, const RealMatrix& matrix)
+{
+    return out << matrix.file;
+}
+std::ostream& operator<<(std::ostream& out, const SymmetricMatrix& matrix)
+{
+    return out << matrix.file;
+}
+
+Matrix load(const std::string& file)
+{
+    tools::Progress quiet;
+    return tools::assemble(
+        tools::MatrixMarketReader(std::string(LINTRIX_TEST_DATA "/") + file, quiet).read());
+}
+
+class RealMatrices : public ::testing::TestWithParam<RealMatrix> {};
+class SymmetricMatrices : public ::testing::TestWithParam<SymmetricMatrix> {};
+
+TEST_P(RealMatrices, AreReproducedByTheirSingularVectorsAndHaveTheirRank)
+{
+    const Threads one(1);
+    const Matrix A = load(GetParam().file);
+    const SVD svd(A);
+    ASSERT_TRUE(svd.Succeeded());
+    const Matrix product = naiveProduct(svd.U().value(), naiveProduct(svd.S(), svd.VH().value()));
+    EXPECT_LT(differenceRatio(A, product), kResidualLimit);
+    EXPECT_LT(orthogonalityRatio(svd.U().value()), kResidualLimit);
+    EXPECT_EQ(svd.Rank(), GetParam().rank);
+    EXPECT_EQ(A.Rank(), GetParam().rank);
+}
+
+TEST_P(SymmetricMatrices, AreReproducedByTheirEigenvectors)
+{
+    const Threads one(1);
+    const Matrix A = load(GetParam().file);
+    ASSERT_TRUE(A.IsSymmetric(0.0));
+    const SymEigen eigen(A);
+    ASSERT_TRUE(eigen.Succeeded());
+    const Matrix X = eigen.Eigenvectors().value();
+    EXPECT_LT(differenceRatio(A, naiveProduct(X, naiveProduct(eigen.D(), naiveTranspose(X)))),
+              kResidualLimit);
+    EXPECT_LT(orthogonalityRatio(X), kResidualLimit);
+}
+
+TEST_P(SymmetricMatrices, FactorizeExactlyWhenPositiveDefinite)
+{
+    const Threads one(1);
+    const Matrix A = load(GetParam().file);
+    const Cholesky cholesky(A);
+    ASSERT_EQ(cholesky.Succeeded(), GetParam().positiveDefinite);
+    if (!GetParam().positiveDefinite) return; // the state is all there is to see
+    const Matrix L = cholesky.L().value(), B = rightHandsFor(A, 2);
+    EXPECT_LT(differenceRatio(A, naiveProduct(L, naiveTranspose(L))), kResidualLimit);
+    EXPECT_LT(solveRatio(A, cholesky.Solve(B), B), kResidualLimit);
+}
+
+INSTANTIATE_TEST_SUITE_P(Small, RealMatrices,
+                         ::testing::Values(RealMatrix{"b1_ss.mtx", 7}, RealMatrix{"jgl011.mtx", 5},
+                                           RealMatrix{"curtis54.mtx", 50}, RealMatrix{"lnsp_131.mtx", 125},
+                                           RealMatrix{"fs_183_1.mtx", 183}, RealMatrix{"n3c4-b4.mtx", 5},
+                                           RealMatrix{"Maragal_1.mtx", 10}, RealMatrix{"ash219.mtx", 85},
+                                           RealMatrix{"lp_share2b.mtx", 96}, RealMatrix{"bcsstk04.mtx", 132},
+                                           RealMatrix{"bcsstm01.mtx", 24}, RealMatrix{"sphere2.mtx", 64}));
+
+INSTANTIATE_TEST_SUITE_P(Small, SymmetricMatrices,
+                         ::testing::Values(SymmetricMatrix{"bcsstk04.mtx", true},
+                                           SymmetricMatrix{"Trefethen_500.mtx", true},
+                                           SymmetricMatrix{"662_bus.mtx", true},
+                                           SymmetricMatrix{"bcsstm01.mtx", false},
+                                           SymmetricMatrix{"sphere2.mtx", false}));
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
