@@ -21,6 +21,22 @@ namespace Velmar::Lintrix {
 /// Where an archive comes from or goes to. Carried along by contract; nothing reads it.
 class StreamingContext {};
 
+class SerializationInfo;
+
+namespace detail {
+
+/// The way to the restoring constructors, which are protected by contract: a class that befriends it can be
+/// restored by `FromArchive`.
+struct ArchiveAccess {
+    template <class T>
+    static T restore(const SerializationInfo& info, const StreamingContext& context)
+    {
+        return T(info, context);
+    }
+};
+
+} // namespace detail
+
 /// Keyed, ordered, typed store.
 class LINTRIX_EXPORT SerializationInfo {
 public:
@@ -64,5 +80,21 @@ private:
 
     std::vector<std::pair<std::string, Value>> values_;
 };
+
+/// What `object` writes of itself.
+template <class T>
+SerializationInfo ToArchive(const T& object)
+{
+    SerializationInfo info;
+    object.GetObjectData(info, StreamingContext());
+    return info;
+}
+
+/// The object that `info` tells of: `FromArchive<Matrix>(info)`. Fails as the restoring constructor of `T`.
+template <class T>
+T FromArchive(const SerializationInfo& info)
+{
+    return detail::ArchiveAccess::restore<T>(info, StreamingContext());
+}
 
 } // namespace Velmar::Lintrix
