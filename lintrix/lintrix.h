@@ -11,6 +11,7 @@
 #include <lintrix/dense/matrix.h>
 #include <lintrix/dense/vector.h>
 #include <lintrix/foundation/archive.h>
+#include <lintrix/foundation/archive_stream.h>
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/number_format.h>
 #include <lintrix/services/blas_identity.h>

@@ -70,6 +70,8 @@ public:
         return get<std::vector<std::complex<double>>>(name);
     }
 
+    bool Contains(std::string_view name) const noexcept { return find(name) != nullptr; }
+
     /// All values in the order of their adding.
     const std::vector<std::pair<std::string, Value>>& Values() const noexcept { return values_; }
 
