@@ -67,6 +67,6 @@ if(complaint)
 endif()
 
 get_filename_component(LINTRIX_BLAS_DIR "${LINTRIX_BLAS_LIBRARY}" DIRECTORY)
-add_library(Lintrix::blas UNKNOWN IMPORTED)
+add_library(Lintrix::blas UNKNOWN IMPORTED GLOBAL)
 set_target_properties(Lintrix::blas PROPERTIES IMPORTED_LOCATION "${LINTRIX_BLAS_LIBRARY}")
 message(STATUS "BLAS and LAPACK: ${LINTRIX_BLAS_LIBRARY}")

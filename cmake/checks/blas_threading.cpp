@@ -1,4 +1,5 @@
-// Passes when the library is OpenBLAS threaded by OpenMP. openblas_get_parallel(): 0 sequential, 1 pthread, 2 OpenMP.
+// Passes when the library is OpenBLAS threaded by OpenMP. openblas_get_parallel(): 0 sequential, 1 pthread, 2
+// OpenMP.
 #include <cstdio>
 
 extern "C" int openblas_get_parallel();

@@ -65,18 +65,22 @@ Matrix LQ::Solve(const Matrix& rightHands) const
     if (mRows > mCols) throw SizeMismatchException("Overdetermined system.");
 
     // A flat copy: the right-hand sides stand at a column stride of m. The cells behind them are zero, which
-    // makes the first column of the result the shortest solution.
+    // makes the solution for a single right-hand side the shortest one.
     const std::int32_t nrhs = rightHands.Cols(), cells = detail::cellCount(mCols, nrhs);
     auto block = Block<double>::zeroed(cells);
     std::copy_n(DenseAccess::cells(rightHands), DenseAccess::count(rightHands), block.get());
 
     detail::blas::trsm('L', 'L', 'N', 'N', mRows, nrhs, 1.0, packed(), mRows, block.get(), mRows);
     // block := Q'*block. By contract with leading dimension n, though the step before left the columns at a
-    // stride of m: so only the first column of a wide system is settled.
+    // stride of m: so only the first column of a wide system is a solution. By contract, too, LWORK = 64*n,
+    // and the routine asks for as many cells as it is given columns: a block of more columns goes in parts.
     const Workspace work(detail::kBlockSize * mCols);
     int info = 0;
-    detail::lapack::ormlq('L', 'T', mCols, nrhs, mRows, packed(), mRows, tau.get(), block.get(), mCols,
-                          work.get(), work.lwork, info);
+    for (std::int32_t j = 0, columns; j < nrhs; j += columns) {
+        columns = std::min(nrhs - j, work.lwork);
+        detail::lapack::ormlq('L', 'T', mCols, columns, mRows, packed(), mRows, tau.get(),
+                              block.get() + std::int64_t{mCols} * j, mCols, work.get(), work.lwork, info);
+    }
     return DenseAccess::adopt(std::move(block), mCols, nrhs);
 }
 

@@ -16,20 +16,23 @@ namespace Velmar::Lintrix {
 /// Cost: 2 m^2 (n - m/3) operations for m <= n.
 class LINTRIX_EXPORT LQ {
 public:
+    /// Factorizes any shape.
     explicit LQ(const Matrix& matrix);
+    /// Takes the factors over and leaves the source released.
     LQ(LQ&&) noexcept = default;
+    /// Takes the factors over and leaves the source released.
     LQ& operator=(LQ&&) noexcept = default;
 
-    std::int32_t Rows() const noexcept { return mRows; }
-    std::int32_t Cols() const noexcept { return mCols; }
+    std::int32_t Rows() const noexcept { return mRows; } ///< m
+    std::int32_t Cols() const noexcept { return mCols; } ///< n
 
     Matrix L() const; ///< m x p, lower trapezoidal
     Matrix Q() const; ///< p x n, orthonormal rows
 
-    /// X (n x nrhs) with A*X = rightHands, m <= n; for m < n the shortest one. By contract that holds for the
-    /// first column, and for all of them when m = n; further columns of a wide system are not solutions. A
-    /// singular L gives what the triangular solve produced, infinities and NaNs included. Checks, in this
-    /// order:
+    /// X (n x nrhs) with A*X = rightHands, m <= n; for m < n and a single right-hand side the shortest one.
+    /// By contract a wide system with several is settled in the first column alone, which solves its
+    /// equations but is not the shortest solution; further columns are no solutions. A singular L gives what
+    /// the triangular solve produced, infinities and NaNs included. Checks, in this order:
     /// @throws SizeMismatchException  rightHands.Rows() != m: "Matrix sizes do not match."
     /// @throws SizeMismatchException  m > n: "Overdetermined system."
     Matrix Solve(const Matrix& rightHands) const;

@@ -40,13 +40,12 @@ const T& SerializationInfo::get(std::string_view name) const
 template LINTRIX_EXPORT const bool& SerializationInfo::get<bool>(std::string_view) const;
 template LINTRIX_EXPORT const std::int32_t& SerializationInfo::get<std::int32_t>(std::string_view) const;
 template LINTRIX_EXPORT const std::int64_t& SerializationInfo::get<std::int64_t>(std::string_view) const;
+template LINTRIX_EXPORT const float& SerializationInfo::get<float>(std::string_view) const;
 template LINTRIX_EXPORT const double& SerializationInfo::get<double>(std::string_view) const;
 template LINTRIX_EXPORT const std::string& SerializationInfo::get<std::string>(std::string_view) const;
 template LINTRIX_EXPORT const std::vector<std::int32_t>&
     SerializationInfo::get<std::vector<std::int32_t>>(std::string_view) const;
 template LINTRIX_EXPORT const std::vector<double>&
     SerializationInfo::get<std::vector<double>>(std::string_view) const;
-template LINTRIX_EXPORT const std::vector<std::complex<double>>&
-    SerializationInfo::get<std::vector<std::complex<double>>>(std::string_view) const;
 
 } // namespace Velmar::Lintrix

@@ -7,7 +7,6 @@
 
 #include <lintrix/services/export.h>
 
-#include <complex>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -40,21 +39,26 @@ struct ArchiveAccess {
 /// Keyed, ordered, typed store.
 class LINTRIX_EXPORT SerializationInfo {
 public:
-    using Value =
-        std::variant<bool, std::int32_t, std::int64_t, double, std::string, std::vector<std::int32_t>,
-                     std::vector<double>, std::vector<std::complex<double>>>;
+    /// The types that the archive forms of the classes use. Complex data is a `double` array, real and
+    /// imaginary parts in turn.
+    using Value = std::variant<bool, std::int32_t, std::int64_t, float, double, std::string,
+                               std::vector<std::int32_t>, std::vector<double>>;
 
     /// Appends `value` under `name`.
     /// @throws SerializationException  the name is taken: "Value 'NAME' was already added to the archive."
     void AddValue(std::string_view name, Value value);
 
-    /// The value of `name` in its stored type; nothing is converted.
-    /// @throws SerializationException  no such name: "Value 'NAME' was not found in the archive."; another
-    /// type:
-    ///         "Value 'NAME' in the archive is of another type."
+    /// @name Reading
+    /// @{
+
+    /// The value of `name` in its stored type; nothing is converted. What is returned by reference or as a
+    /// span stays good until the next AddValue.
+    /// @throws SerializationException  no such name: "Value 'NAME' was not found in the archive."
+    /// @throws SerializationException  another type: "Value 'NAME' in the archive is of another type."
     bool GetBoolean(std::string_view name) const { return get<bool>(name); }
     std::int32_t GetInt32(std::string_view name) const { return get<std::int32_t>(name); }
     std::int64_t GetInt64(std::string_view name) const { return get<std::int64_t>(name); }
+    float GetSingle(std::string_view name) const { return get<float>(name); }
     double GetDouble(std::string_view name) const { return get<double>(name); }
     const std::string& GetString(std::string_view name) const { return get<std::string>(name); }
     std::span<const std::int32_t> GetInt32Array(std::string_view name) const
@@ -65,10 +69,7 @@ public:
     {
         return get<std::vector<double>>(name);
     }
-    std::span<const std::complex<double>> GetComplexArray(std::string_view name) const
-    {
-        return get<std::vector<std::complex<double>>>(name);
-    }
+    /// @}
 
     bool Contains(std::string_view name) const noexcept { return find(name) != nullptr; }
 

@@ -46,9 +46,11 @@ public:
     }
 
     Block(Block&& other) noexcept : cells_(other.release()) {}
+    /// Releases the own block at once; `other` is left empty, unless it is this one.
     Block& operator=(Block&& other) noexcept
     {
-        std::swap(cells_, other.cells_);
+        Block taken(std::move(other));
+        std::swap(cells_, taken.cells_);
         return *this;
     }
     ~Block() { _free_mem_int(cells_); }

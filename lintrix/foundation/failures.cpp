@@ -43,12 +43,14 @@ MatrixException::MatrixException() noexcept : text_(kMatrix)
 }
 
 MatrixException::MatrixException(std::string_view message, std::exception_ptr innerException)
-    : details_(std::make_shared<const Details>(std::string(message), std::move(innerException)))
+    : details_(std::make_shared<const Details>(Details{std::string(message), std::move(innerException)}))
 {
 }
 
 MatrixException::MatrixException(const SerializationInfo& info, const StreamingContext&)
-    : MatrixException(info.GetString("Message"), restoredInner(info.GetString("InnerMessage")))
+    // Braces: read in this order, so that the first missing key is the one complained of.
+    : details_(std::make_shared<const Details>(
+          Details{info.GetString("Message"), restoredInner(info.GetString("InnerMessage"))}))
 {
 }
 

@@ -1,0 +1,50 @@
+# Install rules: the library, its headers, the command, and the two descriptions by which another project finds
+# them, a CMake package and a pkg-config file. The installed tree may be moved: both work from where they stand.
+
+include(CMakePackageConfigHelpers)
+set(LINTRIX_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Lintrix")
+set(LINTRIX_PKGCONFIG_DIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+install(TARGETS lintrix EXPORT Lintrix)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/lintrix" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+  FILES_MATCHING PATTERN "*.h")
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
+if(TARGET lintrix_command)
+  # It finds the library from where it stands, and a static build of it finds BLAS.
+  cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
+    BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}" OUTPUT_VARIABLE lib_from_bin)
+  set_target_properties(lintrix_command PROPERTIES
+    INSTALL_RPATH "$ORIGIN/${lib_from_bin};${LINTRIX_BLAS_DIR}" BUILD_WITH_INSTALL_RPATH ON)
+  install(TARGETS lintrix_command)
+endif()
+
+# The CMake package. A shared library brings its own dependencies along; a static one hands them on.
+install(EXPORT Lintrix NAMESPACE Lintrix:: FILE LintrixTargets.cmake DESTINATION "${LINTRIX_CMAKE_DIR}")
+configure_package_config_file(
+  "${PROJECT_SOURCE_DIR}/cmake/package/LintrixConfig.cmake.in" "${PROJECT_BINARY_DIR}/package/LintrixConfig.cmake"
+  INSTALL_DESTINATION "${LINTRIX_CMAKE_DIR}" NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(
+  "${PROJECT_BINARY_DIR}/package/LintrixConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(FILES
+  "${PROJECT_BINARY_DIR}/package/LintrixConfig.cmake" "${PROJECT_BINARY_DIR}/package/LintrixConfigVersion.cmake"
+  DESTINATION "${LINTRIX_CMAKE_DIR}")
+
+# The pkg-config file.
+set(pc_cflags "")
+if(LINTRIX_HARDENED)
+  string(APPEND pc_cflags " -DLINTRIX_HARDENED")
+endif()
+set(pc_libs_private "")
+if(NOT BUILD_SHARED_LIBS)
+  string(APPEND pc_cflags " -DLINTRIX_STATIC")
+  get_target_property(hwloc_library PkgConfig::hwloc INTERFACE_LINK_LIBRARIES)
+  string(JOIN " " pc_libs_private
+    "${LINTRIX_BLAS_LIBRARY}" "-Wl,-rpath,${LINTRIX_BLAS_DIR}" ${hwloc_library} "${OpenMP_CXX_FLAGS}")
+endif()
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+  BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE pc_prefix_from_here)
+configure_file(
+  "${PROJECT_SOURCE_DIR}/cmake/package/lintrix.pc.in" "${PROJECT_BINARY_DIR}/package/lintrix.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/package/lintrix.pc" DESTINATION "${LINTRIX_PKGCONFIG_DIR}")

@@ -1,0 +1,98 @@
+# Which file may include which header. ROOT is the tree to look at; with EXPECTED, the complaints must be exactly
+# the lines of that file, which is how this check itself is tested.
+#
+# A room includes its own headers and those of the rooms behind its arrows:
+#   services <- foundation <- dense <- complex <- decompositions <- sparse <- solvers
+#   services <- engine <- solvers          (of the engine, pardiso.h alone is seen from outside)
+#   services <- sparse/kernels <- sparse, solvers
+# The command and the examples are users like any other: public headers only.
+cmake_minimum_required(VERSION 3.25)
+
+set(may_include_services "")
+set(may_include_foundation services)
+set(may_include_dense services foundation)
+set(may_include_complex services foundation dense)
+set(may_include_decompositions services foundation dense complex)
+set(may_include_sparse services foundation dense complex decompositions sparse/kernels)
+set(may_include_solvers services foundation dense complex decompositions sparse sparse/kernels engine)
+set(may_include_engine services)
+set(may_include_sparse/kernels services)
+
+set(internal_headers
+  "/detail/" "^lintrix/dense/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$")
+
+# The room of a path below lintrix/; empty for lintrix/lintrix.h and what lies outside.
+function(room_of path result)
+  set(room "")
+  if(path MATCHES "^lintrix/(sparse/kernels|[^/]+)/")
+    set(room "${CMAKE_MATCH_1}")
+  endif()
+  set(${result} "${room}" PARENT_SCOPE)
+endfunction()
+
+function(complain text)
+  set_property(GLOBAL APPEND PROPERTY complaints "${text}")
+endfunction()
+
+function(check_include_of_room file room header)
+  room_of("${header}" from)
+  if(NOT DEFINED may_include_${room})
+    complain("${file}: no room is called ${room}")
+  elseif(NOT from STREQUAL room AND NOT from IN_LIST may_include_${room})
+    complain("${file}: ${room} may not include ${header}")
+  elseif(from STREQUAL "engine" AND NOT room STREQUAL "engine" AND NOT header STREQUAL "lintrix/engine/pardiso.h")
+    complain("${file}: ${header} is internal to the engine")
+  endif()
+endfunction()
+
+function(check_include_of_user file header)
+  foreach(pattern IN LISTS internal_headers)
+    if(header MATCHES "${pattern}")
+      complain("${file}: ${header} is internal to the library")
+      return()
+    endif()
+  endforeach()
+endfunction()
+
+function(check_file file)
+  room_of("${file}" room)
+  file(STRINGS "${ROOT}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
+  foreach(line IN LISTS lines)
+    if(line MATCHES "<(lintrix/[^>]+)>")
+      set(header "${CMAKE_MATCH_1}")
+      if(room STREQUAL "")
+        check_include_of_user("${file}" "${header}")
+      else()
+        check_include_of_room("${file}" "${room}" "${header}")
+      endif()
+    elseif(file MATCHES "^lintrix/" AND line MATCHES "\"([^\"]+)\"")
+      complain("${file}: \"${CMAKE_MATCH_1}\" is not included by its path from the root")
+    elseif(line MATCHES "\"(lintrix/[^\"]+)\"")
+      complain("${file}: ${CMAKE_MATCH_1} is included with quotes")
+    endif()
+  endforeach()
+endfunction()
+
+file(GLOB_RECURSE files RELATIVE "${ROOT}"
+  "${ROOT}/lintrix/*.h" "${ROOT}/lintrix/*.cpp" "${ROOT}/tools/*.h" "${ROOT}/tools/*.cpp" "${ROOT}/examples/*.cpp")
+list(LENGTH files count)
+if(count EQUAL 0)
+  message(FATAL_ERROR "No source file below ${ROOT}.")
+endif()
+foreach(file IN LISTS files)
+  check_file("${file}")
+endforeach()
+get_property(complaints GLOBAL PROPERTY complaints)
+
+set(expected "")
+if(DEFINED EXPECTED)
+  file(STRINGS "${EXPECTED}" expected)
+endif()
+list(SORT complaints)
+list(SORT expected)
+if(NOT "${complaints}" STREQUAL "${expected}")
+  list(JOIN complaints "\n  " found)
+  list(JOIN expected "\n  " wanted)
+  message(FATAL_ERROR "Complaints:\n  ${found}\nexpected:\n  ${wanted}")
+endif()
+message(STATUS "${count} files looked at")

@@ -1,0 +1,2 @@
+#include "lintrix/lintrix.h"
+#include <lintrix/services/lapack.h>

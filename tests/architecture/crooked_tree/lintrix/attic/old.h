@@ -1,0 +1,1 @@
+#include <lintrix/services/threads.h>

@@ -1,0 +1,3 @@
+#include <lintrix/decompositions/lu.h>
+#include <lintrix/foundation/failures.h>
+#include <lintrix/services/threads.h>

@@ -1,0 +1,2 @@
+#include <lintrix/dense/matrix.h>
+#include <lintrix/engine/params.h>

@@ -1,0 +1,1 @@
+#include <lintrix/dense/matrix.h>

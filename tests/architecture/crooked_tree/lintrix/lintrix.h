@@ -1,0 +1,2 @@
+#include <lintrix/dense/detail/sizes.h>
+#include <lintrix/dense/matrix.h>

@@ -1,0 +1,1 @@
+#include <lintrix/foundation/failures.h>

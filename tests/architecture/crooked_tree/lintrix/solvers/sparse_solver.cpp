@@ -1,0 +1,2 @@
+#include <lintrix/engine/params.h>
+#include <lintrix/engine/pardiso.h>

@@ -1,0 +1,2 @@
+#include <lintrix/services/threads.h>
+#include <lintrix/sparse/sparse_matrix.h>

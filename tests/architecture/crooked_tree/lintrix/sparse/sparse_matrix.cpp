@@ -1,0 +1,2 @@
+#include <lintrix/solvers/sparse_solver.h>
+#include <lintrix/sparse/kernels/multiply.h>

@@ -1,0 +1,3 @@
+#include "tools/reader.h"
+#include <lintrix/dense/access.h>
+#include <lintrix/dense/matrix.h>

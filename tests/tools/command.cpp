@@ -1,0 +1,209 @@
+#include <tests/tools/command.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#if defined(__has_feature)
+#define LINTRIX_HAS_FEATURE(x) __has_feature(x)
+#else
+#define LINTRIX_HAS_FEATURE(x) 0
+#endif
+
+namespace Velmar::Lintrix::testing {
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                                         \
+    LINTRIX_HAS_FEATURE(address_sanitizer) || LINTRIX_HAS_FEATURE(thread_sanitizer)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
+void require(int error, const char* what)
+{
+    if (error != 0) throw std::system_error(error, std::generic_category(), what);
+}
+
+/// Lowers a soft limit, which a child inherits, for the length of a scope.
+class SoftLimit {
+public:
+    SoftLimit(__rlimit_resource resource, rlim_t value) : resource_(resource)
+    {
+        getrlimit(resource_, &before_);
+        rlimit lowered = before_;
+        lowered.rlim_cur = std::min(before_.rlim_cur, value);
+        setrlimit(resource_, &lowered);
+    }
+    ~SoftLimit() { setrlimit(resource_, &before_); }
+    SoftLimit(const SoftLimit&) = delete;
+    SoftLimit& operator=(const SoftLimit&) = delete;
+
+private:
+    __rlimit_resource resource_;
+    rlimit before_{};
+};
+
+/// The list of what posix_spawn does in the child before the command starts.
+class FileActions {
+public:
+    FileActions() { require(posix_spawn_file_actions_init(&actions_), "file actions"); }
+    ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
+    FileActions(const FileActions&) = delete;
+    FileActions& operator=(const FileActions&) = delete;
+
+    void open(int descriptor, const std::string& path, int flags)
+    {
+        require(posix_spawn_file_actions_addopen(&actions_, descriptor, path.c_str(), flags, 0600),
+                "addopen");
+    }
+    void duplicate(int from, int to)
+    {
+        require(posix_spawn_file_actions_adddup2(&actions_, from, to), "dup2");
+    }
+    void close(int descriptor) { require(posix_spawn_file_actions_addclose(&actions_, descriptor), "close"); }
+    const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+private:
+    posix_spawn_file_actions_t actions_;
+};
+
+/// The writing end of a pipe whose reading end is closed.
+int brokenPipe()
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) require(errno, "pipe");
+    close(ends[0]);
+    return ends[1];
+}
+
+pid_t spawn(const std::vector<std::string>& arguments, const FileActions& actions)
+{
+    std::vector<char*> words{const_cast<char*>("lintrix")};
+    for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
+    words.push_back(nullptr);
+    setenv("OMP_WAIT_POLICY", "passive", 0); // tests run side by side: idle threads must not spin
+    pid_t child = 0;
+    require(posix_spawn(&child, LINTRIX_COMMAND, actions.get(), nullptr, words.data(), environ),
+            LINTRIX_COMMAND);
+    return child;
+}
+
+int waitFor(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) require(errno, "waitpid");
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace
+
+Scratch::Scratch()
+{
+    std::string name = ::testing::TempDir() + "lintrix_XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) require(errno, "mkdtemp");
+    folder_ = name;
+}
+
+Scratch::~Scratch()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+}
+
+std::string Scratch::file(const std::string& name, std::string_view content) const
+{
+    std::filesystem::remove(folder_ / name); // some file systems wait for the disk when a file is truncated
+    std::ofstream stream(folder_ / name, std::ios::binary);
+    stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+    stream.close();
+    if (!stream) throw std::runtime_error("cannot write " + name);
+    return at(name);
+}
+
+std::vector<std::string> Scratch::names() const
+{
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+        found.push_back(entry.path().filename().string());
+    }
+    std::ranges::sort(found);
+    return found;
+}
+
+std::string contentOf(const std::string& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream) throw std::runtime_error("cannot read " + path);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string compressed(std::string_view content)
+{
+    constexpr int gzipWindow = 15 + 16;
+    z_stream stream{};
+    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, gzipWindow, 9, Z_DEFAULT_STRATEGY);
+    std::string packed(deflateBound(&stream, content.size()), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));
+    stream.avail_in = static_cast<uInt>(content.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    const int result = deflate(&stream, Z_FINISH);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    if (result != Z_STREAM_END) throw std::runtime_error("deflate failed");
+    return packed;
+}
+
+std::string dataFile(const std::string& name)
+{
+    return LINTRIX_TEST_DATA "/" + name;
+}
+
+Outcome run(const Invocation& invocation)
+{
+    const Scratch captured;
+    const std::string out = invocation.output.empty() ? captured.file("out", "") : invocation.output;
+    const std::string err = invocation.error.empty() ? captured.file("err", "") : invocation.error;
+    FileActions actions;
+    actions.open(STDIN_FILENO, invocation.input, O_RDONLY);
+    actions.open(STDOUT_FILENO, out, O_WRONLY);
+    actions.open(STDERR_FILENO, err, O_WRONLY | O_NOCTTY);
+    const int pipeEnd = invocation.outputBroken ? brokenPipe() : -1;
+    if (invocation.outputBroken) actions.duplicate(pipeEnd, STDOUT_FILENO);
+    if (invocation.outputClosed) actions.close(STDOUT_FILENO);
+
+    Outcome outcome;
+    {
+        const SoftLimit memory(RLIMIT_AS, kSanitized ? RLIM_INFINITY : rlim_t{1} << 30);
+        const SoftLimit fileSize(RLIMIT_FSIZE, invocation.fileLimit.value_or(RLIM_INFINITY));
+        outcome.exitCode = waitFor(spawn(invocation.arguments, actions));
+    }
+    if (pipeEnd >= 0) close(pipeEnd);
+    if (invocation.output.empty()) outcome.out = contentOf(out);
+    if (invocation.error.empty()) outcome.err = contentOf(err);
+    return outcome;
+}
+
+Outcome run(std::vector<std::string> arguments)
+{
+    Invocation invocation;
+    invocation.arguments = std::move(arguments);
+    return run(invocation);
+}
+
+} // namespace Velmar::Lintrix::testing

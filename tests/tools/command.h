@@ -1,0 +1,59 @@
+#pragma once
+// Runs the built command as a user would, and looks at everything it leaves behind.
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/resource.h>
+
+namespace Velmar::Lintrix::testing {
+
+/// A folder of the test's own, removed with all it holds.
+class Scratch {
+public:
+    Scratch();
+    ~Scratch();
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    /// Where a file of this name stands, or would.
+    std::string at(const std::string& name) const { return (folder_ / name).string(); }
+    /// Writes the file and tells its path.
+    std::string file(const std::string& name, std::string_view content) const;
+    /// What stands in the folder, sorted by name.
+    std::vector<std::string> names() const;
+
+private:
+    std::filesystem::path folder_;
+};
+
+std::string contentOf(const std::string& path);
+/// As gzip would pack it.
+std::string compressed(std::string_view content);
+/// Path of one of the real matrices.
+std::string dataFile(const std::string& name);
+
+struct Invocation {
+    std::vector<std::string> arguments;
+    std::string input = "/dev/null"; ///< file for standard input
+    std::string output;              ///< file or device for standard output; empty: captured
+    std::string error;               ///< likewise for standard error
+    bool outputClosed = false;       ///< the command starts without a standard output
+    bool outputBroken = false;       ///< standard output is a pipe that nobody reads
+    std::optional<rlim_t> fileLimit; ///< largest file the command may write, in bytes
+};
+
+struct Outcome {
+    int exitCode = -1; ///< -1: ended by a signal
+    std::string out, err;
+};
+
+/// Runs `lintrix` with an address space of 1 GiB, except under the sanitizers, which need more than any
+/// limit.
+Outcome run(const Invocation& invocation);
+Outcome run(std::vector<std::string> arguments);
+
+} // namespace Velmar::Lintrix::testing

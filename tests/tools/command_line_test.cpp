@@ -1,0 +1,173 @@
+// Arguments, help, version, and what happens to the standard streams.
+
+#include <tests/tools/command.h>
+
+#include <lintrix/lintrix.h>
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+const std::string kIdentity = "%%MatrixMarket matrix coordinate real general\n2 2 2\n1 1 1\n2 2 1\n";
+
+struct WrongUsage {
+    std::vector<std::string> arguments;
+    std::string text;
+};
+
+TEST(CommandLine, WrongUsageIsOneLineAndExitCodeTwo)
+{
+    const std::vector<WrongUsage> table{
+        {{}, "A subcommand is required (see lintrix --help)"},
+        {{"frobnicate"}, "'frobnicate' is not known (see lintrix --help)"},
+        {{"--frobnicate"}, "'--frobnicate' is not known (see lintrix --help)"},
+        {{"bad\nname"}, "'bad\\x0aname' is not known (see lintrix --help)"},
+        {{"solve"}, "MATRIX is required (see lintrix solve --help)"},
+        {{"solve", "a", "b"}, "The following argument was not expected: b (see lintrix solve --help)"},
+        {{"solve", "a", "--frobnicate"},
+         "The following argument was not expected: --frobnicate (see lintrix solve --help)"},
+        {{"solve", "a", "--rhs"}, "--rhs: 1 required FILE missing (see lintrix solve --help)"},
+        {{"solve", "a", "--out"}, "--out: 1 required FILE missing (see lintrix solve --help)"},
+        {{"solve", "a", "--threads"}, "--threads: 1 required N missing (see lintrix solve --help)"},
+    };
+    for (const WrongUsage& usage : table) {
+        const Outcome outcome = run(usage.arguments);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(outcome.err, "lintrix: " + usage.text + "\n");
+    }
+}
+
+TEST(CommandLine, AThreadCountIsAWholeNumberOfAtLeastOne)
+{
+    const Scratch scratch;
+    const std::string matrix = scratch.file("a.mtx", kIdentity);
+    for (const std::string bad : {"0", "-1", "x", "1.5", "2x", " 1", "2147483648", "99999999999999999999"}) {
+        const Outcome outcome = run({"solve", matrix, "--threads=" + bad});
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.err,
+                  "lintrix: --threads: '" + bad +
+                      "' is not a whole number from 1 to 2147483647 (see lintrix solve --help)\n");
+    }
+    for (const std::string good : {"1", "2", "64"}) {
+        EXPECT_EQ(run({"solve", matrix, "--threads", good}).exitCode, 0);
+    }
+}
+
+TEST(CommandLine, HelpSpeaksOnStandardOutput)
+{
+    const Outcome all = run({"--help"});
+    EXPECT_EQ(all.exitCode, 0);
+    EXPECT_EQ(all.err, "");
+    EXPECT_THAT(all.out, StartsWith("Lintrix: double-precision linear algebra at the command line\n"
+                                    "Usage: lintrix [OPTIONS] SUBCOMMAND\n"));
+    EXPECT_THAT(all.out, HasSubstr("  solve                       Solve the linear system A*x = b\n"));
+
+    const Outcome solve = run({"solve", "--help"});
+    EXPECT_EQ(solve.exitCode, 0);
+    EXPECT_EQ(solve.err, "");
+    EXPECT_EQ(solve.out,
+              "Solve the linear system A*x = b\n"
+              "Usage: lintrix solve [OPTIONS] MATRIX\n"
+              "\n"
+              "Positionals:\n"
+              "  MATRIX REQUIRED             Matrix Market file of A, plain or gzip; - is standard input\n"
+              "\n"
+              "Options:\n"
+              "  -h,--help                   Print this help message and exit\n"
+              "  --rhs FILE                  File of right-hand sides; without it b = A*(1,...,1)\n"
+              "  --out FILE                  File for the solution, a Matrix Market array\n"
+              "  --threads N                 Threads to use, at least 1\n"
+              "  --json                      Report on one line of JSON\n"
+              "\n"
+              "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
+              "array; real, integer or pattern; general, symmetric or skew-symmetric.\n"
+              "Exit code: 0 solved, 1 no good solution (singular, inaccurate, ...), 2 usage or bad input.\n");
+}
+
+TEST(CommandLine, VersionTellsTheBlasAndItsThreads)
+{
+    const BlasIdentity blas = DescribeBlas();
+    const Outcome outcome = run({"--version"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.out, std::string("lintrix ") + LibraryVersion() + "\nBLAS: " + blas.library +
+                               "\nBLAS file: " + blas.file + "\nBLAS kernels for: " + blas.core +
+                               "\nBLAS threading: OpenMP\nthreads in force: " + std::to_string(blas.threads) +
+                               "\n");
+}
+
+TEST(CommandLine, AFileThatCannotBeReadIsNamed)
+{
+    const Scratch scratch;
+    const std::string missing = scratch.at("none.mtx");
+    EXPECT_EQ(run({"solve", missing}).err,
+              "lintrix: " + missing + ": cannot be opened: No such file or directory\n");
+    const std::string folder = scratch.at(".");
+    EXPECT_EQ(run({"solve", folder}).err, "lintrix: " + folder + ": is a directory\n");
+    const std::string matrix = scratch.file("a.mtx", kIdentity);
+    const Outcome rightHand = run({"solve", matrix, "--rhs", missing});
+    EXPECT_EQ(rightHand.exitCode, 2);
+    EXPECT_EQ(rightHand.err, "lintrix: " + missing + ": cannot be opened: No such file or directory\n");
+}
+
+TEST(CommandLine, ANameWithControlCharactersStaysOnOneLine)
+{
+    const Scratch scratch;
+    const std::string path = scratch.file("a\nb\x1b.mtx", "x");
+    const Outcome outcome = run({"solve", path});
+    EXPECT_EQ(outcome.err, "lintrix: " + scratch.at("a\\x0ab\\x1b.mtx") +
+                               ":1: a Matrix Market file begins with '%%MatrixMarket', not with 'x'\n");
+}
+
+/// Every way in which the report can fail to be written; the solution must not appear either.
+TEST(CommandLine, AReportThatCannotBeWrittenIsAFailure)
+{
+    const Scratch scratch;
+    Invocation invocation;
+    invocation.arguments = {"solve", scratch.file("a.mtx", kIdentity), "--out", scratch.at("x.mtx")};
+    Invocation full = invocation, closed = invocation, broken = invocation;
+    full.output = "/dev/full";
+    closed.outputClosed = true;
+    broken.outputBroken = true;
+    const std::vector<std::pair<Invocation, std::string>> table{
+        {full, "No space left on device"}, {closed, "Bad file descriptor"}, {broken, "Broken pipe"}};
+    for (const auto& [how, reason] : table) {
+        const Outcome outcome = run(how);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.err, "lintrix: standard output: cannot be written: " + reason + "\n");
+        EXPECT_THAT(scratch.names(), ElementsAre("a.mtx"));
+    }
+}
+
+TEST(CommandLine, HelpThatCannotBeWrittenIsAFailure)
+{
+    Invocation invocation;
+    invocation.arguments = {"--version"};
+    invocation.output = "/dev/full";
+    const Outcome outcome = run(invocation);
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "lintrix: standard output: cannot be written: No space left on device\n");
+}
+
+TEST(CommandLine, AnUnwritableStandardErrorDoesNotChangeTheExitCode)
+{
+    Invocation invocation;
+    invocation.error = "/dev/full";
+    invocation.arguments = {"solve", "/none"};
+    EXPECT_EQ(run(invocation).exitCode, 2);
+    invocation.arguments = {"solve", dataFile("jgl011.mtx")};
+    EXPECT_EQ(run(invocation).exitCode, 1);
+    invocation.arguments = {"solve", dataFile("sphere2.mtx")};
+    EXPECT_EQ(run(invocation).exitCode, 0);
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

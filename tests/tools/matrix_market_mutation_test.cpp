@@ -1,0 +1,145 @@
+// Sound files, damaged at random: the reader either takes what it finds or refuses it with one clear failure.
+
+#include <tests/tools/command.h>
+#include <tools/dense_system.h>
+#include <tools/input_error.h>
+#include <tools/matrix_market.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using namespace tools;
+
+std::vector<std::string> soundFiles()
+{
+    return {
+        "%%MatrixMarket matrix coordinate real general\n% c\n3 4 4\n1 1 1.5\n2 2 -2e-3\n3 4 1D2\n1 2 +7\n",
+        "%%MatrixMarket matrix coordinate integer symmetric\n3 3 3\n1 1 10\n3 1 -20\n3 3 30\n",
+        "%%MatrixMarket matrix coordinate pattern symmetric\r\n3 3 3\r\n1 1\r\n3 1\r\n3 3\r\n",
+        "%%MatrixMarket matrix coordinate real skew-symmetric\n4 4 2\n2 1 0.25\n4 3 1e10\n",
+        "%%MatrixMarket matrix array real general\n2 3\n1\n2\n3\n4\n5\n6\n",
+        "%%MatrixMarket matrix array integer symmetric\n3 3\n1\n2\n3\n4\n5\n6",
+        contentOf(dataFile("b1_ss.mtx")),
+        contentOf(dataFile("jgl011.mtx")),
+    };
+}
+
+using Generator = std::mt19937_64;
+
+std::size_t below(std::size_t limit, Generator& generator)
+{
+    return limit == 0 ? 0 : static_cast<std::size_t>(generator() % limit);
+}
+
+const std::string& randomPiece(Generator& generator)
+{
+    static const std::vector<std::string> pieces{"-",
+                                                 "+",
+                                                 ".",
+                                                 "e",
+                                                 "nan",
+                                                 "inf",
+                                                 "1e999",
+                                                 "0",
+                                                 "-1",
+                                                 "2147483647",
+                                                 "2147483648",
+                                                 "4294967296",
+                                                 "9223372036854775807",
+                                                 "18446744073709551616",
+                                                 "\n",
+                                                 "\r",
+                                                 "\r\n",
+                                                 " ",
+                                                 "\t",
+                                                 "%",
+                                                 "%%MatrixMarket",
+                                                 "symmetric",
+                                                 "skew-symmetric",
+                                                 "array",
+                                                 "pattern",
+                                                 "complex",
+                                                 std::string(1, '\0'),
+                                                 "\xff",
+                                                 "\x1f\x8b"};
+    return pieces[below(pieces.size(), generator)];
+}
+
+/// One damage: a byte changed, a piece put in, a stretch taken out or doubled, the end cut off.
+void damage(std::string& text, Generator& generator)
+{
+    const std::size_t at = below(text.size() + 1, generator);
+    const std::size_t length = std::min(below(12, generator), text.size() - at);
+    switch (generator() % 6) {
+    case 0:
+        if (at < text.size()) text[at] = static_cast<char>(generator());
+        break;
+    case 1:
+        text.insert(at, randomPiece(generator));
+        break;
+    case 2:
+        text.erase(at, length);
+        break;
+    case 3:
+        text.insert(at, text.substr(at, length));
+        break;
+    case 4:
+        text.replace(at, length, randomPiece(generator));
+        break;
+    default:
+        text.resize(at);
+    }
+}
+
+/// "" when the file was taken, else the message.
+std::string verdictOn(const std::string& path)
+{
+    Progress progress;
+    try {
+        MatrixMarketReader reader(path, progress);
+        requireRoom(reader.header(), 1e7);
+        const MatrixMarket matrix = reader.read();
+        std::int64_t visited = 0;
+        forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
+            ++visited;
+            if (row < 0 || row >= matrix.header.rows || col < 0 || col >= matrix.header.cols) ADD_FAILURE();
+            if (!std::isfinite(value)) ADD_FAILURE() << value;
+        });
+        EXPECT_EQ(visited, entryCount(matrix));
+        EXPECT_NO_THROW(assemble(matrix));
+    } catch (const InputError& error) {
+        return error.what();
+    }
+    return {};
+}
+
+TEST(MatrixMarketReader, DamagedFilesAreTakenOrRefusedInOneLine)
+{
+    const Scratch scratch;
+    const std::regex clear(scratch.at("a") + ":[1-9][0-9]*: [^\\x00-\\x1f]+");
+    const std::vector<std::string> sound = soundFiles();
+    Generator generator(20240607);
+    int taken = 0, refused = 0;
+    for (int round = 0; round < 4000; ++round) {
+        std::string text = sound[below(sound.size(), generator)];
+        for (std::size_t damages = 1 + below(2, generator); damages > 0; --damages) damage(text, generator);
+        const bool packed = generator() % 8 == 0;
+        if (packed) text = compressed(text);
+        if (packed && generator() % 2 == 0) damage(text, generator);
+        const std::string verdict = verdictOn(scratch.file("a", text));
+        ++(verdict.empty() ? taken : refused);
+        ASSERT_TRUE(verdict.empty() || std::regex_match(verdict, clear)) << verdict;
+    }
+    EXPECT_GT(taken, 400) << "the damage is so heavy that nothing behind the header is tried";
+    EXPECT_GT(refused, 400);
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

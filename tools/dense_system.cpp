@@ -1,0 +1,121 @@
+#include <tools/dense_system.h>
+
+#include <tools/input_error.h>
+#include <tools/text.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+/// The file's entries as read and `cells` doubles, in floating point: no announced number can wrap it.
+double bytesFor(const MatrixMarketHeader& file, std::uint64_t cells)
+{
+    const std::size_t each = file.form == Form::Array ? sizeof(double) : sizeof(Coordinate);
+    return static_cast<double>(file.stored) * static_cast<double>(each) +
+           static_cast<double>(cells) * sizeof(double);
+}
+
+[[noreturn]] void refuse(const MatrixMarketHeader& file, const std::string& text)
+{
+    throw InputError(file.file, file.sizeLine, text);
+}
+
+std::uint64_t product(std::int32_t rows, std::int32_t cols)
+{
+    return static_cast<std::uint64_t>(rows) * static_cast<std::uint64_t>(cols);
+}
+
+} // namespace
+
+double memoryLimit()
+{
+    const double physical =
+        static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+    rlimit limit{};
+    if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return physical;
+    return std::min(physical, static_cast<double>(limit.rlim_cur));
+}
+
+void requireRoom(const MatrixMarketHeader& matrix, double memory)
+{
+    const std::uint64_t cells = product(matrix.rows, matrix.cols);
+    if (cells > INT32_MAX) {
+        refuse(matrix, fmt::format("a dense {} x {} matrix has {} cells, more than {}", matrix.rows,
+                                   matrix.cols, cells, INT32_MAX));
+    }
+    // The matrix and its factors; of a rectangular one also the triangle and its factors.
+    const std::int32_t p = std::min(matrix.rows, matrix.cols);
+    const std::uint64_t held = 2 * cells + (matrix.rows == matrix.cols ? 0 : 2 * product(p, p));
+    const double bytes = bytesFor(matrix, held);
+    if (bytes > memory) {
+        refuse(matrix, fmt::format("a dense {} x {} matrix with its factors, from {} entries, takes {} of "
+                                   "memory, more than the {} there are",
+                                   matrix.rows, matrix.cols, matrix.stored, bytesInWords(bytes),
+                                   bytesInWords(memory)));
+    }
+}
+
+void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands, double memory)
+{
+    if (rightHands.rows != matrix.rows) {
+        refuse(rightHands,
+               fmt::format("the right-hand side has {} rows, the matrix {}", rightHands.rows, matrix.rows));
+    }
+    // One column more than the file has: the solver adds a right-hand side of its own.
+    const std::uint64_t cells = (static_cast<std::uint64_t>(rightHands.cols) + 1) *
+                                static_cast<std::uint64_t>(std::max(matrix.rows, matrix.cols));
+    if (cells > INT32_MAX || bytesFor(rightHands, 4 * cells) > memory) {
+        refuse(rightHands, fmt::format("{} right-hand sides of a {} x {} matrix do not fit into memory",
+                                       rightHands.cols, matrix.rows, matrix.cols));
+    }
+}
+
+Matrix assemble(const MatrixMarket& file)
+{
+    Matrix matrix(file.header.rows, file.header.cols);
+    const std::span<double> cells = cellsOf(matrix);
+    const auto rows = static_cast<std::size_t>(file.header.rows);
+    forEachEntry(file, [&](std::int32_t row, std::int32_t col, double value) {
+        cells[static_cast<std::size_t>(row) + rows * static_cast<std::size_t>(col)] += value;
+    });
+    return matrix;
+}
+
+std::span<const double> cellsOf(const Matrix& matrix)
+{
+    return {reinterpret_cast<const double*>(matrix.DataPtr()), product(matrix.Rows(), matrix.Cols())};
+}
+
+std::span<double> cellsOf(Matrix& matrix)
+{
+    return {reinterpret_cast<double*>(matrix.DataPtr()), product(matrix.Rows(), matrix.Cols())};
+}
+
+Matrix columnOf(const Matrix& matrix, std::int32_t j)
+{
+    Matrix column(matrix.Rows(), 1);
+    std::ranges::copy(cellsOf(matrix).subspan(product(matrix.Rows(), j), cellsOf(column).size()),
+                      cellsOf(column).begin());
+    return column;
+}
+
+void copyColumns(const Matrix& source, Matrix& target, std::int32_t j)
+{
+    std::ranges::copy(cellsOf(source), cellsOf(target).subspan(product(target.Rows(), j)).begin());
+}
+
+Matrix filledWith(double value, std::int32_t rows, std::int32_t cols)
+{
+    Matrix matrix(rows, cols);
+    std::ranges::fill(cellsOf(matrix), value);
+    return matrix;
+}
+
+} // namespace Velmar::Lintrix::tools

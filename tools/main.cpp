@@ -1,0 +1,142 @@
+// The `lintrix` command: arguments in, exit code out. 0 done, 1 a numeric failure, 2 usage or bad input.
+
+#include <tools/input_error.h>
+#include <tools/output_file.h>
+#include <tools/solve_command.h>
+#include <tools/text.h>
+
+#include <lintrix/lintrix.h>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <charconv>
+#include <csignal>
+#include <exception>
+#include <new>
+#include <sstream>
+#include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace Velmar::Lintrix;
+
+constexpr int kBadInput = 2;
+
+std::string versionText()
+{
+    const BlasIdentity blas = DescribeBlas();
+    return fmt::format("lintrix {}\nBLAS: {}\nBLAS file: {}\nBLAS kernels for: {}\nBLAS threading: {}\n"
+                       "threads in force: {}",
+                       LibraryVersion(), blas.library, blas.file.empty() ? "unknown" : blas.file,
+                       blas.core.empty() ? "unknown" : blas.core, blas.threading, blas.threads);
+}
+
+/// A fault on one line of standard error.
+int complain(std::string text)
+{
+    while (!text.empty() && text.back() == '\n') text.pop_back();
+    tools::writeAll(STDERR_FILENO, fmt::format("lintrix: {}\n", tools::printable(text)));
+    return kBadInput;
+}
+
+/// Descriptors 0 to 2 that came closed would be given to the next files opened, and the report would be
+/// written into one of them. They are occupied with one that can be neither read nor written to any effect.
+void occupyStandardDescriptors()
+{
+    int descriptor = 0;
+    do {
+        descriptor = open("/dev/null", O_RDONLY);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO) close(descriptor);
+}
+
+/// Broken pipes and full quotas come back as errors of the write, which are then reported.
+void ignoreWriteSignals()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+/// What is wrong with a thread count, in words; nothing when it can be used.
+std::string faultOfThreads(const std::string& word)
+{
+    int count = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), count);
+    const bool sound = error == std::errc() && end == word.data() + word.size() && count >= 1;
+    return sound ? "" : tools::inQuotes(word) + " is not a whole number from 1 to 2147483647";
+}
+
+void addSolve(CLI::App& app, tools::SolveOptions& options)
+{
+    CLI::App* solve = app.add_subcommand("solve", "Solve the linear system A*x = b");
+    solve->add_option("MATRIX", options.matrix, "Matrix Market file of A, plain or gzip; - is standard input")
+        ->type_name("")
+        ->required();
+    solve->add_option("--rhs", options.rightHands, "File of right-hand sides; without it b = A*(1,...,1)")
+        ->type_name("FILE");
+    solve->add_option("--out", options.out, "File for the solution, a Matrix Market array")
+        ->type_name("FILE");
+    solve
+        ->add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
+                                   "Threads to use, at least 1")
+        ->type_name("N")
+        ->check(CLI::Validator(faultOfThreads, ""));
+    solve->add_flag("--json", options.json, "Report on one line of JSON");
+    solve->footer(
+        "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
+        "array; real, integer or pattern; general, symmetric or skew-symmetric.\n"
+        "Exit code: 0 solved, 1 no good solution (singular, inaccurate, ...), 2 usage or bad input.");
+}
+
+/// Help and version, wanted and printed, are no errors; the rest is wrong usage.
+int answerParseError(const CLI::App& app, const CLI::ParseError& error)
+{
+    const auto chosen = app.get_subcommands();
+    if (error.get_exit_code() != 0) {
+        const bool unknown = chosen.empty() && app.remaining_size() > 0;
+        return complain(
+            fmt::format("{} (see lintrix{} --help)",
+                        unknown ? tools::inQuotes(app.remaining().front()) + " is not known" : error.what(),
+                        chosen.empty() ? "" : " " + chosen.front()->get_name()));
+    }
+    std::ostringstream text;
+    app.exit(error, text);
+    if (tools::writeAll(STDOUT_FILENO, text.str())) return 0;
+    return complain("standard output: cannot be written: " + tools::systemError());
+}
+
+int run(int argc, char** argv)
+{
+    CLI::App app("Lintrix: double-precision linear algebra at the command line", "lintrix");
+    app.require_subcommand(1);
+    app.set_version_flag("--version", versionText);
+    tools::SolveOptions solveOptions;
+    addSolve(app, solveOptions);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return answerParseError(app, error);
+    }
+    return tools::runSolve(solveOptions);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    occupyStandardDescriptors();
+    ignoreWriteSignals();
+    try {
+        return run(argc, argv);
+    } catch (const NotEnoughMemoryException&) {
+        return complain("there is not enough memory");
+    } catch (const std::bad_alloc&) {
+        return complain("there is not enough memory");
+    } catch (const std::exception& failure) {
+        return complain(failure.what());
+    }
+}

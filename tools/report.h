@@ -1,0 +1,53 @@
+#pragma once
+// What `lintrix solve` tells about a run: for reading by eye, or as one line of JSON.
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Velmar::Lintrix::tools {
+
+/// Seconds by step, in the order in which the steps were begun.
+class StepTimes {
+public:
+    /// What ran since the construction, or since the step before, is the step `name`.
+    void finish(std::string_view name);
+
+    const std::vector<std::pair<std::string_view, double>>& steps() const noexcept { return steps_; }
+    double total() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point begin_ = Clock::now();
+    std::vector<std::pair<std::string_view, double>> steps_;
+};
+
+struct SolveReport {
+    std::string matrix; ///< name of the file
+    std::int32_t rows = 0, cols = 0;
+    std::int64_t entries = 0; ///< of the whole matrix, mirrored ones included
+    std::int32_t rightHands = 1;
+    std::string_view road, status;
+    StepTimes seconds;
+    std::optional<double> residual;       ///< scaled; none without a solution
+    std::optional<double> normalResidual; ///< of a tall system
+    std::optional<double> maxError;       ///< none where the solution is not known
+    std::optional<double> probeError;
+};
+
+/// Several lines, a fact each.
+std::string asText(const SolveReport& report);
+
+/// One object on one line, with the line end: matrix, rows, cols, entries, road, seconds (an object by step,
+/// with total), residual, max_error, status; beside them right_hands, normal_residual and probe_error. A
+/// number that does not exist or is not finite is null.
+std::string asJson(const SolveReport& report);
+
+/// `text` as a JSON string with its quotes. Bytes that are no UTF-8 become U+FFFD.
+std::string jsonString(std::string_view text);
+
+} // namespace Velmar::Lintrix::tools
