@@ -170,15 +170,15 @@ SerializationInfo::Value readContent(Source& source, std::uint8_t type)
     case 3:
         return source.number<std::int64_t>();
     case 4:
-        return source.number<double>();
+        return source.number<float>();
     case 5:
-        return source.array<std::string>();
+        return source.number<double>();
     case 6:
-        return source.array<std::vector<std::int32_t>>();
+        return source.array<std::string>();
     case 7:
+        return source.array<std::vector<std::int32_t>>();
+    default: // 8: the caller has looked
         return source.array<std::vector<double>>();
-    default:
-        return source.array<std::vector<std::complex<double>>>(); // 8: the caller has looked
     }
 }
 

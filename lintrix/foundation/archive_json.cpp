@@ -30,7 +30,6 @@ namespace {
 
 constexpr std::int32_t kVersion = 1;
 constexpr std::size_t kLongestNumber = 1100; // more than the exact digits of any double
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // ---- UTF-8
 
@@ -93,24 +92,8 @@ public:
     void value(bool flag) { raw(flag ? "true" : "false"); }
     void value(std::int32_t number) { digits(number); }
     void value(std::int64_t number) { digits(number); }
-    void value(double number)
-    {
-        if (std::isnan(number)) {
-            raw("\"NaN\"");
-        } else if (std::isinf(number)) {
-            raw(number > 0.0 ? "\"Infinity\"" : "\"-Infinity\"");
-        } else {
-            digits(number);
-        }
-    }
-    void value(const std::complex<double>& number)
-    {
-        raw("[");
-        value(number.real());
-        raw(", ");
-        value(number.imag());
-        raw("]");
-    }
+    void value(float number) { real(number); }
+    void value(double number) { real(number); }
     void value(const std::string& text)
     {
         raw("\"");
@@ -130,6 +113,17 @@ public:
     }
 
 private:
+    template <class Number>
+    void real(Number number)
+    {
+        if (std::isnan(number)) {
+            raw("\"NaN\"");
+        } else if (std::isinf(number)) {
+            raw(number > 0 ? "\"Infinity\"" : "\"-Infinity\"");
+        } else {
+            digits(number);
+        }
+    }
     template <class Number>
     void digits(Number number)
     {
@@ -273,23 +267,16 @@ public:
         if (failure != std::errc{} || rest != text + length) refuse("a number does not fit its type");
         return value;
     }
-    double real()
+    template <class Number>
+    Number real()
     {
-        if (beginToken() != '"') return number<double>();
+        using Limits = std::numeric_limits<Number>;
+        if (beginToken() != '"') return number<Number>();
         const std::string word = string();
-        if (word == "NaN") return std::numeric_limits<double>::quiet_NaN();
-        if (word == "Infinity") return kInfinity;
-        if (word == "-Infinity") return -kInfinity;
+        if (word == "NaN") return Limits::quiet_NaN();
+        if (word == "Infinity") return Limits::infinity();
+        if (word == "-Infinity") return -Limits::infinity();
         refuse("a number is expected");
-    }
-    std::complex<double> complex()
-    {
-        expect('[');
-        const double re = real();
-        expect(',');
-        const double im = real();
-        expect(']');
-        return {re, im};
     }
     /// Calls `element` for each element of an array.
     template <class Element>
@@ -375,15 +362,15 @@ SerializationInfo::Value readContent(Reader& reader, std::size_t type)
     case 2:
         return reader.number<std::int64_t>();
     case 3:
-        return reader.real();
+        return reader.real<float>();
     case 4:
-        return reader.string();
+        return reader.real<double>();
     case 5:
-        return arrayOf<std::int32_t>(reader, [&] { return reader.number<std::int32_t>(); });
+        return reader.string();
     case 6:
-        return arrayOf<double>(reader, [&] { return reader.real(); });
+        return arrayOf<std::int32_t>(reader, [&] { return reader.number<std::int32_t>(); });
     default:
-        return arrayOf<std::complex<double>>(reader, [&] { return reader.complex(); });
+        return arrayOf<double>(reader, [&] { return reader.real<double>(); });
     }
 }
 

@@ -16,7 +16,7 @@ namespace Velmar::Lintrix::detail {
 
 /// The types in the order of `SerializationInfo::Value`; the binary format numbers them from 1.
 inline constexpr std::array<std::string_view, 8> kArchiveTypes = {
-    "bool", "int32", "int64", "float64", "string", "int32[]", "float64[]", "complex[]"};
+    "bool", "int32", "int64", "float32", "float64", "string", "int32[]", "float64[]"};
 static_assert(std::variant_size_v<SerializationInfo::Value> == kArchiveTypes.size());
 
 /// Raises "Archive, PLACE: WHAT."
