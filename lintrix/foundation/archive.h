@@ -71,6 +71,7 @@ public:
     }
     /// @}
 
+    /// Whether there is a value of that name, of whatever type.
     bool Contains(std::string_view name) const noexcept { return find(name) != nullptr; }
 
     /// All values in the order of their adding.

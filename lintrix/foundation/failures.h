@@ -169,9 +169,9 @@ public:
 /// A format of `FormatNumber` is none that it knows: "Format specifier was invalid."
 class LINTRIX_EXPORT FormatException : public std::invalid_argument {
 public:
-    FormatException();
+    FormatException(); ///< its one text
     ~FormatException() override;
-    std::string Message() const { return what(); }
+    std::string Message() const { return what(); } ///< the message
 };
 
 /// An archive lacks a key, holds another type, or is damaged.

@@ -1,5 +1,6 @@
 // Text form, byte form, archive and identity of Matrix.
 
+#include <lintrix/dense/detail/byte_form.h>
 #include <lintrix/lintrix.h>
 
 #include "tests/support/failing_allocator.h"
@@ -284,6 +285,20 @@ TEST(MatrixData, AShortArrayIsWrittenToItsLastByte)
     Matrix A{{-1.0}}; // sign and exponent are in the last two bytes: bf f0
     EXPECT_THROW(A.Data(data), IndexOutOfRangeException);
     EXPECT_EQ(std::bit_cast<std::uint64_t>(A(0, 0)), 0xbf00000000000000u);
+}
+
+// A block of that size is more than a test can have; the limit is looked at before a cell is.
+TEST(MatrixData, TheFormIsCountedIn32Bits)
+{
+    EXPECT_EQ(detail::mostCellsInByteForm<double>(2), (INT_MAX - 8) / 8);
+    EXPECT_EQ(detail::mostCellsInByteForm<double>(1), (INT_MAX - 4) / 8);
+    const std::int32_t sizes[] = {1, (INT_MAX - 8) / 8 + 1};
+    try {
+        detail::toBytes<double>(sizes, nullptr, sizes[1]);
+        ADD_FAILURE() << "accepted";
+    } catch (const NotSupportedException& e) {
+        EXPECT_STREQ(e.what(), "The byte form holds at most 2147483647 bytes.");
+    }
 }
 
 TEST(MatrixData, AFailingAllocatorLeavesTheObject)
