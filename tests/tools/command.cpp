@@ -169,6 +169,20 @@ std::string compressed(std::string_view content)
     return packed;
 }
 
+std::string withoutTimes(std::string_view report)
+{
+    constexpr std::string_view digits = "0123456789";
+    std::string result;
+    while (!report.empty()) {
+        const std::size_t whole = std::min(report.find_first_not_of(digits), report.size());
+        const std::size_t end = std::min(report.find_first_not_of(digits, whole + 1), report.size());
+        const bool time = whole > 0 && report.substr(whole).starts_with('.') && end == whole + 7;
+        result += time ? "T" : report.substr(0, std::max<std::size_t>(whole, 1));
+        report.remove_prefix(time ? end : std::max<std::size_t>(whole, 1));
+    }
+    return result;
+}
+
 std::string dataFile(const std::string& name)
 {
     return LINTRIX_TEST_DATA "/" + name;

@@ -33,6 +33,8 @@ private:
 std::string contentOf(const std::string& path);
 /// As gzip would pack it.
 std::string compressed(std::string_view content);
+/// Each time of a report, which has six digits after the point, replaced by T.
+std::string withoutTimes(std::string_view report);
 /// Path of one of the real matrices.
 std::string dataFile(const std::string& name);
 

@@ -1,8 +1,8 @@
 #include <tests/tools/json.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
-#include <regex>
 #include <stdexcept>
 
 namespace Velmar::Lintrix::testing {
@@ -54,14 +54,28 @@ private:
         return {number()};
     }
 
+    /// Takes the digits at hand and tells how many.
+    std::size_t digits()
+    {
+        const std::size_t count = std::min(rest_.find_first_not_of("0123456789"), rest_.size());
+        rest_.remove_prefix(count);
+        return count;
+    }
+
     double number()
     {
-        static const std::regex grammar(R"(^-?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][-+]?[0-9]+)?)");
-        std::cmatch match;
-        if (!std::regex_search(rest_.data(), rest_.data() + rest_.size(), match, grammar)) fail("no number");
+        const std::string_view begin = rest_;
+        take("-");
+        const bool leadingZero = rest_.starts_with('0');
+        const std::size_t whole = digits();
+        if (whole == 0 || (leadingZero && whole > 1)) fail("no number");
+        if (take(".") && digits() == 0) fail("no digit after the point");
+        if (take("e") || take("E")) {
+            if (!take("+")) take("-");
+            if (digits() == 0) fail("no digit in the exponent");
+        }
         double result = 0.0;
-        std::from_chars(match[0].first, match[0].second, result);
-        rest_.remove_prefix(static_cast<std::size_t>(match[0].length()));
+        std::from_chars(begin.data(), rest_.data(), result);
         return result;
     }
 
@@ -107,22 +121,24 @@ private:
                 static_cast<char>(0x80 | (code & 0x3f))};
     }
 
-    /// One character of UTF-8, decoded and encoded again: what does not come back is not well formed.
+    /// One character of UTF-8. Decoded to its code, so that overlong forms and surrogates show.
     std::string character()
     {
-        static const std::regex wellFormed("^([\\x01-\\x7f]"
-                                           "|[\\xc2-\\xdf][\\x80-\\xbf]"
-                                           "|\\xe0[\\xa0-\\xbf][\\x80-\\xbf]"
-                                           "|[\\xe1-\\xec\\xee\\xef][\\x80-\\xbf][\\x80-\\xbf]"
-                                           "|\\xed[\\x80-\\x9f][\\x80-\\xbf]"
-                                           "|\\xf0[\\x90-\\xbf][\\x80-\\xbf][\\x80-\\xbf]"
-                                           "|[\\xf1-\\xf3][\\x80-\\xbf][\\x80-\\xbf][\\x80-\\xbf]"
-                                           "|\\xf4[\\x80-\\x8f][\\x80-\\xbf][\\x80-\\xbf])");
-        std::cmatch match;
-        if (!std::regex_search(rest_.data(), rest_.data() + rest_.size(), match, wellFormed))
-            fail("no UTF-8");
-        rest_.remove_prefix(static_cast<std::size_t>(match[0].length()));
-        return match[0];
+        const auto lead = static_cast<unsigned char>(rest_.front());
+        const std::size_t length = lead < 0x80 ? 1 : lead < 0xc0 ? 0 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
+        if (length == 0 || lead > 0xf7 || rest_.size() < length) fail("no UTF-8");
+        std::uint32_t code = length == 1 ? lead : lead & (0x7fU >> length);
+        for (std::size_t i = 1; i < length; ++i) {
+            const auto tail = static_cast<unsigned char>(rest_[i]);
+            if ((tail & 0xc0) != 0x80) fail("no UTF-8");
+            code = code << 6 | (tail & 0x3fU);
+        }
+        constexpr std::uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+        const bool surrogate = code >= 0xd800 && code < 0xe000;
+        if (code < smallest[length] || surrogate || code > 0x10ffff) fail("no UTF-8");
+        const std::string result(rest_.substr(0, length));
+        rest_.remove_prefix(length);
+        return result;
     }
 
     JsonArray array()

@@ -7,8 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <random>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -120,10 +121,21 @@ std::string verdictOn(const std::string& path)
     return {};
 }
 
+/// "FILE:LINE: TEXT" on one line.
+bool isClear(std::string_view message, const std::string& file)
+{
+    if (!message.starts_with(file + ":")) return false;
+    message.remove_prefix(file.size() + 1);
+    const std::size_t colon = std::min(message.find(": "), message.size());
+    const std::string_view line = message.substr(0, colon), text = message.substr(colon);
+    return line.find_first_of("123456789") == 0 &&
+           line.find_first_not_of("0123456789") == std::string_view::npos && text.size() > 2 &&
+           std::ranges::none_of(text, [](unsigned char c) { return c < 0x20; });
+}
+
 TEST(MatrixMarketReader, DamagedFilesAreTakenOrRefusedInOneLine)
 {
     const Scratch scratch;
-    const std::regex clear(scratch.at("a") + ":[1-9][0-9]*: [^\\x00-\\x1f]+");
     const std::vector<std::string> sound = soundFiles();
     Generator generator(20240607);
     int taken = 0, refused = 0;
@@ -135,7 +147,7 @@ TEST(MatrixMarketReader, DamagedFilesAreTakenOrRefusedInOneLine)
         if (packed && generator() % 2 == 0) damage(text, generator);
         const std::string verdict = verdictOn(scratch.file("a", text));
         ++(verdict.empty() ? taken : refused);
-        ASSERT_TRUE(verdict.empty() || std::regex_match(verdict, clear)) << verdict;
+        ASSERT_TRUE(verdict.empty() || isClear(verdict, scratch.at("a"))) << verdict;
     }
     EXPECT_GT(taken, 400) << "the damage is so heavy that nothing behind the header is tried";
     EXPECT_GT(refused, 400);

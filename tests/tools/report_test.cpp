@@ -1,3 +1,4 @@
+#include <tests/tools/command.h>
 #include <tests/tools/json.h>
 #include <tools/report.h>
 
@@ -5,7 +6,6 @@
 
 #include <cmath>
 #include <limits>
-#include <regex>
 #include <stdexcept>
 
 namespace Velmar::Lintrix::testing {
@@ -30,12 +30,6 @@ SolveReport sample()
     report.maxError = 5e-16;
     report.probeError = 1e-15;
     return report;
-}
-
-/// Times are not the same twice.
-std::string withoutTimes(const std::string& text)
-{
-    return std::regex_replace(text, std::regex("[0-9]+\\.[0-9]{6}"), "T");
 }
 
 TEST(TextReport, SaysEachFactOnALine)
