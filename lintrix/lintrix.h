@@ -10,7 +10,10 @@
 #include <lintrix/decompositions/sym_eigen.h>
 #include <lintrix/dense/matrix.h>
 #include <lintrix/dense/vector.h>
+#include <lintrix/foundation/archive.h>
+#include <lintrix/foundation/archive_stream.h>
 #include <lintrix/foundation/configuration.h>
+#include <lintrix/foundation/number_format.h>
 #include <lintrix/services/blas_identity.h>
 #include <lintrix/services/buffer_pool.h>
 #include <lintrix/services/system_allocator.h>

@@ -13,10 +13,16 @@
 #include <lintrix/services/hardening.h>
 
 #include <any>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
+#include <iosfwd>
+#include <locale>
 #include <optional>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace Velmar::Lintrix {
@@ -394,6 +400,74 @@ public:
     bool IsFinite() const;
     /// @}
 
+    /// @name Text
+    /// One line a row: `leftBorder`, the cells with `separator` between them, each padded on the left to
+    /// the width of the widest cell of the matrix, and `rightBorder`, or `endMatrix` alone after the last
+    /// row. Not given, they are "F3", " ", "| ", " |\n" and " |\n". Formats are those of `FormatNumber`;
+    /// without a locale, that of `std::locale()`. Each cell is formatted once, the result is allocated once.
+    /// @throws FormatException  "Format specifier was invalid."
+    /// @{
+
+    std::string ToString() const;
+    std::string ToString(std::string_view format) const;
+    std::string ToString(std::string_view format, std::string_view separator) const;
+    std::string ToString(std::string_view format, std::string_view separator, std::string_view leftBorder,
+                         std::string_view rightBorder, std::string_view endMatrix) const;
+    std::string ToString(const std::locale& provider, std::string_view format) const;
+    std::string ToString(const std::locale& provider, std::string_view format, std::string_view separator,
+                         std::string_view leftBorder, std::string_view rightBorder,
+                         std::string_view endMatrix) const;
+    /// Writes `ToString()`.
+    LINTRIX_EXPORT friend std::ostream& operator<<(std::ostream& out, const Matrix& matrix);
+    /// @}
+
+    /// @name Bytes and archive
+    /// @{
+
+    /// Rows() and Cols() as 32-bit numbers, then the block, in the machine's byte order.
+    /// @throws NotSupportedException  the block does not fit: "The byte form holds at most 2147483647 bytes."
+    std::vector<std::byte> Data() const;
+    /// Reads that form: `Resize`, then the cells. A surplus is ignored. By contract an array that ends before
+    /// its cells do fails with the object resized and the cells that are there written.
+    /// @throws IndexOutOfRangeException  too short; without a whole header nothing has changed
+    /// @throws InvalidSizeException      sizes outside 1 to MaxSize, or of more cells than the form holds;
+    /// nothing has changed
+    void Data(std::span<const std::byte> data);
+    /// Adds "Rows", "Cols" (32-bit numbers) and "Data" (the cells in block order).
+    void GetObjectData(SerializationInfo& info, const StreamingContext& context) const;
+    /// @}
+
+    /// @name Identity
+    /// Cells are compared as numbers, with no tolerance and no shortcut for the same object: 0.0 equals -0.0,
+    /// and an object that holds a NaN is not equal to itself.
+    /// @{
+
+    /// Rows() and the number of cells, exclusive-or'ed with the two halves of every cell: the order of the
+    /// cells does not matter, and pairs of equal cells cancel.
+    std::int32_t GetHashCode() const;
+    LINTRIX_EXPORT friend bool operator==(const Matrix& A, const Matrix& B);
+    /// Null equals null and nothing else. `operator!=` and its like are the negation.
+    static bool Equals(const Matrix* A, const Matrix* B) { return A && B ? *A == *B : A == B; }
+    bool Equals(const Matrix& object) const { return *this == object; }
+    bool Equals(const Matrix* object) const { return object && *this == *object; }
+    /// False: an object of another class, a vector among them.
+    template <AnotherClass<Matrix> T>
+    bool Equals(const T&) const
+    {
+        return false;
+    }
+    /// @}
+
+protected:
+    friend struct detail::ArchiveAccess;
+
+    /// Restores what `GetObjectData` wrote; `FromArchive` is the way here.
+    /// @throws SerializationException    a key is missing or of another type
+    /// @throws InvalidSizeException      rows, then columns, outside 1 to MaxSize, or more than 2^31 - 1
+    /// cells
+    /// @throws IndexOutOfRangeException  "Data" is short; a surplus is ignored
+    Matrix(const SerializationInfo& info, const StreamingContext& context);
+
 private:
     friend struct detail::DenseAccess;
 
@@ -436,6 +510,14 @@ private:
     detail::Block<double> a;
 };
 
-static_assert(Disposable<Matrix> && Cloneable<Matrix>);
+static_assert(Disposable<Matrix> && Cloneable<Matrix> && Serializable<Matrix>);
 
 } // namespace Velmar::Lintrix
+
+template <>
+struct std::hash<Velmar::Lintrix::Matrix> {
+    std::size_t operator()(const Velmar::Lintrix::Matrix& matrix) const
+    {
+        return static_cast<std::uint32_t>(matrix.GetHashCode());
+    }
+};

@@ -7,9 +7,15 @@
 
 #include <lintrix/dense/matrix.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
+#include <iosfwd>
+#include <locale>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace Velmar::Lintrix {
@@ -160,6 +166,74 @@ public:
                          std::int32_t value2) const; ///< f(x, value1, value2, i)
     /// @}
 
+    /// @name Text
+    /// One line: `leftBorder`, the elements with `separator` between them, each padded on the left to the
+    /// width of the widest, `rightBorder`, `endVector`. Not given, they are "F3", " ", "| ", " |" and "\n".
+    /// Formats are those of `FormatNumber`; without a locale, that of `std::locale()`. Each cell is formatted
+    /// once, the result is allocated once.
+    /// @throws FormatException  "Format specifier was invalid."
+    /// @{
+
+    std::string ToString() const;
+    std::string ToString(std::string_view format) const;
+    std::string ToString(std::string_view format, std::string_view separator) const;
+    std::string ToString(std::string_view format, std::string_view separator, std::string_view leftBorder,
+                         std::string_view rightBorder, std::string_view endVector) const;
+    std::string ToString(const std::locale& provider, std::string_view format) const;
+    std::string ToString(const std::locale& provider, std::string_view format, std::string_view separator,
+                         std::string_view leftBorder, std::string_view rightBorder,
+                         std::string_view endVector) const;
+    /// Writes `ToString()`.
+    LINTRIX_EXPORT friend std::ostream& operator<<(std::ostream& out, const Vector& vector);
+    /// @}
+
+    /// @name Bytes and archive
+    /// @{
+
+    /// Length() as a 32-bit number, then the block, in the machine's byte order.
+    /// @throws NotSupportedException  the block does not fit: "The byte form holds at most 2147483647 bytes."
+    std::vector<std::byte> Data() const;
+    /// Reads that form: `Resize`, then the cells. A surplus is ignored. By contract an array that ends before
+    /// its cells do fails with the object resized and the cells that are there written.
+    /// @throws IndexOutOfRangeException  too short; without a whole header nothing has changed
+    /// @throws InvalidSizeException      a length outside 1 to MaxSize, or more than the form holds; nothing
+    /// has changed
+    void Data(std::span<const std::byte> data);
+    /// Adds "Size" (a 32-bit number) and "Data" (the elements in index order).
+    void GetObjectData(SerializationInfo& info, const StreamingContext& context) const;
+    /// @}
+
+    /// @name Identity
+    /// Cells are compared as numbers, with no tolerance and no shortcut for the same object: 0.0 equals -0.0,
+    /// and an object that holds a NaN is not equal to itself.
+    /// @{
+
+    /// Length() exclusive-or'ed with the two halves of every cell: the order of the cells does not matter,
+    /// and pairs of equal cells cancel.
+    std::int32_t GetHashCode() const;
+    LINTRIX_EXPORT friend bool operator==(const Vector& x, const Vector& y);
+    /// Null equals null and nothing else. `operator!=` and its like are the negation.
+    static bool Equals(const Vector* x, const Vector* y) { return x && y ? *x == *y : x == y; }
+    bool Equals(const Vector& object) const { return *this == object; }
+    bool Equals(const Vector* object) const { return object && *this == *object; }
+    /// False: an object of another class, a matrix among them.
+    template <AnotherClass<Vector> T>
+    bool Equals(const T&) const
+    {
+        return false;
+    }
+    /// @}
+
+protected:
+    friend struct detail::ArchiveAccess;
+
+    /// Restores what `GetObjectData` wrote; `FromArchive` is the way here.
+    /// @throws SerializationException    a key is missing or of another type
+    /// @throws NotEnoughMemoryException  "Size" is more than there is, or negative: by contract it is not
+    /// looked at
+    /// @throws IndexOutOfRangeException  "Data" is short; a surplus is ignored
+    Vector(const SerializationInfo& info, const StreamingContext& context);
+
 private:
     friend struct detail::DenseAccess;
     friend class Matrix;
@@ -189,6 +263,14 @@ private:
     detail::Block<double> a;
 };
 
-static_assert(Disposable<Vector> && Cloneable<Vector>);
+static_assert(Disposable<Vector> && Cloneable<Vector> && Serializable<Vector>);
 
 } // namespace Velmar::Lintrix
+
+template <>
+struct std::hash<Velmar::Lintrix::Vector> {
+    std::size_t operator()(const Velmar::Lintrix::Vector& vector) const
+    {
+        return static_cast<std::uint32_t>(vector.GetHashCode());
+    }
+};

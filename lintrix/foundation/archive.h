@@ -20,6 +20,22 @@ namespace Velmar::Lintrix {
 /// Where an archive comes from or goes to. Carried along by contract; nothing reads it.
 class StreamingContext {};
 
+class SerializationInfo;
+
+namespace detail {
+
+/// The way to the restoring constructors, which are protected by contract: a class that befriends it can be
+/// restored by `FromArchive`.
+struct ArchiveAccess {
+    template <class T>
+    static T restore(const SerializationInfo& info, const StreamingContext& context)
+    {
+        return T(info, context);
+    }
+};
+
+} // namespace detail
+
 /// Keyed, ordered, typed store.
 class LINTRIX_EXPORT SerializationInfo {
 public:
@@ -55,6 +71,9 @@ public:
     }
     /// @}
 
+    /// Whether there is a value of that name, of whatever type.
+    bool Contains(std::string_view name) const noexcept { return find(name) != nullptr; }
+
     /// All values in the order of their adding.
     const std::vector<std::pair<std::string, Value>>& Values() const noexcept { return values_; }
 
@@ -65,5 +84,21 @@ private:
 
     std::vector<std::pair<std::string, Value>> values_;
 };
+
+/// What `object` writes of itself.
+template <class T>
+SerializationInfo ToArchive(const T& object)
+{
+    SerializationInfo info;
+    object.GetObjectData(info, StreamingContext());
+    return info;
+}
+
+/// The object that `info` tells of: `FromArchive<Matrix>(info)`. Fails as the restoring constructor of `T`.
+template <class T>
+T FromArchive(const SerializationInfo& info)
+{
+    return detail::ArchiveAccess::restore<T>(info, StreamingContext());
+}
 
 } // namespace Velmar::Lintrix

@@ -31,4 +31,9 @@ concept Serializable = requires(const T& object, SerializationInfo& info, const 
     object.GetObjectData(info, context);
 };
 
+/// What `Class::Equals` answers with false, whatever it holds: neither a `Class` nor a pointer to one.
+template <class T, class Class>
+concept AnotherClass =
+    !std::convertible_to<const T*, const Class*> && !std::convertible_to<const T&, const Class*>;
+
 } // namespace Velmar::Lintrix

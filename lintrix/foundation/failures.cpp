@@ -17,6 +17,7 @@ constexpr const char* kNotEnoughMemory = "There is not enough memory to continue
 constexpr const char* kOperationFailed = "Operation has failed to complete.";
 constexpr const char* kNullReference = "Object reference not set to an instance of an object.";
 constexpr const char* kIndexOutOfRange = "Index was outside the bounds of the array.";
+constexpr const char* kFormat = "Format specifier was invalid.";
 
 std::string messageOf(const std::exception_ptr& failure)
 {
@@ -105,6 +106,10 @@ IndexOutOfRangeException::IndexOutOfRangeException() : std::out_of_range(kIndexO
 {
 }
 IndexOutOfRangeException::~IndexOutOfRangeException() = default;
+FormatException::FormatException() : std::invalid_argument(kFormat)
+{
+}
+FormatException::~FormatException() = default;
 SerializationException::~SerializationException() = default;
 
 } // namespace Velmar::Lintrix

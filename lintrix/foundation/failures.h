@@ -4,7 +4,7 @@
 ///
 /// `MatrixException` is the root of the library's own failures; seven types derive directly from it. Callers
 /// compare the texts, so they are part of the contract. The second group are the failures of the host: bad
-/// arguments, invalid state, unsupported cases, array access.
+/// arguments, invalid state, unsupported cases, array access, formats, archives.
 
 #include <lintrix/services/export.h>
 
@@ -163,6 +163,14 @@ class LINTRIX_EXPORT IndexOutOfRangeException : public std::out_of_range {
 public:
     IndexOutOfRangeException();
     ~IndexOutOfRangeException() override;
+    std::string Message() const { return what(); } ///< the message
+};
+
+/// A format of `FormatNumber` is none that it knows: "Format specifier was invalid."
+class LINTRIX_EXPORT FormatException : public std::invalid_argument {
+public:
+    FormatException(); ///< its one text
+    ~FormatException() override;
     std::string Message() const { return what(); } ///< the message
 };
 

@@ -219,6 +219,7 @@ TEST(HostFailures, KeepTheirRolesAndTexts)
                                           "Object reference not set to an instance of an object.");
     expectFailure<IndexOutOfRangeException>([] { throw IndexOutOfRangeException(); },
                                             "Index was outside the bounds of the array.");
+    expectFailure<FormatException>([] { throw FormatException(); }, "Format specifier was invalid.");
     expectFailure<SerializationException>([] { throw SerializationException("archive"); }, "archive");
 }
 
@@ -242,6 +243,7 @@ TEST(HostFailures, AreNoFailuresOfTheLibrary)
     static_assert(std::is_base_of_v<std::logic_error, InvalidOperationException>);
     static_assert(std::is_base_of_v<std::logic_error, NotSupportedException>);
     static_assert(std::is_base_of_v<std::out_of_range, IndexOutOfRangeException>);
+    static_assert(std::is_base_of_v<std::invalid_argument, FormatException>);
 }
 
 TEST(HostFailures, CopyingCannotFail)

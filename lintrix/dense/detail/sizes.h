@@ -23,6 +23,14 @@ inline void requireSizes(std::int32_t rows, std::int32_t cols)
     requireSize(cols);
 }
 
+/// Sizes that come with bytes or an archive from elsewhere: besides, their product is at most `mostCells`. A
+/// wrapped product must not be reached from outside the program. @throws InvalidSizeException
+inline void requireForeignSizes(std::int32_t rows, std::int32_t cols, std::int64_t mostCells)
+{
+    requireSizes(rows, cols);
+    if (std::int64_t{rows} * cols > mostCells) throw InvalidSizeException();
+}
+
 /// rows*cols in wrapping 32-bit arithmetic.
 constexpr std::int32_t wrappingProduct(std::int32_t rows, std::int32_t cols) noexcept
 {

@@ -1,0 +1,114 @@
+// Text form, byte form, archive and identity of Vector.
+
+#include <lintrix/dense/vector.h>
+
+#include <lintrix/dense/detail/byte_form.h>
+#include <lintrix/dense/detail/identity.h>
+#include <lintrix/dense/detail/text_table.h>
+
+#include <array>
+#include <ostream>
+
+namespace Velmar::Lintrix {
+
+namespace {
+
+constexpr std::string_view kFormat = "F3", kSeparator = " ", kLeftBorder = "| ", kRightBorder = " |";
+constexpr std::string_view kEndVector = "\n";
+
+} // namespace
+
+// ---- text
+
+std::string Vector::ToString() const
+{
+    return ToString(kFormat);
+}
+
+std::string Vector::ToString(std::string_view format) const
+{
+    return ToString(format, kSeparator);
+}
+
+std::string Vector::ToString(std::string_view format, std::string_view separator) const
+{
+    return ToString(format, separator, kLeftBorder, kRightBorder, kEndVector);
+}
+
+std::string Vector::ToString(std::string_view format, std::string_view separator, std::string_view leftBorder,
+                             std::string_view rightBorder, std::string_view endVector) const
+{
+    return ToString(std::locale(), format, separator, leftBorder, rightBorder, endVector);
+}
+
+std::string Vector::ToString(const std::locale& provider, std::string_view format) const
+{
+    return ToString(provider, format, kSeparator, kLeftBorder, kRightBorder, kEndVector);
+}
+
+std::string Vector::ToString(const std::locale& provider, std::string_view format, std::string_view separator,
+                             std::string_view leftBorder, std::string_view rightBorder,
+                             std::string_view endVector) const
+{
+    const auto count = static_cast<std::size_t>(mCells);
+    detail::TextTable table(format, provider);
+    table.reserve(count);
+    for (const double x : std::span(cells(), count)) table.add(x);
+
+    const std::size_t separators = count > 0 ? (count - 1) * separator.size() : 0;
+    std::string text;
+    text.reserve(leftBorder.size() + count * table.width() + separators + rightBorder.size() +
+                 endVector.size());
+    text.append(leftBorder);
+    table.appendLine(text, mCells, separator);
+    return text.append(rightBorder).append(endVector);
+}
+
+std::ostream& operator<<(std::ostream& out, const Vector& vector)
+{
+    return out << vector.ToString();
+}
+
+// ---- bytes
+
+std::vector<std::byte> Vector::Data() const
+{
+    return detail::toBytes(std::array{mCells}, cells(), mCells);
+}
+
+void Vector::Data(std::span<const std::byte> data)
+{
+    const std::int32_t size = detail::sizeInBytes(data, 0);
+    if (size > detail::mostCellsInByteForm<double>(1)) throw InvalidSizeException();
+    Resize(size);
+    detail::copyToBlock(data.subspan(sizeof(size)), cells(), mCells);
+}
+
+// ---- archive
+
+void Vector::GetObjectData(SerializationInfo& info, const StreamingContext&) const
+{
+    info.AddValue("Size", mCells);
+    info.AddValue("Data", ToArray());
+}
+
+// By contract the size is not checked here: what is no size fails in the allocator.
+Vector::Vector(const SerializationInfo& info, const StreamingContext&)
+    : mCells(info.GetInt32("Size")), a(mCells)
+{
+    detail::copyToBlock(info.GetDoubleArray("Data"), a.get(), mCells);
+}
+
+// ---- identity
+
+std::int32_t Vector::GetHashCode() const
+{
+    return mCells ^ detail::hashOfCells(cells(), mCells);
+}
+
+bool operator==(const Vector& x, const Vector& y)
+{
+    return x.mCells == y.mCells && detail::equalCells(x.cells(), y.cells(), x.mCells);
+}
+
+} // namespace Velmar::Lintrix
