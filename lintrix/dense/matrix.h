@@ -514,8 +514,10 @@ static_assert(Disposable<Matrix> && Cloneable<Matrix> && Serializable<Matrix>);
 
 } // namespace Velmar::Lintrix
 
+/// By `GetHashCode`.
 template <>
 struct std::hash<Velmar::Lintrix::Matrix> {
+    /// The code, as an unsigned number.
     std::size_t operator()(const Velmar::Lintrix::Matrix& matrix) const
     {
         return static_cast<std::uint32_t>(matrix.GetHashCode());

@@ -267,8 +267,10 @@ static_assert(Disposable<Vector> && Cloneable<Vector> && Serializable<Vector>);
 
 } // namespace Velmar::Lintrix
 
+/// By `GetHashCode`.
 template <>
 struct std::hash<Velmar::Lintrix::Vector> {
+    /// The code, as an unsigned number.
     std::size_t operator()(const Velmar::Lintrix::Vector& vector) const
     {
         return static_cast<std::uint32_t>(vector.GetHashCode());

@@ -24,8 +24,8 @@ namespace Velmar::Lintrix {
 
 /// What an archive may hold; the writers keep to it, the readers insist on it.
 struct ArchiveLimits {
-    static constexpr std::size_t Values = 4096;
-    static constexpr std::size_t NameBytes = 1024;
+    static constexpr std::size_t Values = 4096;    ///< in one archive
+    static constexpr std::size_t NameBytes = 1024; ///< of one name
     /// The readers' limit where the caller gives none. Give one for input from strangers.
     static constexpr std::uint64_t Bytes = std::uint64_t{1} << 36;
 };
