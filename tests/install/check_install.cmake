@@ -10,6 +10,9 @@ cmake_minimum_required(VERSION 3.25)
 set(prefix "${WORK}/${KIND} prefix")   # with a blank: quoting is part of what is tested
 set(consumer "${CMAKE_CURRENT_LIST_DIR}/consumer")
 
+# A library with its tests beside it also lets out what only they call; a user must do without.
+set(user_flags -DLINTRIX_INTERNALS_HIDDEN)
+
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ECHO STDOUT RESULT_VARIABLE code OUTPUT_VARIABLE out ERROR_VARIABLE err)
   message(STATUS "${out}${err}")
@@ -57,7 +60,8 @@ elseif(STEP STREQUAL "superproject")
 
 elseif(STEP STREQUAL "find_package")
   set(build "${WORK}/${KIND}_find_package")
-  configure("${consumer}" "${build}" "-DCMAKE_PREFIX_PATH=${prefix}" "-DLINTRIX_VERSION=${VERSION}")
+  configure("${consumer}" "${build}" "-DCMAKE_PREFIX_PATH=${prefix}" "-DLINTRIX_VERSION=${VERSION}"
+    "-DCMAKE_CXX_FLAGS=${user_flags}")
   run(${CMAKE_COMMAND} --build "${build}")
   check_program("${build}/consumer")
   run(${CMAKE_COMMAND} --install "${build}" --prefix "${build}/moved")
@@ -77,7 +81,7 @@ elseif(STEP STREQUAL "pkg_config")
   run("${pkg_config}" --variable=libdir lintrix)
   separate_arguments(libdir UNIX_COMMAND "${output}")   # the answer is quoted for a shell
   set(program "${WORK}/${KIND}_pkg_config_consumer")
-  run("${CXX}" -std=c++20 "${consumer}/consumer.cpp" -o "${program}" ${flags} "-Wl,-rpath,${libdir}")
+  run("${CXX}" -std=c++20 ${user_flags} "${consumer}/consumer.cpp" -o "${program}" ${flags} "-Wl,-rpath,${libdir}")
   check_program("${program}")
 
 elseif(STEP STREQUAL "run_paths")
