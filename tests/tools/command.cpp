@@ -15,22 +15,9 @@
 #include <unistd.h>
 #include <zlib.h>
 
-#if defined(__has_feature)
-#define LINTRIX_HAS_FEATURE(x) __has_feature(x)
-#else
-#define LINTRIX_HAS_FEATURE(x) 0
-#endif
-
 namespace Velmar::Lintrix::testing {
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                                         \
-    LINTRIX_HAS_FEATURE(address_sanitizer) || LINTRIX_HAS_FEATURE(thread_sanitizer)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
 
 void require(int error, const char* what)
 {
@@ -203,7 +190,7 @@ Outcome run(const Invocation& invocation)
 
     Outcome outcome;
     {
-        const SoftLimit memory(RLIMIT_AS, kSanitized ? RLIM_INFINITY : rlim_t{1} << 30);
+        const SoftLimit memory(RLIMIT_AS, LINTRIX_SANITIZED_MEMORY ? RLIM_INFINITY : rlim_t{1} << 30);
         const SoftLimit fileSize(RLIMIT_FSIZE, invocation.fileLimit.value_or(RLIM_INFINITY));
         outcome.exitCode = waitFor(spawn(invocation.arguments, actions));
     }

@@ -367,6 +367,20 @@ TEST(SolveCommand, FewDigitsAreWarnedOf)
     EXPECT_THAT(warningFor(14), MatchesRegex(start + "no digit" + end + "[0-9.]+e\\+[0-9]+\n"));
 }
 
+#if !LINTRIX_SANITIZED_MEMORY // the sanitizers run the command without a limit on its address space
+TEST(SolveCommand, ASizeBeyondTheMemoryIsRefusedBeforeAnyIsTaken)
+{
+    const Scratch scratch;
+    const std::string path = scratch.file("a.mtx", kCoordinate + "20000 20000 1\n1 1 1\n");
+    const Outcome outcome = run({"solve", path});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err,
+              "lintrix: " + path +
+                  ":2: a dense 20000 x 20000 matrix with its factors, from 1 entries, takes 6.4 GB "
+                  "of memory, more than the 1.1 GB there are\n");
+}
+#endif
+
 TEST(SolveCommand, TheOutputIsRefusedBeforeTheWork)
 {
     const Scratch scratch;
@@ -381,15 +395,15 @@ TEST(SolveCommand, AnOutputThatDoesNotFitLeavesNothing)
 {
     const Scratch scratch;
     Invocation invocation;
-    invocation.arguments = {"solve", dataFile("pde225.mtx"), "--out", scratch.file("x", "old")};
-    invocation.fileLimit = 1000;
+    invocation.arguments = {"solve", dataFile("sherman4.mtx"), "--out", scratch.file("x", "old")};
+    invocation.fileLimit = 2000; // 1104 numbers take more
     const Outcome limited = run(invocation);
     EXPECT_EQ(limited.exitCode, 2);
     EXPECT_EQ(limited.err, "lintrix: " + scratch.at("x") + ": cannot be written: File too large\n");
     EXPECT_EQ(contentOf(scratch.at("x")), "old");
     EXPECT_THAT(scratch.names(), ElementsAre("x"));
 
-    const Outcome full = run({"solve", dataFile("pde225.mtx"), "--out", "/dev/full"});
+    const Outcome full = run({"solve", dataFile("sherman4.mtx"), "--out", "/dev/full"});
     EXPECT_EQ(full.exitCode, 2);
     EXPECT_EQ(full.err, "lintrix: /dev/full: cannot be written: No space left on device\n");
 }
