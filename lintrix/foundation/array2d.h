@@ -22,13 +22,16 @@ public:
                      std::int32_t lowerCol = 0);
     /// @throws ArgumentException  ragged rows: "Rows of the array differ in length."
     Array2D(std::initializer_list<std::initializer_list<T>> rows);
+    /// @throws ArgumentException  ragged rows: "Rows of the array differ in length."
     Array2D(const std::vector<std::vector<T>>& rows);
+    /// Every element, the lower bounds with them.
     Array2D(const Array2D&) = default;
     /// `other` is left 0 x 0, so that its bounds still tell the truth.
     Array2D(Array2D&& other) noexcept
         : lengths_(std::exchange(other.lengths_, {})), lower_(other.lower_), values_(std::move(other.values_))
     {
     }
+    /// By copy or move, then exchange.
     Array2D& operator=(Array2D other) noexcept
     {
         std::swap(lengths_, other.lengths_);
