@@ -16,12 +16,15 @@ namespace Velmar::Lintrix {
 /// Cost: 2 m^2 (n - m/3) operations for m <= n.
 class LINTRIX_EXPORT LQ {
 public:
+    /// Factorizes any shape.
     explicit LQ(const Matrix& matrix);
+    /// Takes the factors over and leaves the source released.
     LQ(LQ&&) noexcept = default;
+    /// Takes the factors over and leaves the source released.
     LQ& operator=(LQ&&) noexcept = default;
 
-    std::int32_t Rows() const noexcept { return mRows; }
-    std::int32_t Cols() const noexcept { return mCols; }
+    std::int32_t Rows() const noexcept { return mRows; } ///< m
+    std::int32_t Cols() const noexcept { return mCols; } ///< n
 
     Matrix L() const; ///< m x p, lower trapezoidal
     Matrix Q() const; ///< p x n, orthonormal rows

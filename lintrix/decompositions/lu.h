@@ -20,11 +20,13 @@ class LINTRIX_EXPORT LU {
 public:
     /// Factorizes any shape.
     explicit LU(const Matrix& matrix);
+    /// Takes the factors over and leaves the source released.
     LU(LU&&) noexcept = default;
+    /// Takes the factors over and leaves the source released.
     LU& operator=(LU&&) noexcept = default;
 
-    std::int32_t Rows() const noexcept { return mRows; }
-    std::int32_t Cols() const noexcept { return mCols; }
+    std::int32_t Rows() const noexcept { return mRows; } ///< m
+    std::int32_t Cols() const noexcept { return mCols; } ///< n
     /// True exactly when a pivot was exactly zero.
     bool IsSingular() const noexcept { return inf != 0; }
 

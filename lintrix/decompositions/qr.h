@@ -23,11 +23,13 @@ public:
     explicit QR(const Matrix& matrix) : QR(matrix, false) {}
     /// With pivoting the magnitudes on the diagonal of R do not rise.
     QR(const Matrix& matrix, bool pivoting);
+    /// Takes the factors over and leaves the source released.
     QR(QR&&) noexcept = default;
+    /// Takes the factors over and leaves the source released.
     QR& operator=(QR&&) noexcept = default;
 
-    std::int32_t Rows() const noexcept { return mRows; }
-    std::int32_t Cols() const noexcept { return mCols; }
+    std::int32_t Rows() const noexcept { return mRows; } ///< m
+    std::int32_t Cols() const noexcept { return mCols; } ///< n
 
     Matrix R() const; ///< p x n, upper trapezoidal
     Matrix Q() const; ///< m x p, orthonormal columns

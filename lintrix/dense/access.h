@@ -9,7 +9,7 @@
 
 namespace Velmar::Lintrix::detail {
 
-struct DenseAccess {
+struct LINTRIX_TESTABLE DenseAccess {
     static const double* cells(const Matrix& matrix) { return matrix.cells(); }
     static double* cells(Matrix& matrix) { return matrix.cells(); }
     static std::int32_t count(const Matrix& matrix) noexcept { return matrix.mCells; }

@@ -88,9 +88,7 @@ Matrix::Matrix(Uninitialised, std::int32_t rows, std::int32_t cols)
 }
 
 Matrix::Matrix(Block<double>&& block, std::int32_t rows, std::int32_t cols) noexcept
-    : mRows(rows), mCols(cols),
-      mCells(static_cast<std::int32_t>(static_cast<std::uint32_t>(rows) * static_cast<std::uint32_t>(cols))),
-      a(std::move(block))
+    : mRows(rows), mCols(cols), mCells(detail::wrappingProduct(rows, cols)), a(std::move(block))
 {
 }
 

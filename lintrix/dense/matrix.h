@@ -46,17 +46,22 @@ public:
 
     /// 3 x 3 zeros.
     Matrix();
-    /// rows x cols zeros.
-    Matrix(std::int32_t rows, std::int32_t cols);
+    /// rows x cols zeros. Explicit, so that a list of numbers is never taken for a size.
+    explicit Matrix(std::int32_t rows, std::int32_t cols);
     /// Zeros, then `diagonal` at block offsets 0, rows+1, 2(rows+1), ... By contract to the end of the block:
     /// in a matrix wider than rows+1 the diagonal starts again in column rows+1.
-    Matrix(std::int32_t rows, std::int32_t cols, double diagonal);
+    explicit Matrix(std::int32_t rows, std::int32_t cols, double diagonal);
     /// All elements of `array`.
     Matrix(const Array2D<double>& array);
     /// `Matrix{{1, 2}, {3, 4}}`, row after row. @throws ArgumentException  ragged rows
     Matrix(std::initializer_list<std::initializer_list<double>> rows) : Matrix(Array2D<double>(rows)) {}
-    /// rows x cols zeros with the overlap of `array` copied in; its excess is ignored.
+    /// rows x cols zeros with the overlap of `array` copied in; its excess is ignored. Nested braces are an
+    /// array, flat ones the values of the form below; `{{1}, {2}}` may be either: name the type there.
     Matrix(const Array2D<double>& array, std::int32_t rows, std::int32_t cols);
+    Matrix(std::initializer_list<std::initializer_list<double>> array, std::int32_t rows, std::int32_t cols)
+        : Matrix(Array2D<double>(array), rows, cols)
+    {
+    }
     /// `array` read row after row; missing cells are zero, surplus values are ignored.
     /// @throws IndexOutOfRangeException  the array is empty: the first value is read before the length is
     /// looked at
@@ -193,7 +198,8 @@ public:
     /// A*x as a matrix of one column.
     Matrix Times(const Vector& x) const;
 
-    /// C := alpha*op(A)*op(B) + beta*C in place. With beta = 0 the old C is not read. C must not be A or B.
+    /// C := alpha*op(A)*op(B) + beta*C in place. With beta = 0 the old C is not read. C must not be A or B,
+    /// and a mode outside the three members is not guarded (the hardened build refuses both).
     /// @throws SizeMismatchException  inner sizes differ: "Matrix sizes do not match."; then the shape of C:
     ///         "Incorrect size for matrix C."
     static void Multiply(double alpha, TransposeMode transA, const Matrix& A, TransposeMode transB,

@@ -33,17 +33,21 @@ struct Operand {
 Operand operandOf(TransposeMode mode, const Matrix& X)
 {
     switch (mode) {
+    case TransposeMode::NotTransposed:
+        break;
     case TransposeMode::Transposed:
         return {'T', X.Cols(), X.Rows()};
     case TransposeMode::ConjugateTransposed:
         return {'C', X.Cols(), X.Rows()};
-    default: // by contract other values are not guarded; they read as NotTransposed
-        return {'N', X.Rows(), X.Cols()};
+    default: // by contract not guarded: reads as NotTransposed
+        if constexpr (detail::kHardened)
+            throw InvalidOperationException("The transposition mode is none of its three members.");
     }
+    return {'N', X.Rows(), X.Cols()};
 }
 
 // The caller's duty: the target of a kernel is none of its operands.
-void requireDistinct(std::intptr_t target, std::intptr_t operand)
+void requireDistinct(const double* target, const double* operand)
 {
     if constexpr (detail::kHardened) {
         if (target == operand)
@@ -176,8 +180,8 @@ void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, Trans
     if (opB.rows != opA.cols) throw SizeMismatchException();
     if (C.mRows != opA.rows || C.mCols != opB.cols)
         throw SizeMismatchException("Incorrect size for matrix C.");
-    requireDistinct(C.DataPtr(), A.DataPtr());
-    requireDistinct(C.DataPtr(), B.DataPtr());
+    requireDistinct(C.cells(), A.cells());
+    requireDistinct(C.cells(), B.cells());
     detail::blas::gemm(opA.letter, opB.letter, opA.rows, opB.cols, opA.cols, alpha, A.cells(), A.mRows,
                        B.cells(), B.mRows, beta, C.cells(), C.mRows);
 }
@@ -188,7 +192,7 @@ void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, const
     const bool transposed = transA != TransposeMode::NotTransposed;
     const std::int32_t inner = transposed ? A.mRows : A.mCols, outer = transposed ? A.mCols : A.mRows;
     if (x.Length() != inner || y.Length() != outer) throw SizeMismatchException();
-    requireDistinct(y.DataPtr(), x.DataPtr());
+    requireDistinct(y.cells(), x.cells());
     detail::blas::gemv(transposed ? 'T' : 'N', A.mRows, A.mCols, alpha, A.cells(), A.mRows, x.cells(), 1,
                        beta, y.cells(), 1);
 }

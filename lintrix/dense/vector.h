@@ -26,12 +26,15 @@ namespace detail {
 class LINTRIX_EXPORT Vector {
 public:
     /// @name Construction
+    /// The size check, where there is one: from 1 to MaxSize, before anything is allocated.
+    /// @throws InvalidSizeException  "Invalid number of rows or columns."
     /// @{
 
     /// 3 zeros.
     Vector();
-    /// @throws InvalidSizeException  size below 1 or above MaxSize: "Invalid number of rows or columns."
+    /// `size` zeros. Round brackets: `Vector{3}` is the one element 3.
     explicit Vector(std::int32_t size);
+    /// `size` copies of `value`.
     Vector(std::int32_t size, double value);
     /// The elements of `array`, which may be empty. @throws InvalidSizeException  more than MaxSize elements
     Vector(std::span<const double> array);

@@ -33,7 +33,7 @@ LINTRIX_TESTABLE _TRELL_Complex* _realloc_Complex(_TRELL_Complex* pointer, std::
 LINTRIX_TESTABLE std::int32_t* _realloc_int(std::int32_t* pointer, std::uint64_t size);
 
 /// Releases any block, whatever its element type, in spite of its name; null is no error.
-LINTRIX_TESTABLE void _free_mem_int(void* pointer) noexcept;
+LINTRIX_EXPORT void _free_mem_int(void* pointer) noexcept; // reached from inline destructors of the classes
 
 /// The size of a live block in bytes, exactly as it was requested.
 LINTRIX_TESTABLE std::uint64_t blockBytes(const void* pointer) noexcept;

@@ -32,6 +32,9 @@ public:
     /// @throws SerializationException  the name is taken: "Value 'NAME' was already added to the archive."
     void AddValue(std::string_view name, Value value);
 
+    /// @name Reading
+    /// @{
+
     /// The value of `name` in its stored type; nothing is converted. What is returned by reference or as a
     /// span stays good until the next AddValue.
     /// @throws SerializationException  no such name: "Value 'NAME' was not found in the archive."
@@ -50,6 +53,7 @@ public:
     {
         return get<std::vector<double>>(name);
     }
+    /// @}
 
     /// All values in the order of their adding.
     const std::vector<std::pair<std::string, Value>>& Values() const noexcept { return values_; }

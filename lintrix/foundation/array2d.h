@@ -18,16 +18,20 @@ class Array2D {
 public:
     /// rows x cols zeros.
     /// @throws ArgumentOutOfRangeException  a negative length: "Non-negative number required."
-    Array2D(std::int32_t rows, std::int32_t cols, std::int32_t lowerRow = 0, std::int32_t lowerCol = 0);
+    explicit Array2D(std::int32_t rows, std::int32_t cols, std::int32_t lowerRow = 0,
+                     std::int32_t lowerCol = 0);
     /// @throws ArgumentException  ragged rows: "Rows of the array differ in length."
     Array2D(std::initializer_list<std::initializer_list<T>> rows);
+    /// @throws ArgumentException  ragged rows: "Rows of the array differ in length."
     Array2D(const std::vector<std::vector<T>>& rows);
+    /// Every element, the lower bounds with them.
     Array2D(const Array2D&) = default;
     /// `other` is left 0 x 0, so that its bounds still tell the truth.
     Array2D(Array2D&& other) noexcept
         : lengths_(std::exchange(other.lengths_, {})), lower_(other.lower_), values_(std::move(other.values_))
     {
     }
+    /// By copy or move, then exchange.
     Array2D& operator=(Array2D other) noexcept
     {
         std::swap(lengths_, other.lengths_);
@@ -37,8 +41,8 @@ public:
     }
     ~Array2D() = default;
 
-    std::int32_t Rows() const noexcept { return lengths_[0]; }
-    std::int32_t Cols() const noexcept { return lengths_[1]; }
+    std::int32_t Rows() const noexcept { return lengths_[0]; } ///< length of dimension 0
+    std::int32_t Cols() const noexcept { return lengths_[1]; } ///< length of dimension 1
     /// First valid index of dimension 0 (rows) or 1 (columns).
     /// @throws IndexOutOfRangeException  another dimension
     std::int32_t LowerBound(int dimension) const
@@ -47,14 +51,17 @@ public:
         return lower_[static_cast<std::size_t>(dimension)];
     }
 
-    /// @throws IndexOutOfRangeException  outside the bounds
+    /// Element (row, col), counted from the lower bounds. @throws IndexOutOfRangeException  outside them
     T& operator()(std::int32_t row, std::int32_t col) { return values_[offset(row, col)]; }
+    /// The same, to read.
     const T& operator()(std::int32_t row, std::int32_t col) const { return values_[offset(row, col)]; }
 
     /// Row `i` counted from 0, whatever the lower bounds; Cols() values, the next row right behind them.
     T* Row(std::int32_t i) noexcept { return values_.data() + rowStart(i); }
+    /// The same, to read.
     const T* Row(std::int32_t i) const noexcept { return values_.data() + rowStart(i); }
 
+    /// Same lengths, same lower bounds, equal elements.
     bool operator==(const Array2D&) const = default;
 
 private:

@@ -38,7 +38,7 @@ public:
     static void SetNumThreads(std::int32_t threads);
     /// True when the count follows machine and surroundings; see `MKL_Get_Dynamic`.
     static bool DynamicThreads();
-    static void DynamicThreads(bool value);
+    static void DynamicThreads(bool value); ///< sets the flag; see `MKL_Set_Dynamic`
 
     /// Gives the idle scratch buffers of all threads back to the system.
     static void FreeBuffers();

@@ -13,11 +13,13 @@ enum class StorageOrder : std::int32_t {
     ColumnMajor = 1, ///< one column after the other
 };
 
+/// The order in which a sort leaves its keys.
 enum class SortOrder : std::int32_t {
     Ascending = 0,  ///< smallest key first
     Descending = 1, ///< largest key first
 };
 
+/// The norms of a matrix.
 enum class NormType : std::int32_t {
     FrobeniusNorm = 0, ///< square root of the sum of squares
     InfinityNorm = 1,  ///< largest absolute row sum
@@ -25,6 +27,7 @@ enum class NormType : std::int32_t {
     MaxAbsValue = 3,   ///< largest absolute element
 };
 
+/// What a vector is normalized to; see `Vector::Normalize` for what each mode does by contract.
 enum class NormalizeMode : std::int32_t {
     ZScores = 0,    ///< subtract the mean, divide by the standard deviation
     UnitLength = 1, ///< scale to Euclidean length 1
@@ -39,6 +42,7 @@ enum class BalanceType : std::int32_t {
     Both = 3,    ///< permutation and scaling
 };
 
+/// How two matrices are put together.
 enum class ConcatenateMode : std::int32_t {
     Horizontally = 0, ///< side by side
     Vertically = 1,   ///< one above the other
@@ -61,13 +65,15 @@ enum class SolverStatus : std::int32_t {
     OtherError = 5,        ///< anything else
 };
 
-/// The numbers go to the engine's parameter array as they are; so 1 stays unassigned.
+/// The ordering that keeps the factors of a sparse matrix sparse. The numbers go to the engine's parameter
+/// array as they are; so 1 stays unassigned.
 enum class FillInReducingMethod : std::int32_t {
-    MinimumDegree = 0,
-    NestedDissection = 2,
-    ParallelNestedDissection = 3,
+    MinimumDegree = 0,            ///< by local degrees
+    NestedDissection = 2,         ///< by separators of the whole graph
+    ParallelNestedDissection = 3, ///< the same, on several threads
 };
 
+/// What a sparse solver may assume of its matrix.
 enum class MatrixType : std::int32_t {
     Unsymmetric = 0,           ///< no symmetry assumed
     StructurallySymmetric = 1, ///< symmetric pattern, unsymmetric values
@@ -75,6 +81,7 @@ enum class MatrixType : std::int32_t {
     Indefinite = 3,            ///< symmetric (complex solver: Hermitian) indefinite
 };
 
+/// When a sparse solver computes its factors anew.
 enum class FactorizationStrategy : std::int32_t {
     ComputeAlways = 0,     ///< the numeric factorization is computed on each run
     ComputeWhenNeeded = 1, ///< iterate with the stored factors; factorize anew only when that fails

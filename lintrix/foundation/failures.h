@@ -24,13 +24,16 @@ class LINTRIX_EXPORT MatrixException : public std::exception {
 public:
     /// "Exception of type 'Velmar.Lintrix.MatrixException' was thrown."
     MatrixException() noexcept;
+    /// A message of the raise site, and the failure that caused this one.
     explicit MatrixException(std::string_view message, std::exception_ptr innerException = nullptr);
+    /// Both share the details.
     MatrixException(const MatrixException&) noexcept = default;
+    /// Both share the details.
     MatrixException& operator=(const MatrixException&) noexcept = default;
     ~MatrixException() override;
 
-    const char* what() const noexcept override;
-    std::string Message() const { return what(); }
+    const char* what() const noexcept override;    ///< the message
+    std::string Message() const { return what(); } ///< the message
     /// The failure that caused this one; null if there is none.
     std::exception_ptr InnerException() const noexcept;
     /// A failure owns no buffer: nothing happens.
@@ -41,8 +44,9 @@ public:
 protected:
     /// For default messages: `text` has static storage, so that nothing is allocated when memory is short.
     struct Default {
-        const char* text;
+        const char* text; ///< the message
     };
+    /// A failure with its default message.
     explicit MatrixException(Default message) noexcept : text_(message.text) {}
     /// Restores a failure that `GetObjectData` wrote; an inner failure comes back as a `MatrixException`.
     /// @throws SerializationException  a key is missing or of another type
@@ -109,14 +113,15 @@ public:
 /// A bad argument; `ParamName` is empty where the raise site names none.
 class LINTRIX_EXPORT ArgumentException : public std::invalid_argument {
 public:
+    /// `paramName`: which argument is bad.
     explicit ArgumentException(const std::string& message, std::string_view paramName = {})
         : std::invalid_argument(message), paramName_(std::make_shared<const std::string>(paramName))
     {
     }
     ~ArgumentException() override;
 
-    std::string Message() const { return what(); }
-    const std::string& ParamName() const noexcept { return *paramName_; }
+    std::string Message() const { return what(); }                        ///< the message
+    const std::string& ParamName() const noexcept { return *paramName_; } ///< which argument is bad
 
 private:
     std::shared_ptr<const std::string> paramName_;
@@ -134,7 +139,7 @@ class LINTRIX_EXPORT InvalidOperationException : public std::logic_error {
 public:
     using std::logic_error::logic_error;
     ~InvalidOperationException() override;
-    std::string Message() const { return what(); }
+    std::string Message() const { return what(); } ///< the message
 };
 
 /// The case is not supported.
@@ -142,7 +147,7 @@ class LINTRIX_EXPORT NotSupportedException : public std::logic_error {
 public:
     using std::logic_error::logic_error;
     ~NotSupportedException() override;
-    std::string Message() const { return what(); }
+    std::string Message() const { return what(); } ///< the message
 };
 
 /// An empty function object was called.
@@ -150,7 +155,7 @@ class LINTRIX_EXPORT NullReferenceException : public std::logic_error {
 public:
     NullReferenceException();
     ~NullReferenceException() override;
-    std::string Message() const { return what(); }
+    std::string Message() const { return what(); } ///< the message
 };
 
 /// Access outside a plain array.
@@ -158,7 +163,7 @@ class LINTRIX_EXPORT IndexOutOfRangeException : public std::out_of_range {
 public:
     IndexOutOfRangeException();
     ~IndexOutOfRangeException() override;
-    std::string Message() const { return what(); }
+    std::string Message() const { return what(); } ///< the message
 };
 
 /// An archive lacks a key, holds another type, or is damaged.
@@ -166,7 +171,7 @@ class LINTRIX_EXPORT SerializationException : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
     ~SerializationException() override;
-    std::string Message() const { return what(); }
+    std::string Message() const { return what(); } ///< the message
 };
 
 } // namespace Velmar::Lintrix

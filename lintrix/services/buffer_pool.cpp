@@ -30,6 +30,7 @@
 #include <mutex>
 #include <new>
 #include <span>
+#include <type_traits>
 #include <utility>
 
 namespace Velmar::Lintrix {
@@ -193,7 +194,8 @@ bool releaseInOthers(const void* address)
 void freePools(std::span<Entry> used)
 {
     for (Entry& entry : used) {
-        SystemAllocatorSlots().free(entry.pool); // trivially destructible
+        static_assert(std::is_trivially_destructible_v<BufferRecords>);
+        SystemAllocatorSlots().free(entry.pool);
         entry.pool = nullptr;
         entry.owner.store(kNobody, std::memory_order_relaxed);
     }

@@ -13,7 +13,8 @@
 namespace Velmar::Lintrix {
 
 /// Gives the idle buffers of all threads back to the system. When no buffer is in use anywhere the pools
-/// themselves go too; otherwise all of them stay. May be called at any time and repeated.
+/// themselves go too; otherwise all of them stay. May be called at any time and repeated, also by a host's
+/// own `malloc` in a shortage; not by its `free`, which runs under the service lock here.
 LINTRIX_EXPORT void MKL_FreeBuffers();
 
 namespace detail {

@@ -110,6 +110,18 @@ TEST(Round, HugeAndSpecialValuesStay)
     EXPECT_TRUE(std::isnan(Round(kNaN, 15)));
 }
 
+// Scaling them and back would be off by one place now and then.
+TEST(Round, NumbersWithoutFractionalDigitsStayAsTheyAre)
+{
+    std::mt19937_64 generator(11);
+    for (int digits = 0; digits <= 15; ++digits) {
+        for (int k = 0; k < 200; ++k) {
+            const double value = 1e16 + static_cast<double>(generator() >> 8); // to 8.2e16
+            expectRounded(value, digits, value);
+        }
+    }
+}
+
 TEST(Round, RoundingModeOfTheProcessDoesNotMatter)
 {
     for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {

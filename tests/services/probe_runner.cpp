@@ -12,8 +12,6 @@
 #include <sstream>
 #include <string_view>
 
-extern char** environ;
-
 namespace Velmar::Lintrix::testing {
 
 namespace {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -81,20 +82,24 @@ TEST(FoundOnce, SearchesOnceHoweverManyThreadsAsk)
     EXPECT_EQ(searches, 1);
 }
 
-TEST(FoundOnce, SearchesUnderTheServiceLock)
+TEST(FoundOnce, SearchesOnceForAllThreadsThatWaitAtTheLock)
 {
     FoundOnce<int> value;
-    std::atomic<bool> done{false};
+    std::atomic<int> asking{0}, searches{0};
     serviceLock().lock();
-    std::thread asker([&] {
-        value.get([] { return 1; });
-        done = true;
-    });
-    for (int i = 0; i < 100; ++i) std::this_thread::yield();
-    EXPECT_FALSE(done);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&] {
+            ++asking;
+            EXPECT_EQ(value.get([&] { return ++searches; }), 1);
+        });
+    }
+    while (asking < kThreads) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // for them to reach the lock
+    EXPECT_EQ(searches, 0);
     serviceLock().unlock();
-    asker.join();
-    EXPECT_TRUE(done);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(searches, 1);
 }
 
 TEST(FoundOnce, TakesNoLockOnceFound)

@@ -122,7 +122,8 @@ double oneNorm(const Matrix& A)
     for (int c = 0; c < A.Cols(); ++c) {
         double sum = 0.0;
         for (int r = 0; r < A.Rows(); ++r) sum += std::abs(A(r, c));
-        if (!(sum <= norm)) norm = sum; // a NaN comes through
+        if (std::isnan(sum)) return sum; // comes through, whatever the other columns hold
+        norm = std::max(norm, sum);
     }
     return norm;
 }

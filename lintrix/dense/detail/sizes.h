@@ -23,8 +23,14 @@ inline void requireSizes(std::int32_t rows, std::int32_t cols)
     requireSize(cols);
 }
 
-/// rows*cols in wrapping 32-bit arithmetic, by contract unchecked; the hardened build refuses a wrapped
-/// product.
+/// rows*cols in wrapping 32-bit arithmetic.
+constexpr std::int32_t wrappingProduct(std::int32_t rows, std::int32_t cols) noexcept
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(rows) * static_cast<std::uint32_t>(cols));
+}
+
+/// The cell count of a new matrix. By contract a wrapped product is not noticed; the hardened build refuses
+/// it.
 inline std::int32_t cellCount(std::int32_t rows, std::int32_t cols)
 {
     if constexpr (kHardened) {
@@ -32,7 +38,7 @@ inline std::int32_t cellCount(std::int32_t rows, std::int32_t cols)
             throw InvalidOperationException("The matrix would have more than 2147483647 cells.");
         }
     }
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(rows) * static_cast<std::uint32_t>(cols));
+    return wrappingProduct(rows, cols);
 }
 
 } // namespace Velmar::Lintrix::detail
