@@ -30,6 +30,11 @@ struct SystemFiles {
     std::optional<MatrixMarket> rightHands;
 };
 
+struct System {
+    Matrix A, B;
+    bool onesAreKnown; ///< B = A*(1, ..., 1), and no other solution can be the answer
+};
+
 /// Both size lines are judged before any entry is read.
 SystemFiles readSystem(const SolveOptions& options, Progress& progress)
 {
@@ -47,6 +52,25 @@ SystemFiles readSystem(const SolveOptions& options, Progress& progress)
     if (rightHands) files.rightHands = rightHands->read();
     progress.erase();
     return files;
+}
+
+/// The entries as read are released when the dense matrices stand.
+System loadSystem(const SolveOptions& options, SolveReport& report, Progress& progress)
+{
+    const SystemFiles files = readSystem(options, progress);
+    report.matrix = files.matrix.header.file;
+    report.entries = entryCount(files.matrix);
+    report.seconds.finish("read");
+
+    Matrix A = assemble(files.matrix);
+    Matrix B = files.rightHands ? assemble(*files.rightHands) : A * filledWith(1.0, A.Cols(), 1);
+    report.rows = A.Rows();
+    report.cols = A.Cols();
+    report.rightHands = B.Cols();
+    report.seconds.finish("assemble");
+    // A wide system is answered by its shortest solution, which the ones are not.
+    const bool onesAreKnown = !files.rightHands && A.Rows() >= A.Cols();
+    return {std::move(A), std::move(B), onesAreKnown};
 }
 
 void announce(const Matrix& A, std::string_view file, Progress& progress)
@@ -67,7 +91,8 @@ void tell(const std::string& text)
 
 void warnOfFewDigits(const SolveReport& report)
 {
-    const double error = std::max(report.maxError.value_or(0.0), report.probeError.value_or(0.0));
+    const double probe = report.probeError.value_or(0.0);
+    const double error = std::isnan(probe) ? probe : std::max(probe, report.maxError.value_or(0.0));
     if (error <= kFewDigits) return;
     const int digits = std::isfinite(error) ? std::max(0, static_cast<int>(-std::log10(error))) : 0;
     const std::string trust = digits == 0   ? "no digit of the solution can"
@@ -77,23 +102,30 @@ void warnOfFewDigits(const SolveReport& report)
                      report.matrix, trust, error));
 }
 
-/// Residuals and, for b from ones, the error. The solution of a wide system is the shortest one, not the
-/// ones.
-void fillIn(SolveReport& report, Answer& answer, Quality& quality, const Matrix& A, const Matrix& B,
-            bool fromOnes)
+/// Residuals and errors; an answer that does not solve its system is told to be inaccurate.
+Quality check(const System& system, Answer& answer, SolveReport& report)
 {
+    Quality quality;
     report.probeError = answer.probeError;
     if (answer.status == Status::Solved) {
-        quality = judge(A, *answer.x, B);
+        quality = judge(system.A, *answer.x, system.B);
         if (!(quality.judged() <= kInaccurate)) answer.status = Status::Inaccurate;
         report.residual = quality.residual;
         report.normalResidual = quality.normalResidual;
-        if (fromOnes && A.Rows() >= A.Cols()) {
-            report.maxError = largestDifference(*answer.x, filledWith(1.0, A.Cols(), 1));
+        if (system.onesAreKnown) {
+            report.maxError = largestDifference(*answer.x, filledWith(1.0, system.A.Cols(), 1));
         }
     }
     report.road = answer.road;
     report.status = nameOf(answer.status);
+    return quality;
+}
+
+void write(const Matrix& X, OutputFile& out)
+{
+    writeMatrixMarketArray(cellsOf(X).data(), X.Rows(), X.Cols(),
+                           [&](std::string_view text) { out.write(text); });
+    out.close();
 }
 
 void print(const std::string& text)
@@ -111,39 +143,22 @@ int runSolve(const SolveOptions& options)
     std::optional<OutputFile> out;
     if (!options.out.empty()) out.emplace(options.out);
 
-    SystemFiles files = readSystem(options, progress);
-    report.matrix = files.matrix.header.file;
-    report.entries = entryCount(files.matrix);
-    report.seconds.finish("read");
-
-    const Matrix A = assemble(files.matrix);
-    const Matrix B = files.rightHands ? assemble(*files.rightHands) : A * filledWith(1.0, A.Cols(), 1);
-    files = {}; // the entries as read are not needed any more
-    report.rows = A.Rows();
-    report.cols = A.Cols();
-    report.rightHands = B.Cols();
-    report.seconds.finish("assemble");
-
-    announce(A, report.matrix, progress);
-    Answer answer = solveDense(A, B);
+    const System system = loadSystem(options, report, progress);
+    announce(system.A, report.matrix, progress);
+    Answer answer = solveDense(system.A, system.B);
     progress.erase();
     report.seconds.finish("solve");
 
-    Quality quality;
-    fillIn(report, answer, quality, A, B, options.rightHands.empty());
+    const Quality quality = check(system, answer, report);
     report.seconds.finish("check");
 
     const bool solved = answer.status == Status::Solved;
-    if (out && solved) {
-        writeMatrixMarketArray(cellsOf(*answer.x).data(), answer.x->Rows(), answer.x->Cols(),
-                               [&](std::string_view text) { out->write(text); });
-        out->close();
-    }
+    if (out && solved) write(*answer.x, *out);
     report.seconds.finish("write");
 
     print(options.json ? asJson(report) : asText(report));
     if (!solved) {
-        tell(fmt::format("{}: {}", report.matrix, explain(answer, A, quality)));
+        tell(fmt::format("{}: {}", report.matrix, explain(answer, system.A, quality)));
         return 1;
     }
     if (out) out->commit();
