@@ -697,6 +697,7 @@ TEST(MatrixStatistics, IsEqualComparesBlocksAndNotShapes)
     const Matrix A{{1, 3}, {2, 4}}, B{{1}, {2}, {3}, {4}};
     EXPECT_TRUE(A.IsEqual(B));
     EXPECT_TRUE(B.IsEqual(A));
+    EXPECT_FALSE(A == B); // the exact comparison looks at the shape
     EXPECT_TRUE(counted(2, 3).IsEqual(counted(3, 2)));
     EXPECT_FALSE((A.IsEqual(Matrix{{1, 2}, {3, 4}})));
 }
