@@ -1,0 +1,384 @@
+#pragma once
+/// @file
+/// The real sparse matrix in compressed rows.
+///
+/// Three arrays: values, column numbers, row pointers. Both index arrays are one-based in memory, always: the
+/// kernels and the direct solver take them as they stand, so zero-based input is shifted once, when it comes
+/// in. Within a row the columns ascend strictly; every lookup depends on it. What is stored is a slot, not a
+/// non-zero value: a stored zero stays until `RemoveZeros`.
+///
+/// The class is made to be assembled once and then handed on. Writing a new element through `Item` moves all
+/// elements behind it; for a large matrix see `SparseAssembler`, which takes elements in any order in linear
+/// time.
+
+#include <lintrix/dense/matrix.h>
+#include <lintrix/dense/vector.h>
+#include <lintrix/foundation/block.h>
+#include <lintrix/foundation/capabilities.h>
+#include <lintrix/foundation/enumerations.h>
+
+#include <any>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <iosfwd>
+#include <locale>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Velmar::Lintrix {
+
+namespace detail {
+struct SparseAccess;
+}
+
+/// A rectangular matrix of doubles that stores the elements it was given.
+///
+/// Symmetric storage (`Symmetric()` true): the matrix is square and the rows hold the upper triangle with the
+/// diagonal. A symmetric matrix begins with all its diagonal slots, value 0, because the direct solver needs
+/// them. `Item` and products with dense operands see the full matrix; sums, transposition and `IsEqual` see
+/// the stored triangle only; sparse products refuse it.
+///
+/// Capacity: the slots that the arrays hold, at least NumElements(). An insertion into full arrays grows them
+/// to GrowFactor() times their capacity, at least by one slot.
+///
+/// An object is used by one thread at a time; concurrent reading is safe. Allocation raises
+/// NotEnoughMemoryException with its default message, in every member that makes or grows an array; a failing
+/// member leaves the object as it was where nothing else is said.
+class LINTRIX_EXPORT SparseMatrix {
+public:
+    /// Element (row, col) of a matrix that may be written: `A(i, j) = 2.0` stores, reading looks up.
+    class Reference {
+    public:
+        Reference(const Reference&) = default;
+        operator double() const { return matrix_->Item(row_, col_); }
+        Reference& operator=(double value)
+        {
+            matrix_->Item(row_, col_, value);
+            return *this;
+        }
+        Reference& operator=(const Reference& other) { return *this = static_cast<double>(other); }
+        Reference& operator+=(double value) { return *this = *this + value; }
+        Reference& operator-=(double value) { return *this = *this - value; }
+        Reference& operator*=(double value) { return *this = *this * value; }
+        Reference& operator/=(double value) { return *this = *this / value; }
+
+    private:
+        friend class SparseMatrix;
+        Reference(SparseMatrix& matrix, std::int32_t row, std::int32_t col)
+            : matrix_(&matrix), row_(row), col_(col)
+        {
+        }
+
+        SparseMatrix* matrix_;
+        std::int32_t row_, col_;
+    };
+
+    /// @name Construction
+    /// The size check, where there is one: `rows`, then `cols`, from 1 to MaxSize, before anything is
+    /// allocated.
+    /// @throws InvalidSizeException  "Invalid number of rows."; "Invalid number of columns."
+    /// A growth factor is clamped to 1 .. 4, a capacity raised to the row count.
+    /// @{
+
+    /// 1 x 1 and empty, capacity 1, growth factor 1.
+    SparseMatrix();
+    /// rows x cols, no elements, capacity 100, growth factor 1.2f.
+    explicit SparseMatrix(std::int32_t rows, std::int32_t cols);
+    explicit SparseMatrix(std::int32_t rows, std::int32_t cols, std::int32_t capacity);
+    explicit SparseMatrix(std::int32_t rows, std::int32_t cols, std::int32_t capacity, float growFactor);
+    /// size x size; with `symmetric` the diagonal is stored, all zero.
+    explicit SparseMatrix(std::int32_t size, bool symmetric);
+    explicit SparseMatrix(std::int32_t size, bool symmetric, std::int32_t capacity, float growFactor);
+    /// The elements of a dense matrix that do not compare equal to zero: -0.0 is dropped, NaN is kept. The
+    /// capacity is exact, and by contract the growth factor is 0. Costs a second dense array while it runs.
+    explicit SparseMatrix(const Matrix& matrix);
+    /// From compressed rows, zero-based or one-based as `IA[0]` tells; general, growth factor 1.2f. The
+    /// column count is the highest column in use, so trailing empty columns cannot be told.
+    ///
+    /// Checks in this order: lengths of `A` and `JA`; `IA[0]`; `IA[rows]` against the length of `A`; sizes.
+    /// That row pointers rise and that columns ascend within a row is the caller's duty (the hardened build
+    /// looks, and raises InvalidOperationException).
+    /// @throws ArgumentException  "Array JA should have equal size with array A", parameter "JA"
+    /// @throws IndexOutOfRangeException  `IA` is empty
+    /// @throws ArgumentException  "Arrays should be zero based or one based", parameter "IA"
+    /// @throws ArgumentException  "Array IA defines different number of elements than array A"
+    SparseMatrix(std::span<const double> A, std::span<const std::int32_t> IA,
+                 std::span<const std::int32_t> JA);
+    SparseMatrix(std::initializer_list<double> A, std::initializer_list<std::int32_t> IA,
+                 std::initializer_list<std::int32_t> JA)
+        : SparseMatrix(std::span(A.begin(), A.size()), std::span(IA.begin(), IA.size()),
+                       std::span(JA.begin(), JA.size()))
+    {
+    }
+    /// Deep copy with flag, growth factor and capacity.
+    SparseMatrix(const SparseMatrix& matrix);
+    /// Takes the arrays over; `matrix` is left released, its sizes still readable.
+    SparseMatrix(SparseMatrix&& matrix) noexcept;
+    SparseMatrix& operator=(SparseMatrix matrix) noexcept;
+    virtual ~SparseMatrix() = default;
+    /// @}
+
+    /// @name Access
+    /// @{
+
+    /// Element (row, col), counted from 0; 0.0 where none is stored. In symmetric storage an access below the
+    /// diagonal becomes the mirrored one before anything is checked. `row` is tested first. Cost: a scan of
+    /// the row.
+    /// @throws IndexOutOfBoundsException  "Row index exceeds matrix size."; "Column index exceeds matrix
+    /// size."
+    double Item(std::int32_t row, std::int32_t col) const;
+    /// Overwrites the stored element, or inserts one, whatever the value: also a zero is stored. Checks as
+    /// above. Cost of an insertion: a move of all elements behind it and a pass over the row pointers.
+    /// By contract `Capacity()` already tells the grown value when growing the arrays fails.
+    void Item(std::int32_t row, std::int32_t col, double value);
+    double operator()(std::int32_t row, std::int32_t col) const { return Item(row, col); }
+    Reference operator()(std::int32_t row, std::int32_t col) { return Reference(*this, row, col); }
+
+    /// The sizes keep answering after release.
+    std::int32_t Rows() const noexcept { return mRows; }
+    std::int32_t Cols() const noexcept { return mCols; }
+    /// New rows are empty, also in symmetric storage; dropped rows take their elements along. A symmetric
+    /// matrix changes its columns with it. By contract the value is not checked (the hardened build raises
+    /// InvalidOperationException for one outside 1 .. MaxSize).
+    void Rows(std::int32_t value);
+    /// Elements in dropped columns are removed one by one. A symmetric matrix changes its rows with it. Not
+    /// checked, as for the rows.
+    void Cols(std::int32_t value);
+
+    /// Stored elements, zeros among them. @pre not released
+    std::int32_t NumElements() const { return rowPointers()[mRows] - rowPointers()[0]; }
+    std::int32_t Capacity() const noexcept { return mCells; }
+    /// Reallocates the arrays to max(value, NumElements()) slots, if that differs.
+    void Capacity(std::int32_t value);
+    float GrowFactor() const noexcept { return _growFactor; }
+    /// Clamped to 1 .. 4.
+    void GrowFactor(float value) noexcept;
+    bool Symmetric() const noexcept { return _symmetric; }
+    /// Says how the arrays are to be read, and changes nothing in them.
+    void Symmetric(bool value) noexcept { _symmetric = value; }
+
+    /// The arrays as they are stored, both index arrays one-based; good until the matrix changes.
+    /// Rows() + 1 row pointers: row i has the slots [RowPointers()[i] - 1, RowPointers()[i + 1] - 1).
+    std::span<const std::int32_t> RowPointers() const
+    {
+        return {rowPointers(), static_cast<std::size_t>(mRows) + 1};
+    }
+    /// NumElements() column numbers, ascending within a row.
+    std::span<const std::int32_t> ColumnIndices() const
+    {
+        return {ja.get(), static_cast<std::size_t>(NumElements())};
+    }
+    /// NumElements() values.
+    std::span<const double> Values() const { return {a.get(), static_cast<std::size_t>(NumElements())}; }
+    /// @}
+
+    /// @name Life and conversion
+    /// @{
+
+    SparseMatrix Clone() const { return *this; }
+    /// The cloneable capability: holds a `SparseMatrix`.
+    std::any CloneableClone() const { return Clone(); }
+    /// Releases the arrays at once; may be repeated. By contract no operation looks whether the object was
+    /// released (the hardened build does, and raises InvalidOperationException).
+    void Dispose() noexcept;
+    /// The full matrix, both triangles of a symmetric one.
+    virtual Matrix ToDense() const;
+    /// @}
+
+    /// @name Changes in place
+    /// @{
+
+    /// Removes stored elements of magnitude below |tolerance|: strictly, so 0 removes nothing, and a NaN
+    /// stays. With `excludeDiagonals` the diagonal stays. One pass; the capacity stays.
+    void RemoveZeros() { RemoveZeros(1e-15); }
+    void RemoveZeros(double tolerance) { RemoveZeros(tolerance, true); }
+    void RemoveZeros(double tolerance, bool excludeDiagonals);
+
+    /// Replaces all elements by random ones from the shared generator, uniform in lowerBound .. upperBound
+    /// and rounded to `decimals` places. General: density times the cells, at least one a row on average, in
+    /// rows of even share. Symmetric: the diagonal and about half as many above it.
+    /// @throws ArgumentOutOfRangeException  decimals outside 0 to 15
+    void FillRandom() { FillRandom(0.01); }
+    void FillRandom(double density) { FillRandom(density, 1.0, 10.0); }
+    void FillRandom(double density, double lowerBound, double upperBound)
+    {
+        FillRandom(density, lowerBound, upperBound, 0);
+    }
+    virtual void FillRandom(double density, double lowerBound, double upperBound, std::int32_t decimals);
+    /// @}
+
+    /// @name Sums and scalar multiples
+    /// @{
+
+    /// A + beta*op(B), the union of both patterns; what cancels stays as a stored zero. By contract the
+    /// symmetric flags are not looked at: the result is general and holds the sum of what is stored.
+    /// Checks: class, then shape.
+    /// @throws ArgumentException      run-time classes differ: "Matrices are not of the same type"
+    /// @throws SizeMismatchException  op(B) is not of A's shape; no message
+    static SparseMatrix Add(const SparseMatrix& A, double beta, TransposeMode transB, const SparseMatrix& B);
+    static SparseMatrix Add(const SparseMatrix& A, const SparseMatrix& B);
+    static SparseMatrix Subtract(const SparseMatrix& A, const SparseMatrix& B);
+    static SparseMatrix Negate(const SparseMatrix& A) { return Multiply(A, -1.0); }
+    /// The operand itself; by contract `+A` copies and this does not.
+    static const SparseMatrix& Plus(const SparseMatrix& A) noexcept { return A; }
+    /// A copy with flag, growth factor and capacity, its values scaled; 0 keeps all slots.
+    static SparseMatrix Multiply(const SparseMatrix& A, double scalar);
+
+    friend SparseMatrix operator+(const SparseMatrix& A) { return A; }
+    friend SparseMatrix operator-(const SparseMatrix& A) { return Negate(A); }
+    friend SparseMatrix operator+(const SparseMatrix& A, const SparseMatrix& B) { return Add(A, B); }
+    friend SparseMatrix operator-(const SparseMatrix& A, const SparseMatrix& B) { return Subtract(A, B); }
+    friend SparseMatrix operator*(const SparseMatrix& A, double scalar) { return Multiply(A, scalar); }
+    friend SparseMatrix operator*(double scalar, const SparseMatrix& A) { return Multiply(A, scalar); }
+    /// @}
+
+    /// @name Products
+    /// @{
+
+    /// op(A)*B, both general. What cancels stays a stored zero with `NotTransposed` and is dropped with the
+    /// other modes. Cost: proportional to the multiplications; the transposed forms also to
+    /// A.Cols()*B.Cols().
+    /// @throws NotSupportedException     an operand is symmetric: "Symmetrix matrices are not supported."
+    /// @throws InvalidSizeException      inner sizes differ; no message
+    static SparseMatrix Multiply(TransposeMode transA, const SparseMatrix& A, const SparseMatrix& B);
+    static SparseMatrix Multiply(const SparseMatrix& A, const SparseMatrix& B);
+    /// A*B. @throws InvalidSizeException  "Invalid number of rows for matrix B"
+    static Matrix Multiply(const SparseMatrix& A, const Matrix& B);
+    /// A*x. @throws SizeMismatchException  no message
+    static Vector Multiply(const SparseMatrix& A, const Vector& x);
+    /// x'*A, x taken as a row. @throws SizeMismatchException  no message
+    static Vector Multiply(const Vector& x, const SparseMatrix& A);
+    /// y := alpha*op(A)*x + beta*y in place; `x` is checked first. With beta 0 y is not read.
+    /// @throws SizeMismatchException  no message
+    static void Multiply(double alpha, TransposeMode transA, const SparseMatrix& A, const Vector& x,
+                         double beta, Vector& y);
+    /// C := alpha*op(A)*B + beta*C in place. Checks: rows of B, rows of C, columns of C. By contract the
+    /// columns of B and C are addressed A.Cols() and A.Rows() apart in every mode, so a transposed product
+    /// means what it says for square A only (the hardened build refuses the others with
+    /// InvalidOperationException).
+    /// @throws InvalidSizeException  no message
+    static void Multiply(double alpha, TransposeMode transA, const SparseMatrix& A, const Matrix& B,
+                         double beta, Matrix& C);
+
+    friend SparseMatrix operator*(const SparseMatrix& A, const SparseMatrix& B) { return Multiply(A, B); }
+    /// @throws InvalidSizeException  no message: the operator has no check of its own
+    LINTRIX_EXPORT friend Matrix operator*(const SparseMatrix& A, const Matrix& B);
+    friend Vector operator*(const SparseMatrix& A, const Vector& x) { return Multiply(A, x); }
+    friend Vector operator*(const Vector& x, const SparseMatrix& A) { return Multiply(x, A); }
+
+    /// Cols() x Rows(), general. By contract the flag is not looked at: of a symmetric matrix it is the
+    /// lower triangle. Linear in elements and columns.
+    SparseMatrix Transpose() const;
+    /// @}
+
+    /// @name Comparison
+    /// @{
+
+    /// Whether the stored elements agree within |tolerance|, an absent one counting as 0. Sizes and the flag
+    /// are not compared, and a NaN agrees with everything.
+    /// @throws InvalidOperationException  an operand stores nothing: "The enumerator is positioned before the
+    /// first element of the matrix."
+    bool IsEqual(const SparseMatrix& matrix) const { return IsEqual(matrix, 1e-09); }
+    bool IsEqual(const SparseMatrix& matrix, double tolerance) const;
+
+    /// By contract none of these ever answers; `IsEqual` does. @throws NullReferenceException  always
+    bool Equals(const SparseMatrix& object) const;
+    bool Equals(const SparseMatrix* object) const;
+    template <AnotherClass<SparseMatrix> T>
+    bool Equals(const T&) const
+    {
+        return Equals(static_cast<const SparseMatrix*>(nullptr));
+    }
+    friend bool operator==(const SparseMatrix& A, const SparseMatrix& B) { return A.Equals(B); }
+    friend bool operator!=(const SparseMatrix& A, const SparseMatrix& B) { return !A.Equals(B); }
+
+    /// Sizes, row pointers, columns and values, exclusive-or'ed together, and by contract one slot more than
+    /// is stored: equal matrices may differ in it.
+    std::int32_t GetHashCode() const;
+    /// @}
+
+    /// @name Text
+    /// Every element, stored or not, padded on the left to the longest stored one.
+    /// @{
+
+    /// Current locale, format "F3", separator " ", borders "| " and " |\n", end " |\n".
+    std::string ToString() const;
+    std::string ToString(std::string_view format) const;
+    std::string ToString(std::string_view format, std::string_view separator) const;
+    std::string ToString(std::string_view format, std::string_view separator, std::string_view leftBorder,
+                         std::string_view rightBorder, std::string_view endMatrix) const;
+    /// By contract with the borders "|\n", without the blank of the other forms.
+    std::string ToString(const std::locale& provider, std::string_view format) const;
+    /// The last row closes with `endMatrix` alone.
+    /// @throws FormatException  "Format specifier was invalid."
+    std::string ToString(const std::locale& provider, std::string_view format, std::string_view separator,
+                         std::string_view leftBorder, std::string_view rightBorder,
+                         std::string_view endMatrix) const;
+    /// Writes `ToString()`.
+    LINTRIX_EXPORT friend std::ostream& operator<<(std::ostream& out, const SparseMatrix& matrix);
+    /// @}
+
+    /// @name Byte form and archive
+    /// @{
+
+    /// Rows, columns, row pointers, values, columns of the elements: 4*(3*NumElements() + Rows() + 3) bytes,
+    /// little-endian as in memory. Flag and growth factor are not in it.
+    std::vector<std::byte> Data() const;
+    /// Restores what the form above holds; flag and growth factor stay.
+    /// By contract the sizes are stored before they are checked: a refused form leaves Rows() and Cols()
+    /// changed and the arrays old.
+    /// @throws InvalidSizeException      "Invalid number of rows."; "Invalid number of columns."
+    /// @throws IndexOutOfRangeException  the form is shorter than it says, or its row pointers do not fit
+    void Data(std::span<const std::byte> data);
+    /// Adds "mRows", "mCols", "growFactor", "symm", "_IA", "_A", "_JA".
+    void GetObjectData(SerializationInfo& info, const StreamingContext& context) const;
+    /// @}
+
+protected:
+    friend struct detail::ArchiveAccess;
+
+    /// Restores what `GetObjectData` wrote, with exact capacity; `FromArchive` is the way here.
+    /// @throws SerializationException    a key is missing or of another type
+    /// @throws InvalidSizeException      rows, then columns, outside 1 to MaxSize
+    /// @throws IndexOutOfRangeException  an array is short, or the row pointers do not fit
+    SparseMatrix(const SerializationInfo& info, const StreamingContext& context);
+
+private:
+    friend struct detail::SparseAccess;
+
+    /// Adopts arrays made by a kernel. By contract the capacity reads `_ia[rows]`, one more than is stored;
+    /// the arrays have that spare slot.
+    SparseMatrix(std::int32_t rows, std::int32_t cols, detail::Block<double>&& _a,
+                 detail::Block<std::int32_t>&& _ia, detail::Block<std::int32_t>&& _ja) noexcept;
+
+    void Init(std::int32_t rows, std::int32_t cols, std::int32_t capacity, float growFactor, bool symmetric);
+    void swap(SparseMatrix& other) noexcept;
+    /// Opens slot `pos`, growing the arrays if they are full; the row pointers are the caller's.
+    void insert_elem(std::int32_t pos);
+    /// Closes slot `pos`; the row pointers are the caller's.
+    void delete_elem(std::int32_t pos);
+
+    std::int32_t* rowPointers() const
+    {
+        if constexpr (detail::kHardened) {
+            if (!ia) detail::raiseReleased();
+        }
+        return ia.get();
+    }
+
+    std::int32_t mRows = 0;
+    std::int32_t mCols = 0;
+    std::int32_t mCells = 0; ///< capacity, as it is told; `insert_elem` sees to it that the blocks hold it
+    detail::Block<double> a;
+    detail::Block<std::int32_t> ia;
+    detail::Block<std::int32_t> ja;
+    float _growFactor = 0.0F;
+    bool _symmetric = false;
+};
+
+static_assert(Disposable<SparseMatrix> && Cloneable<SparseMatrix> && Serializable<SparseMatrix>);
+
+} // namespace Velmar::Lintrix
