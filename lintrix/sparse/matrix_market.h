@@ -96,8 +96,8 @@ public:
 
     /// Entries at one place are added up in the order of the file; a pattern has ones. A skew-symmetric file
     /// gives a general matrix. Cost: linear in file and sizes; 28 bytes an entry while it runs.
-    /// @throws FileFormatException       a complex file: "a complex matrix cannot be read as a real one"
-    /// @throws OperationFailedException  more elements than a sparse matrix can hold; see SparseAssembler
+    /// @throws FileFormatException    a complex file: "a complex matrix cannot be read as a real one"
+    /// @throws NotSupportedException  more elements than a sparse matrix can hold; see SparseAssembler
     SparseMatrix ReadSparse(MatrixMarketStorage storage = MatrixMarketStorage::UpperTriangle);
 
     /// The full matrix; entries at one place are added up.

@@ -1,8 +1,8 @@
 #include <lintrix/sparse/sparse_assembler.h>
 
-#include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
 #include <lintrix/sparse/access.h>
+#include <lintrix/sparse/detail/sizes.h>
 #include <lintrix/sparse/detail/triplet_compression.h>
 
 #include <algorithm>
@@ -12,12 +12,7 @@ namespace Velmar::Lintrix {
 SparseAssembler::SparseAssembler(std::int32_t rows, std::int32_t cols, SparseAssemblerOptions options)
     : rows_(rows), cols_(cols), options_(options)
 {
-    if (rows < 1 || rows > TrellConfiguration::MaxSize()) {
-        throw InvalidSizeException("Invalid number of rows.");
-    }
-    if (cols < 1 || cols > TrellConfiguration::MaxSize()) {
-        throw InvalidSizeException("Invalid number of columns.");
-    }
+    detail::requireSparseSizes(rows, cols);
     if (options.storage == AssemblyStorage::Symmetric && rows != cols) throw NotSquareMatrixException();
 }
 

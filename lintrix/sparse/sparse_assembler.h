@@ -108,7 +108,7 @@ public:
     /// Two stable counting sorts, first by column and then by row (Knuth, The Art of Computer Programming 3,
     /// section 5.2.5), so duplicates meet in the order of entry. Cost: O(entries + rows + cols) time;
     /// besides the result 12 bytes an entry and 8 a row and a column while it runs.
-    /// @throws OperationFailedException   "The matrix would have more than 2147483646 elements."
+    /// @throws NotSupportedException  "A sparse matrix holds at most 2147483646 elements."
     /// @throws NotEnoughMemoryException, std::bad_alloc  result, work arrays
     SparseMatrix Assemble() const;
 

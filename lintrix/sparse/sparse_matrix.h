@@ -32,7 +32,8 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 struct SparseAccess;
-}
+[[noreturn]] LINTRIX_EXPORT void raiseRowPointers();
+} // namespace detail
 
 /// A rectangular matrix of doubles that stores the elements it was given.
 ///
@@ -355,17 +356,36 @@ private:
                  detail::Block<std::int32_t>&& _ia, detail::Block<std::int32_t>&& _ja) noexcept;
 
     void Init(std::int32_t rows, std::int32_t cols, std::int32_t capacity, float growFactor, bool symmetric);
+    void InitSer(const SerializationInfo& info);
     void swap(SparseMatrix& other) noexcept;
-    /// Opens slot `pos`, growing the arrays if they are full; the row pointers are the caller's.
+    /// New contents for the same sizes: the commit of what replaces all elements.
+    void setArrays(std::int32_t capacity, detail::Block<double>&& values,
+                   detail::Block<std::int32_t>&& starts, detail::Block<std::int32_t>&& columns) noexcept;
+    /// Opens slot `pos`, counted from 0, growing the arrays if they are full. Its contents are stale and the
+    /// row pointers as before: both are the caller's.
     void insert_elem(std::int32_t pos);
     /// Closes slot `pos`; the row pointers are the caller's.
     void delete_elem(std::int32_t pos);
 
+    /// Where element (row, col) stands, or would have to be inserted; after the mirroring and the checks of
+    /// `Item`.
+    struct Slot {
+        std::int32_t row, col, index;
+        bool stored;
+    };
+    Slot slotOf(std::int32_t row, std::int32_t col) const;
+    void resizeSlots(std::int32_t slots);
+    void resizeRows(std::int32_t value);
+    void resizeCols(std::int32_t value) noexcept;
+
+    /// Every way to the elements leads through here. A refused byte form may have left a row count beyond the
+    /// row pointers; reading them would then end anywhere.
     std::int32_t* rowPointers() const
     {
         if constexpr (detail::kHardened) {
             if (!ia) detail::raiseReleased();
         }
+        if (mRows < 0 || mRows >= ia.cells()) detail::raiseRowPointers();
         return ia.get();
     }
 

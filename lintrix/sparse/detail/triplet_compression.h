@@ -8,9 +8,8 @@
 /// places of each row, so that the result is allocated once and exactly.
 
 #include <lintrix/foundation/block.h>
-#include <lintrix/foundation/failures.h>
+#include <lintrix/sparse/detail/sizes.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -33,13 +32,6 @@ struct ColumnOrder {
     std::unique_ptr<std::int32_t[]> row;
     std::unique_ptr<Cell[]> value;
 };
-
-/// @throws OperationFailedException  `elements` and the spare slot pass 32-bit row pointers
-inline void requireCountable(std::int64_t elements)
-{
-    if (elements < INT32_MAX) return;
-    throw OperationFailedException("The matrix would have more than 2147483646 elements.");
-}
 
 /// First sort. `Pieces` is a range of ranges of triplets (row, col, value).
 template <class Cell, class Pieces>
@@ -122,7 +114,7 @@ private:
     {
         std::int64_t elements = 0;
         for (const RowCursor& row : cursor_) elements += row.next;
-        requireCountable(elements);
+        requireElementCount(elements);
 
         CompressedRows<Cell> out{Block<Cell>(elements + 1), Block<std::int32_t>(ssize() + 1),
                                  Block<std::int32_t>(elements + 1)};
