@@ -58,8 +58,8 @@ struct MatrixMarketTriplets {
     std::int32_t rows = 1, cols = 1;
     MatrixMarketField field = MatrixMarketField::Real;
     MatrixMarketSymmetry symmetry = MatrixMarketSymmetry::General;
-    std::vector<std::int32_t> rowIndices, colIndices; ///< from 0
-    std::vector<std::complex<double>> values;         ///< 1 in a pattern
+    std::vector<std::int32_t> rowIndices{}, colIndices{}; ///< from 0
+    std::vector<std::complex<double>> values{};           ///< 1 in a pattern
 };
 
 /// How far the reading is.

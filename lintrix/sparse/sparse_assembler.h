@@ -121,11 +121,11 @@ private:
             static_cast<std::uint32_t>(col) >= static_cast<std::uint32_t>(cols_)) {
             refusePlace(row);
         }
-        return row <= col || options_.storage == AssemblyStorage::General || takesBelowDiagonal();
+        return options_.storage == AssemblyStorage::General || row <= col || takesBelowDiagonal();
     }
     SparseTriplet placed(std::int32_t row, std::int32_t col, double value) const noexcept
     {
-        if (row > col && options_.storage == AssemblyStorage::Symmetric) return {col, row, value};
+        if (options_.storage == AssemblyStorage::Symmetric && row > col) return {col, row, value};
         return {row, col, value};
     }
     Piece& openPiece() { return pieces_.empty() ? pieces_.emplace_back() : pieces_.back(); }
