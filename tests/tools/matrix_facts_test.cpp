@@ -63,6 +63,20 @@ TEST(MatrixFacts, PatternsThatDifferAnywhereAreUnsymmetric)
     EXPECT_EQ(wordsFor(4, {{0, 3, 1}, {3, 0, 1}, {1, 3, 1}, {3, 2, 1}}), "unsymmetric");
 }
 
+TEST(MatrixFacts, SkewSymmetryNeedsOppositeValuesAndAnEmptyOrZeroDiagonal)
+{
+    EXPECT_TRUE(facts(2, 2, {{1, 0, 2}, {0, 1, -2}}).skewSymmetric);
+    EXPECT_TRUE(facts(2, 2, {{0, 0, 0}, {1, 0, 2}, {0, 1, -2}}).skewSymmetric);
+    const MatrixFacts diagonal = facts(2, 2, {{0, 0, 1}, {1, 0, 2}, {0, 1, -2}});
+    EXPECT_FALSE(diagonal.skewSymmetric);
+    EXPECT_TRUE(diagonal.symmetricPattern);
+}
+
+TEST(MatrixFacts, FrobeniusNormOfHugeEntriesDoesNotOverflow)
+{
+    EXPECT_DOUBLE_EQ(facts(2, 2, {{0, 0, 3e200}, {1, 0, 4e200}}).frobeniusNorm, 5e200);
+}
+
 TEST(MatrixFacts, RectangularMatricesAreCalledSo)
 {
     EXPECT_EQ(symmetryInWords(facts(2, 3, {{0, 0, 1}}), 2, 3), "rectangular");
