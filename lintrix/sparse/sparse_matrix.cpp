@@ -65,8 +65,9 @@ Block<Cell> copiedAndFilled(const Cell* source, std::int32_t count, std::int32_t
 
 } // namespace
 
-void detail::raiseRowPointers()
+void detail::raiseRowPointers(bool released)
 {
+    if (released) raiseReleased();
     throw InvalidOperationException("The matrix has no longer the row pointers that its sizes tell.");
 }
 

@@ -32,7 +32,7 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 struct SparseAccess;
-[[noreturn]] LINTRIX_EXPORT void raiseRowPointers();
+[[noreturn]] LINTRIX_EXPORT void raiseRowPointers(bool released);
 } // namespace detail
 
 /// A rectangular matrix of doubles that stores the elements it was given.
@@ -114,7 +114,8 @@ public:
                        std::span(JA.begin(), JA.size()))
     {
     }
-    /// Deep copy with flag, growth factor and capacity.
+    /// Deep copy with flag, growth factor and capacity; by contract the latter is raised to the row count, as
+    /// in a new matrix. @throws InvalidSizeException  the sizes of `matrix` have been set below 1
     SparseMatrix(const SparseMatrix& matrix);
     /// Takes the arrays over; `matrix` is left released, its sizes still readable.
     SparseMatrix(SparseMatrix&& matrix) noexcept;
@@ -133,7 +134,9 @@ public:
     double Item(std::int32_t row, std::int32_t col) const;
     /// Overwrites the stored element, or inserts one, whatever the value: also a zero is stored. Checks as
     /// above. Cost of an insertion: a move of all elements behind it and a pass over the row pointers.
-    /// By contract `Capacity()` already tells the grown value when growing the arrays fails.
+    /// By contract `Capacity()` already tells the grown value when growing the arrays fails; all else is as
+    /// before, but for the memory total, which by contract of the allocators has lost the size of an array.
+    /// @throws NotSupportedException  there are 2^31 - 2 elements
     void Item(std::int32_t row, std::int32_t col, double value);
     double operator()(std::int32_t row, std::int32_t col) const { return Item(row, col); }
     Reference operator()(std::int32_t row, std::int32_t col) { return Reference(*this, row, col); }
@@ -143,22 +146,27 @@ public:
     std::int32_t Cols() const noexcept { return mCols; }
     /// New rows are empty, also in symmetric storage; dropped rows take their elements along. A symmetric
     /// matrix changes its columns with it. By contract the value is not checked (the hardened build raises
-    /// InvalidOperationException for one outside 1 .. MaxSize).
+    /// InvalidOperationException for one outside 1 .. MaxSize): 0 leaves a matrix without rows, and a
+    /// negative count is refused by the allocator.
+    /// @throws NotEnoughMemoryException  also for a negative value; by contract of the allocators the memory
+    /// total has then lost the size of the row pointers
     void Rows(std::int32_t value);
-    /// Elements in dropped columns are removed one by one. A symmetric matrix changes its rows with it. Not
-    /// checked, as for the rows.
+    /// Elements in dropped columns are removed, in one pass. A symmetric matrix changes its rows with it. Not
+    /// checked, as for the rows; below 1 it leaves a matrix without columns.
     void Cols(std::int32_t value);
 
     /// Stored elements, zeros among them. @pre not released
     std::int32_t NumElements() const { return rowPointers()[mRows] - rowPointers()[0]; }
     std::int32_t Capacity() const noexcept { return mCells; }
-    /// Reallocates the arrays to max(value, NumElements()) slots, if that differs.
+    /// Reallocates the arrays to max(value, NumElements()) slots, if that differs from Capacity(). When that
+    /// fails, by contract of the allocators the memory total has lost the size of an array.
     void Capacity(std::int32_t value);
     float GrowFactor() const noexcept { return _growFactor; }
     /// Clamped to 1 .. 4.
     void GrowFactor(float value) noexcept;
     bool Symmetric() const noexcept { return _symmetric; }
-    /// Says how the arrays are to be read, and changes nothing in them.
+    /// Says how the arrays are to be read, and changes nothing in them. By contract it is not looked at
+    /// whether they hold an upper triangle, nor whether the matrix is square.
     void Symmetric(bool value) noexcept { _symmetric = value; }
 
     /// The arrays as they are stored, both index arrays one-based; good until the matrix changes.
@@ -182,10 +190,11 @@ public:
     SparseMatrix Clone() const { return *this; }
     /// The cloneable capability: holds a `SparseMatrix`.
     std::any CloneableClone() const { return Clone(); }
-    /// Releases the arrays at once; may be repeated. By contract no operation looks whether the object was
-    /// released (the hardened build does, and raises InvalidOperationException).
+    /// Releases the arrays at once; may be repeated. Afterwards the sizes can be read and new contents
+    /// assigned; what needs the elements raises InvalidOperationException.
     void Dispose() noexcept;
     /// The full matrix, both triangles of a symmetric one.
+    /// @throws InvalidSizeException  it would have more than 2^31 - 1 cells
     virtual Matrix ToDense() const;
     /// @}
 
@@ -199,9 +208,17 @@ public:
     void RemoveZeros(double tolerance, bool excludeDiagonals);
 
     /// Replaces all elements by random ones from the shared generator, uniform in lowerBound .. upperBound
-    /// and rounded to `decimals` places. General: density times the cells, at least one a row on average, in
-    /// rows of even share. Symmetric: the diagonal and about half as many above it.
+    /// and rounded to `decimals` places. Counts are rounded, ties to even.
+    ///
+    /// General: max(Rows(), density*Rows()*Cols()) elements, which is the new capacity, in rows of even
+    /// share. Symmetric: max(Rows(), density*Rows()*Cols()/2) places of the upper triangle, to each row in
+    /// proportion to its length, and one more to each row for its diagonal; the capacity is their sum. The
+    /// diagonal is always stored, also where its value is zero. By contract the product of the sizes is taken
+    /// in wrapping 32-bit arithmetic, and no bound is checked (the hardened build raises
+    /// InvalidOperationException for a density outside 0 to 1 and a product that wraps). A row is never given
+    /// more elements than it has columns: at high densities fewer than told above are stored.
     /// @throws ArgumentOutOfRangeException  decimals outside 0 to 15
+    /// @throws NotSupportedException        2^31 - 1 elements or more
     void FillRandom() { FillRandom(0.01); }
     void FillRandom(double density) { FillRandom(density, 1.0, 10.0); }
     void FillRandom(double density, double lowerBound, double upperBound)
@@ -338,11 +355,17 @@ public:
     /// Rows, columns, row pointers, values, columns of the elements: 4*(3*NumElements() + Rows() + 3) bytes,
     /// little-endian as in memory. Flag and growth factor are not in it.
     std::vector<std::byte> Data() const;
-    /// Restores what the form above holds; flag and growth factor stay.
-    /// By contract the sizes are stored before they are checked: a refused form leaves Rows() and Cols()
-    /// changed and the arrays old.
-    /// @throws InvalidSizeException      "Invalid number of rows."; "Invalid number of columns."
-    /// @throws IndexOutOfRangeException  the form is shorter than it says, or its row pointers do not fit
+    /// Restores what the form above holds, with exact capacity; flag and growth factor stay. A surplus of
+    /// bytes is ignored. Nothing in the form is believed before it is checked; only that columns ascend
+    /// within a row is left to whoever made it (the hardened build raises InvalidOperationException).
+    ///
+    /// By contract the sizes are stored before they are checked: a form that is refused for them leaves
+    /// Rows() and Cols() changed and the arrays old. Give such an object new contents or release it; what
+    /// needs row pointers that are not there raises InvalidOperationException.
+    /// @throws InvalidSizeException       "Invalid number of rows."; "Invalid number of columns."
+    /// @throws NotSquareMatrixException   this matrix is symmetric and the form is not square
+    /// @throws IndexOutOfRangeException   the form is shorter than it says, its row pointers do not begin
+    /// with 1 or fall, or a column is outside 1 .. columns
     void Data(std::span<const std::byte> data);
     /// Adds "mRows", "mCols", "growFactor", "symm", "_IA", "_A", "_JA".
     void GetObjectData(SerializationInfo& info, const StreamingContext& context) const;
@@ -351,10 +374,13 @@ public:
 protected:
     friend struct detail::ArchiveAccess;
 
-    /// Restores what `GetObjectData` wrote, with exact capacity; `FromArchive` is the way here.
+    /// Restores what `GetObjectData` wrote, with exact capacity; `FromArchive` is the way here. A growth
+    /// factor outside 0 .. 4 is clamped, a surplus in the arrays is ignored, columns are checked as by
+    /// `Data`.
     /// @throws SerializationException    a key is missing or of another type
-    /// @throws InvalidSizeException      rows, then columns, outside 1 to MaxSize
-    /// @throws IndexOutOfRangeException  an array is short, or the row pointers do not fit
+    /// @throws InvalidSizeException      "Invalid number of rows."; "Invalid number of columns."
+    /// @throws NotSquareMatrixException  symmetric and not square
+    /// @throws IndexOutOfRangeException  an array is short, row pointers or columns are wrong
     SparseMatrix(const SerializationInfo& info, const StreamingContext& context);
 
 private:
@@ -389,13 +415,10 @@ private:
     void resizeCols(std::int32_t value) noexcept;
 
     /// Every way to the elements leads through here. A refused byte form may have left a row count beyond the
-    /// row pointers; reading them would then end anywhere.
+    /// row pointers, a released matrix has none: reading them would end anywhere, also in the normal build.
     std::int32_t* rowPointers() const
     {
-        if constexpr (detail::kHardened) {
-            if (!ia) detail::raiseReleased();
-        }
-        if (mRows < 0 || mRows >= ia.cells()) detail::raiseRowPointers();
+        if (mRows < 0 || mRows >= ia.cells()) detail::raiseRowPointers(!ia);
         return ia.get();
     }
 
