@@ -233,9 +233,10 @@ public:
 
     /// A + beta*op(B), the union of both patterns; what cancels stays as a stored zero. By contract the
     /// symmetric flags are not looked at: the result is general and holds the sum of what is stored.
-    /// Checks: class, then shape.
-    /// @throws ArgumentException      run-time classes differ: "Matrices are not of the same type"
-    /// @throws SizeMismatchException  op(B) is not of A's shape; no message
+    /// Checks: class, then shape. Cost: one merge of the rows each for sizing and filling.
+    /// @throws ArgumentException         run-time classes differ: "Matrices are not of the same type"
+    /// @throws SizeMismatchException     op(B) is not of A's shape, or `transB` no member; no message
+    /// @throws OperationFailedException  more than 2^31 - 2 elements, or no scratch memory; no message
     static SparseMatrix Add(const SparseMatrix& A, double beta, TransposeMode transB, const SparseMatrix& B);
     static SparseMatrix Add(const SparseMatrix& A, const SparseMatrix& B);
     static SparseMatrix Subtract(const SparseMatrix& A, const SparseMatrix& B);
@@ -254,13 +255,15 @@ public:
     /// @}
 
     /// @name Products
+    /// A mode outside the enumeration ends in the size failure of the form. y must not be x, and C must not
+    /// be B (the hardened build raises InvalidOperationException).
     /// @{
 
     /// op(A)*B, both general. What cancels stays a stored zero with `NotTransposed` and is dropped with the
-    /// other modes. Cost: proportional to the multiplications; the transposed forms also to
-    /// A.Cols()*B.Cols().
+    /// other modes. Cost: proportional to the multiplications.
     /// @throws NotSupportedException     an operand is symmetric: "Symmetrix matrices are not supported."
     /// @throws InvalidSizeException      inner sizes differ; no message
+    /// @throws OperationFailedException  more than 2^31 - 2 elements, or no scratch memory; no message
     static SparseMatrix Multiply(TransposeMode transA, const SparseMatrix& A, const SparseMatrix& B);
     static SparseMatrix Multiply(const SparseMatrix& A, const SparseMatrix& B);
     /// A*B. @throws InvalidSizeException  "Invalid number of rows for matrix B"
@@ -270,14 +273,20 @@ public:
     /// x'*A, x taken as a row. @throws SizeMismatchException  no message
     static Vector Multiply(const Vector& x, const SparseMatrix& A);
     /// y := alpha*op(A)*x + beta*y in place; `x` is checked first. With beta 0 y is not read.
-    /// @throws SizeMismatchException  no message
+    /// @throws SizeMismatchException     no message
+    /// @throws NotSquareMatrixException  A is marked symmetric, and is not square: the triangle would reach
+    ///         past x or y
     static void Multiply(double alpha, TransposeMode transA, const SparseMatrix& A, const Vector& x,
                          double beta, Vector& y);
-    /// C := alpha*op(A)*B + beta*C in place. Checks: rows of B, rows of C, columns of C. By contract the
-    /// columns of B and C are addressed A.Cols() and A.Rows() apart in every mode, so a transposed product
-    /// means what it says for square A only (the hardened build refuses the others with
-    /// InvalidOperationException).
-    /// @throws InvalidSizeException  no message
+    /// C := alpha*op(A)*B + beta*C in place. Checks: rows of B, rows of C, columns of C.
+    ///
+    /// By contract the columns of B and C are addressed A.Cols() and A.Rows() apart in every mode, so a
+    /// transposed product means what it says for square A only, or for one column (the hardened build refuses
+    /// the others with InvalidOperationException). The addresses of a rectangular A lead past the end of B or
+    /// C: there zeros are read, and nothing is written; every cell of C that they do meet gets the told
+    /// value.
+    /// @throws InvalidSizeException      no message
+    /// @throws NotSquareMatrixException  as above
     static void Multiply(double alpha, TransposeMode transA, const SparseMatrix& A, const Matrix& B,
                          double beta, Matrix& C);
 
@@ -314,12 +323,13 @@ public:
     friend bool operator!=(const SparseMatrix& A, const SparseMatrix& B) { return !A.Equals(B); }
 
     /// Sizes, row pointers, columns and values, exclusive-or'ed together, and by contract one slot more than
-    /// is stored: equal matrices may differ in it.
+    /// is stored, unless the arrays end before it: equal matrices may differ in it.
     std::int32_t GetHashCode() const;
     /// @}
 
     /// @name Text
-    /// Every element, stored or not, padded on the left to the longest stored one.
+    /// Every element as `Item` reads it, padded on the left to the longest stored one; a longer text is not
+    /// cut.
     /// @{
 
     /// Current locale, format "F3", separator " ", borders "| " and " |\n", end " |\n".
