@@ -4,13 +4,13 @@
 #include <tests/tools/command.h>
 #include <tests/tools/json.h>
 #include <tools/dense_system.h>
-#include <tools/matrix_market.h>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <random>
+#include <sstream>
 #include <string>
 
 #include <fcntl.h>
@@ -35,16 +35,14 @@ Matrix random(int rows, int cols, std::uint64_t seed)
 
 std::string asFile(const Matrix& matrix)
 {
-    std::string text;
-    writeMatrixMarketArray(cellsOf(matrix).data(), matrix.Rows(), matrix.Cols(),
-                           [&](std::string_view piece) { text += piece; });
-    return text;
+    std::ostringstream text;
+    WriteMatrixMarket(text, matrix);
+    return text.str();
 }
 
 Matrix matrixIn(const std::string& path)
 {
-    Progress progress;
-    return assemble(MatrixMarketReader(path, progress).read());
+    return ReadMatrixMarketDense(path);
 }
 
 /// The solution file of a run that must succeed.
