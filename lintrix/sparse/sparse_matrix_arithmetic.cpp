@@ -24,6 +24,14 @@ std::int32_t wrapped(std::int64_t value)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
 }
 
+// A refused byte form may leave no columns, by contract with the elements of old: what goes by column would
+// write them past its arrays.
+void requireColumns(const SparseMatrix& A)
+{
+    if (A.Cols() < 1 && A.NumElements() > 0)
+        throw InvalidOperationException("The matrix has elements, but no longer columns.");
+}
+
 // What a kernel may lack: scratch, or 32-bit numbers for the elements of the result.
 void requireDone(std::int32_t info)
 {
@@ -40,6 +48,8 @@ SparseMatrix SparseMatrix::Add(const SparseMatrix& A, double beta, TransposeMode
     if (typeid(A) != typeid(B)) throw ArgumentException("Matrices are not of the same type");
     const detail::Operand opB = detail::operandOf(transB, B);
     if (opB.rows != A.mRows || opB.cols != A.mCols) throw SizeMismatchException();
+    requireColumns(A);
+    requireColumns(B);
 
     const std::int32_t most = wrapped(std::int64_t{A.NumElements()} + B.NumElements());
     std::int32_t info = 0;
@@ -81,6 +91,8 @@ SparseMatrix SparseMatrix::Multiply(TransposeMode transA, const SparseMatrix& A,
     if (A._symmetric || B._symmetric) throw NotSupportedException("Symmetrix matrices are not supported.");
     const detail::Operand opA = detail::operandOf(transA, A);
     if (B.mRows != opA.cols) throw InvalidSizeException();
+    requireColumns(A);
+    requireColumns(B);
 
     const std::int32_t most = wrapped(std::int64_t{B.mCols} * A.mRows);
     const std::int32_t *ia = A.rowPointers(), *ib = B.rowPointers();
@@ -107,6 +119,7 @@ SparseMatrix SparseMatrix::Multiply(const SparseMatrix& A, const SparseMatrix& B
 
 SparseMatrix SparseMatrix::Transpose() const
 {
+    requireColumns(*this);
     auto transposed = detail::transposedRows(mRows, mCols, a.get(), rowPointers(), ja.get());
     return {mCols, mRows, std::move(transposed.a), std::move(transposed.ia), std::move(transposed.ja)};
 }

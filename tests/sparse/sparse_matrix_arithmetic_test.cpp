@@ -1,13 +1,10 @@
 // Sums, scalar multiples and transposition of SparseMatrix.
 
 #include "tests/sparse/random_pattern.h"
-#include "tests/support/expect_failure.h"
-#include "tests/support/failing_allocator.h"
 
 #include <lintrix/services/hardening.h>
 
-#include <gmock/gmock.h>
-
+#include <cstring>
 #include <set>
 #include <utility>
 
@@ -320,6 +317,29 @@ TEST(SparseMatrixArithmetic, AddingATransposeIsAddingInTransposedMode)
     const SparseMatrix B = randomSparse({8, 9}, 0.4, Values::Uniform, generator);
     EXPECT_EQ(elementsOf(SparseMatrix::Add(A, 3.0, TransposeMode::Transposed, B)),
               elementsOf(SparseMatrix::Add(A, 3.0, N, B.Transpose())));
+}
+
+// ---- after a refused byte form
+
+// By contract it leaves the sizes that were refused, and the elements of old.
+TEST(SparseMatrixArithmetic, ElementsOfAMatrixWithoutColumnsAreNotWrittenAnywhere)
+{
+    constexpr const char* text = "The matrix has elements, but no longer columns.";
+    for (const int cols : {0, -1, INT32_MIN}) {
+        SparseMatrix A({1, 2, 3, 4, 5}, {0, 1, 2, 5}, {4, 900, 2, 3, 800});
+        std::vector<std::byte> form(8);
+        const int rows = 3;
+        std::memcpy(form.data(), &rows, 4);
+        std::memcpy(form.data() + 4, &cols, 4);
+        EXPECT_THROW(A.Data(form), InvalidSizeException);
+        const SparseMatrix left(1, 3);
+        expectFailure<InvalidOperationException>([&] { A.Transpose(); }, text);
+        expectFailure<InvalidOperationException>([&] { return left * A; }, text);
+        expectFailure<InvalidOperationException>(
+            [&] { SparseMatrix::Multiply(TransposeMode::Transposed, A, SparseMatrix(3, 3)); }, text);
+        expectFailure<InvalidOperationException>([&] { SparseMatrix::Add(A, 1.0, N, A); }, text);
+        EXPECT_EQ(A.NumElements(), 5);
+    }
 }
 
 // ---- caller's duties

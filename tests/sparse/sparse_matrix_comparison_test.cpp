@@ -1,11 +1,9 @@
 // Comparison and hash of SparseMatrix.
 
 #include "tests/sparse/random_pattern.h"
-#include "tests/support/expect_failure.h"
 
 #include <lintrix/services/hardening.h>
 
-#include <limits>
 #include <string>
 
 namespace Velmar::Lintrix {
@@ -13,8 +11,6 @@ namespace {
 
 using namespace Velmar::Lintrix::testing;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr const char* kBeforeFirst = "The enumerator is positioned before the first element of the matrix.";
 constexpr const char* kNullReference = "Object reference not set to an instance of an object.";
 

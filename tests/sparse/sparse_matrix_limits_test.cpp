@@ -1,10 +1,6 @@
 // Results of SparseMatrix that are too large for 32-bit row pointers. Counting them takes seconds.
 
 #include "tests/sparse/random_pattern.h"
-#include "tests/support/expect_failure.h"
-
-#include <lintrix/foundation/configuration.h>
-#include <lintrix/foundation/failures.h>
 
 #include <numeric>
 #include <vector>

@@ -1,8 +1,6 @@
 // Products of SparseMatrix with vectors, dense and sparse matrices.
 
-#include "tests/dense/dense_support.h"
 #include "tests/sparse/random_pattern.h"
-#include "tests/support/expect_failure.h"
 
 #include <lintrix/services/buffer_pool.h>
 #include <lintrix/services/hardening.h>

@@ -1,7 +1,6 @@
 // Text form of SparseMatrix.
 
 #include "tests/sparse/random_pattern.h"
-#include "tests/support/expect_failure.h"
 
 #include <lintrix/foundation/number_format.h>
 #include <lintrix/services/hardening.h>

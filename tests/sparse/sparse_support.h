@@ -2,6 +2,7 @@
 /// @file
 /// What the tests of the sparse classes share: looks at the arrays, and operations that must be refused.
 
+#include "tests/dense/dense_support.h"
 #include "tests/support/expect_failure.h"
 #include "tests/support/failing_allocator.h"
 #include "tests/support/matrices.h"
@@ -22,8 +23,6 @@
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
-
-inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 inline constexpr const char* kInvalidRows = "Invalid number of rows.";
 inline constexpr const char* kInvalidColumns = "Invalid number of columns.";

@@ -3,7 +3,8 @@
 /// The loops behind the products with dense operands, on `Width` columns of x and y at once, so that A is
 /// read once for all of them. A vector is a panel of width 1.
 ///
-/// One-based arrays; the -1 stands at the read and nowhere else.
+/// One-based arrays; the -1 stands at the read and nowhere else. It costs nothing if the column number is
+/// made 64 bits wide before: the processor then adds it to the address.
 
 #include <lintrix/sparse/kernels/cell.h>
 
@@ -49,11 +50,11 @@ void gatherRows(CompressedRows<Cell> A, int first, int last, const Cell alpha, P
     for (int i = first; i < last; ++i) {
         Cell sums[Chains][Width] = {};
         const auto add = [&](Cell(&sum)[Width], std::ptrdiff_t p) {
-            const int j = A.columns[p] - 1;
+            const std::ptrdiff_t j = std::ptrdiff_t{A.columns[p]} - 1;
             for (int w = 0; w < Width; ++w) sum[w] += times(A.values[p], x(j, w));
         };
-        const std::ptrdiff_t end = A.ends[i] - 1;
-        std::ptrdiff_t p = A.starts[i] - 1;
+        const std::ptrdiff_t end = std::ptrdiff_t{A.ends[i]} - 1;
+        std::ptrdiff_t p = std::ptrdiff_t{A.starts[i]} - 1;
         if constexpr (Chains == 2) {
             for (; p + 1 < end; p += 2) {
                 add(sums[0], p);
@@ -76,8 +77,8 @@ void scatterRows(CompressedRows<Cell> A, int rows, const Cell alpha, Panel<const
     for (int i = 0; i < rows; ++i) {
         Cell scaledX[Width];
         for (int w = 0; w < Width; ++w) scaledX[w] = times(alpha, x(i, w));
-        for (std::ptrdiff_t p = A.starts[i] - 1; p < A.ends[i] - 1; ++p) {
-            const int j = A.columns[p] - 1;
+        for (std::ptrdiff_t p = std::ptrdiff_t{A.starts[i]} - 1; p < A.ends[i] - 1; ++p) {
+            const std::ptrdiff_t j = std::ptrdiff_t{A.columns[p]} - 1;
             const Cell value = conjugatedIf<Conjugate>(A.values[p]);
             for (int w = 0; w < Width; ++w) y(j, w) += times(scaledX[w], value);
         }
@@ -94,34 +95,35 @@ template <int Width, bool Conjugate, class Cell, class Scaling>
 int symmetricRows(CompressedRows<Cell> A, int first, int last, int size, const Cell alpha,
                   Panel<const Cell> x, Panel<Cell> y, Scaling scaled)
 {
-    constexpr std::ptrdiff_t kAhead = 256;
-    const std::ptrdiff_t offset = first;
+    constexpr int kAhead = 256;
+    const Panel<Cell> result{y.cells - first, y.stride}; // rows by their own numbers
     int ready = first;
     for (int i = first; i < last; ++i) {
+        const int row = i + 1; // one-based, as the columns are
         const std::ptrdiff_t end = A.ends[i] - 1;
         std::ptrdiff_t p = A.starts[i] - 1;
-        const int reach = p < end ? std::max(A.columns[end - 1] - 1, i) : i;
-        if (reach >= ready) [[unlikely]] {
-            const int upTo = static_cast<int>(std::min<std::ptrdiff_t>(reach + kAhead, size));
-            scaleRows<Width>(y, ready - first, upTo - first, scaled);
+        const int reach = p < end ? std::max(A.columns[end - 1], row) : row;
+        if (reach > ready) [[unlikely]] {
+            const int upTo = reach < size - kAhead ? reach + kAhead : size;
+            scaleRows<Width>(result, ready, upTo, scaled);
             ready = upTo;
         }
         Cell scaledX[Width], sums[Width] = {};
         for (int w = 0; w < Width; ++w) scaledX[w] = times(alpha, x(i, w));
-        while (p < end && A.columns[p] - 1 < i) ++p;
-        if (p < end && A.columns[p] - 1 == i) {
+        while (p < end && A.columns[p] < row) ++p;
+        if (p < end && A.columns[p] == row) {
             const Cell value = conjugatedIf<Conjugate>(A.values[p++]);
             for (int w = 0; w < Width; ++w) sums[w] = times(value, x(i, w));
         }
         for (; p < end; ++p) {
-            const std::ptrdiff_t j = A.columns[p] - 1;
+            const std::ptrdiff_t j = std::ptrdiff_t{A.columns[p]} - 1;
             const Cell value = conjugatedIf<Conjugate>(A.values[p]);
             for (int w = 0; w < Width; ++w) {
-                y(j - offset, w) += times(scaledX[w], value);
+                result(j, w) += times(scaledX[w], value);
                 sums[w] += times(value, x(j, w));
             }
         }
-        for (int w = 0; w < Width; ++w) y(i - offset, w) += times(alpha, sums[w]);
+        for (int w = 0; w < Width; ++w) result(i, w) += times(alpha, sums[w]);
     }
     return ready;
 }

@@ -39,20 +39,19 @@ constexpr bool isTransposition(char trans) noexcept
 /// triangle, L or U, in letter 2; all but G and A say in letter 3 whether the diagonal is unit, U, or not, N.
 constexpr bool isDescriptor(const char* descriptor) noexcept
 {
-    const char kind = descriptor[0];
-    const bool triangleNamed = descriptor[1] == 'L' || descriptor[1] == 'U';
-    const bool diagonalNamed = descriptor[2] == 'N' || descriptor[2] == 'U';
-    switch (kind) {
+    const auto namesTriangle = [descriptor] { return descriptor[1] == 'L' || descriptor[1] == 'U'; };
+    const auto namesDiagonal = [descriptor] { return descriptor[2] == 'N' || descriptor[2] == 'U'; };
+    switch (descriptor[0]) {
     case 'G':
         return true;
     case 'D':
-        return diagonalNamed;
+        return namesDiagonal();
     case 'A':
-        return triangleNamed;
+        return namesTriangle();
     case 'S':
     case 'H':
     case 'T':
-        return triangleNamed && diagonalNamed;
+        return namesTriangle() && namesDiagonal();
     default:
         return false;
     }
