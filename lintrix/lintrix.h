@@ -19,3 +19,4 @@
 #include <lintrix/services/system_allocator.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/services/version.h>
+#include <lintrix/sparse/sparse_matrix.h>
