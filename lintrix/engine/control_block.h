@@ -2,7 +2,8 @@
 /// @file
 /// What a handle remembers between calls, in three runs of words with a name for each word in use.
 
-#include <cstddef>
+#include <lintrix/engine/timers.h>
+
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -37,6 +38,7 @@ enum class Word : int {
     MinimumDegreeDelta,
     SeparatorMinimumDegree,
     // Results of the analysis.
+    MappedEntries,     ///< entries of A
     StructureNonZeros, ///< entries of the symmetrized pattern
     Subgraphs,
     IndependentSubgraphs,
@@ -139,9 +141,18 @@ public:
         std::memcpy(words_ + static_cast<int>(word), &value, sizeof value);
     }
 
-    void unsetOffsets() noexcept
+    /// What an analysis and the steps behind it have found is gone, and no array has a place.
+    void forgetAnalysis() noexcept
     {
+        for (int word = static_cast<int>(Word::MappedEntries); word < kWords; ++word) words_[word] = 0;
+        (*this)[Real::Operations] = 0.;
+        (*this)[Real::Norm] = 0.;
         for (int& offset : offsets_) offset = kUnset;
+    }
+    void store(const Timers& timers) noexcept
+    {
+        for (int k = 0; k < kTimers; ++k)
+            reals_[static_cast<int>(Real::FirstTimer) + k] = timers.seconds(static_cast<Timer>(k + 1));
     }
 
 private:

@@ -67,7 +67,7 @@ Failure Handle::create(int maxfct)
     Scratch<FactorEntry> table = Scratch<FactorEntry>::zeroed(entries);
     if (!table)
         return outOfMemory(BlockCode::FactorTable, entries * std::int64_t{sizeof(FactorEntry)});
-    control.get()->unsetOffsets();
+    control.get()->forgetAnalysis();
     (*control.get())[Word::Maxfct] = maxfct;
     for (FactorEntry& entry : table.span()) entry.size = kUnset;
     slots_[index(Slot::Control)] = control.release();
