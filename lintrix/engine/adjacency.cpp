@@ -49,9 +49,15 @@ void forUnion(std::span<const int> a, std::span<const int> b, int excluded, Take
 
 } // namespace
 
+Failure checkPattern(const Pattern& pattern)
+{
+    const bool fits = startsFit(pattern) && columnsFit(pattern);
+    return fits ? Failure{} : Failure{Error::Reordering, kBadPattern};
+}
+
 Failure SymmetrizedPattern::count(const Pattern& pattern, std::span<const int> columnOfRow)
 {
-    if (!startsFit(pattern) || !columnsFit(pattern)) return {Error::Reordering, kBadPattern};
+    if (const Failure failure = checkPattern(pattern)) return failure;
     pattern_ = pattern;
     ascending_ = rowsAscend(pattern);
     if (!columnOfRow.empty()) {

@@ -23,8 +23,12 @@ struct Pattern {
     }
 };
 
-/// Internal codes of a pattern that no graph can be made of.
+/// Internal code of a pattern that no graph can be made of.
 inline constexpr int kBadPattern = -10;
+
+/// {Reordering, kBadPattern}  `ia` does not ascend from 0 to the length of `ja`, or a column lies outside the
+/// matrix. The matrix check is optional, and what no test has seen must not be walked along.
+LINTRIX_TESTABLE Failure checkPattern(const Pattern& pattern);
 
 /// The symmetrized pattern, in two steps, so that the caller takes the block for the graph in between:
 ///

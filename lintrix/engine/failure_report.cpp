@@ -25,17 +25,27 @@ Message headingOf(const Failure& failure) noexcept
     switch (failure.error) {
     case Error::Input:
         return failure.internal >= 21 && failure.internal <= 30 ? Message::MatrixError : Message::InputError;
-    case Error::Memory: return Message::MemoryError;
-    case Error::Reordering: return Message::ReorderingError;
-    case Error::Numeric: return Message::NumericError;
-    case Error::Matching: return Message::MatchingError;
-    case Error::Diagonal: return Message::DiagonalError;
-    case Error::Overflow: return Message::OverflowError;
-    case Error::OutOfCoreMemory: return Message::OutOfCoreMemoryError;
-    case Error::OutOfCoreOpen: return Message::OutOfCoreOpenError;
-    case Error::OutOfCoreTransfer: return Message::OutOfCoreTransferError;
+    case Error::Memory:
+        return Message::MemoryError;
+    case Error::Reordering:
+        return Message::ReorderingError;
+    case Error::Numeric:
+        return Message::NumericError;
+    case Error::Matching:
+        return Message::MatchingError;
+    case Error::Diagonal:
+        return Message::DiagonalError;
+    case Error::Overflow:
+        return Message::OverflowError;
+    case Error::OutOfCoreMemory:
+        return Message::OutOfCoreMemoryError;
+    case Error::OutOfCoreOpen:
+        return Message::OutOfCoreOpenError;
+    case Error::OutOfCoreTransfer:
+        return Message::OutOfCoreTransferError;
     case Error::Unclassified:
-    case Error::None: break;
+    case Error::None:
+        break;
     }
     return Message::UnclassifiedError;
 }
@@ -50,22 +60,35 @@ void printInputRule(int internal, const Arguments& call, const ControlBlock& sto
 {
     const std::int64_t phase = call.phase.code();
     switch (internal) {
-    case 1: return print(Message::PhaseOutOfBounds, {phase});
-    case 2: return print(Message::MaxfctIncompatible, {wide(call.maxfct), wide(stored[Word::Maxfct])});
-    case 3: return print(Message::MnumAboveMaxfct, {wide(call.maxfct), wide(call.mnum)});
-    case 4: return print(Message::MnumIncompatible, {wide(call.mnum), phase});
-    case 5: return print(Message::MtypeIncompatible, {wide(call.mtype), wide(stored[Word::Mtype])});
-    case 6: return print(Message::OrderIncompatible, {wide(call.n), wide(stored[Word::Order])});
-    case 7: return print(Message::OrderOutOfBounds, {wide(call.n)});
-    case 8: return print(Message::EntriesIncompatible, {call.nonZeros(), wide(stored[Word::NonZeros])});
-    case 9: return print(Message::RightHandSidesIncompatible, {wide(call.nrhs), phase});
-    case 10: return print(Message::SolutionPlaceOutOfBounds, {wide(call.iparm[Parameter::SolutionPlace])});
-    case 11: return print(Message::OrderingOutOfBounds, {wide(call.iparm[Parameter::Ordering])});
-    case 12: return print(Message::CountedThreads, {wide(stored[Word::Threads])});
+    case 1:
+        return print(Message::PhaseOutOfBounds, {phase});
+    case 2:
+        return print(Message::MaxfctIncompatible, {wide(call.maxfct), wide(stored[Word::Maxfct])});
+    case 3:
+        return print(Message::MnumAboveMaxfct, {wide(call.maxfct), wide(call.mnum)});
+    case 4:
+        return print(Message::MnumIncompatible, {wide(call.mnum), phase});
+    case 5:
+        return print(Message::MtypeIncompatible, {wide(call.mtype), wide(stored[Word::Mtype])});
+    case 6:
+        return print(Message::OrderIncompatible, {wide(call.n), wide(stored[Word::Order])});
+    case 7:
+        return print(Message::OrderOutOfBounds, {wide(call.n)});
+    case 8:
+        return print(Message::EntriesIncompatible, {call.nonZeros(), wide(stored[Word::NonZeros])});
+    case 9:
+        return print(Message::RightHandSidesIncompatible, {wide(call.nrhs), phase});
+    case 10:
+        return print(Message::SolutionPlaceOutOfBounds, {wide(call.iparm[Parameter::SolutionPlace])});
+    case 11:
+        return print(Message::OrderingOutOfBounds, {wide(call.iparm[Parameter::Ordering])});
+    case 12:
+        return print(Message::CountedThreads, {wide(stored[Word::Threads])});
     case 13:
         return print(Message::ThreadsDiffer,
                      {wide(call.iparm[Parameter::Threads]), wide(stored[Word::Threads])});
-    default: return;
+    default:
+        return;
     }
 }
 
@@ -73,20 +96,31 @@ void printOtherInput(int internal, const Arguments& call)
 {
     const std::int64_t phase = call.phase.code();
     switch (internal) {
-    case 15: return print(Message::MtypeOutOfBounds, {wide(call.mtype)});
-    case 20: return print(Message::WrongControlStep, {phase});
-    case 21: return printMatrixNumbers(Message::RowStartsIncompatible, call.iparm);
-    case 22: return printMatrixNumbers(Message::ColumnIncompatible, call.iparm);
-    case 23: return printMatrixNumbers(Message::TriangleIncompatible, call.iparm);
-    case 24: return printMatrixNumbers(Message::ColumnsIncompatible, call.iparm);
-    case 100: return print(Message::WrongMatrixNumber, {wide(call.mnum)});
-    case 999: return print(Message::OnlySymbolicDiagonal, {phase});
+    case 15:
+        return print(Message::MtypeOutOfBounds, {wide(call.mtype)});
+    case 20:
+        return print(Message::WrongControlStep, {phase});
+    case 21:
+        return printMatrixNumbers(Message::RowStartsIncompatible, call.iparm);
+    case 22:
+        return printMatrixNumbers(Message::ColumnIncompatible, call.iparm);
+    case 23:
+        return printMatrixNumbers(Message::TriangleIncompatible, call.iparm);
+    case 24:
+        return printMatrixNumbers(Message::ColumnsIncompatible, call.iparm);
+    case 100:
+        return print(Message::WrongMatrixNumber, {wide(call.mnum)});
+    case 999:
+        return print(Message::OnlySymbolicDiagonal, {phase});
     case 1000:
         print(Message::NoInitialization);
         return print(Message::NoInitializationHint, {phase});
-    case 10000: return print(Message::PhaseBelowMinusOne);
-    case 100000: return print(Message::CleanImpossible);
-    default: return;
+    case 10000:
+        return print(Message::PhaseBelowMinusOne);
+    case 100000:
+        return print(Message::CleanImpossible);
+    default:
+        return;
     }
 }
 
@@ -136,20 +170,27 @@ void printNumeric(int internal, const Arguments& call)
 void printDetails(const Failure& failure, const Arguments& call, const ControlBlock* stored)
 {
     switch (failure.error) {
-    case Error::Input: return printInput(failure.internal, call, stored);
-    case Error::Memory: return printMemory(failure, call.iparm);
+    case Error::Input:
+        return printInput(failure.internal, call, stored);
+    case Error::Memory:
+        return printMemory(failure, call.iparm);
     case Error::Reordering:
-    case Error::Overflow: return print(Message::ReorderingFailed);
-    case Error::Numeric: return printNumeric(failure.internal, call);
+    case Error::Overflow:
+        return print(Message::ReorderingFailed);
+    case Error::Numeric:
+        return printNumeric(failure.internal, call);
     case Error::Unclassified:
-    case Error::OutOfCoreOpen: return print(Message::Unclassified);
+    case Error::OutOfCoreOpen:
+        return print(Message::Unclassified);
     case Error::Matching:
         print(Message::PreorderingFailed, {-wide(failure.internal), wide(call.n)});
         return print(Message::StructureSingular);
-    case Error::Diagonal: return print(Message::DiagonalRow, {std::abs(wide(failure.internal))});
+    case Error::Diagonal:
+        return print(Message::DiagonalRow, {std::abs(wide(failure.internal))});
     case Error::OutOfCoreMemory:
     case Error::OutOfCoreTransfer:
-    case Error::None: return;
+    case Error::None:
+        return;
     }
 }
 

@@ -14,6 +14,7 @@ LINTRIX_TESTABLE Failure reported(Failure failure) noexcept;
 
 /// The failure's lines on standard output: what failed with its internal code, the line of that code, and
 /// what belongs to it. `stored` may be null.
-LINTRIX_TESTABLE void reportFailure(const Failure& failure, const Arguments& call, const ControlBlock* stored);
+LINTRIX_TESTABLE void reportFailure(const Failure& failure, const Arguments& call,
+                                    const ControlBlock* stored);
 
 } // namespace Velmar::Lintrix::detail::engine

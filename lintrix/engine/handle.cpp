@@ -65,8 +65,7 @@ Failure Handle::create(int maxfct)
     if (!control) return outOfMemory(BlockCode::Control, sizeof(ControlBlock));
     const std::int64_t entries = std::max(maxfct, 1);
     Scratch<FactorEntry> table = Scratch<FactorEntry>::zeroed(entries);
-    if (!table)
-        return outOfMemory(BlockCode::FactorTable, entries * std::int64_t{sizeof(FactorEntry)});
+    if (!table) return outOfMemory(BlockCode::FactorTable, entries * std::int64_t{sizeof(FactorEntry)});
     control.get()->forgetAnalysis();
     (*control.get())[Word::Maxfct] = maxfct;
     for (FactorEntry& entry : table.span()) entry.size = kUnset;

@@ -14,20 +14,20 @@
 namespace Velmar::Lintrix::detail::engine {
 
 enum class Slot : int {
-    Calls = 0,              ///< count of calls since the last analysis began; 0: nothing is held
-    Control = 1,            ///< ControlBlock
-    FactorTable = 3,        ///< FactorEntry, maxfct of them
-    AnalysisWork = 4,       ///< adjacency; freed when analysis ends
-    SymbolicWork = 5,       ///< graph in elimination order, tree, counts; freed when analysis ends
-    SymbolicStructure = 6,  ///< supernodes before their final sizes are known; freed when analysis ends
-    FactorStructure = 7,    ///< permanent; its presence makes phases 22, 23 and 33 legal
-    IntegerWork = 8,        ///< ordering and subgraphs; freed when analysis ends
-    RealWork = 9,           ///< of factorization and solve, on demand
-    IterationWork = 10,     ///< of refinement and the iterative paths
-    UpdateLengths = 11,     ///< of complex or unsymmetric factors
-    Matching = 12,          ///< permutation, and for symmetric matrices the pairs
-    Scaling = 13,           ///< 2 n doubles: row factors, then column factors
-    OutOfCoreControl = 16,  ///< OutOfCoreTable
+    Calls = 0,             ///< count of calls since the last analysis began; 0: nothing is held
+    Control = 1,           ///< ControlBlock
+    FactorTable = 3,       ///< FactorEntry, maxfct of them
+    AnalysisWork = 4,      ///< adjacency; freed when analysis ends
+    SymbolicWork = 5,      ///< graph in elimination order, tree, counts; freed when analysis ends
+    SymbolicStructure = 6, ///< supernodes before their final sizes are known; freed when analysis ends
+    FactorStructure = 7,   ///< permanent; its presence makes phases 22, 23 and 33 legal
+    IntegerWork = 8,       ///< ordering and subgraphs; freed when analysis ends
+    RealWork = 9,          ///< of factorization and solve, on demand
+    IterationWork = 10,    ///< of refinement and the iterative paths
+    UpdateLengths = 11,    ///< of complex or unsymmetric factors
+    Matching = 12,         ///< permutation, and for symmetric matrices the pairs
+    Scaling = 13,          ///< 2 n doubles: row factors, then column factors
+    OutOfCoreControl = 16, ///< OutOfCoreTable
 };
 
 /// One factorization of the table in pt[3]: six words.
@@ -57,7 +57,10 @@ public:
 
     bool live() const noexcept { return slots_[0] != nullptr; }
     bool holds(Slot slot) const noexcept { return slots_[index(slot)] != nullptr; }
-    ControlBlock& control() const noexcept { return *static_cast<ControlBlock*>(slots_[index(Slot::Control)]); }
+    ControlBlock& control() const noexcept
+    {
+        return *static_cast<ControlBlock*>(slots_[index(Slot::Control)]);
+    }
     /// The control block, or null.
     const ControlBlock* controlIfAny() const noexcept
     {

@@ -33,20 +33,16 @@ constexpr Rule kRules[] = {
     // A factorization, too, needs an entry to go to, be it asked for together with the analysis.
     {4, [](const Arguments& call, const ControlBlock&) { return call.mnum < 1 && call.phase.steps() >= 12; }},
     {15, [](const Arguments& call, const ControlBlock&) { return !isAdmitted(call.mtype); }},
-    {5,
-     [](const Arguments& call, const ControlBlock& stored) {
-         return parityChanges(call.mtype, stored[Word::Mtype]);
-     }},
+    {5, [](const Arguments& call,
+           const ControlBlock& stored) { return parityChanges(call.mtype, stored[Word::Mtype]); }},
     {6, [](const Arguments& call, const ControlBlock& stored) { return call.n != stored[Word::Order]; }},
     {7, [](const Arguments& call, const ControlBlock&) { return call.n < 1; }},
     {8, [](const Arguments& call, const ControlBlock&) { return call.nonZeros() < call.n; }},
     {9, [](const Arguments& call, const ControlBlock&) { return call.nrhs < 1 && call.phase.steps() == 33; }},
-    {10,
-     [](const Arguments& call, const ControlBlock&) {
-         return outside(call.iparm[Parameter::SolutionPlace], 0, 1);
-     }},
-    {11,
-     [](const Arguments& call, const ControlBlock&) { return outside(call.iparm[Parameter::Ordering], 0, 3); }},
+    {10, [](const Arguments& call,
+            const ControlBlock&) { return outside(call.iparm[Parameter::SolutionPlace], 0, 1); }},
+    {11, [](const Arguments& call,
+            const ControlBlock&) { return outside(call.iparm[Parameter::Ordering], 0, 3); }},
 };
 
 Failure findFailure(const Arguments& call, const ControlBlock& stored)

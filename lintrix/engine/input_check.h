@@ -9,8 +9,8 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Compares the arguments with their ranges and with what the handle stores (maxfct, mtype, n). The first test
-/// that fails decides, in this order, by internal code: 1 phase, 2 and 3 and 4 maxfct and mnum, 15 and 5
+/// Compares the arguments with their ranges and with what the handle stores (maxfct, mtype, n). The first
+/// test that fails decides, in this order, by internal code: 1 phase, 2 and 3 and 4 maxfct and mnum, 15 and 5
 /// mtype, 6 and 7 n, 8 number of entries, 9 nrhs, 10 and 11 parameters; then the matrix check, when
 /// `iparm(27)` asks for it (the hardened build always does it); at last 20, a phase in range that is no code.
 ///

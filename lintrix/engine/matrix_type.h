@@ -17,15 +17,20 @@ constexpr MatrixClass classOf(int mtype) noexcept
 {
     switch (mtype) {
     case 1:
-    case 3: return MatrixClass::StructurallySymmetric;
+    case 3:
+        return MatrixClass::StructurallySymmetric;
     case 2:
-    case 4: return MatrixClass::Definite;
+    case 4:
+        return MatrixClass::Definite;
     case -2:
     case -4:
-    case 6: return MatrixClass::Indefinite;
+    case 6:
+        return MatrixClass::Indefinite;
     case 11:
-    case 13: return MatrixClass::Unsymmetric;
-    default: return MatrixClass::Unknown;
+    case 13:
+        return MatrixClass::Unsymmetric;
+    default:
+        return MatrixClass::Unknown;
     }
 }
 

@@ -43,11 +43,15 @@ constexpr Default kDefaults[] = {
 constexpr int valueFor(const Default& row, MatrixClass matrix) noexcept
 {
     switch (matrix) {
-    case MatrixClass::StructurallySymmetric: return row.structurallySymmetric;
-    case MatrixClass::Indefinite: return row.indefinite;
-    case MatrixClass::Unsymmetric: return row.unsymmetric;
+    case MatrixClass::StructurallySymmetric:
+        return row.structurallySymmetric;
+    case MatrixClass::Indefinite:
+        return row.indefinite;
+    case MatrixClass::Unsymmetric:
+        return row.unsymmetric;
     case MatrixClass::Definite:
-    case MatrixClass::Unknown: break; // an unknown type goes no further than the input check
+    case MatrixClass::Unknown:
+        break; // an unknown type goes no further than the input check
     }
     return row.definite;
 }

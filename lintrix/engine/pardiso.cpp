@@ -79,8 +79,8 @@ void pardiso(void* pt[64], const int& maxfct, const int& mnum, const int& mtype,
              const int& n, const void* a, int* ia, int* ja, int* perm, const int& nrhs, int* iparm,
              const int& msglvl, void* b, void* x, int& error)
 {
-    const Arguments call{pt, maxfct, mnum, mtype, Phase(phase), n,      a, ia,
-                         ja, perm,   nrhs, Parameters(iparm),   msglvl, b, x};
+    const Arguments call{
+        pt, maxfct, mnum, mtype, Phase(phase), n, a, ia, ja, perm, nrhs, Parameters(iparm), msglvl, b, x};
     if (answersEnquiry(call, error)) return;
     error = run(call);
 }

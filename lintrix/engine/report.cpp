@@ -12,32 +12,45 @@ namespace {
 Message bannerOf(int mtype) noexcept
 {
     switch (mtype) {
-    case 1: return Message::BannerStructurallySymmetric;
-    case 2: return Message::BannerPositiveDefinite;
-    case -2: return Message::BannerIndefinite;
-    case 3: return Message::BannerComplexStructurallySymmetric;
-    case 4: return Message::BannerHermitianPositiveDefinite;
-    case -4: return Message::BannerHermitianIndefinite;
-    case 6: return Message::BannerComplexSymmetric;
-    case 11: return Message::BannerUnsymmetric;
-    case 13: return Message::BannerComplexUnsymmetric;
-    default: return Message::Last_;
+    case 1:
+        return Message::BannerStructurallySymmetric;
+    case 2:
+        return Message::BannerPositiveDefinite;
+    case -2:
+        return Message::BannerIndefinite;
+    case 3:
+        return Message::BannerComplexStructurallySymmetric;
+    case 4:
+        return Message::BannerHermitianPositiveDefinite;
+    case -4:
+        return Message::BannerHermitianIndefinite;
+    case 6:
+        return Message::BannerComplexSymmetric;
+    case 11:
+        return Message::BannerUnsymmetric;
+    case 13:
+        return Message::BannerComplexUnsymmetric;
+    default:
+        return Message::Last_;
     }
 }
 
 std::string_view nameOf(Step step) noexcept
 {
     switch (step) {
-    case Step::Reorder: return "reorder";
-    case Step::Factorize: return "factorize";
-    case Step::Solve: break;
+    case Step::Reorder:
+        return "reorder";
+    case Step::Factorize:
+        return "factorize";
+    case Step::Solve:
+        break;
     }
     return "solve";
 }
 
 constexpr std::array<Message, kTimers> kTimerLines = {
-    Message::TimeFullAdjacency, Message::TimeReorder, Message::TimeSymbolic,  Message::TimeLists,
-    Message::TimeGather,        Message::TimeNumeric, Message::TimeSolve,     Message::TimeIteration,
+    Message::TimeFullAdjacency, Message::TimeReorder, Message::TimeSymbolic, Message::TimeLists,
+    Message::TimeGather,        Message::TimeNumeric, Message::TimeSolve,    Message::TimeIteration,
     Message::TimeAllocation,    Message::TimeTotal,
 };
 
@@ -107,13 +120,15 @@ void reportOrdering(Parameters iparm, const ControlBlock& control)
 {
     if (iparm[Parameter::PermutationUse] > 0) return print(Message::InputPermutation);
     switch (static_cast<OrderingChoice>(iparm[Parameter::Ordering])) {
-    case OrderingChoice::MinimumDegree: return; // its lines stand above
+    case OrderingChoice::MinimumDegree:
+        return; // its lines stand above
     case OrderingChoice::ConstrainedMinimumDegree:
         print(Message::ConstrainedMinimumDegree);
         return print(control[Word::SeparatorMinimumDegree] == 1 ? Message::SeparatorsByMinimumDegree
                                                                 : Message::SeparatorsAsTheyStand);
     case OrderingChoice::NestedDissection:
-    case OrderingChoice::NestedDissectionByThreads: return print(Message::Dissection);
+    case OrderingChoice::NestedDissectionByThreads:
+        return print(Message::Dissection);
     }
 }
 

@@ -76,11 +76,6 @@ int partTarget(int threads, int n, int partExponent, bool outOfCore, bool twoLev
     return static_cast<int>(std::min(std::max(byThreads, byCaller), most));
 }
 
-int subgraphRoom(int partTarget) noexcept
-{
-    return static_cast<int>(std::clamp<std::int64_t>(4 * std::int64_t{partTarget} + 4, 1024, 0x7fffffff));
-}
-
 bool twoLevelAllowed(int mtype, int threads, int ordering, int outOfCore) noexcept
 {
     const bool dissects = ordering == static_cast<int>(OrderingChoice::NestedDissection) ||
@@ -119,16 +114,16 @@ void deriveAnalysisSettings(const Arguments& call, ControlBlock& control)
 {
     const int threads = control[Word::Threads];
     const int outOfCore = call.iparm[Parameter::OutOfCore];
-    const bool twoLevel =
-        twoLevelAllowed(call.mtype, threads, call.iparm[Parameter::Ordering], outOfCore);
+    const bool twoLevel = twoLevelAllowed(call.mtype, threads, call.iparm[Parameter::Ordering], outOfCore);
     control[Word::TwoLevel] = twoLevel ? 1 : 0;
     control[Word::SymmetricStorage] = isSymmetricStorage(call.mtype) ? 1 : 0;
     control[Word::ElementWidth] = isComplex(call.mtype) ? 2 : 1;
-    control[Word::PanelWidth] = panelWidth({.threads = threads,
-                                            .n = call.n,
-                                            .mtype = call.mtype,
-                                            .processorClass = static_cast<int>(thisProcessor().processorClass),
-                                            .outOfCore = outOfCore});
+    control[Word::PanelWidth] =
+        panelWidth({.threads = threads,
+                    .n = call.n,
+                    .mtype = call.mtype,
+                    .processorClass = static_cast<int>(thisProcessor().processorClass),
+                    .outOfCore = outOfCore});
     control[Word::PartTarget] =
         partTarget(threads, call.n, call.iparm[Parameter::PartExponent], outOfCore == 2, twoLevel);
 }

@@ -40,9 +40,6 @@ LINTRIX_TESTABLE int panelWidth(const PanelQuestion& question) noexcept;
 /// power of two not below n, and at least 1.
 LINTRIX_TESTABLE int partTarget(int threads, int n, int partExponent, bool outOfCore, bool twoLevel) noexcept;
 
-/// Numbers that the subgraph list has room for.
-LINTRIX_TESTABLE int subgraphRoom(int partTarget) noexcept;
-
 /// Whether factorization may go by subgraphs and separators.
 LINTRIX_TESTABLE bool twoLevelAllowed(int mtype, int threads, int ordering, int outOfCore) noexcept;
 

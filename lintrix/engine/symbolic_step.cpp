@@ -54,7 +54,8 @@ Failure allocate(Analysis& run, const Graph& graph, Work& work)
 /// Partitions the postordered columns and gives each supernode room for its row list.
 Failure findSupernodes(Analysis& run, const Graph& permuted, Work& work)
 {
-    if (const Failure failure = columnCounts(permuted, work.parent, run.threads(), work.counts)) return failure;
+    if (const Failure failure = columnCounts(permuted, work.parent, run.threads(), work.counts))
+        return failure;
     const Partition partition = partitionIntoSupernodes(
         work.parent, work.counts, run.control[Word::PanelWidth], work.starts, work.supernodeOf);
     run.control[Word::Supernodes] = partition.supernodes;
@@ -112,8 +113,7 @@ Failure factorizeSymbolically(Analysis& run)
     if (const Failure failure = allocate(run, graph, work)) return failure;
     if (const Failure failure = eliminationTree(graph, run.ordering(), work.parent)) return failure;
     if (const Failure failure = postorder(run.subgraphs(), work.parent, run.ordering())) return failure;
-    const Graph permuted =
-        permutedGraph(graph, run.ordering(), work.permutedStarts, work.permutedNeighbours);
+    const Graph permuted = permutedGraph(graph, run.ordering(), work.permutedStarts, work.permutedNeighbours);
     if (const Failure failure = findSupernodes(run, permuted, work)) return failure;
     if (const Failure failure = fillPermanent(run, permuted, work)) return failure;
     placePanels(run);

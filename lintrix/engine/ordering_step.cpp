@@ -1,0 +1,117 @@
+#include <lintrix/engine/analysis_steps.h>
+
+#include <lintrix/engine/adjacency.h>
+#include <lintrix/engine/given_ordering.h>
+#include <lintrix/engine/nested_dissection.h>
+#include <lintrix/engine/settings.h>
+#include <lintrix/engine/subgraphs.h>
+
+#include <cstdint>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+/// Not yet available.
+Failure orderByMinimumDegree(const Analysis&, const Graph&, Ordering, SubgraphList&)
+{
+    return {Error::Unclassified, 0};
+}
+
+/// Not yet available.
+Failure orderByPairs(const Analysis&, Ordering, SubgraphList&)
+{
+    return {Error::Unclassified, 0};
+}
+
+Failure allocate(Analysis& run, SubgraphList& list)
+{
+    const std::int64_t n = run.n(), ranges = subgraphNumbers(run.control[Word::PartTarget]) / 2;
+    BlockLayout layout(run.control);
+    layout.add<int>(Array::WorkVertexAt, n)
+        .add<int>(Array::WorkPositionOf, n)
+        .add<PositionRange>(Array::WorkSubgraphs, ranges);
+    if (const Failure failure = layout.allocate(run.handle, Slot::IntegerWork, BlockCode::IntegerWork))
+        return failure;
+    list.room = run.handle.array<PositionRange>(Slot::IntegerWork, Array::WorkSubgraphs, ranges);
+    return {};
+}
+
+/// The caller's order, the pairs' or a computed one, in this order of decisions.
+Failure chooseOrder(const Analysis& run, SubgraphList& list)
+{
+    const Parameters iparm = run.call.iparm;
+    const Ordering ordering = run.ordering();
+    const auto choice = static_cast<OrderingChoice>(iparm[Parameter::Ordering]);
+    if (iparm[Parameter::PermutationUse] == 1) {
+        closedRanges(run.n(), false, list);
+        return takeOrdering({run.call.perm, static_cast<std::size_t>(run.n())}, ordering);
+    }
+    const bool hasPairs = classOf(run.call.mtype) == MatrixClass::Indefinite &&
+                          matchingForm(run.call.mtype, iparm[Parameter::Matching]) > 0;
+    if (hasPairs) return orderByPairs(run, ordering, list);
+    switch (choice) {
+    case OrderingChoice::NestedDissection:
+        return nestedDissection(run.graph(), 1, ordering, list);
+    case OrderingChoice::NestedDissectionByThreads:
+        return nestedDissection(run.graph(), run.threads(), ordering, list);
+    case OrderingChoice::MinimumDegree:
+    case OrderingChoice::ConstrainedMinimumDegree:
+        break;
+    }
+    return orderByMinimumDegree(run, run.graph(), ordering, list);
+}
+
+/// Whether the ranges cover all positions, one after another: what the later steps may take apart.
+bool coversAll(const SubgraphList& list, int n)
+{
+    int next = 0;
+    for (const PositionRange& range : list.ranges()) {
+        if (range.first != next || range.last < range.first) return false;
+        next = range.last + 1;
+    }
+    return next == n;
+}
+
+/// Two-level work needs ranges that stand on their own; without it the order is one piece.
+void settleSubgraphs(Analysis& run, SubgraphList& list)
+{
+    const bool apart = list.wellFormed() && coversAll(list, run.n());
+    if (!apart) wholeRange(run.n(), list);
+    if (list.count < 2) run.control[Word::TwoLevel] = 0;
+    run.control[Word::Subgraphs] = list.count;
+    run.control[Word::IndependentSubgraphs] = list.independent;
+}
+
+} // namespace
+
+Failure buildAdjacency(Analysis& run)
+{
+    const TimedStep timed(run.timers, Timer::FullAdjacency);
+    SymmetrizedPattern pattern;
+    if (const Failure failure = pattern.count({run.ia, run.ja}, run.columnOfRow())) return failure;
+    run.control[Word::StructureNonZeros] = static_cast<int>(pattern.entries());
+    BlockLayout layout(run.control);
+    layout.add<int>(Array::AdjacencyStarts, std::int64_t{run.n()} + 1)
+        .add<int>(Array::AdjacencyNeighbours, pattern.entries());
+    if (const Failure failure = layout.allocate(run.handle, Slot::AnalysisWork, BlockCode::AnalysisWork))
+        return failure;
+    pattern.write(
+        run.handle.array<int>(Slot::AnalysisWork, Array::AdjacencyStarts, std::int64_t{run.n()} + 1),
+        run.handle.array<int>(Slot::AnalysisWork, Array::AdjacencyNeighbours, pattern.entries()));
+    return {};
+}
+
+Failure orderEquations(Analysis& run)
+{
+    const TimedStep timed(run.timers, Timer::Reorder);
+    SubgraphList list;
+    if (const Failure failure = allocate(run, list)) return failure;
+    if (const Failure failure = chooseOrder(run, list)) return failure;
+    if (run.call.iparm[Parameter::PermutationUse] == 2)
+        copyOrdering(run.ordering(), {run.call.perm, static_cast<std::size_t>(run.n())});
+    settleSubgraphs(run, list);
+    return {};
+}
+
+} // namespace Velmar::Lintrix::detail::engine
