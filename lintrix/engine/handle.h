@@ -81,6 +81,12 @@ public:
 
     /// A zeroed block of `bytes` for an empty slot; null without memory, 0 bytes counting as 1.
     void* allocate(Slot slot, std::int64_t bytes) noexcept;
+    /// Takes a block over into an empty slot.
+    template <class T>
+    void keep(Slot slot, Scratch<T>&& block) noexcept
+    {
+        slots_[index(slot)] = block.release();
+    }
     /// The block in a slot brought to a smaller size, where the allocator agrees.
     void shrink(Slot slot, std::int64_t bytes) noexcept;
     void release(Slot slot) noexcept;

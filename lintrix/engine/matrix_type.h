@@ -51,10 +51,4 @@ constexpr bool isSymmetricStorage(int mtype) noexcept
     return mtype % 2 == 0;
 }
 
-/// Matching, scaling and all that follows from them exist for these types only.
-constexpr bool honoursMatching(int mtype) noexcept
-{
-    return classOf(mtype) == MatrixClass::Indefinite || classOf(mtype) == MatrixClass::Unsymmetric;
-}
-
 } // namespace Velmar::Lintrix::detail::engine

@@ -3,14 +3,26 @@
 #include <lintrix/engine/adjacency.h>
 #include <lintrix/engine/given_ordering.h>
 #include <lintrix/engine/nested_dissection.h>
-#include <lintrix/engine/settings.h>
+#include <lintrix/engine/preordering.h>
 #include <lintrix/engine/subgraphs.h>
 
+#include <algorithm>
 #include <cstdint>
 
 namespace Velmar::Lintrix::detail::engine {
 
 namespace {
+
+OrderingChoice choiceOf(const Analysis& run)
+{
+    return static_cast<OrderingChoice>(run.call.iparm[Parameter::Ordering]);
+}
+
+bool dissects(const Analysis& run)
+{
+    return choiceOf(run) == OrderingChoice::NestedDissection ||
+           choiceOf(run) == OrderingChoice::NestedDissectionByThreads;
+}
 
 /// Not yet available.
 Failure orderByMinimumDegree(const Analysis&, const Graph&, Ordering, SubgraphList&)
@@ -18,10 +30,16 @@ Failure orderByMinimumDegree(const Analysis&, const Graph&, Ordering, SubgraphLi
     return {Error::Unclassified, 0};
 }
 
-/// Not yet available.
-Failure orderByPairs(const Analysis&, Ordering, SubgraphList&)
+/// The pairs stand in the matching's block: each side by side in the order.
+Failure orderByPairs(const Analysis& run, Ordering ordering, SubgraphList& list)
 {
-    return {Error::Unclassified, 0};
+    const int n = run.n();
+    const auto size = static_cast<std::size_t>(PivotPairs::blockSize(n));
+    const PivotPairs pairs({run.handle.block<int>(Slot::Matching), size}, n);
+    std::ranges::copy(pairs.vertexAt(), ordering.vertexAt.begin());
+    for (int k = 0; k < n; ++k) ordering.positionOf[ordering.vertexAt[k]] = k;
+    closedRanges(n, !dissects(run), list);
+    return {};
 }
 
 Failure allocate(Analysis& run, SubgraphList& list)
@@ -42,15 +60,13 @@ Failure chooseOrder(const Analysis& run, SubgraphList& list)
 {
     const Parameters iparm = run.call.iparm;
     const Ordering ordering = run.ordering();
-    const auto choice = static_cast<OrderingChoice>(iparm[Parameter::Ordering]);
     if (iparm[Parameter::PermutationUse] == 1) {
         closedRanges(run.n(), false, list);
         return takeOrdering({run.call.perm, static_cast<std::size_t>(run.n())}, ordering);
     }
-    const bool hasPairs = classOf(run.call.mtype) == MatrixClass::Indefinite &&
-                          matchingForm(run.call.mtype, iparm[Parameter::Matching]) > 0;
-    if (hasPairs) return orderByPairs(run, ordering, list);
-    switch (choice) {
+    if (preorderingFor(run.call.mtype, iparm[Parameter::Matching]) == Preordering::SymmetricPairs)
+        return orderByPairs(run, ordering, list);
+    switch (choiceOf(run)) {
     case OrderingChoice::NestedDissection:
         return nestedDissection(run.graph(), 1, ordering, list);
     case OrderingChoice::NestedDissectionByThreads:

@@ -83,11 +83,6 @@ bool twoLevelAllowed(int mtype, int threads, int ordering, int outOfCore) noexce
     return mtype == 11 && outOfCore != 2 && threads > 1 && dissects;
 }
 
-int matchingForm(int mtype, int parameter) noexcept
-{
-    return honoursMatching(mtype) ? std::max(parameter, 0) : 0;
-}
-
 void resetConstants(ControlBlock& control) noexcept
 {
     control[Real::Tolerance] = 1e-12;

@@ -43,9 +43,6 @@ LINTRIX_TESTABLE int partTarget(int threads, int n, int partExponent, bool outOf
 /// Whether factorization may go by subgraphs and separators.
 LINTRIX_TESTABLE bool twoLevelAllowed(int mtype, int threads, int ordering, int outOfCore) noexcept;
 
-/// `iparm(13)` where the type honours it, else 0: 1 the weighted matching, 2 its second form.
-LINTRIX_TESTABLE int matchingForm(int mtype, int parameter) noexcept;
-
 /// The constants of an analysis, whatever the caller says.
 LINTRIX_TESTABLE void resetConstants(ControlBlock& control) noexcept;
 

@@ -133,17 +133,6 @@ TEST(TwoLevel, NeedsTypeElevenThreadsAndDissection)
         EXPECT_FALSE(twoLevelAllowed(mtype, 2, 2, 0)) << mtype;
 }
 
-TEST(MatchingForm, IsHonouredForIndefiniteAndUnsymmetricTypes)
-{
-    for (const int mtype : {-4, -2, 6, 11, 13}) {
-        EXPECT_EQ(matchingForm(mtype, 1), 1) << mtype;
-        EXPECT_EQ(matchingForm(mtype, 2), 2) << mtype;
-        EXPECT_EQ(matchingForm(mtype, 0), 0) << mtype;
-        EXPECT_EQ(matchingForm(mtype, -1), 0) << mtype;
-    }
-    for (const int mtype : {1, 2, 3, 4}) EXPECT_EQ(matchingForm(mtype, 1), 0) << mtype;
-}
-
 class Settings : public ::testing::Test {
 protected:
     Arguments call()
