@@ -50,11 +50,12 @@ public:
     /// Counts the entries. With `columnOfRow` (order elements, a permutation) row i of A is taken as row
     /// columnOfRow[i], which puts the matched entries on the diagonal: the graph is then that of P*A plus its
     /// transpose. Empty, it stands for the identity. Both arguments must live until `write` has returned.
-    /// @return  {Reordering, kBadPattern}  `ia` does not ascend from 0 to the length of `ja`, or a column lies
+    /// @return  {Reordering, kBadPattern}  `ia` does not ascend from 0 to the length of `ja`, or a column
+    /// lies
     ///          outside the matrix; outOfMemory(Transient); overflow() where 32 bits do not hold the count
     LINTRIX_TESTABLE Failure count(const Pattern& pattern, std::span<const int> columnOfRow = {});
-    /// Both directions of each edge counted, the diagonal not: the length of `neighbours`, and the structure's
-    /// new count of non-zeros.
+    /// Both directions of each edge counted, the diagonal not: the length of `neighbours`, and the
+    /// structure's new count of non-zeros.
     std::int64_t entries() const noexcept { return entries_; }
     /// Fills `starts` (order + 1) and `neighbours` (entries()), after `count`.
     LINTRIX_TESTABLE Graph write(std::span<int> starts, std::span<int> neighbours) const;

@@ -14,8 +14,8 @@ namespace Velmar::Lintrix::detail::engine {
 inline constexpr int kInconsistentPermutation = -11;
 
 /// Takes `perm` as it stands and makes its inverse. perm[k], counted from 1, names the equation that is
-/// eliminated in place k: the sense in which the solve step gathers the right-hand side, y(k) = b(perm(k)), and
-/// in which `copyOrdering` hands an order out, so that what one analysis gave, the next can take.
+/// eliminated in place k: the sense in which the solve step gathers the right-hand side, y(k) = b(perm(k)),
+/// and in which `copyOrdering` hands an order out, so that what one analysis gave, the next can take.
 ///
 /// By contract nobody has checked `perm` before. An element out of 1 .. n or one that comes twice would send
 /// the inverse out of its bounds or leave a hole in it; making the inverse meets both.

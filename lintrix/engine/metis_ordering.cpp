@@ -14,7 +14,8 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-static_assert(std::is_same_v<idx_t, int>, "The engine's indices and those of METIS are the same 32-bit type.");
+static_assert(std::is_same_v<idx_t, int>,
+              "The engine's indices and those of METIS are the same 32-bit type.");
 
 using Options = std::array<idx_t, METIS_NOPTIONS>;
 
@@ -58,11 +59,11 @@ int largestDegree(const Graph& graph)
     return largest;
 }
 
-// By contract two sets of options. In the terms of METIS 4, eight words: non-default 1; matching 3, sorted heavy
-// edges; initial partition 1, grown by edges; refinement 2, one side of the separator at a time; debug 0;
-// ordering flags 1, vertices with the same neighbours taken as one; dense-node factor 200, in tenths of the
-// mean degree; 1 separator a level. The other set is all zeros, which asks for the defaults: the same but for
-// the dense-node factor, which is then 0. METIS 5 has the same choices and the same defaults by name.
+// By contract two sets of options. In the terms of METIS 4, eight words: non-default 1; matching 3, sorted
+// heavy edges; initial partition 1, grown by edges; refinement 2, one side of the separator at a time; debug
+// 0; ordering flags 1, vertices with the same neighbours taken as one; dense-node factor 200, in tenths of
+// the mean degree; 1 separator a level. The other set is all zeros, which asks for the defaults: the same but
+// for the dense-node factor, which is then 0. METIS 5 has the same choices and the same defaults by name.
 Options optionsFor(const Graph& graph)
 {
     constexpr idx_t kDenseNodeFactor = 200;
@@ -80,9 +81,9 @@ Options optionsFor(const Graph& graph)
     return options;
 }
 
-// METIS declares the graph as writable and does not write to it where indices count from 0. Of its entries for
-// orderings this is the only one that comes back when an allocation fails, and the only one that heeds the
-// dense-node factor.
+// METIS declares the graph as writable and does not write to it where indices count from 0. Of its entries
+// for orderings this is the only one that comes back when an allocation fails, and the only one that heeds
+// the dense-node factor.
 int callMetis(const Graph& graph, const Ordering& ordering)
 {
     auto options = optionsFor(graph);

@@ -8,9 +8,9 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Orders the vertices by nested dissection: the halves that a separator leaves come before it, so that no fill
-/// joins them. Karypis, Kumar, "A fast and high quality multilevel scheme for partitioning irregular graphs",
-/// SIAM J. Sci. Comput. 20 (1998).
+/// Orders the vertices by nested dissection: the halves that a separator leaves come before it, so that no
+/// fill joins them. Karypis, Kumar, "A fast and high quality multilevel scheme for partitioning irregular
+/// graphs", SIAM J. Sci. Comput. 20 (1998).
 ///
 /// The largest degree chooses the options: from vertices/8 on, a vertex of more than 20 times the mean degree
 /// is left out of the dissection and comes last. A graph without edges keeps its order.

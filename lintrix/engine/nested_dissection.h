@@ -15,8 +15,8 @@ namespace Velmar::Lintrix::detail::engine {
 /// what it is: fill is the same for any number of threads.
 ///
 /// Taken are at least 1 part, at most one for every two vertices and as many as `subgraphs` has room for. One
-/// part is the order as METIS gives it. Ranges may be empty, where the graph has no separators or no vertices
-/// to separate.
+/// part is the order as METIS gives it. Ranges may be empty, where the graph has no separators short of all
+/// its vertices.
 /// @return  {Reordering, METIS's result}, outOfMemory(Transient); the ordering is then undefined
 LINTRIX_TESTABLE Failure nestedDissection(const Graph& graph, int parts, Ordering ordering,
                                           SubgraphList& subgraphs);

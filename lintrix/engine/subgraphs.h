@@ -44,13 +44,14 @@ struct SubgraphList {
 /// One part with all n positions: an order that was not cut.
 LINTRIX_TESTABLE void wholeRange(int n, SubgraphList& list);
 
-/// The list of an order that came ready-made, from the caller or from the matched pairs: by contract (1, n - 1)
-/// and (n, n), counted from 1. With `repeatLast` the second stands twice, as the minimum degree orderings have
-/// it, and the list is then not well formed.
+/// The list of an order that came ready-made, from the caller or from the matched pairs: by contract (1, n -
+/// 1) and (n, n), counted from 1. With `repeatLast` the second stands twice, as the minimum degree orderings
+/// have it, and the list is then not well formed.
 LINTRIX_TESTABLE void closedRanges(int n, bool repeatLast, SubgraphList& list);
 
-/// Makes ranges out of tags: rangeOf[k] in 0 .. count - 1 is the range that position k falls in. The positions
-/// are renumbered range after range, in each in the order that they had; `list.room` must hold `count` ranges.
+/// Makes ranges out of tags: rangeOf[k] in 0 .. count - 1 is the range that position k falls in. The
+/// positions are renumbered range after range, in each in the order that they had; `list.room` must hold
+/// `count` ranges.
 /// @return  outOfMemory(Transient), with nothing changed
 LINTRIX_TESTABLE Failure gatherRanges(std::span<const int> rangeOf, int count, int independent,
                                       Ordering ordering, SubgraphList& list);

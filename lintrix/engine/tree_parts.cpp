@@ -133,6 +133,7 @@ private:
                        static_cast<double>(leavesAt_[right]) / leavesAt_[c]};
         const double all = std::accumulate(heap_.get(), end(), 0.0,
                                            [this](double sum, int tree) { return sum + size_[tree]; });
+        if (count_ > 0) takeOffTop(rangeAt(c)); // trees may be apart without it, but no separator is empty
         double limit = kBalance * std::max(sides.share[0], sides.share[1]) * all;
         for (;;) {
             while (count_ > 0 && size_[heap_[0]] > limit) takeOffTop(rangeAt(c));
