@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/adjacency.h>
 #include <lintrix/engine/given_ordering.h>
+#include <lintrix/engine/minimum_degree.h>
 #include <lintrix/engine/nested_dissection.h>
 #include <lintrix/engine/preordering.h>
 #include <lintrix/engine/subgraphs.h>
@@ -24,10 +25,12 @@ bool dissects(const Analysis& run)
            choiceOf(run) == OrderingChoice::NestedDissectionByThreads;
 }
 
-/// Not yet available.
-Failure orderByMinimumDegree(const Analysis&, const Graph&, Ordering, SubgraphList&)
+/// The constrained form is not yet available.
+Failure orderByMinimumDegree(const Analysis& run, Ordering ordering, SubgraphList& list)
 {
-    return {Error::Unclassified, 0};
+    closedRanges(run.n(), true, list);
+    if (choiceOf(run) == OrderingChoice::ConstrainedMinimumDegree) return {Error::Unclassified, 0};
+    return minimumDegree(run.graph(), run.control[Word::MinimumDegreeDelta], ordering);
 }
 
 /// The pairs stand in the matching's block: each side by side in the order.
@@ -75,7 +78,7 @@ Failure chooseOrder(const Analysis& run, SubgraphList& list)
     case OrderingChoice::ConstrainedMinimumDegree:
         break;
     }
-    return orderByMinimumDegree(run, run.graph(), ordering, list);
+    return orderByMinimumDegree(run, ordering, list);
 }
 
 /// Whether the ranges cover all positions, one after another: what the later steps may take apart.

@@ -6,6 +6,7 @@
 #include <lintrix/engine/factor_structure.h>
 #include <lintrix/engine/graph.h>
 #include <lintrix/engine/handle.h>
+#include <lintrix/services/export.h>
 
 #include <cstdint>
 #include <span>
@@ -13,7 +14,7 @@
 namespace Velmar::Lintrix::detail::engine {
 
 /// A view of the arrays. Their lengths are words of the control block; all count from 0.
-class PermanentStructure {
+class LINTRIX_TESTABLE PermanentStructure {
 public:
     explicit PermanentStructure(Handle handle) noexcept : handle_(handle) {}
 

@@ -175,6 +175,7 @@ TEST_P(FailingRuns, ReportTheBlockAndAreReleasedFully)
     {
         EngineCall call(tridiagonal(120, mtype % 2 == 0), mtype);
         call.set(60, 1);
+        call.set(13, 1);
         call.A.a.resize(1000, 1.);
         ASSERT_EQ(call.run(11), 0);
         wanted = requests(recorder);
@@ -187,6 +188,7 @@ TEST_P(FailingRuns, ReportTheBlockAndAreReleasedFully)
             SCOPED_TRACE(k);
             EngineCall call(tridiagonal(120, mtype % 2 == 0), mtype);
             call.set(60, 1);
+            call.set(13, 1);
             call.A.a.resize(1000, 1.);
             const auto ia = call.A.ia, ja = call.A.ja;
             once ? recorder.failOnly(k) : recorder.failFrom(k);

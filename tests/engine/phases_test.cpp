@@ -118,6 +118,45 @@ TEST(Phases, AnalysisPassesForEveryType)
     }
 }
 
+TEST(Phases, AnalysisServesOrderingMatchingAndScalingTogether)
+{
+    for (const int mtype : {11, -2, 13, 6, 2}) {
+        for (const int ordering : {0, 2, 3}) {
+            for (const int matching : {0, 1, 2}) {
+                SCOPED_TRACE(::testing::Message() << mtype << ' ' << ordering << ' ' << matching);
+                EngineCall call(tridiagonal(200, mtype % 2 == 0), mtype);
+                call.A.a.resize(2000, 0.5);
+                call.set(2, ordering);
+                call.set(11, 1);
+                call.set(13, matching);
+                EXPECT_EQ(call.run(11), 0);
+                EXPECT_TRUE(isAnalysed(call));
+                const Handle handle(call.pt.data());
+                const bool matched = mtype > 10 || (mtype != 2 && matching > 0);
+                EXPECT_EQ(handle.holds(Slot::Matching), matched);
+                EXPECT_EQ(handle.holds(Slot::Scaling), matched);
+            }
+        }
+    }
+}
+
+TEST(Phases, StructurallySingularMatrixFailsWhereMatchingIsOn)
+{
+    EngineCall call(tridiagonal(4));
+    // Rows 1 to 3 have entries in columns 1 and 2 alone.
+    call.A.ia = {1, 3, 5, 7, 11};
+    call.A.ja = {1, 2, 1, 2, 1, 2, 1, 2, 3, 4};
+    call.set(13, 1);
+    const auto [error, text] = call.runPrinting(11, 1);
+    EXPECT_EQ(error, -6);
+    EXPECT_EQ(text, "*** Error in PARDISO  (prereordering_mtype11,13) error_num= -3\n"
+                    "*** Error in PARDISO: preordering failed after 3 neqns out of 4\n"
+                    "structure singular or input/parameter problem (matrixtype 11,13)\n");
+    EXPECT_EQ(call.A.ia, (std::vector{1, 3, 5, 7, 11}));
+    call.set(13, 0);
+    EXPECT_EQ(call.run(11), 0);
+}
+
 TEST(Phases, AnalysisCountsTheCallsThatFollow)
 {
     EngineCall call(tridiagonal(4));
