@@ -78,7 +78,7 @@ inline SparseRows<double> circuitLike(int n, std::mt19937& random)
 {
     SparseBuilder A(n);
     std::uniform_real_distribution<double> exponent(-6.0, 6.0);
-    std::geometric_distribution<int> busy(20.0 / n);
+    std::geometric_distribution<int> busy(std::min(0.5, 20.0 / n));
     const auto conductance = [&] { return std::pow(10.0, exponent(random)); };
     for (int i = 0; i < n; ++i) {
         if (i % 10 != 9) A.put(i, i, conductance());
