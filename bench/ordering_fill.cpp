@@ -33,7 +33,7 @@ namespace {
 
 constexpr int kParts = 4;
 
-struct Matrix {
+struct GraphSource {
     std::string name;
     std::vector<int> ia{0}, ja{};
 };
@@ -50,10 +50,10 @@ struct OwnedOrdering {
 };
 
 // The upper triangle of a grid's pattern.
-Matrix grid(int side, int dimensions)
+GraphSource grid(int side, int dimensions)
 {
     const int n = dimensions == 2 ? side * side : side * side * side;
-    Matrix A{std::to_string(dimensions) + "-D grid, side " + std::to_string(side)};
+    GraphSource A{std::to_string(dimensions) + "-D grid, side " + std::to_string(side)};
     for (int v = 0; v < n; ++v) {
         A.ja.push_back(v);
         if (v % side + 1 < side) A.ja.push_back(v + 1);
@@ -64,11 +64,11 @@ Matrix grid(int side, int dimensions)
     return A;
 }
 
-Matrix load(const std::string& file)
+GraphSource load(const std::string& file)
 {
     const auto matrix = MatrixMarketReader(file).ReadSparse(MatrixMarketStorage::BothTriangles);
     if (matrix.Rows() != matrix.Cols()) throw std::runtime_error(file + ": not square");
-    Matrix A{std::filesystem::path(file).filename()};
+    GraphSource A{std::filesystem::path(file).filename()};
     A.ia.clear();
     for (const int start : matrix.RowPointers()) A.ia.push_back(start - 1);
     for (const int column : matrix.ColumnIndices()) A.ja.push_back(column - 1);
@@ -90,7 +90,7 @@ void require(const Failure& failure)
     std::exit(1);
 }
 
-OwnedGraph graphOf(const Matrix& A)
+OwnedGraph graphOf(const GraphSource& A)
 {
     SymmetrizedPattern adjacency;
     require(adjacency.count({A.ia, A.ja}));
@@ -160,7 +160,7 @@ struct Means {
     int matrices = 0;
 };
 
-void measure(const Matrix& A, Means& means)
+void measure(const GraphSource& A, Means& means)
 {
     OwnedGraph graph;
     const double graphTime = seconds([&] { graph = graphOf(A); });
