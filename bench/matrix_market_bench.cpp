@@ -88,7 +88,7 @@ struct MarketFile {
     MarketFile& operator=(const MarketFile&) = delete;
 };
 
-/// The parser alone: what it reads is dropped in a dense 1 x 1 place. Entries become triplets.
+/// The parser alone: entries become triplets as they stand.
 void parse(benchmark::State& state, const std::string& ending, bool fullDigits)
 {
     const MarketFile file(ending, fullDigits);

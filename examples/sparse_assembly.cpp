@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <iostream>
+#include <string>
 
 using namespace Velmar::Lintrix;
 
@@ -51,9 +52,9 @@ int main()
     std::cout << "loss: corner " << loss(0, 0) << ", side " << loss(1, 0) << ", inside " << loss(side + 1, 0)
               << '\n';
 
-    const auto file = std::filesystem::temp_directory_path() / "lintrix_plate.mtx.gz";
-    WriteMatrixMarket(file.string(), A);
-    const SparseMatrix again = ReadMatrixMarket(file.string());
+    const std::string file = "plate.mtx.gz";
+    WriteMatrixMarket(file, A);
+    const SparseMatrix again = ReadMatrixMarket(file);
     std::filesystem::remove(file);
     std::cout << "read again: " << (A.IsEqual(again, 0.0) ? "the same" : "another") << " matrix\n";
 }
