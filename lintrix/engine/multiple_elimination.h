@@ -16,8 +16,8 @@ class MultipleElimination {
 public:
     static constexpr int kNone = -1;
 
-    /// Puts the vertices into `order` (vertices() of them, position to vertex). A vertex of stage 1 waits until
-    /// all of stage 0 are eliminated; `stage` is empty if all are of stage 0. Dense vertices come last.
+    /// Puts the vertices into `order` (vertices() of them, position to vertex). A vertex of stage 1 waits
+    /// until all of stage 0 are eliminated; `stage` is empty if all are of stage 0. Dense vertices come last.
     Failure run(const Graph& graph, int delta, std::span<const std::uint8_t> stage, int bound,
                 std::span<int> order);
 

@@ -106,7 +106,8 @@ std::span<const int> QuotientGraph::makeElement(int p)
 int QuotientGraph::roomNeededBy(const Node& pivot) const
 {
     std::int64_t cells = pivot.length - pivot.elements;
-    for (const int e : listOf(pivot).first(static_cast<std::size_t>(pivot.elements))) cells += nodes_[e].length;
+    for (const int e : listOf(pivot).first(static_cast<std::size_t>(pivot.elements)))
+        cells += nodes_[e].length;
     return static_cast<int>(std::min<std::int64_t>(cells, remaining_));
 }
 
@@ -139,7 +140,8 @@ void QuotientGraph::compact()
         }
         Node& owner = nodes_[~space_[from]];
         space_[from] = std::exchange(owner.start, to);
-        std::memmove(space_.get() + to, space_.get() + from, sizeof(int) * static_cast<std::size_t>(owner.length));
+        std::memmove(space_.get() + to, space_.get() + from,
+                     sizeof(int) * static_cast<std::size_t>(owner.length));
         from += owner.length;
         to += owner.length;
     }
@@ -197,9 +199,9 @@ void QuotientGraph::measureOutsides(std::span<const int> boundary)
     }
 }
 
-// Clears the list of variable v of all that element p stands for now, puts p in, and sets the degree to a bound
-// of what lies outside the boundary of p. False if nothing does. The list does not grow: what led from p to v,
-// be it p itself or an element that p absorbed, leaves it.
+// Clears the list of variable v of all that element p stands for now, puts p in, and sets the degree to a
+// bound of what lies outside the boundary of p. False if nothing does. The list does not grow: what led from
+// p to v, be it p itself or an element that p absorbed, leaves it.
 bool QuotientGraph::refresh(int p, int v)
 {
     Node& variable = nodes_[v];

@@ -60,11 +60,11 @@ public:
 
 private:
     struct Node {
-        int start;    ///< of the list
-        int length;   ///< of the list
-        int elements; ///< of a variable: how many names at the head of its list are elements
-        int degree;   ///< bound of the external degree; weight of the boundary
-        int next;     ///< in the bucket of its hash
+        int start;     ///< of the list
+        int length;    ///< of the list
+        int elements;  ///< of a variable: how many names at the head of its list are elements
+        int degree;    ///< bound of the external degree; weight of the boundary
+        int next;      ///< in the bucket of its hash
         unsigned hash; ///<
     };
 
@@ -80,8 +80,8 @@ private:
     void measureOutsides(std::span<const int> boundary);
     /// A list while it is rewritten.
     struct Rewrite {
-        int end;      ///< of what is kept so far
-        int degree;   ///< weight of what it reaches outside the pivot's boundary
+        int end;       ///< of what is kept so far
+        int degree;    ///< weight of what it reaches outside the pivot's boundary
         unsigned hash; ///< sum of the names
     };
     Rewrite keepElements(int p, const Node& variable);
@@ -98,21 +98,22 @@ private:
     int stageOf(int v) const { return stage_.empty() ? 0 : stage_[static_cast<std::size_t>(v)]; }
 
     Scratch<Node> nodes_;
-    Scratch<int> weights_; ///< vertices a variable stands for, negative in the pivot's boundary; 0 for all else
-    Scratch<int> marks_;   ///< against stamp_; 0: an element that is gone
-    Scratch<int> space_;       ///< the lists
-    Scratch<int> buckets_;     ///< heads of the hash buckets, all kNone between calls
-    Scratch<int> nextMember_;  ///<
-    Scratch<int> parent_;      ///<
+    Scratch<int>
+        weights_;        ///< vertices a variable stands for, negative in the pivot's boundary; 0 for all else
+    Scratch<int> marks_; ///< against stamp_; 0: an element that is gone
+    Scratch<int> space_; ///< the lists
+    Scratch<int> buckets_;    ///< heads of the hash buckets, all kNone between calls
+    Scratch<int> nextMember_; ///<
+    Scratch<int> parent_;     ///<
     std::span<const std::uint8_t> stage_;
     int vertices_ = 0;
-    int capacity_ = 0;     ///< of space_
-    int end_ = 0;          ///< of what is used of space_
-    int remaining_ = 0;    ///< vertices not eliminated, without the omitted
-    int stamp_ = 1;        ///< above every mark, but for those of the pivot at work
-    int bound_ = 0;        ///<
+    int capacity_ = 0;       ///< of space_
+    int end_ = 0;            ///< of what is used of space_
+    int remaining_ = 0;      ///< vertices not eliminated, without the omitted
+    int stamp_ = 1;          ///< above every mark, but for those of the pivot at work
+    int bound_ = 0;          ///<
     int largestOutside_ = 0; ///< highest degree of an element so far
-    int pivotWeight_ = 0;  ///< vertices of the pivot at work, before others went along
+    int pivotWeight_ = 0;    ///< vertices of the pivot at work, before others went along
 };
 
 } // namespace Velmar::Lintrix::detail::engine
