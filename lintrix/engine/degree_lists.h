@@ -49,7 +49,8 @@ public:
         links_[v].previous = kOutside;
     }
 
-    /// The first vertex of the lowest degree that is at most `limit`, or kNone; `lowest()` is then its degree.
+    /// The first vertex of the lowest degree that is at most `limit`, or kNone; `lowest()` is then its
+    /// degree.
     int firstUpTo(int limit)
     {
         while (lowest_ <= limit && heads_[lowest_] == kNone) ++lowest_;
