@@ -1,5 +1,7 @@
 #include <lintrix/engine/minimum_degree.h>
 
+#include <lintrix/engine/multiple_elimination.h>
+
 namespace Velmar::Lintrix::detail::engine {
 
 Failure minimumDegree(const Graph& graph, int delta, Ordering ordering, int bound)

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::engine {
 namespace {
@@ -15,27 +15,31 @@ constexpr int kAllowanceShare = 4;
 
 } // namespace
 
-Failure MultipleElimination::run(const Graph& graph, int delta, std::span<const std::uint8_t> stage,
+Failure MultipleElimination::run(const Graph& graph, int delta, std::span<const std::uint8_t> stages,
                                  int bound, std::span<int> order)
 {
-    const int n = graph.vertices();
-    stage_ = stage;
+    stages_ = stages;
     order_ = order;
-    if (!allocate(n)) return outOfMemory(BlockCode::Transient);
+    if (!allocate(graph.vertices())) return outOfMemory(BlockCode::Transient);
     leaveOutDense(graph);
-    if (const Failure failure = remaining_.load(graph, dense_.span(), stage, bound)) return failure;
-    for (const std::uint8_t s : {std::uint8_t{0}, std::uint8_t{1}}) {
-        currentStage_ = s;
-        for (int v = 0; v < n; ++v) {
-            if (remaining_.isLive(v) && isOfStage(v, s)) lists_.insert(v, remaining_.degree(v));
-        }
-        while (lists_.firstUpTo(n - 1) != DegreeLists::kNone) {
-            const int lowest = lists_.lowest();
-            eliminatePass(lowest + std::min({delta, lowest / kAllowanceShare, n - 1 - lowest}));
-        }
-    }
+    if (const Failure failure = remaining_.load(graph, dense_.span(), stages, bound)) return failure;
+    const int last = stages.empty() ? 0 : *std::ranges::max_element(stages);
+    for (int stage = 0; stage <= last; ++stage) eliminateStage(stage, delta);
     appendDense(graph);
     return {};
+}
+
+void MultipleElimination::eliminateStage(int stage, int delta)
+{
+    const auto n = static_cast<int>(order_.size());
+    for (int v = 0; v < n; ++v) {
+        const bool isDue = stages_.empty() || stages_[static_cast<std::size_t>(v)] == stage;
+        if (isDue && remaining_.isLive(v)) lists_.insert(v, remaining_.degree(v));
+    }
+    while (lists_.firstUpTo(n - 1) != DegreeLists::kNone) {
+        const int lowest = lists_.lowest();
+        eliminatePass(lowest + std::min({delta, lowest / kAllowanceShare, n - 1 - lowest}));
+    }
 }
 
 bool MultipleElimination::allocate(int n)
@@ -83,9 +87,9 @@ void MultipleElimination::appendDense(const Graph& graph)
 {
     const std::span<int> last = order_.subspan(ordered_);
     for (int v = 0; v < graph.vertices(); ++v) {
-        if (isDense(v)) order_[ordered_++] = v;
+        if (dense_[v] != 0) order_[ordered_++] = v;
     }
-    std::ranges::stable_sort(last, {}, [&](int v) { return graph.degree(v); });
+    std::ranges::sort(last, {}, [&](int v) { return std::pair(graph.degree(v), v); });
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -8,42 +8,36 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// The largest integer, up to which marks may count.
-inline constexpr int kLargestMark = 0x7fffffff;
-
-/// Eliminates a whole graph, stage by stage, and keeps the tree of what was absorbed by what.
+/// Eliminates a whole graph. The vertices stand in lists by degree. A pass takes pivots from the lists of the
+/// lowest degree and of those up to `delta` higher; what a pivot touches leaves the lists until the pass is
+/// over, so that the pivots of a pass are independent of each other (multiple elimination). Then it comes
+/// back with its new degree. Dense vertices, of degree above 10 sqrt(n), would make every step slow without
+/// making the order better: they are left out and come last, by ascending degree.
+///
+/// Cost: about that of writing the quotient graph's lists at each step, O(edges * boundary) at most; the
+/// limit on degrees keeps graphs with hubs at O(n^1.5).
 class MultipleElimination {
 public:
-    static constexpr int kNone = -1;
-
-    /// Puts the vertices into `order` (vertices() of them, position to vertex). A vertex of stage 1 waits
-    /// until all of stage 0 are eliminated; `stage` is empty if all are of stage 0. Dense vertices come last.
-    Failure run(const Graph& graph, int delta, std::span<const std::uint8_t> stage, int bound,
+    /// Puts the vertices into `order`, position to vertex. With `stages` not empty, a vertex v waits until
+    /// all that have a lower stages[v] are eliminated, dense ones apart.
+    /// @return  outOfMemory(Transient); overflow() when 2^31 - 1 cells do not hold edges and vertices
+    Failure run(const Graph& graph, int delta, std::span<const std::uint8_t> stages, int bound,
                 std::span<int> order);
-
-    /// Dense vertices were left out of the elimination.
-    bool isDense(int v) const { return dense_[v] != 0; }
-    const QuotientGraph& tree() const { return remaining_; }
 
 private:
     bool allocate(int n);
     void leaveOutDense(const Graph& graph);
-    void enterLists(std::uint8_t stage);
+    void eliminateStage(int stage, int delta);
     void eliminatePass(int limit);
     void eliminate(int p);
     void appendDense(const Graph& graph);
-    bool isOfStage(int v, std::uint8_t stage) const
-    {
-        return (stage_.empty() ? 0 : stage_[static_cast<std::size_t>(v)]) == stage;
-    }
 
     QuotientGraph remaining_;
     DegreeLists lists_;
     Scratch<std::uint8_t> dense_;
     Scratch<int> touched_; ///< variables whose degree has changed in this pass
     int touchedCount_ = 0;
-    std::span<const std::uint8_t> stage_;
-    std::uint8_t currentStage_ = 0;
+    std::span<const std::uint8_t> stages_;
     std::span<int> order_;
     std::size_t ordered_ = 0; ///< positions filled
 };

@@ -8,15 +8,14 @@
 namespace Velmar::Lintrix::detail::engine {
 
 Failure QuotientGraph::load(const Graph& graph, std::span<const std::uint8_t> omitted,
-                            std::span<const std::uint8_t> stage, int bound)
+                            std::span<const std::uint8_t> stages, int bound)
 {
     vertices_ = graph.vertices();
-    stage_ = stage;
+    stages_ = stages;
     bound_ = bound;
     if (const Failure failure = allocate(graph)) return failure;
     copyLists(graph, omitted);
     std::ranges::fill(buckets_.span(), kNone);
-    std::ranges::fill(parent_.span(), kNone);
     for (int v = 0; v < vertices_; ++v) nextMember_[v] = v;
     return {};
 }
@@ -36,8 +35,7 @@ Failure QuotientGraph::allocate(const Graph& graph)
     space_ = Scratch<int>::uninitialised(capacity_);
     buckets_ = Scratch<int>::uninitialised(vertices_);
     nextMember_ = Scratch<int>::uninitialised(vertices_);
-    parent_ = Scratch<int>::uninitialised(vertices_);
-    const bool complete = nodes_ && weights_ && marks_ && space_ && buckets_ && nextMember_ && parent_;
+    const bool complete = nodes_ && weights_ && marks_ && space_ && buckets_ && nextMember_;
     return complete ? Failure{} : outOfMemory(BlockCode::Transient);
 }
 
@@ -90,7 +88,7 @@ std::span<const int> QuotientGraph::makeElement(int p)
     for (const int e : names.first(elements)) {
         if (marks_[e] == 0) continue;
         end = gather(listOf(nodes_[e]), end, weight);
-        absorb(p, e);
+        absorb(e);
     }
     end = gather(names.subspan(elements), end, weight);
 
@@ -163,9 +161,11 @@ std::span<const int> QuotientGraph::update(int p)
     advanceStamp(largestOutside_ + 1);
     mergeTwins(boundary);
 
-    const auto gone = std::ranges::remove_if(boundary, [&](int v) { return weights_[v] == 0; });
-    if (pivot.start + pivot.length == end_) end_ -= static_cast<int>(gone.size());
-    pivot.length -= static_cast<int>(gone.size());
+    const auto rest =
+        std::remove_if(boundary.begin(), boundary.end(), [&](int v) { return weights_[v] == 0; });
+    const auto gone = static_cast<int>(boundary.end() - rest);
+    if (pivot.start + pivot.length == end_) end_ -= gone;
+    pivot.length -= gone;
     for (const int v : listOf(pivot)) {
         weights_[v] = -weights_[v];
         nodes_[v].degree = std::min(nodes_[v].degree + pivot.degree, remaining_) - weights_[v];
@@ -181,7 +181,6 @@ void QuotientGraph::dropIntoOnlyNeighbour(int p, int v)
     weights_[v] = -weights_[v];
     nodes_[p].length = 0;
     marks_[p] = 0;
-    parent_[p] = v;
 }
 
 // For each element that the boundary touches: marks_ - stamp_ is the weight of its own boundary outside the
@@ -208,7 +207,7 @@ bool QuotientGraph::refresh(int p, int v)
     const std::span<int> names = listOf(variable);
     std::span<int> variables = names.subspan(static_cast<std::size_t>(variable.elements));
 
-    Rewrite list = keepElements(p, variable);
+    Rewrite list = keepElements(variable);
     // If all elements stay, p takes the first variable's cell and that variable the cell of p.
     int displaced = p;
     if (list.end == variable.start + variable.elements) {
@@ -225,16 +224,16 @@ bool QuotientGraph::refresh(int p, int v)
     return list.degree > 0 || stageOf(v) != stageOf(p);
 }
 
-// The elements that reach beyond the boundary of p move to the head of the variable's list, the others are
+// The elements that reach beyond the pivot's boundary move to the head of the variable's list, the others are
 // absorbed.
-QuotientGraph::Rewrite QuotientGraph::keepElements(int p, const Node& variable)
+QuotientGraph::Rewrite QuotientGraph::keepElements(const Node& variable)
 {
     Rewrite list{variable.start, 0, 0};
     for (const int e : listOf(variable).first(static_cast<std::size_t>(variable.elements))) {
         const int mark = marks_[e];
         if (mark == 0) continue;
         if (mark == stamp_) {
-            absorb(p, e);
+            absorb(e);
             continue;
         }
         list.degree += mark - stamp_;
@@ -259,11 +258,10 @@ void QuotientGraph::keepVariables(int p, std::span<const int> names, int displac
     list = kept;
 }
 
-void QuotientGraph::absorb(int p, int element)
+void QuotientGraph::absorb(int element)
 {
     marks_[element] = 0;
     nodes_[element].length = 0;
-    parent_[element] = p;
 }
 
 // Variable v of the boundary of p is eliminated together with p.
@@ -303,7 +301,7 @@ void QuotientGraph::mergeTwinsOf(int v)
     for (const int name : listOf(first)) marks_[name] = stamp_;
     for (int before = v, u = first.next; u != kNone; u = nodes_[u].next) {
         Node& other = nodes_[u];
-        if (!isMarkedTwin(first, u)) {
+        if (stageOf(u) != stageOf(v) || !isMarkedTwin(first, other)) {
             before = u;
             continue;
         }
@@ -317,9 +315,8 @@ void QuotientGraph::mergeTwinsOf(int v)
 }
 
 // Whether the list of b, like that of a, is just what has been marked.
-bool QuotientGraph::isMarkedTwin(const Node& a, int v) const
+bool QuotientGraph::isMarkedTwin(const Node& a, const Node& b) const
 {
-    const Node& b = nodes_[v];
     return a.hash == b.hash && a.length == b.length && a.elements == b.elements &&
            std::ranges::all_of(listOf(b), [&](int name) { return marks_[name] == stamp_; });
 }

@@ -34,17 +34,15 @@ public:
     static constexpr int kNone = -1;
 
     /// Takes the graph without the vertices marked in `omitted` (none if empty), which are treated as if they
-    /// were gone. A vertex of `stage` s merges and goes along with vertices of its own stage only; all are of
-    /// one stage if empty. `bound` is the largest integer that marks may use, at least 3 n + 3.
+    /// were gone. A vertex merges and goes along with vertices of its own stage only; all have one
+    /// if `stages` is empty. `bound` is the largest integer that marks may use, at least 3 n + 3.
     Failure load(const Graph& graph, std::span<const std::uint8_t> omitted,
-                 std::span<const std::uint8_t> stage, int bound);
+                 std::span<const std::uint8_t> stages, int bound);
 
     /// A variable that still stands for something: not omitted, merged or eliminated.
     bool isLive(int v) const { return weights_[v] > 0; }
     /// Upper bound of the external degree of a variable; below the number of vertices.
     int degree(int v) const { return nodes_[v].degree; }
-    /// Vertices in boundary of element p, counted once when it was made.
-    int boundaryWeight(int p) const { return nodes_[p].degree; }
 
     /// First half of an elimination: variable p becomes an element, and its boundary is told.
     std::span<const int> makeElement(int p);
@@ -54,9 +52,6 @@ public:
 
     /// Vertices eliminated with p form a ring of `nextMember`.
     int nextMember(int v) const { return nextMember_[v]; }
-    /// The element that absorbed p, or a vertex of what will; kNone for the root of a tree. Edges of the
-    /// graph join only vertices of which one descends from the other in this forest.
-    int parent(int p) const { return parent_[p]; }
 
 private:
     struct Node {
@@ -84,28 +79,26 @@ private:
         int degree;    ///< weight of what it reaches outside the pivot's boundary
         unsigned hash; ///< sum of the names
     };
-    Rewrite keepElements(int p, const Node& variable);
+    Rewrite keepElements(const Node& variable);
     void keepVariables(int p, std::span<const int> names, int displaced, Rewrite& list);
     bool refresh(int p, int v);
-    void absorb(int p, int element);
+    void absorb(int element);
     void goAlong(int p, int v);
     void dropIntoOnlyNeighbour(int p, int v);
 
     void mergeTwins(std::span<const int> boundary);
     void mergeTwinsOf(int v);
-    bool isMarkedTwin(const Node& a, int b) const;
+    bool isMarkedTwin(const Node& a, const Node& b) const;
     void joinMembers(int v, int other);
-    int stageOf(int v) const { return stage_.empty() ? 0 : stage_[static_cast<std::size_t>(v)]; }
+    int stageOf(int v) const { return stages_.empty() ? 0 : stages_[static_cast<std::size_t>(v)]; }
 
     Scratch<Node> nodes_;
-    Scratch<int>
-        weights_;        ///< vertices a variable stands for, negative in the pivot's boundary; 0 for all else
-    Scratch<int> marks_; ///< against stamp_; 0: an element that is gone
-    Scratch<int> space_; ///< the lists
+    Scratch<int> weights_;    ///< of variables, negative in the boundary; 0 for all else
+    Scratch<int> marks_;      ///< against stamp_; 0: an element that is gone
+    Scratch<int> space_;      ///< the lists
     Scratch<int> buckets_;    ///< heads of the hash buckets, all kNone between calls
     Scratch<int> nextMember_; ///<
-    Scratch<int> parent_;     ///<
-    std::span<const std::uint8_t> stage_;
+    std::span<const std::uint8_t> stages_;
     int vertices_ = 0;
     int capacity_ = 0;       ///< of space_
     int end_ = 0;            ///< of what is used of space_
