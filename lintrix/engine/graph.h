@@ -27,4 +27,9 @@ struct Ordering {
     std::span<int> vertexAt;
 };
 
+/// Positions `first` to `last`, both included: an independent part, or a separator.
+struct PositionRange {
+    int first, last;
+};
+
 } // namespace Velmar::Lintrix::detail::engine
