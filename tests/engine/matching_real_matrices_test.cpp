@@ -1,8 +1,9 @@
 // The matching on real matrices, and on their structural rank.
 
-#include "tests/engine/matching_support.h"
-
 #include <lintrix/sparse/matrix_market.h>
+
+#include "tests/engine/matching_support.h"
+#include "tests/support/files.h"
 
 #include <ostream>
 #include <string>
@@ -20,14 +21,16 @@ std::ostream& operator<<(std::ostream& out, const RealMatrix& matrix)
     return out << matrix.file;
 }
 
+// The magnitudes of the whole matrix.
 SparseRows<double> load(const std::string& file)
 {
-    const SparseMatrix matrix = MatrixMarketReader(std::string(LINTRIX_TEST_DATA "/") + file)
-                                    .ReadSparse(MatrixMarketStorage::BothTriangles);
-    const auto starts = matrix.RowPointers(), columns = matrix.ColumnIndices();
-    SparseBuilder A(matrix.Rows());
-    for (int i = 0; i < matrix.Rows(); ++i) {
-        for (int k = starts[i] - 1; k < starts[i + 1] - 1; ++k) A.put(i, columns[k] - 1, matrix.Values()[k]);
+    const MatrixMarketTriplets read = ReadMatrixMarketTriplets(dataFile(file));
+    SparseBuilder A(read.rows);
+    for (std::size_t k = 0; k < read.values.size(); ++k) {
+        const double magnitude = std::abs(read.values[k]);
+        A.put(read.rowIndices[k], read.colIndices[k], magnitude);
+        if (read.symmetry == MatrixMarketSymmetry::General) continue;
+        A.put(read.colIndices[k], read.rowIndices[k], magnitude);
     }
     return A.rows();
 }
@@ -52,7 +55,8 @@ INSTANTIATE_TEST_SUITE_P(Small, MatchingOfRealMatrices,
                                            RealMatrix{"lnsp_131.mtx", 131}, RealMatrix{"fs_183_1.mtx", 183},
                                            RealMatrix{"mcca.mtx", 180}, RealMatrix{"west0156.mtx", 156},
                                            RealMatrix{"sphere2.mtx", 66}, RealMatrix{"jgl011.mtx", 11},
-                                           RealMatrix{"curtis54.mtx", 54}, RealMatrix{"bcsstm01.mtx", 24}));
+                                           RealMatrix{"curtis54.mtx", 54}, RealMatrix{"bcsstm01.mtx", 24},
+                                           RealMatrix{"GD99_c.mtx", 64}));
 
 } // namespace
 } // namespace Velmar::Lintrix::testing
