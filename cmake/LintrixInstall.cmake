@@ -42,7 +42,8 @@ if(NOT BUILD_SHARED_LIBS)
   string(APPEND pc_cflags " -DLINTRIX_STATIC")
   get_target_property(hwloc_library PkgConfig::hwloc INTERFACE_LINK_LIBRARIES)
   string(JOIN " " pc_libs_private
-    "${LINTRIX_BLAS_LIBRARY}" "-Wl,-rpath,${LINTRIX_BLAS_DIR}" "${METIS_LIBRARY}" ${hwloc_library} "${OpenMP_CXX_FLAGS}")
+    "${LINTRIX_BLAS_LIBRARY}" "-Wl,-rpath,${LINTRIX_BLAS_DIR}" "${METIS_LIBRARY}" ${hwloc_library} -lz
+    "${OpenMP_CXX_FLAGS}")
 endif()
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
   BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE pc_prefix_from_here)

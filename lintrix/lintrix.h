@@ -19,3 +19,7 @@
 #include <lintrix/services/system_allocator.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/services/version.h>
+#include <lintrix/sparse/file_format_exception.h>
+#include <lintrix/sparse/matrix_market.h>
+#include <lintrix/sparse/sparse_assembler.h>
+#include <lintrix/sparse/sparse_matrix.h>

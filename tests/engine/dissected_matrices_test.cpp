@@ -1,12 +1,10 @@
 // Graphs of real matrices: whatever is square among the test data.
 
 #include <lintrix/engine/adjacency.h>
+#include <lintrix/sparse/matrix_market.h>
 
 #include "tests/engine/dissection_checks.h"
-
-#include <tools/input_error.h>
-#include <tools/matrix_market.h>
-#include <tools/progress.h>
+#include "tests/support/files.h"
 
 #include <filesystem>
 #include <ostream>
@@ -25,11 +23,10 @@ struct RealMatrix {
 
 RealMatrix load(const std::string& file)
 {
-    tools::Progress quiet;
-    const auto matrix = tools::MatrixMarketReader(file, quiet).read();
-    std::vector<std::vector<int>> rows(static_cast<std::size_t>(matrix.header.rows));
-    for (const auto& entry : matrix.coordinates)
-        rows[static_cast<std::size_t>(entry.row)].push_back(entry.col);
+    const auto matrix = ReadMatrixMarketTriplets(file);
+    std::vector<std::vector<int>> rows(static_cast<std::size_t>(matrix.rows));
+    for (std::size_t k = 0; k < matrix.rowIndices.size(); ++k)
+        rows[static_cast<std::size_t>(matrix.rowIndices[k])].push_back(matrix.colIndices[k]);
     RealMatrix result{{0}, {}};
     for (const auto& row : rows) {
         result.ja.insert(result.ja.end(), row.begin(), row.end());
@@ -38,24 +35,14 @@ RealMatrix load(const std::string& file)
     return result;
 }
 
-// Files that the reader refuses, complex ones, are left out.
-bool isSquare(const std::string& file)
-{
-    try {
-        tools::Progress quiet;
-        const auto header = tools::MatrixMarketReader(file, quiet).header();
-        return header.rows == header.cols;
-    } catch (const tools::InputError&) {
-        return false;
-    }
-}
-
 std::vector<std::string> squareMatrices()
 {
     std::vector<std::string> files;
-    for (const auto& entry : std::filesystem::directory_iterator(LINTRIX_TEST_DATA)) {
+    for (const auto& entry : std::filesystem::directory_iterator(dataFile(""))) {
         const std::string name = entry.path().filename();
-        if (name.find(".mtx") != std::string::npos && isSquare(entry.path())) files.push_back(name);
+        if (name.find(".mtx") == std::string::npos) continue;
+        const MatrixMarketReader reader(entry.path());
+        if (reader.Header().rows == reader.Header().cols) files.push_back(name);
     }
     std::ranges::sort(files);
     return files;
@@ -65,7 +52,7 @@ class DissectedMatrices : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(DissectedMatrices, NoEntryJoinsTwoIndependentParts)
 {
-    const RealMatrix matrix = load(std::string(LINTRIX_TEST_DATA "/") + GetParam());
+    const RealMatrix matrix = load(dataFile(GetParam()));
     SymmetrizedPattern adjacency;
     ASSERT_FALSE(adjacency.count({matrix.ia, matrix.ja}));
     OwnedGraph graph{std::vector<int>(matrix.ia.size()),
