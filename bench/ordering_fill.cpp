@@ -11,7 +11,6 @@
 #include <lintrix/engine/postorder.h>
 #include <lintrix/engine/subgraphs.h>
 #include <lintrix/engine/tree_parts.h>
-
 #include <lintrix/sparse/matrix_market.h>
 
 #include <algorithm>
@@ -33,7 +32,7 @@ namespace {
 
 constexpr int kParts = 4;
 
-struct GraphSource {
+struct NamedPattern {
     std::string name;
     std::vector<int> ia{0}, ja{};
 };
@@ -50,10 +49,10 @@ struct OwnedOrdering {
 };
 
 // The upper triangle of a grid's pattern.
-GraphSource grid(int side, int dimensions)
+NamedPattern grid(int side, int dimensions)
 {
     const int n = dimensions == 2 ? side * side : side * side * side;
-    GraphSource A{std::to_string(dimensions) + "-D grid, side " + std::to_string(side)};
+    NamedPattern A{std::to_string(dimensions) + "-D grid, side " + std::to_string(side)};
     for (int v = 0; v < n; ++v) {
         A.ja.push_back(v);
         if (v % side + 1 < side) A.ja.push_back(v + 1);
@@ -64,14 +63,18 @@ GraphSource grid(int side, int dimensions)
     return A;
 }
 
-GraphSource load(const std::string& file)
+NamedPattern load(const std::string& file)
 {
-    const auto matrix = MatrixMarketReader(file).ReadSparse(MatrixMarketStorage::BothTriangles);
-    if (matrix.Rows() != matrix.Cols()) throw std::runtime_error(file + ": not square");
-    GraphSource A{std::filesystem::path(file).filename()};
-    A.ia.clear();
-    for (const int start : matrix.RowPointers()) A.ia.push_back(start - 1);
-    for (const int column : matrix.ColumnIndices()) A.ja.push_back(column - 1);
+    const auto matrix = ReadMatrixMarketTriplets(file);
+    if (matrix.rows != matrix.cols) throw FileFormatException(file, "not square");
+    std::vector<std::vector<int>> rows(static_cast<std::size_t>(matrix.rows));
+    for (std::size_t k = 0; k < matrix.rowIndices.size(); ++k)
+        rows[static_cast<std::size_t>(matrix.rowIndices[k])].push_back(matrix.colIndices[k]);
+    NamedPattern A{std::filesystem::path(file).filename()};
+    for (const auto& row : rows) {
+        A.ja.insert(A.ja.end(), row.begin(), row.end());
+        A.ia.push_back(static_cast<int>(A.ja.size()));
+    }
     return A;
 }
 
@@ -90,7 +93,7 @@ void require(const Failure& failure)
     std::exit(1);
 }
 
-OwnedGraph graphOf(const GraphSource& A)
+OwnedGraph graphOf(const NamedPattern& A)
 {
     SymmetrizedPattern adjacency;
     require(adjacency.count({A.ia, A.ja}));
@@ -160,7 +163,7 @@ struct Means {
     int matrices = 0;
 };
 
-void measure(const GraphSource& A, Means& means)
+void measure(const NamedPattern& A, Means& means)
 {
     OwnedGraph graph;
     const double graphTime = seconds([&] { graph = graphOf(A); });
@@ -195,7 +198,7 @@ int main(int argc, char** argv)
     for (int k = 1; k < argc; ++k) {
         try {
             measure(load(argv[k]), means);
-        } catch (const std::exception& e) {
+        } catch (const FileFormatException& e) {
             std::fprintf(stderr, "%s\n", e.what());
         }
     }

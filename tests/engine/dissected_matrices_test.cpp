@@ -1,10 +1,10 @@
 // Graphs of real matrices: whatever is square among the test data.
 
 #include <lintrix/engine/adjacency.h>
+#include <lintrix/sparse/matrix_market.h>
 
 #include "tests/engine/dissection_checks.h"
-
-#include <lintrix/sparse/matrix_market.h>
+#include "tests/support/files.h"
 
 #include <filesystem>
 #include <ostream>
@@ -16,38 +16,33 @@ namespace {
 
 using namespace detail::engine;
 
-// The pattern of A in compressed rows.
+// The entries of A in compressed rows, as the file has them: of a symmetric matrix one triangle.
 struct RealMatrix {
     std::vector<int> ia, ja;
 };
 
 RealMatrix load(const std::string& file)
 {
-    const SparseMatrix matrix = MatrixMarketReader(file).ReadSparse(MatrixMarketStorage::BothTriangles);
-    RealMatrix result;
-    for (const int start : matrix.RowPointers()) result.ia.push_back(start - 1);
-    for (const int column : matrix.ColumnIndices()) result.ja.push_back(column - 1);
-    return result;
-}
-
-// Files that the reader refuses, complex ones, are left out.
-bool isSquare(const std::string& file)
-{
-    try {
-        const MatrixMarketReader reader(file);
-        const MatrixMarketHeader& header = reader.Header();
-        return header.rows == header.cols && header.field != MatrixMarketField::ComplexNumber;
-    } catch (const FileFormatException&) {
-        return false;
+    const auto matrix = ReadMatrixMarketTriplets(file);
+    std::vector<std::vector<int>> rows(static_cast<std::size_t>(matrix.rows));
+    for (std::size_t k = 0; k < matrix.rowIndices.size(); ++k)
+        rows[static_cast<std::size_t>(matrix.rowIndices[k])].push_back(matrix.colIndices[k]);
+    RealMatrix result{{0}, {}};
+    for (const auto& row : rows) {
+        result.ja.insert(result.ja.end(), row.begin(), row.end());
+        result.ia.push_back(static_cast<int>(result.ja.size()));
     }
+    return result;
 }
 
 std::vector<std::string> squareMatrices()
 {
     std::vector<std::string> files;
-    for (const auto& entry : std::filesystem::directory_iterator(LINTRIX_TEST_DATA)) {
+    for (const auto& entry : std::filesystem::directory_iterator(dataFile(""))) {
         const std::string name = entry.path().filename();
-        if (name.find(".mtx") != std::string::npos && isSquare(entry.path())) files.push_back(name);
+        if (name.find(".mtx") == std::string::npos) continue;
+        const MatrixMarketReader reader(entry.path());
+        if (reader.Header().rows == reader.Header().cols) files.push_back(name);
     }
     std::ranges::sort(files);
     return files;
@@ -57,7 +52,7 @@ class DissectedMatrices : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(DissectedMatrices, NoEntryJoinsTwoIndependentParts)
 {
-    const RealMatrix matrix = load(std::string(LINTRIX_TEST_DATA "/") + GetParam());
+    const RealMatrix matrix = load(dataFile(GetParam()));
     SymmetrizedPattern adjacency;
     ASSERT_FALSE(adjacency.count({matrix.ia, matrix.ja}));
     OwnedGraph graph{std::vector<int>(matrix.ia.size()),
