@@ -62,7 +62,7 @@ Failure SymmetrizedPattern::count(const Pattern& pattern, std::span<const int> c
     ascending_ = rowsAscend(pattern);
     if (!columnOfRow.empty()) {
         rowOf_ = Scratch<int>::uninitialised(pattern.order());
-        if (!rowOf_) return outOfMemory(BlockCode::Transient);
+        if (!rowOf_) return outOfMemory(BlockCode::Transient, missingBytes(rowOf_));
         for (int i = 0; i < pattern.order(); ++i) rowOf_[columnOfRow[i]] = i;
     }
     if (const Failure failure = transposePattern()) return failure;
@@ -92,7 +92,8 @@ Failure SymmetrizedPattern::transposePattern()
     const int n = pattern_.order();
     columnStarts_ = Scratch<int>::zeroed(std::int64_t{n} + 2);
     columnRows_ = Scratch<int>::uninitialised(static_cast<std::int64_t>(pattern_.ja.size()));
-    if (!columnStarts_ || !columnRows_) return outOfMemory(BlockCode::Transient);
+    if (!columnStarts_ || !columnRows_)
+        return outOfMemory(BlockCode::Transient, missingBytes(columnStarts_, columnRows_));
     // starts[c + 1] runs from the start of column c to its end while the column is filled.
     int* const next = columnStarts_.get() + 1;
     for (const int c : pattern_.ja) ++next[c + 1];
@@ -109,7 +110,8 @@ Failure SymmetrizedPattern::sortRows()
     const int n = pattern_.order();
     sortedColumns_ = Scratch<int>::uninitialised(static_cast<std::int64_t>(pattern_.ja.size()));
     const auto next = Scratch<int>::uninitialised(n);
-    if (!sortedColumns_ || !next) return outOfMemory(BlockCode::Transient);
+    if (!sortedColumns_ || !next)
+        return outOfMemory(BlockCode::Transient, missingBytes(sortedColumns_, next));
     std::copy_n(pattern_.ia.begin(), n, next.get());
     for (int c = 0; c < n; ++c) {
         for (const int r : column(c)) sortedColumns_[next[rowOf_.get() ? rowOf_[r] : r]++] = c;

@@ -65,7 +65,8 @@ Failure copyMagnitudes(const CompressedRows<T>& matrix, Triangles triangles, csr
 
     csr_new fresh{matrix.rows(), static_cast<int>(entries), Scratch<int>::zeroed(matrix.rows() + 1LL),
                   Scratch<int>::uninitialised(entries), Scratch<double>::uninitialised(entries)};
-    if (!fresh.ia || !fresh.ja || !fresh.m) return outOfMemory(BlockCode::MatchingWork);
+    if (!fresh.ia || !fresh.ja || !fresh.m)
+        return outOfMemory(BlockCode::MatchingWork, missingBytes(fresh.ia, fresh.ja, fresh.m));
 
     countRows(matrix, triangles, fresh.ia.span());
     forEachNonZero(matrix, triangles, [&](int row, int column, int k) {

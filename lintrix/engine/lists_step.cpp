@@ -18,7 +18,7 @@ Failure listUpdates(Analysis& run, const PermanentStructure& permanent)
     const int independent = run.control[Word::IndependentSubgraphs];
     const int separators = run.control[Word::Subgraphs] - independent;
     const auto updates = Scratch<int>::zeroed(std::int64_t{independent} * separators);
-    if (!updates) return outOfMemory(BlockCode::Transient);
+    if (!updates) return outOfMemory(BlockCode::Transient, missingBytes(updates));
     if (const Failure failure =
             countUpdates(permanent.structure(), permanent.subgraphSupernodes(), independent, updates.span()))
         return failure;

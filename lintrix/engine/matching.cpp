@@ -62,10 +62,10 @@ struct Workspace {
           logColumnMaximum(Scratch<double>::uninitialised(n))
     {
     }
-    explicit operator bool() const noexcept
+    std::int64_t bytesMissing() const noexcept
     {
-        return columns && heap && placeInHeap && entryOfRow && reached && ready && visited &&
-               logColumnMaximum;
+        return missingBytes(columns, heap, placeInHeap, entryOfRow, reached, ready, visited,
+                            logColumnMaximum);
     }
 
     Scratch<Column> columns;
@@ -324,7 +324,8 @@ private:
 Failure matchMaximumProduct(csr_new& record, Matching& matching) noexcept
 {
     const Workspace work(record.n);
-    if (!work) return outOfMemory(BlockCode::MatchingScratch);
+    if (const std::int64_t bytes = work.bytesMissing(); bytes > 0)
+        return outOfMemory(BlockCode::MatchingScratch, bytes);
     const std::span<double> c = work.logColumnMaximum.span();
     const double smallestCost = replaceByCosts(record, c);
     matching.size = Matcher(record, matching, work, smallestCost).run();

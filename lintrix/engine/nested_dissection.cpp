@@ -15,7 +15,7 @@ Failure cutIntoParts(const Graph& graph, int parts, Ordering ordering, SubgraphL
 {
     const auto parent = Scratch<int>::uninitialised(graph.vertices());
     const auto rangeOf = Scratch<int>::uninitialised(graph.vertices());
-    if (!parent || !rangeOf) return outOfMemory(BlockCode::Transient);
+    if (!parent || !rangeOf) return outOfMemory(BlockCode::Transient, missingBytes(parent, rangeOf));
     if (const Failure failure = eliminationTree(graph, ordering, parent.span())) return failure;
     if (const Failure failure = cutTree(parent.span(), parts, rangeOf.span())) return failure;
     return gatherRanges(rangeOf.span(), 2 * parts - 1, parts, ordering, subgraphs);

@@ -28,9 +28,9 @@ Failure allocate(int n, Preordering kind, PreorderingBlocks& blocks) noexcept
 {
     const bool pairs = kind == Preordering::SymmetricPairs;
     blocks.matching = Scratch<int>::zeroed(pairs ? PivotPairs::blockSize(n) : n);
-    if (!blocks.matching) return outOfMemory(BlockCode::MatchingResult);
+    if (!blocks.matching) return outOfMemory(BlockCode::MatchingResult, missingBytes(blocks.matching));
     blocks.scaling = Scratch<double>::zeroed(2LL * n);
-    if (!blocks.scaling) return outOfMemory(BlockCode::Scaling);
+    if (!blocks.scaling) return outOfMemory(BlockCode::Scaling, missingBytes(blocks.scaling));
     return {};
 }
 
@@ -59,7 +59,8 @@ Failure matchAndScale(const CompressedRows<T>& matrix, Preordering kind, bool sc
 {
     const int n = matrix.rows();
     const MatchingArrays arrays(n);
-    if (!arrays) return outOfMemory(BlockCode::MatchingWork);
+    if (!arrays)
+        return outOfMemory(BlockCode::MatchingWork, missingBytes(arrays.rowOfColumn, arrays.u, arrays.v));
     csr_new record;
     const Triangles triangles = kind == Preordering::SymmetricPairs ? Triangles::Both : Triangles::AsStored;
     if (const Failure failure = copyMagnitudes(matrix, triangles, record)) return failure;
@@ -88,7 +89,7 @@ Failure choosePairs(const CompressedRows<T>& matrix, const PivotPairs& pairs) no
     const int n = matrix.rows();
     const Scratch<double> diagonal = Scratch<double>::zeroed(n);
     const Scratch<int> marks = Scratch<int>::zeroed(bvec_new::wordsFor(n));
-    if (!diagonal || !marks) return outOfMemory(BlockCode::MatchingWork);
+    if (!diagonal || !marks) return outOfMemory(BlockCode::MatchingWork, missingBytes(diagonal, marks));
     findDiagonal(matrix, diagonal.span());
     PivotParts parts;
     const Failure failure = orderPairs(pairs.columnOfRow(), diagonal.span(), pairs.vertexAt(), pairs.split(),

@@ -42,7 +42,7 @@ Failure gatherRanges(std::span<const int> rangeOf, int count, int independent, O
 {
     const auto n = static_cast<int>(rangeOf.size());
     const auto next = Scratch<int>::zeroed(std::int64_t{count} + 1);
-    if (!next) return outOfMemory(BlockCode::Transient);
+    if (!next) return outOfMemory(BlockCode::Transient, missingBytes(next));
     for (const int range : rangeOf) ++next[range + 1];
     for (int range = 0; range < count; ++range) {
         list.room[range] = rangeFrom(next[range], next[range + 1]);

@@ -197,6 +197,7 @@ TEST_P(FailingRuns, ReportTheBlockAndAreReleasedFully)
             EXPECT_TRUE(error == -2 || error == 0) << error;
             EXPECT_EQ(text.find("*** Error in PARDISO memory allocation: ") != std::string::npos, error == -2)
                 << text;
+            EXPECT_EQ(text.find("size to allocate: 0 bytes"), std::string::npos);
             EXPECT_EQ(call.A.ia, ia);
             EXPECT_EQ(call.A.ja, ja);
             failures += error == -2;
