@@ -10,12 +10,11 @@
 
 #include <lintrix/engine/constrained_minimum_degree.h>
 #include <lintrix/engine/minimum_degree.h>
+#include <lintrix/sparse/file_format_exception.h>
+#include <lintrix/sparse/matrix_market.h>
 
 #include "bench/paired.h"
 #include "tests/support/factor_fill.h"
-
-#include <tools/input_error.h>
-#include <tools/matrix_market.h>
 
 #include <amd.h>
 
@@ -75,11 +74,12 @@ Pattern grid(int nx, int ny, int nz, bool diagonals)
     return patternOf(nx * ny * nz, std::move(edges));
 }
 
-Pattern patternOf(const tools::MatrixMarket& matrix)
+Pattern patternOf(const MatrixMarketTriplets& matrix)
 {
     std::vector<std::pair<int, int>> edges;
-    tools::forEachEntry(matrix, [&](int row, int col, double) { edges.emplace_back(row, col); });
-    return patternOf(matrix.header.rows, std::move(edges));
+    for (std::size_t k = 0; k < matrix.values.size(); ++k)
+        edges.emplace_back(matrix.rowIndices[k], matrix.colIndices[k]);
+    return patternOf(matrix.rows, std::move(edges));
 }
 
 // An ordering with its arrays, and the list of ranges.
@@ -167,11 +167,10 @@ private:
 void addFile(Table& table, const std::string& file)
 {
     try {
-        tools::Progress quiet;
-        const auto matrix = tools::MatrixMarketReader(file, quiet).read();
-        if (matrix.header.rows != matrix.header.cols || matrix.header.rows < 100) return;
+        const auto matrix = ReadMatrixMarketTriplets(file);
+        if (matrix.rows != matrix.cols || matrix.rows < 100) return;
         table.add(file.substr(file.find_last_of('/') + 1), patternOf(matrix));
-    } catch (const tools::InputError& error) {
+    } catch (const FileFormatException& error) {
         std::fprintf(stderr, "%s\n", error.what());
     }
 }
