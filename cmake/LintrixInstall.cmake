@@ -29,6 +29,7 @@ write_basic_package_version_file(
   "${PROJECT_BINARY_DIR}/package/LintrixConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES
   "${PROJECT_BINARY_DIR}/package/LintrixConfig.cmake" "${PROJECT_BINARY_DIR}/package/LintrixConfigVersion.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/FindMETIS.cmake"
   DESTINATION "${LINTRIX_CMAKE_DIR}")
 
 # The pkg-config file.
@@ -41,7 +42,8 @@ if(NOT BUILD_SHARED_LIBS)
   string(APPEND pc_cflags " -DLINTRIX_STATIC")
   get_target_property(hwloc_library PkgConfig::hwloc INTERFACE_LINK_LIBRARIES)
   string(JOIN " " pc_libs_private
-    "${LINTRIX_BLAS_LIBRARY}" "-Wl,-rpath,${LINTRIX_BLAS_DIR}" ${hwloc_library} "${OpenMP_CXX_FLAGS}")
+    "${LINTRIX_BLAS_LIBRARY}" "-Wl,-rpath,${LINTRIX_BLAS_DIR}" "${METIS_LIBRARY}" ${hwloc_library} -lz
+    "${OpenMP_CXX_FLAGS}")
 endif()
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
   BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE pc_prefix_from_here)

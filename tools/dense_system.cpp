@@ -14,12 +14,10 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-/// The file's entries as read and `cells` doubles, in floating point: no announced number can wrap it.
-double bytesFor(const MatrixMarketHeader& file, std::uint64_t cells)
+/// In floating point: no announced number can wrap it.
+double bytesFor(std::uint64_t cells)
 {
-    const std::size_t each = file.form == Form::Array ? sizeof(double) : sizeof(Coordinate);
-    return static_cast<double>(file.stored) * static_cast<double>(each) +
-           static_cast<double>(cells) * sizeof(double);
+    return static_cast<double>(cells) * sizeof(double);
 }
 
 [[noreturn]] void refuse(const MatrixMarketHeader& file, const std::string& text)
@@ -53,12 +51,12 @@ void requireRoom(const MatrixMarketHeader& matrix, double memory)
     // The matrix and its factors; of a rectangular one also the triangle and its factors.
     const std::int32_t p = std::min(matrix.rows, matrix.cols);
     const std::uint64_t held = 2 * cells + (matrix.rows == matrix.cols ? 0 : 2 * product(p, p));
-    const double bytes = bytesFor(matrix, held);
+    const double bytes = bytesFor(held);
     if (bytes > memory) {
-        refuse(matrix, fmt::format("a dense {} x {} matrix with its factors, from {} entries, takes {} of "
-                                   "memory, more than the {} there are",
-                                   matrix.rows, matrix.cols, matrix.stored, bytesInWords(bytes),
-                                   bytesInWords(memory)));
+        refuse(matrix,
+               fmt::format(
+                   "a dense {} x {} matrix with its factors takes {} of memory, more than the {} there are",
+                   matrix.rows, matrix.cols, bytesInWords(bytes), bytesInWords(memory)));
     }
 }
 
@@ -71,21 +69,10 @@ void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeade
     // One column more than the file has: the solver adds a right-hand side of its own.
     const std::uint64_t cells = (static_cast<std::uint64_t>(rightHands.cols) + 1) *
                                 static_cast<std::uint64_t>(std::max(matrix.rows, matrix.cols));
-    if (cells > INT32_MAX || bytesFor(rightHands, 4 * cells) > memory) {
+    if (cells > INT32_MAX || bytesFor(4 * cells) > memory) {
         refuse(rightHands, fmt::format("{} right-hand sides of a {} x {} matrix do not fit into memory",
                                        rightHands.cols, matrix.rows, matrix.cols));
     }
-}
-
-Matrix assemble(const MatrixMarket& file)
-{
-    Matrix matrix(file.header.rows, file.header.cols);
-    const std::span<double> cells = cellsOf(matrix);
-    const auto rows = static_cast<std::size_t>(file.header.rows);
-    forEachEntry(file, [&](std::int32_t row, std::int32_t col, double value) {
-        cells[static_cast<std::size_t>(row) + rows * static_cast<std::size_t>(col)] += value;
-    });
-    return matrix;
 }
 
 std::span<const double> cellsOf(const Matrix& matrix)

@@ -1,9 +1,8 @@
 #pragma once
-// From files to dense matrices, with the sizes refused that cannot be held.
-
-#include <tools/matrix_market.h>
+// Dense systems: the sizes that cannot be held are refused, and columns are moved about.
 
 #include <lintrix/lintrix.h>
+#include <lintrix/sparse/matrix_market.h>
 
 #include <cstdint>
 #include <span>
@@ -20,9 +19,6 @@ void requireRoom(const MatrixMarketHeader& matrix, double memory = memoryLimit()
 /// Refuses right-hand sides that do not fit the matrix or the memory. @throws InputError  at the size line
 void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands,
                        double memory = memoryLimit());
-
-/// The dense matrix; entries at the same place add up.
-Matrix assemble(const MatrixMarket& file);
 
 /// The cells, column by column.
 std::span<const double> cellsOf(const Matrix& matrix);

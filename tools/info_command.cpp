@@ -2,7 +2,7 @@
 
 #include <tools/input_error.h>
 #include <tools/matrix_facts.h>
-#include <tools/matrix_market.h>
+#include <tools/matrix_file.h>
 #include <tools/output_file.h>
 #include <tools/pattern.h>
 #include <tools/progress.h>
@@ -53,18 +53,17 @@ bool isSmall(const Info& info)
            static_cast<double>(info.rows) * info.cols <= kSmallCells;
 }
 
-Spectrum spectrumOf(const std::vector<Coordinate>& entries, std::int32_t rows, std::int32_t cols)
+Spectrum spectrumOf(const SparseMatrix& matrix)
 {
-    Matrix A(rows, cols);
-    for (const Coordinate& entry : entries) A(entry.row, entry.col) = entry.value;
-    const SVD svd(A, true);
-    return {svd.Succeeded(), svd.Rank(), svd.SingularValue(0), svd.SingularValue(std::min(rows, cols) - 1)};
+    const SVD svd(matrix.ToDense(), true);
+    const std::int32_t last = std::min(matrix.Rows(), matrix.Cols()) - 1;
+    return {svd.Succeeded(), svd.Rank(), svd.SingularValue(0), svd.SingularValue(last)};
 }
 
-PatternGrid gridOf(const std::vector<Coordinate>& entries, const Info& info, int height, int width)
+PatternGrid gridOf(const SparseMatrix& matrix, int height, int width)
 {
-    PatternGrid grid(info.rows, info.cols, height, width);
-    for (const Coordinate& entry : entries) grid.add(entry.row, entry.col);
+    PatternGrid grid(matrix.Rows(), matrix.Cols(), height, width);
+    forEachEntry(matrix, [&grid](std::int32_t row, std::int32_t col, double) { grid.add(row, col); });
     return grid;
 }
 
@@ -116,9 +115,9 @@ std::string asJson(const Info& info)
         known ? number(info.spectrum->largest) : "null", known ? number(info.spectrum->smallest) : "null");
 }
 
-void writePicture(const std::string& file, const std::vector<Coordinate>& entries, const Info& info)
+void writePicture(const std::string& file, const SparseMatrix& matrix)
 {
-    const PatternGrid grid = gridOf(entries, info, kPictureSide, kPictureSide);
+    const PatternGrid grid = gridOf(matrix, kPictureSide, kPictureSide);
     OutputFile out(file);
     out.write(file.ends_with(".svg") ? asSvg(grid) : asPng(grid));
     out.close();
@@ -136,20 +135,19 @@ std::string faultOfPlot(const std::string& file)
 int runInfo(const InfoOptions& options)
 {
     Progress progress;
-    MatrixMarketReader reader(options.matrix, progress);
-    const std::vector<Coordinate> entries = mergedEntries(reader.read());
-    Info info{reader.header().file, reader.header().rows, reader.header().cols, {}, {}};
-    info.facts = factsOf(entries, info.rows, info.cols);
+    MatrixMarketReader reader = openMatrix(options.matrix, progress);
+    const SparseMatrix matrix = reader.ReadSparse(MatrixMarketStorage::BothTriangles);
+    Info info{reader.Header().file, matrix.Rows(), matrix.Cols(), {}, {}};
+    info.facts = factsOf(matrix);
     if (isSmall(info)) {
         progress.show(fmt::format("singular values of {}", info.matrix));
-        info.spectrum = spectrumOf(entries, info.rows, info.cols);
+        info.spectrum = spectrumOf(matrix);
     }
     progress.erase();
 
-    if (!options.plot.empty()) writePicture(options.plot, entries, info);
+    if (!options.plot.empty()) writePicture(options.plot, matrix);
     const std::string report =
-        options.json ? asJson(info)
-                     : asText(info) + asSketch(gridOf(entries, info, kSketchHeight, kSketchWidth));
+        options.json ? asJson(info) : asText(info) + asSketch(gridOf(matrix, kSketchHeight, kSketchWidth));
     if (!writeAll(STDOUT_FILENO, report))
         throw InputError("standard output", "cannot be written: " + systemError());
     return info.spectrum && !info.spectrum->converged ? 1 : 0;

@@ -1,17 +1,12 @@
 #pragma once
 // Facts of a matrix that need no dense copy of it.
 
-#include <tools/matrix_market.h>
+#include <lintrix/sparse/sparse_matrix.h>
 
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 namespace Velmar::Lintrix::tools {
-
-/// The entries of the whole matrix, mirrored ones included, column by column and downwards within a column,
-/// one for each place: what the file gives several times is added up.
-std::vector<Coordinate> mergedEntries(const MatrixMarket& file);
 
 struct MatrixFacts {
     std::int64_t entries = 0;     ///< places with a stored entry
@@ -23,10 +18,24 @@ struct MatrixFacts {
     double smallestMagnitude = 0.0; ///< of the entries that are not zero; 0 if there is none
 };
 
-/// `entries` as mergedEntries gives them. Cost: a sort of the entries and a few passes.
-MatrixFacts factsOf(const std::vector<Coordinate>& entries, std::int32_t rows, std::int32_t cols);
+/// Of a matrix with both triangles stored. Cost: a few passes over the entries.
+MatrixFacts factsOf(const SparseMatrix& matrix);
 
 /// "symmetric", "skew-symmetric", "unsymmetric with a symmetric pattern", "unsymmetric" or "rectangular".
 std::string_view symmetryInWords(const MatrixFacts& facts, std::int32_t rows, std::int32_t cols);
+
+/// Visits the stored entries row by row: visit(row, col, value), from 0.
+template <class Visit>
+void forEachEntry(const SparseMatrix& matrix, Visit visit)
+{
+    const auto starts = matrix.RowPointers(), cols = matrix.ColumnIndices();
+    const auto values = matrix.Values();
+    for (std::int32_t row = 0; row < matrix.Rows(); ++row) {
+        const auto end = static_cast<std::size_t>(starts[static_cast<std::size_t>(row) + 1] - 1);
+        for (auto k = static_cast<std::size_t>(starts[static_cast<std::size_t>(row)] - 1); k < end; ++k) {
+            visit(row, cols[k] - 1, values[k]);
+        }
+    }
+}
 
 } // namespace Velmar::Lintrix::tools

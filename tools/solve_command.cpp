@@ -3,7 +3,7 @@
 #include <tools/dense_solver.h>
 #include <tools/dense_system.h>
 #include <tools/input_error.h>
-#include <tools/matrix_market.h>
+#include <tools/matrix_file.h>
 #include <tools/output_file.h>
 #include <tools/progress.h>
 #include <tools/report.h>
@@ -25,51 +25,39 @@ constexpr double kFewDigits = 1e-6;     // an error above this is warned of
 constexpr double kInaccurate = 0x1p-26; // sqrt(eps): half of the digits fit the system
 constexpr double kLongWork = 2e9;       // operations; about a tenth of a second
 
-struct SystemFiles {
-    MatrixMarket matrix;
-    std::optional<MatrixMarket> rightHands;
-};
-
 struct System {
     Matrix A, B;
     bool onesAreKnown; ///< B = A*(1, ..., 1), and no other solution can be the answer
 };
 
 /// Both size lines are judged before any entry is read.
-SystemFiles readSystem(const SolveOptions& options, Progress& progress)
+System loadSystem(const SolveOptions& options, SolveReport& report, Progress& progress)
 {
     if (options.matrix == "-" && options.rightHands == "-") {
         throw InputError("standard input cannot be both the matrix and the right-hand side");
     }
-    MatrixMarketReader matrix(options.matrix, progress);
-    requireRoom(matrix.header());
+    MatrixMarketReader matrix = openMatrix(options.matrix, progress);
+    requireRoom(matrix.Header());
     std::optional<MatrixMarketReader> rightHands;
     if (!options.rightHands.empty()) {
-        rightHands.emplace(options.rightHands, progress);
-        requireRoomBeside(matrix.header(), rightHands->header());
+        rightHands.emplace(openMatrix(options.rightHands, progress));
+        requireRoomBeside(matrix.Header(), rightHands->Header());
     }
-    SystemFiles files{matrix.read(), std::nullopt};
-    if (rightHands) files.rightHands = rightHands->read();
+    Matrix A = matrix.ReadDense();
+    std::optional<Matrix> given;
+    if (rightHands) given = rightHands->ReadDense();
     progress.erase();
-    return files;
-}
-
-/// The entries as read are released when the dense matrices stand.
-System loadSystem(const SolveOptions& options, SolveReport& report, Progress& progress)
-{
-    const SystemFiles files = readSystem(options, progress);
-    report.matrix = files.matrix.header.file;
-    report.entries = entryCount(files.matrix);
     report.seconds.finish("read");
 
-    Matrix A = assemble(files.matrix);
-    Matrix B = files.rightHands ? assemble(*files.rightHands) : A * filledWith(1.0, A.Cols(), 1);
+    Matrix B = given ? std::move(*given) : A * filledWith(1.0, A.Cols(), 1);
+    report.matrix = matrix.Header().file;
+    report.entries = matrix.EntriesRead();
     report.rows = A.Rows();
     report.cols = A.Cols();
     report.rightHands = B.Cols();
     report.seconds.finish("assemble");
     // A wide system is answered by its shortest solution, which the ones are not.
-    const bool onesAreKnown = !files.rightHands && A.Rows() >= A.Cols();
+    const bool onesAreKnown = !rightHands && A.Rows() >= A.Cols();
     return {std::move(A), std::move(B), onesAreKnown};
 }
 
@@ -123,8 +111,7 @@ Quality check(const System& system, Answer& answer, SolveReport& report)
 
 void write(const Matrix& X, OutputFile& out)
 {
-    writeMatrixMarketArray(cellsOf(X).data(), X.Rows(), X.Cols(),
-                           [&](std::string_view text) { out.write(text); });
+    WriteMatrixMarket([&out](std::string_view text) { out.write(text); }, X);
     out.close();
 }
 

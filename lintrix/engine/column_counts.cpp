@@ -116,7 +116,7 @@ Failure columnCounts(const Graph& graph, std::span<const int> parent, int thread
         threads /= 2;
         work = Scratch<int>::uninitialised(std::int64_t{RowSubtrees::kArrays} * threads * n);
     }
-    if (!first || !work) return outOfMemory(BlockCode::Transient);
+    if (!first || !work) return outOfMemory(BlockCode::Transient, missingBytes(first, work));
     firstDescendants(parent, first.span());
 
     const std::size_t each = static_cast<std::size_t>(RowSubtrees::kArrays) * parent.size();

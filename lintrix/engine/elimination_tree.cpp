@@ -24,7 +24,7 @@ Failure eliminationTree(const Graph& graph, const Ordering& ordering, std::span<
 {
     const int n = graph.vertices();
     const auto ancestor = Scratch<int>::uninitialised(n);
-    if (!ancestor) return outOfMemory(BlockCode::Transient);
+    if (!ancestor) return outOfMemory(BlockCode::Transient, missingBytes(ancestor));
     for (int row = 0; row < n; ++row) {
         parent[row] = ancestor[row] = kRoot;
         for (const int u : graph.of(ordering.vertexAt[row])) {

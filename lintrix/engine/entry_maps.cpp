@@ -98,7 +98,7 @@ Failure mapEntries(const RowPattern& A, std::span<const int> columnOfRow, const 
 {
     if (!panelsFit(structure)) return overflow();
     const auto index = Scratch<int>::uninitialised(A.order());
-    if (!index) return outOfMemory(BlockCode::Transient);
+    if (!index) return outOfMemory(BlockCode::Transient, missingBytes(index));
     EntryMapper mapper(A, columnOfRow, ordering, structure, symmetricStorage, maps);
     mapper.sortBySupernode();
     mapper.findPlaces(index.span());

@@ -137,7 +137,7 @@ Failure rowListStarts(std::span<const int> starts, std::span<const int> count, s
 Failure fillRowLists(const Graph& graph, const FactorStructure& structure, std::span<int> rows)
 {
     const auto work = Scratch<int>::uninitialised(4 * std::int64_t{graph.vertices()});
-    if (!work) return outOfMemory(BlockCode::Transient);
+    if (!work) return outOfMemory(BlockCode::Transient, missingBytes(work));
     RowLists(graph, structure, rows, work.span()).fill();
     return {};
 }

@@ -2,6 +2,8 @@
 /// @file
 /// How the engine's steps report: a result for the caller and the internal code beside it.
 
+#include <cstdint>
+
 namespace Velmar::Lintrix::detail::engine {
 
 /// What `error` tells the caller.
@@ -23,7 +25,8 @@ enum class Error : int {
 /// No failure when default-constructed; true when there is one.
 struct Failure {
     Error error = Error::None;
-    int internal = 0; ///< the internal code, which chooses the report's line
+    int internal = 0;       ///< the internal code, which chooses the report's line
+    std::int64_t bytes = 0; ///< of the block that could not be allocated, where the step knows it
 
     explicit operator bool() const noexcept { return error != Error::None; }
 };
@@ -33,7 +36,9 @@ struct Failure {
 enum class BlockCode : int {
     Control = -100,           ///< BASIC
     FactorTable = -200,       ///< FACT_ADR; to -203
-    OutOfCoreControl = -201,  ///<
+    OutOfCoreControl = -201,  ///< the table in pt[16]
+    OutOfCorePath = -202,     ///< its path buffer
+    OutOfCoreFiles = -203,    ///< its control blocks and its file table
     AnalysisWork = -400,      ///< STRUC_S0: pt[4]
     MatchingWork = -401,      ///< matching arrays
     MatchingScratch = -402,   ///< what the matching itself needs
@@ -50,9 +55,15 @@ enum class BlockCode : int {
     IterationWork = -1300,    ///< CGS_ARR: pt[10]
 };
 
-inline Failure outOfMemory(BlockCode block) noexcept
+inline Failure outOfMemory(BlockCode block, std::int64_t bytes = 0) noexcept
 {
-    return {Error::Memory, static_cast<int>(block)};
+    return {Error::Memory, static_cast<int>(block), bytes};
+}
+
+/// The call contradicts itself, the stored state or the matrix; `code` tells in what.
+inline Failure badInput(int code) noexcept
+{
+    return {Error::Input, code};
 }
 
 /// A size or an index passes what 32 bits hold.

@@ -48,6 +48,11 @@ public:
 
     /// Whether the block is there, or nothing was asked for.
     explicit operator bool() const noexcept { return cells_ != nullptr || count_ <= 0; }
+    /// What was asked for and is not there, in bytes.
+    std::int64_t missingBytes() const noexcept
+    {
+        return *this ? 0 : count_ * static_cast<std::int64_t>(sizeof(T));
+    }
     T* get() const noexcept { return cells_; }
     T& operator[](std::int64_t i) const noexcept { return cells_[i]; }
     std::span<T> span() const noexcept { return {cells_, cells_ ? static_cast<std::size_t>(count_) : 0}; }
@@ -69,5 +74,12 @@ private:
     T* cells_ = nullptr;
     std::int64_t count_ = 0;
 };
+
+/// Of several blocks together, for the report of the failure.
+template <class... T>
+std::int64_t missingBytes(const Scratch<T>&... blocks) noexcept
+{
+    return (blocks.missingBytes() + ...);
+}
 
 } // namespace Velmar::Lintrix::detail::engine

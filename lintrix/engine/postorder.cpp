@@ -34,7 +34,7 @@ Failure postorder(std::span<const PositionRange> ranges, std::span<int> parent, 
 {
     const auto n = static_cast<int>(parent.size());
     const auto work = Scratch<int>::uninitialised(3 * std::int64_t{n});
-    if (!work) return outOfMemory(BlockCode::Transient);
+    if (!work) return outOfMemory(BlockCode::Transient, missingBytes(work));
     const auto size = work.span().first(parent.size()),
                free = work.span().subspan(parent.size(), parent.size()),
                newPosition = work.span().last(parent.size());

@@ -25,7 +25,7 @@ Failure countUpdates(const FactorStructure& structure, std::span<const PositionR
 {
     const auto subgraphs = static_cast<int>(supernodes.size()), separators = subgraphs - independent;
     const auto separatorOf = Scratch<int>::uninitialised(structure.supernodes());
-    if (!separatorOf) return outOfMemory(BlockCode::Transient);
+    if (!separatorOf) return outOfMemory(BlockCode::Transient, missingBytes(separatorOf));
     std::fill_n(separatorOf.get(), structure.supernodes(), -1);
     for (int s = 0; s < separators; ++s) {
         const auto [first, last] = supernodes[independent + s];

@@ -36,7 +36,7 @@ LINTRIX_TESTABLE std::int32_t* _realloc_int(std::int32_t* pointer, std::uint64_t
 LINTRIX_EXPORT void _free_mem_int(void* pointer) noexcept; // reached from inline destructors of the classes
 
 /// The size of a live block in bytes, exactly as it was requested.
-LINTRIX_TESTABLE std::uint64_t blockBytes(const void* pointer) noexcept;
+LINTRIX_EXPORT std::uint64_t blockBytes(const void* pointer) noexcept; // from inline members, as above
 
 } // namespace detail
 } // namespace Velmar::Lintrix

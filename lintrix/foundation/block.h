@@ -24,6 +24,20 @@ inline std::int32_t* allocateCells<std::int32_t>(std::uint64_t cells)
     return _malloc_int(cells);
 }
 
+/// The resizing function of each cell type.
+template <class Cell>
+Cell* reallocateCells(Cell* block, std::uint64_t cells);
+template <>
+inline double* reallocateCells<double>(double* block, std::uint64_t cells)
+{
+    return _realloc_double(block, cells);
+}
+template <>
+inline std::int32_t* reallocateCells<std::int32_t>(std::int32_t* block, std::uint64_t cells)
+{
+    return _realloc_int(block, cells);
+}
+
 /// Owns a block; moving hands it over, and that is how an object adopts a block without copying.
 /// A 32-bit count is widened with its sign: a wrapped, negative one is refused by the allocator.
 template <class Cell>
@@ -58,6 +72,18 @@ public:
     Cell* get() const noexcept { return cells_; }
     Cell& operator[](std::int64_t i) const noexcept { return cells_[i]; }
     explicit operator bool() const noexcept { return cells_ != nullptr; }
+
+    /// How many cells the block truly holds: what was asked for, or what fills the smallest block. 0 if there
+    /// is none.
+    std::int64_t cells() const noexcept
+    {
+        return cells_ ? static_cast<std::int64_t>(blockBytes(cells_) / sizeof(Cell)) : 0;
+    }
+    /// Gives an owned block another size and keeps what fits; new cells are uninitialised. The address may
+    /// change.
+    /// @throws NotEnoughMemoryException  the block stays as it is, but by contract of the allocators the
+    /// memory total has lost its size
+    void resize(std::int64_t cells) { cells_ = reallocateCells(cells_, static_cast<std::uint64_t>(cells)); }
 
     /// Gives the block up without freeing it.
     Cell* release() noexcept { return std::exchange(cells_, nullptr); }

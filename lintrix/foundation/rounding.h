@@ -4,7 +4,20 @@
 
 #include <lintrix/services/export.h>
 
+#include <cstdint>
+
 namespace Velmar::Lintrix {
+
+namespace detail {
+
+/// `value` without its fraction. By contract what does not fit, NaN included, becomes the smallest integer,
+/// as in the processor's own conversion.
+constexpr std::int32_t truncatedToInt32(double value) noexcept
+{
+    return value > -2147483649.0 && value < 2147483648.0 ? static_cast<std::int32_t>(value) : INT32_MIN;
+}
+
+} // namespace detail
 
 /// `value` rounded to `digits` fractional digits, ties to the even digit. The value is scaled by 10^digits,
 /// rounded to an integer and scaled back; numbers from 1e16 on have no fractional digits and stay as they

@@ -32,7 +32,8 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 struct SparseAccess;
-}
+[[noreturn]] LINTRIX_EXPORT void raiseRowPointers(bool released);
+} // namespace detail
 
 /// A rectangular matrix of doubles that stores the elements it was given.
 ///
@@ -113,7 +114,8 @@ public:
                        std::span(JA.begin(), JA.size()))
     {
     }
-    /// Deep copy with flag, growth factor and capacity.
+    /// Deep copy with flag, growth factor and capacity; by contract the latter is raised to the row count, as
+    /// in a new matrix. @throws InvalidSizeException  the sizes of `matrix` have been set below 1
     SparseMatrix(const SparseMatrix& matrix);
     /// Takes the arrays over; `matrix` is left released, its sizes still readable.
     SparseMatrix(SparseMatrix&& matrix) noexcept;
@@ -132,7 +134,9 @@ public:
     double Item(std::int32_t row, std::int32_t col) const;
     /// Overwrites the stored element, or inserts one, whatever the value: also a zero is stored. Checks as
     /// above. Cost of an insertion: a move of all elements behind it and a pass over the row pointers.
-    /// By contract `Capacity()` already tells the grown value when growing the arrays fails.
+    /// By contract `Capacity()` already tells the grown value when growing the arrays fails; all else is as
+    /// before, but for the memory total, which by contract of the allocators has lost the size of an array.
+    /// @throws NotSupportedException  there are 2^31 - 2 elements
     void Item(std::int32_t row, std::int32_t col, double value);
     double operator()(std::int32_t row, std::int32_t col) const { return Item(row, col); }
     Reference operator()(std::int32_t row, std::int32_t col) { return Reference(*this, row, col); }
@@ -142,22 +146,27 @@ public:
     std::int32_t Cols() const noexcept { return mCols; }
     /// New rows are empty, also in symmetric storage; dropped rows take their elements along. A symmetric
     /// matrix changes its columns with it. By contract the value is not checked (the hardened build raises
-    /// InvalidOperationException for one outside 1 .. MaxSize).
+    /// InvalidOperationException for one outside 1 .. MaxSize): 0 leaves a matrix without rows, and a
+    /// negative count is refused by the allocator.
+    /// @throws NotEnoughMemoryException  also for a negative value; by contract of the allocators the memory
+    /// total has then lost the size of the row pointers
     void Rows(std::int32_t value);
-    /// Elements in dropped columns are removed one by one. A symmetric matrix changes its rows with it. Not
-    /// checked, as for the rows.
+    /// Elements in dropped columns are removed, in one pass. A symmetric matrix changes its rows with it. Not
+    /// checked, as for the rows; below 1 it leaves a matrix without columns.
     void Cols(std::int32_t value);
 
     /// Stored elements, zeros among them. @pre not released
     std::int32_t NumElements() const { return rowPointers()[mRows] - rowPointers()[0]; }
     std::int32_t Capacity() const noexcept { return mCells; }
-    /// Reallocates the arrays to max(value, NumElements()) slots, if that differs.
+    /// Reallocates the arrays to max(value, NumElements()) slots, if that differs from Capacity(). When that
+    /// fails, by contract of the allocators the memory total has lost the size of an array.
     void Capacity(std::int32_t value);
     float GrowFactor() const noexcept { return _growFactor; }
     /// Clamped to 1 .. 4.
     void GrowFactor(float value) noexcept;
     bool Symmetric() const noexcept { return _symmetric; }
-    /// Says how the arrays are to be read, and changes nothing in them.
+    /// Says how the arrays are to be read, and changes nothing in them. By contract it is not looked at
+    /// whether they hold an upper triangle, nor whether the matrix is square.
     void Symmetric(bool value) noexcept { _symmetric = value; }
 
     /// The arrays as they are stored, both index arrays one-based; good until the matrix changes.
@@ -181,10 +190,11 @@ public:
     SparseMatrix Clone() const { return *this; }
     /// The cloneable capability: holds a `SparseMatrix`.
     std::any CloneableClone() const { return Clone(); }
-    /// Releases the arrays at once; may be repeated. By contract no operation looks whether the object was
-    /// released (the hardened build does, and raises InvalidOperationException).
+    /// Releases the arrays at once; may be repeated. Afterwards the sizes can be read and new contents
+    /// assigned; what needs the elements raises InvalidOperationException.
     void Dispose() noexcept;
     /// The full matrix, both triangles of a symmetric one.
+    /// @throws InvalidSizeException  it would have more than 2^31 - 1 cells
     virtual Matrix ToDense() const;
     /// @}
 
@@ -198,9 +208,17 @@ public:
     void RemoveZeros(double tolerance, bool excludeDiagonals);
 
     /// Replaces all elements by random ones from the shared generator, uniform in lowerBound .. upperBound
-    /// and rounded to `decimals` places. General: density times the cells, at least one a row on average, in
-    /// rows of even share. Symmetric: the diagonal and about half as many above it.
+    /// and rounded to `decimals` places. Counts are rounded, ties to even.
+    ///
+    /// General: max(Rows(), density*Rows()*Cols()) elements, which is the new capacity, in rows of even
+    /// share. Symmetric: max(Rows(), density*Rows()*Cols()/2) places of the upper triangle, to each row in
+    /// proportion to its length, and one more to each row for its diagonal; the capacity is their sum. The
+    /// diagonal is always stored, also where its value is zero. By contract the product of the sizes is taken
+    /// in wrapping 32-bit arithmetic, and no bound is checked (the hardened build raises
+    /// InvalidOperationException for a density outside 0 to 1 and a product that wraps). A row is never given
+    /// more elements than it has columns: at high densities fewer than told above are stored.
     /// @throws ArgumentOutOfRangeException  decimals outside 0 to 15
+    /// @throws NotSupportedException        2^31 - 1 elements or more
     void FillRandom() { FillRandom(0.01); }
     void FillRandom(double density) { FillRandom(density, 1.0, 10.0); }
     void FillRandom(double density, double lowerBound, double upperBound)
@@ -215,9 +233,10 @@ public:
 
     /// A + beta*op(B), the union of both patterns; what cancels stays as a stored zero. By contract the
     /// symmetric flags are not looked at: the result is general and holds the sum of what is stored.
-    /// Checks: class, then shape.
-    /// @throws ArgumentException      run-time classes differ: "Matrices are not of the same type"
-    /// @throws SizeMismatchException  op(B) is not of A's shape; no message
+    /// Checks: class, then shape. Cost: one merge of the rows each for sizing and filling.
+    /// @throws ArgumentException         run-time classes differ: "Matrices are not of the same type"
+    /// @throws SizeMismatchException     op(B) is not of A's shape, or `transB` no member; no message
+    /// @throws OperationFailedException  more than 2^31 - 2 elements, or no scratch memory; no message
     static SparseMatrix Add(const SparseMatrix& A, double beta, TransposeMode transB, const SparseMatrix& B);
     static SparseMatrix Add(const SparseMatrix& A, const SparseMatrix& B);
     static SparseMatrix Subtract(const SparseMatrix& A, const SparseMatrix& B);
@@ -236,13 +255,15 @@ public:
     /// @}
 
     /// @name Products
+    /// A mode outside the enumeration ends in the size failure of the form. y must not be x, and C must not
+    /// be B (the hardened build raises InvalidOperationException).
     /// @{
 
     /// op(A)*B, both general. What cancels stays a stored zero with `NotTransposed` and is dropped with the
-    /// other modes. Cost: proportional to the multiplications; the transposed forms also to
-    /// A.Cols()*B.Cols().
+    /// other modes. Cost: proportional to the multiplications.
     /// @throws NotSupportedException     an operand is symmetric: "Symmetrix matrices are not supported."
     /// @throws InvalidSizeException      inner sizes differ; no message
+    /// @throws OperationFailedException  more than 2^31 - 2 elements, or no scratch memory; no message
     static SparseMatrix Multiply(TransposeMode transA, const SparseMatrix& A, const SparseMatrix& B);
     static SparseMatrix Multiply(const SparseMatrix& A, const SparseMatrix& B);
     /// A*B. @throws InvalidSizeException  "Invalid number of rows for matrix B"
@@ -252,14 +273,20 @@ public:
     /// x'*A, x taken as a row. @throws SizeMismatchException  no message
     static Vector Multiply(const Vector& x, const SparseMatrix& A);
     /// y := alpha*op(A)*x + beta*y in place; `x` is checked first. With beta 0 y is not read.
-    /// @throws SizeMismatchException  no message
+    /// @throws SizeMismatchException     no message
+    /// @throws NotSquareMatrixException  A is marked symmetric, and is not square: the triangle would reach
+    ///         past x or y
     static void Multiply(double alpha, TransposeMode transA, const SparseMatrix& A, const Vector& x,
                          double beta, Vector& y);
-    /// C := alpha*op(A)*B + beta*C in place. Checks: rows of B, rows of C, columns of C. By contract the
-    /// columns of B and C are addressed A.Cols() and A.Rows() apart in every mode, so a transposed product
-    /// means what it says for square A only (the hardened build refuses the others with
-    /// InvalidOperationException).
-    /// @throws InvalidSizeException  no message
+    /// C := alpha*op(A)*B + beta*C in place. Checks: rows of B, rows of C, columns of C.
+    ///
+    /// By contract the columns of B and C are addressed A.Cols() and A.Rows() apart in every mode, so a
+    /// transposed product means what it says for square A only, or for one column (the hardened build refuses
+    /// the others with InvalidOperationException). The addresses of a rectangular A lead past the end of B or
+    /// C: there zeros are read, and nothing is written; every cell of C that they do meet gets the told
+    /// value.
+    /// @throws InvalidSizeException      no message
+    /// @throws NotSquareMatrixException  as above
     static void Multiply(double alpha, TransposeMode transA, const SparseMatrix& A, const Matrix& B,
                          double beta, Matrix& C);
 
@@ -296,12 +323,13 @@ public:
     friend bool operator!=(const SparseMatrix& A, const SparseMatrix& B) { return !A.Equals(B); }
 
     /// Sizes, row pointers, columns and values, exclusive-or'ed together, and by contract one slot more than
-    /// is stored: equal matrices may differ in it.
+    /// is stored, unless the arrays end before it: equal matrices may differ in it.
     std::int32_t GetHashCode() const;
     /// @}
 
     /// @name Text
-    /// Every element, stored or not, padded on the left to the longest stored one.
+    /// Every element as `Item` reads it, padded on the left to the longest stored one; a longer text is not
+    /// cut.
     /// @{
 
     /// Current locale, format "F3", separator " ", borders "| " and " |\n", end " |\n".
@@ -327,11 +355,17 @@ public:
     /// Rows, columns, row pointers, values, columns of the elements: 4*(3*NumElements() + Rows() + 3) bytes,
     /// little-endian as in memory. Flag and growth factor are not in it.
     std::vector<std::byte> Data() const;
-    /// Restores what the form above holds; flag and growth factor stay.
-    /// By contract the sizes are stored before they are checked: a refused form leaves Rows() and Cols()
-    /// changed and the arrays old.
-    /// @throws InvalidSizeException      "Invalid number of rows."; "Invalid number of columns."
-    /// @throws IndexOutOfRangeException  the form is shorter than it says, or its row pointers do not fit
+    /// Restores what the form above holds, with exact capacity; flag and growth factor stay. A surplus of
+    /// bytes is ignored. Nothing in the form is believed before it is checked; only that columns ascend
+    /// within a row is left to whoever made it (the hardened build raises InvalidOperationException).
+    ///
+    /// By contract the sizes are stored before they are checked: a form that is refused for them leaves
+    /// Rows() and Cols() changed and the arrays old. Give such an object new contents or release it; what
+    /// needs row pointers that are not there raises InvalidOperationException.
+    /// @throws InvalidSizeException       "Invalid number of rows."; "Invalid number of columns."
+    /// @throws NotSquareMatrixException   this matrix is symmetric and the form is not square
+    /// @throws IndexOutOfRangeException   the form is shorter than it says, its row pointers do not begin
+    /// with 1 or fall, or a column is outside 1 .. columns
     void Data(std::span<const std::byte> data);
     /// Adds "mRows", "mCols", "growFactor", "symm", "_IA", "_A", "_JA".
     void GetObjectData(SerializationInfo& info, const StreamingContext& context) const;
@@ -340,10 +374,13 @@ public:
 protected:
     friend struct detail::ArchiveAccess;
 
-    /// Restores what `GetObjectData` wrote, with exact capacity; `FromArchive` is the way here.
+    /// Restores what `GetObjectData` wrote, with exact capacity; `FromArchive` is the way here. A growth
+    /// factor outside 0 .. 4 is clamped, a surplus in the arrays is ignored, columns are checked as by
+    /// `Data`.
     /// @throws SerializationException    a key is missing or of another type
-    /// @throws InvalidSizeException      rows, then columns, outside 1 to MaxSize
-    /// @throws IndexOutOfRangeException  an array is short, or the row pointers do not fit
+    /// @throws InvalidSizeException      "Invalid number of rows."; "Invalid number of columns."
+    /// @throws NotSquareMatrixException  symmetric and not square
+    /// @throws IndexOutOfRangeException  an array is short, row pointers or columns are wrong
     SparseMatrix(const SerializationInfo& info, const StreamingContext& context);
 
 private:
@@ -355,17 +392,33 @@ private:
                  detail::Block<std::int32_t>&& _ia, detail::Block<std::int32_t>&& _ja) noexcept;
 
     void Init(std::int32_t rows, std::int32_t cols, std::int32_t capacity, float growFactor, bool symmetric);
+    void InitSer(const SerializationInfo& info);
     void swap(SparseMatrix& other) noexcept;
-    /// Opens slot `pos`, growing the arrays if they are full; the row pointers are the caller's.
+    /// New contents for the same sizes: the commit of what replaces all elements.
+    void setArrays(std::int32_t capacity, detail::Block<double>&& values,
+                   detail::Block<std::int32_t>&& starts, detail::Block<std::int32_t>&& columns) noexcept;
+    /// Opens slot `pos`, counted from 0, growing the arrays if they are full. Its contents are stale and the
+    /// row pointers as before: both are the caller's.
     void insert_elem(std::int32_t pos);
     /// Closes slot `pos`; the row pointers are the caller's.
     void delete_elem(std::int32_t pos);
 
+    /// Where element (row, col) stands, or would have to be inserted; after the mirroring and the checks of
+    /// `Item`.
+    struct Slot {
+        std::int32_t row, col, index;
+        bool stored;
+    };
+    Slot slotOf(std::int32_t row, std::int32_t col) const;
+    void resizeSlots(std::int32_t slots);
+    void resizeRows(std::int32_t value);
+    void resizeCols(std::int32_t value) noexcept;
+
+    /// Every way to the elements leads through here. A refused byte form may have left a row count beyond the
+    /// row pointers, a released matrix has none: reading them would end anywhere, also in the normal build.
     std::int32_t* rowPointers() const
     {
-        if constexpr (detail::kHardened) {
-            if (!ia) detail::raiseReleased();
-        }
+        if (mRows < 0 || mRows >= ia.cells()) detail::raiseRowPointers(!ia);
         return ia.get();
     }
 

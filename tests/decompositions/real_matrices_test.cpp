@@ -5,10 +5,11 @@
 #include <lintrix/decompositions/svd.h>
 #include <lintrix/decompositions/sym_eigen.h>
 #include <lintrix/dense/vector.h>
+#include <lintrix/sparse/matrix_market.h>
 
 #include "tests/decompositions/cases.h"
 
-#include <tools/dense_system.h>
+#include <tests/support/files.h>
 
 #include <ostream>
 #include <string>
@@ -37,9 +38,7 @@ std::ostream& operator<<(std::ostream& out, const SymmetricMatrix& matrix)
 
 Matrix load(const std::string& file)
 {
-    tools::Progress quiet;
-    return tools::assemble(
-        tools::MatrixMarketReader(std::string(LINTRIX_TEST_DATA "/") + file, quiet).read());
+    return ReadMatrixMarketDense(dataFile(file));
 }
 
 class RealMatrices : public ::testing::TestWithParam<RealMatrix> {};

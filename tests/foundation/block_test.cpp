@@ -104,6 +104,44 @@ TYPED_TEST(BlockTest, MoveAssignmentToItselfChangesNothing)
     EXPECT_EQ(block.get(), cells);
 }
 
+TYPED_TEST(BlockTest, CellsTellsWhatTheBlockTrulyHolds)
+{
+    EXPECT_EQ(Block<TypeParam>().cells(), 0);
+    EXPECT_EQ(Block<TypeParam>(100).cells(), 100);
+    EXPECT_EQ(Block<TypeParam>(0).cells(), static_cast<std::int64_t>(16 / sizeof(TypeParam))); // the smallest
+}
+
+TYPED_TEST(BlockTest, ResizeKeepsWhatFits)
+{
+    const std::array<TypeParam, 6> source{1, 2, 3, 4, 5, 6};
+    auto block = Block<TypeParam>::copyOf(source.data(), 6);
+    for (const int cells : {5000, 4, 4}) {
+        block.resize(cells);
+        EXPECT_EQ(block.cells(), cells);
+        EXPECT_EQ(this->held(), static_cast<std::int64_t>(cells * sizeof(TypeParam)));
+        for (int i = 0; i < 4; ++i) EXPECT_EQ(block[i], source[static_cast<std::size_t>(i)]);
+    }
+}
+
+// By contract of the allocators the total has then lost the block.
+TYPED_TEST(BlockTest, RefusedResizeLeavesTheBlockToItsOwner)
+{
+    const std::array<TypeParam, 6> source{1, 2, 3, 4, 5, 6};
+    auto block = Block<TypeParam>::copyOf(source.data(), 6);
+    const std::int64_t whole = this->held();
+    const TypeParam* cells = block.get();
+    {
+        const FailingAllocator allocator(0);
+        expectFailure<NotEnoughMemoryException>([&] { block.resize(5000); },
+                                                "There is not enough memory to continue the execution.");
+    }
+    EXPECT_EQ(block.get(), cells);
+    EXPECT_EQ(block.cells(), 6);
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(block[i], source[static_cast<std::size_t>(i)]);
+    EXPECT_EQ(this->held(), 0);
+    detail::MemoryAccount::add(whole); // for the release
+}
+
 TYPED_TEST(BlockTest, ReleaseGivesTheBlockUpWithoutFreeingIt)
 {
     Block<TypeParam> block(10);

@@ -134,6 +134,24 @@ TEST(Round, RoundingModeOfTheProcessDoesNotMatter)
     }
 }
 
+TEST(TruncatedToInt32, DropsTheFraction)
+{
+    using detail::truncatedToInt32;
+    EXPECT_EQ(truncatedToInt32(2.9), 2);
+    EXPECT_EQ(truncatedToInt32(-2.9), -2);
+    EXPECT_EQ(truncatedToInt32(2147483647.9), INT32_MAX);
+    EXPECT_EQ(truncatedToInt32(-2147483648.9), INT32_MIN);
+}
+
+TEST(TruncatedToInt32, WhatDoesNotFitIsTheSmallestInteger)
+{
+    using detail::truncatedToInt32;
+    for (const double value : {2147483648.0, 1e300, -2147483649.0, -1e300, kInfinity, -kInfinity,
+                               std::numeric_limits<double>::quiet_NaN()}) {
+        EXPECT_EQ(truncatedToInt32(value), INT32_MIN);
+    }
+}
+
 TEST(Round, DigitsOutsideZeroToFifteenAreRefused)
 {
     constexpr const char* kText = "Rounding digits must be between 0 and 15, inclusive.";

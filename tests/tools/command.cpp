@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <system_error>
 
@@ -13,7 +11,6 @@
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <zlib.h>
 
 namespace Velmar::Lintrix::testing {
 
@@ -99,63 +96,6 @@ int waitFor(pid_t child)
 
 } // namespace
 
-Scratch::Scratch()
-{
-    std::string name = ::testing::TempDir() + "lintrix_XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) require(errno, "mkdtemp");
-    folder_ = name;
-}
-
-Scratch::~Scratch()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-}
-
-std::string Scratch::file(const std::string& name, std::string_view content) const
-{
-    std::filesystem::remove(folder_ / name); // some file systems wait for the disk when a file is truncated
-    std::ofstream stream(folder_ / name, std::ios::binary);
-    stream.write(content.data(), static_cast<std::streamsize>(content.size()));
-    stream.close();
-    if (!stream) throw std::runtime_error("cannot write " + name);
-    return at(name);
-}
-
-std::vector<std::string> Scratch::names() const
-{
-    std::vector<std::string> found;
-    for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
-        found.push_back(entry.path().filename().string());
-    }
-    std::ranges::sort(found);
-    return found;
-}
-
-std::string contentOf(const std::string& path)
-{
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) throw std::runtime_error("cannot read " + path);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-std::string compressed(std::string_view content)
-{
-    constexpr int gzipWindow = 15 + 16;
-    z_stream stream{};
-    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, gzipWindow, 9, Z_DEFAULT_STRATEGY);
-    std::string packed(deflateBound(&stream, content.size()), '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));
-    stream.avail_in = static_cast<uInt>(content.size());
-    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-    stream.avail_out = static_cast<uInt>(packed.size());
-    const int result = deflate(&stream, Z_FINISH);
-    packed.resize(stream.total_out);
-    deflateEnd(&stream);
-    if (result != Z_STREAM_END) throw std::runtime_error("deflate failed");
-    return packed;
-}
-
 std::string withoutTimes(std::string_view report)
 {
     constexpr std::string_view digits = "0123456789";
@@ -168,11 +108,6 @@ std::string withoutTimes(std::string_view report)
         report.remove_prefix(time ? end : std::max<std::size_t>(whole, 1));
     }
     return result;
-}
-
-std::string dataFile(const std::string& name)
-{
-    return LINTRIX_TEST_DATA "/" + name;
 }
 
 Outcome run(const Invocation& invocation)

@@ -1,7 +1,8 @@
 #pragma once
 // Runs the built command as a user would, and looks at everything it leaves behind.
 
-#include <filesystem>
+#include <tests/support/files.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,33 +26,8 @@
 
 namespace Velmar::Lintrix::testing {
 
-/// A folder of the test's own, removed with all it holds.
-class Scratch {
-public:
-    Scratch();
-    ~Scratch();
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    /// Where a file of this name stands, or would.
-    std::string at(const std::string& name) const { return (folder_ / name).string(); }
-    /// Writes the file and tells its path.
-    std::string file(const std::string& name, std::string_view content) const;
-    /// What stands in the folder, sorted by name.
-    std::vector<std::string> names() const;
-
-private:
-    std::filesystem::path folder_;
-};
-
-std::string contentOf(const std::string& path);
-/// As gzip would pack it.
-std::string compressed(std::string_view content);
 /// Each time of a report, which has six digits after the point, replaced by T.
 std::string withoutTimes(std::string_view report);
-/// Path of one of the real matrices.
-std::string dataFile(const std::string& name);
-
 struct Invocation {
     std::vector<std::string> arguments;
     std::string input = "/dev/null"; ///< file for standard input

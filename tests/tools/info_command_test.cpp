@@ -3,7 +3,6 @@
 #include <tests/tools/command.h>
 #include <tests/tools/json.h>
 
-#include <tools/matrix_facts.h>
 #include <tools/pattern.h>
 
 #include <gmock/gmock.h>
@@ -135,22 +134,6 @@ TEST(InfoCommand, BadInputIsOneLineWithItsPlace)
     EXPECT_EQ(outcome.out, "");
     EXPECT_THAT(outcome.err, StartsWith("lintrix: " + file + ":3: "));
     EXPECT_THAT(scratch.names(), ElementsAre("bad.mtx"));
-}
-
-TEST(MatrixFacts, SkewSymmetryNeedsOppositeValuesAndAnEmptyOrZeroDiagonal)
-{
-    using tools::Coordinate;
-    const std::vector<Coordinate> skew{{1, 0, 2.0}, {0, 1, -2.0}};
-    EXPECT_TRUE(tools::factsOf(skew, 2, 2).skewSymmetric);
-    const std::vector<Coordinate> diagonal{{0, 0, 1.0}, {1, 0, 2.0}, {0, 1, -2.0}};
-    EXPECT_FALSE(tools::factsOf(diagonal, 2, 2).skewSymmetric);
-    EXPECT_TRUE(tools::factsOf(diagonal, 2, 2).symmetricPattern);
-}
-
-TEST(MatrixFacts, FrobeniusNormOfHugeEntriesDoesNotOverflow)
-{
-    const std::vector<tools::Coordinate> entries{{0, 0, 3e200}, {1, 0, 4e200}};
-    EXPECT_DOUBLE_EQ(tools::factsOf(entries, 2, 2).frobeniusNorm, 5e200);
 }
 
 TEST(PatternGrid, EveryEntryLiesInItsFieldAndOneEntryIsSeenBesideMany)

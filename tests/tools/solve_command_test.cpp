@@ -4,13 +4,13 @@
 #include <tests/tools/command.h>
 #include <tests/tools/json.h>
 #include <tools/dense_system.h>
-#include <tools/matrix_market.h>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <random>
+#include <sstream>
 #include <string>
 
 #include <fcntl.h>
@@ -35,16 +35,14 @@ Matrix random(int rows, int cols, std::uint64_t seed)
 
 std::string asFile(const Matrix& matrix)
 {
-    std::string text;
-    writeMatrixMarketArray(cellsOf(matrix).data(), matrix.Rows(), matrix.Cols(),
-                           [&](std::string_view piece) { text += piece; });
-    return text;
+    std::ostringstream text;
+    WriteMatrixMarket(text, matrix);
+    return text.str();
 }
 
 Matrix matrixIn(const std::string& path)
 {
-    Progress progress;
-    return assemble(MatrixMarketReader(path, progress).read());
+    return ReadMatrixMarketDense(path);
 }
 
 /// The solution file of a run that must succeed.
@@ -374,10 +372,9 @@ TEST(SolveCommand, ASizeBeyondTheMemoryIsRefusedBeforeAnyIsTaken)
     const std::string path = scratch.file("a.mtx", kCoordinate + "20000 20000 1\n1 1 1\n");
     const Outcome outcome = run({"solve", path});
     EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(outcome.err,
-              "lintrix: " + path +
-                  ":2: a dense 20000 x 20000 matrix with its factors, from 1 entries, takes 6.4 GB "
-                  "of memory, more than the 1.1 GB there are\n");
+    EXPECT_EQ(outcome.err, "lintrix: " + path +
+                               ":2: a dense 20000 x 20000 matrix with its factors takes 6.4 GB "
+                               "of memory, more than the 1.1 GB there are\n");
 }
 #endif
 

@@ -14,7 +14,9 @@
 ///
 /// `trans` is "N", "T" or "C"; "C" conjugates in the complex forms and is "T" in the real ones. `descriptor`
 /// has four letters: "G" general or "S" symmetric, "U" upper triangle, "N" non-unit diagonal, "F" one-based
-/// with column-major dense operands.
+/// with column-major dense operands. Legal arguments with which the library never calls are not served: other
+/// descriptors leave the dense result as it is, `request` 0, `sort` other than 0 and other jobs set `info` to
+/// kNotServed and touch nothing else.
 
 #include <lintrix/services/export.h>
 
@@ -24,6 +26,13 @@
 namespace Velmar::Lintrix::detail {
 
 using ComplexCell = std::complex<double>;
+
+/// @name Values of `info` beside 0 and one-based row numbers
+/// @{
+inline constexpr int kNotServed = -1;       ///< legal arguments that no caller in the library needs
+inline constexpr int kNoMemory = -2;        ///< the scratch could not be had; outputs are as they were
+inline constexpr int kTooManyElements = -3; ///< request 1: the result has more elements than an int counts
+/// @}
 
 /// @name y := alpha*op(A)*x + beta*y
 /// A is m x k before op. With beta 0 y is not read. "G" and "N": rows in as many blocks as there are threads.

@@ -1,0 +1,185 @@
+#include <lintrix/engine/driver.h>
+
+#include <lintrix/engine/analysis.h>
+#include <lintrix/engine/failure_report.h>
+#include <lintrix/engine/handle.h>
+#include <lintrix/engine/input_check.h>
+#include <lintrix/engine/messages.h>
+#include <lintrix/engine/numeric.h>
+#include <lintrix/engine/report.h>
+#include <lintrix/engine/settings.h>
+#include <lintrix/engine/timers.h>
+
+#include <cstdlib>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+/// A call under way.
+struct Run {
+    const Arguments& call;
+    Handle handle;
+    bool singlePrecision;
+    Timers timers;
+    int factorsReleased = 0;
+};
+
+/// Slots that the driver rewrites before anything looks at them.
+void rewriteParameters(Parameters iparm)
+{
+    iparm[Parameter::PartExponent] = 0; // by contract: parts are counted from the threads alone
+    if (iparm[Parameter::OutOfCore] == 22) iparm[Parameter::OutOfCore] = 2;
+}
+
+/// A handle with its basic blocks. At phase 0 it is made, and then that is a failure.
+Failure openHandle(Run& run)
+{
+    if (const Failure failure = run.handle.create(run.call.maxfct)) return failure;
+    run.handle.control()[Word::Mtype] = run.call.mtype;
+    run.handle.control()[Word::Order] = run.call.n;
+    if (run.call.phase.code() < 1) return badInput(1000);
+    const Failure failure = run.handle.createOutOfCoreControl();
+    if (failure) run.handle.releaseAll();
+    return failure;
+}
+
+Failure releaseOneFactor(Run& run)
+{
+    const int mnum = run.call.mnum;
+    if (mnum < 1 || mnum > run.handle.control()[Word::Maxfct]) return badInput(100);
+    Handle::releaseFactor(run.handle.factors()[static_cast<std::size_t>(mnum) - 1]);
+    return {};
+}
+
+void clearMemoryFigures(Parameters iparm)
+{
+    iparm[Parameter::AnalysisPeak] = 0;
+    iparm[Parameter::AnalysisKept] = 0;
+    iparm[Parameter::FactorMemory] = 0;
+}
+
+Failure releaseEverything(Run& run)
+{
+    clearMemoryFigures(run.call.iparm);
+    run.factorsReleased = run.handle.releaseAll();
+    return {};
+}
+
+/// Nothing of an earlier analysis survives, and the settings come from the parameters anew.
+void restart(Run& run)
+{
+    clearMemoryFigures(run.call.iparm);
+    run.handle.releaseAnalysis();
+    run.handle.restartCount();
+    if (run.call.iparm[Parameter::CallersValues] == 0) applyDefaults(run.call.mtype, run.call.iparm);
+    ControlBlock& control = run.handle.control();
+    control.forgetAnalysis();
+    resetConstants(control);
+    control[Word::SinglePrecision] = run.singlePrecision ? 1 : 0;
+    control[Word::NonZeros] = static_cast<int>(run.call.nonZeros());
+}
+
+/// By contract a type that is admitted and that no branch knows is the end of the process.
+void requireKnownType(int mtype)
+{
+    if (classOf(mtype) != MatrixClass::Unknown) return;
+    print(Message::SystemError);
+    std::exit(9);
+}
+
+/// At a solve the caller may say how many pivots were perturbed: a positive count replaces the stored one,
+/// and one that sums to zero with it clears both.
+void reconcilePerturbedPivots(Parameters iparm, ControlBlock& control)
+{
+    int& told = iparm[Parameter::PerturbedPivots];
+    int& stored = control[Word::PerturbedPivots];
+    if (told > 0)
+        stored = told;
+    else if (std::int64_t{told} + stored == 0)
+        told = stored = 0;
+}
+
+bool hasFactor(const Run& run)
+{
+    return run.handle.factors()[static_cast<std::size_t>(run.call.mnum) - 1].storage != nullptr;
+}
+
+Failure runSteps(Run& run)
+{
+    const Phase phase = run.call.phase;
+    if (phase.analyses()) {
+        if (const Failure failure = analyse(run.call, run.handle, run.timers)) return failure;
+    }
+    if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
+    const bool needsFactor = phase.factorizes() || (phase.solves() && !hasFactor(run));
+    if (needsFactor) {
+        if (const Failure failure = factorize(run.call, run.handle, run.timers)) return failure;
+    }
+    return phase.solves() ? solve(run.call, run.handle, run.timers) : Failure{};
+}
+
+/// Phases above 0, and those that the input check refuses.
+Failure runChecked(Run& run)
+{
+    const Phase phase = run.call.phase;
+    ControlBlock& control = run.handle.control();
+    if (phase.analyses()) restart(run);
+    if (const Failure failure = checkInput(run.call, control)) return failure;
+    if (!phase.analyses() && !run.handle.holds(Slot::FactorStructure)) return badInput(100000);
+    deriveCallSettings(run.call, control);
+    if (phase.analyses()) deriveAnalysisSettings(run.call, control);
+    requireKnownType(run.call.mtype);
+    return runSteps(run);
+}
+
+Failure runPhase(Run& run)
+{
+    const int code = run.call.phase.code();
+    if (code < Phase::kRelease) return badInput(10000);
+    if (!run.handle.live()) {
+        if (const Failure failure = openHandle(run)) return failure;
+    } else {
+        run.handle.countCall();
+    }
+    if (code == Phase::kReleaseFactor) return releaseOneFactor(run);
+    if (code == Phase::kRelease) return releaseEverything(run);
+    return runChecked(run);
+}
+
+void writeFigures(Run& run)
+{
+    const Parameters iparm = run.call.iparm;
+    iparm[Parameter::Version] = kEngineVersion;
+    if (!run.handle.live()) return;
+    ControlBlock& control = run.handle.control();
+    iparm[Parameter::AnalysisPeak] = control[Word::AnalysisPeak];
+    iparm[Parameter::AnalysisKept] = control[Word::AnalysisKept];
+    iparm[Parameter::FactorMemory] = control[Word::FactorMemory];
+    control.store(run.timers);
+}
+
+void report(const Run& run, const Failure& failure)
+{
+    const int level = run.call.msglvl;
+    const ControlBlock* const control = run.handle.controlIfAny();
+    if (level == 2) print(Message::Version, {std::int64_t{kEngineVersion}});
+    if (level != 0 && failure) reportFailure(failure, run.call, control);
+    if (level > 0 && !failure) reportSuccess(run.call, control, run.timers, run.factorsReleased);
+}
+
+} // namespace
+
+int drive(const Arguments& call, bool singlePrecision)
+{
+    rewriteParameters(call.iparm);
+    Run run{call, Handle(call.pt), singlePrecision, {}};
+    if (!run.handle.live() && call.phase.code() == Phase::kRelease) return 0;
+    const Failure failure = reported(runPhase(run));
+    run.timers.stop();
+    writeFigures(run);
+    report(run, failure);
+    return static_cast<int>(failure.error);
+}
+
+} // namespace Velmar::Lintrix::detail::engine

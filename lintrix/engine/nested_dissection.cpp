@@ -1,0 +1,35 @@
+#include <lintrix/engine/nested_dissection.h>
+
+#include <lintrix/engine/elimination_tree.h>
+#include <lintrix/engine/memory.h>
+#include <lintrix/engine/metis_ordering.h>
+#include <lintrix/engine/tree_parts.h>
+
+#include <algorithm>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+Failure cutIntoParts(const Graph& graph, int parts, Ordering ordering, SubgraphList& subgraphs)
+{
+    const auto parent = Scratch<int>::uninitialised(graph.vertices());
+    const auto rangeOf = Scratch<int>::uninitialised(graph.vertices());
+    if (!parent || !rangeOf) return outOfMemory(BlockCode::Transient, missingBytes(parent, rangeOf));
+    if (const Failure failure = eliminationTree(graph, ordering, parent.span())) return failure;
+    if (const Failure failure = cutTree(parent.span(), parts, rangeOf.span())) return failure;
+    return gatherRanges(rangeOf.span(), 2 * parts - 1, parts, ordering, subgraphs);
+}
+
+} // namespace
+
+Failure nestedDissection(const Graph& graph, int parts, Ordering ordering, SubgraphList& subgraphs)
+{
+    if (const Failure failure = orderByMetis(graph, ordering)) return failure;
+    const int taken = std::max(1, std::min({parts, graph.vertices() / 2, subgraphs.mostParts()}));
+    if (taken > 1) return cutIntoParts(graph, taken, ordering, subgraphs);
+    wholeRange(graph.vertices(), subgraphs);
+    return {};
+}
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,83 @@
+#pragma once
+/// @file
+/// Where the time of one call goes.
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <utility>
+
+namespace Velmar::Lintrix::detail::engine {
+
+enum class Timer : int {
+    FullAdjacency = 1,
+    Reorder = 2,
+    SymbolicFactorization = 3,
+    ParallelLists = 4,
+    Gather = 5,
+    NumericFactorization = 6,
+    Solve = 7,
+    Iteration = 8,
+    Allocation = 9, ///< and everything between the steps
+    Total = 10,
+};
+
+inline constexpr int kTimers = 10;
+
+/// Ten sums of wall-clock seconds, each with a flag that it was used. At any moment one timer runs: that of
+/// the step at work, or Allocation between the steps.
+class Timers {
+public:
+    Timers() noexcept : begin_(Clock::now()), lap_(begin_) { used_[at(Timer::Allocation)] = true; }
+
+    double seconds(Timer timer) const noexcept { return seconds_[at(timer)]; }
+    bool used(Timer timer) const noexcept { return used_[at(timer)]; }
+    /// Total minus all the others.
+    double unaccounted() const noexcept
+    {
+        double rest = seconds(Timer::Total);
+        for (int k = 0; k < kTimers - 1; ++k) rest -= seconds_[static_cast<std::size_t>(k)];
+        return rest;
+    }
+
+    /// From now on time counts for `timer`. @return  the timer that ran until now
+    Timer switchTo(Timer timer) noexcept
+    {
+        const Clock::time_point now = Clock::now();
+        seconds_[at(running_)] += std::chrono::duration<double>(now - lap_).count();
+        lap_ = now;
+        used_[at(timer)] = true;
+        return std::exchange(running_, timer);
+    }
+    /// The end of the call.
+    void stop() noexcept
+    {
+        switchTo(Timer::Allocation);
+        used_[at(Timer::Total)] = true;
+        seconds_[at(Timer::Total)] = std::chrono::duration<double>(lap_ - begin_).count();
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static std::size_t at(Timer timer) noexcept { return static_cast<std::size_t>(timer) - 1; }
+
+    std::array<double, kTimers> seconds_{};
+    std::array<bool, kTimers> used_{};
+    Clock::time_point begin_, lap_;
+    Timer running_ = Timer::Allocation;
+};
+
+/// One step, timed while this lives.
+class TimedStep {
+public:
+    TimedStep(Timers& timers, Timer timer) noexcept : timers_(timers), before_(timers.switchTo(timer)) {}
+    ~TimedStep() { timers_.switchTo(before_); }
+    TimedStep(const TimedStep&) = delete;
+    TimedStep& operator=(const TimedStep&) = delete;
+
+private:
+    Timers& timers_;
+    Timer before_;
+};
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,137 @@
+// C := alpha*op(A)*B + beta*C for dense B and C.
+
+#include <lintrix/sparse/kernels/dense_operand.h>
+#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels/parameter_check.h>
+#include <lintrix/sparse/kernels/thread_plan.h>
+
+#include <lintrix/services/threads.h>
+
+#include <type_traits>
+
+namespace Velmar::Lintrix::detail {
+
+namespace {
+
+template <class Cell>
+struct Product {
+    int m, n, k; // A is m x k; B and C have n columns
+    Cell alpha, beta;
+    CompressedRows<Cell> A;
+    Panel<const Cell> B;
+    Panel<Cell> C;
+
+    Panel<const Cell> bFrom(int column) const { return {B.cells + column * B.stride, B.stride}; }
+    Panel<Cell> cFrom(int column) const { return {C.cells + column * C.stride, C.stride}; }
+};
+
+/// Calls work(column, width) for the columns first .. last-1, four at a time and the rest one by one. The
+/// width is an integral constant.
+template <class Work>
+void forPanels(int first, int last, Work work)
+{
+    int column = first;
+    for (; column + 4 <= last; column += 4) work(column, std::integral_constant<int, 4>{});
+    for (; column < last; ++column) work(column, std::integral_constant<int, 1>{});
+}
+
+/// Calls work(first, last) for each block of columns, in parallel if there are several.
+template <class Work>
+void forColumnBlocks(const Blocks& blocks, Work work)
+{
+    if (blocks.count == 1) return work(0, blocks.size);
+#pragma omp parallel for num_threads(blocks.count) schedule(static, 1)
+    for (int block = 0; block < blocks.count; ++block) work(blocks.first(block), blocks.last(block));
+}
+
+template <class Cell>
+void multiply(const Product<Cell>& p, const Blocks& blocks)
+{
+    withScaling(p.beta, [&](auto scaled) {
+        forColumnBlocks(blocks, [&](int first, int last) {
+            forPanels(first, last, [&](int column, auto width) {
+                gatherRows<width, 1>(p.A, 0, p.m, p.alpha, p.bFrom(column), p.cFrom(column), scaled);
+            });
+        });
+    });
+}
+
+/// All of C is scaled first. By contract a caller may set the columns of C nearer to each other than the k
+/// rows of the result are long; they overlap then, what all of them have in common is scaled repeatedly, and
+/// one thread does it all.
+template <class Cell>
+void multiplyTransposed(const Product<Cell>& p, bool conjugate, const Blocks& planned)
+{
+    const Blocks blocks = p.k > p.C.stride ? Blocks{p.n, 1} : planned;
+    withScaling(p.beta, [&](auto scaled) {
+        for (int column = 0; column < p.n; ++column) scaleRows<1>(p.cFrom(column), 0, p.k, scaled);
+    });
+    withConjugation<Cell>(conjugate, [&](auto conjugated) {
+        forColumnBlocks(blocks, [&](int first, int last) {
+            forPanels(first, last, [&](int column, auto width) {
+                scatterRows<width, conjugated>(p.A, p.m, p.alpha, p.bFrom(column), p.cFrom(column));
+            });
+        });
+    });
+}
+
+template <class Cell>
+void multiplySymmetric(const Product<Cell>& p, bool conjugate, const Blocks& blocks)
+{
+    withConjugation<Cell>(conjugate, [&](auto conjugated) {
+        withScaling(p.beta, [&](auto scaled) {
+            forColumnBlocks(blocks, [&](int first, int last) {
+                forPanels(first, last, [&](int column, auto width) {
+                    const Panel<Cell> c = p.cFrom(column);
+                    const int ready = symmetricRows<width, conjugated>(p.A, 0, p.m, p.m, p.alpha,
+                                                                       p.bFrom(column), c, scaled);
+                    scaleRows<width>(c, ready, p.m, scaled);
+                });
+            });
+        });
+    });
+}
+
+template <class Cell>
+void csrmm(const char* routine, char trans, const char* descriptor, const Product<Cell>& product)
+{
+    if (!parametersHold(routine, {{isTransposition(trans), 1},
+                                  {product.m >= 0, 2},
+                                  {product.n >= 0, 3},
+                                  {product.k >= 0, 4},
+                                  {isDescriptor(descriptor), 6}})) {
+        return;
+    }
+    const Blocks blocks = planColumns(product.n, MKL_Get_Max_Threads());
+    if (isSymmetric(descriptor)) {
+        multiplySymmetric(product, trans == 'C', blocks);
+    } else if (isGeneral(descriptor)) {
+        if (trans == 'N') {
+            multiply(product, blocks);
+        } else {
+            multiplyTransposed(product, trans == 'C', blocks);
+        }
+    }
+}
+
+} // namespace
+
+void mkl_dcsrmm(const char* transa, const int& m, const int& n, const int& k, const double& alpha,
+                const char* descriptor, const double* values, const int* columns, const int* rowStarts,
+                const int* rowEnds, const double* B, const int& ldb, const double& beta, double* C,
+                const int& ldc)
+{
+    csrmm<double>("MKL_DCSRMM", *transa, descriptor,
+                  {m, n, k, alpha, beta, {values, columns, rowStarts, rowEnds}, {B, ldb}, {C, ldc}});
+}
+
+void mkl_zcsrmm(const char* transa, const int& m, const int& n, const int& k, const ComplexCell& alpha,
+                const char* descriptor, const ComplexCell* values, const int* columns, const int* rowStarts,
+                const int* rowEnds, const ComplexCell* B, const int& ldb, const ComplexCell& beta,
+                ComplexCell* C, const int& ldc)
+{
+    csrmm<ComplexCell>("MKL_ZCSRMM", *transa, descriptor,
+                       {m, n, k, alpha, beta, {values, columns, rowStarts, rowEnds}, {B, ldb}, {C, ldc}});
+}
+
+} // namespace Velmar::Lintrix::detail

@@ -1,0 +1,217 @@
+// y := alpha*op(A)*x + beta*y.
+
+#include <lintrix/sparse/kernels/dense_operand.h>
+#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels/parameter_check.h>
+#include <lintrix/sparse/kernels/scratch.h>
+#include <lintrix/sparse/kernels/thread_plan.h>
+
+#include <lintrix/services/threads.h>
+
+#include <atomic>
+
+namespace Velmar::Lintrix::detail {
+
+namespace {
+
+template <class Cell>
+struct Product {
+    int m, k; // A is m x k
+    Cell alpha, beta;
+    CompressedRows<Cell> A;
+    const Cell* x;
+    Cell* y;
+
+    Panel<const Cell> xPanel() const { return {x, 0}; }
+    Panel<Cell> yPanel() const { return {y, 0}; }
+};
+
+template <class Cell>
+void multiply(const Product<Cell>& p)
+{
+    const Blocks blocks = planRows(p.m, MKL_Get_Max_Threads());
+    withScaling(p.beta, [&](auto scaled) {
+        if (blocks.count == 1) {
+            gatherRows<1, 2>(p.A, 0, p.m, p.alpha, p.xPanel(), p.yPanel(), scaled);
+            return;
+        }
+#pragma omp parallel for num_threads(blocks.count) schedule(static, 1)
+        for (int block = 0; block < blocks.count; ++block) {
+            gatherRows<1, 2>(p.A, blocks.first(block), blocks.last(block), p.alpha, p.xPanel(), p.yPanel(),
+                             scaled);
+        }
+    });
+}
+
+/// One thread, since any row may write to any cell of y.
+template <class Cell>
+void multiplyTransposed(const Product<Cell>& p, bool conjugate)
+{
+    withScaling(p.beta, [&](auto scaled) { scaleRows<1>(p.yPanel(), 0, p.k, scaled); });
+    withConjugation<Cell>(conjugate, [&](auto conjugated) {
+        scatterRows<1, conjugated>(p.A, p.m, p.alpha, p.xPanel(), p.yPanel());
+    });
+}
+
+/// Rows of a block of a stored triangle, straight into y, all of which from the block's first row on is
+/// scaled.
+template <bool Conjugate, class Cell>
+void symmetricIntoY(const Product<Cell>& p, int first, int last)
+{
+    const Panel<Cell> y{p.y + first, 0};
+    withScaling(p.beta, [&](auto scaled) {
+        const int ready = symmetricRows<1, Conjugate>(p.A, first, last, p.m, p.alpha, p.xPanel(), y, scaled);
+        scaleRows<1>(y, ready - first, p.m - first, scaled);
+    });
+}
+
+/// The symmetric product by a team of threads. Block 0 works on y itself; each other block has a buffer from
+/// its first row to the end of y, which is cleared and used as far as its rows reach. Each thread takes its
+/// buffers from its own pool, so that the memory is near it.
+///
+/// Every step is called by all threads of the team and ends with a barrier. The static schedule gives a block
+/// to the same thread in each step.
+template <bool Conjugate, class Cell>
+class SymmetricTeam {
+public:
+    SymmetricTeam(const Product<Cell>& product, const SymmetricPlan& plan)
+        : p_(product), plan_(plan), blocks_(plan.blocks), shares_(static_cast<std::size_t>(blocks_.count))
+    {
+    }
+
+    /// Returns false, with y untouched, if the memory for a buffer was not there.
+    bool run()
+    {
+        if (!shares_.isThere()) return false;
+#pragma omp parallel num_threads(blocks_.count)
+        {
+            takeBuffers();
+            if (complete_) {
+                multiplyBlocks();
+                reduce();
+            }
+            giveBuffersBack();
+        }
+        return complete_;
+    }
+
+private:
+    /// What a block of rows adds to y: to the rows first .. last-1, of which the first is cells[0].
+    struct Share {
+        Cell* cells;
+        int first, last;
+    };
+
+    void takeBuffers()
+    {
+#pragma omp for schedule(static, 1)
+        for (int block = 0; block < blocks_.count; ++block) {
+            const int first = blocks_.first(block);
+            const auto bytes = static_cast<std::size_t>(p_.m - first) * sizeof(Cell);
+            shares_[block] = {block == 0 ? nullptr : static_cast<Cell*>(poolAllocate(bytes, 128)), first,
+                              first};
+            if (block != 0 && shares_[block].cells == nullptr) complete_ = false;
+        }
+    }
+
+    void multiplyBlocks()
+    {
+#pragma omp for schedule(static, 1)
+        for (int block = 0; block < blocks_.count; ++block) {
+            const int first = blocks_.first(block), last = blocks_.last(block);
+            if (block == 0) {
+                symmetricIntoY<Conjugate>(p_, first, last);
+            } else {
+                Share& share = shares_[block];
+                share.last = symmetricRows<1, Conjugate>(p_.A, first, last, p_.m, p_.alpha, p_.xPanel(),
+                                                         Panel<Cell>{share.cells, 0},
+                                                         [](const Cell&) { return Cell{0.0}; });
+            }
+        }
+    }
+
+    void reduce()
+    {
+        if (plan_.sharedReduction) {
+#pragma omp for schedule(static, 1)
+            for (int block = 0; block < blocks_.count; ++block) {
+                addShares(blocks_.first(block), blocks_.last(block));
+            }
+        } else {
+#pragma omp single
+            addShares(0, p_.m);
+        }
+    }
+
+    /// Rows first .. last-1 of y += the shares of blocks 1, 2, ... in this order.
+    void addShares(int first, int last)
+    {
+        for (int block = 1; block < blocks_.count; ++block) {
+            const Share& share = shares_[block];
+            const int end = std::min(last, share.last);
+            for (int i = std::max(first, share.first); i < end; ++i) p_.y[i] += share.cells[i - share.first];
+        }
+    }
+
+    void giveBuffersBack()
+    {
+#pragma omp for schedule(static, 1)
+        for (int block = 0; block < blocks_.count; ++block) poolRelease(shares_[block].cells);
+    }
+
+    const Product<Cell>& p_;
+    const SymmetricPlan& plan_;
+    const Blocks& blocks_;
+    const Scratch<Share> shares_;
+    std::atomic<bool> complete_{true};
+};
+
+template <class Cell>
+void multiplySymmetric(const Product<Cell>& p, bool conjugate)
+{
+    const SymmetricPlan plan = planSymmetric(p.m, MKL_Get_Max_Threads(), MKL_Get_Dynamic() != 0);
+    withConjugation<Cell>(conjugate, [&](auto conjugated) {
+        if (plan.blocks.count > 1 && SymmetricTeam<conjugated, Cell>(p, plan).run()) return;
+        symmetricIntoY<conjugated>(p, 0, p.m);
+    });
+}
+
+template <class Cell>
+void csrmv(const char* routine, char trans, const char* descriptor, const Product<Cell>& product)
+{
+    if (!parametersHold(routine, {{isTransposition(trans), 1},
+                                  {product.m >= 0, 2},
+                                  {product.k >= 0, 3},
+                                  {isDescriptor(descriptor), 5}})) {
+        return;
+    }
+    if (isSymmetric(descriptor)) {
+        multiplySymmetric(product, trans == 'C');
+    } else if (isGeneral(descriptor)) {
+        if (trans == 'N') {
+            multiply(product);
+        } else {
+            multiplyTransposed(product, trans == 'C');
+        }
+    }
+}
+
+} // namespace
+
+void mkl_dcsrmv(const char* transa, const int& m, const int& k, const double& alpha, const char* descriptor,
+                const double* values, const int* columns, const int* rowStarts, const int* rowEnds,
+                const double* x, const double& beta, double* y)
+{
+    csrmv<double>("MKL_DCSRMV", *transa, descriptor,
+                  {m, k, alpha, beta, {values, columns, rowStarts, rowEnds}, x, y});
+}
+
+void mkl_zcsrmv(const char* transa, const int& m, const int& k, const ComplexCell& alpha,
+                const char* descriptor, const ComplexCell* values, const int* columns, const int* rowStarts,
+                const int* rowEnds, const ComplexCell* x, const ComplexCell& beta, ComplexCell* y)
+{
+    csrmv<ComplexCell>("MKL_ZCSRMV", *transa, descriptor,
+                       {m, k, alpha, beta, {values, columns, rowStarts, rowEnds}, x, y});
+}
+
+} // namespace Velmar::Lintrix::detail

@@ -1,0 +1,131 @@
+#pragma once
+/// @file
+/// The loops behind the products with dense operands, on `Width` columns of x and y at once, so that A is
+/// read once for all of them. A vector is a panel of width 1.
+///
+/// One-based arrays; the -1 stands at the read and nowhere else. It costs nothing if the column number is
+/// made 64 bits wide before: the processor then adds it to the address.
+
+#include <lintrix/sparse/kernels/cell.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace Velmar::Lintrix::detail {
+
+template <class Cell>
+struct CompressedRows {
+    const Cell* values;
+    const int* columns;
+    const int* starts; ///< of each row
+    const int* ends;   ///< of each row, one behind its last element
+};
+
+/// Columns of a dense matrix, `stride` cells apart.
+template <class Cell>
+struct Panel {
+    Cell* cells;
+    std::ptrdiff_t stride;
+
+    Cell& operator()(std::ptrdiff_t row, int column) const { return cells[row + column * stride]; }
+};
+
+/// Rows first .. last-1 of y := scaled(y).
+template <int Width, class Cell, class Scaling>
+void scaleRows(Panel<Cell> y, int first, int last, Scaling scaled)
+{
+    for (int w = 0; w < Width; ++w) {
+        for (int i = first; i < last; ++i) y(i, w) = scaled(y(i, w));
+    }
+}
+
+/// Rows first .. last-1 of y := scaled(y) + alpha*A*x. The elements of a row go to `Chains` sums, 1 or 2, in
+/// turn: in a single column one long chain of additions would wait for each of them, while a wider panel has
+/// chains enough.
+template <int Width, int Chains, class Cell, class Scaling>
+void gatherRows(CompressedRows<Cell> A, int first, int last, const Cell alpha, Panel<const Cell> x,
+                Panel<Cell> y, Scaling scaled)
+{
+    static_assert(Chains == 1 || Chains == 2);
+    for (int i = first; i < last; ++i) {
+        Cell sums[Chains][Width] = {};
+        const auto add = [&](Cell(&sum)[Width], std::ptrdiff_t p) {
+            const std::ptrdiff_t j = std::ptrdiff_t{A.columns[p]} - 1;
+            for (int w = 0; w < Width; ++w) sum[w] += times(A.values[p], x(j, w));
+        };
+        const std::ptrdiff_t end = std::ptrdiff_t{A.ends[i]} - 1;
+        std::ptrdiff_t p = std::ptrdiff_t{A.starts[i]} - 1;
+        if constexpr (Chains == 2) {
+            for (; p + 1 < end; p += 2) {
+                add(sums[0], p);
+                add(sums[1], p + 1);
+            }
+        }
+        for (; p < end; ++p) add(sums[0], p);
+        for (int w = 0; w < Width; ++w) {
+            const Cell sum = Chains == 2 ? sums[0][w] + sums[Chains - 1][w] : sums[0][w];
+            y(i, w) = scaled(y(i, w)) + times(alpha, sum);
+        }
+    }
+}
+
+/// y += alpha*A'*x, or with the conjugated values of A, for an A of `rows` rows. The additions follow one
+/// another: the columns of y may overlap.
+template <int Width, bool Conjugate, class Cell>
+void scatterRows(CompressedRows<Cell> A, int rows, const Cell alpha, Panel<const Cell> x, Panel<Cell> y)
+{
+    for (int i = 0; i < rows; ++i) {
+        Cell scaledX[Width];
+        for (int w = 0; w < Width; ++w) scaledX[w] = times(alpha, x(i, w));
+        for (std::ptrdiff_t p = std::ptrdiff_t{A.starts[i]} - 1; p < A.ends[i] - 1; ++p) {
+            const std::ptrdiff_t j = std::ptrdiff_t{A.columns[p]} - 1;
+            const Cell value = conjugatedIf<Conjugate>(A.values[p]);
+            for (int w = 0; w < Width; ++w) y(j, w) += times(scaledX[w], value);
+        }
+    }
+}
+
+/// What rows first .. last-1 of a stored upper triangle give to y := scaled(y) + alpha*A*x, where A is the
+/// full symmetric matrix of `size` rows. Elements below the diagonal are skipped; columns ascend.
+///
+/// Row 0 of the panel y is row `first` of the result, the smallest row that is written to. y is scaled a
+/// little ahead of the additions, while it comes into the cache anyway. Returns the row up to which it is
+/// scaled; behind that, y is as it was.
+template <int Width, bool Conjugate, class Cell, class Scaling>
+int symmetricRows(CompressedRows<Cell> A, int first, int last, int size, const Cell alpha,
+                  Panel<const Cell> x, Panel<Cell> y, Scaling scaled)
+{
+    constexpr int kAhead = 256;
+    const Panel<Cell> result{y.cells - first, y.stride}; // rows by their own numbers
+    int ready = first;
+    for (int i = first; i < last; ++i) {
+        const int row = i + 1; // one-based, as the columns are
+        const std::ptrdiff_t end = A.ends[i] - 1;
+        std::ptrdiff_t p = A.starts[i] - 1;
+        const int reach = p < end ? std::max(A.columns[end - 1], row) : row;
+        if (reach > ready) [[unlikely]] {
+            const int upTo = reach < size - kAhead ? reach + kAhead : size;
+            scaleRows<Width>(result, ready, upTo, scaled);
+            ready = upTo;
+        }
+        Cell scaledX[Width], sums[Width] = {};
+        for (int w = 0; w < Width; ++w) scaledX[w] = times(alpha, x(i, w));
+        while (p < end && A.columns[p] < row) ++p;
+        if (p < end && A.columns[p] == row) {
+            const Cell value = conjugatedIf<Conjugate>(A.values[p++]);
+            for (int w = 0; w < Width; ++w) sums[w] = times(value, x(i, w));
+        }
+        for (; p < end; ++p) {
+            const std::ptrdiff_t j = std::ptrdiff_t{A.columns[p]} - 1;
+            const Cell value = conjugatedIf<Conjugate>(A.values[p]);
+            for (int w = 0; w < Width; ++w) {
+                result(j, w) += times(scaledX[w], value);
+                sums[w] += times(value, x(j, w));
+            }
+        }
+        for (int w = 0; w < Width; ++w) result(i, w) += times(alpha, sums[w]);
+    }
+    return ready;
+}
+
+} // namespace Velmar::Lintrix::detail

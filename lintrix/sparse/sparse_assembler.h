@@ -1,0 +1,140 @@
+#pragma once
+/// @file
+/// Builds a sparse matrix from elements in any order.
+
+#include <lintrix/services/export.h>
+#include <lintrix/sparse/sparse_matrix.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <span>
+#include <vector>
+
+namespace Velmar::Lintrix {
+
+/// One element and its place, counted from 0.
+struct SparseTriplet {
+    std::int32_t row, col;
+    double value;
+};
+
+/// What several entries at one place become.
+enum class DuplicateEntries : std::int32_t {
+    Add,     ///< their sum, formed in the order of entry
+    KeepLast ///< the one entered last
+};
+
+/// Which triangle an assembled matrix stores.
+enum class AssemblyStorage : std::int32_t {
+    General,  ///< all elements, as entered
+    Symmetric ///< the upper triangle and the whole diagonal; `Symmetric()` is true
+};
+
+/// What becomes of an entry below the diagonal when the storage is symmetric. No rule suits everyone, and a
+/// wrong one gives a wrong matrix without a word; so the default asks.
+enum class LowerEntries : std::int32_t {
+    Refuse, ///< a failure
+    Ignore, ///< dropped: right for full element matrices of the finite-element method, which bring both
+            ///< halves
+    Mirror  ///< entered above the diagonal: right where each pair comes once, in either triangle
+};
+
+struct SparseAssemblerOptions {
+    DuplicateEntries duplicates = DuplicateEntries::Add;
+    AssemblyStorage storage = AssemblyStorage::General;
+    LowerEntries lower = LowerEntries::Refuse;
+
+    friend bool operator==(const SparseAssemblerOptions&, const SparseAssemblerOptions&) = default;
+};
+
+/// Takes elements in any order and makes compressed rows of them, in time linear in entries + rows + columns.
+///
+///     SparseAssembler entries(n, n, {.storage = AssemblyStorage::Symmetric, .lower = LowerEntries::Ignore});
+///     for (const Element& e : mesh) {
+///         for (int i = 0; i < 3; ++i)
+///             for (int j = 0; j < 3; ++j) entries.Add(e.node[i], e.node[j], e.stiffness[i][j]);
+///     }
+///     const SparseMatrix K = entries.Assemble();
+///
+/// Several threads fill one assembler each and join them with `Append`. The result depends on the order of
+/// entry alone, bit by bit: join in a fixed order, and it is the same for any number of threads.
+///
+/// An entry takes 16 bytes until the assembler is cleared. An object is used by one thread at a time. A
+/// failing member leaves it as it was; besides the failures told, entering raises std::bad_alloc.
+class LINTRIX_EXPORT SparseAssembler {
+public:
+    /// For a rows x cols matrix. Checks in this order:
+    /// @throws InvalidSizeException      rows, then cols outside 1 .. MaxSize: "Invalid number of rows.";
+    ///         "Invalid number of columns."
+    /// @throws NotSquareMatrixException  symmetric storage, rows != cols
+    explicit SparseAssembler(std::int32_t rows, std::int32_t cols, SparseAssemblerOptions options = {});
+
+    std::int32_t Rows() const noexcept { return rows_; }
+    std::int32_t Cols() const noexcept { return cols_; }
+    const SparseAssemblerOptions& Options() const noexcept { return options_; }
+    /// Entries taken so far, duplicates counted, ignored ones not.
+    std::int64_t NumEntries() const noexcept;
+
+    /// Enters `value` at (row, col), counted from 0. A zero is an entry like any other.
+    /// @throws IndexOutOfBoundsException  "Row index exceeds matrix size."; "Column index exceeds matrix
+    ///         size."; the row is tested first
+    /// @throws ArgumentException  symmetric storage with LowerEntries::Refuse, row > col: "The entry is below
+    ///         the diagonal of a symmetric matrix; choose LowerEntries::Ignore or LowerEntries::Mirror"
+    void Add(std::int32_t row, std::int32_t col, double value)
+    {
+        if (takes(row, col)) openPiece().push_back(placed(row, col, value));
+    }
+    /// Enters all of `triplets`, in their order, or none: all are checked first. Failures as above.
+    void Add(std::span<const SparseTriplet> triplets);
+
+    /// Room for `entries` more in one piece of memory. Not needed; it saves the growing.
+    void Reserve(std::size_t entries);
+
+    /// Takes the entries of `other` behind the own ones and leaves it empty, to be filled anew. Constant
+    /// time: nothing is copied. Appended to itself, an assembler stays as it is.
+    /// @throws SizeMismatchException  the sizes differ
+    /// @throws ArgumentException      the options differ: "Assemblers with different options cannot be
+    /// joined"
+    void Append(SparseAssembler&& other);
+
+    /// Forgets all entries and gives their memory back.
+    void Clear() noexcept { pieces_.clear(); }
+
+    /// The matrix of all entries, growth factor 1.2f, with nothing spare. Symmetric storage has every
+    /// diagonal element, value 0 where none was entered. The entries stay: more may be added, and another
+    /// matrix be assembled.
+    ///
+    /// Two stable counting sorts, first by column and then by row (Knuth, The Art of Computer Programming 3,
+    /// section 5.2.5), so duplicates meet in the order of entry. Cost: O(entries + rows + cols) time;
+    /// besides the result 12 bytes an entry and 8 a row and a column while it runs.
+    /// @throws NotSupportedException  "A sparse matrix holds at most 2147483646 elements."
+    /// @throws NotEnoughMemoryException, std::bad_alloc  result, work arrays
+    SparseMatrix Assemble() const;
+
+private:
+    using Piece = std::vector<SparseTriplet>;
+
+    bool takes(std::int32_t row, std::int32_t col) const
+    {
+        if (static_cast<std::uint32_t>(row) >= static_cast<std::uint32_t>(rows_) ||
+            static_cast<std::uint32_t>(col) >= static_cast<std::uint32_t>(cols_)) {
+            refusePlace(row);
+        }
+        return options_.storage == AssemblyStorage::General || row <= col || takesBelowDiagonal();
+    }
+    SparseTriplet placed(std::int32_t row, std::int32_t col, double value) const noexcept
+    {
+        if (options_.storage == AssemblyStorage::Symmetric && row > col) return {col, row, value};
+        return {row, col, value};
+    }
+    Piece& openPiece() { return pieces_.empty() ? pieces_.emplace_back() : pieces_.back(); }
+    [[noreturn]] void refusePlace(std::int32_t row) const;
+    bool takesBelowDiagonal() const;
+
+    std::int32_t rows_, cols_;
+    SparseAssemblerOptions options_;
+    std::list<Piece> pieces_; ///< entries in their order; a list, because joining lists cannot fail
+};
+
+} // namespace Velmar::Lintrix

@@ -1,0 +1,111 @@
+// Byte form and archive of SparseMatrix.
+
+#include <lintrix/sparse/sparse_matrix.h>
+
+#include <lintrix/dense/detail/byte_form.h>
+#include <lintrix/sparse/detail/foreign_rows.h>
+#include <lintrix/sparse/detail/sizes.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace Velmar::Lintrix {
+
+using detail::Block;
+using detail::takeBlock;
+
+namespace {
+
+// What the flag says of the matrix is relied upon by the products.
+void requireSquareIfSymmetric(bool symmetric, std::int32_t rows, std::int32_t cols)
+{
+    if (symmetric && rows != cols) throw NotSquareMatrixException();
+}
+
+template <class Cell>
+std::vector<Cell> copied(std::span<const Cell> array)
+{
+    return {array.begin(), array.end()};
+}
+
+} // namespace
+
+// ---- bytes
+
+std::vector<std::byte> SparseMatrix::Data() const
+{
+    const std::array sizes{mRows, mCols};
+    const std::span<const std::byte> parts[] = {std::as_bytes(std::span(sizes)), std::as_bytes(RowPointers()),
+                                                std::as_bytes(Values()), std::as_bytes(ColumnIndices())};
+    std::vector<std::byte> data;
+    data.reserve(parts[0].size() + parts[1].size() + parts[2].size() + parts[3].size());
+    for (const auto part : parts) data.insert(data.end(), part.begin(), part.end());
+    return data;
+}
+
+void SparseMatrix::Data(std::span<const std::byte> data)
+{
+    if constexpr (detail::kHardened) {
+        if (!ia) detail::raiseReleased();
+    }
+    const std::int32_t rows = detail::sizeInBytes(data, 0), cols = detail::sizeInBytes(data, 1);
+    if (rows < 1 || cols < 1) { // by contract the object keeps the sizes that are now refused
+        mRows = rows;
+        mCols = cols;
+    }
+    detail::requireSparseSizes(rows, cols);
+    requireSquareIfSymmetric(_symmetric, rows, cols);
+    auto rest = data.subspan(2 * sizeof(std::int32_t));
+    auto starts = takeBlock<std::int32_t>(rest, std::int64_t{rows} + 1);
+    const std::int32_t elements = detail::elementsTold(starts, rows);
+    auto values = takeBlock<double>(rest, elements);
+    auto columns = takeBlock<std::int32_t>(rest, elements);
+    detail::requireForeignColumns(starts, columns, rows, cols);
+    mRows = rows;
+    mCols = cols;
+    setArrays(elements, std::move(values), std::move(starts), std::move(columns));
+}
+
+// ---- archive
+
+void SparseMatrix::GetObjectData(SerializationInfo& info, const StreamingContext&) const
+{
+    auto starts = copied(RowPointers());
+    auto values = copied(Values());
+    auto columns = copied(ColumnIndices());
+    info.AddValue("mRows", mRows);
+    info.AddValue("mCols", mCols);
+    info.AddValue("growFactor", _growFactor);
+    info.AddValue("symm", _symmetric);
+    info.AddValue("_IA", std::move(starts));
+    info.AddValue("_A", std::move(values));
+    info.AddValue("_JA", std::move(columns));
+}
+
+SparseMatrix::SparseMatrix(const SerializationInfo& info, const StreamingContext&)
+{
+    InitSer(info);
+}
+
+void SparseMatrix::InitSer(const SerializationInfo& info)
+{
+    mRows = info.GetInt32("mRows");
+    mCols = info.GetInt32("mCols");
+    detail::requireSparseSizes(mRows, mCols);
+    // A matrix writes 0 or 1 to 4. An archive from elsewhere must not make it grow by any other factor.
+    _growFactor = std::clamp(info.GetSingle("growFactor"), 0.0F, 4.0F);
+    _symmetric = info.GetBoolean("symm");
+    requireSquareIfSymmetric(_symmetric, mRows, mCols);
+    auto IA = info.GetInt32Array("_IA");
+    auto starts = takeBlock<std::int32_t>(IA, std::int64_t{mRows} + 1);
+    const std::int32_t elements = detail::elementsTold(starts, mRows);
+    auto A = info.GetDoubleArray("_A");
+    auto values = takeBlock<double>(A, elements);
+    auto JA = info.GetInt32Array("_JA");
+    auto columns = takeBlock<std::int32_t>(JA, elements);
+    detail::requireForeignColumns(starts, columns, mRows, mCols);
+    setArrays(elements, std::move(values), std::move(starts), std::move(columns));
+}
+
+} // namespace Velmar::Lintrix

@@ -1,0 +1,44 @@
+// What the fuzzer searches, swept once from a seed.
+
+#include "fuzz/pardiso_check.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <random>
+#include <vector>
+
+using namespace Velmar::Lintrix::fuzzing;
+
+namespace {
+
+std::vector<std::uint8_t> randomBytes(std::mt19937& random)
+{
+    std::vector<std::uint8_t> bytes(512);
+    for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
+    return bytes;
+}
+
+TEST(PardisoCheck, AnswersACodeWhateverTheArraysHold)
+{
+    std::mt19937 random(2017);
+    for (int k = 0; k < 3000; ++k) checkPardisoOnce(randomBytes(random));
+}
+
+TEST(PardisoCheck, SweepReachesTheAnalysisAndItsFailures)
+{
+    std::mt19937 random(2017);
+    std::map<int, int> answers;
+    for (int k = 0; k < 3000; ++k) {
+        const auto data = randomBytes(random);
+        Bytes bytes{data};
+        PardisoCase call(bytes);
+        ++answers[call.run(11)];
+        call.iparm[11] = 0;
+        call.run(-1);
+    }
+    for (const int expected : {0, -1, -3, -6, -9}) EXPECT_GT(answers[expected], 0) << expected;
+}
+
+} // namespace
