@@ -29,7 +29,7 @@ enum class SolvePart : int {
 
 /// Solves op(A) X = B. Between its parts, vectors stand in elimination order and scaled.
 template <class T>
-class DirectSolve {
+class LINTRIX_TESTABLE DirectSolve {
 public:
     /// `work` has workSize() elements and belongs to this alone.
     DirectSolve(const StoredFactor<T>& factor, const SystemFrame& frame, bool transposed, int threads,
@@ -41,7 +41,7 @@ public:
 
     /// `b` and `x` are n x count, column after column, and may be the same. Several right-hand sides are
     /// dealt out to the threads in blocks, each of which passes over the factor once.
-    LINTRIX_TESTABLE void solve(const T* b, T* x, int count, SolvePart part = SolvePart::All) const;
+    void solve(const T* b, T* x, int count, SolvePart part = SolvePart::All) const;
 
 private:
     void solveBlock(const T* b, T* x, int count, SolvePart part, T* cells, T* work) const;

@@ -34,7 +34,7 @@ struct CallersMatrix {
 /// array of its own, and the arrays are added in the order of the slices: for a given number of threads the
 /// bits are always the same.
 template <class T>
-class SparseOperator {
+class LINTRIX_TESTABLE SparseOperator {
 public:
     /// 80 bits, real or complex.
     using Extended = std::conditional_t<kIsComplex<T>, std::complex<long double>, long double>;
@@ -52,11 +52,11 @@ public:
     }
 
     /// Y := op(A)*X.
-    LINTRIX_TESTABLE void multiply(const T* x, T* y, int count) const;
+    void multiply(const T* x, T* y, int count) const;
     /// R := B - op(A)*X.
-    LINTRIX_TESTABLE void residual(const T* b, const T* x, T* r, int count) const;
+    void residual(const T* b, const T* x, T* r, int count) const;
     /// The same with each row summed up in 80-bit precision and rounded once, at the end.
-    LINTRIX_TESTABLE void extendedResidual(const T* b, const T* x, T* r, int count) const;
+    void extendedResidual(const T* b, const T* x, T* r, int count) const;
 
 private:
     template <class Sum, class Finish>
