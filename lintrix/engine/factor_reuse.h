@@ -20,9 +20,6 @@ struct FactorQuestion {
 /// never replaces a factor.
 LINTRIX_TESTABLE bool needsFactor(const FactorQuestion& question) noexcept;
 
-/// The budget that a factorization leaves: too small for the next phase 23 to go without one.
-inline constexpr int kBudgetAfterFactor = 4;
-
 /// Iterations at most, and where slow convergence is judged.
 struct IterationBudget {
     int most;

@@ -127,8 +127,8 @@ private:
         if (unsymmetric()) std::fill_n(u, std::ptrdiff_t{height - width} * width, T(0));
         const EntryMaps& maps = plan_.maps;
         for (int k = maps.firstEntry[J]; k < maps.firstEntry[J + 1]; ++k) {
-            const T value = values_[maps.source[k]];
             const int place = maps.place[k];
+            const T value = scaled(values_[maps.source[k]], J, place);
             if (place >= 0) {
                 l[place] = value;
             } else {
@@ -137,6 +137,19 @@ private:
         }
         const std::span<const int> rows = structure_.rowsOf(J);
         for (int i = 0; i < height; ++i) indexOf_[rows[i]] = i;
+    }
+
+    // The entry that goes to `place` in the panels of J.
+    T scaled(T value, int J, int place) const
+    {
+        if (plan_.scaling.row.empty()) return value;
+        const bool inU = place < 0 && unsymmetric(); // a mirrored entry's factors are the same ones
+        const int cell = place < 0 ? ~place : place;
+        const int ld = structure_.height(J) - (inU ? structure_.width(J) : 0);
+        const int fromList = (inU ? structure_.rowsBelow(J) : structure_.rowsOf(J))[cell % ld];
+        const int inBlock = structure_.starts[J] + cell / ld;
+        const int row = inU ? inBlock : fromList, column = inU ? fromList : inBlock;
+        return scaledBy(value, plan_.scaling.column[column], plan_.scaling.row[row]);
     }
 
     // J loses the product of descendant K's rows with K's rows that are columns of J.
@@ -248,6 +261,7 @@ private:
         int info = 0;
         lapack::potrf('L', width, block, height, info);
         if (info > 0) return failAt(J, info);
+        pivots_.positive += width;
         solveFromRight(kComplex ? RightFactor::LowerAdjoint : RightFactor::LowerTransposed, block, height,
                        width, block + width, height, height - width);
         return true;

@@ -29,6 +29,12 @@ inline constexpr bool isUnsymmetric(Method method) noexcept
     return method == Method::RowPivoting || method == Method::CompletePivoting;
 }
 
+/// Factors of rows and columns by position of the elimination order: entry (i, j) enters as
+/// row[i]*a*column[j]. Both empty: entries enter as they are.
+struct EntryScaling {
+    std::span<const double> row, column;
+};
+
 /// What analysis has left for the factorization.
 struct FactorPlan {
     FactorStructure structure;
@@ -39,6 +45,7 @@ struct FactorPlan {
     std::span<const PositionRange> runs; ///< of supernodes, in the order in which threads take them
     FactorSizes sizes;
     int threads;
+    EntryScaling scaling;
 };
 
 struct FactorRules {
@@ -61,7 +68,7 @@ struct FactorResult {
     PivotCounts pivots;
 };
 
-/// Fills the factor from `values`, the entries of A in their order (scaled already, if they are to be).
+/// Fills the factor from `values`, the entries of A in their order.
 ///
 /// Each supernode J: zero its panels; bring A's entries; take the update of each descendant, in the fixed
 /// order of the lists; factor the diagonal block; solve the panels. Threads take runs of supernodes from a

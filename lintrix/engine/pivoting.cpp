@@ -40,7 +40,8 @@ T sufficient(T value, RealOf<T> eps, PivotCounts& counts)
 template <class T>
 RealOf<T> threshold(double eps, double standard)
 {
-    return static_cast<RealOf<T>>(eps == 0.0 ? standard : std::abs(eps));
+    const auto told = static_cast<RealOf<T>>(std::abs(eps)); // 0, too, where T does not hold it
+    return told == 0 ? static_cast<RealOf<T>>(standard) : told;
 }
 
 struct Place {

@@ -13,7 +13,8 @@ namespace Velmar::Lintrix::detail::engine {
 
 struct PivotCounts {
     int perturbed = 0;
-    int positive = 0, negative = 0; ///< signs of D in L*D*L'; not counted for LU and for complex symmetric
+    int positive = 0,
+        negative = 0; ///< signs of D in L*D*L' and L*L'; not counted for LU and complex symmetric
 
     PivotCounts& operator+=(const PivotCounts& other) noexcept
     {

@@ -55,6 +55,19 @@ inline RealOf<T> magnitude(T value) noexcept
     }
 }
 
+/// value*first*second, in double precision on the way, where no factor is out of range.
+template <class T>
+inline T scaledBy(T value, double first, double second) noexcept
+{
+    using R = RealOf<T>;
+    if constexpr (kIsComplex<T>) {
+        return {static_cast<R>(static_cast<double>(value.real()) * first * second),
+                static_cast<R>(static_cast<double>(value.imag()) * first * second)};
+    } else {
+        return static_cast<R>(static_cast<double>(value) * first * second);
+    }
+}
+
 /// x*y by the school rule, without the library's care for infinities.
 template <class T>
 inline T product(T x, T y) noexcept

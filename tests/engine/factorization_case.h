@@ -88,7 +88,7 @@ private:
 template <class T>
 struct FactorizationCase {
     FactorizationCase(const Graph& graph, const TestMatrix<T>& matrix, FactorRules given, int panelWidth,
-                      int threads)
+                      int team)
         : rules(given),
           p(graph, randomOrdering(graph.vertices(), 5), panelWidth, isUnsymmetric(given.method)), A(matrix)
     {
@@ -104,18 +104,25 @@ struct FactorizationCase {
         listDescendants(s, {listStarts, list});
         runs.resize(static_cast<std::size_t>(s.supernodes()));
         std::vector<double> work(runs.size());
-        runs.resize(static_cast<std::size_t>(dealOutSubtrees(s, threads, work, runs)));
+        runs.resize(static_cast<std::size_t>(dealOutSubtrees(s, team, work, runs)));
         lower.resize(static_cast<std::size_t>(p.sizes.lower));
         upper.resize(static_cast<std::size_t>(p.sizes.upper));
         rowExchange.resize(n);
         columnExchange.resize(n);
-        this->threads = threads;
+        threads = team;
     }
 
     FactorPlan plan()
     {
-        return {p.structure(),      p.lowerStarts, p.upperStarts, {firstEntry, source, place},
-                {listStarts, list}, runs,          p.sizes,       threads};
+        return {p.structure(),
+                p.lowerStarts,
+                p.upperStarts,
+                {firstEntry, source, place},
+                {listStarts, list},
+                runs,
+                p.sizes,
+                threads,
+                {}};
     }
     Factor<T> factor() { return {lower.data(), upper.data(), rowExchange.data(), columnExchange.data()}; }
 
