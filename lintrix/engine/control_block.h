@@ -63,11 +63,13 @@ enum class Word : int {
 
 /// 64-bit numbers, each in two words of the integer run.
 enum class WideWord : int {
-    FactorRowIndices = 60, ///< length of the row lists
-    LowerElements = 62,    ///< of all L panels
-    UpperElements = 64,    ///< of all U panels, 1 in symmetric storage
-    LowerNonZeros = 66,    ///< entries of L
-    LargestUpdate = 68,    ///< cells of the largest update of one supernode
+    FactorRowIndices = 60,   ///< length of the row lists
+    LowerElements = 62,      ///< of all L panels
+    UpperElements = 64,      ///< of all U panels, 1 in symmetric storage
+    LowerNonZeros = 66,      ///< entries of L
+    LargestUpdate = 68,      ///< cells of the largest update of one supernode
+    RealWorkBytes = 70,      ///< of the block in pt[9]
+    IterationWorkBytes = 72, ///< of the block in pt[10]
 };
 static_assert(static_cast<int>(Word::Last_) <= static_cast<int>(WideWord::FactorRowIndices));
 
@@ -79,8 +81,9 @@ enum class Real : int {
     Divergence = 12, ///< the bound at which the iterative path gives up
     Ten = 13,
     One = 14,
-    Operations = 15, ///< floating-point operations of the factorization
-    Norm = 16,       ///< of A, 0 when none was computed
+    Operations = 15,    ///< floating-point operations of the factorization
+    Norm = 16,          ///< of A, 0 when none was computed
+    FactorSeconds = 17, ///< of the last numeric factorization
 };
 
 /// Integer arrays, laid out by offset inside the blocks of the handle.
@@ -147,6 +150,7 @@ public:
         for (int word = static_cast<int>(Word::MappedEntries); word < kWords; ++word) words_[word] = 0;
         (*this)[Real::Operations] = 0.;
         (*this)[Real::Norm] = 0.;
+        (*this)[Real::FactorSeconds] = 0.;
         for (int& offset : offsets_) offset = kUnset;
     }
     void store(const Timers& timers) noexcept
