@@ -168,6 +168,19 @@ TEST(SparseMatrixText, AnyMatrixMarkedSymmetricPrintsAsItemReadsIt)
     }
 }
 
+TEST(SparseMatrixText, AMatrixWithoutColumnsFailsAtItsLastColumnAndOneWithoutRowsIsItsEnd)
+{
+    if (detail::kHardened) return; // sizes below 1 are refused when they are set
+    for (const int cols : {0, -1, INT32_MIN}) {
+        SparseMatrix A = diagonal();
+        A.Cols(cols);
+        expectFailure<IndexOutOfBoundsException>([&] { A.ToString(); }, "Column index exceeds matrix size.");
+    }
+    SparseMatrix A = diagonal();
+    A.Rows(0);
+    EXPECT_EQ(A.ToString(), " |\n");
+}
+
 TEST(SparseMatrixText, ATallMatrixMarkedSymmetricFailsAtTheFirstElementWithoutMirrorImage)
 {
     SparseMatrix A(3, 2);
