@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include <omp.h>
 
@@ -11,43 +12,40 @@ namespace Velmar::Lintrix::detail {
 
 namespace {
 
-// Below this many cells a thread, meeting after each column costs more than the second thread gives.
-constexpr int kCellsPerThread = 4 * KrylovBasis::kChunk;
+constexpr int kLanes = KrylovBasis::kLanes;
+constexpr std::int64_t kChunk = KrylovBasis::kChunk;
+constexpr int kCacheLine = 64;
 
-// One form for each instruction set, chosen when the library is loaded. All forms give the same bits: the
-// lanes are fixed, and nothing is contracted. Sanitizers come too late for such functions.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define LINTRIX_VECTOR_FORMS
-#elif defined(__clang__)
+// Below this many cells a thread, meeting after each column costs more than another thread gives.
+constexpr int kCellsPerThread = 8192;
+
+// One form for each instruction set, chosen when the library is loaded. All give the same bits, since the
+// lanes are fixed and nothing is contracted. Not under the sanitizers, which wake later than that.
+#if defined(__clang__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define LINTRIX_VECTOR_FORMS
 #else
-#define LINTRIX_VECTOR_FORMS __attribute__((target_clones("default", "avx2", "avx512f")))
+#define LINTRIX_VECTOR_FORMS [[gnu::target_clones("default", "avx2", "avx512f")]]
 #endif
 
-constexpr int kLanes = KrylovBasis::kLanes;
-
-/// The sum of term(0), ..., term(count-1), each added to lane i mod kLanes, and the lanes in pairs.
+/// The sum of term(0), ..., term(count-1), term i in lane i mod kLanes; `count` is a multiple of kLanes.
 template <class Term>
-[[gnu::always_inline]] inline double laneSum(int count, Term term)
+[[gnu::always_inline]] inline double laneSum(std::int64_t count, Term term)
 {
     double lanes[kLanes] = {};
-    int i = 0;
-    for (; i + kLanes <= count; i += kLanes) {
+    for (std::int64_t i = 0; i < count; i += kLanes) {
         for (int l = 0; l < kLanes; ++l) lanes[l] += term(i + l);
     }
-    for (int l = 0; i < count; ++i, ++l) lanes[l] += term(i);
-    for (int half = kLanes / 2; half > 0; half /= 2) {
-        for (int l = 0; l < half; ++l) lanes[l] += lanes[l + half];
-    }
-    return lanes[0];
+    for (int l = 0; l < 8; ++l) lanes[l] += lanes[l + 8];
+    for (int l = 0; l < 4; ++l) lanes[l] += lanes[l + 4];
+    return (lanes[0] + lanes[2]) + (lanes[1] + lanes[3]);
 }
 
 /// w := w - c*x; returns w.y
 LINTRIX_VECTOR_FORMS
-double subtractThenDot(int count, double* __restrict w, double c, const double* __restrict x,
+double subtractThenDot(std::int64_t count, double* __restrict w, double c, const double* __restrict x,
                        const double* __restrict y)
 {
-    return laneSum(count, [=](int i) {
+    return laneSum(count, [=](std::int64_t i) {
         const double value = w[i] - c * x[i];
         w[i] = value;
         return value * y[i];
@@ -56,9 +54,9 @@ double subtractThenDot(int count, double* __restrict w, double c, const double* 
 
 /// w := w - c*x; returns w.w
 LINTRIX_VECTOR_FORMS
-double subtractThenSquare(int count, double* __restrict w, double c, const double* __restrict x)
+double subtractThenSquare(std::int64_t count, double* __restrict w, double c, const double* __restrict x)
 {
-    return laneSum(count, [=](int i) {
+    return laneSum(count, [=](std::int64_t i) {
         const double value = w[i] - c * x[i];
         w[i] = value;
         return value * value;
@@ -66,106 +64,128 @@ double subtractThenSquare(int count, double* __restrict w, double c, const doubl
 }
 
 LINTRIX_VECTOR_FORMS
-double square(int count, const double* w)
+double square(std::int64_t count, const double* w)
 {
-    return laneSum(count, [=](int i) { return w[i] * w[i]; });
+    return laneSum(count, [=](std::int64_t i) { return w[i] * w[i]; });
 }
 
-int chunksOf(std::int32_t length)
+std::int32_t chunksOf(std::int32_t stride)
 {
-    return (length + KrylovBasis::kChunk - 1) / KrylovBasis::kChunk;
+    return static_cast<std::int32_t>((stride + kChunk - 1) / kChunk);
 }
 
-/// The chunks of one thread of a team, and how the team sums over all of them.
-class Share {
+double* atCacheLine(double* cells)
+{
+    const auto address = reinterpret_cast<std::uintptr_t>(cells);
+    return cells + (kCacheLine - address % kCacheLine) % kCacheLine / sizeof(double);
+}
+
+/// What one thread of a team does: its chunks of the vectors, and how the team sums over all chunks.
+class Member {
 public:
-    /// Called inside a parallel region. `sums` has room for two sums a chunk.
-    Share(std::int32_t length, double* sums)
-        : length_(length), chunks_(chunksOf(length)),
-          first_(static_cast<int>(std::int64_t{chunks_} * omp_get_thread_num() / omp_get_num_threads())),
-          last_(static_cast<int>(std::int64_t{chunks_} * (omp_get_thread_num() + 1) / omp_get_num_threads())),
-          sums_(sums)
+    /// `sums` has room for two sums a chunk.
+    Member(std::int32_t stride, double* sums, int thread, int threads)
+        : stride_(stride), chunks_(chunksOf(stride)),
+          first_(static_cast<int>(std::int64_t{chunks_} * thread / threads)),
+          last_(static_cast<int>(std::int64_t{chunks_} * (thread + 1) / threads)), sums_(sums)
     {
     }
 
-    /// The sum over all chunks of work(offset, count), in their order and the same in each thread. Every
-    /// thread calls it; the set of sums changes from call to call, so that one meeting is enough.
+    /// The sum over all chunks of work(offset, count), in their order, the same in each thread. Every thread
+    /// calls it. The set of sums changes from call to call, so that one meeting is enough; the own chunks are
+    /// gone through up and down in turn, so that what was touched last is still in the cache.
     template <class Work>
     double sum(Work work)
     {
-        double* const sums = sums_ + (turn_ ? chunks_ : 0);
-        turn_ = !turn_;
-        for (int chunk = first_; chunk < last_; ++chunk) sums[chunk] = work(offset(chunk), count(chunk));
+        double* const sums = sums_ + (downwards_ ? chunks_ : 0);
+        for (int step = first_; step < last_; ++step) {
+            const int chunk = downwards_ ? first_ + last_ - 1 - step : step;
+            sums[chunk] = work(begin(chunk), begin(chunk + 1) - begin(chunk));
+        }
+        downwards_ = !downwards_;
 #pragma omp barrier
         double total = sums[0];
         for (int chunk = 1; chunk < chunks_; ++chunk) total += sums[chunk];
         return total;
     }
 
-    void scale(double* w, double factor) const
+    /// The first `length` cells of w, the own ones of them, times `factor`.
+    void scale(double* w, std::int64_t length, double factor) const
     {
-        const std::int64_t end = std::min(offset(last_), std::int64_t{length_});
-        for (std::int64_t i = offset(first_); i < end; ++i) w[i] *= factor;
+        const std::int64_t end = std::min(begin(last_), length);
+        for (std::int64_t i = begin(first_); i < end; ++i) w[i] *= factor;
     }
 
 private:
-    static std::int64_t offset(int chunk)
+    std::int64_t begin(int chunk) const
     {
-        return std::int64_t{chunk} * KrylovBasis::kChunk;
-    }
-    int count(int chunk) const
-    {
-        return static_cast<int>(std::min<std::int64_t>(KrylovBasis::kChunk, length_ - offset(chunk)));
+        return std::min<std::int64_t>(chunk * kChunk, stride_);
     }
 
-    std::int32_t length_;
+    std::int32_t stride_;
     int chunks_, first_, last_;
     double* sums_;
-    bool turn_ = false;
+    bool downwards_ = false;
 };
+
+/// ||w - c*q(j-1) - ...||^2 as told at KrylovBasis::orthonormalize.
+double orthogonalize(const KrylovBasis& basis, std::int32_t j, double c, Member& member)
+{
+    double* const w = basis.column(j);
+    if (j == 0) return member.sum([=](std::int64_t at, std::int64_t count) { return square(count, w + at); });
+    const double* q = basis.column(j - 1); // subtracted next, c times
+    for (std::int32_t i = 0; i + 1 < j; ++i) {
+        const double* const next = basis.column(i);
+        c = member.sum([=](std::int64_t at, std::int64_t count) {
+            return subtractThenDot(count, w + at, c, q + at, next + at);
+        });
+        q = next;
+    }
+    return member.sum(
+        [=](std::int64_t at, std::int64_t count) { return subtractThenSquare(count, w + at, c, q + at); });
+}
 
 } // namespace
 
 KrylovBasis::KrylovBasis(std::int32_t length, std::int32_t columns)
-    : length_(length), cells_(std::int64_t{length} * columns), chunkSums_(std::int64_t{2} * chunksOf(length))
+    : length_(length), stride_((length + kLanes - 1) / kLanes * kLanes), cells_(cellsFor(columns)),
+      first_(atCacheLine(cells_.get())), chunkSums_(std::int64_t{2} * chunksOf(stride_))
 {
+}
+
+std::int64_t KrylovBasis::cellsFor(std::int32_t columns) const noexcept
+{
+    return std::int64_t{stride_} * columns + kCacheLine / static_cast<int>(sizeof(double));
 }
 
 void KrylovBasis::resize(std::int32_t columns)
 {
-    cells_.resize(std::int64_t{length_} * columns);
+    const std::int64_t offset = first_ - cells_.get();
+    const std::int64_t kept = cells_.cells() - offset;
+    cells_.resize(cellsFor(columns));
+    first_ = atCacheLine(cells_.get());
+    const double* const moved = cells_.get() + offset; // where the contents came to lie
+    if (first_ != moved) std::memmove(first_, moved, static_cast<std::size_t>(kept) * sizeof(double));
 }
 
 double KrylovBasis::orthonormalize(std::int32_t j, double c) const noexcept
 {
     double* const w = column(j);
+    std::fill(w + length_, w + stride_, 0.0);
     double norm = 0.0;
+    const auto work = [&](int thread, int threads) {
+        Member member(stride_, chunkSums_.get(), thread, threads);
+        const double length = std::sqrt(orthogonalize(*this, j, c, member));
+        member.scale(w, length_, 1.0 / length);
+        if (thread == 0) norm = length;
+    };
     const int threads = std::clamp(length_ / kCellsPerThread, 1, domainThreads(Domain::Blas));
-#pragma omp parallel num_threads(threads)
-    {
-        Share mine(length_, chunkSums_.get());
-        double squared = 0.0;
-        if (j == 0) {
-            squared = mine.sum([&](std::int64_t at, int count) { return square(count, w + at); });
-        } else {
-            double coefficient = c;
-            const double* q = column(j - 1); // what is subtracted next, `coefficient` times
-            for (std::int32_t i = 0; i + 1 < j; ++i) {
-                const double* const next = column(i);
-                coefficient = mine.sum([&](std::int64_t at, int count) {
-                    return subtractThenDot(count, w + at, coefficient, q + at, next + at);
-                });
-                q = next;
-            }
-            squared = mine.sum([&](std::int64_t at, int count) {
-                return subtractThenSquare(count, w + at, coefficient, q + at);
-            });
-        }
-        const double length = std::sqrt(squared);
-        mine.scale(w, 1.0 / length);
-#pragma omp master
-        norm = length;
+    if (threads == 1) {
+        work(0, 1);
+        return norm;
     }
+#pragma omp parallel num_threads(threads)
+    work(omp_get_thread_num(), omp_get_num_threads());
     return norm;
 }
 

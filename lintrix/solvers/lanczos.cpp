@@ -130,8 +130,9 @@ void LanczosRun::solve()
     betas_[target_] = 0.0;
     std::fill_n(right_.column(target_), n, 0.0);
     const BidiagonalSvd B(b, alphas_.get(), betas_.get(), values_.get());
-    blas::gemm('N', 'N', m, k, b, 1.0, left_.cells(), m, B.left.get(), b, 0.0, results_.U, m);
-    blas::gemm('N', 'T', n, k, b, 1.0, right_.cells(), n, B.rightTrans.get(), b, 0.0, results_.V, n);
+    blas::gemm('N', 'N', m, k, b, 1.0, left_.column(0), left_.stride(), B.left.get(), b, 0.0, results_.U, m);
+    blas::gemm('N', 'T', n, k, b, 1.0, right_.column(0), right_.stride(), B.rightTrans.get(), b, 0.0,
+               results_.V, n);
 }
 
 // ||v - A'*u/s|| of the k-th triplet, the last to settle. Absolute: both terms have about length one.
