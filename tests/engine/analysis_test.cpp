@@ -92,7 +92,7 @@ void expectSoundStructure(EngineCall& call)
 TEST(Analysis, LeavesAStructureThatHoldsTheMatrix)
 {
     for (const int mtype : {1, 2, -2, 11}) {
-        for (const int ordering : {0, 2, 3}) {
+        for (const int ordering : {0, 1, 2, 3}) {
             for (const int matching : {0, 1}) {
                 SCOPED_TRACE(::testing::Message() << mtype << ' ' << ordering << ' ' << matching);
                 EngineCall call(grid(15, mtype % 2 == 0), mtype);
@@ -123,6 +123,23 @@ TEST(Analysis, WithSeveralThreadsCutsTheOrderIntoPartsAndSeparators)
     const auto ranges = permanent.subgraphs();
     EXPECT_EQ(ranges.front().first, 0);
     EXPECT_EQ(ranges.back().last, call.n - 1);
+}
+
+TEST(Analysis, ByConstrainedMinimumDegreeCutsTheOrderToo)
+{
+    const ThreadSetting setting(4, 0);
+    EngineCall call(grid(30));
+    call.set(2, 1);
+    const auto [error, text] = call.runPrinting(11, 1);
+    ASSERT_EQ(error, 0);
+    expectSoundStructure(call);
+    const ControlBlock& control = Handle(call.pt.data()).control();
+    EXPECT_EQ(control[Word::TwoLevel], 0); // of dissections alone
+    EXPECT_EQ(control[Word::IndependentSubgraphs], control[Word::PartTarget]);
+    EXPECT_EQ(control[Word::Subgraphs], 2 * control[Word::PartTarget] - 1);
+    EXPECT_NE(text.find("< Preprocessing with multiple minimum degree with constraints >\n"
+                        " < with multiple minimum degree on the separator nodes         >\n"),
+              std::string::npos);
 }
 
 TEST(Analysis, WithTheCallersOrderTakesItAsItStands)
