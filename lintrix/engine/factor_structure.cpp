@@ -168,4 +168,17 @@ FactorSizes panelStarts(const FactorStructure& structure, std::span<std::int64_t
     return sizes;
 }
 
+// A supernode is a chain of the tree, so the way up from it is its columns and the way up from its parent,
+// whose number is higher.
+int treeHeight(const FactorStructure& structure, std::span<int> work)
+{
+    int tallest = 0;
+    for (int J = structure.supernodes() - 1; J >= 0; --J) {
+        const int parent = structure.parent(J);
+        work[J] = structure.width(J) + (parent < 0 ? 0 : work[parent]);
+        tallest = std::max(tallest, work[J]);
+    }
+    return tallest;
+}
+
 } // namespace Velmar::Lintrix::detail::engine

@@ -64,12 +64,25 @@ private:
     std::vector<bool> stored_;
 };
 
+/// What elimination of the columns of J leaves behind stands in the parent's columns.
+void expectRowsHandedUp(const FactorStructure& structure, int J)
+{
+    const int parent = structure.parent(J);
+    if (parent < 0) return;
+    const auto rows = structure.rowsBelow(J), above = structure.rowsOf(parent);
+    ASSERT_TRUE(std::ranges::includes(above, rows)) << J;
+}
+
 void expectSoundStructure(EngineCall& call)
 {
     const Handle handle(call.pt.data());
     const PermanentStructure permanent(handle);
     const Ordering ordering = permanent.ordering();
     for (int k = 0; k < call.n; ++k) ASSERT_EQ(ordering.positionOf[ordering.vertexAt[k]], k);
+
+    const auto upper = permanent.upperStarts();
+    EXPECT_EQ(upper.empty(), call.mtype % 2 == 0);
+    for (int J = 0; J < permanent.structure().supernodes(); ++J) expectRowsHandedUp(permanent.structure(), J);
 
     // Every entry of A has its place in the pattern of the factor, and each entry of A is mapped once.
     const FactorPattern pattern(permanent.structure());
@@ -109,11 +122,14 @@ TEST(Analysis, LeavesAStructureThatHoldsTheMatrix)
 TEST(Analysis, WithSeveralThreadsCutsTheOrderIntoPartsAndSeparators)
 {
     const ThreadSetting setting(4, 0);
-    EngineCall call(grid(30));
+    EngineCall call(grid(30)), whole(grid(30));
     call.set(2, 3);
     ASSERT_EQ(call.run(11), 0);
+    ASSERT_EQ(whole.run(11), 0);
     expectSoundStructure(call);
     const ControlBlock& control = Handle(call.pt.data()).control();
+    EXPECT_EQ(control[WideWord::LowerNonZeros],
+              Handle(whole.pt.data()).control()[WideWord::LowerNonZeros]); // parts change no fill
     EXPECT_EQ(control[Word::TwoLevel], 1);
     EXPECT_EQ(control[Word::IndependentSubgraphs], 4);
     EXPECT_EQ(control[Word::Subgraphs], 7);

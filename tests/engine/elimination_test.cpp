@@ -89,6 +89,44 @@ TEST_P(Elimination, ColumnCountsAreThoseOfTheFactorWithAnyNumberOfThreads)
     }
 }
 
+// Two halves that no edge joins and what separates them: each range in postorder, all together not.
+TEST_P(Elimination, ColumnCountsOfAnOrderOfRangesAreThoseOfTheFactor)
+{
+    const OwnedGraph g = grid(9, 2 * (GetParam() % 4) + 3);
+    const int cols = g.view().vertices() / 9, middle = cols / 2;
+    std::vector<int> order;
+    for (const auto& [from, to] : {std::pair{0, middle}, {middle + 1, cols}, {middle, middle + 1}}) {
+        const std::size_t begin = order.size();
+        for (int i = 0; i < 9; ++i) {
+            for (int j = from; j < to; ++j) order.push_back(i * cols + j);
+        }
+        std::shuffle(order.begin() + static_cast<std::ptrdiff_t>(begin), order.end(),
+                     std::mt19937(static_cast<unsigned>(GetParam())));
+    }
+    const int half = 9 * middle;
+    Pipeline p(g.view(), orderingOf(order), 8, false,
+               {{0, half - 1}, {half, 2 * half - 1}, {2 * half, g.view().vertices() - 1}});
+    const auto columns = eliminated(g.view(), p.ordering.view());
+    for (std::size_t j = 0; j < columns.size(); ++j)
+        ASSERT_EQ(p.count[j], static_cast<int>(columns[j].size())) << "column " << j;
+}
+
+TEST(PostorderPositions, OfAPostorderAreTheNodesThemselves)
+{
+    const std::vector<int> parent{2, 2, 6, 5, 5, 6, kRoot};
+    std::vector<int> position(7), work(14);
+    postorderPositions(parent, position, work);
+    EXPECT_EQ(position, (std::vector{0, 1, 2, 3, 4, 5, 6}));
+}
+
+TEST(PostorderPositions, BringSubtreesTogether)
+{
+    const std::vector<int> parent{3, 4, 4, 5, 5, kRoot}; // 0 under 3; 1 and 2 under 4
+    std::vector<int> position(6), work(12);
+    postorderPositions(parent, position, work);
+    EXPECT_EQ(position, (std::vector{0, 2, 3, 1, 4, 5}));
+}
+
 TEST_P(Elimination, APermutedGraphHasSortedLists)
 {
     const OwnedGraph g = graph();
