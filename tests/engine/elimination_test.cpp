@@ -1,5 +1,6 @@
 // Elimination tree, postorder and column counts, held against elimination column by column.
 
+#include "tests/engine/dissection_checks.h"
 #include "tests/engine/symbolic_pipeline.h"
 #include "tests/support/failing_allocator.h"
 
@@ -89,26 +90,19 @@ TEST_P(Elimination, ColumnCountsAreThoseOfTheFactorWithAnyNumberOfThreads)
     }
 }
 
-// Two halves that no edge joins and what separates them: each range in postorder, all together not.
+// Parts and separators are each in postorder, but not all together.
 TEST_P(Elimination, ColumnCountsOfAnOrderOfRangesAreThoseOfTheFactor)
 {
-    const OwnedGraph g = grid(9, 2 * (GetParam() % 4) + 3);
-    const int cols = g.view().vertices() / 9, middle = cols / 2;
-    std::vector<int> order;
-    for (const auto& [from, to] : {std::pair{0, middle}, {middle + 1, cols}, {middle, middle + 1}}) {
-        const std::size_t begin = order.size();
-        for (int i = 0; i < 9; ++i) {
-            for (int j = from; j < to; ++j) order.push_back(i * cols + j);
-        }
-        std::shuffle(order.begin() + static_cast<std::ptrdiff_t>(begin), order.end(),
-                     std::mt19937(static_cast<unsigned>(GetParam())));
+    const OwnedGraph g = graph();
+    for (const int parts : {2, 4, 8}) {
+        const Dissection cut = dissected(g.view(), parts);
+        if (!cut.list.wellFormed()) continue; // a tree that does not branch
+        const auto ranges = cut.list.ranges();
+        Pipeline p(g.view(), cut.ordering, 8, false, {ranges.begin(), ranges.end()});
+        const auto columns = eliminated(g.view(), p.ordering.view());
+        for (std::size_t j = 0; j < columns.size(); ++j)
+            ASSERT_EQ(p.count[j], static_cast<int>(columns[j].size())) << "column " << j << ", " << parts;
     }
-    const int half = 9 * middle;
-    Pipeline p(g.view(), orderingOf(order), 8, false,
-               {{0, half - 1}, {half, 2 * half - 1}, {2 * half, g.view().vertices() - 1}});
-    const auto columns = eliminated(g.view(), p.ordering.view());
-    for (std::size_t j = 0; j < columns.size(); ++j)
-        ASSERT_EQ(p.count[j], static_cast<int>(columns[j].size())) << "column " << j;
 }
 
 TEST(PostorderPositions, OfAPostorderAreTheNodesThemselves)
