@@ -112,7 +112,9 @@ int runAnalyse(const AnalyseOptions& options)
     progress.erase();
 
     Drawing drawing;
-    if (!system.matrix().isDiagonal())
+    if (system.matrix().isDiagonal())
+        drawing.offer(system, {}); // it is its own factor
+    else
         orderInTurn(system, options.ordering, report, picture ? &drawing : nullptr, progress);
     if (picture && drawing.grid()) {
         writePicture(*drawing.grid(), options.plot, *picture);

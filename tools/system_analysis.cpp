@@ -85,6 +85,7 @@ PatternGrid SystemAnalysis::factorPattern(int side) const
 {
     const bool withU = matrix_.mtype % 2 != 0;
     PatternGrid grid(matrix_.n(), matrix_.n(), side, side);
+    for (std::int32_t i = 0; matrix_.isDiagonal() && i < matrix_.n(); ++i) grid.add(i, i);
     const AnalysisView view(pt_.data());
     for (std::int32_t J = 0; J < view.Supernodes(); ++J) {
         const Supernode supernode = view.SupernodeAt(J);
