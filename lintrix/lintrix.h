@@ -10,6 +10,7 @@
 #include <lintrix/decompositions/sym_eigen.h>
 #include <lintrix/dense/matrix.h>
 #include <lintrix/dense/vector.h>
+#include <lintrix/engine/analysis_summary.h>
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/foundation/archive.h>
 #include <lintrix/foundation/archive_stream.h>

@@ -1,8 +1,10 @@
 // The `lintrix` command: arguments in, exit code out. 0 done, 1 a numeric failure, 2 usage or bad input.
 
+#include <tools/analyse_command.h>
 #include <tools/info_command.h>
 #include <tools/input_error.h>
 #include <tools/output_file.h>
+#include <tools/picture.h>
 #include <tools/solve_command.h>
 #include <tools/text.h>
 
@@ -71,6 +73,22 @@ std::string faultOfThreads(const std::string& word)
     return sound ? "" : tools::inQuotes(word) + " is not a whole number from 1 to 2147483647";
 }
 
+void addThreads(CLI::App& command)
+{
+    command
+        .add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
+                                  "Threads to use, at least 1")
+        ->type_name("N")
+        ->check(CLI::Validator(faultOfThreads, ""));
+}
+
+void addPlot(CLI::App& command, std::string& file, const std::string& description)
+{
+    command.add_option("--plot", file, description)
+        ->type_name("FILE")
+        ->check(CLI::Validator([](const std::string& name) { return tools::faultOfPlot(name); }, ""));
+}
+
 void addSolve(CLI::App& app, tools::SolveOptions& options)
 {
     CLI::App* solve = app.add_subcommand("solve", "Solve the linear system A*x = b");
@@ -81,11 +99,7 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
         ->type_name("FILE");
     solve->add_option("--out", options.out, "File for the solution, a Matrix Market array")
         ->type_name("FILE");
-    solve
-        ->add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
-                                   "Threads to use, at least 1")
-        ->type_name("N")
-        ->check(CLI::Validator(faultOfThreads, ""));
+    addThreads(*solve);
     solve->add_flag("--json", options.json, "Report on one line of JSON");
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
@@ -99,13 +113,28 @@ void addInfo(CLI::App& app, tools::InfoOptions& options)
     info->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
         ->type_name("")
         ->required();
-    info->add_option("--plot", options.plot, "Draw the pattern into FILE.png or FILE.svg")
-        ->type_name("FILE")
-        ->check(CLI::Validator([](const std::string& file) { return tools::faultOfPlot(file); }, ""));
+    addPlot(*info, options.plot, "Draw the pattern into FILE.png or FILE.svg");
     info->add_flag("--json", options.json, "Report on one line of JSON, without the sketch");
     info->footer(
         "Rank and extreme singular values are told of small matrices: at most 1000 rows or columns.\n"
         "Exit code: 0 told, 1 the singular values did not converge, 2 usage or bad input.");
+}
+
+void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
+{
+    CLI::App* analyse = app.add_subcommand("analyse", "Tell what the sparse direct solver makes of a matrix");
+    analyse->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
+        ->type_name("")
+        ->required();
+    analyse->add_option("--ordering", options.ordering, "One ordering instead of all")
+        ->type_name("NAME")
+        ->check(CLI::Validator([](const std::string& name) { return tools::faultOfOrdering(name); }, ""));
+    addPlot(*analyse, options.plot, "Draw the factor of least fill into FILE.png or FILE.svg");
+    addThreads(*analyse);
+    analyse->add_flag("--json", options.json, "Report on one line of JSON");
+    analyse->footer(
+        "Orderings: minimum-degree, constrained (with parts), dissection, parallel (with parts), natural.\n"
+        "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
 }
 
 /// Help and version, wanted and printed, are no errors; the rest is wrong usage.
@@ -134,11 +163,14 @@ int run(int argc, char** argv)
     addSolve(app, solveOptions);
     tools::InfoOptions infoOptions;
     addInfo(app, infoOptions);
+    tools::AnalyseOptions analyseOptions;
+    addAnalyse(app, analyseOptions);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return answerParseError(app, error);
     }
+    if (app.got_subcommand("analyse")) return tools::runAnalyse(analyseOptions);
     return app.got_subcommand("info") ? tools::runInfo(infoOptions) : tools::runSolve(solveOptions);
 }
 

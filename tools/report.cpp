@@ -37,16 +37,6 @@ std::size_t utf8Length(std::string_view text)
     return 0;
 }
 
-std::string jsonNumber(std::optional<double> value)
-{
-    return value && std::isfinite(*value) ? fmt::format("{}", *value) : "null";
-}
-
-std::string line(std::string_view label, std::string_view text)
-{
-    return fmt::format("{:<17} {}\n", label, text);
-}
-
 std::string errorInWords(const SolveReport& report)
 {
     if (report.maxError) return fmt::format("{:.3e}", *report.maxError);
@@ -101,6 +91,16 @@ std::string asJson(const SolveReport& report)
                        jsonString(report.road), seconds, report.seconds.total(), jsonNumber(report.residual),
                        jsonNumber(report.normalResidual), jsonNumber(report.maxError),
                        jsonNumber(report.probeError), jsonString(report.status));
+}
+
+std::string line(std::string_view label, std::string_view text)
+{
+    return fmt::format("{:<17} {}\n", label, text);
+}
+
+std::string jsonNumber(std::optional<double> value)
+{
+    return value && std::isfinite(*value) ? fmt::format("{}", *value) : "null";
 }
 
 std::string jsonString(std::string_view text)

@@ -115,12 +115,6 @@ void write(const Matrix& X, OutputFile& out)
     out.close();
 }
 
-void print(const std::string& text)
-{
-    if (!writeAll(STDOUT_FILENO, text))
-        throw InputError("standard output", "cannot be written: " + systemError());
-}
-
 } // namespace
 
 int runSolve(const SolveOptions& options)
@@ -143,7 +137,7 @@ int runSolve(const SolveOptions& options)
     if (out && solved) write(*answer.x, *out);
     report.seconds.finish("write");
 
-    print(options.json ? asJson(report) : asText(report));
+    writeReport(options.json ? asJson(report) : asText(report));
     if (!solved) {
         tell(fmt::format("{}: {}", report.matrix, explain(answer, system.A, quality)));
         return 1;

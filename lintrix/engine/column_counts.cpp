@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/elimination_tree.h>
 #include <lintrix/engine/memory.h>
+#include <lintrix/engine/postorder.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -10,15 +11,26 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-// The first node, in postorder, of each node's subtree.
-void firstDescendants(std::span<const int> parent, std::span<int> first)
-{
-    const auto n = static_cast<int>(parent.size());
-    for (int j = 0; j < n; ++j) first[j] = j;
-    for (int j = 0; j < n; ++j) {
-        if (parent[j] != kRoot) first[parent[j]] = std::min(first[parent[j]], first[j]);
+// The columns in postorder. `first[j]` is the place of the first node of the subtree of j.
+struct Postorder {
+    static constexpr int kArrays = 3;
+
+    Postorder(std::span<const int> parent, std::span<int> work)
+        : column(work.first(parent.size())), first(work.subspan(parent.size(), parent.size()))
+    {
+        const std::span<int> position = work.last(parent.size());
+        postorderPositions(parent, position, work.first(2 * parent.size()));
+        for (int j = 0; j < static_cast<int>(parent.size()); ++j) {
+            column[position[j]] = j;
+            first[j] = position[j];
+        }
+        for (std::size_t j = 0; j < parent.size(); ++j) {
+            if (parent[j] != kRoot) first[parent[j]] = std::min(first[parent[j]], first[j]);
+        }
     }
-}
+
+    std::span<int> column, first;
+};
 
 // What one thread needs: the leaves found for its rows, and disjoint sets over the whole tree.
 struct RowSubtrees {
@@ -50,7 +62,7 @@ struct RowSubtrees {
         lastFirst[row] = firstOfColumn;
     }
 
-    void count(const Graph& graph, std::span<const int> parent, std::span<const int> first, int lowest,
+    void count(const Graph& graph, std::span<const int> parent, const Postorder& postorder, int lowest,
                int highest)
     {
         const auto n = static_cast<int>(parent.size());
@@ -59,12 +71,12 @@ struct RowSubtrees {
             delta[j] = 0;
             lastLeaf[j] = lastFirst[j] = kRoot;
         }
-        for (int j = 0; j < n; ++j) {
+        for (const int j : postorder.column) {
             const std::span<const int> rows = graph.of(j);
             const int from = std::max(lowest, j + 1);
             for (auto row = std::lower_bound(rows.begin(), rows.end(), from);
                  row != rows.end() && *row < highest; ++row) {
-                meet(*row, j, first[j]);
+                meet(*row, j, postorder.first[j]);
             }
             if (parent[j] != kRoot) ancestor[j] = parent[j];
         }
@@ -109,22 +121,22 @@ int columnCountThreads(int threads, int n) noexcept
 Failure columnCounts(const Graph& graph, std::span<const int> parent, int threads, std::span<int> count)
 {
     const auto n = static_cast<int>(parent.size());
-    const auto first = Scratch<int>::uninitialised(n);
+    const auto places = Scratch<int>::uninitialised(std::int64_t{Postorder::kArrays} * n);
     threads = columnCountThreads(threads, n);
     auto work = Scratch<int>::uninitialised(std::int64_t{RowSubtrees::kArrays} * threads * n);
     while (!work && threads > 1) {
         threads /= 2;
         work = Scratch<int>::uninitialised(std::int64_t{RowSubtrees::kArrays} * threads * n);
     }
-    if (!first || !work) return outOfMemory(BlockCode::Transient, missingBytes(first, work));
-    firstDescendants(parent, first.span());
+    if (!places || !work) return outOfMemory(BlockCode::Transient, missingBytes(places, work));
+    const Postorder postorder(parent, places.span());
 
     const std::size_t each = static_cast<std::size_t>(RowSubtrees::kArrays) * parent.size();
 #pragma omp parallel for num_threads(threads) schedule(static, 1) if (threads > 1)
     for (int t = 0; t < threads; ++t) {
         const auto bound = [&](int part) { return static_cast<int>(std::int64_t{n} * part / threads); };
         RowSubtrees subtrees(work.span().subspan(each * static_cast<std::size_t>(t), each), n);
-        subtrees.count(graph, parent, first.span(), bound(t), bound(t + 1));
+        subtrees.count(graph, parent, postorder, bound(t), bound(t + 1));
     }
     gather(work.span(), threads, parent, count);
     return {};

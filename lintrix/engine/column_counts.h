@@ -13,8 +13,9 @@ namespace Velmar::Lintrix::detail::engine {
 /// Threads that count columns: at most 16, and so few that 8*threads*n <= 512000000.
 LINTRIX_TESTABLE int columnCountThreads(int threads, int n) noexcept;
 
-/// `count[j]` entries of column j of the factor, the diagonal among them. `graph` is in elimination order
-/// and postordered, `parent` its elimination tree.
+/// `count[j]` entries of column j of the factor, the diagonal among them. `graph` is in elimination order,
+/// `parent` its elimination tree. The columns are visited in postorder, which need not be theirs: parts of a
+/// dissection, each postordered, with the separators behind all of them, are not in postorder together.
 ///
 /// Gilbert, Ng, Peyton, "An efficient algorithm to compute row and column counts for sparse Cholesky
 /// factorization", SIAM J. Matrix Anal. Appl. 15 (1994): column j is a leaf of the row subtree of i if no

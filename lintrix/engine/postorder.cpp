@@ -53,4 +53,10 @@ Failure postorder(std::span<const PositionRange> ranges, std::span<int> parent, 
     return {};
 }
 
+void postorderPositions(std::span<const int> parent, std::span<int> position, std::span<int> work)
+{
+    const PositionRange all{0, static_cast<int>(parent.size()) - 1};
+    numberRange(all, parent, work.first(parent.size()), work.last(parent.size()), position);
+}
+
 } // namespace Velmar::Lintrix::detail::engine
