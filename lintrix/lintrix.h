@@ -20,6 +20,7 @@
 #include <lintrix/services/system_allocator.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/services/version.h>
+#include <lintrix/solvers/sparse_solver.h>
 #include <lintrix/sparse/file_format_exception.h>
 #include <lintrix/sparse/matrix_market.h>
 #include <lintrix/sparse/sparse_assembler.h>

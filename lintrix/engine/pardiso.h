@@ -49,4 +49,26 @@ LINTRIX_EXPORT void pardiso(void* pt[64], const int& maxfct, const int& mnum, co
                             const int& phase, const int& n, const void* a, int* ia, int* ja, int* perm,
                             const int& nrhs, int* iparm, const int& msglvl, void* b, void* x, int& error);
 
+/// Is told how far a numeric factorization has come: `percent` rises from 0 to 100, `text` of `length`
+/// characters names the work. An answer other than 0 stops it: `error` is -4, and the handle can be used
+/// again.
+struct PardisoProgress {
+    int (*step)(void* context, int thread, int percent, const char* text, int length) = nullptr;
+    void* context = nullptr; ///< handed on to `step`
+};
+
+/// While it lives, the calls of `pardiso` that this thread makes are told to `listener`; those of other
+/// threads are not, so that each handle may have a listener of its own. The listener is called by one thread
+/// at a time, which may be one of the engine's, and must not raise.
+class LINTRIX_EXPORT PardisoProgressScope {
+public:
+    explicit PardisoProgressScope(PardisoProgress listener) noexcept;
+    ~PardisoProgressScope();
+    PardisoProgressScope(const PardisoProgressScope&) = delete;
+    PardisoProgressScope& operator=(const PardisoProgressScope&) = delete;
+
+private:
+    PardisoProgress previous_;
+};
+
 } // namespace Velmar::Lintrix
