@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace Velmar::Lintrix {
 
@@ -59,6 +60,15 @@ SparseSolver::SparseSolver(const SparseMatrix& matrix)
     RefinementSteps(2); // by contract 0, as any positive count
     PivotEpsilon(sym ? 1e-08 : 1e-13);
     Compute4();
+}
+
+SparseSolver::SparseSolver(SparseSolver&&) noexcept = default;
+SparseSolver& SparseSolver::operator=(SparseSolver&&) noexcept = default;
+SparseSolver::~SparseSolver() = default;
+
+void SparseSolver::Dispose() noexcept
+{
+    session_.release();
 }
 
 Matrix SparseSolver::Solve(const Matrix& rhnds)
@@ -121,6 +131,16 @@ SolverStatus SparseSolver::Status() const noexcept
 {
     const std::int32_t error = session_.error();
     return error < -5 ? SolverStatus::OtherError : static_cast<SolverStatus>(-error);
+}
+
+void SparseSolver::Progress(ProgressFunction listener) noexcept
+{
+    session_.progress(std::move(listener));
+}
+
+bool SparseSolver::Stopped() const noexcept
+{
+    return session_.stopped();
 }
 
 FillInReducingMethod SparseSolver::FillInReducingMethod() const

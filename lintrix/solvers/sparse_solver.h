@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <utility>
 
 namespace Velmar::Lintrix {
 
@@ -44,9 +43,10 @@ public:
     explicit SparseSolver(const SparseMatrix& matrix);
     SparseSolver(const SparseMatrix&&) = delete; ///< the matrix would not outlive the solver
     /// Takes handle and factors over and leaves the source released.
-    SparseSolver(SparseSolver&&) noexcept = default;
+    SparseSolver(SparseSolver&&) noexcept;
     /// Takes handle and factors over and leaves the source released.
-    SparseSolver& operator=(SparseSolver&&) noexcept = default;
+    SparseSolver& operator=(SparseSolver&&) noexcept;
+    ~SparseSolver();
     /// @}
 
     /// @name Solving
@@ -115,13 +115,13 @@ public:
     /// From the next `Solve` on `listener` is told; an empty one ends it. After a stop `Solve` fails as for
     /// any error in that phase, with `Stopped()` true, and the next one factorizes anew. What the listener
     /// throws stops the run too, and is thrown on by `Solve`.
-    void Progress(ProgressFunction listener) noexcept { session_.progress(std::move(listener)); }
+    void Progress(ProgressFunction listener) noexcept;
     /// Whether the listener ended the last run.
-    bool Stopped() const noexcept { return session_.stopped(); }
+    bool Stopped() const noexcept;
     /// @}
 
     /// Releases the factors and all else at once, not the matrix; may be repeated.
-    void Dispose() noexcept { session_.release(); }
+    void Dispose() noexcept;
 
 private:
     void Compute4();
