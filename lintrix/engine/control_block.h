@@ -79,8 +79,9 @@ enum class Real : int {
     Divergence = 12, ///< the bound at which the iterative path gives up
     Ten = 13,
     One = 14,
-    Operations = 15, ///< floating-point operations of the factorization
-    Norm = 16,       ///< of A, 0 when none was computed
+    Operations = 15,    ///< floating-point operations of the factorization
+    Norm = 16,          ///< of A, 0 when none was computed
+    FactorSeconds = 17, ///< of the last numeric factorization
 };
 
 /// Integer arrays, laid out by offset inside the blocks of the handle.
@@ -147,6 +148,7 @@ public:
         for (int word = static_cast<int>(Word::MappedEntries); word < kWords; ++word) words_[word] = 0;
         (*this)[Real::Operations] = 0.;
         (*this)[Real::Norm] = 0.;
+        (*this)[Real::FactorSeconds] = 0.;
         for (int& offset : offsets_) offset = kUnset;
     }
     void store(const Timers& timers) noexcept

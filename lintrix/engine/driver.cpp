@@ -1,13 +1,15 @@
 #include <lintrix/engine/driver.h>
 
 #include <lintrix/engine/analysis.h>
+#include <lintrix/engine/factor_plan.h>
+#include <lintrix/engine/factor_step.h>
 #include <lintrix/engine/failure_report.h>
 #include <lintrix/engine/handle.h>
 #include <lintrix/engine/input_check.h>
 #include <lintrix/engine/messages.h>
-#include <lintrix/engine/numeric.h>
 #include <lintrix/engine/report.h>
 #include <lintrix/engine/settings.h>
+#include <lintrix/engine/solve_step.h>
 #include <lintrix/engine/timers.h>
 
 #include <cstdlib>
@@ -102,7 +104,7 @@ void reconcilePerturbedPivots(Parameters iparm, ControlBlock& control)
 
 bool hasFactor(const Run& run)
 {
-    return run.handle.factors()[static_cast<std::size_t>(run.call.mnum) - 1].storage != nullptr;
+    return holdsFactor(run.handle, run.call.mnum, elementKind(run.call.mtype, run.singlePrecision));
 }
 
 Failure runSteps(Run& run)

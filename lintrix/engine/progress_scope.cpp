@@ -6,23 +6,23 @@ namespace Velmar::Lintrix {
 
 namespace {
 
-thread_local PardisoProgress threadsListener;
+thread_local PardisoProgress inForce;
 
 } // namespace
 
-PardisoProgress detail::engine::currentListener() noexcept
-{
-    return threadsListener;
-}
-
-PardisoProgressScope::PardisoProgressScope(PardisoProgress listener) noexcept
-    : previous_(std::exchange(threadsListener, listener))
+PardisoProgressScope::PardisoProgressScope(PardisoProgress callback) noexcept
+    : before_(std::exchange(inForce, callback))
 {
 }
 
 PardisoProgressScope::~PardisoProgressScope()
 {
-    threadsListener = previous_;
+    inForce = before_;
+}
+
+PardisoProgress PardisoProgressScope::current() noexcept
+{
+    return inForce;
 }
 
 } // namespace Velmar::Lintrix

@@ -40,7 +40,7 @@ struct EngineSession::Hearing {
     std::exception_ptr thrown{};
 
     /// Called by one thread at a time, which may be one of the engine's: nothing may be thrown through it.
-    static int step(void* context, int, int percent, const char*, int) noexcept
+    static int hear(void* context, int, int percent, const char*, int) noexcept
     {
         Hearing& hearing = *static_cast<Hearing*>(context);
         try {
@@ -96,7 +96,7 @@ std::int32_t EngineSession::call(std::int32_t phase, const void* b, void* x)
     }
     Hearing hearing{listener_};
     {
-        const PardisoProgressScope scope({Hearing::step, &hearing});
+        const PardisoProgressScope scope({Hearing::hear, &hearing});
         enter(phase, b, x, fixed_.error);
     }
     fixed_.stopped = hearing.stopped;

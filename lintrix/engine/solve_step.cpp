@@ -1,11 +1,6 @@
-#include <lintrix/engine/numeric.h>
+#include <lintrix/engine/solve_step.h>
 
 namespace Velmar::Lintrix::detail::engine {
-
-Failure factorize(const Arguments&, Handle, Timers&)
-{
-    return {Error::Unclassified, 0};
-}
 
 Failure solve(const Arguments&, Handle, Timers&)
 {
