@@ -30,7 +30,7 @@ Probe makeProbe(const Matrix& A)
     return {std::move(z), std::move(b)};
 }
 
-double probeError(const Probe& probe, const Matrix& found)
+double errorOf(const Matrix& found, const Probe& probe)
 {
     return probeError(cellsOf(probe.solution), cellsOf(found));
 }
@@ -49,7 +49,7 @@ Answer solveSquare(const Matrix& A, const Matrix& B, const Probe& probe)
         answer.status = Status::Singular;
         return answer;
     }
-    answer.probeError = probeError(probe, columnOf(x, B.Cols()));
+    answer.probeError = errorOf(columnOf(x, B.Cols()), probe);
     x.Cols(B.Cols());
     answer.x = std::move(x);
     return answer;
@@ -82,7 +82,7 @@ Answer solveByColumns(const Factors& factors, const Matrix& triangle, std::strin
     }
     Matrix x(factors.Cols(), B.Cols());
     for (std::int32_t j = 0; j < B.Cols(); ++j) copyColumns(factors.Solve(columnOf(B, j)), x, j);
-    answer.probeError = probeError(probe, factors.Solve(probe.rightHand));
+    answer.probeError = errorOf(factors.Solve(probe.rightHand), probe);
     answer.x = std::move(x);
     return answer;
 }

@@ -64,8 +64,7 @@ private:
         const double limit = std::max(16.0, 10.0 * std::sqrt(matrix_.Rows()));
         const auto starts = matrix_.RowPointers();
         for (std::size_t i = 0; i < visits_.size(); ++i) {
-            const int degree =
-                starts[i + 1] - starts[i] + columns_.starts[i + 1] - columns_.starts[i];
+            const int degree = starts[i + 1] - starts[i] + columns_.starts[i + 1] - columns_.starts[i];
             if (degree / 2 > limit) visits_[i] = kLeftOut;
         }
     }
@@ -87,8 +86,8 @@ private:
     void reachNeighbours(std::size_t i, std::uint8_t mark)
     {
         const auto starts = matrix_.RowPointers(), cols = matrix_.ColumnIndices();
-        for (auto k = static_cast<std::size_t>(starts[i] - 1); k + 1 < static_cast<std::size_t>(starts[i + 1]);
-             ++k) {
+        for (auto k = static_cast<std::size_t>(starts[i] - 1);
+             k + 1 < static_cast<std::size_t>(starts[i + 1]); ++k) {
             reach(cols[k] - 1, mark);
         }
         for (auto k = static_cast<std::size_t>(columns_.starts[i]);

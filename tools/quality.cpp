@@ -66,8 +66,8 @@ double scaledResidual(const Matrix& R, double factor, double normA, const Matrix
     for (std::int32_t j = 0; j < cols; ++j) {
         const std::span<const double> r = columnCells(R, j);
         const double size = largestMagnitude(r);
-        const double scale = factor * (normA * largestMagnitude(columnCells(X, j)) +
-                                       largestMagnitude(columnCells(B, j)));
+        const double scale =
+            factor * (normA * largestMagnitude(columnCells(X, j)) + largestMagnitude(columnCells(B, j)));
         const double scaled = !allFinite(r) || !std::isfinite(scale) ? NAN : size == 0.0 ? 0.0 : size / scale;
         if (!(scaled <= worst)) worst = scaled;
     }

@@ -14,9 +14,9 @@
 
 namespace Velmar::Lintrix::tools {
 
-inline constexpr double kFewDigits = 1e-6; ///< a probe error above this is warned of
+inline constexpr double kFewDigits = 1e-6;      ///< a probe error above this is warned of
 inline constexpr double kRoundingLevel = 1e-12; ///< a residual above this is worse than rounding explains
-inline constexpr double kPoor = 1e-8;      ///< a residual above this is no solution
+inline constexpr double kPoor = 1e-8;           ///< a residual above this is no solution
 
 /// What a run amounts to.
 enum class Verdict {

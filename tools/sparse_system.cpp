@@ -1,5 +1,6 @@
 #include <tools/sparse_system.h>
 
+#include <tools/dense_system.h>
 #include <tools/input_error.h>
 #include <tools/matrix_facts.h>
 #include <tools/text.h>
@@ -94,9 +95,8 @@ SparseMatrix withDiagonal(const SparseMatrix& matrix)
 {
     SparseAssembler entries(matrix.Rows(), matrix.Cols());
     for (std::int32_t i = 0; i < matrix.Rows(); ++i) entries.Add(i, i, 0.0);
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
-        entries.Add(row, col, value);
-    });
+    forEachEntry(matrix,
+                 [&](std::int32_t row, std::int32_t col, double value) { entries.Add(row, col, value); });
     return entries.Assemble();
 }
 

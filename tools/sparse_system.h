@@ -1,6 +1,6 @@
 #pragma once
-// A square sparse matrix in the storage that each road of the direct solver asks for, and what its values tell
-// before anything is factorized.
+// A square sparse matrix in the storage that each road of the direct solver asks for, and what its values
+// tell before anything is factorized.
 
 #include <lintrix/lintrix.h>
 #include <lintrix/sparse/matrix_market.h>
@@ -12,11 +12,11 @@ namespace Velmar::Lintrix::tools {
 
 /// Conditions that are seen without a factorization. None is sufficient but for the symmetry.
 struct Traits {
-    bool symmetric = false;        ///< to the bit
+    bool symmetric = false; ///< to the bit
     bool symmetricPattern = false;
-    bool fullDiagonal = false;     ///< no element of the diagonal is zero
-    bool positiveLooking = false;  ///< positive diagonal, and a_ij^2 < a_ii*a_jj for all i != j
-    bool dominant = false;         ///< diagonally, by rows or by columns: LU is stable without exchanges
+    bool fullDiagonal = false;    ///< no element of the diagonal is zero
+    bool positiveLooking = false; ///< positive diagonal, and a_ij^2 < a_ii*a_jj for all i != j
+    bool dominant = false;        ///< diagonally, by rows or by columns: LU is stable without exchanges
 };
 
 /// Holds the form it was read in, and makes the other one when it is first asked for.
