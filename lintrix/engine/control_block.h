@@ -63,11 +63,13 @@ enum class Word : int {
 
 /// 64-bit numbers, each in two words of the integer run.
 enum class WideWord : int {
-    FactorRowIndices = 60, ///< length of the row lists
-    LowerElements = 62,    ///< of all L panels
-    UpperElements = 64,    ///< of all U panels, 1 in symmetric storage
-    LowerNonZeros = 66,    ///< entries of L
-    LargestUpdate = 68,    ///< cells of the largest update of one supernode
+    FactorRowIndices = 60,   ///< length of the row lists
+    LowerElements = 62,      ///< of all L panels
+    UpperElements = 64,      ///< of all U panels, 1 in symmetric storage
+    LowerNonZeros = 66,      ///< entries of L
+    LargestUpdate = 68,      ///< cells of the largest update of one supernode
+    RealWorkBytes = 70,      ///< of the block in pt[9]
+    IterationWorkBytes = 72, ///< of the block in pt[10]
 };
 static_assert(static_cast<int>(Word::Last_) <= static_cast<int>(WideWord::FactorRowIndices));
 

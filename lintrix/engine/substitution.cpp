@@ -35,10 +35,8 @@ struct Half {
 template <class T>
 class Substitution {
 public:
-    Substitution(const FactorPlan& plan, const FactorRules& rules, const Factor<T>& factor, bool transposed,
-                 const RightSides<T>& y, T* work)
-        : structure_(plan.structure), plan_(plan), rules_(rules), factor_(factor), transposed_(transposed),
-          y_(y), work_(work)
+    Substitution(const StoredFactor<T>& factor, bool transposed, const RightSides<T>& y, T* work)
+        : factor_(factor), structure_(factor.structure), transposed_(transposed), y_(y), work_(work)
     {
     }
 
@@ -55,21 +53,21 @@ public:
     void backward()
     {
         for (int J = structure_.supernodes() - 1; J >= 0; --J) {
-            const Half<T> half = isUnsymmetric(rules_.method) ? halfOf(J, !transposed_) : halfOf(J, false);
-            const bool adjoint = !isUnsymmetric(rules_.method) && rules_.hermitian;
+            const Half<T> half = isUnsymmetric(factor_.method) ? halfOf(J, !transposed_) : halfOf(J, false);
+            const bool adjoint = !isUnsymmetric(factor_.method) && factor_.hermitian;
             gatherBelow(J, half, adjoint);
             solveLowerTransposed(J, half, adjoint);
-            const int* const exchange = isUnsymmetric(rules_.method) ? backwardExchange(J) : half.exchange;
+            const int* const exchange = isUnsymmetric(factor_.method) ? backwardExchange(J) : half.exchange;
             exchangeBackward(J, exchange);
         }
     }
 
     void diagonal()
     {
-        if (rules_.method != Method::DiagonalPivoting && rules_.method != Method::BunchKaufman) return;
+        if (factor_.method != Method::DiagonalPivoting && factor_.method != Method::BunchKaufman) return;
         for (int J = 0; J < structure_.supernodes(); ++J) {
 
-            const T* const block = factor_.lower + plan_.lowerStarts[static_cast<std::size_t>(J)];
+            const T* const block = factor_.panels.lower + factor_.lowerStarts[static_cast<std::size_t>(J)];
             divideByPivotsOf(block, J);
         }
     }
@@ -84,8 +82,8 @@ private:
     Half<T> halfOf(int J, bool second) const
     {
         const int height = structure_.height(J), width = structure_.width(J);
-        const T* const block = factor_.lower + plan_.lowerStarts[static_cast<std::size_t>(J)];
-        const bool cholesky = rules_.method == Method::Cholesky;
+        const T* const block = factor_.panels.lower + factor_.lowerStarts[static_cast<std::size_t>(J)];
+        const bool cholesky = factor_.method == Method::Cholesky;
         if (!second) {
             return {block,
                     height,
@@ -93,21 +91,22 @@ private:
                     !cholesky,
                     block + width,
                     height,
-                    cholesky ? nullptr : exchangesOf(factor_.rowExchange, J)};
+                    cholesky ? nullptr : exchangesOf(factor_.panels.rowExchange, J)};
         }
-        const T* const upper = factor_.upper + plan_.upperStarts[static_cast<std::size_t>(J)];
+        const T* const upper = factor_.panels.upper + factor_.upperStarts[static_cast<std::size_t>(J)];
         return {block, height, true, false, upper, height - width, columnExchangesOf(J)};
     }
 
     const int* columnExchangesOf(int J) const
     {
-        return rules_.method == Method::CompletePivoting ? exchangesOf(factor_.columnExchange, J) : nullptr;
+        return factor_.method == Method::CompletePivoting ? exchangesOf(factor_.panels.columnExchange, J)
+                                                          : nullptr;
     }
 
     // What is undone after the backward step: Q for A itself, P' for its transpose.
     const int* backwardExchange(int J) const
     {
-        return transposed_ ? exchangesOf(factor_.rowExchange, J) : columnExchangesOf(J);
+        return transposed_ ? exchangesOf(factor_.panels.rowExchange, J) : columnExchangesOf(J);
     }
 
     void exchangeSides(int first, int i, int exchange) const
@@ -211,7 +210,7 @@ private:
     void divideByPivotsOf(const T* block, int J) const
     {
         const int first = structure_.starts[J], width = structure_.width(J), ld = structure_.height(J);
-        const int* const exchange = exchangesOf(factor_.rowExchange, J);
+        const int* const exchange = exchangesOf(factor_.panels.rowExchange, J);
         for (int j = 0; j < width;) {
             const T d0 = block[j + std::ptrdiff_t{ld} * j];
             if (exchange[j] > 0) {
@@ -220,7 +219,7 @@ private:
                 continue;
             }
             const T lower = block[j + std::ptrdiff_t{ld} * (j + 1)],
-                    upper = conjugate(lower, rules_.hermitian);
+                    upper = conjugate(lower, factor_.hermitian);
             const T d1 = block[j + 1 + std::ptrdiff_t{ld} * (j + 1)];
             const T inverse = T(1) / (product(d0, d1) - product(lower, upper));
             T *const a = side(first + j), *const b = side(first + j + 1);
@@ -233,10 +232,8 @@ private:
         }
     }
 
+    const StoredFactor<T>& factor_;
     const FactorStructure& structure_;
-    const FactorPlan& plan_;
-    const FactorRules& rules_;
-    const Factor<T>& factor_;
     bool transposed_;
     RightSides<T> y_;
     T* work_;
@@ -245,33 +242,27 @@ private:
 } // namespace
 
 template <class T>
-void substituteForward(const FactorPlan& plan, const FactorRules& rules, const Factor<T>& factor,
-                       bool transposed, const RightSides<T>& y, T* work)
+void substituteForward(const StoredFactor<T>& factor, bool transposed, const RightSides<T>& y, T* work)
 {
-    Substitution<T>(plan, rules, factor, transposed, y, work).forward();
+    Substitution<T>(factor, transposed, y, work).forward();
 }
 
 template <class T>
-void substituteDiagonal(const FactorPlan& plan, const FactorRules& rules, const Factor<T>& factor,
-                        const RightSides<T>& y)
+void substituteDiagonal(const StoredFactor<T>& factor, const RightSides<T>& y)
 {
-    Substitution<T>(plan, rules, factor, false, y, nullptr).diagonal();
+    Substitution<T>(factor, false, y, nullptr).diagonal();
 }
 
 template <class T>
-void substituteBackward(const FactorPlan& plan, const FactorRules& rules, const Factor<T>& factor,
-                        bool transposed, const RightSides<T>& y, T* work)
+void substituteBackward(const StoredFactor<T>& factor, bool transposed, const RightSides<T>& y, T* work)
 {
-    Substitution<T>(plan, rules, factor, transposed, y, work).backward();
+    Substitution<T>(factor, transposed, y, work).backward();
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \
-    template void substituteForward(const FactorPlan&, const FactorRules&, const Factor<T>&, bool,           \
-                                    const RightSides<T>&, T*);                                               \
-    template void substituteDiagonal(const FactorPlan&, const FactorRules&, const Factor<T>&,                \
-                                     const RightSides<T>&);                                                  \
-    template void substituteBackward(const FactorPlan&, const FactorRules&, const Factor<T>&, bool,          \
-                                     const RightSides<T>&, T*);
+    template void substituteForward(const StoredFactor<T>&, bool, const RightSides<T>&, T*);                 \
+    template void substituteDiagonal(const StoredFactor<T>&, const RightSides<T>&);                          \
+    template void substituteBackward(const StoredFactor<T>&, bool, const RightSides<T>&, T*);
 LINTRIX_INSTANTIATE(float)
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<float>)

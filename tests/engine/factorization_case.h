@@ -126,6 +126,12 @@ struct FactorizationCase {
     }
     Factor<T> factor() { return {lower.data(), upper.data(), rowExchange.data(), columnExchange.data()}; }
 
+    StoredFactor<T> stored()
+    {
+        return {p.structure(),   p.lowerStarts,   p.upperStarts, rules.method,
+                rules.hermitian, p.sizes.tallest, factor()};
+    }
+
     FactorResult factorizeIt(const ProgressListener& listener = {})
     {
         return factorize<T>(plan(), rules, A.values.data(), factor(), listener);
@@ -143,11 +149,10 @@ struct FactorizationCase {
         for (std::size_t c = 0; c < count; ++c) {
             for (std::size_t i = 0; i < n; ++i) at(i, c) = B[c][i];
         }
-        const FactorPlan everything = plan();
         const RightSides<T> sides{y.data(), static_cast<int>(count)};
-        substituteForward(everything, rules, factor(), transposed, sides, work.data());
-        substituteDiagonal(everything, rules, factor(), sides);
-        substituteBackward(everything, rules, factor(), transposed, sides, work.data());
+        substituteForward(stored(), transposed, sides, work.data());
+        substituteDiagonal(stored(), sides);
+        substituteBackward(stored(), transposed, sides, work.data());
         std::vector<std::vector<T>> X(count, std::vector<T>(n));
         for (std::size_t c = 0; c < count; ++c) {
             for (std::size_t i = 0; i < n; ++i) X[c][i] = at(i, c);
