@@ -23,6 +23,7 @@
 #include <lintrix/services/version.h>
 #include <lintrix/solvers/do_lan.h>
 #include <lintrix/solvers/lanczos_observer.h>
+#include <lintrix/solvers/sparse_solver.h>
 #include <lintrix/solvers/sparse_svd.h>
 #include <lintrix/sparse/file_format_exception.h>
 #include <lintrix/sparse/matrix_market.h>

@@ -13,12 +13,16 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <csignal>
 #include <exception>
 #include <new>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -89,6 +93,48 @@ void addPlot(CLI::App& command, std::string& file, const std::string& descriptio
         ->check(CLI::Validator([](const std::string& name) { return tools::faultOfPlot(name); }, ""));
 }
 
+/// One of a few words, each of which stands for a value.
+template <class Value>
+void addChoice(CLI::App* command, const std::string& name, Value& target,
+               const std::vector<std::pair<std::string, Value>>& choices, const std::string& description)
+{
+    std::string words;
+    for (const auto& choice : choices) words += (words.empty() ? "" : "|") + choice.first;
+    const auto choose = [&target, choices, words, name](const std::string& word) {
+        const auto found = std::ranges::find(choices, word, &std::pair<std::string, Value>::first);
+        if (found == choices.end())
+            throw CLI::ValidationError(name, tools::inQuotes(word) + " is none of " + words);
+        target = found->second;
+    };
+    command->add_option_function<std::string>(name, choose, description)->type_name(words);
+}
+
+/// The options of the direct solver.
+void addDirect(CLI::App* solve, tools::SolveOptions& options)
+{
+    tools::SparseOptions& sparse = options.sparse;
+    addChoice(solve, "--type", sparse.type,
+              {{"auto", std::nullopt},
+               {"positive-definite", MatrixType::PositiveDefinite},
+               {"indefinite", MatrixType::Indefinite},
+               {"structurally-symmetric", MatrixType::StructurallySymmetric},
+               {"unsymmetric", MatrixType::Unsymmetric}},
+              "What to assume of A at first; auto looks at the values");
+    addChoice(solve, "--ordering", sparse.ordering,
+              {{"auto", std::nullopt},
+               {"mmd", FillInReducingMethod::MinimumDegree},
+               {"nd", FillInReducingMethod::NestedDissection},
+               {"pnd", FillInReducingMethod::ParallelNestedDissection}},
+              "Order of elimination: minimum degree, nested dissection, parallel; auto looks at the graph");
+    solve
+        ->add_option("--refine", sparse.settings.refine,
+                     "At most N steps of refinement; below 0 with residuals in extended precision")
+        ->type_name("N");
+    solve->add_flag("--report", sparse.settings.engineReport, "Print the direct solver's own report")
+        ->excludes("--json");
+    solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
+}
+
 void addSolve(CLI::App& app, tools::SolveOptions& options)
 {
     CLI::App* solve = app.add_subcommand("solve", "Solve the linear system A*x = b");
@@ -101,10 +147,14 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
         ->type_name("FILE");
     addThreads(*solve);
     solve->add_flag("--json", options.json, "Report on one line of JSON");
+    addDirect(solve, options);
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
-        "array; real, integer or pattern; general, symmetric or skew-symmetric.\n"
-        "Exit code: 0 solved, 1 no good solution (singular, inaccurate, ...), 2 usage or bad input.");
+        "array; real, integer or pattern; general, symmetric or skew-symmetric. Square coordinate files go\n"
+        "to the direct solver, unless --dense says otherwise; where it ends badly, it is tried in safer "
+        "ways.\n"
+        "Status: accurate; degraded, with the reason; failed, with the reason.\n"
+        "Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.");
 }
 
 void addInfo(CLI::App& app, tools::InfoOptions& options)

@@ -49,4 +49,30 @@ LINTRIX_EXPORT void pardiso(void* pt[64], const int& maxfct, const int& mnum, co
                             const int& phase, const int& n, const void* a, int* ia, int* ja, int* perm,
                             const int& nrhs, int* iparm, const int& msglvl, void* b, void* x, int& error);
 
+/// Is told how far a numeric factorization has come: the thread's number, the percentage, rising from 0 to
+/// 100, and the text of the phase with its length. An answer other than 0 stops the factorization: `error` is
+/// -4, and the handle can be used again. Called by one thread at a time, which may be any of the team: it
+/// must not raise.
+struct PardisoProgress {
+    int (*call)(void* context, int thread, int percent, const char* text, int length) = nullptr;
+    void* context = nullptr; ///< handed on to `call`
+};
+
+/// While it lives, the calls of `pardiso` that this thread makes tell `callback`; afterwards the one before
+/// it again. Without a scope nobody is told. The setting is the thread's own: two handles in two threads do
+/// not meet.
+class LINTRIX_EXPORT PardisoProgressScope {
+public:
+    explicit PardisoProgressScope(PardisoProgress callback) noexcept;
+    ~PardisoProgressScope();
+    PardisoProgressScope(const PardisoProgressScope&) = delete;
+    PardisoProgressScope& operator=(const PardisoProgressScope&) = delete;
+
+    /// The callback in force for this thread.
+    static PardisoProgress current() noexcept;
+
+private:
+    PardisoProgress before_;
+};
+
 } // namespace Velmar::Lintrix

@@ -1,0 +1,244 @@
+#include <tools/sparse_roads.h>
+
+#include <tools/dense_system.h>
+#include <tools/ordering_choice.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+constexpr double kNoDigit = 0.1;       // a probe error from here on
+constexpr std::int32_t kLateSteps = 5; // of refinement, where the residual asks for it
+
+// The engine's error numbers and internal codes that are told apart.
+constexpr int kNoMemory = -2, kNumeric = -4, kUnmatched = -6, kDiagonal = -7, kOverflow = -8;
+constexpr int kNoContraction = -112, kTooManySteps = -111, kIteration = -3;
+
+/// What came of one road.
+struct Outcome {
+    EngineAnswer engine;
+    std::optional<Matrix> x; ///< with the probe
+    double residual = NAN, probeError = NAN;
+    int perturbed = 0, steps = 0, factorEntries = 0;
+
+    bool solves() const { return x && residual <= kPoor; }
+    /// Small pivots were replaced, and what comes back is not what went in: A is singular to working
+    /// precision, and X one of many solutions.
+    bool looksSingular() const { return perturbed > 0 && !(probeError < kNoDigit); }
+    bool isGood() const { return solves() && !looksSingular(); }
+    /// No other road can do better.
+    bool isFinal() const { return engine.error == kUnmatched || engine.error == kDiagonal; }
+};
+
+class RoadRunner {
+public:
+    RoadRunner(SparseSystem& system, const Matrix& B, const Matrix& probe, const DirectSettings& settings,
+               StepTimes& seconds)
+        : system_(system), B_(B), probe_(probe), settings_(settings), seconds_(seconds)
+    {
+    }
+
+    Outcome run(Road road)
+    {
+        SparseMatrix& matrix = takesTriangle(road) ? system_.upper() : system_.full();
+        DirectRun direct(road, matrix, settings_);
+        Outcome outcome;
+        outcome.engine = direct.analyse();
+        seconds_.finish("analyse");
+        if (outcome.engine.error == 0) {
+            outcome.engine = direct.factorize();
+            seconds_.finish("factorize");
+        }
+        if (outcome.engine.error == 0) solve(direct, outcome);
+        if (outcome.engine.error == kNoMemory) throw NotEnoughMemoryException();
+        outcome.perturbed = direct.perturbedPivots();
+        outcome.steps = direct.refinementSteps();
+        outcome.factorEntries = direct.factorEntries();
+        return outcome;
+    }
+
+private:
+    void solve(DirectRun& direct, Outcome& outcome)
+    {
+        Matrix X(B_.Rows(), B_.Cols());
+        outcome.engine = direct.solve(B_, X);
+        seconds_.finish("solve");
+        if (outcome.engine.error != 0) return;
+        judgeInto(outcome, X);
+        if (outcome.residual > kRoundingLevel && settings_.refine == 0) {
+            Matrix refined(B_.Rows(), B_.Cols());
+            const bool done = direct.refine(B_, refined, kLateSteps).error == 0;
+            seconds_.finish("solve");
+            const double before = outcome.residual;
+            Outcome after;
+            if (done) judgeInto(after, refined);
+            if (after.residual < before) {
+                outcome.residual = after.residual;
+                outcome.probeError = after.probeError;
+                X = std::move(refined);
+            }
+        }
+        outcome.x = std::move(X);
+    }
+
+    void judgeInto(Outcome& outcome, const Matrix& X)
+    {
+        const std::int32_t last = B_.Cols() - 1;
+        outcome.residual = judge(system_.matrix(), X, B_, last).residual;
+        outcome.probeError = probeError(cellsOf(probe_), columnCells(X, last));
+        seconds_.finish("check");
+    }
+
+    SparseSystem& system_;
+    const Matrix& B_;
+    const Matrix& probe_;
+    const DirectSettings& settings_;
+    StepTimes& seconds_;
+};
+
+std::string pivots(int count)
+{
+    return count == 1 ? "1 perturbed pivot" : fmt::format("{} perturbed pivots", count);
+}
+
+std::string whyNumeric(Road road, int failing)
+{
+    if (failing == kNoContraction || failing == kTooManySteps) return "refinement does not converge";
+    if (failing == kIteration) return "the iteration does not converge";
+    if (road == Road::Cholesky) return fmt::format("not positive definite, pivot {}", failing);
+    return fmt::format("singular: pivot {} is zero", failing);
+}
+
+int nonZeros(std::span<const double> values)
+{
+    return static_cast<int>(std::ranges::count_if(values, [](double value) { return value != 0.0; }));
+}
+
+/// Why a road that is no good was left.
+std::string whyLeft(Road road, const Outcome& outcome, const SparseMatrix& matrix)
+{
+    const EngineAnswer engine = outcome.engine;
+    switch (engine.error) {
+    case 0:
+        break;
+    case kNumeric:
+        return whyNumeric(road, engine.failing);
+    case kUnmatched:
+        return fmt::format("structurally singular: {} of {} rows matched", -engine.failing, matrix.Rows());
+    case kDiagonal:
+        return fmt::format("structurally singular: {} of {} rows matched", nonZeros(matrix.Values()),
+                           matrix.Rows());
+    case kOverflow:
+        return "the factors have more than 2147483647 entries";
+    default:
+        return fmt::format("the engine reports error {}", engine.error);
+    }
+    if (outcome.looksSingular()) return "singular: " + pivots(outcome.perturbed);
+    if (!std::isfinite(outcome.residual)) return "a number overflowed";
+    return fmt::format("scaled residual {:.1e}", outcome.residual);
+}
+
+/// What keeps a solution from being accurate.
+std::string whyDegraded(const Outcome& outcome)
+{
+    std::string reason;
+    const auto add = [&reason](const std::string& text) { reason += reason.empty() ? text : ", " + text; };
+    if (outcome.perturbed > 0) add(pivots(outcome.perturbed));
+    if (outcome.residual > kRoundingLevel) add(fmt::format("scaled residual {:.1e}", outcome.residual));
+    if (!(outcome.probeError <= kFewDigits)) add("ill-conditioned");
+    return reason;
+}
+
+/// A solution whose residual is small beats none, a smaller residual a larger one.
+bool isBetter(const Outcome& one, const Outcome& other)
+{
+    return one.x && (!other.x || one.residual < other.residual);
+}
+
+void tell(const Outcome& outcome, SparseAnswer& answer)
+{
+    answer.perturbedPivots = outcome.perturbed;
+    answer.refinementSteps = outcome.steps;
+    answer.factorEntries = outcome.factorEntries;
+}
+
+void accept(Outcome& outcome, SparseAnswer& answer)
+{
+    tell(outcome, answer);
+    answer.verdict = verdictOf(outcome.residual, outcome.probeError);
+    if (answer.verdict == Verdict::Degraded) answer.reason = whyDegraded(outcome);
+}
+
+void give(Outcome& outcome, SparseAnswer& answer)
+{
+    if (!outcome.x) return;
+    answer.residual = outcome.residual;
+    answer.probeError = outcome.probeError;
+    outcome.x->Cols(outcome.x->Cols() - 1);
+    answer.x = std::move(outcome.x);
+}
+
+} // namespace
+
+Road firstRoad(const Traits& traits)
+{
+    if (traits.symmetric) {
+        if (traits.positiveLooking) return Road::Cholesky;
+        return traits.fullDiagonal ? Road::Symmetric : Road::SymmetricPairs;
+    }
+    return traits.symmetricPattern && traits.dominant ? Road::Unmatched : Road::Matched;
+}
+
+std::optional<Road> firstRoad(MatrixType type, const Traits& traits)
+{
+    switch (type) {
+    case MatrixType::PositiveDefinite:
+        return traits.symmetric ? std::optional(Road::Cholesky) : std::nullopt;
+    case MatrixType::Indefinite:
+        return traits.symmetric ? std::optional(Road::Symmetric) : std::nullopt;
+    case MatrixType::StructurallySymmetric:
+        return traits.symmetricPattern ? std::optional(Road::Unmatched) : std::nullopt;
+    case MatrixType::Unsymmetric:
+        break;
+    }
+    return Road::Matched;
+}
+
+SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& probe, Road road,
+                         const SparseOptions& options, StepTimes& seconds)
+{
+    SparseAnswer answer;
+    DirectSettings settings = options.settings;
+    settings.ordering = answer.ordering =
+        options.ordering ? *options.ordering : chooseOrdering(system.matrix());
+    seconds.finish("order");
+
+    RoadRunner runner(system, B, probe, settings, seconds);
+    Outcome best;
+    for (;;) {
+        Outcome outcome = runner.run(road);
+        answer.road = road;
+        if (outcome.isGood()) {
+            accept(outcome, answer);
+            give(outcome, answer);
+            return answer;
+        }
+        answer.reason = whyLeft(road, outcome, system.matrix());
+        const std::optional<Road> next = outcome.isFinal() ? std::nullopt : roadAfter(road);
+        tell(outcome, answer);
+        if (isBetter(outcome, best)) best = std::move(outcome);
+        if (!next) break;
+        answer.tried.push_back(fmt::format("{}: {}", nameOf(road), answer.reason));
+        road = *next;
+    }
+    give(best, answer);
+    return answer;
+}
+
+} // namespace Velmar::Lintrix::tools
