@@ -97,7 +97,8 @@ TYPED_TEST(CsrmultcsrTest, ColumnsFiveThenTwoComeOutAscending)
     EXPECT_EQ(product("N", A, B), rowsOf<Cell>(6, {{{2, 200.0}, {5, 10.0}}}));
     const auto swapped = rowsOf<Cell>(2, {{{1, 100.0}, {0, 10.0}}}); // A's own order does not matter
     EXPECT_EQ(product("N", swapped, B), rowsOf<Cell>(6, {{{2, 200.0}, {5, 10.0}}}));
-    const auto unit = rowsOf<Cell>(6, {{{0, 1.0}}, {{1, 1.0}}, {{2, 1.0}}, {{3, 1.0}}, {{4, 1.0}}, {{5, 1.0}}});
+    const auto unit =
+        rowsOf<Cell>(6, {{{0, 1.0}}, {{1, 1.0}}, {{2, 1.0}}, {{3, 1.0}}, {{4, 1.0}}, {{5, 1.0}}});
     const auto fiveThenTwo = rowsOf<Cell>(6, {{{5, 10.0}, {2, 100.0}}});
     EXPECT_EQ(product("N", fiveThenTwo, unit), rowsOf<Cell>(6, {{{2, 100.0}, {5, 10.0}}}));
 }
