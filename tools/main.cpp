@@ -4,6 +4,7 @@
 #include <tools/input_error.h>
 #include <tools/output_file.h>
 #include <tools/solve_command.h>
+#include <tools/svd_command.h>
 #include <tools/text.h>
 
 #include <lintrix/lintrix.h>
@@ -62,8 +63,8 @@ void ignoreWriteSignals()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-/// What is wrong with a thread count, in words; nothing when it can be used.
-std::string faultOfThreads(const std::string& word)
+/// What is wrong with a count, in words; nothing when it can be used.
+std::string faultOfCount(const std::string& word)
 {
     int count = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), count);
@@ -85,7 +86,7 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
         ->add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
                                    "Threads to use, at least 1")
         ->type_name("N")
-        ->check(CLI::Validator(faultOfThreads, ""));
+        ->check(CLI::Validator(faultOfCount, ""));
     solve->add_flag("--json", options.json, "Report on one line of JSON");
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
@@ -106,6 +107,39 @@ void addInfo(CLI::App& app, tools::InfoOptions& options)
     info->footer(
         "Rank and extreme singular values are told of small matrices: at most 1000 rows or columns.\n"
         "Exit code: 0 told, 1 the singular values did not converge, 2 usage or bad input.");
+}
+
+/// What is wrong with a tolerance, in words; nothing when it can be used.
+std::string faultOfTolerance(const std::string& word)
+{
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    const bool sound = error == std::errc() && end == word.data() + word.size() && value > 0.0 && value < 1.0;
+    return sound ? "" : tools::inQuotes(word) + " is not a number between 0 and 1";
+}
+
+void addSvd(CLI::App& app, tools::SvdOptions& options)
+{
+    CLI::App* svd = app.add_subcommand("svd", "Find the largest singular values of a sparse matrix");
+    svd->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
+        ->type_name("")
+        ->required();
+    svd->add_option("-k", options.count, "How many singular values, at least 1")
+        ->type_name("K")
+        ->check(CLI::Validator(faultOfCount, ""))
+        ->required();
+    svd->add_option("--tol", options.tolerance, "Residual of the last triplet that is good enough (1e-10)")
+        ->type_name("T")
+        ->check(CLI::Validator(faultOfTolerance, ""));
+    svd->add_option("--out", options.out, "Keep the triplets in PREFIX.u.mtx, PREFIX.s.mtx and PREFIX.v.mtx")
+        ->type_name("PREFIX");
+    svd->add_option("--plot", options.plot, "Draw the decay of the values into FILE.png or FILE.svg")
+        ->type_name("FILE")
+        ->check(CLI::Validator([](const std::string& file) { return tools::faultOfPlot(file); }, ""));
+    svd->add_flag("--json", options.json, "Report on one line of JSON");
+    svd->footer("Each value of a multiple one may be found once only. The residual told of a triplet is the "
+                "larger of\n|A*v - s*u| and |A'*u - s*v|, relative to the largest value.\n"
+                "Exit code: 0 found, 1 not converged, 2 usage or bad input.");
 }
 
 /// Help and version, wanted and printed, are no errors; the rest is wrong usage.
@@ -134,12 +168,16 @@ int run(int argc, char** argv)
     addSolve(app, solveOptions);
     tools::InfoOptions infoOptions;
     addInfo(app, infoOptions);
+    tools::SvdOptions svdOptions;
+    addSvd(app, svdOptions);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return answerParseError(app, error);
     }
-    return app.got_subcommand("info") ? tools::runInfo(infoOptions) : tools::runSolve(solveOptions);
+    if (app.got_subcommand("info")) return tools::runInfo(infoOptions);
+    if (app.got_subcommand("svd")) return tools::runSvd(svdOptions);
+    return tools::runSolve(solveOptions);
 }
 
 } // namespace
