@@ -6,6 +6,7 @@
 #include <tools/output_file.h>
 #include <tools/picture.h>
 #include <tools/solve_command.h>
+#include <tools/svd_command.h>
 #include <tools/text.h>
 
 #include <lintrix/lintrix.h>
@@ -68,8 +69,8 @@ void ignoreWriteSignals()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-/// What is wrong with a thread count, in words; nothing when it can be used.
-std::string faultOfThreads(const std::string& word)
+/// What is wrong with a count, in words; nothing when it can be used.
+std::string faultOfCount(const std::string& word)
 {
     int count = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), count);
@@ -83,7 +84,7 @@ void addThreads(CLI::App& command)
         .add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
                                   "Threads to use, at least 1")
         ->type_name("N")
-        ->check(CLI::Validator(faultOfThreads, ""));
+        ->check(CLI::Validator(faultOfCount, ""));
 }
 
 void addPlot(CLI::App& command, std::string& file, const std::string& description)
@@ -187,6 +188,38 @@ void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
         "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
 }
 
+/// What is wrong with a tolerance, in words; nothing when it can be used.
+std::string faultOfTolerance(const std::string& word)
+{
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    const bool sound = error == std::errc() && end == word.data() + word.size() && value > 0.0 && value < 1.0;
+    return sound ? "" : tools::inQuotes(word) + " is not a number between 0 and 1";
+}
+
+void addSvd(CLI::App& app, tools::SvdOptions& options)
+{
+    CLI::App* svd = app.add_subcommand("svd", "Find the largest singular values of a sparse matrix");
+    svd->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
+        ->type_name("")
+        ->required();
+    svd->add_option("-k", options.count, "How many singular values, at least 1")
+        ->type_name("K")
+        ->check(CLI::Validator(faultOfCount, ""))
+        ->required();
+    svd->add_option("--tol", options.tolerance, "Residual of the last triplet that is good enough (1e-10)")
+        ->type_name("T")
+        ->check(CLI::Validator(faultOfTolerance, ""));
+    svd->add_option("--out", options.out, "Keep the triplets in PREFIX.u.mtx, PREFIX.s.mtx and PREFIX.v.mtx")
+        ->type_name("PREFIX");
+    addPlot(*svd, options.plot, "Draw the decay of the values into FILE.png or FILE.svg");
+    addThreads(*svd);
+    svd->add_flag("--json", options.json, "Report on one line of JSON");
+    svd->footer("Each value of a multiple one may be found once only. The residual told of a triplet is the "
+                "larger of\n|A*v - s*u| and |A'*u - s*v|, relative to the largest value.\n"
+                "Exit code: 0 found, 1 not converged, 2 usage or bad input.");
+}
+
 /// Help and version, wanted and printed, are no errors; the rest is wrong usage.
 int answerParseError(const CLI::App& app, const CLI::ParseError& error)
 {
@@ -215,13 +248,17 @@ int run(int argc, char** argv)
     addInfo(app, infoOptions);
     tools::AnalyseOptions analyseOptions;
     addAnalyse(app, analyseOptions);
+    tools::SvdOptions svdOptions;
+    addSvd(app, svdOptions);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return answerParseError(app, error);
     }
     if (app.got_subcommand("analyse")) return tools::runAnalyse(analyseOptions);
-    return app.got_subcommand("info") ? tools::runInfo(infoOptions) : tools::runSolve(solveOptions);
+    if (app.got_subcommand("info")) return tools::runInfo(infoOptions);
+    if (app.got_subcommand("svd")) return tools::runSvd(svdOptions);
+    return tools::runSolve(solveOptions);
 }
 
 } // namespace
