@@ -132,7 +132,7 @@ void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
     addThreads(*analyse);
     analyse->add_flag("--json", options.json, "Report on one line of JSON");
     analyse->footer(
-        "Orderings: minimum-degree, constrained (with parts), dissection, parallel (with parts), natural.\n"
+        "Orderings: mmd minimum degree, cmmd with parts, nd nested dissection, pnd with parts, natural.\n"
         "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
 }
 
