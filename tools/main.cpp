@@ -87,6 +87,11 @@ void addThreads(CLI::App& command)
         ->check(CLI::Validator(faultOfCount, ""));
 }
 
+void addMatrix(CLI::App& command, std::string& file, const std::string& description)
+{
+    command.add_option("MATRIX", file, description)->type_name("")->required();
+}
+
 void addPlot(CLI::App& command, std::string& file, const std::string& description)
 {
     command.add_option("--plot", file, description)
@@ -139,9 +144,7 @@ void addDirect(CLI::App* solve, tools::SolveOptions& options)
 void addSolve(CLI::App& app, tools::SolveOptions& options)
 {
     CLI::App* solve = app.add_subcommand("solve", "Solve the linear system A*x = b");
-    solve->add_option("MATRIX", options.matrix, "Matrix Market file of A, plain or gzip; - is standard input")
-        ->type_name("")
-        ->required();
+    addMatrix(*solve, options.matrix, "Matrix Market file of A, plain or gzip; - is standard input");
     solve->add_option("--rhs", options.rightHands, "File of right-hand sides; without it b = A*(1,...,1)")
         ->type_name("FILE");
     solve->add_option("--out", options.out, "File for the solution, a Matrix Market array")
@@ -161,9 +164,7 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
 void addInfo(CLI::App& app, tools::InfoOptions& options)
 {
     CLI::App* info = app.add_subcommand("info", "Tell what a matrix file holds");
-    info->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
-        ->type_name("")
-        ->required();
+    addMatrix(*info, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
     addPlot(*info, options.plot, "Draw the pattern into FILE.png or FILE.svg");
     info->add_flag("--json", options.json, "Report on one line of JSON, without the sketch");
     info->footer(
@@ -174,9 +175,7 @@ void addInfo(CLI::App& app, tools::InfoOptions& options)
 void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
 {
     CLI::App* analyse = app.add_subcommand("analyse", "Tell what the sparse direct solver makes of a matrix");
-    analyse->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
-        ->type_name("")
-        ->required();
+    addMatrix(*analyse, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
     analyse->add_option("--ordering", options.ordering, "One ordering instead of all")
         ->type_name("NAME")
         ->check(CLI::Validator([](const std::string& name) { return tools::faultOfOrdering(name); }, ""));
@@ -184,7 +183,7 @@ void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
     addThreads(*analyse);
     analyse->add_flag("--json", options.json, "Report on one line of JSON");
     analyse->footer(
-        "Orderings: minimum-degree, constrained (with parts), dissection, parallel (with parts), natural.\n"
+        "Orderings: mmd minimum degree, cmmd with parts, nd nested dissection, pnd with parts, natural.\n"
         "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
 }
 

@@ -17,8 +17,10 @@ constexpr int kCallersValues = 1, kOrdering = 2, kPermutationUse = 5, kScaling =
               kAnalysisPeak = 15, kAnalysisKept = 16, kFactorMemory = 17;
 
 constexpr OrderingMethod kMethods[] = {
-    {"minimum-degree", "minimum degree", 0},    {"constrained", "minimum degree in parts", 1},
-    {"dissection", "nested dissection", 2},     {"parallel", "nested dissection in parts", 3},
+    {"mmd", "minimum degree", 0},
+    {"cmmd", "minimum degree in parts", 1},
+    {"nd", "nested dissection", 2},
+    {"pnd", "nested dissection in parts", 3},
     {"natural", "as the file has it", 0, true},
 };
 

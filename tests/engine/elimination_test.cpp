@@ -1,6 +1,5 @@
 // Elimination tree, postorder and column counts, held against elimination column by column.
 
-#include "tests/engine/dissection_checks.h"
 #include "tests/engine/symbolic_pipeline.h"
 #include "tests/support/failing_allocator.h"
 
@@ -88,37 +87,6 @@ TEST_P(Elimination, ColumnCountsAreThoseOfTheFactorWithAnyNumberOfThreads)
             ASSERT_EQ(count[j], static_cast<int>(columns[j].size())) << "column " << j << ", " << threads;
         }
     }
-}
-
-// Parts and separators are each in postorder, but not all together.
-TEST_P(Elimination, ColumnCountsOfAnOrderOfRangesAreThoseOfTheFactor)
-{
-    const OwnedGraph g = graph();
-    for (const int parts : {2, 4, 8}) {
-        const Dissection cut = dissected(g.view(), parts);
-        if (!cut.list.wellFormed()) continue; // a tree that does not branch
-        const auto ranges = cut.list.ranges();
-        Pipeline p(g.view(), cut.ordering, 8, false, {ranges.begin(), ranges.end()});
-        const auto columns = eliminated(g.view(), p.ordering.view());
-        for (std::size_t j = 0; j < columns.size(); ++j)
-            ASSERT_EQ(p.count[j], static_cast<int>(columns[j].size())) << "column " << j << ", " << parts;
-    }
-}
-
-TEST(PostorderPositions, OfAPostorderAreTheNodesThemselves)
-{
-    const std::vector<int> parent{2, 2, 6, 5, 5, 6, kRoot};
-    std::vector<int> position(7), work(14);
-    postorderPositions(parent, position, work);
-    EXPECT_EQ(position, (std::vector{0, 1, 2, 3, 4, 5, 6}));
-}
-
-TEST(PostorderPositions, BringSubtreesTogether)
-{
-    const std::vector<int> parent{3, 4, 4, 5, 5, kRoot}; // 0 under 3; 1 and 2 under 4
-    std::vector<int> position(6), work(12);
-    postorderPositions(parent, position, work);
-    EXPECT_EQ(position, (std::vector{0, 2, 3, 1, 4, 5}));
 }
 
 TEST_P(Elimination, ColumnCountsNeedNoPostorder)
