@@ -32,7 +32,8 @@ System<double> load(const RealMatrix& wanted)
     for (std::size_t k = 0; k < read.values.size(); ++k) {
         const int i = static_cast<int>(read.rowIndices[k]), j = static_cast<int>(read.colIndices[k]);
         put(i, j, read.values[k].real());
-        if (read.symmetry != MatrixMarketSymmetry::General && i != j) put(j, i, read.values[k].real());
+        const double sign = read.symmetry == MatrixMarketSymmetry::SkewSymmetric ? -1 : 1;
+        if (read.symmetry != MatrixMarketSymmetry::General && i != j) put(j, i, sign * read.values[k].real());
     }
     System<double> A{wanted.mtype, static_cast<int>(read.rows), {1}, {}, {}};
     for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -74,14 +75,35 @@ INSTANTIATE_TEST_SUITE_P(Small, SolveOfRealMatrices,
                                            RealMatrix{"662_bus.mtx", 2}, RealMatrix{"662_bus.mtx", -2},
                                            RealMatrix{"Trefethen_500.mtx", 2},
                                            RealMatrix{"Trefethen_500.mtx", -2},
-                                           RealMatrix{"jagmesh7.mtx", 11}, RealMatrix{"jagmesh7.mtx", -2},
-                                           RealMatrix{"plskz362.mtx", 11}, RealMatrix{"plskz362.mtx", -2},
-                                           RealMatrix{"bcsstk04.mtx", 2}, RealMatrix{"bcsstk04.mtx", -2},
-                                           RealMatrix{"west0479.mtx", 11}, RealMatrix{"west0156.mtx", 11},
-                                           RealMatrix{"lnsp_131.mtx", 11}, RealMatrix{"fs_183_1.mtx", 11},
-                                           RealMatrix{"mcca.mtx", 11}, RealMatrix{"sphere2.mtx", 11},
-                                           RealMatrix{"sphere2.mtx", -2}, RealMatrix{"jgl011.mtx", 11},
-                                           RealMatrix{"curtis54.mtx", 11}, RealMatrix{"GD99_c.mtx", 11}));
+                                           RealMatrix{"jagmesh7.mtx", -2}, RealMatrix{"bcsstk04.mtx", 2},
+                                           RealMatrix{"bcsstk04.mtx", -2}, RealMatrix{"west0479.mtx", 11},
+                                           RealMatrix{"west0156.mtx", 11}, RealMatrix{"lnsp_131.mtx", 11},
+                                           RealMatrix{"fs_183_1.mtx", 11}, RealMatrix{"mcca.mtx", 11},
+                                           RealMatrix{"jgl011.mtx", 11}));
+
+// Its entries are all 1, so that the matching sees no difference and many pivots are perturbed.
+TEST(SolveOfARealMatrixWithPoorPivots, GainsADigitAStep)
+{
+    SolveCall<double> call(load({"jagmesh7.mtx", 11}));
+    call.set(8, 30);
+    ASSERT_EQ(call.run(13), 0);
+    EXPECT_GT(call.iparm(14), 0);
+    EXPECT_GT(call.iparm(7), 5);
+    EXPECT_LT(call.scaledResidual(), 1e-12);
+}
+
+TEST(SolveOfARealMatrixWithPoorPivots, IsNeverToldAsConvergedWhereItIsNot)
+{
+    for (const char* const file : {"jagmesh7.mtx", "plskz362.mtx", "curtis54.mtx", "sphere2.mtx"}) {
+        SolveCall<double> call(load({file, 11}));
+        call.set(4, 61);
+        const int error = call.run(13);
+        EXPECT_TRUE(error == 0 || (error == -4 && call.iparm(20) < 0)) << file;
+        if (error == 0) {
+            EXPECT_LT(call.scaledResidual(), 1e-5) << file;
+        }
+    }
+}
 
 } // namespace
 } // namespace Velmar::Lintrix::testing
