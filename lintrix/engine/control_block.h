@@ -59,6 +59,7 @@ enum class Word : int {
     FactorNeeded,
     IterationBudget,
     HalfBudget,
+    ConsecutiveSubgraphs, ///< whether a solve may go by subgraphs
     Last_
 };
 
