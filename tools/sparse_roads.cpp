@@ -13,8 +13,8 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-constexpr double kNoDigit = 0.1;       // a probe error from here on
-constexpr std::int32_t kLateSteps = 5; // of refinement, where the residual asks for it
+constexpr double kNoDigit = 0.1;        // a probe error from here on
+constexpr std::int32_t kLateSteps = 20; // of refinement, where the residual asks for it
 
 // The engine's error numbers and internal codes that are told apart.
 constexpr int kNoMemory = -2, kNumeric = -4, kUnmatched = -6, kDiagonal = -7, kOverflow = -8;
