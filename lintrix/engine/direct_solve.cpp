@@ -6,17 +6,16 @@
 #include <complex>
 #include <cstddef>
 
-#include <omp.h>
-
 namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
 // Right-hand sides that one pass over the factor takes along, so that every thread has some.
+template <class T>
 int sidesPerBlock(int count, int threads)
 {
     const int share = (count + threads - 1) / threads;
-    return std::clamp(share, 1, kSidesAtOnce);
+    return std::clamp(share, 1, kSidesAtOnce<T>);
 }
 
 // One side of the system: the place of equation (or unknown) i, and its factor.
@@ -44,35 +43,37 @@ Frame frameOf(const SystemFrame& frame, bool equations)
 template <class T>
 std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, int threads, int count) noexcept
 {
-    const int sides = sidesPerBlock(count, threads), busy = std::min(threads, count);
-    return std::int64_t{factor.order()} * count + busy * substitutionWork(factor.tallest, sides);
+    const int sides = sidesPerBlock<T>(count, threads);
+    const std::int64_t blocks = (count + sides - 1) / sides;
+    return factor.order() * blocks * sidesTaken<T>(sides);
 }
 
 template <class T>
-void DirectSolve<T>::bring(const T* b, T* cells, int count, bool permutes) const
+void DirectSolve<T>::bring(const T* b, int count, bool permutes, const RightSides<T>& y) const
 {
     const int n = factor_.order();
     const Frame frame = frameOf(frame_, !transposed_);
-    const bool splits = count == 1 && threads_ > 1; // several sides keep the threads busy as blocks
+    const bool splits = y.count == 1 && threads_ > 1; // several sides keep the threads busy as blocks
 #pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
     for (int i = 0; i < n; ++i) {
-        T* const to = cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * count;
+        T* const to = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
         for (int c = 0; c < count; ++c) {
             const T value = b[i + std::ptrdiff_t{n} * c];
             to[c] = permutes ? frame.scaled(i, value) : value;
         }
+        std::fill(to + count, to + y.count, T(0));
     }
 }
 
 template <class T>
-void DirectSolve<T>::takeBack(const T* cells, T* x, int count, bool permutes) const
+void DirectSolve<T>::takeBack(const RightSides<T>& y, int count, bool permutes, T* x) const
 {
     const int n = factor_.order();
     const Frame frame = frameOf(frame_, transposed_);
-    const bool splits = count == 1 && threads_ > 1;
+    const bool splits = y.count == 1 && threads_ > 1;
 #pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
     for (int i = 0; i < n; ++i) {
-        const T* const from = cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * count;
+        const T* const from = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
         for (int c = 0; c < count; ++c) {
             x[i + std::ptrdiff_t{n} * c] = permutes ? frame.scaled(i, from[c]) : from[c];
         }
@@ -80,29 +81,27 @@ void DirectSolve<T>::takeBack(const T* cells, T* x, int count, bool permutes) co
 }
 
 template <class T>
-void DirectSolve<T>::solveBlock(const T* b, T* x, int count, SolvePart part, T* cells, T* work) const
+void DirectSolve<T>::solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const
 {
     const bool all = part == SolvePart::All;
-    const RightSides<T> y{cells, count};
-    bring(b, cells, count, all || part == SolvePart::Forward);
-    if (all || part == SolvePart::Forward) substituteForward(factor_, transposed_, y, work);
-    if (all || part == SolvePart::Diagonal) substituteDiagonal(factor_, y);
-    if (all || part == SolvePart::Backward) substituteBackward(factor_, transposed_, y, work);
-    takeBack(cells, x, count, all || part == SolvePart::Backward);
+    const SupernodeRange everything{0, factor_.structure.supernodes() - 1};
+    bring(b, count, all || part == SolvePart::Forward, y);
+    if (all || part == SolvePart::Forward) substituteForward(factor_, transposed_, y, everything);
+    if (all || part == SolvePart::Diagonal) substituteDiagonal(factor_, y, everything);
+    if (all || part == SolvePart::Backward) substituteBackward(factor_, transposed_, y, everything);
+    takeBack(y, count, all || part == SolvePart::Backward, x);
 }
 
 template <class T>
 void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
 {
-    const std::int64_t n = factor_.order();
-    const int sides = sidesPerBlock(count, threads_), busy = std::min(threads_, count);
-    const int blocks = (count + sides - 1) / sides;
-    T* const substitution = work_ + n * count;
+    const std::ptrdiff_t n = factor_.order();
+    const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
+    const int blocks = (count + sides - 1) / sides, busy = std::min(threads_, blocks);
 #pragma omp parallel for schedule(static, 1) num_threads(busy) if (busy > 1)
     for (int block = 0; block < blocks; ++block) {
-        const int first = block * sides, last = std::min(first + sides, count);
-        T* const work = substitution + substitutionWork(factor_.tallest, sides) * omp_get_thread_num();
-        solveBlock(b + n * first, x + n * first, last - first, part, work_ + n * first, work);
+        const int first = block * sides, own = std::min(sides, count - first);
+        solveBlock(b + n * first, x + n * first, own, part, {work_ + n * taken * block, taken});
     }
 }
 

@@ -44,9 +44,9 @@ public:
     void solve(const T* b, T* x, int count, SolvePart part = SolvePart::All) const;
 
 private:
-    void solveBlock(const T* b, T* x, int count, SolvePart part, T* cells, T* work) const;
-    void bring(const T* b, T* cells, int count, bool permutes) const;
-    void takeBack(const T* cells, T* x, int count, bool permutes) const;
+    void solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const;
+    void bring(const T* b, int count, bool permutes, const RightSides<T>& y) const;
+    void takeBack(const RightSides<T>& y, int count, bool permutes, T* x) const;
 
     StoredFactor<T> factor_;
     SystemFrame frame_;

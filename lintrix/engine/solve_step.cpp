@@ -61,8 +61,8 @@ StoredFactor<T> storedFactor(Handle handle, int mnum)
 {
     const FactorPlan plan = planOf(handle);
     const FactorRules rules = rulesOfFactor(handle, mnum);
-    return {plan.structure,  plan.lowerStarts,   plan.upperStarts,         rules.method,
-            rules.hermitian, plan.sizes.tallest, factorIn<T>(handle, mnum)};
+    return {plan.structure, plan.lowerStarts, plan.upperStarts,
+            rules.method,   rules.hermitian,  factorIn<T>(handle, mnum)};
 }
 
 /// Rows move with the matching of unsymmetric storage; one factor serves rows and columns of symmetric one.

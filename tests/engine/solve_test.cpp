@@ -1,23 +1,36 @@
-// Solves through the entry.
+// Solves through the entry: every type, element, thread count, number of right-hand sides and shape.
 
-#include "tests/engine/engine_call.h"
-
-#include <cmath>
+#include "tests/engine/solve_case.h"
 
 namespace Velmar::Lintrix::testing {
 namespace {
 
-TEST(Solve, Smoke)
+template <class T>
+class Solve : public ::testing::Test {
+};
+using Scalars = ::testing::Types<float, double, std::complex<float>, std::complex<double>>;
+TYPED_TEST_SUITE(Solve, Scalars);
+
+TYPED_TEST(Solve, EveryTypeIsSolvedOnAnyThreads)
 {
-    for (const int mtype : {1, 2, -2, 11}) {
-        for (const int t : {1, 2}) {
-        const ThreadSetting setting(t, 0);
-        EngineCall call(tridiagonal(60, mtype % 2 == 0), mtype);
-        call.set(10, 13);
-        EXPECT_EQ(call.run(13), 0);
-        for (int i = 0; i < 60; ++i) EXPECT_NEAR(call.x[i], 0.5 * (i + 1) * (60 - i), 1e-9) << mtype << ' ' << i;
-        for (int step : {331, 332, 333}) { EXPECT_EQ(call.run(step), 0); call.b = call.x; }
-        for (int i = 0; i < 60; ++i) EXPECT_NEAR(call.x[i], 0.5 * (i + 1) * (60 - i), 1e-9) << mtype << ' ' << i;
+    using T = TypeParam;
+    for (const Shape& shape : allShapes()) {
+        for (const int mtype : typesFor<T>()) {
+            for (const int threads : {1, 2, 4}) {
+                const ThreadSetting setting(threads, 0);
+                for (const int sides : {1, 3, 9}) {
+                    SolveCall<T> call(systemOf<T>(shape, mtype), sides);
+                    call.set(8, 2);
+                    ASSERT_EQ(call.run(13), 0) << shape.name << ' ' << mtype << ' ' << threads;
+                    EXPECT_LT(call.scaledResidual(), kResidualLimit<T>)
+                        << shape.name << ' ' << shape.n << ' ' << mtype << ' ' << threads << ' ' << sides;
+                    if (isSymmetricStorage(mtype)) continue;
+                    call.set(12, 1);
+                    ASSERT_EQ(call.run(33), 0);
+                    EXPECT_LT(call.scaledResidual(), kResidualLimit<T>)
+                        << shape.name << ' ' << shape.n << ' ' << mtype << ' ' << threads << ' ' << sides;
+                }
+            }
         }
     }
 }
