@@ -195,10 +195,7 @@ void give(Outcome& outcome, SparseAnswer& answer)
 
 Road firstRoad(const Traits& traits)
 {
-    if (traits.symmetric) {
-        if (traits.positiveLooking) return Road::Cholesky;
-        return traits.fullDiagonal ? Road::Symmetric : Road::SymmetricPairs;
-    }
+    if (traits.symmetric) return traits.positiveLooking ? Road::Cholesky : Road::Symmetric;
     return traits.symmetricPattern && traits.dominant ? Road::Unmatched : Road::Matched;
 }
 

@@ -13,29 +13,43 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-using update_kernel::RegisterKernel;
 using update_kernel::runByElements;
+using update_kernel::VectorKernel;
+
+// Products of more multiplications than this are worth packing.
+constexpr std::int64_t kLargestInPlace = 3000;
+
+template <class T, class Kernel>
+LINTRIX_ALWAYS_INLINE void run(const UpdateProduct<T>& product, const Kernel& kernel, bool lowerTriangle,
+                               T* work)
+{
+    if (std::int64_t{product.m} * product.k * product.w > kLargestInPlace) {
+        kernel.runPacked(lowerTriangle, work);
+    } else {
+        kernel.runInPlace(lowerTriangle);
+    }
+}
 
 template <class T>
-using Kernel = void (*)(const UpdateProduct<T>&, const UpdateTarget<T>&, bool);
+using Kernel = void (*)(const UpdateProduct<T>&, const UpdateTarget<T>&, bool, T*);
 
-// A complex block needs two sums for each vector, so its tall blocks are half as tall.
+// 24 of 32 registers hold sums, or 12 of 16; a complex block has two sums for each vector.
 template <class T>
 [[gnu::target("avx512f,avx512dq,avx512vl,avx2,fma")]] void
-runAvx512(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle)
+runAvx512(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle, T* work)
 {
-    RegisterKernel<T, 64, kIsComplex<T> ? 2 : 4>{product, target}.run(lowerTriangle);
+    run(product, VectorKernel < T, 64, 3, kIsComplex<T> ? 4 : 8 > (product, target), lowerTriangle, work);
 }
 template <class T>
 [[gnu::target("avx2,fma")]] void runAvx2(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
-                                         bool lowerTriangle)
+                                         bool lowerTriangle, T* work)
 {
-    RegisterKernel<T, 32, kIsComplex<T> ? 1 : 2>{product, target}.run(lowerTriangle);
+    run(product, VectorKernel < T, 32, 3, kIsComplex<T> ? 2 : 4 > (product, target), lowerTriangle, work);
 }
 template <class T>
-void runSse2(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle)
+void runSse2(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle, T* work)
 {
-    RegisterKernel<T, 16, kIsComplex<T> ? 1 : 2>{product, target}.run(lowerTriangle);
+    run(product, VectorKernel < T, 16, 3, kIsComplex<T> ? 2 : 4 > (product, target), lowerTriangle, work);
 }
 
 template <class T>
@@ -56,53 +70,33 @@ Choice<T> choose() noexcept
     return {runSse2<T>, 16 / bytes};
 }
 
-// Products of more multiplications than this go to gemm.
-constexpr std::int64_t kLargestInRegisters = 8000;
-// Columns that one call of gemm makes, so that little of the upper triangle is made in vain.
-constexpr int kColumnsAtOnce = 64;
-
 bool areNeighbours(const int* row, int m)
 {
     return row[m - 1] - row[0] == m - 1; // they ascend
 }
 
-// Rows that one call makes where its product goes through the buffer, which then stays in the cache.
-constexpr int kRowsAtOnce = 512;
+// Where rows and columns of the target are neighbours and the product is large, gemm has nothing to gather.
+constexpr int kLeastForGemm = 48;
 
-// Rows [i, i + rows) of columns [c, c + columns), made in the buffer and scattered.
 template <class T>
-void subtractPiece(const UpdateProduct<T>& product, const UpdateTarget<T>& target, int i, int rows, int c,
-                   int columns, bool lowerTriangle, T* buffer)
+bool isForGemm(const UpdateProduct<T>& product, const UpdateTarget<T>& target)
 {
-    blas::gemm('N', 'T', rows, columns, product.w, T(1), product.a + i, product.lda, product.b + c,
-               product.ldb, T(0), buffer, rows);
-    for (int q = 0; q < columns; ++q) {
-        T* const cells = target.cells + std::ptrdiff_t{target.ld} * target.column[c + q];
-        const T* const from = buffer + std::ptrdiff_t{rows} * q;
-        for (int r = lowerTriangle ? std::max(0, c + q - i) : 0; r < rows; ++r) {
-            cells[target.row[i + r]] -= from[r];
-        }
-    }
+    return std::min({product.m, product.k, product.w}) >= kLeastForGemm &&
+           areNeighbours(target.row, product.m) && areNeighbours(target.column, product.k);
 }
 
+// Columns that one call of gemm makes, so that little of the upper triangle is made in vain.
+constexpr int kColumnsAtOnce = 64;
+
 template <class T>
-void subtractByGemm(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle,
-                    T* buffer)
+void subtractByGemm(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle)
 {
-    const bool straight = areNeighbours(target.row, product.m) && areNeighbours(target.column, product.k);
     const int step = lowerTriangle ? std::min(kColumnsAtOnce, product.k) : product.k;
     for (int c = 0; c < product.k; c += step) {
         const int columns = std::min(step, product.k - c), first = lowerTriangle ? c : 0;
-        if (straight) {
-            T* const cells = target.cells + target.row[first] + std::ptrdiff_t{target.ld} * target.column[c];
-            blas::gemm('N', 'T', product.m - first, columns, product.w, T(-1), product.a + first, product.lda,
-                       product.b + c, product.ldb, T(1), cells, target.ld);
-            continue;
-        }
-        for (int i = first; i < product.m; i += kRowsAtOnce) {
-            const int rows = std::min(kRowsAtOnce, product.m - i);
-            subtractPiece(product, target, i, rows, c, columns, lowerTriangle, buffer);
-        }
+        T* const cells = target.cells + target.row[first] + std::ptrdiff_t{target.ld} * target.column[c];
+        blas::gemm('N', 'T', product.m - first, columns, product.w, T(-1), product.a + first, product.lda,
+                   product.b + c, product.ldb, T(1), cells, target.ld);
     }
 }
 
@@ -114,12 +108,12 @@ void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& tar
 {
     static const Choice<T> kernel = choose<T>();
     if (product.m <= 0) return;
-    if (std::int64_t{product.m} * product.k * product.w > kLargestInRegisters) {
-        subtractByGemm(product, target, lowerTriangle, buffer);
-    } else if (product.m + product.above >= kernel.lanes) {
-        kernel.run(product, target, lowerTriangle);
-    } else {
+    if (product.m + product.above < kernel.lanes) {
         runByElements(product, target, lowerTriangle);
+    } else if (isForGemm(product, target)) {
+        subtractByGemm(product, target, lowerTriangle);
+    } else {
+        kernel.run(product, target, lowerTriangle, buffer);
     }
 }
 

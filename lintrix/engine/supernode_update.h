@@ -28,18 +28,22 @@ struct UpdateTarget {
     const int* column; ///< k
 };
 
-/// Elements that subtractProduct may need for its buffer, when the target has at most `widest` columns.
+/// Elements that subtractProduct may need for its buffer, when the target and its descendants have at most
+/// `widest` columns: the packed factors of a product, k <= widest columns and a block of rows.
 constexpr std::int64_t updateBufferSize(int widest) noexcept
 {
-    return std::int64_t{512} * widest;
+    constexpr int kLargestBlock = 64; // rows and columns of a kernel's block together
+    return (std::int64_t{widest} + kLargestBlock) * widest;
 }
 
-/// target(row[i], column[c]) -= sum over p of a(i, p)*b(c, p). With `lowerTriangle` column c takes the rows
-/// from c on. `buffer` has updateBufferSize elements.
+/// target(row[i], column[c]) -= sum over p of a(i, p)*b(c, p). With `lowerTriangle` (rows and columns of the
+/// target are the same there) what stands above the diagonal of the target is undefined afterwards. `buffer`
+/// has updateBufferSize elements.
 ///
-/// Narrow or short products are formed in registers and scattered from there; larger ones by one call of
-/// gemm, straight into the panel where the rows are neighbours, else through the buffer, piece by piece. The
-/// choice depends on the sizes alone, so the bits of a result do not depend on who computes it.
+/// Products are formed in registers, small ones from where the factors lie, larger ones from packed factors,
+/// and subtracted from there: a vector at a time where the rows of the target are neighbours, else by
+/// elements. Where the target is one stretch and large, gemm takes it as it is. The choice depends on sizes
+/// and rows alone, so the bits of a result do not depend on who computes it.
 template <class T>
 LINTRIX_TESTABLE void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
                                       bool lowerTriangle, T* buffer);
