@@ -15,12 +15,13 @@ struct Setup {
     int iteration;                      ///< unit digit of iparm(4) where factors are kept
 };
 
-constexpr std::array<Setup, 5> kSetups{{
+constexpr std::array<Setup, 6> kSetups{{
     {Road::Cholesky, "sparse Cholesky", 2, 0, 0, 0, 2},
     {Road::Symmetric, "sparse LDL'", -2, 8, 0, 0, 2},
     {Road::SymmetricPairs, "sparse LDL' with matching", -2, 8, 1, 1, 2},
     {Road::Unmatched, "sparse LU", 1, 13, 0, 0, 1},
     {Road::Matched, "sparse LU with matching", 11, 13, 1, 0, 1},
+    {Road::Coarse, "sparse LU with raised pivots", 11, 6, 1, 0, 1},
 }};
 
 const Setup& setupOf(Road road)
@@ -59,7 +60,7 @@ std::string_view nameOf(Road road)
 
 bool takesTriangle(Road road)
 {
-    return road != Road::Unmatched && road != Road::Matched;
+    return road == Road::Cholesky || road == Road::Symmetric || road == Road::SymmetricPairs;
 }
 
 std::optional<Road> roadAfter(Road road)
@@ -73,6 +74,8 @@ std::optional<Road> roadAfter(Road road)
     case Road::Unmatched:
         return Road::Matched;
     case Road::Matched:
+        return Road::Coarse;
+    case Road::Coarse:
         break;
     }
     return std::nullopt;

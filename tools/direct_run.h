@@ -3,6 +3,7 @@
 
 #include <lintrix/lintrix.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -18,9 +19,11 @@ enum class Road {
     SymmetricPairs, ///< L*D*L' with matching, scaling and pivots of one and two columns (Bunch-Kaufman)
     Unmatched,      ///< LU that keeps to the diagonal as it stands
     Matched,        ///< LU with matching and scaling: for any matrix
+    Coarse,         ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
 };
 
-/// "sparse Cholesky", "sparse LDL'", "sparse LDL' with matching", "sparse LU", "sparse LU with matching".
+/// "sparse Cholesky", "sparse LDL'", "sparse LDL' with matching", "sparse LU", "sparse LU with matching",
+/// "sparse LU with raised pivots".
 std::string_view nameOf(Road road);
 
 /// Whether the engine takes the upper triangle or all elements.
@@ -61,7 +64,8 @@ public:
 
     int perturbedPivots() const { return parameters_[13]; }
     int refinementSteps() const { return parameters_[6]; }
-    int factorEntries() const { return parameters_[17]; } ///< 0 of a diagonal matrix
+    /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
+    int factorEntries() const { return std::max(parameters_[17], 0); }
 
 private:
     EngineAnswer call(int phase, int nrhs, const double* b, double* x);

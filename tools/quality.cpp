@@ -57,13 +57,13 @@ double oneNorm(const Matrix& A)
     return largest;
 }
 
-/// The largest over the first `cols` columns of ||r|| / (factor*(||A|| ||x|| + ||b||)); a zero residual is
-/// zero whatever the scale. A norm that overflows gives NaN, not a flattering zero.
+/// The largest over the columns from `begin` to before `end` of ||r|| / (factor*(||A|| ||x|| + ||b||)); a
+/// zero residual is zero whatever the scale. A norm that overflows gives NaN, not a flattering zero.
 double scaledResidual(const Matrix& R, double factor, double normA, const Matrix& X, const Matrix& B,
-                      std::int32_t cols)
+                      std::int32_t begin, std::int32_t end)
 {
     double worst = 0.0;
-    for (std::int32_t j = 0; j < cols; ++j) {
+    for (std::int32_t j = begin; j < end; ++j) {
         const std::span<const double> r = columnCells(R, j);
         const double size = largestMagnitude(r);
         const double scale =
@@ -117,20 +117,23 @@ Quality judge(const Matrix& A, const Matrix& X, const Matrix& B)
     Matrix R(B);
     Matrix::Multiply(-1.0, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, X, 1.0, R);
     const double normA = infinityNorm(A);
-    Quality quality{scaledResidual(R, 1.0, normA, X, B, B.Cols())};
+    Quality quality{scaledResidual(R, 1.0, normA, X, B, 0, B.Cols())};
     if (A.Rows() > A.Cols()) {
         Matrix gradient(A.Cols(), B.Cols());
         Matrix::Multiply(1.0, TransposeMode::Transposed, A, TransposeMode::NotTransposed, R, 0.0, gradient);
-        quality.normalResidual = scaledResidual(gradient, oneNorm(A), normA, X, B, B.Cols());
+        quality.normalResidual = scaledResidual(gradient, oneNorm(A), normA, X, B, 0, B.Cols());
     }
     return quality;
 }
 
-Quality judge(const SparseMatrix& A, const Matrix& X, const Matrix& B, std::int32_t cols)
+ProbedQuality judge(const SparseMatrix& A, const Matrix& X, const Matrix& B, const Matrix& probe)
 {
     Matrix R(B);
     SparseMatrix::Multiply(-1.0, TransposeMode::NotTransposed, A, X, 1.0, R);
-    return {scaledResidual(R, 1.0, infinityNorm(A), X, B, cols)};
+    const double normA = infinityNorm(A);
+    const std::int32_t last = B.Cols() - 1;
+    return {scaledResidual(R, 1.0, normA, X, B, 0, last), scaledResidual(R, 1.0, normA, X, B, last, last + 1),
+            probeError(cellsOf(probe), columnCells(X, last))};
 }
 
 double largestDifference(std::span<const double> x, std::span<const double> y)

@@ -40,8 +40,14 @@ struct Quality {
 };
 
 Quality judge(const Matrix& A, const Matrix& X, const Matrix& B);
-/// The columns of X and B beyond the first `cols` are not judged.
-Quality judge(const SparseMatrix& A, const Matrix& X, const Matrix& B, std::int32_t cols);
+
+/// Of a system whose last column is the probe's.
+struct ProbedQuality {
+    double residual = 0.0; ///< over the other columns, scaled as above
+    double probeResidual = 0.0, probeError = 0.0;
+};
+
+ProbedQuality judge(const SparseMatrix& A, const Matrix& X, const Matrix& B, const Matrix& probe);
 
 /// Of a solution with this residual and this probe error.
 Verdict verdictOf(double residual, double probeError);

@@ -22,6 +22,13 @@ struct RightHands {
     Matrix probe; ///< n x 1, the solution of the last column
 };
 
+/// Of the whole matrix. The reader does not count those that its triangle leaves out.
+std::int64_t entriesOf(const MatrixMarketReader& reader, const SparseMatrix& matrix)
+{
+    if (!matrix.Symmetric()) return reader.EntriesRead();
+    return reader.EntriesRead() + matrix.NumElements() - matrix.Rows();
+}
+
 SparseSystem load(SystemFiles& files, SolveReport& report, std::optional<Matrix>& given)
 {
     requireSparseRoom(files.matrix.Header(), memoryLimit());
@@ -29,7 +36,7 @@ SparseSystem load(SystemFiles& files, SolveReport& report, std::optional<Matrix>
         requireSparseRoomBeside(files.matrix.Header(), files.rightHands->Header(), memoryLimit());
     SparseMatrix matrix = files.matrix.ReadSparse();
     if (files.rightHands) given = files.rightHands->ReadDense();
-    report.entries = files.matrix.EntriesRead();
+    report.entries = entriesOf(files.matrix, matrix);
     report.rightHands = given ? given->Cols() : 1;
     report.seconds.finish("read");
     return SparseSystem(std::move(matrix));

@@ -13,8 +13,8 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-constexpr double kNoDigit = 0.1;       // a probe error from here on
-constexpr std::int32_t kLateSteps = 5; // of refinement, where the residual asks for it
+constexpr double kNoDigit = 0.1;        // a probe error from here on
+constexpr std::int32_t kLateSteps = 20; // of refinement, where the residual asks for it
 
 // The engine's error numbers and internal codes that are told apart.
 constexpr int kNoMemory = -2, kNumeric = -4, kUnmatched = -6, kDiagonal = -7, kOverflow = -8;
@@ -24,16 +24,21 @@ constexpr int kNoContraction = -112, kTooManySteps = -111, kIteration = -3;
 struct Outcome {
     EngineAnswer engine;
     std::optional<Matrix> x; ///< with the probe
-    double residual = NAN, probeError = NAN;
+    ProbedQuality quality{NAN, NAN, NAN};
     int perturbed = 0, steps = 0, factorEntries = 0;
 
-    bool solves() const { return x && residual <= kPoor; }
+    bool solves() const { return x && quality.residual <= kPoor; }
     /// Small pivots were replaced, and what comes back is not what went in: A is singular to working
     /// precision, and X one of many solutions.
-    bool looksSingular() const { return perturbed > 0 && !(probeError < kNoDigit); }
+    bool looksSingular() const { return perturbed > 0 && !(quality.probeError < kNoDigit); }
     bool isGood() const { return solves() && !looksSingular(); }
-    /// No other road can do better.
-    bool isFinal() const { return engine.error == kUnmatched || engine.error == kDiagonal; }
+    /// No other road can do better: the pattern has no perfect matching, or the system of the probe is solved
+    /// to rounding level by something else than the probe.
+    bool isFinal() const
+    {
+        return engine.error == kUnmatched || engine.error == kDiagonal ||
+               (x && looksSingular() && quality.probeResidual <= kRoundingLevel);
+    }
 };
 
 class RoadRunner {
@@ -70,29 +75,30 @@ private:
         outcome.engine = direct.solve(B_, X);
         seconds_.finish("solve");
         if (outcome.engine.error != 0) return;
-        judgeInto(outcome, X);
-        if (outcome.residual > kRoundingLevel && settings_.refine == 0) {
-            Matrix refined(B_.Rows(), B_.Cols());
-            const bool done = direct.refine(B_, refined, kLateSteps).error == 0;
-            seconds_.finish("solve");
-            const double before = outcome.residual;
-            Outcome after;
-            if (done) judgeInto(after, refined);
-            if (after.residual < before) {
-                outcome.residual = after.residual;
-                outcome.probeError = after.probeError;
-                X = std::move(refined);
-            }
-        }
+        outcome.quality = judged(X);
+        if (outcome.quality.residual > kRoundingLevel && settings_.refine == 0)
+            refine(direct, outcome.quality, X);
         outcome.x = std::move(X);
     }
 
-    void judgeInto(Outcome& outcome, const Matrix& X)
+    /// Keeps what is better.
+    void refine(DirectRun& direct, ProbedQuality& quality, Matrix& X)
     {
-        const std::int32_t last = B_.Cols() - 1;
-        outcome.residual = judge(system_.matrix(), X, B_, last).residual;
-        outcome.probeError = probeError(cellsOf(probe_), columnCells(X, last));
+        Matrix refined(B_.Rows(), B_.Cols());
+        const EngineAnswer engine = direct.refine(B_, refined, kLateSteps);
+        seconds_.finish("solve");
+        if (engine.error != 0) return;
+        const ProbedQuality after = judged(refined);
+        if (!(after.residual < quality.residual)) return;
+        quality = after;
+        X = std::move(refined);
+    }
+
+    ProbedQuality judged(const Matrix& X)
+    {
+        const ProbedQuality quality = judge(system_.matrix(), X, B_, probe_);
         seconds_.finish("check");
+        return quality;
     }
 
     SparseSystem& system_;
@@ -140,8 +146,8 @@ std::string whyLeft(Road road, const Outcome& outcome, const SparseMatrix& matri
         return fmt::format("the engine reports error {}", engine.error);
     }
     if (outcome.looksSingular()) return "singular: " + pivots(outcome.perturbed);
-    if (!std::isfinite(outcome.residual)) return "a number overflowed";
-    return fmt::format("scaled residual {:.1e}", outcome.residual);
+    if (!std::isfinite(outcome.quality.residual)) return "a number overflowed";
+    return fmt::format("scaled residual {:.1e}", outcome.quality.residual);
 }
 
 /// What keeps a solution from being accurate.
@@ -150,15 +156,16 @@ std::string whyDegraded(const Outcome& outcome)
     std::string reason;
     const auto add = [&reason](const std::string& text) { reason += reason.empty() ? text : ", " + text; };
     if (outcome.perturbed > 0) add(pivots(outcome.perturbed));
-    if (outcome.residual > kRoundingLevel) add(fmt::format("scaled residual {:.1e}", outcome.residual));
-    if (!(outcome.probeError <= kFewDigits)) add("ill-conditioned");
+    if (outcome.quality.residual > kRoundingLevel)
+        add(fmt::format("scaled residual {:.1e}", outcome.quality.residual));
+    if (!(outcome.quality.probeError <= kFewDigits)) add("ill-conditioned");
     return reason;
 }
 
 /// A solution whose residual is small beats none, a smaller residual a larger one.
 bool isBetter(const Outcome& one, const Outcome& other)
 {
-    return one.x && (!other.x || one.residual < other.residual);
+    return one.x && (!other.x || one.quality.residual < other.quality.residual);
 }
 
 void tell(const Outcome& outcome, SparseAnswer& answer)
@@ -171,15 +178,15 @@ void tell(const Outcome& outcome, SparseAnswer& answer)
 void accept(Outcome& outcome, SparseAnswer& answer)
 {
     tell(outcome, answer);
-    answer.verdict = verdictOf(outcome.residual, outcome.probeError);
-    if (answer.verdict == Verdict::Degraded) answer.reason = whyDegraded(outcome);
+    answer.verdict = verdictOf(outcome.quality.residual, outcome.quality.probeError);
+    answer.reason = answer.verdict == Verdict::Degraded ? whyDegraded(outcome) : std::string();
 }
 
 void give(Outcome& outcome, SparseAnswer& answer)
 {
     if (!outcome.x) return;
-    answer.residual = outcome.residual;
-    answer.probeError = outcome.probeError;
+    answer.residual = outcome.quality.residual;
+    answer.probeError = outcome.quality.probeError;
     outcome.x->Cols(outcome.x->Cols() - 1);
     answer.x = std::move(outcome.x);
 }
@@ -188,10 +195,7 @@ void give(Outcome& outcome, SparseAnswer& answer)
 
 Road firstRoad(const Traits& traits)
 {
-    if (traits.symmetric) {
-        if (traits.positiveLooking) return Road::Cholesky;
-        return traits.fullDiagonal ? Road::Symmetric : Road::SymmetricPairs;
-    }
+    if (traits.symmetric) return traits.positiveLooking ? Road::Cholesky : Road::Symmetric;
     return traits.symmetricPattern && traits.dominant ? Road::Unmatched : Road::Matched;
 }
 
