@@ -23,6 +23,12 @@ bool includes(SolvePart whole, SolvePart part)
     return whole == SolvePart::All || whole == part;
 }
 
+// The whole solve divides by D on its way back.
+BeforeTriangle beforeTriangle(SolvePart part)
+{
+    return part == SolvePart::All ? BeforeTriangle::DivideByD : BeforeTriangle::Nothing;
+}
+
 bool splitsByParts(const SupernodeParts& parts, int threads, int count)
 {
     return count == 1 && threads > 1 && parts.canSplit();
@@ -99,8 +105,10 @@ void DirectSolve<T>::solveBlock(const T* b, T* x, int count, SolvePart part, con
     const SupernodeRange everything{0, factor_.structure.supernodes() - 1};
     bring(b, count, includes(part, SolvePart::Forward), y);
     if (includes(part, SolvePart::Forward)) substituteForward(factor_, transposed_, y, everything);
-    if (includes(part, SolvePart::Diagonal)) substituteDiagonal(factor_, y, everything);
-    if (includes(part, SolvePart::Backward)) substituteBackward(factor_, transposed_, y, everything);
+    if (part == SolvePart::Diagonal) substituteDiagonal(factor_, y, everything);
+    if (includes(part, SolvePart::Backward)) {
+        substituteBackward(factor_, transposed_, y, everything, beforeTriangle(part));
+    }
     takeBack(y, count, includes(part, SolvePart::Backward), x);
 }
 
@@ -111,8 +119,8 @@ void DirectSolve<T>::solveByParts(const T* b, T* x, SolvePart part) const
     const PartedSubstitution<T> substitution(factor_, parts_, threads_, work_, work_ + factor_.order());
     bring(b, 1, includes(part, SolvePart::Forward), y);
     if (includes(part, SolvePart::Forward)) substitution.forward(transposed_);
-    if (includes(part, SolvePart::Diagonal)) substitution.diagonal();
-    if (includes(part, SolvePart::Backward)) substitution.backward(transposed_);
+    if (part == SolvePart::Diagonal) substitution.diagonal();
+    if (includes(part, SolvePart::Backward)) substitution.backward(transposed_, beforeTriangle(part));
     takeBack(y, 1, includes(part, SolvePart::Backward), x);
 }
 

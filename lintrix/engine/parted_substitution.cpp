@@ -56,11 +56,13 @@ void PartedSubstitution<T>::diagonal() const
 }
 
 template <class T>
-void PartedSubstitution<T>::backward(bool transposed) const
+void PartedSubstitution<T>::backward(bool transposed, BeforeTriangle before) const
 {
-    substituteBackward(factor_, transposed, y_, separators_);
+    substituteBackward(factor_, transposed, y_, separators_, before);
 #pragma omp parallel for schedule(dynamic, 1) num_threads(threads_)
-    for (int p = 0; p < parts_.independent; ++p) substituteBackward(factor_, transposed, y_, part(p));
+    for (int p = 0; p < parts_.independent; ++p) {
+        substituteBackward(factor_, transposed, y_, part(p), before);
+    }
 }
 
 template class PartedSubstitution<float>;

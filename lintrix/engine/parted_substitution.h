@@ -48,7 +48,7 @@ public:
 
     void forward(bool transposed) const;
     void diagonal() const;
-    void backward(bool transposed) const;
+    void backward(bool transposed, BeforeTriangle before) const;
 
 private:
     void forwardPart(int part, bool transposed) const;
