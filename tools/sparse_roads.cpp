@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <utility>
 
 namespace Velmar::Lintrix::tools {
@@ -25,6 +26,7 @@ struct Outcome {
     EngineAnswer engine;
     std::optional<Matrix> x; ///< with the probe
     ProbedQuality quality{NAN, NAN, NAN};
+    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     int perturbed = 0, steps = 0, factorEntries = 0;
 
     bool solves() const { return x && quality.residual <= kPoor; }
@@ -43,40 +45,54 @@ struct Outcome {
 
 class RoadRunner {
 public:
-    RoadRunner(SparseSystem& system, const Matrix& B, const Matrix& probe, const DirectSettings& settings,
+    RoadRunner(SparseSystem& system, const Matrix& B, const Matrix& probe, const SparseOptions& options,
                StepTimes& seconds)
-        : system_(system), B_(B), probe_(probe), settings_(settings), seconds_(seconds)
+        : system_(system), B_(B), probe_(probe), options_(options), seconds_(seconds)
     {
     }
 
     Outcome run(Road road)
     {
         SparseMatrix& matrix = takesTriangle(road) ? system_.upper() : system_.full();
-        DirectRun direct(road, matrix, settings_);
         Outcome outcome;
-        outcome.engine = direct.analyse();
+        const std::unique_ptr<DirectRun> direct = analysed(road, matrix, outcome.engine);
         seconds_.finish("analyse");
-        if (outcome.engine.error == 0) {
-            outcome.engine = direct.factorize();
-            seconds_.finish("factorize");
-        }
-        if (outcome.engine.error == 0) solve(direct, outcome);
+        if (outcome.engine.error == 0) factorizeAndSolve(*direct, outcome);
         if (outcome.engine.error == kNoMemory) throw NotEnoughMemoryException();
-        outcome.perturbed = direct.perturbedPivots();
-        outcome.steps = direct.refinementSteps();
-        outcome.factorEntries = direct.factorEntries();
+        outcome.ordering = direct->ordering();
+        outcome.perturbed = direct->perturbedPivots();
+        outcome.steps = direct->refinementSteps();
+        outcome.factorEntries = direct->factorEntries();
         return outcome;
     }
 
 private:
-    void solve(DirectRun& direct, Outcome& outcome)
+    /// By minimum degree first. Nested dissection, where it pays, is kept if it saves operations.
+    std::unique_ptr<DirectRun> analysed(Road road, SparseMatrix& matrix, EngineAnswer& answer)
     {
+        constexpr auto kFirst = FillInReducingMethod::MinimumDegree;
+        auto first =
+            std::make_unique<DirectRun>(road, matrix, options_.ordering.value_or(kFirst), options_.settings);
+        answer = first->analyse();
+        if (answer.error != 0 || options_.ordering || !dissectionPays(first->gigaflops(), matrix))
+            return first;
+        auto second = std::make_unique<DirectRun>(road, matrix, FillInReducingMethod::NestedDissection,
+                                                  options_.settings);
+        const bool better = second->analyse().error == 0 && second->gigaflops() < first->gigaflops();
+        return better ? std::move(second) : std::move(first);
+    }
+
+    void factorizeAndSolve(DirectRun& direct, Outcome& outcome)
+    {
+        outcome.engine = direct.factorize();
+        seconds_.finish("factorize");
+        if (outcome.engine.error != 0) return;
         Matrix X(B_.Rows(), B_.Cols());
         outcome.engine = direct.solve(B_, X);
         seconds_.finish("solve");
         if (outcome.engine.error != 0) return;
         outcome.quality = judged(X);
-        if (outcome.quality.residual > kRoundingLevel && settings_.refine == 0)
+        if (outcome.quality.residual > kRoundingLevel && options_.settings.refine == 0)
             refine(direct, outcome.quality, X);
         outcome.x = std::move(X);
     }
@@ -104,7 +120,7 @@ private:
     SparseSystem& system_;
     const Matrix& B_;
     const Matrix& probe_;
-    const DirectSettings& settings_;
+    const SparseOptions& options_;
     StepTimes& seconds_;
 };
 
@@ -170,6 +186,7 @@ bool isBetter(const Outcome& one, const Outcome& other)
 
 void tell(const Outcome& outcome, SparseAnswer& answer)
 {
+    answer.ordering = outcome.ordering;
     answer.perturbedPivots = outcome.perturbed;
     answer.refinementSteps = outcome.steps;
     answer.factorEntries = outcome.factorEntries;
@@ -218,12 +235,7 @@ SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& pr
                          const SparseOptions& options, StepTimes& seconds)
 {
     SparseAnswer answer;
-    DirectSettings settings = options.settings;
-    settings.ordering = answer.ordering =
-        options.ordering ? *options.ordering : chooseOrdering(system.matrix());
-    seconds.finish("order");
-
-    RoadRunner runner(system, B, probe, settings, seconds);
+    RoadRunner runner(system, B, probe, options, seconds);
     Outcome best;
     for (;;) {
         Outcome outcome = runner.run(road);
