@@ -14,6 +14,7 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
+constexpr int kMuchFill = 5'000'000, kFillBound = 10;
 constexpr double kNoDigit = 0.1;        // a probe error from here on
 constexpr std::int32_t kLateSteps = 20; // of refinement, where the residual asks for it
 
@@ -28,6 +29,7 @@ struct Outcome {
     ProbedQuality quality{NAN, NAN, NAN};
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     int perturbed = 0, steps = 0, factorEntries = 0;
+    bool fillsIn = false; ///< the factors would be too large, and were not made
 
     bool solves() const { return x && quality.residual <= kPoor; }
     /// Small pivots were replaced, and what comes back is not what went in: A is singular to working
@@ -57,7 +59,8 @@ public:
         Outcome outcome;
         const std::unique_ptr<DirectRun> direct = analysed(road, matrix, outcome.engine);
         seconds_.finish("analyse");
-        if (outcome.engine.error == 0) factorizeAndSolve(*direct, outcome);
+        outcome.fillsIn = fillsIn(road, direct->factorEntries());
+        if (outcome.engine.error == 0 && !outcome.fillsIn) factorizeAndSolve(*direct, outcome);
         if (outcome.engine.error == kNoMemory) throw NotEnoughMemoryException();
         outcome.ordering = direct->ordering();
         outcome.perturbed = direct->perturbedPivots();
@@ -82,6 +85,14 @@ private:
         return better ? std::move(second) : std::move(first);
     }
 
+    /// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no
+    /// better: past all bounds for a large matrix.
+    bool fillsIn(Road road, int entries)
+    {
+        const int before = std::exchange(entriesBefore_, entries);
+        return road == Road::SymmetricPairs && entries > kMuchFill && entries / kFillBound > before;
+    }
+
     void factorizeAndSolve(DirectRun& direct, Outcome& outcome)
     {
         outcome.engine = direct.factorize();
@@ -92,8 +103,9 @@ private:
         seconds_.finish("solve");
         if (outcome.engine.error != 0) return;
         outcome.quality = judged(X);
-        if (outcome.quality.residual > kRoundingLevel && options_.settings.refine == 0)
-            refine(direct, outcome.quality, X);
+        const bool accurate =
+            verdictOf(outcome.quality.residual, outcome.quality.probeError) == Verdict::Accurate;
+        if (!accurate && options_.settings.refine == 0) refine(direct, outcome.quality, X);
         outcome.x = std::move(X);
     }
 
@@ -122,6 +134,7 @@ private:
     const Matrix& probe_;
     const SparseOptions& options_;
     StepTimes& seconds_;
+    int entriesBefore_ = 0; ///< of the factors on the road before
 };
 
 std::string pivots(int count)
@@ -146,6 +159,7 @@ int nonZeros(std::span<const double> values)
 std::string whyLeft(Road road, const Outcome& outcome, const SparseMatrix& matrix)
 {
     const EngineAnswer engine = outcome.engine;
+    if (outcome.fillsIn) return fmt::format("its factors would have {} entries", outcome.factorEntries);
     switch (engine.error) {
     case 0:
         break;
