@@ -41,6 +41,7 @@ enum Slot : std::size_t {
     kScaling = 11,
     kMatching = 13,
     kFactorEntries = 18,
+    kGigaflops = 19,
     kSymmetricPivoting = 21,
     kFailing = 30,
 };
@@ -81,13 +82,14 @@ std::optional<Road> roadAfter(Road road)
     return std::nullopt;
 }
 
-DirectRun::DirectRun(Road road, SparseMatrix& matrix, const DirectSettings& settings)
+DirectRun::DirectRun(Road road, SparseMatrix& matrix, FillInReducingMethod ordering,
+                     const DirectSettings& settings)
     : type_(setupOf(road).type), matrix_(matrix), settings_(settings)
 {
     const Setup& setup = setupOf(road);
     const auto set = [this](Slot slot, int value) { parameters_[slot - 1] = value; };
     set(kCallersValues, 1);
-    set(kOrdering, static_cast<int>(settings.ordering));
+    set(kOrdering, static_cast<int>(ordering));
     if (settings.strategy == FactorizationStrategy::ComputeWhenNeeded)
         set(kIterativePath, 10 * kIterationTolerance + setup.iteration);
     set(kRefinementLimit, settings.refine);
@@ -95,6 +97,7 @@ DirectRun::DirectRun(Road road, SparseMatrix& matrix, const DirectSettings& sett
     set(kScaling, setup.matching);
     set(kMatching, setup.matching);
     set(kFactorEntries, -1);
+    set(kGigaflops, -1);
     set(kSymmetricPivoting, setup.pairs);
 }
 

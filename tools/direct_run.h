@@ -33,7 +33,6 @@ bool takesTriangle(Road road);
 std::optional<Road> roadAfter(Road road);
 
 struct DirectSettings {
-    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     FactorizationStrategy strategy = FactorizationStrategy::ComputeAlways;
     std::int32_t refine = 0; ///< at most so many steps; below 0 with residuals in extended precision
     bool engineReport = false;
@@ -50,7 +49,7 @@ struct EngineAnswer {
 class DirectRun {
 public:
     /// `matrix` in the storage that the road takes; it must outlive the run, and is shifted while it works.
-    DirectRun(Road road, SparseMatrix& matrix, const DirectSettings& settings);
+    DirectRun(Road road, SparseMatrix& matrix, FillInReducingMethod ordering, const DirectSettings& settings);
     ~DirectRun();
     DirectRun(const DirectRun&) = delete;
     DirectRun& operator=(const DirectRun&) = delete;
@@ -62,8 +61,11 @@ public:
     /// As `solve`, with up to `steps` steps of refinement.
     EngineAnswer refine(const Matrix& B, Matrix& X, std::int32_t steps);
 
+    FillInReducingMethod ordering() const { return static_cast<FillInReducingMethod>(parameters_[1]); }
     int perturbedPivots() const { return parameters_[13]; }
     int refinementSteps() const { return parameters_[6]; }
+    /// Operations of a factorization, in units of 10^9, as the analysis counts them.
+    int gigaflops() const { return std::max(parameters_[18], 0); }
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
     int factorEntries() const { return std::max(parameters_[17], 0); }
 

@@ -131,7 +131,11 @@ void addDirect(CLI::App* solve, tools::SolveOptions& options)
                {"mmd", FillInReducingMethod::MinimumDegree},
                {"nd", FillInReducingMethod::NestedDissection},
                {"pnd", FillInReducingMethod::ParallelNestedDissection}},
-              "Order of elimination: minimum degree, nested dissection, parallel; auto looks at the graph");
+              "Minimum degree or (parallel) nested dissection; auto counts");
+    addChoice(solve, "--strategy", sparse.settings.strategy,
+              {{"always", FactorizationStrategy::ComputeAlways},
+               {"when-needed", FactorizationStrategy::ComputeWhenNeeded}},
+              "Solve with the factors, or iterate with them");
     solve
         ->add_option("--refine", sparse.settings.refine,
                      "At most N steps of refinement; below 0 with residuals in extended precision")

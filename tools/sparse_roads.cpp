@@ -7,12 +7,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <utility>
 
 namespace Velmar::Lintrix::tools {
 
 namespace {
 
+constexpr int kMuchFill = 5'000'000, kFillBound = 10;
 constexpr double kNoDigit = 0.1;        // a probe error from here on
 constexpr std::int32_t kLateSteps = 20; // of refinement, where the residual asks for it
 
@@ -25,7 +27,9 @@ struct Outcome {
     EngineAnswer engine;
     std::optional<Matrix> x; ///< with the probe
     ProbedQuality quality{NAN, NAN, NAN};
+    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     int perturbed = 0, steps = 0, factorEntries = 0;
+    bool fillsIn = false; ///< the factors would be too large, and were not made
 
     bool solves() const { return x && quality.residual <= kPoor; }
     /// Small pivots were replaced, and what comes back is not what went in: A is singular to working
@@ -43,41 +47,65 @@ struct Outcome {
 
 class RoadRunner {
 public:
-    RoadRunner(SparseSystem& system, const Matrix& B, const Matrix& probe, const DirectSettings& settings,
+    RoadRunner(SparseSystem& system, const Matrix& B, const Matrix& probe, const SparseOptions& options,
                StepTimes& seconds)
-        : system_(system), B_(B), probe_(probe), settings_(settings), seconds_(seconds)
+        : system_(system), B_(B), probe_(probe), options_(options), seconds_(seconds)
     {
     }
 
     Outcome run(Road road)
     {
         SparseMatrix& matrix = takesTriangle(road) ? system_.upper() : system_.full();
-        DirectRun direct(road, matrix, settings_);
         Outcome outcome;
-        outcome.engine = direct.analyse();
+        const std::unique_ptr<DirectRun> direct = analysed(road, matrix, outcome.engine);
         seconds_.finish("analyse");
-        if (outcome.engine.error == 0) {
-            outcome.engine = direct.factorize();
-            seconds_.finish("factorize");
-        }
-        if (outcome.engine.error == 0) solve(direct, outcome);
+        outcome.fillsIn = fillsIn(road, direct->factorEntries());
+        if (outcome.engine.error == 0 && !outcome.fillsIn) factorizeAndSolve(*direct, outcome);
         if (outcome.engine.error == kNoMemory) throw NotEnoughMemoryException();
-        outcome.perturbed = direct.perturbedPivots();
-        outcome.steps = direct.refinementSteps();
-        outcome.factorEntries = direct.factorEntries();
+        outcome.ordering = direct->ordering();
+        outcome.perturbed = direct->perturbedPivots();
+        outcome.steps = direct->refinementSteps();
+        outcome.factorEntries = direct->factorEntries();
         return outcome;
     }
 
 private:
-    void solve(DirectRun& direct, Outcome& outcome)
+    /// By minimum degree first. Nested dissection, where it pays, is kept if it saves operations.
+    std::unique_ptr<DirectRun> analysed(Road road, SparseMatrix& matrix, EngineAnswer& answer)
     {
+        constexpr auto kFirst = FillInReducingMethod::MinimumDegree;
+        auto first =
+            std::make_unique<DirectRun>(road, matrix, options_.ordering.value_or(kFirst), options_.settings);
+        answer = first->analyse();
+        if (answer.error != 0 || options_.ordering || !dissectionPays(first->gigaflops(), matrix))
+            return first;
+        auto second = std::make_unique<DirectRun>(road, matrix, FillInReducingMethod::NestedDissection,
+                                                  options_.settings);
+        const bool better = second->analyse().error == 0 && second->gigaflops() < first->gigaflops();
+        return better ? std::move(second) : std::move(first);
+    }
+
+    /// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no
+    /// better: past all bounds for a large matrix.
+    bool fillsIn(Road road, int entries)
+    {
+        const int before = std::exchange(entriesBefore_, entries);
+        return road == Road::SymmetricPairs && entries > kMuchFill && entries / kFillBound > before;
+    }
+
+    void factorizeAndSolve(DirectRun& direct, Outcome& outcome)
+    {
+        outcome.engine = direct.factorize();
+        seconds_.finish("factorize");
+        if (outcome.engine.error != 0) return;
         Matrix X(B_.Rows(), B_.Cols());
         outcome.engine = direct.solve(B_, X);
         seconds_.finish("solve");
         if (outcome.engine.error != 0) return;
         outcome.quality = judged(X);
-        if (outcome.quality.residual > kRoundingLevel && settings_.refine == 0)
-            refine(direct, outcome.quality, X);
+        const bool accurate =
+            verdictOf(outcome.quality.residual, outcome.quality.probeError) == Verdict::Accurate;
+        if (!accurate && options_.settings.refine == 0) refine(direct, outcome.quality, X);
         outcome.x = std::move(X);
     }
 
@@ -104,8 +132,9 @@ private:
     SparseSystem& system_;
     const Matrix& B_;
     const Matrix& probe_;
-    const DirectSettings& settings_;
+    const SparseOptions& options_;
     StepTimes& seconds_;
+    int entriesBefore_ = 0; ///< of the factors on the road before
 };
 
 std::string pivots(int count)
@@ -130,6 +159,7 @@ int nonZeros(std::span<const double> values)
 std::string whyLeft(Road road, const Outcome& outcome, const SparseMatrix& matrix)
 {
     const EngineAnswer engine = outcome.engine;
+    if (outcome.fillsIn) return fmt::format("its factors would have {} entries", outcome.factorEntries);
     switch (engine.error) {
     case 0:
         break;
@@ -170,6 +200,7 @@ bool isBetter(const Outcome& one, const Outcome& other)
 
 void tell(const Outcome& outcome, SparseAnswer& answer)
 {
+    answer.ordering = outcome.ordering;
     answer.perturbedPivots = outcome.perturbed;
     answer.refinementSteps = outcome.steps;
     answer.factorEntries = outcome.factorEntries;
@@ -218,12 +249,7 @@ SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& pr
                          const SparseOptions& options, StepTimes& seconds)
 {
     SparseAnswer answer;
-    DirectSettings settings = options.settings;
-    settings.ordering = answer.ordering =
-        options.ordering ? *options.ordering : chooseOrdering(system.matrix());
-    seconds.finish("order");
-
-    RoadRunner runner(system, B, probe, settings, seconds);
+    RoadRunner runner(system, B, probe, options, seconds);
     Outcome best;
     for (;;) {
         Outcome outcome = runner.run(road);

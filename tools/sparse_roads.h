@@ -19,7 +19,7 @@ namespace Velmar::Lintrix::tools {
 
 struct SparseOptions {
     std::optional<MatrixType> type;               ///< none: as the values suggest
-    std::optional<FillInReducingMethod> ordering; ///< none: as the graph suggests
+    std::optional<FillInReducingMethod> ordering; ///< none: what takes less time in all
     DirectSettings settings;
 };
 
@@ -42,7 +42,7 @@ std::optional<Road> firstRoad(MatrixType type, const Traits& traits);
 
 /// `B` is n x nrhs, followed by one column of which the solution is `probe`. The residual of what a road
 /// returns is measured: above kPoor, and where pivots were perturbed and no digit of the probe came back, the
-/// next road is taken. Steps are timed in `seconds`: order, analyse, factorize, solve, check.
+/// next road is taken. Steps are timed in `seconds`: analyse, factorize, solve, check.
 /// @throws NotEnoughMemoryException
 SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& probe, Road road,
                          const SparseOptions& options, StepTimes& seconds);

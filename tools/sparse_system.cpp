@@ -123,7 +123,7 @@ bool looksPositive(const SparseMatrix& matrix, std::vector<double> diagonal)
     return positive;
 }
 
-/// |a_ii| is at least the sum of the other magnitudes, in every row or in every column.
+/// |a_ii| is at least the sum of the other magnitudes, in every row or in every column, but for rounding.
 bool isDominant(const SparseMatrix& full, std::span<const double> diagonal)
 {
     std::vector<double> rowSums(diagonal.size()), colSums(diagonal.size());
@@ -132,7 +132,7 @@ bool isDominant(const SparseMatrix& full, std::span<const double> diagonal)
         rowSums[static_cast<std::size_t>(row)] += std::abs(value);
         colSums[static_cast<std::size_t>(col)] += std::abs(value);
     });
-    const auto bounded = [](double sum, double element) { return sum <= std::abs(element); };
+    const auto bounded = [](double sum, double element) { return sum <= 1.000001 * std::abs(element); };
     return std::ranges::equal(rowSums, diagonal, bounded) || std::ranges::equal(colSums, diagonal, bounded);
 }
 
