@@ -1,6 +1,7 @@
 // Text form of SparseMatrix.
 
 #include "tests/sparse/random_pattern.h"
+#include "tests/support/comma_locale.h"
 
 #include <lintrix/foundation/number_format.h>
 #include <lintrix/services/hardening.h>
@@ -13,18 +14,6 @@ namespace Velmar::Lintrix {
 namespace {
 
 using namespace Velmar::Lintrix::testing;
-
-class Comma : public std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
-const std::locale& comma()
-{
-    static const std::locale locale(std::locale::classic(), new Comma);
-    return locale;
-}
 
 // [ 1 . ]
 // [ . 2 ]
