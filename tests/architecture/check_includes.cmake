@@ -19,7 +19,8 @@ set(may_include_engine services)
 set(may_include_sparse/kernels services)
 
 set(internal_headers
-  "/detail/" "^lintrix/(dense|sparse)/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$")
+  "/detail/" "^lintrix/(dense|sparse)/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$"
+  "^lintrix/solvers/(bidiagonal_svd|krylov_basis|lanczos|lanczos_operator)\\.h$")
 
 # The room of a path below lintrix/; empty for lintrix/lintrix.h and what lies outside.
 function(room_of path result)
