@@ -19,7 +19,8 @@ set(may_include_engine services)
 set(may_include_sparse/kernels services)
 
 set(internal_headers
-  "/detail/" "^lintrix/(dense|sparse)/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$")
+  "/detail/" "^lintrix/(dense|sparse)/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$"
+  "^lintrix/solvers/(bidiagonal_svd|krylov_basis|lanczos|lanczos_operator)\\.h$")
 
 set(public_headers_of_engine lintrix/engine/pardiso.h lintrix/engine/analysis_summary.h)
 
