@@ -72,8 +72,8 @@ std::string asJson(const SvdReport& report)
                        "\"last_residual\": {}, \"seconds\": {}, \"status\": {}}}\n",
                        jsonString(report.matrix), report.rows, report.cols, report.entries,
                        list(report.values), list(report.residuals), report.passes, report.steps,
-                       jsonNumber(report.tolerance), jsonNumber(report.testResidual), secondsAsJson(report.seconds),
-                       jsonString(nameOf(report.status)));
+                       jsonNumber(report.tolerance), jsonNumber(report.testResidual),
+                       secondsAsJson(report.seconds), jsonString(nameOf(report.status)));
 }
 
 std::string explain(const SvdReport& report)

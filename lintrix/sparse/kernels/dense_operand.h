@@ -117,7 +117,7 @@ int symmetricRows(CompressedRows<Cell> A, int first, int last, int size, const C
         const int row = i + 1; // one-based, as the columns are
         const std::ptrdiff_t end = std::ptrdiff_t{A.ends[i]} - 1;
         std::ptrdiff_t p = std::ptrdiff_t{A.starts[i]} - 1;
-        while (p < end && A.columns[p] < row) [[unlikely]] ++p;
+        while (p < end && A.columns[p] < row) [[unlikely]]++ p;
         const int reach = p < end ? A.columns[end - 1] : row;
         if (reach > ready) [[unlikely]] {
             const int upTo = reach < size - kAhead ? reach + kAhead : size;
