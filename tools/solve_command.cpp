@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <optional>
 
 #include <unistd.h>
@@ -81,9 +82,10 @@ void write(const Matrix& X, OutputFile& out)
     out.close();
 }
 
+/// After what the engine has printed, which the C library may still hold.
 void print(const std::string& text)
 {
-    if (!writeAll(STDOUT_FILENO, text))
+    if (std::fflush(stdout) != 0 || !writeAll(STDOUT_FILENO, text))
         throw InputError("standard output", "cannot be written: " + systemError());
 }
 

@@ -127,6 +127,9 @@ TEST(SparseRoads, NotPositiveDefiniteLeadsToIndefinite)
                 ElementsAre(MatchesRegex("sparse Cholesky: not positive definite, pivot [1-3]")));
 }
 
+constexpr const char* kTwoReplaced =
+    "sparse LDL': (singular: |scaled residual [0-9.e-]+, )2 perturbed pivots";
+
 TEST(SparseRoads, PivotsFromTheDiagonalThatAreNoneLeadToPairs)
 {
     for (const double small : {1e-9, 1e-10, 1e-12}) {
@@ -140,7 +143,7 @@ TEST(SparseRoads, PivotsFromTheDiagonalThatAreNoneLeadToPairs)
                                                  {5, 5, -3.0}});
         const SparseAnswer answer = solved(A);
         expectAccurate(answer, Road::SymmetricPairs);
-        EXPECT_THAT(answer.tried, ElementsAre("sparse LDL': singular: 2 perturbed pivots")) << small;
+        EXPECT_THAT(answer.tried, ElementsAre(MatchesRegex(kTwoReplaced))) << small;
     }
 }
 
@@ -162,7 +165,7 @@ TEST(SparseRoads, PairsThatWouldFillInLeadToTheUnsymmetricRoad)
     }
     const SparseAnswer answer = solved(symmetricFrom(n + 2, triplets));
     expectAccurate(answer, Road::Matched);
-    EXPECT_THAT(answer.tried, ElementsAre("sparse LDL': singular: 2 perturbed pivots",
+    EXPECT_THAT(answer.tried, ElementsAre(MatchesRegex(kTwoReplaced),
                                           MatchesRegex("sparse LDL' with matching: its factors would have "
                                                        "[0-9]+ entries")));
 }
