@@ -111,10 +111,7 @@ Failure factorizeAs(const Arguments& call, Handle handle, Timers& timers)
 Failure factorize(const Arguments& call, Handle handle, Timers& timers)
 {
     const int kind = elementKind(call.mtype, handle.control()[Word::SinglePrecision] != 0);
-    const Failure failure =
-        withElement(kind, [&]<class T>() { return factorizeAs<T>(call, handle, timers); });
-    if (failure.error == Error::Numeric) call.iparm[Parameter::FailingEquation] = failure.internal;
-    return failure;
+    return withElement(kind, [&]<class T>() { return factorizeAs<T>(call, handle, timers); });
 }
 
 } // namespace Velmar::Lintrix::detail::engine

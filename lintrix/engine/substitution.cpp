@@ -1,277 +1,379 @@
+// Compiled with contraction of a*b + c to one rounding, which the vector kernels live by.
+
 #include <lintrix/engine/substitution.h>
 
-#include <lintrix/engine/panel_solve.h>
 #include <lintrix/engine/scalar.h>
-#include <lintrix/services/blas.h>
+#include <lintrix/engine/substitution_kernel.h>
 
 #include <algorithm>
 #include <complex>
 #include <cstddef>
 #include <cstdlib>
+#include <type_traits>
 
 namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-// A triangle of a supernode's block as one direction of the solve sees it, and the panel of rows below that
-// goes with it.
-template <class T>
-struct Half {
-    const T* block;
-    int ldBlock;
-    bool fromUpper; ///< the triangle is U' rather than L
-    bool unit;      ///< its diagonal is 1
-    const T* below;
-    int ldBelow;
-    const int* exchange; ///< null: none
+using substitution_kernel::OneSide;
+using substitution_kernel::SideBlock;
 
-    // Entry (i, j), i >= j, of the lower triangular factor.
-    T entry(int i, int j) const
-    {
-        return fromUpper ? block[j + std::ptrdiff_t{ldBlock} * i] : block[i + std::ptrdiff_t{ldBlock} * j];
+constexpr bool hasD(Method method)
+{
+    return method == Method::DiagonalPivoting || method == Method::BunchKaufman;
+}
+
+// Right-hand sides of one position.
+template <class T>
+void divide(T by, T* values, int sides)
+{
+    const T inverse = T(1) / by;
+    std::transform(values, values + sides, values, [=](T value) { return product(value, inverse); });
+}
+
+// (a b) := inv(D)*(a b) with D = (d0 upper; lower d1).
+template <class T>
+void divideByPair(T d0, T d1, T lower, T upper, T* a, T* b, int sides)
+{
+    const T inverse = T(1) / (product(d0, d1) - product(lower, upper));
+    for (int c = 0; c < sides; ++c) {
+        const T x = a[c], z = b[c];
+        a[c] = product(product(d1, x) - product(upper, z), inverse);
+        b[c] = product(product(d0, z) - product(lower, x), inverse);
     }
-};
+}
 
 template <class T>
+void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
+{
+    const FactorStructure& structure = factor.structure;
+    const int first = structure.starts[J], width = structure.width(J);
+    const std::ptrdiff_t ld = structure.height(J);
+    const T* const block = factor.panels.lower + factor.lowerStarts[J];
+    const int* const exchange = factor.panels.rowExchange + first;
+    for (int j = 0; j < width;) {
+        T* const own = y.cells + std::ptrdiff_t{first + j} * y.count;
+        const T d0 = block[j + ld * j];
+        if (exchange[j] > 0) {
+            divide(d0, own, y.count);
+            ++j;
+            continue;
+        }
+        const T lower = block[j + ld * (j + 1)], upper = conjugate(lower, factor.hermitian);
+        divideByPair(d0, block[j + 1 + ld * (j + 1)], lower, upper, own, own + y.count, y.count);
+        j += 2;
+    }
+}
+
+// Columns are taken a few at a time: first the small triangle where they meet, then all the rows that they
+// reach, or the other way round. Everything is inlined into functions for one instruction set each.
+template <class T, class Kernel>
 class Substitution {
 public:
-    Substitution(const FactorPlan& plan, const FactorRules& rules, const Factor<T>& factor, bool transposed,
-                 const RightSides<T>& y, T* work)
-        : structure_(plan.structure), plan_(plan), rules_(rules), factor_(factor), transposed_(transposed),
-          y_(y), work_(work)
+    LINTRIX_ALWAYS_INLINE Substitution(const StoredFactor<T>& factor, bool transposed, T* y)
+        : factor_(factor), structure_(factor.structure), transposed_(transposed),
+          unsymmetric_(isUnsymmetric(factor.method)), hasUnitDiagonal_(factor.method != Method::Cholesky),
+          y_(y)
     {
     }
 
-    void forward()
+    LINTRIX_ALWAYS_INLINE void forward(SupernodeRange range) const
     {
-        for (int J = 0; J < structure_.supernodes(); ++J) {
-            const Half<T> half = halfOf(J, transposed_);
-            exchangeForward(J, half.exchange);
-            solveLower(J, half);
-            subtractBelow(J, half);
+        for (int J = range.first; J <= range.last; ++J) {
+            const Supernode node = nodeOf(J);
+            exchange<true>(node, transposed_ ? columnExchanges(node) : rowExchanges(node));
+            if (transposed_) {
+                forwardByUpper(node);
+            } else {
+                forwardByLower(node);
+            }
         }
     }
 
-    void backward()
+    LINTRIX_ALWAYS_INLINE void backward(SupernodeRange range, BeforeTriangle before) const
     {
-        for (int J = structure_.supernodes() - 1; J >= 0; --J) {
-            const Half<T> half = isUnsymmetric(rules_.method) ? halfOf(J, !transposed_) : halfOf(J, false);
-            const bool adjoint = !isUnsymmetric(rules_.method) && rules_.hermitian;
-            gatherBelow(J, half, adjoint);
-            solveLowerTransposed(J, half, adjoint);
-            const int* const exchange = isUnsymmetric(rules_.method) ? backwardExchange(J) : half.exchange;
-            exchangeBackward(J, exchange);
-        }
-    }
-
-    void diagonal()
-    {
-        if (rules_.method != Method::DiagonalPivoting && rules_.method != Method::BunchKaufman) return;
-        for (int J = 0; J < structure_.supernodes(); ++J) {
-
-            const T* const block = factor_.lower + plan_.lowerStarts[static_cast<std::size_t>(J)];
-            divideByPivotsOf(block, J);
+        const bool divides = before == BeforeTriangle::DivideByD && hasD(factor_.method);
+        for (int J = range.last; J >= range.first; --J) {
+            const Supernode node = nodeOf(J);
+            if (divides) divideByPivotsOf(factor_, J, RightSides<T>{y_, kSides});
+            if (unsymmetric_ && !transposed_) {
+                backwardByUpper(node);
+            } else {
+                backwardByLower(node);
+            }
+            exchange<false>(node, unsymmetric_ && !transposed_ ? columnExchanges(node) : rowExchanges(node));
         }
     }
 
 private:
-    std::ptrdiff_t at(int position) const { return std::ptrdiff_t{position} * y_.count; }
-    T* side(int position) const { return y_.cells + at(position); }
+    static constexpr int kSides = Kernel::kSides;
 
-    const int* exchangesOf(const int* exchanges, int J) const { return exchanges + structure_.starts[J]; }
+    struct Supernode {
+        int J, first, width, height;
+        const int* rows; // its own columns, then the rows below
+        const T* block;  // the panel of L, with height as leading dimension
 
-    // `second` chooses U' of an LU, with the column exchanges.
-    Half<T> halfOf(int J, bool second) const
+        const T* column(int j) const { return block + std::ptrdiff_t{height} * j; }
+        int below() const { return height - width; }
+    };
+
+    LINTRIX_ALWAYS_INLINE Supernode nodeOf(int J) const
     {
-        const int height = structure_.height(J), width = structure_.width(J);
-        const T* const block = factor_.lower + plan_.lowerStarts[static_cast<std::size_t>(J)];
-        const bool cholesky = rules_.method == Method::Cholesky;
-        if (!second) {
-            return {block,
-                    height,
-                    false,
-                    !cholesky,
-                    block + width,
-                    height,
-                    cholesky ? nullptr : exchangesOf(factor_.rowExchange, J)};
-        }
-        const T* const upper = factor_.upper + plan_.upperStarts[static_cast<std::size_t>(J)];
-        return {block, height, true, false, upper, height - width, columnExchangesOf(J)};
+        return {J,
+                structure_.starts[J],
+                structure_.width(J),
+                structure_.height(J),
+                structure_.rows.data() + structure_.rowStarts[J],
+                factor_.panels.lower + factor_.lowerStarts[J]};
     }
 
-    const int* columnExchangesOf(int J) const
-    {
-        return rules_.method == Method::CompletePivoting ? exchangesOf(factor_.columnExchange, J) : nullptr;
-    }
+    LINTRIX_ALWAYS_INLINE T* side(int position) const { return y_ + std::ptrdiff_t{position} * kSides; }
 
-    // What is undone after the backward step: Q for A itself, P' for its transpose.
-    const int* backwardExchange(int J) const
+    const int* rowExchanges(const Supernode& node) const
     {
-        return transposed_ ? exchangesOf(factor_.rowExchange, J) : columnExchangesOf(J);
+        return factor_.method == Method::Cholesky ? nullptr : factor_.panels.rowExchange + node.first;
     }
-
-    void exchangeSides(int first, int i, int exchange) const
+    const int* columnExchanges(const Supernode& node) const
     {
-        const int with = std::abs(exchange) - 1;
-        if (with != i) std::swap_ranges(side(first + i), side(first + i) + y_.count, side(first + with));
+        return factor_.method == Method::CompletePivoting ? factor_.panels.columnExchange + node.first
+                                                          : nullptr;
     }
-    void exchangeForward(int J, const int* exchange) const
+    template <bool Upwards>
+    LINTRIX_ALWAYS_INLINE void exchange(const Supernode& node, const int* exchanges) const
     {
-        for (int i = 0; exchange != nullptr && i < structure_.width(J); ++i) {
-            exchangeSides(structure_.starts[J], i, exchange[i]);
-        }
-    }
-    void exchangeBackward(int J, const int* exchange) const
-    {
-        for (int i = structure_.width(J) - 1; exchange != nullptr && i >= 0; --i) {
-            exchangeSides(structure_.starts[J], i, exchange[i]);
+        if (exchanges == nullptr) return;
+        for (int k = 0; k < node.width; ++k) {
+            const int i = Upwards ? k : node.width - 1 - k, with = std::abs(exchanges[i]) - 1;
+            if (with != i) {
+                std::swap_ranges(side(node.first + i), side(node.first + i) + kSides,
+                                 side(node.first + with));
+            }
         }
     }
 
-    void subtractMultiple(T by, const T* from, T* to) const
+    // Calls step(the number of columns to take), a constant.
+    template <class Step>
+    LINTRIX_ALWAYS_INLINE static int take(int left, const Step& step)
     {
-        for (int c = 0; c < y_.count; ++c) to[c] -= product(by, from[c]);
+        if constexpr (Kernel::kMostColumns >= 8) {
+            if (left >= 8) return step(std::integral_constant<int, 8>());
+        }
+        if constexpr (Kernel::kMostColumns >= 4) {
+            if (left >= 4) return step(std::integral_constant<int, 4>());
+            if (left == 3) return step(std::integral_constant<int, 3>());
+        }
+        return left >= 2 ? step(std::integral_constant<int, 2>()) : step(std::integral_constant<int, 1>());
     }
-    void divide(T by, T* values) const
+
+    LINTRIX_ALWAYS_INLINE static void subtractMultiple(T by, const T* from, T* to)
+    {
+        for (int c = 0; c < kSides; ++c) to[c] -= product(by, from[c]);
+    }
+    LINTRIX_ALWAYS_INLINE static void divide(T by, T* values)
     {
         const T inverse = T(1) / by;
-        for (int c = 0; c < y_.count; ++c) values[c] = product(values[c], inverse);
+        for (int c = 0; c < kSides; ++c) values[c] = product(values[c], inverse);
     }
 
-    void solveLower(int J, const Half<T>& half) const
+    // x := inv(L)*x, a triangle of C columns at t.
+    template <int C>
+    LINTRIX_ALWAYS_INLINE void solveLower(const T* t, std::ptrdiff_t ld, T* x) const
     {
-        const int first = structure_.starts[J], width = structure_.width(J);
-        for (int j = 0; j < width; ++j) {
-            if (!half.unit) divide(half.entry(j, j), side(first + j));
-            for (int i = j + 1; i < width; ++i)
-                subtractMultiple(half.entry(i, j), side(first + j), side(first + i));
+        for (int j = 0; j < C; ++j) {
+            if (!hasUnitDiagonal_) divide(t[j + ld * j], x + j * kSides);
+            for (int i = j + 1; i < C; ++i) subtractMultiple(t[i + ld * j], x + j * kSides, x + i * kSides);
         }
     }
-
-    void solveLowerTransposed(int J, const Half<T>& half, bool adjoint) const
+    // x := inv(L')*x, or with the adjoint.
+    template <int C>
+    LINTRIX_ALWAYS_INLINE void solveLowerTransposed(const T* t, std::ptrdiff_t ld, T* x, bool adjoint) const
     {
-        const int first = structure_.starts[J], width = structure_.width(J);
-        for (int j = width - 1; j >= 0; --j) {
-            for (int i = j + 1; i < width; ++i) {
-                subtractMultiple(conjugate(half.entry(i, j), adjoint), side(first + i), side(first + j));
+        for (int j = C - 1; j >= 0; --j) {
+            for (int i = j + 1; i < C; ++i) {
+                subtractMultiple(conjugate(t[i + ld * j], adjoint), x + i * kSides, x + j * kSides);
             }
-            if (!half.unit) divide(conjugate(half.entry(j, j), adjoint), side(first + j));
+            if (!hasUnitDiagonal_) divide(conjugate(t[j + ld * j], adjoint), x + j * kSides);
         }
     }
-
-    // y(rows below) -= panel * y(J)
-    void subtractBelow(int J, const Half<T>& half) const
+    // x := inv(U)*x
+    template <int C>
+    LINTRIX_ALWAYS_INLINE static void solveUpper(const T* t, std::ptrdiff_t ld, T* x)
     {
-        const std::span<const int> rows = structure_.rowsBelow(J);
-        const int width = structure_.width(J), below = static_cast<int>(rows.size());
-        if (below == 0) return;
-        const T* const own = side(structure_.starts[J]);
-        if (width == 1) {
-            for (int i = 0; i < below; ++i) subtractMultiple(half.below[i], own, side(rows[i]));
-            return;
-        }
-        blas::gemm('N', 'T', y_.count, below, width, T(1), own, y_.count, half.below, half.ldBelow, T(0),
-                   work_, y_.count);
-        for (int i = 0; i < below; ++i) {
-            T* const to = side(rows[i]);
-            const T* const from = work_ + at(i);
-            for (int c = 0; c < y_.count; ++c) to[c] -= from[c];
+        for (int j = C - 1; j >= 0; --j) {
+            divide(t[j + ld * j], x + j * kSides);
+            for (int i = 0; i < j; ++i) subtractMultiple(t[i + ld * j], x + j * kSides, x + i * kSides);
         }
     }
-
-    // y(J) -= panel' * y(rows below)
-    void gatherBelow(int J, const Half<T>& half, bool adjoint) const
+    // x := inv(U')*x
+    template <int C>
+    LINTRIX_ALWAYS_INLINE static void solveUpperTransposed(const T* t, std::ptrdiff_t ld, T* x)
     {
-        const std::span<const int> rows = structure_.rowsBelow(J);
-        const int width = structure_.width(J), below = static_cast<int>(rows.size());
-        if (below == 0) return;
-        T* const own = side(structure_.starts[J]);
-        if (width == 1) {
-            for (int i = 0; i < below; ++i) {
-                subtractMultiple(conjugate(half.below[i], adjoint), side(rows[i]), own);
-            }
-            return;
+        for (int j = 0; j < C; ++j) {
+            for (int i = 0; i < j; ++i) subtractMultiple(t[i + ld * j], x + i * kSides, x + j * kSides);
+            divide(t[j + ld * j], x + j * kSides);
         }
-        for (int i = 0; i < below; ++i) {
-            const T* const from = side(rows[i]);
-            for (int c = 0; c < y_.count; ++c) work_[at(i) + c] = conjugate(from[c], adjoint);
-        }
-        // The product of conjugates is the conjugate of the product.
-        if (adjoint) conjugateSides(own, width);
-        blas::gemm('N', 'N', y_.count, width, below, T(-1), work_, y_.count, half.below, half.ldBelow, T(1),
-                   own, y_.count);
-        if (adjoint) conjugateSides(own, width);
     }
 
-    void conjugateSides(T* values, int positions) const
+    LINTRIX_ALWAYS_INLINE void forwardByLower(const Supernode& node) const
     {
-        std::transform(values, values + at(positions), values, [](T value) { return conjugate(value); });
-    }
-
-    void divideByPivotsOf(const T* block, int J) const
-    {
-        const int first = structure_.starts[J], width = structure_.width(J), ld = structure_.height(J);
-        const int* const exchange = exchangesOf(factor_.rowExchange, J);
-        for (int j = 0; j < width;) {
-            const T d0 = block[j + std::ptrdiff_t{ld} * j];
-            if (exchange[j] > 0) {
-                divide(d0, side(first + j));
-                ++j;
-                continue;
-            }
-            const T lower = block[j + std::ptrdiff_t{ld} * (j + 1)],
-                    upper = conjugate(lower, rules_.hermitian);
-            const T d1 = block[j + 1 + std::ptrdiff_t{ld} * (j + 1)];
-            const T inverse = T(1) / (product(d0, d1) - product(lower, upper));
-            T *const a = side(first + j), *const b = side(first + j + 1);
-            for (int c = 0; c < y_.count; ++c) {
-                const T x = a[c], z = b[c];
-                a[c] = product(product(d1, x) - product(upper, z), inverse);
-                b[c] = product(product(d0, z) - product(lower, x), inverse);
-            }
-            j += 2;
+        for (int j = 0; j < node.width;) {
+            j += take(
+                node.width - j, [&](auto columns) __attribute__((always_inline)) {
+                    constexpr int C = columns;
+                    T* const own = side(node.first + j);
+                    const int next = j + C;
+                    solveLower<C>(node.column(j) + j, node.height, own);
+                    Kernel::template subtractRows<C>(node.column(j) + next, node.height, node.height - next,
+                                                     node.rows + next, own, y_);
+                    return C;
+                });
         }
     }
 
+    // U' of an LU: its triangle stands in the block, the rest in a panel of its own.
+    LINTRIX_ALWAYS_INLINE void forwardByUpper(const Supernode& node) const
+    {
+        const T* const upper = factor_.panels.upper + factor_.upperStarts[node.J];
+        const std::ptrdiff_t below = node.below();
+        for (int j = 0; j < node.width;) {
+            j += take(
+                node.width - j, [&](auto columns) __attribute__((always_inline)) {
+                    constexpr int C = columns;
+                    T* const own = side(node.first + j);
+                    Kernel::template subtractColumns<C>(node.column(j), node.height, j, node.rows, own, y_,
+                                                        false);
+                    solveUpperTransposed<C>(node.column(j) + j, node.height, own);
+                    Kernel::template subtractRows<C>(upper + below * j, below, node.below(),
+                                                     node.rows + node.width, own, y_);
+                    return C;
+                });
+        }
+    }
+
+    LINTRIX_ALWAYS_INLINE void backwardByLower(const Supernode& node) const
+    {
+        const bool adjoint = factor_.hermitian && !unsymmetric_;
+        for (int next = node.width; next > 0;) {
+            next -= take(
+                next, [&](auto columns) __attribute__((always_inline)) {
+                    constexpr int C = columns;
+                    const int j = next - C;
+                    T* const own = side(node.first + j);
+                    Kernel::template subtractColumns<C>(node.column(j) + next, node.height,
+                                                        node.height - next, node.rows + next, own, y_,
+                                                        adjoint);
+                    solveLowerTransposed<C>(node.column(j) + j, node.height, own, adjoint);
+                    return C;
+                });
+        }
+    }
+
+    LINTRIX_ALWAYS_INLINE void backwardByUpper(const Supernode& node) const
+    {
+        const T* const upper = factor_.panels.upper + factor_.upperStarts[node.J];
+        const std::ptrdiff_t below = node.below();
+        for (int next = node.width; next > 0;) {
+            next -= take(
+                next, [&](auto columns) __attribute__((always_inline)) {
+                    constexpr int C = columns;
+                    const int j = next - C;
+                    T* const own = side(node.first + j);
+                    Kernel::template subtractColumns<C>(upper + below * j, below, node.below(),
+                                                        node.rows + node.width, own, y_, false);
+                    solveUpper<C>(node.column(j) + j, node.height, own);
+                    Kernel::template subtractRows<C>(node.column(j), node.height, j, node.rows, own, y_);
+                    return C;
+                });
+        }
+    }
+
+    const StoredFactor<T>& factor_;
     const FactorStructure& structure_;
-    const FactorPlan& plan_;
-    const FactorRules& rules_;
-    const Factor<T>& factor_;
-    bool transposed_;
-    RightSides<T> y_;
-    T* work_;
+    bool transposed_, unsymmetric_, hasUnitDiagonal_;
+    T* y_;
 };
+
+template <class T>
+using ForwardPass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange);
+template <class T>
+using BackwardPass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange, BeforeTriangle);
+
+template <class T, class Kernel>
+[[gnu::target("avx2,fma")]] void forwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
+                                             SupernodeRange range)
+{
+    Substitution<T, Kernel>(factor, transposed, y).forward(range);
+}
+template <class T, class Kernel>
+[[gnu::target("avx2,fma")]] void backwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
+                                              SupernodeRange range, BeforeTriangle before)
+{
+    Substitution<T, Kernel>(factor, transposed, y).backward(range, before);
+}
+template <class T, class Kernel>
+void forwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range)
+{
+    Substitution<T, Kernel>(factor, transposed, y).forward(range);
+}
+template <class T, class Kernel>
+void backwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range,
+                  BeforeTriangle before)
+{
+    Substitution<T, Kernel>(factor, transposed, y).backward(range, before);
+}
+
+template <class T>
+struct Passes {
+    ForwardPass<T> forward;
+    BackwardPass<T> backward;
+};
+
+template <class T, class Kernel>
+Passes<T> passesWith() noexcept
+{
+    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
+        return {forwardAvx2<T, Kernel>, backwardAvx2<T, Kernel>};
+    }
+    return {forwardSse2<T, Kernel>, backwardSse2<T, Kernel>};
+}
+
+template <class T>
+Passes<T> passesFor(int sides) noexcept
+{
+    constexpr int most = kSidesAtOnce<T>;
+    using One = std::conditional_t<kIsComplex<T>, SideBlock<T, 1>, OneSide<RealOf<T>>>;
+    if (sides == 1) return passesWith<T, One>();
+    return sides == most ? passesWith<T, SideBlock<T, most>>() : passesWith<T, SideBlock<T, most / 2>>();
+}
 
 } // namespace
 
 template <class T>
-void substituteForward(const FactorPlan& plan, const FactorRules& rules, const Factor<T>& factor,
-                       bool transposed, const RightSides<T>& y, T* work)
+void substituteForward(const StoredFactor<T>& factor, bool transposed, const RightSides<T>& y,
+                       SupernodeRange range)
 {
-    Substitution<T>(plan, rules, factor, transposed, y, work).forward();
+    passesFor<T>(y.count).forward(factor, transposed, y.cells, range);
 }
 
 template <class T>
-void substituteDiagonal(const FactorPlan& plan, const FactorRules& rules, const Factor<T>& factor,
-                        const RightSides<T>& y)
+void substituteDiagonal(const StoredFactor<T>& factor, const RightSides<T>& y, SupernodeRange range)
 {
-    Substitution<T>(plan, rules, factor, false, y, nullptr).diagonal();
+    if (!hasD(factor.method)) return;
+    for (int J = range.first; J <= range.last; ++J) divideByPivotsOf(factor, J, y);
 }
 
 template <class T>
-void substituteBackward(const FactorPlan& plan, const FactorRules& rules, const Factor<T>& factor,
-                        bool transposed, const RightSides<T>& y, T* work)
+void substituteBackward(const StoredFactor<T>& factor, bool transposed, const RightSides<T>& y,
+                        SupernodeRange range, BeforeTriangle before)
 {
-    Substitution<T>(plan, rules, factor, transposed, y, work).backward();
+    passesFor<T>(y.count).backward(factor, transposed, y.cells, range, before);
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \
-    template void substituteForward(const FactorPlan&, const FactorRules&, const Factor<T>&, bool,           \
-                                    const RightSides<T>&, T*);                                               \
-    template void substituteDiagonal(const FactorPlan&, const FactorRules&, const Factor<T>&,                \
-                                     const RightSides<T>&);                                                  \
-    template void substituteBackward(const FactorPlan&, const FactorRules&, const Factor<T>&, bool,          \
-                                     const RightSides<T>&, T*);
+    template void substituteForward(const StoredFactor<T>&, bool, const RightSides<T>&, SupernodeRange);     \
+    template void substituteDiagonal(const StoredFactor<T>&, const RightSides<T>&, SupernodeRange);          \
+    template void substituteBackward(const StoredFactor<T>&, bool, const RightSides<T>&, SupernodeRange,     \
+                                     BeforeTriangle);
 LINTRIX_INSTANTIATE(float)
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<float>)

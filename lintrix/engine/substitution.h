@@ -7,39 +7,63 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
+/// A factorization as the solve reads it.
+template <class T>
+struct StoredFactor {
+    FactorStructure structure;
+    std::span<const std::int64_t> lowerStarts; ///< offsets of the L panels
+    std::span<const std::int64_t> upperStarts; ///< of the U panels; empty in symmetric storage
+    Method method;
+    bool hermitian;
+    Factor<T> panels;
+
+    int order() const noexcept { return structure.starts.back(); }
+};
+
 /// Right-hand sides in elimination order, a few at a time: number c of position j stands at
 /// cells[j * count + c], so that the inner loops run over right-hand sides next to each other.
 template <class T>
 struct RightSides {
     T* cells;
-    int count;
+    int count; ///< one of those that sidesTaken() answers
 };
 
 /// As many right-hand sides as one pass over the factor takes along.
-inline constexpr int kSidesAtOnce = 8;
+template <class T>
+inline constexpr int kSidesAtOnce = kIsComplex<T> ? 4 : 8;
 
-/// Elements of work space that each of the functions below needs for `count` right-hand sides.
-constexpr std::int64_t substitutionWork(int tallest, int count) noexcept
+/// The room that `count` right-hand sides, up to kSidesAtOnce, are given at each position: one, half of
+/// kSidesAtOnce or all.
+template <class T>
+constexpr int sidesTaken(int count) noexcept
 {
-    return std::int64_t{tallest} * count;
+    constexpr int most = kSidesAtOnce<T>;
+    return count == 1 ? 1 : count <= most / 2 ? most / 2 : most;
 }
+
+/// The supernodes first .. last.
+struct SupernodeRange {
+    int first, last;
+};
+
+/// What a backward substitution does before it reaches a supernode's triangle.
+enum class BeforeTriangle { Nothing, DivideByD };
 
 /// With the supernode's block P*A*Q = L*U (P*A*P' = L*D*L' in symmetric storage): forward substitution
 /// applies P and inv(L); backward applies inv(U), or inv(L'), then Q. The transposed system exchanges L and
-/// U', P and Q'.
+/// U', P and Q'. Forward goes through the range upwards, backward downwards; each panel is read once.
 template <class T>
-LINTRIX_TESTABLE void substituteForward(const FactorPlan& plan, const FactorRules& rules,
-                                        const Factor<T>& factor, bool transposed, const RightSides<T>& y,
-                                        T* work);
+LINTRIX_TESTABLE void substituteForward(const StoredFactor<T>& factor, bool transposed,
+                                        const RightSides<T>& y, SupernodeRange range);
 
 /// Divides by D; nothing to do for LU and Cholesky.
 template <class T>
-LINTRIX_TESTABLE void substituteDiagonal(const FactorPlan& plan, const FactorRules& rules,
-                                         const Factor<T>& factor, const RightSides<T>& y);
+LINTRIX_TESTABLE void substituteDiagonal(const StoredFactor<T>& factor, const RightSides<T>& y,
+                                         SupernodeRange range);
 
+/// With DivideByD, substituteDiagonal on the way: the panels are then read once for both.
 template <class T>
-LINTRIX_TESTABLE void substituteBackward(const FactorPlan& plan, const FactorRules& rules,
-                                         const Factor<T>& factor, bool transposed, const RightSides<T>& y,
-                                         T* work);
+LINTRIX_TESTABLE void substituteBackward(const StoredFactor<T>& factor, bool transposed,
+                                         const RightSides<T>& y, SupernodeRange range, BeforeTriangle before);
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -2,10 +2,10 @@
 /// @file
 /// A matrix on a graph, its analysis, and a factor of it: what the tests of the numeric steps start from.
 
+#include <lintrix/engine/direct_solve.h>
 #include <lintrix/engine/numeric_factorization.h>
 #include <lintrix/engine/runs.h>
 #include <lintrix/engine/scalar.h>
-#include <lintrix/engine/substitution.h>
 
 #include "tests/engine/symbolic_pipeline.h"
 
@@ -126,32 +126,29 @@ struct FactorizationCase {
     }
     Factor<T> factor() { return {lower.data(), upper.data(), rowExchange.data(), columnExchange.data()}; }
 
+    StoredFactor<T> stored()
+    {
+        return {p.structure(), p.lowerStarts, p.upperStarts, rules.method, rules.hermitian, factor()};
+    }
+
     FactorResult factorizeIt(const ProgressListener& listener = {})
     {
         return factorize<T>(plan(), rules, A.values.data(), factor(), listener);
     }
 
-    /// Columns of B, next to each other, solved one block of right-hand sides at a time.
+    /// op(A)*X = B, column by column.
     std::vector<std::vector<T>> solve(const std::vector<std::vector<T>>& B, bool transposed = false)
     {
-        const std::size_t n = rowExchange.size(), count = B.size();
-        std::vector<T> y(n * count),
-            work(static_cast<std::size_t>(substitutionWork(p.sizes.tallest, static_cast<int>(count))));
-        const auto at = [&](std::size_t i, std::size_t c) -> T& {
-            return y[static_cast<std::size_t>(p.ordering.positionOf[i]) * count + c];
-        };
-        for (std::size_t c = 0; c < count; ++c) {
-            for (std::size_t i = 0; i < n; ++i) at(i, c) = B[c][i];
-        }
-        const FactorPlan everything = plan();
-        const RightSides<T> sides{y.data(), static_cast<int>(count)};
-        substituteForward(everything, rules, factor(), transposed, sides, work.data());
-        substituteDiagonal(everything, rules, factor(), sides);
-        substituteBackward(everything, rules, factor(), transposed, sides, work.data());
-        std::vector<std::vector<T>> X(count, std::vector<T>(n));
-        for (std::size_t c = 0; c < count; ++c) {
-            for (std::size_t i = 0; i < n; ++i) X[c][i] = at(i, c);
-        }
+        const std::size_t n = rowExchange.size();
+        const int count = static_cast<int>(B.size());
+        std::vector<T> b, x(n * B.size()),
+            work(static_cast<std::size_t>(DirectSolve<T>::workSize(stored(), {}, threads, count)));
+        for (const auto& column : B) b.insert(b.end(), column.begin(), column.end());
+        DirectSolve<T>(stored(), {p.ordering.positionOf, {}, {}, {}}, {}, transposed, threads, work.data())
+            .solve(b.data(), x.data(), count);
+        std::vector<std::vector<T>> X;
+        for (auto first = x.begin(); first != x.end(); first += static_cast<std::ptrdiff_t>(n))
+            X.emplace_back(first, first + static_cast<std::ptrdiff_t>(n));
         return X;
     }
 
