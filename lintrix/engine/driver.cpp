@@ -214,6 +214,7 @@ int drive(const Arguments& call, bool singlePrecision)
     Run run{call, Handle(call.pt), singlePrecision, {}};
     if (!run.handle.live() && call.phase.code() == Phase::kRelease) return 0;
     const Failure failure = reported(runPhase(run));
+    if (failure.error == Error::Matching) call.iparm[Parameter::FailingEquation] = failure.internal;
     run.timers.stop();
     writeFigures(run);
     report(run, failure);

@@ -2,26 +2,27 @@
 
 #include <utility>
 
-namespace Velmar::Lintrix::detail::engine {
+namespace Velmar::Lintrix {
 
 namespace {
 
-thread_local ProgressCallback inForce;
+thread_local PardisoProgress inForce;
 
 } // namespace
 
-ProgressScope::ProgressScope(ProgressCallback callback) noexcept : before_(std::exchange(inForce, callback))
+PardisoProgressScope::PardisoProgressScope(PardisoProgress callback) noexcept
+    : before_(std::exchange(inForce, callback))
 {
 }
 
-ProgressScope::~ProgressScope()
+PardisoProgressScope::~PardisoProgressScope()
 {
     inForce = before_;
 }
 
-ProgressCallback ProgressScope::current() noexcept
+PardisoProgress PardisoProgressScope::current() noexcept
 {
     return inForce;
 }
 
-} // namespace Velmar::Lintrix::detail::engine
+} // namespace Velmar::Lintrix
