@@ -20,7 +20,8 @@ constexpr int kCacheLine = 64;
 constexpr int kCellsPerThread = 8192;
 
 // One form for each instruction set, chosen when the library is loaded. All give the same bits, since the
-// lanes are fixed and nothing is contracted. Not under the sanitizers, which wake later than that.
+// lanes are fixed and nothing is contracted. Not under the sanitizers, which wake later than that; Clang
+// builds have the portable form alone.
 #if defined(__clang__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define LINTRIX_VECTOR_FORMS
 #else
