@@ -1,5 +1,6 @@
 #include <lintrix/solvers/krylov_basis.h>
 
+#include <lintrix/foundation/failures.h>
 #include <lintrix/services/threads.h>
 
 #include <algorithm>
@@ -73,6 +74,13 @@ double square(std::int64_t count, const double* w)
 std::int32_t chunksOf(std::int32_t stride)
 {
     return static_cast<std::int32_t>((stride + kChunk - 1) / kChunk);
+}
+
+// The next multiple of kLanes.
+std::int32_t strideFor(std::int32_t length)
+{
+    if (length > INT32_MAX - kLanes) throw NotEnoughMemoryException(); // 16 GiB a vector, and no such number
+    return (length + kLanes - 1) / kLanes * kLanes;
 }
 
 double* atCacheLine(double* cells)
@@ -149,7 +157,7 @@ double orthogonalize(const KrylovBasis& basis, std::int32_t j, double c, Member&
 } // namespace
 
 KrylovBasis::KrylovBasis(std::int32_t length, std::int32_t columns)
-    : length_(length), stride_((length + kLanes - 1) / kLanes * kLanes), cells_(cellsFor(columns)),
+    : length_(length), stride_(strideFor(length)), cells_(cellsFor(columns)),
       first_(atCacheLine(cells_.get())), chunkSums_(std::int64_t{2} * chunksOf(stride_))
 {
 }

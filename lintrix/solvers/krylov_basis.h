@@ -25,7 +25,8 @@ public:
     static constexpr int kLanes = 16;
     static constexpr int kChunk = 1024; ///< a multiple of kLanes
 
-    /// Room for `columns` vectors, uninitialised. @throws NotEnoughMemoryException
+    /// Room for `columns` vectors, uninitialised. @throws NotEnoughMemoryException  also for a length whose
+    /// stride is no 32-bit number
     KrylovBasis(std::int32_t length, std::int32_t columns);
 
     double* column(std::int32_t j) const noexcept { return first_ + std::int64_t{stride_} * j; }

@@ -138,5 +138,10 @@ TEST(KrylovBasis, ColumnsBeginAtCacheLinesAndSurviveGrowth)
     }
 }
 
+TEST(KrylovBasis, LengthWhoseStrideIsNo32BitNumberIsOutOfMemory)
+{
+    EXPECT_THROW(KrylovBasis(std::numeric_limits<std::int32_t>::max(), 1), NotEnoughMemoryException);
+}
+
 } // namespace
 } // namespace Velmar::Lintrix::testing
