@@ -1,9 +1,12 @@
 // The `lintrix` command: arguments in, exit code out. 0 done, 1 a numeric failure, 2 usage or bad input.
 
+#include <tools/analyse_command.h>
 #include <tools/info_command.h>
 #include <tools/input_error.h>
 #include <tools/output_file.h>
+#include <tools/picture.h>
 #include <tools/solve_command.h>
+#include <tools/svd_command.h>
 #include <tools/text.h>
 
 #include <lintrix/lintrix.h>
@@ -66,13 +69,34 @@ void ignoreWriteSignals()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-/// What is wrong with a thread count, in words; nothing when it can be used.
-std::string faultOfThreads(const std::string& word)
+/// What is wrong with a count, in words; nothing when it can be used.
+std::string faultOfCount(const std::string& word)
 {
     int count = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), count);
     const bool sound = error == std::errc() && end == word.data() + word.size() && count >= 1;
     return sound ? "" : tools::inQuotes(word) + " is not a whole number from 1 to 2147483647";
+}
+
+void addThreads(CLI::App& command)
+{
+    command
+        .add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
+                                  "Threads to use, at least 1")
+        ->type_name("N")
+        ->check(CLI::Validator(faultOfCount, ""));
+}
+
+void addMatrix(CLI::App& command, std::string& file, const std::string& description)
+{
+    command.add_option("MATRIX", file, description)->type_name("")->required();
+}
+
+void addPlot(CLI::App& command, std::string& file, const std::string& description)
+{
+    command.add_option("--plot", file, description)
+        ->type_name("FILE")
+        ->check(CLI::Validator([](const std::string& name) { return tools::faultOfPlot(name); }, ""));
 }
 
 /// One of a few words, each of which stands for a value.
@@ -124,18 +148,12 @@ void addDirect(CLI::App* solve, tools::SolveOptions& options)
 void addSolve(CLI::App& app, tools::SolveOptions& options)
 {
     CLI::App* solve = app.add_subcommand("solve", "Solve the linear system A*x = b");
-    solve->add_option("MATRIX", options.matrix, "Matrix Market file of A, plain or gzip; - is standard input")
-        ->type_name("")
-        ->required();
+    addMatrix(*solve, options.matrix, "Matrix Market file of A, plain or gzip; - is standard input");
     solve->add_option("--rhs", options.rightHands, "File of right-hand sides; without it b = A*(1,...,1)")
         ->type_name("FILE");
     solve->add_option("--out", options.out, "File for the solution, a Matrix Market array")
         ->type_name("FILE");
-    solve
-        ->add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
-                                   "Threads to use, at least 1")
-        ->type_name("N")
-        ->check(CLI::Validator(faultOfThreads, ""));
+    addThreads(*solve);
     solve->add_flag("--json", options.json, "Report on one line of JSON");
     addDirect(solve, options);
     solve->footer(
@@ -150,16 +168,59 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
 void addInfo(CLI::App& app, tools::InfoOptions& options)
 {
     CLI::App* info = app.add_subcommand("info", "Tell what a matrix file holds");
-    info->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
-        ->type_name("")
-        ->required();
-    info->add_option("--plot", options.plot, "Draw the pattern into FILE.png or FILE.svg")
-        ->type_name("FILE")
-        ->check(CLI::Validator([](const std::string& file) { return tools::faultOfPlot(file); }, ""));
+    addMatrix(*info, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
+    addPlot(*info, options.plot, "Draw the pattern into FILE.png or FILE.svg");
     info->add_flag("--json", options.json, "Report on one line of JSON, without the sketch");
     info->footer(
         "Rank and extreme singular values are told of small matrices: at most 1000 rows or columns.\n"
         "Exit code: 0 told, 1 the singular values did not converge, 2 usage or bad input.");
+}
+
+void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
+{
+    CLI::App* analyse = app.add_subcommand("analyse", "Tell what the sparse direct solver makes of a matrix");
+    addMatrix(*analyse, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
+    analyse->add_option("--ordering", options.ordering, "One ordering instead of all")
+        ->type_name("NAME")
+        ->check(CLI::Validator([](const std::string& name) { return tools::faultOfOrdering(name); }, ""));
+    addPlot(*analyse, options.plot, "Draw the factor of least fill into FILE.png or FILE.svg");
+    addThreads(*analyse);
+    analyse->add_flag("--json", options.json, "Report on one line of JSON");
+    analyse->footer(
+        "Orderings: mmd minimum degree, cmmd with parts, nd nested dissection, pnd with parts, natural.\n"
+        "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
+}
+
+/// What is wrong with a tolerance, in words; nothing when it can be used.
+std::string faultOfTolerance(const std::string& word)
+{
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    const bool sound = error == std::errc() && end == word.data() + word.size() && value > 0.0 && value < 1.0;
+    return sound ? "" : tools::inQuotes(word) + " is not a number between 0 and 1";
+}
+
+void addSvd(CLI::App& app, tools::SvdOptions& options)
+{
+    CLI::App* svd = app.add_subcommand("svd", "Find the largest singular values of a sparse matrix");
+    svd->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
+        ->type_name("")
+        ->required();
+    svd->add_option("-k", options.count, "How many singular values, at least 1")
+        ->type_name("K")
+        ->check(CLI::Validator(faultOfCount, ""))
+        ->required();
+    svd->add_option("--tol", options.tolerance, "Residual of the last triplet that is good enough (1e-10)")
+        ->type_name("T")
+        ->check(CLI::Validator(faultOfTolerance, ""));
+    svd->add_option("--out", options.out, "Keep the triplets in PREFIX.u.mtx, PREFIX.s.mtx and PREFIX.v.mtx")
+        ->type_name("PREFIX");
+    addPlot(*svd, options.plot, "Draw the decay of the values into FILE.png or FILE.svg");
+    addThreads(*svd);
+    svd->add_flag("--json", options.json, "Report on one line of JSON");
+    svd->footer("Each value of a multiple one may be found once only. The residual told of a triplet is the "
+                "larger of\n|A*v - s*u| and |A'*u - s*v|, relative to the largest value.\n"
+                "Exit code: 0 found, 1 not converged, 2 usage or bad input.");
 }
 
 /// Help and version, wanted and printed, are no errors; the rest is wrong usage.
@@ -188,12 +249,19 @@ int run(int argc, char** argv)
     addSolve(app, solveOptions);
     tools::InfoOptions infoOptions;
     addInfo(app, infoOptions);
+    tools::AnalyseOptions analyseOptions;
+    addAnalyse(app, analyseOptions);
+    tools::SvdOptions svdOptions;
+    addSvd(app, svdOptions);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return answerParseError(app, error);
     }
-    return app.got_subcommand("info") ? tools::runInfo(infoOptions) : tools::runSolve(solveOptions);
+    if (app.got_subcommand("analyse")) return tools::runAnalyse(analyseOptions);
+    if (app.got_subcommand("info")) return tools::runInfo(infoOptions);
+    if (app.got_subcommand("svd")) return tools::runSvd(svdOptions);
+    return tools::runSolve(solveOptions);
 }
 
 } // namespace

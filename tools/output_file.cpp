@@ -4,6 +4,7 @@
 #include <tools/text.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <utility>
 
@@ -80,6 +81,12 @@ void OutputFile::commit()
 void OutputFile::fail() const
 {
     throw InputError(target_, "cannot be written: " + systemError());
+}
+
+void writeReport(std::string_view text)
+{
+    if (std::fflush(stdout) != 0 || !writeAll(STDOUT_FILENO, text))
+        throw InputError("standard output", "cannot be written: " + systemError());
 }
 
 bool writeAll(int descriptor, std::string_view text)

@@ -1,10 +1,8 @@
 #include <tools/pattern.h>
 
-#include <tools/input_error.h>
+#include <tools/png_image.h>
 
 #include <fmt/format.h>
-
-#include <png.h>
 
 #include <algorithm>
 #include <cmath>
@@ -87,28 +85,11 @@ std::string asPng(const PatternGrid& grid)
 {
     const int longer = std::max(grid.height(), grid.width());
     const int scale = (kSmallestPicture + longer - 1) / longer;
-    const int height = grid.height() * scale, width = grid.width() * scale;
-    std::vector<std::uint8_t> pixels;
-    pixels.reserve(static_cast<std::size_t>(height) * static_cast<std::size_t>(width));
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) pixels.push_back(greyLevel(grid.shade(y / scale, x / scale)));
+    GreyImage image(grid.width() * scale, grid.height() * scale);
+    for (int y = 0; y < image.height; ++y) {
+        for (int x = 0; x < image.width; ++x) image.at(x, y) = greyLevel(grid.shade(y / scale, x / scale));
     }
-
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = static_cast<png_uint_32>(width);
-    image.height = static_cast<png_uint_32>(height);
-    image.format = PNG_FORMAT_GRAY;
-    png_alloc_size_t length = 0;
-    std::string file;
-    bool done = png_image_write_to_memory(&image, nullptr, &length, 0, pixels.data(), 0, nullptr) != 0;
-    if (done) {
-        file.resize(length);
-        done = png_image_write_to_memory(&image, file.data(), &length, 0, pixels.data(), 0, nullptr) != 0;
-    }
-    if (!done) throw InputError(fmt::format("the picture cannot be encoded: {}", image.message));
-    file.resize(length);
-    return file;
+    return encodePng(image);
 }
 
 } // namespace Velmar::Lintrix::tools

@@ -37,16 +37,6 @@ std::size_t utf8Length(std::string_view text)
     return 0;
 }
 
-std::string jsonNumber(std::optional<double> value)
-{
-    return value && std::isfinite(*value) ? fmt::format("{}", *value) : "null";
-}
-
-std::string line(std::string_view label, std::string_view text)
-{
-    return fmt::format("{:<17} {}\n", label, text);
-}
-
 std::string jsonText(std::string_view text)
 {
     return text.empty() ? "null" : jsonString(text);
@@ -142,6 +132,16 @@ std::string asJson(const SolveReport& report)
                        jsonText(report.ordering), jsonArray(report.tried),
                        jsonCount(report, report.factorEntries), jsonCount(report, report.perturbedPivots),
                        jsonCount(report, report.refinementSteps));
+}
+
+std::string line(std::string_view label, std::string_view text)
+{
+    return fmt::format("{:<17} {}\n", label, text);
+}
+
+std::string jsonNumber(std::optional<double> value)
+{
+    return value && std::isfinite(*value) ? fmt::format("{}", *value) : "null";
 }
 
 std::string jsonString(std::string_view text)

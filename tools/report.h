@@ -56,6 +56,12 @@ std::string asText(const SolveReport& report);
 /// exist.
 std::string asJson(const SolveReport& report);
 
+/// A fact on a line: the label, and the text in its column.
+std::string line(std::string_view label, std::string_view text);
+
+/// null for a number that does not exist or is not finite.
+std::string jsonNumber(std::optional<double> value);
+
 /// `text` as a JSON string with its quotes. Bytes that are no UTF-8 become U+FFFD.
 std::string jsonString(std::string_view text);
 

@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <optional>
 
 #include <unistd.h>
@@ -82,13 +81,6 @@ void write(const Matrix& X, OutputFile& out)
     out.close();
 }
 
-/// After what the engine has printed, which the C library may still hold.
-void print(const std::string& text)
-{
-    if (std::fflush(stdout) != 0 || !writeAll(STDOUT_FILENO, text))
-        throw InputError("standard output", "cannot be written: " + systemError());
-}
-
 } // namespace
 
 int runSolve(const SolveOptions& options)
@@ -104,7 +96,7 @@ int runSolve(const SolveOptions& options)
     if (out && solved) write(*solution.x, *out);
     report.seconds.finish("write");
 
-    print(options.json ? asJson(report) : asText(report));
+    writeReport(options.json ? asJson(report) : asText(report));
     if (!solved) {
         tell(fmt::format("{}: {}", report.matrix, solution.complaint));
         return 1;

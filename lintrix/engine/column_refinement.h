@@ -13,8 +13,9 @@ namespace Velmar::Lintrix::detail::engine {
 
 /// Reorders the columns of each supernode so that the rows which its descendants have there stand next to
 /// each other: an update is then subtracted in long stretches instead of element by element. The columns of a
-/// supernode (of all its panels, where it was cut) have the same structure, so that nothing else changes.
-/// Columns stay within their range of `subgraphs`, which cover all positions, ascending.
+/// supernode (of all its panels, where it was cut) have the same structure, so that it holds the factor of
+/// the new order, too; where that would fill less, zeros are stored. Columns stay within their range of
+/// `subgraphs`, which cover all positions, ascending.
 ///
 /// Partition refinement, the largest sets first: each set of rows splits the classes that it meets, its own
 /// columns next to those of the neighbouring class. Jacquelin, Ng, Peyton, "Fast and effective reordering of

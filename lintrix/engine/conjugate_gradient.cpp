@@ -32,11 +32,7 @@ public:
             const bool sound = advance();
             const double value = std::sqrt(rate);
             logIteration("(' cg-iteration:',f4.0,e12.3)", {static_cast<double>(++count), value});
-            if (value < terms_.tolerance) {
-                if (isSolved(system_, terms_.tolerance, q_)) return {IterationStatus::Converged, count};
-                start();
-                continue;
-            }
+            if (value < terms_.tolerance) return {IterationStatus::Converged, count};
             if (!sound) return {IterationStatus::Breakdown, count};
             if (value > terms_.divergence) return {IterationStatus::Diverged, count};
             best = std::min(best, value);

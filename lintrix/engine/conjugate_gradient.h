@@ -22,10 +22,10 @@ constexpr std::int64_t conjugateGradientWork(int n, int count) noexcept
 /// J. Res. Nat. Bur. Standards 49 (1952).
 ///
 /// The number of an iteration is the largest of ||inv(M) r|| / ||start|| over the right-hand sides, r being
-/// the residual that the iteration began with. Below the tolerance the iteration has succeeded, unless the
-/// true residual contradicts it: then it starts anew from where it is. Above the divergence bound it has
-/// failed; from half of the budget on it must have been below the root of the tolerance. A right-hand side
-/// that is below the tolerance is left alone while others go on.
+/// the residual that the iteration began with. Below the tolerance the iteration has succeeded, by contract
+/// without a look at the true residual, so that a caller who must be sure of the answer works that out; above
+/// the divergence bound it has failed; from half of the budget on it must have been below the root of the
+/// tolerance. A right-hand side that is below the tolerance is left alone while others go on.
 ///
 /// The count begins at 1, so that a start that is good enough is told as 2. `scalars` has room for 2 count
 /// numbers.

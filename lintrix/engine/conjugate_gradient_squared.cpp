@@ -41,12 +41,7 @@ public:
             value = std::sqrt(largestRate());
             logIteration(kStepFormat<T>, {static_cast<double>(++count), value});
             if (!sound) return {IterationStatus::Breakdown, count};
-            if (value < terms_.tolerance) {
-                if (isSolved(system_, terms_.tolerance, t_)) return {IterationStatus::Converged, count};
-                start();
-                largestRate(); // marks what is finished
-                continue;
-            }
+            if (value < terms_.tolerance) return {IterationStatus::Converged, count};
             if (value > terms_.divergence) return {IterationStatus::Diverged, count};
             best = std::min(best, value);
             if (count == terms_.half && std::sqrt(terms_.tolerance) < best) {

@@ -31,9 +31,8 @@ struct SquaredScalars {
 ///
 /// The number of an iteration is the root of the largest ||inv(M) r|| / ||start|| over the right-hand sides.
 /// By contract it is the root of a ratio of norms, so that a tolerance of 1e-6 asks for a ratio of 1e-12; and
-/// slow convergence is judged at half of the budget only, not from there on. Otherwise the rules are those of
-/// conjugateGradient. A start whose number is below the tolerance is told as 1 iteration. `scalars` has room
-/// for `count`.
+/// slow convergence is judged at half of the budget only, not from there on. A start whose number is below
+/// the tolerance is told as 1 iteration. `scalars` has room for `count`.
 template <class T>
 LINTRIX_TESTABLE IterationOutcome conjugateGradientSquared(const IterativeSystem<T>& system,
                                                            const IterationTerms& terms, T* work,

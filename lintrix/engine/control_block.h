@@ -46,6 +46,7 @@ enum class Word : int {
     LargestSupernode, ///< columns of the longest run, before it was cut
     TallestPanel,
     WidestPanel,
+    TreeHeight,    ///< of the elimination tree, in columns
     UpdateTargets, ///< length of the lists of separators that subgraphs update
     ChunkSize,     ///< supernodes in one piece of the dynamic schedule
     AnalysisPeak,  ///< kilobytes, as the next two
@@ -58,6 +59,7 @@ enum class Word : int {
     FactorNeeded,
     IterationBudget,
     HalfBudget,
+    ConsecutiveSubgraphs, ///< whether a solve may go by subgraphs
     Last_
 };
 
@@ -156,13 +158,20 @@ public:
     void store(const Timers& timers) noexcept
     {
         for (int k = 0; k < kTimers; ++k)
-            reals_[static_cast<int>(Real::FirstTimer) + k] = timers.seconds(static_cast<Timer>(k + 1));
+            reals_[placeOf(static_cast<Timer>(k + 1))] = timers.seconds(static_cast<Timer>(k + 1));
     }
+    /// Of the last call.
+    double seconds(Timer timer) const noexcept { return reals_[placeOf(timer)]; }
 
 private:
     static constexpr int kWords = 100;
     static constexpr int kReals = 20;
     static constexpr int kOffsets = 100;
+
+    static constexpr int placeOf(Timer timer) noexcept
+    {
+        return static_cast<int>(Real::FirstTimer) + static_cast<int>(timer) - 1;
+    }
 
     int words_[kWords];
     double reals_[kReals];

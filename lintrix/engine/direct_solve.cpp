@@ -18,6 +18,22 @@ int sidesPerBlock(int count, int threads)
     return std::clamp(share, 1, kSidesAtOnce<T>);
 }
 
+bool includes(SolvePart whole, SolvePart part)
+{
+    return whole == SolvePart::All || whole == part;
+}
+
+// The whole solve divides by D on its way back.
+BeforeTriangle beforeTriangle(SolvePart part)
+{
+    return part == SolvePart::All ? BeforeTriangle::DivideByD : BeforeTriangle::Nothing;
+}
+
+bool splitsByParts(const SupernodeParts& parts, int threads, int count)
+{
+    return count == 1 && threads > 1 && parts.canSplit();
+}
+
 // One side of the system: the place of equation (or unknown) i, and its factor.
 struct Frame {
     std::span<const int> positionOf, standsFor;
@@ -41,11 +57,14 @@ Frame frameOf(const SystemFrame& frame, bool equations)
 } // namespace
 
 template <class T>
-std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, int threads, int count) noexcept
+std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const SupernodeParts& parts, int threads,
+                                      int count) noexcept
 {
     const int sides = sidesPerBlock<T>(count, threads);
     const std::int64_t blocks = (count + sides - 1) / sides;
-    return factor.order() * blocks * sidesTaken<T>(sides);
+    const std::int64_t cells = factor.order() * blocks * sidesTaken<T>(sides);
+    return cells +
+           (splitsByParts(parts, threads, count) ? PartedSubstitution<T>::workSize(factor, parts) : 0);
 }
 
 template <class T>
@@ -83,18 +102,32 @@ void DirectSolve<T>::takeBack(const RightSides<T>& y, int count, bool permutes, 
 template <class T>
 void DirectSolve<T>::solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const
 {
-    const bool all = part == SolvePart::All;
     const SupernodeRange everything{0, factor_.structure.supernodes() - 1};
-    bring(b, count, all || part == SolvePart::Forward, y);
-    if (all || part == SolvePart::Forward) substituteForward(factor_, transposed_, y, everything);
-    if (all || part == SolvePart::Diagonal) substituteDiagonal(factor_, y, everything);
-    if (all || part == SolvePart::Backward) substituteBackward(factor_, transposed_, y, everything);
-    takeBack(y, count, all || part == SolvePart::Backward, x);
+    bring(b, count, includes(part, SolvePart::Forward), y);
+    if (includes(part, SolvePart::Forward)) substituteForward(factor_, transposed_, y, everything);
+    if (part == SolvePart::Diagonal) substituteDiagonal(factor_, y, everything);
+    if (includes(part, SolvePart::Backward)) {
+        substituteBackward(factor_, transposed_, y, everything, beforeTriangle(part));
+    }
+    takeBack(y, count, includes(part, SolvePart::Backward), x);
+}
+
+template <class T>
+void DirectSolve<T>::solveByParts(const T* b, T* x, SolvePart part) const
+{
+    const RightSides<T> y{work_, 1};
+    const PartedSubstitution<T> substitution(factor_, parts_, threads_, work_, work_ + factor_.order());
+    bring(b, 1, includes(part, SolvePart::Forward), y);
+    if (includes(part, SolvePart::Forward)) substitution.forward(transposed_);
+    if (part == SolvePart::Diagonal) substitution.diagonal();
+    if (includes(part, SolvePart::Backward)) substitution.backward(transposed_, beforeTriangle(part));
+    takeBack(y, 1, includes(part, SolvePart::Backward), x);
 }
 
 template <class T>
 void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
 {
+    if (splitsByParts(parts_, threads_, count)) return solveByParts(b, x, part);
     const std::ptrdiff_t n = factor_.order();
     const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
     const int blocks = (count + sides - 1) / sides, busy = std::min(threads_, blocks);

@@ -2,6 +2,7 @@
 /// @file
 /// From right-hand sides to solutions with a stored factor: permute, scale, substitute, scale, permute back.
 
+#include <lintrix/engine/parted_substitution.h>
 #include <lintrix/engine/substitution.h>
 #include <lintrix/services/export.h>
 
@@ -31,25 +32,31 @@ enum class SolvePart : int {
 template <class T>
 class LINTRIX_TESTABLE DirectSolve {
 public:
-    /// `work` has workSize() elements and belongs to this alone.
-    DirectSolve(const StoredFactor<T>& factor, const SystemFrame& frame, bool transposed, int threads,
-                T* work) noexcept
-        : factor_(factor), frame_(frame), transposed_(transposed), threads_(threads), work_(work)
+    /// Without parts (an empty list) nothing is split. `work` has workSize() elements and belongs to this
+    /// alone.
+    DirectSolve(const StoredFactor<T>& factor, const SystemFrame& frame, const SupernodeParts& parts,
+                bool transposed, int threads, T* work) noexcept
+        : factor_(factor), frame_(frame), parts_(parts), transposed_(transposed), threads_(threads),
+          work_(work)
     {
     }
-    static std::int64_t workSize(const StoredFactor<T>& factor, int threads, int count) noexcept;
+    static std::int64_t workSize(const StoredFactor<T>& factor, const SupernodeParts& parts, int threads,
+                                 int count) noexcept;
 
     /// `b` and `x` are n x count, column after column, and may be the same. Several right-hand sides are
-    /// dealt out to the threads in blocks, each of which passes over the factor once.
+    /// dealt out to the threads in blocks, each of which passes over the factor once. One alone is solved by
+    /// parts where there are several, else by one thread.
     void solve(const T* b, T* x, int count, SolvePart part = SolvePart::All) const;
 
 private:
+    void solveByParts(const T* b, T* x, SolvePart part) const;
     void solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const;
     void bring(const T* b, int count, bool permutes, const RightSides<T>& y) const;
     void takeBack(const RightSides<T>& y, int count, bool permutes, T* x) const;
 
     StoredFactor<T> factor_;
     SystemFrame frame_;
+    SupernodeParts parts_;
     bool transposed_;
     int threads_;
     T* work_;

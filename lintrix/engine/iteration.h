@@ -6,11 +6,9 @@
 #include <lintrix/engine/scalar.h>
 #include <lintrix/engine/sparse_operator.h>
 
-#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstddef>
-#include <limits>
 #include <type_traits>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -86,25 +84,6 @@ inline void addMultiple(IterationScalar<T> by, const T* x, T* y, int n) noexcept
 inline double largerOf(double a, double b) noexcept
 {
     return std::isnan(a) || a >= b ? a : b;
-}
-
-/// Whether X solves the system to the tolerance, or to what the element's precision allows: the norm of each
-/// residual is compared with those of A, x and b. What an iteration carries along as its residual can fall
-/// for ever while the true one stands, where the factor is a poor one. `r` is room for a residual.
-template <class T>
-bool isSolved(const IterativeSystem<T>& system, double tolerance, T* r)
-{
-    constexpr double roundoff = 1000.0 * std::numeric_limits<RealOf<T>>::epsilon();
-    const double limit = std::max(tolerance, roundoff), normA = system.A.largestRowSum();
-    system.A.residual(system.b, system.x, r, system.count);
-    const auto norm = [&](const T* block, int c) {
-        return std::sqrt(squaredNorm(block + std::ptrdiff_t{system.n} * c, system.n));
-    };
-    for (int c = 0; c < system.count; ++c) {
-        const double scale = normA * norm(system.x, c) + norm(system.b, c);
-        if (!(norm(r, c) <= limit * scale)) return false;
-    }
-    return true;
 }
 
 /// Whether a scalar can be divided by.

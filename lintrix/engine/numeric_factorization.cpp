@@ -30,6 +30,7 @@ public:
     }
 
     explicit operator bool() const { return static_cast<bool>(finished_); }
+    std::int64_t missingBytes() const { return finished_.missingBytes(); }
 
     int takeRun() { return nextRun_.fetch_add(1, std::memory_order_relaxed); }
 
@@ -83,6 +84,7 @@ public:
     }
 
     explicit operator bool() const { return indexOf_ && rows_ && buffer_ && scaled_; }
+    std::int64_t missingBytes() const { return engine::missingBytes(indexOf_, rows_, buffer_, scaled_); }
     PivotCounts pivots() const { return pivots_; }
 
     void work(int thread)
@@ -303,7 +305,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
                        const Factor<T>& factor, const ProgressListener& listener)
 {
     Team team(plan, listener);
-    if (!team) return {outOfMemory(BlockCode::RealWork), {}};
+    if (!team) return {outOfMemory(BlockCode::RealWork, team.missingBytes()), {}};
     if (!team.progress.start()) return {{Error::Numeric, -1}, {}};
     PivotCounts pivots;
 #pragma omp parallel num_threads(plan.threads) if (plan.threads > 1)
@@ -312,7 +314,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
         if (worker) {
             worker.work(omp_get_thread_num());
         } else {
-            team.fail(outOfMemory(BlockCode::RealWork));
+            team.fail(outOfMemory(BlockCode::RealWork, worker.missingBytes()));
         }
 #pragma omp critical(lintrix_engine_pivots)
         pivots += worker.pivots();

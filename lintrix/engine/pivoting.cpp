@@ -197,8 +197,8 @@ Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
         }
     }
     if (eps >= std::max(d, c)) return {1, k, true};
-    if (d >= alpha * c) return {1, k, false};
-    R e = 0; // largest off the diagonal in row r
+    if (r == k || d >= alpha * c) return {1, k, false}; // alone also where d is not a number
+    R e = 0;                                            // largest off the diagonal in row r
     for (int j = k; j < r; ++j) e = std::max(e, magnitude(a(r, j)));
     for (int i = r + 1; i < w; ++i) e = std::max(e, magnitude(a(i, r)));
     if (d * e >= alpha * c * c) return {1, k, false};

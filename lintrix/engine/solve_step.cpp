@@ -84,6 +84,16 @@ SystemFrame systemFrame(Handle handle)
     return frame;
 }
 
+/// The parts that a solve may go by. Whether there are any is worked out at each solve.
+SupernodeParts supernodeParts(Handle handle)
+{
+    ControlBlock& control = handle.control();
+    const PermanentStructure permanent(handle);
+    control[Word::ConsecutiveSubgraphs] = areConsecutive(permanent.subgraphs()) ? 1 : 0;
+    if (control[Word::ConsecutiveSubgraphs] == 0) return {};
+    return {permanent.subgraphSupernodes(), control[Word::IndependentSubgraphs]};
+}
+
 /// The block of refinement and iteration: vectors, sums of the operator, scalars, one after another.
 struct IterationLayout {
     std::int64_t sums, scalars, bytes;
@@ -100,12 +110,13 @@ public:
     SolveStep(const Arguments& call, Handle handle, Timers& timers)
         : call_(call), handle_(handle), control_(handle.control()), timers_(timers),
           improvement_(improvementFor(call, control_)), threads_(control_[Word::Threads]), count_(call.nrhs),
-          factor_(storedFactor<T>(handle, call.mnum)), matrix_{call.n,
-                                                               call.ia,
-                                                               call.ja,
-                                                               static_cast<const T*>(call.a),
-                                                               storageOf(call.mtype),
-                                                               solvesTransposed(call)},
+          factor_(storedFactor<T>(handle, call.mnum)),
+          parts_(supernodeParts(handle)), matrix_{call.n,
+                                                  call.ia,
+                                                  call.ja,
+                                                  static_cast<const T*>(call.a),
+                                                  storageOf(call.mtype),
+                                                  solvesTransposed(call)},
           b_(static_cast<T*>(call.b)), x_(static_cast<T*>(call.x))
     {
     }
@@ -128,7 +139,7 @@ private:
     {
         constexpr std::int64_t mostElements = std::int64_t{1} << 50; // so that no size below overflows
         if (elements() > mostElements) return outOfMemory(BlockCode::RealWork, elements());
-        const std::int64_t cells = DirectSolve<T>::workSize(factor_, threads_, count_);
+        const std::int64_t cells = DirectSolve<T>::workSize(factor_, parts_, threads_, count_);
         if (const Failure failure = reserve(handle_, Slot::RealWork, WideWord::RealWorkBytes,
                                             cells * std::int64_t{sizeof(T)}, BlockCode::RealWork))
             return failure;
@@ -175,8 +186,9 @@ private:
 
     DirectSolve<T> solver() const
     {
-        return {factor_, systemFrame(handle_), matrix_.transposed, threads_,
-                handle_.template block<T>(Slot::RealWork)};
+        return {factor_,  systemFrame(handle_),
+                parts_,   matrix_.transposed,
+                threads_, handle_.template block<T>(Slot::RealWork)};
     }
 
     /// @return  the seconds it took
@@ -254,6 +266,7 @@ private:
     Improvement improvement_;
     int threads_, count_;
     StoredFactor<T> factor_;
+    SupernodeParts parts_;
     CallersMatrix<T> matrix_;
     T *b_, *x_;
 };

@@ -124,18 +124,6 @@ void SparseOperator<T>::extendedResidual(const T* b, const T* x, T* r, int count
     }
 }
 
-template <class T>
-double SparseOperator<T>::largestRowSum() const noexcept
-{
-    double largest = 0.0;
-    for (int i = 0; i < A_.n; ++i) {
-        double sum = 0.0;
-        for (int k = A_.ia[i] - 1; k < A_.ia[i + 1] - 1; ++k) sum += static_cast<double>(magnitude(A_.a[k]));
-        largest = std::max(largest, sum);
-    }
-    return largest;
-}
-
 template class SparseOperator<float>;
 template class SparseOperator<double>;
 template class SparseOperator<std::complex<float>>;

@@ -57,9 +57,6 @@ public:
     void residual(const T* b, const T* x, T* r, int count) const;
     /// The same with each row summed up in 80-bit precision and rounded once, at the end.
     void extendedResidual(const T* b, const T* x, T* r, int count) const;
-    /// The largest sum of magnitudes in a stored row: the norm of a general matrix as it stands, and of the
-    /// order of the norm otherwise.
-    double largestRowSum() const noexcept;
 
 private:
     template <class Sum, class Finish>

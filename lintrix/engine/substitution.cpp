@@ -18,6 +18,53 @@ namespace {
 using substitution_kernel::OneSide;
 using substitution_kernel::SideBlock;
 
+constexpr bool hasD(Method method)
+{
+    return method == Method::DiagonalPivoting || method == Method::BunchKaufman;
+}
+
+// Right-hand sides of one position.
+template <class T>
+void divide(T by, T* values, int sides)
+{
+    const T inverse = T(1) / by;
+    std::transform(values, values + sides, values, [=](T value) { return product(value, inverse); });
+}
+
+// (a b) := inv(D)*(a b) with D = (d0 upper; lower d1).
+template <class T>
+void divideByPair(T d0, T d1, T lower, T upper, T* a, T* b, int sides)
+{
+    const T inverse = T(1) / (product(d0, d1) - product(lower, upper));
+    for (int c = 0; c < sides; ++c) {
+        const T x = a[c], z = b[c];
+        a[c] = product(product(d1, x) - product(upper, z), inverse);
+        b[c] = product(product(d0, z) - product(lower, x), inverse);
+    }
+}
+
+template <class T>
+void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
+{
+    const FactorStructure& structure = factor.structure;
+    const int first = structure.starts[J], width = structure.width(J);
+    const std::ptrdiff_t ld = structure.height(J);
+    const T* const block = factor.panels.lower + factor.lowerStarts[J];
+    const int* const exchange = factor.panels.rowExchange + first;
+    for (int j = 0; j < width;) {
+        T* const own = y.cells + std::ptrdiff_t{first + j} * y.count;
+        const T d0 = block[j + ld * j];
+        if (exchange[j] > 0) {
+            divide(d0, own, y.count);
+            ++j;
+            continue;
+        }
+        const T lower = block[j + ld * (j + 1)], upper = conjugate(lower, factor.hermitian);
+        divideByPair(d0, block[j + 1 + ld * (j + 1)], lower, upper, own, own + y.count, y.count);
+        j += 2;
+    }
+}
+
 // Columns are taken a few at a time: first the small triangle where they meet, then all the rows that they
 // reach, or the other way round. Everything is inlined into functions for one instruction set each.
 template <class T, class Kernel>
@@ -43,10 +90,12 @@ public:
         }
     }
 
-    LINTRIX_ALWAYS_INLINE void backward(SupernodeRange range) const
+    LINTRIX_ALWAYS_INLINE void backward(SupernodeRange range, BeforeTriangle before) const
     {
+        const bool divides = before == BeforeTriangle::DivideByD && hasD(factor_.method);
         for (int J = range.last; J >= range.first; --J) {
             const Supernode node = nodeOf(J);
+            if (divides) divideByPivotsOf(factor_, J, RightSides<T>{y_, kSides});
             if (unsymmetric_ && !transposed_) {
                 backwardByUpper(node);
             } else {
@@ -168,15 +217,16 @@ private:
     LINTRIX_ALWAYS_INLINE void forwardByLower(const Supernode& node) const
     {
         for (int j = 0; j < node.width;) {
-            j += take(node.width - j, [&](auto columns) [[gnu::always_inline]] {
-                constexpr int C = columns;
-                T* const own = side(node.first + j);
-                const int next = j + C;
-                solveLower<C>(node.column(j) + j, node.height, own);
-                Kernel::template subtractRows<C>(node.column(j) + next, node.height, node.height - next,
-                                                 node.rows + next, own, y_);
-                return C;
-            });
+            j += take(
+                node.width - j, [&](auto columns) __attribute__((always_inline)) {
+                    constexpr int C = columns;
+                    T* const own = side(node.first + j);
+                    const int next = j + C;
+                    solveLower<C>(node.column(j) + j, node.height, own);
+                    Kernel::template subtractRows<C>(node.column(j) + next, node.height, node.height - next,
+                                                     node.rows + next, own, y_);
+                    return C;
+                });
         }
     }
 
@@ -186,16 +236,17 @@ private:
         const T* const upper = factor_.panels.upper + factor_.upperStarts[node.J];
         const std::ptrdiff_t below = node.below();
         for (int j = 0; j < node.width;) {
-            j += take(node.width - j, [&](auto columns) [[gnu::always_inline]] {
-                constexpr int C = columns;
-                T* const own = side(node.first + j);
-                Kernel::template subtractColumns<C>(node.column(j), node.height, j, node.rows, own, y_,
-                                                    false);
-                solveUpperTransposed<C>(node.column(j) + j, node.height, own);
-                Kernel::template subtractRows<C>(upper + below * j, below, node.below(),
-                                                 node.rows + node.width, own, y_);
-                return C;
-            });
+            j += take(
+                node.width - j, [&](auto columns) __attribute__((always_inline)) {
+                    constexpr int C = columns;
+                    T* const own = side(node.first + j);
+                    Kernel::template subtractColumns<C>(node.column(j), node.height, j, node.rows, own, y_,
+                                                        false);
+                    solveUpperTransposed<C>(node.column(j) + j, node.height, own);
+                    Kernel::template subtractRows<C>(upper + below * j, below, node.below(),
+                                                     node.rows + node.width, own, y_);
+                    return C;
+                });
         }
     }
 
@@ -203,15 +254,17 @@ private:
     {
         const bool adjoint = factor_.hermitian && !unsymmetric_;
         for (int next = node.width; next > 0;) {
-            next -= take(next, [&](auto columns) [[gnu::always_inline]] {
-                constexpr int C = columns;
-                const int j = next - C;
-                T* const own = side(node.first + j);
-                Kernel::template subtractColumns<C>(node.column(j) + next, node.height, node.height - next,
-                                                    node.rows + next, own, y_, adjoint);
-                solveLowerTransposed<C>(node.column(j) + j, node.height, own, adjoint);
-                return C;
-            });
+            next -= take(
+                next, [&](auto columns) __attribute__((always_inline)) {
+                    constexpr int C = columns;
+                    const int j = next - C;
+                    T* const own = side(node.first + j);
+                    Kernel::template subtractColumns<C>(node.column(j) + next, node.height,
+                                                        node.height - next, node.rows + next, own, y_,
+                                                        adjoint);
+                    solveLowerTransposed<C>(node.column(j) + j, node.height, own, adjoint);
+                    return C;
+                });
         }
     }
 
@@ -220,16 +273,17 @@ private:
         const T* const upper = factor_.panels.upper + factor_.upperStarts[node.J];
         const std::ptrdiff_t below = node.below();
         for (int next = node.width; next > 0;) {
-            next -= take(next, [&](auto columns) [[gnu::always_inline]] {
-                constexpr int C = columns;
-                const int j = next - C;
-                T* const own = side(node.first + j);
-                Kernel::template subtractColumns<C>(upper + below * j, below, node.below(),
-                                                    node.rows + node.width, own, y_, false);
-                solveUpper<C>(node.column(j) + j, node.height, own);
-                Kernel::template subtractRows<C>(node.column(j), node.height, j, node.rows, own, y_);
-                return C;
-            });
+            next -= take(
+                next, [&](auto columns) __attribute__((always_inline)) {
+                    constexpr int C = columns;
+                    const int j = next - C;
+                    T* const own = side(node.first + j);
+                    Kernel::template subtractColumns<C>(upper + below * j, below, node.below(),
+                                                        node.rows + node.width, own, y_, false);
+                    solveUpper<C>(node.column(j) + j, node.height, own);
+                    Kernel::template subtractRows<C>(node.column(j), node.height, j, node.rows, own, y_);
+                    return C;
+                });
         }
     }
 
@@ -240,7 +294,9 @@ private:
 };
 
 template <class T>
-using Pass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange);
+using ForwardPass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange);
+template <class T>
+using BackwardPass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange, BeforeTriangle);
 
 template <class T, class Kernel>
 [[gnu::target("avx2,fma")]] void forwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
@@ -250,9 +306,9 @@ template <class T, class Kernel>
 }
 template <class T, class Kernel>
 [[gnu::target("avx2,fma")]] void backwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
-                                              SupernodeRange range)
+                                              SupernodeRange range, BeforeTriangle before)
 {
-    Substitution<T, Kernel>(factor, transposed, y).backward(range);
+    Substitution<T, Kernel>(factor, transposed, y).backward(range, before);
 }
 template <class T, class Kernel>
 void forwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range)
@@ -260,14 +316,16 @@ void forwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, Supernode
     Substitution<T, Kernel>(factor, transposed, y).forward(range);
 }
 template <class T, class Kernel>
-void backwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range)
+void backwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range,
+                  BeforeTriangle before)
 {
-    Substitution<T, Kernel>(factor, transposed, y).backward(range);
+    Substitution<T, Kernel>(factor, transposed, y).backward(range, before);
 }
 
 template <class T>
 struct Passes {
-    Pass<T> forward, backward;
+    ForwardPass<T> forward;
+    BackwardPass<T> backward;
 };
 
 template <class T, class Kernel>
@@ -288,48 +346,6 @@ Passes<T> passesFor(int sides) noexcept
     return sides == most ? passesWith<T, SideBlock<T, most>>() : passesWith<T, SideBlock<T, most / 2>>();
 }
 
-// Right-hand sides of one position.
-template <class T>
-void divide(T by, T* values, int sides)
-{
-    const T inverse = T(1) / by;
-    std::transform(values, values + sides, values, [=](T value) { return product(value, inverse); });
-}
-
-// (a b) := inv(D)*(a b) with D = (d0 upper; lower d1).
-template <class T>
-void divideByPair(T d0, T d1, T lower, T upper, T* a, T* b, int sides)
-{
-    const T inverse = T(1) / (product(d0, d1) - product(lower, upper));
-    for (int c = 0; c < sides; ++c) {
-        const T x = a[c], z = b[c];
-        a[c] = product(product(d1, x) - product(upper, z), inverse);
-        b[c] = product(product(d0, z) - product(lower, x), inverse);
-    }
-}
-
-template <class T>
-void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
-{
-    const FactorStructure& structure = factor.structure;
-    const int first = structure.starts[J], width = structure.width(J);
-    const std::ptrdiff_t ld = structure.height(J);
-    const T* const block = factor.panels.lower + factor.lowerStarts[J];
-    const int* const exchange = factor.panels.rowExchange + first;
-    for (int j = 0; j < width;) {
-        T* const own = y.cells + std::ptrdiff_t{first + j} * y.count;
-        const T d0 = block[j + ld * j];
-        if (exchange[j] > 0) {
-            divide(d0, own, y.count);
-            ++j;
-            continue;
-        }
-        const T lower = block[j + ld * (j + 1)], upper = conjugate(lower, factor.hermitian);
-        divideByPair(d0, block[j + 1 + ld * (j + 1)], lower, upper, own, own + y.count, y.count);
-        j += 2;
-    }
-}
-
 } // namespace
 
 template <class T>
@@ -342,21 +358,22 @@ void substituteForward(const StoredFactor<T>& factor, bool transposed, const Rig
 template <class T>
 void substituteDiagonal(const StoredFactor<T>& factor, const RightSides<T>& y, SupernodeRange range)
 {
-    if (factor.method != Method::DiagonalPivoting && factor.method != Method::BunchKaufman) return;
+    if (!hasD(factor.method)) return;
     for (int J = range.first; J <= range.last; ++J) divideByPivotsOf(factor, J, y);
 }
 
 template <class T>
 void substituteBackward(const StoredFactor<T>& factor, bool transposed, const RightSides<T>& y,
-                        SupernodeRange range)
+                        SupernodeRange range, BeforeTriangle before)
 {
-    passesFor<T>(y.count).backward(factor, transposed, y.cells, range);
+    passesFor<T>(y.count).backward(factor, transposed, y.cells, range, before);
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \
     template void substituteForward(const StoredFactor<T>&, bool, const RightSides<T>&, SupernodeRange);     \
     template void substituteDiagonal(const StoredFactor<T>&, const RightSides<T>&, SupernodeRange);          \
-    template void substituteBackward(const StoredFactor<T>&, bool, const RightSides<T>&, SupernodeRange);
+    template void substituteBackward(const StoredFactor<T>&, bool, const RightSides<T>&, SupernodeRange,     \
+                                     BeforeTriangle);
 LINTRIX_INSTANTIATE(float)
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<float>)

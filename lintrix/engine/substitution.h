@@ -46,6 +46,9 @@ struct SupernodeRange {
     int first, last;
 };
 
+/// What a backward substitution does before it reaches a supernode's triangle.
+enum class BeforeTriangle { Nothing, DivideByD };
+
 /// With the supernode's block P*A*Q = L*U (P*A*P' = L*D*L' in symmetric storage): forward substitution
 /// applies P and inv(L); backward applies inv(U), or inv(L'), then Q. The transposed system exchanges L and
 /// U', P and Q'. Forward goes through the range upwards, backward downwards; each panel is read once.
@@ -58,8 +61,9 @@ template <class T>
 LINTRIX_TESTABLE void substituteDiagonal(const StoredFactor<T>& factor, const RightSides<T>& y,
                                          SupernodeRange range);
 
+/// With DivideByD, substituteDiagonal on the way: the panels are then read once for both.
 template <class T>
 LINTRIX_TESTABLE void substituteBackward(const StoredFactor<T>& factor, bool transposed,
-                                         const RightSides<T>& y, SupernodeRange range);
+                                         const RightSides<T>& y, SupernodeRange range, BeforeTriangle before);
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -121,6 +121,8 @@ Failure factorizeSymbolically(Analysis& run)
     if (const Failure failure = findSupernodes(run, permuted, work)) return failure;
     if (const Failure failure = fillPermanent(run, permuted, work)) return failure;
     placePanels(run);
+    // The block has these numbers by now: their place is free for work.
+    run.control[Word::TreeHeight] = treeHeight(PermanentStructure(run.handle).structure(), work.supernodeOf);
     return {};
 }
 

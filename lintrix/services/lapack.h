@@ -49,6 +49,9 @@ void dgesdd_(const char* jobz, const int* m, const int* n, double* a, const int*
              int* info, std::size_t);
 void dsyev_(const char* jobz, const char* uplo, const int* n, double* a, const int* lda, double* w,
             double* work, const int* lwork, int* info, std::size_t, std::size_t);
+void dbdsdc_(const char* uplo, const char* compq, const int* n, double* d, double* e, double* u,
+             const int* ldu, double* vt, const int* ldvt, double* q, int* iq, double* work, int* iwork,
+             int* info, std::size_t, std::size_t);
 double dlange_(const char* norm, const int* m, const int* n, const double* a, const int* lda, double* work,
                std::size_t);
 }
@@ -206,6 +209,18 @@ inline void syev(const char& jobz, const char& uplo, const int& n, double* a, co
 {
     const BlasThreadScope threads;
     dsyev_(&jobz, &uplo, &n, a, &lda, w, work, &lwork, &info, 1, 1);
+}
+
+/// B = U*S*V' by divide and conquer, B n x n bidiagonal with diagonal `d` and off-diagonal `e`, upper or
+/// lower by `uplo`. compq 'I': all of U and V'; `d` gets the singular values, largest first, `e` is
+/// destroyed. `q` and `iq` are not used then; `work` has 3*n*n + 4*n cells, `iwork` 8*n. info > 0: not
+/// converged.
+inline void bdsdc(const char& uplo, const char& compq, const int& n, double* d, double* e, double* u,
+                  const int& ldu, double* vt, const int& ldvt, double* q, int* iq, double* work, int* iwork,
+                  int& info)
+{
+    const BlasThreadScope threads;
+    dbdsdc_(&uplo, &compq, &n, d, e, u, &ldu, vt, &ldvt, q, iq, work, iwork, &info, 1, 1);
 }
 
 /// Norm of A by letter: 'F' Frobenius, 'I' largest row sum (`work` has m cells), '1' largest column sum, 'M'

@@ -114,7 +114,7 @@ TYPED_TEST(DirectSolveOf, ScaleFactorsAndMovedRowsAreUndone)
     };
     for (const bool transposed : {false, true}) {
         const DirectSolve<T> solver(system.c.stored(), {system.c.p.ordering.positionOf, columnOfRow, r, c},
-                                    transposed, 1, system.work.data());
+                                    {}, transposed, 1, system.work.data());
         const auto wanted = randomVector<T>(n, 8);
         const std::vector<T> b = original(wanted, transposed);
         std::vector<T> x(n);

@@ -142,9 +142,9 @@ struct FactorizationCase {
         const std::size_t n = rowExchange.size();
         const int count = static_cast<int>(B.size());
         std::vector<T> b, x(n * B.size()),
-            work(static_cast<std::size_t>(DirectSolve<T>::workSize(stored(), threads, count)));
+            work(static_cast<std::size_t>(DirectSolve<T>::workSize(stored(), {}, threads, count)));
         for (const auto& column : B) b.insert(b.end(), column.begin(), column.end());
-        DirectSolve<T>(stored(), {p.ordering.positionOf, {}, {}, {}}, transposed, threads, work.data())
+        DirectSolve<T>(stored(), {p.ordering.positionOf, {}, {}, {}}, {}, transposed, threads, work.data())
             .solve(b.data(), x.data(), count);
         std::vector<std::vector<T>> X;
         for (auto first = x.begin(); first != x.end(); first += static_cast<std::ptrdiff_t>(n))

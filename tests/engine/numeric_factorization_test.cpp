@@ -217,5 +217,17 @@ TEST(Runs, CoverEachSupernodeOnceAndNeedOnlyEarlierOnes)
     }
 }
 
+TEST(Runs, OfSubgraphsComeBeforeTheSupernodesOfSeparators)
+{
+    const std::vector<PositionRange> supernodes{{0, 4}, {5, 4}, {5, 9}, {10, 11}, {12, 12}};
+    std::vector<PositionRange> runs(20);
+    ASSERT_EQ(dealOutSubgraphs(supernodes, 3, runs), 5);
+    const std::vector<std::pair<int, int>> expected{{0, 4}, {5, 9}, {10, 10}, {11, 11}, {12, 12}};
+    for (std::size_t r = 0; r < expected.size(); ++r) {
+        EXPECT_EQ(runs[r].first, expected[r].first);
+        EXPECT_EQ(runs[r].last, expected[r].second);
+    }
+}
+
 } // namespace
 } // namespace Velmar::Lintrix::testing

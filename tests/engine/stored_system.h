@@ -53,8 +53,8 @@ struct StoredSystem {
     StoredSystem(const Graph& graph, const TestMatrix<T>& matrix, FactorRules rules, int threads,
                  bool transposed = false)
         : c(graph, matrix, rules, 16, 1),
-          work(static_cast<std::size_t>(DirectSolve<T>::workSize(c.stored(), threads, kSides))),
-          solver(c.stored(), {c.p.ordering.positionOf, {}, {}, {}}, transposed, threads, work.data())
+          work(static_cast<std::size_t>(DirectSolve<T>::workSize(c.stored(), {}, threads, kSides))),
+          solver(c.stored(), {c.p.ordering.positionOf, {}, {}, {}}, {}, transposed, threads, work.data())
     {
         EXPECT_FALSE(c.factorizeIt().failure);
     }

@@ -67,6 +67,11 @@ const std::vector<RealSystem>& systems()
         {"Maragal_1.mtx", 32, 14, 234, kLeastSquares, 0, "failed", "", "", ""},
         {"lp_share2b.mtx", 96, 162, 777, kMinimumNorm, 1e-9, "accurate", "", "", ""},
         {"n3c4-b4.mtx", 6, 15, 30, kMinimumNorm, 0, "failed", "", "", ""},
+        {"abb313.mtx", 313, 176, 1557, kLeastSquares, 0, "failed", "", "", ""},
+        {"klein-b1.mtx", 30, 10, 60, kLeastSquares, 0, "failed", "", "", ""},
+        {"relat4.mtx", 66, 12, 172, kLeastSquares, 0, "failed", "", "", ""},
+        {"lp_afiro.mtx", 27, 51, 102, kMinimumNorm, 1e-11, "accurate", "", "", ""},
+        {"lpi_galenet.mtx", 8, 14, 22, kMinimumNorm, 1e-11, "accurate", "", "", ""},
     };
     return table;
 }

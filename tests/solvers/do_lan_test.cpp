@@ -1,0 +1,56 @@
+// The native entry: raw arrays in, raw arrays out.
+
+#include "tests/solvers/svd_support.h"
+
+#include <lintrix/solvers/do_lan.h>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+struct Buffers {
+    Buffers(int m, int n, int k)
+        : U(static_cast<std::size_t>(m * k) + 1, kGuard), V(static_cast<std::size_t>(n * k) + 1, kGuard),
+          S(static_cast<std::size_t>(k) + 1, kGuard)
+    {
+    }
+    void expectGuards() const
+    {
+        EXPECT_EQ(U.back(), kGuard);
+        EXPECT_EQ(V.back(), kGuard);
+        EXPECT_EQ(S.back(), kGuard);
+    }
+
+    static constexpr double kGuard = -77.0;
+    std::vector<double> U, V, S;
+};
+
+TEST(DoLan, WritesWhatSparseSvdShows)
+{
+    const SparseMatrix A = scatteredSparse({40, 30}, 5);
+    Buffers out(40, 30, 3);
+    DoLan(40, 30, 3, 1e-10, A.Values().data(), A.RowPointers().data(), A.ColumnIndices().data(), false,
+          out.U.data(), out.V.data(), out.S.data());
+    const SparseSVD svd(A, 3, 1e-10);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(out.S[static_cast<std::size_t>(i)], svd.S()[i]);
+    for (int c = 0; c < 3; ++c) {
+        for (int r = 0; r < 40; ++r) EXPECT_EQ(out.U[static_cast<std::size_t>(r + 40 * c)], svd.U()(r, c));
+        for (int r = 0; r < 30; ++r) EXPECT_EQ(out.V[static_cast<std::size_t>(r + 30 * c)], svd.V()(r, c));
+    }
+    out.expectGuards();
+}
+
+TEST(DoLan, SymFlagReadsTheRowsAsAnUpperTriangle)
+{
+    // 2 1 0        eigenvalues 2 + sqrt(2), 2, 2 - sqrt(2)
+    // 1 2 1
+    // 0 1 2
+    const double a[] = {2, 1, 2, 1, 2};
+    const std::int32_t ia[] = {1, 3, 5, 6}, ja[] = {1, 2, 2, 3, 3};
+    Buffers out(3, 3, 1);
+    DoLan(3, 3, 1, 1e-10, a, ia, ja, true, out.U.data(), out.V.data(), out.S.data());
+    EXPECT_NEAR(out.S[0], 2.0 + std::sqrt(2.0), 1e-14);
+    out.expectGuards();
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
