@@ -63,17 +63,22 @@ Road chooseRoad(const SparseSystem& system, const SparseOptions& options, const 
                                : "the matrix is not symmetric, as --type says");
 }
 
-/// A bar on the terminal, once a factorization takes its time.
+/// A bar on the terminal, once a factorization takes its time; written anew when it has grown.
 std::function<void(int)> barFor(const std::string& file, Progress& progress)
 {
     using Clock = std::chrono::steady_clock;
-    return [&file, &progress, begin = Clock::now()](int percent) mutable {
-        if (percent == 0) begin = Clock::now();
+    return [&file, &progress, begin = Clock::now(), shown = 0](int percent) mutable {
+        if (percent == 0) {
+            begin = Clock::now();
+            shown = 0;
+        }
         if (percent == 100) return progress.erase();
-        if (std::chrono::duration<double>(Clock::now() - begin).count() < kQuietSeconds) return;
+        const int length = percent * kBarWidth / 100;
+        if (length == shown || std::chrono::duration<double>(Clock::now() - begin).count() < kQuietSeconds)
+            return;
+        shown = length;
         progress.show(fmt::format("factorizing {}: [{:<{}}] {} %", file,
-                                  std::string(static_cast<std::size_t>(percent * kBarWidth / 100), '#'),
-                                  kBarWidth, percent));
+                                  std::string(static_cast<std::size_t>(length), '#'), kBarWidth, percent));
     };
 }
 

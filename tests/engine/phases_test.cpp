@@ -152,6 +152,7 @@ TEST(Phases, StructurallySingularMatrixFailsWhereMatchingIsOn)
     EXPECT_EQ(text, "*** Error in PARDISO  (prereordering_mtype11,13) error_num= -3\n"
                     "*** Error in PARDISO: preordering failed after 3 neqns out of 4\n"
                     "structure singular or input/parameter problem (matrixtype 11,13)\n");
+    EXPECT_EQ(call.iparm(30), -3) << "minus the rows matched";
     EXPECT_EQ(call.A.ia, (std::vector{1, 3, 5, 7, 11}));
     call.set(13, 0);
     EXPECT_EQ(call.run(11), 0);

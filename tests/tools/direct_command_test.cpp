@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <random>
 #include <string>
 
 namespace Velmar::Lintrix::testing {
@@ -179,8 +180,14 @@ TEST(DirectCommand, SizesBeyondTheMemoryAreRefused)
 TEST(DirectCommand, FactorsBeyondTheMemoryAreOneLine)
 {
     const Scratch scratch;
-    const std::string path =
-        scratch.file("cube.mtx", cube(50)); // 56 million entries on each side of the diagonal: 0.9 GB
+    constexpr std::int32_t n = 30000; // a network without a shape: the factors fill in
+    std::mt19937 generator(1);
+    SparseAssembler entries(n, n, {.storage = AssemblyStorage::Symmetric, .lower = LowerEntries::Mirror});
+    for (std::int32_t k = 0; k < 4 * n; ++k) {
+        entries.Add(k % n, static_cast<std::int32_t>(generator() % static_cast<unsigned>(n)), 1.0);
+    }
+    const std::string path = scratch.at("network.mtx");
+    WriteMatrixMarket(path, entries.Assemble());
     const Outcome outcome = run({"solve", path, "--type", "unsymmetric", "--ordering", "mmd"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_EQ(outcome.err, "lintrix: there is not enough memory\n");
@@ -191,7 +198,7 @@ TEST(DirectCommand, FactorsBeyondTheMemoryAreOneLine)
 TEST(DirectCommand, AFactorizationThatTakesTimeShowsABarAndErasesIt)
 {
     const Scratch scratch;
-    const std::string path = scratch.file("cube.mtx", cube(36));
+    const std::string path = scratch.file("cube.mtx", cube(40));
     const Terminal terminal;
     Invocation invocation;
     invocation.error = terminal.name();
@@ -199,7 +206,6 @@ TEST(DirectCommand, AFactorizationThatTakesTimeShowsABarAndErasesIt)
     EXPECT_EQ(run(invocation).exitCode, 0);
     const std::string written = terminal.written();
     const std::string erase = "\r\x1b[K";
-    if (written.empty()) GTEST_SKIP() << "this machine is too fast";
     EXPECT_THAT(written, StartsWith(erase + "factorizing " + path + ": ["));
     EXPECT_THAT(written, ::testing::ContainsRegex("\\[#+ *\\] [0-9]+ %"));
     EXPECT_THAT(written, EndsWith(erase));
