@@ -74,7 +74,7 @@ AnalysisReport reportOf(const std::string& file, const SparseMatrix& matrix)
     return {.matrix = file,
             .order = matrix.Rows(),
             .entries = matrix.NumElements(),
-            .mtype = typeOf(matrix, factsOf(matrix)),
+            .mtype = typeOf(traitsOf(matrix)),
             .threads = TrellConfiguration::GetMaxThreads(),
             .matching = {},
             .orderings = {}};

@@ -2,7 +2,6 @@
 
 #include <tools/input_error.h>
 
-#include <algorithm>
 #include <limits>
 
 namespace Velmar::Lintrix::tools {
@@ -14,36 +13,12 @@ bool isSymmetric(int mtype)
     return mtype % 2 == 0;
 }
 
-std::vector<double> diagonalOf(const SparseMatrix& matrix)
-{
-    std::vector<double> diagonal(static_cast<std::size_t>(matrix.Rows()));
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
-        if (row == col) diagonal[static_cast<std::size_t>(row)] = value;
-    });
-    return diagonal;
-}
-
-/// Every 2 x 2 minor on the diagonal is positive: what a positive definite matrix must have, and cheap to
-/// see.
-bool mayBeDefinite(const SparseMatrix& matrix, const std::vector<double>& diagonal)
-{
-    if (std::ranges::any_of(diagonal, [](double value) { return !(value > 0.0); })) return false;
-    bool positive = true;
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
-        const double ratio = value / diagonal[static_cast<std::size_t>(row)] * value; // may underflow to 0
-        positive = positive && (row == col || ratio < diagonal[static_cast<std::size_t>(col)]);
-    });
-    return positive;
-}
-
 } // namespace
 
-int typeOf(const SparseMatrix& matrix, const MatrixFacts& facts)
+int typeOf(const Traits& traits)
 {
-    const std::vector<double> diagonal = diagonalOf(matrix);
-    if (facts.symmetric) return mayBeDefinite(matrix, diagonal) ? 2 : -2;
-    const bool fullDiagonal = std::ranges::none_of(diagonal, [](double value) { return value == 0.0; });
-    return facts.symmetricPattern && fullDiagonal ? 1 : 11;
+    if (traits.symmetric) return traits.positiveLooking ? 2 : -2;
+    return traits.symmetricPattern && traits.fullDiagonal ? 1 : 11;
 }
 
 std::string_view typeInWords(int mtype)

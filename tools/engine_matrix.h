@@ -1,7 +1,7 @@
 #pragma once
 // A matrix in the form and under the type that the sparse direct solver takes.
 
-#include <tools/matrix_facts.h>
+#include <tools/sparse_system.h>
 
 #include <string_view>
 #include <vector>
@@ -9,12 +9,11 @@
 namespace Velmar::Lintrix::tools {
 
 /// The solver's number for the type of a real matrix:
-///  2   symmetric, and nothing seen speaks against positive definite: the diagonal is positive and each
-///      |a_ij|^2 < a_ii a_jj
+///  2   symmetric, and nothing seen speaks against positive definite
 ///  -2  any other symmetric matrix
 ///  1   symmetric pattern with a diagonal of non-zeros
 ///  11  any other
-int typeOf(const SparseMatrix& matrix, const MatrixFacts& facts);
+int typeOf(const Traits& traits);
 
 std::string_view typeInWords(int mtype);
 

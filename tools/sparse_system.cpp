@@ -136,6 +136,16 @@ bool isDominant(const SparseMatrix& full, std::span<const double> diagonal)
     return std::ranges::equal(rowSums, diagonal, bounded) || std::ranges::equal(colSums, diagonal, bounded);
 }
 
+/// Elements with their indices, in the file's form, in the assembler and in the matrix; vectors for the rows.
+double bytesBefore(const MatrixMarketHeader& matrix, double rightHands)
+{
+    const double mirrored = matrix.symmetry == MatrixMarketSymmetry::General ? 1.0 : 2.0;
+    return 28.0 * mirrored * static_cast<double>(matrix.stored) +
+           matrix.rows * (16.0 + 24.0 * (rightHands + 1.0));
+}
+
+} // namespace
+
 Traits traitsOf(const SparseMatrix& matrix)
 {
     Traits traits;
@@ -151,16 +161,6 @@ Traits traitsOf(const SparseMatrix& matrix)
         traits.dominant = isDominant(matrix, diagonal);
     return traits;
 }
-
-/// Elements with their indices, in the file's form, in the assembler and in the matrix; vectors for the rows.
-double bytesBefore(const MatrixMarketHeader& matrix, double rightHands)
-{
-    const double mirrored = matrix.symmetry == MatrixMarketSymmetry::General ? 1.0 : 2.0;
-    return 28.0 * mirrored * static_cast<double>(matrix.stored) +
-           matrix.rows * (16.0 + 24.0 * (rightHands + 1.0));
-}
-
-} // namespace
 
 SparseSystem::SparseSystem(SparseMatrix matrix) : size_(matrix.Rows())
 {

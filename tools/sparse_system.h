@@ -19,6 +19,9 @@ struct Traits {
     bool dominant = false;        ///< diagonally, by rows or by columns: LU is stable without exchanges
 };
 
+/// Of a square matrix; with `Symmetric()` the upper triangle.
+Traits traitsOf(const SparseMatrix& matrix);
+
 /// Holds the form it was read in, and makes the other one when it is first asked for.
 class SparseSystem {
 public:
