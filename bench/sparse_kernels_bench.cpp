@@ -1,7 +1,8 @@
 // The compressed-row kernels beside Eigen's row-major sparse matrix (`ratio`: own time over Eigen's), and the
 // product with a vector beside a plain read of the same arrays (`of_read`: read time over own time; 1 is the
-// limit of the memory). Arguments: problem 0 is the Laplacian on 1000 x 1000, 1 that on 100^3, 2 has 20
-// scattered elements in each of 300000 rows; then the number of threads.
+// limit of the memory) and beside the same elements gathered from x and summed without rows (`of_gather`: 1
+// is the limit where x is reached at random). Arguments: problem 0 is the Laplacian on 1000 x 1000, 1 that on
+// 100^3, 2 has 20 scattered elements in each of 300000 rows; then the number of threads.
 
 #include "bench/paired.h"
 #include "bench/sparse_matrices.h"
@@ -86,24 +87,47 @@ void requireSame(benchmark::State& state, const Result& own, const EigenRows& ei
     if (!same) state.SkipWithError("the two sides disagree");
 }
 
-/// Reads the arrays of A and x once and writes y once, with as many threads as the kernel has.
+/// Reads the arrays of A and x once and writes y once, with as many threads as the kernel has. Sixteen sums,
+/// so that the memory is waited for and no addition.
 void readAll(const Rows& A, const Vec& x, Vec& y, int threads)
 {
-    const auto count = static_cast<std::ptrdiff_t>(A.a.size());
-    double sum = 0.0;
-    unsigned bits = 0;
-#pragma omp parallel for simd schedule(static) num_threads(threads) reduction(+ : sum) reduction(^ : bits)
-    for (std::ptrdiff_t p = 0; p < count; ++p) {
-        sum += A.a[p];
-        bits ^= static_cast<unsigned>(A.ja[p]);
+    constexpr int kSums = 16;
+    const auto blocks = static_cast<std::ptrdiff_t>(A.a.size()) / kSums;
+    double sums[kSums] = {};
+    int bits[kSums] = {};
+#pragma omp parallel for schedule(static) num_threads(threads) reduction(+ : sums) reduction(^ : bits)
+    for (std::ptrdiff_t block = 0; block < blocks; ++block) {
+        const double* const a = A.a.data() + block * kSums;
+        const int* const ja = A.ja.data() + block * kSums;
+        for (int k = 0; k < kSums; ++k) sums[k] += a[k];
+        for (int k = 0; k < kSums; ++k) bits[k] ^= ja[k];
     }
-#pragma omp parallel for simd schedule(static) num_threads(threads) reduction(^ : bits)
+    int rowBits = 0;
+#pragma omp parallel for simd schedule(static) num_threads(threads) reduction(^ : rowBits)
     for (int i = 0; i < A.n; ++i) {
         y[i] = x[i];
-        bits ^= static_cast<unsigned>(A.ia[i]);
+        rowBits ^= A.ia[i];
     }
-    benchmark::DoNotOptimize(sum);
+    benchmark::DoNotOptimize(sums);
     benchmark::DoNotOptimize(bits);
+    benchmark::DoNotOptimize(rowBits);
+}
+
+/// Reads the arrays of A once and x where the columns point, with as many threads as the kernel has. Four
+/// sums, so that no addition waits for another.
+void gatherAll(const Rows& A, const Vec& x, int threads)
+{
+    const auto count = static_cast<std::ptrdiff_t>(A.a.size()) / 4 * 4;
+    double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0;
+    const auto product = [&](std::ptrdiff_t p) { return A.a[p] * x[A.ja[p] - 1]; };
+#pragma omp parallel for schedule(static) num_threads(threads) reduction(+ : s0, s1, s2, s3)
+    for (std::ptrdiff_t p = 0; p < count; p += 4) {
+        s0 += product(p);
+        s1 += product(p + 1);
+        s2 += product(p + 2);
+        s3 += product(p + 3);
+    }
+    benchmark::DoNotOptimize(s0 + s1 + s2 + s3);
 }
 
 void csrmv(const char* trans, const char* descriptor, const Rows& A, const Vec& x, Vec& y)
@@ -147,6 +171,18 @@ void general_of_read(benchmark::State& state)
         state, 1, [&] { readAll(A, x, copy, threads); }, [&] { csrmv("N", "GUNF", A, x, y); });
     state.counters["of_read"] = 1.0 / state.counters["ratio"];
     state.counters["read_GBps"] = (A.bytes() + 16.0 * A.n) / state.counters["raw_us"] * 1e-3;
+}
+
+void general_of_gather(benchmark::State& state)
+{
+    const Rows& A = problem(static_cast<int>(state.range(0)));
+    useThreads(state);
+    const Vec x = Vec::Random(A.n);
+    Vec y(A.n);
+    const int threads = static_cast<int>(state.range(1));
+    runPaired(
+        state, 1, [&] { gatherAll(A, x, threads); }, [&] { csrmv("N", "GUNF", A, x, y); });
+    state.counters["of_gather"] = 1.0 / state.counters["ratio"];
 }
 
 void transposed(benchmark::State& state)
@@ -245,6 +281,7 @@ void serialProblems(benchmark::internal::Benchmark* benchmark)
 
 BENCHMARK(general)->Apply(problems);
 BENCHMARK(general_of_read)->Apply(problems);
+BENCHMARK(general_of_gather)->Apply(problems);
 BENCHMARK(transposed)->Apply(problems);
 BENCHMARK(symmetric)->Apply(problems);
 BENCHMARK(eight_columns)->Apply(problems);

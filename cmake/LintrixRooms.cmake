@@ -21,7 +21,11 @@ function(add_room_test room unit)
   if(arg_LABEL)
     set(labels "${room}$<SEMICOLON>${arg_LABEL}")
   endif()
+  set(properties LABELS "${labels}" TIMEOUT 300)
+  if(LINTRIX_ARCHER_LIBRARY)
+    list(APPEND properties ENVIRONMENT "OMP_TOOL_LIBRARIES=${LINTRIX_ARCHER_LIBRARY}")
+  endif()
   gtest_discover_tests(${target}
     TEST_PREFIX "${room}." DISCOVERY_MODE PRE_TEST
-    PROPERTIES LABELS "${labels}" TIMEOUT 300)
+    PROPERTIES ${properties})
 endfunction()

@@ -5,6 +5,7 @@
 #include "fuzz/fuzzing.h"
 
 #include <lintrix/engine/pardiso.h>
+#include <lintrix/services/threads.h>
 
 #include <algorithm>
 #include <array>
@@ -72,11 +73,14 @@ struct PardisoCase {
         // The one promise that no check can look behind: `ja` and `a` are as long as the last row start says.
         if (n >= 0) ia[n] = std::min(ia[n], kMostEntries + 1);
         for (int i = 0; i < kMostRows; ++i) perm[i] = bytes.below(8) == 0 ? bytes.index() : i + 1;
+        threads = 1 + bytes.below(4);
     }
 
     int run(int phase)
     {
         int error = 1;
+        MKL_Set_Dynamic(0); // a small matrix keeps its threads, and so its parts and separators
+        MKL_Set_Num_Threads(threads);
         pardiso(pt.data(), maxfct, mnum, mtype, phase, n, a.data(), ia.data(), ja.data(), perm.data(), nrhs,
                 iparm.data(), 0, b.data(), x.data(), error);
         return error;
@@ -84,7 +88,7 @@ struct PardisoCase {
 
     std::array<void*, 64> pt{};
     std::array<int, 3> phases{};
-    int maxfct, mnum, mtype, n, nrhs;
+    int maxfct, mnum, mtype, n, nrhs, threads;
     std::array<int, 64> iparm{};
     std::array<int, kMostRows + 1> ia{};
     std::array<int, kMostEntries> ja{};

@@ -10,6 +10,7 @@
 #include <lintrix/decompositions/sym_eigen.h>
 #include <lintrix/dense/matrix.h>
 #include <lintrix/dense/vector.h>
+#include <lintrix/engine/analysis_summary.h>
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/foundation/archive.h>
 #include <lintrix/foundation/archive_stream.h>
@@ -22,6 +23,7 @@
 #include <lintrix/services/version.h>
 #include <lintrix/solvers/do_lan.h>
 #include <lintrix/solvers/lanczos_observer.h>
+#include <lintrix/solvers/sparse_solver.h>
 #include <lintrix/solvers/sparse_svd.h>
 #include <lintrix/sparse/file_format_exception.h>
 #include <lintrix/sparse/matrix_market.h>

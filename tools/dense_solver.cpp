@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
-#include <vector>
 
 namespace Velmar::Lintrix::tools {
 
@@ -19,30 +17,10 @@ struct Probe {
     Matrix rightHand;
 };
 
-/// Signs and sizes at random, sizes in [1/2, 1): no element is small. Seeded: runs are alike.
-Matrix randomColumn(std::int32_t rows)
-{
-    std::mt19937_64 generator(20240607);
-    Matrix column(rows, 1);
-    for (double& cell : cellsOf(column)) {
-        const std::uint64_t bits = generator();
-        const double size = 0.5 + static_cast<double>(bits >> 12) * 0x1p-53;
-        cell = (bits & 1) != 0 ? size : -size;
-    }
-    return column;
-}
-
-double largestMagnitude(const Matrix& X)
-{
-    double largest = 0.0;
-    for (const double cell : cellsOf(X)) largest = std::max(largest, std::abs(cell));
-    return largest;
-}
-
 /// The shortest solution of a wide system lies in the row space: z = A'*y.
 Probe makeProbe(const Matrix& A)
 {
-    Matrix z = randomColumn(std::min(A.Rows(), A.Cols()));
+    Matrix z = probeSolution(std::min(A.Rows(), A.Cols()));
     if (A.Rows() < A.Cols()) {
         Matrix shortest(A.Cols(), 1);
         Matrix::Multiply(1.0, TransposeMode::Transposed, A, TransposeMode::NotTransposed, z, 0.0, shortest);
@@ -52,9 +30,9 @@ Probe makeProbe(const Matrix& A)
     return {std::move(z), std::move(b)};
 }
 
-double probeError(const Probe& probe, const Matrix& found)
+double errorOf(const Matrix& found, const Probe& probe)
 {
-    return largestDifference(found, probe.solution) / largestMagnitude(probe.solution);
+    return probeError(cellsOf(probe.solution), cellsOf(found));
 }
 
 Answer solveSquare(const Matrix& A, const Matrix& B, const Probe& probe)
@@ -71,7 +49,7 @@ Answer solveSquare(const Matrix& A, const Matrix& B, const Probe& probe)
         answer.status = Status::Singular;
         return answer;
     }
-    answer.probeError = probeError(probe, columnOf(x, B.Cols()));
+    answer.probeError = errorOf(columnOf(x, B.Cols()), probe);
     x.Cols(B.Cols());
     answer.x = std::move(x);
     return answer;
@@ -104,7 +82,7 @@ Answer solveByColumns(const Factors& factors, const Matrix& triangle, std::strin
     }
     Matrix x(factors.Cols(), B.Cols());
     for (std::int32_t j = 0; j < B.Cols(); ++j) copyColumns(factors.Solve(columnOf(B, j)), x, j);
-    answer.probeError = probeError(probe, factors.Solve(probe.rightHand));
+    answer.probeError = errorOf(factors.Solve(probe.rightHand), probe);
     answer.x = std::move(x);
     return answer;
 }
@@ -119,45 +97,6 @@ Answer solveByShape(const Matrix& A, const Matrix& B)
     }
     const LQ lq(A);
     return solveByColumns(lq, lq.L(), "LQ (minimum norm)", B, probe);
-}
-
-double infinityNorm(const Matrix& A)
-{
-    std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
-    const std::span<const double> cells = cellsOf(A);
-    for (std::size_t begin = 0; begin < cells.size(); begin += sums.size()) {
-        for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += std::abs(cells[begin + i]);
-    }
-    return *std::ranges::max_element(sums);
-}
-
-double oneNorm(const Matrix& A)
-{
-    double largest = 0.0;
-    const auto rows = static_cast<std::size_t>(A.Rows());
-    const std::span<const double> cells = cellsOf(A);
-    for (std::size_t begin = 0; begin < cells.size(); begin += rows) {
-        double sum = 0.0;
-        for (const double cell : cells.subspan(begin, rows)) sum += std::abs(cell);
-        largest = std::max(largest, sum);
-    }
-    return largest;
-}
-
-/// The largest over the columns of ||r|| / (factor*(||A|| ||x|| + ||b||)); a zero residual is zero whatever
-/// the scale. A norm that overflows gives NaN, not a flattering zero.
-double scaledResidual(const Matrix& R, double factor, double normA, const Matrix& X, const Matrix& B)
-{
-    double worst = 0.0;
-    for (std::int32_t j = 0; j < B.Cols(); ++j) {
-        const Matrix r = columnOf(R, j);
-        const double size = largestMagnitude(r);
-        const double scale =
-            factor * (normA * largestMagnitude(columnOf(X, j)) + largestMagnitude(columnOf(B, j)));
-        const double scaled = !allFinite(r) || !std::isfinite(scale) ? NAN : size == 0.0 ? 0.0 : size / scale;
-        if (!(scaled <= worst)) worst = scaled;
-    }
-    return worst;
 }
 
 } // namespace
@@ -184,38 +123,6 @@ Answer solveDense(const Matrix& A, const Matrix& B)
     Answer answer = solveByShape(A, B);
     if (answer.x && !allFinite(*answer.x)) answer.status = Status::NotFinite;
     return answer;
-}
-
-Quality judge(const Matrix& A, const Matrix& X, const Matrix& B)
-{
-    Matrix R(B);
-    Matrix::Multiply(-1.0, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, X, 1.0, R);
-    const double normA = infinityNorm(A);
-    Quality quality;
-    quality.residual = scaledResidual(R, 1.0, normA, X, B);
-    if (A.Rows() > A.Cols()) {
-        Matrix gradient(A.Cols(), B.Cols());
-        Matrix::Multiply(1.0, TransposeMode::Transposed, A, TransposeMode::NotTransposed, R, 0.0, gradient);
-        quality.normalResidual = scaledResidual(gradient, oneNorm(A), normA, X, B);
-    }
-    return quality;
-}
-
-double largestDifference(const Matrix& X, const Matrix& Y)
-{
-    double largest = 0.0;
-    const std::span<const double> x = cellsOf(X), y = cellsOf(Y);
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        const double difference = std::abs(x[i] - y[i]);
-        if (std::isnan(difference)) return difference;
-        largest = std::max(largest, difference);
-    }
-    return largest;
-}
-
-bool allFinite(const Matrix& X)
-{
-    return std::ranges::all_of(cellsOf(X), [](double cell) { return std::isfinite(cell); });
 }
 
 std::string explain(const Answer& answer, const Matrix& A, const Quality& quality)

@@ -1,9 +1,7 @@
 #pragma once
-// Solves A*X = B by the dense road that the shape asks for, and judges the answer.
-//
-// Every run solves one right-hand side more than was asked for, A*z with a random solution z that is known.
-// How well z comes back is measured, not estimated, and tells how many digits of X can be trusted: at the
-// price of two triangular solves, where a condition number would cost another factorization.
+// Solves A*X = B by the dense road that the shape asks for.
+
+#include <tools/quality.h>
 
 #include <lintrix/lintrix.h>
 
@@ -40,24 +38,6 @@ struct Answer {
 /// of the triangular factor: diagonal elements above max(m, n)*2^-52 times the first one count (Golub and Van
 /// Loan, Matrix Computations, 4th ed., section 5.5).
 Answer solveDense(const Matrix& A, const Matrix& B);
-
-struct Quality {
-    /// Largest over the columns of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.
-    double residual = 0.0;
-    /// Of a tall system, whose residual is large by nature when b is not in the range of A: the same for the
-    /// normal equations, ||A'*(b - A*x)|| / (||A'|| (||A|| ||x|| + ||b||)).
-    std::optional<double> normalResidual;
-
-    /// What is small for an accurate solution.
-    double judged() const { return normalResidual.value_or(residual); }
-};
-
-Quality judge(const Matrix& A, const Matrix& X, const Matrix& B);
-
-/// The largest |x - y|; NaN if there is one among them.
-double largestDifference(const Matrix& X, const Matrix& Y);
-
-bool allFinite(const Matrix& X);
 
 /// Why there is no good answer, in words; for a status other than Solved.
 std::string explain(const Answer& answer, const Matrix& A, const Quality& quality);

@@ -62,10 +62,7 @@ void requireRoom(const MatrixMarketHeader& matrix, double memory)
 
 void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands, double memory)
 {
-    if (rightHands.rows != matrix.rows) {
-        refuse(rightHands,
-               fmt::format("the right-hand side has {} rows, the matrix {}", rightHands.rows, matrix.rows));
-    }
+    requireSameRows(matrix, rightHands);
     // One column more than the file has: the solver adds a right-hand side of its own.
     const std::uint64_t cells = (static_cast<std::uint64_t>(rightHands.cols) + 1) *
                                 static_cast<std::uint64_t>(std::max(matrix.rows, matrix.cols));
@@ -73,6 +70,13 @@ void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeade
         refuse(rightHands, fmt::format("{} right-hand sides of a {} x {} matrix do not fit into memory",
                                        rightHands.cols, matrix.rows, matrix.cols));
     }
+}
+
+void requireSameRows(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands)
+{
+    if (rightHands.rows == matrix.rows) return;
+    refuse(rightHands,
+           fmt::format("the right-hand side has {} rows, the matrix {}", rightHands.rows, matrix.rows));
 }
 
 std::span<const double> cellsOf(const Matrix& matrix)
@@ -85,11 +89,15 @@ std::span<double> cellsOf(Matrix& matrix)
     return {reinterpret_cast<double*>(matrix.DataPtr()), product(matrix.Rows(), matrix.Cols())};
 }
 
+std::span<const double> columnCells(const Matrix& matrix, std::int32_t j)
+{
+    return cellsOf(matrix).subspan(product(matrix.Rows(), j), static_cast<std::size_t>(matrix.Rows()));
+}
+
 Matrix columnOf(const Matrix& matrix, std::int32_t j)
 {
     Matrix column(matrix.Rows(), 1);
-    std::ranges::copy(cellsOf(matrix).subspan(product(matrix.Rows(), j), cellsOf(column).size()),
-                      cellsOf(column).begin());
+    std::ranges::copy(columnCells(matrix, j), cellsOf(column).begin());
     return column;
 }
 

@@ -20,9 +20,15 @@ void requireRoom(const MatrixMarketHeader& matrix, double memory = memoryLimit()
 void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands,
                        double memory = memoryLimit());
 
+/// Refuses right-hand sides of another length. @throws InputError  at the size line
+void requireSameRows(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands);
+
 /// The cells, column by column.
 std::span<const double> cellsOf(const Matrix& matrix);
 std::span<double> cellsOf(Matrix& matrix);
+
+/// Those of column j.
+std::span<const double> columnCells(const Matrix& matrix, std::int32_t j);
 
 /// Column j, Rows() x 1.
 Matrix columnOf(const Matrix& matrix, std::int32_t j);

@@ -1,10 +1,10 @@
 #include <tools/info_command.h>
 
-#include <tools/input_error.h>
 #include <tools/matrix_facts.h>
 #include <tools/matrix_file.h>
 #include <tools/output_file.h>
 #include <tools/pattern.h>
+#include <tools/picture.h>
 #include <tools/progress.h>
 #include <tools/report.h>
 #include <tools/text.h>
@@ -14,10 +14,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <optional>
-
-#include <unistd.h>
 
 namespace Velmar::Lintrix::tools {
 
@@ -26,7 +23,6 @@ namespace {
 constexpr std::int32_t kSmall = 1000;                // singular values up to this smaller side ...
 constexpr double kSmallCells = 4e6;                  // ... and this many cells: a second of work, 32 MB
 constexpr int kSketchHeight = 32, kSketchWidth = 64; // characters
-constexpr int kPictureSide = 1024;                   // fields
 
 struct Spectrum {
     bool converged = false;
@@ -67,11 +63,6 @@ PatternGrid gridOf(const SparseMatrix& matrix, int height, int width)
     return grid;
 }
 
-std::string line(std::string_view label, const std::string& text)
-{
-    return fmt::format("{:<17} {}\n", label, text);
-}
-
 std::string asText(const Info& info)
 {
     const MatrixFacts& f = info.facts;
@@ -93,11 +84,6 @@ std::string asText(const Info& info)
                                                info.spectrum->smallest, info.condition()));
 }
 
-std::string number(double value)
-{
-    return std::isfinite(value) ? fmt::format("{}", value) : "null";
-}
-
 std::string asJson(const Info& info)
 {
     const MatrixFacts& f = info.facts;
@@ -110,27 +96,20 @@ std::string asJson(const Info& info)
         "\"smallest_singular_value\": {}}}\n",
         jsonString(info.matrix), info.rows, info.cols, f.entries, f.storedZeros, f.diagonal,
         jsonString(symmetryInWords(f, info.rows, info.cols)), f.lowerBandwidth, f.upperBandwidth,
-        number(f.oneNorm), number(f.infinityNorm), number(f.frobeniusNorm), number(f.largestMagnitude),
-        known ? fmt::format("{}", info.spectrum->rank) : "null",
-        known ? number(info.spectrum->largest) : "null", known ? number(info.spectrum->smallest) : "null");
+        jsonNumber(f.oneNorm), jsonNumber(f.infinityNorm), jsonNumber(f.frobeniusNorm),
+        jsonNumber(f.largestMagnitude), known ? fmt::format("{}", info.spectrum->rank) : "null",
+        known ? jsonNumber(info.spectrum->largest) : "null",
+        known ? jsonNumber(info.spectrum->smallest) : "null");
 }
 
-void writePicture(const std::string& file, const SparseMatrix& matrix)
+void draw(const SparseMatrix& matrix, const std::string& file)
 {
-    const PatternGrid grid = gridOf(matrix, kPictureSide, kPictureSide);
     OutputFile out(file);
-    out.write(file.ends_with(".svg") ? asSvg(grid) : asPng(grid));
-    out.close();
+    writePicture(gridOf(matrix, kPictureSide, kPictureSide), file, out);
     out.commit();
 }
 
 } // namespace
-
-std::string faultOfPlot(const std::string& file)
-{
-    if (file.ends_with(".png") || file.ends_with(".svg")) return {};
-    return inQuotes(file) + " ends neither in .png nor in .svg";
-}
 
 int runInfo(const InfoOptions& options)
 {
@@ -145,11 +124,9 @@ int runInfo(const InfoOptions& options)
     }
     progress.erase();
 
-    if (!options.plot.empty()) writePicture(options.plot, matrix);
-    const std::string report =
-        options.json ? asJson(info) : asText(info) + asSketch(gridOf(matrix, kSketchHeight, kSketchWidth));
-    if (!writeAll(STDOUT_FILENO, report))
-        throw InputError("standard output", "cannot be written: " + systemError());
+    if (!options.plot.empty()) draw(matrix, options.plot);
+    writeReport(options.json ? asJson(info)
+                             : asText(info) + asSketch(gridOf(matrix, kSketchHeight, kSketchWidth)));
     return info.spectrum && !info.spectrum->converged ? 1 : 0;
 }
 

@@ -16,7 +16,4 @@ struct InfoOptions {
 /// values did not converge. @throws InputError  bad input, or a failing write
 int runInfo(const InfoOptions& options);
 
-/// What is wrong with the name of a picture, in words; nothing when it can be written.
-std::string faultOfPlot(const std::string& file);
-
 } // namespace Velmar::Lintrix::tools

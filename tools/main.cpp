@@ -1,8 +1,10 @@
 // The `lintrix` command: arguments in, exit code out. 0 done, 1 a numeric failure, 2 usage or bad input.
 
+#include <tools/analyse_command.h>
 #include <tools/info_command.h>
 #include <tools/input_error.h>
 #include <tools/output_file.h>
+#include <tools/picture.h>
 #include <tools/solve_command.h>
 #include <tools/svd_command.h>
 #include <tools/text.h>
@@ -12,12 +14,16 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <csignal>
 #include <exception>
 #include <new>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -72,41 +78,117 @@ std::string faultOfCount(const std::string& word)
     return sound ? "" : tools::inQuotes(word) + " is not a whole number from 1 to 2147483647";
 }
 
+void addThreads(CLI::App& command)
+{
+    command
+        .add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
+                                  "Threads to use, at least 1")
+        ->type_name("N")
+        ->check(CLI::Validator(faultOfCount, ""));
+}
+
+void addMatrix(CLI::App& command, std::string& file, const std::string& description)
+{
+    command.add_option("MATRIX", file, description)->type_name("")->required();
+}
+
+void addPlot(CLI::App& command, std::string& file, const std::string& description)
+{
+    command.add_option("--plot", file, description)
+        ->type_name("FILE")
+        ->check(CLI::Validator([](const std::string& name) { return tools::faultOfPlot(name); }, ""));
+}
+
+/// One of a few words, each of which stands for a value.
+template <class Value>
+void addChoice(CLI::App* command, const std::string& name, Value& target,
+               const std::vector<std::pair<std::string, Value>>& choices, const std::string& description)
+{
+    std::string words;
+    for (const auto& choice : choices) words += (words.empty() ? "" : "|") + choice.first;
+    const auto choose = [&target, choices, words, name](const std::string& word) {
+        const auto found = std::ranges::find(choices, word, &std::pair<std::string, Value>::first);
+        if (found == choices.end())
+            throw CLI::ValidationError(name, tools::inQuotes(word) + " is none of " + words);
+        target = found->second;
+    };
+    command->add_option_function<std::string>(name, choose, description)->type_name(words);
+}
+
+/// The options of the direct solver.
+void addDirect(CLI::App* solve, tools::SolveOptions& options)
+{
+    tools::SparseOptions& sparse = options.sparse;
+    addChoice(solve, "--type", sparse.type,
+              {{"auto", std::nullopt},
+               {"positive-definite", MatrixType::PositiveDefinite},
+               {"indefinite", MatrixType::Indefinite},
+               {"structurally-symmetric", MatrixType::StructurallySymmetric},
+               {"unsymmetric", MatrixType::Unsymmetric}},
+              "What to assume of A at first; auto looks at the values");
+    addChoice(solve, "--ordering", sparse.ordering,
+              {{"auto", std::nullopt},
+               {"mmd", FillInReducingMethod::MinimumDegree},
+               {"nd", FillInReducingMethod::NestedDissection},
+               {"pnd", FillInReducingMethod::ParallelNestedDissection}},
+              "Minimum degree or (parallel) nested dissection; auto counts");
+    addChoice(solve, "--strategy", sparse.settings.strategy,
+              {{"always", FactorizationStrategy::ComputeAlways},
+               {"when-needed", FactorizationStrategy::ComputeWhenNeeded}},
+              "Solve with the factors, or iterate with them");
+    solve
+        ->add_option("--refine", sparse.settings.refine,
+                     "At most N steps of refinement; below 0 with residuals in extended precision")
+        ->type_name("N");
+    solve->add_flag("--report", sparse.settings.engineReport, "Print the direct solver's own report")
+        ->excludes("--json");
+    solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
+}
+
 void addSolve(CLI::App& app, tools::SolveOptions& options)
 {
     CLI::App* solve = app.add_subcommand("solve", "Solve the linear system A*x = b");
-    solve->add_option("MATRIX", options.matrix, "Matrix Market file of A, plain or gzip; - is standard input")
-        ->type_name("")
-        ->required();
+    addMatrix(*solve, options.matrix, "Matrix Market file of A, plain or gzip; - is standard input");
     solve->add_option("--rhs", options.rightHands, "File of right-hand sides; without it b = A*(1,...,1)")
         ->type_name("FILE");
     solve->add_option("--out", options.out, "File for the solution, a Matrix Market array")
         ->type_name("FILE");
-    solve
-        ->add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
-                                   "Threads to use, at least 1")
-        ->type_name("N")
-        ->check(CLI::Validator(faultOfCount, ""));
+    addThreads(*solve);
     solve->add_flag("--json", options.json, "Report on one line of JSON");
+    addDirect(solve, options);
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
-        "array; real, integer or pattern; general, symmetric or skew-symmetric.\n"
-        "Exit code: 0 solved, 1 no good solution (singular, inaccurate, ...), 2 usage or bad input.");
+        "array; real, integer or pattern; general, symmetric or skew-symmetric. Square coordinate files go\n"
+        "to the direct solver, unless --dense says otherwise; where it ends badly, it is tried in safer "
+        "ways.\n"
+        "Status: accurate; degraded, with the reason; failed, with the reason.\n"
+        "Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.");
 }
 
 void addInfo(CLI::App& app, tools::InfoOptions& options)
 {
     CLI::App* info = app.add_subcommand("info", "Tell what a matrix file holds");
-    info->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
-        ->type_name("")
-        ->required();
-    info->add_option("--plot", options.plot, "Draw the pattern into FILE.png or FILE.svg")
-        ->type_name("FILE")
-        ->check(CLI::Validator([](const std::string& file) { return tools::faultOfPlot(file); }, ""));
+    addMatrix(*info, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
+    addPlot(*info, options.plot, "Draw the pattern into FILE.png or FILE.svg");
     info->add_flag("--json", options.json, "Report on one line of JSON, without the sketch");
     info->footer(
         "Rank and extreme singular values are told of small matrices: at most 1000 rows or columns.\n"
         "Exit code: 0 told, 1 the singular values did not converge, 2 usage or bad input.");
+}
+
+void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
+{
+    CLI::App* analyse = app.add_subcommand("analyse", "Tell what the sparse direct solver makes of a matrix");
+    addMatrix(*analyse, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
+    analyse->add_option("--ordering", options.ordering, "One ordering instead of all")
+        ->type_name("NAME")
+        ->check(CLI::Validator([](const std::string& name) { return tools::faultOfOrdering(name); }, ""));
+    addPlot(*analyse, options.plot, "Draw the factor of least fill into FILE.png or FILE.svg");
+    addThreads(*analyse);
+    analyse->add_flag("--json", options.json, "Report on one line of JSON");
+    analyse->footer(
+        "Orderings: mmd minimum degree, cmmd with parts, nd nested dissection, pnd with parts, natural.\n"
+        "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
 }
 
 /// What is wrong with a tolerance, in words; nothing when it can be used.
@@ -133,9 +215,8 @@ void addSvd(CLI::App& app, tools::SvdOptions& options)
         ->check(CLI::Validator(faultOfTolerance, ""));
     svd->add_option("--out", options.out, "Keep the triplets in PREFIX.u.mtx, PREFIX.s.mtx and PREFIX.v.mtx")
         ->type_name("PREFIX");
-    svd->add_option("--plot", options.plot, "Draw the decay of the values into FILE.png or FILE.svg")
-        ->type_name("FILE")
-        ->check(CLI::Validator([](const std::string& file) { return tools::faultOfPlot(file); }, ""));
+    addPlot(*svd, options.plot, "Draw the decay of the values into FILE.png or FILE.svg");
+    addThreads(*svd);
     svd->add_flag("--json", options.json, "Report on one line of JSON");
     svd->footer("Each value of a multiple one may be found once only. The residual told of a triplet is the "
                 "larger of\n|A*v - s*u| and |A'*u - s*v|, relative to the largest value.\n"
@@ -168,6 +249,8 @@ int run(int argc, char** argv)
     addSolve(app, solveOptions);
     tools::InfoOptions infoOptions;
     addInfo(app, infoOptions);
+    tools::AnalyseOptions analyseOptions;
+    addAnalyse(app, analyseOptions);
     tools::SvdOptions svdOptions;
     addSvd(app, svdOptions);
     try {
@@ -175,6 +258,7 @@ int run(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         return answerParseError(app, error);
     }
+    if (app.got_subcommand("analyse")) return tools::runAnalyse(analyseOptions);
     if (app.got_subcommand("info")) return tools::runInfo(infoOptions);
     if (app.got_subcommand("svd")) return tools::runSvd(svdOptions);
     return tools::runSolve(solveOptions);

@@ -9,27 +9,6 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-/// Compares each entry with the one at the mirrored place. Entries are visited row by row, so those of column
-/// r ask for the entries of row r one after another: a cursor a row finds them without a search.
-void findSymmetry(const SparseMatrix& matrix, MatrixFacts& facts)
-{
-    const auto starts = matrix.RowPointers(), cols = matrix.ColumnIndices();
-    const auto values = matrix.Values();
-    std::vector<std::int32_t> cursor(starts.begin(),
-                                     starts.end() - 1); // one-based slots, as the row pointers
-    bool pattern = true, same = true, opposite = true;
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
-        const auto mirrorRow = static_cast<std::size_t>(col);
-        const auto k = static_cast<std::size_t>(cursor[mirrorRow]++ - 1);
-        pattern = pattern && k + 1 < static_cast<std::size_t>(starts[mirrorRow + 1]) && cols[k] - 1 == row;
-        same = same && pattern && values[k] == value;
-        opposite = opposite && pattern && values[k] == -value;
-    });
-    facts.symmetricPattern = pattern;
-    facts.symmetric = same;
-    facts.skewSymmetric = !same && opposite;
-}
-
 /// sqrt(sum x^2), scaled by the largest so that no square overflows.
 double frobenius(std::span<const double> values, double largest)
 {
@@ -73,8 +52,32 @@ MatrixFacts factsOf(const SparseMatrix& matrix)
         facts.upperBandwidth = std::max(facts.upperBandwidth, col - row);
     });
     findNorms(matrix, facts);
-    if (matrix.Rows() == matrix.Cols()) findSymmetry(matrix, facts);
+    if (matrix.Rows() == matrix.Cols()) {
+        const Symmetry found = symmetryOf(matrix);
+        facts.symmetricPattern = found.pattern;
+        facts.symmetric = found.values;
+        facts.skewSymmetric = found.opposite;
+    }
     return facts;
+}
+
+/// Compares each entry with the one at the mirrored place. Entries are visited row by row, so those of column
+/// r ask for the entries of row r one after another: a cursor a row finds them without a search.
+Symmetry symmetryOf(const SparseMatrix& matrix)
+{
+    const auto starts = matrix.RowPointers(), cols = matrix.ColumnIndices();
+    const auto values = matrix.Values();
+    std::vector<std::int32_t> cursor(starts.begin(),
+                                     starts.end() - 1); // one-based slots, as the row pointers
+    bool pattern = true, same = true, opposite = true;
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
+        const auto mirrorRow = static_cast<std::size_t>(col);
+        const auto k = static_cast<std::size_t>(cursor[mirrorRow]++ - 1);
+        pattern = pattern && k + 1 < static_cast<std::size_t>(starts[mirrorRow + 1]) && cols[k] - 1 == row;
+        same = same && pattern && values[k] == value;
+        opposite = opposite && pattern && values[k] == -value;
+    });
+    return {pattern, same, !same && opposite};
 }
 
 std::string_view symmetryInWords(const MatrixFacts& facts, std::int32_t rows, std::int32_t cols)

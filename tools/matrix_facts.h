@@ -21,6 +21,14 @@ struct MatrixFacts {
 /// Of a matrix with both triangles stored. Cost: a few passes over the entries.
 MatrixFacts factsOf(const SparseMatrix& matrix);
 
+struct Symmetry {
+    bool pattern = false, values = false;
+    bool opposite = false; ///< a_ij = -a_ji, and not symmetric
+};
+
+/// Of a square matrix with both triangles stored, one pass.
+Symmetry symmetryOf(const SparseMatrix& matrix);
+
 /// "symmetric", "skew-symmetric", "unsymmetric with a symmetric pattern", "unsymmetric" or "rectangular".
 std::string_view symmetryInWords(const MatrixFacts& facts, std::int32_t rows, std::int32_t cols);
 

@@ -82,6 +82,12 @@ void OutputFile::fail() const
     throw InputError(target_, "cannot be written: " + systemError());
 }
 
+void writeReport(std::string_view text)
+{
+    if (!writeAll(STDOUT_FILENO, text))
+        throw InputError("standard output", "cannot be written: " + systemError());
+}
+
 bool writeAll(int descriptor, std::string_view text)
 {
     while (!text.empty()) {

@@ -34,6 +34,9 @@ private:
     int descriptor_ = -1;
 };
 
+/// All of a report to standard output. @throws InputError  the system refuses
+void writeReport(std::string_view text);
+
 /// All of `text` to `descriptor`. False with errno set when the system refuses.
 bool writeAll(int descriptor, std::string_view text);
 

@@ -37,14 +37,37 @@ std::size_t utf8Length(std::string_view text)
     return 0;
 }
 
-std::string jsonNumber(std::optional<double> value)
+std::string jsonText(std::string_view text)
 {
-    return value && std::isfinite(*value) ? fmt::format("{}", *value) : "null";
+    return text.empty() ? "null" : jsonString(text);
 }
 
-std::string line(std::string_view label, std::string_view text)
+std::string jsonArray(const std::vector<std::string>& texts)
 {
-    return fmt::format("{:<17} {}\n", label, text);
+    std::string array;
+    for (const std::string& text : texts) array += (array.empty() ? "" : ", ") + jsonString(text);
+    return '[' + array + ']';
+}
+
+/// Null where no direct solver was asked.
+std::string jsonCount(const SolveReport& report, int count)
+{
+    return report.ordering.empty() ? "null" : fmt::format("{}", count);
+}
+
+std::string statusInWords(const SolveReport& report)
+{
+    return std::string(report.status) + (report.reason.empty() ? "" : ", " + report.reason);
+}
+
+std::string directInWords(const SolveReport& report)
+{
+    if (report.ordering.empty()) return {};
+    std::string text = line("ordering", report.ordering) +
+                       line("factor entries", fmt::format("{}", report.factorEntries)) +
+                       line("perturbed pivots", fmt::format("{}", report.perturbedPivots));
+    for (const std::string& road : report.tried) text += line("tried before", road);
+    return text;
 }
 
 std::string errorInWords(const SolveReport& report)
@@ -58,7 +81,9 @@ std::string errorInWords(const SolveReport& report)
 void StepTimes::finish(std::string_view name)
 {
     const Clock::time_point now = Clock::now();
-    steps_.emplace_back(name, std::chrono::duration<double>(now - begin_).count());
+    auto step = std::ranges::find(steps_, name, [](const auto& known) { return known.first; });
+    if (step == steps_.end()) step = steps_.emplace(step, name, 0.0);
+    step->second += std::chrono::duration<double>(now - begin_).count();
     begin_ = now;
 }
 
@@ -78,7 +103,8 @@ std::string asText(const SolveReport& report)
                        line("size", fmt::format("{} x {}", report.rows, report.cols)) +
                        line("entries", fmt::format("{}", report.entries)) +
                        line("right-hand sides", fmt::format("{}", report.rightHands)) +
-                       line("road", report.road) + line("status", report.status) +
+                       line("road", report.road) + directInWords(report) +
+                       line("status", statusInWords(report)) +
                        line("seconds", fmt::format("{}total {:.6f}", times, report.seconds.total()));
     if (report.residual) text += line("scaled residual", fmt::format("{:.3e}", *report.residual));
     if (report.normalResidual)
@@ -96,11 +122,26 @@ std::string asJson(const SolveReport& report)
     }
     return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"right_hands\": {}, "
                        "\"road\": {}, \"seconds\": {{{}\"total\": {:.6f}}}, \"residual\": {}, "
-                       "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}}}\n",
+                       "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
+                       "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
+                       "\"perturbed_pivots\": {}, \"refinement_steps\": {}}}\n",
                        jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
                        jsonString(report.road), seconds, report.seconds.total(), jsonNumber(report.residual),
                        jsonNumber(report.normalResidual), jsonNumber(report.maxError),
-                       jsonNumber(report.probeError), jsonString(report.status));
+                       jsonNumber(report.probeError), jsonString(report.status), jsonText(report.reason),
+                       jsonText(report.ordering), jsonArray(report.tried),
+                       jsonCount(report, report.factorEntries), jsonCount(report, report.perturbedPivots),
+                       jsonCount(report, report.refinementSteps));
+}
+
+std::string line(std::string_view label, std::string_view text)
+{
+    return fmt::format("{:<17} {}\n", label, text);
+}
+
+std::string jsonNumber(std::optional<double> value)
+{
+    return value && std::isfinite(*value) ? fmt::format("{}", *value) : "null";
 }
 
 std::string jsonString(std::string_view text)

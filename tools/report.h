@@ -14,7 +14,7 @@ namespace Velmar::Lintrix::tools {
 /// Seconds by step, in the order in which the steps were begun.
 class StepTimes {
 public:
-    /// What ran since the construction, or since the step before, is the step `name`.
+    /// What ran since the construction, or since the step before, is the step `name`, or more of it.
     void finish(std::string_view name);
 
     const std::vector<std::pair<std::string_view, double>>& steps() const noexcept { return steps_; }
@@ -32,20 +32,35 @@ struct SolveReport {
     std::int64_t entries = 0; ///< of the whole matrix, mirrored ones included
     std::int32_t rightHands = 1;
     std::string_view road, status;
+    std::string reason; ///< of a status other than "accurate"
     StepTimes seconds;
     std::optional<double> residual;       ///< scaled; none without a solution
     std::optional<double> normalResidual; ///< of a tall system
     std::optional<double> maxError;       ///< none where the solution is not known
     std::optional<double> probeError;
+    /// @name Of the direct solver
+    /// @{
+    std::string_view ordering;      ///< empty: the dense road was taken
+    std::vector<std::string> tried; ///< "ROAD: why it was left", in their order
+    int factorEntries = 0, perturbedPivots = 0, refinementSteps = 0;
+    /// @}
 };
 
 /// Several lines, a fact each.
 std::string asText(const SolveReport& report);
 
 /// One object on one line, with the line end: matrix, rows, cols, entries, road, seconds (an object by step,
-/// with total), residual, max_error, status; beside them right_hands, normal_residual and probe_error. A
-/// number that does not exist or is not finite is null.
+/// with total), residual, max_error, status; beside them right_hands, normal_residual, probe_error and
+/// reason; of the direct solver ordering, tried (an array), factor_entries, perturbed_pivots and
+/// refinement_steps. A number that does not exist or is not finite is null, and so is a text that does not
+/// exist.
 std::string asJson(const SolveReport& report);
+
+/// A fact on a line: the label, and the text in its column.
+std::string line(std::string_view label, std::string_view text);
+
+/// null for a number that does not exist or is not finite.
+std::string jsonNumber(std::optional<double> value);
 
 /// `text` as a JSON string with its quotes. Bytes that are no UTF-8 become U+FFFD.
 std::string jsonString(std::string_view text);

@@ -1,5 +1,6 @@
 #include <tools/svd_report.h>
 
+#include <tools/report.h>
 #include <tools/text.h>
 
 #include <fmt/format.h>
@@ -10,21 +11,11 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-std::string number(double value)
-{
-    return std::isfinite(value) ? fmt::format("{}", value) : "null";
-}
-
 std::string list(const std::vector<double>& values)
 {
     std::string text;
-    for (const double value : values) text += (text.empty() ? "" : ", ") + number(value);
+    for (const double value : values) text += (text.empty() ? "" : ", ") + jsonNumber(value);
     return '[' + text + ']';
-}
-
-std::string line(std::string_view label, std::string_view text)
-{
-    return fmt::format("{:<17} {}\n", label, text);
 }
 
 std::string secondsAsText(const StepTimes& seconds)
@@ -81,8 +72,8 @@ std::string asJson(const SvdReport& report)
                        "\"last_residual\": {}, \"seconds\": {}, \"status\": {}}}\n",
                        jsonString(report.matrix), report.rows, report.cols, report.entries,
                        list(report.values), list(report.residuals), report.passes, report.steps,
-                       number(report.tolerance), number(report.testResidual), secondsAsJson(report.seconds),
-                       jsonString(nameOf(report.status)));
+                       jsonNumber(report.tolerance), jsonNumber(report.testResidual),
+                       secondsAsJson(report.seconds), jsonString(nameOf(report.status)));
 }
 
 std::string explain(const SvdReport& report)

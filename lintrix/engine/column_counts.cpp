@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/elimination_tree.h>
 #include <lintrix/engine/memory.h>
+#include <lintrix/engine/postorder.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -10,15 +11,23 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-// The first node, in postorder, of each node's subtree.
-void firstDescendants(std::span<const int> parent, std::span<int> first)
-{
-    const auto n = static_cast<int>(parent.size());
-    for (int j = 0; j < n; ++j) first[j] = j;
-    for (int j = 0; j < n; ++j) {
-        if (parent[j] != kRoot) first[parent[j]] = std::min(first[parent[j]], first[j]);
+// A postorder of the tree, beside the order of elimination.
+struct Visits {
+    std::span<int> number; // of each node
+    std::span<int> nodeAt; // by number
+    std::span<int> first;  // the least number in each node's subtree
+
+    void arrange(std::span<const int> parent) const
+    {
+        const auto n = static_cast<int>(parent.size());
+        numberRange({0, n - 1}, parent, first, nodeAt, number);
+        for (int j = 0; j < n; ++j) nodeAt[number[j]] = j;
+        std::copy(number.begin(), number.end(), first.begin());
+        for (int j = 0; j < n; ++j) {
+            if (parent[j] != kRoot) first[parent[j]] = std::min(first[parent[j]], first[j]);
+        }
     }
-}
+};
 
 // What one thread needs: the leaves found for its rows, and disjoint sets over the whole tree.
 struct RowSubtrees {
@@ -50,8 +59,7 @@ struct RowSubtrees {
         lastFirst[row] = firstOfColumn;
     }
 
-    void count(const Graph& graph, std::span<const int> parent, std::span<const int> first, int lowest,
-               int highest)
+    void count(const Graph& graph, std::span<const int> parent, const Visits& visits, int lowest, int highest)
     {
         const auto n = static_cast<int>(parent.size());
         for (int j = 0; j < n; ++j) {
@@ -59,12 +67,12 @@ struct RowSubtrees {
             delta[j] = 0;
             lastLeaf[j] = lastFirst[j] = kRoot;
         }
-        for (int j = 0; j < n; ++j) {
+        for (const int j : visits.nodeAt) {
             const std::span<const int> rows = graph.of(j);
             const int from = std::max(lowest, j + 1);
             for (auto row = std::lower_bound(rows.begin(), rows.end(), from);
                  row != rows.end() && *row < highest; ++row) {
-                meet(*row, j, first[j]);
+                meet(*row, j, visits.first[j]);
             }
             if (parent[j] != kRoot) ancestor[j] = parent[j];
         }
@@ -109,22 +117,24 @@ int columnCountThreads(int threads, int n) noexcept
 Failure columnCounts(const Graph& graph, std::span<const int> parent, int threads, std::span<int> count)
 {
     const auto n = static_cast<int>(parent.size());
-    const auto first = Scratch<int>::uninitialised(n);
+    const auto order = Scratch<int>::uninitialised(3 * std::int64_t{n});
     threads = columnCountThreads(threads, n);
     auto work = Scratch<int>::uninitialised(std::int64_t{RowSubtrees::kArrays} * threads * n);
     while (!work && threads > 1) {
         threads /= 2;
         work = Scratch<int>::uninitialised(std::int64_t{RowSubtrees::kArrays} * threads * n);
     }
-    if (!first || !work) return outOfMemory(BlockCode::Transient, missingBytes(first, work));
-    firstDescendants(parent, first.span());
+    if (!order || !work) return outOfMemory(BlockCode::Transient, missingBytes(order, work));
+    const std::size_t size = parent.size();
+    const Visits visits{order.span().first(size), order.span().subspan(size, size), order.span().last(size)};
+    visits.arrange(parent);
 
     const std::size_t each = static_cast<std::size_t>(RowSubtrees::kArrays) * parent.size();
 #pragma omp parallel for num_threads(threads) schedule(static, 1) if (threads > 1)
     for (int t = 0; t < threads; ++t) {
         const auto bound = [&](int part) { return static_cast<int>(std::int64_t{n} * part / threads); };
         RowSubtrees subtrees(work.span().subspan(each * static_cast<std::size_t>(t), each), n);
-        subtrees.count(graph, parent, first.span(), bound(t), bound(t + 1));
+        subtrees.count(graph, parent, visits, bound(t), bound(t + 1));
     }
     gather(work.span(), threads, parent, count);
     return {};

@@ -13,8 +13,9 @@ namespace Velmar::Lintrix::detail::engine {
 /// Threads that count columns: at most 16, and so few that 8*threads*n <= 512000000.
 LINTRIX_TESTABLE int columnCountThreads(int threads, int n) noexcept;
 
-/// `count[j]` entries of column j of the factor, the diagonal among them. `graph` is in elimination order
-/// and postordered, `parent` its elimination tree.
+/// `count[j]` entries of column j of the factor, the diagonal among them. `graph` is in elimination order,
+/// `parent` its elimination tree. The order need not be a postorder as a whole: parts and separators level by
+/// level are none, and so the columns are visited in one made here.
 ///
 /// Gilbert, Ng, Peyton, "An efficient algorithm to compute row and column counts for sparse Cholesky
 /// factorization", SIAM J. Matrix Anal. Appl. 15 (1994): column j is a leaf of the row subtree of i if no

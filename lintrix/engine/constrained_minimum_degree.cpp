@@ -6,7 +6,6 @@
 #include <lintrix/engine/multiple_elimination.h>
 #include <lintrix/engine/tree_parts.h>
 
-#include <algorithm>
 #include <bit>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -27,7 +26,7 @@ Failure rangesOf(const Graph& graph, const Ordering& ordering, int parts, std::s
 {
     const auto parent = Scratch<int>::uninitialised(graph.vertices());
     const auto byPosition = Scratch<int>::uninitialised(graph.vertices());
-    if (!parent || !byPosition) return outOfMemory(BlockCode::Transient);
+    if (!parent || !byPosition) return outOfMemory(BlockCode::Transient, missingBytes(parent, byPosition));
     if (const Failure failure = eliminationTree(graph, ordering, parent.span())) return failure;
     if (const Failure failure = cutTree(parent.span(), parts, byPosition.span())) return failure;
     for (int v = 0; v < graph.vertices(); ++v) rangeOf[v] = byPosition[ordering.positionOf[v]];
@@ -40,7 +39,7 @@ Failure orderWithin(const Graph& graph, int delta, int parts, std::span<const in
     const int n = graph.vertices();
     const auto stages = Scratch<std::uint8_t>::uninitialised(n);
     const auto byPosition = Scratch<int>::uninitialised(n);
-    if (!stages || !byPosition) return outOfMemory(BlockCode::Transient);
+    if (!stages || !byPosition) return outOfMemory(BlockCode::Transient, missingBytes(stages, byPosition));
     for (int v = 0; v < n; ++v) stages[v] = static_cast<std::uint8_t>(stageOf(rangeOf[v], parts));
 
     MultipleElimination elimination;
@@ -58,13 +57,13 @@ Failure constrainedMinimumDegree(const Graph& graph, int delta, int parts, Order
                                  SubgraphList& subgraphs)
 {
     if (const Failure failure = minimumDegree(graph, delta, ordering)) return failure;
-    const int taken = std::max(1, std::min({parts, graph.vertices() / 2, subgraphs.mostParts()}));
+    const int taken = subgraphs.partsFor(parts, graph.vertices());
     if (taken == 1) {
         wholeRange(graph.vertices(), subgraphs);
         return {};
     }
     const auto rangeOf = Scratch<int>::uninitialised(graph.vertices());
-    if (!rangeOf) return outOfMemory(BlockCode::Transient);
+    if (!rangeOf) return outOfMemory(BlockCode::Transient, missingBytes(rangeOf));
     if (const Failure failure = rangesOf(graph, ordering, taken, rangeOf.span())) return failure;
     return orderWithin(graph, delta, taken, rangeOf.span(), ordering, subgraphs);
 }

@@ -46,6 +46,7 @@ enum class Word : int {
     LargestSupernode, ///< columns of the longest run, before it was cut
     TallestPanel,
     WidestPanel,
+    TreeHeight,    ///< of the elimination tree, in columns
     UpdateTargets, ///< length of the lists of separators that subgraphs update
     ChunkSize,     ///< supernodes in one piece of the dynamic schedule
     AnalysisPeak,  ///< kilobytes, as the next two
@@ -58,16 +59,19 @@ enum class Word : int {
     FactorNeeded,
     IterationBudget,
     HalfBudget,
+    ConsecutiveSubgraphs, ///< whether a solve may go by subgraphs
     Last_
 };
 
 /// 64-bit numbers, each in two words of the integer run.
 enum class WideWord : int {
-    FactorRowIndices = 60, ///< length of the row lists
-    LowerElements = 62,    ///< of all L panels
-    UpperElements = 64,    ///< of all U panels, 1 in symmetric storage
-    LowerNonZeros = 66,    ///< entries of L
-    LargestUpdate = 68,    ///< cells of the largest update of one supernode
+    FactorRowIndices = 60,   ///< length of the row lists
+    LowerElements = 62,      ///< of all L panels
+    UpperElements = 64,      ///< of all U panels, 1 in symmetric storage
+    LowerNonZeros = 66,      ///< entries of L
+    LargestUpdate = 68,      ///< cells of the largest update of one supernode
+    RealWorkBytes = 70,      ///< of the block in pt[9]
+    IterationWorkBytes = 72, ///< of the block in pt[10]
 };
 static_assert(static_cast<int>(Word::Last_) <= static_cast<int>(WideWord::FactorRowIndices));
 
@@ -79,8 +83,9 @@ enum class Real : int {
     Divergence = 12, ///< the bound at which the iterative path gives up
     Ten = 13,
     One = 14,
-    Operations = 15, ///< floating-point operations of the factorization
-    Norm = 16,       ///< of A, 0 when none was computed
+    Operations = 15,    ///< floating-point operations of the factorization
+    Norm = 16,          ///< of A, 0 when none was computed
+    FactorSeconds = 17, ///< of the last numeric factorization
 };
 
 /// Integer arrays, laid out by offset inside the blocks of the handle.
@@ -147,18 +152,26 @@ public:
         for (int word = static_cast<int>(Word::MappedEntries); word < kWords; ++word) words_[word] = 0;
         (*this)[Real::Operations] = 0.;
         (*this)[Real::Norm] = 0.;
+        (*this)[Real::FactorSeconds] = 0.;
         for (int& offset : offsets_) offset = kUnset;
     }
     void store(const Timers& timers) noexcept
     {
         for (int k = 0; k < kTimers; ++k)
-            reals_[static_cast<int>(Real::FirstTimer) + k] = timers.seconds(static_cast<Timer>(k + 1));
+            reals_[placeOf(static_cast<Timer>(k + 1))] = timers.seconds(static_cast<Timer>(k + 1));
     }
+    /// Of the last call.
+    double seconds(Timer timer) const noexcept { return reals_[placeOf(timer)]; }
 
 private:
     static constexpr int kWords = 100;
     static constexpr int kReals = 20;
     static constexpr int kOffsets = 100;
+
+    static constexpr int placeOf(Timer timer) noexcept
+    {
+        return static_cast<int>(Real::FirstTimer) + static_cast<int>(timer) - 1;
+    }
 
     int words_[kWords];
     double reals_[kReals];

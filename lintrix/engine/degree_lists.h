@@ -2,6 +2,7 @@
 /// @file
 /// Vertices sorted by degree: the choice of the next pivot.
 
+#include <lintrix/engine/failure.h>
 #include <lintrix/engine/memory.h>
 
 #include <algorithm>
@@ -14,16 +15,16 @@ class DegreeLists {
 public:
     static constexpr int kNone = -1;
 
-    /// For vertices 0 .. n-1 and degrees 0 .. n-1, all outside; false without memory.
-    bool allocate(int n)
+    /// For vertices 0 .. n-1 and degrees 0 .. n-1, all outside. @return  outOfMemory(Transient)
+    Failure allocate(int n)
     {
         heads_ = Scratch<int>::uninitialised(n);
         links_ = Scratch<Link>::uninitialised(n);
-        if (!heads_ || !links_) return false;
+        if (!heads_ || !links_) return outOfMemory(BlockCode::Transient, missingBytes(heads_, links_));
         std::ranges::fill(heads_.span(), kNone);
         std::ranges::fill(links_.span(), Link{kOutside, kNone});
         lowest_ = n;
-        return true;
+        return {};
     }
 
     bool contains(int v) const { return links_[v].previous != kOutside; }

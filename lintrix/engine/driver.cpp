@@ -1,13 +1,16 @@
 #include <lintrix/engine/driver.h>
 
 #include <lintrix/engine/analysis.h>
+#include <lintrix/engine/factor_plan.h>
+#include <lintrix/engine/factor_reuse.h>
+#include <lintrix/engine/factor_step.h>
 #include <lintrix/engine/failure_report.h>
 #include <lintrix/engine/handle.h>
 #include <lintrix/engine/input_check.h>
 #include <lintrix/engine/messages.h>
-#include <lintrix/engine/numeric.h>
 #include <lintrix/engine/report.h>
 #include <lintrix/engine/settings.h>
+#include <lintrix/engine/solve_step.h>
 #include <lintrix/engine/timers.h>
 
 #include <cstdlib>
@@ -102,7 +105,43 @@ void reconcilePerturbedPivots(Parameters iparm, ControlBlock& control)
 
 bool hasFactor(const Run& run)
 {
-    return run.handle.factors()[static_cast<std::size_t>(run.call.mnum) - 1].storage != nullptr;
+    return holdsFactor(run.handle, run.call.mnum, elementKind(run.call.mtype, run.singlePrecision));
+}
+
+Failure makeFactor(Run& run)
+{
+    run.handle.control()[Word::FactorNeeded] = 0;
+    return factorize(run.call, run.handle, run.timers);
+}
+
+/// A solve alone becomes factorization and solve where no factor is stored.
+int stepsToTake(const Run& run, bool stored)
+{
+    const int steps = run.call.phase.steps();
+    return steps == 33 && !stored ? 23 : steps;
+}
+
+/// What the phase asks of factorization and solve. An iteration that fails with an earlier factor is repeated
+/// with a new one, and that failure is not told; with a new factor it is.
+Failure factorizeAndSolve(Run& run)
+{
+    const ControlBlock& control = run.handle.control();
+    const bool stored = hasFactor(run);
+    const int steps = stepsToTake(run, stored), kind = control[Word::IterationKind];
+    const bool isFresh = needsFactor({.stored = stored,
+                                      .steps = steps,
+                                      .kind = kind,
+                                      .budget = control[Word::IterationBudget],
+                                      .iterationResult = run.call.iparm[Parameter::IterationResult]});
+    if (isFresh) {
+        if (const Failure failure = makeFactor(run)) return failure;
+    }
+    if (!run.call.phase.solves()) return {};
+    const Failure failure = solve(run.call, run.handle, run.timers);
+    const bool mayRepeat = !isFresh && steps < 30 && kind > 0;
+    if (failure.error != Error::Numeric || !mayRepeat) return failure;
+    if (const Failure again = makeFactor(run)) return again;
+    return solve(run.call, run.handle, run.timers);
 }
 
 Failure runSteps(Run& run)
@@ -112,11 +151,10 @@ Failure runSteps(Run& run)
         if (const Failure failure = analyse(run.call, run.handle, run.timers)) return failure;
     }
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
-    const bool needsFactor = phase.factorizes() || (phase.solves() && !hasFactor(run));
-    if (needsFactor) {
-        if (const Failure failure = factorize(run.call, run.handle, run.timers)) return failure;
-    }
-    return phase.solves() ? solve(run.call, run.handle, run.timers) : Failure{};
+    if (phase.last() == Step::Reorder) return {};
+    const Failure failure = factorizeAndSolve(run);
+    if (failure.error == Error::Numeric) run.call.iparm[Parameter::FailingEquation] = failure.internal;
+    return failure;
 }
 
 /// Phases above 0, and those that the input check refuses.
@@ -176,6 +214,7 @@ int drive(const Arguments& call, bool singlePrecision)
     Run run{call, Handle(call.pt), singlePrecision, {}};
     if (!run.handle.live() && call.phase.code() == Phase::kRelease) return 0;
     const Failure failure = reported(runPhase(run));
+    if (failure.error == Error::Matching) call.iparm[Parameter::FailingEquation] = failure.internal;
     run.timers.stop();
     writeFigures(run);
     report(run, failure);

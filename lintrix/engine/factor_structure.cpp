@@ -168,4 +168,18 @@ FactorSizes panelStarts(const FactorStructure& structure, std::span<std::int64_t
     return sizes;
 }
 
+// A supernode is a chain of the tree. Its way up begins at its first row below, which may lie within the
+// parent's chain; the parent's number is higher.
+int treeHeight(const FactorStructure& structure, std::span<int> work)
+{
+    int tallest = 0;
+    for (int J = structure.supernodes() - 1; J >= 0; --J) {
+        const int parent = structure.parent(J);
+        int& above = work[J] = 0;
+        if (parent >= 0) above = structure.starts[parent + 1] - structure.rowsBelow(J).front() + work[parent];
+        tallest = std::max(tallest, structure.width(J) + above);
+    }
+    return tallest;
+}
+
 } // namespace Velmar::Lintrix::detail::engine

@@ -67,4 +67,8 @@ LINTRIX_TESTABLE FactorSizes panelStarts(const FactorStructure& structure,
                                          std::span<std::int64_t> lowerStarts,
                                          std::span<std::int64_t> upperStarts);
 
+/// Columns on the longest way from a leaf of the elimination tree to its root: what no number of threads can
+/// shorten. `work` has room for a number a supernode.
+LINTRIX_TESTABLE int treeHeight(const FactorStructure& structure, std::span<int> work);
+
 } // namespace Velmar::Lintrix::detail::engine

@@ -15,11 +15,6 @@ constexpr std::array<std::string_view, 14> kBlockNames = {
     "",         "BASIC   ", "FACT_ADR", "LOC_INT1", "STRUC_S0", "WORK_I0 ", "STRUC_S1",
     "STRUC_S2", "STRUC_FI", "LOC_INT2", "UP_UPLEN", "FACT_L&U", "WORK_R0 ", "CGS_ARR "};
 
-std::int64_t wide(int value) noexcept
-{
-    return value;
-}
-
 Message headingOf(const Failure& failure) noexcept
 {
     switch (failure.error) {
@@ -52,8 +47,8 @@ Message headingOf(const Failure& failure) noexcept
 
 void printMatrixNumbers(Message message, Parameters iparm)
 {
-    print(message, {wide(iparm[Parameter::CheckFirst]), wide(iparm[Parameter::CheckSecond]),
-                    wide(iparm[Parameter::CheckThird])});
+    print(message,
+          {iparm[Parameter::CheckFirst], iparm[Parameter::CheckSecond], iparm[Parameter::CheckThird]});
 }
 
 void printInputRule(int internal, const Arguments& call, const ControlBlock& stored)
@@ -63,30 +58,29 @@ void printInputRule(int internal, const Arguments& call, const ControlBlock& sto
     case 1:
         return print(Message::PhaseOutOfBounds, {phase});
     case 2:
-        return print(Message::MaxfctIncompatible, {wide(call.maxfct), wide(stored[Word::Maxfct])});
+        return print(Message::MaxfctIncompatible, {call.maxfct, stored[Word::Maxfct]});
     case 3:
-        return print(Message::MnumAboveMaxfct, {wide(call.maxfct), wide(call.mnum)});
+        return print(Message::MnumAboveMaxfct, {call.maxfct, call.mnum});
     case 4:
-        return print(Message::MnumIncompatible, {wide(call.mnum), phase});
+        return print(Message::MnumIncompatible, {call.mnum, phase});
     case 5:
-        return print(Message::MtypeIncompatible, {wide(call.mtype), wide(stored[Word::Mtype])});
+        return print(Message::MtypeIncompatible, {call.mtype, stored[Word::Mtype]});
     case 6:
-        return print(Message::OrderIncompatible, {wide(call.n), wide(stored[Word::Order])});
+        return print(Message::OrderIncompatible, {call.n, stored[Word::Order]});
     case 7:
-        return print(Message::OrderOutOfBounds, {wide(call.n)});
+        return print(Message::OrderOutOfBounds, {call.n});
     case 8:
-        return print(Message::EntriesIncompatible, {call.nonZeros(), wide(stored[Word::NonZeros])});
+        return print(Message::EntriesIncompatible, {call.nonZeros(), stored[Word::NonZeros]});
     case 9:
-        return print(Message::RightHandSidesIncompatible, {wide(call.nrhs), phase});
+        return print(Message::RightHandSidesIncompatible, {call.nrhs, phase});
     case 10:
-        return print(Message::SolutionPlaceOutOfBounds, {wide(call.iparm[Parameter::SolutionPlace])});
+        return print(Message::SolutionPlaceOutOfBounds, {call.iparm[Parameter::SolutionPlace]});
     case 11:
-        return print(Message::OrderingOutOfBounds, {wide(call.iparm[Parameter::Ordering])});
+        return print(Message::OrderingOutOfBounds, {call.iparm[Parameter::Ordering]});
     case 12:
-        return print(Message::CountedThreads, {wide(stored[Word::Threads])});
+        return print(Message::CountedThreads, {stored[Word::Threads]});
     case 13:
-        return print(Message::ThreadsDiffer,
-                     {wide(call.iparm[Parameter::Threads]), wide(stored[Word::Threads])});
+        return print(Message::ThreadsDiffer, {call.iparm[Parameter::Threads], stored[Word::Threads]});
     default:
         return;
     }
@@ -97,7 +91,7 @@ void printOtherInput(int internal, const Arguments& call)
     const std::int64_t phase = call.phase.code();
     switch (internal) {
     case 15:
-        return print(Message::MtypeOutOfBounds, {wide(call.mtype)});
+        return print(Message::MtypeOutOfBounds, {call.mtype});
     case 20:
         return print(Message::WrongControlStep, {phase});
     case 21:
@@ -109,7 +103,7 @@ void printOtherInput(int internal, const Arguments& call)
     case 24:
         return printMatrixNumbers(Message::ColumnsIncompatible, call.iparm);
     case 100:
-        return print(Message::WrongMatrixNumber, {wide(call.mnum)});
+        return print(Message::WrongMatrixNumber, {call.mnum});
     case 999:
         return print(Message::OnlySymbolicDiagonal, {phase});
     case 1000:
@@ -126,10 +120,10 @@ void printOtherInput(int internal, const Arguments& call)
 
 void printArguments(int internal, const Arguments& call)
 {
-    print(Message::InputLine1, {wide(internal), wide(call.maxfct)});
-    print(Message::InputLine2, {wide(call.mnum), wide(call.mtype)});
-    print(Message::InputLine3, {wide(call.phase.code()), wide(call.n)});
-    print(Message::InputLine4, {call.nonZeros(), wide(call.nrhs)});
+    print(Message::InputLine1, {internal, call.maxfct});
+    print(Message::InputLine2, {call.mnum, call.mtype});
+    print(Message::InputLine3, {call.phase.code(), call.n});
+    print(Message::InputLine4, {call.nonZeros(), call.nrhs});
 }
 
 void printInput(int internal, const Arguments& call, const ControlBlock* stored)
@@ -145,9 +139,8 @@ void printMemory(const Failure& failure, Parameters iparm)
     if (failure.internal < 0 && name < kBlockNames.size())
         print(Message::BlockNotAllocated, {kBlockNames[name], failure.bytes});
     print(Message::MemoryWanted, {(failure.bytes + 1023) / 1024});
-    print(Message::SymbolicMemory,
-          {wide(iparm[Parameter::AnalysisPeak]), wide(iparm[Parameter::AnalysisKept])});
-    print(Message::FactorMemory, {wide(iparm[Parameter::FactorMemory])});
+    print(Message::SymbolicMemory, {iparm[Parameter::AnalysisPeak], iparm[Parameter::AnalysisKept]});
+    print(Message::FactorMemory, {iparm[Parameter::FactorMemory]});
 }
 
 void printNumeric(int internal, const Arguments& call)
@@ -157,9 +150,9 @@ void printNumeric(int internal, const Arguments& call)
     if (internal == -112)
         print(Message::ContractionRate);
     else if (internal == -111)
-        print(Message::MaximalIterations, {std::abs(wide(call.iparm[Parameter::RefinementLimit]))});
+        print(Message::MaximalIterations, {std::abs(std::int64_t{call.iparm[Parameter::RefinementLimit]})});
     else if (internal == -3 || iteration < 0)
-        print(Message::CgsFailed, {wide(iteration)});
+        print(Message::CgsFailed, {iteration});
     else if (internal == -2)
         print(Message::FactorizationMemory);
     else
@@ -183,10 +176,10 @@ void printDetails(const Failure& failure, const Arguments& call, const ControlBl
     case Error::OutOfCoreOpen:
         return print(Message::Unclassified);
     case Error::Matching:
-        print(Message::PreorderingFailed, {-wide(failure.internal), wide(call.n)});
+        print(Message::PreorderingFailed, {-std::int64_t{failure.internal}, call.n});
         return print(Message::StructureSingular);
     case Error::Diagonal:
-        return print(Message::DiagonalRow, {std::abs(wide(failure.internal))});
+        return print(Message::DiagonalRow, {std::abs(std::int64_t{failure.internal})});
     case Error::OutOfCoreMemory:
     case Error::OutOfCoreTransfer:
     case Error::None:
@@ -204,7 +197,7 @@ Failure reported(Failure failure) noexcept
 
 void reportFailure(const Failure& failure, const Arguments& call, const ControlBlock* stored)
 {
-    print(headingOf(failure), {wide(failure.internal)});
+    print(headingOf(failure), {failure.internal});
     printDetails(failure, call, stored);
 }
 

@@ -108,6 +108,7 @@ void Handle::release(Slot slot) noexcept
 void Handle::releaseFactor(FactorEntry& entry) noexcept
 {
     alignedRelease(entry.storage);
+    alignedRelease(entry.exchanges);
     entry = {};
     entry.size = kUnset;
 }

@@ -32,9 +32,13 @@ enum class Slot : int {
 
 /// One factorization of the table in pt[3]: six words.
 struct FactorEntry {
-    void* storage;           ///< of L and U
-    std::int64_t size;       ///< elements stored, kUnset until there are any
-    std::int64_t further[4]; ///< of the numeric steps
+    void* storage;      ///< of L and U
+    std::int64_t size;  ///< elements of the factor, kUnset as long as there is none
+    std::int64_t bytes; ///< of the storage
+    int* exchanges;     ///< 2 n: rows, then columns, within the diagonal blocks
+    int mtype;          ///< for which the factor was made
+    int method;         ///< by which it was made
+    std::int64_t spare; ///<
 };
 static_assert(sizeof(FactorEntry) == 6 * sizeof(void*));
 

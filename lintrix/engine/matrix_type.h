@@ -46,6 +46,11 @@ constexpr bool isComplex(int mtype) noexcept
     return (mtype >= 3 && mtype <= 6) || (mtype >= -6 && mtype <= -3) || mtype == 13;
 }
 
+constexpr bool isHermitian(int mtype) noexcept
+{
+    return mtype == 4 || mtype == -4;
+}
+
 constexpr bool isSymmetricStorage(int mtype) noexcept
 {
     return mtype % 2 == 0;

@@ -1,6 +1,7 @@
 #include <lintrix/engine/memory_figures.h>
 
 #include <lintrix/engine/forecast.h>
+#include <lintrix/engine/preordering.h>
 
 #include <algorithm>
 
@@ -15,12 +16,14 @@ KilobyteSum keptBlocks(const ControlBlock& control, bool matched)
 {
     const std::int64_t n = control[Word::Order], supernodes = control[Word::Supernodes];
     const std::int64_t entries = control[Word::MappedEntries];
-    const std::int64_t panelTables = control[Word::SymmetricStorage] != 0 ? 2 : 3;
+    const bool symmetric = control[Word::SymmetricStorage] != 0, complex = control[Word::ElementWidth] == 2;
+    const std::int64_t panelTables = symmetric ? 2 : 3;
     KilobyteSum sum;
     sum.add(1, sizeof(ControlBlock)).add(std::max(control[Word::Maxfct], 1), sizeof(FactorEntry));
     sum.add(3 * n + 2 * supernodes + 2 * entries + 4 * control[Word::Subgraphs], kInt);
     sum.add(control[WideWord::FactorRowIndices], kInt).add(panelTables * (supernodes + 1), kLong);
-    if (matched) sum.add(n, kInt).add(2 * n, kReal);
+    if (!symmetric || complex) sum.add(supernodes, kInt); // update lengths
+    if (matched) sum.add(symmetric ? PivotPairs::blockSize(control[Word::Order]) : n, kInt).add(2 * n, kReal);
     return sum;
 }
 

@@ -153,7 +153,7 @@ enum class Message : int {
 /// The row, with its places %d, %f, %s; nothing for a number that no row has.
 LINTRIX_TESTABLE const char* textOf(Message message) noexcept;
 
-/// What goes to the places.
+/// What goes to the places; an int goes as the 64-bit number.
 using MessageArgument = std::variant<std::int64_t, double, std::string_view>;
 
 /// Writes the row and a newline to standard output, its places filled in order. A number that no row has

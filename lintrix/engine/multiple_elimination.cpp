@@ -20,7 +20,7 @@ Failure MultipleElimination::run(const Graph& graph, int delta, std::span<const 
 {
     stages_ = stages;
     order_ = order;
-    if (!allocate(graph.vertices())) return outOfMemory(BlockCode::Transient);
+    if (const Failure failure = allocate(graph.vertices())) return failure;
     leaveOutDense(graph);
     if (const Failure failure = remaining_.load(graph, dense_.span(), stages, bound)) return failure;
     const int last = stages.empty() ? 0 : *std::ranges::max_element(stages);
@@ -42,11 +42,12 @@ void MultipleElimination::eliminateStage(int stage, int delta)
     }
 }
 
-bool MultipleElimination::allocate(int n)
+Failure MultipleElimination::allocate(int n)
 {
     dense_ = Scratch<std::uint8_t>::uninitialised(n);
     touched_ = Scratch<int>::uninitialised(n);
-    return dense_ && touched_ && lists_.allocate(n);
+    if (!dense_ || !touched_) return outOfMemory(BlockCode::Transient, missingBytes(dense_, touched_));
+    return lists_.allocate(n);
 }
 
 void MultipleElimination::leaveOutDense(const Graph& graph)

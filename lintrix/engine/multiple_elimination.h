@@ -25,7 +25,7 @@ public:
                 std::span<int> order);
 
 private:
-    bool allocate(int n);
+    Failure allocate(int n);
     void leaveOutDense(const Graph& graph);
     void eliminateStage(int stage, int delta);
     void eliminatePass(int limit);

@@ -5,8 +5,6 @@
 #include <lintrix/engine/metis_ordering.h>
 #include <lintrix/engine/tree_parts.h>
 
-#include <algorithm>
-
 namespace Velmar::Lintrix::detail::engine {
 
 namespace {
@@ -26,7 +24,7 @@ Failure cutIntoParts(const Graph& graph, int parts, Ordering ordering, SubgraphL
 Failure nestedDissection(const Graph& graph, int parts, Ordering ordering, SubgraphList& subgraphs)
 {
     if (const Failure failure = orderByMetis(graph, ordering)) return failure;
-    const int taken = std::max(1, std::min({parts, graph.vertices() / 2, subgraphs.mostParts()}));
+    const int taken = subgraphs.partsFor(parts, graph.vertices());
     if (taken > 1) return cutIntoParts(graph, taken, ordering, subgraphs);
     wholeRange(graph.vertices(), subgraphs);
     return {};

@@ -1,6 +1,7 @@
 #include <lintrix/engine/analysis_steps.h>
 
 #include <lintrix/engine/adjacency.h>
+#include <lintrix/engine/constrained_minimum_degree.h>
 #include <lintrix/engine/given_ordering.h>
 #include <lintrix/engine/minimum_degree.h>
 #include <lintrix/engine/nested_dissection.h>
@@ -19,18 +20,35 @@ OrderingChoice choiceOf(const Analysis& run)
     return static_cast<OrderingChoice>(run.call.iparm[Parameter::Ordering]);
 }
 
+std::span<int> callersPermutation(const Analysis& run)
+{
+    return {run.call.perm, static_cast<std::size_t>(run.n())};
+}
+
+/// Without an array there is nothing to read or to write.
+Failure checkPermutationUse(const Analysis& run)
+{
+    const int use = run.call.iparm[Parameter::PermutationUse];
+    const bool missing = (use == 1 || use == 2) && run.call.perm == nullptr;
+    return missing ? Failure{Error::Reordering, kInconsistentPermutation} : Failure{};
+}
+
 bool dissects(const Analysis& run)
 {
     return choiceOf(run) == OrderingChoice::NestedDissection ||
            choiceOf(run) == OrderingChoice::NestedDissectionByThreads;
 }
 
-/// The constrained form is not yet available.
 Failure orderByMinimumDegree(const Analysis& run, Ordering ordering, SubgraphList& list)
 {
     closedRanges(run.n(), true, list);
-    if (choiceOf(run) == OrderingChoice::ConstrainedMinimumDegree) return {Error::Unclassified, 0};
     return minimumDegree(run.graph(), run.control[Word::MinimumDegreeDelta], ordering);
+}
+
+Failure orderByConstrainedMinimumDegree(const Analysis& run, Ordering ordering, SubgraphList& list)
+{
+    return constrainedMinimumDegree(run.graph(), run.control[Word::MinimumDegreeDelta],
+                                    run.control[Word::PartTarget], ordering, list);
 }
 
 /// The pairs stand in the matching's block: each side by side in the order.
@@ -65,7 +83,7 @@ Failure chooseOrder(const Analysis& run, SubgraphList& list)
     const Ordering ordering = run.ordering();
     if (iparm[Parameter::PermutationUse] == 1) {
         closedRanges(run.n(), false, list);
-        return takeOrdering({run.call.perm, static_cast<std::size_t>(run.n())}, ordering);
+        return takeOrdering(callersPermutation(run), ordering);
     }
     if (preorderingFor(run.call.mtype, iparm[Parameter::Matching]) == Preordering::SymmetricPairs)
         return orderByPairs(run, ordering, list);
@@ -74,8 +92,9 @@ Failure chooseOrder(const Analysis& run, SubgraphList& list)
         return nestedDissection(run.graph(), 1, ordering, list);
     case OrderingChoice::NestedDissectionByThreads:
         return nestedDissection(run.graph(), run.threads(), ordering, list);
-    case OrderingChoice::MinimumDegree:
     case OrderingChoice::ConstrainedMinimumDegree:
+        return orderByConstrainedMinimumDegree(run, ordering, list);
+    case OrderingChoice::MinimumDegree:
         break;
     }
     return orderByMinimumDegree(run, ordering, list);
@@ -125,10 +144,10 @@ Failure orderEquations(Analysis& run)
 {
     const TimedStep timed(run.timers, Timer::Reorder);
     SubgraphList list;
+    if (const Failure failure = checkPermutationUse(run)) return failure;
     if (const Failure failure = allocate(run, list)) return failure;
     if (const Failure failure = chooseOrder(run, list)) return failure;
-    if (run.call.iparm[Parameter::PermutationUse] == 2)
-        copyOrdering(run.ordering(), {run.call.perm, static_cast<std::size_t>(run.n())});
+    if (run.call.iparm[Parameter::PermutationUse] == 2) copyOrdering(run.ordering(), callersPermutation(run));
     settleSubgraphs(run, list);
     return {};
 }

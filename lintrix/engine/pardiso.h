@@ -35,9 +35,10 @@ namespace Velmar::Lintrix {
 /// @param b, x    right-hand sides and solutions, column after column, n apart, elements as in `a`; with
 ///                iparm(6) = 1 the solution is in `b` and `x` is work
 /// @param error   0 success; -1 input or phase order; -2 memory; -3 ordering or symbolic factorization;
-///                -4 zero pivot, refinement or iterative path; -5 unclassified; -6 no perfect matching;
-///                -7 diagonal matrix; -8 32-bit overflow; -9 not enough memory for the out-of-core mode,
-///                which this build answers to iparm(60) = 2; -10, -11 its files
+///                -4 zero pivot, refinement or iterative path; -5 unclassified; -6 no perfect matching,
+///                iparm(30) is minus the rows matched; -7 diagonal matrix; -8 32-bit overflow; -9 not enough
+///                memory for the out-of-core mode, which this build answers to iparm(60) = 2; -10, -11 its
+///                files
 ///
 /// A matrix with as many entries as rows is taken for a diagonal one and solved at once; iparm(12) reads -1
 /// afterwards and makes the calls that follow return without work.
@@ -48,5 +49,31 @@ namespace Velmar::Lintrix {
 LINTRIX_EXPORT void pardiso(void* pt[64], const int& maxfct, const int& mnum, const int& mtype,
                             const int& phase, const int& n, const void* a, int* ia, int* ja, int* perm,
                             const int& nrhs, int* iparm, const int& msglvl, void* b, void* x, int& error);
+
+/// Is told how far a numeric factorization has come: the thread's number, the percentage, rising from 0 to
+/// 100, and the text of the phase with its length. An answer other than 0 stops the factorization: `error` is
+/// -4, and the handle can be used again. Called by one thread at a time, which may be any of the team: it
+/// must not raise.
+struct PardisoProgress {
+    int (*call)(void* context, int thread, int percent, const char* text, int length) = nullptr;
+    void* context = nullptr; ///< handed on to `call`
+};
+
+/// While it lives, the calls of `pardiso` that this thread makes tell `callback`; afterwards the one before
+/// it again. Without a scope nobody is told. The setting is the thread's own: two handles in two threads do
+/// not meet.
+class LINTRIX_EXPORT PardisoProgressScope {
+public:
+    explicit PardisoProgressScope(PardisoProgress callback) noexcept;
+    ~PardisoProgressScope();
+    PardisoProgressScope(const PardisoProgressScope&) = delete;
+    PardisoProgressScope& operator=(const PardisoProgressScope&) = delete;
+
+    /// The callback in force for this thread.
+    static PardisoProgress current() noexcept;
+
+private:
+    PardisoProgress before_;
+};
 
 } // namespace Velmar::Lintrix

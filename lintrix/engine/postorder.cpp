@@ -5,10 +5,8 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-namespace {
-
-// Numbers the nodes of one range. `size` receives the nodes of each subtree within the range; `free` the
-// first position that is still free below each node, and the range's own begins at `range.first`.
+// `size` receives the nodes of each subtree within the range; `free` the first position that is still free
+// below each node, and the range's own begins at `range.first`.
 void numberRange(const PositionRange& range, std::span<const int> parent, std::span<int> size,
                  std::span<int> free, std::span<int> newPosition)
 {
@@ -27,8 +25,6 @@ void numberRange(const PositionRange& range, std::span<const int> parent, std::s
         last -= size[j];
     }
 }
-
-} // namespace
 
 Failure postorder(std::span<const PositionRange> ranges, std::span<int> parent, Ordering ordering)
 {

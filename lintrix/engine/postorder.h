@@ -10,6 +10,11 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
+/// The positions that postordering gives the nodes of one range of a tree in which parents follow children.
+/// `size` and `free` are work space; all spans are as long as the tree.
+void numberRange(const PositionRange& range, std::span<const int> parent, std::span<int> size,
+                 std::span<int> free, std::span<int> newPosition);
+
 /// Reorders the positions within each range so that the tree's nodes follow their children, each subtree of
 /// the range in one piece: the fill stays the same, and the columns of a supernode become neighbours. Ranges
 /// cover all positions, ascending, and keep theirs: what is independent stays so. `ordering` and `parent` are

@@ -35,8 +35,8 @@ Failure QuotientGraph::allocate(const Graph& graph)
     space_ = Scratch<int>::uninitialised(capacity_);
     buckets_ = Scratch<int>::uninitialised(vertices_);
     nextMember_ = Scratch<int>::uninitialised(vertices_);
-    const bool complete = nodes_ && weights_ && marks_ && space_ && buckets_ && nextMember_;
-    return complete ? Failure{} : outOfMemory(BlockCode::Transient);
+    const std::int64_t bytes = missingBytes(nodes_, weights_, marks_, space_, buckets_, nextMember_);
+    return bytes == 0 ? Failure{} : outOfMemory(BlockCode::Transient, bytes);
 }
 
 void QuotientGraph::copyLists(const Graph& graph, std::span<const std::uint8_t> omitted)

@@ -54,11 +54,6 @@ constexpr std::array<Message, kTimers> kTimerLines = {
     Message::TimeAllocation,    Message::TimeTotal,
 };
 
-std::int64_t wide(int value) noexcept
-{
-    return value;
-}
-
 void reportSummary(const Arguments& call)
 {
     print(Message::Empty);
@@ -81,7 +76,7 @@ void reportTimes(const Timers& timers, int iterations)
         const double seconds = timers.seconds(timer);
         const Message line = kTimerLines[static_cast<std::size_t>(k)];
         if (timer == Timer::Iteration)
-            print(line, {seconds, wide(iterations)});
+            print(line, {seconds, iterations});
         else if (timer == Timer::Total)
             print(line, {seconds, timers.unaccounted()});
         else
@@ -98,16 +93,16 @@ Message methodOf(const ControlBlock& control) noexcept
 void reportSystem(const Arguments& call, const ControlBlock& control)
 {
     const Message method = methodOf(control);
-    print(Message::Processors, {wide(control[Word::Threads])});
+    print(Message::Processors, {control[Word::Threads]});
     print(method);
     // By contract: the transposed form stands for 0, and any other value repeats the line above.
     print(call.iparm[Parameter::Transpose] == 0 ? Message::LinearSystemTransposed : method);
     const std::int64_t nonZeros = call.nonZeros();
     const double order = call.n;
-    print(Message::Equations, {wide(call.n)});
+    print(Message::Equations, {call.n});
     print(Message::NonZeros, {nonZeros});
     print(Message::NonZerosPercent, {100. * static_cast<double>(nonZeros) / (order * order)});
-    print(Message::RightHandSides, {wide(call.nrhs)});
+    print(Message::RightHandSides, {call.nrhs});
 }
 
 void reportMinimumDegree()
@@ -137,13 +132,13 @@ void reportFactors(const Arguments& call, const ControlBlock& control)
     print(Message::FactorsHeading);
     if (call.iparm[Parameter::Ordering] == static_cast<int>(OrderingChoice::MinimumDegree))
         reportMinimumDegree();
-    print(Message::PanelColumns, {wide(control[Word::PanelWidth])});
-    print(Message::IndependentSubgraphs, {wide(control[Word::Subgraphs])});
+    print(Message::PanelColumns, {control[Word::PanelWidth]});
+    print(Message::IndependentSubgraphs, {control[Word::Subgraphs]});
     reportOrdering(call.iparm, control);
     const std::int64_t lower = control[WideWord::LowerElements];
     const std::int64_t upper = control[WideWord::UpperElements];
-    print(Message::Supernodes, {wide(control[Word::Supernodes])});
-    print(Message::LargestSupernode, {wide(control[Word::LargestSupernode])});
+    print(Message::Supernodes, {control[Word::Supernodes]});
+    print(Message::LargestSupernode, {control[Word::LargestSupernode]});
     print(Message::NonZerosInL, {lower});
     print(Message::NonZerosInU, {upper});
     print(Message::NonZerosInFactors, {lower + upper});
@@ -161,9 +156,9 @@ void reportNumbers(const ControlBlock& control, const Timers& timers)
 void reportRelease(const Arguments& call, int factorsReleased)
 {
     if (call.phase.code() == Phase::kReleaseFactor)
-        print(Message::FactorDeleted, {wide(call.mnum)});
+        print(Message::FactorDeleted, {call.mnum});
     else
-        print(Message::MemoryCleaned, {wide(factorsReleased)});
+        print(Message::MemoryCleaned, {factorsReleased});
 }
 
 } // namespace

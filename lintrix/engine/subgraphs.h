@@ -34,8 +34,13 @@ struct SubgraphList {
     {
         return room.first(static_cast<std::size_t>(count));
     }
-    /// The most parts whose separators fit beside them.
-    int mostParts() const noexcept { return static_cast<int>((room.size() + 1) / 2); }
+    /// The parts to make when `wanted` are asked for: at least 1, at most one for every two vertices, and no
+    /// more than fit with their separators.
+    int partsFor(int wanted, int vertices) const noexcept
+    {
+        const int mostThatFit = static_cast<int>((room.size() + 1) / 2);
+        return std::max(1, std::min({wanted, vertices / 2, mostThatFit}));
+    }
     /// Whether no range is empty and each begins behind the one before. Parallel work by subgraphs and
     /// separators needs it: its flag is dropped where the list is not well formed.
     LINTRIX_TESTABLE bool wellFormed() const noexcept;

@@ -1,6 +1,7 @@
 #include <lintrix/engine/analysis_steps.h>
 
 #include <lintrix/engine/column_counts.h>
+#include <lintrix/engine/column_refinement.h>
 #include <lintrix/engine/elimination_tree.h>
 #include <lintrix/engine/factor_structure.h>
 #include <lintrix/engine/permanent_structure.h>
@@ -87,7 +88,10 @@ Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
     std::ranges::copy(work.starts, permanent.supernodeStarts().begin());
     std::ranges::copy(work.supernodeOf, permanent.supernodeOf().begin());
     std::ranges::copy(work.rowStarts, permanent.rowStarts().begin());
-    return fillRowLists(permuted, permanent.structure(), permanent.rows());
+    if (const Failure failure = fillRowLists(permuted, permanent.structure(), permanent.rows()))
+        return failure;
+    return refineColumnOrder(permanent.structure(), permanent.subgraphs(), permanent.rows(),
+                             permanent.ordering());
 }
 
 void placePanels(Analysis& run)
@@ -117,6 +121,8 @@ Failure factorizeSymbolically(Analysis& run)
     if (const Failure failure = findSupernodes(run, permuted, work)) return failure;
     if (const Failure failure = fillPermanent(run, permuted, work)) return failure;
     placePanels(run);
+    // The block has these numbers by now: their place is free for work.
+    run.control[Word::TreeHeight] = treeHeight(PermanentStructure(run.handle).structure(), work.supernodeOf);
     return {};
 }
 

@@ -42,7 +42,10 @@ public:
     {
     }
 
-    bool hasMemory() const { return size_ && child_ && sibling_ && heap_ && treesAt_ && leavesAt_; }
+    std::int64_t bytesMissing() const
+    {
+        return missingBytes(size_, child_, sibling_, heap_, treesAt_, leavesAt_);
+    }
 
     void cut()
     {
@@ -161,7 +164,8 @@ private:
 Failure cutTree(std::span<const int> parent, int parts, std::span<int> rangeOf)
 {
     TreeCutter cutter(parent, parts, rangeOf);
-    if (!cutter.hasMemory()) return outOfMemory(BlockCode::Transient);
+    if (const std::int64_t bytes = cutter.bytesMissing(); bytes > 0)
+        return outOfMemory(BlockCode::Transient, bytes);
     cutter.cut();
     return {};
 }

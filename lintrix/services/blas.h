@@ -7,6 +7,7 @@
 
 #include <lintrix/services/thread_scope.h>
 
+#include <complex>
 #include <cstddef>
 
 // Character arguments of Fortran routines carry a hidden length, by value, after all others.
@@ -20,6 +21,26 @@ void dgemv_(const char* trans, const int* m, const int* n, const double* alpha, 
 void dtrsm_(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
             const int* n, const double* alpha, const double* a, const int* lda, double* b, const int* ldb,
             std::size_t, std::size_t, std::size_t, std::size_t);
+void sgemm_(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+            const float* alpha, const float* a, const int* lda, const float* b, const int* ldb,
+            const float* beta, float* c, const int* ldc, std::size_t, std::size_t);
+void strsm_(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+            const int* n, const float* alpha, const float* a, const int* lda, float* b, const int* ldb,
+            std::size_t, std::size_t, std::size_t, std::size_t);
+void cgemm_(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+            const std::complex<float>* alpha, const std::complex<float>* a, const int* lda,
+            const std::complex<float>* b, const int* ldb, const std::complex<float>* beta,
+            std::complex<float>* c, const int* ldc, std::size_t, std::size_t);
+void ctrsm_(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+            const int* n, const std::complex<float>* alpha, const std::complex<float>* a, const int* lda,
+            std::complex<float>* b, const int* ldb, std::size_t, std::size_t, std::size_t, std::size_t);
+void zgemm_(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+            const std::complex<double>* alpha, const std::complex<double>* a, const int* lda,
+            const std::complex<double>* b, const int* ldb, const std::complex<double>* beta,
+            std::complex<double>* c, const int* ldc, std::size_t, std::size_t);
+void ztrsm_(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+            const int* n, const std::complex<double>* alpha, const std::complex<double>* a, const int* lda,
+            std::complex<double>* b, const int* ldb, std::size_t, std::size_t, std::size_t, std::size_t);
 void daxpy_(const int* n, const double* alpha, const double* x, const int* incx, double* y, const int* incy);
 void cblas_dscal(int n, double alpha, double* x, int incx);
 void cblas_dcopy(int n, const double* x, int incx, double* y, int incy);
@@ -40,6 +61,31 @@ inline void gemm(const char& transa, const char& transb, const int& m, const int
     const BlasThreadScope threads;
     dgemm_(&transa, &transb, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc, 1, 1);
 }
+inline void gemm(const char& transa, const char& transb, const int& m, const int& n, const int& k,
+                 const float& alpha, const float* a, const int& lda, const float* b, const int& ldb,
+                 const float& beta, float* c, const int& ldc)
+{
+    const BlasThreadScope threads;
+    sgemm_(&transa, &transb, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc, 1, 1);
+}
+
+inline void gemm(const char& transa, const char& transb, const int& m, const int& n, const int& k,
+                 const std::complex<float>& alpha, const std::complex<float>* a, const int& lda,
+                 const std::complex<float>* b, const int& ldb, const std::complex<float>& beta,
+                 std::complex<float>* c, const int& ldc)
+{
+    const BlasThreadScope threads;
+    cgemm_(&transa, &transb, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc, 1, 1);
+}
+
+inline void gemm(const char& transa, const char& transb, const int& m, const int& n, const int& k,
+                 const std::complex<double>& alpha, const std::complex<double>* a, const int& lda,
+                 const std::complex<double>* b, const int& ldb, const std::complex<double>& beta,
+                 std::complex<double>* c, const int& ldc)
+{
+    const BlasThreadScope threads;
+    zgemm_(&transa, &transb, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc, 1, 1);
+}
 
 /// y := alpha*op(A)*x + beta*y; A is m x n.
 inline void gemv(const char& trans, const int& m, const int& n, const double& alpha, const double* a,
@@ -57,6 +103,28 @@ inline void trsm(const char& side, const char& uplo, const char& transa, const c
 {
     const BlasThreadScope threads;
     dtrsm_(&side, &uplo, &transa, &diag, &m, &n, &alpha, a, &lda, b, &ldb, 1, 1, 1, 1);
+}
+inline void trsm(const char& side, const char& uplo, const char& transa, const char& diag, const int& m,
+                 const int& n, const float& alpha, const float* a, const int& lda, float* b, const int& ldb)
+{
+    const BlasThreadScope threads;
+    strsm_(&side, &uplo, &transa, &diag, &m, &n, &alpha, a, &lda, b, &ldb, 1, 1, 1, 1);
+}
+
+inline void trsm(const char& side, const char& uplo, const char& transa, const char& diag, const int& m,
+                 const int& n, const std::complex<float>& alpha, const std::complex<float>* a, const int& lda,
+                 std::complex<float>* b, const int& ldb)
+{
+    const BlasThreadScope threads;
+    ctrsm_(&side, &uplo, &transa, &diag, &m, &n, &alpha, a, &lda, b, &ldb, 1, 1, 1, 1);
+}
+
+inline void trsm(const char& side, const char& uplo, const char& transa, const char& diag, const int& m,
+                 const int& n, const std::complex<double>& alpha, const std::complex<double>* a,
+                 const int& lda, std::complex<double>* b, const int& ldb)
+{
+    const BlasThreadScope threads;
+    ztrsm_(&side, &uplo, &transa, &diag, &m, &n, &alpha, a, &lda, b, &ldb, 1, 1, 1, 1);
 }
 
 /// y := alpha*x + y

@@ -9,10 +9,14 @@
 
 #include <lintrix/services/thread_scope.h>
 
+#include <complex>
 #include <cstddef>
 
 extern "C" {
 void dgetrf_(const int* m, const int* n, double* a, const int* lda, int* ipiv, int* info);
+void sgetrf_(const int* m, const int* n, float* a, const int* lda, int* ipiv, int* info);
+void cgetrf_(const int* m, const int* n, std::complex<float>* a, const int* lda, int* ipiv, int* info);
+void zgetrf_(const int* m, const int* n, std::complex<double>* a, const int* lda, int* ipiv, int* info);
 void dgetrs_(const char* trans, const int* n, const int* nrhs, const double* a, const int* lda,
              const int* ipiv, double* b, const int* ldb, int* info, std::size_t);
 void dgetri_(const int* n, double* a, const int* lda, const int* ipiv, double* work, const int* lwork,
@@ -34,6 +38,9 @@ void dormlq_(const char* side, const char* trans, const int* m, const int* n, co
              const int* lda, const double* tau, double* c, const int* ldc, double* work, const int* lwork,
              int* info, std::size_t, std::size_t);
 void dpotrf_(const char* uplo, const int* n, double* a, const int* lda, int* info, std::size_t);
+void spotrf_(const char* uplo, const int* n, float* a, const int* lda, int* info, std::size_t);
+void cpotrf_(const char* uplo, const int* n, std::complex<float>* a, const int* lda, int* info, std::size_t);
+void zpotrf_(const char* uplo, const int* n, std::complex<double>* a, const int* lda, int* info, std::size_t);
 void dpotrs_(const char* uplo, const int* n, const int* nrhs, const double* a, const int* lda, double* b,
              const int* ldb, int* info, std::size_t);
 void dpotri_(const char* uplo, const int* n, double* a, const int* lda, int* info, std::size_t);
@@ -56,6 +63,21 @@ inline void getrf(const int& m, const int& n, double* a, const int& lda, int* ip
 {
     const BlasThreadScope threads;
     dgetrf_(&m, &n, a, &lda, ipiv, &info);
+}
+inline void getrf(const int& m, const int& n, float* a, const int& lda, int* ipiv, int& info)
+{
+    const BlasThreadScope threads;
+    sgetrf_(&m, &n, a, &lda, ipiv, &info);
+}
+inline void getrf(const int& m, const int& n, std::complex<float>* a, const int& lda, int* ipiv, int& info)
+{
+    const BlasThreadScope threads;
+    cgetrf_(&m, &n, a, &lda, ipiv, &info);
+}
+inline void getrf(const int& m, const int& n, std::complex<double>* a, const int& lda, int* ipiv, int& info)
+{
+    const BlasThreadScope threads;
+    zgetrf_(&m, &n, a, &lda, ipiv, &info);
 }
 
 /// B := inv(op(A))*B from the factors of getrf; B is n x nrhs.
@@ -138,6 +160,21 @@ inline void potrf(const char& uplo, const int& n, double* a, const int& lda, int
 {
     const BlasThreadScope threads;
     dpotrf_(&uplo, &n, a, &lda, &info, 1);
+}
+inline void potrf(const char& uplo, const int& n, float* a, const int& lda, int& info)
+{
+    const BlasThreadScope threads;
+    spotrf_(&uplo, &n, a, &lda, &info, 1);
+}
+inline void potrf(const char& uplo, const int& n, std::complex<float>* a, const int& lda, int& info)
+{
+    const BlasThreadScope threads;
+    cpotrf_(&uplo, &n, a, &lda, &info, 1);
+}
+inline void potrf(const char& uplo, const int& n, std::complex<double>* a, const int& lda, int& info)
+{
+    const BlasThreadScope threads;
+    zpotrf_(&uplo, &n, a, &lda, &info, 1);
 }
 
 /// B := inv(A)*B from the factor of potrf; B is n x nrhs.

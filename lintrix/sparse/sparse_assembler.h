@@ -107,7 +107,7 @@ public:
     ///
     /// Two stable counting sorts, first by column and then by row (Knuth, The Art of Computer Programming 3,
     /// section 5.2.5), so duplicates meet in the order of entry. Cost: O(entries + rows + cols) time;
-    /// besides the result 12 bytes an entry and 8 a row and a column while it runs.
+    /// besides the result 12 bytes an entry, 8 a row and up to 16 a column while it runs.
     /// @throws NotSupportedException  "A sparse matrix holds at most 2147483646 elements."
     /// @throws NotEnoughMemoryException, std::bad_alloc  result, work arrays
     SparseMatrix Assemble() const;

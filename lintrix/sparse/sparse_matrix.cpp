@@ -116,13 +116,13 @@ void SparseMatrix::Init(std::int32_t rows, std::int32_t cols, std::int32_t capac
     a = Block<double>::zeroed(mCells);
     std::fill_n(ja.get(), mCells, -1);
     std::fill_n(ia.get(), std::int64_t{rows} + 1, 1);
-    _symmetric = symmetric;
-    _growFactor = clampedGrowFactor(growFactor);
-    if (!symmetric) return;
-    for (std::int32_t i = 0; i < rows; ++i) { // the diagonal, one element a row
+    for (std::int32_t i = 0; symmetric && i < rows; ++i) { // the diagonal, one element a row
         ja[i] = i + 1;
         ia[i + 1] = i + 2;
     }
+    closeRowPointers();
+    _symmetric = symmetric;
+    _growFactor = clampedGrowFactor(growFactor);
 }
 
 SparseMatrix::SparseMatrix(const Matrix& matrix) : mRows(matrix.Rows()), mCols(matrix.Cols())
@@ -141,6 +141,7 @@ SparseMatrix::SparseMatrix(const Matrix& matrix) : mRows(matrix.Rows()), mCols(m
     ja = Block<std::int32_t>(mCells);
     job[5] = 1; // now values and columns, too
     detail::mkl_ddnscsr(job, mRows, mCols, rowMajor.get(), mCols, a.get(), ja.get(), ia.get(), info);
+    closeRowPointers();
     // By contract the growth factor stays 0: a full matrix grows by one slot.
 }
 
@@ -165,6 +166,7 @@ SparseMatrix::SparseMatrix(std::span<const double> A, std::span<const std::int32
     ja = oneBased(JA, base);
     a = Block<double>(mCells);
     std::copy(A.begin(), A.end(), a.get());
+    closeRowPointers();
     if constexpr (detail::kHardened) {
         detail::requireCompressedRows({ia.get(), IA.size()}, {ja.get(), JA.size()}, mCols);
     }
@@ -180,6 +182,7 @@ SparseMatrix::SparseMatrix(const SparseMatrix& matrix)
     ia = Block<std::int32_t>::copyOf(matrix.ia.get(), std::int64_t{mRows} + 1);
     ja = copiedAndFilled(matrix.ja.get(), elements, mCells, -1);
     a = copiedAndFilled(matrix.a.get(), elements, mCells, 0.0);
+    closeRowPointers();
 }
 
 SparseMatrix::SparseMatrix(SparseMatrix&& matrix) noexcept
@@ -194,6 +197,7 @@ SparseMatrix::SparseMatrix(std::int32_t rows, std::int32_t cols, Block<double>&&
     : mRows(rows), mCols(cols), mCells(_ia[rows]), a(std::move(_a)), ia(std::move(_ia)), ja(std::move(_ja)),
       _growFactor(kGrowFactor)
 {
+    closeRowPointers();
 }
 
 SparseMatrix& SparseMatrix::operator=(SparseMatrix matrix) noexcept
@@ -221,6 +225,7 @@ void SparseMatrix::setArrays(std::int32_t capacity, Block<double>&& values, Bloc
     a = std::move(values);
     ia = std::move(starts);
     ja = std::move(columns);
+    closeRowPointers();
 }
 
 void SparseMatrix::Dispose() noexcept

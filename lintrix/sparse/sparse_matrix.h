@@ -17,6 +17,7 @@
 #include <lintrix/foundation/capabilities.h>
 #include <lintrix/foundation/enumerations.h>
 
+#include <algorithm>
 #include <any>
 #include <cstddef>
 #include <cstdint>
@@ -397,6 +398,9 @@ private:
     /// New contents for the same sizes: the commit of what replaces all elements.
     void setArrays(std::int32_t capacity, detail::Block<double>&& values,
                    detail::Block<std::int32_t>&& starts, detail::Block<std::int32_t>&& columns) noexcept;
+    /// The smallest block has room for row pointers of rows that are not there. They become those of empty
+    /// rows, for whoever gives the matrix a row count without giving it row pointers.
+    void closeRowPointers() noexcept { std::fill(ia.get() + mRows + 1, ia.get() + ia.cells(), ia[mRows]); }
     /// Opens slot `pos`, counted from 0, growing the arrays if they are full. Its contents are stale and the
     /// row pointers as before: both are the caller's.
     void insert_elem(std::int32_t pos);

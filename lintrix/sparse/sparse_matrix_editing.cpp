@@ -106,12 +106,14 @@ void SparseMatrix::resizeRows(std::int32_t value)
     ia.resize(value < 0 ? value : std::int64_t{value} + 1);
     if (value > mRows) std::fill(ia.get() + mRows + 1, ia.get() + value + 1, ia[mRows]);
     mRows = value;
+    closeRowPointers();
 }
 
-// The same elements go as by `delete_elem` one after the other, in one pass.
+// The same elements go as by `delete_elem` one after the other, in one pass. Growing keeps them all; but what
+// stands there without columns, left over from a refused byte form, must not come back behind the last one.
 void SparseMatrix::resizeCols(std::int32_t value) noexcept
 {
-    if (value < mCols) {
+    if (value < mCols || mCols < 1) {
         detail::removeElements(mRows, a.get(), ia.get(), ja.get(),
                                [value](std::int32_t, std::int32_t column, double) { return column > value; });
     }

@@ -3,6 +3,7 @@
 #include <lintrix/sparse/sparse_matrix.h>
 
 #include <lintrix/dense/access.h>
+#include <lintrix/dense/detail/sizes.h>
 #include <lintrix/sparse/access.h>
 #include <lintrix/sparse/detail/operand.h>
 #include <lintrix/sparse/kernels/kernels.h>
@@ -124,7 +125,8 @@ void SparseMatrix::Multiply(double alpha, TransposeMode transA, const SparseMatr
 
 Matrix operator*(const SparseMatrix& A, const Matrix& B)
 {
-    Matrix C = DenseAccess::uninitialised(A.Rows(), B.Cols()); // beta = 0: the kernel does not read it
+    detail::requireForeignSizes(A.Rows(), B.Cols(), INT32_MAX); // a wrapped product would be written past
+    Matrix C = DenseAccess::uninitialised(A.Rows(), B.Cols());  // beta = 0: the kernel does not read it
     SparseMatrix::Multiply(1.0, TransposeMode::NotTransposed, A, B, 0.0, C);
     return C;
 }

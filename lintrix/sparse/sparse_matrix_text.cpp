@@ -100,6 +100,7 @@ std::string SparseMatrix::ToString(const std::locale& provider, std::string_view
 {
     CellWriter writer(format, provider);
     for (const double value : Values()) writer.measure(value);
+    if (mCols < 1 && mRows > 0) Item(0, -1); // a row ends with its last column, and there is none
     std::optional<SparseMatrix> mirrored;
     if (_symmetric) {
         if (mRows > mCols) Item(mCols, 0); // its mirror image lies outside, and it fails

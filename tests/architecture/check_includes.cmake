@@ -3,7 +3,7 @@
 #
 # A room includes its own headers and those of the rooms behind its arrows:
 #   services <- foundation <- dense <- complex <- decompositions <- sparse <- solvers
-#   services <- engine <- solvers          (of the engine, pardiso.h alone is seen from outside)
+#   services <- engine <- solvers          (of the engine, two headers alone are seen from outside)
 #   services <- sparse/kernels <- sparse, solvers
 # The command and the examples are users like any other: public headers only.
 cmake_minimum_required(VERSION 3.25)
@@ -21,6 +21,8 @@ set(may_include_sparse/kernels services)
 set(internal_headers
   "/detail/" "^lintrix/(dense|sparse)/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$"
   "^lintrix/solvers/(bidiagonal_svd|krylov_basis|lanczos|lanczos_operator)\\.h$")
+
+set(public_headers_of_engine lintrix/engine/pardiso.h lintrix/engine/analysis_summary.h)
 
 # The room of a path below lintrix/; empty for lintrix/lintrix.h and what lies outside.
 function(room_of path result)
@@ -41,12 +43,16 @@ function(check_include_of_room file room header)
     complain("${file}: no room is called ${room}")
   elseif(NOT from STREQUAL room AND NOT from IN_LIST may_include_${room})
     complain("${file}: ${room} may not include ${header}")
-  elseif(from STREQUAL "engine" AND NOT room STREQUAL "engine" AND NOT header STREQUAL "lintrix/engine/pardiso.h")
+  elseif(from STREQUAL "engine" AND NOT room STREQUAL "engine" AND NOT header IN_LIST public_headers_of_engine)
     complain("${file}: ${header} is internal to the engine")
   endif()
 endfunction()
 
 function(check_include_of_user file header)
+  if(header MATCHES "^lintrix/engine/" AND NOT header IN_LIST public_headers_of_engine)
+    complain("${file}: ${header} is internal to the engine")
+    return()
+  endif()
   foreach(pattern IN LISTS internal_headers)
     if(header MATCHES "${pattern}")
       complain("${file}: ${header} is internal to the library")

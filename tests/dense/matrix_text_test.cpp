@@ -3,6 +3,7 @@
 #include <lintrix/dense/detail/byte_form.h>
 #include <lintrix/lintrix.h>
 
+#include "tests/support/comma_locale.h"
 #include "tests/support/failing_allocator.h"
 
 #include <gtest/gtest.h>
@@ -20,20 +21,10 @@
 namespace Velmar::Lintrix {
 namespace {
 
+using testing::comma;
+
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
-
-class Comma : public std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
-const std::locale& comma()
-{
-    static const std::locale locale(std::locale::classic(), new Comma);
-    return locale;
-}
 
 std::vector<std::byte> header(std::int32_t rows, std::int32_t cols)
 {

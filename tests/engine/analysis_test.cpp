@@ -64,12 +64,25 @@ private:
     std::vector<bool> stored_;
 };
 
+/// What elimination of the columns of J leaves behind stands in the parent's columns.
+void expectRowsHandedUp(const FactorStructure& structure, int J)
+{
+    const int parent = structure.parent(J);
+    if (parent < 0) return;
+    const auto rows = structure.rowsBelow(J), above = structure.rowsOf(parent);
+    ASSERT_TRUE(std::ranges::includes(above, rows)) << J;
+}
+
 void expectSoundStructure(EngineCall& call)
 {
     const Handle handle(call.pt.data());
     const PermanentStructure permanent(handle);
     const Ordering ordering = permanent.ordering();
     for (int k = 0; k < call.n; ++k) ASSERT_EQ(ordering.positionOf[ordering.vertexAt[k]], k);
+
+    const auto upper = permanent.upperStarts();
+    EXPECT_EQ(upper.empty(), call.mtype % 2 == 0);
+    for (int J = 0; J < permanent.structure().supernodes(); ++J) expectRowsHandedUp(permanent.structure(), J);
 
     // Every entry of A has its place in the pattern of the factor, and each entry of A is mapped once.
     const FactorPattern pattern(permanent.structure());
@@ -92,7 +105,7 @@ void expectSoundStructure(EngineCall& call)
 TEST(Analysis, LeavesAStructureThatHoldsTheMatrix)
 {
     for (const int mtype : {1, 2, -2, 11}) {
-        for (const int ordering : {0, 2, 3}) {
+        for (const int ordering : {0, 1, 2, 3}) {
             for (const int matching : {0, 1}) {
                 SCOPED_TRACE(::testing::Message() << mtype << ' ' << ordering << ' ' << matching);
                 EngineCall call(grid(15, mtype % 2 == 0), mtype);
@@ -109,11 +122,14 @@ TEST(Analysis, LeavesAStructureThatHoldsTheMatrix)
 TEST(Analysis, WithSeveralThreadsCutsTheOrderIntoPartsAndSeparators)
 {
     const ThreadSetting setting(4, 0);
-    EngineCall call(grid(30));
+    EngineCall call(grid(30)), whole(grid(30));
     call.set(2, 3);
     ASSERT_EQ(call.run(11), 0);
+    ASSERT_EQ(whole.run(11), 0);
     expectSoundStructure(call);
     const ControlBlock& control = Handle(call.pt.data()).control();
+    EXPECT_EQ(control[WideWord::LowerNonZeros],
+              Handle(whole.pt.data()).control()[WideWord::LowerNonZeros]); // parts change no fill
     EXPECT_EQ(control[Word::TwoLevel], 1);
     EXPECT_EQ(control[Word::IndependentSubgraphs], 4);
     EXPECT_EQ(control[Word::Subgraphs], 7);
@@ -123,6 +139,23 @@ TEST(Analysis, WithSeveralThreadsCutsTheOrderIntoPartsAndSeparators)
     const auto ranges = permanent.subgraphs();
     EXPECT_EQ(ranges.front().first, 0);
     EXPECT_EQ(ranges.back().last, call.n - 1);
+}
+
+TEST(Analysis, ByConstrainedMinimumDegreeCutsTheOrderToo)
+{
+    const ThreadSetting setting(4, 0);
+    EngineCall call(grid(30));
+    call.set(2, 1);
+    const auto [error, text] = call.runPrinting(11, 1);
+    ASSERT_EQ(error, 0);
+    expectSoundStructure(call);
+    const ControlBlock& control = Handle(call.pt.data()).control();
+    EXPECT_EQ(control[Word::TwoLevel], 0); // of dissections alone
+    EXPECT_EQ(control[Word::IndependentSubgraphs], control[Word::PartTarget]);
+    EXPECT_EQ(control[Word::Subgraphs], 2 * control[Word::PartTarget] - 1);
+    EXPECT_NE(text.find("< Preprocessing with multiple minimum degree with constraints >\n"
+                        " < with multiple minimum degree on the separator nodes         >\n"),
+              std::string::npos);
 }
 
 TEST(Analysis, WithTheCallersOrderTakesItAsItStands)

@@ -4,6 +4,7 @@
 #include <lintrix/sparse/matrix_market.h>
 
 #include "tests/engine/dissection_checks.h"
+#include "tests/engine/symbolic_pipeline.h"
 #include "tests/support/files.h"
 
 #include <filesystem>
@@ -48,19 +49,52 @@ std::vector<std::string> squareMatrices()
     return files;
 }
 
+OwnedGraph graphOf(const RealMatrix& matrix)
+{
+    SymmetrizedPattern adjacency;
+    EXPECT_FALSE(adjacency.count({matrix.ia, matrix.ja}));
+    OwnedGraph graph{std::vector<int>(matrix.ia.size()),
+                     std::vector<int>(static_cast<std::size_t>(adjacency.entries()))};
+    adjacency.write(graph.starts, graph.neighbours);
+    return graph;
+}
+
+/// Every column of each supernode has the rows that plain elimination gives it.
+void expectFactorOf(const Graph& graph, Pipeline factor)
+{
+    const FactorStructure structure = factor.structure();
+    const auto columns = eliminated(graph, factor.ordering.view());
+    for (int J = 0; J < structure.supernodes(); ++J) {
+        for (int k = 0; k < structure.width(J); ++k) {
+            const auto rows = structure.rowsOf(J).subspan(static_cast<std::size_t>(k));
+            const int column = structure.starts[static_cast<std::size_t>(J)] + k;
+            ASSERT_TRUE(std::ranges::equal(rows, columns[static_cast<std::size_t>(column)])) << column;
+        }
+    }
+}
+
 class DissectedMatrices : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(DissectedMatrices, NoEntryJoinsTwoIndependentParts)
 {
-    const RealMatrix matrix = load(dataFile(GetParam()));
-    SymmetrizedPattern adjacency;
-    ASSERT_FALSE(adjacency.count({matrix.ia, matrix.ja}));
-    OwnedGraph graph{std::vector<int>(matrix.ia.size()),
-                     std::vector<int>(static_cast<std::size_t>(adjacency.entries()))};
-    adjacency.write(graph.starts, graph.neighbours);
+    const OwnedGraph graph = graphOf(load(dataFile(GetParam())));
     for (const int parts : {1, 2, 3, 4, 8}) {
         SCOPED_TRACE(parts);
         expectSound(graph.view(), dissected(graph.view(), parts));
+    }
+}
+
+// Parts and separators are each in postorder, but not all together.
+TEST_P(DissectedMatrices, FactorIsThatOfPlainEliminationForAnyNumberOfParts)
+{
+    const OwnedGraph graph = graphOf(load(dataFile(GetParam())));
+    for (const int parts : {1, 2, 3, 8}) {
+        SCOPED_TRACE(parts);
+        const Dissection cut = dissected(graph.view(), parts);
+        if (!cut.list.wellFormed()) continue; // a tree that does not branch
+        const auto ranges = cut.list.ranges();
+        const Pipeline factor(graph.view(), cut.ordering, 96, true, {ranges.begin(), ranges.end()});
+        expectFactorOf(graph.view(), factor);
     }
 }
 

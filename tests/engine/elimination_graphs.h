@@ -36,19 +36,6 @@ inline OwnedGraph clique(int n)
     return graphOf(n, edges);
 }
 
-inline OwnedGraph copies(const OwnedGraph& graph, int count)
-{
-    OwnedGraph all{{0}, {}};
-    const int n = graph.view().vertices();
-    for (int c = 0; c < count; ++c) {
-        for (int v = 0; v < n; ++v) {
-            for (const int u : graph.view().of(v)) all.neighbours.push_back(u + c * n);
-            all.starts.push_back(static_cast<int>(all.neighbours.size()));
-        }
-    }
-    return all;
-}
-
 /// The same graph with vertex v called newName[v].
 inline OwnedGraph renamed(const OwnedGraph& graph, const std::vector<int>& newName)
 {

@@ -89,6 +89,23 @@ TEST_P(Elimination, ColumnCountsAreThoseOfTheFactorWithAnyNumberOfThreads)
     }
 }
 
+TEST_P(Elimination, ColumnCountsNeedNoPostorder)
+{
+    const OwnedGraph g = graph();
+    OwnedOrdering o = ordering();
+    const auto columns = eliminated(g.view(), o.view());
+    std::vector<int> parent(columns.size()), count(columns.size());
+    ASSERT_FALSE(eliminationTree(g.view(), o.view(), parent));
+    OwnedGraph permuted = g;
+    permutedGraph(g.view(), o.view(), permuted.starts, permuted.neighbours);
+    for (const int threads : {1, 3}) {
+        ASSERT_FALSE(columnCounts(permuted.view(), parent, threads, count));
+        for (std::size_t j = 0; j < columns.size(); ++j) {
+            ASSERT_EQ(count[j], static_cast<int>(columns[j].size())) << "column " << j << ", " << threads;
+        }
+    }
+}
+
 TEST_P(Elimination, APermutedGraphHasSortedLists)
 {
     const OwnedGraph g = graph();

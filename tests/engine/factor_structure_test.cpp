@@ -318,6 +318,20 @@ TEST(SupernodesOfSubgraphs, AnEmptySubgraphHasNone)
     EXPECT_EQ(supernodes[2].first, 2);
 }
 
+TEST(TreeHeight, IsThatOfTheEliminationTreeWhereverSupernodesAreCut)
+{
+    for (const unsigned seed : {1U, 2U, 3U, 4U, 5U}) {
+        const OwnedGraph g = randomGraph(60, 90, seed);
+        for (const int panelWidth : {1, 3, 100}) {
+            Pipeline p(g.view(), randomOrdering(60, seed), panelWidth);
+            std::vector<int> depth(61, 0), work(60);
+            for (std::size_t j = 60; j-- > 0;)
+                depth[j] = 1 + (p.parent[j] == kRoot ? 0 : depth[static_cast<std::size_t>(p.parent[j])]);
+            EXPECT_EQ(treeHeight(p.structure(), work), *std::ranges::max_element(depth));
+        }
+    }
+}
+
 TEST(ChunkOfSupernodes, IsAtLeastOneAndGrowsWithTheirNumber)
 {
     EXPECT_EQ(chunkOfSupernodes(0, 2), 1);

@@ -36,19 +36,6 @@ OwnedGraph clique(int n)
     return star(n, n);
 }
 
-OwnedGraph copies(const OwnedGraph& graph, int count)
-{
-    OwnedGraph all{{0}, {}};
-    const int n = graph.view().vertices();
-    for (int c = 0; c < count; ++c) {
-        for (int v = 0; v < n; ++v) {
-            for (const int u : graph.view().of(v)) all.neighbours.push_back(u + c * n);
-            all.starts.push_back(static_cast<int>(all.neighbours.size()));
-        }
-    }
-    return all;
-}
-
 // A grid whose first vertices are joined with all others.
 OwnedGraph gridWithDenseRows(int side, int dense)
 {

@@ -36,8 +36,19 @@ TEST(Subgraphs, RoomFollowsThePartTarget)
     EXPECT_EQ(subgraphNumbers(256), 1028);
     for (const int q : {1, 2, 256, 1024}) {
         std::vector<PositionRange> room(static_cast<std::size_t>(subgraphNumbers(q) / 2));
-        EXPECT_GE((SubgraphList{room, 0, 0}.mostParts()), q);
+        EXPECT_EQ((SubgraphList{room, 0, 0}.partsFor(q, 1 << 20)), q);
     }
+}
+
+TEST(Subgraphs, PartsHaveTwoVerticesEachAndFitWithTheirSeparators)
+{
+    std::vector<PositionRange> room(13);
+    const SubgraphList list{room, 0, 0};
+    EXPECT_EQ(list.partsFor(5, 100), 5);
+    EXPECT_EQ(list.partsFor(8, 100), 7); // with 6 separators
+    EXPECT_EQ(list.partsFor(5, 9), 4);
+    EXPECT_EQ(list.partsFor(5, 1), 1);
+    EXPECT_EQ(list.partsFor(-3, 100), 1);
 }
 
 TEST(Subgraphs, WellFormedMeansNonEmptyAndIncreasing)

@@ -65,6 +65,20 @@ inline OwnedGraph grid(int rows, int cols)
     return graphOf(rows * cols, set);
 }
 
+/// The graph `count` times, unconnected.
+inline OwnedGraph copies(const OwnedGraph& graph, int count)
+{
+    OwnedGraph all{{0}, {}};
+    const int n = graph.view().vertices();
+    for (int c = 0; c < count; ++c) {
+        for (int v = 0; v < n; ++v) {
+            for (const int u : graph.view().of(v)) all.neighbours.push_back(u + c * n);
+            all.starts.push_back(static_cast<int>(all.neighbours.size()));
+        }
+    }
+    return all;
+}
+
 struct OwnedOrdering {
     std::vector<int> positionOf, vertexAt;
 

@@ -154,6 +154,46 @@ TYPED_TEST(CsrmmTest, AColumnIsTheSameWhateverStandsBesideItAndHoweverManyThread
     }
 }
 
+// From 16 elements for each row of B on, whole panels of B are copied first: 4 columns of complex, 8 of real
+// cells.
+TYPED_TEST(CsrmmTest, ManyElementsForEachRowOfBAreMultipliedInPanelsOfAnyNumber)
+{
+    using Cell = TypeParam;
+    Source source(17);
+    for (const Shape shape : {Shape{20, 3}, {19, 3}, {60, 25}, {25, 60}}) {
+        const auto A = source.rows<Cell>(shape.rows, shape.cols, 1.0);
+        for (const int n : {1, 3, 4, 5, 7, 8, 9, 12, 16, 19}) {
+            for (const Cell beta : {Cell{0.0}, source.cell<Cell>()}) {
+                SCOPED_TRACE(::testing::Message() << shape << n);
+                expectProduct(source, "N", kGeneral, A, A.dense(), n, beta);
+            }
+        }
+    }
+}
+
+TYPED_TEST(CsrmmTest, AColumnIsTheSameAloneInAPanelAndWithoutMemoryForOne)
+{
+    using Cell = TypeParam;
+    Source source(18);
+    const int m = 60, k = 20, n = 19;
+    const auto A = source.rows<Cell>(m, k, 1.0);
+    const auto B = source.vector<Cell>(k * n), old = source.vector<Cell>(m * n);
+    std::vector<Cell> alone, together;
+    for (int c = 0; c < n; ++c) {
+        const std::vector<Cell> column(B.begin() + c * k, B.begin() + (c + 1) * k);
+        std::vector<Cell> result(old.begin() + c * m, old.begin() + (c + 1) * m);
+        csrmm<Cell>("N", kGeneral, A, 1, 1.5, column, k, 0.5, result, m);
+        alone.insert(alone.end(), result.begin(), result.end());
+    }
+    const int requests = failEachRequest(
+        [&] {
+            together = old;
+            csrmm<Cell>("N", kGeneral, A, n, 1.5, B, k, 0.5, together, m);
+        },
+        [&](bool) { EXPECT_EQ(together, alone); });
+    EXPECT_GE(requests, 1) << "no panel was copied";
+}
+
 TYPED_TEST(CsrmmTest, OtherDescriptorsAreLegalAndLeaveCAsItIs)
 {
     using Cell = TypeParam;

@@ -112,8 +112,8 @@ TYPED_TEST(ParametersTest, OfTheProductWithAVectorAreCheckedInOrder)
         {{.descriptor = "?UNF"}, 5},
         {{.trans = "", .k = 1}, 1},
     };
-    for (const auto& [call, position] : faults) {
-        EXPECT_EQ(printedBy([&] { this->csrmv(call); }), faultLine(position, name));
+    for (const auto& fault : faults) {
+        EXPECT_EQ(printedBy([&] { this->csrmv(fault.first); }), faultLine(fault.second, name));
         this->expectUntouched();
     }
     EXPECT_EQ(printedBy([&] { this->csrmv({}); }), "");
@@ -130,8 +130,8 @@ TYPED_TEST(ParametersTest, OfTheProductWithADenseMatrixAreCheckedInOrder)
         {{.k = -1, .descriptor = "?"}, 4},
         {{.descriptor = "S?NF"}, 6},
     };
-    for (const auto& [call, position] : faults) {
-        EXPECT_EQ(printedBy([&] { this->csrmm(call); }), faultLine(position, name));
+    for (const auto& fault : faults) {
+        EXPECT_EQ(printedBy([&] { this->csrmm(fault.first); }), faultLine(fault.second, name));
         this->expectUntouched();
     }
     EXPECT_EQ(printedBy([&] { this->csrmm({}); }), "");
@@ -149,8 +149,8 @@ TYPED_TEST(ParametersTest, OfTheSumAreCheckedInOrder)
         {{.request = 0, .n = -1, .nzmax = -1}, 5},
         {{.request = 0, .nzmax = -1}, 16},
     };
-    for (const auto& [call, position] : faults) {
-        EXPECT_EQ(printedBy([&] { this->csradd(call); }), faultLine(position, name));
+    for (const auto& fault : faults) {
+        EXPECT_EQ(printedBy([&] { this->csradd(fault.first); }), faultLine(fault.second, name));
         this->expectUntouched();
     }
     EXPECT_EQ(printedBy([&] { this->csradd({.request = 1, .nzmax = -1}); }), "") << "nzmax counts for 0 only";
@@ -168,8 +168,8 @@ TYPED_TEST(ParametersTest, OfTheSparseProductAreCheckedInOrder)
         {{.request = 0, .k = -1, .nzmax = -1}, 6},
         {{.request = 0, .nzmax = -1}, 16},
     };
-    for (const auto& [call, position] : faults) {
-        EXPECT_EQ(printedBy([&] { this->csrmultcsr(call); }), faultLine(position, name));
+    for (const auto& fault : faults) {
+        EXPECT_EQ(printedBy([&] { this->csrmultcsr(fault.first); }), faultLine(fault.second, name));
         this->expectUntouched();
     }
     EXPECT_EQ(printedBy([&] { this->csrmultcsr({.request = 1, .nzmax = -1}); }), "");

@@ -326,4 +326,31 @@ int failEachRequest(Operation operation, Judge judge)
     }
 }
 
+/// A pass of a kernel with each request for memory failing in turn: it passes, or says so in `info` and
+/// touches nothing. pass(c, jc, ic, info) is the kernel with all else bound, `expected` the result. Returns
+/// the number of requests. The pool's own table may fail without harm: the request then goes to the system.
+template <class Cell, class Pass>
+int expectUntouchedWithoutMemory(int request, const Rows<Cell>& expected, Pass pass)
+{
+    const std::vector<int> icBefore = request == 1 ? std::vector<int>(expected.ia.size(), -7) : expected.ia;
+    std::vector<int> ic, jc;
+    std::vector<Cell> c;
+    int info = 0;
+    return failEachRequest(
+        [&] {
+            ic = icBefore;
+            jc.assign(expected.ja.size(), -7);
+            c.assign(expected.a.size(), Cell{-7.0});
+            info = 55;
+            pass(c.data(), jc.data(), ic.data(), info);
+        },
+        [&](bool failed) {
+            const bool passed = !failed || info == 0, filled = passed && request == 2;
+            EXPECT_EQ(info, passed ? 0 : detail::kNoMemory);
+            EXPECT_EQ(ic, passed ? expected.ia : icBefore);
+            EXPECT_EQ(jc, filled ? expected.ja : std::vector<int>(jc.size(), -7));
+            EXPECT_EQ(c, filled ? expected.a : std::vector<Cell>(c.size(), Cell{-7.0}));
+        });
+}
+
 } // namespace Velmar::Lintrix::testing

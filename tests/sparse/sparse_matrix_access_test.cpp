@@ -2,6 +2,8 @@
 
 #include "tests/sparse/sparse_support.h"
 
+#include <lintrix/sparse/detail/sizes.h>
+
 #include <climits>
 #include <map>
 #include <string>
@@ -209,6 +211,15 @@ TEST(SparseMatrixGrowth, NewCapacityIsTheProductRoundedToEven)
     EXPECT_EQ(grown(10, 1.25F), 12); // 12.5
     EXPECT_EQ(grown(10, 1.3F), 13);
     EXPECT_EQ(grown(10, 4.0F), 40);
+}
+
+// By contract: from 2^24 on it may be another number than the capacity.
+TEST(SparseMatrixGrowth, TheCapacityIsNarrowedToSinglePrecisionFirst)
+{
+    EXPECT_EQ(detail::grownCapacity(2.0F, 16777217), 33554432);
+    EXPECT_EQ(detail::grownCapacity(1.0F, 16777219), 16777220);
+    EXPECT_EQ(detail::grownCapacity(1.2F, 100), 120);
+    EXPECT_EQ(detail::grownCapacity(4.0F, 536870912), INT_MIN) << "one slot more counts then";
 }
 
 TEST(SparseMatrixGrowth, FullEmptyArraysGrow)

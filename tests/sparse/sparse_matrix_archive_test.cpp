@@ -201,6 +201,59 @@ TEST(SparseMatrixData, ObjectThatKeptRefusedSizesReadsNothingThatIsNotThere)
     }
 }
 
+// The smallest block has room for four row pointers, however few there are.
+TEST(SparseMatrixData, RefusedRowCountWithinTheSmallestBlockReadsEmptyRows)
+{
+    const Bytes form = SparseMatrix(Matrix{{1.0, 2.0}}).Data();
+    SparseMatrix other, taken, restored = FromArchive<SparseMatrix>(ToArchive(SparseMatrix(1, true)));
+    other.FillRandom(1.0);
+    taken.Data(form);
+    SparseMatrix shrunk(9, 1, 9);
+    for (int r = 0; r < 9; ++r) shrunk(r, 0) = r;
+    shrunk.Rows(1);
+    shrunk.Capacity(0);
+    SparseMatrix made[] = {SparseMatrix(),
+                           SparseMatrix(1, true),
+                           SparseMatrix(Matrix{{1.0, 2.0}}),
+                           SparseMatrix({3.0}, {0, 1}, {4}),
+                           SparseMatrix(Matrix{{1.0}}).Transpose(),
+                           SparseMatrix(Matrix{{1.0, 2.0}}).Clone(),
+                           other,
+                           taken,
+                           restored,
+                           shrunk};
+    for (SparseMatrix& A : made) {
+        const std::int32_t elements = A.NumElements();
+        Bytes data(8);
+        put(data, 0, 3);
+        EXPECT_THROW(A.Data(data), InvalidSizeException);
+        EXPECT_EQ(A.Rows(), 3);
+        EXPECT_EQ(A.NumElements(), elements);
+        EXPECT_THAT(startsOf(A), ElementsAre(1, elements + 1, elements + 1, elements + 1));
+    }
+}
+
+TEST(SparseMatrixData, ElementsThatLostTheirColumnsDoNotComeBackBehindTheLast)
+{
+    for (const bool symmetric : {false, true}) {
+        for (const bool byRows : {false, true}) {
+            if (byRows && !symmetric) continue; // the columns do not follow
+            SparseMatrix A(3, symmetric);
+            A(0, 1) = 5.0;
+            A(0, 2) = 7.0;
+            Bytes data(8);
+            put(data, 0, 3);
+            EXPECT_THROW(A.Data(data), InvalidSizeException);
+            EXPECT_EQ(A.Cols(), 0);
+            EXPECT_EQ(A.NumElements(), symmetric ? 5 : 2) << "the arrays are old";
+            byRows ? A.Rows(2) : A.Cols(2);
+            EXPECT_EQ(A.Cols(), 2);
+            EXPECT_EQ(A(0, 1), 5.0);
+            expectCompressedRows(A);
+        }
+    }
+}
+
 TEST(SparseMatrixData, SymmetricTargetRefusesAFormThatIsNotSquare)
 {
     SparseMatrix A(2, true);

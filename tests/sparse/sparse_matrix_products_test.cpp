@@ -172,6 +172,26 @@ TEST(SparseMatrixProducts, TheNamedFormTellsWhatTheOperatorDoesNot)
     EXPECT_TRUE(identical(SparseMatrix::Multiply(A, counted(3, 4)), A * counted(3, 4)));
 }
 
+// 2^32 cells, which wrap to none.
+TEST(SparseMatrixProducts, AResultOfMoreCellsThanAMatrixCountsIsRefused)
+{
+    const SparseMatrix A(65536, 1);
+    const Matrix B(1, 65536);
+    expectRefusedUnallocated<InvalidSizeException>(kInvalidSize, [&] { A* B; });
+    expectRefusedUnallocated<InvalidSizeException>(kInvalidSize, [&] { SparseMatrix::Multiply(A, B); });
+}
+
+TEST(SparseMatrixProducts, AMatrixWithoutRowsHasNoProduct)
+{
+    if (detail::kHardened) return; // a size of 0 is refused when it is set
+    SparseMatrix A(2, 3);
+    A.Rows(0);
+    const Matrix B = counted(3, 2);
+    const Vector x = counted(3);
+    expectRefusedUnallocated<InvalidSizeException>(kInvalidSize, [&] { A* B; });
+    expectRefusedUnallocated<InvalidSizeException>(kInvalidSize, [&] { A* x; });
+}
+
 TEST(SparseMatrixProducts, DenseOperandsOfWrongShapeAreRefusedAndTheTargetStays)
 {
     const SparseMatrix A(2, 3);

@@ -1,6 +1,7 @@
 // Text form of SparseMatrix.
 
 #include "tests/sparse/random_pattern.h"
+#include "tests/support/comma_locale.h"
 
 #include <lintrix/foundation/number_format.h>
 #include <lintrix/services/hardening.h>
@@ -13,18 +14,6 @@ namespace Velmar::Lintrix {
 namespace {
 
 using namespace Velmar::Lintrix::testing;
-
-class Comma : public std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
-const std::locale& comma()
-{
-    static const std::locale locale(std::locale::classic(), new Comma);
-    return locale;
-}
 
 // [ 1 . ]
 // [ . 2 ]
@@ -166,6 +155,19 @@ TEST(SparseMatrixText, AnyMatrixMarkedSymmetricPrintsAsItemReadsIt)
         A.Symmetric(true);
         expectPlainText(A);
     }
+}
+
+TEST(SparseMatrixText, AMatrixWithoutColumnsFailsAtItsLastColumnAndOneWithoutRowsIsItsEnd)
+{
+    if (detail::kHardened) return; // sizes below 1 are refused when they are set
+    for (const int cols : {0, -1, INT32_MIN}) {
+        SparseMatrix A = diagonal();
+        A.Cols(cols);
+        expectFailure<IndexOutOfBoundsException>([&] { A.ToString(); }, "Column index exceeds matrix size.");
+    }
+    SparseMatrix A = diagonal();
+    A.Rows(0);
+    EXPECT_EQ(A.ToString(), " |\n");
 }
 
 TEST(SparseMatrixText, ATallMatrixMarkedSymmetricFailsAtTheFirstElementWithoutMirrorImage)

@@ -22,7 +22,7 @@ SolveReport sample()
     report.entries = 6;
     report.rightHands = 1;
     report.road = "QR (least squares)";
-    report.status = "solved";
+    report.status = "accurate";
     report.seconds.finish("read");
     report.seconds.finish("solve");
     report.residual = 1.25e-16;
@@ -39,7 +39,7 @@ TEST(TextReport, SaysEachFactOnALine)
                                               "entries           6\n"
                                               "right-hand sides  1\n"
                                               "road              QR (least squares)\n"
-                                              "status            solved\n"
+                                              "status            accurate\n"
                                               "seconds           read T, solve T, total T\n"
                                               "scaled residual   1.250e-16\n"
                                               "normal equations  2.000e-17\n"
@@ -73,8 +73,61 @@ TEST(JsonReport, IsOneLineWithTheKeysInOrder)
               "\"road\": \"QR (least "
               "squares)\", \"seconds\": {\"read\": T, \"solve\": T, \"total\": T}, \"residual\": 1.25e-16, "
               "\"normal_residual\": 2e-17, \"max_error\": 5e-16, \"probe_error\": 1e-15, \"status\": "
-              "\"solved\"}\n");
+              "\"accurate\", \"reason\": null, \"ordering\": null, \"tried\": [], \"factor_entries\": null, "
+              "\"perturbed_pivots\": null, \"refinement_steps\": null}\n");
     EXPECT_NO_THROW(parseJson(asJson(sample())));
+}
+
+/// A sample of the direct solver, on its second road.
+SolveReport directSample()
+{
+    SolveReport report = sample();
+    report.road = "sparse LDL'";
+    report.status = "degraded";
+    report.reason = "2 perturbed pivots";
+    report.ordering = "minimum degree";
+    report.tried = {"sparse Cholesky: not positive definite, pivot 3"};
+    report.factorEntries = 12;
+    report.perturbedPivots = 2;
+    report.refinementSteps = 1;
+    return report;
+}
+
+TEST(TextReport, TellsWhatTheDirectSolverDid)
+{
+    const std::string text = withoutTimes(asText(directSample()));
+    EXPECT_EQ(text.substr(text.find("road"), text.find("seconds") - text.find("road")),
+              "road              sparse LDL'\n"
+              "ordering          minimum degree\n"
+              "factor entries    12\n"
+              "perturbed pivots  2\n"
+              "tried before      sparse Cholesky: not positive definite, pivot 3\n"
+              "status            degraded, 2 perturbed pivots\n");
+}
+
+TEST(JsonReport, TellsWhatTheDirectSolverDid)
+{
+    const Json json = parseJson(asJson(directSample()));
+    EXPECT_EQ(json["status"].text(), "degraded");
+    EXPECT_EQ(json["reason"].text(), "2 perturbed pivots");
+    EXPECT_EQ(json["ordering"].text(), "minimum degree");
+    EXPECT_EQ(json["factor_entries"].number(), 12);
+    EXPECT_EQ(json["perturbed_pivots"].number(), 2);
+    EXPECT_EQ(json["refinement_steps"].number(), 1);
+    const std::string text = asJson(directSample());
+    EXPECT_NE(text.find("\"tried\": [\"sparse Cholesky: not positive definite, pivot 3\"]"),
+              std::string::npos);
+}
+
+TEST(StepTimes, AStepThatComesAgainIsAddedUp)
+{
+    StepTimes times;
+    times.finish("solve");
+    times.finish("check");
+    times.finish("solve");
+    ASSERT_EQ(times.steps().size(), 2U);
+    EXPECT_EQ(times.steps()[0].first, "solve");
+    EXPECT_EQ(times.steps()[1].first, "check");
 }
 
 TEST(JsonReport, WhatIsMissingOrNotFiniteIsNull)

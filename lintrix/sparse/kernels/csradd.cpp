@@ -30,7 +30,7 @@ int unionSize(const int* a, int aCount, const int* b, int bCount)
             ++p, ++q, ++common;
         }
     }
-    return aCount + bCount - common;
+    return aCount - common + bCount;
 }
 
 /// Where the elements of C go.

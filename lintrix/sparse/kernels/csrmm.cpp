@@ -3,10 +3,13 @@
 #include <lintrix/sparse/kernels/dense_operand.h>
 #include <lintrix/sparse/kernels/kernels.h>
 #include <lintrix/sparse/kernels/parameter_check.h>
+#include <lintrix/sparse/kernels/scratch.h>
 #include <lintrix/sparse/kernels/thread_plan.h>
 
 #include <lintrix/services/threads.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 namespace Velmar::Lintrix::detail {
@@ -44,11 +47,34 @@ void forColumnBlocks(const Blocks& blocks, Work work)
     for (int block = 0; block < blocks.count; ++block) work(blocks.first(block), blocks.last(block));
 }
 
+/// Columns first .. last-1 of B in panels as wide as a cache line, each copied so that a row of it is one
+/// line: wherever an element of A points to, its products take one access to memory and not one for each
+/// column. The copy pays from so many elements for each row of B on, whatever their pattern. Returns the
+/// first column that is left, since it fills no panel, or the copy does not pay, or there is no memory for
+/// it.
+template <class Cell, class Scaling>
+int multiplyPacked(const Product<Cell>& p, int first, int last, Scaling scaled)
+{
+    constexpr int kWidth = 64 / sizeof(Cell);
+    constexpr std::int64_t kElementsThatPay = 16;
+    const std::int64_t elements = p.m == 0 ? 0 : p.A.ends[p.m - 1] - p.A.starts[0];
+    if (last - first < kWidth || elements < kElementsThatPay * p.k) return first;
+    const Scratch<Cell> packed(static_cast<std::size_t>(p.k) * kWidth);
+    if (!packed.isThere()) return first;
+    for (; last - first >= kWidth; first += kWidth) {
+        pack(p.bFrom(first), p.k, PackedPanel<Cell, kWidth>{packed.get()});
+        gatherRows<kWidth, 1>(p.A, 0, p.m, p.alpha, PackedPanel<const Cell, kWidth>{packed.get()},
+                              p.cFrom(first), scaled);
+    }
+    return first;
+}
+
 template <class Cell>
 void multiply(const Product<Cell>& p, const Blocks& blocks)
 {
     withScaling(p.beta, [&](auto scaled) {
         forColumnBlocks(blocks, [&](int first, int last) {
+            first = multiplyPacked(p, first, last, scaled);
             forPanels(first, last, [&](int column, auto width) {
                 gatherRows<width, 1>(p.A, 0, p.m, p.alpha, p.bFrom(column), p.cFrom(column), scaled);
             });

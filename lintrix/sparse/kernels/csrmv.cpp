@@ -53,15 +53,14 @@ void multiplyTransposed(const Product<Cell>& p, bool conjugate)
     });
 }
 
-/// Rows of a block of a stored triangle, straight into y, all of which from the block's first row on is
-/// scaled.
+/// The first `rows` rows of a stored triangle, straight into y, all of which is scaled.
 template <bool Conjugate, class Cell>
-void symmetricIntoY(const Product<Cell>& p, int first, int last)
+void symmetricIntoY(const Product<Cell>& p, int rows)
 {
-    const Panel<Cell> y{p.y + first, 0};
     withScaling(p.beta, [&](auto scaled) {
-        const int ready = symmetricRows<1, Conjugate>(p.A, first, last, p.m, p.alpha, p.xPanel(), y, scaled);
-        scaleRows<1>(y, ready - first, p.m - first, scaled);
+        const int ready =
+            symmetricRows<1, Conjugate>(p.A, 0, rows, p.m, p.alpha, p.xPanel(), p.yPanel(), scaled);
+        scaleRows<1>(p.yPanel(), ready, p.m, scaled);
     });
 }
 
@@ -120,11 +119,11 @@ private:
         for (int block = 0; block < blocks_.count; ++block) {
             const int first = blocks_.first(block), last = blocks_.last(block);
             if (block == 0) {
-                symmetricIntoY<Conjugate>(p_, first, last);
+                symmetricIntoY<Conjugate>(p_, last);
             } else {
                 Share& share = shares_[block];
                 share.last = symmetricRows<1, Conjugate>(p_.A, first, last, p_.m, p_.alpha, p_.xPanel(),
-                                                         Panel<Cell>{share.cells, 0},
+                                                         Panel<Cell>{share.cells - first, 0},
                                                          [](const Cell&) { return Cell{0.0}; });
             }
         }
@@ -172,7 +171,7 @@ void multiplySymmetric(const Product<Cell>& p, bool conjugate)
     const SymmetricPlan plan = planSymmetric(p.m, MKL_Get_Max_Threads(), MKL_Get_Dynamic() != 0);
     withConjugation<Cell>(conjugate, [&](auto conjugated) {
         if (plan.blocks.count > 1 && SymmetricTeam<conjugated, Cell>(p, plan).run()) return;
-        symmetricIntoY<conjugated>(p, 0, p.m);
+        symmetricIntoY<conjugated>(p, p.m);
     });
 }
 

@@ -30,6 +30,23 @@ struct Panel {
     Cell& operator()(std::ptrdiff_t row, int column) const { return cells[row + column * stride]; }
 };
 
+/// Columns of a dense matrix side by side, the cells of a row next to each other.
+template <class Cell, int Width>
+struct PackedPanel {
+    Cell* cells;
+
+    Cell& operator()(std::ptrdiff_t row, int column) const { return cells[row * Width + column]; }
+};
+
+/// Copies `rows` rows of a panel.
+template <int Width, class Cell>
+void pack(Panel<const Cell> from, int rows, PackedPanel<Cell, Width> to)
+{
+    for (int i = 0; i < rows; ++i) {
+        for (int w = 0; w < Width; ++w) to(i, w) = from(i, w);
+    }
+}
+
 /// Rows first .. last-1 of y := scaled(y).
 template <int Width, class Cell, class Scaling>
 void scaleRows(Panel<Cell> y, int first, int last, Scaling scaled)
@@ -42,9 +59,9 @@ void scaleRows(Panel<Cell> y, int first, int last, Scaling scaled)
 /// Rows first .. last-1 of y := scaled(y) + alpha*A*x. The elements of a row go to `Chains` sums, 1 or 2, in
 /// turn: in a single column one long chain of additions would wait for each of them, while a wider panel has
 /// chains enough.
-template <int Width, int Chains, class Cell, class Scaling>
-void gatherRows(CompressedRows<Cell> A, int first, int last, const Cell alpha, Panel<const Cell> x,
-                Panel<Cell> y, Scaling scaled)
+template <int Width, int Chains, class Cell, class Source, class Scaling>
+void gatherRows(CompressedRows<Cell> A, int first, int last, const Cell alpha, Source x, Panel<Cell> y,
+                Scaling scaled)
 {
     static_assert(Chains == 1 || Chains == 2);
     for (int i = first; i < last; ++i) {
@@ -88,30 +105,28 @@ void scatterRows(CompressedRows<Cell> A, int rows, const Cell alpha, Panel<const
 /// What rows first .. last-1 of a stored upper triangle give to y := scaled(y) + alpha*A*x, where A is the
 /// full symmetric matrix of `size` rows. Elements below the diagonal are skipped; columns ascend.
 ///
-/// Row 0 of the panel y is row `first` of the result, the smallest row that is written to. y is scaled a
-/// little ahead of the additions, while it comes into the cache anyway. Returns the row up to which it is
-/// scaled; behind that, y is as it was.
+/// Rows `first` and up of y are written to, no others. y is scaled a little ahead of the additions, while it
+/// comes into the cache anyway. Returns the row up to which it is scaled; behind that, y is as it was.
 template <int Width, bool Conjugate, class Cell, class Scaling>
 int symmetricRows(CompressedRows<Cell> A, int first, int last, int size, const Cell alpha,
                   Panel<const Cell> x, Panel<Cell> y, Scaling scaled)
 {
     constexpr int kAhead = 256;
-    const Panel<Cell> result{y.cells - first, y.stride}; // rows by their own numbers
     int ready = first;
     for (int i = first; i < last; ++i) {
         const int row = i + 1; // one-based, as the columns are
-        const std::ptrdiff_t end = A.ends[i] - 1;
-        std::ptrdiff_t p = A.starts[i] - 1;
-        const int reach = p < end ? std::max(A.columns[end - 1], row) : row;
+        const std::ptrdiff_t end = std::ptrdiff_t{A.ends[i]} - 1;
+        std::ptrdiff_t p = std::ptrdiff_t{A.starts[i]} - 1;
+        while (p < end && A.columns[p] < row) [[unlikely]]++ p;
+        const int reach = p < end ? A.columns[end - 1] : row;
         if (reach > ready) [[unlikely]] {
             const int upTo = reach < size - kAhead ? reach + kAhead : size;
-            scaleRows<Width>(result, ready, upTo, scaled);
+            scaleRows<Width>(y, ready, upTo, scaled);
             ready = upTo;
         }
         Cell scaledX[Width], sums[Width] = {};
         for (int w = 0; w < Width; ++w) scaledX[w] = times(alpha, x(i, w));
-        while (p < end && A.columns[p] < row) ++p;
-        if (p < end && A.columns[p] == row) {
+        if (p < end && A.columns[p] == row) [[likely]] {
             const Cell value = conjugatedIf<Conjugate>(A.values[p++]);
             for (int w = 0; w < Width; ++w) sums[w] = times(value, x(i, w));
         }
@@ -119,11 +134,11 @@ int symmetricRows(CompressedRows<Cell> A, int first, int last, int size, const C
             const std::ptrdiff_t j = std::ptrdiff_t{A.columns[p]} - 1;
             const Cell value = conjugatedIf<Conjugate>(A.values[p]);
             for (int w = 0; w < Width; ++w) {
-                result(j, w) += times(scaledX[w], value);
                 sums[w] += times(value, x(j, w));
+                y(j, w) += times(scaledX[w], value);
             }
         }
-        for (int w = 0; w < Width; ++w) result(i, w) += times(alpha, sums[w]);
+        for (int w = 0; w < Width; ++w) y(i, w) += times(alpha, sums[w]);
     }
     return ready;
 }

@@ -51,7 +51,8 @@ LINTRIX_TESTABLE void mkl_zcsrmv(const char* transa, const int& m, const int& k,
 
 /// @name C := alpha*op(A)*B + beta*C
 /// A is m x k before op, B and C have n columns, `ldb` and `ldc` apart. Column blocks in parallel if
-/// threads*200 < n.
+/// threads*200 < n. "G" and "N" with at least 16*k elements copies k cells of 64/sizeof(cell) columns of B at
+/// a time into scratch from the buffer pool, if there is memory for it; the result is the same bit by bit.
 /// @{
 LINTRIX_TESTABLE void mkl_dcsrmm(const char* transa, const int& m, const int& n, const int& k,
                                  const double& alpha, const char* descriptor, const double* values,

@@ -1,0 +1,146 @@
+#include <lintrix/engine/direct_solve.h>
+
+#include <lintrix/engine/scalar.h>
+
+#include <algorithm>
+#include <complex>
+#include <cstddef>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+// Right-hand sides that one pass over the factor takes along, so that every thread has some.
+template <class T>
+int sidesPerBlock(int count, int threads)
+{
+    const int share = (count + threads - 1) / threads;
+    return std::clamp(share, 1, kSidesAtOnce<T>);
+}
+
+bool includes(SolvePart whole, SolvePart part)
+{
+    return whole == SolvePart::All || whole == part;
+}
+
+// The whole solve divides by D on its way back.
+BeforeTriangle beforeTriangle(SolvePart part)
+{
+    return part == SolvePart::All ? BeforeTriangle::DivideByD : BeforeTriangle::Nothing;
+}
+
+bool splitsByParts(const SupernodeParts& parts, int threads, int count)
+{
+    return count == 1 && threads > 1 && parts.canSplit();
+}
+
+// One side of the system: the place of equation (or unknown) i, and its factor.
+struct Frame {
+    std::span<const int> positionOf, standsFor;
+    std::span<const double> scale;
+
+    int position(int i) const { return positionOf[standsFor.empty() ? i : standsFor[i]]; }
+    template <class T>
+    T scaled(int i, T value) const
+    {
+        return scale.empty() ? value : value * static_cast<RealOf<T>>(scale[i]);
+    }
+};
+
+// Equations of A, or unknowns of A: the transposed system exchanges them.
+Frame frameOf(const SystemFrame& frame, bool equations)
+{
+    return equations ? Frame{frame.positionOf, frame.columnOfRow, frame.rowScale}
+                     : Frame{frame.positionOf, {}, frame.columnScale};
+}
+
+} // namespace
+
+template <class T>
+std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const SupernodeParts& parts, int threads,
+                                      int count) noexcept
+{
+    const int sides = sidesPerBlock<T>(count, threads);
+    const std::int64_t blocks = (count + sides - 1) / sides;
+    const std::int64_t cells = factor.order() * blocks * sidesTaken<T>(sides);
+    return cells +
+           (splitsByParts(parts, threads, count) ? PartedSubstitution<T>::workSize(factor, parts) : 0);
+}
+
+template <class T>
+void DirectSolve<T>::bring(const T* b, int count, bool permutes, const RightSides<T>& y) const
+{
+    const int n = factor_.order();
+    const Frame frame = frameOf(frame_, !transposed_);
+    const bool splits = y.count == 1 && threads_ > 1; // several sides keep the threads busy as blocks
+#pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
+    for (int i = 0; i < n; ++i) {
+        T* const to = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
+        for (int c = 0; c < count; ++c) {
+            const T value = b[i + std::ptrdiff_t{n} * c];
+            to[c] = permutes ? frame.scaled(i, value) : value;
+        }
+        std::fill(to + count, to + y.count, T(0));
+    }
+}
+
+template <class T>
+void DirectSolve<T>::takeBack(const RightSides<T>& y, int count, bool permutes, T* x) const
+{
+    const int n = factor_.order();
+    const Frame frame = frameOf(frame_, transposed_);
+    const bool splits = y.count == 1 && threads_ > 1;
+#pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
+    for (int i = 0; i < n; ++i) {
+        const T* const from = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
+        for (int c = 0; c < count; ++c) {
+            x[i + std::ptrdiff_t{n} * c] = permutes ? frame.scaled(i, from[c]) : from[c];
+        }
+    }
+}
+
+template <class T>
+void DirectSolve<T>::solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const
+{
+    const SupernodeRange everything{0, factor_.structure.supernodes() - 1};
+    bring(b, count, includes(part, SolvePart::Forward), y);
+    if (includes(part, SolvePart::Forward)) substituteForward(factor_, transposed_, y, everything);
+    if (part == SolvePart::Diagonal) substituteDiagonal(factor_, y, everything);
+    if (includes(part, SolvePart::Backward)) {
+        substituteBackward(factor_, transposed_, y, everything, beforeTriangle(part));
+    }
+    takeBack(y, count, includes(part, SolvePart::Backward), x);
+}
+
+template <class T>
+void DirectSolve<T>::solveByParts(const T* b, T* x, SolvePart part) const
+{
+    const RightSides<T> y{work_, 1};
+    const PartedSubstitution<T> substitution(factor_, parts_, threads_, work_, work_ + factor_.order());
+    bring(b, 1, includes(part, SolvePart::Forward), y);
+    if (includes(part, SolvePart::Forward)) substitution.forward(transposed_);
+    if (part == SolvePart::Diagonal) substitution.diagonal();
+    if (includes(part, SolvePart::Backward)) substitution.backward(transposed_, beforeTriangle(part));
+    takeBack(y, 1, includes(part, SolvePart::Backward), x);
+}
+
+template <class T>
+void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
+{
+    if (splitsByParts(parts_, threads_, count)) return solveByParts(b, x, part);
+    const std::ptrdiff_t n = factor_.order();
+    const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
+    const int blocks = (count + sides - 1) / sides, busy = std::min(threads_, blocks);
+#pragma omp parallel for schedule(static, 1) num_threads(busy) if (busy > 1)
+    for (int block = 0; block < blocks; ++block) {
+        const int first = block * sides, own = std::min(sides, count - first);
+        solveBlock(b + n * first, x + n * first, own, part, {work_ + n * taken * block, taken});
+    }
+}
+
+template class DirectSolve<float>;
+template class DirectSolve<double>;
+template class DirectSolve<std::complex<float>>;
+template class DirectSolve<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail::engine

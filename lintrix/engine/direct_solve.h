@@ -1,0 +1,65 @@
+#pragma once
+/// @file
+/// From right-hand sides to solutions with a stored factor: permute, scale, substitute, scale, permute back.
+
+#include <lintrix/engine/parted_substitution.h>
+#include <lintrix/engine/substitution.h>
+#include <lintrix/services/export.h>
+
+#include <cstdint>
+#include <span>
+
+namespace Velmar::Lintrix::detail::engine {
+
+/// Where the equations and unknowns of A stand in the elimination order, and their factors. The factor is
+/// that of the matrix with r_i a_ij c_j at (rowPosition(i), positionOf[j]).
+struct SystemFrame {
+    std::span<const int> positionOf;  ///< of unknown j
+    std::span<const int> columnOfRow; ///< row i stands where unknown columnOfRow[i] does; empty: where i does
+    std::span<const double> rowScale; ///< r; empty: all 1
+    std::span<const double> columnScale; ///< c; empty: all 1
+};
+
+/// What of a solve is done.
+enum class SolvePart : int {
+    All = 0,
+    Forward = 1,  ///< permutation, scaling and forward substitution
+    Diagonal = 2, ///<
+    Backward = 3  ///< backward substitution, scaling and permutation
+};
+
+/// Solves op(A) X = B. Between its parts, vectors stand in elimination order and scaled.
+template <class T>
+class LINTRIX_TESTABLE DirectSolve {
+public:
+    /// Without parts (an empty list) nothing is split. `work` has workSize() elements and belongs to this
+    /// alone.
+    DirectSolve(const StoredFactor<T>& factor, const SystemFrame& frame, const SupernodeParts& parts,
+                bool transposed, int threads, T* work) noexcept
+        : factor_(factor), frame_(frame), parts_(parts), transposed_(transposed), threads_(threads),
+          work_(work)
+    {
+    }
+    static std::int64_t workSize(const StoredFactor<T>& factor, const SupernodeParts& parts, int threads,
+                                 int count) noexcept;
+
+    /// `b` and `x` are n x count, column after column, and may be the same. Several right-hand sides are
+    /// dealt out to the threads in blocks, each of which passes over the factor once. One alone is solved by
+    /// parts where there are several, else by one thread.
+    void solve(const T* b, T* x, int count, SolvePart part = SolvePart::All) const;
+
+private:
+    void solveByParts(const T* b, T* x, SolvePart part) const;
+    void solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const;
+    void bring(const T* b, int count, bool permutes, const RightSides<T>& y) const;
+    void takeBack(const RightSides<T>& y, int count, bool permutes, T* x) const;
+
+    StoredFactor<T> factor_;
+    SystemFrame frame_;
+    SupernodeParts parts_;
+    bool transposed_;
+    int threads_;
+    T* work_;
+};
+
+} // namespace Velmar::Lintrix::detail::engine

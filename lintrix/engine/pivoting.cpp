@@ -1,0 +1,291 @@
+#include <lintrix/engine/pivoting.h>
+
+#include <algorithm>
+#include <complex>
+#include <cstddef>
+#include <utility>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+template <class T>
+class Block {
+public:
+    Block(T* cells, int ld, int w) : cells_(cells), ld_(ld), w_(w) {}
+    T& operator()(int i, int j) const { return cells_[i + std::ptrdiff_t{ld_} * j]; }
+    T* column(int j) const { return cells_ + std::ptrdiff_t{ld_} * j; }
+    int width() const { return w_; }
+
+private:
+    T* cells_;
+    int ld_, w_;
+};
+
+template <class T>
+bool isNegative(T value)
+{
+    return realPart(value) < 0;
+}
+
+// The pivot that is used in place of `value`.
+template <class T>
+T sufficient(T value, RealOf<T> eps, PivotCounts& counts)
+{
+    if (!(eps >= magnitude(value))) return value;
+    ++counts.perturbed;
+    return isNegative(value) ? T(-eps) : T(eps);
+}
+
+template <class T>
+RealOf<T> threshold(double eps, double standard)
+{
+    const auto told = static_cast<RealOf<T>>(std::abs(eps)); // 0, too, where T does not hold it
+    return told == 0 ? static_cast<RealOf<T>>(standard) : told;
+}
+
+struct Place {
+    int row, column;
+};
+
+template <class T>
+RealOf<T> largestInColumn(const T* column, int from, int to, RealOf<T> largest)
+{
+    for (int i = from; i < to; ++i) largest = std::max(largest, magnitude(column[i]));
+    return largest;
+}
+
+// The last place, in column order, of magnitude `largest` among rows and columns from k on.
+template <class T>
+Place lastOf(RealOf<T> largest, const Block<T>& a, int k)
+{
+    for (int j = a.width() - 1; j > k; --j) {
+        const T* const column = a.column(j);
+        for (int i = a.width() - 1; i >= k; --i) {
+            if (magnitude(column[i]) == largest) return {i, j};
+        }
+    }
+    int row = a.width() - 1;
+    while (row > k && magnitude(a(row, k)) != largest) --row;
+    return {row, k};
+}
+
+template <class T>
+void exchange(const Block<T>& a, int k, Place with)
+{
+    if (with.row != k) {
+        for (int j = 0; j < a.width(); ++j) std::swap(a(k, j), a(with.row, j));
+    }
+    if (with.column != k) std::swap_ranges(a.column(k), a.column(k) + a.width(), a.column(with.column));
+}
+
+// Column k becomes L's; the rest of the block loses the product of column and row k. Returns the largest
+// magnitude that is left.
+template <class T>
+RealOf<T> eliminate(const Block<T>& a, int k)
+{
+    T* const pivotColumn = a.column(k);
+    const T inverse = T(1) / pivotColumn[k];
+    for (int i = k + 1; i < a.width(); ++i) pivotColumn[i] = product(pivotColumn[i], inverse);
+    RealOf<T> largest = 0;
+    for (int j = k + 1; j < a.width(); ++j) {
+        T* const column = a.column(j);
+        const T u = column[k];
+        for (int i = k + 1; i < a.width(); ++i) {
+            column[i] -= product(pivotColumn[i], u);
+            largest = std::max(largest, magnitude(column[i]));
+        }
+    }
+    return largest;
+}
+
+// Exchanges rows and columns k < r of a matrix of which the lower triangle is kept: L's rows so far, and what
+// is still to do.
+template <class T>
+void exchangeSymmetrically(const Block<T>& a, int k, int r, bool hermitian)
+{
+    if (k == r) return;
+    for (int j = 0; j < k; ++j) std::swap(a(k, j), a(r, j));
+    std::swap(a(k, k), a(r, r));
+    for (int i = k + 1; i < r; ++i) {
+        const T kept = conjugate(a(i, k), hermitian);
+        a(i, k) = conjugate(a(r, i), hermitian);
+        a(r, i) = kept;
+    }
+    a(r, k) = conjugate(a(r, k), hermitian);
+    for (int i = r + 1; i < a.width(); ++i) std::swap(a(i, k), a(i, r));
+}
+
+template <class T>
+void countSign(T pivot, bool signsMean, PivotCounts& counts)
+{
+    if (!signsMean) return;
+    ++(isNegative(pivot) ? counts.negative : counts.positive);
+}
+
+// A 1 x 1 pivot at k: column k becomes L's, the lower triangle behind it is updated.
+template <class T>
+void eliminateOne(const Block<T>& a, int k, bool hermitian)
+{
+    T* const l = a.column(k);
+    const T inverse = T(1) / l[k];
+    for (int j = k + 1; j < a.width(); ++j) {
+        T* const column = a.column(j);
+        const T factor = product(conjugate(l[j], hermitian), inverse);
+        for (int i = j; i < a.width(); ++i) column[i] -= product(l[i], factor);
+    }
+    for (int i = k + 1; i < a.width(); ++i) l[i] = product(l[i], inverse);
+}
+
+// A 2 x 2 pivot at k, k + 1. With D = (d0 conj(o); o d1), columns (x, y) become (x, y)*inv(D).
+template <class T>
+void eliminateTwo(const Block<T>& a, int k, bool hermitian)
+{
+    T *const x = a.column(k), *const y = a.column(k + 1);
+    const T d0 = x[k], off = x[k + 1], d1 = y[k + 1], mirrored = conjugate(off, hermitian);
+    const T determinant = product(d0, d1) - product(off, mirrored);
+    for (int j = k + 2; j < a.width(); ++j) {
+        T* const column = a.column(j);
+        const T xj = conjugate(x[j], hermitian), yj = conjugate(y[j], hermitian);
+        // inv(D) times the conjugated row j of (x, y)
+        const T first = (product(d1, xj) - product(mirrored, yj)) / determinant;
+        const T second = (product(d0, yj) - product(off, xj)) / determinant;
+        for (int i = j; i < a.width(); ++i) column[i] -= product(x[i], first) + product(y[i], second);
+    }
+    for (int i = k + 2; i < a.width(); ++i) {
+        const T xi = x[i], yi = y[i];
+        x[i] = (product(d1, xi) - product(off, yi)) / determinant;
+        y[i] = (product(d0, yi) - product(mirrored, xi)) / determinant;
+    }
+    x[k + 1] = T(0);
+    y[k] = off;
+}
+
+template <class T>
+void countSignsOfTwo(T d0, T off, T d1, bool signsMean, PivotCounts& counts)
+{
+    if (!signsMean) return;
+    const RealOf<T> square = realPart(product(off, conjugate(off)));
+    if (realPart(d0) * realPart(d1) < square) {
+        ++counts.positive;
+        ++counts.negative;
+    } else {
+        (isNegative(d0) ? counts.negative : counts.positive) += 2;
+    }
+}
+
+// What the test of Bunch and Kaufman says about step k.
+struct Pivot {
+    int size;    // 1 or 2
+    int partner; // of k in a 1 x 1 pivot, of k + 1 in a 2 x 2 one
+    bool isTiny; // the whole column is
+};
+
+template <class T>
+Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
+{
+    using R = RealOf<T>;
+    constexpr R alpha = static_cast<R>(0.6403882032022076); // (1 + sqrt(17)) / 8
+    const int w = a.width();
+    const R d = magnitude(a(k, k));
+    R c = 0;
+    int r = k;
+    for (int i = k + 1; i < w; ++i) {
+        if (magnitude(a(i, k)) > c) {
+            c = magnitude(a(i, k));
+            r = i;
+        }
+    }
+    if (eps >= std::max(d, c)) return {1, k, true};
+    if (r == k || d >= alpha * c) return {1, k, false}; // alone also where d is not a number
+    R e = 0;                                            // largest off the diagonal in row r
+    for (int j = k; j < r; ++j) e = std::max(e, magnitude(a(r, j)));
+    for (int i = r + 1; i < w; ++i) e = std::max(e, magnitude(a(i, r)));
+    if (d * e >= alpha * c * c) return {1, k, false};
+    if (magnitude(a(r, r)) >= alpha * e) return {1, r, false};
+    return {2, r, false};
+}
+
+} // namespace
+
+template <class T>
+PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchange, int* columnExchange)
+{
+    const Block<T> a(block, ld, w);
+    const RealOf<T> smallest = threshold<T>(eps, 1e-13);
+    PivotCounts counts;
+    RealOf<T> largest = 0;
+    for (int j = 0; j < w; ++j) largest = largestInColumn(a.column(j), 0, w, largest);
+    for (int k = 0; k < w; ++k) {
+        const Place place = lastOf(largest, a, k);
+        exchange(a, k, place);
+        rowExchange[k] = place.row + 1;
+        columnExchange[k] = place.column + 1;
+        a(k, k) = sufficient(a(k, k), smallest, counts);
+        largest = eliminate(a, k);
+    }
+    return counts;
+}
+
+template <class T>
+PivotCounts pivotOnDiagonal(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
+{
+    const Block<T> a(block, ld, w);
+    const RealOf<T> smallest = threshold<T>(eps, 1e-8);
+    const bool signsMean = hermitian || !kIsComplex<T>;
+    PivotCounts counts;
+    for (int k = 0; k < w; ++k) {
+        int r = k;
+        for (int i = k; i < w; ++i) {
+            if (magnitude(a(i, i)) >= magnitude(a(r, r))) r = i;
+        }
+        exchangeSymmetrically(a, k, r, hermitian);
+        exchanges[k] = r + 1;
+        if (hermitian) a(k, k) = T(realPart(a(k, k)));
+        a(k, k) = sufficient(a(k, k), smallest, counts);
+        countSign(a(k, k), signsMean, counts);
+        eliminateOne(a, k, hermitian);
+    }
+    return counts;
+}
+
+template <class T>
+PivotCounts pivotBunchKaufman(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
+{
+    const Block<T> a(block, ld, w);
+    const RealOf<T> smallest = threshold<T>(eps, 1e-8);
+    const bool signsMean = hermitian || !kIsComplex<T>;
+    PivotCounts counts;
+    for (int k = 0; k < w;) {
+        if (hermitian) a(k, k) = T(realPart(a(k, k)));
+        const Pivot pivot = chooseBunchKaufman(a, k, smallest);
+        if (pivot.size == 1) {
+            exchangeSymmetrically(a, k, pivot.partner, hermitian);
+            exchanges[k] = pivot.partner + 1;
+            if (pivot.isTiny) a(k, k) = sufficient(a(k, k), smallest, counts);
+            countSign(a(k, k), signsMean, counts);
+            eliminateOne(a, k, hermitian);
+        } else {
+            exchangeSymmetrically(a, k + 1, pivot.partner, hermitian);
+            if (hermitian) a(k + 1, k + 1) = T(realPart(a(k + 1, k + 1)));
+            exchanges[k] = -(k + 1);
+            exchanges[k + 1] = -(pivot.partner + 1);
+            countSignsOfTwo(a(k, k), a(k + 1, k), a(k + 1, k + 1), signsMean, counts);
+            eliminateTwo(a, k, hermitian);
+        }
+        k += pivot.size;
+    }
+    return counts;
+}
+
+#define LINTRIX_INSTANTIATE(T)                                                                               \
+    template PivotCounts pivotCompletely(T*, int, int, double, int*, int*);                                  \
+    template PivotCounts pivotOnDiagonal(T*, int, int, double, bool, int*);                                  \
+    template PivotCounts pivotBunchKaufman(T*, int, int, double, bool, int*);
+LINTRIX_INSTANTIATE(float)
+LINTRIX_INSTANTIATE(double)
+LINTRIX_INSTANTIATE(std::complex<float>)
+LINTRIX_INSTANTIATE(std::complex<double>)
+#undef LINTRIX_INSTANTIATE
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,53 @@
+#pragma once
+/// @file
+/// How far the factorization has come, told to a listener that may stop it.
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+namespace Velmar::Lintrix::detail::engine {
+
+/// Hears each new percentage; an answer other than 0 stops the factorization.
+struct ProgressListener {
+    int (*step)(void* context, int thread, int percent) = nullptr;
+    void* context = nullptr;
+};
+
+/// Adds up what the threads have done. The listener is called by one thread at a time, with rising
+/// percentages: 0 at the start, at most 99 on the way, 100 at the end.
+class Progress {
+public:
+    Progress(const ProgressListener& listener, std::int64_t total) : listener_(listener), total_(total) {}
+
+    bool start() { return tell(0, 0); }
+    bool end() { return tell(0, 100); }
+
+    /// @return false  the listener wants to stop
+    bool add(int thread, std::int64_t done)
+    {
+        const std::int64_t sum = done_.fetch_add(done, std::memory_order_relaxed) + done;
+        const auto percent =
+            static_cast<int>(99.0 < 100.0 * static_cast<double>(sum) / static_cast<double>(total_)
+                                 ? 99.0
+                                 : 100.0 * static_cast<double>(sum) / static_cast<double>(total_));
+        if (percent <= told_.load(std::memory_order_relaxed)) return true;
+        const std::lock_guard lock(telling_);
+        return percent <= told_.load(std::memory_order_relaxed) || tell(thread, percent);
+    }
+
+private:
+    bool tell(int thread, int percent)
+    {
+        told_.store(percent, std::memory_order_relaxed);
+        return listener_.step == nullptr || listener_.step(listener_.context, thread, percent) == 0;
+    }
+
+    ProgressListener listener_;
+    std::int64_t total_;
+    std::atomic<std::int64_t> done_{0};
+    std::atomic<int> told_{0};
+    std::mutex telling_;
+};
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,249 @@
+#pragma once
+/// @file
+/// The kernel of supernode_update.cpp: blocks of a product kept in vector registers while the sum over the
+/// descendant's columns runs, and subtracted from there. Written once over vectors of any length; the source
+/// compiles it for each instruction set.
+
+#include <lintrix/engine/scalar.h>
+#include <lintrix/engine/supernode_update.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#define LINTRIX_ALWAYS_INLINE [[gnu::always_inline]] inline
+
+namespace Velmar::Lintrix::detail::engine::update_kernel {
+
+/// Vectors of `Bytes` bytes that may lie anywhere.
+template <class R, int Bytes>
+struct Vectors {
+    typedef R type __attribute__((vector_size(Bytes), aligned(sizeof(R)), may_alias));
+    static constexpr int kLanes = Bytes / static_cast<int>(sizeof(R));
+};
+
+// sum[r][c] = sum over p of the r-th vector of a's rows times b(c, p); real numbers.
+template <class R, int Bytes, int Rows, int Cols>
+LINTRIX_ALWAYS_INLINE void multiplyBlock(const R* a, std::ptrdiff_t lda, const R* b, std::ptrdiff_t ldb,
+                                         int w, typename Vectors<R, Bytes>::type (&sum)[Rows][Cols])
+{
+    using V = typename Vectors<R, Bytes>::type;
+    constexpr int lanes = Vectors<R, Bytes>::kLanes;
+    for (int r = 0; r < Rows; ++r) {
+        for (int c = 0; c < Cols; ++c) sum[r][c] = V{};
+    }
+    for (int p = 0; p < w; ++p) {
+        V x[Rows];
+        for (int r = 0; r < Rows; ++r) x[r] = *reinterpret_cast<const V*>(a + p * lda + r * lanes);
+        for (int c = 0; c < Cols; ++c) {
+            const R y = b[p * ldb + c];
+            for (int r = 0; r < Rows; ++r) sum[r][c] += x[r] * y;
+        }
+    }
+}
+
+// sum += i*x, pair by pair: (re, im) -> (-im, re).
+template <class V, int... Lane>
+LINTRIX_ALWAYS_INLINE void addTimesI(V& sum, const V& x, std::integer_sequence<int, Lane...>)
+{
+    sum += __builtin_shufflevector(x, x, (Lane ^ 1)...) * V{(Lane % 2 == 0 ? -1 : 1)...};
+}
+
+// The same for complex numbers, all pointers to real and imaginary parts in turn: one sum with the real parts
+// of b, one with the imaginary, joined at the end.
+template <class R, int Bytes, int Rows, int Cols>
+LINTRIX_ALWAYS_INLINE void multiplyComplexBlock(const R* a, std::ptrdiff_t lda, const R* b,
+                                                std::ptrdiff_t ldb, int w,
+                                                typename Vectors<R, Bytes>::type (&sum)[Rows][Cols])
+{
+    using V = typename Vectors<R, Bytes>::type;
+    constexpr int lanes = Vectors<R, Bytes>::kLanes;
+    V byImaginary[Rows][Cols];
+    for (int r = 0; r < Rows; ++r) {
+        for (int c = 0; c < Cols; ++c) sum[r][c] = byImaginary[r][c] = V{};
+    }
+    for (int p = 0; p < w; ++p) {
+        V x[Rows];
+        for (int r = 0; r < Rows; ++r) x[r] = *reinterpret_cast<const V*>(a + 2 * p * lda + r * lanes);
+        for (int c = 0; c < Cols; ++c) {
+            const R re = b[2 * (p * ldb + c)], im = b[2 * (p * ldb + c) + 1];
+            for (int r = 0; r < Rows; ++r) {
+                sum[r][c] += x[r] * re;
+                byImaginary[r][c] += x[r] * im;
+            }
+        }
+    }
+    for (int r = 0; r < Rows; ++r) {
+        for (int c = 0; c < Cols; ++c)
+            addTimesI(sum[r][c], byImaginary[r][c], std::make_integer_sequence<int, lanes>());
+    }
+}
+
+/// The products of one descendant with one target, block by block of `Rows` vectors by `Cols` columns, which
+/// fill the registers.
+template <class T, int Bytes, int Rows, int Cols>
+class VectorKernel {
+public:
+    static constexpr int kLanes = Bytes / static_cast<int>(sizeof(T)); ///< elements of T in a vector
+    static constexpr int kTall = Rows * kLanes;
+
+    VectorKernel(const UpdateProduct<T>& product, const UpdateTarget<T>& target)
+        : product_(product), target_(target)
+    {
+    }
+
+    /// Small products: factors where they lie, one group of columns after another.
+    LINTRIX_ALWAYS_INLINE void runInPlace(bool lowerTriangle) const
+    {
+        int c = 0;
+        for (; c + Cols <= product_.k; c += Cols) columnsInPlace<Cols>(c, lowerTriangle);
+        if constexpr (Cols > 4) c += columnsIfLeft<4>(c, lowerTriangle);
+        if constexpr (Cols > 2) c += columnsIfLeft<2>(c, lowerTriangle);
+        columnsIfLeft<1>(c, lowerTriangle);
+    }
+
+    /// Larger ones: b is packed by groups of columns, and a block of rows stays in the cache while they pass;
+    /// it is packed, too, where there are many groups. `work`: (k + Cols + kTall) * w elements.
+    LINTRIX_ALWAYS_INLINE void runPacked(bool lowerTriangle, T* work) const
+    {
+        T* const rows = work;
+        T* const groups = work + std::ptrdiff_t{kTall} * product_.w;
+        packColumns(groups);
+        const bool packs = product_.k > kGroupsInPlace * Cols;
+        int i = 0;
+        for (; i + kTall <= product_.m; i += kTall) {
+            const T* a = product_.a + i;
+            std::ptrdiff_t lda = product_.lda;
+            if (packs) {
+                packRows(i, rows);
+                a = rows;
+                lda = kTall;
+            }
+            passGroups<Rows>(a, lda, groups, i, i, lowerTriangle);
+        }
+        for (; i + kLanes <= product_.m; i += kLanes)
+            passGroups<1>(product_.a + i, product_.lda, groups, i, i, lowerTriangle);
+        if (i < product_.m)
+            passGroups<1>(product_.a + product_.m - kLanes, product_.lda, groups, product_.m - kLanes, i,
+                          lowerTriangle);
+    }
+
+private:
+    using R = RealOf<T>;
+    using V = typename Vectors<R, Bytes>::type;
+    static constexpr int kGroupsInPlace = 3;
+
+    // Rows [i, i + TheseRows*kLanes) of TheseCols columns from c on, of which `wanted` count; of the rows,
+    // those from `first` on.
+    template <int TheseRows, int TheseCols>
+    LINTRIX_ALWAYS_INLINE void block(const T* a, std::ptrdiff_t lda, const T* b, std::ptrdiff_t ldb, int i,
+                                     int first, int c, int wanted) const
+    {
+        V sum[TheseRows][TheseCols];
+        if constexpr (kIsComplex<T>) {
+            multiplyComplexBlock<R, Bytes, TheseRows, TheseCols>(
+                reinterpret_cast<const R*>(a), lda, reinterpret_cast<const R*>(b), ldb, product_.w, sum);
+        } else {
+            multiplyBlock<R, Bytes, TheseRows, TheseCols>(a, lda, b, ldb, product_.w, sum);
+        }
+        for (int r = 0; r < TheseRows; ++r) subtract<TheseCols>(sum[r], i + r * kLanes, first, c, wanted);
+    }
+
+    // One vector of rows from i on: at once where the target has them side by side.
+    template <int TheseCols>
+    LINTRIX_ALWAYS_INLINE void subtract(const V (&sum)[TheseCols], int i, int first, int c, int wanted) const
+    {
+        const int* const row = target_.row + i;
+        if (first <= i && row[kLanes - 1] - row[0] == kLanes - 1) {
+            for (int q = 0; q < TheseCols; ++q) {
+                if (q < wanted) *reinterpret_cast<V*>(column(c + q) + row[0]) -= sum[q];
+            }
+            return;
+        }
+        alignas(Bytes) T kept[TheseCols][kLanes];
+        for (int q = 0; q < TheseCols; ++q) *reinterpret_cast<V*>(kept[q]) = sum[q];
+        for (int q = 0; q < wanted; ++q) {
+            T* const cells = column(c + q);
+            for (int r = std::max(0, first - i); r < kLanes; ++r) cells[row[r]] -= kept[q][r];
+        }
+    }
+
+    T* column(int c) const { return target_.cells + std::ptrdiff_t{target_.ld} * target_.column[c]; }
+
+    // Tall blocks first, then single vectors; the last vector reaches back over rows that are done or lie
+    // above, rather than beyond the end.
+    template <int TheseCols>
+    LINTRIX_ALWAYS_INLINE void columnsInPlace(int c, bool lowerTriangle) const
+    {
+        const T *const a = product_.a, *const b = product_.b + c;
+        const int lda = product_.lda, ldb = product_.ldb, last = product_.m - kLanes;
+        int i = lowerTriangle ? c : 0;
+        for (; i + kTall <= product_.m; i += kTall)
+            block<Rows, TheseCols>(a + i, lda, b, ldb, i, i, c, TheseCols);
+        for (; i <= last; i += kLanes) block<1, TheseCols>(a + i, lda, b, ldb, i, i, c, TheseCols);
+        if (i < product_.m) block<1, TheseCols>(a + last, lda, b, ldb, last, i, c, TheseCols);
+    }
+
+    template <int TheseCols>
+    LINTRIX_ALWAYS_INLINE int columnsIfLeft(int c, bool lowerTriangle) const
+    {
+        if (c + TheseCols > product_.k) return 0;
+        columnsInPlace<TheseCols>(c, lowerTriangle);
+        return TheseCols;
+    }
+
+    // All groups of columns that have rows in the block; in the lower triangle none that begins behind it.
+    template <int TheseRows>
+    LINTRIX_ALWAYS_INLINE void passGroups(const T* a, std::ptrdiff_t lda, const T* groups, int i, int first,
+                                          bool lowerTriangle) const
+    {
+        const int end = lowerTriangle ? std::min(product_.k, i + TheseRows * kLanes) : product_.k;
+        for (int c = 0; c < end; c += Cols) {
+            block<TheseRows, Cols>(a, lda, groups + std::ptrdiff_t{c} * product_.w, Cols, i, first, c,
+                                   std::min(Cols, product_.k - c));
+        }
+    }
+
+    // Groups of Cols columns, the last filled up with zeros.
+    LINTRIX_ALWAYS_INLINE void packColumns(T* groups) const
+    {
+        for (int c = 0; c < product_.k; c += Cols) {
+            const int wanted = std::min(Cols, product_.k - c);
+            for (int p = 0; p < product_.w; ++p, groups += Cols) {
+                const T* const b = product_.b + std::ptrdiff_t{product_.ldb} * p + c;
+                for (int q = 0; q < Cols; ++q) groups[q] = q < wanted ? b[q] : T(0);
+            }
+        }
+    }
+
+    LINTRIX_ALWAYS_INLINE void packRows(int i, T* rows) const
+    {
+        for (int p = 0; p < product_.w; ++p, rows += kTall) {
+            const T* const a = product_.a + std::ptrdiff_t{product_.lda} * p + i;
+            for (int r = 0; r < kTall; r += kLanes)
+                *reinterpret_cast<V*>(rows + r) = *reinterpret_cast<const V*>(a + r);
+        }
+    }
+
+    const UpdateProduct<T>& product_;
+    const UpdateTarget<T>& target_;
+};
+
+/// Without vectors: what is shorter than one.
+template <class T>
+LINTRIX_ALWAYS_INLINE void runByElements(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
+                                         bool lowerTriangle)
+{
+    for (int c = 0; c < product.k; ++c) {
+        T* const cells = target.cells + std::ptrdiff_t{target.ld} * target.column[c];
+        for (int p = 0; p < product.w; ++p) {
+            const T* const a = product.a + std::ptrdiff_t{product.lda} * p;
+            const T y = product.b[c + std::ptrdiff_t{product.ldb} * p];
+            for (int i = lowerTriangle ? c : 0; i < product.m; ++i) {
+                cells[target.row[i]] -= engine::product(a[i], y);
+            }
+        }
+    }
+}
+
+} // namespace Velmar::Lintrix::detail::engine::update_kernel

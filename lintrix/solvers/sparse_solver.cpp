@@ -1,0 +1,222 @@
+#include <lintrix/solvers/sparse_solver.h>
+
+#include <lintrix/dense/access.h>
+#include <lintrix/foundation/configuration.h>
+#include <lintrix/foundation/rounding.h>
+#include <lintrix/services/hardening.h>
+#include <lintrix/sparse/access.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace Velmar::Lintrix {
+
+using detail::DenseAccess;
+using detail::EngineMatrix;
+using detail::SparseAccess;
+
+namespace {
+
+constexpr std::int32_t kAnalysis = 11, kFactorizationAndSolve = 23, kSolve = 33;
+
+// Parameters of the engine, by their numbers from 1. Those that are not set stay 0.
+constexpr std::int32_t kCallersValues = 1, kOrdering = 2, kThreads = 3, kIterativePath = 4,
+                       kRefinementLimit = 8, kPivotExponent = 10, kScaling = 11, kMatching = 13;
+
+// Types of matrices, by the engine's numbers.
+constexpr std::int32_t kStructurallySymmetric = 1, kPositiveDefinite = 2, kIndefinite = -2, kUnsymmetric = 11;
+
+EngineMatrix arraysOf(const SparseMatrix& matrix)
+{
+    return {matrix.Rows(), SparseAccess::values(matrix), SparseAccess::rowPointers(matrix),
+            SparseAccess::columns(matrix)};
+}
+
+/// p with value = 10^-p, rounded. By contract no value is refused: where there is no such p, the conversion
+/// gives the smallest integer, which stays itself when negated.
+std::int32_t negativeExponent(double value)
+{
+    const std::int32_t exponent = detail::truncatedToInt32(Round(std::log10(value), 0));
+    return static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(exponent));
+}
+
+void requireSuccess(std::int32_t error, const char* text)
+{
+    if (error != 0) throw OperationFailedException(text);
+}
+
+} // namespace
+
+SparseSolver::SparseSolver(const SparseMatrix& matrix)
+    : m(&matrix), session_(matrix.Symmetric() ? kIndefinite : kUnsymmetric, arraysOf(matrix)),
+      sym(matrix.Symmetric())
+{
+    session_.iparm(kCallersValues) = 1;
+    session_.iparm(kThreads) = TrellConfiguration::GetMaxThreads();
+    session_.iparm(kScaling) = sym ? 0 : 1;
+    session_.iparm(kMatching) = sym ? 0 : 1;
+    FillInReducingMethod(FillInReducingMethod::NestedDissection);
+    RefinementSteps(2); // by contract 0, as any positive count
+    PivotEpsilon(sym ? 1e-08 : 1e-13);
+    Compute4();
+}
+
+SparseSolver::SparseSolver(SparseSolver&&) noexcept = default;
+SparseSolver& SparseSolver::operator=(SparseSolver&&) noexcept = default;
+SparseSolver::~SparseSolver() = default;
+
+void SparseSolver::Dispose() noexcept
+{
+    session_.release();
+}
+
+Matrix SparseSolver::Solve(const Matrix& rhnds)
+{
+    if (rhnds.Rows() != m->Rows()) throw SizeMismatchException();
+    refresh();
+    const double* b = DenseAccess::cells(rhnds);
+    analyse(b);
+    Matrix result(m->Cols(), rhnds.Cols());
+    double* x = DenseAccess::cells(result);
+    factorizeAndSolve(b, x);
+    for (std::int32_t j = 1; j < rhnds.Cols(); ++j) {
+        b += rhnds.Rows();
+        x += m->Cols();
+        solve(b, x);
+    }
+    return result;
+}
+
+Vector SparseSolver::Solve(const Vector& rhnds)
+{
+    if (rhnds.Length() != m->Rows()) throw InvalidSizeException();
+    refresh();
+    const double* const b = DenseAccess::cells(rhnds);
+    analyse(b);
+    Vector result(m->Cols());
+    factorizeAndSolve(b, DenseAccess::cells(result));
+    return result;
+}
+
+/// The matrix may have grown or moved since the last call.
+void SparseSolver::refresh()
+{
+    if constexpr (detail::kHardened) {
+        if (m->Rows() != m->Cols()) throw InvalidOperationException("The matrix of a solver must be square.");
+    }
+    session_.matrix(arraysOf(*m));
+}
+
+void SparseSolver::analyse(const double* b)
+{
+    if (analysis) return;
+    double none = 0.0; // in the place of x
+    requireSuccess(session_.call(kAnalysis, b, &none), "Error during matrix analysis phase.");
+    analysis = true;
+}
+
+void SparseSolver::factorizeAndSolve(const double* b, double* x)
+{
+    requireSuccess(session_.call(kFactorizationAndSolve, b, x),
+                   "Error during matrix factorization and solve phase.");
+}
+
+void SparseSolver::solve(const double* b, double* x)
+{
+    requireSuccess(session_.call(kSolve, b, x), "Error during matrix solve phase.");
+}
+
+SolverStatus SparseSolver::Status() const noexcept
+{
+    const std::int32_t error = session_.error();
+    return error < -5 ? SolverStatus::OtherError : static_cast<SolverStatus>(-error);
+}
+
+void SparseSolver::Progress(ProgressFunction listener) noexcept
+{
+    session_.progress(std::move(listener));
+}
+
+bool SparseSolver::Stopped() const noexcept
+{
+    return session_.stopped();
+}
+
+FillInReducingMethod SparseSolver::FillInReducingMethod() const
+{
+    return static_cast<Lintrix::FillInReducingMethod>(session_.iparm(kOrdering));
+}
+
+void SparseSolver::FillInReducingMethod(Lintrix::FillInReducingMethod value)
+{
+    session_.iparm(kOrdering) = static_cast<std::int32_t>(value);
+}
+
+MatrixType SparseSolver::MatrixType() const noexcept
+{
+    switch (session_.mtype()) {
+    case kStructurallySymmetric:
+        return MatrixType::StructurallySymmetric;
+    case kPositiveDefinite:
+        return MatrixType::PositiveDefinite;
+    case kIndefinite:
+        return MatrixType::Indefinite;
+    default:
+        return MatrixType::Unsymmetric;
+    }
+}
+
+void SparseSolver::MatrixType(Lintrix::MatrixType value) noexcept
+{
+    switch (value) {
+    case MatrixType::StructurallySymmetric:
+        return session_.mtype(kStructurallySymmetric);
+    case MatrixType::PositiveDefinite:
+        return session_.mtype(kPositiveDefinite);
+    case MatrixType::Indefinite:
+        return session_.mtype(kIndefinite);
+    default:
+        return session_.mtype(kUnsymmetric);
+    }
+}
+
+void SparseSolver::FactorizationStrategy(Lintrix::FactorizationStrategy value)
+{
+    _factorizationStrategy = value;
+    Compute4();
+}
+
+void SparseSolver::StoppingTolerance(double value)
+{
+    _stoppingTolerance = value;
+    Compute4();
+}
+
+/// 10*L + K: K chooses between a direct solve (0) and an iteration with the stored factors (1 unsymmetric, 2
+/// symmetric), which stops at 10^-L. In wrapping arithmetic: no tolerance is refused.
+void SparseSolver::Compute4()
+{
+    const bool always = _factorizationStrategy == FactorizationStrategy::ComputeAlways;
+    const std::uint32_t K = always ? 0 : sym ? 2 : 1;
+    const std::int32_t L = _stoppingTolerance == 0.0 ? 0 : negativeExponent(_stoppingTolerance);
+    session_.iparm(kIterativePath) = static_cast<std::int32_t>(static_cast<std::uint32_t>(L) * 10 + K);
+}
+
+std::int32_t SparseSolver::RefinementSteps() const
+{
+    return session_.iparm(kRefinementLimit);
+}
+
+void SparseSolver::RefinementSteps(std::int32_t value)
+{
+    session_.iparm(kRefinementLimit) = std::min(value, 0);
+}
+
+void SparseSolver::PivotEpsilon(double value)
+{
+    session_.iparm(kPivotExponent) = negativeExponent(value);
+    _pivotEpsilon = value;
+}
+
+} // namespace Velmar::Lintrix

@@ -1,0 +1,144 @@
+#pragma once
+/// @file
+/// The direct solver for real sparse matrices, as a class.
+
+#include <lintrix/foundation/capabilities.h>
+#include <lintrix/foundation/enumerations.h>
+#include <lintrix/solvers/detail/engine_session.h>
+#include <lintrix/sparse/sparse_matrix.h>
+
+#include <cstdint>
+#include <functional>
+
+namespace Velmar::Lintrix {
+
+/// Solves A*x = b by sparse factorization: LU with matching and scaling, or L*D*L' of a symmetric matrix.
+///
+///     SparseSolver solver(A);
+///     const Vector x = solver.Solve(b);
+///
+/// A thin front over `pardiso`. The first `Solve` analyses the pattern (fill-reducing order, structure of the
+/// factors), once for the life of the solver; every `Solve` then factorizes and solves. With the strategy
+/// `ComputeWhenNeeded`, which is the default, a later `Solve` with changed values iterates with the old
+/// factors and factorizes anew only where that fails.
+///
+/// The matrix is referenced, not copied: it must outlive the solver. Values may change between calls; the
+/// pattern must not, since it is analysed once. By contract a matrix that is not square is not refused, and
+/// settings are not range-checked; the hardened build raises InvalidOperationException in `Solve` for a
+/// matrix that is not square. While a call runs, the index arrays of the matrix are shifted in place: nobody
+/// else may read them then, and two solvers of one matrix must not run at once.
+///
+/// A solver is used by one thread at a time; the threads of a run are the engine's. The result of a run is
+/// worked out beside the object: a failing `Solve` leaves the settings, and the next one may succeed.
+class LINTRIX_EXPORT SparseSolver {
+public:
+    /// @name Construction
+    /// @{
+
+    /// Prepares everything and calls no engine phase. A matrix whose `Symmetric()` is true is taken for
+    /// indefinite with its upper triangle stored, any other for unsymmetric. Settings at the start:
+    /// NestedDissection, ComputeWhenNeeded, StoppingTolerance 1e-06, RefinementSteps 0, PivotEpsilon 1e-08 of
+    /// a symmetric matrix and 1e-13 of another; matching and scaling for unsymmetric matrices only.
+    /// @throws NotEnoughMemoryException
+    explicit SparseSolver(const SparseMatrix& matrix);
+    SparseSolver(const SparseMatrix&&) = delete; ///< the matrix would not outlive the solver
+    /// Takes handle and factors over and leaves the source released.
+    SparseSolver(SparseSolver&&) noexcept;
+    /// Takes handle and factors over and leaves the source released.
+    SparseSolver& operator=(SparseSolver&&) noexcept;
+    ~SparseSolver();
+    /// @}
+
+    /// @name Solving
+    /// Both return new objects, owned by the caller. Any member of the class raises InvalidOperationException
+    /// after release.
+    /// @{
+
+    /// X with A*X = rhnds: A.Rows() x nrhs in, A.Cols() x nrhs out. The first column goes with the
+    /// factorization, each further one is a call of its own. Checks and failures in this order; the engine's
+    /// error number is told by Status().
+    /// @throws SizeMismatchException     rhnds.Rows() != A.Rows(): "Matrix sizes do not match."
+    /// @throws OperationFailedException  "Error during matrix analysis phase."; the next call tries again
+    /// @throws NotEnoughMemoryException  for the result
+    /// @throws OperationFailedException  "Error during matrix factorization and solve phase."
+    /// @throws OperationFailedException  "Error during matrix solve phase."
+    Matrix Solve(const Matrix& rhnds);
+    /// x with A*x = rhnds, of A.Cols() elements. As above, but for the size check:
+    /// @throws InvalidSizeException  rhnds.Length() != A.Rows(): "Invalid number of rows or columns."
+    Vector Solve(const Vector& rhnds);
+
+    /// How the last run ended: the engine's error number e as -e, below -5 `OtherError`; `Success` before the
+    /// first run. By contract a positive e gives a value that no name stands for.
+    SolverStatus Status() const noexcept;
+    /// @}
+
+    /// @name Settings
+    /// Changes count from the next `Solve` on, those of the ordering until the analysis has run.
+    /// @{
+
+    Lintrix::FillInReducingMethod FillInReducingMethod() const;
+    void FillInReducingMethod(Lintrix::FillInReducingMethod value);
+
+    /// What the solver assumes of the matrix. Writing changes that alone: by contract not the storage of the
+    /// matrix, and no other setting, so the caller answers for a type that fits the arrays.
+    /// PositiveDefinite and Indefinite take the upper triangle, the others all elements.
+    Lintrix::MatrixType MatrixType() const noexcept;
+    void MatrixType(Lintrix::MatrixType value) noexcept;
+
+    Lintrix::FactorizationStrategy FactorizationStrategy() const noexcept { return _factorizationStrategy; }
+    void FactorizationStrategy(Lintrix::FactorizationStrategy value);
+
+    /// At which the iteration of ComputeWhenNeeded stops, rounded to a power of ten; 0 is the engine's 1e-12.
+    double StoppingTolerance() const noexcept { return _stoppingTolerance; }
+    void StoppingTolerance(double value);
+
+    /// By contract min(value, 0) is kept: a positive count becomes 0, which leaves refinement to the engine
+    /// (two steps after perturbed pivots), and -k asks for at most k steps with residuals in extended
+    /// precision. Only ComputeAlways refines.
+    std::int32_t RefinementSteps() const;
+    void RefinementSteps(std::int32_t value);
+
+    /// Pivots below this, rounded to a power of ten, are replaced by it.
+    double PivotEpsilon() const noexcept { return _pivotEpsilon; }
+    void PivotEpsilon(double value);
+    /// @}
+
+    /// @name Progress
+    /// Beside the interface of the class.
+    /// @{
+
+    /// Is given the percentage of the factorization, from 0 to 100 and rising; false stops it. It is called
+    /// by one thread at a time, which may be one of the engine's, so it must not wait for the caller of
+    /// `Solve` nor use the solver.
+    using ProgressFunction = std::function<bool(int percent)>;
+
+    /// From the next `Solve` on `listener` is told; an empty one ends it. After a stop `Solve` fails as for
+    /// any error in that phase, with `Stopped()` true, and the next one factorizes anew. What the listener
+    /// throws stops the run too, and is thrown on by `Solve`.
+    void Progress(ProgressFunction listener) noexcept;
+    /// Whether the listener ended the last run.
+    bool Stopped() const noexcept;
+    /// @}
+
+    /// Releases the factors and all else at once, not the matrix; may be repeated.
+    void Dispose() noexcept;
+
+private:
+    void Compute4();
+    void refresh();
+    void analyse(const double* b);
+    void factorizeAndSolve(const double* b, double* x);
+    void solve(const double* b, double* x);
+
+    const SparseMatrix* m; ///< not owned
+    detail::EngineSession session_;
+    bool sym;              ///< `m.Symmetric()` when the solver was made
+    bool analysis = false; ///< the analysis phase has run
+    Lintrix::FactorizationStrategy _factorizationStrategy = FactorizationStrategy::ComputeWhenNeeded;
+    double _stoppingTolerance = 1e-06;
+    double _pivotEpsilon;
+};
+
+static_assert(Disposable<SparseSolver>);
+
+} // namespace Velmar::Lintrix

@@ -1,0 +1,42 @@
+#include <tools/ordering_choice.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+/// Operations of a factorization that take as long as nested dissection takes for one element, times what
+/// must be at stake for a part of them to be worth it. Measured on grids, meshes, networks and circuits.
+constexpr double kOperationsPerElement = 60e3;
+
+/// Whether unknown i + 1 has the neighbours of unknown i. A row of the triangle begins with its diagonal,
+/// which the row before names as a neighbour.
+bool continuesNode(const SparseMatrix& matrix, std::size_t i)
+{
+    const auto starts = matrix.RowPointers(), cols = matrix.ColumnIndices();
+    const auto at = [&](std::size_t row) { return cols.begin() + (starts[row] - 1); };
+    const std::ptrdiff_t skipped = matrix.Symmetric() ? 1 : 0;
+    return at(i + 1) - at(i) >= skipped && std::equal(at(i) + skipped, at(i + 1), at(i + 1), at(i + 2));
+}
+
+} // namespace
+
+double elementsOfNodes(const SparseMatrix& matrix)
+{
+    const double n = matrix.Rows(), stored = matrix.NumElements();
+    double nodes = n;
+    for (std::size_t i = 0; i + 1 < static_cast<std::size_t>(matrix.Rows()); ++i) {
+        if (continuesNode(matrix, i)) nodes -= 1.0;
+    }
+    const double elements = matrix.Symmetric() ? 2.0 * stored - n : stored;
+    return elements * (nodes / n) * (nodes / n);
+}
+
+bool dissectionPays(double gigaflops, const SparseMatrix& matrix)
+{
+    return gigaflops * 1e9 > kOperationsPerElement * elementsOfNodes(matrix);
+}
+
+} // namespace Velmar::Lintrix::tools

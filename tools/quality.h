@@ -1,0 +1,67 @@
+#pragma once
+// How good a solution is: its scaled residual, how well a known solution comes back, and the verdict.
+//
+// Every run solves one right-hand side more than was asked for, A*z with a random solution z that is known.
+// How well z comes back is measured, not estimated, and tells how many digits of X can be trusted: at the
+// price of two triangular solves, where a condition number would cost another factorization.
+
+#include <lintrix/lintrix.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace Velmar::Lintrix::tools {
+
+inline constexpr double kFewDigits = 1e-6;      ///< a probe error above this is warned of
+inline constexpr double kRoundingLevel = 1e-12; ///< a residual above this is worse than rounding explains
+inline constexpr double kPoor = 1e-8;           ///< a residual above this is no solution
+
+/// What a run amounts to.
+enum class Verdict {
+    Accurate, ///< the residual is at rounding level, and the known solution came back
+    Degraded, ///< there is a solution, and a reason not to trust all of it
+    Failed,   ///< there is none
+};
+
+/// "accurate", "degraded", "failed".
+std::string_view nameOf(Verdict verdict);
+
+struct Quality {
+    /// Largest over the columns of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.
+    double residual = 0.0;
+    /// Of a tall system, whose residual is large by nature when b is not in the range of A: the same for the
+    /// normal equations, ||A'*(b - A*x)|| / (||A'|| (||A|| ||x|| + ||b||)).
+    std::optional<double> normalResidual{};
+
+    /// What is small for an accurate solution.
+    double judged() const { return normalResidual.value_or(residual); }
+};
+
+Quality judge(const Matrix& A, const Matrix& X, const Matrix& B);
+
+/// Of a system whose last column is the probe's.
+struct ProbedQuality {
+    double residual = 0.0; ///< over the other columns, scaled as above
+    double probeResidual = 0.0, probeError = 0.0;
+};
+
+ProbedQuality judge(const SparseMatrix& A, const Matrix& X, const Matrix& B, const Matrix& probe);
+
+/// Of a solution with this residual and this probe error.
+Verdict verdictOf(double residual, double probeError);
+
+/// The seeded solution of the right-hand side that is added: rows x 1, sizes in [1/2, 1), signs at random, so
+/// that no element is small.
+Matrix probeSolution(std::int32_t rows);
+/// The largest error of `found`, relative to the largest element of `known`.
+double probeError(std::span<const double> known, std::span<const double> found);
+
+/// The largest |x - y|; NaN if there is one among them.
+double largestDifference(std::span<const double> x, std::span<const double> y);
+double largestDifference(const Matrix& X, const Matrix& Y);
+
+bool allFinite(const Matrix& X);
+
+} // namespace Velmar::Lintrix::tools

@@ -1,0 +1,274 @@
+#include <tools/sparse_roads.h>
+
+#include <tools/dense_system.h>
+#include <tools/ordering_choice.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <utility>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+constexpr int kMuchFill = 5'000'000, kFillBound = 10;
+constexpr double kNoDigit = 0.1;        // a probe error from here on
+constexpr std::int32_t kLateSteps = 20; // of refinement, where the residual asks for it
+
+// The engine's error numbers and internal codes that are told apart.
+constexpr int kNoMemory = -2, kNumeric = -4, kUnmatched = -6, kDiagonal = -7, kOverflow = -8;
+constexpr int kNoContraction = -112, kTooManySteps = -111, kIteration = -3;
+
+/// What came of one road.
+struct Outcome {
+    EngineAnswer engine;
+    std::optional<Matrix> x; ///< with the probe
+    ProbedQuality quality{NAN, NAN, NAN};
+    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
+    int perturbed = 0, steps = 0, factorEntries = 0;
+    bool fillsIn = false; ///< the factors would be too large, and were not made
+
+    bool solves() const { return x && quality.residual <= kPoor; }
+    /// Small pivots were replaced, and what comes back is not what went in: A is singular to working
+    /// precision, and X one of many solutions.
+    bool looksSingular() const { return perturbed > 0 && !(quality.probeError < kNoDigit); }
+    bool isGood() const { return solves() && !looksSingular(); }
+    /// No other road can do better: the pattern has no perfect matching, or the system of the probe is solved
+    /// to rounding level by something else than the probe.
+    bool isFinal() const
+    {
+        return engine.error == kUnmatched || engine.error == kDiagonal ||
+               (x && looksSingular() && quality.probeResidual <= kRoundingLevel);
+    }
+};
+
+class RoadRunner {
+public:
+    RoadRunner(SparseSystem& system, const Matrix& B, const Matrix& probe, const SparseOptions& options,
+               StepTimes& seconds)
+        : system_(system), B_(B), probe_(probe), options_(options), seconds_(seconds)
+    {
+    }
+
+    Outcome run(Road road)
+    {
+        SparseMatrix& matrix = takesTriangle(road) ? system_.upper() : system_.full();
+        Outcome outcome;
+        const std::unique_ptr<DirectRun> direct = analysed(road, matrix, outcome.engine);
+        seconds_.finish("analyse");
+        outcome.fillsIn = fillsIn(road, direct->factorEntries());
+        if (outcome.engine.error == 0 && !outcome.fillsIn) factorizeAndSolve(*direct, outcome);
+        if (outcome.engine.error == kNoMemory) throw NotEnoughMemoryException();
+        outcome.ordering = direct->ordering();
+        outcome.perturbed = direct->perturbedPivots();
+        outcome.steps = direct->refinementSteps();
+        outcome.factorEntries = direct->factorEntries();
+        return outcome;
+    }
+
+private:
+    /// By minimum degree first. Nested dissection, where it pays, is kept if it saves operations.
+    std::unique_ptr<DirectRun> analysed(Road road, SparseMatrix& matrix, EngineAnswer& answer)
+    {
+        constexpr auto kFirst = FillInReducingMethod::MinimumDegree;
+        auto first =
+            std::make_unique<DirectRun>(road, matrix, options_.ordering.value_or(kFirst), options_.settings);
+        answer = first->analyse();
+        if (answer.error != 0 || options_.ordering || !dissectionPays(first->gigaflops(), matrix))
+            return first;
+        auto second = std::make_unique<DirectRun>(road, matrix, FillInReducingMethod::NestedDissection,
+                                                  options_.settings);
+        const bool better = second->analyse().error == 0 && second->gigaflops() < first->gigaflops();
+        return better ? std::move(second) : std::move(first);
+    }
+
+    /// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no
+    /// better: past all bounds for a large matrix.
+    bool fillsIn(Road road, int entries)
+    {
+        const int before = std::exchange(entriesBefore_, entries);
+        return road == Road::SymmetricPairs && entries > kMuchFill && entries / kFillBound > before;
+    }
+
+    void factorizeAndSolve(DirectRun& direct, Outcome& outcome)
+    {
+        outcome.engine = direct.factorize();
+        seconds_.finish("factorize");
+        if (outcome.engine.error != 0) return;
+        Matrix X(B_.Rows(), B_.Cols());
+        outcome.engine = direct.solve(B_, X);
+        seconds_.finish("solve");
+        if (outcome.engine.error != 0) return;
+        outcome.quality = judged(X);
+        const bool accurate =
+            verdictOf(outcome.quality.residual, outcome.quality.probeError) == Verdict::Accurate;
+        if (!accurate && options_.settings.refine == 0) refine(direct, outcome.quality, X);
+        outcome.x = std::move(X);
+    }
+
+    /// Keeps what is better.
+    void refine(DirectRun& direct, ProbedQuality& quality, Matrix& X)
+    {
+        Matrix refined(B_.Rows(), B_.Cols());
+        const EngineAnswer engine = direct.refine(B_, refined, kLateSteps);
+        seconds_.finish("solve");
+        if (engine.error != 0) return;
+        const ProbedQuality after = judged(refined);
+        if (!(after.residual < quality.residual)) return;
+        quality = after;
+        X = std::move(refined);
+    }
+
+    ProbedQuality judged(const Matrix& X)
+    {
+        const ProbedQuality quality = judge(system_.matrix(), X, B_, probe_);
+        seconds_.finish("check");
+        return quality;
+    }
+
+    SparseSystem& system_;
+    const Matrix& B_;
+    const Matrix& probe_;
+    const SparseOptions& options_;
+    StepTimes& seconds_;
+    int entriesBefore_ = 0; ///< of the factors on the road before
+};
+
+std::string pivots(int count)
+{
+    return count == 1 ? "1 perturbed pivot" : fmt::format("{} perturbed pivots", count);
+}
+
+std::string whyNumeric(Road road, int failing)
+{
+    if (failing == kNoContraction || failing == kTooManySteps) return "refinement does not converge";
+    if (failing == kIteration) return "the iteration does not converge";
+    if (road == Road::Cholesky) return fmt::format("not positive definite, pivot {}", failing);
+    return fmt::format("singular: pivot {} is zero", failing);
+}
+
+int nonZeros(std::span<const double> values)
+{
+    return static_cast<int>(std::ranges::count_if(values, [](double value) { return value != 0.0; }));
+}
+
+/// Why a road that is no good was left.
+std::string whyLeft(Road road, const Outcome& outcome, const SparseMatrix& matrix)
+{
+    const EngineAnswer engine = outcome.engine;
+    if (outcome.fillsIn) return fmt::format("its factors would have {} entries", outcome.factorEntries);
+    switch (engine.error) {
+    case 0:
+        break;
+    case kNumeric:
+        return whyNumeric(road, engine.failing);
+    case kUnmatched:
+        return fmt::format("structurally singular: {} of {} rows matched", -engine.failing, matrix.Rows());
+    case kDiagonal:
+        return fmt::format("structurally singular: {} of {} rows matched", nonZeros(matrix.Values()),
+                           matrix.Rows());
+    case kOverflow:
+        return "the factors have more than 2147483647 entries";
+    default:
+        return fmt::format("the engine reports error {}", engine.error);
+    }
+    if (outcome.looksSingular()) return "singular: " + pivots(outcome.perturbed);
+    if (!std::isfinite(outcome.quality.residual)) return "a number overflowed";
+    return fmt::format("scaled residual {:.1e}", outcome.quality.residual);
+}
+
+/// What keeps a solution from being accurate.
+std::string whyDegraded(const Outcome& outcome)
+{
+    std::string reason;
+    const auto add = [&reason](const std::string& text) { reason += reason.empty() ? text : ", " + text; };
+    if (outcome.perturbed > 0) add(pivots(outcome.perturbed));
+    if (outcome.quality.residual > kRoundingLevel)
+        add(fmt::format("scaled residual {:.1e}", outcome.quality.residual));
+    if (!(outcome.quality.probeError <= kFewDigits)) add("ill-conditioned");
+    return reason;
+}
+
+/// A solution whose residual is small beats none, a smaller residual a larger one.
+bool isBetter(const Outcome& one, const Outcome& other)
+{
+    return one.x && (!other.x || one.quality.residual < other.quality.residual);
+}
+
+void tell(const Outcome& outcome, SparseAnswer& answer)
+{
+    answer.ordering = outcome.ordering;
+    answer.perturbedPivots = outcome.perturbed;
+    answer.refinementSteps = outcome.steps;
+    answer.factorEntries = outcome.factorEntries;
+}
+
+void accept(Outcome& outcome, SparseAnswer& answer)
+{
+    tell(outcome, answer);
+    answer.verdict = verdictOf(outcome.quality.residual, outcome.quality.probeError);
+    answer.reason = answer.verdict == Verdict::Degraded ? whyDegraded(outcome) : std::string();
+}
+
+void give(Outcome& outcome, SparseAnswer& answer)
+{
+    if (!outcome.x) return;
+    answer.residual = outcome.quality.residual;
+    answer.probeError = outcome.quality.probeError;
+    outcome.x->Cols(outcome.x->Cols() - 1);
+    answer.x = std::move(outcome.x);
+}
+
+} // namespace
+
+Road firstRoad(const Traits& traits)
+{
+    if (traits.symmetric) return traits.positiveLooking ? Road::Cholesky : Road::Symmetric;
+    return traits.symmetricPattern && traits.dominant ? Road::Unmatched : Road::Matched;
+}
+
+std::optional<Road> firstRoad(MatrixType type, const Traits& traits)
+{
+    switch (type) {
+    case MatrixType::PositiveDefinite:
+        return traits.symmetric ? std::optional(Road::Cholesky) : std::nullopt;
+    case MatrixType::Indefinite:
+        return traits.symmetric ? std::optional(Road::Symmetric) : std::nullopt;
+    case MatrixType::StructurallySymmetric:
+        return traits.symmetricPattern ? std::optional(Road::Unmatched) : std::nullopt;
+    case MatrixType::Unsymmetric:
+        break;
+    }
+    return Road::Matched;
+}
+
+SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& probe, Road road,
+                         const SparseOptions& options, StepTimes& seconds)
+{
+    SparseAnswer answer;
+    RoadRunner runner(system, B, probe, options, seconds);
+    Outcome best;
+    for (;;) {
+        Outcome outcome = runner.run(road);
+        answer.road = road;
+        if (outcome.isGood()) {
+            accept(outcome, answer);
+            give(outcome, answer);
+            return answer;
+        }
+        answer.reason = whyLeft(road, outcome, system.matrix());
+        const std::optional<Road> next = outcome.isFinal() ? std::nullopt : roadAfter(road);
+        tell(outcome, answer);
+        if (isBetter(outcome, best)) best = std::move(outcome);
+        if (!next) break;
+        answer.tried.push_back(fmt::format("{}: {}", nameOf(road), answer.reason));
+        road = *next;
+    }
+    give(best, answer);
+    return answer;
+}
+
+} // namespace Velmar::Lintrix::tools

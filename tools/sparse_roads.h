@@ -1,0 +1,50 @@
+#pragma once
+// Solves A*X = B by the direct solver: the road that the values suggest, and the next one where it ends
+// badly.
+
+#include <tools/direct_run.h>
+#include <tools/quality.h>
+#include <tools/report.h>
+#include <tools/sparse_system.h>
+
+#include <lintrix/lintrix.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Velmar::Lintrix::tools {
+
+struct SparseOptions {
+    std::optional<MatrixType> type;               ///< none: as the values suggest
+    std::optional<FillInReducingMethod> ordering; ///< none: what takes less time in all
+    DirectSettings settings;
+};
+
+struct SparseAnswer {
+    Road road = Road::Matched; ///< the last one taken
+    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
+    std::vector<std::string> tried; ///< "ROAD: why it was left", of the roads before
+    Verdict verdict = Verdict::Failed;
+    std::string reason;      ///< of a verdict other than Accurate, in a few words
+    std::optional<Matrix> x; ///< n x nrhs
+    std::optional<double> residual, probeError;
+    int perturbedPivots = 0, refinementSteps = 0, factorEntries = 0;
+};
+
+/// Where to begin: positive definite, indefinite, indefinite with matching where the diagonal has zeros; of
+/// an unsymmetric matrix LU along the diagonal where that dominates, else LU with matching.
+Road firstRoad(const Traits& traits);
+/// As the user says. @return nothing  the values contradict
+std::optional<Road> firstRoad(MatrixType type, const Traits& traits);
+
+/// `B` is n x nrhs, followed by one column of which the solution is `probe`. The residual of what a road
+/// returns is measured: above kPoor, and where pivots were perturbed and no digit of the probe came back, the
+/// next road is taken. Steps are timed in `seconds`: analyse, factorize, solve, check.
+/// @throws NotEnoughMemoryException
+SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& probe, Road road,
+                         const SparseOptions& options, StepTimes& seconds);
+
+} // namespace Velmar::Lintrix::tools
