@@ -49,25 +49,40 @@ struct Place {
 };
 
 template <class T>
-RealOf<T> largestInColumn(const T* column, int from, int to, RealOf<T> largest)
+RealOf<T> largestMagnitude(const T* cells, int count)
 {
-    for (int i = from; i < to; ++i) largest = std::max(largest, magnitude(column[i]));
+    RealOf<T> largest = 0;
+#pragma omp simd reduction(max : largest)
+    for (int i = 0; i < count; ++i) {
+        const RealOf<T> m = magnitude(cells[i]);
+        largest = largest < m ? m : largest;
+    }
     return largest;
 }
 
-// The last place, in column order, of magnitude `largest` among rows and columns from k on.
+// The column with the largest magnitude among those looked at, the last of equals.
 template <class T>
-Place lastOf(RealOf<T> largest, const Block<T>& a, int k)
-{
-    for (int j = a.width() - 1; j > k; --j) {
-        const T* const column = a.column(j);
-        for (int i = a.width() - 1; i >= k; --i) {
-            if (magnitude(column[i]) == largest) return {i, j};
+struct Champion {
+    RealOf<T> largest = 0;
+    int column;
+
+    void meet(int j, RealOf<T> largestThere)
+    {
+        if (largestThere >= largest) {
+            largest = largestThere;
+            column = j;
         }
     }
+};
+
+// The last row of it, from k on.
+template <class T>
+Place placeOf(const Champion<T>& champion, const Block<T>& a, int k)
+{
+    const T* const column = a.column(champion.column);
     int row = a.width() - 1;
-    while (row > k && magnitude(a(row, k)) != largest) --row;
-    return {row, k};
+    while (row > k && magnitude(column[row]) != champion.largest) --row;
+    return {row, champion.column};
 }
 
 template <class T>
@@ -79,24 +94,24 @@ void exchange(const Block<T>& a, int k, Place with)
     if (with.column != k) std::swap_ranges(a.column(k), a.column(k) + a.width(), a.column(with.column));
 }
 
-// Column k becomes L's; the rest of the block loses the product of column and row k. Returns the largest
-// magnitude that is left.
+// Column k becomes L's; the rest of the block loses the product of column and row k. Returns the column where
+// the largest magnitude is now.
 template <class T>
-RealOf<T> eliminate(const Block<T>& a, int k)
+Champion<T> eliminate(const Block<T>& a, int k)
 {
-    T* const pivotColumn = a.column(k);
-    const T inverse = T(1) / pivotColumn[k];
-    for (int i = k + 1; i < a.width(); ++i) pivotColumn[i] = product(pivotColumn[i], inverse);
-    RealOf<T> largest = 0;
-    for (int j = k + 1; j < a.width(); ++j) {
-        T* const column = a.column(j);
-        const T u = column[k];
-        for (int i = k + 1; i < a.width(); ++i) {
-            column[i] -= product(pivotColumn[i], u);
-            largest = std::max(largest, magnitude(column[i]));
-        }
+    const int behind = k + 1, count = a.width() - behind;
+    T* const l = a.column(k) + behind;
+    const T inverse = T(1) / a(k, k);
+    for (int i = 0; i < count; ++i) l[i] = product(l[i], inverse);
+    Champion<T> champion{0, behind};
+    for (int j = behind; j < a.width(); ++j) {
+        T* const column = a.column(j) + behind;
+        const T u = a(k, j);
+#pragma omp simd
+        for (int i = 0; i < count; ++i) column[i] -= product(l[i], u);
+        champion.meet(j, largestMagnitude(column, count));
     }
-    return largest;
+    return champion;
 }
 
 // Exchanges rows and columns k < r of a matrix of which the lower triangle is kept: L's rows so far, and what
@@ -214,15 +229,15 @@ PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchang
     const Block<T> a(block, ld, w);
     const RealOf<T> smallest = threshold<T>(eps, 1e-13);
     PivotCounts counts;
-    RealOf<T> largest = 0;
-    for (int j = 0; j < w; ++j) largest = largestInColumn(a.column(j), 0, w, largest);
+    Champion<T> champion{0, 0};
+    for (int j = 0; j < w; ++j) champion.meet(j, largestMagnitude(a.column(j), w));
     for (int k = 0; k < w; ++k) {
-        const Place place = lastOf(largest, a, k);
+        const Place place = placeOf(champion, a, k);
         exchange(a, k, place);
         rowExchange[k] = place.row + 1;
         columnExchange[k] = place.column + 1;
         a(k, k) = sufficient(a(k, k), smallest, counts);
-        largest = eliminate(a, k);
+        champion = eliminate(a, k);
     }
     return counts;
 }

@@ -43,9 +43,12 @@ LINTRIX_ALWAYS_INLINE void multiplyBlock(const R* a, std::ptrdiff_t lda, const R
 }
 
 // sum += i*x, pair by pair: (re, im) -> (-im, re).
-template <class V, int... Lane>
-LINTRIX_ALWAYS_INLINE void addTimesI(V& sum, const V& x, std::integer_sequence<int, Lane...>)
+template <class R, int Bytes, int... Lane>
+LINTRIX_ALWAYS_INLINE void addTimesI(typename Vectors<R, Bytes>::type& sum,
+                                     const typename Vectors<R, Bytes>::type& x,
+                                     std::integer_sequence<int, Lane...>)
 {
+    using V = typename Vectors<R, Bytes>::type;
     sum += __builtin_shufflevector(x, x, (Lane ^ 1)...) * V{(Lane % 2 == 0 ? -1 : 1)...};
 }
 
@@ -75,7 +78,7 @@ LINTRIX_ALWAYS_INLINE void multiplyComplexBlock(const R* a, std::ptrdiff_t lda, 
     }
     for (int r = 0; r < Rows; ++r) {
         for (int c = 0; c < Cols; ++c)
-            addTimesI(sum[r][c], byImaginary[r][c], std::make_integer_sequence<int, lanes>());
+            addTimesI<R, Bytes>(sum[r][c], byImaginary[r][c], std::make_integer_sequence<int, lanes>());
     }
 }
 

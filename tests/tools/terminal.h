@@ -29,9 +29,9 @@ public:
     std::string name() const { return ptsname(master_); }
     std::string written() const
     {
-        std::string text(65536, '\0');
-        const ssize_t count = read(master_, text.data(), text.size());
-        text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+        std::string text, piece(4096, '\0'); // the system hands out a page at a time
+        for (ssize_t count; (count = read(master_, piece.data(), piece.size())) > 0;)
+            text.append(piece, 0, static_cast<std::size_t>(count));
         return text;
     }
 
