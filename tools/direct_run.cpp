@@ -64,6 +64,11 @@ bool takesTriangle(Road road)
     return road == Road::Cholesky || road == Road::Symmetric || road == Road::SymmetricPairs;
 }
 
+bool scales(Road road)
+{
+    return setupOf(road).matching != 0;
+}
+
 std::optional<Road> roadAfter(Road road)
 {
     switch (road) {

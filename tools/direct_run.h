@@ -29,6 +29,9 @@ std::string_view nameOf(Road road);
 /// Whether the engine takes the upper triangle or all elements.
 bool takesTriangle(Road road);
 
+/// Whether rows and columns are scaled, by what the matching brings along.
+bool scales(Road road);
+
 /// Where to go when `road` fails. None after the last one.
 std::optional<Road> roadAfter(Road road);
 

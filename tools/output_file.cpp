@@ -4,6 +4,7 @@
 #include <tools/text.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <utility>
 
@@ -84,7 +85,7 @@ void OutputFile::fail() const
 
 void writeReport(std::string_view text)
 {
-    if (!writeAll(STDOUT_FILENO, text))
+    if (std::fflush(stdout) != 0 || !writeAll(STDOUT_FILENO, text))
         throw InputError("standard output", "cannot be written: " + systemError());
 }
 

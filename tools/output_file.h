@@ -34,7 +34,8 @@ private:
     int descriptor_ = -1;
 };
 
-/// All of a report to standard output. @throws InputError  the system refuses
+/// All of a report to standard output, after what the direct solver has printed there, which the C library
+/// may still hold. @throws InputError  the system refuses
 void writeReport(std::string_view text);
 
 /// All of `text` to `descriptor`. False with errno set when the system refuses.

@@ -32,16 +32,17 @@ struct Outcome {
     bool fillsIn = false; ///< the factors would be too large, and were not made
 
     bool solves() const { return x && quality.residual <= kPoor; }
-    /// Small pivots were replaced, and what comes back is not what went in: A is singular to working
-    /// precision, and X one of many solutions.
-    bool looksSingular() const { return perturbed > 0 && !(quality.probeError < kNoDigit); }
-    bool isGood() const { return solves() && !looksSingular(); }
-    /// No other road can do better: the pattern has no perfect matching, or the system of the probe is solved
-    /// to rounding level by something else than the probe.
-    bool isFinal() const
+    /// Small pivots were replaced, and no digit of the probe came back.
+    bool isDoubtful() const { return perturbed > 0 && !(quality.probeError < kNoDigit); }
+    bool isGood() const { return solves() && !isDoubtful(); }
+    /// Something else than the probe solves its system to rounding level: A is singular to working precision.
+    bool isSolvedByAnother() const { return x && isDoubtful() && quality.probeResidual <= kRoundingLevel; }
+    /// No other road can do better: the pattern has no perfect matching, or A is singular, and that is not
+    /// for want of scaling.
+    bool isFinal(Road road) const
     {
         return engine.error == kUnmatched || engine.error == kDiagonal ||
-               (x && looksSingular() && quality.probeResidual <= kRoundingLevel);
+               (scales(road) && isSolvedByAnother());
     }
 };
 
@@ -175,9 +176,11 @@ std::string whyLeft(Road road, const Outcome& outcome, const SparseMatrix& matri
     default:
         return fmt::format("the engine reports error {}", engine.error);
     }
-    if (outcome.looksSingular()) return "singular: " + pivots(outcome.perturbed);
-    if (!std::isfinite(outcome.quality.residual)) return "a number overflowed";
-    return fmt::format("scaled residual {:.1e}", outcome.quality.residual);
+    if (outcome.isSolvedByAnother()) return "singular: " + pivots(outcome.perturbed);
+    const double residual = std::max(outcome.quality.residual, outcome.quality.probeResidual);
+    if (!std::isfinite(residual)) return "a number overflowed";
+    const std::string text = fmt::format("scaled residual {:.1e}", residual);
+    return outcome.perturbed > 0 ? text + ", " + pivots(outcome.perturbed) : text;
 }
 
 /// What keeps a solution from being accurate.
@@ -260,7 +263,7 @@ SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& pr
             return answer;
         }
         answer.reason = whyLeft(road, outcome, system.matrix());
-        const std::optional<Road> next = outcome.isFinal() ? std::nullopt : roadAfter(road);
+        const std::optional<Road> next = outcome.isFinal(road) ? std::nullopt : roadAfter(road);
         tell(outcome, answer);
         if (isBetter(outcome, best)) best = std::move(outcome);
         if (!next) break;

@@ -166,8 +166,7 @@ int runSvd(const SvdOptions& options)
     if (found) results.write(svd, report.values);
     report.seconds.finish("write");
 
-    if (!writeAll(STDOUT_FILENO, options.json ? asJson(report) : asText(report)))
-        throw InputError("standard output", "cannot be written: " + systemError());
+    writeReport(options.json ? asJson(report) : asText(report));
     if (!found) {
         writeAll(STDERR_FILENO, fmt::format("lintrix: {}: {}\n", printable(report.matrix), explain(report)));
         return 1;

@@ -6,6 +6,8 @@
 #include <complex>
 #include <cstddef>
 
+#include <omp.h>
+
 namespace Velmar::Lintrix::detail::engine {
 
 namespace {
@@ -43,7 +45,7 @@ struct Frame {
     template <class T>
     T scaled(int i, T value) const
     {
-        return scale.empty() ? value : value * static_cast<RealOf<T>>(scale[i]);
+        return scale.empty() ? value : scaledBy(value, scale[i], 1.0);
     }
 };
 
@@ -72,7 +74,7 @@ void DirectSolve<T>::bring(const T* b, int count, bool permutes, const RightSide
 {
     const int n = factor_.order();
     const Frame frame = frameOf(frame_, !transposed_);
-    const bool splits = y.count == 1 && threads_ > 1; // several sides keep the threads busy as blocks
+    const bool splits = threads_ > 1 && omp_in_parallel() == 0; // else blocks keep the threads busy
 #pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
     for (int i = 0; i < n; ++i) {
         T* const to = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
@@ -89,7 +91,7 @@ void DirectSolve<T>::takeBack(const RightSides<T>& y, int count, bool permutes, 
 {
     const int n = factor_.order();
     const Frame frame = frameOf(frame_, transposed_);
-    const bool splits = y.count == 1 && threads_ > 1;
+    const bool splits = threads_ > 1 && omp_in_parallel() == 0;
 #pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
     for (int i = 0; i < n; ++i) {
         const T* const from = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;

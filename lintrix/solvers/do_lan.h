@@ -27,6 +27,8 @@ namespace Velmar::Lintrix {
 ///
 /// All of U, V and S is written unless memory fails. Equal calls under the same thread count give equal bits.
 ///
+/// A multiple singular value may be found once only, since a Krylov space holds one vector of each.
+///
 /// Limits. The interface guards against none of them, and nothing is reported:
 /// - A start vector in an invariant subspace that the steps exhaust exactly, a zero matrix above all: a zero
 ///   norm divides, and the results are NaN.

@@ -1,5 +1,6 @@
 #include <lintrix/solvers/krylov_basis.h>
 
+#include <lintrix/foundation/failures.h>
 #include <lintrix/services/threads.h>
 
 #include <algorithm>
@@ -20,7 +21,8 @@ constexpr int kCacheLine = 64;
 constexpr int kCellsPerThread = 8192;
 
 // One form for each instruction set, chosen when the library is loaded. All give the same bits, since the
-// lanes are fixed and nothing is contracted. Not under the sanitizers, which wake later than that.
+// lanes are fixed and nothing is contracted. Not under the sanitizers, which wake later than that; Clang
+// builds have the portable form alone.
 #if defined(__clang__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define LINTRIX_VECTOR_FORMS
 #else
@@ -72,6 +74,13 @@ double square(std::int64_t count, const double* w)
 std::int32_t chunksOf(std::int32_t stride)
 {
     return static_cast<std::int32_t>((stride + kChunk - 1) / kChunk);
+}
+
+// The next multiple of kLanes.
+std::int32_t strideFor(std::int32_t length)
+{
+    if (length > INT32_MAX - kLanes) throw NotEnoughMemoryException(); // 16 GiB a vector, and no such number
+    return (length + kLanes - 1) / kLanes * kLanes;
 }
 
 double* atCacheLine(double* cells)
@@ -148,7 +157,7 @@ double orthogonalize(const KrylovBasis& basis, std::int32_t j, double c, Member&
 } // namespace
 
 KrylovBasis::KrylovBasis(std::int32_t length, std::int32_t columns)
-    : length_(length), stride_((length + kLanes - 1) / kLanes * kLanes), cells_(cellsFor(columns)),
+    : length_(length), stride_(strideFor(length)), cells_(cellsFor(columns)),
       first_(atCacheLine(cells_.get())), chunkSums_(std::int64_t{2} * chunksOf(stride_))
 {
 }

@@ -10,7 +10,8 @@
 namespace Velmar::Lintrix::detail {
 
 /// Vectors of `length` cells, a column each. Columns are stride() cells apart, so that each begins at a cache
-/// line and is a whole number of steps of the loops; the cells behind `length` are zero.
+/// line and is a whole number of steps of the loops; the cells behind `length` are made zero
+/// when a column is made orthonormal.
 ///
 /// A new vector is written into its column and made orthonormal there by modified Gram-Schmidt, one sweep
 /// (Golub and Van Loan, Matrix Computations, 4th ed., section 5.2.8): each scalar product sees the vector
@@ -25,7 +26,8 @@ public:
     static constexpr int kLanes = 16;
     static constexpr int kChunk = 1024; ///< a multiple of kLanes
 
-    /// Room for `columns` vectors, uninitialised. @throws NotEnoughMemoryException
+    /// Room for `columns` vectors, uninitialised. @throws NotEnoughMemoryException  also for a length whose
+    /// stride is no 32-bit number
     KrylovBasis(std::int32_t length, std::int32_t columns);
 
     double* column(std::int32_t j) const noexcept { return first_ + std::int64_t{stride_} * j; }

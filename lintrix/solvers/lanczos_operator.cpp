@@ -14,6 +14,13 @@ namespace {
 // Fewer elements than this are not worth a second thread.
 constexpr int kElementsPerThread = 10000;
 
+// On one thread, the long rows of a wide matrix are scattered faster than the short ones of its transpose are
+// summed.
+bool gatheringPays(const LanczosMatrix& A)
+{
+    return A.n <= A.m || MKL_Get_Max_Threads() > 1;
+}
+
 std::int64_t bytesOfTransposed(const LanczosMatrix& A)
 {
     return std::int64_t{12} * A.elements() + std::int64_t{4} * A.n;
@@ -42,7 +49,7 @@ void gather(const ResultRows<double>& A, std::int32_t rows, const double* x, dou
 
 LanczosOperator::LanczosOperator(const LanczosMatrix& matrix, std::int64_t mostBytes) : A_(matrix)
 {
-    if (A_.symmetric || bytesOfTransposed(A_) > mostBytes) return;
+    if (A_.symmetric || !gatheringPays(A_) || bytesOfTransposed(A_) > mostBytes) return;
     transposed_ = transposedRows(A_.m, A_.n, A_.a, A_.ia, A_.ja);
 }
 

@@ -28,8 +28,9 @@ struct LanczosMatrix {
 /// The kernel applies A' by scattering rows, on one thread. Here the rows of A' stand ready instead, and each
 /// is one sum. Its elements come in the order in which the kernel adds them up, since they ascend by row of
 /// A: the results are the same to the last bit, for any number of threads. The transposed copy takes 12 bytes
-/// an element; it is not made of a symmetric matrix, which needs none, and not where it would be larger than
-/// `mostBytes`. The kernel then does both products.
+/// an element; it is not made of a symmetric matrix, which needs none, of a wide one on a single thread,
+/// where scattering is faster, and not where it would be larger than `mostBytes`. The kernel then does both
+/// products.
 class LINTRIX_TESTABLE LanczosOperator {
 public:
     /// @throws NotEnoughMemoryException

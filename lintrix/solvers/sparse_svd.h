@@ -17,6 +17,9 @@ namespace Velmar::Lintrix {
 /// All work is done by `DoLan` in the constructor; the object then holds the results. The matrix is read
 /// there and not referred to afterwards. A finished object may be read from several threads.
 ///
+/// A multiple singular value may be found once only, since a Krylov space holds one vector of each; then the
+/// value of the next size takes its place.
+///
 /// Limits: a zero or not finite matrix gives NaNs; more values than the rank has, or a tolerance out of
 /// reach, may go on until memory fails (see DoLan). An observer can watch the passes and stop.
 class LINTRIX_EXPORT SparseSVD {

@@ -134,7 +134,10 @@ LINTRIX_EXPORT MatrixMarketTriplets ReadMatrixMarketTriplets(std::istream& in);
 /// A file whose name ends in ".gz" is compressed. It is written in place: what stood there is gone, and after
 /// a failure what has been written stands. Streams and sinks get plain text.
 /// @throws ArgumentException    before anything is written: a value is NaN or infinite, "Matrix Market files
-///         hold finite numbers only"; with triplets also one that its field or symmetry does not hold
+///         hold finite numbers only"; with triplets also one that its field or symmetry does not hold; a
+///         sparse matrix marked symmetric stores more than its upper triangle, "A symmetric matrix has
+///         elements below its diagonal"
+/// @throws NotSquareMatrixException  a sparse matrix is marked symmetric and is not square
 /// @throws FileFormatException  "FILE: cannot be opened: ..."; "FILE: cannot be written: ..."
 /// @{
 

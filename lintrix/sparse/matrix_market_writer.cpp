@@ -134,9 +134,24 @@ void requireSound(const MatrixMarketTriplets& triplets)
     }
 }
 
+/// The flag is only a reading of the arrays. A symmetric file is square, and holds one triangle.
+void requireUpperTriangle(const SparseMatrix& matrix)
+{
+    if (matrix.Rows() != matrix.Cols()) throw NotSquareMatrixException();
+    const auto starts = matrix.RowPointers(), cols = matrix.ColumnIndices();
+    for (std::int32_t row = 0; row < matrix.Rows(); ++row) {
+        const auto first = static_cast<std::size_t>(starts[static_cast<std::size_t>(row)] - 1),
+                   end = static_cast<std::size_t>(starts[static_cast<std::size_t>(row) + 1] - 1);
+        if (first < end && cols[first] <= row) {
+            throw ArgumentException("A symmetric matrix has elements below its diagonal", "matrix");
+        }
+    }
+}
+
 void requireSound(const SparseMatrix& matrix)
 {
     requireFinite(matrix.Values());
+    if (matrix.Symmetric()) requireUpperTriangle(matrix);
 }
 
 void requireSound(const Matrix& matrix)

@@ -356,15 +356,15 @@ public:
     /// Rows, columns, row pointers, values, columns of the elements: 4*(3*NumElements() + Rows() + 3) bytes,
     /// little-endian as in memory. Flag and growth factor are not in it.
     std::vector<std::byte> Data() const;
-    /// Restores what the form above holds, with exact capacity; flag and growth factor stay. A surplus of
-    /// bytes is ignored. Nothing in the form is believed before it is checked; only that columns ascend
-    /// within a row is left to whoever made it (the hardened build raises InvalidOperationException).
+    /// Restores what the form above holds, with exact capacity; flag and growth factor stay, and by contract
+    /// it is not looked at whether the flag goes with the new sizes. A surplus of bytes is ignored. Nothing
+    /// in the form is believed before it is checked; only that columns ascend within a row is left to whoever
+    /// made it (the hardened build raises InvalidOperationException).
     ///
     /// By contract the sizes are stored before they are checked: a form that is refused for them leaves
     /// Rows() and Cols() changed and the arrays old. Give such an object new contents or release it; what
     /// needs row pointers that are not there raises InvalidOperationException.
     /// @throws InvalidSizeException       "Invalid number of rows."; "Invalid number of columns."
-    /// @throws NotSquareMatrixException   this matrix is symmetric and the form is not square
     /// @throws IndexOutOfRangeException   the form is shorter than it says, its row pointers do not begin
     /// with 1 or fall, or a column is outside 1 .. columns
     void Data(std::span<const std::byte> data);
@@ -380,7 +380,6 @@ protected:
     /// `Data`.
     /// @throws SerializationException    a key is missing or of another type
     /// @throws InvalidSizeException      "Invalid number of rows."; "Invalid number of columns."
-    /// @throws NotSquareMatrixException  symmetric and not square
     /// @throws IndexOutOfRangeException  an array is short, row pointers or columns are wrong
     SparseMatrix(const SerializationInfo& info, const StreamingContext& context);
 

@@ -17,12 +17,6 @@ using detail::takeBlock;
 
 namespace {
 
-// What the flag says of the matrix is relied upon by the products.
-void requireSquareIfSymmetric(bool symmetric, std::int32_t rows, std::int32_t cols)
-{
-    if (symmetric && rows != cols) throw NotSquareMatrixException();
-}
-
 template <class Cell>
 std::vector<Cell> copied(std::span<const Cell> array)
 {
@@ -55,7 +49,6 @@ void SparseMatrix::Data(std::span<const std::byte> data)
         mCols = cols;
     }
     detail::requireSparseSizes(rows, cols);
-    requireSquareIfSymmetric(_symmetric, rows, cols);
     auto rest = data.subspan(2 * sizeof(std::int32_t));
     auto starts = takeBlock<std::int32_t>(rest, std::int64_t{rows} + 1);
     const std::int32_t elements = detail::elementsTold(starts, rows);
@@ -96,7 +89,6 @@ void SparseMatrix::InitSer(const SerializationInfo& info)
     // A matrix writes 0 or 1 to 4. An archive from elsewhere must not make it grow by any other factor.
     _growFactor = std::clamp(info.GetSingle("growFactor"), 0.0F, 4.0F);
     _symmetric = info.GetBoolean("symm");
-    requireSquareIfSymmetric(_symmetric, mRows, mCols);
     auto IA = info.GetInt32Array("_IA");
     auto starts = takeBlock<std::int32_t>(IA, std::int64_t{mRows} + 1);
     const std::int32_t elements = detail::elementsTold(starts, mRows);

@@ -17,6 +17,13 @@ void fillRandom(const KrylovBasis& basis, int column, std::mt19937_64& generator
         basis.column(column)[i] = static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0;
 }
 
+/// A column as it is given, for which nothing makes the padding zero.
+void setColumn(const KrylovBasis& basis, int column, const std::vector<double>& cells)
+{
+    std::fill_n(basis.column(column), basis.stride(), 0.0);
+    std::copy(cells.begin(), cells.end(), basis.column(column));
+}
+
 double dot(const KrylovBasis& basis, int i, int j)
 {
     long double sum = 0.0;
@@ -71,8 +78,10 @@ TEST(KrylovBasis, VectorsAreOrthonormal)
 TEST(KrylovBasis, LastColumnGoesFirstThenTheOthersInOrderEachSeeingTheCorrectedVector)
 {
     KrylovBasis basis(3, 4);
-    const double cells[4][3] = {{1, 0, 0}, {0.5, 0.5, 0}, {0.25, 0.5, 1}, {3, 5, 7}};
-    for (int j = 0; j < 4; ++j) std::copy_n(cells[j], 3, basis.column(j));
+    setColumn(basis, 0, {1, 0, 0});
+    setColumn(basis, 1, {0.5, 0.5, 0});
+    setColumn(basis, 2, {0.25, 0.5, 1});
+    setColumn(basis, 3, {3, 5, 7});
     const double c = 2.0;
     // w = (3, 5, 7) - 2*q2 = (2.5, 4, 5); - 2.5*q0 = (0, 4, 5); - 2*q1 = (-1, 3, 5)
     EXPECT_DOUBLE_EQ(basis.orthonormalize(3, c), std::sqrt(35.0));
@@ -84,7 +93,7 @@ TEST(KrylovBasis, LastColumnGoesFirstThenTheOthersInOrderEachSeeingTheCorrectedV
 TEST(KrylovBasis, SecondColumnIsCorrectedByTheCoefficientAlone)
 {
     KrylovBasis basis(2, 2);
-    std::fill_n(basis.column(0), 2, 1.0);
+    setColumn(basis, 0, {1, 1});
     basis.column(1)[0] = 3.0;
     basis.column(1)[1] = 7.0;
     EXPECT_EQ(basis.orthonormalize(1, 3.0), 4.0); // whatever the scalar product
@@ -136,6 +145,11 @@ TEST(KrylovBasis, ColumnsBeginAtCacheLinesAndSurviveGrowth)
             }
         }
     }
+}
+
+TEST(KrylovBasis, LengthWhoseStrideIsNo32BitNumberIsOutOfMemory)
+{
+    EXPECT_THROW(KrylovBasis(std::numeric_limits<std::int32_t>::max(), 1), NotEnoughMemoryException);
 }
 
 } // namespace

@@ -36,7 +36,9 @@ const std::vector<Shape> kShapes{{1, 1}, {1, 9}, {9, 1}, {30, 7}, {7, 30}, {60, 
 
 TEST(LanczosOperator, TransposedCopyGivesTheBitsOfTheKernel)
 {
+    MKL_Set_Dynamic(0);
     for (const Shape& shape : kShapes) {
+        MKL_Set_Num_Threads(shape.cols > shape.rows ? 2 : 1);
         const SparseMatrix A = scatteredSparse(shape, 3);
         const LanczosOperator copied(viewOf(A), kMuch), kernel(viewOf(A), 0);
         ASSERT_TRUE(copied.hasTransposedCopy());
@@ -47,6 +49,8 @@ TEST(LanczosOperator, TransposedCopyGivesTheBitsOfTheKernel)
         kernel.multiplyTransposed(x.data(), z.data());
         EXPECT_EQ(y, z) << shape;
     }
+    MKL_Set_Num_Threads(1);
+    MKL_Set_Dynamic(1);
 }
 
 TEST(LanczosOperator, ThreadsOfTheTransposedProductChangeNoBit)
@@ -97,6 +101,18 @@ TEST(LanczosOperator, TransposedProductIsAddedWithItsFactor)
     std::vector<double> y{10.0, 20.0};
     product.addTransposed(-0.5, x.data(), y.data());
     EXPECT_EQ(y, (std::vector<double>{12.0, 22.0}));
+}
+
+TEST(LanczosOperator, WideMatrixIsCopiedForSeveralThreadsOnly)
+{
+    const SparseMatrix A = scatteredSparse({5, 9}, 3);
+    MKL_Set_Dynamic(0);
+    for (const int threads : {1, 2}) {
+        MKL_Set_Num_Threads(threads);
+        EXPECT_EQ(LanczosOperator(viewOf(A), kMuch).hasTransposedCopy(), threads == 2);
+    }
+    MKL_Set_Num_Threads(1);
+    MKL_Set_Dynamic(1);
 }
 
 TEST(LanczosOperator, CopyIsMadeUpToTheGivenBytes)

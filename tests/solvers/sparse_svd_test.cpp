@@ -2,6 +2,7 @@
 
 #include "tests/solvers/svd_support.h"
 
+#include <limits>
 #include <utility>
 
 namespace Velmar::Lintrix::testing {
@@ -83,7 +84,7 @@ TEST(SparseSVD, SymmetricStorageGivesTheValuesOfItsGeneralCopy)
 TEST(SparseSVD, CountsThatMatrixRefusesFailWithItsWords)
 {
     const SparseMatrix A = scatteredSparse({10, 8}, 5);
-    for (const int count : {0, -1, TrellConfiguration::MaxSize() + 1}) {
+    for (const int count : {0, -1, std::numeric_limits<int>::min()}) {
         const std::int64_t before = TrellConfiguration::TotalMemory();
         expectFailure<InvalidSizeException>([&] { return SparseSVD(A, count, 1e-6); }, kInvalidSize);
         EXPECT_EQ(TrellConfiguration::TotalMemory(), before);

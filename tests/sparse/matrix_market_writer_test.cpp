@@ -75,6 +75,22 @@ TEST(MatrixMarketWriter, SymmetricMatricesAreWrittenAsTheLowerTriangle)
               "%%MatrixMarket matrix coordinate real symmetric\n2 2 3\n1 1 0\n2 1 4\n2 2 5\n");
 }
 
+// The flag may be set on any matrix, but not every one can be told in a symmetric file.
+TEST(MatrixMarketWriter, MarkedSymmetricButNoUpperTriangleIsRefusedBeforeAnythingIsWritten)
+{
+    SparseMatrix wide(2, 3), full({1, 2, 3, 4}, {0, 2, 4}, {0, 1, 0, 1}),
+        upper({1, 2, 4}, {0, 2, 3}, {0, 1, 1});
+    for (SparseMatrix* A : {&wide, &full, &upper}) A->Symmetric(true);
+    std::ostringstream out;
+    expectFailure<NotSquareMatrixException>([&] { WriteMatrixMarket(out, wide); }, "Matrix is not square.");
+    expectFailure<ArgumentException>([&] { WriteMatrixMarket(out, full); },
+                                     "A symmetric matrix has elements below its diagonal");
+    EXPECT_EQ(out.str(), "");
+    WriteMatrixMarket(out, upper);
+    std::istringstream in(out.str());
+    EXPECT_TRUE(ReadMatrixMarket(in).ToDense() == upper.ToDense());
+}
+
 TEST(MatrixMarketWriter, EmptyMatricesHaveNoEntries)
 {
     EXPECT_EQ(textOf(SparseMatrix(3, 2)), "%%MatrixMarket matrix coordinate real general\n3 2 0\n");

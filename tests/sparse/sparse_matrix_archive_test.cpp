@@ -19,7 +19,6 @@ using ::testing::ElementsAre;
 using Bytes = std::vector<std::byte>;
 
 const std::string kIndex = IndexOutOfRangeException().what();
-const std::string kNotSquare = NotSquareMatrixException().what();
 
 SparseMatrix example()
 {
@@ -254,13 +253,19 @@ TEST(SparseMatrixData, ElementsThatLostTheirColumnsDoNotComeBackBehindTheLast)
     }
 }
 
-TEST(SparseMatrixData, SymmetricTargetRefusesAFormThatIsNotSquare)
+// By contract: the flag is only a reading of the arrays, and may be set on any matrix.
+TEST(SparseMatrixData, SymmetricTargetTakesAFormThatIsNotSquareAndStaysSymmetric)
 {
     SparseMatrix A(2, true);
-    const State state(A);
-    const Bytes data = example().Data();
-    expectRefusedUnallocated<NotSquareMatrixException>([&] { A.Data(data); }, kNotSquare.c_str());
-    EXPECT_EQ(State(A), state);
+    A.Data(example().Data());
+    EXPECT_TRUE(A.Symmetric());
+    EXPECT_EQ(A.Rows(), 3);
+    EXPECT_EQ(A.Cols(), 4);
+    EXPECT_EQ(A.Item(1, 0), 1.5) << "the mirrored element";
+    EXPECT_THROW((void)A.ToDense(), IndexOutOfBoundsException);
+    EXPECT_THROW((void)(A * Vector(4)), NotSquareMatrixException);
+    A.Symmetric(false);
+    EXPECT_EQ(A.Data(), example().Data());
 }
 
 // ---- wrong rows, in bytes and archives
@@ -464,7 +469,14 @@ TEST(SparseMatrixArchive, SizesAreCheckedRowsFirst)
         Forged{.rows = bad, .cols = bad}.expectRefused<InvalidSizeException>(kInvalidRows);
         Forged{.cols = bad}.expectRefused<InvalidSizeException>(kInvalidColumns);
     }
-    Forged{.symmetric = true}.expectRefused<NotSquareMatrixException>(kNotSquare);
+}
+
+TEST(SparseMatrixArchive, MarkedSymmetricAndNotSquareComesBackAsItWas)
+{
+    SparseMatrix A = example();
+    A.Symmetric(true);
+    State expected(A);
+    EXPECT_EQ(State(FromArchive<SparseMatrix>(ToArchive(A))), expected);
 }
 
 TEST(SparseMatrixArchive, ShortArraysAreRefusedAndASurplusIsIgnored)

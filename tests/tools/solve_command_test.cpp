@@ -3,6 +3,7 @@
 #include <tests/support/matrices.h>
 #include <tests/tools/command.h>
 #include <tests/tools/json.h>
+#include <tests/tools/terminal.h>
 #include <tools/dense_system.h>
 
 #include <gmock/gmock.h>
@@ -12,10 +13,6 @@
 #include <random>
 #include <sstream>
 #include <string>
-
-#include <fcntl.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -435,35 +432,6 @@ TEST(SolveCommand, TheThreadCountDoesNotChangeTheAnswerBeyondRounding)
         EXPECT_LT(parseJson(outcome.out)["max_error"].number(), 1e-10);
     }
 }
-
-/// A terminal for the command's standard error; what was written to it.
-class Terminal {
-public:
-    Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK))
-    {
-        if (grantpt(master_) != 0 || unlockpt(master_) != 0) throw std::runtime_error("no terminal");
-        slave_ = open(ptsname(master_), O_RDWR | O_NOCTTY | O_CLOEXEC); // keeps what was written readable
-    }
-    ~Terminal()
-    {
-        close(slave_);
-        close(master_);
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-
-    std::string name() const { return ptsname(master_); }
-    std::string written() const
-    {
-        std::string text(4096, '\0');
-        const ssize_t count = read(master_, text.data(), text.size());
-        text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-        return text;
-    }
-
-private:
-    int master_, slave_ = -1;
-};
 
 TEST(SolveCommand, LongWorkShowsALineOnATerminalAndErasesIt)
 {

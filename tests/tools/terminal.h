@@ -1,0 +1,42 @@
+#pragma once
+// A terminal that a test reads.
+
+#include <stdexcept>
+#include <string>
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+namespace Velmar::Lintrix::testing {
+
+/// A terminal for the command's standard error; what was written to it.
+class Terminal {
+public:
+    Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK))
+    {
+        if (grantpt(master_) != 0 || unlockpt(master_) != 0) throw std::runtime_error("no terminal");
+        slave_ = open(ptsname(master_), O_RDWR | O_NOCTTY | O_CLOEXEC); // keeps what was written readable
+    }
+    ~Terminal()
+    {
+        close(slave_);
+        close(master_);
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    std::string name() const { return ptsname(master_); }
+    std::string written() const
+    {
+        std::string text, piece(4096, '\0'); // the system hands out a page at a time
+        for (ssize_t count; (count = read(master_, piece.data(), piece.size())) > 0;)
+            text.append(piece, 0, static_cast<std::size_t>(count));
+        return text;
+    }
+
+private:
+    int master_, slave_ = -1;
+};
+
+} // namespace Velmar::Lintrix::testing
