@@ -34,9 +34,9 @@ double elementsOfNodes(const SparseMatrix& matrix)
     return elements * (nodes / n) * (nodes / n);
 }
 
-bool dissectionPays(double gigaflops, const SparseMatrix& matrix)
+bool dissectionPays(double gigaflops, const SparseMatrix& matrix, int threads)
 {
-    return gigaflops * 1e9 > kOperationsPerElement * elementsOfNodes(matrix);
+    return gigaflops * 1e9 > kOperationsPerElement * threads * elementsOfNodes(matrix);
 }
 
 } // namespace Velmar::Lintrix::tools

@@ -14,7 +14,8 @@ double elementsOfNodes(const SparseMatrix& matrix);
 ///
 /// Minimum degree orders any graph in a fraction of the time of nested dissection, and its operations are
 /// counted before any is done. Nested dissection then saves a third to a half of them, or nothing on a plane;
-/// so it pays where they are many beside the elements of the graph.
-bool dissectionPays(double gigaflops, const SparseMatrix& matrix);
+/// so it pays where they are many beside the elements of the graph. The order is the work of one thread, the
+/// operations are shared by `threads`.
+bool dissectionPays(double gigaflops, const SparseMatrix& matrix, int threads);
 
 } // namespace Velmar::Lintrix::tools

@@ -78,7 +78,8 @@ private:
         auto first =
             std::make_unique<DirectRun>(road, matrix, options_.ordering.value_or(kFirst), options_.settings);
         answer = first->analyse();
-        if (answer.error != 0 || options_.ordering || !dissectionPays(first->gigaflops(), matrix))
+        if (answer.error != 0 || options_.ordering ||
+            !dissectionPays(first->gigaflops(), matrix, TrellConfiguration::GetMaxThreads()))
             return first;
         auto second = std::make_unique<DirectRun>(road, matrix, FillInReducingMethod::NestedDissection,
                                                   options_.settings);

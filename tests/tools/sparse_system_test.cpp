@@ -138,9 +138,10 @@ TEST(DissectionPays, WhereOperationsAreManyBesideTheElements)
         for (int j = std::max(i - 1, 0); j <= std::min(i + 1, 99); ++j) A.Item(i, j, 1.0);
     }
     EXPECT_EQ(elementsOfNodes(A), 298.0);
-    EXPECT_FALSE(dissectionPays(0.0, A));
-    EXPECT_FALSE(dissectionPays(0.017, A));
-    EXPECT_TRUE(dissectionPays(0.018, A));
+    EXPECT_FALSE(dissectionPays(0.0, A, 1));
+    EXPECT_FALSE(dissectionPays(0.017, A, 1));
+    EXPECT_TRUE(dissectionPays(0.018, A, 1));
+    EXPECT_FALSE(dissectionPays(0.018, A, 2));
 }
 
 TEST(DissectionPays, UnknownsOfOneNodeCountOnce)
