@@ -95,7 +95,7 @@ TEST(DirectCommand, ALargeBodyIsDissected)
     const Scratch scratch;
     const std::string path = scratch.at("body.mtx");
     WriteMatrixMarket(path, elasticCube(15));
-    const Json report = reportOf({path});
+    const Json report = reportOf({path, "--threads", "1"}); // more share the operations, but not the order
     EXPECT_EQ(report["ordering"].text(), "nested dissection");
     EXPECT_LT(report["factor_entries"].number(),
               reportOf({path, "--ordering", "mmd"})["factor_entries"].number());
