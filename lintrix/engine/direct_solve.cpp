@@ -12,12 +12,17 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
+// count / size, rounded up; the sum of the usual form may pass 32 bits.
+int piecesOf(int count, int size)
+{
+    return count / size + (count % size != 0 ? 1 : 0);
+}
+
 // Right-hand sides that one pass over the factor takes along, so that every thread has some.
 template <class T>
 int sidesPerBlock(int count, int threads)
 {
-    const int share = (count + threads - 1) / threads;
-    return std::clamp(share, 1, kSidesAtOnce<T>);
+    return std::clamp(piecesOf(count, threads), 1, kSidesAtOnce<T>);
 }
 
 bool includes(SolvePart whole, SolvePart part)
@@ -63,7 +68,7 @@ std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const Super
                                       int count) noexcept
 {
     const int sides = sidesPerBlock<T>(count, threads);
-    const std::int64_t blocks = (count + sides - 1) / sides;
+    const std::int64_t blocks = piecesOf(count, sides);
     const std::int64_t cells = factor.order() * blocks * sidesTaken<T>(sides);
     return cells +
            (splitsByParts(parts, threads, count) ? PartedSubstitution<T>::workSize(factor, parts) : 0);
@@ -132,7 +137,7 @@ void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
     if (splitsByParts(parts_, threads_, count)) return solveByParts(b, x, part);
     const std::ptrdiff_t n = factor_.order();
     const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
-    const int blocks = (count + sides - 1) / sides, busy = std::min(threads_, blocks);
+    const int blocks = piecesOf(count, sides), busy = std::min(threads_, blocks);
 #pragma omp parallel for schedule(static, 1) num_threads(busy) if (busy > 1)
     for (int block = 0; block < blocks; ++block) {
         const int first = block * sides, own = std::min(sides, count - first);
