@@ -29,9 +29,8 @@ namespace Velmar::Lintrix {
 /// @param perm    n numbers: an elimination order, read with iparm(5) = 1, written with iparm(5) = 2
 /// @param nrhs    number of right-hand sides
 /// @param iparm   64 parameters, in and out; all defaults apply when the first is 0
-/// @param msglvl  0 silent; else failures are reported on standard output, positive also statistics; exactly
-/// 2
-///                also the engine's version
+/// @param msglvl  0 silent; else failures are reported on standard output, positive also statistics; 2 and no
+///                other value also the engine's version
 /// @param b, x    right-hand sides and solutions, column after column, n apart, elements as in `a`; with
 ///                iparm(6) = 1 the solution is in `b` and `x` is work
 /// @param error   0 success; -1 input or phase order; -2 memory; -3 ordering or symbolic factorization;
@@ -44,8 +43,6 @@ namespace Velmar::Lintrix {
 /// afterwards and makes the calls that follow return without work.
 ///
 /// Nothing looks at the pattern unless iparm(27) asks for it; the hardened build always checks it.
-///
-/// Numeric factorization and solve are not yet available: they answer -5.
 LINTRIX_EXPORT void pardiso(void* pt[64], const int& maxfct, const int& mnum, const int& mtype,
                             const int& phase, const int& n, const void* a, int* ia, int* ja, int* perm,
                             const int& nrhs, int* iparm, const int& msglvl, void* b, void* x, int& error);
