@@ -221,7 +221,7 @@ TEST(FactorThreads, ATwoLevelFormRunsWhereSubgraphsAreKnown)
 TEST(FactorThreads, ManySmallMatricesEndWithEveryTeam)
 {
     std::mt19937 random(6);
-    for (int run = 0; run < 300; ++run) {
+    for (int run = 0; run < 1000; ++run) {
         const ThreadSetting setting(2 + int(random() % 3), 0);
         const int mtype = std::vector{11, 2, -2, 1}[random() % 4];
         EngineCall call(gridMatrix(mtype, 1 + int(random() % 9), unsigned(run)), mtype);
