@@ -5,6 +5,8 @@
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/services/threads.h>
 
+#include "tests/support/thread_setting.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -101,26 +103,6 @@ public:
 
 private:
     std::array<int, 64> iparm_{};
-};
-
-/// Thread control for the length of a test.
-class ThreadSetting {
-public:
-    ThreadSetting(int threads, int dynamic) : threads_(MKL_Get_Max_Threads()), dynamic_(MKL_Get_Dynamic())
-    {
-        MKL_Set_Dynamic(dynamic);
-        MKL_Set_Num_Threads(threads);
-    }
-    ~ThreadSetting()
-    {
-        MKL_Set_Dynamic(dynamic_);
-        MKL_Set_Num_Threads(threads_);
-    }
-    ThreadSetting(const ThreadSetting&) = delete;
-    ThreadSetting& operator=(const ThreadSetting&) = delete;
-
-private:
-    int threads_, dynamic_;
 };
 
 } // namespace Velmar::Lintrix::testing

@@ -156,6 +156,8 @@ TEST(Phases, StructurallySingularMatrixFailsWhereMatchingIsOn)
     EXPECT_EQ(call.A.ia, (std::vector{1, 3, 5, 7, 11}));
     call.set(13, 0);
     EXPECT_EQ(call.run(11), 0);
+    EXPECT_EQ(call.run(22), 0) << "the pivot that is missing is perturbed";
+    EXPECT_GT(call.iparm(14), 0);
 }
 
 TEST(Phases, AnalysisCountsTheCallsThatFollow)

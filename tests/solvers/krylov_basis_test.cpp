@@ -1,6 +1,7 @@
 // Growth of an orthonormal basis: order of the subtractions, bits, threads, storage.
 
 #include "tests/solvers/svd_support.h"
+#include "tests/support/thread_setting.h"
 
 #include <lintrix/solvers/krylov_basis.h>
 
@@ -43,22 +44,6 @@ KrylovBasis randomBasis(int length, int columns)
     }
     return basis;
 }
-
-class Threads {
-public:
-    explicit Threads(int count)
-    {
-        MKL_Set_Dynamic(0);
-        MKL_Set_Num_Threads(count);
-    }
-    ~Threads()
-    {
-        MKL_Set_Num_Threads(1);
-        MKL_Set_Dynamic(1);
-    }
-    Threads(const Threads&) = delete;
-    Threads& operator=(const Threads&) = delete;
-};
 
 // Around the lanes and the chunks of the sums.
 const std::vector<int> kLengths{1, 2, 15, 16, 17, 31, 100, 1023, 1024, 1025, 2048, 3001};
@@ -123,7 +108,7 @@ TEST(KrylovBasis, AnyNumberOfThreadsGivesTheSameBits)
     constexpr int length = 40001, columns = 5; // enough for a team of four
     const KrylovBasis alone = randomBasis(length, columns);
     for (const int count : {2, 3, 4}) {
-        const Threads threads(count);
+        const ThreadSetting threads(count);
         const KrylovBasis team = randomBasis(length, columns);
         for (int j = 0; j < columns; ++j) {
             EXPECT_TRUE(std::equal(alone.column(j), alone.column(j) + length, team.column(j))) << count;

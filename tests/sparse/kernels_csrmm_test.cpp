@@ -81,7 +81,7 @@ TYPED_TEST(CsrmmTest, ManyColumnsAreSharedOutAmongThreads)
     Source source(13);
     const auto A = source.rows<Cell>(7, 7, 0.5);
     const auto U = source.rows<Cell>(7, 7, 0.5, true);
-    const Threads scope(2);
+    const ThreadSetting scope(2);
     for (const int n : {400, 401, 407}) {
         for (const char* trans : {"N", "T", "C"}) {
             expectProduct(source, trans, kGeneral, A, applied(*trans, A.dense()), n, source.cell<Cell>());
@@ -127,7 +127,7 @@ TYPED_TEST(CsrmmTest, OverlappingColumnsAreScaledColumnByColumnAndThenAddedTo)
                 expected[at(r, c)] += T(r, j) * B[static_cast<std::size_t>(j + c * k)];
         }
     }
-    const Threads scope(2);
+    const ThreadSetting scope(2);
     csrmm<Cell>("T", kGeneral, A, n, 1.0, B, k, beta, C, m);
     for (std::size_t i = 0; i < C.size(); ++i) expectNear(C[i], expected[i], 4 * k);
 }
@@ -142,7 +142,7 @@ TYPED_TEST(CsrmmTest, AColumnIsTheSameWhateverStandsBesideItAndHoweverManyThread
     std::vector<Cell> B;
     for (int c = 0; c < n; ++c) B.insert(B.end(), column.begin(), column.end());
     const auto run = [&](const char* trans, int threads) {
-        const Threads scope(threads);
+        const ThreadSetting scope(threads);
         std::vector<Cell> C(B.size());
         csrmm<Cell>(trans, kGeneral, A, n, 1.0, B, size, 0.0, C, size);
         return C;

@@ -48,7 +48,7 @@ TYPED_TEST(CsrmvTest, GeneralProductsAreThoseOfTheDenseMatrix)
                 for (const Cell beta : {Cell{0.0}, Cell{1.0}, source.cell<Cell>()}) {
                     for (const int threads : {1, 2, 4}) {
                         SCOPED_TRACE(::testing::Message() << shape << density << trans << threads);
-                        const Threads scope(threads);
+                        const ThreadSetting scope(threads);
                         const auto opA = applied(*trans, A.dense());
                         const Cell alpha = source.cell<Cell>();
                         const auto x = source.vector<Cell>(opA.cols);
@@ -74,7 +74,7 @@ TYPED_TEST(CsrmvTest, SymmetricProductsAreThoseOfTheMirroredTriangle)
                 for (const Cell beta : {Cell{0.0}, source.cell<Cell>()}) {
                     for (const int threads : {1, 2, 4}) {
                         SCOPED_TRACE(::testing::Message() << n << trans << threads);
-                        const Threads scope(threads);
+                        const ThreadSetting scope(threads);
                         auto full = mirrored(A.dense());
                         if (*trans == 'C') {
                             for (Cell& cell : full.cells) cell = conjugated(cell);
@@ -110,7 +110,7 @@ TYPED_TEST(CsrmvTest, BetaZeroDoesNotReadY)
     for (const char* descriptor : {kGeneral, kSymmetric}) {
         for (const char* trans : {"N", "T", "C"}) {
             for (const int threads : {1, 3}) {
-                const Threads scope(threads);
+                const ThreadSetting scope(threads);
                 std::vector<Cell> dirty(600, Cell{kNaN}), clean(600);
                 csrmv<Cell>(trans, descriptor, A, 2.0, x, 0.0, dirty);
                 csrmv<Cell>(trans, descriptor, A, 2.0, x, 0.0, clean);
@@ -145,7 +145,7 @@ TYPED_TEST(CsrmvTest, ThreadsDoNotChangeTheGeneralProductNorARunTheOther)
     const auto U = source.rows<Cell>(1201, 1201, 0.02, true);
     const auto x = source.vector<Cell>(1201);
     const auto run = [&](const Rows<Cell>& matrix, const char* descriptor, int threads) {
-        const Threads scope(threads);
+        const ThreadSetting scope(threads);
         std::vector<Cell> y(1201);
         csrmv<Cell>("N", descriptor, matrix, 1.5, x, 0.0, y);
         return y;
@@ -163,7 +163,7 @@ TYPED_TEST(CsrmvTest, WithoutMemoryForABufferOneThreadDoesTheSymmetricProduct)
     const auto x = source.vector<Cell>(n), old = source.vector<Cell>(n);
     std::vector<Cell> alone(old), y;
     csrmv<Cell>("N", kSymmetric, A, 1.0, x, 3.0, alone);
-    const Threads scope(3);
+    const ThreadSetting scope(3);
     const int requests = failEachRequest(
         [&] {
             y = old;

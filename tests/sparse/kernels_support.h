@@ -4,6 +4,7 @@
 
 #include "tests/support/failing_allocator.h"
 #include "tests/support/matrices.h"
+#include "tests/support/thread_setting.h"
 
 #include <lintrix/services/buffer_pool.h>
 #include <lintrix/services/threads.h>
@@ -28,23 +29,6 @@ using Cells = ::testing::Types<double, ComplexCell>;
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 inline constexpr char kGeneral[] = "GUNF";
 inline constexpr char kSymmetric[] = "SUNF";
-
-/// MKL_Set_Num_Threads for a scope, whatever the machine has.
-class Threads {
-public:
-    explicit Threads(int count)
-    {
-        MKL_Set_Dynamic(0);
-        MKL_Set_Num_Threads(count);
-    }
-    ~Threads()
-    {
-        MKL_Set_Num_Threads(1);
-        MKL_Set_Dynamic(1);
-    }
-    Threads(const Threads&) = delete;
-    Threads& operator=(const Threads&) = delete;
-};
 
 /// Column-major.
 template <class Cell>
