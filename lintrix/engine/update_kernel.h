@@ -223,8 +223,10 @@ private:
     {
         for (int p = 0; p < product_.w; ++p, rows += kTall) {
             const T* const a = product_.a + std::ptrdiff_t{product_.lda} * p + i;
-            for (int r = 0; r < kTall; r += kLanes)
+            for (int r = 0; r < kTall; r += kLanes) {
+                __builtin_prefetch(a + r + kTall);
                 *reinterpret_cast<V*>(rows + r) = *reinterpret_cast<const V*>(a + r);
+            }
         }
     }
 
