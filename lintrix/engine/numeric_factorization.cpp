@@ -75,7 +75,7 @@ public:
     Worker(const FactorPlan& plan, const FactorRules& rules, const T* values, const Factor<T>& factor,
            Team& team)
         : plan_(plan), structure_(plan.structure), rules_(rules), values_(values), factor_(factor),
-          team_(team),
+          team_(team), progress_(team.progress, plan.threads),
           indexOf_(Scratch<int>::uninitialised(static_cast<std::int64_t>(plan.structure.supernodeOf.size()))),
           rows_(Scratch<int>::uninitialised(2 * std::int64_t{plan.sizes.tallest})),
           buffer_(Scratch<T>::uninitialised(updateBufferSize(plan.sizes.widest))),
@@ -95,7 +95,7 @@ public:
             for (int J = first; J <= last; ++J) {
                 if (team_.hasFailed() || !eliminate(J)) return;
                 team_.finish(J);
-                if (!team_.progress.add(thread, std::int64_t{structure_.height(J)} * structure_.width(J))) {
+                if (!progress_.add(thread, std::int64_t{structure_.height(J)} * structure_.width(J))) {
                     return team_.fail({Error::Numeric, -1});
                 }
             }
@@ -291,6 +291,7 @@ private:
     const T* values_;
     const Factor<T>& factor_;
     Team& team_;
+    ProgressShare progress_;
     Scratch<int> indexOf_; // row -> its place in the list of the supernode at work
     Scratch<int> rows_; // the descendant's rows, as places in the target's list; and again, below its block
     Scratch<T> buffer_; // products on their way
