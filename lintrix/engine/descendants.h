@@ -5,7 +5,8 @@
 #include <lintrix/engine/factor_structure.h>
 #include <lintrix/services/export.h>
 
-#include <array>
+#include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <span>
 
@@ -47,23 +48,46 @@ LINTRIX_TESTABLE int lastTogether(const FactorStructure& structure, int J, int l
 
 /// The descendants of panels `first` .. `last`, which are worked at together, merged: ascending, each once.
 /// Those from `first` on are among them, as descendants of the panels behind.
-class LINTRIX_TESTABLE MergedDescendants {
+class MergedDescendants {
 public:
-    MergedDescendants(const DescendantLists& lists, int first, int last) noexcept;
+    MergedDescendants(const DescendantLists& lists, int first, int last) noexcept : panels_(last - first + 1)
+    {
+        for (int p = 0; p < panels_; ++p) left_[p] = lists.of(first + p);
+    }
 
     /// Steps to the next descendant. @return false  there is none
-    bool next() noexcept;
+    bool next() noexcept
+    {
+        source_ = INT_MAX;
+        for (int p = 0; p < panels_; ++p) {
+            if (!left_[p].empty()) source_ = std::min(source_, left_[p].front().source);
+        }
+        if (source_ == INT_MAX) return false;
+        firstRow_ = INT_MAX;
+        for (int p = 0; p < panels_; ++p) take(p);
+        return true;
+    }
 
     int source() const noexcept { return source_; }
     /// Of its rows below, how many stand before those that are columns of the panels.
     int firstRow() const noexcept { return firstRow_; }
     /// Of its rows below, how many are columns of the panel first + p; they follow each other.
-    int columns(int p) const noexcept { return columns_[static_cast<std::size_t>(p)]; }
+    int columns(int p) const noexcept { return columns_[p]; }
 
 private:
+    void take(int p) noexcept
+    {
+        columns_[p] = 0;
+        if (left_[p].empty() || left_[p].front().source != source_) return;
+        const Descendant& descendant = left_[p].front();
+        firstRow_ = std::min(firstRow_, descendant.first);
+        columns_[p] = descendant.last - descendant.first;
+        left_[p] = left_[p].subspan(1);
+    }
+
     int panels_, source_ = -1, firstRow_ = 0;
-    std::array<std::span<const Descendant>, kPanelsTogether> left_{};
-    std::array<int, kPanelsTogether> columns_{};
+    std::span<const Descendant> left_[kPanelsTogether];
+    int columns_[kPanelsTogether];
 };
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -99,7 +99,7 @@ public:
     LINTRIX_ALWAYS_INLINE void runInPlace(bool lowerTriangle) const
     {
         int c = 0;
-        for (const UpdatePanel<T>& panel : target_.panels) {
+        for (const UpdatePanel<T> panel : target_.panels) {
             const int end = c + panel.columns;
             for (; c + Cols <= end; c += Cols) columnsInPlace<Cols>(panel, c, lowerTriangle);
             if constexpr (Cols > 4) c += columnsIfLeft<4>(panel, c, end, lowerTriangle);
@@ -125,13 +125,13 @@ public:
                 a = rows;
                 lda = kTall;
             }
-            passPanels<Rows>(a, lda, groups, i, i, lowerTriangle);
+            passTall(a, lda, groups, i, lowerTriangle);
         }
         for (; i + kLanes <= product_.m; i += kLanes)
-            passPanels<1>(product_.a + i, product_.lda, groups, i, i, lowerTriangle);
+            passVector(product_.a + i, product_.lda, groups, i, i, lowerTriangle);
         if (i < product_.m)
-            passPanels<1>(product_.a + product_.m - kLanes, product_.lda, groups, product_.m - kLanes, i,
-                          lowerTriangle);
+            passVector(product_.a + product_.m - kLanes, product_.lda, groups, product_.m - kLanes, i,
+                       lowerTriangle);
     }
 
 private:
@@ -142,7 +142,7 @@ private:
     // Rows [i, i + TheseRows*kLanes) of TheseCols columns from c on, of which `wanted` count; of the rows,
     // those from `first` on.
     template <int TheseRows, int TheseCols>
-    LINTRIX_ALWAYS_INLINE void block(const UpdatePanel<T>& panel, const T* a, std::ptrdiff_t lda, const T* b,
+    LINTRIX_ALWAYS_INLINE void block(UpdatePanel<T> panel, const T* a, std::ptrdiff_t lda, const T* b,
                                      std::ptrdiff_t ldb, int i, int first, int c, int wanted) const
     {
         V sum[TheseRows][TheseCols];
@@ -158,8 +158,8 @@ private:
 
     // One vector of rows from i on: at once where the target has them side by side.
     template <int TheseCols>
-    LINTRIX_ALWAYS_INLINE void subtract(const UpdatePanel<T>& panel, const V (&sum)[TheseCols], int i,
-                                        int first, int c, int wanted) const
+    LINTRIX_ALWAYS_INLINE void subtract(UpdatePanel<T> panel, const V (&sum)[TheseCols], int i, int first,
+                                        int c, int wanted) const
     {
         const int* const row = target_.row + i;
         if (first <= i && row[kLanes - 1] - row[0] == kLanes - 1) {
@@ -176,7 +176,7 @@ private:
         }
     }
 
-    T* column(const UpdatePanel<T>& panel, int c) const
+    T* column(UpdatePanel<T> panel, int c) const
     {
         return panel.cells + std::ptrdiff_t{panel.ld} * target_.row[c];
     }
@@ -184,7 +184,7 @@ private:
     // Tall blocks first, then single vectors; the last vector reaches back over rows that are done or lie
     // above, rather than beyond the end.
     template <int TheseCols>
-    LINTRIX_ALWAYS_INLINE void columnsInPlace(const UpdatePanel<T>& panel, int c, bool lowerTriangle) const
+    LINTRIX_ALWAYS_INLINE void columnsInPlace(UpdatePanel<T> panel, int c, bool lowerTriangle) const
     {
         const T *const a = product_.a, *const b = product_.b + c;
         const int lda = product_.lda, ldb = product_.ldb, last = product_.m - kLanes;
@@ -196,51 +196,73 @@ private:
     }
 
     template <int TheseCols>
-    LINTRIX_ALWAYS_INLINE int columnsIfLeft(const UpdatePanel<T>& panel, int c, int end,
-                                            bool lowerTriangle) const
+    LINTRIX_ALWAYS_INLINE int columnsIfLeft(UpdatePanel<T> panel, int c, int end, bool lowerTriangle) const
     {
         if (c + TheseCols > end) return 0;
         columnsInPlace<TheseCols>(panel, c, lowerTriangle);
         return TheseCols;
     }
 
-    // The packed groups of all panels.
-    template <int TheseRows>
-    LINTRIX_ALWAYS_INLINE void passPanels(const T* a, std::ptrdiff_t lda, const T* groups, int i, int first,
+    // Rows [i, i + kTall), the packed groups of all panels. Where a panel begins among the rows they pass
+    // vector by vector, so that elsewhere it is known that all count.
+    LINTRIX_ALWAYS_INLINE void passTall(const T* a, std::ptrdiff_t lda, const T* groups, int i,
+                                        bool lowerTriangle) const
+    {
+        int c = 0;
+        for (const UpdatePanel<T> panel : target_.panels) {
+            if (panel.firstRow <= i) {
+                passGroups<Rows>(panel, a, lda, groups, i, i, c, lowerTriangle);
+            } else {
+                for (int r = 0; r < kTall; r += kLanes)
+                    passBeginning(panel, a + r, lda, groups, i + r, i + r, c, lowerTriangle);
+            }
+            groups += packedSize(panel);
+            c += panel.columns;
+        }
+    }
+
+    // The same for a single vector, of which the rows from `first` on count.
+    LINTRIX_ALWAYS_INLINE void passVector(const T* a, std::ptrdiff_t lda, const T* groups, int i, int first,
                                           bool lowerTriangle) const
     {
         int c = 0;
-        for (const UpdatePanel<T>& panel : target_.panels) {
-            const int end = c + panel.columns, firstHere = std::max(first, panel.firstRow);
-            if (firstHere < i + TheseRows * kLanes)
-                passGroups<TheseRows>(panel, a, lda, groups, i, firstHere, c, end, lowerTriangle);
-            groups += paddedColumns(panel) * product_.w;
-            c = end;
+        for (const UpdatePanel<T> panel : target_.panels) {
+            passBeginning(panel, a, lda, groups, i, first, c, lowerTriangle);
+            groups += packedSize(panel);
+            c += panel.columns;
         }
+    }
+
+    LINTRIX_ALWAYS_INLINE void passBeginning(UpdatePanel<T> panel, const T* a, std::ptrdiff_t lda,
+                                             const T* groups, int i, int first, int c,
+                                             bool lowerTriangle) const
+    {
+        first = std::max(first, panel.firstRow);
+        if (first < i + kLanes) passGroups<1>(panel, a, lda, groups, i, first, c, lowerTriangle);
     }
 
     // All groups of a panel that have rows in the block; in the lower triangle none that begins behind it.
     template <int TheseRows>
-    LINTRIX_ALWAYS_INLINE void passGroups(const UpdatePanel<T>& panel, const T* a, std::ptrdiff_t lda,
-                                          const T* groups, int i, int first, int c, int columnsEnd,
-                                          bool lowerTriangle) const
+    LINTRIX_ALWAYS_INLINE void passGroups(UpdatePanel<T> panel, const T* a, std::ptrdiff_t lda,
+                                          const T* groups, int i, int first, int c, bool lowerTriangle) const
     {
+        const int columnsEnd = c + panel.columns;
         const int end = lowerTriangle ? std::min(columnsEnd, i + TheseRows * kLanes) : columnsEnd;
         for (; c < end; c += Cols, groups += std::ptrdiff_t{Cols} * product_.w) {
             block<TheseRows, Cols>(panel, a, lda, groups, Cols, i, first, c, std::min(Cols, columnsEnd - c));
         }
     }
 
-    static std::ptrdiff_t paddedColumns(const UpdatePanel<T>& panel)
+    std::ptrdiff_t packedSize(UpdatePanel<T> panel) const
     {
-        return (panel.columns + Cols - 1) / Cols * Cols;
+        return std::ptrdiff_t{(panel.columns + Cols - 1) / Cols * Cols} * product_.w;
     }
 
     // Groups of Cols columns, the last of each panel filled up with zeros.
     LINTRIX_ALWAYS_INLINE void packColumns(T* groups) const
     {
         int c = 0;
-        for (const UpdatePanel<T>& panel : target_.panels) {
+        for (const UpdatePanel<T> panel : target_.panels) {
             const int end = c + panel.columns;
             for (; c < end; c += Cols) {
                 const int wanted = std::min(Cols, end - c);
@@ -276,7 +298,7 @@ LINTRIX_ALWAYS_INLINE void runByElements(const UpdateProduct<T>& product, const 
                                          bool lowerTriangle)
 {
     int c = 0;
-    for (const UpdatePanel<T>& panel : target.panels) {
+    for (const UpdatePanel<T> panel : target.panels) {
         for (const int end = c + panel.columns; c < end; ++c) {
             T* const cells = panel.cells + std::ptrdiff_t{panel.ld} * target.row[c];
             const int first = lowerTriangle ? std::max(c, panel.firstRow) : panel.firstRow;
