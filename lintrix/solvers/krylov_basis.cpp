@@ -18,7 +18,7 @@ constexpr std::int64_t kChunk = KrylovBasis::kChunk;
 constexpr int kCacheLine = 64;
 
 // Below this many cells a thread, meeting after each column costs more than another thread gives.
-constexpr int kCellsPerThread = 8192;
+constexpr int kCellsPerThread = 4096;
 
 // Each column is a new stream of the memory. What lies this many cells ahead is fetched by word, past the end
 // of a column the begin of the next; the processor's own prefetching needs some lines to catch up each time.
