@@ -90,11 +90,14 @@ double measureOperations(int threads)
            });
 }
 
-double measureReading(std::size_t bytes, int threads)
+constexpr double kSmallest = 1 << 14; // bytes
+
+double measureReading(double bytes, int threads)
 {
-    const std::size_t vectors = bytes / 64, own = vectors / static_cast<std::size_t>(threads) / 8 * 8;
+    const auto vectors = static_cast<std::size_t>(bytes) / 64,
+               own = vectors / static_cast<std::size_t>(threads) / 8 * 8;
     const Cells cells(8 * vectors);
-    const int calls = static_cast<int>(std::max<std::size_t>(1, (std::size_t{1} << 25) / bytes));
+    const int calls = static_cast<int>(std::max(1.0, 0x1p25 / bytes));
     return 64.0 * static_cast<double>(own) * threads / leastSeconds(threads, calls, [&](int thread) {
                return sum(own, cells.get() + own * static_cast<std::size_t>(thread));
            });
@@ -105,7 +108,7 @@ double measureReading(std::size_t bytes, int threads)
 LanczosFloor::LanczosFloor(int threads) : operations_(measureOperations(threads))
 {
     for (int i = 0; i < kSizes; ++i) {
-        bytes_[static_cast<std::size_t>(i)] = measureReading(std::size_t{1} << (kSmallest + i), threads);
+        bytes_[static_cast<std::size_t>(i)] = measureReading(kSmallest * std::exp2(0.5 * i), threads);
     }
     // More memory is never read faster.
     for (std::size_t i = kSizes - 1; i > 0; --i) bytes_[i - 1] = std::max(bytes_[i - 1], bytes_[i]);
@@ -113,7 +116,7 @@ LanczosFloor::LanczosFloor(int threads) : operations_(measureOperations(threads)
 
 double LanczosFloor::bytesPerSecond(double size) const
 {
-    const int i = static_cast<int>(std::log2(std::max(size, 1.0))) - kSmallest; // the size below
+    const int i = static_cast<int>(2.0 * std::log2(std::max(size / kSmallest, 1.0))); // the size below
     return bytes_[static_cast<std::size_t>(std::clamp(i, 0, kSizes - 1))];
 }
 

@@ -14,7 +14,7 @@ namespace Velmar::Lintrix::bench {
 
 class LanczosFloor {
 public:
-    /// Measures the rates, with a team of `threads`: about half a second.
+    /// Measures the rates, with a team of `threads`: about a second.
     explicit LanczosFloor(int threads);
 
     double operationsPerSecond() const { return operations_; }
@@ -25,7 +25,7 @@ public:
     double seconds(std::int32_t m, std::int32_t n, std::int32_t steps) const;
 
 private:
-    static constexpr int kSmallest = 14, kSizes = 14; ///< 16 KiB to 128 MiB, each twice the one before
+    static constexpr int kSizes = 27; ///< 16 KiB to 128 MiB, each sqrt(2) times the one before
 
     double operations_;
     std::array<double, kSizes> bytes_;

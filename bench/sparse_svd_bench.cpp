@@ -210,8 +210,8 @@ void tellMachine(const LanczosFloor& machine)
 {
     std::printf("%d threads; fused loop in the first cache: %.1f GFlop/s; reading GB/s:",
                 omp_get_max_threads(), machine.operationsPerSecond() * 1e-9);
-    for (double size = 1 << 14; size <= 1 << 27; size *= 2) {
-        std::printf(" %.3g MiB: %.0f", size / (1 << 20), machine.bytesPerSecond(size) * 1e-9);
+    for (const double mebibytes : {0.02, 1.0, 2.0, 4.0, 16.0, 128.0}) {
+        std::printf(" %.3g MiB: %.0f", mebibytes, machine.bytesPerSecond(mebibytes * 0x1p20) * 1e-9);
     }
     std::puts("\n");
 }
