@@ -62,6 +62,22 @@ TEST(SparseSvdLimits, ZeroMatrixEndsWithNaNsAndNoFailure)
     expectNaNs(SparseMatrix(100, 60), 20); // a bidiagonal matrix of order above 25
 }
 
+// A single step: the bidiagonal matrix is zero, and finite.
+TEST(SparseSvdLimits, LastValueOfExactlyZeroEndsTheRunByANaN)
+{
+    const SparseMatrix A(1, 2);
+    if (kHardened) {
+        expectFailure<InvalidOperationException>([&] { return SparseSVD(A, 1, 1e-6); }, kDividesByZero);
+        return;
+    }
+    const SparseSVD svd(A, 1, 1e-6);
+    EXPECT_EQ(svd.LastPass().pass, 1);
+    EXPECT_TRUE(std::isnan(svd.LastPass().residual));
+    EXPECT_EQ(svd.S()[0], 0.0);
+    EXPECT_TRUE(allNaN(svd.U()));
+    EXPECT_TRUE(allNaN(svd.V()));
+}
+
 TEST(SparseSvdLimits, MatrixThatIsNotFiniteEndsWithNaNs)
 {
     for (const double bad :
