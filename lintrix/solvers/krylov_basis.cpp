@@ -56,8 +56,8 @@ template <int Width>
         for (int v = 0; v < kVectors; ++v) {
             const std::int64_t at = i + v * Width;
             if (v * Width % kCellsOfLine == 0) __builtin_prefetch(y + at + kCellsAhead);
-            V& cells = *reinterpret_cast<V*>(w + at);
-            cells -= c * *reinterpret_cast<const V*>(x + at);
+            const V cells = *reinterpret_cast<V*>(w + at) - c * *reinterpret_cast<const V*>(x + at);
+            *reinterpret_cast<V*>(w + at) = cells;
             sums[v] += cells * *reinterpret_cast<const V*>(y + at);
         }
     }
