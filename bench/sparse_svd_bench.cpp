@@ -4,9 +4,9 @@
 //     sparse_svd_bench [--k 10,50] [--tol 1e-10] [--runs 5] FILE.mtx.gz ...
 //
 // A Markdown row for each file and count: the Lanczos steps; own time over the faster peer's, and the same of
-// the floor and of the floor with dbdsdc; the least seconds of all runs; the largest residual
-// max(||A*v - s*u||, ||A'*u - s*v||)/s(0) of all triplets, and the last value of each. The values differ where
-// the matrix has multiple ones: a single Krylov space holds each of them once.
+// the floor and of the floor with dbdsdc; the least seconds of all runs; the largest residual of all
+// triplets, max(||A*v - s*u||, ||A'*u - s*v||)/s(0), and the last value of each. The values differ where the
+// matrix has multiple ones: a single Krylov space holds each of them once.
 //
 // The floor is the least time of the reorthogonalization that the contract prescribes (see lanczos_floor.h),
 // under rates measured before the first row; dbdsdc is the time in that routine, measured in each run.
