@@ -84,7 +84,7 @@ double measureOperations(int threads)
 {
     constexpr std::size_t cells = 1536; // three vectors are 36 KiB, a multiple of the sums
     const Cells vectors(3 * cells * static_cast<std::size_t>(threads));
-    return 4.0 * cells * threads / leastSeconds(threads, 2000, [&](int thread) {
+    return 4.0 * cells * threads / leastSeconds(threads, 20000, [&](int thread) {
                Vector8* const w = vectors.get() + 3 * cells / 8 * static_cast<std::size_t>(thread);
                return subtractThenDot(cells / 8, w, 1e-9, w + cells / 8, w + 2 * cells / 8);
            });
