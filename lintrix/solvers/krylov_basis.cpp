@@ -20,8 +20,8 @@ constexpr int kCacheLine = 64;
 // Below this many cells a thread, meeting after each column costs more than another thread gives.
 constexpr int kCellsPerThread = 4096;
 
-// Each column is a new stream of the memory. What lies this many cells ahead is fetched by word, past the end
-// of a column the begin of the next; the processor's own prefetching needs some lines to catch up each time.
+// Each column is a new stream of memory, which the processor's own prefetching takes some lines to notice. So
+// the loop asks for what lies this many cells ahead: past the end of a column, the beginning of the next.
 constexpr int kCellsAhead = 256;
 constexpr int kCellsOfLine = kCacheLine / static_cast<int>(sizeof(double));
 
@@ -115,7 +115,7 @@ public:
         : stride_(stride), chunks_(chunksOf(stride)),
           first_(static_cast<int>(std::int64_t{chunks_} * thread / threads)),
           last_(static_cast<int>(std::int64_t{chunks_} * (thread + 1) / threads)), sums_(sums),
-          alone_(threads == 1)
+          update_(chooseUpdate()), alone_(threads == 1)
     {
     }
 
@@ -152,11 +152,10 @@ private:
         return std::min<std::int64_t>(chunk * kChunk, stride_);
     }
 
-    static inline const Update update_ = chooseUpdate();
-
     std::int32_t stride_;
     int chunks_, first_, last_;
     double* sums_;
+    Update update_;
     bool alone_, downwards_ = false;
 };
 

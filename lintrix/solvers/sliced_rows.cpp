@@ -85,7 +85,10 @@ void multiplyPlain(const Slices& A, std::int32_t first, std::int32_t last, const
     }
 }
 
-const MultiplySlices multiplySlices = __builtin_cpu_supports("avx512f") ? multiplyAvx512 : multiplyPlain;
+MultiplySlices chooseForm() noexcept
+{
+    return __builtin_cpu_supports("avx512f") ? multiplyAvx512 : multiplyPlain;
+}
 
 } // namespace
 
@@ -131,6 +134,7 @@ void SlicedRows::fill(Of side, const LanczosMatrix& A)
 
 void SlicedRows::multiply(const double* x, double* y) const
 {
+    const MultiplySlices multiplySlices = chooseForm();
     const Slices A{values_.get(), columns_.get(), starts_.get(), order_.get(), rows_};
     const int threads = std::clamp(groups() / kGroupsPerThread, 1, MKL_Get_Max_Threads());
     if (threads == 1) return multiplySlices(A, 0, slices(), x, y);
