@@ -65,7 +65,8 @@ template <int Width>
 }
 
 // One form for each instruction set. All give the same bits, since the lanes are fixed and nothing is
-// contracted: fused multiplication gains nothing here, where loads are what takes the time.
+// contracted: fused multiplication would gain a tenth as long as the basis fits the second cache, and nothing
+// beyond.
 using Update = double (*)(std::int64_t, double*, double, const double*, const double*);
 
 [[gnu::target("avx512f")]] double updateAvx512(std::int64_t count, double* w, double c, const double* x,
