@@ -40,8 +40,9 @@ namespace Velmar::Lintrix {
 /// The hardened build raises InvalidOperationException at each of them. `LanczosObserver` lets a caller of
 /// SparseSVD stop.
 ///
-/// Memory: with b the steps and one, 8*b*(m + n) bytes for the bases, 40*b*b during a test, and a transposed
-/// copy of the matrix (12 bytes an element), where that is no larger than the bases of the first pass.
+/// Memory: with b the steps and one, 8*b*(m + n) bytes for the bases, 40*b*b during a test, and copies of A'
+/// and of A (12 bytes an element each, and padding), as far as both are no larger than the bases of the first
+/// pass.
 /// Cost: b*b*(m + n)*2 operations for the reorthogonalization, about 10*b^3 for each test.
 ///
 /// @throws NotEnoughMemoryException  default message; nothing leaks. By contract of the allocators the memory

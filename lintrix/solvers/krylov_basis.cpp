@@ -18,57 +18,76 @@ constexpr std::int64_t kChunk = KrylovBasis::kChunk;
 constexpr int kCacheLine = 64;
 
 // Below this many cells a thread, meeting after each column costs more than another thread gives.
-constexpr int kCellsPerThread = 8192;
+constexpr int kCellsPerThread = 4096;
 
-// One form for each instruction set, chosen when the library is loaded. All give the same bits, since the
-// lanes are fixed and nothing is contracted. Not under the sanitizers, which wake later than that; Clang
-// builds have the portable form alone.
-#if defined(__clang__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define LINTRIX_VECTOR_FORMS
-#else
-#define LINTRIX_VECTOR_FORMS [[gnu::target_clones("default", "avx2", "avx512f")]]
-#endif
+// Each column is a new stream of memory, which the processor's own prefetching takes some lines to notice. So
+// the loop asks for what lies this many cells ahead: past the end of a column, the beginning of the next.
+constexpr int kCellsAhead = 256;
+constexpr int kCellsOfLine = kCacheLine / static_cast<int>(sizeof(double));
 
-/// The sum of term(0), ..., term(count-1), term i in lane i mod kLanes; `count` is a multiple of kLanes.
-template <class Term>
-[[gnu::always_inline]] inline double laneSum(std::int64_t count, Term term)
+template <int Width>
+struct Vectors {
+    typedef double type __attribute__((vector_size(Width * sizeof(double)), may_alias));
+};
+
+/// sums[0] + sums[1] + ..., lane by lane in halves. `count` and Width are powers of two.
+template <int Width>
+[[gnu::always_inline]] inline double foldedSum(typename Vectors<Width>::type* sums, int count)
 {
-    double lanes[kLanes] = {};
-    for (std::int64_t i = 0; i < count; i += kLanes) {
-        for (int l = 0; l < kLanes; ++l) lanes[l] += term(i + l);
+    for (int half = count / 2; half > 0; half /= 2) {
+        for (int v = 0; v < half; ++v) sums[v] += sums[v + half];
     }
-    for (int l = 0; l < 8; ++l) lanes[l] += lanes[l + 8];
-    for (int l = 0; l < 4; ++l) lanes[l] += lanes[l + 4];
-    return (lanes[0] + lanes[2]) + (lanes[1] + lanes[3]);
+    for (int half = Width / 2; half > 0; half /= 2) {
+        for (int l = 0; l < half; ++l) sums[0][l] += sums[0][l + half];
+    }
+    return sums[0][0];
 }
 
-/// w := w - c*x; returns w.y
-LINTRIX_VECTOR_FORMS
-double subtractThenDot(std::int64_t count, double* __restrict w, double c, const double* __restrict x,
-                       const double* __restrict y)
+/// w := w - c*x; returns w.y of this w. y may be w. All at cache lines, `count` a multiple of kLanes; term i
+/// of the scalar product goes to lane i mod kLanes.
+template <int Width>
+[[gnu::always_inline]] inline double subtractThenDot(std::int64_t count, double* w, double c, const double* x,
+                                                     const double* y)
 {
-    return laneSum(count, [=](std::int64_t i) {
-        const double value = w[i] - c * x[i];
-        w[i] = value;
-        return value * y[i];
-    });
+    using V = typename Vectors<Width>::type;
+    constexpr int kVectors = kLanes / Width;
+    V sums[kVectors] = {};
+    for (std::int64_t i = 0; i < count; i += kLanes) {
+        for (int v = 0; v < kVectors; ++v) {
+            const std::int64_t at = i + v * Width;
+            if (v * Width % kCellsOfLine == 0) __builtin_prefetch(y + at + kCellsAhead);
+            const V cells = *reinterpret_cast<V*>(w + at) - c * *reinterpret_cast<const V*>(x + at);
+            *reinterpret_cast<V*>(w + at) = cells;
+            sums[v] += cells * *reinterpret_cast<const V*>(y + at);
+        }
+    }
+    return foldedSum<Width>(sums, kVectors);
 }
 
-/// w := w - c*x; returns w.w
-LINTRIX_VECTOR_FORMS
-double subtractThenSquare(std::int64_t count, double* __restrict w, double c, const double* __restrict x)
+// One form for each instruction set. All give the same bits, since the lanes are fixed and nothing is
+// contracted: fused multiplication would gain a tenth as long as the basis fits the second cache, and nothing
+// beyond.
+using Update = double (*)(std::int64_t, double*, double, const double*, const double*);
+
+[[gnu::target("avx512f")]] double updateAvx512(std::int64_t count, double* w, double c, const double* x,
+                                               const double* y)
 {
-    return laneSum(count, [=](std::int64_t i) {
-        const double value = w[i] - c * x[i];
-        w[i] = value;
-        return value * value;
-    });
+    return subtractThenDot<8>(count, w, c, x, y);
+}
+[[gnu::target("avx2")]] double updateAvx2(std::int64_t count, double* w, double c, const double* x,
+                                          const double* y)
+{
+    return subtractThenDot<4>(count, w, c, x, y);
+}
+double updateSse2(std::int64_t count, double* w, double c, const double* x, const double* y)
+{
+    return subtractThenDot<2>(count, w, c, x, y);
 }
 
-LINTRIX_VECTOR_FORMS
-double square(std::int64_t count, const double* w)
+Update chooseUpdate() noexcept
 {
-    return laneSum(count, [=](std::int64_t i) { return w[i] * w[i]; });
+    if (__builtin_cpu_supports("avx512f")) return updateAvx512;
+    return __builtin_cpu_supports("avx2") ? updateAvx2 : updateSse2;
 }
 
 std::int32_t chunksOf(std::int32_t stride)
@@ -96,23 +115,26 @@ public:
     Member(std::int32_t stride, double* sums, int thread, int threads)
         : stride_(stride), chunks_(chunksOf(stride)),
           first_(static_cast<int>(std::int64_t{chunks_} * thread / threads)),
-          last_(static_cast<int>(std::int64_t{chunks_} * (thread + 1) / threads)), sums_(sums)
+          last_(static_cast<int>(std::int64_t{chunks_} * (thread + 1) / threads)), sums_(sums),
+          update_(chooseUpdate()), alone_(threads == 1)
     {
     }
 
-    /// The sum over all chunks of work(offset, count), in their order, the same in each thread. Every thread
-    /// calls it. The set of sums changes from call to call, so that one meeting is enough; the own chunks are
-    /// gone through up and down in turn, so that what was touched last is still in the cache.
-    template <class Work>
-    double sum(Work work)
+    /// w := w - c*x; returns w.y of this w, the sum of the chunks in their order, the same in each thread.
+    /// Every thread calls it. The set of sums changes from call to call, so that one meeting is enough; the
+    /// own chunks are gone through up and down in turn: what was touched last is still in the cache.
+    double subtractThenDot(double* w, double c, const double* x, const double* y)
     {
         double* const sums = sums_ + (downwards_ ? chunks_ : 0);
         for (int step = first_; step < last_; ++step) {
             const int chunk = downwards_ ? first_ + last_ - 1 - step : step;
-            sums[chunk] = work(begin(chunk), begin(chunk + 1) - begin(chunk));
+            const std::int64_t at = begin(chunk);
+            sums[chunk] = update_(begin(chunk + 1) - at, w + at, c, x + at, y + at);
         }
         downwards_ = !downwards_;
+        if (!alone_) {
 #pragma omp barrier
+        }
         double total = sums[0];
         for (int chunk = 1; chunk < chunks_; ++chunk) total += sums[chunk];
         return total;
@@ -134,24 +156,22 @@ private:
     std::int32_t stride_;
     int chunks_, first_, last_;
     double* sums_;
-    bool downwards_ = false;
+    Update update_;
+    bool alone_, downwards_ = false;
 };
 
 /// ||w - c*q(j-1) - ...||^2 as told at KrylovBasis::orthonormalize.
 double orthogonalize(const KrylovBasis& basis, std::int32_t j, double c, Member& member)
 {
     double* const w = basis.column(j);
-    if (j == 0) return member.sum([=](std::int64_t at, std::int64_t count) { return square(count, w + at); });
+    if (j == 0) return member.subtractThenDot(w, 0.0, w, w);
     const double* q = basis.column(j - 1); // subtracted next, c times
     for (std::int32_t i = 0; i + 1 < j; ++i) {
         const double* const next = basis.column(i);
-        c = member.sum([=](std::int64_t at, std::int64_t count) {
-            return subtractThenDot(count, w + at, c, q + at, next + at);
-        });
+        c = member.subtractThenDot(w, c, q, next);
         q = next;
     }
-    return member.sum(
-        [=](std::int64_t at, std::int64_t count) { return subtractThenSquare(count, w + at, c, q + at); });
+    return member.subtractThenDot(w, c, q, w);
 }
 
 } // namespace

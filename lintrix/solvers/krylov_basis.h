@@ -24,7 +24,7 @@ namespace Velmar::Lintrix::detail {
 class LINTRIX_TESTABLE KrylovBasis {
 public:
     static constexpr int kLanes = 16;
-    static constexpr int kChunk = 1024; ///< a multiple of kLanes
+    static constexpr int kChunk = 2048; ///< a multiple of kLanes
 
     /// Room for `columns` vectors, uninitialised. @throws NotEnoughMemoryException  also for a length whose
     /// stride is no 32-bit number

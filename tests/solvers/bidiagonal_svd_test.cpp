@@ -46,17 +46,23 @@ TEST(BidiagonalSvd, FactorsReproduceTheLowerBidiagonalMatrix)
 
 TEST(BidiagonalSvd, ABidiagonalMatrixThatIsNotFiniteHasNaNsForTripletsAndNothingIsPrinted)
 {
-    for (const double bad :
-         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
-        const double diagonal[] = {1.0, 2.0, 3.0}, subdiagonal[] = {1.0, bad, 0.0};
-        double values[3] = {};
-        ::testing::internal::CaptureStderr();
-        const BidiagonalSvd svd(3, diagonal, subdiagonal, values);
-        EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-        for (const double value : values) EXPECT_TRUE(std::isnan(value));
-        for (int i = 0; i < 9; ++i) {
-            EXPECT_TRUE(std::isnan(svd.left[i]));
-            EXPECT_TRUE(std::isnan(svd.rightTrans[i]));
+    const double nan = std::numeric_limits<double>::quiet_NaN(),
+                 infinity = std::numeric_limits<double>::infinity();
+    for (const int b : {3, 40}) {
+        for (const double bad : {nan, infinity}) {
+            for (const bool onDiagonal : {true, false}) {
+                std::vector<double> diagonal(static_cast<std::size_t>(b), 2.0), subdiagonal = diagonal,
+                                                                                values = diagonal;
+                (onDiagonal ? diagonal : subdiagonal)[1] = bad;
+                ::testing::internal::CaptureStderr();
+                const BidiagonalSvd svd(b, diagonal.data(), subdiagonal.data(), values.data());
+                EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+                for (const double value : values) EXPECT_TRUE(std::isnan(value));
+                for (int i = 0; i < b * b; ++i) {
+                    EXPECT_TRUE(std::isnan(svd.left[i]));
+                    EXPECT_TRUE(std::isnan(svd.rightTrans[i]));
+                }
+            }
         }
     }
 }

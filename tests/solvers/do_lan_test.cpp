@@ -52,5 +52,21 @@ TEST(DoLan, SymFlagReadsTheRowsAsAnUpperTriangle)
     out.expectGuards();
 }
 
+// 46341*46341 wraps to a negative number of steps, of which no memory can be had.
+TEST(DoLan, StepsThatWrapAreOutOfMemory)
+{
+    constexpr int size = 46341;
+    const std::vector<std::int32_t> ia(size + 1, 1);
+    const auto call = [&] {
+        DoLan(size, size, size, 1e-6, nullptr, ia.data(), nullptr, false, nullptr, nullptr, nullptr);
+    };
+    if (detail::kHardened) {
+        expectFailure<InvalidOperationException>(
+            call, "Too many singular values are wanted of a matrix of this size.");
+    } else {
+        EXPECT_THROW(call(), NotEnoughMemoryException);
+    }
+}
+
 } // namespace
 } // namespace Velmar::Lintrix::testing

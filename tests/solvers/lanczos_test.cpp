@@ -63,6 +63,36 @@ TEST(Lanczos, FailedTestsExtendBy10To16To25To38)
     EXPECT_THAT(stepsOf(diagonalSparse(cells), 1, 1e-13, 4), ElementsAre(10, 16, 25, 38));
 }
 
+// One step on diag(1, 2) from (1, 1)/sqrt(2) has r(0) = (1, 2)/sqrt(5), and the value |A*r(0)| = |(1,
+// 4)|/sqrt(5).
+TEST(Lanczos, StartVectorIsAlmostConstantWithASmallPerturbation)
+{
+    const SparseSVD svd(diagonalSparse({1.0, 2.0}), 1, 10.0);
+    ASSERT_EQ(svd.LastPass().steps, 1);
+    EXPECT_NEAR(svd.S()[0], std::sqrt(17.0 / 5.0), 1e-3);
+    EXPECT_GT(std::abs(svd.S()[0] - std::sqrt(17.0 / 5.0)), 1e-9);
+}
+
+// ||v - A'*u/s|| for the last wanted triplet, absolute whatever the norm of A.
+TEST(Lanczos, ResidualIsThatOfTheLastTripletAloneAndAbsolute)
+{
+    for (const double factor : {1.0, 1e6}) {
+        const SparseMatrix A = factor * scatteredSparse({60, 40}, 2);
+        LanczosObserver observer;
+        observer.afterPass = [](const LanczosPass&) { return false; };
+        const SparseSVD svd(A, 3, 1e-14, observer);
+        const Matrix dense = A.ToDense();
+        double squared = 0.0;
+        for (int c = 0; c < 40; ++c) {
+            double image = 0.0;
+            for (int r = 0; r < 60; ++r) image += dense(r, c) * svd.U()(r, 2);
+            squared += std::pow(svd.V()(c, 2) - image / svd.S()[2], 2);
+        }
+        EXPECT_GT(svd.LastPass().residual, 1e-3);
+        EXPECT_NEAR(svd.LastPass().residual, std::sqrt(squared), 1e-12);
+    }
+}
+
 TEST(Lanczos, ObserverSeesEveryStepOnceAndEveryPass)
 {
     std::vector<double> cells;

@@ -10,7 +10,9 @@
 #include <lintrix/decompositions/svd.h>
 #include <lintrix/services/hardening.h>
 #include <lintrix/services/threads.h>
+#include <lintrix/solvers/lanczos_matrix.h>
 #include <lintrix/solvers/sparse_svd.h>
+#include <lintrix/sparse/access.h>
 #include <lintrix/sparse/matrix_market.h>
 
 #include <gmock/gmock.h>
@@ -60,6 +62,27 @@ inline SparseMatrix lowRank(const Shape& shape, int rank, double noise, std::uin
         for (int c = 0; c < shape.cols; ++c) Y(i, c) *= std::ldexp(1.0, -i);
     }
     return SparseMatrix(naiveProduct(X, Y) + noise * randomMatrix(shape, generator));
+}
+
+/// What the driver sees of a matrix.
+inline detail::LanczosMatrix viewOf(const SparseMatrix& A)
+{
+    using detail::SparseAccess;
+    return {A.Rows(),
+            A.Cols(),
+            SparseAccess::values(A),
+            SparseAccess::rowPointers(A),
+            SparseAccess::columns(A),
+            A.Symmetric()};
+}
+
+/// Uniform in [-1, 1].
+inline std::vector<double> randomVector(int size, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    std::vector<double> x(static_cast<std::size_t>(size));
+    for (double& cell : x) cell = static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0;
+    return x;
 }
 
 inline std::vector<double> numbersOf(const Vector& x)
