@@ -1,7 +1,6 @@
 #include <tools/ordering_choice.h>
 
 #include <algorithm>
-#include <cstddef>
 
 namespace Velmar::Lintrix::tools {
 
@@ -13,28 +12,27 @@ constexpr double kOperationsPerElement = 60e3;
 
 /// Whether unknown i + 1 has the neighbours of unknown i. A row of the triangle begins with its diagonal,
 /// which the row before names as a neighbour.
-bool continuesNode(const SparseMatrix& matrix, std::size_t i)
+bool continuesNode(const EngineMatrix& matrix, std::int32_t i)
 {
-    const auto starts = matrix.RowPointers(), cols = matrix.ColumnIndices();
-    const auto at = [&](std::size_t row) { return cols.begin() + (starts[row] - 1); };
-    const std::ptrdiff_t skipped = matrix.Symmetric() ? 1 : 0;
+    const auto at = [&](std::int32_t row) { return matrix.ja + (matrix.ia[row] - 1); };
+    const std::int32_t skipped = matrix.isTriangle() ? 1 : 0;
     return at(i + 1) - at(i) >= skipped && std::equal(at(i) + skipped, at(i + 1), at(i + 1), at(i + 2));
 }
 
 } // namespace
 
-double elementsOfNodes(const SparseMatrix& matrix)
+double elementsOfNodes(const EngineMatrix& matrix)
 {
-    const double n = matrix.Rows(), stored = matrix.NumElements();
+    const double n = matrix.n, stored = matrix.entries();
     double nodes = n;
-    for (std::size_t i = 0; i + 1 < static_cast<std::size_t>(matrix.Rows()); ++i) {
+    for (std::int32_t i = 0; i + 1 < matrix.n; ++i) {
         if (continuesNode(matrix, i)) nodes -= 1.0;
     }
-    const double elements = matrix.Symmetric() ? 2.0 * stored - n : stored;
+    const double elements = matrix.isTriangle() ? 2.0 * stored - n : stored;
     return elements * (nodes / n) * (nodes / n);
 }
 
-bool dissectionPays(double gigaflops, const SparseMatrix& matrix, int threads)
+bool dissectionPays(double gigaflops, const EngineMatrix& matrix, int threads)
 {
     return gigaflops * 1e9 > kOperationsPerElement * threads * elementsOfNodes(matrix);
 }

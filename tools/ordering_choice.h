@@ -1,13 +1,13 @@
 #pragma once
 // Minimum degree or nested dissection.
 
-#include <lintrix/lintrix.h>
+#include <tools/engine_matrix.h>
 
 namespace Velmar::Lintrix::tools {
 
 /// How many elements nested dissection has to look at. Unknowns of one node have the same neighbours, stand
 /// side by side, and count once: with c of them a node, elements are fewer by c^2. Cost: one pass.
-double elementsOfNodes(const SparseMatrix& matrix);
+double elementsOfNodes(const EngineMatrix& matrix);
 
 /// Whether an order by nested dissection is worth its time, from the operations that a factorization in order
 /// of minimum degree would take.
@@ -16,6 +16,6 @@ double elementsOfNodes(const SparseMatrix& matrix);
 /// counted before any is done. Nested dissection then saves a third to a half of them, or nothing on a plane;
 /// so it pays where they are many beside the elements of the graph. The order is the work of one thread, the
 /// operations are shared by `threads`.
-bool dissectionPays(double gigaflops, const SparseMatrix& matrix, int threads);
+bool dissectionPays(double gigaflops, const EngineMatrix& matrix, int threads);
 
 } // namespace Velmar::Lintrix::tools
