@@ -23,11 +23,11 @@ struct DenseSystem {
 
 DenseSystem load(SystemFiles& files, SolveReport& report, Progress& progress)
 {
-    requireReal(files.matrix,
-                "a complex matrix is solved as a sparse one only: square, coordinate, not --dense");
-    if (files.rightHands)
+    requireReal(files.matrix, "a complex matrix is solved only as a square coordinate file, without --dense");
+    if (files.rightHands) {
         requireReal(*files.rightHands,
-                    "complex right-hand sides need a sparse matrix: square, coordinate, not --dense");
+                    "complex right-hand sides need a square coordinate file, without --dense");
+    }
     requireRoom(files.matrix.Header());
     if (files.rightHands) requireRoomBeside(files.matrix.Header(), files.rightHands->Header());
     Matrix A = files.matrix.ReadDense();
