@@ -69,6 +69,11 @@ bool scales(Road road)
     return setupOf(road).matching != 0;
 }
 
+bool ordersByPairs(Road road)
+{
+    return setupOf(road).pairs != 0;
+}
+
 std::optional<Road> roadAfter(Road road)
 {
     switch (road) {

@@ -35,6 +35,9 @@ Assumption assumptionOf(Road road);
 /// Whether rows and columns are scaled, by what the matching brings along.
 bool scales(Road road);
 
+/// Whether pairs of pivots decide on the order, whatever is asked for.
+bool ordersByPairs(Road road);
+
 /// Where to go when `road` fails. None after the last one.
 std::optional<Road> roadAfter(Road road);
 

@@ -75,18 +75,20 @@ public:
     }
 
 private:
-    /// By minimum degree first. Nested dissection, where it pays, is kept if it saves operations.
+    /// A large body is dissected. Else by minimum degree first; nested dissection, where it pays, is kept if
+    /// it saves operations.
     std::unique_ptr<DirectRun> analysed(Road road, const EngineMatrix& matrix, EngineAnswer& answer)
     {
-        constexpr auto kFirst = FillInReducingMethod::MinimumDegree;
-        auto first =
-            std::make_unique<DirectRun>(road, matrix, options_.ordering.value_or(kFirst), options_.settings);
+        constexpr auto kQuick = FillInReducingMethod::MinimumDegree,
+                       kThorough = FillInReducingMethod::NestedDissection;
+        const OrderingChoice choice(matrix, TrellConfiguration::GetMaxThreads());
+        const bool open = !options_.ordering && !ordersByPairs(road);
+        const auto ordering = options_.ordering.value_or(open && choice.isLargeBody() ? kThorough : kQuick);
+        auto first = std::make_unique<DirectRun>(road, matrix, ordering, options_.settings);
         answer = first->analyse();
-        if (answer.error != 0 || options_.ordering ||
-            !dissectionPays(first->gigaflops(), matrix, TrellConfiguration::GetMaxThreads()))
+        if (answer.error != 0 || !open || ordering == kThorough || !choice.dissectionPays(first->gigaflops()))
             return first;
-        auto second = std::make_unique<DirectRun>(road, matrix, FillInReducingMethod::NestedDissection,
-                                                  options_.settings);
+        auto second = std::make_unique<DirectRun>(road, matrix, kThorough, options_.settings);
         const bool better = second->analyse().error == 0 && second->gigaflops() < first->gigaflops();
         return better ? std::move(second) : std::move(first);
     }
@@ -96,7 +98,7 @@ private:
     bool fillsIn(Road road, int entries)
     {
         const int before = std::exchange(entriesBefore_, entries);
-        return road == Road::SymmetricPairs && entries > kMuchFill && entries / kFillBound > before;
+        return ordersByPairs(road) && entries > kMuchFill && entries / kFillBound > before;
     }
 
     void factorizeAndSolve(DirectRun& direct, Outcome<Cell>& outcome)
