@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <utility>
 
 namespace Velmar::Lintrix::tools {
@@ -107,9 +108,11 @@ std::vector<std::int32_t> NodeGraph::levelsFrom(std::int32_t root, std::int32_t 
 double NodeGraph::growth() const
 {
     std::array<double, kSamples> found{};
-    for (std::int32_t s = 0; s < kSamples; ++s) {
-        const auto root = static_cast<std::int32_t>((2 * s + 1) * std::int64_t{nodes()} / (2 * kSamples));
-        found[at(s)] = growthOf(levelsFrom(root, nodes() / kPart));
+    double place = 0.5; // multiples of the golden section: spread out, and never in step with a grid
+    for (double& exponent : found) {
+        const auto root = static_cast<std::int32_t>(place * nodes());
+        exponent = growthOf(levelsFrom(root, nodes() / kPart));
+        place = std::fmod(place + std::numbers::phi, 1.0);
     }
     std::ranges::sort(found);
     return found[kSamples / 2];
