@@ -101,7 +101,7 @@ Columns<Cell> productOf(const CompressedRows<Cell>& A, const Columns<Cell>& X)
 {
     Columns<Cell> product(A.rows(), X.Cols());
     for (std::int32_t j = 0; j < X.Cols(); ++j)
-        addProduct(1.0, A, columnCells(X, j), columnCells(product, j));
+        addProduct<Cell>(1.0, A, columnCells(X, j), columnCells(product, j));
     return product;
 }
 

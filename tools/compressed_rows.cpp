@@ -44,9 +44,31 @@ CompressedRows<Cell> bothTrianglesOf(const CompressedRows<Cell>& triangle)
     });
 }
 
+/// A row of a triangle is the column across the diagonal as well.
+template <class Cell>
+void addProduct(double factor, const CompressedRows<Cell>& A, std::span<const Cell> x, std::span<Cell> y)
+{
+    const bool triangle = A.isTriangle();
+    for (std::size_t i = 0; i + 1 < A.ia.size(); ++i) {
+        const Cell scaled = triangle ? factor * x[i] : Cell();
+        Cell sum{};
+        const auto end = static_cast<std::size_t>(A.ia[i + 1] - 1);
+        for (auto k = static_cast<std::size_t>(A.ia[i] - 1); k < end; ++k) {
+            const auto j = static_cast<std::size_t>(A.ja[k] - 1);
+            sum += A.a[k] * x[j];
+            if (triangle && j != i) y[j] += A.across(A.a[k]) * scaled;
+        }
+        y[i] += factor * sum;
+    }
+}
+
 template CompressedRows<double> withDiagonal(const CompressedRows<double>&, bool);
 template CompressedRows<ComplexNumber> withDiagonal(const CompressedRows<ComplexNumber>&, bool);
 template CompressedRows<double> bothTrianglesOf(const CompressedRows<double>&);
 template CompressedRows<ComplexNumber> bothTrianglesOf(const CompressedRows<ComplexNumber>&);
+
+template void addProduct(double, const CompressedRows<double>&, std::span<const double>, std::span<double>);
+template void addProduct(double, const CompressedRows<ComplexNumber>&, std::span<const ComplexNumber>,
+                         std::span<ComplexNumber>);
 
 } // namespace Velmar::Lintrix::tools

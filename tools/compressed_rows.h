@@ -100,14 +100,6 @@ CompressedRows<Cell> bothTrianglesOf(const CompressedRows<Cell>& triangle);
 
 /// y = y + factor*A*x, with both triangles. @pre square where one is stored
 template <class Cell>
-void addProduct(double factor, const CompressedRows<Cell>& A, std::type_identity_t<std::span<const Cell>> x,
-                std::type_identity_t<std::span<Cell>> y)
-{
-    forEachEntry(A, [&](std::int32_t row, std::int32_t col, Cell value) {
-        const auto i = static_cast<std::size_t>(row), j = static_cast<std::size_t>(col);
-        y[i] += factor * value * x[j];
-        if (A.isTriangle() && i != j) y[j] += factor * A.across(value) * x[i];
-    });
-}
+void addProduct(double factor, const CompressedRows<Cell>& A, std::span<const Cell> x, std::span<Cell> y);
 
 } // namespace Velmar::Lintrix::tools

@@ -157,7 +157,8 @@ ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const
                     const Columns<Cell>& probe)
 {
     Columns<Cell> R(B);
-    for (std::int32_t j = 0; j < B.Cols(); ++j) addProduct(-1.0, A, columnCells(X, j), columnCells(R, j));
+    for (std::int32_t j = 0; j < B.Cols(); ++j)
+        addProduct<Cell>(-1.0, A, columnCells(X, j), columnCells(R, j));
     const double normA = infinityNorm(A);
     const std::int32_t last = B.Cols() - 1;
     return {scaledResidual(R, 1.0, normA, X, B, 0, last), scaledResidual(R, 1.0, normA, X, B, last, last + 1),

@@ -3,13 +3,11 @@
 #include <tools/sparse_system.h>
 
 #include <tools/input_error.h>
-#include <tools/ordering_choice.h>
 
 #include <lintrix/sparse/sparse_assembler.h>
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 
 namespace Velmar::Lintrix::testing {
@@ -148,36 +146,6 @@ TEST(RequireSparseRoom, RightHandSidesMustFitTheMatrixAndTheMemory)
     EXPECT_EQ(refusal(1000, 41),
               "b.mtx:2: 41 right-hand sides of a 1000 x 1000 matrix do not fit into memory");
     EXPECT_EQ(refusal(999, 1), "b.mtx:2: the right-hand side has 999 rows, the matrix 1000");
-}
-
-TEST(DissectionPays, WhereOperationsAreManyBesideTheElements)
-{
-    SparseMatrix A(100, 100); // the tridiagonal matrix: 298 elements
-    for (int i = 0; i < 100; ++i) {
-        for (int j = std::max(i - 1, 0); j <= std::min(i + 1, 99); ++j) A.Item(i, j, 1.0);
-    }
-    SparseSystem system = systemOf(A);
-    const EngineMatrix all = engineMatrixOf(system, Assumption::Nothing);
-    EXPECT_EQ(elementsOfNodes(all), 298.0);
-    EXPECT_FALSE(dissectionPays(0.0, all, 1));
-    EXPECT_FALSE(dissectionPays(0.017, all, 1));
-    EXPECT_TRUE(dissectionPays(0.018, all, 1));
-    EXPECT_FALSE(dissectionPays(0.018, all, 2));
-}
-
-TEST(DissectionPays, UnknownsOfOneNodeCountOnce)
-{
-    // Two unknowns a node, 50 nodes in a chain: 148 elements of nodes, in either storage.
-    SparseAssembler entries(100, 100);
-    for (int p = 0; p < 50; ++p) {
-        for (int q = std::max(p - 1, 0); q <= std::min(p + 1, 49); ++q) {
-            for (int k = 0; k < 4; ++k) entries.Add(2 * p + k / 2, 2 * q + k % 2, 1.0);
-        }
-    }
-    SparseSystem system = systemOf(entries.Assemble());
-    EXPECT_EQ(elementsOfNodes(engineMatrixOf(system, Assumption::Nothing)), 148.0);
-    EXPECT_NEAR(elementsOfNodes(engineMatrixOf(system, Assumption::Symmetric)), 148.0, 6.0)
-        << "the last node is taken for a part of the one before";
 }
 
 } // namespace
