@@ -26,7 +26,7 @@ constexpr int kNoContraction = -112, kTooManySteps = -111, kIteration = -3;
 template <class Cell>
 struct Outcome {
     EngineAnswer engine;
-    std::string_view roadName;      ///<
+    std::string_view roadName;      ///< for this matrix
     std::optional<Columns<Cell>> x; ///< with the probe
     ProbedQuality quality{NAN, NAN, NAN};
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;

@@ -26,7 +26,7 @@ struct SparseOptions {
 template <class Cell>
 struct SparseAnswer {
     Road road = Road::Matched;      ///< the last one taken
-    std::string_view roadName = ""; ///<
+    std::string_view roadName = ""; ///< for this matrix
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     std::vector<std::string> tried; ///< "ROAD: why it was left", of the roads before
     Verdict verdict = Verdict::Failed;
