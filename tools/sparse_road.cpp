@@ -55,7 +55,10 @@ RightHands<Cell> assemble(const CompressedRows<Cell>& A, const std::optional<Col
     const std::int32_t n = A.rows(), count = given ? given->Cols() : 1;
     Columns<Cell> probe = probeSolution<Cell>(n);
     Columns<Cell> B(n, count + 1);
-    copyColumns(given ? *given : productOf(A, filledWith<Columns<Cell>>(1.0, n, 1)), B, 0);
+    if (given)
+        copyColumns(*given, B, 0);
+    else
+        copyColumns(productOf(A, filledWith<Columns<Cell>>(1.0, n, 1)), B, 0);
     copyColumns(productOf(A, probe), B, count);
     return {std::move(B), std::move(probe)};
 }
