@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::tools {
@@ -69,22 +70,38 @@ void orderInTurn(SystemAnalysis& system, const std::string& name, AnalysisReport
     progress.erase();
 }
 
-AnalysisReport reportOf(const std::string& file, const SparseMatrix& matrix)
-{
-    return {.matrix = file,
-            .order = matrix.Rows(),
-            .entries = matrix.NumElements(),
-            .mtype = typeOf(traitsOf(matrix)),
-            .threads = TrellConfiguration::GetMaxThreads(),
-            .matching = {},
-            .orderings = {}};
-}
-
 bool allDone(const AnalysisReport& report)
 {
     const bool singular = report.matching && report.matching->matched < report.order;
     return !singular && std::ranges::all_of(report.orderings,
                                             [](const OrderingResult& result) { return result.error == 0; });
+}
+
+template <class Cell>
+AnalysisReport analyse(MatrixMarketReader& reader, const AnalyseOptions& options, OutputFile* picture,
+                       Progress& progress)
+{
+    CompressedRows<Cell> rows = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
+    AnalysisReport report;
+    report.matrix = reader.Header().file;
+    report.order = rows.rows();
+    report.entries = rows.entries();
+    SparseSystem<Cell> matrix(std::move(rows));
+    report.threads = TrellConfiguration::GetMaxThreads();
+    SystemAnalysis system(engineMatrixOf(matrix, assumptionOf(matrix.traits())));
+    report.mtype = system.matrix().mtype;
+    progress.erase();
+
+    Drawing drawing;
+    if (system.matrix().isDiagonal())
+        drawing.offer(system, {}); // it is its own factor
+    else
+        orderInTurn(system, options.ordering, report, picture != nullptr ? &drawing : nullptr, progress);
+    if (picture != nullptr && drawing.grid()) {
+        writePicture(*drawing.grid(), options.plot, *picture);
+        picture->commit();
+    }
+    return report;
 }
 
 } // namespace
@@ -106,20 +123,9 @@ int runAnalyse(const AnalyseOptions& options)
     if (!options.plot.empty()) picture.emplace(options.plot);
     MatrixMarketReader reader = openMatrix(options.matrix, progress);
     refuseRectangles(reader.Header());
-    const SparseMatrix matrix = reader.ReadSparse(MatrixMarketStorage::BothTriangles);
-    AnalysisReport report = reportOf(reader.Header().file, matrix);
-    SystemAnalysis system(engineMatrixOf(matrix, report.mtype));
-    progress.erase();
-
-    Drawing drawing;
-    if (system.matrix().isDiagonal())
-        drawing.offer(system, {}); // it is its own factor
-    else
-        orderInTurn(system, options.ordering, report, picture ? &drawing : nullptr, progress);
-    if (picture && drawing.grid()) {
-        writePicture(*drawing.grid(), options.plot, *picture);
-        picture->commit();
-    }
+    OutputFile* const plot = picture ? &*picture : nullptr;
+    const AnalysisReport report = isComplex(reader) ? analyse<ComplexNumber>(reader, options, plot, progress)
+                                                    : analyse<double>(reader, options, plot, progress);
     writeReport(options.json ? asJson(report) : asText(report));
     return allDone(report) ? 0 : 1;
 }

@@ -2,6 +2,7 @@
 
 #include <tools/dense_solver.h>
 #include <tools/dense_system.h>
+#include <tools/matrix_file.h>
 
 #include <fmt/format.h>
 
@@ -22,6 +23,11 @@ struct DenseSystem {
 
 DenseSystem load(SystemFiles& files, SolveReport& report, Progress& progress)
 {
+    requireReal(files.matrix, "a complex matrix is solved only as a square coordinate file, without --dense");
+    if (files.rightHands) {
+        requireReal(*files.rightHands,
+                    "complex right-hand sides need a square coordinate file, without --dense");
+    }
     requireRoom(files.matrix.Header());
     if (files.rightHands) requireRoomBeside(files.matrix.Header(), files.rightHands->Header());
     Matrix A = files.matrix.ReadDense();

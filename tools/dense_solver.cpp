@@ -20,7 +20,7 @@ struct Probe {
 /// The shortest solution of a wide system lies in the row space: z = A'*y.
 Probe makeProbe(const Matrix& A)
 {
-    Matrix z = probeSolution(std::min(A.Rows(), A.Cols()));
+    Matrix z = probeSolution<double>(std::min(A.Rows(), A.Cols()));
     if (A.Rows() < A.Cols()) {
         Matrix shortest(A.Cols(), 1);
         Matrix::Multiply(1.0, TransposeMode::Transposed, A, TransposeMode::NotTransposed, z, 0.0, shortest);
@@ -32,7 +32,7 @@ Probe makeProbe(const Matrix& A)
 
 double errorOf(const Matrix& found, const Probe& probe)
 {
-    return probeError(cellsOf(probe.solution), cellsOf(found));
+    return probeError(probe.solution, found);
 }
 
 Answer solveSquare(const Matrix& A, const Matrix& B, const Probe& probe)

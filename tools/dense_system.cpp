@@ -79,38 +79,4 @@ void requireSameRows(const MatrixMarketHeader& matrix, const MatrixMarketHeader&
            fmt::format("the right-hand side has {} rows, the matrix {}", rightHands.rows, matrix.rows));
 }
 
-std::span<const double> cellsOf(const Matrix& matrix)
-{
-    return {reinterpret_cast<const double*>(matrix.DataPtr()), product(matrix.Rows(), matrix.Cols())};
-}
-
-std::span<double> cellsOf(Matrix& matrix)
-{
-    return {reinterpret_cast<double*>(matrix.DataPtr()), product(matrix.Rows(), matrix.Cols())};
-}
-
-std::span<const double> columnCells(const Matrix& matrix, std::int32_t j)
-{
-    return cellsOf(matrix).subspan(product(matrix.Rows(), j), static_cast<std::size_t>(matrix.Rows()));
-}
-
-Matrix columnOf(const Matrix& matrix, std::int32_t j)
-{
-    Matrix column(matrix.Rows(), 1);
-    std::ranges::copy(columnCells(matrix, j), cellsOf(column).begin());
-    return column;
-}
-
-void copyColumns(const Matrix& source, Matrix& target, std::int32_t j)
-{
-    std::ranges::copy(cellsOf(source), cellsOf(target).subspan(product(target.Rows(), j)).begin());
-}
-
-Matrix filledWith(double value, std::int32_t rows, std::int32_t cols)
-{
-    Matrix matrix(rows, cols);
-    std::ranges::fill(cellsOf(matrix), value);
-    return matrix;
-}
-
 } // namespace Velmar::Lintrix::tools

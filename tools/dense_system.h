@@ -1,11 +1,12 @@
 #pragma once
-// Dense systems: the sizes that cannot be held are refused, and columns are moved about.
+// Dense systems: the sizes that cannot be held are refused.
+
+#include <tools/columns.h>
 
 #include <lintrix/lintrix.h>
 #include <lintrix/sparse/matrix_market.h>
 
 #include <cstdint>
-#include <span>
 
 namespace Velmar::Lintrix::tools {
 
@@ -22,21 +23,5 @@ void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeade
 
 /// Refuses right-hand sides of another length. @throws InputError  at the size line
 void requireSameRows(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands);
-
-/// The cells, column by column.
-std::span<const double> cellsOf(const Matrix& matrix);
-std::span<double> cellsOf(Matrix& matrix);
-
-/// Those of column j.
-std::span<const double> columnCells(const Matrix& matrix, std::int32_t j);
-
-/// Column j, Rows() x 1.
-Matrix columnOf(const Matrix& matrix, std::int32_t j);
-
-/// Copies all of `source` to the columns of `target` from column j on; the row counts agree.
-void copyColumns(const Matrix& source, Matrix& target, std::int32_t j);
-
-/// All ones, or any other constant.
-Matrix filledWith(double value, std::int32_t rows, std::int32_t cols);
 
 } // namespace Velmar::Lintrix::tools

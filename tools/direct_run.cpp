@@ -1,7 +1,5 @@
 #include <tools/direct_run.h>
 
-#include <tools/dense_system.h>
-
 namespace Velmar::Lintrix::tools {
 
 namespace {
@@ -9,19 +7,21 @@ namespace {
 /// What a road sets, by the engine's numbers of its parameters.
 struct Setup {
     Road road;
-    std::string_view name;
-    int type;
+    std::string_view name, hermitianName;
+    Assumption assumption;
     int pivotExponent, matching, pairs; ///< iparm(10), iparm(11) and (13), iparm(21)
     int iteration;                      ///< unit digit of iparm(4) where factors are kept
 };
 
 constexpr std::array<Setup, 6> kSetups{{
-    {Road::Cholesky, "sparse Cholesky", 2, 0, 0, 0, 2},
-    {Road::Symmetric, "sparse LDL'", -2, 8, 0, 0, 2},
-    {Road::SymmetricPairs, "sparse LDL' with matching", -2, 8, 1, 1, 2},
-    {Road::Unmatched, "sparse LU", 1, 13, 0, 0, 1},
-    {Road::Matched, "sparse LU with matching", 11, 13, 1, 0, 1},
-    {Road::Coarse, "sparse LU with raised pivots", 11, 6, 1, 0, 1},
+    {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", Assumption::PositiveDefinite, 0, 0, 0, 2},
+    {Road::Symmetric, "sparse LDL'", "sparse LDL^H", Assumption::Symmetric, 8, 0, 0, 2},
+    {Road::SymmetricPairs, "sparse LDL' with matching", "sparse LDL^H with matching", Assumption::Symmetric,
+     8, 1, 1, 2},
+    {Road::Unmatched, "sparse LU", "sparse LU", Assumption::SymmetricPattern, 13, 0, 0, 1},
+    {Road::Matched, "sparse LU with matching", "sparse LU with matching", Assumption::Nothing, 13, 1, 0, 1},
+    {Road::Coarse, "sparse LU with raised pivots", "sparse LU with raised pivots", Assumption::Nothing, 6, 1,
+     0, 1},
 }};
 
 const Setup& setupOf(Road road)
@@ -54,19 +54,24 @@ int tellProgress(void* context, int, int percent, const char*, int)
 
 } // namespace
 
-std::string_view nameOf(Road road)
+std::string_view nameOf(Road road, int mtype)
 {
-    return setupOf(road).name;
+    return mtype == -4 ? setupOf(road).hermitianName : setupOf(road).name;
 }
 
-bool takesTriangle(Road road)
+Assumption assumptionOf(Road road)
 {
-    return road == Road::Cholesky || road == Road::Symmetric || road == Road::SymmetricPairs;
+    return setupOf(road).assumption;
 }
 
 bool scales(Road road)
 {
     return setupOf(road).matching != 0;
+}
+
+bool ordersByPairs(Road road)
+{
+    return setupOf(road).pairs != 0;
 }
 
 std::optional<Road> roadAfter(Road road)
@@ -87,9 +92,9 @@ std::optional<Road> roadAfter(Road road)
     return std::nullopt;
 }
 
-DirectRun::DirectRun(Road road, SparseMatrix& matrix, FillInReducingMethod ordering,
+DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod ordering,
                      const DirectSettings& settings)
-    : type_(setupOf(road).type), matrix_(matrix), settings_(settings)
+    : matrix_(matrix), settings_(settings)
 {
     const Setup& setup = setupOf(road);
     const auto set = [this](Slot slot, int value) { parameters_[slot - 1] = value; };
@@ -125,27 +130,20 @@ EngineAnswer DirectRun::factorize()
     return call(22, 1, nullptr, nullptr);
 }
 
-EngineAnswer DirectRun::solve(const Matrix& B, Matrix& X)
-{
-    return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data());
-}
-
-EngineAnswer DirectRun::refine(const Matrix& B, Matrix& X, std::int32_t steps)
+void DirectRun::limitRefinement(std::int32_t steps)
 {
     parameters_[kRefinementLimit - 1] = steps;
-    return solve(B, X);
 }
 
-/// The engine writes to the index arrays while it works and puts them back; the right-hand sides it reads.
-EngineAnswer DirectRun::call(int phase, int nrhs, const double* b, double* x)
+/// The engine reads the right-hand sides, and writes to them only where iparm(6) asks for it.
+EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x)
 {
     constexpr int kOne = 1;
-    const int level = settings_.engineReport ? 1 : 0, n = matrix_.Rows();
+    const int level = settings_.engineReport ? 1 : 0;
     int unused = 0, error = 0;
     parameters_[kFailing - 1] = 0;
-    pardiso(handle_.data(), kOne, kOne, type_, phase, n, matrix_.Values().data(),
-            const_cast<int*>(matrix_.RowPointers().data()), const_cast<int*>(matrix_.ColumnIndices().data()),
-            &unused, nrhs, parameters_.data(), level, const_cast<double*>(b), x, error);
+    pardiso(handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
+            &unused, nrhs, parameters_.data(), level, const_cast<void*>(b), x, error);
     return {error, parameters_[kFailing - 1]};
 }
 

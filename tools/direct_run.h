@@ -1,6 +1,9 @@
 #pragma once
 // One road through the direct solver: the assumption made of the matrix, and the engine driven accordingly.
 
+#include <tools/columns.h>
+#include <tools/engine_matrix.h>
+
 #include <lintrix/lintrix.h>
 
 #include <algorithm>
@@ -15,22 +18,25 @@ namespace Velmar::Lintrix::tools {
 /// What is assumed of the matrix, each weaker than the one before it.
 enum class Road {
     Cholesky,       ///< positive definite
-    Symmetric,      ///< L*D*L', pivots from the diagonal
-    SymmetricPairs, ///< L*D*L' with matching, scaling and pivots of one and two columns (Bunch-Kaufman)
+    Symmetric,      ///< L*D*L', or L*D*L^H of a hermitian matrix, pivots from the diagonal
+    SymmetricPairs, ///< the same with matching, scaling and pivots of one and two columns (Bunch-Kaufman)
     Unmatched,      ///< LU that keeps to the diagonal as it stands
     Matched,        ///< LU with matching and scaling: for any matrix
     Coarse,         ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
 };
 
 /// "sparse Cholesky", "sparse LDL'", "sparse LDL' with matching", "sparse LU", "sparse LU with matching",
-/// "sparse LU with raised pivots".
-std::string_view nameOf(Road road);
+/// "sparse LU with raised pivots"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
+std::string_view nameOf(Road road, int mtype);
 
-/// Whether the engine takes the upper triangle or all elements.
-bool takesTriangle(Road road);
+/// What the road assumes of the matrix.
+Assumption assumptionOf(Road road);
 
 /// Whether rows and columns are scaled, by what the matching brings along.
 bool scales(Road road);
+
+/// Whether pairs of pivots decide on the order, whatever is asked for.
+bool ordersByPairs(Road road);
 
 /// Where to go when `road` fails. None after the last one.
 std::optional<Road> roadAfter(Road road);
@@ -51,18 +57,28 @@ struct EngineAnswer {
 /// A handle of the engine from analysis to release.
 class DirectRun {
 public:
-    /// `matrix` in the storage that the road takes; it must outlive the run, and is shifted while it works.
-    DirectRun(Road road, SparseMatrix& matrix, FillInReducingMethod ordering, const DirectSettings& settings);
+    /// `matrix` under the assumption of the road; its arrays must outlive the run.
+    DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod ordering,
+              const DirectSettings& settings);
     ~DirectRun();
     DirectRun(const DirectRun&) = delete;
     DirectRun& operator=(const DirectRun&) = delete;
 
     EngineAnswer analyse();
     EngineAnswer factorize();
-    /// X with A*X = B for all columns at once. By iteration where the strategy says so.
-    EngineAnswer solve(const Matrix& B, Matrix& X);
+    /// X with A*X = B for all columns at once, elements as in A. By iteration where the strategy says so.
+    template <class Block>
+    EngineAnswer solve(const Block& B, Block& X)
+    {
+        return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data());
+    }
     /// As `solve`, with up to `steps` steps of refinement.
-    EngineAnswer refine(const Matrix& B, Matrix& X, std::int32_t steps);
+    template <class Block>
+    EngineAnswer refine(const Block& B, Block& X, std::int32_t steps)
+    {
+        limitRefinement(steps);
+        return solve(B, X);
+    }
 
     FillInReducingMethod ordering() const { return static_cast<FillInReducingMethod>(parameters_[1]); }
     int perturbedPivots() const { return parameters_[13]; }
@@ -73,12 +89,12 @@ public:
     int factorEntries() const { return std::max(parameters_[17], 0); }
 
 private:
-    EngineAnswer call(int phase, int nrhs, const double* b, double* x);
+    EngineAnswer call(int phase, int nrhs, const void* b, void* x);
+    void limitRefinement(std::int32_t steps);
 
     std::array<void*, 64> handle_{};
     std::array<std::int32_t, 64> parameters_{};
-    int type_;
-    SparseMatrix& matrix_;
+    EngineMatrix matrix_;
     const DirectSettings& settings_;
 };
 

@@ -1,24 +1,24 @@
 #include <tools/engine_matrix.h>
 
-#include <tools/input_error.h>
-
-#include <limits>
+#include <array>
 
 namespace Velmar::Lintrix::tools {
 
-namespace {
-
-bool isSymmetric(int mtype)
+template <class Cell>
+int typeOf(Assumption assumption, const Traits& traits)
 {
-    return mtype % 2 == 0;
+    using Types = std::array<int, 4>;
+    constexpr Types kReal{2, -2, 1, 11}, kHermitian{4, -4, 3, 13}, kComplexSymmetric{4, 6, 3, 13};
+    const Types& types = !kIsComplex<Cell> ? kReal : traits.hermitian ? kHermitian : kComplexSymmetric;
+    return types[static_cast<std::size_t>(assumption)];
 }
 
-} // namespace
-
-int typeOf(const Traits& traits)
+Assumption assumptionOf(const Traits& traits)
 {
-    if (traits.symmetric) return traits.positiveLooking ? 2 : -2;
-    return traits.symmetricPattern && traits.fullDiagonal ? 1 : 11;
+    if (traits.mirrored())
+        return traits.positiveLooking ? Assumption::PositiveDefinite : Assumption::Symmetric;
+    return traits.symmetricPattern && traits.fullDiagonal ? Assumption::SymmetricPattern
+                                                          : Assumption::Nothing;
 }
 
 std::string_view typeInWords(int mtype)
@@ -30,36 +30,35 @@ std::string_view typeInWords(int mtype)
         return "real symmetric, may be positive definite";
     case -2:
         return "real symmetric indefinite";
+    case 3:
+        return "complex with a symmetric pattern";
+    case 4:
+        return "hermitian, may be positive definite";
+    case -4:
+        return "hermitian indefinite";
+    case 6:
+        return "complex symmetric";
+    case 13:
+        return "complex unsymmetric";
     default:
         return "real unsymmetric";
     }
 }
 
-EngineMatrix engineMatrixOf(const SparseMatrix& matrix, int mtype)
+template <class Cell>
+EngineMatrix engineMatrixOf(SparseSystem<Cell>& system, Assumption assumption)
 {
-    if (matrix.NumElements() > std::numeric_limits<std::int32_t>::max() - matrix.Rows() - 1) {
-        throw InputError("the matrix has too many entries");
-    }
-    const auto starts = matrix.RowPointers(), columns = matrix.ColumnIndices();
-    const auto values = matrix.Values();
-    EngineMatrix result{mtype, {}, {1}, {}};
-    const auto put = [&result](std::int32_t column, double value) {
-        result.ja.push_back(column);
-        result.a.push_back(value);
-    };
-    for (std::int32_t row = 1; row <= matrix.Rows(); ++row) {
-        bool diagonalPut = false;
-        const auto end = static_cast<std::size_t>(starts[static_cast<std::size_t>(row)] - 1);
-        for (auto k = static_cast<std::size_t>(starts[static_cast<std::size_t>(row) - 1] - 1); k < end; ++k) {
-            if (columns[k] < row && isSymmetric(mtype)) continue;
-            if (columns[k] > row && !diagonalPut) put(row, 0.0);
-            diagonalPut = diagonalPut || columns[k] >= row;
-            put(columns[k], values[k]);
-        }
-        if (!diagonalPut) put(row, 0.0);
-        result.ia.push_back(static_cast<std::int32_t>(result.ja.size()) + 1);
-    }
-    return result;
+    EngineMatrix matrix{.mtype = typeOf<Cell>(assumption, system.traits()), .n = system.size()};
+    CompressedRows<Cell>& rows = matrix.isTriangle() ? system.upper() : system.full();
+    matrix.a = rows.a.data();
+    matrix.ia = rows.ia.data();
+    matrix.ja = rows.ja.data();
+    return matrix;
 }
+
+template int typeOf<double>(Assumption, const Traits&);
+template int typeOf<ComplexNumber>(Assumption, const Traits&);
+template EngineMatrix engineMatrixOf(SparseSystem<double>&, Assumption);
+template EngineMatrix engineMatrixOf(SparseSystem<ComplexNumber>&, Assumption);
 
 } // namespace Velmar::Lintrix::tools

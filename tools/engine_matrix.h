@@ -1,35 +1,43 @@
 #pragma once
-// A matrix in the form and under the type that the sparse direct solver takes.
+// A matrix under the type that the sparse direct solver takes it for.
 
 #include <tools/sparse_system.h>
 
+#include <cstdint>
 #include <string_view>
-#include <vector>
 
 namespace Velmar::Lintrix::tools {
 
-/// The solver's number for the type of a real matrix:
-///  2   symmetric, and nothing seen speaks against positive definite
-///  -2  any other symmetric matrix
-///  1   symmetric pattern with a diagonal of non-zeros
-///  11  any other
-int typeOf(const Traits& traits);
+/// What the direct solver may assume of a matrix, each weaker than the one before it.
+enum class Assumption { PositiveDefinite, Symmetric, SymmetricPattern, Nothing };
+
+/// The solver's number for a type. Symmetric types of complex matrices are hermitian, but for 6:
+///  real     2, -2, 1, 11
+///  complex  4, -4 or 6, 3, 13
+template <class Cell>
+int typeOf(Assumption assumption, const Traits& traits);
+
+/// The strongest that nothing seen speaks against; a symmetric pattern counts with a diagonal of non-zeros.
+Assumption assumptionOf(const Traits& traits);
 
 std::string_view typeInWords(int mtype);
 
-/// Compressed rows that count from 1; of types 2 and -2 the upper triangle. Each row has its diagonal entry:
-/// a zero where the matrix has none, which changes nothing that an analysis finds.
+/// The arrays of a system, as the solver takes them: types of even number as the upper triangle. The solver
+/// shifts the indices while it works and puts them back.
 struct EngineMatrix {
-    int mtype;
-    std::vector<double> a;
-    std::vector<std::int32_t> ia, ja;
+    int mtype = 11;
+    std::int32_t n = 0;
+    const void* a = nullptr;
+    std::int32_t *ia = nullptr, *ja = nullptr;
 
-    std::int32_t n() const noexcept { return static_cast<std::int32_t>(ia.size()) - 1; }
+    bool isTriangle() const noexcept { return mtype % 2 == 0; }
+    std::int32_t entries() const noexcept { return ia[n] - 1; }
     /// As many entries as rows: the solver takes it as it is and analyses nothing.
-    bool isDiagonal() const noexcept { return ja.size() + 1 == ia.size(); }
+    bool isDiagonal() const noexcept { return entries() == n; }
 };
 
-/// `matrix` has both triangles. @throws InputError  more entries than 32 bits count
-EngineMatrix engineMatrixOf(const SparseMatrix& matrix, int mtype);
+/// `system` must outlive the result. @pre its traits allow the type
+template <class Cell>
+EngineMatrix engineMatrixOf(SparseSystem<Cell>& system, Assumption assumption);
 
 } // namespace Velmar::Lintrix::tools

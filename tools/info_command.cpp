@@ -34,7 +34,8 @@ struct Info {
     std::string matrix;
     std::int32_t rows = 0, cols = 0;
     MatrixFacts facts;
-    std::optional<Spectrum> spectrum; ///< of a small matrix
+    bool complex = false;
+    std::optional<Spectrum> spectrum; ///< of a small real matrix
 
     double density() const
     {
@@ -49,17 +50,21 @@ bool isSmall(const Info& info)
            static_cast<double>(info.rows) * info.cols <= kSmallCells;
 }
 
-Spectrum spectrumOf(const SparseMatrix& matrix)
+Spectrum spectrumOf(const CompressedRows<double>& matrix)
 {
-    const SVD svd(matrix.ToDense(), true);
-    const std::int32_t last = std::min(matrix.Rows(), matrix.Cols()) - 1;
+    Matrix dense(matrix.rows(), matrix.cols);
+    forEachEntry(matrix,
+                 [&dense](std::int32_t row, std::int32_t col, double value) { dense(row, col) = value; });
+    const SVD svd(dense, true);
+    const std::int32_t last = std::min(matrix.rows(), matrix.cols) - 1;
     return {svd.Succeeded(), svd.Rank(), svd.SingularValue(0), svd.SingularValue(last)};
 }
 
-PatternGrid gridOf(const SparseMatrix& matrix, int height, int width)
+template <class Cell>
+PatternGrid gridOf(const CompressedRows<Cell>& matrix, int height, int width)
 {
-    PatternGrid grid(matrix.Rows(), matrix.Cols(), height, width);
-    forEachEntry(matrix, [&grid](std::int32_t row, std::int32_t col, double) { grid.add(row, col); });
+    PatternGrid grid(matrix.rows(), matrix.cols, height, width);
+    forEachEntry(matrix, [&grid](std::int32_t row, std::int32_t col, Cell) { grid.add(row, col); });
     return grid;
 }
 
@@ -77,7 +82,9 @@ std::string asText(const Info& info)
              fmt::format("{:.6g} to {:.6g}, zeros aside", f.smallestMagnitude, f.largestMagnitude)) +
         line("norms", fmt::format("one {:.6g}, infinity {:.6g}, Frobenius {:.6g}", f.oneNorm, f.infinityNorm,
                                   f.frobeniusNorm));
-    if (!info.spectrum) return text + line("singular values", "not computed: the matrix is large");
+    if (!info.spectrum)
+        return text + line("singular values",
+                           fmt::format("not computed: the matrix is {}", info.complex ? "complex" : "large"));
     if (!info.spectrum->converged) return text + line("singular values", "the iteration did not converge");
     return text + line("rank", fmt::format("{} of {}", info.spectrum->rank, std::min(info.rows, info.cols))) +
            line("singular values", fmt::format("{:.6g} to {:.6g}, condition {:.3g}", info.spectrum->largest,
@@ -102,11 +109,32 @@ std::string asJson(const Info& info)
         known ? jsonNumber(info.spectrum->smallest) : "null");
 }
 
-void draw(const SparseMatrix& matrix, const std::string& file)
+template <class Cell>
+void draw(const CompressedRows<Cell>& matrix, const std::string& file)
 {
     OutputFile out(file);
     writePicture(gridOf(matrix, kPictureSide, kPictureSide), file, out);
     out.commit();
+}
+
+template <class Cell>
+int tell(MatrixMarketReader& reader, const InfoOptions& options, Progress& progress)
+{
+    const CompressedRows<Cell> matrix = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
+    Info info{reader.Header().file, matrix.rows(), matrix.cols, {}, kIsComplex<Cell>, {}};
+    info.facts = factsOf(matrix);
+    if constexpr (!kIsComplex<Cell>) {
+        if (isSmall(info)) {
+            progress.show(fmt::format("singular values of {}", info.matrix));
+            info.spectrum = spectrumOf(matrix);
+        }
+    }
+    progress.erase();
+
+    if (!options.plot.empty()) draw(matrix, options.plot);
+    writeReport(options.json ? asJson(info)
+                             : asText(info) + asSketch(gridOf(matrix, kSketchHeight, kSketchWidth)));
+    return info.spectrum && !info.spectrum->converged ? 1 : 0;
 }
 
 } // namespace
@@ -115,19 +143,8 @@ int runInfo(const InfoOptions& options)
 {
     Progress progress;
     MatrixMarketReader reader = openMatrix(options.matrix, progress);
-    const SparseMatrix matrix = reader.ReadSparse(MatrixMarketStorage::BothTriangles);
-    Info info{reader.Header().file, matrix.Rows(), matrix.Cols(), {}, {}};
-    info.facts = factsOf(matrix);
-    if (isSmall(info)) {
-        progress.show(fmt::format("singular values of {}", info.matrix));
-        info.spectrum = spectrumOf(matrix);
-    }
-    progress.erase();
-
-    if (!options.plot.empty()) draw(matrix, options.plot);
-    writeReport(options.json ? asJson(info)
-                             : asText(info) + asSketch(gridOf(matrix, kSketchHeight, kSketchWidth)));
-    return info.spectrum && !info.spectrum->converged ? 1 : 0;
+    return isComplex(reader) ? tell<ComplexNumber>(reader, options, progress)
+                             : tell<double>(reader, options, progress);
 }
 
 } // namespace Velmar::Lintrix::tools

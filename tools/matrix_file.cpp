@@ -2,6 +2,7 @@
 
 #include <tools/input_error.h>
 #include <tools/text.h>
+#include <tools/triplets.h>
 
 #include <fmt/format.h>
 
@@ -25,21 +26,46 @@ MatrixMarketReader::ProgressFunction progressOf(const std::string& name, Progres
     };
 }
 
-MatrixMarketReader openAny(const std::string& file, Progress& progress)
+} // namespace
+
+MatrixMarketReader openMatrix(const std::string& file, Progress& progress)
 {
     if (file != "-") return MatrixMarketReader(file, progressOf(file, progress));
     return MatrixMarketReader(std::cin, "<stdin>", progressOf("<stdin>", progress));
 }
 
-} // namespace
-
-MatrixMarketReader openMatrix(const std::string& file, Progress& progress)
+bool isComplex(const MatrixMarketReader& reader)
 {
-    MatrixMarketReader reader = openAny(file, progress);
-    if (reader.Header().field == MatrixMarketField::ComplexNumber) {
-        throw InputError(reader.Header().file, 1, "complex matrices are not supported yet");
-    }
-    return reader;
+    return reader.Header().field == MatrixMarketField::ComplexNumber;
+}
+
+void requireReal(const MatrixMarketReader& reader, const std::string& what)
+{
+    if (isComplex(reader)) throw InputError(reader.Header().file, 1, what);
+}
+
+template <>
+CompressedRows<double> readRows(MatrixMarketReader& reader, MatrixMarketStorage storage)
+{
+    return rowsOf(reader.ReadSparse(storage));
+}
+
+template <>
+CompressedRows<ComplexNumber> readRows(MatrixMarketReader& reader, MatrixMarketStorage storage)
+{
+    return rowsOf(reader.ReadTriplets(), storage);
+}
+
+template <>
+Matrix readColumns<double>(MatrixMarketReader& reader)
+{
+    return reader.ReadDense();
+}
+
+template <>
+ComplexColumns readColumns<ComplexNumber>(MatrixMarketReader& reader)
+{
+    return columnsOf(reader.ReadTriplets());
 }
 
 } // namespace Velmar::Lintrix::tools

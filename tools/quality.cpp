@@ -1,8 +1,5 @@
 #include <tools/quality.h>
 
-#include <tools/dense_system.h>
-#include <tools/matrix_facts.h>
-
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -12,16 +9,28 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-double largestMagnitude(std::span<const double> cells)
+template <class Cells>
+double largestMagnitude(Cells cells)
 {
     double largest = 0.0;
-    for (const double cell : cells) largest = std::max(largest, std::abs(cell));
+    for (const auto cell : cells) largest = std::max(largest, std::abs(cell));
     return largest;
 }
 
-bool allFinite(std::span<const double> cells)
+bool isFinite(double value)
 {
-    return std::ranges::all_of(cells, [](double cell) { return std::isfinite(cell); });
+    return std::isfinite(value);
+}
+
+bool isFinite(ComplexNumber value)
+{
+    return std::isfinite(value.real()) && std::isfinite(value.imag());
+}
+
+template <class Cells>
+bool areFinite(Cells cells)
+{
+    return std::ranges::all_of(cells, [](auto cell) { return isFinite(cell); });
 }
 
 double infinityNorm(const Matrix& A)
@@ -35,13 +44,13 @@ double infinityNorm(const Matrix& A)
 }
 
 /// Of the full matrix, also where one triangle is stored.
-double infinityNorm(const SparseMatrix& A)
+template <class Cell>
+double infinityNorm(const CompressedRows<Cell>& A)
 {
-    std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
-    const bool mirrored = A.Symmetric();
-    forEachEntry(A, [&](std::int32_t row, std::int32_t col, double value) {
+    std::vector<double> sums(static_cast<std::size_t>(A.rows()));
+    forEachEntry(A, [&](std::int32_t row, std::int32_t col, Cell value) {
         sums[static_cast<std::size_t>(row)] += std::abs(value);
-        if (mirrored && row != col) sums[static_cast<std::size_t>(col)] += std::abs(value);
+        if (A.isTriangle() && row != col) sums[static_cast<std::size_t>(col)] += std::abs(value);
     });
     return *std::ranges::max_element(sums);
 }
@@ -59,19 +68,33 @@ double oneNorm(const Matrix& A)
 
 /// The largest over the columns from `begin` to before `end` of ||r|| / (factor*(||A|| ||x|| + ||b||)); a
 /// zero residual is zero whatever the scale. A norm that overflows gives NaN, not a flattering zero.
-double scaledResidual(const Matrix& R, double factor, double normA, const Matrix& X, const Matrix& B,
+template <class Block>
+double scaledResidual(const Block& R, double factor, double normA, const Block& X, const Block& B,
                       std::int32_t begin, std::int32_t end)
 {
     double worst = 0.0;
     for (std::int32_t j = begin; j < end; ++j) {
-        const std::span<const double> r = columnCells(R, j);
+        const auto r = columnCells(R, j);
         const double size = largestMagnitude(r);
         const double scale =
             factor * (normA * largestMagnitude(columnCells(X, j)) + largestMagnitude(columnCells(B, j)));
-        const double scaled = !allFinite(r) || !std::isfinite(scale) ? NAN : size == 0.0 ? 0.0 : size / scale;
+        const double scaled = !areFinite(r) || !std::isfinite(scale) ? NAN : size == 0.0 ? 0.0 : size / scale;
         if (!(scaled <= worst)) worst = scaled;
     }
     return worst;
+}
+
+template <class Draw>
+void draw(double& cell, Draw next)
+{
+    cell = next();
+}
+
+template <class Draw>
+void draw(ComplexNumber& cell, Draw next)
+{
+    const double real = next();
+    cell = {real, next()};
 }
 
 } // namespace
@@ -95,21 +118,24 @@ Verdict verdictOf(double residual, double probeError)
     return residual <= kRoundingLevel && probeError <= kFewDigits ? Verdict::Accurate : Verdict::Degraded;
 }
 
-Matrix probeSolution(std::int32_t rows)
+template <class Cell>
+Columns<Cell> probeSolution(std::int32_t rows)
 {
     std::mt19937_64 generator(20240607);
-    Matrix column(rows, 1);
-    for (double& cell : cellsOf(column)) {
+    const auto next = [&generator] {
         const std::uint64_t bits = generator();
         const double size = 0.5 + static_cast<double>(bits >> 12) * 0x1p-53;
-        cell = (bits & 1) != 0 ? size : -size;
-    }
+        return (bits & 1) != 0 ? size : -size;
+    };
+    Columns<Cell> column(rows, 1);
+    for (Cell& cell : cellsOf(column)) draw(cell, next);
     return column;
 }
 
-double probeError(std::span<const double> known, std::span<const double> found)
+template <class Block>
+double probeError(const Block& known, const Block& found)
 {
-    return largestDifference(found, known) / largestMagnitude(known);
+    return largestDifference(found, known) / largestMagnitude(cellsOf(known));
 }
 
 Quality judge(const Matrix& A, const Matrix& X, const Matrix& B)
@@ -126,18 +152,23 @@ Quality judge(const Matrix& A, const Matrix& X, const Matrix& B)
     return quality;
 }
 
-ProbedQuality judge(const SparseMatrix& A, const Matrix& X, const Matrix& B, const Matrix& probe)
+template <class Cell>
+ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
+                    const Columns<Cell>& probe)
 {
-    Matrix R(B);
-    SparseMatrix::Multiply(-1.0, TransposeMode::NotTransposed, A, X, 1.0, R);
+    Columns<Cell> R(B);
+    for (std::int32_t j = 0; j < B.Cols(); ++j)
+        addProduct<Cell>(-1.0, A, columnCells(X, j), columnCells(R, j));
     const double normA = infinityNorm(A);
     const std::int32_t last = B.Cols() - 1;
     return {scaledResidual(R, 1.0, normA, X, B, 0, last), scaledResidual(R, 1.0, normA, X, B, last, last + 1),
-            probeError(cellsOf(probe), columnCells(X, last))};
+            probeError(probe, columnOf(X, last))};
 }
 
-double largestDifference(std::span<const double> x, std::span<const double> y)
+template <class Block>
+double largestDifference(const Block& X, const Block& Y)
 {
+    const auto x = cellsOf(X), y = cellsOf(Y);
     double largest = 0.0;
     for (std::size_t i = 0; i < x.size(); ++i) {
         const double difference = std::abs(x[i] - y[i]);
@@ -147,14 +178,19 @@ double largestDifference(std::span<const double> x, std::span<const double> y)
     return largest;
 }
 
-double largestDifference(const Matrix& X, const Matrix& Y)
-{
-    return largestDifference(cellsOf(X), cellsOf(Y));
-}
-
 bool allFinite(const Matrix& X)
 {
-    return allFinite(cellsOf(X));
+    return areFinite(cellsOf(X));
 }
+
+template Matrix probeSolution<double>(std::int32_t);
+template ComplexColumns probeSolution<ComplexNumber>(std::int32_t);
+template ProbedQuality judge(const CompressedRows<double>&, const Matrix&, const Matrix&, const Matrix&);
+template ProbedQuality judge(const CompressedRows<ComplexNumber>&, const ComplexColumns&,
+                             const ComplexColumns&, const ComplexColumns&);
+template double largestDifference(const Matrix&, const Matrix&);
+template double largestDifference(const ComplexColumns&, const ComplexColumns&);
+template double probeError(const Matrix&, const Matrix&);
+template double probeError(const ComplexColumns&, const ComplexColumns&);
 
 } // namespace Velmar::Lintrix::tools

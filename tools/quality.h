@@ -5,11 +5,12 @@
 // How well z comes back is measured, not estimated, and tells how many digits of X can be trusted: at the
 // price of two triangular solves, where a condition number would cost another factorization.
 
+#include <tools/columns.h>
+
 #include <lintrix/lintrix.h>
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string_view>
 
 namespace Velmar::Lintrix::tools {
@@ -47,20 +48,24 @@ struct ProbedQuality {
     double probeResidual = 0.0, probeError = 0.0;
 };
 
-ProbedQuality judge(const SparseMatrix& A, const Matrix& X, const Matrix& B, const Matrix& probe);
+template <class Cell>
+ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
+                    const Columns<Cell>& probe);
 
 /// Of a solution with this residual and this probe error.
 Verdict verdictOf(double residual, double probeError);
 
 /// The seeded solution of the right-hand side that is added: rows x 1, sizes in [1/2, 1), signs at random, so
-/// that no element is small.
-Matrix probeSolution(std::int32_t rows);
-/// The largest error of `found`, relative to the largest element of `known`.
-double probeError(std::span<const double> known, std::span<const double> found);
+/// that no element is small. Of a complex one the real and the imaginary parts are such.
+template <class Cell>
+Columns<Cell> probeSolution(std::int32_t rows);
 
 /// The largest |x - y|; NaN if there is one among them.
-double largestDifference(std::span<const double> x, std::span<const double> y);
-double largestDifference(const Matrix& X, const Matrix& Y);
+template <class Block>
+double largestDifference(const Block& X, const Block& Y);
+/// The largest error of `found`, relative to the largest element of `known`.
+template <class Block>
+double probeError(const Block& known, const Block& found);
 
 bool allFinite(const Matrix& X);
 

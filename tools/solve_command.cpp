@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <variant>
 
 #include <unistd.h>
 
@@ -75,9 +76,20 @@ void warn(const SolveReport& report)
     }
 }
 
-void write(const Matrix& X, OutputFile& out)
+void writeArray(const MatrixMarketSink& sink, const Matrix& X)
 {
-    WriteMatrixMarket([&out](std::string_view text) { out.write(text); }, X);
+    WriteMatrixMarket(sink, X);
+}
+
+void writeArray(const MatrixMarketSink& sink, const ComplexColumns& X)
+{
+    WriteMatrixMarket(sink, {.rows = X.Rows(), .cols = X.Cols(), .cells = X.cells()});
+}
+
+void write(const std::variant<Matrix, ComplexColumns>& X, OutputFile& out)
+{
+    const MatrixMarketSink sink = [&out](std::string_view text) { out.write(text); };
+    std::visit([&sink](const auto& columns) { writeArray(sink, columns); }, X);
     out.close();
 }
 

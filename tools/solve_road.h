@@ -1,6 +1,7 @@
 #pragma once
 // What the two ways to a solution, dense and sparse, have in common for the command.
 
+#include <tools/columns.h>
 #include <tools/progress.h>
 #include <tools/quality.h>
 #include <tools/report.h>
@@ -10,6 +11,7 @@
 
 #include <optional>
 #include <string>
+#include <variant>
 
 namespace Velmar::Lintrix::tools {
 
@@ -20,16 +22,16 @@ struct SystemFiles {
 };
 
 struct Solution {
-    std::optional<Matrix> x; ///< n x nrhs, where there is one to keep
+    std::optional<std::variant<Matrix, ComplexColumns>> x; ///< n x nrhs, where there is one to keep
     Verdict verdict = Verdict::Failed;
     std::string complaint; ///< of a failed one, in words
 };
 
 /// Both size lines are judged before any entry is read; then read, solve, judge, and tell the report.
 /// Square systems by LU, tall ones in the least-squares sense by QR, wide ones with smallest norm by LQ.
-/// @throws InputError  a bad file, or sizes that do not fit
+/// @throws InputError  a bad or complex file, or sizes that do not fit
 Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progress);
-/// By the direct solver; for square matrices.
+/// By the direct solver; for square matrices. In complex numbers where one of the files is complex.
 /// @throws InputError  as above, or a type that the values contradict
 Solution takeSparseRoad(SystemFiles& files, const SparseOptions& options, SolveReport& report,
                         Progress& progress);

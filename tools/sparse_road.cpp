@@ -2,6 +2,7 @@
 
 #include <tools/dense_system.h>
 #include <tools/input_error.h>
+#include <tools/matrix_file.h>
 
 #include <fmt/format.h>
 
@@ -17,50 +18,66 @@ constexpr double kQuietSeconds = 0.2; // of a factorization before its progress 
 constexpr int kBarWidth = 30;         // characters
 
 /// Right-hand sides with the probe's at the end.
+template <class Cell>
 struct RightHands {
-    Matrix B;
-    Matrix probe; ///< n x 1, the solution of the last column
+    Columns<Cell> B;
+    Columns<Cell> probe; ///< n x 1, the solution of the last column
 };
 
-/// Of the whole matrix. The reader does not count those that its triangle leaves out.
-std::int64_t entriesOf(const MatrixMarketReader& reader, const SparseMatrix& matrix)
+/// Of the whole matrix, as many as the file has, and again those that it mirrors. The triangle of a symmetric
+/// one has them all and its whole diagonal.
+template <class Cell>
+std::int64_t entriesOf(const MatrixMarketHeader& file, const CompressedRows<Cell>& matrix)
 {
-    if (!matrix.Symmetric()) return reader.EntriesRead();
-    return reader.EntriesRead() + matrix.NumElements() - matrix.Rows();
+    if (matrix.isTriangle()) return file.stored + matrix.entries() - matrix.rows();
+    return file.symmetry == MatrixMarketSymmetry::General ? file.stored : 2 * file.stored;
 }
 
-SparseSystem load(SystemFiles& files, SolveReport& report, std::optional<Matrix>& given)
+template <class Cell>
+SparseSystem<Cell> load(SystemFiles& files, SolveReport& report, std::optional<Columns<Cell>>& given)
 {
-    requireSparseRoom(files.matrix.Header(), memoryLimit());
+    const MatrixMarketHeader& header = files.matrix.Header();
+    requireSparseRoom(header, memoryLimit(), kIsComplex<Cell>);
     if (files.rightHands)
-        requireSparseRoomBeside(files.matrix.Header(), files.rightHands->Header(), memoryLimit());
-    SparseMatrix matrix = files.matrix.ReadSparse();
-    if (files.rightHands) given = files.rightHands->ReadDense();
-    report.entries = entriesOf(files.matrix, matrix);
+        requireSparseRoomBeside(header, files.rightHands->Header(), memoryLimit(), kIsComplex<Cell>);
+    CompressedRows<Cell> matrix = readRows<Cell>(files.matrix, MatrixMarketStorage::UpperTriangle);
+    if (files.rightHands) given = readColumns<Cell>(*files.rightHands);
+    report.entries = entriesOf(header, matrix);
     report.rightHands = given ? given->Cols() : 1;
     report.seconds.finish("read");
-    return SparseSystem(std::move(matrix));
+    return SparseSystem<Cell>(std::move(matrix));
 }
 
 /// A*(1, ..., 1) where none are given.
-RightHands assemble(const SparseMatrix& A, const std::optional<Matrix>& given)
+template <class Cell>
+RightHands<Cell> assemble(const CompressedRows<Cell>& A, const std::optional<Columns<Cell>>& given)
 {
-    const std::int32_t n = A.Rows(), count = given ? given->Cols() : 1;
-    Matrix probe = probeSolution(n);
-    Matrix B(n, count + 1);
-    copyColumns(given ? *given : A * filledWith(1.0, n, 1), B, 0);
-    copyColumns(A * probe, B, count);
+    const std::int32_t n = A.rows(), count = given ? given->Cols() : 1;
+    Columns<Cell> probe = probeSolution<Cell>(n);
+    Columns<Cell> B(n, count + 1);
+    if (given)
+        copyColumns(*given, B, 0);
+    else
+        copyColumns(productOf(A, filledWith<Columns<Cell>>(1.0, n, 1)), B, 0);
+    copyColumns(productOf(A, probe), B, count);
     return {std::move(B), std::move(probe)};
 }
 
-Road chooseRoad(const SparseSystem& system, const SparseOptions& options, const std::string& file)
+/// What speaks against a type.
+std::string_view contradiction(MatrixType type, bool complex)
 {
-    if (!options.type) return firstRoad(system.traits());
-    const std::optional<Road> road = firstRoad(*options.type, system.traits());
+    if (type == MatrixType::StructurallySymmetric) return "the pattern is not symmetric";
+    if (!complex) return "the matrix is not symmetric";
+    return type == MatrixType::PositiveDefinite ? "the matrix is not hermitian"
+                                                : "the matrix is neither hermitian nor symmetric";
+}
+
+Road chooseRoad(const Traits& traits, const SparseOptions& options, const std::string& file, bool complex)
+{
+    if (!options.type) return firstRoad(traits);
+    const std::optional<Road> road = firstRoad(*options.type, traits);
     if (road) return *road;
-    throw InputError(file, *options.type == MatrixType::StructurallySymmetric
-                               ? "the pattern is not symmetric, as --type says"
-                               : "the matrix is not symmetric, as --type says");
+    throw InputError(file, fmt::format("{}, as --type says", contradiction(*options.type, complex)));
 }
 
 /// A bar on the terminal, once a factorization takes its time; written anew when it has grown.
@@ -95,9 +112,10 @@ std::string_view nameOf(FillInReducingMethod ordering)
     return "parallel nested dissection";
 }
 
-void tell(const SparseAnswer& answer, SolveReport& report)
+template <class Cell>
+void tell(const SparseAnswer<Cell>& answer, SolveReport& report)
 {
-    report.road = tools::nameOf(answer.road);
+    report.road = answer.roadName;
     report.ordering = nameOf(answer.ordering);
     report.tried = answer.tried;
     report.reason = answer.reason;
@@ -108,28 +126,37 @@ void tell(const SparseAnswer& answer, SolveReport& report)
     report.factorEntries = answer.factorEntries;
 }
 
+template <class Cell>
+Solution solveIn(SystemFiles& files, const SparseOptions& options, SolveReport& report, Progress& progress)
+{
+    std::optional<Columns<Cell>> given;
+    SparseSystem<Cell> system = load<Cell>(files, report, given);
+    progress.erase();
+    const Road road = chooseRoad(system.traits(), options, report.matrix, kIsComplex<Cell>);
+    const RightHands<Cell> rightHands = assemble(system.matrix(), given);
+    report.seconds.finish("assemble");
+
+    SparseOptions told = options;
+    told.settings.progress = barFor(report.matrix, progress);
+    SparseAnswer<Cell> answer =
+        solveSparse(system, rightHands.B, rightHands.probe, road, told, report.seconds);
+    progress.erase();
+    tell(answer, report);
+    if (answer.x && !files.rightHands)
+        report.maxError = largestDifference(*answer.x, filledWith<Columns<Cell>>(1.0, system.size(), 1));
+    if (answer.verdict == Verdict::Failed)
+        return {{}, Verdict::Failed, "there is no good solution: " + answer.reason};
+    return {std::move(answer.x), answer.verdict, {}};
+}
+
 } // namespace
 
 Solution takeSparseRoad(SystemFiles& files, const SparseOptions& options, SolveReport& report,
                         Progress& progress)
 {
-    std::optional<Matrix> given;
-    SparseSystem system = load(files, report, given);
-    progress.erase();
-    const Road road = chooseRoad(system, options, report.matrix);
-    const RightHands rightHands = assemble(system.matrix(), given);
-    report.seconds.finish("assemble");
-
-    SparseOptions told = options;
-    told.settings.progress = barFor(report.matrix, progress);
-    SparseAnswer answer = solveSparse(system, rightHands.B, rightHands.probe, road, told, report.seconds);
-    progress.erase();
-    tell(answer, report);
-    if (answer.x && !files.rightHands)
-        report.maxError = largestDifference(*answer.x, filledWith(1.0, system.size(), 1));
-    if (answer.verdict == Verdict::Failed)
-        return {{}, Verdict::Failed, "there is no good solution: " + answer.reason};
-    return {std::move(answer.x), answer.verdict, {}};
+    const bool complex = isComplex(files.matrix) || (files.rightHands && isComplex(*files.rightHands));
+    return complex ? solveIn<ComplexNumber>(files, options, report, progress)
+                   : solveIn<double>(files, options, report, progress);
 }
 
 } // namespace Velmar::Lintrix::tools

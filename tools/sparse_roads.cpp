@@ -1,6 +1,5 @@
 #include <tools/sparse_roads.h>
 
-#include <tools/dense_system.h>
 #include <tools/ordering_choice.h>
 
 #include <fmt/format.h>
@@ -9,6 +8,7 @@
 #include <cmath>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace Velmar::Lintrix::tools {
 
@@ -23,9 +23,11 @@ constexpr int kNoMemory = -2, kNumeric = -4, kUnmatched = -6, kDiagonal = -7, kO
 constexpr int kNoContraction = -112, kTooManySteps = -111, kIteration = -3;
 
 /// What came of one road.
+template <class Cell>
 struct Outcome {
     EngineAnswer engine;
-    std::optional<Matrix> x; ///< with the probe
+    std::string_view roadName;      ///< for this matrix
+    std::optional<Columns<Cell>> x; ///< with the probe
     ProbedQuality quality{NAN, NAN, NAN};
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     int perturbed = 0, steps = 0, factorEntries = 0;
@@ -46,18 +48,20 @@ struct Outcome {
     }
 };
 
+template <class Cell>
 class RoadRunner {
 public:
-    RoadRunner(SparseSystem& system, const Matrix& B, const Matrix& probe, const SparseOptions& options,
-               StepTimes& seconds)
+    RoadRunner(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& probe,
+               const SparseOptions& options, StepTimes& seconds)
         : system_(system), B_(B), probe_(probe), options_(options), seconds_(seconds)
     {
     }
 
-    Outcome run(Road road)
+    Outcome<Cell> run(Road road)
     {
-        SparseMatrix& matrix = takesTriangle(road) ? system_.upper() : system_.full();
-        Outcome outcome;
+        const EngineMatrix matrix = engineMatrixOf(system_, assumptionOf(road));
+        Outcome<Cell> outcome;
+        outcome.roadName = nameOf(road, matrix.mtype);
         const std::unique_ptr<DirectRun> direct = analysed(road, matrix, outcome.engine);
         seconds_.finish("analyse");
         outcome.fillsIn = fillsIn(road, direct->factorEntries());
@@ -71,18 +75,20 @@ public:
     }
 
 private:
-    /// By minimum degree first. Nested dissection, where it pays, is kept if it saves operations.
-    std::unique_ptr<DirectRun> analysed(Road road, SparseMatrix& matrix, EngineAnswer& answer)
+    /// A large body is dissected. Else by minimum degree first; nested dissection, where it pays, is kept if
+    /// it saves operations.
+    std::unique_ptr<DirectRun> analysed(Road road, const EngineMatrix& matrix, EngineAnswer& answer)
     {
-        constexpr auto kFirst = FillInReducingMethod::MinimumDegree;
-        auto first =
-            std::make_unique<DirectRun>(road, matrix, options_.ordering.value_or(kFirst), options_.settings);
+        constexpr auto kQuick = FillInReducingMethod::MinimumDegree,
+                       kThorough = FillInReducingMethod::NestedDissection;
+        const OrderingChoice choice(matrix, TrellConfiguration::GetMaxThreads());
+        const bool open = !options_.ordering && !ordersByPairs(road);
+        const auto ordering = options_.ordering.value_or(open && choice.isLargeBody() ? kThorough : kQuick);
+        auto first = std::make_unique<DirectRun>(road, matrix, ordering, options_.settings);
         answer = first->analyse();
-        if (answer.error != 0 || options_.ordering ||
-            !dissectionPays(first->gigaflops(), matrix, TrellConfiguration::GetMaxThreads()))
+        if (answer.error != 0 || !open || ordering == kThorough || !choice.dissectionPays(first->gigaflops()))
             return first;
-        auto second = std::make_unique<DirectRun>(road, matrix, FillInReducingMethod::NestedDissection,
-                                                  options_.settings);
+        auto second = std::make_unique<DirectRun>(road, matrix, kThorough, options_.settings);
         const bool better = second->analyse().error == 0 && second->gigaflops() < first->gigaflops();
         return better ? std::move(second) : std::move(first);
     }
@@ -92,15 +98,15 @@ private:
     bool fillsIn(Road road, int entries)
     {
         const int before = std::exchange(entriesBefore_, entries);
-        return road == Road::SymmetricPairs && entries > kMuchFill && entries / kFillBound > before;
+        return ordersByPairs(road) && entries > kMuchFill && entries / kFillBound > before;
     }
 
-    void factorizeAndSolve(DirectRun& direct, Outcome& outcome)
+    void factorizeAndSolve(DirectRun& direct, Outcome<Cell>& outcome)
     {
         outcome.engine = direct.factorize();
         seconds_.finish("factorize");
         if (outcome.engine.error != 0) return;
-        Matrix X(B_.Rows(), B_.Cols());
+        Columns<Cell> X(B_.Rows(), B_.Cols());
         outcome.engine = direct.solve(B_, X);
         seconds_.finish("solve");
         if (outcome.engine.error != 0) return;
@@ -112,9 +118,9 @@ private:
     }
 
     /// Keeps what is better.
-    void refine(DirectRun& direct, ProbedQuality& quality, Matrix& X)
+    void refine(DirectRun& direct, ProbedQuality& quality, Columns<Cell>& X)
     {
-        Matrix refined(B_.Rows(), B_.Cols());
+        Columns<Cell> refined(B_.Rows(), B_.Cols());
         const EngineAnswer engine = direct.refine(B_, refined, kLateSteps);
         seconds_.finish("solve");
         if (engine.error != 0) return;
@@ -124,16 +130,16 @@ private:
         X = std::move(refined);
     }
 
-    ProbedQuality judged(const Matrix& X)
+    ProbedQuality judged(const Columns<Cell>& X)
     {
         const ProbedQuality quality = judge(system_.matrix(), X, B_, probe_);
         seconds_.finish("check");
         return quality;
     }
 
-    SparseSystem& system_;
-    const Matrix& B_;
-    const Matrix& probe_;
+    SparseSystem<Cell>& system_;
+    const Columns<Cell>& B_;
+    const Columns<Cell>& probe_;
     const SparseOptions& options_;
     StepTimes& seconds_;
     int entriesBefore_ = 0; ///< of the factors on the road before
@@ -152,13 +158,15 @@ std::string whyNumeric(Road road, int failing)
     return fmt::format("singular: pivot {} is zero", failing);
 }
 
-int nonZeros(std::span<const double> values)
+template <class Cell>
+int nonZeros(const std::vector<Cell>& values)
 {
-    return static_cast<int>(std::ranges::count_if(values, [](double value) { return value != 0.0; }));
+    return static_cast<int>(std::ranges::count_if(values, [](Cell value) { return value != 0.0; }));
 }
 
 /// Why a road that is no good was left.
-std::string whyLeft(Road road, const Outcome& outcome, const SparseMatrix& matrix)
+template <class Cell>
+std::string whyLeft(Road road, const Outcome<Cell>& outcome, const CompressedRows<Cell>& matrix)
 {
     const EngineAnswer engine = outcome.engine;
     if (outcome.fillsIn) return fmt::format("its factors would have {} entries", outcome.factorEntries);
@@ -168,10 +176,9 @@ std::string whyLeft(Road road, const Outcome& outcome, const SparseMatrix& matri
     case kNumeric:
         return whyNumeric(road, engine.failing);
     case kUnmatched:
-        return fmt::format("structurally singular: {} of {} rows matched", -engine.failing, matrix.Rows());
+        return fmt::format("structurally singular: {} of {} rows matched", -engine.failing, matrix.rows());
     case kDiagonal:
-        return fmt::format("structurally singular: {} of {} rows matched", nonZeros(matrix.Values()),
-                           matrix.Rows());
+        return fmt::format("structurally singular: {} of {} rows matched", nonZeros(matrix.a), matrix.rows());
     case kOverflow:
         return "the factors have more than 2147483647 entries";
     default:
@@ -185,7 +192,8 @@ std::string whyLeft(Road road, const Outcome& outcome, const SparseMatrix& matri
 }
 
 /// What keeps a solution from being accurate.
-std::string whyDegraded(const Outcome& outcome)
+template <class Cell>
+std::string whyDegraded(const Outcome<Cell>& outcome)
 {
     std::string reason;
     const auto add = [&reason](const std::string& text) { reason += reason.empty() ? text : ", " + text; };
@@ -197,27 +205,32 @@ std::string whyDegraded(const Outcome& outcome)
 }
 
 /// A solution whose residual is small beats none, a smaller residual a larger one.
-bool isBetter(const Outcome& one, const Outcome& other)
+template <class Cell>
+bool isBetter(const Outcome<Cell>& one, const Outcome<Cell>& other)
 {
     return one.x && (!other.x || one.quality.residual < other.quality.residual);
 }
 
-void tell(const Outcome& outcome, SparseAnswer& answer)
+template <class Cell>
+void tell(const Outcome<Cell>& outcome, SparseAnswer<Cell>& answer)
 {
+    answer.roadName = outcome.roadName;
     answer.ordering = outcome.ordering;
     answer.perturbedPivots = outcome.perturbed;
     answer.refinementSteps = outcome.steps;
     answer.factorEntries = outcome.factorEntries;
 }
 
-void accept(Outcome& outcome, SparseAnswer& answer)
+template <class Cell>
+void accept(Outcome<Cell>& outcome, SparseAnswer<Cell>& answer)
 {
     tell(outcome, answer);
     answer.verdict = verdictOf(outcome.quality.residual, outcome.quality.probeError);
     answer.reason = answer.verdict == Verdict::Degraded ? whyDegraded(outcome) : std::string();
 }
 
-void give(Outcome& outcome, SparseAnswer& answer)
+template <class Cell>
+void give(Outcome<Cell>& outcome, SparseAnswer<Cell>& answer)
 {
     if (!outcome.x) return;
     answer.residual = outcome.quality.residual;
@@ -230,7 +243,7 @@ void give(Outcome& outcome, SparseAnswer& answer)
 
 Road firstRoad(const Traits& traits)
 {
-    if (traits.symmetric) return traits.positiveLooking ? Road::Cholesky : Road::Symmetric;
+    if (traits.mirrored()) return traits.positiveLooking ? Road::Cholesky : Road::Symmetric;
     return traits.symmetricPattern && traits.dominant ? Road::Unmatched : Road::Matched;
 }
 
@@ -238,9 +251,9 @@ std::optional<Road> firstRoad(MatrixType type, const Traits& traits)
 {
     switch (type) {
     case MatrixType::PositiveDefinite:
-        return traits.symmetric ? std::optional(Road::Cholesky) : std::nullopt;
+        return traits.hermitian ? std::optional(Road::Cholesky) : std::nullopt;
     case MatrixType::Indefinite:
-        return traits.symmetric ? std::optional(Road::Symmetric) : std::nullopt;
+        return traits.mirrored() ? std::optional(Road::Symmetric) : std::nullopt;
     case MatrixType::StructurallySymmetric:
         return traits.symmetricPattern ? std::optional(Road::Unmatched) : std::nullopt;
     case MatrixType::Unsymmetric:
@@ -249,14 +262,15 @@ std::optional<Road> firstRoad(MatrixType type, const Traits& traits)
     return Road::Matched;
 }
 
-SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& probe, Road road,
-                         const SparseOptions& options, StepTimes& seconds)
+template <class Cell>
+SparseAnswer<Cell> solveSparse(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& probe,
+                               Road road, const SparseOptions& options, StepTimes& seconds)
 {
-    SparseAnswer answer;
-    RoadRunner runner(system, B, probe, options, seconds);
-    Outcome best;
+    SparseAnswer<Cell> answer;
+    RoadRunner<Cell> runner(system, B, probe, options, seconds);
+    Outcome<Cell> best;
     for (;;) {
-        Outcome outcome = runner.run(road);
+        Outcome<Cell> outcome = runner.run(road);
         answer.road = road;
         if (outcome.isGood()) {
             accept(outcome, answer);
@@ -268,11 +282,17 @@ SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& pr
         tell(outcome, answer);
         if (isBetter(outcome, best)) best = std::move(outcome);
         if (!next) break;
-        answer.tried.push_back(fmt::format("{}: {}", nameOf(road), answer.reason));
+        answer.tried.push_back(fmt::format("{}: {}", answer.roadName, answer.reason));
         road = *next;
     }
     give(best, answer);
     return answer;
 }
+
+template SparseAnswer<double> solveSparse(SparseSystem<double>&, const Matrix&, const Matrix&, Road,
+                                          const SparseOptions&, StepTimes&);
+template SparseAnswer<ComplexNumber> solveSparse(SparseSystem<ComplexNumber>&, const ComplexColumns&,
+                                                 const ComplexColumns&, Road, const SparseOptions&,
+                                                 StepTimes&);
 
 } // namespace Velmar::Lintrix::tools

@@ -23,13 +23,15 @@ struct SparseOptions {
     DirectSettings settings;
 };
 
+template <class Cell>
 struct SparseAnswer {
-    Road road = Road::Matched; ///< the last one taken
+    Road road = Road::Matched;      ///< the last one taken
+    std::string_view roadName = ""; ///< for this matrix
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     std::vector<std::string> tried; ///< "ROAD: why it was left", of the roads before
     Verdict verdict = Verdict::Failed;
-    std::string reason;      ///< of a verdict other than Accurate, in a few words
-    std::optional<Matrix> x; ///< n x nrhs
+    std::string reason;             ///< of a verdict other than Accurate, in a few words
+    std::optional<Columns<Cell>> x; ///< n x nrhs
     std::optional<double> residual, probeError;
     int perturbedPivots = 0, refinementSteps = 0, factorEntries = 0;
 };
@@ -44,7 +46,8 @@ std::optional<Road> firstRoad(MatrixType type, const Traits& traits);
 /// returns is measured: above kPoor, and where pivots were perturbed and no digit of the probe came back, the
 /// next road is taken. Steps are timed in `seconds`: analyse, factorize, solve, check.
 /// @throws NotEnoughMemoryException
-SparseAnswer solveSparse(SparseSystem& system, const Matrix& B, const Matrix& probe, Road road,
-                         const SparseOptions& options, StepTimes& seconds);
+template <class Cell>
+SparseAnswer<Cell> solveSparse(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& probe,
+                               Road road, const SparseOptions& options, StepTimes& seconds);
 
 } // namespace Velmar::Lintrix::tools

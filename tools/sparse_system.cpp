@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <span>
 #include <utility>
 #include <vector>
 
@@ -17,173 +16,127 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-/// Compressed rows under construction: lengths first, then elements, row by row in ascending columns.
-class Rows {
-public:
-    explicit Rows(std::int32_t size) : starts_(static_cast<std::size_t>(size) + 1, 0) {}
-
-    void count(std::int32_t row) { ++starts_[static_cast<std::size_t>(row) + 1]; }
-    void finishCounting()
-    {
-        for (std::size_t i = 1; i < starts_.size(); ++i) starts_[i] += starts_[i - 1];
-        cursor_.assign(starts_.begin(), starts_.end() - 1);
-        cols_.resize(static_cast<std::size_t>(starts_.back()));
-        values_.resize(cols_.size());
-    }
-    void put(std::int32_t row, std::int32_t col, double value)
-    {
-        const auto slot = static_cast<std::size_t>(cursor_[static_cast<std::size_t>(row)]++);
-        cols_[slot] = col;
-        values_[slot] = value;
-    }
-    SparseMatrix matrix() const { return SparseMatrix(values_, starts_, cols_); }
-
-private:
-    std::vector<std::int32_t> starts_, cursor_{}, cols_{};
-    std::vector<double> values_{};
-};
-
-/// Visits the elements twice: for the lengths of the rows and for their contents.
-template <class Visit>
-SparseMatrix built(std::int32_t size, Visit visit)
+template <class Cell>
+std::vector<Cell> diagonalOf(const CompressedRows<Cell>& matrix)
 {
-    Rows rows(size);
-    visit([&rows](std::int32_t row, std::int32_t, double) { rows.count(row); });
-    rows.finishCounting();
-    visit([&rows](std::int32_t row, std::int32_t col, double value) { rows.put(row, col, value); });
-    return rows.matrix();
-}
-
-/// Every row begins with its diagonal, also where none is stored.
-SparseMatrix upperTriangleOf(const SparseMatrix& full)
-{
-    SparseMatrix upper = built(full.Rows(), [&full](auto take) {
-        std::int32_t next = 0; // row whose diagonal is still to come
-        forEachEntry(full, [&](std::int32_t row, std::int32_t col, double value) {
-            if (col < row) return;
-            for (; next < row || (next == row && col > row); ++next) take(next, next, 0.0);
-            if (col == row) ++next;
-            take(row, col, value);
-        });
-        for (; next < full.Rows(); ++next) take(next, next, 0.0);
-    });
-    upper.Symmetric(true);
-    return upper;
-}
-
-/// A column of the triangle is met in ascending rows, and row i of it after all columns i: each row of the
-/// result fills from the left.
-SparseMatrix bothTrianglesOf(const SparseMatrix& upper)
-{
-    return built(upper.Rows(), [&upper](auto take) {
-        forEachEntry(upper, [&](std::int32_t row, std::int32_t col, double value) {
-            take(row, col, value);
-            if (row != col) take(col, row, value);
-        });
-    });
-}
-
-bool isDiagonal(const SparseMatrix& matrix)
-{
-    bool diagonal = true;
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double) { diagonal &= row == col; });
-    return diagonal;
-}
-
-/// With zeros where the diagonal has no element.
-SparseMatrix withDiagonal(const SparseMatrix& matrix)
-{
-    SparseAssembler entries(matrix.Rows(), matrix.Cols());
-    for (std::int32_t i = 0; i < matrix.Rows(); ++i) entries.Add(i, i, 0.0);
-    forEachEntry(matrix,
-                 [&](std::int32_t row, std::int32_t col, double value) { entries.Add(row, col, value); });
-    return entries.Assemble();
-}
-
-std::vector<double> diagonalOf(const SparseMatrix& matrix)
-{
-    std::vector<double> diagonal(static_cast<std::size_t>(matrix.Rows()));
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
+    std::vector<Cell> diagonal(static_cast<std::size_t>(matrix.rows()));
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
         if (row == col) diagonal[static_cast<std::size_t>(row)] = value;
     });
     return diagonal;
 }
 
-/// Every 2 x 2 minor that stands on the diagonal is positive. Roots, not products: those may overflow.
-bool looksPositive(const SparseMatrix& matrix, std::vector<double> diagonal)
+/// Every 2 x 2 minor that stands on the diagonal of a hermitian matrix is positive. Roots, not products:
+/// those may overflow.
+template <class Cell>
+bool looksPositive(const CompressedRows<Cell>& matrix, const std::vector<Cell>& diagonal)
 {
-    if (!std::ranges::all_of(diagonal, [](double value) { return value > 0.0; })) return false;
-    std::ranges::transform(diagonal, diagonal.begin(), [](double value) { return std::sqrt(value); });
+    if (!std::ranges::all_of(diagonal, [](Cell value) { return std::real(value) > 0.0; })) return false;
+    std::vector<double> roots(diagonal.size());
+    std::ranges::transform(diagonal, roots.begin(), [](Cell value) { return std::sqrt(std::real(value)); });
     bool positive = true;
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
-        const double bound =
-            diagonal[static_cast<std::size_t>(row)] * diagonal[static_cast<std::size_t>(col)];
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
+        const double bound = roots[static_cast<std::size_t>(row)] * roots[static_cast<std::size_t>(col)];
         positive &= row == col || std::abs(value) < bound;
     });
     return positive;
 }
 
 /// |a_ii| is at least the sum of the other magnitudes, in every row or in every column, but for rounding.
-bool isDominant(const SparseMatrix& full, std::span<const double> diagonal)
+template <class Cell>
+bool isDominant(const CompressedRows<Cell>& full, const std::vector<Cell>& diagonal)
 {
     std::vector<double> rowSums(diagonal.size()), colSums(diagonal.size());
-    forEachEntry(full, [&](std::int32_t row, std::int32_t col, double value) {
+    forEachEntry(full, [&](std::int32_t row, std::int32_t col, Cell value) {
         if (row == col) return;
         rowSums[static_cast<std::size_t>(row)] += std::abs(value);
         colSums[static_cast<std::size_t>(col)] += std::abs(value);
     });
-    const auto bounded = [](double sum, double element) { return sum <= 1.000001 * std::abs(element); };
+    const auto bounded = [](double sum, Cell element) { return sum <= 1.000001 * std::abs(element); };
     return std::ranges::equal(rowSums, diagonal, bounded) || std::ranges::equal(colSums, diagonal, bounded);
 }
 
+/// A triangle is what it is said to be; without imaginary parts it is symmetric and hermitian.
+template <class Cell>
+Symmetry symmetryOfEither(const CompressedRows<Cell>& matrix)
+{
+    if (!matrix.isTriangle()) return symmetryOf(matrix);
+    const bool real = std::ranges::all_of(matrix.a, [](Cell value) { return std::imag(value) == 0.0; });
+    return {.pattern = true,
+            .values = real || matrix.below == Below::Mirrored,
+            .conjugated = real || matrix.below == Below::Conjugated};
+}
+
 /// Elements with their indices, in the file's form, in the assembler and in the matrix; vectors for the rows.
-double bytesBefore(const MatrixMarketHeader& matrix, double rightHands)
+double bytesBefore(const MatrixMarketHeader& matrix, double rightHands, bool complex)
 {
     const double mirrored = matrix.symmetry == MatrixMarketSymmetry::General ? 1.0 : 2.0;
-    return 28.0 * mirrored * static_cast<double>(matrix.stored) +
-           matrix.rows * (16.0 + 24.0 * (rightHands + 1.0));
+    const double cell = complex ? sizeof(ComplexNumber) : sizeof(double);
+    return (2.0 * cell + 12.0) * mirrored * static_cast<double>(matrix.stored) +
+           matrix.rows * (16.0 + 3.0 * cell * (rightHands + 1.0));
 }
 
 } // namespace
 
-Traits traitsOf(const SparseMatrix& matrix)
+template <class Cell>
+Traits traitsOf(const CompressedRows<Cell>& matrix)
 {
     Traits traits;
-    const Symmetry symmetry = matrix.Symmetric() ? Symmetry{true, true, false} : symmetryOf(matrix);
+    const Symmetry symmetry = symmetryOfEither(matrix);
     traits.symmetric = symmetry.values;
+    traits.hermitian = symmetry.conjugated;
     traits.symmetricPattern = symmetry.pattern;
-    std::vector<double> diagonal = diagonalOf(matrix);
-    traits.fullDiagonal = std::ranges::find(diagonal, 0.0) == diagonal.end();
+    const std::vector<Cell> diagonal = diagonalOf(matrix);
+    traits.fullDiagonal = std::ranges::find(diagonal, Cell()) == diagonal.end();
     if (!traits.fullDiagonal) return traits;
-    if (traits.symmetric)
-        traits.positiveLooking = looksPositive(matrix, std::move(diagonal));
-    else
-        traits.dominant = isDominant(matrix, diagonal);
+    traits.positiveLooking = traits.hermitian && looksPositive(matrix, diagonal);
+    traits.dominant = !traits.mirrored() && isDominant(matrix, diagonal);
     return traits;
 }
 
-SparseSystem::SparseSystem(SparseMatrix matrix) : size_(matrix.Rows())
+template <class Cell>
+SparseSystem<Cell>::SparseSystem(CompressedRows<Cell> matrix)
+    : size_(matrix.rows()), traits_(traitsOf(matrix))
 {
-    traits_ = traitsOf(matrix);
-    (matrix.Symmetric() ? upper_ : full_) = std::move(matrix);
-    if (full_ && full_->NumElements() <= size_ && !isDiagonal(*full_)) full_ = withDiagonal(*full_);
+    if (matrix.isTriangle()) {
+        matrix.below = belowTriangle();
+        upper_ = std::move(matrix);
+    } else {
+        full_ = matrix.entries() <= size_ ? withDiagonal(matrix, false) : std::move(matrix);
+    }
 }
 
-SparseMatrix& SparseSystem::upper()
+template <class Cell>
+Below SparseSystem<Cell>::belowTriangle() const noexcept
 {
-    if (!upper_) upper_ = upperTriangleOf(*full_);
+    return kIsComplex<Cell> && traits_.hermitian ? Below::Conjugated : Below::Mirrored;
+}
+
+template <class Cell>
+CompressedRows<Cell>& SparseSystem<Cell>::upper()
+{
+    if (!upper_) {
+        upper_ = withDiagonal(*full_, true);
+        upper_->below = belowTriangle();
+    }
     return *upper_;
 }
 
-SparseMatrix& SparseSystem::full()
+template <class Cell>
+CompressedRows<Cell>& SparseSystem<Cell>::full()
 {
     if (!full_) full_ = bothTrianglesOf(*upper_);
     return *full_;
 }
 
-void requireSparseRoom(const MatrixMarketHeader& matrix, double memory)
+template Traits traitsOf(const CompressedRows<double>&);
+template Traits traitsOf(const CompressedRows<ComplexNumber>&);
+template class SparseSystem<double>;
+template class SparseSystem<ComplexNumber>;
+
+void requireSparseRoom(const MatrixMarketHeader& matrix, double memory, bool complex)
 {
-    const double bytes = bytesBefore(matrix, 1.0);
+    const double bytes = bytesBefore(matrix, 1.0, complex);
     if (bytes <= memory) return;
     throw InputError(matrix.file, matrix.sizeLine,
                      fmt::format("a sparse {} x {} system takes {} of memory before it is factorized, more "
@@ -192,11 +145,11 @@ void requireSparseRoom(const MatrixMarketHeader& matrix, double memory)
 }
 
 void requireSparseRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands,
-                             double memory)
+                             double memory, bool complex)
 {
     requireSameRows(matrix, rightHands);
     const double cells = matrix.rows * (rightHands.cols + 1.0); // a right-hand side is added
-    if (cells <= INT32_MAX && bytesBefore(matrix, rightHands.cols) <= memory) return;
+    if (cells <= INT32_MAX && bytesBefore(matrix, rightHands.cols, complex) <= memory) return;
     throw InputError(rightHands.file, rightHands.sizeLine,
                      fmt::format("{} right-hand sides of a {} x {} matrix do not fit into memory",
                                  rightHands.cols, matrix.rows, matrix.cols));

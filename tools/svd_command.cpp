@@ -129,6 +129,7 @@ void tellOutcome(const SparseMatrix& A, const SparseSVD& svd, SvdReport& report)
 SparseMatrix load(const SvdOptions& options, SvdReport& report, Progress& progress)
 {
     MatrixMarketReader reader = openMatrix(options.matrix, progress);
+    requireReal(reader, "the singular values of a complex matrix are not found yet");
     SparseMatrix A = reader.ReadSparse();
     progress.erase();
     report.matrix = reader.Header().file;

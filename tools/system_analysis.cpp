@@ -3,7 +3,6 @@
 #include <lintrix/engine/pardiso.h>
 
 #include <numeric>
-#include <utility>
 
 namespace Velmar::Lintrix::tools {
 
@@ -44,8 +43,8 @@ std::string_view errorInWords(int error)
     }
 }
 
-SystemAnalysis::SystemAnalysis(EngineMatrix matrix)
-    : matrix_(std::move(matrix)), natural_(static_cast<std::size_t>(matrix_.n()))
+SystemAnalysis::SystemAnalysis(const EngineMatrix& matrix)
+    : matrix_(matrix), natural_(static_cast<std::size_t>(matrix_.n))
 {
     std::iota(natural_.begin(), natural_.end(), 1);
 }
@@ -61,11 +60,11 @@ int SystemAnalysis::call(int phase, const OrderingMethod& method)
     parameter(kOrdering) = method.ordering;
     parameter(kPermutationUse) = method.asItStands ? 1 : 0;
     // With a matching the symmetric types would be ordered by its pairs, whatever is asked for.
-    const bool matches = matrix_.mtype == 11 && !isSingular();
+    const bool matches = (matrix_.mtype == 11 || matrix_.mtype == 13) && !isSingular();
     parameter(kMatching) = parameter(kScaling) = matches ? 1 : 0;
     int error = 0;
-    pardiso(pt_.data(), 1, 1, matrix_.mtype, phase, matrix_.n(), matrix_.a.data(), matrix_.ia.data(),
-            matrix_.ja.data(), natural_.data(), 1, iparm_.data(), 0, nullptr, nullptr, error);
+    pardiso(pt_.data(), 1, 1, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
+            natural_.data(), 1, iparm_.data(), 0, nullptr, nullptr, error);
     return error;
 }
 
@@ -85,9 +84,9 @@ OrderingResult SystemAnalysis::order(const OrderingMethod& method)
 
 PatternGrid SystemAnalysis::factorPattern(int side) const
 {
-    const bool withU = matrix_.mtype % 2 != 0;
-    PatternGrid grid(matrix_.n(), matrix_.n(), side, side);
-    for (std::int32_t i = 0; matrix_.isDiagonal() && i < matrix_.n(); ++i) grid.add(i, i);
+    const bool withU = !matrix_.isTriangle();
+    PatternGrid grid(matrix_.n, matrix_.n, side, side);
+    for (std::int32_t i = 0; matrix_.isDiagonal() && i < matrix_.n; ++i) grid.add(i, i);
     const AnalysisView view(pt_.data());
     for (std::int32_t J = 0; J < view.Supernodes(); ++J) {
         const Supernode supernode = view.SupernodeAt(J);

@@ -40,7 +40,8 @@ std::string_view errorInWords(int error);
 /// A matrix and the solver's handle for it.
 class SystemAnalysis {
 public:
-    explicit SystemAnalysis(EngineMatrix matrix);
+    /// The arrays of `matrix` must outlive the analysis.
+    explicit SystemAnalysis(const EngineMatrix& matrix);
     ~SystemAnalysis();
     SystemAnalysis(const SystemAnalysis&) = delete;
     SystemAnalysis& operator=(const SystemAnalysis&) = delete;
@@ -50,7 +51,7 @@ public:
 
     /// Nothing when the type asks for none, or nothing was ordered yet.
     const std::optional<MatchingSummary>& matching() const noexcept { return matching_; }
-    bool isSingular() const noexcept { return matching_ && matching_->matched < matrix_.n(); }
+    bool isSingular() const noexcept { return matching_ && matching_->matched < matrix_.n; }
     const EngineMatrix& matrix() const noexcept { return matrix_; }
     /// The pattern of the factor that the last ordering led to: L, and for unsymmetric types U with it.
     PatternGrid factorPattern(int side) const;

@@ -159,6 +159,18 @@ void requireSound(const Matrix& matrix)
     requireFinite(cellsOf(matrix));
 }
 
+void requireSound(const MatrixMarketArray& array)
+{
+    if (array.rows < 1 || array.cols < 1) throw InvalidSizeException();
+    if (array.cells.size() != static_cast<std::size_t>(array.rows) * static_cast<std::size_t>(array.cols))
+        throw ArgumentException("An array has rows*cols cells", "array");
+    const auto isFinite = [](std::complex<double> cell) {
+        return std::isfinite(cell.real()) && std::isfinite(cell.imag());
+    };
+    if (!std::ranges::all_of(array.cells, isFinite))
+        throw ArgumentException("Matrix Market files hold finite numbers only", "array");
+}
+
 /// Row by row; of a symmetric matrix row i of the upper triangle is written as column i of the lower one.
 void writeText(const MatrixMarketSink& sink, const SparseMatrix& matrix)
 {
@@ -214,6 +226,19 @@ void writeText(const MatrixMarketSink& sink, const MatrixMarketTriplets& triplet
     text.flush();
 }
 
+void writeText(const MatrixMarketSink& sink, const MatrixMarketArray& array)
+{
+    TextPieces text(sink);
+    text.header("array", Field::ComplexNumber, Symmetry::General);
+    text.number(array.rows, ' ');
+    text.number(array.cols, '\n');
+    for (const std::complex<double> cell : array.cells) {
+        text.number(cell.real(), ' ');
+        text.number(cell.imag(), '\n');
+    }
+    text.flush();
+}
+
 template <class Content>
 void writeTo(const MatrixMarketSink& sink, const Content& content)
 {
@@ -256,6 +281,11 @@ void WriteMatrixMarket(const std::string& path, const MatrixMarketTriplets& trip
     writeFile(path, triplets);
 }
 
+void WriteMatrixMarket(const std::string& path, const MatrixMarketArray& array)
+{
+    writeFile(path, array);
+}
+
 void WriteMatrixMarket(const MatrixMarketSink& sink, const SparseMatrix& matrix)
 {
     writeTo(sink, matrix);
@@ -271,6 +301,11 @@ void WriteMatrixMarket(const MatrixMarketSink& sink, const MatrixMarketTriplets&
     writeTo(sink, triplets);
 }
 
+void WriteMatrixMarket(const MatrixMarketSink& sink, const MatrixMarketArray& array)
+{
+    writeTo(sink, array);
+}
+
 void WriteMatrixMarket(std::ostream& out, const SparseMatrix& matrix)
 {
     writeTo(sinkInto(out), matrix);
@@ -284,6 +319,11 @@ void WriteMatrixMarket(std::ostream& out, const Matrix& matrix)
 void WriteMatrixMarket(std::ostream& out, const MatrixMarketTriplets& triplets)
 {
     writeTo(sinkInto(out), triplets);
+}
+
+void WriteMatrixMarket(std::ostream& out, const MatrixMarketArray& array)
+{
+    writeTo(sinkInto(out), array);
 }
 
 } // namespace Velmar::Lintrix

@@ -56,6 +56,44 @@ TEST(MatrixMarketWriter, DenseMatricesBecomeArraysWithTheShortestDigits)
               "%%MatrixMarket matrix array real general\n2 2\n1\n-0.1\n1e+300\n2.5\n");
 }
 
+TEST(MatrixMarketWriter, ComplexArraysHaveTwoNumbersALine)
+{
+    const std::vector<Complex> cells{{1.0, -0.5}, {0.0, 1e300}};
+    EXPECT_EQ(textOf(MatrixMarketArray{2, 1, cells}),
+              "%%MatrixMarket matrix array complex general\n2 1\n1 -0.5\n0 1e+300\n");
+}
+
+TEST(MatrixMarketWriter, EveryComplexCellComesBackBitByBit)
+{
+    const std::vector<double> values = anyValues(2000);
+    std::vector<Complex> cells;
+    for (std::size_t k = 0; k < values.size(); k += 2) cells.emplace_back(values[k], values[k + 1]);
+    std::stringstream file(textOf(MatrixMarketArray{100, 10, cells}));
+    const MatrixMarketTriplets back = ReadMatrixMarketTriplets(file);
+    ASSERT_EQ(back.values.size(), cells.size());
+    for (std::size_t k = 0; k < cells.size(); ++k) {
+        EXPECT_TRUE(sameBits(back.values[k].real(), cells[k].real()));
+        EXPECT_TRUE(sameBits(back.values[k].imag(), cells[k].imag()));
+        EXPECT_EQ(back.rowIndices[k] + 100 * back.colIndices[k], static_cast<int>(k));
+    }
+}
+
+TEST(MatrixMarketWriter, ArraysThatNoFileHoldsAreRefused)
+{
+    const std::vector<Complex> two(2), notFinite{{0.0, kNaN}, {kInfinity, 0.0}};
+    expectFailure<InvalidSizeException>(
+        [&] {
+            textOf(MatrixMarketArray{0, 2, two});
+        },
+        "Invalid number of rows or columns.");
+    expectFailure<ArgumentException>(
+        [&] {
+            textOf(MatrixMarketArray{2, 2, two});
+        },
+        "An array has rows*cols cells");
+    expectFailure<ArgumentException>([&] { textOf(MatrixMarketArray{2, 1, notFinite}); }, kFinite);
+}
+
 TEST(MatrixMarketWriter, SparseMatricesGoRowByRowWithStoredZeros)
 {
     SparseAssembler entries(2, 3);

@@ -93,10 +93,12 @@ std::vector<HostileFile> headers()
          "the field must be real, integer, pattern or complex, not 'single'"},
         {"SymmetryUnknown", withHeader("coordinate real diagonal", "1 1 0\n"), 1,
          "the symmetry must be general, symmetric, skew-symmetric or hermitian, not 'diagonal'"},
-        {"Complex", withHeader("coordinate complex general", "1 1 1\n1 1 1 1\n"), 1,
-         "complex matrices are not supported yet"},
-        {"Hermitian", withHeader("array Complex HERMITIAN", "1 1\n1 0\n"), 1,
-         "complex matrices are not supported yet"},
+        {"ComplexArray", withHeader("array Complex HERMITIAN", "1 1\n1 0\n"), 1,
+         "a complex matrix is solved only as a square coordinate file, without --dense"},
+        {"ComplexRectangle", withHeader("coordinate complex general", "1 2 1\n1 1 1 1\n"), 1,
+         "a complex matrix is solved only as a square coordinate file, without --dense"},
+        {"RealHermitian", withHeader("coordinate real hermitian", "1 1 1\n1 1 1\n"), 1,
+         "only a complex matrix can be hermitian"},
         {"PatternArray", withHeader("array pattern general", "1 1\n1\n"), 1, "a pattern has no array form"},
         {"PatternSkew", withHeader("coordinate pattern skew-symmetric", "2 2 1\n2 1\n"), 1,
          "a pattern has no signs and cannot be skew-symmetric"},
@@ -219,6 +221,36 @@ std::vector<HostileFile> entries()
     };
 }
 
+std::vector<HostileFile> complexFiles()
+{
+    const auto general = [](const std::string& body) {
+        return withHeader("coordinate complex general", body);
+    };
+    const auto hermitian = [](const std::string& body) {
+        return withHeader("coordinate complex hermitian", body);
+    };
+    const std::string million = general("3 3 1000000\n1 1 1 1\n");
+    return {
+        {"ComplexWithoutImaginaryPart", general("2 2 1\n1 1 1\n"), 3, "the value is missing"},
+        {"ComplexWithThreeParts", general("2 2 1\n1 1 1 2 3\n"), 3, "'3' stands where the line should end"},
+        {"ComplexNaN", general("2 2 1\n1 1 1 nan\n"), 3, "'nan' is not a finite number"},
+        {"ComplexInfinite", general("2 2 1\n1 1 -inf 1\n"), 3, "'-inf' is not a finite number"},
+        {"ComplexInWords", general("2 2 1\n1 1 1+2i 0\n"), 3, "'1+2i' is not a number"},
+        {"ComplexEndsEarly", general("2 2 3\n1 1 1 1\n"), 3, "the file ends after 1 of 3 entries"},
+        {"ComplexInSurplus", general("2 2 1\n1 1 1 1\n2 2 1 1\n"), 4,
+         "there are more entries than the 1 announced"},
+        {"ComplexAnnouncesTooMuch", million, 2, announced("1000000", million, 8)},
+        {"HermitianDiagonal", hermitian("2 2 1\n1 1 1 1\n"), 3,
+         "entry (1, 1) is on the diagonal, which is real in a hermitian matrix"},
+        {"HermitianAboveTheDiagonal", hermitian("2 2 1\n1 2 1 1\n"), 3,
+         "entry (1, 2) is above the diagonal; a symmetric file holds the lower triangle"},
+        {"HermitianRectangle", hermitian("2 3 1\n1 1 1 0\n"), 2,
+         "a hermitian matrix must be square, not 2 x 3"},
+        {"ComplexSkewDiagonal", withHeader("coordinate complex skew-symmetric", "2 2 1\n1 1 1 1\n"), 3,
+         "entry (1, 1) is on the diagonal, which is zero in a skew-symmetric matrix"},
+    };
+}
+
 std::vector<HostileFile> compressedFiles()
 {
     std::string body;
@@ -249,7 +281,7 @@ std::vector<HostileFile> compressedFiles()
 std::vector<HostileFile> allFiles()
 {
     std::vector<HostileFile> all;
-    for (const auto& group : {headers(), sizeLines(), entries(), compressedFiles()}) {
+    for (const auto& group : {headers(), sizeLines(), entries(), complexFiles(), compressedFiles()}) {
         all.insert(all.end(), group.begin(), group.end());
     }
     return all;

@@ -1,6 +1,7 @@
 // Facts of small matrices whose answers are seen at sight.
 
 #include <tools/matrix_facts.h>
+#include <tools/triplets.h>
 
 #include <lintrix/sparse/sparse_assembler.h>
 
@@ -19,7 +20,7 @@ MatrixFacts facts(std::int32_t rows, std::int32_t cols, const std::vector<Sparse
 {
     SparseAssembler entries(rows, cols);
     entries.Add(triplets);
-    return factsOf(entries.Assemble());
+    return factsOf(rowsOf(entries.Assemble()));
 }
 
 std::string wordsFor(std::int32_t size, const std::vector<SparseTriplet>& triplets)
@@ -75,6 +76,29 @@ TEST(MatrixFacts, SkewSymmetryNeedsOppositeValuesAndAnEmptyOrZeroDiagonal)
 TEST(MatrixFacts, FrobeniusNormOfHugeEntriesDoesNotOverflow)
 {
     EXPECT_DOUBLE_EQ(facts(2, 2, {{0, 0, 3e200}, {1, 0, 4e200}}).frobeniusNorm, 5e200);
+}
+
+TEST(MatrixFacts, OfAComplexMatrixAreOfItsMagnitudes)
+{
+    // | 5    3-4i |
+    // | 3+4i 0    |
+    MatrixMarketTriplets triplets{
+        2,         2,         MatrixMarketField::ComplexNumber,    MatrixMarketSymmetry::Hermitian,
+        {0, 1, 1}, {0, 0, 1}, {{5.0, 0.0}, {3.0, 4.0}, {0.0, 0.0}}};
+    const MatrixFacts found = factsOf(rowsOf(triplets, MatrixMarketStorage::BothTriangles));
+    EXPECT_EQ(found.entries, 4);
+    EXPECT_EQ(found.storedZeros, 1);
+    EXPECT_DOUBLE_EQ(found.oneNorm, 10.0);
+    EXPECT_DOUBLE_EQ(found.infinityNorm, 10.0);
+    EXPECT_DOUBLE_EQ(found.frobeniusNorm, std::sqrt(75.0));
+    EXPECT_EQ(symmetryInWords(found, 2, 2), "hermitian");
+    triplets.symmetry = MatrixMarketSymmetry::Symmetric;
+    EXPECT_EQ(symmetryInWords(factsOf(rowsOf(triplets, MatrixMarketStorage::BothTriangles)), 2, 2),
+              "symmetric");
+    triplets = {2,   2,           MatrixMarketField::ComplexNumber, MatrixMarketSymmetry::SkewSymmetric, {1},
+                {0}, {{3.0, 4.0}}};
+    EXPECT_EQ(symmetryInWords(factsOf(rowsOf(triplets, MatrixMarketStorage::BothTriangles)), 2, 2),
+              "skew-symmetric");
 }
 
 TEST(MatrixFacts, RectangularMatricesAreCalledSo)

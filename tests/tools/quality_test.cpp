@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -68,11 +69,11 @@ TEST(JudgeSparse, TheProbesColumnIsJudgedApart)
     Matrix B = A * X;
     B(1, 0) += 0.5;  // |r| = 0.5, |x| = 1, |b| = 4.5
     B(0, 1) += 0.25; // |r| = 0.25, |x| = 1, |b| = 4
-    const ProbedQuality quality = judge(A, X, B, probe);
+    const ProbedQuality quality = judge(rowsOf(A), X, B, probe);
     EXPECT_DOUBLE_EQ(quality.residual, 0.5 / 8.5);
     EXPECT_DOUBLE_EQ(quality.probeResidual, 0.25 / 8.0);
     EXPECT_EQ(quality.probeError, 0.0);
-    EXPECT_EQ(judge(A, X, B, Matrix{{4}, {-1}}).probeError, 0.75);
+    EXPECT_EQ(judge(rowsOf(A), X, B, Matrix{{4}, {-1}}).probeError, 0.75);
 }
 
 TEST(JudgeSparse, OneTriangleStandsForTheWholeMatrix)
@@ -84,7 +85,41 @@ TEST(JudgeSparse, OneTriangleStandsForTheWholeMatrix)
     const Matrix X{{1, 1}, {1, 1}};
     Matrix B = A * X;
     B(0, 0) += 1.0; // |r| = 1, |x| = 1, |b| = 10
-    EXPECT_DOUBLE_EQ(judge(A, X, B, columnOf(X, 1)).residual, 1.0 / 20.0);
+    EXPECT_DOUBLE_EQ(judge(rowsOf(A), X, B, columnOf(X, 1)).residual, 1.0 / 20.0);
+}
+
+ComplexColumns columnsOf(std::int32_t rows, const std::vector<ComplexNumber>& cells)
+{
+    ComplexColumns columns(rows, static_cast<std::int32_t>(cells.size()) / rows);
+    columns.cells() = cells;
+    return columns;
+}
+
+TEST(JudgeSparse, ComplexNumbersCountByTheirMagnitude)
+{
+    // | 2    3+4i |
+    // | 3-4i 1    |   infinity norm 7
+    CompressedRows<ComplexNumber> A{Below::Conjugated, 2, {1, 3, 4}, {1, 2, 2}, {2.0, {3.0, 4.0}, 1.0}};
+    const ComplexNumber i{0.0, 1.0};
+    const ComplexColumns X = columnsOf(2, {1.0, i, i, 1.0});
+    ComplexColumns B = productOf(A, X);
+    EXPECT_EQ(B.cells(), (std::vector<ComplexNumber>{{-2.0, 3.0}, {3.0, -3.0}, {3.0, 6.0}, {5.0, 3.0}}));
+    EXPECT_EQ(judge(A, X, B, columnOf(X, 1)).residual, 0.0);
+    B.cells()[1] += ComplexNumber{0.3, 0.4}; // |r| = 0.5, |x| = 1
+    const ProbedQuality quality = judge(A, X, B, columnsOf(2, {i, {1.0, 0.5}}));
+    EXPECT_NEAR(quality.residual, 0.5 / (7.0 + std::abs(ComplexNumber(3.3, -2.6))), 1e-15);
+    EXPECT_EQ(quality.probeResidual, 0.0);
+    EXPECT_DOUBLE_EQ(quality.probeError, 0.5 / std::abs(ComplexNumber(1.0, 0.5)));
+    ComplexColumns notFinite = X;
+    notFinite.cells()[0] = {1.0, kNaN};
+    EXPECT_TRUE(std::isnan(judge(A, notFinite, B, columnOf(X, 1)).residual));
+}
+
+TEST(JudgeSparse, ASymmetricTriangleIsNotConjugated)
+{
+    const CompressedRows<ComplexNumber> A{Below::Mirrored, 2, {1, 3, 4}, {1, 2, 2}, {2.0, {3.0, 4.0}, 1.0}};
+    const ComplexColumns B = productOf(A, columnsOf(2, {1.0, 0.0}));
+    EXPECT_EQ(B.cells(), (std::vector<ComplexNumber>{2.0, {3.0, 4.0}}));
 }
 
 TEST(Verdict, GoesByResidualAndProbe)
@@ -102,10 +137,21 @@ TEST(Verdict, GoesByResidualAndProbe)
     EXPECT_EQ(nameOf(Verdict::Failed), "failed");
 }
 
+TEST(ProbeSolution, OfAComplexSystemHasNoSmallPart)
+{
+    const ComplexColumns z = probeSolution<ComplexNumber>(100);
+    for (const ComplexNumber cell : z.cells()) {
+        for (const double part : {cell.real(), cell.imag()}) {
+            EXPECT_GE(std::abs(part), 0.5);
+            EXPECT_LT(std::abs(part), 1.0);
+        }
+    }
+}
+
 TEST(ProbeSolution, IsSeededAndHasNoSmallElement)
 {
-    const Matrix z = probeSolution(1000);
-    EXPECT_EQ(largestDifference(z, probeSolution(1000)), 0.0);
+    const Matrix z = probeSolution<double>(1000);
+    EXPECT_EQ(largestDifference(z, probeSolution<double>(1000)), 0.0);
     for (const double cell : cellsOf(z)) {
         EXPECT_GE(std::abs(cell), 0.5);
         EXPECT_LT(std::abs(cell), 1.0);

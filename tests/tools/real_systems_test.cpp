@@ -1,4 +1,4 @@
-// Every real matrix of tests/data, solved end to end by the command.
+// Every matrix of tests/data, from real problems, solved end to end by the command.
 
 #include <tests/tools/command.h>
 #include <tests/tools/json.h>
@@ -76,6 +76,18 @@ const std::vector<RealSystem>& systems()
     return table;
 }
 
+/// Complex ones go to the direct solver or nowhere.
+const std::vector<RealSystem>& complexSystems()
+{
+    static const std::vector<RealSystem> table{
+        {"young1c.mtx.gz", 841, 841, 4089, "", 1e-10, "", kMatched, "accurate", ""},
+        {"qc324.mtx.gz", 324, 324, 26730, "", 1e-8, "", kSymmetric, "accurate", ""},
+        {"GD99_c.mtx", 105, 105, 149, "", 0, "", kMatched, "failed",
+         "structurally singular: 64 of 105 rows matched"},
+    };
+    return table;
+}
+
 class RealSystems : public ::testing::TestWithParam<RealSystem> {};
 
 /// What does not depend on the road.
@@ -134,9 +146,8 @@ TEST_P(RealSystems, AreSolvedDenseOrToldToBeSingular)
     }
 }
 
-TEST_P(RealSystems, GoToTheDirectSolverWhenSquare)
+void expectDirectSolution(const RealSystem& expected)
 {
-    const RealSystem& expected = GetParam();
     const std::string path = dataFile(expected.file);
     const Outcome outcome = run({"solve", path, "--json"});
     const Json report = parseJson(outcome.out);
@@ -158,12 +169,40 @@ TEST_P(RealSystems, GoToTheDirectSolverWhenSquare)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, RealSystems, ::testing::ValuesIn(systems()), [](const auto& parameter) {
+TEST_P(RealSystems, GoToTheDirectSolverWhenSquare)
+{
+    expectDirectSolution(GetParam());
+}
+
+std::string nameOf(const ::testing::TestParamInfo<RealSystem>& parameter)
+{
     std::string name = parameter.param.file.substr(0, parameter.param.file.find('.'));
     std::ranges::replace_if(
         name, [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
     return name;
-});
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, RealSystems, ::testing::ValuesIn(systems()), nameOf);
+
+class ComplexSystems : public ::testing::TestWithParam<RealSystem> {};
+
+TEST_P(ComplexSystems, GoToTheDirectSolver)
+{
+    expectDirectSolution(GetParam());
+}
+
+TEST_P(ComplexSystems, AreNotSolvedDense)
+{
+    const std::string path = dataFile(GetParam().file);
+    const Outcome outcome = run({"solve", path, "--dense"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "lintrix: " + path +
+                               ":1: a complex matrix is solved only as a square coordinate file, without "
+                               "--dense\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ComplexSystems, ::testing::ValuesIn(complexSystems()), nameOf);
 
 TEST(RealSystemFiles, EachIsInTheTableAndAttributed)
 {
@@ -172,18 +211,10 @@ TEST(RealSystemFiles, EachIsInTheTableAndAttributed)
         const std::string name = entry.path().filename().string();
         if (name == "ATTRIBUTION.md") continue;
         EXPECT_THAT(attribution, ::testing::HasSubstr("| `" + name + "` |"));
-        const bool known =
-            std::ranges::any_of(systems(), [&](const RealSystem& s) { return s.file == name; });
-        EXPECT_TRUE(known || name == "GD99_c.mtx") << name;
+        const auto isIt = [&name](const RealSystem& system) { return system.file == name; };
+        EXPECT_TRUE(std::ranges::any_of(systems(), isIt) || std::ranges::any_of(complexSystems(), isIt))
+            << name;
     }
-}
-
-TEST(RealSystemFiles, AComplexOneIsRefused)
-{
-    const std::string path = dataFile("GD99_c.mtx");
-    const Outcome outcome = run({"solve", path});
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(outcome.err, "lintrix: " + path + ":1: complex matrices are not supported yet\n");
 }
 
 } // namespace

@@ -252,8 +252,7 @@ TEST(SolveCommand, ARightHandSideThatIsWrongIsNamed)
         {"%%MatrixMarket matrix array real general\n% c\n3 1\n1\n1\n1\n",
          ":3: the right-hand side has 3 rows, the matrix 2"},
         {"%%MatrixMarket matrix array real general\n2 1\n1\nx\n", ":4: 'x' is not a number"},
-        {"%%MatrixMarket matrix array complex general\n2 1\n1 0\n1 0\n",
-         ":1: complex matrices are not supported yet"},
+        {"%%MatrixMarket matrix array complex general\n2 1\n1 0\n1 x\n", ":4: 'x' is not a number"},
         {kCoordinate + "2 2000000000 1\n1 1 1\n",
          ":2: 2000000000 right-hand sides of a 2 x 2 matrix do not fit into memory"},
     };
