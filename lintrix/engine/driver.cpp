@@ -108,9 +108,15 @@ bool hasFactor(const Run& run)
     return holdsFactor(run.handle, run.call.mnum, elementKind(run.call.mtype, run.singlePrecision));
 }
 
+/// As many values are read as were analysed: a matrix that holds fewer by now is refused.
 Failure makeFactor(Run& run)
 {
-    run.handle.control()[Word::FactorNeeded] = 0;
+    ControlBlock& control = run.handle.control();
+    if (run.call.nonZeros() < control[Word::MappedEntries]) {
+        control[Word::NonZeros] = control[Word::MappedEntries];
+        return badInput(8);
+    }
+    control[Word::FactorNeeded] = 0;
     return factorize(run.call, run.handle, run.timers);
 }
 

@@ -64,6 +64,28 @@ TEST(HybridPath, KeepsTheFactorForASlightlyChangedMatrix)
     }
 }
 
+// 10^-L; without an L the default, whatever the call before had.
+TEST(HybridPath, StopsAtTheToleranceOfTheCall)
+{
+    for (const int kind : {1, 2}) {
+        Hybrid call(2, 30 + kind);
+        call.change(0.05);
+        int before = 0;
+        for (const auto& [exponent, tolerance] :
+             {std::pair(3, 1e-3), std::pair(6, 1e-6), std::pair(0, 1e-12)}) {
+            call.set(4, 10 * exponent + kind);
+            ASSERT_EQ(call.run(33), 0);
+            EXPECT_NEAR(controlOf(call)[Real::Tolerance] / tolerance, 1.0, 1e-12);
+            EXPECT_GT(call.iparm(20), before) << "more digits take more iterations";
+            before = call.iparm(20);
+            call.makeFactorDear();
+        }
+        call.set(4, 30 + kind);
+        ASSERT_EQ(call.run(33), 0);
+        EXPECT_LT(call.iparm(20), before);
+    }
+}
+
 TEST(HybridPath, NeverRefines)
 {
     Hybrid call(11, 61);
