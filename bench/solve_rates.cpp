@@ -97,6 +97,7 @@ int main(int argc, char** argv)
         measure(mtype, 0, 300, 2);
         measure(mtype, 2, 30, 3);
     }
+    for (const int side : {40, 60, 100}) measure(2, 2, side, 2);
     measure(2, 3, 300, 2);
     measure(2, 0, 30, 3);
     measure(2, 2, 50, 3);
