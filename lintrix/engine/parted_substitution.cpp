@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <complex>
-#include <ranges>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -56,8 +55,9 @@ template <class T>
 void PartedSubstitution<T>::backward(bool transposed, BeforeTriangle before) const
 {
     const auto substitute = [&](int list) {
-        for (const auto [first, last] : parts_.list(list) | std::views::reverse)
-            substituteBackward(factor_, transposed, y_, {first, last}, before);
+        const std::span<const PositionRange> ranges = parts_.list(list);
+        for (auto range = ranges.rbegin(); range != ranges.rend(); ++range)
+            substituteBackward(factor_, transposed, y_, {range->first, range->last}, before);
     };
     substitute(parts_.count());
 #pragma omp parallel for schedule(static, 1) num_threads(parts_.count())

@@ -55,6 +55,13 @@ TEST(RefinementRules, ContractionGoesOnToTheLimit)
     EXPECT_EQ(system.refineKeeping(7, 0.5).steps, 7);
 }
 
+TEST(RefinementRules, ContractionIsToLessThanNineTenths)
+{
+    Identity contracts, stagnates;
+    EXPECT_EQ(contracts.refineKeeping(9, 0.89).steps, 9);
+    EXPECT_EQ(stagnates.refineKeeping(9, 0.91).steps, 4);
+}
+
 TEST(RefinementRules, AStagnantResidualGetsThreeStepsAndStopsInTheFourth)
 {
     for (const int limit : {5, -5, 100, -2147483647 - 1}) {
@@ -89,6 +96,22 @@ TEST(RefinementRules, NoContractionAndASolutionThatStillChangesIsAFailure)
         EXPECT_EQ(done.failure.error, Error::Numeric);
         EXPECT_EQ(done.failure.internal, -112);
         EXPECT_EQ(done.steps, 4);
+    }
+}
+
+// Each step moves a component away from where it belongs; the last by a share of what it then is.
+TEST(RefinementRules, ALastChangeOfMoreThanHalfTheSolutionIsTheFailure)
+{
+    for (const double share : {0.4, 0.6}) {
+        Identity system;
+        system.b = {1, 0, 0, 0};
+        int calls = 0;
+        const Refinement done = system.refineWith(9, [&](const double*, double* out) {
+            std::fill_n(out, Identity::n, 0.0);
+            out[3] = ++calls < 4 ? (1 - share) / 3 : share;
+        });
+        EXPECT_EQ(done.steps, 4);
+        EXPECT_EQ(done.failure.internal, share > 0.5 ? -112 : 0);
     }
 }
 

@@ -391,6 +391,35 @@ TEST(SparseSolver, AFailingAllocationLeavesNothingBehind)
     EXPECT_EQ(std::ranges::count(engine.calls, 11, &EngineCall::phase), 1);
 }
 
+// --- Progress ---
+
+/// In the engine's place: tells the listener twice, whatever it answers, and fails if it wanted to stop.
+void tellTwice(void**, const int&, const int&, const int&, const int& phase, const int&, const void*, int*,
+               int*, int*, const int&, int*, const int&, void*, void*, int& error)
+{
+    const PardisoProgress callback = PardisoProgressScope::current();
+    error = 0;
+    for (int percent = 0; phase == 23 && percent < 2; ++percent) {
+        if (callback.call(callback.context, 0, percent, "", 0) != 0) error = -4;
+    }
+}
+
+TEST(SparseSolver, AListenerThatHasStoppedTheRunIsNotToldAgain)
+{
+    const EngineRecorder restoresTheEngine;
+    detail::engineEntry() = tellTwice;
+    const SparseMatrix A = general();
+    SparseSolver solver(A);
+    int told = 0;
+    solver.Progress([&told](int percent) {
+        ++told;
+        return percent > 0; // would go on after all
+    });
+    EXPECT_THROW(solver.Solve(Vector(3)), OperationFailedException);
+    EXPECT_EQ(told, 1);
+    EXPECT_TRUE(solver.Stopped());
+}
+
 // --- Life ---
 
 TEST(SparseSolver, ReleaseHappensOnceHoweverOftenItIsAskedFor)
