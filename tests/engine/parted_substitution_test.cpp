@@ -31,13 +31,14 @@ TYPED_TEST(SolveByParts, HasTheSameBitsInEveryRunOfAsManyThreads)
     for (const int mtype : typesFor<T>()) {
         for (const int ordering : {0, 3}) {
             const ThreadSetting analysis(4, 0);
-            SolveCall<T> call(systemOf<T>(gridShape(70, 60, 1), mtype), 3);
+            SolveCall<T> call(systemOf<T>(gridShape(60, 50, 1), mtype), 3);
             call.set(2, ordering);
             ASSERT_EQ(call.run(12), 0);
             EXPECT_EQ(controlOf(call)[Word::IndependentSubgraphs] > 1, ordering == 3);
             for (const int threads : {2, 4}) {
                 const ThreadSetting setting(threads, 0);
                 for (const int transpose : {0, 1}) {
+                    if (transpose == 1 && isSymmetricStorage(mtype)) continue;
                     call.set(12, transpose);
                     ASSERT_EQ(call.run(33), 0);
                     EXPECT_EQ(controlOf(call)[Word::ConsecutiveSubgraphs], 1);
@@ -45,7 +46,7 @@ TYPED_TEST(SolveByParts, HasTheSameBitsInEveryRunOfAsManyThreads)
                     EXPECT_GT(controlOf(call)[Word::SolveRanges], 0);
                     EXPECT_LT(call.scaledResidual(), kResidualLimit<T>) << mtype;
                     const std::vector<T> first = call.x, b = call.b;
-                    for (int run = 0; run < 5; ++run) {
+                    for (int run = 0; run < 3; ++run) {
                         ASSERT_EQ(call.run(33), 0);
                         ASSERT_EQ(call.x, first) << mtype;
                     }
@@ -66,7 +67,7 @@ TYPED_TEST(SolveByParts, TakesAnyNumberOfRightHandSides)
 {
     using T = TypeParam;
     const ThreadSetting setting(2, 0);
-    SolveCall<T> call(systemOf<T>(gridShape(70, 60, 1), typesFor<T>().back()), 40);
+    SolveCall<T> call(systemOf<T>(gridShape(60, 50, 1), typesFor<T>().back()), 40);
     ASSERT_EQ(call.run(12), 0);
     for (const int sides : {1, 2, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 40}) {
         call.nrhs = sides;
@@ -78,7 +79,7 @@ TYPED_TEST(SolveByParts, TakesAnyNumberOfRightHandSides)
 
 TEST(SolveByPartsOfTheFactor, AnswersAsOneThreadDoes)
 {
-    SolveCall<double> call(systemOf<double>(gridShape(70, 60, 1), 11), 5);
+    SolveCall<double> call(systemOf<double>(gridShape(60, 50, 1), 11), 5);
     const ThreadSetting one(1, 0);
     ASSERT_EQ(call.run(13), 0);
     EXPECT_EQ(controlOf(call)[Word::SolveParts], 0);
@@ -104,7 +105,7 @@ TEST(SolveByPartsOfTheFactor, IsNotDoneWhereItDoesNotPay)
 TEST(SolveByPartsOfTheFactor, IsForgottenWithTheAnalysis)
 {
     const ThreadSetting setting(2, 0);
-    SolveCall<double> call(systemOf<double>(gridShape(70, 60, 1), 2));
+    SolveCall<double> call(systemOf<double>(gridShape(60, 50, 1), 2));
     ASSERT_EQ(call.run(13), 0);
     ASSERT_NE(call.pt[15], nullptr);
     void* const kept = call.pt[15];
@@ -120,7 +121,7 @@ TEST(SolveByPartsOfTheFactor, WithoutMemoryTouchesNothingAndTheNextCallSolves)
     const ThreadSetting setting(2, 0);
     int failures = 0;
     for (int k = 0, error = -2; error == -2; ++k) {
-        SolveCall<double> call(systemOf<double>(gridShape(70, 60, 1), 11), 2);
+        SolveCall<double> call(systemOf<double>(gridShape(60, 50, 1), 11), 2);
         ASSERT_EQ(call.run(12), 0);
         call.set(8, 1);
         call.msglvl = -1;
