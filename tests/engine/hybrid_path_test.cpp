@@ -41,9 +41,11 @@ TEST(HybridPath, SolvesTheFactoredMatrixInOneIteration)
         EXPECT_EQ(call.iparm(7), 0);
         EXPECT_LT(call.scaledResidual(), 1e-12);
     }
-    Hybrid gradients(2, 62);
-    ASSERT_EQ(gradients.run(33), 0);
-    EXPECT_EQ(gradients.iparm(20), 2);
+    for (const int setting : {62, -62}) {
+        Hybrid gradients(2, setting);
+        ASSERT_EQ(gradients.run(33), 0);
+        EXPECT_EQ(gradients.iparm(20), 2) << "the count of gradients begins at 1";
+    }
 }
 
 TEST(HybridPath, KeepsTheFactorForASlightlyChangedMatrix)
@@ -189,12 +191,16 @@ TEST(HybridPath, IteratingFirstFactorizesOnlyAfterAFailure)
 // A new factor of a matrix without an inverse is no better than the old one, and a second is not tried.
 TEST(HybridPath, AFailureWithANewFactorIsAFailure)
 {
-    Hybrid call(11, 61);
-    std::fill(call.A.a.begin(), call.A.a.end(), std::nan(""));
-    const FactorizationCount factorizations;
-    EXPECT_EQ(call.run(23), -4);
-    EXPECT_EQ(factorizations.count(), 1);
-    EXPECT_LT(call.iparm(20), 0);
+    for (const int budget : {100, 4}) { // the factor is made after the iteration, or before it
+        Hybrid call(11, 61);
+        std::fill(call.A.a.begin(), call.A.a.end(), std::nan(""));
+        controlOf(call)[Word::IterationBudget] = budget;
+        const FactorizationCount factorizations;
+        EXPECT_EQ(call.run(23), -4);
+        EXPECT_EQ(factorizations.count(), 1);
+        EXPECT_EQ(call.iparm(20) % 10, -4);
+        EXPECT_EQ(call.iparm(30), -2) << "a breakdown";
+    }
 }
 
 TEST(HybridPath, ASequenceOfSlowlyChangingMatricesIsSolvedWithFewFactors)
