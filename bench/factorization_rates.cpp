@@ -12,6 +12,8 @@
 #include <lintrix/services/blas.h>
 #include <lintrix/services/threads.h>
 
+#include "bench/laplacian.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +25,7 @@
 #endif
 
 using namespace Velmar::Lintrix;
+using namespace Velmar::Lintrix::bench;
 using namespace Velmar::Lintrix::detail::engine;
 
 namespace {
@@ -60,38 +63,8 @@ double gemmRate()
     return 2. * n * n * n / time * 1e-9;
 }
 
-struct Matrix {
-    int n;
-    std::vector<int> ia{1}, ja{};
-    std::vector<double> a{};
-};
-
-// The Laplacian of a grid, or its upper triangle; as complex numbers with a shift, where asked for.
-Matrix laplacian(int side, int dimensions, bool upper, bool complex)
-{
-    const int plane = side * side;
-    Matrix A{dimensions == 2 ? plane : plane * side};
-    for (int v = 0; v < A.n; ++v) {
-        const auto add = [&](bool inside, int u) {
-            if (!inside || (upper && u < v)) return;
-            A.ja.push_back(u + 1);
-            A.a.push_back(u == v ? 2. * dimensions : -1.);
-            if (complex) A.a.push_back(u == v ? 0.5 : 0.);
-        };
-        add(dimensions == 3 && v >= plane, v - plane);
-        add(v / side % side > 0, v - side);
-        add(v % side > 0, v - 1);
-        add(true, v);
-        add(v % side + 1 < side, v + 1);
-        add(v / side % side + 1 < side, v + side);
-        add(dimensions == 3 && v + plane < A.n, v + plane);
-        A.ia.push_back(static_cast<int>(A.ja.size()) + 1);
-    }
-    return A;
-}
-
 #ifdef LINTRIX_HAS_CHOLMOD
-double cholmodTime(Matrix A, int dimensions)
+double cholmodTime(Rows A, int dimensions)
 {
     cholmod_common common;
     cholmod_start(&common);
@@ -122,7 +95,7 @@ double cholmodTime(Matrix A, int dimensions)
 void measure(int mtype, int side, int dimensions)
 {
     const bool complex = mtype == 6 || mtype == 13, upper = mtype % 2 == 0;
-    Matrix A = laplacian(side, dimensions, upper, complex);
+    Rows A = laplacian(side, dimensions, upper, complex);
     void* pt[64] = {};
     int iparm[64] = {1, dimensions == 2 ? 0 : 2}, error = 0;
     iparm[9] = 13;

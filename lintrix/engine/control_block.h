@@ -59,7 +59,9 @@ enum class Word : int {
     FactorNeeded,
     IterationBudget,
     HalfBudget,
-    ConsecutiveSubgraphs, ///< whether a solve may go by subgraphs
+    ConsecutiveSubgraphs, ///< whether a solve may be split
+    SolveParts,           ///< that the lists in pt[15] make, 0 as long as there are none
+    SolveRanges,          ///< ranges in them, 0 where a solve is better not split
     Last_
 };
 

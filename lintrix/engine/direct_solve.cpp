@@ -36,9 +36,10 @@ BeforeTriangle beforeTriangle(SolvePart part)
     return part == SolvePart::All ? BeforeTriangle::DivideByD : BeforeTriangle::Nothing;
 }
 
-bool splitsByParts(const SupernodeParts& parts, int threads, int count)
+template <class T>
+bool splitsByParts(const SubstitutionParts& parts, int threads, int count)
 {
-    return count == 1 && threads > 1 && parts.canSplit();
+    return parts.count() > 1 && DirectSolve<T>::takesParts(threads, count);
 }
 
 // One side of the system: the place of equation (or unknown) i, and its factor.
@@ -64,14 +65,16 @@ Frame frameOf(const SystemFrame& frame, bool equations)
 } // namespace
 
 template <class T>
-std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const SupernodeParts& parts, int threads,
-                                      int count) noexcept
+std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const SubstitutionParts& parts,
+                                      int threads, int count) noexcept
 {
+    if (splitsByParts<T>(parts, threads, count)) {
+        const int taken = sidesTaken<T>(std::min(count, kSidesAtOnce<T>));
+        return factor.order() * std::int64_t{taken} + PartedSubstitution<T>::workSize(factor, parts, taken);
+    }
     const int sides = sidesPerBlock<T>(count, threads);
     const std::int64_t blocks = piecesOf(count, sides);
-    const std::int64_t cells = factor.order() * blocks * sidesTaken<T>(sides);
-    return cells +
-           (splitsByParts(parts, threads, count) ? PartedSubstitution<T>::workSize(factor, parts) : 0);
+    return factor.order() * blocks * sidesTaken<T>(sides);
 }
 
 template <class T>
@@ -120,21 +123,25 @@ void DirectSolve<T>::solveBlock(const T* b, T* x, int count, SolvePart part, con
 }
 
 template <class T>
-void DirectSolve<T>::solveByParts(const T* b, T* x, SolvePart part) const
+void DirectSolve<T>::solveByParts(const T* b, T* x, int count, SolvePart part) const
 {
-    const RightSides<T> y{work_, 1};
-    const PartedSubstitution<T> substitution(factor_, parts_, threads_, work_, work_ + factor_.order());
-    bring(b, 1, includes(part, SolvePart::Forward), y);
-    if (includes(part, SolvePart::Forward)) substitution.forward(transposed_);
-    if (part == SolvePart::Diagonal) substitution.diagonal();
-    if (includes(part, SolvePart::Backward)) substitution.backward(transposed_, beforeTriangle(part));
-    takeBack(y, 1, includes(part, SolvePart::Backward), x);
+    const std::ptrdiff_t n = factor_.order();
+    for (int first = 0; first < count; first += kSidesAtOnce<T>) {
+        const int own = std::min(kSidesAtOnce<T>, count - first);
+        const RightSides<T> y{work_, sidesTaken<T>(own)};
+        const PartedSubstitution<T> substitution(factor_, parts_, y, work_ + n * y.count);
+        bring(b + n * first, own, includes(part, SolvePart::Forward), y);
+        if (includes(part, SolvePart::Forward)) substitution.forward(transposed_);
+        if (part == SolvePart::Diagonal) substitution.diagonal();
+        if (includes(part, SolvePart::Backward)) substitution.backward(transposed_, beforeTriangle(part));
+        takeBack(y, own, includes(part, SolvePart::Backward), x + n * first);
+    }
 }
 
 template <class T>
 void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
 {
-    if (splitsByParts(parts_, threads_, count)) return solveByParts(b, x, part);
+    if (splitsByParts<T>(parts_, threads_, count)) return solveByParts(b, x, count, part);
     const std::ptrdiff_t n = factor_.order();
     const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
     const int blocks = piecesOf(count, sides), busy = std::min(threads_, blocks);

@@ -32,31 +32,37 @@ enum class SolvePart : int {
 template <class T>
 class LINTRIX_TESTABLE DirectSolve {
 public:
-    /// Without parts (an empty list) nothing is split. `work` has workSize() elements and belongs to this
-    /// alone.
-    DirectSolve(const StoredFactor<T>& factor, const SystemFrame& frame, const SupernodeParts& parts,
+    /// Without parts the factor is not split. `work` has workSize() elements and belongs to this alone.
+    DirectSolve(const StoredFactor<T>& factor, const SystemFrame& frame, const SubstitutionParts& parts,
                 bool transposed, int threads, T* work) noexcept
         : factor_(factor), frame_(frame), parts_(parts), transposed_(transposed), threads_(threads),
           work_(work)
     {
     }
-    static std::int64_t workSize(const StoredFactor<T>& factor, const SupernodeParts& parts, int threads,
+    static std::int64_t workSize(const StoredFactor<T>& factor, const SubstitutionParts& parts, int threads,
                                  int count) noexcept;
+    /// Whether parts would be used: there are too few right-hand sides to give each thread a full pass over
+    /// the factor, and a pass costs about the same for a few as for one, reading the factor.
+    static bool takesParts(int threads, int count) noexcept
+    {
+        return threads > 1 && count < std::int64_t{threads} * kSidesAtOnce<T>;
+    }
 
-    /// `b` and `x` are n x count, column after column, and may be the same. Several right-hand sides are
-    /// dealt out to the threads in blocks, each of which passes over the factor once. One alone is solved by
-    /// parts where there are several, else by one thread.
+    /// `b` and `x` are n x count, column after column, and may be the same. Many right-hand sides are dealt
+    /// out to the threads in blocks, each of which passes over the factor once. Few share each pass, which
+    /// the threads go by parts where there are any; else they are dealt out, too, and one alone is one
+    /// thread's.
     void solve(const T* b, T* x, int count, SolvePart part = SolvePart::All) const;
 
 private:
-    void solveByParts(const T* b, T* x, SolvePart part) const;
+    void solveByParts(const T* b, T* x, int count, SolvePart part) const;
     void solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const;
     void bring(const T* b, int count, bool permutes, const RightSides<T>& y) const;
     void takeBack(const RightSides<T>& y, int count, bool permutes, T* x) const;
 
     StoredFactor<T> factor_;
     SystemFrame frame_;
-    SupernodeParts parts_;
+    SubstitutionParts parts_;
     bool transposed_;
     int threads_;
     T* work_;

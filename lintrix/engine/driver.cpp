@@ -108,27 +108,26 @@ bool hasFactor(const Run& run)
     return holdsFactor(run.handle, run.call.mnum, elementKind(run.call.mtype, run.singlePrecision));
 }
 
+/// As many values are read as were analysed: a matrix that holds fewer by now is refused.
 Failure makeFactor(Run& run)
 {
-    run.handle.control()[Word::FactorNeeded] = 0;
+    ControlBlock& control = run.handle.control();
+    if (run.call.nonZeros() < control[Word::MappedEntries]) {
+        control[Word::NonZeros] = control[Word::MappedEntries];
+        return badInput(8);
+    }
+    control[Word::FactorNeeded] = 0;
     return factorize(run.call, run.handle, run.timers);
 }
 
-/// A solve alone becomes factorization and solve where no factor is stored.
-int stepsToTake(const Run& run, bool stored)
-{
-    const int steps = run.call.phase.steps();
-    return steps == 33 && !stored ? 23 : steps;
-}
-
-/// What the phase asks of factorization and solve. An iteration that fails with an earlier factor is repeated
-/// with a new one, and that failure is not told; with a new factor it is.
+/// What the phase asks of factorization and solve; without a factor, a solve alone makes one. An iteration
+/// that fails with an earlier factor is repeated with a new one, and that failure is not told; with a new
+/// factor it is.
 Failure factorizeAndSolve(Run& run)
 {
     const ControlBlock& control = run.handle.control();
-    const bool stored = hasFactor(run);
-    const int steps = stepsToTake(run, stored), kind = control[Word::IterationKind];
-    const bool isFresh = needsFactor({.stored = stored,
+    const int steps = run.call.phase.steps(), kind = control[Word::IterationKind];
+    const bool isFresh = needsFactor({.stored = hasFactor(run),
                                       .steps = steps,
                                       .kind = kind,
                                       .budget = control[Word::IterationBudget],

@@ -27,6 +27,7 @@ enum class Slot : int {
     UpdateLengths = 11,    ///< of complex or unsymmetric factors
     Matching = 12,         ///< permutation, and for symmetric matrices the pairs
     Scaling = 13,          ///< 2 n doubles: row factors, then column factors
+    SolveParts = 15,       ///< lists of supernodes for the threads of a solve
     OutOfCoreControl = 16, ///< OutOfCoreTable
 };
 

@@ -5,64 +5,63 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-bool areConsecutive(std::span<const PositionRange> subgraphs) noexcept
-{
-    int next = 0;
-    for (const auto [first, last] : subgraphs) {
-        if (first != next || last < first) return false;
-        next = last + 1;
-    }
-    return true;
-}
-
 template <class T>
-void PartedSubstitution<T>::forwardPart(int p, bool transposed) const
+void PartedSubstitution<T>::forwardPart(int part, bool transposed) const
 {
-    const SupernodeRange range = part(p);
-    const RightSides<T> own = vectorOf(p);
-    const int first = factor_.structure.starts[range.first], end = factor_.structure.starts[range.last + 1];
-    if (p > 0) {
-        std::copy(y_.cells + first, y_.cells + end, own.cells + first);
-        std::fill(own.cells + firstShared_, own.cells + factor_.order(), T(0));
+    const RightSides<T> own = vectorsOf(part);
+    const std::span<const PositionRange> ranges = parts_.list(part);
+    const auto copy = [&](const T* from, T* to) {
+        forEachStretch(ranges,
+                       [=](auto first, auto behind) { std::copy(from + first, from + behind, to + first); });
+    };
+    if (part > 0) {
+        copy(y_.cells, own.cells);
+        forEachStretch(parts_.shared(), [=](auto first, auto behind) {
+            std::fill(own.cells + first, own.cells + behind, T(0));
+        });
     }
-    substituteForward(factor_, transposed, own, range);
-    if (p > 0) std::copy(own.cells + first, own.cells + end, y_.cells + first);
+    for (const auto [first, last] : ranges) substituteForward(factor_, transposed, own, {first, last});
+    if (part > 0) copy(own.cells, y_.cells);
 }
 
 template <class T>
 void PartedSubstitution<T>::joinShared() const
 {
-    for (int p = 1; p < parts_.independent; ++p) {
-        const T* const own = vectorOf(p).cells;
-        for (int i = firstShared_; i < factor_.order(); ++i) y_.cells[i] += own[i];
+    for (int part = 1; part < parts_.count(); ++part) {
+        const T* const own = vectorsOf(part).cells;
+        forEachStretch(parts_.shared(), [=, this](auto first, auto behind) {
+            for (auto i = first; i < behind; ++i) y_.cells[i] += own[i];
+        });
     }
 }
 
 template <class T>
 void PartedSubstitution<T>::forward(bool transposed) const
 {
-#pragma omp parallel for schedule(dynamic, 1) num_threads(threads_)
-    for (int p = 0; p < parts_.independent; ++p) forwardPart(p, transposed);
+#pragma omp parallel for schedule(static, 1) num_threads(parts_.count())
+    for (int part = 0; part < parts_.count(); ++part) forwardPart(part, transposed);
     joinShared();
-    substituteForward(factor_, transposed, y_, separators_);
+    for (const auto [first, last] : parts_.shared())
+        substituteForward(factor_, transposed, y_, {first, last});
 }
 
 template <class T>
 void PartedSubstitution<T>::diagonal() const
 {
-#pragma omp parallel for schedule(dynamic, 1) num_threads(threads_)
-    for (int p = 0; p < parts_.independent; ++p) substituteDiagonal(factor_, y_, part(p));
-    substituteDiagonal(factor_, y_, separators_);
+    substituteDiagonal(factor_, y_, {0, factor_.structure.supernodes() - 1});
 }
 
 template <class T>
 void PartedSubstitution<T>::backward(bool transposed, BeforeTriangle before) const
 {
-    substituteBackward(factor_, transposed, y_, separators_, before);
-#pragma omp parallel for schedule(dynamic, 1) num_threads(threads_)
-    for (int p = 0; p < parts_.independent; ++p) {
-        substituteBackward(factor_, transposed, y_, part(p), before);
-    }
+    const auto substitute = [&](int list) {
+        const std::span<const PositionRange> ranges = parts_.list(list);
+        for (auto range = ranges.rbegin(); range != ranges.rend(); ++range)
+            substituteBackward(factor_, transposed, y_, {range->first, range->last}, before);
+    };
+    substitute(parts_.count());
+#pragma omp parallel for schedule(static, 1) num_threads(parts_.count())
+    for (int part = 0; part < parts_.count(); ++part) substitute(part);
 }
 
 template class PartedSubstitution<float>;

@@ -85,7 +85,7 @@ bool twoLevelAllowed(int mtype, int threads, int ordering, int outOfCore) noexce
 
 void resetConstants(ControlBlock& control) noexcept
 {
-    control[Real::Tolerance] = 1e-12;
+    control[Real::Tolerance] = IterationSetting{}.tolerance;
     control[Real::Tiny] = 1e-30;
     control[Real::Divergence] = 10000.;
     control[Real::Ten] = 10.;
@@ -102,7 +102,7 @@ void deriveCallSettings(const Arguments& call, ControlBlock& control) noexcept
     if (call.iparm[Parameter::CallersValues] != 1) return;
     const IterationSetting setting = splitIterationSetting(call.iparm[Parameter::IterativePath]);
     control[Word::IterationKind] = setting.kind;
-    if (setting.tolerance) control[Real::Tolerance] = *setting.tolerance;
+    control[Real::Tolerance] = setting.tolerance;
 }
 
 void deriveAnalysisSettings(const Arguments& call, ControlBlock& control)

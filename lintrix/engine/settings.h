@@ -6,8 +6,6 @@
 #include <lintrix/engine/control_block.h>
 #include <lintrix/services/export.h>
 
-#include <optional>
-
 namespace Velmar::Lintrix::detail::engine {
 
 /// The threads of a call, from what thread control answers. A small matrix, n < 50 t, gets n / 50 of them
@@ -16,8 +14,8 @@ LINTRIX_TESTABLE int callThreads(int available, bool dynamic, int n) noexcept;
 
 /// What `iparm(4)` asks for.
 struct IterationSetting {
-    int kind = 0;                    ///< K, with the sign of the parameter
-    std::optional<double> tolerance; ///< 10^-L; nothing when L is 0: the tolerance in force stays
+    int kind = 0;             ///< K, with the sign of the parameter
+    double tolerance = 1e-12; ///< 10^-L; the default when L is 0
 };
 
 /// Splits 10 L + K.

@@ -7,6 +7,7 @@
 #include <lintrix/engine/factor_reuse.h>
 #include <lintrix/engine/permanent_structure.h>
 #include <lintrix/engine/refinement.h>
+#include <lintrix/engine/solve_parts.h>
 #include <lintrix/engine/sparse_operator.h>
 
 #include <algorithm>
@@ -84,16 +85,6 @@ SystemFrame systemFrame(Handle handle)
     return frame;
 }
 
-/// The parts that a solve may go by. Whether there are any is worked out at each solve.
-SupernodeParts supernodeParts(Handle handle)
-{
-    ControlBlock& control = handle.control();
-    const PermanentStructure permanent(handle);
-    control[Word::ConsecutiveSubgraphs] = areConsecutive(permanent.subgraphs()) ? 1 : 0;
-    if (control[Word::ConsecutiveSubgraphs] == 0) return {};
-    return {permanent.subgraphSupernodes(), control[Word::IndependentSubgraphs]};
-}
-
 /// The block of refinement and iteration: vectors, sums of the operator, scalars, one after another.
 struct IterationLayout {
     std::int64_t sums, scalars, bytes;
@@ -110,13 +101,12 @@ public:
     SolveStep(const Arguments& call, Handle handle, Timers& timers)
         : call_(call), handle_(handle), control_(handle.control()), timers_(timers),
           improvement_(improvementFor(call, control_)), threads_(control_[Word::Threads]), count_(call.nrhs),
-          factor_(storedFactor<T>(handle, call.mnum)),
-          parts_(supernodeParts(handle)), matrix_{call.n,
-                                                  call.ia,
-                                                  call.ja,
-                                                  static_cast<const T*>(call.a),
-                                                  storageOf(call.mtype),
-                                                  solvesTransposed(call)},
+          factor_(storedFactor<T>(handle, call.mnum)), matrix_{call.n,
+                                                               call.ia,
+                                                               call.ja,
+                                                               static_cast<const T*>(call.a),
+                                                               storageOf(call.mtype),
+                                                               solvesTransposed(call)},
           b_(static_cast<T*>(call.b)), x_(static_cast<T*>(call.x))
     {
     }
@@ -125,6 +115,7 @@ public:
     {
         call_.iparm[Parameter::RefinementSteps] = 0;
         if (count_ < 1) return {};
+        if (const Failure failure = findParts()) return failure;
         if (const Failure failure = reserveWork()) return failure;
         const double seconds = solveDirectly();
         if (const Failure failure = improve(seconds)) return failure;
@@ -134,6 +125,15 @@ public:
 
 private:
     std::int64_t elements() const { return std::int64_t{call_.n} * count_; }
+
+    /// Whether subgraphs stand behind each other is worked out at each solve.
+    Failure findParts()
+    {
+        const bool consecutive = areConsecutive(PermanentStructure(handle_).subgraphs());
+        control_[Word::ConsecutiveSubgraphs] = consecutive ? 1 : 0;
+        if (!consecutive || !DirectSolve<T>::takesParts(threads_, count_)) return {};
+        return solveParts(handle_, threads_, parts_);
+    }
 
     Failure reserveWork()
     {
@@ -266,7 +266,7 @@ private:
     Improvement improvement_;
     int threads_, count_;
     StoredFactor<T> factor_;
-    SupernodeParts parts_;
+    SubstitutionParts parts_;
     CallersMatrix<T> matrix_;
     T *b_, *x_;
 };

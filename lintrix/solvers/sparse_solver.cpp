@@ -59,7 +59,7 @@ SparseSolver::SparseSolver(const SparseMatrix& matrix)
     FillInReducingMethod(FillInReducingMethod::NestedDissection);
     RefinementSteps(2); // by contract 0, as any positive count
     PivotEpsilon(sym ? 1e-08 : 1e-13);
-    Compute4();
+    Compute4(_factorizationStrategy, _stoppingTolerance);
 }
 
 SparseSolver::SparseSolver(SparseSolver&&) noexcept = default;
@@ -183,23 +183,23 @@ void SparseSolver::MatrixType(Lintrix::MatrixType value) noexcept
 
 void SparseSolver::FactorizationStrategy(Lintrix::FactorizationStrategy value)
 {
+    Compute4(value, _stoppingTolerance);
     _factorizationStrategy = value;
-    Compute4();
 }
 
 void SparseSolver::StoppingTolerance(double value)
 {
+    Compute4(_factorizationStrategy, value);
     _stoppingTolerance = value;
-    Compute4();
 }
 
 /// 10*L + K: K chooses between a direct solve (0) and an iteration with the stored factors (1 unsymmetric, 2
 /// symmetric), which stops at 10^-L. In wrapping arithmetic: no tolerance is refused.
-void SparseSolver::Compute4()
+void SparseSolver::Compute4(Lintrix::FactorizationStrategy strategy, double tolerance)
 {
-    const bool always = _factorizationStrategy == FactorizationStrategy::ComputeAlways;
+    const bool always = strategy == FactorizationStrategy::ComputeAlways;
     const std::uint32_t K = always ? 0 : sym ? 2 : 1;
-    const std::int32_t L = _stoppingTolerance == 0.0 ? 0 : negativeExponent(_stoppingTolerance);
+    const std::int32_t L = tolerance == 0.0 ? 0 : negativeExponent(tolerance);
     session_.iparm(kIterativePath) = static_cast<std::int32_t>(static_cast<std::uint32_t>(L) * 10 + K);
 }
 

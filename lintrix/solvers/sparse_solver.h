@@ -50,8 +50,8 @@ public:
     /// @}
 
     /// @name Solving
-    /// Both return new objects, owned by the caller. Any member of the class raises InvalidOperationException
-    /// after release.
+    /// Both return new objects, owned by the caller. After release these and all writing of settings raise
+    /// InvalidOperationException; type, tolerances, strategy and state of the last run can still be read.
     /// @{
 
     /// X with A*X = rhnds: A.Rows() x nrhs in, A.Cols() x nrhs out. The first column goes with the
@@ -124,7 +124,7 @@ public:
     void Dispose() noexcept;
 
 private:
-    void Compute4();
+    void Compute4(Lintrix::FactorizationStrategy strategy, double tolerance);
     void refresh();
     void analyse(const double* b);
     void factorizeAndSolve(const double* b, double* x);

@@ -41,9 +41,11 @@ TEST(HybridPath, SolvesTheFactoredMatrixInOneIteration)
         EXPECT_EQ(call.iparm(7), 0);
         EXPECT_LT(call.scaledResidual(), 1e-12);
     }
-    Hybrid gradients(2, 62);
-    ASSERT_EQ(gradients.run(33), 0);
-    EXPECT_EQ(gradients.iparm(20), 2);
+    for (const int setting : {62, -62}) {
+        Hybrid gradients(2, setting);
+        ASSERT_EQ(gradients.run(33), 0);
+        EXPECT_EQ(gradients.iparm(20), 2) << "the count of gradients begins at 1";
+    }
 }
 
 TEST(HybridPath, KeepsTheFactorForASlightlyChangedMatrix)
@@ -61,6 +63,28 @@ TEST(HybridPath, KeepsTheFactorForASlightlyChangedMatrix)
             EXPECT_EQ(controlOf(call)[Word::HalfBudget], 51);
             EXPECT_LT(call.scaledResidual(), setting == 61 ? 1e-11 : 1e-6) << mtype << ' ' << setting;
         }
+    }
+}
+
+// 10^-L; without an L the default, whatever the call before had.
+TEST(HybridPath, StopsAtTheToleranceOfTheCall)
+{
+    for (const int kind : {1, 2}) {
+        Hybrid call(2, 30 + kind);
+        call.change(0.05);
+        int before = 0;
+        for (const auto& [exponent, tolerance] :
+             {std::pair(3, 1e-3), std::pair(6, 1e-6), std::pair(0, 1e-12)}) {
+            call.set(4, 10 * exponent + kind);
+            ASSERT_EQ(call.run(33), 0);
+            EXPECT_NEAR(controlOf(call)[Real::Tolerance] / tolerance, 1.0, 1e-12);
+            EXPECT_GT(call.iparm(20), before) << "more digits take more iterations";
+            before = call.iparm(20);
+            call.makeFactorDear();
+        }
+        call.set(4, 30 + kind);
+        ASSERT_EQ(call.run(33), 0);
+        EXPECT_LT(call.iparm(20), before);
     }
 }
 
@@ -167,12 +191,16 @@ TEST(HybridPath, IteratingFirstFactorizesOnlyAfterAFailure)
 // A new factor of a matrix without an inverse is no better than the old one, and a second is not tried.
 TEST(HybridPath, AFailureWithANewFactorIsAFailure)
 {
-    Hybrid call(11, 61);
-    std::fill(call.A.a.begin(), call.A.a.end(), std::nan(""));
-    const FactorizationCount factorizations;
-    EXPECT_EQ(call.run(23), -4);
-    EXPECT_EQ(factorizations.count(), 1);
-    EXPECT_LT(call.iparm(20), 0);
+    for (const int budget : {100, 4}) { // the factor is made after the iteration, or before it
+        Hybrid call(11, 61);
+        std::fill(call.A.a.begin(), call.A.a.end(), std::nan(""));
+        controlOf(call)[Word::IterationBudget] = budget;
+        const FactorizationCount factorizations;
+        EXPECT_EQ(call.run(23), -4);
+        EXPECT_EQ(factorizations.count(), 1);
+        EXPECT_EQ(call.iparm(20) % 10, -4);
+        EXPECT_EQ(call.iparm(30), -2) << "a breakdown";
+    }
 }
 
 TEST(HybridPath, ASequenceOfSlowlyChangingMatricesIsSolvedWithFewFactors)

@@ -72,6 +72,8 @@ const Mistake kMistakes[] = {
     {5, 22, [](EngineCall& call) { call.mtype = 2; }},
     {6, 22, [](EngineCall& call) { call.n = 3; }},
     {8, 22, [](EngineCall& call) { call.A.ia[4] = 4; }},
+    {8, 22, [](EngineCall& call) { --call.A.ia[4]; }}, // fewer than were analysed
+    {8, 33, [](EngineCall& call) { --call.A.ia[4]; }}, // as 23: there is no factor
     {9, 33, [](EngineCall& call) { call.nrhs = 0; }},
     {10, 22, [](EngineCall& call) { call.set(6, 2); }},
     {10, 22, [](EngineCall& call) { call.set(6, -1); }},

@@ -3,6 +3,7 @@
 #include <lintrix/engine/conjugate_gradient.h>
 #include <lintrix/engine/conjugate_gradient_squared.h>
 
+#include "tests/engine/log_recorder.h"
 #include "tests/engine/stored_system.h"
 
 #include <cmath>
@@ -207,6 +208,43 @@ TEST(IterationStatuses, WhatIsNoNumberIsABreakdownAndNeverASuccess)
     const Preconditioner<double> broken = times({1, 1, std::nan(""), 1});
     EXPECT_EQ(system.run(squared<double>, broken).status, IterationStatus::Breakdown);
     EXPECT_EQ(system.run(gradient<double>, broken).status, IterationStatus::Breakdown);
+}
+
+// What is logged, letter by letter. The identity with half of it as preconditioner: a start at twice the
+// solution is left with a residual of its own size, and one iteration solves it.
+
+TEST(IterationLog, OfGradientsTellsToleranceAndResidualThenEachNumber)
+{
+    const LogRecorder log;
+    Small system{.b = {0.5, 0.5}};
+    ASSERT_EQ(system.run(gradient<double>, times({0.5, 0.5})).told(), 3);
+    constexpr const char* step = "(' cg-iteration:',f4.0,e12.3)";
+    EXPECT_EQ(log.lines(),
+              (std::vector<LogLine>{
+                  {"(' cg-iteration:',2e12.3)", {1e-6, std::sqrt(0.5)}}, {step, {2, 0.25}}, {step, {3, 0}}}));
+}
+
+TEST(IterationLog, OfTheSquaredFormTellsItsStartThenEachNumber)
+{
+    const LogRecorder log;
+    Small system{.b = {0.5, 0.5}};
+    ASSERT_EQ(system.run(squared<double>, times({0.5, 0.5})).told(), 2);
+    EXPECT_EQ(log.lines(), (std::vector<LogLine>{{"(' cgs-init:',f4.0,2(e12.3))", {1, 1e-6, 0.5}},
+                                                 {"(' cgs-iteration:',f4.0,e12.3)", {2, 0}}}));
+}
+
+TEST(IterationLog, OfComplexElementsHasItsOwnFormat)
+{
+    using T = std::complex<double>;
+    const LogRecorder log;
+    const std::vector<int> ia{1, 2}, ja{1};
+    const std::vector<T> a{1.0}, b{0.5};
+    std::vector<T> x{1.0};
+    const OwnedOperator<T> op({1, ia.data(), ja.data(), a.data(), Storage::General, false}, 1);
+    const Preconditioner<T> half = [](const T* r, T* z) { *z = 0.5 * *r; };
+    ASSERT_EQ(squared<T>({op.view, half, b.data(), x.data(), 1, 1}, kTerms).told(), 2);
+    ASSERT_EQ(log.lines().size(), 2U);
+    EXPECT_EQ(log.lines()[1], (LogLine{"(' cgs-iteration:',f3.0,e12.3)", {2, 0}}));
 }
 
 // One right-hand side is solved at once, or is 0; the others go on.

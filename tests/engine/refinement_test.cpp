@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/refinement.h>
 
+#include "tests/engine/log_recorder.h"
 #include "tests/engine/stored_system.h"
 
 namespace Velmar::Lintrix::testing {
@@ -54,6 +55,13 @@ TEST(RefinementRules, ContractionGoesOnToTheLimit)
     EXPECT_EQ(system.refineKeeping(7, 0.5).steps, 7);
 }
 
+TEST(RefinementRules, ContractionIsToLessThanNineTenths)
+{
+    Identity contracts, stagnates;
+    EXPECT_EQ(contracts.refineKeeping(9, 0.89).steps, 9);
+    EXPECT_EQ(stagnates.refineKeeping(9, 0.91).steps, 4);
+}
+
 TEST(RefinementRules, AStagnantResidualGetsThreeStepsAndStopsInTheFourth)
 {
     for (const int limit : {5, -5, 100, -2147483647 - 1}) {
@@ -91,6 +99,22 @@ TEST(RefinementRules, NoContractionAndASolutionThatStillChangesIsAFailure)
     }
 }
 
+// Each step moves a component away from where it belongs; the last by a share of what it then is.
+TEST(RefinementRules, ALastChangeOfMoreThanHalfTheSolutionIsTheFailure)
+{
+    for (const double share : {0.4, 0.6}) {
+        Identity system;
+        system.b = {1, 0, 0, 0};
+        int calls = 0;
+        const Refinement done = system.refineWith(9, [&](const double*, double* out) {
+            std::fill_n(out, Identity::n, 0.0);
+            out[3] = ++calls < 4 ? (1 - share) / 3 : share;
+        });
+        EXPECT_EQ(done.steps, 4);
+        EXPECT_EQ(done.failure.internal, share > 0.5 ? -112 : 0);
+    }
+}
+
 // Twice the first residual is what the second is compared with.
 TEST(RefinementRules, AStartWorseThanNothingIsForgivenOnce)
 {
@@ -111,6 +135,43 @@ TEST(RefinementRules, RightHandSidesOfZerosStopByCount)
         EXPECT_FALSE(done.failure);
         EXPECT_EQ(system.x, (std::vector<double>(4, 0.0)));
     }
+}
+
+// What is logged, letter by letter.
+
+TEST(RefinementLog, TellsResidualAndChangeOfEachStep)
+{
+    const LogRecorder log;
+    Identity system;
+    system.refineKeeping(2, 0.5);
+    constexpr const char* format = "(' ref_it:',f3.0,' rel res',e12.3,' rel err',e12.3)";
+    EXPECT_EQ(log.lines(), (std::vector<LogLine>{{format, {1, 1, 1}}, {format, {2, 0.5, 2.5 / 7.5}}}));
+}
+
+TEST(RefinementLog, OfZeroRightHandSidesOrSolutionsTellsTheSumsThemselves)
+{
+    constexpr const char *change = "(' ref_it:',f3.0,' sumdx,sumx',2e12.3)",
+                         *residual = "(' ref_it:',f3.0,' sumres,sumrhs',2e12.3)";
+    const LogRecorder log;
+    Identity zero;
+    zero.b = {0, 0, 0, 0};
+    zero.refineKeeping(1, 0.5);
+    EXPECT_EQ(log.lines(), (std::vector<LogLine>{{change, {1, 0, 0}}, {residual, {1, 0, 0}}}));
+    log.lines().clear();
+    Identity stagnant; // x stays 0
+    stagnant.refineKeeping(1, 1.0);
+    EXPECT_EQ(log.lines(), (std::vector<LogLine>{{change, {1, 0, 0}}, {residual, {1, 10, 10}}}));
+}
+
+TEST(RefinementLog, WarnsOfAFirstResidualAboveTheRightHandSide)
+{
+    const LogRecorder log;
+    Identity system;
+    system.x = {-40, -30, -20, -10};
+    system.refineKeeping(2, 0.0);
+    ASSERT_EQ(log.lines().size(), 3U);
+    EXPECT_EQ(log.lines()[1],
+              (LogLine{"('*** warning ref_it:',f3.0,' sumres,sumrhs',2e12.3)", {1, 110, 10}}));
 }
 
 template <class T>

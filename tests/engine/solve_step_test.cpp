@@ -308,6 +308,26 @@ TEST(SolveWorkSpace, IsKeptForTheNextCall)
     EXPECT_EQ(call.pt[10], nullptr);
 }
 
+template <class T>
+void holdsTheToldVectors(int mtype, int extendedVectors)
+{
+    SolveCall<T> call(systemOf<T>(gridShape(9, 9, 1), mtype), 3);
+    for (const auto& [limit, vectors] : {std::pair(1, 2), std::pair(-1, extendedVectors)}) {
+        call.set(8, limit);
+        ASSERT_EQ(call.run(13), 0);
+        const ControlBlock& control = Handle(call.pt.data()).control();
+        const std::int64_t least =
+            (std::int64_t{vectors} * call.A.n + 2 * control[WideWord::LargestUpdate]) * 3;
+        EXPECT_GE(control[WideWord::IterationWorkBytes], least * std::int64_t{sizeof(T)});
+    }
+}
+
+TEST(SolveWorkSpace, OfRefinementHoldsTheToldVectorsAndTheLargestUpdateTwice)
+{
+    holdsTheToldVectors<double>(-2, 4);
+    holdsTheToldVectors<std::complex<double>>(6, 5);
+}
+
 TEST(SolveWorkSpace, TooManyRightHandSidesAreMemoryThatIsNotThere)
 {
     SolveCall<double> call(systemOf<double>(gridShape(9, 9, 1), 11));

@@ -8,6 +8,7 @@
 #include "tests/support/failing_allocator.h"
 #include "tests/support/files.h"
 
+#include <lintrix/sparse/access.h>
 #include <lintrix/sparse/matrix_market.h>
 
 #include <gmock/gmock.h>
@@ -21,6 +22,7 @@
 namespace Velmar::Lintrix::testing {
 namespace {
 
+using detail::SparseAccess;
 using ::testing::ElementsAre;
 
 constexpr double kRounding = 1e-14; // of a scaled residual
@@ -143,6 +145,96 @@ TEST(SparseSolverSystems, ADiagonalMatrixIsSolvedAndWhatItBecomesIsNotTakenForSo
     EXPECT_EQ(solver.Status(), SolverStatus::InputInconsistent);
 }
 
+TEST(SparseSolverSystems, ZeroRightHandSidesHaveZeroSolutionsAloneAndAmongOthers)
+{
+    for (const auto strategy :
+         {FactorizationStrategy::ComputeWhenNeeded, FactorizationStrategy::ComputeAlways}) {
+        for (const double wind : {0.0, 0.4}) {
+            const SparseMatrix A = gridMatrix(12, wind);
+            SparseSolver solver(A);
+            solver.FactorizationStrategy(strategy);
+            EXPECT_EQ(largest(solver.Solve(Vector(A.Rows()))), 0.0);
+            Matrix B(A.Rows(), 20);
+            for (int j = 0; j < 20; j += 2) {
+                for (int i = 0; i < A.Rows(); ++i) B(i, j) = 1.0 + i % (j + 2);
+            }
+            const Matrix X = solver.Solve(B);
+            for (int j = 0; j < 20; ++j) {
+                const Vector b = B.ColVector(j), x = X.ColVector(j);
+                if (j % 2 == 0)
+                    EXPECT_LT(scaledResidual(A, x, b), kRounding) << j;
+                else
+                    EXPECT_EQ(largest(x), 0.0) << j;
+            }
+        }
+    }
+}
+
+TEST(SparseSolverSystems, AFactorThatNoLongerServesIsReplacedWithinTheCall)
+{
+    for (const double wind : {0.0, 0.4}) {
+        EngineRecorder engine(true);
+        SparseMatrix A = gridMatrix(25, wind);
+        SparseSolver solver(A);
+        const Vector b = someVector(A.Rows());
+        solver.Solve(b);
+        for (int i = 0; i < A.Rows(); ++i) A.Item(i, i, 4.0 + 1e6 * (i % 7));
+        EXPECT_LT(scaledResidual(A, solver.Solve(b), b), kGrowth);
+        EXPECT_EQ(solver.Status(), SolverStatus::Success);
+        EXPECT_THAT(engine.phases(), ElementsAre(11, 23, 23));
+    }
+}
+
+// The pattern is the caller's duty: what was analysed is factorized, and the iteration sees the matrix.
+TEST(SparseSolverSystems, AMatrixThatHasGrownIsNotAnalysedAgain)
+{
+    EngineRecorder engine(true);
+    SparseMatrix A = gridMatrix(10, 0.4);
+    SparseSolver solver(A);
+    const Vector b = someVector(A.Rows());
+    solver.Solve(b);
+    const int before = A.NumElements();
+    A.Item(3, 70, 1e-9); // an element more, and all behind it have moved
+    ASSERT_EQ(A.NumElements(), before + 1);
+    try {
+        solver.Solve(b);
+    } catch (const OperationFailedException&) {
+        EXPECT_EQ(solver.Status(), SolverStatus::ZeroPivot);
+    }
+    EXPECT_THAT(engine.phases(), ElementsAre(11, 23, 23));
+    EXPECT_EQ(engine.calls.back().a, SparseAccess::values(A));
+}
+
+TEST(SparseSolverSystems, AMatrixThatHasLostElementsIsRefusedWhereAFactorIsMade)
+{
+    SparseMatrix A = gridMatrix(10, 0.4);
+    SparseSolver solver(A);
+    solver.FactorizationStrategy(FactorizationStrategy::ComputeAlways);
+    const Vector b = someVector(A.Rows());
+    solver.Solve(b);
+    A = SparseMatrix(100, 100);
+    for (int i = 0; i < 100; ++i) A.Item(i, i, 2.0);
+    A.Item(0, 1, 1.0);
+    expectFailure<OperationFailedException>([&] { solver.Solve(b); }, kFactorizationFailed);
+    EXPECT_EQ(solver.Status(), SolverStatus::InputInconsistent);
+    A = gridMatrix(10, 0.4);
+    EXPECT_LT(scaledResidual(A, solver.Solve(b), b), kRounding);
+}
+
+TEST(SparseSolverSystems, TheSymmetricFlagCountsWhenTheSolverIsMade)
+{
+    SparseMatrix A = gridMatrix(10);
+    const Vector b = someVector(A.Rows());
+    SparseSolver solver(A);
+    const Vector x = solver.Solve(b);
+    A.Symmetric(false);
+    EXPECT_EQ(solver.MatrixType(), MatrixType::Indefinite);
+    EXPECT_EQ(largest(solver.Solve(b) - x), 0.0);
+    SparseSolver upper(A); // now the triangle is the matrix
+    EXPECT_EQ(upper.MatrixType(), MatrixType::Unsymmetric);
+    EXPECT_LT(scaledResidual(A, upper.Solve(b), b), kRounding);
+}
+
 // --- Failures ---
 
 TEST(SparseSolverSystems, AnIndefiniteMatrixIsNoPositiveDefiniteOneAndTheTypeCanBeChanged)
@@ -254,6 +346,23 @@ TEST(SparseSolverSystems, AfterAStopTheSolverIsUsableAgain)
             EXPECT_THAT(engine.phases(), ElementsAre(11, 23, 23));
         }
     }
+}
+
+TEST(SparseSolverSystems, AStopWhileAFactorIsReplacedLeavesTheSolverUsable)
+{
+    SparseMatrix A = gridMatrix(25, 0.4);
+    SparseSolver solver(A);
+    const Vector b = someVector(A.Rows());
+    solver.Solve(b);
+    for (int i = 0; i < A.Rows(); ++i) A.Item(i, i, 4.0 + 1e6 * (i % 7));
+    int heard = -1;
+    solver.Progress([&heard](int percent) { return (heard = percent) < 50; });
+    expectFailure<OperationFailedException>([&] { solver.Solve(b); }, kFactorizationFailed);
+    EXPECT_TRUE(solver.Stopped());
+    EXPECT_GE(heard, 50);
+    solver.Progress({});
+    EXPECT_LT(scaledResidual(A, solver.Solve(b), b), kGrowth);
+    EXPECT_FALSE(solver.Stopped());
 }
 
 TEST(SparseSolverSystems, WhatTheListenerThrowsStopsTheRunAndIsThrownOn)

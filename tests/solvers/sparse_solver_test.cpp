@@ -266,6 +266,34 @@ TEST(SparseSolver, TheEngineGetsTheArraysAsTheyStand)
     EXPECT_NE(last.ja, SparseAccess::columns(A));
 }
 
+TEST(SparseSolver, AGrownMatrixIsHandedOverAsItStandsAndNotAnalysedAgain)
+{
+    EngineRecorder engine;
+    SparseMatrix A = general();
+    SparseSolver solver(A);
+    solver.Solve(Vector(3));
+    for (int j = 0; j < 3; ++j) A.Item(1, j, 7.0 + j);
+    solver.Solve(Matrix(3, 2));
+    EXPECT_THAT(engine.phases(), ElementsAre(11, 23, 23, 33));
+    const EngineCall& call = engine.calls[2];
+    EXPECT_EQ(call.a, SparseAccess::values(A));
+    EXPECT_EQ(call.ia, SparseAccess::rowPointers(A));
+    EXPECT_EQ(call.ja, SparseAccess::columns(A));
+    EXPECT_EQ(call.ia[3], 8);
+}
+
+TEST(SparseSolver, TheSymmetricFlagIsReadOnce)
+{
+    EngineRecorder engine;
+    SparseMatrix A = symmetric();
+    SparseSolver solver(A);
+    A.Symmetric(false);
+    solver.StoppingTolerance(1e-4);
+    const EngineCall call = callOf(solver, engine);
+    EXPECT_EQ(call.mtype, -2);
+    EXPECT_EQ(call.iparm(4), 42);
+}
+
 TEST(SparseSolver, ANonSquareMatrixIsRefusedByTheHardenedBuildOnly)
 {
     EngineRecorder engine;
@@ -363,6 +391,35 @@ TEST(SparseSolver, AFailingAllocationLeavesNothingBehind)
     EXPECT_EQ(std::ranges::count(engine.calls, 11, &EngineCall::phase), 1);
 }
 
+// --- Progress ---
+
+/// In the engine's place: tells the listener twice, whatever it answers, and fails if it wanted to stop.
+void tellTwice(void**, const int&, const int&, const int&, const int& phase, const int&, const void*, int*,
+               int*, int*, const int&, int*, const int&, void*, void*, int& error)
+{
+    const PardisoProgress callback = PardisoProgressScope::current();
+    error = 0;
+    for (int percent = 0; phase == 23 && percent < 2; ++percent) {
+        if (callback.call(callback.context, 0, percent, "", 0) != 0) error = -4;
+    }
+}
+
+TEST(SparseSolver, AListenerThatHasStoppedTheRunIsNotToldAgain)
+{
+    const EngineRecorder restoresTheEngine;
+    detail::engineEntry() = tellTwice;
+    const SparseMatrix A = general();
+    SparseSolver solver(A);
+    int told = 0;
+    solver.Progress([&told](int percent) {
+        ++told;
+        return percent > 0; // would go on after all
+    });
+    EXPECT_THROW(solver.Solve(Vector(3)), OperationFailedException);
+    EXPECT_EQ(told, 1);
+    EXPECT_TRUE(solver.Stopped());
+}
+
 // --- Life ---
 
 TEST(SparseSolver, ReleaseHappensOnceHoweverOftenItIsAskedFor)
@@ -397,7 +454,38 @@ TEST(SparseSolver, AfterReleaseEveryUseIsRefused)
     expectFailure<InvalidOperationException>([&] { solver.Solve(Vector(3)); }, kReleased);
     expectFailure<InvalidOperationException>([&] { solver.Solve(Matrix(3, 1)); }, kReleased);
     expectFailure<InvalidOperationException>([&] { solver.RefinementSteps(); }, kReleased);
+    expectFailure<InvalidOperationException>([&] { solver.RefinementSteps(-1); }, kReleased);
+    expectFailure<InvalidOperationException>([&] { solver.FillInReducingMethod(); }, kReleased);
+    expectFailure<InvalidOperationException>(
+        [&] { solver.FillInReducingMethod(FillInReducingMethod::MinimumDegree); }, kReleased);
     expectFailure<InvalidOperationException>([&] { solver.PivotEpsilon(1e-9); }, kReleased);
+    expectFailure<InvalidOperationException>([&] { solver.StoppingTolerance(1e-9); }, kReleased);
+    expectFailure<InvalidOperationException>(
+        [&] { solver.FactorizationStrategy(FactorizationStrategy::ComputeAlways); }, kReleased);
+}
+
+TEST(SparseSolver, AfterReleaseWhatIsKeptBesideTheEngineIsStillRead)
+{
+    const SparseMatrix A = general();
+    SparseSolver solver(A);
+    solver.Dispose();
+    EXPECT_THROW(solver.PivotEpsilon(1e-9), InvalidOperationException);
+    EXPECT_THROW(solver.StoppingTolerance(1e-9), InvalidOperationException);
+    EXPECT_EQ(solver.PivotEpsilon(), 1e-13);
+    EXPECT_EQ(solver.StoppingTolerance(), 1e-06) << "a refused value is not kept";
+    EXPECT_EQ(solver.FactorizationStrategy(), FactorizationStrategy::ComputeWhenNeeded);
+    EXPECT_EQ(solver.MatrixType(), MatrixType::Unsymmetric);
+    EXPECT_EQ(solver.Status(), SolverStatus::Success);
+    EXPECT_FALSE(solver.Stopped());
+}
+
+TEST(SparseSolver, AfterReleaseAWrongSizeIsStillToldFirst)
+{
+    const SparseMatrix A = general();
+    SparseSolver solver(A);
+    solver.Dispose();
+    EXPECT_THROW(solver.Solve(Vector(2)), InvalidSizeException);
+    EXPECT_THROW(solver.Solve(Matrix(2, 2)), SizeMismatchException);
 }
 
 TEST(SparseSolver, AMovedSolverTakesHandleAndAnalysisAlong)

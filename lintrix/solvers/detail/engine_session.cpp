@@ -43,6 +43,7 @@ struct EngineSession::Hearing {
     static int hear(void* context, int, int percent, const char*, int) noexcept
     {
         Hearing& hearing = *static_cast<Hearing*>(context);
+        if (hearing.stopped) return 1; // threads that were on their way are not told again
         try {
             hearing.stopped = !hearing.listener(percent);
         } catch (...) {
