@@ -84,7 +84,6 @@ public:
     }
 
     explicit operator bool() const { return indexOf_ && rows_ && buffer_ && scaled_; }
-    std::int64_t missingBytes() const { return engine::missingBytes(indexOf_, rows_, buffer_, scaled_); }
     PivotCounts pivots() const { return pivots_; }
 
     void work(int thread)
@@ -314,7 +313,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
         if (worker) {
             worker.work(omp_get_thread_num());
         } else {
-            team.fail(outOfMemory(BlockCode::RealWork, worker.missingBytes()));
+            team.fail({Error::Numeric, -2});
         }
 #pragma omp critical(lintrix_engine_pivots)
         pivots += worker.pivots();

@@ -1,5 +1,6 @@
 #include <lintrix/engine/panel_solve.h>
 
+#include <lintrix/engine/pivot_pair.h>
 #include <lintrix/engine/scalar.h>
 #include <lintrix/services/blas.h>
 
@@ -104,12 +105,8 @@ void divideByPivots(const T* block, int ld, int w, const int* exchange, bool her
         if (d.size == 1) {
             scale(first, T(1) / d.d0, m);
         } else {
-            const T inverse = T(1) / (product(d.d0, d.d1) - product(d.lower, d.upper));
-            for (int i = 0; i < m; ++i) { // (a b)*inv(D)
-                const T a = first[i], b = second[i];
-                first[i] = product(product(a, d.d1) - product(b, d.lower), inverse);
-                second[i] = product(product(b, d.d0) - product(a, d.upper), inverse);
-            }
+            const PivotPair<T> pair(d.d0, d.lower, d.upper, d.d1);
+            for (int i = 0; i < m; ++i) pair.divideRow(first[i], second[i]);
         }
         j += d.size;
     }

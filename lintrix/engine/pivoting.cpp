@@ -1,5 +1,7 @@
 #include <lintrix/engine/pivoting.h>
 
+#include <lintrix/engine/pivot_pair.h>
+
 #include <algorithm>
 #include <complex>
 #include <cstddef>
@@ -94,6 +96,18 @@ void exchange(const Block<T>& a, int k, Place with)
     if (with.column != k) std::swap_ranges(a.column(k), a.column(k) + a.width(), a.column(with.column));
 }
 
+// Complex numbers are multiplied by the inverse, which a quotient of theirs would find each time anew.
+template <class T>
+void divide(T* cells, int count, T by)
+{
+    if constexpr (kIsComplex<T>) {
+        const T inverse = T(1) / by;
+        for (int i = 0; i < count; ++i) cells[i] = product(cells[i], inverse);
+    } else {
+        for (int i = 0; i < count; ++i) cells[i] /= by;
+    }
+}
+
 // Column k becomes L's; the rest of the block loses the product of column and row k. Returns the column where
 // the largest magnitude is now.
 template <class T>
@@ -101,8 +115,7 @@ Champion<T> eliminate(const Block<T>& a, int k)
 {
     const int behind = k + 1, count = a.width() - behind;
     T* const l = a.column(k) + behind;
-    const T inverse = T(1) / a(k, k);
-    for (int i = 0; i < count; ++i) l[i] = product(l[i], inverse);
+    divide(l, count, a(k, k));
     Champion<T> champion{0, behind};
     for (int j = behind; j < a.width(); ++j) {
         T* const column = a.column(j) + behind;
@@ -152,36 +165,33 @@ void eliminateOne(const Block<T>& a, int k, bool hermitian)
     for (int i = k + 1; i < a.width(); ++i) l[i] = product(l[i], inverse);
 }
 
-// A 2 x 2 pivot at k, k + 1. With D = (d0 conj(o); o d1), columns (x, y) become (x, y)*inv(D).
 template <class T>
-void eliminateTwo(const Block<T>& a, int k, bool hermitian)
+PivotPair<T> pairAt(const Block<T>& a, int k, bool hermitian)
+{
+    const T off = a(k + 1, k);
+    return PivotPair<T>(a(k, k), off, conjugate(off, hermitian), a(k + 1, k + 1));
+}
+
+// A 2 x 2 pivot D at k, k + 1: columns (x, y) become (x, y)*inv(D), the lower triangle behind is updated.
+template <class T>
+void eliminateTwo(const Block<T>& a, int k, const PivotPair<T>& pair, bool hermitian)
 {
     T *const x = a.column(k), *const y = a.column(k + 1);
-    const T d0 = x[k], off = x[k + 1], d1 = y[k + 1], mirrored = conjugate(off, hermitian);
-    const T determinant = product(d0, d1) - product(off, mirrored);
     for (int j = k + 2; j < a.width(); ++j) {
         T* const column = a.column(j);
-        const T xj = conjugate(x[j], hermitian), yj = conjugate(y[j], hermitian);
-        // inv(D) times the conjugated row j of (x, y)
-        const T first = (product(d1, xj) - product(mirrored, yj)) / determinant;
-        const T second = (product(d0, yj) - product(off, xj)) / determinant;
+        T first = conjugate(x[j], hermitian), second = conjugate(y[j], hermitian);
+        pair.divideColumn(first, second);
         for (int i = j; i < a.width(); ++i) column[i] -= product(x[i], first) + product(y[i], second);
     }
-    for (int i = k + 2; i < a.width(); ++i) {
-        const T xi = x[i], yi = y[i];
-        x[i] = (product(d1, xi) - product(off, yi)) / determinant;
-        y[i] = (product(d0, yi) - product(mirrored, xi)) / determinant;
-    }
-    x[k + 1] = T(0);
-    y[k] = off;
+    for (int i = k + 2; i < a.width(); ++i) pair.divideRow(x[i], y[i]);
+    y[k] = std::exchange(x[k + 1], T(0));
 }
 
 template <class T>
-void countSignsOfTwo(T d0, T off, T d1, bool signsMean, PivotCounts& counts)
+void countSignsOfTwo(T d0, const PivotPair<T>& pair, bool signsMean, PivotCounts& counts)
 {
     if (!signsMean) return;
-    const RealOf<T> square = realPart(product(off, conjugate(off)));
-    if (realPart(d0) * realPart(d1) < square) {
+    if (pair.hasNegativeDeterminant()) {
         ++counts.positive;
         ++counts.negative;
     } else {
@@ -216,7 +226,7 @@ Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
     R e = 0;                                            // largest off the diagonal in row r
     for (int j = k; j < r; ++j) e = std::max(e, magnitude(a(r, j)));
     for (int i = r + 1; i < w; ++i) e = std::max(e, magnitude(a(i, r)));
-    if (d * e >= alpha * c * c) return {1, k, false};
+    if (d / c * e >= alpha * c) return {1, k, false}; // d*e >= alpha*c*c, whose factors may pass all numbers
     if (magnitude(a(r, r)) >= alpha * e) return {1, r, false};
     return {2, r, false};
 }
@@ -285,8 +295,9 @@ PivotCounts pivotBunchKaufman(T* block, int ld, int w, double eps, bool hermitia
             if (hermitian) a(k + 1, k + 1) = T(realPart(a(k + 1, k + 1)));
             exchanges[k] = -(k + 1);
             exchanges[k + 1] = -(pivot.partner + 1);
-            countSignsOfTwo(a(k, k), a(k + 1, k), a(k + 1, k + 1), signsMean, counts);
-            eliminateTwo(a, k, hermitian);
+            const PivotPair<T> pair = pairAt(a, k, hermitian);
+            countSignsOfTwo(a(k, k), pair, signsMean, counts);
+            eliminateTwo(a, k, pair, hermitian);
         }
         k += pivot.size;
     }

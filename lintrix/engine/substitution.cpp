@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/substitution.h>
 
+#include <lintrix/engine/pivot_pair.h>
 #include <lintrix/engine/scalar.h>
 #include <lintrix/engine/substitution_kernel.h>
 
@@ -31,18 +32,6 @@ void divide(T by, T* values, int sides)
     std::transform(values, values + sides, values, [=](T value) { return product(value, inverse); });
 }
 
-// (a b) := inv(D)*(a b) with D = (d0 upper; lower d1).
-template <class T>
-void divideByPair(T d0, T d1, T lower, T upper, T* a, T* b, int sides)
-{
-    const T inverse = T(1) / (product(d0, d1) - product(lower, upper));
-    for (int c = 0; c < sides; ++c) {
-        const T x = a[c], z = b[c];
-        a[c] = product(product(d1, x) - product(upper, z), inverse);
-        b[c] = product(product(d0, z) - product(lower, x), inverse);
-    }
-}
-
 template <class T>
 void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
 {
@@ -60,7 +49,8 @@ void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>&
             continue;
         }
         const T lower = block[j + ld * (j + 1)], upper = conjugate(lower, factor.hermitian);
-        divideByPair(d0, block[j + 1 + ld * (j + 1)], lower, upper, own, own + y.count, y.count);
+        const PivotPair<T> pair(d0, lower, upper, block[j + 1 + ld * (j + 1)]);
+        for (int c = 0; c < y.count; ++c) pair.divideColumn(own[c], own[y.count + c]);
         j += 2;
     }
 }
