@@ -2,6 +2,7 @@
 /// @file
 /// How far the factorization has come, told to a listener that may stop it.
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
@@ -28,9 +29,7 @@ public:
     {
         const std::int64_t sum = done_.fetch_add(done, std::memory_order_relaxed) + done;
         const auto percent =
-            static_cast<int>(99.0 < 100.0 * static_cast<double>(sum) / static_cast<double>(total_)
-                                 ? 99.0
-                                 : 100.0 * static_cast<double>(sum) / static_cast<double>(total_));
+            static_cast<int>(std::min(99.0, 100.0 * static_cast<double>(sum) / static_cast<double>(total_)));
         if (percent <= told_.load(std::memory_order_relaxed)) return true;
         const std::lock_guard lock(telling_);
         return percent <= told_.load(std::memory_order_relaxed) || tell(thread, percent);

@@ -148,6 +148,27 @@ TEST(FactorFailure, OfOneFactorLeavesTheOthers)
     EXPECT_EQ(call.x, x);
 }
 
+// What is asked for beside the factor is given back before the end.
+TEST(FactorMemory, OfARepeatedFactorizationIsThatOfTheFirst)
+{
+    SlotRecorder recorder;
+    EngineCall call(tridiagonal(80), 11);
+    ASSERT_EQ(call.run(11), 0);
+    const auto requests = [&](int phase) {
+        recorder.calls();
+        EXPECT_EQ(call.run(phase), 0);
+        const auto calls = recorder.calls();
+        const auto released = std::count(calls.begin(), calls.end(), "free");
+        return std::pair(static_cast<std::ptrdiff_t>(calls.size()) - released, released);
+    };
+    const auto [asked, released] = requests(22);
+    EXPECT_EQ(asked, released + 2); // the factor and its exchanges stay
+    EXPECT_EQ(requests(22), std::pair(released, released));
+    call.mnum = 1;
+    EXPECT_EQ(call.run(0), 0);
+    EXPECT_EQ(requests(22), std::pair(asked, released));
+}
+
 // Every exact zero is perturbed in these types: there is nothing to fail at.
 TEST(FactorFailure, OfAZeroPivotIsNoneWherePivotsArePerturbed)
 {

@@ -153,6 +153,28 @@ TYPED_TEST(FactorMatrices, WithOneColumnSupernodesTakeTheSameSteps)
     }
 }
 
+// Types that neither perturb nor look beyond the block: the system is solved, or the column is told.
+TYPED_TEST(FactorMatrices, OfSaddlePointsAreSolvedOrRefusedWithTheirColumn)
+{
+    using T = TypeParam;
+    for (const int mtype : kIsComplex<T> ? std::vector{3, 4} : std::vector{1, 2}) {
+        for (const int threads : {1, 2}) {
+            const ThreadSetting setting(threads, 0);
+            SolveCall<T> call(systemOf<T>(saddleShape(), mtype));
+            call.set(8, 2);
+            const int error = call.run(13);
+            if (error == 0) {
+                EXPECT_TRUE(mtype == 1 || mtype == 3) << "it is not positive definite";
+                EXPECT_LT(call.scaledResidual(), kResidualLimit<T>);
+            } else {
+                EXPECT_EQ(error, -4);
+                EXPECT_GE(call.iparm(30), 1);
+                EXPECT_LE(call.iparm(30), call.A.n);
+            }
+        }
+    }
+}
+
 // Nothing in the way of a factor squares an entry, whose square might be no number.
 TYPED_TEST(FactorMatrices, OfLargeEntriesAreSolvedLikeOthers)
 {
