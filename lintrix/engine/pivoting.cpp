@@ -127,85 +127,25 @@ Champion<T> eliminate(const Block<T>& a, int k)
     return champion;
 }
 
-// Exchanges rows and columns k < r of a matrix of which the lower triangle is kept: L's rows so far, and what
-// is still to do.
-template <class T>
-void exchangeSymmetrically(const Block<T>& a, int k, int r, bool hermitian)
-{
-    if (k == r) return;
-    for (int j = 0; j < k; ++j) std::swap(a(k, j), a(r, j));
-    std::swap(a(k, k), a(r, r));
-    for (int i = k + 1; i < r; ++i) {
-        const T kept = conjugate(a(i, k), hermitian);
-        a(i, k) = conjugate(a(r, i), hermitian);
-        a(r, i) = kept;
-    }
-    a(r, k) = conjugate(a(r, k), hermitian);
-    for (int i = r + 1; i < a.width(); ++i) std::swap(a(i, k), a(i, r));
-}
-
-template <class T>
-void countSign(T pivot, bool signsMean, PivotCounts& counts)
-{
-    if (!signsMean) return;
-    ++(isNegative(pivot) ? counts.negative : counts.positive);
-}
-
-// A 1 x 1 pivot at k: column k becomes L's, the lower triangle behind it is updated.
-template <class T>
-void eliminateOne(const Block<T>& a, int k, bool hermitian)
-{
-    T* const l = a.column(k);
-    const T inverse = T(1) / l[k];
-    for (int j = k + 1; j < a.width(); ++j) {
-        T* const column = a.column(j);
-        const T factor = product(conjugate(l[j], hermitian), inverse);
-        for (int i = j; i < a.width(); ++i) column[i] -= product(l[i], factor);
-    }
-    for (int i = k + 1; i < a.width(); ++i) l[i] = product(l[i], inverse);
-}
-
-template <class T>
-PivotPair<T> pairAt(const Block<T>& a, int k, bool hermitian)
-{
-    const T off = a(k + 1, k);
-    return PivotPair<T>(a(k, k), off, conjugate(off, hermitian), a(k + 1, k + 1));
-}
-
-// A 2 x 2 pivot D at k, k + 1: columns (x, y) become (x, y)*inv(D), the lower triangle behind is updated.
-template <class T>
-void eliminateTwo(const Block<T>& a, int k, const PivotPair<T>& pair, bool hermitian)
-{
-    T *const x = a.column(k), *const y = a.column(k + 1);
-    for (int j = k + 2; j < a.width(); ++j) {
-        T* const column = a.column(j);
-        T first = conjugate(x[j], hermitian), second = conjugate(y[j], hermitian);
-        pair.divideColumn(first, second);
-        for (int i = j; i < a.width(); ++i) column[i] -= product(x[i], first) + product(y[i], second);
-    }
-    for (int i = k + 2; i < a.width(); ++i) pair.divideRow(x[i], y[i]);
-    y[k] = std::exchange(x[k + 1], T(0));
-}
-
-template <class T>
-void countSignsOfTwo(T d0, const PivotPair<T>& pair, bool signsMean, PivotCounts& counts)
-{
-    if (!signsMean) return;
-    if (pair.hasNegativeDeterminant()) {
-        ++counts.positive;
-        ++counts.negative;
-    } else {
-        (isNegative(d0) ? counts.negative : counts.positive) += 2;
-    }
-}
-
-// What the test of Bunch and Kaufman says about step k.
+// What is taken as a pivot at step k.
 struct Pivot {
-    int size;    // 1 or 2
-    int partner; // of k in a 1 x 1 pivot, of k + 1 in a 2 x 2 one
-    bool isTiny; // the whole column is
+    int size;       // 1 or 2
+    int partner;    // of k in a 1 x 1 pivot, of k + 1 in a 2 x 2 one
+    bool mayBeTiny; // it is perturbed then
 };
 
+// The last of the largest on the diagonal.
+template <class T>
+Pivot chooseOnDiagonal(const Block<T>& a, int k, RealOf<T> /*eps*/)
+{
+    int r = k;
+    for (int i = k; i < a.width(); ++i) {
+        if (magnitude(a(i, i)) >= magnitude(a(r, r))) r = i;
+    }
+    return {1, r, true};
+}
+
+// The test of Bunch and Kaufman.
 template <class T>
 Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
 {
@@ -213,7 +153,7 @@ Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
     constexpr R alpha = static_cast<R>(0.6403882032022076); // (1 + sqrt(17)) / 8
     const int w = a.width();
     const R d = magnitude(a(k, k));
-    R c = 0;
+    R c = 0; // largest below it, the first of equals, in row r
     int r = k;
     for (int i = k + 1; i < w; ++i) {
         if (magnitude(a(i, k)) > c) {
@@ -226,10 +166,118 @@ Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
     R e = 0;                                            // largest off the diagonal in row r
     for (int j = k; j < r; ++j) e = std::max(e, magnitude(a(r, j)));
     for (int i = r + 1; i < w; ++i) e = std::max(e, magnitude(a(i, r)));
-    if (d / c * e >= alpha * c) return {1, k, false}; // d*e >= alpha*c*c, whose factors may pass all numbers
+    if (d / c * e >= alpha * c) return {1, k, false}; // d*e >= alpha*c*c, which may be no numbers
     if (magnitude(a(r, r)) >= alpha * e) return {1, r, false};
     return {2, r, false};
 }
+
+// Factors the lower triangle by pivots that `choose(a, k, eps)` takes.
+template <class T>
+class SymmetricPivoting {
+public:
+    SymmetricPivoting(const Block<T>& block, double eps, bool hermitian, int* exchanges)
+        : a_(block), eps_(threshold<T>(eps, 1e-8)), hermitian_(hermitian), exchanges_(exchanges)
+    {
+    }
+
+    template <class Choose>
+    PivotCounts run(Choose choose)
+    {
+        for (int i = 0; i < a_.width(); ++i) keepReal(i);
+        for (int k = 0; k < a_.width();) {
+            const Pivot pivot = choose(a_, k, eps_);
+            pivot.size == 1 ? takeOne(k, pivot) : takeTwo(k, pivot);
+            k += pivot.size;
+        }
+        return counts_;
+    }
+
+private:
+    T conjugated(T value) const { return conjugate(value, hermitian_); }
+
+    // The diagonal of a Hermitian matrix, whatever its caller left in the imaginary part and rounding brings.
+    void keepReal(int i)
+    {
+        if (hermitian_) a_(i, i) = T(realPart(a_(i, i)));
+    }
+
+    void takeOne(int k, const Pivot& pivot)
+    {
+        exchange(k, pivot.partner);
+        exchanges_[k] = pivot.partner + 1;
+        if (pivot.mayBeTiny) a_(k, k) = sufficient(a_(k, k), eps_, counts_);
+        countSign(a_(k, k));
+        eliminateOne(k);
+    }
+
+    void takeTwo(int k, const Pivot& pivot)
+    {
+        exchange(k + 1, pivot.partner);
+        exchanges_[k] = -(k + 1);
+        exchanges_[k + 1] = -(pivot.partner + 1);
+        const T off = a_(k + 1, k);
+        const PivotPair<T> pair(a_(k, k), off, conjugated(off), a_(k + 1, k + 1));
+        const bool isSplit = pair.hasNegativeDeterminant(); // into one of each sign
+        countSign(isSplit ? T(1) : a_(k, k));
+        countSign(isSplit ? T(-1) : a_(k, k));
+        eliminateTwo(k, pair);
+    }
+
+    void countSign(T value)
+    {
+        if (hermitian_ || !kIsComplex<T>) ++(isNegative(value) ? counts_.negative : counts_.positive);
+    }
+
+    // Rows and columns k <= r: L's rows so far, and what is still to do.
+    void exchange(int k, int r)
+    {
+        if (k == r) return;
+        for (int j = 0; j < k; ++j) std::swap(a_(k, j), a_(r, j));
+        std::swap(a_(k, k), a_(r, r));
+        for (int i = k + 1; i < r; ++i) {
+            const T kept = conjugated(a_(i, k));
+            a_(i, k) = conjugated(a_(r, i));
+            a_(r, i) = kept;
+        }
+        a_(r, k) = conjugated(a_(r, k));
+        for (int i = r + 1; i < a_.width(); ++i) std::swap(a_(i, k), a_(i, r));
+    }
+
+    // Column k becomes L's, the lower triangle behind it is updated.
+    void eliminateOne(int k)
+    {
+        T* const l = a_.column(k);
+        const T inverse = T(1) / l[k];
+        for (int j = k + 1; j < a_.width(); ++j) {
+            T* const column = a_.column(j);
+            const T factor = product(conjugated(l[j]), inverse);
+            for (int i = j; i < a_.width(); ++i) column[i] -= product(l[i], factor);
+            keepReal(j);
+        }
+        for (int i = k + 1; i < a_.width(); ++i) l[i] = product(l[i], inverse);
+    }
+
+    // Columns (x, y) from k on become (x, y)*inv(D).
+    void eliminateTwo(int k, const PivotPair<T>& pair)
+    {
+        T *const x = a_.column(k), *const y = a_.column(k + 1);
+        for (int j = k + 2; j < a_.width(); ++j) {
+            T* const column = a_.column(j);
+            T first = conjugated(x[j]), second = conjugated(y[j]);
+            pair.divideColumn(first, second);
+            for (int i = j; i < a_.width(); ++i) column[i] -= product(x[i], first) + product(y[i], second);
+            keepReal(j);
+        }
+        for (int i = k + 2; i < a_.width(); ++i) pair.divideRow(x[i], y[i]);
+        y[k] = std::exchange(x[k + 1], T(0));
+    }
+
+    const Block<T> a_;
+    const RealOf<T> eps_;
+    const bool hermitian_;
+    int* const exchanges_;
+    PivotCounts counts_;
+};
 
 } // namespace
 
@@ -255,53 +303,13 @@ PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchang
 template <class T>
 PivotCounts pivotOnDiagonal(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
 {
-    const Block<T> a(block, ld, w);
-    const RealOf<T> smallest = threshold<T>(eps, 1e-8);
-    const bool signsMean = hermitian || !kIsComplex<T>;
-    PivotCounts counts;
-    for (int k = 0; k < w; ++k) {
-        int r = k;
-        for (int i = k; i < w; ++i) {
-            if (magnitude(a(i, i)) >= magnitude(a(r, r))) r = i;
-        }
-        exchangeSymmetrically(a, k, r, hermitian);
-        exchanges[k] = r + 1;
-        if (hermitian) a(k, k) = T(realPart(a(k, k)));
-        a(k, k) = sufficient(a(k, k), smallest, counts);
-        countSign(a(k, k), signsMean, counts);
-        eliminateOne(a, k, hermitian);
-    }
-    return counts;
+    return SymmetricPivoting<T>({block, ld, w}, eps, hermitian, exchanges).run(chooseOnDiagonal<T>);
 }
 
 template <class T>
 PivotCounts pivotBunchKaufman(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
 {
-    const Block<T> a(block, ld, w);
-    const RealOf<T> smallest = threshold<T>(eps, 1e-8);
-    const bool signsMean = hermitian || !kIsComplex<T>;
-    PivotCounts counts;
-    for (int k = 0; k < w;) {
-        if (hermitian) a(k, k) = T(realPart(a(k, k)));
-        const Pivot pivot = chooseBunchKaufman(a, k, smallest);
-        if (pivot.size == 1) {
-            exchangeSymmetrically(a, k, pivot.partner, hermitian);
-            exchanges[k] = pivot.partner + 1;
-            if (pivot.isTiny) a(k, k) = sufficient(a(k, k), smallest, counts);
-            countSign(a(k, k), signsMean, counts);
-            eliminateOne(a, k, hermitian);
-        } else {
-            exchangeSymmetrically(a, k + 1, pivot.partner, hermitian);
-            if (hermitian) a(k + 1, k + 1) = T(realPart(a(k + 1, k + 1)));
-            exchanges[k] = -(k + 1);
-            exchanges[k + 1] = -(pivot.partner + 1);
-            const PivotPair<T> pair = pairAt(a, k, hermitian);
-            countSignsOfTwo(a(k, k), pair, signsMean, counts);
-            eliminateTwo(a, k, pair, hermitian);
-        }
-        k += pivot.size;
-    }
-    return counts;
+    return SymmetricPivoting<T>({block, ld, w}, eps, hermitian, exchanges).run(chooseBunchKaufman<T>);
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \

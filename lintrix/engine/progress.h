@@ -9,7 +9,7 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Hears each new percentage; an answer other than 0 stops the factorization.
+/// Hears each new percentage; an answer other than 0 stops the factorization, and it is not asked again.
 struct ProgressListener {
     int (*step)(void* context, int thread, int percent) = nullptr;
     void* context = nullptr;
@@ -36,10 +36,14 @@ public:
     }
 
 private:
+    static constexpr int kNothingMore = 100;
+
     bool tell(int thread, int percent)
     {
-        told_.store(percent, std::memory_order_relaxed);
-        return listener_.step == nullptr || listener_.step(listener_.context, thread, percent) == 0;
+        const bool goesOn =
+            listener_.step == nullptr || listener_.step(listener_.context, thread, percent) == 0;
+        told_.store(goesOn ? percent : kNothingMore, std::memory_order_relaxed);
+        return goesOn;
     }
 
     ProgressListener listener_;

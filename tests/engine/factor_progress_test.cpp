@@ -6,6 +6,7 @@
 #include <lintrix/engine/factor_plan.h>
 #include <lintrix/engine/handle.h>
 #include <lintrix/engine/matrix_type.h>
+#include <lintrix/engine/progress.h>
 #include <lintrix/engine/progress_scope.h>
 
 #include <gtest/gtest.h>
@@ -193,6 +194,26 @@ TEST(FactorProgress, CountsTheElementsOfL)
     for (const Heard& heard : listener.heard) found.push_back(heard.percent);
     EXPECT_EQ(found, expected);
     EXPECT_GT(found.size(), 30U);
+}
+
+// Other threads may still be at work then.
+TEST(FactorProgress, WhoHasStoppedItHearsNothingMore)
+{
+    int calls = 0;
+    Progress progress({[](void* context, int, int percent) {
+                           ++*static_cast<int*>(context);
+                           return percent >= 20 ? 1 : 0;
+                       },
+                       &calls},
+                      100);
+    EXPECT_TRUE(progress.start());
+    EXPECT_TRUE(progress.add(0, 10));
+    EXPECT_TRUE(progress.add(0, 0)) << "no percentage is new";
+    EXPECT_EQ(calls, 2);
+    EXPECT_FALSE(progress.add(1, 15));
+    EXPECT_EQ(calls, 3);
+    progress.add(0, 30);
+    EXPECT_EQ(calls, 3);
 }
 
 TEST(FactorProgress, AStopIsReportedAsAZeroPivot)

@@ -343,6 +343,33 @@ TYPED_TEST(Pivoting, OfBunchAndKaufmanFollowsItsRule)
     expectRule<TypeParam>(pivotBunchKaufman<TypeParam>, bunchKaufman<TypeParam>);
 }
 
+// As in LAPACK: nobody looks at the imaginary parts on the diagonal of a Hermitian matrix.
+TYPED_TEST(Pivoting, OfHermitianMatricesTakesTheirDiagonalAsReal)
+{
+    using T = TypeParam;
+    if constexpr (kIsComplex<T>) {
+        for (const auto kernel : {pivotOnDiagonal<T>, pivotBunchKaufman<T>}) {
+            for (unsigned seed = 0; seed < 20; ++seed) {
+                const int w = 7;
+                Square<T> A = symmetric<T>(w, false, true, seed), B = A;
+                std::mt19937 random(seed);
+                for (int i = 0; i < w; ++i) B(i, i) += T(0, 50 * value<RealOf<T>>(random, false));
+                std::vector<int> first(w), second(w);
+                const PivotCounts a = kernel(A.cells.data(), w, w, 0., true, first.data());
+                const PivotCounts b = kernel(B.cells.data(), w, w, 0., true, second.data());
+                EXPECT_EQ(first, second);
+                EXPECT_EQ(a.negative, b.negative);
+                for (int j = 0; j < w; ++j) {
+                    for (int i = j; i < w; ++i) EXPECT_EQ(A(i, j), B(i, j)) << i << ' ' << j;
+                    if (first[std::size_t(j)] > 0) {
+                        EXPECT_EQ(A(j, j).imag(), 0);
+                    }
+                }
+            }
+        }
+    }
+}
+
 // The search below the diagonal is that of BLAS, where the first of equals wins.
 TYPED_TEST(Pivoting, OfBunchAndKaufmanLooksForTheFirstOfEqualsInTheColumn)
 {
