@@ -153,6 +153,47 @@ TYPED_TEST(FactorMatrices, WithOneColumnSupernodesTakeTheSameSteps)
     }
 }
 
+/// Cliques side by side, each point of which meets all of one more clique: supernodes as wide as panels get.
+Shape cliquesShape(int cliques, int size)
+{
+    const int n = (cliques + 1) * size;
+    Shape shape = shapeOf("cliques", n, {});
+    for (int i = 0; i < n; ++i) {
+        for (int j = i + 1; j < n; ++j) {
+            if (i / size == j / size || j / size == cliques) shape.pairs.emplace_back(i, j);
+        }
+    }
+    return shape;
+}
+
+// Blocks that BLAS and LAPACK cut among threads of their own.
+TYPED_TEST(FactorMatrices, OfWideSupernodesAreSolvedWithTheSameBitsEachTime)
+{
+    using T = TypeParam;
+    for (const int mtype : typesFor<T>()) {
+        for (const int threads : {1, 2, 4}) {
+            SCOPED_TRACE(::testing::Message() << mtype << ' ' << threads);
+            const ThreadSetting setting(threads, 0);
+            SolveCall<T> call(systemOf<T>(cliquesShape(3, 130), mtype));
+            ASSERT_EQ(call.run(12), 0);
+            const Handle handle(call.pt.data());
+            EXPECT_GE(handle.control()[Word::WidestPanel], 72);
+            const FactorEntry& entry = handle.factors()[0];
+            const auto bytes = [&] {
+                return std::string(static_cast<const char*>(entry.storage), std::size_t(entry.bytes));
+            };
+            const std::string first = bytes();
+            for (int run = 0; run < 3; ++run) {
+                ASSERT_EQ(call.run(22), 0);
+                EXPECT_TRUE(bytes() == first);
+            }
+            ASSERT_EQ(call.run(33), 0);
+            EXPECT_EQ(call.iparm(7), 0) << "without refinement";
+            EXPECT_LT(call.scaledResidual(), kResidualLimit<T>);
+        }
+    }
+}
+
 // Types that neither perturb nor look beyond the block: the system is solved, or the column is told.
 TYPED_TEST(FactorMatrices, OfSaddlePointsAreSolvedOrRefusedWithTheirColumn)
 {
@@ -197,6 +238,39 @@ TYPED_TEST(FactorMatrices, OfLargeEntriesAreSolvedLikeOthers)
         EXPECT_EQ(large.iparm(22), plain.iparm(22));
         EXPECT_EQ(large.iparm(23), plain.iparm(23));
         EXPECT_LT(large.scaledResidual(), 100 * kResidualLimit<T>) << mtype;
+    }
+}
+
+// What is no number stays within its block, too: exchanges point nowhere else, and the handle serves again.
+TYPED_TEST(FactorMatrices, OfWhatIsNoNumberDoNoHarm)
+{
+    using T = TypeParam;
+    using Limits = std::numeric_limits<RealOf<T>>;
+    for (const int mtype : typesFor<T>()) {
+        for (const int pivoting : {0, 1}) {
+            for (const RealOf<T> poison : {Limits::quiet_NaN(), Limits::infinity(), Limits::max()}) {
+                for (const std::size_t step : {1, 7, 1000}) {
+                    SolveCall<T> call(systemOf<T>(cliquesShape(2, 20), mtype));
+                    call.set(21, pivoting);
+                    ASSERT_EQ(call.run(11), 0);
+                    const std::vector<T> kept = call.A.a;
+                    for (std::size_t k = 0; k < kept.size(); k += step) call.A.a[k] = T(poison);
+                    const int error = call.run(22);
+                    EXPECT_TRUE(error == 0 || error == -4) << error;
+                    const Handle handle(call.pt.data());
+                    const FactorStructure structure = planOf(handle).structure;
+                    const auto factor = factorIn<T>(handle, 1);
+                    for (int k = 0; k < call.A.n && error == 0; ++k) {
+                        const int width = structure.width(structure.supernodeOf[std::size_t(k)]);
+                        EXPECT_LE(std::abs(factor.rowExchange[k]), width);
+                        EXPECT_LE(factor.columnExchange[k], width);
+                    }
+                    call.A.a = kept;
+                    ASSERT_EQ(call.run(23), 0);
+                    EXPECT_LT(call.scaledResidual(), kResidualLimit<T>);
+                }
+            }
+        }
     }
 }
 
