@@ -4,6 +4,8 @@
 
 #include <lintrix/engine/scalar.h>
 
+#include <cstddef>
+
 namespace Velmar::Lintrix::detail::engine {
 
 /// The inverse of D = (d0 upper; lower d1), for entries of any size: with p = d0/lower and q = d1/upper,
@@ -43,5 +45,13 @@ public:
 private:
     T overLower_, overUpper_, p_, q_, s_;
 };
+
+/// The pair at columns j and j + 1 of a factored block, whose off-diagonal stands above the diagonal.
+template <class T>
+PivotPair<T> pivotPairAt(const T* block, std::ptrdiff_t ld, int j, bool hermitian)
+{
+    const T* const second = block + ld * (j + 1);
+    return PivotPair<T>(block[j + ld * j], second[j], conjugate(second[j], hermitian), second[j + 1]);
+}
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -42,14 +42,12 @@ void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>&
     const int* const exchange = factor.panels.rowExchange + first;
     for (int j = 0; j < width;) {
         T* const own = y.cells + std::ptrdiff_t{first + j} * y.count;
-        const T d0 = block[j + ld * j];
         if (exchange[j] > 0) {
-            divide(d0, own, y.count);
+            divide(block[j + ld * j], own, y.count);
             ++j;
             continue;
         }
-        const T lower = block[j + ld * (j + 1)], upper = conjugate(lower, factor.hermitian);
-        const PivotPair<T> pair(d0, lower, upper, block[j + 1 + ld * (j + 1)]);
+        const PivotPair<T> pair = pivotPairAt(block, ld, j, factor.hermitian);
         for (int c = 0; c < y.count; ++c) pair.divideColumn(own[c], own[y.count + c]);
         j += 2;
     }
