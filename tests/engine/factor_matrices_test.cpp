@@ -194,6 +194,34 @@ TYPED_TEST(FactorMatrices, OfWideSupernodesAreSolvedWithTheSameBitsEachTime)
     }
 }
 
+// Matching, scaling and maps are the analysis's, the method is the call's.
+TYPED_TEST(FactorMatrices, OfAnotherTypeThanTheAnalysisAreSolvedByTheirOwnMethod)
+{
+    using T = TypeParam;
+    using Pair = std::pair<int, int>;
+    const std::vector<Pair> pairs = kIsComplex<T>
+                                        ? std::vector<Pair>{{13, 3}, {3, 13}, {4, -4}, {-4, 4}, {6, -4}}
+                                        : std::vector<Pair>{{11, 1}, {1, 11}, {2, -2}, {-2, 2}};
+    for (const auto& [analysed, factored] : pairs) {
+        for (const int threads : {1, 2}) {
+            SCOPED_TRACE(::testing::Message() << analysed << ' ' << factored << ' ' << threads);
+            const ThreadSetting setting(threads, 0);
+            SolveCall<T> call(systemOf<T>(gridShape(9, 8, 1), factored), 2);
+            call.set(11, 1);
+            call.set(13, 1);
+            call.set(21, 1);
+            call.A.mtype = analysed;
+            ASSERT_EQ(call.run(11), 0);
+            call.A.mtype = factored;
+            for (const int transpose : {0, 1}) {
+                call.set(12, transpose);
+                ASSERT_EQ(call.run(23), 0);
+                EXPECT_LT(call.scaledResidual(), kResidualLimit<T>);
+            }
+        }
+    }
+}
+
 // Types that neither perturb nor look beyond the block: the system is solved, or the column is told.
 TYPED_TEST(FactorMatrices, OfSaddlePointsAreSolvedOrRefusedWithTheirColumn)
 {
