@@ -194,6 +194,48 @@ TYPED_TEST(FactorMatrices, OfWideSupernodesAreSolvedWithTheSameBitsEachTime)
     }
 }
 
+/// `pairs` chances at n points, dominant.
+Shape randomShape(int n, int pairs, std::mt19937& random)
+{
+    Shape shape = shapeOf("random", n, {});
+    for (int k = 0; k < pairs; ++k) {
+        const int i = int(random() % unsigned(n)), j = int(random() % unsigned(n));
+        if (i != j) shape.pairs.emplace_back(std::min(i, j), std::max(i, j));
+    }
+    if (shape.pairs.empty()) shape.pairs.emplace_back(0, 1); // else it is diagonal
+    return shape;
+}
+
+TYPED_TEST(FactorMatrices, OfRandomPatternsAreSolvedByAnyChoice)
+{
+    using T = TypeParam;
+    std::mt19937 random(12);
+    const auto chance = [&](int n) { return int(random() % unsigned(n)); };
+    for (const int mtype : typesFor<T>()) {
+        for (int run = 0; run < 60; ++run) {
+            const int n = 2 + chance(90), threads = 1 + chance(4), ordering = chance(4);
+            const ThreadSetting setting(threads, 0);
+            SolveCall<T> call(systemOf<T>(randomShape(n, chance(4 * n), random), mtype, unsigned(run)),
+                              1 + chance(5));
+            call.set(2, ordering);
+            call.set(10, 12 + chance(3));
+            call.set(11, chance(2));
+            call.set(13, chance(3));
+            call.set(21, chance(2));
+            SCOPED_TRACE(::testing::Message()
+                         << "type " << mtype << ", run " << run << ", n " << n << ", ordering " << ordering
+                         << ", threads " << threads << ", scaling " << call.iparm(11) << ", matching "
+                         << call.iparm(13) << ", pivoting " << call.iparm(21));
+            ASSERT_EQ(call.run(13), 0);
+            EXPECT_EQ(call.iparm(14), 0);
+            EXPECT_LT(call.scaledResidual(), kResidualLimit<T>);
+            call.set(12, 1);
+            ASSERT_EQ(call.run(33), 0);
+            EXPECT_LT(call.scaledResidual(), kResidualLimit<T>);
+        }
+    }
+}
+
 // Matching, scaling and maps are the analysis's, the method is the call's.
 TYPED_TEST(FactorMatrices, OfAnotherTypeThanTheAnalysisAreSolvedByTheirOwnMethod)
 {
