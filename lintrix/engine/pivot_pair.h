@@ -12,8 +12,8 @@ namespace Velmar::Lintrix::detail::engine {
 ///
 ///     inv(D) = 1/(p*q - 1) * (q/lower  -1/lower; -1/upper  p/upper),
 ///
-/// which squares nothing. By the choice of the pivot |p*q| is below 1/2: the determinant,
-/// lower*upper*(p*q - 1), cannot cancel.
+/// which squares nothing. By the choice of the pivot |p*q| is below 0.42, or 0.83 of complex numbers: the
+/// determinant, lower*upper*(p*q - 1), keeps away from zero.
 template <class T>
 class PivotPair {
 public:
@@ -39,7 +39,7 @@ public:
         y = product(product(b, s_), overUpper_);
     }
 
-    /// Of lower*upper = |lower|^2, in the unit of which the determinant is p*q - 1.
+    /// Where lower*upper is a positive number, |lower|^2: of real and of Hermitian pairs.
     bool hasNegativeDeterminant() const { return realPart(product(p_, q_)) < 1; }
 
 private:
