@@ -1,6 +1,7 @@
 #include <lintrix/engine/descendants.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstddef>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -40,6 +41,41 @@ void listDescendants(const FactorStructure& structure, const DescendantLists& li
     });
     std::copy_backward(lists.starts.begin(), lists.starts.end() - 1, lists.starts.end());
     lists.starts.front() = 0;
+}
+
+int lastTogether(const FactorStructure& structure, int J, int last, int most) noexcept
+{
+    last = std::min(last, J + most - 1);
+    while (J < last && structure.parent(J) == J + 1 &&
+           structure.height(J + 1) == structure.height(J) - structure.width(J))
+        ++J;
+    return J;
+}
+
+MergedDescendants::MergedDescendants(const DescendantLists& lists, int first, int last) noexcept
+    : panels_(last - first + 1)
+{
+    for (int p = 0; p < panels_; ++p) left_[static_cast<std::size_t>(p)] = lists.of(first + p);
+}
+
+bool MergedDescendants::next() noexcept
+{
+    const auto panels = std::span(left_).first(static_cast<std::size_t>(panels_));
+    source_ = INT_MAX;
+    for (const auto& left : panels) {
+        if (!left.empty()) source_ = std::min(source_, left.front().source);
+    }
+    if (source_ == INT_MAX) return false;
+    firstRow_ = INT_MAX;
+    columns_.fill(0);
+    for (std::size_t p = 0; p < panels.size(); ++p) {
+        if (panels[p].empty() || panels[p].front().source != source_) continue;
+        const auto [source, first, last] = panels[p].front();
+        firstRow_ = std::min(firstRow_, first);
+        columns_[p] = last - first;
+        panels[p] = panels[p].subspan(1);
+    }
+    return true;
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -5,6 +5,7 @@
 #include <lintrix/engine/factor_structure.h>
 #include <lintrix/services/export.h>
 
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -35,5 +36,34 @@ LINTRIX_TESTABLE std::int64_t countDescendants(const FactorStructure& structure,
 
 /// Writes the entries; `starts` as counted.
 LINTRIX_TESTABLE void listDescendants(const FactorStructure& structure, const DescendantLists& lists);
+
+/// Panels that are worked at together, at most: cut from one supernode of the matrix by the panel width, they
+/// take what a descendant gives in one pass over its rows.
+inline constexpr int kPanelsTogether = 4;
+
+/// The last of at most `most` panels from J on, up to `last`, that can be worked at together: each has the
+/// rows that the one before has below.
+LINTRIX_TESTABLE int lastTogether(const FactorStructure& structure, int J, int last, int most) noexcept;
+
+/// The descendants of panels `first` .. `last`, which are worked at together, merged: ascending, each once.
+/// Those from `first` on are among them, as descendants of the panels behind.
+class LINTRIX_TESTABLE MergedDescendants {
+public:
+    MergedDescendants(const DescendantLists& lists, int first, int last) noexcept;
+
+    /// Steps to the next descendant. @return false  there is none
+    bool next() noexcept;
+
+    int source() const noexcept { return source_; }
+    /// Of its rows below, how many stand before those that are columns of the panels.
+    int firstRow() const noexcept { return firstRow_; }
+    /// Of its rows below, how many are columns of the panel first + p; they follow each other.
+    int columns(int p) const noexcept { return columns_[static_cast<std::size_t>(p)]; }
+
+private:
+    int panels_, source_ = -1, firstRow_ = 0;
+    std::array<std::span<const Descendant>, kPanelsTogether> left_{};
+    std::array<int, kPanelsTogether> columns_{};
+};
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -85,9 +85,10 @@ Failure FactorLists::makeRuns(Handle handle, FactorPlan& plan)
     const auto work = Scratch<double>::uninitialised(plan.structure.supernodes());
     if (!runs_ || !work) return outOfMemory(BlockCode::RealWork, missingBytes(runs_, work));
     const bool twoLevel = control[Word::TwoLevel] != 0 && plan.threads > 1;
-    const int count = twoLevel ? dealOutSubgraphs(PermanentStructure(handle).subgraphSupernodes(),
-                                                  control[Word::IndependentSubgraphs], runs_.span())
-                               : dealOutSubtrees(plan.structure, plan.threads, work.span(), runs_.span());
+    const int count = twoLevel
+                          ? dealOutSubgraphs(plan.structure, PermanentStructure(handle).subgraphSupernodes(),
+                                             control[Word::IndependentSubgraphs], runs_.span())
+                          : dealOutSubtrees(plan.structure, plan.threads, work.span(), runs_.span());
     plan.runs = runs_.span().first(static_cast<std::size_t>(count));
     return {};
 }

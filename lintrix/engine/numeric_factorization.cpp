@@ -7,6 +7,7 @@
 #include <lintrix/services/lapack.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <complex>
 #include <cstddef>
@@ -75,11 +76,12 @@ public:
     Worker(const FactorPlan& plan, const FactorRules& rules, const T* values, const Factor<T>& factor,
            Team& team)
         : plan_(plan), structure_(plan.structure), rules_(rules), values_(values), factor_(factor),
-          team_(team),
+          team_(team), progress_(team.progress, plan.threads),
           indexOf_(Scratch<int>::uninitialised(static_cast<std::int64_t>(plan.structure.supernodeOf.size()))),
-          rows_(Scratch<int>::uninitialised(2 * std::int64_t{plan.sizes.tallest})),
-          buffer_(Scratch<T>::uninitialised(updateBufferSize(plan.sizes.widest))),
-          scaled_(Scratch<T>::uninitialised(std::int64_t{plan.sizes.widest} * plan.sizes.widest))
+          rows_(Scratch<int>::uninitialised(plan.sizes.tallest)),
+          buffer_(Scratch<T>::uninitialised(
+              updateBufferSize(mostColumns(plan), plan.sizes.widest, kPanelsTogether))),
+          scaled_(Scratch<T>::uninitialised(std::int64_t{mostColumns(plan)} * plan.sizes.widest))
     {
     }
 
@@ -91,12 +93,9 @@ public:
         const auto runs = static_cast<int>(plan_.runs.size());
         for (int run = team_.takeRun(); run < runs; run = team_.takeRun()) {
             const auto [first, last] = plan_.runs[static_cast<std::size_t>(run)];
-            for (int J = first; J <= last; ++J) {
-                if (team_.hasFailed() || !eliminate(J)) return;
-                team_.finish(J);
-                if (!team_.progress.add(thread, std::int64_t{structure_.height(J)} * structure_.width(J))) {
-                    return team_.fail({Error::Numeric, -1});
-                }
+            for (int J = first, end; J <= last; J = end + 1) {
+                end = lastTogether(structure_, J, last, kPanelsTogether);
+                if (team_.hasFailed() || !eliminate(thread, J, end)) return;
             }
         }
     }
@@ -104,18 +103,34 @@ public:
 private:
     static constexpr bool kComplex = kIsComplex<T>;
 
+    static int mostColumns(const FactorPlan& plan) { return kPanelsTogether * plan.sizes.widest; }
+
     bool unsymmetric() const { return isUnsymmetric(rules_.method); }
     T* lower(int J) const { return factor_.lower + plan_.lowerStarts[static_cast<std::size_t>(J)]; }
     T* upper(int J) const { return factor_.upper + plan_.upperStarts[static_cast<std::size_t>(J)]; }
 
-    bool eliminate(int J)
+    // Panels worked at together; each but the last is a descendant of those behind it.
+    bool eliminate(int thread, int first, int last)
     {
-        gather(J);
-        for (const Descendant& descendant : plan_.descendants.of(J)) {
-            if (!team_.waitFor(descendant.source)) return false;
-            update(J, descendant);
+        for (int J = first; J <= last; ++J) gather(J);
+        const std::span<const int> rows = structure_.rowsOf(first);
+        for (int i = 0; i < structure_.height(first); ++i) indexOf_[rows[i]] = i;
+        MergedDescendants descendants(plan_.descendants, first, last);
+        while (descendants.next()) {
+            const int K = descendants.source();
+            if (!(K < first ? team_.waitFor(K) : complete(thread, K))) return false;
+            update(first, last, descendants);
         }
-        return factorBlock(J);
+        return complete(thread, last);
+    }
+
+    bool complete(int thread, int J)
+    {
+        if (!factorBlock(J)) return false;
+        team_.finish(J);
+        if (progress_.add(thread, std::int64_t{structure_.height(J)} * structure_.width(J))) return true;
+        team_.fail({Error::Numeric, -1});
+        return false;
     }
 
     // Zeroes the panels of J and brings A's entries.
@@ -136,8 +151,6 @@ private:
                 u[~place] = conjugate(value, rules_.hermitian);
             }
         }
-        const std::span<const int> rows = structure_.rowsOf(J);
-        for (int i = 0; i < height; ++i) indexOf_[rows[i]] = i;
     }
 
     // The entry that goes to `place` in the panels of J.
@@ -153,44 +166,67 @@ private:
         return scaledBy(value, plan_.scaling.column[column], plan_.scaling.row[row]);
     }
 
-    // J loses the product of descendant K's rows with K's rows that are columns of J.
-    void update(int J, const Descendant& descendant)
+    // The panels lose the product of K's rows with those of them that are columns of the panels.
+    void update(int first, int last, const MergedDescendants& descendant)
     {
-        const auto [K, first, last] = descendant;
+        const int K = descendant.source(), from = descendant.firstRow();
         const int height = structure_.height(K), width = structure_.width(K), below = height - width;
-        const int m = below - first, k = last - first;
-        const int* const rowsOfK = structure_.rowsBelow(K).data() + first;
+        const int m = below - from;
+        const int* const rowsOfK = structure_.rowsBelow(K).data() + from;
         int* const row = rows_.get();
         for (int i = 0; i < m; ++i) row[i] = indexOf_[rowsOfK[i]];
 
-        const T* const l = lower(K) + width + first;
-        const UpdateTarget<T> intoLower{lower(J), structure_.height(J), row, row};
+        const Target target = targetFor(first, last, descendant);
+        const T* const l = lower(K) + width + from;
         if (!unsymmetric()) {
             const T* b = l;
             int ldb = height;
             if (rules_.method != Method::Cholesky || kComplex) {
-                prepareRight(K, l, height, k);
+                prepareRight(K, l, height, target.columns);
                 b = scaled_.get();
-                ldb = k;
+                ldb = target.columns;
             }
-            subtractProduct<T>({l, height, b, ldb, m, k, width, width + first}, intoLower, true,
-                               buffer_.get());
+            subtractProduct<T>({l, height, b, ldb, m, target.columns, width, width + from},
+                               {target.lowerPanels(), row}, true, buffer_.get());
             return;
         }
-        const T* const u = upper(K) + first;
-        subtractProduct<T>({l, height, u, below, m, k, width, width + first}, intoLower, false,
-                           buffer_.get());
-        updateUpper(J, {u + k, below, l, height, m - k, k, width, first + k}, row);
+        const T* const u = upper(K) + from;
+        subtractProduct<T>({l, height, u, below, m, target.columns, width, width + from},
+                           {target.lowerPanels(), row}, false, buffer_.get());
+        subtractProduct<T>({u, below, l, height, m, target.columns, width, from}, {target.upperPanels(), row},
+                           false, buffer_.get());
     }
 
-    // The rows of the product behind the columns of J, in U's panel, which has no rows for those columns.
-    void updateUpper(int J, const UpdateProduct<T>& product, const int* row)
+    // What one descendant updates: of L's panels the rows from its own columns on, of U's panels, which have
+    // no rows for those columns, the rows behind them. Row 0 of the first panel is the origin of all.
+    struct Target {
+        std::array<UpdatePanel<T>, kPanelsTogether> lower, upper;
+        std::size_t panels = 0;
+        int columns = 0;
+
+        std::span<const UpdatePanel<T>> lowerPanels() const { return std::span(lower).first(panels); }
+        std::span<const UpdatePanel<T>> upperPanels() const { return std::span(upper).first(panels); }
+    };
+
+    Target targetFor(int first, int last, const MergedDescendants& descendant) const
     {
-        const int width = structure_.width(J);
-        int* const below = rows_.get() + plan_.sizes.tallest;
-        for (int i = 0; i < product.m; ++i) below[i] = row[product.k + i] - width;
-        subtractProduct<T>(product, {upper(J), structure_.height(J) - width, below, row}, false,
-                           buffer_.get());
+        Target target;
+        for (int J = first; J <= last; ++J) {
+            const int columns = descendant.columns(J - first);
+            if (columns == 0) continue;
+            const int before = structure_.starts[J] - structure_.starts[first];
+            const int width = structure_.width(J), ld = structure_.height(J), below = ld - width;
+            const auto origin = [before](std::ptrdiff_t rowsAbove, std::ptrdiff_t ldOfPanel) {
+                return rowsAbove + ldOfPanel * before;
+            };
+            target.lower[target.panels] = {lower(J) - origin(before, ld), ld, columns, target.columns};
+            target.columns += columns;
+            if (unsymmetric())
+                target.upper[target.panels] = {upper(J) - origin(before + width, below), below, columns,
+                                               target.columns};
+            ++target.panels;
+        }
+        return target;
     }
 
     // What a symmetric update multiplies K's rows with: k rows of L, conjugated for Hermitian, times D.
@@ -290,10 +326,11 @@ private:
     const T* values_;
     const Factor<T>& factor_;
     Team& team_;
-    Scratch<int> indexOf_; // row -> its place in the list of the supernode at work
-    Scratch<int> rows_; // the descendant's rows, as places in the target's list; and again, below its block
-    Scratch<T> buffer_; // products on their way
-    Scratch<T> scaled_; // rows times D
+    ProgressShare progress_;
+    Scratch<int> indexOf_; // row -> its place in the list of the first panel at work
+    Scratch<int> rows_;    // the descendant's rows, as places in the list of the first panel at work
+    Scratch<T> buffer_;    // products on their way
+    Scratch<T> scaled_;    // rows times D
     PivotCounts pivots_;
 };
 

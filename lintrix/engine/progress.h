@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -20,6 +21,8 @@ struct ProgressListener {
 class Progress {
 public:
     Progress(const ProgressListener& listener, std::int64_t total) : listener_(listener), total_(total) {}
+
+    std::int64_t total() const { return total_; }
 
     bool start() { return tell(0, 0); }
     bool end() { return tell(0, 100); }
@@ -51,6 +54,27 @@ private:
     std::atomic<std::int64_t> done_{0};
     std::atomic<int> told_{0};
     std::mutex telling_;
+};
+
+/// One thread's way to the sum that all share. Beside others it is brought there in thousandths of the total:
+/// with each small supernode the threads would wait for each other's cache line.
+class ProgressShare {
+public:
+    ProgressShare(Progress& progress, int threads)
+        : progress_(progress), least_(threads > 1 ? progress.total() / 1000 : 0)
+    {
+    }
+
+    /// @return false  the listener wants to stop
+    bool add(int thread, std::int64_t done)
+    {
+        untold_ += done;
+        return untold_ <= least_ || progress_.add(thread, std::exchange(untold_, 0));
+    }
+
+private:
+    Progress& progress_;
+    std::int64_t least_, untold_ = 0;
 };
 
 } // namespace Velmar::Lintrix::detail::engine

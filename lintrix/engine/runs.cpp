@@ -1,5 +1,7 @@
 #include <lintrix/engine/runs.h>
 
+#include <lintrix/engine/descendants.h>
+
 #include <algorithm>
 #include <cstddef>
 
@@ -8,6 +10,7 @@ namespace Velmar::Lintrix::detail::engine {
 namespace {
 
 constexpr int kSharesPerThread = 8;
+constexpr int kPanelsAtTop = 2; // in a run: more would leave the other threads waiting
 
 // `work` receives the work of each subtree; returns that of all.
 double gatherWork(const FactorStructure& structure, std::span<double> work)
@@ -60,20 +63,25 @@ int dealOutSubtrees(const FactorStructure& structure, int threads, std::span<dou
     }
     cut(supernodes);
     for (int J = 0; J < supernodes; ++J) {
-        if (!isSmall(J)) runs[count++] = {J, J};
+        if (isSmall(J)) continue;
+        const int last = lastTogether(structure, J, supernodes - 1, kPanelsAtTop);
+        runs[count++] = {J, last};
+        J = last;
     }
     return count;
 }
 
-int dealOutSubgraphs(std::span<const PositionRange> supernodes, int independent,
-                     std::span<PositionRange> runs)
+int dealOutSubgraphs(const FactorStructure& structure, std::span<const PositionRange> supernodes,
+                     int independent, std::span<PositionRange> runs)
 {
     int count = 0;
     for (int p = 0; p < independent; ++p) {
         if (supernodes[p].first <= supernodes[p].last) runs[count++] = supernodes[p];
     }
     for (std::size_t s = static_cast<std::size_t>(independent); s < supernodes.size(); ++s) {
-        for (int J = supernodes[s].first; J <= supernodes[s].last; ++J) runs[count++] = {J, J};
+        for (int J = supernodes[s].first; J <= supernodes[s].last; J = runs[count++].last + 1) {
+            runs[count] = {J, lastTogether(structure, J, supernodes[s].last, kPanelsAtTop)};
+        }
     }
     return count;
 }

@@ -3,11 +3,9 @@
 #include <lintrix/engine/supernode_update.h>
 
 #include <lintrix/engine/update_kernel.h>
-#include <lintrix/services/blas.h>
 
-#include <algorithm>
 #include <complex>
-#include <cstddef>
+#include <cstdint>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -70,36 +68,6 @@ Choice<T> choose() noexcept
     return {runSse2<T>, 16 / bytes};
 }
 
-bool areNeighbours(const int* row, int m)
-{
-    return row[m - 1] - row[0] == m - 1; // they ascend
-}
-
-// Where rows and columns of the target are neighbours and the product is large, gemm has nothing to gather.
-constexpr int kLeastForGemm = 48;
-
-template <class T>
-bool isForGemm(const UpdateProduct<T>& product, const UpdateTarget<T>& target)
-{
-    return std::min({product.m, product.k, product.w}) >= kLeastForGemm &&
-           areNeighbours(target.row, product.m) && areNeighbours(target.column, product.k);
-}
-
-// Columns that one call of gemm makes, so that little of the upper triangle is made in vain.
-constexpr int kColumnsAtOnce = 64;
-
-template <class T>
-void subtractByGemm(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle)
-{
-    const int step = lowerTriangle ? std::min(kColumnsAtOnce, product.k) : product.k;
-    for (int c = 0; c < product.k; c += step) {
-        const int columns = std::min(step, product.k - c), first = lowerTriangle ? c : 0;
-        T* const cells = target.cells + target.row[first] + std::ptrdiff_t{target.ld} * target.column[c];
-        blas::gemm('N', 'T', product.m - first, columns, product.w, T(-1), product.a + first, product.lda,
-                   product.b + c, product.ldb, T(1), cells, target.ld);
-    }
-}
-
 } // namespace
 
 template <class T>
@@ -110,8 +78,6 @@ void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& tar
     if (product.m <= 0) return;
     if (product.m + product.above < kernel.lanes) {
         runByElements(product, target, lowerTriangle);
-    } else if (isForGemm(product, target)) {
-        subtractByGemm(product, target, lowerTriangle);
     } else {
         kernel.run(product, target, lowerTriangle, buffer);
     }

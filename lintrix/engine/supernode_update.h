@@ -1,10 +1,11 @@
 #pragma once
 /// @file
-/// The work horse of the factorization: a descendant's product, subtracted from a panel through indices.
+/// The work horse of the factorization: a descendant's product, subtracted from panels through indices.
 
 #include <lintrix/services/export.h>
 
 #include <cstdint>
+#include <span>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -19,31 +20,39 @@ struct UpdateProduct {
     int above; ///< elements in front of `a` in the same panel: what a vector may begin early
 };
 
-/// Where the product goes: row i to `cells[row[i] + ld * column[c]]`.
+/// One panel that a product goes to, by consecutive columns of it: row i and column c to
+/// `cells[row[i] + ld * row[c]]`, the rows from `firstRow` on. The pointer is set back so that the row
+/// numbers of a first panel serve those behind it, too.
 template <class T>
-struct UpdateTarget {
+struct UpdatePanel {
     T* cells;
     int ld;
-    const int* row;    ///< m, ascending
-    const int* column; ///< k
+    int columns;
+    int firstRow;
 };
 
-/// Elements that subtractProduct may need for its buffer, when the target and its descendants have at most
-/// `widest` columns: the packed factors of a product, k <= widest columns and a block of rows.
-constexpr std::int64_t updateBufferSize(int widest) noexcept
+/// Where the product goes: panel after panel, their columns the first k rows.
+template <class T>
+struct UpdateTarget {
+    std::span<const UpdatePanel<T>> panels;
+    const int* row; ///< m, ascending
+};
+
+/// Elements that subtractProduct may need for its buffer: the packed factors of a product of k columns over
+/// w, those of each of `panels` filled up to a group, and a block of rows.
+constexpr std::int64_t updateBufferSize(int k, int w, int panels) noexcept
 {
-    constexpr int kLargestBlock = 64; // rows and columns of a kernel's block together
-    return (std::int64_t{widest} + kLargestBlock) * widest;
+    constexpr int kTallestBlock = 48, kWidestGroup = 8;
+    return (std::int64_t{k} + panels * kWidestGroup + kTallestBlock) * w;
 }
 
-/// target(row[i], column[c]) -= sum over p of a(i, p)*b(c, p). With `lowerTriangle` (rows and columns of the
-/// target are the same there) what stands above the diagonal of the target is undefined afterwards. `buffer`
-/// has updateBufferSize elements.
+/// target(row[i], row[c]) -= sum over p of a(i, p)*b(c, p). With `lowerTriangle` what stands above the
+/// diagonal of the target, i < c, is undefined afterwards. `buffer` has updateBufferSize elements.
 ///
 /// Products are formed in registers, small ones from where the factors lie, larger ones from packed factors,
 /// and subtracted from there: a vector at a time where the rows of the target are neighbours, else by
-/// elements. Where the target is one stretch and large, gemm takes it as it is. The choice depends on sizes
-/// and rows alone, so the bits of a result do not depend on who computes it.
+/// elements. The choice depends on sizes and rows alone, so the bits of a result do not depend on who
+/// computes it.
 template <class T>
 LINTRIX_TESTABLE void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
                                       bool lowerTriangle, T* buffer);

@@ -99,21 +99,24 @@ public:
     LINTRIX_ALWAYS_INLINE void runInPlace(bool lowerTriangle) const
     {
         int c = 0;
-        for (; c + Cols <= product_.k; c += Cols) columnsInPlace<Cols>(c, lowerTriangle);
-        if constexpr (Cols > 4) c += columnsIfLeft<4>(c, lowerTriangle);
-        if constexpr (Cols > 2) c += columnsIfLeft<2>(c, lowerTriangle);
-        columnsIfLeft<1>(c, lowerTriangle);
+        for (const UpdatePanel<T>& panel : target_.panels) {
+            const int end = c + panel.columns;
+            for (; c + Cols <= end; c += Cols) columnsInPlace<Cols>(panel, c, lowerTriangle);
+            if constexpr (Cols > 4) c += columnsIfLeft<4>(panel, c, end, lowerTriangle);
+            if constexpr (Cols > 2) c += columnsIfLeft<2>(panel, c, end, lowerTriangle);
+            c += columnsIfLeft<1>(panel, c, end, lowerTriangle);
+        }
     }
 
     /// Larger ones: b is packed by groups of columns, and a block of rows stays in the cache while they pass;
-    /// it is packed, too, where there are many groups. `work`: (k + Cols + kTall) * w elements.
+    /// it is packed, too, where there are many groups.
     LINTRIX_ALWAYS_INLINE void runPacked(bool lowerTriangle, T* work) const
     {
         T* const rows = work;
         T* const groups = work + std::ptrdiff_t{kTall} * product_.w;
         packColumns(groups);
         const bool packs = product_.k > kGroupsInPlace * Cols;
-        int i = 0;
+        int i = target_.panels.front().firstRow;
         for (; i + kTall <= product_.m; i += kTall) {
             const T* a = product_.a + i;
             std::ptrdiff_t lda = product_.lda;
@@ -122,12 +125,12 @@ public:
                 a = rows;
                 lda = kTall;
             }
-            passGroups<Rows>(a, lda, groups, i, i, lowerTriangle);
+            passPanels<Rows>(a, lda, groups, i, i, lowerTriangle);
         }
         for (; i + kLanes <= product_.m; i += kLanes)
-            passGroups<1>(product_.a + i, product_.lda, groups, i, i, lowerTriangle);
+            passPanels<1>(product_.a + i, product_.lda, groups, i, i, lowerTriangle);
         if (i < product_.m)
-            passGroups<1>(product_.a + product_.m - kLanes, product_.lda, groups, product_.m - kLanes, i,
+            passPanels<1>(product_.a + product_.m - kLanes, product_.lda, groups, product_.m - kLanes, i,
                           lowerTriangle);
     }
 
@@ -139,8 +142,8 @@ private:
     // Rows [i, i + TheseRows*kLanes) of TheseCols columns from c on, of which `wanted` count; of the rows,
     // those from `first` on.
     template <int TheseRows, int TheseCols>
-    LINTRIX_ALWAYS_INLINE void block(const T* a, std::ptrdiff_t lda, const T* b, std::ptrdiff_t ldb, int i,
-                                     int first, int c, int wanted) const
+    LINTRIX_ALWAYS_INLINE void block(const UpdatePanel<T>& panel, const T* a, std::ptrdiff_t lda, const T* b,
+                                     std::ptrdiff_t ldb, int i, int first, int c, int wanted) const
     {
         V sum[TheseRows][TheseCols];
         if constexpr (kIsComplex<T>) {
@@ -149,82 +152,117 @@ private:
         } else {
             multiplyBlock<R, Bytes, TheseRows, TheseCols>(a, lda, b, ldb, product_.w, sum);
         }
-        for (int r = 0; r < TheseRows; ++r) subtract<TheseCols>(sum[r], i + r * kLanes, first, c, wanted);
+        for (int r = 0; r < TheseRows; ++r)
+            subtract<TheseCols>(panel, sum[r], i + r * kLanes, first, c, wanted);
     }
 
     // One vector of rows from i on: at once where the target has them side by side.
     template <int TheseCols>
-    LINTRIX_ALWAYS_INLINE void subtract(const V (&sum)[TheseCols], int i, int first, int c, int wanted) const
+    LINTRIX_ALWAYS_INLINE void subtract(const UpdatePanel<T>& panel, const V (&sum)[TheseCols], int i,
+                                        int first, int c, int wanted) const
     {
         const int* const row = target_.row + i;
         if (first <= i && row[kLanes - 1] - row[0] == kLanes - 1) {
             for (int q = 0; q < TheseCols; ++q) {
-                if (q < wanted) *reinterpret_cast<V*>(column(c + q) + row[0]) -= sum[q];
+                if (q < wanted) *reinterpret_cast<V*>(column(panel, c + q) + row[0]) -= sum[q];
             }
             return;
         }
         alignas(Bytes) T kept[TheseCols][kLanes];
         for (int q = 0; q < TheseCols; ++q) *reinterpret_cast<V*>(kept[q]) = sum[q];
         for (int q = 0; q < wanted; ++q) {
-            T* const cells = column(c + q);
+            T* const cells = column(panel, c + q);
             for (int r = std::max(0, first - i); r < kLanes; ++r) cells[row[r]] -= kept[q][r];
         }
     }
 
-    T* column(int c) const { return target_.cells + std::ptrdiff_t{target_.ld} * target_.column[c]; }
+    T* column(const UpdatePanel<T>& panel, int c) const
+    {
+        return panel.cells + std::ptrdiff_t{panel.ld} * target_.row[c];
+    }
 
     // Tall blocks first, then single vectors; the last vector reaches back over rows that are done or lie
     // above, rather than beyond the end.
     template <int TheseCols>
-    LINTRIX_ALWAYS_INLINE void columnsInPlace(int c, bool lowerTriangle) const
+    LINTRIX_ALWAYS_INLINE void columnsInPlace(const UpdatePanel<T>& panel, int c, bool lowerTriangle) const
     {
         const T *const a = product_.a, *const b = product_.b + c;
         const int lda = product_.lda, ldb = product_.ldb, last = product_.m - kLanes;
-        int i = lowerTriangle ? c : 0;
+        int i = lowerTriangle ? std::max(c, panel.firstRow) : panel.firstRow;
         for (; i + kTall <= product_.m; i += kTall)
-            block<Rows, TheseCols>(a + i, lda, b, ldb, i, i, c, TheseCols);
-        for (; i <= last; i += kLanes) block<1, TheseCols>(a + i, lda, b, ldb, i, i, c, TheseCols);
-        if (i < product_.m) block<1, TheseCols>(a + last, lda, b, ldb, last, i, c, TheseCols);
+            block<Rows, TheseCols>(panel, a + i, lda, b, ldb, i, i, c, TheseCols);
+        for (; i <= last; i += kLanes) block<1, TheseCols>(panel, a + i, lda, b, ldb, i, i, c, TheseCols);
+        if (i < product_.m) block<1, TheseCols>(panel, a + last, lda, b, ldb, last, i, c, TheseCols);
     }
 
     template <int TheseCols>
-    LINTRIX_ALWAYS_INLINE int columnsIfLeft(int c, bool lowerTriangle) const
+    LINTRIX_ALWAYS_INLINE int columnsIfLeft(const UpdatePanel<T>& panel, int c, int end,
+                                            bool lowerTriangle) const
     {
-        if (c + TheseCols > product_.k) return 0;
-        columnsInPlace<TheseCols>(c, lowerTriangle);
+        if (c + TheseCols > end) return 0;
+        columnsInPlace<TheseCols>(panel, c, lowerTriangle);
         return TheseCols;
     }
 
-    // All groups of columns that have rows in the block; in the lower triangle none that begins behind it.
+    // The packed groups of all panels.
     template <int TheseRows>
-    LINTRIX_ALWAYS_INLINE void passGroups(const T* a, std::ptrdiff_t lda, const T* groups, int i, int first,
+    LINTRIX_ALWAYS_INLINE void passPanels(const T* a, std::ptrdiff_t lda, const T* groups, int i, int first,
                                           bool lowerTriangle) const
     {
-        const int end = lowerTriangle ? std::min(product_.k, i + TheseRows * kLanes) : product_.k;
-        for (int c = 0; c < end; c += Cols) {
-            block<TheseRows, Cols>(a, lda, groups + std::ptrdiff_t{c} * product_.w, Cols, i, first, c,
-                                   std::min(Cols, product_.k - c));
+        int c = 0;
+        for (const UpdatePanel<T>& panel : target_.panels) {
+            const int end = c + panel.columns, firstHere = std::max(first, panel.firstRow);
+            if (firstHere < i + TheseRows * kLanes)
+                passGroups<TheseRows>(panel, a, lda, groups, i, firstHere, c, end, lowerTriangle);
+            groups += paddedColumns(panel) * product_.w;
+            c = end;
         }
     }
 
-    // Groups of Cols columns, the last filled up with zeros.
+    // All groups of a panel that have rows in the block; in the lower triangle none that begins behind it.
+    template <int TheseRows>
+    LINTRIX_ALWAYS_INLINE void passGroups(const UpdatePanel<T>& panel, const T* a, std::ptrdiff_t lda,
+                                          const T* groups, int i, int first, int c, int columnsEnd,
+                                          bool lowerTriangle) const
+    {
+        const int end = lowerTriangle ? std::min(columnsEnd, i + TheseRows * kLanes) : columnsEnd;
+        for (; c < end; c += Cols, groups += std::ptrdiff_t{Cols} * product_.w) {
+            block<TheseRows, Cols>(panel, a, lda, groups, Cols, i, first, c, std::min(Cols, columnsEnd - c));
+        }
+    }
+
+    static std::ptrdiff_t paddedColumns(const UpdatePanel<T>& panel)
+    {
+        return (panel.columns + Cols - 1) / Cols * Cols;
+    }
+
+    // Groups of Cols columns, the last of each panel filled up with zeros.
     LINTRIX_ALWAYS_INLINE void packColumns(T* groups) const
     {
-        for (int c = 0; c < product_.k; c += Cols) {
-            const int wanted = std::min(Cols, product_.k - c);
-            for (int p = 0; p < product_.w; ++p, groups += Cols) {
-                const T* const b = product_.b + std::ptrdiff_t{product_.ldb} * p + c;
-                for (int q = 0; q < Cols; ++q) groups[q] = q < wanted ? b[q] : T(0);
+        int c = 0;
+        for (const UpdatePanel<T>& panel : target_.panels) {
+            const int end = c + panel.columns;
+            for (; c < end; c += Cols) {
+                const int wanted = std::min(Cols, end - c);
+                for (int p = 0; p < product_.w; ++p, groups += Cols) {
+                    const T* const b = product_.b + std::ptrdiff_t{product_.ldb} * p + c;
+                    for (int q = 0; q < Cols; ++q) groups[q] = q < wanted ? b[q] : T(0);
+                }
             }
+            c = end;
         }
     }
 
+    // The next block is brought near on the way: each column is on a page of its own, where the processor
+    // does not look ahead for as few lines as a block takes of it.
     LINTRIX_ALWAYS_INLINE void packRows(int i, T* rows) const
     {
         for (int p = 0; p < product_.w; ++p, rows += kTall) {
             const T* const a = product_.a + std::ptrdiff_t{product_.lda} * p + i;
-            for (int r = 0; r < kTall; r += kLanes)
+            for (int r = 0; r < kTall; r += kLanes) {
+                __builtin_prefetch(a + r + kTall);
                 *reinterpret_cast<V*>(rows + r) = *reinterpret_cast<const V*>(a + r);
+            }
         }
     }
 
@@ -237,13 +275,15 @@ template <class T>
 LINTRIX_ALWAYS_INLINE void runByElements(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
                                          bool lowerTriangle)
 {
-    for (int c = 0; c < product.k; ++c) {
-        T* const cells = target.cells + std::ptrdiff_t{target.ld} * target.column[c];
-        for (int p = 0; p < product.w; ++p) {
-            const T* const a = product.a + std::ptrdiff_t{product.lda} * p;
-            const T y = product.b[c + std::ptrdiff_t{product.ldb} * p];
-            for (int i = lowerTriangle ? c : 0; i < product.m; ++i) {
-                cells[target.row[i]] -= engine::product(a[i], y);
+    int c = 0;
+    for (const UpdatePanel<T>& panel : target.panels) {
+        for (const int end = c + panel.columns; c < end; ++c) {
+            T* const cells = panel.cells + std::ptrdiff_t{panel.ld} * target.row[c];
+            const int first = lowerTriangle ? std::max(c, panel.firstRow) : panel.firstRow;
+            for (int p = 0; p < product.w; ++p) {
+                const T* const a = product.a + std::ptrdiff_t{product.lda} * p;
+                const T y = product.b[c + std::ptrdiff_t{product.ldb} * p];
+                for (int i = first; i < product.m; ++i) cells[target.row[i]] -= engine::product(a[i], y);
             }
         }
     }

@@ -2,11 +2,10 @@
 
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
+#include <lintrix/services/huge_pages.h>
 #include <lintrix/services/system_allocator.h>
 
 #include <algorithm>
-
-#include <sys/mman.h>
 
 namespace Velmar::Lintrix::detail {
 
@@ -37,18 +36,6 @@ void* withHeader(void* systemBlock, std::uint64_t bytes)
     auto* header = static_cast<Header*>(systemBlock);
     header->bytes = bytes;
     return header + 1;
-}
-
-// A block that the C runtime maps afresh each time (from 32 MiB on) is first touched page by page. Huge pages
-// make that touch twice as fast, where the system leaves the choice to the program; a refusal costs nothing.
-void preferHugePages(void* block, std::uint64_t bytes)
-{
-    constexpr std::uint64_t kMappedAfresh = std::uint64_t{32} << 20, kHugePage = std::uint64_t{2} << 20;
-    if (bytes < kMappedAfresh) return;
-    const auto start = reinterpret_cast<std::uintptr_t>(block);
-    const std::uintptr_t first = (start + kHugePage - 1) & ~(kHugePage - 1),
-                         last = (start + bytes) & ~(kHugePage - 1);
-    madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 }
 
 bool fits(std::uint64_t request)

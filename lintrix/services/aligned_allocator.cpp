@@ -1,6 +1,7 @@
 #include <lintrix/services/aligned_allocator.h>
 
 #include <lintrix/services/alignment.h>
+#include <lintrix/services/huge_pages.h>
 #include <lintrix/services/system_allocator.h>
 
 #include <cstring>
@@ -37,6 +38,7 @@ void* allocate(std::size_t size, std::size_t alignment, const Take& take)
     }
     void* const block = take(size + effective + kHeader);
     if (block == nullptr) return nullptr;
+    preferHugePages(block, size);
     return withHeader(block, alignedAddress(static_cast<std::byte*>(block) + kHeader, effective));
 }
 

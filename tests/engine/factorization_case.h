@@ -126,6 +126,25 @@ struct FactorizationCase {
     }
     Factor<T> factor() { return {lower.data(), upper.data(), rowExchange.data(), columnExchange.data()}; }
 
+    /// The same factor bit for bit, but for what stands above the diagonals in symmetric storage, which has
+    /// no meaning.
+    bool hasBitsOf(const FactorizationCase& other) const
+    {
+        const FactorStructure s = p.structure();
+        for (int J = 0; J < s.supernodes(); ++J) {
+            for (int j = 0; j < s.width(J); ++j) {
+                const std::int64_t column =
+                    p.lowerStarts[static_cast<std::size_t>(J)] + std::int64_t{s.height(J)} * j;
+                const auto first = lower.begin() + column + (isUnsymmetric(rules.method) ? 0 : j);
+                if (!std::equal(first, lower.begin() + column + s.height(J),
+                                other.lower.begin() + (first - lower.begin())))
+                    return false;
+            }
+        }
+        return upper == other.upper && rowExchange == other.rowExchange &&
+               columnExchange == other.columnExchange;
+    }
+
     StoredFactor<T> stored()
     {
         return {p.structure(), p.lowerStarts, p.upperStarts, rules.method, rules.hermitian, factor()};

@@ -50,41 +50,80 @@ protected:
         return all;
     }
 
-    // m rows by k columns over w, the rows in stretches (0: all neighbours).
-    static void expectExact(int m, int k, int w, int stretch, bool lowerTriangle, int above)
+    struct Shape {
+        int m, k, w;
+        int stretch; ///< of neighbours among the rows; 0: all are
+        bool lowerTriangle;
+        int above;
+        int panels = 1;
+        bool behindBlocks = false; ///< each panel has the rows behind its columns only, as those of U
+    };
+
+    // Panels of a common row list, each with the rows from its own first column on, or from behind its last.
+    struct Panels {
+        std::vector<UpdatePanel<T>> views;
+        std::vector<std::vector<T>> cells;
+        std::vector<int> firstColumn, firstRow; // in the common list
+    };
+
+    static Panels panelsFor(const Shape& shape, const std::vector<int>& row, std::mt19937& random)
     {
+        Panels panels;
+        const int height = row.back() + 1;
+        for (int p = 0, taken = 0; p < shape.panels; ++p) {
+            const int end = shape.k * (p + 1) / shape.panels, columns = end - taken;
+            if (columns == 0) continue;
+            const int origin = row[std::size_t(taken)], last = row[std::size_t(end - 1)];
+            const int above = shape.behindBlocks ? last + 1 : origin, ld = height - above + 1;
+            panels.cells.push_back(values(std::max(1, ld) * (last - origin + 1), random));
+            panels.firstColumn.push_back(origin);
+            panels.firstRow.push_back(above);
+            panels.views.push_back({panels.cells.back().data() - above - std::ptrdiff_t{ld} * origin, ld,
+                                    columns, shape.behindBlocks ? end : taken});
+            taken = end;
+        }
+        return panels;
+    }
+
+    static void expectExact(const Shape& shape)
+    {
+        const auto [m, k, w, stretch, lowerTriangle, above, panelCount, behindBlocks] = shape;
         SCOPED_TRACE(::testing::Message() << "m " << m << ", k " << k << ", w " << w << ", stretch "
-                                          << stretch << ", lower " << lowerTriangle << ", above " << above);
+                                          << stretch << ", lower " << lowerTriangle << ", above " << above
+                                          << ", panels " << panelCount << ", behind " << behindBlocks);
         std::mt19937 random(static_cast<unsigned>(m * 131 + k * 17 + w));
         const int lda = above + m + 3, ldb = k + 2;
         const std::vector<T> a = values(lda * w, random), b = values(ldb * w, random);
         const std::vector<int> row = places(m, stretch, random);
-        std::vector<int> column = places(k, stretch, random);
-        if (lowerTriangle) column.assign(row.begin(), row.begin() + k);
-        const int ld = row.back() + 2;
-        const std::vector<T> before = values(ld * (column.back() + 1), random);
-        std::vector<T> after = before, buffer(static_cast<std::size_t>(updateBufferSize(std::max(k, w))));
+        Panels target = panelsFor(shape, row, random);
+        const std::vector<std::vector<T>> before = target.cells;
+        std::vector<T> buffer(static_cast<std::size_t>(updateBufferSize(k, w, panelCount)));
         const UpdateProduct<T> product{a.data() + above, lda, b.data(), ldb, m, k, w, above};
-        subtractProduct<T>(product, {after.data(), ld, row.data(), column.data()}, lowerTriangle,
-                           buffer.data());
+        subtractProduct<T>(product, {target.views, row.data()}, lowerTriangle, buffer.data());
 
-        std::vector<bool> touched(before.size());
         const auto tolerance =
             static_cast<RealOf<T>>(4 * (w + 2)) * std::numeric_limits<RealOf<T>>::epsilon();
-        for (int c = 0; c < k; ++c) {
-            for (int i = 0; i < m; ++i) {
-                const auto cell = static_cast<std::size_t>(row[std::size_t(i)] + ld * column[std::size_t(c)]);
-                touched[cell] = true;
-                if (lowerTriangle && i < c) continue; // undefined
-                T sum = before[cell];
-                for (int p = 0; p < w; ++p)
-                    sum -= a[std::size_t(above + i + lda * p)] * b[std::size_t(c + ldb * p)];
-                ASSERT_LE(std::abs(after[cell] - sum), tolerance) << i << ' ' << c;
+        int c = 0;
+        for (std::size_t p = 0; p < target.views.size(); ++p) {
+            const UpdatePanel<T>& panel = target.views[p];
+            std::vector<bool> touched(before[p].size());
+            for (const int end = c + panel.columns; c < end; ++c) {
+                for (int i = panel.firstRow; i < m; ++i) {
+                    const auto cell =
+                        static_cast<std::size_t>(row[std::size_t(i)] - target.firstRow[p] +
+                                                 panel.ld * (row[std::size_t(c)] - target.firstColumn[p]));
+                    touched[cell] = true;
+                    if (lowerTriangle && i < c) continue; // undefined
+                    T sum = before[p][cell];
+                    for (int q = 0; q < w; ++q)
+                        sum -= a[std::size_t(above + i + lda * q)] * b[std::size_t(c + ldb * q)];
+                    ASSERT_LE(std::abs(target.cells[p][cell] - sum), tolerance) << i << ' ' << c;
+                }
             }
-        }
-        for (std::size_t cell = 0; cell < before.size(); ++cell) {
-            if (touched[cell]) continue;
-            ASSERT_EQ(after[cell], before[cell]) << "cell " << cell;
+            for (std::size_t cell = 0; cell < touched.size(); ++cell) {
+                if (touched[cell]) continue;
+                ASSERT_EQ(target.cells[p][cell], before[p][cell]) << "panel " << p << " cell " << cell;
+            }
         }
     }
 };
@@ -98,8 +137,8 @@ TYPED_TEST(SupernodeUpdate, SmallShapes)
         for (int k = 1; k <= std::min(m, 19); k += 2) {
             for (const int w : {1, 2, 7}) {
                 for (const bool lower : {false, true}) {
-                    this->expectExact(m, k, w, 3, lower, (m * k) % 20);
-                    this->expectExact(m, k, w, 0, lower, 0);
+                    this->expectExact({m, k, w, 3, lower, (m * k) % 20});
+                    this->expectExact({m, k, w, 0, lower, 0});
                 }
             }
         }
@@ -112,7 +151,7 @@ TYPED_TEST(SupernodeUpdate, PackedShapesInStretches)
         for (const int k : {1, 4, 7, 8, 9, 17, 24}) {
             for (const int w : {13, 64}) {
                 for (const int stretch : {1, 4, 30}) {
-                    for (const bool lower : {false, true}) this->expectExact(m, k, w, stretch, lower, 5);
+                    for (const bool lower : {false, true}) this->expectExact({m, k, w, stretch, lower, 5});
                 }
             }
         }
@@ -122,9 +161,28 @@ TYPED_TEST(SupernodeUpdate, PackedShapesInStretches)
 TYPED_TEST(SupernodeUpdate, LargeShapesInOneStretch)
 {
     for (const bool lower : {false, true}) {
-        this->expectExact(200, 128, 128, 0, lower, 40);
-        this->expectExact(130, 90, 60, 0, lower, 0);
-        this->expectExact(130, 90, 60, 7, lower, 0);
+        this->expectExact({200, 128, 128, 0, lower, 40});
+        this->expectExact({130, 90, 60, 0, lower, 0});
+        this->expectExact({130, 90, 60, 7, lower, 0});
+    }
+}
+
+// The three ways in which panels take their rows: L's of symmetric storage, of unsymmetric, and U's.
+TYPED_TEST(SupernodeUpdate, SeveralPanels)
+{
+    for (const int panels : {2, 3, 4}) {
+        for (const int m : {5, 23, 60, 131}) {
+            for (const int k : {4, 5, 23, 50}) {
+                if (k > m) continue;
+                for (const int w : {2, 40}) {
+                    for (const int stretch : {0, 5}) {
+                        this->expectExact({m, k, w, stretch, true, 5, panels, false});
+                        this->expectExact({m, k, w, stretch, false, 5, panels, false});
+                        this->expectExact({m, k, w, stretch, false, 5, panels, true});
+                    }
+                }
+            }
+        }
     }
 }
 
@@ -132,7 +190,8 @@ TYPED_TEST(SupernodeUpdate, NoRowsAreNoWork)
 {
     const int index = 0;
     TypeParam cell(3);
-    subtractProduct<TypeParam>({&cell, 1, &cell, 1, 0, 1, 1, 0}, {&cell, 1, &index, &index}, false, nullptr);
+    const UpdatePanel<TypeParam> panel{&cell, 1, 1, 0};
+    subtractProduct<TypeParam>({&cell, 1, &cell, 1, 0, 1, 1, 0}, {{&panel, 1}, &index}, false, nullptr);
     EXPECT_EQ(cell, TypeParam(3));
 }
 
