@@ -32,8 +32,10 @@ void divide(T by, T* values, int sides)
     std::transform(values, values + sides, values, [=](T value) { return product(value, inverse); });
 }
 
+// A function of its own, which is compiled once: inlined into the kernels it would round with their fused
+// operations, and the parts of a solve in turn would have other bits than the whole.
 template <class T>
-void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
+[[gnu::noinline]] void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
 {
     const FactorStructure& structure = factor.structure;
     const int first = structure.starts[J], width = structure.width(J);
