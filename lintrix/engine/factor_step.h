@@ -17,8 +17,7 @@ namespace Velmar::Lintrix::detail::engine {
 /// percentage.
 ///
 /// @return  {Memory, -1100}   no room for the factor
-/// @return  {Memory, -1200}   no room for the lists of the factorization
-/// @return  {Numeric, -2}     no work space for a thread
+/// @return  {Memory, -1200}   no work space
 /// @return  {Numeric, column} a pivot that Cholesky or LU cannot use; columns of the factor count from 1
 /// @return  {Numeric, -1}     the progress callback wants to stop
 Failure factorize(const Arguments& call, Handle handle, Timers& timers);

@@ -86,6 +86,7 @@ public:
     }
 
     explicit operator bool() const { return indexOf_ && rows_ && buffer_ && scaled_; }
+    std::int64_t missingBytes() const { return engine::missingBytes(indexOf_, rows_, buffer_, scaled_); }
     PivotCounts pivots() const { return pivots_; }
 
     void work(int thread)
@@ -350,7 +351,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
         if (worker) {
             worker.work(omp_get_thread_num());
         } else {
-            team.fail({Error::Numeric, -2});
+            team.fail(outOfMemory(BlockCode::RealWork, worker.missingBytes()));
         }
 #pragma omp critical(lintrix_engine_pivots)
         pivots += worker.pivots();

@@ -77,8 +77,7 @@ struct FactorResult {
 ///
 /// @return  {Numeric, column}  Cholesky or LU met a pivot it cannot use, at that column (from 1)
 /// @return  {Numeric, -1}      the listener wanted to stop
-/// @return  {Numeric, -2}      a thread has no work space
-/// @return  {Memory, -1200}    no space for what the threads share
+/// @return  {Memory, -1200}    no work space
 template <class T>
 LINTRIX_TESTABLE FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T* values,
                                         const Factor<T>& factor, const ProgressListener& listener);

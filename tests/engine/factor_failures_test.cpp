@@ -261,7 +261,7 @@ protected:
             SCOPED_TRACE(::testing::Message() << "request " << k << ", once " << once << ", phase " << phase);
             const Seen seen = runWithout(k, once, phase);
             if (seen.error == 0) break;
-            EXPECT_EQ(seen.error, seen.code == -2 ? -4 : -2);
+            EXPECT_EQ(seen.error, -2);
             if (k < 2) {
                 EXPECT_EQ(seen.code, -1100); // its storage, its exchanges
             }
@@ -276,30 +276,12 @@ TEST_P(FailingFactorization, TellsTheBlockLeaksNothingAndServesAgain)
     for (const int threads : {1, 3}) {
         const ThreadSetting setting(threads, 0);
         for (const bool once : {true, false}) {
-            EXPECT_EQ(codesOf(once, 22), (std::set<int>{-1100, -1200, -2}));
-            EXPECT_EQ(codesOf(once, 23), (std::set<int>{-1100, -1200, -1300, -2}));
+            EXPECT_EQ(codesOf(once, 22), (std::set<int>{-1100, -1200}));
+            EXPECT_EQ(codesOf(once, 23), (std::set<int>{-1100, -1200, -1300}));
         }
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, FailingFactorization, ::testing::ValuesIn(kTypes));
-
-TEST(FactorFailure, OfWorkWithinTheKernelIsToldAsInternal)
-{
-    SlotRecorder recorder;
-    EngineCall call(tridiagonal(60), 11);
-    ASSERT_EQ(call.run(11), 0);
-    for (int k = 0;; ++k) {
-        recorder.failFrom(k);
-        const auto [error, text] = call.runPrinting(22, -1);
-        recorder.failOnly(-1);
-        ASSERT_NE(error, 0) << "no request is the kernel's own";
-        if (error != -4) continue;
-        EXPECT_EQ(text, "*** Error in PARDISO  ( numerical_factorization) error_num= -2\n"
-                        "*** Error in PARDISO: internal error, insufficient memory factorization\n");
-        EXPECT_EQ(call.iparm(30), -2);
-        return;
-    }
-}
 
 } // namespace
