@@ -152,7 +152,9 @@ Failure runSteps(Run& run)
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
     if (phase.last() == Step::Reorder) return {};
     const Failure failure = factorizeAndSolve(run);
-    if (failure.error == Error::Numeric) run.call.iparm[Parameter::FailingEquation] = failure.internal;
+    // By contract a factorization without memory, too, tells its code there. It leaves no factor.
+    if (failure.error == Error::Numeric || (failure && !hasFactor(run)))
+        run.call.iparm[Parameter::FailingEquation] = failure.internal;
     return failure;
 }
 

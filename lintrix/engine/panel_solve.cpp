@@ -1,5 +1,6 @@
 #include <lintrix/engine/panel_solve.h>
 
+#include <lintrix/engine/pivot_pair.h>
 #include <lintrix/engine/scalar.h>
 #include <lintrix/services/blas.h>
 
@@ -56,22 +57,6 @@ void solveByColumns(RightFactor factor, const T* block, std::ptrdiff_t ld, int w
     }
 }
 
-// A pivot D(i..i+size-1) of the block.
-template <class T>
-struct PivotBlock {
-    PivotBlock(const T* block, std::ptrdiff_t ld, int i, const int* exchange, bool hermitian)
-        : size(exchange[i] < 0 ? 2 : 1), d0(block[i + ld * i])
-    {
-        if (size == 1) return;
-        lower = block[i + ld * (i + 1)];
-        upper = conjugate(lower, hermitian);
-        d1 = block[i + 1 + ld * (i + 1)];
-    }
-
-    int size;
-    T d0, lower{}, upper{}, d1{}; // D = (d0 upper; lower d1)
-};
-
 } // namespace
 
 template <class T>
@@ -99,19 +84,15 @@ template <class T>
 void divideByPivots(const T* block, int ld, int w, const int* exchange, bool hermitian, T* x, int ldx, int m)
 {
     for (int j = 0; j < w;) {
-        const PivotBlock<T> d(block, ld, j, exchange, hermitian);
         T *const first = x + std::ptrdiff_t{ldx} * j, *const second = first + ldx;
-        if (d.size == 1) {
-            scale(first, T(1) / d.d0, m);
-        } else {
-            const T inverse = T(1) / (product(d.d0, d.d1) - product(d.lower, d.upper));
-            for (int i = 0; i < m; ++i) { // (a b)*inv(D)
-                const T a = first[i], b = second[i];
-                first[i] = product(product(a, d.d1) - product(b, d.lower), inverse);
-                second[i] = product(product(b, d.d0) - product(a, d.upper), inverse);
-            }
+        if (exchange[j] > 0) {
+            scale(first, T(1) / block[j + std::ptrdiff_t{ld} * j], m);
+            ++j;
+            continue;
         }
-        j += d.size;
+        const PivotPair<T> pair = pivotPairAt(block, ld, j, hermitian);
+        for (int i = 0; i < m; ++i) pair.divideRow(first[i], second[i]);
+        j += 2;
     }
 }
 
@@ -121,18 +102,21 @@ void multiplyByPivots(const T* block, int ld, int w, const int* exchange, bool h
 {
     const auto conj = [&](T value) { return conjugate(value, hermitian); };
     for (int j = 0; j < w;) {
-        const PivotBlock<T> d(block, ld, j, exchange, hermitian);
         const T *const a = x + std::ptrdiff_t{ldx} * j, *const b = a + ldx;
         T *const first = y + std::ptrdiff_t{ldy} * j, *const second = first + ldy;
-        for (int i = 0; i < k; ++i) { // D times the conjugated row, which is what the update sums over
-            if (d.size == 1) {
-                first[i] = product(d.d0, conj(a[i]));
-            } else {
-                first[i] = product(d.d0, conj(a[i])) + product(d.upper, conj(b[i]));
-                second[i] = product(d.lower, conj(a[i])) + product(d.d1, conj(b[i]));
-            }
+        const T* const column = block + std::ptrdiff_t{ld} * j;
+        const T d0 = column[j];
+        if (exchange[j] > 0) {
+            for (int i = 0; i < k; ++i) first[i] = product(d0, conj(a[i]));
+            ++j;
+            continue;
         }
-        j += d.size;
+        const T lower = column[ld + j], upper = conj(lower), d1 = column[ld + j + 1];
+        for (int i = 0; i < k; ++i) {
+            first[i] = product(d0, conj(a[i])) + product(upper, conj(b[i]));
+            second[i] = product(lower, conj(a[i])) + product(d1, conj(b[i]));
+        }
+        j += 2;
     }
 }
 

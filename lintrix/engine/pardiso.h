@@ -34,10 +34,11 @@ namespace Velmar::Lintrix {
 /// @param b, x    right-hand sides and solutions, column after column, n apart, elements as in `a`; with
 ///                iparm(6) = 1 the solution is in `b` and `x` is work
 /// @param error   0 success; -1 input or phase order; -2 memory; -3 ordering or symbolic factorization;
-///                -4 zero pivot, refinement or iterative path; -5 unclassified; -6 no perfect matching,
-///                iparm(30) is minus the rows matched; -7 diagonal matrix; -8 32-bit overflow; -9 not enough
-///                memory for the out-of-core mode, which this build answers to iparm(60) = 2; -10, -11 its
-///                files
+///                -4 numeric: iparm(30) is the column of the factor, from 1, whose pivot cannot be used, -1
+///                for a stop by the listener, or the code of a refinement or an iteration that failed; -5
+///                unclassified; -6 no perfect matching, iparm(30) is minus the rows matched; -7 diagonal
+///                matrix; -8 32-bit overflow; -9 not enough memory for the out-of-core mode, which this build
+///                answers to iparm(60) = 2; -10, -11 its files
 ///
 /// A matrix with as many entries as rows is taken for a diagonal one and solved at once; iparm(12) reads -1
 /// afterwards and makes the calls that follow return without work.

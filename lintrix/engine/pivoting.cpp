@@ -1,5 +1,7 @@
 #include <lintrix/engine/pivoting.h>
 
+#include <lintrix/engine/pivot_pair.h>
+
 #include <algorithm>
 #include <complex>
 #include <cstddef>
@@ -94,6 +96,18 @@ void exchange(const Block<T>& a, int k, Place with)
     if (with.column != k) std::swap_ranges(a.column(k), a.column(k) + a.width(), a.column(with.column));
 }
 
+// Complex numbers are multiplied by the inverse, which a quotient of theirs would find each time anew.
+template <class T>
+void divide(T* cells, int count, T by)
+{
+    if constexpr (kIsComplex<T>) {
+        const T inverse = T(1) / by;
+        for (int i = 0; i < count; ++i) cells[i] = product(cells[i], inverse);
+    } else {
+        for (int i = 0; i < count; ++i) cells[i] /= by;
+    }
+}
+
 // Column k becomes L's; the rest of the block loses the product of column and row k. Returns the column where
 // the largest magnitude is now.
 template <class T>
@@ -101,8 +115,7 @@ Champion<T> eliminate(const Block<T>& a, int k)
 {
     const int behind = k + 1, count = a.width() - behind;
     T* const l = a.column(k) + behind;
-    const T inverse = T(1) / a(k, k);
-    for (int i = 0; i < count; ++i) l[i] = product(l[i], inverse);
+    divide(l, count, a(k, k));
     Champion<T> champion{0, behind};
     for (int j = behind; j < a.width(); ++j) {
         T* const column = a.column(j) + behind;
@@ -114,88 +127,25 @@ Champion<T> eliminate(const Block<T>& a, int k)
     return champion;
 }
 
-// Exchanges rows and columns k < r of a matrix of which the lower triangle is kept: L's rows so far, and what
-// is still to do.
-template <class T>
-void exchangeSymmetrically(const Block<T>& a, int k, int r, bool hermitian)
-{
-    if (k == r) return;
-    for (int j = 0; j < k; ++j) std::swap(a(k, j), a(r, j));
-    std::swap(a(k, k), a(r, r));
-    for (int i = k + 1; i < r; ++i) {
-        const T kept = conjugate(a(i, k), hermitian);
-        a(i, k) = conjugate(a(r, i), hermitian);
-        a(r, i) = kept;
-    }
-    a(r, k) = conjugate(a(r, k), hermitian);
-    for (int i = r + 1; i < a.width(); ++i) std::swap(a(i, k), a(i, r));
-}
-
-template <class T>
-void countSign(T pivot, bool signsMean, PivotCounts& counts)
-{
-    if (!signsMean) return;
-    ++(isNegative(pivot) ? counts.negative : counts.positive);
-}
-
-// A 1 x 1 pivot at k: column k becomes L's, the lower triangle behind it is updated.
-template <class T>
-void eliminateOne(const Block<T>& a, int k, bool hermitian)
-{
-    T* const l = a.column(k);
-    const T inverse = T(1) / l[k];
-    for (int j = k + 1; j < a.width(); ++j) {
-        T* const column = a.column(j);
-        const T factor = product(conjugate(l[j], hermitian), inverse);
-        for (int i = j; i < a.width(); ++i) column[i] -= product(l[i], factor);
-    }
-    for (int i = k + 1; i < a.width(); ++i) l[i] = product(l[i], inverse);
-}
-
-// A 2 x 2 pivot at k, k + 1. With D = (d0 conj(o); o d1), columns (x, y) become (x, y)*inv(D).
-template <class T>
-void eliminateTwo(const Block<T>& a, int k, bool hermitian)
-{
-    T *const x = a.column(k), *const y = a.column(k + 1);
-    const T d0 = x[k], off = x[k + 1], d1 = y[k + 1], mirrored = conjugate(off, hermitian);
-    const T determinant = product(d0, d1) - product(off, mirrored);
-    for (int j = k + 2; j < a.width(); ++j) {
-        T* const column = a.column(j);
-        const T xj = conjugate(x[j], hermitian), yj = conjugate(y[j], hermitian);
-        // inv(D) times the conjugated row j of (x, y)
-        const T first = (product(d1, xj) - product(mirrored, yj)) / determinant;
-        const T second = (product(d0, yj) - product(off, xj)) / determinant;
-        for (int i = j; i < a.width(); ++i) column[i] -= product(x[i], first) + product(y[i], second);
-    }
-    for (int i = k + 2; i < a.width(); ++i) {
-        const T xi = x[i], yi = y[i];
-        x[i] = (product(d1, xi) - product(off, yi)) / determinant;
-        y[i] = (product(d0, yi) - product(mirrored, xi)) / determinant;
-    }
-    x[k + 1] = T(0);
-    y[k] = off;
-}
-
-template <class T>
-void countSignsOfTwo(T d0, T off, T d1, bool signsMean, PivotCounts& counts)
-{
-    if (!signsMean) return;
-    const RealOf<T> square = realPart(product(off, conjugate(off)));
-    if (realPart(d0) * realPart(d1) < square) {
-        ++counts.positive;
-        ++counts.negative;
-    } else {
-        (isNegative(d0) ? counts.negative : counts.positive) += 2;
-    }
-}
-
-// What the test of Bunch and Kaufman says about step k.
+// What is taken as a pivot at step k.
 struct Pivot {
-    int size;    // 1 or 2
-    int partner; // of k in a 1 x 1 pivot, of k + 1 in a 2 x 2 one
-    bool isTiny; // the whole column is
+    int size;       // 1 or 2
+    int partner;    // of k in a 1 x 1 pivot, of k + 1 in a 2 x 2 one
+    bool mayBeTiny; // it is perturbed then
 };
 
+// The last of the largest on the diagonal.
+template <class T>
+Pivot chooseOnDiagonal(const Block<T>& a, int k, RealOf<T> /*eps*/)
+{
+    int r = k;
+    for (int i = k; i < a.width(); ++i) {
+        if (magnitude(a(i, i)) >= magnitude(a(r, r))) r = i;
+    }
+    return {1, r, true};
+}
+
+// The test of Bunch and Kaufman.
 template <class T>
 Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
 {
@@ -203,7 +153,7 @@ Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
     constexpr R alpha = static_cast<R>(0.6403882032022076); // (1 + sqrt(17)) / 8
     const int w = a.width();
     const R d = magnitude(a(k, k));
-    R c = 0;
+    R c = 0; // largest below it, the first of equals, in row r
     int r = k;
     for (int i = k + 1; i < w; ++i) {
         if (magnitude(a(i, k)) > c) {
@@ -216,10 +166,118 @@ Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
     R e = 0;                                            // largest off the diagonal in row r
     for (int j = k; j < r; ++j) e = std::max(e, magnitude(a(r, j)));
     for (int i = r + 1; i < w; ++i) e = std::max(e, magnitude(a(i, r)));
-    if (d * e >= alpha * c * c) return {1, k, false};
+    if (d / c * e >= alpha * c) return {1, k, false}; // d*e >= alpha*c*c, which may be no numbers
     if (magnitude(a(r, r)) >= alpha * e) return {1, r, false};
     return {2, r, false};
 }
+
+// Factors the lower triangle by pivots that `choose(a, k, eps)` takes.
+template <class T>
+class SymmetricPivoting {
+public:
+    SymmetricPivoting(const Block<T>& block, double eps, bool hermitian, int* exchanges)
+        : a_(block), eps_(threshold<T>(eps, 1e-8)), hermitian_(hermitian), exchanges_(exchanges)
+    {
+    }
+
+    template <class Choose>
+    PivotCounts run(Choose choose)
+    {
+        for (int i = 0; i < a_.width(); ++i) keepReal(i);
+        for (int k = 0; k < a_.width();) {
+            const Pivot pivot = choose(a_, k, eps_);
+            pivot.size == 1 ? takeOne(k, pivot) : takeTwo(k, pivot);
+            k += pivot.size;
+        }
+        return counts_;
+    }
+
+private:
+    T conjugated(T value) const { return conjugate(value, hermitian_); }
+
+    // The diagonal of a Hermitian matrix, whatever its caller left in the imaginary part and rounding brings.
+    void keepReal(int i)
+    {
+        if (hermitian_) a_(i, i) = T(realPart(a_(i, i)));
+    }
+
+    void takeOne(int k, const Pivot& pivot)
+    {
+        exchange(k, pivot.partner);
+        exchanges_[k] = pivot.partner + 1;
+        if (pivot.mayBeTiny) a_(k, k) = sufficient(a_(k, k), eps_, counts_);
+        countSign(a_(k, k));
+        eliminateOne(k);
+    }
+
+    void takeTwo(int k, const Pivot& pivot)
+    {
+        exchange(k + 1, pivot.partner);
+        exchanges_[k] = -(k + 1);
+        exchanges_[k + 1] = -(pivot.partner + 1);
+        const T off = a_(k + 1, k);
+        const PivotPair<T> pair(a_(k, k), off, conjugated(off), a_(k + 1, k + 1));
+        const bool isSplit = pair.hasNegativeDeterminant(); // into one of each sign
+        countSign(isSplit ? T(1) : a_(k, k));
+        countSign(isSplit ? T(-1) : a_(k, k));
+        eliminateTwo(k, pair);
+    }
+
+    void countSign(T value)
+    {
+        if (hermitian_ || !kIsComplex<T>) ++(isNegative(value) ? counts_.negative : counts_.positive);
+    }
+
+    // Rows and columns k <= r: L's rows so far, and what is still to do.
+    void exchange(int k, int r)
+    {
+        if (k == r) return;
+        for (int j = 0; j < k; ++j) std::swap(a_(k, j), a_(r, j));
+        std::swap(a_(k, k), a_(r, r));
+        for (int i = k + 1; i < r; ++i) {
+            const T kept = conjugated(a_(i, k));
+            a_(i, k) = conjugated(a_(r, i));
+            a_(r, i) = kept;
+        }
+        a_(r, k) = conjugated(a_(r, k));
+        for (int i = r + 1; i < a_.width(); ++i) std::swap(a_(i, k), a_(i, r));
+    }
+
+    // Column k becomes L's, the lower triangle behind it is updated.
+    void eliminateOne(int k)
+    {
+        T* const l = a_.column(k);
+        const T inverse = T(1) / l[k];
+        for (int j = k + 1; j < a_.width(); ++j) {
+            T* const column = a_.column(j);
+            const T factor = product(conjugated(l[j]), inverse);
+            for (int i = j; i < a_.width(); ++i) column[i] -= product(l[i], factor);
+            keepReal(j);
+        }
+        for (int i = k + 1; i < a_.width(); ++i) l[i] = product(l[i], inverse);
+    }
+
+    // Columns (x, y) from k on become (x, y)*inv(D).
+    void eliminateTwo(int k, const PivotPair<T>& pair)
+    {
+        T *const x = a_.column(k), *const y = a_.column(k + 1);
+        for (int j = k + 2; j < a_.width(); ++j) {
+            T* const column = a_.column(j);
+            T first = conjugated(x[j]), second = conjugated(y[j]);
+            pair.divideColumn(first, second);
+            for (int i = j; i < a_.width(); ++i) column[i] -= product(x[i], first) + product(y[i], second);
+            keepReal(j);
+        }
+        for (int i = k + 2; i < a_.width(); ++i) pair.divideRow(x[i], y[i]);
+        y[k] = std::exchange(x[k + 1], T(0));
+    }
+
+    const Block<T> a_;
+    const RealOf<T> eps_;
+    const bool hermitian_;
+    int* const exchanges_;
+    PivotCounts counts_;
+};
 
 } // namespace
 
@@ -245,52 +303,13 @@ PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchang
 template <class T>
 PivotCounts pivotOnDiagonal(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
 {
-    const Block<T> a(block, ld, w);
-    const RealOf<T> smallest = threshold<T>(eps, 1e-8);
-    const bool signsMean = hermitian || !kIsComplex<T>;
-    PivotCounts counts;
-    for (int k = 0; k < w; ++k) {
-        int r = k;
-        for (int i = k; i < w; ++i) {
-            if (magnitude(a(i, i)) >= magnitude(a(r, r))) r = i;
-        }
-        exchangeSymmetrically(a, k, r, hermitian);
-        exchanges[k] = r + 1;
-        if (hermitian) a(k, k) = T(realPart(a(k, k)));
-        a(k, k) = sufficient(a(k, k), smallest, counts);
-        countSign(a(k, k), signsMean, counts);
-        eliminateOne(a, k, hermitian);
-    }
-    return counts;
+    return SymmetricPivoting<T>({block, ld, w}, eps, hermitian, exchanges).run(chooseOnDiagonal<T>);
 }
 
 template <class T>
 PivotCounts pivotBunchKaufman(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
 {
-    const Block<T> a(block, ld, w);
-    const RealOf<T> smallest = threshold<T>(eps, 1e-8);
-    const bool signsMean = hermitian || !kIsComplex<T>;
-    PivotCounts counts;
-    for (int k = 0; k < w;) {
-        if (hermitian) a(k, k) = T(realPart(a(k, k)));
-        const Pivot pivot = chooseBunchKaufman(a, k, smallest);
-        if (pivot.size == 1) {
-            exchangeSymmetrically(a, k, pivot.partner, hermitian);
-            exchanges[k] = pivot.partner + 1;
-            if (pivot.isTiny) a(k, k) = sufficient(a(k, k), smallest, counts);
-            countSign(a(k, k), signsMean, counts);
-            eliminateOne(a, k, hermitian);
-        } else {
-            exchangeSymmetrically(a, k + 1, pivot.partner, hermitian);
-            if (hermitian) a(k + 1, k + 1) = T(realPart(a(k + 1, k + 1)));
-            exchanges[k] = -(k + 1);
-            exchanges[k + 1] = -(pivot.partner + 1);
-            countSignsOfTwo(a(k, k), a(k + 1, k), a(k + 1, k + 1), signsMean, counts);
-            eliminateTwo(a, k, hermitian);
-        }
-        k += pivot.size;
-    }
-    return counts;
+    return SymmetricPivoting<T>({block, ld, w}, eps, hermitian, exchanges).run(chooseBunchKaufman<T>);
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \

@@ -2,6 +2,7 @@
 /// @file
 /// How far the factorization has come, told to a listener that may stop it.
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
@@ -9,7 +10,7 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Hears each new percentage; an answer other than 0 stops the factorization.
+/// Hears each new percentage; an answer other than 0 stops the factorization, and it is not asked again.
 struct ProgressListener {
     int (*step)(void* context, int thread, int percent) = nullptr;
     void* context = nullptr;
@@ -31,19 +32,21 @@ public:
     {
         const std::int64_t sum = done_.fetch_add(done, std::memory_order_relaxed) + done;
         const auto percent =
-            static_cast<int>(99.0 < 100.0 * static_cast<double>(sum) / static_cast<double>(total_)
-                                 ? 99.0
-                                 : 100.0 * static_cast<double>(sum) / static_cast<double>(total_));
+            static_cast<int>(std::min(99.0, 100.0 * static_cast<double>(sum) / static_cast<double>(total_)));
         if (percent <= told_.load(std::memory_order_relaxed)) return true;
         const std::lock_guard lock(telling_);
         return percent <= told_.load(std::memory_order_relaxed) || tell(thread, percent);
     }
 
 private:
+    static constexpr int kNothingMore = 100;
+
     bool tell(int thread, int percent)
     {
-        told_.store(percent, std::memory_order_relaxed);
-        return listener_.step == nullptr || listener_.step(listener_.context, thread, percent) == 0;
+        const bool goesOn =
+            listener_.step == nullptr || listener_.step(listener_.context, thread, percent) == 0;
+        told_.store(goesOn ? percent : kNothingMore, std::memory_order_relaxed);
+        return goesOn;
     }
 
     ProgressListener listener_;

@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/substitution.h>
 
+#include <lintrix/engine/pivot_pair.h>
 #include <lintrix/engine/scalar.h>
 #include <lintrix/engine/substitution_kernel.h>
 
@@ -31,20 +32,10 @@ void divide(T by, T* values, int sides)
     std::transform(values, values + sides, values, [=](T value) { return product(value, inverse); });
 }
 
-// (a b) := inv(D)*(a b) with D = (d0 upper; lower d1).
+// A function of its own, which is compiled once: inlined into the kernels it would round with their fused
+// operations, and the parts of a solve in turn would have other bits than the whole.
 template <class T>
-void divideByPair(T d0, T d1, T lower, T upper, T* a, T* b, int sides)
-{
-    const T inverse = T(1) / (product(d0, d1) - product(lower, upper));
-    for (int c = 0; c < sides; ++c) {
-        const T x = a[c], z = b[c];
-        a[c] = product(product(d1, x) - product(upper, z), inverse);
-        b[c] = product(product(d0, z) - product(lower, x), inverse);
-    }
-}
-
-template <class T>
-void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
+[[gnu::noinline]] void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
 {
     const FactorStructure& structure = factor.structure;
     const int first = structure.starts[J], width = structure.width(J);
@@ -53,14 +44,13 @@ void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>&
     const int* const exchange = factor.panels.rowExchange + first;
     for (int j = 0; j < width;) {
         T* const own = y.cells + std::ptrdiff_t{first + j} * y.count;
-        const T d0 = block[j + ld * j];
         if (exchange[j] > 0) {
-            divide(d0, own, y.count);
+            divide(block[j + ld * j], own, y.count);
             ++j;
             continue;
         }
-        const T lower = block[j + ld * (j + 1)], upper = conjugate(lower, factor.hermitian);
-        divideByPair(d0, block[j + 1 + ld * (j + 1)], lower, upper, own, own + y.count, y.count);
+        const PivotPair<T> pair = pivotPairAt(block, ld, j, factor.hermitian);
+        for (int c = 0; c < y.count; ++c) pair.divideColumn(own[c], own[y.count + c]);
         j += 2;
     }
 }

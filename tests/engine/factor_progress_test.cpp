@@ -3,12 +3,15 @@
 #include "tests/engine/engine_call.h"
 #include "tests/engine/symbolic_reference.h"
 
+#include <lintrix/engine/factor_plan.h>
 #include <lintrix/engine/handle.h>
 #include <lintrix/engine/matrix_type.h>
+#include <lintrix/engine/progress.h>
 #include <lintrix/engine/progress_scope.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <random>
 #include <string>
@@ -142,6 +145,75 @@ TEST(FactorProgress, AStopIsANumericFailureAndTheHandleServesAgain)
             }
         }
     }
+}
+
+TEST(FactorProgress, AStopAtEachPercentageIsOne)
+{
+    for (const int threads : {1, 2}) {
+        const ThreadSetting setting(threads, 0);
+        EngineCall call(gridMatrix(11, 20, 7));
+        ASSERT_EQ(call.run(13), 0);
+        const std::vector<double> x = call.x;
+        for (int stop = 0; stop <= 100; ++stop) {
+            SCOPED_TRACE(stop);
+            Listener listener;
+            listener.stopFrom = stop;
+            {
+                const ProgressScope scope(listener.callback());
+                EXPECT_EQ(call.run(23), -4);
+            }
+            EXPECT_GE(listener.heard.back().percent, stop);
+            EXPECT_EQ(listener.heard.back().percent == 100, stop == 100) << "99 are the most on the way";
+            EXPECT_EQ(call.iparm(30), -1);
+            EXPECT_EQ(call.x, x) << "no solve follows";
+        }
+        EXPECT_EQ(call.run(23), 0);
+        EXPECT_EQ(call.x, x);
+    }
+}
+
+TEST(FactorProgress, CountsTheElementsOfL)
+{
+    const ThreadSetting setting(1, 0); // in order: after supernode J, all the panels up to J
+    EngineCall call(gridMatrix(11, 20, 7));
+    ASSERT_EQ(call.run(11), 0);
+    const FactorPlan plan = planOf(Handle(call.pt.data()));
+    std::vector<int> expected{0};
+    for (int J = 0; J < plan.structure.supernodes(); ++J) {
+        const std::int64_t done = plan.lowerStarts[std::size_t(J) + 1];
+        const int percent = std::min(99, static_cast<int>(100 * done / plan.sizes.lower));
+        if (percent > expected.back()) expected.push_back(percent);
+    }
+    expected.push_back(100);
+    Listener listener;
+    {
+        const ProgressScope scope(listener.callback());
+        ASSERT_EQ(call.run(22), 0);
+    }
+    std::vector<int> found;
+    for (const Heard& heard : listener.heard) found.push_back(heard.percent);
+    EXPECT_EQ(found, expected);
+    EXPECT_GT(found.size(), 30U);
+}
+
+// Other threads may still be at work then.
+TEST(FactorProgress, WhoHasStoppedItHearsNothingMore)
+{
+    int calls = 0;
+    Progress progress({[](void* context, int, int percent) {
+                           ++*static_cast<int*>(context);
+                           return percent >= 20 ? 1 : 0;
+                       },
+                       &calls},
+                      100);
+    EXPECT_TRUE(progress.start());
+    EXPECT_TRUE(progress.add(0, 10));
+    EXPECT_TRUE(progress.add(0, 0)) << "no percentage is new";
+    EXPECT_EQ(calls, 2);
+    EXPECT_FALSE(progress.add(1, 15));
+    EXPECT_EQ(calls, 3);
+    progress.add(0, 30);
+    EXPECT_EQ(calls, 3);
 }
 
 TEST(FactorProgress, AStopIsReportedAsAZeroPivot)

@@ -1,7 +1,6 @@
 // The factorization through the entry: what it stores, counts, tells and refuses.
 
 #include "tests/engine/engine_call.h"
-#include "tests/services/slot_recorder.h"
 
 #include <lintrix/engine/factor_plan.h>
 #include <lintrix/engine/matrix_type.h>
@@ -19,7 +18,6 @@ using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail::engine;
 using Velmar::Lintrix::testing::EngineCall;
 using Velmar::Lintrix::testing::Rows;
-using Velmar::Lintrix::testing::SlotRecorder;
 using Velmar::Lintrix::testing::ThreadSetting;
 using Velmar::Lintrix::testing::tridiagonal;
 
@@ -183,53 +181,6 @@ TEST(FactorStep, SinglePrecisionTakesTheStandardThresholdWhereItsOwnVanishes)
     for (const float pivot : pivots<float>(call)) EXPECT_EQ(pivot, 1e-13f);
 }
 
-TEST(FactorStep, AnIndefiniteMatrixIsNotForCholeskyAndTheColumnIsTold)
-{
-    EngineCall call(tridiagonal(6, true), 2);
-    call.set(5, 1);
-    call.perm = {1, 2, 3, 4, 5, 6};
-    call.A.a[4] = -3.; // the third diagonal
-    const auto [error, text] = call.runPrinting(12, -1);
-    EXPECT_EQ(error, -4);
-    EXPECT_EQ(call.iparm(30), 3);
-    EXPECT_NE(text.find("*** Error in PARDISO  ( numerical_factorization) error_num= 3\n"
-                        "*** Error in PARDISO: zero or negative pivot, A is not SPD-matrix\n"),
-              std::string::npos)
-        << text;
-}
-
-TEST(FactorStep, AnExactZeroStopsRowPivoting)
-{
-    EngineCall call(tridiagonal(6), 1);
-    call.set(5, 1);
-    call.perm = {1, 2, 3, 4, 5, 6};
-    std::ranges::fill(call.A.a, 0.);
-    const auto [error, text] = call.runPrinting(12, -1);
-    EXPECT_EQ(error, -4);
-    EXPECT_EQ(call.iparm(30), 1);
-    EXPECT_NE(text.find("( numerical_factorization) error_num= 1\n*** Error in PARDISO: zero pivot\n"),
-              std::string::npos)
-        << text;
-}
-
-TEST(FactorStep, AFailureLeavesTheBlockWithoutAFactorAndTheNextOneFillsIt)
-{
-    EngineCall call(tridiagonal(6, true), 2);
-    EXPECT_EQ(call.run(12), 0);
-    const FactorEntry& entry = Handle(call.pt.data()).factors()[0];
-    const void* const block = entry.storage;
-    const double kept = std::exchange(call.A.a[0], -1.);
-    EXPECT_EQ(call.run(22), -4);
-    EXPECT_EQ(entry.storage, block);
-    EXPECT_EQ(entry.size, 777777777);
-    EXPECT_FALSE(hasFactor(call));
-    call.A.a[0] = kept;
-    EXPECT_EQ(call.run(22), 0);
-    EXPECT_EQ(entry.storage, block);
-    EXPECT_TRUE(hasFactor(call));
-    EXPECT_EQ(entry.size, Handle(call.pt.data()).control()[WideWord::LowerElements]);
-}
-
 TEST(FactorStep, ARepeatedFactorizationKeepsTheBlock)
 {
     EngineCall call(tridiagonal(80), 11);
@@ -333,40 +284,5 @@ TEST(FactorStep, IndicesAreBackAtTheirBaseAndNothingIsPrintedWithoutBeingAsked)
     EXPECT_EQ(call.A.ia, ia);
     EXPECT_EQ(call.A.ja, ja);
 }
-
-class FailingFactorization : public ::testing::TestWithParam<int> {};
-
-TEST_P(FailingFactorization, NamesTheBlockAndServesAgain)
-{
-    const ThreadSetting setting(2, 0);
-    for (int k = 0;; ++k) {
-        SCOPED_TRACE(k);
-        SlotRecorder recorder;
-        EngineCall call(matrixFor(GetParam(), 120), GetParam());
-        call.set(11, 1);
-        call.set(13, 1);
-        ASSERT_EQ(call.run(11), 0);
-        recorder.failFrom(k);
-        const auto [error, text] = call.runPrinting(22, -1);
-        recorder.failOnly(-1);
-        EXPECT_EQ(call.run(22), 0);
-        EXPECT_TRUE(hasFactor(call));
-        call.release();
-        EXPECT_EQ(recorder.live(), 0U);
-        if (error == 0) {
-            EXPECT_GT(k, 8);
-            return;
-        }
-        EXPECT_EQ(error, -2);
-        const bool factor = k < 2; // its storage, its exchanges
-        EXPECT_NE(text.find(factor ? "error_num= -1100\n" : "error_num= -1200\n"), std::string::npos) << text;
-        EXPECT_NE(text.find(factor ? "allocation: FACT_L&U, size" : "allocation: WORK_R0 , size"),
-                  std::string::npos)
-            << text;
-        EXPECT_EQ(text.find("size to allocate: 0 bytes"), std::string::npos);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Types, FailingFactorization, ::testing::ValuesIn(kTypes));
 
 } // namespace

@@ -11,6 +11,7 @@
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail::engine;
 using Velmar::Lintrix::testing::EngineCall;
+using Velmar::Lintrix::testing::ThreadSetting;
 using Velmar::Lintrix::testing::tridiagonal;
 
 namespace {
@@ -292,6 +293,23 @@ TEST(EntryReport, OfAnAnalysisNamesItsSteps)
     }
     EXPECT_EQ(text.find("gflop"), std::string::npos);
     EXPECT_EQ(text.find("Time numfct"), std::string::npos);
+}
+
+TEST(EntryReport, NamesTheMethodByTheThreadsAlone)
+{
+    const std::string serial = " < Numerical Factorization with Level-3 BLAS performance >\n";
+    const std::string parallel = " < Numerical Factorization with BLAS3 and O(n) synchronization >\n";
+    for (const int threads : {1, 2, 4}) {
+        const ThreadSetting setting(threads, 0);
+        for (const int mtype : {1, 2, -2, 11}) {
+            EngineCall call(tridiagonal(250, mtype % 2 == 0), mtype);
+            const auto [error, text] = call.runPrinting(12, 1);
+            EXPECT_EQ(error, 0);
+            EXPECT_EQ(call.iparm(3), threads);
+            EXPECT_EQ(text.find(serial) != std::string::npos, threads == 1) << text;
+            EXPECT_EQ(text.find(parallel) != std::string::npos, threads > 1) << text;
+        }
+    }
 }
 
 TEST(EntryReport, RepeatsTheMethodForATransposedSystem)

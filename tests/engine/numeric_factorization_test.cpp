@@ -172,18 +172,21 @@ TEST(FactorizationFailure, TheListenerStopsItAtAnyPercentage)
     }
 }
 
-TEST(FactorizationFailure, MissingWorkSpaceIsRealWork)
+TEST(FactorizationFailure, MissingWorkSpaceOfAnyThreadIsRealWork)
 {
     const OwnedGraph graph = grid(5, 5);
     const TestMatrix<double> A(graph.view(), Kind::Symmetric, 10, 1);
-    FactorizationCase<double> c(graph.view(), A, {Method::Cholesky, false, 0.0}, 8, 1);
-    for (int k = 0; k < 5; ++k) {
-        const FailingAllocator failing(k);
-        const FactorResult result = c.factorizeIt();
-        EXPECT_EQ(result.failure.error, Error::Memory) << k;
-        EXPECT_EQ(result.failure.internal, -1200) << k;
+    for (const int threads : {1, 3}) {
+        FactorizationCase<double> c(graph.view(), A, {Method::Cholesky, false, 0.0}, 8, threads);
+        for (int k = 0; k < 1 + 4 * threads; ++k) {
+            const FailingAllocator failing(k);
+            const Failure failure = c.factorizeIt().failure;
+            EXPECT_EQ(failure.error, Error::Memory) << k;
+            EXPECT_EQ(failure.internal, -1200) << k;
+            EXPECT_GT(failure.bytes, 0) << k;
+        }
+        EXPECT_FALSE(c.factorizeIt().failure);
     }
-    EXPECT_FALSE(c.factorizeIt().failure);
 }
 
 TEST(Runs, CoverEachSupernodeOnceAndNeedOnlyEarlierOnes)
