@@ -32,10 +32,8 @@ void divide(T by, T* values, int sides)
     std::transform(values, values + sides, values, [=](T value) { return product(value, inverse); });
 }
 
-// A function of its own, which is compiled once: inlined into the kernels it would round with their fused
-// operations, and the parts of a solve in turn would have other bits than the whole.
 template <class T>
-[[gnu::noinline]] void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
+void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
 {
     const FactorStructure& structure = factor.structure;
     const int first = structure.starts[J], width = structure.width(J);
@@ -80,12 +78,10 @@ public:
         }
     }
 
-    LINTRIX_ALWAYS_INLINE void backward(SupernodeRange range, BeforeTriangle before) const
+    LINTRIX_ALWAYS_INLINE void backward(SupernodeRange range) const
     {
-        const bool divides = before == BeforeTriangle::DivideByD && hasD(factor_.method);
         for (int J = range.last; J >= range.first; --J) {
             const Supernode node = nodeOf(J);
-            if (divides) divideByPivotsOf(factor_, J, RightSides<T>{y_, kSides});
             if (unsymmetric_ && !transposed_) {
                 backwardByUpper(node);
             } else {
@@ -284,9 +280,7 @@ private:
 };
 
 template <class T>
-using ForwardPass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange);
-template <class T>
-using BackwardPass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange, BeforeTriangle);
+using Pass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange);
 
 template <class T, class Kernel>
 [[gnu::target("avx2,fma")]] void forwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
@@ -296,9 +290,9 @@ template <class T, class Kernel>
 }
 template <class T, class Kernel>
 [[gnu::target("avx2,fma")]] void backwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
-                                              SupernodeRange range, BeforeTriangle before)
+                                              SupernodeRange range)
 {
-    Substitution<T, Kernel>(factor, transposed, y).backward(range, before);
+    Substitution<T, Kernel>(factor, transposed, y).backward(range);
 }
 template <class T, class Kernel>
 void forwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range)
@@ -306,16 +300,14 @@ void forwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, Supernode
     Substitution<T, Kernel>(factor, transposed, y).forward(range);
 }
 template <class T, class Kernel>
-void backwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range,
-                  BeforeTriangle before)
+void backwardSse2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range)
 {
-    Substitution<T, Kernel>(factor, transposed, y).backward(range, before);
+    Substitution<T, Kernel>(factor, transposed, y).backward(range);
 }
 
 template <class T>
 struct Passes {
-    ForwardPass<T> forward;
-    BackwardPass<T> backward;
+    Pass<T> forward, backward;
 };
 
 template <class T, class Kernel>
@@ -356,7 +348,16 @@ template <class T>
 void substituteBackward(const StoredFactor<T>& factor, bool transposed, const RightSides<T>& y,
                         SupernodeRange range, BeforeTriangle before)
 {
-    passesFor<T>(y.count).backward(factor, transposed, y.cells, range, before);
+    // The division stays out of the kernels: there it would round with their fused operations, and the parts
+    // of a solve in turn would have other bits than the whole. A few panels at a time are still in the cache.
+    const bool divides = before == BeforeTriangle::DivideByD && hasD(factor.method);
+    const int together = divides ? 64 : range.last - range.first + 1;
+    const Pass<T> pass = passesFor<T>(y.count).backward;
+    for (int last = range.last; last >= range.first; last -= together) {
+        const SupernodeRange stretch{std::max(range.first, last - together + 1), last};
+        if (divides) substituteDiagonal(factor, y, stretch);
+        pass(factor, transposed, y.cells, stretch);
+    }
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \
