@@ -62,6 +62,13 @@ Frame frameOf(const SystemFrame& frame, bool equations)
                      : Frame{frame.positionOf, {}, frame.columnScale};
 }
 
+// Whether a loop over so many cells repays calling the threads; where blocks keep them busy it does not.
+bool isWorthThreads(std::int64_t cells)
+{
+    constexpr std::int64_t kLeastCells = 20000;
+    return cells >= kLeastCells && omp_in_parallel() == 0;
+}
+
 } // namespace
 
 template <class T>
@@ -82,7 +89,7 @@ void DirectSolve<T>::bring(const T* b, int count, bool permutes, const RightSide
 {
     const int n = factor_.order();
     const Frame frame = frameOf(frame_, !transposed_);
-    const bool splits = threads_ > 1 && omp_in_parallel() == 0; // else blocks keep the threads busy
+    const bool splits = threads_ > 1 && isWorthThreads(std::int64_t{n} * count);
 #pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
     for (int i = 0; i < n; ++i) {
         T* const to = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
@@ -99,7 +106,7 @@ void DirectSolve<T>::takeBack(const RightSides<T>& y, int count, bool permutes, 
 {
     const int n = factor_.order();
     const Frame frame = frameOf(frame_, transposed_);
-    const bool splits = threads_ > 1 && omp_in_parallel() == 0;
+    const bool splits = threads_ > 1 && isWorthThreads(std::int64_t{n} * count);
 #pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
     for (int i = 0; i < n; ++i) {
         const T* const from = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
