@@ -1,6 +1,6 @@
 // How a factorization fails: the pivots, the listener and the memory that stop it, what is told, what stays.
 
-#include "tests/engine/engine_call.h"
+#include "tests/engine/factored_call.h"
 #include "tests/services/slot_recorder.h"
 
 #include <lintrix/engine/factor_plan.h>
@@ -20,9 +20,12 @@
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail::engine;
 using Velmar::Lintrix::testing::EngineCall;
+using Velmar::Lintrix::testing::hasFactor;
+using Velmar::Lintrix::testing::inElementsOf;
 using Velmar::Lintrix::testing::Rows;
 using Velmar::Lintrix::testing::SlotRecorder;
 using Velmar::Lintrix::testing::ThreadSetting;
+using Velmar::Lintrix::testing::toSingle;
 using Velmar::Lintrix::testing::tridiagonal;
 
 namespace {
@@ -43,25 +46,7 @@ Rows matrixFor(int mtype, int n, int changed = 0, double value = 0.)
                 A.a[std::size_t(k) - 1] = 0.;
         }
     }
-    if (!isComplex(mtype)) return A;
-    std::vector<double> pairs;
-    for (const double a : A.a) {
-        pairs.push_back(a);
-        pairs.push_back(0.);
-    }
-    A.a = pairs;
-    return A;
-}
-
-void toSingle(std::vector<double>& values)
-{
-    const std::vector<float> single(values.begin(), values.end());
-    std::memcpy(values.data(), single.data(), single.size() * sizeof(float));
-}
-
-bool hasFactor(EngineCall& call)
-{
-    return holdsFactor(Handle(call.pt.data()), call.mnum, elementKind(call.mtype, false));
+    return inElementsOf(mtype, A);
 }
 
 /// A factorization of equations in the order in which they stand, with a pivot that cannot be used.

@@ -1,6 +1,6 @@
 // The factorization through the entry: what it stores, counts, tells and refuses.
 
-#include "tests/engine/engine_call.h"
+#include "tests/engine/factored_call.h"
 
 #include <lintrix/engine/factor_plan.h>
 #include <lintrix/engine/matrix_type.h>
@@ -17,8 +17,11 @@
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail::engine;
 using Velmar::Lintrix::testing::EngineCall;
+using Velmar::Lintrix::testing::hasFactor;
+using Velmar::Lintrix::testing::inElementsOf;
 using Velmar::Lintrix::testing::Rows;
 using Velmar::Lintrix::testing::ThreadSetting;
+using Velmar::Lintrix::testing::toSingle;
 using Velmar::Lintrix::testing::tridiagonal;
 
 namespace {
@@ -33,26 +36,7 @@ double powerOfTen(int p)
 /// The tridiagonal matrix in the element of the type, with room for complex and double values.
 Rows matrixFor(int mtype, int n)
 {
-    Rows A = tridiagonal(n, isSymmetricStorage(mtype));
-    if (!isComplex(mtype)) return A;
-    std::vector<double> pairs;
-    for (const double a : A.a) {
-        pairs.push_back(a);
-        pairs.push_back(0.);
-    }
-    A.a = pairs;
-    return A;
-}
-
-void toSingle(std::vector<double>& values)
-{
-    const std::vector<float> single(values.begin(), values.end());
-    std::memcpy(values.data(), single.data(), single.size() * sizeof(float));
-}
-
-bool hasFactor(EngineCall& call, bool single = false)
-{
-    return holdsFactor(Handle(call.pt.data()), call.mnum, elementKind(call.mtype, single));
+    return inElementsOf(mtype, tridiagonal(n, isSymmetricStorage(mtype)));
 }
 
 /// The diagonals of the blocks, supernode after supernode.

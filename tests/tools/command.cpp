@@ -142,4 +142,13 @@ Outcome run(std::vector<std::string> arguments)
     return run(invocation);
 }
 
+Json reportOf(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), "solve");
+    arguments.emplace_back("--json");
+    const Outcome outcome = run(arguments);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    return parseJson(outcome.out);
+}
+
 } // namespace Velmar::Lintrix::testing

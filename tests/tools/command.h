@@ -2,6 +2,7 @@
 // Runs the built command as a user would, and looks at everything it leaves behind.
 
 #include <tests/support/files.h>
+#include <tests/tools/json.h>
 
 #include <optional>
 #include <string>
@@ -47,5 +48,8 @@ struct Outcome {
 /// limit.
 Outcome run(const Invocation& invocation);
 Outcome run(std::vector<std::string> arguments);
+
+/// The report of `lintrix solve` with these arguments, which is expected to succeed.
+Json reportOf(std::vector<std::string> arguments);
 
 } // namespace Velmar::Lintrix::testing

@@ -42,15 +42,6 @@ std::string fileOf(const Scratch& scratch, const std::string& name, const Matrix
     return scratch.at(name);
 }
 
-Json reportOf(std::vector<std::string> arguments)
-{
-    arguments.insert(arguments.begin(), "solve");
-    arguments.emplace_back("--json");
-    const Outcome outcome = run(arguments);
-    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    return parseJson(outcome.out);
-}
-
 TEST(ComplexCommand, EachTypeTakesItsRoad)
 {
     struct Case {

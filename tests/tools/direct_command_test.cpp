@@ -41,15 +41,6 @@ std::string cube(int side)
            body;
 }
 
-Json reportOf(std::vector<std::string> arguments)
-{
-    arguments.insert(arguments.begin(), "solve");
-    arguments.emplace_back("--json");
-    const Outcome outcome = run(arguments);
-    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    return parseJson(outcome.out);
-}
-
 TEST(DirectCommand, OptionsChooseTheWay)
 {
     const Scratch scratch;
