@@ -76,6 +76,14 @@ double bytesBefore(const MatrixMarketHeader& matrix, double rightHands, bool com
            matrix.rows * (16.0 + 3.0 * cell * (rightHands + 1.0));
 }
 
+// The direct solver takes a matrix with one element a row for a diagonal one, and by contract refuses fewer;
+// its check of the arrays, which the hardened build always makes, refuses empty rows.
+template <class Cell>
+bool isTooSparse(const CompressedRows<Cell>& matrix)
+{
+    return matrix.entries() <= matrix.rows() || std::ranges::adjacent_find(matrix.ia) != matrix.ia.end();
+}
+
 } // namespace
 
 template <class Cell>
@@ -102,7 +110,7 @@ SparseSystem<Cell>::SparseSystem(CompressedRows<Cell> matrix)
         matrix.below = belowTriangle();
         upper_ = std::move(matrix);
     } else {
-        full_ = matrix.entries() <= size_ ? withDiagonal(matrix, false) : std::move(matrix);
+        full_ = isTooSparse(matrix) ? withDiagonal(matrix, false) : std::move(matrix);
     }
 }
 
