@@ -71,7 +71,8 @@ struct FactorResult {
 /// Fills the factor from `values`, the entries of A in their order.
 ///
 /// Each supernode J: zero its panels; bring A's entries; take the update of each descendant, in the fixed
-/// order of the lists; factor the diagonal block; solve the panels. Threads take runs of supernodes from a
+/// order of the lists; factor the diagonal block; solve the panels. Panels cut from one supernode of the
+/// matrix take a descendant together, in one pass over its rows. Threads take runs of supernodes from a
 /// shared counter; one thread owns J from start to end, and waits before it reads a descendant that is not
 /// finished.
 ///
