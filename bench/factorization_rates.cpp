@@ -5,10 +5,10 @@
 //
 // With one thread (the default) times are processor times, which neighbours on the machine hardly disturb.
 
-#include <lintrix/engine/forecast.h>
-#include <lintrix/engine/handle.h>
+#include <lintrix/engine/analysis/symbolic/forecast.h>
+#include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/call/handle.h>
 #include <lintrix/engine/pardiso.h>
-#include <lintrix/engine/permanent_structure.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/threads.h>
 

@@ -4,9 +4,9 @@
 
 #include "bench/paired.h"
 
-#include <lintrix/engine/matching.h>
+#include <lintrix/engine/analysis/matching/matching.h>
 
-#include "tests/engine/matching_matrices.h"
+#include "tests/engine/analysis/matching/matching_matrices.h"
 
 #include <ctime>
 

@@ -12,9 +12,9 @@
 #include "bench/ordering_peer.h"
 #include "bench/paired.h"
 
-#include <lintrix/engine/constrained_minimum_degree.h>
-#include <lintrix/engine/minimum_degree.h>
-#include <lintrix/engine/nested_dissection.h>
+#include <lintrix/engine/analysis/ordering/constrained_minimum_degree.h>
+#include <lintrix/engine/analysis/ordering/minimum_degree.h>
+#include <lintrix/engine/analysis/ordering/nested_dissection.h>
 #include <lintrix/sparse/file_format_exception.h>
 
 #include <algorithm>

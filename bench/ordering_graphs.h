@@ -2,11 +2,11 @@
 /// @file
 /// The graphs of the table of orderings, and the entries of the factor that an ordering leads to.
 
-#include <lintrix/engine/adjacency.h>
-#include <lintrix/engine/column_counts.h>
-#include <lintrix/engine/elimination_tree.h>
-#include <lintrix/engine/permuted_graph.h>
-#include <lintrix/engine/postorder.h>
+#include <lintrix/engine/analysis/graph/adjacency.h>
+#include <lintrix/engine/analysis/graph/elimination_tree.h>
+#include <lintrix/engine/analysis/graph/permuted_graph.h>
+#include <lintrix/engine/analysis/graph/postorder.h>
+#include <lintrix/engine/analysis/symbolic/column_counts.h>
 #include <lintrix/sparse/matrix_market.h>
 
 #include <cstdio>

@@ -1,13 +1,13 @@
 // The `lintrix` command: arguments in, exit code out. 0 done, 1 a numeric failure, 2 usage or bad input.
 
-#include <tools/analyse_command.h>
-#include <tools/info_command.h>
-#include <tools/input_error.h>
-#include <tools/output_file.h>
-#include <tools/picture.h>
-#include <tools/solve_command.h>
-#include <tools/svd_command.h>
-#include <tools/text.h>
+#include <tools/analyse/analyse_command.h>
+#include <tools/info/info_command.h>
+#include <tools/solve/solve_command.h>
+#include <tools/support/input_error.h>
+#include <tools/support/output_file.h>
+#include <tools/support/picture.h>
+#include <tools/support/text.h>
+#include <tools/svd/svd_command.h>
 
 #include <lintrix/lintrix.h>
 

@@ -1,7 +1,7 @@
 #include <lintrix/engine/analysis_summary.h>
 
-#include <lintrix/engine/forecast.h>
-#include <lintrix/engine/permanent_structure.h>
+#include <lintrix/engine/analysis/symbolic/forecast.h>
+#include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 
 namespace Velmar::Lintrix {
 

@@ -1,17 +1,17 @@
 #include <lintrix/engine/driver.h>
 
-#include <lintrix/engine/analysis.h>
-#include <lintrix/engine/factor_plan.h>
-#include <lintrix/engine/factor_reuse.h>
-#include <lintrix/engine/factor_step.h>
-#include <lintrix/engine/failure_report.h>
-#include <lintrix/engine/handle.h>
-#include <lintrix/engine/input_check.h>
-#include <lintrix/engine/messages.h>
-#include <lintrix/engine/report.h>
-#include <lintrix/engine/settings.h>
-#include <lintrix/engine/solve_step.h>
-#include <lintrix/engine/timers.h>
+#include <lintrix/engine/analysis/analysis.h>
+#include <lintrix/engine/call/handle.h>
+#include <lintrix/engine/call/input_check.h>
+#include <lintrix/engine/call/settings.h>
+#include <lintrix/engine/call/timers.h>
+#include <lintrix/engine/factorization/factor_plan.h>
+#include <lintrix/engine/factorization/factor_step.h>
+#include <lintrix/engine/report/failure_report.h>
+#include <lintrix/engine/report/messages.h>
+#include <lintrix/engine/report/report.h>
+#include <lintrix/engine/solution/factor_reuse.h>
+#include <lintrix/engine/solution/solve_step.h>
 
 #include <cstdlib>
 

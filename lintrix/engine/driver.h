@@ -2,7 +2,7 @@
 /// @file
 /// One call, from the handle to the report.
 
-#include <lintrix/engine/arguments.h>
+#include <lintrix/engine/call/arguments.h>
 
 namespace Velmar::Lintrix::detail::engine {
 

@@ -1,13 +1,13 @@
 #include <lintrix/engine/pardiso.h>
 
-#include <lintrix/engine/arguments.h>
-#include <lintrix/engine/diagonal_path.h>
+#include <lintrix/engine/call/arguments.h>
+#include <lintrix/engine/call/handle.h>
+#include <lintrix/engine/call/settings.h>
 #include <lintrix/engine/driver.h>
-#include <lintrix/engine/failure_report.h>
-#include <lintrix/engine/handle.h>
-#include <lintrix/engine/messages.h>
-#include <lintrix/engine/report.h>
-#include <lintrix/engine/settings.h>
+#include <lintrix/engine/report/failure_report.h>
+#include <lintrix/engine/report/messages.h>
+#include <lintrix/engine/report/report.h>
+#include <lintrix/engine/solution/diagonal_path.h>
 #include <lintrix/services/threads.h>
 
 namespace Velmar::Lintrix {

@@ -5,6 +5,10 @@
 #   services <- foundation <- dense <- complex <- decompositions <- sparse <- solvers
 #   services <- engine <- solvers          (of the engine, two headers alone are seen from outside)
 #   services <- sparse/kernels <- sparse, solvers
+# The engine's floors follow the life of a call:
+#   call <- report <- analysis <- factorization <- solution <- the entry at the top
+#   analysis: graph <- ordering, symbolic; matching
+# The command's rooms: support <- input <- a room for each command <- main.
 # The command and the examples are users like any other: public headers only.
 cmake_minimum_required(VERSION 3.25)
 
@@ -15,8 +19,26 @@ set(may_include_complex services foundation dense)
 set(may_include_decompositions services foundation dense complex)
 set(may_include_sparse services foundation dense complex decompositions sparse/kernels)
 set(may_include_solvers services foundation dense complex decompositions sparse sparse/kernels engine)
-set(may_include_engine services)
+set(may_include_engine/call services)
+set(may_include_engine/report services engine/call)
+set(may_include_engine/analysis/graph services engine/call)
+set(may_include_engine/analysis/matching services engine/call)
+set(may_include_engine/analysis/ordering services engine/call engine/analysis/graph)
+set(may_include_engine/analysis/symbolic services engine/call engine/analysis/graph)
+set(may_include_engine/analysis services engine/call engine/report
+  engine/analysis/graph engine/analysis/matching engine/analysis/ordering engine/analysis/symbolic)
+set(may_include_engine/factorization services engine/call engine/report engine/analysis/graph engine/analysis/symbolic)
+set(may_include_engine/solution ${may_include_engine/factorization} engine/factorization)
+set(may_include_engine ${may_include_engine/analysis} engine/analysis engine/factorization engine/solution)
 set(may_include_sparse/kernels services)
+
+set(may_include_tools/support "")
+set(may_include_tools/input tools/support)
+set(may_include_tools/solve tools/support tools/input)
+set(may_include_tools/analyse tools/support tools/input)
+set(may_include_tools/info tools/support tools/input)
+set(may_include_tools/svd tools/support tools/input)
+set(may_include_tools ${may_include_tools/solve} tools/solve tools/analyse tools/info tools/svd)
 
 set(internal_headers
   "/detail/" "^lintrix/(dense|sparse)/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$"
@@ -24,10 +46,12 @@ set(internal_headers
 
 set(public_headers_of_engine lintrix/engine/pardiso.h lintrix/engine/analysis_summary.h)
 
-# The room of a path below lintrix/; empty for lintrix/lintrix.h and what lies outside.
+# The room of a path below lintrix/, with its floor, or of the command; empty for lintrix/lintrix.h and what lies outside.
 function(room_of path result)
   set(room "")
-  if(path MATCHES "^lintrix/(sparse/kernels|[^/]+)/")
+  if(path MATCHES "^lintrix/(sparse/kernels|engine/analysis/[^/]+|engine/[^/]+|[^/]+)/")
+    set(room "${CMAKE_MATCH_1}")
+  elseif(path MATCHES "^(tools/[^/]+|tools)/")
     set(room "${CMAKE_MATCH_1}")
   endif()
   set(${result} "${room}" PARENT_SCOPE)
@@ -41,10 +65,12 @@ function(check_include_of_room file room header)
   room_of("${header}" from)
   if(NOT DEFINED may_include_${room})
     complain("${file}: no room is called ${room}")
+  elseif(header IN_LIST public_headers_of_engine AND room MATCHES "^(engine/|solvers)")
+    return()
+  elseif(from MATCHES "^engine" AND NOT room MATCHES "^engine")
+    complain("${file}: ${header} is internal to the engine")
   elseif(NOT from STREQUAL room AND NOT from IN_LIST may_include_${room})
     complain("${file}: ${room} may not include ${header}")
-  elseif(from STREQUAL "engine" AND NOT room STREQUAL "engine" AND NOT header IN_LIST public_headers_of_engine)
-    complain("${file}: ${header} is internal to the engine")
   endif()
 endfunction()
 
@@ -65,12 +91,12 @@ function(check_file file)
   room_of("${file}" room)
   file(STRINGS "${ROOT}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
   foreach(line IN LISTS lines)
-    if(line MATCHES "<(lintrix/[^>]+)>")
+    if(line MATCHES "<((lintrix|tools)/[^>]+)>")
       set(header "${CMAKE_MATCH_1}")
-      if(room STREQUAL "")
-        check_include_of_user("${file}" "${header}")
-      else()
+      if(file MATCHES "^lintrix/[^/]+/" OR header MATCHES "^tools/")
         check_include_of_room("${file}" "${room}" "${header}")
+      else()
+        check_include_of_user("${file}" "${header}")
       endif()
     elseif(file MATCHES "^lintrix/" AND line MATCHES "\"([^\"]+)\"")
       complain("${file}: \"${CMAKE_MATCH_1}\" is not included by its path from the root")

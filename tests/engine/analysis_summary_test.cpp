@@ -1,7 +1,7 @@
 #include "tests/engine/engine_call.h"
 
 #include <lintrix/engine/analysis_summary.h>
-#include <lintrix/engine/handle.h>
+#include <lintrix/engine/call/handle.h>
 
 #include <gtest/gtest.h>
 

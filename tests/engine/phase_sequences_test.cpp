@@ -1,6 +1,6 @@
 // Phases in any order: what is told stays told, solutions are solutions, and nothing leaks.
 
-#include "tests/engine/solve_case.h"
+#include "tests/engine/solution/solve_case.h"
 
 #include <cstdlib>
 #include <iterator>

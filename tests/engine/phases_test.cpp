@@ -1,6 +1,6 @@
 #include "tests/engine/engine_call.h"
 
-#include <lintrix/engine/handle.h>
+#include <lintrix/engine/call/handle.h>
 
 #include <gtest/gtest.h>
 

@@ -2,11 +2,11 @@
 /// @file
 /// A test matrix as its caller holds it, and a factor of it as solve, refinement and the iterations use it.
 
-#include <lintrix/engine/direct_solve.h>
-#include <lintrix/engine/preconditioner.h>
-#include <lintrix/engine/sparse_operator.h>
+#include <lintrix/engine/solution/direct_solve.h>
+#include <lintrix/engine/solution/preconditioner.h>
+#include <lintrix/engine/solution/sparse_operator.h>
 
-#include "tests/engine/factorization_case.h"
+#include "tests/engine/factorization/factorization_case.h"
 
 #include <cstddef>
 #include <vector>

@@ -2,7 +2,7 @@
 /// @file
 /// How many entries the Cholesky factor of a graph has under an ordering.
 
-#include <lintrix/engine/graph.h>
+#include <lintrix/engine/analysis/graph/graph.h>
 
 #include <cstdint>
 #include <vector>

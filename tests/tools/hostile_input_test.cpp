@@ -2,7 +2,7 @@
 // left beside it, within the 1 GiB of address space that the command is run with.
 
 #include <tests/tools/command.h>
-#include <tools/text.h>
+#include <tools/support/text.h>
 
 #include <gmock/gmock.h>
 

@@ -1,0 +1,113 @@
+#include <lintrix/engine/analysis/analysis.h>
+
+#include <lintrix/engine/analysis/analysis_steps.h>
+#include <lintrix/engine/analysis/graph/adjacency.h>
+#include <lintrix/engine/analysis/memory_figures.h>
+#include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/call/shifted_indices.h>
+#include <lintrix/engine/report/messages.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+/// The nearest number that a parameter holds.
+int parameterValue(std::int64_t value)
+{
+    return static_cast<int>(std::min<std::int64_t>(value, std::numeric_limits<int>::max()));
+}
+
+void tellMemory(const Analysis& run, const MemoryFigures& figures)
+{
+    run.control[Word::AnalysisPeak] = parameterValue(figures.analysisPeak);
+    run.control[Word::AnalysisKept] = parameterValue(figures.analysisKept);
+    run.control[Word::FactorMemory] = parameterValue(figures.factors);
+    const auto megabytes = [](std::int64_t kilobytes) { return parameterValue((kilobytes + 1023) / 1024); };
+    const Parameters iparm = run.call.iparm;
+    iparm[Parameter::InCoreMegabytes] = megabytes(figures.analysisKept + figures.factors);
+    iparm[Parameter::InCoreKeptMegabytes] = megabytes(figures.analysisKept);
+    iparm[Parameter::OutOfCoreMegabytes] = megabytes(figures.leastOutOfCore);
+}
+
+/// This build has no out-of-core mode: 1 always finds room in core, and 2 cannot be served.
+Failure decideCoreMode(const Analysis& run)
+{
+    const Parameters iparm = run.call.iparm;
+    const int wanted = iparm[Parameter::OutOfCore];
+    const bool outOfCore = wanted == 2;
+    iparm[Parameter::CoreMode] = outOfCore ? 1 : 0;
+    if (run.call.msglvl > 0) {
+        const Message inCore = wanted == 0 ? Message::InCoreForced : Message::InCoreChosen;
+        print(outOfCore ? Message::OutOfCoreForced : inCore);
+    }
+    return outOfCore ? Failure{Error::OutOfCoreMemory, -9} : Failure{};
+}
+
+/// How many rows each supernode updates below itself.
+Failure makeUpdateLengths(const Analysis& run)
+{
+    const bool isWanted = run.control[Word::ElementWidth] == 2 || !run.symmetricStorage();
+    if (!isWanted) return {};
+    const FactorStructure structure = PermanentStructure(run.handle).structure();
+    const std::int64_t bytes = structure.supernodes() * std::int64_t{sizeof(int)};
+    Handle handle = run.handle;
+    int* const lengths = static_cast<int*>(handle.allocate(Slot::UpdateLengths, bytes));
+    if (lengths == nullptr) return outOfMemory(BlockCode::UpdateLengths, bytes);
+    for (int J = 0; J < structure.supernodes(); ++J) lengths[J] = structure.height(J) - structure.width(J);
+    return {};
+}
+
+void releaseWork(const Analysis& run)
+{
+    Handle handle = run.handle;
+    handle.release(Slot::AnalysisWork);
+    handle.release(Slot::SymbolicWork);
+    handle.release(Slot::IntegerWork);
+    handle.release(Slot::SymbolicStructure);
+    PermanentStructure(handle).shrinkToTargets();
+}
+
+void tellFactorNonZeros(const Analysis& run)
+{
+    int& nonZeros = run.call.iparm[Parameter::FactorNonZeros];
+    if (nonZeros >= 0) return;
+    nonZeros = parameterValue(run.control[WideWord::LowerElements] + run.control[WideWord::UpperElements]);
+}
+
+Failure runSteps(Analysis& run)
+{
+    if (const Failure failure = checkPattern({run.ia, run.ja})) return failure;
+    if (const Failure failure = matchAndScale(run)) return failure;
+    if (const Failure failure = buildAdjacency(run)) return failure;
+    if (const Failure failure = orderEquations(run)) return failure;
+    if (const Failure failure = factorizeSymbolically(run)) return failure;
+    tellMemory(run, forecastMemory(run.control, run.handle.holds(Slot::Matching)));
+    if (const Failure failure = decideCoreMode(run)) return failure;
+    if (const Failure failure = buildLists(run)) return failure;
+    return makeUpdateLengths(run);
+}
+
+} // namespace
+
+Failure analyse(const Arguments& call, Handle handle, Timers& timers)
+{
+    const auto rows = static_cast<std::size_t>(call.n) + 1;
+    const auto entries = static_cast<std::size_t>(call.nonZeros());
+    const ShiftedIndices shifted({call.ia, rows}, {call.ja, entries});
+    Analysis run{call, handle, handle.control(), timers, shifted.ia(), shifted.ja()};
+    run.control[Word::MappedEntries] = static_cast<int>(entries);
+    const Failure failure = runSteps(run);
+    if (failure) {
+        // What is there says that later phases may run; an unfinished structure must not.
+        handle.release(Slot::FactorStructure);
+        return failure;
+    }
+    releaseWork(run);
+    tellFactorNonZeros(run);
+    return {};
+}
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,26 @@
+#pragma once
+/// @file
+/// Ordering by multiple minimum degree.
+
+#include <lintrix/engine/analysis/graph/graph.h>
+#include <lintrix/engine/call/failure.h>
+#include <lintrix/services/export.h>
+
+namespace Velmar::Lintrix::detail::engine {
+
+/// The largest integer that the marks of an elimination count to before they start again.
+inline constexpr int kLargestMark = 0x7fffffff;
+
+/// Orders the vertices so that each pivot has about the fewest neighbours left; Liu, ACM TOMS 11 (1985), on a
+/// quotient graph (QuotientGraph), with several independent pivots between two choices (MultipleElimination).
+///
+/// `delta`, 0 or more, allows a pivot as much above the lowest degree; below a lowest degree of 4 delta the
+/// allowance is a quarter of that degree. `bound` is at least 3 n + 3; what it is does not change the order.
+/// The same graph gets the same ordering every time.
+/// Workspace: edges * 1.2 + 16 n integers, at most.
+/// @return  outOfMemory(Transient), overflow() as for MultipleElimination::run; the ordering is then
+/// undefined
+LINTRIX_TESTABLE Failure minimumDegree(const Graph& graph, int delta, Ordering ordering,
+                                       int bound = kLargestMark);
+
+} // namespace Velmar::Lintrix::detail::engine

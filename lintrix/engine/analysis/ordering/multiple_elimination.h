@@ -1,0 +1,45 @@
+#pragma once
+/// @file
+/// Minimum degree elimination with many pivots between two choices of the minimum; what both orderings by
+/// minimum degree share.
+
+#include <lintrix/engine/analysis/ordering/degree_lists.h>
+#include <lintrix/engine/analysis/ordering/quotient_graph.h>
+
+namespace Velmar::Lintrix::detail::engine {
+
+/// Eliminates a whole graph. The vertices stand in lists by degree. A pass takes pivots from the lists of the
+/// lowest degree and of those up to `delta` higher; what a pivot touches leaves the lists until the pass is
+/// over, so that the pivots of a pass are independent of each other (multiple elimination). Then it comes
+/// back with its new degree. Dense vertices, of degree above 10 sqrt(n), would make every step slow without
+/// making the order better: they are left out and come last, by ascending degree.
+///
+/// Cost: about that of writing the quotient graph's lists at each step, O(edges * boundary) at most; the
+/// limit on degrees keeps graphs with hubs at O(n^1.5).
+class MultipleElimination {
+public:
+    /// Puts the vertices into `order`, position to vertex. With `stages` not empty, a vertex v waits until
+    /// all that have a lower stages[v] are eliminated, dense ones apart.
+    /// @return  outOfMemory(Transient); overflow() when 2^31 - 1 cells do not hold edges and vertices
+    Failure run(const Graph& graph, int delta, std::span<const std::uint8_t> stages, int bound,
+                std::span<int> order);
+
+private:
+    Failure allocate(int n);
+    void leaveOutDense(const Graph& graph);
+    void eliminateStage(int stage, int delta);
+    void eliminatePass(int limit);
+    void eliminate(int p);
+    void appendDense(const Graph& graph);
+
+    QuotientGraph remaining_;
+    DegreeLists lists_;
+    Scratch<std::uint8_t> dense_;
+    Scratch<int> touched_; ///< variables whose degree has changed in this pass
+    int touchedCount_ = 0;
+    std::span<const std::uint8_t> stages_;
+    std::span<int> order_;
+    std::size_t ordered_ = 0; ///< positions filled
+};
+
+} // namespace Velmar::Lintrix::detail::engine

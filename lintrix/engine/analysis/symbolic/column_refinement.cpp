@@ -1,0 +1,232 @@
+#include <lintrix/engine/analysis/symbolic/column_refinement.h>
+
+#include <lintrix/engine/call/memory.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <numeric>
+#include <utility>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+// The rows [first, last) of a row list, all in one run of interchangeable columns.
+struct Hit {
+    std::int64_t first, last;
+    std::int64_t size() const { return last - first; }
+};
+
+class Refinement {
+public:
+    Refinement(const FactorStructure& structure, std::span<const PositionRange> subgraphs)
+        : structure_(structure), n_(static_cast<int>(structure.supernodeOf.size())),
+          work_(Scratch<int>::uninitialised(kArrays * std::int64_t{n_})),
+          hitStarts_(Scratch<std::int64_t>::zeroed(std::int64_t{n_} + 1))
+    {
+        if (!work_ || !hitStarts_) return;
+        for (int which = 0; which < kArrays; ++which)
+            *arrays()[which] = work_.span().subspan(std::size_t(which) * std::size_t(n_), std::size_t(n_));
+        findRuns(subgraphs);
+        forEachHit([&](int run, Hit) { ++hitStarts_[run + 1]; });
+        std::partial_sum(hitStarts_.get(), hitStarts_.get() + runs_ + 1, hitStarts_.get());
+        hits_ = Scratch<Hit>::uninitialised(hitStarts_[runs_]);
+    }
+
+    explicit operator bool() const { return work_ && hitStarts_ && hits_; }
+    std::int64_t missingBytes() const { return engine::missingBytes(work_, hitStarts_, hits_); }
+
+    void refine()
+    {
+        collectHits();
+        std::iota(columnAt_.begin(), columnAt_.end(), 0);
+        std::iota(placeOf_.begin(), placeOf_.end(), 0);
+        std::fill(hitsIn_.begin(), hitsIn_.end(), 0);
+        std::fill(madeOf_.begin(), madeOf_.end(), kNone);
+        std::fill(originOf_.begin(), originOf_.end(), kNone);
+        for (int run = 0; run < runs_; ++run) refineRun(run);
+    }
+
+    // Brings the row lists to the new order. A supernode's own columns, and those of the pieces that continue
+    // it, are all positions of a stretch in either order.
+    void relabel(std::span<int> rows) const
+    {
+        int behind = n_; // the columns of J and of what continues it
+        for (int J = structure_.supernodes() - 1; J >= 0; --J) {
+            if (!continues(J)) behind = structure_.starts[J + 1];
+            int* const list = rows.data() + structure_.rowStarts[J];
+            int *const first = list + (behind - structure_.starts[J]), *const end =
+                                                                           list + structure_.height(J);
+            std::transform(first, end, first, [&](int row) { return placeOf_[row]; });
+            if (!std::is_sorted(first, end)) std::sort(first, end);
+        }
+    }
+
+    void relabel(Ordering ordering) const
+    {
+        for (int v = 0; v < n_; ++v) {
+            const int position = placeOf_[ordering.positionOf[v]];
+            ordering.positionOf[v] = position;
+            ordering.vertexAt[position] = v;
+        }
+    }
+
+private:
+    static constexpr int kNone = -1;
+    static constexpr int kArrays = 10;
+    std::array<std::span<int>*, kArrays> arrays()
+    {
+        return {&runStart_, &runOf_, &columnAt_, &placeOf_, &classOf_,
+                &begin_,    &end_,   &hitsIn_,   &madeOf_,  &originOf_};
+    }
+
+    // Whether the columns of J + 1 continue those of J: one supernode, cut for its width.
+    bool continues(int J) const
+    {
+        return J + 1 < structure_.supernodes() && structure_.parent(J) == J + 1 &&
+               structure_.height(J + 1) == structure_.height(J) - structure_.width(J);
+    }
+
+    void findRuns(std::span<const PositionRange> subgraphs)
+    {
+        std::fill(runOf_.begin(), runOf_.end(), 0); // at first 1 where a run begins
+        for (int J = 0; J < structure_.supernodes(); ++J) {
+            if (J == 0 || !continues(J - 1)) runOf_[structure_.starts[J]] = 1;
+        }
+        for (const PositionRange& range : subgraphs) {
+            if (range.first < n_) runOf_[range.first] = 1;
+        }
+        runs_ = 0;
+        for (int j = 0; j < n_; ++j) {
+            if (runOf_[j] != 0) runStart_[runs_++] = j;
+            runOf_[j] = runs_ - 1;
+        }
+    }
+
+    int width(int run) const { return (run + 1 < runs_ ? runStart_[run + 1] : n_) - runStart_[run]; }
+
+    // The rows below that a supernode has in each run, unless it has them all. Pieces of a cut one have the
+    // same, so one stands for all.
+    template <class Visit>
+    void forEachHit(Visit visit) const
+    {
+        for (int K = 0; K < structure_.supernodes(); ++K) {
+            if (continues(K)) continue;
+            const std::int64_t end = structure_.rowStarts[K + 1];
+            for (std::int64_t first = structure_.rowStarts[K] + structure_.width(K), last = first;
+                 first < end; first = last) {
+                const int run = runOf_[rowAt(first)];
+                while (last < end && runOf_[rowAt(last)] == run) ++last;
+                if (last - first < width(run)) visit(run, Hit{first, last});
+            }
+        }
+    }
+
+    // Sorted into the runs, the largest first.
+    void collectHits()
+    {
+        forEachHit([&](int run, Hit hit) { hits_[hitStarts_[run]++] = hit; });
+        std::copy_backward(hitStarts_.get(), hitStarts_.get() + runs_, hitStarts_.get() + runs_ + 1);
+        hitStarts_[0] = 0;
+        for (int run = 0; run < runs_; ++run) {
+            std::sort(hits_.get() + hitStarts_[run], hits_.get() + hitStarts_[run + 1],
+                      [](const Hit& a, const Hit& b) {
+                          return a.size() != b.size() ? a.size() > b.size() : a.first < b.first;
+                      });
+        }
+    }
+
+    // Classes are stretches of columnAt_, named by numbers within the run's own positions.
+    void refineRun(int run)
+    {
+        const int first = runStart_[run], behind = first + width(run);
+        for (int j = first; j < behind; ++j) classOf_[j] = first;
+        begin_[first] = first;
+        end_[first] = behind;
+        classes_ = first + 1;
+        for (std::int64_t h = hitStarts_[run]; h < hitStarts_[run + 1] && classes_ < behind; ++h)
+            split(hits_[h]);
+    }
+
+    // Each class that the set meets in part gives its columns of the set to a class of their own, beside the
+    // rest: the first of several classes behind it, towards the next, the others before it.
+    void split(Hit hit)
+    {
+        int lowest = classOf_[rowAt(hit.first)], highest = lowest;
+        for (std::int64_t k = hit.first; k < hit.last; ++k) {
+            const int c = classOf_[rowAt(k)];
+            ++hitsIn_[c];
+            if (begin_[c] < begin_[lowest]) lowest = c;
+            if (begin_[c] > begin_[highest]) highest = c;
+        }
+        for (std::int64_t k = hit.first; k < hit.last; ++k)
+            move(rowAt(k), lowest != highest ? lowest : kNone);
+        for (std::int64_t k = hit.first; k < hit.last; ++k) settle(classOf_[rowAt(k)]);
+    }
+
+    // A column of the set leaves its class, unless all of that is in the set.
+    void move(int column, int lowest)
+    {
+        const int c = classOf_[column], count = hitsIn_[c];
+        if (count == end_[c] - begin_[c]) return;
+        if (madeOf_[c] == kNone) {
+            const int made = classes_++;
+            begin_[made] = end_[made] = c == lowest ? end_[c] - count : begin_[c];
+            madeOf_[c] = made;
+            originOf_[made] = c;
+        }
+        classOf_[column] = madeOf_[c];
+        exchange(placeOf_[column], end_[madeOf_[c]]++);
+    }
+
+    // The class that `c` came from in this step, if any, loses the columns of `c`.
+    void settle(int c)
+    {
+        hitsIn_[c] = 0;
+        const int origin = originOf_[c];
+        if (origin == kNone || madeOf_[origin] != c) return;
+        if (begin_[c] == begin_[origin])
+            begin_[origin] = end_[c];
+        else
+            end_[origin] = begin_[c];
+        hitsIn_[origin] = 0;
+        madeOf_[origin] = kNone;
+    }
+
+    void exchange(int place, int other)
+    {
+        std::swap(columnAt_[place], columnAt_[other]);
+        placeOf_[columnAt_[place]] = place;
+        placeOf_[columnAt_[other]] = other;
+    }
+
+    int rowAt(std::int64_t k) const { return structure_.rows[static_cast<std::size_t>(k)]; }
+
+    const FactorStructure& structure_;
+    int n_, runs_ = 0, classes_ = 0;
+    Scratch<int> work_;
+    Scratch<std::int64_t> hitStarts_; // by run
+    Scratch<Hit> hits_;
+    std::span<int> runStart_, runOf_, columnAt_, placeOf_, classOf_;
+    std::span<int> begin_, end_; // of each class, places in columnAt_
+    std::span<int> hitsIn_;      // by class, of the set at work; 0 between sets
+    std::span<int> madeOf_;      // what a class gives its columns to, while a set is at work
+    std::span<int> originOf_;    // the inverse
+};
+
+} // namespace
+
+Failure refineColumnOrder(const FactorStructure& structure, std::span<const PositionRange> subgraphs,
+                          std::span<int> rows, Ordering ordering)
+{
+    Refinement refinement(structure, subgraphs);
+    if (!refinement) return outOfMemory(BlockCode::Transient, refinement.missingBytes());
+    refinement.refine();
+    refinement.relabel(ordering);
+    refinement.relabel(rows);
+    return {};
+}
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,108 @@
+#include <lintrix/engine/analysis/symbolic/entry_maps.h>
+
+#include <lintrix/engine/call/memory.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+class EntryMapper {
+public:
+    EntryMapper(const RowPattern& A, std::span<const int> columnOfRow, const Ordering& ordering,
+                const FactorStructure& structure, bool symmetricStorage, const EntryMaps& maps)
+        : A_(A), columnOfRow_(columnOfRow), ordering_(ordering), structure_(structure),
+          symmetricStorage_(symmetricStorage), maps_(maps)
+    {
+    }
+
+    // Counting sort by supernode. firstEntry[J + 1] runs from the start of J to its end; the place of an
+    // entry holds the position of its row until the place itself is known.
+    void sortBySupernode()
+    {
+        const std::span<int> next = maps_.firstEntry;
+        std::fill(next.begin(), next.end(), 0);
+        forEachEntry([&](int, int row, int column) { ++next[supernodeOf(row, column) + 1]; });
+        for (int J = 0, sum = 0; J < structure_.supernodes(); ++J) {
+            const int entries = next[J + 1];
+            next[J + 1] = sum;
+            sum += entries;
+        }
+        forEachEntry([&](int entry, int row, int column) {
+            const int k = next[supernodeOf(row, column) + 1]++;
+            maps_.source[k] = entry;
+            maps_.place[k] = row;
+        });
+    }
+
+    // `index[row]` is where a row of the supernode at work stands in its list.
+    void findPlaces(std::span<int> index)
+    {
+        for (int J = 0; J < structure_.supernodes(); ++J) {
+            const std::span<const int> rows = structure_.rowsOf(J);
+            for (std::size_t i = 0; i < rows.size(); ++i) index[rows[i]] = static_cast<int>(i);
+            for (int k = maps_.firstEntry[J]; k < maps_.firstEntry[J + 1]; ++k) {
+                const int column = ordering_.positionOf[A_.columns[maps_.source[k]]];
+                maps_.place[k] = placeOf(J, maps_.place[k], column, index);
+            }
+        }
+    }
+
+private:
+    template <class Visit>
+    void forEachEntry(Visit visit) const
+    {
+        for (int i = 0; i < A_.order(); ++i) {
+            const int row = ordering_.positionOf[columnOfRow_.empty() ? i : columnOfRow_[i]];
+            for (int entry = A_.starts[i]; entry < A_.starts[i + 1]; ++entry) {
+                visit(entry, row, ordering_.positionOf[A_.columns[entry]]);
+            }
+        }
+    }
+
+    int supernodeOf(int row, int column) const { return structure_.supernodeOf[std::min(row, column)]; }
+
+    int placeOf(int J, int row, int column, std::span<const int> index) const
+    {
+        const int first = structure_.starts[J], height = structure_.height(J), width = structure_.width(J);
+        const bool inBlock = std::max(row, column) < first + width;
+        if (row >= column || (inBlock && !symmetricStorage_)) return index[row] + height * (column - first);
+        if (symmetricStorage_) return ~(index[column] + height * (row - first));
+        return ~(index[column] - width + (height - width) * (row - first));
+    }
+
+    const RowPattern& A_;
+    std::span<const int> columnOfRow_;
+    const Ordering& ordering_;
+    const FactorStructure& structure_;
+    bool symmetricStorage_;
+    const EntryMaps& maps_;
+};
+
+bool panelsFit(const FactorStructure& structure)
+{
+    for (int J = 0; J < structure.supernodes(); ++J) {
+        const std::int64_t cells = std::int64_t{structure.height(J)} * structure.width(J);
+        if (cells > std::numeric_limits<int>::max()) return false;
+    }
+    return true;
+}
+
+} // namespace
+
+Failure mapEntries(const RowPattern& A, std::span<const int> columnOfRow, const Ordering& ordering,
+                   const FactorStructure& structure, bool symmetricStorage, const EntryMaps& maps)
+{
+    if (!panelsFit(structure)) return overflow();
+    const auto index = Scratch<int>::uninitialised(A.order());
+    if (!index) return outOfMemory(BlockCode::Transient, missingBytes(index));
+    EntryMapper mapper(A, columnOfRow, ordering, structure, symmetricStorage, maps);
+    mapper.sortBySupernode();
+    mapper.findPlaces(index.span());
+    return {};
+}
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,74 @@
+#pragma once
+/// @file
+/// Which rows each supernode of the factor has, and where its panels lie.
+
+#include <lintrix/engine/analysis/graph/graph.h>
+#include <lintrix/engine/call/failure.h>
+#include <lintrix/services/export.h>
+
+#include <cstdint>
+#include <span>
+
+namespace Velmar::Lintrix::detail::engine {
+
+/// The supernodes of a factor. Supernode J has the columns starts[J] .. starts[J + 1] - 1 and the rows
+/// rows[rowStarts[J]] .. rows[rowStarts[J + 1] - 1]: its own columns first, then the rows below, ascending.
+///
+/// Its L panel is column-major with the row count (height) as leading dimension and begins at panelStarts[J].
+/// Unsymmetric storage holds, beside it, the part of U right of the diagonal block, transposed: height -
+/// width rows by width columns over the same row list, from upperStarts[J] on.
+struct FactorStructure {
+    std::span<const int> starts;      ///< supernodes + 1
+    std::span<const int> supernodeOf; ///< by column
+    std::span<const std::int64_t> rowStarts;
+    std::span<const int> rows;
+
+    int supernodes() const noexcept { return static_cast<int>(starts.size()) - 1; }
+    int width(int J) const noexcept { return starts[J + 1] - starts[J]; }
+    int height(int J) const noexcept { return static_cast<int>(rowStarts[J + 1] - rowStarts[J]); }
+    std::span<const int> rowsOf(int J) const noexcept
+    {
+        return rows.subspan(static_cast<std::size_t>(rowStarts[J]), static_cast<std::size_t>(height(J)));
+    }
+    std::span<const int> rowsBelow(int J) const noexcept
+    {
+        return rowsOf(J).subspan(static_cast<std::size_t>(width(J)));
+    }
+    /// The supernode that owns the first row below, -1 if there is none.
+    int parent(int J) const noexcept
+    {
+        return height(J) == width(J) ? -1 : supernodeOf[rowsBelow(J).front()];
+    }
+};
+
+/// Sizes of a factor, in elements of its arrays.
+struct FactorSizes {
+    std::int64_t rowIndices = 0;    ///< length of the row lists together
+    std::int64_t lower = 0;         ///< elements of all L panels
+    std::int64_t upper = 1;         ///< of all U panels; 1 by contract in symmetric storage
+    std::int64_t fill = 0;          ///< entries of L, without the upper triangles of the diagonal blocks
+    int tallest = 0, widest = 0;    ///< the largest height, the largest width
+    std::int64_t largestUpdate = 0; ///< cells of the largest update that one supernode gives to another
+};
+
+/// Row list starts (supernodes + 1 of them) from the column counts.
+/// @return  {Reordering, -20}  the lists together pass `mostIndices`
+LINTRIX_TESTABLE Failure rowListStarts(std::span<const int> starts, std::span<const int> count,
+                                       std::int64_t mostIndices, std::span<std::int64_t> rowStarts);
+
+/// Fills `rows`: the structure of a supernode is that of its columns in A joined with what its children have
+/// below their own. `graph` is in elimination order. A child's list is sorted; the longest is taken as it
+/// stands, and what the others and A add is sorted and merged in.
+LINTRIX_TESTABLE Failure fillRowLists(const Graph& graph, const FactorStructure& structure,
+                                      std::span<int> rows);
+
+/// Starts of the panels (supernodes + 1 each) and all sizes. `upperStarts` is empty for symmetric storage.
+LINTRIX_TESTABLE FactorSizes panelStarts(const FactorStructure& structure,
+                                         std::span<std::int64_t> lowerStarts,
+                                         std::span<std::int64_t> upperStarts);
+
+/// Columns on the longest way from a leaf of the elimination tree to its root: what no number of threads can
+/// shorten. `work` has room for a number a supernode.
+LINTRIX_TESTABLE int treeHeight(const FactorStructure& structure, std::span<int> work);
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,129 @@
+#include <lintrix/engine/analysis/analysis_steps.h>
+
+#include <lintrix/engine/analysis/graph/elimination_tree.h>
+#include <lintrix/engine/analysis/graph/permuted_graph.h>
+#include <lintrix/engine/analysis/graph/postorder.h>
+#include <lintrix/engine/analysis/symbolic/column_counts.h>
+#include <lintrix/engine/analysis/symbolic/column_refinement.h>
+#include <lintrix/engine/analysis/symbolic/factor_structure.h>
+#include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/analysis/symbolic/supernodes.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+/// The arrays of pt[5] and pt[6].
+struct Work {
+    std::span<int> permutedStarts, permutedNeighbours, parent, counts; // pt[5]
+    std::span<int> starts, supernodeOf;                                // pt[6]
+    std::span<std::int64_t> rowStarts;
+};
+
+Failure allocate(Analysis& run, const Graph& graph, Work& work)
+{
+    const std::int64_t n = run.n(), edges = static_cast<std::int64_t>(graph.neighbours.size());
+    Handle handle = run.handle;
+    BlockLayout tree(run.control);
+    tree.add<int>(Array::PermutedStarts, n + 1)
+        .add<int>(Array::PermutedNeighbours, edges)
+        .add<int>(Array::Parent, n)
+        .add<int>(Array::ColumnCounts, n);
+    if (const Failure failure = tree.allocate(handle, Slot::SymbolicWork, BlockCode::SymbolicWork))
+        return failure;
+    BlockLayout supernodes(run.control);
+    supernodes.add<int>(Array::WorkStarts, n + 1)
+        .add<int>(Array::WorkSupernodeOf, n)
+        .add<std::int64_t>(Array::WorkRowStarts, n + 1);
+    if (const Failure failure =
+            supernodes.allocate(handle, Slot::SymbolicStructure, BlockCode::SymbolicStructure))
+        return failure;
+    work = {handle.array<int>(Slot::SymbolicWork, Array::PermutedStarts, n + 1),
+            handle.array<int>(Slot::SymbolicWork, Array::PermutedNeighbours, edges),
+            handle.array<int>(Slot::SymbolicWork, Array::Parent, n),
+            handle.array<int>(Slot::SymbolicWork, Array::ColumnCounts, n),
+            handle.array<int>(Slot::SymbolicStructure, Array::WorkStarts, n + 1),
+            handle.array<int>(Slot::SymbolicStructure, Array::WorkSupernodeOf, n),
+            handle.array<std::int64_t>(Slot::SymbolicStructure, Array::WorkRowStarts, n + 1)};
+    return {};
+}
+
+/// Partitions the postordered columns and gives each supernode room for its row list.
+Failure findSupernodes(Analysis& run, const Graph& permuted, Work& work)
+{
+    if (const Failure failure = columnCounts(permuted, work.parent, run.threads(), work.counts))
+        return failure;
+    const Partition partition = partitionIntoSupernodes(
+        work.parent, work.counts, run.control[Word::PanelWidth], work.starts, work.supernodeOf);
+    run.control[Word::Supernodes] = partition.supernodes;
+    run.control[Word::LargestSupernode] = partition.longestRun;
+    const auto boundaries = static_cast<std::size_t>(partition.supernodes) + 1;
+    work.starts = work.starts.first(boundaries);
+    work.rowStarts = work.rowStarts.first(boundaries);
+    constexpr std::int64_t mostIndices = std::numeric_limits<int>::max();
+    return rowListStarts(work.starts, work.counts, mostIndices, work.rowStarts);
+}
+
+/// How many numbers the lists of updated separators can have at most.
+std::int64_t mostTargets(const ControlBlock& control)
+{
+    if (control[Word::TwoLevel] == 0) return 0;
+    const std::int64_t independent = control[Word::IndependentSubgraphs];
+    return independent * (control[Word::Subgraphs] - independent);
+}
+
+/// The permanent block, with what is known by now.
+Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
+{
+    run.control.set(WideWord::FactorRowIndices, work.rowStarts.back());
+    const PermanentStructure permanent(run.handle);
+    if (const Failure failure = permanent.allocate(mostTargets(run.control))) return failure;
+    std::ranges::copy(run.ordering().vertexAt, permanent.ordering().vertexAt.begin());
+    std::ranges::copy(run.ordering().positionOf, permanent.ordering().positionOf.begin());
+    std::ranges::copy(run.subgraphs(), permanent.subgraphs().begin());
+    std::ranges::copy(work.starts, permanent.supernodeStarts().begin());
+    std::ranges::copy(work.supernodeOf, permanent.supernodeOf().begin());
+    std::ranges::copy(work.rowStarts, permanent.rowStarts().begin());
+    if (const Failure failure = fillRowLists(permuted, permanent.structure(), permanent.rows()))
+        return failure;
+    return refineColumnOrder(permanent.structure(), permanent.subgraphs(), permanent.rows(),
+                             permanent.ordering());
+}
+
+void placePanels(Analysis& run)
+{
+    const PermanentStructure permanent(run.handle);
+    const FactorSizes sizes =
+        panelStarts(permanent.structure(), permanent.lowerStarts(), permanent.upperStarts());
+    run.control[Word::TallestPanel] = sizes.tallest;
+    run.control[Word::WidestPanel] = sizes.widest;
+    run.control.set(WideWord::LowerElements, sizes.lower);
+    run.control.set(WideWord::UpperElements, sizes.upper);
+    run.control.set(WideWord::LowerNonZeros, sizes.fill);
+    run.control.set(WideWord::LargestUpdate, sizes.largestUpdate);
+}
+
+} // namespace
+
+Failure factorizeSymbolically(Analysis& run)
+{
+    const TimedStep timed(run.timers, Timer::SymbolicFactorization);
+    const Graph graph = run.graph();
+    Work work;
+    if (const Failure failure = allocate(run, graph, work)) return failure;
+    if (const Failure failure = eliminationTree(graph, run.ordering(), work.parent)) return failure;
+    if (const Failure failure = postorder(run.subgraphs(), work.parent, run.ordering())) return failure;
+    const Graph permuted = permutedGraph(graph, run.ordering(), work.permutedStarts, work.permutedNeighbours);
+    if (const Failure failure = findSupernodes(run, permuted, work)) return failure;
+    if (const Failure failure = fillPermanent(run, permuted, work)) return failure;
+    placePanels(run);
+    // The block has these numbers by now: their place is free for work.
+    run.control[Word::TreeHeight] = treeHeight(PermanentStructure(run.handle).structure(), work.supernodeOf);
+    return {};
+}
+
+} // namespace Velmar::Lintrix::detail::engine

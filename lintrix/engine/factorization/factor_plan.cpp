@@ -1,0 +1,204 @@
+#include <lintrix/engine/factorization/factor_plan.h>
+
+#include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/call/matrix_type.h>
+#include <lintrix/engine/factorization/runs.h>
+
+#include <algorithm>
+#include <complex>
+#include <cstdlib>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+FactorEntry& entryOf(Handle handle, int mnum)
+{
+    return handle.factors()[static_cast<std::size_t>(mnum) - 1];
+}
+
+FactorSizes sizesOf(const ControlBlock& control)
+{
+    FactorSizes sizes;
+    sizes.rowIndices = control[WideWord::FactorRowIndices];
+    sizes.lower = control[WideWord::LowerElements];
+    sizes.upper = control[WideWord::UpperElements];
+    sizes.fill = control[WideWord::LowerNonZeros];
+    sizes.tallest = control[Word::TallestPanel];
+    sizes.widest = control[Word::WidestPanel];
+    sizes.largestUpdate = control[WideWord::LargestUpdate];
+    return sizes;
+}
+
+bool isSymmetric(const ControlBlock& control)
+{
+    return control[Word::SymmetricStorage] != 0;
+}
+
+// Elements of the L panels, and of the U panels behind them.
+std::int64_t elementsOf(const ControlBlock& control)
+{
+    return control[WideWord::LowerElements] + (isSymmetric(control) ? 0 : control[WideWord::UpperElements]);
+}
+
+} // namespace
+
+FactorPlan planOf(Handle handle)
+{
+    const PermanentStructure permanent(handle);
+    const ControlBlock& control = handle.control();
+    return {.structure = permanent.structure(),
+            .lowerStarts = permanent.lowerStarts(),
+            .upperStarts = permanent.upperStarts(),
+            .maps = permanent.maps(),
+            .descendants = {},
+            .runs = {},
+            .sizes = sizesOf(control),
+            .threads = control[Word::Threads],
+            .scaling = {}};
+}
+
+Failure FactorLists::make(Handle handle, FactorPlan& plan)
+{
+    if (const Failure failure = makeDescendants(plan)) return failure;
+    if (const Failure failure = makeRuns(handle, plan)) return failure;
+    return makeScaling(handle, plan);
+}
+
+Failure FactorLists::makeDescendants(FactorPlan& plan)
+{
+    const std::int64_t starts = std::int64_t{plan.structure.supernodes()} + 1;
+    descendantStarts_ = Scratch<std::int64_t>::uninitialised(starts);
+    if (!descendantStarts_) return outOfMemory(BlockCode::RealWork, missingBytes(descendantStarts_));
+    descendants_ =
+        Scratch<Descendant>::uninitialised(countDescendants(plan.structure, descendantStarts_.span()));
+    if (!descendants_) return outOfMemory(BlockCode::RealWork, missingBytes(descendants_));
+    plan.descendants = {descendantStarts_.span(), descendants_.span()};
+    listDescendants(plan.structure, plan.descendants);
+    return {};
+}
+
+Failure FactorLists::makeRuns(Handle handle, FactorPlan& plan)
+{
+    const ControlBlock& control = handle.control();
+    runs_ = Scratch<PositionRange>::uninitialised(plan.structure.supernodes());
+    const auto work = Scratch<double>::uninitialised(plan.structure.supernodes());
+    if (!runs_ || !work) return outOfMemory(BlockCode::RealWork, missingBytes(runs_, work));
+    const bool twoLevel = control[Word::TwoLevel] != 0 && plan.threads > 1;
+    const int count = twoLevel
+                          ? dealOutSubgraphs(plan.structure, PermanentStructure(handle).subgraphSupernodes(),
+                                             control[Word::IndependentSubgraphs], runs_.span())
+                          : dealOutSubtrees(plan.structure, plan.threads, work.span(), runs_.span());
+    plan.runs = runs_.span().first(static_cast<std::size_t>(count));
+    return {};
+}
+
+// The factors of rows and columns of A, brought from the order of A to that of the elimination.
+Failure FactorLists::makeScaling(Handle handle, FactorPlan& plan)
+{
+    if (!handle.holds(Slot::Scaling)) return {};
+    const ControlBlock& control = handle.control();
+    const int n = control[Word::Order];
+    const bool symmetric = isSymmetric(control);
+    const double *const row = handle.block<double>(Slot::Scaling), *const column = symmetric ? row : row + n;
+    if (std::all_of(row, row + n, [](double r) { return r == 1.0; }) &&
+        std::all_of(column, column + n, [](double c) { return c == 1.0; }))
+        return {};
+    factors_ = Scratch<double>::uninitialised(2 * std::int64_t{n});
+    if (!factors_) return outOfMemory(BlockCode::RealWork, missingBytes(factors_));
+    const auto order = static_cast<std::size_t>(n);
+    const std::span<double> rows = factors_.span().first(order), columns = factors_.span().last(order);
+    const std::span<const int> positionOf = PermanentStructure(handle).ordering().positionOf;
+    const int* const columnOfRow = symmetric ? nullptr : handle.block<int>(Slot::Matching);
+    for (int i = 0; i < n; ++i) {
+        rows[positionOf[columnOfRow == nullptr ? i : columnOfRow[i]]] = row[i];
+        columns[positionOf[i]] = column[i];
+    }
+    plan.scaling = {rows, columns};
+    return {};
+}
+
+Method methodFor(int mtype, int symmetricPivoting) noexcept
+{
+    switch (classOf(mtype)) {
+    case MatrixClass::Unsymmetric:
+        return Method::CompletePivoting;
+    case MatrixClass::Definite:
+        return Method::Cholesky;
+    case MatrixClass::Indefinite:
+        return symmetricPivoting == 0 ? Method::DiagonalPivoting : Method::BunchKaufman;
+    case MatrixClass::StructurallySymmetric:
+    case MatrixClass::Unknown:
+        break;
+    }
+    return Method::RowPivoting;
+}
+
+int elementKind(int mtype, bool singlePrecision) noexcept
+{
+    return (isComplex(mtype) ? 2 : 0) + (singlePrecision ? 1 : 0);
+}
+
+bool holdsFactor(Handle handle, int mnum, int kind) noexcept
+{
+    const FactorEntry& entry = entryOf(handle, mnum);
+    return entry.storage != nullptr && entry.size != kUnset &&
+           elementKind(entry.mtype, handle.control()[Word::SinglePrecision] != 0) == kind;
+}
+
+template <class T>
+Failure reserveFactor(Handle handle, int mnum)
+{
+    const ControlBlock& control = handle.control();
+    FactorEntry& entry = entryOf(handle, mnum);
+    entry.size = kUnset;
+    const std::int64_t bytes = elementsOf(control) * static_cast<std::int64_t>(sizeof(T));
+    if (entry.storage == nullptr || entry.bytes < bytes) {
+        Handle::releaseFactor(entry);
+        entry.storage = alignedAllocate(static_cast<std::size_t>(bytes), kBlockAlignment);
+        if (entry.storage == nullptr) return outOfMemory(BlockCode::Factors, bytes);
+        entry.bytes = bytes;
+    }
+    const std::int64_t exchanges = 2 * std::int64_t{control[Word::Order]};
+    if (entry.exchanges == nullptr) entry.exchanges = Scratch<int>::zeroed(exchanges).release();
+    if (entry.exchanges != nullptr) return {};
+    Handle::releaseFactor(entry);
+    return outOfMemory(BlockCode::Factors, exchanges * std::int64_t{sizeof(int)});
+}
+
+template <class T>
+Factor<T> factorIn(Handle handle, int mnum)
+{
+    const ControlBlock& control = handle.control();
+    const FactorEntry& entry = entryOf(handle, mnum);
+    T* const lower = static_cast<T*>(entry.storage);
+    return {.lower = lower,
+            .upper = isSymmetric(control) ? nullptr : lower + control[WideWord::LowerElements],
+            .rowExchange = entry.exchanges,
+            .columnExchange = entry.exchanges + control[Word::Order]};
+}
+
+void keepFactor(Handle handle, int mnum, const FactorRules& rules)
+{
+    FactorEntry& entry = entryOf(handle, mnum);
+    entry.mtype = handle.control()[Word::Mtype];
+    entry.method = static_cast<int>(rules.method);
+    entry.size = elementsOf(handle.control());
+}
+
+FactorRules rulesOfFactor(Handle handle, int mnum)
+{
+    const FactorEntry& entry = entryOf(handle, mnum);
+    return {.method = static_cast<Method>(entry.method), .hermitian = isHermitian(entry.mtype), .eps = 0.0};
+}
+
+#define LINTRIX_INSTANTIATE(T)                                                                               \
+    template Failure reserveFactor<T>(Handle, int);                                                          \
+    template Factor<T> factorIn<T>(Handle, int);
+LINTRIX_INSTANTIATE(float)
+LINTRIX_INSTANTIATE(double)
+LINTRIX_INSTANTIATE(std::complex<float>)
+LINTRIX_INSTANTIATE(std::complex<double>)
+#undef LINTRIX_INSTANTIATE
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,80 @@
+#pragma once
+/// @file
+/// From the handle to what the numeric steps take: the plan of the factorization and the stored factor.
+
+#include <lintrix/engine/call/handle.h>
+#include <lintrix/engine/call/memory.h>
+#include <lintrix/engine/factorization/numeric_factorization.h>
+#include <lintrix/services/export.h>
+
+#include <cstdint>
+#include <span>
+
+namespace Velmar::Lintrix::detail::engine {
+
+/// The structure as analysis left it, and the threads of this call. Lists of descendants, runs and scaling
+/// are empty: a solve needs none of them.
+LINTRIX_TESTABLE FactorPlan planOf(Handle handle);
+
+/// What a factorization needs beside the plan and makes for its own length.
+class LINTRIX_TESTABLE FactorLists {
+public:
+    /// Fills the plan's descendants, runs and scaling with views of this object.
+    /// @return  {Memory, -1200}
+    Failure make(Handle handle, FactorPlan& plan);
+
+private:
+    Failure makeDescendants(FactorPlan& plan);
+    Failure makeRuns(Handle handle, FactorPlan& plan);
+    Failure makeScaling(Handle handle, FactorPlan& plan);
+
+    Scratch<std::int64_t> descendantStarts_;
+    Scratch<Descendant> descendants_;
+    Scratch<PositionRange> runs_;
+    Scratch<double> factors_;
+};
+
+/// By which method a type is factored; `symmetricPivoting` is `iparm(21)`.
+LINTRIX_TESTABLE Method methodFor(int mtype, int symmetricPivoting) noexcept;
+
+/// Element of a factor: real and complex by the type, double and single by the choice of the analysis.
+template <class T>
+inline constexpr int kElementKind = (kIsComplex<T> ? 2 : 0) + (sizeof(RealOf<T>) == sizeof(float) ? 1 : 0);
+LINTRIX_TESTABLE int elementKind(int mtype, bool singlePrecision) noexcept;
+
+/// Whether `mnum` holds a finished factor of this kind of element.
+LINTRIX_TESTABLE bool holdsFactor(Handle handle, int mnum, int kind) noexcept;
+
+/// Brings the block of `mnum` to the size that a factor of T needs, forgetting what is in it; a block that is
+/// large enough stays.
+/// @return  {Memory, -1100}, with no block
+template <class T>
+LINTRIX_TESTABLE Failure reserveFactor(Handle handle, int mnum);
+
+/// The arrays in the block of `mnum`.
+template <class T>
+LINTRIX_TESTABLE Factor<T> factorIn(Handle handle, int mnum);
+
+/// Marks the factor as finished, made by these rules.
+LINTRIX_TESTABLE void keepFactor(Handle handle, int mnum, const FactorRules& rules);
+
+/// The rules by which the stored factor was made (eps is not among what is kept, and is 0).
+LINTRIX_TESTABLE FactorRules rulesOfFactor(Handle handle, int mnum);
+
+/// Calls `work.template operator()<T>()` for the element that the kind names.
+template <class Work>
+Failure withElement(int kind, Work work)
+{
+    switch (kind) {
+    case kElementKind<float>:
+        return work.template operator()<float>();
+    case kElementKind<std::complex<double>>:
+        return work.template operator()<std::complex<double>>();
+    case kElementKind<std::complex<float>>:
+        return work.template operator()<std::complex<float>>();
+    default:
+        return work.template operator()<double>();
+    }
+}
+
+} // namespace Velmar::Lintrix::detail::engine

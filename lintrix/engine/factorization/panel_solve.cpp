@@ -1,0 +1,134 @@
+#include <lintrix/engine/factorization/panel_solve.h>
+
+#include <lintrix/engine/call/scalar.h>
+#include <lintrix/engine/factorization/pivot_pair.h>
+#include <lintrix/services/blas.h>
+
+#include <algorithm>
+#include <complex>
+#include <cstddef>
+#include <cstdlib>
+#include <utility>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+constexpr int kWidestByColumns = 12;
+
+bool isUpper(RightFactor factor)
+{
+    return factor == RightFactor::Upper;
+}
+bool isUnit(RightFactor factor)
+{
+    return factor == RightFactor::LowerTransposedUnit || factor == RightFactor::LowerAdjointUnit;
+}
+bool isAdjoint(RightFactor factor)
+{
+    return factor == RightFactor::LowerAdjointUnit || factor == RightFactor::LowerAdjoint;
+}
+
+template <class T>
+void subtractMultiple(const T* from, T by, T* column, int m)
+{
+    for (int i = 0; i < m; ++i) column[i] -= product(from[i], by);
+}
+
+template <class T>
+void scale(T* column, T by, int m)
+{
+    for (int i = 0; i < m; ++i) column[i] = product(column[i], by);
+}
+
+// Column j of X loses the columns before it, times the entries of column j of the right factor.
+template <class T>
+void solveByColumns(RightFactor factor, const T* block, std::ptrdiff_t ld, int w, T* x, std::ptrdiff_t ldx,
+                    int m)
+{
+    for (int j = 0; j < w; ++j) {
+        T* const column = x + ldx * j;
+        for (int p = 0; p < j; ++p) {
+            const T entry =
+                isUpper(factor) ? block[p + ld * j] : conjugate(block[j + ld * p], isAdjoint(factor));
+            subtractMultiple(x + ldx * p, entry, column, m);
+        }
+        if (!isUnit(factor)) scale(column, T(1) / conjugate(block[j + ld * j], isAdjoint(factor)), m);
+    }
+}
+
+} // namespace
+
+template <class T>
+void solveFromRight(RightFactor factor, const T* block, int ld, int w, T* x, int ldx, int m)
+{
+    if (m == 0) return;
+    if (w <= kWidestByColumns) return solveByColumns(factor, block, ld, w, x, ldx, m);
+    const char uplo = isUpper(factor) ? 'U' : 'L', diag = isUnit(factor) ? 'U' : 'N';
+    const char trans = isUpper(factor) ? 'N' : isAdjoint(factor) ? 'C' : 'T';
+    blas::trsm('R', uplo, trans, diag, m, w, T(1), block, ld, x, ldx);
+}
+
+template <class T>
+void exchangeColumns(const int* exchange, int w, T* x, int ldx, int m)
+{
+    for (int i = 0; i < w; ++i) {
+        const int with = std::abs(exchange[i]) - 1;
+        if (with == i) continue;
+        T *const a = x + std::ptrdiff_t{ldx} * i, *const b = x + std::ptrdiff_t{ldx} * with;
+        std::swap_ranges(a, a + m, b);
+    }
+}
+
+template <class T>
+void divideByPivots(const T* block, int ld, int w, const int* exchange, bool hermitian, T* x, int ldx, int m)
+{
+    for (int j = 0; j < w;) {
+        T *const first = x + std::ptrdiff_t{ldx} * j, *const second = first + ldx;
+        if (exchange[j] > 0) {
+            scale(first, T(1) / block[j + std::ptrdiff_t{ld} * j], m);
+            ++j;
+            continue;
+        }
+        const PivotPair<T> pair = pivotPairAt(block, ld, j, hermitian);
+        for (int i = 0; i < m; ++i) pair.divideRow(first[i], second[i]);
+        j += 2;
+    }
+}
+
+template <class T>
+void multiplyByPivots(const T* block, int ld, int w, const int* exchange, bool hermitian, const T* x, int ldx,
+                      int k, T* y, int ldy)
+{
+    const auto conj = [&](T value) { return conjugate(value, hermitian); };
+    for (int j = 0; j < w;) {
+        const T *const a = x + std::ptrdiff_t{ldx} * j, *const b = a + ldx;
+        T *const first = y + std::ptrdiff_t{ldy} * j, *const second = first + ldy;
+        const T* const column = block + std::ptrdiff_t{ld} * j;
+        const T d0 = column[j];
+        if (exchange[j] > 0) {
+            for (int i = 0; i < k; ++i) first[i] = product(d0, conj(a[i]));
+            ++j;
+            continue;
+        }
+        const T lower = column[ld + j], upper = conj(lower), d1 = column[ld + j + 1];
+        for (int i = 0; i < k; ++i) {
+            first[i] = product(d0, conj(a[i])) + product(upper, conj(b[i]));
+            second[i] = product(lower, conj(a[i])) + product(d1, conj(b[i]));
+        }
+        j += 2;
+    }
+}
+
+#define LINTRIX_INSTANTIATE(T)                                                                               \
+    template void solveFromRight(RightFactor, const T*, int, int, T*, int, int);                             \
+    template void exchangeColumns(const int*, int, T*, int, int);                                            \
+    template void divideByPivots(const T*, int, int, const int*, bool, T*, int, int);                        \
+    template void multiplyByPivots(const T*, int, int, const int*, bool, const T*, int, int, T*, int);
+LINTRIX_INSTANTIATE(float)
+LINTRIX_INSTANTIATE(double)
+LINTRIX_INSTANTIATE(std::complex<float>)
+LINTRIX_INSTANTIATE(std::complex<double>)
+#undef LINTRIX_INSTANTIATE
+
+} // namespace Velmar::Lintrix::detail::engine

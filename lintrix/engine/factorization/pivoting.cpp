@@ -1,0 +1,325 @@
+#include <lintrix/engine/factorization/pivoting.h>
+
+#include <lintrix/engine/factorization/pivot_pair.h>
+
+#include <algorithm>
+#include <complex>
+#include <cstddef>
+#include <utility>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+template <class T>
+class Block {
+public:
+    Block(T* cells, int ld, int w) : cells_(cells), ld_(ld), w_(w) {}
+    T& operator()(int i, int j) const { return cells_[i + std::ptrdiff_t{ld_} * j]; }
+    T* column(int j) const { return cells_ + std::ptrdiff_t{ld_} * j; }
+    int width() const { return w_; }
+
+private:
+    T* cells_;
+    int ld_, w_;
+};
+
+template <class T>
+bool isNegative(T value)
+{
+    return realPart(value) < 0;
+}
+
+// The pivot that is used in place of `value`.
+template <class T>
+T sufficient(T value, RealOf<T> eps, PivotCounts& counts)
+{
+    if (!(eps >= magnitude(value))) return value;
+    ++counts.perturbed;
+    return isNegative(value) ? T(-eps) : T(eps);
+}
+
+template <class T>
+RealOf<T> threshold(double eps, double standard)
+{
+    const auto told = static_cast<RealOf<T>>(std::abs(eps)); // 0, too, where T does not hold it
+    return told == 0 ? static_cast<RealOf<T>>(standard) : told;
+}
+
+struct Place {
+    int row, column;
+};
+
+template <class T>
+RealOf<T> largestMagnitude(const T* cells, int count)
+{
+    RealOf<T> largest = 0;
+#pragma omp simd reduction(max : largest)
+    for (int i = 0; i < count; ++i) {
+        const RealOf<T> m = magnitude(cells[i]);
+        largest = largest < m ? m : largest;
+    }
+    return largest;
+}
+
+// The column with the largest magnitude among those looked at, the last of equals.
+template <class T>
+struct Champion {
+    RealOf<T> largest = 0;
+    int column;
+
+    void meet(int j, RealOf<T> largestThere)
+    {
+        if (largestThere >= largest) {
+            largest = largestThere;
+            column = j;
+        }
+    }
+};
+
+// The last row of it, from k on.
+template <class T>
+Place placeOf(const Champion<T>& champion, const Block<T>& a, int k)
+{
+    const T* const column = a.column(champion.column);
+    int row = a.width() - 1;
+    while (row > k && magnitude(column[row]) != champion.largest) --row;
+    return {row, champion.column};
+}
+
+template <class T>
+void exchange(const Block<T>& a, int k, Place with)
+{
+    if (with.row != k) {
+        for (int j = 0; j < a.width(); ++j) std::swap(a(k, j), a(with.row, j));
+    }
+    if (with.column != k) std::swap_ranges(a.column(k), a.column(k) + a.width(), a.column(with.column));
+}
+
+// Complex numbers are multiplied by the inverse, which a quotient of theirs would find each time anew.
+template <class T>
+void divide(T* cells, int count, T by)
+{
+    if constexpr (kIsComplex<T>) {
+        const T inverse = T(1) / by;
+        for (int i = 0; i < count; ++i) cells[i] = product(cells[i], inverse);
+    } else {
+        for (int i = 0; i < count; ++i) cells[i] /= by;
+    }
+}
+
+// Column k becomes L's; the rest of the block loses the product of column and row k. Returns the column where
+// the largest magnitude is now.
+template <class T>
+Champion<T> eliminate(const Block<T>& a, int k)
+{
+    const int behind = k + 1, count = a.width() - behind;
+    T* const l = a.column(k) + behind;
+    divide(l, count, a(k, k));
+    Champion<T> champion{0, behind};
+    for (int j = behind; j < a.width(); ++j) {
+        T* const column = a.column(j) + behind;
+        const T u = a(k, j);
+#pragma omp simd
+        for (int i = 0; i < count; ++i) column[i] -= product(l[i], u);
+        champion.meet(j, largestMagnitude(column, count));
+    }
+    return champion;
+}
+
+// What is taken as a pivot at step k.
+struct Pivot {
+    int size;       // 1 or 2
+    int partner;    // of k in a 1 x 1 pivot, of k + 1 in a 2 x 2 one
+    bool mayBeTiny; // it is perturbed then
+};
+
+// The last of the largest on the diagonal.
+template <class T>
+Pivot chooseOnDiagonal(const Block<T>& a, int k, RealOf<T> /*eps*/)
+{
+    int r = k;
+    for (int i = k; i < a.width(); ++i) {
+        if (magnitude(a(i, i)) >= magnitude(a(r, r))) r = i;
+    }
+    return {1, r, true};
+}
+
+// The test of Bunch and Kaufman.
+template <class T>
+Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
+{
+    using R = RealOf<T>;
+    constexpr R alpha = static_cast<R>(0.6403882032022076); // (1 + sqrt(17)) / 8
+    const int w = a.width();
+    const R d = magnitude(a(k, k));
+    R c = 0; // largest below it, the first of equals, in row r
+    int r = k;
+    for (int i = k + 1; i < w; ++i) {
+        if (magnitude(a(i, k)) > c) {
+            c = magnitude(a(i, k));
+            r = i;
+        }
+    }
+    if (eps >= std::max(d, c)) return {1, k, true};
+    if (r == k || d >= alpha * c) return {1, k, false}; // alone also where d is not a number
+    R e = 0;                                            // largest off the diagonal in row r
+    for (int j = k; j < r; ++j) e = std::max(e, magnitude(a(r, j)));
+    for (int i = r + 1; i < w; ++i) e = std::max(e, magnitude(a(i, r)));
+    if (d / c * e >= alpha * c) return {1, k, false}; // d*e >= alpha*c*c, which may be no numbers
+    if (magnitude(a(r, r)) >= alpha * e) return {1, r, false};
+    return {2, r, false};
+}
+
+// Factors the lower triangle by pivots that `choose(a, k, eps)` takes.
+template <class T>
+class SymmetricPivoting {
+public:
+    SymmetricPivoting(const Block<T>& block, double eps, bool hermitian, int* exchanges)
+        : a_(block), eps_(threshold<T>(eps, 1e-8)), hermitian_(hermitian), exchanges_(exchanges)
+    {
+    }
+
+    template <class Choose>
+    PivotCounts run(Choose choose)
+    {
+        for (int i = 0; i < a_.width(); ++i) keepReal(i);
+        for (int k = 0; k < a_.width();) {
+            const Pivot pivot = choose(a_, k, eps_);
+            pivot.size == 1 ? takeOne(k, pivot) : takeTwo(k, pivot);
+            k += pivot.size;
+        }
+        return counts_;
+    }
+
+private:
+    T conjugated(T value) const { return conjugate(value, hermitian_); }
+
+    // The diagonal of a Hermitian matrix, whatever its caller left in the imaginary part and rounding brings.
+    void keepReal(int i)
+    {
+        if (hermitian_) a_(i, i) = T(realPart(a_(i, i)));
+    }
+
+    void takeOne(int k, const Pivot& pivot)
+    {
+        exchange(k, pivot.partner);
+        exchanges_[k] = pivot.partner + 1;
+        if (pivot.mayBeTiny) a_(k, k) = sufficient(a_(k, k), eps_, counts_);
+        countSign(a_(k, k));
+        eliminateOne(k);
+    }
+
+    void takeTwo(int k, const Pivot& pivot)
+    {
+        exchange(k + 1, pivot.partner);
+        exchanges_[k] = -(k + 1);
+        exchanges_[k + 1] = -(pivot.partner + 1);
+        const T off = a_(k + 1, k);
+        const PivotPair<T> pair(a_(k, k), off, conjugated(off), a_(k + 1, k + 1));
+        const bool isSplit = pair.hasNegativeDeterminant(); // into one of each sign
+        countSign(isSplit ? T(1) : a_(k, k));
+        countSign(isSplit ? T(-1) : a_(k, k));
+        eliminateTwo(k, pair);
+    }
+
+    void countSign(T value)
+    {
+        if (hermitian_ || !kIsComplex<T>) ++(isNegative(value) ? counts_.negative : counts_.positive);
+    }
+
+    // Rows and columns k <= r: L's rows so far, and what is still to do.
+    void exchange(int k, int r)
+    {
+        if (k == r) return;
+        for (int j = 0; j < k; ++j) std::swap(a_(k, j), a_(r, j));
+        std::swap(a_(k, k), a_(r, r));
+        for (int i = k + 1; i < r; ++i) {
+            const T kept = conjugated(a_(i, k));
+            a_(i, k) = conjugated(a_(r, i));
+            a_(r, i) = kept;
+        }
+        a_(r, k) = conjugated(a_(r, k));
+        for (int i = r + 1; i < a_.width(); ++i) std::swap(a_(i, k), a_(i, r));
+    }
+
+    // Column k becomes L's, the lower triangle behind it is updated.
+    void eliminateOne(int k)
+    {
+        T* const l = a_.column(k);
+        const T inverse = T(1) / l[k];
+        for (int j = k + 1; j < a_.width(); ++j) {
+            T* const column = a_.column(j);
+            const T factor = product(conjugated(l[j]), inverse);
+            for (int i = j; i < a_.width(); ++i) column[i] -= product(l[i], factor);
+            keepReal(j);
+        }
+        for (int i = k + 1; i < a_.width(); ++i) l[i] = product(l[i], inverse);
+    }
+
+    // Columns (x, y) from k on become (x, y)*inv(D).
+    void eliminateTwo(int k, const PivotPair<T>& pair)
+    {
+        T *const x = a_.column(k), *const y = a_.column(k + 1);
+        for (int j = k + 2; j < a_.width(); ++j) {
+            T* const column = a_.column(j);
+            T first = conjugated(x[j]), second = conjugated(y[j]);
+            pair.divideColumn(first, second);
+            for (int i = j; i < a_.width(); ++i) column[i] -= product(x[i], first) + product(y[i], second);
+            keepReal(j);
+        }
+        for (int i = k + 2; i < a_.width(); ++i) pair.divideRow(x[i], y[i]);
+        y[k] = std::exchange(x[k + 1], T(0));
+    }
+
+    const Block<T> a_;
+    const RealOf<T> eps_;
+    const bool hermitian_;
+    int* const exchanges_;
+    PivotCounts counts_;
+};
+
+} // namespace
+
+template <class T>
+PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchange, int* columnExchange)
+{
+    const Block<T> a(block, ld, w);
+    const RealOf<T> smallest = threshold<T>(eps, 1e-13);
+    PivotCounts counts;
+    Champion<T> champion{0, 0};
+    for (int j = 0; j < w; ++j) champion.meet(j, largestMagnitude(a.column(j), w));
+    for (int k = 0; k < w; ++k) {
+        const Place place = placeOf(champion, a, k);
+        exchange(a, k, place);
+        rowExchange[k] = place.row + 1;
+        columnExchange[k] = place.column + 1;
+        a(k, k) = sufficient(a(k, k), smallest, counts);
+        champion = eliminate(a, k);
+    }
+    return counts;
+}
+
+template <class T>
+PivotCounts pivotOnDiagonal(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
+{
+    return SymmetricPivoting<T>({block, ld, w}, eps, hermitian, exchanges).run(chooseOnDiagonal<T>);
+}
+
+template <class T>
+PivotCounts pivotBunchKaufman(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
+{
+    return SymmetricPivoting<T>({block, ld, w}, eps, hermitian, exchanges).run(chooseBunchKaufman<T>);
+}
+
+#define LINTRIX_INSTANTIATE(T)                                                                               \
+    template PivotCounts pivotCompletely(T*, int, int, double, int*, int*);                                  \
+    template PivotCounts pivotOnDiagonal(T*, int, int, double, bool, int*);                                  \
+    template PivotCounts pivotBunchKaufman(T*, int, int, double, bool, int*);
+LINTRIX_INSTANTIATE(float)
+LINTRIX_INSTANTIATE(double)
+LINTRIX_INSTANTIATE(std::complex<float>)
+LINTRIX_INSTANTIATE(std::complex<double>)
+#undef LINTRIX_INSTANTIATE
+
+} // namespace Velmar::Lintrix::detail::engine

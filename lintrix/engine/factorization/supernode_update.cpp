@@ -1,0 +1,93 @@
+// Compiled with contraction of a*b + c to one rounding, which the vector kernels live by.
+
+#include <lintrix/engine/factorization/supernode_update.h>
+
+#include <lintrix/engine/factorization/update_kernel.h>
+
+#include <complex>
+#include <cstdint>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+using update_kernel::runByElements;
+using update_kernel::VectorKernel;
+
+// Products of more multiplications than this are worth packing.
+constexpr std::int64_t kLargestInPlace = 3000;
+
+template <class T, class Kernel>
+LINTRIX_ALWAYS_INLINE void run(const UpdateProduct<T>& product, const Kernel& kernel, bool lowerTriangle,
+                               T* work)
+{
+    if (std::int64_t{product.m} * product.k * product.w > kLargestInPlace) {
+        kernel.runPacked(lowerTriangle, work);
+    } else {
+        kernel.runInPlace(lowerTriangle);
+    }
+}
+
+template <class T>
+using Kernel = void (*)(const UpdateProduct<T>&, const UpdateTarget<T>&, bool, T*);
+
+// 24 of 32 registers hold sums, or 12 of 16; a complex block has two sums for each vector.
+template <class T>
+[[gnu::target("avx512f,avx512dq,avx512vl,avx2,fma")]] void
+runAvx512(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle, T* work)
+{
+    run(product, VectorKernel < T, 64, 3, kIsComplex<T> ? 4 : 8 > (product, target), lowerTriangle, work);
+}
+template <class T>
+[[gnu::target("avx2,fma")]] void runAvx2(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
+                                         bool lowerTriangle, T* work)
+{
+    run(product, VectorKernel < T, 32, 3, kIsComplex<T> ? 2 : 4 > (product, target), lowerTriangle, work);
+}
+template <class T>
+void runSse2(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle, T* work)
+{
+    run(product, VectorKernel < T, 16, 3, kIsComplex<T> ? 2 : 4 > (product, target), lowerTriangle, work);
+}
+
+template <class T>
+struct Choice {
+    Kernel<T> run;
+    int lanes;
+};
+
+template <class T>
+Choice<T> choose() noexcept
+{
+    constexpr int bytes = sizeof(T);
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+        __builtin_cpu_supports("avx512vl")) {
+        return {runAvx512<T>, 64 / bytes};
+    }
+    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) return {runAvx2<T>, 32 / bytes};
+    return {runSse2<T>, 16 / bytes};
+}
+
+} // namespace
+
+template <class T>
+void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle,
+                     T* buffer)
+{
+    static const Choice<T> kernel = choose<T>();
+    if (product.m <= 0) return;
+    if (product.m + product.above < kernel.lanes) {
+        runByElements(product, target, lowerTriangle);
+    } else {
+        kernel.run(product, target, lowerTriangle, buffer);
+    }
+}
+
+template void subtractProduct(const UpdateProduct<float>&, const UpdateTarget<float>&, bool, float*);
+template void subtractProduct(const UpdateProduct<double>&, const UpdateTarget<double>&, bool, double*);
+template void subtractProduct(const UpdateProduct<std::complex<float>>&,
+                              const UpdateTarget<std::complex<float>>&, bool, std::complex<float>*);
+template void subtractProduct(const UpdateProduct<std::complex<double>>&,
+                              const UpdateTarget<std::complex<double>>&, bool, std::complex<double>*);
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,314 @@
+#pragma once
+/// @file
+/// The kernel of supernode_update.cpp: blocks of a product kept in vector registers while the sum over the
+/// descendant's columns runs, and subtracted from there. Written once over vectors of any length; the source
+/// compiles it for each instruction set.
+
+#include <lintrix/engine/call/scalar.h>
+#include <lintrix/engine/factorization/supernode_update.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#define LINTRIX_ALWAYS_INLINE [[gnu::always_inline]] inline
+
+namespace Velmar::Lintrix::detail::engine::update_kernel {
+
+/// Vectors of `Bytes` bytes that may lie anywhere.
+template <class R, int Bytes>
+struct Vectors {
+    typedef R type __attribute__((vector_size(Bytes), aligned(sizeof(R)), may_alias));
+    static constexpr int kLanes = Bytes / static_cast<int>(sizeof(R));
+};
+
+// sum[r][c] = sum over p of the r-th vector of a's rows times b(c, p); real numbers.
+template <class R, int Bytes, int Rows, int Cols>
+LINTRIX_ALWAYS_INLINE void multiplyBlock(const R* a, std::ptrdiff_t lda, const R* b, std::ptrdiff_t ldb,
+                                         int w, typename Vectors<R, Bytes>::type (&sum)[Rows][Cols])
+{
+    using V = typename Vectors<R, Bytes>::type;
+    constexpr int lanes = Vectors<R, Bytes>::kLanes;
+    for (int r = 0; r < Rows; ++r) {
+        for (int c = 0; c < Cols; ++c) sum[r][c] = V{};
+    }
+    for (int p = 0; p < w; ++p) {
+        V x[Rows];
+        for (int r = 0; r < Rows; ++r) x[r] = *reinterpret_cast<const V*>(a + p * lda + r * lanes);
+        for (int c = 0; c < Cols; ++c) {
+            const R y = b[p * ldb + c];
+            for (int r = 0; r < Rows; ++r) sum[r][c] += x[r] * y;
+        }
+    }
+}
+
+// sum += i*x, pair by pair: (re, im) -> (-im, re).
+template <class R, int Bytes, int... Lane>
+LINTRIX_ALWAYS_INLINE void addTimesI(typename Vectors<R, Bytes>::type& sum,
+                                     const typename Vectors<R, Bytes>::type& x,
+                                     std::integer_sequence<int, Lane...>)
+{
+    using V = typename Vectors<R, Bytes>::type;
+    sum += __builtin_shufflevector(x, x, (Lane ^ 1)...) * V{(Lane % 2 == 0 ? -1 : 1)...};
+}
+
+// The same for complex numbers, all pointers to real and imaginary parts in turn: one sum with the real parts
+// of b, one with the imaginary, joined at the end.
+template <class R, int Bytes, int Rows, int Cols>
+LINTRIX_ALWAYS_INLINE void multiplyComplexBlock(const R* a, std::ptrdiff_t lda, const R* b,
+                                                std::ptrdiff_t ldb, int w,
+                                                typename Vectors<R, Bytes>::type (&sum)[Rows][Cols])
+{
+    using V = typename Vectors<R, Bytes>::type;
+    constexpr int lanes = Vectors<R, Bytes>::kLanes;
+    V byImaginary[Rows][Cols];
+    for (int r = 0; r < Rows; ++r) {
+        for (int c = 0; c < Cols; ++c) sum[r][c] = byImaginary[r][c] = V{};
+    }
+    for (int p = 0; p < w; ++p) {
+        V x[Rows];
+        for (int r = 0; r < Rows; ++r) x[r] = *reinterpret_cast<const V*>(a + 2 * p * lda + r * lanes);
+        for (int c = 0; c < Cols; ++c) {
+            const R re = b[2 * (p * ldb + c)], im = b[2 * (p * ldb + c) + 1];
+            for (int r = 0; r < Rows; ++r) {
+                sum[r][c] += x[r] * re;
+                byImaginary[r][c] += x[r] * im;
+            }
+        }
+    }
+    for (int r = 0; r < Rows; ++r) {
+        for (int c = 0; c < Cols; ++c)
+            addTimesI<R, Bytes>(sum[r][c], byImaginary[r][c], std::make_integer_sequence<int, lanes>());
+    }
+}
+
+/// The products of one descendant with one target, block by block of `Rows` vectors by `Cols` columns, which
+/// fill the registers.
+template <class T, int Bytes, int Rows, int Cols>
+class VectorKernel {
+public:
+    static constexpr int kLanes = Bytes / static_cast<int>(sizeof(T)); ///< elements of T in a vector
+    static constexpr int kTall = Rows * kLanes;
+
+    VectorKernel(const UpdateProduct<T>& product, const UpdateTarget<T>& target)
+        : product_(product), target_(target)
+    {
+    }
+
+    /// Small products: factors where they lie, one group of columns after another.
+    LINTRIX_ALWAYS_INLINE void runInPlace(bool lowerTriangle) const
+    {
+        int c = 0;
+        for (const UpdatePanel<T> panel : target_.panels) {
+            const int end = c + panel.columns;
+            for (; c + Cols <= end; c += Cols) columnsInPlace<Cols>(panel, c, lowerTriangle);
+            if constexpr (Cols > 4) c += columnsIfLeft<4>(panel, c, end, lowerTriangle);
+            if constexpr (Cols > 2) c += columnsIfLeft<2>(panel, c, end, lowerTriangle);
+            c += columnsIfLeft<1>(panel, c, end, lowerTriangle);
+        }
+    }
+
+    /// Larger ones: b is packed by groups of columns, and a block of rows stays in the cache while they pass;
+    /// it is packed, too, where there are many groups.
+    LINTRIX_ALWAYS_INLINE void runPacked(bool lowerTriangle, T* work) const
+    {
+        T* const rows = work;
+        T* const groups = work + std::ptrdiff_t{kTall} * product_.w;
+        packColumns(groups);
+        const bool packs = product_.k > kGroupsInPlace * Cols;
+        int i = target_.panels.front().firstRow;
+        for (; i + kTall <= product_.m; i += kTall) {
+            const T* a = product_.a + i;
+            std::ptrdiff_t lda = product_.lda;
+            if (packs) {
+                packRows(i, rows);
+                a = rows;
+                lda = kTall;
+            }
+            passTall(a, lda, groups, i, lowerTriangle);
+        }
+        for (; i + kLanes <= product_.m; i += kLanes)
+            passVector(product_.a + i, product_.lda, groups, i, i, lowerTriangle);
+        if (i < product_.m)
+            passVector(product_.a + product_.m - kLanes, product_.lda, groups, product_.m - kLanes, i,
+                       lowerTriangle);
+    }
+
+private:
+    using R = RealOf<T>;
+    using V = typename Vectors<R, Bytes>::type;
+    static constexpr int kGroupsInPlace = 3;
+
+    // Rows [i, i + TheseRows*kLanes) of TheseCols columns from c on, of which `wanted` count; of the rows,
+    // those from `first` on.
+    template <int TheseRows, int TheseCols>
+    LINTRIX_ALWAYS_INLINE void block(UpdatePanel<T> panel, const T* a, std::ptrdiff_t lda, const T* b,
+                                     std::ptrdiff_t ldb, int i, int first, int c, int wanted) const
+    {
+        V sum[TheseRows][TheseCols];
+        if constexpr (kIsComplex<T>) {
+            multiplyComplexBlock<R, Bytes, TheseRows, TheseCols>(
+                reinterpret_cast<const R*>(a), lda, reinterpret_cast<const R*>(b), ldb, product_.w, sum);
+        } else {
+            multiplyBlock<R, Bytes, TheseRows, TheseCols>(a, lda, b, ldb, product_.w, sum);
+        }
+        for (int r = 0; r < TheseRows; ++r)
+            subtract<TheseCols>(panel, sum[r], i + r * kLanes, first, c, wanted);
+    }
+
+    // One vector of rows from i on: at once where the target has them side by side.
+    template <int TheseCols>
+    LINTRIX_ALWAYS_INLINE void subtract(UpdatePanel<T> panel, const V (&sum)[TheseCols], int i, int first,
+                                        int c, int wanted) const
+    {
+        const int* const row = target_.row + i;
+        if (first <= i && row[kLanes - 1] - row[0] == kLanes - 1) {
+            for (int q = 0; q < TheseCols; ++q) {
+                if (q < wanted) *reinterpret_cast<V*>(column(panel, c + q) + row[0]) -= sum[q];
+            }
+            return;
+        }
+        alignas(Bytes) T kept[TheseCols][kLanes];
+        for (int q = 0; q < TheseCols; ++q) *reinterpret_cast<V*>(kept[q]) = sum[q];
+        for (int q = 0; q < wanted; ++q) {
+            T* const cells = column(panel, c + q);
+            for (int r = std::max(0, first - i); r < kLanes; ++r) cells[row[r]] -= kept[q][r];
+        }
+    }
+
+    T* column(UpdatePanel<T> panel, int c) const
+    {
+        return panel.cells + std::ptrdiff_t{panel.ld} * target_.row[c];
+    }
+
+    // Tall blocks first, then single vectors; the last vector reaches back over rows that are done or lie
+    // above, rather than beyond the end.
+    template <int TheseCols>
+    LINTRIX_ALWAYS_INLINE void columnsInPlace(UpdatePanel<T> panel, int c, bool lowerTriangle) const
+    {
+        const T *const a = product_.a, *const b = product_.b + c;
+        const int lda = product_.lda, ldb = product_.ldb, last = product_.m - kLanes;
+        int i = lowerTriangle ? std::max(c, panel.firstRow) : panel.firstRow;
+        for (; i + kTall <= product_.m; i += kTall)
+            block<Rows, TheseCols>(panel, a + i, lda, b, ldb, i, i, c, TheseCols);
+        for (; i <= last; i += kLanes) block<1, TheseCols>(panel, a + i, lda, b, ldb, i, i, c, TheseCols);
+        if (i < product_.m) block<1, TheseCols>(panel, a + last, lda, b, ldb, last, i, c, TheseCols);
+    }
+
+    template <int TheseCols>
+    LINTRIX_ALWAYS_INLINE int columnsIfLeft(UpdatePanel<T> panel, int c, int end, bool lowerTriangle) const
+    {
+        if (c + TheseCols > end) return 0;
+        columnsInPlace<TheseCols>(panel, c, lowerTriangle);
+        return TheseCols;
+    }
+
+    // Rows [i, i + kTall), the packed groups of all panels. Where a panel begins among the rows they pass
+    // vector by vector, so that elsewhere it is known that all count.
+    LINTRIX_ALWAYS_INLINE void passTall(const T* a, std::ptrdiff_t lda, const T* groups, int i,
+                                        bool lowerTriangle) const
+    {
+        int c = 0;
+        for (const UpdatePanel<T> panel : target_.panels) {
+            if (panel.firstRow <= i) {
+                passGroups<Rows>(panel, a, lda, groups, i, i, c, lowerTriangle);
+            } else {
+                for (int r = 0; r < kTall; r += kLanes)
+                    passBeginning(panel, a + r, lda, groups, i + r, i + r, c, lowerTriangle);
+            }
+            groups += packedSize(panel);
+            c += panel.columns;
+        }
+    }
+
+    // The same for a single vector, of which the rows from `first` on count.
+    LINTRIX_ALWAYS_INLINE void passVector(const T* a, std::ptrdiff_t lda, const T* groups, int i, int first,
+                                          bool lowerTriangle) const
+    {
+        int c = 0;
+        for (const UpdatePanel<T> panel : target_.panels) {
+            passBeginning(panel, a, lda, groups, i, first, c, lowerTriangle);
+            groups += packedSize(panel);
+            c += panel.columns;
+        }
+    }
+
+    LINTRIX_ALWAYS_INLINE void passBeginning(UpdatePanel<T> panel, const T* a, std::ptrdiff_t lda,
+                                             const T* groups, int i, int first, int c,
+                                             bool lowerTriangle) const
+    {
+        first = std::max(first, panel.firstRow);
+        if (first < i + kLanes) passGroups<1>(panel, a, lda, groups, i, first, c, lowerTriangle);
+    }
+
+    // All groups of a panel that have rows in the block; in the lower triangle none that begins behind it.
+    template <int TheseRows>
+    LINTRIX_ALWAYS_INLINE void passGroups(UpdatePanel<T> panel, const T* a, std::ptrdiff_t lda,
+                                          const T* groups, int i, int first, int c, bool lowerTriangle) const
+    {
+        const int columnsEnd = c + panel.columns;
+        const int end = lowerTriangle ? std::min(columnsEnd, i + TheseRows * kLanes) : columnsEnd;
+        for (; c < end; c += Cols, groups += std::ptrdiff_t{Cols} * product_.w) {
+            block<TheseRows, Cols>(panel, a, lda, groups, Cols, i, first, c, std::min(Cols, columnsEnd - c));
+        }
+    }
+
+    std::ptrdiff_t packedSize(UpdatePanel<T> panel) const
+    {
+        return std::ptrdiff_t{(panel.columns + Cols - 1) / Cols * Cols} * product_.w;
+    }
+
+    // Groups of Cols columns, the last of each panel filled up with zeros.
+    LINTRIX_ALWAYS_INLINE void packColumns(T* groups) const
+    {
+        int c = 0;
+        for (const UpdatePanel<T> panel : target_.panels) {
+            const int end = c + panel.columns;
+            for (; c < end; c += Cols) {
+                const int wanted = std::min(Cols, end - c);
+                for (int p = 0; p < product_.w; ++p, groups += Cols) {
+                    const T* const b = product_.b + std::ptrdiff_t{product_.ldb} * p + c;
+                    for (int q = 0; q < Cols; ++q) groups[q] = q < wanted ? b[q] : T(0);
+                }
+            }
+            c = end;
+        }
+    }
+
+    // The next block is brought near on the way: each column is on a page of its own, where the processor
+    // does not look ahead for as few lines as a block takes of it.
+    LINTRIX_ALWAYS_INLINE void packRows(int i, T* rows) const
+    {
+        for (int p = 0; p < product_.w; ++p, rows += kTall) {
+            const T* const a = product_.a + std::ptrdiff_t{product_.lda} * p + i;
+            for (int r = 0; r < kTall; r += kLanes) {
+                __builtin_prefetch(a + r + kTall);
+                *reinterpret_cast<V*>(rows + r) = *reinterpret_cast<const V*>(a + r);
+            }
+        }
+    }
+
+    const UpdateProduct<T>& product_;
+    const UpdateTarget<T>& target_;
+};
+
+/// Without vectors: what is shorter than one.
+template <class T>
+LINTRIX_ALWAYS_INLINE void runByElements(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
+                                         bool lowerTriangle)
+{
+    int c = 0;
+    for (const UpdatePanel<T> panel : target.panels) {
+        for (const int end = c + panel.columns; c < end; ++c) {
+            T* const cells = panel.cells + std::ptrdiff_t{panel.ld} * target.row[c];
+            const int first = lowerTriangle ? std::max(c, panel.firstRow) : panel.firstRow;
+            for (int p = 0; p < product.w; ++p) {
+                const T* const a = product.a + std::ptrdiff_t{product.lda} * p;
+                const T y = product.b[c + std::ptrdiff_t{product.ldb} * p];
+                for (int i = first; i < product.m; ++i) cells[target.row[i]] -= engine::product(a[i], y);
+            }
+        }
+    }
+}
+
+} // namespace Velmar::Lintrix::detail::engine::update_kernel

@@ -1,0 +1,167 @@
+#include <lintrix/engine/solution/direct_solve.h>
+
+#include <lintrix/engine/call/scalar.h>
+
+#include <algorithm>
+#include <complex>
+#include <cstddef>
+
+#include <omp.h>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+// count / size, rounded up; the sum of the usual form may pass 32 bits.
+int piecesOf(int count, int size)
+{
+    return count / size + (count % size != 0 ? 1 : 0);
+}
+
+// Right-hand sides that one pass over the factor takes along, so that every thread has some.
+template <class T>
+int sidesPerBlock(int count, int threads)
+{
+    return std::clamp(piecesOf(count, threads), 1, kSidesAtOnce<T>);
+}
+
+bool includes(SolvePart whole, SolvePart part)
+{
+    return whole == SolvePart::All || whole == part;
+}
+
+// The whole solve divides by D on its way back.
+BeforeTriangle beforeTriangle(SolvePart part)
+{
+    return part == SolvePart::All ? BeforeTriangle::DivideByD : BeforeTriangle::Nothing;
+}
+
+template <class T>
+bool splitsByParts(const SubstitutionParts& parts, int threads, int count)
+{
+    return parts.count() > 1 && DirectSolve<T>::takesParts(threads, count);
+}
+
+// One side of the system: the place of equation (or unknown) i, and its factor.
+struct Frame {
+    std::span<const int> positionOf, standsFor;
+    std::span<const double> scale;
+
+    int position(int i) const { return positionOf[standsFor.empty() ? i : standsFor[i]]; }
+    template <class T>
+    T scaled(int i, T value) const
+    {
+        return scale.empty() ? value : scaledBy(value, scale[i], 1.0);
+    }
+};
+
+// Equations of A, or unknowns of A: the transposed system exchanges them.
+Frame frameOf(const SystemFrame& frame, bool equations)
+{
+    return equations ? Frame{frame.positionOf, frame.columnOfRow, frame.rowScale}
+                     : Frame{frame.positionOf, {}, frame.columnScale};
+}
+
+// Whether a loop over so many cells repays calling the threads; where blocks keep them busy it does not.
+bool isWorthThreads(std::int64_t cells)
+{
+    constexpr std::int64_t kLeastCells = 20000;
+    return cells >= kLeastCells && omp_in_parallel() == 0;
+}
+
+} // namespace
+
+template <class T>
+std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const SubstitutionParts& parts,
+                                      int threads, int count) noexcept
+{
+    if (splitsByParts<T>(parts, threads, count)) {
+        const int taken = sidesTaken<T>(std::min(count, kSidesAtOnce<T>));
+        return factor.order() * std::int64_t{taken} + PartedSubstitution<T>::workSize(factor, parts, taken);
+    }
+    const int sides = sidesPerBlock<T>(count, threads);
+    const std::int64_t blocks = piecesOf(count, sides);
+    return factor.order() * blocks * sidesTaken<T>(sides);
+}
+
+template <class T>
+void DirectSolve<T>::bring(const T* b, int count, bool permutes, const RightSides<T>& y) const
+{
+    const int n = factor_.order();
+    const Frame frame = frameOf(frame_, !transposed_);
+    const bool splits = threads_ > 1 && isWorthThreads(std::int64_t{n} * count);
+#pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
+    for (int i = 0; i < n; ++i) {
+        T* const to = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
+        for (int c = 0; c < count; ++c) {
+            const T value = b[i + std::ptrdiff_t{n} * c];
+            to[c] = permutes ? frame.scaled(i, value) : value;
+        }
+        std::fill(to + count, to + y.count, T(0));
+    }
+}
+
+template <class T>
+void DirectSolve<T>::takeBack(const RightSides<T>& y, int count, bool permutes, T* x) const
+{
+    const int n = factor_.order();
+    const Frame frame = frameOf(frame_, transposed_);
+    const bool splits = threads_ > 1 && isWorthThreads(std::int64_t{n} * count);
+#pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
+    for (int i = 0; i < n; ++i) {
+        const T* const from = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
+        for (int c = 0; c < count; ++c) {
+            x[i + std::ptrdiff_t{n} * c] = permutes ? frame.scaled(i, from[c]) : from[c];
+        }
+    }
+}
+
+template <class T>
+void DirectSolve<T>::solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const
+{
+    const SupernodeRange everything{0, factor_.structure.supernodes() - 1};
+    bring(b, count, includes(part, SolvePart::Forward), y);
+    if (includes(part, SolvePart::Forward)) substituteForward(factor_, transposed_, y, everything);
+    if (part == SolvePart::Diagonal) substituteDiagonal(factor_, y, everything);
+    if (includes(part, SolvePart::Backward)) {
+        substituteBackward(factor_, transposed_, y, everything, beforeTriangle(part));
+    }
+    takeBack(y, count, includes(part, SolvePart::Backward), x);
+}
+
+template <class T>
+void DirectSolve<T>::solveByParts(const T* b, T* x, int count, SolvePart part) const
+{
+    const std::ptrdiff_t n = factor_.order();
+    for (int first = 0; first < count; first += kSidesAtOnce<T>) {
+        const int own = std::min(kSidesAtOnce<T>, count - first);
+        const RightSides<T> y{work_, sidesTaken<T>(own)};
+        const PartedSubstitution<T> substitution(factor_, parts_, y, work_ + n * y.count);
+        bring(b + n * first, own, includes(part, SolvePart::Forward), y);
+        if (includes(part, SolvePart::Forward)) substitution.forward(transposed_);
+        if (part == SolvePart::Diagonal) substitution.diagonal();
+        if (includes(part, SolvePart::Backward)) substitution.backward(transposed_, beforeTriangle(part));
+        takeBack(y, own, includes(part, SolvePart::Backward), x + n * first);
+    }
+}
+
+template <class T>
+void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
+{
+    if (splitsByParts<T>(parts_, threads_, count)) return solveByParts(b, x, count, part);
+    const std::ptrdiff_t n = factor_.order();
+    const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
+    const int blocks = piecesOf(count, sides), busy = std::min(threads_, blocks);
+#pragma omp parallel for schedule(static, 1) num_threads(busy) if (busy > 1)
+    for (int block = 0; block < blocks; ++block) {
+        const int first = block * sides, own = std::min(sides, count - first);
+        solveBlock(b + n * first, x + n * first, own, part, {work_ + n * taken * block, taken});
+    }
+}
+
+template class DirectSolve<float>;
+template class DirectSolve<double>;
+template class DirectSolve<std::complex<float>>;
+template class DirectSolve<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,282 @@
+#include <lintrix/engine/solution/solve_step.h>
+
+#include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/factorization/factor_plan.h>
+#include <lintrix/engine/solution/conjugate_gradient.h>
+#include <lintrix/engine/solution/conjugate_gradient_squared.h>
+#include <lintrix/engine/solution/direct_solve.h>
+#include <lintrix/engine/solution/factor_reuse.h>
+#include <lintrix/engine/solution/refinement.h>
+#include <lintrix/engine/solution/solve_parts.h>
+#include <lintrix/engine/solution/sparse_operator.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+/// A block of at least `bytes` in a slot that keeps it from call to call.
+Failure reserve(Handle handle, Slot slot, WideWord size, std::int64_t bytes, BlockCode code)
+{
+    ControlBlock& control = handle.control();
+    if (handle.holds(slot) && control[size] >= bytes) return {};
+    handle.release(slot);
+    control.set(size, 0);
+    if (handle.allocate(slot, bytes) == nullptr) return outOfMemory(code, bytes);
+    control.set(size, bytes);
+    return {};
+}
+
+/// What follows the direct solve.
+enum class Improvement { None, Refinement, Squared, ConjugateGradient };
+
+Improvement improvementFor(const Arguments& call, const ControlBlock& control)
+{
+    if (call.phase.part() != 0) return Improvement::None;
+    const int kind = control[Word::IterationKind];
+    if (kind != 0) {
+        const bool isReal = !isComplex(call.mtype);
+        return isReal && std::abs(kind) == 2 ? Improvement::ConjugateGradient : Improvement::Squared;
+    }
+    const bool wanted = call.iparm[Parameter::RefinementLimit] != 0 || control[Word::PerturbedPivots] >= 1;
+    return wanted && call.iparm[Parameter::RefinementOff] == 0 ? Improvement::Refinement : Improvement::None;
+}
+
+Storage storageOf(int mtype)
+{
+    if (!isSymmetricStorage(mtype)) return Storage::General;
+    return isHermitian(mtype) ? Storage::Hermitian : Storage::Symmetric;
+}
+
+bool solvesTransposed(const Arguments& call)
+{
+    return call.iparm[Parameter::Transpose] == 1 && !isSymmetricStorage(call.mtype);
+}
+
+template <class T>
+StoredFactor<T> storedFactor(Handle handle, int mnum)
+{
+    const FactorPlan plan = planOf(handle);
+    const FactorRules rules = rulesOfFactor(handle, mnum);
+    return {plan.structure, plan.lowerStarts, plan.upperStarts,
+            rules.method,   rules.hermitian,  factorIn<T>(handle, mnum)};
+}
+
+/// Rows move with the matching of unsymmetric storage; one factor serves rows and columns of symmetric one.
+SystemFrame systemFrame(Handle handle)
+{
+    const auto n = static_cast<std::size_t>(handle.control()[Word::Order]);
+    const bool symmetric = handle.control()[Word::SymmetricStorage] != 0;
+    SystemFrame frame{.positionOf = PermanentStructure(handle).ordering().positionOf,
+                      .columnOfRow = {},
+                      .rowScale = {},
+                      .columnScale = {}};
+    if (handle.holds(Slot::Matching) && !symmetric)
+        frame.columnOfRow = {handle.block<int>(Slot::Matching), n};
+    if (handle.holds(Slot::Scaling)) {
+        const double* const factors = handle.block<double>(Slot::Scaling);
+        frame.rowScale = {factors, n};
+        frame.columnScale = {symmetric ? factors : factors + n, n};
+    }
+    return frame;
+}
+
+/// The block of refinement and iteration: vectors, sums of the operator, scalars, one after another.
+struct IterationLayout {
+    std::int64_t sums, scalars, bytes;
+};
+
+constexpr std::int64_t roundUp(std::int64_t bytes)
+{
+    return (bytes + 63) / 64 * 64;
+}
+
+template <class T>
+class SolveStep {
+public:
+    SolveStep(const Arguments& call, Handle handle, Timers& timers)
+        : call_(call), handle_(handle), control_(handle.control()), timers_(timers),
+          improvement_(improvementFor(call, control_)), threads_(control_[Word::Threads]), count_(call.nrhs),
+          factor_(storedFactor<T>(handle, call.mnum)), matrix_{call.n,
+                                                               call.ia,
+                                                               call.ja,
+                                                               static_cast<const T*>(call.a),
+                                                               storageOf(call.mtype),
+                                                               solvesTransposed(call)},
+          b_(static_cast<T*>(call.b)), x_(static_cast<T*>(call.x))
+    {
+    }
+
+    Failure run()
+    {
+        call_.iparm[Parameter::RefinementSteps] = 0;
+        if (count_ < 1) return {};
+        if (const Failure failure = findParts()) return failure;
+        if (const Failure failure = reserveWork()) return failure;
+        const double seconds = solveDirectly();
+        if (const Failure failure = improve(seconds)) return failure;
+        if (call_.iparm[Parameter::SolutionPlace] == 1) std::copy_n(x_, elements(), b_);
+        return {};
+    }
+
+private:
+    std::int64_t elements() const { return std::int64_t{call_.n} * count_; }
+
+    /// Whether subgraphs stand behind each other is worked out at each solve.
+    Failure findParts()
+    {
+        const bool consecutive = areConsecutive(PermanentStructure(handle_).subgraphs());
+        control_[Word::ConsecutiveSubgraphs] = consecutive ? 1 : 0;
+        if (!consecutive || !DirectSolve<T>::takesParts(threads_, count_)) return {};
+        return solveParts(handle_, threads_, parts_);
+    }
+
+    Failure reserveWork()
+    {
+        constexpr std::int64_t mostElements = std::int64_t{1} << 50; // so that no size below overflows
+        if (elements() > mostElements) return outOfMemory(BlockCode::RealWork, elements());
+        const std::int64_t cells = DirectSolve<T>::workSize(factor_, parts_, threads_, count_);
+        if (const Failure failure = reserve(handle_, Slot::RealWork, WideWord::RealWorkBytes,
+                                            cells * std::int64_t{sizeof(T)}, BlockCode::RealWork))
+            return failure;
+        if (improvement_ == Improvement::None) return {};
+        return reserve(handle_, Slot::IterationWork, WideWord::IterationWorkBytes, layout().bytes,
+                       BlockCode::IterationWork);
+    }
+
+    bool isExtended() const { return call_.iparm[Parameter::RefinementLimit] < 0; }
+
+    std::int64_t vectors() const
+    {
+        switch (improvement_) {
+        case Improvement::Refinement:
+            return elements();
+        case Improvement::ConjugateGradient:
+            return conjugateGradientWork(call_.n, count_);
+        case Improvement::Squared:
+            return conjugateGradientSquaredWork(call_.n, count_);
+        case Improvement::None:
+            break;
+        }
+        return 0;
+    }
+
+    /// By contract no less than k n + 2 times the largest update, for each right-hand side, with k of 2, or
+    /// of 4 (real) or 5 (complex) for extended residuals. What is not touched costs no memory.
+    std::int64_t leastElements() const
+    {
+        const int extendedVectors = kIsComplex<T> ? 5 : 4;
+        const std::int64_t k = isExtended() ? extendedVectors : 2;
+        return k * elements() + 2 * control_[WideWord::LargestUpdate] * count_;
+    }
+
+    IterationLayout layout() const
+    {
+        IterationLayout layout{};
+        layout.sums = roundUp(vectors() * std::int64_t{sizeof(T)});
+        layout.scalars = layout.sums + roundUp(SparseOperator<T>::workBytes(matrix_, threads_, isExtended()));
+        const std::int64_t used = layout.scalars + count_ * std::int64_t{sizeof(SquaredScalars<T>)};
+        layout.bytes = std::max(used, leastElements() * std::int64_t{sizeof(T)});
+        return layout;
+    }
+
+    DirectSolve<T> solver() const
+    {
+        return {factor_,  systemFrame(handle_),
+                parts_,   matrix_.transposed,
+                threads_, handle_.template block<T>(Slot::RealWork)};
+    }
+
+    /// @return  the seconds it took
+    double solveDirectly()
+    {
+        const double before = timers_.seconds(Timer::Solve);
+        {
+            const TimedStep timed(timers_, Timer::Solve);
+            solver().solve(b_, x_, count_, static_cast<SolvePart>(call_.phase.part()));
+        }
+        return timers_.seconds(Timer::Solve) - before;
+    }
+
+    Failure improve(double solveSeconds)
+    {
+        if (improvement_ == Improvement::None) return {};
+        std::byte* const block = handle_.template block<std::byte>(Slot::IterationWork);
+        const SparseOperator<T> A(matrix_, threads_, block + layout().sums);
+        const DirectSolve<T> direct = solver();
+        const Preconditioner<T> solve = [&](const T* r, T* z) { direct.solve(r, z, count_); };
+        return improvement_ == Improvement::Refinement
+                   ? refineSolution(A, solve, block)
+                   : iterate({A, solve, b_, x_, call_.n, count_}, block, solveSeconds);
+    }
+
+    Failure refineSolution(const SparseOperator<T>& A, const Preconditioner<T>& solve, std::byte* block)
+    {
+        const TimedStep timed(timers_, Timer::Solve);
+        const Refinement done = refine(A, solve, b_, x_, call_.n, count_,
+                                       call_.iparm[Parameter::RefinementLimit], reinterpret_cast<T*>(block));
+        call_.iparm[Parameter::RefinementSteps] = done.steps;
+        if (done.automatic) call_.iparm[Parameter::IterationResult] = kAutomaticRefinement;
+        return done.failure;
+    }
+
+    Failure iterate(const IterativeSystem<T>& system, std::byte* block, double solveSeconds)
+    {
+        const IterationBudget budget =
+            iterationBudget(control_[Word::IterationKind], control_[Real::FactorSeconds], solveSeconds);
+        control_[Word::IterationBudget] = budget.most;
+        control_[Word::HalfBudget] = budget.half;
+        int& told = call_.iparm[Parameter::IterationResult];
+        if (budget.most < 1) {
+            control_[Word::FactorNeeded] = 1;
+            told = kBudgetTooSmall;
+            return {};
+        }
+        const TimedStep timed(timers_, Timer::Iteration);
+        const IterationOutcome outcome = runIteration(
+            system, {control_[Real::Tolerance], control_[Real::Divergence], budget.most, budget.half}, block);
+        told = outcome.told();
+        if (outcome.status == IterationStatus::Converged) return {};
+        control_[Word::FactorNeeded] = 1;
+        return {Error::Numeric, outcome.status == IterationStatus::Breakdown ? -2 : -3};
+    }
+
+    IterationOutcome runIteration(const IterativeSystem<T>& system, const IterationTerms& terms,
+                                  std::byte* block) const
+    {
+        T* const work = reinterpret_cast<T*>(block);
+        std::byte* const scalars = block + layout().scalars;
+        if constexpr (!kIsComplex<T>) {
+            if (improvement_ == Improvement::ConjugateGradient)
+                return conjugateGradient(system, terms, work, reinterpret_cast<double*>(scalars));
+        }
+        return conjugateGradientSquared(system, terms, work, reinterpret_cast<SquaredScalars<T>*>(scalars));
+    }
+
+    static constexpr int kAutomaticRefinement = -34, kBudgetTooSmall = -5;
+
+    const Arguments& call_;
+    Handle handle_;
+    ControlBlock& control_;
+    Timers& timers_;
+    Improvement improvement_;
+    int threads_, count_;
+    StoredFactor<T> factor_;
+    SubstitutionParts parts_;
+    CallersMatrix<T> matrix_;
+    T *b_, *x_;
+};
+
+} // namespace
+
+Failure solve(const Arguments& call, Handle handle, Timers& timers)
+{
+    const int kind = elementKind(call.mtype, handle.control()[Word::SinglePrecision] != 0);
+    return withElement(kind, [&]<class T>() { return SolveStep<T>(call, handle, timers).run(); });
+}
+
+} // namespace Velmar::Lintrix::detail::engine

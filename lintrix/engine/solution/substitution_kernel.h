@@ -1,0 +1,154 @@
+#pragma once
+/// @file
+/// A few columns of a panel against right-hand sides, in vector registers. Written once over vectors of four
+/// numbers; the source compiles it for each instruction set.
+///
+/// Right-hand sides lie next to each other, kSides of them at each position of y. The panel's row i belongs
+/// to position rows[i]; `own` are the positions of the C columns, next to each other.
+
+#include <lintrix/engine/call/scalar.h>
+
+#include <cstddef>
+
+#define LINTRIX_ALWAYS_INLINE [[gnu::always_inline]] inline
+
+namespace Velmar::Lintrix::detail::engine::substitution_kernel {
+
+/// Vectors that may lie anywhere.
+template <class R, int Lanes>
+struct Vectors {
+    typedef R type __attribute__((vector_size(Lanes * sizeof(R)), aligned(sizeof(R)), may_alias));
+};
+
+/// One right-hand side of real numbers: vectors run down the rows.
+template <class R>
+struct OneSide {
+    static constexpr int kSides = 1, kMostColumns = 8;
+    static constexpr int kLanes = 4;
+    using V = typename Vectors<R, kLanes>::type;
+
+    /// y(rows) -= P*own
+    template <int C>
+    LINTRIX_ALWAYS_INLINE static void subtractRows(const R* p, std::ptrdiff_t ld, int m, const int* rows,
+                                                   const R* own, R* y)
+    {
+        R x[C];
+        for (int c = 0; c < C; ++c) x[c] = own[c];
+        int i = 0;
+        for (; i + kLanes <= m; i += kLanes) {
+            V sum = *reinterpret_cast<const V*>(p + i) * x[0];
+            for (int c = 1; c < C; ++c) sum += *reinterpret_cast<const V*>(p + ld * c + i) * x[c];
+            for (int l = 0; l < kLanes; ++l) y[rows[i + l]] -= sum[l];
+        }
+        for (; i < m; ++i) {
+            R sum = p[i] * x[0];
+            for (int c = 1; c < C; ++c) sum += p[ld * c + i] * x[c];
+            y[rows[i]] -= sum;
+        }
+    }
+
+    /// own -= P'*y(rows)
+    template <int C>
+    LINTRIX_ALWAYS_INLINE static void subtractColumns(const R* p, std::ptrdiff_t ld, int m, const int* rows,
+                                                      R* own, const R* y, bool /*adjoint*/)
+    {
+        V sum[C];
+        for (int c = 0; c < C; ++c) sum[c] = V{};
+        int i = 0;
+        for (; i + kLanes <= m; i += kLanes) {
+            const V z{y[rows[i]], y[rows[i + 1]], y[rows[i + 2]], y[rows[i + 3]]};
+            for (int c = 0; c < C; ++c) sum[c] += *reinterpret_cast<const V*>(p + ld * c + i) * z;
+        }
+        R total[C];
+        for (int c = 0; c < C; ++c) total[c] = (sum[c][0] + sum[c][1]) + (sum[c][2] + sum[c][3]);
+        for (; i < m; ++i) {
+            const R z = y[rows[i]];
+            for (int c = 0; c < C; ++c) total[c] += p[ld * c + i] * z;
+        }
+        for (int c = 0; c < C; ++c) own[c] -= total[c];
+    }
+};
+
+/// Several right-hand sides, or complex ones: vectors run along the right-hand sides of a position. A complex
+/// product takes two sums, one with the real parts of P and one with the imaginary, joined at the end.
+template <class T, int Sides>
+struct SideBlock {
+    using R = RealOf<T>;
+    static constexpr int kSides = Sides;
+    static constexpr int kNumbers = Sides * (kIsComplex<T> ? 2 : 1); ///< real ones at a position
+    static constexpr int kLanes = kNumbers < 4 ? kNumbers : 4;
+    static constexpr int kVectors = kNumbers / kLanes;
+    static constexpr int kMostColumns = kIsComplex<T> && kVectors > 1 ? 2 : 4;
+    using V = typename Vectors<R, kLanes>::type;
+
+    template <int C>
+    LINTRIX_ALWAYS_INLINE static void subtractRows(const T* p, std::ptrdiff_t ld, int m, const int* rows,
+                                                   const T* own, T* y)
+    {
+        V x[C][kVectors];
+        for (int c = 0; c < C; ++c) {
+            for (int v = 0; v < kVectors; ++v) x[c][v] = vectors(own + c * Sides)[v];
+        }
+        for (int i = 0; i < m; ++i) {
+            V* const to = vectors(y + std::ptrdiff_t{rows[i]} * Sides);
+            for (int v = 0; v < kVectors; ++v) {
+                Sum sum;
+                for (int c = 0; c < C; ++c) sum.add(p[ld * c + i], x[c][v]);
+                sum.subtractFrom(to[v], false);
+            }
+        }
+    }
+
+    template <int C>
+    LINTRIX_ALWAYS_INLINE static void subtractColumns(const T* p, std::ptrdiff_t ld, int m, const int* rows,
+                                                      T* own, const T* y, bool adjoint)
+    {
+        Sum sum[C][kVectors];
+        for (int i = 0; i < m; ++i) {
+            const V* const z = vectors(y + std::ptrdiff_t{rows[i]} * Sides);
+            for (int v = 0; v < kVectors; ++v) {
+                for (int c = 0; c < C; ++c) sum[c][v].add(p[ld * c + i], z[v]);
+            }
+        }
+        for (int c = 0; c < C; ++c) {
+            for (int v = 0; v < kVectors; ++v) sum[c][v].subtractFrom(vectors(own + c * Sides)[v], adjoint);
+        }
+    }
+
+private:
+    LINTRIX_ALWAYS_INLINE static V* vectors(T* cells) { return reinterpret_cast<V*>(cells); }
+    LINTRIX_ALWAYS_INLINE static const V* vectors(const T* cells)
+    {
+        return reinterpret_cast<const V*>(cells);
+    }
+
+    // Of products of numbers and vectors.
+    struct Sum {
+        V byReal{}, byImaginary{};
+
+        LINTRIX_ALWAYS_INLINE void add(const T& number, const V& vector)
+        {
+            if constexpr (kIsComplex<T>) {
+                byReal += vector * number.real();
+                byImaginary += vector * number.imag();
+            } else {
+                byReal += vector * number;
+            }
+        }
+        // to -= the sum, with the numbers conjugated for `adjoint`.
+        LINTRIX_ALWAYS_INLINE void subtractFrom(V& to, bool adjoint) const
+        {
+            to -= byReal;
+            if constexpr (kIsComplex<T>) {
+                V crossed; // i times the other sum
+                for (int l = 0; l < kLanes; l += 2) {
+                    crossed[l] = -byImaginary[l + 1];
+                    crossed[l + 1] = byImaginary[l];
+                }
+                adjoint ? to += crossed : to -= crossed;
+            }
+        }
+    };
+};
+
+} // namespace Velmar::Lintrix::detail::engine::substitution_kernel

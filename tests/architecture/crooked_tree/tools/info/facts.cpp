@@ -1,0 +1,2 @@
+#include <tools/solve/road.h>
+#include <tools/support/text.h>

@@ -1,0 +1,111 @@
+// The order of columns within supernodes: it changes nothing but places, and makes stretches longer.
+
+#include "tests/engine/analysis/symbolic/symbolic_pipeline.h"
+#include "tests/support/failing_allocator.h"
+
+#include <lintrix/engine/analysis/symbolic/column_refinement.h>
+
+#include <algorithm>
+#include <functional>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+// The stretches of neighbouring rows in all row lists.
+int stretches(const FactorStructure& structure)
+{
+    int count = 0;
+    for (int J = 0; J < structure.supernodes(); ++J) {
+        const auto rows = structure.rowsOf(J);
+        for (std::size_t i = 0; i < rows.size(); ++i) count += i == 0 || rows[i] != rows[i - 1] + 1 ? 1 : 0;
+    }
+    return count;
+}
+
+class Refined : public ::testing::TestWithParam<int> {
+protected:
+    static OwnedGraph graph()
+    {
+        const int seed = GetParam();
+        return seed % 2 == 0 ? grid(5 + seed, 9) : randomGraph(20 + 4 * seed, 50 + 9 * seed, unsigned(seed));
+    }
+    static std::vector<PositionRange> ranges(int n, bool one)
+    {
+        if (one) return {{0, n - 1}};
+        return {{0, n / 3}, {n / 3 + 1, n / 2}, {n / 2 + 1, n - 1}};
+    }
+};
+
+TEST_P(Refined, TheStructureHoldsTheFactorOfTheNewOrder)
+{
+    const OwnedGraph g = graph();
+    const int n = g.view().vertices();
+    for (const bool one : {true, false}) {
+        for (const int width : {1, 3, 128}) {
+            Pipeline p(g.view(), randomOrdering(n, unsigned(GetParam())), width, false, ranges(n, one));
+            const OwnedOrdering before = p.ordering;
+            const std::vector<int> heights = [&] {
+                std::vector<int> all;
+                for (int J = 0; J < p.structure().supernodes(); ++J) all.push_back(p.structure().height(J));
+                return all;
+            }();
+            const int stretchesBefore = stretches(p.structure());
+            ASSERT_FALSE(refineColumnOrder(p.structure(), p.ranges, p.rows, p.ordering.view()));
+            EXPECT_LE(stretches(p.structure()), stretchesBefore + stretchesBefore / 8);
+
+            const auto columns = eliminated(g.view(), p.ordering.view());
+            for (int J = 0; J < p.structure().supernodes(); ++J) {
+                const auto rows = p.structure().rowsOf(J);
+                ASSERT_EQ(p.structure().height(J), heights[std::size_t(J)]);
+                ASSERT_TRUE(std::adjacent_find(rows.begin(), rows.end(), std::greater_equal()) == rows.end());
+                for (int k = 0; k < p.structure().width(J); ++k) {
+                    const auto& filled = columns[std::size_t(rows[std::size_t(k)])];
+                    ASSERT_TRUE(std::includes(rows.begin(), rows.end(), filled.begin(), filled.end()));
+                }
+                if (const int parent = p.structure().parent(J); parent >= 0) {
+                    const auto above = p.structure().rowsOf(parent), below = p.structure().rowsBelow(J);
+                    ASSERT_GT(parent, J);
+                    ASSERT_TRUE(std::includes(above.begin(), above.end(), below.begin(), below.end()));
+                }
+            }
+            for (int v = 0; v < n; ++v) {
+                const int position = p.ordering.positionOf[std::size_t(v)];
+                EXPECT_EQ(p.ordering.vertexAt[std::size_t(position)], v);
+                for (const PositionRange& range : p.ranges) {
+                    const auto inside = [&](int k) { return range.first <= k && k <= range.last; };
+                    EXPECT_EQ(inside(position), inside(before.positionOf[std::size_t(v)]));
+                }
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Graphs, Refined, ::testing::Range(0, 16));
+
+TEST(ColumnRefinement, MakesStretchesLongerOnAGrid)
+{
+    const OwnedGraph g = grid(30, 30);
+    Pipeline p(g.view(), randomOrdering(900, 3), 128);
+    const int before = stretches(p.structure());
+    ASSERT_FALSE(refineColumnOrder(p.structure(), p.ranges, p.rows, p.ordering.view()));
+    EXPECT_LT(stretches(p.structure()), before * 3 / 4);
+}
+
+TEST(ColumnRefinement, WithoutMemoryChangesNothing)
+{
+    const OwnedGraph g = grid(12, 12);
+    Pipeline p(g.view(), randomOrdering(144, 3), 128);
+    const auto rows = p.rows;
+    const auto positions = p.ordering.positionOf;
+    for (int k = 0; k < 3; ++k) {
+        const FailingAllocator failing(k);
+        const Failure failure = refineColumnOrder(p.structure(), p.ranges, p.rows, p.ordering.view());
+        EXPECT_EQ(failure.internal, -900);
+        EXPECT_GT(failure.bytes, 0);
+    }
+    EXPECT_EQ(p.rows, rows);
+    EXPECT_EQ(p.ordering.positionOf, positions);
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

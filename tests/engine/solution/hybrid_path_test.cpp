@@ -1,0 +1,247 @@
+// The hybrid path as callers see it: when a factor is kept, when one is made, what is told.
+
+#include "tests/engine/solution/solve_observation.h"
+
+#include <cmath>
+#include <string>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using namespace detail::engine;
+
+/// A call on the hybrid path whose stored factor is dear: it is worth a hundred iterations.
+struct Hybrid : SolveCall<double> {
+    Hybrid(int mtype, int setting) : SolveCall(systemOf<double>(gridShape(12, 12, 1), mtype), 2)
+    {
+        set(4, setting);
+        set(13, 0); // A changes, and the matching is that of the analysis
+        EXPECT_EQ(run(13), 0);
+        makeFactorDear();
+    }
+    void makeFactorDear()
+    {
+        controlOf(*this)[Word::IterationBudget] = 100;
+        controlOf(*this)[Real::FactorSeconds] = 1000.0;
+    }
+    void change(double by)
+    {
+        std::mt19937 random(5);
+        std::uniform_real_distribution<double> uniform(1 - by, 1 + by);
+        for (double& value : A.a) value *= uniform(random);
+    }
+};
+
+TEST(HybridPath, SolvesTheFactoredMatrixInOneIteration)
+{
+    for (const int mtype : {11, 2}) {
+        Hybrid call(mtype, 61);
+        ASSERT_EQ(call.run(33), 0);
+        EXPECT_EQ(call.iparm(20), 1);
+        EXPECT_EQ(call.iparm(7), 0);
+        EXPECT_LT(call.scaledResidual(), 1e-12);
+    }
+    for (const int setting : {62, -62}) {
+        Hybrid gradients(2, setting);
+        ASSERT_EQ(gradients.run(33), 0);
+        EXPECT_EQ(gradients.iparm(20), 2) << "the count of gradients begins at 1";
+    }
+}
+
+TEST(HybridPath, KeepsTheFactorForASlightlyChangedMatrix)
+{
+    for (const auto& [mtype, setting] :
+         {std::pair(11, 61), std::pair(2, 62), std::pair(-2, 61), std::pair(1, 61)}) {
+        for (const int phase : {23, 33}) {
+            Hybrid call(mtype, setting);
+            call.change(0.01);
+            const FactorizationCount factorizations;
+            ASSERT_EQ(call.run(phase), 0);
+            EXPECT_EQ(factorizations.count(), 0);
+            EXPECT_GT(call.iparm(20), 1);
+            EXPECT_EQ(controlOf(call)[Word::IterationBudget], 100);
+            EXPECT_EQ(controlOf(call)[Word::HalfBudget], 51);
+            EXPECT_LT(call.scaledResidual(), setting == 61 ? 1e-11 : 1e-6) << mtype << ' ' << setting;
+        }
+    }
+}
+
+// 10^-L; without an L the default, whatever the call before had.
+TEST(HybridPath, StopsAtTheToleranceOfTheCall)
+{
+    for (const int kind : {1, 2}) {
+        Hybrid call(2, 30 + kind);
+        call.change(0.05);
+        int before = 0;
+        for (const auto& [exponent, tolerance] :
+             {std::pair(3, 1e-3), std::pair(6, 1e-6), std::pair(0, 1e-12)}) {
+            call.set(4, 10 * exponent + kind);
+            ASSERT_EQ(call.run(33), 0);
+            EXPECT_NEAR(controlOf(call)[Real::Tolerance] / tolerance, 1.0, 1e-12);
+            EXPECT_GT(call.iparm(20), before) << "more digits take more iterations";
+            before = call.iparm(20);
+            call.makeFactorDear();
+        }
+        call.set(4, 30 + kind);
+        ASSERT_EQ(call.run(33), 0);
+        EXPECT_LT(call.iparm(20), before);
+    }
+}
+
+TEST(HybridPath, NeverRefines)
+{
+    Hybrid call(11, 61);
+    call.set(8, 5);
+    call.set(14, 3);
+    ASSERT_EQ(call.run(33), 0);
+    EXPECT_EQ(call.iparm(7), 0);
+    EXPECT_EQ(call.iparm(20), 1);
+}
+
+TEST(HybridPath, FactorizationAloneDoesNothingWhileTheFactorWillDo)
+{
+    Hybrid call(11, 61);
+    const FactorizationCount factorizations;
+    ASSERT_EQ(call.run(22), 0);
+    EXPECT_EQ(factorizations.count(), 0);
+    controlOf(call)[Word::IterationBudget] = 4;
+    ASSERT_EQ(call.run(22), 0);
+    EXPECT_EQ(factorizations.count(), 1);
+    EXPECT_EQ(controlOf(call)[Word::IterationBudget], 4);
+    ASSERT_EQ(call.run(23), 0); // four iterations are too few to go on with
+    EXPECT_EQ(factorizations.count(), 2);
+}
+
+TEST(HybridPath, SolvesWithoutAFactorByMakingOne)
+{
+    SolveCall<double> call(systemOf<double>(gridShape(12, 12, 1), 11));
+    call.set(4, 61);
+    ASSERT_EQ(call.run(11), 0);
+    const FactorizationCount factorizations;
+    ASSERT_EQ(call.run(33), 0);
+    EXPECT_EQ(factorizations.count(), 1);
+    EXPECT_EQ(call.iparm(20), 1);
+}
+
+TEST(HybridPath, AFailingIterationBelowPhase30FactorizesAndSucceeds)
+{
+    for (const int setting : {61, 62}) {
+        Hybrid call(2, setting);
+        for (int i = 0; i < call.A.n; ++i) { // the diagonal stands first in a row
+            call.A.a[static_cast<std::size_t>(call.A.ia[static_cast<std::size_t>(i)]) - 1] *=
+                std::pow(10.0, 8.0 * i / call.A.n);
+        }
+        const FactorizationCount factorizations;
+        call.msglvl = -1;
+        ::testing::internal::CaptureStdout();
+        EXPECT_EQ(call.run(23), 0);
+        EXPECT_EQ(::testing::internal::GetCapturedStdout().find("Error"), std::string::npos);
+        call.msglvl = 0;
+        EXPECT_EQ(factorizations.count(), 1);
+        EXPECT_GT(call.iparm(20), 0);
+        EXPECT_EQ(call.iparm(30), 0);
+        EXPECT_LT(call.scaledResidual(), 1e-12);
+    }
+}
+
+TEST(HybridPath, AFailingIterationOfASolveAloneIsToldAndTheNextPhase23Recovers)
+{
+    Hybrid call(11, 61);
+    call.A = systemOf<double>(gridShape(12, 12, 1), 11, 77);
+    for (std::size_t k = 0; k < call.A.a.size(); k += 2) call.A.a[k] *= 1e4;
+    call.msglvl = -1;
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(call.run(33), -4);
+    const std::string text = ::testing::internal::GetCapturedStdout();
+    call.msglvl = 0;
+    EXPECT_LT(call.iparm(20), -10);
+    EXPECT_EQ(text, "*** Error in PARDISO  ( numerical_factorization) error_num= " +
+                        std::to_string(call.iparm(30)) + "\n*** Error in PARDISO: cgs error iparam(20) " +
+                        std::to_string(call.iparm(20)) + "\n");
+    const int status = call.iparm(20) % 10;
+    EXPECT_EQ(call.iparm(30), status == -4 ? -2 : -3);
+    EXPECT_EQ(controlOf(call)[Word::FactorNeeded], 1);
+    const FactorizationCount factorizations;
+    EXPECT_EQ(call.run(23), 0);
+    EXPECT_EQ(factorizations.count(), 1);
+    EXPECT_GT(call.iparm(20), 0);
+    EXPECT_EQ(controlOf(call)[Word::FactorNeeded], 0);
+}
+
+TEST(HybridPath, IteratingFirstFactorizesOnlyAfterAFailure)
+{
+    Hybrid call(11, -61);
+    EXPECT_EQ(call.iparm(20), 1);
+    controlOf(call)[Word::IterationBudget] = 4;
+    call.change(0.01);
+    const FactorizationCount factorizations;
+    ASSERT_EQ(call.run(23), 0);
+    EXPECT_EQ(factorizations.count(), 0);
+    EXPECT_EQ(controlOf(call)[Word::IterationBudget], 150);
+    EXPECT_EQ(controlOf(call)[Word::HalfBudget], 76);
+    for (std::size_t k = 0; k < call.A.a.size(); k += 2) call.A.a[k] *= 1e4;
+    EXPECT_EQ(call.run(23), -4);
+    EXPECT_LT(call.iparm(20), 0);
+    EXPECT_EQ(factorizations.count(), 0);
+    EXPECT_EQ(call.run(23), 0);
+    EXPECT_EQ(factorizations.count(), 1);
+    EXPECT_GT(call.iparm(20), 0);
+}
+
+// A new factor of a matrix without an inverse is no better than the old one, and a second is not tried.
+TEST(HybridPath, AFailureWithANewFactorIsAFailure)
+{
+    for (const int budget : {100, 4}) { // the factor is made after the iteration, or before it
+        Hybrid call(11, 61);
+        std::fill(call.A.a.begin(), call.A.a.end(), std::nan(""));
+        controlOf(call)[Word::IterationBudget] = budget;
+        const FactorizationCount factorizations;
+        EXPECT_EQ(call.run(23), -4);
+        EXPECT_EQ(factorizations.count(), 1);
+        EXPECT_EQ(call.iparm(20) % 10, -4);
+        EXPECT_EQ(call.iparm(30), -2) << "a breakdown";
+    }
+}
+
+TEST(HybridPath, ASequenceOfSlowlyChangingMatricesIsSolvedWithFewFactors)
+{
+    for (const auto& [mtype, setting] : {std::pair(11, 61), std::pair(2, 62), std::pair(-2, 61)}) {
+        Hybrid call(mtype, setting);
+        const FactorizationCount factorizations;
+        for (int step = 0; step < 40; ++step) {
+            for (std::size_t k = 0; k < call.A.a.size(); ++k) call.A.a[k] *= 1 + 0.02 * ((k + step) % 3 == 0);
+            ASSERT_EQ(call.run(23), 0) << step;
+            EXPECT_GT(call.iparm(20), 0);
+            EXPECT_LT(call.scaledResidual(), setting == 61 ? 1e-11 : 1e-6);
+            call.makeFactorDear();
+        }
+        EXPECT_LT(factorizations.count(), 10);
+    }
+}
+
+TEST(HybridPath, OfComplexMatricesIsTheSquaredForm)
+{
+    using Complex = std::complex<double>;
+    SolveCall<Complex> call(systemOf<Complex>(gridShape(12, 12, 1), 4));
+    call.set(4, 62);
+    ASSERT_EQ(call.run(13), 0);
+    EXPECT_EQ(call.iparm(20), 1); // conjugate gradients would tell 2
+}
+
+TEST(HybridPath, IsTimedInItsOwnLine)
+{
+    Hybrid call(11, 61);
+    call.msglvl = 1;
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(call.run(33), 0);
+    const std::string text = ::testing::internal::GetCapturedStdout();
+    call.msglvl = 0;
+    EXPECT_NE(text.find("      Time solve  :"), std::string::npos);
+    EXPECT_NE(text.find("      Time cgs    :"), std::string::npos);
+    EXPECT_NE(text.find("s cgx iterations 1\n"), std::string::npos);
+    EXPECT_NE(text.find(" < Hybrid Solver PARDISO with CGS/CG Iteration >"), std::string::npos);
+    EXPECT_NE(text.find("solve to solve"), std::string::npos);
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

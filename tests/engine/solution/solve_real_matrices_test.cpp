@@ -1,0 +1,107 @@
+// Real matrices solved as general ones, symmetric ones also from their triangle.
+
+#include <lintrix/sparse/matrix_market.h>
+
+#include "tests/engine/solution/solve_case.h"
+#include "tests/support/files.h"
+
+#include <map>
+#include <ostream>
+#include <string>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+struct RealMatrix {
+    std::string file;
+    int mtype;
+};
+std::ostream& operator<<(std::ostream& out, const RealMatrix& matrix)
+{
+    return out << matrix.file << " as " << matrix.mtype;
+}
+
+System<double> load(const RealMatrix& wanted)
+{
+    const MatrixMarketTriplets read = ReadMatrixMarketTriplets(dataFile(wanted.file));
+    std::vector<std::map<int, double>> rows(static_cast<std::size_t>(read.rows));
+    const bool triangle = isSymmetricStorage(wanted.mtype);
+    const auto put = [&](int i, int j, double value) {
+        if (!triangle || i <= j) rows[static_cast<std::size_t>(i)][j] += value;
+    };
+    for (std::size_t k = 0; k < read.values.size(); ++k) {
+        const int i = static_cast<int>(read.rowIndices[k]), j = static_cast<int>(read.colIndices[k]);
+        put(i, j, read.values[k].real());
+        const double sign = read.symmetry == MatrixMarketSymmetry::SkewSymmetric ? -1 : 1;
+        if (read.symmetry != MatrixMarketSymmetry::General && i != j) put(j, i, sign * read.values[k].real());
+    }
+    System<double> A{wanted.mtype, static_cast<int>(read.rows), {1}, {}, {}};
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (triangle) rows[i].try_emplace(static_cast<int>(i), 0.0); // the diagonal is stored
+        for (const auto& [j, value] : rows[i]) A.put(j, value);
+        A.endRow();
+    }
+    return A;
+}
+
+class SolveOfRealMatrices : public ::testing::TestWithParam<RealMatrix> {};
+
+TEST_P(SolveOfRealMatrices, LeavesASmallResidual)
+{
+    for (const int threads : {1, 2}) {
+        const ThreadSetting setting(threads, 0);
+        for (const int ordering : {0, 2}) {
+            SolveCall<double> call(load(GetParam()), 2);
+            call.set(2, ordering);
+            call.set(8, 2);
+            if (GetParam().mtype == -2) {
+                call.set(11, 1);
+                call.set(13, 1);
+            }
+            ASSERT_EQ(call.run(13), 0);
+            EXPECT_LT(call.scaledResidual(), 1e-12);
+            EXPECT_LE(call.iparm(7), 2);
+            call.set(12, 1);
+            ASSERT_EQ(call.run(33), 0);
+            EXPECT_LT(call.scaledResidual(), 1e-12);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Small, SolveOfRealMatrices,
+                         ::testing::Values(RealMatrix{"b1_ss.mtx", 11}, RealMatrix{"pde225.mtx", 11},
+                                           RealMatrix{"jpwh_991.mtx", 11}, RealMatrix{"sherman4.mtx", 11},
+                                           RealMatrix{"bfw782a.mtx.gz", 11}, RealMatrix{"662_bus.mtx", 11},
+                                           RealMatrix{"662_bus.mtx", 2}, RealMatrix{"662_bus.mtx", -2},
+                                           RealMatrix{"Trefethen_500.mtx", 2},
+                                           RealMatrix{"Trefethen_500.mtx", -2},
+                                           RealMatrix{"jagmesh7.mtx", -2}, RealMatrix{"bcsstk04.mtx", 2},
+                                           RealMatrix{"bcsstk04.mtx", -2}, RealMatrix{"west0479.mtx", 11},
+                                           RealMatrix{"west0156.mtx", 11}, RealMatrix{"lnsp_131.mtx", 11},
+                                           RealMatrix{"fs_183_1.mtx", 11}, RealMatrix{"mcca.mtx", 11},
+                                           RealMatrix{"jgl011.mtx", 11}));
+
+// Its entries are all 1, so that the matching sees no difference and many pivots are perturbed.
+TEST(SolveOfARealMatrixWithPoorPivots, GainsADigitAStep)
+{
+    SolveCall<double> call(load({"jagmesh7.mtx", 11}));
+    call.set(8, 30);
+    ASSERT_EQ(call.run(13), 0);
+    EXPECT_GT(call.iparm(14), 0);
+    EXPECT_GT(call.iparm(7), 5);
+    EXPECT_LT(call.scaledResidual(), 1e-12);
+}
+
+// By contract the number that the iteration carries along decides, not the true residual.
+TEST(SolveOfARealMatrixWithPoorPivots, TellsHowItsIterationEnded)
+{
+    for (const char* const file : {"jagmesh7.mtx", "plskz362.mtx", "curtis54.mtx", "sphere2.mtx"}) {
+        SolveCall<double> call(load({file, 11}));
+        call.set(4, 61);
+        const int error = call.run(13);
+        EXPECT_TRUE((error == 0 && call.iparm(20) > 0) || (error == -4 && call.iparm(20) < 0)) << file;
+    }
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

@@ -1,0 +1,134 @@
+// Each road through the direct solver with complex matrices.
+
+#include <tools/input/triplets.h>
+#include <tools/solve/sparse_roads.h>
+
+#include <gmock/gmock.h>
+
+#include <random>
+#include <string>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using namespace tools;
+using Symmetry = MatrixMarketSymmetry;
+
+SparseAnswer<ComplexNumber> solved(const MatrixMarketTriplets& triplets, std::optional<Road> road = {})
+{
+    SparseSystem system(rowsOf(triplets, MatrixMarketStorage::UpperTriangle));
+    const auto probe = probeSolution<ComplexNumber>(system.size());
+    ComplexColumns B(system.size(), 2);
+    copyColumns(productOf(system.matrix(), filledWith<ComplexColumns>(1.0, system.size(), 1)), B, 0);
+    copyColumns(productOf(system.matrix(), probe), B, 1);
+    StepTimes seconds;
+    return solveSparse(system, B, probe, road ? *road : firstRoad(system.traits()), {}, seconds);
+}
+
+double errorOf(const SparseAnswer<ComplexNumber>& answer)
+{
+    return largestDifference(*answer.x, filledWith<ComplexColumns>(1.0, answer.x->Rows(), 1));
+}
+
+/// A grid of 12 x 12 unknowns with this diagonal, and couplings of size 1 and any phase.
+MatrixMarketTriplets grid(Symmetry symmetry, ComplexNumber diagonal)
+{
+    std::mt19937_64 generator(7);
+    std::uniform_real_distribution<double> phase(0.0, 6.28);
+    MatrixMarketTriplets grid{144, 144, MatrixMarketField::ComplexNumber, symmetry, {}, {}, {}};
+    const auto add = [&grid](int row, int col, ComplexNumber value) {
+        grid.rowIndices.push_back(row);
+        grid.colIndices.push_back(col);
+        grid.values.push_back(value);
+    };
+    const auto couple = [&](int row, int col) {
+        add(row, col, std::polar(1.0, phase(generator)));
+        if (symmetry == Symmetry::General) add(col, row, std::polar(1.0, phase(generator)));
+    };
+    for (int i = 0; i < 144; ++i) {
+        add(i, i, diagonal);
+        if (i % 12 > 0) couple(i, i - 1);
+        if (i >= 12) couple(i, i - 12);
+    }
+    return grid;
+}
+
+void expectAllFrom(Road first, const MatrixMarketTriplets& triplets)
+{
+    for (std::optional<Road> road = first; road; road = roadAfter(*road)) {
+        const SparseAnswer<ComplexNumber> answer = solved(triplets, road);
+        SCOPED_TRACE(answer.roadName);
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+        EXPECT_EQ(answer.road, *road);
+        EXPECT_THAT(answer.tried, ::testing::IsEmpty());
+        EXPECT_LT(errorOf(answer), 1e-12);
+        EXPECT_LT(*answer.residual, 1e-14);
+    }
+    const SparseAnswer<ComplexNumber> answer = solved(triplets, Road::Unmatched);
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+    EXPECT_EQ(answer.road, Road::Unmatched);
+}
+
+TEST(ComplexRoads, EachIsTakenAndSolves)
+{
+    expectAllFrom(Road::Cholesky, grid(Symmetry::Hermitian, 5.0));
+    expectAllFrom(Road::Symmetric, grid(Symmetry::Hermitian, -5.0));
+    expectAllFrom(Road::Symmetric, grid(Symmetry::Symmetric, {3.0, 4.0}));
+    expectAllFrom(Road::Matched, grid(Symmetry::General, {3.0, 4.0}));
+}
+
+TEST(ComplexRoads, FirstRoadsGoByTheValues)
+{
+    const auto roadOf = [](Symmetry symmetry, ComplexNumber diagonal) {
+        return firstRoad(traitsOf(rowsOf(grid(symmetry, diagonal), MatrixMarketStorage::BothTriangles)));
+    };
+    EXPECT_EQ(roadOf(Symmetry::Hermitian, 5.0), Road::Cholesky);
+    EXPECT_EQ(roadOf(Symmetry::Hermitian, -5.0), Road::Symmetric);
+    EXPECT_EQ(roadOf(Symmetry::Symmetric, 5.0), Road::Symmetric) << "positive definite is for hermitian ones";
+    EXPECT_EQ(roadOf(Symmetry::General, {3.0, 4.0}), Road::Unmatched) << "dominant";
+    EXPECT_EQ(roadOf(Symmetry::General, {1.0, 1.0}), Road::Matched);
+    const auto roadFor = [](MatrixType type, Symmetry symmetry) {
+        return firstRoad(type, traitsOf(rowsOf(grid(symmetry, 5.0), MatrixMarketStorage::UpperTriangle)));
+    };
+    EXPECT_EQ(roadFor(MatrixType::PositiveDefinite, Symmetry::Hermitian), Road::Cholesky);
+    EXPECT_EQ(roadFor(MatrixType::PositiveDefinite, Symmetry::Symmetric), std::nullopt);
+    EXPECT_EQ(roadFor(MatrixType::Indefinite, Symmetry::Symmetric), Road::Symmetric);
+    EXPECT_EQ(roadFor(MatrixType::Indefinite, Symmetry::General), std::nullopt);
+    EXPECT_EQ(roadFor(MatrixType::StructurallySymmetric, Symmetry::General), Road::Unmatched);
+}
+
+/// No diagonal, and two random entries a row.
+MatrixMarketTriplets hollow(Symmetry symmetry, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    std::uniform_real_distribution<double> phase(0.0, 6.28);
+    MatrixMarketTriplets matrix{30, 30, MatrixMarketField::ComplexNumber, symmetry, {}, {}, {}};
+    for (std::int32_t i = 1; i < 30; ++i) {
+        for (int k = 0; k < 2; ++k) {
+            matrix.rowIndices.push_back(i);
+            matrix.colIndices.push_back(
+                static_cast<std::int32_t>(generator() % static_cast<std::uint64_t>(i)));
+            matrix.values.push_back(std::polar(1.0, phase(generator)));
+        }
+    }
+    return matrix;
+}
+
+TEST(ComplexRoads, NoSuccessIsFalse)
+{
+    int accurate = 0;
+    for (const Symmetry symmetry : {Symmetry::Hermitian, Symmetry::Symmetric, Symmetry::SkewSymmetric}) {
+        for (std::uint64_t seed = 0; seed < 100; ++seed) {
+            const SparseAnswer<ComplexNumber> answer = solved(hollow(symmetry, seed));
+            SCOPED_TRACE(seed);
+            EXPECT_EQ(answer.verdict == Verdict::Accurate, answer.reason.empty());
+            if (answer.verdict != Verdict::Accurate) continue;
+            EXPECT_LT(errorOf(answer), 1e-6);
+            ++accurate;
+        }
+    }
+    EXPECT_GT(accurate, 150);
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

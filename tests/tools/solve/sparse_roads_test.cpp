@@ -1,0 +1,284 @@
+// Each road through the direct solver, and what is said of the answers.
+
+#include <tools/solve/sparse_roads.h>
+
+#include <tools/input/dense_system.h>
+#include <tools/solve/dense_solver.h>
+
+#include <lintrix/sparse/sparse_assembler.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <numeric>
+#include <random>
+#include <vector>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using namespace tools;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+
+/// A*(1, ..., 1) and the probe.
+Matrix rightHandsOf(const SparseMatrix& A, const Matrix& probe)
+{
+    Matrix B(A.Rows(), 2);
+    copyColumns(A * filledWith(1.0, A.Rows(), 1), B, 0);
+    copyColumns(A * probe, B, 1);
+    return B;
+}
+
+SparseAnswer<double> solved(const SparseMatrix& A, std::optional<Road> road = {},
+                            const SparseOptions& options = {})
+{
+    SparseSystem system(rowsOf(A));
+    const Matrix probe = probeSolution<double>(A.Rows());
+    StepTimes seconds;
+    return solveSparse(system, rightHandsOf(A, probe), probe, road ? *road : firstRoad(system.traits()),
+                       options, seconds);
+}
+
+SparseMatrix symmetricFrom(std::int32_t size, const std::vector<SparseTriplet>& triplets)
+{
+    SparseAssembler entries(size, size, {.storage = AssemblyStorage::Symmetric});
+    entries.Add(triplets);
+    return entries.Assemble();
+}
+
+SparseMatrix generalFrom(std::int32_t size, const std::vector<SparseTriplet>& triplets)
+{
+    SparseAssembler entries(size, size);
+    entries.Add(triplets);
+    return entries.Assemble();
+}
+
+/// A chain of unknowns with this diagonal.
+SparseMatrix chain(std::int32_t size, double diagonal, double above, double below)
+{
+    std::vector<SparseTriplet> triplets;
+    for (std::int32_t i = 0; i < size; ++i) {
+        triplets.push_back({i, i, diagonal});
+        if (i + 1 < size) triplets.push_back({i, i + 1, above});
+        if (i + 1 < size) triplets.push_back({i + 1, i, below});
+    }
+    return generalFrom(size, triplets);
+}
+
+void expectAccurate(const SparseAnswer<double>& answer, Road road)
+{
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+    EXPECT_EQ(answer.road, road) << answer.roadName;
+    EXPECT_EQ(answer.reason, "");
+    ASSERT_TRUE(answer.x);
+    EXPECT_LT(largestDifference(*answer.x, filledWith(1.0, answer.x->Rows(), 1)), 1e-6);
+}
+
+TEST(FirstRoad, GoesByTheValues)
+{
+    const auto roadOf = [](const SparseMatrix& A) { return firstRoad(traitsOf(rowsOf(A))); };
+    EXPECT_EQ(roadOf(chain(5, 2.0, -1.0, -1.0)), Road::Cholesky) << "a general file with symmetric values";
+    EXPECT_EQ(roadOf(symmetricFrom(2, {{0, 0, 2}, {1, 1, 3}, {0, 1, 1}})), Road::Cholesky);
+    EXPECT_EQ(roadOf(symmetricFrom(2, {{0, 0, 2}, {1, 1, -3}})), Road::Symmetric) << "a negative diagonal";
+    EXPECT_EQ(roadOf(symmetricFrom(2, {{0, 0, 2}, {0, 1, 1}})), Road::Symmetric) << "a zero diagonal";
+    EXPECT_EQ(roadOf(symmetricFrom(2, {{0, 0, 1}, {1, 1, 1}, {0, 1, 1}})), Road::Symmetric) << "a minor of 0";
+    EXPECT_EQ(roadOf(chain(5, 3.0, -1.0, -2.0)), Road::Unmatched) << "dominant";
+    EXPECT_EQ(roadOf(chain(5, 2.9, -1.0, -2.0)), Road::Matched) << "not dominant";
+    EXPECT_EQ(roadOf(chain(5, 2.0, -1.0, 1.0)), Road::Unmatched);
+    EXPECT_EQ(roadOf(generalFrom(2, {{0, 0, 5}, {0, 1, 1}, {1, 1, 5}})), Road::Matched) << "pattern";
+}
+
+TEST(FirstRoad, ATypeThatTheValuesContradictIsNone)
+{
+    const Traits unsymmetric = traitsOf(rowsOf(chain(5, 3.0, -1.0, -2.0)));
+    const Traits symmetric = traitsOf(rowsOf(chain(5, 3.0, -1.0, -1.0)));
+    const Traits triangular = traitsOf(rowsOf(generalFrom(2, {{0, 0, 5}, {0, 1, 1}, {1, 1, 5}})));
+    EXPECT_EQ(firstRoad(MatrixType::PositiveDefinite, symmetric), Road::Cholesky);
+    EXPECT_EQ(firstRoad(MatrixType::Indefinite, symmetric), Road::Symmetric);
+    EXPECT_EQ(firstRoad(MatrixType::StructurallySymmetric, unsymmetric), Road::Unmatched);
+    EXPECT_EQ(firstRoad(MatrixType::Unsymmetric, triangular), Road::Matched);
+    EXPECT_EQ(firstRoad(MatrixType::PositiveDefinite, unsymmetric), std::nullopt);
+    EXPECT_EQ(firstRoad(MatrixType::Indefinite, unsymmetric), std::nullopt);
+    EXPECT_EQ(firstRoad(MatrixType::StructurallySymmetric, triangular), std::nullopt);
+}
+
+TEST(SparseRoads, EachIsTakenAndSolves)
+{
+    const SparseMatrix positive = chain(40, 2.5, -1.0, -1.0);
+    for (const Road road : {Road::Cholesky, Road::Symmetric, Road::SymmetricPairs, Road::Unmatched,
+                            Road::Matched, Road::Coarse}) {
+        SCOPED_TRACE(nameOf(road, 11));
+        const SparseAnswer<double> answer = solved(positive, road);
+        expectAccurate(answer, road);
+        EXPECT_THAT(answer.tried, IsEmpty());
+        EXPECT_GE(answer.factorEntries, 79);
+    }
+}
+
+TEST(SparseRoads, NotPositiveDefiniteLeadsToIndefinite)
+{
+    // Every minor of two is positive, the determinant is not.
+    const SparseMatrix A =
+        symmetricFrom(3, {{0, 0, 1}, {1, 1, 1}, {2, 2, 1}, {0, 1, 0.9}, {0, 2, 0.9}, {1, 2, -0.9}});
+    const SparseAnswer<double> answer = solved(A);
+    expectAccurate(answer, Road::Symmetric);
+    EXPECT_THAT(answer.tried,
+                ElementsAre(MatchesRegex("sparse Cholesky: not positive definite, pivot [1-3]")));
+}
+
+constexpr const char* kTwoReplaced =
+    "sparse LDL': (singular: |scaled residual [0-9.e-]+, )2 perturbed pivots";
+
+TEST(SparseRoads, PivotsFromTheDiagonalThatAreNoneLeadToPairs)
+{
+    for (const double small : {1e-9, 1e-10, 1e-12}) {
+        const SparseMatrix A = symmetricFrom(6, {{0, 1, small},
+                                                 {1, 5, small},
+                                                 {2, 2, 2.0},
+                                                 {2, 3, 1.0},
+                                                 {3, 3, 2.0},
+                                                 {4, 4, 1.0},
+                                                 {4, 5, 1.0},
+                                                 {5, 5, -3.0}});
+        const SparseAnswer<double> answer = solved(A);
+        expectAccurate(answer, Road::SymmetricPairs);
+        EXPECT_THAT(answer.tried, ElementsAre(MatchesRegex(kTwoReplaced))) << small;
+    }
+}
+
+TEST(SparseRoads, PairsThatWouldFillInLeadToTheUnsymmetricRoad)
+{
+    // The pair of the last test beside a grid in any order, in which pairs are eliminated as they come.
+    constexpr std::int32_t kSide = 100, n = kSide * kSide;
+    std::vector<std::int32_t> place(n);
+    std::iota(place.begin(), place.end(), 0);
+    std::ranges::shuffle(place, std::mt19937_64(5));
+    std::vector<SparseTriplet> triplets{{n, n + 1, 1e-10}};
+    const auto join = [&](std::int32_t i, std::int32_t j, double value) {
+        triplets.push_back({std::min(place[i], place[j]), std::max(place[i], place[j]), value});
+    };
+    for (std::int32_t i = 0; i < n; ++i) {
+        join(i, i, i % 2 == 0 ? 5.0 : -5.0);
+        if (i % kSide + 1 < kSide) join(i, i + 1, 1.0);
+        if (i + kSide < n) join(i, i + kSide, 1.0);
+    }
+    const SparseAnswer<double> answer = solved(symmetricFrom(n + 2, triplets));
+    expectAccurate(answer, Road::Matched);
+    EXPECT_THAT(answer.tried, ElementsAre(MatchesRegex(kTwoReplaced),
+                                          MatchesRegex("sparse LDL' with matching: its factors would have "
+                                                       "[0-9]+ entries")));
+}
+
+TEST(SparseRoads, AZeroPivotOnTheDiagonalLeadsToTheMatching)
+{
+    const SparseMatrix A = generalFrom(4, {{0, 1, 1}, {1, 0, 2}, {1, 2, 1}, {2, 1, 1}, {2, 3, 4}, {3, 2, 1}});
+    const SparseAnswer<double> answer = solved(A, Road::Unmatched);
+    expectAccurate(answer, Road::Matched);
+    EXPECT_THAT(answer.tried, ElementsAre(MatchesRegex("sparse LU: singular: pivot [1-4] is zero")));
+}
+
+/// Two random signs a row, with the opposite ones mirrored.
+SparseMatrix randomSigns(std::int32_t size, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    SparseAssembler entries(size, size);
+    for (std::int32_t i = 0; i < size; ++i) {
+        for (int k = 0; k < 2; ++k) {
+            const auto j = static_cast<std::int32_t>(generator() % static_cast<std::uint64_t>(size));
+            const double sign = (generator() & 1) != 0 ? 1.0 : -1.0;
+            if (j == i) continue;
+            entries.Add(i, j, sign);
+            entries.Add(j, i, -sign);
+        }
+    }
+    return entries.Assemble();
+}
+
+TEST(SparseRoads, NoSuccessIsFalse)
+{
+    // Skew, no diagonal: hard on a factorization that keeps its pivots within a supernode.
+    int accurate = 0, raised = 0;
+    for (std::uint64_t seed = 0; seed < 400; ++seed) {
+        const SparseMatrix A = randomSigns(30, seed);
+        const SparseAnswer<double> sparse = solved(A);
+        const Answer dense = solveDense(A.ToDense(), A * filledWith(1.0, A.Rows(), 1));
+        const bool regular = dense.status == Status::Solved && *dense.probeError < 1e-9;
+        SCOPED_TRACE(seed);
+        if (sparse.verdict == Verdict::Accurate) {
+            ++accurate;
+            EXPECT_TRUE(regular);
+            EXPECT_LT(largestDifference(*sparse.x, filledWith(1.0, A.Rows(), 1)), 1e-6);
+        } else {
+            EXPECT_NE(sparse.reason, "");
+        }
+        if (regular) {
+            EXPECT_NE(sparse.verdict, Verdict::Failed) << sparse.reason;
+        }
+        if (sparse.road == Road::Coarse && sparse.verdict == Verdict::Accurate) ++raised;
+    }
+    EXPECT_GT(accurate, 100);
+    EXPECT_GT(raised, 0) << "the last road was needed";
+}
+
+TEST(SparseRoads, AMatrixThatIsSingularIsToldSo)
+{
+    const SparseAnswer<double> byValues =
+        solved(generalFrom(2, {{0, 0, 1}, {0, 1, 2}, {1, 0, 3}, {1, 1, 6}}));
+    EXPECT_EQ(byValues.verdict, Verdict::Failed);
+    EXPECT_EQ(byValues.reason, "singular: 1 perturbed pivot");
+    const SparseAnswer<double> byPattern =
+        solved(generalFrom(3, {{0, 0, 1}, {1, 0, 1}, {2, 0, 1}, {2, 2, 1}}));
+    EXPECT_EQ(byPattern.verdict, Verdict::Failed);
+    EXPECT_EQ(byPattern.reason, "structurally singular: 2 of 3 rows matched");
+    EXPECT_FALSE(byPattern.x);
+    const SparseAnswer<double> diagonal = solved(symmetricFrom(3, {{0, 0, 1}, {2, 2, 1}}));
+    EXPECT_EQ(diagonal.reason, "structurally singular: 2 of 3 rows matched");
+}
+
+TEST(SparseRoads, APermutationIsNotTakenForADiagonalMatrix)
+{
+    // As many elements as rows, one in each: the engine would solve row i with the i-th of them.
+    const SparseAnswer<double> answer = solved(generalFrom(3, {{0, 2, 2}, {1, 0, 3}, {2, 1, 5}}));
+    expectAccurate(answer, Road::Matched);
+    const SparseAnswer<double> diagonal = solved(generalFrom(3, {{0, 0, 2}, {1, 1, 3}, {2, 2, -5}}));
+    EXPECT_EQ(diagonal.verdict, Verdict::Accurate);
+    EXPECT_EQ(diagonal.factorEntries, 0);
+}
+
+TEST(SparseRoads, AnIllConditionedMatrixIsDegraded)
+{
+    std::vector<SparseTriplet> hilbert;
+    for (std::int32_t i = 0; i < 9; ++i) {
+        for (std::int32_t j = 0; j < 9; ++j) hilbert.push_back({i, j, 1.0 / (i + j + 1)});
+    }
+    const SparseAnswer<double> answer = solved(generalFrom(9, hilbert));
+    EXPECT_EQ(answer.verdict, Verdict::Degraded);
+    EXPECT_THAT(answer.reason, ::testing::HasSubstr("ill-conditioned"));
+    EXPECT_LT(*answer.residual, 1e-12);
+}
+
+TEST(SparseRoads, SettingsReachTheEngine)
+{
+    const SparseMatrix A = chain(3000, 3.0, -1.0, -2.0);
+    SparseOptions options;
+    options.ordering = FillInReducingMethod::NestedDissection;
+    options.settings.refine = -2;
+    const SparseAnswer<double> refined = solved(A, Road::Matched, options);
+    EXPECT_EQ(refined.ordering, FillInReducingMethod::NestedDissection);
+    EXPECT_EQ(refined.refinementSteps, 2);
+    std::vector<int> heard;
+    options = {};
+    options.settings.strategy = FactorizationStrategy::ComputeWhenNeeded;
+    options.settings.progress = [&heard](int percent) { heard.push_back(percent); };
+    const SparseAnswer<double> iterated = solved(A, Road::Matched, options);
+    expectAccurate(iterated, Road::Matched);
+    EXPECT_EQ(iterated.refinementSteps, 0);
+    ASSERT_GE(heard.size(), 2U);
+    EXPECT_EQ(heard.front(), 0);
+    EXPECT_EQ(heard.back(), 100);
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

@@ -1,0 +1,207 @@
+// `lintrix svd`: values, residuals, files and pictures, as its user meets them.
+
+#include <tests/tools/command.h>
+#include <tests/tools/json.h>
+
+#include <tools/svd/decay_plot.h>
+
+#include <lintrix/lintrix.h>
+#include <lintrix/services/hardening.h>
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+using ::testing::StartsWith;
+
+std::vector<double> numbersAt(const Json& json, const std::string& key)
+{
+    std::vector<double> numbers;
+    for (const Json& item : std::get<JsonArray>(json[key].value)) numbers.push_back(item.number());
+    return numbers;
+}
+
+TEST(SvdCommand, JsonTellsValuesResidualsPassesAndSeconds)
+{
+    const Outcome outcome = run({"svd", dataFile("ash219.mtx"), "-k", "5", "--json"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    const Json json = parseJson(outcome.out);
+    const Vector dense = SVD(ReadMatrixMarketDense(dataFile("ash219.mtx")), true).SingularValues();
+    const std::vector<double> values = numbersAt(json, "values"), residuals = numbersAt(json, "residuals");
+    ASSERT_EQ(values.size(), 5U);
+    ASSERT_EQ(residuals.size(), 5U);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_NEAR(values[static_cast<std::size_t>(i)], dense[i], 1e-12);
+        EXPECT_LT(residuals[static_cast<std::size_t>(i)], 1e-10);
+    }
+    EXPECT_EQ(json["passes"].number(), 3);
+    EXPECT_EQ(json["steps"].number(), 47); // 20, 31, 47
+    EXPECT_EQ(json["tolerance"].number(), 1e-10);
+    EXPECT_EQ(json["status"].text(), "found");
+    EXPECT_EQ(json["rows"].number(), 219);
+    EXPECT_EQ(json["cols"].number(), 85);
+    EXPECT_EQ(json["entries"].number(), 438);
+    EXPECT_GE(json["seconds"]["total"].number(), json["seconds"]["svd"].number());
+}
+
+TEST(SvdCommand, TextTellsALineATriplet)
+{
+    const Scratch scratch;
+    const std::string file = scratch.file("a.mtx", "%%MatrixMarket matrix coordinate real general\n"
+                                                   "3 3 3\n1 1 1\n2 2 4\n3 3 2\n");
+    const Outcome outcome = run({"svd", file, "-k", "1", "--tol", "1e-2"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(withoutTimes(outcome.out),
+                StartsWith("matrix            " + file +
+                           "\nsize              3 x 3\nentries           3\nstatus            found\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("\nsingular values   residuals\n"));
+    EXPECT_THAT(withoutTimes(outcome.out), HasSubstr("\nseconds           read T, svd T, check T, write T, "
+                                                     "total T\n"));
+}
+
+TEST(SvdCommand, SymmetricFileIsTakenAsTheFullMatrix)
+{
+    const Outcome outcome = run({"svd", dataFile("bcsstk04.mtx"), "-k", "2", "--json"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    const Vector dense = SVD(ReadMatrixMarketDense(dataFile("bcsstk04.mtx")), true).SingularValues();
+    const std::vector<double> values = numbersAt(parseJson(outcome.out), "values");
+    EXPECT_NEAR(values[0], dense[0], 1e-12 * dense[0]);
+    EXPECT_NEAR(values[1], dense[1], 1e-12 * dense[0]);
+}
+
+TEST(SvdCommand, TripletsAreKeptInThreeFiles)
+{
+    const Scratch scratch;
+    const Outcome outcome = run({"svd", dataFile("lp_afiro.mtx"), "-k", "3", "--out", scratch.at("t")});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(scratch.names(), ElementsAre("t.s.mtx", "t.u.mtx", "t.v.mtx"));
+    const Matrix U = ReadMatrixMarketDense(scratch.at("t.u.mtx")),
+                 S = ReadMatrixMarketDense(scratch.at("t.s.mtx")),
+                 V = ReadMatrixMarketDense(scratch.at("t.v.mtx"));
+    ASSERT_EQ(S.Rows(), 3);
+    ASSERT_EQ(S.Cols(), 1);
+    const Matrix AV = ReadMatrixMarket(dataFile("lp_afiro.mtx")) * V;
+    for (int c = 0; c < 3; ++c) {
+        for (int r = 0; r < 27; ++r) EXPECT_NEAR(AV(r, c), S(c, 0) * U(r, c), 1e-12);
+    }
+}
+
+TEST(SvdCommand, DecayIsDrawnAsPngOrSvgByItsName)
+{
+    const Scratch scratch;
+    const std::string file = dataFile("lp_afiro.mtx");
+    EXPECT_EQ(run({"svd", file, "-k", "4", "--plot", scratch.at("a.png")}).exitCode, 0);
+    EXPECT_EQ(run({"svd", file, "-k", "4", "--plot", scratch.at("a.svg")}).exitCode, 0);
+    EXPECT_THAT(contentOf(scratch.at("a.png")), StartsWith("\x89PNG\r\n\x1a\n"));
+    EXPECT_THAT(contentOf(scratch.at("a.svg")), HasSubstr("<title>Decay of 4 singular values"));
+    const Outcome refused = run({"svd", file, "-k", "4", "--plot", "a.gif"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_EQ(refused.err,
+              "lintrix: --plot: 'a.gif' ends neither in .png nor in .svg (see lintrix svd --help)\n");
+}
+
+// Rank 5: the test of the eighth triplet never passes, and the steps would go on for ever.
+TEST(SvdCommand, CountAboveTheRankIsStoppedAndSaidInWords)
+{
+    const Scratch scratch;
+    const Outcome outcome = run({"svd", dataFile("relat4.mtx"), "-k", "8", "--json", "--out", scratch.at("t"),
+                                 "--plot", scratch.at("t.svg")});
+    if (detail::kHardened) {
+        EXPECT_EQ(outcome.exitCode, 2);
+        return;
+    }
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("relat4.mtx: the last triplet did not converge: its residual is "));
+    EXPECT_THAT(outcome.err, HasSubstr("good are the first 5 of 8 triplets\n"));
+    EXPECT_EQ(parseJson(outcome.out)["status"].text(), "not-converged");
+    EXPECT_THAT(scratch.names(), IsEmpty());
+}
+
+TEST(SvdCommand, ZeroMatrixIsSaidInWords)
+{
+    const Scratch scratch;
+    const std::string file =
+        scratch.file("zero.mtx", "%%MatrixMarket matrix coordinate real general\n4 3 0\n");
+    const Outcome outcome = run({"svd", file, "-k", "2", "--json"});
+    if (detail::kHardened) {
+        EXPECT_EQ(outcome.exitCode, 2);
+        return;
+    }
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err, "lintrix: " + file +
+                               ": no singular value was found: the matrix is zero, or overflows, or the "
+                               "first vectors span all that it acts on\n");
+    const Json json = parseJson(outcome.out);
+    EXPECT_EQ(json["status"].text(), "not-finite");
+    EXPECT_TRUE(std::get<JsonArray>(json["values"].value)[0].isNull());
+}
+
+TEST(SvdCommand, MoreValuesThanThereAreAreRefused)
+{
+    const std::string file = dataFile("relat4.mtx");
+    const Outcome outcome = run({"svd", file, "-k", "13"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err,
+              "lintrix: " + file + ": 13 singular values are wanted, but a 66 x 12 matrix has 12\n");
+}
+
+TEST(SvdCommand, BadArgumentsAreOneLine)
+{
+    for (const std::string bad : {"0", "-1", "two", "1.5", "99999999999"}) {
+        const Outcome outcome = run({"svd", "a.mtx", "-k", bad});
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.err, "lintrix: -k: '" + bad +
+                                   "' is not a whole number from 1 to 2147483647 (see lintrix svd --help)\n");
+    }
+    for (const std::string bad : {"0", "1", "-1e-3", "nan", "small"}) {
+        const Outcome outcome = run({"svd", "a.mtx", "-k", "1", "--tol", bad});
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.err,
+                  "lintrix: --tol: '" + bad + "' is not a number between 0 and 1 (see lintrix svd --help)\n");
+    }
+    EXPECT_THAT(run({"svd", "a.mtx"}).err, MatchesRegex("lintrix: -k is required.*\n"));
+}
+
+TEST(SvdCommand, AFolderThatCannotBeWrittenToIsRefusedBeforeAnyWork)
+{
+    const Outcome outcome = run({"svd", "/none.mtx", "-k", "1", "--out", "/nowhere/t"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "lintrix: /nowhere/t.u.mtx: cannot be written: No such file or directory\n");
+}
+
+TEST(DecayPlot, ValuesLieOnALogarithmicScaleThatEndsWithAWholeDecade)
+{
+    const tools::DecayPlot plot({100.0, 10.0, 0.2, 0.0, std::nan("")});
+    EXPECT_EQ(plot.count(), 5);
+    EXPECT_EQ(plot.decades(), 3);
+    ASSERT_EQ(plot.points().size(), 3U);
+    EXPECT_EQ(plot.points()[0].y, 0.0);
+    EXPECT_DOUBLE_EQ(plot.points()[1].y, 1.0 / 3.0);
+    EXPECT_NEAR(plot.points()[2].y, 2.69897 / 3.0, 1e-6);
+    EXPECT_DOUBLE_EQ(plot.points()[0].x, 0.1);
+    EXPECT_DOUBLE_EQ(plot.points()[2].x, 0.5);
+}
+
+TEST(DecayPlot, EqualValuesTinyOnesAndNoneAtAllHaveAPicture)
+{
+    EXPECT_EQ(tools::DecayPlot({2.0, 2.0}).decades(), 1);
+    EXPECT_EQ(tools::DecayPlot({1.0, 1e-300}).decades(), 17);
+    EXPECT_EQ(tools::DecayPlot({1.0, 1e-300}).points()[1].y, 1.0);
+    const tools::DecayPlot none({std::nan("")});
+    EXPECT_THAT(none.points(), IsEmpty());
+    EXPECT_THAT(asSvg(none), HasSubstr("</svg>"));
+    EXPECT_THAT(asPng(none), StartsWith("\x89PNG"));
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

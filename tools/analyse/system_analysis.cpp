@@ -1,0 +1,104 @@
+#include <tools/analyse/system_analysis.h>
+
+#include <lintrix/engine/pardiso.h>
+
+#include <numeric>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+constexpr int kAnalyse = 11, kRelease = -1;
+constexpr int kNoMatching = -6;
+
+// Slots of the solver's parameter array.
+constexpr int kCallersValues = 1, kOrdering = 2, kPermutationUse = 5, kScaling = 11, kMatching = 13,
+              kAnalysisPeak = 15, kAnalysisKept = 16, kFactorMemory = 17;
+
+constexpr OrderingMethod kMethods[] = {
+    {"mmd", "minimum degree", 0},
+    {"cmmd", "minimum degree in parts", 1},
+    {"nd", "nested dissection", 2},
+    {"pnd", "nested dissection in parts", 3},
+    {"natural", "as the file has it", 0, true},
+};
+
+} // namespace
+
+std::span<const OrderingMethod> orderingMethods()
+{
+    return kMethods;
+}
+
+std::string_view errorInWords(int error)
+{
+    switch (error) {
+    case -2:
+        return "there is not enough memory";
+    case -8:
+    case -3:
+        return "the factor is too large";
+    default:
+        return "the analysis failed";
+    }
+}
+
+SystemAnalysis::SystemAnalysis(const EngineMatrix& matrix)
+    : matrix_(matrix), natural_(static_cast<std::size_t>(matrix_.n))
+{
+    std::iota(natural_.begin(), natural_.end(), 1);
+}
+
+SystemAnalysis::~SystemAnalysis()
+{
+    call(kRelease, kMethods[0]);
+}
+
+int SystemAnalysis::call(int phase, const OrderingMethod& method)
+{
+    parameter(kCallersValues) = 1;
+    parameter(kOrdering) = method.ordering;
+    parameter(kPermutationUse) = method.asItStands ? 1 : 0;
+    // With a matching the symmetric types would be ordered by its pairs, whatever is asked for.
+    const bool matches = (matrix_.mtype == 11 || matrix_.mtype == 13) && !isSingular();
+    parameter(kMatching) = parameter(kScaling) = matches ? 1 : 0;
+    int error = 0;
+    pardiso(pt_.data(), 1, 1, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
+            natural_.data(), 1, iparm_.data(), 0, nullptr, nullptr, error);
+    return error;
+}
+
+OrderingResult SystemAnalysis::order(const OrderingMethod& method)
+{
+    OrderingResult result{.method = &method, .error = call(kAnalyse, method)};
+    const AnalysisView view(pt_.data());
+    if (!isSingular()) matching_ = view.Matching();
+    if (result.error == kNoMatching) result.error = call(kAnalyse, method);
+    if (result.error != 0) return result;
+    result.summary = *view.Summary();
+    result.analysisKilobytes = parameter(kAnalysisPeak);
+    result.keptKilobytes = parameter(kAnalysisKept);
+    result.factorKilobytes = parameter(kFactorMemory);
+    return result;
+}
+
+PatternGrid SystemAnalysis::factorPattern(int side) const
+{
+    const bool withU = !matrix_.isTriangle();
+    PatternGrid grid(matrix_.n, matrix_.n, side, side);
+    for (std::int32_t i = 0; matrix_.isDiagonal() && i < matrix_.n; ++i) grid.add(i, i);
+    const AnalysisView view(pt_.data());
+    for (std::int32_t J = 0; J < view.Supernodes(); ++J) {
+        const Supernode supernode = view.SupernodeAt(J);
+        for (std::int32_t k = 0; k < supernode.columns; ++k) {
+            const std::int32_t column = supernode.firstColumn + k;
+            for (const std::int32_t row : supernode.rows.subspan(static_cast<std::size_t>(k))) {
+                grid.add(row, column);
+                if (withU && row != column) grid.add(column, row);
+            }
+        }
+    }
+    return grid;
+}
+
+} // namespace Velmar::Lintrix::tools

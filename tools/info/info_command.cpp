@@ -1,0 +1,150 @@
+#include <tools/info/info_command.h>
+
+#include <tools/input/matrix_facts.h>
+#include <tools/input/matrix_file.h>
+#include <tools/support/output_file.h>
+#include <tools/support/pattern.h>
+#include <tools/support/picture.h>
+#include <tools/support/progress.h>
+#include <tools/support/report.h>
+#include <tools/support/text.h>
+
+#include <lintrix/lintrix.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+constexpr std::int32_t kSmall = 1000;                // singular values up to this smaller side ...
+constexpr double kSmallCells = 4e6;                  // ... and this many cells: a second of work, 32 MB
+constexpr int kSketchHeight = 32, kSketchWidth = 64; // characters
+
+struct Spectrum {
+    bool converged = false;
+    std::int32_t rank = 0;
+    double largest = 0.0, smallest = 0.0;
+};
+
+struct Info {
+    std::string matrix;
+    std::int32_t rows = 0, cols = 0;
+    MatrixFacts facts;
+    bool complex = false;
+    std::optional<Spectrum> spectrum; ///< of a small real matrix
+
+    double density() const
+    {
+        return static_cast<double>(facts.entries) / (static_cast<double>(rows) * static_cast<double>(cols));
+    }
+    double condition() const { return spectrum->largest / spectrum->smallest; }
+};
+
+bool isSmall(const Info& info)
+{
+    return std::min(info.rows, info.cols) <= kSmall &&
+           static_cast<double>(info.rows) * info.cols <= kSmallCells;
+}
+
+Spectrum spectrumOf(const CompressedRows<double>& matrix)
+{
+    Matrix dense(matrix.rows(), matrix.cols);
+    forEachEntry(matrix,
+                 [&dense](std::int32_t row, std::int32_t col, double value) { dense(row, col) = value; });
+    const SVD svd(dense, true);
+    const std::int32_t last = std::min(matrix.rows(), matrix.cols) - 1;
+    return {svd.Succeeded(), svd.Rank(), svd.SingularValue(0), svd.SingularValue(last)};
+}
+
+template <class Cell>
+PatternGrid gridOf(const CompressedRows<Cell>& matrix, int height, int width)
+{
+    PatternGrid grid(matrix.rows(), matrix.cols, height, width);
+    forEachEntry(matrix, [&grid](std::int32_t row, std::int32_t col, Cell) { grid.add(row, col); });
+    return grid;
+}
+
+std::string asText(const Info& info)
+{
+    const MatrixFacts& f = info.facts;
+    std::string text =
+        line("matrix", printable(info.matrix)) + line("size", fmt::format("{} x {}", info.rows, info.cols)) +
+        line("entries", fmt::format("{} ({:.3g} % of the cells, {} stored zeros, {} on the diagonal)",
+                                    f.entries, 100.0 * info.density(), f.storedZeros, f.diagonal)) +
+        line("symmetry", std::string(symmetryInWords(f, info.rows, info.cols))) +
+        line("bandwidth",
+             fmt::format("{} below, {} above the diagonal", f.lowerBandwidth, f.upperBandwidth)) +
+        line("magnitudes",
+             fmt::format("{:.6g} to {:.6g}, zeros aside", f.smallestMagnitude, f.largestMagnitude)) +
+        line("norms", fmt::format("one {:.6g}, infinity {:.6g}, Frobenius {:.6g}", f.oneNorm, f.infinityNorm,
+                                  f.frobeniusNorm));
+    if (!info.spectrum)
+        return text + line("singular values",
+                           fmt::format("not computed: the matrix is {}", info.complex ? "complex" : "large"));
+    if (!info.spectrum->converged) return text + line("singular values", "the iteration did not converge");
+    return text + line("rank", fmt::format("{} of {}", info.spectrum->rank, std::min(info.rows, info.cols))) +
+           line("singular values", fmt::format("{:.6g} to {:.6g}, condition {:.3g}", info.spectrum->largest,
+                                               info.spectrum->smallest, info.condition()));
+}
+
+std::string asJson(const Info& info)
+{
+    const MatrixFacts& f = info.facts;
+    const bool known = info.spectrum && info.spectrum->converged;
+    return fmt::format(
+        "{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"stored_zeros\": {}, \"diagonal\": "
+        "{}, "
+        "\"symmetry\": {}, \"lower_bandwidth\": {}, \"upper_bandwidth\": {}, \"norms\": {{\"one\": {}, "
+        "\"infinity\": {}, \"frobenius\": {}, \"max\": {}}}, \"rank\": {}, \"largest_singular_value\": {}, "
+        "\"smallest_singular_value\": {}}}\n",
+        jsonString(info.matrix), info.rows, info.cols, f.entries, f.storedZeros, f.diagonal,
+        jsonString(symmetryInWords(f, info.rows, info.cols)), f.lowerBandwidth, f.upperBandwidth,
+        jsonNumber(f.oneNorm), jsonNumber(f.infinityNorm), jsonNumber(f.frobeniusNorm),
+        jsonNumber(f.largestMagnitude), known ? fmt::format("{}", info.spectrum->rank) : "null",
+        known ? jsonNumber(info.spectrum->largest) : "null",
+        known ? jsonNumber(info.spectrum->smallest) : "null");
+}
+
+template <class Cell>
+void draw(const CompressedRows<Cell>& matrix, const std::string& file)
+{
+    OutputFile out(file);
+    writePicture(gridOf(matrix, kPictureSide, kPictureSide), file, out);
+    out.commit();
+}
+
+template <class Cell>
+int tell(MatrixMarketReader& reader, const InfoOptions& options, Progress& progress)
+{
+    const CompressedRows<Cell> matrix = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
+    Info info{reader.Header().file, matrix.rows(), matrix.cols, {}, kIsComplex<Cell>, {}};
+    info.facts = factsOf(matrix);
+    if constexpr (!kIsComplex<Cell>) {
+        if (isSmall(info)) {
+            progress.show(fmt::format("singular values of {}", info.matrix));
+            info.spectrum = spectrumOf(matrix);
+        }
+    }
+    progress.erase();
+
+    if (!options.plot.empty()) draw(matrix, options.plot);
+    writeReport(options.json ? asJson(info)
+                             : asText(info) + asSketch(gridOf(matrix, kSketchHeight, kSketchWidth)));
+    return info.spectrum && !info.spectrum->converged ? 1 : 0;
+}
+
+} // namespace
+
+int runInfo(const InfoOptions& options)
+{
+    Progress progress;
+    MatrixMarketReader reader = openMatrix(options.matrix, progress);
+    return isComplex(reader) ? tell<ComplexNumber>(reader, options, progress)
+                             : tell<double>(reader, options, progress);
+}
+
+} // namespace Velmar::Lintrix::tools

@@ -1,0 +1,108 @@
+#pragma once
+// Right-hand sides and solutions, real or complex.
+
+#include <tools/input/compressed_rows.h>
+
+#include <lintrix/dense/matrix.h>
+
+#include <algorithm>
+#include <span>
+#include <type_traits>
+
+namespace Velmar::Lintrix::tools {
+
+/// Complex columns, with as much of what `Matrix` offers as the command needs.
+class ComplexColumns {
+public:
+    ComplexColumns(std::int32_t rows, std::int32_t cols)
+        : rows_(rows), cells_(static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols))
+    {
+    }
+
+    std::int32_t Rows() const noexcept { return rows_; }
+    std::int32_t Cols() const noexcept
+    {
+        return static_cast<std::int32_t>(cells_.size() / static_cast<std::size_t>(rows_));
+    }
+    /// Keeps the first `cols` columns, or adds columns of zeros.
+    void Cols(std::int32_t cols)
+    {
+        cells_.resize(static_cast<std::size_t>(rows_) * static_cast<std::size_t>(cols));
+    }
+    std::vector<ComplexNumber>& cells() noexcept { return cells_; }
+    const std::vector<ComplexNumber>& cells() const noexcept { return cells_; }
+
+private:
+    std::int32_t rows_;
+    std::vector<ComplexNumber> cells_;
+};
+
+/// Columns of elements of type Cell.
+template <class Cell>
+using Columns = std::conditional_t<kIsComplex<Cell>, ComplexColumns, Matrix>;
+
+/// The cells, column by column.
+inline std::span<const double> cellsOf(const Matrix& matrix)
+{
+    const auto cells = static_cast<std::size_t>(matrix.Rows()) * static_cast<std::size_t>(matrix.Cols());
+    return {reinterpret_cast<const double*>(matrix.DataPtr()), cells};
+}
+inline std::span<double> cellsOf(Matrix& matrix)
+{
+    const auto cells = static_cast<std::size_t>(matrix.Rows()) * static_cast<std::size_t>(matrix.Cols());
+    return {reinterpret_cast<double*>(matrix.DataPtr()), cells};
+}
+inline std::span<const ComplexNumber> cellsOf(const ComplexColumns& columns)
+{
+    return columns.cells();
+}
+inline std::span<ComplexNumber> cellsOf(ComplexColumns& columns)
+{
+    return columns.cells();
+}
+
+/// Those of column j.
+template <class Block>
+auto columnCells(Block& block, std::int32_t j)
+{
+    const auto rows = static_cast<std::size_t>(block.Rows());
+    return cellsOf(block).subspan(rows * static_cast<std::size_t>(j), rows);
+}
+
+/// Copies all of `source` to the columns of `target` from column j on; the row counts agree.
+template <class Block>
+void copyColumns(const Block& source, Block& target, std::int32_t j)
+{
+    const auto before = static_cast<std::size_t>(target.Rows()) * static_cast<std::size_t>(j);
+    std::ranges::copy(cellsOf(source), cellsOf(target).subspan(before).begin());
+}
+
+/// Column j, Rows() x 1.
+template <class Block>
+Block columnOf(const Block& block, std::int32_t j)
+{
+    Block column(block.Rows(), 1);
+    std::ranges::copy(columnCells(block, j), cellsOf(column).begin());
+    return column;
+}
+
+/// All ones, or any other constant.
+template <class Block = Matrix>
+Block filledWith(double value, std::int32_t rows, std::int32_t cols)
+{
+    Block block(rows, cols);
+    std::ranges::fill(cellsOf(block), value);
+    return block;
+}
+
+/// A*X.
+template <class Cell>
+Columns<Cell> productOf(const CompressedRows<Cell>& A, const Columns<Cell>& X)
+{
+    Columns<Cell> product(A.rows(), X.Cols());
+    for (std::int32_t j = 0; j < X.Cols(); ++j)
+        addProduct<Cell>(1.0, A, columnCells(X, j), columnCells(product, j));
+    return product;
+}
+
+} // namespace Velmar::Lintrix::tools

@@ -1,0 +1,27 @@
+#pragma once
+// Dense systems: the sizes that cannot be held are refused.
+
+#include <tools/input/columns.h>
+
+#include <lintrix/lintrix.h>
+#include <lintrix/sparse/matrix_market.h>
+
+#include <cstdint>
+
+namespace Velmar::Lintrix::tools {
+
+/// What this process may use, in bytes: the machine's memory, or less where its address space is limited.
+double memoryLimit();
+
+/// Refuses a matrix whose dense form has more than 2147483647 cells, or that takes, with the copy that is
+/// factorized, more than `memory` bytes. @throws InputError  at the size line
+void requireRoom(const MatrixMarketHeader& matrix, double memory = memoryLimit());
+
+/// Refuses right-hand sides that do not fit the matrix or the memory. @throws InputError  at the size line
+void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands,
+                       double memory = memoryLimit());
+
+/// Refuses right-hand sides of another length. @throws InputError  at the size line
+void requireSameRows(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands);
+
+} // namespace Velmar::Lintrix::tools

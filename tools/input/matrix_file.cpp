@@ -1,0 +1,71 @@
+#include <tools/input/matrix_file.h>
+
+#include <tools/input/triplets.h>
+#include <tools/support/input_error.h>
+#include <tools/support/text.h>
+
+#include <fmt/format.h>
+
+#include <iostream>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+constexpr std::uint64_t kQuietBytes = std::uint64_t{16} << 20; // text read before progress is worth showing
+
+MatrixMarketReader::ProgressFunction progressOf(const std::string& name, Progress& progress)
+{
+    return [name, &progress](const MatrixMarketProgress& read) {
+        if (read.textBytes < kQuietBytes) return;
+        const std::string extent = read.fileSize == 0
+                                       ? bytesInWords(static_cast<double>(read.textBytes))
+                                       : fmt::format("{:.0f} %", 100.0 * static_cast<double>(read.fileBytes) /
+                                                                     static_cast<double>(read.fileSize));
+        progress.show(fmt::format("reading {}: {}", name, extent));
+    };
+}
+
+} // namespace
+
+MatrixMarketReader openMatrix(const std::string& file, Progress& progress)
+{
+    if (file != "-") return MatrixMarketReader(file, progressOf(file, progress));
+    return MatrixMarketReader(std::cin, "<stdin>", progressOf("<stdin>", progress));
+}
+
+bool isComplex(const MatrixMarketReader& reader)
+{
+    return reader.Header().field == MatrixMarketField::ComplexNumber;
+}
+
+void requireReal(const MatrixMarketReader& reader, const std::string& what)
+{
+    if (isComplex(reader)) throw InputError(reader.Header().file, 1, what);
+}
+
+template <>
+CompressedRows<double> readRows(MatrixMarketReader& reader, MatrixMarketStorage storage)
+{
+    return rowsOf(reader.ReadSparse(storage));
+}
+
+template <>
+CompressedRows<ComplexNumber> readRows(MatrixMarketReader& reader, MatrixMarketStorage storage)
+{
+    return rowsOf(reader.ReadTriplets(), storage);
+}
+
+template <>
+Matrix readColumns<double>(MatrixMarketReader& reader)
+{
+    return reader.ReadDense();
+}
+
+template <>
+ComplexColumns readColumns<ComplexNumber>(MatrixMarketReader& reader)
+{
+    return columnsOf(reader.ReadTriplets());
+}
+
+} // namespace Velmar::Lintrix::tools

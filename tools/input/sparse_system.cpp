@@ -1,0 +1,166 @@
+#include <tools/input/sparse_system.h>
+
+#include <tools/input/dense_system.h>
+#include <tools/input/matrix_facts.h>
+#include <tools/support/input_error.h>
+#include <tools/support/text.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+template <class Cell>
+std::vector<Cell> diagonalOf(const CompressedRows<Cell>& matrix)
+{
+    std::vector<Cell> diagonal(static_cast<std::size_t>(matrix.rows()));
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
+        if (row == col) diagonal[static_cast<std::size_t>(row)] = value;
+    });
+    return diagonal;
+}
+
+/// Every 2 x 2 minor that stands on the diagonal of a hermitian matrix is positive. Roots, not products:
+/// those may overflow.
+template <class Cell>
+bool looksPositive(const CompressedRows<Cell>& matrix, const std::vector<Cell>& diagonal)
+{
+    if (!std::ranges::all_of(diagonal, [](Cell value) { return std::real(value) > 0.0; })) return false;
+    std::vector<double> roots(diagonal.size());
+    std::ranges::transform(diagonal, roots.begin(), [](Cell value) { return std::sqrt(std::real(value)); });
+    bool positive = true;
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
+        const double bound = roots[static_cast<std::size_t>(row)] * roots[static_cast<std::size_t>(col)];
+        positive &= row == col || std::abs(value) < bound;
+    });
+    return positive;
+}
+
+/// |a_ii| is at least the sum of the other magnitudes, in every row or in every column, but for rounding.
+template <class Cell>
+bool isDominant(const CompressedRows<Cell>& full, const std::vector<Cell>& diagonal)
+{
+    std::vector<double> rowSums(diagonal.size()), colSums(diagonal.size());
+    forEachEntry(full, [&](std::int32_t row, std::int32_t col, Cell value) {
+        if (row == col) return;
+        rowSums[static_cast<std::size_t>(row)] += std::abs(value);
+        colSums[static_cast<std::size_t>(col)] += std::abs(value);
+    });
+    const auto bounded = [](double sum, Cell element) { return sum <= 1.000001 * std::abs(element); };
+    return std::ranges::equal(rowSums, diagonal, bounded) || std::ranges::equal(colSums, diagonal, bounded);
+}
+
+/// A triangle is what it is said to be; without imaginary parts it is symmetric and hermitian.
+template <class Cell>
+Symmetry symmetryOfEither(const CompressedRows<Cell>& matrix)
+{
+    if (!matrix.isTriangle()) return symmetryOf(matrix);
+    const bool real = std::ranges::all_of(matrix.a, [](Cell value) { return std::imag(value) == 0.0; });
+    return {.pattern = true,
+            .values = real || matrix.below == Below::Mirrored,
+            .conjugated = real || matrix.below == Below::Conjugated};
+}
+
+/// Elements with their indices, in the file's form, in the assembler and in the matrix; vectors for the rows.
+double bytesBefore(const MatrixMarketHeader& matrix, double rightHands, bool complex)
+{
+    const double mirrored = matrix.symmetry == MatrixMarketSymmetry::General ? 1.0 : 2.0;
+    const double cell = complex ? sizeof(ComplexNumber) : sizeof(double);
+    return (2.0 * cell + 12.0) * mirrored * static_cast<double>(matrix.stored) +
+           matrix.rows * (16.0 + 3.0 * cell * (rightHands + 1.0));
+}
+
+// The direct solver takes a matrix with one element a row for a diagonal one, and by contract refuses fewer;
+// its check of the arrays, which the hardened build always makes, refuses empty rows.
+template <class Cell>
+bool isTooSparse(const CompressedRows<Cell>& matrix)
+{
+    return matrix.entries() <= matrix.rows() || std::ranges::adjacent_find(matrix.ia) != matrix.ia.end();
+}
+
+} // namespace
+
+template <class Cell>
+Traits traitsOf(const CompressedRows<Cell>& matrix)
+{
+    Traits traits;
+    const Symmetry symmetry = symmetryOfEither(matrix);
+    traits.symmetric = symmetry.values;
+    traits.hermitian = symmetry.conjugated;
+    traits.symmetricPattern = symmetry.pattern;
+    const std::vector<Cell> diagonal = diagonalOf(matrix);
+    traits.fullDiagonal = std::ranges::find(diagonal, Cell()) == diagonal.end();
+    if (!traits.fullDiagonal) return traits;
+    traits.positiveLooking = traits.hermitian && looksPositive(matrix, diagonal);
+    traits.dominant = !traits.mirrored() && isDominant(matrix, diagonal);
+    return traits;
+}
+
+template <class Cell>
+SparseSystem<Cell>::SparseSystem(CompressedRows<Cell> matrix)
+    : size_(matrix.rows()), traits_(traitsOf(matrix))
+{
+    if (matrix.isTriangle()) {
+        matrix.below = belowTriangle();
+        upper_ = std::move(matrix);
+    } else {
+        full_ = isTooSparse(matrix) ? withDiagonal(matrix, false) : std::move(matrix);
+    }
+}
+
+template <class Cell>
+Below SparseSystem<Cell>::belowTriangle() const noexcept
+{
+    return kIsComplex<Cell> && traits_.hermitian ? Below::Conjugated : Below::Mirrored;
+}
+
+template <class Cell>
+CompressedRows<Cell>& SparseSystem<Cell>::upper()
+{
+    if (!upper_) {
+        upper_ = withDiagonal(*full_, true);
+        upper_->below = belowTriangle();
+    }
+    return *upper_;
+}
+
+template <class Cell>
+CompressedRows<Cell>& SparseSystem<Cell>::full()
+{
+    if (!full_) full_ = bothTrianglesOf(*upper_);
+    return *full_;
+}
+
+template Traits traitsOf(const CompressedRows<double>&);
+template Traits traitsOf(const CompressedRows<ComplexNumber>&);
+template class SparseSystem<double>;
+template class SparseSystem<ComplexNumber>;
+
+void requireSparseRoom(const MatrixMarketHeader& matrix, double memory, bool complex)
+{
+    const double bytes = bytesBefore(matrix, 1.0, complex);
+    if (bytes <= memory) return;
+    throw InputError(matrix.file, matrix.sizeLine,
+                     fmt::format("a sparse {} x {} system takes {} of memory before it is factorized, more "
+                                 "than the {} there are",
+                                 matrix.rows, matrix.cols, bytesInWords(bytes), bytesInWords(memory)));
+}
+
+void requireSparseRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands,
+                             double memory, bool complex)
+{
+    requireSameRows(matrix, rightHands);
+    const double cells = matrix.rows * (rightHands.cols + 1.0); // a right-hand side is added
+    if (cells <= INT32_MAX && bytesBefore(matrix, rightHands.cols, complex) <= memory) return;
+    throw InputError(rightHands.file, rightHands.sizeLine,
+                     fmt::format("{} right-hand sides of a {} x {} matrix do not fit into memory",
+                                 rightHands.cols, matrix.rows, matrix.cols));
+}
+
+} // namespace Velmar::Lintrix::tools

@@ -1,0 +1,96 @@
+#include <tools/solve/solve_road.h>
+
+#include <tools/input/dense_system.h>
+#include <tools/input/matrix_file.h>
+#include <tools/solve/dense_solver.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+constexpr double kLongWork = 2e9; // operations; about a tenth of a second
+
+struct DenseSystem {
+    Matrix A, B;
+    bool onesAreKnown; ///< B = A*(1, ..., 1), and no other solution can be the answer
+};
+
+DenseSystem load(SystemFiles& files, SolveReport& report, Progress& progress)
+{
+    requireReal(files.matrix, "a complex matrix is solved only as a square coordinate file, without --dense");
+    if (files.rightHands) {
+        requireReal(*files.rightHands,
+                    "complex right-hand sides need a square coordinate file, without --dense");
+    }
+    requireRoom(files.matrix.Header());
+    if (files.rightHands) requireRoomBeside(files.matrix.Header(), files.rightHands->Header());
+    Matrix A = files.matrix.ReadDense();
+    std::optional<Matrix> given;
+    if (files.rightHands) given = files.rightHands->ReadDense();
+    progress.erase();
+    report.seconds.finish("read");
+
+    Matrix B = given ? std::move(*given) : A * filledWith(1.0, A.Cols(), 1);
+    report.entries = files.matrix.EntriesRead();
+    report.rightHands = B.Cols();
+    report.seconds.finish("assemble");
+    // A wide system is answered by its shortest solution, which the ones are not.
+    const bool onesAreKnown = !files.rightHands && A.Rows() >= A.Cols();
+    return {std::move(A), std::move(B), onesAreKnown};
+}
+
+void announce(const Matrix& A, std::string_view file, Progress& progress)
+{
+    const double m = A.Rows(), n = A.Cols(), p = std::min(m, n);
+    const double operations = m == n ? 2.0 / 3.0 * n * n * n : 2.0 * p * p * (std::max(m, n) - p / 3.0);
+    if (operations >= kLongWork) {
+        progress.show(
+            fmt::format("solving {}: {} x {}, {:.1f} Gflop", file, A.Rows(), A.Cols(), operations / 1e9));
+    }
+}
+
+/// Residuals and errors; an answer that does not solve its system is told to be inaccurate.
+Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
+{
+    Quality quality;
+    report.road = answer.road;
+    report.probeError = answer.probeError;
+    if (answer.status != Status::Solved) return quality;
+    quality = judge(system.A, *answer.x, system.B);
+    if (!(quality.judged() <= kPoor)) answer.status = Status::Inaccurate;
+    report.residual = quality.residual;
+    report.normalResidual = quality.normalResidual;
+    if (system.onesAreKnown) {
+        report.maxError = largestDifference(*answer.x, filledWith(1.0, system.A.Cols(), 1));
+    }
+    return quality;
+}
+
+} // namespace
+
+Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progress)
+{
+    const DenseSystem system = load(files, report, progress);
+    announce(system.A, report.matrix, progress);
+    Answer answer = solveDense(system.A, system.B);
+    progress.erase();
+    report.seconds.finish("solve");
+
+    const Quality quality = check(system, answer, report);
+    report.seconds.finish("check");
+    if (answer.status != Status::Solved) {
+        report.reason = nameOf(answer.status);
+        return {{}, Verdict::Failed, explain(answer, system.A, quality)};
+    }
+    const Verdict verdict = verdictOf(quality.judged(), answer.probeError.value_or(0.0));
+    if (verdict == Verdict::Degraded) report.reason = "ill-conditioned";
+    return {std::move(answer.x), verdict, {}};
+}
+
+} // namespace Velmar::Lintrix::tools

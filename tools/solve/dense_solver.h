@@ -1,0 +1,45 @@
+#pragma once
+// Solves A*X = B by the dense road that the shape asks for.
+
+#include <tools/solve/quality.h>
+
+#include <lintrix/lintrix.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Velmar::Lintrix::tools {
+
+enum class Status {
+    Solved,
+    Singular,      ///< square, LU met an exactly zero pivot
+    RankDeficient, ///< tall or wide, the rank is smaller than the smaller side
+    NotFinite,     ///< the solution overflowed
+    Inaccurate,    ///< there is a solution, but its residual is too large
+};
+
+/// "solved", "singular", "rank-deficient", "not-finite", "inaccurate".
+std::string_view nameOf(Status status);
+
+struct Answer {
+    Status status = Status::Solved;
+    std::string_view road;            ///< "LU", "QR (least squares)" or "LQ (minimum norm)"
+    std::optional<Matrix> x;          ///< n x nrhs; none when singular or rank-deficient
+    std::optional<double> probeError; ///< largest error of z, relative to its largest element
+    std::int32_t rank = 0;            ///< of a tall or wide matrix, to working precision
+};
+
+/// X with A*X = B: square by LU, tall in the least-squares sense by QR, wide with smallest norm by LQ.
+///
+/// Square systems go through Matrix::Solve. There the contract settles only the first column of a tall or
+/// wide system; so these are factorized once and solved column by column. Their rank is read off a pivoted QR
+/// of the triangular factor: diagonal elements above max(m, n)*2^-52 times the first one count (Golub and Van
+/// Loan, Matrix Computations, 4th ed., section 5.5).
+Answer solveDense(const Matrix& A, const Matrix& B);
+
+/// Why there is no good answer, in words; for a status other than Solved.
+std::string explain(const Answer& answer, const Matrix& A, const Quality& quality);
+
+} // namespace Velmar::Lintrix::tools

@@ -1,0 +1,150 @@
+#include <tools/solve/direct_run.h>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+/// What a road sets, by the engine's numbers of its parameters.
+struct Setup {
+    Road road;
+    std::string_view name, hermitianName;
+    Assumption assumption;
+    int pivotExponent, matching, pairs; ///< iparm(10), iparm(11) and (13), iparm(21)
+    int iteration;                      ///< unit digit of iparm(4) where factors are kept
+};
+
+constexpr std::array<Setup, 6> kSetups{{
+    {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", Assumption::PositiveDefinite, 0, 0, 0, 2},
+    {Road::Symmetric, "sparse LDL'", "sparse LDL^H", Assumption::Symmetric, 8, 0, 0, 2},
+    {Road::SymmetricPairs, "sparse LDL' with matching", "sparse LDL^H with matching", Assumption::Symmetric,
+     8, 1, 1, 2},
+    {Road::Unmatched, "sparse LU", "sparse LU", Assumption::SymmetricPattern, 13, 0, 0, 1},
+    {Road::Matched, "sparse LU with matching", "sparse LU with matching", Assumption::Nothing, 13, 1, 0, 1},
+    {Road::Coarse, "sparse LU with raised pivots", "sparse LU with raised pivots", Assumption::Nothing, 6, 1,
+     0, 1},
+}};
+
+const Setup& setupOf(Road road)
+{
+    return kSetups[static_cast<std::size_t>(road)];
+}
+
+constexpr int kIterationTolerance = 6; // iterate to 10^-6 of the first residual
+
+/// Parameters that a run sets or reads, by the engine's numbers from 1.
+enum Slot : std::size_t {
+    kCallersValues = 1,
+    kOrdering = 2,
+    kIterativePath = 4,
+    kRefinementLimit = 8,
+    kPivotExponent = 10,
+    kScaling = 11,
+    kMatching = 13,
+    kFactorEntries = 18,
+    kGigaflops = 19,
+    kSymmetricPivoting = 21,
+    kFailing = 30,
+};
+
+int tellProgress(void* context, int, int percent, const char*, int)
+{
+    (*static_cast<const std::function<void(int)>*>(context))(percent);
+    return 0;
+}
+
+} // namespace
+
+std::string_view nameOf(Road road, int mtype)
+{
+    return mtype == -4 ? setupOf(road).hermitianName : setupOf(road).name;
+}
+
+Assumption assumptionOf(Road road)
+{
+    return setupOf(road).assumption;
+}
+
+bool scales(Road road)
+{
+    return setupOf(road).matching != 0;
+}
+
+bool ordersByPairs(Road road)
+{
+    return setupOf(road).pairs != 0;
+}
+
+std::optional<Road> roadAfter(Road road)
+{
+    switch (road) {
+    case Road::Cholesky:
+        return Road::Symmetric;
+    case Road::Symmetric:
+        return Road::SymmetricPairs;
+    case Road::SymmetricPairs:
+    case Road::Unmatched:
+        return Road::Matched;
+    case Road::Matched:
+        return Road::Coarse;
+    case Road::Coarse:
+        break;
+    }
+    return std::nullopt;
+}
+
+DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod ordering,
+                     const DirectSettings& settings)
+    : matrix_(matrix), settings_(settings)
+{
+    const Setup& setup = setupOf(road);
+    const auto set = [this](Slot slot, int value) { parameters_[slot - 1] = value; };
+    set(kCallersValues, 1);
+    set(kOrdering, static_cast<int>(ordering));
+    if (settings.strategy == FactorizationStrategy::ComputeWhenNeeded)
+        set(kIterativePath, 10 * kIterationTolerance + setup.iteration);
+    set(kRefinementLimit, settings.refine);
+    set(kPivotExponent, setup.pivotExponent);
+    set(kScaling, setup.matching);
+    set(kMatching, setup.matching);
+    set(kFactorEntries, -1);
+    set(kGigaflops, -1);
+    set(kSymmetricPivoting, setup.pairs);
+}
+
+DirectRun::~DirectRun()
+{
+    parameters_[11] = 0; // else the release of a handle could be taken for that of a diagonal matrix
+    call(-1, 1, nullptr, nullptr);
+}
+
+EngineAnswer DirectRun::analyse()
+{
+    return call(11, 1, nullptr, nullptr);
+}
+
+EngineAnswer DirectRun::factorize()
+{
+    if (!settings_.progress) return call(22, 1, nullptr, nullptr);
+    std::function<void(int)> listener = settings_.progress;
+    const PardisoProgressScope scope({tellProgress, &listener});
+    return call(22, 1, nullptr, nullptr);
+}
+
+void DirectRun::limitRefinement(std::int32_t steps)
+{
+    parameters_[kRefinementLimit - 1] = steps;
+}
+
+/// The engine reads the right-hand sides, and writes to them only where iparm(6) asks for it.
+EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x)
+{
+    constexpr int kOne = 1;
+    const int level = settings_.engineReport ? 1 : 0;
+    int unused = 0, error = 0;
+    parameters_[kFailing - 1] = 0;
+    pardiso(handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
+            &unused, nrhs, parameters_.data(), level, const_cast<void*>(b), x, error);
+    return {error, parameters_[kFailing - 1]};
+}
+
+} // namespace Velmar::Lintrix::tools

@@ -1,0 +1,101 @@
+#pragma once
+// One road through the direct solver: the assumption made of the matrix, and the engine driven accordingly.
+
+#include <tools/input/columns.h>
+#include <tools/input/engine_matrix.h>
+
+#include <lintrix/lintrix.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string_view>
+
+namespace Velmar::Lintrix::tools {
+
+/// What is assumed of the matrix, each weaker than the one before it.
+enum class Road {
+    Cholesky,       ///< positive definite
+    Symmetric,      ///< L*D*L', or L*D*L^H of a hermitian matrix, pivots from the diagonal
+    SymmetricPairs, ///< the same with matching, scaling and pivots of one and two columns (Bunch-Kaufman)
+    Unmatched,      ///< LU that keeps to the diagonal as it stands
+    Matched,        ///< LU with matching and scaling: for any matrix
+    Coarse,         ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
+};
+
+/// "sparse Cholesky", "sparse LDL'", "sparse LDL' with matching", "sparse LU", "sparse LU with matching",
+/// "sparse LU with raised pivots"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
+std::string_view nameOf(Road road, int mtype);
+
+/// What the road assumes of the matrix.
+Assumption assumptionOf(Road road);
+
+/// Whether rows and columns are scaled, by what the matching brings along.
+bool scales(Road road);
+
+/// Whether pairs of pivots decide on the order, whatever is asked for.
+bool ordersByPairs(Road road);
+
+/// Where to go when `road` fails. None after the last one.
+std::optional<Road> roadAfter(Road road);
+
+struct DirectSettings {
+    FactorizationStrategy strategy = FactorizationStrategy::ComputeAlways;
+    std::int32_t refine = 0; ///< at most so many steps; below 0 with residuals in extended precision
+    bool engineReport = false;
+    std::function<void(int)> progress{}; ///< is told the percentage of the factorization
+};
+
+/// What the engine answered.
+struct EngineAnswer {
+    int error = 0;   ///< 0 is success
+    int failing = 0; ///< the equation or the internal code of a failure
+};
+
+/// A handle of the engine from analysis to release.
+class DirectRun {
+public:
+    /// `matrix` under the assumption of the road; its arrays must outlive the run.
+    DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod ordering,
+              const DirectSettings& settings);
+    ~DirectRun();
+    DirectRun(const DirectRun&) = delete;
+    DirectRun& operator=(const DirectRun&) = delete;
+
+    EngineAnswer analyse();
+    EngineAnswer factorize();
+    /// X with A*X = B for all columns at once, elements as in A. By iteration where the strategy says so.
+    template <class Block>
+    EngineAnswer solve(const Block& B, Block& X)
+    {
+        return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data());
+    }
+    /// As `solve`, with up to `steps` steps of refinement.
+    template <class Block>
+    EngineAnswer refine(const Block& B, Block& X, std::int32_t steps)
+    {
+        limitRefinement(steps);
+        return solve(B, X);
+    }
+
+    FillInReducingMethod ordering() const { return static_cast<FillInReducingMethod>(parameters_[1]); }
+    int perturbedPivots() const { return parameters_[13]; }
+    int refinementSteps() const { return parameters_[6]; }
+    /// Operations of a factorization, in units of 10^9, as the analysis counts them.
+    int gigaflops() const { return std::max(parameters_[18], 0); }
+    /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
+    int factorEntries() const { return std::max(parameters_[17], 0); }
+
+private:
+    EngineAnswer call(int phase, int nrhs, const void* b, void* x);
+    void limitRefinement(std::int32_t steps);
+
+    std::array<void*, 64> handle_{};
+    std::array<std::int32_t, 64> parameters_{};
+    EngineMatrix matrix_;
+    const DirectSettings& settings_;
+};
+
+} // namespace Velmar::Lintrix::tools

@@ -1,0 +1,196 @@
+#include <tools/solve/quality.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <vector>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+template <class Cells>
+double largestMagnitude(Cells cells)
+{
+    double largest = 0.0;
+    for (const auto cell : cells) largest = std::max(largest, std::abs(cell));
+    return largest;
+}
+
+bool isFinite(double value)
+{
+    return std::isfinite(value);
+}
+
+bool isFinite(ComplexNumber value)
+{
+    return std::isfinite(value.real()) && std::isfinite(value.imag());
+}
+
+template <class Cells>
+bool areFinite(Cells cells)
+{
+    return std::ranges::all_of(cells, [](auto cell) { return isFinite(cell); });
+}
+
+double infinityNorm(const Matrix& A)
+{
+    std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
+    const std::span<const double> cells = cellsOf(A);
+    for (std::size_t begin = 0; begin < cells.size(); begin += sums.size()) {
+        for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += std::abs(cells[begin + i]);
+    }
+    return *std::ranges::max_element(sums);
+}
+
+/// Of the full matrix, also where one triangle is stored.
+template <class Cell>
+double infinityNorm(const CompressedRows<Cell>& A)
+{
+    std::vector<double> sums(static_cast<std::size_t>(A.rows()));
+    forEachEntry(A, [&](std::int32_t row, std::int32_t col, Cell value) {
+        sums[static_cast<std::size_t>(row)] += std::abs(value);
+        if (A.isTriangle() && row != col) sums[static_cast<std::size_t>(col)] += std::abs(value);
+    });
+    return *std::ranges::max_element(sums);
+}
+
+double oneNorm(const Matrix& A)
+{
+    double largest = 0.0;
+    for (std::int32_t j = 0; j < A.Cols(); ++j) {
+        double sum = 0.0;
+        for (const double cell : columnCells(A, j)) sum += std::abs(cell);
+        largest = std::max(largest, sum);
+    }
+    return largest;
+}
+
+/// The largest over the columns from `begin` to before `end` of ||r|| / (factor*(||A|| ||x|| + ||b||)); a
+/// zero residual is zero whatever the scale. A norm that overflows gives NaN, not a flattering zero.
+template <class Block>
+double scaledResidual(const Block& R, double factor, double normA, const Block& X, const Block& B,
+                      std::int32_t begin, std::int32_t end)
+{
+    double worst = 0.0;
+    for (std::int32_t j = begin; j < end; ++j) {
+        const auto r = columnCells(R, j);
+        const double size = largestMagnitude(r);
+        const double scale =
+            factor * (normA * largestMagnitude(columnCells(X, j)) + largestMagnitude(columnCells(B, j)));
+        const double scaled = !areFinite(r) || !std::isfinite(scale) ? NAN : size == 0.0 ? 0.0 : size / scale;
+        if (!(scaled <= worst)) worst = scaled;
+    }
+    return worst;
+}
+
+template <class Draw>
+void draw(double& cell, Draw next)
+{
+    cell = next();
+}
+
+template <class Draw>
+void draw(ComplexNumber& cell, Draw next)
+{
+    const double real = next();
+    cell = {real, next()};
+}
+
+} // namespace
+
+std::string_view nameOf(Verdict verdict)
+{
+    switch (verdict) {
+    case Verdict::Accurate:
+        return "accurate";
+    case Verdict::Degraded:
+        return "degraded";
+    case Verdict::Failed:
+        break;
+    }
+    return "failed";
+}
+
+Verdict verdictOf(double residual, double probeError)
+{
+    if (!(residual <= kPoor)) return Verdict::Failed;
+    return residual <= kRoundingLevel && probeError <= kFewDigits ? Verdict::Accurate : Verdict::Degraded;
+}
+
+template <class Cell>
+Columns<Cell> probeSolution(std::int32_t rows)
+{
+    std::mt19937_64 generator(20240607);
+    const auto next = [&generator] {
+        const std::uint64_t bits = generator();
+        const double size = 0.5 + static_cast<double>(bits >> 12) * 0x1p-53;
+        return (bits & 1) != 0 ? size : -size;
+    };
+    Columns<Cell> column(rows, 1);
+    for (Cell& cell : cellsOf(column)) draw(cell, next);
+    return column;
+}
+
+template <class Block>
+double probeError(const Block& known, const Block& found)
+{
+    return largestDifference(found, known) / largestMagnitude(cellsOf(known));
+}
+
+Quality judge(const Matrix& A, const Matrix& X, const Matrix& B)
+{
+    Matrix R(B);
+    Matrix::Multiply(-1.0, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, X, 1.0, R);
+    const double normA = infinityNorm(A);
+    Quality quality{scaledResidual(R, 1.0, normA, X, B, 0, B.Cols())};
+    if (A.Rows() > A.Cols()) {
+        Matrix gradient(A.Cols(), B.Cols());
+        Matrix::Multiply(1.0, TransposeMode::Transposed, A, TransposeMode::NotTransposed, R, 0.0, gradient);
+        quality.normalResidual = scaledResidual(gradient, oneNorm(A), normA, X, B, 0, B.Cols());
+    }
+    return quality;
+}
+
+template <class Cell>
+ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
+                    const Columns<Cell>& probe)
+{
+    Columns<Cell> R(B);
+    for (std::int32_t j = 0; j < B.Cols(); ++j)
+        addProduct<Cell>(-1.0, A, columnCells(X, j), columnCells(R, j));
+    const double normA = infinityNorm(A);
+    const std::int32_t last = B.Cols() - 1;
+    return {scaledResidual(R, 1.0, normA, X, B, 0, last), scaledResidual(R, 1.0, normA, X, B, last, last + 1),
+            probeError(probe, columnOf(X, last))};
+}
+
+template <class Block>
+double largestDifference(const Block& X, const Block& Y)
+{
+    const auto x = cellsOf(X), y = cellsOf(Y);
+    double largest = 0.0;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const double difference = std::abs(x[i] - y[i]);
+        if (std::isnan(difference)) return difference;
+        largest = std::max(largest, difference);
+    }
+    return largest;
+}
+
+bool allFinite(const Matrix& X)
+{
+    return areFinite(cellsOf(X));
+}
+
+template Matrix probeSolution<double>(std::int32_t);
+template ComplexColumns probeSolution<ComplexNumber>(std::int32_t);
+template ProbedQuality judge(const CompressedRows<double>&, const Matrix&, const Matrix&, const Matrix&);
+template ProbedQuality judge(const CompressedRows<ComplexNumber>&, const ComplexColumns&,
+                             const ComplexColumns&, const ComplexColumns&);
+template double largestDifference(const Matrix&, const Matrix&);
+template double largestDifference(const ComplexColumns&, const ComplexColumns&);
+template double probeError(const Matrix&, const Matrix&);
+template double probeError(const ComplexColumns&, const ComplexColumns&);
+
+} // namespace Velmar::Lintrix::tools

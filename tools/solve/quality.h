@@ -1,0 +1,72 @@
+#pragma once
+// How good a solution is: its scaled residual, how well a known solution comes back, and the verdict.
+//
+// Every run solves one right-hand side more than was asked for, A*z with a random solution z that is known.
+// How well z comes back is measured, not estimated, and tells how many digits of X can be trusted: at the
+// price of two triangular solves, where a condition number would cost another factorization.
+
+#include <tools/input/columns.h>
+
+#include <lintrix/lintrix.h>
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace Velmar::Lintrix::tools {
+
+inline constexpr double kFewDigits = 1e-6;      ///< a probe error above this is warned of
+inline constexpr double kRoundingLevel = 1e-12; ///< a residual above this is worse than rounding explains
+inline constexpr double kPoor = 1e-8;           ///< a residual above this is no solution
+
+/// What a run amounts to.
+enum class Verdict {
+    Accurate, ///< the residual is at rounding level, and the known solution came back
+    Degraded, ///< there is a solution, and a reason not to trust all of it
+    Failed,   ///< there is none
+};
+
+/// "accurate", "degraded", "failed".
+std::string_view nameOf(Verdict verdict);
+
+struct Quality {
+    /// Largest over the columns of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.
+    double residual = 0.0;
+    /// Of a tall system, whose residual is large by nature when b is not in the range of A: the same for the
+    /// normal equations, ||A'*(b - A*x)|| / (||A'|| (||A|| ||x|| + ||b||)).
+    std::optional<double> normalResidual{};
+
+    /// What is small for an accurate solution.
+    double judged() const { return normalResidual.value_or(residual); }
+};
+
+Quality judge(const Matrix& A, const Matrix& X, const Matrix& B);
+
+/// Of a system whose last column is the probe's.
+struct ProbedQuality {
+    double residual = 0.0; ///< over the other columns, scaled as above
+    double probeResidual = 0.0, probeError = 0.0;
+};
+
+template <class Cell>
+ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
+                    const Columns<Cell>& probe);
+
+/// Of a solution with this residual and this probe error.
+Verdict verdictOf(double residual, double probeError);
+
+/// The seeded solution of the right-hand side that is added: rows x 1, sizes in [1/2, 1), signs at random, so
+/// that no element is small. Of a complex one the real and the imaginary parts are such.
+template <class Cell>
+Columns<Cell> probeSolution(std::int32_t rows);
+
+/// The largest |x - y|; NaN if there is one among them.
+template <class Block>
+double largestDifference(const Block& X, const Block& Y);
+/// The largest error of `found`, relative to the largest element of `known`.
+template <class Block>
+double probeError(const Block& known, const Block& found);
+
+bool allFinite(const Matrix& X);
+
+} // namespace Velmar::Lintrix::tools

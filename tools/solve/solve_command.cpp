@@ -1,0 +1,121 @@
+#include <tools/solve/solve_command.h>
+
+#include <tools/input/matrix_file.h>
+#include <tools/solve/solve_road.h>
+#include <tools/support/input_error.h>
+#include <tools/support/output_file.h>
+#include <tools/support/progress.h>
+#include <tools/support/report.h>
+#include <tools/support/text.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <variant>
+
+#include <unistd.h>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+SystemFiles openFiles(const SolveOptions& options, Progress& progress)
+{
+    if (options.matrix == "-" && options.rightHands == "-") {
+        throw InputError("standard input cannot be both the matrix and the right-hand side");
+    }
+    SystemFiles files{openMatrix(options.matrix, progress), {}};
+    if (!options.rightHands.empty()) files.rightHands.emplace(openMatrix(options.rightHands, progress));
+    return files;
+}
+
+bool isSparse(const MatrixMarketHeader& header)
+{
+    return header.form == MatrixMarketForm::Coordinate && header.rows == header.cols;
+}
+
+Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& report, Progress& progress)
+{
+    const MatrixMarketHeader& header = files.matrix.Header();
+    report.matrix = header.file;
+    report.rows = header.rows;
+    report.cols = header.cols;
+    const bool sparse = !options.dense && isSparse(header);
+    Solution solution = sparse ? takeSparseRoad(files, options.sparse, report, progress)
+                               : takeDenseRoad(files, report, progress);
+    report.status = nameOf(solution.verdict);
+    return solution;
+}
+
+/// One line on standard error; when that cannot be written either, nobody is left to tell.
+void tell(const std::string& text)
+{
+    writeAll(STDERR_FILENO, fmt::format("lintrix: {}\n", printable(text)));
+}
+
+std::string digitsInWords(double error)
+{
+    const int digits = std::isfinite(error) ? std::max(0, static_cast<int>(-std::log10(error))) : 0;
+    if (digits == 0) return "no digit of the solution can";
+    if (digits == 1) return "only about 1 digit of the solution can";
+    return fmt::format("only about {} digits of the solution can", digits);
+}
+
+void warn(const SolveReport& report)
+{
+    const double probe = report.probeError.value_or(0.0);
+    const double error = std::isnan(probe) ? probe : std::max(probe, report.maxError.value_or(0.0));
+    if (!(error <= kFewDigits)) {
+        tell(fmt::format(
+            "warning: {}: {} be trusted: a known solution came back with a relative error of {:.1e}",
+            report.matrix, digitsInWords(error), error));
+    } else if (!report.reason.empty()) {
+        tell(fmt::format("warning: {}: the solution is degraded: {}", report.matrix, report.reason));
+    }
+}
+
+void writeArray(const MatrixMarketSink& sink, const Matrix& X)
+{
+    WriteMatrixMarket(sink, X);
+}
+
+void writeArray(const MatrixMarketSink& sink, const ComplexColumns& X)
+{
+    WriteMatrixMarket(sink, {.rows = X.Rows(), .cols = X.Cols(), .cells = X.cells()});
+}
+
+void write(const std::variant<Matrix, ComplexColumns>& X, OutputFile& out)
+{
+    const MatrixMarketSink sink = [&out](std::string_view text) { out.write(text); };
+    std::visit([&sink](const auto& columns) { writeArray(sink, columns); }, X);
+    out.close();
+}
+
+} // namespace
+
+int runSolve(const SolveOptions& options)
+{
+    SolveReport report;
+    Progress progress;
+    std::optional<OutputFile> out;
+    if (!options.out.empty()) out.emplace(options.out);
+
+    SystemFiles files = openFiles(options, progress);
+    const Solution solution = solve(files, options, report, progress);
+    const bool solved = solution.verdict != Verdict::Failed;
+    if (out && solved) write(*solution.x, *out);
+    report.seconds.finish("write");
+
+    writeReport(options.json ? asJson(report) : asText(report));
+    if (!solved) {
+        tell(fmt::format("{}: {}", report.matrix, solution.complaint));
+        return 1;
+    }
+    if (out) out->commit();
+    warn(report);
+    return 0;
+}
+
+} // namespace Velmar::Lintrix::tools

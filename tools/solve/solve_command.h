@@ -1,0 +1,26 @@
+#pragma once
+// `lintrix solve`: read a system, solve it, say how well.
+
+#include <tools/solve/sparse_roads.h>
+
+#include <string>
+
+namespace Velmar::Lintrix::tools {
+
+struct SolveOptions {
+    std::string matrix;     ///< "-" is standard input
+    std::string rightHands; ///< empty: b = A*(1, ..., 1)
+    std::string out;        ///< empty: the solution is not kept
+    bool json = false;
+    bool dense = false;   ///< also for a square coordinate file
+    SparseOptions sparse; ///< of the direct solver
+};
+
+/// Square coordinate files go to the direct solver, all others are solved dense.
+///
+/// Exit code: 0 there is a solution, accurate or degraded; 1 there is none, said in words on standard error.
+/// Prints the report in both cases; the output file is written only when there is a solution.
+/// @throws InputError  bad input, or a failing write
+int runSolve(const SolveOptions& options);
+
+} // namespace Velmar::Lintrix::tools

@@ -1,0 +1,39 @@
+#pragma once
+// What the two ways to a solution, dense and sparse, have in common for the command.
+
+#include <tools/input/columns.h>
+#include <tools/solve/quality.h>
+#include <tools/solve/sparse_roads.h>
+#include <tools/support/progress.h>
+#include <tools/support/report.h>
+
+#include <lintrix/sparse/matrix_market.h>
+
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace Velmar::Lintrix::tools {
+
+/// The files of a system, read as far as their size lines.
+struct SystemFiles {
+    MatrixMarketReader matrix;
+    std::optional<MatrixMarketReader> rightHands; ///< none: b = A*(1, ..., 1)
+};
+
+struct Solution {
+    std::optional<std::variant<Matrix, ComplexColumns>> x; ///< n x nrhs, where there is one to keep
+    Verdict verdict = Verdict::Failed;
+    std::string complaint; ///< of a failed one, in words
+};
+
+/// Both size lines are judged before any entry is read; then read, solve, judge, and tell the report.
+/// Square systems by LU, tall ones in the least-squares sense by QR, wide ones with smallest norm by LQ.
+/// @throws InputError  a bad or complex file, or sizes that do not fit
+Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progress);
+/// By the direct solver; for square matrices. In complex numbers where one of the files is complex.
+/// @throws InputError  as above, or a type that the values contradict
+Solution takeSparseRoad(SystemFiles& files, const SparseOptions& options, SolveReport& report,
+                        Progress& progress);
+
+} // namespace Velmar::Lintrix::tools

@@ -1,0 +1,53 @@
+#pragma once
+// Solves A*X = B by the direct solver: the road that the values suggest, and the next one where it ends
+// badly.
+
+#include <tools/input/sparse_system.h>
+#include <tools/solve/direct_run.h>
+#include <tools/solve/quality.h>
+#include <tools/support/report.h>
+
+#include <lintrix/lintrix.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Velmar::Lintrix::tools {
+
+struct SparseOptions {
+    std::optional<MatrixType> type;               ///< none: as the values suggest
+    std::optional<FillInReducingMethod> ordering; ///< none: what takes less time in all
+    DirectSettings settings;
+};
+
+template <class Cell>
+struct SparseAnswer {
+    Road road = Road::Matched;      ///< the last one taken
+    std::string_view roadName = ""; ///< for this matrix
+    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
+    std::vector<std::string> tried; ///< "ROAD: why it was left", of the roads before
+    Verdict verdict = Verdict::Failed;
+    std::string reason;             ///< of a verdict other than Accurate, in a few words
+    std::optional<Columns<Cell>> x; ///< n x nrhs
+    std::optional<double> residual, probeError;
+    int perturbedPivots = 0, refinementSteps = 0, factorEntries = 0;
+};
+
+/// Where to begin: positive definite, indefinite, indefinite with matching where the diagonal has zeros; of
+/// an unsymmetric matrix LU along the diagonal where that dominates, else LU with matching.
+Road firstRoad(const Traits& traits);
+/// As the user says. @return nothing  the values contradict
+std::optional<Road> firstRoad(MatrixType type, const Traits& traits);
+
+/// `B` is n x nrhs, followed by one column of which the solution is `probe`. The residual of what a road
+/// returns is measured: above kPoor, and where pivots were perturbed and no digit of the probe came back, the
+/// next road is taken. Steps are timed in `seconds`: analyse, factorize, solve, check.
+/// @throws NotEnoughMemoryException
+template <class Cell>
+SparseAnswer<Cell> solveSparse(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& probe,
+                               Road road, const SparseOptions& options, StepTimes& seconds);
+
+} // namespace Velmar::Lintrix::tools

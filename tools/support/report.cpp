@@ -1,0 +1,167 @@
+#include <tools/support/report.h>
+
+#include <tools/support/text.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+/// Length of the well-formed UTF-8 sequence that `text` begins with, 0 if there is none (Unicode 15, table
+/// 3-7).
+std::size_t utf8Length(std::string_view text)
+{
+    const auto byte = [&](std::size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+    };
+    const auto within = [&](std::size_t i, unsigned low, unsigned high) {
+        return byte(i) >= low && byte(i) <= high;
+    };
+    const auto tail = [&](std::size_t i) { return within(i, 0x80, 0xbf); };
+    const unsigned lead = byte(0);
+    if (lead < 0x80) return 1;
+    if (lead >= 0xc2 && lead <= 0xdf) return tail(1) ? 2 : 0;
+    if (lead >= 0xe0 && lead <= 0xef) {
+        const bool sound = within(1, lead == 0xe0 ? 0xa0 : 0x80, lead == 0xed ? 0x9f : 0xbf);
+        return sound && tail(2) ? 3 : 0;
+    }
+    if (lead >= 0xf0 && lead <= 0xf4) {
+        const bool sound = within(1, lead == 0xf0 ? 0x90 : 0x80, lead == 0xf4 ? 0x8f : 0xbf);
+        return sound && tail(2) && tail(3) ? 4 : 0;
+    }
+    return 0;
+}
+
+std::string jsonText(std::string_view text)
+{
+    return text.empty() ? "null" : jsonString(text);
+}
+
+std::string jsonArray(const std::vector<std::string>& texts)
+{
+    std::string array;
+    for (const std::string& text : texts) array += (array.empty() ? "" : ", ") + jsonString(text);
+    return '[' + array + ']';
+}
+
+/// Null where no direct solver was asked.
+std::string jsonCount(const SolveReport& report, int count)
+{
+    return report.ordering.empty() ? "null" : fmt::format("{}", count);
+}
+
+std::string statusInWords(const SolveReport& report)
+{
+    return std::string(report.status) + (report.reason.empty() ? "" : ", " + report.reason);
+}
+
+std::string directInWords(const SolveReport& report)
+{
+    if (report.ordering.empty()) return {};
+    std::string text = line("ordering", report.ordering) +
+                       line("factor entries", fmt::format("{}", report.factorEntries)) +
+                       line("perturbed pivots", fmt::format("{}", report.perturbedPivots));
+    for (const std::string& road : report.tried) text += line("tried before", road);
+    return text;
+}
+
+std::string errorInWords(const SolveReport& report)
+{
+    if (report.maxError) return fmt::format("{:.3e}", *report.maxError);
+    return "unknown, the exact solution is not known";
+}
+
+} // namespace
+
+void StepTimes::finish(std::string_view name)
+{
+    const Clock::time_point now = Clock::now();
+    auto step = std::ranges::find(steps_, name, [](const auto& known) { return known.first; });
+    if (step == steps_.end()) step = steps_.emplace(step, name, 0.0);
+    step->second += std::chrono::duration<double>(now - begin_).count();
+    begin_ = now;
+}
+
+double StepTimes::total() const
+{
+    return std::accumulate(steps_.begin(), steps_.end(), 0.0,
+                           [](double sum, const auto& step) { return sum + step.second; });
+}
+
+std::string asText(const SolveReport& report)
+{
+    std::string times;
+    for (const auto& [name, seconds] : report.seconds.steps()) {
+        times += fmt::format("{} {:.6f}, ", name, seconds);
+    }
+    std::string text = line("matrix", printable(report.matrix)) +
+                       line("size", fmt::format("{} x {}", report.rows, report.cols)) +
+                       line("entries", fmt::format("{}", report.entries)) +
+                       line("right-hand sides", fmt::format("{}", report.rightHands)) +
+                       line("road", report.road) + directInWords(report) +
+                       line("status", statusInWords(report)) +
+                       line("seconds", fmt::format("{}total {:.6f}", times, report.seconds.total()));
+    if (report.residual) text += line("scaled residual", fmt::format("{:.3e}", *report.residual));
+    if (report.normalResidual)
+        text += line("normal equations", fmt::format("{:.3e}", *report.normalResidual));
+    if (report.residual) text += line("largest error", errorInWords(report));
+    if (report.probeError) text += line("probe error", fmt::format("{:.3e}", *report.probeError));
+    return text;
+}
+
+std::string asJson(const SolveReport& report)
+{
+    std::string seconds;
+    for (const auto& [name, duration] : report.seconds.steps()) {
+        seconds += fmt::format("{}: {:.6f}, ", jsonString(name), duration);
+    }
+    return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"right_hands\": {}, "
+                       "\"road\": {}, \"seconds\": {{{}\"total\": {:.6f}}}, \"residual\": {}, "
+                       "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
+                       "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
+                       "\"perturbed_pivots\": {}, \"refinement_steps\": {}}}\n",
+                       jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
+                       jsonString(report.road), seconds, report.seconds.total(), jsonNumber(report.residual),
+                       jsonNumber(report.normalResidual), jsonNumber(report.maxError),
+                       jsonNumber(report.probeError), jsonString(report.status), jsonText(report.reason),
+                       jsonText(report.ordering), jsonArray(report.tried),
+                       jsonCount(report, report.factorEntries), jsonCount(report, report.perturbedPivots),
+                       jsonCount(report, report.refinementSteps));
+}
+
+std::string line(std::string_view label, std::string_view text)
+{
+    return fmt::format("{:<17} {}\n", label, text);
+}
+
+std::string jsonNumber(std::optional<double> value)
+{
+    return value && std::isfinite(*value) ? fmt::format("{}", *value) : "null";
+}
+
+std::string jsonString(std::string_view text)
+{
+    std::string quoted = "\"";
+    while (!text.empty()) {
+        const std::size_t length = utf8Length(text);
+        const auto first = static_cast<unsigned char>(text.front());
+        if (length == 0) {
+            quoted += "\\ufffd";
+        } else if (first < 0x20 || first == 0x7f) {
+            quoted += fmt::format("\\u{:04x}", first);
+        } else if (first == '"' || first == '\\') {
+            quoted += fmt::format("\\{}", text.front());
+        } else {
+            quoted += text.substr(0, length);
+        }
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return quoted + '"';
+}
+
+} // namespace Velmar::Lintrix::tools

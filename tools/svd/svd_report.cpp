@@ -1,0 +1,91 @@
+#include <tools/svd/svd_report.h>
+
+#include <tools/support/report.h>
+#include <tools/support/text.h>
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+namespace Velmar::Lintrix::tools {
+
+namespace {
+
+std::string list(const std::vector<double>& values)
+{
+    std::string text;
+    for (const double value : values) text += (text.empty() ? "" : ", ") + jsonNumber(value);
+    return '[' + text + ']';
+}
+
+std::string secondsAsText(const StepTimes& seconds)
+{
+    std::string text;
+    for (const auto& [name, duration] : seconds.steps()) text += fmt::format("{} {:.6f}, ", name, duration);
+    return text + fmt::format("total {:.6f}", seconds.total());
+}
+
+std::string secondsAsJson(const StepTimes& seconds)
+{
+    std::string text;
+    for (const auto& [name, duration] : seconds.steps()) {
+        text += fmt::format("{}: {:.6f}, ", jsonString(name), duration);
+    }
+    return fmt::format("{{{}\"total\": {:.6f}}}", text, seconds.total());
+}
+
+} // namespace
+
+std::string_view nameOf(SvdStatus status)
+{
+    switch (status) {
+    case SvdStatus::Found:
+        return "found";
+    case SvdStatus::NotConverged:
+        return "not-converged";
+    case SvdStatus::NotFinite:
+        break;
+    }
+    return "not-finite";
+}
+
+std::string asText(const SvdReport& report)
+{
+    std::string text = line("matrix", printable(report.matrix)) +
+                       line("size", fmt::format("{} x {}", report.rows, report.cols)) +
+                       line("entries", fmt::format("{}", report.entries)) +
+                       line("status", nameOf(report.status)) +
+                       line("passes", fmt::format("{} ({} steps)", report.passes, report.steps)) +
+                       line("last residual",
+                            fmt::format("{:.3e} (tolerance {:.3e})", report.testResidual, report.tolerance)) +
+                       line("seconds", secondsAsText(report.seconds)) + line("singular values", "residuals");
+    for (std::size_t i = 0; i < report.values.size(); ++i) {
+        text += fmt::format("{:<17.10e} {:.3e}\n", report.values[i], report.residuals[i]);
+    }
+    return text;
+}
+
+std::string asJson(const SvdReport& report)
+{
+    return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"values\": {}, "
+                       "\"residuals\": {}, \"passes\": {}, \"steps\": {}, \"tolerance\": {}, "
+                       "\"last_residual\": {}, \"seconds\": {}, \"status\": {}}}\n",
+                       jsonString(report.matrix), report.rows, report.cols, report.entries,
+                       list(report.values), list(report.residuals), report.passes, report.steps,
+                       jsonNumber(report.tolerance), jsonNumber(report.testResidual),
+                       secondsAsJson(report.seconds), jsonString(nameOf(report.status)));
+}
+
+std::string explain(const SvdReport& report)
+{
+    if (report.status == SvdStatus::NotFinite) {
+        return "no singular value was found: the matrix is zero, or overflows, or the first vectors span all "
+               "that it acts on";
+    }
+    return fmt::format("the last triplet did not converge: its residual is {:.1e} after {} steps, and the "
+                       "tolerance {:.1e} cannot be reached; good are the first {} of {} triplets",
+                       report.testResidual, report.steps, report.tolerance, report.sound,
+                       report.values.size());
+}
+
+} // namespace Velmar::Lintrix::tools
