@@ -24,12 +24,6 @@ void fillStartVector(double* cells, std::int32_t count)
     }
 }
 
-// The bases, by which the memory of a run is judged.
-std::int64_t bytesOfBases(const LanczosMatrix& A, std::int64_t order)
-{
-    return 8 * order * (std::int64_t{A.m} + A.n);
-}
-
 // Refuses what the interface leaves to the caller.
 const LanczosMatrix& requireSound(const LanczosMatrix& A, std::int32_t k)
 {
@@ -75,8 +69,7 @@ double lanczosTolerance(double eps) noexcept
 }
 
 LanczosRun::LanczosRun(const LanczosMatrix& matrix, const Triplets& results, double eps)
-    : A_(requireSound(matrix, results.k), bytesOfBases(matrix, firstTarget(matrix.m, matrix.n, results.k))),
-      results_(results), tolerance_(lanczosTolerance(eps)),
+    : A_(requireSound(matrix, results.k)), results_(results), tolerance_(lanczosTolerance(eps)),
       target_(firstTarget(matrix.m, matrix.n, results.k)), work_(matrix.n), right_(matrix.n, order()),
       left_(matrix.m, order()), alphas_(order()), betas_(order()), values_(order())
 {

@@ -4,8 +4,8 @@
 
 #include <lintrix/foundation/block.h>
 #include <lintrix/solvers/krylov_basis.h>
+#include <lintrix/solvers/lanczos_matrix.h>
 #include <lintrix/solvers/lanczos_observer.h>
-#include <lintrix/solvers/lanczos_operator.h>
 
 #include <cstdint>
 
@@ -56,7 +56,7 @@ private:
     void extend();
     void requireSoundPass(const LanczosPass& pass) const;
 
-    LanczosOperator A_;
+    LanczosMatrix A_;
     Triplets results_;
     double tolerance_;
     std::int32_t target_; ///< s
