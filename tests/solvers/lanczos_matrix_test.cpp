@@ -30,7 +30,8 @@ struct Staircase {
     void forEachElement(Visit visit) const
     {
         for (std::size_t r = 0; r + 1 < ia.size(); ++r) {
-            for (auto p = static_cast<std::size_t>(ia[r] - 1); p < static_cast<std::size_t>(ia[r + 1] - 1); ++p)
+            for (auto p = static_cast<std::size_t>(ia[r] - 1); p < static_cast<std::size_t>(ia[r + 1] - 1);
+                 ++p)
                 visit(r, static_cast<std::size_t>(ja[p] - 1), cells[p]);
         }
     }
@@ -93,7 +94,8 @@ TEST(LanczosMatrix, ProductIsTheSumOfEachRowToRounding)
             size[r] += std::abs(value * x[c]);
         });
         const std::vector<double> y = multiplied(A.view(), x);
-        for (std::size_t r = 0; r < y.size(); ++r) EXPECT_LE(std::abs(y[r] - expected[r]), 80 * kEps * size[r]);
+        for (std::size_t r = 0; r < y.size(); ++r)
+            EXPECT_LE(std::abs(y[r] - expected[r]), 80 * kEps * size[r]);
     }
 }
 
@@ -104,7 +106,9 @@ TEST(LanczosMatrix, AnyNumberOfThreadsGivesTheSameBits)
         lengths.push_back(row % 7 == 3 ? 0 : 250 - row % 50); // 75 000 elements
     const Staircase A(lengths, 300);
     const auto x = randomVector(A.n, 5), w = randomVector(A.m, 6);
-    const auto products = [&] { return std::pair(multiplied(A.view(), x), multipliedTransposed(A.view(), w)); };
+    const auto products = [&] {
+        return std::pair(multiplied(A.view(), x), multipliedTransposed(A.view(), w));
+    };
     const auto expected = [&] {
         const ThreadSetting threads(1);
         return products();

@@ -1,6 +1,7 @@
 #pragma once
 /// @file
-/// Makes the k-th request to the system allocator fail, and watches that nothing leaks; counts requested bytes.
+/// Makes the k-th request to the system allocator fail, and watches that nothing leaks; counts requested
+/// bytes.
 
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
