@@ -88,8 +88,8 @@ LanczosPass LanczosRun::run(const LanczosObserver& observer)
         const LanczosPass outcome{pass, steps_, residual(), tolerance_};
         requireSoundPass(outcome);
         const bool goOn = !observer.afterPass || observer.afterPass(outcome);
-        // By contract a NaN ends the run as well, and nothing else does: neither a number of passes nor the
-        // size of the matrix limits the steps.
+        // A NaN ends the run as well, and nothing else does: neither a number of passes nor the size of the
+        // matrix limits the steps. Callers who want a limit have the observer.
         if (!(outcome.residual > tolerance_) || !goOn) {
             std::copy_n(values_.get(), results_.k, results_.S);
             return outcome;
@@ -100,7 +100,8 @@ LanczosPass LanczosRun::run(const LanczosObserver& observer)
 
 // alpha*r(j) = A'*l(j) - beta*r(j-1)        beta*l(j+1) = A*r(j) - alpha*l(j)
 //
-// each made orthogonal to all vectors before. By contract no zero norm is caught: all that follows is NaN.
+// each made orthogonal to all vectors before. No zero norm is caught: all that follows is NaN, and the run
+// ends.
 void LanczosRun::step()
 {
     const std::int32_t j = steps_;

@@ -11,8 +11,8 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// Steps of the first pass: the geometric mean of the smaller side and the wanted count, rounded down. By
-/// contract the product is a 32-bit integer, which may wrap (the hardened build refuses such sizes).
+/// Steps of the first pass: the geometric mean of the smaller side and the wanted count, rounded down. The
+/// product is a 32-bit integer and may wrap, to any target; the hardened build refuses such sizes.
 LINTRIX_TESTABLE std::int32_t firstTarget(std::int32_t m, std::int32_t n, std::int32_t k) noexcept;
 
 /// Steps of the next pass: half as many again and one. 10 becomes 16, 16 becomes 25, 25 becomes 38.
