@@ -31,7 +31,7 @@ struct Run {
 /// Slots that the driver rewrites before anything looks at them.
 void rewriteParameters(Parameters iparm)
 {
-    iparm[Parameter::PartExponent] = 0; // by contract: parts are counted from the threads alone
+    iparm[Parameter::PartExponent] = 0; // whatever is asked for: parts are counted from the threads alone
     if (iparm[Parameter::OutOfCore] == 22) iparm[Parameter::OutOfCore] = 2;
 }
 
@@ -83,7 +83,7 @@ void restart(Run& run)
     control[Word::NonZeros] = static_cast<int>(run.call.nonZeros());
 }
 
-/// By contract a type that is admitted and that no branch knows is the end of the process.
+/// A type that is admitted and that no branch knows is the end of the process: no error number stands for it.
 void requireKnownType(int mtype)
 {
     if (classOf(mtype) != MatrixClass::Unknown) return;
@@ -152,7 +152,7 @@ Failure runSteps(Run& run)
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
     if (phase.last() == Step::Reorder) return {};
     const Failure failure = factorizeAndSolve(run);
-    // By contract a factorization without memory, too, tells its code there. It leaves no factor.
+    // A factorization without memory, too, tells its code there: callers look for it. It leaves no factor.
     if (failure.error == Error::Numeric || (failure && !hasFactor(run)))
         run.call.iparm[Parameter::FailingEquation] = failure.internal;
     return failure;

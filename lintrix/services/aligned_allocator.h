@@ -25,10 +25,10 @@ LINTRIX_TESTABLE void* alignedAllocate(std::size_t size, std::size_t alignment) 
 LINTRIX_TESTABLE void* alignedAllocateZeroed(std::size_t count, std::size_t elementSize,
                                              std::size_t alignment) noexcept;
 
-/// The block at `address` brought to `size` bytes, its content kept up to the smaller of both sizes. By
-/// contract the distance from the system's block is kept, and so not the alignment, if that block moves to a
-/// place of another alignment. Null leaves the old block as it was; null in place of `address` allocates
-/// without alignment.
+/// The block at `address` brought to `size` bytes, its content kept up to the smaller of both sizes. The
+/// distance from the system's block is kept, and so not the alignment, if that block moves to a place of
+/// another alignment: the content is not moved a second time. Null leaves the old block as it was; null in
+/// place of `address` allocates without alignment.
 LINTRIX_TESTABLE void* alignedReallocate(void* address, std::size_t size) noexcept;
 
 /// Gives a block back; null is ignored.

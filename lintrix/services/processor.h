@@ -37,8 +37,9 @@ struct Processor {
     int vsmp = 0;          ///< MKL_VSMP as an integer, 0 when unset: a virtual SMP platform
 };
 
-/// The class by vendor and feature bits, highest first. By contract the bits count for "GenuineIntel" alone,
-/// and a processor with AVX is Sse42 unless AVX is allowed.
+/// The class by vendor and feature bits, highest first. The bits count for "GenuineIntel" alone, and a
+/// processor with AVX is Sse42 unless AVX is allowed. The class chooses panel widths, and with them the bits
+/// of a factor, so it does not follow what newer processors can do.
 LINTRIX_TESTABLE ProcessorClass detectClass(const CpuidFacts& facts, bool avxAllowed) noexcept;
 
 /// The whole rule. MKL_DEBUG_CPU_TYPE, 0 to 4, overrides the detected class, and 4 alone allows AVX.

@@ -42,7 +42,7 @@ set(may_include_tools ${may_include_tools/solve} tools/solve tools/analyse tools
 
 set(internal_headers
   "/detail/" "^lintrix/(dense|sparse)/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$"
-  "^lintrix/solvers/(bidiagonal_svd|krylov_basis|lanczos|lanczos_operator)\\.h$")
+  "^lintrix/solvers/(bidiagonal_svd|krylov_basis|lanczos|lanczos_matrix)\\.h$")
 
 set(public_headers_of_engine lintrix/engine/pardiso.h lintrix/engine/analysis_summary.h)
 

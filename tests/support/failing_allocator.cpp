@@ -3,6 +3,7 @@
 #include <lintrix/services/system_allocator.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 
 namespace Velmar::Lintrix::testing {
@@ -32,6 +33,29 @@ void* failingRealloc(void* block, std::size_t size)
     return refuses() ? nullptr : std::realloc(block, size);
 }
 
+std::atomic<std::int64_t> requested{0};
+
+void* meteredMalloc(std::size_t size)
+{
+    requested += static_cast<std::int64_t>(size);
+    return std::malloc(size);
+}
+void* meteredCalloc(std::size_t count, std::size_t size)
+{
+    requested += static_cast<std::int64_t>(count * size);
+    return std::calloc(count, size);
+}
+void* meteredRealloc(void* block, std::size_t size)
+{
+    requested += static_cast<std::int64_t>(size);
+    return std::realloc(block, size);
+}
+
+void restoreSlots()
+{
+    SystemAllocatorSlots() = {std::malloc, std::calloc, std::realloc, std::free};
+}
+
 } // namespace
 
 FailingAllocator::FailingAllocator(int k)
@@ -43,12 +67,28 @@ FailingAllocator::FailingAllocator(int k)
 
 FailingAllocator::~FailingAllocator()
 {
-    SystemAllocatorSlots() = {std::malloc, std::calloc, std::realloc, std::free};
+    restoreSlots();
 }
 
 bool FailingAllocator::hasFailed() const
 {
     return failed;
+}
+
+AllocationMeter::AllocationMeter()
+{
+    requested = 0;
+    SystemAllocatorSlots() = {meteredMalloc, meteredCalloc, meteredRealloc, std::free};
+}
+
+AllocationMeter::~AllocationMeter()
+{
+    restoreSlots();
+}
+
+std::int64_t AllocationMeter::bytes() const
+{
+    return requested;
 }
 
 } // namespace Velmar::Lintrix::testing

@@ -1,6 +1,7 @@
 #pragma once
 /// @file
-/// Makes the k-th request to the system allocator fail, and watches that nothing leaks.
+/// Makes the k-th request to the system allocator fail, and watches that nothing leaks; counts requested
+/// bytes.
 
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
@@ -21,6 +22,18 @@ public:
 
     /// Whether a request has failed.
     bool hasFailed() const;
+};
+
+/// While it lives, adds up the bytes that the library asks the system allocator for. What is given back is
+/// not taken off: the sum bounds every peak from above.
+class AllocationMeter {
+public:
+    AllocationMeter();
+    ~AllocationMeter();
+    AllocationMeter(const AllocationMeter&) = delete;
+    AllocationMeter& operator=(const AllocationMeter&) = delete;
+
+    std::int64_t bytes() const;
 };
 
 /// Runs `operation` with the first, second, ... request failing, until it passes. Each failure must be a

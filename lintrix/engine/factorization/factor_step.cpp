@@ -18,8 +18,10 @@ namespace {
 constexpr double kMinusLnTen = -2.302585092994046;
 constexpr int kBudgetAfterFactorization = 4;
 
-/// Below what a pivot is perturbed: 10^-p, 0 for p = 0. By contract it shrinks with the square root of the
-/// largest entry m of a symmetric indefinite matrix, and with its inverse where m < 1.
+/// Below what a pivot is perturbed: 10^-p, 0 for p = 0. Of a symmetric indefinite matrix with the largest
+/// entry m it is 10^-p/sqrt(m), but 10^-p*sqrt(m) where m < 1: it shrinks both ways. A matrix that is
+/// multiplied by a number is thus perturbed in other places; counts that callers compare hang on the rule, so
+/// it stays.
 template <class T>
 double pivotThreshold(const Arguments& call, std::int64_t entries)
 {

@@ -22,8 +22,8 @@ constexpr std::int64_t conjugateGradientWork(int n, int count) noexcept
 /// J. Res. Nat. Bur. Standards 49 (1952).
 ///
 /// The number of an iteration is the largest of ||inv(M) r|| / ||start|| over the right-hand sides, r being
-/// the residual that the iteration began with. Below the tolerance the iteration has succeeded, by contract
-/// without a look at the true residual, so that a caller who must be sure of the answer works that out; above
+/// the residual that the iteration began with. Below the tolerance the iteration has succeeded,
+/// without a look at the true residual: a caller who must be sure of the answer works that out; above
 /// the divergence bound it has failed; from half of the budget on it must have been below the root of the
 /// tolerance. A right-hand side that is below the tolerance is left alone while others go on.
 ///

@@ -47,7 +47,8 @@ struct Output {
 };
 
 /// One row: the elements of A, and beta times those of op(B); where both have one, beta*b + a in this form.
-/// By contract nothing is dropped, and beta is applied also when it is 1 or 0.
+/// Nothing is dropped, and beta is applied also when it is 1 or 0: pass 1 counts without values, and its
+/// pattern must be this one.
 template <class Cell, class BValue>
 void mergeRow(const Cell* a, const int* ja, int aCount, const Cell& beta, BValue b, const int* jb, int bCount,
               Output<Cell> out)

@@ -20,7 +20,7 @@ template <class Cell>
 struct Product {
     int m, n, k; // A is m x k; B and C have n columns
     Cell alpha, beta;
-    CompressedRows<Cell> A;
+    CompressedRowsView<Cell> A;
     Panel<const Cell> B;
     Panel<Cell> C;
 
@@ -82,9 +82,9 @@ void multiply(const Product<Cell>& p, const Blocks& blocks)
     });
 }
 
-/// All of C is scaled first. By contract a caller may set the columns of C nearer to each other than the k
-/// rows of the result are long; they overlap then, what all of them have in common is scaled repeatedly, and
-/// one thread does it all.
+/// All of C is scaled first. `SparseMatrix::Multiply` may set the columns of C nearer to each other than the
+/// k rows of the result are long. They overlap then, and what they have in common is scaled once for each;
+/// one thread does it all, so that its callers get the same result every time.
 template <class Cell>
 void multiplyTransposed(const Product<Cell>& p, bool conjugate, const Blocks& planned)
 {

@@ -125,8 +125,8 @@ int countRows(char trans, const SparseOperand<Cell>& A, const SparseOperand<Cell
     return lengthsToPointers(rows, ic) ? 0 : kTooManyElements;
 }
 
-/// Pass 2. By contract "N" keeps elements that cancel and finds `ic` as pass 1 left it, while the transposed
-/// forms drop them and write `ic` anew.
+/// Pass 2. "N" keeps elements that cancel and finds `ic` as pass 1 left it, while the transposed forms drop
+/// them and write `ic` anew. Patterns that callers keep come from both, so the difference stays.
 template <class Cell>
 int fillRows(char trans, const SparseOperand<Cell>& A, const SparseOperand<Cell>& B, Cell* c, int* jc,
              int* ic)

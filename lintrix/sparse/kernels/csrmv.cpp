@@ -18,7 +18,7 @@ template <class Cell>
 struct Product {
     int m, k; // A is m x k
     Cell alpha, beta;
-    CompressedRows<Cell> A;
+    CompressedRowsView<Cell> A;
     const Cell* x;
     Cell* y;
 

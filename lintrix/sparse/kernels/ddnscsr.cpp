@@ -27,8 +27,8 @@ struct Job {
     int direction, denseBase, base, part, limit, filling;
 };
 
-/// An element that compares equal to zero is skipped: negative zero goes, a NaN stays. By contract elements
-/// beyond the limit are counted and not stored.
+/// An element that compares equal to zero is skipped: negative zero goes, a NaN stays. Elements beyond
+/// the limit are counted and not stored.
 void convert(const Job& job, int m, int n, const double* dense, int lda, double* values, int* columns,
              int* rowPointers, int& info)
 {
