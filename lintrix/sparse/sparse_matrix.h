@@ -397,9 +397,13 @@ private:
     /// New contents for the same sizes: the commit of what replaces all elements.
     void setArrays(std::int32_t capacity, detail::Block<double>&& values,
                    detail::Block<std::int32_t>&& starts, detail::Block<std::int32_t>&& columns) noexcept;
-    /// The smallest block has room for row pointers of rows that are not there. They become those of empty
-    /// rows, for whoever gives the matrix a row count without giving it row pointers.
-    void closeRowPointers() noexcept { std::fill(ia.get() + mRows + 1, ia.get() + ia.cells(), ia[mRows]); }
+    /// The block may have room for row pointers of rows that are not there: the smallest block has, and a
+    /// refused byte form hides rows. After every edit they become those of empty rows, for the next refused
+    /// form may count them among the rows again.
+    void closeRowPointers() noexcept
+    {
+        if (mRows >= 0) std::fill(ia.get() + mRows + 1, ia.get() + ia.cells(), ia[mRows]);
+    }
     /// Opens slot `pos`, counted from 0, growing the arrays if they are full. Its contents are stale and the
     /// row pointers as before: both are the caller's.
     void insert_elem(std::int32_t pos);

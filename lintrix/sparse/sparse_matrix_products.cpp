@@ -6,6 +6,7 @@
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/sparse/access.h>
 #include <lintrix/sparse/detail/operand.h>
+#include <lintrix/sparse/detail/structure.h>
 #include <lintrix/sparse/kernels/kernels.h>
 
 #include <algorithm>
@@ -27,11 +28,13 @@ const char* descriptorOf(const SparseMatrix& A)
     return A.Symmetric() ? "SUNF" : "GUNF";
 }
 
-// The stored triangle reaches as far into x and y by its columns as by its rows. The flag may be set on any
-// matrix, and the product would then leave the blocks.
-void requireSquareIfSymmetric(const SparseMatrix& A)
+// The flag may be set on any matrix. A stored triangle addresses x and y by its rows and, mirrored, by its
+// columns: both must stay within the shorter side.
+void requireTriangleWithinOperands(const SparseMatrix& A)
 {
-    if (A.Symmetric() && A.Rows() != A.Cols()) throw NotSquareMatrixException();
+    if (!A.Symmetric() || A.Rows() == A.Cols()) return;
+    if (A.Rows() > A.Cols() || !detail::areColumns(A.ColumnIndices(), A.Rows()))
+        throw NotSquareMatrixException();
 }
 
 // The caller's duty: the target of a kernel is none of its operands.
@@ -90,7 +93,7 @@ void SparseMatrix::Multiply(double alpha, TransposeMode transA, const SparseMatr
     const Operand opA = operandOf(transA, A);
     if (x.Length() != opA.cols) throw SizeMismatchException();
     if (y.Length() != opA.rows) throw SizeMismatchException();
-    requireSquareIfSymmetric(A);
+    requireTriangleWithinOperands(A);
     requireDistinct(DenseAccess::cells(y), DenseAccess::cells(x));
     multiplyVector(alpha, opA.letter, A, DenseAccess::cells(x), beta, DenseAccess::cells(y));
 }
@@ -102,7 +105,7 @@ void SparseMatrix::Multiply(double alpha, TransposeMode transA, const SparseMatr
     if (B.Rows() != opA.cols) throw InvalidSizeException();
     if (C.Rows() != opA.rows) throw InvalidSizeException();
     if (C.Cols() != B.Cols()) throw InvalidSizeException();
-    requireSquareIfSymmetric(A);
+    requireTriangleWithinOperands(A);
     requireDistinct(DenseAccess::cells(C), DenseAccess::cells(B));
 
     const double* const b = DenseAccess::cells(B);

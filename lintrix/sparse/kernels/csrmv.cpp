@@ -175,6 +175,13 @@ void multiplySymmetric(const Product<Cell>& p, bool conjugate)
     });
 }
 
+/// Transposed, a wide matrix has a longer y than its triangle reaches: the rest is scaled, like all of y.
+template <class Cell>
+void scaleBehindTriangle(const Product<Cell>& p)
+{
+    withScaling(p.beta, [&](auto scaled) { scaleRows<1>(p.yPanel(), p.m, p.k, scaled); });
+}
+
 template <class Cell>
 void csrmv(const char* routine, char trans, const char* descriptor, const Product<Cell>& product)
 {
@@ -186,6 +193,7 @@ void csrmv(const char* routine, char trans, const char* descriptor, const Produc
     }
     if (isSymmetric(descriptor)) {
         multiplySymmetric(product, trans == 'C');
+        if (trans != 'N') scaleBehindTriangle(product);
     } else if (isGeneral(descriptor)) {
         if (trans == 'N') {
             multiply(product);
