@@ -128,8 +128,8 @@ void SparseMatrix::Multiply(double alpha, TransposeMode transA, const SparseMatr
 
 Matrix operator*(const SparseMatrix& A, const Matrix& B)
 {
-    detail::requireForeignSizes(A.Rows(), B.Cols(), INT32_MAX); // a wrapped product would be written past
-    Matrix C = DenseAccess::uninitialised(A.Rows(), B.Cols());  // beta = 0: the kernel does not read it
+    detail::requireForeignSizes(A.Rows(), B.Cols(), INT32_MAX);
+    Matrix C = DenseAccess::uninitialised(A.Rows(), B.Cols()); // beta = 0: the kernel does not read it
     SparseMatrix::Multiply(1.0, TransposeMode::NotTransposed, A, B, 0.0, C);
     return C;
 }
