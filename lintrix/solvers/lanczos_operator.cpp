@@ -1,6 +1,6 @@
 #include <lintrix/solvers/lanczos_operator.h>
 
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 
 namespace Velmar::Lintrix::detail {
 

@@ -6,7 +6,7 @@
 #include <lintrix/sparse/detail/sizes.h>
 #include <lintrix/sparse/detail/sparse_enumerator.h>
 #include <lintrix/sparse/detail/structure.h>
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 
 #include <algorithm>
 #include <utility>
@@ -135,12 +135,12 @@ SparseMatrix::SparseMatrix(const Matrix& matrix) : mRows(matrix.Rows()), mCols(m
     int job[] = {0, 0, 1, 2, cells, 0}; // dense from 0, compressed rows from 1, whole matrix
     int info = 0;                       // not looked at: the limit is the size of the matrix
     ia = Block<std::int32_t>(std::int64_t{mRows} + 1);
-    detail::mkl_ddnscsr(job, mRows, mCols, rowMajor.get(), mCols, a.get(), ja.get(), ia.get(), info);
+    mkl_ddnscsr(job, mRows, mCols, rowMajor.get(), mCols, a.get(), ja.get(), ia.get(), info);
     mCells = ia[mRows] - ia[0];
     a = Block<double>(mCells);
     ja = Block<std::int32_t>(mCells);
     job[5] = 1; // now values and columns, too
-    detail::mkl_ddnscsr(job, mRows, mCols, rowMajor.get(), mCols, a.get(), ja.get(), ia.get(), info);
+    mkl_ddnscsr(job, mRows, mCols, rowMajor.get(), mCols, a.get(), ja.get(), ia.get(), info);
     closeRowPointers();
     // The growth factor stays 0: a full matrix grows by one slot.
 }

@@ -9,7 +9,7 @@
 #include <lintrix/sparse/detail/operand.h>
 #include <lintrix/sparse/detail/result_rows.h>
 #include <lintrix/sparse/detail/transposed_rows.h>
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 
 #include <typeinfo>
 #include <utility>
@@ -59,9 +59,8 @@ SparseMatrix SparseMatrix::Add(const SparseMatrix& A, double beta, TransposeMode
     const std::int32_t most = wrapped(std::int64_t{A.NumElements()} + B.NumElements());
     detail::ResultRows<double> C(A.mRows);
     const auto pass = [&](int request, std::int32_t& info) {
-        detail::mkl_dcsradd(&opB.letter, request, 0, A.mRows, A.mCols, A.a.get(), A.ja.get(), A.ia.get(),
-                            beta, B.a.get(), B.ja.get(), B.ia.get(), C.a.get(), C.ja.get(), C.ia.get(), most,
-                            info);
+        mkl_dcsradd(&opB.letter, request, 0, A.mRows, A.mCols, A.a.get(), A.ja.get(), A.ia.get(), beta,
+                    B.a.get(), B.ja.get(), B.ia.get(), C.a.get(), C.ja.get(), C.ia.get(), most, info);
     };
     runPass(pass, 1);
     C.allot();
@@ -101,8 +100,8 @@ SparseMatrix SparseMatrix::Multiply(TransposeMode transA, const SparseMatrix& A,
     const std::int32_t *ia = A.rowPointers(), *ib = B.rowPointers();
     detail::ResultRows<double> C(opA.rows);
     const auto pass = [&](int request, std::int32_t& info) {
-        detail::mkl_dcsrmultcsr(&opA.letter, request, 0, A.mRows, A.mCols, B.mCols, A.a.get(), A.ja.get(), ia,
-                                B.a.get(), B.ja.get(), ib, C.a.get(), C.ja.get(), C.ia.get(), most, info);
+        mkl_dcsrmultcsr(&opA.letter, request, 0, A.mRows, A.mCols, B.mCols, A.a.get(), A.ja.get(), ia,
+                        B.a.get(), B.ja.get(), ib, C.a.get(), C.ja.get(), C.ia.get(), most, info);
     };
     runPass(pass, 1);
     C.allot();

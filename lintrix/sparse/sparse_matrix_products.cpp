@@ -7,7 +7,7 @@
 #include <lintrix/sparse/access.h>
 #include <lintrix/sparse/detail/operand.h>
 #include <lintrix/sparse/detail/structure.h>
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 
 #include <algorithm>
 #include <functional>
@@ -49,8 +49,8 @@ void requireDistinct(const double* target, const double* operand)
 void multiplyVector(double alpha, char letter, const SparseMatrix& A, const double* x, double beta, double* y)
 {
     const std::int32_t* const ia = SparseAccess::rowPointers(A);
-    detail::mkl_dcsrmv(&letter, A.Rows(), A.Cols(), alpha, descriptorOf(A), SparseAccess::values(A),
-                       SparseAccess::columns(A), ia, ia + 1, x, beta, y);
+    mkl_dcsrmv(&letter, A.Rows(), A.Cols(), alpha, descriptorOf(A), SparseAccess::values(A),
+               SparseAccess::columns(A), ia, ia + 1, x, beta, y);
 }
 
 // Up to `count` cells from `first` on: as many of them as the block has.
@@ -120,8 +120,8 @@ void SparseMatrix::Multiply(double alpha, TransposeMode transA, const SparseMatr
         return;
     }
     const std::int32_t* const ia = A.rowPointers();
-    detail::mkl_dcsrmm(&opA.letter, A.mRows, B.Cols(), A.mCols, alpha, descriptorOf(A), A.a.get(), A.ja.get(),
-                       ia, ia + 1, b, A.mCols, beta, c, A.mRows);
+    mkl_dcsrmm(&opA.letter, A.mRows, B.Cols(), A.mCols, alpha, descriptorOf(A), A.a.get(), A.ja.get(), ia,
+               ia + 1, b, A.mCols, beta, c, A.mRows);
 }
 
 // ---- new results

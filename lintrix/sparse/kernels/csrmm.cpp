@@ -155,15 +155,6 @@ void csrmm(const char* routine, char trans, const char* descriptor, const Produc
 
 } // namespace
 
-void mkl_dcsrmm(const char* transa, const int& m, const int& n, const int& k, const double& alpha,
-                const char* descriptor, const double* values, const int* columns, const int* rowStarts,
-                const int* rowEnds, const double* B, const int& ldb, const double& beta, double* C,
-                const int& ldc)
-{
-    csrmm<double>("MKL_DCSRMM", *transa, descriptor,
-                  {m, n, k, alpha, beta, {values, columns, rowStarts, rowEnds}, {B, ldb}, {C, ldc}});
-}
-
 void mkl_zcsrmm(const char* transa, const int& m, const int& n, const int& k, const ComplexCell& alpha,
                 const char* descriptor, const ComplexCell* values, const int* columns, const int* rowStarts,
                 const int* rowEnds, const ComplexCell* B, const int& ldb, const ComplexCell& beta,
@@ -174,3 +165,16 @@ void mkl_zcsrmm(const char* transa, const int& m, const int& n, const int& k, co
 }
 
 } // namespace Velmar::Lintrix::detail
+
+namespace Velmar::Lintrix {
+
+void mkl_dcsrmm(const char* transa, const int& m, const int& n, const int& k, const double& alpha,
+                const char* descriptor, const double* values, const int* columns, const int* rowStarts,
+                const int* rowEnds, const double* B, const int& ldb, const double& beta, double* C,
+                const int& ldc)
+{
+    detail::csrmm<double>("MKL_DCSRMM", *transa, descriptor,
+                          {m, n, k, alpha, beta, {values, columns, rowStarts, rowEnds}, {B, ldb}, {C, ldc}});
+}
+
+} // namespace Velmar::Lintrix

@@ -205,14 +205,6 @@ void csrmv(const char* routine, char trans, const char* descriptor, const Produc
 
 } // namespace
 
-void mkl_dcsrmv(const char* transa, const int& m, const int& k, const double& alpha, const char* descriptor,
-                const double* values, const int* columns, const int* rowStarts, const int* rowEnds,
-                const double* x, const double& beta, double* y)
-{
-    csrmv<double>("MKL_DCSRMV", *transa, descriptor,
-                  {m, k, alpha, beta, {values, columns, rowStarts, rowEnds}, x, y});
-}
-
 void mkl_zcsrmv(const char* transa, const int& m, const int& k, const ComplexCell& alpha,
                 const char* descriptor, const ComplexCell* values, const int* columns, const int* rowStarts,
                 const int* rowEnds, const ComplexCell* x, const ComplexCell& beta, ComplexCell* y)
@@ -222,3 +214,15 @@ void mkl_zcsrmv(const char* transa, const int& m, const int& k, const ComplexCel
 }
 
 } // namespace Velmar::Lintrix::detail
+
+namespace Velmar::Lintrix {
+
+void mkl_dcsrmv(const char* transa, const int& m, const int& k, const double& alpha, const char* descriptor,
+                const double* values, const int* columns, const int* rowStarts, const int* rowEnds,
+                const double* x, const double& beta, double* y)
+{
+    detail::csrmv<double>("MKL_DCSRMV", *transa, descriptor,
+                          {m, k, alpha, beta, {values, columns, rowStarts, rowEnds}, x, y});
+}
+
+} // namespace Velmar::Lintrix
