@@ -1,13 +1,16 @@
-# Install rules: the library, its headers, the command, and the two descriptions by which another project finds
+# Install rules: the library, its public headers, the command, and the two descriptions by which another project finds
 # them, a CMake package and a pkg-config file. The installed tree may be moved: both work from where they stand.
 
 include(CMakePackageConfigHelpers)
+include(LintrixPublicHeaders)
 set(LINTRIX_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Lintrix")
 set(LINTRIX_PKGCONFIG_DIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
-install(TARGETS lintrix EXPORT Lintrix)
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/lintrix" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
-  FILES_MATCHING PATTERN "*.h")
+lintrix_public_headers("${PROJECT_SOURCE_DIR}" headers)
+list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${headers})   # an include added is a header installed
+target_sources(lintrix PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${headers})
+install(TARGETS lintrix EXPORT Lintrix FILE_SET HEADERS)
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
