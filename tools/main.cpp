@@ -51,6 +51,13 @@ int complain(std::string text)
     return kBadInput;
 }
 
+/// Takes no memory itself.
+int complainOfMemory()
+{
+    tools::writeAll(STDERR_FILENO, "lintrix: there is not enough memory\n");
+    return kBadInput;
+}
+
 /// Descriptors 0 to 2 that came closed would be given to the next files opened, and the report would be
 /// written into one of them. They are occupied with one that can be neither read nor written to any effect.
 void occupyStandardDescriptors()
@@ -266,6 +273,19 @@ int run(int argc, char** argv)
     return tools::runSolve(solveOptions);
 }
 
+int runOrComplain(int argc, char** argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const NotEnoughMemoryException&) {
+        return complainOfMemory();
+    } catch (const std::bad_alloc&) {
+        return complainOfMemory();
+    } catch (const std::exception& failure) {
+        return complain(failure.what());
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -273,12 +293,8 @@ int main(int argc, char** argv)
     occupyStandardDescriptors();
     ignoreWriteSignals();
     try {
-        return run(argc, argv);
-    } catch (const NotEnoughMemoryException&) {
-        return complain("there is not enough memory");
-    } catch (const std::bad_alloc&) {
-        return complain("there is not enough memory");
-    } catch (const std::exception& failure) {
-        return complain(failure.what());
+        return runOrComplain(argc, argv);
+    } catch (const std::exception&) { // there was none for the complaint either
+        return complainOfMemory();
     }
 }
