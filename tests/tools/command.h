@@ -2,6 +2,7 @@
 // Runs the built command as a user would, and looks at everything it leaves behind.
 
 #include <tests/support/files.h>
+#include <tests/support/sanitized.h>
 #include <tests/tools/json.h>
 
 #include <optional>
@@ -10,20 +11,6 @@
 #include <vector>
 
 #include <sys/resource.h>
-
-#if defined(__has_feature)
-#define LINTRIX_HAS_FEATURE(x) __has_feature(x)
-#else
-#define LINTRIX_HAS_FEATURE(x) 0
-#endif
-
-/// 1 under the sanitizers that reserve more address space than any limit leaves.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define LINTRIX_SANITIZED_MEMORY 1
-#else
-#define LINTRIX_SANITIZED_MEMORY                                                                             \
-    (LINTRIX_HAS_FEATURE(address_sanitizer) || LINTRIX_HAS_FEATURE(thread_sanitizer))
-#endif
 
 namespace Velmar::Lintrix::testing {
 
