@@ -123,7 +123,7 @@ void addChoice(CLI::App* command, const std::string& name, Value& target,
 }
 
 /// The options of the direct solver.
-void addDirect(CLI::App* solve, tools::SolveOptions& options)
+void addDirect(CLI::App* solve, CLI::Option* json, tools::SolveOptions& options)
 {
     tools::SparseOptions& sparse = options.sparse;
     addChoice(solve, "--type", sparse.type,
@@ -148,7 +148,7 @@ void addDirect(CLI::App* solve, tools::SolveOptions& options)
                      "At most N steps of refinement; below 0 with residuals in extended precision")
         ->type_name("N");
     solve->add_flag("--report", sparse.settings.engineReport, "Print the direct solver's own report")
-        ->excludes("--json");
+        ->excludes(json);
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
 }
 
@@ -161,8 +161,7 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
     solve->add_option("--out", options.out, "File for the solution, a Matrix Market array")
         ->type_name("FILE");
     addThreads(*solve);
-    solve->add_flag("--json", options.json, "Report on one line of JSON");
-    addDirect(solve, options);
+    addDirect(solve, solve->add_flag("--json", options.json, "Report on one line of JSON"), options);
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
         "array; real, integer or pattern; general, symmetric or skew-symmetric. Square coordinate files go\n"

@@ -16,8 +16,14 @@ namespace Velmar::Lintrix::testing {
 
 /// Each time of a report, which has six digits after the point, replaced by T.
 std::string withoutTimes(std::string_view report);
+
+/// The path of `lintrix`.
+std::string commandProgram();
+
 struct Invocation {
     std::vector<std::string> arguments;
+    std::string program = commandProgram();
+    std::vector<std::string> variables; ///< "NAME=value", beside or instead of the environment's
     std::string input = "/dev/null"; ///< file for standard input
     std::string output;              ///< file or device for standard output; empty: captured
     std::string error;               ///< likewise for standard error
@@ -31,7 +37,7 @@ struct Outcome {
     std::string out, err;
 };
 
-/// Runs `lintrix` with an address space of 1 GiB, except under the sanitizers, which need more than any
+/// Runs `lintrix`, or another program, with an address space of 1 GiB, except under the sanitizers, which need more than any
 /// limit.
 Outcome run(const Invocation& invocation);
 Outcome run(std::vector<std::string> arguments);
