@@ -43,9 +43,8 @@ endif()
 set(pc_libs_private "")
 if(NOT BUILD_SHARED_LIBS)
   string(APPEND pc_cflags " -DLINTRIX_STATIC")
-  get_target_property(hwloc_library PkgConfig::hwloc INTERFACE_LINK_LIBRARIES)
   string(JOIN " " pc_libs_private
-    "${LINTRIX_BLAS_LIBRARY}" "-Wl,-rpath,${LINTRIX_BLAS_DIR}" "${METIS_LIBRARY}" ${hwloc_library} -lz
+    "${LINTRIX_BLAS_LIBRARY}" "-Wl,-rpath,${LINTRIX_BLAS_DIR}" "${METIS_LIBRARY}" -lz
     "${OpenMP_CXX_FLAGS}")
 endif()
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX

@@ -51,6 +51,13 @@ int complain(std::string text)
     return kBadInput;
 }
 
+/// Takes no memory itself.
+int complainOfMemory()
+{
+    tools::writeAll(STDERR_FILENO, "lintrix: there is not enough memory\n");
+    return kBadInput;
+}
+
 /// Descriptors 0 to 2 that came closed would be given to the next files opened, and the report would be
 /// written into one of them. They are occupied with one that can be neither read nor written to any effect.
 void occupyStandardDescriptors()
@@ -116,7 +123,7 @@ void addChoice(CLI::App* command, const std::string& name, Value& target,
 }
 
 /// The options of the direct solver.
-void addDirect(CLI::App* solve, tools::SolveOptions& options)
+void addDirect(CLI::App* solve, CLI::Option* json, tools::SolveOptions& options)
 {
     tools::SparseOptions& sparse = options.sparse;
     addChoice(solve, "--type", sparse.type,
@@ -141,7 +148,7 @@ void addDirect(CLI::App* solve, tools::SolveOptions& options)
                      "At most N steps of refinement; below 0 with residuals in extended precision")
         ->type_name("N");
     solve->add_flag("--report", sparse.settings.engineReport, "Print the direct solver's own report")
-        ->excludes("--json");
+        ->excludes(json);
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
 }
 
@@ -154,8 +161,7 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
     solve->add_option("--out", options.out, "File for the solution, a Matrix Market array")
         ->type_name("FILE");
     addThreads(*solve);
-    solve->add_flag("--json", options.json, "Report on one line of JSON");
-    addDirect(solve, options);
+    addDirect(solve, solve->add_flag("--json", options.json, "Report on one line of JSON"), options);
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
         "array; real, integer or pattern; general, symmetric or skew-symmetric. Square coordinate files go\n"
@@ -266,6 +272,19 @@ int run(int argc, char** argv)
     return tools::runSolve(solveOptions);
 }
 
+int runOrComplain(int argc, char** argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const NotEnoughMemoryException&) {
+        return complainOfMemory();
+    } catch (const std::bad_alloc&) {
+        return complainOfMemory();
+    } catch (const std::exception& failure) {
+        return complain(failure.what());
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -273,12 +292,8 @@ int main(int argc, char** argv)
     occupyStandardDescriptors();
     ignoreWriteSignals();
     try {
-        return run(argc, argv);
-    } catch (const NotEnoughMemoryException&) {
-        return complain("there is not enough memory");
-    } catch (const std::bad_alloc&) {
-        return complain("there is not enough memory");
-    } catch (const std::exception& failure) {
-        return complain(failure.what());
+        return runOrComplain(argc, argv);
+    } catch (const std::exception&) { // there was none for the complaint either
+        return complainOfMemory();
     }
 }

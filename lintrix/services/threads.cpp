@@ -1,6 +1,7 @@
 #include <lintrix/services/threads.h>
 
 #include <lintrix/services/service_lock.h>
+#include <lintrix/services/team_memory.h>
 #include <lintrix/services/thread_scope.h>
 #include <lintrix/services/thread_settings.h>
 #include <lintrix/services/topology.h>
@@ -97,7 +98,7 @@ int domainThreads(Domain domain)
 BlasThreadScope::BlasThreadScope() noexcept : callersCount_(0)
 {
     // A team inside a team is never wanted, whatever the dynamic flag says.
-    const int wanted = omp_in_parallel() != 0 ? 1 : domainThreads(Domain::Blas);
+    const int wanted = omp_in_parallel() != 0 ? 1 : affordableTeam(domainThreads(Domain::Blas));
     const int current = omp_get_max_threads();
     if (wanted == current) return;
     omp_set_num_threads(wanted);

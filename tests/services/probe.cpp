@@ -1,6 +1,8 @@
 // Answers questions about the kernel services of a fresh process, one line `key=value` for each fact.
 // Arguments are done in order; see `commands` for what there is.
 
+#include "tests/support/sanitized.h"
+
 #include <lintrix/services/blas.h>
 #include <lintrix/services/buffer_pool.h>
 #include <lintrix/services/dispatch.h>
@@ -14,12 +16,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail;
@@ -139,7 +145,22 @@ void answerTopology(int)
     say("hyper-threading", topology.hyperThreading);
 }
 
+// From here on the address space may grow by so many megabytes.
+void limitMemory(int megabytes)
+{
+    std::ifstream sizes("/proc/self/statm");
+    rlim_t pages = 0;
+    sizes >> pages;
+    rlimit limit{};
+    getrlimit(RLIMIT_AS, &limit);
+    if (LINTRIX_SANITIZED_MEMORY) return;
+    limit.rlim_cur =
+        pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (static_cast<rlim_t>(megabytes) << 20);
+    setrlimit(RLIMIT_AS, &limit);
+}
+
 const std::map<std::string, std::function<void(int)>> commands{
+    {"limit-memory", limitMemory},
     {"set-threads", [](int n) { MKL_Set_Num_Threads(n); }},
     {"set-dynamic", [](int flag) { MKL_Set_Dynamic(flag); }},
     {"set-omp", [](int n) { omp_set_num_threads(n); }},
