@@ -1,5 +1,6 @@
 #include <lintrix/solvers/sliced_rows.h>
 
+#include <lintrix/services/dispatch.h>
 #include <lintrix/services/threads.h>
 
 #include <algorithm>
@@ -85,10 +86,8 @@ void multiplyPlain(const Slices& A, std::int32_t first, std::int32_t last, const
     }
 }
 
-MultiplySlices chooseForm() noexcept
-{
-    return __builtin_cpu_supports("avx512f") ? multiplyAvx512 : multiplyPlain;
-}
+constexpr KernelForms<MultiplySlices> kForms{
+    .sse2 = multiplyPlain, .avx2 = multiplyPlain, .avx512 = multiplyAvx512};
 
 } // namespace
 
@@ -134,7 +133,7 @@ void SlicedRows::fill(Of side, const LanczosMatrix& A)
 
 void SlicedRows::multiply(const double* x, double* y) const
 {
-    const MultiplySlices multiplySlices = chooseForm();
+    const MultiplySlices multiplySlices = kForms.chosen();
     const Slices A{values_.get(), columns_.get(), starts_.get(), order_.get(), rows_};
     const int threads = std::clamp(groups() / kGroupsPerThread, 1, MKL_Get_Max_Threads());
     if (threads == 1) return multiplySlices(A, 0, slices(), x, y);
