@@ -37,10 +37,11 @@ constexpr int kBadInput = 2;
 std::string versionText()
 {
     const BlasIdentity blas = DescribeBlas();
-    return fmt::format("lintrix {}\nBLAS: {}\nBLAS file: {}\nBLAS kernels for: {}\nBLAS threading: {}\n"
+    const std::string note = blas.coreNote.empty() ? "" : " (" + blas.coreNote + ")";
+    return fmt::format("lintrix {}\nBLAS: {}\nBLAS file: {}\nBLAS kernels for: {}{}\nBLAS threading: {}\n"
                        "threads in force: {}",
                        LibraryVersion(), blas.library, blas.file.empty() ? "unknown" : blas.file,
-                       blas.core.empty() ? "unknown" : blas.core, blas.threading, blas.threads);
+                       blas.core.empty() ? "unknown" : blas.core, note, blas.threading, blas.threads);
 }
 
 /// A fault on one line of standard error.

@@ -1,6 +1,6 @@
 #include <lintrix/solvers/lanczos_matrix.h>
 
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 
 namespace Velmar::Lintrix::detail {
 

@@ -8,6 +8,7 @@
 # The engine's floors follow the life of a call:
 #   call <- report <- analysis <- factorization <- solution <- the entry at the top
 #   analysis: graph <- ordering, symbolic; matching
+# What the processor has, services alone asks.
 # The command's rooms: support <- input <- a room for each command <- main.
 # The command and the examples are users like any other: what lintrix/lintrix.h reaches, outside detail/. And it must
 # not reach what is internal beyond doubt.
@@ -85,8 +86,17 @@ function(check_include_of_user file header)
   endif()
 endfunction()
 
+# One place to ask is one place to bound all kernels at once.
+function(check_questions_to_the_processor file room)
+  file(STRINGS "${ROOT}/${file}" lines REGEX "__builtin_cpu_|<cpuid\\.h>")
+  if(lines AND NOT room STREQUAL "services")
+    complain("${file}: asks the processor by itself")
+  endif()
+endfunction()
+
 function(check_file file)
   room_of("${file}" room)
+  check_questions_to_the_processor("${file}" "${room}")
   file(STRINGS "${ROOT}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
   foreach(line IN LISTS lines)
     if(line MATCHES "<((lintrix|tools)/[^>]+)>")
