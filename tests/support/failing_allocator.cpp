@@ -2,6 +2,7 @@
 
 #include <lintrix/services/system_allocator.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 
@@ -32,6 +33,15 @@ void* failingRealloc(void* block, std::size_t size)
     return refuses() ? nullptr : std::realloc(block, size);
 }
 
+std::atomic<std::size_t> limit{0}, largestRefusal{0};
+
+void* cappedMalloc(std::size_t size)
+{
+    if (size <= limit) return std::malloc(size);
+    largestRefusal = std::max<std::size_t>(largestRefusal, size);
+    return nullptr;
+}
+
 } // namespace
 
 FailingAllocator::FailingAllocator(int k)
@@ -49,6 +59,23 @@ FailingAllocator::~FailingAllocator()
 bool FailingAllocator::hasFailed() const
 {
     return failed;
+}
+
+CappedAllocator::CappedAllocator(std::size_t most)
+{
+    limit = most;
+    largestRefusal = 0;
+    SystemAllocatorSlots() = {cappedMalloc, std::calloc, std::realloc, std::free};
+}
+
+CappedAllocator::~CappedAllocator()
+{
+    SystemAllocatorSlots() = {std::malloc, std::calloc, std::realloc, std::free};
+}
+
+std::size_t CappedAllocator::largestRefused() const
+{
+    return largestRefusal;
 }
 
 } // namespace Velmar::Lintrix::testing
