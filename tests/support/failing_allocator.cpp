@@ -2,6 +2,7 @@
 
 #include <lintrix/services/system_allocator.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -56,6 +57,15 @@ void restoreSlots()
     SystemAllocatorSlots() = {std::malloc, std::calloc, std::realloc, std::free};
 }
 
+std::atomic<std::size_t> limit{0}, largestRefusal{0};
+
+void* cappedMalloc(std::size_t size)
+{
+    if (size <= limit) return std::malloc(size);
+    largestRefusal = std::max<std::size_t>(largestRefusal, size);
+    return nullptr;
+}
+
 } // namespace
 
 FailingAllocator::FailingAllocator(int k)
@@ -89,6 +99,23 @@ AllocationMeter::~AllocationMeter()
 std::int64_t AllocationMeter::bytes() const
 {
     return requested;
+}
+
+CappedAllocator::CappedAllocator(std::size_t most)
+{
+    limit = most;
+    largestRefusal = 0;
+    SystemAllocatorSlots() = {cappedMalloc, std::calloc, std::realloc, std::free};
+}
+
+CappedAllocator::~CappedAllocator()
+{
+    restoreSlots();
+}
+
+std::size_t CappedAllocator::largestRefused() const
+{
+    return largestRefusal;
 }
 
 } // namespace Velmar::Lintrix::testing

@@ -49,4 +49,13 @@ inline std::int32_t cellCount(std::int32_t rows, std::int32_t cols)
     return wrappingProduct(rows, cols);
 }
 
+/// The cell count of an operation's result, whose sizes may be sums: the product, or, where it or a size
+/// passes 2^31 - 1, a negative number. The allocator refuses that (NotEnoughMemoryException), so that no
+/// result is written past the end of a block whose size wrapped.
+constexpr std::int32_t resultCells(std::int64_t rows, std::int64_t cols) noexcept
+{
+    const bool fits = rows <= INT32_MAX && cols <= INT32_MAX && rows * cols <= INT32_MAX;
+    return fits ? static_cast<std::int32_t>(rows * cols) : -1;
+}
+
 } // namespace Velmar::Lintrix::detail
