@@ -37,8 +37,8 @@ constexpr std::int32_t wrappingProduct(std::int32_t rows, std::int32_t cols) noe
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(rows) * static_cast<std::uint32_t>(cols));
 }
 
-/// The cell count of a new matrix. By contract a wrapped product is not noticed; the hardened build refuses
-/// it.
+/// The cell count of a matrix whose sizes the caller gives. Callers rely on it that a product which wraps is
+/// taken as it is, so the normal build does not look; the hardened build refuses it.
 inline std::int32_t cellCount(std::int32_t rows, std::int32_t cols)
 {
     if constexpr (kHardened) {
@@ -47,6 +47,15 @@ inline std::int32_t cellCount(std::int32_t rows, std::int32_t cols)
         }
     }
     return wrappingProduct(rows, cols);
+}
+
+/// The cell count of an operation's result, whose sizes may be sums: the product, or, where it or a size
+/// passes 2^31 - 1, a negative number. The allocator refuses that (NotEnoughMemoryException), so that no
+/// result is written past the end of a block whose size wrapped.
+constexpr std::int32_t resultCells(std::int64_t rows, std::int64_t cols) noexcept
+{
+    const bool fits = rows <= INT32_MAX && cols <= INT32_MAX && rows * cols <= INT32_MAX;
+    return fits ? static_cast<std::int32_t>(rows * cols) : -1;
 }
 
 } // namespace Velmar::Lintrix::detail
