@@ -29,7 +29,7 @@ struct LINTRIX_TESTABLE DenseAccess {
         return Matrix(std::move(block), rows, cols);
     }
     /// Element i from `source`[i*step].
-    static Vector strided(const double* source, std::int32_t size, std::int32_t step);
+    static Vector strided(const double* source, std::int32_t size, std::int64_t step);
     static Vector adopt(Block<double>&& block, std::int32_t size) { return Vector(std::move(block), size); }
 };
 

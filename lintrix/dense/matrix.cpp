@@ -49,10 +49,10 @@ Matrix::Matrix(const Array2D<double>& array) : Matrix(array, array.Rows(), array
 
 Matrix::Matrix(const Array2D<double>& array, std::int32_t rows, std::int32_t cols) : Matrix(rows, cols)
 {
-    const std::int32_t keptRows = std::min(rows, array.Rows()), keptCols = std::min(cols, array.Cols());
-    for (std::int32_t r = 0; r < keptRows; ++r) {
-        const double* source = array.Row(r);
-        for (std::int64_t c = 0; c < keptCols; ++c) a[r + rows * c] = source[c];
+    const std::int64_t held = a.cells();
+    for (std::int64_t c = 0; c < std::min(cols, array.Cols()); ++c) {
+        const std::int32_t kept = detail::heldRows(held, rows, c, std::min(rows, array.Rows()));
+        for (std::int32_t r = 0; r < kept; ++r) a[r + rows * c] = array.Row(r)[c];
     }
 }
 
@@ -82,8 +82,9 @@ Matrix::Matrix(Matrix&& matrix) noexcept
 {
 }
 
-Matrix::Matrix(Uninitialised, std::int32_t rows, std::int32_t cols)
-    : mRows(rows), mCols(cols), mCells(detail::cellCount(rows, cols)), a(mCells)
+Matrix::Matrix(Uninitialised, std::int64_t rows, std::int64_t cols)
+    : Matrix(Block<double>(detail::resultCells(rows, cols)), static_cast<std::int32_t>(rows),
+             static_cast<std::int32_t>(cols))
 {
 }
 
@@ -111,10 +112,12 @@ void Matrix::readRowMajor(std::span<const double> array)
 {
     if (array.empty()) throw IndexOutOfRangeException();
     const std::size_t wanted = std::min(array.size(), static_cast<std::size_t>(mCells));
+    const std::int64_t held = a.cells();
     std::size_t used = 0;
     for (std::int32_t r = 0; r < mRows; ++r) {
         for (std::int64_t c = 0; c < mCols; ++c) {
-            a[r + mRows * c] = array[used++];
+            const double value = array[used++];
+            if (r + mRows * c < held) a[r + mRows * c] = value;
             if (used >= wanted) return;
         }
     }
@@ -141,9 +144,14 @@ void Matrix::Cols(std::int32_t value)
 
 void Matrix::Resize(std::int32_t rows, std::int32_t cols)
 {
+    resizeTo(rows, cols, [](auto r, auto c) { return detail::cellCount(r, c); });
+}
+
+void Matrix::resizeTo(std::int32_t rows, std::int32_t cols, CellCount count)
+{
     if (rows == mRows && cols == mCols) return;
     detail::requireSizes(rows, cols);
-    Matrix fresh(detail::resized(cells(), mRows, mCols, rows, cols), rows, cols);
+    Matrix fresh(detail::resized(cells(), mRows, mCols, rows, cols, count(rows, cols)), rows, cols);
     swap(fresh);
 }
 
@@ -154,7 +162,7 @@ void Matrix::FillRandom(double lowerBound, double upperBound, std::int32_t decim
 
 Matrix detail::DenseAccess::copyOf(const double* source, std::int32_t rows, std::int32_t cols)
 {
-    return adopt(Block<double>::copyOf(source, cellCount(rows, cols)), rows, cols);
+    return adopt(Block<double>::copyOf(source, resultCells(rows, cols)), rows, cols);
 }
 
 } // namespace Velmar::Lintrix

@@ -472,10 +472,13 @@ private:
     friend struct detail::DenseAccess;
 
     struct Uninitialised {};
-    Matrix(Uninitialised, std::int32_t rows, std::int32_t cols);
+    /// A result, all of whose cells are to be written; sizes may be sums of two.
+    Matrix(Uninitialised, std::int64_t rows, std::int64_t cols);
     /// Adopts the block, which holds rows*cols cells.
     Matrix(detail::Block<double>&& block, std::int32_t rows, std::int32_t cols) noexcept;
 
+    using CellCount = std::int32_t (*)(std::int32_t rows, std::int32_t cols);
+    void resizeTo(std::int32_t rows, std::int32_t cols, CellCount count);
     void swap(Matrix& other) noexcept;
     void readRowMajor(std::span<const double> array);
     template <class Function>

@@ -105,7 +105,7 @@ Matrix Matrix::applied(Function function) const
 {
     Matrix result(*this);
     double* x = result.cells();
-    for (std::int32_t k = 0; k < mCells; ++k) x[k] = function(x[k], k);
+    for (std::int32_t k = 0; k < result.mCells; ++k) x[k] = function(x[k], k);
     return result;
 }
 
@@ -127,12 +127,14 @@ Matrix Matrix::ApplyFunction(const DoubleFunction1Dbl1Int& function, std::int32_
 // By contract (column, row): callers' functions written for that order must keep working.
 Matrix Matrix::ApplyFunction(const DoubleFunction1Dbl2Int& function) const
 {
-    return applied([&](double x, std::int32_t k) { return function(x, k / mRows, k % mRows); });
+    const std::int32_t rows = mRows; // the copy's, whatever the function makes of this object
+    return applied([&](double x, std::int32_t k) { return function(x, k / rows, k % rows); });
 }
 
 Matrix Matrix::ApplyFunction(const DoubleFunction2Dbl2Int& function, double value2) const
 {
-    return applied([&](double x, std::int32_t k) { return function(x, value2, k / mRows, k % mRows); });
+    const std::int32_t rows = mRows;
+    return applied([&](double x, std::int32_t k) { return function(x, value2, k / rows, k % rows); });
 }
 
 // ---- products
@@ -200,7 +202,7 @@ void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, const
 Matrix Matrix::Multiply(double alpha, const Matrix& A, const Matrix& B, double beta, const Matrix& C)
 {
     Matrix R(C);
-    R.Resize(A.mRows, B.mCols);
+    R.resizeTo(A.mRows, B.mCols, [](auto rows, auto cols) { return detail::resultCells(rows, cols); });
     Multiply(alpha, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, B, beta, R);
     return R;
 }

@@ -27,8 +27,8 @@ std::int32_t shorter(std::int32_t cells, std::size_t length)
     return static_cast<std::int32_t>(std::min(static_cast<std::size_t>(cells), length));
 }
 
-// By contract these four use the default text, not that of the row or the column.
-void requireIndex(std::int32_t index, std::int32_t end)
+// Callers compare texts: these four say the default one, not that of the row or the column.
+void requireIndex(std::int32_t index, std::int64_t end)
 {
     if (index < 0 || index >= end) throw IndexOutOfBoundsException();
 }
@@ -102,7 +102,7 @@ Vector Matrix::ColVector(std::int32_t col) const
 
 Vector Matrix::Diagonal() const
 {
-    return DenseAccess::strided(cells(), std::min(mRows, mCols), mRows + 1);
+    return DenseAccess::strided(cells(), std::min(mRows, mCols), std::int64_t{mRows} + 1);
 }
 
 void Matrix::SwapRows(std::int32_t row1, std::int32_t row2)
@@ -142,7 +142,8 @@ std::optional<Matrix> Matrix::Concatenate(const Matrix& A, const Matrix& B, Conc
 {
     if (mode == ConcatenateMode::Horizontally) return Concatenate(A, B);
     if (mode != ConcatenateMode::Vertically) return std::nullopt;
-    Matrix joined(A.mRows + B.mRows, std::max(A.mCols, B.mCols));
+    Matrix joined(Uninitialised{}, std::int64_t{A.mRows} + B.mRows, std::max(A.mCols, B.mCols));
+    joined.Clear();
     detail::copyPart(A.cells(), A.mRows, joined.cells(), joined.mRows, A.mRows, A.mCols);
     detail::copyPart(B.cells(), B.mRows, joined.cells() + A.mRows, joined.mRows, B.mRows, B.mCols);
     return joined;
@@ -150,7 +151,8 @@ std::optional<Matrix> Matrix::Concatenate(const Matrix& A, const Matrix& B, Conc
 
 Matrix Matrix::Concatenate(const Matrix& A, const Matrix& B)
 {
-    Matrix joined(std::max(A.mRows, B.mRows), A.mCols + B.mCols);
+    Matrix joined(Uninitialised{}, std::max(A.mRows, B.mRows), std::int64_t{A.mCols} + B.mCols);
+    joined.Clear();
     detail::copyPart(A.cells(), A.mRows, joined.cells(), joined.mRows, A.mRows, A.mCols);
     detail::copyPart(B.cells(), B.mRows, joined.column(A.mCols), joined.mRows, B.mRows, B.mCols);
     return joined;
@@ -242,8 +244,8 @@ void Matrix::DeleteColumn(std::int32_t column)
 
 void Matrix::InsertRow(std::int32_t index)
 {
-    requireIndex(index, mRows + 1);
-    Matrix fresh(Uninitialised{}, mRows + 1, mCols);
+    requireIndex(index, std::int64_t{mRows} + 1);
+    Matrix fresh(Uninitialised{}, std::int64_t{mRows} + 1, mCols);
     for (std::int32_t j = 0; j < mCols; ++j) {
         double* gap = std::copy_n(column(j), index, fresh.column(j));
         *gap = 0.0;
@@ -254,8 +256,8 @@ void Matrix::InsertRow(std::int32_t index)
 
 void Matrix::InsertColumn(std::int32_t index)
 {
-    requireIndex(index, mCols + 1);
-    Matrix fresh(Uninitialised{}, mRows, mCols + 1);
+    requireIndex(index, std::int64_t{mCols} + 1);
+    Matrix fresh(Uninitialised{}, mRows, std::int64_t{mCols} + 1);
     double* gap = std::copy(cells(), column(index), fresh.cells());
     double* behind = std::fill_n(gap, mRows, 0.0);
     std::copy(column(index), column(mCols), behind);

@@ -53,6 +53,7 @@ void toMaximumOne(const Line& x)
 
 void normalize(const Line& x, NormalizeMode mode)
 {
+    if (x.n == 0) return; // a column without rows has no largest cell
     if (mode == NormalizeMode::ZScores) toZScores(x);
     if (mode == NormalizeMode::UnitLength) toUnitLength(x);
     if (mode == NormalizeMode::MaximumOne) toMaximumOne(x);
@@ -75,12 +76,13 @@ struct PairSums {
 
 // The cross sums P(i, j), i < j, of the p columns of a block, into the upper triangle of `cross` (p x p).
 // Each is one kernel call and they may come in any order: tiles of columns i stay in the second cache
-// together, and are met by groups of columns j that stay in the first.
+// together, and are met by groups of columns j that stay in the first. Without rows, n = 0, the sums are 0.
 void fillCrossSums(const double* cells, std::int64_t n, std::int64_t p, double* cross)
 {
     constexpr std::int64_t kTileCells = 65536, kGroupCells = 3072; // 512 KiB, 24 KiB
-    const std::int64_t tile = std::max<std::int64_t>(1, kTileCells / n);
-    const std::int64_t group = std::max<std::int64_t>(1, kGroupCells / n);
+    const std::int64_t height = std::max<std::int64_t>(1, n);
+    const std::int64_t tile = std::max<std::int64_t>(1, kTileCells / height);
+    const std::int64_t group = std::max<std::int64_t>(1, kGroupCells / height);
     const auto fill = [&](std::int64_t iFirst, std::int64_t iEnd, std::int64_t jFirst, std::int64_t jEnd) {
         for (std::int64_t i = iFirst; i < std::min(iEnd, jEnd); ++i) {
             for (std::int64_t j = std::max(jFirst, i + 1); j < jEnd; ++j) {

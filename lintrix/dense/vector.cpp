@@ -69,10 +69,13 @@ void Vector::swap(Vector& other) noexcept
     std::swap(a, other.a);
 }
 
-Vector detail::DenseAccess::strided(const double* source, std::int32_t size, std::int32_t step)
+// A step past 32 bits, that of the diagonal below INT32_MAX rows, is never taken: two cells so far apart are
+// in no block.
+Vector detail::DenseAccess::strided(const double* source, std::int32_t size, std::int64_t step)
 {
     Block<double> fresh(size);
-    blas::copy(size, source, step, fresh.get(), 1);
+    blas::copy(size, source, static_cast<std::int32_t>(std::min<std::int64_t>(step, INT32_MAX)), fresh.get(),
+               1);
     return adopt(std::move(fresh), size);
 }
 

@@ -106,7 +106,7 @@ Vector Vector::applied(Function function) const
 {
     Vector result(*this);
     double* x = result.cells();
-    for (std::int32_t i = 0; i < mCells; ++i) x[i] = function(x[i], i);
+    for (std::int32_t i = 0; i < result.mCells; ++i) x[i] = function(x[i], i);
     return result;
 }
 

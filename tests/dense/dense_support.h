@@ -132,6 +132,17 @@ void expectRefusedAfterAllocation(const std::string& text, Operation operation)
     EXPECT_THROW(operation(), NotEnoughMemoryException);
 }
 
+/// `operation` has a result of more than 2^31 - 1 cells: the allocator refuses it, and nothing is left
+/// behind.
+template <class Operation>
+void expectRefusedByTheAllocator(Operation operation)
+{
+    const std::int64_t before = TrellConfiguration::TotalMemory();
+    EXPECT_THAT(operation, ::testing::ThrowsMessage<NotEnoughMemoryException>(
+                               "There is not enough memory to continue the execution."));
+    EXPECT_EQ(TrellConfiguration::TotalMemory(), before);
+}
+
 /// `operation` takes `requests` blocks; whichever of them is refused, nothing leaks and `object` keeps its
 /// block and its cells.
 template <class Dense, class Operation>

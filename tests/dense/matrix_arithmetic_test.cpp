@@ -709,6 +709,33 @@ TEST(MatrixArithmetic, TypeOfTheConstantChoosesTheFormButNotTheResult)
     EXPECT_TRUE(identical(A.ApplyFunction(placedAndScaled, 2), {{2, 14}}));
 }
 
+// The copy stands from the start: what the function makes of the operand neither adds cells nor moves
+// indices.
+TEST(MatrixArithmetic, ApplyFunctionGoesByTheCopyWhateverTheFunctionMakesOfTheOperand)
+{
+    for (const std::int32_t size : {1, 300}) {
+        SCOPED_TRACE(size);
+        Matrix A{{1, 2, 3}, {4, 5, 6}};
+        const auto resizing = [&](double x) {
+            A.Resize(size, size);
+            return 2 * x;
+        };
+        EXPECT_TRUE(identical(A.ApplyFunction(resizing), {{2, 4, 6}, {8, 10, 12}}));
+        Matrix B{{1, 2, 3}, {4, 5, 6}};
+        const auto placing = [&](double x, int index1, int index2) {
+            B.Resize(size, size);
+            return placed(x, index1, index2);
+        };
+        EXPECT_TRUE(identical(B.ApplyFunction(placing), {{100, 210, 320}, {401, 511, 621}}));
+        Matrix C{{1, 2, 3}, {4, 5, 6}};
+        const auto placingAndScaling = [&](double x, double factor, int index1, int index2) {
+            C.Resize(size, size);
+            return placedAndScaled(x, factor, index1, index2);
+        };
+        EXPECT_TRUE(identical(C.ApplyFunction(placingAndScaling, 100.0), {{100, 210, 320}, {401, 511, 621}}));
+    }
+}
+
 TEST(MatrixArithmetic, FailureOfTheFunctionTravelsOutAndNothingIsLost)
 {
     const Matrix A = counted(2, 3);
@@ -756,6 +783,18 @@ TEST(MatrixArithmetic, EachOperationTakesItsBlocksAndLeaksNoneWhenOneIsRefused)
     expectAllocations(0, A, [&] { Matrix::Multiply(1.0, N, A, N, A, 0.0, C); });
     Vector y = counted(3);
     expectAllocations(0, A, [&] { Matrix::Multiply(1.0, N, A, x, 0.0, y); });
+}
+
+// ---- results that no block holds
+
+TEST(MatrixArithmetic, ProductsOfMoreCellsThanABlockHoldsAreRefused)
+{
+    const Matrix column(65536, 1), row(1, 65536), tall(65537, 1), smallest(1, 1);
+    expectRefusedByTheAllocator([&] { column* row; });
+    expectRefusedByTheAllocator([&] { tall* row; });
+    expectRefusedByTheAllocator([&] { column.Times(row); });
+    expectRefusedByTheAllocator([&] { Matrix::Multiply(1.0, column, row, 0.0, smallest); });
+    expectRefusedByTheAllocator([&] { Matrix::Multiply(1.0, tall, row, 1.0, smallest); });
 }
 
 } // namespace

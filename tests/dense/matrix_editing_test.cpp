@@ -886,5 +886,45 @@ TEST(MatrixEditing, DeletingToTheLastRowKeepsTheRightOne)
     EXPECT_TRUE(identical(A, Matrix{{2}}));
 }
 
+// ---- sizes past 32 bits
+
+TEST(MatrixJoining, ResultsOfMoreCellsThanABlockHoldsAreRefused)
+{
+    const Matrix column(65536, 1), row(1, 65536);
+    expectRefusedByTheAllocator([&] { Matrix::Concatenate(column, row); }); // 65536 x 65537
+    expectRefusedByTheAllocator(
+        [&] { Matrix::Concatenate(row, column, ConcatenateMode::Vertically); }); // 65537 x 65536
+}
+
+// What the hardened build refuses to make: rows times columns wraps to 0, or to 1.
+TEST(MatrixJoining, SizesWhoseSumPassesTheLargestAreRefused)
+{
+    const auto halfOfAll = [] { return Matrix(1 << 30, 4); };
+    if constexpr (detail::kHardened) {
+        EXPECT_THROW(halfOfAll(), InvalidOperationException);
+    } else {
+        const Matrix A = halfOfAll(), wide(4, 1 << 30);
+        expectRefusedByTheAllocator([&] { Matrix::Concatenate(A, A, ConcatenateMode::Vertically); });
+        expectRefusedByTheAllocator([&] { Matrix::Concatenate(wide, wide); });
+    }
+}
+
+TEST(MatrixInserting, ARowOrColumnPastTheLargestSizeIsRefused)
+{
+    const auto largest = [] { return Matrix(INT32_MAX, INT32_MAX); };
+    if constexpr (detail::kHardened) {
+        EXPECT_THROW(largest(), InvalidOperationException);
+    } else {
+        Matrix A = largest();
+        for (const std::int32_t index : {0, 7, INT32_MAX}) {
+            expectRefusedByTheAllocator([&] { A.InsertRow(index); });
+            expectRefusedByTheAllocator([&] { A.InsertColumn(index); });
+        }
+        EXPECT_THAT([&] { A.InsertRow(-1); }, ThrowsMessage<IndexOutOfBoundsException>(kIndex));
+        EXPECT_EQ(A.Rows(), INT32_MAX);
+        EXPECT_EQ(A.Cols(), INT32_MAX);
+    }
+}
+
 } // namespace
 } // namespace Velmar::Lintrix

@@ -803,5 +803,32 @@ TEST(MatrixStatistics, ReleasedMatrixIsRefusedWhenHardened)
     }
 }
 
+// ---- sizes at both ends
+
+TEST(MatrixStatistics, ResultsOfMoreCellsThanABlockHoldsAreRefused)
+{
+    for (const std::int32_t cols : {46341, 65536, 65537}) {
+        const Matrix row(1, cols);
+        expectRefusedByTheAllocator([&] { row.CovarianceMatrix(); });
+        expectRefusedByTheAllocator([&] { row.CorrelationMatrix(); });
+    }
+}
+
+// The sums are empty and the divisor is 0.
+TEST(MatrixStatistics, AMatrixWithoutRowsHasTheFormulasOfEmptySums)
+{
+    Matrix none = Vector(std::vector<double>{}).ToMatrix();
+    EXPECT_TRUE(std::isnan(none.CovarianceMatrix()(0, 0)));
+    EXPECT_EQ(none.CorrelationMatrix()(0, 0), 1.0);
+    EXPECT_TRUE(std::isnan(none.ColCovariance(0, 0)));
+    EXPECT_EQ(none.ColSum(0), 0.0);
+    EXPECT_EQ(none.Trace(), 0.0);
+    for (const NormalizeMode mode : kModes) {
+        none.NormalizeCols(mode);
+        none.NormalizeRows(mode);
+        EXPECT_EQ(none.Rows(), 0);
+    }
+}
+
 } // namespace
 } // namespace Velmar::Lintrix

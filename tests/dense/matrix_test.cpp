@@ -189,6 +189,29 @@ TEST(Matrix, ResizeToAProductThatWrapsFollowsTheConstructors)
     }
 }
 
+// The block of such a matrix is shorter than its sizes tell: what stands past its end is not there to be
+// written.
+TEST(Matrix, CellsPastAWrappedBlockAreNotWritten)
+{
+    const Array2D<double> array{{1, 2, 3}, {4, 5, 6}};
+    if constexpr (detail::kHardened) {
+        expectRefusedUnallocated<InvalidOperationException>(kTooManyCells,
+                                                            [&] { Matrix(array, 65536, 65536); });
+        expectRefusedUnallocated<InvalidOperationException>(kTooManyCells,
+                                                            [&] { Matrix(kFour, 65537, 65536); });
+        return;
+    }
+    const Matrix fromArray(array, 65536, 65536), fromRows(kFour, 65537, 65536); // 0 cells, 65536 cells
+    EXPECT_EQ(fromArray(0, 0), 1.0);
+    EXPECT_EQ(fromArray(1, 0), 4.0);
+    EXPECT_EQ(fromRows(0, 0), 1.0);
+    EXPECT_EQ(detail::DenseAccess::count(fromRows), 65536);
+    Matrix row(1, 65536, 5.0);
+    row.Resize(65537, 65536);
+    EXPECT_EQ(detail::DenseAccess::count(row), 65536);
+    EXPECT_EQ(row(0, 0), 5.0);
+}
+
 // ---- construction: diagonal
 
 TEST(Matrix, DiagonalOfATallMatrixIsItsMainDiagonal)

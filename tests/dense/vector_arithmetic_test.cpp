@@ -308,6 +308,20 @@ TEST(VectorArithmetic, IndexedFormsOfVectorAndMatrixPassDifferentIntegers)
     EXPECT_THAT(blockOf(x.ToMatrix().ApplyFunction(placed)), ElementsAre(0, 1)); // column, row
 }
 
+// The copy stands from the start: what the function makes of the operand adds and drops no elements.
+TEST(VectorArithmetic, ApplyFunctionGoesByTheCopyWhateverTheFunctionMakesOfTheOperand)
+{
+    for (const std::int32_t size : {1, 10000}) {
+        SCOPED_TRACE(size);
+        Vector x{1, 2, 3};
+        const auto resizing = [&](double t) {
+            x.Resize(size);
+            return 2 * t;
+        };
+        EXPECT_THAT(blockOf(x.ApplyFunction(resizing)), ElementsAre(2, 4, 6));
+    }
+}
+
 TEST(VectorArithmetic, FailureOfTheFunctionTravelsOutAndNothingIsLost)
 {
     const Vector x = counted(5);

@@ -37,8 +37,8 @@ constexpr std::int32_t wrappingProduct(std::int32_t rows, std::int32_t cols) noe
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(rows) * static_cast<std::uint32_t>(cols));
 }
 
-/// The cell count of a new matrix. By contract a wrapped product is not noticed; the hardened build refuses
-/// it.
+/// The cell count of a matrix whose sizes the caller gives. Callers rely on it that a product which wraps is
+/// taken as it is, so the normal build does not look; the hardened build refuses it.
 inline std::int32_t cellCount(std::int32_t rows, std::int32_t cols)
 {
     if constexpr (kHardened) {
