@@ -20,7 +20,8 @@ namespace Velmar::Lintrix {
 /// A thin front over `pardiso`. The first `Solve` analyses the pattern (fill-reducing order, structure of the
 /// factors), once for the life of the solver; every `Solve` then factorizes and solves. With the strategy
 /// `ComputeWhenNeeded`, which is the default, a later `Solve` with changed values iterates with the old
-/// factors and factorizes anew only where that fails.
+/// factors and factorizes anew only where that fails; where it fails with factors of the matrix as it is now,
+/// the solution is that of `ComputeAlways`.
 ///
 /// The matrix is referenced, not copied: it must outlive the solver. Values may change between calls; the
 /// pattern must not, since it is analysed once. By contract a matrix that is not square is not refused, and

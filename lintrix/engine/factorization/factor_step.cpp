@@ -101,7 +101,7 @@ Failure factorizeAs(const Arguments& call, Handle handle, Timers& timers)
     control[Real::FactorSeconds] = timers.seconds(Timer::NumericFactorization) - before;
     tellPivots(result.pivots, call.iparm, control);
     if (result.failure) return result.failure;
-    keepFactor(handle, call.mnum, rules);
+    keepFactor(call, handle, rules);
     control[Word::IterationBudget] = kBudgetAfterFactorization;
     return {};
 }
