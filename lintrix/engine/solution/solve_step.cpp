@@ -178,6 +178,7 @@ private:
         IterationLayout layout{};
         layout.sums = roundUp(vectors() * std::int64_t{sizeof(T)});
         layout.scalars = layout.sums + roundUp(SparseOperator<T>::workBytes(matrix_, threads_, isExtended()));
+        static_assert(sizeof(GradientScalars) <= sizeof(SquaredScalars<T>));
         const std::int64_t used = layout.scalars + count_ * std::int64_t{sizeof(SquaredScalars<T>)};
         layout.bytes = std::max(used, leastElements() * std::int64_t{sizeof(T)});
         return layout;
@@ -251,7 +252,7 @@ private:
         std::byte* const scalars = block + layout().scalars;
         if constexpr (!kIsComplex<T>) {
             if (improvement_ == Improvement::ConjugateGradient)
-                return conjugateGradient(system, terms, work, reinterpret_cast<double*>(scalars));
+                return conjugateGradient(system, terms, work, reinterpret_cast<GradientScalars*>(scalars));
         }
         return conjugateGradientSquared(system, terms, work, reinterpret_cast<SquaredScalars<T>*>(scalars));
     }

@@ -188,6 +188,21 @@ TEST(HybridPath, IteratingFirstFactorizesOnlyAfterAFailure)
     EXPECT_GT(call.iparm(20), 0);
 }
 
+// Squares of such solutions, or of their corrections, are no doubles any more.
+TEST(HybridPath, AChangedMatrixIsSolvedAtAnyScaleOfItsSolution)
+{
+    for (const auto& [mtype, setting] : {std::pair(11, 61), std::pair(2, 62)}) {
+        for (const double scale : {1e-250, 1e-170, 1e-156, 1e156, 1e170, 1e250}) {
+            SCOPED_TRACE(scale);
+            Hybrid call(mtype, setting);
+            call.change(0.05);
+            for (double& value : call.b) value *= scale;
+            ASSERT_EQ(call.run(23), 0);
+            EXPECT_LT(call.scaledResidual(), setting == 61 ? 1e-11 : 1e-6);
+        }
+    }
+}
+
 /// A call whose iteration fails, and whose direct solution is poor: every pivot is replaced by a larger one,
 /// which makes the factor one of another matrix, and 10^-200 takes more than the largest budget.
 template <class T>
