@@ -31,7 +31,7 @@ double pivotThreshold(const Arguments& call, std::int64_t entries)
     if (classOf(call.mtype) != MatrixClass::Indefinite) return eps;
     const T* const values = static_cast<const T*>(call.a);
     double largest = 0.0;
-    for (std::int64_t k = 0; k < entries; ++k) largest = std::max<double>(largest, magnitude(values[k]));
+    for (std::int64_t k = 0; k < entries; ++k) largest = std::max(largest, modulus(values[k]));
     if (largest == 0.0) largest = 1.0;
     return largest >= 1.0 ? eps / std::sqrt(largest) : eps * std::sqrt(largest);
 }
@@ -103,7 +103,7 @@ Failure factorizeAs(const Arguments& call, Handle handle, Timers& timers)
     control[Real::FactorSeconds] = timers.seconds(Timer::NumericFactorization) - before;
     tellPivots(result.pivots, call.iparm, control);
     if (result.failure) return result.failure;
-    keepFactor(handle, call.mnum, rules);
+    keepFactor(call, handle, rules);
     control[Word::IterationBudget] = kBudgetAfterFactorization;
     return {};
 }

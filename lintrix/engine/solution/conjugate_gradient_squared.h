@@ -22,7 +22,8 @@ template <class T>
 struct SquaredScalars {
     IterationScalar<T> rho;  ///< (shadow, z)
     IterationScalar<T> step; ///< alpha of this iteration
-    double startNorm;        ///< ||x|| at the start, or infinite once below the tolerance
+    double startNorm;        ///< ||x|| at the start
+    bool finished;           ///< below the tolerance, and left alone while others go on
 };
 
 /// Solves op(A) X = B from the start that X brings, all right-hand sides at once, for any matrix near M.

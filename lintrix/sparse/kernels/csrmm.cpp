@@ -20,7 +20,7 @@ template <class Cell>
 struct Product {
     int m, n, k; // A is m x k; B and C have n columns
     Cell alpha, beta;
-    CompressedRows<Cell> A;
+    CompressedRowsView<Cell> A;
     Panel<const Cell> B;
     Panel<Cell> C;
 
