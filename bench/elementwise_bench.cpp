@@ -69,7 +69,7 @@ void negate(benchmark::State& state)
         [](const Operands& o, int r, int c) { return -o.A(r, c); });
 }
 
-// A copy, then dscal on it: four streams by contract.
+// A copy, then dscal on it: four streams, since callers rely on the bits of both.
 void scale(benchmark::State& state)
 {
     against_copy(

@@ -27,18 +27,15 @@ enum class PardisoParameter : int {
     Threads = 3,
     /// In, solve: 10 L + K. K = 0 solves directly. With K = 1 (conjugate gradients squared) or 2 (conjugate
     /// gradients, which is for symmetric matrices; complex types take K = 1) an iteration follows that has
-    /// the
-    /// stored factor for preconditioner, down to 10^-L, or 1e-12 with L = 0; nothing
-    /// is refined, and phases 22 and 23 replace a stored factor only after an iteration has failed or, K
-    /// being
-    /// positive, where a new one would be cheap beside the iterations. Default 0.
+    /// the stored factor for preconditioner, down to 10^-L, or 1e-12 with L = 0; nothing is refined, and
+    /// phases 22 and 23 replace a stored factor only after an iteration has failed or, K being positive,
+    /// where a new one would be cheap beside the iterations. Default 0.
     IterativePath = 4,
     /// In, analysis: 0 computes the order of elimination, 1 takes it from `perm`, 2 computes it and copies it
     /// into `perm`. Default 0, in which `perm` is not touched.
     PermutationUse = 5,
     /// In, solve: 0 the solution goes to `x`, 1 to `b`, and `x` is work all the same. Default 0. Other
-    /// numbers
-    /// are refused at every phase above 0.
+    /// numbers are refused at every phase above 0.
     SolutionPlace = 6,
     /// Out, solve: refinement steps done. Default 0.
     RefinementSteps = 7,
@@ -48,42 +45,38 @@ enum class PardisoParameter : int {
     /// Zeroed by the defaults, otherwise neither read nor written.
     Unread9 = 9,
     /// In, factorization: p. A pivot of magnitude 10^-p or less is perturbed to that size, in mtype 11, 13
-    /// and
-    /// -2, -4, 6; for the latter 10^-p is divided by the square root of the largest entry, or multiplied by
-    /// it
-    /// where that is below 1. 0 stands for 13 and 8. The other types perturb nothing. Default 13, 0, 8, 13.
+    /// and -2, -4, 6; for the latter 10^-p is divided by the square root of the largest entry, or multiplied
+    /// by it where that is below 1. 0 stands for 13 and 8. The other types perturb nothing. Default 13, 0, 8,
+    /// 13.
     PivotExponent = 10,
     /// In, analysis: not 0 scales rows and columns by what the matching found, so it needs Matching. Default
-    /// 0,
-    /// 0, 0, 1.
+    /// 0, 0, 0, 1.
     Scaling = 11,
     /// In, solve: 1 solves with the transpose; types that store a triangle ignore it. Out: -1 when the matrix
     /// was taken for a diagonal one; while it reads -1, calls with another matrix return without work, phase
-    /// -1
-    /// among them, so store 0 before. Default 0.
+    /// -1 among them, so store 0 before. Default 0.
     Transpose = 12,
     /// In, analysis: 0 none; 1 and 2 two forms of the weighted matching, for mtype 11, 13, -2, -4 and 6; the
     /// analysis then reads `a`. Default 0, 0, 0, 1.
     Matching = 13,
     /// Out, factorization: pivots perturbed. Above 0 the factor is that of a matrix nearby, see `pardiso`.
-    /// In,
-    /// phase 33: a positive number replaces the count that decides on refinement, and one that is minus that
-    /// count clears both. Default 0.
+    /// In, phase 33: a positive number replaces the count that decides on refinement, and one that is minus
+    /// that count clears both. Default 0.
     PerturbedPivots = 14,
     AnalysisPeak = 15, ///< Out, each call: kilobytes that the analysis took at its peak; 0 after phase -1.
     AnalysisKept = 16, ///< Out, each call: kilobytes that it keeps; 0 after phase -1.
     FactorMemory = 17, ///< Out, each call: kilobytes of a factor and the work of a solve; 0 after phase -1.
-    /// In, analysis: a negative number asks. Out: entries stored in L and U. Default -1.
+    /// In, analysis: a negative number asks. Out: elements stored for L and U, whole diagonal blocks among
+    /// them; types of the triangle count 1 for U. Default -1.
     FactorNonZeros = 18,
     /// In, analysis: a negative number asks, and so does `msglvl`. Out: floating-point operations of a
     /// factorization, in whole 10^9. Default -1.
     Gigaflops = 19,
-    /// Out, solve: of the iteration of IterativePath its number of steps, or, negative, how it failed: status
-    /// -
-    /// 10 steps, of which -1 is divergence, -2 slow convergence, -3 the end of the budget, -4 a breakdown; -5
-    /// alone a solve too fast for an iteration to pay; -34 alone says that two steps of refinement ran
-    /// unasked.
-    /// In, phases 22 and 23 with IterativePath: a negative number has a new factor made. Default 0.
+    /// Out, solve: of the iteration of IterativePath its number of steps, or, negative, how it failed: the
+    /// status minus ten times the steps, where -1 is divergence, -2 slow convergence, -3 the end of the
+    /// budget, -4 a breakdown. -5 alone is a solve too fast for an iteration to pay; -34 alone says that two
+    /// steps of refinement ran unasked. In, phases 22 and 23 with IterativePath: a negative number has a new
+    /// factor made. Default 0.
     IterationResult = 20,
     /// In, factorization, mtype -2, -4, 6: 0 pivots of one column alone, else of one and two columns
     /// (Bunch-Kaufman), within a supernode. Default 0, 0, 1, 0.
@@ -95,8 +88,7 @@ enum class PardisoParameter : int {
     Unread25 = 25,       ///< As Unread9.
     RefinementOff = 26,  ///< In, solve: not 0 never refines, whatever RefinementLimit says. No default.
     /// In, phases above 0: not 0 checks row starts and columns first. Out: 0 once they have passed. No
-    /// default;
-    /// the hardened build always checks.
+    /// default; the hardened build always checks.
     MatrixCheck = 27,
     /// In, analysis: 1 has `a`, `b` and `x` hold single precision until the next analysis. No default.
     SinglePrecision = 28,
@@ -165,17 +157,15 @@ private:
 ///                (-3); what iparm(5) = 2 has written can be read again
 /// @param nrhs    number of right-hand sides; at least 1 for phase 33
 /// @param iparm   64 parameters, in and out: PardisoParameter
-/// @param msglvl  0 silent; else failures and the percentage of the factorization are told on standard
-/// output,
-///                positive also statistics; 2 and no other value also the engine's version
+/// @param msglvl  0 silent; else standard output is told of failures and of the percentage of each
+///                factorization, if positive also of statistics, if exactly 2 also of the engine's version
 /// @param b, x    right-hand sides and solutions, column after column, n apart, elements as in `a`; with
 ///                iparm(6) = 1 the solution is in `b` and `x` is work. Only solves look at them
 /// @param error   how the call ended:
 ///                -   0 success; see below what it does not say
 ///                -  -1 an argument, iparm(2) or iparm(6) is out of bounds or does not fit what is stored,
-///                the
-///                      pattern did not pass its check, or a step is asked for before the analysis. Nothing
-///                      was worked out; an analysis has by then given up what there was
+///                      the pattern has not passed its check, or a step is asked for before the analysis.
+///                      Nothing was worked out; an analysis has by then given up what there was
 ///                -  -2 no memory. After a factorization iparm(30) is the code of the block
 ///                -  -3 the ordering or the symbolic factorization failed, as with a `perm` that is none
 ///                -  -4 numeric: iparm(30) is the column of the factor, from 1, whose pivot cannot be used

@@ -233,7 +233,7 @@ TEST(Phases, ApplyDefaultsWhenTheFirstParameterIsZero)
     EXPECT_EQ(call.iparm(10), 8);
     EXPECT_EQ(call.iparm(21), 1);
     const ControlBlock& control = Handle(call.pt.data()).control();
-    EXPECT_EQ(control[WideWord::UpperElements], 1); // by contract, for the U that is not there
+    EXPECT_EQ(control[WideWord::UpperElements], 1); // for the U that is not there
     EXPECT_EQ(call.iparm(18), control[WideWord::LowerElements] + 1);
 }
 

@@ -164,7 +164,7 @@ TEST(SparseSvdLimits, AllocationThatFailsInTheFirstPassLeavesNothingBehind)
     EXPECT_GT(requests, 15);
 }
 
-// ---- later passes resize blocks; the memory total is then wrong by contract, so blocks are counted instead
+// ---- later passes resize blocks; the memory total is then too low, so blocks are counted instead
 
 std::atomic<int> liveBlocks{0}, budget{0};
 

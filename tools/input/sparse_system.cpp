@@ -76,7 +76,7 @@ double bytesBefore(const MatrixMarketHeader& matrix, double rightHands, bool com
            matrix.rows * (16.0 + 3.0 * cell * (rightHands + 1.0));
 }
 
-// The direct solver takes a matrix with one element a row for a diagonal one, and by contract refuses fewer;
+// The direct solver takes a matrix with one element a row for a diagonal one, and refuses fewer;
 // its check of the arrays, which the hardened build always makes, refuses empty rows.
 template <class Cell>
 bool isTooSparse(const CompressedRows<Cell>& matrix)

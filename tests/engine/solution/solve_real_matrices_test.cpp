@@ -92,7 +92,7 @@ TEST(SolveOfARealMatrixWithPoorPivots, GainsADigitAStep)
     EXPECT_LT(call.scaledResidual(), 1e-12);
 }
 
-// By contract the number that the iteration carries along decides, not the true residual.
+// The number that the iteration carries along decides, not the true residual.
 TEST(SolveOfARealMatrixWithPoorPivots, TellsHowItsIterationEnded)
 {
     for (const char* const file : {"jagmesh7.mtx", "plskz362.mtx", "curtis54.mtx", "sphere2.mtx"}) {
