@@ -19,7 +19,8 @@ struct Topology {
 };
 
 /// The topology of this machine, found once. Only a process that may run on every processor of its system
-/// gets the counts: one that was confined to some of them knows the OpenMP runtime's logical count alone.
+/// gets the counts: one that was confined to some of them knows the OpenMP runtime's logical count alone. A
+/// thread that the OpenMP runtime or the program has bound confines no process.
 /// Cost: one load after the first call; the first takes milliseconds.
 LINTRIX_TESTABLE const Topology& machineTopology();
 

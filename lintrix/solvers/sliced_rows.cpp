@@ -1,6 +1,7 @@
 #include <lintrix/solvers/sliced_rows.h>
 
 #include <lintrix/services/dispatch.h>
+#include <lintrix/services/team.h>
 #include <lintrix/services/threads.h>
 
 #include <algorithm>
@@ -141,11 +142,10 @@ void SlicedRows::multiply(const double* x, double* y) const
         const auto group = static_cast<std::int32_t>(groups() * part / threads);
         return static_cast<std::int32_t>(std::lower_bound(A.starts, A.starts + slices(), group) - A.starts);
     };
-#pragma omp parallel for num_threads(threads) schedule(static, 1)
-    for (int part = 0; part < threads; ++part) {
+    runParts(threads, threads, [&](int part) {
         const std::int32_t last = part + 1 == threads ? slices() : firstSlice(part + 1);
         multiplySlices(A, firstSlice(part), last, x, y);
-    }
+    });
 }
 
 } // namespace Velmar::Lintrix::detail
