@@ -50,8 +50,9 @@ struct Processor {
     InstructionSet kernels = InstructionSet::Sse2; ///< the highest that the library's own kernels may use
 };
 
-/// The class by vendor and feature bits, highest first. By contract the bits count for "GenuineIntel" alone,
-/// and a processor with AVX is Sse42 unless AVX is allowed.
+/// The class by vendor and feature bits, highest first. The bits count for "GenuineIntel" alone, and a
+/// processor with AVX is Sse42 unless AVX is allowed: the class decides on panel widths, so that a change
+/// here would change factors; instruction sets are what the kernels go by.
 LINTRIX_TESTABLE ProcessorClass detectClass(const CpuidFacts& facts, bool avxAllowed) noexcept;
 
 /// The highest instruction set by feature bits, those of any vendor, whose registers the operating system

@@ -153,7 +153,7 @@ TEST(SolveWithPoorPivots, GainsADigitAStep)
     }
 }
 
-// By contract the number that the iteration carries along decides, not the true residual.
+// The number that the iteration carries along decides, not the true residual: callers read iparm(20) by it.
 TEST(SolveOfARealMatrixWithPoorPivots, TellsHowItsIterationEnded)
 {
     for (const char* const file : {"jagmesh7.mtx", "plskz362.mtx", "curtis54.mtx", "sphere2.mtx"}) {
