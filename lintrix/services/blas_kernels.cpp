@@ -1,7 +1,6 @@
 #include <lintrix/services/blas_kernels.h>
 
 #include <lintrix/services/environment.h>
-#include <lintrix/services/service_lock.h>
 
 #include <algorithm>
 #include <array>
@@ -82,11 +81,9 @@ BlasKernelControl blasKernelControl() noexcept
 
 const BlasKernels& blasKernels()
 {
-    static constinit FoundOnce<BlasKernels> kernels;
-    return kernels.get([] {
-        return adjustBlasKernels(blasKernelControl(), detectInstructionSet(readCpuid()),
-                                 __libc_single_threaded != 0);
-    });
+    static const BlasKernels kernels = adjustBlasKernels(
+        blasKernelControl(), detectInstructionSet(readCpuid()), __libc_single_threaded != 0);
+    return kernels;
 }
 
 } // namespace Velmar::Lintrix::detail

@@ -52,7 +52,8 @@ struct Processor {
 
 /// The class by vendor and feature bits, highest first. The bits count for "GenuineIntel" alone, and a
 /// processor with AVX is Sse42 unless AVX is allowed. The class chooses panel widths, and with them the bits
-/// of a factor, so it does not follow what newer processors can do.
+/// of a factor, so it does not follow what newer processors can do; instruction sets are what the kernels go
+/// by.
 LINTRIX_TESTABLE ProcessorClass detectClass(const CpuidFacts& facts, bool avxAllowed) noexcept;
 
 /// The highest instruction set by feature bits, those of any vendor, whose registers the operating system

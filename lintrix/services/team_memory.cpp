@@ -11,7 +11,7 @@ namespace Velmar::Lintrix::detail {
 
 namespace {
 
-constexpr std::size_t kRecords = 16384;                    // bytes a thread, for what the runtime notes of it
+constexpr std::size_t kRecords = 16384; // bytes a thread, for what the runtime notes of it
 constexpr std::size_t kBlasBuffer = std::size_t{136} << 20; // address space a thread that OpenBLAS takes, or
                                                             // waits for without end
 

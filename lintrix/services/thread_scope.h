@@ -21,4 +21,17 @@ private:
     int callersCount_; ///< 0: the runtime's setting agreed and was left alone
 };
 
+/// While it lives, BLAS and LAPACK run on the calling thread alone, as they do in a team: for work that has
+/// been dealt out and whose bits must not hang on how many parts there were.
+class LINTRIX_TESTABLE SequentialBlasScope {
+public:
+    SequentialBlasScope() noexcept;
+    ~SequentialBlasScope();
+    SequentialBlasScope(const SequentialBlasScope&) = delete;
+    SequentialBlasScope& operator=(const SequentialBlasScope&) = delete;
+
+private:
+    bool outer_; ///< another one lives around it
+};
+
 } // namespace Velmar::Lintrix::detail

@@ -12,6 +12,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <utility>
 
 namespace Velmar::Lintrix {
 
@@ -95,11 +96,18 @@ int domainThreads(Domain domain)
     return threadCount(question);
 }
 
+namespace {
+
+thread_local bool sequentialBlas = false;
+
+} // namespace
+
 // The runtime keeps its maximum per thread, so that setting it here touches no other thread of the program.
 BlasThreadScope::BlasThreadScope() noexcept : callersCount_(0)
 {
     // A team inside a team is never wanted, whatever the dynamic flag says.
-    const int wanted = omp_in_parallel() != 0 ? 1 : affordableTeam(domainThreads(Domain::Blas));
+    const bool alone = sequentialBlas || omp_in_parallel() != 0;
+    const int wanted = alone ? 1 : affordableTeam(domainThreads(Domain::Blas));
     const int current = omp_get_max_threads();
     if (wanted == current) return;
     omp_set_num_threads(wanted);
@@ -109,6 +117,15 @@ BlasThreadScope::BlasThreadScope() noexcept : callersCount_(0)
 BlasThreadScope::~BlasThreadScope()
 {
     if (callersCount_ != 0) omp_set_num_threads(callersCount_);
+}
+
+SequentialBlasScope::SequentialBlasScope() noexcept : outer_(std::exchange(sequentialBlas, true))
+{
+}
+
+SequentialBlasScope::~SequentialBlasScope()
+{
+    sequentialBlas = outer_;
 }
 
 namespace {

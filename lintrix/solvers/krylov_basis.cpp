@@ -2,13 +2,12 @@
 
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/dispatch.h>
+#include <lintrix/services/team.h>
 #include <lintrix/services/threads.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-
-#include <omp.h>
 
 namespace Velmar::Lintrix::detail {
 
@@ -109,11 +108,9 @@ double* atCacheLine(double* cells)
 class Member {
 public:
     /// `sums` has room for two sums a chunk.
-    Member(std::int32_t stride, double* sums, int thread, int threads)
-        : stride_(stride), chunks_(chunksOf(stride)),
-          first_(static_cast<int>(std::int64_t{chunks_} * thread / threads)),
-          last_(static_cast<int>(std::int64_t{chunks_} * (thread + 1) / threads)), sums_(sums),
-          update_(kUpdates.chosen()), alone_(threads == 1)
+    Member(std::int32_t stride, double* sums, const TeamMember& member)
+        : member_(member), stride_(stride), chunks_(chunksOf(stride)), first_(member.shareOf(chunks_).first),
+          last_(member.shareOf(chunks_).behind), sums_(sums), update_(kUpdates.chosen())
     {
     }
 
@@ -129,9 +126,7 @@ public:
             sums[chunk] = update_(begin(chunk + 1) - at, w + at, c, x + at, y + at);
         }
         downwards_ = !downwards_;
-        if (!alone_) {
-#pragma omp barrier
-        }
+        member_.meet();
         double total = sums[0];
         for (int chunk = 1; chunk < chunks_; ++chunk) total += sums[chunk];
         return total;
@@ -145,16 +140,14 @@ public:
     }
 
 private:
-    std::int64_t begin(int chunk) const
-    {
-        return std::min<std::int64_t>(chunk * kChunk, stride_);
-    }
+    std::int64_t begin(int chunk) const { return std::min<std::int64_t>(chunk * kChunk, stride_); }
 
+    TeamMember member_;
     std::int32_t stride_;
     int chunks_, first_, last_;
     double* sums_;
     Update update_;
-    bool alone_, downwards_ = false;
+    bool downwards_ = false;
 };
 
 /// ||w - c*q(j-1) - ...||^2 as told at KrylovBasis::orthonormalize.
@@ -199,19 +192,12 @@ double KrylovBasis::orthonormalize(std::int32_t j, double c) const noexcept
     double* const w = column(j);
     std::fill(w + length_, w + stride_, 0.0);
     double norm = 0.0;
-    const auto work = [&](int thread, int threads) {
-        Member member(stride_, chunkSums_.get(), thread, threads);
+    runTeam(std::min(length_ / kCellsPerThread, domainThreads(Domain::Blas)), [&](const TeamMember& one) {
+        Member member(stride_, chunkSums_.get(), one);
         const double length = std::sqrt(orthogonalize(*this, j, c, member));
         member.scale(w, length_, 1.0 / length);
-        if (thread == 0) norm = length;
-    };
-    const int threads = std::clamp(length_ / kCellsPerThread, 1, domainThreads(Domain::Blas));
-    if (threads == 1) {
-        work(0, 1);
-        return norm;
-    }
-#pragma omp parallel num_threads(threads)
-    work(omp_get_thread_num(), omp_get_num_threads());
+        if (one.thread == 0) norm = length;
+    });
     return norm;
 }
 

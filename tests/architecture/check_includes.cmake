@@ -8,7 +8,7 @@
 # The engine's floors follow the life of a call:
 #   call <- report <- analysis <- factorization <- solution <- the entry at the top
 #   analysis: graph <- ordering, symbolic; matching
-# What the processor has, services alone asks.
+# What the processor has, services alone asks; threads, its teams alone start.
 # The command's rooms: support <- input <- a room for each command <- main.
 # The command and the examples are users like any other: what lintrix/lintrix.h reaches, outside detail/. And it must
 # not reach what is internal beyond doubt.
@@ -94,8 +94,17 @@ function(check_questions_to_the_processor file room)
   endif()
 endfunction()
 
+# Threads are started in one place, which knows how many are worth while.
+function(check_teams file)
+  file(STRINGS "${ROOT}/${file}" lines REGEX "#pragma omp (parallel|for|single|barrier)")
+  if(lines AND NOT file STREQUAL "lintrix/services/team.cpp")
+    complain("${file}: runs a team by itself")
+  endif()
+endfunction()
+
 function(check_file file)
   room_of("${file}" room)
+  check_teams("${file}")
   check_questions_to_the_processor("${file}" "${room}")
   file(STRINGS "${ROOT}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
   foreach(line IN LISTS lines)

@@ -3,6 +3,7 @@
 
 #include "tests/support/sanitized.h"
 #include <lintrix/engine/factorization/supernode_update.h>
+#include <lintrix/engine/pardiso.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/blas_identity.h>
 #include <lintrix/services/blas_kernels.h>
@@ -11,8 +12,10 @@
 #include <lintrix/services/system_allocator.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/services/topology.h>
+#include <lintrix/sparse/kernels/kernels.h>
 
 #include <omp.h>
+#include <sched.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -153,6 +156,64 @@ void answerFused(int)
     say("fused", cells[0] != 0.0 && cells[rows - 1] != 0.0);
 }
 
+/// Binds the first thread to the first of its processors.
+void bindFirstThread(int)
+{
+    cpu_set_t mask;
+    sched_getaffinity(0, sizeof mask, &mask);
+    int first = 0;
+    while (!CPU_ISSET(first, &mask)) ++first;
+    CPU_ZERO(&mask);
+    CPU_SET(first, &mask);
+    if (sched_setaffinity(0, sizeof mask, &mask) != 0) std::abort();
+}
+
+/// A tridiagonal matrix by its upper triangle, as one of type 2 or -2, or a general one with these entries.
+struct Chain {
+    std::vector<int> ia{1}, ja;
+    std::vector<double> a, b, x;
+
+    explicit Chain(int n) : b(static_cast<std::size_t>(n), 1.0), x(b.size(), 0.0)
+    {
+        for (int i = 1; i <= n; ++i) {
+            for (int j = i; j <= std::min(i + 1, n); ++j) {
+                ja.push_back(j);
+                a.push_back(i == j ? 4.0 : 1.0);
+            }
+            ia.push_back(static_cast<int>(ja.size()) + 1);
+        }
+    }
+    int n() const { return static_cast<int>(b.size()); }
+};
+
+/// y := A*x of `n` rows, as a general matrix and as a symmetric one.
+void answerSparseProduct(int n)
+{
+    Chain chain(n);
+    for (const char* const descriptor : {"GUNF", "SUNF"}) {
+        mkl_dcsrmv("N", n, n, 1.0, descriptor, chain.a.data(), chain.ja.data(), chain.ia.data(),
+                   chain.ia.data() + 1, chain.b.data(), 0.0, chain.x.data());
+    }
+}
+
+/// Solves a system of `n` equations by each kind of factorization, with refinement.
+void answerDirectSolve(int n)
+{
+    for (const int mtype : {2, -2, 11, 1}) {
+        Chain chain(n);
+        void* pt[64] = {};
+        int iparm[64] = {1, 2}, error = 0;
+        iparm[7] = 3;
+        iparm[9] = 13;
+        for (const int phase : {13, -1}) {
+            pardiso(pt, 1, 1, mtype, phase, n, chain.a.data(), chain.ia.data(), chain.ja.data(), nullptr, 1,
+                    iparm, 0, chain.b.data(), chain.x.data(), error);
+            if (error != 0) std::abort();
+        }
+        if (mtype == 2) say("engine-threads", iparm[2]);
+    }
+}
+
 int systemCalls = 0;
 
 // A pooled request asks the system for a pool and a padded block, and its repetition for nothing.
@@ -203,6 +264,9 @@ const std::map<std::string, std::function<void(int)>> commands{
     {"processor", answerProcessor},
     {"kernels", answerKernels},
     {"fused", answerFused},
+    {"bind", bindFirstThread},
+    {"sparse-product", answerSparseProduct},
+    {"direct-solve", answerDirectSolve},
     {"pool", answerPool},
     {"topology", answerTopology},
 };

@@ -15,6 +15,7 @@ using namespace Velmar::Lintrix;
 using Velmar::Lintrix::detail::BlasThreadScope;
 using Velmar::Lintrix::detail::Domain;
 using Velmar::Lintrix::detail::domainThreads;
+using Velmar::Lintrix::detail::SequentialBlasScope;
 using Velmar::Lintrix::testing::askProbe;
 using Velmar::Lintrix::testing::ProbeAnswers;
 using Velmar::Lintrix::testing::Variables;
@@ -232,6 +233,27 @@ TEST(BlasThreadScope, AsksForOneThreadInsideAnActiveRegionEvenWithDynamicOff)
         EXPECT_EQ(told[0], 1) << "dynamic " << dynamic;
         EXPECT_EQ(told[1], 1) << "dynamic " << dynamic;
     }
+}
+
+TEST(BlasThreadScope, AsksForOneThreadWithinASequentialScopeOfItsThread)
+{
+    MKL_Set_Dynamic(0);
+    MKL_Set_Num_Threads(3);
+    const auto wanted = [] {
+        const BlasThreadScope scope;
+        return omp_get_max_threads();
+    };
+    {
+        const SequentialBlasScope outer;
+        {
+            const SequentialBlasScope inner;
+        }
+        EXPECT_EQ(wanted(), 1);
+        int elsewhere = 0;
+        std::thread([&] { elsewhere = wanted(); }).join();
+        EXPECT_EQ(elsewhere, 3);
+    }
+    EXPECT_EQ(wanted(), 3);
 }
 
 TEST(BlasThreadScope, FollowsTheBlasDomain)

@@ -189,6 +189,25 @@ TEST(Topology, IsUnknownToAProcessThatMayNotRunEverywhere)
     EXPECT_EQ(confined["logical"], 1);
 }
 
+TEST(Topology, IsKnownAlthoughTheRuntimeBindsItsThreads)
+{
+    const ProbeAnswers plain = askProbe({"set-threads=1000", "threads", "topology"});
+    for (const char* binding : {"true", "close", "spread"}) {
+        const ProbeAnswers bound =
+            askProbe({"set-threads=1000", "threads", "topology"}, {{"OMP_PROC_BIND", binding}});
+        EXPECT_EQ(bound["cores"], plain["cores"]) << binding;
+        EXPECT_EQ(bound["all"], plain["all"]) << binding;
+    }
+}
+
+TEST(Topology, IsKnownAlthoughTheProgramBindsItsFirstThread)
+{
+    const ProbeAnswers plain = askProbe({"set-threads=1000", "threads", "topology"});
+    const ProbeAnswers bound = askProbe({"bind", "set-threads=1000", "threads", "topology"});
+    EXPECT_EQ(bound["cores"], plain["cores"]);
+    EXPECT_EQ(bound["all"], plain["all"]);
+}
+
 TEST(Topology, BoundsAThreadCountOnlyWhereItIsKnown)
 {
     const ProbeAnswers machine = askProbe({"set-threads=1000", "threads", "topology"});

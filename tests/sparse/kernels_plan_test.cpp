@@ -35,7 +35,15 @@ TEST(KernelPlan, OneThreadHasOneBlockOfRows)
 {
     EXPECT_EQ(planRows(1000, 1).count, 1);
     EXPECT_EQ(planRows(1000, 2).count, 2);
-    EXPECT_EQ(planRows(1, 2).count, 2);
+    EXPECT_EQ(planRows(2, 2).count, 2);
+}
+
+// The last block would have them all.
+TEST(KernelPlan, FewerRowsThanThreadsAreNotCut)
+{
+    EXPECT_EQ(planRows(1, 2).count, 1);
+    EXPECT_EQ(planRows(3, 300).count, 1);
+    EXPECT_EQ(planRows(0, 2).count, 1);
 }
 
 TEST(KernelPlan, ColumnsAreCutAboveTwoHundredAThread)

@@ -5,6 +5,8 @@
 #include <lintrix/engine/factorization/panel_solve.h>
 #include <lintrix/engine/factorization/supernode_update.h>
 #include <lintrix/services/lapack.h>
+#include <lintrix/services/team.h>
+#include <lintrix/services/thread_scope.h>
 
 #include <algorithm>
 #include <array>
@@ -13,8 +15,8 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
+#include <optional>
 
-#include <omp.h>
 #include <sched.h>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -345,17 +347,19 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
     if (!team) return {outOfMemory(BlockCode::RealWork, team.missingBytes()), {}};
     if (!team.progress.start()) return {{Error::Numeric, -1}, {}};
     PivotCounts pivots;
-#pragma omp parallel num_threads(plan.threads) if (plan.threads > 1)
-    {
+    const int busy = std::min(plan.threads, static_cast<int>(plan.runs.size()));
+    runTeam(busy, [&](const TeamMember& member) {
+        std::optional<SequentialBlasScope> sequential;
+        if (plan.threads > 1) sequential.emplace();
         Worker<T> worker(plan, rules, values, factor, team);
         if (worker) {
-            worker.work(omp_get_thread_num());
+            worker.work(member.thread);
         } else {
             team.fail(outOfMemory(BlockCode::RealWork, worker.missingBytes()));
         }
 #pragma omp critical(lintrix_engine_pivots)
         pivots += worker.pivots();
-    }
+    });
     if (!team.hasFailed() && !team.progress.end()) team.fail({Error::Numeric, -1});
     return {team.failure(), pivots};
 }

@@ -1,6 +1,7 @@
 #include <lintrix/engine/solution/direct_solve.h>
 
 #include <lintrix/engine/call/scalar.h>
+#include <lintrix/services/team.h>
 
 #include <algorithm>
 #include <complex>
@@ -62,14 +63,15 @@ Frame frameOf(const SystemFrame& frame, bool equations)
                      : Frame{frame.positionOf, {}, frame.columnScale};
 }
 
-// Whether a loop over so many cells repays calling the threads; where blocks keep them busy it does not.
-bool isWorthThreads(std::int64_t cells)
+} // namespace
+
+// One, unless a loop over so many cells repays calling the threads; where blocks keep them busy it does not.
+template <class T>
+int DirectSolve<T>::threadsFor(std::int64_t cells) const
 {
     constexpr std::int64_t kLeastCells = 20000;
-    return cells >= kLeastCells && omp_in_parallel() == 0;
+    return cells >= kLeastCells && omp_in_parallel() == 0 ? threads_ : 1;
 }
-
-} // namespace
 
 template <class T>
 std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const SubstitutionParts& parts,
@@ -89,16 +91,16 @@ void DirectSolve<T>::bring(const T* b, int count, bool permutes, const RightSide
 {
     const int n = factor_.order();
     const Frame frame = frameOf(frame_, !transposed_);
-    const bool splits = threads_ > 1 && isWorthThreads(std::int64_t{n} * count);
-#pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
-    for (int i = 0; i < n; ++i) {
-        T* const to = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
-        for (int c = 0; c < count; ++c) {
-            const T value = b[i + std::ptrdiff_t{n} * c];
-            to[c] = permutes ? frame.scaled(i, value) : value;
+    runRanges(n, threadsFor(std::int64_t{n} * count), [&](int first, int behind) {
+        for (int i = first; i < behind; ++i) {
+            T* const to = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
+            for (int c = 0; c < count; ++c) {
+                const T value = b[i + std::ptrdiff_t{n} * c];
+                to[c] = permutes ? frame.scaled(i, value) : value;
+            }
+            std::fill(to + count, to + y.count, T(0));
         }
-        std::fill(to + count, to + y.count, T(0));
-    }
+    });
 }
 
 template <class T>
@@ -106,14 +108,14 @@ void DirectSolve<T>::takeBack(const RightSides<T>& y, int count, bool permutes, 
 {
     const int n = factor_.order();
     const Frame frame = frameOf(frame_, transposed_);
-    const bool splits = threads_ > 1 && isWorthThreads(std::int64_t{n} * count);
-#pragma omp parallel for schedule(static) num_threads(threads_) if (splits)
-    for (int i = 0; i < n; ++i) {
-        const T* const from = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
-        for (int c = 0; c < count; ++c) {
-            x[i + std::ptrdiff_t{n} * c] = permutes ? frame.scaled(i, from[c]) : from[c];
+    runRanges(n, threadsFor(std::int64_t{n} * count), [&](int first, int behind) {
+        for (int i = first; i < behind; ++i) {
+            const T* const from = y.cells + std::ptrdiff_t{permutes ? frame.position(i) : i} * y.count;
+            for (int c = 0; c < count; ++c) {
+                x[i + std::ptrdiff_t{n} * c] = permutes ? frame.scaled(i, from[c]) : from[c];
+            }
         }
-    }
+    });
 }
 
 template <class T>
@@ -151,12 +153,10 @@ void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
     if (splitsByParts<T>(parts_, threads_, count)) return solveByParts(b, x, count, part);
     const std::ptrdiff_t n = factor_.order();
     const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
-    const int blocks = piecesOf(count, sides), busy = std::min(threads_, blocks);
-#pragma omp parallel for schedule(static, 1) num_threads(busy) if (busy > 1)
-    for (int block = 0; block < blocks; ++block) {
+    runParts(piecesOf(count, sides), threads_, [&](int block) {
         const int first = block * sides, own = std::min(sides, count - first);
         solveBlock(b + n * first, x + n * first, own, part, {work_ + n * taken * block, taken});
-    }
+    });
 }
 
 template class DirectSolve<float>;

@@ -57,6 +57,7 @@ public:
 private:
     void solveByParts(const T* b, T* x, int count, SolvePart part) const;
     void solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const;
+    int threadsFor(std::int64_t cells) const;
     void bring(const T* b, int count, bool permutes, const RightSides<T>& y) const;
     void takeBack(const RightSides<T>& y, int count, bool permutes, T* x) const;
 

@@ -1,5 +1,7 @@
 #include <lintrix/engine/solution/parted_substitution.h>
 
+#include <lintrix/services/team.h>
+
 #include <algorithm>
 #include <complex>
 
@@ -38,8 +40,7 @@ void PartedSubstitution<T>::joinShared() const
 template <class T>
 void PartedSubstitution<T>::forward(bool transposed) const
 {
-#pragma omp parallel for schedule(static, 1) num_threads(parts_.count())
-    for (int part = 0; part < parts_.count(); ++part) forwardPart(part, transposed);
+    runParts(parts_.count(), parts_.count(), [&](int part) { forwardPart(part, transposed); });
     joinShared();
     for (const auto [first, last] : parts_.shared())
         substituteForward(factor_, transposed, y_, {first, last});
@@ -60,8 +61,7 @@ void PartedSubstitution<T>::backward(bool transposed, BeforeTriangle before) con
             substituteBackward(factor_, transposed, y_, {range->first, range->last}, before);
     };
     substitute(parts_.count());
-#pragma omp parallel for schedule(static, 1) num_threads(parts_.count())
-    for (int part = 0; part < parts_.count(); ++part) substitute(part);
+    runParts(parts_.count(), parts_.count(), substitute);
 }
 
 template class PartedSubstitution<float>;

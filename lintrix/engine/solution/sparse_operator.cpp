@@ -1,5 +1,7 @@
 #include <lintrix/engine/solution/sparse_operator.h>
 
+#include <lintrix/services/team.h>
+
 #include <algorithm>
 #include <complex>
 
@@ -20,9 +22,9 @@ Sum productAs(T a, T x) noexcept
 template <class T>
 int SparseOperator<T>::sliceStart(int slice) const
 {
-    if (slice == threads_) return A_.n;
+    if (slice == slices_) return A_.n;
     const std::int64_t entries = std::int64_t{A_.ia[A_.n]} - 1;
-    const std::int64_t before = entries * slice / threads_;
+    const std::int64_t before = entries * slice / slices_;
     const int* const row = std::lower_bound(A_.ia, A_.ia + A_.n, before + 1);
     return static_cast<int>(row - A_.ia);
 }
@@ -71,28 +73,23 @@ void SparseOperator<T>::forEachRow(const T* x, const Finish& finish) const
 {
     const int n = A_.n;
     Sum* const sums = reinterpret_cast<Sum*>(work_);
-#pragma omp parallel num_threads(threads_) if (threads_ > 1)
-    {
-#pragma omp for schedule(static, 1)
-        for (int slice = 0; slice < threads_; ++slice) {
+    runTeam(slices_, [&](const TeamMember& member) {
+        member.takeTurns(slices_, [&](int slice) {
             const int first = sliceStart(slice), last = sliceStart(slice + 1);
-            if (!scatters()) {
-                gatherRows<Sum>(first, last, x, finish);
-            } else {
-                Sum* const own = sums + std::ptrdiff_t{n} * slice;
-                std::fill_n(own, n, Sum(0));
-                scatterRows(first, last, x, own);
-            }
+            if (!scatters()) return gatherRows<Sum>(first, last, x, finish);
+            Sum* const own = sums + std::ptrdiff_t{n} * slice;
+            std::fill_n(own, n, Sum(0));
+            scatterRows(first, last, x, own);
+        });
+        if (!scatters()) return;
+        member.meet();
+        const auto [first, behind] = member.shareOf(n);
+        for (int i = first; i < behind; ++i) {
+            Sum sum = sums[i];
+            for (int slice = 1; slice < slices_; ++slice) sum += sums[i + std::ptrdiff_t{n} * slice];
+            finish(i, sum);
         }
-        if (scatters()) {
-#pragma omp for schedule(static)
-            for (int i = 0; i < n; ++i) {
-                Sum sum = sums[i];
-                for (int slice = 1; slice < threads_; ++slice) sum += sums[i + std::ptrdiff_t{n} * slice];
-                finish(i, sum);
-            }
-        }
-    }
+    });
 }
 
 template <class T>

@@ -5,6 +5,7 @@
 #include <lintrix/engine/call/scalar.h>
 #include <lintrix/services/export.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -41,14 +42,14 @@ public:
 
     /// `work` has workBytes() bytes and the alignment of a block, and belongs to this alone.
     SparseOperator(const CallersMatrix<T>& matrix, int threads, std::byte* work) noexcept
-        : A_(matrix), threads_(threads), work_(work)
+        : A_(matrix), slices_(slicesOf(matrix, threads)), work_(work)
     {
     }
     static std::int64_t workBytes(const CallersMatrix<T>& matrix, int threads, bool extended) noexcept
     {
         const bool scatters = matrix.storage != Storage::General || matrix.transposed;
         const std::int64_t cell = extended ? sizeof(Extended) : sizeof(T);
-        return scatters ? std::int64_t{matrix.n} * threads * cell : 0;
+        return scatters ? std::int64_t{matrix.n} * slicesOf(matrix, threads) * cell : 0;
     }
 
     /// Y := op(A)*X.
@@ -59,6 +60,11 @@ public:
     void extendedResidual(const T* b, const T* x, T* r, int count) const;
 
 private:
+    /// One a thread, and no more than there are rows.
+    static int slicesOf(const CallersMatrix<T>& matrix, int threads) noexcept
+    {
+        return std::clamp(threads, 1, std::max(matrix.n, 1));
+    }
     template <class Sum, class Finish>
     void forEachRow(const T* x, const Finish& finish) const;
     template <class Sum, class Finish>
@@ -70,7 +76,7 @@ private:
     bool scatters() const noexcept { return A_.storage != Storage::General || A_.transposed; }
 
     CallersMatrix<T> A_;
-    int threads_;
+    int slices_;
     std::byte* work_;
 };
 

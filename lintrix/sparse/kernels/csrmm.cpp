@@ -6,6 +6,7 @@
 #include <lintrix/sparse/kernels/scratch.h>
 #include <lintrix/sparse/kernels/thread_plan.h>
 
+#include <lintrix/services/team.h>
 #include <lintrix/services/threads.h>
 
 #include <cstddef>
@@ -42,9 +43,7 @@ void forPanels(int first, int last, Work work)
 template <class Work>
 void forColumnBlocks(const Blocks& blocks, Work work)
 {
-    if (blocks.count == 1) return work(0, blocks.size);
-#pragma omp parallel for num_threads(blocks.count) schedule(static, 1)
-    for (int block = 0; block < blocks.count; ++block) work(blocks.first(block), blocks.last(block));
+    runParts(blocks.count, blocks.count, [&](int block) { work(blocks.first(block), blocks.last(block)); });
 }
 
 /// Columns first .. last-1 of B in panels as wide as a cache line, each copied so that a row of it is one

@@ -6,6 +6,7 @@
 #include <lintrix/sparse/kernels/scratch.h>
 #include <lintrix/sparse/kernels/thread_plan.h>
 
+#include <lintrix/services/team.h>
 #include <lintrix/services/threads.h>
 
 #include <atomic>
@@ -31,15 +32,10 @@ void multiply(const Product<Cell>& p)
 {
     const Blocks blocks = planRows(p.m, MKL_Get_Max_Threads());
     withScaling(p.beta, [&](auto scaled) {
-        if (blocks.count == 1) {
-            gatherRows<1, 2>(p.A, 0, p.m, p.alpha, p.xPanel(), p.yPanel(), scaled);
-            return;
-        }
-#pragma omp parallel for num_threads(blocks.count) schedule(static, 1)
-        for (int block = 0; block < blocks.count; ++block) {
+        runParts(blocks.count, blocks.count, [&](int block) {
             gatherRows<1, 2>(p.A, blocks.first(block), blocks.last(block), p.alpha, p.xPanel(), p.yPanel(),
                              scaled);
-        }
+        });
     });
 }
 
@@ -68,8 +64,8 @@ void symmetricIntoY(const Product<Cell>& p, int rows)
 /// its first row to the end of y, which is cleared and used as far as its rows reach. Each thread takes its
 /// buffers from its own pool, so that the memory is near it.
 ///
-/// Every step is called by all threads of the team and ends with a barrier. The static schedule gives a block
-/// to the same thread in each step.
+/// Every step is called by all threads of the team and ends where they meet. A block falls to the same thread
+/// in each step.
 template <bool Conjugate, class Cell>
 class SymmetricTeam {
 public:
@@ -82,15 +78,14 @@ public:
     bool run()
     {
         if (!shares_.isThere()) return false;
-#pragma omp parallel num_threads(blocks_.count)
-        {
-            takeBuffers();
+        runTeam(blocks_.count, [this](const TeamMember& member) {
+            takeBuffers(member);
             if (complete_) {
-                multiplyBlocks();
-                reduce();
+                multiplyBlocks(member);
+                reduce(member);
             }
-            giveBuffersBack();
-        }
+            giveBuffersBack(member);
+        });
         return complete_;
     }
 
@@ -101,22 +96,21 @@ private:
         int first, last;
     };
 
-    void takeBuffers()
+    void takeBuffers(const TeamMember& member)
     {
-#pragma omp for schedule(static, 1)
-        for (int block = 0; block < blocks_.count; ++block) {
+        member.takeTurns(blocks_.count, [this](int block) {
             const int first = blocks_.first(block);
             const auto bytes = static_cast<std::size_t>(p_.m - first) * sizeof(Cell);
             shares_[block] = {block == 0 ? nullptr : static_cast<Cell*>(poolAllocate(bytes, 128)), first,
                               first};
             if (block != 0 && shares_[block].cells == nullptr) complete_ = false;
-        }
+        });
+        member.meet();
     }
 
-    void multiplyBlocks()
+    void multiplyBlocks(const TeamMember& member)
     {
-#pragma omp for schedule(static, 1)
-        for (int block = 0; block < blocks_.count; ++block) {
+        member.takeTurns(blocks_.count, [this](int block) {
             const int first = blocks_.first(block), last = blocks_.last(block);
             if (block == 0) {
                 symmetricIntoY<Conjugate>(p_, last);
@@ -126,20 +120,19 @@ private:
                                                          Panel<Cell>{share.cells - first, 0},
                                                          [](const Cell&) { return Cell{0.0}; });
             }
-        }
+        });
+        member.meet();
     }
 
-    void reduce()
+    void reduce(const TeamMember& member)
     {
         if (plan_.sharedReduction) {
-#pragma omp for schedule(static, 1)
-            for (int block = 0; block < blocks_.count; ++block) {
-                addShares(blocks_.first(block), blocks_.last(block));
-            }
-        } else {
-#pragma omp single
+            member.takeTurns(blocks_.count,
+                             [this](int block) { addShares(blocks_.first(block), blocks_.last(block)); });
+        } else if (member.thread == 0) {
             addShares(0, p_.m);
         }
+        member.meet();
     }
 
     /// Rows first .. last-1 of y += the shares of blocks 1, 2, ... in this order.
@@ -152,10 +145,9 @@ private:
         }
     }
 
-    void giveBuffersBack()
+    void giveBuffersBack(const TeamMember& member)
     {
-#pragma omp for schedule(static, 1)
-        for (int block = 0; block < blocks_.count; ++block) poolRelease(shares_[block].cells);
+        member.takeTurns(blocks_.count, [this](int block) { poolRelease(shares_[block].cells); });
     }
 
     const Product<Cell>& p_;

@@ -18,10 +18,11 @@ struct Blocks {
     constexpr int last(int block) const noexcept { return block + 1 == count ? size : first(block + 1); }
 };
 
-/// y := A*x, general: one block of rows for each thread.
+/// y := A*x, general: one block of rows for each thread. With fewer rows than threads the last block would
+/// take them all.
 constexpr Blocks planRows(int rows, int threads) noexcept
 {
-    return {rows, threads >= 2 ? threads : 1};
+    return {rows, threads >= 2 && threads <= rows ? threads : 1};
 }
 
 /// C := op(A)*B: one block of columns for each thread, from 200 columns a thread on.

@@ -2,6 +2,7 @@
 
 #include "tests/engine/factorization/factorization_case.h"
 #include "tests/support/failing_allocator.h"
+#include "tests/support/thread_setting.h"
 
 #include <chrono>
 #include <thread>
@@ -97,6 +98,22 @@ TYPED_TEST(Factorization, ABlockThatNeedsPivotsIsSolved)
         EXPECT_LT(c.residualRatio(2), kAcceptable);
         EXPECT_LT(c.residualRatio(2, true), kAcceptable);
     }
+}
+
+// One run of supernodes is one thread's, and BLAS must not take those that are left idle.
+TYPED_TEST(Factorization, AFactorOfOneRunHasTheSameBitsWhateverBlasMayUse)
+{
+    const OwnedGraph graph = randomGraph(240, 100000, 3); // nearly complete
+    const TestMatrix<TypeParam> A(graph.view(), Kind::Hermitian, 300, 17);
+    const FactorRules rules{Method::Cholesky, kIsComplex<TypeParam>, 0.0};
+    const auto factorizeWith = [](FactorizationCase<TypeParam>& factorization, int blasThreads) {
+        const ThreadSetting setting(blasThreads);
+        ASSERT_FALSE(factorization.factorizeIt().failure);
+    };
+    FactorizationCase<TypeParam> one(graph.view(), A, rules, 128, 2), two(graph.view(), A, rules, 128, 2);
+    factorizeWith(one, 1);
+    factorizeWith(two, 2);
+    EXPECT_TRUE(two.hasBitsOf(one));
 }
 
 TYPED_TEST(Factorization, AFactorHasTheSameBitsUnderRandomDelaysAndWithAnyThreads)

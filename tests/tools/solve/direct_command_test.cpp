@@ -191,6 +191,7 @@ TEST(DirectCommand, AFactorizationThatTakesTimeShowsABarAndErasesIt)
     const Scratch scratch;
     const std::string path = scratch.file("cube.mtx", cube(40));
     const Terminal terminal;
+    if (!terminal.fault().empty()) GTEST_SKIP() << terminal.fault();
     Invocation invocation;
     invocation.error = terminal.name();
     invocation.arguments = {"solve", path, "--threads", "1"};

@@ -441,6 +441,7 @@ TEST(SolveCommand, LongWorkShowsALineOnATerminalAndErasesIt)
     for (int i = 0; i < 20; ++i) commented += "%" + std::string(1000000, '-') + "\n";
     commented += "1 1 1\n1 1 1\n";
     const Terminal terminal;
+    if (!terminal.fault().empty()) GTEST_SKIP() << terminal.fault();
     Invocation invocation;
     invocation.error = terminal.name();
 

@@ -3,6 +3,7 @@
 #include <lintrix/engine/analysis/graph/elimination_tree.h>
 #include <lintrix/engine/analysis/graph/postorder.h>
 #include <lintrix/engine/call/memory.h>
+#include <lintrix/services/team.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -118,7 +119,7 @@ Failure columnCounts(const Graph& graph, std::span<const int> parent, int thread
 {
     const auto n = static_cast<int>(parent.size());
     const auto order = Scratch<int>::uninitialised(3 * std::int64_t{n});
-    threads = columnCountThreads(threads, n);
+    threads = std::clamp(columnCountThreads(threads, n), 1, std::max(n, 1));
     auto work = Scratch<int>::uninitialised(std::int64_t{RowSubtrees::kArrays} * threads * n);
     while (!work && threads > 1) {
         threads /= 2;
@@ -130,12 +131,11 @@ Failure columnCounts(const Graph& graph, std::span<const int> parent, int thread
     visits.arrange(parent);
 
     const std::size_t each = static_cast<std::size_t>(RowSubtrees::kArrays) * parent.size();
-#pragma omp parallel for num_threads(threads) schedule(static, 1) if (threads > 1)
-    for (int t = 0; t < threads; ++t) {
+    runParts(threads, threads, [&](int t) {
         const auto bound = [&](int part) { return static_cast<int>(std::int64_t{n} * part / threads); };
         RowSubtrees subtrees(work.span().subspan(each * static_cast<std::size_t>(t), each), n);
         subtrees.count(graph, parent, visits, bound(t), bound(t + 1));
-    }
+    });
     gather(work.span(), threads, parent, count);
     return {};
 }

@@ -1,0 +1,24 @@
+#include <lintrix/services/team.h>
+
+#include <lintrix/services/team_memory.h>
+
+#include <omp.h>
+
+namespace Velmar::Lintrix::detail {
+
+void TeamMember::meet() const noexcept
+{
+    // Alone there may be no region of this library's, and the barrier would be that of the caller's team.
+    if (threads == 1) return;
+#pragma omp barrier
+}
+
+void runTeam(int threads, void (*work)(const void* context, const TeamMember& member), const void* context)
+{
+    const int team = threads > 1 ? affordableTeam(threads) : 1;
+    if (team == 1) return work(context, {0, 1});
+#pragma omp parallel num_threads(team)
+    work(context, {omp_get_thread_num(), omp_get_num_threads()});
+}
+
+} // namespace Velmar::Lintrix::detail

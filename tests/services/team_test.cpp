@@ -1,0 +1,109 @@
+#include "tests/services/probe_runner.h"
+
+#include <lintrix/services/team.h>
+
+#include <gtest/gtest.h>
+#include <omp.h>
+
+#include <atomic>
+#include <numeric>
+#include <vector>
+
+using namespace Velmar::Lintrix::detail;
+using Velmar::Lintrix::testing::askProbe;
+using Velmar::Lintrix::testing::ProbeAnswers;
+
+namespace {
+
+TEST(Team, OfOneIsTheCallerOutsideOfAnyRegion)
+{
+    for (const int threads : {-1, 0, 1}) {
+        int calls = 0;
+        runTeam(threads, [&](const TeamMember& member) {
+            ++calls;
+            EXPECT_EQ(omp_get_level(), 0);
+            EXPECT_EQ(member.thread, 0);
+            EXPECT_EQ(member.threads, 1);
+            member.meet();
+        });
+        EXPECT_EQ(calls, 1) << threads;
+    }
+}
+
+TEST(Team, OfSeveralRunsOnEachOfThem)
+{
+    std::atomic<int> calls{0}, sum{0};
+    runTeam(3, [&](const TeamMember& member) {
+        ++calls;
+        sum += member.thread;
+        EXPECT_EQ(member.threads, omp_get_num_threads());
+    });
+    EXPECT_EQ(sum, calls * (calls - 1) / 2);
+}
+
+TEST(Team, MeetsBeforeAnybodyGoesOn)
+{
+    for (int round = 0; round < 50; ++round) {
+        std::atomic<int> arrived{0};
+        runTeam(4, [&](const TeamMember& member) {
+            ++arrived;
+            member.meet();
+            EXPECT_EQ(arrived, member.threads);
+        });
+    }
+}
+
+// A barrier of a team of one must not be one of the caller's team, whose other threads never come to it.
+TEST(Team, OfOneWithinTheCallersRegionMeetsNobody)
+{
+    std::atomic<int> calls{0};
+#pragma omp parallel num_threads(2)
+    if (omp_get_thread_num() == 0) {
+        runTeam(1, [&](const TeamMember& member) {
+            member.meet();
+            ++calls;
+        });
+    }
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(Team, DoesEachPartOnce)
+{
+    for (const int parts : {0, 1, 2, 7, 100}) {
+        for (const int threads : {1, 2, 5}) {
+            std::vector<std::atomic<int>> done(static_cast<std::size_t>(parts));
+            runParts(parts, threads, [&](int part) { ++done[static_cast<std::size_t>(part)]; });
+            for (const auto& times : done) EXPECT_EQ(times, 1);
+        }
+    }
+}
+
+TEST(Team, CutsARangeIntoAShareForEachThread)
+{
+    for (const int count : {0, 1, 2, 7, 100}) {
+        for (const int threads : {1, 2, 5}) {
+            std::vector<std::atomic<int>> done(static_cast<std::size_t>(count));
+            runRanges(count, threads, [&](int first, int behind) {
+                EXPECT_TRUE(first < behind || count == 0);
+                for (int i = first; i < behind; ++i) ++done[static_cast<std::size_t>(i)];
+            });
+            for (const auto& times : done) EXPECT_EQ(times, 1);
+        }
+    }
+    EXPECT_EQ((TeamMember{1, 2}.shareOf(2147483647).behind), 2147483647);
+}
+
+// The answers of thread control are literal, the teams are not.
+TEST(Team, HasNoMoreThreadsThanThereIsWorkFor)
+{
+    const ProbeAnswers product = askProbe({"set-dynamic=0", "set-threads=300", "sparse-product=3"});
+    EXPECT_LE(product["os-threads"], 3);
+    const ProbeAnswers solve = askProbe({"set-dynamic=0", "set-threads=300", "direct-solve=3"});
+    EXPECT_EQ(solve["engine-threads"], 300);
+    EXPECT_LE(solve["os-threads"], 3);
+    EXPECT_EQ(
+        askProbe({"set-dynamic=0", "set-threads=300", "direct-solve=1", "sparse-product=1"})["os-threads"],
+        1);
+}
+
+} // namespace
