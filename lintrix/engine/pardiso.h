@@ -36,7 +36,7 @@ namespace Velmar::Lintrix {
 /// @param error   0 success; -1 input or phase order; -2 memory; -3 ordering or symbolic factorization;
 ///                -4 numeric: iparm(30) is the column of the factor, from 1, whose pivot cannot be used, -1
 ///                for a stop by the listener, or the code of a refinement or an iteration that failed; -5
-///                unclassified; -6 no perfect matching, iparm(30) is minus the rows matched; -7 diagonal
+///                unclassified; -6 no perfect matching; -7 diagonal
 ///                matrix; -8 32-bit overflow; -9 not enough memory for the out-of-core mode, which this build
 ///                answers to iparm(60) = 2; -10, -11 its files
 ///

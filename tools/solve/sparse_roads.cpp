@@ -176,7 +176,7 @@ std::string whyLeft(Road road, const Outcome<Cell>& outcome, const CompressedRow
     case kNumeric:
         return whyNumeric(road, engine.failing);
     case kUnmatched:
-        return fmt::format("structurally singular: {} of {} rows matched", -engine.failing, matrix.rows());
+        return fmt::format("structurally singular: {} of {} rows matched", engine.failing, matrix.rows());
     case kDiagonal:
         return fmt::format("structurally singular: {} of {} rows matched", nonZeros(matrix.a), matrix.rows());
     case kOverflow:

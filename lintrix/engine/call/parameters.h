@@ -37,7 +37,7 @@ enum class Parameter : int {
     RefinementOff = 26,       ///< in: non-zero switches refinement off
     MatrixCheck = 27,         ///< in: non-zero checks the matrix once; cleared by a pass
     SinglePrecision = 28,     ///< in: 1 selects single precision, at phases 1x
-    FailingEquation = 30,     ///< out: code of a failed factorization or solve; of a matching, minus its size
+    FailingEquation = 30,     ///< out: equation or code of a failed factorization or solve
     CheckFirst = 31,          ///< out: the three numbers of the matrix check's failure
     CheckSecond = 32,         ///<
     CheckThird = 33,          ///<
