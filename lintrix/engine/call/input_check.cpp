@@ -26,8 +26,7 @@ bool parityChanges(int mtype, int stored) noexcept
     return isSymmetricStorage(mtype) != isSymmetricStorage(stored);
 }
 
-/// Phases from 22 on, legal or not, and those that factorize right after the analysis: without an entry of
-/// the table there would be no place for what they make.
+/// Phases from 22 on, legal or not, and those that factorize right after the analysis.
 bool meansFactor(Phase phase) noexcept
 {
     return phase.steps() >= 22 || phase.factorizes();
