@@ -164,8 +164,9 @@ Failure runSteps(Run& run)
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
     if (phase.last() == Step::Reorder) return {};
     const Failure failure = factorizeAndSolve(run);
-    // A factorization without memory, too, tells its code there: callers look for it. It leaves no factor.
-    if (failure.error == Error::Numeric || (failure && !hasFactor(run)))
+    // A factorization without memory, too, has failed: callers find its code there. It leaves no factor.
+    const bool isUnfinished = failure.error == Error::Memory && !hasFactor(run);
+    if (failure.error == Error::Numeric || isUnfinished)
         run.call.iparm[Parameter::FailingEquation] = failure.internal;
     return failure;
 }
@@ -227,7 +228,6 @@ int drive(const Arguments& call, bool singlePrecision)
     Run run{call, Handle(call.pt), singlePrecision, {}};
     if (!run.handle.live() && call.phase.code() == Phase::kRelease) return 0;
     const Failure failure = reported(runPhase(run));
-    if (failure.error == Error::Matching) call.iparm[Parameter::FailingEquation] = failure.internal;
     run.timers.stop();
     writeFigures(run);
     report(run, failure);

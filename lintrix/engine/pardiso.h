@@ -172,8 +172,8 @@ private:
 ///                      (mtype 2 and 4: A is not positive definite); -1 the listener stopped the run; -112
 ///                      refinement does not converge; -2 and -3 an iteration failed, see iparm(20)
 ///                -  -5 unclassified; no step of this build ends so
-///                -  -6 there is no perfect matching: A is singular whatever its values; iparm(30) is minus
-///                      the number of rows that can be matched
+///                -  -6 there is no perfect matching: A is singular whatever its values; AnalysisView tells
+///                      how many rows can be matched
 ///                -  -7 a matrix with as many entries as rows is not diagonal, or has a zero value
 ///                -  -8 a size does not fit 32 bits
 ///                -  -9 iparm(60) asks for files, which this build does not have; -10 and -11 would be theirs

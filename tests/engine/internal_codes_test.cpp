@@ -122,6 +122,25 @@ TEST(InternalCodes, OfUnsortedColumnsTellThePositionAndBothColumns)
     EXPECT_EQ(call.iparm(33), 1);
 }
 
+TEST(InternalCodes, OfOtherFailuresThanNumericOnesAreNotTheFailingEquation)
+{
+    EngineCall fewer(tridiagonal(4)), unmatched(tridiagonal(3)), noOrder(tridiagonal(4));
+    EXPECT_EQ(fewer.run(11), 0);
+    --fewer.A.ia[4];
+    fewer.set(30, 4711);
+    EXPECT_EQ(fewer.run(23), -1);
+    EXPECT_EQ(fewer.iparm(30), 4711);
+    unmatched.A = {3, {1., 1., 1., 1.}, {1, 3, 4, 5}, {1, 2, 1, 1}};
+    unmatched.set(13, 1);
+    unmatched.set(30, 4711);
+    EXPECT_EQ(unmatched.run(13), -6);
+    EXPECT_EQ(unmatched.iparm(30), 4711);
+    noOrder.set(5, 1);
+    noOrder.set(30, 4711);
+    EXPECT_EQ(noOrder.run(13), -3);
+    EXPECT_EQ(noOrder.iparm(30), 4711);
+}
+
 TEST(InternalCodes, OfAFreshHandle)
 {
     EngineCall release(tridiagonal(4)), solve(tridiagonal(4));

@@ -31,6 +31,8 @@ const Setup& setupOf(Road road)
     return kSetups[static_cast<std::size_t>(road)];
 }
 
+constexpr int kNoPerfectMatching = -6; // the engine's error
+
 constexpr int kIterationTolerance = 6; // iterate to 10^-6 of the first residual
 
 /// Parameters that a run sets or reads, by the engine's numbers from 1.
@@ -168,7 +170,8 @@ EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x)
     parameters_[kFailing - 1] = 0;
     pardiso(handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
             &unused, nrhs, parameters_.data(), level, const_cast<void*>(b), x, error);
-    return {error, parameters_[kFailing - 1]};
+    if (error != kNoPerfectMatching) return {error, parameters_[kFailing - 1]};
+    return {error, AnalysisView(handle_.data()).Matching().value_or(MatchingSummary{}).matched};
 }
 
 } // namespace Velmar::Lintrix::tools

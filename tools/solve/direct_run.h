@@ -62,7 +62,7 @@ inline constexpr int kEngineNoMemory = -2; ///< the error of an engine without m
 /// What the engine answered.
 struct EngineAnswer {
     int error = 0;   ///< 0 is success
-    int failing = 0; ///< the equation or the internal code of a failure
+    int failing = 0; ///< the equation or the internal code of a failure; the rows matched where not all are
 };
 
 /// A handle of the engine from analysis to release.

@@ -114,6 +114,7 @@ bool coversAll(const SubgraphList& list, int n)
 /// Two-level work needs ranges that stand on their own; without it the order is one piece.
 void settleSubgraphs(Analysis& run, SubgraphList& list)
 {
+    run.control[Word::ListedSubgraphs] = list.count;
     const bool apart = list.wellFormed() && coversAll(list, run.n());
     if (!apart) wholeRange(run.n(), list);
     if (list.count < 2) run.control[Word::TwoLevel] = 0;

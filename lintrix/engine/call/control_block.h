@@ -38,10 +38,11 @@ enum class Word : int {
     MinimumDegreeDelta,
     SeparatorMinimumDegree,
     // Results of the analysis.
-    MappedEntries,     ///< entries of A
-    StructureNonZeros, ///< entries of the symmetrized pattern
-    Subgraphs,
-    IndependentSubgraphs,
+    MappedEntries,        ///< entries of A
+    StructureNonZeros,    ///< entries of the symmetrized pattern
+    ListedSubgraphs,      ///< ranges as the ordering listed them, which is what is told
+    Subgraphs,            ///< those that later steps work with: one where the list was not well formed
+    IndependentSubgraphs, ///< of these
     Supernodes,
     LargestSupernode, ///< columns of the longest run, before it was cut
     TallestPanel,

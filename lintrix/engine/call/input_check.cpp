@@ -26,12 +26,17 @@ bool parityChanges(int mtype, int stored) noexcept
     return isSymmetricStorage(mtype) != isSymmetricStorage(stored);
 }
 
+/// Phases from 22 on, legal or not, and those that factorize right after the analysis.
+bool meansFactor(Phase phase) noexcept
+{
+    return phase.steps() >= 22 || phase.factorizes();
+}
+
 constexpr Rule kRules[] = {
     {1, [](const Arguments& call, const ControlBlock&) { return !call.phase.inRange(); }},
     {2, [](const Arguments& call, const ControlBlock& stored) { return call.maxfct > stored[Word::Maxfct]; }},
     {3, [](const Arguments& call, const ControlBlock&) { return call.mnum > call.maxfct; }},
-    // A factorization, too, needs an entry to go to, be it asked for together with the analysis.
-    {4, [](const Arguments& call, const ControlBlock&) { return call.mnum < 1 && call.phase.steps() >= 12; }},
+    {4, [](const Arguments& call, const ControlBlock&) { return call.mnum < 1 && meansFactor(call.phase); }},
     {15, [](const Arguments& call, const ControlBlock&) { return !isAdmitted(call.mtype); }},
     {5, [](const Arguments& call,
            const ControlBlock& stored) { return parityChanges(call.mtype, stored[Word::Mtype]); }},

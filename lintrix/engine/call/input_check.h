@@ -14,6 +14,8 @@ namespace Velmar::Lintrix::detail::engine {
 /// mtype, 6 and 7 n, 8 number of entries, 9 nrhs, 10 and 11 parameters; then the matrix check, when
 /// `iparm(27)` asks for it (the hardened build always does it); at last 20, a phase in range that is no code.
 ///
+/// `mnum` has to name an entry at phases 12 and 13 as well as from 22 on: they write a factor to it.
+///
 /// A pass stores the call. A failure keeps the stored maxfct, mtype and n, and the stored phase, number of
 /// entries and right-hand sides become 0.
 LINTRIX_TESTABLE Failure checkInput(const Arguments& call, ControlBlock& control);

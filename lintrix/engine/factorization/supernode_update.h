@@ -49,6 +49,8 @@ constexpr std::int64_t updateBufferSize(int k, int w, int panels) noexcept
 /// target(row[i], row[c]) -= sum over p of a(i, p)*b(c, p). With `lowerTriangle` what stands above the
 /// diagonal of the target, i < c, is undefined afterwards. `buffer` has updateBufferSize elements.
 ///
+/// The kernel is the engine's own and no call of a BLAS product: most descendants are so small that the call
+/// costs more than the product, and what BLAS leaves in a buffer would need a second pass to be subtracted.
 /// Products are formed in registers, small ones from where the factors lie, larger ones from packed factors,
 /// and subtracted from there: a vector at a time where the rows of the target are neighbours, else by
 /// elements. The choice depends on sizes and rows alone, so the bits of a result do not depend on who

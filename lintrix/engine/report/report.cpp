@@ -134,7 +134,7 @@ void reportFactors(const Arguments& call, const ControlBlock& control)
     if (call.iparm[Parameter::Ordering] == static_cast<int>(OrderingChoice::MinimumDegree))
         reportMinimumDegree();
     print(Message::PanelColumns, {control[Word::PanelWidth]});
-    print(Message::IndependentSubgraphs, {control[Word::Subgraphs]});
+    print(Message::IndependentSubgraphs, {control[Word::ListedSubgraphs]});
     reportOrdering(call.iparm, control);
     const std::int64_t lower = control[WideWord::LowerElements];
     const std::int64_t upper = control[WideWord::UpperElements];

@@ -117,6 +117,24 @@ TEST_F(InputCheck, TakesPhasesInRangeAndPartsOfASolve)
     }
 }
 
+// 12 and 13 factorize, and from 22 on every phase is taken to need a factor; the others have none to choose.
+TEST_F(InputCheck, AMatrixNumberBelowOneIsRefusedWhereAFactorIsMeant)
+{
+    for (const int none : {0, -3}) {
+        mnum = none;
+        for (const int meant : {12, 13, 22, 23, 24, 30, 32, 33, 331, 332, 333}) {
+            phase = meant;
+            EXPECT_EQ(check().internal, 4) << meant;
+        }
+        for (const int noCode : {1, 2, 3, 10, 14, 15, 19, 20, 21}) {
+            phase = noCode;
+            EXPECT_EQ(check().internal, 20) << noCode;
+        }
+        phase = 11;
+        EXPECT_FALSE(check());
+    }
+}
+
 TEST_F(InputCheck, AdmitsTypesByMagnitude)
 {
     for (const int admitted : {1, 3, 5, -1, -3, -5, 11, -11, 13}) {

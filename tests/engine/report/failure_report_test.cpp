@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <numeric>
 #include <string>
 
 using namespace Velmar::Lintrix;
@@ -293,6 +294,29 @@ TEST(EntryReport, OfAnAnalysisNamesItsSteps)
     }
     EXPECT_EQ(text.find("gflop"), std::string::npos);
     EXPECT_EQ(text.find("Time numfct"), std::string::npos);
+}
+
+// (1, n - 1) and (n, n); where the ordering would have been by minimum degree, the last stands twice.
+TEST(EntryReport, CountsTheSubgraphsOfAnOrderThatCameReadyMade)
+{
+    struct Order {
+        int mtype, ordering, permutationUse, subgraphs;
+    };
+    for (const Order& order : {Order{11, 2, 1, 2}, Order{11, 0, 1, 2}, Order{-2, 0, 0, 3}, Order{-2, 1, 0, 3},
+                               Order{-2, 2, 0, 2}, Order{-2, 3, 0, 2}}) {
+        EngineCall call(tridiagonal(40, order.mtype == -2), order.mtype);
+        call.set(2, order.ordering);
+        call.set(5, order.permutationUse);
+        call.set(13, order.mtype == -2 ? 1 : 0);
+        std::iota(call.perm.begin(), call.perm.end(), 1);
+        const std::string line =
+            "             #independent subgraphs:                         " + std::to_string(order.subgraphs);
+        for (const int phase : {11, 23}) {
+            const std::string text = call.runPrinting(phase, 1).text;
+            EXPECT_NE(text.find(line + "\n"), std::string::npos) << line << " is not in\n" << text;
+        }
+        EXPECT_EQ(call.run(33), 0);
+    }
 }
 
 TEST(EntryReport, NamesTheMethodByTheThreadsAlone)

@@ -20,8 +20,10 @@ void numberRange(const PositionRange& range, std::span<const int> parent, std::s
 /// cover all positions, ascending, and keep theirs: what is independent stays so. `ordering` and `parent` are
 /// rewritten.
 ///
-/// No recursion: a first pass counts the nodes below each, a second hands out positions, parents before their
-/// children.
+/// This is a true postorder. A queue that a node enters with its last child would put parents behind their
+/// children as well, but deal the columns of different subtrees out in turn, and a supernode, which is a path
+/// of the tree, could fall apart. No recursion: a first pass counts the nodes below each, a second hands out
+/// positions, parents before their children.
 LINTRIX_TESTABLE Failure postorder(std::span<const PositionRange> ranges, std::span<int> parent,
                                    Ordering ordering);
 

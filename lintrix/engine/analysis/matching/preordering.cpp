@@ -41,7 +41,7 @@ void setIdentity(PreorderingBlocks& blocks) noexcept
     scaleByOne(blocks.scaling.span());
 }
 
-void setFactors(Preordering kind, bool scaled, const MatchingArrays& arrays,
+void setFactors(Preordering kind, bool scaled, const MatchingArrays& arrays, std::span<const int> columnOfRow,
                 std::span<double> factors) noexcept
 {
     if (!scaled) {
@@ -49,7 +49,7 @@ void setFactors(Preordering kind, bool scaled, const MatchingArrays& arrays,
     } else if (kind == Preordering::SymmetricPairs) {
         scaleSymmetric(arrays.u.span(), arrays.v.span(), factors);
     } else {
-        scaleUnsymmetric(arrays.u.span(), arrays.v.span(), factors);
+        scaleUnsymmetric(arrays.u.span(), arrays.v.span(), columnOfRow, factors);
     }
 }
 
@@ -68,7 +68,7 @@ Failure matchAndScale(const CompressedRows<T>& matrix, Preordering kind, bool sc
     Matching matching{blocks.matching.span().first(n), arrays.rowOfColumn.span(), arrays.u.span(),
                       arrays.v.span()};
     if (const Failure failure = matchMaximumProduct(record, matching)) return failure;
-    setFactors(kind, scaled, arrays, blocks.scaling.span());
+    setFactors(kind, scaled, arrays, matching.columnOfRow, blocks.scaling.span());
     return {};
 }
 

@@ -8,9 +8,6 @@ namespace Velmar::Lintrix::detail::engine {
 namespace {
 
 // A pass takes pivots of at most the lowest degree, plus delta, but no more than this share of the lowest.
-// The allowance is a matter of small change: at degree 100 six more or less are alike, at degree 1 a pivot of
-// degree 2 fills in a tree that needs no fill. Over grids and real matrices the fill is then that of delta 0
-// within half a percent, and the passes are fewer.
 constexpr int kAllowanceShare = 4;
 
 } // namespace
