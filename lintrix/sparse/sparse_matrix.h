@@ -48,9 +48,9 @@ struct SparseAccess;
 ///
 /// An object is used by one thread at a time; concurrent reading is safe. Allocation raises
 /// NotEnoughMemoryException with its default message, in every member that makes or grows an array; a failing
-/// member leaves the object as it was where nothing else is said. What goes wrong while an array is resized
-/// (`Item`, `Rows`, `Cols`, `Capacity`) leaves the memory total too low by the size of that array, until it
-/// is released: the allocators withdraw the old size before they try.
+/// member leaves the object as it was where nothing else is said. Where an array cannot be resized (`Item`,
+/// `Rows`, `Cols`, `Capacity`), the memory total stays too low by its size: the allocators withdraw the old
+/// size before they try.
 ///
 /// This library's own rule: a dense result of more than 2^31 - 1 cells (`ToDense`, A*B) raises
 /// InvalidSizeException, because the product of its sizes would wrap and the result be written past its end.
