@@ -92,7 +92,7 @@ enum class PardisoParameter : int {
     MatrixCheck = 27,
     /// In, analysis: 1 has `a`, `b` and `x` hold single precision until the next analysis. No default.
     SinglePrecision = 28,
-    /// Out, after error -4 or -6, or -2 where a factorization found no memory: see `error`. Stays otherwise.
+    /// Out, after error -4, or -2 where a factorization found no memory: see `error`. Stays otherwise.
     FailingEquation = 30,
     CheckFirst = 31,   ///< Out, after a failed MatrixCheck: the row or the position.
     CheckSecond = 32,  ///< Out, likewise: what stands there.
@@ -172,7 +172,7 @@ private:
 ///                      (mtype 2 and 4: A is not positive definite); -1 the listener stopped the run; -112
 ///                      refinement does not converge; -2 and -3 an iteration failed, see iparm(20)
 ///                -  -5 unclassified; no step of this build ends so
-///                -  -6 there is no perfect matching: A is singular whatever its values; AnalysisView tells
+///                -  -6 there is no perfect matching: A is singular whatever its values; `AnalysisView` tells
 ///                      how many rows can be matched
 ///                -  -7 a matrix with as many entries as rows is not diagonal, or has a zero value
 ///                -  -8 a size does not fit 32 bits

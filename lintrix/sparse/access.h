@@ -2,6 +2,7 @@
 /// @file
 /// How the other classes of the library reach the arrays of the sparse objects. Not for callers.
 
+#include <lintrix/sparse/detail/row_arrays.h>
 #include <lintrix/sparse/sparse_matrix.h>
 
 #include <utility>
@@ -15,10 +16,9 @@ struct LINTRIX_TESTABLE SparseAccess {
 
     /// The matrix takes the arrays over: rows + 1 row pointers, `ia`[rows] slots in each of the others, of
     /// which the last is spare.
-    static SparseMatrix adopt(std::int32_t rows, std::int32_t cols, Block<double>&& a,
-                              Block<std::int32_t>&& ia, Block<std::int32_t>&& ja) noexcept
+    static SparseMatrix adopt(std::int32_t rows, std::int32_t cols, RowArrays<double>&& arrays) noexcept
     {
-        return SparseMatrix(rows, cols, std::move(a), std::move(ia), std::move(ja));
+        return SparseMatrix(rows, cols, std::move(arrays));
     }
 
     static void insertElement(SparseMatrix& matrix, std::int32_t pos) { matrix.insert_elem(pos); }

@@ -62,9 +62,8 @@ SparseMatrix SparseAssembler::Assemble() const
     const bool symmetric = options_.storage == AssemblyStorage::Symmetric;
     const auto sorted = detail::columnOrder<double>(pieces_, cols_);
     detail::RowSort<double> sort(sorted, rows_, symmetric);
-    auto [a, ia, ja] = sort.run(options_.duplicates == DuplicateEntries::Add);
     SparseMatrix matrix =
-        detail::SparseAccess::adopt(rows_, cols_, std::move(a), std::move(ia), std::move(ja));
+        detail::SparseAccess::adopt(rows_, cols_, sort.run(options_.duplicates == DuplicateEntries::Add));
     matrix.Symmetric(symmetric);
     return matrix;
 }

@@ -3,9 +3,10 @@
 #include <lintrix/dense/access.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/foundation/transposition.h>
+#include <lintrix/sparse/detail/caller_rows.h>
+#include <lintrix/sparse/detail/row_arrays.h>
 #include <lintrix/sparse/detail/sizes.h>
 #include <lintrix/sparse/detail/sparse_enumerator.h>
-#include <lintrix/sparse/detail/structure.h>
 #include <lintrix/sparse/kernels.h>
 
 #include <algorithm>
@@ -24,43 +25,6 @@ constexpr float kGrowFactor = 1.2F;
 float clampedGrowFactor(float value)
 {
     return std::clamp(value, 1.0F, 4.0F);
-}
-
-// The base of a caller's arrays.
-std::int32_t baseOf(std::span<const std::int32_t> IA)
-{
-    if (IA.empty()) throw IndexOutOfRangeException();
-    if (IA[0] != 0 && IA[0] != 1) {
-        throw ArgumentException("Arrays should be zero based or one based", "IA");
-    }
-    return IA[0];
-}
-
-// The highest column in use tells how many there are, and an empty array counts as column 0.
-std::int64_t columnCount(std::span<const std::int32_t> JA, std::int32_t base)
-{
-    const auto highest = std::max_element(JA.begin(), JA.end());
-    return std::int64_t{highest == JA.end() ? 0 : std::max(*highest, 0)} + 1 - base;
-}
-
-// Indices from `base` on as indices from 1 on, in wrapping arithmetic: they are not looked at.
-Block<std::int32_t> oneBased(std::span<const std::int32_t> indices, std::int32_t base)
-{
-    Block<std::int32_t> fresh(static_cast<std::int64_t>(indices.size()));
-    const std::uint32_t shift = base == 0 ? 1 : 0;
-    std::transform(indices.begin(), indices.end(), fresh.get(), [shift](std::int32_t index) {
-        return static_cast<std::int32_t>(static_cast<std::uint32_t>(index) + shift);
-    });
-    return fresh;
-}
-
-// The first `count` cells of `source`, then `filler` up to `slots` cells.
-template <class Cell>
-Block<Cell> copiedAndFilled(const Cell* source, std::int32_t count, std::int32_t slots, Cell filler)
-{
-    Block<Cell> fresh(slots);
-    std::fill(std::copy_n(source, count, fresh.get()), fresh.get() + slots, filler);
-    return fresh;
 }
 
 } // namespace
@@ -103,24 +67,14 @@ SparseMatrix::SparseMatrix(std::int32_t size, bool symmetric, std::int32_t capac
     Init(size, size, capacity, growFactor, symmetric);
 }
 
-// Spare slots hold value 0 and column -1; nothing reads them as elements.
 void SparseMatrix::Init(std::int32_t rows, std::int32_t cols, std::int32_t capacity, float growFactor,
                         bool symmetric)
 {
     detail::requireSparseSizes(rows, cols);
     mRows = rows;
     mCols = cols;
-    mCells = std::max(capacity, rows);
-    ia = Block<std::int32_t>(std::int64_t{rows} + 1);
-    ja = Block<std::int32_t>(mCells);
-    a = Block<double>::zeroed(mCells);
-    std::fill_n(ja.get(), mCells, -1);
-    std::fill_n(ia.get(), std::int64_t{rows} + 1, 1);
-    for (std::int32_t i = 0; symmetric && i < rows; ++i) { // the diagonal, one element a row
-        ja[i] = i + 1;
-        ia[i + 1] = i + 2;
-    }
-    closeRowPointers();
+    const std::int32_t slots = std::max(capacity, rows);
+    setArrays(slots, detail::newRows<double>(rows, slots, symmetric));
     _symmetric = symmetric;
     _growFactor = clampedGrowFactor(growFactor);
 }
@@ -149,40 +103,20 @@ SparseMatrix::SparseMatrix(std::span<const double> A, std::span<const std::int32
                            std::span<const std::int32_t> JA)
     : _growFactor(kGrowFactor)
 {
-    if (A.size() != JA.size()) {
-        throw ArgumentException("Array JA should have equal size with array A", "JA");
-    }
-    const std::int32_t base = baseOf(IA);
-    const std::int64_t cells = std::int64_t{IA.back()} - base;
-    if (cells != static_cast<std::int64_t>(A.size())) {
-        throw ArgumentException("Array IA defines different number of elements than array A");
-    }
-    const std::int64_t rows = static_cast<std::int64_t>(IA.size()) - 1, cols = columnCount(JA, base);
-    detail::requireSparseSizes(rows, cols);
-    mRows = static_cast<std::int32_t>(rows);
-    mCols = static_cast<std::int32_t>(cols);
-    mCells = static_cast<std::int32_t>(cells);
-    ia = oneBased(IA, base);
-    ja = oneBased(JA, base);
-    a = Block<double>(mCells);
-    std::copy(A.begin(), A.end(), a.get());
-    closeRowPointers();
-    if constexpr (detail::kHardened) {
-        detail::requireCompressedRows({ia.get(), IA.size()}, {ja.get(), JA.size()}, mCols);
-    }
+    auto taken = detail::callerRows<double>(A, IA, JA);
+    mRows = taken.rows;
+    mCols = taken.cols;
+    setArrays(taken.elements, std::move(taken.arrays));
 }
 
 // The capacity of the copy is raised to the row count, as in every new matrix.
 SparseMatrix::SparseMatrix(const SparseMatrix& matrix)
-    : mRows(matrix.mRows), mCols(matrix.mCols), mCells(std::max(matrix.mCells, matrix.mRows)),
-      _growFactor(matrix._growFactor), _symmetric(matrix._symmetric)
+    : mRows(matrix.mRows), mCols(matrix.mCols), _growFactor(matrix._growFactor), _symmetric(matrix._symmetric)
 {
     detail::requireSparseSizes(mRows, mCols);
-    const std::int32_t elements = matrix.NumElements();
-    ia = Block<std::int32_t>::copyOf(matrix.ia.get(), std::int64_t{mRows} + 1);
-    ja = copiedAndFilled(matrix.ja.get(), elements, mCells, -1);
-    a = copiedAndFilled(matrix.a.get(), elements, mCells, 0.0);
-    closeRowPointers();
+    const std::int32_t slots = std::max(matrix.mCells, mRows);
+    setArrays(slots, detail::copiedRows<double>(matrix.a.get(), matrix.rowPointers(), matrix.ja.get(), mRows,
+                                                slots));
 }
 
 SparseMatrix::SparseMatrix(SparseMatrix&& matrix) noexcept
@@ -192,12 +126,10 @@ SparseMatrix::SparseMatrix(SparseMatrix&& matrix) noexcept
 {
 }
 
-SparseMatrix::SparseMatrix(std::int32_t rows, std::int32_t cols, Block<double>&& _a,
-                           Block<std::int32_t>&& _ia, Block<std::int32_t>&& _ja) noexcept
-    : mRows(rows), mCols(cols), mCells(_ia[rows]), a(std::move(_a)), ia(std::move(_ia)), ja(std::move(_ja)),
-      _growFactor(kGrowFactor)
+SparseMatrix::SparseMatrix(std::int32_t rows, std::int32_t cols, detail::RowArrays<double>&& arrays) noexcept
+    : mRows(rows), mCols(cols), _growFactor(kGrowFactor)
 {
-    closeRowPointers();
+    setArrays(arrays.ia[rows], std::move(arrays));
 }
 
 SparseMatrix& SparseMatrix::operator=(SparseMatrix matrix) noexcept
@@ -218,13 +150,12 @@ void SparseMatrix::swap(SparseMatrix& other) noexcept
     std::swap(_symmetric, other._symmetric);
 }
 
-void SparseMatrix::setArrays(std::int32_t capacity, Block<double>&& values, Block<std::int32_t>&& starts,
-                             Block<std::int32_t>&& columns) noexcept
+void SparseMatrix::setArrays(std::int32_t capacity, detail::RowArrays<double>&& arrays) noexcept
 {
     mCells = capacity;
-    a = std::move(values);
-    ia = std::move(starts);
-    ja = std::move(columns);
+    a = std::move(arrays.a);
+    ia = std::move(arrays.ia);
+    ja = std::move(arrays.ja);
     closeRowPointers();
 }
 

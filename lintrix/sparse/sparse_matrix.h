@@ -33,6 +33,8 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 struct SparseAccess;
+template <class Cell>
+struct RowArrays;
 [[noreturn]] LINTRIX_EXPORT void raiseRowPointers(bool released);
 } // namespace detail
 
@@ -48,9 +50,9 @@ struct SparseAccess;
 ///
 /// An object is used by one thread at a time; concurrent reading is safe. Allocation raises
 /// NotEnoughMemoryException with its default message, in every member that makes or grows an array; a failing
-/// member leaves the object as it was where nothing else is said. What goes wrong while an array is resized
-/// (`Item`, `Rows`, `Cols`, `Capacity`) leaves the memory total too low by the size of that array, until it
-/// is released: the allocators withdraw the old size before they try.
+/// member leaves the object as it was where nothing else is said. Where an array cannot be resized (`Item`,
+/// `Rows`, `Cols`, `Capacity`), the memory total stays too low by its size: the allocators withdraw the old
+/// size before they try.
 ///
 /// This library's own rule: a dense result of more than 2^31 - 1 cells (`ToDense`, A*B) raises
 /// InvalidSizeException, because the product of its sizes would wrap and the result be written past its end.
@@ -403,17 +405,15 @@ protected:
 private:
     friend struct detail::SparseAccess;
 
-    /// Adopts arrays made by a kernel. The capacity reads `_ia[rows]`, one more than is stored; the arrays
+    /// Adopts arrays made by a kernel. The capacity reads `ia[rows]`, one more than is stored; the arrays
     /// have that spare slot.
-    SparseMatrix(std::int32_t rows, std::int32_t cols, detail::Block<double>&& _a,
-                 detail::Block<std::int32_t>&& _ia, detail::Block<std::int32_t>&& _ja) noexcept;
+    SparseMatrix(std::int32_t rows, std::int32_t cols, detail::RowArrays<double>&& arrays) noexcept;
 
     void Init(std::int32_t rows, std::int32_t cols, std::int32_t capacity, float growFactor, bool symmetric);
     void InitSer(const SerializationInfo& info);
     void swap(SparseMatrix& other) noexcept;
     /// New contents for the same sizes: the commit of what replaces all elements.
-    void setArrays(std::int32_t capacity, detail::Block<double>&& values,
-                   detail::Block<std::int32_t>&& starts, detail::Block<std::int32_t>&& columns) noexcept;
+    void setArrays(std::int32_t capacity, detail::RowArrays<double>&& arrays) noexcept;
     /// The block may have room for row pointers of rows that are not there: the smallest block has, and a
     /// refused byte form hides rows. After every edit they become those of empty rows, for the next refused
     /// form may count them among the rows again.

@@ -6,7 +6,6 @@
 #include <lintrix/sparse/detail/foreign_rows.h>
 #include <lintrix/sparse/detail/sizes.h>
 
-#include <array>
 #include <utility>
 
 namespace Velmar::Lintrix {
@@ -28,13 +27,7 @@ std::vector<Cell> copied(std::span<const Cell> array)
 
 std::vector<std::byte> SparseMatrix::Data() const
 {
-    const std::array sizes{mRows, mCols};
-    const std::span<const std::byte> parts[] = {std::as_bytes(std::span(sizes)), std::as_bytes(RowPointers()),
-                                                std::as_bytes(Values()), std::as_bytes(ColumnIndices())};
-    std::vector<std::byte> data;
-    data.reserve(parts[0].size() + parts[1].size() + parts[2].size() + parts[3].size());
-    for (const auto part : parts) data.insert(data.end(), part.begin(), part.end());
-    return data;
+    return detail::rowsToBytes(mRows, mCols, RowPointers(), Values(), ColumnIndices());
 }
 
 void SparseMatrix::Data(std::span<const std::byte> data)
@@ -48,15 +41,10 @@ void SparseMatrix::Data(std::span<const std::byte> data)
         mCols = cols;
     }
     detail::requireSparseSizes(rows, cols);
-    auto rest = data.subspan(2 * sizeof(std::int32_t));
-    auto starts = takeBlock<std::int32_t>(rest, std::int64_t{rows} + 1);
-    const std::int32_t elements = detail::elementsTold(starts, rows);
-    auto values = takeBlock<double>(rest, elements);
-    auto columns = takeBlock<std::int32_t>(rest, elements);
-    detail::requireForeignColumns(starts, columns, rows, cols);
+    detail::ForeignRows<double> taken = detail::rowsFromBytes<double>(data, rows, cols);
     mRows = rows;
     mCols = cols;
-    setArrays(elements, std::move(values), std::move(starts), std::move(columns));
+    setArrays(taken.elements, std::move(taken));
 }
 
 // ---- archive
@@ -95,7 +83,7 @@ void SparseMatrix::InitSer(const SerializationInfo& info)
     auto JA = info.GetInt32Array("_JA");
     auto columns = takeBlock<std::int32_t>(JA, elements);
     detail::requireForeignColumns(starts, columns, mRows, mCols);
-    setArrays(elements, std::move(values), std::move(starts), std::move(columns));
+    setArrays(elements, {std::move(values), std::move(starts), std::move(columns)});
 }
 
 } // namespace Velmar::Lintrix

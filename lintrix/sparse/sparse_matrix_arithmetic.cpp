@@ -12,7 +12,6 @@
 #include <lintrix/sparse/kernels.h>
 
 #include <typeinfo>
-#include <utility>
 
 namespace Velmar::Lintrix {
 
@@ -32,17 +31,6 @@ void requireColumns(const SparseMatrix& A)
         throw InvalidOperationException("The matrix has elements, but no longer columns.");
 }
 
-// Runs one pass of a kernel, which writes 0 to `info` when it is done. It may lack scratch, or 32-bit numbers
-// for the elements of the result, and says so; of a parameter that it refuses it says nothing there, and its
-// outputs are as they were.
-template <class Pass>
-void runPass(Pass pass, int request)
-{
-    std::int32_t info = INT32_MIN;
-    pass(request, info);
-    if (info != 0) throw OperationFailedException();
-}
-
 } // namespace
 
 // ---- sums and scalar multiples
@@ -57,16 +45,11 @@ SparseMatrix SparseMatrix::Add(const SparseMatrix& A, double beta, TransposeMode
     requireColumns(B);
 
     const std::int32_t most = wrapped(std::int64_t{A.NumElements()} + B.NumElements());
-    detail::ResultRows<double> C(A.mRows);
-    const auto pass = [&](int request, std::int32_t& info) {
+    const auto pass = [&](int request, detail::ResultRows<double>& C, std::int32_t& info) {
         mkl_dcsradd(&opB.letter, request, 0, A.mRows, A.mCols, A.a.get(), A.ja.get(), A.ia.get(), beta,
                     B.a.get(), B.ja.get(), B.ia.get(), C.a.get(), C.ja.get(), C.ia.get(), most, info);
     };
-    runPass(pass, 1);
-    C.allot();
-    runPass(pass, 2);
-    C.markSpareSlot();
-    return {A.mRows, A.mCols, std::move(C.a), std::move(C.ia), std::move(C.ja)};
+    return {A.mRows, A.mCols, detail::runTwoPasses<double>(A.mRows, pass)};
 }
 
 SparseMatrix SparseMatrix::Add(const SparseMatrix& A, const SparseMatrix& B)
@@ -98,16 +81,11 @@ SparseMatrix SparseMatrix::Multiply(TransposeMode transA, const SparseMatrix& A,
 
     const std::int32_t most = wrapped(std::int64_t{B.mCols} * A.mRows);
     const std::int32_t *ia = A.rowPointers(), *ib = B.rowPointers();
-    detail::ResultRows<double> C(opA.rows);
-    const auto pass = [&](int request, std::int32_t& info) {
+    const auto pass = [&](int request, detail::ResultRows<double>& C, std::int32_t& info) {
         mkl_dcsrmultcsr(&opA.letter, request, 0, A.mRows, A.mCols, B.mCols, A.a.get(), A.ja.get(), ia,
                         B.a.get(), B.ja.get(), ib, C.a.get(), C.ja.get(), C.ia.get(), most, info);
     };
-    runPass(pass, 1);
-    C.allot();
-    runPass(pass, 2); // transposed: drops what cancels, and writes the row pointers anew
-    C.markSpareSlot();
-    return {opA.rows, B.mCols, std::move(C.a), std::move(C.ia), std::move(C.ja)};
+    return {opA.rows, B.mCols, detail::runTwoPasses<double>(opA.rows, pass)};
 }
 
 SparseMatrix SparseMatrix::Multiply(const SparseMatrix& A, const SparseMatrix& B)
@@ -121,8 +99,7 @@ SparseMatrix SparseMatrix::Transpose() const
 {
     requireColumns(*this);
     if (mCols < 0) throw OperationFailedException(); // no matrix has that many rows
-    auto transposed = detail::transposedRows(mRows, mCols, a.get(), rowPointers(), ja.get());
-    return {mCols, mRows, std::move(transposed.a), std::move(transposed.ia), std::move(transposed.ja)};
+    return {mCols, mRows, detail::transposedRows(mRows, mCols, a.get(), rowPointers(), ja.get())};
 }
 
 } // namespace Velmar::Lintrix

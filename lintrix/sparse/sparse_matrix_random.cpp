@@ -32,7 +32,7 @@ void SparseMatrix::FillRandom(double density, double lowerBound, double upperBou
     detail::RandomRows<double> fresh =
         _symmetric ? detail::randomUpperRows<double>(mRows, mCols, total, density, newValue)
                    : detail::randomRows<double>(mRows, mCols, total, density, newValue);
-    setArrays(fresh.capacity, std::move(fresh.a), std::move(fresh.ia), std::move(fresh.ja));
+    setArrays(fresh.capacity, std::move(fresh));
 }
 
 } // namespace Velmar::Lintrix

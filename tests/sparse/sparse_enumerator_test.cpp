@@ -118,9 +118,10 @@ TEST(SparseMatrixEnum, StaysBeforeTheFirstElementOfAnEmptyMatrix)
 TEST(SparseMatrixEnum, TellsThatItIsBehindTheLastElement)
 {
     const std::vector<std::int32_t> falling{1, 0};
-    const SparseMatrix A = detail::SparseAccess::adopt(1, 1, detail::Block<double>::zeroed(1),
-                                                       detail::Block<std::int32_t>::copyOf(falling.data(), 2),
-                                                       detail::Block<std::int32_t>::zeroed(1));
+    const SparseMatrix A = detail::SparseAccess::adopt(
+        1, 1,
+        {detail::Block<double>::zeroed(1), detail::Block<std::int32_t>::copyOf(falling.data(), 2),
+         detail::Block<std::int32_t>::zeroed(1)});
     const SparseMatrixEnum cursor(A);
     expectFailure<InvalidOperationException>([&] { (void)cursor.Current(); }, kAfter);
 }

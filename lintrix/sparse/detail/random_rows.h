@@ -11,10 +11,10 @@
 /// and the row pointers with them, so that fewer elements are stored than were shared out. It happens from a
 /// density of about one half in symmetric storage, and above 1 otherwise.
 
-#include <lintrix/foundation/block.h>
 #include <lintrix/foundation/random.h>
 #include <lintrix/foundation/rounding.h>
 #include <lintrix/sparse/detail/compressed_rows.h>
+#include <lintrix/sparse/detail/row_arrays.h>
 #include <lintrix/sparse/detail/sizes.h>
 
 #include <algorithm>
@@ -23,10 +23,8 @@
 namespace Velmar::Lintrix::detail {
 
 template <class Cell>
-struct RandomRows {
+struct RandomRows : RowArrays<Cell> {
     std::int32_t capacity;
-    Block<Cell> a;
-    Block<std::int32_t> ia, ja;
 };
 
 inline constexpr std::int32_t kUnwritten = 0; // no column: they count from 1
@@ -36,9 +34,9 @@ template <class Cell>
 RandomRows<Cell> emptyRows(std::int32_t rows, std::int64_t capacity, std::int32_t spare)
 {
     requireElementCount(capacity + spare);
-    return {static_cast<std::int32_t>(capacity), Block<Cell>::zeroed(capacity + spare),
-            Block<std::int32_t>::zeroed(std::int64_t{rows} + 1),
-            Block<std::int32_t>::zeroed(capacity + spare)};
+    return {{Block<Cell>::zeroed(capacity + spare), Block<std::int32_t>::zeroed(std::int64_t{rows} + 1),
+             Block<std::int32_t>::zeroed(capacity + spare)},
+            static_cast<std::int32_t>(capacity)};
 }
 
 template <class Cell>

@@ -7,7 +7,7 @@
 /// folds duplicates while it writes, and nothing is moved afterwards. Before it, the same walk counts the
 /// places of each row, so that the result is allocated once and exactly.
 
-#include <lintrix/foundation/block.h>
+#include <lintrix/sparse/detail/row_arrays.h>
 #include <lintrix/sparse/detail/sizes.h>
 
 #include <cstddef>
@@ -16,13 +16,6 @@
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
-
-/// Arrays as the sparse classes hold them: one-based, with one spare slot behind the elements.
-template <class Cell>
-struct CompressedRows {
-    Block<Cell> a;
-    Block<std::int32_t> ia, ja;
-};
 
 /// Entries in column order: column c has the slots [start[c], start[c + 1]). Indices count from 0; 64-bit
 /// positions, because duplicates may be many more than a matrix can hold elements.
@@ -73,10 +66,11 @@ public:
     {
     }
 
-    CompressedRows<Cell> run(bool addDuplicates)
+    /// With one spare slot behind the elements.
+    RowArrays<Cell> run(bool addDuplicates)
     {
         countElements();
-        CompressedRows<Cell> out = allocate();
+        RowArrays<Cell> out = allocate();
         if (addDuplicates) {
             fill(out, [](Cell& stored, const Cell& value) { stored += value; });
         } else {
@@ -110,14 +104,14 @@ private:
     }
 
     /// Turns the counts into row pointers, and the cursors to the start of their rows.
-    CompressedRows<Cell> allocate()
+    RowArrays<Cell> allocate()
     {
         std::int64_t elements = 0;
         for (const RowCursor& row : cursor_) elements += row.next;
         requireElementCount(elements);
 
-        CompressedRows<Cell> out{Block<Cell>(elements + 1), Block<std::int32_t>(ssize() + 1),
-                                 Block<std::int32_t>(elements + 1)};
+        RowArrays<Cell> out{Block<Cell>(elements + 1), Block<std::int32_t>(ssize() + 1),
+                            Block<std::int32_t>(elements + 1)};
         std::int32_t start = 0;
         for (std::size_t r = 0; r < cursor_.size(); ++r) {
             out.ia[static_cast<std::int64_t>(r)] = start + 1;
@@ -131,7 +125,7 @@ private:
     }
 
     template <class Fold>
-    void fill(CompressedRows<Cell>& out, Fold fold)
+    void fill(RowArrays<Cell>& out, Fold fold)
     {
         const auto put = [&out](RowCursor& row, std::int32_t col, const Cell& value) {
             out.ja[row.next] = col + 1;
