@@ -45,6 +45,7 @@ void daxpy_(const int* n, const double* alpha, const double* x, const int* incx,
 void cblas_dscal(int n, double alpha, double* x, int incx);
 void cblas_dcopy(int n, const double* x, int incx, double* y, int incy);
 void cblas_dswap(int n, double* x, int incx, double* y, int incy);
+void cblas_zswap(int n, void* x, int incx, void* y, int incy);
 double cblas_ddot(int n, const double* x, int incx, const double* y, int incy);
 double cblas_dnrm2(int n, const double* x, int incx);
 double cblas_dasum(int n, const double* x, int incx);
@@ -154,6 +155,12 @@ inline void swap(const int& n, double* x, const int& incx, double* y, const int&
 {
     const BlasThreadScope threads;
     cblas_dswap(n, x, incx, y, incy);
+}
+inline void swap(const int& n, std::complex<double>* x, const int& incx, std::complex<double>* y,
+                 const int& incy)
+{
+    const BlasThreadScope threads;
+    cblas_zswap(n, x, incx, y, incy);
 }
 
 /// x . y

@@ -79,7 +79,8 @@ inline Matrix columnOf(const Matrix& A, int j)
 }
 
 /// ||A'*(B - A*X)||_1 / (max(m, n)*||A||_1*(||A||_1*||X||_1 + ||B||_1)*eps): small exactly when X minimizes
-/// ||B - A*X||.
+/// ||B - A*X||. The sum stands for the norm of the residual, whose own rounding is as large as that where A
+/// is nearly singular.
 inline double normalEquationRatio(const Matrix& A, const Matrix& X, const Matrix& B)
 {
     Matrix residual = naiveProduct(A, X);
@@ -88,6 +89,20 @@ inline double normalEquationRatio(const Matrix& A, const Matrix& X, const Matrix
     }
     const double norm = oneNorm(A), projected = oneNorm(naiveProduct(naiveTranspose(A), residual));
     return projected / (std::max(A.Rows(), A.Cols()) * norm * (norm * oneNorm(X) + oneNorm(B)) * kEps);
+}
+
+/// The four conditions of Penrose (1955) for X, each scaled by what a stable X leaves: the computed factors
+/// belong to A + F with |F| = O(eps)|A|, so that A*X is off by F*X, and condition = |A|*|X| comes in once.
+inline void expectPenroseConditions(const Matrix& A, const Matrix& X)
+{
+    ASSERT_EQ(X.Rows(), A.Cols());
+    ASSERT_EQ(X.Cols(), A.Rows());
+    const Matrix AX = naiveProduct(A, X), XA = naiveProduct(X, A);
+    const double condition = oneNorm(A) * oneNorm(X), unit = std::max(A.Rows(), A.Cols()) * condition * kEps;
+    EXPECT_LT(oneNorm(naiveProduct(AX, A) - A) / (oneNorm(A) * unit), kResidualLimit);
+    EXPECT_LT(oneNorm(naiveProduct(XA, X) - X) / (oneNorm(X) * unit), kResidualLimit);
+    EXPECT_LT(oneNorm(AX - naiveTranspose(AX)) / unit, kResidualLimit);
+    EXPECT_LT(oneNorm(XA - naiveTranspose(XA)) / unit, kResidualLimit);
 }
 
 inline bool allFinite(const Matrix& A)

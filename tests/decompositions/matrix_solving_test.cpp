@@ -26,8 +26,9 @@ TEST(MatrixInverse, TimesTheMatrixIsTheIdentity)
 {
     forEachMatrix(square, [](const Matrix& A) {
         const Matrix inverse = A.Inverse();
-        EXPECT_LT(solveRatio(naiveTranspose(A), naiveTranspose(inverse), identity(A.Rows())), kResidualLimit);
-        EXPECT_TRUE(identical(inverse, LU(A).Inverse()));
+        ASSERT_EQ(inverse.Rows(), A.Rows());
+        ASSERT_EQ(inverse.Cols(), A.Rows());
+        EXPECT_LT(inverseRatio(A, inverse), kResidualLimit);
     });
 }
 
@@ -71,12 +72,10 @@ TEST(MatrixSolve, TakesTheRoadOfTheShapeAndTellsIt)
                                    : A.Rows() > A.Cols() ? SolveRoad::QR
                                                          : SolveRoad::LQ;
         SolveRoad road{};
-        const Matrix X = A.Solve(B, road);
+        const Matrix X = A.Solve(B, road), x = columnOf(X, 0), b = columnOf(B, 0);
         EXPECT_EQ(road, expected);
-        EXPECT_TRUE(identical(X, A.Solve(B)));
-        EXPECT_TRUE(identical(X, expected == SolveRoad::LU   ? LU(A).Solve(B)
-                                 : expected == SolveRoad::QR ? QR(A).Solve(B)
-                                                             : LQ(A).Solve(B)));
+        EXPECT_LT(normalEquationRatio(A, x, b), kResidualLimit);
+        EXPECT_TRUE(identical(X, A.Solve(B))); // the road is told or not
     });
 }
 
@@ -87,8 +86,14 @@ TEST(MatrixSolve, AnswersSquareTallAndWideSystems)
         ASSERT_EQ(x.Rows(), A.Cols());
         ASSERT_EQ(x.Cols(), 1);
         EXPECT_LT(normalEquationRatio(A, x, b), kResidualLimit);
-        if (A.Rows() > A.Cols()) return;
-        EXPECT_LT(solveRatio(A, x, b), kResidualLimit);
+    });
+    forEachMatrix(squareOrWide, [](const Matrix& A) {
+        const Matrix b = rightHandsFor(A, 1);
+        EXPECT_LT(solveRatio(A, A.Solve(b), b), kResidualLimit);
+    });
+    forEachMatrix(square, [](const Matrix& A) {
+        const Matrix B = rightHandsFor(A, 3);
+        EXPECT_LT(solveRatio(A, A.Solve(B), B), kResidualLimit);
     });
 }
 
@@ -98,9 +103,10 @@ TEST(MatrixSolve, ExactlySingularSquareSystemGoesToLQAndRaisesNothing)
     for (const Matrix& A : {kSingularMatrix, Matrix(1, 1), Matrix(4, 4), Matrix{{0, 1}, {0, 2}}}) {
         const Matrix B = rightHandsFor(A, 2);
         SolveRoad road{};
-        EXPECT_TRUE(identical(A.Solve(B, road), LQ(A).Solve(B)));
+        const Matrix X = A.Solve(B, road);
         EXPECT_EQ(road, SolveRoad::SingularLQ);
-        EXPECT_TRUE(identical(A.Solve(B), LQ(A).Solve(B)));
+        EXPECT_TRUE(!allFinite(X) || oneNorm(X) > 1e10); // the last pivot is zero to rounding
+        EXPECT_TRUE(identical(X, A.Solve(B)));
     }
     EXPECT_FALSE(allFinite(Matrix(4, 4).Solve(Matrix(4, 1, 1.0))));
 }
@@ -146,11 +152,14 @@ TEST(MatrixDivision, LeftDivisionSolvesFromTheLeft)
 {
     for (const Shape& shape : allShapes()) {
         const Threads one(1);
-        const Matrix A = matrixWith(shape, Spectrum::Geometric, kSeed), B = rightHandsFor(A, 1);
-        const Matrix X = Matrix::LDivide(A, B);
-        EXPECT_LT(normalEquationRatio(A, X, B), kResidualLimit) << shape;
-        EXPECT_TRUE(identical(X, A.Solve(B))) << shape;
+        const Matrix A = matrixWith(shape, Spectrum::Geometric, kSeed), b = rightHandsFor(A, 1);
+        const Matrix x = Matrix::LDivide(A, b);
+        EXPECT_LT(normalEquationRatio(A, x, b), kResidualLimit) << shape;
     }
+    forEachMatrix(square, [](const Matrix& A) {
+        const Matrix B = rightHandsFor(A, 5);
+        EXPECT_LT(solveRatio(A, Matrix::LDivide(A, B), B), kResidualLimit);
+    });
 }
 
 TEST(MatrixDivision, LeftDivisionComparesTheRows)
@@ -172,14 +181,14 @@ TEST(MatrixDivision, RightDivisionSolvesFromTheRight)
     });
 }
 
-TEST(MatrixDivision, RightDivisionIsTheSolutionOfTheTransposedSystem)
+TEST(MatrixDivision, RightDivisionOfOneRowSettlesTheTransposedSystem)
 {
-    const Threads one(1);
-    for (const Shape& shape : allShapes()) {
-        const Matrix B = matrixWith(shape, Spectrum::Random, kSeed), Bt = naiveTranspose(B);
-        const Matrix At = rightHandsFor(Bt, 3);
-        EXPECT_TRUE(identical(naiveTranspose(At) / B, naiveTranspose(Bt.Solve(At)))) << shape;
-    }
+    forEachMatrix(anyShape, [](const Matrix& B) {
+        const Matrix Bt = naiveTranspose(B), a = rightHandsFor(Bt, 1), x = naiveTranspose(a) / B;
+        ASSERT_EQ(x.Rows(), 1);
+        ASSERT_EQ(x.Cols(), B.Rows());
+        EXPECT_LT(normalEquationRatio(Bt, naiveTranspose(x), a), kResidualLimit);
+    });
 }
 
 TEST(MatrixDivision, RightDivisionComparesTheColumns)

@@ -146,6 +146,8 @@ TEST(NonFinite, SVDHasFailedAndItsFactorsAreZero)
             EXPECT_EQ(values.SingularValue(0), 0.0);
             EXPECT_EQ(svd.Rank(), 0);
             EXPECT_EQ(svd.Rank(0.0), 0);
+            expectZero(svd.PseudoInverse(1.0).value());
+            EXPECT_EQ(values.PseudoInverse(), std::nullopt);
         });
     }
 }

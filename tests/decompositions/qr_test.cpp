@@ -2,10 +2,6 @@
 
 #include <lintrix/decompositions/qr.h>
 
-#include <lintrix/foundation/block.h>
-#include <lintrix/services/blas.h>
-#include <lintrix/services/lapack.h>
-
 #include "tests/decompositions/cases.h"
 
 #include <numeric>
@@ -14,60 +10,17 @@
 namespace Velmar::Lintrix::testing {
 namespace {
 
-using detail::Block;
-
 constexpr const char* kRightHands = "Right hands matrix size does not match.";
 constexpr const char* kUnderdetermined = "Underdetermined system. Use LQ decomposition instead.";
 
-// The steps of the factorization and of the solution written out over the raw routines, with their fixed work
-// space sizes and their two strides.
-class ByTheRoutines {
-public:
-    ByTheRoutines(const Matrix& A, bool pivoting)
-        : m_(A.Rows()), n_(A.Cols()), a_(cellsOf(A)), tau_(std::min(m_, n_)), jpvt_(Block<int>::zeroed(n_))
-    {
-        const int lwork = std::max(1, 3 * n_ + 1);
-        const Block<double> work(lwork);
-        int info = 0;
-        if (pivoting) {
-            detail::lapack::geqp3(m_, n_, a_.get(), m_, jpvt_.get(), tau_.get(), work.get(), lwork, info);
-        } else {
-            detail::lapack::geqrf(m_, n_, a_.get(), m_, tau_.get(), work.get(), lwork, info);
-            std::iota(jpvt_.get(), jpvt_.get() + n_, 1);
-        }
-        EXPECT_EQ(info, 0);
-    }
-
-    Matrix solve(const Matrix& B) const
-    {
-        const int nrhs = B.Cols(), lwork = 64 * nrhs;
-        const Block<double> c(cellsOf(B)), work(lwork);
-        int info = 0;
-        detail::lapack::ormqr('L', 'T', m_, nrhs, std::min(m_, n_), a_.get(), m_, tau_.get(), c.get(), m_,
-                              work.get(), lwork, info);
-        EXPECT_EQ(info, 0);
-        detail::blas::trsm('L', 'U', 'N', 'N', n_, nrhs, 1.0, a_.get(), m_, c.get(), n_); // stride n
-        Matrix X(n_, nrhs);
-        for (int j = 0; j < nrhs; ++j) {
-            for (int i = 0; i < n_; ++i) X(jpvt_[i] - 1, j) = c[i + m_ * j]; // stride m
-        }
-        return X;
-    }
-
-private:
-    static Block<double> cellsOf(const Matrix& A)
-    {
-        Block<double> cells(A.Rows() * A.Cols());
-        for (int j = 0; j < A.Cols(); ++j) {
-            for (int i = 0; i < A.Rows(); ++i) cells[i + A.Rows() * j] = A(i, j);
-        }
-        return cells;
-    }
-
-    int m_, n_;
-    Block<double> a_, tau_;
-    Block<int> jpvt_;
-};
+// m x n with powers of two on the diagonal and zeros elsewhere: no reflector does anything, and nothing is
+// rounded.
+Matrix powersOfTwo(const Shape& shape)
+{
+    Matrix A(shape.rows, shape.cols);
+    for (int i = 0; i < std::min(shape.rows, shape.cols); ++i) A(i, i) = std::ldexp(1.0, i % 5);
+    return A;
+}
 
 // ---- factors
 
@@ -233,17 +186,37 @@ TEST_P(QRForms, ConsistentTallSystemGivesItsSolution)
     EXPECT_LT(differenceRatio(x, QR(A, GetParam()).Solve(naiveProduct(A, x))), kResidualLimit);
 }
 
-TEST_P(QRForms, SolveTakesTheAgreedStepsBitForBit)
+// The columns of the block stand at a stride of m, and the triangular solve walks it at a stride of n: it
+// divides the cell at place k of the first n*nrhs by diagonal element k mod n, and leaves the others.
+TEST(QR, SolveWalksTheRightHandColumnsAtTwoStrides)
 {
-    const Threads one(1);
-    forEachMatrix(squareOrTall, [](const Matrix& A) {
-        const QR qr(A, GetParam());
-        const ByTheRoutines steps(A, GetParam());
+    for (const Shape shape :
+         {Shape{1, 1}, Shape{3, 2}, Shape{5, 3}, Shape{40, 3}, Shape{65, 65}, Shape{129, 70}}) {
+        const Matrix A = powersOfTwo(shape);
         for (const int nrhs : {1, 2, 3, 5, 70}) {
-            const Matrix B = rightHandsFor(A, nrhs);
-            EXPECT_TRUE(identical(qr.Solve(B), steps.solve(B))) << nrhs << " right-hand columns";
+            const int m = shape.rows, n = shape.cols;
+            Matrix B(m, nrhs), expected(n, nrhs);
+            for (int k = 0; k < m * nrhs; ++k) B(k % m, k / m) = k + 1;
+            for (int j = 0; j < nrhs; ++j) {
+                for (int i = 0; i < n; ++i) {
+                    const int place = i + m * j;
+                    expected(i, j) = place < n * nrhs ? B(i, j) / A(place % n, place % n) : B(i, j);
+                }
+            }
+            EXPECT_TRUE(identical(QR(A).Solve(B), expected))
+                << shape << ", " << nrhs << " right-hand columns";
         }
-    });
+    }
+}
+
+//     | 0 4 |              | 1 4 |
+// A = | 2 0 | with columns | 2 5 | on the right: R = diag(4, 2), and the second column of A comes first.
+//     | 0 0 |              | 3 6 |
+// The block 1 2 3 4 5 6 becomes 1/4 2/2 3/4 4/2 5 6; the columns of Y are its cells 0, 1 and 3, 4.
+TEST(QR, SolveWithPivotingPutsTheRowsBackBehindTheTwoStrides)
+{
+    const QR qr(Matrix{{0, 4}, {2, 0}, {0, 0}}, true);
+    EXPECT_TRUE(identical(qr.Solve(Matrix{{1, 4}, {2, 5}, {3, 6}}), Matrix{{1, 5}, {0.25, 2}}));
 }
 
 TEST_P(QRForms, OnlyTheFirstColumnOfATallSystemIsSettled)

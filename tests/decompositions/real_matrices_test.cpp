@@ -22,16 +22,7 @@ struct RealMatrix {
     int rank; ///< numerical, with the default tolerance; the gap behind it is wide
 };
 
-struct SymmetricMatrix {
-    std::string file;
-    bool positiveDefinite;
-};
-
 std::ostream& operator<<(std::ostream& out, const RealMatrix& matrix)
-{
-    return out << matrix.file;
-}
-std::ostream& operator<<(std::ostream& out, const SymmetricMatrix& matrix)
 {
     return out << matrix.file;
 }
@@ -42,7 +33,9 @@ Matrix load(const std::string& file)
 }
 
 class RealMatrices : public ::testing::TestWithParam<RealMatrix> {};
-class SymmetricMatrices : public ::testing::TestWithParam<SymmetricMatrix> {};
+class SymmetricMatrices : public ::testing::TestWithParam<const char*> {};
+class PositiveDefiniteMatrices : public ::testing::TestWithParam<const char*> {};
+class IndefiniteMatrices : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(RealMatrices, AreReproducedByTheirSingularVectorsAndHaveTheirRank)
 {
@@ -60,7 +53,7 @@ TEST_P(RealMatrices, AreReproducedByTheirSingularVectorsAndHaveTheirRank)
 TEST_P(SymmetricMatrices, AreReproducedByTheirEigenvectors)
 {
     const Threads one(1);
-    const Matrix A = load(GetParam().file);
+    const Matrix A = load(GetParam());
     ASSERT_TRUE(A.IsSymmetric(0.0));
     const SymEigen eigen(A);
     ASSERT_TRUE(eigen.Succeeded());
@@ -70,16 +63,27 @@ TEST_P(SymmetricMatrices, AreReproducedByTheirEigenvectors)
     EXPECT_LT(orthogonalityRatio(X), kResidualLimit);
 }
 
-TEST_P(SymmetricMatrices, FactorizeExactlyWhenPositiveDefinite)
+TEST_P(PositiveDefiniteMatrices, AreReproducedByTheirFactorsAndSolved)
 {
     const Threads one(1);
-    const Matrix A = load(GetParam().file);
+    const Matrix A = load(GetParam());
     const Cholesky cholesky(A);
-    ASSERT_EQ(cholesky.Succeeded(), GetParam().positiveDefinite);
-    if (!GetParam().positiveDefinite) return; // the state is all there is to see
+    ASSERT_TRUE(cholesky.Succeeded());
     const Matrix L = cholesky.L().value(), B = rightHandsFor(A, 2);
     EXPECT_LT(differenceRatio(A, naiveProduct(L, naiveTranspose(L))), kResidualLimit);
     EXPECT_LT(solveRatio(A, cholesky.Solve(B), B), kResidualLimit);
+    EXPECT_GT(SymEigen(A, false).Eigenvalue(A.Rows() - 1), 0.0); // the smallest
+}
+
+TEST_P(IndefiniteMatrices, HaveNoFactorAndAnEigenvalueThatIsNotPositive)
+{
+    const Threads one(1);
+    const Matrix A = load(GetParam());
+    const Cholesky cholesky(A);
+    ASSERT_FALSE(cholesky.Succeeded());
+    EXPECT_EQ(cholesky.L(), std::nullopt);
+    const SymEigen eigen(A, false);
+    EXPECT_LE(eigen.Eigenvalue(A.Rows() - 1), A.Rows() * kEps * oneNorm(A));
 }
 
 INSTANTIATE_TEST_SUITE_P(Small, RealMatrices,
@@ -90,12 +94,13 @@ INSTANTIATE_TEST_SUITE_P(Small, RealMatrices,
                                            RealMatrix{"lp_share2b.mtx", 96}, RealMatrix{"bcsstk04.mtx", 132},
                                            RealMatrix{"bcsstm01.mtx", 24}, RealMatrix{"sphere2.mtx", 64}));
 
-INSTANTIATE_TEST_SUITE_P(Small, SymmetricMatrices,
-                         ::testing::Values(SymmetricMatrix{"bcsstk04.mtx", true},
-                                           SymmetricMatrix{"Trefethen_500.mtx", true},
-                                           SymmetricMatrix{"662_bus.mtx", true},
-                                           SymmetricMatrix{"bcsstm01.mtx", false},
-                                           SymmetricMatrix{"sphere2.mtx", false}));
+const auto kPositiveDefinite = ::testing::Values("bcsstk04.mtx", "Trefethen_500.mtx", "662_bus.mtx");
+const auto kIndefinite = ::testing::Values("bcsstm01.mtx", "sphere2.mtx");
+
+INSTANTIATE_TEST_SUITE_P(Definite, SymmetricMatrices, kPositiveDefinite);
+INSTANTIATE_TEST_SUITE_P(Indefinite, SymmetricMatrices, kIndefinite);
+INSTANTIATE_TEST_SUITE_P(Small, PositiveDefiniteMatrices, kPositiveDefinite);
+INSTANTIATE_TEST_SUITE_P(Small, IndefiniteMatrices, kIndefinite);
 
 } // namespace
 } // namespace Velmar::Lintrix::testing

@@ -18,7 +18,6 @@ namespace {
 
 constexpr const char* kIndex = "Row or column index exceeds matrix size.";
 constexpr double kMachineEpsilon = 2.220446049250313e-16;
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 int smallerSide(const Matrix& A)
 {
@@ -40,13 +39,9 @@ Matrix definedV(const SVD& svd, int count)
     return svd.VH().value().SubMatrix(0, count - 1, 0, svd.VH().value().Cols() - 1).Transpose();
 }
 
-// |x - y|_inf / (max(m, n)*s[0]*eps)
 double valuesRatio(const Matrix& A, const Vector& x, const Vector& y)
 {
-    EXPECT_EQ(x.Length(), y.Length());
-    double difference = 0.0;
-    for (int i = 0; i < x.Length(); ++i) difference = std::max(difference, std::abs(x(i) - y(i)));
-    return difference == 0.0 ? 0.0 : difference / (largerSide(A) * x(0) * kEps);
+    return testing::valuesRatio(x, y, largerSide(A), x(0));
 }
 
 // Rank r almost surely, and well away from r-1 and r+1.
@@ -55,20 +50,6 @@ Matrix ofRank(const Shape& shape, int rank, std::uint64_t seed)
     std::mt19937_64 generator(seed);
     const Matrix left = randomMatrix({shape.rows, rank}, generator);
     return naiveProduct(left, randomMatrix({rank, shape.cols}, generator));
-}
-
-// The four conditions of Penrose (1955) for X, each scaled by what a stable X leaves: the computed factors
-// belong to A + F with |F| = O(eps)|A|, so that A*X is off by F*X, and condition = |A|*|X| comes in once.
-void expectPenroseConditions(const Matrix& A, const Matrix& X)
-{
-    ASSERT_EQ(X.Rows(), A.Cols());
-    ASSERT_EQ(X.Cols(), A.Rows());
-    const Matrix AX = naiveProduct(A, X), XA = naiveProduct(X, A);
-    const double condition = oneNorm(A) * oneNorm(X), unit = largerSide(A) * condition * kEps;
-    EXPECT_LT(oneNorm(naiveProduct(AX, A) - A) / (oneNorm(A) * unit), kResidualLimit);
-    EXPECT_LT(oneNorm(naiveProduct(XA, X) - X) / (oneNorm(X) * unit), kResidualLimit);
-    EXPECT_LT(oneNorm(AX - naiveTranspose(AX)) / unit, kResidualLimit);
-    EXPECT_LT(oneNorm(XA - naiveTranspose(XA)) / unit, kResidualLimit);
 }
 
 // ---- factors
@@ -388,24 +369,6 @@ TEST(SVDTest, PseudoInverseOfAWideMatrixIsTall)
 {
     const Matrix X = SVD(Matrix{{2, 0, 0}, {0, 4, 0}}).PseudoInverse().value();
     EXPECT_LT(differenceRatio(Matrix{{0.5, 0}, {0, 0.25}, {0, 0}}, X), kResidualLimit);
-}
-
-// ---- no convergence
-
-TEST(SVDTest, MatrixWithNaNIsAStateAndAllMembersStayReadable)
-{
-    const Matrix A{{kNaN, 1}, {2, 3}, {4, 5}};
-    for (const bool valuesOnly : {false, true}) {
-        const SVD svd(A, valuesOnly);
-        EXPECT_FALSE(svd.Succeeded());
-        EXPECT_EQ(svd.SingularValues().Length(), 2);
-        EXPECT_EQ(svd.S().Rows(), 2);
-        EXPECT_NO_THROW(svd.SingularValue(1));
-        EXPECT_NO_THROW(svd.Rank());
-        EXPECT_EQ(svd.U().has_value(), !valuesOnly);
-        EXPECT_EQ(svd.V().has_value(), !valuesOnly);
-        EXPECT_EQ(svd.PseudoInverse().has_value(), !valuesOnly);
-    }
 }
 
 // ---- life

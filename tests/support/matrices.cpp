@@ -32,6 +32,12 @@ void reflectRows(Matrix& A, std::mt19937_64& generator)
     }
 }
 
+// Once NaN, always NaN: std::max would forget it.
+double largerOrNaN(double x, double y)
+{
+    return x >= y || std::isnan(x) ? x : y;
+}
+
 bool sameCell(double x, double y)
 {
     return x == y || (std::isnan(x) && std::isnan(y));
@@ -137,8 +143,7 @@ double oneNorm(const Matrix& A)
     for (int c = 0; c < A.Cols(); ++c) {
         double sum = 0.0;
         for (int r = 0; r < A.Rows(); ++r) sum += std::abs(A(r, c));
-        if (std::isnan(sum)) return sum; // comes through, whatever the other columns hold
-        norm = std::max(norm, sum);
+        norm = largerOrNaN(norm, sum);
     }
     return norm;
 }
@@ -184,12 +189,28 @@ double orthogonalityRatio(const Matrix& Q)
 double solveRatio(const Matrix& A, const Matrix& X, const Matrix& B)
 {
     const Matrix AX = naiveProduct(A, X);
-    Matrix R(B.Rows(), B.Cols());
+    const double norm = oneNorm(A);
+    double worst = 0.0;
     for (int c = 0; c < B.Cols(); ++c) {
-        for (int r = 0; r < B.Rows(); ++r) R(r, c) = B(r, c) - AX(r, c);
+        double residual = 0.0, length = 0.0;
+        for (int r = 0; r < B.Rows(); ++r) residual += std::abs(B(r, c) - AX(r, c));
+        for (int r = 0; r < X.Rows(); ++r) length += std::abs(X(r, c));
+        worst = largerOrNaN(worst, residual == 0.0 ? 0.0 : residual / (norm * length * kEps));
     }
-    const double residual = oneNorm(R);
-    return residual == 0.0 ? 0.0 : residual / (std::max(A.Rows(), A.Cols()) * oneNorm(A) * oneNorm(X) * kEps);
+    return worst;
+}
+
+double inverseRatio(const Matrix& A, const Matrix& X)
+{
+    return differenceRatio(identity(A.Rows()), naiveProduct(X, A)) / (oneNorm(A) * oneNorm(X));
+}
+
+double valuesRatio(const Vector& x, const Vector& y, int size, double norm)
+{
+    EXPECT_EQ(x.Length(), y.Length());
+    double difference = 0.0;
+    for (int i = 0; i < x.Length(); ++i) difference = largerOrNaN(difference, std::abs(x(i) - y(i)));
+    return difference == 0.0 ? 0.0 : difference / (size * norm * kEps);
 }
 
 bool identical(const Matrix& A, const Matrix& B)

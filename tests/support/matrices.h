@@ -3,7 +3,8 @@
 /// Test matrices by shape and spectrum, and the residual ratios by which results are judged.
 ///
 /// Everything is seeded. A ratio is scaled by size, norm and eps = 2^-53, as the standard LAPACK test
-/// programs do: a stable result stays below kResidualLimit whatever the size.
+/// programs do: a stable result stays below kResidualLimit whatever the size. A NaN makes a ratio NaN, which
+/// is below nothing.
 
 #include <lintrix/dense/matrix.h>
 #include <lintrix/dense/vector.h>
@@ -53,12 +54,16 @@ double oneNorm(const Matrix& A);
 Matrix naiveProduct(const Matrix& A, const Matrix& B);
 Matrix naiveTranspose(const Matrix& A);
 
-/// ||A - B||_1 / (max(m, n)*||A||_1*eps).
+/// ||A - B||_1 / (max(m, n)*||A||_1*eps), as of a matrix and the product of its factors.
 double differenceRatio(const Matrix& A, const Matrix& B);
 /// ||Q'*Q - I||_1 / (m*eps) for a Q with orthonormal columns.
 double orthogonalityRatio(const Matrix& Q);
-/// ||B - A*X||_1 / (max(m, n)*||A||_1*||X||_1*eps).
+/// The largest ||b - A*x||_1 / (||A||_1*||x||_1*eps) over the columns b of B and x of X: no factor of size.
 double solveRatio(const Matrix& A, const Matrix& X, const Matrix& B);
+/// ||I - X*A||_1 / (n*||A||_1*||X||_1*eps) for an X that is the inverse of the n x n A from the left.
+double inverseRatio(const Matrix& A, const Matrix& X);
+/// max |x_i - y_i| / (size*norm*eps) of singular values or eigenvalues of a matrix of that size and norm.
+double valuesRatio(const Vector& x, const Vector& y, int size, double norm);
 
 /// Same shape, same bits but for the sign of zero and NaN payloads.
 bool identical(const Matrix& A, const Matrix& B);
