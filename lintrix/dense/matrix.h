@@ -446,10 +446,15 @@ public:
     /// cells does not matter, and pairs of equal cells cancel.
     std::int32_t GetHashCode() const;
     LINTRIX_EXPORT friend bool operator==(const Matrix& A, const Matrix& B);
+    /// As with the matrix of that array, whatever its lower bounds; no failure for an array without elements.
+    LINTRIX_EXPORT friend bool operator==(const Matrix& A, const Array2D<double>& array);
     /// Null equals null and nothing else. `operator!=` and its like are the negation.
     static bool Equals(const Matrix* A, const Matrix* B) { return A && B ? *A == *B : A == B; }
     bool Equals(const Matrix& object) const { return *this == object; }
     bool Equals(const Matrix* object) const { return object && *this == *object; }
+    /// What the holder holds decides; an empty one, or one of another class, is not equal.
+    bool Equals(const std::any& object) const { return Equals(std::any_cast<Matrix>(&object)); }
+    bool Equals(const std::optional<Matrix>& object) const { return object && *this == *object; }
     /// False: an object of another class, a vector among them.
     template <AnotherClass<Matrix> T>
     bool Equals(const T&) const

@@ -120,4 +120,15 @@ bool operator==(const Matrix& A, const Matrix& B)
     return A.mRows == B.mRows && A.mCols == B.mCols && detail::equalCells(A.cells(), B.cells(), A.mCells);
 }
 
+bool operator==(const Matrix& A, const Array2D<double>& array)
+{
+    if (A.mRows != array.Rows() || A.mCols != array.Cols()) return false;
+    for (std::int32_t r = 0; r < A.mRows; ++r) {
+        for (std::int32_t c = 0; c < A.mCols; ++c) {
+            if (A.column(c)[r] != array.Row(r)[c]) return false;
+        }
+    }
+    return true;
+}
+
 } // namespace Velmar::Lintrix

@@ -7,12 +7,14 @@
 
 #include <lintrix/dense/matrix.h>
 
+#include <any>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <iosfwd>
 #include <locale>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -216,6 +218,9 @@ public:
     static bool Equals(const Vector* x, const Vector* y) { return x && y ? *x == *y : x == y; }
     bool Equals(const Vector& object) const { return *this == object; }
     bool Equals(const Vector* object) const { return object && *this == *object; }
+    /// What the holder holds decides; an empty one, or one of another class, is not equal.
+    bool Equals(const std::any& object) const { return Equals(std::any_cast<Vector>(&object)); }
+    bool Equals(const std::optional<Vector>& object) const { return object && *this == *object; }
     /// False: an object of another class, a matrix among them.
     template <AnotherClass<Vector> T>
     bool Equals(const T&) const

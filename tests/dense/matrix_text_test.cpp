@@ -8,11 +8,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <any>
 #include <bit>
+#include <cfenv>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <unordered_set>
@@ -431,6 +435,35 @@ TEST(MatrixIdentity, EqualsIsTrueForEqualMatricesAndTheirAddresses)
     EXPECT_TRUE(Matrix().Equals(&derived));
 }
 
+TEST(MatrixIdentity, EqualsLooksIntoWhatTheLibraryReturns)
+{
+    const Matrix A{{1, 2}, {3, 4}}, other{{1, 2}, {3, 5}};
+    EXPECT_TRUE(A.Equals(A.CloneableClone()));
+    EXPECT_FALSE(A.Equals(other.CloneableClone()));
+    EXPECT_FALSE(A.Equals(std::any(Vector{1, 2})));
+    EXPECT_FALSE(A.Equals(std::any()));
+    const Matrix left{{1}, {3}}, right{{2}, {4}};
+    EXPECT_TRUE(A.Equals(Matrix::Concatenate(left, right, ConcatenateMode::Horizontally)));
+    EXPECT_FALSE(other.Equals(Matrix::Concatenate(left, right, ConcatenateMode::Horizontally)));
+    EXPECT_FALSE(A.Equals(Matrix::Concatenate(left, right, static_cast<ConcatenateMode>(7))));
+    EXPECT_FALSE(A.Equals(std::optional<Vector>(Vector{1, 2})));
+    EXPECT_FALSE(A.Equals(std::nullopt));
+}
+
+TEST(MatrixIdentity, AMatrixComparesWithArrays)
+{
+    const Matrix A{{1, 2}, {3, 4}};
+    EXPECT_TRUE(A == A.ToArray());
+    EXPECT_TRUE(A.ToArray() == A);
+    EXPECT_FALSE(A != A.ToArray());
+    EXPECT_FALSE(A == Matrix(2, 2).ToArray());
+    EXPECT_FALSE((A == Array2D<double>{{1, 2, 3, 4}}));
+    EXPECT_FALSE(A == Array2D<double>(0, 2)); // no such matrix, and no failure
+    Array2D<double> shifted(2, 2, -1, 5);
+    std::copy_n(A.ToArray().Row(0), 4, shifted.Row(0));
+    EXPECT_TRUE(A == shifted);
+}
+
 TEST(MatrixIdentity, ShapesMustAgree)
 {
     EXPECT_FALSE((Matrix{{1, 2}} == Matrix{{1}, {2}}));
@@ -465,8 +498,14 @@ TEST(MatrixIdentity, ANanIsNotEvenEqualToItself)
 TEST(MatrixIdentity, ZerosOfBothSignsAreEqualAndHashAlike)
 {
     const Matrix A{{0.0, 1.0}}, B{{-0.0, 1.0}};
-    EXPECT_TRUE(A == B);
-    EXPECT_EQ(A.GetHashCode(), B.GetHashCode());
+    for (const int mode : {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO}) {
+        std::fesetround(mode);
+        const bool equal = A == B;
+        const std::int32_t hashes[] = {A.GetHashCode(), B.GetHashCode()};
+        std::fesetround(FE_TONEAREST);
+        EXPECT_TRUE(equal);
+        EXPECT_EQ(hashes[0], hashes[1]) << "rounding mode " << mode;
+    }
 }
 
 TEST(MatrixIdentity, TheHashIsTheFoldOfSizesAndHalves)

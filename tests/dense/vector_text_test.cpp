@@ -6,11 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <any>
 #include <bit>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <unordered_set>
@@ -347,6 +349,19 @@ TEST(VectorText, UseAfterReleaseIsRefusedInTheHardenedBuild)
     } else {
         EXPECT_FALSE(x == Vector(3)); // the length answers, and decides before an element is read
     }
+}
+
+TEST(VectorIdentity, EqualsLooksIntoWhatTheLibraryReturns)
+{
+    const Vector x{1, 2}, other{1, 3};
+    EXPECT_TRUE(x.Equals(std::any(x)));
+    EXPECT_FALSE(x.Equals(std::any(other)));
+    EXPECT_FALSE(x.Equals(std::any(x.ToMatrix())));
+    EXPECT_TRUE(x.Equals(std::optional<Vector>(x)));
+    EXPECT_FALSE(x.Equals(std::optional<Vector>()));
+    EXPECT_TRUE(x == x.ToArray());
+    EXPECT_TRUE(x.ToArray() == x);
+    EXPECT_FALSE(x != x.ToArray());
 }
 
 } // namespace

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -74,6 +76,66 @@ TYPED_TEST(AllocatorTest, EveryBlockIsAlignedToSixteenBytes)
     std::vector<void*> blocks;
     for (std::uint64_t size = 0; size < 70; ++size) blocks.push_back(TypeParam::take(size * size));
     for (void* block : blocks) {
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0u);
+        _free_mem_int(block);
+    }
+}
+
+// A system allocator whose blocks stand 8 bytes past a multiple of 16, or on one, in turn.
+class CrookedSystem {
+public:
+    CrookedSystem() { SystemAllocatorSlots() = {take, clear, resize, give}; }
+    ~CrookedSystem() { SystemAllocatorSlots() = saved_; }
+    CrookedSystem(const CrookedSystem&) = delete;
+    CrookedSystem& operator=(const CrookedSystem&) = delete;
+
+private:
+    // In front of each block: where the true one begins, and the size.
+    struct Note {
+        void* start;
+        std::size_t size;
+    };
+    static Note* noteOf(void* block) { return static_cast<Note*>(block) - 1; }
+    static void* take(std::size_t size)
+    {
+        static std::size_t shift = 0;
+        shift = 8 - shift;
+        auto* const start = static_cast<std::byte*>(std::malloc(size + 48));
+        void* const block = start + 32 + shift;
+        *noteOf(block) = {start, size};
+        return block;
+    }
+    static void* clear(std::size_t count, std::size_t size)
+    {
+        return std::memset(take(count * size), 0, count * size);
+    }
+    static void* resize(void* block, std::size_t size)
+    {
+        void* const moved = take(size);
+        std::memcpy(moved, block, std::min(size, noteOf(block)->size));
+        give(block);
+        return moved;
+    }
+    static void give(void* block)
+    {
+        if (block != nullptr) std::free(noteOf(block)->start);
+    }
+
+    SystemAllocator saved_ = SystemAllocatorSlots();
+};
+
+TYPED_TEST(AllocatorTest, BlocksAreAlignedWhateverTheSystemAllocatorGives)
+{
+    const CrookedSystem system;
+    for (int k = 0; k < 4; ++k) {
+        auto* block = TypeParam::take(4);
+        std::memcpy(static_cast<void*>(block), "0123456789abcdef", 16);
+        for (const std::uint64_t size : {100, 7, 1000, 1001, 64}) {
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0u);
+            block = TypeParam::resize(block, size);
+            EXPECT_EQ(blockBytes(block), size * TypeParam::kBytes);
+            EXPECT_EQ(std::memcmp(static_cast<const void*>(block), "0123456789abcdef", 16), 0);
+        }
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0u);
         _free_mem_int(block);
     }
