@@ -8,7 +8,6 @@
 #include "bench/sparse_matrices.h"
 
 #include <lintrix/lintrix.h>
-#include <lintrix/sparse/kernels/kernels.h>
 
 #include <Eigen/Sparse>
 
@@ -132,8 +131,8 @@ void gatherAll(const Rows& A, const Vec& x, int threads)
 
 void csrmv(const char* trans, const char* descriptor, const Rows& A, const Vec& x, Vec& y)
 {
-    detail::mkl_dcsrmv(trans, A.n, A.n, 1.0, descriptor, A.a.data(), A.ja.data(), A.ia.data(),
-                       A.ia.data() + 1, x.data(), 0.0, y.data());
+    mkl_dcsrmv(trans, A.n, A.n, 1.0, descriptor, A.a.data(), A.ja.data(), A.ia.data(), A.ia.data() + 1,
+               x.data(), 0.0, y.data());
 }
 
 template <class Own, class Peer>
@@ -211,8 +210,8 @@ void eight_columns(benchmark::State& state)
     const Eigen::MatrixXd B = Eigen::MatrixXd::Random(A.n, 8);
     Eigen::MatrixXd C(A.n, 8), peer(A.n, 8);
     const auto own = [&] {
-        detail::mkl_dcsrmm("N", A.n, 8, A.n, 1.0, "GUNF", A.a.data(), A.ja.data(), A.ia.data(),
-                           A.ia.data() + 1, B.data(), A.n, 0.0, C.data(), A.n);
+        mkl_dcsrmm("N", A.n, 8, A.n, 1.0, "GUNF", A.a.data(), A.ja.data(), A.ia.data(), A.ia.data() + 1,
+                   B.data(), A.n, 0.0, C.data(), A.n);
     };
     own();
     peer.noalias() = *E * B;
@@ -227,8 +226,8 @@ void sum_of(benchmark::State& state, const Rows& A, const Rows& B)
     const auto own = [&] {
         int info = 0;
         return twoPasses(A.n, [&](int request, double* c, int* jc, int* ic) {
-            detail::mkl_dcsradd("N", request, 0, A.n, A.n, A.a.data(), A.ja.data(), A.ia.data(), 1.0,
-                                B.a.data(), B.ja.data(), B.ia.data(), c, jc, ic, 0, info);
+            mkl_dcsradd("N", request, 0, A.n, A.n, A.a.data(), A.ja.data(), A.ia.data(), 1.0, B.a.data(),
+                        B.ja.data(), B.ia.data(), c, jc, ic, 0, info);
         });
     };
     requireSame(state, own(), *EA + *EB);
@@ -256,8 +255,8 @@ void square(benchmark::State& state)
     const auto own = [&] {
         int info = 0;
         return twoPasses(A.n, [&](int request, double* c, int* jc, int* ic) {
-            detail::mkl_dcsrmultcsr("N", request, 0, A.n, A.n, A.n, A.a.data(), A.ja.data(), A.ia.data(),
-                                    A.a.data(), A.ja.data(), A.ia.data(), c, jc, ic, 0, info);
+            mkl_dcsrmultcsr("N", request, 0, A.n, A.n, A.n, A.a.data(), A.ja.data(), A.ia.data(), A.a.data(),
+                            A.ja.data(), A.ia.data(), c, jc, ic, 0, info);
         });
     };
     requireSame(state, own(), *E * *E);

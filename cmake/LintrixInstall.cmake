@@ -1,13 +1,16 @@
-# Install rules: the library, its headers, the command, and the two descriptions by which another project finds
+# Install rules: the library, its public headers, the command, and the two descriptions by which another project finds
 # them, a CMake package and a pkg-config file. The installed tree may be moved: both work from where they stand.
 
 include(CMakePackageConfigHelpers)
+include(LintrixPublicHeaders)
 set(LINTRIX_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Lintrix")
 set(LINTRIX_PKGCONFIG_DIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
-install(TARGETS lintrix EXPORT Lintrix)
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/lintrix" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
-  FILES_MATCHING PATTERN "*.h")
+lintrix_public_headers("${PROJECT_SOURCE_DIR}" headers)
+list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${headers})   # an include added is a header installed
+target_sources(lintrix PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${headers})
+install(TARGETS lintrix EXPORT Lintrix FILE_SET HEADERS)
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
@@ -40,9 +43,8 @@ endif()
 set(pc_libs_private "")
 if(NOT BUILD_SHARED_LIBS)
   string(APPEND pc_cflags " -DLINTRIX_STATIC")
-  get_target_property(hwloc_library PkgConfig::hwloc INTERFACE_LINK_LIBRARIES)
   string(JOIN " " pc_libs_private
-    "${LINTRIX_BLAS_LIBRARY}" "-Wl,-rpath,${LINTRIX_BLAS_DIR}" "${METIS_LIBRARY}" ${hwloc_library} -lz
+    "${LINTRIX_BLAS_LIBRARY}" "-Wl,-rpath,${LINTRIX_BLAS_DIR}" "${METIS_LIBRARY}" -lz
     "${OpenMP_CXX_FLAGS}")
 endif()
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX

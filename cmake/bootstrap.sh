@@ -3,7 +3,7 @@
 # release preset is configured and built. Plain POSIX shell.
 
 # Debian's names of the packages that the whole tree needs: library, command, tests, benchmarks.
-lintrix_packages="g++ cmake ninja-build pkgconf libopenblas-openmp-dev libhwloc-dev libmetis-dev zlib1g-dev libpng-dev \
+lintrix_packages="g++ cmake ninja-build pkgconf libopenblas-openmp-dev libmetis-dev zlib1g-dev libpng-dev \
 libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev"
 
 say() { printf '%s\n' "$*"; }

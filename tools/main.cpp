@@ -37,10 +37,11 @@ constexpr int kBadInput = 2;
 std::string versionText()
 {
     const BlasIdentity blas = DescribeBlas();
-    return fmt::format("lintrix {}\nBLAS: {}\nBLAS file: {}\nBLAS kernels for: {}\nBLAS threading: {}\n"
+    const std::string note = blas.coreNote.empty() ? "" : " (" + blas.coreNote + ")";
+    return fmt::format("lintrix {}\nBLAS: {}\nBLAS file: {}\nBLAS kernels for: {}{}\nBLAS threading: {}\n"
                        "threads in force: {}",
                        LibraryVersion(), blas.library, blas.file.empty() ? "unknown" : blas.file,
-                       blas.core.empty() ? "unknown" : blas.core, blas.threading, blas.threads);
+                       blas.core.empty() ? "unknown" : blas.core, note, blas.threading, blas.threads);
 }
 
 /// A fault on one line of standard error.
@@ -48,6 +49,13 @@ int complain(std::string text)
 {
     while (!text.empty() && text.back() == '\n') text.pop_back();
     tools::writeAll(STDERR_FILENO, fmt::format("lintrix: {}\n", tools::printable(text)));
+    return kBadInput;
+}
+
+/// Takes no memory itself.
+int complainOfMemory()
+{
+    tools::writeAll(STDERR_FILENO, "lintrix: there is not enough memory\n");
     return kBadInput;
 }
 
@@ -116,7 +124,7 @@ void addChoice(CLI::App* command, const std::string& name, Value& target,
 }
 
 /// The options of the direct solver.
-void addDirect(CLI::App* solve, tools::SolveOptions& options)
+void addDirect(CLI::App* solve, CLI::Option* json, tools::SolveOptions& options)
 {
     tools::SparseOptions& sparse = options.sparse;
     addChoice(solve, "--type", sparse.type,
@@ -141,7 +149,7 @@ void addDirect(CLI::App* solve, tools::SolveOptions& options)
                      "At most N steps of refinement; below 0 with residuals in extended precision")
         ->type_name("N");
     solve->add_flag("--report", sparse.settings.engineReport, "Print the direct solver's own report")
-        ->excludes("--json");
+        ->excludes(json);
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
 }
 
@@ -154,8 +162,7 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
     solve->add_option("--out", options.out, "File for the solution, a Matrix Market array")
         ->type_name("FILE");
     addThreads(*solve);
-    solve->add_flag("--json", options.json, "Report on one line of JSON");
-    addDirect(solve, options);
+    addDirect(solve, solve->add_flag("--json", options.json, "Report on one line of JSON"), options);
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
         "array; real, integer or pattern; general, symmetric or skew-symmetric. Square coordinate files go\n"
@@ -266,6 +273,19 @@ int run(int argc, char** argv)
     return tools::runSolve(solveOptions);
 }
 
+int runOrComplain(int argc, char** argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const NotEnoughMemoryException&) {
+        return complainOfMemory();
+    } catch (const std::bad_alloc&) {
+        return complainOfMemory();
+    } catch (const std::exception& failure) {
+        return complain(failure.what());
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -273,12 +293,8 @@ int main(int argc, char** argv)
     occupyStandardDescriptors();
     ignoreWriteSignals();
     try {
-        return run(argc, argv);
-    } catch (const NotEnoughMemoryException&) {
-        return complain("there is not enough memory");
-    } catch (const std::bad_alloc&) {
-        return complain("there is not enough memory");
-    } catch (const std::exception& failure) {
-        return complain(failure.what());
+        return runOrComplain(argc, argv);
+    } catch (const std::exception&) { // there was none for the complaint either
+        return complainOfMemory();
     }
 }

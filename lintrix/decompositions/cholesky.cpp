@@ -1,14 +1,17 @@
 #include <lintrix/decompositions/cholesky.h>
 
 #include <lintrix/dense/access.h>
+#include <lintrix/dense/detail/finite.h>
+#include <lintrix/dense/detail/kept.h>
+#include <lintrix/dense/detail/triangles.h>
+#include <lintrix/dense/detail/workspace.h>
 #include <lintrix/services/lapack.h>
-
-#include <algorithm>
 
 namespace Velmar::Lintrix {
 
 using detail::Block;
 using detail::DenseAccess;
+using detail::leadingDimension;
 
 Cholesky::Cholesky(const Matrix& matrix) : n(matrix.Rows())
 {
@@ -16,26 +19,23 @@ Cholesky::Cholesky(const Matrix& matrix) : n(matrix.Rows())
         throw NotSquareMatrixException("Cholesky decomposition is possible only for a square matrix.");
     }
     a = Block<double>::copyOf(DenseAccess::cells(matrix), DenseAccess::count(matrix));
-    detail::lapack::potrf('L', n, a.get(), n, inf);
+    if (!detail::lowerFinite(a.get(), n)) { // potrf compares pivots with zero, and a NaN passes that
+        inf = detail::kNotFinite;
+        return;
+    }
+    detail::lapack::potrf('L', n, a.get(), leadingDimension(n), inf);
 }
 
 const double* Cholesky::packed() const
 {
-    if constexpr (detail::kHardened) {
-        if (!a) detail::raiseReleased();
-    }
-    return a.get();
+    return detail::kept(a);
 }
 
 std::optional<Matrix> Cholesky::L() const
 {
     if (!Succeeded()) return std::nullopt;
     Matrix l(n, n);
-    double* target = DenseAccess::cells(l);
-    const double* source = packed();
-    for (std::int64_t i = 0; i < n; ++i) {
-        std::copy(source + i + n * i, source + n + n * i, target + i + n * i);
-    }
+    detail::copyLower(packed(), n, n, DenseAccess::cells(l));
     return l;
 }
 
@@ -46,7 +46,8 @@ Matrix Cholesky::Solve(const Matrix& rightHands) const
 
     Matrix x(rightHands);
     int info = 0;
-    detail::lapack::potrs('L', n, x.Cols(), packed(), n, DenseAccess::cells(x), n, info);
+    detail::lapack::potrs('L', n, x.Cols(), packed(), leadingDimension(n), DenseAccess::cells(x),
+                          leadingDimension(n), info);
     return x;
 }
 
@@ -55,12 +56,9 @@ Matrix Cholesky::Inverse() const
     if (!Succeeded()) throw SingularMatrixException();
 
     Matrix inverse = DenseAccess::copyOf(packed(), n, n);
-    double* x = DenseAccess::cells(inverse);
     int info = 0;
-    detail::lapack::potri('L', n, x, n, info);
-    for (std::int64_t i = 1; i < n; ++i) { // the routine fills the lower triangle only
-        for (std::int64_t j = 0; j < i; ++j) x[j + n * i] = x[i + n * j];
-    }
+    detail::lapack::potri('L', n, DenseAccess::cells(inverse), leadingDimension(n), info);
+    detail::mirrorLower(DenseAccess::cells(inverse), n); // the routine fills the lower triangle only
     return inverse;
 }
 

@@ -25,8 +25,8 @@ public:
     Cholesky& operator=(Cholesky&&) noexcept = default;
 
     std::int32_t Size() const noexcept { return n; }
-    /// True exactly when `dpotrf` met no pivot that is zero or negative: A is positive definite to working
-    /// precision. The routine need not notice a NaN in A.
+    /// True exactly when the lower triangle of A is finite and `dpotrf` met no pivot that is zero or
+    /// negative: A is positive definite to working precision.
     bool Succeeded() const noexcept { return inf == 0; }
     /// n x n, lower triangular with a zero upper part; empty when not Succeeded().
     std::optional<Matrix> L() const;

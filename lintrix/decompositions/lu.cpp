@@ -1,75 +1,58 @@
 #include <lintrix/decompositions/lu.h>
 
-#include <lintrix/decompositions/detail/workspace.h>
 #include <lintrix/dense/access.h>
+#include <lintrix/dense/detail/kept.h>
+#include <lintrix/dense/detail/sizes.h>
+#include <lintrix/dense/detail/triangles.h>
+#include <lintrix/dense/detail/workspace.h>
 #include <lintrix/services/lapack.h>
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
 
 namespace Velmar::Lintrix {
 
 using detail::Block;
 using detail::DenseAccess;
+using detail::leadingDimension;
 
 LU::LU(const Matrix& matrix)
     : a(Block<double>::copyOf(DenseAccess::cells(matrix), DenseAccess::count(matrix))),
       ipiv(std::min(matrix.Rows(), matrix.Cols())), mRows(matrix.Rows()), mCols(matrix.Cols()),
       mCells(DenseAccess::count(matrix)), np(std::min(mRows, mCols))
 {
-    detail::lapack::getrf(mRows, mCols, a.get(), mRows, ipiv.get(), inf);
+    detail::lapack::getrf(mRows, mCols, a.get(), leadingDimension(mRows), ipiv.get(), inf);
 }
 
 const double* LU::packed() const
 {
-    if constexpr (detail::kHardened) {
-        if (!a) detail::raiseReleased();
-    }
-    return a.get();
+    return detail::kept(a);
 }
 
 Matrix LU::L() const
 {
     Matrix l(mRows, np);
-    double* target = DenseAccess::cells(l);
-    const double* source = packed();
-    for (std::int64_t j = 0; j < np; ++j) {
-        const std::int64_t diagonal = j + mRows * j, end = mRows + mRows * j;
-        target[diagonal] = 1.0;
-        std::copy(source + diagonal + 1, source + end, target + diagonal + 1);
-    }
+    detail::copyUnitLower(packed(), mRows, np, DenseAccess::cells(l));
     return l;
 }
 
 Matrix LU::U() const
 {
     Matrix u(np, mCols);
-    double* target = DenseAccess::cells(u);
-    const double* source = packed();
-    for (std::int64_t j = 0; j < mCols; ++j) {
-        std::copy_n(source + mRows * j, std::min<std::int64_t>(j + 1, np), target + np * j);
-    }
+    detail::copyUpper(packed(), mRows, np, mCols, DenseAccess::cells(u));
     return u;
 }
 
 std::vector<std::int32_t> LU::GetPivots() const
 {
-    packed();
-    std::vector<std::int32_t> rows(static_cast<std::size_t>(mRows));
-    std::iota(rows.begin(), rows.end(), 0);
-    for (std::int32_t i = 0; i < np; ++i) {
-        std::swap(rows[static_cast<std::size_t>(i)], rows[static_cast<std::size_t>(ipiv[i] - 1)]);
-    }
-    return rows;
+    return detail::afterInterchanges(detail::kept(ipiv), np, mRows);
 }
 
 Matrix LU::P() const
 {
-    const std::vector<std::int32_t> rows = GetPivots();
-    Matrix p(mRows, mRows);
-    for (std::int32_t i = 0; i < mRows; ++i) p(rows[static_cast<std::size_t>(i)], i) = 1.0;
-    return p;
+    auto p = Block<double>::zeroed(detail::resultCells(mRows, mRows)); // A may be one long column
+    detail::setPermutation(GetPivots(), p.get());
+    return DenseAccess::adopt(std::move(p), mRows, mRows);
 }
 
 Matrix LU::Solve(const Matrix& rightHands) const
@@ -80,8 +63,8 @@ Matrix LU::Solve(const Matrix& rightHands) const
 
     Matrix x(rightHands);
     int info = 0;
-    detail::lapack::getrs('N', mRows, rightHands.Cols(), packed(), mRows, ipiv.get(), DenseAccess::cells(x),
-                          rightHands.Rows(), info);
+    detail::lapack::getrs('N', mRows, rightHands.Cols(), packed(), leadingDimension(mRows), ipiv.get(),
+                          DenseAccess::cells(x), leadingDimension(rightHands.Rows()), info);
     return x;
 }
 
@@ -107,12 +90,13 @@ Matrix LU::Inverse() const
     }
     if (IsSingular()) throw SingularMatrixException("Matrix is singular and it can not be inverted.");
 
-    // LWORK = 64*n; by contract the buffer is one cell longer than LWORK says.
-    const detail::Workspace work(detail::kBlockSize * mRows + 1);
-    const std::int32_t lwork = work.lwork - 1;
+    // LWORK = 64*n; the buffer is one cell longer than it says. Callers rely on the memory that an operation
+    // takes, so it stays.
+    const detail::Workspace<double> work(detail::kBlockSize * mRows + 1);
+    const std::int32_t lwork = std::max(1, work.lwork - 1);
     auto inverse = Block<double>::copyOf(packed(), mCells);
     int info = 0;
-    detail::lapack::getri(mRows, inverse.get(), mRows, ipiv.get(), work.get(), lwork, info);
+    detail::lapack::getri(mRows, inverse.get(), leadingDimension(mRows), ipiv.get(), work.get(), lwork, info);
     if (info != 0) throw MatrixException("Undefined Error.");
     return DenseAccess::adopt(std::move(inverse), mRows, mRows);
 }

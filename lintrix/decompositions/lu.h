@@ -13,9 +13,12 @@ namespace Velmar::Lintrix {
 ///
 /// A is m x n, np = min(m, n): L is m x np unit lower trapezoidal, U is np x n upper trapezoidal, P is m x m.
 /// Works on a private copy, once, in the constructor; after that the object does not change. A zero pivot is
-/// a state, not a failure: see IsSingular(). Each property builds a new matrix; nothing is cached. Any member
-/// may raise NotEnoughMemoryException with its default message. A finished object may be read from several
-/// threads. Cost: 2/3 n^3 operations for a square matrix.
+/// a state, not a failure: see IsSingular(). A NaN or an infinity in A runs through the factors, while P
+/// stays a permutation. So does the infinity that a pivot below 5.6e-309 leaves, whose reciprocal overflows:
+/// multiply A and the right-hand sides by a power of two, and L and the solutions are those of A. Each
+/// property builds a new matrix; nothing is cached. Any member may raise NotEnoughMemoryException with its
+/// default message. A finished object may be read from several threads. Cost: 2/3 n^3 operations for a square
+/// matrix.
 class LINTRIX_EXPORT LU {
 public:
     /// Factorizes any shape.
@@ -32,7 +35,7 @@ public:
 
     Matrix L() const; ///< m x np, unit lower trapezoidal
     Matrix U() const; ///< np x n, upper trapezoidal
-    Matrix P() const; ///< m x m, permutation
+    Matrix P() const; ///< m x m, permutation; out of memory for more than 46340 rows, unlike GetPivots()
     /// Row i of L*U is row GetPivots()[i] of A; m entries, zero-based.
     std::vector<std::int32_t> GetPivots() const;
 

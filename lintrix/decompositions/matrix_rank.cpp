@@ -7,7 +7,8 @@ namespace Velmar::Lintrix {
 
 namespace {
 
-// By contract only here does a decomposition that did not converge turn into a failure.
+// A decomposition that failed keeps that as a state; a caller of these operations has no object to ask, so
+// here it turns into a failure.
 const SVD& converged(const SVD& svd)
 {
     if (!svd.Succeeded()) throw OperationFailedException();

@@ -39,7 +39,7 @@ Matrix Matrix::Solve(const Matrix& rightHands, SolveRoad& road) const
         road = SolveRoad::QR;
         return QR(*this).Solve(rightHands);
     }
-    return LQ(*this).Solve(rightHands); // wide, or by contract square and exactly singular
+    return LQ(*this).Solve(rightHands); // wide, or square and exactly singular
 }
 
 Matrix Matrix::LDivide(const Matrix& A, const Matrix& B)

@@ -14,9 +14,11 @@ namespace Velmar::Lintrix {
 ///
 /// A is m x n, p = min(m, n): Q is m x p with orthonormal columns, R is p x n upper trapezoidal, P is n x n,
 /// the identity without pivoting. Works on a private copy, once, in the constructor; after that the object
-/// does not change. There is no failure state: rank deficiency is neither detected nor reported. Each
-/// property builds a new matrix. Any member may raise NotEnoughMemoryException with its default message.
-/// Cost: 2 n^2 (m - n/3) operations for m >= n.
+/// does not change. There is no failure state: rank deficiency is neither detected nor reported, and a NaN or
+/// an infinity in A runs through the factors, while P stays a permutation. A diagonal of R below 5.6e-309,
+/// whose reciprocal overflows, acts as a zero in Solve(); multiply A and the right-hand sides by a power of
+/// two, and X is the same. Each property builds a new matrix. Any member may raise NotEnoughMemoryException
+/// with its default message. Cost: 2 n^2 (m - n/3) operations for m >= n.
 class LINTRIX_EXPORT QR {
 public:
     /// Without pivoting.
@@ -33,13 +35,15 @@ public:
 
     Matrix R() const; ///< p x n, upper trapezoidal
     Matrix Q() const; ///< m x p, orthonormal columns
-    Matrix P() const; ///< n x n, permutation
+    Matrix P() const; ///< n x n, permutation; out of memory for more than 46340 columns, unlike GetPivots()
     /// Column j of A*P is column GetPivots()[j] of A; n entries, zero-based.
     std::vector<std::int32_t> GetPivots() const;
 
-    /// X (n x nrhs) that minimizes ||A*X - rightHands|| column by column, m >= n. By contract that holds for
-    /// the first column, and for all of them when m = n; further columns of a tall system are not solutions.
-    /// A zero on the diagonal of R gives non-finite cells. Checks, in this order:
+    /// X (n x nrhs) that minimizes ||A*X - rightHands||, m >= n: in every column when m = n, of a tall system
+    /// in the first one alone. Give a tall system with several right-hand sides in single columns: further
+    /// columns of X are no solutions (the triangular solve walks the columns at a stride of n, and they stand
+    /// at a stride of m). Callers compare X with stored results, so it stays. A zero on the diagonal of R
+    /// gives non-finite cells. Checks, in this order:
     /// @throws SizeMismatchException  rightHands.Rows() != m: "Right hands matrix size does not match."
     /// @throws SizeMismatchException  m < n: "Underdetermined system. Use LQ decomposition instead."
     Matrix Solve(const Matrix& rightHands) const;

@@ -1,19 +1,24 @@
 #include <lintrix/decompositions/svd.h>
 
-#include <lintrix/decompositions/detail/workspace.h>
 #include <lintrix/dense/access.h>
 #include <lintrix/dense/detail/column_major.h>
+#include <lintrix/dense/detail/finite.h>
+#include <lintrix/dense/detail/kept.h>
 #include <lintrix/dense/detail/sizes.h>
+#include <lintrix/dense/detail/triangles.h>
+#include <lintrix/dense/detail/workspace.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace Velmar::Lintrix {
 
 using detail::Block;
 using detail::DenseAccess;
+using detail::leadingDimension;
 
 namespace {
 
@@ -28,7 +33,8 @@ SVD::SVD(const Matrix& matrix, bool singularValuesOnly)
     : mRows(matrix.Rows()), mCols(matrix.Cols()), mCells(DenseAccess::count(matrix))
 {
     const std::int64_t mn = smallerSide(), mx = std::max(mRows, mCols);
-    const detail::Workspace work(std::max(mx, 4 * mn * (mn + 1)) + 3 * square(mn)); // in both forms
+    const detail::Workspace<double> work(std::max(mx, 4 * mn * (mn + 1)) + 3 * square(mn), // in both forms
+                                         singularValuesOnly ? 1 : 4 * square(mn) + 7 * mn);
     const Block<std::int32_t> integers(8 * mn);
     const auto copy = Block<double>::copyOf(DenseAccess::cells(matrix), mCells);
     s = Block<double>(mn);
@@ -36,16 +42,21 @@ SVD::SVD(const Matrix& matrix, bool singularValuesOnly)
         u = Block<double>(square(mRows));
         vt = Block<double>(square(mCols));
     }
-    detail::lapack::gesdd(singularValuesOnly ? 'N' : 'S', mRows, mCols, copy.get(), mRows, s.get(), u.get(),
-                          mRows, vt.get(), mCols, work.get(), work.lwork, integers.get(), inf);
+    if (!detail::allFinite(copy.get(), mCells)) {
+        inf = detail::kNotFinite;
+        s.clear(mn);
+        if (u) u.clear(square(mRows));
+        if (vt) vt.clear(square(mCols));
+        return;
+    }
+    const std::int32_t lda = leadingDimension(mRows), ldvt = leadingDimension(mCols);
+    detail::lapack::gesdd(singularValuesOnly ? 'N' : 'S', mRows, mCols, copy.get(), lda, s.get(), u.get(),
+                          lda, vt.get(), ldvt, work.get(), work.lwork, integers.get(), inf);
 }
 
 const double* SVD::values() const
 {
-    if constexpr (detail::kHardened) {
-        if (!s) detail::raiseReleased();
-    }
-    return s.get();
+    return detail::kept(s);
 }
 
 std::optional<Matrix> SVD::U() const
@@ -58,8 +69,7 @@ std::optional<Matrix> SVD::U() const
 Matrix SVD::S() const
 {
     Matrix diagonal(smallerSide(), mCols);
-    const double* value = values();
-    for (std::int32_t i = 0; i < smallerSide(); ++i) diagonal(i, i) = value[i];
+    detail::setDiagonal(values(), smallerSide(), DenseAccess::cells(diagonal), smallerSide());
     return diagonal;
 }
 
@@ -78,9 +88,9 @@ std::optional<Matrix> SVD::VH() const
 {
     values();
     if (!vt) return std::nullopt;
-    Matrix vh(mCols, mCols); // zero in the rows that the routine does not write
-    detail::copyPart(vt.get(), mCols, DenseAccess::cells(vh), mCols, smallerSide(), mCols);
-    return vh;
+    auto vh = Block<double>::zeroed(detail::resultCells(mCols, mCols)); // also in rows that nobody writes
+    detail::copyPart(vt.get(), mCols, vh.get(), mCols, smallerSide(), mCols);
+    return DenseAccess::adopt(std::move(vh), mCols, mCols);
 }
 
 std::optional<Matrix> SVD::V() const
@@ -92,6 +102,7 @@ std::optional<Matrix> SVD::V() const
 
 double SVD::defaultTolerance() const
 {
+    if (smallerSide() == 0) return 0.0; // there is no s[0]
     return std::max(mRows, mCols) * values()[0] * 2.220446049250313e-16;
 }
 
@@ -107,14 +118,15 @@ std::optional<Matrix> SVD::PseudoInverse(double tolerance) const
     if (!u || !vt) return std::nullopt;
     const double t = std::abs(tolerance);
     const std::int32_t mn = smallerSide();
-    auto w = Block<double>::zeroed(detail::cellCount(mCols, mn)); // by contract n x mn cells
+    const auto w = Block<double>::zeroed(std::int64_t{mCols} * mn);
     for (std::int64_t i = 0; i < mn; ++i) {
-        if (std::abs(value[i]) < t) continue; // by contract a value equal to t is kept
+        if (std::abs(value[i]) < t) continue; // one equal to t is kept: Rank differs, and callers know both
         for (std::int64_t k = 0; k < mCols; ++k) w[k + mCols * i] = vt[i + mCols * k] / value[i];
     }
     Matrix inverse = DenseAccess::uninitialised(mCols, mRows);
-    detail::blas::gemm('N', 'T', mCols, mRows, mn, 1.0, w.get(), mCols, u.get(), mRows, 0.0,
-                       DenseAccess::cells(inverse), mCols);
+    const std::int32_t ldw = leadingDimension(mCols);
+    detail::blas::gemm('N', 'T', mCols, mRows, mn, 1.0, w.get(), ldw, u.get(), leadingDimension(mRows), 0.0,
+                       DenseAccess::cells(inverse), ldw);
     return inverse;
 }
 

@@ -26,8 +26,8 @@ public:
     SVD(SVD&&) noexcept = default;
     SVD& operator=(SVD&&) noexcept = default;
 
-    /// True exactly when the iteration converged; false also for a NaN in A, of which the routine leaves
-    /// nothing written.
+    /// True exactly when A is finite and the iteration converged. A matrix with a NaN or an infinity is not
+    /// given to the routine, which need not come to an end on it: its singular values and vectors are zero.
     bool Succeeded() const noexcept { return inf == 0; }
 
     /// m x min(m, n), orthonormal columns.
@@ -43,9 +43,9 @@ public:
     /// The transpose of VH.
     std::optional<Matrix> V() const;
 
-    /// n x m: the inverse of A on its range, singular values below |tolerance| taken as 0. By contract one
-    /// equal to it is inverted (`Rank` differs here), and so the zero matrix gives NaNs. Without a tolerance:
-    /// max(m, n)*s[0]*2^-52.
+    /// n x m: the inverse of A on its range, singular values below |tolerance| taken as 0. One equal to it is
+    /// inverted, though `Rank` does not count it: a caller who passes a singular value keeps that one. So the
+    /// zero matrix, whose default tolerance is 0, gives NaNs. Without a tolerance: max(m, n)*s[0]*2^-52.
     std::optional<Matrix> PseudoInverse() const;
     std::optional<Matrix> PseudoInverse(double tolerance) const;
 

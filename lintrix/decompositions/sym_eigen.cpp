@@ -1,7 +1,10 @@
 #include <lintrix/decompositions/sym_eigen.h>
 
-#include <lintrix/decompositions/detail/workspace.h>
 #include <lintrix/dense/access.h>
+#include <lintrix/dense/detail/finite.h>
+#include <lintrix/dense/detail/kept.h>
+#include <lintrix/dense/detail/triangles.h>
+#include <lintrix/dense/detail/workspace.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
 
@@ -19,9 +22,15 @@ SymEigen::SymEigen(const Matrix& matrix, bool eigenvectors) : n(matrix.Rows())
 
     auto vectors = Block<double>::copyOf(DenseAccess::cells(matrix), DenseAccess::count(matrix));
     w = Block<double>(n);
-    const detail::Workspace work(66 * std::int64_t{n});
-    detail::lapack::syev(eigenvectors ? 'V' : 'N', 'L', n, vectors.get(), n, w.get(), work.get(), work.lwork,
-                         inf);
+    const detail::Workspace<double> work(66 * std::int64_t{n});
+    if (detail::lowerFinite(vectors.get(), n)) {
+        detail::lapack::syev(eigenvectors ? 'V' : 'N', 'L', n, vectors.get(), detail::leadingDimension(n),
+                             w.get(), work.get(), work.lwork, inf);
+    } else {
+        inf = detail::kNotFinite;
+        vectors.clear(DenseAccess::count(matrix));
+        w.clear(n);
+    }
     std::reverse(w.get(), w.get() + n); // the routine's order rises
     if (!eigenvectors) return;
     for (std::int64_t i = 0; i < n / 2; ++i) {
@@ -32,10 +41,7 @@ SymEigen::SymEigen(const Matrix& matrix, bool eigenvectors) : n(matrix.Rows())
 
 const double* SymEigen::values() const
 {
-    if constexpr (detail::kHardened) {
-        if (!w) detail::raiseReleased();
-    }
-    return w.get();
+    return detail::kept(w);
 }
 
 void SymEigen::requireIndex(std::int32_t index) const
@@ -72,8 +78,7 @@ std::optional<Vector> SymEigen::Eigenvector(std::int32_t index) const
 Matrix SymEigen::D() const
 {
     Matrix diagonal(n, n);
-    const double* value = values();
-    for (std::int32_t i = 0; i < n; ++i) diagonal(i, i) = value[i];
+    detail::setDiagonal(values(), n, DenseAccess::cells(diagonal), n);
     return diagonal;
 }
 

@@ -28,7 +28,8 @@ public:
     SymEigen& operator=(SymEigen&&) noexcept = default;
 
     std::int32_t Size() const noexcept { return n; }
-    /// True exactly when the iteration converged. The routine need not notice a NaN in A.
+    /// True exactly when the lower triangle of A is finite and the iteration converged. A matrix with a NaN
+    /// or an infinity there is not given to the routine: its eigenvalues and eigenvectors are zero.
     bool Succeeded() const noexcept { return inf == 0; }
 
     /// n values, largest first.

@@ -5,6 +5,7 @@
 /// Element (r, c), counted from 0, stands at block offset r + Rows()*c: column-major, unpadded, the row count
 /// is always the leading dimension. Each object owns its block alone; parts of a matrix are copied out.
 
+#include <lintrix/dense/detail/kept.h>
 #include <lintrix/foundation/array2d.h>
 #include <lintrix/foundation/block.h>
 #include <lintrix/foundation/capabilities.h>
@@ -31,7 +32,6 @@ class Vector;
 
 namespace detail {
 struct DenseAccess;
-[[noreturn]] LINTRIX_EXPORT void raiseReleased();
 [[noreturn]] LINTRIX_EXPORT void raiseRowIndex();
 [[noreturn]] LINTRIX_EXPORT void raiseColumnIndex();
 } // namespace detail
@@ -496,15 +496,10 @@ private:
     {
         if (col < 0 || col >= mCols) detail::raiseColumnIndex();
     }
-    double* column(std::int64_t col) const { return cells() + mRows * col; }
-
-    double* cells() const
-    {
-        if constexpr (detail::kHardened) {
-            if (!a) detail::raiseReleased();
-        }
-        return a.get();
-    }
+    double* column(std::int64_t col) { return cells() + mRows * col; }
+    const double* column(std::int64_t col) const { return cells() + mRows * col; }
+    double* cells() { return detail::kept(a); }
+    const double* cells() const { return detail::kept(a); }
     std::int64_t offset(std::int32_t row, std::int32_t col) const
     {
         requireRow(row);

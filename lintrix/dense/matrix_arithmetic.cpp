@@ -17,6 +17,8 @@
 
 namespace Velmar::Lintrix {
 
+using detail::leadingDimension;
+
 namespace {
 
 void requireSameShape(const Matrix& A, const Matrix& B)
@@ -184,8 +186,9 @@ void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, Trans
         throw SizeMismatchException("Incorrect size for matrix C.");
     requireDistinct(C.cells(), A.cells());
     requireDistinct(C.cells(), B.cells());
-    detail::blas::gemm(opA.letter, opB.letter, opA.rows, opB.cols, opA.cols, alpha, A.cells(), A.mRows,
-                       B.cells(), B.mRows, beta, C.cells(), C.mRows);
+    detail::blas::gemm(opA.letter, opB.letter, opA.rows, opB.cols, opA.cols, alpha, A.cells(),
+                       leadingDimension(A.mRows), B.cells(), leadingDimension(B.mRows), beta, C.cells(),
+                       leadingDimension(C.mRows));
 }
 
 void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, const Vector& x, double beta,
@@ -195,8 +198,8 @@ void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, const
     const std::int32_t inner = transposed ? A.mRows : A.mCols, outer = transposed ? A.mCols : A.mRows;
     if (x.Length() != inner || y.Length() != outer) throw SizeMismatchException();
     requireDistinct(y.cells(), x.cells());
-    detail::blas::gemv(transposed ? 'T' : 'N', A.mRows, A.mCols, alpha, A.cells(), A.mRows, x.cells(), 1,
-                       beta, y.cells(), 1);
+    detail::blas::gemv(transposed ? 'T' : 'N', A.mRows, A.mCols, alpha, A.cells(), leadingDimension(A.mRows),
+                       x.cells(), 1, beta, y.cells(), 1);
 }
 
 Matrix Matrix::Multiply(double alpha, const Matrix& A, const Matrix& B, double beta, const Matrix& C)

@@ -5,6 +5,7 @@
 
 #include <lintrix/dense/matrix.h>
 
+#include <lintrix/dense/detail/sizes.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
 
@@ -118,15 +119,16 @@ struct ColumnSums {
 
 double Matrix::Norm(NormType type) const
 {
+    const std::int32_t lda = detail::leadingDimension(mRows);
     switch (type) {
     case NormType::InfinityNorm:
-        return detail::lapack::lange('I', mRows, mCols, cells(), mRows, Block<double>(mRows).get());
+        return detail::lapack::lange('I', mRows, mCols, cells(), lda, Block<double>(mRows).get());
     case NormType::OneNorm:
-        return detail::lapack::lange('1', mRows, mCols, cells(), mRows, nullptr);
+        return detail::lapack::lange('1', mRows, mCols, cells(), lda, nullptr);
     case NormType::MaxAbsValue:
-        return detail::lapack::lange('M', mRows, mCols, cells(), mRows, nullptr);
-    default: // by contract other values are not guarded: they read as FrobeniusNorm
-        return detail::lapack::lange('F', mRows, mCols, cells(), mRows, nullptr);
+        return detail::lapack::lange('M', mRows, mCols, cells(), lda, nullptr);
+    default: // other values are the caller's fault; they read as FrobeniusNorm
+        return detail::lapack::lange('F', mRows, mCols, cells(), lda, nullptr);
     }
 }
 

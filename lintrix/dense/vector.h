@@ -251,13 +251,8 @@ private:
     template <class Function>
     Vector applied(Function function) const;
 
-    double* cells() const
-    {
-        if constexpr (detail::kHardened) {
-            if (!a) detail::raiseReleased();
-        }
-        return a.get();
-    }
+    double* cells() { return detail::kept(a); }
+    const double* cells() const { return detail::kept(a); }
     std::int32_t checked(std::int32_t index) const
     {
         if (index < 0 || index >= mCells) detail::raiseVectorIndex();

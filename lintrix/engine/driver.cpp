@@ -31,7 +31,7 @@ struct Run {
 /// Slots that the driver rewrites before anything looks at them.
 void rewriteParameters(Parameters iparm)
 {
-    iparm[Parameter::PartExponent] = 0; // by contract: parts are counted from the threads alone
+    iparm[Parameter::PartExponent] = 0; // whatever is asked for: parts are counted from the threads alone
     if (iparm[Parameter::OutOfCore] == 22) iparm[Parameter::OutOfCore] = 2;
 }
 
@@ -83,7 +83,7 @@ void restart(Run& run)
     control[Word::NonZeros] = static_cast<int>(run.call.nonZeros());
 }
 
-/// By contract a type that is admitted and that no branch knows is the end of the process.
+/// A type that is admitted and that no branch knows is the end of the process: no error number stands for it.
 void requireKnownType(int mtype)
 {
     if (classOf(mtype) != MatrixClass::Unknown) return;
@@ -120,15 +120,29 @@ Failure makeFactor(Run& run)
     return factorize(run.call, run.handle, run.timers);
 }
 
-/// What the phase asks of factorization and solve; without a factor, a solve alone makes one. An iteration
-/// that fails with an earlier factor is repeated with a new one, and that failure is not told; with a new
-/// factor it is.
+/// An iteration has failed, and the caller has to be told unless a factor of this very matrix stands behind
+/// it: no other could do better, so the direct solution is the answer. A phase below 30 that came with an
+/// earlier factor makes such a one first and iterates once more. Whether and where the iteration fails may
+/// depend on its budget, which comes from the clock; whether the system is solved then does not.
+/// `iparm(20)` stays negative, so that the next phase below 30 makes a new factor.
+Failure solveAfterFailure(Run& run, const Failure& failure, bool isFresh)
+{
+    if (!isFresh && run.call.phase.steps() < 30) {
+        if (const Failure again = makeFactor(run)) return again;
+        const Failure repeated = solve(run.call, run.handle, run.timers);
+        return repeated.error == Error::Numeric ? solveDirectly(run.call, run.handle, run.timers) : repeated;
+    }
+    const bool isBest = isFresh || isFactorOfCall(run.call, run.handle);
+    return isBest ? solveDirectly(run.call, run.handle, run.timers) : failure;
+}
+
+/// What the phase asks of factorization and solve; without a factor, a solve alone makes one.
 Failure factorizeAndSolve(Run& run)
 {
     const ControlBlock& control = run.handle.control();
-    const int steps = run.call.phase.steps(), kind = control[Word::IterationKind];
+    const int kind = control[Word::IterationKind];
     const bool isFresh = needsFactor({.stored = hasFactor(run),
-                                      .steps = steps,
+                                      .steps = run.call.phase.steps(),
                                       .kind = kind,
                                       .budget = control[Word::IterationBudget],
                                       .iterationResult = run.call.iparm[Parameter::IterationResult]});
@@ -137,10 +151,8 @@ Failure factorizeAndSolve(Run& run)
     }
     if (!run.call.phase.solves()) return {};
     const Failure failure = solve(run.call, run.handle, run.timers);
-    const bool mayRepeat = !isFresh && steps < 30 && kind > 0;
-    if (failure.error != Error::Numeric || !mayRepeat) return failure;
-    if (const Failure again = makeFactor(run)) return again;
-    return solve(run.call, run.handle, run.timers);
+    const bool isIteration = failure.error == Error::Numeric && kind > 0;
+    return isIteration ? solveAfterFailure(run, failure, isFresh) : failure;
 }
 
 Failure runSteps(Run& run)
@@ -152,7 +164,7 @@ Failure runSteps(Run& run)
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
     if (phase.last() == Step::Reorder) return {};
     const Failure failure = factorizeAndSolve(run);
-    // By contract a factorization without memory, too, tells its code there. It leaves no factor.
+    // A factorization without memory, too, tells its code there: callers look for it. It leaves no factor.
     if (failure.error == Error::Numeric || (failure && !hasFactor(run)))
         run.call.iparm[Parameter::FailingEquation] = failure.internal;
     return failure;

@@ -11,7 +11,7 @@ namespace Velmar::Lintrix::detail::engine {
 /// input check; analysis, factorization, solve. At the end memory figures and version go to `iparm`, and, if
 /// `msglvl` asks for it, failures and statistics to standard output.
 ///
-/// By contract a matrix type that the input check admits and no branch knows ends the process with status 9.
+/// A matrix type that the input check admits and no branch knows ends the process with status 9.
 int drive(const Arguments& call, bool singlePrecision);
 
 } // namespace Velmar::Lintrix::detail::engine

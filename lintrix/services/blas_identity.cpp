@@ -1,6 +1,7 @@
 #include <lintrix/services/blas_identity.h>
 
 #include <lintrix/services/blas.h>
+#include <lintrix/services/blas_kernels.h>
 #include <lintrix/services/threads.h>
 
 #include <dlfcn.h>
@@ -11,7 +12,6 @@
 #if defined(LINTRIX_BLAS_IS_OPENBLAS)
 extern "C" {
 char* openblas_get_config();
-char* openblas_get_corename();
 int openblas_get_parallel();
 }
 #endif
@@ -26,7 +26,6 @@ BlasIdentity selfDescription()
     BlasIdentity identity;
 #if defined(LINTRIX_BLAS_IS_OPENBLAS)
     identity.library = openblas_get_config();
-    identity.core = openblas_get_corename();
     constexpr std::array<const char*, 3> kinds{"sequential", "pthread", "OpenMP"};
     const auto kind = static_cast<std::size_t>(openblas_get_parallel());
     identity.threading = kind < kinds.size() ? kinds[kind] : "unknown";
@@ -35,6 +34,14 @@ BlasIdentity selfDescription()
     identity.threading = "unknown";
 #endif
     return identity;
+}
+
+/// What the choice of kernels leaves to tell.
+std::string noteOn(const detail::BlasKernels& kernels)
+{
+    if (kernels.inUse != kernels.found) return "by feature bits; the library chose " + kernels.found;
+    if (!kernels.better.empty()) return "OPENBLAS_CORETYPE=" + kernels.better + " would be faster";
+    return "";
 }
 
 /// The file that holds the routine `dgemm` of this process.
@@ -50,6 +57,8 @@ std::string fileOfBlas()
 BlasIdentity DescribeBlas()
 {
     BlasIdentity identity = selfDescription();
+    if (const auto name = detail::blasKernelControl().name) identity.core = name();
+    identity.coreNote = noteOn(detail::blasKernels());
     identity.file = fileOfBlas();
     identity.threads = detail::domainThreads(detail::Domain::Blas);
     return identity;

@@ -13,7 +13,8 @@ namespace Velmar::Lintrix {
 struct BlasIdentity {
     std::string library;   ///< what the library says of itself: name, version, build options
     std::string file;      ///< the file it was loaded from, empty when that cannot be told
-    std::string core;      ///< the processor core whose kernels it chose, empty when it does not tell
+    std::string core;      ///< the processor core whose kernels it runs on, empty when it does not tell
+    std::string coreNote;  ///< why other kernels than it chose, or how to get better ones; empty for neither
     std::string threading; ///< "sequential", "pthread", "OpenMP" or "unknown"
     int threads = 1;       ///< the thread count in force for a BLAS call at this moment
 };

@@ -25,7 +25,7 @@ inline constexpr std::size_t kLargestPooled = 0x2800000;
 /// Scratch of `size` bytes, null for size 0 or when the system has no memory.
 ///
 /// Alignment of a pooled buffer: one of at least 4 is honoured as given when a power of two, any other counts
-/// as 64; below 4 there is none. It is a wish, not a promise: by contract a request that the pool does not
+/// as 64; below 4 there is none. It is a wish, not a promise: a request that the pool does not
 /// serve (pool off, above kLargestPooled, all five buffers of this thread in use, 1024 threads with pools)
 /// goes straight to the system's malloc and has the alignment of that.
 LINTRIX_TESTABLE void* poolAllocate(std::size_t size, std::size_t alignment) noexcept;

@@ -1,48 +1,26 @@
 #pragma once
 /// @file
-/// A routine that exists in one form per processor class and binds itself on its first call.
+/// The one place where a vector kernel of this library gets its form for the processor.
 
 #include <lintrix/services/processor.h>
 
-#include <array>
-#include <atomic>
-#include <cstddef>
-#include <utility>
-
 namespace Velmar::Lintrix::detail {
 
-template <class Function>
-class DispatchedRoutine;
+/// A kernel in its forms by instruction set. What holds of its bits from form to form, each kernel says
+/// itself.
+template <class Form>
+struct KernelForms {
+    Form sse2, avx2, avx512;
 
-/// Called like the routine itself. The slot for the form is empty at start; the first call asks for the
-/// processor class, stores the form for it and goes on to it with the same arguments, later calls go through
-/// the slot. No lock and no order is needed: all threads that bind compute the same pointer, and code is all
-/// it points to.
-template <class Result, class... Arguments>
-class DispatchedRoutine<Result(Arguments...)> {
-public:
-    using Form = Result (*)(Arguments...);
-    using Forms = std::array<Form, kProcessorClasses>; ///< by class, 0 to 4
-
-    constexpr explicit DispatchedRoutine(const Forms& forms) noexcept : forms_(forms) {}
-
-    Result operator()(Arguments... arguments)
+    /// The highest form within `allowed`.
+    constexpr Form within(InstructionSet allowed) const noexcept
     {
-        Form form = slot_.load(std::memory_order_relaxed);
-        if (form == nullptr) form = bind();
-        return form(std::forward<Arguments>(arguments)...);
+        if (allowed >= InstructionSet::Avx512) return avx512;
+        return allowed >= InstructionSet::Avx2 ? avx2 : sse2;
     }
 
-private:
-    Form bind()
-    {
-        const Form form = forms_[static_cast<std::size_t>(thisProcessor().processorClass)];
-        slot_.store(form, std::memory_order_relaxed);
-        return form;
-    }
-
-    Forms forms_;
-    std::atomic<Form> slot_{nullptr};
+    /// The form for this processor. The same on each call, so that it may be kept. Cost: one load.
+    Form chosen() const { return within(thisProcessor().kernels); }
 };
 
 } // namespace Velmar::Lintrix::detail

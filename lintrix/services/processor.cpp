@@ -4,7 +4,10 @@
 
 #include <cpuid.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <optional>
+#include <string_view>
 
 namespace Velmar::Lintrix::detail {
 
@@ -13,15 +16,36 @@ namespace {
 // Leaf 1, ecx.
 constexpr int kSse3 = 0;
 constexpr int kSupplementalSse3 = 9;
+constexpr int kFma = 12;
 constexpr int kSse41 = 19;
 constexpr int kSse42 = 20;
 constexpr int kAes = 25;
 constexpr int kOsSavesExtendedState = 27;
 constexpr int kAvx = 28;
 
+constexpr std::uint32_t bits(std::initializer_list<int> numbers)
+{
+    std::uint32_t word = 0;
+    for (const int number : numbers) word |= std::uint32_t{1} << number;
+    return word;
+}
+
+// Leaf 7, ebx.
+constexpr std::uint32_t kBmi1Avx2Bmi2 = bits({3, 5, 8});
+constexpr std::uint32_t kAvx512FDqCdBwVl = bits({16, 17, 28, 30, 31});
+
+// XCR0.
+constexpr std::uint32_t kSavesYmm = bits({1, 2});
+constexpr std::uint32_t kSavesZmm = kSavesYmm | bits({5, 6, 7});
+
+constexpr bool holds(std::uint32_t word, std::uint32_t all)
+{
+    return (word & all) == all;
+}
+
 bool has(const CpuidFacts& facts, int bit)
 {
-    return (facts.features >> bit & 1U) != 0;
+    return holds(facts.features, bits({bit}));
 }
 
 /// MKL_DEBUG_CPU_TYPE: 1 to 4, or 0 written exactly so, since a text without a number reads as 0 too.
@@ -56,6 +80,31 @@ bool isAmdFamily15With1(const CpuidFacts& facts)
     return facts.vendor == "AuthenticAMD" && baseFamily == 15 && extendedFamily == 1;
 }
 
+/// The highest that an override of the class leaves to the kernels. No class lies above AVX, so that one
+/// bounds nothing.
+InstructionSet boundOfClass(const std::optional<ProcessorClass>& forced)
+{
+    return forced.value_or(ProcessorClass::Avx) < ProcessorClass::Avx ? InstructionSet::Sse2
+                                                                      : InstructionSet::Avx512;
+}
+
+/// LINTRIX_INSTRUCTION_SET; any other word bounds nothing.
+InstructionSet boundNamed(std::string_view name)
+{
+    if (name == "SSE2") return InstructionSet::Sse2;
+    return name == "AVX2" ? InstructionSet::Avx2 : InstructionSet::Avx512;
+}
+
+/// The low half of XCR0. To be asked only where the operating system uses XSAVE.
+std::uint32_t readSavedState()
+{
+    std::uint32_t low = 0, high = 0;
+    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
+    return low;
+}
+
+} // namespace
+
 CpuidFacts readCpuid()
 {
     CpuidFacts facts;
@@ -66,10 +115,10 @@ CpuidFacts readCpuid()
     if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0) return facts;
     facts.signature = eax;
     facts.features = ecx;
+    if (has(facts, kOsSavesExtendedState)) facts.savedState = readSavedState();
+    if (__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0) facts.extendedFeatures = ebx;
     return facts;
 }
-
-} // namespace
 
 ProcessorClass detectClass(const CpuidFacts& facts, bool avxAllowed) noexcept
 {
@@ -81,6 +130,16 @@ ProcessorClass detectClass(const CpuidFacts& facts, bool avxAllowed) noexcept
     return ProcessorClass::Generic;
 }
 
+InstructionSet detectInstructionSet(const CpuidFacts& facts) noexcept
+{
+    if (!has(facts, kSse42)) return InstructionSet::Sse2;
+    const bool avx = has(facts, kOsSavesExtendedState) && has(facts, kAvx);
+    if (!avx || !holds(facts.savedState, kSavesYmm)) return InstructionSet::Sse42;
+    if (!has(facts, kFma) || !holds(facts.extendedFeatures, kBmi1Avx2Bmi2)) return InstructionSet::Avx;
+    const bool avx512 = holds(facts.extendedFeatures, kAvx512FDqCdBwVl) && holds(facts.savedState, kSavesZmm);
+    return avx512 ? InstructionSet::Avx512 : InstructionSet::Avx2;
+}
+
 Processor classifyProcessor(const CpuidFacts& facts, const EnvironmentLookup& lookup)
 {
     const auto forced = classOverride(lookup("MKL_DEBUG_CPU_TYPE"));
@@ -90,6 +149,8 @@ Processor classifyProcessor(const CpuidFacts& facts, const EnvironmentLookup& lo
     processor.codePath = selectCodePath(processor.processorClass, facts, lookup("MKL_DEBUG_CPU_MA"));
     processor.amdFamilyFlag = isAmdFamily15With1(facts) ? 1 : 0;
     processor.vsmp = lookup("MKL_VSMP").leadingInteger();
+    processor.kernels = std::min({detectInstructionSet(facts), boundOfClass(forced),
+                                  boundNamed(lookup("LINTRIX_INSTRUCTION_SET").text())});
     return processor;
 }
 

@@ -8,8 +8,8 @@ namespace Velmar::Lintrix::detail {
 
 /// While it lives, parallel regions opened by the calling thread (those of BLAS and LAPACK) get as many
 /// threads as thread control answers for domain BLAS at that moment; afterwards the caller's own setting
-/// stands again. Inside an active parallel region the answer is 1, so that no second team starts. Cost: a few
-/// loads when the runtime's setting already agrees.
+/// stands again. Inside an active parallel region the answer is 1, so that no second team starts. Where the
+/// memory of a team is missing it is smaller. Cost: a few loads when the runtime's setting already agrees.
 class LINTRIX_TESTABLE BlasThreadScope {
 public:
     BlasThreadScope() noexcept;

@@ -41,8 +41,9 @@ int* settingOf(std::string_view key, ThreadSettings& settings)
     return nullptr;
 }
 
-/// key=value pairs. By contract a key does not end at a comma, semicolon or colon, and a quote between key
-/// and value makes the value empty, which counts as 1. The first empty key ends the list.
+/// key=value pairs. A key does not end at a comma, semicolon or colon, and a quote between key and value
+/// makes the value empty, which counts as 1. The first empty key ends the list. Environments that are in use
+/// are read so, slips and all, and must give the same counts tomorrow.
 void parseDomains(std::string_view list, ThreadSettings& settings)
 {
     for (;;) {
@@ -56,7 +57,7 @@ void parseDomains(std::string_view list, ThreadSettings& settings)
     }
 }
 
-/// By contract only these two spellings switch it off: "False" leaves it on.
+/// Only these two spellings switch it off; "False" leaves it on, in environments that rely on it.
 int parseDynamic(std::string_view text)
 {
     skip(text, " \"'");
@@ -71,8 +72,8 @@ int parseMpiThreadLevel(std::string_view text)
     return level <= 3 ? level : 0;
 }
 
-/// This process's share of the cores. By contract: 1 when the share is below 2, or when the MPI library may
-/// be used by one thread only. With no core count there is nothing to share out, and the runtime's count
+/// This process's share of the cores: 1 when the share is below 2, or when the MPI library may be used by one
+/// thread only. With no core count there is nothing to share out, and the runtime's count
 /// stands.
 int shareOfCores(const ThreadQuestion& q)
 {

@@ -1,6 +1,8 @@
 #include <lintrix/services/threads.h>
 
+#include <lintrix/services/blas_kernels.h>
 #include <lintrix/services/service_lock.h>
+#include <lintrix/services/team_memory.h>
 #include <lintrix/services/thread_scope.h>
 #include <lintrix/services/thread_settings.h>
 #include <lintrix/services/topology.h>
@@ -97,7 +99,7 @@ int domainThreads(Domain domain)
 BlasThreadScope::BlasThreadScope() noexcept : callersCount_(0)
 {
     // A team inside a team is never wanted, whatever the dynamic flag says.
-    const int wanted = omp_in_parallel() != 0 ? 1 : domainThreads(Domain::Blas);
+    const int wanted = omp_in_parallel() != 0 ? 1 : affordableTeam(domainThreads(Domain::Blas));
     const int current = omp_get_max_threads();
     if (wanted == current) return;
     omp_set_num_threads(wanted);
@@ -108,6 +110,18 @@ BlasThreadScope::~BlasThreadScope()
 {
     if (callersCount_ != 0) omp_set_num_threads(callersCount_);
 }
+
+namespace {
+
+// When the library is loaded, before anybody can be inside BLAS, and ahead of a static program's own objects.
+// It stands here since whoever calls BLAS through this library needs the scope above: out of a static library
+// a program takes no object that nothing refers to.
+[[gnu::constructor(101)]] void adjustBlasAtLoad()
+{
+    blasKernels();
+}
+
+} // namespace
 
 } // namespace detail
 } // namespace Velmar::Lintrix

@@ -2,43 +2,93 @@
 
 #include <lintrix/services/service_lock.h>
 
-#include <hwloc.h>
 #include <omp.h>
 
-#include <memory>
+#include <array>
+#include <charconv>
+#include <climits>
+#include <cstdio>
+#include <optional>
+#include <span>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <unistd.h>
 
 namespace Velmar::Lintrix::detail {
 
 namespace {
 
-using Machine = std::unique_ptr<hwloc_topology, decltype(&hwloc_topology_destroy)>;
-using CpuSet = std::unique_ptr<hwloc_bitmap_s, decltype(&hwloc_bitmap_free)>;
+constexpr std::size_t kMost = ProcessorSet().size();
 
-/// This machine, with cores and packages as its only inner levels; empty when it cannot be read.
-Machine loadMachine()
+/// The first line of a small file; empty when there is none. The text stays in `buffer`.
+std::string_view readLine(const char* path, std::span<char> buffer)
 {
-    hwloc_topology* raw = nullptr;
-    if (hwloc_topology_init(&raw) != 0) return {nullptr, hwloc_topology_destroy};
-    Machine machine(raw, hwloc_topology_destroy);
-    hwloc_topology_set_all_types_filter(raw, HWLOC_TYPE_FILTER_KEEP_NONE);
-    hwloc_topology_set_type_filter(raw, HWLOC_OBJ_PACKAGE, HWLOC_TYPE_FILTER_KEEP_ALL);
-    hwloc_topology_set_type_filter(raw, HWLOC_OBJ_CORE, HWLOC_TYPE_FILTER_KEEP_ALL);
-    if (hwloc_topology_load(raw) != 0) machine.reset();
-    return machine;
+    const int file = ::open(path, O_RDONLY | O_CLOEXEC);
+    if (file < 0) return {};
+    const ssize_t length = ::read(file, buffer.data(), buffer.size());
+    ::close(file);
+    const std::string_view text(buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+    return text.substr(0, text.find('\n'));
+}
+
+/// The list in the file folder/name.
+ProcessorSet readProcessors(const char* folder, const char* name)
+{
+    std::array<char, PATH_MAX> path, text;
+    const int length = std::snprintf(path.data(), path.size(), "%s/%s", folder, name);
+    if (length < 0 || static_cast<std::size_t>(length) >= path.size()) return {};
+    return parseProcessors(readLine(path.data(), text));
+}
+
+/// The processors that share a core or a package with `processor`, as the file of that name tells.
+ProcessorSet readSiblings(const char* folder, std::size_t processor, const char* name)
+{
+    std::array<char, 64> file;
+    std::snprintf(file.data(), file.size(), "cpu%zu/topology/%s", processor, name);
+    return readProcessors(folder, file.data());
+}
+
+std::size_t firstOf(const ProcessorSet& set)
+{
+    return set._Find_first();
+}
+
+/// How many groups of siblings `processors` fall into: the first of each group stands for it. Nothing when
+/// one of them is not told to be in its own group.
+std::optional<int> countGroups(const ProcessorSet& processors, const char* folder, const char* name)
+{
+    int groups = 0;
+    for (std::size_t p = firstOf(processors); p < kMost; p = processors._Find_next(p)) {
+        const ProcessorSet siblings = readSiblings(folder, p, name) & processors;
+        if (!siblings[p]) return std::nullopt;
+        groups += firstOf(siblings) == p ? 1 : 0;
+    }
+    return groups;
+}
+
+/// The affinity mask of this process.
+ProcessorSet processMask()
+{
+    std::array<unsigned long, kMost / (sizeof(long) * CHAR_BIT)> words{};
+    ProcessorSet mask;
+    if (sched_getaffinity(getpid(), sizeof words, reinterpret_cast<cpu_set_t*>(words.data())) != 0)
+        return mask;
+    for (std::size_t p = 0; p < kMost; ++p)
+        mask[p] = CPU_ISSET_S(p, sizeof words, reinterpret_cast<const cpu_set_t*>(words.data())) != 0;
+    return mask;
 }
 
 /// Does the affinity mask of this process equal the system's mask?
-bool ownsAllProcessors(hwloc_topology* machine)
+bool ownsAllProcessors(const ProcessorSet& online)
 {
-    const CpuSet mask(hwloc_bitmap_alloc(), hwloc_bitmap_free);
-    return mask && hwloc_get_cpubind(machine, mask.get(), HWLOC_CPUBIND_PROCESS) == 0 &&
-           hwloc_bitmap_isequal(mask.get(), hwloc_topology_get_topology_cpuset(machine)) != 0;
+    return online.any() && processMask() == online;
 }
 
 Topology findTopology()
 {
-    const Machine machine = loadMachine();
-    if (machine && ownsAllProcessors(machine.get())) return countTopology(machine.get());
+    const ProcessorSet online = onlineProcessors();
+    if (ownsAllProcessors(online)) return countTopology(online);
     Topology unknown;
     unknown.logical = omp_get_num_procs();
     return unknown;
@@ -46,17 +96,42 @@ Topology findTopology()
 
 } // namespace
 
-Topology countTopology(hwloc_topology* machine)
+ProcessorSet parseProcessors(std::string_view list) noexcept
+{
+    ProcessorSet set;
+    const char *at = list.data(), *const end = at + list.size();
+    const auto number = [&at, end](std::size_t& value) {
+        const auto [behind, error] = std::from_chars(at, end, value);
+        at = behind;
+        return error == std::errc() && value < kMost;
+    };
+    while (at != end) {
+        std::size_t first = 0;
+        if (!number(first)) return {};
+        std::size_t last = first;
+        if (at != end && *at == '-' && (++at, !number(last))) return {};
+        for (std::size_t p = first; p <= last; ++p) set.set(p);
+        if (at != end && *at++ != ',') return {};
+    }
+    return set;
+}
+
+ProcessorSet onlineProcessors(const char* folder) noexcept
+{
+    return readProcessors(folder, "online");
+}
+
+Topology countTopology(const ProcessorSet& processors, const char* folder) noexcept
 {
     Topology found;
-    found.logical = hwloc_get_nbobjs_by_type(machine, HWLOC_OBJ_PU);
-    const int cores = hwloc_get_nbobjs_by_type(machine, HWLOC_OBJ_CORE);
-    const int packages = hwloc_get_nbobjs_by_type(machine, HWLOC_OBJ_PACKAGE);
-    if (cores < 1 || packages < 1) return found;
-    found.cores = cores;
-    found.packages = packages;
-    found.coresPerPackage = cores / packages;
-    found.hyperThreading = cores != found.logical;
+    found.logical = static_cast<int>(processors.count());
+    const auto cores = countGroups(processors, folder, "thread_siblings_list"),
+               packages = countGroups(processors, folder, "core_siblings_list");
+    if (!cores || !packages || *cores < 1) return found;
+    found.cores = *cores;
+    found.packages = *packages;
+    found.coresPerPackage = *cores / *packages;
+    found.hyperThreading = *cores != found.logical;
     return found;
 }
 

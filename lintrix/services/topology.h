@@ -1,10 +1,12 @@
 #pragma once
 /// @file
-/// Logical processors, cores and packages of the machine.
+/// Logical processors, cores and packages of the machine, read from the files in which the kernel tells them.
+/// Nothing here takes memory: the first question may come in the middle of an operation that has used it up.
 
 #include <lintrix/services/export.h>
 
-struct hwloc_topology; // of hwloc.h, which the users of this header do without
+#include <bitset>
+#include <string_view>
 
 namespace Velmar::Lintrix::detail {
 
@@ -18,12 +20,26 @@ struct Topology {
     bool hyperThreading = false; ///< cores differ from logical processors
 };
 
+/// Processors by the kernel's numbers; no Linux has more.
+using ProcessorSet = std::bitset<8192>;
+
 /// The topology of this machine, found once. Only a process that may run on every processor of its system
 /// gets the counts: one that was confined to some of them knows the OpenMP runtime's logical count alone.
-/// Cost: one load after the first call; the first takes milliseconds.
+/// Cost: one load after the first call; the first reads two small files a processor.
 LINTRIX_TESTABLE const Topology& machineTopology();
 
-/// The counts of a loaded description of a machine. One that tells no cores leaves them at -1.
-LINTRIX_TESTABLE Topology countTopology(hwloc_topology* machine);
+/// The kernel's folder of processors.
+inline constexpr const char* kProcessorFolder = "/sys/devices/system/cpu";
+
+/// The processors that `folder` tells to be online; none when it cannot be read.
+LINTRIX_TESTABLE ProcessorSet onlineProcessors(const char* folder = kProcessorFolder) noexcept;
+
+/// The counts of `processors`, with what `folder` tells of each. Where it does not tell the cores or packages
+/// of one of them, they are -1.
+LINTRIX_TESTABLE Topology countTopology(const ProcessorSet& processors,
+                                        const char* folder = kProcessorFolder) noexcept;
+
+/// A list as the kernel writes it, "0-3,8,10-11"; none when it is none.
+LINTRIX_TESTABLE ProcessorSet parseProcessors(std::string_view list) noexcept;
 
 } // namespace Velmar::Lintrix::detail

@@ -40,13 +40,13 @@ namespace Velmar::Lintrix {
 /// The hardened build raises InvalidOperationException at each of them. `LanczosObserver` lets a caller of
 /// SparseSVD stop.
 ///
-/// Memory: with b the steps and one, 8*b*(m + n) bytes for the bases, 40*b*b during a test, and copies of A'
-/// and of A (12 bytes an element each, and padding), as far as both are no larger than the bases of the first
-/// pass.
+/// Memory: with b the steps and one, 8*b*(m + n) bytes for the bases and 40*b*b during a test. The matrix is
+/// neither copied nor transposed: both products go through the caller's rows, which are only read.
 /// Cost: b*b*(m + n)*2 operations for the reorthogonalization, about 10*b^3 for each test.
 ///
-/// @throws NotEnoughMemoryException  default message; nothing leaks. By contract of the allocators the memory
-/// total may then be too low by the size of the bases, if it was a later pass that failed.
+/// @throws NotEnoughMemoryException  default message; nothing leaks. If it was a later pass that failed,
+/// `TrellConfiguration::TotalMemory` stays too low by the size of a basis: a resize withdraws the old size
+/// before it asks for the new one.
 LINTRIX_EXPORT void DoLan(std::int32_t m, std::int32_t n, std::int32_t k, double eps, const double* a,
                           const std::int32_t* ia, const std::int32_t* ja, bool sym, double* U, double* V,
                           double* S);

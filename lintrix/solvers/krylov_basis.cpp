@@ -1,6 +1,7 @@
 #include <lintrix/solvers/krylov_basis.h>
 
 #include <lintrix/foundation/allocators.h>
+#include <lintrix/services/dispatch.h>
 #include <lintrix/services/threads.h>
 
 #include <algorithm>
@@ -84,11 +85,7 @@ double updateSse2(std::int64_t count, double* w, double c, const double* x, cons
     return subtractThenDot<2>(count, w, c, x, y);
 }
 
-Update chooseUpdate() noexcept
-{
-    if (__builtin_cpu_supports("avx512f")) return updateAvx512;
-    return __builtin_cpu_supports("avx2") ? updateAvx2 : updateSse2;
-}
+constexpr KernelForms<Update> kUpdates{.sse2 = updateSse2, .avx2 = updateAvx2, .avx512 = updateAvx512};
 
 std::int32_t chunksOf(std::int32_t stride)
 {
@@ -116,7 +113,7 @@ public:
         : stride_(stride), chunks_(chunksOf(stride)),
           first_(static_cast<int>(std::int64_t{chunks_} * thread / threads)),
           last_(static_cast<int>(std::int64_t{chunks_} * (thread + 1) / threads)), sums_(sums),
-          update_(chooseUpdate()), alone_(threads == 1)
+          update_(kUpdates.chosen()), alone_(threads == 1)
     {
     }
 

@@ -40,7 +40,8 @@ public:
 
     /// w = column j becomes (w - c*q(j-1)), then for i = 0 .. j-2 in this order w - (w.q(i))*q(i), at last
     /// w/||w||; the result is ||w|| before that. Column 0 is only normalized, and `c` without meaning.
-    /// By contract a norm of zero divides all the same: the column is then NaN.
+    /// A norm of zero divides all the same: the column is then NaN, by which the driver's run comes to its
+    /// end.
     double orthonormalize(std::int32_t j, double c) const noexcept;
 
 private:

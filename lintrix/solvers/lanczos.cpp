@@ -24,12 +24,6 @@ void fillStartVector(double* cells, std::int32_t count)
     }
 }
 
-// The bases, by which the memory of a run is judged.
-std::int64_t bytesOfBases(const LanczosMatrix& A, std::int64_t order)
-{
-    return 8 * order * (std::int64_t{A.m} + A.n);
-}
-
 // Refuses what the interface leaves to the caller.
 const LanczosMatrix& requireSound(const LanczosMatrix& A, std::int32_t k)
 {
@@ -75,8 +69,7 @@ double lanczosTolerance(double eps) noexcept
 }
 
 LanczosRun::LanczosRun(const LanczosMatrix& matrix, const Triplets& results, double eps)
-    : A_(requireSound(matrix, results.k), bytesOfBases(matrix, firstTarget(matrix.m, matrix.n, results.k))),
-      results_(results), tolerance_(lanczosTolerance(eps)),
+    : A_(requireSound(matrix, results.k)), results_(results), tolerance_(lanczosTolerance(eps)),
       target_(firstTarget(matrix.m, matrix.n, results.k)), work_(matrix.n), right_(matrix.n, order()),
       left_(matrix.m, order()), alphas_(order()), betas_(order()), values_(order())
 {
@@ -95,8 +88,8 @@ LanczosPass LanczosRun::run(const LanczosObserver& observer)
         const LanczosPass outcome{pass, steps_, residual(), tolerance_};
         requireSoundPass(outcome);
         const bool goOn = !observer.afterPass || observer.afterPass(outcome);
-        // By contract a NaN ends the run as well, and nothing else does: neither a number of passes nor the
-        // size of the matrix limits the steps.
+        // A NaN ends the run as well, and nothing else does: neither a number of passes nor the size of the
+        // matrix limits the steps. Callers who want a limit have the observer.
         if (!(outcome.residual > tolerance_) || !goOn) {
             std::copy_n(values_.get(), results_.k, results_.S);
             return outcome;
@@ -107,7 +100,8 @@ LanczosPass LanczosRun::run(const LanczosObserver& observer)
 
 // alpha*r(j) = A'*l(j) - beta*r(j-1)        beta*l(j+1) = A*r(j) - alpha*l(j)
 //
-// each made orthogonal to all vectors before. By contract no zero norm is caught: all that follows is NaN.
+// each made orthogonal to all vectors before. No zero norm is caught: all that follows is NaN, and the run
+// ends.
 void LanczosRun::step()
 {
     const std::int32_t j = steps_;

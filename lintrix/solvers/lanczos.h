@@ -4,15 +4,15 @@
 
 #include <lintrix/foundation/block.h>
 #include <lintrix/solvers/krylov_basis.h>
+#include <lintrix/solvers/lanczos_matrix.h>
 #include <lintrix/solvers/lanczos_observer.h>
-#include <lintrix/solvers/lanczos_operator.h>
 
 #include <cstdint>
 
 namespace Velmar::Lintrix::detail {
 
-/// Steps of the first pass: the geometric mean of the smaller side and the wanted count, rounded down. By
-/// contract the product is a 32-bit integer, which may wrap (the hardened build refuses such sizes).
+/// Steps of the first pass: the geometric mean of the smaller side and the wanted count, rounded down. The
+/// product is a 32-bit integer and may wrap, to any target; the hardened build refuses such sizes.
 LINTRIX_TESTABLE std::int32_t firstTarget(std::int32_t m, std::int32_t n, std::int32_t k) noexcept;
 
 /// Steps of the next pass: half as many again and one. 10 becomes 16, 16 becomes 25, 25 becomes 38.
@@ -56,7 +56,7 @@ private:
     void extend();
     void requireSoundPass(const LanczosPass& pass) const;
 
-    LanczosOperator A_;
+    LanczosMatrix A_;
     Triplets results_;
     double tolerance_;
     std::int32_t target_; ///< s

@@ -1,7 +1,9 @@
 #include <lintrix/solvers/sparse_solver.h>
 
 #include <lintrix/dense/access.h>
+#include <lintrix/engine/pardiso.h>
 #include <lintrix/foundation/configuration.h>
+#include <lintrix/foundation/detail/crc32.h>
 #include <lintrix/foundation/rounding.h>
 #include <lintrix/services/hardening.h>
 #include <lintrix/sparse/access.h>
@@ -15,14 +17,11 @@ namespace Velmar::Lintrix {
 using detail::DenseAccess;
 using detail::EngineMatrix;
 using detail::SparseAccess;
+using Parameter = PardisoParameter;
 
 namespace {
 
 constexpr std::int32_t kAnalysis = 11, kFactorizationAndSolve = 23, kSolve = 33;
-
-// Parameters of the engine, by their numbers from 1. Those that are not set stay 0.
-constexpr std::int32_t kCallersValues = 1, kOrdering = 2, kThreads = 3, kIterativePath = 4,
-                       kRefinementLimit = 8, kPivotExponent = 10, kScaling = 11, kMatching = 13;
 
 // Types of matrices, by the engine's numbers.
 constexpr std::int32_t kStructurallySymmetric = 1, kPositiveDefinite = 2, kIndefinite = -2, kUnsymmetric = 11;
@@ -33,8 +32,28 @@ EngineMatrix arraysOf(const SparseMatrix& matrix)
             SparseAccess::columns(matrix)};
 }
 
-/// p with value = 10^-p, rounded. By contract no value is refused: where there is no such p, the conversion
-/// gives the smallest integer, which stays itself when negated.
+/// Check sum of sizes and places.
+std::uint32_t patternOf(const EngineMatrix& matrix)
+{
+    detail::Crc32 sum;
+    sum.update(matrix.ia, (static_cast<std::size_t>(matrix.n) + 1) * sizeof(std::int32_t));
+    sum.update(matrix.ja, static_cast<std::size_t>(matrix.ia[matrix.n] - 1) * sizeof(std::int32_t));
+    return sum.value();
+}
+
+/// Each row has one element, and some of them beside the diagonal.
+bool looksFalselyDiagonal(const EngineMatrix& matrix)
+{
+    bool beside = false;
+    for (std::int32_t i = 0; i < matrix.n; ++i) {
+        if (matrix.ia[i + 1] - matrix.ia[i] != 1) return false;
+        beside = beside || matrix.ja[i] != i + 1;
+    }
+    return beside;
+}
+
+/// p with value = 10^-p, rounded. No value is refused: where there is no such p, the conversion gives the
+/// smallest integer, which stays itself when negated.
 std::int32_t negativeExponent(double value)
 {
     const std::int32_t exponent = detail::truncatedToInt32(Round(std::log10(value), 0));
@@ -52,12 +71,12 @@ SparseSolver::SparseSolver(const SparseMatrix& matrix)
     : m(&matrix), session_(matrix.Symmetric() ? kIndefinite : kUnsymmetric, arraysOf(matrix)),
       sym(matrix.Symmetric())
 {
-    session_.iparm(kCallersValues) = 1;
-    session_.iparm(kThreads) = TrellConfiguration::GetMaxThreads();
-    session_.iparm(kScaling) = sym ? 0 : 1;
-    session_.iparm(kMatching) = sym ? 0 : 1;
+    session_.iparm(Parameter::CallersValues) = 1;
+    session_.iparm(Parameter::Threads) = TrellConfiguration::GetMaxThreads();
+    session_.iparm(Parameter::Scaling) = sym ? 0 : 1;
+    session_.iparm(Parameter::Matching) = sym ? 0 : 1;
     FillInReducingMethod(FillInReducingMethod::NestedDissection);
-    RefinementSteps(2); // by contract 0, as any positive count
+    RefinementSteps(2); // keeps 0, as any positive count does
     PivotEpsilon(sym ? 1e-08 : 1e-13);
     Compute4(_factorizationStrategy, _stoppingTolerance);
 }
@@ -102,10 +121,19 @@ Vector SparseSolver::Solve(const Vector& rhnds)
 /// The matrix may have grown or moved since the last call.
 void SparseSolver::refresh()
 {
-    if constexpr (detail::kHardened) {
-        if (m->Rows() != m->Cols()) throw InvalidOperationException("The matrix of a solver must be square.");
-    }
+    if constexpr (detail::kHardened) requireDuties();
     session_.matrix(arraysOf(*m));
+}
+
+/// What the interface leaves to the caller.
+void SparseSolver::requireDuties() const
+{
+    if (m->Rows() != m->Cols()) throw InvalidOperationException("The matrix of a solver must be square.");
+    if (looksFalselyDiagonal(arraysOf(*m)))
+        throw InvalidOperationException("The only element of each row must stand on the diagonal.");
+    if (analysis && patternOf(arraysOf(*m)) != analysedPattern_)
+        throw InvalidOperationException(
+            "The pattern of a solver's matrix must not change after its analysis.");
 }
 
 void SparseSolver::analyse(const double* b)
@@ -114,6 +142,7 @@ void SparseSolver::analyse(const double* b)
     double none = 0.0; // in the place of x
     requireSuccess(session_.call(kAnalysis, b, &none), "Error during matrix analysis phase.");
     analysis = true;
+    if constexpr (detail::kHardened) analysedPattern_ = patternOf(arraysOf(*m));
 }
 
 void SparseSolver::factorizeAndSolve(const double* b, double* x)
@@ -145,12 +174,12 @@ bool SparseSolver::Stopped() const noexcept
 
 FillInReducingMethod SparseSolver::FillInReducingMethod() const
 {
-    return static_cast<Lintrix::FillInReducingMethod>(session_.iparm(kOrdering));
+    return static_cast<Lintrix::FillInReducingMethod>(session_.iparm(Parameter::Ordering));
 }
 
 void SparseSolver::FillInReducingMethod(Lintrix::FillInReducingMethod value)
 {
-    session_.iparm(kOrdering) = static_cast<std::int32_t>(value);
+    session_.iparm(Parameter::Ordering) = static_cast<std::int32_t>(value);
 }
 
 MatrixType SparseSolver::MatrixType() const noexcept
@@ -200,22 +229,23 @@ void SparseSolver::Compute4(Lintrix::FactorizationStrategy strategy, double tole
     const bool always = strategy == FactorizationStrategy::ComputeAlways;
     const std::uint32_t K = always ? 0 : sym ? 2 : 1;
     const std::int32_t L = tolerance == 0.0 ? 0 : negativeExponent(tolerance);
-    session_.iparm(kIterativePath) = static_cast<std::int32_t>(static_cast<std::uint32_t>(L) * 10 + K);
+    session_.iparm(Parameter::IterativePath) =
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(L) * 10 + K);
 }
 
 std::int32_t SparseSolver::RefinementSteps() const
 {
-    return session_.iparm(kRefinementLimit);
+    return session_.iparm(Parameter::RefinementLimit);
 }
 
 void SparseSolver::RefinementSteps(std::int32_t value)
 {
-    session_.iparm(kRefinementLimit) = std::min(value, 0);
+    session_.iparm(Parameter::RefinementLimit) = std::min(value, 0);
 }
 
 void SparseSolver::PivotEpsilon(double value)
 {
-    session_.iparm(kPivotExponent) = negativeExponent(value);
+    session_.iparm(Parameter::PivotExponent) = negativeExponent(value);
     _pivotEpsilon = value;
 }
 

@@ -18,15 +18,32 @@ namespace Velmar::Lintrix {
 ///     const Vector x = solver.Solve(b);
 ///
 /// A thin front over `pardiso`. The first `Solve` analyses the pattern (fill-reducing order, structure of the
-/// factors), once for the life of the solver; every `Solve` then factorizes and solves. With the strategy
-/// `ComputeWhenNeeded`, which is the default, a later `Solve` with changed values iterates with the old
-/// factors and factorizes anew only where that fails.
+/// factors), once for the life of the solver; every `Solve` then factorizes and solves.
 ///
-/// The matrix is referenced, not copied: it must outlive the solver. Values may change between calls; the
-/// pattern must not, since it is analysed once. By contract a matrix that is not square is not refused, and
-/// settings are not range-checked; the hardened build raises InvalidOperationException in `Solve` for a
-/// matrix that is not square. While a call runs, the index arrays of the matrix are shifted in place: nobody
-/// else may read them then, and two solvers of one matrix must not run at once.
+/// **What the default strategy promises.** With `ComputeWhenNeeded` every solution comes from an iteration,
+/// for which the factors at hand are the preconditioner: conjugate gradients if the matrix was symmetric when
+/// the solver was made, else conjugate gradients squared. The first `Solve` factorizes, and its solution is
+/// good to rounding. After a change of values a later one keeps the old factors while they serve: the
+/// iteration ends when its correction is below StoppingTolerance times the solution, 1e-06 or about *six
+/// digits*, of a symmetric matrix, and below the square of it, about twelve digits, of another. Where it does
+/// not get there, new factors are made within the call, and where it fails with factors of the matrix as it
+/// is now, the solution is that of `ComputeAlways`. That is so for the first column of a right-hand side; a
+/// further column for which the old factors will not do is a failure of `Solve`, and the next one factorizes.
+/// Which factors are kept depends on measured times, so runs need not agree in their bits. `ComputeAlways`
+/// factorizes at every `Solve` and solves directly. Neither looks at the residual of what it returns.
+///
+/// **Duties of the caller.** The hardened build raises InvalidOperationException in `Solve` where one of the
+/// first three is neglected; the normal build does not look, and goes wrong as told.
+/// - The pattern stays as it was analysed; only values may change. Those of another pattern are factorized as
+///   if they stood in the places of the analysed ones, and fewer of them fail in the factorization. Another
+///   pattern takes another solver.
+/// - The matrix is square. Of another, arrays are read and written past their ends.
+/// - A matrix with as many stored elements as rows is taken for a diagonal one, without analysis or factors:
+///   b(i) is divided by the only element of row i, in whatever column it stands. So it must stand on the
+///   diagonal. A row with more or none, or a stored zero, fails (`OtherError`) in every build.
+/// - The matrix is referenced, not copied: it outlives the solver. While a call runs, its index arrays are
+///   shifted in place: nobody else may read them then, and two solvers of one matrix must not run at once.
+/// - Settings are not range-checked; what the engine refuses fails in `Solve`.
 ///
 /// A solver is used by one thread at a time; the threads of a run are the engine's. The result of a run is
 /// worked out beside the object: a failing `Solve` leaves the settings, and the next one may succeed.
@@ -58,6 +75,9 @@ public:
     /// factorization, each further one is a call of its own. Checks and failures in this order; the engine's
     /// error number is told by Status().
     /// @throws SizeMismatchException     rhnds.Rows() != A.Rows(): "Matrix sizes do not match."
+    /// The hardened build: @throws InvalidOperationException  "The matrix of a solver must be square."; "The
+    /// only element of each row must stand on the diagonal."; "The pattern of a solver's matrix must not
+    /// change after its analysis."
     /// @throws OperationFailedException  "Error during matrix analysis phase."; the next call tries again
     /// @throws NotEnoughMemoryException  for the result
     /// @throws OperationFailedException  "Error during matrix factorization and solve phase."
@@ -68,7 +88,8 @@ public:
     Vector Solve(const Vector& rhnds);
 
     /// How the last run ended: the engine's error number e as -e, below -5 `OtherError`; `Success` before the
-    /// first run. By contract a positive e gives a value that no name stands for.
+    /// first run. A positive e, which the engine has for enquiries alone, gives a value that no name stands
+    /// for.
     SolverStatus Status() const noexcept;
     /// @}
 
@@ -79,9 +100,10 @@ public:
     Lintrix::FillInReducingMethod FillInReducingMethod() const;
     void FillInReducingMethod(Lintrix::FillInReducingMethod value);
 
-    /// What the solver assumes of the matrix. Writing changes that alone: by contract not the storage of the
-    /// matrix, and no other setting, so the caller answers for a type that fits the arrays.
-    /// PositiveDefinite and Indefinite take the upper triangle, the others all elements.
+    /// What the solver assumes of the matrix. Writing changes that alone, not the storage of the matrix and
+    /// no other setting, so the caller answers for a type that fits the arrays: PositiveDefinite and
+    /// Indefinite take the upper triangle, the others all elements. Between those two it may change at
+    /// any time.
     Lintrix::MatrixType MatrixType() const noexcept;
     void MatrixType(Lintrix::MatrixType value) noexcept;
 
@@ -89,12 +111,13 @@ public:
     void FactorizationStrategy(Lintrix::FactorizationStrategy value);
 
     /// At which the iteration of ComputeWhenNeeded stops, rounded to a power of ten; 0 is the engine's 1e-12.
+    /// Of a matrix that is not symmetric it is the root of what is left, see above.
     double StoppingTolerance() const noexcept { return _stoppingTolerance; }
     void StoppingTolerance(double value);
 
-    /// By contract min(value, 0) is kept: a positive count becomes 0, which leaves refinement to the engine
-    /// (two steps after perturbed pivots), and -k asks for at most k steps with residuals in extended
-    /// precision. Only ComputeAlways refines.
+    /// min(value, 0) is kept: a positive count becomes 0, which leaves refinement to the engine (two steps
+    /// after perturbed pivots), and -k asks for at most k steps with residuals in extended precision. Callers
+    /// read back 0 after a positive count, so it stays. Only ComputeAlways refines.
     std::int32_t RefinementSteps() const;
     void RefinementSteps(std::int32_t value);
 
@@ -126,14 +149,16 @@ public:
 private:
     void Compute4(Lintrix::FactorizationStrategy strategy, double tolerance);
     void refresh();
+    void requireDuties() const;
     void analyse(const double* b);
     void factorizeAndSolve(const double* b, double* x);
     void solve(const double* b, double* x);
 
     const SparseMatrix* m; ///< not owned
     detail::EngineSession session_;
-    bool sym;              ///< `m.Symmetric()` when the solver was made
-    bool analysis = false; ///< the analysis phase has run
+    bool sym;                           ///< `m.Symmetric()` when the solver was made
+    bool analysis = false;              ///< the analysis phase has run
+    std::uint32_t analysedPattern_ = 0; ///< its check sum, in the hardened build
     Lintrix::FactorizationStrategy _factorizationStrategy = FactorizationStrategy::ComputeWhenNeeded;
     double _stoppingTolerance = 1e-06;
     double _pivotEpsilon;

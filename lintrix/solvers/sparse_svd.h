@@ -25,8 +25,9 @@ namespace Velmar::Lintrix {
 class LINTRIX_EXPORT SparseSVD {
 public:
     /// The `numSingularValues` (nsv) largest, at most min(m, n) of them, until the last of them satisfies
-    /// ||v - A'*u/s|| <= max(|tolerance|, 1e-14). By contract neither the tolerance nor the relation of nsv
-    /// to the matrix is checked.
+    /// ||v - A'*u/s|| <= max(|tolerance|, 1e-14). Neither the tolerance nor the relation of nsv to the
+    /// matrix is checked, so an nsv above min(m, n) is undefined behaviour and a tolerance out of reach a run
+    /// without end; the hardened build raises at both.
     /// @throws InvalidSizeException  "Invalid number of rows or columns.": nsv below 1 or above MaxSize
     /// @throws InvalidOperationException  the matrix has been released; in the hardened build also at each
     /// limit

@@ -6,7 +6,7 @@
 #include <lintrix/sparse/detail/sizes.h>
 #include <lintrix/sparse/detail/sparse_enumerator.h>
 #include <lintrix/sparse/detail/structure.h>
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 
 #include <algorithm>
 #include <utility>
@@ -36,7 +36,7 @@ std::int32_t baseOf(std::span<const std::int32_t> IA)
     return IA[0];
 }
 
-// By contract the highest column in use tells how many there are, and an empty array counts as column 0.
+// The highest column in use tells how many there are, and an empty array counts as column 0.
 std::int64_t columnCount(std::span<const std::int32_t> JA, std::int32_t base)
 {
     const auto highest = std::max_element(JA.begin(), JA.end());
@@ -135,14 +135,14 @@ SparseMatrix::SparseMatrix(const Matrix& matrix) : mRows(matrix.Rows()), mCols(m
     int job[] = {0, 0, 1, 2, cells, 0}; // dense from 0, compressed rows from 1, whole matrix
     int info = 0;                       // not looked at: the limit is the size of the matrix
     ia = Block<std::int32_t>(std::int64_t{mRows} + 1);
-    detail::mkl_ddnscsr(job, mRows, mCols, rowMajor.get(), mCols, a.get(), ja.get(), ia.get(), info);
+    mkl_ddnscsr(job, mRows, mCols, rowMajor.get(), mCols, a.get(), ja.get(), ia.get(), info);
     mCells = ia[mRows] - ia[0];
     a = Block<double>(mCells);
     ja = Block<std::int32_t>(mCells);
     job[5] = 1; // now values and columns, too
-    detail::mkl_ddnscsr(job, mRows, mCols, rowMajor.get(), mCols, a.get(), ja.get(), ia.get(), info);
+    mkl_ddnscsr(job, mRows, mCols, rowMajor.get(), mCols, a.get(), ja.get(), ia.get(), info);
     closeRowPointers();
-    // By contract the growth factor stays 0: a full matrix grows by one slot.
+    // The growth factor stays 0: a full matrix grows by one slot.
 }
 
 SparseMatrix::SparseMatrix(std::span<const double> A, std::span<const std::int32_t> IA,
@@ -172,7 +172,7 @@ SparseMatrix::SparseMatrix(std::span<const double> A, std::span<const std::int32
     }
 }
 
-// By contract the capacity of the copy is raised to the row count, as in every new matrix.
+// The capacity of the copy is raised to the row count, as in every new matrix.
 SparseMatrix::SparseMatrix(const SparseMatrix& matrix)
     : mRows(matrix.mRows), mCols(matrix.mCols), mCells(std::max(matrix.mCells, matrix.mRows)),
       _growFactor(matrix._growFactor), _symmetric(matrix._symmetric)
@@ -244,7 +244,7 @@ void SparseMatrix::GrowFactor(float value) noexcept
 
 Matrix SparseMatrix::ToDense() const
 {
-    detail::requireForeignSizes(mRows, mCols, INT32_MAX); // a wrapped product would be written past its end
+    detail::requireForeignSizes(mRows, mCols, INT32_MAX);
     const std::int32_t* starts = rowPointers();
     Matrix dense(mRows, mCols);
     if (_symmetric) {

@@ -48,7 +48,12 @@ struct SparseAccess;
 ///
 /// An object is used by one thread at a time; concurrent reading is safe. Allocation raises
 /// NotEnoughMemoryException with its default message, in every member that makes or grows an array; a failing
-/// member leaves the object as it was where nothing else is said.
+/// member leaves the object as it was where nothing else is said. What goes wrong while an array is resized
+/// (`Item`, `Rows`, `Cols`, `Capacity`) leaves the memory total too low by the size of that array, until it
+/// is released: the allocators withdraw the old size before they try.
+///
+/// This library's own rule: a dense result of more than 2^31 - 1 cells (`ToDense`, A*B) raises
+/// InvalidSizeException, because the product of its sizes would wrap and the result be written past its end.
 class LINTRIX_EXPORT SparseMatrix {
 public:
     /// Element (row, col) of a matrix that may be written: `A(i, j) = 2.0` stores, reading looks up.
@@ -95,7 +100,8 @@ public:
     explicit SparseMatrix(std::int32_t size, bool symmetric);
     explicit SparseMatrix(std::int32_t size, bool symmetric, std::int32_t capacity, float growFactor);
     /// The elements of a dense matrix that do not compare equal to zero: -0.0 is dropped, NaN is kept. The
-    /// capacity is exact, and by contract the growth factor is 0. Costs a second dense array while it runs.
+    /// capacity is exact, and the growth factor 0, the only way to it: such a matrix grows by one slot at a
+    /// time, and callers who keep memory exact rely on that. Costs a second dense array while it runs.
     explicit SparseMatrix(const Matrix& matrix);
     /// From compressed rows, zero-based or one-based as `IA[0]` tells; general, growth factor 1.2f. The
     /// column count is the highest column in use, so trailing empty columns cannot be told.
@@ -115,8 +121,8 @@ public:
                        std::span(JA.begin(), JA.size()))
     {
     }
-    /// Deep copy with flag, growth factor and capacity; by contract the latter is raised to the row count, as
-    /// in a new matrix. @throws InvalidSizeException  the sizes of `matrix` have been set below 1
+    /// Deep copy with flag, growth factor and capacity, the latter raised to the row count, as in a new
+    /// matrix. @throws InvalidSizeException  the sizes of `matrix` have been set below 1
     SparseMatrix(const SparseMatrix& matrix);
     /// Takes the arrays over; `matrix` is left released, its sizes still readable.
     SparseMatrix(SparseMatrix&& matrix) noexcept;
@@ -135,8 +141,8 @@ public:
     double Item(std::int32_t row, std::int32_t col) const;
     /// Overwrites the stored element, or inserts one, whatever the value: also a zero is stored. Checks as
     /// above. Cost of an insertion: a move of all elements behind it and a pass over the row pointers.
-    /// By contract `Capacity()` already tells the grown value when growing the arrays fails; all else is as
-    /// before, but for the memory total, which by contract of the allocators has lost the size of an array.
+    /// When growing the arrays fails, `Capacity()` tells the value that was tried, and all else is as before:
+    /// a caller learns from it how much was asked for, and the next insertion tries again.
     /// @throws NotSupportedException  there are 2^31 - 2 elements
     void Item(std::int32_t row, std::int32_t col, double value);
     double operator()(std::int32_t row, std::int32_t col) const { return Item(row, col); }
@@ -146,11 +152,10 @@ public:
     std::int32_t Rows() const noexcept { return mRows; }
     std::int32_t Cols() const noexcept { return mCols; }
     /// New rows are empty, also in symmetric storage; dropped rows take their elements along. A symmetric
-    /// matrix changes its columns with it. By contract the value is not checked (the hardened build raises
-    /// InvalidOperationException for one outside 1 .. MaxSize): 0 leaves a matrix without rows, and a
-    /// negative count is refused by the allocator.
-    /// @throws NotEnoughMemoryException  also for a negative value; by contract of the allocators the memory
-    /// total has then lost the size of the row pointers
+    /// matrix changes its columns with it. The value is not checked (the hardened build raises
+    /// InvalidOperationException for one outside 1 .. MaxSize): 0 leaves a matrix without rows, -1 one
+    /// without row pointers, to be given new contents or released.
+    /// @throws NotEnoughMemoryException  also for a value below -1
     void Rows(std::int32_t value);
     /// Elements in dropped columns are removed, in one pass. A symmetric matrix changes its rows with it. Not
     /// checked, as for the rows; below 1 it leaves a matrix without columns.
@@ -159,15 +164,14 @@ public:
     /// Stored elements, zeros among them. @pre not released
     std::int32_t NumElements() const { return rowPointers()[mRows] - rowPointers()[0]; }
     std::int32_t Capacity() const noexcept { return mCells; }
-    /// Reallocates the arrays to max(value, NumElements()) slots, if that differs from Capacity(). When that
-    /// fails, by contract of the allocators the memory total has lost the size of an array.
+    /// Reallocates the arrays to max(value, NumElements()) slots, if that differs from Capacity().
     void Capacity(std::int32_t value);
     float GrowFactor() const noexcept { return _growFactor; }
     /// Clamped to 1 .. 4.
     void GrowFactor(float value) noexcept;
     bool Symmetric() const noexcept { return _symmetric; }
-    /// Says how the arrays are to be read, and changes nothing in them. By contract it is not looked at
-    /// whether they hold an upper triangle, nor whether the matrix is square.
+    /// Says how the arrays are to be read, and changes nothing in them. Whether they hold an upper triangle,
+    /// or the matrix is square, is not looked at: a caller may set the flag before the contents or after.
     void Symmetric(bool value) noexcept { _symmetric = value; }
 
     /// The arrays as they are stored, both index arrays one-based; good until the matrix changes.
@@ -195,7 +199,7 @@ public:
     /// assigned; what needs the elements raises InvalidOperationException.
     void Dispose() noexcept;
     /// The full matrix, both triangles of a symmetric one.
-    /// @throws InvalidSizeException  it would have more than 2^31 - 1 cells
+    /// @throws InvalidSizeException  it would have more than 2^31 - 1 cells, or its sizes were set below 1
     virtual Matrix ToDense() const;
     /// @}
 
@@ -214,10 +218,11 @@ public:
     /// General: max(Rows(), density*Rows()*Cols()) elements, which is the new capacity, in rows of even
     /// share. Symmetric: max(Rows(), density*Rows()*Cols()/2) places of the upper triangle, to each row in
     /// proportion to its length, and one more to each row for its diagonal; the capacity is their sum. The
-    /// diagonal is always stored, also where its value is zero. By contract the product of the sizes is taken
-    /// in wrapping 32-bit arithmetic, and no bound is checked (the hardened build raises
-    /// InvalidOperationException for a density outside 0 to 1 and a product that wraps). A row is never given
-    /// more elements than it has columns: at high densities fewer than told above are stored.
+    /// diagonal is always stored, also where its value is zero. A row never holds more elements than it has
+    /// columns, so at high densities fewer than told here are stored. The product of the sizes is taken in
+    /// wrapping 32-bit arithmetic, which settles how many elements a seed gives, and no bound is checked (the
+    /// hardened build raises InvalidOperationException for a density outside 0 to 1 and a product that
+    /// wraps).
     /// @throws ArgumentOutOfRangeException  decimals outside 0 to 15
     /// @throws NotSupportedException        2^31 - 1 elements or more
     void FillRandom() { FillRandom(0.01); }
@@ -232,17 +237,21 @@ public:
     /// @name Sums and scalar multiples
     /// @{
 
-    /// A + beta*op(B), the union of both patterns; what cancels stays as a stored zero. By contract the
-    /// symmetric flags are not looked at: the result is general and holds the sum of what is stored.
+    /// A + beta*op(B), the union of both patterns; what cancels stays as a stored zero. The symmetric flags
+    /// are not looked at: the result is general and holds the sum of what is stored, so that the lower half
+    /// of two symmetric operands reads as zero. Set the flag of the result to have the symmetric sum; callers
+    /// do, so it stays.
     /// Checks: class, then shape. Cost: one merge of the rows each for sizing and filling.
     /// @throws ArgumentException         run-time classes differ: "Matrices are not of the same type"
     /// @throws SizeMismatchException     op(B) is not of A's shape, or `transB` no member; no message
-    /// @throws OperationFailedException  more than 2^31 - 2 elements, or no scratch memory; no message
+    /// @throws OperationFailedException  more than 2^31 - 2 elements, no scratch memory, or a column count
+    ///         that was set below 0; no message
     static SparseMatrix Add(const SparseMatrix& A, double beta, TransposeMode transB, const SparseMatrix& B);
     static SparseMatrix Add(const SparseMatrix& A, const SparseMatrix& B);
     static SparseMatrix Subtract(const SparseMatrix& A, const SparseMatrix& B);
     static SparseMatrix Negate(const SparseMatrix& A) { return Multiply(A, -1.0); }
-    /// The operand itself; by contract `+A` copies and this does not.
+    /// The operand itself, where `+A` copies: the one for callers who only pass a matrix on, the other for
+    /// those who go on to change it.
     static const SparseMatrix& Plus(const SparseMatrix& A) noexcept { return A; }
     /// A copy with flag, growth factor and capacity, its values scaled; 0 keeps all slots.
     static SparseMatrix Multiply(const SparseMatrix& A, double scalar);
@@ -264,7 +273,8 @@ public:
     /// other modes. Cost: proportional to the multiplications.
     /// @throws NotSupportedException     an operand is symmetric: "Symmetrix matrices are not supported."
     /// @throws InvalidSizeException      inner sizes differ; no message
-    /// @throws OperationFailedException  more than 2^31 - 2 elements, or no scratch memory; no message
+    /// @throws OperationFailedException  more than 2^31 - 2 elements, no scratch memory, or a column count
+    ///         that was set below 0; no message
     static SparseMatrix Multiply(TransposeMode transA, const SparseMatrix& A, const SparseMatrix& B);
     static SparseMatrix Multiply(const SparseMatrix& A, const SparseMatrix& B);
     /// A*B. @throws InvalidSizeException  "Invalid number of rows for matrix B"
@@ -275,17 +285,19 @@ public:
     static Vector Multiply(const Vector& x, const SparseMatrix& A);
     /// y := alpha*op(A)*x + beta*y in place; `x` is checked first. With beta 0 y is not read.
     /// @throws SizeMismatchException     no message
-    /// @throws NotSquareMatrixException  A is marked symmetric, and is not square: the triangle would reach
-    ///         past x or y
+    /// @throws NotSquareMatrixException  A is marked symmetric, not square, and the triangle reaches past x
+    /// or
+    ///         y: A is tall, or has elements in columns behind the row count
     static void Multiply(double alpha, TransposeMode transA, const SparseMatrix& A, const Vector& x,
                          double beta, Vector& y);
     /// C := alpha*op(A)*B + beta*C in place. Checks: rows of B, rows of C, columns of C.
     ///
-    /// By contract the columns of B and C are addressed A.Cols() and A.Rows() apart in every mode, so a
-    /// transposed product means what it says for square A only, or for one column (the hardened build refuses
-    /// the others with InvalidOperationException). The addresses of a rectangular A lead past the end of B or
-    /// C: there zeros are read, and nothing is written; every cell of C that they do meet gets the told
-    /// value.
+    /// The columns of B and C are addressed A.Cols() and A.Rows() apart in every mode, so a transposed
+    /// product means what it says for square A only, or for one column (the hardened build refuses the others
+    /// with InvalidOperationException). The checks accept the others all the same, and their results are
+    /// relied on, so it stays: transpose A first to multiply by a rectangular A'. The addresses of a
+    /// rectangular A lead past the end of B or C: there zeros are read, and nothing is written; every cell of
+    /// C that they do meet gets the told value.
     /// @throws InvalidSizeException      no message
     /// @throws NotSquareMatrixException  as above
     static void Multiply(double alpha, TransposeMode transA, const SparseMatrix& A, const Matrix& B,
@@ -297,8 +309,9 @@ public:
     friend Vector operator*(const SparseMatrix& A, const Vector& x) { return Multiply(A, x); }
     friend Vector operator*(const Vector& x, const SparseMatrix& A) { return Multiply(x, A); }
 
-    /// Cols() x Rows(), general. By contract the flag is not looked at: of a symmetric matrix it is the
-    /// lower triangle. Linear in elements and columns.
+    /// Cols() x Rows(), general. The flag is not looked at: of a symmetric matrix it is the stored triangle
+    /// turned, the lower one, from which callers complete the full matrix. Linear in elements and columns.
+    /// @throws OperationFailedException  Cols() has been set below 0
     SparseMatrix Transpose() const;
     /// @}
 
@@ -312,7 +325,9 @@ public:
     bool IsEqual(const SparseMatrix& matrix) const { return IsEqual(matrix, 1e-09); }
     bool IsEqual(const SparseMatrix& matrix, double tolerance) const;
 
-    /// By contract none of these ever answers; `IsEqual` does. @throws NullReferenceException  always
+    /// None of these ever answers: to compare, call `IsEqual`. They are here so that `==` ends in one failure
+    /// that callers know, and does not compare something else in silence.
+    /// @throws NullReferenceException  always
     bool Equals(const SparseMatrix& object) const;
     bool Equals(const SparseMatrix* object) const;
     template <AnotherClass<SparseMatrix> T>
@@ -323,8 +338,9 @@ public:
     friend bool operator==(const SparseMatrix& A, const SparseMatrix& B) { return A.Equals(B); }
     friend bool operator!=(const SparseMatrix& A, const SparseMatrix& B) { return !A.Equals(B); }
 
-    /// Sizes, row pointers, columns and values, exclusive-or'ed together, and by contract one slot more than
-    /// is stored, unless the arrays end before it: equal matrices may differ in it.
+    /// Sizes, row pointers, columns and values, exclusive-or'ed together, with one slot more than is stored,
+    /// unless the arrays end before it. So equal matrices may differ in it; hashes that were kept must stay
+    /// what they are.
     std::int32_t GetHashCode() const;
     /// @}
 
@@ -339,7 +355,7 @@ public:
     std::string ToString(std::string_view format, std::string_view separator) const;
     std::string ToString(std::string_view format, std::string_view separator, std::string_view leftBorder,
                          std::string_view rightBorder, std::string_view endMatrix) const;
-    /// By contract with the borders "|\n", without the blank of the other forms.
+    /// With the borders "|\n", without the blank of the other forms: texts that were written so are compared.
     std::string ToString(const std::locale& provider, std::string_view format) const;
     /// The last row closes with `endMatrix` alone.
     /// @throws FormatException  "Format specifier was invalid."
@@ -356,14 +372,15 @@ public:
     /// Rows, columns, row pointers, values, columns of the elements: 4*(3*NumElements() + Rows() + 3) bytes,
     /// little-endian as in memory. Flag and growth factor are not in it.
     std::vector<std::byte> Data() const;
-    /// Restores what the form above holds, with exact capacity; flag and growth factor stay, and by contract
-    /// it is not looked at whether the flag goes with the new sizes. A surplus of bytes is ignored. Nothing
-    /// in the form is believed before it is checked; only that columns ascend within a row is left to whoever
-    /// made it (the hardened build raises InvalidOperationException).
+    /// Restores what the form above holds, with exact capacity; flag and growth factor stay, and whether the
+    /// flag goes with the new sizes is not looked at. A surplus of bytes is ignored. Nothing in the form is
+    /// believed before it is checked; only that columns ascend within a row is left to whoever made it (the
+    /// hardened build raises InvalidOperationException).
     ///
-    /// By contract the sizes are stored before they are checked: a form that is refused for them leaves
-    /// Rows() and Cols() changed and the arrays old. Give such an object new contents or release it; what
-    /// needs row pointers that are not there raises InvalidOperationException.
+    /// The sizes are stored before they are checked: a form that is refused for them leaves Rows() and Cols()
+    /// changed and the arrays old, and callers read off the object which sizes those were. Give such an
+    /// object new contents or release it; what needs row pointers that are not there raises
+    /// InvalidOperationException, and rows that it hides are empty after the next edit.
     /// @throws InvalidSizeException       "Invalid number of rows."; "Invalid number of columns."
     /// @throws IndexOutOfRangeException   the form is shorter than it says, its row pointers do not begin
     /// with 1 or fall, or a column is outside 1 .. columns
@@ -375,19 +392,19 @@ public:
 protected:
     friend struct detail::ArchiveAccess;
 
-    /// Restores what `GetObjectData` wrote, with exact capacity; `FromArchive` is the way here. A growth
-    /// factor outside 0 .. 4 is clamped, a surplus in the arrays is ignored, columns are checked as by
-    /// `Data`.
+    /// Restores what `GetObjectData` wrote, with exact capacity; `FromArchive` is the way here. The growth
+    /// factor is taken as it stands, a surplus in the arrays is ignored, columns are checked as by `Data`;
+    /// there may be no rows or no columns.
     /// @throws SerializationException    a key is missing or of another type
-    /// @throws InvalidSizeException      "Invalid number of rows."; "Invalid number of columns."
+    /// @throws InvalidSizeException      the row count is negative: "Invalid number of rows."
     /// @throws IndexOutOfRangeException  an array is short, row pointers or columns are wrong
     SparseMatrix(const SerializationInfo& info, const StreamingContext& context);
 
 private:
     friend struct detail::SparseAccess;
 
-    /// Adopts arrays made by a kernel. By contract the capacity reads `_ia[rows]`, one more than is stored;
-    /// the arrays have that spare slot.
+    /// Adopts arrays made by a kernel. The capacity reads `_ia[rows]`, one more than is stored; the arrays
+    /// have that spare slot.
     SparseMatrix(std::int32_t rows, std::int32_t cols, detail::Block<double>&& _a,
                  detail::Block<std::int32_t>&& _ia, detail::Block<std::int32_t>&& _ja) noexcept;
 
@@ -397,9 +414,13 @@ private:
     /// New contents for the same sizes: the commit of what replaces all elements.
     void setArrays(std::int32_t capacity, detail::Block<double>&& values,
                    detail::Block<std::int32_t>&& starts, detail::Block<std::int32_t>&& columns) noexcept;
-    /// The smallest block has room for row pointers of rows that are not there. They become those of empty
-    /// rows, for whoever gives the matrix a row count without giving it row pointers.
-    void closeRowPointers() noexcept { std::fill(ia.get() + mRows + 1, ia.get() + ia.cells(), ia[mRows]); }
+    /// The block may have room for row pointers of rows that are not there: the smallest block has, and a
+    /// refused byte form hides rows. After every edit they become those of empty rows, for the next refused
+    /// form may count them among the rows again.
+    void closeRowPointers() noexcept
+    {
+        if (mRows >= 0) std::fill(ia.get() + mRows + 1, ia.get() + ia.cells(), ia[mRows]);
+    }
     /// Opens slot `pos`, counted from 0, growing the arrays if they are full. Its contents are stale and the
     /// row pointers as before: both are the caller's.
     void insert_elem(std::int32_t pos);

@@ -6,7 +6,6 @@
 #include <lintrix/sparse/detail/foreign_rows.h>
 #include <lintrix/sparse/detail/sizes.h>
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -44,7 +43,7 @@ void SparseMatrix::Data(std::span<const std::byte> data)
         if (!ia) detail::raiseReleased();
     }
     const std::int32_t rows = detail::sizeInBytes(data, 0), cols = detail::sizeInBytes(data, 1);
-    if (rows < 1 || cols < 1) { // by contract the object keeps the sizes that are now refused
+    if (rows < 1 || cols < 1) { // stored first and refused then: what a caller reads after the failure
         mRows = rows;
         mCols = cols;
     }
@@ -85,9 +84,8 @@ void SparseMatrix::InitSer(const SerializationInfo& info)
 {
     mRows = info.GetInt32("mRows");
     mCols = info.GetInt32("mCols");
-    detail::requireSparseSizes(mRows, mCols);
-    // A matrix writes 0 or 1 to 4. An archive from elsewhere must not make it grow by any other factor.
-    _growFactor = std::clamp(info.GetSingle("growFactor"), 0.0F, 4.0F);
+    if (mRows < 0) throw InvalidSizeException("Invalid number of rows."); // 0 may be set, and comes back
+    _growFactor = info.GetSingle("growFactor");
     _symmetric = info.GetBoolean("symm");
     auto IA = info.GetInt32Array("_IA");
     auto starts = takeBlock<std::int32_t>(IA, std::int64_t{mRows} + 1);

@@ -9,7 +9,7 @@
 #include <lintrix/sparse/detail/operand.h>
 #include <lintrix/sparse/detail/result_rows.h>
 #include <lintrix/sparse/detail/transposed_rows.h>
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 
 #include <typeinfo>
 #include <utility>
@@ -18,23 +18,28 @@ namespace Velmar::Lintrix {
 
 namespace {
 
-// By contract 32-bit numbers that wrap. The kernels take them for a limit of the one-pass form alone.
+// The limit that the kernels take with the one-pass form alone: here it may wrap.
 std::int32_t wrapped(std::int64_t value)
 {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
 }
 
-// A refused byte form may leave no columns, by contract with the elements of old: what goes by column would
-// write them past its arrays.
+// A refused byte form may leave no columns and the elements of old: what goes by column would write them past
+// its arrays.
 void requireColumns(const SparseMatrix& A)
 {
     if (A.Cols() < 1 && A.NumElements() > 0)
         throw InvalidOperationException("The matrix has elements, but no longer columns.");
 }
 
-// What a kernel may lack: scratch, or 32-bit numbers for the elements of the result.
-void requireDone(std::int32_t info)
+// Runs one pass of a kernel, which writes 0 to `info` when it is done. It may lack scratch, or 32-bit numbers
+// for the elements of the result, and says so; of a parameter that it refuses it says nothing there, and its
+// outputs are as they were.
+template <class Pass>
+void runPass(Pass pass, int request)
 {
+    std::int32_t info = INT32_MIN;
+    pass(request, info);
     if (info != 0) throw OperationFailedException();
 }
 
@@ -52,17 +57,14 @@ SparseMatrix SparseMatrix::Add(const SparseMatrix& A, double beta, TransposeMode
     requireColumns(B);
 
     const std::int32_t most = wrapped(std::int64_t{A.NumElements()} + B.NumElements());
-    std::int32_t info = 0;
     detail::ResultRows<double> C(A.mRows);
-    const auto pass = [&](int request) {
-        detail::mkl_dcsradd(&opB.letter, request, 0, A.mRows, A.mCols, A.a.get(), A.ja.get(), A.ia.get(),
-                            beta, B.a.get(), B.ja.get(), B.ia.get(), C.a.get(), C.ja.get(), C.ia.get(), most,
-                            info);
-        requireDone(info);
+    const auto pass = [&](int request, std::int32_t& info) {
+        mkl_dcsradd(&opB.letter, request, 0, A.mRows, A.mCols, A.a.get(), A.ja.get(), A.ia.get(), beta,
+                    B.a.get(), B.ja.get(), B.ia.get(), C.a.get(), C.ja.get(), C.ia.get(), most, info);
     };
-    pass(1);
+    runPass(pass, 1);
     C.allot();
-    pass(2);
+    runPass(pass, 2);
     C.markSpareSlot();
     return {A.mRows, A.mCols, std::move(C.a), std::move(C.ia), std::move(C.ja)};
 }
@@ -96,16 +98,14 @@ SparseMatrix SparseMatrix::Multiply(TransposeMode transA, const SparseMatrix& A,
 
     const std::int32_t most = wrapped(std::int64_t{B.mCols} * A.mRows);
     const std::int32_t *ia = A.rowPointers(), *ib = B.rowPointers();
-    std::int32_t info = 0;
     detail::ResultRows<double> C(opA.rows);
-    const auto pass = [&](int request) {
-        detail::mkl_dcsrmultcsr(&opA.letter, request, 0, A.mRows, A.mCols, B.mCols, A.a.get(), A.ja.get(), ia,
-                                B.a.get(), B.ja.get(), ib, C.a.get(), C.ja.get(), C.ia.get(), most, info);
-        requireDone(info);
+    const auto pass = [&](int request, std::int32_t& info) {
+        mkl_dcsrmultcsr(&opA.letter, request, 0, A.mRows, A.mCols, B.mCols, A.a.get(), A.ja.get(), ia,
+                        B.a.get(), B.ja.get(), ib, C.a.get(), C.ja.get(), C.ia.get(), most, info);
     };
-    pass(1);
+    runPass(pass, 1);
     C.allot();
-    pass(2); // transposed: drops what cancels, and writes the row pointers anew
+    runPass(pass, 2); // transposed: drops what cancels, and writes the row pointers anew
     C.markSpareSlot();
     return {opA.rows, B.mCols, std::move(C.a), std::move(C.ia), std::move(C.ja)};
 }
@@ -120,6 +120,7 @@ SparseMatrix SparseMatrix::Multiply(const SparseMatrix& A, const SparseMatrix& B
 SparseMatrix SparseMatrix::Transpose() const
 {
     requireColumns(*this);
+    if (mCols < 0) throw OperationFailedException(); // no matrix has that many rows
     auto transposed = detail::transposedRows(mRows, mCols, a.get(), rowPointers(), ja.get());
     return {mCols, mRows, std::move(transposed.a), std::move(transposed.ia), std::move(transposed.ja)};
 }

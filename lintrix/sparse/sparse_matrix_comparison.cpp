@@ -23,8 +23,8 @@ std::int32_t folded(const std::int32_t* integers, std::int64_t count)
 
 } // namespace
 
-// A merge of two walks in row-major order. Every comparison asks whether a value is too great, so that by
-// contract a NaN passes.
+// A merge of two walks in row-major order. Every comparison asks whether a value is too great, which a NaN
+// never is: it passes.
 bool SparseMatrix::IsEqual(const SparseMatrix& matrix, double tolerance) const
 {
     const double t = std::abs(tolerance);
@@ -53,8 +53,8 @@ bool SparseMatrix::Equals(const SparseMatrix*) const
     throw NullReferenceException();
 }
 
-// By contract one slot past the stored elements is taken in. Where the blocks end there, it is left out; a
-// result of this library has the same one each time.
+// One slot past the stored elements is taken in. Where the blocks end there, it is left out; a result of this
+// library has the same one each time.
 std::int32_t SparseMatrix::GetHashCode() const
 {
     const std::int64_t wanted = std::int64_t{NumElements()} + 1;

@@ -28,7 +28,7 @@ void requireResizable(std::int32_t value)
 
 SparseMatrix::Slot SparseMatrix::slotOf(std::int32_t row, std::int32_t col) const
 {
-    if (_symmetric && row > col) std::swap(row, col); // by contract before the bounds are looked at
+    if (_symmetric && row > col) std::swap(row, col); // first: a failure names the mirrored index
     if (row < 0 || row >= mRows) detail::raiseRowIndex();
     if (col < 0 || col >= mCols) detail::raiseColumnIndex();
     const std::int32_t* starts = rowPointers() + row;
@@ -50,12 +50,13 @@ void SparseMatrix::Item(std::int32_t row, std::int32_t col, double value)
         insert_elem(slot.index);
         ja[slot.index] = slot.col + 1;
         std::for_each(ia.get() + slot.row + 1, ia.get() + mRows + 1, [](std::int32_t& start) { ++start; });
+        closeRowPointers();
     }
     a[slot.index] = value;
 }
 
-// By contract the capacity is told before the arrays have it, also if they then cannot grow. So what they
-// hold is read off the blocks: after such a failure the next insertion makes good for it.
+// The capacity is told before the arrays have it, also if they then cannot grow. So what they hold is read
+// off the blocks: after such a failure the next insertion makes good for it.
 void SparseMatrix::insert_elem(std::int32_t pos)
 {
     const std::int32_t elements = NumElements();
@@ -79,6 +80,7 @@ void SparseMatrix::RemoveZeros(double tolerance, bool excludeDiagonals)
                !(excludeDiagonals & (column == row + 1)); // no branch, so that any pattern is as quick
     };
     detail::removeElements(mRows, a.get(), rowPointers(), ja.get(), small);
+    closeRowPointers();
 }
 
 // ---- capacity
@@ -93,17 +95,18 @@ void SparseMatrix::Capacity(std::int32_t value)
 {
     value = std::max(NumElements(), value);
     if (value == mCells) return;
+    closeRowPointers();
     resizeSlots(value);
     mCells = value;
 }
 
 // ---- sizes
 
-// A negative count goes to the allocator as it stands, and is refused there.
+// value + 1 row pointers, also for a negative count: none for -1, and fewer the allocator refuses.
 void SparseMatrix::resizeRows(std::int32_t value)
 {
     rowPointers();
-    ia.resize(value < 0 ? value : std::int64_t{value} + 1);
+    ia.resize(std::int64_t{value} + 1);
     if (value > mRows) std::fill(ia.get() + mRows + 1, ia.get() + value + 1, ia[mRows]);
     mRows = value;
     closeRowPointers();
@@ -116,6 +119,7 @@ void SparseMatrix::resizeCols(std::int32_t value) noexcept
     if (value < mCols || mCols < 1) {
         detail::removeElements(mRows, a.get(), ia.get(), ja.get(),
                                [value](std::int32_t, std::int32_t column, double) { return column > value; });
+        closeRowPointers();
     }
     mCols = value;
 }

@@ -6,7 +6,8 @@
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/sparse/access.h>
 #include <lintrix/sparse/detail/operand.h>
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/detail/structure.h>
+#include <lintrix/sparse/kernels.h>
 
 #include <algorithm>
 #include <functional>
@@ -27,11 +28,13 @@ const char* descriptorOf(const SparseMatrix& A)
     return A.Symmetric() ? "SUNF" : "GUNF";
 }
 
-// The stored triangle reaches as far into x and y by its columns as by its rows. The flag may be set on any
-// matrix, and the product would then leave the blocks.
-void requireSquareIfSymmetric(const SparseMatrix& A)
+// The flag may be set on any matrix. A stored triangle addresses x and y by its rows and, mirrored, by its
+// columns: both must stay within the shorter side.
+void requireTriangleWithinOperands(const SparseMatrix& A)
 {
-    if (A.Symmetric() && A.Rows() != A.Cols()) throw NotSquareMatrixException();
+    if (!A.Symmetric() || A.Rows() == A.Cols()) return;
+    if (A.Rows() > A.Cols() || !detail::areColumns(A.ColumnIndices(), A.Rows()))
+        throw NotSquareMatrixException();
 }
 
 // The caller's duty: the target of a kernel is none of its operands.
@@ -46,8 +49,8 @@ void requireDistinct(const double* target, const double* operand)
 void multiplyVector(double alpha, char letter, const SparseMatrix& A, const double* x, double beta, double* y)
 {
     const std::int32_t* const ia = SparseAccess::rowPointers(A);
-    detail::mkl_dcsrmv(&letter, A.Rows(), A.Cols(), alpha, descriptorOf(A), SparseAccess::values(A),
-                       SparseAccess::columns(A), ia, ia + 1, x, beta, y);
+    mkl_dcsrmv(&letter, A.Rows(), A.Cols(), alpha, descriptorOf(A), SparseAccess::values(A),
+               SparseAccess::columns(A), ia, ia + 1, x, beta, y);
 }
 
 // Up to `count` cells from `first` on: as many of them as the block has.
@@ -90,7 +93,7 @@ void SparseMatrix::Multiply(double alpha, TransposeMode transA, const SparseMatr
     const Operand opA = operandOf(transA, A);
     if (x.Length() != opA.cols) throw SizeMismatchException();
     if (y.Length() != opA.rows) throw SizeMismatchException();
-    requireSquareIfSymmetric(A);
+    requireTriangleWithinOperands(A);
     requireDistinct(DenseAccess::cells(y), DenseAccess::cells(x));
     multiplyVector(alpha, opA.letter, A, DenseAccess::cells(x), beta, DenseAccess::cells(y));
 }
@@ -102,7 +105,7 @@ void SparseMatrix::Multiply(double alpha, TransposeMode transA, const SparseMatr
     if (B.Rows() != opA.cols) throw InvalidSizeException();
     if (C.Rows() != opA.rows) throw InvalidSizeException();
     if (C.Cols() != B.Cols()) throw InvalidSizeException();
-    requireSquareIfSymmetric(A);
+    requireTriangleWithinOperands(A);
     requireDistinct(DenseAccess::cells(C), DenseAccess::cells(B));
 
     const double* const b = DenseAccess::cells(B);
@@ -117,16 +120,16 @@ void SparseMatrix::Multiply(double alpha, TransposeMode transA, const SparseMatr
         return;
     }
     const std::int32_t* const ia = A.rowPointers();
-    detail::mkl_dcsrmm(&opA.letter, A.mRows, B.Cols(), A.mCols, alpha, descriptorOf(A), A.a.get(), A.ja.get(),
-                       ia, ia + 1, b, A.mCols, beta, c, A.mRows);
+    mkl_dcsrmm(&opA.letter, A.mRows, B.Cols(), A.mCols, alpha, descriptorOf(A), A.a.get(), A.ja.get(), ia,
+               ia + 1, b, A.mCols, beta, c, A.mRows);
 }
 
 // ---- new results
 
 Matrix operator*(const SparseMatrix& A, const Matrix& B)
 {
-    detail::requireForeignSizes(A.Rows(), B.Cols(), INT32_MAX); // a wrapped product would be written past
-    Matrix C = DenseAccess::uninitialised(A.Rows(), B.Cols());  // beta = 0: the kernel does not read it
+    detail::requireForeignSizes(A.Rows(), B.Cols(), INT32_MAX);
+    Matrix C = DenseAccess::uninitialised(A.Rows(), B.Cols()); // beta = 0: the kernel does not read it
     SparseMatrix::Multiply(1.0, TransposeMode::NotTransposed, A, B, 0.0, C);
     return C;
 }

@@ -14,7 +14,7 @@ namespace Velmar::Lintrix {
 namespace {
 
 constexpr std::string_view kFormat = "F3", kSeparator = " ", kLeftBorder = "| ", kRightBorder = " |\n";
-constexpr std::string_view kNarrowRightBorder = "|\n"; // by contract, where a provider is given
+constexpr std::string_view kNarrowRightBorder = "|\n"; // where a provider is given
 
 // Cells as texts of one width, the longest that was measured; a longer text is not cut.
 class CellWriter {
@@ -98,9 +98,15 @@ std::string SparseMatrix::ToString(const std::locale& provider, std::string_view
                                    std::string_view separator, std::string_view leftBorder,
                                    std::string_view rightBorder, std::string_view endMatrix) const
 {
+    const std::span<const double> values = Values();
+    if (mRows == 0) return std::string(endMatrix); // nothing is printed, and the format not looked at
+    const auto requireLastColumn = [this] {        // with it a row ends
+        if (mCols < 1) Item(0, -1);
+    };
+    if (values.empty()) requireLastColumn(); // the first that a format is needed for
     CellWriter writer(format, provider);
-    for (const double value : Values()) writer.measure(value);
-    if (mCols < 1 && mRows > 0) Item(0, -1); // a row ends with its last column, and there is none
+    for (const double value : values) writer.measure(value);
+    requireLastColumn();
     std::optional<SparseMatrix> mirrored;
     if (_symmetric) {
         if (mRows > mCols) Item(mCols, 0); // its mirror image lies outside, and it fails
@@ -123,7 +129,7 @@ std::string SparseMatrix::ToString(const std::locale& provider, std::string_view
         }
         if (r < mRows - 1) text.append(rightBorder);
     }
-    return text.append(endMatrix); // by contract the last row closes with it alone
+    return text.append(endMatrix); // the last row closes with it alone
 }
 
 std::ostream& operator<<(std::ostream& out, const SparseMatrix& matrix)

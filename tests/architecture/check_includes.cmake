@@ -8,9 +8,12 @@
 # The engine's floors follow the life of a call:
 #   call <- report <- analysis <- factorization <- solution <- the entry at the top
 #   analysis: graph <- ordering, symbolic; matching
+# What the processor has, services alone asks.
 # The command's rooms: support <- input <- a room for each command <- main.
-# The command and the examples are users like any other: public headers only.
+# The command and the examples are users like any other: what lintrix/lintrix.h reaches, outside detail/. And it must
+# not reach what is internal beyond doubt.
 cmake_minimum_required(VERSION 3.25)
+include("${CMAKE_CURRENT_LIST_DIR}/../../cmake/LintrixPublicHeaders.cmake")
 
 set(may_include_services "")
 set(may_include_foundation services)
@@ -40,16 +43,19 @@ set(may_include_tools/info tools/support tools/input)
 set(may_include_tools/svd tools/support tools/input)
 set(may_include_tools ${may_include_tools/solve} tools/solve tools/analyse tools/info tools/svd)
 
-set(internal_headers
-  "/detail/" "^lintrix/(dense|sparse)/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$"
-  "^lintrix/solvers/(bidiagonal_svd|krylov_basis|lanczos|lanczos_operator)\\.h$")
+lintrix_public_headers("${ROOT}" public_headers)
+set(public_headers_of_engine ${public_headers})
+list(FILTER public_headers_of_engine INCLUDE REGEX "^lintrix/engine/[^/]+$")
+set(internal_beyond_doubt
+  "^lintrix/[^/]+/access\\.h$" "^lintrix/sparse/kernels/" "^lintrix/engine/[^/]+/" "^lintrix/services/(blas|lapack|thread_scope)\\.h$")
 
-set(public_headers_of_engine lintrix/engine/pardiso.h lintrix/engine/analysis_summary.h)
-
-# The room of a path below lintrix/, with its floor, or of the command; empty for lintrix/lintrix.h and what lies outside.
+# The room of a path below lintrix/, with its floor, or of the command; empty for what lies outside, and for the two
+# headers above the rooms. The public header of the kernels stands in front of their room and belongs to it.
 function(room_of path result)
   set(room "")
-  if(path MATCHES "^lintrix/(sparse/kernels|engine/analysis/[^/]+|engine/[^/]+|[^/]+)/")
+  if(path STREQUAL "lintrix/sparse/kernels.h")
+    set(room sparse/kernels)
+  elseif(path MATCHES "^lintrix/(sparse/kernels|engine/analysis/[^/]+|engine/[^/]+|[^/]+)/")
     set(room "${CMAKE_MATCH_1}")
   elseif(path MATCHES "^(tools/[^/]+|tools)/")
     set(room "${CMAKE_MATCH_1}")
@@ -69,26 +75,28 @@ function(check_include_of_room file room header)
     return()
   elseif(from MATCHES "^engine" AND NOT room MATCHES "^engine")
     complain("${file}: ${header} is internal to the engine")
-  elseif(NOT from STREQUAL room AND NOT from IN_LIST may_include_${room})
+  elseif(NOT header STREQUAL "lintrix/version.h" AND NOT from STREQUAL room AND NOT from IN_LIST may_include_${room})
     complain("${file}: ${room} may not include ${header}")
   endif()
 endfunction()
 
 function(check_include_of_user file header)
-  if(header MATCHES "^lintrix/engine/" AND NOT header IN_LIST public_headers_of_engine)
-    complain("${file}: ${header} is internal to the engine")
-    return()
+  if(header MATCHES "/detail/" OR NOT header IN_LIST public_headers)
+    complain("${file}: ${header} is internal to the library")
   endif()
-  foreach(pattern IN LISTS internal_headers)
-    if(header MATCHES "${pattern}")
-      complain("${file}: ${header} is internal to the library")
-      return()
-    endif()
-  endforeach()
+endfunction()
+
+# One place to ask is one place to bound all kernels at once.
+function(check_questions_to_the_processor file room)
+  file(STRINGS "${ROOT}/${file}" lines REGEX "__builtin_cpu_|<cpuid\\.h>")
+  if(lines AND NOT room STREQUAL "services")
+    complain("${file}: asks the processor by itself")
+  endif()
 endfunction()
 
 function(check_file file)
   room_of("${file}" room)
+  check_questions_to_the_processor("${file}" "${room}")
   file(STRINGS "${ROOT}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
   foreach(line IN LISTS lines)
     if(line MATCHES "<((lintrix|tools)/[^>]+)>")
@@ -114,6 +122,13 @@ if(count EQUAL 0)
 endif()
 foreach(file IN LISTS files)
   check_file("${file}")
+endforeach()
+foreach(pattern IN LISTS internal_beyond_doubt)
+  set(leaks ${public_headers})
+  list(FILTER leaks INCLUDE REGEX "${pattern}")
+  foreach(header IN LISTS leaks)
+    complain("lintrix/lintrix.h reaches ${header}")
+  endforeach()
 endforeach()
 get_property(complaints GLOBAL PROPERTY complaints)
 

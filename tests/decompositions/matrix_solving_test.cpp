@@ -105,6 +105,18 @@ TEST(MatrixSolve, ExactlySingularSquareSystemGoesToLQAndRaisesNothing)
     EXPECT_FALSE(allFinite(Matrix(4, 4).Solve(Matrix(4, 1, 1.0))));
 }
 
+// The reciprocals of the pivots are beyond the largest number; a power of two brings the system up exactly.
+TEST(MatrixSolve, TinySystemsAreSolvedOnceTheyAreMultipliedByAPowerOfTwo)
+{
+    const double tiny = 0x1p-1030, up = 0x1p1000;
+    const Matrix square = Matrix{{2, 1}, {1, 1}} * tiny, tall = Matrix{{2, 1}, {1, 1}, {0, 1}} * tiny;
+    const Matrix b = Matrix{{3}, {2}} * tiny, tallB = Matrix{{3}, {2}, {1}} * tiny, x{{1}, {1}};
+    EXPECT_LT(differenceRatio(x, (square * up).Solve(b * up)), kResidualLimit);
+    EXPECT_LT(differenceRatio(x, (tall * up).Solve(tallB * up)), kResidualLimit);
+    EXPECT_LT(differenceRatio(x, LQ(square * up).Solve(b * up)), kResidualLimit);
+    EXPECT_TRUE(identical(LU(square * up).L(), Matrix{{1, 0}, {0.5, 1}}));
+}
+
 TEST(MatrixSolve, WrongNumberOfRowsIsRefusedFirst)
 {
     for (const Shape shape : {Shape{3, 3}, Shape{5, 3}, Shape{3, 5}}) {

@@ -20,6 +20,7 @@
 
 #include <dlfcn.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,9 +29,10 @@ namespace {
 using Velmar::Lintrix::detail::blockBytes;
 
 std::vector<std::string> calls;
-bool inverseFails = false;   // dgetri then answers INFO = 1 without doing anything
-bool iterationStops = false; // dgesdd and dsyev then answer INFO = 1 after their work
-thread_local int depth = 0;  // the routines call one another; only the outermost call is ours
+std::vector<std::string> complaints; // of the routines about their arguments
+bool inverseFails = false;           // dgetri then answers INFO = 1 without doing anything
+bool iterationStops = false;         // dgesdd and dsyev then answer INFO = 1 after their work
+thread_local int depth = 0;          // the routines call one another; only the outermost call is ours
 
 // How many doubles or integers the block of the library holds that starts at `cells`.
 std::string block(const char* name, const double* cells)
@@ -267,6 +269,12 @@ STANDS_IN dsyev_(const char* jobz, const char* uplo, const int* n, double* a, co
     if (iterationStops) *info = 1;
 }
 
+// The routines call this when an argument is illegal; the library's own prints a complaint.
+STANDS_IN xerbla_(const char* routine, const int* argument, std::size_t length)
+{
+    complaints.push_back(std::string(routine, length) + ' ' + std::to_string(*argument));
+}
+
 namespace Velmar::Lintrix::testing {
 namespace {
 
@@ -422,6 +430,68 @@ TEST(NativeCalls, OfMatrixRankAndPseudoInverse)
                 ElementsAre(::testing::StartsWith("dgesdd S "), ::testing::StartsWith("dgemm N T ")));
 }
 
+// Each member of a decomposition of a matrix without rows or columns gives another such matrix, or refuses
+// to.
+void expectMatricesOrSizeRefusals(std::initializer_list<std::function<Matrix()>> members)
+{
+    for (const auto& member : members) {
+        try {
+            EXPECT_LE(member().Rows(), 1);
+        } catch (const InvalidSizeException& e) {
+            EXPECT_STREQ(e.what(), "Invalid number of rows or columns.");
+        }
+    }
+}
+
+// 0 x 1, 1 x 0 and 0 x 0, as a vector without elements makes them.
+std::vector<Matrix> emptyMatrices()
+{
+    const Matrix noRows = Vector(std::vector<double>{}).ToMatrix(), noColumns = noRows.Transpose();
+    return {noRows, noColumns, noRows * noColumns};
+}
+
+TEST(NativeCalls, OfMatricesWithoutRowsOrColumnsHaveLegalArguments)
+{
+    complaints.clear();
+    for (const Matrix& A : emptyMatrices()) {
+        SCOPED_TRACE(::testing::Message() << A.Rows() << " x " << A.Cols());
+        const LU lu(A);
+        const QR qr(A), pivoting(A, true);
+        const LQ lq(A);
+        const SVD svd(A), values(A, true);
+        EXPECT_TRUE(svd.Succeeded());
+        EXPECT_TRUE(values.Succeeded());
+        EXPECT_EQ(svd.Rank(), 0);
+        EXPECT_EQ(std::ssize(lu.GetPivots()), A.Rows());
+        EXPECT_EQ(std::ssize(qr.GetPivots()), A.Cols());
+        expectMatricesOrSizeRefusals(
+            {[&] { return lu.L(); }, [&] { return lu.U(); }, [&] { return lu.P(); }, [&] { return qr.Q(); },
+             [&] { return qr.R(); }, [&] { return qr.P(); }, [&] { return lq.L(); }, [&] { return lq.Q(); },
+             [&] { return svd.S(); }, [&] { return svd.U().value(); }, [&] { return svd.VH().value(); },
+             [&] { return svd.PseudoInverse().value(); }, [&] { return A.Solve(A); }});
+        if (A.Rows() >= A.Cols()) expectMatricesOrSizeRefusals({[&] { return pivoting.Solve(A); }});
+        if (A.Rows() <= A.Cols()) expectMatricesOrSizeRefusals({[&] { return lq.Solve(A); }});
+        EXPECT_THAT(complaints, ElementsAre());
+    }
+}
+
+TEST(NativeCalls, OfSquareMatricesWithoutCellsHaveLegalArguments)
+{
+    complaints.clear();
+    const Matrix A = emptyMatrices().back();
+    const LU lu(A);
+    EXPECT_EQ(lu.Determinant(), 1.0); // the empty product
+    EXPECT_EQ(lu.Inverse().Rows(), 0);
+    EXPECT_EQ(lu.Solve(A).Rows(), 0);
+    const Cholesky cholesky(A);
+    EXPECT_TRUE(cholesky.Succeeded());
+    EXPECT_EQ(cholesky.Inverse().Rows(), 0);
+    EXPECT_EQ(cholesky.Solve(A).Rows(), 0);
+    EXPECT_TRUE(SymEigen(A).Succeeded());
+    EXPECT_EQ(SymEigen(A, false).Eigenvalues().Length(), 0);
+    EXPECT_THAT(complaints, ElementsAre());
+}
+
 // While it lives, the iterations report that they did not converge.
 class StoppedIterations {
 public:
@@ -439,7 +509,7 @@ TEST(NativeCalls, SVDThatDidNotConvergeShowsWhatTheRoutineLeft)
     EXPECT_TRUE(identical(svd.S(), good.S()));
     EXPECT_TRUE(identical(svd.U().value(), good.U().value()));
     EXPECT_TRUE(identical(svd.VH().value(), good.VH().value()));
-    EXPECT_EQ(svd.Rank(), 5); // by contract rank and pseudo-inverse do not look at the state
+    EXPECT_EQ(svd.Rank(), 5); // rank and pseudo-inverse do not look at the state
     EXPECT_TRUE(identical(svd.PseudoInverse().value(), good.PseudoInverse().value()));
 }
 
@@ -481,9 +551,10 @@ TEST(NativeCalls, FailingInverseIsAnUndefinedErrorAndLeavesNothingBehind)
 }
 
 // An empty vector as a column has no rows, and still goes by leading dimensions that the routines take.
-TEST(NativeCalls, WithoutRowsLeadingDimensionsAreOne)
+TEST(NativeCalls, OfProductsAndNormsWithoutRowsHaveLegalLeadingDimensions)
 {
-    const Matrix none = Vector(std::vector<double>{}).ToMatrix(), across = none.Transpose(), one(1, 1);
+    const Matrix none = Vector(std::vector<double>{}).ToMatrix(), across = none.Transpose();
+    complaints.clear();
     const auto seen = callsOf([&] {
         EXPECT_TRUE(identical(across * none, Matrix(1, 1)));
         EXPECT_EQ((none * across).Rows(), 0);
@@ -497,20 +568,12 @@ TEST(NativeCalls, WithoutRowsLeadingDimensionsAreOne)
              {NormType::FrobeniusNorm, NormType::InfinityNorm, NormType::OneNorm, NormType::MaxAbsValue}) {
             EXPECT_EQ(none.Norm(type), 0.0);
         }
-        for (const Matrix& empty : {none, across}) {
-            const LU lu(empty);
-            const QR qr(empty), pivoted(empty, true);
-            const LQ lq(empty);
-            const SVD svd(empty);
-            EXPECT_EQ(svd.Rank(), 0);
-            EXPECT_EQ(empty.Rank(), 0);
-        }
-        EXPECT_EQ(none.Solve(none).Rows(), 1);
     });
     for (const std::string& call : seen) {
         EXPECT_THAT(call, ::testing::Not(::testing::ContainsRegex("LD[A-Z]+=0")));
     }
-    EXPECT_FALSE(seen.empty());
+    EXPECT_EQ(seen.size(), 9u); // four products of matrices, one with a vector, four norms
+    EXPECT_THAT(complaints, ElementsAre());
 }
 
 } // namespace

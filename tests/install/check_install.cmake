@@ -3,6 +3,8 @@
 #   superproject   configures, builds, runs and installs a project that contains the library's sources
 #   find_package   configures, builds and runs a separate project against the installed tree
 #   pkg_config     compiles and runs the same program with the flags that pkg-config tells
+#   public_headers what is installed is what lintrix/lintrix.h reaches, and each header compiles with no other tree
+#   soname         looks at the name by which programs ask for the shared library
 #   run_paths      looks for entries that would have the loader search the current folder
 #   wrong_version  asks the installed package for a version that it must not answer
 cmake_minimum_required(VERSION 3.25)
@@ -64,6 +66,10 @@ elseif(STEP STREQUAL "find_package")
     "-DCMAKE_CXX_FLAGS=${user_flags}")
   run(${CMAKE_COMMAND} --build "${build}")
   check_program("${build}/consumer")
+  run("${build}/native_entries")
+  if(NOT output MATCHES "version = ${VERSION}\n")
+    message(FATAL_ERROR "The headers are not those of version ${VERSION}.")
+  endif()
   run(${CMAKE_COMMAND} --install "${build}" --prefix "${build}/moved")
   check_program(${CMAKE_COMMAND} -E env "LD_LIBRARY_PATH=${prefix}/lib" "${build}/moved/bin/consumer")
 
@@ -83,6 +89,30 @@ elseif(STEP STREQUAL "pkg_config")
   set(program "${WORK}/${KIND}_pkg_config_consumer")
   run("${CXX}" -std=c++20 ${user_flags} "${consumer}/consumer.cpp" -o "${program}" ${flags} "-Wl,-rpath,${libdir}")
   check_program("${program}")
+
+elseif(STEP STREQUAL "public_headers")
+  include("${SOURCE}/cmake/LintrixPublicHeaders.cmake")
+  set(include_dir "${prefix}/include")
+  lintrix_public_headers("${include_dir}" reached)
+  file(GLOB_RECURSE installed RELATIVE "${include_dir}" "${include_dir}/*")
+  list(SORT installed)
+  if(NOT "lintrix/lintrix.h" IN_LIST installed OR NOT installed STREQUAL reached)
+    list(REMOVE_ITEM installed ${reached})
+    message(FATAL_ERROR "Installed, and not reached from lintrix/lintrix.h: ${installed}")
+  endif()
+  foreach(header IN LISTS installed)
+    run("${CXX}" -std=c++20 -Wall -Wextra -Werror ${user_flags} -fsyntax-only "-I${include_dir}"
+      -include "${header}" -x c++ /dev/null)
+  endforeach()
+
+elseif(STEP STREQUAL "soname")
+  string(REGEX MATCH "^0\\.[0-9]+|^[1-9][0-9]*" interface "${VERSION}")   # before 1.0 the minor version counts
+  file(GLOB library "${prefix}/lib*/liblintrix.so")
+  run("${READELF}" --dynamic "${library}")
+  string(FIND "${output}" "soname: [liblintrix.so.${interface}]" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "The shared library is not called liblintrix.so.${interface}.")
+  endif()
 
 elseif(STEP STREQUAL "run_paths")
   file(GLOB_RECURSE binaries

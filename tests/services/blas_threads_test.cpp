@@ -1,6 +1,7 @@
 // By fact and not by trust: how many threads of the operating system a process has after a BLAS call.
 
 #include "tests/services/probe_runner.h"
+#include "tests/support/sanitized.h"
 
 #include <gtest/gtest.h>
 
@@ -73,6 +74,17 @@ TEST(BlasThreads, TheCallersOwnCountStandsAgainAfterTheCall)
     EXPECT_EQ(askProbe({"set-dynamic=0", "set-threads=2", "set-omp=3", "gemm=500"})["omp-max"], 3);
     EXPECT_EQ(askProbe({"set-dynamic=0", "set-threads=2", "set-omp=1", "gemm=500"})["omp-max"], 1);
     EXPECT_EQ(askProbe({"set-threads=2", "region-gemm=500"})["region-restored"], 1);
+}
+
+// The OpenMP runtime ends the process when it cannot start a thread of a team.
+TEST(BlasThreads, ATeamThatTheMemoryIsMissingForIsSmaller)
+{
+    const Variables oneAtFirst{{"OMP_NUM_THREADS", "1"}, {"OMP_STACKSIZE", "8M"}};
+    const ProbeAnswers told =
+        askProbe({"set-dynamic=0", "gemm=500", "set-threads=64", "limit-memory=100", "gemm=500", "threads"},
+                 oneAtFirst);
+    EXPECT_EQ(told["blas"], 64);
+    EXPECT_LE(told["os-threads"], LINTRIX_SANITIZED_MEMORY ? 64 : 8);
 }
 
 TEST(BlasThreads, AnAbsurdCountDoesNoHarm)

@@ -1,9 +1,12 @@
 // Answers questions about the kernel services of a fresh process, one line `key=value` for each fact.
 // Arguments are done in order; see `commands` for what there is.
 
+#include "tests/support/sanitized.h"
+#include <lintrix/engine/factorization/supernode_update.h>
 #include <lintrix/services/blas.h>
+#include <lintrix/services/blas_identity.h>
+#include <lintrix/services/blas_kernels.h>
 #include <lintrix/services/buffer_pool.h>
-#include <lintrix/services/dispatch.h>
 #include <lintrix/services/processor.h>
 #include <lintrix/services/system_allocator.h>
 #include <lintrix/services/threads.h>
@@ -11,15 +14,24 @@
 
 #include <omp.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
 #include <string>
+#include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
+
+#include <sys/resource.h>
+#include <sys/single_threaded.h>
+#include <unistd.h>
 
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail;
@@ -100,19 +112,45 @@ void answerProcessor(int)
     say("path", processor.codePath);
     say("amd", processor.amdFamilyFlag);
     say("vsmp", processor.vsmp);
+    say("instruction-set", static_cast<long>(processor.kernels));
 }
 
-template <int Class>
-int formOf(int offset)
+/// Where a kernel set stands among those by feature bits; -1 for none of them.
+long levelOf(std::string_view kernels)
 {
-    return Class + offset;
+    for (int set = 0; set <= static_cast<int>(InstructionSet::Avx512); ++set) {
+        if (kernels == blasKernelsFor(static_cast<InstructionSet>(set))) return set;
+    }
+    return -1;
 }
 
-void answerDispatch(int)
+const bool aloneAtStart = __libc_single_threaded != 0;
+
+void answerKernels(int)
 {
-    DispatchedRoutine<int(int)> routine({formOf<0>, formOf<1>, formOf<2>, formOf<3>, formOf<4>});
-    say("form", routine(100));
-    say("form-again", routine(200));
+    const BlasKernelControl blas = blasKernelControl();
+    say("kernels-adjustable", aloneAtStart && blas.drop != nullptr && blas.choose != nullptr);
+    say("kernels-in-use", blas.name == nullptr ? -1 : levelOf(blas.name()));
+    say("kernels-variable", std::getenv("OPENBLAS_CORETYPE") != nullptr);
+    say("kernels-found", levelOf(blasKernels().found));
+    say("kernels-noted", !DescribeBlas().coreNote.empty());
+}
+
+/// 0 - (-(1 + 2^-29)*1 + (1 + 2^-30)^2) for eight rows: -2^-60 where products are fused with their sum, and 0
+/// where they are rounded, as SSE2 has to.
+void answerFused(int)
+{
+    constexpr int rows = 8;
+    const double factor = 1.0 + 0x1p-30;
+    double a[2 * rows];
+    std::fill_n(a, rows, -1.0 - 0x1p-29);
+    std::fill_n(a + rows, rows, factor);
+    const double b[2] = {1.0, factor};
+    const int row[rows] = {0, 1, 2, 3, 4, 5, 6, 7};
+    double cells[rows] = {}, buffer[engine::updateBufferSize(1, 2, 1)];
+    const engine::UpdatePanel<double> panel{cells, rows, 1, 0};
+    engine::subtractProduct<double>({a, rows, b, 1, rows, 1, 2, 0}, {{&panel, 1}, row}, false, buffer);
+    say("fused", cells[0] != 0.0 && cells[rows - 1] != 0.0);
 }
 
 int systemCalls = 0;
@@ -139,7 +177,22 @@ void answerTopology(int)
     say("hyper-threading", topology.hyperThreading);
 }
 
+// From here on the address space may grow by so many megabytes.
+void limitMemory(int megabytes)
+{
+    std::ifstream sizes("/proc/self/statm");
+    rlim_t pages = 0;
+    sizes >> pages;
+    rlimit limit{};
+    getrlimit(RLIMIT_AS, &limit);
+    if (LINTRIX_SANITIZED_MEMORY) return;
+    limit.rlim_cur =
+        pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (static_cast<rlim_t>(megabytes) << 20);
+    setrlimit(RLIMIT_AS, &limit);
+}
+
 const std::map<std::string, std::function<void(int)>> commands{
+    {"limit-memory", limitMemory},
     {"set-threads", [](int n) { MKL_Set_Num_Threads(n); }},
     {"set-dynamic", [](int flag) { MKL_Set_Dynamic(flag); }},
     {"set-omp", [](int n) { omp_set_num_threads(n); }},
@@ -148,12 +201,34 @@ const std::map<std::string, std::function<void(int)>> commands{
     {"gemm", answerGemm},
     {"region-gemm", answerRegionGemm},
     {"processor", answerProcessor},
-    {"dispatch", answerDispatch},
+    {"kernels", answerKernels},
+    {"fused", answerFused},
     {"pool", answerPool},
     {"topology", answerTopology},
 };
 
+char* variable(const char* name)
+{
+    const std::size_t length = std::strlen(name);
+    for (char** line = environ; line != nullptr && *line != nullptr; ++line) {
+        if (std::strncmp(*line, name, length) == 0 && (*line)[length] == '=') return *line + length + 1;
+    }
+    return nullptr;
+}
+
 } // namespace
+
+// The program's own stands before that of the system for all that it has loaded. The first to ask for
+// OPENBLAS_CORETYPE is OpenBLAS when it starts: with PROBE_TAKEN_FOR it chooses those kernels, as on a
+// processor that it takes for an old one, and nobody else learns of it.
+extern "C" [[gnu::visibility("default")]] char* getenv(const char* name) noexcept
+{
+    static bool asked = false;
+    if (std::strcmp(name, "OPENBLAS_CORETYPE") == 0 && !std::exchange(asked, true)) {
+        if (char* const takenFor = variable("PROBE_TAKEN_FOR")) return takenFor;
+    }
+    return variable(name);
+}
 
 int main(int count, char** arguments)
 {

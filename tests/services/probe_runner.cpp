@@ -18,8 +18,8 @@ namespace {
 
 bool concernsThreads(std::string_view variable)
 {
-    constexpr std::array<std::string_view, 7> prefixes{"MKL_",  "OMP_",  "I_MPI_", "OPENBLAS_",
-                                                       "GOTO_", "GOMP_", "KMP_"};
+    constexpr std::array<std::string_view, 8> prefixes{"MKL_",  "OMP_",  "I_MPI_", "OPENBLAS_",
+                                                       "GOTO_", "GOMP_", "KMP_",   "LINTRIX_"};
     return std::any_of(prefixes.begin(), prefixes.end(),
                        [&](std::string_view prefix) { return variable.starts_with(prefix); });
 }

@@ -29,7 +29,7 @@ constexpr std::uint32_t kAllBits = ~std::uint32_t{0};
 
 CpuidFacts intel(std::uint32_t features)
 {
-    return {"GenuineIntel", 0, features};
+    return {"GenuineIntel", 0, features, 0, 0};
 }
 
 Processor classify(const CpuidFacts& facts, const Variables& variables = {})
@@ -83,14 +83,15 @@ TEST(ProcessorClass, OfAProcessorWithAvxIsThreeWithoutAnOverride)
 TEST(ProcessorClass, IsGenericForEveryOtherVendor)
 {
     for (const char* vendor : {"AuthenticAMD", "HygonGenuine", "genuineintel", "GenuineIntel ", ""}) {
-        EXPECT_EQ(classOf({vendor, 0, kAllBits}), 0) << vendor;
-        EXPECT_EQ(detectClass({vendor, 0, kAllBits}, true), ProcessorClass::Generic) << vendor;
+        EXPECT_EQ(classOf({vendor, 0, kAllBits, 0, 0}), 0) << vendor;
+        EXPECT_EQ(detectClass({vendor, 0, kAllBits, 0, 0}, true), ProcessorClass::Generic) << vendor;
     }
 }
 
 TEST(ProcessorClass, IsOverriddenOnAnyProcessor)
 {
-    for (const CpuidFacts& facts : {intel(0), intel(kAllBits), CpuidFacts{"AuthenticAMD", 0, kAllBits}}) {
+    for (const CpuidFacts& facts :
+         {intel(0), intel(kAllBits), CpuidFacts{"AuthenticAMD", 0, kAllBits, 0, 0}}) {
         for (const char* type : {"0", "1", "2", "3", "4"}) {
             EXPECT_EQ(classOf(facts, {{"MKL_DEBUG_CPU_TYPE", type}}), type[0] - '0') << facts.vendor << type;
         }
@@ -188,6 +189,91 @@ TEST(Vsmp, IsAnIntegerAndZeroWhenUnset)
     EXPECT_EQ(classify(intel(0), {{"MKL_VSMP", "yes"}}).vsmp, 0);
 }
 
+// Leaf 1, ecx; leaf 7, ebx; XCR0.
+constexpr std::uint32_t kFma = bit(12);
+constexpr std::uint32_t kAvx2Bits = bit(3) | bit(5) | bit(8);
+constexpr std::uint32_t kAvx512Bits = bit(16) | bit(17) | bit(28) | bit(30) | bit(31);
+constexpr std::uint32_t kYmmSaved = bit(1) | bit(2), kZmmSaved = kYmmSaved | bit(5) | bit(6) | bit(7);
+
+/// A processor and a system with everything.
+CpuidFacts complete()
+{
+    return {"AuthenticAMD", 0, kSse42 | kAvxBoth | kFma, kAvx2Bits | kAvx512Bits, kZmmSaved};
+}
+
+TEST(InstructionSets, AreAllThereWithEveryBitOfAnyVendor)
+{
+    for (const char* vendor : {"GenuineIntel", "AuthenticAMD", "VendorOfTheDay"}) {
+        CpuidFacts facts = complete();
+        facts.vendor = vendor;
+        EXPECT_EQ(detectInstructionSet(facts), InstructionSet::Avx512) << vendor;
+    }
+    EXPECT_EQ(detectInstructionSet({}), InstructionSet::Sse2);
+}
+
+TEST(InstructionSets, EndWhereAFeatureIsMissing)
+{
+    const auto without = [](std::uint32_t CpuidFacts::*word, std::uint32_t missing) {
+        CpuidFacts facts = complete();
+        facts.*word &= ~missing;
+        return detectInstructionSet(facts);
+    };
+    EXPECT_EQ(without(&CpuidFacts::features, kSse42), InstructionSet::Sse2);
+    EXPECT_EQ(without(&CpuidFacts::features, bit(28)), InstructionSet::Sse42);
+    EXPECT_EQ(without(&CpuidFacts::features, kFma), InstructionSet::Avx);
+    for (const int number : {3, 5, 8})
+        EXPECT_EQ(without(&CpuidFacts::extendedFeatures, bit(number)), InstructionSet::Avx) << number;
+    for (const int number : {16, 17, 28, 30, 31})
+        EXPECT_EQ(without(&CpuidFacts::extendedFeatures, bit(number)), InstructionSet::Avx2) << number;
+}
+
+TEST(InstructionSets, EndWhereTheSystemSavesNoRegisters)
+{
+    const auto saving = [](std::uint32_t state) {
+        CpuidFacts facts = complete();
+        facts.savedState = state;
+        return detectInstructionSet(facts);
+    };
+    EXPECT_EQ(saving(0), InstructionSet::Sse42);
+    EXPECT_EQ(saving(bit(0) | bit(1)), InstructionSet::Sse42);
+    EXPECT_EQ(saving(kYmmSaved), InstructionSet::Avx2);
+    for (const int number : {5, 6, 7}) EXPECT_EQ(saving(kZmmSaved & ~bit(number)), InstructionSet::Avx2);
+    CpuidFacts unsaved = complete();
+    unsaved.features &= ~bit(27);
+    EXPECT_EQ(detectInstructionSet(unsaved), InstructionSet::Sse42);
+}
+
+InstructionSet kernelsOf(const CpuidFacts& facts, const Variables& variables = {})
+{
+    return classify(facts, variables).kernels;
+}
+
+TEST(InstructionSets, OfTheKernelsAreBoundedByTheirVariable)
+{
+    const auto named = [](const CpuidFacts& facts, const char* name) {
+        return kernelsOf(facts, {{"LINTRIX_INSTRUCTION_SET", name}});
+    };
+    EXPECT_EQ(kernelsOf(complete()), InstructionSet::Avx512);
+    EXPECT_EQ(named(complete(), "SSE2"), InstructionSet::Sse2);
+    EXPECT_EQ(named(complete(), "AVX2"), InstructionSet::Avx2);
+    EXPECT_EQ(named(complete(), "AVX512"), InstructionSet::Avx512);
+    for (const char* other : {"", "sse2", "AVX", "0"})
+        EXPECT_EQ(named(complete(), other), InstructionSet::Avx512) << other;
+    EXPECT_EQ(named({}, "AVX512"), InstructionSet::Sse2) << "never more than there is";
+}
+
+TEST(InstructionSets, OfTheKernelsAreBoundedByAForcedClass)
+{
+    const auto forced = [](const CpuidFacts& facts, const char* type) {
+        return kernelsOf(facts, {{"MKL_DEBUG_CPU_TYPE", type}});
+    };
+    for (const char* type : {"0", "1", "2", "3"})
+        EXPECT_EQ(forced(complete(), type), InstructionSet::Sse2) << type;
+    EXPECT_EQ(forced(complete(), "4"), InstructionSet::Avx512);
+    EXPECT_EQ(forced(complete(), "7"), InstructionSet::Avx512) << "no override";
+    EXPECT_EQ(forced({}, "4"), InstructionSet::Sse2) << "never more than there is";
+}
+
 /// What the kernel tells of the first processor: "flags", "vendor_id", "cpu family".
 std::string kernelSays(const std::string& key)
 {
@@ -218,6 +304,20 @@ TEST(ThisProcessor, IsWhatTheKernelSaysItIs)
     EXPECT_EQ(machine["vsmp"], 0);
 }
 
+// The compiler's library asks by itself, the system's part included.
+TEST(ThisProcessor, HasTheInstructionSetsThatTheCompilersLibrarySees)
+{
+    const InstructionSet found = detectInstructionSet(readCpuid());
+    EXPECT_EQ(found >= InstructionSet::Sse42, __builtin_cpu_supports("sse4.2") != 0);
+    EXPECT_EQ(found >= InstructionSet::Avx, __builtin_cpu_supports("avx") != 0);
+    EXPECT_EQ(found >= InstructionSet::Avx2, __builtin_cpu_supports("avx2") &&
+                                                 __builtin_cpu_supports("fma") &&
+                                                 __builtin_cpu_supports("bmi2"));
+    EXPECT_EQ(found >= InstructionSet::Avx512,
+              __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+                  __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw"));
+}
+
 TEST(ThisProcessor, ReadsTheEnvironment)
 {
     EXPECT_EQ(askProbe({"processor"}, {{"MKL_DEBUG_CPU_TYPE", "0"}})["class"], 0);
@@ -230,6 +330,7 @@ TEST(ThisProcessor, ReadsTheEnvironment)
     EXPECT_EQ(chosen["path"], 64);
     const ProbeAnswers outOfRange = askProbe({"processor"}, {{"MKL_DEBUG_CPU_TYPE", "7"}});
     EXPECT_EQ(outOfRange["class"], askProbe({"processor"})["class"]);
+    EXPECT_EQ(askProbe({"processor"}, {{"LINTRIX_INSTRUCTION_SET", "SSE2"}})["instruction-set"], 0);
 }
 
 TEST(ThisProcessor, IsFoundOnce)

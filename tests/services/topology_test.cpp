@@ -1,32 +1,64 @@
 #include "tests/services/probe_runner.h"
+#include "tests/support/files.h"
 
 #include <lintrix/services/topology.h>
 
 #include <gtest/gtest.h>
-#include <hwloc.h>
 #include <sched.h>
 #include <unistd.h>
+
+#include <filesystem>
+#include <string>
 
 using namespace Velmar::Lintrix::detail;
 using Velmar::Lintrix::testing::askProbe;
 using Velmar::Lintrix::testing::ProbeAnswers;
+using Velmar::Lintrix::testing::Scratch;
 
 namespace {
 
-Topology described(const char* synthetic)
-{
-    hwloc_topology* machine = nullptr;
-    EXPECT_EQ(hwloc_topology_init(&machine), 0);
-    EXPECT_EQ(hwloc_topology_set_synthetic(machine, synthetic), 0);
-    EXPECT_EQ(hwloc_topology_load(machine), 0);
-    const Topology counted = countTopology(machine);
-    hwloc_topology_destroy(machine);
-    return counted;
-}
+/// A folder as the kernel's, for a machine of packages x cores x threads. The threads of a core have numbers
+/// far apart, as on most machines.
+class FakeMachine {
+public:
+    FakeMachine(int packages, int cores, int threads) : processors_(packages * cores * threads)
+    {
+        std::filesystem::create_directory(folder());
+        write("online", "0-" + std::to_string(processors_ - 1));
+        const int total = packages * cores;
+        for (int p = 0; p < processors_; ++p) {
+            std::string core, package;
+            for (int q = 0; q < processors_; ++q) {
+                if (q % total == p % total) append(core, q);
+                if (q % total / cores == p % total / cores) append(package, q);
+            }
+            const std::string topology = "cpu" + std::to_string(p) + "/topology/";
+            std::filesystem::create_directories(folder() + "/" + topology);
+            write(topology + "thread_siblings_list", core);
+            write(topology + "core_siblings_list", package);
+        }
+    }
+    std::string folder() const { return scratch_.at("cpu"); }
+    void write(const std::string& name, const std::string& line) const
+    {
+        scratch_.file("cpu/" + name, line + "\n");
+    }
+    void forget(const std::string& name) const { std::filesystem::remove(folder() + "/" + name); }
+    Topology counted() const { return countTopology(onlineProcessors(folder().c_str()), folder().c_str()); }
+
+private:
+    static void append(std::string& list, int processor)
+    {
+        list += (list.empty() ? "" : ",") + std::to_string(processor);
+    }
+
+    Scratch scratch_;
+    int processors_;
+};
 
 TEST(Topology, CountsProcessorsCoresAndPackages)
 {
-    const Topology found = described("package:2 core:4 pu:2");
+    const Topology found = FakeMachine(2, 4, 2).counted();
     EXPECT_EQ(found.logical, 16);
     EXPECT_EQ(found.cores, 8);
     EXPECT_EQ(found.packages, 2);
@@ -36,7 +68,7 @@ TEST(Topology, CountsProcessorsCoresAndPackages)
 
 TEST(Topology, SeesNoHyperThreadingWithOneProcessorACore)
 {
-    const Topology found = described("package:3 core:5 pu:1");
+    const Topology found = FakeMachine(3, 5, 1).counted();
     EXPECT_EQ(found.logical, 15);
     EXPECT_EQ(found.cores, 15);
     EXPECT_EQ(found.packages, 3);
@@ -44,14 +76,45 @@ TEST(Topology, SeesNoHyperThreadingWithOneProcessorACore)
     EXPECT_FALSE(found.hyperThreading);
 }
 
-TEST(Topology, LeavesTheCoresUnknownWhenTheDescriptionHasNone)
+// The first thread of a core and the first core of a package may be the ones that are off.
+TEST(Topology, ProcessorsThatAreOffDoNotCount)
 {
-    const Topology found = described("numa:2 pu:4");
-    EXPECT_EQ(found.logical, 8);
+    const FakeMachine machine(2, 2, 2);
+    machine.write("online", "1-7");
+    EXPECT_EQ(machine.counted().logical, 7);
+    EXPECT_EQ(machine.counted().cores, 4);
+    machine.write("online", "1-3,6");
+    const Topology found = machine.counted();
+    EXPECT_EQ(found.logical, 4);
+    EXPECT_EQ(found.cores, 3);
+    EXPECT_EQ(found.packages, 2);
+    EXPECT_TRUE(found.hyperThreading);
+}
+
+TEST(Topology, LeavesTheCoresUnknownWhenTheKernelTellsNone)
+{
+    const FakeMachine machine(1, 2, 1);
+    machine.forget("cpu1/topology/core_siblings_list");
+    const Topology found = machine.counted();
+    EXPECT_EQ(found.logical, 2);
     EXPECT_EQ(found.cores, -1);
     EXPECT_EQ(found.packages, -1);
     EXPECT_EQ(found.coresPerPackage, -1);
     EXPECT_FALSE(found.hyperThreading);
+    machine.write("cpu1/topology/core_siblings_list", "nonsense");
+    EXPECT_EQ(machine.counted().cores, -1);
+    EXPECT_TRUE(onlineProcessors("/nowhere").none());
+    EXPECT_EQ(countTopology({}, "/nowhere").cores, -1);
+}
+
+TEST(Topology, ListsAreReadAsTheKernelWritesThem)
+{
+    EXPECT_EQ(parseProcessors("0"), ProcessorSet(1));
+    EXPECT_EQ(parseProcessors("0-3,8,10-11"), ProcessorSet(0xD0F));
+    EXPECT_TRUE(parseProcessors("8191")[8191]);
+    for (const char* bad :
+         {"", "-", "x", "1-", "1-x", "1;2", "8192", "0-8192", "-1", "0,99999999999999999999"})
+        EXPECT_TRUE(parseProcessors(bad).none()) << bad;
 }
 
 /// The processors that this thread, and every process that it starts, may run on.

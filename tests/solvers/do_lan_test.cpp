@@ -52,6 +52,57 @@ TEST(DoLan, SymFlagReadsTheRowsAsAnUpperTriangle)
     out.expectGuards();
 }
 
+/// Rows of `perRow` elements each, one of them on the diagonal, the others evenly behind it; with `upper` no
+/// row goes around the end.
+struct BandedRows {
+    BandedRows(int size, int perRow, bool upper) : n(size)
+    {
+        for (int row = 0; row < n; ++row) {
+            std::vector<std::int32_t> columns;
+            for (int p = 0; p < perRow; ++p) {
+                const int column = row + p * n / (2 * perRow);
+                if (!upper || column < n) columns.push_back(column % n + 1);
+            }
+            std::ranges::sort(columns);
+            for (const std::int32_t column : columns) {
+                ja.push_back(column);
+                a.push_back(column == row + 1 ? 4.0 + row % 7 : 1.0 / (row + column));
+            }
+            ia.push_back(static_cast<std::int32_t>(ja.size()) + 1);
+        }
+    }
+
+    int n;
+    std::vector<double> a;
+    std::vector<std::int32_t> ia{1}, ja;
+};
+
+/// What a run of one pass asks the allocator for.
+std::int64_t bytesOfOnePass(const BandedRows& A, bool sym)
+{
+    Buffers out(A.n, A.n, 1);
+    const AllocationMeter meter;
+    DoLan(A.n, A.n, 1, 1e300, A.a.data(), A.ia.data(), A.ja.data(), sym, out.U.data(), out.V.data(),
+          out.S.data());
+    return meter.bytes();
+}
+
+TEST(DoLan, MemoryDoesNotDependOnTheNumberOfElements)
+{
+    const BandedRows few(400, 2, false), many(400, 100, false);
+    EXPECT_EQ(bytesOfOnePass(few, false), bytesOfOnePass(many, false));
+}
+
+// With one side copied it would be 12 bytes an element more.
+TEST(DoLan, NoCopyOfTheMatrixIsMade)
+{
+    for (const bool sym : {false, true}) {
+        const BandedRows A(400, 150, sym);
+        const auto elements = static_cast<std::int64_t>(A.a.size());
+        EXPECT_LT(bytesOfOnePass(A, sym), 8 * elements) << sym;
+    }
+}
+
 // 46341*46341 wraps to a negative number of steps, of which no memory can be had.
 TEST(DoLan, StepsThatWrapAreOutOfMemory)
 {

@@ -28,6 +28,8 @@ using ::testing::ElementsAre;
 constexpr const char* kReleased = "The object was used after its release.";
 constexpr const char* kAnalysisFailed = "Error during matrix analysis phase.";
 constexpr const char* kFactorizationFailed = "Error during matrix factorization and solve phase.";
+constexpr const char* kPatternChanged =
+    "The pattern of a solver's matrix must not change after its analysis.";
 constexpr const char* kSolveFailed = "Error during matrix solve phase.";
 
 SparseMatrix general()
@@ -266,6 +268,24 @@ TEST(SparseSolver, TheEngineGetsTheArraysAsTheyStand)
     EXPECT_NE(last.ja, SparseAccess::columns(A));
 }
 
+TEST(SparseSolver, AMatrixThatHasMovedIsHandedOverWhereItStands)
+{
+    EngineRecorder engine;
+    SparseMatrix A = general();
+    SparseSolver solver(A);
+    solver.Solve(Vector(3));
+    const double* const before = SparseAccess::values(A);
+    SparseMatrix other = general();
+    std::swap(A, other); // both are still there, so the addresses differ
+    for (int i = 0; i < 3; ++i) A.Item(i, i == 2 ? 0 : 1, 7.0 + i);
+    ASSERT_NE(SparseAccess::values(A), before);
+    solver.Solve(Vector(3));
+    EXPECT_THAT(engine.phases(), ElementsAre(11, 23, 23));
+    EXPECT_EQ(engine.calls[2].a, SparseAccess::values(A));
+    EXPECT_EQ(engine.calls[2].ia, SparseAccess::rowPointers(A));
+    EXPECT_EQ(engine.calls[2].ja, SparseAccess::columns(A));
+}
+
 TEST(SparseSolver, AGrownMatrixIsHandedOverAsItStandsAndNotAnalysedAgain)
 {
     EngineRecorder engine;
@@ -273,6 +293,11 @@ TEST(SparseSolver, AGrownMatrixIsHandedOverAsItStandsAndNotAnalysedAgain)
     SparseSolver solver(A);
     solver.Solve(Vector(3));
     for (int j = 0; j < 3; ++j) A.Item(1, j, 7.0 + j);
+    if (detail::kHardened) {
+        expectFailure<InvalidOperationException>([&] { solver.Solve(Vector(3)); }, kPatternChanged);
+        EXPECT_THAT(engine.phases(), ElementsAre(11, 23));
+        return;
+    }
     solver.Solve(Matrix(3, 2));
     EXPECT_THAT(engine.phases(), ElementsAre(11, 23, 23, 33));
     const EngineCall& call = engine.calls[2];
@@ -305,6 +330,68 @@ TEST(SparseSolver, ANonSquareMatrixIsRefusedByTheHardenedBuildOnly)
     } else {
         EXPECT_EQ(solver.Solve(Vector(2)).Length(), 5);
         EXPECT_EQ(solver.Solve(Matrix(2, 3)).Rows(), 5);
+    }
+}
+
+// Each number of elements stays: one moves to another column, or to another row.
+TEST(SparseSolver, AChangedPatternIsRefusedByTheHardenedBuildOnly)
+{
+    const SparseMatrix otherColumn({4.0, 1.0, 3.0, 1.0, 5.0}, {1, 3, 4, 6}, {1, 3, 2, 1, 3});
+    const SparseMatrix otherRow({4.0, 1.0, 3.0, 1.0, 5.0}, {1, 3, 5, 6}, {1, 2, 2, 3, 3});
+    for (const SparseMatrix& changed : {otherColumn, otherRow}) {
+        EngineRecorder engine;
+        SparseMatrix A = general();
+        SparseSolver solver(A);
+        solver.Solve(Vector(3));
+        A = changed;
+        if (detail::kHardened) {
+            expectFailure<InvalidOperationException>([&] { solver.Solve(Vector(3)); }, kPatternChanged);
+            expectFailure<SizeMismatchException>([&] { solver.Solve(Matrix(4, 1)); },
+                                                 "Matrix sizes do not match.");
+            A = general();
+        }
+        solver.Solve(Vector(3));
+        EXPECT_THAT(engine.phases(), ElementsAre(11, 23, 23));
+    }
+}
+
+TEST(SparseSolver, APatternMayChangeBeforeAnAnalysisHasPassed)
+{
+    EngineRecorder engine;
+    SparseMatrix A = general();
+    SparseSolver solver(A);
+    A.Item(1, 0, 2.0);
+    engine.answerCall(11, 0, -3);
+    EXPECT_THROW(solver.Solve(Vector(3)), OperationFailedException);
+    A.Item(1, 2, 2.0);
+    solver.Solve(Vector(3));
+    EXPECT_THAT(engine.phases(), ElementsAre(11, 11, 23));
+}
+
+// The engine divides each row by its only value and does not look at the column.
+TEST(SparseSolver, SoleElementsBesideTheDiagonalAreRefusedByTheHardenedBuildOnly)
+{
+    const SparseMatrix A({2.0, 4.0, 5.0}, {1, 2, 3, 4}, {2, 1, 3}); // x = (2, 1/2, 1)
+    SparseSolver solver(A);
+    const Vector b({1.0, 8.0, 5.0});
+    if (detail::kHardened) {
+        expectFailure<InvalidOperationException>([&] { solver.Solve(b); },
+                                                 "The only element of each row must stand on the diagonal.");
+        return;
+    }
+    const Vector x = solver.Solve(b);
+    EXPECT_EQ(x[0], 0.5);
+    EXPECT_EQ(x[1], 2.0);
+    EXPECT_EQ(x[2], 1.0);
+}
+
+TEST(SparseSolver, ADiagonalMatrixThatIsNoneIsToldByTheEngine)
+{
+    for (const SparseMatrix& A : {SparseMatrix({2.0, 4.0, 5.0}, {1, 3, 3, 4}, {1, 2, 3}),    // an empty row
+                                  SparseMatrix({2.0, 0.0, 5.0}, {1, 2, 3, 4}, {1, 2, 3})}) { // a stored zero
+        SparseSolver solver(A);
+        expectFailure<OperationFailedException>([&] { solver.Solve(Vector(3)); }, kFactorizationFailed);
+        EXPECT_EQ(solver.Status(), SolverStatus::OtherError);
     }
 }
 

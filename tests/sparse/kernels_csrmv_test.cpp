@@ -1,5 +1,9 @@
 #include "tests/sparse/kernels_support.h"
 
+// Together, so that the compiler sees a name that both would give to different things.
+#include <lintrix/sparse/detail/triplet_compression.h>
+#include <lintrix/sparse/kernels/dense_operand.h>
+
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::testing;
 

@@ -17,7 +17,7 @@ struct Converted {
 Converted convert(std::vector<int> job)
 {
     Converted C;
-    detail::mkl_ddnscsr(job.data(), 3, 3, kDense.data(), 5, C.a.data(), C.ja.data(), C.ia.data(), C.info);
+    mkl_ddnscsr(job.data(), 3, 3, kDense.data(), 5, C.a.data(), C.ja.data(), C.ia.data(), C.info);
     return C;
 }
 
@@ -39,7 +39,7 @@ TEST(Ddnscsr, CountsOnlyWhenAskedTo)
     const int job[] = {0, 0, 1, 2, 9, 0};
     std::vector<int> ia(4, -7);
     int info = 55;
-    detail::mkl_ddnscsr(job, 3, 3, kDense.data(), 5, nullptr, nullptr, ia.data(), info);
+    mkl_ddnscsr(job, 3, 3, kDense.data(), 5, nullptr, nullptr, ia.data(), info);
     EXPECT_EQ(ia, (std::vector<int>{1, 3, 4, 5}));
     EXPECT_EQ(info, 55);
 }
@@ -70,7 +70,7 @@ TEST(Ddnscsr, WithoutRowsThereIsOnePointer)
 {
     const int job[] = {0, 0, 1, 2, 0, 1};
     int pointer = -7, info = 55;
-    detail::mkl_ddnscsr(job, 0, 3, nullptr, 3, nullptr, nullptr, &pointer, info);
+    mkl_ddnscsr(job, 0, 3, nullptr, 3, nullptr, nullptr, &pointer, info);
     EXPECT_EQ(pointer, 1);
     EXPECT_EQ(info, 55);
 }
@@ -80,7 +80,7 @@ TEST(Ddnscsr, OtherJobsAreLegalAndNotServed)
     for (const std::vector<int>& job :
          {std::vector<int>{1, 0, 1, 2, 9, 1}, {0, 0, 1, 0, 9, 1}, {0, 0, 1, 1, 9, 1}}) {
         const Converted C = convert(job);
-        EXPECT_EQ(C.info, detail::kNotServed);
+        EXPECT_EQ(C.info, KernelNotServed);
         EXPECT_EQ(C.ia, std::vector<int>(4, -7));
         EXPECT_EQ(C.ja, std::vector<int>(6, -7));
     }

@@ -44,8 +44,7 @@ protected:
     void csrmv(const DenseCall& c)
     {
         if constexpr (kReal) {
-            detail::mkl_dcsrmv(c.trans, c.m, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, one,
-                               &c_);
+            mkl_dcsrmv(c.trans, c.m, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, one, &c_);
         } else {
             detail::mkl_zcsrmv(c.trans, c.m, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, one,
                                &c_);
@@ -54,8 +53,8 @@ protected:
     void csrmm(const DenseCall& c)
     {
         if constexpr (kReal) {
-            detail::mkl_dcsrmm(c.trans, c.m, c.n, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, 1,
-                               one, &c_, 1);
+            mkl_dcsrmm(c.trans, c.m, c.n, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, 1, one, &c_,
+                       1);
         } else {
             detail::mkl_zcsrmm(c.trans, c.m, c.n, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, 1,
                                one, &c_, 1);
@@ -68,7 +67,7 @@ protected:
                    ic_, c.nzmax, info_);
         };
         if constexpr (kReal) {
-            call(detail::mkl_dcsradd);
+            call(mkl_dcsradd);
         } else {
             call(detail::mkl_zcsradd);
         }
@@ -80,7 +79,7 @@ protected:
                    ic_, c.nzmax, info_);
         };
         if constexpr (kReal) {
-            call(detail::mkl_dcsrmultcsr);
+            call(mkl_dcsrmultcsr);
         } else {
             call(detail::mkl_zcsrmultcsr);
         }
@@ -181,10 +180,10 @@ TYPED_TEST(ParametersTest, LegalArgumentsThatAreNotServedAreReportedByInfoAlone)
     for (const SparseCall& call : {SparseCall{.request = 0}, {.sort = 1}, {.request = 1, .sort = 3}}) {
         this->info_ = 55;
         EXPECT_EQ(printedBy([&] { this->csradd(call); }), "");
-        EXPECT_EQ(this->info_, detail::kNotServed);
+        EXPECT_EQ(this->info_, KernelNotServed);
         this->info_ = 55;
         EXPECT_EQ(printedBy([&] { this->csrmultcsr(call); }), "");
-        EXPECT_EQ(this->info_, detail::kNotServed);
+        EXPECT_EQ(this->info_, KernelNotServed);
         this->info_ = 55;
         this->expectUntouched();
     }
@@ -210,8 +209,8 @@ TEST(DdnscsrParameters, AreCheckedInOrder)
         double value = -7.0;
         int column = -7, pointers[2] = {-7, -7}, info = 55;
         EXPECT_EQ(printedBy([&] {
-                      detail::mkl_ddnscsr(fault.job.data(), fault.m, fault.n, &dense, fault.lda, &value,
-                                          &column, pointers, info);
+                      mkl_ddnscsr(fault.job.data(), fault.m, fault.n, &dense, fault.lda, &value, &column,
+                                  pointers, info);
                   }),
                   faultLine(fault.position, "MKL_DDNSCSR"));
         EXPECT_EQ(value, -7.0);

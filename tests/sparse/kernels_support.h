@@ -179,7 +179,7 @@ void csrmv(const char* trans, const char* descriptor, const Rows<Cell>& A, Cell 
                A.ia.data() + 1, x.data(), beta, y.data());
     };
     if constexpr (std::is_same_v<Cell, double>) {
-        call(detail::mkl_dcsrmv);
+        call(mkl_dcsrmv);
     } else {
         call(detail::mkl_zcsrmv);
     }
@@ -194,7 +194,7 @@ void csrmm(const char* trans, const char* descriptor, const Rows<Cell>& A, int n
                A.ia.data() + 1, B.data(), ldb, beta, C.data(), ldc);
     };
     if constexpr (std::is_same_v<Cell, double>) {
-        call(detail::mkl_dcsrmm);
+        call(mkl_dcsrmm);
     } else {
         call(detail::mkl_zcsrmm);
     }
@@ -209,7 +209,7 @@ void csradd(const char* trans, int request, const Rows<Cell>& A, Cell beta, cons
                B.ja.data(), B.ia.data(), c, jc, ic, 0, info);
     };
     if constexpr (std::is_same_v<Cell, double>) {
-        call(detail::mkl_dcsradd);
+        call(mkl_dcsradd);
     } else {
         call(detail::mkl_zcsradd);
     }
@@ -224,7 +224,7 @@ void csrmultcsr(const char* trans, int request, const Rows<Cell>& A, const Rows<
                B.ja.data(), B.ia.data(), c, jc, ic, 0, info);
     };
     if constexpr (std::is_same_v<Cell, double>) {
-        call(detail::mkl_dcsrmultcsr);
+        call(mkl_dcsrmultcsr);
     } else {
         call(detail::mkl_zcsrmultcsr);
     }
@@ -330,7 +330,7 @@ int expectUntouchedWithoutMemory(int request, const Rows<Cell>& expected, Pass p
         },
         [&](bool failed) {
             const bool passed = !failed || info == 0, filled = passed && request == 2;
-            EXPECT_EQ(info, passed ? 0 : detail::kNoMemory);
+            EXPECT_EQ(info, passed ? 0 : KernelNoMemory);
             EXPECT_EQ(ic, passed ? expected.ia : icBefore);
             EXPECT_EQ(jc, filled ? expected.ja : std::vector<int>(jc.size(), -7));
             EXPECT_EQ(c, filled ? expected.a : std::vector<Cell>(c.size(), Cell{-7.0}));

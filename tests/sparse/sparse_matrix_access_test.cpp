@@ -213,7 +213,7 @@ TEST(SparseMatrixGrowth, NewCapacityIsTheProductRoundedToEven)
     EXPECT_EQ(grown(10, 4.0F), 40);
 }
 
-// By contract: from 2^24 on it may be another number than the capacity.
+// From 2^24 on it may be another number than the capacity.
 TEST(SparseMatrixGrowth, TheCapacityIsNarrowedToSinglePrecisionFirst)
 {
     EXPECT_EQ(detail::grownCapacity(2.0F, 16777217), 33554432);
@@ -233,7 +233,7 @@ TEST(SparseMatrixGrowth, FullEmptyArraysGrow)
     EXPECT_THAT(valuesOf(A), ElementsAre(0, 1, 2));
 }
 
-// By contract the capacity is told before the arrays have it.
+// The capacity is told before the arrays have it.
 TEST(SparseMatrixGrowth, RefusedMemoryLeavesAllButTheCapacity)
 {
     for (const int refused : {0, 1}) { // the values, the columns

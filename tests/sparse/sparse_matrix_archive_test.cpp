@@ -130,23 +130,36 @@ TEST(SparseMatrixData, EveryShortFormIsRefusedAndLeavesTheMatrix)
     }
 }
 
-TEST(SparseMatrixData, LengthsAreComparedBeforeMemoryIsTaken)
+// Sizes from 1 on are valid, whatever the form holds: what they ask for is asked for, and given back.
+TEST(SparseMatrixData, SizesThatMemoryCannotHoldAreAMatterOfMemory)
 {
     SparseMatrix A(2, 2);
+    const State state(A);
+    const std::int64_t before = TrellConfiguration::TotalMemory();
     Bytes rows(8), elements(8 + 8);
-    put(rows, 0, INT_MAX);
-    put(rows, 4, 1);
-    expectRefusedUnallocated<IndexOutOfRangeException>([&] { A.Data(rows); }, kIndex.c_str());
+    for (const std::int32_t size : {3, INT_MAX}) {
+        put(rows, 0, size);
+        put(rows, 4, 1);
+        const FailingAllocator allocator(0);
+        expectFailure<NotEnoughMemoryException>([&] { A.Data(rows); }, kNoMemory);
+    }
+    put(rows, 0, 3);
+    expectFailure<IndexOutOfRangeException>([&] { A.Data(rows); }, kIndex);
     put(elements, 0, 1);
     put(elements, 4, 1);
     put(elements, 8, 1);
-    put(elements, 12, INT_MAX);
-    const std::int64_t before = TrellConfiguration::TotalMemory();
+    for (const std::int32_t count : {3, INT_MAX}) {
+        put(elements, 12, count);
+        const FailingAllocator allocator(1); // row pointers there are
+        expectFailure<NotEnoughMemoryException>([&] { A.Data(elements); }, kNoMemory);
+    }
+    put(elements, 12, 3);
     expectFailure<IndexOutOfRangeException>([&] { A.Data(elements); }, kIndex);
+    EXPECT_EQ(State(A), state);
     EXPECT_EQ(TrellConfiguration::TotalMemory(), before);
 }
 
-// By contract.
+// The sizes are stored before they are looked at.
 TEST(SparseMatrixData, RefusedSizesStayInTheObjectAndTheArraysAreOld)
 {
     SparseMatrix A = example();
@@ -232,6 +245,50 @@ TEST(SparseMatrixData, RefusedRowCountWithinTheSmallestBlockReadsEmptyRows)
     }
 }
 
+void refuseSizes(SparseMatrix& A, std::int32_t rows, std::int32_t cols)
+{
+    Bytes form(8);
+    put(form, 0, rows);
+    put(form, 4, cols);
+    EXPECT_THROW(A.Data(form), InvalidSizeException);
+}
+
+// Two refused forms: the first hides rows, an edit then works on those that are left, the second brings the
+// hidden ones back. Their elements may be gone by then; they come back empty and never lead out of the
+// arrays.
+TEST(SparseMatrixData, RowsHiddenDuringAnEditComeBackEmpty)
+{
+    const std::vector<std::pair<const char*, std::function<void(SparseMatrix&)>>> edits{
+        {"capacity", [](SparseMatrix& A) { A.Capacity(0); }},
+        {"removal", [](SparseMatrix& A) { A.RemoveZeros(1e9, false); }},
+        {"insertion", [](SparseMatrix& A) { A(0, 2) = 7.0; }},
+        {"fewer columns", [](SparseMatrix& A) { A.Cols(1); }},
+        {"as many rows", [](SparseMatrix& A) { A.Rows(2), A.Rows(1); }},
+        {"random content", [](SparseMatrix& A) { A.FillRandom(0.3); }},
+    };
+    for (const auto& [name, edit] : edits) {
+        SCOPED_TRACE(name);
+        SparseMatrix A(Matrix{{1, 2, 0, 4}, {5, 6, 7, 8}, {9, 1, 2, 3}});
+        refuseSizes(A, 1, 0);
+        A.Cols(4);
+        edit(A);
+        const std::int32_t elements = A.NumElements();
+        refuseSizes(A, 3, 0);
+        EXPECT_EQ(A.NumElements(), elements);
+        A.Cols(4);
+        expectCompressedRows(A);
+        EXPECT_EQ(A.Data().size(), std::size_t(4 * (3 * A.NumElements() + 3 + 3)));
+    }
+}
+
+TEST(SparseMatrixData, RowsTakenInByARefusedFormAfterAnInsertionAreEmpty)
+{
+    SparseMatrix A;
+    A(0, 0) = 3.0;
+    refuseSizes(A, 3, 0);
+    EXPECT_THAT(startsOf(A), ElementsAre(1, 2, 2, 2));
+}
+
 TEST(SparseMatrixData, ElementsThatLostTheirColumnsDoNotComeBackBehindTheLast)
 {
     for (const bool symmetric : {false, true}) {
@@ -253,7 +310,7 @@ TEST(SparseMatrixData, ElementsThatLostTheirColumnsDoNotComeBackBehindTheLast)
     }
 }
 
-// By contract: the flag is only a reading of the arrays, and may be set on any matrix.
+// The flag is only a reading of the arrays, and may be set on any matrix.
 TEST(SparseMatrixData, SymmetricTargetTakesAFormThatIsNotSquareAndStaysSymmetric)
 {
     SparseMatrix A(2, true);
@@ -351,6 +408,8 @@ TEST(SparseMatrixData, MutatedFormsAreRefusedOrSafe)
         } catch (const IndexOutOfRangeException&) {
             ++refused;
         } catch (const InvalidSizeException&) {
+            ++refused;
+        } catch (const NotEnoughMemoryException&) { // sizes far off
             ++refused;
         } catch (const InvalidOperationException&) { // columns that do not ascend
             EXPECT_TRUE(detail::kHardened);
@@ -463,11 +522,37 @@ TEST(SparseMatrixArchive, MissingOrMistypedKeysAreNamed)
     }
 }
 
-TEST(SparseMatrixArchive, SizesAreCheckedRowsFirst)
+// No row pointers belong to a negative count; columns are checked by the elements that stand in them.
+TEST(SparseMatrixArchive, ANegativeRowCountIsRefused)
 {
-    for (const int bad : {0, -1, INT_MIN}) {
+    for (const int bad : {-1, INT_MIN}) {
         Forged{.rows = bad, .cols = bad}.expectRefused<InvalidSizeException>(kInvalidRows);
-        Forged{.cols = bad}.expectRefused<InvalidSizeException>(kInvalidColumns);
+    }
+    for (const int bad : {0, -1, INT_MIN}) {
+        Forged{.cols = bad}.expectRefused<IndexOutOfRangeException>(kIndex);
+    }
+}
+
+TEST(SparseMatrixArchive, MatricesWithoutRowsOrColumnsComeBack)
+{
+    if constexpr (detail::kHardened) return; // sizes below 1 are refused when they are set
+    const auto comesBack = [](const SparseMatrix& A) {
+        std::stringstream stream;
+        WriteArchive(stream, ToArchive(A));
+        State expected(A);
+        expected.capacity = A.NumElements();
+        EXPECT_EQ(State(FromArchive<SparseMatrix>(ReadArchive(stream))), expected);
+    };
+    for (const bool symmetric : {false, true}) {
+        SparseMatrix noRows(3, symmetric);
+        noRows.Rows(0);
+        comesBack(noRows);
+        EXPECT_EQ(noRows.Cols(), symmetric ? 0 : 3);
+    }
+    for (const int cols : {0, -1, INT_MIN}) {
+        SparseMatrix A = example();
+        A.Cols(cols);
+        comesBack(A);
     }
 }
 
@@ -481,7 +566,7 @@ TEST(SparseMatrixArchive, MarkedSymmetricAndNotSquareComesBackAsItWas)
 
 TEST(SparseMatrixArchive, ShortArraysAreRefusedAndASurplusIsIgnored)
 {
-    Forged{.rows = INT_MAX}.expectRefused<IndexOutOfRangeException>(kIndex);
+    Forged{.rows = 9}.expectRefused<IndexOutOfRangeException>(kIndex);
     Forged{.starts = {}}.expectRefused<IndexOutOfRangeException>(kIndex);
     Forged{.starts = {1, 3, 4}}.expectRefused<IndexOutOfRangeException>(kIndex);
     Forged{.columns = {2, 4}}.expectRefused<IndexOutOfRangeException>(kIndex);
@@ -500,18 +585,27 @@ TEST(SparseMatrixArchive, WrongRowsAreRefused)
     }
 }
 
-TEST(SparseMatrixArchive, GrowFactorOfAStrangerIsClampedButZeroStays)
+// As stored, also one that no matrix of this library writes; growing by it is told where it is used.
+TEST(SparseMatrixArchive, TheStoredGrowFactorIsKept)
 {
-    const auto restored = [](float factor) {
-        return FromArchive<SparseMatrix>(Forged{.growFactor = factor}.archive()).GrowFactor();
-    };
-    EXPECT_EQ(restored(0.0F), 0.0F);
-    EXPECT_EQ(restored(4.0F), 4.0F);
-    EXPECT_EQ(restored(1e30F), 4.0F);
-    EXPECT_EQ(restored(-1.0F), 0.0F);
+    for (const float factor : {0.0F, 0.5F, 4.0F, 9.0F, 1e30F, -1.0F, -INFINITY}) {
+        SparseMatrix A = FromArchive<SparseMatrix>(Forged{.growFactor = factor}.archive());
+        EXPECT_EQ(A.GrowFactor(), factor);
+        A(1, 1) = 1;
+        EXPECT_EQ(A.Capacity(), factor == 4.0F ? 12 : factor == 9.0F ? 27 : 4) << factor;
+        expectCompressedRows(A);
+    }
     SparseMatrix A = FromArchive<SparseMatrix>(Forged{.growFactor = NAN}.archive());
+    EXPECT_TRUE(std::isnan(A.GrowFactor()));
     A(1, 1) = 1;
     EXPECT_EQ(A.Capacity(), 4);
+}
+
+TEST(SparseMatrixArchive, SizesThatMemoryCannotHoldAreAMatterOfMemory)
+{
+    const SerializationInfo info = Forged{.rows = INT_MAX}.archive();
+    const FailingAllocator allocator(0);
+    expectFailure<NotEnoughMemoryException>([&] { FromArchive<SparseMatrix>(info); }, kNoMemory);
 }
 
 TEST(SparseMatrixArchive, LeaksNothingWhenMemoryIsRefused)

@@ -321,7 +321,7 @@ TEST(SparseMatrixArithmetic, AddingATransposeIsAddingInTransposedMode)
 
 // ---- after a refused byte form
 
-// By contract it leaves the sizes that were refused, and the elements of old.
+// It leaves the sizes that were refused, and the elements of old.
 TEST(SparseMatrixArithmetic, ElementsOfAMatrixWithoutColumnsAreNotWrittenAnywhere)
 {
     constexpr const char* text = "The matrix has elements, but no longer columns.";
@@ -340,6 +340,32 @@ TEST(SparseMatrixArithmetic, ElementsOfAMatrixWithoutColumnsAreNotWrittenAnywher
         expectFailure<InvalidOperationException>([&] { SparseMatrix::Add(A, 1.0, N, A); }, text);
         EXPECT_EQ(A.NumElements(), 5);
     }
+}
+
+// A negative column count is a parameter fault of the kernels, which then write nothing, `info` included.
+TEST(SparseMatrixArithmetic, ANegativeColumnCountHasNoResult)
+{
+    if (detail::kHardened) return; // it is refused when it is set
+    constexpr const char* text = "Operation has failed to complete.";
+    SparseMatrix A = small(), left(2, A.Rows());
+    A.Cols(-1);
+    const std::int64_t before = TrellConfiguration::TotalMemory();
+    ::testing::internal::CaptureStdout();
+    expectFailure<OperationFailedException>([&] { return A + A; }, text);
+    expectFailure<OperationFailedException>([&] { return A - A; }, text);
+    expectFailure<OperationFailedException>([&] { return left * A; }, text);
+    expectFailure<OperationFailedException>(
+        [&] { SparseMatrix::Multiply(TransposeMode::Transposed, A, SparseMatrix(A.Rows(), 3)); }, text);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+              "MKL ERROR: Parameter 5 was incorrect on entry to MKL_DCSRADD\n"
+              "MKL ERROR: Parameter 5 was incorrect on entry to MKL_DCSRADD\n"
+              "MKL ERROR: Parameter 6 was incorrect on entry to MKL_DCSRMULTCSR\n"
+              "MKL ERROR: Parameter 5 was incorrect on entry to MKL_DCSRMULTCSR\n");
+    for (const int cols : {-1, -2, INT32_MIN}) {
+        A.Cols(cols);
+        expectFailure<OperationFailedException>([&] { A.Transpose(); }, text);
+    }
+    EXPECT_EQ(TrellConfiguration::TotalMemory(), before);
 }
 
 // ---- caller's duties

@@ -188,19 +188,33 @@ TEST(SparseMatrixSizes, MatrixWithoutRowsCanBeGivenRowsAgain)
     }
 }
 
-TEST(SparseMatrixSizes, NegativeRowCountIsRefusedByTheAllocator)
+// value + 1 row pointers: none for -1, which is the smallest block; fewer are refused by the allocator.
+TEST(SparseMatrixSizes, ARowCountOfMinusOneKeepsNoRowPointersAndFewerAreRefused)
 {
     if constexpr (!detail::kHardened) {
         for (const bool symmetric : {false, true}) {
-            SparseMatrix A(3, symmetric);
+            SparseMatrix A(9, symmetric);
             const State state(A);
-            for (const int bad : {-1, -2, INT_MIN}) {
+            for (const int bad : {-2, INT_MIN}) {
                 expectFailure<NotEnoughMemoryException>([&] { A.Rows(bad); }, kNoMemory);
                 EXPECT_EQ(State(A), state);
+                if (symmetric) expectFailure<NotEnoughMemoryException>([&] { A.Cols(bad); }, kNoMemory);
+                EXPECT_EQ(State(A), state);
             }
-            if (symmetric) expectFailure<NotEnoughMemoryException>([&] { A.Cols(-1); }, kNoMemory);
-            EXPECT_EQ(State(A), state);
+            const std::int64_t before = TrellConfiguration::TotalMemory();
+            A.Rows(-1);
+            EXPECT_EQ(A.Rows(), -1);
+            EXPECT_EQ(A.Cols(), symmetric ? -1 : 9);
+            EXPECT_EQ(TrellConfiguration::TotalMemory(), before - 10 * 4 + 16);
+            expectFailure<InvalidOperationException>(
+                [&] { (void)A.NumElements(); },
+                "The matrix has no longer the row pointers that its sizes tell.");
+            A = SparseMatrix(2, 2);
+            EXPECT_EQ(A.NumElements(), 0);
         }
+        SparseMatrix A(3, true);
+        A.Cols(-1);
+        EXPECT_EQ(A.Rows(), -1);
     }
 }
 

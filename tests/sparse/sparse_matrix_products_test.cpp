@@ -272,21 +272,55 @@ TEST(SparseMatrixProducts, ATransposedProductOfARectangularMatrixClearsWithBetaZ
 }
 
 // The flag is only a reading of the arrays and may be set on any matrix.
-TEST(SparseMatrixProducts, AMatrixMarkedSymmetricThatIsNotSquareIsRefusedAndTheTargetStays)
+TEST(SparseMatrixProducts, AMatrixMarkedSymmetricThatLeavesAnOperandIsRefusedAndTheTargetStays)
 {
     constexpr const char* text = "Matrix is not square.";
+    SparseMatrix wide(2, 3), tall(3, 2);
+    wide(0, 2) = 1.0; // its mirror image stands in row 2
+    for (SparseMatrix* A : {&wide, &tall}) {
+        A->Symmetric(true);
+        const int m = A->Rows(), k = A->Cols();
+        Vector y = counted(m), z = counted(k);
+        Matrix R = counted(m, 2);
+        expectFailure<NotSquareMatrixException>(
+            [&] { SparseMatrix::Multiply(1.0, N, *A, counted(k), 0.0, y); }, text);
+        expectFailure<NotSquareMatrixException>(
+            [&] { SparseMatrix::Multiply(1.0, T, *A, counted(m), 0.0, z); }, text);
+        expectFailure<NotSquareMatrixException>(
+            [&] { SparseMatrix::Multiply(1.0, N, *A, counted(k, 2), 0.0, R); }, text);
+        expectFailure<NotSquareMatrixException>([&] { return *A * counted(k); }, text);
+        EXPECT_TRUE(identical(y, counted(m)));
+        EXPECT_TRUE(identical(z, counted(k)));
+        EXPECT_TRUE(identical(R, counted(m, 2)));
+    }
+}
+
+//     [ 2 1 . ]
+// A = [   3 . ], marked symmetric: what is stored keeps to the rows, and so does its mirror image.
+TEST(SparseMatrixProducts, AWideMatrixMarkedSymmetricThatStoresASquareTriangleIsMultiplied)
+{
     SparseMatrix A(2, 3);
-    A(0, 2) = 1.0;
+    A(0, 0) = 2.0;
+    A(0, 1) = 1.0;
+    A(1, 1) = 3.0;
     A.Symmetric(true);
-    Vector y{1, 2};
-    Matrix R = counted(2, 2);
-    expectFailure<NotSquareMatrixException>([&] { SparseMatrix::Multiply(1.0, N, A, counted(3), 0.0, y); },
-                                            text);
-    expectFailure<NotSquareMatrixException>([&] { SparseMatrix::Multiply(1.0, N, A, counted(3, 2), 0.0, R); },
-                                            text);
-    expectFailure<NotSquareMatrixException>([&] { return A * counted(3); }, text);
-    EXPECT_TRUE(identical(y, counted(2)));
-    EXPECT_TRUE(identical(R, counted(2, 2)));
+    EXPECT_TRUE(identical(A * Vector{1, 10, 100}, Vector{12, 31}));
+    EXPECT_TRUE(identical(Vector{1, 10} * A, Vector{12, 31, 0}));
+    EXPECT_TRUE(identical(A * Matrix{{1, 0}, {10, 1}, {100, 7}}, Matrix{{12, 1}, {31, 3}}));
+    Vector y{5, 6};
+    SparseMatrix::Multiply(2.0, N, A, Vector{1, 10, 100}, 10.0, y);
+    EXPECT_TRUE(identical(y, Vector{74, 122}));
+    for (const TransposeMode mode : {T, C}) {
+        Vector z{kNaN, kNaN, kNaN};
+        SparseMatrix::Multiply(1.0, mode, A, Vector{1, 10}, 0.0, z);
+        EXPECT_TRUE(identical(z, Vector{12, 31, 0}));
+        SparseMatrix::Multiply(1.0, mode, A, Vector{1, 10}, 3.0, z);
+        EXPECT_TRUE(identical(z, Vector{48, 124, 0}));
+        if (detail::kHardened) continue;
+        Matrix R{{kNaN}, {kNaN}, {kNaN}};
+        SparseMatrix::Multiply(1.0, mode, A, Matrix{{1}, {10}}, 0.0, R);
+        EXPECT_TRUE(identical(R, Matrix{{12}, {31}, {0}}));
+    }
 }
 
 TEST(SparseMatrixProducts, AnOperandAsTargetIsRefusedInTheHardenedBuild)

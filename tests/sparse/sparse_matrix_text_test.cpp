@@ -170,6 +170,24 @@ TEST(SparseMatrixText, AMatrixWithoutColumnsFailsAtItsLastColumnAndOneWithoutRow
     EXPECT_EQ(A.ToString(), " |\n");
 }
 
+TEST(SparseMatrixText, NothingIsFormattedWhereNothingIsPrinted)
+{
+    if (detail::kHardened) return; // sizes below 1 are refused when they are set
+    for (const int cols : {2, 0, -1, INT32_MIN}) {
+        SparseMatrix A = diagonal();
+        A.Rows(0);
+        A.Cols(cols);
+        EXPECT_EQ(A.ToString(), " |\n") << cols;
+        EXPECT_EQ(A.ToString("Z"), " |\n") << cols;
+        A.Symmetric(true);
+        EXPECT_EQ(A.ToString("Z"), " |\n") << cols;
+    }
+    SparseMatrix empty(2, 2);
+    empty.Cols(0);
+    expectFailure<IndexOutOfBoundsException>([&] { empty.ToString("Z"); },
+                                             "Column index exceeds matrix size.");
+}
+
 TEST(SparseMatrixText, ATallMatrixMarkedSymmetricFailsAtTheFirstElementWithoutMirrorImage)
 {
     SparseMatrix A(3, 2);

@@ -1,12 +1,14 @@
 #pragma once
 /// @file
-/// Makes the k-th request to the system allocator fail, and watches that nothing leaks.
+/// Makes the k-th request to the system allocator fail, or those that are too large, and watches that nothing
+/// leaks; counts requested bytes.
 
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace Velmar::Lintrix::testing {
@@ -21,6 +23,30 @@ public:
 
     /// Whether a request has failed.
     bool hasFailed() const;
+};
+
+/// While it lives, adds up the bytes that the library asks the system allocator for. What is given back is
+/// not taken off: the sum bounds every peak from above.
+class AllocationMeter {
+public:
+    AllocationMeter();
+    ~AllocationMeter();
+    AllocationMeter(const AllocationMeter&) = delete;
+    AllocationMeter& operator=(const AllocationMeter&) = delete;
+
+    std::int64_t bytes() const;
+};
+
+/// While it lives, a request for more than `limit` bytes answers null, as on a machine without that memory.
+class CappedAllocator {
+public:
+    explicit CappedAllocator(std::size_t limit);
+    ~CappedAllocator();
+    CappedAllocator(const CappedAllocator&) = delete;
+    CappedAllocator& operator=(const CappedAllocator&) = delete;
+
+    /// The largest request that was refused, 0 if none was. In bytes, with the header of the block.
+    std::size_t largestRefused() const;
 };
 
 /// Runs `operation` with the first, second, ... request failing, until it passes. Each failure must be a

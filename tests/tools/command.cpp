@@ -73,15 +73,27 @@ int brokenPipe()
     return ends[1];
 }
 
-pid_t spawn(const std::vector<std::string>& arguments, const FileActions& actions)
+/// The environment with `variables` in front, where the first of a name counts.
+std::vector<char*> environmentWith(const std::vector<std::string>& variables)
+{
+    std::vector<char*> lines;
+    for (const std::string& line : variables) lines.push_back(const_cast<char*>(line.c_str()));
+    for (char** line = environ; *line != nullptr; ++line) lines.push_back(*line);
+    lines.push_back(nullptr);
+    return lines;
+}
+
+pid_t spawn(const Invocation& invocation, const FileActions& actions)
 {
     std::vector<char*> words{const_cast<char*>("lintrix")};
-    for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
+    for (const std::string& argument : invocation.arguments)
+        words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     setenv("OMP_WAIT_POLICY", "passive", 0); // tests run side by side: idle threads must not spin
     pid_t child = 0;
-    require(posix_spawn(&child, LINTRIX_COMMAND, actions.get(), nullptr, words.data(), environ),
-            LINTRIX_COMMAND);
+    require(posix_spawn(&child, invocation.program.c_str(), actions.get(), nullptr, words.data(),
+                        environmentWith(invocation.variables).data()),
+            invocation.program.c_str());
     return child;
 }
 
@@ -95,6 +107,11 @@ int waitFor(pid_t child)
 }
 
 } // namespace
+
+std::string commandProgram()
+{
+    return LINTRIX_COMMAND;
+}
 
 std::string withoutTimes(std::string_view report)
 {
@@ -127,7 +144,7 @@ Outcome run(const Invocation& invocation)
     {
         const SoftLimit memory(RLIMIT_AS, LINTRIX_SANITIZED_MEMORY ? RLIM_INFINITY : rlim_t{1} << 30);
         const SoftLimit fileSize(RLIMIT_FSIZE, invocation.fileLimit.value_or(RLIM_INFINITY));
-        outcome.exitCode = waitFor(spawn(invocation.arguments, actions));
+        outcome.exitCode = waitFor(spawn(invocation, actions));
     }
     if (pipeEnd >= 0) close(pipeEnd);
     if (invocation.output.empty()) outcome.out = contentOf(out);

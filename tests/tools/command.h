@@ -2,6 +2,7 @@
 // Runs the built command as a user would, and looks at everything it leaves behind.
 
 #include <tests/support/files.h>
+#include <tests/support/sanitized.h>
 #include <tests/tools/json.h>
 
 #include <optional>
@@ -11,32 +12,24 @@
 
 #include <sys/resource.h>
 
-#if defined(__has_feature)
-#define LINTRIX_HAS_FEATURE(x) __has_feature(x)
-#else
-#define LINTRIX_HAS_FEATURE(x) 0
-#endif
-
-/// 1 under the sanitizers that reserve more address space than any limit leaves.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define LINTRIX_SANITIZED_MEMORY 1
-#else
-#define LINTRIX_SANITIZED_MEMORY                                                                             \
-    (LINTRIX_HAS_FEATURE(address_sanitizer) || LINTRIX_HAS_FEATURE(thread_sanitizer))
-#endif
-
 namespace Velmar::Lintrix::testing {
 
 /// Each time of a report, which has six digits after the point, replaced by T.
 std::string withoutTimes(std::string_view report);
+
+/// The path of `lintrix`.
+std::string commandProgram();
+
 struct Invocation {
     std::vector<std::string> arguments;
-    std::string input = "/dev/null"; ///< file for standard input
-    std::string output;              ///< file or device for standard output; empty: captured
-    std::string error;               ///< likewise for standard error
-    bool outputClosed = false;       ///< the command starts without a standard output
-    bool outputBroken = false;       ///< standard output is a pipe that nobody reads
-    std::optional<rlim_t> fileLimit; ///< largest file the command may write, in bytes
+    std::string program = commandProgram();
+    std::vector<std::string> variables; ///< "NAME=value", beside or instead of the environment's
+    std::string input = "/dev/null";    ///< file for standard input
+    std::string output;                 ///< file or device for standard output; empty: captured
+    std::string error;                  ///< likewise for standard error
+    bool outputClosed = false;          ///< the command starts without a standard output
+    bool outputBroken = false;          ///< standard output is a pipe that nobody reads
+    std::optional<rlim_t> fileLimit;    ///< largest file the command may write, in bytes
 };
 
 struct Outcome {
@@ -44,8 +37,8 @@ struct Outcome {
     std::string out, err;
 };
 
-/// Runs `lintrix` with an address space of 1 GiB, except under the sanitizers, which need more than any
-/// limit.
+/// Runs `lintrix`, or another program, with an address space of 1 GiB, except under the sanitizers, which
+/// need more than any limit.
 Outcome run(const Invocation& invocation);
 Outcome run(std::vector<std::string> arguments);
 

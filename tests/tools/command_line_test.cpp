@@ -110,11 +110,12 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
 TEST(CommandLine, VersionTellsTheBlasAndItsThreads)
 {
     const BlasIdentity blas = DescribeBlas();
+    const std::string note = blas.coreNote.empty() ? "" : " (" + blas.coreNote + ")";
     const Outcome outcome = run({"--version"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.err, "");
     EXPECT_EQ(outcome.out, std::string("lintrix ") + LibraryVersion() + "\nBLAS: " + blas.library +
-                               "\nBLAS file: " + blas.file + "\nBLAS kernels for: " + blas.core +
+                               "\nBLAS file: " + blas.file + "\nBLAS kernels for: " + blas.core + note +
                                "\nBLAS threading: OpenMP\nthreads in force: " + std::to_string(blas.threads) +
                                "\n");
 }

@@ -55,7 +55,13 @@ void announce(const Matrix& A, std::string_view file, Progress& progress)
     }
 }
 
-/// Residuals and errors; an answer that does not solve its system is told to be inaccurate.
+double largestError(const SolveReport& report)
+{
+    return worseError(report.probeError.value_or(0.0), report.maxError);
+}
+
+/// Residuals and errors; an answer that does not solve its system is told to be inaccurate, one without a
+/// correct digit to be ill-conditioned.
 Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
 {
     Quality quality;
@@ -63,12 +69,15 @@ Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
     report.probeError = answer.probeError;
     if (answer.status != Status::Solved) return quality;
     quality = judge(system.A, *answer.x, system.B);
-    if (!(quality.judged() <= kPoor)) answer.status = Status::Inaccurate;
     report.residual = quality.residual;
     report.normalResidual = quality.normalResidual;
     if (system.onesAreKnown) {
         report.maxError = largestDifference(*answer.x, filledWith(1.0, system.A.Cols(), 1));
     }
+    if (!(quality.judged() <= kPoor))
+        answer.status = Status::Inaccurate;
+    else if (!(largestError(report) < kNoDigit))
+        answer.status = Status::IllConditioned;
     return quality;
 }
 
@@ -86,9 +95,9 @@ Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progre
     report.seconds.finish("check");
     if (answer.status != Status::Solved) {
         report.reason = nameOf(answer.status);
-        return {{}, Verdict::Failed, explain(answer, system.A, quality)};
+        return {{}, Verdict::Failed, explain(answer, system.A, quality, largestError(report))};
     }
-    const Verdict verdict = verdictOf(quality.judged(), answer.probeError.value_or(0.0));
+    const Verdict verdict = verdictOf(quality.judged(), largestError(report));
     if (verdict == Verdict::Degraded) report.reason = "ill-conditioned";
     return {std::move(answer.x), verdict, {}};
 }

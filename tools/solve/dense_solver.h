@@ -18,9 +18,10 @@ enum class Status {
     RankDeficient, ///< tall or wide, the rank is smaller than the smaller side
     NotFinite,     ///< the solution overflowed
     Inaccurate,    ///< there is a solution, but its residual is too large
+    IllConditioned ///< there is one with a small residual, but not a digit of what is known came back
 };
 
-/// "solved", "singular", "rank-deficient", "not-finite", "inaccurate".
+/// "solved", "singular", "rank-deficient", "not-finite", "inaccurate", "ill-conditioned".
 std::string_view nameOf(Status status);
 
 struct Answer {
@@ -39,7 +40,8 @@ struct Answer {
 /// Loan, Matrix Computations, 4th ed., section 5.5).
 Answer solveDense(const Matrix& A, const Matrix& B);
 
-/// Why there is no good answer, in words; for a status other than Solved.
-std::string explain(const Answer& answer, const Matrix& A, const Quality& quality);
+/// Why there is no good answer, in words; for a status other than Solved. `error` is the largest that is
+/// known.
+std::string explain(const Answer& answer, const Matrix& A, const Quality& quality, double error);
 
 } // namespace Velmar::Lintrix::tools

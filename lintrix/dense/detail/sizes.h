@@ -6,6 +6,7 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/hardening.h>
 
+#include <algorithm>
 #include <cstdint>
 
 namespace Velmar::Lintrix::detail {
@@ -56,6 +57,13 @@ constexpr std::int32_t resultCells(std::int64_t rows, std::int64_t cols) noexcep
 {
     const bool fits = rows <= INT32_MAX && cols <= INT32_MAX && rows * cols <= INT32_MAX;
     return fits ? static_cast<std::int32_t>(rows * cols) : -1;
+}
+
+/// The leading dimension of a column-major block. A block without rows has none to tell, and the routines
+/// refuse 0.
+constexpr std::int32_t leadingDimension(std::int32_t rows) noexcept
+{
+    return std::max(1, rows);
 }
 
 } // namespace Velmar::Lintrix::detail

@@ -33,13 +33,13 @@ enum class Slot : int {
 
 /// One factorization of the table in pt[3]: six words.
 struct FactorEntry {
-    void* storage;      ///< of L and U
-    std::int64_t size;  ///< elements of the factor, kUnset as long as there is none
-    std::int64_t bytes; ///< of the storage
-    int* exchanges;     ///< 2 n: rows, then columns, within the diagonal blocks
-    int mtype;          ///< for which the factor was made
-    int method;         ///< by which it was made
-    std::int64_t spare; ///<
+    void* storage;             ///< of L and U
+    std::int64_t size;         ///< elements of the factor, kUnset as long as there is none
+    std::int64_t bytes;        ///< of the storage
+    int* exchanges;            ///< 2 n: rows, then columns, within the diagonal blocks
+    int mtype;                 ///< for which the factor was made
+    int method;                ///< by which it was made
+    std::uint64_t fingerprint; ///< of the values that it was made from
 };
 static_assert(sizeof(FactorEntry) == 6 * sizeof(void*));
 

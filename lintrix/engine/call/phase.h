@@ -30,7 +30,7 @@ public:
     }
     constexpr bool solves() const noexcept { return steps_ == 13 || steps_ == 23 || steps_ == 33; }
 
-    /// -1..33 and 331..333. By contract 334 is divided by ten with the others and stopped here.
+    /// -1..33 and 331..333. 334 is divided by ten with these and refused here, as a phase out of range.
     constexpr bool inRange() const noexcept { return steps_ >= -1 && steps_ <= 33 && code_ != 334; }
     constexpr bool legal() const noexcept { return analyses() || factorizes() || solves(); }
 

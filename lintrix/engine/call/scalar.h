@@ -44,7 +44,19 @@ inline RealOf<T> realPart(T value) noexcept
     }
 }
 
-/// |x| of a real number, |Re x| + |Im x| of a complex one: what pivots are compared by, as in BLAS.
+/// |x|, in double precision also for float: squares do not leave its range on the way.
+template <class T>
+inline double modulus(T x) noexcept
+{
+    if constexpr (kIsComplex<T>) {
+        return std::hypot(static_cast<double>(x.real()), static_cast<double>(x.imag()));
+    } else {
+        return std::abs(static_cast<double>(x));
+    }
+}
+
+/// |x| of a real number, |Re x| + |Im x| of a complex one: what candidates for a pivot are compared by, as in
+/// BLAS. Sums and thresholds take the modulus.
 template <class T>
 inline RealOf<T> magnitude(T value) noexcept
 {

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <complex>
-#include <cstdlib>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -39,6 +42,30 @@ bool isSymmetric(const ControlBlock& control)
 std::int64_t elementsOf(const ControlBlock& control)
 {
     return control[WideWord::LowerElements] + (isSymmetric(control) ? 0 : control[WideWord::UpperElements]);
+}
+
+// The values of A that a factorization reads.
+std::span<const std::byte> valuesOf(const Arguments& call, Handle handle)
+{
+    const ControlBlock& control = handle.control();
+    const std::size_t real = control[Word::SinglePrecision] != 0 ? sizeof(float) : sizeof(double);
+    const std::size_t element = isComplex(call.mtype) ? 2 * real : real;
+    return {static_cast<const std::byte*>(call.a),
+            static_cast<std::size_t>(control[Word::MappedEntries]) * element};
+}
+
+// Words of four bytes, the size of the smallest value, each mixed into all bits of those before: the
+// multiplier is odd, so that every step is a bijection of the state.
+std::uint64_t fingerprint(std::span<const std::byte> values)
+{
+    std::uint64_t state = values.size();
+    for (std::size_t k = 0; k < values.size(); k += sizeof(std::uint32_t)) {
+        std::uint32_t word;
+        std::memcpy(&word, values.data() + k, sizeof word);
+        state = (state ^ word) * 0x9e3779b97f4a7c15ULL;
+        state ^= state >> 29;
+    }
+    return state;
 }
 
 } // namespace
@@ -178,12 +205,19 @@ Factor<T> factorIn(Handle handle, int mnum)
             .columnExchange = entry.exchanges + control[Word::Order]};
 }
 
-void keepFactor(Handle handle, int mnum, const FactorRules& rules)
+void keepFactor(const Arguments& call, Handle handle, const FactorRules& rules)
 {
-    FactorEntry& entry = entryOf(handle, mnum);
+    FactorEntry& entry = entryOf(handle, call.mnum);
     entry.mtype = handle.control()[Word::Mtype];
     entry.method = static_cast<int>(rules.method);
+    entry.fingerprint = fingerprint(valuesOf(call, handle));
     entry.size = elementsOf(handle.control());
+}
+
+bool isFactorOfCall(const Arguments& call, Handle handle)
+{
+    return call.nonZeros() == handle.control()[Word::MappedEntries] &&
+           entryOf(handle, call.mnum).fingerprint == fingerprint(valuesOf(call, handle));
 }
 
 FactorRules rulesOfFactor(Handle handle, int mnum)

@@ -2,6 +2,7 @@
 /// @file
 /// From the handle to what the numeric steps take: the plan of the factorization and the stored factor.
 
+#include <lintrix/engine/call/arguments.h>
 #include <lintrix/engine/call/handle.h>
 #include <lintrix/engine/call/memory.h>
 #include <lintrix/engine/factorization/numeric_factorization.h>
@@ -55,8 +56,13 @@ LINTRIX_TESTABLE Failure reserveFactor(Handle handle, int mnum);
 template <class T>
 LINTRIX_TESTABLE Factor<T> factorIn(Handle handle, int mnum);
 
-/// Marks the factor as finished, made by these rules.
-LINTRIX_TESTABLE void keepFactor(Handle handle, int mnum, const FactorRules& rules);
+/// Marks the factor of the call as finished, made by these rules from the values of the call.
+LINTRIX_TESTABLE void keepFactor(const Arguments& call, Handle handle, const FactorRules& rules);
+
+/// Whether the stored factor was made from the values of the call, bit for bit: another made now, by the same
+/// rules, would be the same. Different values pass for equal by an accident of 64 bits only.
+/// Cost: O(entries of A).
+LINTRIX_TESTABLE bool isFactorOfCall(const Arguments& call, Handle handle);
 
 /// The rules by which the stored factor was made (eps is not among what is kept, and is 0).
 LINTRIX_TESTABLE FactorRules rulesOfFactor(Handle handle, int mnum);

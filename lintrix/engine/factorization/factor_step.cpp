@@ -18,8 +18,10 @@ namespace {
 constexpr double kMinusLnTen = -2.302585092994046;
 constexpr int kBudgetAfterFactorization = 4;
 
-/// Below what a pivot is perturbed: 10^-p, 0 for p = 0. By contract it shrinks with the square root of the
-/// largest entry m of a symmetric indefinite matrix, and with its inverse where m < 1.
+/// Below what a pivot is perturbed: 10^-p, 0 for p = 0. Of a symmetric indefinite matrix with the largest
+/// entry m it is 10^-p/sqrt(m), but 10^-p*sqrt(m) where m < 1: it shrinks both ways. A matrix that is
+/// multiplied by a number is thus perturbed in other places; counts that callers compare hang on the rule, so
+/// it stays.
 template <class T>
 double pivotThreshold(const Arguments& call, std::int64_t entries)
 {
@@ -29,7 +31,7 @@ double pivotThreshold(const Arguments& call, std::int64_t entries)
     if (classOf(call.mtype) != MatrixClass::Indefinite) return eps;
     const T* const values = static_cast<const T*>(call.a);
     double largest = 0.0;
-    for (std::int64_t k = 0; k < entries; ++k) largest = std::max<double>(largest, magnitude(values[k]));
+    for (std::int64_t k = 0; k < entries; ++k) largest = std::max(largest, modulus(values[k]));
     if (largest == 0.0) largest = 1.0;
     return largest >= 1.0 ? eps / std::sqrt(largest) : eps * std::sqrt(largest);
 }
@@ -101,7 +103,7 @@ Failure factorizeAs(const Arguments& call, Handle handle, Timers& timers)
     control[Real::FactorSeconds] = timers.seconds(Timer::NumericFactorization) - before;
     tellPivots(result.pivots, call.iparm, control);
     if (result.failure) return result.failure;
-    keepFactor(handle, call.mnum, rules);
+    keepFactor(call, handle, rules);
     control[Word::IterationBudget] = kBudgetAfterFactorization;
     return {};
 }

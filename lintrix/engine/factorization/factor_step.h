@@ -13,8 +13,8 @@ namespace Velmar::Lintrix::detail::engine {
 /// large enough. Counts of pivots go to the control block and to `iparm(14)`, `iparm(22)`, `iparm(23)`; the
 /// time of the factorization stays in the control block, and the iteration budget becomes 4.
 ///
-/// After a failure the block stays, without a factor in it. By contract `msglvl` other than 0 prints each new
-/// percentage.
+/// After a failure the block stays, without a factor in it. `msglvl` other than 0, a negative one too,
+/// prints each new percentage.
 ///
 /// @return  {Memory, -1100}   no room for the factor
 /// @return  {Memory, -1200}   no work space

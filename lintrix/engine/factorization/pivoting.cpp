@@ -34,7 +34,7 @@ bool isNegative(T value)
 template <class T>
 T sufficient(T value, RealOf<T> eps, PivotCounts& counts)
 {
-    if (!(eps >= magnitude(value))) return value;
+    if (!(static_cast<double>(eps) >= modulus(value))) return value;
     ++counts.perturbed;
     return isNegative(value) ? T(-eps) : T(eps);
 }

@@ -3,6 +3,7 @@
 #include <lintrix/engine/factorization/supernode_update.h>
 
 #include <lintrix/engine/factorization/update_kernel.h>
+#include <lintrix/services/dispatch.h>
 
 #include <complex>
 #include <cstdint>
@@ -57,16 +58,9 @@ struct Choice {
 };
 
 template <class T>
-Choice<T> choose() noexcept
-{
-    constexpr int bytes = sizeof(T);
-    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-        __builtin_cpu_supports("avx512vl")) {
-        return {runAvx512<T>, 64 / bytes};
-    }
-    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) return {runAvx2<T>, 32 / bytes};
-    return {runSse2<T>, 16 / bytes};
-}
+constexpr KernelForms<Choice<T>> kForms{.sse2 = {runSse2<T>, 16 / sizeof(T)},
+                                        .avx2 = {runAvx2<T>, 32 / sizeof(T)},
+                                        .avx512 = {runAvx512<T>, 64 / sizeof(T)}};
 
 } // namespace
 
@@ -74,7 +68,7 @@ template <class T>
 void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle,
                      T* buffer)
 {
-    static const Choice<T> kernel = choose<T>();
+    static const Choice<T> kernel = kForms<T>.chosen();
     if (product.m <= 0) return;
     if (product.m + product.above < kernel.lanes) {
         runByElements(product, target, lowerTriangle);

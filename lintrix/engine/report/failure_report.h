@@ -9,7 +9,8 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// What `error` becomes: by contract -1 with a negative internal code is -7.
+/// What `error` becomes: -1 with a negative internal code is -7, which callers know for a matrix that is
+/// diagonal by its count of entries alone; all else stays.
 LINTRIX_TESTABLE Failure reported(Failure failure) noexcept;
 
 /// The failure's lines on standard output: what failed with its internal code, the line of that code, and

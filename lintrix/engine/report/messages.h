@@ -157,7 +157,8 @@ LINTRIX_TESTABLE const char* textOf(Message message) noexcept;
 using MessageArgument = std::variant<std::int64_t, double, std::string_view>;
 
 /// Writes the row and a newline to standard output, its places filled in order. A number that no row has
-/// prints a line that says so. By contract a line longer than 512 characters ends the process with status 8.
+/// prints a line that says so. A line longer than 512 characters ends the process with status 8: such a
+/// row is a mistake of the catalogue, which no call can mend.
 LINTRIX_TESTABLE void print(Message message, std::initializer_list<MessageArgument> arguments = {});
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -95,7 +95,8 @@ void reportSystem(const Arguments& call, const ControlBlock& control)
     const Message method = methodOf(control);
     print(Message::Processors, {control[Word::Threads]});
     print(method);
-    // By contract: the transposed form stands for 0, and any other value repeats the line above.
+    // The words are the wrong way round: the transposed form stands for 0, and any other value repeats the
+    // line above. Programs that read the report expect them so, and they stay.
     print(call.iparm[Parameter::Transpose] == 0 ? Message::LinearSystemTransposed : method);
     const std::int64_t nonZeros = call.nonZeros();
     const double order = call.n;

@@ -3,21 +3,18 @@
 #include <lintrix/engine/report/iteration_log.h>
 
 #include <algorithm>
-#include <limits>
 
 namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-// In place of a norm: the right-hand side was below the tolerance and is left alone, as its rate of 0 says.
-constexpr double kFinished = std::numeric_limits<double>::infinity();
-
 template <class T>
 class ConjugateGradient {
 public:
-    ConjugateGradient(const IterativeSystem<T>& system, const IterationTerms& terms, T* work, double* scalars)
+    ConjugateGradient(const IterativeSystem<T>& system, const IterationTerms& terms, T* work,
+                      GradientScalars* scalars)
         : system_(system), terms_(terms), p_(work), r_(p_ + system.size()), z_(r_ + system.size()),
-          q_(z_ + system.size()), oldProduct_(scalars), startNorm_(scalars + system.count)
+          q_(z_ + system.size()), scalars_(scalars)
     {
     }
 
@@ -28,9 +25,8 @@ public:
         int count = 1;
         while (count < terms_.most) {
             system_.solve(r_, z_);
-            const double rate = largestRate();
+            const double value = largestRate();
             const bool sound = advance();
-            const double value = std::sqrt(rate);
             logIteration("(' cg-iteration:',f4.0,e12.3)", {static_cast<double>(++count), value});
             if (value < terms_.tolerance) return {IterationStatus::Converged, count};
             if (!sound) return {IterationStatus::Breakdown, count};
@@ -52,24 +48,21 @@ private:
         system_.A.residual(system_.b, system_.x, r_, system_.count);
         double largest = 0.0;
         for (int c = 0; c < system_.count; ++c) {
-            startNorm_[c] = squaredNorm(column(system_.x, c), system_.n);
-            largest = largerOf(largest, squaredNorm(column(r_, c), system_.n));
-            oldProduct_[c] = 0.0;
+            scalars_[c] = {0.0, norm(column(system_.x, c), system_.n), false};
+            largest = largerOf(largest, norm(column(r_, c), system_.n));
         }
         std::fill_n(p_, system_.size(), T(0));
-        logIteration("(' cg-iteration:',2e12.3)", {terms_.tolerance, std::sqrt(largest)});
+        logIteration("(' cg-iteration:',2e12.3)", {terms_.tolerance, largest});
     }
 
-    // ||z||^2 over that of the start; nothing is left to do where z is 0.
-    double rateOf(int c) const
-    {
-        const double norm = squaredNorm(column(z_, c), system_.n);
-        return norm == 0.0 ? 0.0 : norm / startNorm_[c];
-    }
+    // The root of ||z||^2 over that of the start.
+    double rate(int c) const { return rateOf(norm(column(z_, c), system_.n), scalars_[c].startNorm); }
     double largestRate() const
     {
         double largest = 0.0;
-        for (int c = 0; c < system_.count; ++c) largest = largerOf(largest, rateOf(c));
+        for (int c = 0; c < system_.count; ++c) {
+            if (!scalars_[c].finished) largest = largerOf(largest, rate(c));
+        }
         return largest;
     }
 
@@ -89,8 +82,9 @@ private:
         const int n = system_.n;
         T *const p = column(p_, c), *const z = column(z_, c);
         const double now = innerProduct(column(r_, c), z, n);
-        const double beta = oldProduct_[c] == 0.0 ? 1.0 : now / oldProduct_[c];
-        oldProduct_[c] = now;
+        double& old = scalars_[c].product;
+        const double beta = old == 0.0 ? 1.0 : now / old;
+        old = now;
         const T factor(static_cast<T>(beta));
         for (int i = 0; i < n; ++i) p[i] = z[i] + factor * p[i];
     }
@@ -98,11 +92,12 @@ private:
     bool move(int c)
     {
         const int n = system_.n;
-        const double rate = rateOf(c);
-        if (rate == 0.0) return true;
-        if (std::sqrt(rate) < terms_.tolerance) startNorm_[c] = kFinished;
+        if (scalars_[c].finished) return true;
+        const double value = rate(c);
+        scalars_[c].finished = value < terms_.tolerance;
+        if (value == 0.0) return true;
         const double curvature = innerProduct(column(p_, c), column(q_, c), n);
-        const double alpha = oldProduct_[c] / curvature;
+        const double alpha = scalars_[c].product / curvature;
         if (!isUsable(alpha)) return false;
         addMultiple(alpha, column(p_, c), column(system_.x, c), n);
         addMultiple(-alpha, column(q_, c), column(r_, c), n);
@@ -112,22 +107,21 @@ private:
     const IterativeSystem<T>& system_;
     const IterationTerms& terms_;
     T *p_, *r_, *z_, *q_;
-    double* oldProduct_; // (r, z) of the iteration before
-    double* startNorm_;  // ||x||^2 at the start, or kFinished
+    GradientScalars* scalars_;
 };
 
 } // namespace
 
 template <class T>
 IterationOutcome conjugateGradient(const IterativeSystem<T>& system, const IterationTerms& terms, T* work,
-                                   double* scalars)
+                                   GradientScalars* scalars)
 {
     return ConjugateGradient<T>(system, terms, work, scalars).run();
 }
 
 template IterationOutcome conjugateGradient(const IterativeSystem<float>&, const IterationTerms&, float*,
-                                            double*);
+                                            GradientScalars*);
 template IterationOutcome conjugateGradient(const IterativeSystem<double>&, const IterationTerms&, double*,
-                                            double*);
+                                            GradientScalars*);
 
 } // namespace Velmar::Lintrix::detail::engine

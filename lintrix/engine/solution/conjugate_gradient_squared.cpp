@@ -3,15 +3,11 @@
 #include <lintrix/engine/report/iteration_log.h>
 
 #include <algorithm>
-#include <limits>
 #include <string_view>
 
 namespace Velmar::Lintrix::detail::engine {
 
 namespace {
-
-// In place of a norm: the right-hand side was below the tolerance and is left alone.
-constexpr double kFinished = std::numeric_limits<double>::infinity();
 
 template <class T>
 constexpr std::string_view kStepFormat =
@@ -60,7 +56,7 @@ private:
     {
         bool sound = true;
         for (int c = 0; c < system_.count; ++c) {
-            if (scalars_[c].startNorm != kFinished) sound = step(c) && sound;
+            if (!scalars_[c].finished) sound = step(c) && sound;
         }
         return sound;
     }
@@ -74,7 +70,7 @@ private:
         std::fill_n(p_, system_.size(), T(0));
         std::fill_n(q_, system_.size(), T(0));
         for (int c = 0; c < system_.count; ++c) {
-            scalars_[c] = {S(1), S(0), std::sqrt(squaredNorm(column(system_.x, c), system_.n))};
+            scalars_[c] = {S(1), S(0), norm(column(system_.x, c), system_.n), false};
         }
     }
 
@@ -83,9 +79,8 @@ private:
     {
         double largest = 0.0;
         forUnfinished([&](int c) {
-            const double norm = std::sqrt(squaredNorm(column(z_, c), system_.n));
-            const double rate = norm == 0.0 ? 0.0 : norm / scalars_[c].startNorm;
-            if (std::sqrt(rate) < terms_.tolerance) scalars_[c].startNorm = kFinished;
+            const double rate = rateOf(norm(column(z_, c), system_.n), scalars_[c].startNorm);
+            scalars_[c].finished = std::sqrt(rate) < terms_.tolerance;
             largest = largerOf(largest, rate);
             return true;
         });

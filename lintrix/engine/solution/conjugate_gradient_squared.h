@@ -22,7 +22,8 @@ template <class T>
 struct SquaredScalars {
     IterationScalar<T> rho;  ///< (shadow, z)
     IterationScalar<T> step; ///< alpha of this iteration
-    double startNorm;        ///< ||x|| at the start, or infinite once below the tolerance
+    double startNorm;        ///< ||x|| at the start
+    bool finished;           ///< below the tolerance, and left alone while others go on
 };
 
 /// Solves op(A) X = B from the start that X brings, all right-hand sides at once, for any matrix near M.
@@ -30,8 +31,9 @@ struct SquaredScalars {
 /// 10 (1989), on inv(M) A x = inv(M) b with the shadow residual inv(M) r of the start.
 ///
 /// The number of an iteration is the root of the largest ||inv(M) r|| / ||start|| over the right-hand sides.
-/// By contract it is the root of a ratio of norms, so that a tolerance of 1e-6 asks for a ratio of 1e-12; and
-/// slow convergence is judged at half of the budget only, not from there on. A start whose number is below
+/// Being the root of a ratio of norms, and not of their squares, it asks with a tolerance of 1e-6 for a ratio
+/// of 1e-12; callers' tolerances are chosen for that, so it stays. Slow convergence is judged at half of the
+/// budget only, not from there on: what is slow later is not cut short. A start whose number is below
 /// the tolerance is told as 1 iteration. `scalars` has room for `count`.
 template <class T>
 LINTRIX_TESTABLE IterationOutcome conjugateGradientSquared(const IterativeSystem<T>& system,

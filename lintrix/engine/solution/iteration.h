@@ -9,6 +9,7 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <limits>
 #include <type_traits>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -56,6 +57,12 @@ struct IterationOutcome {
 template <class T>
 using IterationScalar = std::conditional_t<kIsComplex<T>, std::complex<double>, double>;
 
+/// The larger number; no number at all once there is one.
+inline double largerOf(double a, double b) noexcept
+{
+    return std::isnan(a) || a >= b ? a : b;
+}
+
 /// x^H y.
 template <class T>
 inline IterationScalar<T> innerProduct(const T* x, const T* y, int n) noexcept
@@ -66,10 +73,30 @@ inline IterationScalar<T> innerProduct(const T* x, const T* y, int n) noexcept
     return sum;
 }
 
+/// ||x||, by way of the inner product where that holds the squares of all that matters, and of x / max |x|
+/// where it does not. Infinite or no number as soon as an element is.
 template <class T>
-inline double squaredNorm(const T* x, int n) noexcept
+inline double norm(const T* x, int n) noexcept
 {
-    return realPart(innerProduct(x, x, n));
+    constexpr double least = 1e-280; // n squares that were lost below it do not add up to its last place
+    const double square = realPart(innerProduct(x, x, n));
+    if (square >= least && std::isfinite(square)) return std::sqrt(square);
+    double largest = 0.0, sum = 0.0;
+    for (int i = 0; i < n; ++i) largest = largerOf(largest, modulus(x[i]));
+    if (largest == 0.0 || !std::isfinite(largest)) return largest;
+    for (int i = 0; i < n; ++i) {
+        const double part = modulus(x[i]) / largest;
+        sum += part * part;
+    }
+    return largest * std::sqrt(sum);
+}
+
+/// ||z|| / ||start||. 0 where z is 0, whatever the start; no number, and so below no tolerance, for a start
+/// that is not finite.
+inline double rateOf(double norm, double start) noexcept
+{
+    if (!std::isfinite(start)) return std::numeric_limits<double>::quiet_NaN();
+    return norm == 0.0 ? 0.0 : norm / start;
 }
 
 /// y += by*x
@@ -78,12 +105,6 @@ inline void addMultiple(IterationScalar<T> by, const T* x, T* y, int n) noexcept
 {
     const T factor(by);
     for (int i = 0; i < n; ++i) y[i] += product(factor, x[i]);
-}
-
-/// The larger number; no number at all once there is one.
-inline double largerOf(double a, double b) noexcept
-{
-    return std::isnan(a) || a >= b ? a : b;
 }
 
 /// Whether a scalar can be divided by.

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <numeric>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -19,9 +20,8 @@ constexpr std::int64_t kAutomaticSteps = 2, kPatientSteps = 4;
 template <class T>
 double sumOfMagnitudes(const T* values, std::ptrdiff_t count)
 {
-    double sum = 0.0;
-    for (std::ptrdiff_t i = 0; i < count; ++i) sum += static_cast<double>(magnitude(values[i]));
-    return sum;
+    return std::accumulate(values, values + count, 0.0,
+                           [](double sum, T value) { return sum + modulus(value); });
 }
 
 // The sums of magnitudes that one step is judged by.

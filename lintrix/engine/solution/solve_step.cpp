@@ -34,10 +34,9 @@ Failure reserve(Handle handle, Slot slot, WideWord size, std::int64_t bytes, Blo
 /// What follows the direct solve.
 enum class Improvement { None, Refinement, Squared, ConjugateGradient };
 
-Improvement improvementFor(const Arguments& call, const ControlBlock& control)
+Improvement improvementFor(const Arguments& call, const ControlBlock& control, int kind)
 {
     if (call.phase.part() != 0) return Improvement::None;
-    const int kind = control[Word::IterationKind];
     if (kind != 0) {
         const bool isReal = !isComplex(call.mtype);
         return isReal && std::abs(kind) == 2 ? Improvement::ConjugateGradient : Improvement::Squared;
@@ -98,9 +97,9 @@ constexpr std::int64_t roundUp(std::int64_t bytes)
 template <class T>
 class SolveStep {
 public:
-    SolveStep(const Arguments& call, Handle handle, Timers& timers)
+    SolveStep(const Arguments& call, Handle handle, Timers& timers, Improvement improvement)
         : call_(call), handle_(handle), control_(handle.control()), timers_(timers),
-          improvement_(improvementFor(call, control_)), threads_(control_[Word::Threads]), count_(call.nrhs),
+          improvement_(improvement), threads_(control_[Word::Threads]), count_(call.nrhs),
           factor_(storedFactor<T>(handle, call.mnum)), matrix_{call.n,
                                                                call.ia,
                                                                call.ja,
@@ -165,8 +164,9 @@ private:
         return 0;
     }
 
-    /// By contract no less than k n + 2 times the largest update, for each right-hand side, with k of 2, or
-    /// of 4 (real) or 5 (complex) for extended residuals. What is not touched costs no memory.
+    /// No less than k n + 2 times the largest update, for each right-hand side, with k of 2, or of 4 (real)
+    /// or 5 (complex) for extended residuals: the size that callers find in the failure report. What is not
+    /// touched costs no memory.
     std::int64_t leastElements() const
     {
         const int extendedVectors = kIsComplex<T> ? 5 : 4;
@@ -179,6 +179,7 @@ private:
         IterationLayout layout{};
         layout.sums = roundUp(vectors() * std::int64_t{sizeof(T)});
         layout.scalars = layout.sums + roundUp(SparseOperator<T>::workBytes(matrix_, threads_, isExtended()));
+        static_assert(sizeof(GradientScalars) <= sizeof(SquaredScalars<T>));
         const std::int64_t used = layout.scalars + count_ * std::int64_t{sizeof(SquaredScalars<T>)};
         layout.bytes = std::max(used, leastElements() * std::int64_t{sizeof(T)});
         return layout;
@@ -252,7 +253,7 @@ private:
         std::byte* const scalars = block + layout().scalars;
         if constexpr (!kIsComplex<T>) {
             if (improvement_ == Improvement::ConjugateGradient)
-                return conjugateGradient(system, terms, work, reinterpret_cast<double*>(scalars));
+                return conjugateGradient(system, terms, work, reinterpret_cast<GradientScalars*>(scalars));
         }
         return conjugateGradientSquared(system, terms, work, reinterpret_cast<SquaredScalars<T>*>(scalars));
     }
@@ -271,12 +272,27 @@ private:
     T *b_, *x_;
 };
 
+Failure solveAsKind(int kind, const Arguments& call, Handle handle, Timers& timers)
+{
+    const ControlBlock& control = handle.control();
+    const Improvement improvement = improvementFor(call, control, kind);
+    return withElement(elementKind(call.mtype, control[Word::SinglePrecision] != 0),
+                       [&]<class T>() { return SolveStep<T>(call, handle, timers, improvement).run(); });
+}
+
 } // namespace
 
 Failure solve(const Arguments& call, Handle handle, Timers& timers)
 {
-    const int kind = elementKind(call.mtype, handle.control()[Word::SinglePrecision] != 0);
-    return withElement(kind, [&]<class T>() { return SolveStep<T>(call, handle, timers).run(); });
+    return solveAsKind(handle.control()[Word::IterationKind], call, handle, timers);
+}
+
+Failure solveDirectly(const Arguments& call, Handle handle, Timers& timers)
+{
+    const int told = call.iparm[Parameter::IterationResult];
+    const Failure failure = solveAsKind(0, call, handle, timers);
+    call.iparm[Parameter::IterationResult] = told;
+    return failure;
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -29,4 +29,8 @@ namespace Velmar::Lintrix::detail::engine {
 /// @return  {Numeric, -3}     it diverged, was slow or used its budget up
 Failure solve(const Arguments& call, Handle handle, Timers& timers);
 
+/// The same as if K were 0, for a caller whose iteration has failed: the direct solve, and refinement where
+/// that asks for it. `iparm(20)` stays as the iteration told it.
+Failure solveDirectly(const Arguments& call, Handle handle, Timers& timers);
+
 } // namespace Velmar::Lintrix::detail::engine

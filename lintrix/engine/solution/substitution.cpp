@@ -5,6 +5,7 @@
 #include <lintrix/engine/call/scalar.h>
 #include <lintrix/engine/factorization/pivot_pair.h>
 #include <lintrix/engine/solution/substitution_kernel.h>
+#include <lintrix/services/dispatch.h>
 
 #include <algorithm>
 #include <complex>
@@ -311,16 +312,16 @@ struct Passes {
 };
 
 template <class T, class Kernel>
-Passes<T> passesWith() noexcept
+Passes<T> passesWith()
 {
-    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
-        return {forwardAvx2<T, Kernel>, backwardAvx2<T, Kernel>};
-    }
-    return {forwardSse2<T, Kernel>, backwardSse2<T, Kernel>};
+    constexpr Passes<T> avx2{forwardAvx2<T, Kernel>, backwardAvx2<T, Kernel>};
+    constexpr KernelForms<Passes<T>> forms{
+        .sse2 = {forwardSse2<T, Kernel>, backwardSse2<T, Kernel>}, .avx2 = avx2, .avx512 = avx2};
+    return forms.chosen();
 }
 
 template <class T>
-Passes<T> passesFor(int sides) noexcept
+Passes<T> passesFor(int sides)
 {
     constexpr int most = kSidesAtOnce<T>;
     using One = std::conditional_t<kIsComplex<T>, SideBlock<T, 1>, OneSide<RealOf<T>>>;

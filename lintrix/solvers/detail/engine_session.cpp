@@ -1,7 +1,6 @@
 #include <lintrix/solvers/detail/engine_session.h>
 
 #include <lintrix/dense/matrix.h>
-#include <lintrix/engine/pardiso.h>
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/system_allocator.h>
 
@@ -12,9 +11,8 @@ namespace Velmar::Lintrix::detail {
 
 namespace {
 
-constexpr int kHandleSlots = 64, kParameters = 64;
+constexpr int kHandleSlots = 64;
 constexpr int kRightHands = 1; // columns are solved one by one
-constexpr int kTransposeSlot = 12;
 
 void** newHandle()
 {
@@ -59,7 +57,7 @@ void EngineSession::FreeHandle::operator()(void** slots) const noexcept
 }
 
 EngineSession::EngineSession(std::int32_t mtype, const EngineMatrix& matrix)
-    : pt_(newHandle()), perm_(matrix.n), iparm_(Block<std::int32_t>::zeroed(kParameters))
+    : pt_(newHandle()), perm_(matrix.n), iparm_(Block<std::int32_t>::zeroed(PardisoParameters::kSlots))
 {
     fixed_.mtype = mtype;
     fixed_.matrix = matrix;
@@ -76,10 +74,10 @@ EngineSession& EngineSession::operator=(EngineSession&& other) noexcept
     return *this;
 }
 
-std::int32_t& EngineSession::iparm(std::int32_t slot)
+std::int32_t& EngineSession::iparm(PardisoParameter slot)
 {
     if (!iparm_) raiseReleased();
-    return iparm_[slot - 1];
+    return PardisoParameters(iparm_.get())[slot];
 }
 
 std::int32_t EngineSession::call(std::int32_t phase, const void* b, void* x)
@@ -89,7 +87,7 @@ std::int32_t EngineSession::call(std::int32_t phase, const void* b, void* x)
     fixed_.stopped = false;
     fixed_.error = 0;
     // The engine notes a diagonal matrix here, and would then take any other matrix for settled.
-    iparm(kTransposeSlot) = 0;
+    iparm(PardisoParameter::Transpose) = 0;
     if (!listener_) {
         enter(phase, b, x, fixed_.error);
         return fixed_.error;
@@ -118,7 +116,7 @@ void EngineSession::release() noexcept
     if (!pt_) return;
     double number = 0.0;
     std::int32_t index = 0, ignored = 0;
-    iparm(kTransposeSlot) = 0;
+    iparm(PardisoParameter::Transpose) = 0;
     engineEntry()(pt_.get(), fixed_.maxfct, fixed_.mnum, fixed_.mtype, -1, fixed_.matrix.n, &number, &index,
                   &index, &index, kRightHands, iparm_.get(), fixed_.msglvl, &number, &number, ignored);
     fixed_.matrix = {};

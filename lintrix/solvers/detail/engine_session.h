@@ -2,6 +2,7 @@
 /// @file
 /// One handle of the direct solver with everything its entry is called with.
 
+#include <lintrix/engine/pardiso.h>
 #include <lintrix/foundation/block.h>
 #include <lintrix/services/export.h>
 
@@ -51,9 +52,9 @@ public:
     /// Phase -1, whose outcome is ignored, then the own memory; may be repeated.
     void release() noexcept;
 
-    /// Parameter `slot`, counted from 1. @throws InvalidOperationException  released
-    std::int32_t& iparm(std::int32_t slot);
-    std::int32_t iparm(std::int32_t slot) const { return const_cast<EngineSession&>(*this).iparm(slot); }
+    /// @throws InvalidOperationException  released
+    std::int32_t& iparm(PardisoParameter slot);
+    std::int32_t iparm(PardisoParameter slot) const { return const_cast<EngineSession&>(*this).iparm(slot); }
 
     void matrix(const EngineMatrix& matrix) noexcept { fixed_.matrix = matrix; }
     std::int32_t mtype() const noexcept { return fixed_.mtype; }

@@ -12,16 +12,15 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// A block of the first `count` cells of `source`, which goes on behind them. The length is compared before
-/// memory is taken. @throws IndexOutOfRangeException  the source is short
+/// A block of the first `count` cells of `source`, which goes on behind them. Memory comes first: a count
+/// that it cannot hold is told as that, whatever the source holds.
+/// @throws NotEnoughMemoryException; IndexOutOfRangeException  the source is short
 template <class Cell, class Unit>
 Block<Cell> takeBlock(std::span<const Unit>& source, std::int64_t count)
 {
-    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(Cell);
-    if (source.size_bytes() < bytes) throw IndexOutOfRangeException();
     Block<Cell> fresh(count);
     copyToBlock(source, fresh.get(), count);
-    source = source.subspan(bytes / sizeof(Unit));
+    source = source.subspan(static_cast<std::size_t>(count) * sizeof(Cell) / sizeof(Unit));
     return fresh;
 }
 

@@ -17,7 +17,8 @@ struct Operand {
 /// A size that nothing has, since not even its row pointers could be allocated.
 inline constexpr std::int32_t kNoSize = INT32_MIN;
 
-/// A mode outside the enumeration has no sizes, so that by contract the size check of the operation ends it.
+/// A mode outside the enumeration has no sizes, so that the size check of the operation ends it: callers are
+/// told a wrong mode by that failure.
 template <class Sparse>
 Operand operandOf(TransposeMode mode, const Sparse& X)
 {

@@ -6,9 +6,10 @@
 /// 3.4.2, algorithm S): of the columns left, each is taken with the chance (slots left)/(columns left), so
 /// they come out ascending and as many as there are slots.
 ///
-/// A row with more slots than columns takes all columns, and its other slots are left unwritten. They would
-/// be elements without a column, so they are closed at the end, and the row pointers with them. It happens
-/// from a density of about one half in symmetric storage, and above 1 otherwise.
+/// A row with more slots than columns takes all columns and leaves its other slots unwritten: elements
+/// without a column, which would lead every reader out of its arrays. This library closes them at the end,
+/// and the row pointers with them, so that fewer elements are stored than were shared out. It happens from a
+/// density of about one half in symmetric storage, and above 1 otherwise.
 
 #include <lintrix/foundation/block.h>
 #include <lintrix/foundation/random.h>
@@ -79,8 +80,9 @@ RandomRows<Cell> randomRows(std::int32_t rows, std::int32_t cols, std::int32_t t
 }
 
 /// Row pointers that share `target` elements out by the length of each row of the upper triangle, and give
-/// one more to its diagonal. By contract in running sums. A sum that rounding has carried past the last slot
-/// is held back there.
+/// one more to its diagonal, in running sums: where a share ends depends on the rounding of those before it,
+/// and the same seed is to give the same matrix. A sum that rounding has carried past the last slot is held
+/// back there.
 inline void shareUpperTriangle(std::int32_t rows, double positions, std::int32_t target, std::int32_t* ia)
 {
     const double p = target / positions, slots = double(rows) + target;
@@ -93,8 +95,9 @@ inline void shareUpperTriangle(std::int32_t rows, double positions, std::int32_t
 }
 
 /// Symmetric storage: the upper triangle with the whole diagonal. A diagonal element that is not chosen is a
-/// stored zero and by contract uses up no slot of its row's share: such a row may write one slot into the
-/// next one, whose diagonal then takes its place. Behind the last row there is a slot for that.
+/// stored zero and uses up no slot of its row's share: such a row may write one slot into the next one, whose
+/// diagonal then takes its place. The same seed is to give the same matrix, so it stays. Behind the last row
+/// there is a slot for that.
 template <class Cell, class NewValue>
 RandomRows<Cell> randomUpperRows(std::int32_t rows, std::int32_t cols, std::int32_t total, double density,
                                  NewValue newValue)

@@ -11,8 +11,8 @@ namespace Velmar::Lintrix::detail {
 /// The three arrays of a result. A first pass writes the row pointers, `allot` makes the others to fit, a
 /// second pass fills them.
 ///
-/// By contract the object that adopts the arrays tells a capacity of one more than is stored; the spare slot
-/// makes that true.
+/// The object that adopts the arrays tells a capacity of one more than is stored, which callers have come to
+/// read off results; the spare slot makes that true.
 template <class Cell>
 struct ResultRows {
     explicit ResultRows(std::int32_t rowCount) : rows(rowCount), ia(std::int64_t{rowCount} + 1) {}

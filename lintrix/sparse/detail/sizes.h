@@ -27,7 +27,8 @@ inline void requireElementCount(std::int64_t elements)
     }
 }
 
-/// growFactor*capacity, rounded. By contract the capacity is narrowed to single precision first.
+/// growFactor*capacity, rounded. The capacity is narrowed to single precision first, which from 2^24 on may
+/// be another number; the capacities that callers read back depend on it, so it stays.
 inline std::int32_t grownCapacity(float growFactor, std::int32_t capacity)
 {
     return truncatedToInt32(Round(double{growFactor} * double{static_cast<float>(capacity)}, 0));

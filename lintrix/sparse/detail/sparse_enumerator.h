@@ -36,8 +36,8 @@ private:
 };
 
 /// A cursor, at first before the first element. The matrix is referred to, not owned: it must outlive the
-/// cursor and not change during the walk. By contract the element count is taken at construction, the arrays
-/// are read as they are.
+/// cursor and not change during the walk. The element count is taken at construction, the arrays are read as
+/// they are.
 class SparseMatrixEnum {
 public:
     explicit SparseMatrixEnum(const SparseMatrix& matrix)
@@ -46,7 +46,7 @@ public:
     }
     explicit SparseMatrixEnum(SparseMatrix&&) = delete;
 
-    /// False behind the last element. By contract the cursor then stays on it.
+    /// False behind the last element. The cursor then stays on it, and `Current` still tells it.
     bool MoveNext()
     {
         ++_ip;

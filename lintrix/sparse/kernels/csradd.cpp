@@ -47,7 +47,8 @@ struct Output {
 };
 
 /// One row: the elements of A, and beta times those of op(B); where both have one, beta*b + a in this form.
-/// By contract nothing is dropped, and beta is applied also when it is 1 or 0.
+/// Nothing is dropped, and beta is applied also when it is 1 or 0: pass 1 counts without values, and its
+/// pattern must be this one.
 template <class Cell, class BValue>
 void mergeRow(const Cell* a, const int* ja, int aCount, const Cell& beta, BValue b, const int* jb, int bCount,
               Output<Cell> out)
@@ -76,8 +77,8 @@ int countRows(char trans, const SparseOperand<Cell>& A, const SparseOperand<Cell
         const int start = A.ia[i] - 1;
         ic[i + 1] = unionSize(A.ja + start, A.ia[i + 1] - 1 - start, jb, bCount);
     });
-    if (!served) return kNoMemory;
-    return lengthsToPointers(A.rows, ic) ? 0 : kTooManyElements;
+    if (!served) return KernelNoMemory;
+    return lengthsToPointers(A.rows, ic) ? 0 : KernelTooManyElements;
 }
 
 template <class Cell>
@@ -89,7 +90,7 @@ int fillRows(char trans, const SparseOperand<Cell>& A, const Cell& beta, const S
         mergeRow(A.values + start, A.ja + start, A.ia[i + 1] - 1 - start, beta, b, jb, bCount,
                  Output<Cell>{c + out, jc + out});
     });
-    return served ? 0 : kNoMemory;
+    return served ? 0 : KernelNoMemory;
 }
 
 template <class Cell>
@@ -107,7 +108,7 @@ void csradd(const char* routine, char trans, int request, int sort, const Sparse
     const bool straight = trans == 'N';
     const SparseOperand<Cell> B{straight ? A.rows : A.columns, straight ? A.columns : A.rows, b, jb, ib};
     if (request == 0 || sort != 0) {
-        info = kNotServed;
+        info = KernelNotServed;
     } else if (request == 1) {
         info = countRows(trans, A, B, ic);
     } else {
@@ -116,14 +117,6 @@ void csradd(const char* routine, char trans, int request, int sort, const Sparse
 }
 
 } // namespace
-
-void mkl_dcsradd(const char* trans, const int& request, const int& sort, const int& m, const int& n,
-                 const double* a, const int* ja, const int* ia, const double& beta, const double* b,
-                 const int* jb, const int* ib, double* c, int* jc, int* ic, const int& nzmax, int& info)
-{
-    csradd<double>("MKL_DCSRADD", *trans, request, sort, {m, n, a, ja, ia}, beta, b, jb, ib, c, jc, ic, nzmax,
-                   info);
-}
 
 void mkl_zcsradd(const char* trans, const int& request, const int& sort, const int& m, const int& n,
                  const ComplexCell* a, const int* ja, const int* ia, const ComplexCell& beta,
@@ -135,3 +128,15 @@ void mkl_zcsradd(const char* trans, const int& request, const int& sort, const i
 }
 
 } // namespace Velmar::Lintrix::detail
+
+namespace Velmar::Lintrix {
+
+void mkl_dcsradd(const char* trans, const int& request, const int& sort, const int& m, const int& n,
+                 const double* a, const int* ja, const int* ia, const double& beta, const double* b,
+                 const int* jb, const int* ib, double* c, int* jc, int* ic, const int& nzmax, int& info)
+{
+    detail::csradd<double>("MKL_DCSRADD", *trans, request, sort, {m, n, a, ja, ia}, beta, b, jb, ib, c, jc,
+                           ic, nzmax, info);
+}
+
+} // namespace Velmar::Lintrix

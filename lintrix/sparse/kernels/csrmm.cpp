@@ -20,7 +20,7 @@ template <class Cell>
 struct Product {
     int m, n, k; // A is m x k; B and C have n columns
     Cell alpha, beta;
-    CompressedRows<Cell> A;
+    CompressedRowsView<Cell> A;
     Panel<const Cell> B;
     Panel<Cell> C;
 
@@ -82,16 +82,23 @@ void multiply(const Product<Cell>& p, const Blocks& blocks)
     });
 }
 
-/// All of C is scaled first. By contract a caller may set the columns of C nearer to each other than the k
-/// rows of the result are long; they overlap then, what all of them have in common is scaled repeatedly, and
-/// one thread does it all.
+/// The k rows of a transposed result, one column after the other.
+template <class Cell>
+void scaleTransposed(const Product<Cell>& p)
+{
+    withScaling(p.beta, [&](auto scaled) {
+        for (int column = 0; column < p.n; ++column) scaleRows<1>(p.cFrom(column), 0, p.k, scaled);
+    });
+}
+
+/// All of C is scaled first. A caller may set the columns of C nearer to each other than the k rows of the
+/// result are long; they overlap then, what several of them have in common is scaled repeatedly, and one
+/// thread does it all.
 template <class Cell>
 void multiplyTransposed(const Product<Cell>& p, bool conjugate, const Blocks& planned)
 {
     const Blocks blocks = p.k > p.C.stride ? Blocks{p.n, 1} : planned;
-    withScaling(p.beta, [&](auto scaled) {
-        for (int column = 0; column < p.n; ++column) scaleRows<1>(p.cFrom(column), 0, p.k, scaled);
-    });
+    scaleTransposed(p);
     withConjugation<Cell>(conjugate, [&](auto conjugated) {
         forColumnBlocks(blocks, [&](int first, int last) {
             forPanels(first, last, [&](int column, auto width) {
@@ -101,10 +108,16 @@ void multiplyTransposed(const Product<Cell>& p, bool conjugate, const Blocks& pl
     });
 }
 
+/// Transposed, the columns of a wide matrix's result are longer than its triangle reaches, and all of them is
+/// scaled.
 template <class Cell>
-void multiplySymmetric(const Product<Cell>& p, bool conjugate, const Blocks& blocks)
+void multiplySymmetric(Product<Cell> p, char trans, const Blocks& blocks)
 {
-    withConjugation<Cell>(conjugate, [&](auto conjugated) {
+    if (trans != 'N' && p.k > p.m) {
+        scaleTransposed(p);
+        p.beta = Cell{1.0};
+    }
+    withConjugation<Cell>(trans == 'C', [&](auto conjugated) {
         withScaling(p.beta, [&](auto scaled) {
             forColumnBlocks(blocks, [&](int first, int last) {
                 forPanels(first, last, [&](int column, auto width) {
@@ -130,7 +143,7 @@ void csrmm(const char* routine, char trans, const char* descriptor, const Produc
     }
     const Blocks blocks = planColumns(product.n, MKL_Get_Max_Threads());
     if (isSymmetric(descriptor)) {
-        multiplySymmetric(product, trans == 'C', blocks);
+        multiplySymmetric(product, trans, blocks);
     } else if (isGeneral(descriptor)) {
         if (trans == 'N') {
             multiply(product, blocks);
@@ -142,15 +155,6 @@ void csrmm(const char* routine, char trans, const char* descriptor, const Produc
 
 } // namespace
 
-void mkl_dcsrmm(const char* transa, const int& m, const int& n, const int& k, const double& alpha,
-                const char* descriptor, const double* values, const int* columns, const int* rowStarts,
-                const int* rowEnds, const double* B, const int& ldb, const double& beta, double* C,
-                const int& ldc)
-{
-    csrmm<double>("MKL_DCSRMM", *transa, descriptor,
-                  {m, n, k, alpha, beta, {values, columns, rowStarts, rowEnds}, {B, ldb}, {C, ldc}});
-}
-
 void mkl_zcsrmm(const char* transa, const int& m, const int& n, const int& k, const ComplexCell& alpha,
                 const char* descriptor, const ComplexCell* values, const int* columns, const int* rowStarts,
                 const int* rowEnds, const ComplexCell* B, const int& ldb, const ComplexCell& beta,
@@ -161,3 +165,16 @@ void mkl_zcsrmm(const char* transa, const int& m, const int& n, const int& k, co
 }
 
 } // namespace Velmar::Lintrix::detail
+
+namespace Velmar::Lintrix {
+
+void mkl_dcsrmm(const char* transa, const int& m, const int& n, const int& k, const double& alpha,
+                const char* descriptor, const double* values, const int* columns, const int* rowStarts,
+                const int* rowEnds, const double* B, const int& ldb, const double& beta, double* C,
+                const int& ldc)
+{
+    detail::csrmm<double>("MKL_DCSRMM", *transa, descriptor,
+                          {m, n, k, alpha, beta, {values, columns, rowStarts, rowEnds}, {B, ldb}, {C, ldc}});
+}
+
+} // namespace Velmar::Lintrix

@@ -106,7 +106,7 @@ template <class Cell>
 int countRows(char trans, const SparseOperand<Cell>& A, const SparseOperand<Cell>& B, int rows, int* ic)
 {
     const Scratch<int> seen(static_cast<std::size_t>(B.columns));
-    if (!seen.isThere()) return kNoMemory;
+    if (!seen.isThere()) return KernelNoMemory;
     if (B.columns != 0) std::fill_n(seen.get(), seen.size(), 0);
     const bool served = forRowsOf(trans, A, [&](int i, const int* ja, int aCount, auto) {
         int* const mark = seen.get();
@@ -121,18 +121,18 @@ int countRows(char trans, const SparseOperand<Cell>& A, const SparseOperand<Cell
         }
         ic[i + 1] = length;
     });
-    if (!served) return kNoMemory;
-    return lengthsToPointers(rows, ic) ? 0 : kTooManyElements;
+    if (!served) return KernelNoMemory;
+    return lengthsToPointers(rows, ic) ? 0 : KernelTooManyElements;
 }
 
-/// Pass 2. By contract "N" keeps elements that cancel and finds `ic` as pass 1 left it, while the transposed
-/// forms drop them and write `ic` anew.
+/// Pass 2. "N" keeps elements that cancel and finds `ic` as pass 1 left it, while the transposed forms drop
+/// them and write `ic` anew. Patterns that callers keep come from both, so the difference stays.
 template <class Cell>
 int fillRows(char trans, const SparseOperand<Cell>& A, const SparseOperand<Cell>& B, Cell* c, int* jc,
              int* ic)
 {
     RowSum<Cell> sum(B.columns);
-    if (!sum.isThere()) return kNoMemory;
+    if (!sum.isThere()) return KernelNoMemory;
     const bool dropping = trans != 'N';
     int rewritten = 0;
     const bool served = forRowsOf(trans, A, [&](int i, const int* ja, int aCount, auto a) {
@@ -152,7 +152,7 @@ int fillRows(char trans, const SparseOperand<Cell>& A, const SparseOperand<Cell>
             ic[i + 1] = at + 1;
         }
     });
-    if (!served) return kNoMemory;
+    if (!served) return KernelNoMemory;
     if (dropping) ic[0] = 1;
     return 0;
 }
@@ -172,7 +172,7 @@ void csrmultcsr(const char* routine, char trans, int request, int sort, int k, c
     const bool straight = trans == 'N';
     const SparseOperand<Cell> B{straight ? A.columns : A.rows, k, b, jb, ib};
     if (request == 0 || sort != 0) {
-        info = kNotServed;
+        info = KernelNotServed;
     } else if (request == 1) {
         info = countRows(trans, A, B, straight ? A.rows : A.columns, ic);
     } else {
@@ -181,14 +181,6 @@ void csrmultcsr(const char* routine, char trans, int request, int sort, int k, c
 }
 
 } // namespace
-
-void mkl_dcsrmultcsr(const char* trans, const int& request, const int& sort, const int& m, const int& n,
-                     const int& k, const double* a, const int* ja, const int* ia, const double* b,
-                     const int* jb, const int* ib, double* c, int* jc, int* ic, const int& nzmax, int& info)
-{
-    csrmultcsr<double>("MKL_DCSRMULTCSR", *trans, request, sort, k, {m, n, a, ja, ia}, b, jb, ib, c, jc, ic,
-                       nzmax, info);
-}
 
 void mkl_zcsrmultcsr(const char* trans, const int& request, const int& sort, const int& m, const int& n,
                      const int& k, const ComplexCell* a, const int* ja, const int* ia, const ComplexCell* b,
@@ -200,3 +192,15 @@ void mkl_zcsrmultcsr(const char* trans, const int& request, const int& sort, con
 }
 
 } // namespace Velmar::Lintrix::detail
+
+namespace Velmar::Lintrix {
+
+void mkl_dcsrmultcsr(const char* trans, const int& request, const int& sort, const int& m, const int& n,
+                     const int& k, const double* a, const int* ja, const int* ia, const double* b,
+                     const int* jb, const int* ib, double* c, int* jc, int* ic, const int& nzmax, int& info)
+{
+    detail::csrmultcsr<double>("MKL_DCSRMULTCSR", *trans, request, sort, k, {m, n, a, ja, ia}, b, jb, ib, c,
+                               jc, ic, nzmax, info);
+}
+
+} // namespace Velmar::Lintrix

@@ -18,7 +18,7 @@ template <class Cell>
 struct Product {
     int m, k; // A is m x k
     Cell alpha, beta;
-    CompressedRows<Cell> A;
+    CompressedRowsView<Cell> A;
     const Cell* x;
     Cell* y;
 
@@ -175,6 +175,13 @@ void multiplySymmetric(const Product<Cell>& p, bool conjugate)
     });
 }
 
+/// Transposed, a wide matrix has a longer y than its triangle reaches: the rest is scaled, like all of y.
+template <class Cell>
+void scaleBehindTriangle(const Product<Cell>& p)
+{
+    withScaling(p.beta, [&](auto scaled) { scaleRows<1>(p.yPanel(), p.m, p.k, scaled); });
+}
+
 template <class Cell>
 void csrmv(const char* routine, char trans, const char* descriptor, const Product<Cell>& product)
 {
@@ -186,6 +193,7 @@ void csrmv(const char* routine, char trans, const char* descriptor, const Produc
     }
     if (isSymmetric(descriptor)) {
         multiplySymmetric(product, trans == 'C');
+        if (trans != 'N') scaleBehindTriangle(product);
     } else if (isGeneral(descriptor)) {
         if (trans == 'N') {
             multiply(product);
@@ -197,14 +205,6 @@ void csrmv(const char* routine, char trans, const char* descriptor, const Produc
 
 } // namespace
 
-void mkl_dcsrmv(const char* transa, const int& m, const int& k, const double& alpha, const char* descriptor,
-                const double* values, const int* columns, const int* rowStarts, const int* rowEnds,
-                const double* x, const double& beta, double* y)
-{
-    csrmv<double>("MKL_DCSRMV", *transa, descriptor,
-                  {m, k, alpha, beta, {values, columns, rowStarts, rowEnds}, x, y});
-}
-
 void mkl_zcsrmv(const char* transa, const int& m, const int& k, const ComplexCell& alpha,
                 const char* descriptor, const ComplexCell* values, const int* columns, const int* rowStarts,
                 const int* rowEnds, const ComplexCell* x, const ComplexCell& beta, ComplexCell* y)
@@ -214,3 +214,15 @@ void mkl_zcsrmv(const char* transa, const int& m, const int& k, const ComplexCel
 }
 
 } // namespace Velmar::Lintrix::detail
+
+namespace Velmar::Lintrix {
+
+void mkl_dcsrmv(const char* transa, const int& m, const int& k, const double& alpha, const char* descriptor,
+                const double* values, const int* columns, const int* rowStarts, const int* rowEnds,
+                const double* x, const double& beta, double* y)
+{
+    detail::csrmv<double>("MKL_DCSRMV", *transa, descriptor,
+                          {m, k, alpha, beta, {values, columns, rowStarts, rowEnds}, x, y});
+}
+
+} // namespace Velmar::Lintrix

@@ -1,6 +1,6 @@
 // Dense to compressed rows.
 
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 #include <lintrix/sparse/kernels/parameter_check.h>
 
 #include <cstddef>
@@ -27,8 +27,8 @@ struct Job {
     int direction, denseBase, base, part, limit, filling;
 };
 
-/// An element that compares equal to zero is skipped: negative zero goes, a NaN stays. By contract elements
-/// beyond the limit are counted and not stored.
+/// An element that compares equal to zero is skipped: negative zero goes, a NaN stays. Elements beyond
+/// the limit are counted and not stored.
 void convert(const Job& job, int m, int n, const double* dense, int lda, double* values, int* columns,
              int* rowPointers, int& info)
 {
@@ -54,18 +54,23 @@ void convert(const Job& job, int m, int n, const double* dense, int lda, double*
 
 } // namespace
 
+} // namespace Velmar::Lintrix::detail
+
+namespace Velmar::Lintrix {
+
 void mkl_ddnscsr(const int* job, const int& m, const int& n, const double* dense, const int& lda,
                  double* values, int* columns, int* rowPointers, int& info)
 {
-    const Job named(job);
-    if (!parametersHold("MKL_DDNSCSR", {{named.isLegal(), 1}, {m >= 0, 2}, {n >= 0, 3}, {lda >= 0, 5}})) {
+    const detail::Job named(job);
+    if (!detail::parametersHold("MKL_DDNSCSR",
+                                {{named.isLegal(), 1}, {m >= 0, 2}, {n >= 0, 3}, {lda >= 0, 5}})) {
         return;
     }
     if (named.isServed()) {
-        convert(named, m, n, dense, lda, values, columns, rowPointers, info);
+        detail::convert(named, m, n, dense, lda, values, columns, rowPointers, info);
     } else {
-        info = kNotServed;
+        info = KernelNotServed;
     }
 }
 
-} // namespace Velmar::Lintrix::detail
+} // namespace Velmar::Lintrix

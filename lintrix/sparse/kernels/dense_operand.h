@@ -13,8 +13,9 @@
 
 namespace Velmar::Lintrix::detail {
 
+/// The caller's arrays of a sparse matrix, one-based.
 template <class Cell>
-struct CompressedRows {
+struct CompressedRowsView {
     const Cell* values;
     const int* columns;
     const int* starts; ///< of each row
@@ -60,7 +61,7 @@ void scaleRows(Panel<Cell> y, int first, int last, Scaling scaled)
 /// turn: in a single column one long chain of additions would wait for each of them, while a wider panel has
 /// chains enough.
 template <int Width, int Chains, class Cell, class Source, class Scaling>
-void gatherRows(CompressedRows<Cell> A, int first, int last, const Cell alpha, Source x, Panel<Cell> y,
+void gatherRows(CompressedRowsView<Cell> A, int first, int last, const Cell alpha, Source x, Panel<Cell> y,
                 Scaling scaled)
 {
     static_assert(Chains == 1 || Chains == 2);
@@ -89,7 +90,7 @@ void gatherRows(CompressedRows<Cell> A, int first, int last, const Cell alpha, S
 /// y += alpha*A'*x, or with the conjugated values of A, for an A of `rows` rows. The additions follow one
 /// another: the columns of y may overlap.
 template <int Width, bool Conjugate, class Cell>
-void scatterRows(CompressedRows<Cell> A, int rows, const Cell alpha, Panel<const Cell> x, Panel<Cell> y)
+void scatterRows(CompressedRowsView<Cell> A, int rows, const Cell alpha, Panel<const Cell> x, Panel<Cell> y)
 {
     for (int i = 0; i < rows; ++i) {
         Cell scaledX[Width];
@@ -108,7 +109,7 @@ void scatterRows(CompressedRows<Cell> A, int rows, const Cell alpha, Panel<const
 /// Rows `first` and up of y are written to, no others. y is scaled a little ahead of the additions, while it
 /// comes into the cache anyway. Returns the row up to which it is scaled; behind that, y is as it was.
 template <int Width, bool Conjugate, class Cell, class Scaling>
-int symmetricRows(CompressedRows<Cell> A, int first, int last, int size, const Cell alpha,
+int symmetricRows(CompressedRowsView<Cell> A, int first, int last, int size, const Cell alpha,
                   Panel<const Cell> x, Panel<Cell> y, Scaling scaled)
 {
     constexpr int kAhead = 256;

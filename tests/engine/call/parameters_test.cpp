@@ -7,27 +7,28 @@
 #include <map>
 
 using namespace Velmar::Lintrix::detail::engine;
+using Velmar::Lintrix::PardisoParameters;
 
 namespace {
 
 constexpr int kCallers = 4321;
 
-std::array<int, kParameters> defaultsFor(int mtype)
+std::array<int, PardisoParameters::kSlots> defaultsFor(int mtype)
 {
-    std::array<int, kParameters> iparm;
+    std::array<int, PardisoParameters::kSlots> iparm;
     iparm.fill(kCallers);
     applyDefaults(mtype, Parameters(iparm.data()));
     return iparm;
 }
 
-int slot(const std::array<int, kParameters>& iparm, int k)
+int slot(const std::array<int, PardisoParameters::kSlots>& iparm, int k)
 {
     return iparm[static_cast<std::size_t>(k) - 1];
 }
 
 TEST(Parameters, AreNumberedFromOne)
 {
-    std::array<int, kParameters> iparm{};
+    std::array<int, PardisoParameters::kSlots> iparm{};
     const Parameters parameters(iparm.data());
     parameters[Parameter::CallersValues] = 5;
     parameters[Parameter::Version] = 6;

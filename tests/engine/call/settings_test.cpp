@@ -7,6 +7,7 @@
 #include <limits>
 
 using namespace Velmar::Lintrix::detail::engine;
+using Velmar::Lintrix::PardisoParameters;
 
 namespace {
 
@@ -142,7 +143,7 @@ protected:
                 level,   nullptr, nullptr};
     }
 
-    std::array<int, kParameters> iparm{};
+    std::array<int, PardisoParameters::kSlots> iparm{};
     int level = 0;
     ControlBlock control{};
 };

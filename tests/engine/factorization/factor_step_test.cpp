@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -140,6 +141,29 @@ TEST(FactorStep, TheThresholdOfSymmetricTypesShrinksWithLargeAndWithSmallEntries
         const double smallest =
             *std::ranges::min_element(found, [](double x, double y) { return std::abs(x) < std::abs(y); });
         EXPECT_EQ(smallest, size >= 1. ? powerOfTen(8) / std::sqrt(size) : powerOfTen(8) * std::sqrt(size));
+    }
+}
+
+// The modulus of 3e4 + 4e4 i is 5e4. The diagonal is zero, so that the first pivot is the threshold.
+TEST(FactorStep, TheThresholdOfComplexTypesTakesTheModulusOfTheLargestEntry)
+{
+    for (const int mtype : {-4, 6}) {
+        EngineCall call({2, {0., 0., 3e4, 4e4, 0., 0.}, {1, 3, 4}, {1, 2, 2}}, mtype);
+        call.set(10, 8);
+        EXPECT_EQ(call.run(12), 0);
+        const std::complex<double> first = pivots<std::complex<double>>(call).front();
+        EXPECT_DOUBLE_EQ(first.real(), powerOfTen(8) / std::sqrt(5e4));
+        EXPECT_EQ(first.imag(), 0.);
+    }
+}
+
+TEST(FactorStep, AComplexPivotIsComparedWithTheThresholdByItsModulus)
+{
+    for (const auto& [imaginary, perturbed] : {std::pair{0.7e-3, 1}, {0.9e-3, 0}}) {
+        EngineCall call({2, {0.6e-3, imaginary, 0., 0., 0., 0., 1., 0.}, {1, 3, 5}, {1, 2, 1, 2}}, 13);
+        call.set(10, 3);
+        EXPECT_EQ(call.run(12), 0);
+        EXPECT_EQ(call.iparm(14), perturbed);
     }
 }
 

@@ -102,7 +102,7 @@ struct Outcome {
 template <class T>
 void perturb(T& pivot, RealOf<T> eps, PivotCounts& counts)
 {
-    if (magnitude(pivot) > eps) return;
+    if (std::abs(pivot) > eps) return;
     ++counts.perturbed;
     pivot = realPart(pivot) < 0 ? -eps : eps;
 }

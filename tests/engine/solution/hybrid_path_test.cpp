@@ -188,18 +188,131 @@ TEST(HybridPath, IteratingFirstFactorizesOnlyAfterAFailure)
     EXPECT_GT(call.iparm(20), 0);
 }
 
-// A new factor of a matrix without an inverse is no better than the old one, and a second is not tried.
-TEST(HybridPath, AFailureWithANewFactorIsAFailure)
+// Squares of such solutions, or of their corrections, are no doubles any more.
+TEST(HybridPath, AChangedMatrixIsSolvedAtAnyScaleOfItsSolution)
+{
+    for (const auto& [mtype, setting] : {std::pair(11, 61), std::pair(2, 62)}) {
+        for (const double scale : {1e-250, 1e-170, 1e-156, 1e156, 1e170, 1e250}) {
+            SCOPED_TRACE(scale);
+            Hybrid call(mtype, setting);
+            call.change(0.05);
+            for (double& value : call.b) value *= scale;
+            ASSERT_EQ(call.run(23), 0);
+            EXPECT_LT(call.scaledResidual(), setting == 61 ? 1e-11 : 1e-6);
+        }
+    }
+}
+
+/// A call whose iteration fails, and whose direct solution is poor: every pivot is replaced by a larger one,
+/// which makes the factor one of another matrix, and 10^-200 takes more than the largest budget.
+template <class T>
+struct Unreachable : SolveCall<T> {
+    Unreachable(int mtype, int kind) : SolveCall<T>(systemOf<T>(gridShape(12, 12, 1), mtype), 2)
+    {
+        for (T& value : this->A.a) value *= static_cast<RealOf<T>>(1e-4);
+        this->set(10, 1);
+        this->set(11, 0);
+        this->set(13, 0);
+        this->set(21, 0);
+        this->set(4, kind < 0 ? kind - 2000 : kind + 2000);
+    }
+};
+
+/// Expects what `iparm(4)` 0 gives, in `x` or, by `iparm(6)`, in `b`.
+template <class T>
+void expectDirectSolution(SolveCall<T>& call, int phase)
+{
+    SCOPED_TRACE(::testing::Message() << "type " << call.A.mtype << ", phase " << phase);
+    SolveCall<T> direct(call.A, 2);
+    direct.parameters = call.parameters;
+    direct.set(4, 0);
+    direct.b = call.b;
+    EXPECT_EQ(direct.run(13), 0);
+    std::fill(call.x.begin(), call.x.end(), T(0));
+    EXPECT_EQ(call.run(phase), 0);
+    EXPECT_LT(call.iparm(20), -10) << "the iteration is told all the same";
+    EXPECT_EQ(call.iparm(7), direct.iparm(7));
+    EXPECT_EQ(call.iparm(30), 0);
+    EXPECT_EQ(call.iparm(6) == 1 ? call.b : call.x, call.iparm(6) == 1 ? direct.b : direct.x);
+}
+
+// Another factor of the same values would be the same one: it is not made, and what the direct solve gives is
+// the answer, with the factor of this call or of an earlier one.
+template <class T>
+void testFailureWithTheFactorOfTheMatrix(int mtype, int kind)
+{
+    Unreachable<T> call(mtype, kind);
+    const FactorizationCount factorizations;
+    expectDirectSolution(call, 13);
+    const int before = factorizations.count();
+    expectDirectSolution(call, 33);
+    expectDirectSolution(call, 23);
+    EXPECT_EQ(factorizations.count(), before + 3) << "one by phase 23, two by the direct solves";
+    EXPECT_EQ(call.run(0), 0);
+    call.set(26, 1);                // nor are the steps of refinement forced upon anybody
+    expectDirectSolution(call, 33); // becomes a phase 23
+    call.set(6, 1);
+    expectDirectSolution(call, 23);
+}
+
+TEST(HybridPath, AnIterationThatFailsWithTheFactorOfItsMatrixLeavesTheDirectSolution)
+{
+    const ThreadSetting one(1); // sums have one order
+    for (const auto& [mtype, kind] : {std::pair(11, 1), std::pair(-2, 2), std::pair(-2, 1)}) {
+        testFailureWithTheFactorOfTheMatrix<double>(mtype, kind);
+        testFailureWithTheFactorOfTheMatrix<float>(mtype, kind);
+    }
+    for (const int mtype : {-4, 6, 13}) {
+        testFailureWithTheFactorOfTheMatrix<std::complex<double>>(mtype, 1);
+        testFailureWithTheFactorOfTheMatrix<std::complex<float>>(mtype, 2);
+    }
+}
+
+// How many iterations there may be is up to the clock; whether a system is solved is not.
+TEST(HybridPath, TheBudgetDoesNotDecideWhetherTheFactoredMatrixIsSolved)
+{
+    const ThreadSetting one(1);
+    for (const double factorSeconds : {0.0, 1000.0}) {
+        Unreachable<double> call(11, 1);
+        ASSERT_EQ(call.run(12), 0);
+        controlOf(call)[Real::FactorSeconds] = factorSeconds;
+        expectDirectSolution(call, 33);
+        EXPECT_EQ(controlOf(call)[Word::IterationBudget], factorSeconds == 0.0 ? 2 : 100);
+    }
+}
+
+// The values have changed, by one bit: another factor could do better, and a solve alone makes none.
+TEST(HybridPath, ASolveAloneTellsAFailureWithTheFactorOfAnotherMatrix)
+{
+    Unreachable<double> call(11, 1);
+    ASSERT_EQ(call.run(12), 0);
+    call.A.a.back() = std::nextafter(call.A.a.back(), 0.0);
+    EXPECT_EQ(call.run(33), -4);
+    EXPECT_LT(call.iparm(20), -10);
+}
+
+TEST(HybridPath, IteratingFirstTellsAFailureWithANewFactor)
+{
+    Unreachable<double> call(11, -1);
+    EXPECT_EQ(call.run(13), -4);
+    EXPECT_LT(call.iparm(20), -10);
+}
+
+// What failed with an old factor is tried with one new one and not with a second, even where the matrix has
+// no inverse and the direct solution is no number.
+TEST(HybridPath, AFailureIsFollowedByOneNewFactor)
 {
     for (const int budget : {100, 4}) { // the factor is made after the iteration, or before it
         Hybrid call(11, 61);
         std::fill(call.A.a.begin(), call.A.a.end(), std::nan(""));
         controlOf(call)[Word::IterationBudget] = budget;
         const FactorizationCount factorizations;
-        EXPECT_EQ(call.run(23), -4);
+        EXPECT_EQ(call.run(23), 0);
         EXPECT_EQ(factorizations.count(), 1);
-        EXPECT_EQ(call.iparm(20) % 10, -4);
-        EXPECT_EQ(call.iparm(30), -2) << "a breakdown";
+        EXPECT_EQ(call.iparm(20) % 10, -4) << "a breakdown";
+        EXPECT_EQ(call.iparm(30), 0);
+        EXPECT_EQ(call.run(23), 0);
+        EXPECT_EQ(factorizations.count(), 2) << "a failed iteration asks for a factor";
     }
 }
 

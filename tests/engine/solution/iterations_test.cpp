@@ -25,7 +25,7 @@ template <class T>
 IterationOutcome gradient(const IterativeSystem<T>& system, const IterationTerms& terms)
 {
     std::vector<T> work(static_cast<std::size_t>(conjugateGradientWork(system.n, system.count)));
-    std::vector<double> scalars(2 * static_cast<std::size_t>(system.count));
+    std::vector<GradientScalars> scalars(static_cast<std::size_t>(system.count));
     return conjugateGradient(system, terms, work.data(), scalars.data());
 }
 
@@ -163,13 +163,14 @@ TYPED_TEST(RealIterations, GradientsJudgeSlownessFromHalfOfTheBudgetOn)
 struct Small {
     std::vector<int> ia{1, 2, 3}, ja{1, 2};
     std::vector<double> a{1, 1}, b, x{1, 1};
+    double start = 1.0; // every element of it
 
     IterationOutcome run(IterationOutcome (*iterate)(const IterativeSystem<double>&, const IterationTerms&),
                          const Preconditioner<double>& solve, const IterationTerms& terms = kTerms)
     {
         const OwnedOperator<double> op({2, ia.data(), ja.data(), a.data(), Storage::General, false}, 1);
         const auto count = static_cast<int>(b.size() / 2);
-        x.assign(b.size(), 1.0);
+        x.assign(b.size(), start);
         return iterate({op.view, solve, b.data(), x.data(), 2, count}, terms);
     }
 };
@@ -208,6 +209,40 @@ TEST(IterationStatuses, WhatIsNoNumberIsABreakdownAndNeverASuccess)
     const Preconditioner<double> broken = times({1, 1, std::nan(""), 1});
     EXPECT_EQ(system.run(squared<double>, broken).status, IterationStatus::Breakdown);
     EXPECT_EQ(system.run(gradient<double>, broken).status, IterationStatus::Breakdown);
+}
+
+// Norms hold where squares pass the range of a double or fall below it. The budget ends with the test of the
+// start, which is the first of the squared form and the second of gradients.
+TEST(IterationStatuses, AStartIsJudgedRightlyAtAnyScale)
+{
+    const auto isGood = [](double scale, double b0, double b1, double factor) {
+        Small system{.b = {b0 * scale, b1 * scale}, .start = scale};
+        const Preconditioner<double> solve = times({factor, factor});
+        const bool good = system.run(squared<double>, solve, {1e-6, 10000.0, 1, 51}).told() > 0;
+        EXPECT_EQ(system.run(gradient<double>, solve, {1e-6, 10000.0, 2, 51}).told() > 0, good);
+        return good;
+    };
+    for (const double scale : {1e-300, 1e-170, 1e-156, 1e-100, 1e100, 1e156, 1e170, 1e300}) {
+        SCOPED_TRACE(scale);
+        EXPECT_FALSE(isGood(scale, 3, -5, 0.5));
+        EXPECT_FALSE(isGood(scale, 1 + 1e-5, 1, 1));
+        EXPECT_TRUE(isGood(scale, 1, 1, 1));
+        EXPECT_TRUE(isGood(scale, 1 + 1e-13, 1, 1));
+    }
+}
+
+TEST(IterationStatuses, AStartThatIsNotFiniteIsNoSuccess)
+{
+    constexpr double infinity = std::numeric_limits<double>::infinity(), nan = std::nan("");
+    for (const double start : {infinity, -infinity, nan}) {
+        for (const auto iterate : {squared<double>, gradient<double>}) {
+            for (const double factor : {1.0, 0.0}) {
+                Small system{.b = {3, -5}, .start = start};
+                EXPECT_NE(system.run(iterate, times({factor, factor})).status, IterationStatus::Converged)
+                    << start << ' ' << factor;
+            }
+        }
+    }
 }
 
 // What is logged, letter by letter. The identity with half of it as preconditioner: a start at twice the

@@ -163,6 +163,20 @@ TEST(RefinementLog, OfZeroRightHandSidesOrSolutionsTellsTheSumsThemselves)
     EXPECT_EQ(log.lines(), (std::vector<LogLine>{{change, {1, 0, 0}}, {residual, {1, 10, 10}}}));
 }
 
+TEST(RefinementLog, OfComplexNumbersSumsTheirModuli)
+{
+    using T = std::complex<double>;
+    const LogRecorder log;
+    const std::vector<int> ia{1, 2, 3}, ja{1, 2};
+    const std::vector<T> a{1, 1}, b{{3, 4}, {-5, 12}};
+    std::vector<T> x(2), r(2);
+    const OwnedOperator<T> op({2, ia.data(), ja.data(), a.data(), Storage::General, false}, 1);
+    const Preconditioner<T> none = [](const T*, T* z) { z[0] = z[1] = 0; };
+    refine<T>(op.view, none, b.data(), x.data(), 2, 1, 1, r.data());
+    ASSERT_EQ(log.lines().size(), 2U);
+    EXPECT_EQ(log.lines()[1], (LogLine{"(' ref_it:',f3.0,' sumres,sumrhs',2e12.3)", {1, 5 + 13, 5 + 13}}));
+}
+
 TEST(RefinementLog, WarnsOfAFirstResidualAboveTheRightHandSide)
 {
     const LogRecorder log;

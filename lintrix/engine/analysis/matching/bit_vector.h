@@ -11,8 +11,8 @@ namespace Velmar::Lintrix::detail::engine {
 /// std::span: copies see the same bits.
 class bvec_new {
 public:
-    /// Words that `bits` bits need. By contract 31 bits are reckoned to a word, so the last one may stay
-    /// unused.
+    /// Words that `bits` bits need. 31 bits are reckoned to a word, though each holds 32, so the last one may
+    /// stay unused; the pairs in a handle's matching block lie by this count, so it stays.
     static std::int64_t wordsFor(int bits) noexcept { return bits / 31 + 1; }
 
     bvec_new() noexcept = default;

@@ -1,6 +1,7 @@
 #include <lintrix/engine/analysis/matching/csr_record.h>
 
 #include <lintrix/engine/analysis/matching/bit_vector.h>
+#include <lintrix/engine/call/scalar.h>
 
 #include <cmath>
 #include <complex>
@@ -10,18 +11,6 @@
 namespace Velmar::Lintrix::detail::engine {
 
 namespace {
-
-double absolute(double x) noexcept
-{
-    return std::abs(x);
-}
-
-// In double precision also for float: no intermediate result leaves its range.
-template <class R>
-double absolute(const std::complex<R>& x) noexcept
-{
-    return std::hypot(static_cast<double>(x.real()), static_cast<double>(x.imag()));
-}
 
 // visit(row, column, k) for each entry of the record, k being the place of its value in the matrix.
 template <class T, class Visit>
@@ -53,7 +42,7 @@ void countRows(const CompressedRows<T>& matrix, Triangles triangles, std::span<i
 template <class T>
 double magnitudeOf(const T& x) noexcept
 {
-    return std::fmin(absolute(x), std::numeric_limits<double>::max());
+    return std::fmin(modulus(x), std::numeric_limits<double>::max());
 }
 
 template <class T>

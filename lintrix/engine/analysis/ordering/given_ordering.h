@@ -17,8 +17,8 @@ inline constexpr int kInconsistentPermutation = -11;
 /// eliminated in place k: the sense in which the solve step gathers the right-hand side, y(k) = b(perm(k)),
 /// and in which `copyOrdering` hands an order out, so that what one analysis gave, the next can take.
 ///
-/// By contract nobody has checked `perm` before. An element out of 1 .. n or one that comes twice would send
-/// the inverse out of its bounds or leave a hole in it; making the inverse meets both.
+/// Nobody has checked `perm` before: it comes as the caller wrote it. An element out of 1 .. n or one that
+/// comes twice would send the inverse out of its bounds or leave a hole in it; making the inverse meets both.
 /// @return  {Reordering, kInconsistentPermutation}; `ordering` is then undefined
 LINTRIX_TESTABLE Failure takeOrdering(std::span<const int> perm, Ordering ordering);
 

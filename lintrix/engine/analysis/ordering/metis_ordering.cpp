@@ -59,11 +59,12 @@ int largestDegree(const Graph& graph)
     return largest;
 }
 
-// By contract two sets of options. In the terms of METIS 4, eight words: non-default 1; matching 3, sorted
-// heavy edges; initial partition 1, grown by edges; refinement 2, one side of the separator at a time; debug
-// 0; ordering flags 1, vertices with the same neighbours taken as one; dense-node factor 200, in tenths of
-// the mean degree; 1 separator a level. The other set is all zeros, which asks for the defaults: the same but
-// for the dense-node factor, which is then 0. METIS 5 has the same choices and the same defaults by name.
+// Two sets of options: one for graphs in which a vertex has an eighth of the others for neighbours, and one
+// for all else. In the terms of METIS 4, eight words: non-default 1; matching 3, sorted heavy edges; initial
+// partition 1, grown by edges; refinement 2, one side of the separator at a time; debug 0; ordering flags 1,
+// vertices with the same neighbours taken as one; dense-node factor 200, in tenths of the mean degree; 1
+// separator a level. The other set is all zeros, which asks for the defaults: the same but for the dense-node
+// factor, which is then 0. METIS 5 has the same choices and the same defaults by name.
 Options optionsFor(const Graph& graph)
 {
     constexpr idx_t kDenseNodeFactor = 200;

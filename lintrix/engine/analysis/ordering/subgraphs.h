@@ -12,7 +12,7 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// By contract the end of a range that has no positions, whatever its first.
+/// The end of a range that has no positions, whatever its first, so that it is told from a range of one.
 inline constexpr int kEmptyEnd = -1;
 
 /// Numbers, two a range, that the list has room for with a part target of q: 2q - 1 ranges and more.
@@ -21,7 +21,7 @@ constexpr int subgraphNumbers(int target) noexcept
     return std::max(4 * target + 4, 1024);
 }
 
-/// Ranges of positions, by contract pairs (first, last). The first `independent` ones are the parts: no entry
+/// Ranges of positions, pairs (first, last). The first `independent` ones are the parts: no entry
 /// of the matrix joins two of them. The separators follow, those of the finest cut first and the root last,
 /// so that each stands behind all that it separates. The ranges count from 0; a caller who counts from 1 sees
 /// both ends one higher, but for the -1 of an empty one.
@@ -49,9 +49,9 @@ struct SubgraphList {
 /// One part with all n positions: an order that was not cut.
 LINTRIX_TESTABLE void wholeRange(int n, SubgraphList& list);
 
-/// The list of an order that came ready-made, from the caller or from the matched pairs: by contract (1, n -
-/// 1) and (n, n), counted from 1. With `repeatLast` the second stands twice, as the minimum degree orderings
-/// have it, and the list is then not well formed.
+/// The list of an order that came in one piece, from the caller, the matched pairs or minimum degree: (1, n -
+/// 1) and (n, n), counted from 1. With `repeatLast` the second stands twice and the list is not well formed,
+/// which keeps the steps behind it from working by its ranges.
 LINTRIX_TESTABLE void closedRanges(int n, bool repeatLast, SubgraphList& list);
 
 /// Makes ranges out of tags: rangeOf[k] in 0 .. count - 1 is the range that position k falls in. The

@@ -1,0 +1,23 @@
+#pragma once
+/// @file
+/// The cells of a block that an object keeps until its release.
+
+#include <lintrix/foundation/block.h>
+#include <lintrix/services/export.h>
+#include <lintrix/services/hardening.h>
+
+namespace Velmar::Lintrix::detail {
+
+[[noreturn]] LINTRIX_EXPORT void raiseReleased();
+
+/// Use after release is the caller's duty; the hardened build refuses it.
+template <class Cell>
+Cell* kept(const Block<Cell>& block)
+{
+    if constexpr (kHardened) {
+        if (!block) raiseReleased();
+    }
+    return block.get();
+}
+
+} // namespace Velmar::Lintrix::detail

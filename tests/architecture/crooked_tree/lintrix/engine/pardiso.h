@@ -1,0 +1,1 @@
+#include <lintrix/engine/call/handle.h>

@@ -1,0 +1,112 @@
+// The default strategy against ComputeAlways: a first Solve of the one is never worse than that of the other.
+
+#include <lintrix/solvers/sparse_solver.h>
+
+#include "tests/solvers/grids.h"
+#include "tests/support/files.h"
+#include "tests/support/thread_setting.h"
+
+#include <lintrix/sparse/matrix_market.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+constexpr int kSides = 3;
+
+/// Entry (i, j) is 1 / (i + j + 1). Of order 12 its condition is 2e16: no iteration gets better than its
+/// start.
+SparseMatrix hilbert(int n, AssemblyStorage storage)
+{
+    SparseAssemblerOptions options;
+    options.storage = storage;
+    options.lower = LowerEntries::Ignore;
+    SparseAssembler entries(n, n, options);
+    for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < n; ++j) entries.Add(i, j, 1.0 / (i + j + 1));
+    }
+    return entries.Assemble();
+}
+
+/// Right-hand sides of solutions that are known.
+Matrix rightHandSides(const SparseMatrix& A)
+{
+    Matrix B(A.Rows(), kSides);
+    for (int j = 0; j < kSides; ++j) B.SetColumn(j, A * someVector(A.Cols(), j));
+    return B;
+}
+
+struct Outcome {
+    bool solved = false;
+    double residual = 0.0; ///< the worst of the columns
+};
+
+Outcome firstSolve(const SparseMatrix& A, FactorizationStrategy strategy)
+{
+    SparseSolver solver(A);
+    solver.FactorizationStrategy(strategy);
+    const Matrix B = rightHandSides(A);
+    Outcome outcome;
+    try {
+        const Matrix X = solver.Solve(B);
+        outcome.solved = true;
+        for (int j = 0; j < kSides; ++j) {
+            const double residual = scaledResidual(A, X.ColVector(j), B.ColVector(j));
+            outcome.residual = residual <= outcome.residual ? outcome.residual : residual; // keeps a NaN
+        }
+    } catch (const OperationFailedException&) {
+        EXPECT_NE(solver.Status(), SolverStatus::Success);
+    }
+    return outcome;
+}
+
+/// Where ComputeAlways solves, so does the default: to its StoppingTolerance, where ComputeAlways solves
+/// well.
+/// @return  whether ComputeAlways solves well
+bool expectNoWorse(const SparseMatrix& A)
+{
+    constexpr double well = 1e-12, stoppingTolerance = 1e-6;
+    const Outcome always = firstSolve(A, FactorizationStrategy::ComputeAlways);
+    const Outcome asDefault = firstSolve(A, FactorizationStrategy::ComputeWhenNeeded);
+    EXPECT_TRUE(asDefault.solved || !always.solved);
+    const bool isGood = always.solved && always.residual < well;
+    if (isGood) {
+        EXPECT_LT(asDefault.residual, stoppingTolerance);
+    }
+    return isGood;
+}
+
+TEST(SparseSolverStrategy, ByDefaultAHilbertMatrixIsSolvedAsWellAsAlways)
+{
+    for (const int threads : {1, 2}) {
+        const ThreadSetting setting(threads);
+        SCOPED_TRACE(::testing::Message() << threads << " threads");
+        EXPECT_TRUE(expectNoWorse(hilbert(12, AssemblyStorage::General)));
+        expectNoWorse(hilbert(12, AssemblyStorage::Symmetric)); // with perturbed pivots
+    }
+}
+
+TEST(SparseSolverStrategy, ByDefaultRealMatricesAreSolvedAsWellAsAlways)
+{
+    for (const int threads : {1, 2}) {
+        const ThreadSetting setting(threads);
+        int good = 0;
+        for (const char* file :
+             {"662_bus.mtx",  "G51.mtx",      "Trefethen_500.mtx", "b1_ss.mtx",      "bcsstk04.mtx",
+              "bcsstm01.mtx", "curtis54.mtx", "fs_183_1.mtx",      "bfw782a.mtx.gz", "jagmesh7.mtx",
+              "jgl011.mtx",   "jpwh_991.mtx", "lnsp_131.mtx",      "mcca.mtx",       "kkt_MOSARQP1.mtx.gz",
+              "pde225.mtx",   "plskz362.mtx", "sherman4.mtx",      "sphere2.mtx",    "west0156.mtx",
+              "west0479.mtx"}) {
+            SCOPED_TRACE(::testing::Message() << file << ", " << threads << " threads");
+            if (expectNoWorse(ReadMatrixMarket(dataFile(file)))) ++good;
+        }
+        EXPECT_GE(good, 15) << "so many are regular and conditioned no worse than 1e15";
+    }
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
