@@ -41,7 +41,7 @@ Operand operandOf(TransposeMode mode, const Matrix& X)
         return {'T', X.Cols(), X.Rows()};
     case TransposeMode::ConjugateTransposed:
         return {'C', X.Cols(), X.Rows()};
-    default: // by contract not guarded: reads as NotTransposed
+    default: // the caller's fault, which only the hardened build looks at: reads as NotTransposed
         if constexpr (detail::kHardened)
             throw InvalidOperationException("The transposition mode is none of its three members.");
     }
@@ -99,15 +99,14 @@ Matrix operator*(const Matrix& A, double alpha)
 Matrix operator/(const Matrix& A, double alpha)
 {
     if (alpha == 0.0) throw ArgumentException("Division by zero error");
-    return A * (1.0 / alpha); // by contract the reciprocal, not the quotient
+    return A * (1.0 / alpha); // not the quotient: the last bit may differ
 }
 
 template <class Function>
 Matrix Matrix::applied(Function function) const
 {
     Matrix result(*this);
-    double* x = result.cells();
-    for (std::int32_t k = 0; k < result.mCells; ++k) x[k] = function(x[k], k);
+    detail::replaceEach(result.cells(), result.mCells, function);
     return result;
 }
 
@@ -126,7 +125,7 @@ Matrix Matrix::ApplyFunction(const DoubleFunction1Dbl1Int& function, std::int32_
     return applied([&](double x, std::int32_t) { return function(x, value); });
 }
 
-// By contract (column, row): callers' functions written for that order must keep working.
+// (column, row): callers' functions written for that order must keep working.
 Matrix Matrix::ApplyFunction(const DoubleFunction1Dbl2Int& function) const
 {
     const std::int32_t rows = mRows; // the copy's, whatever the function makes of this object

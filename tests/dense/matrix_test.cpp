@@ -34,6 +34,17 @@ constexpr const char* kTooManyCells = "The matrix would have more than 214748364
 
 const std::vector<double> kFour{1, 2, 3, 4};
 
+// What a const object hands to the members of its class cannot be written through. (An explicit instantiation
+// may name what is private.)
+template <const double* (Matrix::*cells)() const, const double* (Matrix::*column)(std::int64_t) const>
+struct MatrixReads {
+};
+template struct MatrixReads<&Matrix::cells, &Matrix::column>;
+template <const double* (Vector::*cells)() const>
+struct VectorReads {
+};
+template struct VectorReads<&Vector::cells>;
+
 // ---- construction: sizes
 
 TEST(Matrix, DefaultIsThreeByThreeZeros)

@@ -153,7 +153,7 @@ TEST(MatrixText, TheBufferIsSizedOnce)
     const Matrix A(40, 30, 1.0);
     const std::string text = A.ToString();
     EXPECT_EQ(text.size(), 40u * (2 + 30 * 5 + 29 + 3));
-    EXPECT_EQ(text.capacity(), text.size() + 3); // by contract a right border is counted for the last row too
+    EXPECT_EQ(text.capacity(), text.size() + 3); // a right border is counted for the last row, too
 }
 
 TEST(MatrixText, StreamsPrintTheDefaultForm)
@@ -243,8 +243,7 @@ TEST(MatrixData, InvalidSizesChangeNothing)
         {47461, 47461},
         {65536, 65537},
         {65536, 32768},
-        {INT_MAX, INT_MAX},
-        {INT_MAX, 1}};
+        {INT_MAX, INT_MAX}};
     for (const auto& [rows, cols] : sizes) {
         Matrix A = before;
         std::vector<std::byte> data = header(rows, cols);
@@ -257,6 +256,40 @@ TEST(MatrixData, InvalidSizesChangeNothing)
         }
         EXPECT_TRUE(A == before);
     }
+}
+
+// Sizes are looked at one by one; whether there is memory for them, the allocator says.
+TEST(MatrixData, ValidSizesThatMemoryCannotHoldChangeNothing)
+{
+    const Matrix before{{1, 2}, {3, 4}};
+    for (const auto& [rows, cols] :
+         {std::pair<std::int32_t, std::int32_t>(INT_MAX, 1), {1, INT_MAX}, {16384, 16385}, {40000, 40000}}) {
+        Matrix A = before;
+        {
+            const testing::FailingAllocator none(0);
+            EXPECT_THROW(A.Data(header(rows, cols)), NotEnoughMemoryException) << rows << " x " << cols;
+        }
+        EXPECT_TRUE(A == before);
+    }
+}
+
+// The size that is there already is not looked at.
+TEST(MatrixData, AMatrixWithoutRowsGoesThroughItsBytes)
+{
+    const Matrix none = Vector(std::vector<double>{}).ToMatrix();
+    Matrix same = none, other(2, 2);
+    same.Data(none.Data());
+    EXPECT_EQ(same.Rows(), 0);
+    EXPECT_EQ(same.Cols(), 1);
+    EXPECT_THROW(other.Data(none.Data()), InvalidSizeException);
+    EXPECT_EQ(other.Rows(), 2);
+}
+
+TEST(MatrixText, WithoutRowsOrColumnsTheBordersAreLeft)
+{
+    const Matrix none = Vector(std::vector<double>{}).ToMatrix();
+    EXPECT_EQ(none.ToString(), " |\n");
+    EXPECT_EQ(none.Transpose().ToString("F1", ", ", "[", "];", "]"), "[]");
 }
 
 TEST(MatrixData, AShortArrayFailsResizedAndPartlyWritten)

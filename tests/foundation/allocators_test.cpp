@@ -196,7 +196,7 @@ TYPED_TEST(AllocatorTest, RefusedRequestCountsNothing)
     EXPECT_EQ(total(), before);
 }
 
-// By contract the old size is withdrawn before the resize is tried, so it goes twice when that fails.
+// The old size is withdrawn before the resize is tried, so it goes twice when that fails.
 TYPED_TEST(AllocatorTest, FailedResizeKeepsTheBlockAndWithdrawsItsSizeTwice)
 {
     const std::int64_t before = total();

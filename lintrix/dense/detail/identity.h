@@ -9,7 +9,8 @@
 namespace Velmar::Lintrix::detail {
 
 /// Plain floating comparison, pair by pair: 0.0 equals -0.0, and NaN equals nothing, itself included.
-inline bool equalCells(const double* x, const double* y, std::int64_t count)
+template <class Cell>
+bool equalCells(const Cell* x, const Cell* y, std::int64_t count)
 {
     return std::equal(x, x + count, y);
 }
@@ -21,7 +22,8 @@ inline std::uint64_t hashedBits(double cell)
 }
 
 /// The exclusive or of all cells' halves, so that order does not matter and equal pairs cancel.
-inline std::int32_t hashOfCells(const double* cells, std::int64_t count)
+template <class Cell>
+std::int32_t hashOfCells(const Cell* cells, std::int64_t count)
 {
     std::uint64_t bits = 0;
     for (std::int64_t i = 0; i < count; ++i) bits ^= hashedBits(cells[i]);

@@ -24,12 +24,13 @@ inline void requireSizes(std::int32_t rows, std::int32_t cols)
     requireSize(cols);
 }
 
-/// Sizes that come with bytes or an archive from elsewhere: besides, their product is at most `mostCells`. A
-/// wrapped product must not be reached from outside the program. @throws InvalidSizeException
-inline void requireForeignSizes(std::int32_t rows, std::int32_t cols, std::int64_t mostCells)
+/// Sizes that come with bytes or an archive from elsewhere. Here alone this library is stricter than its
+/// constructors: a product past 2^31 - 1, which wraps there, is refused, since bytes are not a caller who
+/// could know. @throws InvalidSizeException
+inline void requireForeignSizes(std::int32_t rows, std::int32_t cols)
 {
     requireSizes(rows, cols);
-    if (std::int64_t{rows} * cols > mostCells) throw InvalidSizeException();
+    if (std::int64_t{rows} * cols > INT32_MAX) throw InvalidSizeException();
 }
 
 /// rows*cols in wrapping 32-bit arithmetic.

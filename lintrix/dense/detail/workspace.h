@@ -3,6 +3,7 @@
 /// What a call of LAPACK takes beside its operands: leading dimensions, and work space whose size is fixed by
 /// a formula of the caller. There are no workspace queries.
 
+#include <lintrix/dense/detail/sizes.h>
 #include <lintrix/foundation/block.h>
 #include <lintrix/foundation/failures.h>
 
