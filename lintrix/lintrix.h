@@ -16,6 +16,8 @@
 #include <lintrix/foundation/archive_stream.h>
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/number_format.h>
+#include <lintrix/foundation/rounding.h>
+#include <lintrix/foundation/transposition.h>
 #include <lintrix/services/blas_identity.h>
 #include <lintrix/services/buffer_pool.h>
 #include <lintrix/services/system_allocator.h>

@@ -49,11 +49,9 @@ Matrix::Matrix(const Array2D<double>& array) : Matrix(array, array.Rows(), array
 
 Matrix::Matrix(const Array2D<double>& array, std::int32_t rows, std::int32_t cols) : Matrix(rows, cols)
 {
-    const std::int64_t held = a.cells();
-    for (std::int64_t c = 0; c < std::min(cols, array.Cols()); ++c) {
-        const std::int32_t kept = detail::heldRows(held, rows, c, std::min(rows, array.Rows()));
-        for (std::int32_t r = 0; r < kept; ++r) a[r + rows * c] = array.Row(r)[c];
-    }
+    detail::fillLeading(
+        a, rows, std::min(rows, array.Rows()), std::min(cols, array.Cols()),
+        [&](std::int64_t r, std::int64_t c) { return array.Row(static_cast<std::int32_t>(r))[c]; });
 }
 
 Matrix::Matrix(std::span<const double> array, std::int32_t rows, std::int32_t cols)
@@ -65,7 +63,9 @@ Matrix::Matrix(std::span<const double> array, std::int32_t rows, std::int32_t co
     : Matrix(rows, cols)
 {
     if (order == StorageOrder::RowMajor) {
-        readRowMajor(array);
+        // A value is read before the length is looked at, so an empty array is no array of zeros.
+        if (array.empty()) throw IndexOutOfRangeException();
+        detail::readRowMajor(array, a, rows, cols, static_cast<std::size_t>(mCells));
     } else if (order == StorageOrder::ColumnMajor) {
         std::copy_n(array.begin(), std::min(array.size(), static_cast<std::size_t>(mCells)), a.get());
     }
@@ -99,28 +99,22 @@ Matrix& Matrix::operator=(Matrix matrix) noexcept
     return *this;
 }
 
+detail::BlockView<double> Matrix::view() const
+{
+    return {cells(), mRows, mCols};
+}
+
+void Matrix::commit(Block<double>&& block, std::int64_t rows, std::int64_t cols) noexcept
+{
+    *this = Matrix(std::move(block), static_cast<std::int32_t>(rows), static_cast<std::int32_t>(cols));
+}
+
 void Matrix::swap(Matrix& other) noexcept
 {
     std::swap(mRows, other.mRows);
     std::swap(mCols, other.mCols);
     std::swap(mCells, other.mCells);
     std::swap(a, other.a);
-}
-
-// By contract a value is written before the stop test, so an empty array fails at the first cell.
-void Matrix::readRowMajor(std::span<const double> array)
-{
-    if (array.empty()) throw IndexOutOfRangeException();
-    const std::size_t wanted = std::min(array.size(), static_cast<std::size_t>(mCells));
-    const std::int64_t held = a.cells();
-    std::size_t used = 0;
-    for (std::int32_t r = 0; r < mRows; ++r) {
-        for (std::int64_t c = 0; c < mCols; ++c) {
-            const double value = array[used++];
-            if (r + mRows * c < held) a[r + mRows * c] = value;
-            if (used >= wanted) return;
-        }
-    }
 }
 
 // ---- access and size
@@ -144,15 +138,14 @@ void Matrix::Cols(std::int32_t value)
 
 void Matrix::Resize(std::int32_t rows, std::int32_t cols)
 {
-    resizeTo(rows, cols, [](auto r, auto c) { return detail::cellCount(r, c); });
+    resizeTo(rows, cols, detail::cellCount);
 }
 
 void Matrix::resizeTo(std::int32_t rows, std::int32_t cols, CellCount count)
 {
     if (rows == mRows && cols == mCols) return;
     detail::requireSizes(rows, cols);
-    Matrix fresh(detail::resized(cells(), mRows, mCols, rows, cols, count(rows, cols)), rows, cols);
-    swap(fresh);
+    commit(detail::resized(view(), rows, cols, count(rows, cols)), rows, cols);
 }
 
 void Matrix::FillRandom(double lowerBound, double upperBound, std::int32_t decimals)

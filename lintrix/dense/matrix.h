@@ -5,6 +5,7 @@
 /// Element (r, c), counted from 0, stands at block offset r + Rows()*c: column-major, unpadded, the row count
 /// is always the leading dimension. Each object owns its block alone; parts of a matrix are copied out.
 
+#include <lintrix/dense/detail/kept.h>
 #include <lintrix/foundation/array2d.h>
 #include <lintrix/foundation/block.h>
 #include <lintrix/foundation/capabilities.h>
@@ -31,7 +32,8 @@ class Vector;
 
 namespace detail {
 struct DenseAccess;
-[[noreturn]] LINTRIX_EXPORT void raiseReleased();
+template <class Cell>
+struct BlockView;
 [[noreturn]] LINTRIX_EXPORT void raiseRowIndex();
 [[noreturn]] LINTRIX_EXPORT void raiseColumnIndex();
 } // namespace detail
@@ -56,8 +58,9 @@ public:
     Matrix();
     /// rows x cols zeros. Explicit, so that a list of numbers is never taken for a size.
     explicit Matrix(std::int32_t rows, std::int32_t cols);
-    /// Zeros, then `diagonal` at block offsets 0, rows+1, 2(rows+1), ... By contract to the end of the block:
-    /// in a matrix wider than rows+1 the diagonal starts again in column rows+1.
+    /// Zeros, then `diagonal` at block offsets 0, rows+1, 2(rows+1), ... to the end of the block: in a matrix
+    /// wider than rows+1 the diagonal starts again in column rows+1. Callers build repeated diagonals so, and
+    /// it stays; for one diagonal alone make a square matrix and resize it.
     explicit Matrix(std::int32_t rows, std::int32_t cols, double diagonal);
     /// All elements of `array`.
     Matrix(const Array2D<double>& array);
@@ -125,8 +128,8 @@ public:
     Matrix Clone() const { return *this; }
     /// The cloneable capability: holds a `Matrix`.
     std::any CloneableClone() const { return Clone(); }
-    /// Releases the block at once; may be repeated. By contract no operation looks whether the object was
-    /// released (the hardened build does, and raises InvalidOperationException).
+    /// Releases the block at once; may be repeated. Not to use the object afterwards is the caller's duty: no
+    /// operation looks (the hardened build does, and raises InvalidOperationException).
     void Dispose() noexcept { a.reset(); }
     /// @}
 
@@ -139,8 +142,9 @@ public:
     /// keeps the block; another replaces it. @throws InvalidSizeException  as the constructors
     void Resize(std::int32_t rows, std::int32_t cols);
     /// Each cell in block order: u*(upperBound - lowerBound) + lowerBound with u uniform in [0, 1) from the
-    /// shared generator, rounded to `decimals` digits. By contract `decimals` is 0 where it is not given, so
-    /// a fill between 0 and 1 yields only those two; no bound is checked.
+    /// shared generator, rounded to `decimals` digits. `decimals` is 0 where it is not given, so a fill
+    /// between 0 and 1 yields only those two: for fractions give it. Callers rely on the whole numbers, so
+    /// the default stays. No bound is checked.
     /// @throws ArgumentOutOfRangeException  decimals outside 0 to 15; the block is untouched
     void FillRandom() { FillRandom(0.0, 10.0, 0); }
     void FillRandom(double lowerBound, double upperBound) { FillRandom(lowerBound, upperBound, 0); }
@@ -173,13 +177,15 @@ public:
     friend Matrix operator*(double alpha, const Matrix& A) { return A * alpha; }
     static Matrix Multiply(const Matrix& A, double alpha) { return A * alpha; }
     Matrix Times(double alpha) const { return *this * alpha; }
-    /// cell*(1/alpha): by contract multiplication by the reciprocal, so 49.0 / 49.0 is 0.9999999999999999.
+    /// cell*(1/alpha): the reciprocal is multiplied, so 49.0 / 49.0 is 0.9999999999999999. Results are
+    /// compared bit by bit with stored ones, so it is not a quotient.
     /// @throws ArgumentException  alpha is 0.0 or -0.0: "Division by zero error"
     LINTRIX_EXPORT friend Matrix operator/(const Matrix& A, double alpha);
     static Matrix Divide(const Matrix& A, double alpha) { return A / alpha; }
 
     /// The caller's function on each cell x of a copy, in block order. In the indexed forms `index1` is the
-    /// column and `index2` the row, by contract against the order of `Item`. A failure of the function
+    /// column and `index2` the row, against the order of `Item`: functions written for that order must keep
+    /// working. What the function makes of this object does not show in the result. A failure of the function
     /// travels out.
     Matrix ApplyFunction(const DoubleFunction1Dbl& function) const;                         ///< f(x)
     Matrix ApplyFunction(const DoubleFunction2Dbl& function, double value2) const;          ///< f(x, value2)
@@ -217,8 +223,8 @@ public:
     /// @throws SizeMismatchException  length of x, then of y: "Matrix sizes do not match."
     static void Multiply(double alpha, TransposeMode transA, const Matrix& A, const Vector& x, double beta,
                          Vector& y);
-    /// alpha*A*B + beta*C as a new matrix. By contract a C of another shape is cut or zero-filled, no
-    /// failure.
+    /// alpha*A*B + beta*C as a new matrix. A C of another shape is no failure: it is cut or zero-filled at
+    /// its own coordinates. Callers rely on that, so it stays; the form with a target in place refuses it.
     static Matrix Multiply(double alpha, const Matrix& A, const Matrix& B, double beta, const Matrix& C);
 
     /// A new Cols() x Rows() matrix.
@@ -239,9 +245,10 @@ public:
     /// @throws NotSquareMatrixException  "Determinant can be calculated only for a square matrix."
     double Determinant() const;
     /// X with A*X = rightHands, Cols() x columns of rightHands: square by `LU`, tall in the least-squares
-    /// sense by `QR`, wide by `LQ`. An exactly singular square matrix goes on to `LQ` by contract: no
-    /// failure, non-finite cells included. Of a tall or wide system with several right-hand columns only the
-    /// first column of the result is settled (see `QR::Solve`, `LQ::Solve`).
+    /// sense by `QR`, wide by `LQ`. An exactly singular square matrix goes on to `LQ` without a failure, and
+    /// its result may hold cells that are not finite: callers rely on getting a matrix, and learn of it by
+    /// the form below. Of a tall or wide system with several right-hand columns only the first column of the
+    /// result is settled (see `QR::Solve`, `LQ::Solve`).
     /// @throws SizeMismatchException  row counts differ: "Right hand sides matrix not sized correctly."
     Matrix Solve(const Matrix& rightHands) const;
     /// The same, and tells which factorization answered: the way to learn that a square system was singular.
@@ -360,16 +367,17 @@ public:
     /// @}
 
     /// @name Statistics of the columns
-    /// By contract one-pass sums without centring, and the divisor is the row count n.
+    /// One-pass sums without centring, and the divisor is the row count n, not n - 1: the figures of a whole
+    /// population. Stored results are compared with them, so the formulas stay, also where the columns are
+    /// nearly constant and centred sums would tell more digits.
     /// @{
 
     /// Cols() x Cols(), 1 on the diagonal. A column without variance has 0 against every other.
     Matrix CorrelationMatrix() const;
     /// Cols() x Cols(), population covariances.
     Matrix CovarianceMatrix() const;
-    /// 1 for a column with itself, unread; by contract no test for zero variance, so a constant column gives
-    /// NaN
-    /// (`CorrelationMatrix` differs here).
+    /// 1 for a column with itself, unread. No test for zero variance: a constant column gives NaN, where
+    /// `CorrelationMatrix` gives 0, and callers tell the two cases apart by it.
     double ColCorrelation(std::int32_t col1, std::int32_t col2) const;
     double ColCovariance(std::int32_t col1, std::int32_t col2) const;
 
@@ -388,15 +396,16 @@ public:
     /// difference passes.
     bool IsSymmetric() const { return IsSymmetric(1e-09); }
     bool IsSymmetric(double tolerance) const;
-    /// No cell differs by more than |tolerance|, 1e-9 if not given; a NaN difference passes. By contract the
-    /// blocks are compared as far as this object has cells, and the shapes are not; `A` must have as many
-    /// cells (the hardened build checks it).
+    /// No cell differs by more than |tolerance|, 1e-9 if not given; a NaN difference passes. The blocks are
+    /// compared as far as this object has cells, and the shapes are not: callers compare reshaped copies so.
+    /// `A` must have as many cells (the hardened build checks it); `operator==` looks at the shape.
     bool IsEqual(const Matrix& A) const { return IsEqual(A, 1e-09); }
     bool IsEqual(const Matrix& A, double tolerance) const;
     bool HasINFs() const;
     bool HasNaNs() const;
-    /// By contract the opposite of what the name says, and of `Vector::IsFinite`: true if some cell is
-    /// infinite or NaN, false if there is none. Callers rely on it.
+    /// The opposite of what the name says, and of `Vector::IsFinite`: true if some cell is infinite or NaN,
+    /// false if there is none. Callers test for it as it is, so it stays; `!HasINFs() && !HasNaNs()` asks for
+    /// finiteness.
     bool IsFinite() const;
     /// @}
 
@@ -427,11 +436,12 @@ public:
     /// Rows() and Cols() as 32-bit numbers, then the block, in the machine's byte order.
     /// @throws NotSupportedException  the block does not fit: "The byte form holds at most 2147483647 bytes."
     std::vector<std::byte> Data() const;
-    /// Reads that form: `Resize`, then the cells. A surplus is ignored. By contract an array that ends before
-    /// its cells do fails with the object resized and the cells that are there written.
+    /// Reads that form: `Resize`, then the cells. A surplus is ignored. An array that ends before its cells
+    /// do fails with the object resized and the cells that are there written; callers use what is there.
     /// @throws IndexOutOfRangeException  too short; without a whole header nothing has changed
-    /// @throws InvalidSizeException      sizes outside 1 to MaxSize, or of more cells than the form holds;
+    /// @throws InvalidSizeException      a new size outside 1 to MaxSize, or of more than 2^31 - 1 cells;
     /// nothing has changed
+    /// @throws NotEnoughMemoryException  there is no memory for the size; nothing has changed
     void Data(std::span<const std::byte> data);
     /// Adds "Rows", "Cols" (32-bit numbers) and "Data" (the cells in block order).
     void GetObjectData(SerializationInfo& info, const StreamingContext& context) const;
@@ -446,10 +456,15 @@ public:
     /// cells does not matter, and pairs of equal cells cancel.
     std::int32_t GetHashCode() const;
     LINTRIX_EXPORT friend bool operator==(const Matrix& A, const Matrix& B);
+    /// As with the matrix of that array, whatever its lower bounds; no failure for an array without elements.
+    LINTRIX_EXPORT friend bool operator==(const Matrix& A, const Array2D<double>& array);
     /// Null equals null and nothing else. `operator!=` and its like are the negation.
     static bool Equals(const Matrix* A, const Matrix* B) { return A && B ? *A == *B : A == B; }
     bool Equals(const Matrix& object) const { return *this == object; }
     bool Equals(const Matrix* object) const { return object && *this == *object; }
+    /// What the holder holds decides; an empty one, or one of another class, is not equal.
+    bool Equals(const std::any& object) const { return Equals(std::any_cast<Matrix>(&object)); }
+    bool Equals(const std::optional<Matrix>& object) const { return object && *this == *object; }
     /// False: an object of another class, a vector among them.
     template <AnotherClass<Matrix> T>
     bool Equals(const T&) const
@@ -479,8 +494,9 @@ private:
 
     using CellCount = std::int32_t (*)(std::int32_t rows, std::int32_t cols);
     void resizeTo(std::int32_t rows, std::int32_t cols, CellCount count);
+    /// Takes over a finished block of another size or order.
+    void commit(detail::Block<double>&& block, std::int64_t rows, std::int64_t cols) noexcept;
     void swap(Matrix& other) noexcept;
-    void readRowMajor(std::span<const double> array);
     template <class Function>
     Matrix applied(Function function) const;
     void requireRow(std::int32_t row) const
@@ -491,15 +507,11 @@ private:
     {
         if (col < 0 || col >= mCols) detail::raiseColumnIndex();
     }
-    double* column(std::int64_t col) const { return cells() + mRows * col; }
-
-    double* cells() const
-    {
-        if constexpr (detail::kHardened) {
-            if (!a) detail::raiseReleased();
-        }
-        return a.get();
-    }
+    double* column(std::int64_t col) { return cells() + mRows * col; }
+    const double* column(std::int64_t col) const { return cells() + mRows * col; }
+    detail::BlockView<double> view() const;
+    double* cells() { return detail::kept(a); }
+    const double* cells() const { return detail::kept(a); }
     std::int64_t offset(std::int32_t row, std::int32_t col) const
     {
         requireRow(row);

@@ -17,6 +17,8 @@
 
 namespace Velmar::Lintrix {
 
+using detail::leadingDimension;
+
 namespace {
 
 void requireSameShape(const Matrix& A, const Matrix& B)
@@ -39,7 +41,7 @@ Operand operandOf(TransposeMode mode, const Matrix& X)
         return {'T', X.Cols(), X.Rows()};
     case TransposeMode::ConjugateTransposed:
         return {'C', X.Cols(), X.Rows()};
-    default: // by contract not guarded: reads as NotTransposed
+    default: // the caller's fault, which only the hardened build looks at: reads as NotTransposed
         if constexpr (detail::kHardened)
             throw InvalidOperationException("The transposition mode is none of its three members.");
     }
@@ -97,15 +99,14 @@ Matrix operator*(const Matrix& A, double alpha)
 Matrix operator/(const Matrix& A, double alpha)
 {
     if (alpha == 0.0) throw ArgumentException("Division by zero error");
-    return A * (1.0 / alpha); // by contract the reciprocal, not the quotient
+    return A * (1.0 / alpha); // not the quotient: the last bit may differ
 }
 
 template <class Function>
 Matrix Matrix::applied(Function function) const
 {
     Matrix result(*this);
-    double* x = result.cells();
-    for (std::int32_t k = 0; k < result.mCells; ++k) x[k] = function(x[k], k);
+    detail::replaceEach(result.cells(), result.mCells, function);
     return result;
 }
 
@@ -124,7 +125,7 @@ Matrix Matrix::ApplyFunction(const DoubleFunction1Dbl1Int& function, std::int32_
     return applied([&](double x, std::int32_t) { return function(x, value); });
 }
 
-// By contract (column, row): callers' functions written for that order must keep working.
+// (column, row): callers' functions written for that order must keep working.
 Matrix Matrix::ApplyFunction(const DoubleFunction1Dbl2Int& function) const
 {
     const std::int32_t rows = mRows; // the copy's, whatever the function makes of this object
@@ -184,8 +185,9 @@ void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, Trans
         throw SizeMismatchException("Incorrect size for matrix C.");
     requireDistinct(C.cells(), A.cells());
     requireDistinct(C.cells(), B.cells());
-    detail::blas::gemm(opA.letter, opB.letter, opA.rows, opB.cols, opA.cols, alpha, A.cells(), A.mRows,
-                       B.cells(), B.mRows, beta, C.cells(), C.mRows);
+    detail::blas::gemm(opA.letter, opB.letter, opA.rows, opB.cols, opA.cols, alpha, A.cells(),
+                       leadingDimension(A.mRows), B.cells(), leadingDimension(B.mRows), beta, C.cells(),
+                       leadingDimension(C.mRows));
 }
 
 void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, const Vector& x, double beta,
@@ -195,8 +197,8 @@ void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, const
     const std::int32_t inner = transposed ? A.mRows : A.mCols, outer = transposed ? A.mCols : A.mRows;
     if (x.Length() != inner || y.Length() != outer) throw SizeMismatchException();
     requireDistinct(y.cells(), x.cells());
-    detail::blas::gemv(transposed ? 'T' : 'N', A.mRows, A.mCols, alpha, A.cells(), A.mRows, x.cells(), 1,
-                       beta, y.cells(), 1);
+    detail::blas::gemv(transposed ? 'T' : 'N', A.mRows, A.mCols, alpha, A.cells(), leadingDimension(A.mRows),
+                       x.cells(), 1, beta, y.cells(), 1);
 }
 
 Matrix Matrix::Multiply(double alpha, const Matrix& A, const Matrix& B, double beta, const Matrix& C)

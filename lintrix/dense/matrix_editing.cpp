@@ -8,12 +8,12 @@
 
 #include <lintrix/dense/access.h>
 #include <lintrix/dense/detail/column_major.h>
+#include <lintrix/dense/detail/editing.h>
 #include <lintrix/dense/detail/sorting.h>
 #include <lintrix/dense/vector.h>
 #include <lintrix/services/blas.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 namespace Velmar::Lintrix {
@@ -128,34 +128,22 @@ Matrix Matrix::SubMatrix(std::int32_t startRow, std::int32_t endRow, std::int32_
     requireRow(endRow);
     requireColumn(startCol);
     requireColumn(endCol);
-    const int rowStep = endRow < startRow ? -1 : 1, colStep = endCol < startCol ? -1 : 1;
-    Matrix part(Uninitialised{}, std::abs(endRow - startRow) + 1, std::abs(endCol - startCol) + 1);
-    for (std::int32_t j = 0; j < part.mCols; ++j) {
-        const double* source = column(startCol + j * colStep) + startRow;
-        double* target = part.column(j);
-        for (std::int32_t i = 0; i < part.mRows; ++i) target[i] = source[i * rowStep];
-    }
-    return part;
+    const detail::Stretch rows(startRow, endRow), cols(startCol, endCol);
+    return {detail::partOf(view(), rows, cols), rows.count, cols.count};
 }
 
 std::optional<Matrix> Matrix::Concatenate(const Matrix& A, const Matrix& B, ConcatenateMode mode)
 {
     if (mode == ConcatenateMode::Horizontally) return Concatenate(A, B);
     if (mode != ConcatenateMode::Vertically) return std::nullopt;
-    Matrix joined(Uninitialised{}, std::int64_t{A.mRows} + B.mRows, std::max(A.mCols, B.mCols));
-    joined.Clear();
-    detail::copyPart(A.cells(), A.mRows, joined.cells(), joined.mRows, A.mRows, A.mCols);
-    detail::copyPart(B.cells(), B.mRows, joined.cells() + A.mRows, joined.mRows, B.mRows, B.mCols);
-    return joined;
+    auto joined = detail::joinedDown(A.view(), B.view()); // which refuses a sum past 32 bits
+    return Matrix(std::move(joined), A.mRows + B.mRows, std::max(A.mCols, B.mCols));
 }
 
 Matrix Matrix::Concatenate(const Matrix& A, const Matrix& B)
 {
-    Matrix joined(Uninitialised{}, std::max(A.mRows, B.mRows), std::int64_t{A.mCols} + B.mCols);
-    joined.Clear();
-    detail::copyPart(A.cells(), A.mRows, joined.cells(), joined.mRows, A.mRows, A.mCols);
-    detail::copyPart(B.cells(), B.mRows, joined.column(A.mCols), joined.mRows, B.mRows, B.mCols);
-    return joined;
+    auto joined = detail::joinedAcross(A.view(), B.view());
+    return {std::move(joined), std::max(A.mRows, B.mRows), A.mCols + B.mCols};
 }
 
 // ---- sorting and reordering
@@ -195,13 +183,7 @@ void Matrix::ReorderRows(std::span<const std::int32_t> pivots)
     if (pivots.size() != static_cast<std::size_t>(mRows))
         throw SizeMismatchException("Array size does not match.");
     detail::requirePermutation(pivots);
-    Matrix fresh(Uninitialised{}, mRows, mCols);
-    for (std::int32_t j = 0; j < mCols; ++j) { // column by column: both sides stay in cache
-        const double* source = column(j);
-        double* target = fresh.column(j);
-        for (std::int32_t i = 0; i < mRows; ++i) target[pivots[static_cast<std::size_t>(i)]] = source[i];
-    }
-    swap(fresh);
+    commit(detail::withRowsMoved(view(), pivots), mRows, mCols);
 }
 
 void Matrix::ReorderCols(std::span<const std::int32_t> pivots)
@@ -209,59 +191,33 @@ void Matrix::ReorderCols(std::span<const std::int32_t> pivots)
     if (pivots.size() != static_cast<std::size_t>(mCols))
         throw SizeMismatchException("Array size does not match.");
     detail::requirePermutation(pivots);
-    Matrix fresh(Uninitialised{}, mRows, mCols);
-    for (std::int32_t j = 0; j < mCols; ++j) {
-        std::copy_n(column(j), mRows, fresh.column(pivots[static_cast<std::size_t>(j)]));
-    }
-    swap(fresh);
+    commit(detail::withColumnsMoved(view(), pivots), mRows, mCols);
 }
 
 // ---- deleting and inserting
 
-// The tail of a column below the deleted row and the head of the next above it lie next to each other in both
-// blocks, so that each such pair moves as one piece.
 void Matrix::DeleteRow(std::int32_t row)
 {
     requireIndex(row, mRows == 1 ? 0 : mRows);
-    const std::int64_t r = mRows, q = r - 1, c = mCols;
-    Matrix fresh(Uninitialised{}, mRows - 1, mCols);
-    const double* old = cells();
-    double* target = fresh.cells();
-    std::copy_n(old, row, target);
-    for (std::int64_t j = 0; j < c - 1; ++j) std::copy_n(old + r * j + row + 1, q, target + row + j * q);
-    std::copy_n(old + r * (c - 1) + row + 1, q - row, target + q * (c - 1) + row);
-    swap(fresh);
+    commit(detail::withoutRow(view(), row), std::int64_t{mRows} - 1, mCols);
 }
 
 void Matrix::DeleteColumn(std::int32_t column)
 {
     requireIndex(column, mCols == 1 ? 0 : mCols);
-    Matrix fresh(Uninitialised{}, mRows, mCols - 1);
-    double* behind = std::copy(cells(), this->column(column), fresh.cells());
-    std::copy(this->column(column + 1), this->column(mCols), behind);
-    swap(fresh);
+    commit(detail::withoutColumn(view(), column), mRows, std::int64_t{mCols} - 1);
 }
 
 void Matrix::InsertRow(std::int32_t index)
 {
     requireIndex(index, std::int64_t{mRows} + 1);
-    Matrix fresh(Uninitialised{}, std::int64_t{mRows} + 1, mCols);
-    for (std::int32_t j = 0; j < mCols; ++j) {
-        double* gap = std::copy_n(column(j), index, fresh.column(j));
-        *gap = 0.0;
-        std::copy(column(j) + index, column(j) + mRows, gap + 1);
-    }
-    swap(fresh);
+    commit(detail::withRow(view(), index), std::int64_t{mRows} + 1, mCols);
 }
 
 void Matrix::InsertColumn(std::int32_t index)
 {
     requireIndex(index, std::int64_t{mCols} + 1);
-    Matrix fresh(Uninitialised{}, mRows, std::int64_t{mCols} + 1);
-    double* gap = std::copy(cells(), column(index), fresh.cells());
-    double* behind = std::fill_n(gap, mRows, 0.0);
-    std::copy(column(index), column(mCols), behind);
-    swap(fresh);
+    commit(detail::withColumn(view(), index), mRows, std::int64_t{mCols} + 1);
 }
 
 } // namespace Velmar::Lintrix

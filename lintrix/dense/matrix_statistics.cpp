@@ -1,10 +1,12 @@
 // Reductions, statistics, normalization and tests of Matrix.
 //
-// By contract the formulas hold down to the order of operations: the statistics are one-pass sums without
-// centring, the divisor is the full row count, and several tests have edges of their own.
+// The formulas hold down to the order of operations, since their results are compared with stored ones: the
+// statistics are one-pass sums without centring, the divisor is the full row count, and several tests have
+// edges of their own.
 
 #include <lintrix/dense/matrix.h>
 
+#include <lintrix/dense/detail/sizes.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
 
@@ -118,15 +120,16 @@ struct ColumnSums {
 
 double Matrix::Norm(NormType type) const
 {
+    const std::int32_t lda = detail::leadingDimension(mRows);
     switch (type) {
     case NormType::InfinityNorm:
-        return detail::lapack::lange('I', mRows, mCols, cells(), mRows, Block<double>(mRows).get());
+        return detail::lapack::lange('I', mRows, mCols, cells(), lda, Block<double>(mRows).get());
     case NormType::OneNorm:
-        return detail::lapack::lange('1', mRows, mCols, cells(), mRows, nullptr);
+        return detail::lapack::lange('1', mRows, mCols, cells(), lda, nullptr);
     case NormType::MaxAbsValue:
-        return detail::lapack::lange('M', mRows, mCols, cells(), mRows, nullptr);
-    default: // by contract other values are not guarded: they read as FrobeniusNorm
-        return detail::lapack::lange('F', mRows, mCols, cells(), mRows, nullptr);
+        return detail::lapack::lange('M', mRows, mCols, cells(), lda, nullptr);
+    default: // other values are the caller's fault; they read as FrobeniusNorm
+        return detail::lapack::lange('F', mRows, mCols, cells(), lda, nullptr);
     }
 }
 
@@ -214,7 +217,7 @@ double Matrix::ColCorrelation(std::int32_t col1, std::int32_t col2) const
     if (col1 == col2) return 1.0;
     const PairSums s(column(col1), column(col2), mRows);
     const double f = mRows;
-    // By contract no test for zero; CorrelationMatrix differs here.
+    // No test for zero, where CorrelationMatrix has one: a constant column is NaN here and 0 there.
     return (f * s.sxy - s.sy * s.sx) /
            (std::sqrt(f * s.syy - s.sy * s.sy) * std::sqrt(f * s.sxx - s.sx * s.sx));
 }
@@ -274,7 +277,7 @@ bool Matrix::HasNaNs() const
     return std::any_of(cells(), cells() + mCells, [](double x) { return std::isnan(x); });
 }
 
-// By contract the opposite of what the name says; callers of the class test for it.
+// The opposite of what the name says; callers of the class test for it, so it stays.
 bool Matrix::IsFinite() const
 {
     return !std::all_of(cells(), cells() + mCells, [](double x) { return std::isfinite(x); });

@@ -43,7 +43,7 @@ Vector::Vector(std::int32_t size, double value) : mCells((detail::requireSize(si
     std::fill_n(a.get(), size, value);
 }
 
-// By contract an empty array is accepted here and nowhere else.
+// An empty array is accepted here and nowhere else: callers hand on what they have collected.
 Vector::Vector(std::span<const double> array) : mCells(arrayLength(array)), a(mCells)
 {
     std::copy(array.begin(), array.end(), a.get());
@@ -158,7 +158,7 @@ void Vector::Normalize(NormalizeMode mode)
         const double s = detail::blas::dot(mCells, x, 1, x, 1);
         if (s != 0.0) detail::blas::scal(mCells, 1.0 / std::sqrt(s), x, 1);
     } else if (mode == NormalizeMode::MaximumOne) {
-        // By contract the factor is the element itself, not its reciprocal; Matrix differs here.
+        // The factor is the element itself, not its reciprocal; Matrix differs here.
         const double largest = x[detail::blas::iamax(mCells, x, 1)];
         detail::blas::scal(mCells, largest, x, 1);
     } else if (mode == NormalizeMode::ZScores) {
@@ -166,8 +166,8 @@ void Vector::Normalize(NormalizeMode mode)
     }
 }
 
-// x := (x - mean) / |last - mean|. By contract the scale is the last centred element alone, not the standard
-// deviation; Matrix differs here.
+// x := (x - mean) / |last - mean|. The scale is the last centred element alone, not the standard deviation;
+// Matrix differs here.
 void Vector::toZScores()
 {
     const double mean = Sum() / mCells;

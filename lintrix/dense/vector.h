@@ -3,16 +3,18 @@
 /// The dense real vector: elements next to each other in one block, with an arithmetic of its own.
 ///
 /// It stands beside `Matrix` and is not a kind of it. Where the two differ (division by a scalar, `operator*`
-/// of two objects, `IsFinite`, `Normalize`), each is as its contract says.
+/// of two objects, `IsFinite`, `Normalize`), callers of each rely on what it does, and the members say so.
 
 #include <lintrix/dense/matrix.h>
 
+#include <any>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <iosfwd>
 #include <locale>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -97,10 +99,11 @@ public:
     void FillRandom() { FillRandom(0.0, 10.0, 0); }
     void FillRandom(double lowerBound, double upperBound) { FillRandom(lowerBound, upperBound, 0); }
     void FillRandom(double lowerBound, double upperBound, std::int32_t decimals);
-    /// `UnitLength`: divides by the Euclidean norm unless that is 0. `MaximumOne`: by contract multiplies by
-    /// the element of largest magnitude, so [2, 4] becomes [8, 16]. `ZScores`: (x - mean) / |last - mean|, by
-    /// contract scaled by the last centred element alone, or only centred if that is 0. Other modes do
-    /// nothing.
+    /// `UnitLength`: divides by the Euclidean norm unless that is 0. `MaximumOne`: multiplies by the element
+    /// of largest magnitude, so [2, 4] becomes [8, 16]. `ZScores`: (x - mean) / |last - mean|, scaled by the
+    /// last centred element alone, or only centred if that is 0. Other modes do nothing.
+    /// `Matrix::NormalizeCols` has the usual forms of the last two; callers compare vectors with stored
+    /// results, so these stay.
     void Normalize(NormalizeMode mode);
     /// @}
 
@@ -138,7 +141,7 @@ public:
     LINTRIX_EXPORT friend Vector operator*(const Vector& x, double alpha);
     LINTRIX_EXPORT friend Vector operator*(const Vector& x, const Vector& y);
     LINTRIX_EXPORT friend Vector operator/(double alpha, const Vector& x);
-    /// By contract divides, and does not test for zero; `Matrix` differs here.
+    /// Divides, and does not test for zero: infinities and NaN tell of it. `Matrix` refuses a zero.
     LINTRIX_EXPORT friend Vector operator/(const Vector& x, double alpha);
     LINTRIX_EXPORT friend Vector operator/(const Vector& x, const Vector& y);
 
@@ -155,8 +158,9 @@ public:
     static Vector Divide(const Vector& x, double alpha) { return x / alpha; }
     static Vector Divide(const Vector& x, const Vector& y) { return x / y; }
 
-    /// The caller's function on each element x of a copy, in index order; i is the element's index. By
-    /// contract the one-integer form passes the constant, not the index.
+    /// The caller's function on each element x of a copy, in index order; i is the element's index. The
+    /// one-integer form passes the constant, not the index: functions written for it must keep working. What
+    /// the function makes of this object does not show in the result.
     Vector ApplyFunction(const DoubleFunction1Dbl& function) const;                         ///< f(x)
     Vector ApplyFunction(const DoubleFunction2Dbl& function, double value) const;           ///< f(x, value)
     Vector ApplyFunction(const DoubleFunction1Dbl1Int& function, std::int32_t value) const; ///< f(x, value)
@@ -193,11 +197,11 @@ public:
     /// Length() as a 32-bit number, then the block, in the machine's byte order.
     /// @throws NotSupportedException  the block does not fit: "The byte form holds at most 2147483647 bytes."
     std::vector<std::byte> Data() const;
-    /// Reads that form: `Resize`, then the cells. A surplus is ignored. By contract an array that ends before
-    /// its cells do fails with the object resized and the cells that are there written.
+    /// Reads that form: `Resize`, then the cells. A surplus is ignored. An array that ends before its cells
+    /// do fails with the object resized and the cells that are there written; callers use what is there.
     /// @throws IndexOutOfRangeException  too short; without a whole header nothing has changed
-    /// @throws InvalidSizeException      a length outside 1 to MaxSize, or more than the form holds; nothing
-    /// has changed
+    /// @throws InvalidSizeException      a new length outside 1 to MaxSize; nothing has changed
+    /// @throws NotEnoughMemoryException  there is no memory for the length; nothing has changed
     void Data(std::span<const std::byte> data);
     /// Adds "Size" (a 32-bit number) and "Data" (the elements in index order).
     void GetObjectData(SerializationInfo& info, const StreamingContext& context) const;
@@ -216,6 +220,9 @@ public:
     static bool Equals(const Vector* x, const Vector* y) { return x && y ? *x == *y : x == y; }
     bool Equals(const Vector& object) const { return *this == object; }
     bool Equals(const Vector* object) const { return object && *this == *object; }
+    /// What the holder holds decides; an empty one, or one of another class, is not equal.
+    bool Equals(const std::any& object) const { return Equals(std::any_cast<Vector>(&object)); }
+    bool Equals(const std::optional<Vector>& object) const { return object && *this == *object; }
     /// False: an object of another class, a matrix among them.
     template <AnotherClass<Vector> T>
     bool Equals(const T&) const
@@ -229,8 +236,8 @@ protected:
 
     /// Restores what `GetObjectData` wrote; `FromArchive` is the way here.
     /// @throws SerializationException    a key is missing or of another type
-    /// @throws NotEnoughMemoryException  "Size" is more than there is, or negative: by contract it is not
-    /// looked at
+    /// @throws NotEnoughMemoryException  "Size" is more than there is, or negative: it is not looked at, so
+    /// that the archive of an empty vector is read
     /// @throws IndexOutOfRangeException  "Data" is short; a surplus is ignored
     Vector(const SerializationInfo& info, const StreamingContext& context);
 
@@ -246,13 +253,8 @@ private:
     template <class Function>
     Vector applied(Function function) const;
 
-    double* cells() const
-    {
-        if constexpr (detail::kHardened) {
-            if (!a) detail::raiseReleased();
-        }
-        return a.get();
-    }
+    double* cells() { return detail::kept(a); }
+    const double* cells() const { return detail::kept(a); }
     std::int32_t checked(std::int32_t index) const
     {
         if (index < 0 || index >= mCells) detail::raiseVectorIndex();

@@ -29,7 +29,7 @@ Vector operator+(double alpha, const Vector& vector)
     return vector + alpha;
 }
 
-// By contract a copy of the second operand, then y := x + y; the lengths are compared after the copy.
+// A copy of the second operand, then y := x + y: the lengths are compared after the copy.
 Vector operator+(const Vector& x, const Vector& y)
 {
     Vector sum(y);
@@ -74,7 +74,7 @@ Vector operator/(double alpha, const Vector& x)
     return {detail::mapped(x.cells(), x.mCells, [alpha](double v) { return alpha / v; }), x.mCells};
 }
 
-// By contract divides, and does not test for zero; Vector and Matrix differ here.
+// Divides, and does not test for zero; Vector and Matrix differ here.
 Vector operator/(const Vector& x, double alpha)
 {
     return {detail::mapped(x.cells(), x.mCells, [alpha](double v) { return v / alpha; }), x.mCells};
@@ -105,8 +105,7 @@ template <class Function>
 Vector Vector::applied(Function function) const
 {
     Vector result(*this);
-    double* x = result.cells();
-    for (std::int32_t i = 0; i < result.mCells; ++i) x[i] = function(x[i], i);
+    detail::replaceEach(result.cells(), result.mCells, function);
     return result;
 }
 
@@ -120,7 +119,7 @@ Vector Vector::ApplyFunction(const DoubleFunction2Dbl& function, double value) c
     return applied([&](double x, std::int32_t) { return function(x, value); });
 }
 
-// By contract the constant, not the index.
+// The constant, not the index: callers' functions written for it must keep working.
 Vector Vector::ApplyFunction(const DoubleFunction1Dbl1Int& function, std::int32_t value) const
 {
     return applied([&](double x, std::int32_t) { return function(x, value); });

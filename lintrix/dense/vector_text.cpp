@@ -2,9 +2,11 @@
 
 #include <lintrix/dense/vector.h>
 
+#include <lintrix/dense/detail/archive_form.h>
 #include <lintrix/dense/detail/byte_form.h>
 #include <lintrix/dense/detail/identity.h>
 #include <lintrix/dense/detail/text_table.h>
+#include <lintrix/foundation/number_format.h>
 
 #include <array>
 #include <ostream>
@@ -50,18 +52,9 @@ std::string Vector::ToString(const std::locale& provider, std::string_view forma
                              std::string_view leftBorder, std::string_view rightBorder,
                              std::string_view endVector) const
 {
-    const auto count = static_cast<std::size_t>(mCells);
-    detail::TextTable table(format, provider);
-    table.reserve(count);
-    for (const double x : std::span(cells(), count)) table.add(x);
-
-    const std::size_t separators = count > 0 ? (count - 1) * separator.size() : 0;
-    std::string text;
-    text.reserve(leftBorder.size() + count * table.width() + separators + rightBorder.size() +
-                 endVector.size());
-    text.append(leftBorder);
-    table.appendLine(text, mCells, separator);
-    return text.append(rightBorder).append(endVector);
+    return detail::vectorText(NumberFormatter(format, provider),
+                              std::span(cells(), static_cast<std::size_t>(mCells)),
+                              {separator, leftBorder, rightBorder, endVector});
 }
 
 std::ostream& operator<<(std::ostream& out, const Vector& vector)
@@ -79,7 +72,6 @@ std::vector<std::byte> Vector::Data() const
 void Vector::Data(std::span<const std::byte> data)
 {
     const std::int32_t size = detail::sizeInBytes(data, 0);
-    if (size > detail::mostCellsInByteForm<double>(1)) throw InvalidSizeException();
     Resize(size);
     detail::copyToBlock(data.subspan(sizeof(size)), cells(), mCells);
 }
@@ -89,14 +81,14 @@ void Vector::Data(std::span<const std::byte> data)
 void Vector::GetObjectData(SerializationInfo& info, const StreamingContext&) const
 {
     info.AddValue("Size", mCells);
-    info.AddValue("Data", ToArray());
+    info.AddValue("Data", detail::archivedCells(cells(), mCells));
 }
 
-// By contract the size is not checked here: what is no size fails in the allocator.
+// The size is not looked at here: archives of empty vectors are read, and what is no size fails in the
+// allocator.
 Vector::Vector(const SerializationInfo& info, const StreamingContext&)
-    : mCells(info.GetInt32("Size")), a(mCells)
+    : mCells(info.GetInt32("Size")), a(detail::restoredCells<double>(info, "Data", mCells))
 {
-    detail::copyToBlock(info.GetDoubleArray("Data"), a.get(), mCells);
 }
 
 // ---- identity

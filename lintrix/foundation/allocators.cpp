@@ -2,23 +2,23 @@
 
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
-#include <lintrix/services/huge_pages.h>
-#include <lintrix/services/system_allocator.h>
+#include <lintrix/services/aligned_allocator.h>
 
 #include <algorithm>
+#include <cstddef>
 
 namespace Velmar::Lintrix::detail {
 
 namespace {
 
 constexpr std::uint64_t kSmallestBlock = 16;
+constexpr std::size_t kAlignment = 16;
 
-// Stands directly in front of each block. The system's blocks are aligned to 16 bytes, and so is what follows
-// it.
-struct alignas(16) Header {
+// The first bytes of an aligned block; what is handed out stands behind them, and so is aligned, too.
+struct alignas(kAlignment) Header {
     std::uint64_t bytes; // as requested
 };
-static_assert(sizeof(Header) == 16);
+static_assert(sizeof(Header) == kAlignment);
 
 Header* headerOf(void* block)
 {
@@ -29,38 +29,20 @@ const Header* headerOf(const void* block)
     return static_cast<const Header*>(block) - 1;
 }
 
-// Records the size in a fresh system block and steps past it; null stays null.
-void* withHeader(void* systemBlock, std::uint64_t bytes)
+// Takes an aligned block through `take(total)`, records the size in it and steps past the record.
+template <class Take>
+void* withHeader(std::uint64_t request, const Take& take)
 {
-    if (!systemBlock) return nullptr;
-    auto* header = static_cast<Header*>(systemBlock);
-    header->bytes = bytes;
+    const bool fits = request <= UINT64_MAX - sizeof(Header);
+    auto* const header = static_cast<Header*>(requireBlock(fits ? take(request + sizeof(Header)) : nullptr));
+    header->bytes = request;
     return header + 1;
-}
-
-bool fits(std::uint64_t request)
-{
-    return request <= UINT64_MAX - sizeof(Header);
-}
-
-void* alignedMalloc(std::uint64_t request)
-{
-    if (!fits(request)) return nullptr;
-    return withHeader(SystemAllocatorSlots().malloc(request + sizeof(Header)), request);
-}
-
-void* alignedRealloc(void* block, std::uint64_t request)
-{
-    if (!fits(request)) return nullptr;
-    return withHeader(SystemAllocatorSlots().realloc(headerOf(block), request + sizeof(Header)), request);
 }
 
 void* mallocCounted(std::uint64_t bytes)
 {
     const std::uint64_t request = std::max(bytes, kSmallestBlock);
-    void* block = alignedMalloc(request);
-    if (!block) throw NotEnoughMemoryException();
-    preferHugePages(block, request);
+    void* block = withHeader(request, [](std::size_t total) { return alignedAllocate(total, kAlignment); });
     MemoryAccount::add(static_cast<std::int64_t>(request));
     return block;
 }
@@ -68,6 +50,12 @@ void* mallocCounted(std::uint64_t bytes)
 constexpr std::uint64_t kDoubleBytes = 8, kComplexBytes = 16, kIntBytes = 4;
 
 } // namespace
+
+void* requireBlock(void* block)
+{
+    if (!block) throw NotEnoughMemoryException();
+    return block;
+}
 
 double* _malloc_double(std::uint64_t size)
 {
@@ -89,10 +77,11 @@ void* _realloc_gen(void* pointer, std::uint64_t size)
     const std::uint64_t request = std::max(size, kSmallestBlock);
     const std::uint64_t current = blockBytes(pointer);
     if (request == current) return pointer;
-    // By contract the old size is withdrawn before the resize is tried, also when it then fails.
+    // Before the resize is tried, also when it then fails: callers watch the total, so the order stays.
     MemoryAccount::subtract(static_cast<std::int64_t>(current));
-    void* block = alignedRealloc(pointer, request);
-    if (!block) throw NotEnoughMemoryException();
+    void* block = withHeader(request, [pointer](std::size_t total) {
+        return alignedReallocate(headerOf(pointer), total, kAlignment);
+    });
     MemoryAccount::add(static_cast<std::int64_t>(request));
     return block;
 }
@@ -116,7 +105,7 @@ void _free_mem_int(void* pointer) noexcept
 {
     if (!pointer) return;
     const std::uint64_t size = blockBytes(pointer); // first: the header is gone with the block
-    SystemAllocatorSlots().free(headerOf(pointer));
+    alignedRelease(headerOf(pointer));
     MemoryAccount::subtract(static_cast<std::int64_t>(size));
 }
 

@@ -5,7 +5,8 @@
 ///
 /// Sizes are in elements, but for `_realloc_gen` in bytes. The byte count is formed in wrapping 64-bit
 /// arithmetic, as the interface says; a negative count widened by a caller becomes an enormous one and is
-/// refused. The exact requested size stands in a header in front of the block, so that the total and the
+/// refused. The memory comes from the aligned allocators of `services`, so that the alignment holds whatever
+/// the system's slots give. The exact requested size stands in front of the block, so that the total and the
 /// same-size shortcut need no table. A block has no type: `_free_mem_int` releases any of them.
 
 #include <lintrix/services/export.h>
@@ -18,6 +19,10 @@ struct _TRELL_Complex;
 
 namespace detail {
 
+/// `block`; the one place that tells a lack of memory, for those, too, who take theirs uncounted.
+/// @throws NotEnoughMemoryException  `block` is null
+LINTRIX_TESTABLE void* requireBlock(void* block);
+
 /// @throws NotEnoughMemoryException  the system has no such block; nothing has been counted
 LINTRIX_TESTABLE double* _malloc_double(std::uint64_t size);
 LINTRIX_TESTABLE _TRELL_Complex* _malloc_Complex(std::uint64_t size);
@@ -25,8 +30,10 @@ LINTRIX_TESTABLE std::int32_t* _malloc_int(std::uint64_t size);
 
 /// A block of the new size with the contents kept up to the smaller of the two; `pointer` is a live block.
 /// The same size returns `pointer` at once.
-/// @throws NotEnoughMemoryException  the old block stays valid and the caller's, but by contract it has left
-///         the accounting: the total is too low by its size until it is released, when it drops by it again
+/// @throws NotEnoughMemoryException  the old block stays valid and the caller's, but it has left the
+/// accounting:
+///         the total is too low by its size until it is released, when it drops by it again. Callers compare
+///         totals, so it stays so
 LINTRIX_TESTABLE void* _realloc_gen(void* pointer, std::uint64_t size);
 LINTRIX_TESTABLE double* _realloc_double(double* pointer, std::uint64_t size);
 LINTRIX_TESTABLE _TRELL_Complex* _realloc_Complex(_TRELL_Complex* pointer, std::uint64_t size);

@@ -17,15 +17,15 @@
 
 namespace Velmar::Lintrix {
 
-/// Where an archive comes from or goes to. Carried along by contract; nothing reads it.
+/// Where an archive comes from or goes to. Nothing reads it; callers' own archiving code hands it along.
 class StreamingContext {};
 
 class SerializationInfo;
 
 namespace detail {
 
-/// The way to the restoring constructors, which are protected by contract: a class that befriends it can be
-/// restored by `FromArchive`.
+/// The way to the restoring constructors, which are protected, so that nobody takes one for a copy: a class
+/// that befriends it can be restored by `FromArchive`.
 struct ArchiveAccess {
     template <class T>
     static T restore(const SerializationInfo& info, const StreamingContext& context)

@@ -81,8 +81,9 @@ public:
     }
     /// Gives an owned block another size and keeps what fits; new cells are uninitialised. The address may
     /// change.
-    /// @throws NotEnoughMemoryException  the block stays as it is, but by contract of the allocators the
-    /// memory total has lost its size
+    /// @throws NotEnoughMemoryException  the block stays as it is, but the memory total has lost its size:
+    /// see
+    /// `_realloc_gen`
     void resize(std::int64_t cells) { cells_ = reallocateCells(cells_, static_cast<std::uint64_t>(cells)); }
 
     /// Gives the block up without freeing it.

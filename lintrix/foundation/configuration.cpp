@@ -21,7 +21,7 @@ TrellConfiguration& TrellConfiguration::Instance()
     const std::lock_guard guard(detail::LocObject::Default());
     instance = _instance.load(std::memory_order_relaxed);
     if (!instance) {
-        instance = new TrellConfiguration; // by contract nothing disposes it: it lives as long as the process
+        instance = new TrellConfiguration; // nothing disposes it: blocks are counted until the process ends
         _instance.store(instance, std::memory_order_release);
     }
     return *instance;

@@ -27,7 +27,7 @@ enum class NormType : std::int32_t {
     MaxAbsValue = 3,   ///< largest absolute element
 };
 
-/// What a vector is normalized to; see `Vector::Normalize` for what each mode does by contract.
+/// What a vector is normalized to; see `Vector::Normalize` for what each mode does to a vector.
 enum class NormalizeMode : std::int32_t {
     ZScores = 0,    ///< subtract the mean, divide by the standard deviation
     UnitLength = 1, ///< scale to Euclidean length 1

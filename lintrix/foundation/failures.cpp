@@ -1,7 +1,9 @@
 #include <lintrix/foundation/archive.h>
 #include <lintrix/foundation/failures.h>
 
+#include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace Velmar::Lintrix {
 
@@ -19,21 +21,49 @@ constexpr const char* kNullReference = "Object reference not set to an instance 
 constexpr const char* kIndexOutOfRange = "Index was outside the bounds of the array.";
 constexpr const char* kFormat = "Format specifier was invalid.";
 
-std::string messageOf(const std::exception_ptr& failure)
+// The text of an inner failure, whole where its type keeps it whole, and the failure inside it.
+std::pair<std::string, std::exception_ptr> toldBy(const std::exception_ptr& failure)
 {
-    if (!failure) return {};
     try {
         std::rethrow_exception(failure);
+    } catch (const MatrixException& e) {
+        return {e.Message(), e.InnerException()};
+    } catch (const FailureText& e) {
+        return {e.Message(), nullptr};
     } catch (const std::exception& e) {
-        return e.what();
+        return {e.what(), nullptr};
     } catch (...) {
-        return "Unknown failure.";
+        return {"Unknown failure.", nullptr};
     }
 }
 
-std::exception_ptr restoredInner(const std::string& message)
+// The texts of the inner failures, the nearest first.
+std::vector<std::string> innerMessages(std::exception_ptr failure)
 {
-    return message.empty() ? nullptr : std::make_exception_ptr(MatrixException(message));
+    std::vector<std::string> messages;
+    while (failure) {
+        auto [message, inner] = toldBy(failure);
+        messages.push_back(std::move(message));
+        failure = std::move(inner);
+    }
+    return messages;
+}
+
+std::string innerKey(std::int32_t depth)
+{
+    return "InnerMessage" + std::to_string(depth);
+}
+
+// The chain of `count` inner failures; null for none.
+std::exception_ptr restoredInner(const SerializationInfo& info, std::int32_t count)
+{
+    std::vector<std::string_view> messages; // read first: the first missing key is the one complained of
+    for (std::int32_t depth = 1; depth <= count; ++depth) messages.push_back(info.GetString(innerKey(depth)));
+    std::exception_ptr inner;
+    for (auto message = messages.rbegin(); message != messages.rend(); ++message) {
+        inner = std::make_exception_ptr(MatrixException(*message, std::move(inner)));
+    }
+    return inner;
 }
 
 } // namespace
@@ -50,11 +80,16 @@ MatrixException::MatrixException(std::string_view message, std::exception_ptr in
 MatrixException::MatrixException(const SerializationInfo& info, const StreamingContext&)
     // Braces: read in this order, so that the first missing key is the one complained of.
     : details_(std::make_shared<const Details>(
-          Details{info.GetString("Message"), restoredInner(info.GetString("InnerMessage"))}))
+          Details{info.GetString("Message"), restoredInner(info, info.GetInt32("InnerFailures"))}))
 {
 }
 
 MatrixException::~MatrixException() = default;
+
+std::string MatrixException::Message() const
+{
+    return details_ ? details_->message : text_;
+}
 
 const char* MatrixException::what() const noexcept
 {
@@ -68,8 +103,13 @@ std::exception_ptr MatrixException::InnerException() const noexcept
 
 void MatrixException::GetObjectData(SerializationInfo& info, const StreamingContext&) const
 {
+    const std::vector<std::string> inner = innerMessages(InnerException());
+    const auto count = static_cast<std::int32_t>(inner.size());
     info.AddValue("Message", Message());
-    info.AddValue("InnerMessage", messageOf(InnerException()));
+    info.AddValue("InnerFailures", count);
+    for (std::int32_t depth = 1; depth <= count; ++depth) {
+        info.AddValue(innerKey(depth), inner[static_cast<std::size_t>(depth - 1)]);
+    }
 }
 
 SingularMatrixException::SingularMatrixException() noexcept : MatrixException(Default{kSingularMatrix})

@@ -19,6 +19,10 @@ namespace Velmar::Lintrix {
 class SerializationInfo;
 class StreamingContext;
 
+namespace detail {
+struct ArchiveAccess;
+}
+
 /// Root of the library's own failures: a message and, optionally, an inner failure. Copying never throws.
 class LINTRIX_EXPORT MatrixException : public std::exception {
 public:
@@ -32,13 +36,14 @@ public:
     MatrixException& operator=(const MatrixException&) noexcept = default;
     ~MatrixException() override;
 
-    const char* what() const noexcept override;    ///< the message
-    std::string Message() const { return what(); } ///< the message
+    const char* what() const noexcept override; ///< the message, which ends here at its first zero character
+    std::string Message() const;                ///< the message, zero characters included
     /// The failure that caused this one; null if there is none.
     std::exception_ptr InnerException() const noexcept;
     /// A failure owns no buffer: nothing happens.
     void Dispose() noexcept {}
-    /// Writes "Message" and "InnerMessage" (empty if there is no inner failure).
+    /// Writes "Message", "InnerFailures" (how many there are, one inside the other), and the text of each,
+    /// the nearest first, as "InnerMessage1", "InnerMessage2", ...
     void GetObjectData(SerializationInfo& info, const StreamingContext& context) const;
 
 protected:
@@ -48,7 +53,10 @@ protected:
     };
     /// A failure with its default message.
     explicit MatrixException(Default message) noexcept : text_(message.text) {}
-    /// Restores a failure that `GetObjectData` wrote; an inner failure comes back as a `MatrixException`.
+    friend struct detail::ArchiveAccess;
+
+    /// Restores a failure that `GetObjectData` wrote, for `FromArchive`; each inner failure comes back as a
+    /// `MatrixException`.
     /// @throws SerializationException  a key is missing or of another type
     MatrixException(const SerializationInfo& info, const StreamingContext& context);
 
@@ -110,17 +118,37 @@ public:
     using MatrixException::MatrixException;
 };
 
+/// The message of a failure of the host, whole, where `what` ends at the first zero character.
+class LINTRIX_EXPORT FailureText {
+public:
+    const std::string& Message() const noexcept
+    {
+        return *message_;
+    } ///< the message, zero characters included
+
+protected:
+    explicit FailureText(const std::string& message) : message_(std::make_shared<const std::string>(message))
+    {
+    }
+    ~FailureText() = default;
+    FailureText(const FailureText&) noexcept = default;
+    FailureText& operator=(const FailureText&) noexcept = default;
+
+private:
+    std::shared_ptr<const std::string> message_; ///< shared, so that a copy cannot fail
+};
+
 /// A bad argument; `ParamName` is empty where the raise site names none.
-class LINTRIX_EXPORT ArgumentException : public std::invalid_argument {
+class LINTRIX_EXPORT ArgumentException : public std::invalid_argument, public FailureText {
 public:
     /// `paramName`: which argument is bad.
     explicit ArgumentException(const std::string& message, std::string_view paramName = {})
-        : std::invalid_argument(message), paramName_(std::make_shared<const std::string>(paramName))
+        : std::invalid_argument(message), FailureText(message),
+          paramName_(std::make_shared<const std::string>(paramName))
     {
     }
     ~ArgumentException() override;
 
-    std::string Message() const { return what(); }                        ///< the message
     const std::string& ParamName() const noexcept { return *paramName_; } ///< which argument is bad
 
 private:
@@ -135,19 +163,23 @@ public:
 };
 
 /// The object is not in a state for this operation. The hardened build raises it for a caller's broken duty.
-class LINTRIX_EXPORT InvalidOperationException : public std::logic_error {
+class LINTRIX_EXPORT InvalidOperationException : public std::logic_error, public FailureText {
 public:
-    using std::logic_error::logic_error;
+    explicit InvalidOperationException(const std::string& message)
+        : std::logic_error(message), FailureText(message)
+    {
+    }
     ~InvalidOperationException() override;
-    std::string Message() const { return what(); } ///< the message
 };
 
 /// The case is not supported.
-class LINTRIX_EXPORT NotSupportedException : public std::logic_error {
+class LINTRIX_EXPORT NotSupportedException : public std::logic_error, public FailureText {
 public:
-    using std::logic_error::logic_error;
+    explicit NotSupportedException(const std::string& message)
+        : std::logic_error(message), FailureText(message)
+    {
+    }
     ~NotSupportedException() override;
-    std::string Message() const { return what(); } ///< the message
 };
 
 /// An empty function object was called.
@@ -175,11 +207,13 @@ public:
 };
 
 /// An archive lacks a key, holds another type, or is damaged.
-class LINTRIX_EXPORT SerializationException : public std::runtime_error {
+class LINTRIX_EXPORT SerializationException : public std::runtime_error, public FailureText {
 public:
-    using std::runtime_error::runtime_error;
+    explicit SerializationException(const std::string& message)
+        : std::runtime_error(message), FailureText(message)
+    {
+    }
     ~SerializationException() override;
-    std::string Message() const { return what(); } ///< the message
 };
 
 } // namespace Velmar::Lintrix

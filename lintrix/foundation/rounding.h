@@ -10,8 +10,8 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 
-/// `value` without its fraction. By contract what does not fit, NaN included, becomes the smallest integer,
-/// as in the processor's own conversion.
+/// `value` without its fraction. What does not fit, NaN included, becomes the smallest integer, as in the
+/// processor's own conversion, so that stored results stay as they are.
 constexpr std::int32_t truncatedToInt32(double value) noexcept
 {
     return value > -2147483649.0 && value < 2147483648.0 ? static_cast<std::int32_t>(value) : INT32_MIN;

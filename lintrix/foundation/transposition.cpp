@@ -1,41 +1,19 @@
 #include <lintrix/foundation/transposition.h>
 
-#include <algorithm>
+#include <lintrix/foundation/detail/transpose_tiles.h>
 
 namespace Velmar::Lintrix {
-
-namespace {
-
-// A tile of 16 x 16 doubles: pairs of neighbouring cache lines are read and written whole, and both sides of
-// the tile (4 KiB) stay in the first-level cache whatever the leading dimensions.
-constexpr std::uint64_t kTile = 16;
-
-inline void transposeTile(std::uint64_t rows, std::uint64_t cols, double alpha, const double* a,
-                          std::uint64_t lda, double* b, std::uint64_t ldb)
-{
-    for (std::uint64_t i = 0; i < rows; ++i) {
-        for (std::uint64_t j = 0; j < cols; ++j) b[j + ldb * i] = alpha * a[i + lda * j];
-    }
-}
-
-} // namespace
 
 void MKL_Domatcopy(const char& ordering, const char& trans, const std::uint64_t& rows,
                    const std::uint64_t& cols, const double& alpha, const double* a, const std::uint64_t& lda,
                    double* b, const std::uint64_t& ldb)
 {
     if (ordering != 'C' || trans != 'T') return;
-    for (std::uint64_t j = 0; j < cols; j += kTile) {
-        for (std::uint64_t i = 0; i < rows; i += kTile) {
-            const std::uint64_t height = std::min(kTile, rows - i), width = std::min(kTile, cols - j);
-            const double* from = a + i + lda * j;
-            double* to = b + j + ldb * i;
-            if (height == kTile && width == kTile) { // constant bounds: the compiler unrolls
-                transposeTile(kTile, kTile, alpha, from, lda, to, ldb);
-            } else {
-                transposeTile(height, width, alpha, from, lda, to, ldb);
-            }
-        }
+    if (alpha == 1.0) { // a multiplication would quiet a signalling NaN
+        detail::transposeTiles(rows, cols, a, lda, b, ldb,
+                               [](const double& x) -> const double& { return x; });
+    } else {
+        detail::transposeTiles(rows, cols, a, lda, b, ldb, [alpha](double x) { return alpha * x; });
     }
 }
 

@@ -28,18 +28,36 @@ void* withHeader(void* block, void* address)
     return address;
 }
 
-/// Takes a system block through `take(total)` and finds the place in it.
+/// The place in a system block that is handed out.
+void* placeIn(void* block, std::size_t alignment)
+{
+    return alignedAddress(static_cast<std::byte*>(block) + kHeader, effectiveAlignment(alignment, kHeader));
+}
+
+std::size_t offsetOf(const void* address)
+{
+    return static_cast<std::size_t>(static_cast<const std::byte*>(address) -
+                                    static_cast<const std::byte*>(blockOf(address)));
+}
+
+/// Takes a system block through `take(total)`; null for a size that is none.
 template <class Take>
-void* allocate(std::size_t size, std::size_t alignment, const Take& take)
+void* takeBlock(std::size_t size, std::size_t alignment, const Take& take)
 {
     const std::size_t effective = effectiveAlignment(alignment, kHeader);
     if (size == 0 || effective > kLargestSize - kHeader || size > kLargestSize - kHeader - effective) {
         return nullptr;
     }
-    void* const block = take(size + effective + kHeader);
+    return take(size + effective + kHeader);
+}
+
+template <class Take>
+void* allocate(std::size_t size, std::size_t alignment, const Take& take)
+{
+    void* const block = takeBlock(size, alignment, take);
     if (block == nullptr) return nullptr;
     preferHugePages(block, size);
-    return withHeader(block, alignedAddress(static_cast<std::byte*>(block) + kHeader, effective));
+    return withHeader(block, placeIn(block, alignment));
 }
 
 } // namespace
@@ -59,13 +77,25 @@ void* alignedAllocateZeroed(std::size_t count, std::size_t elementSize, std::siz
 void* alignedReallocate(void* address, std::size_t size) noexcept
 {
     if (address == nullptr) return alignedAllocate(size, 0);
-    void* const block = blockOf(address);
-    const auto offset =
-        static_cast<std::size_t>(static_cast<std::byte*>(address) - static_cast<std::byte*>(block));
+    const std::size_t offset = offsetOf(address);
     if (size == 0 || size > kLargestSize - offset) return nullptr;
-    void* const moved = SystemAllocatorSlots().realloc(block, offset + size);
+    void* const moved = SystemAllocatorSlots().realloc(blockOf(address), offset + size);
     if (moved == nullptr) return nullptr;
     return withHeader(moved, static_cast<std::byte*>(moved) + offset);
+}
+
+void* alignedReallocate(void* address, std::size_t size, std::size_t alignment) noexcept
+{
+    if (address == nullptr) return alignedAllocate(size, alignment);
+    const std::size_t offset = offsetOf(address);
+    void* const moved = takeBlock(size, alignment, [=](std::size_t total) {
+        return SystemAllocatorSlots().realloc(blockOf(address), total);
+    });
+    if (moved == nullptr) return nullptr;
+    void* const place = placeIn(moved, alignment);
+    const void* const content = static_cast<std::byte*>(moved) + offset;
+    if (place != content) std::memmove(place, content, size); // both lie within the block
+    return withHeader(moved, place);
 }
 
 void alignedRelease(void* address) noexcept

@@ -27,9 +27,12 @@ LINTRIX_TESTABLE void* alignedAllocateZeroed(std::size_t count, std::size_t elem
 
 /// The block at `address` brought to `size` bytes, its content kept up to the smaller of both sizes. The
 /// distance from the system's block is kept, and so not the alignment, if that block moves to a place of
-/// another alignment: the content is not moved a second time. Null leaves the old block as it was; null in
-/// place of `address` allocates without alignment.
+/// another alignment: the content is not moved a second time, but by the form below. Null leaves the old
+/// block as it was; null in place of `address` allocates without alignment.
 LINTRIX_TESTABLE void* alignedReallocate(void* address, std::size_t size) noexcept;
+
+/// The same for a block whose alignment, that of its allocation, is kept wherever the system moves it.
+LINTRIX_TESTABLE void* alignedReallocate(void* address, std::size_t size, std::size_t alignment) noexcept;
 
 /// Gives a block back; null is ignored.
 LINTRIX_TESTABLE void alignedRelease(void* address) noexcept;

@@ -9,6 +9,7 @@
 
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 
 // Character arguments of Fortran routines carry a hidden length, by value, after all others.
 extern "C" {
@@ -136,9 +137,14 @@ inline void axpy(const int& n, const double& alpha, const double* x, const int& 
     daxpy_(&n, &alpha, x, &incx, y, &incy);
 }
 
-/// x := alpha*x
+/// x := alpha*x. A zero factor multiplies, too: libraries differ in whether their routine does or clears, and
+/// clearing loses NaN, infinities and signs.
 inline void scal(const int& n, const double& alpha, double* x, const int& incx)
 {
+    if (alpha == 0.0) {
+        for (std::int64_t i = 0; i < n; ++i) x[i * incx] *= alpha;
+        return;
+    }
     const BlasThreadScope threads;
     cblas_dscal(n, alpha, x, incx);
 }

@@ -1,6 +1,6 @@
 #include <lintrix/solvers/krylov_basis.h>
 
-#include <lintrix/foundation/failures.h>
+#include <lintrix/foundation/allocators.h>
 #include <lintrix/services/dispatch.h>
 #include <lintrix/services/team.h>
 #include <lintrix/services/threads.h>
@@ -94,7 +94,7 @@ std::int32_t chunksOf(std::int32_t stride)
 // The next multiple of kLanes.
 std::int32_t strideFor(std::int32_t length)
 {
-    if (length > INT32_MAX - kLanes) throw NotEnoughMemoryException(); // 16 GiB a vector, and no such number
+    if (length > INT32_MAX - kLanes) requireBlock(nullptr); // 16 GiB a vector, and no such number
     return (length + kLanes - 1) / kLanes * kLanes;
 }
 

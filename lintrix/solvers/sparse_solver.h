@@ -26,12 +26,11 @@ namespace Velmar::Lintrix {
 /// good to rounding. After a change of values a later one keeps the old factors while they serve: the
 /// iteration ends when its correction is below StoppingTolerance times the solution, 1e-06 or about *six
 /// digits*, of a symmetric matrix, and below the square of it, about twelve digits, of another. Where it does
-/// not get there, new factors are made within the call, and where it fails with factors of the matrix as it is
-/// now, the solution is that of `ComputeAlways`. That is so for the first column of a right-hand side;
-/// a further column for which the old factors will not do is a failure of `Solve`, and the next one
-/// factorizes. Which factors are kept depends on measured times, so runs need not agree in their bits.
-/// `ComputeAlways` factorizes at every `Solve` and solves directly. Neither looks at the residual of what it
-/// returns.
+/// not get there, new factors are made within the call, and where it fails with factors of the matrix as it
+/// is now, the solution is that of `ComputeAlways`. That is so for the first column of a right-hand side; a
+/// further column for which the old factors will not do is a failure of `Solve`, and the next one factorizes.
+/// Which factors are kept depends on measured times, so runs need not agree in their bits. `ComputeAlways`
+/// factorizes at every `Solve` and solves directly. Neither looks at the residual of what it returns.
 ///
 /// **Duties of the caller.** The hardened build raises InvalidOperationException in `Solve` where one of the
 /// first three is neglected; the normal build does not look, and goes wrong as told.

@@ -175,7 +175,7 @@ void SparseMatrix::GrowFactor(float value) noexcept
 
 Matrix SparseMatrix::ToDense() const
 {
-    detail::requireForeignSizes(mRows, mCols, INT32_MAX);
+    detail::requireForeignSizes(mRows, mCols);
     const std::int32_t* starts = rowPointers();
     Matrix dense(mRows, mCols);
     if (_symmetric) {

@@ -128,7 +128,7 @@ void SparseMatrix::Multiply(double alpha, TransposeMode transA, const SparseMatr
 
 Matrix operator*(const SparseMatrix& A, const Matrix& B)
 {
-    detail::requireForeignSizes(A.Rows(), B.Cols(), INT32_MAX);
+    detail::requireForeignSizes(A.Rows(), B.Cols());
     Matrix C = DenseAccess::uninitialised(A.Rows(), B.Cols()); // beta = 0: the kernel does not read it
     SparseMatrix::Multiply(1.0, TransposeMode::NotTransposed, A, B, 0.0, C);
     return C;

@@ -206,6 +206,23 @@ STANDS_IN dgemm_(const char* transa, const char* transb, const int* m, const int
     passOn("dgemm_", transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, l1, l2);
 }
 
+STANDS_IN dgemv_(const char* trans, const int* m, const int* n, const double* alpha, const double* a,
+                 const int* lda, const double* x, const int* incx, const double* beta, double* y,
+                 const int* incy, std::size_t length)
+{
+    record("dgemv", [&] { return letters({trans}) + number("M", m) + number("N", n) + number("LDA", lda); });
+    passOn("dgemv_", trans, m, n, alpha, a, lda, x, incx, beta, y, incy, length);
+}
+
+extern "C" __attribute__((visibility("default"))) double dlange_(const char* norm, const int* m, const int* n,
+                                                                 const double* a, const int* lda,
+                                                                 double* work, std::size_t length)
+{
+    record("dlange", [&] { return letters({norm}) + number("M", m) + number("N", n) + number("LDA", lda); });
+    const auto routine = reinterpret_cast<decltype(&dlange_)>(dlsym(RTLD_NEXT, "dlange_"));
+    return routine(norm, m, n, a, lda, work, length);
+}
+
 STANDS_IN dpotrf_(const char* uplo, const int* n, double* a, const int* lda, int* info, std::size_t length)
 {
     record("dpotrf", [&] { return letters({uplo}) + number("N", n) + block("a", a) + number("LDA", lda); });
@@ -531,6 +548,32 @@ TEST(NativeCalls, FailingInverseIsAnUndefinedErrorAndLeavesNothingBehind)
     inverseFails = false;
     EXPECT_EQ(TrellConfiguration::TotalMemory(), before);
     EXPECT_LT(differenceRatio(kSquare, naiveProduct(lu.P(), naiveProduct(lu.L(), lu.U()))), kResidualLimit);
+}
+
+// An empty vector as a column has no rows, and still goes by leading dimensions that the routines take.
+TEST(NativeCalls, OfProductsAndNormsWithoutRowsHaveLegalLeadingDimensions)
+{
+    const Matrix none = Vector(std::vector<double>{}).ToMatrix(), across = none.Transpose();
+    complaints.clear();
+    const auto seen = callsOf([&] {
+        EXPECT_TRUE(identical(across * none, Matrix(1, 1)));
+        EXPECT_EQ((none * across).Rows(), 0);
+        EXPECT_TRUE(
+            identical(Matrix::Multiply(2.0, across, none, 3.0, Matrix(1, 1, 5.0)), Matrix(1, 1, 15.0)));
+        Matrix C(1, 1, 5.0);
+        Matrix::Multiply(1.0, TransposeMode::Transposed, none, TransposeMode::NotTransposed, none, 1.0, C);
+        EXPECT_EQ(C(0, 0), 5.0);
+        EXPECT_TRUE(identical(Vector(std::vector<double>{}) * none, Vector(1)));
+        for (const NormType type :
+             {NormType::FrobeniusNorm, NormType::InfinityNorm, NormType::OneNorm, NormType::MaxAbsValue}) {
+            EXPECT_EQ(none.Norm(type), 0.0);
+        }
+    });
+    for (const std::string& call : seen) {
+        EXPECT_THAT(call, ::testing::Not(::testing::ContainsRegex("LD[A-Z]+=0")));
+    }
+    EXPECT_EQ(seen.size(), 9u); // four products of matrices, one with a vector, four norms
+    EXPECT_THAT(complaints, ElementsAre());
 }
 
 } // namespace

@@ -183,6 +183,21 @@ TEST(MatrixArithmetic, ProductWithZeroIsZero)
     EXPECT_TRUE(identical(0.0 * A, Matrix(3, 5)));
 }
 
+// 0*x is NaN for these, -0.0 for a negative x, also where a library's own routine would clear.
+TEST(MatrixArithmetic, ProductWithZeroMultipliesEveryCell)
+{
+    const Matrix A(std::vector<double>{kNaN, kInf, -kInf, -2.0, 3.0, 0.0}, 2, 3);
+    for (const Matrix& product : {A * 0.0, 0.0 * A, Matrix::Multiply(A, 0.0), A.Times(0.0), A / kInf}) {
+        EXPECT_TRUE(std::isnan(product(0, 0)));
+        EXPECT_TRUE(std::isnan(product(0, 1)));
+        EXPECT_TRUE(std::isnan(product(0, 2)));
+        EXPECT_TRUE(product(1, 0) == 0.0 && std::signbit(product(1, 0)));
+        EXPECT_TRUE(product(1, 1) == 0.0 && !std::signbit(product(1, 1)));
+        EXPECT_TRUE(product(1, 2) == 0.0 && !std::signbit(product(1, 2)));
+    }
+    EXPECT_TRUE(std::signbit((A * -0.0)(1, 1)));
+}
+
 TEST(MatrixArithmetic, WholeNumbersServeAsScalars)
 {
     const Matrix A{{1, 2}, {4, 8}};

@@ -11,6 +11,7 @@
 #include <any>
 #include <climits>
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <type_traits>
 #include <utility>
@@ -32,6 +33,17 @@ constexpr const char* kReleased = "The object was used after its release.";
 constexpr const char* kTooManyCells = "The matrix would have more than 2147483647 cells.";
 
 const std::vector<double> kFour{1, 2, 3, 4};
+
+// What a const object hands to the members of its class cannot be written through. (An explicit instantiation
+// may name what is private.)
+template <const double* (Matrix::*cells)() const, const double* (Matrix::*column)(std::int64_t) const>
+struct MatrixReads {
+};
+template struct MatrixReads<&Matrix::cells, &Matrix::column>;
+template <const double* (Vector::*cells)() const>
+struct VectorReads {
+};
+template struct VectorReads<&Vector::cells>;
 
 // ---- construction: sizes
 
@@ -608,6 +620,23 @@ TEST(Matrix, ToArrayAndTheConversionGiveAZeroBasedArray)
         }
         EXPECT_EQ(converted, array);
         EXPECT_TRUE(identical(Matrix(array), A));
+    }
+}
+
+TEST(Matrix, ToArrayCopiesBits)
+{
+    Matrix A(3, 2);
+    const std::uint64_t bits[] = {
+        0x7ff0000000000001, 0xfff4000000000abc, 0x7ff8000000000002, // NaN, first two signalling
+        0x8000000000000000, 0x0000000000000001, 0x7fefffffffffffff};
+    std::memcpy(reinterpret_cast<void*>(A.DataPtr()), bits, sizeof(bits));
+    const Array2D<double> array = A.ToArray();
+    for (int r = 0; r < 3; ++r) {
+        for (int c = 0; c < 2; ++c) {
+            std::uint64_t cell = 0;
+            std::memcpy(&cell, array.Row(r) + c, sizeof(cell));
+            EXPECT_EQ(cell, bits[r + 3 * c]);
+        }
     }
 }
 

@@ -8,11 +8,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <any>
 #include <bit>
+#include <cfenv>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <unordered_set>
@@ -149,7 +153,7 @@ TEST(MatrixText, TheBufferIsSizedOnce)
     const Matrix A(40, 30, 1.0);
     const std::string text = A.ToString();
     EXPECT_EQ(text.size(), 40u * (2 + 30 * 5 + 29 + 3));
-    EXPECT_EQ(text.capacity(), text.size() + 3); // by contract a right border is counted for the last row too
+    EXPECT_EQ(text.capacity(), text.size() + 3); // a right border is counted for the last row, too
 }
 
 TEST(MatrixText, StreamsPrintTheDefaultForm)
@@ -239,8 +243,7 @@ TEST(MatrixData, InvalidSizesChangeNothing)
         {47461, 47461},
         {65536, 65537},
         {65536, 32768},
-        {INT_MAX, INT_MAX},
-        {INT_MAX, 1}};
+        {INT_MAX, INT_MAX}};
     for (const auto& [rows, cols] : sizes) {
         Matrix A = before;
         std::vector<std::byte> data = header(rows, cols);
@@ -253,6 +256,40 @@ TEST(MatrixData, InvalidSizesChangeNothing)
         }
         EXPECT_TRUE(A == before);
     }
+}
+
+// Sizes are looked at one by one; whether there is memory for them, the allocator says.
+TEST(MatrixData, ValidSizesThatMemoryCannotHoldChangeNothing)
+{
+    const Matrix before{{1, 2}, {3, 4}};
+    for (const auto& [rows, cols] :
+         {std::pair<std::int32_t, std::int32_t>(INT_MAX, 1), {1, INT_MAX}, {16384, 16385}, {40000, 40000}}) {
+        Matrix A = before;
+        {
+            const testing::FailingAllocator none(0);
+            EXPECT_THROW(A.Data(header(rows, cols)), NotEnoughMemoryException) << rows << " x " << cols;
+        }
+        EXPECT_TRUE(A == before);
+    }
+}
+
+// The size that is there already is not looked at.
+TEST(MatrixData, AMatrixWithoutRowsGoesThroughItsBytes)
+{
+    const Matrix none = Vector(std::vector<double>{}).ToMatrix();
+    Matrix same = none, other(2, 2);
+    same.Data(none.Data());
+    EXPECT_EQ(same.Rows(), 0);
+    EXPECT_EQ(same.Cols(), 1);
+    EXPECT_THROW(other.Data(none.Data()), InvalidSizeException);
+    EXPECT_EQ(other.Rows(), 2);
+}
+
+TEST(MatrixText, WithoutRowsOrColumnsTheBordersAreLeft)
+{
+    const Matrix none = Vector(std::vector<double>{}).ToMatrix();
+    EXPECT_EQ(none.ToString(), " |\n");
+    EXPECT_EQ(none.Transpose().ToString("F1", ", ", "[", "];", "]"), "[]");
 }
 
 TEST(MatrixData, AShortArrayFailsResizedAndPartlyWritten)
@@ -431,6 +468,35 @@ TEST(MatrixIdentity, EqualsIsTrueForEqualMatricesAndTheirAddresses)
     EXPECT_TRUE(Matrix().Equals(&derived));
 }
 
+TEST(MatrixIdentity, EqualsLooksIntoWhatTheLibraryReturns)
+{
+    const Matrix A{{1, 2}, {3, 4}}, other{{1, 2}, {3, 5}};
+    EXPECT_TRUE(A.Equals(A.CloneableClone()));
+    EXPECT_FALSE(A.Equals(other.CloneableClone()));
+    EXPECT_FALSE(A.Equals(std::any(Vector{1, 2})));
+    EXPECT_FALSE(A.Equals(std::any()));
+    const Matrix left{{1}, {3}}, right{{2}, {4}};
+    EXPECT_TRUE(A.Equals(Matrix::Concatenate(left, right, ConcatenateMode::Horizontally)));
+    EXPECT_FALSE(other.Equals(Matrix::Concatenate(left, right, ConcatenateMode::Horizontally)));
+    EXPECT_FALSE(A.Equals(Matrix::Concatenate(left, right, static_cast<ConcatenateMode>(7))));
+    EXPECT_FALSE(A.Equals(std::optional<Vector>(Vector{1, 2})));
+    EXPECT_FALSE(A.Equals(std::nullopt));
+}
+
+TEST(MatrixIdentity, AMatrixComparesWithArrays)
+{
+    const Matrix A{{1, 2}, {3, 4}};
+    EXPECT_TRUE(A == A.ToArray());
+    EXPECT_TRUE(A.ToArray() == A);
+    EXPECT_FALSE(A != A.ToArray());
+    EXPECT_FALSE(A == Matrix(2, 2).ToArray());
+    EXPECT_FALSE((A == Array2D<double>{{1, 2, 3, 4}}));
+    EXPECT_FALSE(A == Array2D<double>(0, 2)); // no such matrix, and no failure
+    Array2D<double> shifted(2, 2, -1, 5);
+    std::copy_n(A.ToArray().Row(0), 4, shifted.Row(0));
+    EXPECT_TRUE(A == shifted);
+}
+
 TEST(MatrixIdentity, ShapesMustAgree)
 {
     EXPECT_FALSE((Matrix{{1, 2}} == Matrix{{1}, {2}}));
@@ -465,8 +531,14 @@ TEST(MatrixIdentity, ANanIsNotEvenEqualToItself)
 TEST(MatrixIdentity, ZerosOfBothSignsAreEqualAndHashAlike)
 {
     const Matrix A{{0.0, 1.0}}, B{{-0.0, 1.0}};
-    EXPECT_TRUE(A == B);
-    EXPECT_EQ(A.GetHashCode(), B.GetHashCode());
+    for (const int mode : {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO}) {
+        std::fesetround(mode);
+        const bool equal = A == B;
+        const std::int32_t hashes[] = {A.GetHashCode(), B.GetHashCode()};
+        std::fesetround(FE_TONEAREST);
+        EXPECT_TRUE(equal);
+        EXPECT_EQ(hashes[0], hashes[1]) << "rounding mode " << mode;
+    }
 }
 
 TEST(MatrixIdentity, TheHashIsTheFoldOfSizesAndHalves)

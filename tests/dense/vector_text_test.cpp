@@ -6,11 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <any>
 #include <bit>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <unordered_set>
@@ -156,13 +158,25 @@ TEST(VectorData, AnArrayShorterThanItsHeaderChangesNothing)
 
 TEST(VectorData, InvalidLengthsChangeNothing)
 {
-    for (const std::int32_t size : {0, -1, INT_MIN, INT_MAX, (INT_MAX - 4) / 8 + 1}) {
+    for (const std::int32_t size : {0, -1, INT_MIN}) {
         Vector x{1, 2};
         try {
             x.Data(bytesOf(size, {7, 8, 9}));
             ADD_FAILURE() << "accepted " << size;
         } catch (const InvalidSizeException& e) {
             EXPECT_STREQ(e.what(), "Invalid number of rows or columns.");
+        }
+        EXPECT_TRUE(x == (Vector{1, 2}));
+    }
+}
+
+TEST(VectorData, AValidLengthThatMemoryCannotHoldChangesNothing)
+{
+    for (const std::int32_t size : {INT_MAX, (INT_MAX - 4) / 8 + 1}) {
+        Vector x{1, 2};
+        {
+            const testing::FailingAllocator none(0);
+            EXPECT_THROW(x.Data(bytesOf(size, {})), NotEnoughMemoryException) << size;
         }
         EXPECT_TRUE(x == (Vector{1, 2}));
     }
@@ -210,7 +224,7 @@ TEST(VectorArchive, WritesSizeAndDataInThisOrder)
     EXPECT_EQ(std::vector<double>(data.begin(), data.end()), (std::vector<double>{1, 2, 3}));
 }
 
-// By contract "Size" comes before the array is built.
+// "Size" comes before the array is built.
 TEST(VectorArchive, ATakenDataKeyFailsAfterSizeWasAdded)
 {
     SerializationInfo info;
@@ -347,6 +361,19 @@ TEST(VectorText, UseAfterReleaseIsRefusedInTheHardenedBuild)
     } else {
         EXPECT_FALSE(x == Vector(3)); // the length answers, and decides before an element is read
     }
+}
+
+TEST(VectorIdentity, EqualsLooksIntoWhatTheLibraryReturns)
+{
+    const Vector x{1, 2}, other{1, 3};
+    EXPECT_TRUE(x.Equals(std::any(x)));
+    EXPECT_FALSE(x.Equals(std::any(other)));
+    EXPECT_FALSE(x.Equals(std::any(x.ToMatrix())));
+    EXPECT_TRUE(x.Equals(std::optional<Vector>(x)));
+    EXPECT_FALSE(x.Equals(std::optional<Vector>()));
+    EXPECT_TRUE(x == x.ToArray());
+    EXPECT_TRUE(x.ToArray() == x);
+    EXPECT_FALSE(x != x.ToArray());
 }
 
 } // namespace

@@ -50,16 +50,15 @@ void sweepCommand(long step)
     const std::string unsymmetric = dataFile("b1_ss.mtx"), definite = dataFile("bcsstk04.mtx"),
                       wide = dataFile("lp_afiro.mtx"), complex = dataFile("young1c.mtx.gz");
     const Scratch scratch;
-    const std::vector<std::vector<std::string>> calls{
-        {"solve", unsymmetric, "--out", scratch.at("x.mtx")},
-        {"solve", definite, "--json"},
-        {"solve", wide},
-        {"info", unsymmetric, "--plot", scratch.at("p.png")},
-        {"info", wide, "--json"},
-        {"analyse", unsymmetric, "--plot", scratch.at("p.svg")},
-        {"svd", wide, "-k", "2", "--out", scratch.at("t")},
-        {"--version"},
-        {"solve", "--help"}};
+    const std::vector<std::vector<std::string>> calls{{"solve", unsymmetric, "--out", scratch.at("x.mtx")},
+                                                      {"solve", definite, "--json"},
+                                                      {"solve", wide},
+                                                      {"info", unsymmetric, "--plot", scratch.at("p.png")},
+                                                      {"info", wide, "--json"},
+                                                      {"analyse", unsymmetric, "--plot", scratch.at("p.svg")},
+                                                      {"svd", wide, "-k", "2", "--out", scratch.at("t")},
+                                                      {"--version"},
+                                                      {"solve", "--help"}};
     for (const auto& arguments : calls) {
         SCOPED_TRACE(::testing::PrintToString(arguments));
         sweep(commandProgram(), arguments, {0, 1, 2}, step);

@@ -7,8 +7,9 @@
 
 namespace Velmar::Lintrix::testing {
 
-/// Runs `program` with memory for k requests only, k = 0, step, 2*step, ... up to the number that it makes when
-/// none is refused. Each run must end with one of the `exits`, and say why on standard error where that is not 0.
+/// Runs `program` with memory for k requests only, k = 0, step, 2*step, ... up to the number that it makes
+/// when none is refused. Each run must end with one of the `exits`, and say why on standard error where that
+/// is not 0.
 void sweep(const std::string& program, const std::vector<std::string>& arguments,
            const std::vector<int>& exits, long step);
 

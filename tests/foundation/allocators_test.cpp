@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -79,6 +81,66 @@ TYPED_TEST(AllocatorTest, EveryBlockIsAlignedToSixteenBytes)
     }
 }
 
+// A system allocator whose blocks stand 8 bytes past a multiple of 16, or on one, in turn.
+class CrookedSystem {
+public:
+    CrookedSystem() { SystemAllocatorSlots() = {take, clear, resize, give}; }
+    ~CrookedSystem() { SystemAllocatorSlots() = saved_; }
+    CrookedSystem(const CrookedSystem&) = delete;
+    CrookedSystem& operator=(const CrookedSystem&) = delete;
+
+private:
+    // In front of each block: where the true one begins, and the size.
+    struct Note {
+        void* start;
+        std::size_t size;
+    };
+    static Note* noteOf(void* block) { return static_cast<Note*>(block) - 1; }
+    static void* take(std::size_t size)
+    {
+        static std::size_t shift = 0;
+        shift = 8 - shift;
+        auto* const start = static_cast<std::byte*>(std::malloc(size + 48));
+        void* const block = start + 32 + shift;
+        *noteOf(block) = {start, size};
+        return block;
+    }
+    static void* clear(std::size_t count, std::size_t size)
+    {
+        return std::memset(take(count * size), 0, count * size);
+    }
+    static void* resize(void* block, std::size_t size)
+    {
+        void* const moved = take(size);
+        std::memcpy(moved, block, std::min(size, noteOf(block)->size));
+        give(block);
+        return moved;
+    }
+    static void give(void* block)
+    {
+        if (block != nullptr) std::free(noteOf(block)->start);
+    }
+
+    SystemAllocator saved_ = SystemAllocatorSlots();
+};
+
+TYPED_TEST(AllocatorTest, BlocksAreAlignedWhateverTheSystemAllocatorGives)
+{
+    const CrookedSystem system;
+    for (int k = 0; k < 4; ++k) {
+        auto* block = TypeParam::take(4);
+        std::memcpy(static_cast<void*>(block), "0123456789abcdef", 16);
+        for (const std::uint64_t size : {100, 7, 1000, 1001, 64}) {
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0u);
+            block = TypeParam::resize(block, size);
+            EXPECT_EQ(blockBytes(block), size * TypeParam::kBytes);
+            EXPECT_EQ(std::memcmp(static_cast<const void*>(block), "0123456789abcdef", 16), 0);
+        }
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0u);
+        _free_mem_int(block);
+    }
+}
+
 TYPED_TEST(AllocatorTest, ResizeKeepsTheContentsUpToTheSmallerSize)
 {
     const std::int64_t before = total();
@@ -134,7 +196,7 @@ TYPED_TEST(AllocatorTest, RefusedRequestCountsNothing)
     EXPECT_EQ(total(), before);
 }
 
-// By contract the old size is withdrawn before the resize is tried, so it goes twice when that fails.
+// The old size is withdrawn before the resize is tried, so it goes twice when that fails.
 TYPED_TEST(AllocatorTest, FailedResizeKeepsTheBlockAndWithdrawsItsSizeTwice)
 {
     const std::int64_t before = total();

@@ -123,7 +123,7 @@ TYPED_TEST(BlockTest, ResizeKeepsWhatFits)
     }
 }
 
-// By contract of the allocators the total has then lost the block.
+// The total has then lost the block: the allocators withdraw before they try.
 TYPED_TEST(BlockTest, RefusedResizeLeavesTheBlockToItsOwner)
 {
     const std::array<TypeParam, 6> source{1, 2, 3, 4, 5, 6};

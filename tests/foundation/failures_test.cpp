@@ -11,8 +11,12 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
+#include <typeinfo>
+#include <utility>
+#include <vector>
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -58,6 +62,19 @@ std::exception_ptr innerFailure()
     return std::make_exception_ptr(InvalidOperationException("the inner one"));
 }
 
+// The texts of a failure and of the inner ones, outermost first.
+std::vector<std::string> messages(const MatrixException& failure)
+{
+    std::vector<std::string> texts{failure.Message()};
+    if (!failure.InnerException()) return texts;
+    try {
+        std::rethrow_exception(failure.InnerException());
+    } catch (const MatrixException& inner) {
+        for (std::string& text : messages(inner)) texts.push_back(std::move(text));
+    }
+    return texts;
+}
+
 template <class Failure>
 class FailureTest : public ::testing::Test {
 };
@@ -94,6 +111,42 @@ TYPED_TEST(FailureTest, TextAndInnerFailureAreKept)
                                              "the inner one");
 }
 
+TYPED_TEST(FailureTest, TextMayHoldZeroCharacters)
+{
+    const std::string text("a\0b", 3);
+    EXPECT_EQ(TypeParam(text).Message(), text);
+    EXPECT_STREQ(TypeParam(text).what(), "a"); // a C string ends there
+    EXPECT_EQ(FromArchive<TypeParam>(archived(TypeParam(text))).Message(), text);
+    const auto inner = std::make_exception_ptr(SizeMismatchException(text));
+    EXPECT_EQ(messages(FromArchive<TypeParam>(archived(TypeParam("outer", inner)))),
+              (std::vector<std::string>{"outer", text}));
+}
+
+TYPED_TEST(FailureTest, FromArchiveRestoresEachType)
+{
+    const TypeParam restored = FromArchive<TypeParam>(archived(TypeParam("the outer one", innerFailure())));
+    EXPECT_EQ(typeid(restored), typeid(TypeParam));
+    EXPECT_EQ(messages(restored), (std::vector<std::string>{"the outer one", "the inner one"}));
+    EXPECT_EQ(messages(FromArchive<TypeParam>(archived(TypeParam()))),
+              std::vector<std::string>{kDefaultText<TypeParam>});
+}
+
+TYPED_TEST(FailureTest, ArchiveTellsAnInnerFailureWithoutTextFromNone)
+{
+    const TypeParam failure("outer", std::make_exception_ptr(MatrixException("")));
+    EXPECT_EQ(messages(FromArchive<TypeParam>(archived(failure))), (std::vector<std::string>{"outer", ""}));
+}
+
+TYPED_TEST(FailureTest, ArchiveKeepsTheInnerFailuresOfInnerOnes)
+{
+    const auto third = std::make_exception_ptr(std::runtime_error("third"));
+    const auto second = std::make_exception_ptr(SizeMismatchException("second", third));
+    const SerializationInfo info = archived(TypeParam("first", second));
+    const TypeParam restored = FromArchive<TypeParam>(info);
+    EXPECT_EQ(messages(restored), (std::vector<std::string>{"first", "second", "third"}));
+    EXPECT_EQ(archived(restored).Values(), info.Values());
+}
+
 TYPED_TEST(FailureTest, ArchiveRestoresTheDefaultText)
 {
     const Restored<TypeParam> restored(archived(TypeParam()));
@@ -109,15 +162,21 @@ TYPED_TEST(FailureTest, ArchiveRestoresTextAndInnerFailure)
                                    "the inner one");
 }
 
-TYPED_TEST(FailureTest, ArchiveNamesItsTwoValues)
+TYPED_TEST(FailureTest, ArchiveNamesTheTextAndTheDepthAndThenEachInnerText)
 {
-    const SerializationInfo info = archived(TypeParam("the outer one", innerFailure()));
-    ASSERT_EQ(info.Values().size(), 2u);
+    const auto inner = std::make_exception_ptr(MatrixException("second", innerFailure()));
+    const SerializationInfo info = archived(TypeParam("first", inner));
+    ASSERT_EQ(info.Values().size(), 4u);
     EXPECT_EQ(info.Values()[0].first, "Message");
-    EXPECT_EQ(info.Values()[1].first, "InnerMessage");
-    EXPECT_EQ(info.GetString("Message"), "the outer one");
-    EXPECT_EQ(info.GetString("InnerMessage"), "the inner one");
-    EXPECT_EQ(archived(TypeParam()).GetString("InnerMessage"), "");
+    EXPECT_EQ(info.Values()[1].first, "InnerFailures");
+    EXPECT_EQ(info.Values()[2].first, "InnerMessage1");
+    EXPECT_EQ(info.Values()[3].first, "InnerMessage2");
+    EXPECT_EQ(info.GetString("Message"), "first");
+    EXPECT_EQ(info.GetInt32("InnerFailures"), 2);
+    EXPECT_EQ(info.GetString("InnerMessage1"), "second");
+    EXPECT_EQ(info.GetString("InnerMessage2"), "the inner one");
+    EXPECT_EQ(archived(TypeParam()).Values().size(), 2u);
+    EXPECT_EQ(archived(TypeParam()).GetInt32("InnerFailures"), 0);
 }
 
 TYPED_TEST(FailureTest, ArchiveWithoutTheTextIsRefused)
@@ -127,10 +186,14 @@ TYPED_TEST(FailureTest, ArchiveWithoutTheTextIsRefused)
                                           "Value 'Message' was not found in the archive.");
     info.AddValue("Message", "text");
     expectFailure<SerializationException>([&] { Restored<TypeParam> restored(info); },
-                                          "Value 'InnerMessage' was not found in the archive.");
-    info.AddValue("InnerMessage", 7);
+                                          "Value 'InnerFailures' was not found in the archive.");
+    info.AddValue("InnerFailures", 2);
     expectFailure<SerializationException>([&] { Restored<TypeParam> restored(info); },
-                                          "Value 'InnerMessage' in the archive is of another type.");
+                                          "Value 'InnerMessage1' was not found in the archive.");
+    info.AddValue("InnerMessage1", "second");
+    info.AddValue("InnerMessage2", 7);
+    expectFailure<SerializationException>([&] { Restored<TypeParam> restored(info); },
+                                          "Value 'InnerMessage2' in the archive is of another type.");
 }
 
 TYPED_TEST(FailureTest, ArchiveConstructorIsNotForCallers)
@@ -221,6 +284,18 @@ TEST(HostFailures, KeepTheirRolesAndTexts)
                                             "Index was outside the bounds of the array.");
     expectFailure<FormatException>([] { throw FormatException(); }, "Format specifier was invalid.");
     expectFailure<SerializationException>([] { throw SerializationException("archive"); }, "archive");
+}
+
+TEST(HostFailures, TextsMayHoldZeroCharacters)
+{
+    const std::string text("a\0b", 3);
+    EXPECT_EQ(ArgumentException(text).Message(), text);
+    EXPECT_EQ(ArgumentOutOfRangeException(text, text).Message(), text);
+    EXPECT_EQ(ArgumentOutOfRangeException(text, text).ParamName(), text);
+    EXPECT_EQ(InvalidOperationException(text).Message(), text);
+    EXPECT_EQ(NotSupportedException(text).Message(), text);
+    EXPECT_EQ(SerializationException(text).Message(), text);
+    EXPECT_STREQ(SerializationException(text).what(), "a");
 }
 
 TEST(HostFailures, ArgumentFailuresNameTheirParameter)

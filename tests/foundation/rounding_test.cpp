@@ -1,6 +1,6 @@
 // Rounding to fractional digits, ties to even.
 
-#include <lintrix/foundation/rounding.h>
+#include <lintrix/lintrix.h>
 
 #include <lintrix/foundation/failures.h>
 

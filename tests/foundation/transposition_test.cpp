@@ -1,6 +1,6 @@
 // Out-of-place transposition.
 
-#include <lintrix/foundation/transposition.h>
+#include <lintrix/lintrix.h>
 
 #include <gtest/gtest.h>
 

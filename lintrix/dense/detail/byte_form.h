@@ -14,7 +14,8 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// By contract the form is counted in 32 bits: cells beside a header of `sizes` 32-bit numbers.
+/// The form is counted in 32 bits, which its readers rely on: cells beside a header of `sizes` 32-bit
+/// numbers.
 template <class Cell>
 constexpr std::int64_t mostCellsInByteForm(std::size_t sizes)
 {
@@ -46,8 +47,9 @@ inline std::int32_t sizeInBytes(std::span<const std::byte> data, std::size_t ind
     return size;
 }
 
-/// Bytes, or values of an archive, into a block of `count` cells; a surplus is ignored. By contract what a
-/// short source has is copied before it fails. @throws IndexOutOfRangeException  the source is short
+/// Bytes, or values of an archive, into a block of `count` cells; a surplus is ignored. What a short
+/// source has is copied before it fails, and callers find it there. @throws IndexOutOfRangeException  the
+/// source is short
 template <class Cell, class Unit>
 void copyToBlock(std::span<const Unit> source, Cell* cells, std::int64_t count)
 {

@@ -8,8 +8,19 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace Velmar::Lintrix::detail {
+
+/// A rows x cols block to be read; its row count is its leading dimension.
+template <class Cell>
+struct BlockView {
+    const Cell* cells;
+    std::int64_t rows, cols;
+
+    const Cell* column(std::int64_t col) const { return cells + rows * col; }
+    const Cell& operator()(std::int64_t row, std::int64_t col) const { return column(col)[row]; }
+};
 
 /// Copies the leading rows x cols part of `source` (leading dimension lds) to `target` (leading dimension
 /// ldt).
@@ -22,27 +33,45 @@ void copyPart(const Cell* source, std::int32_t lds, Cell* target, std::int32_t l
     }
 }
 
-/// How many of the first `rows` cells of column `col` a block of `held` cells has, leading dimension ld: all
-/// of them, unless the product of its sizes wrapped.
-constexpr std::int32_t heldRows(std::int64_t held, std::int64_t ld, std::int64_t col,
-                                std::int32_t rows) noexcept
+/// Cell (r, c) of the leading rows x cols part of `block` := cellAt(r, c), column after column; its leading
+/// dimension is ld. Where the product of its sizes wrapped, the block is shorter than they tell: what stands
+/// past its end is not there to be written.
+template <class Cell, class CellAt>
+void fillLeading(Block<Cell>& block, std::int64_t ld, std::int64_t rows, std::int64_t cols, CellAt cellAt)
 {
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(held - ld * col, 0, rows));
+    const std::int64_t held = block.cells();
+    for (std::int64_t c = 0; c < cols; ++c) {
+        Cell* const column = block.get() + ld * c;
+        const std::int64_t kept = std::clamp<std::int64_t>(held - ld * c, 0, rows);
+        for (std::int64_t r = 0; r < kept; ++r) column[r] = cellAt(r, c);
+    }
 }
 
 /// A new block of `count` cells for rows x cols: elements of `old` keep their (row, column), the rest is
 /// zero.
 template <class Cell>
-Block<Cell> resized(const Cell* old, std::int32_t oldRows, std::int32_t oldCols, std::int32_t rows,
-                    std::int32_t cols, std::int64_t count)
+Block<Cell> resized(const BlockView<Cell>& old, std::int64_t rows, std::int64_t cols, std::int64_t count)
 {
     auto fresh = Block<Cell>::zeroed(count);
-    const std::int64_t held = fresh.cells();
-    for (std::int64_t c = 0; c < std::min(cols, oldCols); ++c) {
-        std::copy_n(old + oldRows * c, heldRows(held, rows, c, std::min(rows, oldRows)),
-                    fresh.get() + rows * c);
-    }
+    fillLeading(fresh, rows, std::min(rows, old.rows), std::min(cols, old.cols), old);
     return fresh;
+}
+
+/// `values`, which are not empty, row after row into the rows x cols block, `count` of them at most.
+template <class Cell>
+void readRowMajor(std::span<const Cell> values, Block<Cell>& block, std::int64_t rows, std::int64_t cols,
+                  std::size_t count)
+{
+    const std::size_t wanted = std::min(values.size(), count);
+    const std::int64_t held = block.cells(); // as in fillLeading
+    std::size_t used = 0;
+    for (std::int64_t r = 0; r < rows; ++r) {
+        for (std::int64_t c = 0; c < cols; ++c) {
+            const Cell& value = values[used++];
+            if (r + rows * c < held) block[r + rows * c] = value;
+            if (used >= wanted) return;
+        }
+    }
 }
 
 } // namespace Velmar::Lintrix::detail

@@ -1,7 +1,6 @@
 #pragma once
 /// @file
-/// The plain loops of the element-wise operations: out[i] = op(x[i]) and out[i] = op(x[i], y[i]).
-/// `out` is a fresh block, so it overlaps neither operand.
+/// The plain loops of the element-wise operations, by cell type.
 
 #include <lintrix/foundation/block.h>
 
@@ -9,22 +8,35 @@
 
 namespace Velmar::Lintrix::detail {
 
-template <class Op>
-Block<double> mapped(const double* x, std::int32_t n, Op op)
+/// out[i] = cellAt(i). `out` is a fresh block, so it overlaps no operand.
+template <class Cell, class CellAt>
+Block<Cell> generated(std::int64_t n, CellAt cellAt)
 {
-    Block<double> fresh(n);
-    double* __restrict out = fresh.get();
-    for (std::int64_t i = 0; i < n; ++i) out[i] = op(x[i]);
+    Block<Cell> fresh(n);
+    Cell* __restrict out = fresh.get();
+    for (std::int64_t i = 0; i < n; ++i) out[i] = cellAt(i);
     return fresh;
 }
 
-template <class Op>
-Block<double> mapped(const double* x, const double* y, std::int32_t n, Op op)
+/// out[i] = op(x[i])
+template <class Cell, class Op>
+Block<Cell> mapped(const Cell* x, std::int64_t n, Op op)
 {
-    Block<double> fresh(n);
-    double* __restrict out = fresh.get();
-    for (std::int64_t i = 0; i < n; ++i) out[i] = op(x[i], y[i]);
-    return fresh;
+    return generated<Cell>(n, [=](std::int64_t i) { return op(x[i]); });
+}
+
+/// out[i] = op(x[i], y[i])
+template <class Cell, class Op>
+Block<Cell> mapped(const Cell* x, const Cell* y, std::int64_t n, Op op)
+{
+    return generated<Cell>(n, [=](std::int64_t i) { return op(x[i], y[i]); });
+}
+
+/// x[i] := function(x[i], i) for a caller's function, in order.
+template <class Cell, class Function>
+void replaceEach(Cell* x, std::int32_t n, Function function)
+{
+    for (std::int32_t i = 0; i < n; ++i) x[i] = function(x[i], i);
 }
 
 } // namespace Velmar::Lintrix::detail

@@ -6,6 +6,7 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/hardening.h>
 
+#include <algorithm>
 #include <cstdint>
 
 namespace Velmar::Lintrix::detail {
@@ -23,12 +24,13 @@ inline void requireSizes(std::int32_t rows, std::int32_t cols)
     requireSize(cols);
 }
 
-/// Sizes that come with bytes or an archive from elsewhere: besides, their product is at most `mostCells`. A
-/// wrapped product must not be reached from outside the program. @throws InvalidSizeException
-inline void requireForeignSizes(std::int32_t rows, std::int32_t cols, std::int64_t mostCells)
+/// Sizes that come with bytes or an archive from elsewhere. Here alone this library is stricter than its
+/// constructors: a product past 2^31 - 1, which wraps there, is refused, since bytes are not a caller who
+/// could know. @throws InvalidSizeException
+inline void requireForeignSizes(std::int32_t rows, std::int32_t cols)
 {
     requireSizes(rows, cols);
-    if (std::int64_t{rows} * cols > mostCells) throw InvalidSizeException();
+    if (std::int64_t{rows} * cols > INT32_MAX) throw InvalidSizeException();
 }
 
 /// rows*cols in wrapping 32-bit arithmetic.
@@ -56,6 +58,13 @@ constexpr std::int32_t resultCells(std::int64_t rows, std::int64_t cols) noexcep
 {
     const bool fits = rows <= INT32_MAX && cols <= INT32_MAX && rows * cols <= INT32_MAX;
     return fits ? static_cast<std::int32_t>(rows * cols) : -1;
+}
+
+/// The leading dimension of a column-major block. A block without rows has none to tell, and the routines
+/// refuse 0.
+constexpr std::int32_t leadingDimension(std::int32_t rows) noexcept
+{
+    return std::max(1, rows);
 }
 
 } // namespace Velmar::Lintrix::detail

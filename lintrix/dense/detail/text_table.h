@@ -1,32 +1,34 @@
 #pragma once
 /// @file
-/// The cells of a dense object on their way to text.
+/// Dense objects as text, by the formatter of their cells: anything with `Append(std::string&, cell)`.
 
-#include <lintrix/foundation/number_format.h>
+#include <lintrix/dense/detail/column_major.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <locale>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
 
 /// Texts in reading order with their common width. Each cell is formatted once, into one string; the layout
-/// then takes the texts from it in the same order. Two bytes a cell beside the texts.
+/// then takes the texts from it in the same order. Two bytes a cell beside the texts, of which a number's
+/// is far below 65536 characters.
+template <class Formatter>
 class TextTable {
 public:
-    /// @throws FormatException
-    TextTable(std::string_view format, const std::locale& locale) : formatter_(format, locale) {}
-
-    void reserve(std::size_t cells)
+    TextTable(Formatter formatter, std::size_t cells) : formatter_(std::move(formatter))
     {
         lengths_.reserve(cells);
         texts_.reserve(cells * 6);
     }
-    void add(double cell)
+
+    template <class Cell>
+    void add(const Cell& cell)
     {
         const std::size_t before = texts_.size();
         formatter_.Append(texts_, cell);
@@ -35,12 +37,16 @@ public:
         width_ = std::max(width_, length);
     }
 
-    std::size_t width() const noexcept { return width_; }
+    /// The length of a line of `count` cells.
+    std::size_t lineLength(std::size_t count, std::string_view separator) const noexcept
+    {
+        return count * width_ + (count > 0 ? count - 1 : 0) * separator.size();
+    }
 
     /// The next `count` cells, each padded on the left to the common width, `separator` between them.
-    void appendLine(std::string& out, std::int32_t count, std::string_view separator)
+    void appendLine(std::string& out, std::size_t count, std::string_view separator)
     {
-        for (std::int32_t i = 0; i < count; ++i) {
+        for (std::size_t i = 0; i < count; ++i) {
             const std::size_t length = lengths_[next_++];
             if (i > 0) out.append(separator);
             out.append(width_ - length, ' ').append(texts_, taken_, length);
@@ -49,12 +55,53 @@ public:
     }
 
 private:
-    NumberFormatter formatter_;
+    Formatter formatter_;
     std::string texts_;
     std::vector<std::uint16_t> lengths_;
     std::size_t width_ = 0;
     std::size_t next_ = 0;  ///< first cell that no line has taken
     std::size_t taken_ = 0; ///< where its text begins
 };
+
+/// What stands around the cells.
+struct TextEnds {
+    std::string_view separator, leftBorder, rightBorder, end;
+};
+
+/// One line a row; the last one closes with the end alone.
+template <class Formatter, class Cell>
+std::string matrixText(Formatter formatter, const BlockView<Cell>& A, const TextEnds& ends)
+{
+    const auto rows = static_cast<std::size_t>(A.rows), cols = static_cast<std::size_t>(A.cols);
+    TextTable<Formatter> table(std::move(formatter), rows * cols);
+    for (std::int64_t r = 0; r < A.rows; ++r) {
+        for (std::int64_t c = 0; c < A.cols; ++c) table.add(A(r, c));
+    }
+
+    const std::size_t line = ends.leftBorder.size() + table.lineLength(cols, ends.separator);
+    std::string text;
+    text.reserve(ends.end.size() + rows * (line + ends.rightBorder.size()));
+    for (std::size_t r = 0; r < rows; ++r) {
+        if (r > 0) text.append(ends.rightBorder);
+        text.append(ends.leftBorder);
+        table.appendLine(text, cols, ends.separator);
+    }
+    return text.append(ends.end);
+}
+
+/// One line; both end pieces always appear.
+template <class Formatter, class Cell>
+std::string vectorText(Formatter formatter, std::span<const Cell> cells, const TextEnds& ends)
+{
+    TextTable<Formatter> table(std::move(formatter), cells.size());
+    for (const Cell& cell : cells) table.add(cell);
+
+    std::string text;
+    text.reserve(ends.leftBorder.size() + table.lineLength(cells.size(), ends.separator) +
+                 ends.rightBorder.size() + ends.end.size());
+    text.append(ends.leftBorder);
+    table.appendLine(text, cells.size(), ends.separator);
+    return text.append(ends.rightBorder).append(ends.end);
+}
 
 } // namespace Velmar::Lintrix::detail

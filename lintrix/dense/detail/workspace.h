@@ -3,6 +3,7 @@
 /// What a call of LAPACK takes beside its operands: leading dimensions, and work space whose size is fixed by
 /// a formula of the caller. There are no workspace queries.
 
+#include <lintrix/dense/detail/sizes.h>
 #include <lintrix/foundation/block.h>
 #include <lintrix/foundation/failures.h>
 
@@ -13,13 +14,6 @@ namespace Velmar::Lintrix::detail {
 
 /// LAPACK's block size, as the formulas assume it.
 inline constexpr std::int64_t kBlockSize = 64;
-
-/// The leading dimension of a column-major block. A block without rows has none to tell, and the routines
-/// refuse 0.
-constexpr std::int32_t leadingDimension(std::int32_t rows) noexcept
-{
-    return std::max(1, rows);
-}
 
 /// `length` cells, and LWORK to say so: at least 1, which the routines demand even where there is no work,
 /// and at most the largest 32-bit number.
@@ -39,7 +33,7 @@ struct Workspace {
 private:
     static std::int32_t lengthToTell(std::int64_t length, std::int64_t least)
     {
-        if (least > INT32_MAX) throw NotEnoughMemoryException();
+        if (least > INT32_MAX) requireBlock(nullptr);
         return static_cast<std::int32_t>(std::clamp<std::int64_t>(length, 1, INT32_MAX));
     }
 };

@@ -16,9 +16,8 @@ constexpr int kRightHands = 1; // columns are solved one by one
 
 void** newHandle()
 {
-    void* const block = SystemAllocatorSlots().malloc(kHandleSlots * sizeof(void*));
-    if (block == nullptr) throw NotEnoughMemoryException();
-    void** const slots = static_cast<void**>(block);
+    void** const slots =
+        static_cast<void**>(requireBlock(SystemAllocatorSlots().malloc(kHandleSlots * sizeof(void*))));
     std::fill_n(slots, kHandleSlots, nullptr);
     return slots;
 }
