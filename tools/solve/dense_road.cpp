@@ -55,7 +55,8 @@ void announce(const Matrix& A, std::string_view file, Progress& progress)
     }
 }
 
-/// Residuals and errors; an answer that does not solve its system is told to be inaccurate.
+/// Residuals and errors; an answer that does not solve its system is told to be inaccurate, one without a
+/// correct digit to be ill-conditioned.
 Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
 {
     Quality quality;
@@ -63,12 +64,16 @@ Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
     report.probeError = answer.probeError;
     if (answer.status != Status::Solved) return quality;
     quality = judge(system.A, *answer.x, system.B);
-    if (!(quality.judged() <= kPoor)) answer.status = Status::Inaccurate;
     report.residual = quality.residual;
     report.normalResidual = quality.normalResidual;
     if (system.onesAreKnown) {
         report.maxError = largestDifference(*answer.x, filledWith(1.0, system.A.Cols(), 1));
     }
+    quality.error = worseError(report.probeError.value_or(0.0), report.maxError);
+    if (!(quality.judged() <= kPoor))
+        answer.status = Status::Inaccurate;
+    else if (!(quality.error < kNoDigit))
+        answer.status = Status::IllConditioned;
     return quality;
 }
 
@@ -88,7 +93,7 @@ Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progre
         report.reason = nameOf(answer.status);
         return {{}, Verdict::Failed, explain(answer, system.A, quality)};
     }
-    const Verdict verdict = verdictOf(quality.judged(), answer.probeError.value_or(0.0));
+    const Verdict verdict = verdictOf(quality.judged(), quality.error);
     if (verdict == Verdict::Degraded) report.reason = "ill-conditioned";
     return {std::move(answer.x), verdict, {}};
 }

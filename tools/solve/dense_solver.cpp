@@ -113,9 +113,11 @@ std::string_view nameOf(Status status)
     case Status::NotFinite:
         return "not-finite";
     case Status::Inaccurate:
+        return "inaccurate";
+    case Status::IllConditioned:
         break;
     }
-    return "inaccurate";
+    return "ill-conditioned";
 }
 
 Answer solveDense(const Matrix& A, const Matrix& B)
@@ -139,6 +141,10 @@ std::string explain(const Answer& answer, const Matrix& A, const Quality& qualit
         return "the solution is not finite: a number overflowed on the way";
     case Status::Inaccurate:
         return fmt::format("the solution is inaccurate: its scaled residual is {:.1e}", quality.judged());
+    case Status::IllConditioned:
+        return fmt::format("no digit of the solution can be trusted: a known solution came back with a "
+                           "relative error of {:.1e}",
+                           quality.error);
     case Status::Solved:
         break;
     }

@@ -18,9 +18,10 @@ enum class Status {
     RankDeficient, ///< tall or wide, the rank is smaller than the smaller side
     NotFinite,     ///< the solution overflowed
     Inaccurate,    ///< there is a solution, but its residual is too large
+    IllConditioned ///< there is one with a small residual, but not a digit of what is known came back
 };
 
-/// "solved", "singular", "rank-deficient", "not-finite", "inaccurate".
+/// "solved", "singular", "rank-deficient", "not-finite", "inaccurate", "ill-conditioned".
 std::string_view nameOf(Status status);
 
 struct Answer {

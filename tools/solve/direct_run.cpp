@@ -1,5 +1,7 @@
 #include <tools/solve/direct_run.h>
 
+#include <lintrix/engine/analysis_summary.h>
+
 namespace Velmar::Lintrix::tools {
 
 namespace {
@@ -40,8 +42,9 @@ enum Slot : std::size_t {
     kPivotExponent = 10,
     kScaling = 11,
     kMatching = 13,
+    kAnalysisKept = 16,
+    kFactorMemory = 17,
     kFactorEntries = 18,
-    kGigaflops = 19,
     kSymmetricPivoting = 21,
     kFailing = 30,
 };
@@ -72,6 +75,19 @@ bool scales(Road road)
 bool ordersByPairs(Road road)
 {
     return setupOf(road).pairs != 0;
+}
+
+std::string_view nameOf(FillInReducingMethod ordering)
+{
+    switch (ordering) {
+    case FillInReducingMethod::MinimumDegree:
+        return "minimum degree";
+    case FillInReducingMethod::NestedDissection:
+        return "nested dissection";
+    case FillInReducingMethod::ParallelNestedDissection:
+        break;
+    }
+    return "parallel nested dissection";
 }
 
 std::optional<Road> roadAfter(Road road)
@@ -107,7 +123,6 @@ DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod
     set(kScaling, setup.matching);
     set(kMatching, setup.matching);
     set(kFactorEntries, -1);
-    set(kGigaflops, -1);
     set(kSymmetricPivoting, setup.pairs);
 }
 
@@ -115,6 +130,15 @@ DirectRun::~DirectRun()
 {
     parameters_[11] = 0; // else the release of a handle could be taken for that of a diagonal matrix
     call(-1, 1, nullptr, nullptr);
+}
+
+RoadCost DirectRun::cost() const
+{
+    const std::optional<AnalysisSummary> summary = AnalysisView(handle_.data()).Summary();
+    if (!summary) return {};
+    const double kilobytes =
+        static_cast<double>(parameters_[kAnalysisKept - 1]) + parameters_[kFactorMemory - 1];
+    return {summary->lowerNonZeros, summary->operations, 1024.0 * kilobytes};
 }
 
 EngineAnswer DirectRun::analyse()

@@ -41,12 +41,24 @@ bool ordersByPairs(Road road);
 /// Where to go when `road` fails. None after the last one.
 std::optional<Road> roadAfter(Road road);
 
+/// "minimum degree", "nested dissection", "parallel nested dissection".
+std::string_view nameOf(FillInReducingMethod ordering);
+
+/// Of a factorization, as its analysis counts it.
+struct RoadCost {
+    std::int64_t entries = 0; ///< of L, diagonal included
+    double operations = 0.0;
+    double bytes = 0.0; ///< of analysis, factor and solve
+};
+
 struct DirectSettings {
     FactorizationStrategy strategy = FactorizationStrategy::ComputeAlways;
     std::int32_t refine = 0; ///< at most so many steps; below 0 with residuals in extended precision
     bool engineReport = false;
     std::function<void(int)> progress{}; ///< is told the percentage of the factorization
 };
+
+inline constexpr int kEngineNoMemory = -2; ///< the error of an engine without memory
 
 /// What the engine answered.
 struct EngineAnswer {
@@ -83,8 +95,8 @@ public:
     FillInReducingMethod ordering() const { return static_cast<FillInReducingMethod>(parameters_[1]); }
     int perturbedPivots() const { return parameters_[13]; }
     int refinementSteps() const { return parameters_[6]; }
-    /// Operations of a factorization, in units of 10^9, as the analysis counts them.
-    int gigaflops() const { return std::max(parameters_[18], 0); }
+    /// Of a factorization, once it is analysed; nothing of a diagonal matrix.
+    RoadCost cost() const;
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
     int factorEntries() const { return std::max(parameters_[17], 0); }
 

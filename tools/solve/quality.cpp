@@ -112,10 +112,21 @@ std::string_view nameOf(Verdict verdict)
     return "failed";
 }
 
-Verdict verdictOf(double residual, double probeError)
+double worseError(double probeError, std::optional<double> knownError)
 {
-    if (!(residual <= kPoor)) return Verdict::Failed;
-    return residual <= kRoundingLevel && probeError <= kFewDigits ? Verdict::Accurate : Verdict::Degraded;
+    if (!knownError || std::isnan(probeError)) return probeError;
+    return *knownError <= probeError ? probeError : *knownError;
+}
+
+double ProbedQuality::error() const
+{
+    return worseError(probeError, knownError);
+}
+
+Verdict verdictOf(double residual, double error)
+{
+    if (!(residual <= kPoor) || !(error < kNoDigit)) return Verdict::Failed;
+    return residual <= kRoundingLevel && error <= kFewDigits ? Verdict::Accurate : Verdict::Degraded;
 }
 
 template <class Cell>
@@ -154,15 +165,21 @@ Quality judge(const Matrix& A, const Matrix& X, const Matrix& B)
 
 template <class Cell>
 ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
-                    const Columns<Cell>& probe)
+                    const Columns<Cell>& known)
 {
     Columns<Cell> R(B);
     for (std::int32_t j = 0; j < B.Cols(); ++j)
         addProduct<Cell>(-1.0, A, columnCells(X, j), columnCells(R, j));
     const double normA = infinityNorm(A);
-    const std::int32_t last = B.Cols() - 1;
-    return {scaledResidual(R, 1.0, normA, X, B, 0, last), scaledResidual(R, 1.0, normA, X, B, last, last + 1),
-            probeError(probe, columnOf(X, last))};
+    const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
+    ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),
+                          scaledResidual(R, 1.0, normA, X, B, last, last + 1),
+                          probeError(columnOf(known, others), columnOf(X, last))};
+    for (std::int32_t k = 0; k < others; ++k) {
+        const double error = probeError(columnOf(known, k), columnOf(X, last - others + k));
+        quality.knownError = worseError(error, quality.knownError);
+    }
+    return quality;
 }
 
 template <class Block>

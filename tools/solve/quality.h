@@ -15,15 +15,16 @@
 
 namespace Velmar::Lintrix::tools {
 
-inline constexpr double kFewDigits = 1e-6;      ///< a probe error above this is warned of
+inline constexpr double kFewDigits = 1e-6;      ///< an error above this is warned of
+inline constexpr double kNoDigit = 0.1;         ///< from this error on no digit is correct
 inline constexpr double kRoundingLevel = 1e-12; ///< a residual above this is worse than rounding explains
 inline constexpr double kPoor = 1e-8;           ///< a residual above this is no solution
 
 /// What a run amounts to.
 enum class Verdict {
     Accurate, ///< the residual is at rounding level, and the known solution came back
-    Degraded, ///< there is a solution, and a reason not to trust all of it
-    Failed,   ///< there is none
+    Degraded, ///< at least a digit came back, and there is a reason not to trust all of it
+    Failed,   ///< there is no solution, or none with a correct digit
 };
 
 /// "accurate", "degraded", "failed".
@@ -35,6 +36,7 @@ struct Quality {
     /// Of a tall system, whose residual is large by nature when b is not in the range of A: the same for the
     /// normal equations, ||A'*(b - A*x)|| / (||A'|| (||A|| ||x|| + ||b||)).
     std::optional<double> normalResidual{};
+    double error = 0.0; ///< the largest that is known, of the probe and of X
 
     /// What is small for an accurate solution.
     double judged() const { return normalResidual.value_or(residual); }
@@ -46,14 +48,22 @@ Quality judge(const Matrix& A, const Matrix& X, const Matrix& B);
 struct ProbedQuality {
     double residual = 0.0; ///< over the other columns, scaled as above
     double probeResidual = 0.0, probeError = 0.0;
+    std::optional<double> knownError{}; ///< of the other columns, where their solution is known
+
+    /// The largest error that is known; NaN if there is one among them.
+    double error() const;
 };
 
+/// `known` holds the solutions of the last columns of `B`: of the probe's, or of more.
 template <class Cell>
 ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
-                    const Columns<Cell>& probe);
+                    const Columns<Cell>& known);
 
-/// Of a solution with this residual and this probe error.
-Verdict verdictOf(double residual, double probeError);
+/// The larger of a probe's error and of one that may be known beside it; NaN if either is.
+double worseError(double probeError, std::optional<double> knownError);
+
+/// Of a solution with this residual and this error, the largest that is known.
+Verdict verdictOf(double residual, double error);
 
 /// The seeded solution of the right-hand side that is added: rows x 1, sizes in [1/2, 1), signs at random, so
 /// that no element is small. Of a complex one the real and the imaginary parts are such.

@@ -55,19 +55,18 @@ void tell(const std::string& text)
     writeAll(STDERR_FILENO, fmt::format("lintrix: {}\n", printable(text)));
 }
 
+/// Of a solution that has some.
 std::string digitsInWords(double error)
 {
-    const int digits = std::isfinite(error) ? std::max(0, static_cast<int>(-std::log10(error))) : 0;
-    if (digits == 0) return "no digit of the solution can";
+    const auto digits = static_cast<int>(-std::log10(error));
     if (digits == 1) return "only about 1 digit of the solution can";
     return fmt::format("only about {} digits of the solution can", digits);
 }
 
 void warn(const SolveReport& report)
 {
-    const double probe = report.probeError.value_or(0.0);
-    const double error = std::isnan(probe) ? probe : std::max(probe, report.maxError.value_or(0.0));
-    if (!(error <= kFewDigits)) {
+    const double error = worseError(report.probeError.value_or(0.0), report.maxError);
+    if (error > kFewDigits) {
         tell(fmt::format(
             "warning: {}: {} be trusted: a known solution came back with a relative error of {:.1e}",
             report.matrix, digitsInWords(error), error));

@@ -21,7 +21,7 @@ constexpr int kBarWidth = 30;         // characters
 template <class Cell>
 struct RightHands {
     Columns<Cell> B;
-    Columns<Cell> probe; ///< n x 1, the solution of the last column
+    Columns<Cell> known; ///< the solutions of the last columns: the probe, and the ones before it
 };
 
 /// Of the whole matrix, as many as the file has, and again those that it mirrors. The triangle of a symmetric
@@ -53,14 +53,12 @@ template <class Cell>
 RightHands<Cell> assemble(const CompressedRows<Cell>& A, const std::optional<Columns<Cell>>& given)
 {
     const std::int32_t n = A.rows(), count = given ? given->Cols() : 1;
-    Columns<Cell> probe = probeSolution<Cell>(n);
+    Columns<Cell> known = filledWith<Columns<Cell>>(1.0, n, given ? 1 : 2);
+    copyColumns(probeSolution<Cell>(n), known, known.Cols() - 1);
     Columns<Cell> B(n, count + 1);
-    if (given)
-        copyColumns(*given, B, 0);
-    else
-        copyColumns(productOf(A, filledWith<Columns<Cell>>(1.0, n, 1)), B, 0);
-    copyColumns(productOf(A, probe), B, count);
-    return {std::move(B), std::move(probe)};
+    if (given) copyColumns(*given, B, 0);
+    copyColumns(productOf(A, known), B, count + 1 - known.Cols());
+    return {std::move(B), std::move(known)};
 }
 
 /// What speaks against a type.
@@ -99,19 +97,6 @@ std::function<void(int)> barFor(const std::string& file, Progress& progress)
     };
 }
 
-std::string_view nameOf(FillInReducingMethod ordering)
-{
-    switch (ordering) {
-    case FillInReducingMethod::MinimumDegree:
-        return "minimum degree";
-    case FillInReducingMethod::NestedDissection:
-        return "nested dissection";
-    case FillInReducingMethod::ParallelNestedDissection:
-        break;
-    }
-    return "parallel nested dissection";
-}
-
 template <class Cell>
 void tell(const SparseAnswer<Cell>& answer, SolveReport& report)
 {
@@ -121,6 +106,7 @@ void tell(const SparseAnswer<Cell>& answer, SolveReport& report)
     report.reason = answer.reason;
     report.residual = answer.residual;
     report.probeError = answer.probeError;
+    report.maxError = answer.knownError;
     report.perturbedPivots = answer.perturbedPivots;
     report.refinementSteps = answer.refinementSteps;
     report.factorEntries = answer.factorEntries;
@@ -139,11 +125,9 @@ Solution solveIn(SystemFiles& files, const SparseOptions& options, SolveReport& 
     SparseOptions told = options;
     told.settings.progress = barFor(report.matrix, progress);
     SparseAnswer<Cell> answer =
-        solveSparse(system, rightHands.B, rightHands.probe, road, told, report.seconds);
+        solveSparse(system, rightHands.B, rightHands.known, road, told, report.seconds);
     progress.erase();
     tell(answer, report);
-    if (answer.x && !files.rightHands)
-        report.maxError = largestDifference(*answer.x, filledWith<Columns<Cell>>(1.0, system.size(), 1));
     if (answer.verdict == Verdict::Failed)
         return {{}, Verdict::Failed, "there is no good solution: " + answer.reason};
     return {std::move(answer.x), answer.verdict, {}};

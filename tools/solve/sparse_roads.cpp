@@ -1,11 +1,14 @@
 #include <tools/solve/sparse_roads.h>
 
+#include <tools/input/dense_system.h>
+#include <tools/input/transversal.h>
 #include <tools/solve/ordering_choice.h>
+#include <tools/solve/pair_forecast.h>
+#include <tools/solve/road_outcome.h>
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -14,91 +17,80 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-constexpr int kMuchFill = 5'000'000, kFillBound = 10;
-constexpr double kNoDigit = 0.1;        // a probe error from here on
 constexpr std::int32_t kLateSteps = 20; // of refinement, where the residual asks for it
-
-// The engine's error numbers and internal codes that are told apart.
-constexpr int kNoMemory = -2, kNumeric = -4, kUnmatched = -6, kDiagonal = -7, kOverflow = -8;
-constexpr int kNoContraction = -112, kTooManySteps = -111, kIteration = -3;
-
-/// What came of one road.
-template <class Cell>
-struct Outcome {
-    EngineAnswer engine;
-    std::string_view roadName;      ///< for this matrix
-    std::optional<Columns<Cell>> x; ///< with the probe
-    ProbedQuality quality{NAN, NAN, NAN};
-    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
-    int perturbed = 0, steps = 0, factorEntries = 0;
-    bool fillsIn = false; ///< the factors would be too large, and were not made
-
-    bool solves() const { return x && quality.residual <= kPoor; }
-    /// Small pivots were replaced, and no digit of the probe came back.
-    bool isDoubtful() const { return perturbed > 0 && !(quality.probeError < kNoDigit); }
-    bool isGood() const { return solves() && !isDoubtful(); }
-    /// Something else than the probe solves its system to rounding level: A is singular to working precision.
-    bool isSolvedByAnother() const { return x && isDoubtful() && quality.probeResidual <= kRoundingLevel; }
-    /// No other road can do better: the pattern has no perfect matching, or A is singular, and that is not
-    /// for want of scaling.
-    bool isFinal(Road road) const
-    {
-        return engine.error == kUnmatched || engine.error == kDiagonal ||
-               (scales(road) && isSolvedByAnother());
-    }
-};
 
 template <class Cell>
 class RoadRunner {
 public:
-    RoadRunner(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& probe,
+    RoadRunner(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& known,
                const SparseOptions& options, StepTimes& seconds)
-        : system_(system), B_(B), probe_(probe), options_(options), seconds_(seconds)
+        : system_(system), B_(B), known_(known), options_(options), seconds_(seconds)
     {
     }
 
-    Outcome<Cell> run(Road road)
+    /// The first road is taken whatever it costs, those after it up to `limit`.
+    Outcome<Cell> run(const Attempt& attempt, Reach limit)
     {
-        const EngineMatrix matrix = engineMatrixOf(system_, assumptionOf(road));
-        Outcome<Cell> outcome;
-        outcome.roadName = nameOf(road, matrix.mtype);
-        const std::unique_ptr<DirectRun> direct = analysed(road, matrix, outcome.engine);
-        seconds_.finish("analyse");
-        outcome.fillsIn = fillsIn(road, direct->factorEntries());
-        if (outcome.engine.error == 0 && !outcome.fillsIn) factorizeAndSolve(*direct, outcome);
-        if (outcome.engine.error == kNoMemory) throw NotEnoughMemoryException();
-        outcome.ordering = direct->ordering();
-        outcome.perturbed = direct->perturbedPivots();
-        outcome.steps = direct->refinementSteps();
-        outcome.factorEntries = direct->factorEntries();
+        const EngineMatrix matrix = engineMatrixOf(system_, assumptionOf(attempt.road));
+        Outcome<Cell> outcome{.attempt = attempt, .roadName = nameOf(attempt.road, matrix.mtype)};
+        if (!fillsIn(outcome)) follow(matrix, limit, outcome);
+        if (outcome.engine.error == kEngineNoMemory && !done_) throw NotEnoughMemoryException();
         return outcome;
     }
 
 private:
+    /// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no
+    /// better. Past all bounds for a large matrix, even the analysis: so it is estimated before that.
+    bool fillsIn(Outcome<Cell>& outcome)
+    {
+        if (!ordersByPairs(outcome.attempt.road) || !done_) return false;
+        const std::int64_t most = mostPairEntries(*done_);
+        const bool fills = pairEntries(nonZeroPattern(system_.matrix()), most) > most;
+        seconds_.finish("analyse");
+        if (!fills) return false;
+        outcome.cost.entries = most;
+        outcome.reach = Reach::Beyond;
+        return true;
+    }
+
+    void follow(const EngineMatrix& matrix, Reach limit, Outcome<Cell>& outcome)
+    {
+        const std::unique_ptr<DirectRun> direct = analysed(outcome.attempt, matrix, outcome.engine);
+        seconds_.finish("analyse");
+        outcome.cost = direct->cost();
+        if (done_) outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, memoryLimit());
+        outcome.taken = outcome.engine.error == 0 && outcome.reach <= limit;
+        if (outcome.taken) factorizeAndSolve(*direct, outcome);
+        outcome.ordering = direct->ordering();
+        outcome.perturbed = direct->perturbedPivots();
+        outcome.steps = direct->refinementSteps();
+        outcome.factorEntries = direct->factorEntries();
+    }
+
     /// A large body is dissected. Else by minimum degree first; nested dissection, where it pays, is kept if
     /// it saves operations.
-    std::unique_ptr<DirectRun> analysed(Road road, const EngineMatrix& matrix, EngineAnswer& answer)
+    std::unique_ptr<DirectRun> analysed(const Attempt& attempt, const EngineMatrix& matrix,
+                                        EngineAnswer& answer)
     {
         constexpr auto kQuick = FillInReducingMethod::MinimumDegree,
                        kThorough = FillInReducingMethod::NestedDissection;
+        const auto by = [&](FillInReducingMethod ordering) {
+            return std::make_unique<DirectRun>(attempt.road, matrix, ordering, options_.settings);
+        };
+        const std::optional<FillInReducingMethod> told =
+            attempt.ordering ? attempt.ordering : options_.ordering;
         const OrderingChoice choice(matrix, TrellConfiguration::GetMaxThreads());
-        const bool open = !options_.ordering && !ordersByPairs(road);
-        const auto ordering = options_.ordering.value_or(open && choice.isLargeBody() ? kThorough : kQuick);
-        auto first = std::make_unique<DirectRun>(road, matrix, ordering, options_.settings);
+        const bool open = !told && !ordersByPairs(attempt.road);
+        const auto ordering = told.value_or(open && choice.isLargeBody() ? kThorough : kQuick);
+        auto first = by(ordering);
         answer = first->analyse();
-        if (answer.error != 0 || !open || ordering == kThorough || !choice.dissectionPays(first->gigaflops()))
+        const double gigaflops = first->cost().operations / 1e9;
+        if (answer.error != 0 || !open || ordering == kThorough || !choice.dissectionPays(gigaflops))
             return first;
-        auto second = std::make_unique<DirectRun>(road, matrix, kThorough, options_.settings);
-        const bool better = second->analyse().error == 0 && second->gigaflops() < first->gigaflops();
+        auto second = by(kThorough);
+        const bool better =
+            second->analyse().error == 0 && second->cost().operations < first->cost().operations;
         return better ? std::move(second) : std::move(first);
-    }
-
-    /// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no
-    /// better: past all bounds for a large matrix.
-    bool fillsIn(Road road, int entries)
-    {
-        const int before = std::exchange(entriesBefore_, entries);
-        return ordersByPairs(road) && entries > kMuchFill && entries / kFillBound > before;
     }
 
     void factorizeAndSolve(DirectRun& direct, Outcome<Cell>& outcome)
@@ -106,14 +98,14 @@ private:
         outcome.engine = direct.factorize();
         seconds_.finish("factorize");
         if (outcome.engine.error != 0) return;
+        if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;
         Columns<Cell> X(B_.Rows(), B_.Cols());
         outcome.engine = direct.solve(B_, X);
         seconds_.finish("solve");
         if (outcome.engine.error != 0) return;
         outcome.quality = judged(X);
-        const bool accurate =
-            verdictOf(outcome.quality.residual, outcome.quality.probeError) == Verdict::Accurate;
-        if (!accurate && options_.settings.refine == 0) refine(direct, outcome.quality, X);
+        if (outcome.verdict() != Verdict::Accurate && options_.settings.refine == 0)
+            refine(direct, *outcome.quality, X);
         outcome.x = std::move(X);
     }
 
@@ -132,111 +124,90 @@ private:
 
     ProbedQuality judged(const Columns<Cell>& X)
     {
-        const ProbedQuality quality = judge(system_.matrix(), X, B_, probe_);
+        const ProbedQuality quality = judge(system_.matrix(), X, B_, known_);
         seconds_.finish("check");
         return quality;
     }
 
     SparseSystem<Cell>& system_;
     const Columns<Cell>& B_;
-    const Columns<Cell>& probe_;
+    const Columns<Cell>& known_;
     const SparseOptions& options_;
     StepTimes& seconds_;
-    int entriesBefore_ = 0; ///< of the factors on the road before
+    std::optional<RoadCost> done_{}; ///< of the largest factorization so far
 };
 
-std::string pivots(int count)
-{
-    return count == 1 ? "1 perturbed pivot" : fmt::format("{} perturbed pivots", count);
-}
-
-std::string whyNumeric(Road road, int failing)
-{
-    if (failing == kNoContraction || failing == kTooManySteps) return "refinement does not converge";
-    if (failing == kIteration) return "the iteration does not converge";
-    if (road == Road::Cholesky) return fmt::format("not positive definite, pivot {}", failing);
-    return fmt::format("singular: pivot {} is zero", failing);
-}
-
+/// The roads from one on, what came of each, and the best of them.
 template <class Cell>
-int nonZeros(const std::vector<Cell>& values)
-{
-    return static_cast<int>(std::ranges::count_if(values, [](Cell value) { return value != 0.0; }));
-}
+class RoadSearch {
+public:
+    RoadSearch(RoadRunner<Cell> runner, bool orderingIsOpen) : runner_(runner), state_{orderingIsOpen} {}
 
-/// Why a road that is no good was left.
-template <class Cell>
-std::string whyLeft(Road road, const Outcome<Cell>& outcome, const CompressedRows<Cell>& matrix)
-{
-    const EngineAnswer engine = outcome.engine;
-    if (outcome.fillsIn) return fmt::format("its factors would have {} entries", outcome.factorEntries);
-    switch (engine.error) {
-    case 0:
-        break;
-    case kNumeric:
-        return whyNumeric(road, engine.failing);
-    case kUnmatched:
-        return fmt::format("structurally singular: {} of {} rows matched", -engine.failing, matrix.rows());
-    case kDiagonal:
-        return fmt::format("structurally singular: {} of {} rows matched", nonZeros(matrix.a), matrix.rows());
-    case kOverflow:
-        return "the factors have more than 2147483647 entries";
-    default:
-        return fmt::format("the engine reports error {}", engine.error);
+    void follow(Road road)
+    {
+        for (std::optional<Attempt> next = Attempt{road}; next;) {
+            found_.push_back(runner_.run(*next, Reach::Near));
+            const Ending ending = found_.back().ending();
+            next = nextAttempt(*next, found_.back().ordering, ending, state_);
+            state_.looksSingular |= ending == Ending::Singular;
+            weigh(found_.size() - 1);
+        }
     }
-    if (outcome.isSolvedByAnother()) return "singular: " + pivots(outcome.perturbed);
-    const double residual = std::max(outcome.quality.residual, outcome.quality.probeResidual);
-    if (!std::isfinite(residual)) return "a number overflowed";
-    const std::string text = fmt::format("scaled residual {:.1e}", residual);
-    return outcome.perturbed > 0 ? text + ", " + pivots(outcome.perturbed) : text;
-}
 
-/// What keeps a solution from being accurate.
-template <class Cell>
-std::string whyDegraded(const Outcome<Cell>& outcome)
-{
-    std::string reason;
-    const auto add = [&reason](const std::string& text) { reason += reason.empty() ? text : ", " + text; };
-    if (outcome.perturbed > 0) add(pivots(outcome.perturbed));
-    if (outcome.quality.residual > kRoundingLevel)
-        add(fmt::format("scaled residual {:.1e}", outcome.quality.residual));
-    if (!(outcome.quality.probeError <= kFewDigits)) add("ill-conditioned");
-    return reason;
-}
+    /// Where nothing else led to a solution.
+    void takeFarOnes()
+    {
+        for (std::size_t k = 0; k < found_.size(); ++k) {
+            if (found_[best_].verdict() != Verdict::Failed) return;
+            if (found_[k].taken || found_[k].reach != Reach::Far) continue;
+            found_[k] = runner_.run(found_[k].attempt, Reach::Far);
+            weigh(k);
+        }
+    }
 
-/// A solution whose residual is small beats none, a smaller residual a larger one.
-template <class Cell>
-bool isBetter(const Outcome<Cell>& one, const Outcome<Cell>& other)
-{
-    return one.x && (!other.x || one.quality.residual < other.quality.residual);
-}
+    SparseAnswer<Cell> answer()
+    {
+        Outcome<Cell>& best = found_[best_];
+        SparseAnswer<Cell> answer{.road = best.attempt.road,
+                                  .roadName = best.roadName,
+                                  .ordering = best.ordering,
+                                  .verdict = best.verdict(),
+                                  .reason = best.reason(),
+                                  .perturbedPivots = best.perturbed,
+                                  .refinementSteps = best.steps,
+                                  .factorEntries = best.factorEntries};
+        for (const Outcome<Cell>& outcome : found_)
+            if (&outcome != &best) answer.tried.push_back(outcome.told());
+        if (!best.x) return answer;
+        answer.residual = best.quality->residual;
+        answer.probeError = best.quality->probeError;
+        answer.knownError = best.quality->knownError;
+        best.x->Cols(best.x->Cols() - 1);
+        answer.x = std::move(best.x);
+        return answer;
+    }
 
-template <class Cell>
-void tell(const Outcome<Cell>& outcome, SparseAnswer<Cell>& answer)
-{
-    answer.roadName = outcome.roadName;
-    answer.ordering = outcome.ordering;
-    answer.perturbedPivots = outcome.perturbed;
-    answer.refinementSteps = outcome.steps;
-    answer.factorEntries = outcome.factorEntries;
-}
+private:
+    /// What is not the best gives up its solution.
+    void weigh(std::size_t k)
+    {
+        if (k == best_) return;
+        const bool better = isBetter(found_[k], found_[best_]);
+        found_[better ? best_ : k].x.reset();
+        if (better) best_ = k;
+    }
 
-template <class Cell>
-void accept(Outcome<Cell>& outcome, SparseAnswer<Cell>& answer)
-{
-    tell(outcome, answer);
-    answer.verdict = verdictOf(outcome.quality.residual, outcome.quality.probeError);
-    answer.reason = answer.verdict == Verdict::Degraded ? whyDegraded(outcome) : std::string();
-}
+    RoadRunner<Cell> runner_;
+    SearchState state_;
+    std::vector<Outcome<Cell>> found_{};
+    std::size_t best_ = 0;
+};
 
+/// No road can do better. Where the diagonal is full, nothing has to be looked for.
 template <class Cell>
-void give(Outcome<Cell>& outcome, SparseAnswer<Cell>& answer)
+std::int32_t structuralRankOf(const SparseSystem<Cell>& system)
 {
-    if (!outcome.x) return;
-    answer.residual = outcome.quality.residual;
-    answer.probeError = outcome.quality.probeError;
-    outcome.x->Cols(outcome.x->Cols() - 1);
-    answer.x = std::move(outcome.x);
+    return system.traits().fullDiagonal ? system.size() : structuralRank(system.matrix());
 }
 
 } // namespace
@@ -263,30 +234,20 @@ std::optional<Road> firstRoad(MatrixType type, const Traits& traits)
 }
 
 template <class Cell>
-SparseAnswer<Cell> solveSparse(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& probe,
+SparseAnswer<Cell> solveSparse(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& known,
                                Road road, const SparseOptions& options, StepTimes& seconds)
 {
-    SparseAnswer<Cell> answer;
-    RoadRunner<Cell> runner(system, B, probe, options, seconds);
-    Outcome<Cell> best;
-    for (;;) {
-        Outcome<Cell> outcome = runner.run(road);
-        answer.road = road;
-        if (outcome.isGood()) {
-            accept(outcome, answer);
-            give(outcome, answer);
-            return answer;
-        }
-        answer.reason = whyLeft(road, outcome, system.matrix());
-        const std::optional<Road> next = outcome.isFinal(road) ? std::nullopt : roadAfter(road);
-        tell(outcome, answer);
-        if (isBetter(outcome, best)) best = std::move(outcome);
-        if (!next) break;
-        answer.tried.push_back(fmt::format("{}: {}", answer.roadName, answer.reason));
-        road = *next;
+    if (const std::int32_t rank = structuralRankOf(system); rank < system.size()) {
+        seconds.finish("analyse");
+        const int mtype = typeOf<Cell>(assumptionOf(road), system.traits());
+        return {.road = road,
+                .roadName = nameOf(road, mtype),
+                .reason = fmt::format("structurally singular: {} of {} rows matched", rank, system.size())};
     }
-    give(best, answer);
-    return answer;
+    RoadSearch<Cell> search({system, B, known, options, seconds}, !options.ordering);
+    search.follow(road);
+    search.takeFarOnes();
+    return search.answer();
 }
 
 template SparseAnswer<double> solveSparse(SparseSystem<double>&, const Matrix&, const Matrix&, Road,

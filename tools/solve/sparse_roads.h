@@ -25,14 +25,15 @@ struct SparseOptions {
 
 template <class Cell>
 struct SparseAnswer {
-    Road road = Road::Matched;      ///< the last one taken
+    Road road = Road::Matched;      ///< that the answer is from
     std::string_view roadName = ""; ///< for this matrix
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
-    std::vector<std::string> tried; ///< "ROAD: why it was left", of the roads before
+    std::vector<std::string> tried{}; ///< "ROAD: why it was left", of the other roads
     Verdict verdict = Verdict::Failed;
-    std::string reason;             ///< of a verdict other than Accurate, in a few words
-    std::optional<Columns<Cell>> x; ///< n x nrhs
-    std::optional<double> residual, probeError;
+    std::string reason{};             ///< of a verdict other than Accurate, in a few words
+    std::optional<Columns<Cell>> x{}; ///< n x nrhs
+    std::optional<double> residual{}, probeError{};
+    std::optional<double> knownError{}; ///< of `x`, where its solution was known beforehand
     int perturbedPivots = 0, refinementSteps = 0, factorEntries = 0;
 };
 
@@ -42,12 +43,14 @@ Road firstRoad(const Traits& traits);
 /// As the user says. @return nothing  the values contradict
 std::optional<Road> firstRoad(MatrixType type, const Traits& traits);
 
-/// `B` is n x nrhs, followed by one column of which the solution is `probe`. The residual of what a road
-/// returns is measured: above kPoor, and where pivots were perturbed and no digit of the probe came back, the
-/// next road is taken. Steps are timed in `seconds`: analyse, factorize, solve, check.
+/// `B` is n x nrhs, followed by one column more; the solutions of its last columns are `known`, one or all of
+/// them. Whatever a road returns is measured: its residual, and how many digits of what is known came back.
+/// Where it is not accurate, and another road might do better, that is taken as well; the best answer of all
+/// counts. A road whose forecast is far beyond what was already done is put last, or told and left. Steps are
+/// timed in `seconds`: analyse, factorize, solve, check.
 /// @throws NotEnoughMemoryException
 template <class Cell>
-SparseAnswer<Cell> solveSparse(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& probe,
+SparseAnswer<Cell> solveSparse(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& known,
                                Road road, const SparseOptions& options, StepTimes& seconds);
 
 } // namespace Velmar::Lintrix::tools

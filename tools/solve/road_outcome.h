@@ -1,0 +1,42 @@
+#pragma once
+// What came of one road through the direct solver, and what is said of it.
+
+#include <tools/solve/quality.h>
+#include <tools/solve/road_choice.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Velmar::Lintrix::tools {
+
+template <class Cell>
+struct Outcome {
+    Attempt attempt;
+    EngineAnswer engine{};
+    std::string_view roadName;              ///< for this matrix
+    std::optional<Columns<Cell>> x{};       ///< with the probe; given up where another one is better
+    std::optional<ProbedQuality> quality{}; ///< of `x`; none where a step failed
+    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
+    std::int32_t perturbed = 0, steps = 0, factorEntries = 0;
+    RoadCost cost{};
+    Reach reach = Reach::Near;
+    bool taken = false; ///< else only its cost is known
+
+    Verdict verdict() const;
+    Ending ending() const;
+    /// Something else than the probe solves its system to rounding level: A is singular to working precision.
+    bool isSolvedByAnother() const;
+    /// "ROAD: why it was left", with the order of one that was repeated.
+    std::string told() const;
+    /// Of a verdict other than Accurate, in a few words.
+    std::string reason() const;
+};
+
+/// The verdict decides; then the smaller error of two degraded ones, and the later of two that failed as
+/// badly.
+template <class Cell>
+bool isBetter(const Outcome<Cell>& later, const Outcome<Cell>& earlier);
+
+} // namespace Velmar::Lintrix::tools
