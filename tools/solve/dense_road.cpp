@@ -55,11 +55,6 @@ void announce(const Matrix& A, std::string_view file, Progress& progress)
     }
 }
 
-double largestError(const SolveReport& report)
-{
-    return worseError(report.probeError.value_or(0.0), report.maxError);
-}
-
 /// Residuals and errors; an answer that does not solve its system is told to be inaccurate, one without a
 /// correct digit to be ill-conditioned.
 Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
@@ -74,9 +69,10 @@ Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
     if (system.onesAreKnown) {
         report.maxError = largestDifference(*answer.x, filledWith(1.0, system.A.Cols(), 1));
     }
+    quality.error = worseError(report.probeError.value_or(0.0), report.maxError);
     if (!(quality.judged() <= kPoor))
         answer.status = Status::Inaccurate;
-    else if (!(largestError(report) < kNoDigit))
+    else if (!(quality.error < kNoDigit))
         answer.status = Status::IllConditioned;
     return quality;
 }
@@ -95,9 +91,9 @@ Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progre
     report.seconds.finish("check");
     if (answer.status != Status::Solved) {
         report.reason = nameOf(answer.status);
-        return {{}, Verdict::Failed, explain(answer, system.A, quality, largestError(report))};
+        return {{}, Verdict::Failed, explain(answer, system.A, quality)};
     }
-    const Verdict verdict = verdictOf(quality.judged(), largestError(report));
+    const Verdict verdict = verdictOf(quality.judged(), quality.error);
     if (verdict == Verdict::Degraded) report.reason = "ill-conditioned";
     return {std::move(answer.x), verdict, {}};
 }

@@ -127,7 +127,7 @@ Answer solveDense(const Matrix& A, const Matrix& B)
     return answer;
 }
 
-std::string explain(const Answer& answer, const Matrix& A, const Quality& quality, double error)
+std::string explain(const Answer& answer, const Matrix& A, const Quality& quality)
 {
     switch (answer.status) {
     case Status::Singular:
@@ -144,7 +144,7 @@ std::string explain(const Answer& answer, const Matrix& A, const Quality& qualit
     case Status::IllConditioned:
         return fmt::format("no digit of the solution can be trusted: a known solution came back with a "
                            "relative error of {:.1e}",
-                           error);
+                           quality.error);
     case Status::Solved:
         break;
     }

@@ -31,8 +31,6 @@ const Setup& setupOf(Road road)
     return kSetups[static_cast<std::size_t>(road)];
 }
 
-constexpr int kNoPerfectMatching = -6; // the engine's error
-
 constexpr int kIterationTolerance = 6; // iterate to 10^-6 of the first residual
 
 /// Parameters that a run sets or reads, by the engine's numbers from 1.
@@ -140,7 +138,7 @@ RoadCost DirectRun::cost() const
     if (!summary) return {};
     const double kilobytes =
         static_cast<double>(parameters_[kAnalysisKept - 1]) + parameters_[kFactorMemory - 1];
-    return {summary->operations, 1024.0 * kilobytes};
+    return {summary->lowerNonZeros, summary->operations, 1024.0 * kilobytes};
 }
 
 EngineAnswer DirectRun::analyse()
@@ -170,8 +168,7 @@ EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x)
     parameters_[kFailing - 1] = 0;
     pardiso(handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
             &unused, nrhs, parameters_.data(), level, const_cast<void*>(b), x, error);
-    if (error != kNoPerfectMatching) return {error, parameters_[kFailing - 1]};
-    return {error, AnalysisView(handle_.data()).Matching().value_or(MatchingSummary{}).matched};
+    return {error, parameters_[kFailing - 1]};
 }
 
 } // namespace Velmar::Lintrix::tools

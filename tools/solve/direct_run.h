@@ -46,6 +46,7 @@ std::string_view nameOf(FillInReducingMethod ordering);
 
 /// Of a factorization, as its analysis counts it.
 struct RoadCost {
+    std::int64_t entries = 0; ///< of L, diagonal included
     double operations = 0.0;
     double bytes = 0.0; ///< of analysis, factor and solve
 };
@@ -62,7 +63,7 @@ inline constexpr int kEngineNoMemory = -2; ///< the error of an engine without m
 /// What the engine answered.
 struct EngineAnswer {
     int error = 0;   ///< 0 is success
-    int failing = 0; ///< the equation or the internal code of a failure; the rows matched where not all are
+    int failing = 0; ///< the equation or the internal code of a failure
 };
 
 /// A handle of the engine from analysis to release.

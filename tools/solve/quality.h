@@ -36,6 +36,7 @@ struct Quality {
     /// Of a tall system, whose residual is large by nature when b is not in the range of A: the same for the
     /// normal equations, ||A'*(b - A*x)|| / (||A'|| (||A|| ||x|| + ||b||)).
     std::optional<double> normalResidual{};
+    double error = 0.0; ///< the largest that is known, of the probe and of X
 
     /// What is small for an accurate solution.
     double judged() const { return normalResidual.value_or(residual); }

@@ -10,19 +10,27 @@ namespace {
 constexpr double kNear = 30.0, kShort = 1e10;
 constexpr double kFar = 1000.0, kLong = 1e12;
 
+// Entries by pairs, beside those of the factor before: their supernodes are small, and the rate is low.
+constexpr std::int64_t kPairsBound = 10, kFewEntries = 5'000'000;
+
 FillInReducingMethod otherThan(FillInReducingMethod ordering)
 {
     return ordering == FillInReducingMethod::MinimumDegree ? FillInReducingMethod::NestedDissection
                                                            : FillInReducingMethod::MinimumDegree;
 }
 
+bool isMatchedLU(Road road)
+{
+    return road == Road::Matched || road == Road::Coarse;
+}
+
 /// Backward stable as long as no pivot is replaced.
 bool isStable(Road road)
 {
-    return road == Road::Cholesky || road == Road::Matched || road == Road::Coarse;
+    return road == Road::Cholesky || isMatchedLU(road);
 }
 
-bool isFinal(Road road, Ending ending)
+bool isFinal(Road road, Ending ending, bool looksSingular)
 {
     switch (ending) {
     case Ending::Accurate:
@@ -31,30 +39,43 @@ bool isFinal(Road road, Ending ending)
         return isStable(road);
     case Ending::Singular:
     case Ending::NotTaken: // what would follow has factors of the same size
-        return road == Road::Matched || road == Road::Coarse;
+        return isMatchedLU(road);
     case Ending::Unsteady:
     case Ending::Poor:
         break;
     }
-    return false;
+    return looksSingular && isMatchedLU(road);
+}
+
+/// Raised pivots are what is tried when both orders have failed.
+bool dependsOnOrder(Road road)
+{
+    return !ordersByPairs(road) && road != Road::Coarse;
 }
 
 } // namespace
 
 std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering, Ending ending,
-                                   bool orderingIsOpen)
+                                   const SearchState& state)
 {
-    if (isFinal(last.road, ending)) return std::nullopt;
-    const bool otherOrder = orderingIsOpen && !last.ordering && !ordersByPairs(last.road);
-    if (ending == Ending::Unsteady && otherOrder) return Attempt{last.road, otherThan(ordering)};
+    if (isFinal(last.road, ending, state.looksSingular)) return std::nullopt;
+    const bool repeatable = state.orderingIsOpen && !last.ordering && dependsOnOrder(last.road);
+    if (ending == Ending::Unsteady && repeatable) return Attempt{last.road, otherThan(ordering)};
     const std::optional<Road> road = roadAfter(last.road);
     return road ? std::optional(Attempt{*road}) : std::nullopt;
 }
 
-Reach reachOf(const RoadCost& cost, double done, double memory)
+Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memory)
 {
-    if (cost.bytes > memory || cost.operations > std::max(kLong, kFar * done)) return Reach::Beyond;
-    return cost.operations > std::max(kShort, kNear * done) ? Reach::Far : Reach::Near;
+    if (cost.bytes > memory || cost.operations > std::max(kLong, kFar * done.operations))
+        return Reach::Beyond;
+    if (ordersByPairs(road) && cost.entries > mostPairEntries(done)) return Reach::Beyond;
+    return cost.operations > std::max(kShort, kNear * done.operations) ? Reach::Far : Reach::Near;
+}
+
+std::int64_t mostPairEntries(const RoadCost& done)
+{
+    return std::max(kFewEntries, kPairsBound * done.entries);
 }
 
 } // namespace Velmar::Lintrix::tools

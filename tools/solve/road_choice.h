@@ -25,14 +25,20 @@ struct Attempt {
     bool operator==(const Attempt&) const = default;
 };
 
+/// What the roads so far and the caller tell.
+struct SearchState {
+    bool orderingIsOpen = true; ///< else the caller has chosen it
+    bool looksSingular = false; ///< a road has ended so
+};
+
 /// What follows `last`, which used `ordering`; nothing where no road can do better.
 ///
 /// Which pivots are met small depends on the order of elimination. So an unsteady road is repeated with the
 /// other order, where that is open, before a stronger one is taken. Cholesky and LU with matching are stable:
 /// without replaced pivots their few digits are the matrix's own. That A is singular to working precision is
-/// believed of LU with matching.
+/// believed of LU with matching; where another road has told it, LU is taken once, and nothing after it.
 std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering, Ending ending,
-                                   bool orderingIsOpen);
+                                   const SearchState& state);
 
 enum class Reach {
     Near,   ///< like what was already done, or short
@@ -40,7 +46,10 @@ enum class Reach {
     Beyond, ///< not enough memory, or past all patience
 };
 
-/// `done`: the most operations of a factorization so far. `memory`: bytes there are.
-Reach reachOf(const RoadCost& cost, double done, double memory);
+/// `done`: the largest factorization so far. `memory`: bytes there are.
+Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memory);
+
+/// Entries of L from which on the road by pairs is out of reach.
+std::int64_t mostPairEntries(const RoadCost& done);
 
 } // namespace Velmar::Lintrix::tools

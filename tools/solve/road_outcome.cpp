@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 
 namespace Velmar::Lintrix::tools {
 
@@ -15,7 +16,24 @@ constexpr int kNoContraction = -112, kTooManySteps = -111, kIteration = -3;
 
 std::string pivots(int count)
 {
+    if (count == 0) return {};
     return count == 1 ? "1 perturbed pivot" : fmt::format("{} perturbed pivots", count);
+}
+
+/// Parts of a reason, one after another.
+std::string joined(std::initializer_list<std::string> parts)
+{
+    std::string text;
+    for (const std::string& part : parts) {
+        if (part.empty()) continue;
+        text += text.empty() ? part : ", " + part;
+    }
+    return text;
+}
+
+std::string scaledResidual(double residual)
+{
+    return residual > kRoundingLevel ? fmt::format("scaled residual {:.1e}", residual) : std::string();
 }
 
 std::string whyNumeric(Road road, int failing)
@@ -47,22 +65,16 @@ std::string whyFailed(const Outcome<Cell>& outcome)
     if (outcome.isSolvedByAnother()) return "singular: " + pivots(outcome.perturbed);
     const double residual = std::max(outcome.quality->residual, outcome.quality->probeResidual);
     if (!std::isfinite(residual)) return "a number overflowed";
-    const std::string text = residual <= kPoor ? "ill-conditioned: no digit of a known solution came back"
-                                               : fmt::format("scaled residual {:.1e}", residual);
-    return outcome.perturbed > 0 ? text + ", " + pivots(outcome.perturbed) : text;
+    return joined({residual <= kPoor ? "no digit of a known solution came back" : "",
+                   scaledResidual(residual), pivots(outcome.perturbed)});
 }
 
 /// What keeps a solution from being accurate.
 template <class Cell>
 std::string whyDegraded(const Outcome<Cell>& outcome)
 {
-    std::string reason;
-    const auto add = [&reason](const std::string& text) { reason += reason.empty() ? text : ", " + text; };
-    if (outcome.perturbed > 0) add(pivots(outcome.perturbed));
-    if (outcome.quality->residual > kRoundingLevel)
-        add(fmt::format("scaled residual {:.1e}", outcome.quality->residual));
-    if (!(outcome.quality->error() <= kFewDigits)) add("ill-conditioned");
-    return reason;
+    return joined({pivots(outcome.perturbed), scaledResidual(outcome.quality->residual),
+                   outcome.quality->error() <= kFewDigits ? "" : "ill-conditioned"});
 }
 
 /// How much a failed road tells: nothing, a bad solution, that the matrix is singular.
@@ -103,6 +115,8 @@ template <class Cell>
 std::string Outcome<Cell>::reason() const
 {
     if (engine.error != 0) return whyNoSolution(attempt.road, engine);
+    if (!taken && cost.operations == 0.0)
+        return fmt::format("its factors would have more than {} entries", cost.entries);
     if (!taken)
         return fmt::format("its factors would have {} entries and take {:.1e} operations", factorEntries,
                            cost.operations);

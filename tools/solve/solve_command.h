@@ -18,8 +18,9 @@ struct SolveOptions {
 
 /// Square coordinate files go to the direct solver, all others are solved dense.
 ///
-/// Exit code: 0 there is a solution, accurate or degraded; 1 there is none, said in words on standard error.
-/// Prints the report in both cases; the output file is written only when there is a solution.
+/// Exit code: 0 there is a solution with at least a correct digit, accurate or degraded; 1 there is none,
+/// said in words on standard error. Prints the report in both cases; the output file is written only when
+/// there is a solution.
 /// @throws InputError  bad input, or a failing write
 int runSolve(const SolveOptions& options);
 

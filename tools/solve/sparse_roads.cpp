@@ -1,8 +1,9 @@
 #include <tools/solve/sparse_roads.h>
 
 #include <tools/input/dense_system.h>
-#include <tools/input/structural_rank.h>
+#include <tools/input/transversal.h>
 #include <tools/solve/ordering_choice.h>
+#include <tools/solve/pair_forecast.h>
 #include <tools/solve/road_outcome.h>
 
 #include <fmt/format.h>
@@ -32,21 +33,40 @@ public:
     {
         const EngineMatrix matrix = engineMatrixOf(system_, assumptionOf(attempt.road));
         Outcome<Cell> outcome{.attempt = attempt, .roadName = nameOf(attempt.road, matrix.mtype)};
-        const std::unique_ptr<DirectRun> direct = analysed(attempt, matrix, outcome.engine);
-        seconds_.finish("analyse");
-        outcome.cost = direct->cost();
-        if (done_) outcome.reach = reachOf(outcome.cost, *done_, memoryLimit());
-        outcome.taken = outcome.engine.error == 0 && outcome.reach <= limit;
-        if (outcome.taken) factorizeAndSolve(*direct, outcome);
+        if (!fillsIn(outcome)) follow(matrix, limit, outcome);
         if (outcome.engine.error == kEngineNoMemory && !done_) throw NotEnoughMemoryException();
-        outcome.ordering = direct->ordering();
-        outcome.perturbed = direct->perturbedPivots();
-        outcome.steps = direct->refinementSteps();
-        outcome.factorEntries = direct->factorEntries();
         return outcome;
     }
 
 private:
+    /// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no
+    /// better. Past all bounds for a large matrix, even the analysis: so it is estimated before that.
+    bool fillsIn(Outcome<Cell>& outcome)
+    {
+        if (!ordersByPairs(outcome.attempt.road) || !done_) return false;
+        const std::int64_t most = mostPairEntries(*done_);
+        const bool fills = pairEntries(nonZeroPattern(system_.matrix()), most) > most;
+        seconds_.finish("analyse");
+        if (!fills) return false;
+        outcome.cost.entries = most;
+        outcome.reach = Reach::Beyond;
+        return true;
+    }
+
+    void follow(const EngineMatrix& matrix, Reach limit, Outcome<Cell>& outcome)
+    {
+        const std::unique_ptr<DirectRun> direct = analysed(outcome.attempt, matrix, outcome.engine);
+        seconds_.finish("analyse");
+        outcome.cost = direct->cost();
+        if (done_) outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, memoryLimit());
+        outcome.taken = outcome.engine.error == 0 && outcome.reach <= limit;
+        if (outcome.taken) factorizeAndSolve(*direct, outcome);
+        outcome.ordering = direct->ordering();
+        outcome.perturbed = direct->perturbedPivots();
+        outcome.steps = direct->refinementSteps();
+        outcome.factorEntries = direct->factorEntries();
+    }
+
     /// A large body is dissected. Else by minimum degree first; nested dissection, where it pays, is kept if
     /// it saves operations.
     std::unique_ptr<DirectRun> analysed(const Attempt& attempt, const EngineMatrix& matrix,
@@ -78,7 +98,7 @@ private:
         outcome.engine = direct.factorize();
         seconds_.finish("factorize");
         if (outcome.engine.error != 0) return;
-        done_ = std::max(done_.value_or(0.0), outcome.cost.operations);
+        if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;
         Columns<Cell> X(B_.Rows(), B_.Cols());
         outcome.engine = direct.solve(B_, X);
         seconds_.finish("solve");
@@ -114,23 +134,22 @@ private:
     const Columns<Cell>& known_;
     const SparseOptions& options_;
     StepTimes& seconds_;
-    std::optional<double> done_{}; ///< operations of the largest factorization so far
+    std::optional<RoadCost> done_{}; ///< of the largest factorization so far
 };
 
 /// The roads from one on, what came of each, and the best of them.
 template <class Cell>
 class RoadSearch {
 public:
-    RoadSearch(RoadRunner<Cell> runner, bool orderingIsOpen)
-        : runner_(runner), orderingIsOpen_(orderingIsOpen)
-    {
-    }
+    RoadSearch(RoadRunner<Cell> runner, bool orderingIsOpen) : runner_(runner), state_{orderingIsOpen} {}
 
     void follow(Road road)
     {
         for (std::optional<Attempt> next = Attempt{road}; next;) {
             found_.push_back(runner_.run(*next, Reach::Near));
-            next = nextAttempt(*next, found_.back().ordering, found_.back().ending(), orderingIsOpen_);
+            const Ending ending = found_.back().ending();
+            next = nextAttempt(*next, found_.back().ordering, ending, state_);
+            state_.looksSingular |= ending == Ending::Singular;
             weigh(found_.size() - 1);
         }
     }
@@ -179,7 +198,7 @@ private:
     }
 
     RoadRunner<Cell> runner_;
-    bool orderingIsOpen_;
+    SearchState state_;
     std::vector<Outcome<Cell>> found_{};
     std::size_t best_ = 0;
 };

@@ -66,7 +66,7 @@ std::string directInWords(const SolveReport& report)
     std::string text = line("ordering", report.ordering) +
                        line("factor entries", fmt::format("{}", report.factorEntries)) +
                        line("perturbed pivots", fmt::format("{}", report.perturbedPivots));
-    for (const std::string& road : report.tried) text += line("tried before", road);
+    for (const std::string& road : report.tried) text += line("also tried", road);
     return text;
 }
 

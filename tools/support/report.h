@@ -41,7 +41,7 @@ struct SolveReport {
     /// @name Of the direct solver
     /// @{
     std::string_view ordering;      ///< empty: the dense road was taken
-    std::vector<std::string> tried; ///< "ROAD: why it was left", in their order
+    std::vector<std::string> tried; ///< "ROAD: why it was left", of the others in their order
     int factorEntries = 0, perturbedPivots = 0, refinementSteps = 0;
     /// @}
 };

@@ -151,7 +151,7 @@ TEST(DirectCommand, TheRoadsLeftAreTold)
     EXPECT_EQ(outcome.err, "");
     EXPECT_THAT(outcome.out, HasSubstr("\nroad              sparse LDL'\n"));
     EXPECT_THAT(outcome.out, ::testing::ContainsRegex(
-                                 "\ntried before      sparse Cholesky: not positive definite, pivot "));
+                                 "\nalso tried        sparse Cholesky: not positive definite, pivot "));
 }
 
 TEST(DirectCommand, SizesBeyondTheMemoryAreRefused)

@@ -76,6 +76,27 @@ TEST(JudgeSparse, TheProbesColumnIsJudgedApart)
     EXPECT_EQ(judge(rowsOf(A), X, B, Matrix{{4}, {-1}}).probeError, 0.75);
 }
 
+TEST(JudgeSparse, EachSolutionThatIsKnownCounts)
+{
+    const SparseMatrix A(Matrix{{2, -1}, {0, 4}});
+    const Matrix known{{1, 1}, {1, -1}}; // of the last two of three columns
+    const Matrix B = A * Matrix{{7, 1, 1}, {9, 1, -1}};
+    const ProbedQuality quality = judge(rowsOf(A), Matrix{{7, 1, 1}, {9, 1.5, -1.25}}, B, known);
+    EXPECT_EQ(quality.probeError, 0.25);
+    EXPECT_EQ(quality.knownError, 0.5);
+    EXPECT_EQ(quality.error(), 0.5);
+    EXPECT_FALSE(judge(rowsOf(A), Matrix{{7, 1, 1}, {9, 1, -1}}, B, columnOf(known, 1)).knownError);
+}
+
+TEST(JudgeSparse, AnErrorThatIsNoNumberIsTheWorst)
+{
+    EXPECT_EQ(worseError(0.25, std::nullopt), 0.25);
+    EXPECT_EQ(worseError(0.25, 0.125), 0.25);
+    EXPECT_EQ(worseError(0.25, 0.5), 0.5);
+    EXPECT_TRUE(std::isnan(worseError(kNaN, 0.5)));
+    EXPECT_TRUE(std::isnan(worseError(0.5, kNaN)));
+}
+
 TEST(JudgeSparse, OneTriangleStandsForTheWholeMatrix)
 {
     SparseMatrix A(2, true);
@@ -122,13 +143,15 @@ TEST(JudgeSparse, ASymmetricTriangleIsNotConjugated)
     EXPECT_EQ(B.cells(), (std::vector<ComplexNumber>{2.0, {3.0, 4.0}}));
 }
 
-TEST(Verdict, GoesByResidualAndProbe)
+TEST(Verdict, GoesByResidualAndError)
 {
     EXPECT_EQ(verdictOf(1e-16, 1e-14), Verdict::Accurate);
     EXPECT_EQ(verdictOf(1e-12, 1e-6), Verdict::Accurate);
     EXPECT_EQ(verdictOf(2e-12, 1e-14), Verdict::Degraded);
     EXPECT_EQ(verdictOf(1e-16, 2e-6), Verdict::Degraded);
-    EXPECT_EQ(verdictOf(1e-16, kNaN), Verdict::Degraded);
+    EXPECT_EQ(verdictOf(1e-16, 0.09), Verdict::Degraded) << "one digit";
+    EXPECT_EQ(verdictOf(1e-16, 0.1), Verdict::Failed) << "none";
+    EXPECT_EQ(verdictOf(1e-16, kNaN), Verdict::Failed);
     EXPECT_EQ(verdictOf(1e-8, 1e-14), Verdict::Degraded);
     EXPECT_EQ(verdictOf(2e-8, 1e-14), Verdict::Failed);
     EXPECT_EQ(verdictOf(kNaN, 1e-14), Verdict::Failed);

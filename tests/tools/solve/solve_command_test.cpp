@@ -378,7 +378,21 @@ TEST(SolveCommand, FewDigitsAreWarnedOf)
         " of the solution can be trusted: a known solution came back with a relative error of ";
     EXPECT_EQ(warningFor(4), "");
     EXPECT_THAT(warningFor(10), MatchesRegex(start + "only about [2-5] digits" + end + "[0-9.]+e-0[3-6]\n"));
-    EXPECT_THAT(warningFor(14), MatchesRegex(start + "no digit" + end + "[0-9.]+e\\+[0-9]+\n"));
+}
+
+TEST(SolveCommand, WithoutACorrectDigitThereIsNoSolution)
+{
+    const Scratch scratch;
+    const std::string path = scratch.file("a.mtx", hilbert(14));
+    const Outcome outcome = run({"solve", path, "--out", scratch.at("x"), "--json"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_FALSE(std::filesystem::exists(scratch.at("x")));
+    EXPECT_EQ(parseJson(outcome.out)["status"].text(), "failed");
+    EXPECT_EQ(parseJson(outcome.out)["reason"].text(), "ill-conditioned");
+    EXPECT_THAT(outcome.err,
+                MatchesRegex("lintrix: " + path +
+                             ": no digit of the solution can be trusted: a known solution came back with a "
+                             "relative error of [0-9.]+e[+-][0-9]+\n"));
 }
 
 #if !LINTRIX_SANITIZED_MEMORY // the sanitizers run the command without a limit on its address space

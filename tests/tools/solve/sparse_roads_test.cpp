@@ -18,9 +18,11 @@ namespace Velmar::Lintrix::testing {
 namespace {
 
 using namespace tools;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
+using ::testing::Not;
 
 /// A*(1, ..., 1) and the probe.
 Matrix rightHandsOf(const SparseMatrix& A, const Matrix& probe)
@@ -129,7 +131,8 @@ TEST(SparseRoads, NotPositiveDefiniteLeadsToIndefinite)
 }
 
 constexpr const char* kTwoReplaced =
-    "sparse LDL': (singular: |scaled residual [0-9.e-]+, )2 perturbed pivots";
+    "sparse LDL'( by nested dissection)?: "
+    "(singular: |no digit of a known solution came back, |scaled residual [0-9.e-]+, )+2 perturbed pivots";
 
 TEST(SparseRoads, PivotsFromTheDiagonalThatAreNoneLeadToPairs)
 {
@@ -144,7 +147,8 @@ TEST(SparseRoads, PivotsFromTheDiagonalThatAreNoneLeadToPairs)
                                                  {5, 5, -3.0}});
         const SparseAnswer<double> answer = solved(A);
         expectAccurate(answer, Road::SymmetricPairs);
-        EXPECT_THAT(answer.tried, ElementsAre(MatchesRegex(kTwoReplaced))) << small;
+        ASSERT_THAT(answer.tried, Not(IsEmpty()));
+        EXPECT_THAT(answer.tried, Each(MatchesRegex(kTwoReplaced))) << small;
     }
 }
 
@@ -166,9 +170,10 @@ TEST(SparseRoads, PairsThatWouldFillInLeadToTheUnsymmetricRoad)
     }
     const SparseAnswer<double> answer = solved(symmetricFrom(n + 2, triplets));
     expectAccurate(answer, Road::Matched);
-    EXPECT_THAT(answer.tried, ElementsAre(MatchesRegex(kTwoReplaced),
-                                          MatchesRegex("sparse LDL' with matching: its factors would have "
-                                                       "[0-9]+ entries")));
+    ASSERT_GE(answer.tried.size(), 2U);
+    EXPECT_THAT(answer.tried.front(), MatchesRegex(kTwoReplaced));
+    EXPECT_EQ(answer.tried.back(),
+              "sparse LDL' with matching: its factors would have more than 5000000 entries");
 }
 
 TEST(SparseRoads, AZeroPivotOnTheDiagonalLeadsToTheMatching)

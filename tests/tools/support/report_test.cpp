@@ -101,7 +101,7 @@ TEST(TextReport, TellsWhatTheDirectSolverDid)
               "ordering          minimum degree\n"
               "factor entries    12\n"
               "perturbed pivots  2\n"
-              "tried before      sparse Cholesky: not positive definite, pivot 3\n"
+              "also tried        sparse Cholesky: not positive definite, pivot 3\n"
               "status            degraded, 2 perturbed pivots\n");
 }
 

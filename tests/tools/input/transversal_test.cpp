@@ -1,6 +1,6 @@
 // The structural rank beside a plain search for augmenting paths.
 
-#include <tools/input/structural_rank.h>
+#include <tools/input/transversal.h>
 
 #include <gtest/gtest.h>
 

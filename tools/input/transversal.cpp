@@ -1,4 +1,4 @@
-#include <tools/input/structural_rank.h>
+#include <tools/input/transversal.h>
 
 #include <algorithm>
 #include <ranges>
@@ -14,19 +14,6 @@ constexpr std::int32_t kNone = -1;
 std::size_t at(std::int32_t index)
 {
     return static_cast<std::size_t>(index);
-}
-
-/// Of all elements, also where one triangle is stored.
-template <class Cell>
-CompressedRows<char> nonZeroPattern(const CompressedRows<Cell>& matrix)
-{
-    return rowsFrom<char>(matrix.rows(), matrix.cols, [&matrix](auto take) {
-        forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
-            if (value == Cell()) return;
-            take(row, col, 1);
-            if (matrix.isTriangle() && row != col) take(col, row, 1);
-        });
-    });
 }
 
 /// Rows and columns in pairs, and the search for more of them.
@@ -61,10 +48,7 @@ public:
         return found;
     }
 
-    std::int32_t size() const
-    {
-        return pattern_.rows() - static_cast<std::int32_t>(std::ranges::count(columnOf_, kNone));
-    }
+    const std::vector<std::int32_t>& columnOfRow() const { return columnOf_; }
 
 private:
     void join(std::int32_t row, std::int32_t col)
@@ -138,16 +122,35 @@ private:
 } // namespace
 
 template <class Cell>
-std::int32_t structuralRank(const CompressedRows<Cell>& matrix)
+CompressedRows<char> nonZeroPattern(const CompressedRows<Cell>& matrix)
 {
-    const CompressedRows<char> pattern = nonZeroPattern(matrix);
-    Transversal transversal(pattern);
-    transversal.assignCheaply();
-    while (transversal.size() < matrix.rows() && transversal.augment()) {
-    }
-    return transversal.size();
+    return rowsFrom<char>(matrix.rows(), matrix.cols, [&matrix](auto take) {
+        forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
+            if (value == Cell()) return;
+            take(row, col, 1);
+            if (matrix.isTriangle() && row != col) take(col, row, 1);
+        });
+    });
 }
 
+std::vector<std::int32_t> maximumTransversal(const CompressedRows<char>& pattern)
+{
+    Transversal transversal(pattern);
+    transversal.assignCheaply();
+    while (transversal.augment()) {
+    }
+    return transversal.columnOfRow();
+}
+
+template <class Cell>
+std::int32_t structuralRank(const CompressedRows<Cell>& matrix)
+{
+    const std::vector<std::int32_t> columnOf = maximumTransversal(nonZeroPattern(matrix));
+    return matrix.rows() - static_cast<std::int32_t>(std::ranges::count(columnOf, kNone));
+}
+
+template CompressedRows<char> nonZeroPattern(const CompressedRows<double>&);
+template CompressedRows<char> nonZeroPattern(const CompressedRows<ComplexNumber>&);
 template std::int32_t structuralRank(const CompressedRows<double>&);
 template std::int32_t structuralRank(const CompressedRows<ComplexNumber>&);
 
