@@ -4,16 +4,17 @@
 
 #include "tests/support/failing_allocator.h"
 #include "tests/support/matrices.h"
+#include "tests/support/reference_random.h"
 
 #include <lintrix/dense/matrix.h>
 #include <lintrix/dense/vector.h>
 #include <lintrix/foundation/random.h>
-#include <lintrix/foundation/rounding.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <numeric>
@@ -78,13 +79,16 @@ inline void soilMemory(std::int32_t cells)
     const Vector first(cells, 7.0), second(cells, 7.0);
 }
 
-/// The values of the next random fill, foretold from the state of the shared generator.
-inline std::vector<double> nextValues(int count, double lowerBound, double upperBound, int decimals)
+/// The values of a random fill from the start of the sequence, to which the shared generator is set back.
+inline std::vector<double> valuesFromTheStart(int count, double lowerBound, double upperBound, int decimals)
 {
-    detail::Random ahead = detail::RandomServer::GetRandom();
+    detail::RandomServer::GetRandom() = detail::Random(17);
+    ReferenceRandom reference(17);
+    const double power = std::pow(10.0, decimals); // exact for 0 to 15
     std::vector<double> values;
     for (int i = 0; i < count; ++i) {
-        values.push_back(Round(ahead.NextDouble() * (upperBound - lowerBound) + lowerBound, decimals));
+        const double value = reference.uniform() * (upperBound - lowerBound) + lowerBound;
+        values.push_back(std::nearbyint(value * power) / power); // ties to even
     }
     return values;
 }

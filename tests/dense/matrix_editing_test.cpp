@@ -247,13 +247,16 @@ TEST(MatrixEditing, ReadingCuttingAndJoiningTakeOneBlock)
     expectAllocations(1, A, [&] { Matrix::Concatenate(A, A, ConcatenateMode::Vertically); });
 }
 
-TEST(MatrixEditing, ReleasedMatrixIsRefusedWhenHardened)
+// The sizes keep answering, and with them the index tests; what a good index reads is the caller's fault.
+TEST(MatrixEditing, ReleasedMatrixStillTestsItsIndicesAndIsRefusedWhenHardened)
 {
-    if constexpr (detail::kHardened) {
-        for (const Indexed& indexed : indexedOperations()) {
-            SCOPED_TRACE(indexed.name);
-            Matrix A = counted(3, 4);
-            A.Dispose();
+    for (const Indexed& indexed : indexedOperations()) {
+        SCOPED_TRACE(indexed.name);
+        Matrix A = counted(3, 4);
+        A.Dispose();
+        EXPECT_THAT([&] { indexed.operation(A, indexed.limit); },
+                    ThrowsMessage<IndexOutOfBoundsException>(indexed.text));
+        if constexpr (detail::kHardened) {
             EXPECT_THAT([&] { indexed.operation(A, 1); },
                         ThrowsMessage<InvalidOperationException>("The object was used after its release."));
         }

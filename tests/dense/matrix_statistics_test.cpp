@@ -772,8 +772,15 @@ TEST(MatrixStatistics, InfinityAndNaNAreToldApart)
     EXPECT_TRUE(A.IsFinite());
 }
 
-TEST(MatrixStatistics, ReleasedMatrixIsRefusedWhenHardened)
+// What the sizes alone decide is answered after release, too; the rest is the caller's fault.
+TEST(MatrixStatistics, ReleasedMatrixAnswersBySizeAloneAndIsRefusedWhenHardened)
 {
+    Matrix released(2, 3);
+    released.Dispose();
+    EXPECT_THAT([&] { released.RowSum(2); }, ThrowsMessage<IndexOutOfBoundsException>(kRowIndex));
+    EXPECT_THAT([&] { released.ColSum(3); }, ThrowsMessage<IndexOutOfBoundsException>(kColumnIndex));
+    EXPECT_EQ(released.ColCorrelation(1, 1), 1.0);
+    EXPECT_FALSE(released.IsSymmetric());
     if constexpr (detail::kHardened) {
         const std::vector<std::function<void(Matrix&)>> operations{
             [](Matrix& A) { A.Norm(NormType::OneNorm); },

@@ -443,7 +443,7 @@ TEST(Vector, FillRandomDrawsFromTheFirstElementToTheLast)
     Vector x(50);
     const std::intptr_t address = x.DataPtr();
     const auto fillsWith = [&](double lower, double upper, int decimals, auto fill) {
-        const std::vector<double> expected = nextValues(50, lower, upper, decimals);
+        const std::vector<double> expected = valuesFromTheStart(50, lower, upper, decimals);
         fill();
         EXPECT_EQ(blockOf(x), expected);
     };

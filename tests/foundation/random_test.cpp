@@ -2,6 +2,8 @@
 
 #include <lintrix/foundation/random.h>
 
+#include "tests/support/reference_random.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -13,48 +15,6 @@ namespace {
 
 using detail::Random;
 using detail::RandomServer;
-
-// xoshiro256++ of Blackman and Vigna with the state filled by Vigna's splitmix64, as they publish them.
-class Reference {
-public:
-    explicit Reference(std::uint64_t seed) : x_(seed)
-    {
-        for (int i = 0; i < 4; ++i) s_[i] = splitmix64();
-    }
-
-    std::uint64_t next()
-    {
-        const std::uint64_t sum = s_[0] + s_[3];
-        const std::uint64_t result = rotateLeft(sum, 23) + s_[0];
-        const std::uint64_t shifted = s_[1] << 17;
-        s_[2] = s_[2] ^ s_[0];
-        s_[3] = s_[3] ^ s_[1];
-        s_[1] = s_[1] ^ s_[2];
-        s_[0] = s_[0] ^ s_[3];
-        s_[2] = s_[2] ^ shifted;
-        s_[3] = rotateLeft(s_[3], 45);
-        return result;
-    }
-
-    double uniform() { return std::ldexp(static_cast<double>(next() / 2048), -53); }
-
-private:
-    std::uint64_t splitmix64()
-    {
-        x_ = x_ + 0x9e3779b97f4a7c15;
-        std::uint64_t z = x_;
-        z = (z ^ (z / (1ull << 30))) * 0xbf58476d1ce4e5b9;
-        z = (z ^ (z / (1ull << 27))) * 0x94d049bb133111eb;
-        return z ^ (z / (1ull << 31));
-    }
-    static std::uint64_t rotateLeft(std::uint64_t word, int bits)
-    {
-        return (word << bits) + (word >> (64 - bits));
-    }
-
-    std::uint64_t x_;
-    std::uint64_t s_[4];
-};
 
 // Sum of (count - expected)^2 / expected over equally likely bins.
 double chiSquare(const std::vector<int>& counts, int draws)
@@ -69,7 +29,7 @@ TEST(Random, NumbersAreThoseOfThePublishedAlgorithm)
 {
     for (const std::uint64_t seed : {std::uint64_t{0}, std::uint64_t{17}, UINT64_MAX}) {
         Random random(seed);
-        Reference reference(seed);
+        ReferenceRandom reference(seed);
         for (int k = 0; k < 1000; ++k) ASSERT_EQ(random.NextDouble(), reference.uniform()) << k;
     }
 }
@@ -77,7 +37,7 @@ TEST(Random, NumbersAreThoseOfThePublishedAlgorithm)
 TEST(Random, IntegersMapTheUpperHalfOfEachNumberOntoTheInterval)
 {
     Random random(17);
-    Reference reference(17);
+    ReferenceRandom reference(17);
     for (int k = 1; k < 1000; ++k) {
         const auto upperHalf = static_cast<double>(reference.next() >> 32); // exact, as is the product
         ASSERT_EQ(random.Next(-k, k * k), -k + std::floor(std::ldexp(upperHalf * (k * k + k), -32))) << k;
@@ -162,7 +122,7 @@ TEST(RandomServer, EveryCallerDrawsFromOneGenerator)
 // Whether the generator of this process, not yet drawn from, starts the sequence of seed 17.
 bool startsTheSequenceOfSeventeen()
 {
-    Reference reference(17);
+    ReferenceRandom reference(17);
     for (int k = 0; k < 1000; ++k) {
         if (RandomServer::GetRandom().NextDouble() != reference.uniform()) return false;
     }

@@ -161,6 +161,7 @@ TEST(Round, DigitsOutsideZeroToFifteenAreRefused)
     }
     try {
         Round(1.0, 16);
+        ADD_FAILURE() << "accepted";
     } catch (const ArgumentOutOfRangeException& e) {
         EXPECT_EQ(e.ParamName(), "digits");
     }

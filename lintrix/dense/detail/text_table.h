@@ -86,7 +86,8 @@ std::string matrixText(Formatter formatter, const BlockView<Cell>& A, const Text
         text.append(ends.leftBorder);
         table.appendLine(text, cols, ends.separator);
     }
-    return text.append(ends.end);
+    text.append(ends.end);
+    return text;
 }
 
 /// One line; both end pieces always appear.
@@ -101,7 +102,8 @@ std::string vectorText(Formatter formatter, std::span<const Cell> cells, const T
                  ends.rightBorder.size() + ends.end.size());
     text.append(ends.leftBorder);
     table.appendLine(text, cells.size(), ends.separator);
-    return text.append(ends.rightBorder).append(ends.end);
+    text.append(ends.rightBorder).append(ends.end);
+    return text;
 }
 
 } // namespace Velmar::Lintrix::detail

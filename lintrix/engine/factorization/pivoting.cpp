@@ -1,5 +1,6 @@
 #include <lintrix/engine/factorization/pivoting.h>
 
+#include <lintrix/engine/call/division.h>
 #include <lintrix/engine/factorization/pivot_pair.h>
 
 #include <algorithm>
@@ -96,13 +97,12 @@ void exchange(const Block<T>& a, int k, Place with)
     if (with.column != k) std::swap_ranges(a.column(k), a.column(k) + a.width(), a.column(with.column));
 }
 
-// Complex numbers are multiplied by the inverse, which a quotient of theirs would find each time anew.
+// Real numbers are divided one by one: the last bit of L is that of a quotient.
 template <class T>
 void divide(T* cells, int count, T by)
 {
     if constexpr (kIsComplex<T>) {
-        const T inverse = T(1) / by;
-        for (int i = 0; i < count; ++i) cells[i] = product(cells[i], inverse);
+        divideByInverse(by, cells, count);
     } else {
         for (int i = 0; i < count; ++i) cells[i] /= by;
     }

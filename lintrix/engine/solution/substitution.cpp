@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/solution/substitution.h>
 
+#include <lintrix/engine/call/division.h>
 #include <lintrix/engine/call/scalar.h>
 #include <lintrix/engine/factorization/pivot_pair.h>
 #include <lintrix/engine/solution/substitution_kernel.h>
@@ -25,14 +26,6 @@ constexpr bool hasD(Method method)
     return method == Method::DiagonalPivoting || method == Method::BunchKaufman;
 }
 
-// Right-hand sides of one position.
-template <class T>
-void divide(T by, T* values, int sides)
-{
-    const T inverse = T(1) / by;
-    std::transform(values, values + sides, values, [=](T value) { return product(value, inverse); });
-}
-
 template <class T>
 void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>& y)
 {
@@ -44,7 +37,7 @@ void divideByPivotsOf(const StoredFactor<T>& factor, int J, const RightSides<T>&
     for (int j = 0; j < width;) {
         T* const own = y.cells + std::ptrdiff_t{first + j} * y.count;
         if (exchange[j] > 0) {
-            divide(block[j + ld * j], own, y.count);
+            divideByInverse(block[j + ld * j], own, y.count);
             ++j;
             continue;
         }
@@ -156,11 +149,7 @@ private:
     {
         for (int c = 0; c < kSides; ++c) to[c] -= product(by, from[c]);
     }
-    LINTRIX_ALWAYS_INLINE static void divide(T by, T* values)
-    {
-        const T inverse = T(1) / by;
-        for (int c = 0; c < kSides; ++c) values[c] = product(values[c], inverse);
-    }
+    LINTRIX_ALWAYS_INLINE static void divide(T by, T* values) { divideByInverse(by, values, kSides); }
 
     // x := inv(L)*x, a triangle of C columns at t.
     template <int C>
