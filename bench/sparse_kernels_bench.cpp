@@ -16,8 +16,8 @@
 namespace Velmar::Lintrix::bench {
 namespace {
 
-using EigenRows = Eigen::SparseMatrix<double, Eigen::RowMajor>;
-using Vec = Eigen::VectorXd;
+using EigenRows = ::Eigen::SparseMatrix<double, ::Eigen::RowMajor>;
+using Vec = ::Eigen::VectorXd;
 
 const Rows& problem(int number)
 {
@@ -36,11 +36,11 @@ public:
         for (int& i : ia_) --i;
         for (int& j : ja_) --j;
     }
-    const Eigen::Map<const EigenRows>& operator*() const { return view_; }
+    const ::Eigen::Map<const EigenRows>& operator*() const { return view_; }
 
 private:
     std::vector<int> ia_, ja_;
-    Eigen::Map<const EigenRows> view_;
+    ::Eigen::Map<const EigenRows> view_;
 };
 
 /// A result of the kernels' two passes.
@@ -67,7 +67,7 @@ void useThreads(const benchmark::State& state)
 {
     const int threads = static_cast<int>(state.range(1));
     MKL_Set_Num_Threads(threads);
-    Eigen::setNbThreads(threads);
+    ::Eigen::setNbThreads(threads);
 }
 
 template <class Dense>
@@ -79,7 +79,7 @@ void requireNear(benchmark::State& state, const Dense& own, const Dense& eigen)
 void requireSame(benchmark::State& state, const Result& own, const EigenRows& eigen)
 {
     bool same = eigen.nonZeros() == own.ia.back() - 1;
-    for (Eigen::Index p = 0; same && p < eigen.nonZeros(); ++p) {
+    for (::Eigen::Index p = 0; same && p < eigen.nonZeros(); ++p) {
         same = eigen.innerIndexPtr()[p] == own.ja[p] - 1 &&
                std::abs(eigen.valuePtr()[p] - own.a[p]) <= 1e-12 * (1.0 + std::abs(own.a[p]));
     }
@@ -199,7 +199,7 @@ void symmetric(benchmark::State& state)
     const Peer E(U);
     vectorProduct(
         state, U, [&](const Vec& x, Vec& y) { csrmv("N", "SUNF", U, x, y); },
-        [&](const Vec& x, Vec& y) { y.noalias() = (*E).selfadjointView<Eigen::Upper>() * x; });
+        [&](const Vec& x, Vec& y) { y.noalias() = (*E).selfadjointView<::Eigen::Upper>() * x; });
 }
 
 void eight_columns(benchmark::State& state)
@@ -207,8 +207,8 @@ void eight_columns(benchmark::State& state)
     useThreads(state);
     const Rows& A = problem(static_cast<int>(state.range(0)));
     const Peer E(A);
-    const Eigen::MatrixXd B = Eigen::MatrixXd::Random(A.n, 8);
-    Eigen::MatrixXd C(A.n, 8), peer(A.n, 8);
+    const ::Eigen::MatrixXd B = ::Eigen::MatrixXd::Random(A.n, 8);
+    ::Eigen::MatrixXd C(A.n, 8), peer(A.n, 8);
     const auto own = [&] {
         mkl_dcsrmm("N", A.n, 8, A.n, 1.0, "GUNF", A.a.data(), A.ja.data(), A.ia.data(), A.ia.data() + 1,
                    B.data(), A.n, 0.0, C.data(), A.n);

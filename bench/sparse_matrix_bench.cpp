@@ -15,7 +15,7 @@
 namespace Velmar::Lintrix::bench {
 namespace {
 
-using EigenRows = Eigen::SparseMatrix<double, Eigen::RowMajor>;
+using EigenRows = ::Eigen::SparseMatrix<double, ::Eigen::RowMajor>;
 
 struct Pair {
     explicit Pair(const Rows& rows) : own(rows.a, rows.ia, rows.ja)
@@ -23,8 +23,8 @@ struct Pair {
         std::vector<int> ia(rows.ia), ja(rows.ja);
         for (int& i : ia) --i;
         for (int& j : ja) --j;
-        eigen = Eigen::Map<const EigenRows>(rows.n, rows.n, static_cast<int>(rows.a.size()), ia.data(),
-                                            ja.data(), rows.a.data());
+        eigen = ::Eigen::Map<const EigenRows>(rows.n, rows.n, static_cast<int>(rows.a.size()), ia.data(),
+                                              ja.data(), rows.a.data());
     }
     SparseMatrix own;
     EigenRows eigen;
@@ -53,9 +53,10 @@ bool agree(const SparseMatrix& own, const EigenRows& eigen)
     return same;
 }
 
-bool agree(const Vector& own, const Eigen::VectorXd& eigen)
+bool agree(const Vector& own, const ::Eigen::VectorXd& eigen)
 {
-    const Eigen::Map<const Eigen::VectorXd> y(reinterpret_cast<const double*>(own.DataPtr()), own.Length());
+    const ::Eigen::Map<const ::Eigen::VectorXd> y(reinterpret_cast<const double*>(own.DataPtr()),
+                                                  own.Length());
     return (y - eigen).norm() <= 1e-13 * eigen.norm();
 }
 
@@ -102,10 +103,10 @@ void scaled(benchmark::State& state)
 void vectorProduct(benchmark::State& state)
 {
     const Problem& p = problem(state);
-    const Eigen::VectorXd x = Eigen::VectorXd::Random(p.A.eigen.cols());
+    const ::Eigen::VectorXd x = ::Eigen::VectorXd::Random(p.A.eigen.cols());
     const Vector own(std::vector<double>(x.begin(), x.end()));
     compare(
-        state, [&] { return p.A.own * own; }, [&] { return Eigen::VectorXd(p.A.eigen * x); });
+        state, [&] { return p.A.own * own; }, [&] { return ::Eigen::VectorXd(p.A.eigen * x); });
 }
 
 BENCHMARK(sum)->DenseRange(0, 2)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(9);

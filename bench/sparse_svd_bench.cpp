@@ -65,11 +65,11 @@ extern "C" [[gnu::visibility("default")]] void dbdsdc_(const char* uplo, const c
 namespace Velmar::Lintrix::bench {
 namespace {
 
-using Rows = Eigen::SparseMatrix<double, Eigen::RowMajor>;
+using Rows = ::Eigen::SparseMatrix<double, ::Eigen::RowMajor>;
 
 struct Decomposition {
-    Eigen::MatrixXd U, V;
-    Eigen::VectorXd s;
+    ::Eigen::MatrixXd U, V;
+    ::Eigen::VectorXd s;
     int steps = 0; ///< of Lanczos without restarts
 };
 
@@ -87,7 +87,7 @@ struct Task {
 
 Rows rowsOf(const SparseMatrix& A)
 {
-    std::vector<Eigen::Triplet<double>> elements;
+    std::vector<::Eigen::Triplet<double>> elements;
     const auto pointers = A.RowPointers();
     for (int r = 0; r < A.Rows(); ++r) {
         for (int p = pointers[static_cast<std::size_t>(r)] - 1;
@@ -109,9 +109,9 @@ std::optional<Decomposition> byLintrix(const Task& task)
     if (!(svd.LastPass().residual <= svd.LastPass().tolerance)) return std::nullopt;
     using detail::DenseAccess;
     return Decomposition{
-        Eigen::Map<const Eigen::MatrixXd>(DenseAccess::cells(svd.U()), task.A.Rows(), task.k),
-        Eigen::Map<const Eigen::MatrixXd>(DenseAccess::cells(svd.V()), task.A.Cols(), task.k),
-        Eigen::Map<const Eigen::VectorXd>(DenseAccess::cells(svd.S()), task.k), svd.LastPass().steps};
+        ::Eigen::Map<const ::Eigen::MatrixXd>(DenseAccess::cells(svd.U()), task.A.Rows(), task.k),
+        ::Eigen::Map<const ::Eigen::MatrixXd>(DenseAccess::cells(svd.V()), task.A.Cols(), task.k),
+        ::Eigen::Map<const ::Eigen::VectorXd>(DenseAccess::cells(svd.S()), task.k), svd.LastPass().steps};
 }
 
 std::optional<Decomposition> bySpectra(const Task& task)
@@ -129,8 +129,8 @@ std::optional<Decomposition> byArpack(const Task& task)
     const Rows &B = task.tall() ? task.rows : task.transposed,
                &Bt = task.tall() ? task.transposed : task.rows;
     const int n = task.smallerSide(), space = task.space(), k = task.k, lengthOfWork = space * (space + 8);
-    Eigen::VectorXd residual(n), work(3 * n), small(lengthOfWork), image(B.rows()), values(k);
-    Eigen::MatrixXd basis(n, space);
+    ::Eigen::VectorXd residual(n), work(3 * n), small(lengthOfWork), image(B.rows()), values(k);
+    ::Eigen::MatrixXd basis(n, space);
     int ido = 0, info = 0, parameters[11] = {1, 0, 10000, 1, 0, 0, 1}, pointers[14] = {};
     for (;;) {
         dsaupd_(&ido, "I", &n, "LM", &k, &task.tolerance, residual.data(), &space, basis.data(), &n,
@@ -149,8 +149,8 @@ std::optional<Decomposition> byArpack(const Task& task)
     if (info != 0) return std::nullopt;
     Decomposition found;
     found.s = values.reverse().cwiseMax(0.0).cwiseSqrt();
-    Eigen::MatrixXd narrow = basis.leftCols(k).rowwise().reverse();
-    Eigen::MatrixXd wide = B * narrow * found.s.cwiseInverse().asDiagonal();
+    ::Eigen::MatrixXd narrow = basis.leftCols(k).rowwise().reverse();
+    ::Eigen::MatrixXd wide = B * narrow * found.s.cwiseInverse().asDiagonal();
     found.U = task.tall() ? wide : narrow;
     found.V = task.tall() ? narrow : wide;
     return found;
@@ -158,8 +158,8 @@ std::optional<Decomposition> byArpack(const Task& task)
 
 double residualOf(const Task& task, const Decomposition& d)
 {
-    const Eigen::MatrixXd left = task.rows * d.V - d.U * d.s.asDiagonal(),
-                          right = task.transposed * d.U - d.V * d.s.asDiagonal();
+    const ::Eigen::MatrixXd left = task.rows * d.V - d.U * d.s.asDiagonal(),
+                            right = task.transposed * d.U - d.V * d.s.asDiagonal();
     return std::max(left.colwise().norm().maxCoeff(), right.colwise().norm().maxCoeff()) / d.s[0];
 }
 

@@ -3,6 +3,7 @@
 /// Everything that Lintrix offers.
 
 #include <lintrix/decompositions/cholesky.h>
+#include <lintrix/decompositions/eigen.h>
 #include <lintrix/decompositions/lq.h>
 #include <lintrix/decompositions/lu.h>
 #include <lintrix/decompositions/qr.h>

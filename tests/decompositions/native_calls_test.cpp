@@ -4,6 +4,7 @@
 // that every call of a decomposition arrives here, is written down, and goes on to the routine proper.
 
 #include <lintrix/decompositions/cholesky.h>
+#include <lintrix/decompositions/eigen.h>
 #include <lintrix/decompositions/lq.h>
 #include <lintrix/decompositions/lu.h>
 #include <lintrix/decompositions/qr.h>
@@ -31,7 +32,7 @@ using Velmar::Lintrix::detail::blockBytes;
 std::vector<std::string> calls;
 std::vector<std::string> complaints; // of the routines about their arguments
 bool inverseFails = false;           // dgetri then answers INFO = 1 without doing anything
-bool iterationStops = false;         // dgesdd and dsyev then answer INFO = 1 after their work
+bool iterationStops = false;         // dgesdd, dsyev and dgeevx then answer INFO = 1 after their work
 thread_local int depth = 0;          // the routines call one another; only the outermost call is ours
 
 // How many doubles or integers the block of the library holds that starts at `cells`.
@@ -269,6 +270,23 @@ STANDS_IN dsyev_(const char* jobz, const char* uplo, const int* n, double* a, co
     if (iterationStops) *info = 1;
 }
 
+STANDS_IN dgeevx_(const char* balanc, const char* jobvl, const char* jobvr, const char* sense, const int* n,
+                  double* a, const int* lda, double* wr, double* wi, double* vl, const int* ldvl, double* vr,
+                  const int* ldvr, int* ilo, int* ihi, double* scale, double* abnrm, double* rconde,
+                  double* rcondv, double* work, const int* lwork, int* iwork, int* info, std::size_t l1,
+                  std::size_t l2, std::size_t l3, std::size_t l4)
+{
+    record("dgeevx", [&] {
+        return letters({balanc, jobvl, jobvr, sense}) + number("N", n) + block("a", a) + number("LDA", lda) +
+               block("wr", wr) + block("wi", wi) + block("vl", vl) + number("LDVL", ldvl) + block("vr", vr) +
+               number("LDVR", ldvr) + block("scale", scale) + block("rconde", rconde) +
+               block("rcondv", rcondv) + block("work", work) + number("LWORK", lwork) + block("iwork", iwork);
+    });
+    passOn("dgeevx_", balanc, jobvl, jobvr, sense, n, a, lda, wr, wi, vl, ldvl, vr, ldvr, ilo, ihi, scale,
+           abnrm, rconde, rcondv, work, lwork, iwork, info, l1, l2, l3, l4);
+    if (iterationStops) *info = 1;
+}
+
 // The routines call this when an argument is illegal; the library's own prints a complaint.
 STANDS_IN xerbla_(const char* routine, const int* argument, std::size_t length)
 {
@@ -423,6 +441,22 @@ TEST(NativeCalls, OfSymEigen)
                 ElementsAre("dsyev N L N=5 a[25] LDA=5 w[5] work[330] LWORK=330"));
 }
 
+TEST(NativeCalls, OfEigen)
+{
+    EXPECT_THAT(
+        callsOf([] { Eigen eigen(kSquare); }),
+        ElementsAre("dgeevx B N V N N=5 a[25] LDA=5 wr[5] wi[5] vl=null LDVL=1 vr[25] LDVR=5 scale[5] "
+                    "rconde[5] rcondv[5] work[15] LWORK=15 iwork[10]"));
+    EXPECT_THAT(
+        callsOf([] { Eigen eigen(kSquare, false, true, BalanceType::None); }),
+        ElementsAre("dgeevx N V N N N=5 a[25] LDA=5 wr[5] wi[5] vl[25] LDVL=5 vr=null LDVR=1 scale[5] "
+                    "rconde[5] rcondv[5] work[15] LWORK=15 iwork[10]"));
+    EXPECT_THAT(callsOf([] { Eigen eigen(kSquare, false, false, BalanceType::Scale); }),
+                ElementsAre(::testing::StartsWith("dgeevx S N N N N=5 ")));
+    EXPECT_THAT(callsOf([] { Eigen eigen(kSquare, true, true, BalanceType::Permute); }),
+                ElementsAre(::testing::StartsWith("dgeevx P V V N N=5 ")));
+}
+
 TEST(NativeCalls, OfMatrixRankAndPseudoInverse)
 {
     EXPECT_THAT(callsOf([] { kTall.Rank(); }), ElementsAre(::testing::StartsWith("dgesdd N ")));
@@ -489,6 +523,7 @@ TEST(NativeCalls, OfSquareMatricesWithoutCellsHaveLegalArguments)
     EXPECT_EQ(cholesky.Solve(A).Rows(), 0);
     EXPECT_TRUE(SymEigen(A).Succeeded());
     EXPECT_EQ(SymEigen(A, false).Eigenvalues().Length(), 0);
+    EXPECT_EQ(Eigen(A, true, true).Size(), 0);
     EXPECT_THAT(complaints, ElementsAre());
 }
 
@@ -536,6 +571,16 @@ TEST(NativeCalls, SymEigenThatDidNotConvergeIsTurnedRoundAndReadable)
     EXPECT_FALSE(values.Succeeded());
     EXPECT_GT(values.Eigenvalue(0), values.Eigenvalue(4));
     EXPECT_FALSE(values.Eigenvectors().has_value());
+}
+
+TEST(NativeCalls, EigenThatDidNotConvergeShowsWhatTheRoutineLeftAndSucceeds)
+{
+    const Threads one(1);
+    const Eigen good(kSquare);
+    const StoppedIterations stopped;
+    const Eigen eigen(kSquare);
+    EXPECT_TRUE(eigen.Succeeded());
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(eigen.Eigenvalue(i), good.Eigenvalue(i));
 }
 
 TEST(NativeCalls, FailingInverseIsAnUndefinedErrorAndLeavesNothingBehind)
