@@ -40,8 +40,7 @@ struct Answer {
 /// Loan, Matrix Computations, 4th ed., section 5.5).
 Answer solveDense(const Matrix& A, const Matrix& B);
 
-/// Why there is no good answer, in words; for a status other than Solved. `error` is the largest that is
-/// known.
-std::string explain(const Answer& answer, const Matrix& A, const Quality& quality, double error);
+/// Why there is no good answer, in words; for a status other than Solved.
+std::string explain(const Answer& answer, const Matrix& A, const Quality& quality);
 
 } // namespace Velmar::Lintrix::tools
