@@ -30,7 +30,7 @@ bool isStable(Road road)
     return road == Road::Cholesky || isMatchedLU(road);
 }
 
-bool isFinal(Road road, Ending ending, bool looksSingular)
+bool isFinal(Road road, Ending ending)
 {
     switch (ending) {
     case Ending::Accurate:
@@ -44,7 +44,7 @@ bool isFinal(Road road, Ending ending, bool looksSingular)
     case Ending::Poor:
         break;
     }
-    return looksSingular && isMatchedLU(road);
+    return false;
 }
 
 /// Raised pivots are what is tried when both orders have failed.
@@ -58,8 +58,9 @@ bool dependsOnOrder(Road road)
 std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering, Ending ending,
                                    const SearchState& state)
 {
-    if (isFinal(last.road, ending, state.looksSingular)) return std::nullopt;
-    const bool repeatable = state.orderingIsOpen && !last.ordering && dependsOnOrder(last.road);
+    if (isFinal(last.road, ending)) return std::nullopt;
+    const bool repeatable =
+        state.orderingIsOpen && !state.looksSingular && !last.ordering && dependsOnOrder(last.road);
     if (ending == Ending::Unsteady && repeatable) return Attempt{last.road, otherThan(ordering)};
     const std::optional<Road> road = roadAfter(last.road);
     return road ? std::optional(Attempt{*road}) : std::nullopt;

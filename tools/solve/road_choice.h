@@ -36,7 +36,7 @@ struct SearchState {
 /// Which pivots are met small depends on the order of elimination. So an unsteady road is repeated with the
 /// other order, where that is open, before a stronger one is taken. Cholesky and LU with matching are stable:
 /// without replaced pivots their few digits are the matrix's own. That A is singular to working precision is
-/// believed of LU with matching; where another road has told it, LU is taken once, and nothing after it.
+/// believed of LU with matching; where another road has told it, the order is not to blame.
 std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering, Ending ending,
                                    const SearchState& state);
 

@@ -108,8 +108,8 @@ TEST(NextAttempt, ThatAMatrixIsSingularLUHasTheLastWord)
         {{Road::Coarse}, Ending::Singular, kOpen, std::nullopt},
         // told before by another road
         {{Road::SymmetricPairs}, Ending::Unsteady, kSuspect, Attempt{Road::Matched}},
-        {{Road::Matched}, Ending::Unsteady, kSuspect, std::nullopt},
-        {{Road::Matched}, Ending::Poor, kSuspect, std::nullopt},
+        {{Road::Matched}, Ending::Unsteady, kSuspect, Attempt{Road::Coarse}},
+        {{Road::Matched}, Ending::Poor, kSuspect, Attempt{Road::Coarse}},
     });
 }
 
