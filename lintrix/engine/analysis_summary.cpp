@@ -9,7 +9,7 @@ namespace {
 
 using namespace detail::engine;
 
-/// The internal view writes as well; nothing here does.
+/// Whoever has only read the slots keeps it const.
 Handle handleOf(void* const* slots) noexcept
 {
     return Handle(const_cast<void**>(slots));
@@ -69,7 +69,8 @@ std::int32_t AnalysisView::Supernodes() const noexcept
 
 Supernode AnalysisView::SupernodeAt(std::int32_t number) const noexcept
 {
-    const FactorStructure structure = PermanentStructure(handleOf(slots_)).structure();
+    const PermanentStructure permanent(handleOf(slots_));
+    const FactorStructure structure = permanent.structure();
     return {structure.starts[static_cast<std::size_t>(number)], structure.width(number),
             structure.rowsOf(number)};
 }

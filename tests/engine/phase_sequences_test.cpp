@@ -105,15 +105,23 @@ private:
             stored() = Stored::Current;
         }
         const bool whole = phase == 13 || phase == 23 || phase == 33;
-        if (iterates && whole && error != 0) {
+        if (whole && iterates && mayFail(phase) && error != 0) {
             EXPECT_EQ(error, -4);
             EXPECT_LT(call_.iparm(20), 0);
             return;
         }
         EXPECT_EQ(error, 0) << phase;
         if (!whole || (!iterates && stored() != Stored::Current)) return;
-        EXPECT_LT(call_.scaledResidual(b_, call_.iparm(6) == 1 ? call_.b : call_.x),
-                  iterates ? 1e-4 : 100 * kResidualLimit<T>);
+        EXPECT_LT(call_.scaledResidual(b_, call_.iparm(6) == 1 ? call_.b : call_.x), limit(iterates));
+    }
+
+    /// An iteration may where it comes first, or where it has an old factor that it may not replace.
+    bool mayFail(int phase) { return call_.iparm(4) < 0 || (phase == 33 && stored() != Stored::Current); }
+    /// Conjugate gradients stop at 1e-6 of the solution, the squared form at the square of that.
+    double limit(bool iterates) const
+    {
+        const double rounding = 100 * kResidualLimit<T>;
+        return iterates && call_.iparm(4) == 62 && !kIsComplex<T> ? std::max(1e-6, rounding) : rounding;
     }
 
     std::mt19937 random_;

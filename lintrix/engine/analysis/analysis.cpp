@@ -20,11 +20,12 @@ int parameterValue(std::int64_t value)
     return static_cast<int>(std::min<std::int64_t>(value, std::numeric_limits<int>::max()));
 }
 
-void tellMemory(const Analysis& run, const MemoryFigures& figures)
+void tellMemory(Analysis& run, const MemoryFigures& figures)
 {
-    run.control[Word::AnalysisPeak] = parameterValue(figures.analysisPeak);
-    run.control[Word::AnalysisKept] = parameterValue(figures.analysisKept);
-    run.control[Word::FactorMemory] = parameterValue(figures.factors);
+    ControlBlock& control = run.control();
+    control[Word::AnalysisPeak] = parameterValue(figures.analysisPeak);
+    control[Word::AnalysisKept] = parameterValue(figures.analysisKept);
+    control[Word::FactorMemory] = parameterValue(figures.factors);
     const auto megabytes = [](std::int64_t kilobytes) { return parameterValue((kilobytes + 1023) / 1024); };
     const Parameters iparm = run.call.iparm;
     iparm[Parameter::InCoreMegabytes] = megabytes(figures.analysisKept + figures.factors);
@@ -47,34 +48,32 @@ Failure decideCoreMode(const Analysis& run)
 }
 
 /// How many rows each supernode updates below itself.
-Failure makeUpdateLengths(const Analysis& run)
+Failure makeUpdateLengths(Analysis& run)
 {
-    const bool isWanted = run.control[Word::ElementWidth] == 2 || !run.symmetricStorage();
+    const bool isWanted = run.control()[Word::ElementWidth] == 2 || !run.symmetricStorage();
     if (!isWanted) return {};
     const FactorStructure structure = PermanentStructure(run.handle).structure();
     const std::int64_t bytes = structure.supernodes() * std::int64_t{sizeof(int)};
-    Handle handle = run.handle;
-    int* const lengths = static_cast<int*>(handle.allocate(Slot::UpdateLengths, bytes));
+    int* const lengths = static_cast<int*>(run.handle.allocate(Slot::UpdateLengths, bytes));
     if (lengths == nullptr) return outOfMemory(BlockCode::UpdateLengths, bytes);
     for (int J = 0; J < structure.supernodes(); ++J) lengths[J] = structure.height(J) - structure.width(J);
     return {};
 }
 
-void releaseWork(const Analysis& run)
+void releaseWork(Analysis& run)
 {
-    Handle handle = run.handle;
-    handle.release(Slot::AnalysisWork);
-    handle.release(Slot::SymbolicWork);
-    handle.release(Slot::IntegerWork);
-    handle.release(Slot::SymbolicStructure);
-    PermanentStructure(handle).shrinkToTargets();
+    for (const Slot slot :
+         {Slot::AnalysisWork, Slot::SymbolicWork, Slot::IntegerWork, Slot::SymbolicStructure})
+        run.handle.release(slot);
+    PermanentStructure(run.handle).shrinkToTargets();
 }
 
 void tellFactorNonZeros(const Analysis& run)
 {
     int& nonZeros = run.call.iparm[Parameter::FactorNonZeros];
     if (nonZeros >= 0) return;
-    nonZeros = parameterValue(run.control[WideWord::LowerElements] + run.control[WideWord::UpperElements]);
+    nonZeros =
+        parameterValue(run.control()[WideWord::LowerElements] + run.control()[WideWord::UpperElements]);
 }
 
 Failure runSteps(Analysis& run)
@@ -84,7 +83,7 @@ Failure runSteps(Analysis& run)
     if (const Failure failure = buildAdjacency(run)) return failure;
     if (const Failure failure = orderEquations(run)) return failure;
     if (const Failure failure = factorizeSymbolically(run)) return failure;
-    tellMemory(run, forecastMemory(run.control, run.handle.holds(Slot::Matching)));
+    tellMemory(run, forecastMemory(run.control(), run.handle.holds(Slot::Matching)));
     if (const Failure failure = decideCoreMode(run)) return failure;
     if (const Failure failure = buildLists(run)) return failure;
     return makeUpdateLengths(run);
@@ -97,8 +96,8 @@ Failure analyse(const Arguments& call, Handle handle, Timers& timers)
     const auto rows = static_cast<std::size_t>(call.n) + 1;
     const auto entries = static_cast<std::size_t>(call.nonZeros());
     const ShiftedIndices shifted({call.ia, rows}, {call.ja, entries});
-    Analysis run{call, handle, handle.control(), timers, shifted.ia(), shifted.ja()};
-    run.control[Word::MappedEntries] = static_cast<int>(entries);
+    Analysis run{call, handle, timers, shifted.ia(), shifted.ja()};
+    run.control()[Word::MappedEntries] = static_cast<int>(entries);
     const Failure failure = runSteps(run);
     if (failure) {
         // What is there says that later phases may run; an unfinished structure must not.

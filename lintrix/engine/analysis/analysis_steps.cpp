@@ -4,20 +4,20 @@ namespace Velmar::Lintrix::detail::engine {
 
 Graph Analysis::graph() const
 {
-    const std::int64_t entries = control[Word::StructureNonZeros];
+    const std::int64_t entries = control()[Word::StructureNonZeros];
     return {handle.array<int>(Slot::AnalysisWork, Array::AdjacencyStarts, std::int64_t{n()} + 1),
             handle.array<int>(Slot::AnalysisWork, Array::AdjacencyNeighbours, entries)};
 }
 
-Ordering Analysis::ordering() const
+Ordering Analysis::ordering()
 {
     return {.positionOf = handle.array<int>(Slot::IntegerWork, Array::WorkPositionOf, n()),
             .vertexAt = handle.array<int>(Slot::IntegerWork, Array::WorkVertexAt, n())};
 }
 
-std::span<PositionRange> Analysis::subgraphs() const
+std::span<PositionRange> Analysis::subgraphs()
 {
-    return handle.array<PositionRange>(Slot::IntegerWork, Array::WorkSubgraphs, control[Word::Subgraphs]);
+    return handle.array<PositionRange>(Slot::IntegerWork, Array::WorkSubgraphs, control()[Word::Subgraphs]);
 }
 
 std::span<const int> Analysis::columnOfRow() const

@@ -16,19 +16,20 @@ namespace Velmar::Lintrix::detail::engine {
 struct Analysis {
     const Arguments& call;
     Handle handle;
-    ControlBlock& control;
     Timers& timers;
     std::span<const int> ia, ja; ///< the caller's pattern, for the moment counted from 0
 
+    ControlBlock& control() noexcept { return handle.control(); }
+    const ControlBlock& control() const noexcept { return handle.control(); }
     int n() const noexcept { return call.n; }
-    int threads() const noexcept { return control[Word::Threads]; }
-    bool symmetricStorage() const noexcept { return control[Word::SymmetricStorage] != 0; }
+    int threads() const noexcept { return control()[Word::Threads]; }
+    bool symmetricStorage() const noexcept { return control()[Word::SymmetricStorage] != 0; }
 
     /// The graph in pt[4].
     Graph graph() const;
     /// The order in pt[8], refined step by step, and its subgraphs.
-    Ordering ordering() const;
-    std::span<PositionRange> subgraphs() const;
+    Ordering ordering();
+    std::span<PositionRange> subgraphs();
     /// The row of P A that each row of A becomes, empty where rows stay.
     std::span<const int> columnOfRow() const;
 };

@@ -13,18 +13,18 @@ namespace Velmar::Lintrix::detail::engine {
 namespace {
 
 /// Which separators each independent subgraph updates.
-Failure listUpdates(Analysis& run, const PermanentStructure& permanent)
+Failure listUpdates(Analysis& run, PermanentStructure& permanent)
 {
-    const int independent = run.control[Word::IndependentSubgraphs];
-    const int separators = run.control[Word::Subgraphs] - independent;
+    const int independent = run.control()[Word::IndependentSubgraphs];
+    const int separators = run.control()[Word::Subgraphs] - independent;
     const auto updates = Scratch<int>::zeroed(std::int64_t{independent} * separators);
     if (!updates) return outOfMemory(BlockCode::Transient, missingBytes(updates));
     if (const Failure failure =
             countUpdates(permanent.structure(), permanent.subgraphSupernodes(), independent, updates.span()))
         return failure;
     // All the room there is; afterwards the targets in use are what counts.
-    run.control[Word::UpdateTargets] = independent * separators;
-    run.control[Word::UpdateTargets] =
+    run.control()[Word::UpdateTargets] = independent * separators;
+    run.control()[Word::UpdateTargets] =
         listTargets(updates.span(), independent, separators, permanent.targetStarts(), permanent.targets());
     return {};
 }
@@ -32,10 +32,10 @@ Failure listUpdates(Analysis& run, const PermanentStructure& permanent)
 void countOperations(Analysis& run, const PermanentStructure& permanent)
 {
     int& gigaflops = run.call.iparm[Parameter::Gigaflops];
-    if (gigaflops >= 0 && run.control[Word::ReportFlag] == 0) return;
-    const double operations =
-        operationCount(permanent.structure(), !run.symmetricStorage(), run.control[Word::ElementWidth] == 2);
-    run.control[Real::Operations] = operations;
+    if (gigaflops >= 0 && run.control()[Word::ReportFlag] == 0) return;
+    const double operations = operationCount(permanent.structure(), !run.symmetricStorage(),
+                                             run.control()[Word::ElementWidth] == 2);
+    run.control()[Real::Operations] = operations;
     gigaflops = static_cast<int>(std::min(operations * 1e-9, 2147483647.));
 }
 
@@ -44,16 +44,16 @@ void countOperations(Analysis& run, const PermanentStructure& permanent)
 Failure buildLists(Analysis& run)
 {
     const TimedStep timed(run.timers, Timer::ParallelLists);
-    const PermanentStructure permanent(run.handle);
+    PermanentStructure permanent(run.handle);
     const FactorStructure structure = permanent.structure();
     if (const Failure failure = mapEntries({run.ia, run.ja}, run.columnOfRow(), permanent.ordering(),
                                            structure, run.symmetricStorage(), permanent.maps()))
         return failure;
     supernodesOfSubgraphs(structure, permanent.subgraphs(), permanent.subgraphSupernodes());
-    if (run.control[Word::TwoLevel] != 0) {
+    if (run.control()[Word::TwoLevel] != 0) {
         if (const Failure failure = listUpdates(run, permanent)) return failure;
     }
-    run.control[Word::ChunkSize] = chunkOfSupernodes(structure.supernodes(), run.threads());
+    run.control()[Word::ChunkSize] = chunkOfSupernodes(structure.supernodes(), run.threads());
     countOperations(run, permanent);
     return {};
 }

@@ -42,17 +42,17 @@ bool dissects(const Analysis& run)
 Failure orderByMinimumDegree(const Analysis& run, Ordering ordering, SubgraphList& list)
 {
     closedRanges(run.n(), true, list);
-    return minimumDegree(run.graph(), run.control[Word::MinimumDegreeDelta], ordering);
+    return minimumDegree(run.graph(), run.control()[Word::MinimumDegreeDelta], ordering);
 }
 
 Failure orderByConstrainedMinimumDegree(const Analysis& run, Ordering ordering, SubgraphList& list)
 {
-    return constrainedMinimumDegree(run.graph(), run.control[Word::MinimumDegreeDelta],
-                                    run.control[Word::PartTarget], ordering, list);
+    return constrainedMinimumDegree(run.graph(), run.control()[Word::MinimumDegreeDelta],
+                                    run.control()[Word::PartTarget], ordering, list);
 }
 
 /// The pairs stand in the matching's block: each side by side in the order.
-Failure orderByPairs(const Analysis& run, Ordering ordering, SubgraphList& list)
+Failure orderByPairs(Analysis& run, Ordering ordering, SubgraphList& list)
 {
     const int n = run.n();
     const auto size = static_cast<std::size_t>(PivotPairs::blockSize(n));
@@ -65,8 +65,8 @@ Failure orderByPairs(const Analysis& run, Ordering ordering, SubgraphList& list)
 
 Failure allocate(Analysis& run, SubgraphList& list)
 {
-    const std::int64_t n = run.n(), ranges = subgraphNumbers(run.control[Word::PartTarget]) / 2;
-    BlockLayout layout(run.control);
+    const std::int64_t n = run.n(), ranges = subgraphNumbers(run.control()[Word::PartTarget]) / 2;
+    BlockLayout layout(run.control());
     layout.add<int>(Array::WorkVertexAt, n)
         .add<int>(Array::WorkPositionOf, n)
         .add<PositionRange>(Array::WorkSubgraphs, ranges);
@@ -77,7 +77,7 @@ Failure allocate(Analysis& run, SubgraphList& list)
 }
 
 /// The caller's order, the pairs' or a computed one, in this order of decisions.
-Failure chooseOrder(const Analysis& run, SubgraphList& list)
+Failure chooseOrder(Analysis& run, SubgraphList& list)
 {
     const Parameters iparm = run.call.iparm;
     const Ordering ordering = run.ordering();
@@ -114,12 +114,13 @@ bool coversAll(const SubgraphList& list, int n)
 /// Two-level work needs ranges that stand on their own; without it the order is one piece.
 void settleSubgraphs(Analysis& run, SubgraphList& list)
 {
-    run.control[Word::ListedSubgraphs] = list.count;
+    ControlBlock& control = run.control();
+    control[Word::ListedSubgraphs] = list.count;
     const bool apart = list.wellFormed() && coversAll(list, run.n());
     if (!apart) wholeRange(run.n(), list);
-    if (list.count < 2) run.control[Word::TwoLevel] = 0;
-    run.control[Word::Subgraphs] = list.count;
-    run.control[Word::IndependentSubgraphs] = list.independent;
+    if (list.count < 2) control[Word::TwoLevel] = 0;
+    control[Word::Subgraphs] = list.count;
+    control[Word::IndependentSubgraphs] = list.independent;
 }
 
 } // namespace
@@ -129,8 +130,8 @@ Failure buildAdjacency(Analysis& run)
     const TimedStep timed(run.timers, Timer::FullAdjacency);
     SymmetrizedPattern pattern;
     if (const Failure failure = pattern.count({run.ia, run.ja}, run.columnOfRow())) return failure;
-    run.control[Word::StructureNonZeros] = static_cast<int>(pattern.entries());
-    BlockLayout layout(run.control);
+    run.control()[Word::StructureNonZeros] = static_cast<int>(pattern.entries());
+    BlockLayout layout(run.control());
     layout.add<int>(Array::AdjacencyStarts, std::int64_t{run.n()} + 1)
         .add<int>(Array::AdjacencyNeighbours, pattern.entries());
     if (const Failure failure = layout.allocate(run.handle, Slot::AnalysisWork, BlockCode::AnalysisWork))

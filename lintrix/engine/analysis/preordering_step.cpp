@@ -19,8 +19,8 @@ Failure preorderAs(const Analysis& run, Preordering kind, bool scaled, Preorderi
 
 Failure preorderByElement(const Analysis& run, Preordering kind, bool scaled, PreorderingBlocks& blocks)
 {
-    const bool single = run.control[Word::SinglePrecision] != 0;
-    if (run.control[Word::ElementWidth] == 2) {
+    const bool single = run.control()[Word::SinglePrecision] != 0;
+    if (run.control()[Word::ElementWidth] == 2) {
         return single ? preorderAs<std::complex<float>>(run, kind, scaled, blocks)
                       : preorderAs<std::complex<double>>(run, kind, scaled, blocks);
     }

@@ -27,28 +27,27 @@ struct Work {
 Failure allocate(Analysis& run, const Graph& graph, Work& work)
 {
     const std::int64_t n = run.n(), edges = static_cast<std::int64_t>(graph.neighbours.size());
-    Handle handle = run.handle;
-    BlockLayout tree(run.control);
+    BlockLayout tree(run.control());
     tree.add<int>(Array::PermutedStarts, n + 1)
         .add<int>(Array::PermutedNeighbours, edges)
         .add<int>(Array::Parent, n)
         .add<int>(Array::ColumnCounts, n);
-    if (const Failure failure = tree.allocate(handle, Slot::SymbolicWork, BlockCode::SymbolicWork))
+    if (const Failure failure = tree.allocate(run.handle, Slot::SymbolicWork, BlockCode::SymbolicWork))
         return failure;
-    BlockLayout supernodes(run.control);
+    BlockLayout supernodes(run.control());
     supernodes.add<int>(Array::WorkStarts, n + 1)
         .add<int>(Array::WorkSupernodeOf, n)
         .add<std::int64_t>(Array::WorkRowStarts, n + 1);
     if (const Failure failure =
-            supernodes.allocate(handle, Slot::SymbolicStructure, BlockCode::SymbolicStructure))
+            supernodes.allocate(run.handle, Slot::SymbolicStructure, BlockCode::SymbolicStructure))
         return failure;
-    work = {handle.array<int>(Slot::SymbolicWork, Array::PermutedStarts, n + 1),
-            handle.array<int>(Slot::SymbolicWork, Array::PermutedNeighbours, edges),
-            handle.array<int>(Slot::SymbolicWork, Array::Parent, n),
-            handle.array<int>(Slot::SymbolicWork, Array::ColumnCounts, n),
-            handle.array<int>(Slot::SymbolicStructure, Array::WorkStarts, n + 1),
-            handle.array<int>(Slot::SymbolicStructure, Array::WorkSupernodeOf, n),
-            handle.array<std::int64_t>(Slot::SymbolicStructure, Array::WorkRowStarts, n + 1)};
+    work = {run.handle.array<int>(Slot::SymbolicWork, Array::PermutedStarts, n + 1),
+            run.handle.array<int>(Slot::SymbolicWork, Array::PermutedNeighbours, edges),
+            run.handle.array<int>(Slot::SymbolicWork, Array::Parent, n),
+            run.handle.array<int>(Slot::SymbolicWork, Array::ColumnCounts, n),
+            run.handle.array<int>(Slot::SymbolicStructure, Array::WorkStarts, n + 1),
+            run.handle.array<int>(Slot::SymbolicStructure, Array::WorkSupernodeOf, n),
+            run.handle.array<std::int64_t>(Slot::SymbolicStructure, Array::WorkRowStarts, n + 1)};
     return {};
 }
 
@@ -58,9 +57,9 @@ Failure findSupernodes(Analysis& run, const Graph& permuted, Work& work)
     if (const Failure failure = columnCounts(permuted, work.parent, run.threads(), work.counts))
         return failure;
     const Partition partition = partitionIntoSupernodes(
-        work.parent, work.counts, run.control[Word::PanelWidth], work.starts, work.supernodeOf);
-    run.control[Word::Supernodes] = partition.supernodes;
-    run.control[Word::LargestSupernode] = partition.longestRun;
+        work.parent, work.counts, run.control()[Word::PanelWidth], work.starts, work.supernodeOf);
+    run.control()[Word::Supernodes] = partition.supernodes;
+    run.control()[Word::LargestSupernode] = partition.longestRun;
     const auto boundaries = static_cast<std::size_t>(partition.supernodes) + 1;
     work.starts = work.starts.first(boundaries);
     work.rowStarts = work.rowStarts.first(boundaries);
@@ -79,9 +78,9 @@ std::int64_t mostTargets(const ControlBlock& control)
 /// The permanent block, with what is known by now.
 Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
 {
-    run.control.set(WideWord::FactorRowIndices, work.rowStarts.back());
-    const PermanentStructure permanent(run.handle);
-    if (const Failure failure = permanent.allocate(mostTargets(run.control))) return failure;
+    run.control().set(WideWord::FactorRowIndices, work.rowStarts.back());
+    PermanentStructure permanent(run.handle);
+    if (const Failure failure = permanent.allocate(mostTargets(run.control()))) return failure;
     std::ranges::copy(run.ordering().vertexAt, permanent.ordering().vertexAt.begin());
     std::ranges::copy(run.ordering().positionOf, permanent.ordering().positionOf.begin());
     std::ranges::copy(run.subgraphs(), permanent.subgraphs().begin());
@@ -96,15 +95,16 @@ Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
 
 void placePanels(Analysis& run)
 {
-    const PermanentStructure permanent(run.handle);
+    PermanentStructure permanent(run.handle);
     const FactorSizes sizes =
         panelStarts(permanent.structure(), permanent.lowerStarts(), permanent.upperStarts());
-    run.control[Word::TallestPanel] = sizes.tallest;
-    run.control[Word::WidestPanel] = sizes.widest;
-    run.control.set(WideWord::LowerElements, sizes.lower);
-    run.control.set(WideWord::UpperElements, sizes.upper);
-    run.control.set(WideWord::LowerNonZeros, sizes.fill);
-    run.control.set(WideWord::LargestUpdate, sizes.largestUpdate);
+    ControlBlock& control = run.control();
+    control[Word::TallestPanel] = sizes.tallest;
+    control[Word::WidestPanel] = sizes.widest;
+    control.set(WideWord::LowerElements, sizes.lower);
+    control.set(WideWord::UpperElements, sizes.upper);
+    control.set(WideWord::LowerNonZeros, sizes.fill);
+    control.set(WideWord::LargestUpdate, sizes.largestUpdate);
 }
 
 } // namespace
@@ -122,7 +122,8 @@ Failure factorizeSymbolically(Analysis& run)
     if (const Failure failure = fillPermanent(run, permuted, work)) return failure;
     placePanels(run);
     // The block has these numbers by now: their place is free for work.
-    run.control[Word::TreeHeight] = treeHeight(PermanentStructure(run.handle).structure(), work.supernodeOf);
+    run.control()[Word::TreeHeight] =
+        treeHeight(PermanentStructure(run.handle).structure(), work.supernodeOf);
     return {};
 }
 

@@ -52,12 +52,6 @@ Failure fillTable(OutOfCoreTable& table)
 
 } // namespace
 
-std::span<FactorEntry> Handle::factors() const noexcept
-{
-    const std::size_t count = static_cast<std::size_t>(std::max(control()[Word::Maxfct], 1));
-    return {block<FactorEntry>(Slot::FactorTable), count};
-}
-
 Failure Handle::create(int maxfct)
 {
     std::fill(slots_ + kFirstCleared, slots_ + kLastCleared + 1, nullptr);

@@ -8,6 +8,7 @@
 #include <lintrix/engine/call/memory.h>
 #include <lintrix/services/export.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 
@@ -55,23 +56,22 @@ struct OutOfCoreTable {
     void** files;           ///<
 };
 
-/// A view of the slots.
+/// A view of the slots. One that is const reads the blocks and no more; a copy is a view of its own.
 class LINTRIX_TESTABLE Handle {
 public:
     explicit Handle(void** slots) noexcept : slots_(slots) {}
 
     bool live() const noexcept { return slots_[0] != nullptr; }
     bool holds(Slot slot) const noexcept { return slots_[index(slot)] != nullptr; }
-    ControlBlock& control() const noexcept
-    {
-        return *static_cast<ControlBlock*>(slots_[index(Slot::Control)]);
-    }
+    ControlBlock& control() noexcept { return *block<ControlBlock>(Slot::Control); }
+    const ControlBlock& control() const noexcept { return *block<ControlBlock>(Slot::Control); }
     /// The control block, or null.
-    const ControlBlock* controlIfAny() const noexcept
+    const ControlBlock* controlIfAny() const noexcept { return block<ControlBlock>(Slot::Control); }
+    std::span<FactorEntry> factors() noexcept { return {block<FactorEntry>(Slot::FactorTable), entries()}; }
+    std::span<const FactorEntry> factors() const noexcept
     {
-        return static_cast<const ControlBlock*>(slots_[index(Slot::Control)]);
+        return {block<FactorEntry>(Slot::FactorTable), entries()};
     }
-    std::span<FactorEntry> factors() const noexcept;
 
     /// A new handle: pt[3]..pt[17] cleared, control block and factor table with `maxfct` entries made. All or
     /// nothing: on failure nothing is held. `maxfct` below 1 makes a table of one entry, which the input
@@ -106,19 +106,33 @@ public:
 
     /// The array in the block of a slot.
     template <class T>
-    std::span<T> array(Slot slot, Array name, std::int64_t count) const noexcept
+    std::span<T> array(Slot slot, Array name, std::int64_t count) noexcept
     {
-        int* const block = static_cast<int*>(slots_[index(slot)]);
-        return {reinterpret_cast<T*>(block + control()[name]), static_cast<std::size_t>(count)};
+        return {reinterpret_cast<T*>(block<int>(slot) + control()[name]), static_cast<std::size_t>(count)};
     }
     template <class T>
-    T* block(Slot slot) const noexcept
+    std::span<const T> array(Slot slot, Array name, std::int64_t count) const noexcept
+    {
+        return {reinterpret_cast<const T*>(block<int>(slot) + control()[name]),
+                static_cast<std::size_t>(count)};
+    }
+    template <class T>
+    T* block(Slot slot) noexcept
     {
         return static_cast<T*>(slots_[index(slot)]);
+    }
+    template <class T>
+    const T* block(Slot slot) const noexcept
+    {
+        return static_cast<const T*>(slots_[index(slot)]);
     }
 
 private:
     static constexpr int index(Slot slot) noexcept { return static_cast<int>(slot); }
+    std::size_t entries() const noexcept
+    {
+        return static_cast<std::size_t>(std::max(control()[Word::Maxfct], 1));
+    }
     void setCalls(std::uintptr_t count) noexcept { slots_[0] = reinterpret_cast<void*>(count); }
 
     void** slots_;

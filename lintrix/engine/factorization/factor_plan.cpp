@@ -15,7 +15,8 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-FactorEntry& entryOf(Handle handle, int mnum)
+template <class View>
+auto& entryOf(View& handle, int mnum)
 {
     return handle.factors()[static_cast<std::size_t>(mnum) - 1];
 }
@@ -45,7 +46,7 @@ std::int64_t elementsOf(const ControlBlock& control)
 }
 
 // The values of A that a factorization reads.
-std::span<const std::byte> valuesOf(const Arguments& call, Handle handle)
+std::span<const std::byte> valuesOf(const Arguments& call, const Handle& handle)
 {
     const ControlBlock& control = handle.control();
     const std::size_t real = control[Word::SinglePrecision] != 0 ? sizeof(float) : sizeof(double);
@@ -72,7 +73,7 @@ std::uint64_t fingerprint(std::span<const std::byte> values)
 
 FactorPlan planOf(Handle handle)
 {
-    const PermanentStructure permanent(handle);
+    PermanentStructure permanent(handle);
     const ControlBlock& control = handle.control();
     return {.structure = permanent.structure(),
             .lowerStarts = permanent.lowerStarts(),
@@ -85,7 +86,7 @@ FactorPlan planOf(Handle handle)
             .scaling = {}};
 }
 
-Failure FactorLists::make(Handle handle, FactorPlan& plan)
+Failure FactorLists::make(const Handle& handle, FactorPlan& plan)
 {
     if (const Failure failure = makeDescendants(plan)) return failure;
     if (const Failure failure = makeRuns(handle, plan)) return failure;
@@ -105,7 +106,7 @@ Failure FactorLists::makeDescendants(FactorPlan& plan)
     return {};
 }
 
-Failure FactorLists::makeRuns(Handle handle, FactorPlan& plan)
+Failure FactorLists::makeRuns(const Handle& handle, FactorPlan& plan)
 {
     const ControlBlock& control = handle.control();
     runs_ = Scratch<PositionRange>::uninitialised(plan.structure.supernodes());
@@ -121,7 +122,7 @@ Failure FactorLists::makeRuns(Handle handle, FactorPlan& plan)
 }
 
 // The factors of rows and columns of A, brought from the order of A to that of the elimination.
-Failure FactorLists::makeScaling(Handle handle, FactorPlan& plan)
+Failure FactorLists::makeScaling(const Handle& handle, FactorPlan& plan)
 {
     if (!handle.holds(Slot::Scaling)) return {};
     const ControlBlock& control = handle.control();
@@ -135,7 +136,7 @@ Failure FactorLists::makeScaling(Handle handle, FactorPlan& plan)
     if (!factors_) return outOfMemory(BlockCode::RealWork, missingBytes(factors_));
     const auto order = static_cast<std::size_t>(n);
     const std::span<double> rows = factors_.span().first(order), columns = factors_.span().last(order);
-    const std::span<const int> positionOf = PermanentStructure(handle).ordering().positionOf;
+    const std::span<const int> positionOf = PermanentStructure(handle).positionOf();
     const int* const columnOfRow = symmetric ? nullptr : handle.block<int>(Slot::Matching);
     for (int i = 0; i < n; ++i) {
         rows[positionOf[columnOfRow == nullptr ? i : columnOfRow[i]]] = row[i];
@@ -166,7 +167,7 @@ int elementKind(int mtype, bool singlePrecision) noexcept
     return (isComplex(mtype) ? 2 : 0) + (singlePrecision ? 1 : 0);
 }
 
-bool holdsFactor(Handle handle, int mnum, int kind) noexcept
+bool holdsFactor(const Handle& handle, int mnum, int kind) noexcept
 {
     const FactorEntry& entry = entryOf(handle, mnum);
     return entry.storage != nullptr && entry.size != kUnset &&
@@ -214,13 +215,13 @@ void keepFactor(const Arguments& call, Handle handle, const FactorRules& rules)
     entry.size = elementsOf(handle.control());
 }
 
-bool isFactorOfCall(const Arguments& call, Handle handle)
+bool isFactorOfCall(const Arguments& call, const Handle& handle)
 {
     return call.nonZeros() == handle.control()[Word::MappedEntries] &&
            entryOf(handle, call.mnum).fingerprint == fingerprint(valuesOf(call, handle));
 }
 
-FactorRules rulesOfFactor(Handle handle, int mnum)
+FactorRules rulesOfFactor(const Handle& handle, int mnum)
 {
     const FactorEntry& entry = entryOf(handle, mnum);
     return {.method = static_cast<Method>(entry.method), .hermitian = isHermitian(entry.mtype), .eps = 0.0};

@@ -22,12 +22,12 @@ class LINTRIX_TESTABLE FactorLists {
 public:
     /// Fills the plan's descendants, runs and scaling with views of this object.
     /// @return  {Memory, -1200}
-    Failure make(Handle handle, FactorPlan& plan);
+    Failure make(const Handle& handle, FactorPlan& plan);
 
 private:
     Failure makeDescendants(FactorPlan& plan);
-    Failure makeRuns(Handle handle, FactorPlan& plan);
-    Failure makeScaling(Handle handle, FactorPlan& plan);
+    Failure makeRuns(const Handle& handle, FactorPlan& plan);
+    Failure makeScaling(const Handle& handle, FactorPlan& plan);
 
     Scratch<std::int64_t> descendantStarts_;
     Scratch<Descendant> descendants_;
@@ -44,7 +44,7 @@ inline constexpr int kElementKind = (kIsComplex<T> ? 2 : 0) + (sizeof(RealOf<T>)
 LINTRIX_TESTABLE int elementKind(int mtype, bool singlePrecision) noexcept;
 
 /// Whether `mnum` holds a finished factor of this kind of element.
-LINTRIX_TESTABLE bool holdsFactor(Handle handle, int mnum, int kind) noexcept;
+LINTRIX_TESTABLE bool holdsFactor(const Handle& handle, int mnum, int kind) noexcept;
 
 /// Brings the block of `mnum` to the size that a factor of T needs, forgetting what is in it; a block that is
 /// large enough stays.
@@ -62,10 +62,10 @@ LINTRIX_TESTABLE void keepFactor(const Arguments& call, Handle handle, const Fac
 /// Whether the stored factor was made from the values of the call, bit for bit: another made now, by the same
 /// rules, would be the same. Different values pass for equal by an accident of 64 bits only.
 /// Cost: O(entries of A).
-LINTRIX_TESTABLE bool isFactorOfCall(const Arguments& call, Handle handle);
+LINTRIX_TESTABLE bool isFactorOfCall(const Arguments& call, const Handle& handle);
 
 /// The rules by which the stored factor was made (eps is not among what is kept, and is 0).
-LINTRIX_TESTABLE FactorRules rulesOfFactor(Handle handle, int mnum);
+LINTRIX_TESTABLE FactorRules rulesOfFactor(const Handle& handle, int mnum);
 
 /// Calls `work.template operator()<T>()` for the element that the kind names.
 template <class Work>

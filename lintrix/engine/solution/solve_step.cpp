@@ -66,11 +66,11 @@ StoredFactor<T> storedFactor(Handle handle, int mnum)
 }
 
 /// Rows move with the matching of unsymmetric storage; one factor serves rows and columns of symmetric one.
-SystemFrame systemFrame(Handle handle)
+SystemFrame systemFrame(const Handle& handle)
 {
     const auto n = static_cast<std::size_t>(handle.control()[Word::Order]);
     const bool symmetric = handle.control()[Word::SymmetricStorage] != 0;
-    SystemFrame frame{.positionOf = PermanentStructure(handle).ordering().positionOf,
+    SystemFrame frame{.positionOf = PermanentStructure(handle).positionOf(),
                       .columnOfRow = {},
                       .rowScale = {},
                       .columnScale = {}};
@@ -185,7 +185,7 @@ private:
         return layout;
     }
 
-    DirectSolve<T> solver() const
+    DirectSolve<T> solver()
     {
         return {factor_,  systemFrame(handle_),
                 parts_,   matrix_.transposed,

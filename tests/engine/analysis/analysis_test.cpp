@@ -76,7 +76,7 @@ void expectRowsHandedUp(const FactorStructure& structure, int J)
 void expectSoundStructure(EngineCall& call)
 {
     const Handle handle(call.pt.data());
-    const PermanentStructure permanent(handle);
+    PermanentStructure permanent(handle);
     const Ordering ordering = permanent.ordering();
     for (int k = 0; k < call.n; ++k) ASSERT_EQ(ordering.positionOf[ordering.vertexAt[k]], k);
 
@@ -133,7 +133,7 @@ TEST(Analysis, WithSeveralThreadsCutsTheOrderIntoPartsAndSeparators)
     EXPECT_EQ(control[Word::TwoLevel], 1);
     EXPECT_EQ(control[Word::IndependentSubgraphs], 4);
     EXPECT_EQ(control[Word::Subgraphs], 7);
-    const PermanentStructure permanent(Handle(call.pt.data()));
+    PermanentStructure permanent(Handle(call.pt.data()));
     EXPECT_EQ(permanent.targetStarts().back(), control[Word::UpdateTargets]);
     EXPECT_GE(control[Word::UpdateTargets], 4); // each part updates at least the root
     const auto ranges = permanent.subgraphs();

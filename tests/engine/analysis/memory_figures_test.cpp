@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail::engine;
 using Velmar::Lintrix::testing::EngineCall;
@@ -80,25 +82,37 @@ TEST(MemoryFigures, LeastOutOfCoreIsTwoPanelsAndTheWork)
     EXPECT_EQ(figures.leastOutOfCore, figures.analysisKept + kibibytes(8 * (2 * 64 * 16 + 2 * 256)));
 }
 
+// A path in its own order: each column meets the next, and only the last two have the same rows below.
 TEST(MemoryFigures, AreToldInTheParameters)
 {
     EngineCall call(tridiagonal(300));
+    std::iota(call.perm.begin(), call.perm.end(), 1);
+    call.set(5, 1);
     call.set(18, -1);
     call.set(19, -1);
     ASSERT_EQ(call.run(11), 0);
-    const Handle handle(call.pt.data());
-    const MemoryFigures figures = forecastMemory(handle.control(), handle.holds(Slot::Matching));
-    EXPECT_EQ(call.iparm(15), figures.analysisPeak);
-    EXPECT_EQ(call.iparm(16), figures.analysisKept);
-    EXPECT_EQ(call.iparm(17), figures.factors);
-    EXPECT_EQ(call.iparm(18),
-              handle.control()[WideWord::LowerElements] + handle.control()[WideWord::UpperElements]);
+    EXPECT_EQ(call.iparm(18), (299 + 300) + 299);
     EXPECT_EQ(call.iparm(19), 0); // far below a gigaflop
-    EXPECT_GT(handle.control()[Real::Operations], 0.);
-    const auto megabytes = [](std::int64_t kilobytes) { return (kilobytes + 1023) / 1024; };
-    EXPECT_EQ(call.iparm(61), megabytes(figures.analysisKept + figures.factors));
-    EXPECT_EQ(call.iparm(62), megabytes(figures.analysisKept));
-    EXPECT_EQ(call.iparm(63), megabytes(figures.leastOutOfCore));
+    // No less than the factor and the vectors of a solve, and no structure that is larger than all of A.
+    EXPECT_GE(call.iparm(17), kibibytes(8 * 898) + kibibytes(8 * 300));
+    EXPECT_GE(call.iparm(16), kibibytes(4 * 2 * 898)); // where each entry comes from, and where it goes
+    EXPECT_GT(call.iparm(15), call.iparm(16));
+    EXPECT_LT(call.iparm(15), 100);
+    EXPECT_EQ(call.iparm(61), 1); // megabytes
+    EXPECT_EQ(call.iparm(62), 1);
+    EXPECT_EQ(call.iparm(63), 1);
+}
+
+TEST(MemoryFigures, GrowWithTheMatrixInTheParametersToo)
+{
+    EngineCall small(tridiagonal(300)), large(tridiagonal(30000));
+    ASSERT_EQ(small.run(11), 0);
+    ASSERT_EQ(large.run(11), 0);
+    for (const int figure : {15, 16, 17}) {
+        EXPECT_NEAR(static_cast<double>(large.iparm(figure)) / small.iparm(figure), 100.0, 25.0) << figure;
+    }
+    EXPECT_EQ(large.iparm(62), kibibytes(large.iparm(16)));
+    EXPECT_EQ(large.iparm(61), kibibytes(large.iparm(16) + large.iparm(17)));
 }
 
 } // namespace

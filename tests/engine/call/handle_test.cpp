@@ -1,13 +1,18 @@
 #include "tests/engine/engine_call.h"
 #include "tests/services/slot_recorder.h"
 
+#include <lintrix/engine/analysis/analysis_steps.h>
+#include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/call/handle.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail::engine;
@@ -28,6 +33,18 @@ protected:
     std::array<void*, 64> slots{};
     Handle handle{slots.data()};
 };
+
+// What is const writes nowhere.
+static_assert(std::is_same_v<decltype(std::declval<const Handle&>().control()), const ControlBlock&>);
+static_assert(
+    std::is_same_v<decltype(std::declval<const Handle&>().factors()), std::span<const FactorEntry>>);
+static_assert(std::is_same_v<decltype(std::declval<const Handle&>().block<int>(Slot::Matching)), const int*>);
+static_assert(
+    std::is_same_v<decltype(std::declval<const Handle&>().array<int>(Slot::FactorStructure, Array::Rows, 1)),
+                   std::span<const int>>);
+static_assert(std::is_same_v<decltype(std::declval<const Analysis&>().control()), const ControlBlock&>);
+static_assert(std::is_same_v<decltype(std::declval<const PermanentStructure&>().subgraphs()),
+                             std::span<const PositionRange>>);
 
 TEST_F(HandleTest, CreatedHasItsBasicBlocks)
 {

@@ -2,105 +2,58 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-BlockLayout PermanentStructure::layout(std::int64_t targets) const
+std::int64_t PermanentStructure::lengthOf(Array name) const noexcept
 {
     const ControlBlock& control = handle_.control();
+    const std::int64_t boundaries = std::int64_t{control[Word::Supernodes]} + 1;
+    switch (name) {
+    case Array::SubgraphRanges:
+    case Array::SubgraphSupernodes:
+        return control[Word::Subgraphs];
+    case Array::SupernodeStarts:
+    case Array::RowStarts:
+    case Array::LowerStarts:
+    case Array::MapFirstEntry:
+        return boundaries;
+    case Array::UpperStarts:
+        return control[Word::SymmetricStorage] != 0 ? 0 : boundaries;
+    case Array::Rows:
+        return control[WideWord::FactorRowIndices];
+    case Array::MapSource:
+    case Array::MapPlace:
+        return control[Word::MappedEntries];
+    case Array::TargetStarts:
+        return control[Word::TwoLevel] != 0 ? std::int64_t{control[Word::IndependentSubgraphs]} + 1 : 0;
+    case Array::Targets:
+        return control[Word::UpdateTargets];
+    default: // by position, by equation or by column
+        return control[Word::Order];
+    }
+}
+
+BlockLayout PermanentStructure::layout(std::int64_t targets)
+{
     BlockLayout layout(handle_.control());
-    layout.add<int>(Array::VertexAt, control[Word::Order])
-        .add<int>(Array::PositionOf, control[Word::Order])
-        .add<PositionRange>(Array::SubgraphRanges, control[Word::Subgraphs])
-        .add<PositionRange>(Array::SubgraphSupernodes, control[Word::Subgraphs])
-        .add<int>(Array::SupernodeStarts, supernodes() + 1)
-        .add<int>(Array::SupernodeOf, control[Word::Order])
-        .add<std::int64_t>(Array::RowStarts, supernodes() + 1)
-        .add<int>(Array::Rows, control[WideWord::FactorRowIndices])
-        .add<std::int64_t>(Array::LowerStarts, supernodes() + 1)
-        .add<std::int64_t>(Array::UpperStarts, upperPanels())
-        .add<int>(Array::MapFirstEntry, supernodes() + 1)
-        .add<int>(Array::MapSource, control[Word::MappedEntries])
-        .add<int>(Array::MapPlace, control[Word::MappedEntries])
-        .add<int>(Array::TargetStarts, targetLists())
-        .add<int>(Array::Targets, targets); // last: its length is known last
+    for (const Array name : {Array::VertexAt, Array::PositionOf}) layout.add<int>(name, lengthOf(name));
+    for (const Array name : {Array::SubgraphRanges, Array::SubgraphSupernodes})
+        layout.add<PositionRange>(name, lengthOf(name));
+    for (const Array name : {Array::SupernodeStarts, Array::SupernodeOf, Array::Rows, Array::MapFirstEntry,
+                             Array::MapSource, Array::MapPlace, Array::TargetStarts})
+        layout.add<int>(name, lengthOf(name));
+    for (const Array name : {Array::RowStarts, Array::LowerStarts, Array::UpperStarts})
+        layout.add<std::int64_t>(name, lengthOf(name));
+    layout.add<int>(Array::Targets, targets); // last: its length is known last
     return layout;
 }
 
-Failure PermanentStructure::allocate(std::int64_t targets) const
+Failure PermanentStructure::allocate(std::int64_t targets)
 {
     return layout(targets).allocate(handle_, Slot::FactorStructure, BlockCode::FactorStructure);
 }
 
-void PermanentStructure::shrinkToTargets() const
+void PermanentStructure::shrinkToTargets()
 {
-    Handle(handle_).shrink(Slot::FactorStructure, layout(word(Word::UpdateTargets)).bytes());
-}
-
-Ordering PermanentStructure::ordering() const
-{
-    const std::int64_t n = word(Word::Order);
-    return {.positionOf = array<int>(Array::PositionOf, n), .vertexAt = array<int>(Array::VertexAt, n)};
-}
-
-std::span<PositionRange> PermanentStructure::subgraphs() const
-{
-    return array<PositionRange>(Array::SubgraphRanges, word(Word::Subgraphs));
-}
-
-std::span<PositionRange> PermanentStructure::subgraphSupernodes() const
-{
-    return array<PositionRange>(Array::SubgraphSupernodes, word(Word::Subgraphs));
-}
-
-std::span<int> PermanentStructure::supernodeStarts() const
-{
-    return array<int>(Array::SupernodeStarts, supernodes() + 1);
-}
-
-std::span<int> PermanentStructure::supernodeOf() const
-{
-    return array<int>(Array::SupernodeOf, word(Word::Order));
-}
-
-std::span<std::int64_t> PermanentStructure::rowStarts() const
-{
-    return array<std::int64_t>(Array::RowStarts, supernodes() + 1);
-}
-
-std::span<int> PermanentStructure::rows() const
-{
-    return array<int>(Array::Rows, handle_.control()[WideWord::FactorRowIndices]);
-}
-
-FactorStructure PermanentStructure::structure() const
-{
-    return {supernodeStarts(), supernodeOf(), rowStarts(), rows()};
-}
-
-std::span<std::int64_t> PermanentStructure::lowerStarts() const
-{
-    return array<std::int64_t>(Array::LowerStarts, supernodes() + 1);
-}
-
-std::span<std::int64_t> PermanentStructure::upperStarts() const
-{
-    return array<std::int64_t>(Array::UpperStarts, upperPanels());
-}
-
-EntryMaps PermanentStructure::maps() const
-{
-    const std::int64_t entries = word(Word::MappedEntries);
-    return {.firstEntry = array<int>(Array::MapFirstEntry, supernodes() + 1),
-            .source = array<int>(Array::MapSource, entries),
-            .place = array<int>(Array::MapPlace, entries)};
-}
-
-std::span<int> PermanentStructure::targetStarts() const
-{
-    return array<int>(Array::TargetStarts, targetLists());
-}
-
-std::span<int> PermanentStructure::targets() const
-{
-    return array<int>(Array::Targets, word(Word::UpdateTargets));
+    handle_.shrink(Slot::FactorStructure, layout(lengthOf(Array::Targets)).bytes());
 }
 
 } // namespace Velmar::Lintrix::detail::engine

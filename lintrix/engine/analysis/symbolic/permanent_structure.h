@@ -13,48 +13,61 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// A view of the arrays. Their lengths are words of the control block; all count from 0.
+/// A view of the arrays, which a const one does not write to. Their lengths are words of the control block;
+/// all count from 0.
 class LINTRIX_TESTABLE PermanentStructure {
 public:
     explicit PermanentStructure(Handle handle) noexcept : handle_(handle) {}
 
     /// The block for the lengths that stand in the control block now, with room for `targets` targets.
-    Failure allocate(std::int64_t targets) const;
+    Failure allocate(std::int64_t targets);
     /// Gives back the room behind the last target.
-    void shrinkToTargets() const;
+    void shrinkToTargets();
 
     /// Equations by position of the elimination order and the inverse. Equations are rows of P A where a
     /// matching moved rows.
-    Ordering ordering() const;
+    Ordering ordering() { return {array<int>(Array::PositionOf), array<int>(Array::VertexAt)}; }
+    std::span<const int> positionOf() const { return array<int>(Array::PositionOf); }
     /// Independent subgraphs first, separators behind them, and the supernodes of each.
-    std::span<PositionRange> subgraphs() const;
-    std::span<PositionRange> subgraphSupernodes() const;
-    std::span<int> supernodeStarts() const;
-    std::span<int> supernodeOf() const;
-    std::span<std::int64_t> rowStarts() const;
-    std::span<int> rows() const;
-    FactorStructure structure() const;
+    std::span<PositionRange> subgraphs() { return array<PositionRange>(Array::SubgraphRanges); }
+    std::span<const PositionRange> subgraphs() const { return array<PositionRange>(Array::SubgraphRanges); }
+    std::span<PositionRange> subgraphSupernodes() { return array<PositionRange>(Array::SubgraphSupernodes); }
+    std::span<const PositionRange> subgraphSupernodes() const
+    {
+        return array<PositionRange>(Array::SubgraphSupernodes);
+    }
+    std::span<int> supernodeStarts() { return array<int>(Array::SupernodeStarts); }
+    std::span<int> supernodeOf() { return array<int>(Array::SupernodeOf); }
+    std::span<std::int64_t> rowStarts() { return array<std::int64_t>(Array::RowStarts); }
+    std::span<int> rows() { return array<int>(Array::Rows); }
+    FactorStructure structure() const
+    {
+        return {array<int>(Array::SupernodeStarts), array<int>(Array::SupernodeOf),
+                array<std::int64_t>(Array::RowStarts), array<int>(Array::Rows)};
+    }
     /// Where the panels of each supernode begin, in elements from the first; none of U in symmetric storage.
-    std::span<std::int64_t> lowerStarts() const;
-    std::span<std::int64_t> upperStarts() const;
-    EntryMaps maps() const;
+    std::span<std::int64_t> lowerStarts() { return array<std::int64_t>(Array::LowerStarts); }
+    std::span<std::int64_t> upperStarts() { return array<std::int64_t>(Array::UpperStarts); }
+    EntryMaps maps()
+    {
+        return {array<int>(Array::MapFirstEntry), array<int>(Array::MapSource), array<int>(Array::MapPlace)};
+    }
     /// Which separators each independent subgraph updates; empty without the two-level form.
-    std::span<int> targetStarts() const;
-    std::span<int> targets() const;
+    std::span<int> targetStarts() { return array<int>(Array::TargetStarts); }
+    std::span<int> targets() { return array<int>(Array::Targets); }
 
 private:
-    BlockLayout layout(std::int64_t targets) const;
+    BlockLayout layout(std::int64_t targets);
+    std::int64_t lengthOf(Array name) const noexcept;
     template <class T>
-    std::span<T> array(Array name, std::int64_t count) const
+    std::span<T> array(Array name)
     {
-        return handle_.array<T>(Slot::FactorStructure, name, count);
+        return handle_.array<T>(Slot::FactorStructure, name, lengthOf(name));
     }
-    std::int64_t word(Word name) const { return handle_.control()[name]; }
-    std::int64_t upperPanels() const { return word(Word::SymmetricStorage) != 0 ? 0 : supernodes() + 1; }
-    std::int64_t supernodes() const { return word(Word::Supernodes); }
-    std::int64_t targetLists() const
+    template <class T>
+    std::span<const T> array(Array name) const
     {
-        return word(Word::TwoLevel) != 0 ? word(Word::IndependentSubgraphs) + 1 : 0;
+        return handle_.array<T>(Slot::FactorStructure, name, lengthOf(name));
     }
 
     Handle handle_;
