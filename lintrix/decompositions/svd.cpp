@@ -33,6 +33,7 @@ SVD::SVD(const Matrix& matrix, bool singularValuesOnly)
     : mRows(matrix.Rows()), mCols(matrix.Cols()), mCells(DenseAccess::count(matrix))
 {
     const std::int64_t mn = smallerSide(), mx = std::max(mRows, mCols);
+    // With vectors the routine cannot do without 4*mn^2 + 7*mn cells, which LWORK can tell up to mn = 23169.
     const detail::Workspace<double> work(std::max(mx, 4 * mn * (mn + 1)) + 3 * square(mn), // in both forms
                                          singularValuesOnly ? 1 : 4 * square(mn) + 7 * mn);
     const Block<std::int32_t> integers(8 * mn);
