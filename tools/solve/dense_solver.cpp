@@ -1,6 +1,7 @@
 #include <tools/solve/dense_solver.h>
 
 #include <tools/input/dense_system.h>
+#include <tools/support/text.h>
 
 #include <fmt/format.h>
 
@@ -138,7 +139,8 @@ std::string explain(const Answer& answer, const Matrix& A, const Quality& qualit
     case Status::NotFinite:
         return "the solution is not finite: a number overflowed on the way";
     case Status::Inaccurate:
-        return fmt::format("the solution is inaccurate: its scaled residual is {:.1e}", quality.judged());
+        return fmt::format("the solution is inaccurate: its scaled residual is {}",
+                           numberInWords(quality.judged(), "{:.1e}"));
     case Status::Solved:
         break;
     }
