@@ -107,8 +107,8 @@ void addThreads(CLI::App& command)
 }
 
 /// A file to read or to write, or where they begin.
-CLI::Option* addFile(CLI::App& command, const std::string& option, std::string& file,
-                     const std::string& type, const std::string& description)
+CLI::Option* addFile(CLI::App& command, const std::string& option, std::string& file, const std::string& type,
+                     const std::string& description)
 {
     return command.add_option(option, file, description)
         ->type_name(type)
@@ -130,7 +130,8 @@ void addPlot(CLI::App& command, std::string& file, const std::string& descriptio
 /// One of a few words, each of which stands for a value.
 template <class Value>
 CLI::Option* addChoice(CLI::App* command, const std::string& name, Value& target,
-               const std::vector<std::pair<std::string, Value>>& choices, const std::string& description)
+                       const std::vector<std::pair<std::string, Value>>& choices,
+                       const std::string& description)
 {
     std::string words;
     for (const auto& choice : choices) words += (words.empty() ? "" : "|") + choice.first;
@@ -144,16 +145,15 @@ CLI::Option* addChoice(CLI::App* command, const std::string& name, Value& target
 }
 
 /// The options of the direct solver.
-std::vector<CLI::Option*> addDirect(CLI::App* solve, tools::SparseOptions& options)
+std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::SparseOptions& options)
 {
-    CLI::Option* const type =
-        addChoice(solve, "--type", options.type,
-                  {{"auto", std::nullopt},
-                   {"positive-definite", MatrixType::PositiveDefinite},
-                   {"indefinite", MatrixType::Indefinite},
-                   {"structurally-symmetric", MatrixType::StructurallySymmetric},
-                   {"unsymmetric", MatrixType::Unsymmetric}},
-                  "What to assume of A at first; auto looks at the values");
+    CLI::Option* const type = addChoice(solve, "--type", options.type,
+                                        {{"auto", std::nullopt},
+                                         {"positive-definite", MatrixType::PositiveDefinite},
+                                         {"indefinite", MatrixType::Indefinite},
+                                         {"structurally-symmetric", MatrixType::StructurallySymmetric},
+                                         {"unsymmetric", MatrixType::Unsymmetric}},
+                                        "What to assume of A at first; auto looks at the values");
     CLI::Option* const ordering = addChoice(solve, "--ordering", options.ordering,
                                             {{"auto", std::nullopt},
                                              {"mmd", FillInReducingMethod::MinimumDegree},
@@ -170,18 +170,14 @@ std::vector<CLI::Option*> addDirect(CLI::App* solve, tools::SparseOptions& optio
                          "At most N steps of refinement; below 0 with residuals in extended precision")
             ->type_name("N");
     CLI::Option* const report =
-        solve->add_flag("--report", options.settings.engineReport, "Print the direct solver's own report");
+        solve->add_flag("--report", options.settings.engineReport, "Print the direct solver's own report")
+            ->excludes(json);
     return {type, ordering, strategy, refine, report};
 }
 
-/// Refused where they would do nothing, as far as that is known without the file; the rest is noted.
-void restrictDirect(CLI::App* solve, const std::vector<CLI::Option*>& direct, CLI::Option* json,
-                    tools::SolveOptions& options)
+/// They are refused where the file, once it is open, turns out to be solved in another way.
+void noteDirect(CLI::App* solve, const std::vector<CLI::Option*>& direct, tools::SolveOptions& options)
 {
-    CLI::Option* const dense =
-        solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
-    for (CLI::Option* option : direct) option->excludes(dense);
-    direct.back()->excludes(json);
     solve->callback([direct, &options] {
         for (const CLI::Option* option : direct)
             if (option->count() > 0) options.directOptions.push_back(option->get_name());
@@ -195,10 +191,11 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
     addFile(*solve, "--rhs", options.rightHands, "FILE",
             "File of right-hand sides; without it b = A*(1,...,1)");
     addFile(*solve, "--out", options.out, "FILE",
-            "File for the solution, a Matrix Market array; .gz is compressed, - is standard output");
+            "File for the solution, a Matrix Market array; - is standard output");
     addThreads(*solve);
     CLI::Option* const json = solve->add_flag("--json", options.json, "Report on one line of JSON");
-    restrictDirect(solve, addDirect(solve, options.sparse), json, options);
+    noteDirect(solve, addDirect(solve, json, options.sparse), options);
+    solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
         "array; real, integer or pattern; general, symmetric or skew-symmetric. Square coordinate files go\n"

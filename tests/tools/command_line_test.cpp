@@ -84,7 +84,7 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
         "Options:\n"
         "  -h,--help                   Print this help message and exit\n"
         "  --rhs FILE                  File of right-hand sides; without it b = A*(1,...,1)\n"
-        "  --out FILE                  File for the solution, a Matrix Market array\n"
+        "  --out FILE                  File for the solution, a Matrix Market array; - is standard output\n"
         "  --threads N                 Threads to use, at least 1\n"
         "  --json Excludes: --report   Report on one line of JSON\n"
         "  --type auto|positive-definite|indefinite|structurally-symmetric|unsymmetric\n"

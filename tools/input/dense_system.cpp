@@ -39,8 +39,10 @@ bool isSmall(std::int32_t rows, std::int32_t cols)
 Matrix denseOf(const CompressedRows<double>& matrix)
 {
     Matrix dense(matrix.rows(), matrix.cols);
-    forEachEntry(matrix,
-                 [&dense](std::int32_t row, std::int32_t col, double value) { dense(row, col) = value; });
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
+        dense(row, col) = value;
+        if (matrix.isTriangle()) dense(col, row) = value;
+    });
     return dense;
 }
 

@@ -14,7 +14,7 @@ namespace Velmar::Lintrix::tools {
 /// Whether the dense form can be had for singular values just so: a second of work, 32 MB.
 bool isSmall(std::int32_t rows, std::int32_t cols);
 
-/// All cells. @pre all elements are stored
+/// All cells, of a triangle those across the diagonal, too.
 Matrix denseOf(const CompressedRows<double>& matrix);
 
 /// Refuses a matrix whose dense form has more than 2147483647 cells, or that takes, with the copy that is

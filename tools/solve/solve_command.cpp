@@ -39,12 +39,10 @@ bool isSparse(const MatrixMarketHeader& header)
     return header.form == MatrixMarketForm::Coordinate && header.rows == header.cols;
 }
 
-/// They are for the direct solver, which only square coordinate files go to.
 void refuseDirectOptions(const MatrixMarketHeader& header, const SolveOptions& options)
 {
     if (options.directOptions.empty()) return;
-    throw InputError(header.file, fmt::format("{} has no effect: only a square coordinate file goes to the "
-                                              "direct solver",
+    throw InputError(header.file, fmt::format("{} has no effect: the system is solved dense",
                                               options.directOptions.front()));
 }
 
@@ -81,9 +79,8 @@ void warn(const SolveReport& report)
     const double probe = report.probeError.value_or(0.0);
     const double error = std::isnan(probe) ? probe : std::max(probe, report.maxError.value_or(0.0));
     if (!(error <= kFewDigits)) {
-        tell(fmt::format(
-            "warning: {}: {} be trusted: a known solution came back with a relative error of {}",
-            report.matrix, digitsInWords(error), numberInWords(error, "{:.1e}")));
+        tell(fmt::format("warning: {}: {} be trusted: a known solution came back with a relative error of {}",
+                         report.matrix, digitsInWords(error), numberInWords(error, "{:.1e}")));
     } else if (!report.reason.empty()) {
         tell(fmt::format("warning: {}: the solution is degraded: {}", report.matrix, report.reason));
     }

@@ -46,7 +46,6 @@ std::string bytesInWords(double bytes)
 std::string numberInWords(double value, std::string_view form)
 {
     if (std::isnan(value)) return "unknown";
-    if (std::isinf(value)) return value > 0.0 ? "infinite" : "-infinite";
     return fmt::format(fmt::runtime(form), value);
 }
 
