@@ -4,6 +4,7 @@
 #include <tools/info/info_command.h>
 #include <tools/solve/solve_command.h>
 #include <tools/support/input_error.h>
+#include <tools/support/memory_limit.h>
 #include <tools/support/output_file.h>
 #include <tools/support/picture.h>
 #include <tools/support/temporary_files.h>
@@ -298,6 +299,7 @@ int run(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         return answerParseError(app, error);
     }
+    tools::requireAddressSpace(TrellConfiguration::GetMaxThreads());
     if (app.got_subcommand("analyse")) return tools::runAnalyse(analyseOptions);
     if (app.got_subcommand("info")) return tools::runInfo(infoOptions);
     if (app.got_subcommand("svd")) return tools::runSvd(svdOptions);

@@ -1,11 +1,19 @@
 #include <tools/support/memory_limit.h>
 
+#include <tools/support/input_error.h>
+#include <tools/support/text.h>
+
+#include <lintrix/services/blas_identity.h>
+
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <fstream>
 #include <limits>
 #include <sstream>
 #include <string_view>
 
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -59,6 +67,20 @@ double addressSpace()
 }
 
 } // namespace
+
+void requireAddressSpace(int threads)
+{
+    const std::uint64_t bytes = BlasBufferBytes * static_cast<std::uint64_t>(threads);
+    void* const place = mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (place != MAP_FAILED) {
+        munmap(place, bytes);
+        return;
+    }
+    throw InputError(
+        fmt::format("there is not enough address space: it is limited to {}, and BLAS takes {} more for "
+                    "each of {} threads (see ulimit -v and --threads)",
+                    bytesInWords(addressSpace()), bytesInWords(BlasBufferBytes), threads));
+}
 
 double controlGroupLimit(const std::string& root)
 {

@@ -9,6 +9,9 @@ namespace Velmar::Lintrix::tools {
 /// space is limited.
 double memoryLimit();
 
+/// Refuses to go on where BLAS would wait without end for address space. @throws InputError
+void requireAddressSpace(int threads);
+
 /// The least limit of the control groups, version 1 and 2, that this process is in, and of those around them;
 /// infinite where there is none. `root` is the folder that /proc and /sys stand in.
 double controlGroupLimit(const std::string& root = "");
