@@ -24,7 +24,8 @@ struct Topology {
 using ProcessorSet = std::bitset<8192>;
 
 /// The topology of this machine, found once. Only a process that may run on every processor of its system
-/// gets the counts: one that was confined to some of them knows the OpenMP runtime's logical count alone.
+/// gets the counts: one that was confined to some of them knows the OpenMP runtime's logical count alone. A
+/// thread that the OpenMP runtime or the program has bound confines no process.
 /// Cost: one load after the first call; the first reads two small files a processor.
 LINTRIX_TESTABLE const Topology& machineTopology();
 
