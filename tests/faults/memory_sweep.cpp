@@ -87,4 +87,9 @@ std::string nameOf(const Swept& swept)
     return name;
 }
 
+void PrintTo(const Swept& swept, std::ostream* out)
+{
+    *out << nameOf(swept);
+}
+
 } // namespace Velmar::Lintrix::testing

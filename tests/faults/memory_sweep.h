@@ -2,6 +2,7 @@
 /// @file
 /// Runs a program again and again, each time with memory for more requests.
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -27,5 +28,7 @@ std::vector<Swept> commands();
 std::vector<Swept> operations();
 
 std::string nameOf(const Swept& swept);
+/// For GoogleTest.
+void PrintTo(const Swept& swept, std::ostream* out);
 
 } // namespace Velmar::Lintrix::testing
