@@ -1,5 +1,6 @@
-// One operation of the classes in a fresh process, which memory may fail: `class_operations NAME`. Without a name
-// the names, a line each. Exit code: 0 done, 3 ended by a failure of the library or std::bad_alloc, 4 by another.
+// One operation of the classes in a fresh process, which memory may fail: `class_operations NAME`. Without a
+// name the names, a line each. Exit code: 0 done, 3 ended by a failure of the library or std::bad_alloc, 4 by
+// another.
 
 #include <lintrix/lintrix.h>
 
@@ -120,7 +121,7 @@ const Operation kOperations[] = {
     {"SparseMatrix.Sum", [] { laplacian(false) + laplacian(false); }},
     {"SparseMatrix.Product", [] { laplacian(false) * laplacian(false); }},
     {"SparseMatrix.ProductWithVector", [] { laplacian(true) * ones; }},
-    {"SparseMatrix.VectorTimes", [] { ones * laplacian(false); }},
+    {"SparseMatrix.VectorTimes", [] { ones* laplacian(false); }},
     {"SparseMatrix.Transpose", [] { laplacian(false).Transpose(); }},
     {"SparseMatrix.MatrixMarket", [] { matrixMarket(laplacian(true)); }},
     {"SparseSolver.Unsymmetric",

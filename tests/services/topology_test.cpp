@@ -44,10 +44,7 @@ public:
         scratch_.file("cpu/" + name, line + "\n");
     }
     void forget(const std::string& name) const { std::filesystem::remove(folder() + "/" + name); }
-    Topology counted() const
-    {
-        return countTopology(onlineProcessors(folder().c_str()), folder().c_str());
-    }
+    Topology counted() const { return countTopology(onlineProcessors(folder().c_str()), folder().c_str()); }
 
 private:
     static void append(std::string& list, int processor)
@@ -115,7 +112,8 @@ TEST(Topology, ListsAreReadAsTheKernelWritesThem)
     EXPECT_EQ(parseProcessors("0"), ProcessorSet(1));
     EXPECT_EQ(parseProcessors("0-3,8,10-11"), ProcessorSet(0xD0F));
     EXPECT_TRUE(parseProcessors("8191")[8191]);
-    for (const char* bad : {"", "-", "x", "1-", "1-x", "1;2", "8192", "0-8192", "-1", "0,99999999999999999999"})
+    for (const char* bad :
+         {"", "-", "x", "1-", "1-x", "1;2", "8192", "0-8192", "-1", "0,99999999999999999999"})
         EXPECT_TRUE(parseProcessors(bad).none()) << bad;
 }
 

@@ -70,8 +70,7 @@ int __libc_start_main(Main main, int count, char** arguments, void (*init)(), vo
                       void (*loaderFini)(), void* stack)
 {
     programsMain = main;
-    const auto real =
-        reinterpret_cast<decltype(&__libc_start_main)>(dlsym(RTLD_NEXT, "__libc_start_main"));
+    const auto real = reinterpret_cast<decltype(&__libc_start_main)>(dlsym(RTLD_NEXT, "__libc_start_main"));
     return real(countedMain, count, arguments, init, fini, loaderFini, stack);
 }
 

@@ -86,8 +86,8 @@ std::string complaintOf(const AnalysisReport& report)
     if (report.matching && report.matching->matched < report.order)
         return fmt::format("the pattern is singular: {} of {} rows can be matched", report.matching->matched,
                            report.order);
-    const auto failed = std::ranges::find_if(
-        report.orderings, [](const OrderingResult& result) { return result.error != 0; });
+    const auto failed = std::ranges::find_if(report.orderings,
+                                             [](const OrderingResult& result) { return result.error != 0; });
     if (failed == report.orderings.end()) return {};
     return fmt::format("{}: {}", failed->method->title, errorInWords(failed->error));
 }
@@ -147,8 +147,7 @@ int runAnalyse(const AnalyseOptions& options)
     writeReport(options.json ? asJson(report) : asText(report), options.plot == kStandardOutput);
     const std::string complaint = complaintOf(report);
     if (complaint.empty()) return 0;
-    writeAll(STDERR_FILENO,
-             fmt::format("lintrix: {}: {}\n", printable(report.matrix), complaint));
+    writeAll(STDERR_FILENO, fmt::format("lintrix: {}: {}\n", printable(report.matrix), complaint));
     return 1;
 }
 

@@ -83,9 +83,9 @@ std::string asText(const Info& info)
                            fmt::format("not computed: the matrix is {}", info.complex ? "complex" : "large"));
     if (!info.spectrum->converged) return text + line("singular values", "the iteration did not converge");
     return text + line("rank", fmt::format("{} of {}", info.spectrum->rank, std::min(info.rows, info.cols))) +
-           line("singular values", fmt::format("{} to {}, condition {}", sixDigits(info.spectrum->largest),
-                                               sixDigits(info.spectrum->smallest),
-                                               numberInWords(info.condition(), "{:.3g}")));
+           line("singular values",
+                fmt::format("{} to {}, condition {}", sixDigits(info.spectrum->largest),
+                            sixDigits(info.spectrum->smallest), numberInWords(info.condition(), "{:.3g}")));
 }
 
 std::string asJson(const Info& info)

@@ -155,13 +155,15 @@ template class SparseSystem<ComplexNumber>;
 void requireMatrixRoom(const MatrixMarketHeader& matrix, double beside, double memory)
 {
     constexpr double kVectors = 16.0; // bytes a row or column: where they begin, how far they are, their norm
-    const double bytes = bytesOfElements(matrix, bytesOfCell(matrix.field == MatrixMarketField::ComplexNumber)) +
-                         kVectors * (static_cast<double>(matrix.rows) + matrix.cols) + beside;
+    const double bytes =
+        bytesOfElements(matrix, bytesOfCell(matrix.field == MatrixMarketField::ComplexNumber)) +
+        kVectors * (static_cast<double>(matrix.rows) + matrix.cols) + beside;
     if (bytes <= memory) return;
-    throw InputError(matrix.file, matrix.sizeLine,
-                     fmt::format("a sparse {} x {} matrix takes {} of memory with what is made of it, more than "
-                                 "the {} there are",
-                                 matrix.rows, matrix.cols, bytesInWords(bytes), bytesInWords(memory)));
+    throw InputError(
+        matrix.file, matrix.sizeLine,
+        fmt::format("a sparse {} x {} matrix takes {} of memory with what is made of it, more than "
+                    "the {} there are",
+                    matrix.rows, matrix.cols, bytesInWords(bytes), bytesInWords(memory)));
 }
 
 void requireSparseRoom(const MatrixMarketHeader& matrix, double memory, bool complex)

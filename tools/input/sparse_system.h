@@ -58,8 +58,8 @@ private:
     Traits traits_;
 };
 
-/// Refuses a matrix that takes more than `memory` bytes as it is read, with `beside` bytes for what is made of
-/// it. @throws InputError  at the size line
+/// Refuses a matrix that takes more than `memory` bytes as it is read, with `beside` bytes for what is made
+/// of it. @throws InputError  at the size line
 void requireMatrixRoom(const MatrixMarketHeader& matrix, double beside, double memory = memoryLimit());
 
 /// Refuses a system that takes more than `memory` bytes before anything is factorized, in real or complex

@@ -107,8 +107,7 @@ std::string asText(const SolveReport& report)
                        line("status", statusInWords(report)) +
                        line("seconds", fmt::format("{}total {:.6f}", times, report.seconds.total()));
     if (report.residual) text += line("scaled residual", numberInWords(*report.residual));
-    if (report.normalResidual)
-        text += line("normal equations", numberInWords(*report.normalResidual));
+    if (report.normalResidual) text += line("normal equations", numberInWords(*report.normalResidual));
     if (report.residual) text += line("largest error", errorInWords(report));
     if (report.probeError) text += line("probe error", numberInWords(*report.probeError));
     return text;

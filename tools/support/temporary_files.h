@@ -5,8 +5,8 @@
 
 namespace Velmar::Lintrix::tools {
 
-/// A file under a name of its own, which begins with `path`, open for writing and removed with the object, by a
-/// signal that ends the process, and where a library ends it.
+/// A file under a name of its own, which begins with `path`, open for writing and removed with the object, by
+/// a signal that ends the process, and where a library ends it.
 class TemporaryFile {
 public:
     /// None yet.

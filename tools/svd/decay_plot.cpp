@@ -74,8 +74,7 @@ std::string asSvg(const DecayPlot& plot)
                                    "font-family=\"sans-serif\" font-size=\"11\">\n"
                                    "<title>Decay of {} singular values, the largest {}</title>\n"
                                    "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n",
-                                   kWidth, kHeight, plot.count(),
-                                   numberInWords(plot.largest(), "{:.6g}"));
+                                   kWidth, kHeight, plot.count(), numberInWords(plot.largest(), "{:.6g}"));
     for (int decade = 0; decade <= plot.decades(); ++decade) {
         const double y = down(static_cast<double>(decade) / plot.decades());
         text += fmt::format("<line x1=\"{0}\" x2=\"{1}\" y1=\"{2:.1f}\" y2=\"{2:.1f}\" stroke=\"#ccc\"/>\n"

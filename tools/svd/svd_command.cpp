@@ -91,9 +91,8 @@ LanczosObserver observerOf(const std::string& name, std::int32_t smallerSide, Pr
         progress.show(fmt::format("svd of {}: step {} of {}", name, step, target));
     };
     observer.afterPass = [&progress, name, smallerSide](const LanczosPass& pass) {
-        progress.show(fmt::format("svd of {}: pass {}, {} steps, residual {}, wanted {:.1e}", name,
-                                  pass.pass, pass.steps, numberInWords(pass.residual, "{:.1e}"),
-                                  pass.tolerance));
+        progress.show(fmt::format("svd of {}: pass {}, {} steps, residual {}, wanted {:.1e}", name, pass.pass,
+                                  pass.steps, numberInWords(pass.residual, "{:.1e}"), pass.tolerance));
         return pass.steps < smallerSide;
     };
     return observer;
