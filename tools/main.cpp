@@ -4,8 +4,10 @@
 #include <tools/info/info_command.h>
 #include <tools/solve/solve_command.h>
 #include <tools/support/input_error.h>
+#include <tools/support/memory_limit.h>
 #include <tools/support/output_file.h>
 #include <tools/support/picture.h>
+#include <tools/support/temporary_files.h>
 #include <tools/support/text.h>
 #include <tools/svd/svd_command.h>
 
@@ -17,6 +19,7 @@
 #include <algorithm>
 #include <charconv>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <new>
 #include <optional>
@@ -77,6 +80,16 @@ void ignoreWriteSignals()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
+bool answered = false;
+
+/// Where memory for a thread is missing, the OpenMP runtime ends the process with an exit code of its own.
+void answerForOthers()
+{
+    if (answered) return;
+    tools::removeTemporaries();
+    _exit(complainOfMemory());
+}
+
 /// What is wrong with a count, in words; nothing when it can be used.
 std::string faultOfCount(const std::string& word)
 {
@@ -95,9 +108,18 @@ void addThreads(CLI::App& command)
         ->check(CLI::Validator(faultOfCount, ""));
 }
 
+/// A file to read or to write, or where they begin.
+CLI::Option* addFile(CLI::App& command, const std::string& option, std::string& file, const std::string& type,
+                     const std::string& description)
+{
+    return command.add_option(option, file, description)
+        ->type_name(type)
+        ->check(CLI::Validator([](const std::string& name) { return tools::faultOfName(name); }, ""));
+}
+
 void addMatrix(CLI::App& command, std::string& file, const std::string& description)
 {
-    command.add_option("MATRIX", file, description)->type_name("")->required();
+    addFile(command, "MATRIX", file, "", description)->required();
 }
 
 void addPlot(CLI::App& command, std::string& file, const std::string& description)
@@ -109,8 +131,9 @@ void addPlot(CLI::App& command, std::string& file, const std::string& descriptio
 
 /// One of a few words, each of which stands for a value.
 template <class Value>
-void addChoice(CLI::App* command, const std::string& name, Value& target,
-               const std::vector<std::pair<std::string, Value>>& choices, const std::string& description)
+CLI::Option* addChoice(CLI::App* command, const std::string& name, Value& target,
+                       const std::vector<std::pair<std::string, Value>>& choices,
+                       const std::string& description)
 {
     std::string words;
     for (const auto& choice : choices) words += (words.empty() ? "" : "|") + choice.first;
@@ -120,49 +143,61 @@ void addChoice(CLI::App* command, const std::string& name, Value& target,
             throw CLI::ValidationError(name, tools::inQuotes(word) + " is none of " + words);
         target = found->second;
     };
-    command->add_option_function<std::string>(name, choose, description)->type_name(words);
+    return command->add_option_function<std::string>(name, choose, description)->type_name(words);
 }
 
 /// The options of the direct solver.
-void addDirect(CLI::App* solve, CLI::Option* json, tools::SolveOptions& options)
+std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::SparseOptions& options)
 {
-    tools::SparseOptions& sparse = options.sparse;
-    addChoice(solve, "--type", sparse.type,
-              {{"auto", std::nullopt},
-               {"positive-definite", MatrixType::PositiveDefinite},
-               {"indefinite", MatrixType::Indefinite},
-               {"structurally-symmetric", MatrixType::StructurallySymmetric},
-               {"unsymmetric", MatrixType::Unsymmetric}},
-              "What to assume of A at first; auto looks at the values");
-    addChoice(solve, "--ordering", sparse.ordering,
-              {{"auto", std::nullopt},
-               {"mmd", FillInReducingMethod::MinimumDegree},
-               {"nd", FillInReducingMethod::NestedDissection},
-               {"pnd", FillInReducingMethod::ParallelNestedDissection}},
-              "Minimum degree or (parallel) nested dissection; auto counts");
-    addChoice(solve, "--strategy", sparse.settings.strategy,
-              {{"always", FactorizationStrategy::ComputeAlways},
-               {"when-needed", FactorizationStrategy::ComputeWhenNeeded}},
-              "Solve with the factors, or iterate with them");
-    solve
-        ->add_option("--refine", sparse.settings.refine,
-                     "At most N steps of refinement; below 0 with residuals in extended precision")
-        ->type_name("N");
-    solve->add_flag("--report", sparse.settings.engineReport, "Print the direct solver's own report")
-        ->excludes(json);
-    solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
+    CLI::Option* const type = addChoice(solve, "--type", options.type,
+                                        {{"auto", std::nullopt},
+                                         {"positive-definite", MatrixType::PositiveDefinite},
+                                         {"indefinite", MatrixType::Indefinite},
+                                         {"structurally-symmetric", MatrixType::StructurallySymmetric},
+                                         {"unsymmetric", MatrixType::Unsymmetric}},
+                                        "What to assume of A at first; auto looks at the values");
+    CLI::Option* const ordering = addChoice(solve, "--ordering", options.ordering,
+                                            {{"auto", std::nullopt},
+                                             {"mmd", FillInReducingMethod::MinimumDegree},
+                                             {"nd", FillInReducingMethod::NestedDissection},
+                                             {"pnd", FillInReducingMethod::ParallelNestedDissection}},
+                                            "Minimum degree or (parallel) nested dissection; auto counts");
+    CLI::Option* const strategy = addChoice(solve, "--strategy", options.settings.strategy,
+                                            {{"always", FactorizationStrategy::ComputeAlways},
+                                             {"when-needed", FactorizationStrategy::ComputeWhenNeeded}},
+                                            "Solve with the factors, or iterate with them");
+    CLI::Option* const refine =
+        solve
+            ->add_option("--refine", options.settings.refine,
+                         "At most N steps of refinement; below 0 with residuals in extended precision")
+            ->type_name("N");
+    CLI::Option* const report =
+        solve->add_flag("--report", options.settings.engineReport, "Print the direct solver's own report")
+            ->excludes(json);
+    return {type, ordering, strategy, refine, report};
+}
+
+/// They are refused where the file, once it is open, turns out to be solved in another way.
+void noteDirect(CLI::App* solve, const std::vector<CLI::Option*>& direct, tools::SolveOptions& options)
+{
+    solve->callback([direct, &options] {
+        for (const CLI::Option* option : direct)
+            if (option->count() > 0) options.directOptions.push_back(option->get_name());
+    });
 }
 
 void addSolve(CLI::App& app, tools::SolveOptions& options)
 {
     CLI::App* solve = app.add_subcommand("solve", "Solve the linear system A*x = b");
     addMatrix(*solve, options.matrix, "Matrix Market file of A, plain or gzip; - is standard input");
-    solve->add_option("--rhs", options.rightHands, "File of right-hand sides; without it b = A*(1,...,1)")
-        ->type_name("FILE");
-    solve->add_option("--out", options.out, "File for the solution, a Matrix Market array")
-        ->type_name("FILE");
+    addFile(*solve, "--rhs", options.rightHands, "FILE",
+            "File of right-hand sides; without it b = A*(1,...,1)");
+    addFile(*solve, "--out", options.out, "FILE",
+            "File for the solution, a Matrix Market array; - is standard output");
     addThreads(*solve);
-    addDirect(solve, solve->add_flag("--json", options.json, "Report on one line of JSON"), options);
+    CLI::Option* const json = solve->add_flag("--json", options.json, "Report on one line of JSON");
+    noteDirect(solve, addDirect(solve, json, options.sparse), options);
+    solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
         "array; real, integer or pattern; general, symmetric or skew-symmetric. Square coordinate files go\n"
@@ -212,9 +247,7 @@ std::string faultOfTolerance(const std::string& word)
 void addSvd(CLI::App& app, tools::SvdOptions& options)
 {
     CLI::App* svd = app.add_subcommand("svd", "Find the largest singular values of a sparse matrix");
-    svd->add_option("MATRIX", options.matrix, "Matrix Market file, plain or gzip; - is standard input")
-        ->type_name("")
-        ->required();
+    addMatrix(*svd, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
     svd->add_option("-k", options.count, "How many singular values, at least 1")
         ->type_name("K")
         ->check(CLI::Validator(faultOfCount, ""))
@@ -222,8 +255,8 @@ void addSvd(CLI::App& app, tools::SvdOptions& options)
     svd->add_option("--tol", options.tolerance, "Residual of the last triplet that is good enough (1e-10)")
         ->type_name("T")
         ->check(CLI::Validator(faultOfTolerance, ""));
-    svd->add_option("--out", options.out, "Keep the triplets in PREFIX.u.mtx, PREFIX.s.mtx and PREFIX.v.mtx")
-        ->type_name("PREFIX");
+    addFile(*svd, "--out", options.out, "PREFIX",
+            "Keep the triplets in PREFIX.u.mtx, PREFIX.s.mtx and PREFIX.v.mtx; - is standard output");
     addPlot(*svd, options.plot, "Draw the decay of the values into FILE.png or FILE.svg");
     addThreads(*svd);
     svd->add_flag("--json", options.json, "Report on one line of JSON");
@@ -267,6 +300,7 @@ int run(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         return answerParseError(app, error);
     }
+    tools::requireAddressSpace(TrellConfiguration::GetMaxThreads());
     if (app.got_subcommand("analyse")) return tools::runAnalyse(analyseOptions);
     if (app.got_subcommand("info")) return tools::runInfo(infoOptions);
     if (app.got_subcommand("svd")) return tools::runSvd(svdOptions);
@@ -292,9 +326,14 @@ int main(int argc, char** argv)
 {
     occupyStandardDescriptors();
     ignoreWriteSignals();
+    tools::removeTemporariesOnSignals();
+    std::atexit(answerForOthers);
+    int code = kBadInput;
     try {
-        return runOrComplain(argc, argv);
+        code = runOrComplain(argc, argv);
     } catch (const std::exception&) { // there was none for the complaint either
-        return complainOfMemory();
+        code = complainOfMemory();
     }
+    answered = true;
+    return code;
 }

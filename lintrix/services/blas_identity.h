@@ -5,9 +5,15 @@
 
 #include <lintrix/services/export.h>
 
+#include <cstdint>
 #include <string>
 
 namespace Velmar::Lintrix {
+
+/// Address space that OpenBLAS takes and keeps for each thread that calls it, and for each member of a team
+/// of its own; for its first team before `main`. Where the space is missing (`ulimit -v`), it tries again
+/// without end.
+inline constexpr std::uint64_t BlasBufferBytes = std::uint64_t{136} << 20;
 
 /// The BLAS and LAPACK that calls of this process reach.
 struct BlasIdentity {

@@ -1,5 +1,7 @@
 #include <lintrix/services/team_memory.h>
 
+#include <lintrix/services/blas_identity.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
@@ -12,8 +14,6 @@ namespace Velmar::Lintrix::detail {
 namespace {
 
 constexpr std::size_t kRecords = 16384; // bytes a thread, for what the runtime notes of it
-constexpr std::size_t kBlasBuffer = std::size_t{136} << 20; // address space a thread that OpenBLAS takes, or
-                                                            // waits for without end
 
 std::size_t stackSize()
 {
@@ -43,7 +43,7 @@ bool canAllocate(std::size_t bytes)
 bool hasRoomFor(int threads)
 {
     const auto others = static_cast<std::size_t>(threads) - 1;
-    return canAllocate((others + 1) * kRecords) && canReserve(others * (stackSize() + kBlasBuffer));
+    return canAllocate((others + 1) * kRecords) && canReserve(others * (stackSize() + BlasBufferBytes));
 }
 
 } // namespace

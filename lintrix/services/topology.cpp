@@ -67,54 +67,47 @@ std::optional<int> countGroups(const ProcessorSet& processors, const char* folde
     return groups;
 }
 
-using MaskWords = std::array<unsigned long, kMost / (sizeof(long) * CHAR_BIT)>;
-
-/// The mask of the main thread; no processors when it cannot be read.
-MaskWords mainThreadMask()
+/// The mask of the main thread as it is now; none when it cannot be read.
+ProcessorSet maskOfMainThread() noexcept
 {
-    MaskWords words{};
-    if (sched_getaffinity(getpid(), sizeof words, reinterpret_cast<cpu_set_t*>(words.data())) < 0) words = {};
-    return words;
+    std::array<unsigned long, kMost / (sizeof(long) * CHAR_BIT)> words{};
+    ProcessorSet mask;
+    if (sched_getaffinity(getpid(), sizeof words, reinterpret_cast<cpu_set_t*>(words.data())) != 0)
+        return mask;
+    for (std::size_t p = 0; p < kMost; ++p)
+        mask[p] = CPU_ISSET_S(p, sizeof words, reinterpret_cast<const cpu_set_t*>(words.data())) != 0;
+    return mask;
 }
 
-/// That mask when this library was loaded: a program may bind its main thread later on, for itself alone.
-constinit MaskWords maskAtLoad{};
+/// When this library was loaded: a program may bind its main thread later on, for that thread alone.
+constinit ProcessorSet maskAtLoad;
 
 [[gnu::constructor]] void keepMaskAtLoad()
 {
-    maskAtLoad = mainThreadMask();
-}
-
-void addWords(ProcessorSet& mask, const MaskWords& words)
-{
-    for (std::size_t p = 0; p < kMost; ++p)
-        if (CPU_ISSET_S(p, sizeof words, reinterpret_cast<const cpu_set_t*>(words.data())) != 0) mask.set(p);
+    maskAtLoad = maskOfMainThread();
 }
 
 /// The processors of the OpenMP runtime's places, if it has any: it binds the main thread to one of them as
 /// soon as it is loaded, which is before this library.
-void addPlaces(ProcessorSet& mask)
-{
-    for (int place = 0; place < omp_get_num_places(); ++place) {
-        std::array<int, kMost> numbers;
-        const int count = omp_get_place_num_procs(place);
-        if (count < 0 || static_cast<std::size_t>(count) > kMost) continue;
-        omp_get_place_proc_ids(place, numbers.data());
-        for (const int number : std::span(numbers).first(static_cast<std::size_t>(count)))
-            if (number >= 0 && static_cast<std::size_t>(number) < kMost)
-                mask.set(static_cast<std::size_t>(number));
-    }
-}
-
-/// Linux keeps masks of threads alone. That of the process is where its main thread may run, now, at load or
-/// at the runtime's will.
-ProcessorSet processMask()
+ProcessorSet maskOfPlaces()
 {
     ProcessorSet mask;
-    addWords(mask, mainThreadMask());
-    addWords(mask, maskAtLoad);
-    addPlaces(mask);
+    std::array<int, kMost> numbers;
+    for (int place = 0; place < omp_get_num_places(); ++place) {
+        const auto count = static_cast<std::size_t>(omp_get_place_num_procs(place));
+        if (count > kMost) continue;
+        omp_get_place_proc_ids(place, numbers.data());
+        for (std::size_t i = 0; i < count; ++i)
+            if (static_cast<std::size_t>(numbers[i]) < kMost) mask.set(static_cast<std::size_t>(numbers[i]));
+    }
     return mask;
+}
+
+/// Linux keeps masks of threads alone. That of the process is where any of its threads may run: now, at load
+/// or at the runtime's will.
+ProcessorSet processMask()
+{
+    return maskOfMainThread() | maskAtLoad | maskOfPlaces();
 }
 
 /// Does the affinity mask of this process equal the system's mask?

@@ -7,15 +7,17 @@
 namespace Velmar::Lintrix::testing {
 namespace {
 
-TEST(MemoryFaults, TheCommandEndsInItsOwnErrorWhereverMemoryRunsOut)
+class MemoryTorture : public ::testing::TestWithParam<Swept> {};
+
+TEST_P(MemoryTorture, EndsInAnOwnErrorWhereverMemoryRunsOut)
 {
-    sweepCommand(1);
+    sweep(GetParam(), 1);
 }
 
-TEST(MemoryFaults, TheClassesEndInTheirOwnErrorWhereverMemoryRunsOut)
-{
-    sweepClasses(1);
-}
+INSTANTIATE_TEST_SUITE_P(Commands, MemoryTorture, ::testing::ValuesIn(commands()),
+                         [](const auto& swept) { return nameOf(swept.param); });
+INSTANTIATE_TEST_SUITE_P(Classes, MemoryTorture, ::testing::ValuesIn(operations()),
+                         [](const auto& swept) { return nameOf(swept.param); });
 
 } // namespace
 } // namespace Velmar::Lintrix::testing

@@ -144,7 +144,9 @@ Outcome run(const Invocation& invocation)
     {
         const SoftLimit memory(RLIMIT_AS, LINTRIX_SANITIZED_MEMORY ? RLIM_INFINITY : rlim_t{1} << 30);
         const SoftLimit fileSize(RLIMIT_FSIZE, invocation.fileLimit.value_or(RLIM_INFINITY));
-        outcome.exitCode = waitFor(spawn(invocation, actions));
+        const pid_t child = spawn(invocation, actions);
+        if (invocation.onceStarted) invocation.onceStarted(child);
+        outcome.exitCode = waitFor(child);
     }
     if (pipeEnd >= 0) close(pipeEnd);
     if (invocation.output.empty()) outcome.out = contentOf(out);

@@ -5,12 +5,14 @@
 #include <tests/support/sanitized.h>
 #include <tests/tools/json.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <sys/resource.h>
+#include <sys/types.h>
 
 namespace Velmar::Lintrix::testing {
 
@@ -23,13 +25,14 @@ std::string commandProgram();
 struct Invocation {
     std::vector<std::string> arguments;
     std::string program = commandProgram();
-    std::vector<std::string> variables; ///< "NAME=value", beside or instead of the environment's
-    std::string input = "/dev/null";    ///< file for standard input
-    std::string output;                 ///< file or device for standard output; empty: captured
-    std::string error;                  ///< likewise for standard error
-    bool outputClosed = false;          ///< the command starts without a standard output
-    bool outputBroken = false;          ///< standard output is a pipe that nobody reads
-    std::optional<rlim_t> fileLimit;    ///< largest file the command may write, in bytes
+    std::vector<std::string> variables;     ///< "NAME=value", beside or instead of the environment's
+    std::string input = "/dev/null";        ///< file for standard input
+    std::string output;                     ///< file or device for standard output; empty: captured
+    std::string error;                      ///< likewise for standard error
+    bool outputClosed = false;              ///< the command starts without a standard output
+    bool outputBroken = false;              ///< standard output is a pipe that nobody reads
+    std::optional<rlim_t> fileLimit;        ///< largest file the command may write, in bytes
+    std::function<void(pid_t)> onceStarted; ///< is called while the command runs
 };
 
 struct Outcome {

@@ -84,7 +84,7 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
         "Options:\n"
         "  -h,--help                   Print this help message and exit\n"
         "  --rhs FILE                  File of right-hand sides; without it b = A*(1,...,1)\n"
-        "  --out FILE                  File for the solution, a Matrix Market array\n"
+        "  --out FILE                  File for the solution, a Matrix Market array; - is standard output\n"
         "  --threads N                 Threads to use, at least 1\n"
         "  --json Excludes: --report   Report on one line of JSON\n"
         "  --type auto|positive-definite|indefinite|structurally-symmetric|unsymmetric\n"
@@ -183,6 +183,35 @@ TEST(CommandLine, AnUnwritableStandardErrorDoesNotChangeTheExitCode)
     EXPECT_EQ(run(invocation).exitCode, 1);
     invocation.arguments = {"solve", dataFile("fs_183_1.mtx"), "--dense"};
     EXPECT_EQ(run(invocation).exitCode, 0) << "with a warning";
+}
+
+/// The call under `ulimit -v`. The limit is the shell's to set: this process would not start anything with
+/// it.
+Outcome runWithin(int megabytes, const std::vector<std::string>& arguments)
+{
+    Invocation invocation;
+    invocation.program = "/bin/sh";
+    invocation.variables = {"OMP_NUM_THREADS=1"};
+    const std::string limit = LINTRIX_SANITIZED_MEMORY ? "unlimited" : std::to_string(megabytes * 1024);
+    invocation.arguments = {"-c", "ulimit -v " + limit + " && exec \"$0\" \"$@\"", commandProgram()};
+    invocation.arguments.insert(invocation.arguments.end(), arguments.begin(), arguments.end());
+    return run(invocation);
+}
+
+// How much is too little differs from one OpenBLAS to the other. With more threads it waits before main.
+TEST(CommandLine, TooLittleAddressSpaceIsRefusedAndNotWaitedFor)
+{
+    for (const int megabytes : {200, 240, 280, 320, 360}) {
+        for (const auto& arguments : {std::vector<std::string>{"solve", dataFile("west0479.mtx"), "--dense"},
+                                      {"solve", dataFile("sherman4.mtx")},
+                                      {"svd", dataFile("illc1033.mtx"), "-k", "40"}}) {
+            const Outcome outcome = runWithin(megabytes, arguments);
+            if (outcome.exitCode == 0) continue;
+            EXPECT_EQ(outcome.exitCode, 2);
+            EXPECT_THAT(outcome.err,
+                        StartsWith("lintrix: there is not enough address space: it is limited to "));
+        }
+    }
 }
 
 } // namespace

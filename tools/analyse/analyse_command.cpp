@@ -2,6 +2,7 @@
 
 #include <tools/analyse/analysis_report.h>
 #include <tools/input/matrix_file.h>
+#include <tools/input/sparse_system.h>
 #include <tools/support/input_error.h>
 #include <tools/support/picture.h>
 #include <tools/support/progress.h>
@@ -16,11 +17,14 @@
 #include <utility>
 #include <vector>
 
+#include <unistd.h>
+
 namespace Velmar::Lintrix::tools {
 
 namespace {
 
 constexpr std::int32_t kNaturalIsSensible = 10000; // rows: the factor may be full, 200 MB of row numbers
+constexpr double kBytesARow = 64.0;                // of the analysis: tree, order, counts, supernodes
 constexpr std::int64_t kLongWork = 200000;         // entries; about a tenth of a second
 
 std::vector<const OrderingMethod*> chosenMethods(const std::string& name, std::int32_t n)
@@ -38,6 +42,12 @@ void refuseRectangles(const MatrixMarketHeader& header)
     if (header.rows == header.cols) return;
     throw InputError(header.file, fmt::format("the matrix is {} x {}: only square ones have an analysis",
                                               header.rows, header.cols));
+}
+
+void refuseOrdering(const AnalyseOptions& options, const std::string& file)
+{
+    if (!options.ordering.empty())
+        throw InputError(file, "--ordering has no effect: a diagonal matrix is not analysed");
 }
 
 /// The factor's pattern by the ordering of least fill so far.
@@ -70,11 +80,16 @@ void orderInTurn(SystemAnalysis& system, const std::string& name, AnalysisReport
     progress.erase();
 }
 
-bool allDone(const AnalysisReport& report)
+/// Why the analysis is no success, in words; nothing when it is one.
+std::string complaintOf(const AnalysisReport& report)
 {
-    const bool singular = report.matching && report.matching->matched < report.order;
-    return !singular && std::ranges::all_of(report.orderings,
-                                            [](const OrderingResult& result) { return result.error == 0; });
+    if (report.matching && report.matching->matched < report.order)
+        return fmt::format("the pattern is singular: {} of {} rows can be matched", report.matching->matched,
+                           report.order);
+    const auto failed = std::ranges::find_if(report.orderings,
+                                             [](const OrderingResult& result) { return result.error != 0; });
+    if (failed == report.orderings.end()) return {};
+    return fmt::format("{}: {}", failed->method->title, errorInWords(failed->error));
 }
 
 template <class Cell>
@@ -93,10 +108,12 @@ AnalysisReport analyse(MatrixMarketReader& reader, const AnalyseOptions& options
     progress.erase();
 
     Drawing drawing;
-    if (system.matrix().isDiagonal())
+    if (system.matrix().isDiagonal()) {
+        refuseOrdering(options, report.matrix);
         drawing.offer(system, {}); // it is its own factor
-    else
+    } else {
         orderInTurn(system, options.ordering, report, picture != nullptr ? &drawing : nullptr, progress);
+    }
     if (picture != nullptr && drawing.grid()) {
         writePicture(*drawing.grid(), options.plot, *picture);
         picture->commit();
@@ -123,11 +140,15 @@ int runAnalyse(const AnalyseOptions& options)
     if (!options.plot.empty()) picture.emplace(options.plot);
     MatrixMarketReader reader = openMatrix(options.matrix, progress);
     refuseRectangles(reader.Header());
+    requireMatrixRoom(reader.Header(), kBytesARow * reader.Header().rows);
     OutputFile* const plot = picture ? &*picture : nullptr;
     const AnalysisReport report = isComplex(reader) ? analyse<ComplexNumber>(reader, options, plot, progress)
                                                     : analyse<double>(reader, options, plot, progress);
-    writeReport(options.json ? asJson(report) : asText(report));
-    return allDone(report) ? 0 : 1;
+    writeReport(options.json ? asJson(report) : asText(report), options.plot == kStandardOutput);
+    const std::string complaint = complaintOf(report);
+    if (complaint.empty()) return 0;
+    writeAll(STDERR_FILENO, fmt::format("lintrix: {}: {}\n", printable(report.matrix), complaint));
+    return 1;
 }
 
 } // namespace Velmar::Lintrix::tools

@@ -14,8 +14,8 @@ struct AnalyseOptions {
 
 /// Prints the matrix type, the matching, and for each ordering fill, supernodes, tree height, the forecast of
 /// memory and operations, and the time. The picture is the factor's pattern by the ordering of least fill.
-/// Exit code 0, or 1 when the pattern is singular or an ordering failed. @throws InputError  bad input, or a
-/// failing write
+/// Exit code 0, or 1 when the pattern is singular or an ordering failed, said on standard error. @throws
+/// InputError  bad input, or a failing write
 int runAnalyse(const AnalyseOptions& options);
 
 /// What is wrong with the name of an ordering, in words; nothing when there is one.

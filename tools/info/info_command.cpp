@@ -1,7 +1,9 @@
 #include <tools/info/info_command.h>
 
+#include <tools/input/dense_system.h>
 #include <tools/input/matrix_facts.h>
 #include <tools/input/matrix_file.h>
+#include <tools/input/sparse_system.h>
 #include <tools/support/output_file.h>
 #include <tools/support/pattern.h>
 #include <tools/support/picture.h>
@@ -20,8 +22,6 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-constexpr std::int32_t kSmall = 1000;                // singular values up to this smaller side ...
-constexpr double kSmallCells = 4e6;                  // ... and this many cells: a second of work, 32 MB
 constexpr int kSketchHeight = 32, kSketchWidth = 64; // characters
 
 struct Spectrum {
@@ -44,18 +44,9 @@ struct Info {
     double condition() const { return spectrum->largest / spectrum->smallest; }
 };
 
-bool isSmall(const Info& info)
-{
-    return std::min(info.rows, info.cols) <= kSmall &&
-           static_cast<double>(info.rows) * info.cols <= kSmallCells;
-}
-
 Spectrum spectrumOf(const CompressedRows<double>& matrix)
 {
-    Matrix dense(matrix.rows(), matrix.cols);
-    forEachEntry(matrix,
-                 [&dense](std::int32_t row, std::int32_t col, double value) { dense(row, col) = value; });
-    const SVD svd(dense, true);
+    const SVD svd(denseOf(matrix), true);
     const std::int32_t last = std::min(matrix.rows(), matrix.cols) - 1;
     return {svd.Succeeded(), svd.Rank(), svd.SingularValue(0), svd.SingularValue(last)};
 }
@@ -66,6 +57,11 @@ PatternGrid gridOf(const CompressedRows<Cell>& matrix, int height, int width)
     PatternGrid grid(matrix.rows(), matrix.cols, height, width);
     forEachEntry(matrix, [&grid](std::int32_t row, std::int32_t col, Cell) { grid.add(row, col); });
     return grid;
+}
+
+std::string sixDigits(double value)
+{
+    return numberInWords(value, "{:.6g}");
 }
 
 std::string asText(const Info& info)
@@ -80,15 +76,16 @@ std::string asText(const Info& info)
              fmt::format("{} below, {} above the diagonal", f.lowerBandwidth, f.upperBandwidth)) +
         line("magnitudes",
              fmt::format("{:.6g} to {:.6g}, zeros aside", f.smallestMagnitude, f.largestMagnitude)) +
-        line("norms", fmt::format("one {:.6g}, infinity {:.6g}, Frobenius {:.6g}", f.oneNorm, f.infinityNorm,
-                                  f.frobeniusNorm));
+        line("norms", fmt::format("one {}, infinity {}, Frobenius {}", sixDigits(f.oneNorm),
+                                  sixDigits(f.infinityNorm), sixDigits(f.frobeniusNorm)));
     if (!info.spectrum)
         return text + line("singular values",
                            fmt::format("not computed: the matrix is {}", info.complex ? "complex" : "large"));
     if (!info.spectrum->converged) return text + line("singular values", "the iteration did not converge");
     return text + line("rank", fmt::format("{} of {}", info.spectrum->rank, std::min(info.rows, info.cols))) +
-           line("singular values", fmt::format("{:.6g} to {:.6g}, condition {:.3g}", info.spectrum->largest,
-                                               info.spectrum->smallest, info.condition()));
+           line("singular values",
+                fmt::format("{} to {}, condition {}", sixDigits(info.spectrum->largest),
+                            sixDigits(info.spectrum->smallest), numberInWords(info.condition(), "{:.3g}")));
 }
 
 std::string asJson(const Info& info)
@@ -124,7 +121,7 @@ int tell(MatrixMarketReader& reader, const InfoOptions& options, Progress& progr
     Info info{reader.Header().file, matrix.rows(), matrix.cols, {}, kIsComplex<Cell>, {}};
     info.facts = factsOf(matrix);
     if constexpr (!kIsComplex<Cell>) {
-        if (isSmall(info)) {
+        if (isSmall(info.rows, info.cols)) {
             progress.show(fmt::format("singular values of {}", info.matrix));
             info.spectrum = spectrumOf(matrix);
         }
@@ -133,7 +130,8 @@ int tell(MatrixMarketReader& reader, const InfoOptions& options, Progress& progr
 
     if (!options.plot.empty()) draw(matrix, options.plot);
     writeReport(options.json ? asJson(info)
-                             : asText(info) + asSketch(gridOf(matrix, kSketchHeight, kSketchWidth)));
+                             : asText(info) + asSketch(gridOf(matrix, kSketchHeight, kSketchWidth)),
+                options.plot == kStandardOutput);
     return info.spectrum && !info.spectrum->converged ? 1 : 0;
 }
 
@@ -143,6 +141,7 @@ int runInfo(const InfoOptions& options)
 {
     Progress progress;
     MatrixMarketReader reader = openMatrix(options.matrix, progress);
+    requireMatrixRoom(reader.Header(), 0.0);
     return isComplex(reader) ? tell<ComplexNumber>(reader, options, progress)
                              : tell<double>(reader, options, progress);
 }

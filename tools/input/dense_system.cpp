@@ -7,9 +7,6 @@
 
 #include <algorithm>
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 namespace Velmar::Lintrix::tools {
 
 namespace {
@@ -32,13 +29,21 @@ std::uint64_t product(std::int32_t rows, std::int32_t cols)
 
 } // namespace
 
-double memoryLimit()
+bool isSmall(std::int32_t rows, std::int32_t cols)
 {
-    const double physical =
-        static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
-    rlimit limit{};
-    if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return physical;
-    return std::min(physical, static_cast<double>(limit.rlim_cur));
+    constexpr std::int32_t kSmallerSide = 1000;
+    constexpr std::uint64_t kCells = 4'000'000;
+    return std::min(rows, cols) <= kSmallerSide && product(rows, cols) <= kCells;
+}
+
+Matrix denseOf(const CompressedRows<double>& matrix)
+{
+    Matrix dense(matrix.rows(), matrix.cols);
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
+        dense(row, col) = value;
+        if (matrix.isTriangle()) dense(col, row) = value;
+    });
+    return dense;
 }
 
 void requireRoom(const MatrixMarketHeader& matrix, double memory)

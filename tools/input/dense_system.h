@@ -2,6 +2,7 @@
 // Dense systems: the sizes that cannot be held are refused.
 
 #include <tools/input/columns.h>
+#include <tools/support/memory_limit.h>
 
 #include <lintrix/lintrix.h>
 #include <lintrix/sparse/matrix_market.h>
@@ -10,8 +11,11 @@
 
 namespace Velmar::Lintrix::tools {
 
-/// What this process may use, in bytes: the machine's memory, or less where its address space is limited.
-double memoryLimit();
+/// Whether the dense form can be had for singular values just so: a second of work, 32 MB.
+bool isSmall(std::int32_t rows, std::int32_t cols);
+
+/// All cells, of a triangle those across the diagonal, too.
+Matrix denseOf(const CompressedRows<double>& matrix);
 
 /// Refuses a matrix whose dense form has more than 2147483647 cells, or that takes, with the copy that is
 /// factorized, more than `memory` bytes. @throws InputError  at the size line

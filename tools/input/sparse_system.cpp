@@ -67,13 +67,23 @@ Symmetry symmetryOfEither(const CompressedRows<Cell>& matrix)
             .conjugated = real || matrix.below == Below::Conjugated};
 }
 
-/// Elements with their indices, in the file's form, in the assembler and in the matrix; vectors for the rows.
-double bytesBefore(const MatrixMarketHeader& matrix, double rightHands, bool complex)
+/// Elements with their indices, in the file's form, in the assembler and in the matrix.
+double bytesOfElements(const MatrixMarketHeader& matrix, double cell)
 {
     const double mirrored = matrix.symmetry == MatrixMarketSymmetry::General ? 1.0 : 2.0;
-    const double cell = complex ? sizeof(ComplexNumber) : sizeof(double);
-    return (2.0 * cell + 12.0) * mirrored * static_cast<double>(matrix.stored) +
-           matrix.rows * (16.0 + 3.0 * cell * (rightHands + 1.0));
+    return (2.0 * cell + 12.0) * mirrored * static_cast<double>(matrix.stored);
+}
+
+double bytesOfCell(bool complex)
+{
+    return complex ? sizeof(ComplexNumber) : sizeof(double);
+}
+
+/// The elements, and vectors for the rows.
+double bytesBefore(const MatrixMarketHeader& matrix, double rightHands, bool complex)
+{
+    const double cell = bytesOfCell(complex);
+    return bytesOfElements(matrix, cell) + matrix.rows * (16.0 + 3.0 * cell * (rightHands + 1.0));
 }
 
 // The direct solver takes a matrix with one element a row for a diagonal one, and refuses fewer;
@@ -141,6 +151,20 @@ template Traits traitsOf(const CompressedRows<double>&);
 template Traits traitsOf(const CompressedRows<ComplexNumber>&);
 template class SparseSystem<double>;
 template class SparseSystem<ComplexNumber>;
+
+void requireMatrixRoom(const MatrixMarketHeader& matrix, double beside, double memory)
+{
+    constexpr double kVectors = 16.0; // bytes a row or column: where they begin, how far they are, their norm
+    const double bytes =
+        bytesOfElements(matrix, bytesOfCell(matrix.field == MatrixMarketField::ComplexNumber)) +
+        kVectors * (static_cast<double>(matrix.rows) + matrix.cols) + beside;
+    if (bytes <= memory) return;
+    throw InputError(
+        matrix.file, matrix.sizeLine,
+        fmt::format("a sparse {} x {} matrix takes {} of memory with what is made of it, more than "
+                    "the {} there are",
+                    matrix.rows, matrix.cols, bytesInWords(bytes), bytesInWords(memory)));
+}
 
 void requireSparseRoom(const MatrixMarketHeader& matrix, double memory, bool complex)
 {

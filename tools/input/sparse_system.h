@@ -3,6 +3,7 @@
 // tell before anything is factorized.
 
 #include <tools/input/compressed_rows.h>
+#include <tools/support/memory_limit.h>
 
 #include <lintrix/sparse/matrix_market.h>
 
@@ -56,6 +57,10 @@ private:
     std::optional<CompressedRows<Cell>> upper_, full_;
     Traits traits_;
 };
+
+/// Refuses a matrix that takes more than `memory` bytes as it is read, with `beside` bytes for what is made
+/// of it. @throws InputError  at the size line
+void requireMatrixRoom(const MatrixMarketHeader& matrix, double beside, double memory = memoryLimit());
 
 /// Refuses a system that takes more than `memory` bytes before anything is factorized, in real or complex
 /// numbers. @throws InputError  at the size line

@@ -1,6 +1,7 @@
 #include <tools/solve/dense_solver.h>
 
 #include <tools/input/dense_system.h>
+#include <tools/support/text.h>
 
 #include <fmt/format.h>
 
@@ -140,11 +141,12 @@ std::string explain(const Answer& answer, const Matrix& A, const Quality& qualit
     case Status::NotFinite:
         return "the solution is not finite: a number overflowed on the way";
     case Status::Inaccurate:
-        return fmt::format("the solution is inaccurate: its scaled residual is {:.1e}", quality.judged());
+        return fmt::format("the solution is inaccurate: its scaled residual is {}",
+                           numberInWords(quality.judged(), "{:.1e}"));
     case Status::IllConditioned:
         return fmt::format("no digit of the solution can be trusted: a known solution came back with a "
-                           "relative error of {:.1e}",
-                           quality.error);
+                           "relative error of {}",
+                           numberInWords(quality.error, "{:.1e}"));
     case Status::Solved:
         break;
     }

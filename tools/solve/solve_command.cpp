@@ -26,6 +26,9 @@ SystemFiles openFiles(const SolveOptions& options, Progress& progress)
     if (options.matrix == "-" && options.rightHands == "-") {
         throw InputError("standard input cannot be both the matrix and the right-hand side");
     }
+    if (options.out == kStandardOutput && options.sparse.settings.engineReport) {
+        throw InputError("standard output cannot be both the solution and the direct solver's report");
+    }
     SystemFiles files{openMatrix(options.matrix, progress), {}};
     if (!options.rightHands.empty()) files.rightHands.emplace(openMatrix(options.rightHands, progress));
     return files;
@@ -36,6 +39,13 @@ bool isSparse(const MatrixMarketHeader& header)
     return header.form == MatrixMarketForm::Coordinate && header.rows == header.cols;
 }
 
+void refuseDirectOptions(const MatrixMarketHeader& header, const SolveOptions& options)
+{
+    if (options.directOptions.empty()) return;
+    throw InputError(header.file, fmt::format("{} has no effect: the system is solved dense",
+                                              options.directOptions.front()));
+}
+
 Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& report, Progress& progress)
 {
     const MatrixMarketHeader& header = files.matrix.Header();
@@ -43,6 +53,7 @@ Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& rep
     report.rows = header.rows;
     report.cols = header.cols;
     const bool sparse = !options.dense && isSparse(header);
+    if (!sparse) refuseDirectOptions(header, options);
     Solution solution = sparse ? takeSparseRoad(files, options.sparse, report, progress)
                                : takeDenseRoad(files, report, progress);
     report.status = nameOf(solution.verdict);
@@ -66,10 +77,9 @@ std::string digitsInWords(double error)
 void warn(const SolveReport& report)
 {
     const double error = worseError(report.probeError.value_or(0.0), report.maxError);
-    if (error > kFewDigits) {
-        tell(fmt::format(
-            "warning: {}: {} be trusted: a known solution came back with a relative error of {:.1e}",
-            report.matrix, digitsInWords(error), error));
+    if (!(error <= kFewDigits)) {
+        tell(fmt::format("warning: {}: {} be trusted: a known solution came back with a relative error of {}",
+                         report.matrix, digitsInWords(error), numberInWords(error, "{:.1e}")));
     } else if (!report.reason.empty()) {
         tell(fmt::format("warning: {}: the solution is degraded: {}", report.matrix, report.reason));
     }
@@ -107,7 +117,7 @@ int runSolve(const SolveOptions& options)
     if (out && solved) write(*solution.x, *out);
     report.seconds.finish("write");
 
-    writeReport(options.json ? asJson(report) : asText(report));
+    writeReport(options.json ? asJson(report) : asText(report), options.out == kStandardOutput);
     if (!solved) {
         tell(fmt::format("{}: {}", report.matrix, solution.complaint));
         return 1;

@@ -4,16 +4,19 @@
 #include <tools/solve/sparse_roads.h>
 
 #include <string>
+#include <vector>
 
 namespace Velmar::Lintrix::tools {
 
 struct SolveOptions {
     std::string matrix;     ///< "-" is standard input
     std::string rightHands; ///< empty: b = A*(1, ..., 1)
-    std::string out;        ///< empty: the solution is not kept
+    std::string out; ///< empty: the solution is not kept; "-" is standard output, the report then goes to
+                     ///< standard error
     bool json = false;
-    bool dense = false;   ///< also for a square coordinate file
-    SparseOptions sparse; ///< of the direct solver
+    bool dense = false;                     ///< also for a square coordinate file
+    SparseOptions sparse;                   ///< of the direct solver
+    std::vector<std::string> directOptions; ///< those of the direct solver that were given
 };
 
 /// Square coordinate files go to the direct solver, all others are solved dense.

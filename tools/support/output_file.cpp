@@ -9,13 +9,16 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace Velmar::Lintrix::tools {
 
 namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kMostLinks = 40; // as many as the kernel follows
 
 /// The mode that a newly created file would have.
 mode_t ordinaryMode()
@@ -27,12 +30,38 @@ mode_t ordinaryMode()
 
 } // namespace
 
-OutputFile::OutputFile(const std::string& target) : target_(target)
+OutputFile::OutputFile(const std::string& target) : target_(target), path_(target)
 {
-    namespace fs = std::filesystem;
+    if (target == kStandardOutput) {
+        target_ = "standard output";
+        direct_ = true;
+        return;
+    }
+    if (target.ends_with(".gz")) gzip_.emplace();
+    followLinks();
+    judgeTarget();
+}
+
+OutputFile::~OutputFile()
+{
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+void OutputFile::followLinks()
+{
+    std::error_code error;
+    for (int links = 0; fs::is_symlink(fs::symlink_status(path_, error)); ++links) {
+        if (links == kMostLinks) {
+            errno = ELOOP;
+            fail();
+        }
+        path_ = fs::path(path_).parent_path() / fs::read_symlink(path_, error);
+    }
+}
+
+void OutputFile::judgeTarget()
+{
     std::error_code ignored;
-    const fs::path resolved = fs::canonical(target, ignored); // empty when nothing stands there
-    path_ = resolved.empty() ? target : resolved.string();
     const fs::file_status status = fs::status(path_, ignored);
     if (fs::is_directory(status)) throw InputError(target_, "is a directory");
     direct_ = fs::exists(status) && !fs::is_regular_file(status);
@@ -40,42 +69,48 @@ OutputFile::OutputFile(const std::string& target) : target_(target)
     if (access(direct_ ? path_.c_str() : folder.c_str(), W_OK) != 0) fail();
 }
 
-OutputFile::~OutputFile()
-{
-    if (descriptor_ >= 0) ::close(descriptor_);
-    if (!temporary_.empty()) unlink(temporary_.c_str());
-}
-
 void OutputFile::open()
 {
-    if (direct_) {
-        descriptor_ = ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
-        if (descriptor_ < 0) fail();
-        return;
-    }
-    std::string name = path_ + ".XXXXXX";
-    descriptor_ = mkostemp(name.data(), O_CLOEXEC);
+    if (!direct_) return openTemporary();
+    descriptor_ = path_ == kStandardOutput ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
+                                           : ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
     if (descriptor_ < 0) fail();
-    temporary_ = std::move(name);
-    if (fchmod(descriptor_, ordinaryMode()) != 0) fail();
+}
+
+/// As the file that it will replace. Its owner stays only where the system allows it.
+void OutputFile::openTemporary()
+{
+    struct stat replaced {};
+    const bool replaces = stat(path_.c_str(), &replaced) == 0;
+    descriptor_ = temporary_.create(path_);
+    if (descriptor_ < 0) fail();
+    if (replaces && fchown(descriptor_, replaced.st_uid, replaced.st_gid) != 0) replaced.st_mode &= 0777;
+    if (fchmod(descriptor_, replaces ? replaced.st_mode & 07777 : ordinaryMode()) != 0) fail();
 }
 
 void OutputFile::write(std::string_view text)
 {
+    if (gzip_)
+        writeBytes(gzip_->pack(text));
+    else
+        writeBytes(text);
+}
+
+void OutputFile::writeBytes(std::string_view bytes)
+{
     if (descriptor_ < 0) open();
-    if (!writeAll(descriptor_, text)) fail();
+    if (!writeAll(descriptor_, bytes)) fail();
 }
 
 void OutputFile::close()
 {
+    if (gzip_) writeBytes(gzip_->finish());
     if (::close(std::exchange(descriptor_, -1)) != 0) fail();
 }
 
 void OutputFile::commit()
 {
-    if (direct_) return;
-    if (rename(temporary_.c_str(), path_.c_str()) != 0) fail();
-    temporary_.clear();
+    if (!direct_ && !temporary_.renameTo(path_)) fail();
 }
 
 void OutputFile::fail() const
@@ -83,10 +118,17 @@ void OutputFile::fail() const
     throw InputError(target_, "cannot be written: " + systemError());
 }
 
-void writeReport(std::string_view text)
+std::string faultOfName(const std::string& name)
 {
-    if (std::fflush(stdout) != 0 || !writeAll(STDOUT_FILENO, text))
-        throw InputError("standard output", "cannot be written: " + systemError());
+    return name.empty() ? "the name is empty" : "";
+}
+
+void writeReport(std::string_view text, bool outputIsTaken)
+{
+    const int descriptor = outputIsTaken ? STDERR_FILENO : STDOUT_FILENO;
+    if (std::fflush(stdout) != 0 || !writeAll(descriptor, text))
+        throw InputError(outputIsTaken ? "standard error" : "standard output",
+                         "cannot be written: " + systemError());
 }
 
 bool writeAll(int descriptor, std::string_view text)

@@ -72,7 +72,7 @@ std::string directInWords(const SolveReport& report)
 
 std::string errorInWords(const SolveReport& report)
 {
-    if (report.maxError) return fmt::format("{:.3e}", *report.maxError);
+    if (report.maxError) return numberInWords(*report.maxError);
     return "unknown, the exact solution is not known";
 }
 
@@ -106,11 +106,10 @@ std::string asText(const SolveReport& report)
                        line("road", report.road) + directInWords(report) +
                        line("status", statusInWords(report)) +
                        line("seconds", fmt::format("{}total {:.6f}", times, report.seconds.total()));
-    if (report.residual) text += line("scaled residual", fmt::format("{:.3e}", *report.residual));
-    if (report.normalResidual)
-        text += line("normal equations", fmt::format("{:.3e}", *report.normalResidual));
+    if (report.residual) text += line("scaled residual", numberInWords(*report.residual));
+    if (report.normalResidual) text += line("normal equations", numberInWords(*report.normalResidual));
     if (report.residual) text += line("largest error", errorInWords(report));
-    if (report.probeError) text += line("probe error", fmt::format("{:.3e}", *report.probeError));
+    if (report.probeError) text += line("probe error", numberInWords(*report.probeError));
     return text;
 }
 

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <system_error>
 
 namespace Velmar::Lintrix::tools {
@@ -40,6 +41,12 @@ std::string bytesInWords(double bytes)
         ++unit;
     }
     return fmt::format("{:.1f} {}", value, units[unit]);
+}
+
+std::string numberInWords(double value, std::string_view form)
+{
+    if (std::isnan(value)) return "unknown";
+    return fmt::format(fmt::runtime(form), value);
 }
 
 std::string systemError()

@@ -15,6 +15,9 @@ std::string inQuotes(std::string_view word);
 /// "7 B", "12.5 MB", "3.2 GB": decimal units, one digit after the point.
 std::string bytesInWords(double bytes);
 
+/// The number as the form of fmt has it; "unknown" for a NaN, whose sign would be shown otherwise.
+std::string numberInWords(double value, std::string_view form = "{:.3e}");
+
 /// What the system says of its error number, errno by default.
 std::string systemError();
 std::string systemError(int number);

@@ -1,6 +1,7 @@
 #include <tools/svd/decay_plot.h>
 
 #include <tools/support/png_image.h>
+#include <tools/support/text.h>
 
 #include <fmt/format.h>
 
@@ -57,12 +58,12 @@ DecayPlot::DecayPlot(const std::vector<double>& values)
     if (!hasPlace(largest_)) return;
     double lowest = 0.0; // logarithm
     for (const double value : values) {
-        if (hasPlace(value)) lowest = std::min(lowest, std::log10(value / largest_));
+        if (hasPlace(value)) lowest = std::min(lowest, std::log10(value) - std::log10(largest_));
     }
     decades_ = std::clamp(static_cast<int>(std::ceil(-lowest)), 1, kMostDecades);
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (!hasPlace(values[i])) continue;
-        const double y = -std::log10(values[i] / largest_) / decades_;
+        const double y = (std::log10(largest_) - std::log10(values[i])) / decades_;
         points_.push_back({(static_cast<double>(i) + 0.5) / count_, std::clamp(y, 0.0, 1.0)});
     }
 }
@@ -71,9 +72,9 @@ std::string asSvg(const DecayPlot& plot)
 {
     std::string text = fmt::format("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 {} {}\" "
                                    "font-family=\"sans-serif\" font-size=\"11\">\n"
-                                   "<title>Decay of {} singular values, the largest {:.6g}</title>\n"
+                                   "<title>Decay of {} singular values, the largest {}</title>\n"
                                    "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n",
-                                   kWidth, kHeight, plot.count(), plot.largest());
+                                   kWidth, kHeight, plot.count(), numberInWords(plot.largest(), "{:.6g}"));
     for (int decade = 0; decade <= plot.decades(); ++decade) {
         const double y = down(static_cast<double>(decade) / plot.decades());
         text += fmt::format("<line x1=\"{0}\" x2=\"{1}\" y1=\"{2:.1f}\" y2=\"{2:.1f}\" stroke=\"#ccc\"/>\n"

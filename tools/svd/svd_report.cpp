@@ -51,16 +51,17 @@ std::string_view nameOf(SvdStatus status)
 
 std::string asText(const SvdReport& report)
 {
-    std::string text = line("matrix", printable(report.matrix)) +
-                       line("size", fmt::format("{} x {}", report.rows, report.cols)) +
-                       line("entries", fmt::format("{}", report.entries)) +
-                       line("status", nameOf(report.status)) +
-                       line("passes", fmt::format("{} ({} steps)", report.passes, report.steps)) +
-                       line("last residual",
-                            fmt::format("{:.3e} (tolerance {:.3e})", report.testResidual, report.tolerance)) +
-                       line("seconds", secondsAsText(report.seconds)) + line("singular values", "residuals");
+    std::string text =
+        line("matrix", printable(report.matrix)) +
+        line("size", fmt::format("{} x {}", report.rows, report.cols)) +
+        line("entries", fmt::format("{}", report.entries)) + line("status", nameOf(report.status)) +
+        line("road", report.road) +
+        line("passes", fmt::format("{} ({} steps)", report.passes, report.steps)) +
+        line("last residual",
+             fmt::format("{} (tolerance {:.3e})", numberInWords(report.testResidual), report.tolerance)) +
+        line("seconds", secondsAsText(report.seconds)) + line("singular values", "residuals");
     for (std::size_t i = 0; i < report.values.size(); ++i) {
-        text += fmt::format("{:<17.10e} {:.3e}\n", report.values[i], report.residuals[i]);
+        text += line(numberInWords(report.values[i], "{:.10e}"), numberInWords(report.residuals[i]));
     }
     return text;
 }
@@ -68,11 +69,11 @@ std::string asText(const SvdReport& report)
 std::string asJson(const SvdReport& report)
 {
     return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"values\": {}, "
-                       "\"residuals\": {}, \"passes\": {}, \"steps\": {}, \"tolerance\": {}, "
+                       "\"residuals\": {}, \"road\": {}, \"passes\": {}, \"steps\": {}, \"tolerance\": {}, "
                        "\"last_residual\": {}, \"seconds\": {}, \"status\": {}}}\n",
                        jsonString(report.matrix), report.rows, report.cols, report.entries,
-                       list(report.values), list(report.residuals), report.passes, report.steps,
-                       jsonNumber(report.tolerance), jsonNumber(report.testResidual),
+                       list(report.values), list(report.residuals), jsonString(report.road), report.passes,
+                       report.steps, jsonNumber(report.tolerance), jsonNumber(report.testResidual),
                        secondsAsJson(report.seconds), jsonString(nameOf(report.status)));
 }
 
@@ -82,10 +83,10 @@ std::string explain(const SvdReport& report)
         return "no singular value was found: the matrix is zero, or overflows, or the first vectors span all "
                "that it acts on";
     }
-    return fmt::format("the last triplet did not converge: its residual is {:.1e} after {} steps, and the "
+    return fmt::format("the last triplet did not converge: its residual is {} after {} steps, and the "
                        "tolerance {:.1e} cannot be reached; good are the first {} of {} triplets",
-                       report.testResidual, report.steps, report.tolerance, report.sound,
-                       report.values.size());
+                       numberInWords(report.testResidual, "{:.1e}"), report.steps, report.tolerance,
+                       report.sound, report.values.size());
 }
 
 } // namespace Velmar::Lintrix::tools

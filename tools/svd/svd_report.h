@@ -22,8 +22,9 @@ std::string_view nameOf(SvdStatus status);
 struct SvdReport {
     std::string matrix;
     std::int32_t rows = 0, cols = 0, entries = 0; ///< entries as stored
-    std::int32_t passes = 0, steps = 0;
-    double tolerance = 0.0, testResidual = 0.0;
+    std::string_view road = "Lanczos";            ///< or "dense": all triplets were found at once
+    std::int32_t passes = 0, steps = 0;           ///< also of Lanczos steps that led nowhere
+    double tolerance = 0.0, testResidual = 0.0;   ///< of the last triplet
     std::vector<double> values;
     std::vector<double> residuals; ///< of each triplet, relative to the largest value
     std::int32_t sound = 0;        ///< leading triplets with a residual within the tolerance

@@ -143,7 +143,7 @@ TEST(AnalyseCommand, SingularPatternIsToldAndAnalysedWithoutItsMatching)
     const std::string file = scratch.file("a.mtx", kGeneral + "3 3 5\n1 1 1\n1 2 1\n1 3 1\n2 1 7\n3 1 1\n");
     const Outcome outcome = run({"analyse", file});
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.err, "lintrix: " + file + ": the pattern is singular: 2 of 3 rows can be matched\n");
     EXPECT_THAT(outcome.out, HasSubstr("matching          the pattern is singular: 2 of 3 rows can be "
                                        "matched; analysed without\n"));
     EXPECT_THAT(outcome.out, HasSubstr("\nnested dissection "));
@@ -159,6 +159,27 @@ TEST(AnalyseCommand, DiagonalMatrixHasNothingToAnalyse)
     EXPECT_THAT(outcome.out, HasSubstr("analysis          none: a diagonal matrix is solved at once\n"));
     EXPECT_THAT(outcome.out, Not(HasSubstr("nnz(L)")));
     EXPECT_THAT(contentOf(scratch.at("a.svg")), HasSubstr("<title>3 x 3 matrix</title>"));
+}
+
+TEST(AnalyseCommand, AnOrderingOfADiagonalMatrixIsRefused)
+{
+    const Scratch scratch;
+    const std::string file = scratch.file("a.mtx", kGeneral + "3 3 2\n1 1 5\n3 3 1\n");
+    const Outcome outcome = run({"analyse", file, "--ordering", "nd"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err,
+              "lintrix: " + file + ": --ordering has no effect: a diagonal matrix is not analysed\n");
+}
+
+TEST(AnalyseCommand, SizesThatCannotBeHeldAreRefusedAtOnce)
+{
+    const Scratch scratch;
+    const std::string file = scratch.file("a.mtx", kGeneral + "2147483647 2147483647 1\n1 1 1\n");
+    const Outcome outcome = run({"analyse", file});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err,
+                StartsWith("lintrix: " + file + ":2: a sparse 2147483647 x 2147483647 matrix takes "));
 }
 
 TEST(AnalyseCommand, PictureIsTheFactorOfLeastFill)

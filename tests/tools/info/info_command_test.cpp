@@ -136,6 +136,38 @@ TEST(InfoCommand, BadInputIsOneLineWithItsPlace)
     EXPECT_THAT(scratch.names(), ElementsAre("bad.mtx"));
 }
 
+TEST(InfoCommand, SizesThatCannotBeHeldAreRefusedAtOnce)
+{
+    const Scratch scratch;
+    const std::string file = scratch.file(
+        "a.mtx", "%%MatrixMarket matrix coordinate real general\n2147483647 2147483647 1\n1 1 1\n");
+    const Outcome outcome = run({"info", file});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, StartsWith("lintrix: " + file +
+                                        ":2: a sparse 2147483647 x 2147483647 matrix takes 68.7 GB of memory "
+                                        "with what is made of it, more than the "));
+}
+
+TEST(InfoCommand, NumbersThatAreNoneAreToldInWords)
+{
+    const Scratch scratch;
+    const std::string zero = scratch.file("a.mtx", "%%MatrixMarket matrix coordinate real general\n2 2 0\n");
+    EXPECT_THAT(run({"info", zero}).out, HasSubstr("singular values   0 to 0, condition unknown\n"));
+    const std::string singular =
+        scratch.file("b.mtx", "%%MatrixMarket matrix coordinate real general\n2 2 1\n1 1 1\n");
+    EXPECT_THAT(run({"info", singular}).out, HasSubstr("singular values   1 to 0, condition inf\n"));
+}
+
+TEST(InfoCommand, StandardOutputTakesThePicture)
+{
+    const Scratch scratch;
+    const Outcome outcome = run({"info", scratch.file("a.mtx", kSmall), "--plot", "-"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, StartsWith("<svg "));
+    EXPECT_THAT(outcome.err, HasSubstr("\nsize              3 x 3\n"));
+}
+
 TEST(PatternGrid, EveryEntryLiesInItsFieldAndOneEntryIsSeenBesideMany)
 {
     tools::PatternGrid grid(1000, 10, 4, 20); // 250 rows and 1 column a field

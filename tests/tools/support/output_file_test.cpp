@@ -4,6 +4,8 @@
 #include <tools/support/input_error.h>
 #include <tools/support/output_file.h>
 
+#include <lintrix/sparse/matrix_market.h>
+
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -106,6 +108,62 @@ TEST(OutputFile, FollowsASymbolicLink)
     writeWhole(scratch.at("link"), "new");
     EXPECT_TRUE(fs::is_symlink(scratch.at("link")));
     EXPECT_EQ(contentOf(scratch.at("target")), "new");
+}
+
+TEST(OutputFile, KeepsTheModeOfWhatItReplaces)
+{
+    const Scratch scratch;
+    fs::permissions(scratch.file("x", "old"), fs::perms(0751));
+    writeWhole(scratch.at("x"), "new");
+    EXPECT_EQ(fs::status(scratch.at("x")).permissions(), fs::perms(0751));
+    EXPECT_EQ(contentOf(scratch.at("x")), "new");
+}
+
+TEST(OutputFile, FollowsALinkThatLeadsNowhereYet)
+{
+    const Scratch scratch;
+    fs::create_directory(scratch.at("folder"));
+    fs::create_symlink("folder/second", scratch.at("first"));
+    fs::create_symlink("target", scratch.at("folder/second"));
+    writeWhole(scratch.at("first"), "new");
+    EXPECT_TRUE(fs::is_symlink(scratch.at("first")));
+    EXPECT_TRUE(fs::is_symlink(scratch.at("folder/second")));
+    EXPECT_EQ(contentOf(scratch.at("folder/target")), "new");
+}
+
+TEST(OutputFile, LinksInACircleAreRefused)
+{
+    const Scratch scratch;
+    fs::create_symlink("b", scratch.at("a"));
+    fs::create_symlink("a", scratch.at("b"));
+    EXPECT_EQ(failureOf([&] { OutputFile(scratch.at("a")); }),
+              scratch.at("a") + ": cannot be written: Too many levels of symbolic links");
+}
+
+TEST(OutputFile, CompressesForAGzName)
+{
+    const Scratch scratch;
+    const std::string path = scratch.at("x.mtx.gz");
+    std::string text = "%%MatrixMarket matrix array real general\n100000 1\n";
+    for (int i = 0; i < 100000; ++i) text += std::to_string(i % 7919) + "\n";
+    OutputFile file(path);
+    for (std::size_t at = 0; at < text.size(); at += 1000)
+        file.write(std::string_view(text).substr(at, 1000));
+    file.close();
+    file.commit();
+    EXPECT_LT(contentOf(path).size(), text.size() / 2);
+    const Matrix read = ReadMatrixMarketDense(path);
+    ASSERT_EQ(read.Rows(), 100000);
+    EXPECT_EQ(read(99999, 0), 99999 % 7919);
+}
+
+TEST(OutputFile, NothingMayBeWrittenToAGzNameEither)
+{
+    const Scratch scratch;
+    OutputFile file(scratch.at("x.gz"));
+    file.close();
+    file.commit();
+    EXPECT_EQ(contentOf(scratch.at("x.gz")).substr(0, 2), "\x1f\x8b");
 }
 
 TEST(OutputFile, WritesToADeviceDirectly)

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cmath>
 #include <string>
 
 namespace Velmar::Lintrix::tools {
@@ -39,6 +40,15 @@ TEST(SystemError, SpeaksForErrno)
     EXPECT_EQ(systemError(ENOENT), "No such file or directory");
     errno = ENOSPC;
     EXPECT_EQ(systemError(), "No space left on device");
+}
+
+TEST(NumberInWords, TellsWhatIsNoNumberInWords)
+{
+    EXPECT_EQ(tools::numberInWords(1234.5), "1.234e+03");
+    EXPECT_EQ(tools::numberInWords(0.5, "{:.3g}"), "0.5");
+    EXPECT_EQ(tools::numberInWords(std::nan("")), "unknown");
+    EXPECT_EQ(tools::numberInWords(-std::nan("")), "unknown");
+    EXPECT_EQ(tools::numberInWords(HUGE_VAL), "inf");
 }
 
 } // namespace
