@@ -39,6 +39,7 @@ std::int64_t liveNewBlocks();
 template <class Make, class Operation, class Look, class Raised>
 int refuseEachRequest(Make make, Operation operation, Look look, Raised raised)
 {
+    TrellConfiguration::Instance(); // made once, kept to the end
     int requests = 0;
     for (const Refused refused : {Refused::One, Refused::Rest}) {
         bool reached = true;
