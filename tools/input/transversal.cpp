@@ -1,7 +1,6 @@
 #include <tools/input/transversal.h>
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 #include <vector>
 
@@ -103,12 +102,11 @@ private:
 
     void passAlong(std::int32_t col)
     {
-        for (const std::int32_t row : std::views::reverse(way_)) {
-            const std::int32_t before = columnOf_[at(row)];
-            join(row, col);
+        for (; !way_.empty(); way_.pop_back()) {
+            const std::int32_t before = columnOf_[at(way_.back())];
+            join(way_.back(), col);
             col = before;
         }
-        way_.clear();
     }
 
     const CompressedRows<char>& pattern_;
