@@ -46,6 +46,8 @@ const std::vector<RealSystem>& systems()
         {"bfw782a.mtx.gz", 782, 782, 7514, "LU", 1e-10, "accurate", kMatched, "accurate", ""},
         {"662_bus.mtx", 662, 662, 2474, "LU", 1e-8, "accurate", kCholesky, "accurate", ""},
         {"Trefethen_500.mtx", 500, 500, 8478, "LU", 1e-10, "accurate", kCholesky, "accurate", ""},
+        {"G51.mtx", 1000, 1000, 11818, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
+        {"kkt_MOSARQP1.mtx.gz", 3200, 3200, 9434, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
         {"jagmesh7.mtx", 1138, 1138, 7450, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
         {"G51.mtx", 1000, 1000, 11818, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
         {"kkt_MOSARQP1.mtx.gz", 3200, 3200, 9434, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},

@@ -14,12 +14,12 @@ inline constexpr int kLargestMark = 0x7fffffff;
 /// Orders the vertices so that each pivot has about the fewest neighbours left; Liu, ACM TOMS 11 (1985), on a
 /// quotient graph (QuotientGraph), with several independent pivots between two choices (MultipleElimination).
 ///
-/// `delta`, 0 or more, allows a pivot as much above the lowest degree, so that there are fewer passes. Below a
-/// lowest degree of 4 delta the allowance is a quarter of that degree: at degree 100 six more or less are
+/// `delta`, 0 or more, allows a pivot as much above the lowest degree, so that there are fewer passes. Below
+/// a lowest degree of 4 delta the allowance is a quarter of that degree: at degree 100 six more or less are
 /// alike, at degree 1 a pivot of degree 2 fills in a tree that needs no fill. Over grids and real matrices
-/// the fill is then that of delta 0 within half a percent. `bound` is at least 3 n + 3; what it is does not change the order.
-/// The same graph gets the same ordering every time.
-/// Workspace: edges * 1.2 + 16 n integers, at most.
+/// the fill is then that of delta 0 within half a percent. `bound` is at least 3 n + 3; what it is does not
+/// change the order. The same graph gets the same ordering every time. Workspace: edges * 1.2 + 16 n
+/// integers, at most.
 /// @return  outOfMemory(Transient), overflow() as for MultipleElimination::run; the ordering is then
 /// undefined
 LINTRIX_TESTABLE Failure minimumDegree(const Graph& graph, int delta, Ordering ordering,
