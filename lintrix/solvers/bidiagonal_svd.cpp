@@ -1,23 +1,14 @@
 #include <lintrix/solvers/bidiagonal_svd.h>
 
+#include <lintrix/dense/detail/finite.h>
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/hardening.h>
 #include <lintrix/services/lapack.h>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 namespace Velmar::Lintrix::detail {
-
-namespace {
-
-bool allFinite(const double* cells, std::int32_t count)
-{
-    return std::all_of(cells, cells + count, [](double cell) { return std::isfinite(cell); });
-}
-
-} // namespace
 
 BidiagonalSvd::BidiagonalSvd(std::int32_t order, const double* diagonal, const double* subdiagonal,
                              double* values)

@@ -2,8 +2,8 @@
 // arrays as those of strings and lists: the objects stay as they were, and nothing is left behind.
 
 #include "tests/sparse/random_pattern.h"
-#include "tests/support/refused_memory.h"
 #include "tests/support/files.h"
+#include "tests/support/refused_memory.h"
 
 #include <lintrix/foundation/archive_stream.h>
 #include <lintrix/sparse/file_format_exception.h>

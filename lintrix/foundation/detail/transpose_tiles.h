@@ -18,8 +18,8 @@ inline void transposeTile(std::uint64_t rows, std::uint64_t cols, const Cell* a,
 }
 
 /// b(j, i) := map(a(i, j)) for the rows x cols array `a`, both column-major; they must not overlap. A tile is
-/// 16 x 16: pairs of neighbouring cache lines are read and written whole, and both sides of the tile (4 KiB of
-/// doubles) stay in the first-level cache whatever the leading dimensions.
+/// 16 x 16: pairs of neighbouring cache lines are read and written whole, and both sides of the tile (4 KiB
+/// of doubles) stay in the first-level cache whatever the leading dimensions.
 template <class Cell, class Map>
 void transposeTiles(std::uint64_t rows, std::uint64_t cols, const Cell* a, std::uint64_t lda, Cell* b,
                     std::uint64_t ldb, const Map& map)
