@@ -109,9 +109,9 @@ TEST(AllocationFailures, OfNewMatricesLeaveNothingBehind)
         {"copy", [&] { SparseMatrix made(source); }},
         {"clone", [&] { (void)source.CloneableClone(); }},
     };
-    for (const auto& [name, make] : makers) {
-        SCOPED_TRACE(name);
-        const int requests = refuseEachRequest([] { return 0; }, [&](int) { make(); },
+    for (const auto& maker : makers) {
+        SCOPED_TRACE(maker.first);
+        const int requests = refuseEachRequest([] { return 0; }, [&](int) { maker.second(); },
                                                [](int n) { return n; }, expectFailureOfMemory);
         EXPECT_GE(requests, 3) << "the arrays";
     }
