@@ -49,8 +49,6 @@ const std::vector<RealSystem>& systems()
         {"G51.mtx", 1000, 1000, 11818, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
         {"kkt_MOSARQP1.mtx.gz", 3200, 3200, 9434, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
         {"jagmesh7.mtx", 1138, 1138, 7450, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
-        {"G51.mtx", 1000, 1000, 11818, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
-        {"kkt_MOSARQP1.mtx.gz", 3200, 3200, 9434, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
         {"plskz362.mtx", 362, 362, 1760, "LU", 1e-8, "accurate", kMatched, "", ""},
         {"bcsstk04.mtx", 132, 132, 3648, "LU", 1e-7, "accurate", kCholesky, "accurate", ""},
         {"west0479.mtx", 479, 479, 1910, "LU", 1e-6, "accurate", kMatched, "accurate", ""},
