@@ -191,6 +191,7 @@ TEST(HybridPath, IteratingFirstFactorizesOnlyAfterAFailure)
 // Squares of such solutions, or of their corrections, are no doubles any more.
 TEST(HybridPath, AChangedMatrixIsSolvedAtAnyScaleOfItsSolution)
 {
+    const ThreadSetting one(1);
     for (const auto& [mtype, setting] : {std::pair(11, 61), std::pair(2, 62)}) {
         for (const double scale : {1e-250, 1e-170, 1e-156, 1e156, 1e170, 1e250}) {
             SCOPED_TRACE(scale);
@@ -216,6 +217,7 @@ struct Unreachable : SolveCall<T> {
         this->set(21, 0);
         this->set(4, kind < 0 ? kind - 2000 : kind + 2000);
     }
+    ThreadSetting one{1}; // sums have one order, and nobody waits for anybody in a thousand iterations
 };
 
 /// Expects what `iparm(4)` 0 gives, in `x` or, by `iparm(6)`, in `b`.
@@ -257,7 +259,6 @@ void testFailureWithTheFactorOfTheMatrix(int mtype, int kind)
 
 TEST(HybridPath, AnIterationThatFailsWithTheFactorOfItsMatrixLeavesTheDirectSolution)
 {
-    const ThreadSetting one(1); // sums have one order
     for (const auto& [mtype, kind] : {std::pair(11, 1), std::pair(-2, 2), std::pair(-2, 1)}) {
         testFailureWithTheFactorOfTheMatrix<double>(mtype, kind);
         testFailureWithTheFactorOfTheMatrix<float>(mtype, kind);
@@ -271,7 +272,6 @@ TEST(HybridPath, AnIterationThatFailsWithTheFactorOfItsMatrixLeavesTheDirectSolu
 // How many iterations there may be is up to the clock; whether a system is solved is not.
 TEST(HybridPath, TheBudgetDoesNotDecideWhetherTheFactoredMatrixIsSolved)
 {
-    const ThreadSetting one(1);
     for (const double factorSeconds : {0.0, 1000.0}) {
         Unreachable<double> call(11, 1);
         ASSERT_EQ(call.run(12), 0);
