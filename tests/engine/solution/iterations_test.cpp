@@ -233,7 +233,8 @@ TEST(IterationStatuses, AStartIsJudgedRightlyAtAnyScale)
 
 TEST(IterationStatuses, AStartThatIsNotFiniteIsNoSuccess)
 {
-    constexpr double infinity = std::numeric_limits<double>::infinity(), nan = std::nan("");
+    using Limits = std::numeric_limits<double>;
+    constexpr double infinity = Limits::infinity(), nan = Limits::quiet_NaN();
     for (const double start : {infinity, -infinity, nan}) {
         for (const auto iterate : {squared<double>, gradient<double>}) {
             for (const double factor : {1.0, 0.0}) {
