@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <type_traits>
 #include <utility>
 
 namespace Velmar::Lintrix {
@@ -75,6 +76,9 @@ Complex dividedConjugate(const Complex& z, double s)
 {
     return {z.real() / s, -(z.imag() / s)};
 }
+
+template <class Cell>
+constexpr char kAdjoint = std::is_same_v<Cell, Complex> ? 'C' : 'T';
 
 Matrix conjugateTranspose(const Matrix& A)
 {
@@ -182,7 +186,7 @@ auto SvdFactors<Cell>::invertedOnRange(double tolerance) const -> M
     }
     M inverse = AccessTo<Cell>::uninitialised(mCols, mRows);
     const std::int32_t ldw = leadingDimension(mCols);
-    blas::gemm('N', 'C', mCols, mRows, mn, Cell(1.0), w.get(), ldw, u.get(), leadingDimension(mRows),
+    blas::gemm('N', kAdjoint<Cell>, mCols, mRows, mn, Cell(1.0), w.get(), ldw, u.get(), leadingDimension(mRows),
                Cell(0.0), AccessTo<Cell>::cells(inverse), ldw);
     return inverse;
 }
