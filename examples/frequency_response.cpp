@@ -1,5 +1,5 @@
-// Frequency response of an electrical filter, by one complex system a frequency. A ladder of two coils and three
-// capacitors between a source and a load of 1 ohm each:
+// Frequency response of an electrical filter, by one complex system a frequency. A ladder of two coils and
+// three capacitors between a source and a load of 1 ohm each:
 //
 //     source --R--+--L--+--L--+         Kirchhoff's law at the three nodes: Y(i*w)*V = I with the admittances
 //                 C     C     C  R      i*w*C, 1/(i*w*L), 1/R. With Butterworth's element values the gain is

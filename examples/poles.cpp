@@ -1,6 +1,7 @@
-// Poles of a transfer function. A motor turns a load through an elastic shaft, under a controller that keeps its
-// speed: x' = A*x with the states below. The poles of C*inv(s*I - A)*B, whatever is put in and looked at, are the
-// eigenvalues of A; the left and right eigenvectors tell how much each state takes part in each of them.
+// Poles of a transfer function. A motor turns a load through an elastic shaft, under a controller that keeps
+// its speed: x' = A*x with the states below. The poles of C*inv(s*I - A)*B, whatever is put in and looked at,
+// are the eigenvalues of A; the left and right eigenvectors tell how much each state takes part in each of
+// them.
 
 #include <lintrix/lintrix.h>
 

@@ -47,8 +47,8 @@ auto CholeskyFactor<Cell>::solved(const M& rightHands) const -> M
 
     M x(rightHands);
     int info = 0;
-    lapack::potrs('L', n, x.Cols(), packed(), leadingDimension(n), AccessTo<Cell>::cells(x), leadingDimension(n),
-                  info);
+    lapack::potrs('L', n, x.Cols(), packed(), leadingDimension(n), AccessTo<Cell>::cells(x),
+                  leadingDimension(n), info);
     return x;
 }
 
@@ -90,8 +90,9 @@ std::optional<CMatrix> CCholesky::Inverse() const
 {
     if (!Succeeded()) return std::nullopt;
     CMatrix inverse = lowerInverse();
-    detail::mirrorLower(detail::AccessTo<Complex>::cells(inverse), Size(),
-                        [](const Complex& above, const Complex& below) { return Complex(above.real(), -below.imag()); });
+    detail::mirrorLower(
+        detail::AccessTo<Complex>::cells(inverse), Size(),
+        [](const Complex& above, const Complex& below) { return Complex(above.real(), -below.imag()); });
     return inverse;
 }
 

@@ -12,8 +12,8 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 
-/// A = L*L' of a symmetric, or complex Hermitian, positive definite A (`dpotrf`, `zpotrf`; Golub and Van Loan, Matrix
-/// Computations, 4th ed., section 4.2).
+/// A = L*L' of a symmetric, or complex Hermitian, positive definite A (`dpotrf`, `zpotrf`; Golub and Van
+/// Loan, Matrix Computations, 4th ed., section 4.2).
 ///
 /// A is n x n. Only the lower triangle is read, of a complex diagonal the real parts; symmetry is not tested.
 /// Works on a private copy, once, in the constructor; after that the object does not change. A matrix that is
@@ -82,14 +82,14 @@ class LINTRIX_EXPORT CCholesky : public detail::CholeskyFactor<Complex> {
 public:
     using CholeskyFactor::CholeskyFactor;
 
-    /// X with A*X = rightHands (n x nrhs); empty, whatever the size of rightHands, when not Succeeded(): callers
-    /// try a Cholesky decomposition first and go on to another where there is no X.
+    /// X with A*X = rightHands (n x nrhs); empty, whatever the size of rightHands, when not Succeeded():
+    /// callers try a Cholesky decomposition first and go on to another where there is no X.
     /// @throws SizeMismatchException  rightHands.Rows() != n: "Matrix sizes do not match."
     std::optional<CMatrix> Solve(const CMatrix& rightHands) const;
 
-    /// The inverse in its lower triangle with the diagonal; empty when not Succeeded(). Above the diagonal the
-    /// imaginary parts mirror those below it, while the **real parts are those of A**, from which the factor was
-    /// made. Callers who need the whole inverse take the lower triangle, or `CMatrix::Inverse`.
+    /// The inverse in its lower triangle with the diagonal; empty when not Succeeded(). Above the diagonal
+    /// the imaginary parts mirror those below it, while the **real parts are those of A**, from which the
+    /// factor was made. Callers who need the whole inverse take the lower triangle, or `CMatrix::Inverse`.
     std::optional<CMatrix> Inverse() const;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 /// @file
-/// Eigen decomposition of a general matrix, real (`Eigen`) and complex (`CEigen`): the results of both are complex,
-/// and the two differ in how they keep them.
+/// Eigen decomposition of a general matrix, real (`Eigen`) and complex (`CEigen`): the results of both are
+/// complex, and the two differ in how they keep them.
 
 #include <lintrix/decompositions/detail/dense_classes.h>
 #include <lintrix/foundation/enumerations.h>
@@ -26,16 +26,17 @@ struct Spectrum<Complex> {
     Block<Complex> w;
 };
 
-/// Eigenvalues and eigenvectors of a general A (`dgeevx`, `zgeevx`: balancing, Hessenberg reduction and the QR
-/// algorithm; Golub and Van Loan, Matrix Computations, 4th ed., chapter 7): A*V = V*D, and U^H*A = D*U^H with the
-/// left ones as the columns of U. Each has length 1.
+/// Eigenvalues and eigenvectors of a general A (`dgeevx`, `zgeevx`: balancing, Hessenberg reduction and the
+/// QR algorithm; Golub and Van Loan, Matrix Computations, 4th ed., chapter 7): A*V = V*D, and U^H*A = D*U^H
+/// with the left ones as the columns of U. Each has length 1.
 ///
 /// A is n x n. Eigenvalues come in the order of the routine, which is not sorted; the two of a conjugate pair
 /// of a real A are neighbours, the one with the positive imaginary part first. Works on a private copy, once,
 /// in the constructor; after that the object does not change. Eigenvectors are kept in the form in which they
 /// are computed, of a real A the real one, and unpacked at each call. Any member may raise
-/// NotEnoughMemoryException with its default message. A finished object may be read from several threads. Cost:
-/// about 25 n^3 operations with right eigenvectors, 10 n^3 without, of complex cells four times as many.
+/// NotEnoughMemoryException with its default message. A finished object may be read from several threads.
+/// Cost: about 25 n^3 operations with right eigenvectors, 10 n^3 without, of complex cells four times as
+/// many.
 template <class Cell>
 class LINTRIX_EXPORT GeneralEigen {
 public:

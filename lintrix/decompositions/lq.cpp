@@ -57,8 +57,8 @@ auto LqFactors<Cell>::Q() const -> M
     return square;
 }
 
-// A flat copy: the right-hand sides stand at a column stride of m. The cells behind them are zero, which makes the
-// solution for a single right-hand side the shortest one.
+// A flat copy: the right-hand sides stand at a column stride of m. The cells behind them are zero, which
+// makes the solution for a single right-hand side the shortest one.
 template <class Cell>
 Block<Cell> LqFactors<Cell>::forwardSubstituted(const M& rightHands) const
 {
@@ -97,8 +97,8 @@ Matrix LQ::Solve(const Matrix& rightHands) const
     for (std::int32_t j = 0, columns; j < nrhs; j += columns) {
         columns = std::min(nrhs - j, work.lwork);
         detail::lapack::ormlq('L', 'T', Cols(), columns, Rows(), packed(), lda, reflectorScalars(),
-                              block.get() + std::int64_t{Cols()} * j, detail::leadingDimension(Cols()), work.get(),
-                              work.lwork, info);
+                              block.get() + std::int64_t{Cols()} * j, detail::leadingDimension(Cols()),
+                              work.get(), work.lwork, info);
     }
     return detail::DenseAccess::adopt(std::move(block), Cols(), nrhs);
 }

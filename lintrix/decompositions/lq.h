@@ -10,8 +10,8 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 
-/// A = L*Q by Householder reflections from the right (`dgelqf`, `zgelqf`), the mirror of `QrFactors` without a
-/// pivoted form.
+/// A = L*Q by Householder reflections from the right (`dgelqf`, `zgelqf`), the mirror of `QrFactors` without
+/// a pivoted form.
 ///
 /// A is m x n, p = min(m, n): L is m x p lower trapezoidal, Q is p x n with orthonormal rows. Works on a
 /// private copy, once, in the constructor; after that the object does not change. There is no failure state:
@@ -43,8 +43,8 @@ public:
 protected:
     ~LqFactors() = default;
 
-    /// The checks of Solve(), then inv(L)*rightHands at a column stride of m, in a block of n x nrhs cells of which
-    /// the others are zero.
+    /// The checks of Solve(), then inv(L)*rightHands at a column stride of m, in a block of n x nrhs cells of
+    /// which the others are zero.
     Block<Cell> forwardSubstituted(const M& rightHands) const;
     const Cell* packed() const;
     const Cell* reflectorScalars() const noexcept { return tau.get(); }
@@ -84,9 +84,9 @@ class LINTRIX_EXPORT CLQ : public detail::LqFactors<Complex> {
 public:
     using LqFactors::LqFactors;
 
-    /// inv(L)*rightHands, n x nrhs, read flat: column after column of m cells, then zeros. Q is **not** applied, and
-    /// so X is a solution of A*X = rightHands only where Q is the identity: `CQR::Solve` tells why, and what to take
-    /// for a solution. Checks and failures are those of `LQ::Solve`.
+    /// inv(L)*rightHands, n x nrhs, read flat: column after column of m cells, then zeros. Q is **not**
+    /// applied, and so X is a solution of A*X = rightHands only where Q is the identity: `CQR::Solve` tells
+    /// why, and what to take for a solution. Checks and failures are those of `LQ::Solve`.
     CMatrix Solve(const CMatrix& rightHands) const;
 };
 

@@ -1,6 +1,6 @@
 #include <lintrix/decompositions/lu.h>
 
-#include <lintrix/complex/trell_complex.h>
+#include <lintrix/complex/detail/trell_complex.h>
 #include <lintrix/decompositions/detail/access.h>
 #include <lintrix/dense/detail/kept.h>
 #include <lintrix/dense/detail/sizes.h>

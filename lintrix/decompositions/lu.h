@@ -1,6 +1,7 @@
 #pragma once
 /// @file
-/// LU decomposition with partial pivoting, real (`LU`) and complex (`CLU`): the two differ in their cells alone.
+/// LU decomposition with partial pivoting, real (`LU`) and complex (`CLU`): the two differ in their cells
+/// alone.
 
 #include <lintrix/decompositions/detail/dense_classes.h>
 
@@ -11,8 +12,8 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 
-/// A = P*L*U by partial pivoting (`dgetrf`, `zgetrf`; Golub and Van Loan, Matrix Computations, 4th ed., section
-/// 3.4).
+/// A = P*L*U by partial pivoting (`dgetrf`, `zgetrf`; Golub and Van Loan, Matrix Computations, 4th ed.,
+/// section 3.4).
 ///
 /// A is m x n, np = min(m, n): L is m x np unit lower trapezoidal, U is np x n upper trapezoidal, P is m x m.
 /// Works on a private copy, once, in the constructor; after that the object does not change. A zero pivot is

@@ -21,7 +21,8 @@ namespace detail {
 /// an infinity in A runs through the factors, while P stays a permutation. A diagonal of R below 5.6e-309,
 /// whose reciprocal overflows, acts as a zero in Solve(); multiply A and the right-hand sides by a power of
 /// two, and X is the same. Each property builds a new matrix. Any member may raise NotEnoughMemoryException
-/// with its default message. Cost: 2 n^2 (m - n/3) operations for m >= n, of complex cells four times as many.
+/// with its default message. Cost: 2 n^2 (m - n/3) operations for m >= n, of complex cells four times as
+/// many.
 template <class Cell>
 class LINTRIX_EXPORT QrFactors {
 public:
@@ -57,7 +58,6 @@ protected:
     const Cell* reflectorScalars() const noexcept { return tau.get(); }
 
 private:
-
     std::int32_t mRows;
     std::int32_t mCols;
     std::int32_t mCells;

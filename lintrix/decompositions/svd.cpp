@@ -135,7 +135,7 @@ Matrix SvdFactors<Cell>::S() const
 template <class Cell>
 Vector SvdFactors<Cell>::SingularValues() const
 {
-    return DenseAccess::copyOf({values(), smallerSide(), 1});
+    return DenseAccess::strided(values(), smallerSide(), 1);
 }
 
 template <class Cell>
@@ -186,8 +186,8 @@ auto SvdFactors<Cell>::invertedOnRange(double tolerance) const -> M
     }
     M inverse = AccessTo<Cell>::uninitialised(mCols, mRows);
     const std::int32_t ldw = leadingDimension(mCols);
-    blas::gemm('N', kAdjoint<Cell>, mCols, mRows, mn, Cell(1.0), w.get(), ldw, u.get(), leadingDimension(mRows),
-               Cell(0.0), AccessTo<Cell>::cells(inverse), ldw);
+    blas::gemm('N', kAdjoint<Cell>, mCols, mRows, mn, Cell(1.0), w.get(), ldw, u.get(),
+               leadingDimension(mRows), Cell(0.0), AccessTo<Cell>::cells(inverse), ldw);
     return inverse;
 }
 

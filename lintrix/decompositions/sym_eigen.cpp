@@ -71,7 +71,7 @@ void HermitianEigen<Cell>::requireIndex(std::int32_t index) const
 template <class Cell>
 Vector HermitianEigen<Cell>::Eigenvalues() const
 {
-    return DenseAccess::copyOf({values(), n, 1});
+    return DenseAccess::strided(values(), n, 1);
 }
 
 template <class Cell>
@@ -95,7 +95,7 @@ auto HermitianEigen<Cell>::Eigenvector(std::int32_t index) const -> std::optiona
     requireIndex(index);
     values();
     if (!a) return std::nullopt;
-    return AccessTo<Cell>::copyOf({a.get() + std::int64_t{n} * index, n, 1});
+    return AccessTo<Cell>::strided(a.get() + std::int64_t{n} * index, n, 1);
 }
 
 template <class Cell>

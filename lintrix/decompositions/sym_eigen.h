@@ -1,7 +1,7 @@
 #pragma once
 /// @file
-/// Eigen decomposition of a symmetric (`SymEigen`) or complex Hermitian matrix (`CSymEigen`): the two differ in
-/// their cells alone.
+/// Eigen decomposition of a symmetric (`SymEigen`) or complex Hermitian matrix (`CSymEigen`): the two differ
+/// in their cells alone.
 
 #include <lintrix/decompositions/detail/dense_classes.h>
 
@@ -12,8 +12,8 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 
-/// A = X*D*X^H of a symmetric or Hermitian A (`dsyev`, `zheev`: tridiagonal reduction and implicit QL; Golub and
-/// Van Loan, Matrix Computations, 4th ed., chapter 8). D is real.
+/// A = X*D*X^H of a symmetric or Hermitian A (`dsyev`, `zheev`: tridiagonal reduction and implicit QL; Golub
+/// and Van Loan, Matrix Computations, 4th ed., chapter 8). D is real.
 ///
 /// A is n x n. Only the lower triangle is read, of a complex diagonal the real parts; symmetry is not tested.
 /// Eigenvalues come largest first, the eigenvectors in step. Works on a private copy, once, in the

@@ -34,8 +34,8 @@ private:
     const int before_ = TrellConfiguration::GetMaxThreads();
 };
 
-/// Runs `check(A)` for each shape that `wanted` keeps, with each spectrum, A of class M. On one thread: the sweep judges
-/// the mathematics, and small matrices would only wait for each other's threads.
+/// Runs `check(A)` for each shape that `wanted` keeps, with each spectrum, A of class M. On one thread: the
+/// sweep judges the mathematics, and small matrices would only wait for each other's threads.
 template <class M = Matrix, class Wanted, class Check>
 void forEachMatrix(Wanted wanted, Check check)
 {

@@ -134,7 +134,9 @@ TEST(CQR, FactorsReproduceTheMatrixAndHaveTheirStructure)
             ASSERT_TRUE(isPermutation(pivots, A.Cols()));
             for (int j = 0; j < A.Cols(); ++j) {
                 EXPECT_EQ(P(pivots[static_cast<std::size_t>(j)], j), 1.0);
-                if (!pivoting) EXPECT_EQ(pivots[static_cast<std::size_t>(j)], j);
+                if (!pivoting) {
+                    EXPECT_EQ(pivots[static_cast<std::size_t>(j)], j);
+                }
             }
         });
     }
@@ -233,9 +235,8 @@ void expectFailuresLeaveNothing(const CMatrix& A, Members members)
 TEST(ComplexFactors, RefusedMemoryLeavesNothingBehind)
 {
     const CMatrix A = positiveDefinite(5, 0.1), B(5, 2), wide(3, 5), tall(5, 3);
-    expectFailuresLeaveNothing<CLU>(A, [&](const CLU& lu) {
-        lu.L(), lu.U(), lu.P(), lu.Solve(B), lu.Inverse(), lu.Determinant();
-    });
+    expectFailuresLeaveNothing<CLU>(
+        A, [&](const CLU& lu) { lu.L(), lu.U(), lu.P(), lu.Solve(B), lu.Inverse(), lu.Determinant(); });
     expectFailuresLeaveNothing<CQR>(tall, [&](const CQR& qr) { qr.Q(), qr.R(), qr.P(), qr.Solve(B); });
     expectFailuresLeaveNothing<CLQ>(wide, [&](const CLQ& lq) { lq.Q(), lq.L(), lq.Solve(CMatrix(3, 2)); });
     expectFailuresLeaveNothing<CCholesky>(

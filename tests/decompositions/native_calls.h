@@ -2,8 +2,8 @@
 /// @file
 /// How a program writes down the calls of LAPACK and BLAS that the library makes.
 ///
-/// Such a program defines the routines itself. Its definitions come before those of the library of routines, so
-/// that every call arrives there, is written down, and goes on to the routine proper.
+/// Such a program defines the routines itself. Its definitions come before those of the library of routines,
+/// so that every call arrives there, is written down, and goes on to the routine proper.
 
 #include <lintrix/foundation/allocators.h>
 
@@ -20,8 +20,8 @@ namespace Velmar::Lintrix::testing {
 inline std::vector<std::string> calls;
 inline std::vector<std::string> complaints; ///< of the routines about their arguments
 inline bool inverseFails = false;           ///< getri then answers INFO = 1 without doing anything
-inline bool iterationStops = false;         ///< gesdd, syev, heev and geevx then answer INFO = 1 after their work
-inline thread_local int depth = 0;          ///< the routines call one another; only the outermost call is ours
+inline bool iterationStops = false; ///< gesdd, syev, heev and geevx then answer INFO = 1 after their work
+inline thread_local int depth = 0;  ///< the routines call one another; only the outermost call is ours
 
 /// How many cells the block of the library holds that starts at `cells`.
 template <class Cell>

@@ -1,4 +1,5 @@
-// The calls of LAPACK and BLAS that the real decompositions make: letters, sizes, leading dimensions, work space.
+// The calls of LAPACK and BLAS that the real decompositions make: letters, sizes, leading dimensions, work
+// space.
 
 #include <lintrix/decompositions/cholesky.h>
 #include <lintrix/decompositions/eigen.h>

@@ -1,15 +1,16 @@
 // Where the complex decompositions differ from their real twins, each difference on both sides:
 //
-//   | what                                     | real                          | complex                         |
+//   | what                                     | real                          | complex |
 //   |------------------------------------------|-------------------------------|---------------------------------|
-//   | Solve of QR and LQ                       | applies the transposed Q      | leaves Q out                    |
-//   | Solve and Inverse of a failed Cholesky   | SingularMatrixException       | no result                       |
-//   | Inverse of Cholesky above the diagonal   | mirrors what is below it      | mirrors imaginary parts alone   |
-//   | Inverse of a singular matrix             | the default text              | that of the LU decomposition    |
-//   | Inverse of a rectangular matrix          | singular first                | not square, always              |
-//   | Rank, PseudoInverse of a failed SVD      | what the routine left         | 0, no result                    |
-//   | Rank, PseudoInverse of such a matrix     | OperationFailedException      | 0, no result                    |
-//   | eigenvalues of a spectrum                | of a symmetric matrix         | of a Hermitian one, real, too   |
+//   | Solve of QR and LQ                       | applies the transposed Q      | leaves Q out | | Solve and
+//   Inverse of a failed Cholesky   | SingularMatrixException       | no result                       | |
+//   Inverse of Cholesky above the diagonal   | mirrors what is below it      | mirrors imaginary parts alone
+//   | | Inverse of a singular matrix             | the default text              | that of the LU
+//   decomposition    | | Inverse of a rectangular matrix          | singular first                | not
+//   square, always              | | Rank, PseudoInverse of a failed SVD      | what the routine left | 0, no
+//   result                    | | Rank, PseudoInverse of such a matrix     | OperationFailedException      |
+//   0, no result                    | | eigenvalues of a spectrum                | of a symmetric matrix | of
+//   a Hermitian one, real, too   |
 
 #include <lintrix/decompositions/cholesky.h>
 #include <lintrix/decompositions/eigen.h>
@@ -94,8 +95,8 @@ TEST(TwinsOfQR, ComplexOneTakesTheLeadingRowsOfATallSystemAndPutsThePivotsBack)
     expectClose(A.Solve(b), backSubstituted(CQR(A).R(), b));
 }
 
-// Column k of the right-hand sides stands at a stride of m = 3, and is solved and read at a stride of n = 2: the
-// solve of column 1 begins at cell 2, the last one of column 0.
+// Column k of the right-hand sides stands at a stride of m = 3, and is solved and read at a stride of n = 2:
+// the solve of column 1 begins at cell 2, the last one of column 0.
 TEST(TwinsOfQR, ComplexOneWalksTheColumnsAtTwoStridesLikeTheRealOne)
 {
     const CMatrix A{{2.0, 0.0}, {0.0, 4.0}, {0.0, 0.0}}, B{{2.0, 8i}, {4.0, 16.0}, {6i, 32.0}};
@@ -220,7 +221,11 @@ TEST(TwinsOfInverse, RectangularMatricesWithAZeroPivotFailInTheirOwnWay)
 {
     expectFailure<SingularMatrixException>([] { Matrix(2, 3).Inverse(); }, kSingular);
     expectFailure<NotSquareMatrixException>([] { CMatrix(2, 3).Inverse(); }, kInverseNotSquare);
-    expectFailure<NotSquareMatrixException>([] { Matrix{{1, 0, 0}, {0, 1, 0}}.Inverse(); }, kInverseNotSquare);
+    expectFailure<NotSquareMatrixException>(
+        [] {
+            Matrix{{1, 0, 0}, {0, 1, 0}}.Inverse();
+        },
+        kInverseNotSquare);
 }
 
 // ---- decompositions that failed; a matrix that is not finite is one of them

@@ -10,8 +10,10 @@ namespace Velmar::Lintrix::detail {
 template <class Cell>
 struct AccessTo;
 template <>
-struct AccessTo<double> : DenseAccess {};
+struct AccessTo<double> : DenseAccess {
+};
 template <>
-struct AccessTo<Complex> : ComplexAccess {};
+struct AccessTo<Complex> : ComplexAccess {
+};
 
 } // namespace Velmar::Lintrix::detail

@@ -22,8 +22,8 @@ namespace Velmar::Lintrix::detail {
 LINTRIX_TESTABLE void ConEigen(BalanceType bal, bool rV, bool lV, std::int32_t n, double* a, double* wr,
                                double* wi, double* vl, double* vr, double* scale, std::int32_t info);
 
-/// The same for complex cells: eigenvalues in `w`, each eigenvector a column. An eigenvalue that was not found
-/// is NaN in its real part and 0 in the other, and a vector NaN in the real parts of its cells.
+/// The same for complex cells: eigenvalues in `w`, each eigenvector a column. An eigenvalue that was not
+/// found is NaN in its real part and 0 in the other, and a vector NaN in the real parts of its cells.
 LINTRIX_TESTABLE void CConEigen(BalanceType bal, bool rV, bool lV, std::int32_t n, std::complex<double>* a,
                                 std::complex<double>* w, std::complex<double>* vl, std::complex<double>* vr,
                                 double* scale, std::int32_t info);

@@ -1,6 +1,7 @@
 #pragma once
 /// @file
-/// The dense classes that hold cells of one type, so that what a decomposition does with either is written once.
+/// The dense classes that hold cells of one type, so that what a decomposition does with either is written
+/// once.
 
 #include <lintrix/complex/cmatrix.h>
 #include <lintrix/complex/cvector.h>

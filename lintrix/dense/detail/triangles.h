@@ -48,7 +48,8 @@ void copyUpper(const Cell* packed, std::int32_t ld, std::int32_t rows, std::int3
     }
 }
 
-/// Each cell above the diagonal becomes mirror(it, its counterpart below): A is n x n, its lower triangle set.
+/// Each cell above the diagonal becomes mirror(it, its counterpart below): A is n x n, its lower triangle
+/// set.
 template <class Cell, class Mirror>
 void mirrorLower(Cell* a, std::int32_t n, Mirror mirror)
 {
