@@ -19,12 +19,14 @@ namespace detail {
 template <class Cell>
 LqFactors<Cell>::LqFactors(const M& matrix)
     : mRows(matrix.Rows()), mCols(matrix.Cols()), mCells(AccessTo<Cell>::count(matrix)),
-      a(Block<Cell>::copyOf(AccessTo<Cell>::cells(matrix), mCells)),
       tau(std::max(mRows, mCols)) // more than is used, and so counted in the memory total
 {
+    const std::int32_t lda = leadingDimension(mRows);
+    auto factors = withSlack(AccessTo<Cell>::cells(matrix), mCells, lda);
     const Workspace<Cell> work(kBlockSize * mRows);
     int info = 0;
-    lapack::gelqf(mRows, mCols, a.get(), leadingDimension(mRows), tau.get(), work.get(), work.lwork, info);
+    lapack::gelqf(mRows, mCols, factors.get(), lda, tau.get(), work.get(), work.lwork, info);
+    a = withoutSlack(std::move(factors), mCells);
 }
 
 template <class Cell>
@@ -47,10 +49,11 @@ auto LqFactors<Cell>::Q() const -> M
 {
     const std::int32_t p = std::min(mRows, mCols);
     const Workspace<Cell> work(kBlockSize * p);
-    auto q = Block<Cell>::copyOf(packed(), mCells);
+    const std::int32_t lda = leadingDimension(mRows);
+    auto q = withSlack(packed(), mCells, lda);
     int info = 0;
-    lapack::orglq(p, mCols, p, q.get(), leadingDimension(mRows), tau.get(), work.get(), work.lwork, info);
-    if (mRows <= mCols) return AccessTo<Cell>::adopt(std::move(q), p, mCols);
+    lapack::orglq(p, mCols, p, q.get(), lda, tau.get(), work.get(), work.lwork, info);
+    if (mRows <= mCols) return AccessTo<Cell>::adopt(withoutSlack(std::move(q), mCells), p, mCols);
 
     M square = AccessTo<Cell>::uninitialised(mCols, mCols); // the rows past n are left out
     copyPart(q.get(), mRows, AccessTo<Cell>::cells(square), mCols, mCols, mCols);

@@ -95,19 +95,21 @@ template <class Cell>
 SvdFactors<Cell>::SvdFactors(const M& matrix, bool singularValuesOnly)
     : mRows(matrix.Rows()), mCols(matrix.Cols()), mCells(AccessTo<Cell>::count(matrix)), s(smallerSide())
 {
-    const auto copy = Block<Cell>::copyOf(AccessTo<Cell>::cells(matrix), mCells);
+    const std::int64_t vtCells = square(mCols);
+    const auto copy = withSlack(AccessTo<Cell>::cells(matrix), mCells, leadingDimension(mRows));
     if (!singularValuesOnly) {
         u = Block<Cell>(square(mRows));
-        vt = Block<Cell>(square(mCols));
+        vt = Block<Cell>(vtCells + slackBehind<Cell>(leadingDimension(mCols)));
     }
     if (allFinite(copy.get(), mCells)) {
         inf = decompose(Decomposition<Cell>{mRows, mCols, copy.get(), s.get(), u.get(), vt.get()});
-        return;
+    } else {
+        inf = kNotFinite;
+        s.clear(smallerSide());
+        if (u) u.clear(square(mRows));
+        if (vt) vt.clear(vtCells);
     }
-    inf = kNotFinite;
-    s.clear(smallerSide());
-    if (u) u.clear(square(mRows));
-    if (vt) vt.clear(square(mCols));
+    if (vt) vt = withoutSlack(std::move(vt), vtCells);
 }
 
 template <class Cell>

@@ -144,9 +144,10 @@ TYPED_TEST(BlockEnds, AreKeptByEigen)
 TYPED_TEST(BlockEnds, AreKeptByProducts)
 {
     this->forEachShape(anyShape, [](const auto& A) {
-        using V = typename TypeParam::V;
-        V across(A.Cols()), down(A.Rows());
-        A *across, down *A;
+        using Dense = typename TypeParam::M;
+        typename TypeParam::V across(A.Cols()), down(A.Rows());
+        Dense::Multiply(1.0, TransposeMode::NotTransposed, A, across, 0.0, down);
+        Dense::Multiply(1.0, TransposeMode::Transposed, A, down, 1.0, across);
         A* A.Transpose();
     });
 }
