@@ -2,6 +2,8 @@
 /// @file
 /// Everything that Lintrix offers.
 
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
 #include <lintrix/decompositions/cholesky.h>
 #include <lintrix/decompositions/eigen.h>
 #include <lintrix/decompositions/lq.h>

@@ -104,6 +104,30 @@ detail::BlockView<double> Matrix::view() const
     return {cells(), mRows, mCols};
 }
 
+detail::Line<double> Matrix::rowLine(std::int32_t row)
+{
+    requireRow(row);
+    return {cells() + row, mCols, mRows};
+}
+
+detail::Line<const double> Matrix::rowLine(std::int32_t row) const
+{
+    requireRow(row);
+    return {cells() + row, mCols, mRows};
+}
+
+detail::Line<double> Matrix::columnLine(std::int32_t col)
+{
+    requireColumn(col);
+    return {column(col), mRows, 1};
+}
+
+detail::Line<const double> Matrix::columnLine(std::int32_t col) const
+{
+    requireColumn(col);
+    return {column(col), mRows, 1};
+}
+
 void Matrix::commit(Block<double>&& block, std::int64_t rows, std::int64_t cols) noexcept
 {
     *this = Matrix(std::move(block), static_cast<std::int32_t>(rows), static_cast<std::int32_t>(cols));

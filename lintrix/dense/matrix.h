@@ -28,12 +28,15 @@
 
 namespace Velmar::Lintrix {
 
+class CMatrix;
 class Vector;
 
 namespace detail {
 struct DenseAccess;
 template <class Cell>
 struct BlockView;
+template <class Cell>
+struct Line;
 [[noreturn]] LINTRIX_EXPORT void raiseRowIndex();
 [[noreturn]] LINTRIX_EXPORT void raiseColumnIndex();
 } // namespace detail
@@ -230,6 +233,8 @@ public:
 
     /// A new Cols() x Rows() matrix.
     Matrix Transpose() const;
+    /// The cells as real parts, imaginary parts 0.
+    CMatrix ToCMatrix() const;
     /// @}
 
     /// @name Systems of equations
@@ -508,6 +513,10 @@ private:
     {
         if (col < 0 || col >= mCols) detail::raiseColumnIndex();
     }
+    detail::Line<double> rowLine(std::int32_t row);
+    detail::Line<const double> rowLine(std::int32_t row) const;
+    detail::Line<double> columnLine(std::int32_t col);
+    detail::Line<const double> columnLine(std::int32_t col) const;
     double* column(std::int64_t col) { return cells() + mRows * col; }
     const double* column(std::int64_t col) const { return cells() + mRows * col; }
     detail::BlockView<double> view() const;

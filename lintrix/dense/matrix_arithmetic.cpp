@@ -7,6 +7,7 @@
 
 #include <lintrix/dense/access.h>
 #include <lintrix/dense/detail/elementwise.h>
+#include <lintrix/dense/detail/products.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/dense/vector.h>
 #include <lintrix/foundation/transposition.h>
@@ -17,47 +18,7 @@
 
 namespace Velmar::Lintrix {
 
-using detail::leadingDimension;
-
-namespace {
-
-void requireSameShape(const Matrix& A, const Matrix& B)
-{
-    if (A.Rows() != B.Rows() || A.Cols() != B.Cols()) throw SizeMismatchException();
-}
-
-// op(X) as the kernels take it: the letter, and the sizes of op(X).
-struct Operand {
-    char letter;
-    std::int32_t rows, cols;
-};
-
-Operand operandOf(TransposeMode mode, const Matrix& X)
-{
-    switch (mode) {
-    case TransposeMode::NotTransposed:
-        break;
-    case TransposeMode::Transposed:
-        return {'T', X.Cols(), X.Rows()};
-    case TransposeMode::ConjugateTransposed:
-        return {'C', X.Cols(), X.Rows()};
-    default: // the caller's fault, which only the hardened build looks at: reads as NotTransposed
-        if constexpr (detail::kHardened)
-            throw InvalidOperationException("The transposition mode is none of its three members.");
-    }
-    return {'N', X.Rows(), X.Cols()};
-}
-
-// The caller's duty: the target of a kernel is none of its operands.
-void requireDistinct(const double* target, const double* operand)
-{
-    if constexpr (detail::kHardened) {
-        if (target == operand)
-            throw InvalidOperationException("The target of the product is one of its operands.");
-    }
-}
-
-} // namespace
+using detail::requireSameShape;
 
 // ---- sums and element-wise operations
 
@@ -179,26 +140,14 @@ Matrix Matrix::Times(const Vector& x) const
 void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, TransposeMode transB,
                       const Matrix& B, double beta, Matrix& C)
 {
-    const Operand opA = operandOf(transA, A), opB = operandOf(transB, B);
-    if (opB.rows != opA.cols) throw SizeMismatchException();
-    if (C.mRows != opA.rows || C.mCols != opB.cols)
-        throw SizeMismatchException("Incorrect size for matrix C.");
-    requireDistinct(C.cells(), A.cells());
-    requireDistinct(C.cells(), B.cells());
-    detail::blas::gemm(opA.letter, opB.letter, opA.rows, opB.cols, opA.cols, alpha, A.cells(),
-                       leadingDimension(A.mRows), B.cells(), leadingDimension(B.mRows), beta, C.cells(),
-                       leadingDimension(C.mRows));
+    detail::multiply(alpha, transA, A.view(), transB, B.view(), beta, C.view(), C.cells());
 }
 
 void Matrix::Multiply(double alpha, TransposeMode transA, const Matrix& A, const Vector& x, double beta,
                       Vector& y)
 {
-    const bool transposed = transA != TransposeMode::NotTransposed;
-    const std::int32_t inner = transposed ? A.mRows : A.mCols, outer = transposed ? A.mCols : A.mRows;
-    if (x.Length() != inner || y.Length() != outer) throw SizeMismatchException();
-    requireDistinct(y.cells(), x.cells());
-    detail::blas::gemv(transposed ? 'T' : 'N', A.mRows, A.mCols, alpha, A.cells(), leadingDimension(A.mRows),
-                       x.cells(), 1, beta, y.cells(), 1);
+    const char letter = transA == TransposeMode::NotTransposed ? 'N' : 'T';
+    detail::multiply(alpha, letter, A.view(), {x.cells(), x.mCells, 1}, beta, {y.cells(), y.mCells, 1});
 }
 
 Matrix Matrix::Multiply(double alpha, const Matrix& A, const Matrix& B, double beta, const Matrix& C)

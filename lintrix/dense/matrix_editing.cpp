@@ -6,117 +6,84 @@
 
 #include <lintrix/dense/matrix.h>
 
-#include <lintrix/dense/access.h>
 #include <lintrix/dense/detail/column_major.h>
 #include <lintrix/dense/detail/editing.h>
+#include <lintrix/dense/detail/line.h>
 #include <lintrix/dense/detail/sorting.h>
 #include <lintrix/dense/vector.h>
-#include <lintrix/services/blas.h>
 
 #include <algorithm>
 #include <utility>
 
 namespace Velmar::Lintrix {
 
-using detail::DenseAccess;
-
-namespace {
-
-std::int32_t shorter(std::int32_t cells, std::size_t length)
-{
-    return static_cast<std::int32_t>(std::min(static_cast<std::size_t>(cells), length));
-}
-
-// Callers compare texts: these four say the default one, not that of the row or the column.
-void requireIndex(std::int32_t index, std::int64_t end)
-{
-    if (index < 0 || index >= end) throw IndexOutOfBoundsException();
-}
-
-} // namespace
-
 // ---- writing and reading rows and columns
 
 void Matrix::SetRow(std::int32_t row, const Vector& x)
 {
-    requireRow(row);
-    detail::blas::copy(std::min(mCols, x.Length()), x.cells(), 1, cells() + row, mRows);
+    detail::write(rowLine(row), x.cells(), static_cast<std::size_t>(x.mCells));
 }
 
 void Matrix::SetRow(std::int32_t row, std::span<const double> values)
 {
-    requireRow(row);
-    for (std::int32_t j = 0; j < shorter(mCols, values.size()); ++j) {
-        column(j)[row] = values[static_cast<std::size_t>(j)];
-    }
+    detail::write(rowLine(row), values.data(), values.size());
 }
 
 void Matrix::SetRow(std::int32_t row, double start, double step)
 {
-    requireRow(row);
-    for (std::int32_t j = 0; j < mCols; ++j) column(j)[row] = j * step + start;
+    detail::writeRamp(rowLine(row), start, step);
 }
 
 void Matrix::SetRow(std::int32_t row, double value)
 {
-    requireRow(row);
-    for (std::int32_t j = 0; j < mCols; ++j) column(j)[row] = value;
+    detail::writeAll(rowLine(row), value);
 }
 
 void Matrix::SetColumn(std::int32_t col, const Vector& x)
 {
-    requireColumn(col);
-    detail::blas::copy(std::min(mRows, x.Length()), x.cells(), 1, column(col), 1);
+    detail::write(columnLine(col), x.cells(), static_cast<std::size_t>(x.mCells));
 }
 
 void Matrix::SetColumn(std::int32_t col, std::span<const double> values)
 {
-    requireColumn(col);
-    std::copy_n(values.begin(), shorter(mRows, values.size()), column(col));
+    detail::write(columnLine(col), values.data(), values.size());
 }
 
 void Matrix::SetColumn(std::int32_t col, double start, double step)
 {
-    requireColumn(col);
-    double* x = column(col);
-    for (std::int32_t i = 0; i < mRows; ++i) x[i] = i * step + start;
+    detail::writeRamp(columnLine(col), start, step);
 }
 
 void Matrix::SetColumn(std::int32_t col, double value)
 {
-    requireColumn(col);
-    std::fill_n(column(col), mRows, value);
+    detail::writeAll(columnLine(col), value);
 }
 
 Vector Matrix::RowVector(std::int32_t row) const
 {
-    requireRow(row);
-    return DenseAccess::strided(cells() + row, mCols, mRows);
+    return {detail::copied(rowLine(row)), mCols};
 }
 
 Vector Matrix::ColVector(std::int32_t col) const
 {
-    requireColumn(col);
-    return DenseAccess::strided(column(col), mRows, 1);
+    return {detail::copied(columnLine(col)), mRows};
 }
 
 Vector Matrix::Diagonal() const
 {
-    return DenseAccess::strided(cells(), std::min(mRows, mCols), std::int64_t{mRows} + 1);
+    return {detail::copied(view().diagonal()), std::min(mRows, mCols)};
 }
 
 void Matrix::SwapRows(std::int32_t row1, std::int32_t row2)
 {
-    requireRow(row1);
-    requireRow(row2);
-    detail::blas::swap(mCols, cells() + row1, mRows, cells() + row2, mRows);
+    const auto x = rowLine(row1), y = rowLine(row2);
+    detail::swapCells(x, y);
 }
 
 void Matrix::SwapCols(std::int32_t col1, std::int32_t col2)
 {
-    requireColumn(col1);
-    requireColumn(col2);
-    detail::blas::swap(mRows, column(col1), 1, column(col2), 1);
+    const auto x = columnLine(col1), y = columnLine(col2);
+    detail::swapCells(x, y);
 }
 
 // ---- cutting and joining
@@ -180,17 +147,13 @@ void Matrix::SortCols(std::int32_t row, SortOrder order, std::vector<std::int32_
 
 void Matrix::ReorderRows(std::span<const std::int32_t> pivots)
 {
-    if (pivots.size() != static_cast<std::size_t>(mRows))
-        throw SizeMismatchException("Array size does not match.");
-    detail::requirePermutation(pivots);
+    detail::requirePlaces(pivots, mRows);
     commit(detail::withRowsMoved(view(), pivots), mRows, mCols);
 }
 
 void Matrix::ReorderCols(std::span<const std::int32_t> pivots)
 {
-    if (pivots.size() != static_cast<std::size_t>(mCols))
-        throw SizeMismatchException("Array size does not match.");
-    detail::requirePermutation(pivots);
+    detail::requirePlaces(pivots, mCols);
     commit(detail::withColumnsMoved(view(), pivots), mRows, mCols);
 }
 
@@ -198,25 +161,25 @@ void Matrix::ReorderCols(std::span<const std::int32_t> pivots)
 
 void Matrix::DeleteRow(std::int32_t row)
 {
-    requireIndex(row, mRows == 1 ? 0 : mRows);
+    detail::requireEditIndex(row, mRows == 1 ? 0 : mRows);
     commit(detail::withoutRow(view(), row), std::int64_t{mRows} - 1, mCols);
 }
 
 void Matrix::DeleteColumn(std::int32_t column)
 {
-    requireIndex(column, mCols == 1 ? 0 : mCols);
+    detail::requireEditIndex(column, mCols == 1 ? 0 : mCols);
     commit(detail::withoutColumn(view(), column), mRows, std::int64_t{mCols} - 1);
 }
 
 void Matrix::InsertRow(std::int32_t index)
 {
-    requireIndex(index, std::int64_t{mRows} + 1);
+    detail::requireEditIndex(index, std::int64_t{mRows} + 1);
     commit(detail::withRow(view(), index), std::int64_t{mRows} + 1, mCols);
 }
 
 void Matrix::InsertColumn(std::int32_t index)
 {
-    requireIndex(index, std::int64_t{mCols} + 1);
+    detail::requireEditIndex(index, std::int64_t{mCols} + 1);
     commit(detail::withColumn(view(), index), mRows, std::int64_t{mCols} + 1);
 }
 

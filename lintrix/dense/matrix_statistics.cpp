@@ -6,9 +6,12 @@
 
 #include <lintrix/dense/matrix.h>
 
-#include <lintrix/dense/detail/sizes.h>
+#include <lintrix/dense/detail/column_major.h>
+#include <lintrix/dense/detail/finite.h>
+#include <lintrix/dense/detail/identity.h>
+#include <lintrix/dense/detail/line.h>
+#include <lintrix/dense/detail/norm.h>
 #include <lintrix/services/blas.h>
-#include <lintrix/services/lapack.h>
 
 #include <algorithm>
 #include <cmath>
@@ -19,38 +22,34 @@ using detail::Block;
 
 namespace {
 
-// One row or column of a matrix: n cells at distance `stride`.
-struct Line {
-    double* cells;
-    std::int32_t n, stride;
+using Line = detail::Line<double>;
 
-    double& operator[](std::int64_t i) const { return cells[i * stride]; }
-    void scale(double factor) const { detail::blas::scal(n, factor, cells, stride); }
-};
+void scale(const Line& x, double factor)
+{
+    detail::blas::scal(x.n, factor, x.cells, x.step());
+}
 
 void toZScores(const Line& x)
 {
-    double mean = 0.0;
-    for (std::int32_t i = 0; i < x.n; ++i) mean += x[i];
-    mean /= x.n;
+    const double mean = detail::sumOf(x) / x.n;
     double ss = 0.0;
     for (std::int32_t i = 0; i < x.n; ++i) {
         x[i] -= mean;
         ss += x[i] * x[i];
     }
-    if (ss != 0.0) x.scale(1.0 / std::sqrt(ss / x.n));
+    if (ss != 0.0) scale(x, 1.0 / std::sqrt(ss / x.n));
 }
 
 void toUnitLength(const Line& x)
 {
-    const double s = detail::blas::dot(x.n, x.cells, x.stride, x.cells, x.stride);
-    if (s != 0.0) x.scale(1.0 / std::sqrt(s));
+    const double s = detail::dotProduct(x, x);
+    if (s != 0.0) scale(x, 1.0 / std::sqrt(s));
 }
 
 void toMaximumOne(const Line& x)
 {
-    const double largest = x[detail::blas::iamax(x.n, x.cells, x.stride)];
-    if (largest != 0.0) x.scale(1.0 / largest);
+    const double largest = x[detail::blas::iamax(x.n, x.cells, x.step())];
+    if (largest != 0.0) scale(x, 1.0 / largest);
 }
 
 void normalize(const Line& x, NormalizeMode mode)
@@ -120,55 +119,34 @@ struct ColumnSums {
 
 double Matrix::Norm(NormType type) const
 {
-    const std::int32_t lda = detail::leadingDimension(mRows);
-    switch (type) {
-    case NormType::InfinityNorm:
-        return detail::lapack::lange('I', mRows, mCols, cells(), lda, Block<double>(mRows).get());
-    case NormType::OneNorm:
-        return detail::lapack::lange('1', mRows, mCols, cells(), lda, nullptr);
-    case NormType::MaxAbsValue:
-        return detail::lapack::lange('M', mRows, mCols, cells(), lda, nullptr);
-    default: // other values are the caller's fault; they read as FrobeniusNorm
-        return detail::lapack::lange('F', mRows, mCols, cells(), lda, nullptr);
-    }
+    return detail::normOf(type, view());
 }
 
 double Matrix::Trace() const
 {
-    double sum = 0.0;
-    for (std::int32_t i = 0; i < std::min(mRows, mCols); ++i) sum += column(i)[i];
-    return sum;
+    return detail::sumOf(view().diagonal());
 }
 
 double Matrix::RowSum(std::int32_t rowIndex) const
 {
-    requireRow(rowIndex);
-    double sum = 0.0;
-    for (std::int32_t j = 0; j < mCols; ++j) sum += column(j)[rowIndex];
-    return sum;
+    return detail::sumOf(rowLine(rowIndex));
 }
 
 double Matrix::ColSum(std::int32_t colIndex) const
 {
-    requireColumn(colIndex);
-    const double* x = column(colIndex);
-    double sum = 0.0;
-    for (std::int32_t i = 0; i < mRows; ++i) sum += x[i];
-    return sum;
+    return detail::sumOf(columnLine(colIndex));
 }
 
 double Matrix::RowsDotProduct(std::int32_t row1, std::int32_t row2) const
 {
-    requireRow(row1);
-    requireRow(row2);
-    return detail::blas::dot(mCols, cells() + row1, mRows, cells() + row2, mRows);
+    const auto x = rowLine(row1), y = rowLine(row2);
+    return detail::dotProduct(x, y);
 }
 
 double Matrix::ColsDotProduct(std::int32_t col1, std::int32_t col2) const
 {
-    requireColumn(col1);
-    requireColumn(col2);
-    return detail::blas::dot(mRows, column(col1), 1, column(col2), 1);
+    const auto x = columnLine(col1), y = columnLine(col2);
+    return detail::dotProduct(x, y);
 }
 
 // ---- statistics
@@ -233,54 +211,42 @@ double Matrix::ColCovariance(std::int32_t col1, std::int32_t col2) const
 
 void Matrix::NormalizeCols(NormalizeMode mode)
 {
-    for (std::int32_t c = 0; c < mCols; ++c) normalize({column(c), mRows, 1}, mode);
+    for (std::int32_t c = 0; c < mCols; ++c) normalize(columnLine(c), mode);
 }
 
 void Matrix::NormalizeRows(NormalizeMode mode)
 {
-    for (std::int32_t r = 0; r < mRows; ++r) normalize({cells() + r, mCols, mRows}, mode);
+    for (std::int32_t r = 0; r < mRows; ++r) normalize(rowLine(r), mode);
 }
 
 // ---- tests
 
 bool Matrix::IsSymmetric(double tolerance) const
 {
-    if (mRows != mCols) return false;
-    for (std::int32_t j = 0; j < mCols; ++j) {
-        for (std::int32_t i = j + 1; i < mRows; ++i) {
-            if (std::abs(column(j)[i] - column(i)[j]) > tolerance) return false;
-        }
-    }
-    return true;
+    return IsSquare() && detail::eachPairPasses(view(), [tolerance](double below, double above) {
+               return detail::isClose(below, above, tolerance);
+           });
 }
 
 bool Matrix::IsEqual(const Matrix& A, double tolerance) const
 {
-    if constexpr (detail::kHardened) {
-        if (A.mCells < mCells) throw InvalidOperationException("The other matrix has fewer cells.");
-    }
-    const double t = std::abs(tolerance);
-    const double *x = cells(), *y = A.cells();
-    for (std::int32_t k = 0; k < mCells; ++k) {
-        if (std::abs(y[k] - x[k]) > t) return false;
-    }
-    return true;
+    return detail::closeCells(cells(), A.cells(), mCells, A.mCells, tolerance);
 }
 
 bool Matrix::HasINFs() const
 {
-    return std::any_of(cells(), cells() + mCells, [](double x) { return std::isinf(x); });
+    return detail::anyInfinite(cells(), mCells);
 }
 
 bool Matrix::HasNaNs() const
 {
-    return std::any_of(cells(), cells() + mCells, [](double x) { return std::isnan(x); });
+    return detail::anyNaN(cells(), mCells);
 }
 
 // The opposite of what the name says; callers of the class test for it, so it stays.
 bool Matrix::IsFinite() const
 {
-    return !std::all_of(cells(), cells() + mCells, [](double x) { return std::isfinite(x); });
+    return !detail::allFinite(cells(), mCells);
 }
 
 } // namespace Velmar::Lintrix

@@ -14,28 +14,23 @@
 
 namespace Velmar::Lintrix {
 
-namespace {
-
-constexpr std::string_view kFormat = "F3", kSeparator = " ", kLeftBorder = "| ", kRightBorder = " |\n";
-constexpr std::string_view kEndMatrix = kRightBorder;
-
-} // namespace
+using detail::kDefaultFormat, detail::kMatrixEnds;
 
 // ---- text
 
 std::string Matrix::ToString() const
 {
-    return ToString(kFormat);
+    return ToString(kDefaultFormat);
 }
 
 std::string Matrix::ToString(std::string_view format) const
 {
-    return ToString(format, kSeparator);
+    return ToString(format, kMatrixEnds.separator);
 }
 
 std::string Matrix::ToString(std::string_view format, std::string_view separator) const
 {
-    return ToString(format, separator, kLeftBorder, kRightBorder, kEndMatrix);
+    return ToString(format, separator, kMatrixEnds.leftBorder, kMatrixEnds.rightBorder, kMatrixEnds.end);
 }
 
 std::string Matrix::ToString(std::string_view format, std::string_view separator, std::string_view leftBorder,
@@ -46,7 +41,8 @@ std::string Matrix::ToString(std::string_view format, std::string_view separator
 
 std::string Matrix::ToString(const std::locale& provider, std::string_view format) const
 {
-    return ToString(provider, format, kSeparator, kLeftBorder, kRightBorder, kEndMatrix);
+    return ToString(provider, format, kMatrixEnds.separator, kMatrixEnds.leftBorder, kMatrixEnds.rightBorder,
+                    kMatrixEnds.end);
 }
 
 std::string Matrix::ToString(const std::locale& provider, std::string_view format, std::string_view separator,
@@ -108,13 +104,7 @@ bool operator==(const Matrix& A, const Matrix& B)
 
 bool operator==(const Matrix& A, const Array2D<double>& array)
 {
-    if (A.mRows != array.Rows() || A.mCols != array.Cols()) return false;
-    for (std::int32_t r = 0; r < A.mRows; ++r) {
-        for (std::int32_t c = 0; c < A.mCols; ++c) {
-            if (A.column(c)[r] != array.Row(r)[c]) return false;
-        }
-    }
-    return true;
+    return detail::equalsArray(A.view(), array);
 }
 
 } // namespace Velmar::Lintrix

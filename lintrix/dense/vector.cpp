@@ -1,6 +1,8 @@
 #include <lintrix/dense/vector.h>
 
 #include <lintrix/dense/access.h>
+#include <lintrix/dense/detail/finite.h>
+#include <lintrix/dense/detail/line.h>
 #include <lintrix/dense/detail/random_fill.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/services/blas.h>
@@ -12,16 +14,6 @@
 namespace Velmar::Lintrix {
 
 using detail::Block;
-
-namespace {
-
-std::int32_t arrayLength(std::span<const double> array)
-{
-    if (array.size() > static_cast<std::size_t>(TrellConfiguration::MaxSize())) throw InvalidSizeException();
-    return static_cast<std::int32_t>(array.size());
-}
-
-} // namespace
 
 void detail::raiseVectorIndex()
 {
@@ -43,8 +35,7 @@ Vector::Vector(std::int32_t size, double value) : mCells((detail::requireSize(si
     std::fill_n(a.get(), size, value);
 }
 
-// An empty array is accepted here and nowhere else: callers hand on what they have collected.
-Vector::Vector(std::span<const double> array) : mCells(arrayLength(array)), a(mCells)
+Vector::Vector(std::span<const double> array) : mCells(detail::arrayLength(array.size())), a(mCells)
 {
     std::copy(array.begin(), array.end(), a.get());
 }
@@ -69,14 +60,9 @@ void Vector::swap(Vector& other) noexcept
     std::swap(a, other.a);
 }
 
-// A step past 32 bits, that of the diagonal below INT32_MAX rows, is never taken: two cells so far apart are
-// in no block.
 Vector detail::DenseAccess::strided(const double* source, std::int32_t size, std::int64_t step)
 {
-    Block<double> fresh(size);
-    blas::copy(size, source, static_cast<std::int32_t>(std::min<std::int64_t>(step, INT32_MAX)), fresh.get(),
-               1);
-    return adopt(std::move(fresh), size);
+    return adopt(copied(Line<const double>{source, size, step}), size);
 }
 
 Vector Vector::Clone() const
@@ -118,9 +104,7 @@ void Vector::FillRandom(double lowerBound, double upperBound, std::int32_t decim
 
 double Vector::Sum() const
 {
-    double sum = 0.0;
-    for (const double x : std::span(cells(), static_cast<std::size_t>(mCells))) sum += x;
-    return sum;
+    return detail::sumOf(detail::Line<const double>{cells(), mCells, 1});
 }
 
 double Vector::AbsSum() const
@@ -135,17 +119,17 @@ double Vector::Norm() const
 
 bool Vector::HasINFs() const
 {
-    return std::any_of(cells(), cells() + mCells, [](double x) { return std::isinf(x); });
+    return detail::anyInfinite(cells(), mCells);
 }
 
 bool Vector::HasNaNs() const
 {
-    return std::any_of(cells(), cells() + mCells, [](double x) { return std::isnan(x); });
+    return detail::anyNaN(cells(), mCells);
 }
 
 bool Vector::IsFinite() const
 {
-    return std::all_of(cells(), cells() + mCells, [](double x) { return std::isfinite(x); });
+    return detail::allFinite(cells(), mCells);
 }
 
 // ---- normalization

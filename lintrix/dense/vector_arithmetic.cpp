@@ -4,20 +4,14 @@
 #include <lintrix/dense/vector.h>
 
 #include <lintrix/dense/detail/elementwise.h>
+#include <lintrix/dense/detail/sizes.h>
 #include <lintrix/services/blas.h>
 
 #include <functional>
 
 namespace Velmar::Lintrix {
 
-namespace {
-
-void requireSameLength(const Vector& x, const Vector& y)
-{
-    if (x.Length() != y.Length()) throw SizeMismatchException("Vectors are not of the same size.");
-}
-
-} // namespace
+using detail::requireSameLength;
 
 Vector operator+(const Vector& y, double alpha)
 {

@@ -13,28 +13,23 @@
 
 namespace Velmar::Lintrix {
 
-namespace {
-
-constexpr std::string_view kFormat = "F3", kSeparator = " ", kLeftBorder = "| ", kRightBorder = " |";
-constexpr std::string_view kEndVector = "\n";
-
-} // namespace
+using detail::kDefaultFormat, detail::kVectorEnds;
 
 // ---- text
 
 std::string Vector::ToString() const
 {
-    return ToString(kFormat);
+    return ToString(kDefaultFormat);
 }
 
 std::string Vector::ToString(std::string_view format) const
 {
-    return ToString(format, kSeparator);
+    return ToString(format, kVectorEnds.separator);
 }
 
 std::string Vector::ToString(std::string_view format, std::string_view separator) const
 {
-    return ToString(format, separator, kLeftBorder, kRightBorder, kEndVector);
+    return ToString(format, separator, kVectorEnds.leftBorder, kVectorEnds.rightBorder, kVectorEnds.end);
 }
 
 std::string Vector::ToString(std::string_view format, std::string_view separator, std::string_view leftBorder,
@@ -45,7 +40,8 @@ std::string Vector::ToString(std::string_view format, std::string_view separator
 
 std::string Vector::ToString(const std::locale& provider, std::string_view format) const
 {
-    return ToString(provider, format, kSeparator, kLeftBorder, kRightBorder, kEndVector);
+    return ToString(provider, format, kVectorEnds.separator, kVectorEnds.leftBorder, kVectorEnds.rightBorder,
+                    kVectorEnds.end);
 }
 
 std::string Vector::ToString(const std::locale& provider, std::string_view format, std::string_view separator,

@@ -45,5 +45,6 @@ std::size_t Array2D<T>::offset(std::int32_t row, std::int32_t col) const
 }
 
 template class Array2D<double>;
+template class Array2D<std::complex<double>>;
 
 } // namespace Velmar::Lintrix

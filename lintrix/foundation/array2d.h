@@ -5,6 +5,7 @@
 #include <lintrix/foundation/failures.h>
 
 #include <array>
+#include <complex>
 #include <cstdint>
 #include <initializer_list>
 #include <utility>
@@ -78,5 +79,6 @@ private:
 };
 
 extern template class LINTRIX_EXPORT Array2D<double>;
+extern template class LINTRIX_EXPORT Array2D<std::complex<double>>;
 
 } // namespace Velmar::Lintrix

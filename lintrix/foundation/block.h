@@ -4,6 +4,7 @@
 
 #include <lintrix/foundation/allocators.h>
 
+#include <complex>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -19,6 +20,11 @@ inline double* allocateCells<double>(std::uint64_t cells)
     return _malloc_double(cells);
 }
 template <>
+inline std::complex<double>* allocateCells<std::complex<double>>(std::uint64_t cells)
+{
+    return reinterpret_cast<std::complex<double>*>(_malloc_Complex(cells)); // laid out alike
+}
+template <>
 inline std::int32_t* allocateCells<std::int32_t>(std::uint64_t cells)
 {
     return _malloc_int(cells);
@@ -31,6 +37,13 @@ template <>
 inline double* reallocateCells<double>(double* block, std::uint64_t cells)
 {
     return _realloc_double(block, cells);
+}
+template <>
+inline std::complex<double>* reallocateCells<std::complex<double>>(std::complex<double>* block,
+                                                                   std::uint64_t cells)
+{
+    auto* const pairs = reinterpret_cast<_TRELL_Complex*>(block);
+    return reinterpret_cast<std::complex<double>*>(_realloc_Complex(pairs, cells));
 }
 template <>
 inline std::int32_t* reallocateCells<std::int32_t>(std::int32_t* block, std::uint64_t cells)

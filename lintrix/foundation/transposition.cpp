@@ -10,8 +10,7 @@ void MKL_Domatcopy(const char& ordering, const char& trans, const std::uint64_t&
 {
     if (ordering != 'C' || trans != 'T') return;
     if (alpha == 1.0) { // a multiplication would quiet a signalling NaN
-        detail::transposeTiles(rows, cols, a, lda, b, ldb,
-                               [](const double& x) -> const double& { return x; });
+        detail::transposeTiles(rows, cols, a, lda, b, ldb, std::identity());
     } else {
         detail::transposeTiles(rows, cols, a, lda, b, ldb, [alpha](double x) { return alpha * x; });
     }

@@ -42,14 +42,25 @@ void zgemm_(const char* transa, const char* transb, const int* m, const int* n, 
 void ztrsm_(const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
             const int* n, const std::complex<double>* alpha, const std::complex<double>* a, const int* lda,
             std::complex<double>* b, const int* ldb, std::size_t, std::size_t, std::size_t, std::size_t);
+void zgemv_(const char* trans, const int* m, const int* n, const std::complex<double>* alpha,
+            const std::complex<double>* a, const int* lda, const std::complex<double>* x, const int* incx,
+            const std::complex<double>* beta, std::complex<double>* y, const int* incy, std::size_t);
+void zaxpy_(const int* n, const std::complex<double>* alpha, const std::complex<double>* x, const int* incx,
+            std::complex<double>* y, const int* incy);
 void daxpy_(const int* n, const double* alpha, const double* x, const int* incx, double* y, const int* incy);
 void cblas_dscal(int n, double alpha, double* x, int incx);
+void cblas_zscal(int n, const void* alpha, void* x, int incx);
+void cblas_zdscal(int n, double alpha, void* x, int incx);
 void cblas_dcopy(int n, const double* x, int incx, double* y, int incy);
+void cblas_zcopy(int n, const void* x, int incx, void* y, int incy);
 void cblas_dswap(int n, double* x, int incx, double* y, int incy);
 void cblas_zswap(int n, void* x, int incx, void* y, int incy);
 double cblas_ddot(int n, const double* x, int incx, const double* y, int incy);
+void cblas_zdotu_sub(int n, const void* x, int incx, const void* y, int incy, void* dotu);
 double cblas_dnrm2(int n, const double* x, int incx);
+double cblas_dznrm2(int n, const void* x, int incx);
 double cblas_dasum(int n, const double* x, int incx);
+double cblas_dzasum(int n, const void* x, int incx);
 std::size_t cblas_idamax(int n, const double* x, int incx);
 }
 
@@ -97,6 +108,24 @@ inline void gemv(const char& trans, const int& m, const int& n, const double& al
     const BlasThreadScope threads;
     dgemv_(&trans, &m, &n, &alpha, a, &lda, x, &incx, &beta, y, &incy, 1);
 }
+/// incx > 0. Not transposed, OpenBLAS's kernels read one cell past x: so the last column is multiplied apart,
+/// and the cell past the others is its own.
+inline void gemv(const char& trans, const int& m, const int& n, const std::complex<double>& alpha,
+                 const std::complex<double>* a, const int& lda, const std::complex<double>* x,
+                 const int& incx, const std::complex<double>& beta, std::complex<double>* y, const int& incy)
+{
+    const BlasThreadScope threads;
+    if (trans != 'N' || n < 1) {
+        zgemv_(&trans, &m, &n, &alpha, a, &lda, x, &incx, &beta, y, &incy, 1);
+        return;
+    }
+    const int others = n - 1, one = 1;
+    const std::ptrdiff_t last = others;
+    const std::complex<double> lastOfX[2] = {x[last * incx]}, sum = 1.0;
+    if (others > 0) zgemv_(&trans, &m, &others, &alpha, a, &lda, x, &incx, &beta, y, &incy, 1);
+    zgemv_(&trans, &m, &one, &alpha, a + last * lda, &lda, lastOfX, &one, others > 0 ? &sum : &beta, y, &incy,
+           1);
+}
 
 /// B := alpha*inv(op(A))*B (side 'L') or alpha*B*inv(op(A)) (side 'R'); A triangular, B m x n.
 inline void trsm(const char& side, const char& uplo, const char& transa, const char& diag, const int& m,
@@ -136,6 +165,12 @@ inline void axpy(const int& n, const double& alpha, const double* x, const int& 
     const BlasThreadScope threads;
     daxpy_(&n, &alpha, x, &incx, y, &incy);
 }
+inline void axpy(const int& n, const std::complex<double>& alpha, const std::complex<double>* x,
+                 const int& incx, std::complex<double>* y, const int& incy)
+{
+    const BlasThreadScope threads;
+    zaxpy_(&n, &alpha, x, &incx, y, &incy);
+}
 
 /// x := alpha*x. A zero factor multiplies, too: libraries differ in whether their routine does or clears, and
 /// clearing loses NaN, infinities and signs.
@@ -148,12 +183,41 @@ inline void scal(const int& n, const double& alpha, double* x, const int& incx)
     const BlasThreadScope threads;
     cblas_dscal(n, alpha, x, incx);
 }
+inline void scal(const int& n, const std::complex<double>& alpha, std::complex<double>* x, const int& incx)
+{
+    if (alpha == 0.0) {
+        const double re = alpha.real(), im = alpha.imag();
+        for (std::int64_t i = 0; i < n; ++i) {
+            std::complex<double>& cell = x[i * incx];
+            cell = {cell.real() * re - cell.imag() * im, cell.imag() * re + cell.real() * im};
+        }
+        return;
+    }
+    const BlasThreadScope threads;
+    cblas_zscal(n, &alpha, x, incx);
+}
+/// Each part of x by the real alpha.
+inline void scal(const int& n, const double& alpha, std::complex<double>* x, const int& incx)
+{
+    if (alpha == 0.0) {
+        for (std::int64_t i = 0; i < n; ++i) x[i * incx] *= alpha;
+        return;
+    }
+    const BlasThreadScope threads;
+    cblas_zdscal(n, alpha, x, incx);
+}
 
 /// y := x
 inline void copy(const int& n, const double* x, const int& incx, double* y, const int& incy)
 {
     const BlasThreadScope threads;
     cblas_dcopy(n, x, incx, y, incy);
+}
+inline void copy(const int& n, const std::complex<double>* x, const int& incx, std::complex<double>* y,
+                 const int& incy)
+{
+    const BlasThreadScope threads;
+    cblas_zcopy(n, x, incx, y, incy);
 }
 
 /// x <-> y
@@ -169,11 +233,19 @@ inline void swap(const int& n, std::complex<double>* x, const int& incx, std::co
     cblas_zswap(n, x, incx, y, incy);
 }
 
-/// x . y
+/// x . y; complex cells are not conjugated
 inline double dot(const int& n, const double* x, const int& incx, const double* y, const int& incy)
 {
     const BlasThreadScope threads;
     return cblas_ddot(n, x, incx, y, incy);
+}
+inline std::complex<double> dot(const int& n, const std::complex<double>* x, const int& incx,
+                                const std::complex<double>* y, const int& incy)
+{
+    const BlasThreadScope threads;
+    std::complex<double> product;
+    cblas_zdotu_sub(n, x, incx, y, incy, &product);
+    return product;
 }
 
 /// Euclidean norm of x
@@ -182,12 +254,22 @@ inline double nrm2(const int& n, const double* x, const int& incx)
     const BlasThreadScope threads;
     return cblas_dnrm2(n, x, incx);
 }
+inline double nrm2(const int& n, const std::complex<double>* x, const int& incx)
+{
+    const BlasThreadScope threads;
+    return cblas_dznrm2(n, x, incx);
+}
 
-/// Sum of the magnitudes of x
+/// Sum of the magnitudes of x; of complex cells, of those of their parts
 inline double asum(const int& n, const double* x, const int& incx)
 {
     const BlasThreadScope threads;
     return cblas_dasum(n, x, incx);
+}
+inline double asum(const int& n, const std::complex<double>* x, const int& incx)
+{
+    const BlasThreadScope threads;
+    return cblas_dzasum(n, x, incx);
 }
 
 /// Zero-based place of the first element of largest magnitude

@@ -96,6 +96,9 @@ void dbdsdc_(const char* uplo, const char* compq, const int* n, double* d, doubl
              int* info, std::size_t, std::size_t);
 double dlange_(const char* norm, const int* m, const int* n, const double* a, const int* lda, double* work,
                std::size_t);
+double zlange_(const char* norm, const int* m, const int* n, const std::complex<double>* a, const int* lda,
+               double* work, std::size_t);
+void dladiv_(const double* a, const double* b, const double* c, const double* d, double* p, double* q);
 }
 
 namespace Velmar::Lintrix::detail::lapack {
@@ -387,6 +390,19 @@ inline double lange(const char& norm, const int& m, const int& n, const double* 
 {
     const BlasThreadScope threads;
     return dlange_(&norm, &m, &n, a, &lda, work, 1);
+}
+inline double lange(const char& norm, const int& m, const int& n, const std::complex<double>* a,
+                    const int& lda, double* work)
+{
+    const BlasThreadScope threads;
+    return zlange_(&norm, &m, &n, a, &lda, work, 1);
+}
+
+/// p + iq = (a + ib) / (c + id) without needless overflow or underflow. A few operations, which no thread
+/// shares, so that no thread count is set for them.
+inline void ladiv(const double& a, const double& b, const double& c, const double& d, double& p, double& q)
+{
+    dladiv_(&a, &b, &c, &d, &p, &q);
 }
 
 } // namespace Velmar::Lintrix::detail::lapack

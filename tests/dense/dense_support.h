@@ -16,9 +16,11 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <numeric>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -35,22 +37,45 @@ inline std::vector<double> blockAt(std::intptr_t address, std::int32_t cells)
     return {block, block + cells};
 }
 
-/// The cells as they lie in memory.
-inline std::vector<double> blockOf(const Matrix& A)
+/// How many cells an object of the dense classes has, real or complex, vector or matrix.
+template <class Dense>
+std::size_t cellsIn(const Dense& object)
 {
-    return blockAt(A.DataPtr(), A.Rows() * A.Cols());
-}
-inline std::vector<double> blockOf(const Vector& x)
-{
-    return blockAt(x.DataPtr(), x.Length());
+    if constexpr (requires { object.Length(); }) {
+        return static_cast<std::size_t>(object.Length());
+    } else {
+        return static_cast<std::size_t>(object.Rows()) * static_cast<std::size_t>(object.Cols());
+    }
 }
 
-/// The same as bit patterns: tells -0.0 from 0.0, and a NaN equals itself.
+template <class Dense>
+struct CellOf {
+    using Type = decltype(std::declval<const Dense&>().Item(0, 0));
+};
+template <class Dense>
+requires requires(const Dense& object)
+{
+    object.Length();
+}
+struct CellOf<Dense> {
+    using Type = decltype(std::declval<const Dense&>().Item(0));
+};
+
+/// The cells as they lie in memory.
+template <class Dense>
+std::vector<typename CellOf<Dense>::Type> blockOf(const Dense& object)
+{
+    const auto* block = reinterpret_cast<const typename CellOf<Dense>::Type*>(object.DataPtr());
+    return {block, block + cellsIn(object)};
+}
+
+/// The same as bit patterns, one a double: tells -0.0 from 0.0, and a NaN equals itself.
 template <class Dense>
 std::vector<std::uint64_t> bitsOf(const Dense& object)
 {
-    std::vector<std::uint64_t> bits;
-    for (const double cell : blockOf(object)) bits.push_back(std::bit_cast<std::uint64_t>(cell));
+    const auto cells = blockOf(object);
+    std::vector<std::uint64_t> bits(cells.size() * sizeof(cells[0]) / sizeof(std::uint64_t));
+    if (!bits.empty()) std::memcpy(bits.data(), cells.data(), bits.size() * sizeof(std::uint64_t));
     return bits;
 }
 

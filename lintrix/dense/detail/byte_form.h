@@ -55,7 +55,7 @@ void copyToBlock(std::span<const Unit> source, Cell* cells, std::int64_t count)
 {
     const auto wanted = static_cast<std::size_t>(count) * sizeof(Cell);
     const auto bytes = std::min(wanted, source.size_bytes());
-    if (bytes > 0) std::memcpy(cells, source.data(), bytes);
+    if (bytes > 0) std::memcpy(static_cast<void*>(cells), source.data(), bytes);
     if (bytes < wanted) throw IndexOutOfRangeException();
 }
 

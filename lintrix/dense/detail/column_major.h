@@ -2,6 +2,7 @@
 /// @file
 /// Column-major block algorithms, by cell type.
 
+#include <lintrix/dense/detail/line.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/foundation/block.h>
 
@@ -20,6 +21,11 @@ struct BlockView {
 
     const Cell* column(std::int64_t col) const { return cells + rows * col; }
     const Cell& operator()(std::int64_t row, std::int64_t col) const { return column(col)[row]; }
+    /// min(rows, cols) cells; the block need not be square.
+    Line<const Cell> diagonal() const
+    {
+        return {cells, static_cast<std::int32_t>(std::min(rows, cols)), rows + 1};
+    }
 };
 
 /// Copies the leading rows x cols part of `source` (leading dimension lds) to `target` (leading dimension
@@ -55,6 +61,18 @@ Block<Cell> resized(const BlockView<Cell>& old, std::int64_t rows, std::int64_t 
     auto fresh = Block<Cell>::zeroed(count);
     fillLeading(fresh, rows, std::min(rows, old.rows), std::min(cols, old.cols), old);
     return fresh;
+}
+
+/// Whether `passes` holds for each pair of cells (i, j), (j, i) of a square block, i > j.
+template <class Cell, class Passes>
+bool eachPairPasses(const BlockView<Cell>& A, Passes passes)
+{
+    for (std::int64_t j = 0; j < A.cols; ++j) {
+        for (std::int64_t i = j + 1; i < A.rows; ++i) {
+            if (!passes(A(i, j), A(j, i))) return false;
+        }
+    }
+    return true;
 }
 
 /// `values`, which are not empty, row after row into the rows x cols block, `count` of them at most.

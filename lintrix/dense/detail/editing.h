@@ -16,6 +16,13 @@
 
 namespace Velmar::Lintrix::detail {
 
+/// 0 to end - 1. Callers compare texts: deleting and inserting say the default one, not that of the row or
+/// the column. @throws IndexOutOfBoundsException
+inline void requireEditIndex(std::int32_t index, std::int64_t end)
+{
+    if (index < 0 || index >= end) throw IndexOutOfBoundsException();
+}
+
 /// Uninitialised, of rows x cols, which may be sums. @throws NotEnoughMemoryException  also of a size past
 /// all blocks
 template <class Cell>
@@ -31,6 +38,7 @@ Block<Cell> withoutRow(const BlockView<Cell>& A, std::int64_t row)
 {
     const std::int64_t left = A.rows - 1, last = A.cols - 1;
     auto fresh = resultBlock<Cell>(left, A.cols);
+    if (A.cols == 0) return fresh;
     Cell* const target = fresh.get();
     std::copy_n(A.cells, row, target);
     for (std::int64_t j = 0; j < last; ++j) {

@@ -25,6 +25,36 @@ inline bool isFinite(const std::complex<double>& z) noexcept
     return std::isfinite(z.real()) && std::isfinite(z.imag());
 }
 
+inline bool isInfinite(double x) noexcept
+{
+    return std::isinf(x);
+}
+inline bool isInfinite(const std::complex<double>& z) noexcept
+{
+    return std::isinf(z.real()) || std::isinf(z.imag());
+}
+
+inline bool isNaN(double x) noexcept
+{
+    return std::isnan(x);
+}
+inline bool isNaN(const std::complex<double>& z) noexcept
+{
+    return std::isnan(z.real()) || std::isnan(z.imag());
+}
+
+template <class Cell>
+bool anyInfinite(const Cell* cells, std::int64_t count)
+{
+    return std::any_of(cells, cells + count, [](const Cell& cell) { return isInfinite(cell); });
+}
+
+template <class Cell>
+bool anyNaN(const Cell* cells, std::int64_t count)
+{
+    return std::any_of(cells, cells + count, [](const Cell& cell) { return isNaN(cell); });
+}
+
 template <class Cell>
 bool allFinite(const Cell* cells, std::int64_t count)
 {

@@ -7,6 +7,7 @@
 #include <lintrix/services/hardening.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace Velmar::Lintrix::detail {
@@ -15,6 +16,14 @@ namespace Velmar::Lintrix::detail {
 inline void requireSize(std::int32_t size)
 {
     if (size < 1 || size > TrellConfiguration::MaxSize()) throw InvalidSizeException();
+}
+
+/// The length of a vector from an array. An empty array is accepted here and nowhere else: callers hand on
+/// what they have collected. @throws InvalidSizeException
+inline std::int32_t arrayLength(std::size_t length)
+{
+    if (length > static_cast<std::size_t>(TrellConfiguration::MaxSize())) throw InvalidSizeException();
+    return static_cast<std::int32_t>(length);
 }
 
 /// Rows first, then columns. @throws InvalidSizeException
@@ -31,6 +40,20 @@ inline void requireForeignSizes(std::int32_t rows, std::int32_t cols)
 {
     requireSizes(rows, cols);
     if (std::int64_t{rows} * cols > INT32_MAX) throw InvalidSizeException();
+}
+
+/// Two matrices, rows first. @throws SizeMismatchException
+template <class Dense>
+void requireSameShape(const Dense& A, const Dense& B)
+{
+    if (A.Rows() != B.Rows() || A.Cols() != B.Cols()) throw SizeMismatchException();
+}
+
+/// Two vectors. @throws SizeMismatchException
+template <class Dense>
+void requireSameLength(const Dense& x, const Dense& y)
+{
+    if (x.Length() != y.Length()) throw SizeMismatchException("Vectors are not of the same size.");
 }
 
 /// rows*cols in wrapping 32-bit arithmetic.

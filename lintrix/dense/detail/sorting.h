@@ -43,9 +43,12 @@ inline std::vector<std::int32_t> inverseOf(std::span<const std::int32_t> permuta
     return inverse;
 }
 
-/// The caller's duty: the values are 0 to size-1, each once. Looked at in the hardened build alone.
-inline void requirePermutation(std::span<const std::int32_t> values)
+/// Places for `count` rows or columns. That they are 0 to count-1, each once, is the caller's duty, looked at
+/// in the hardened build alone. @throws SizeMismatchException  another length
+inline void requirePlaces(std::span<const std::int32_t> values, std::int32_t count)
 {
+    if (values.size() != static_cast<std::size_t>(count))
+        throw SizeMismatchException("Array size does not match.");
     if constexpr (kHardened) {
         std::vector<bool> seen(values.size());
         for (const std::int32_t value : values) {
