@@ -60,6 +60,11 @@ double oneNorm(const M& A);
 /// Plain triple loop: the judge of products.
 template <class M>
 M naiveProduct(const M& A, const M& B);
+/// Also of vectors, which convert.
+inline Matrix naiveProduct(const Matrix& A, const Matrix& B)
+{
+    return naiveProduct<Matrix>(A, B);
+}
 template <class M>
 M naiveTranspose(const M& A);
 /// The conjugate transpose.
