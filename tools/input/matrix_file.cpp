@@ -63,9 +63,9 @@ Matrix readColumns<double>(MatrixMarketReader& reader)
 }
 
 template <>
-ComplexColumns readColumns<ComplexNumber>(MatrixMarketReader& reader)
+CMatrix readColumns<ComplexNumber>(MatrixMarketReader& reader)
 {
-    return columnsOf(reader.ReadTriplets());
+    return reader.ReadComplexDense();
 }
 
 } // namespace Velmar::Lintrix::tools

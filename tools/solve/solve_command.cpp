@@ -85,20 +85,10 @@ void warn(const SolveReport& report)
     }
 }
 
-void writeArray(const MatrixMarketSink& sink, const Matrix& X)
-{
-    WriteMatrixMarket(sink, X);
-}
-
-void writeArray(const MatrixMarketSink& sink, const ComplexColumns& X)
-{
-    WriteMatrixMarket(sink, {.rows = X.Rows(), .cols = X.Cols(), .cells = X.cells()});
-}
-
-void write(const std::variant<Matrix, ComplexColumns>& X, OutputFile& out)
+void write(const std::variant<Matrix, CMatrix>& X, OutputFile& out)
 {
     const MatrixMarketSink sink = [&out](std::string_view text) { out.write(text); };
-    std::visit([&sink](const auto& columns) { writeArray(sink, columns); }, X);
+    std::visit([&sink](const auto& columns) { WriteMatrixMarket(sink, columns); }, X);
     out.close();
 }
 
