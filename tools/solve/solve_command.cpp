@@ -87,9 +87,7 @@ void warn(const SolveReport& report)
 
 void write(const std::variant<Matrix, CMatrix>& X, OutputFile& out)
 {
-    const MatrixMarketSink sink = [&out](std::string_view text) { out.write(text); };
-    std::visit([&sink](const auto& columns) { WriteMatrixMarket(sink, columns); }, X);
-    out.close();
+    std::visit([&out](const auto& columns) { writeMatrix(out, columns); }, X);
 }
 
 } // namespace
