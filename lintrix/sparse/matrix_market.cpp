@@ -1,5 +1,6 @@
 #include <lintrix/sparse/matrix_market.h>
 
+#include <lintrix/complex/access.h>
 #include <lintrix/dense/access.h>
 #include <lintrix/sparse/detail/line_reader.h>
 #include <lintrix/sparse/detail/market_words.h>
@@ -66,6 +67,17 @@ std::function<void(const LineReader&)> onChunk(MatrixMarketReader::ProgressFunct
     };
 }
 
+/// What stands on the other side of the diagonal.
+double across(Symmetry symmetry, double value)
+{
+    return symmetry == Symmetry::SkewSymmetric ? -value : value;
+}
+std::complex<double> across(Symmetry symmetry, std::complex<double> value)
+{
+    if (symmetry == Symmetry::Hermitian) return std::conj(value);
+    return symmetry == Symmetry::SkewSymmetric ? -value : value;
+}
+
 } // namespace
 
 /// The grammar of a file, line by line.
@@ -84,9 +96,14 @@ public:
     /// sure that the file ends behind them.
     template <class Cell, class Take>
     void readEntries(Take take);
-    /// The same for a real matrix, mirrored entries included.
-    template <class Take>
+    /// The same, mirrored entries included.
+    template <class Cell, class Take>
     void readBothTriangles(Take take);
+    /// @throws FileFormatException  more cells than a dense matrix holds
+    void requireDenseSize() const;
+    /// All cells, into those of a matrix of zeros.
+    template <class Cell>
+    void readCells(Cell* cells);
 
 private:
     std::optional<std::string_view> nextContent();
@@ -262,16 +279,15 @@ void MatrixMarketReader::Parser::readEntries(Take take)
     }
 }
 
-template <class Take>
+template <class Cell, class Take>
 void MatrixMarketReader::Parser::readBothTriangles(Take take)
 {
     const bool mirrored = header_.symmetry != Symmetry::General;
-    const double sign = header_.symmetry == Symmetry::SkewSymmetric ? -1.0 : 1.0;
     std::int64_t pairs = 0;
-    readEntries<double>([&](std::int32_t row, std::int32_t col, double value) {
+    readEntries<Cell>([&](std::int32_t row, std::int32_t col, const Cell& value) {
         take(row, col, value);
         if (!mirrored || row == col) return;
-        take(col, row, sign * value);
+        take(col, row, across(header_.symmetry, value));
         ++pairs;
     });
     entriesRead_ += pairs;
@@ -435,31 +451,49 @@ SparseMatrix MatrixMarketReader::ReadSparse(MatrixMarketStorage storage)
     if (upper) {
         parser_->readEntries<double>(add);
     } else {
-        parser_->readBothTriangles(add);
+        parser_->readBothTriangles<double>(add);
     }
     return entries.Assemble();
+}
+
+void MatrixMarketReader::Parser::requireDenseSize() const
+{
+    const std::int64_t rows = header_.rows, cols = header_.cols;
+    if (rows * cols <= INT32_MAX) return;
+    throw FileFormatException(header_.file, header_.sizeLine,
+                              "a dense " + std::to_string(rows) + " x " + std::to_string(cols) +
+                                  " matrix has " + std::to_string(rows * cols) + " cells, more than " +
+                                  std::to_string(INT32_MAX));
+}
+
+template <class Cell>
+void MatrixMarketReader::Parser::readCells(Cell* cells)
+{
+    const std::int64_t rows = header_.rows;
+    // An array gives each cell once, and a sum would lose the sign of its -0.0.
+    if (header_.form == Form::Array) {
+        readBothTriangles<Cell>(
+            [=](std::int64_t row, std::int64_t col, const Cell& value) { cells[row + rows * col] = value; });
+    } else {
+        readBothTriangles<Cell>(
+            [=](std::int64_t row, std::int64_t col, const Cell& value) { cells[row + rows * col] += value; });
+    }
 }
 
 Matrix MatrixMarketReader::ReadDense()
 {
     parser_->requireReal();
-    const std::int64_t rows = Header().rows, cols = Header().cols;
-    if (rows * cols > INT32_MAX) {
-        throw FileFormatException(Header().file, Header().sizeLine,
-                                  "a dense " + std::to_string(rows) + " x " + std::to_string(cols) +
-                                      " matrix has " + std::to_string(rows * cols) + " cells, more than " +
-                                      std::to_string(INT32_MAX));
-    }
+    parser_->requireDenseSize();
     Matrix matrix(Header().rows, Header().cols);
-    double* const cells = DenseAccess::cells(matrix);
-    // An array gives each cell once, and a sum would lose the sign of its -0.0.
-    if (Header().form == Form::Array) {
-        parser_->readBothTriangles(
-            [=](std::int64_t row, std::int64_t col, double value) { cells[row + rows * col] = value; });
-    } else {
-        parser_->readBothTriangles(
-            [=](std::int64_t row, std::int64_t col, double value) { cells[row + rows * col] += value; });
-    }
+    parser_->readCells(DenseAccess::cells(matrix));
+    return matrix;
+}
+
+CMatrix MatrixMarketReader::ReadComplexDense()
+{
+    parser_->requireDenseSize();
+    CMatrix matrix(Header().rows, Header().cols);
+    parser_->readCells(ComplexAccess::cells(matrix));
     return matrix;
 }
 
@@ -498,6 +532,16 @@ Matrix ReadMatrixMarketDense(const std::string& path)
 Matrix ReadMatrixMarketDense(std::istream& in)
 {
     return MatrixMarketReader(in).ReadDense();
+}
+
+CMatrix ReadMatrixMarketComplexDense(const std::string& path)
+{
+    return MatrixMarketReader(path).ReadComplexDense();
+}
+
+CMatrix ReadMatrixMarketComplexDense(std::istream& in)
+{
+    return MatrixMarketReader(in).ReadComplexDense();
 }
 
 MatrixMarketTriplets ReadMatrixMarketTriplets(const std::string& path)

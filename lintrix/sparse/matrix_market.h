@@ -20,6 +20,7 @@
 /// numbers without regard to the locale; a leading "+" and the exponent letter D are taken. A value too small
 /// for a double is zero.
 
+#include <lintrix/complex/cmatrix.h>
 #include <lintrix/dense/matrix.h>
 #include <lintrix/services/export.h>
 #include <lintrix/sparse/file_format_exception.h>
@@ -61,12 +62,6 @@ struct MatrixMarketTriplets {
     MatrixMarketSymmetry symmetry = MatrixMarketSymmetry::General;
     std::vector<std::int32_t> rowIndices{}, colIndices{}; ///< from 0
     std::vector<std::complex<double>> values{};           ///< 1 in a pattern
-};
-
-/// Complex numbers to be written as an array file: those of a dense rows x cols matrix, column by column.
-struct MatrixMarketArray {
-    std::int32_t rows = 1, cols = 1;
-    std::span<const std::complex<double>> cells{}; ///< rows*cols of them, which the caller holds
 };
 
 /// How far the reading is.
@@ -112,6 +107,9 @@ public:
     ///         2147483647", at the size line
     Matrix ReadDense();
 
+    /// The same of a file of any field; real numbers have no imaginary parts.
+    CMatrix ReadComplexDense();
+
     MatrixMarketTriplets ReadTriplets();
 
     /// Entries read, those counted twice that a symmetry mirrors.
@@ -129,23 +127,24 @@ LINTRIX_EXPORT SparseMatrix ReadMatrixMarket(const std::string& path);
 LINTRIX_EXPORT SparseMatrix ReadMatrixMarket(std::istream& in);
 LINTRIX_EXPORT Matrix ReadMatrixMarketDense(const std::string& path);
 LINTRIX_EXPORT Matrix ReadMatrixMarketDense(std::istream& in);
+LINTRIX_EXPORT CMatrix ReadMatrixMarketComplexDense(const std::string& path);
+LINTRIX_EXPORT CMatrix ReadMatrixMarketComplexDense(std::istream& in);
 LINTRIX_EXPORT MatrixMarketTriplets ReadMatrixMarketTriplets(const std::string& path);
 LINTRIX_EXPORT MatrixMarketTriplets ReadMatrixMarketTriplets(std::istream& in);
 /// @}
 
 /// @name Writing
 /// A sparse matrix becomes a coordinate file, general or symmetric as its flag says, stored zeros among the
-/// entries; a dense one an array file, of complex numbers by way of `MatrixMarketArray`; triplets a
-/// coordinate file of their field and symmetry. Each number has as many digits as bring it back bit by bit,
-/// so integers are those that a double holds.
+/// entries; a dense one an array file; triplets a coordinate file of their field and symmetry. Each number
+/// has as many digits as bring it back bit by bit, so integers are those that a double holds.
 ///
 /// A file whose name ends in ".gz" is compressed. It is written in place: what stood there is gone, and after
 /// a failure what has been written stands. Streams and sinks get plain text.
 /// @throws ArgumentException    before anything is written: a value is NaN or infinite, "Matrix Market files
 ///         hold finite numbers only"; with triplets also one that its field or symmetry does not hold; a
 ///         sparse matrix marked symmetric stores more than its upper triangle, "A symmetric matrix has
-///         elements below its diagonal"; "An array has rows*cols cells", parameter "array"
-/// @throws InvalidSizeException  an array or triplets with less than one row or column
+///         elements below its diagonal"
+/// @throws InvalidSizeException  triplets with less than one row or column
 /// @throws NotSquareMatrixException  a sparse matrix is marked symmetric and is not square
 /// @throws FileFormatException  "FILE: cannot be opened: ..."; "FILE: cannot be written: ..."
 /// @{
@@ -156,15 +155,15 @@ using MatrixMarketSink = std::function<void(std::string_view)>;
 LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const SparseMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const Matrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const MatrixMarketTriplets& triplets);
-LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const MatrixMarketArray& array);
+LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const CMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const SparseMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const Matrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const MatrixMarketTriplets& triplets);
-LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const MatrixMarketArray& array);
+LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const CMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const SparseMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const Matrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const MatrixMarketTriplets& triplets);
-LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const MatrixMarketArray& array);
+LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const CMatrix& matrix);
 /// @}
 
 } // namespace Velmar::Lintrix

@@ -1,3 +1,5 @@
+#include <lintrix/complex/access.h>
+#include <lintrix/complex/detail/parts.h>
 #include <lintrix/dense/access.h>
 #include <lintrix/sparse/detail/byte_sink.h>
 #include <lintrix/sparse/detail/market_words.h>
@@ -65,10 +67,19 @@ void requireFinite(std::span<const double> values)
     throw ArgumentException("Matrix Market files hold finite numbers only", "matrix");
 }
 
-std::span<const double> cellsOf(const Matrix& matrix)
+std::size_t countOf(std::int32_t rows, std::int32_t cols)
 {
-    return {DenseAccess::cells(matrix),
-            static_cast<std::size_t>(matrix.Rows()) * static_cast<std::size_t>(matrix.Cols())};
+    return static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols);
+}
+
+/// The numbers of a dense matrix, column by column; of complex cells both parts.
+std::span<const double> numbersOf(const Matrix& matrix)
+{
+    return {DenseAccess::cells(matrix), countOf(matrix.Rows(), matrix.Cols())};
+}
+std::span<const double> numbersOf(const CMatrix& matrix)
+{
+    return {partsOf(ComplexAccess::cells(matrix)), 2 * countOf(matrix.Rows(), matrix.Cols())};
 }
 
 /// Integers up to 2^53, all of which a double holds.
@@ -156,19 +167,12 @@ void requireSound(const SparseMatrix& matrix)
 
 void requireSound(const Matrix& matrix)
 {
-    requireFinite(cellsOf(matrix));
+    requireFinite(numbersOf(matrix));
 }
 
-void requireSound(const MatrixMarketArray& array)
+void requireSound(const CMatrix& matrix)
 {
-    if (array.rows < 1 || array.cols < 1) throw InvalidSizeException();
-    if (array.cells.size() != static_cast<std::size_t>(array.rows) * static_cast<std::size_t>(array.cols))
-        throw ArgumentException("An array has rows*cols cells", "array");
-    const auto isFinite = [](std::complex<double> cell) {
-        return std::isfinite(cell.real()) && std::isfinite(cell.imag());
-    };
-    if (!std::ranges::all_of(array.cells, isFinite))
-        throw ArgumentException("Matrix Market files hold finite numbers only", "array");
+    requireFinite(numbersOf(matrix));
 }
 
 /// Row by row; of a symmetric matrix row i of the upper triangle is written as column i of the lower one.
@@ -199,7 +203,7 @@ void writeText(const MatrixMarketSink& sink, const Matrix& matrix)
     text.header("array", Field::Real, Symmetry::General);
     text.number(matrix.Rows(), ' ');
     text.number(matrix.Cols(), '\n');
-    for (const double value : cellsOf(matrix)) text.number(value, '\n');
+    for (const double value : numbersOf(matrix)) text.number(value, '\n');
     text.flush();
 }
 
@@ -226,15 +230,16 @@ void writeText(const MatrixMarketSink& sink, const MatrixMarketTriplets& triplet
     text.flush();
 }
 
-void writeText(const MatrixMarketSink& sink, const MatrixMarketArray& array)
+void writeText(const MatrixMarketSink& sink, const CMatrix& matrix)
 {
     TextPieces text(sink);
     text.header("array", Field::ComplexNumber, Symmetry::General);
-    text.number(array.rows, ' ');
-    text.number(array.cols, '\n');
-    for (const std::complex<double> cell : array.cells) {
-        text.number(cell.real(), ' ');
-        text.number(cell.imag(), '\n');
+    text.number(matrix.Rows(), ' ');
+    text.number(matrix.Cols(), '\n');
+    const auto parts = numbersOf(matrix);
+    for (std::size_t k = 0; k < parts.size(); k += 2) {
+        text.number(parts[k], ' ');
+        text.number(parts[k + 1], '\n');
     }
     text.flush();
 }
@@ -281,9 +286,9 @@ void WriteMatrixMarket(const std::string& path, const MatrixMarketTriplets& trip
     writeFile(path, triplets);
 }
 
-void WriteMatrixMarket(const std::string& path, const MatrixMarketArray& array)
+void WriteMatrixMarket(const std::string& path, const CMatrix& matrix)
 {
-    writeFile(path, array);
+    writeFile(path, matrix);
 }
 
 void WriteMatrixMarket(const MatrixMarketSink& sink, const SparseMatrix& matrix)
@@ -301,9 +306,9 @@ void WriteMatrixMarket(const MatrixMarketSink& sink, const MatrixMarketTriplets&
     writeTo(sink, triplets);
 }
 
-void WriteMatrixMarket(const MatrixMarketSink& sink, const MatrixMarketArray& array)
+void WriteMatrixMarket(const MatrixMarketSink& sink, const CMatrix& matrix)
 {
-    writeTo(sink, array);
+    writeTo(sink, matrix);
 }
 
 void WriteMatrixMarket(std::ostream& out, const SparseMatrix& matrix)
@@ -321,9 +326,9 @@ void WriteMatrixMarket(std::ostream& out, const MatrixMarketTriplets& triplets)
     writeTo(sinkInto(out), triplets);
 }
 
-void WriteMatrixMarket(std::ostream& out, const MatrixMarketArray& array)
+void WriteMatrixMarket(std::ostream& out, const CMatrix& matrix)
 {
-    writeTo(sinkInto(out), array);
+    writeTo(sinkInto(out), matrix);
 }
 
 } // namespace Velmar::Lintrix

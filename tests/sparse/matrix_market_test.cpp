@@ -3,6 +3,7 @@
 
 #include <lintrix/sparse/matrix_market.h>
 
+#include <tests/support/expect_failure.h>
 #include <tests/support/files.h>
 #include <tests/support/matrices.h>
 
@@ -303,6 +304,32 @@ TEST(MatrixMarketReader, ComplexFilesAreReadAsTriplets)
     EXPECT_THAT(read.rowIndices, ElementsAre(0, 1));
     EXPECT_THAT(read.colIndices, ElementsAre(0, 0));
     EXPECT_THAT(read.values, ElementsAre(Complex(3, 0), Complex(-1.5, 2)));
+}
+
+TEST(MatrixMarketReader, ComplexMatricesAreReadDenseWithBothTriangles)
+{
+    const auto read = [](const std::string& text) {
+        std::stringstream file("%%MatrixMarket matrix " + text);
+        return ReadMatrixMarketComplexDense(file);
+    };
+    using namespace std::complex_literals;
+    const auto expectCells = [](const CMatrix& A, const CMatrix& expected) { EXPECT_TRUE(A == expected); };
+    expectCells(read("coordinate complex hermitian\n2 2 2\n1 1 3 0\n2 1 -1.5 2D0\n"),
+                CMatrix{{3.0, -1.5 - 2i}, {-1.5 + 2i, 0.0}});
+    expectCells(read("array complex skew-symmetric\n2 2\n1 2\n"), CMatrix{{0.0, -1.0 - 2i}, {1.0 + 2i, 0.0}});
+    expectCells(read("coordinate complex symmetric\n2 2 2\n2 1 0 1\n2 1 1 0\n"), // added up
+                CMatrix{{0.0, 1.0 + 1i}, {1.0 + 1i, 0.0}});
+    expectCells(read("array real general\n1 2\n5\n-7\n"), CMatrix{{5.0, -7.0}});
+    expectCells(read("coordinate pattern general\n1 2 1\n1 2\n"), CMatrix{{0.0, 1.0}});
+}
+
+TEST(MatrixMarketReader, ComplexMatricesOfTooManyCellsAreRefusedAtTheSizeLine)
+{
+    std::stringstream file("%%MatrixMarket matrix coordinate complex general\n65536 65536 0\n");
+    expectFailure<FileFormatException>(
+        [&] { ReadMatrixMarketComplexDense(file); },
+        "stream:2: a dense 65536 x 65536 matrix has 4294967296 cells, more than "
+        "2147483647");
 }
 
 TEST(MatrixMarketReader, ComplexArraysGoColumnByColumn)

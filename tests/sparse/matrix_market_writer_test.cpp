@@ -58,40 +58,32 @@ TEST(MatrixMarketWriter, DenseMatricesBecomeArraysWithTheShortestDigits)
 
 TEST(MatrixMarketWriter, ComplexArraysHaveTwoNumbersALine)
 {
-    const std::vector<Complex> cells{{1.0, -0.5}, {0.0, 1e300}};
-    EXPECT_EQ(textOf(MatrixMarketArray{2, 1, cells}),
+    EXPECT_EQ(textOf(CMatrix{{{1.0, -0.5}}, {{0.0, 1e300}}}),
               "%%MatrixMarket matrix array complex general\n2 1\n1 -0.5\n0 1e+300\n");
 }
 
 TEST(MatrixMarketWriter, EveryComplexCellComesBackBitByBit)
 {
     const std::vector<double> values = anyValues(2000);
-    std::vector<Complex> cells;
-    for (std::size_t k = 0; k < values.size(); k += 2) cells.emplace_back(values[k], values[k + 1]);
-    std::stringstream file(textOf(MatrixMarketArray{100, 10, cells}));
-    const MatrixMarketTriplets back = ReadMatrixMarketTriplets(file);
-    ASSERT_EQ(back.values.size(), cells.size());
-    for (std::size_t k = 0; k < cells.size(); ++k) {
-        EXPECT_TRUE(sameBits(back.values[k].real(), cells[k].real()));
-        EXPECT_TRUE(sameBits(back.values[k].imag(), cells[k].imag()));
-        EXPECT_EQ(back.rowIndices[k] + 100 * back.colIndices[k], static_cast<int>(k));
+    CMatrix A(100, 10);
+    for (int k = 0; k < 1000; ++k) {
+        const auto at = 2 * static_cast<std::size_t>(k);
+        A(k % 100, k / 100) = {values[at], values[at + 1]};
+    }
+    std::stringstream file(textOf(A));
+    const CMatrix back = ReadMatrixMarketComplexDense(file);
+    ASSERT_EQ(back.Rows(), 100);
+    ASSERT_EQ(back.Cols(), 10);
+    for (int k = 0; k < 1000; ++k) {
+        EXPECT_TRUE(sameBits(back(k % 100, k / 100).real(), A(k % 100, k / 100).real()));
+        EXPECT_TRUE(sameBits(back(k % 100, k / 100).imag(), A(k % 100, k / 100).imag()));
     }
 }
 
-TEST(MatrixMarketWriter, ArraysThatNoFileHoldsAreRefused)
+TEST(MatrixMarketWriter, ComplexArraysThatNoFileHoldsAreRefused)
 {
-    const std::vector<Complex> two(2), notFinite{{0.0, kNaN}, {kInfinity, 0.0}};
-    expectFailure<InvalidSizeException>(
-        [&] {
-            textOf(MatrixMarketArray{0, 2, two});
-        },
-        "Invalid number of rows or columns.");
-    expectFailure<ArgumentException>(
-        [&] {
-            textOf(MatrixMarketArray{2, 2, two});
-        },
-        "An array has rows*cols cells");
-    expectFailure<ArgumentException>([&] { textOf(MatrixMarketArray{2, 1, notFinite}); }, kFinite);
+    expectFailure<ArgumentException>([&] { textOf(CMatrix{{{0.0, kNaN}}, {1.0}}); }, kFinite);
+    expectFailure<ArgumentException>([&] { textOf(CMatrix{{1.0}, {{kInfinity, 0.0}}}); }, kFinite);
 }
 
 TEST(MatrixMarketWriter, SparseMatricesGoRowByRowWithStoredZeros)

@@ -3,6 +3,7 @@
 
 #include <tools/input/compressed_rows.h>
 
+#include <lintrix/complex/cmatrix.h>
 #include <lintrix/dense/matrix.h>
 
 #include <algorithm>
@@ -11,54 +12,32 @@
 
 namespace Velmar::Lintrix::tools {
 
-/// Complex columns, with as much of what `Matrix` offers as the command needs.
-class ComplexColumns {
-public:
-    ComplexColumns(std::int32_t rows, std::int32_t cols)
-        : rows_(rows), cells_(static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols))
-    {
-    }
-
-    std::int32_t Rows() const noexcept { return rows_; }
-    std::int32_t Cols() const noexcept
-    {
-        return static_cast<std::int32_t>(cells_.size() / static_cast<std::size_t>(rows_));
-    }
-    /// Keeps the first `cols` columns, or adds columns of zeros.
-    void Cols(std::int32_t cols)
-    {
-        cells_.resize(static_cast<std::size_t>(rows_) * static_cast<std::size_t>(cols));
-    }
-    std::vector<ComplexNumber>& cells() noexcept { return cells_; }
-    const std::vector<ComplexNumber>& cells() const noexcept { return cells_; }
-
-private:
-    std::int32_t rows_;
-    std::vector<ComplexNumber> cells_;
-};
-
 /// Columns of elements of type Cell.
 template <class Cell>
-using Columns = std::conditional_t<kIsComplex<Cell>, ComplexColumns, Matrix>;
+using Columns = std::conditional_t<kIsComplex<Cell>, CMatrix, Matrix>;
+
+template <class Block>
+std::size_t cellCount(const Block& matrix)
+{
+    return static_cast<std::size_t>(matrix.Rows()) * static_cast<std::size_t>(matrix.Cols());
+}
 
 /// The cells, column by column.
 inline std::span<const double> cellsOf(const Matrix& matrix)
 {
-    const auto cells = static_cast<std::size_t>(matrix.Rows()) * static_cast<std::size_t>(matrix.Cols());
-    return {reinterpret_cast<const double*>(matrix.DataPtr()), cells};
+    return {reinterpret_cast<const double*>(matrix.DataPtr()), cellCount(matrix)};
 }
 inline std::span<double> cellsOf(Matrix& matrix)
 {
-    const auto cells = static_cast<std::size_t>(matrix.Rows()) * static_cast<std::size_t>(matrix.Cols());
-    return {reinterpret_cast<double*>(matrix.DataPtr()), cells};
+    return {reinterpret_cast<double*>(matrix.DataPtr()), cellCount(matrix)};
 }
-inline std::span<const ComplexNumber> cellsOf(const ComplexColumns& columns)
+inline std::span<const ComplexNumber> cellsOf(const CMatrix& matrix)
 {
-    return columns.cells();
+    return {reinterpret_cast<const ComplexNumber*>(matrix.DataPtr()), cellCount(matrix)};
 }
-inline std::span<ComplexNumber> cellsOf(ComplexColumns& columns)
+inline std::span<ComplexNumber> cellsOf(CMatrix& matrix)
 {
-    return columns.cells();
+    return {reinterpret_cast<ComplexNumber*>(matrix.DataPtr()), cellCount(matrix)};
 }
 
 /// Those of column j.

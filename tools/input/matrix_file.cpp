@@ -34,6 +34,18 @@ MatrixMarketReader openMatrix(const std::string& file, Progress& progress)
     return MatrixMarketReader(std::cin, "<stdin>", progressOf("<stdin>", progress));
 }
 
+void writeMatrix(OutputFile& file, const Matrix& matrix)
+{
+    WriteMatrixMarket([&file](std::string_view text) { file.write(text); }, matrix);
+    file.close();
+}
+
+void writeMatrix(OutputFile& file, const CMatrix& matrix)
+{
+    WriteMatrixMarket([&file](std::string_view text) { file.write(text); }, matrix);
+    file.close();
+}
+
 bool isComplex(const MatrixMarketReader& reader)
 {
     return reader.Header().field == MatrixMarketField::ComplexNumber;
@@ -63,9 +75,9 @@ Matrix readColumns<double>(MatrixMarketReader& reader)
 }
 
 template <>
-ComplexColumns readColumns<ComplexNumber>(MatrixMarketReader& reader)
+CMatrix readColumns<ComplexNumber>(MatrixMarketReader& reader)
 {
-    return columnsOf(reader.ReadTriplets());
+    return reader.ReadComplexDense();
 }
 
 } // namespace Velmar::Lintrix::tools

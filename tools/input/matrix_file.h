@@ -2,6 +2,7 @@
 // The matrix files that the command is given.
 
 #include <tools/input/columns.h>
+#include <tools/support/output_file.h>
 #include <tools/support/progress.h>
 
 #include <lintrix/sparse/matrix_market.h>
@@ -13,6 +14,10 @@ namespace Velmar::Lintrix::tools {
 /// Reads as far as the size line. "-" is standard input. Where reading takes long, `progress` tells how far
 /// it is; it must outlive the reader.
 MatrixMarketReader openMatrix(const std::string& file, Progress& progress);
+
+/// The dense matrix as an array file; closes `file`.
+void writeMatrix(OutputFile& file, const Matrix& matrix);
+void writeMatrix(OutputFile& file, const CMatrix& matrix);
 
 /// By the word in the header, whatever the numbers are.
 bool isComplex(const MatrixMarketReader& reader);

@@ -72,14 +72,4 @@ CompressedRows<ComplexNumber> rowsOf(const MatrixMarketTriplets& triplets, Matri
     return rows;
 }
 
-ComplexColumns columnsOf(const MatrixMarketTriplets& triplets)
-{
-    ComplexColumns columns(triplets.rows, triplets.cols);
-    const auto height = static_cast<std::size_t>(triplets.rows);
-    forEachEntry(triplets, false, [&](std::int32_t row, std::int32_t col, ComplexNumber value) {
-        columns.cells()[static_cast<std::size_t>(row) + height * static_cast<std::size_t>(col)] += value;
-    });
-    return columns;
-}
-
 } // namespace Velmar::Lintrix::tools

@@ -1,7 +1,6 @@
 #pragma once
 // From the entries of a file, in any order, to a complex matrix.
 
-#include <tools/input/columns.h>
 #include <tools/input/compressed_rows.h>
 
 #include <lintrix/sparse/matrix_market.h>
@@ -11,8 +10,5 @@ namespace Velmar::Lintrix::tools {
 /// Entries at one place are added up in the order of the file. `storage` means what it does for a real
 /// matrix, a hermitian file being stored like a symmetric one.
 CompressedRows<ComplexNumber> rowsOf(const MatrixMarketTriplets& triplets, MatrixMarketStorage storage);
-
-/// The full matrix, likewise.
-ComplexColumns columnsOf(const MatrixMarketTriplets& triplets);
 
 } // namespace Velmar::Lintrix::tools

@@ -201,13 +201,13 @@ bool allFinite(const Matrix& X)
 }
 
 template Matrix probeSolution<double>(std::int32_t);
-template ComplexColumns probeSolution<ComplexNumber>(std::int32_t);
+template CMatrix probeSolution<ComplexNumber>(std::int32_t);
 template ProbedQuality judge(const CompressedRows<double>&, const Matrix&, const Matrix&, const Matrix&);
-template ProbedQuality judge(const CompressedRows<ComplexNumber>&, const ComplexColumns&,
-                             const ComplexColumns&, const ComplexColumns&);
+template ProbedQuality judge(const CompressedRows<ComplexNumber>&, const CMatrix&, const CMatrix&,
+                             const CMatrix&);
 template double largestDifference(const Matrix&, const Matrix&);
-template double largestDifference(const ComplexColumns&, const ComplexColumns&);
+template double largestDifference(const CMatrix&, const CMatrix&);
 template double probeError(const Matrix&, const Matrix&);
-template double probeError(const ComplexColumns&, const ComplexColumns&);
+template double probeError(const CMatrix&, const CMatrix&);
 
 } // namespace Velmar::Lintrix::tools

@@ -85,21 +85,9 @@ void warn(const SolveReport& report)
     }
 }
 
-void writeArray(const MatrixMarketSink& sink, const Matrix& X)
+void write(const std::variant<Matrix, CMatrix>& X, OutputFile& out)
 {
-    WriteMatrixMarket(sink, X);
-}
-
-void writeArray(const MatrixMarketSink& sink, const ComplexColumns& X)
-{
-    WriteMatrixMarket(sink, {.rows = X.Rows(), .cols = X.Cols(), .cells = X.cells()});
-}
-
-void write(const std::variant<Matrix, ComplexColumns>& X, OutputFile& out)
-{
-    const MatrixMarketSink sink = [&out](std::string_view text) { out.write(text); };
-    std::visit([&sink](const auto& columns) { writeArray(sink, columns); }, X);
-    out.close();
+    std::visit([&out](const auto& columns) { writeMatrix(out, columns); }, X);
 }
 
 } // namespace

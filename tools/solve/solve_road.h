@@ -22,7 +22,7 @@ struct SystemFiles {
 };
 
 struct Solution {
-    std::optional<std::variant<Matrix, ComplexColumns>> x; ///< n x nrhs, where there is one to keep
+    std::optional<std::variant<Matrix, CMatrix>> x; ///< n x nrhs, where there is one to keep
     Verdict verdict = Verdict::Failed;
     std::string complaint; ///< of a failed one, in words
 };

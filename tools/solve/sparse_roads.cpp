@@ -252,8 +252,7 @@ SparseAnswer<Cell> solveSparse(SparseSystem<Cell>& system, const Columns<Cell>& 
 
 template SparseAnswer<double> solveSparse(SparseSystem<double>&, const Matrix&, const Matrix&, Road,
                                           const SparseOptions&, StepTimes&);
-template SparseAnswer<ComplexNumber> solveSparse(SparseSystem<ComplexNumber>&, const ComplexColumns&,
-                                                 const ComplexColumns&, Road, const SparseOptions&,
-                                                 StepTimes&);
+template SparseAnswer<ComplexNumber> solveSparse(SparseSystem<ComplexNumber>&, const CMatrix&, const CMatrix&,
+                                                 Road, const SparseOptions&, StepTimes&);
 
 } // namespace Velmar::Lintrix::tools

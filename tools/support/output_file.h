@@ -5,6 +5,7 @@
 #include <tools/support/temporary_files.h>
 
 #include <cstddef>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -46,6 +47,23 @@ private:
     std::optional<GzipStream> gzip_;
     bool direct_ = false;
     int descriptor_ = -1;
+};
+
+/// The files of one run, which appear together: opened before any work, written in that order.
+class OutputFiles {
+public:
+    void open(const std::string& target) { files_.emplace_back(target); }
+    bool isEmpty() const noexcept { return files_.empty(); }
+    /// The first file that has not been asked for.
+    OutputFile& next() { return files_.at(used_++); }
+    void commit()
+    {
+        for (OutputFile& file : files_) file.commit();
+    }
+
+private:
+    std::deque<OutputFile> files_;
+    std::size_t used_ = 0;
 };
 
 /// What is wrong with the name of a file to be written, in words; nothing when there is one.

@@ -4,9 +4,32 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include <png.h>
 
 namespace Velmar::Lintrix::tools {
+
+void fillSquare(GreyImage& image, double x, double y, int radius, std::uint8_t grey)
+{
+    const int left = static_cast<int>(std::lround(x)), top = static_cast<int>(std::lround(y));
+    for (int j = top - radius; j <= top + radius; ++j) {
+        for (int i = left - radius; i <= left + radius; ++i) {
+            if (image.contains(i, j)) image.at(i, j) = grey;
+        }
+    }
+}
+
+void drawLine(GreyImage& image, double x0, double y0, double x1, double y1, std::uint8_t grey)
+{
+    const int steps =
+        std::max(1, static_cast<int>(std::ceil(std::max(std::abs(x1 - x0), std::abs(y1 - y0)))));
+    for (int i = 0; i <= steps; ++i) {
+        const double t = static_cast<double>(i) / steps;
+        fillSquare(image, x0 + t * (x1 - x0), y0 + t * (y1 - y0), 0, grey);
+    }
+}
 
 std::string encodePng(const GreyImage& image)
 {

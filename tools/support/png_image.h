@@ -26,6 +26,11 @@ struct GreyImage {
     std::vector<std::uint8_t> pixels;
 };
 
+/// The square of side 2*radius + 1 about a point; what lies outside is left out.
+void fillSquare(GreyImage& image, double x, double y, int radius, std::uint8_t grey);
+/// A straight line, a pixel a step of the longer direction.
+void drawLine(GreyImage& image, double x0, double y0, double x1, double y1, std::uint8_t grey);
+
 /// The bytes of a PNG file. @throws InputError  the encoder failed
 std::string encodePng(const GreyImage& image);
 

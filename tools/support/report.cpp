@@ -93,19 +93,30 @@ double StepTimes::total() const
                            [](double sum, const auto& step) { return sum + step.second; });
 }
 
+std::string asText(const StepTimes& seconds)
+{
+    std::string text;
+    for (const auto& [name, duration] : seconds.steps()) text += fmt::format("{} {:.6f}, ", name, duration);
+    return text + fmt::format("total {:.6f}", seconds.total());
+}
+
+std::string asJson(const StepTimes& seconds)
+{
+    std::string text;
+    for (const auto& [name, duration] : seconds.steps()) {
+        text += fmt::format("{}: {:.6f}, ", jsonString(name), duration);
+    }
+    return fmt::format("{{{}\"total\": {:.6f}}}", text, seconds.total());
+}
+
 std::string asText(const SolveReport& report)
 {
-    std::string times;
-    for (const auto& [name, seconds] : report.seconds.steps()) {
-        times += fmt::format("{} {:.6f}, ", name, seconds);
-    }
     std::string text = line("matrix", printable(report.matrix)) +
                        line("size", fmt::format("{} x {}", report.rows, report.cols)) +
                        line("entries", fmt::format("{}", report.entries)) +
                        line("right-hand sides", fmt::format("{}", report.rightHands)) +
                        line("road", report.road) + directInWords(report) +
-                       line("status", statusInWords(report)) +
-                       line("seconds", fmt::format("{}total {:.6f}", times, report.seconds.total()));
+                       line("status", statusInWords(report)) + line("seconds", asText(report.seconds));
     if (report.residual) text += line("scaled residual", numberInWords(*report.residual));
     if (report.normalResidual) text += line("normal equations", numberInWords(*report.normalResidual));
     if (report.residual) text += line("largest error", errorInWords(report));
@@ -115,17 +126,13 @@ std::string asText(const SolveReport& report)
 
 std::string asJson(const SolveReport& report)
 {
-    std::string seconds;
-    for (const auto& [name, duration] : report.seconds.steps()) {
-        seconds += fmt::format("{}: {:.6f}, ", jsonString(name), duration);
-    }
     return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"right_hands\": {}, "
-                       "\"road\": {}, \"seconds\": {{{}\"total\": {:.6f}}}, \"residual\": {}, "
+                       "\"road\": {}, \"seconds\": {}, \"residual\": {}, "
                        "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
                        "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
                        "\"perturbed_pivots\": {}, \"refinement_steps\": {}}}\n",
                        jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
-                       jsonString(report.road), seconds, report.seconds.total(), jsonNumber(report.residual),
+                       jsonString(report.road), asJson(report.seconds), jsonNumber(report.residual),
                        jsonNumber(report.normalResidual), jsonNumber(report.maxError),
                        jsonNumber(report.probeError), jsonString(report.status), jsonText(report.reason),
                        jsonText(report.ordering), jsonArray(report.tried),
@@ -141,6 +148,13 @@ std::string line(std::string_view label, std::string_view text)
 std::string jsonNumber(std::optional<double> value)
 {
     return value && std::isfinite(*value) ? fmt::format("{}", *value) : "null";
+}
+
+std::string jsonNumbers(const std::vector<double>& values)
+{
+    std::string text;
+    for (const double value : values) text += (text.empty() ? "" : ", ") + jsonNumber(value);
+    return '[' + text + ']';
 }
 
 std::string jsonString(std::string_view text)

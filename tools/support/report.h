@@ -61,6 +61,12 @@ std::string line(std::string_view label, std::string_view text);
 
 /// null for a number that does not exist or is not finite.
 std::string jsonNumber(std::optional<double> value);
+/// The numbers in brackets.
+std::string jsonNumbers(const std::vector<double>& values);
+
+/// "read 0.000012, ..., total 0.000034", and an object with a member a step.
+std::string asText(const StepTimes& seconds);
+std::string asJson(const StepTimes& seconds);
 
 /// `text` as a JSON string with its quotes. Bytes that are no UTF-8 become U+FFFD.
 std::string jsonString(std::string_view text);

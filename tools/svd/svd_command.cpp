@@ -16,7 +16,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
 #include <optional>
@@ -35,48 +34,32 @@ struct Triplets {
 };
 
 /// The three files of the triplets and the picture, refused before any work where they cannot be written.
-class Results {
-public:
-    explicit Results(const SvdOptions& options) : plot_(options.plot)
-    {
-        if (!options.out.empty()) {
-            const bool whole = options.out == kStandardOutput;
-            for (const char* part : {".u.mtx", ".s.mtx", ".v.mtx"})
-                open(whole ? options.out : options.out + part);
-        }
-        if (!plot_.empty()) open(plot_);
+OutputFiles filesFor(const SvdOptions& options)
+{
+    OutputFiles files;
+    if (!options.out.empty()) {
+        const bool whole = options.out == kStandardOutput;
+        for (const char* part : {".u.mtx", ".s.mtx", ".v.mtx"})
+            files.open(whole ? options.out : options.out + part);
     }
+    if (!options.plot.empty()) files.open(options.plot);
+    return files;
+}
 
-    void write(const Triplets& found, const std::vector<double>& values)
-    {
-        std::size_t next = 0;
-        if (count_ >= 3) {
-            writeMatrix(*files_[next++], found.U);
-            writeMatrix(*files_[next++], Matrix(found.S));
-            writeMatrix(*files_[next++], found.V);
-        }
-        if (plot_.empty()) return;
-        const DecayPlot plot(values);
-        files_[next]->write(isSvg(plot_) ? asSvg(plot) : asPng(plot));
-        files_[next]->close();
+void write(const SvdOptions& options, const Triplets& found, const std::vector<double>& values,
+           OutputFiles& files)
+{
+    if (!options.out.empty()) {
+        writeMatrix(files.next(), found.U);
+        writeMatrix(files.next(), Matrix(found.S));
+        writeMatrix(files.next(), found.V);
     }
-    void commit()
-    {
-        for (std::size_t i = 0; i < count_; ++i) files_[i]->commit();
-    }
-
-private:
-    void open(const std::string& file) { files_[count_++].emplace(file); }
-    static void writeMatrix(OutputFile& file, const Matrix& matrix)
-    {
-        WriteMatrixMarket([&file](std::string_view text) { file.write(text); }, matrix);
-        file.close();
-    }
-
-    std::string plot_;
-    std::array<std::optional<OutputFile>, 4> files_;
-    std::size_t count_ = 0;
-};
+    if (options.plot.empty()) return;
+    const DecayPlot plot(values);
+    OutputFile& picture = files.next();
+    picture.write(isSvg(options.plot) ? asSvg(plot) : asPng(plot));
+    picture.close();
+}
 
 /// Shows how far the steps are, ten times a second, and ends the passes once they have used up the space.
 LanczosObserver observerOf(const std::string& name, std::int32_t smallerSide, Progress& progress)
@@ -214,7 +197,7 @@ int runSvd(const SvdOptions& options)
     SvdReport report;
     report.tolerance = options.tolerance;
     Progress progress;
-    Results results(options);
+    OutputFiles files = filesFor(options);
     const SparseMatrix A = load(options, report, progress);
     report.seconds.finish("read");
 
@@ -226,7 +209,7 @@ int runSvd(const SvdOptions& options)
     report.seconds.finish("check");
 
     const bool found = report.status == SvdStatus::Found;
-    if (found) results.write(*triplets, report.values);
+    if (found) write(options, *triplets, report.values, files);
     report.seconds.finish("write");
 
     writeReport(options.json ? asJson(report) : asText(report), outputIsTaken);
@@ -234,7 +217,7 @@ int runSvd(const SvdOptions& options)
         writeAll(STDERR_FILENO, fmt::format("lintrix: {}: {}\n", printable(report.matrix), explain(report)));
         return 1;
     }
-    results.commit();
+    files.commit();
     return 0;
 }
 

@@ -5,36 +5,7 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
-
 namespace Velmar::Lintrix::tools {
-
-namespace {
-
-std::string list(const std::vector<double>& values)
-{
-    std::string text;
-    for (const double value : values) text += (text.empty() ? "" : ", ") + jsonNumber(value);
-    return '[' + text + ']';
-}
-
-std::string secondsAsText(const StepTimes& seconds)
-{
-    std::string text;
-    for (const auto& [name, duration] : seconds.steps()) text += fmt::format("{} {:.6f}, ", name, duration);
-    return text + fmt::format("total {:.6f}", seconds.total());
-}
-
-std::string secondsAsJson(const StepTimes& seconds)
-{
-    std::string text;
-    for (const auto& [name, duration] : seconds.steps()) {
-        text += fmt::format("{}: {:.6f}, ", jsonString(name), duration);
-    }
-    return fmt::format("{{{}\"total\": {:.6f}}}", text, seconds.total());
-}
-
-} // namespace
 
 std::string_view nameOf(SvdStatus status)
 {
@@ -59,7 +30,7 @@ std::string asText(const SvdReport& report)
         line("passes", fmt::format("{} ({} steps)", report.passes, report.steps)) +
         line("last residual",
              fmt::format("{} (tolerance {:.3e})", numberInWords(report.testResidual), report.tolerance)) +
-        line("seconds", secondsAsText(report.seconds)) + line("singular values", "residuals");
+        line("seconds", asText(report.seconds)) + line("singular values", "residuals");
     for (std::size_t i = 0; i < report.values.size(); ++i) {
         text += line(numberInWords(report.values[i], "{:.10e}"), numberInWords(report.residuals[i]));
     }
@@ -72,9 +43,10 @@ std::string asJson(const SvdReport& report)
                        "\"residuals\": {}, \"road\": {}, \"passes\": {}, \"steps\": {}, \"tolerance\": {}, "
                        "\"last_residual\": {}, \"seconds\": {}, \"status\": {}}}\n",
                        jsonString(report.matrix), report.rows, report.cols, report.entries,
-                       list(report.values), list(report.residuals), jsonString(report.road), report.passes,
-                       report.steps, jsonNumber(report.tolerance), jsonNumber(report.testResidual),
-                       secondsAsJson(report.seconds), jsonString(nameOf(report.status)));
+                       jsonNumbers(report.values), jsonNumbers(report.residuals), jsonString(report.road),
+                       report.passes, report.steps, jsonNumber(report.tolerance),
+                       jsonNumber(report.testResidual), asJson(report.seconds),
+                       jsonString(nameOf(report.status)));
 }
 
 std::string explain(const SvdReport& report)

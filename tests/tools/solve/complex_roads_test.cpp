@@ -18,8 +18,8 @@ SparseAnswer<ComplexNumber> solved(const MatrixMarketTriplets& triplets, std::op
 {
     SparseSystem system(rowsOf(triplets, MatrixMarketStorage::UpperTriangle));
     const auto probe = probeSolution<ComplexNumber>(system.size());
-    ComplexColumns B(system.size(), 2);
-    copyColumns(productOf(system.matrix(), filledWith<ComplexColumns>(1.0, system.size(), 1)), B, 0);
+    CMatrix B(system.size(), 2);
+    copyColumns(productOf(system.matrix(), filledWith<CMatrix>(1.0, system.size(), 1)), B, 0);
     copyColumns(productOf(system.matrix(), probe), B, 1);
     StepTimes seconds;
     return solveSparse(system, B, probe, road ? *road : firstRoad(system.traits()), {}, seconds);
@@ -27,7 +27,7 @@ SparseAnswer<ComplexNumber> solved(const MatrixMarketTriplets& triplets, std::op
 
 double errorOf(const SparseAnswer<ComplexNumber>& answer)
 {
-    return largestDifference(*answer.x, filledWith<ComplexColumns>(1.0, answer.x->Rows(), 1));
+    return largestDifference(*answer.x, filledWith<CMatrix>(1.0, answer.x->Rows(), 1));
 }
 
 /// A grid of 12 x 12 unknowns with this diagonal, and couplings of size 1 and any phase.
