@@ -181,6 +181,20 @@ TEST(CMatrixArithmetic, ProductWithZeroMultipliesEveryCell)
     }
 }
 
+// Some kernels take a NaN for a zero.
+TEST(CMatrixArithmetic, NaNFactorSpoilsEveryCell)
+{
+    for (const Complex& alpha : {Complex(kNaN, 0), Complex(kNaN, 1), Complex(0, kNaN), Complex(2, kNaN)}) {
+        const CMatrix scaled = countedComplex(5, 7) * alpha;
+        for (const Complex& cell : blockOf(scaled)) {
+            EXPECT_TRUE(std::isnan(cell.real()) && std::isnan(cell.imag())) << alpha;
+        }
+        CVector y = countedComplex(5);
+        CVector::Add(alpha, countedComplex(5), y);
+        for (const Complex& cell : blockOf(y)) EXPECT_TRUE(std::isnan(cell.real()) && std::isnan(cell.imag()));
+    }
+}
+
 TEST(CMatrixArithmetic, NaNInEitherPartComesThroughAScaling)
 {
     for (const Complex& cell : {Complex(kNaN, 1), Complex(1, kNaN)}) {
