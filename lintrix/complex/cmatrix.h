@@ -255,9 +255,12 @@ public:
     /// @throws NotSquareMatrixException  "Determinant can be calculated only for a square matrix."
     Complex Determinant() const;
     /// X with A*X = rightHands, Cols() x columns of rightHands: square by `CLU`, tall by `CQR`, wide or
-    /// exactly singular by `CLQ`.
+    /// exactly singular by `CLQ`, which answer otherwise than their real twins: for systems that are not
+    /// square, or singular, take `PseudoInverse()*rightHands`.
     /// @throws SizeMismatchException  row counts differ: "Right hand sides matrix not sized correctly."
     CMatrix Solve(const CMatrix& rightHands) const;
+    /// The same, and tells which factorization answered.
+    CMatrix Solve(const CMatrix& rightHands, SolveRoad& road) const;
     /// X with A*X = B.
     /// @throws SizeMismatchException  "Matrices do not have the same number of rows."
     static CMatrix LDivide(const CMatrix& A, const CMatrix& B);

@@ -1,6 +1,6 @@
 #include <lintrix/decompositions/cholesky.h>
 
-#include <lintrix/dense/access.h>
+#include <lintrix/decompositions/detail/access.h>
 #include <lintrix/dense/detail/finite.h>
 #include <lintrix/dense/detail/kept.h>
 #include <lintrix/dense/detail/triangles.h>
@@ -9,56 +9,90 @@
 
 namespace Velmar::Lintrix {
 
-using detail::Block;
-using detail::DenseAccess;
-using detail::leadingDimension;
+namespace detail {
 
-Cholesky::Cholesky(const Matrix& matrix) : n(matrix.Rows())
+template <class Cell>
+CholeskyFactor<Cell>::CholeskyFactor(const M& matrix) : n(matrix.Rows())
 {
     if (!matrix.IsSquare()) {
         throw NotSquareMatrixException("Cholesky decomposition is possible only for a square matrix.");
     }
-    a = Block<double>::copyOf(DenseAccess::cells(matrix), DenseAccess::count(matrix));
-    if (!detail::lowerFinite(a.get(), n)) { // potrf compares pivots with zero, and a NaN passes that
-        inf = detail::kNotFinite;
+    a = Block<Cell>::copyOf(AccessTo<Cell>::cells(matrix), AccessTo<Cell>::count(matrix));
+    if (!lowerFinite(a.get(), n)) { // potrf compares pivots with zero, and a NaN passes that
+        inf = kNotFinite;
         return;
     }
-    detail::lapack::potrf('L', n, a.get(), leadingDimension(n), inf);
+    lapack::potrf('L', n, a.get(), leadingDimension(n), inf);
 }
 
-const double* Cholesky::packed() const
+template <class Cell>
+const Cell* CholeskyFactor<Cell>::packed() const
 {
-    return detail::kept(a);
+    return kept(a);
 }
 
-std::optional<Matrix> Cholesky::L() const
+template <class Cell>
+auto CholeskyFactor<Cell>::L() const -> std::optional<M>
 {
     if (!Succeeded()) return std::nullopt;
-    Matrix l(n, n);
-    detail::copyLower(packed(), n, n, DenseAccess::cells(l));
+    M l(n, n);
+    copyLower(packed(), n, n, AccessTo<Cell>::cells(l));
     return l;
 }
+
+template <class Cell>
+auto CholeskyFactor<Cell>::solved(const M& rightHands) const -> M
+{
+    if (rightHands.Rows() != n) throw SizeMismatchException();
+
+    M x(rightHands);
+    int info = 0;
+    lapack::potrs('L', n, x.Cols(), packed(), leadingDimension(n), AccessTo<Cell>::cells(x),
+                  leadingDimension(n), info);
+    return x;
+}
+
+template <class Cell>
+auto CholeskyFactor<Cell>::lowerInverse() const -> M
+{
+    M inverse = AccessTo<Cell>::copyOf(packed(), n, n);
+    int info = 0;
+    lapack::potri('L', n, AccessTo<Cell>::cells(inverse), leadingDimension(n), info);
+    return inverse;
+}
+
+template class CholeskyFactor<double>;
+template class CholeskyFactor<Complex>;
+
+} // namespace detail
 
 Matrix Cholesky::Solve(const Matrix& rightHands) const
 {
     if (!Succeeded()) throw SingularMatrixException();
-    if (rightHands.Rows() != n) throw SizeMismatchException();
-
-    Matrix x(rightHands);
-    int info = 0;
-    detail::lapack::potrs('L', n, x.Cols(), packed(), leadingDimension(n), DenseAccess::cells(x),
-                          leadingDimension(n), info);
-    return x;
+    return solved(rightHands);
 }
 
 Matrix Cholesky::Inverse() const
 {
     if (!Succeeded()) throw SingularMatrixException();
+    Matrix inverse = lowerInverse();
+    detail::mirrorLower(detail::DenseAccess::cells(inverse), Size());
+    return inverse;
+}
 
-    Matrix inverse = DenseAccess::copyOf(packed(), n, n);
-    int info = 0;
-    detail::lapack::potri('L', n, DenseAccess::cells(inverse), leadingDimension(n), info);
-    detail::mirrorLower(DenseAccess::cells(inverse), n); // the routine fills the lower triangle only
+std::optional<CMatrix> CCholesky::Solve(const CMatrix& rightHands) const
+{
+    if (!Succeeded()) return std::nullopt;
+    return solved(rightHands);
+}
+
+std::optional<CMatrix> CCholesky::Inverse() const
+{
+    if (!Succeeded()) return std::nullopt;
+    CMatrix inverse = lowerInverse();
+    detail::mirrorLower(
+        detail::AccessTo<Complex>::cells(inverse), Size(),
+        [](const Complex& above, const Complex& below) { return Complex(above.real(), -below.imag()); });
     return inverse;
 }
 

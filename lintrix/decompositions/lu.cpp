@@ -1,6 +1,7 @@
 #include <lintrix/decompositions/lu.h>
 
-#include <lintrix/dense/access.h>
+#include <lintrix/complex/detail/trell_complex.h>
+#include <lintrix/decompositions/detail/access.h>
 #include <lintrix/dense/detail/kept.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/dense/detail/triangles.h>
@@ -10,80 +11,98 @@
 #include <algorithm>
 #include <utility>
 
-namespace Velmar::Lintrix {
+namespace Velmar::Lintrix::detail {
 
-using detail::Block;
-using detail::DenseAccess;
-using detail::leadingDimension;
+namespace {
 
-LU::LU(const Matrix& matrix)
-    : a(Block<double>::copyOf(DenseAccess::cells(matrix), DenseAccess::count(matrix))),
+double times(double pivot, double product)
+{
+    return pivot * product;
+}
+Complex times(const Complex& pivot, const Complex& product)
+{
+    return _TRELL_Complex(product) * _TRELL_Complex(pivot); // the plain formula
+}
+
+} // namespace
+
+template <class Cell>
+LuFactors<Cell>::LuFactors(const M& matrix)
+    : a(Block<Cell>::copyOf(AccessTo<Cell>::cells(matrix), AccessTo<Cell>::count(matrix))),
       ipiv(std::min(matrix.Rows(), matrix.Cols())), mRows(matrix.Rows()), mCols(matrix.Cols()),
-      mCells(DenseAccess::count(matrix)), np(std::min(mRows, mCols))
+      mCells(AccessTo<Cell>::count(matrix)), np(std::min(mRows, mCols))
 {
-    detail::lapack::getrf(mRows, mCols, a.get(), leadingDimension(mRows), ipiv.get(), inf);
+    lapack::getrf(mRows, mCols, a.get(), leadingDimension(mRows), ipiv.get(), inf);
 }
 
-const double* LU::packed() const
+template <class Cell>
+const Cell* LuFactors<Cell>::packed() const
 {
-    return detail::kept(a);
+    return kept(a);
 }
 
-Matrix LU::L() const
+template <class Cell>
+auto LuFactors<Cell>::L() const -> M
 {
-    Matrix l(mRows, np);
-    detail::copyUnitLower(packed(), mRows, np, DenseAccess::cells(l));
+    M l(mRows, np);
+    copyUnitLower(packed(), mRows, np, AccessTo<Cell>::cells(l));
     return l;
 }
 
-Matrix LU::U() const
+template <class Cell>
+auto LuFactors<Cell>::U() const -> M
 {
-    Matrix u(np, mCols);
-    detail::copyUpper(packed(), mRows, np, mCols, DenseAccess::cells(u));
+    M u(np, mCols);
+    copyUpper(packed(), mRows, np, mCols, AccessTo<Cell>::cells(u));
     return u;
 }
 
-std::vector<std::int32_t> LU::GetPivots() const
+template <class Cell>
+std::vector<std::int32_t> LuFactors<Cell>::GetPivots() const
 {
-    return detail::afterInterchanges(detail::kept(ipiv), np, mRows);
+    return afterInterchanges(kept(ipiv), np, mRows);
 }
 
-Matrix LU::P() const
+template <class Cell>
+auto LuFactors<Cell>::P() const -> M
 {
-    auto p = Block<double>::zeroed(detail::resultCells(mRows, mRows)); // A may be one long column
-    detail::setPermutation(GetPivots(), p.get());
-    return DenseAccess::adopt(std::move(p), mRows, mRows);
+    auto p = Block<Cell>::zeroed(resultCells(mRows, mRows)); // A may be one long column
+    setPermutation(GetPivots(), p.get());
+    return AccessTo<Cell>::adopt(std::move(p), mRows, mRows);
 }
 
-Matrix LU::Solve(const Matrix& rightHands) const
+template <class Cell>
+auto LuFactors<Cell>::Solve(const M& rightHands) const -> M
 {
     if (mRows != mCols) throw NotSquareMatrixException();
     if (IsSingular()) throw SingularMatrixException();
     if (rightHands.Rows() != mRows) throw SizeMismatchException();
 
-    Matrix x(rightHands);
+    M x(rightHands);
     int info = 0;
-    detail::lapack::getrs('N', mRows, rightHands.Cols(), packed(), leadingDimension(mRows), ipiv.get(),
-                          DenseAccess::cells(x), leadingDimension(rightHands.Rows()), info);
+    lapack::getrs('N', mRows, rightHands.Cols(), packed(), leadingDimension(mRows), ipiv.get(),
+                  AccessTo<Cell>::cells(x), leadingDimension(rightHands.Rows()), info);
     return x;
 }
 
-double LU::Determinant() const
+template <class Cell>
+Cell LuFactors<Cell>::Determinant() const
 {
     if (mRows != mCols)
         throw NotSquareMatrixException("Determinant can be calculated only for a square matrix.");
 
-    const double* pivots = packed();
-    double determinant = 1.0;
+    const Cell* pivots = packed();
+    Cell determinant = 1.0;
     bool odd = false;
     for (std::int64_t i = 0; i < np; ++i) {
-        determinant = pivots[i + mRows * i] * determinant;
+        determinant = times(pivots[i + mRows * i], determinant);
         odd ^= ipiv[i] != i + 1;
     }
     return odd ? -determinant : determinant;
 }
 
-Matrix LU::Inverse() const
+template <class Cell>
+auto LuFactors<Cell>::Inverse() const -> M
 {
     if (mRows != mCols) {
         throw NotSquareMatrixException("Matrix inverse can be calculated only for a square matrix.");
@@ -92,19 +111,23 @@ Matrix LU::Inverse() const
 
     // LWORK = 64*n; the buffer is one cell longer than it says. Callers rely on the memory that an operation
     // takes, so it stays.
-    const detail::Workspace<double> work(detail::kBlockSize * mRows + 1);
+    const Workspace<Cell> work(kBlockSize * mRows + 1);
     const std::int32_t lwork = std::max(1, work.lwork - 1);
-    auto inverse = Block<double>::copyOf(packed(), mCells);
+    auto inverse = Block<Cell>::copyOf(packed(), mCells);
     int info = 0;
-    detail::lapack::getri(mRows, inverse.get(), leadingDimension(mRows), ipiv.get(), work.get(), lwork, info);
+    lapack::getri(mRows, inverse.get(), leadingDimension(mRows), ipiv.get(), work.get(), lwork, info);
     if (info != 0) throw MatrixException("Undefined Error.");
-    return DenseAccess::adopt(std::move(inverse), mRows, mRows);
+    return AccessTo<Cell>::adopt(std::move(inverse), mRows, mRows);
 }
 
-void LU::Dispose() noexcept
+template <class Cell>
+void LuFactors<Cell>::Dispose() noexcept
 {
     a.reset();
     ipiv.reset();
 }
 
-} // namespace Velmar::Lintrix
+template class LuFactors<double>;
+template class LuFactors<Complex>;
+
+} // namespace Velmar::Lintrix::detail

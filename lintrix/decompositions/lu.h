@@ -1,15 +1,19 @@
 #pragma once
 /// @file
-/// LU decomposition with partial pivoting.
+/// LU decomposition with partial pivoting, real (`LU`) and complex (`CLU`): the two differ in their cells
+/// alone.
 
-#include <lintrix/dense/matrix.h>
+#include <lintrix/decompositions/detail/dense_classes.h>
 
 #include <cstdint>
 #include <vector>
 
 namespace Velmar::Lintrix {
 
-/// A = P*L*U by partial pivoting (`dgetrf`; Golub and Van Loan, Matrix Computations, 4th ed., section 3.4).
+namespace detail {
+
+/// A = P*L*U by partial pivoting (`dgetrf`, `zgetrf`; Golub and Van Loan, Matrix Computations, 4th ed.,
+/// section 3.4).
 ///
 /// A is m x n, np = min(m, n): L is m x np unit lower trapezoidal, U is np x n upper trapezoidal, P is m x m.
 /// Works on a private copy, once, in the constructor; after that the object does not change. A zero pivot is
@@ -18,24 +22,27 @@ namespace Velmar::Lintrix {
 /// multiply A and the right-hand sides by a power of two, and L and the solutions are those of A. Each
 /// property builds a new matrix; nothing is cached. Any member may raise NotEnoughMemoryException with its
 /// default message. A finished object may be read from several threads. Cost: 2/3 n^3 operations for a square
-/// matrix.
-class LINTRIX_EXPORT LU {
+/// matrix, of complex cells 8/3 n^3.
+template <class Cell>
+class LINTRIX_EXPORT LuFactors {
 public:
+    using M = MatrixOf<Cell>;
+
     /// Factorizes any shape.
-    explicit LU(const Matrix& matrix);
+    explicit LuFactors(const M& matrix);
     /// Takes the factors over and leaves the source released.
-    LU(LU&&) noexcept = default;
+    LuFactors(LuFactors&&) noexcept = default;
     /// Takes the factors over and leaves the source released.
-    LU& operator=(LU&&) noexcept = default;
+    LuFactors& operator=(LuFactors&&) noexcept = default;
 
     std::int32_t Rows() const noexcept { return mRows; } ///< m
     std::int32_t Cols() const noexcept { return mCols; } ///< n
     /// True exactly when a pivot was exactly zero.
     bool IsSingular() const noexcept { return inf != 0; }
 
-    Matrix L() const; ///< m x np, unit lower trapezoidal
-    Matrix U() const; ///< np x n, upper trapezoidal
-    Matrix P() const; ///< m x m, permutation; out of memory for more than 46340 rows, unlike GetPivots()
+    M L() const; ///< m x np, unit lower trapezoidal
+    M U() const; ///< np x n, upper trapezoidal
+    M P() const; ///< m x m, permutation; out of memory for more than 46340 rows, unlike GetPivots()
     /// Row i of L*U is row GetPivots()[i] of A; m entries, zero-based.
     std::vector<std::int32_t> GetPivots() const;
 
@@ -43,34 +50,54 @@ public:
     /// @throws NotSquareMatrixException  m != n: "Matrix is not square."
     /// @throws SingularMatrixException   IsSingular(): "This operation requires a non-singular matrix."
     /// @throws SizeMismatchException     rightHands.Rows() != m: "Matrix sizes do not match."
-    Matrix Solve(const Matrix& rightHands) const;
+    M Solve(const M& rightHands) const;
 
     /// Product of the pivots with the sign of P. A plain product: it may overflow or underflow, and is zero
     /// when a pivot is. @throws NotSquareMatrixException  "Determinant can be calculated only for a square
     /// matrix."
-    double Determinant() const;
+    Cell Determinant() const;
 
     /// The inverse, m x m; 4/3 n^3 operations, the factors stay. Checks, in this order:
     /// @throws NotSquareMatrixException  "Matrix inverse can be calculated only for a square matrix."
     /// @throws SingularMatrixException   "Matrix is singular and it can not be inverted."
     /// @throws MatrixException           the routine failed: "Undefined Error."
-    Matrix Inverse() const;
+    M Inverse() const;
 
     /// Releases the buffers at once; may be repeated.
     void Dispose() noexcept;
 
-private:
-    const double* packed() const;
+protected:
+    ~LuFactors() = default;
 
-    detail::Block<double> a;          ///< the factors as dgetrf leaves them, leading dimension mRows
-    detail::Block<std::int32_t> ipiv; ///< np interchanges, one-based: row i was exchanged with row ipiv[i]
+private:
+    const Cell* packed() const;
+
+    Block<Cell> a;            ///< the factors as getrf leaves them, leading dimension mRows
+    Block<std::int32_t> ipiv; ///< np interchanges, one-based: row i was exchanged with row ipiv[i]
     std::int32_t mRows;
     std::int32_t mCols;
     std::int32_t mCells;
     std::int32_t np;
-    std::int32_t inf = 0; ///< what dgetrf returned
+    std::int32_t inf = 0; ///< what getrf returned
 };
 
-static_assert(Disposable<LU>);
+extern template class LuFactors<double>;
+extern template class LuFactors<Complex>;
+
+} // namespace detail
+
+/// A = P*L*U of a real matrix.
+class LU : public detail::LuFactors<double> {
+public:
+    using LuFactors::LuFactors;
+};
+
+/// A = P*L*U of a complex matrix.
+class CLU : public detail::LuFactors<Complex> {
+public:
+    using LuFactors::LuFactors;
+};
+
+static_assert(Disposable<LU> && Disposable<CLU>);
 
 } // namespace Velmar::Lintrix

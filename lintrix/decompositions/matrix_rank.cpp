@@ -1,7 +1,6 @@
-// The operations of Matrix that the singular values drive: rank and pseudo-inverse.
+// The operations of Matrix and CMatrix that the singular values drive: rank and pseudo-inverse.
 
 #include <lintrix/decompositions/svd.h>
-#include <lintrix/dense/matrix.h>
 
 namespace Velmar::Lintrix {
 
@@ -30,6 +29,23 @@ Matrix Matrix::PseudoInverse() const
 Matrix Matrix::PseudoInverse(double tolerance) const
 {
     return converged(SVD(*this)).PseudoInverse(tolerance).value();
+}
+
+// Complex matrices tell a failure by the result: 0, and none.
+
+std::int32_t CMatrix::Rank() const
+{
+    return CSVD(*this, true).Rank();
+}
+
+std::optional<CMatrix> CMatrix::PseudoInverse() const
+{
+    return CSVD(*this).PseudoInverse();
+}
+
+std::optional<CMatrix> CMatrix::PseudoInverse(double tolerance) const
+{
+    return CSVD(*this).PseudoInverse(tolerance);
 }
 
 } // namespace Velmar::Lintrix

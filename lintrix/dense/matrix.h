@@ -41,7 +41,8 @@ struct Line;
 [[noreturn]] LINTRIX_EXPORT void raiseColumnIndex();
 } // namespace detail
 
-/// A rectangular array of doubles, at least 1 x 1 while it lives.
+/// A rectangular array of doubles: at least 1 x 1 while it lives, but for the 0 x 1 matrix that an empty
+/// `Vector` converts to.
 ///
 /// Rows and columns are each checked against 1 and `TrellConfiguration::MaxSize()`; the cell count is their
 /// product in wrapping 32-bit arithmetic and is not checked (the hardened build refuses one that wraps). An

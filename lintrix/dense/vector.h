@@ -74,7 +74,7 @@ public:
     std::intptr_t DataPtr() const noexcept { return reinterpret_cast<std::intptr_t>(a.get()); }
     std::vector<double> ToArray() const;
     operator std::vector<double>() const { return ToArray(); }
-    /// A Length() x 1 matrix.
+    /// A Length() x 1 matrix, without rows for an empty vector.
     Matrix ToMatrix() const;
     operator Matrix() const { return ToMatrix(); }
     /// @}

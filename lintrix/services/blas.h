@@ -108,12 +108,23 @@ inline void gemv(const char& trans, const int& m, const int& n, const double& al
     const BlasThreadScope threads;
     dgemv_(&trans, &m, &n, &alpha, a, &lda, x, &incx, &beta, y, &incy, 1);
 }
+/// incx > 0. Not transposed, OpenBLAS's kernels read one cell past x: so the last column is multiplied apart,
+/// and the cell past the others is its own.
 inline void gemv(const char& trans, const int& m, const int& n, const std::complex<double>& alpha,
                  const std::complex<double>* a, const int& lda, const std::complex<double>* x,
                  const int& incx, const std::complex<double>& beta, std::complex<double>* y, const int& incy)
 {
     const BlasThreadScope threads;
-    zgemv_(&trans, &m, &n, &alpha, a, &lda, x, &incx, &beta, y, &incy, 1);
+    if (trans != 'N' || n < 1) {
+        zgemv_(&trans, &m, &n, &alpha, a, &lda, x, &incx, &beta, y, &incy, 1);
+        return;
+    }
+    const int others = n - 1, one = 1;
+    const std::ptrdiff_t last = others;
+    const std::complex<double> lastOfX[2] = {x[last * incx]}, sum = 1.0;
+    if (others > 0) zgemv_(&trans, &m, &others, &alpha, a, &lda, x, &incx, &beta, y, &incy, 1);
+    zgemv_(&trans, &m, &one, &alpha, a + last * lda, &lda, lastOfX, &one, others > 0 ? &sum : &beta, y, &incy,
+           1);
 }
 
 /// B := alpha*inv(op(A))*B (side 'L') or alpha*B*inv(op(A)) (side 'R'); A triangular, B m x n.

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <set>
 #include <vector>
 
@@ -33,9 +34,9 @@ private:
     const int before_ = TrellConfiguration::GetMaxThreads();
 };
 
-/// Runs `check(A)` for each shape that `wanted` keeps, with each spectrum. On one thread: the sweep judges
-/// the mathematics, and small matrices would only wait for each other's threads.
-template <class Wanted, class Check>
+/// Runs `check(A)` for each shape that `wanted` keeps, with each spectrum, A of class M. On one thread: the
+/// sweep judges the mathematics, and small matrices would only wait for each other's threads.
+template <class M = Matrix, class Wanted, class Check>
 void forEachMatrix(Wanted wanted, Check check)
 {
     const Threads one(1);
@@ -43,7 +44,7 @@ void forEachMatrix(Wanted wanted, Check check)
         if (!wanted(shape)) continue;
         for (const Spectrum spectrum : allSpectra()) {
             SCOPED_TRACE(::testing::Message() << shape << ", " << spectrum);
-            check(matrixWith(shape, spectrum, kSeed));
+            check(matrixWith<M>(shape, spectrum, kSeed));
         }
     }
 }
@@ -65,10 +66,11 @@ inline bool squareOrWide(const Shape& shape)
     return shape.rows <= shape.cols;
 }
 
-inline Matrix rightHandsFor(const Matrix& A, int nrhs)
+template <class M>
+M rightHandsFor(const M& A, int nrhs)
 {
     std::mt19937_64 generator(kSeed + 1);
-    return randomMatrix({A.Rows(), nrhs}, generator);
+    return randomMatrix<M>({A.Rows(), nrhs}, generator);
 }
 
 inline Matrix columnOf(const Matrix& A, int j)
@@ -93,23 +95,25 @@ inline double normalEquationRatio(const Matrix& A, const Matrix& X, const Matrix
 
 /// The four conditions of Penrose (1955) for X, each scaled by what a stable X leaves: the computed factors
 /// belong to A + F with |F| = O(eps)|A|, so that A*X is off by F*X, and condition = |A|*|X| comes in once.
-inline void expectPenroseConditions(const Matrix& A, const Matrix& X)
+template <class M>
+void expectPenroseConditions(const M& A, const M& X)
 {
     ASSERT_EQ(X.Rows(), A.Cols());
     ASSERT_EQ(X.Cols(), A.Rows());
-    const Matrix AX = naiveProduct(A, X), XA = naiveProduct(X, A);
+    const M AX = naiveProduct(A, X), XA = naiveProduct(X, A);
     const double condition = oneNorm(A) * oneNorm(X), unit = std::max(A.Rows(), A.Cols()) * condition * kEps;
     EXPECT_LT(oneNorm(naiveProduct(AX, A) - A) / (oneNorm(A) * unit), kResidualLimit);
     EXPECT_LT(oneNorm(naiveProduct(XA, X) - X) / (oneNorm(X) * unit), kResidualLimit);
-    EXPECT_LT(oneNorm(AX - naiveTranspose(AX)) / unit, kResidualLimit);
-    EXPECT_LT(oneNorm(XA - naiveTranspose(XA)) / unit, kResidualLimit);
+    EXPECT_LT(oneNorm(AX - naiveAdjoint(AX)) / unit, kResidualLimit);
+    EXPECT_LT(oneNorm(XA - naiveAdjoint(XA)) / unit, kResidualLimit);
 }
 
-inline bool allFinite(const Matrix& A)
+template <class M>
+bool allFinite(const M& A)
 {
     for (int j = 0; j < A.Cols(); ++j) {
         for (int i = 0; i < A.Rows(); ++i) {
-            if (!std::isfinite(A(i, j))) return false;
+            if (!std::isfinite(std::real(A(i, j))) || !std::isfinite(std::imag(A(i, j)))) return false;
         }
     }
     return true;

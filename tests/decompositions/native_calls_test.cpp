@@ -1,7 +1,5 @@
-// The calls of LAPACK and BLAS that the decompositions make: letters, sizes, leading dimensions, work space.
-//
-// This program defines the routines itself. Its definitions come before those of the library of routines, so
-// that every call of a decomposition arrives here, is written down, and goes on to the routine proper.
+// The calls of LAPACK and BLAS that the real decompositions make: letters, sizes, leading dimensions, work
+// space.
 
 #include <lintrix/decompositions/cholesky.h>
 #include <lintrix/decompositions/eigen.h>
@@ -11,72 +9,19 @@
 #include <lintrix/decompositions/svd.h>
 #include <lintrix/decompositions/sym_eigen.h>
 #include <lintrix/dense/vector.h>
-#include <lintrix/foundation/allocators.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
 
 #include "tests/decompositions/cases.h"
+#include "tests/decompositions/native_calls.h"
 
 #include <gmock/gmock.h>
-
-#include <dlfcn.h>
 
 #include <functional>
 #include <string>
 #include <vector>
 
-namespace {
-
-using Velmar::Lintrix::detail::blockBytes;
-
-std::vector<std::string> calls;
-std::vector<std::string> complaints; // of the routines about their arguments
-bool inverseFails = false;           // dgetri then answers INFO = 1 without doing anything
-bool iterationStops = false;         // dgesdd, dsyev and dgeevx then answer INFO = 1 after their work
-thread_local int depth = 0;          // the routines call one another; only the outermost call is ours
-
-// How many doubles or integers the block of the library holds that starts at `cells`.
-std::string block(const char* name, const double* cells)
-{
-    if (cells == nullptr) return std::string(" ") + name + "=null";
-    return std::string(" ") + name + '[' + std::to_string(blockBytes(cells) / sizeof(double)) + ']';
-}
-std::string block(const char* name, const int* cells)
-{
-    return std::string(" ") + name + '[' + std::to_string(blockBytes(cells) / sizeof(int)) + ']';
-}
-
-std::string letters(std::initializer_list<const char*> modes)
-{
-    std::string text;
-    for (const char* mode : modes) text += std::string(" ") + *mode;
-    return text;
-}
-
-std::string number(const char* name, const int* value)
-{
-    return std::string(" ") + name + '=' + std::to_string(*value);
-}
-
-// Writes the call down; `describe` is not called within another routine, where blocks are not the library's.
-template <class Describe>
-void record(const char* routine, Describe describe)
-{
-    if (depth == 0) calls.push_back(routine + describe());
-}
-
-template <class... Args>
-void passOn(const char* symbol, Args... args)
-{
-    const auto routine = reinterpret_cast<void (*)(Args...)>(dlsym(RTLD_NEXT, symbol));
-    ++depth;
-    routine(args...);
-    --depth;
-}
-
-} // namespace
-
-#define STANDS_IN extern "C" __attribute__((visibility("default"))) void
+using namespace Velmar::Lintrix::testing;
 
 STANDS_IN dgetrf_(const int* m, const int* n, double* a, const int* lda, int* ipiv, int* info)
 {
@@ -287,24 +232,10 @@ STANDS_IN dgeevx_(const char* balanc, const char* jobvl, const char* jobvr, cons
     if (iterationStops) *info = 1;
 }
 
-// The routines call this when an argument is illegal; the library's own prints a complaint.
-STANDS_IN xerbla_(const char* routine, const int* argument, std::size_t length)
-{
-    complaints.push_back(std::string(routine, length) + ' ' + std::to_string(*argument));
-}
-
 namespace Velmar::Lintrix::testing {
 namespace {
 
 using ::testing::ElementsAre;
-
-template <class Operation>
-std::vector<std::string> callsOf(Operation operation)
-{
-    calls.clear();
-    operation();
-    return calls;
-}
 
 // Regular in all their leading parts; the sizes are told apart at sight.
 const Matrix kSquare = matrixWith({5, 5}, Spectrum::Random, kSeed);
@@ -526,13 +457,6 @@ TEST(NativeCalls, OfSquareMatricesWithoutCellsHaveLegalArguments)
     EXPECT_EQ(Eigen(A, true, true).Size(), 0);
     EXPECT_THAT(complaints, ElementsAre());
 }
-
-// While it lives, the iterations report that they did not converge.
-class StoppedIterations {
-public:
-    StoppedIterations() { iterationStops = true; }
-    ~StoppedIterations() { iterationStops = false; }
-};
 
 TEST(NativeCalls, SVDThatDidNotConvergeShowsWhatTheRoutineLeft)
 {

@@ -184,7 +184,7 @@ TEST(AllocationFailures, OfResizedArraysLeaveTheMatrix)
             State before(A);
             std::int64_t lost = TrellConfiguration::TotalMemory();
             const auto failed = [&] {
-                const FailingMemory memory(k, refused);
+                const FailingAllocator memory(k, refused);
                 try {
                     edit.run(A);
                 } catch (const NotEnoughMemoryException&) {

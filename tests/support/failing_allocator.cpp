@@ -11,27 +11,20 @@ namespace Velmar::Lintrix::testing {
 
 namespace {
 
-std::atomic<int> countdown{0};
-std::atomic<bool> failed{false};
-
-bool refuses()
-{
-    if (countdown.fetch_sub(1) > 0) return false;
-    failed = true;
-    return true;
-}
+std::atomic<int> untilRefusal{0}; // requests that pass first
+std::atomic<bool> armed{false}, refusesRest{false}, failed{false};
 
 void* failingMalloc(std::size_t size)
 {
-    return refuses() ? nullptr : std::malloc(size);
+    return refusesRequest() ? nullptr : std::malloc(size);
 }
 void* failingCalloc(std::size_t count, std::size_t size)
 {
-    return refuses() ? nullptr : std::calloc(count, size);
+    return refusesRequest() ? nullptr : std::calloc(count, size);
 }
 void* failingRealloc(void* block, std::size_t size)
 {
-    return refuses() ? nullptr : std::realloc(block, size);
+    return refusesRequest() ? nullptr : std::realloc(block, size);
 }
 
 std::atomic<std::int64_t> requested{0};
@@ -68,15 +61,27 @@ void* cappedMalloc(std::size_t size)
 
 } // namespace
 
-FailingAllocator::FailingAllocator(int k)
+bool refusesRequest()
 {
-    countdown = k;
-    failed = false;
+    if (!armed) return false;
+    const int left = untilRefusal.fetch_sub(1);
+    const bool refused = left == 0 || (left < 0 && refusesRest);
+    if (refused) failed = true;
+    return refused;
+}
+
+FailingAllocator::FailingAllocator(int k, Refused refused)
+{
     SystemAllocatorSlots() = {failingMalloc, failingCalloc, failingRealloc, std::free};
+    untilRefusal = k;
+    refusesRest = refused == Refused::Rest;
+    failed = false;
+    armed = true;
 }
 
 FailingAllocator::~FailingAllocator()
 {
+    armed = false;
     restoreSlots();
 }
 

@@ -13,10 +13,16 @@
 
 namespace Velmar::Lintrix::testing {
 
-/// While it lives, request number `k` (from 0) to the system allocator answers null, and so do all after it.
+enum class Refused {
+    One,  ///< request number k alone
+    Rest, ///< request number k and every later one
+};
+
+/// While it lives, request number `k` (from 0) to the system allocator answers null, alone or with all after
+/// it.
 class FailingAllocator {
 public:
-    explicit FailingAllocator(int k);
+    explicit FailingAllocator(int k, Refused refused = Refused::Rest);
     ~FailingAllocator();
     FailingAllocator(const FailingAllocator&) = delete;
     FailingAllocator& operator=(const FailingAllocator&) = delete;
@@ -24,6 +30,9 @@ public:
     /// Whether a request has failed.
     bool hasFailed() const;
 };
+
+/// Counts one more request, and tells whether the FailingAllocator that lives now, if one does, refuses it.
+bool refusesRequest();
 
 /// While it lives, adds up the bytes that the library asks the system allocator for. What is given back is
 /// not taken off: the sum bounds every peak from above.

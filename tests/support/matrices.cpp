@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <ostream>
+#include <type_traits>
+#include <utility>
 
 namespace Velmar::Lintrix::testing {
 
@@ -16,18 +19,43 @@ double uniform(std::mt19937_64& generator)
     return static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0;
 }
 
-// A := (I - 2vv'/v'v)*A with a random v.
-void reflectRows(Matrix& A, std::mt19937_64& generator)
+template <class M>
+using CellOf = std::decay_t<decltype(std::declval<const M&>()(0, 0))>;
+
+template <class Cell>
+Cell randomCell(std::mt19937_64& generator)
 {
-    std::vector<double> v(static_cast<std::size_t>(A.Rows()));
+    if constexpr (std::is_same_v<Cell, Complex>) {
+        const double real = uniform(generator);
+        return {real, uniform(generator)};
+    } else {
+        return uniform(generator);
+    }
+}
+
+double conjugate(double x)
+{
+    return x;
+}
+Complex conjugate(const Complex& z)
+{
+    return std::conj(z);
+}
+
+// A := (I - 2vv^H/v^Hv)*A with a random v.
+template <class M>
+void reflectRows(M& A, std::mt19937_64& generator)
+{
+    using Cell = CellOf<M>;
+    std::vector<Cell> v(static_cast<std::size_t>(A.Rows()));
     double vv = 0.0;
-    for (double& x : v) {
-        x = uniform(generator);
-        vv += x * x;
+    for (Cell& x : v) {
+        x = randomCell<Cell>(generator);
+        vv += std::norm(x);
     }
     for (int c = 0; c < A.Cols(); ++c) {
-        double va = 0.0;
-        for (int r = 0; r < A.Rows(); ++r) va += v[static_cast<std::size_t>(r)] * A(r, c);
+        Cell va = 0.0;
+        for (int r = 0; r < A.Rows(); ++r) va += conjugate(v[static_cast<std::size_t>(r)]) * A(r, c);
         for (int r = 0; r < A.Rows(); ++r) A(r, c) -= 2.0 * va / vv * v[static_cast<std::size_t>(r)];
     }
 }
@@ -41,6 +69,20 @@ double largerOrNaN(double x, double y)
 bool sameCell(double x, double y)
 {
     return x == y || (std::isnan(x) && std::isnan(y));
+}
+bool sameCell(const Complex& x, const Complex& y)
+{
+    return sameCell(x.real(), y.real()) && sameCell(x.imag(), y.imag());
+}
+
+template <class V>
+bool sameCells(const V& x, const V& y)
+{
+    if (x.Length() != y.Length()) return false;
+    for (int i = 0; i < x.Length(); ++i) {
+        if (!sameCell(x(i), y(i))) return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -77,11 +119,12 @@ const std::vector<Spectrum>& allSpectra()
     return spectra;
 }
 
-Matrix randomMatrix(const Shape& shape, std::mt19937_64& generator)
+template <class M>
+M randomMatrix(const Shape& shape, std::mt19937_64& generator)
 {
-    Matrix A(shape.rows, shape.cols);
+    M A(shape.rows, shape.cols);
     for (int c = 0; c < shape.cols; ++c) {
-        for (int r = 0; r < shape.rows; ++r) A(r, c) = uniform(generator);
+        for (int r = 0; r < shape.rows; ++r) A(r, c) = randomCell<CellOf<M>>(generator);
     }
     return A;
 }
@@ -94,50 +137,55 @@ double singularValue(Spectrum spectrum, int i, int count)
     return 1.0;
 }
 
-Matrix matrixWith(const Shape& shape, Spectrum spectrum, std::uint64_t seed)
+template <class M>
+M matrixWith(const Shape& shape, Spectrum spectrum, std::uint64_t seed)
 {
     std::mt19937_64 generator(seed);
-    if (spectrum == Spectrum::Random) return randomMatrix(shape, generator);
+    if (spectrum == Spectrum::Random) return randomMatrix<M>(shape, generator);
     if (spectrum == Spectrum::Graded) {
-        Matrix A = randomMatrix(shape, generator);
+        M A = randomMatrix<M>(shape, generator);
         for (int r = 0; r < shape.rows; ++r) {
             for (int c = 0; c < shape.cols; ++c) A(r, c) *= std::pow(10.0, -(r % 12));
         }
         return A;
     }
-    // U*S*V' with U and V products of three random reflections each.
+    // U*S*V^T with U and V products of three random reflections each.
     const int count = std::min(shape.rows, shape.cols);
-    Matrix A(shape.rows, shape.cols);
+    M A(shape.rows, shape.cols);
     for (int i = 0; i < count; ++i) A(i, i) = singularValue(spectrum, i, count);
     for (int k = 0; k < 3; ++k) reflectRows(A, generator);
-    Matrix transposed = naiveTranspose(A);
+    M transposed = naiveTranspose(A);
     for (int k = 0; k < 3; ++k) reflectRows(transposed, generator);
     return naiveTranspose(transposed);
 }
 
-Matrix symmetricWith(const std::vector<double>& eigenvalues, std::uint64_t seed)
+template <class M>
+M symmetricWith(const std::vector<double>& eigenvalues, std::uint64_t seed)
 {
     const int n = static_cast<int>(eigenvalues.size());
-    const Matrix Q = matrixWith({n, n}, Spectrum::Flat, seed);
-    Matrix QD(Q);
+    const M Q = matrixWith<M>({n, n}, Spectrum::Flat, seed);
+    M QD(Q);
     for (int j = 0; j < n; ++j) {
         for (int i = 0; i < n; ++i) QD(i, j) *= eigenvalues[static_cast<std::size_t>(j)];
     }
-    Matrix A = naiveProduct(QD, naiveTranspose(Q));
+    M A = naiveProduct(QD, naiveAdjoint(Q));
     for (int j = 0; j < n; ++j) {
-        for (int i = 0; i < j; ++i) A(i, j) = A(j, i);
+        A(j, j) = std::real(A(j, j));
+        for (int i = 0; i < j; ++i) A(i, j) = conjugate(A(j, i));
     }
     return A;
 }
 
-Matrix identity(int n)
+template <class M>
+M identity(int n)
 {
-    Matrix I(n, n);
+    M I(n, n);
     for (int i = 0; i < n; ++i) I(i, i) = 1.0;
     return I;
 }
 
-double oneNorm(const Matrix& A)
+template <class M>
+double oneNorm(const M& A)
 {
     double norm = 0.0;
     for (int c = 0; c < A.Cols(); ++c) {
@@ -148,10 +196,11 @@ double oneNorm(const Matrix& A)
     return norm;
 }
 
-Matrix naiveProduct(const Matrix& A, const Matrix& B)
+template <class M>
+M naiveProduct(const M& A, const M& B)
 {
     EXPECT_EQ(A.Cols(), B.Rows());
-    Matrix C(A.Rows(), B.Cols());
+    M C(A.Rows(), B.Cols());
     for (int j = 0; j < B.Cols(); ++j) {
         for (int k = 0; k < A.Cols(); ++k) {
             for (int i = 0; i < A.Rows(); ++i) C(i, j) += A(i, k) * B(k, j);
@@ -160,20 +209,32 @@ Matrix naiveProduct(const Matrix& A, const Matrix& B)
     return C;
 }
 
-Matrix naiveTranspose(const Matrix& A)
+template <class M>
+M naiveTranspose(const M& A)
 {
-    Matrix T(A.Cols(), A.Rows());
+    M T(A.Cols(), A.Rows());
     for (int c = 0; c < A.Cols(); ++c) {
         for (int r = 0; r < A.Rows(); ++r) T(c, r) = A(r, c);
     }
     return T;
 }
 
-double differenceRatio(const Matrix& A, const Matrix& B)
+template <class M>
+M naiveAdjoint(const M& A)
+{
+    M T = naiveTranspose(A);
+    for (int c = 0; c < T.Cols(); ++c) {
+        for (int r = 0; r < T.Rows(); ++r) T(r, c) = conjugate(T(r, c));
+    }
+    return T;
+}
+
+template <class M>
+double differenceRatio(const M& A, const M& B)
 {
     EXPECT_EQ(A.Rows(), B.Rows());
     EXPECT_EQ(A.Cols(), B.Cols());
-    Matrix D(A.Rows(), A.Cols());
+    M D(A.Rows(), A.Cols());
     for (int c = 0; c < A.Cols(); ++c) {
         for (int r = 0; r < A.Rows(); ++r) D(r, c) = A(r, c) - B(r, c);
     }
@@ -181,14 +242,16 @@ double differenceRatio(const Matrix& A, const Matrix& B)
     return difference == 0.0 ? 0.0 : difference / (std::max(A.Rows(), A.Cols()) * norm * kEps);
 }
 
-double orthogonalityRatio(const Matrix& Q)
+template <class M>
+double orthogonalityRatio(const M& Q)
 {
-    return differenceRatio(identity(Q.Cols()), naiveProduct(naiveTranspose(Q), Q)) * Q.Cols() / Q.Rows();
+    return differenceRatio(identity<M>(Q.Cols()), naiveProduct(naiveAdjoint(Q), Q)) * Q.Cols() / Q.Rows();
 }
 
-double solveRatio(const Matrix& A, const Matrix& X, const Matrix& B)
+template <class M>
+double solveRatio(const M& A, const M& X, const M& B)
 {
-    const Matrix AX = naiveProduct(A, X);
+    const M AX = naiveProduct(A, X);
     const double norm = oneNorm(A);
     double worst = 0.0;
     for (int c = 0; c < B.Cols(); ++c) {
@@ -200,9 +263,10 @@ double solveRatio(const Matrix& A, const Matrix& X, const Matrix& B)
     return worst;
 }
 
-double inverseRatio(const Matrix& A, const Matrix& X)
+template <class M>
+double inverseRatio(const M& A, const M& X)
 {
-    return differenceRatio(identity(A.Rows()), naiveProduct(X, A)) / (oneNorm(A) * oneNorm(X));
+    return differenceRatio(identity<M>(A.Rows()), naiveProduct(X, A)) / (oneNorm(A) * oneNorm(X));
 }
 
 double valuesRatio(const Vector& x, const Vector& y, int size, double norm)
@@ -213,7 +277,8 @@ double valuesRatio(const Vector& x, const Vector& y, int size, double norm)
     return difference == 0.0 ? 0.0 : difference / (size * norm * kEps);
 }
 
-bool identical(const Matrix& A, const Matrix& B)
+template <class M>
+bool identical(const M& A, const M& B)
 {
     if (A.Rows() != B.Rows() || A.Cols() != B.Cols()) return false;
     for (int c = 0; c < A.Cols(); ++c) {
@@ -226,11 +291,29 @@ bool identical(const Matrix& A, const Matrix& B)
 
 bool identical(const Vector& x, const Vector& y)
 {
-    if (x.Length() != y.Length()) return false;
-    for (int i = 0; i < x.Length(); ++i) {
-        if (!sameCell(x(i), y(i))) return false;
-    }
-    return true;
+    return sameCells(x, y);
 }
+bool identical(const CVector& x, const CVector& y)
+{
+    return sameCells(x, y);
+}
+
+#define DEFINE_FOR(M)                                                                                        \
+    template M randomMatrix<M>(const Shape&, std::mt19937_64&);                                              \
+    template M matrixWith<M>(const Shape&, Spectrum, std::uint64_t);                                         \
+    template M symmetricWith<M>(const std::vector<double>&, std::uint64_t);                                  \
+    template M identity<M>(int);                                                                             \
+    template double oneNorm(const M&);                                                                       \
+    template M naiveProduct(const M&, const M&);                                                             \
+    template M naiveTranspose(const M&);                                                                     \
+    template M naiveAdjoint(const M&);                                                                       \
+    template double differenceRatio(const M&, const M&);                                                     \
+    template double orthogonalityRatio(const M&);                                                            \
+    template double solveRatio(const M&, const M&, const M&);                                                \
+    template double inverseRatio(const M&, const M&);                                                        \
+    template bool identical(const M&, const M&);
+
+DEFINE_FOR(Matrix)
+DEFINE_FOR(CMatrix)
 
 } // namespace Velmar::Lintrix::testing

@@ -3,6 +3,8 @@
 /// Makes the k-th request for memory fail wherever it goes, to `operator new` or to the library's system
 /// allocator, which are counted together. A program that links this replaces the global `operator new`.
 
+#include "tests/support/failing_allocator.h"
+
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/services/buffer_pool.h>
 
@@ -11,22 +13,6 @@
 #include <cstdint>
 
 namespace Velmar::Lintrix::testing {
-
-enum class Refused {
-    One,  ///< request number k alone
-    Rest, ///< request number k and every later one
-};
-
-/// While it lives, requests fail as told, counted from 0.
-class FailingMemory {
-public:
-    FailingMemory(int k, Refused refused);
-    ~FailingMemory();
-    FailingMemory(const FailingMemory&) = delete;
-    FailingMemory& operator=(const FailingMemory&) = delete;
-
-    bool hasFailed() const;
-};
 
 /// Blocks of `operator new` that are in use.
 std::int64_t liveNewBlocks();
@@ -54,7 +40,7 @@ int refuseEachRequest(Make make, Operation operation, Look look, Raised raised)
                 const auto before = look(object);
                 bool failed = false;
                 {
-                    const FailingMemory memory(k, refused);
+                    const FailingAllocator memory(k, refused);
                     try {
                         operation(object);
                     } catch (...) {

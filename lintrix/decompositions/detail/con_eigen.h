@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// The driver of general eigenvalue problems, and its eigenvectors out of their packed real form.
+/// The drivers of general eigenvalue problems, and eigenvectors out of their packed real form.
 
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
@@ -21,6 +21,12 @@ namespace Velmar::Lintrix::detail {
 /// @throws NotEnoughMemoryException  default message
 LINTRIX_TESTABLE void ConEigen(BalanceType bal, bool rV, bool lV, std::int32_t n, double* a, double* wr,
                                double* wi, double* vl, double* vr, double* scale, std::int32_t info);
+
+/// The same for complex cells: eigenvalues in `w`, each eigenvector a column. An eigenvalue that was not
+/// found is NaN in its real part and 0 in the other, and a vector NaN in the real parts of its cells.
+LINTRIX_TESTABLE void CConEigen(BalanceType bal, bool rV, bool lV, std::int32_t n, std::complex<double>* a,
+                                std::complex<double>* w, std::complex<double>* vl, std::complex<double>* vr,
+                                double* scale, std::int32_t info);
 
 /// Eigenvector `index` (n cells) out of the packed form: column `index` for a real eigenvalue; for a pair,
 /// whose first member has the positive imaginary part, column `index` of the first holds the real part and

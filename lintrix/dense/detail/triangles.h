@@ -48,13 +48,21 @@ void copyUpper(const Cell* packed, std::int32_t ld, std::int32_t rows, std::int3
     }
 }
 
-/// The cells above the diagonal become those below it: A is n x n, its lower triangle set.
+/// Each cell above the diagonal becomes mirror(it, its counterpart below): A is n x n, its lower triangle
+/// set.
+template <class Cell, class Mirror>
+void mirrorLower(Cell* a, std::int32_t n, Mirror mirror)
+{
+    for (std::int64_t i = 1; i < n; ++i) {
+        for (std::int64_t j = 0; j < i; ++j) a[j + n * i] = mirror(a[j + n * i], a[i + n * j]);
+    }
+}
+
+/// The cells above the diagonal become those below it.
 template <class Cell>
 void mirrorLower(Cell* a, std::int32_t n)
 {
-    for (std::int64_t i = 1; i < n; ++i) {
-        for (std::int64_t j = 0; j < i; ++j) a[j + n * i] = a[i + n * j];
-    }
+    mirrorLower(a, n, [](const Cell&, const Cell& below) { return below; });
 }
 
 /// Where 0, 1, ..., length-1 stand after `count` interchanges in rising order: i with interchanges[i], which
