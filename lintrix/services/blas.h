@@ -172,11 +172,18 @@ inline void axpy(const int& n, const std::complex<double>& alpha, const std::com
     zaxpy_(&n, &alpha, x, &incx, y, &incy);
 }
 
-/// x := alpha*x. A zero factor multiplies, too: libraries differ in whether their routine does or clears, and
-/// clearing loses NaN, infinities and signs.
+/// Factors by which cells are multiplied here, since libraries differ: by a zero some clear, and lose NaN,
+/// infinities and signs; and a NaN some kernels for complex cells take for a zero.
+template <class Factor>
+bool isLeftToNoKernel(const Factor& alpha)
+{
+    return alpha == 0.0 || alpha != alpha;
+}
+
+/// x := alpha*x
 inline void scal(const int& n, const double& alpha, double* x, const int& incx)
 {
-    if (alpha == 0.0) {
+    if (isLeftToNoKernel(alpha)) {
         for (std::int64_t i = 0; i < n; ++i) x[i * incx] *= alpha;
         return;
     }
@@ -185,7 +192,7 @@ inline void scal(const int& n, const double& alpha, double* x, const int& incx)
 }
 inline void scal(const int& n, const std::complex<double>& alpha, std::complex<double>* x, const int& incx)
 {
-    if (alpha == 0.0) {
+    if (isLeftToNoKernel(alpha)) {
         const double re = alpha.real(), im = alpha.imag();
         for (std::int64_t i = 0; i < n; ++i) {
             std::complex<double>& cell = x[i * incx];
@@ -199,7 +206,7 @@ inline void scal(const int& n, const std::complex<double>& alpha, std::complex<d
 /// Each part of x by the real alpha.
 inline void scal(const int& n, const double& alpha, std::complex<double>* x, const int& incx)
 {
-    if (alpha == 0.0) {
+    if (isLeftToNoKernel(alpha)) {
         for (std::int64_t i = 0; i < n; ++i) x[i * incx] *= alpha;
         return;
     }

@@ -70,6 +70,21 @@ void matrixMarket(const SparseMatrix& A)
     ReadMatrixMarket(text);
 }
 
+CMatrix complexSquare()
+{
+    return CMatrix(square(), dense(kSize, kSize));
+}
+
+CVector complexOnes()
+{
+    return CVector(kSize, Complex(1.0, -1.0));
+}
+
+void archive(const CMatrix& A)
+{
+    FromArchive<CMatrix>(ToArchive(A));
+}
+
 struct Operation {
     const char* name;
     void (*run)();
@@ -109,6 +124,33 @@ const Operation kOperations[] = {
     {"Vector.DotProduct", [] { ones.DotProduct(Vector(kSize, 2.0)); }},
     {"Vector.Text", [] { ones.ToString("F2"); }},
     {"Vector.ToMatrix", [] { ones.ToMatrix(); }},
+    {"Matrix.ToCMatrix", [] { square().ToCMatrix(); }},
+    {"CMatrix.Copy", [] { complexSquare().Clone(); }},
+    {"CMatrix.Sum", [] { complexSquare() + complexSquare(); }},
+    {"CMatrix.Product", [] { complexSquare() * complexSquare(); }},
+    {"CMatrix.ProductWithReal", [] { complexSquare() * square(); }},
+    {"CMatrix.ProductWithVector", [] { complexSquare().Times(complexOnes()); }},
+    {"CMatrix.Adjoint", [] { complexSquare().Adjoint(); }},
+    {"CMatrix.Parts", [] { complexSquare().Imag(); }},
+    {"CMatrix.Resize", [] { complexSquare().Resize(50, 60); }},
+    {"CMatrix.ReorderRows",
+     [] {
+         CMatrix(2, 2).ReorderRows({1, 0});
+     }},
+    {"CMatrix.DeleteRow", [] { complexSquare().DeleteRow(3); }},
+    {"CMatrix.Concatenate", [] { CMatrix::Concatenate(complexSquare(), complexSquare()); }},
+    {"CMatrix.NormalizeRows", [] { complexSquare().NormalizeRows(NormalizeMode::UnitLength); }},
+    {"CMatrix.Norm", [] { complexSquare().Norm(NormType::InfinityNorm); }},
+    {"CMatrix.Text", [] { complexSquare().ToString("E5"); }},
+    {"CMatrix.Bytes", [] { CMatrix(2, 2).Data(complexSquare().Data()); }},
+    {"CMatrix.Array", [] { complexSquare().ToArray(); }},
+    {"CMatrix.Archive", [] { archive(complexSquare()); }},
+    {"CVector.Sum", [] { complexOnes() + complexOnes(); }},
+    {"CVector.Quotient", [] { 2.0 / complexOnes(); }},
+    {"CVector.DotProduct", [] { complexOnes().DotProduct(complexOnes()); }},
+    {"CVector.Resize", [] { complexOnes().Resize(kSize); }},
+    {"CVector.Text", [] { complexOnes().ToString("F2"); }},
+    {"CVector.ToCMatrix", [] { complexOnes().ToCMatrix(); }},
     {"LU.Factors", [] { LU(square()).GetPivots(); }},
     {"QR.Pivoting", [] { QR(square(), true).R(); }},
     {"LQ.Factor", [] { LQ(dense(10, 20)).L(); }},
