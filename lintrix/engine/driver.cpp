@@ -153,7 +153,7 @@ Failure runSteps(Run& run)
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
     if (phase.last() == Step::Reorder) return {};
     const Failure failure = factorizeAndSolve(run);
-    // A factorization without memory, too, has failed: callers find its code there. It leaves no factor.
+    // A factorization without memory, too, has failed, and leaves no factor: its code stands there as well.
     const bool isUnfinished = failure.error == Error::Memory && !hasFactor(run);
     if (failure.error == Error::Numeric || isUnfinished)
         run.call.iparm[Parameter::FailingEquation] = failure.internal;

@@ -7,8 +7,8 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// The arrays are shifted in the caller's memory, not copied: analysis takes no memory for them, and callers
-/// size theirs by that, so it stays, although a concurrent reader sees them shifted. Whatever way the scope
+/// The arrays are shifted in the caller's memory, not copied: analysis takes no memory for them. A
+/// concurrent reader sees them shifted, of which the entry warns. Whatever way the scope
 /// is left, they stand at base 1 again.
 class ShiftedIndices {
 public:

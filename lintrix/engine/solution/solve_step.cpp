@@ -173,8 +173,8 @@ private:
     }
 
     /// No less than k n + 2 times the largest update, for each right-hand side, with k of 2, or of 4 (real)
-    /// or 5 (complex) for extended residuals: the size that callers find in the failure report. What is not
-    /// touched costs no memory.
+    /// or 5 (complex) for extended residuals, a size that goes by the analysis and iparm(8) alone, whatever
+    /// is used of it. What is not touched costs no memory.
     std::int64_t leastElements() const
     {
         const int extendedVectors = kIsComplex<T> ? 5 : 4;

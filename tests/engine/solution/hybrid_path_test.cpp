@@ -358,6 +358,19 @@ TEST(HybridPath, ASolveAloneTellsAFailureWithTheFactorOfAnotherMatrix)
     EXPECT_LT(call.iparm(20), -10);
 }
 
+// The same numbers stand for another matrix where the lower triangle is not conjugated.
+TEST(HybridPath, AHermitianFactorIsNotThatOfASymmetricMatrixOfTheSameValues)
+{
+    Unreachable<std::complex<double>> call(4, 1);
+    ASSERT_EQ(call.run(12), 0);
+    call.A.mtype = 6;
+    EXPECT_EQ(call.run(33), -4);
+    EXPECT_LT(call.iparm(20), -10);
+    call.A.mtype = 4;
+    call.set(30, 0);
+    expectDirectSolution(call, 33);
+}
+
 TEST(HybridPath, IteratingFirstTellsAFailureWithANewFactor)
 {
     Unreachable<double> call(11, -1);
