@@ -6,6 +6,7 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <limits>
 
 namespace Velmar::Lintrix::detail::engine {
 
