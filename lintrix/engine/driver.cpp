@@ -120,29 +120,16 @@ Failure makeFactor(Run& run)
     return factorize(run.call, run.handle, run.timers);
 }
 
-/// An iteration has failed, and the caller has to be told unless a factor of this very matrix stands behind
-/// it: no other could do better, so the direct solution is the answer. A phase below 30 that came with an
-/// earlier factor makes such a one first and iterates once more. Whether and where the iteration fails may
-/// depend on its budget, which comes from the clock; whether the system is solved then does not.
-/// `iparm(20)` stays negative, so that the next phase below 30 makes a new factor.
-Failure solveAfterFailure(Run& run, const Failure& failure, bool isFresh)
-{
-    if (!isFresh && run.call.phase.steps() < 30) {
-        if (const Failure again = makeFactor(run)) return again;
-        const Failure repeated = solve(run.call, run.handle, run.timers);
-        return repeated.error == Error::Numeric ? solveDirectly(run.call, run.handle, run.timers) : repeated;
-    }
-    const bool isBest = isFresh || isFactorOfCall(run.call, run.handle);
-    return isBest ? solveDirectly(run.call, run.handle, run.timers) : failure;
-}
-
-/// What the phase asks of factorization and solve; without a factor, a solve alone makes one.
+/// What the phase asks of factorization and solve; without a factor, a solve alone makes one. An iteration
+/// that fails with an earlier factor is repeated with a new one at a phase below 30, and that failure is not
+/// told. Whether and where an iteration fails may depend on its budget, which comes from the clock; whether
+/// the system is solved then does not.
 Failure factorizeAndSolve(Run& run)
 {
     const ControlBlock& control = run.handle.control();
-    const int kind = control[Word::IterationKind];
+    const int steps = run.call.phase.steps(), kind = control[Word::IterationKind];
     const bool isFresh = needsFactor({.stored = hasFactor(run),
-                                      .steps = run.call.phase.steps(),
+                                      .steps = steps,
                                       .kind = kind,
                                       .budget = control[Word::IterationBudget],
                                       .iterationResult = run.call.iparm[Parameter::IterationResult]});
@@ -151,8 +138,10 @@ Failure factorizeAndSolve(Run& run)
     }
     if (!run.call.phase.solves()) return {};
     const Failure failure = solve(run.call, run.handle, run.timers);
-    const bool isIteration = failure.error == Error::Numeric && kind > 0;
-    return isIteration ? solveAfterFailure(run, failure, isFresh) : failure;
+    const bool mayRepeat = !isFresh && steps < 30 && kind > 0;
+    if (failure.error != Error::Numeric || !mayRepeat) return failure;
+    if (const Failure again = makeFactor(run)) return again;
+    return solve(run.call, run.handle, run.timers);
 }
 
 Failure runSteps(Run& run)
@@ -164,7 +153,7 @@ Failure runSteps(Run& run)
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
     if (phase.last() == Step::Reorder) return {};
     const Failure failure = factorizeAndSolve(run);
-    // A factorization without memory, too, has failed: callers find its code there. It leaves no factor.
+    // A factorization without memory, too, has failed, and leaves no factor: its code stands there as well.
     const bool isUnfinished = failure.error == Error::Memory && !hasFactor(run);
     if (failure.error == Error::Numeric || isUnfinished)
         run.call.iparm[Parameter::FailingEquation] = failure.internal;

@@ -27,9 +27,12 @@ enum class PardisoParameter : int {
     Threads = 3,
     /// In, solve: 10 L + K. K = 0 solves directly. With K = 1 (conjugate gradients squared) or 2 (conjugate
     /// gradients, which is for symmetric matrices; complex types take K = 1) an iteration follows that has
-    /// the stored factor for preconditioner, down to 10^-L, or 1e-12 with L = 0; nothing is refined, and
-    /// phases 22 and 23 replace a stored factor only after an iteration has failed or, K being positive,
-    /// where a new one would be cheap beside the iterations. Default 0.
+    /// the stored factor for preconditioner, down to 10^-L, or 1e-12 with L = 0, and is not refined. With a
+    /// factor of the very values in `a` the direct solution, refined as with K = 0, is returned where the
+    /// iteration fails, and in each column that it solves with a larger backward error. Phases 22 and 23
+    /// replace a stored factor only after an iteration has failed or, K being positive, where a new one would
+    /// be cheap beside the iterations. K below 0 iterates first: a factor is made only where none is stored
+    /// or iparm(20) is negative, a failure is always told, and solutions are not compared. Default 0.
     IterativePath = 4,
     /// In, analysis: 0 computes the order of elimination, 1 takes it from `perm`, 2 computes it and copies it
     /// into `perm`. Default 0, in which `perm` is not touched.

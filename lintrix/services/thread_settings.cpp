@@ -42,8 +42,8 @@ int* settingOf(std::string_view key, ThreadSettings& settings)
 }
 
 /// key=value pairs. A key does not end at a comma, semicolon or colon, and a quote between key and value
-/// makes the value empty, which counts as 1. The first empty key ends the list. Environments that are in use
-/// are read so, slips and all, and must give the same counts tomorrow.
+/// makes the value empty, which counts as 1. The first empty key ends the list. A list with such a slip in it
+/// would give other counts by a stricter rule, so it stays.
 void parseDomains(std::string_view list, ThreadSettings& settings)
 {
     for (;;) {
@@ -57,7 +57,8 @@ void parseDomains(std::string_view list, ThreadSettings& settings)
     }
 }
 
-/// Only these two spellings switch it off; "False" leaves it on, in environments that rely on it.
+/// Only these two spellings switch it off. "False" leaves it on: the counts of whoever writes it would
+/// change, so it stays.
 int parseDynamic(std::string_view text)
 {
     skip(text, " \"'");

@@ -22,15 +22,17 @@ namespace Velmar::Lintrix {
 ///
 /// **What the default strategy promises.** With `ComputeWhenNeeded` every solution comes from an iteration,
 /// for which the factors at hand are the preconditioner: conjugate gradients if the matrix was symmetric when
-/// the solver was made, else conjugate gradients squared. The first `Solve` factorizes, and its solution is
-/// good to rounding. After a change of values a later one keeps the old factors while they serve: the
-/// iteration ends when its correction is below StoppingTolerance times the solution, 1e-06 or about *six
-/// digits*, of a symmetric matrix, and below the square of it, about twelve digits, of another. Where it does
-/// not get there, new factors are made within the call, and where it fails with factors of the matrix as it
-/// is now, the solution is that of `ComputeAlways`. That is so for the first column of a right-hand side; a
-/// further column for which the old factors will not do is a failure of `Solve`, and the next one factorizes.
-/// Which factors are kept depends on measured times, so runs need not agree in their bits. `ComputeAlways`
-/// factorizes at every `Solve` and solves directly. Neither looks at the residual of what it returns.
+/// the solver was made, else conjugate gradients squared. Where the factors are those of the very values that
+/// the matrix has, as in the first `Solve`, no column fails where `ComputeAlways` succeeds, and none is
+/// worse: the better of the iteration and the direct solution is returned, by its backward error. After a
+/// change of values a later `Solve` keeps the old factors while they serve: the iteration ends when its
+/// correction is below StoppingTolerance times the solution, 1e-06 or about *six digits*, of a symmetric
+/// matrix, and below the square of it, about twelve digits, of another. Where it does not get there in the
+/// first column, new factors are made within the call. In a further column none are: where the old ones do
+/// not serve it, though they have served the first, `Solve` fails (`ZeroPivot`, the engine's -4), and the
+/// next one factorizes. Which factors are kept depends on measured times, so runs need not agree in their
+/// bits. `ComputeAlways` factorizes at every `Solve` and solves directly. It looks at no residual of what it
+/// returns; the better of two may be a poor one as well.
 ///
 /// **Duties of the caller.** The hardened build raises InvalidOperationException in `Solve` where one of the
 /// first three is neglected; the normal build does not look, and goes wrong as told.
@@ -117,7 +119,7 @@ public:
 
     /// min(value, 0) is kept: a positive count becomes 0, which leaves refinement to the engine (two steps
     /// after perturbed pivots), and -k asks for at most k steps with residuals in extended precision. Callers
-    /// read back 0 after a positive count, so it stays. Only ComputeAlways refines.
+    /// read back 0 after a positive count, so it stays. Iterations are not refined, only direct solutions.
     std::int32_t RefinementSteps() const;
     void RefinementSteps(std::int32_t value);
 

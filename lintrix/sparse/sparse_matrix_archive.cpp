@@ -3,6 +3,7 @@
 #include <lintrix/sparse/sparse_matrix.h>
 
 #include <lintrix/dense/detail/byte_form.h>
+#include <lintrix/dense/detail/kept.h>
 #include <lintrix/sparse/detail/foreign_rows.h>
 #include <lintrix/sparse/detail/sizes.h>
 
@@ -32,9 +33,7 @@ std::vector<std::byte> SparseMatrix::Data() const
 
 void SparseMatrix::Data(std::span<const std::byte> data)
 {
-    if constexpr (detail::kHardened) {
-        if (!ia) detail::raiseReleased();
-    }
+    if constexpr (detail::kHardened) detail::requireKept(ia);
     const std::int32_t rows = detail::sizeInBytes(data, 0), cols = detail::sizeInBytes(data, 1);
     if (rows < 1 || cols < 1) { // stored first and refused then: what a caller reads after the failure
         mRows = rows;

@@ -35,8 +35,8 @@ constexpr MatrixClass classOf(int mtype) noexcept
 }
 
 /// Whether the input check lets it pass: |mtype| in 1..6 or 11, or 13. That is wider than what the engine
-/// knows: -1, -3, -5, -6, -11 and 5 pass and end the process afterwards. Callers rely on which types are
-/// refused with a number and which are not, so it stays as wide.
+/// knows: -1, -3, -5, -6, -11 and 5 pass and end the process afterwards. Which types get a number
+/// and which end the process is part of the entry's description, so it stays as wide.
 constexpr bool isAdmitted(int mtype) noexcept
 {
     return (mtype >= -6 && mtype <= 6 && mtype != 0) || mtype == 11 || mtype == -11 || mtype == 13;

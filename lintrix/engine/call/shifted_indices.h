@@ -7,9 +7,9 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// The arrays are shifted in the caller's memory, not copied: analysis takes no memory for them, and callers
-/// size theirs by that, so it stays, although a concurrent reader sees them shifted. Whatever way the scope
-/// is left, they stand at base 1 again.
+/// The arrays are shifted in the caller's memory, not copied: analysis takes no memory for them. A concurrent
+/// reader sees them shifted, of which the entry warns. Whatever way the scope is left, they stand at base 1
+/// again.
 class ShiftedIndices {
 public:
     ShiftedIndices(std::span<int> ia, std::span<int> ja) noexcept : ia_(ia), ja_(ja) { shift(~0U); }

@@ -217,8 +217,10 @@ void keepFactor(const Arguments& call, Handle handle, const FactorRules& rules)
 
 bool isFactorOfCall(const Arguments& call, const Handle& handle)
 {
+    const FactorEntry& entry = entryOf(handle, call.mnum);
     return call.nonZeros() == handle.control()[Word::MappedEntries] &&
-           entryOf(handle, call.mnum).fingerprint == fingerprint(valuesOf(call, handle));
+           isHermitian(entry.mtype) == isHermitian(call.mtype) &&
+           entry.fingerprint == fingerprint(valuesOf(call, handle));
 }
 
 FactorRules rulesOfFactor(const Handle& handle, int mnum)

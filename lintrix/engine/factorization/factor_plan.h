@@ -59,9 +59,9 @@ LINTRIX_TESTABLE Factor<T> factorIn(Handle handle, int mnum);
 /// Marks the factor of the call as finished, made by these rules from the values of the call.
 LINTRIX_TESTABLE void keepFactor(const Arguments& call, Handle handle, const FactorRules& rules);
 
-/// Whether the stored factor was made from the values of the call, bit for bit: another made now, by the same
-/// rules, would be the same. Different values pass for equal by an accident of 64 bits only.
-/// Cost: O(entries of A).
+/// Whether the stored factor was made from the values of the call, bit for bit, and with the same triangle
+/// below them: another made now, by the same rules, would be the same. Different values pass for equal by an
+/// accident of 64 bits only. Cost: O(entries of A).
 LINTRIX_TESTABLE bool isFactorOfCall(const Arguments& call, const Handle& handle);
 
 /// The rules by which the stored factor was made (eps is not among what is kept, and is 0).

@@ -20,8 +20,8 @@ constexpr int kBudgetAfterFactorization = 4;
 
 /// Below what a pivot is perturbed: 10^-p, 0 for p = 0. Of a symmetric indefinite matrix with the largest
 /// entry m it is 10^-p/sqrt(m), but 10^-p*sqrt(m) where m < 1: it shrinks both ways. A matrix that is
-/// multiplied by a number is thus perturbed in other places; counts that callers compare hang on the rule, so
-/// it stays.
+/// multiplied by a number may thus be perturbed in other places. Counts of perturbed pivots follow from the
+/// rule, and another one would change the solutions of matrices that are solved today, so it stays.
 template <class T>
 double pivotThreshold(const Arguments& call, std::int64_t entries)
 {

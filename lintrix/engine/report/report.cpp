@@ -96,7 +96,7 @@ void reportSystem(const Arguments& call, const ControlBlock& control)
     print(Message::Processors, {control[Word::Threads]});
     print(method);
     // The words are the wrong way round: the transposed form stands for 0, and any other value repeats the
-    // line above. Programs that read the report expect them so, and they stay.
+    // line above. They are told so and stay, since what reads the report can go by nothing else.
     print(call.iparm[Parameter::Transpose] == 0 ? Message::LinearSystemTransposed : method);
     const std::int64_t nonZeros = call.nonZeros();
     const double order = call.n;

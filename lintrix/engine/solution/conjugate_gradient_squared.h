@@ -32,9 +32,9 @@ struct SquaredScalars {
 ///
 /// The number of an iteration is the root of the largest ||inv(M) r|| / ||start|| over the right-hand sides.
 /// Being the root of a ratio of norms, and not of their squares, it asks with a tolerance of 1e-6 for a ratio
-/// of 1e-12; callers' tolerances are chosen for that, so it stays. Slow convergence is judged at half of the
-/// budget only, not from there on: what is slow later is not cut short. A start whose number is below
-/// the tolerance is told as 1 iteration. `scalars` has room for `count`.
+/// of 1e-12: another measure would give other digits for the same tolerance, so it stays. Slow convergence is
+/// judged at half of the budget only, not from there on: what is slow later is not cut short. A start whose
+/// number is below the tolerance is told as 1 iteration. `scalars` has room for `count`.
 template <class T>
 LINTRIX_TESTABLE IterationOutcome conjugateGradientSquared(const IterativeSystem<T>& system,
                                                            const IterationTerms& terms, T* work,

@@ -9,7 +9,7 @@
 namespace Velmar::Lintrix::detail::engine {
 
 /// Checks, counts and, if the phase ends in 3, solves. `ja` is not looked at: row i is divided by the i-th
-/// value, wherever that entry stands. Callers need not fill it, so it stays.
+/// value, wherever that entry stands. So a caller may leave it unfilled.
 ///
 /// For each row: a number of entries other than 1 stops with the row's number as internal code, a zero value
 /// with the negated number; otherwise a positive value (real part) counts in iparm(22), any other in

@@ -63,6 +63,15 @@ inline double largerOf(double a, double b) noexcept
     return std::isnan(a) || a >= b ? a : b;
 }
 
+/// max |x_i|; no number at all once there is one.
+template <class T>
+inline double largestModulus(const T* x, std::ptrdiff_t count) noexcept
+{
+    double largest = 0.0;
+    for (std::ptrdiff_t i = 0; i < count; ++i) largest = largerOf(largest, modulus(x[i]));
+    return largest;
+}
+
 /// x^H y.
 template <class T>
 inline IterationScalar<T> innerProduct(const T* x, const T* y, int n) noexcept
@@ -81,9 +90,9 @@ inline double norm(const T* x, int n) noexcept
     constexpr double least = 1e-280; // n squares that were lost below it do not add up to its last place
     const double square = realPart(innerProduct(x, x, n));
     if (square >= least && std::isfinite(square)) return std::sqrt(square);
-    double largest = 0.0, sum = 0.0;
-    for (int i = 0; i < n; ++i) largest = largerOf(largest, modulus(x[i]));
+    const double largest = largestModulus(x, n);
     if (largest == 0.0 || !std::isfinite(largest)) return largest;
+    double sum = 0.0;
     for (int i = 0; i < n; ++i) {
         const double part = modulus(x[i]) / largest;
         sum += part * part;

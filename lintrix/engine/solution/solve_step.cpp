@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/factorization/factor_plan.h>
+#include <lintrix/engine/solution/backward_error.h>
 #include <lintrix/engine/solution/conjugate_gradient.h>
 #include <lintrix/engine/solution/conjugate_gradient_squared.h>
 #include <lintrix/engine/solution/direct_solve.h>
@@ -34,15 +35,21 @@ Failure reserve(Handle handle, Slot slot, WideWord size, std::int64_t bytes, Blo
 /// What follows the direct solve.
 enum class Improvement { None, Refinement, Squared, ConjugateGradient };
 
-Improvement improvementFor(const Arguments& call, const ControlBlock& control, int kind)
+bool refinesDirectSolution(const Arguments& call, const ControlBlock& control)
+{
+    const bool wanted = call.iparm[Parameter::RefinementLimit] != 0 || control[Word::PerturbedPivots] >= 1;
+    return wanted && call.iparm[Parameter::RefinementOff] == 0;
+}
+
+Improvement improvementFor(const Arguments& call, const ControlBlock& control)
 {
     if (call.phase.part() != 0) return Improvement::None;
+    const int kind = control[Word::IterationKind];
     if (kind != 0) {
         const bool isReal = !isComplex(call.mtype);
         return isReal && std::abs(kind) == 2 ? Improvement::ConjugateGradient : Improvement::Squared;
     }
-    const bool wanted = call.iparm[Parameter::RefinementLimit] != 0 || control[Word::PerturbedPivots] >= 1;
-    return wanted && call.iparm[Parameter::RefinementOff] == 0 ? Improvement::Refinement : Improvement::None;
+    return refinesDirectSolution(call, control) ? Improvement::Refinement : Improvement::None;
 }
 
 Storage storageOf(int mtype)
@@ -97,9 +104,9 @@ constexpr std::int64_t roundUp(std::int64_t bytes)
 template <class T>
 class SolveStep {
 public:
-    SolveStep(const Arguments& call, Handle handle, Timers& timers, Improvement improvement)
+    SolveStep(const Arguments& call, Handle handle, Timers& timers)
         : call_(call), handle_(handle), control_(handle.control()), timers_(timers),
-          improvement_(improvement), threads_(control_[Word::Threads]), count_(call.nrhs),
+          improvement_(improvementFor(call, control_)), threads_(control_[Word::Threads]), count_(call.nrhs),
           factor_(storedFactor<T>(handle, call.mnum)), matrix_{call.n,
                                                                call.ia,
                                                                call.ja,
@@ -149,6 +156,7 @@ private:
 
     bool isExtended() const { return call_.iparm[Parameter::RefinementLimit] < 0; }
 
+    /// Elements of the vectors that the improvement works on.
     std::int64_t vectors() const
     {
         switch (improvement_) {
@@ -165,8 +173,8 @@ private:
     }
 
     /// No less than k n + 2 times the largest update, for each right-hand side, with k of 2, or of 4 (real)
-    /// or 5 (complex) for extended residuals: the size that callers find in the failure report. What is not
-    /// touched costs no memory.
+    /// or 5 (complex) for extended residuals, a size that goes by the analysis and iparm(8) alone, whatever
+    /// is used of it. What is not touched costs no memory.
     std::int64_t leastElements() const
     {
         const int extendedVectors = kIsComplex<T> ? 5 : 4;
@@ -174,10 +182,13 @@ private:
         return k * elements() + 2 * control_[WideWord::LargestUpdate] * count_;
     }
 
+    /// An iteration keeps its start behind its vectors.
+    std::int64_t keptElements() const { return improvement_ == Improvement::Refinement ? 0 : elements(); }
+
     IterationLayout layout() const
     {
         IterationLayout layout{};
-        layout.sums = roundUp(vectors() * std::int64_t{sizeof(T)});
+        layout.sums = roundUp((vectors() + keptElements()) * std::int64_t{sizeof(T)});
         layout.scalars = layout.sums + roundUp(SparseOperator<T>::workBytes(matrix_, threads_, isExtended()));
         static_assert(sizeof(GradientScalars) <= sizeof(SquaredScalars<T>));
         const std::int64_t used = layout.scalars + count_ * std::int64_t{sizeof(SquaredScalars<T>)};
@@ -207,22 +218,48 @@ private:
     {
         if (improvement_ == Improvement::None) return {};
         std::byte* const block = handle_.template block<std::byte>(Slot::IterationWork);
+        T* const work = reinterpret_cast<T*>(block);
         const SparseOperator<T> A(matrix_, threads_, block + layout().sums);
         const DirectSolve<T> direct = solver();
         const Preconditioner<T> solve = [&](const T* r, T* z) { direct.solve(r, z, count_); };
-        return improvement_ == Improvement::Refinement
-                   ? refineSolution(A, solve, block)
-                   : iterate({A, solve, b_, x_, call_.n, count_}, block, solveSeconds);
+        if (improvement_ == Improvement::Refinement) return refineSolution(A, solve, x_, work);
+        T* const start = work + vectors();
+        std::copy_n(x_, elements(), start);
+        const Failure failure = iterate({A, solve, b_, x_, call_.n, count_}, block, solveSeconds);
+        return control_[Word::IterationKind] > 0 ? compareWithDirect(A, solve, start, work, failure)
+                                                 : failure;
     }
 
-    Failure refineSolution(const SparseOperator<T>& A, const Preconditioner<T>& solve, std::byte* block)
+    Failure refineSolution(const SparseOperator<T>& A, const Preconditioner<T>& solve, T* x, T* work)
     {
         const TimedStep timed(timers_, Timer::Solve);
-        const Refinement done = refine(A, solve, b_, x_, call_.n, count_,
-                                       call_.iparm[Parameter::RefinementLimit], reinterpret_cast<T*>(block));
+        const Refinement done =
+            refine(A, solve, b_, x, call_.n, count_, call_.iparm[Parameter::RefinementLimit], work);
         call_.iparm[Parameter::RefinementSteps] = done.steps;
         if (done.automatic) call_.iparm[Parameter::IterationResult] = kAutomaticRefinement;
         return done.failure;
+    }
+
+    /// An iteration ends by a number of its own and may be further from the solution then than at its start.
+    /// With a factor of this very matrix that start, refined where a direct solve would be, is what K = 0
+    /// gives: it is the answer where it is the better one, and where the iteration has failed.
+    Failure compareWithDirect(const SparseOperator<T>& A, const Preconditioner<T>& solve, T* start, T* work,
+                              const Failure& failure)
+    {
+        const int told = call_.iparm[Parameter::IterationResult];
+        const bool refines = refinesDirectSolution(call_, control_), isStart = told == 1;
+        if ((isStart && !refines) || !isFactorOfCall(call_, handle_)) return failure;
+        const Failure unrefined = refines ? refineSolution(A, solve, start, work) : Failure{};
+        call_.iparm[Parameter::IterationResult] = told;
+        if (told < 0) {
+            std::copy_n(start, elements(), x_);
+            return unrefined;
+        }
+        call_.iparm[Parameter::RefinementSteps] = 0;
+        const TimedStep timed(timers_, Timer::Iteration);
+        const double largest = largestModulus(matrix_.a, call_.nonZeros());
+        if (!unrefined) takeBetter(A, largest, b_, start, x_, call_.n, count_, work);
+        return {};
     }
 
     Failure iterate(const IterativeSystem<T>& system, std::byte* block, double solveSeconds)
@@ -272,27 +309,12 @@ private:
     T *b_, *x_;
 };
 
-Failure solveAsKind(int kind, const Arguments& call, Handle handle, Timers& timers)
-{
-    const ControlBlock& control = handle.control();
-    const Improvement improvement = improvementFor(call, control, kind);
-    return withElement(elementKind(call.mtype, control[Word::SinglePrecision] != 0),
-                       [&]<class T>() { return SolveStep<T>(call, handle, timers, improvement).run(); });
-}
-
 } // namespace
 
 Failure solve(const Arguments& call, Handle handle, Timers& timers)
 {
-    return solveAsKind(handle.control()[Word::IterationKind], call, handle, timers);
-}
-
-Failure solveDirectly(const Arguments& call, Handle handle, Timers& timers)
-{
-    const int told = call.iparm[Parameter::IterationResult];
-    const Failure failure = solveAsKind(0, call, handle, timers);
-    call.iparm[Parameter::IterationResult] = told;
-    return failure;
+    const int kind = elementKind(call.mtype, handle.control()[Word::SinglePrecision] != 0);
+    return withElement(kind, [&]<class T>() { return SolveStep<T>(call, handle, timers).run(); });
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -18,7 +18,10 @@ namespace Velmar::Lintrix::detail::engine {
 ///   forbids it; `iparm(7)` tells the steps, and `iparm(20)` is -34 when nobody had asked for them;
 /// - an iterative one (K of `iparm(4)` not 0) is the start of conjugate gradients (|K| = 2 and real elements)
 ///   or conjugate gradients squared on the matrix of this call. The budget stays in the control block;
-///   `iparm(20)` tells the iterations or why they failed, and then a factor is needed.
+///   `iparm(20)` tells the iterations or why they failed, and then a factor is needed. With K above 0 and a
+///   factor of this very matrix there is no failure to report: no other factor could do better, so that the
+///   direct solve, refined as if K were 0, is the answer, and it is that also where it has the smaller
+///   backward error. `iparm(20)` stays as the iteration told it.
 ///
 /// The solution goes to `x`, and with `iparm(6)` 1 from there to `b` once all is well.
 ///
@@ -28,9 +31,5 @@ namespace Velmar::Lintrix::detail::engine {
 /// @return  {Numeric, -2}     the iteration broke down
 /// @return  {Numeric, -3}     it diverged, was slow or used its budget up
 Failure solve(const Arguments& call, Handle handle, Timers& timers);
-
-/// The same as if K were 0, for a caller whose iteration has failed: the direct solve, and refinement where
-/// that asks for it. `iparm(20)` stays as the iteration told it.
-Failure solveDirectly(const Arguments& call, Handle handle, Timers& timers);
 
 } // namespace Velmar::Lintrix::detail::engine

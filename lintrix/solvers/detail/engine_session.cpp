@@ -1,6 +1,6 @@
 #include <lintrix/solvers/detail/engine_session.h>
 
-#include <lintrix/dense/matrix.h>
+#include <lintrix/dense/detail/kept.h>
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/system_allocator.h>
 
@@ -76,13 +76,13 @@ EngineSession& EngineSession::operator=(EngineSession&& other) noexcept
 
 std::int32_t& EngineSession::iparm(PardisoParameter slot)
 {
-    if (!iparm_) raiseReleased();
+    requireKept(iparm_);
     return PardisoParameters(iparm_.get())[slot];
 }
 
 std::int32_t EngineSession::call(std::int32_t phase, const void* b, void* x)
 {
-    if (!pt_) raiseReleased();
+    requireKept(pt_);
     fixed_.phase = phase;
     fixed_.stopped = false;
     fixed_.error = 0;

@@ -281,6 +281,73 @@ TEST(HybridPath, TheBudgetDoesNotDecideWhetherTheFactoredMatrixIsSolved)
     }
 }
 
+/// ||b - A x|| / (||A|| ||x|| + ||b||) of each right-hand side: max |a_ij| is the norm of A where ||x|| is a
+/// sum of magnitudes and those of residual and b are the largest one.
+template <class T>
+std::vector<double> backwardErrors(const SolveCall<T>& call)
+{
+    const auto n = static_cast<std::size_t>(call.A.n);
+    std::vector<double> errors;
+    for (std::size_t first = 0; first < call.size(); first += n) {
+        std::vector<std::complex<double>> r(call.b.begin() + static_cast<std::ptrdiff_t>(first),
+                                            call.b.begin() + static_cast<std::ptrdiff_t>(first + n));
+        double entry = 0.0, left = 0.0, solution = 0.0, right = 0.0;
+        call.A.forEach(false, [&](int i, int j, T value) {
+            const auto column = static_cast<std::size_t>(j);
+            r[static_cast<std::size_t>(i)] -=
+                std::complex<double>(value) * std::complex<double>(call.x[first + column]);
+            entry = std::max<double>(entry, std::abs(value));
+        });
+        for (std::size_t i = 0; i < n; ++i) {
+            left = std::max(left, std::abs(r[i]));
+            solution += std::abs(call.x[first + i]);
+            right = std::max<double>(right, std::abs(call.b[first + i]));
+        }
+        errors.push_back(left / (entry * solution + right));
+    }
+    return errors;
+}
+
+/// A call on the hybrid path, whose pivots come from zeros on the diagonal and are perturbed.
+template <class T>
+void expectNoWorseThanDirect(int mtype, int kind)
+{
+    for (const unsigned seed : {1U, 2U, 3U}) {
+        SCOPED_TRACE(::testing::Message() << "type " << mtype << ", kind " << kind << ", seed " << seed);
+        const ThreadSetting one(1);
+        SolveCall<T> call(systemOf<T>(saddleShape(), mtype, seed), 2), direct(call.A, 2);
+        for (SolveCall<T>* const each : {&call, &direct}) {
+            for (const int parameter : {11, 13, 21}) each->set(parameter, 0);
+            each->set(10, 6);
+        }
+        call.set(4, (sizeof(RealOf<T>) == sizeof(float) ? 20 : 60) + kind);
+        for (const int phase : {13, 33}) {
+            ASSERT_EQ(direct.run(phase), 0);
+            ASSERT_EQ(call.run(phase), 0);
+            EXPECT_GT(call.iparm(14), 0);
+            if (call.iparm(20) > 0) {
+                EXPECT_EQ(call.iparm(7), 0);
+            }
+            const std::vector<double> own = backwardErrors(call), others = backwardErrors(direct);
+            for (std::size_t c = 0; c < own.size(); ++c) // which the engine compares as rounded to T
+                EXPECT_LT(own[c], 2 * others[c] + std::numeric_limits<RealOf<T>>::epsilon()) << c;
+        }
+    }
+}
+
+// The iteration ends by its tolerance; a factor of this very matrix may give more digits than that.
+TEST(HybridPath, WithTheFactorOfItsMatrixASolutionIsNeverWorseThanTheDirectOne)
+{
+    for (const int kind : {1, 2}) {
+        expectNoWorseThanDirect<double>(-2, kind);
+        expectNoWorseThanDirect<float>(-2, kind);
+        for (const int mtype : {-4, 6}) {
+            expectNoWorseThanDirect<std::complex<double>>(mtype, kind);
+            expectNoWorseThanDirect<std::complex<float>>(mtype, kind);
+        }
+    }
+}
+
 // The values have changed, by one bit: another factor could do better, and a solve alone makes none.
 TEST(HybridPath, ASolveAloneTellsAFailureWithTheFactorOfAnotherMatrix)
 {
@@ -289,6 +356,19 @@ TEST(HybridPath, ASolveAloneTellsAFailureWithTheFactorOfAnotherMatrix)
     call.A.a.back() = std::nextafter(call.A.a.back(), 0.0);
     EXPECT_EQ(call.run(33), -4);
     EXPECT_LT(call.iparm(20), -10);
+}
+
+// The same numbers stand for another matrix where the lower triangle is not conjugated.
+TEST(HybridPath, AHermitianFactorIsNotThatOfASymmetricMatrixOfTheSameValues)
+{
+    Unreachable<std::complex<double>> call(4, 1);
+    ASSERT_EQ(call.run(12), 0);
+    call.A.mtype = 6;
+    EXPECT_EQ(call.run(33), -4);
+    EXPECT_LT(call.iparm(20), -10);
+    call.A.mtype = 4;
+    call.set(30, 0);
+    expectDirectSolution(call, 33);
 }
 
 TEST(HybridPath, IteratingFirstTellsAFailureWithANewFactor)

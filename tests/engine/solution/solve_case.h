@@ -223,8 +223,8 @@ public:
     {
         const std::vector<int> ia = A.ia, ja = A.ja;
         int error = 4711;
-        pardiso(pt.data(), maxfct, mnum, A.mtype, phase, A.n, A.a.data(), A.ia.data(), A.ja.data(), nullptr,
-                nrhs, parameters.data(), msglvl, b.data(), x.data(), error);
+        pardiso(pt.data(), maxfct, mnum, A.mtype, phase, A.n, A.a.data(), A.ia.data(), A.ja.data(),
+                perm.data(), nrhs, parameters.data(), msglvl, b.data(), x.data(), error);
         EXPECT_EQ(A.ia, ia);
         EXPECT_EQ(A.ja, ja);
         return error;
@@ -264,6 +264,7 @@ public:
     std::array<void*, 64> pt{};
     std::array<int, 64> parameters{};
     int maxfct = 1, mnum = 1, nrhs, msglvl = 0;
+    std::vector<int> perm; ///< perm(new) = old, base 1; null where it is empty
     std::vector<T> b, x;
 };
 
