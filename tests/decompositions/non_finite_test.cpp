@@ -2,6 +2,7 @@
 // standard streams, and every cell of its answers has been written.
 
 #include <lintrix/decompositions/cholesky.h>
+#include <lintrix/decompositions/eigen.h>
 #include <lintrix/decompositions/lq.h>
 #include <lintrix/decompositions/lu.h>
 #include <lintrix/decompositions/qr.h>
@@ -41,9 +42,10 @@ public:
     ExpectedSilence& operator=(const ExpectedSilence&) = delete;
 };
 
-Matrix filled(const Shape& shape, double value)
+template <class M = Matrix>
+M filled(const Shape& shape, double value)
 {
-    Matrix A(shape.rows, shape.cols);
+    M A(shape.rows, shape.cols);
     for (int j = 0; j < shape.cols; ++j) {
         for (int i = 0; i < shape.rows; ++i) A(i, j) = value;
     }
@@ -59,21 +61,34 @@ std::vector<int> placesAlong(int side)
     return places;
 }
 
+// Each number that is not finite, for a complex cell in either part.
+void forEachBadCell(const Matrix&, auto use)
+{
+    for (const double value : {kNaN, kInfinity, -kInfinity}) use(value);
+}
+void forEachBadCell(const CMatrix&, auto use)
+{
+    for (const double value : {kNaN, kInfinity, -kInfinity}) {
+        use(Complex(value, 0.5));
+        use(Complex(0.5, value));
+    }
+}
+
 // Runs `check(A)` for matrices of random numbers and of ones with a single cell that is not finite, at each
 // place (row, column) that `wanted` keeps.
-template <class Wanted, class Check>
+template <class M = Matrix, class Wanted, class Check>
 void forEachSpoiled(const Shape& shape, Wanted wanted, Check check)
 {
-    for (const Matrix& whole : {matrixWith(shape, Spectrum::Random, kSeed), filled(shape, 1.0)}) {
+    for (const M& whole : {matrixWith<M>(shape, Spectrum::Random, kSeed), filled<M>(shape, 1.0)}) {
         for (const int i : placesAlong(shape.rows)) {
             for (const int j : placesAlong(shape.cols)) {
                 if (!wanted(i, j)) continue;
-                for (const double value : {kNaN, kInfinity, -kInfinity}) {
+                forEachBadCell(whole, [&](const auto& value) {
                     SCOPED_TRACE(::testing::Message() << shape << ", " << value << " at " << i << ", " << j);
-                    Matrix A(whole);
+                    M A(whole);
                     A(i, j) = value;
                     check(A);
-                }
+                });
             }
         }
     }
@@ -105,10 +120,10 @@ std::vector<Shape> squaresAndRectangles()
 }
 
 // `answers(A)` is a list of matrices. Two runs over blocks that held different bytes must agree.
-template <class Answers>
-void expectNoCellUnwritten(const Matrix& A, Answers answers)
+template <class M, class Answers>
+void expectNoCellUnwritten(const M& A, Answers answers)
 {
-    std::vector<Matrix> first, second;
+    std::vector<M> first, second;
     {
         const PoisonedAllocator poison(0x3f); // about 4.8e-4
         first = answers(A);
@@ -121,9 +136,10 @@ void expectNoCellUnwritten(const Matrix& A, Answers answers)
     for (std::size_t k = 0; k < first.size(); ++k) EXPECT_TRUE(identical(first[k], second[k])) << k;
 }
 
-void expectZero(const Matrix& A)
+template <class M>
+void expectZero(const M& A)
 {
-    EXPECT_TRUE(identical(A, Matrix(A.Rows(), A.Cols())));
+    EXPECT_TRUE(identical(A, M(A.Rows(), A.Cols())));
 }
 
 // ---- a failed state
@@ -275,6 +291,84 @@ TEST(NonFinite, FactorsOfANaNAreNotFinite)
     EXPECT_FALSE(allFinite(QR(A).R()));
     EXPECT_FALSE(allFinite(LQ(A).L()));
     EXPECT_FALSE(allFinite(A.Solve(filled({3, 1}, 1.0))));
+}
+
+// ---- complex cells, of which either part may not be finite
+
+std::vector<Shape> fewShapes()
+{
+    return {{1, 1}, {2, 2}, {3, 3}, {5, 5}, {3, 5}, {5, 3}, {1, 4}, {4, 1}, {65, 65}};
+}
+
+TEST(ComplexNonFinite, FailedStatesAreThoseOfTheRealClasses)
+{
+    const Threads one(1);
+    const ExpectedSilence silence;
+    for (const Shape& shape : fewShapes()) {
+        forEachSpoiled<CMatrix>(shape, anywhere, [](const CMatrix& A) {
+            const PoisonedAllocator poison(0x3f);
+            const CSVD svd(A), values(A, true);
+            ASSERT_FALSE(svd.Succeeded());
+            ASSERT_FALSE(values.Succeeded());
+            expectZero(svd.S());
+            expectZero(svd.U().value());
+            expectZero(svd.V().value());
+            EXPECT_EQ(svd.Rank(), 0);
+            EXPECT_EQ(svd.PseudoInverse(), std::nullopt);
+        });
+        if (shape.rows != shape.cols) continue;
+        forEachSpoiled<CMatrix>(shape, inLowerTriangle, [](const CMatrix& A) {
+            const PoisonedAllocator poison(0x3f);
+            const CSymEigen eigen(A);
+            ASSERT_FALSE(eigen.Succeeded());
+            expectZero(eigen.D());
+            expectZero(eigen.Eigenvectors().value());
+            ASSERT_FALSE(CCholesky(A).Succeeded());
+            EXPECT_EQ(CCholesky(A).L(), std::nullopt);
+        });
+    }
+}
+
+TEST(ComplexNonFinite, EigenvaluesAreNaN)
+{
+    const Threads one(1);
+    const ExpectedSilence silence;
+    for (const int n : {1, 2, 3, 65}) {
+        forEachSpoiled<CMatrix>({n, n}, anywhere, [](const CMatrix& A) {
+            const CEigen eigen(A, true, true);
+            ASSERT_TRUE(eigen.Succeeded());
+            for (int i = 0; i < A.Rows(); ++i) {
+                ASSERT_TRUE(std::isnan(eigen.Eigenvalue(i).real()));
+                ASSERT_TRUE(std::isnan((*eigen.Eigenvector(i))(0).real()));
+                ASSERT_TRUE(std::isnan((*eigen.LeftEigenvector(i))(0).real()));
+            }
+        });
+    }
+}
+
+TEST(ComplexNonFinite, FactorsComeToAnEndAndEveryCellIsWritten)
+{
+    const Threads one(1);
+    const ExpectedSilence silence;
+    for (const Shape& shape : fewShapes()) {
+        forEachSpoiled<CMatrix>(shape, anywhere, [](const CMatrix& A) {
+            ASSERT_TRUE(isPermutation(CLU(A).GetPivots(), A.Rows()));
+            ASSERT_TRUE(isPermutation(CQR(A, true).GetPivots(), A.Cols()));
+            expectNoCellUnwritten(A, [](const CMatrix& B) {
+                const CLU lu(B);
+                const CQR qr(B), pivoting(B, true);
+                const CLQ lq(B);
+                std::vector<CMatrix> answers{lu.L(), lu.U(), qr.Q(), qr.R(), pivoting.Q(), lq.L(), lq.Q()};
+                const CMatrix b = filled<CMatrix>({B.Rows(), 2}, 1.0);
+                if (B.Rows() >= B.Cols()) answers.push_back(qr.Solve(b));
+                if (B.Rows() <= B.Cols()) answers.push_back(lq.Solve(b));
+                if (!B.IsSquare() || lu.IsSingular()) return answers;
+                answers.push_back(lu.Inverse());
+                answers.push_back(lu.Solve(b));
+                return answers;
+            });
+        });
+    }
 }
 
 } // namespace

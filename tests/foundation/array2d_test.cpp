@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <complex>
+
 namespace Velmar::Lintrix::testing {
 namespace {
 
@@ -35,6 +37,16 @@ TEST(Array2D, NestedListsAreReadRowAfterRow)
     EXPECT_EQ(literal(1, 0), 4.0);
     for (int k = 0; k < 6; ++k) EXPECT_EQ(literal.Row(0)[k], k + 1.0);
     EXPECT_EQ(literal.Row(1), literal.Row(0) + 3);
+}
+
+TEST(Array2D, ElementsMayBeComplex)
+{
+    using Cell = std::complex<double>;
+    const Array2D<Cell> literal{{1, {2, 3}}, {{0, -1}, 4}}, zeros(1, 2);
+    EXPECT_EQ(literal(0, 1), Cell(2, 3));
+    EXPECT_EQ(literal(1, 0), Cell(0, -1));
+    EXPECT_EQ(zeros(0, 1), Cell());
+    EXPECT_FALSE(literal == zeros);
 }
 
 TEST(Array2D, RaggedRowsAreRefused)

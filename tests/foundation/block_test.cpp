@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <complex>
 #include <type_traits>
 
 namespace Velmar::Lintrix::testing {
@@ -29,7 +30,7 @@ private:
     const std::int64_t before_ = TrellConfiguration::TotalMemory();
 };
 
-using Cells = ::testing::Types<double, std::int32_t>;
+using Cells = ::testing::Types<double, std::int32_t, std::complex<double>>;
 TYPED_TEST_SUITE(BlockTest, Cells);
 
 TYPED_TEST(BlockTest, TakesItsCellsAndGivesThemBack)
