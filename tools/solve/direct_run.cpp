@@ -15,7 +15,7 @@ struct Setup {
     int iteration;                      ///< unit digit of iparm(4) where factors are kept
 };
 
-constexpr std::array<Setup, 6> kSetups{{
+constexpr std::array<Setup, 7> kSetups{{
     {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", Assumption::PositiveDefinite, 0, 0, 0, 2},
     {Road::Symmetric, "sparse LDL'", "sparse LDL^H", Assumption::Symmetric, 8, 0, 0, 2},
     {Road::SymmetricPairs, "sparse LDL' with matching", "sparse LDL^H with matching", Assumption::Symmetric,
@@ -24,6 +24,7 @@ constexpr std::array<Setup, 6> kSetups{{
     {Road::Matched, "sparse LU with matching", "sparse LU with matching", Assumption::Nothing, 13, 1, 0, 1},
     {Road::Coarse, "sparse LU with raised pivots", "sparse LU with raised pivots", Assumption::Nothing, 6, 1,
      0, 1},
+    {Road::Dense, "dense LU", "dense LU", Assumption::Nothing, 0, 0, 0, 0},
 }};
 
 const Setup& setupOf(Road road)
@@ -103,6 +104,8 @@ std::optional<Road> roadAfter(Road road)
     case Road::Matched:
         return Road::Coarse;
     case Road::Coarse:
+        return Road::Dense;
+    case Road::Dense:
         break;
     }
     return std::nullopt;

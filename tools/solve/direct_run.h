@@ -23,10 +23,11 @@ enum class Road {
     Unmatched,      ///< LU that keeps to the diagonal as it stands
     Matched,        ///< LU with matching and scaling: for any matrix
     Coarse,         ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
+    Dense,          ///< LU with exchanges of rows, in dense storage and without the engine
 };
 
 /// "sparse Cholesky", "sparse LDL'", "sparse LDL' with matching", "sparse LU", "sparse LU with matching",
-/// "sparse LU with raised pivots"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
+/// "sparse LU with raised pivots", "dense LU"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
 std::string_view nameOf(Road road, int mtype);
 
 /// What the road assumes of the matrix.
@@ -58,7 +59,9 @@ struct DirectSettings {
     std::function<void(int)> progress{}; ///< is told the percentage of the factorization
 };
 
-inline constexpr int kEngineNoMemory = -2; ///< the error of an engine without memory
+// Errors of the engine.
+inline constexpr int kEngineNoMemory = -2; ///< there is not enough memory
+inline constexpr int kEngineNumeric = -4;  ///< a zero pivot, or no convergence
 
 /// What the engine answered.
 struct EngineAnswer {
@@ -69,7 +72,8 @@ struct EngineAnswer {
 /// A handle of the engine from analysis to release.
 class DirectRun {
 public:
-    /// `matrix` under the assumption of the road; its arrays must outlive the run.
+    /// `matrix` under the assumption of the road, which is one of the engine's; its arrays must outlive the
+    /// run.
     DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod ordering,
               const DirectSettings& settings);
     ~DirectRun();
