@@ -4,6 +4,7 @@
 #include <tools/input/columns.h>
 #include <tools/input/engine_matrix.h>
 
+#include <lintrix/engine/pardiso.h>
 #include <lintrix/lintrix.h>
 
 #include <algorithm>
@@ -96,20 +97,24 @@ public:
         return solve(B, X);
     }
 
-    FillInReducingMethod ordering() const { return static_cast<FillInReducingMethod>(parameters_[1]); }
-    int perturbedPivots() const { return parameters_[13]; }
-    int refinementSteps() const { return parameters_[6]; }
+    FillInReducingMethod ordering() const
+    {
+        return static_cast<FillInReducingMethod>(parameters_[PardisoParameter::Ordering]);
+    }
+    int perturbedPivots() const { return parameters_[PardisoParameter::PerturbedPivots]; }
+    int refinementSteps() const { return parameters_[PardisoParameter::RefinementSteps]; }
     /// Of a factorization, once it is analysed; nothing of a diagonal matrix.
     RoadCost cost() const;
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
-    int factorEntries() const { return std::max(parameters_[17], 0); }
+    int factorEntries() const { return std::max(parameters_[PardisoParameter::FactorNonZeros], 0); }
 
 private:
     EngineAnswer call(int phase, int nrhs, const void* b, void* x);
     void limitRefinement(std::int32_t steps);
 
     std::array<void*, 64> handle_{};
-    std::array<std::int32_t, 64> parameters_{};
+    std::array<int, PardisoParameters::kSlots> slots_{};
+    PardisoParameters parameters_{slots_.data()};
     EngineMatrix matrix_;
     const DirectSettings& settings_;
 };
