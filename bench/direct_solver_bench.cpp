@@ -196,13 +196,14 @@ public:
     Solver(Rows<T>& A, int type, const Options& options) : A_(A), type_(type)
     {
         const bool unsymmetric = type == 11 || type == 13, definite = type == 2 || type == 4;
-        at(1) = 1;
-        at(2) = options.ordering;
-        at(10) = definite ? 0 : unsymmetric || type == 1 || type == 3 ? 13 : 8;
-        at(11) = at(13) = unsymmetric || options.matching ? 1 : 0;
-        at(18) = at(19) = -1;
-        at(21) = options.diagonalPivots ? 0 : 1;
-        at(28) = options.single ? 1 : 0;
+        using enum PardisoParameter;
+        parameter(CallersValues) = 1;
+        parameter(Ordering) = options.ordering;
+        parameter(PivotExponent) = definite ? 0 : unsymmetric || type == 1 || type == 3 ? 13 : 8;
+        parameter(Scaling) = parameter(Matching) = unsymmetric || options.matching ? 1 : 0;
+        parameter(FactorNonZeros) = parameter(Gigaflops) = -1;
+        parameter(SymmetricPivoting) = options.diagonalPivots ? 0 : 1;
+        parameter(SinglePrecision) = options.single ? 1 : 0;
     }
     ~Solver() { call(-1, 1, nullptr, nullptr); }
     Solver(const Solver&) = delete;
@@ -216,13 +217,13 @@ public:
                 &unused, columns, parameters_.data(), silent, b, x, error);
         return error;
     }
-    int& at(int k) { return parameters_[static_cast<std::size_t>(k) - 1]; }
+    int& parameter(PardisoParameter name) { return PardisoParameters(parameters_.data())[name]; }
 
 private:
     Rows<T>& A_;
     int type_;
     std::array<void*, 64> handle_{};
-    std::array<int, 64> parameters_{};
+    std::array<int, PardisoParameters::kSlots> parameters_{};
 };
 
 struct Timing {
@@ -258,8 +259,8 @@ int run(const MatrixMarketTriplets& file, const Options& options)
         const double t2 = now();
         if (error == 0) error = solver.call(33, options.rightSides, b.data(), x.data());
         best.take(t0, t1, t2, now());
-        nonZeros = solver.at(18);
-        perturbed = solver.at(14);
+        nonZeros = solver.parameter(PardisoParameter::FactorNonZeros);
+        perturbed = solver.parameter(PardisoParameter::PerturbedPivots);
         gemm = std::max(gemm, gemmGflops());
     }
     std::printf(

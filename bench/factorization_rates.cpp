@@ -97,8 +97,11 @@ void measure(int mtype, int side, int dimensions)
     const bool complex = mtype == 6 || mtype == 13, upper = mtype % 2 == 0;
     Rows A = laplacian(side, dimensions, upper, complex);
     void* pt[64] = {};
-    int iparm[64] = {1, dimensions == 2 ? 0 : 2}, error = 0;
-    iparm[9] = 13;
+    int iparm[PardisoParameters::kSlots] = {}, error = 0;
+    const PardisoParameters parameters(iparm);
+    parameters[PardisoParameter::CallersValues] = 1;
+    parameters[PardisoParameter::Ordering] = dimensions == 2 ? 0 : 2;
+    parameters[PardisoParameter::PivotExponent] = 13;
     const auto call = [&](int phase) {
         pardiso(pt, 1, 1, mtype, phase, A.n, A.a.data(), A.ia.data(), A.ja.data(), nullptr, 1, iparm, 0,
                 nullptr, nullptr, error);

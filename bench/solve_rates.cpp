@@ -32,9 +32,10 @@ public:
         : A_(laplacian(side, dimensions, mtype % 2 == 0, mtype == 6 || mtype == 13)), mtype_(mtype),
           width_(mtype == 6 || mtype == 13 ? 2 : 1)
     {
-        iparm_[0] = 1;
-        iparm_[1] = ordering;
-        iparm_[9] = 13;
+        const PardisoParameters parameters(iparm_);
+        parameters[PardisoParameter::CallersValues] = 1;
+        parameters[PardisoParameter::Ordering] = ordering;
+        parameters[PardisoParameter::PivotExponent] = 13;
         MKL_Set_Num_Threads(threads);
         call(12, 1);
     }
@@ -73,7 +74,7 @@ private:
     Rows A_;
     int mtype_, width_;
     void* pt_[64] = {};
-    int iparm_[64] = {};
+    int iparm_[PardisoParameters::kSlots] = {};
     std::vector<double> b_, x_;
 };
 

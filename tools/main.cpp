@@ -38,14 +38,24 @@ using namespace Velmar::Lintrix;
 
 constexpr int kBadInput = 2;
 
+constexpr const char* kEnvironment =
+    "lintrix COMMAND --help tells the options and the exit codes of a command.\n"
+    "\n"
+    "Environment:\n"
+    "  OMP_NUM_THREADS             Threads to use, where --threads does not say\n"
+    "  OMP_WAIT_POLICY             \"passive\" where other programs keep the cores busy\n"
+    "  OPENBLAS_CORETYPE           Kernels of BLAS, such as Haswell, in place of those it chooses\n"
+    "  LINTRIX_INSTRUCTION_SET     Bound of the other kernels: SSE2, AVX2 or AVX512";
+
 std::string versionText()
 {
     const BlasIdentity blas = DescribeBlas();
     const std::string note = blas.coreNote.empty() ? "" : " (" + blas.coreNote + ")";
     return fmt::format("lintrix {}\nBLAS: {}\nBLAS file: {}\nBLAS kernels for: {}{}\nBLAS threading: {}\n"
-                       "threads in force: {}",
+                       "own kernels for: {}\nthreads in force: {}",
                        LibraryVersion(), blas.library, blas.file.empty() ? "unknown" : blas.file,
-                       blas.core.empty() ? "unknown" : blas.core, note, blas.threading, blas.threads);
+                       blas.core.empty() ? "unknown" : blas.core, note, blas.threading, LibraryKernels(),
+                       blas.threads);
 }
 
 /// A fault on one line of standard error.
@@ -306,7 +316,8 @@ int run(int argc, char** argv)
 {
     CLI::App app("Lintrix: double-precision linear algebra at the command line", "lintrix");
     app.require_subcommand(1);
-    app.set_version_flag("--version", versionText);
+    app.set_version_flag("--version", versionText, "Tell the version, the BLAS, the kernels and the threads");
+    app.footer(kEnvironment);
     tools::SolveOptions solveOptions;
     addSolve(app, solveOptions);
     tools::InfoOptions infoOptions;

@@ -1,5 +1,6 @@
 #include <lintrix/services/version.h>
 
+#include <lintrix/services/dispatch.h>
 #include <lintrix/version.h>
 
 namespace Velmar::Lintrix {
@@ -7,6 +8,12 @@ namespace Velmar::Lintrix {
 const char* LibraryVersion() noexcept
 {
     return LINTRIX_VERSION_STRING;
+}
+
+const char* LibraryKernels()
+{
+    constexpr detail::KernelForms<const char*> kNames{.sse2 = "SSE2", .avx2 = "AVX2", .avx512 = "AVX512"};
+    return kNames.chosen();
 }
 
 } // namespace Velmar::Lintrix

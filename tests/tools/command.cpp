@@ -73,12 +73,22 @@ int brokenPipe()
     return ends[1];
 }
 
-/// The environment with `variables` in front, where the first of a name counts.
+std::string_view nameIn(std::string_view line)
+{
+    return line.substr(0, line.find('='));
+}
+
+/// The environment with `variables` in place of those of the same name: of two a shell takes the last, and a
+/// program the first.
 std::vector<char*> environmentWith(const std::vector<std::string>& variables)
 {
     std::vector<char*> lines;
     for (const std::string& line : variables) lines.push_back(const_cast<char*>(line.c_str()));
-    for (char** line = environ; *line != nullptr; ++line) lines.push_back(*line);
+    for (char** line = environ; *line != nullptr; ++line) {
+        const bool replaced = std::ranges::any_of(
+            variables, [name = nameIn(*line)](const std::string& other) { return nameIn(other) == name; });
+        if (!replaced) lines.push_back(*line);
+    }
     lines.push_back(nullptr);
     return lines;
 }

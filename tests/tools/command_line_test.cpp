@@ -116,8 +116,27 @@ TEST(CommandLine, VersionTellsTheBlasAndItsThreads)
     EXPECT_EQ(outcome.err, "");
     EXPECT_EQ(outcome.out, std::string("lintrix ") + LibraryVersion() + "\nBLAS: " + blas.library +
                                "\nBLAS file: " + blas.file + "\nBLAS kernels for: " + blas.core + note +
-                               "\nBLAS threading: OpenMP\nthreads in force: " + std::to_string(blas.threads) +
-                               "\n");
+                               "\nBLAS threading: OpenMP\nown kernels for: " + LibraryKernels() +
+                               "\nthreads in force: " + std::to_string(blas.threads) + "\n");
+}
+
+TEST(CommandLine, VersionTellsTheBoundOfTheKernels)
+{
+    Invocation bounded;
+    bounded.arguments = {"--version"};
+    bounded.variables = {"LINTRIX_INSTRUCTION_SET=SSE2"};
+    EXPECT_THAT(run(bounded).out, HasSubstr("\nown kernels for: SSE2\n"));
+    bounded.variables = {"OPENBLAS_CORETYPE=Prescott"};
+    EXPECT_THAT(run(bounded).out, HasSubstr("\nBLAS kernels for: Prescott"));
+    EXPECT_THAT(run(bounded).out, HasSubstr(std::string("\nown kernels for: ") + LibraryKernels() + "\n"));
+}
+
+TEST(CommandLine, HelpNamesTheEnvironment)
+{
+    const std::string help = run({"--help"}).out;
+    for (const std::string name :
+         {"OMP_NUM_THREADS", "OMP_WAIT_POLICY", "OPENBLAS_CORETYPE", "LINTRIX_INSTRUCTION_SET"})
+        EXPECT_THAT(help, HasSubstr("\n  " + name + " "));
 }
 
 TEST(CommandLine, AFileThatCannotBeReadIsNamed)

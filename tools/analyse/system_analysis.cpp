@@ -1,7 +1,5 @@
 #include <tools/analyse/system_analysis.h>
 
-#include <lintrix/engine/pardiso.h>
-
 #include <numeric>
 
 namespace Velmar::Lintrix::tools {
@@ -10,10 +8,6 @@ namespace {
 
 constexpr int kAnalyse = 11, kRelease = -1;
 constexpr int kNoMatching = -6;
-
-// Slots of the solver's parameter array.
-constexpr int kCallersValues = 1, kOrdering = 2, kPermutationUse = 5, kScaling = 11, kMatching = 13,
-              kAnalysisPeak = 15, kAnalysisKept = 16, kFactorMemory = 17;
 
 constexpr OrderingMethod kMethods[] = {
     {"mmd", "minimum degree", 0},
@@ -56,15 +50,16 @@ SystemAnalysis::~SystemAnalysis()
 
 int SystemAnalysis::call(int phase, const OrderingMethod& method)
 {
-    parameter(kCallersValues) = 1;
-    parameter(kOrdering) = method.ordering;
-    parameter(kPermutationUse) = method.asItStands ? 1 : 0;
+    using enum PardisoParameter;
+    parameters_[CallersValues] = 1;
+    parameters_[Ordering] = method.ordering;
+    parameters_[PermutationUse] = method.asItStands ? 1 : 0;
     // With a matching the symmetric types would be ordered by its pairs, whatever is asked for.
     const bool matches = (matrix_.mtype == 11 || matrix_.mtype == 13) && !isSingular();
-    parameter(kMatching) = parameter(kScaling) = matches ? 1 : 0;
+    parameters_[Matching] = parameters_[Scaling] = matches ? 1 : 0;
     int error = 0;
     pardiso(pt_.data(), 1, 1, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
-            natural_.data(), 1, iparm_.data(), 0, nullptr, nullptr, error);
+            natural_.data(), 1, slots_.data(), 0, nullptr, nullptr, error);
     return error;
 }
 
@@ -76,9 +71,9 @@ OrderingResult SystemAnalysis::order(const OrderingMethod& method)
     if (result.error == kNoMatching) result.error = call(kAnalyse, method);
     if (result.error != 0) return result;
     result.summary = *view.Summary();
-    result.analysisKilobytes = parameter(kAnalysisPeak);
-    result.keptKilobytes = parameter(kAnalysisKept);
-    result.factorKilobytes = parameter(kFactorMemory);
+    result.analysisKilobytes = parameters_[PardisoParameter::AnalysisPeak];
+    result.keptKilobytes = parameters_[PardisoParameter::AnalysisKept];
+    result.factorKilobytes = parameters_[PardisoParameter::FactorMemory];
     return result;
 }
 

@@ -5,6 +5,7 @@
 #include <tools/support/pattern.h>
 
 #include <lintrix/engine/analysis_summary.h>
+#include <lintrix/engine/pardiso.h>
 
 #include <array>
 #include <cstdint>
@@ -19,8 +20,8 @@ namespace Velmar::Lintrix::tools {
 struct OrderingMethod {
     std::string_view name;
     std::string_view title;
-    int ordering;            ///< iparm(2)
-    bool asItStands = false; ///< iparm(5): the order of the file
+    int ordering;            ///< PardisoParameter::Ordering
+    bool asItStands = false; ///< the order of the file
 };
 
 std::span<const OrderingMethod> orderingMethods();
@@ -58,12 +59,12 @@ public:
 
 private:
     int call(int phase, const OrderingMethod& method);
-    int& parameter(int number) { return iparm_[static_cast<std::size_t>(number) - 1]; }
 
     EngineMatrix matrix_;
     std::optional<MatchingSummary> matching_;
     std::array<void*, 64> pt_{};
-    std::array<int, 64> iparm_{};
+    std::array<int, PardisoParameters::kSlots> slots_{};
+    PardisoParameters parameters_{slots_.data()};
     std::vector<int> natural_; ///< 1, ..., n
 };
 

@@ -74,6 +74,16 @@ Block filledWith(double value, std::int32_t rows, std::int32_t cols)
     return block;
 }
 
+/// B - A*X.
+template <class Cell>
+Columns<Cell> residualOf(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B)
+{
+    Columns<Cell> R(B);
+    for (std::int32_t j = 0; j < B.Cols(); ++j)
+        addProduct<Cell>(-1.0, A, columnCells(X, j), columnCells(R, j));
+    return R;
+}
+
 /// A*X.
 template <class Cell>
 Columns<Cell> productOf(const CompressedRows<Cell>& A, const Columns<Cell>& X)

@@ -6,16 +6,16 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-/// What a road sets, by the engine's numbers of its parameters.
+/// What a road sets of the engine's parameters.
 struct Setup {
     Road road;
     std::string_view name, hermitianName;
     Assumption assumption;
-    int pivotExponent, matching, pairs; ///< iparm(10), iparm(11) and (13), iparm(21)
-    int iteration;                      ///< unit digit of iparm(4) where factors are kept
+    int pivotExponent, matching, pairs; ///< PivotExponent, Scaling and Matching, SymmetricPivoting
+    int iteration;                      ///< unit digit of IterativePath where factors are kept
 };
 
-constexpr std::array<Setup, 6> kSetups{{
+constexpr std::array<Setup, 7> kSetups{{
     {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", Assumption::PositiveDefinite, 0, 0, 0, 2},
     {Road::Symmetric, "sparse LDL'", "sparse LDL^H", Assumption::Symmetric, 8, 0, 0, 2},
     {Road::SymmetricPairs, "sparse LDL' with matching", "sparse LDL^H with matching", Assumption::Symmetric,
@@ -24,6 +24,7 @@ constexpr std::array<Setup, 6> kSetups{{
     {Road::Matched, "sparse LU with matching", "sparse LU with matching", Assumption::Nothing, 13, 1, 0, 1},
     {Road::Coarse, "sparse LU with raised pivots", "sparse LU with raised pivots", Assumption::Nothing, 6, 1,
      0, 1},
+    {Road::Dense, "dense LU", "dense LU", Assumption::Nothing, 0, 0, 0, 0},
 }};
 
 const Setup& setupOf(Road road)
@@ -32,22 +33,6 @@ const Setup& setupOf(Road road)
 }
 
 constexpr int kIterationTolerance = 6; // iterate to 10^-6 of the first residual
-
-/// Parameters that a run sets or reads, by the engine's numbers from 1.
-enum Slot : std::size_t {
-    kCallersValues = 1,
-    kOrdering = 2,
-    kIterativePath = 4,
-    kRefinementLimit = 8,
-    kPivotExponent = 10,
-    kScaling = 11,
-    kMatching = 13,
-    kAnalysisKept = 16,
-    kFactorMemory = 17,
-    kFactorEntries = 18,
-    kSymmetricPivoting = 21,
-    kFailing = 30,
-};
 
 int tellProgress(void* context, int, int percent, const char*, int)
 {
@@ -103,6 +88,8 @@ std::optional<Road> roadAfter(Road road)
     case Road::Matched:
         return Road::Coarse;
     case Road::Coarse:
+        return Road::Dense;
+    case Road::Dense:
         break;
     }
     return std::nullopt;
@@ -113,22 +100,22 @@ DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod
     : matrix_(matrix), settings_(settings)
 {
     const Setup& setup = setupOf(road);
-    const auto set = [this](Slot slot, int value) { parameters_[slot - 1] = value; };
-    set(kCallersValues, 1);
-    set(kOrdering, static_cast<int>(ordering));
+    using enum PardisoParameter;
+    parameters_[CallersValues] = 1;
+    parameters_[Ordering] = static_cast<int>(ordering);
     if (settings.strategy == FactorizationStrategy::ComputeWhenNeeded)
-        set(kIterativePath, 10 * kIterationTolerance + setup.iteration);
-    set(kRefinementLimit, settings.refine);
-    set(kPivotExponent, setup.pivotExponent);
-    set(kScaling, setup.matching);
-    set(kMatching, setup.matching);
-    set(kFactorEntries, -1);
-    set(kSymmetricPivoting, setup.pairs);
+        parameters_[IterativePath] = 10 * kIterationTolerance + setup.iteration;
+    parameters_[RefinementLimit] = settings.refine;
+    parameters_[PivotExponent] = setup.pivotExponent;
+    parameters_[Scaling] = parameters_[Matching] = setup.matching;
+    parameters_[FactorNonZeros] = -1;
+    parameters_[SymmetricPivoting] = setup.pairs;
 }
 
 DirectRun::~DirectRun()
 {
-    parameters_[11] = 0; // else the release of a handle could be taken for that of a diagonal matrix
+    parameters_[PardisoParameter::Transpose] =
+        0; // else the release of a handle could be taken for that of a diagonal matrix
     call(-1, 1, nullptr, nullptr);
 }
 
@@ -136,8 +123,8 @@ RoadCost DirectRun::cost() const
 {
     const std::optional<AnalysisSummary> summary = AnalysisView(handle_.data()).Summary();
     if (!summary) return {};
-    const double kilobytes =
-        static_cast<double>(parameters_[kAnalysisKept - 1]) + parameters_[kFactorMemory - 1];
+    const double kilobytes = static_cast<double>(parameters_[PardisoParameter::AnalysisKept]) +
+                             parameters_[PardisoParameter::FactorMemory];
     return {summary->lowerNonZeros, summary->operations, 1024.0 * kilobytes};
 }
 
@@ -156,19 +143,20 @@ EngineAnswer DirectRun::factorize()
 
 void DirectRun::limitRefinement(std::int32_t steps)
 {
-    parameters_[kRefinementLimit - 1] = steps;
+    parameters_[PardisoParameter::RefinementLimit] = steps;
 }
 
-/// The engine reads the right-hand sides, and writes to them only where iparm(6) asks for it.
+/// The engine reads the right-hand sides, and writes to them only where SolutionPlace asks for it.
 EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x)
 {
     constexpr int kOne = 1;
     const int level = settings_.engineReport ? 1 : 0;
     int unused = 0, error = 0;
-    parameters_[kFailing - 1] = 0;
+    int& failing = parameters_[PardisoParameter::FailingEquation];
+    failing = 0;
     pardiso(handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
-            &unused, nrhs, parameters_.data(), level, const_cast<void*>(b), x, error);
-    return {error, parameters_[kFailing - 1]};
+            &unused, nrhs, slots_.data(), level, const_cast<void*>(b), x, error);
+    return {error, failing};
 }
 
 } // namespace Velmar::Lintrix::tools

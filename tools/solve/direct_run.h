@@ -4,6 +4,7 @@
 #include <tools/input/columns.h>
 #include <tools/input/engine_matrix.h>
 
+#include <lintrix/engine/pardiso.h>
 #include <lintrix/lintrix.h>
 
 #include <algorithm>
@@ -23,10 +24,11 @@ enum class Road {
     Unmatched,      ///< LU that keeps to the diagonal as it stands
     Matched,        ///< LU with matching and scaling: for any matrix
     Coarse,         ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
+    Dense,          ///< LU with exchanges of rows, in dense storage and without the engine
 };
 
 /// "sparse Cholesky", "sparse LDL'", "sparse LDL' with matching", "sparse LU", "sparse LU with matching",
-/// "sparse LU with raised pivots"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
+/// "sparse LU with raised pivots", "dense LU"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
 std::string_view nameOf(Road road, int mtype);
 
 /// What the road assumes of the matrix.
@@ -58,7 +60,9 @@ struct DirectSettings {
     std::function<void(int)> progress{}; ///< is told the percentage of the factorization
 };
 
-inline constexpr int kEngineNoMemory = -2; ///< the error of an engine without memory
+// Errors of the engine.
+inline constexpr int kEngineNoMemory = -2; ///< there is not enough memory
+inline constexpr int kEngineNumeric = -4;  ///< a zero pivot, or no convergence
 
 /// What the engine answered.
 struct EngineAnswer {
@@ -69,7 +73,8 @@ struct EngineAnswer {
 /// A handle of the engine from analysis to release.
 class DirectRun {
 public:
-    /// `matrix` under the assumption of the road; its arrays must outlive the run.
+    /// `matrix` under the assumption of the road, which is one of the engine's; its arrays must outlive the
+    /// run.
     DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod ordering,
               const DirectSettings& settings);
     ~DirectRun();
@@ -92,20 +97,24 @@ public:
         return solve(B, X);
     }
 
-    FillInReducingMethod ordering() const { return static_cast<FillInReducingMethod>(parameters_[1]); }
-    int perturbedPivots() const { return parameters_[13]; }
-    int refinementSteps() const { return parameters_[6]; }
+    FillInReducingMethod ordering() const
+    {
+        return static_cast<FillInReducingMethod>(parameters_[PardisoParameter::Ordering]);
+    }
+    int perturbedPivots() const { return parameters_[PardisoParameter::PerturbedPivots]; }
+    int refinementSteps() const { return parameters_[PardisoParameter::RefinementSteps]; }
     /// Of a factorization, once it is analysed; nothing of a diagonal matrix.
     RoadCost cost() const;
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
-    int factorEntries() const { return std::max(parameters_[17], 0); }
+    int factorEntries() const { return std::max(parameters_[PardisoParameter::FactorNonZeros], 0); }
 
 private:
     EngineAnswer call(int phase, int nrhs, const void* b, void* x);
     void limitRefinement(std::int32_t steps);
 
     std::array<void*, 64> handle_{};
-    std::array<std::int32_t, 64> parameters_{};
+    std::array<int, PardisoParameters::kSlots> slots_{};
+    PardisoParameters parameters_{slots_.data()};
     EngineMatrix matrix_;
     const DirectSettings& settings_;
 };

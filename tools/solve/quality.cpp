@@ -167,9 +167,7 @@ template <class Cell>
 ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
                     const Columns<Cell>& known)
 {
-    Columns<Cell> R(B);
-    for (std::int32_t j = 0; j < B.Cols(); ++j)
-        addProduct<Cell>(-1.0, A, columnCells(X, j), columnCells(R, j));
+    const Columns<Cell> R = residualOf(A, X, B);
     const double normA = infinityNorm(A);
     const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
     ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),

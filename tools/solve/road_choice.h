@@ -29,6 +29,7 @@ struct Attempt {
 struct SearchState {
     bool orderingIsOpen = true; ///< else the caller has chosen it
     bool looksSingular = false; ///< a road has ended so
+    bool denseIsOpen = true;    ///< there is a dense class for the elements
 };
 
 /// What follows `last`, which used `ordering`; nothing where no road can do better.
@@ -36,7 +37,8 @@ struct SearchState {
 /// Which pivots are met small depends on the order of elimination. So an unsteady road is repeated with the
 /// other order, where that is open, before a stronger one is taken. Cholesky and LU with matching are stable:
 /// without replaced pivots their few digits are the matrix's own. That A is singular to working precision is
-/// believed of LU with matching; where another road has told it, the order is not to blame.
+/// believed of LU with matching; where another road has told it, the order is not to blame, and exchanges of
+/// rows would be in vain.
 std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering, Ending ending,
                                    const SearchState& state);
 
@@ -48,6 +50,10 @@ enum class Reach {
 
 /// `done`: the largest factorization so far. `memory`: bytes there are.
 Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memory);
+
+/// Of LU in dense storage, beside the matrix as it is read; more than any memory where there are more cells
+/// than a matrix can have.
+RoadCost denseCost(std::int32_t n);
 
 /// Entries of L from which on the road by pairs is out of reach.
 std::int64_t mostPairEntries(const RoadCost& done);

@@ -11,7 +11,7 @@ namespace Velmar::Lintrix::tools {
 namespace {
 
 // The engine's error numbers and internal codes that are told apart.
-constexpr int kNumeric = -4, kOverflow = -8;
+constexpr int kOverflow = -8;
 constexpr int kNoContraction = -112, kTooManySteps = -111, kIteration = -3;
 
 std::string pivots(int count)
@@ -41,13 +41,14 @@ std::string whyNumeric(Road road, int failing)
     if (failing == kNoContraction || failing == kTooManySteps) return "refinement does not converge";
     if (failing == kIteration) return "the iteration does not converge";
     if (road == Road::Cholesky) return fmt::format("not positive definite, pivot {}", failing);
+    if (road == Road::Dense) return "singular: a pivot is zero";
     return fmt::format("singular: pivot {} is zero", failing);
 }
 
 std::string whyNoSolution(Road road, EngineAnswer engine)
 {
     switch (engine.error) {
-    case kNumeric:
+    case kEngineNumeric:
         return whyNumeric(road, engine.failing);
     case kEngineNoMemory:
         return "there is not enough memory";

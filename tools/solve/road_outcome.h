@@ -19,7 +19,8 @@ struct Outcome {
     std::optional<Columns<Cell>> x{};       ///< with the probe; given up where another one is better
     std::optional<ProbedQuality> quality{}; ///< of `x`; none where a step failed
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
-    std::int32_t perturbed = 0, steps = 0, factorEntries = 0;
+    std::int32_t perturbed = 0, steps = 0;
+    std::int64_t factorEntries = 0;
     RoadCost cost{};
     Reach reach = Reach::Near;
     bool taken = false; ///< else only its cost is known

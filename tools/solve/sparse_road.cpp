@@ -101,7 +101,7 @@ template <class Cell>
 void tell(const SparseAnswer<Cell>& answer, SolveReport& report)
 {
     report.road = answer.roadName;
-    report.ordering = nameOf(answer.ordering);
+    if (answer.ordering) report.ordering = nameOf(*answer.ordering);
     report.tried = answer.tried;
     report.reason = answer.reason;
     report.residual = answer.residual;

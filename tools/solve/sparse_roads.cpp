@@ -31,6 +31,7 @@ public:
     /// The first road is taken whatever it costs, those after it up to `limit`.
     Outcome<Cell> run(const Attempt& attempt, Reach limit)
     {
+        if (attempt.road == Road::Dense) return runDense(limit);
         const EngineMatrix matrix = engineMatrixOf(system_, assumptionOf(attempt.road));
         Outcome<Cell> outcome{.attempt = attempt, .roadName = nameOf(attempt.road, matrix.mtype)};
         if (!fillsIn(outcome)) follow(matrix, limit, outcome);
@@ -93,6 +94,41 @@ private:
         return better ? std::move(second) : std::move(first);
     }
 
+    Outcome<Cell> runDense(Reach limit)
+    {
+        const std::int32_t n = system_.size();
+        const RoadCost cost = denseCost(n);
+        Outcome<Cell> outcome{.attempt = {Road::Dense}, .roadName = nameOf(Road::Dense, 0)};
+        outcome.cost = cost;
+        outcome.factorEntries = 2 * cost.entries - n;
+        if (done_) outcome.reach = reachOf(Road::Dense, cost, *done_, memoryLimit());
+        outcome.taken = outcome.reach <= limit;
+        if constexpr (!kIsComplex<Cell>) {
+            if (outcome.taken) solveDensely(outcome);
+        }
+        return outcome;
+    }
+
+    /// Backward stable but for the growth of the elements and bad scaling, which a step of refinement makes
+    /// good (R. D. Skeel, "Iterative refinement implies numerical stability for Gaussian elimination",
+    /// Math. Comp. 35 (1980)).
+    void solveDensely(Outcome<double>& outcome)
+    try {
+        const LU factors(denseOf(system_.matrix()));
+        seconds_.finish("factorize");
+        if (factors.IsSingular()) {
+            outcome.engine.error = kEngineNumeric;
+            return;
+        }
+        Matrix X = factors.Solve(B_);
+        X = X + factors.Solve(residualOf(system_.matrix(), X, B_));
+        seconds_.finish("solve");
+        outcome.quality = judged(X);
+        outcome.x = std::move(X);
+    } catch (const NotEnoughMemoryException&) {
+        outcome.engine.error = kEngineNoMemory;
+    }
+
     void factorizeAndSolve(DirectRun& direct, Outcome<Cell>& outcome)
     {
         outcome.engine = direct.factorize();
@@ -141,7 +177,10 @@ private:
 template <class Cell>
 class RoadSearch {
 public:
-    RoadSearch(RoadRunner<Cell> runner, bool orderingIsOpen) : runner_(runner), state_{orderingIsOpen} {}
+    RoadSearch(RoadRunner<Cell> runner, bool orderingIsOpen)
+        : runner_(runner), state_{.orderingIsOpen = orderingIsOpen, .denseIsOpen = !kIsComplex<Cell>}
+    {
+    }
 
     void follow(Road road)
     {
@@ -175,7 +214,8 @@ public:
                                   .reason = best.reason(),
                                   .perturbedPivots = best.perturbed,
                                   .refinementSteps = best.steps,
-                                  .factorEntries = best.factorEntries};
+                                  .factorEntries = static_cast<int>(best.factorEntries)};
+        if (best.attempt.road == Road::Dense) answer.ordering.reset();
         for (const Outcome<Cell>& outcome : found_)
             if (&outcome != &best) answer.tried.push_back(outcome.told());
         if (!best.x) return answer;

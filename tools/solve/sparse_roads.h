@@ -27,7 +27,7 @@ template <class Cell>
 struct SparseAnswer {
     Road road = Road::Matched;      ///< that the answer is from
     std::string_view roadName = ""; ///< for this matrix
-    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
+    std::optional<FillInReducingMethod> ordering = FillInReducingMethod::MinimumDegree; ///< none where dense
     std::vector<std::string> tried{}; ///< "ROAD: why it was left", of the other roads
     Verdict verdict = Verdict::Failed;
     std::string reason{};             ///< of a verdict other than Accurate, in a few words

@@ -62,10 +62,11 @@ std::string statusInWords(const SolveReport& report)
 
 std::string directInWords(const SolveReport& report)
 {
-    if (report.ordering.empty()) return {};
-    std::string text = line("ordering", report.ordering) +
-                       line("factor entries", fmt::format("{}", report.factorEntries)) +
-                       line("perturbed pivots", fmt::format("{}", report.perturbedPivots));
+    std::string text;
+    if (!report.ordering.empty())
+        text = line("ordering", report.ordering) +
+               line("factor entries", fmt::format("{}", report.factorEntries)) +
+               line("perturbed pivots", fmt::format("{}", report.perturbedPivots));
     for (const std::string& road : report.tried) text += line("also tried", road);
     return text;
 }

@@ -38,10 +38,10 @@ struct SolveReport {
     std::optional<double> normalResidual; ///< of a tall system
     std::optional<double> maxError;       ///< none where the solution is not known
     std::optional<double> probeError;
+    std::vector<std::string> tried; ///< "ROAD: why it was left", of the others in their order
     /// @name Of the direct solver
     /// @{
-    std::string_view ordering;      ///< empty: the dense road was taken
-    std::vector<std::string> tried; ///< "ROAD: why it was left", of the others in their order
+    std::string_view ordering; ///< empty: the answer is of a dense road
     int factorEntries = 0, perturbedPivots = 0, refinementSteps = 0;
     /// @}
 };

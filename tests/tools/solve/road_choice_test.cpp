@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <ostream>
 #include <vector>
 
@@ -24,7 +25,8 @@ using namespace tools;
 
 constexpr auto kDegree = FillInReducingMethod::MinimumDegree,
                kDissection = FillInReducingMethod::NestedDissection;
-constexpr SearchState kOpen{}, kGiven{.orderingIsOpen = false}, kSuspect{.looksSingular = true};
+constexpr SearchState kOpen{}, kGiven{.orderingIsOpen = false}, kSuspect{.looksSingular = true},
+    kComplex{.denseIsOpen = false};
 
 struct Step {
     Attempt last;
@@ -47,8 +49,8 @@ Attempt repeated(Road road, FillInReducingMethod ordering = kDissection)
     return {road, ordering};
 }
 
-constexpr Road kAll[] = {Road::Cholesky,  Road::Symmetric, Road::SymmetricPairs,
-                         Road::Unmatched, Road::Matched,   Road::Coarse};
+constexpr Road kAll[] = {Road::Cholesky, Road::Symmetric, Road::SymmetricPairs, Road::Unmatched,
+                         Road::Matched,  Road::Coarse,    Road::Dense};
 
 TEST(NextAttempt, NothingFollowsAnAccurateOne)
 {
@@ -63,7 +65,8 @@ TEST(NextAttempt, AStrongerRoadFollowsAPoorOne)
         {{Road::SymmetricPairs}, Ending::Poor, kOpen, Attempt{Road::Matched}},
         {{Road::Unmatched}, Ending::Poor, kOpen, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::Poor, kOpen, Attempt{Road::Coarse}},
-        {{Road::Coarse}, Ending::Poor, kOpen, std::nullopt},
+        {{Road::Coarse}, Ending::Poor, kOpen, Attempt{Road::Dense}},
+        {{Road::Dense}, Ending::Poor, kOpen, std::nullopt},
     });
 }
 
@@ -74,7 +77,7 @@ TEST(NextAttempt, AnUnsteadyRoadIsRepeatedInTheOtherOrder)
         {{Road::Unmatched}, Ending::Unsteady, kOpen, repeated(Road::Unmatched)},
         {{Road::Matched}, Ending::Unsteady, kOpen, repeated(Road::Matched)},
         {{Road::SymmetricPairs}, Ending::Unsteady, kOpen, Attempt{Road::Matched}}, // has one order
-        {{Road::Coarse}, Ending::Unsteady, kOpen, std::nullopt},
+        {{Road::Coarse}, Ending::Unsteady, kOpen, Attempt{Road::Dense}},
         // once
         {repeated(Road::Symmetric), Ending::Unsteady, kOpen, Attempt{Road::SymmetricPairs}},
         {repeated(Road::Matched), Ending::Unsteady, kOpen, Attempt{Road::Coarse}},
@@ -113,6 +116,16 @@ TEST(NextAttempt, ThatAMatrixIsSingularLUHasTheLastWord)
     });
 }
 
+TEST(NextAttempt, ExchangesOfRowsAreForRegularMatricesWithADenseClass)
+{
+    expectAll({
+        {{Road::Coarse}, Ending::Poor, kGiven, Attempt{Road::Dense}},
+        {{Road::Coarse}, Ending::Poor, kSuspect, std::nullopt},
+        {{Road::Coarse}, Ending::Unsteady, kComplex, std::nullopt},
+        {{Road::Dense}, Ending::NotTaken, kOpen, std::nullopt},
+    });
+}
+
 TEST(NextAttempt, WhatIsNotTakenIsPassedOverWithWhatCostsAsMuch)
 {
     expectAll({
@@ -144,6 +157,17 @@ TEST(ReachOf, GoesByWhatWasDoneAndByTheMemory)
     for (std::size_t k = 0; k < table.size(); ++k)
         EXPECT_EQ(reachOf(table[k].road, table[k].cost, table[k].done, memory), table[k].reach)
             << "row " << k;
+}
+
+TEST(DenseCost, IsThatOfTheSquareAndItsFactors)
+{
+    const RoadCost cost = denseCost(3000);
+    EXPECT_EQ(cost.entries, 3000 * 3001 / 2);
+    EXPECT_DOUBLE_EQ(cost.operations, 1.8e10);
+    EXPECT_DOUBLE_EQ(cost.bytes, 144e6);
+    EXPECT_TRUE(std::isfinite(denseCost(46340).bytes));
+    EXPECT_TRUE(std::isinf(denseCost(46341).bytes)) << "more cells than a matrix can have";
+    EXPECT_EQ(denseCost(2147483647).entries, 2305843008139952128);
 }
 
 TEST(MostPairEntries, AreTenTimesThoseBeforeAndNeverFew)
