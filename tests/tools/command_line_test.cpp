@@ -182,6 +182,28 @@ TEST(CommandLine, AReportThatCannotBeWrittenIsAFailure)
     }
 }
 
+TEST(CommandLine, APictureWithoutItsReportDoesNotAppear)
+{
+    const Scratch scratch;
+    const std::string matrix = scratch.file("a.mtx", kIdentity);
+    for (const std::string command : {"info", "analyse"}) {
+        Invocation invocation;
+        invocation.arguments = {command, matrix, "--plot", scratch.at("x.svg")};
+        invocation.output = "/dev/full";
+        EXPECT_EQ(run(invocation).exitCode, 2);
+        EXPECT_THAT(scratch.names(), ElementsAre("a.mtx")) << command;
+    }
+}
+
+TEST(CommandLine, APictureThatCannotBeWrittenIsRefusedBeforeTheMatrixIsRead)
+{
+    for (const std::string command : {"info", "analyse"}) {
+        const Outcome outcome = run({command, "/none.mtx", "--plot", "/none/x.svg"});
+        EXPECT_EQ(outcome.err, "lintrix: /none/x.svg: cannot be written: No such file or directory\n")
+            << command;
+    }
+}
+
 TEST(CommandLine, HelpThatCannotBeWrittenIsAFailure)
 {
     Invocation invocation;

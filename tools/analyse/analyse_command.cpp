@@ -92,9 +92,10 @@ std::string complaintOf(const AnalysisReport& report)
     return fmt::format("{}: {}", failed->method->title, errorInWords(failed->error));
 }
 
+/// Gives `picture` up where there is nothing to draw.
 template <class Cell>
-AnalysisReport analyse(MatrixMarketReader& reader, const AnalyseOptions& options, OutputFile* picture,
-                       Progress& progress)
+AnalysisReport analyse(MatrixMarketReader& reader, const AnalyseOptions& options,
+                       std::optional<OutputFile>& picture, Progress& progress)
 {
     CompressedRows<Cell> rows = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
     AnalysisReport report;
@@ -112,12 +113,10 @@ AnalysisReport analyse(MatrixMarketReader& reader, const AnalyseOptions& options
         refuseOrdering(options, report.matrix);
         drawing.offer(system, {}); // it is its own factor
     } else {
-        orderInTurn(system, options.ordering, report, picture != nullptr ? &drawing : nullptr, progress);
+        orderInTurn(system, options.ordering, report, picture ? &drawing : nullptr, progress);
     }
-    if (picture != nullptr && drawing.grid()) {
-        writePicture(*drawing.grid(), options.plot, *picture);
-        picture->commit();
-    }
+    if (!drawing.grid()) picture.reset();
+    if (picture) writePicture(*drawing.grid(), options.plot, *picture);
     return report;
 }
 
@@ -141,10 +140,11 @@ int runAnalyse(const AnalyseOptions& options)
     MatrixMarketReader reader = openMatrix(options.matrix, progress);
     refuseRectangles(reader.Header());
     requireMatrixRoom(reader.Header(), kBytesARow * reader.Header().rows);
-    OutputFile* const plot = picture ? &*picture : nullptr;
-    const AnalysisReport report = isComplex(reader) ? analyse<ComplexNumber>(reader, options, plot, progress)
-                                                    : analyse<double>(reader, options, plot, progress);
+    const AnalysisReport report = isComplex(reader)
+                                      ? analyse<ComplexNumber>(reader, options, picture, progress)
+                                      : analyse<double>(reader, options, picture, progress);
     writeReport(options.json ? asJson(report) : asText(report), options.plot == kStandardOutput);
+    if (picture) picture->commit();
     const std::string complaint = complaintOf(report);
     if (complaint.empty()) return 0;
     writeAll(STDERR_FILENO, fmt::format("lintrix: {}: {}\n", printable(report.matrix), complaint));

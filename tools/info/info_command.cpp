@@ -107,15 +107,8 @@ std::string asJson(const Info& info)
 }
 
 template <class Cell>
-void draw(const CompressedRows<Cell>& matrix, const std::string& file)
-{
-    OutputFile out(file);
-    writePicture(gridOf(matrix, kPictureSide, kPictureSide), file, out);
-    out.commit();
-}
-
-template <class Cell>
-int tell(MatrixMarketReader& reader, const InfoOptions& options, Progress& progress)
+int tell(MatrixMarketReader& reader, const InfoOptions& options, std::optional<OutputFile>& picture,
+         Progress& progress)
 {
     const CompressedRows<Cell> matrix = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
     Info info{reader.Header().file, matrix.rows(), matrix.cols, {}, kIsComplex<Cell>, {}};
@@ -128,10 +121,11 @@ int tell(MatrixMarketReader& reader, const InfoOptions& options, Progress& progr
     }
     progress.erase();
 
-    if (!options.plot.empty()) draw(matrix, options.plot);
+    if (picture) writePicture(gridOf(matrix, kPictureSide, kPictureSide), options.plot, *picture);
     writeReport(options.json ? asJson(info)
                              : asText(info) + asSketch(gridOf(matrix, kSketchHeight, kSketchWidth)),
                 options.plot == kStandardOutput);
+    if (picture) picture->commit();
     return info.spectrum && !info.spectrum->converged ? 1 : 0;
 }
 
@@ -140,10 +134,12 @@ int tell(MatrixMarketReader& reader, const InfoOptions& options, Progress& progr
 int runInfo(const InfoOptions& options)
 {
     Progress progress;
+    std::optional<OutputFile> picture;
+    if (!options.plot.empty()) picture.emplace(options.plot);
     MatrixMarketReader reader = openMatrix(options.matrix, progress);
     requireMatrixRoom(reader.Header(), 0.0);
-    return isComplex(reader) ? tell<ComplexNumber>(reader, options, progress)
-                             : tell<double>(reader, options, progress);
+    return isComplex(reader) ? tell<ComplexNumber>(reader, options, picture, progress)
+                             : tell<double>(reader, options, picture, progress);
 }
 
 } // namespace Velmar::Lintrix::tools

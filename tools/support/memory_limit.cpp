@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <limits>
 #include <sstream>
@@ -76,10 +77,12 @@ void requireAddressSpace(int threads)
         munmap(place, bytes);
         return;
     }
-    throw InputError(
-        fmt::format("there is not enough address space: it is limited to {}, and BLAS takes {} more for "
-                    "each of {} threads (see ulimit -v and --threads)",
-                    bytesInWords(addressSpace()), bytesInWords(BlasBufferBytes), threads));
+    const double space = addressSpace();
+    const std::string limit =
+        std::isinf(space) ? "" : fmt::format("it is limited to {}, and ", bytesInWords(space));
+    throw InputError(fmt::format("there is not enough address space: {}BLAS takes {} more for each of {} "
+                                 "threads (see ulimit -v and --threads)",
+                                 limit, bytesInWords(BlasBufferBytes), threads));
 }
 
 double controlGroupLimit(const std::string& root)

@@ -1,13 +1,17 @@
 // Limits of control groups, told by files of a machine that is not this one.
 
 #include <tests/support/files.h>
+#include <tools/support/input_error.h>
 #include <tools/support/memory_limit.h>
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <filesystem>
 #include <string>
+
+#include <sys/resource.h>
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -84,6 +88,21 @@ TEST(ControlGroupLimit, NonsenseLimitsNothing)
     const FakeGroups groups("0::/a\n");
     groups.write("sys/fs/cgroup/a/memory.max", "plenty\n");
     EXPECT_TRUE(std::isinf(groups.limit()));
+}
+
+// More than any address space holds, so that no limit of the process is to blame.
+TEST(RequireAddressSpace, ALimitIsToldOnlyWhereThereIsOne)
+{
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &limit), 0);
+    try {
+        tools::requireAddressSpace(INT_MAX);
+        FAIL() << "so much was given";
+    } catch (const tools::InputError& failure) {
+        const std::string text = failure.what();
+        EXPECT_EQ(text.find("limited") != std::string::npos, limit.rlim_cur != RLIM_INFINITY) << text;
+        EXPECT_EQ(text.find("inf"), std::string::npos) << text;
+    }
 }
 
 } // namespace
