@@ -211,11 +211,10 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
-        "array; real, integer or pattern; general, symmetric or skew-symmetric. Square coordinate files go\n"
+        "array; of any field and symmetry; x is complex where A or b is. Square coordinate files go\n"
         "to the direct solver, unless --dense says otherwise; where it ends badly, it is tried in safer "
         "ways.\n"
-        "Complex files are solved there, and only there; x is complex where A or b is. A complex A must be\n"
-        "hermitian for --type positive-definite, hermitian or symmetric for indefinite.\n"
+        "A complex A must be hermitian for --type positive-definite, hermitian or symmetric for indefinite.\n"
         "Status: accurate; degraded, with the reason; failed, with the reason.\n"
         "Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.");
 }
@@ -227,7 +226,7 @@ void addInfo(CLI::App& app, tools::InfoOptions& options)
     addPlot(*info, options.plot, "Draw the pattern into FILE.png or FILE.svg");
     info->add_flag("--json", options.json, "Report on one line of JSON, without the sketch");
     info->footer(
-        "Rank and extreme singular values are told of small real matrices: at most 1000 rows or columns.\n"
+        "Rank and extreme singular values are told of small matrices: at most 1000 rows or columns.\n"
         "Exit code: 0 told, 1 the singular values did not converge, 2 usage or bad input.");
 }
 

@@ -240,7 +240,8 @@ inline void swap(const int& n, std::complex<double>* x, const int& incx, std::co
     cblas_zswap(n, x, incx, y, incy);
 }
 
-/// x . y; complex cells are not conjugated
+/// x . y; complex cells are not conjugated, and incx, incy > 0. At strides other than 1, OpenBLAS's kernels
+/// read one complex cell past either vector: so the last product is added apart.
 inline double dot(const int& n, const double* x, const int& incx, const double* y, const int& incy)
 {
     const BlasThreadScope threads;
@@ -251,8 +252,15 @@ inline std::complex<double> dot(const int& n, const std::complex<double>* x, con
 {
     const BlasThreadScope threads;
     std::complex<double> product;
-    cblas_zdotu_sub(n, x, incx, y, incy, &product);
-    return product;
+    if (n < 1 || (incx == 1 && incy == 1)) {
+        cblas_zdotu_sub(n, x, incx, y, incy, &product);
+        return product;
+    }
+    const std::ptrdiff_t last = n - 1;
+    cblas_zdotu_sub(n - 1, x, incx, y, incy, &product);
+    const std::complex<double> a = x[last * incx], b = y[last * incy];
+    return {product.real() + (a.real() * b.real() - a.imag() * b.imag()),
+            product.imag() + (a.real() * b.imag() + a.imag() * b.real())};
 }
 
 /// Euclidean norm of x

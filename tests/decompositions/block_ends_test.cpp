@@ -1,6 +1,6 @@
-// No decomposition reads past the ends of its blocks, whatever kernels it runs on: behind each block is
-// memory that may not be touched. The sizes go through all remainders of the kernels' steps, and past the
-// routines' blocks.
+// No decomposition and no product reads past the ends of its blocks, whatever kernels it runs on: behind each
+// block is memory that may not be touched. The sizes go through all remainders of the kernels' steps, and
+// past the routines' blocks.
 
 #include <lintrix/decompositions/cholesky.h>
 #include <lintrix/decompositions/eigen.h>
@@ -148,7 +148,25 @@ TYPED_TEST(BlockEnds, AreKeptByProducts)
         typename TypeParam::V across(A.Cols()), down(A.Rows());
         Dense::Multiply(1.0, TransposeMode::NotTransposed, A, across, 0.0, down);
         Dense::Multiply(1.0, TransposeMode::Transposed, A, down, 1.0, across);
-        A* A.Transpose();
+        const Dense square = A * A.Transpose();
+    });
+}
+
+TYPED_TEST(BlockEnds, AreKeptByReductionsOfRowsAndColumns)
+{
+    this->forEachShape(anyShape, [](const auto& A) {
+        A.RowsDotProduct(0, A.Rows() - 1), A.ColsDotProduct(0, A.Cols() - 1);
+        for (const NormType norm :
+             {NormType::FrobeniusNorm, NormType::InfinityNorm, NormType::OneNorm, NormType::MaxAbsValue}) {
+            A.Norm(norm);
+        }
+        for (const NormalizeMode mode :
+             {NormalizeMode::UnitLength, NormalizeMode::ZScores, NormalizeMode::MaximumOne}) {
+            auto rows = A, cols = A;
+            rows.NormalizeRows(mode), cols.NormalizeCols(mode);
+        }
+        A.RowSum(0), A.ColSum(0);
+        A.RowVector(A.Rows() - 1).Norm(), A.ColVector(A.Cols() - 1).AbsSum(), A.Diagonal().Norm();
     });
 }
 

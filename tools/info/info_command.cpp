@@ -34,8 +34,7 @@ struct Info {
     std::string matrix;
     std::int32_t rows = 0, cols = 0;
     MatrixFacts facts;
-    bool complex = false;
-    std::optional<Spectrum> spectrum; ///< of a small real matrix
+    std::optional<Spectrum> spectrum; ///< of a small matrix
 
     double density() const
     {
@@ -44,9 +43,10 @@ struct Info {
     double condition() const { return spectrum->largest / spectrum->smallest; }
 };
 
-Spectrum spectrumOf(const CompressedRows<double>& matrix)
+template <class Cell>
+Spectrum spectrumOf(const CompressedRows<Cell>& matrix)
 {
-    const SVD svd(denseOf(matrix), true);
+    const std::conditional_t<kIsComplex<Cell>, CSVD, SVD> svd(denseOf(matrix), true);
     const std::int32_t last = std::min(matrix.rows(), matrix.cols) - 1;
     return {svd.Succeeded(), svd.Rank(), svd.SingularValue(0), svd.SingularValue(last)};
 }
@@ -78,9 +78,7 @@ std::string asText(const Info& info)
              fmt::format("{:.6g} to {:.6g}, zeros aside", f.smallestMagnitude, f.largestMagnitude)) +
         line("norms", fmt::format("one {}, infinity {}, Frobenius {}", sixDigits(f.oneNorm),
                                   sixDigits(f.infinityNorm), sixDigits(f.frobeniusNorm)));
-    if (!info.spectrum)
-        return text + line("singular values",
-                           fmt::format("not computed: the matrix is {}", info.complex ? "complex" : "large"));
+    if (!info.spectrum) return text + line("singular values", "not computed: the matrix is large");
     if (!info.spectrum->converged) return text + line("singular values", "the iteration did not converge");
     return text + line("rank", fmt::format("{} of {}", info.spectrum->rank, std::min(info.rows, info.cols))) +
            line("singular values",
@@ -111,13 +109,11 @@ int tell(MatrixMarketReader& reader, const InfoOptions& options, std::optional<O
          Progress& progress)
 {
     const CompressedRows<Cell> matrix = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
-    Info info{reader.Header().file, matrix.rows(), matrix.cols, {}, kIsComplex<Cell>, {}};
+    Info info{reader.Header().file, matrix.rows(), matrix.cols, {}, {}};
     info.facts = factsOf(matrix);
-    if constexpr (!kIsComplex<Cell>) {
-        if (isSmall(info.rows, info.cols)) {
-            progress.show(fmt::format("singular values of {}", info.matrix));
-            info.spectrum = spectrumOf(matrix);
-        }
+    if (isSmall(info.rows, info.cols)) {
+        progress.show(fmt::format("singular values of {}", info.matrix));
+        info.spectrum = spectrumOf(matrix);
     }
     progress.erase();
 

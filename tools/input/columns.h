@@ -22,6 +22,10 @@ std::size_t cellCount(const Block& matrix)
     return static_cast<std::size_t>(matrix.Rows()) * static_cast<std::size_t>(matrix.Cols());
 }
 
+/// The elements of Matrix or CMatrix.
+template <class Block>
+using ElementOf = std::conditional_t<std::is_same_v<Block, CMatrix>, ComplexNumber, double>;
+
 /// The cells, column by column.
 inline std::span<const double> cellsOf(const Matrix& matrix)
 {

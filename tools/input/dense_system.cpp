@@ -12,9 +12,9 @@ namespace Velmar::Lintrix::tools {
 namespace {
 
 /// In floating point: no announced number can wrap it.
-double bytesFor(std::uint64_t cells)
+double bytesFor(std::uint64_t cells, std::size_t cellBytes)
 {
-    return static_cast<double>(cells) * sizeof(double);
+    return static_cast<double>(cells) * static_cast<double>(cellBytes);
 }
 
 [[noreturn]] void refuse(const MatrixMarketHeader& file, const std::string& text)
@@ -36,17 +36,21 @@ bool isSmall(std::int32_t rows, std::int32_t cols)
     return std::min(rows, cols) <= kSmallerSide && product(rows, cols) <= kCells;
 }
 
-Matrix denseOf(const CompressedRows<double>& matrix)
+template <class Cell>
+Columns<Cell> denseOf(const CompressedRows<Cell>& matrix)
 {
-    Matrix dense(matrix.rows(), matrix.cols);
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, double value) {
+    Columns<Cell> dense(matrix.rows(), matrix.cols);
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
+        if (matrix.isTriangle()) dense(col, row) = matrix.across(value);
         dense(row, col) = value;
-        if (matrix.isTriangle()) dense(col, row) = value;
     });
     return dense;
 }
 
-void requireRoom(const MatrixMarketHeader& matrix, double memory)
+template Matrix denseOf(const CompressedRows<double>&);
+template CMatrix denseOf(const CompressedRows<ComplexNumber>&);
+
+void requireRoom(const MatrixMarketHeader& matrix, double memory, std::size_t cellBytes)
 {
     const std::uint64_t cells = product(matrix.rows, matrix.cols);
     if (cells > INT32_MAX) {
@@ -56,7 +60,7 @@ void requireRoom(const MatrixMarketHeader& matrix, double memory)
     // The matrix and its factors; of a rectangular one also the triangle and its factors.
     const std::int32_t p = std::min(matrix.rows, matrix.cols);
     const std::uint64_t held = 2 * cells + (matrix.rows == matrix.cols ? 0 : 2 * product(p, p));
-    const double bytes = bytesFor(held);
+    const double bytes = bytesFor(held, cellBytes);
     if (bytes > memory) {
         refuse(matrix,
                fmt::format(
@@ -65,13 +69,14 @@ void requireRoom(const MatrixMarketHeader& matrix, double memory)
     }
 }
 
-void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands, double memory)
+void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands, double memory,
+                       std::size_t cellBytes)
 {
     requireSameRows(matrix, rightHands);
     // One column more than the file has: the solver adds a right-hand side of its own.
     const std::uint64_t cells = (static_cast<std::uint64_t>(rightHands.cols) + 1) *
                                 static_cast<std::uint64_t>(std::max(matrix.rows, matrix.cols));
-    if (cells > INT32_MAX || bytesFor(4 * cells) > memory) {
+    if (cells > INT32_MAX || bytesFor(4 * cells, cellBytes) > memory) {
         refuse(rightHands, fmt::format("{} right-hand sides of a {} x {} matrix do not fit into memory",
                                        rightHands.cols, matrix.rows, matrix.cols));
     }

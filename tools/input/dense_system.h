@@ -15,15 +15,18 @@ namespace Velmar::Lintrix::tools {
 bool isSmall(std::int32_t rows, std::int32_t cols);
 
 /// All cells, of a triangle those across the diagonal, too.
-Matrix denseOf(const CompressedRows<double>& matrix);
+template <class Cell>
+Columns<Cell> denseOf(const CompressedRows<Cell>& matrix);
 
 /// Refuses a matrix whose dense form has more than 2147483647 cells, or that takes, with the copy that is
-/// factorized, more than `memory` bytes. @throws InputError  at the size line
-void requireRoom(const MatrixMarketHeader& matrix, double memory = memoryLimit());
+/// factorized, more than `memory` bytes. `cellBytes` is the size of a cell: a real matrix may have to be held
+/// in complex ones. @throws InputError  at the size line
+void requireRoom(const MatrixMarketHeader& matrix, double memory = memoryLimit(),
+                 std::size_t cellBytes = sizeof(double));
 
 /// Refuses right-hand sides that do not fit the matrix or the memory. @throws InputError  at the size line
 void requireRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands,
-                       double memory = memoryLimit());
+                       double memory = memoryLimit(), std::size_t cellBytes = sizeof(double));
 
 /// Refuses right-hand sides of another length. @throws InputError  at the size line
 void requireSameRows(const MatrixMarketHeader& matrix, const MatrixMarketHeader& rightHands);

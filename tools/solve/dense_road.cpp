@@ -16,27 +16,27 @@ namespace {
 
 constexpr double kLongWork = 2e9; // operations; about a tenth of a second
 
+template <class Block>
 struct DenseSystem {
-    Matrix A, B;
+    Block A, B;
     bool onesAreKnown; ///< B = A*(1, ..., 1), and no other solution can be the answer
 };
 
-DenseSystem load(SystemFiles& files, SolveReport& report, Progress& progress)
+template <class Cell>
+DenseSystem<Columns<Cell>> load(SystemFiles& files, SolveReport& report, Progress& progress)
 {
-    requireReal(files.matrix, "a complex matrix is solved only as a square coordinate file, without --dense");
+    using Block = Columns<Cell>;
+    requireRoom(files.matrix.Header(), memoryLimit(), sizeof(Cell));
     if (files.rightHands) {
-        requireReal(*files.rightHands,
-                    "complex right-hand sides need a square coordinate file, without --dense");
+        requireRoomBeside(files.matrix.Header(), files.rightHands->Header(), memoryLimit(), sizeof(Cell));
     }
-    requireRoom(files.matrix.Header());
-    if (files.rightHands) requireRoomBeside(files.matrix.Header(), files.rightHands->Header());
-    Matrix A = files.matrix.ReadDense();
-    std::optional<Matrix> given;
-    if (files.rightHands) given = files.rightHands->ReadDense();
+    Block A = readColumns<Cell>(files.matrix);
+    std::optional<Block> given;
+    if (files.rightHands) given = readColumns<Cell>(*files.rightHands);
     progress.erase();
     report.seconds.finish("read");
 
-    Matrix B = given ? std::move(*given) : A * filledWith(1.0, A.Cols(), 1);
+    Block B = given ? std::move(*given) : A * filledWith<Block>(1.0, A.Cols(), 1);
     report.entries = files.matrix.EntriesRead();
     report.rightHands = B.Cols();
     report.seconds.finish("assemble");
@@ -45,10 +45,13 @@ DenseSystem load(SystemFiles& files, SolveReport& report, Progress& progress)
     return {std::move(A), std::move(B), onesAreKnown};
 }
 
-void announce(const Matrix& A, std::string_view file, Progress& progress)
+template <class Block>
+void announce(const Block& A, std::string_view file, Progress& progress)
 {
-    const double m = A.Rows(), n = A.Cols(), p = std::min(m, n);
-    const double operations = m == n ? 2.0 / 3.0 * n * n * n : 2.0 * p * p * (std::max(m, n) - p / 3.0);
+    const double m = A.Rows(), n = A.Cols(), p = std::min(m, n),
+                 each = kIsComplex<ElementOf<Block>> ? 4.0 : 1.0;
+    const double operations =
+        each * (m == n ? 2.0 / 3.0 * n * n * n : 2.0 * p * p * (std::max(m, n) - p / 3.0));
     if (operations >= kLongWork) {
         progress.show(
             fmt::format("solving {}: {} x {}, {:.1f} Gflop", file, A.Rows(), A.Cols(), operations / 1e9));
@@ -57,7 +60,8 @@ void announce(const Matrix& A, std::string_view file, Progress& progress)
 
 /// Residuals and errors; an answer that does not solve its system is told to be inaccurate, one without a
 /// correct digit to be ill-conditioned.
-Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
+template <class Block>
+Quality check(const DenseSystem<Block>& system, Answer<Block>& answer, SolveReport& report)
 {
     Quality quality;
     report.road = answer.road;
@@ -67,7 +71,7 @@ Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
     report.residual = quality.residual;
     report.normalResidual = quality.normalResidual;
     if (system.onesAreKnown) {
-        report.maxError = largestDifference(*answer.x, filledWith(1.0, system.A.Cols(), 1));
+        report.maxError = largestDifference(*answer.x, filledWith<Block>(1.0, system.A.Cols(), 1));
     }
     quality.error = worseError(report.probeError.value_or(0.0), report.maxError);
     if (!(quality.judged() <= kPoor))
@@ -77,13 +81,12 @@ Quality check(const DenseSystem& system, Answer& answer, SolveReport& report)
     return quality;
 }
 
-} // namespace
-
-Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progress)
+template <class Cell>
+Solution solveIn(SystemFiles& files, SolveReport& report, Progress& progress)
 {
-    const DenseSystem system = load(files, report, progress);
+    const auto system = load<Cell>(files, report, progress);
     announce(system.A, report.matrix, progress);
-    Answer answer = solveDense(system.A, system.B);
+    auto answer = solveDense(system.A, system.B);
     progress.erase();
     report.seconds.finish("solve");
 
@@ -96,6 +99,15 @@ Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progre
     const Verdict verdict = verdictOf(quality.judged(), quality.error);
     if (verdict == Verdict::Degraded) report.reason = "ill-conditioned";
     return {std::move(answer.x), verdict, {}};
+}
+
+} // namespace
+
+Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progress)
+{
+    const bool complex = isComplex(files.matrix) || (files.rightHands && isComplex(*files.rightHands));
+    return complex ? solveIn<ComplexNumber>(files, report, progress)
+                   : solveIn<double>(files, report, progress);
 }
 
 } // namespace Velmar::Lintrix::tools

@@ -33,10 +33,11 @@ bool areFinite(Cells cells)
     return std::ranges::all_of(cells, [](auto cell) { return isFinite(cell); });
 }
 
-double infinityNorm(const Matrix& A)
+template <class Block>
+double infinityNorm(const Block& A)
 {
     std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
-    const std::span<const double> cells = cellsOf(A);
+    const auto cells = cellsOf(A);
     for (std::size_t begin = 0; begin < cells.size(); begin += sums.size()) {
         for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += std::abs(cells[begin + i]);
     }
@@ -55,12 +56,13 @@ double infinityNorm(const CompressedRows<Cell>& A)
     return *std::ranges::max_element(sums);
 }
 
-double oneNorm(const Matrix& A)
+template <class Block>
+double oneNorm(const Block& A)
 {
     double largest = 0.0;
     for (std::int32_t j = 0; j < A.Cols(); ++j) {
         double sum = 0.0;
-        for (const double cell : columnCells(A, j)) sum += std::abs(cell);
+        for (const auto& cell : columnCells(A, j)) sum += std::abs(cell);
         largest = std::max(largest, sum);
     }
     return largest;
@@ -149,15 +151,17 @@ double probeError(const Block& known, const Block& found)
     return largestDifference(found, known) / largestMagnitude(cellsOf(known));
 }
 
-Quality judge(const Matrix& A, const Matrix& X, const Matrix& B)
+template <class Block>
+Quality judge(const Block& A, const Block& X, const Block& B)
 {
-    Matrix R(B);
-    Matrix::Multiply(-1.0, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, X, 1.0, R);
+    Block R(B);
+    Block::Multiply(-1.0, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, X, 1.0, R);
     const double normA = infinityNorm(A);
     Quality quality{scaledResidual(R, 1.0, normA, X, B, 0, B.Cols())};
     if (A.Rows() > A.Cols()) {
-        Matrix gradient(A.Cols(), B.Cols());
-        Matrix::Multiply(1.0, TransposeMode::Transposed, A, TransposeMode::NotTransposed, R, 0.0, gradient);
+        Block gradient(A.Cols(), B.Cols());
+        Block::Multiply(1.0, TransposeMode::ConjugateTransposed, A, TransposeMode::NotTransposed, R, 0.0,
+                        gradient);
         quality.normalResidual = scaledResidual(gradient, oneNorm(A), normA, X, B, 0, B.Cols());
     }
     return quality;
@@ -193,11 +197,16 @@ double largestDifference(const Block& X, const Block& Y)
     return largest;
 }
 
-bool allFinite(const Matrix& X)
+template <class Block>
+bool allFinite(const Block& X)
 {
     return areFinite(cellsOf(X));
 }
 
+template Quality judge(const Matrix&, const Matrix&, const Matrix&);
+template Quality judge(const CMatrix&, const CMatrix&, const CMatrix&);
+template bool allFinite(const Matrix&);
+template bool allFinite(const CMatrix&);
 template Matrix probeSolution<double>(std::int32_t);
 template CMatrix probeSolution<ComplexNumber>(std::int32_t);
 template ProbedQuality judge(const CompressedRows<double>&, const Matrix&, const Matrix&, const Matrix&);

@@ -34,7 +34,7 @@ struct Quality {
     /// Largest over the columns of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.
     double residual = 0.0;
     /// Of a tall system, whose residual is large by nature when b is not in the range of A: the same for the
-    /// normal equations, ||A'*(b - A*x)|| / (||A'|| (||A|| ||x|| + ||b||)).
+    /// normal equations, ||A^H*(b - A*x)|| / (||A^H|| (||A|| ||x|| + ||b||)).
     std::optional<double> normalResidual{};
     double error = 0.0; ///< the largest that is known, of the probe and of X
 
@@ -42,7 +42,8 @@ struct Quality {
     double judged() const { return normalResidual.value_or(residual); }
 };
 
-Quality judge(const Matrix& A, const Matrix& X, const Matrix& B);
+template <class Block>
+Quality judge(const Block& A, const Block& X, const Block& B);
 
 /// Of a system whose last column is the probe's.
 struct ProbedQuality {
@@ -77,6 +78,7 @@ double largestDifference(const Block& X, const Block& Y);
 template <class Block>
 double probeError(const Block& known, const Block& found);
 
-bool allFinite(const Matrix& X);
+template <class Block>
+bool allFinite(const Block& X);
 
 } // namespace Velmar::Lintrix::tools

@@ -64,7 +64,7 @@ std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ord
         state.orderingIsOpen && !state.looksSingular && !last.ordering && dependsOnOrder(last.road);
     if (ending == Ending::Unsteady && repeatable) return Attempt{last.road, otherThan(ordering)};
     const std::optional<Road> road = roadAfter(last.road);
-    if (road == Road::Dense && (!state.denseIsOpen || state.looksSingular)) return std::nullopt;
+    if (road == Road::Dense && state.looksSingular) return std::nullopt;
     return road ? std::optional(Attempt{*road}) : std::nullopt;
 }
 
@@ -76,13 +76,13 @@ Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memo
     return cost.operations > std::max(kShort, kNear * done.operations) ? Reach::Far : Reach::Near;
 }
 
-RoadCost denseCost(std::int32_t n)
+RoadCost denseCost(std::int32_t n, bool complex)
 {
     const std::int64_t size = n, cells = size * size;
     const double bytes = cells > std::numeric_limits<std::int32_t>::max()
                              ? std::numeric_limits<double>::infinity()
-                             : 2.0 * sizeof(double) * static_cast<double>(cells);
-    return {size * (size + 1) / 2, 2.0 / 3.0 * static_cast<double>(cells) * n, bytes};
+                             : (complex ? 4.0 : 2.0) * sizeof(double) * static_cast<double>(cells);
+    return {size * (size + 1) / 2, (complex ? 8.0 : 2.0) / 3.0 * static_cast<double>(cells) * n, bytes};
 }
 
 std::int64_t mostPairEntries(const RoadCost& done)

@@ -29,7 +29,6 @@ struct Attempt {
 struct SearchState {
     bool orderingIsOpen = true; ///< else the caller has chosen it
     bool looksSingular = false; ///< a road has ended so
-    bool denseIsOpen = true;    ///< there is a dense class for the elements
 };
 
 /// What follows `last`, which used `ordering`; nothing where no road can do better.
@@ -53,7 +52,7 @@ Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memo
 
 /// Of LU in dense storage, beside the matrix as it is read; more than any memory where there are more cells
 /// than a matrix can have.
-RoadCost denseCost(std::int32_t n);
+RoadCost denseCost(std::int32_t n, bool complex);
 
 /// Entries of L from which on the road by pairs is out of reach.
 std::int64_t mostPairEntries(const RoadCost& done);

@@ -28,10 +28,11 @@ struct Solution {
 };
 
 /// Both size lines are judged before any entry is read; then read, solve, judge, and tell the report.
-/// Square systems by LU, tall ones in the least-squares sense by QR, wide ones with smallest norm by LQ.
-/// @throws InputError  a bad or complex file, or sizes that do not fit
+/// Square systems by LU, tall ones in the least-squares sense by QR, wide ones with smallest norm by LQ. In
+/// complex numbers where one of the files is complex.
+/// @throws InputError  a bad file, or sizes that do not fit
 Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progress);
-/// By the direct solver; for square matrices. In complex numbers where one of the files is complex.
+/// By the direct solver; for square matrices. In complex numbers as above.
 /// @throws InputError  as above, or a type that the values contradict
 Solution takeSparseRoad(SystemFiles& files, const SparseOptions& options, SolveReport& report,
                         Progress& progress);

@@ -97,30 +97,28 @@ private:
     Outcome<Cell> runDense(Reach limit)
     {
         const std::int32_t n = system_.size();
-        const RoadCost cost = denseCost(n);
+        const RoadCost cost = denseCost(n, kIsComplex<Cell>);
         Outcome<Cell> outcome{.attempt = {Road::Dense}, .roadName = nameOf(Road::Dense, 0)};
         outcome.cost = cost;
         outcome.factorEntries = 2 * cost.entries - n;
         if (done_) outcome.reach = reachOf(Road::Dense, cost, *done_, memoryLimit());
         outcome.taken = outcome.reach <= limit;
-        if constexpr (!kIsComplex<Cell>) {
-            if (outcome.taken) solveDensely(outcome);
-        }
+        if (outcome.taken) solveDensely(outcome);
         return outcome;
     }
 
     /// Backward stable but for the growth of the elements and bad scaling, which a step of refinement makes
     /// good (R. D. Skeel, "Iterative refinement implies numerical stability for Gaussian elimination",
     /// Math. Comp. 35 (1980)).
-    void solveDensely(Outcome<double>& outcome)
+    void solveDensely(Outcome<Cell>& outcome)
     try {
-        const LU factors(denseOf(system_.matrix()));
+        const std::conditional_t<kIsComplex<Cell>, CLU, LU> factors(denseOf(system_.matrix()));
         seconds_.finish("factorize");
         if (factors.IsSingular()) {
             outcome.engine.error = kEngineNumeric;
             return;
         }
-        Matrix X = factors.Solve(B_);
+        Columns<Cell> X = factors.Solve(B_);
         X = X + factors.Solve(residualOf(system_.matrix(), X, B_));
         seconds_.finish("solve");
         outcome.quality = judged(X);
@@ -177,10 +175,7 @@ private:
 template <class Cell>
 class RoadSearch {
 public:
-    RoadSearch(RoadRunner<Cell> runner, bool orderingIsOpen)
-        : runner_(runner), state_{.orderingIsOpen = orderingIsOpen, .denseIsOpen = !kIsComplex<Cell>}
-    {
-    }
+    RoadSearch(RoadRunner<Cell> runner, bool orderingIsOpen) : runner_(runner), state_{orderingIsOpen} {}
 
     void follow(Road road)
     {

@@ -233,16 +233,55 @@ TEST(ComplexCommand, RightHandSidesThatDoNotFitAreRefused)
               "2: 2000000000 right-hand sides of a 2 x 2 matrix do not fit into memory\n");
 }
 
-TEST(ComplexCommand, AComplexRightHandSideNeedsTheDirectSolver)
+TEST(ComplexCommand, ArraysAndRectanglesAreSolvedDense)
+{
+    const std::string array = "%%MatrixMarket matrix array complex general\n",
+                      coordinate = "%%MatrixMarket matrix coordinate complex general\n";
+    const Scratch scratch;
+    const Number i{0.0, 1.0};
+    // square, by LU
+    expectNear(solutionOf(scratch, array + "2 2\n0 1\n0 0\n0 0\n2 0\n", array + "2 1\n0 2\n0 2\n"), {2.0, i});
+    // a complex b beside a real A
+    expectNear(
+        solutionOf(scratch, "%%MatrixMarket matrix array real general
+2 2
+2
+0
+0
+1
+", array + "2 1
+2 4
+0 0
+"),
+        {1.0 + 2.0 * i, 0.0});
+    // tall: the least-squares solution of x = 1, x = 3i, and of i*y = 2
+    expectNear(solutionOf(scratch, coordinate + "3 2 3\n1 1 1 0\n2 1 1 0\n3 2 0 1\n",
+                          array + "3 1\n1 0\n0 3\n2 0\n"),
+               {0.5 + 1.5 * i, -2.0 * i});
+    // wide: the shortest solution of x + i*y = 2
+    expectNear(solutionOf(scratch, coordinate + "1 2 2\n1 1 1 0\n1 2 0 1\n", array + "1 1\n2 0\n"),
+               {1.0, -i});
+}
+
+TEST(ComplexCommand, DenseHermitianFilesAreSolvedInWhole)
 {
     const Scratch scratch;
-    const std::string matrix = scratch.file("a.mtx", "%%MatrixMarket matrix array real general\n1 1\n2\n");
-    const std::string path = scratch.file("b.mtx", "%%MatrixMarket matrix array complex general\n1 1\n2 0\n");
-    const Outcome outcome = run({"solve", matrix, "--rhs", path});
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(outcome.err, "lintrix: " + path +
-                               ":1: complex right-hand sides need a square coordinate file, without "
-                               "--dense\n");
+    const std::string matrix = scratch.file("a.mtx", kHermitian);
+    const Json json = reportOf({matrix, "--dense"});
+    EXPECT_EQ(json["road"].text(), "LU");
+    EXPECT_EQ(json["status"].text(), "accurate");
+    EXPECT_LT(json["max_error"].number(), 1e-14);
+}
+
+TEST(ComplexCommand, ARankDeficientComplexRectangleHasNoSolution)
+{
+    const Scratch scratch;
+    const std::string matrix =
+        scratch.file("a.mtx", "%%MatrixMarket matrix array complex general\n3 2\n"
+                              "1 0\n0 1\n2 0\n0 1\n-1 0\n0 2\n"); // column 2 is i times 1
+    const Outcome outcome = run({"solve", matrix});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("the matrix has rank 1 of 2 to working precision"));
 }
 
 TEST(ComplexCommand, TheEnginesReportNamesTheType)
@@ -277,18 +316,29 @@ TEST(ComplexCommand, AnalyseTellsTheType)
                                        "matching          perfect, 40 of 40 rows move\n"));
 }
 
-TEST(ComplexCommand, InfoTellsAllButSingularValues)
+TEST(ComplexCommand, InfoTellsRankAndSingularValues)
 {
     const Scratch scratch;
-    const std::string path = scratch.file("a.mtx", kHermitian);
+    const std::string path = scratch.file("a.mtx", kHermitian); // eigenvalues 3 + sqrt(2), 3 - sqrt(2)
     const Outcome outcome = run({"info", path});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.out, HasSubstr("symmetry          hermitian\n"));
     EXPECT_THAT(outcome.out, HasSubstr("norms             one 5, infinity 5, Frobenius 4.69042\n"));
-    EXPECT_THAT(outcome.out, HasSubstr("singular values   not computed: the matrix is complex\n"));
-    const Outcome json = run({"info", path, "--json"});
-    EXPECT_EQ(parseJson(json.out)["symmetry"].text(), "hermitian");
-    EXPECT_TRUE(parseJson(json.out)["rank"].isNull());
+    EXPECT_THAT(outcome.out, HasSubstr("rank              2 of 2\nsingular values   4.41421 to 1.58579, "));
+    const Json json = parseJson(run({"info", path, "--json"}).out);
+    EXPECT_EQ(json["symmetry"].text(), "hermitian");
+    EXPECT_EQ(json["rank"].number(), 2);
+    EXPECT_NEAR(json["smallest_singular_value"].number(), 3.0 - std::sqrt(2.0), 1e-14);
+}
+
+TEST(ComplexCommand, InfoTakesRectangles)
+{
+    const Scratch scratch;
+    const std::string path =
+        scratch.file("a.mtx", "%%MatrixMarket matrix coordinate complex general\n1 3 2\n1 1 3 0\n1 3 0 4\n");
+    const Json json = parseJson(run({"info", path, "--json"}).out);
+    EXPECT_EQ(json["rank"].number(), 1);
+    EXPECT_NEAR(json["largest_singular_value"].number(), 5.0, 1e-14);
 }
 
 TEST(ComplexCommand, SvdRefuses)

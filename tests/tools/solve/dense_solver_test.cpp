@@ -27,14 +27,14 @@ TEST(SolveDense, EveryColumnOfEveryShapeIsSolved)
         SCOPED_TRACE(::testing::PrintToString(shape.rows) + " x " + ::testing::PrintToString(shape.cols));
         const Matrix A = random(shape.rows, shape.cols, 1);
         const Matrix B = random(shape.rows, 5, 2);
-        const Answer answer = solveDense(A, B);
+        const auto answer = solveDense(A, B);
         ASSERT_EQ(answer.status, Status::Solved);
         ASSERT_EQ(answer.x->Rows(), shape.cols);
         ASSERT_EQ(answer.x->Cols(), 5);
         EXPECT_LT(judge(A, *answer.x, B).judged(), 1e-14);
         EXPECT_LT(*answer.probeError, 1e-9);
         for (int j = 0; j < 5; ++j) {
-            const Answer alone = solveDense(A, columnOf(B, j));
+            const auto alone = solveDense(A, columnOf(B, j));
             EXPECT_LT(largestDifference(columnOf(*answer.x, j), *alone.x), 1e-9) << "column " << j;
         }
     }
@@ -44,21 +44,21 @@ TEST(SolveDense, WideSystemsAreAnsweredByTheShortestSolution)
 {
     const Matrix A = random(5, 12, 3);
     const Matrix shortest = A.Transpose() * random(5, 3, 4); // in the row space
-    const Answer answer = solveDense(A, A * shortest);
+    const auto answer = solveDense(A, A * shortest);
     EXPECT_EQ(answer.road, "LQ (minimum norm)");
     EXPECT_LT(largestDifference(*answer.x, shortest), 1e-12);
 }
 
 TEST(SolveDense, TallSystemsAreAnsweredInTheLeastSquaresSense)
 {
-    const Answer answer = solveDense(Matrix{{1, 0}, {1, 0}, {0, 2}}, Matrix{{1, 5}, {3, 7}, {4, -4}});
+    const auto answer = solveDense(Matrix{{1, 0}, {1, 0}, {0, 2}}, Matrix{{1, 5}, {3, 7}, {4, -4}});
     EXPECT_EQ(answer.road, "QR (least squares)");
     EXPECT_LT(largestDifference(*answer.x, Matrix{{2, 6}, {2, -2}}), 1e-14);
 }
 
 TEST(SolveDense, AnExactlySingularSquareMatrixIsAState)
 {
-    const Answer answer = solveDense(Matrix{{1, 2}, {2, 4}}, Matrix{{1}, {2}});
+    const auto answer = solveDense(Matrix{{1, 2}, {2, 4}}, Matrix{{1}, {2}});
     EXPECT_EQ(answer.status, Status::Singular);
     EXPECT_EQ(answer.road, "LU");
     EXPECT_FALSE(answer.x);
@@ -132,12 +132,53 @@ TEST(StatusNames, AreOneWordEach)
 
 TEST(Explain, AnInaccurateSolutionTellsItsResidual)
 {
-    Answer answer;
+    Answer<Matrix> answer;
     answer.status = Status::Inaccurate;
     Quality quality;
     quality.residual = 0.03125;
     EXPECT_EQ(explain(answer, Matrix(2, 2), quality),
               "the solution is inaccurate: its scaled residual is 3.1e-02");
+}
+
+// ---- complex systems, by the same roads
+
+CMatrix complexRandom(int rows, int cols, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    return randomMatrix<CMatrix>({rows, cols}, generator);
+}
+
+TEST(SolveDense, EveryColumnOfAComplexSystemOfEveryShapeIsSolved)
+{
+    for (const Shape shape : {Shape{1, 1}, {7, 7}, {65, 65}, {30, 12}, {2, 1}, {12, 30}, {64, 100}, {1, 2}}) {
+        SCOPED_TRACE(::testing::PrintToString(shape.rows) + " x " + ::testing::PrintToString(shape.cols));
+        const CMatrix A = complexRandom(shape.rows, shape.cols, 1), B = complexRandom(shape.rows, 3, 2);
+        const auto answer = solveDense(A, B);
+        ASSERT_EQ(answer.status, Status::Solved);
+        ASSERT_EQ(answer.x->Rows(), shape.cols);
+        ASSERT_EQ(answer.x->Cols(), 3);
+        EXPECT_LT(judge(A, *answer.x, B).judged(), 1e-14);
+        EXPECT_LT(*answer.probeError, 1e-9);
+    }
+}
+
+TEST(SolveDense, WideComplexSystemsAreAnsweredByTheShortestSolution)
+{
+    const CMatrix A = complexRandom(5, 12, 3), shortest = A.Adjoint() * complexRandom(5, 3, 4);
+    const auto answer = solveDense(A, A * shortest);
+    EXPECT_EQ(answer.road, "LQ (minimum norm)");
+    EXPECT_LT(largestDifference(*answer.x, shortest), 1e-11);
+}
+
+TEST(SolveDense, ComplexSystemsHaveTheStatesOfRealOnes)
+{
+    EXPECT_EQ(solveDense(CMatrix(3, 3), CMatrix(3, 1)).status, Status::Singular);
+    CMatrix A = complexRandom(6, 3, 5);
+    for (int k = 0; k < 6; ++k) A(k, 2) = A(k, 0) * Complex(0.0, 2.0);
+    const auto tall = solveDense(A, complexRandom(6, 1, 6));
+    EXPECT_EQ(tall.status, Status::RankDeficient);
+    EXPECT_EQ(tall.rank, 2);
+    EXPECT_EQ(solveDense(A.Adjoint(), complexRandom(3, 1, 6)).rank, 2);
 }
 
 } // namespace
