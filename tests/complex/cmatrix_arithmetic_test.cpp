@@ -305,7 +305,7 @@ TEST(CMatrixArithmetic, GeneralProductsDoNotReadTheTargetWhenBetaIsZero)
         for (const TransposeMode mode : kModes) {
             for (const Complex& alpha : {Complex(1), Complex(0)}) {
                 CMatrix C(shape.rows, 3);
-                for (int c = 0; c < 3; ++c) C.SetColumn(c, {kNaN, kNaN});
+                for (int c = 0; c < 3; ++c) C.SetColumn(c, Complex(kNaN, kNaN));
                 CMatrix::Multiply(alpha, mode, stored(opA, mode), N, opB, 0.0, C);
                 EXPECT_LT(productRatio(C, alpha, opA, opB, 0.0, C), kResidualLimit);
                 CVector y(shape.rows, {kNaN, kNaN});
