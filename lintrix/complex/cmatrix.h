@@ -284,7 +284,7 @@ public:
     /// @{
 
     /// The first cells of the row; a shorter source leaves the rest as it was, the excess of a longer is
-    /// ignored.
+    /// ignored. Braces hold cells: `{3, 4}` are two of them, 3 + 4i is `Complex(3, 4)`.
     void SetRow(std::int32_t row, const CVector& x);
     void SetRow(std::int32_t row, std::span<const Complex> values);
     void SetRow(std::int32_t row, const std::vector<Complex>& values) { SetRow(row, std::span(values)); }

@@ -124,6 +124,8 @@ TEST(CMatrixEditing, RowFormsWriteTheirRowAndNoOtherCell)
     EXPECT_EQ(A, (CMatrix{{{1, 10}, {3, 30}, {5, 50}}, {kI, 2, 3}}));
     A.SetRow(0, std::vector<Complex>{7}); // a shorter one leaves the rest
     EXPECT_EQ(A, (CMatrix{{7, {3, 30}, {5, 50}}, {kI, 2, 3}}));
+    A.SetRow(0, {8, 9}); // two cells, and not one number
+    EXPECT_EQ(A, (CMatrix{{8, 9, {5, 50}}, {kI, 2, 3}}));
     A.SetRow(0, {8, kI});
     EXPECT_EQ(A, (CMatrix{{8, kI, {5, 50}}, {kI, 2, 3}}));
     A.SetRow(1, Complex(1, -1), Complex(0.5, 2));

@@ -189,8 +189,9 @@ TEST(CMatrixReductions, ZeroLinesConstantLinesAndOtherModes)
             EXPECT_THAT(blockOf(zeros), Each(Complex()));
         }
         CMatrix constant(2, 2);
-        for (int r = 0; r < 2; ++r) constant.SetRow(r, {3, -4});
+        for (int r = 0; r < 2; ++r) constant.SetRow(r, Complex(3, -4));
         (constant.*normalize)(NormalizeMode::ZScores);
+        EXPECT_THAT(blockOf(constant), Each(Complex()));
         for (const int mode : {-1, 3}) {
             CMatrix A = countedComplex(3, 4);
             (A.*normalize)(static_cast<NormalizeMode>(mode));

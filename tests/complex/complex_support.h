@@ -7,10 +7,17 @@
 #include <lintrix/complex/cmatrix.h>
 #include <lintrix/complex/cvector.h>
 
+#include <algorithm>
+#include <bit>
+#include <cmath>
 #include <complex>
 #include <cstdint>
 #include <random>
 #include <vector>
+
+// The routine itself, as the judge of quotients.
+extern "C" void dladiv_(const double* a, const double* b, const double* c, const double* d, double* p,
+                        double* q);
 
 namespace Velmar::Lintrix::testing {
 
@@ -113,6 +120,15 @@ inline Complex plainProduct(Complex a, Complex b)
     return {a.real() * b.real() - a.imag() * b.imag(), a.imag() * b.real() + a.real() * b.imag()};
 }
 
+/// x / y by LAPACK's routine, for tests that link it.
+inline Complex quotientOfRoutine(Complex x, Complex y)
+{
+    const double a = x.real(), b = x.imag(), c = y.real(), d = y.imag();
+    double p = 0.0, q = 0.0;
+    dladiv_(&a, &b, &c, &d, &p, &q);
+    return {p, q};
+}
+
 /// Real and imaginary parts in turn.
 template <class Dense>
 std::vector<double> partsIn(const Dense& object)
@@ -123,6 +139,25 @@ std::vector<double> partsIn(const Dense& object)
         parts.push_back(cell.imag());
     }
     return parts;
+}
+
+/// The same shape and bits, but that one NaN is as good as another.
+template <class Dense>
+bool sameUpToNaN(const Dense& x, const Dense& y)
+{
+    const auto equal = [](double p, double q) {
+        return std::isnan(p) ? std::isnan(q)
+                             : std::bit_cast<std::uint64_t>(p) == std::bit_cast<std::uint64_t>(q);
+    };
+    if constexpr (requires { x.Rows(); }) {
+        if (x.Rows() != y.Rows() || x.Cols() != y.Cols()) return false;
+    }
+    const auto p = partsIn(x), q = partsIn(y);
+    return std::equal(p.begin(), p.end(), q.begin(), q.end(), equal);
+}
+inline bool sameUpToNaN(Complex x, Complex y)
+{
+    return sameUpToNaN(CVector(1, x), CVector(1, y));
 }
 
 /// The bit patterns of cells given one by one.

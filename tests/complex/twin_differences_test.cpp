@@ -22,7 +22,6 @@ constexpr const char* kSizeMismatch = "Matrix sizes do not match.";
 constexpr const char* kLengths = "Vectors are not of the same size.";
 constexpr const char* kWrongC = "Incorrect size for matrix C.";
 
-constexpr auto N = TransposeMode::NotTransposed;
 constexpr auto H = TransposeMode::ConjugateTransposed;
 
 // ---- vectors

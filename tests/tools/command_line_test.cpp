@@ -98,11 +98,10 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
         "  --dense                     Solve as a dense matrix, also a sparse file\n"
         "\n"
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
-        "array; real, integer or pattern; general, symmetric or skew-symmetric. Square coordinate files go\n"
+        "array; of any field and symmetry; x is complex where A or b is. Square coordinate files go\n"
         "to the direct solver, unless --dense says otherwise; where it ends badly, it is tried in safer "
         "ways.\n"
-        "Complex files are solved there, and only there; x is complex where A or b is. A complex A must be\n"
-        "hermitian for --type positive-definite, hermitian or symmetric for indefinite.\n"
+        "A complex A must be hermitian for --type positive-definite, hermitian or symmetric for indefinite.\n"
         "Status: accurate; degraded, with the reason; failed, with the reason.\n"
         "Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.\n");
 }

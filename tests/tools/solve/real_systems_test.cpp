@@ -74,22 +74,15 @@ const std::vector<RealSystem>& systems()
         {"relat4.mtx", 66, 12, 172, kLeastSquares, 0, "failed", "", "", ""},
         {"lp_afiro.mtx", 27, 51, 102, kMinimumNorm, 1e-11, "accurate", "", "", ""},
         {"lpi_galenet.mtx", 8, 14, 22, kMinimumNorm, 1e-11, "accurate", "", "", ""},
-    };
-    return table;
-}
-
-/// Complex ones go to the direct solver or nowhere.
-const std::vector<RealSystem>& complexSystems()
-{
-    static const std::vector<RealSystem> table{
-        {"young1c.mtx.gz", 841, 841, 4089, "", 1e-10, "", kMatched, "accurate", ""},
-        {"qc324.mtx.gz", 324, 324, 26730, "", 1e-8, "", kSymmetric, "accurate", ""},
-        {"GD99_c.mtx", 105, 105, 149, "", 0, "", kMatched, "failed",
+        {"young1c.mtx.gz", 841, 841, 4089, "LU", 1e-10, "accurate", kMatched, "accurate", ""},
+        {"qc324.mtx.gz", 324, 324, 26730, "LU", 1e-8, "accurate", kSymmetric, "accurate", ""},
+        {"GD99_c.mtx", 105, 105, 149, "LU", 0, "failed", kMatched, "failed",
          "structurally singular: 64 of 105 rows matched"},
     };
     return table;
 }
 
+/// Complex ones go to the direct solver or nowhere.
 class RealSystems : public ::testing::TestWithParam<RealSystem> {};
 
 /// What does not depend on the road.
@@ -186,26 +179,6 @@ std::string nameOf(const ::testing::TestParamInfo<RealSystem>& parameter)
 
 INSTANTIATE_TEST_SUITE_P(Files, RealSystems, ::testing::ValuesIn(systems()), nameOf);
 
-class ComplexSystems : public ::testing::TestWithParam<RealSystem> {};
-
-TEST_P(ComplexSystems, GoToTheDirectSolver)
-{
-    expectDirectSolution(GetParam());
-}
-
-TEST_P(ComplexSystems, AreNotSolvedDense)
-{
-    const std::string path = dataFile(GetParam().file);
-    const Outcome outcome = run({"solve", path, "--dense"});
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, "lintrix: " + path +
-                               ":1: a complex matrix is solved only as a square coordinate file, without "
-                               "--dense\n");
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, ComplexSystems, ::testing::ValuesIn(complexSystems()), nameOf);
-
 TEST(RealSystemFiles, EachIsInTheTableAndAttributed)
 {
     const std::string attribution = contentOf(dataFile("ATTRIBUTION.md"));
@@ -214,8 +187,7 @@ TEST(RealSystemFiles, EachIsInTheTableAndAttributed)
         if (name == "ATTRIBUTION.md") continue;
         EXPECT_THAT(attribution, ::testing::HasSubstr("| `" + name + "` |"));
         const auto isIt = [&name](const RealSystem& system) { return system.file == name; };
-        EXPECT_TRUE(std::ranges::any_of(systems(), isIt) || std::ranges::any_of(complexSystems(), isIt))
-            << name;
+        EXPECT_TRUE(std::ranges::any_of(systems(), isIt)) << name;
     }
 }
 
