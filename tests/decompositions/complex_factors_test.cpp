@@ -224,6 +224,56 @@ TEST(CCholesky, RefusesWhatIsNotSquareBeforeAnythingIsAllocated)
     EXPECT_FALSE(none.hasFailed());
 }
 
+// ---- graded and real-valued matrices
+
+// Row i is scaled by 10^(140 - 280*i/(n-1)).
+CMatrix graded(int rows, int cols)
+{
+    CMatrix A = matrixWith<CMatrix>({rows, cols}, Spectrum::Random, kSeed);
+    for (int i = 0; i < rows; ++i) {
+        const double scale = std::pow(10.0, rows == 1 ? 140.0 : 140.0 - 280.0 * i / (rows - 1));
+        for (int j = 0; j < cols; ++j) A(i, j) *= scale;
+    }
+    return A;
+}
+
+TEST(ComplexFactors, OfGradedMatricesReproduceThem)
+{
+    for (const Shape& shape : {Shape{1, 1}, {2, 2}, {9, 9}, {65, 65}, {9, 5}, {5, 9}}) {
+        SCOPED_TRACE(shape);
+        const CMatrix A = graded(shape.rows, shape.cols);
+        const CLU lu(A);
+        const CQR qr(A, true);
+        const CLQ lq(A);
+        EXPECT_LT(differenceRatio(A, naiveProduct(lu.P(), naiveProduct(lu.L(), lu.U()))), kResidualLimit);
+        EXPECT_LT(differenceRatio(naiveProduct(A, qr.P()), naiveProduct(qr.Q(), qr.R())), kResidualLimit);
+        EXPECT_LT(differenceRatio(A, naiveProduct(lq.L(), lq.Q())), kResidualLimit);
+        EXPECT_LT(orthogonalityRatio(qr.Q()), kResidualLimit);
+        EXPECT_LT(orthogonalityRatio(naiveAdjoint(lq.Q())), kResidualLimit);
+        if (!A.IsSquare()) continue;
+        const CMatrix B = rightHandsFor(A, 2);
+        EXPECT_LT(solveRatio(A, lu.Solve(B), B), kResidualLimit);
+    }
+}
+
+TEST(ComplexFactors, OfRealMatricesAreThoseOfTheRealClasses)
+{
+    const Matrix A = matrixWith({7, 7}, Spectrum::Random, kSeed), S = symmetricWith({5, 4, 3, 2, 1}, kSeed);
+    const auto expectSame = [](const CMatrix& ours, const Matrix& real) {
+        EXPECT_LT(differenceRatio(real.ToCMatrix(), ours), kResidualLimit);
+        for (int j = 0; j < ours.Cols(); ++j) {
+            for (int i = 0; i < ours.Rows(); ++i) EXPECT_EQ(ours(i, j).imag(), 0.0);
+        }
+    };
+    const CMatrix C = A.ToCMatrix();
+    EXPECT_EQ(CLU(C).GetPivots(), LU(A).GetPivots());
+    expectSame(CLU(C).L(), LU(A).L());
+    expectSame(CLU(C).U(), LU(A).U());
+    expectSame(CQR(C).R(), QR(A).R());
+    expectSame(CLQ(C).L(), LQ(A).L());
+    expectSame(CCholesky(S.ToCMatrix()).L().value(), Cholesky(S).L().value());
+}
+
 // ---- memory and life
 
 template <class Factors, class Members>

@@ -365,6 +365,42 @@ TEST(EigenVectors, OfARealSpectrumHaveNoImaginaryParts)
     }
 }
 
+// ---- graded matrices: cell (i, j) is scaled by d(i)*d(j) with d from 10^70 to 10^-70
+
+CMatrix graded(const CMatrix& A)
+{
+    CMatrix G(A);
+    const auto d = [n = A.Rows()](int i) {
+        return std::pow(10.0, n == 1 ? 70.0 : 70.0 - 140.0 * i / (n - 1));
+    };
+    for (int j = 0; j < A.Cols(); ++j) {
+        for (int i = 0; i < A.Rows(); ++i) G(i, j) *= d(i) * d(j);
+    }
+    return G;
+}
+
+TEST(ComplexSpectra, OfGradedMatricesFulfilTheirEquations)
+{
+    const Threads one(1);
+    for (const int n : {1, 2, 9, 65}) {
+        SCOPED_TRACE(n);
+        const CMatrix A = graded(matrixWith<CMatrix>({n, n}, Spectrum::Random, kSeed));
+        const CEigen eigen(A, true, true, BalanceType::None);
+        expectEigenpairs(A, eigen);
+        const CSVD svd(A);
+        ASSERT_TRUE(svd.Succeeded());
+        EXPECT_LT(orthogonalityRatio(svd.U().value()), kResidualLimit);
+        EXPECT_LT(orthogonalityRatio(svd.V().value()), kResidualLimit);
+        const CMatrix H = graded(symmetricWith<CMatrix>(spread(n), kSeed));
+        const CSymEigen hermitian(H);
+        ASSERT_TRUE(hermitian.Succeeded());
+        CVector values(n);
+        for (int i = 0; i < n; ++i) values(i) = hermitian.Eigenvalue(i);
+        EXPECT_LT(pairRatio(H, values, hermitian.Eigenvectors().value()), kResidualLimit);
+        EXPECT_LT(orthogonalityRatio(hermitian.Eigenvectors().value()), kResidualLimit);
+    }
+}
+
 // ---- memory and life
 
 template <class Spectra, class M, class Members>
