@@ -260,7 +260,7 @@ TEST(SparseRoads, WhatExchangesOfRowsCanSolveIsSolvedSo)
 {
     // So many of the pivots cancel that were matched, that raising them leads nowhere.
     int dense = 0;
-    for (std::uint64_t seed = 0; seed < 8; ++seed) {
+    for (std::uint64_t seed = 0; seed < 4; ++seed) {
         const SparseMatrix A = signedGrid(40, seed);
         if (!isRegular(A)) continue;
         SCOPED_TRACE(seed);
