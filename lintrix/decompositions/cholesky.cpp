@@ -11,6 +11,9 @@ namespace Velmar::Lintrix {
 
 namespace detail {
 
+// potrf compares pivots with zero, and a NaN passes that. What is not finite below the diagonal makes the
+// pivot of its row minus infinity or NaN; so the diagonal, before and after, tells of the whole triangle.
+// Before, because of a complex one the routine reads the real parts alone.
 template <class Cell>
 CholeskyFactor<Cell>::CholeskyFactor(const M& matrix) : n(matrix.Rows())
 {
@@ -18,11 +21,8 @@ CholeskyFactor<Cell>::CholeskyFactor(const M& matrix) : n(matrix.Rows())
         throw NotSquareMatrixException("Cholesky decomposition is possible only for a square matrix.");
     }
     a = Block<Cell>::copyOf(AccessTo<Cell>::cells(matrix), AccessTo<Cell>::count(matrix));
-    if (!lowerFinite(a.get(), n)) { // potrf compares pivots with zero, and a NaN passes that
-        inf = kNotFinite;
-        return;
-    }
-    lapack::potrf('L', n, a.get(), leadingDimension(n), inf);
+    if (diagonalFinite(a.get(), n)) lapack::potrf('L', n, a.get(), leadingDimension(n), inf);
+    if (inf == 0 && !diagonalFinite(a.get(), n)) inf = kNotFinite;
 }
 
 template <class Cell>
