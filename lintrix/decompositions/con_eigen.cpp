@@ -92,7 +92,7 @@ void CConEigen(BalanceType bal, bool rV, bool lV, std::int32_t n, std::complex<d
 void unpackEigenvector(const double* packed, const double* wi, std::int32_t n, std::int32_t index,
                        std::complex<double>* vector)
 {
-    const bool second = wi[index] < 0.0;
+    const bool second = index > 0 && !(wi[index] >= 0.0); // a NaN counts as negative
     const double* real = packed + std::int64_t{n} * (second ? index - 1 : index);
     const double* imaginary = real + n;
     for (std::int32_t i = 0; i < n; ++i) {

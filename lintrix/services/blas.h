@@ -66,6 +66,48 @@ std::size_t cblas_idamax(int n, const double* x, int incx);
 
 namespace Velmar::Lintrix::detail::blas {
 
+/// Factors by which cells are multiplied here, since libraries differ: by a zero some clear, and lose NaN,
+/// infinities and signs; and a NaN some kernels for complex cells take for a zero.
+template <class Factor>
+bool isLeftToNoKernel(const Factor& alpha)
+{
+    return alpha == 0.0 || alpha != alpha;
+}
+
+/// x := alpha*x
+inline void scal(const int& n, const double& alpha, double* x, const int& incx)
+{
+    if (isLeftToNoKernel(alpha)) {
+        for (std::int64_t i = 0; i < n; ++i) x[i * incx] *= alpha;
+        return;
+    }
+    const BlasThreadScope threads;
+    cblas_dscal(n, alpha, x, incx);
+}
+inline void scal(const int& n, const std::complex<double>& alpha, std::complex<double>* x, const int& incx)
+{
+    if (isLeftToNoKernel(alpha)) {
+        const double re = alpha.real(), im = alpha.imag();
+        for (std::int64_t i = 0; i < n; ++i) {
+            std::complex<double>& cell = x[i * incx];
+            cell = {cell.real() * re - cell.imag() * im, cell.imag() * re + cell.real() * im};
+        }
+        return;
+    }
+    const BlasThreadScope threads;
+    cblas_zscal(n, &alpha, x, incx);
+}
+/// Each part of x by the real alpha.
+inline void scal(const int& n, const double& alpha, std::complex<double>* x, const int& incx)
+{
+    if (isLeftToNoKernel(alpha)) {
+        for (std::int64_t i = 0; i < n; ++i) x[i * incx] *= alpha;
+        return;
+    }
+    const BlasThreadScope threads;
+    cblas_zdscal(n, alpha, x, incx);
+}
+
 /// C := alpha*op(A)*op(B) + beta*C; op(A) is m x k, op(B) k x n, C m x n. With beta = 0 C is not read.
 inline void gemm(const char& transa, const char& transb, const int& m, const int& n, const int& k,
                  const double& alpha, const double* a, const int& lda, const double* b, const int& ldb,
@@ -96,6 +138,11 @@ inline void gemm(const char& transa, const char& transb, const int& m, const int
                  const std::complex<double>* b, const int& ldb, const std::complex<double>& beta,
                  std::complex<double>* c, const int& ldc)
 {
+    if (beta != beta) { // which kernels take for a zero, and forget C
+        for (std::ptrdiff_t j = 0; j < n; ++j) scal(m, beta, c + j * ldc, 1);
+        gemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, std::complex<double>(1.0), c, ldc);
+        return;
+    }
     const BlasThreadScope threads;
     zgemm_(&transa, &transb, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc, 1, 1);
 }
@@ -114,6 +161,11 @@ inline void gemv(const char& trans, const int& m, const int& n, const std::compl
                  const std::complex<double>* a, const int& lda, const std::complex<double>* x,
                  const int& incx, const std::complex<double>& beta, std::complex<double>* y, const int& incy)
 {
+    if (beta != beta) { // as in gemm
+        scal(trans == 'N' ? m : n, beta, y, incy);
+        gemv(trans, m, n, alpha, a, lda, x, incx, std::complex<double>(1.0), y, incy);
+        return;
+    }
     const BlasThreadScope threads;
     if (trans != 'N' || n < 1) {
         zgemv_(&trans, &m, &n, &alpha, a, &lda, x, &incx, &beta, y, &incy, 1);
@@ -170,48 +222,6 @@ inline void axpy(const int& n, const std::complex<double>& alpha, const std::com
 {
     const BlasThreadScope threads;
     zaxpy_(&n, &alpha, x, &incx, y, &incy);
-}
-
-/// Factors by which cells are multiplied here, since libraries differ: by a zero some clear, and lose NaN,
-/// infinities and signs; and a NaN some kernels for complex cells take for a zero.
-template <class Factor>
-bool isLeftToNoKernel(const Factor& alpha)
-{
-    return alpha == 0.0 || alpha != alpha;
-}
-
-/// x := alpha*x
-inline void scal(const int& n, const double& alpha, double* x, const int& incx)
-{
-    if (isLeftToNoKernel(alpha)) {
-        for (std::int64_t i = 0; i < n; ++i) x[i * incx] *= alpha;
-        return;
-    }
-    const BlasThreadScope threads;
-    cblas_dscal(n, alpha, x, incx);
-}
-inline void scal(const int& n, const std::complex<double>& alpha, std::complex<double>* x, const int& incx)
-{
-    if (isLeftToNoKernel(alpha)) {
-        const double re = alpha.real(), im = alpha.imag();
-        for (std::int64_t i = 0; i < n; ++i) {
-            std::complex<double>& cell = x[i * incx];
-            cell = {cell.real() * re - cell.imag() * im, cell.imag() * re + cell.real() * im};
-        }
-        return;
-    }
-    const BlasThreadScope threads;
-    cblas_zscal(n, &alpha, x, incx);
-}
-/// Each part of x by the real alpha.
-inline void scal(const int& n, const double& alpha, std::complex<double>* x, const int& incx)
-{
-    if (isLeftToNoKernel(alpha)) {
-        for (std::int64_t i = 0; i < n; ++i) x[i * incx] *= alpha;
-        return;
-    }
-    const BlasThreadScope threads;
-    cblas_zdscal(n, alpha, x, incx);
 }
 
 /// y := x

@@ -144,7 +144,7 @@ LINTRIX_EXPORT MatrixMarketTriplets ReadMatrixMarketTriplets(std::istream& in);
 ///         hold finite numbers only"; with triplets also one that its field or symmetry does not hold; a
 ///         sparse matrix marked symmetric stores more than its upper triangle, "A symmetric matrix has
 ///         elements below its diagonal"
-/// @throws InvalidSizeException  triplets with less than one row or column
+/// @throws InvalidSizeException  a dense matrix or triplets with less than one row or column
 /// @throws NotSquareMatrixException  a sparse matrix is marked symmetric and is not square
 /// @throws FileFormatException  "FILE: cannot be opened: ..."; "FILE: cannot be written: ..."
 /// @{

@@ -165,14 +165,22 @@ void requireSound(const SparseMatrix& matrix)
     if (matrix.Symmetric()) requireUpperTriangle(matrix);
 }
 
+/// A matrix can be without cells: no file tells such sizes.
+template <class Dense>
+void requireSoundDense(const Dense& matrix)
+{
+    if (matrix.Rows() < 1 || matrix.Cols() < 1) throw InvalidSizeException();
+    requireFinite(numbersOf(matrix));
+}
+
 void requireSound(const Matrix& matrix)
 {
-    requireFinite(numbersOf(matrix));
+    requireSoundDense(matrix);
 }
 
 void requireSound(const CMatrix& matrix)
 {
-    requireFinite(numbersOf(matrix));
+    requireSoundDense(matrix);
 }
 
 /// Row by row; of a symmetric matrix row i of the upper triangle is written as column i of the lower one.

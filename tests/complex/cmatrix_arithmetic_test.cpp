@@ -3,10 +3,13 @@
 #include "tests/complex/complex_support.h"
 #include "tests/support/thread_setting.h"
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <functional>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 namespace Velmar::Lintrix {
 namespace {
@@ -188,6 +191,7 @@ TEST(CMatrixArithmetic, DivisionByAScalarMultipliesByTheReciprocal)
     const Complex alpha(0.3, -4);
     EXPECT_TRUE(sameUpToNaN(A / alpha, A * (1.0 / alpha)));
     EXPECT_TRUE(sameUpToNaN(CMatrix::Divide(A, alpha), A / alpha));
+    EXPECT_EQ(A / Complex(kInf, kInf), CMatrix(3, 2)); // the platform's reciprocal is 0, the routine's none
 }
 
 TEST(CMatrixArithmetic, DivisionByZeroIsRefusedBeforeAnythingIsAllocated)
@@ -447,6 +451,33 @@ TEST(CMatrixArithmetic, NaNAndInfinityComeThroughProducts)
         EXPECT_FALSE(y.IsFinite()) << bad;
         EXPECT_EQ(y[0], Complex(1 + 4 + 7, 10 + 40 + 70));
         EXPECT_FALSE((A * countedComplex(3, 3)).IsFinite()) << bad;
+    }
+}
+
+// Some kernels take a NaN beta for a zero, and forget the target.
+TEST(CMatrixArithmetic, NaNScalarSpoilsEveryCellOfATarget)
+{
+    const auto spoilt = [](const auto& target) {
+        return std::ranges::all_of(blockOf(target), [](const Complex& cell) {
+            return std::isnan(cell.real()) && std::isnan(cell.imag());
+        });
+    };
+    for (const int n : {1, 3, 8, 33}) {
+        const CMatrix A = countedComplex(n, n);
+        const CVector x = countedComplex(n);
+        for (const Complex& nan : {Complex(kNaN, 0), Complex(kNaN, 1), Complex(0, kNaN), Complex(2, kNaN)}) {
+            for (const auto& [alpha, beta] : {std::pair{nan, Complex(1)}, std::pair{Complex(1), nan}}) {
+                for (const TransposeMode mode : kModes) {
+                    CMatrix C = A;
+                    CMatrix::Multiply(alpha, mode, A, N, A, beta, C);
+                    EXPECT_TRUE(spoilt(C)) << n << alpha << beta;
+                    CVector y = x;
+                    CMatrix::Multiply(alpha, mode, A, x, beta, y);
+                    EXPECT_TRUE(spoilt(y)) << n << alpha << beta;
+                }
+                EXPECT_TRUE(spoilt(CMatrix::Multiply(alpha, A, A, beta, A))) << n << alpha << beta;
+            }
+        }
     }
 }
 

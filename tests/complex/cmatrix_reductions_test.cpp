@@ -221,6 +221,21 @@ TEST(CMatrixReductions, NormalizationAllocatesNothingAndNaNSpoilsItsOwnLineAlone
     }
 }
 
+TEST(CMatrixReductions, NaNSpoilsItsOwnRowAlone)
+{
+    for (const NormalizeMode mode : {NormalizeMode::ZScores, NormalizeMode::UnitLength}) {
+        CMatrix A = countedComplex(3, 3), B = A;
+        A(1, 1) = {1, kNaN};
+        A.NormalizeRows(mode);
+        B.NormalizeRows(mode);
+        for (int c = 0; c < 3; ++c) {
+            EXPECT_EQ(A(0, c), B(0, c));
+            EXPECT_FALSE(A(1, c) == A(1, c));
+            EXPECT_EQ(A(2, c), B(2, c));
+        }
+    }
+}
+
 // ---- tests
 
 TEST(CMatrixReductions, EachPairIsLookedAtForSymmetry)
@@ -270,7 +285,13 @@ TEST(CMatrixReductions, ANaNDifferencePasses)
         EXPECT_TRUE((CMatrix{{1, nan}, {0, 1}}.IsHermitian()));
         EXPECT_TRUE((CMatrix{{1, nan}}.IsEqual(CMatrix{{1, 0}})));
     }
-    EXPECT_FALSE((CMatrix{{1, {kNaN, 1}}, {0, 1}}.IsSymmetric())); // the other part differs
+    for (const Complex& nan : {Complex(kNaN, 1), Complex(1, kNaN)}) { // the other part differs
+        EXPECT_FALSE((CMatrix{{1, nan}, {0, 1}}.IsSymmetric()));
+        EXPECT_FALSE((CMatrix{{1, 0}, {nan, 1}}.IsSymmetric()));
+        EXPECT_FALSE((CMatrix{{1, 0}, {nan, 1}}.IsHermitian()));
+        EXPECT_FALSE((CMatrix{{nan}}.IsEqual(CMatrix{{0}})));
+        EXPECT_FALSE((CMatrix{{0}}.IsEqual(CMatrix{{nan}})));
+    }
 }
 
 TEST(CMatrixReductions, IsEqualComparesBlocksAndNotShapes)

@@ -258,5 +258,18 @@ TEST(CVectorArithmetic, EachResultCostsOneBlockAndNoneLeaksWhenItIsRefused)
     expectAllocations(0, x, [&] { x.AbsSum(); });
 }
 
+// The mean of equal elements need not be one of them: what is left then is stretched to length 1.
+TEST(CVectorArithmetic, MeanOfZScoresIsTheQuotientOfTheRoutine)
+{
+    for (const int count : {3, 7, 49, 98}) {
+        const Complex element(1, 3);
+        CVector x(count, element);
+        x.Normalize(NormalizeMode::ZScores);
+        const Complex left = element - quotientOfRoutine(element * double(count), count);
+        const Complex expected = left == 0.0 ? left : left / (std::abs(left) * std::sqrt(count));
+        for (const Complex& cell : blockOf(x)) EXPECT_LE(std::abs(cell - expected), 8 * kEps) << count;
+    }
+}
+
 } // namespace
 } // namespace Velmar::Lintrix

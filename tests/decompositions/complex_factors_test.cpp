@@ -7,12 +7,17 @@
 
 #include "tests/decompositions/cases.h"
 
+#include <cmath>
+#include <limits>
 #include <type_traits>
 
 namespace Velmar::Lintrix::testing {
 namespace {
 
 using namespace std::complex_literals;
+
+constexpr double kInf = std::numeric_limits<double>::infinity(),
+                 kNaN = std::numeric_limits<double>::quiet_NaN();
 
 constexpr const char* kNotSquare = "Matrix is not square.";
 constexpr const char* kSingular = "This operation requires a non-singular matrix.";
@@ -92,6 +97,14 @@ TEST(CLU, DeterminantIsTheProductOfThePivotsWithTheSignOfP)
     for (const CMatrix& A : singularMatrices()) EXPECT_EQ(CLU(A).Determinant(), 0.0);
 }
 
+// (inf, inf)*i: the product of the platform would find its way back to infinities.
+TEST(CLU, DeterminantThatOverflowsIsWhatThePlainProductLeaves)
+{
+    const CMatrix A{{1e200 + 1e200i, 0.0, 0.0}, {0.0, 1e200, 0.0}, {0.0, 0.0, 1i}};
+    const Complex determinant = CLU(A).Determinant();
+    EXPECT_TRUE(std::isnan(determinant.real()) && std::isnan(determinant.imag())) << determinant;
+}
+
 TEST(CLU, ExactlySingularMatrixIsAState)
 {
     for (const CMatrix& A : singularMatrices()) {
@@ -150,6 +163,18 @@ TEST(CQR, PivotingLetsTheDiagonalOfRFall)
             EXPECT_LE(std::abs(R(i, i)), std::abs(R(i - 1, i - 1)) * (1 + 1e-12) + 1e-300);
         }
     });
+}
+
+// The real work space of pivoting, 2*n numbers, is taken in both forms.
+TEST(CQR, BothFormsTakeTheSameMemory)
+{
+    const CMatrix A(40, 30);
+    const auto taken = [&](bool pivoting) {
+        const AllocationMeter meter;
+        const CQR qr(A, pivoting);
+        return meter.bytes();
+    };
+    EXPECT_EQ(taken(false), taken(true));
 }
 
 TEST(CQR, SolveChecksTheRowsThenTheShape)
@@ -211,7 +236,7 @@ TEST(CCholesky, ReadsTheLowerTriangleAlone)
 {
     CMatrix A = positiveDefinite(7, 1e-3), spoiled(A);
     for (int j = 0; j < 7; ++j) {
-        for (int i = 0; i < j; ++i) spoiled(i, j) = {1e300, -1e300};
+        for (int i = 0; i < j; ++i) spoiled(i, j) = i == 0 ? Complex(kNaN, kInf) : Complex(1e300, -1e300);
     }
     EXPECT_TRUE(identical(CCholesky(A).L().value(), CCholesky(spoiled).L().value()));
 }

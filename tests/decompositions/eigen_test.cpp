@@ -153,6 +153,14 @@ TEST(EigenTest, PackedFormIsUnpackedByTheSignOfTheImaginaryPart)
     EXPECT_EQ(x, (std::vector<Complex>{{4, -7}, {5, -8}, {6, -9}}));
 }
 
+TEST(EigenTest, NaNImaginaryPartUnpacksAsThatOfTheSecondOfAPair)
+{
+    const double packed[] = {1, 2, 3, 4}, wi[] = {0.5, std::numeric_limits<double>::quiet_NaN()};
+    std::vector<Complex> x(2);
+    detail::unpackEigenvector(packed, wi, 2, 1, x.data());
+    EXPECT_EQ(x, (std::vector<Complex>{{1, -3}, {2, -4}}));
+}
+
 TEST(EigenTest, RealSpectrumHasNoImaginaryParts)
 {
     const Threads one(1);

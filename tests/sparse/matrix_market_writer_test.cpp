@@ -1,5 +1,7 @@
 // The writer of Matrix Market files: what it writes, what it refuses, and that all of it comes back.
 
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/dense/vector.h>
 #include <lintrix/sparse/matrix_market.h>
 #include <lintrix/sparse/sparse_assembler.h>
 
@@ -215,12 +217,32 @@ TEST(MatrixMarketWriter, ValuesThatAreNotFiniteAreRefusedBeforeAnythingIsWritten
         const std::string path = scratch.at("a.mtx");
         expectFailure<ArgumentException>([&] { WriteMatrixMarket(path, sparse); }, kFinite);
         expectFailure<ArgumentException>([&] { WriteMatrixMarket(path, Matrix{{value}}); }, kFinite);
+        for (const Complex cell : {Complex(value, 0.0), Complex(0.0, value)}) {
+            const CMatrix matrix(1, 1, cell);
+            expectFailure<ArgumentException>([&] { WriteMatrixMarket(path, matrix); }, kFinite);
+        }
         const MatrixMarketTriplets triplets{.field = MatrixMarketField::ComplexNumber,
                                             .rowIndices = {0},
                                             .colIndices = {0},
                                             .values = {{0.0, value}}};
         expectFailure<ArgumentException>([&] { WriteMatrixMarket(path, triplets); }, kFinite);
     }
+    EXPECT_THAT(scratch.names(), ::testing::IsEmpty());
+}
+
+TEST(MatrixMarketWriter, MatricesWithoutRowsOrColumnsAreRefusedBeforeAnythingIsWritten)
+{
+    const Scratch scratch;
+    const std::string path = scratch.at("a.mtx"), text = "Invalid number of rows or columns.";
+    CMatrix rowless(1, 3), columnless(3, 1);
+    rowless.DeleteRow(0);
+    columnless.DeleteColumn(0);
+    for (const CMatrix& matrix : {rowless, columnless}) {
+        expectFailure<InvalidSizeException>([&] { WriteMatrixMarket(path, matrix); }, text);
+        expectFailure<InvalidSizeException>([&] { textOf(matrix); }, text);
+    }
+    const Matrix ofNothing = Vector(std::vector<double>{}).ToMatrix();
+    expectFailure<InvalidSizeException>([&] { WriteMatrixMarket(path, ofNothing); }, text);
     EXPECT_THAT(scratch.names(), ::testing::IsEmpty());
 }
 
