@@ -35,6 +35,18 @@ struct LINTRIX_TESTABLE SparseAccess {
         return SparseOf<Cell>(rows, cols, std::move(arrays));
     }
 
+    /// `Symmetric` or `Hermitian`.
+    template <class Cell>
+    static void mark(CompressedMatrix<Cell>& matrix, bool oneTriangle) noexcept
+    {
+        matrix._oneTriangle = oneTriangle;
+    }
+    template <class Cell>
+    static bool isMarked(const CompressedMatrix<Cell>& matrix) noexcept
+    {
+        return matrix._oneTriangle;
+    }
+
     template <class Cell>
     static void insertElement(CompressedMatrix<Cell>& matrix, std::int32_t pos)
     {

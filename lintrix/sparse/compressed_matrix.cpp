@@ -13,6 +13,7 @@
 #include <lintrix/sparse/detail/compressed_matrix_products.h>
 #include <lintrix/sparse/detail/compressed_matrix_random.h>
 #include <lintrix/sparse/detail/compressed_matrix_text.h>
+#include <lintrix/sparse/detail/mirror.h>
 #include <lintrix/sparse/detail/row_arrays.h>
 #include <lintrix/sparse/detail/sizes.h>
 #include <lintrix/sparse/detail/sparse_enumerator.h>
@@ -168,7 +169,7 @@ MatrixOf<Cell> CompressedMatrix<Cell>::ToDense() const
         for (SparseEnum<Cell> element(self()); element.MoveNext();) {
             const SparseElement<Cell> e = element.Current();
             dense.Item(e.Row(), e.Col(), e.Value());
-            if (e.Row() != e.Col()) dense.Item(e.Col(), e.Row(), SparseTwin<Cell>::mirrored(e.Value()));
+            if (e.Row() != e.Col()) dense.Item(e.Col(), e.Row(), mirrored(e.Value()));
         }
         return dense;
     }

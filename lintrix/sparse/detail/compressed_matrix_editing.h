@@ -6,6 +6,7 @@
 #include <lintrix/services/hardening.h>
 #include <lintrix/sparse/compressed_matrix.h>
 #include <lintrix/sparse/detail/compressed_rows.h>
+#include <lintrix/sparse/detail/mirror.h>
 #include <lintrix/sparse/detail/sizes.h>
 #include <lintrix/sparse/detail/sparse_twin.h>
 
@@ -44,7 +45,7 @@ Cell CompressedMatrix<Cell>::Item(std::int32_t row, std::int32_t col) const
 {
     const Slot slot = slotOf(row, col);
     const Cell value = slot.stored ? a[slot.index] : Cell(0.0);
-    return slot.mirrored ? SparseTwin<Cell>::mirrored(value) : value;
+    return slot.mirrored ? mirrored(value) : value;
 }
 
 template <class Cell>
@@ -57,7 +58,7 @@ void CompressedMatrix<Cell>::Item(std::int32_t row, std::int32_t col, Cell value
         std::for_each(ia.get() + slot.row + 1, ia.get() + mRows + 1, [](std::int32_t& start) { ++start; });
         closeRowPointers();
     }
-    a[slot.index] = slot.mirrored ? SparseTwin<Cell>::mirrored(value) : value;
+    a[slot.index] = slot.mirrored ? mirrored(value) : value;
 }
 
 // The capacity is told before the arrays have it, also if they then cannot grow. So what they hold is read

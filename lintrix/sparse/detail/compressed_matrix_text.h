@@ -5,6 +5,7 @@
 #include <lintrix/dense/matrix.h>
 #include <lintrix/foundation/number_format.h>
 #include <lintrix/sparse/compressed_matrix.h>
+#include <lintrix/sparse/detail/mirror.h>
 #include <lintrix/sparse/detail/sparse_twin.h>
 
 #include <algorithm>
@@ -87,7 +88,8 @@ public:
         if (turned_) {
             scatter(*turned_, r, 0, r);
             const auto diagonal = cells_.begin() + r;
-            std::transform(cells_.begin(), diagonal, cells_.begin(), SparseTwin<Cell>::mirrored);
+            std::transform(cells_.begin(), diagonal, cells_.begin(),
+                           [](const Cell& cell) { return mirrored(cell); });
         }
         scatter(A_, r, turned_ ? r : 0, A_.Cols());
         return cells_;

@@ -42,8 +42,6 @@ struct SparseTwin<double> {
     /// Whether products see a full matrix in the stored triangle.
     static bool isSymmetric(const SparseMatrix& A) noexcept { return A.Symmetric(); }
 
-    static double mirrored(double value) noexcept { return value; }
-
     static double drawn(const RandomPart& part) { return part.draw(); }
 
     /// Of full arrays. A factor of 1, or the 0 of a matrix made from a dense one, adds one slot.
@@ -64,8 +62,6 @@ struct SparseTwin<Complex> {
     static constexpr bool kWidthOfAllCells = true;
 
     static bool isSymmetric(const CSparseMatrix&) noexcept { return CSparseMatrix::IsSymmetricInt(); }
-
-    static Complex mirrored(const Complex& value) noexcept { return std::conj(value); }
 
     static Complex drawn(const RandomPart& part)
     {
