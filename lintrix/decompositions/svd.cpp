@@ -118,6 +118,14 @@ const double* SvdFactors<Cell>::values() const
     return kept(s);
 }
 
+// The values are always there until the release, which the vectors would not show.
+template <class Cell>
+bool SvdFactors<Cell>::hasVectors() const
+{
+    values();
+    return u && vt;
+}
+
 template <class Cell>
 auto SvdFactors<Cell>::U() const -> std::optional<M>
 {

@@ -53,7 +53,7 @@ public:
 protected:
     ~SvdFactors() = default;
 
-    bool hasVectors() const noexcept { return u && vt; }
+    bool hasVectors() const;
     /// max(m, n)*s[0]*2^-52
     double defaultTolerance() const;
     /// The inverse of A on its range; not asked for without vectors.
