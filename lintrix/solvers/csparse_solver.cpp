@@ -41,7 +41,7 @@ void CSparseSolver::MatrixType(Lintrix::MatrixType value) noexcept
 void CSparseSolver::FactorizationStrategy(Lintrix::FactorizationStrategy value)
 {
     if (value != FactorizationStrategy::ComputeAlways)
-        throw ArgumentOutOfRangeException("value", "Setting is not valid for complex matrices.");
+        throw ArgumentOutOfRangeException("Setting is not valid for complex matrices.", "value");
     Compute4(0, StoppingTolerance());
 }
 

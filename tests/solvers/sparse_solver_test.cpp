@@ -395,27 +395,6 @@ TEST(SparseSolver, ADiagonalMatrixThatIsNoneIsToldByTheEngine)
     }
 }
 
-/// Shows the record of the last phase.
-struct Recorded : SparseSolver {
-    using SparseSolver::phase;
-    using SparseSolver::SparseSolver;
-};
-
-TEST(SparseSolver, ThePhaseOnRecordIsThatOfTheFactorizationOnceTheAnalysisHasPassed)
-{
-    EngineRecorder engine;
-    const SparseMatrix A = general();
-    Recorded solver(A);
-    EXPECT_EQ(solver.phase, 11);
-    engine.answerCall(11, 0, -3);
-    EXPECT_THROW(solver.Solve(Vector(3)), OperationFailedException);
-    EXPECT_EQ(solver.phase, 11);
-    solver.Solve(Matrix(3, 2));
-    EXPECT_EQ(solver.phase, 23) << "also after a further column";
-    EXPECT_THROW(solver.Solve(Vector(2)), InvalidSizeException);
-    EXPECT_EQ(solver.phase, 23);
-}
-
 // --- Failures ---
 
 TEST(SparseSolver, WrongSizesFailBeforeAnythingElseEachInItsOwnWay)

@@ -224,5 +224,6 @@ void DirectSolver<Cell>::PivotEpsilon(double value)
 }
 
 template class DirectSolver<double>;
+template class DirectSolver<Complex>;
 
 } // namespace Velmar::Lintrix::detail

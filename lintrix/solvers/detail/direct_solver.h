@@ -2,25 +2,15 @@
 /// @file
 /// What the solvers of real and of complex sparse matrices share.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
 #include <lintrix/foundation/capabilities.h>
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/solvers/detail/engine_session.h>
-#include <lintrix/sparse/sparse_matrix.h>
+#include <lintrix/sparse/compressed_matrix.h>
 
 #include <cstdint>
 #include <functional>
 
 namespace Velmar::Lintrix::detail {
-
-template <class Cell>
-struct SparseClass;
-template <>
-struct SparseClass<double> {
-    using Type = SparseMatrix;
-};
-template <class Cell>
-using SparseOf = typename SparseClass<Cell>::Type;
 
 /// The engine's numbers for what a solver may assume of matrices with cells of one kind.
 struct EngineTypes {
@@ -144,5 +134,6 @@ private:
 };
 
 extern template class DirectSolver<double>;
+extern template class DirectSolver<Complex>;
 
 } // namespace Velmar::Lintrix::detail
