@@ -49,8 +49,8 @@ public:
     CVector Solve(const CVector& rhnds);
     /// @}
 
-    /// Reads `Unsymmetric`, whatever was written or assumed at the start: callers take it for no more than
-    /// that a type may be written, so it stays.
+    /// Reads `Unsymmetric`, whatever was written or assumed at the start. Programs have come to rest on it,
+    /// so it stays: remember what you wrote.
     Lintrix::MatrixType MatrixType() const noexcept { return MatrixType::Unsymmetric; }
     /// What the solver assumes of the matrix: StructurallySymmetric and Unsymmetric take all elements,
     /// PositiveDefinite and Indefinite the upper triangle of a Hermitian matrix. Writing changes that alone,

@@ -45,9 +45,7 @@ public:
     using M = MatrixOf<Cell>;
     using V = VectorOf<Cell>;
 
-    /// Takes handle and factors over and leaves the source released. After release `Solve` and all writing of
-    /// settings raise InvalidOperationException; type, tolerances, strategy and state of the last run can
-    /// still be read.
+    /// Takes handle and factors over and leaves the source released.
     DirectSolver(DirectSolver&&) noexcept;
     /// Takes handle and factors over and leaves the source released.
     DirectSolver& operator=(DirectSolver&&) noexcept;
@@ -96,7 +94,9 @@ public:
     bool Stopped() const noexcept;
     /// @}
 
-    /// Releases the factors and all else at once, not the matrix; may be repeated.
+    /// Releases the factors and all else at once, not the matrix; may be repeated. Afterwards `Solve` and all
+    /// writing of settings raise InvalidOperationException; type, tolerances, strategy and state of the last
+    /// run can still be read.
     void Dispose() noexcept;
 
 protected:
