@@ -29,6 +29,6 @@ function(add_room_test room unit)
     list(APPEND properties ENVIRONMENT "OMP_TOOL_LIBRARIES=${LINTRIX_ARCHER_LIBRARY}")
   endif()
   gtest_discover_tests(${target}
-    TEST_PREFIX "${room}." DISCOVERY_MODE PRE_TEST
+    TEST_PREFIX "${room}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 # a busy machine reads a program for seconds
     PROPERTIES ${properties})
 endfunction()

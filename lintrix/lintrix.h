@@ -34,5 +34,6 @@
 #include <lintrix/sparse/kernels.h>
 #include <lintrix/sparse/matrix_market.h>
 #include <lintrix/sparse/sparse_assembler.h>
+#include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/sparse_matrix.h>
 #include <lintrix/version.h>

@@ -99,6 +99,9 @@ public:
     /// The same, mirrored entries included.
     template <class Cell, class Take>
     void readBothTriangles(Take take);
+    /// Upper triangle, or all entries with the mirrored ones.
+    template <class Cell>
+    SparseOf<Cell> readSparse(bool upper);
     /// @throws FileFormatException  more cells than a dense matrix holds
     void requireDenseSize() const;
     /// All cells, into those of a matrix of zeros.
@@ -436,24 +439,39 @@ std::int64_t MatrixMarketReader::EntriesRead() const noexcept
     return parser_->entriesRead();
 }
 
-SparseMatrix MatrixMarketReader::ReadSparse(MatrixMarketStorage storage)
+/// Entries below the diagonal are those of the file, so the ones above are their mirror images.
+template <class Cell>
+SparseOf<Cell> MatrixMarketReader::Parser::readSparse(bool upper)
 {
-    parser_->requireReal();
-    const bool upper =
-        storage == MatrixMarketStorage::UpperTriangle && Header().symmetry == Symmetry::Symmetric;
     SparseAssemblerOptions options;
     if (upper) options = {.storage = AssemblyStorage::Symmetric, .lower = LowerEntries::Mirror};
-    SparseAssembler entries(Header().rows, Header().cols, options);
-    entries.Reserve(parser_->firstReservation());
-    const auto add = [&entries](std::int32_t row, std::int32_t col, double value) {
+    Assembler<Cell> entries(header_.rows, header_.cols, options);
+    entries.Reserve(firstReservation());
+    const auto add = [&entries](std::int32_t row, std::int32_t col, const Cell& value) {
         entries.Add(row, col, value);
     };
     if (upper) {
-        parser_->readEntries<double>(add);
+        readEntries<Cell>(add);
     } else {
-        parser_->readBothTriangles<double>(add);
+        readBothTriangles<Cell>(add);
     }
     return entries.Assemble();
+}
+
+SparseMatrix MatrixMarketReader::ReadSparse(MatrixMarketStorage storage)
+{
+    parser_->requireReal();
+    return parser_->readSparse<double>(storage == MatrixMarketStorage::UpperTriangle &&
+                                       Header().symmetry == Symmetry::Symmetric);
+}
+
+// A symmetric matrix of real numbers is Hermitian, one of complex numbers is not.
+CSparseMatrix MatrixMarketReader::ReadComplexSparse(MatrixMarketStorage storage)
+{
+    const bool hermitian =
+        Header().symmetry == Symmetry::Hermitian ||
+        (Header().symmetry == Symmetry::Symmetric && Header().field != Field::ComplexNumber);
+    return parser_->readSparse<Complex>(storage == MatrixMarketStorage::UpperTriangle && hermitian);
 }
 
 void MatrixMarketReader::Parser::requireDenseSize() const
@@ -522,6 +540,16 @@ SparseMatrix ReadMatrixMarket(const std::string& path)
 SparseMatrix ReadMatrixMarket(std::istream& in)
 {
     return MatrixMarketReader(in).ReadSparse();
+}
+
+CSparseMatrix ReadMatrixMarketComplex(const std::string& path)
+{
+    return MatrixMarketReader(path).ReadComplexSparse();
+}
+
+CSparseMatrix ReadMatrixMarketComplex(std::istream& in)
+{
+    return MatrixMarketReader(in).ReadComplexSparse();
 }
 
 Matrix ReadMatrixMarketDense(const std::string& path)

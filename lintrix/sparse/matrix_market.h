@@ -23,6 +23,7 @@
 #include <lintrix/complex/cmatrix.h>
 #include <lintrix/dense/matrix.h>
 #include <lintrix/services/export.h>
+#include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/file_format_exception.h>
 #include <lintrix/sparse/sparse_matrix.h>
 
@@ -73,7 +74,8 @@ struct MatrixMarketProgress {
 
 /// What a sparse matrix read from a symmetric file stores.
 enum class MatrixMarketStorage : std::int32_t {
-    UpperTriangle, ///< `Symmetric()` is true; all diagonal elements are there, also those not in the file
+    UpperTriangle, ///< `Symmetric()` (`Hermitian()`) is true; all diagonal elements are there, also those
+                   ///< not in the file
     BothTriangles  ///< a general matrix with just the entries of the file and the mirrored ones
 };
 
@@ -102,6 +104,11 @@ public:
     /// @throws NotSupportedException  more elements than a sparse matrix can hold; see SparseAssembler
     SparseMatrix ReadSparse(MatrixMarketStorage storage = MatrixMarketStorage::UpperTriangle);
 
+    /// The same of a file of any field; real numbers have no imaginary parts. A hermitian file, or a
+    /// symmetric one of real numbers, can be stored as its upper triangle; a symmetric one of complex numbers
+    /// gives both triangles in either storage, since no class marks it.
+    CSparseMatrix ReadComplexSparse(MatrixMarketStorage storage = MatrixMarketStorage::UpperTriangle);
+
     /// The full matrix; entries at one place are added up.
     /// @throws FileFormatException  a complex file, as above; "a dense R x C matrix has N cells, more than
     ///         2147483647", at the size line
@@ -125,6 +132,8 @@ private:
 /// @{
 LINTRIX_EXPORT SparseMatrix ReadMatrixMarket(const std::string& path);
 LINTRIX_EXPORT SparseMatrix ReadMatrixMarket(std::istream& in);
+LINTRIX_EXPORT CSparseMatrix ReadMatrixMarketComplex(const std::string& path);
+LINTRIX_EXPORT CSparseMatrix ReadMatrixMarketComplex(std::istream& in);
 LINTRIX_EXPORT Matrix ReadMatrixMarketDense(const std::string& path);
 LINTRIX_EXPORT Matrix ReadMatrixMarketDense(std::istream& in);
 LINTRIX_EXPORT CMatrix ReadMatrixMarketComplexDense(const std::string& path);
@@ -134,18 +143,19 @@ LINTRIX_EXPORT MatrixMarketTriplets ReadMatrixMarketTriplets(std::istream& in);
 /// @}
 
 /// @name Writing
-/// A sparse matrix becomes a coordinate file, general or symmetric as its flag says, stored zeros among the
-/// entries; a dense one an array file; triplets a coordinate file of their field and symmetry. Each number
-/// has as many digits as bring it back bit by bit, so integers are those that a double holds.
+/// A sparse matrix becomes a coordinate file, general or symmetric (hermitian) as it is marked, stored zeros
+/// among the entries; a dense one an array file; triplets a coordinate file of their field and symmetry. Each
+/// number has as many digits as bring it back bit by bit, so integers are those that a double holds.
 ///
 /// A file whose name ends in ".gz" is compressed. It is written in place: what stood there is gone, and after
 /// a failure what has been written stands. Streams and sinks get plain text.
 /// @throws ArgumentException    before anything is written: a value is NaN or infinite, "Matrix Market files
 ///         hold finite numbers only"; with triplets also one that its field or symmetry does not hold; a
 ///         sparse matrix marked symmetric stores more than its upper triangle, "A symmetric matrix has
-///         elements below its diagonal"
+///         elements below its diagonal" ("A Hermitian matrix ..."); one marked Hermitian has an imaginary
+///         part on its diagonal, "A Hermitian matrix has a real diagonal"
 /// @throws InvalidSizeException  a dense matrix or triplets with less than one row or column
-/// @throws NotSquareMatrixException  a sparse matrix is marked symmetric and is not square
+/// @throws NotSquareMatrixException  a sparse matrix is marked and is not square
 /// @throws FileFormatException  "FILE: cannot be opened: ..."; "FILE: cannot be written: ..."
 /// @{
 
@@ -153,14 +163,17 @@ LINTRIX_EXPORT MatrixMarketTriplets ReadMatrixMarketTriplets(std::istream& in);
 using MatrixMarketSink = std::function<void(std::string_view)>;
 
 LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const SparseMatrix& matrix);
+LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const CSparseMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const Matrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const MatrixMarketTriplets& triplets);
 LINTRIX_EXPORT void WriteMatrixMarket(const std::string& path, const CMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const SparseMatrix& matrix);
+LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const CSparseMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const Matrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const MatrixMarketTriplets& triplets);
 LINTRIX_EXPORT void WriteMatrixMarket(const MatrixMarketSink& sink, const CMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const SparseMatrix& matrix);
+LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const CSparseMatrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const Matrix& matrix);
 LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const MatrixMarketTriplets& triplets);
 LINTRIX_EXPORT void WriteMatrixMarket(std::ostream& out, const CMatrix& matrix);

@@ -1,8 +1,9 @@
-#include <lintrix/complex/access.h>
 #include <lintrix/complex/detail/parts.h>
-#include <lintrix/dense/access.h>
+#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/sparse/access.h>
 #include <lintrix/sparse/detail/byte_sink.h>
 #include <lintrix/sparse/detail/market_words.h>
+#include <lintrix/sparse/detail/mirror.h>
 #include <lintrix/sparse/matrix_market.h>
 
 #include <algorithm>
@@ -19,6 +20,20 @@ namespace {
 
 using Field = MatrixMarketField;
 using Symmetry = MatrixMarketSymmetry;
+
+/// How a matrix of these cells is named in a file, and in messages.
+template <class Cell>
+constexpr Field kField = Field::Real;
+template <>
+constexpr Field kField<Complex> = Field::ComplexNumber;
+template <class Cell>
+constexpr Symmetry kMarkedSymmetry = Symmetry::Symmetric;
+template <>
+constexpr Symmetry kMarkedSymmetry<Complex> = Symmetry::Hermitian;
+template <class Cell>
+constexpr const char* kSymmetryName = "symmetric";
+template <>
+constexpr const char* kSymmetryName<Complex> = "Hermitian";
 
 /// Gathers the text of a file and hands it on in pieces.
 class TextPieces {
@@ -41,6 +56,13 @@ public:
         *last = end;
         text_.resize(static_cast<std::size_t>(last + 1 - text_.data()));
         if (text_.size() >= kPiece) flush();
+    }
+    /// To the end of the line.
+    void value(double cell) { number(cell, '\n'); }
+    void value(const Complex& cell)
+    {
+        number(cell.real(), ' ');
+        number(cell.imag(), '\n');
     }
     void place(std::int32_t row, std::int32_t col, char end)
     {
@@ -80,6 +102,16 @@ std::span<const double> numbersOf(const Matrix& matrix)
 std::span<const double> numbersOf(const CMatrix& matrix)
 {
     return {partsOf(ComplexAccess::cells(matrix)), 2 * countOf(matrix.Rows(), matrix.Cols())};
+}
+/// The stored numbers.
+std::span<const double> numbersOf(const CompressedMatrix<double>& matrix)
+{
+    return matrix.Values();
+}
+std::span<const double> numbersOf(const CompressedMatrix<Complex>& matrix)
+{
+    const auto values = matrix.Values();
+    return {partsOf(values.data()), 2 * values.size()};
 }
 
 /// Integers up to 2^53, all of which a double holds.
@@ -145,8 +177,9 @@ void requireSound(const MatrixMarketTriplets& triplets)
     }
 }
 
-/// The flag is only a reading of the arrays. A symmetric file is square, and holds one triangle.
-void requireUpperTriangle(const SparseMatrix& matrix)
+/// The mark is only a reading of the arrays. A file with a symmetry is square, and holds one triangle.
+template <class Cell>
+void requireUpperTriangle(const CompressedMatrix<Cell>& matrix)
 {
     if (matrix.Rows() != matrix.Cols()) throw NotSquareMatrixException();
     const auto starts = matrix.RowPointers(), cols = matrix.ColumnIndices();
@@ -154,15 +187,31 @@ void requireUpperTriangle(const SparseMatrix& matrix)
         const auto first = static_cast<std::size_t>(starts[static_cast<std::size_t>(row)] - 1),
                    end = static_cast<std::size_t>(starts[static_cast<std::size_t>(row) + 1] - 1);
         if (first < end && cols[first] <= row) {
-            throw ArgumentException("A symmetric matrix has elements below its diagonal", "matrix");
+            throw ArgumentException(std::string("A ") + kSymmetryName<Cell> +
+                                        " matrix has elements below its diagonal",
+                                    "matrix");
+        }
+        if (first < end && cols[first] == row + 1 && std::imag(matrix.Values()[first]) != 0.0) {
+            throw ArgumentException("A Hermitian matrix has a real diagonal", "matrix");
         }
     }
 }
 
+template <class Cell>
+void requireSoundSparse(const CompressedMatrix<Cell>& matrix)
+{
+    requireFinite(numbersOf(matrix));
+    if (SparseAccess::isMarked(matrix)) requireUpperTriangle(matrix);
+}
+
 void requireSound(const SparseMatrix& matrix)
 {
-    requireFinite(matrix.Values());
-    if (matrix.Symmetric()) requireUpperTriangle(matrix);
+    requireSoundSparse(matrix);
+}
+
+void requireSound(const CSparseMatrix& matrix)
+{
+    requireSoundSparse(matrix);
 }
 
 /// A matrix can be without cells: no file tells such sizes.
@@ -183,12 +232,13 @@ void requireSound(const CMatrix& matrix)
     requireSoundDense(matrix);
 }
 
-/// Row by row; of a symmetric matrix row i of the upper triangle is written as column i of the lower one.
-void writeText(const MatrixMarketSink& sink, const SparseMatrix& matrix)
+/// Row by row; of one triangle, row i of the upper one is written as column i of the lower one.
+template <class Cell>
+void writeSparse(const MatrixMarketSink& sink, const CompressedMatrix<Cell>& matrix)
 {
     TextPieces text(sink);
-    const bool symmetric = matrix.Symmetric();
-    text.header("coordinate", Field::Real, symmetric ? Symmetry::Symmetric : Symmetry::General);
+    const bool turned = SparseAccess::isMarked(matrix);
+    text.header("coordinate", kField<Cell>, turned ? kMarkedSymmetry<Cell> : Symmetry::General);
     text.number(matrix.Rows(), ' ');
     text.number(matrix.Cols(), ' ');
     text.number(matrix.NumElements(), '\n');
@@ -198,21 +248,43 @@ void writeText(const MatrixMarketSink& sink, const SparseMatrix& matrix)
         const auto end = static_cast<std::size_t>(starts[static_cast<std::size_t>(row) + 1] - 1);
         for (auto k = static_cast<std::size_t>(starts[static_cast<std::size_t>(row)] - 1); k < end; ++k) {
             const std::int32_t col = cols[k] - 1;
-            text.place(symmetric ? col : row, symmetric ? row : col, ' ');
-            text.number(values[k], '\n');
+            text.place(turned ? col : row, turned ? row : col, ' ');
+            text.value(turned && col != row ? mirrored(values[k]) : values[k]);
         }
     }
     text.flush();
 }
 
-void writeText(const MatrixMarketSink& sink, const Matrix& matrix)
+void writeText(const MatrixMarketSink& sink, const SparseMatrix& matrix)
+{
+    writeSparse(sink, matrix);
+}
+
+void writeText(const MatrixMarketSink& sink, const CSparseMatrix& matrix)
+{
+    writeSparse(sink, matrix);
+}
+
+template <class Cell>
+void writeDense(const MatrixMarketSink& sink, const MatrixOf<Cell>& matrix)
 {
     TextPieces text(sink);
-    text.header("array", Field::Real, Symmetry::General);
+    text.header("array", kField<Cell>, Symmetry::General);
     text.number(matrix.Rows(), ' ');
     text.number(matrix.Cols(), '\n');
-    for (const double value : numbersOf(matrix)) text.number(value, '\n');
+    const std::span<const Cell> cells(AccessTo<Cell>::cells(matrix), countOf(matrix.Rows(), matrix.Cols()));
+    for (const Cell& cell : cells) text.value(cell);
     text.flush();
+}
+
+void writeText(const MatrixMarketSink& sink, const Matrix& matrix)
+{
+    writeDense<double>(sink, matrix);
+}
+
+void writeText(const MatrixMarketSink& sink, const CMatrix& matrix)
+{
+    writeDense<Complex>(sink, matrix);
 }
 
 void writeText(const MatrixMarketSink& sink, const MatrixMarketTriplets& triplets)
@@ -231,23 +303,8 @@ void writeText(const MatrixMarketSink& sink, const MatrixMarketTriplets& triplet
         } else if (triplets.field == Field::Real) {
             text.number(value.real(), '\n');
         } else if (!pattern) {
-            text.number(value.real(), ' ');
-            text.number(value.imag(), '\n');
+            text.value(value);
         }
-    }
-    text.flush();
-}
-
-void writeText(const MatrixMarketSink& sink, const CMatrix& matrix)
-{
-    TextPieces text(sink);
-    text.header("array", Field::ComplexNumber, Symmetry::General);
-    text.number(matrix.Rows(), ' ');
-    text.number(matrix.Cols(), '\n');
-    const auto parts = numbersOf(matrix);
-    for (std::size_t k = 0; k < parts.size(); k += 2) {
-        text.number(parts[k], ' ');
-        text.number(parts[k + 1], '\n');
     }
     text.flush();
 }
@@ -284,6 +341,11 @@ void WriteMatrixMarket(const std::string& path, const SparseMatrix& matrix)
     writeFile(path, matrix);
 }
 
+void WriteMatrixMarket(const std::string& path, const CSparseMatrix& matrix)
+{
+    writeFile(path, matrix);
+}
+
 void WriteMatrixMarket(const std::string& path, const Matrix& matrix)
 {
     writeFile(path, matrix);
@@ -304,6 +366,11 @@ void WriteMatrixMarket(const MatrixMarketSink& sink, const SparseMatrix& matrix)
     writeTo(sink, matrix);
 }
 
+void WriteMatrixMarket(const MatrixMarketSink& sink, const CSparseMatrix& matrix)
+{
+    writeTo(sink, matrix);
+}
+
 void WriteMatrixMarket(const MatrixMarketSink& sink, const Matrix& matrix)
 {
     writeTo(sink, matrix);
@@ -320,6 +387,11 @@ void WriteMatrixMarket(const MatrixMarketSink& sink, const CMatrix& matrix)
 }
 
 void WriteMatrixMarket(std::ostream& out, const SparseMatrix& matrix)
+{
+    writeTo(sinkInto(out), matrix);
+}
+
+void WriteMatrixMarket(std::ostream& out, const CSparseMatrix& matrix)
 {
     writeTo(sinkInto(out), matrix);
 }

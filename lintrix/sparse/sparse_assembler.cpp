@@ -7,36 +7,40 @@
 
 #include <algorithm>
 
-namespace Velmar::Lintrix {
+namespace Velmar::Lintrix::detail {
 
-SparseAssembler::SparseAssembler(std::int32_t rows, std::int32_t cols, SparseAssemblerOptions options)
+template <class Cell>
+Assembler<Cell>::Assembler(std::int32_t rows, std::int32_t cols, SparseAssemblerOptions options)
     : rows_(rows), cols_(cols), options_(options)
 {
-    detail::requireSparseSizes(rows, cols);
+    requireSparseSizes(rows, cols);
     if (options.storage == AssemblyStorage::Symmetric && rows != cols) throw NotSquareMatrixException();
 }
 
-std::int64_t SparseAssembler::NumEntries() const noexcept
+template <class Cell>
+std::int64_t Assembler<Cell>::NumEntries() const noexcept
 {
     std::int64_t entries = 0;
     for (const Piece& piece : pieces_) entries += static_cast<std::int64_t>(piece.size());
     return entries;
 }
 
-void SparseAssembler::Add(std::span<const SparseTriplet> triplets)
+template <class Cell>
+void Assembler<Cell>::Add(std::span<const Triplet<Cell>> triplets)
 {
     const auto taken = static_cast<std::size_t>(
-        std::ranges::count_if(triplets, [this](const SparseTriplet& t) { return takes(t.row, t.col); }));
+        std::ranges::count_if(triplets, [this](const Triplet<Cell>& t) { return takes(t.row, t.col); }));
     Piece& piece = openPiece();
     if (piece.capacity() - piece.size() < taken) {
         piece.reserve(std::max(2 * piece.capacity(), piece.size() + taken));
     }
-    for (const SparseTriplet& t : triplets) {
+    for (const Triplet<Cell>& t : triplets) {
         if (takes(t.row, t.col)) piece.push_back(placed(t.row, t.col, t.value));
     }
 }
 
-void SparseAssembler::Reserve(std::size_t entries)
+template <class Cell>
+void Assembler<Cell>::Reserve(std::size_t entries)
 {
     Piece& piece = openPiece();
     if (piece.capacity() - piece.size() >= entries) return;
@@ -47,7 +51,8 @@ void SparseAssembler::Reserve(std::size_t entries)
     }
 }
 
-void SparseAssembler::Append(SparseAssembler&& other)
+template <class Cell>
+void Assembler<Cell>::Append(Assembler&& other)
 {
     if (&other == this) return;
     if (other.rows_ != rows_ || other.cols_ != cols_) throw SizeMismatchException();
@@ -57,29 +62,34 @@ void SparseAssembler::Append(SparseAssembler&& other)
     pieces_.splice(pieces_.end(), other.pieces_);
 }
 
-SparseMatrix SparseAssembler::Assemble() const
+template <class Cell>
+SparseOf<Cell> Assembler<Cell>::Assemble() const
 {
-    const bool symmetric = options_.storage == AssemblyStorage::Symmetric;
-    const auto sorted = detail::columnOrder<double>(pieces_, cols_);
-    detail::RowSort<double> sort(sorted, rows_, symmetric);
-    SparseMatrix matrix =
-        detail::SparseAccess::adopt(rows_, cols_, sort.run(options_.duplicates == DuplicateEntries::Add));
-    matrix.Symmetric(symmetric);
+    const bool oneTriangle = options_.storage == AssemblyStorage::Symmetric;
+    const auto sorted = columnOrder<Cell>(pieces_, cols_);
+    RowSort<Cell> sort(sorted, rows_, oneTriangle);
+    auto matrix = SparseAccess::adopt(rows_, cols_, sort.run(options_.duplicates == DuplicateEntries::Add));
+    SparseAccess::mark(matrix, oneTriangle);
     return matrix;
 }
 
-void SparseAssembler::refusePlace(std::int32_t row) const
+template <class Cell>
+void Assembler<Cell>::refusePlace(std::int32_t row) const
 {
     const bool rowFits = row >= 0 && row < rows_;
     throw IndexOutOfBoundsException(rowFits ? "Column index exceeds matrix size."
                                             : "Row index exceeds matrix size.");
 }
 
-bool SparseAssembler::takesBelowDiagonal() const
+template <class Cell>
+bool Assembler<Cell>::takesBelowDiagonal() const
 {
     if (options_.lower != LowerEntries::Refuse) return options_.lower == LowerEntries::Mirror;
     throw ArgumentException("The entry is below the diagonal of a symmetric matrix; choose "
                             "LowerEntries::Ignore or LowerEntries::Mirror");
 }
 
-} // namespace Velmar::Lintrix
+template class Assembler<double>;
+template class Assembler<Complex>;
+
+} // namespace Velmar::Lintrix::detail

@@ -3,6 +3,8 @@
 /// Builds a sparse matrix from elements in any order.
 
 #include <lintrix/services/export.h>
+#include <lintrix/sparse/csparse_matrix.h>
+#include <lintrix/sparse/detail/mirror.h>
 #include <lintrix/sparse/sparse_matrix.h>
 
 #include <cstddef>
@@ -13,11 +15,19 @@
 
 namespace Velmar::Lintrix {
 
+namespace detail {
+
 /// One element and its place, counted from 0.
-struct SparseTriplet {
+template <class Cell>
+struct Triplet {
     std::int32_t row, col;
-    double value;
+    Cell value;
 };
+
+} // namespace detail
+
+using SparseTriplet = detail::Triplet<double>;
+using CSparseTriplet = detail::Triplet<Complex>;
 
 /// What several entries at one place become.
 enum class DuplicateEntries : std::int32_t {
@@ -27,17 +37,18 @@ enum class DuplicateEntries : std::int32_t {
 
 /// Which triangle an assembled matrix stores.
 enum class AssemblyStorage : std::int32_t {
-    General,  ///< all elements, as entered
-    Symmetric ///< the upper triangle and the whole diagonal; `Symmetric()` is true
+    General,              ///< all elements, as entered
+    Symmetric,            ///< the upper triangle and the whole diagonal; `Symmetric()` is true
+    Hermitian = Symmetric ///< the same of a complex matrix, whose `Hermitian()` is true
 };
 
-/// What becomes of an entry below the diagonal when the storage is symmetric. No rule suits everyone, and a
+/// What becomes of an entry below the diagonal when one triangle is stored. No rule suits everyone, and a
 /// wrong one gives a wrong matrix without a word; so the default asks.
 enum class LowerEntries : std::int32_t {
     Refuse, ///< a failure
     Ignore, ///< dropped: right for full element matrices of the finite-element method, which bring both
             ///< halves
-    Mirror  ///< entered above the diagonal: right where each pair comes once, in either triangle
+    Mirror  ///< entered above the diagonal, conjugated: right where each pair comes once, in either triangle
 };
 
 struct SparseAssemblerOptions {
@@ -47,6 +58,8 @@ struct SparseAssemblerOptions {
 
     friend bool operator==(const SparseAssemblerOptions&, const SparseAssemblerOptions&) = default;
 };
+
+namespace detail {
 
 /// Takes elements in any order and makes compressed rows of them, in time linear in entries + rows + columns.
 ///
@@ -60,15 +73,17 @@ struct SparseAssemblerOptions {
 /// Several threads fill one assembler each and join them with `Append`. The result depends on the order of
 /// entry alone, bit by bit: join in a fixed order, and it is the same for any number of threads.
 ///
-/// An entry takes 16 bytes until the assembler is cleared. An object is used by one thread at a time. A
-/// failing member leaves it as it was; besides the failures told, entering raises std::bad_alloc.
-class LINTRIX_EXPORT SparseAssembler {
+/// An entry takes 16 bytes until the assembler is cleared, a complex one 24. An object is used by one thread
+/// at a time. A failing member leaves it as it was; besides the failures told, entering raises
+/// std::bad_alloc.
+template <class Cell>
+class LINTRIX_EXPORT Assembler {
 public:
     /// For a rows x cols matrix. Checks in this order:
     /// @throws InvalidSizeException      rows, then cols outside 1 .. MaxSize: "Invalid number of rows.";
     ///         "Invalid number of columns."
-    /// @throws NotSquareMatrixException  symmetric storage, rows != cols
-    explicit SparseAssembler(std::int32_t rows, std::int32_t cols, SparseAssemblerOptions options = {});
+    /// @throws NotSquareMatrixException  storage of one triangle, rows != cols
+    explicit Assembler(std::int32_t rows, std::int32_t cols, SparseAssemblerOptions options = {});
 
     std::int32_t Rows() const noexcept { return rows_; }
     std::int32_t Cols() const noexcept { return cols_; }
@@ -79,14 +94,15 @@ public:
     /// Enters `value` at (row, col), counted from 0. A zero is an entry like any other.
     /// @throws IndexOutOfBoundsException  "Row index exceeds matrix size."; "Column index exceeds matrix
     ///         size."; the row is tested first
-    /// @throws ArgumentException  symmetric storage with LowerEntries::Refuse, row > col: "The entry is below
+    /// @throws ArgumentException  storage of one triangle with LowerEntries::Refuse, row > col: "The entry is
+    /// below
     ///         the diagonal of a symmetric matrix; choose LowerEntries::Ignore or LowerEntries::Mirror"
-    void Add(std::int32_t row, std::int32_t col, double value)
+    void Add(std::int32_t row, std::int32_t col, Cell value)
     {
         if (takes(row, col)) openPiece().push_back(placed(row, col, value));
     }
     /// Enters all of `triplets`, in their order, or none: all are checked first. Failures as above.
-    void Add(std::span<const SparseTriplet> triplets);
+    void Add(std::span<const Triplet<Cell>> triplets);
 
     /// Room for `entries` more in one piece of memory. Not needed; it saves the growing.
     void Reserve(std::size_t entries);
@@ -96,24 +112,25 @@ public:
     /// @throws SizeMismatchException  the sizes differ
     /// @throws ArgumentException      the options differ: "Assemblers with different options cannot be
     /// joined"
-    void Append(SparseAssembler&& other);
+    void Append(Assembler&& other);
 
     /// Forgets all entries and gives their memory back.
     void Clear() noexcept { pieces_.clear(); }
 
-    /// The matrix of all entries, growth factor 1.2f, with nothing spare. Symmetric storage has every
-    /// diagonal element, value 0 where none was entered. The entries stay: more may be added, and another
-    /// matrix be assembled.
+    /// The matrix of all entries, growth factor 1.2f, with nothing spare. Storage of one triangle has
+    /// every diagonal element, value 0 where none was entered. The entries stay: more may be added, and
+    /// another matrix be assembled.
     ///
     /// Two stable counting sorts, first by column and then by row (Knuth, The Art of Computer Programming 3,
     /// section 5.2.5), so duplicates meet in the order of entry. Cost: O(entries + rows + cols) time;
-    /// besides the result 12 bytes an entry, 8 a row and up to 16 a column while it runs.
+    /// besides the result 12 bytes an entry (20 of a complex one), 8 a row and up to 16 a column while it
+    /// runs.
     /// @throws NotSupportedException  "A sparse matrix holds at most 2147483646 elements."
     /// @throws NotEnoughMemoryException, std::bad_alloc  result, work arrays
-    SparseMatrix Assemble() const;
+    SparseOf<Cell> Assemble() const;
 
 private:
-    using Piece = std::vector<SparseTriplet>;
+    using Piece = std::vector<Triplet<Cell>>;
 
     bool takes(std::int32_t row, std::int32_t col) const
     {
@@ -123,9 +140,9 @@ private:
         }
         return options_.storage == AssemblyStorage::General || row <= col || takesBelowDiagonal();
     }
-    SparseTriplet placed(std::int32_t row, std::int32_t col, double value) const noexcept
+    Triplet<Cell> placed(std::int32_t row, std::int32_t col, const Cell& value) const noexcept
     {
-        if (options_.storage == AssemblyStorage::Symmetric && row > col) return {col, row, value};
+        if (options_.storage == AssemblyStorage::Symmetric && row > col) return {col, row, mirrored(value)};
         return {row, col, value};
     }
     Piece& openPiece() { return pieces_.empty() ? pieces_.emplace_back() : pieces_.back(); }
@@ -135,6 +152,21 @@ private:
     std::int32_t rows_, cols_;
     SparseAssemblerOptions options_;
     std::list<Piece> pieces_; ///< entries in their order; a list, because joining lists cannot fail
+};
+
+extern template class Assembler<double>;
+extern template class Assembler<Complex>;
+
+} // namespace detail
+
+class SparseAssembler : public detail::Assembler<double> {
+public:
+    using Assembler::Assembler;
+};
+
+class CSparseAssembler : public detail::Assembler<Complex> {
+public:
+    using Assembler::Assembler;
 };
 
 } // namespace Velmar::Lintrix

@@ -323,6 +323,52 @@ TEST(MatrixMarketReader, ComplexMatricesAreReadDenseWithBothTriangles)
     expectCells(read("coordinate pattern general\n1 2 1\n1 2\n"), CMatrix{{0.0, 1.0}});
 }
 
+/// `body` of a file, in the storage asked for, is `expected`.
+void expectComplexSparse(const std::string& body, MatrixMarketStorage storage, bool hermitian,
+                         const CMatrix& expected)
+{
+    std::istringstream file("%%MatrixMarket matrix " + body);
+    const CSparseMatrix A = MatrixMarketReader(file).ReadComplexSparse(storage);
+    EXPECT_EQ(A.Hermitian(), hermitian) << body;
+    EXPECT_TRUE(A.ToDense() == expected) << body << A;
+}
+
+TEST(MatrixMarketReader, FilesOfEveryFieldAndSymmetryAreReadAsComplexSparseMatrices)
+{
+    using namespace std::complex_literals;
+    const struct {
+        std::string body;
+        bool hermitian; ///< can be stored as one triangle
+        CMatrix expected;
+    } cases[] = {
+        {"coordinate complex general\n2 3 3\n1 1 1 2\n2 3 0 -1\n1 1 1 1\n", false,
+         CMatrix{{2.0 + 3i, 0.0, 0.0}, {0.0, 0.0, -1i}}},
+        {"coordinate complex hermitian\n2 2 2\n1 1 3 0\n2 1 -1.5 2\n", true,
+         CMatrix{{3.0, -1.5 - 2i}, {-1.5 + 2i, 0.0}}},
+        {"coordinate complex symmetric\n2 2 2\n1 1 3 1\n2 1 -1.5 2\n", false,
+         CMatrix{{3.0 + 1i, -1.5 + 2i}, {-1.5 + 2i, 0.0}}},
+        {"coordinate complex skew-symmetric\n2 2 1\n2 1 -1.5 2\n", false,
+         CMatrix{{0.0, 1.5 - 2i}, {-1.5 + 2i, 0.0}}},
+        {"coordinate real symmetric\n2 2 2\n1 1 3\n2 1 4\n", true, CMatrix{{3.0, 4.0}, {4.0, 0.0}}},
+        {"coordinate pattern symmetric\n2 2 1\n2 1\n", true, CMatrix{{0.0, 1.0}, {1.0, 0.0}}},
+        {"coordinate integer general\n1 2 1\n1 2 7\n", false, CMatrix{{0.0, 7.0}}},
+        {"array complex hermitian\n2 2\n1 0\n2 3\n4 0\n", true, CMatrix{{1.0, 2.0 - 3i}, {2.0 + 3i, 4.0}}}};
+    for (const auto& c : cases) {
+        expectComplexSparse(c.body, MatrixMarketStorage::UpperTriangle, c.hermitian, c.expected);
+        expectComplexSparse(c.body, MatrixMarketStorage::BothTriangles, false, c.expected);
+    }
+}
+
+TEST(MatrixMarketReader, HermitianFilesBecomeUpperStorageWithTheWholeDiagonal)
+{
+    std::istringstream file("%%MatrixMarket matrix coordinate complex hermitian\n3 3 1\n3 1 1 2\n");
+    const CSparseMatrix A = ReadMatrixMarketComplex(file);
+    EXPECT_TRUE(A.Hermitian());
+    EXPECT_EQ(A.NumElements(), 4);
+    EXPECT_EQ(A.Item(0, 2), Complex(1, -2));
+    EXPECT_EQ(A.Item(2, 0), Complex(1, 2));
+}
+
 TEST(MatrixMarketReader, ComplexMatricesOfTooManyCellsAreRefusedAtTheSizeLine)
 {
     std::stringstream file("%%MatrixMarket matrix coordinate complex general\n65536 65536 0\n");

@@ -123,6 +123,67 @@ TEST(MatrixMarketWriter, MarkedSymmetricButNoUpperTriangleIsRefusedBeforeAnythin
     EXPECT_TRUE(ReadMatrixMarket(in).ToDense() == upper.ToDense());
 }
 
+TEST(MatrixMarketWriter, ComplexSparseMatricesHaveTwoNumbersAnEntryAndHermitianOnesTheLowerTriangle)
+{
+    CSparseMatrix A(2, 3);
+    A(0, 2) = Complex(1, -2);
+    A(1, 0) = 0.0;
+    EXPECT_EQ(textOf(A), "%%MatrixMarket matrix coordinate complex general\n2 3 2\n1 3 1 -2\n2 1 0 0\n");
+    CSparseMatrix H(2, true);
+    H(0, 0) = 4.0;
+    H(0, 1) = Complex(0.5, 3);
+    EXPECT_EQ(textOf(H),
+              "%%MatrixMarket matrix coordinate complex hermitian\n2 2 3\n1 1 4 0\n2 1 0.5 -3\n2 2 0 0\n");
+}
+
+TEST(MatrixMarketWriter, EveryComplexSparseValueComesBackBitByBit)
+{
+    const std::vector<double> values = anyValues(400);
+    CSparseMatrix A(20, 20, 400), H(20, true);
+    std::size_t next = 0;
+    for (int i = 0; i < 20; ++i) {
+        for (int j = 0; j < 10; ++j, next += 2) A(i, j) = Complex(values[next], values[next + 1]);
+        for (int j = i + 1; j < 20; j += 3) H(i, j) = A(i, j % 10);
+        H(i, i) = values[static_cast<std::size_t>(i)];
+    }
+    const auto expectBack = [](const CSparseMatrix& written) {
+        std::istringstream in(textOf(written));
+        const CSparseMatrix read = ReadMatrixMarketComplex(in);
+        EXPECT_EQ(read.Hermitian(), written.Hermitian());
+        ASSERT_EQ(read.NumElements(), written.NumElements());
+        EXPECT_TRUE(std::ranges::equal(read.RowPointers(), written.RowPointers()));
+        EXPECT_TRUE(std::ranges::equal(read.ColumnIndices(), written.ColumnIndices()));
+        for (std::size_t k = 0; k < read.Values().size(); ++k) {
+            EXPECT_TRUE(sameBits(read.Values()[k].real(), written.Values()[k].real())) << k;
+            EXPECT_EQ(read.Values()[k].imag(), written.Values()[k].imag()) << k;
+        }
+    };
+    expectBack(A);
+    expectBack(H);
+}
+
+TEST(MatrixMarketWriter, ComplexSparseMatricesThatNoFileHoldsAreRefusedBeforeAnythingIsWritten)
+{
+    const auto refused = [](const CSparseMatrix& A, const char* text) {
+        std::ostringstream out;
+        expectFailure<ArgumentException>([&] { WriteMatrixMarket(out, A); }, text);
+        EXPECT_EQ(out.str(), "");
+    };
+    CSparseMatrix A(2, 2);
+    A(0, 1) = Complex(1, kNaN);
+    refused(A, kFinite);
+    CSparseMatrix H(2, true);
+    H(1, 1) = Complex(1, 1e-300);
+    refused(H, "A Hermitian matrix has a real diagonal");
+    CSparseMatrix L(2, 2);
+    L(1, 0) = 1.0;
+    L.Hermitian(true);
+    refused(L, "A Hermitian matrix has elements below its diagonal");
+    CSparseMatrix R(2, 3);
+    R.Hermitian(true);
+    EXPECT_THROW(textOf(R), NotSquareMatrixException);
+}
+
 TEST(MatrixMarketWriter, EmptyMatricesHaveNoEntries)
 {
     EXPECT_EQ(textOf(SparseMatrix(3, 2)), "%%MatrixMarket matrix coordinate real general\n3 2 0\n");

@@ -118,7 +118,7 @@ TEST(SparseMatrixEnum, StaysBeforeTheFirstElementOfAnEmptyMatrix)
 TEST(SparseMatrixEnum, TellsThatItIsBehindTheLastElement)
 {
     const std::vector<std::int32_t> falling{1, 0};
-    const SparseMatrix A = detail::SparseAccess::adopt(
+    const SparseMatrix A = detail::SparseAccess::adopt<double>(
         1, 1,
         {detail::Block<double>::zeroed(1), detail::Block<std::int32_t>::copyOf(falling.data(), 2),
          detail::Block<std::int32_t>::zeroed(1)});

@@ -284,7 +284,7 @@ TEST(SparseMatrix, AdoptedArraysReportOneMoreThanIsStored)
     };
     auto a = block(std::vector<double>{1, 2, 3, 0});
     const double* address = a.get();
-    SparseMatrix A = SparseAccess::adopt(
+    SparseMatrix A = SparseAccess::adopt<double>(
         2, 3, {std::move(a), block(kStarts), block(std::vector<std::int32_t>{1, 3, 2, 0})});
     EXPECT_EQ(SparseAccess::values(A), address);
     EXPECT_EQ(A.Capacity(), 4);
@@ -301,10 +301,10 @@ TEST(SparseMatrix, AdoptedArraysReportOneMoreThanIsStored)
 
 TEST(SparseMatrix, AdoptedArraysWithoutTheSpareSlotAreGrownByTheFirstInsertion)
 {
-    SparseMatrix A = SparseAccess::adopt(1, 3,
-                                         {detail::Block<double>::zeroed(2),
-                                          detail::Block<std::int32_t>::copyOf(kStarts.data(), 2),
-                                          detail::Block<std::int32_t>::copyOf(kColumns.data(), 2)});
+    SparseMatrix A = SparseAccess::adopt<double>(1, 3,
+                                                 {detail::Block<double>::zeroed(2),
+                                                  detail::Block<std::int32_t>::copyOf(kStarts.data(), 2),
+                                                  detail::Block<std::int32_t>::copyOf(kColumns.data(), 2)});
     EXPECT_EQ(A.Capacity(), 3);
     A(0, 1) = 7;
     EXPECT_EQ(A.Capacity(), 3);

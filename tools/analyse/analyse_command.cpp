@@ -97,11 +97,11 @@ template <class Cell>
 AnalysisReport analyse(MatrixMarketReader& reader, const AnalyseOptions& options,
                        std::optional<OutputFile>& picture, Progress& progress)
 {
-    CompressedRows<Cell> rows = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
+    SparseRows<Cell> rows = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
     AnalysisReport report;
     report.matrix = reader.Header().file;
-    report.order = rows.rows();
-    report.entries = rows.entries();
+    report.order = rows.Rows();
+    report.entries = rows.NumElements();
     SparseSystem<Cell> matrix(std::move(rows));
     report.threads = TrellConfiguration::GetMaxThreads();
     SystemAnalysis system(engineMatrixOf(matrix, assumptionOf(matrix.traits())));

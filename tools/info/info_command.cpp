@@ -44,18 +44,18 @@ struct Info {
 };
 
 template <class Cell>
-Spectrum spectrumOf(const CompressedRows<Cell>& matrix)
+Spectrum spectrumOf(const SparseRows<Cell>& matrix)
 {
-    const std::conditional_t<kIsComplex<Cell>, CSVD, SVD> svd(denseOf(matrix), true);
-    const std::int32_t last = std::min(matrix.rows(), matrix.cols) - 1;
+    const std::conditional_t<kIsComplex<Cell>, CSVD, SVD> svd(matrix.ToDense(), true);
+    const std::int32_t last = std::min(matrix.Rows(), matrix.Cols()) - 1;
     return {svd.Succeeded(), svd.Rank(), svd.SingularValue(0), svd.SingularValue(last)};
 }
 
-template <class Cell>
-PatternGrid gridOf(const CompressedRows<Cell>& matrix, int height, int width)
+template <class Matrix>
+PatternGrid gridOf(const Matrix& matrix, int height, int width)
 {
-    PatternGrid grid(matrix.rows(), matrix.cols, height, width);
-    forEachEntry(matrix, [&grid](std::int32_t row, std::int32_t col, Cell) { grid.add(row, col); });
+    PatternGrid grid(matrix.Rows(), matrix.Cols(), height, width);
+    forEachEntry(matrix, [&grid](std::int32_t row, std::int32_t col, const auto&) { grid.add(row, col); });
     return grid;
 }
 
@@ -108,12 +108,12 @@ template <class Cell>
 int tell(MatrixMarketReader& reader, const InfoOptions& options, std::optional<OutputFile>& picture,
          Progress& progress)
 {
-    const CompressedRows<Cell> matrix = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
-    Info info{reader.Header().file, matrix.rows(), matrix.cols, {}, {}};
+    const SparseRows<Cell> matrix = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
+    Info info{reader.Header().file, matrix.Rows(), matrix.Cols(), {}, {}};
     info.facts = factsOf(matrix);
     if (isSmall(info.rows, info.cols)) {
         progress.show(fmt::format("singular values of {}", info.matrix));
-        info.spectrum = spectrumOf(matrix);
+        info.spectrum = spectrumOf<Cell>(matrix);
     }
     progress.erase();
 

@@ -1,7 +1,7 @@
 #pragma once
 // Right-hand sides and solutions, real or complex.
 
-#include <tools/input/compressed_rows.h>
+#include <tools/input/sparse_rows.h>
 
 #include <lintrix/complex/cmatrix.h>
 #include <lintrix/dense/matrix.h>
@@ -80,22 +80,11 @@ Block filledWith(double value, std::int32_t rows, std::int32_t cols)
 
 /// B - A*X.
 template <class Cell>
-Columns<Cell> residualOf(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B)
+Columns<Cell> residualOf(const SparseRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B)
 {
     Columns<Cell> R(B);
-    for (std::int32_t j = 0; j < B.Cols(); ++j)
-        addProduct<Cell>(-1.0, A, columnCells(X, j), columnCells(R, j));
+    SparseRows<Cell>::Multiply(-1.0, TransposeMode::NotTransposed, A, X, 1.0, R);
     return R;
-}
-
-/// A*X.
-template <class Cell>
-Columns<Cell> productOf(const CompressedRows<Cell>& A, const Columns<Cell>& X)
-{
-    Columns<Cell> product(A.rows(), X.Cols());
-    for (std::int32_t j = 0; j < X.Cols(); ++j)
-        addProduct<Cell>(1.0, A, columnCells(X, j), columnCells(product, j));
-    return product;
 }
 
 } // namespace Velmar::Lintrix::tools

@@ -36,20 +36,6 @@ bool isSmall(std::int32_t rows, std::int32_t cols)
     return std::min(rows, cols) <= kSmallerSide && product(rows, cols) <= kCells;
 }
 
-template <class Cell>
-Columns<Cell> denseOf(const CompressedRows<Cell>& matrix)
-{
-    Columns<Cell> dense(matrix.rows(), matrix.cols);
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
-        if (matrix.isTriangle()) dense(col, row) = matrix.across(value);
-        dense(row, col) = value;
-    });
-    return dense;
-}
-
-template Matrix denseOf(const CompressedRows<double>&);
-template CMatrix denseOf(const CompressedRows<ComplexNumber>&);
-
 void requireRoom(const MatrixMarketHeader& matrix, double memory, std::size_t cellBytes)
 {
     const std::uint64_t cells = product(matrix.rows, matrix.cols);

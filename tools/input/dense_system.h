@@ -14,10 +14,6 @@ namespace Velmar::Lintrix::tools {
 /// Whether the dense form can be had for singular values just so: a second of work, 32 MB.
 bool isSmall(std::int32_t rows, std::int32_t cols);
 
-/// All cells, of a triangle those across the diagonal, too.
-template <class Cell>
-Columns<Cell> denseOf(const CompressedRows<Cell>& matrix);
-
 /// Refuses a matrix whose dense form has more than 2147483647 cells, or that takes, with the copy that is
 /// factorized, more than `memory` bytes. `cellBytes` is the size of a cell: a real matrix may have to be held
 /// in complex ones. @throws InputError  at the size line

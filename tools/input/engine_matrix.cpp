@@ -49,10 +49,10 @@ template <class Cell>
 EngineMatrix engineMatrixOf(SparseSystem<Cell>& system, Assumption assumption)
 {
     EngineMatrix matrix{.mtype = typeOf<Cell>(assumption, system.traits()), .n = system.size()};
-    CompressedRows<Cell>& rows = matrix.isTriangle() ? system.upper() : system.full();
-    matrix.a = rows.a.data();
-    matrix.ia = rows.ia.data();
-    matrix.ja = rows.ja.data();
+    SparseRows<Cell>& rows = matrix.isTriangle() ? system.upper() : system.full();
+    matrix.a = rows.Values().data();
+    matrix.ia = const_cast<std::int32_t*>(rows.RowPointers().data()); // of a matrix that is not const
+    matrix.ja = const_cast<std::int32_t*>(rows.ColumnIndices().data());
     return matrix;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // Facts of a matrix that need no dense copy of it.
 
-#include <tools/input/compressed_rows.h>
+#include <tools/input/sparse_rows.h>
 
 #include <cstdint>
 #include <string_view>
@@ -20,8 +20,8 @@ struct MatrixFacts {
 };
 
 /// Of a matrix with both triangles stored. Cost: a few passes over the entries.
-template <class Cell>
-MatrixFacts factsOf(const CompressedRows<Cell>& matrix);
+template <class Matrix>
+MatrixFacts factsOf(const Matrix& matrix);
 
 struct Symmetry {
     bool pattern = false, values = false;
@@ -30,8 +30,8 @@ struct Symmetry {
 };
 
 /// Of a square matrix with both triangles stored, one pass.
-template <class Cell>
-Symmetry symmetryOf(const CompressedRows<Cell>& matrix);
+template <class Matrix>
+Symmetry symmetryOf(const Matrix& matrix);
 
 /// "symmetric", "hermitian", "skew-symmetric", "unsymmetric with a symmetric pattern", "unsymmetric" or
 /// "rectangular".

@@ -1,6 +1,5 @@
 #include <tools/input/matrix_file.h>
 
-#include <tools/input/triplets.h>
 #include <tools/support/input_error.h>
 #include <tools/support/text.h>
 
@@ -57,15 +56,15 @@ void requireReal(const MatrixMarketReader& reader, const std::string& what)
 }
 
 template <>
-CompressedRows<double> readRows(MatrixMarketReader& reader, MatrixMarketStorage storage)
+SparseMatrix readRows<double>(MatrixMarketReader& reader, MatrixMarketStorage storage)
 {
-    return rowsOf(reader.ReadSparse(storage));
+    return reader.ReadSparse(storage);
 }
 
 template <>
-CompressedRows<ComplexNumber> readRows(MatrixMarketReader& reader, MatrixMarketStorage storage)
+CSparseMatrix readRows<ComplexNumber>(MatrixMarketReader& reader, MatrixMarketStorage)
 {
-    return rowsOf(reader.ReadTriplets(), storage);
+    return reader.ReadComplexSparse(MatrixMarketStorage::BothTriangles);
 }
 
 template <>

@@ -24,9 +24,10 @@ bool isComplex(const MatrixMarketReader& reader);
 /// @throws InputError  "FILE:1: WHAT" of a complex file
 void requireReal(const MatrixMarketReader& reader, const std::string& what);
 
-/// The entries; also those of a real file as complex numbers, but not the other way round.
+/// The entries; also those of a real file as complex numbers, but not the other way round. Of a complex
+/// matrix both triangles in any case.
 template <class Cell>
-CompressedRows<Cell> readRows(MatrixMarketReader& reader, MatrixMarketStorage storage);
+SparseRows<Cell> readRows(MatrixMarketReader& reader, MatrixMarketStorage storage);
 /// Likewise the full matrix.
 template <class Cell>
 Columns<Cell> readColumns(MatrixMarketReader& reader);

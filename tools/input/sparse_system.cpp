@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -16,11 +17,14 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-template <class Cell>
-std::vector<Cell> diagonalOf(const CompressedRows<Cell>& matrix)
+template <class Matrix>
+using CellOf = std::decay_t<decltype(std::declval<const Matrix&>().Item(0, 0))>;
+
+template <class Matrix, class Cell = CellOf<Matrix>>
+std::vector<Cell> diagonalOf(const Matrix& matrix)
 {
-    std::vector<Cell> diagonal(static_cast<std::size_t>(matrix.rows()));
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
+    std::vector<Cell> diagonal(static_cast<std::size_t>(matrix.Rows()));
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, const Cell& value) {
         if (row == col) diagonal[static_cast<std::size_t>(row)] = value;
     });
     return diagonal;
@@ -28,14 +32,16 @@ std::vector<Cell> diagonalOf(const CompressedRows<Cell>& matrix)
 
 /// Every 2 x 2 minor that stands on the diagonal of a hermitian matrix is positive. Roots, not products:
 /// those may overflow.
-template <class Cell>
-bool looksPositive(const CompressedRows<Cell>& matrix, const std::vector<Cell>& diagonal)
+template <class Matrix, class Cell>
+bool looksPositive(const Matrix& matrix, const std::vector<Cell>& diagonal)
 {
-    if (!std::ranges::all_of(diagonal, [](Cell value) { return std::real(value) > 0.0; })) return false;
+    if (!std::ranges::all_of(diagonal, [](const Cell& value) { return std::real(value) > 0.0; }))
+        return false;
     std::vector<double> roots(diagonal.size());
-    std::ranges::transform(diagonal, roots.begin(), [](Cell value) { return std::sqrt(std::real(value)); });
+    std::ranges::transform(diagonal, roots.begin(),
+                           [](const Cell& value) { return std::sqrt(std::real(value)); });
     bool positive = true;
-    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
+    forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, const Cell& value) {
         const double bound = roots[static_cast<std::size_t>(row)] * roots[static_cast<std::size_t>(col)];
         positive &= row == col || std::abs(value) < bound;
     });
@@ -43,28 +49,25 @@ bool looksPositive(const CompressedRows<Cell>& matrix, const std::vector<Cell>& 
 }
 
 /// |a_ii| is at least the sum of the other magnitudes, in every row or in every column, but for rounding.
-template <class Cell>
-bool isDominant(const CompressedRows<Cell>& full, const std::vector<Cell>& diagonal)
+template <class Matrix, class Cell>
+bool isDominant(const Matrix& full, const std::vector<Cell>& diagonal)
 {
     std::vector<double> rowSums(diagonal.size()), colSums(diagonal.size());
-    forEachEntry(full, [&](std::int32_t row, std::int32_t col, Cell value) {
+    forEachEntry(full, [&](std::int32_t row, std::int32_t col, const Cell& value) {
         if (row == col) return;
         rowSums[static_cast<std::size_t>(row)] += std::abs(value);
         colSums[static_cast<std::size_t>(col)] += std::abs(value);
     });
-    const auto bounded = [](double sum, Cell element) { return sum <= 1.000001 * std::abs(element); };
+    const auto bounded = [](double sum, const Cell& element) { return sum <= 1.000001 * std::abs(element); };
     return std::ranges::equal(rowSums, diagonal, bounded) || std::ranges::equal(colSums, diagonal, bounded);
 }
 
-/// A triangle is what it is said to be; without imaginary parts it is symmetric and hermitian.
-template <class Cell>
-Symmetry symmetryOfEither(const CompressedRows<Cell>& matrix)
+/// A triangle is what it is said to be: symmetric, and its numbers real.
+template <class Matrix>
+Symmetry symmetryOfEither(const Matrix& matrix)
 {
-    if (!matrix.isTriangle()) return symmetryOf(matrix);
-    const bool real = std::ranges::all_of(matrix.a, [](Cell value) { return std::imag(value) == 0.0; });
-    return {.pattern = true,
-            .values = real || matrix.below == Below::Mirrored,
-            .conjugated = real || matrix.below == Below::Conjugated};
+    if (isTriangle(matrix)) return {.pattern = true, .values = true, .conjugated = true};
+    return symmetryOf(matrix);
 }
 
 /// Elements with their indices, in the file's form, in the assembler and in the matrix.
@@ -88,17 +91,19 @@ double bytesBefore(const MatrixMarketHeader& matrix, double rightHands, bool com
 
 // The direct solver takes a matrix with one element a row for a diagonal one, and refuses fewer;
 // its check of the arrays, which the hardened build always makes, refuses empty rows.
-template <class Cell>
-bool isTooSparse(const CompressedRows<Cell>& matrix)
+template <class Matrix>
+bool isTooSparse(const Matrix& matrix)
 {
-    return matrix.entries() <= matrix.rows() || std::ranges::adjacent_find(matrix.ia) != matrix.ia.end();
+    const auto starts = matrix.RowPointers();
+    return matrix.NumElements() <= matrix.Rows() || std::ranges::adjacent_find(starts) != starts.end();
 }
 
 } // namespace
 
-template <class Cell>
-Traits traitsOf(const CompressedRows<Cell>& matrix)
+template <class Matrix>
+Traits traitsOf(const Matrix& matrix)
 {
+    using Cell = CellOf<Matrix>;
     Traits traits;
     const Symmetry symmetry = symmetryOfEither(matrix);
     traits.symmetric = symmetry.values;
@@ -113,42 +118,33 @@ Traits traitsOf(const CompressedRows<Cell>& matrix)
 }
 
 template <class Cell>
-SparseSystem<Cell>::SparseSystem(CompressedRows<Cell> matrix)
-    : size_(matrix.rows()), traits_(traitsOf(matrix))
+SparseSystem<Cell>::SparseSystem(SparseRows<Cell> matrix) : size_(matrix.Rows()), traits_(traitsOf(matrix))
 {
-    if (matrix.isTriangle()) {
-        matrix.below = belowTriangle();
+    if (isTriangle(matrix)) {
         upper_ = std::move(matrix);
     } else {
-        full_ = isTooSparse(matrix) ? withDiagonal(matrix, false) : std::move(matrix);
+        full_ = isTooSparse(matrix) ? withDiagonal<Cell>(matrix) : std::move(matrix);
     }
 }
 
 template <class Cell>
-Below SparseSystem<Cell>::belowTriangle() const noexcept
+SparseRows<Cell>& SparseSystem<Cell>::upper()
 {
-    return kIsComplex<Cell> && traits_.hermitian ? Below::Conjugated : Below::Mirrored;
-}
-
-template <class Cell>
-CompressedRows<Cell>& SparseSystem<Cell>::upper()
-{
-    if (!upper_) {
-        upper_ = withDiagonal(*full_, true);
-        upper_->below = belowTriangle();
-    }
+    if (!upper_) upper_ = upperTriangleOf<Cell>(*full_);
     return *upper_;
 }
 
 template <class Cell>
-CompressedRows<Cell>& SparseSystem<Cell>::full()
+SparseRows<Cell>& SparseSystem<Cell>::full()
 {
-    if (!full_) full_ = bothTrianglesOf(*upper_);
+    if constexpr (!kIsComplex<Cell>) { // a complex one is there from the start
+        if (!full_) full_ = bothTrianglesOf(*upper_);
+    }
     return *full_;
 }
 
-template Traits traitsOf(const CompressedRows<double>&);
-template Traits traitsOf(const CompressedRows<ComplexNumber>&);
+template Traits traitsOf(const SparseMatrix&);
+template Traits traitsOf(const CSparseMatrix&);
 template class SparseSystem<double>;
 template class SparseSystem<ComplexNumber>;
 

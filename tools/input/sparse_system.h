@@ -2,7 +2,7 @@
 // A square sparse matrix in the storage that each road of the direct solver asks for, and what its values
 // tell before anything is factorized.
 
-#include <tools/input/compressed_rows.h>
+#include <tools/input/sparse_rows.h>
 #include <tools/support/memory_limit.h>
 
 #include <lintrix/sparse/matrix_market.h>
@@ -25,38 +25,38 @@ struct Traits {
     bool mirrored() const noexcept { return symmetric || hermitian; }
 };
 
-/// Of a square matrix in either storage.
-template <class Cell>
-Traits traitsOf(const CompressedRows<Cell>& matrix);
+/// Of a square matrix, a real one in either storage.
+template <class Matrix>
+Traits traitsOf(const Matrix& matrix);
 
 /// Holds the form it was read in, and makes the other one when it is first asked for.
 template <class Cell>
 class SparseSystem {
 public:
-    /// Square, in either storage; a triangle has its whole diagonal.
-    explicit SparseSystem(CompressedRows<Cell> matrix);
+    /// Square; a real one in either storage, and a triangle has its whole diagonal.
+    explicit SparseSystem(SparseRows<Cell> matrix);
 
     std::int32_t size() const noexcept { return size_; }
     const Traits& traits() const noexcept { return traits_; }
     /// The matrix as it was read, for products.
-    const CompressedRows<Cell>& matrix() const noexcept { return upper_ ? *upper_ : *full_; }
+    const SparseRows<Cell>& matrix() const noexcept { return full_ ? *full_ : *upper_; }
 
-    /// The upper triangle with the whole diagonal, of a matrix that is both hermitian and symmetric as of a
-    /// hermitian one. @pre traits().mirrored()
-    CompressedRows<Cell>& upper();
+    /// The upper triangle with the whole diagonal. @pre traits().mirrored()
+    SparseRows<Cell>& upper();
     /// All elements.
     ///
     /// The engine takes a matrix with as many elements as rows for a diagonal one, and refuses fewer; so a
     /// matrix that sparse gets zeros where its diagonal has no element.
-    CompressedRows<Cell>& full();
+    SparseRows<Cell>& full();
 
 private:
-    Below belowTriangle() const noexcept;
-
     std::int32_t size_;
-    std::optional<CompressedRows<Cell>> upper_, full_;
     Traits traits_;
+    std::optional<SparseRows<Cell>> upper_, full_;
 };
+
+SparseSystem(SparseMatrix)->SparseSystem<double>;
+SparseSystem(CSparseMatrix)->SparseSystem<ComplexNumber>;
 
 /// Refuses a matrix that takes more than `memory` bytes as it is read, with `beside` bytes for what is made
 /// of it. @throws InputError  at the size line

@@ -18,7 +18,7 @@ std::size_t at(std::int32_t index)
 /// Rows and columns in pairs, and the search for more of them.
 class Transversal {
 public:
-    explicit Transversal(const CompressedRows<char>& pattern)
+    explicit Transversal(const Pattern& pattern)
         : pattern_(pattern), columnOf_(at(pattern.rows()), kNone), rowOf_(columnOf_),
           unseen_(pattern.ia.begin(), pattern.ia.end() - 1), next_(unseen_), visitedIn_(columnOf_.size())
     {
@@ -27,9 +27,11 @@ public:
     /// Each row takes its diagonal, and what is left the first free column.
     void assignCheaply()
     {
-        forEachEntry(pattern_, [this](std::int32_t row, std::int32_t col, char) {
-            if (row == col) join(row, col);
-        });
+        for (std::int32_t row = 0; row < pattern_.rows(); ++row) {
+            const auto first = pattern_.ja.begin() + (pattern_.ia[at(row)] - 1),
+                       last = pattern_.ja.begin() + (pattern_.ia[at(row) + 1] - 1);
+            if (std::find(first, last, row + 1) != last) join(row, row);
+        }
         for (std::int32_t row = 0; row < pattern_.rows(); ++row) {
             if (columnOf_[at(row)] != kNone) continue;
             if (const std::int32_t col = freeColumn(row); col != kNone) join(row, col);
@@ -109,7 +111,7 @@ private:
         }
     }
 
-    const CompressedRows<char>& pattern_;
+    const Pattern& pattern_;
     std::vector<std::int32_t> columnOf_, rowOf_;
     std::vector<std::int32_t> unseen_, next_; ///< places in the rows, from 1
     std::vector<std::int32_t> visitedIn_;     ///< the walk in which a row was visited last
@@ -119,19 +121,19 @@ private:
 
 } // namespace
 
-template <class Cell>
-CompressedRows<char> nonZeroPattern(const CompressedRows<Cell>& matrix)
+template <class Matrix>
+Pattern nonZeroPattern(const Matrix& matrix)
 {
-    return rowsFrom<char>(matrix.rows(), matrix.cols, [&matrix](auto take) {
-        forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, Cell value) {
-            if (value == Cell()) return;
+    return patternFrom(matrix.Rows(), [&matrix](auto take) {
+        forEachEntry(matrix, [&](std::int32_t row, std::int32_t col, const auto& value) {
+            if (value == 0.0) return;
             take(row, col, 1);
-            if (matrix.isTriangle() && row != col) take(col, row, 1);
+            if (isTriangle(matrix) && row != col) take(col, row, 1);
         });
     });
 }
 
-std::vector<std::int32_t> maximumTransversal(const CompressedRows<char>& pattern)
+std::vector<std::int32_t> maximumTransversal(const Pattern& pattern)
 {
     Transversal transversal(pattern);
     transversal.assignCheaply();
@@ -140,16 +142,16 @@ std::vector<std::int32_t> maximumTransversal(const CompressedRows<char>& pattern
     return transversal.columnOfRow();
 }
 
-template <class Cell>
-std::int32_t structuralRank(const CompressedRows<Cell>& matrix)
+template <class Matrix>
+std::int32_t structuralRank(const Matrix& matrix)
 {
     const std::vector<std::int32_t> columnOf = maximumTransversal(nonZeroPattern(matrix));
-    return matrix.rows() - static_cast<std::int32_t>(std::ranges::count(columnOf, kNone));
+    return matrix.Rows() - static_cast<std::int32_t>(std::ranges::count(columnOf, kNone));
 }
 
-template CompressedRows<char> nonZeroPattern(const CompressedRows<double>&);
-template CompressedRows<char> nonZeroPattern(const CompressedRows<ComplexNumber>&);
-template std::int32_t structuralRank(const CompressedRows<double>&);
-template std::int32_t structuralRank(const CompressedRows<ComplexNumber>&);
+template Pattern nonZeroPattern(const SparseMatrix&);
+template Pattern nonZeroPattern(const CSparseMatrix&);
+template std::int32_t structuralRank(const SparseMatrix&);
+template std::int32_t structuralRank(const CSparseMatrix&);
 
 } // namespace Velmar::Lintrix::tools

@@ -46,7 +46,7 @@ std::vector<std::int32_t> pairOrder(const std::vector<std::int32_t>& columnOf)
     return order;
 }
 
-std::int64_t factorEntries(const CompressedRows<char>& pattern, const std::vector<std::int32_t>& vertexAt,
+std::int64_t factorEntries(const Pattern& pattern, const std::vector<std::int32_t>& vertexAt,
                            std::int64_t limit)
 {
     const std::vector<std::int32_t> positionOf = inverseOf(vertexAt);
@@ -68,7 +68,7 @@ std::int64_t factorEntries(const CompressedRows<char>& pattern, const std::vecto
     return entries;
 }
 
-std::int64_t pairEntries(const CompressedRows<char>& pattern, std::int64_t limit)
+std::int64_t pairEntries(const Pattern& pattern, std::int64_t limit)
 {
     return factorEntries(pattern, pairOrder(maximumTransversal(pattern)), limit);
 }

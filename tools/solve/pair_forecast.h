@@ -1,7 +1,7 @@
 #pragma once
 // What it takes to eliminate a symmetric matrix by pairs, told by its pattern.
 
-#include <tools/input/compressed_rows.h>
+#include <tools/input/transversal.h>
 
 #include <cstdint>
 #include <vector>
@@ -18,10 +18,10 @@ std::vector<std::int32_t> pairOrder(const std::vector<std::int32_t>& columnOf);
 /// Row k of L is what is passed on the ways from its entries up the elimination tree (J. W. H. Liu, "The role
 /// of elimination trees in sparse factorization", SIAM J. Matrix Anal. Appl. 11 (1990)). Cost: a step an
 /// entry, so the limit bounds it.
-std::int64_t factorEntries(const CompressedRows<char>& pattern, const std::vector<std::int32_t>& vertexAt,
+std::int64_t factorEntries(const Pattern& pattern, const std::vector<std::int32_t>& vertexAt,
                            std::int64_t limit);
 
 /// The same by pairs: an estimate, since the solver's matching goes by the values. @pre full structural rank
-std::int64_t pairEntries(const CompressedRows<char>& pattern, std::int64_t limit);
+std::int64_t pairEntries(const Pattern& pattern, std::int64_t limit);
 
 } // namespace Velmar::Lintrix::tools

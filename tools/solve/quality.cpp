@@ -45,13 +45,13 @@ double infinityNorm(const Block& A)
 }
 
 /// Of the full matrix, also where one triangle is stored.
-template <class Cell>
-double infinityNorm(const CompressedRows<Cell>& A)
+template <class Matrix>
+double sparseInfinityNorm(const Matrix& A)
 {
-    std::vector<double> sums(static_cast<std::size_t>(A.rows()));
-    forEachEntry(A, [&](std::int32_t row, std::int32_t col, Cell value) {
+    std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
+    forEachEntry(A, [&](std::int32_t row, std::int32_t col, const auto& value) {
         sums[static_cast<std::size_t>(row)] += std::abs(value);
-        if (A.isTriangle() && row != col) sums[static_cast<std::size_t>(col)] += std::abs(value);
+        if (isTriangle(A) && row != col) sums[static_cast<std::size_t>(col)] += std::abs(value);
     });
     return *std::ranges::max_element(sums);
 }
@@ -168,11 +168,11 @@ Quality judge(const Block& A, const Block& X, const Block& B)
 }
 
 template <class Cell>
-ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
+ProbedQuality judge(const SparseRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
                     const Columns<Cell>& known)
 {
-    const Columns<Cell> R = residualOf(A, X, B);
-    const double normA = infinityNorm(A);
+    const Columns<Cell> R = residualOf<Cell>(A, X, B);
+    const double normA = sparseInfinityNorm(A);
     const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
     ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),
                           scaledResidual(R, 1.0, normA, X, B, last, last + 1),
@@ -209,9 +209,9 @@ template bool allFinite(const Matrix&);
 template bool allFinite(const CMatrix&);
 template Matrix probeSolution<double>(std::int32_t);
 template CMatrix probeSolution<ComplexNumber>(std::int32_t);
-template ProbedQuality judge(const CompressedRows<double>&, const Matrix&, const Matrix&, const Matrix&);
-template ProbedQuality judge(const CompressedRows<ComplexNumber>&, const CMatrix&, const CMatrix&,
-                             const CMatrix&);
+template ProbedQuality judge<double>(const SparseMatrix&, const Matrix&, const Matrix&, const Matrix&);
+template ProbedQuality judge<ComplexNumber>(const CSparseMatrix&, const CMatrix&, const CMatrix&,
+                                            const CMatrix&);
 template double largestDifference(const Matrix&, const Matrix&);
 template double largestDifference(const CMatrix&, const CMatrix&);
 template double probeError(const Matrix&, const Matrix&);

@@ -57,7 +57,7 @@ struct ProbedQuality {
 
 /// `known` holds the solutions of the last columns of `B`: of the probe's, or of more.
 template <class Cell>
-ProbedQuality judge(const CompressedRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
+ProbedQuality judge(const SparseRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B,
                     const Columns<Cell>& known);
 
 /// The larger of a probe's error and of one that may be known beside it; NaN if either is.

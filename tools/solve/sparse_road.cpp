@@ -26,11 +26,11 @@ struct RightHands {
 
 /// Of the whole matrix, as many as the file has, and again those that it mirrors. The triangle of a symmetric
 /// one has them all and its whole diagonal.
-template <class Cell>
-std::int64_t entriesOf(const MatrixMarketHeader& file, const CompressedRows<Cell>& matrix)
+template <class Matrix>
+std::int64_t entriesOf(const MatrixMarketReader& reader, const Matrix& matrix)
 {
-    if (matrix.isTriangle()) return file.stored + matrix.entries() - matrix.rows();
-    return file.symmetry == MatrixMarketSymmetry::General ? file.stored : 2 * file.stored;
+    if (isTriangle(matrix)) return reader.Header().stored + matrix.NumElements() - matrix.Rows();
+    return reader.EntriesRead();
 }
 
 template <class Cell>
@@ -40,9 +40,9 @@ SparseSystem<Cell> load(SystemFiles& files, SolveReport& report, std::optional<C
     requireSparseRoom(header, memoryLimit(), kIsComplex<Cell>);
     if (files.rightHands)
         requireSparseRoomBeside(header, files.rightHands->Header(), memoryLimit(), kIsComplex<Cell>);
-    CompressedRows<Cell> matrix = readRows<Cell>(files.matrix, MatrixMarketStorage::UpperTriangle);
+    SparseRows<Cell> matrix = readRows<Cell>(files.matrix, MatrixMarketStorage::UpperTriangle);
     if (files.rightHands) given = readColumns<Cell>(*files.rightHands);
-    report.entries = entriesOf(header, matrix);
+    report.entries = entriesOf(files.matrix, matrix);
     report.rightHands = given ? given->Cols() : 1;
     report.seconds.finish("read");
     return SparseSystem<Cell>(std::move(matrix));
@@ -50,14 +50,14 @@ SparseSystem<Cell> load(SystemFiles& files, SolveReport& report, std::optional<C
 
 /// A*(1, ..., 1) where none are given.
 template <class Cell>
-RightHands<Cell> assemble(const CompressedRows<Cell>& A, const std::optional<Columns<Cell>>& given)
+RightHands<Cell> assemble(const SparseRows<Cell>& A, const std::optional<Columns<Cell>>& given)
 {
-    const std::int32_t n = A.rows(), count = given ? given->Cols() : 1;
+    const std::int32_t n = A.Rows(), count = given ? given->Cols() : 1;
     Columns<Cell> known = filledWith<Columns<Cell>>(1.0, n, given ? 1 : 2);
     copyColumns(probeSolution<Cell>(n), known, known.Cols() - 1);
     Columns<Cell> B(n, count + 1);
     if (given) copyColumns(*given, B, 0);
-    copyColumns(productOf(A, known), B, count + 1 - known.Cols());
+    copyColumns(A * known, B, count + 1 - known.Cols());
     return {std::move(B), std::move(known)};
 }
 
@@ -119,7 +119,7 @@ Solution solveIn(SystemFiles& files, const SparseOptions& options, SolveReport& 
     SparseSystem<Cell> system = load<Cell>(files, report, given);
     progress.erase();
     const Road road = chooseRoad(system.traits(), options, report.matrix, kIsComplex<Cell>);
-    const RightHands<Cell> rightHands = assemble(system.matrix(), given);
+    const RightHands<Cell> rightHands = assemble<Cell>(system.matrix(), given);
     report.seconds.finish("assemble");
 
     SparseOptions told = options;

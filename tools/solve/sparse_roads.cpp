@@ -112,14 +112,14 @@ private:
     /// Math. Comp. 35 (1980)).
     void solveDensely(Outcome<Cell>& outcome)
     try {
-        const std::conditional_t<kIsComplex<Cell>, CLU, LU> factors(denseOf(system_.matrix()));
+        const std::conditional_t<kIsComplex<Cell>, CLU, LU> factors(system_.matrix().ToDense());
         seconds_.finish("factorize");
         if (factors.IsSingular()) {
             outcome.engine.error = kEngineNumeric;
             return;
         }
         Columns<Cell> X = factors.Solve(B_);
-        X = X + factors.Solve(residualOf(system_.matrix(), X, B_));
+        X = X + factors.Solve(residualOf<Cell>(system_.matrix(), X, B_));
         seconds_.finish("solve");
         outcome.quality = judged(X);
         outcome.x = std::move(X);
@@ -158,7 +158,7 @@ private:
 
     ProbedQuality judged(const Columns<Cell>& X)
     {
-        const ProbedQuality quality = judge(system_.matrix(), X, B_, known_);
+        const ProbedQuality quality = judge<Cell>(system_.matrix(), X, B_, known_);
         seconds_.finish("check");
         return quality;
     }

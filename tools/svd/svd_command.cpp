@@ -120,7 +120,7 @@ std::optional<Triplets> takeSteps(const SparseMatrix& A, const SvdOptions& optio
 /// The leading triplets of all.
 std::optional<Triplets> decomposeDense(const SparseMatrix& A, int count)
 {
-    const SVD svd(denseOf(rowsOf(A)));
+    const SVD svd(A.ToDense());
     if (!svd.Succeeded()) return std::nullopt;
     Triplets found{*svd.U(), svd.SingularValues(), *svd.V()};
     found.U.Cols(count);

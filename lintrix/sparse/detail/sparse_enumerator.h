@@ -10,19 +10,20 @@
 namespace Velmar::Lintrix::detail {
 
 /// One stored element, independent of the matrix it came from. Row and column are counted from 0.
-class SparseMatrixElement {
+template <class Cell>
+class SparseElement {
 public:
-    SparseMatrixElement(std::int32_t row, std::int32_t col, double value) noexcept
+    SparseElement(std::int32_t row, std::int32_t col, const Cell& value) noexcept
         : _row(row), _col(col), _value(value)
     {
     }
 
     std::int32_t Row() const noexcept { return _row; }
     std::int32_t Col() const noexcept { return _col; }
-    double Value() const noexcept { return _value; }
+    const Cell& Value() const noexcept { return _value; }
 
     /// Row-major order of the places: -1, 0 or 1 as A stands before, at or behind B.
-    static std::int32_t CompareOrder(const SparseMatrixElement& A, const SparseMatrixElement& B) noexcept
+    static std::int32_t CompareOrder(const SparseElement& A, const SparseElement& B) noexcept
     {
         if (A._row != B._row) return A._row > B._row ? 1 : -1;
         if (A._col == B._col) return 0;
@@ -32,19 +33,20 @@ public:
 private:
     std::int32_t _row;
     std::int32_t _col;
-    double _value;
+    Cell _value;
 };
 
 /// A cursor, at first before the first element. The matrix is referred to, not owned: it must outlive the
 /// cursor and not change during the walk. The element count is taken at construction, the arrays are read as
 /// they are.
-class SparseMatrixEnum {
+template <class Cell>
+class SparseEnum {
 public:
-    explicit SparseMatrixEnum(const SparseMatrix& matrix)
+    explicit SparseEnum(const SparseOf<Cell>& matrix)
         : _matrix(&matrix), _ipHi(matrix.NumElements()), _base(SparseAccess::rowPointers(matrix)[0])
     {
     }
-    explicit SparseMatrixEnum(SparseMatrix&&) = delete;
+    explicit SparseEnum(SparseOf<Cell>&&) = delete;
 
     /// False behind the last element. The cursor then stays on it, and `Current` still tells it.
     bool MoveNext()
@@ -70,7 +72,7 @@ public:
     }
 
     /// @throws InvalidOperationException  the cursor is on no element
-    SparseMatrixElement Current() const
+    SparseElement<Cell> Current() const
     {
         if (_ip >= _ipHi) {
             throw InvalidOperationException(
@@ -84,12 +86,17 @@ public:
     }
 
 private:
-    const SparseMatrix* _matrix;
+    const SparseOf<Cell>* _matrix;
     std::int32_t _row = 0;
     std::int32_t _col = 0; ///< reserved
     std::int32_t _ip = -1; ///< slot, counted from 0
     std::int32_t _ipHi;
     std::int32_t _base;
 };
+
+using SparseMatrixElement = SparseElement<double>;
+using SparseMatrixEnum = SparseEnum<double>;
+using CSparseMatrixElement = SparseElement<Complex>;
+using CSparseMatrixEnum = SparseEnum<Complex>;
 
 } // namespace Velmar::Lintrix::detail

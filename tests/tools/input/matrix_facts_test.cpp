@@ -1,7 +1,8 @@
 // Facts of small matrices whose answers are seen at sight.
 
 #include <tools/input/matrix_facts.h>
-#include <tools/input/triplets.h>
+
+#include <tests/tools/input/complex_matrix.h>
 
 #include <lintrix/sparse/sparse_assembler.h>
 
@@ -20,7 +21,7 @@ MatrixFacts facts(std::int32_t rows, std::int32_t cols, const std::vector<Sparse
 {
     SparseAssembler entries(rows, cols);
     entries.Add(triplets);
-    return factsOf(rowsOf(entries.Assemble()));
+    return factsOf(entries.Assemble());
 }
 
 std::string wordsFor(std::int32_t size, const std::vector<SparseTriplet>& triplets)
@@ -85,7 +86,7 @@ TEST(MatrixFacts, OfAComplexMatrixAreOfItsMagnitudes)
     MatrixMarketTriplets triplets{
         2,         2,         MatrixMarketField::ComplexNumber,    MatrixMarketSymmetry::Hermitian,
         {0, 1, 1}, {0, 0, 1}, {{5.0, 0.0}, {3.0, 4.0}, {0.0, 0.0}}};
-    const MatrixFacts found = factsOf(rowsOf(triplets, MatrixMarketStorage::BothTriangles));
+    const MatrixFacts found = factsOf(matrixOf(triplets));
     EXPECT_EQ(found.entries, 4);
     EXPECT_EQ(found.storedZeros, 1);
     EXPECT_DOUBLE_EQ(found.oneNorm, 10.0);
@@ -93,12 +94,10 @@ TEST(MatrixFacts, OfAComplexMatrixAreOfItsMagnitudes)
     EXPECT_DOUBLE_EQ(found.frobeniusNorm, std::sqrt(75.0));
     EXPECT_EQ(symmetryInWords(found, 2, 2), "hermitian");
     triplets.symmetry = MatrixMarketSymmetry::Symmetric;
-    EXPECT_EQ(symmetryInWords(factsOf(rowsOf(triplets, MatrixMarketStorage::BothTriangles)), 2, 2),
-              "symmetric");
+    EXPECT_EQ(symmetryInWords(factsOf(matrixOf(triplets)), 2, 2), "symmetric");
     triplets = {2,   2,           MatrixMarketField::ComplexNumber, MatrixMarketSymmetry::SkewSymmetric, {1},
                 {0}, {{3.0, 4.0}}};
-    EXPECT_EQ(symmetryInWords(factsOf(rowsOf(triplets, MatrixMarketStorage::BothTriangles)), 2, 2),
-              "skew-symmetric");
+    EXPECT_EQ(symmetryInWords(factsOf(matrixOf(triplets)), 2, 2), "skew-symmetric");
 }
 
 TEST(MatrixFacts, RectangularMatricesAreCalledSo)

@@ -34,43 +34,27 @@ bool equal(const Matrix& A, const Matrix& B)
     return A.Rows() == B.Rows() && A.Cols() == B.Cols() && A.IsEqual(B, 0.0);
 }
 
-/// As a general matrix.
-template <class Cell>
-Matrix denseOf(const CompressedRows<Cell>& rows)
-{
-    Matrix dense(rows.rows(), rows.cols);
-    forEachEntry(rows, [&](std::int32_t row, std::int32_t col, double value) {
-        dense(row, col) = value;
-        if (rows.isTriangle()) dense(col, row) = value;
-    });
-    return dense;
-}
-
-SparseSystem<double> systemOf(const SparseMatrix& matrix)
-{
-    return SparseSystem(rowsOf(matrix));
-}
-
 TEST(SparseSystem, TriangleAndWholeMatrixStandForEachOther)
 {
     for (const std::int32_t size : {1, 2, 3, 10, 57}) {
         for (std::uint64_t seed = 0; seed < 20; ++seed) {
             const SparseMatrix whole = randomMatrix(size, true, seed);
-            SparseSystem system = systemOf(whole);
+            SparseSystem system(whole);
             ASSERT_TRUE(system.traits().symmetric);
-            const CompressedRows<double> upper = system.upper();
-            EXPECT_EQ(upper.below, Below::Mirrored);
-            EXPECT_EQ(upper.rows(), size);
-            EXPECT_EQ(upper.cols, size);
-            EXPECT_TRUE(equal(denseOf(upper), whole.ToDense())) << size << ", " << seed;
+            const SparseMatrix upper = system.upper();
+            EXPECT_TRUE(upper.Symmetric());
+            EXPECT_EQ(upper.Rows(), size);
+            EXPECT_EQ(upper.Cols(), size);
+            EXPECT_TRUE(equal(upper.ToDense(), whole.ToDense())) << size << ", " << seed;
             for (std::int32_t i = 0; i < size; ++i) {
-                const auto first = static_cast<std::size_t>(upper.ia[static_cast<std::size_t>(i)] - 1);
-                EXPECT_EQ(upper.ja[first], i + 1) << "a row begins with its diagonal";
+                const auto first =
+                    static_cast<std::size_t>(upper.RowPointers()[static_cast<std::size_t>(i)] - 1);
+                EXPECT_EQ(upper.ColumnIndices()[first], i + 1) << "a row begins with its diagonal";
             }
             SparseSystem back(upper);
             EXPECT_TRUE(back.traits().symmetric);
-            EXPECT_TRUE(equal(denseOf(back.full()), whole.ToDense())) << size << ", " << seed;
-            EXPECT_FALSE(back.full().isTriangle());
+            EXPECT_TRUE(equal(back.full().ToDense(), whole.ToDense())) << size << ", " << seed;
+            EXPECT_FALSE(back.full().Symmetric());
         }
     }
 }
@@ -78,10 +62,10 @@ TEST(SparseSystem, TriangleAndWholeMatrixStandForEachOther)
 TEST(SparseSystem, AnUnsymmetricMatrixStaysAsItIs)
 {
     const SparseMatrix A = randomMatrix(30, false, 1);
-    SparseSystem system = systemOf(A);
+    SparseSystem system(A);
     EXPECT_FALSE(system.traits().symmetric);
     EXPECT_EQ(system.size(), 30);
-    EXPECT_TRUE(equal(denseOf(system.full()), A.ToDense()));
+    EXPECT_TRUE(equal(system.full().ToDense(), A.ToDense()));
     EXPECT_EQ(&system.matrix(), &system.full());
 }
 
@@ -92,10 +76,10 @@ TEST(SparseSystem, AMatrixWithFewElementsThatIsNotDiagonalGetsItsDiagonal)
         cycle.Item(i, (i + 1) % 3, 1.0);
         diagonal.Item(i, i, 1.0);
     }
-    EXPECT_EQ(systemOf(cycle).full().entries(), 6);
-    EXPECT_EQ(systemOf(diagonal).full().entries(), 3);
-    EXPECT_EQ(systemOf(SparseMatrix(4, 4)).full().entries(), 4);
-    EXPECT_EQ(systemOf(SparseMatrix(4, 4)).upper().entries(), 4);
+    EXPECT_EQ(SparseSystem(cycle).full().NumElements(), 6);
+    EXPECT_EQ(SparseSystem(diagonal).full().NumElements(), 3);
+    EXPECT_EQ(SparseSystem(SparseMatrix(4, 4)).full().NumElements(), 4);
+    EXPECT_EQ(SparseSystem(SparseMatrix(4, 4)).upper().NumElements(), 4);
 }
 
 std::string refusalOf(std::int32_t size, std::int64_t stored, double memory, bool complex = false)

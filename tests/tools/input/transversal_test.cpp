@@ -12,23 +12,24 @@ namespace Velmar::Lintrix::testing {
 namespace {
 
 using namespace tools;
-using Pattern = std::vector<std::vector<std::int32_t>>; ///< columns by row
+using Columns = std::vector<std::vector<std::int32_t>>; ///< columns by row
 
-CompressedRows<double> rowsOf(const Pattern& pattern, Below below = Below::Stored)
+SparseMatrix matrixOf(const Columns& pattern, bool symmetric = false)
 {
-    CompressedRows<double> matrix;
-    matrix.below = below;
-    matrix.cols = static_cast<std::int32_t>(pattern.size());
+    const auto n = static_cast<std::int32_t>(pattern.size());
+    std::vector<std::int32_t> starts{0}, columns;
     for (const auto& row : pattern) {
-        for (const std::int32_t col : row) matrix.ja.push_back(col + 1);
-        matrix.ia.push_back(static_cast<std::int32_t>(matrix.ja.size()) + 1);
+        columns.insert(columns.end(), row.begin(), row.end());
+        starts.push_back(static_cast<std::int32_t>(columns.size()));
     }
-    matrix.a.assign(matrix.ja.size(), 1.0);
+    SparseMatrix matrix(std::vector<double>(columns.size(), 1.0), starts, columns);
+    matrix.Cols(n);
+    matrix.Symmetric(symmetric);
     return matrix;
 }
 
 /// One augmenting path after another (Kuhn).
-std::int32_t rankOf(const Pattern& pattern)
+std::int32_t rankOf(const Columns& pattern)
 {
     std::vector<std::int32_t> rowOf(pattern.size(), -1);
     std::vector<bool> seen;
@@ -53,25 +54,25 @@ std::int32_t rankOf(const Pattern& pattern)
 
 TEST(StructuralRank, OfPatternsKnown)
 {
-    EXPECT_EQ(structuralRank(rowsOf({{0}, {1}, {2}})), 3);
-    EXPECT_EQ(structuralRank(rowsOf({{2}, {0}, {1}})), 3);
-    EXPECT_EQ(structuralRank(rowsOf({{0, 1}, {0}, {0}})), 2);
-    EXPECT_EQ(structuralRank(rowsOf({{}, {}, {}})), 0);
-    EXPECT_EQ(structuralRank(rowsOf({{0}, {0}, {0, 2}})), 2);
+    EXPECT_EQ(structuralRank(matrixOf({{0}, {1}, {2}})), 3);
+    EXPECT_EQ(structuralRank(matrixOf({{2}, {0}, {1}})), 3);
+    EXPECT_EQ(structuralRank(matrixOf({{0, 1}, {0}, {0}})), 2);
+    EXPECT_EQ(structuralRank(matrixOf({{}, {}, {}})), 0);
+    EXPECT_EQ(structuralRank(matrixOf({{0}, {0}, {0, 2}})), 2);
 }
 
 TEST(StructuralRank, ATriangleStandsForBoth)
 {
-    EXPECT_EQ(structuralRank(rowsOf({{1}, {}}, Below::Mirrored)), 2);
-    EXPECT_EQ(structuralRank(rowsOf({{1, 2, 3}, {}, {}, {}}, Below::Mirrored)), 2) << "a star";
-    EXPECT_EQ(structuralRank(rowsOf({{1, 2}, {2}, {}}, Below::Conjugated)), 3) << "an odd cycle";
+    EXPECT_EQ(structuralRank(matrixOf({{1}, {}}, true)), 2);
+    EXPECT_EQ(structuralRank(matrixOf({{1, 2, 3}, {}, {}, {}}, true)), 2) << "a star";
+    EXPECT_EQ(structuralRank(matrixOf({{1, 2}, {2}, {}}, true)), 3) << "an odd cycle";
 }
 
 TEST(StructuralRank, ZerosThatAreStoredDoNotCount)
 {
-    CompressedRows<double> matrix = rowsOf({{0, 1}, {0, 1}});
-    matrix.a[0] = 0.0;
-    matrix.a[2] = 0.0;
+    SparseMatrix matrix = matrixOf({{0, 1}, {0, 1}});
+    matrix(0, 0) = 0.0;
+    matrix(1, 0) = 0.0;
     EXPECT_EQ(structuralRank(matrix), 1);
 }
 
@@ -80,12 +81,12 @@ TEST(StructuralRank, IsThatOfAPlainSearch)
     std::mt19937_64 generator(11);
     for (int round = 0; round < 300; ++round) {
         const std::int32_t n = 1 + static_cast<std::int32_t>(generator() % 40);
-        Pattern pattern(static_cast<std::size_t>(n));
+        Columns pattern(static_cast<std::size_t>(n));
         for (auto& row : pattern) {
             for (std::int32_t col = 0; col < n; ++col)
                 if (generator() % static_cast<std::uint64_t>(n) < 2) row.push_back(col);
         }
-        EXPECT_EQ(structuralRank(rowsOf(pattern)), rankOf(pattern)) << round;
+        EXPECT_EQ(structuralRank(matrixOf(pattern)), rankOf(pattern)) << round;
     }
 }
 
@@ -93,10 +94,10 @@ TEST(StructuralRank, OfALongChainNeedsNoDeepStack)
 {
     // Row i holds columns i and i + 1, the last row column 0 alone: all rows but one have to move.
     constexpr std::int32_t n = 300000;
-    Pattern pattern(n);
+    Columns pattern(n);
     for (std::int32_t i = 0; i + 1 < n; ++i) pattern[static_cast<std::size_t>(i)] = {i, i + 1};
     pattern.back() = {0};
-    EXPECT_EQ(structuralRank(rowsOf(pattern)), n);
+    EXPECT_EQ(structuralRank(matrixOf(pattern)), n);
 }
 
 } // namespace

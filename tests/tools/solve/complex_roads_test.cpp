@@ -1,7 +1,8 @@
 // Each road through the direct solver with complex matrices.
 
-#include <tools/input/triplets.h>
 #include <tools/solve/sparse_roads.h>
+
+#include <tests/tools/input/complex_matrix.h>
 
 #include <gmock/gmock.h>
 
@@ -16,11 +17,11 @@ using Symmetry = MatrixMarketSymmetry;
 
 SparseAnswer<ComplexNumber> solved(const MatrixMarketTriplets& triplets, std::optional<Road> road = {})
 {
-    SparseSystem system(rowsOf(triplets, MatrixMarketStorage::UpperTriangle));
+    SparseSystem system(matrixOf(triplets));
     const auto probe = probeSolution<ComplexNumber>(system.size());
     CMatrix B(system.size(), 2);
-    copyColumns(productOf(system.matrix(), filledWith<CMatrix>(1.0, system.size(), 1)), B, 0);
-    copyColumns(productOf(system.matrix(), probe), B, 1);
+    copyColumns(system.matrix() * filledWith<CMatrix>(1.0, system.size(), 1), B, 0);
+    copyColumns(system.matrix() * probe, B, 1);
     StepTimes seconds;
     return solveSparse(system, B, probe, road ? *road : firstRoad(system.traits()), {}, seconds);
 }
@@ -80,7 +81,7 @@ TEST(ComplexRoads, EachIsTakenAndSolves)
 TEST(ComplexRoads, FirstRoadsGoByTheValues)
 {
     const auto roadOf = [](Symmetry symmetry, ComplexNumber diagonal) {
-        return firstRoad(traitsOf(rowsOf(grid(symmetry, diagonal), MatrixMarketStorage::BothTriangles)));
+        return firstRoad(traitsOf(matrixOf(grid(symmetry, diagonal))));
     };
     EXPECT_EQ(roadOf(Symmetry::Hermitian, 5.0), Road::Cholesky);
     EXPECT_EQ(roadOf(Symmetry::Hermitian, -5.0), Road::Symmetric);
@@ -88,7 +89,7 @@ TEST(ComplexRoads, FirstRoadsGoByTheValues)
     EXPECT_EQ(roadOf(Symmetry::General, {3.0, 4.0}), Road::Unmatched) << "dominant";
     EXPECT_EQ(roadOf(Symmetry::General, {1.0, 1.0}), Road::Matched);
     const auto roadFor = [](MatrixType type, Symmetry symmetry) {
-        return firstRoad(type, traitsOf(rowsOf(grid(symmetry, 5.0), MatrixMarketStorage::UpperTriangle)));
+        return firstRoad(type, traitsOf(matrixOf(grid(symmetry, 5.0))));
     };
     EXPECT_EQ(roadFor(MatrixType::PositiveDefinite, Symmetry::Hermitian), Road::Cholesky);
     EXPECT_EQ(roadFor(MatrixType::PositiveDefinite, Symmetry::Symmetric), std::nullopt);

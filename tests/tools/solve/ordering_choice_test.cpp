@@ -23,7 +23,7 @@ using ::testing::IsEmpty;
 /// A matrix in both of the storages that the solver takes.
 class Stored {
 public:
-    explicit Stored(const SparseAssembler& entries) : system_(rowsOf(entries.Assemble())) {}
+    explicit Stored(const SparseAssembler& entries) : system_(entries.Assemble()) {}
 
     EngineMatrix triangle() { return engineMatrixOf(system_, Assumption::Symmetric); }
     EngineMatrix whole() { return engineMatrixOf(system_, Assumption::Nothing); }

@@ -36,7 +36,7 @@ Matrix rightHandsOf(const SparseMatrix& A, const Matrix& probe)
 SparseAnswer<double> solved(const SparseMatrix& A, std::optional<Road> road = {},
                             const SparseOptions& options = {})
 {
-    SparseSystem system(rowsOf(A));
+    SparseSystem system(A);
     const Matrix probe = probeSolution<double>(A.Rows());
     StepTimes seconds;
     return solveSparse(system, rightHandsOf(A, probe), probe, road ? *road : firstRoad(system.traits()),
@@ -80,7 +80,7 @@ void expectAccurate(const SparseAnswer<double>& answer, Road road)
 
 TEST(FirstRoad, GoesByTheValues)
 {
-    const auto roadOf = [](const SparseMatrix& A) { return firstRoad(traitsOf(rowsOf(A))); };
+    const auto roadOf = [](const SparseMatrix& A) { return firstRoad(traitsOf(A)); };
     EXPECT_EQ(roadOf(chain(5, 2.0, -1.0, -1.0)), Road::Cholesky) << "a general file with symmetric values";
     EXPECT_EQ(roadOf(symmetricFrom(2, {{0, 0, 2}, {1, 1, 3}, {0, 1, 1}})), Road::Cholesky);
     EXPECT_EQ(roadOf(symmetricFrom(2, {{0, 0, 2}, {1, 1, -3}})), Road::Symmetric) << "a negative diagonal";
@@ -94,9 +94,9 @@ TEST(FirstRoad, GoesByTheValues)
 
 TEST(FirstRoad, ATypeThatTheValuesContradictIsNone)
 {
-    const Traits unsymmetric = traitsOf(rowsOf(chain(5, 3.0, -1.0, -2.0)));
-    const Traits symmetric = traitsOf(rowsOf(chain(5, 3.0, -1.0, -1.0)));
-    const Traits triangular = traitsOf(rowsOf(generalFrom(2, {{0, 0, 5}, {0, 1, 1}, {1, 1, 5}})));
+    const Traits unsymmetric = traitsOf(chain(5, 3.0, -1.0, -2.0));
+    const Traits symmetric = traitsOf(chain(5, 3.0, -1.0, -1.0));
+    const Traits triangular = traitsOf(generalFrom(2, {{0, 0, 5}, {0, 1, 1}, {1, 1, 5}}));
     EXPECT_EQ(firstRoad(MatrixType::PositiveDefinite, symmetric), Road::Cholesky);
     EXPECT_EQ(firstRoad(MatrixType::Indefinite, symmetric), Road::Symmetric);
     EXPECT_EQ(firstRoad(MatrixType::StructurallySymmetric, unsymmetric), Road::Unmatched);
