@@ -939,8 +939,7 @@ const typename Walk<Twin>::Operation Walk<Twin>::kOperations[] = {
 template <class Twin>
 class SparseModelTest : public ::testing::Test {
 };
-using Twins = ::testing::Types<RealTwin>;
-TYPED_TEST_SUITE(SparseModelTest, Twins);
+TYPED_TEST_SUITE(SparseModelTest, SparseTwins);
 
 TYPED_TEST(SparseModelTest, ObjectsFollowTheModelThroughRandomOperations)
 {
