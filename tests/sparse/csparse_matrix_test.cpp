@@ -281,10 +281,10 @@ TEST(CSparseMatrix, WhatCancelsStaysInSumsAndIsDroppedByTransposedProducts)
                 ::testing::Each(Complex()));
     const CSparseMatrix row({1, kI}, {0, 2, 2}, {0, 1}), column({1, kI}, {0, 1, 2}, {0, 0});
     EXPECT_EQ((row * column).NumElements(), 1) << "1 + i*i";
-    EXPECT_EQ((row * column)(0, 0), Complex());
+    EXPECT_EQ((row * column).Item(0, 0), Complex());
     EXPECT_EQ(CSparseMatrix::Multiply(T, column, column).NumElements(), 0);
     EXPECT_EQ(CSparseMatrix::Multiply(T, column, column).Capacity(), 1);
-    EXPECT_EQ(CSparseMatrix::Multiply(H, column, column)(0, 0), Complex(2));
+    EXPECT_EQ(CSparseMatrix::Multiply(H, column, column).Item(0, 0), Complex(2));
 }
 
 TEST(CSparseMatrix, OperandsOfWrongShapeAreRefusedAndTheTargetStays)
@@ -435,8 +435,8 @@ TEST(CSparseMatrixData, FlagAndGrowFactorOfTheTargetStay)
     EXPECT_FALSE(target.Hermitian());
     EXPECT_EQ(target.GrowFactor(), 1.2F);
     EXPECT_EQ(target.Capacity(), 3);
-    EXPECT_EQ(target(0, 1), -kI);
-    EXPECT_EQ(target(1, 0), Complex());
+    EXPECT_EQ(target.Item(0, 1), -kI);
+    EXPECT_EQ(target.Item(1, 0), Complex());
     F.Data(example().Data());
     EXPECT_TRUE(F.Hermitian());
     EXPECT_EQ(F.GrowFactor(), 3.0F);
@@ -564,7 +564,7 @@ TEST(CSparseMatrixArchive, MissingKeysAreNamedAndWrongArraysRefused)
     }
     EXPECT_EQ(TrellConfiguration::TotalMemory(), before);
     expectFailure<InvalidSizeException>([&] { restore(archiveWith(-1, {}, {}, {})); }, kInvalidRows);
-    EXPECT_EQ(restore(archiveWith(2, {1, 2, 3}, {1, 2, 3, 4, 5}, {1, 2, 7}))(1, 1), Complex(3, 4))
+    EXPECT_EQ(restore(archiveWith(2, {1, 2, 3}, {1, 2, 3, 4, 5}, {1, 2, 7})).Item(1, 1), Complex(3, 4))
         << "a surplus is ignored";
 }
 

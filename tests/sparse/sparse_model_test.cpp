@@ -19,7 +19,7 @@
 namespace Velmar::Lintrix::testing {
 namespace {
 
-constexpr int kWalks = 4, kSteps = 500; // of a dose
+constexpr int kWalks = 8, kSteps = 500; // of a dose
 constexpr std::int32_t kLargest = 9;
 constexpr TransposeMode kEveryMode[] = {TransposeMode::NotTransposed, TransposeMode::Transposed,
                                         TransposeMode::ConjugateTransposed};
