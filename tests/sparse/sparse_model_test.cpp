@@ -125,6 +125,7 @@ private:
     Cell factor()
     {
         static constexpr double plain[] = {0.0, 1.0, -1.0, 2.0, -3.0};
+        if (chance(25)) return Cell(plain[below(2)]);
         typename Twin::Parts parts{};
         for (double& x : parts) x = palette_ == 0 || chance(60) ? plain[below(5)] : uniform();
         return Twin::cell(parts);

@@ -365,6 +365,20 @@ TEST(SparseTwins, FullComplexArraysGrowByOneSlotAndRealOnesByTheirFactor)
     EXPECT_THAT(capacitiesOfAGrowing(CSparseMatrix(1, 200, 3, 1.2F), 2), ElementsAre(4, 5));
 }
 
+TEST(SparseTwins, TheElementBehindAHundredMakesRoomForOneOrForTwenty)
+{
+    const auto capacityBehindAHundred = [](auto A) {
+        for (int k = 0; k < 100; ++k) A(k / 10, k % 10) = 1.0;
+        EXPECT_EQ(A.Capacity(), 100);
+        A.Cols(11);
+        A(0, 10) = 1.0;
+        EXPECT_EQ(A.NumElements(), 101);
+        return A.Capacity();
+    };
+    EXPECT_EQ(capacityBehindAHundred(CSparseMatrix(10, 10)), 101);
+    EXPECT_EQ(capacityBehindAHundred(SparseMatrix(10, 10)), 120);
+}
+
 // Where the factor leads to no more than there is: one slot, as everywhere else.
 TEST(SparseTwins, FullComplexArraysGrowWhereTheirFactorWouldKeepOrCutThem)
 {
