@@ -59,11 +59,6 @@ void CVector::swap(CVector& other) noexcept
     std::swap(a, other.a);
 }
 
-CVector detail::ComplexAccess::strided(const Complex* source, std::int32_t size, std::int64_t step)
-{
-    return adopt(copied(Line<const Complex>{source, size, step}), size);
-}
-
 CVector CVector::Clone() const
 {
     return detail::ComplexAccess::strided(cells(), mCells, 1);
@@ -116,7 +111,7 @@ void CVector::Resize(std::int32_t size)
 
 void CVector::FillRandom(double lowerBound, double upperBound, std::int32_t decimals)
 {
-    detail::fillRandom(detail::partsOf(cells()), 2 * std::int64_t{mCells}, lowerBound, upperBound, decimals);
+    detail::fillRandom(cells(), mCells, lowerBound, upperBound, decimals);
 }
 
 void CVector::Normalize(NormalizeMode mode)

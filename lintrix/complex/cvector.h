@@ -258,8 +258,8 @@ protected:
     CVector(const SerializationInfo& info, const StreamingContext& context);
 
 private:
-    friend struct detail::ComplexAccess;
-    friend class CMatrix;
+    friend struct detail::AccessTo<Complex>;
+    friend class detail::DenseMatrix<Complex>;
 
     /// Adopts the block, which holds `size` elements.
     CVector(detail::Block<Complex>&& block, std::int32_t size) noexcept : mCells(size), a(std::move(block)) {}

@@ -60,14 +60,19 @@ void Vector::swap(Vector& other) noexcept
     std::swap(a, other.a);
 }
 
-Vector detail::DenseAccess::strided(const double* source, std::int32_t size, std::int64_t step)
-{
-    return adopt(copied(Line<const double>{source, size, step}), size);
-}
-
 Vector Vector::Clone() const
 {
     return detail::DenseAccess::strided(cells(), mCells, 1);
+}
+
+detail::Line<double> Vector::line()
+{
+    return {cells(), mCells, 1};
+}
+
+detail::Line<const double> Vector::line() const
+{
+    return {cells(), mCells, 1};
 }
 
 // ---- access and size

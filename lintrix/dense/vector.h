@@ -242,8 +242,8 @@ protected:
     Vector(const SerializationInfo& info, const StreamingContext& context);
 
 private:
-    friend struct detail::DenseAccess;
-    friend class Matrix;
+    friend struct detail::AccessTo<double>;
+    friend class detail::DenseMatrix<double>;
 
     /// Adopts the block, which holds `size` elements.
     Vector(detail::Block<double>&& block, std::int32_t size) noexcept : mCells(size), a(std::move(block)) {}
@@ -252,6 +252,8 @@ private:
     void toZScores();
     template <class Function>
     Vector applied(Function function) const;
+    detail::Line<double> line();
+    detail::Line<const double> line() const;
 
     double* cells() { return detail::kept(a); }
     const double* cells() const { return detail::kept(a); }
