@@ -93,12 +93,6 @@ auto AccessTo<Cell>::copyOf(const Cell* source, std::int32_t rows, std::int32_t 
     return adopt(Block<Cell>::copyOf(source, resultCells(rows, cols)), rows, cols);
 }
 
-template <class Cell>
-auto AccessTo<Cell>::strided(const Cell* source, std::int32_t size, std::int64_t step) -> V
-{
-    return adopt(copied(Line<const Cell>{source, size, step}), size);
-}
-
 // ---- the block
 
 template <class Cell>

@@ -1,4 +1,4 @@
-// What complex matrices share with real ones, for complex cells.
+// What CMatrix and CVector share with their real twins, for complex cells.
 
 #include <lintrix/complex/access.h>
 #include <lintrix/complex/detail/trell_complex.h>
@@ -7,10 +7,14 @@
 #include <lintrix/dense/detail/dense_matrix_impl.h>
 #include <lintrix/dense/detail/dense_matrix_reductions_impl.h>
 #include <lintrix/dense/detail/dense_matrix_text_impl.h>
+#include <lintrix/dense/detail/dense_vector_arithmetic_impl.h>
+#include <lintrix/dense/detail/dense_vector_impl.h>
+#include <lintrix/dense/detail/dense_vector_text_impl.h>
 
 namespace Velmar::Lintrix::detail {
 
 template class DenseMatrix<Complex>;
+template class DenseVector<Complex>;
 template struct AccessTo<Complex>;
 
 } // namespace Velmar::Lintrix::detail
