@@ -3,7 +3,8 @@
 
 #include <lintrix/sparse/compressed_matrix.h>
 
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/complex/access.h>
+#include <lintrix/dense/access.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/sparse/detail/caller_rows.h>
 #include <lintrix/sparse/detail/compressed_matrix_archive_impl.h>

@@ -86,15 +86,17 @@ auto DenseMatrix<Cell>::Diagonal() const -> V
 template <class Cell>
 void DenseMatrix<Cell>::SwapRows(std::int32_t row1, std::int32_t row2)
 {
-    const auto x = rowLine(row1), y = rowLine(row2);
-    swapCells(x, y);
+    requireRow(row1); // both before the cells, which a released matrix has not
+    requireRow(row2);
+    swapCells(rowLine(row1), rowLine(row2));
 }
 
 template <class Cell>
 void DenseMatrix<Cell>::SwapCols(std::int32_t col1, std::int32_t col2)
 {
-    const auto x = columnLine(col1), y = columnLine(col2);
-    swapCells(x, y);
+    requireColumn(col1);
+    requireColumn(col2);
+    swapCells(columnLine(col1), columnLine(col2));
 }
 
 // ---- cutting and joining

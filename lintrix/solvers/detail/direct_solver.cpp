@@ -1,6 +1,7 @@
 #include <lintrix/solvers/detail/direct_solver.h>
 
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/complex/access.h>
+#include <lintrix/dense/access.h>
 #include <lintrix/foundation/detail/crc32.h>
 #include <lintrix/foundation/rounding.h>
 #include <lintrix/services/hardening.h>
