@@ -3,7 +3,8 @@
 /// Singular value decomposition, real (`SVD`) and complex (`CSVD`): the decompositions are twins; what they
 /// say of one that failed is not.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
 
 #include <cstdint>
 #include <optional>
