@@ -26,6 +26,7 @@
 #include <lintrix/services/system_allocator.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/services/version.h>
+#include <lintrix/solvers/csparse_solver.h>
 #include <lintrix/solvers/do_lan.h>
 #include <lintrix/solvers/lanczos_observer.h>
 #include <lintrix/solvers/sparse_solver.h>

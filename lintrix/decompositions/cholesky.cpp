@@ -1,6 +1,6 @@
 #include <lintrix/decompositions/cholesky.h>
 
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/complex/access.h>
 #include <lintrix/dense/detail/finite.h>
 #include <lintrix/dense/detail/kept.h>
 #include <lintrix/dense/detail/triangles.h>

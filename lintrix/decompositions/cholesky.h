@@ -3,7 +3,8 @@
 /// Cholesky decomposition, real (`Cholesky`) and complex (`CCholesky`): the factors are twins; what follows a
 /// failure, and the inverse, are not.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
 
 #include <cstdint>
 #include <optional>

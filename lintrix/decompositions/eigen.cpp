@@ -1,6 +1,6 @@
 #include <lintrix/decompositions/eigen.h>
 
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/complex/access.h>
 #include <lintrix/decompositions/detail/con_eigen.h>
 #include <lintrix/dense/detail/kept.h>
 

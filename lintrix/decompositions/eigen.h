@@ -3,7 +3,8 @@
 /// Eigen decomposition of a general matrix, real (`Eigen`) and complex (`CEigen`): the results of both are
 /// complex, and the two differ in how they keep them.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
 #include <lintrix/foundation/enumerations.h>
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include <lintrix/decompositions/lq.h>
 
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/complex/access.h>
 #include <lintrix/dense/detail/column_major.h>
 #include <lintrix/dense/detail/kept.h>
 #include <lintrix/dense/detail/sizes.h>

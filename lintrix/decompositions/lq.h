@@ -2,7 +2,8 @@
 /// @file
 /// LQ decomposition, real (`LQ`) and complex (`CLQ`): the factors are twins, the solution of systems is not.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 #include <lintrix/decompositions/lu.h>
 
+#include <lintrix/complex/access.h>
 #include <lintrix/complex/detail/trell_complex.h>
-#include <lintrix/decompositions/detail/access.h>
 #include <lintrix/dense/detail/kept.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/dense/detail/triangles.h>
@@ -12,19 +12,6 @@
 #include <utility>
 
 namespace Velmar::Lintrix::detail {
-
-namespace {
-
-double times(double pivot, double product)
-{
-    return pivot * product;
-}
-Complex times(const Complex& pivot, const Complex& product)
-{
-    return _TRELL_Complex(product) * _TRELL_Complex(pivot); // the plain formula
-}
-
-} // namespace
 
 template <class Cell>
 LuFactors<Cell>::LuFactors(const M& matrix)
@@ -95,7 +82,7 @@ Cell LuFactors<Cell>::Determinant() const
     Cell determinant = 1.0;
     bool odd = false;
     for (std::int64_t i = 0; i < np; ++i) {
-        determinant = times(pivots[i + mRows * i], determinant);
+        determinant = ProductOf<Cell>()(determinant, pivots[i + mRows * i]);
         odd ^= ipiv[i] != i + 1;
     }
     return odd ? -determinant : determinant;

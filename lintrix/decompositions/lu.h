@@ -3,7 +3,8 @@
 /// LU decomposition with partial pivoting, real (`LU`) and complex (`CLU`): the two differ in their cells
 /// alone.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
 
 #include <cstdint>
 #include <vector>

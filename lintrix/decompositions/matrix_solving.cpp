@@ -6,37 +6,70 @@
 
 namespace Velmar::Lintrix {
 
+namespace detail {
+
 namespace {
 
-/// A*X = rightHands by the factorization that the shape of A asks for; `road` tells which.
-template <class LUFactors, class QRFactors, class LQFactors, class M>
-M solution(const M& A, const M& rightHands, SolveRoad& road)
+/// The factorizations that solve systems, by cell type.
+template <class Cell>
+struct Solvers;
+template <>
+struct Solvers<double> {
+    using ByLU = LU;
+    using ByQR = QR;
+    using ByLQ = LQ;
+};
+template <>
+struct Solvers<Complex> {
+    using ByLU = CLU;
+    using ByQR = CQR;
+    using ByLQ = CLQ;
+};
+
+} // namespace
+
+template <class Cell>
+Cell DenseMatrix<Cell>::Determinant() const
 {
-    if (rightHands.Rows() != A.Rows()) {
+    return typename Solvers<Cell>::ByLU(self()).Determinant();
+}
+
+template <class Cell>
+auto DenseMatrix<Cell>::Solve(const M& rightHands) const -> M
+{
+    SolveRoad road{};
+    return Solve(rightHands, road);
+}
+
+// By the factorization that the shape asks for; `road` tells which.
+template <class Cell>
+auto DenseMatrix<Cell>::Solve(const M& rightHands, SolveRoad& road) const -> M
+{
+    if (rightHands.Rows() != mRows) {
         throw SizeMismatchException("Right hand sides matrix not sized correctly.");
     }
     road = SolveRoad::LQ;
-    if (A.Rows() == A.Cols()) {
-        const LUFactors lu(A);
+    if (mRows == mCols) {
+        const typename Solvers<Cell>::ByLU lu(self());
         road = lu.IsSingular() ? SolveRoad::SingularLQ : SolveRoad::LU;
         if (road == SolveRoad::LU) return lu.Solve(rightHands);
-    } else if (A.Rows() > A.Cols()) {
+    } else if (mRows > mCols) {
         road = SolveRoad::QR;
-        return QRFactors(A).Solve(rightHands);
+        return typename Solvers<Cell>::ByQR(self()).Solve(rightHands);
     }
-    return LQFactors(A).Solve(rightHands); // wide, or square and exactly singular
+    return typename Solvers<Cell>::ByLQ(self()).Solve(rightHands); // wide, or square and exactly singular
 }
 
-template <class M>
-M leftQuotient(const M& A, const M& B)
+template <class Cell>
+auto DenseMatrix<Cell>::LDivide(const M& A, const M& B) -> M
 {
     if (A.Rows() != B.Rows()) throw SizeMismatchException("Matrices do not have the same number of rows.");
     return A.Solve(B);
 }
 
 // X*B = A is B'*X' = A', with the plain transposes of complex matrices, too.
-template <class M>
-M rightQuotient(const M& A, const M& B)
+template <class Cell>
+auto DenseMatrix<Cell>::Divide(const M& A, const M& B) -> M
 {
     if (A.Cols() != B.Cols()) {
         throw SizeMismatchException("Matrices do not have ths same number of columns.");
@@ -44,7 +77,19 @@ M rightQuotient(const M& A, const M& B)
     return B.Transpose().Solve(A.Transpose()).Transpose();
 }
 
-} // namespace
+// These members alone: the rooms before this one have instantiated the others.
+template double DenseMatrix<double>::Determinant() const;
+template Matrix DenseMatrix<double>::Solve(const Matrix&) const;
+template Matrix DenseMatrix<double>::Solve(const Matrix&, SolveRoad&) const;
+template Matrix DenseMatrix<double>::LDivide(const Matrix&, const Matrix&);
+template Matrix DenseMatrix<double>::Divide(const Matrix&, const Matrix&);
+template Complex DenseMatrix<Complex>::Determinant() const;
+template CMatrix DenseMatrix<Complex>::Solve(const CMatrix&) const;
+template CMatrix DenseMatrix<Complex>::Solve(const CMatrix&, SolveRoad&) const;
+template CMatrix DenseMatrix<Complex>::LDivide(const CMatrix&, const CMatrix&);
+template CMatrix DenseMatrix<Complex>::Divide(const CMatrix&, const CMatrix&);
+
+} // namespace detail
 
 Matrix Matrix::Inverse() const
 {
@@ -57,58 +102,6 @@ Matrix Matrix::Inverse() const
 CMatrix CMatrix::Inverse() const
 {
     return CLU(*this).Inverse();
-}
-
-double Matrix::Determinant() const
-{
-    return LU(*this).Determinant();
-}
-
-Complex CMatrix::Determinant() const
-{
-    return CLU(*this).Determinant();
-}
-
-Matrix Matrix::Solve(const Matrix& rightHands) const
-{
-    SolveRoad road{};
-    return Solve(rightHands, road);
-}
-
-Matrix Matrix::Solve(const Matrix& rightHands, SolveRoad& road) const
-{
-    return solution<LU, QR, LQ>(*this, rightHands, road);
-}
-
-CMatrix CMatrix::Solve(const CMatrix& rightHands) const
-{
-    SolveRoad road{};
-    return Solve(rightHands, road);
-}
-
-CMatrix CMatrix::Solve(const CMatrix& rightHands, SolveRoad& road) const
-{
-    return solution<CLU, CQR, CLQ>(*this, rightHands, road);
-}
-
-Matrix Matrix::LDivide(const Matrix& A, const Matrix& B)
-{
-    return leftQuotient(A, B);
-}
-
-CMatrix CMatrix::LDivide(const CMatrix& A, const CMatrix& B)
-{
-    return leftQuotient(A, B);
-}
-
-Matrix operator/(const Matrix& A, const Matrix& B)
-{
-    return rightQuotient(A, B);
-}
-
-CMatrix operator/(const CMatrix& A, const CMatrix& B)
-{
-    return rightQuotient(A, B);
 }
 
 } // namespace Velmar::Lintrix

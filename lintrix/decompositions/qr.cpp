@@ -1,6 +1,6 @@
 #include <lintrix/decompositions/qr.h>
 
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/complex/access.h>
 #include <lintrix/dense/detail/kept.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/dense/detail/triangles.h>

@@ -3,7 +3,8 @@
 /// QR decomposition, with or without column pivoting, real (`QR`) and complex (`CQR`): the factors are twins,
 /// the solution of systems is not.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
 
 #include <cstdint>
 #include <vector>

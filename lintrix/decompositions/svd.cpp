@@ -1,6 +1,6 @@
 #include <lintrix/decompositions/svd.h>
 
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/complex/access.h>
 #include <lintrix/dense/detail/column_major.h>
 #include <lintrix/dense/detail/finite.h>
 #include <lintrix/dense/detail/kept.h>
@@ -116,6 +116,14 @@ template <class Cell>
 const double* SvdFactors<Cell>::values() const
 {
     return kept(s);
+}
+
+// The values are always there until the release, which the vectors would not show.
+template <class Cell>
+bool SvdFactors<Cell>::hasVectors() const
+{
+    values();
+    return u && vt;
 }
 
 template <class Cell>

@@ -3,7 +3,8 @@
 /// Singular value decomposition, real (`SVD`) and complex (`CSVD`): the decompositions are twins; what they
 /// say of one that failed is not.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
 
 #include <cstdint>
 #include <optional>
@@ -53,7 +54,7 @@ public:
 protected:
     ~SvdFactors() = default;
 
-    bool hasVectors() const noexcept { return u && vt; }
+    bool hasVectors() const;
     /// max(m, n)*s[0]*2^-52
     double defaultTolerance() const;
     /// The inverse of A on its range; not asked for without vectors.

@@ -3,7 +3,8 @@
 /// Eigen decomposition of a symmetric (`SymEigen`) or complex Hermitian matrix (`CSymEigen`): the two differ
 /// in their cells alone.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
 
 #include <cstdint>
 #include <optional>

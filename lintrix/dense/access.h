@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// How the other classes of the library reach the blocks of the dense objects. Not for callers.
+/// How the other classes of the library reach the blocks of the dense objects, by cell type. Not for callers.
 
 #include <lintrix/dense/matrix.h>
 #include <lintrix/dense/vector.h>
@@ -9,28 +9,35 @@
 
 namespace Velmar::Lintrix::detail {
 
-struct LINTRIX_TESTABLE DenseAccess {
-    static const double* cells(const Matrix& matrix) { return matrix.cells(); }
-    static double* cells(Matrix& matrix) { return matrix.cells(); }
-    static std::int32_t count(const Matrix& matrix) noexcept { return matrix.mCells; }
-    static const double* cells(const Vector& vector) { return vector.cells(); }
-    static double* cells(Vector& vector) { return vector.cells(); }
+template <class Cell>
+struct LINTRIX_TESTABLE AccessTo {
+    using M = MatrixOf<Cell>;
+    using V = VectorOf<Cell>;
+
+    static const Cell* cells(const M& matrix) { return matrix.cells(); }
+    static Cell* cells(M& matrix) { return matrix.cells(); }
+    static std::int32_t count(const M& matrix) noexcept { return matrix.mCells; }
+    static const Cell* cells(const V& vector) { return vector.cells(); }
+    static Cell* cells(V& vector) { return vector.cells(); }
 
     /// A matrix whose cells the caller writes, every one.
-    static Matrix uninitialised(std::int32_t rows, std::int32_t cols)
+    static M uninitialised(std::int32_t rows, std::int32_t cols)
     {
-        return Matrix(Matrix::Uninitialised{}, rows, cols);
+        return M(typename M::Uninitialised{}, rows, cols);
     }
     /// A copy of rows*cols cells from `source`, which stays the caller's.
-    static Matrix copyOf(const double* source, std::int32_t rows, std::int32_t cols);
+    static M copyOf(const Cell* source, std::int32_t rows, std::int32_t cols);
     /// The matrix takes `block` over, which holds rows*cols cells.
-    static Matrix adopt(Block<double>&& block, std::int32_t rows, std::int32_t cols)
+    static M adopt(Block<Cell>&& block, std::int32_t rows, std::int32_t cols)
     {
-        return Matrix(std::move(block), rows, cols);
+        return M(std::move(block), rows, cols);
     }
     /// Element i from `source`[i*step].
-    static Vector strided(const double* source, std::int32_t size, std::int64_t step);
-    static Vector adopt(Block<double>&& block, std::int32_t size) { return Vector(std::move(block), size); }
+    static V strided(const Cell* source, std::int32_t size, std::int64_t step);
+    static V adopt(Block<Cell>&& block, std::int32_t size) { return V(std::move(block), size); }
 };
+
+extern template struct AccessTo<double>;
+using DenseAccess = AccessTo<double>;
 
 } // namespace Velmar::Lintrix::detail

@@ -1,4 +1,4 @@
-// Reductions, statistics, normalization and tests of Matrix.
+// Statistics and normalization of Matrix, and its answer to IsFinite.
 //
 // The formulas hold down to the order of operations, since their results are compared with stored ones: the
 // statistics are one-pass sums without centring, the divisor is the full row count, and several tests have
@@ -6,11 +6,8 @@
 
 #include <lintrix/dense/matrix.h>
 
-#include <lintrix/dense/detail/column_major.h>
 #include <lintrix/dense/detail/finite.h>
-#include <lintrix/dense/detail/identity.h>
 #include <lintrix/dense/detail/line.h>
-#include <lintrix/dense/detail/norm.h>
 #include <lintrix/services/blas.h>
 
 #include <algorithm>
@@ -115,40 +112,6 @@ struct ColumnSums {
 
 } // namespace
 
-// ---- reductions
-
-double Matrix::Norm(NormType type) const
-{
-    return detail::normOf(type, view());
-}
-
-double Matrix::Trace() const
-{
-    return detail::sumOf(view().diagonal());
-}
-
-double Matrix::RowSum(std::int32_t rowIndex) const
-{
-    return detail::sumOf(rowLine(rowIndex));
-}
-
-double Matrix::ColSum(std::int32_t colIndex) const
-{
-    return detail::sumOf(columnLine(colIndex));
-}
-
-double Matrix::RowsDotProduct(std::int32_t row1, std::int32_t row2) const
-{
-    const auto x = rowLine(row1), y = rowLine(row2);
-    return detail::dotProduct(x, y);
-}
-
-double Matrix::ColsDotProduct(std::int32_t col1, std::int32_t col2) const
-{
-    const auto x = columnLine(col1), y = columnLine(col2);
-    return detail::dotProduct(x, y);
-}
-
 // ---- statistics
 
 Matrix Matrix::CorrelationMatrix() const
@@ -217,30 +180,6 @@ void Matrix::NormalizeCols(NormalizeMode mode)
 void Matrix::NormalizeRows(NormalizeMode mode)
 {
     for (std::int32_t r = 0; r < mRows; ++r) normalize(rowLine(r), mode);
-}
-
-// ---- tests
-
-bool Matrix::IsSymmetric(double tolerance) const
-{
-    return IsSquare() && detail::eachPairPasses(view(), [tolerance](double below, double above) {
-               return detail::isClose(below, above, tolerance);
-           });
-}
-
-bool Matrix::IsEqual(const Matrix& A, double tolerance) const
-{
-    return detail::closeCells(cells(), A.cells(), mCells, A.mCells, tolerance);
-}
-
-bool Matrix::HasINFs() const
-{
-    return detail::anyInfinite(cells(), mCells);
-}
-
-bool Matrix::HasNaNs() const
-{
-    return detail::anyNaN(cells(), mCells);
 }
 
 // The opposite of what the name says; callers of the class test for it, so it stays.

@@ -1,135 +1,36 @@
+// What Vector does otherwise than CVector.
+
 #include <lintrix/dense/vector.h>
 
-#include <lintrix/dense/access.h>
-#include <lintrix/dense/detail/finite.h>
-#include <lintrix/dense/detail/line.h>
-#include <lintrix/dense/detail/random_fill.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/services/blas.h>
 
-#include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace Velmar::Lintrix {
 
-using detail::Block;
-
-void detail::raiseVectorIndex()
-{
-    throw IndexOutOfBoundsException("Index exceeds vector size.");
-}
-
-// ---- construction
-
-Vector::Vector() : mCells(3), a(Block<double>::zeroed(3))
-{
-}
-
-Vector::Vector(std::int32_t size) : mCells((detail::requireSize(size), size)), a(Block<double>::zeroed(size))
-{
-}
-
-Vector::Vector(std::int32_t size, double value) : mCells((detail::requireSize(size), size)), a(size)
-{
-    std::fill_n(a.get(), size, value);
-}
-
-Vector::Vector(std::span<const double> array) : mCells(detail::arrayLength(array.size())), a(mCells)
-{
-    std::copy(array.begin(), array.end(), a.get());
-}
-
-Vector::Vector(const Vector& vector) : mCells(vector.mCells), a(Block<double>::copyOf(vector.cells(), mCells))
-{
-}
-
-Vector::Vector(Vector&& vector) noexcept : mCells(vector.mCells), a(std::move(vector.a))
-{
-}
-
-Vector& Vector::operator=(Vector vector) noexcept
-{
-    swap(vector);
-    return *this;
-}
-
-void Vector::swap(Vector& other) noexcept
-{
-    std::swap(mCells, other.mCells);
-    std::swap(a, other.a);
-}
-
-Vector detail::DenseAccess::strided(const double* source, std::int32_t size, std::int64_t step)
-{
-    return adopt(copied(Line<const double>{source, size, step}), size);
-}
-
-Vector Vector::Clone() const
-{
-    return detail::DenseAccess::strided(cells(), mCells, 1);
-}
-
-// ---- access and size
-
-void Vector::Length(std::int32_t value)
-{
-    if (value != mCells) Resize(value);
-}
-
-std::vector<double> Vector::ToArray() const
-{
-    return std::vector<double>(cells(), cells() + mCells);
-}
-
-Matrix Vector::ToMatrix() const
-{
-    return detail::DenseAccess::copyOf(cells(), mCells, 1);
-}
-
 void Vector::Resize(std::int32_t size)
 {
-    if (size == mCells) return;
-    Vector fresh(size);
-    std::copy_n(cells(), std::min(size, mCells), fresh.cells());
-    swap(fresh);
+    if (size != mCells) resizeTo(size);
 }
 
-void Vector::FillRandom(double lowerBound, double upperBound, std::int32_t decimals)
+// ---- operations of two vectors
+
+// A copy of the second operand, then y := x + y: the lengths are compared after the copy.
+Vector operator+(const Vector& x, const Vector& y)
 {
-    detail::fillRandom(cells(), mCells, lowerBound, upperBound, decimals);
+    Vector sum(y);
+    Vector::Add(1.0, x, sum);
+    return sum;
 }
 
-// ---- reductions and tests
-
-double Vector::Sum() const
+double Vector::DotProduct(const Vector& x, const Vector& y)
 {
-    return detail::sumOf(detail::Line<const double>{cells(), mCells, 1});
-}
-
-double Vector::AbsSum() const
-{
-    return detail::blas::asum(mCells, cells(), 1);
-}
-
-double Vector::Norm() const
-{
-    return detail::blas::nrm2(mCells, cells(), 1);
-}
-
-bool Vector::HasINFs() const
-{
-    return detail::anyInfinite(cells(), mCells);
-}
-
-bool Vector::HasNaNs() const
-{
-    return detail::anyNaN(cells(), mCells);
-}
-
-bool Vector::IsFinite() const
-{
-    return detail::allFinite(cells(), mCells);
+    detail::requireSameLength(x, y);
+    const double *p = x.cells(), *q = y.cells();
+    double sum = 0.0;
+    for (std::int32_t i = 0; i < x.mCells; ++i) sum += p[i] * q[i];
+    return sum;
 }
 
 // ---- normalization

@@ -3,16 +3,17 @@
 
 #include <lintrix/sparse/compressed_matrix.h>
 
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/complex/access.h>
+#include <lintrix/dense/access.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/sparse/detail/caller_rows.h>
-#include <lintrix/sparse/detail/compressed_matrix_archive.h>
-#include <lintrix/sparse/detail/compressed_matrix_arithmetic.h>
-#include <lintrix/sparse/detail/compressed_matrix_comparison.h>
-#include <lintrix/sparse/detail/compressed_matrix_editing.h>
-#include <lintrix/sparse/detail/compressed_matrix_products.h>
-#include <lintrix/sparse/detail/compressed_matrix_random.h>
-#include <lintrix/sparse/detail/compressed_matrix_text.h>
+#include <lintrix/sparse/detail/compressed_matrix_archive_impl.h>
+#include <lintrix/sparse/detail/compressed_matrix_arithmetic_impl.h>
+#include <lintrix/sparse/detail/compressed_matrix_comparison_impl.h>
+#include <lintrix/sparse/detail/compressed_matrix_editing_impl.h>
+#include <lintrix/sparse/detail/compressed_matrix_products_impl.h>
+#include <lintrix/sparse/detail/compressed_matrix_random_impl.h>
+#include <lintrix/sparse/detail/compressed_matrix_text_impl.h>
 #include <lintrix/sparse/detail/mirror.h>
 #include <lintrix/sparse/detail/row_arrays.h>
 #include <lintrix/sparse/detail/sizes.h>

@@ -8,7 +8,7 @@
 /// in. Within a row the columns ascend strictly; every lookup depends on it. What is stored is a slot, not a
 /// non-zero value: a stored zero stays until `RemoveZeros`.
 
-#include <lintrix/decompositions/detail/dense_classes.h>
+#include <lintrix/dense/detail/dense_classes.h>
 #include <lintrix/foundation/block.h>
 #include <lintrix/foundation/capabilities.h>
 #include <lintrix/foundation/enumerations.h>

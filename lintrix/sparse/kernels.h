@@ -1,8 +1,8 @@
 #pragma once
 /// @file
-/// The compressed-row kernels on raw arrays: products with dense operands, sums and products of sparse
-/// matrices, conversion from dense. `SparseMatrix` stands in front of them; call them where the arrays are
-/// your own and are not to be copied.
+/// The compressed-row kernels on raw arrays, real (`mkl_d...`) and complex (`mkl_z...`): products with dense
+/// operands, sums and products of sparse matrices, conversion from dense. The sparse classes stand in front
+/// of them; call them where the arrays are your own and are not to be copied.
 ///
 /// Style of the standard numerical routines: every scalar by reference, 32-bit integers, one-letter modes,
 /// result codes, no exceptions, nothing allocated for the caller.
@@ -14,11 +14,12 @@
 /// second one on. Rows that are not sorted and columns out of range are the caller's fault and are not looked
 /// for: they lead out of the arrays. So do dense operands and results that overlap.
 ///
-/// **Modes.** `transa` and `trans` point to "N" for op(A) = A, "T" or "C" for the transpose, which for real
-/// matrices is the same. `descriptor` points to four letters: "G" general or "S" symmetric, "U" upper
-/// triangle, "N" non-unit diagonal, "F" one-based with column-major dense operands. "GUNF" is the matrix as
-/// stored; "SUNF" lets the stored upper triangle stand for the full matrix and skips elements below the
-/// diagonal.
+/// **Modes.** `transa` and `trans` point to "N" for op(A) = A, "T" for the transpose, "C" for the conjugate
+/// transpose, which for real matrices is the same. `descriptor` points to four letters: "G" general or "S"
+/// symmetric, "U" upper triangle, "N" non-unit diagonal, "F" one-based with column-major dense operands.
+/// "GUNF" is the matrix as stored; "SUNF" lets the stored upper triangle stand for the full matrix and skips
+/// elements below the diagonal. That matrix is symmetric, of complex cells too: no cell is conjugated but by
+/// "C".
 ///
 /// **Parameter faults.** Each routine checks its arguments first, in the order told with it. The first fault
 /// prints "MKL ERROR: Parameter %d was incorrect on entry to %s" with its place in the list, counted from 1,
@@ -35,6 +36,8 @@
 /// thread count in their last bits. Scratch comes from the buffer pool and goes back to it.
 
 #include <lintrix/services/export.h>
+
+#include <complex>
 
 namespace Velmar::Lintrix {
 
@@ -61,6 +64,13 @@ LINTRIX_EXPORT void mkl_dcsrmv(const char* transa, const int& m, const int& k, c
                                const int* rowStarts, const int* rowEnds, const double* x, const double& beta,
                                double* y);
 
+/// The same of complex cells; beta is compared with complex zero.
+LINTRIX_EXPORT void mkl_zcsrmv(const char* transa, const int& m, const int& k,
+                               const std::complex<double>& alpha, const char* descriptor,
+                               const std::complex<double>* values, const int* columns, const int* rowStarts,
+                               const int* rowEnds, const std::complex<double>* x,
+                               const std::complex<double>& beta, std::complex<double>* y);
+
 /// C := alpha*op(A)*B + beta*C, A m x k before op, B and C dense with n columns, `ldb` and `ldc` cells apart.
 ///
 /// "N": B has k rows, C m; else B has m and C k. Each column is a product as by `mkl_dcsrmv`, under the same
@@ -75,6 +85,13 @@ LINTRIX_EXPORT void mkl_dcsrmm(const char* transa, const int& m, const int& n, c
                                const double& alpha, const char* descriptor, const double* values,
                                const int* columns, const int* rowStarts, const int* rowEnds, const double* B,
                                const int& ldb, const double& beta, double* C, const int& ldc);
+
+/// The same of complex cells; four columns of B are copied at a time.
+LINTRIX_EXPORT void mkl_zcsrmm(const char* transa, const int& m, const int& n, const int& k,
+                               const std::complex<double>& alpha, const char* descriptor,
+                               const std::complex<double>* values, const int* columns, const int* rowStarts,
+                               const int* rowEnds, const std::complex<double>* B, const int& ldb,
+                               const std::complex<double>& beta, std::complex<double>* C, const int& ldc);
 
 /// C := A + beta*op(B), all compressed rows. A and op(B) are m x n.
 ///
@@ -93,6 +110,13 @@ LINTRIX_EXPORT void mkl_dcsradd(const char* trans, const int& request, const int
                                 const double& beta, const double* b, const int* jb, const int* ib, double* c,
                                 int* jc, int* ic, const int& nzmax, int& info);
 
+/// The same of complex cells; "C" conjugates those of B.
+LINTRIX_EXPORT void mkl_zcsradd(const char* trans, const int& request, const int& sort, const int& m,
+                                const int& n, const std::complex<double>* a, const int* ja, const int* ia,
+                                const std::complex<double>& beta, const std::complex<double>* b,
+                                const int* jb, const int* ib, std::complex<double>* c, int* jc, int* ic,
+                                const int& nzmax, int& info);
+
 /// C := op(A)*B, all compressed rows. A is m x n before op, B has k columns; B and C have n and m rows for
 /// "N", m and n rows otherwise.
 ///
@@ -109,7 +133,14 @@ LINTRIX_EXPORT void mkl_dcsrmultcsr(const char* trans, const int& request, const
                                     const double* b, const int* jb, const int* ib, double* c, int* jc,
                                     int* ic, const int& nzmax, int& info);
 
-/// The m x n array `dense`, row-major with rows `lda` cells apart, to compressed rows.
+/// The same of complex cells, with 25 bytes in the second call; "C" conjugates those of A.
+LINTRIX_EXPORT void mkl_zcsrmultcsr(const char* trans, const int& request, const int& sort, const int& m,
+                                    const int& n, const int& k, const std::complex<double>* a, const int* ja,
+                                    const int* ia, const std::complex<double>* b, const int* jb,
+                                    const int* ib, std::complex<double>* c, int* jc, int* ic,
+                                    const int& nzmax, int& info);
+
+/// The real m x n array `dense`, row-major with rows `lda` cells apart, to compressed rows.
 ///
 /// Six entries of `job`: 0 (from dense); 0 or 1, not used; the base of the compressed rows, 0 or 1; 2 (the
 /// whole matrix); the most elements to store; 0 to write the row pointers only, with `values` and `columns`

@@ -1,5 +1,6 @@
+#include <lintrix/complex/access.h>
 #include <lintrix/complex/detail/parts.h>
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/dense/access.h>
 #include <lintrix/sparse/access.h>
 #include <lintrix/sparse/detail/byte_sink.h>
 #include <lintrix/sparse/detail/market_words.h>

@@ -493,6 +493,11 @@ TEST(ComplexSpectra, UseAfterReleaseIsRefusedWhenHardened)
     CEigen eigen(A);
     svd.Dispose(), hermitian.Dispose(), eigen.Dispose();
     expectRefusedWhenHardened([&] { svd.S(); });
+    expectRefusedWhenHardened([&] { svd.U(); });
+    expectRefusedWhenHardened([&] { svd.V(); });
+    expectRefusedWhenHardened([&] { svd.Rank(1.0); });
+    expectRefusedWhenHardened([&] { svd.PseudoInverse(); });
+    expectRefusedWhenHardened([&] { svd.PseudoInverse(1.0); });
     expectRefusedWhenHardened([&] { hermitian.Eigenvalues(); });
     expectRefusedWhenHardened([&] { eigen.Eigenvalues(); });
     expectRefusedWhenHardened([&] { eigen.Eigenvectors(); });

@@ -36,11 +36,13 @@ const std::vector<double> kFour{1, 2, 3, 4};
 
 // What a const object hands to the members of its class cannot be written through. (An explicit instantiation
 // may name what is private.)
-template <const double* (Matrix::*cells)() const, const double* (Matrix::*column)(std::int64_t) const>
+using Cells = detail::DenseMatrix<double>;
+using Elements = detail::DenseVector<double>;
+template <const double* (Cells::*cells)() const, const double* (Cells::*column)(std::int64_t) const>
 struct MatrixReads {
 };
 template struct MatrixReads<&Matrix::cells, &Matrix::column>;
-template <const double* (Vector::*cells)() const>
+template <const double* (Elements::*cells)() const>
 struct VectorReads {
 };
 template struct VectorReads<&Vector::cells>;

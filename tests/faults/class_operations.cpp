@@ -49,6 +49,18 @@ SparseMatrix laplacian(bool symmetric)
     return entries.Assemble();
 }
 
+CSparseMatrix complexLaplacian(bool hermitian)
+{
+    CSparseAssembler entries(kSize, kSize,
+                             {.storage = hermitian ? AssemblyStorage::Hermitian : AssemblyStorage::General});
+    for (int i = 0; i < kSize; ++i) {
+        entries.Add(i, i, 4.0);
+        if (i + 1 < kSize) entries.Add(i, i + 1, {-1.0, 0.5});
+        if (i + 1 < kSize && !hermitian) entries.Add(i + 1, i, {-1.5, 0.5});
+    }
+    return entries.Assemble();
+}
+
 void archive(const Matrix& A, bool json)
 {
     SerializationInfo info;
@@ -199,6 +211,18 @@ const Operation kOperations[] = {
          SparseSolver solver(A);
          solver.FillInReducingMethod(FillInReducingMethod::NestedDissection);
          solver.Solve(ones);
+     }},
+    {"CSparseSolver.Unsymmetric",
+     [] {
+         const CSparseMatrix A = complexLaplacian(false);
+         CSparseSolver(A).Solve(CVector(kSize, 1.0));
+     }},
+    {"CSparseSolver.PositiveDefinite",
+     [] {
+         const CSparseMatrix A = complexLaplacian(true);
+         CSparseSolver solver(A);
+         solver.MatrixType(MatrixType::PositiveDefinite);
+         solver.Solve(CMatrix(kSize, 3));
      }},
     {"SparseSVD.Triplets", [] { SparseSVD(laplacian(false), 2, 1e-6); }},
     {"Configuration.FreeBuffers",

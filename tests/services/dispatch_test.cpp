@@ -25,12 +25,8 @@ TEST(KernelForms, GiveTheFormForThisProcessor)
     EXPECT_EQ(kLetters.chosen(), kLetters.within(thisProcessor().kernels));
 }
 
-// The compiler contracts products and sums where it optimises, and nowhere else.
-#ifdef __OPTIMIZE__
-constexpr bool kContracts = true;
-#else
-constexpr bool kContracts = false;
-#endif
+// The compiler contracts products and sums where the library is optimised in full, as in a release.
+constexpr bool kContracts = LIBRARY_IS_OPTIMISED;
 
 // The engine's updates round each product without FMA and not with it, so that the form shows.
 TEST(KernelForms, OfTheEngineFollowTheEnvironment)

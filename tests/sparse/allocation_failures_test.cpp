@@ -288,6 +288,10 @@ TEST(AllocationFailures, OfReadingLeaveNothingBehind)
         std::istringstream in(triplets);
         EXPECT_EQ(ReadMatrixMarketTriplets(in).values.size(), 2u);
     });
+    sweepFile("complex", [&] {
+        std::istringstream in(triplets);
+        EXPECT_EQ(ReadMatrixMarketComplex(in).Item(0, 1), Complex(3, 4));
+    });
     sweepFile("dense", [&] {
         std::istringstream in(array);
         EXPECT_EQ(ReadMatrixMarketDense(in)(1, 2), 6.0);
@@ -325,6 +329,13 @@ TEST(AllocationFailures, OfWritingLeaveTheMatrix)
     sweepFile("triplets", [&] {
         std::ostringstream out;
         WriteMatrixMarket(out, triplets);
+    });
+    CSparseMatrix hermitian(2, true);
+    hermitian(0, 1) = Complex(3, 4);
+    sweepFile("hermitian", [&] {
+        std::ostringstream out;
+        WriteMatrixMarket(out, hermitian);
+        EXPECT_EQ(hermitian.NumElements(), 3);
     });
     sweepFile("array", [&] {
         std::ostringstream out;

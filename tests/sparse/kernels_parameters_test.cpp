@@ -46,8 +46,7 @@ protected:
         if constexpr (kReal) {
             mkl_dcsrmv(c.trans, c.m, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, one, &c_);
         } else {
-            detail::mkl_zcsrmv(c.trans, c.m, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, one,
-                               &c_);
+            mkl_zcsrmv(c.trans, c.m, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, one, &c_);
         }
     }
     void csrmm(const DenseCall& c)
@@ -56,8 +55,8 @@ protected:
             mkl_dcsrmm(c.trans, c.m, c.n, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, 1, one, &c_,
                        1);
         } else {
-            detail::mkl_zcsrmm(c.trans, c.m, c.n, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, 1,
-                               one, &c_, 1);
+            mkl_zcsrmm(c.trans, c.m, c.n, c.k, one, c.descriptor, &one, &index, ia, ia + 1, &one, 1, one, &c_,
+                       1);
         }
     }
     void csradd(const SparseCall& c)
@@ -69,7 +68,7 @@ protected:
         if constexpr (kReal) {
             call(mkl_dcsradd);
         } else {
-            call(detail::mkl_zcsradd);
+            call(mkl_zcsradd);
         }
     }
     void csrmultcsr(const SparseCall& c)
@@ -81,7 +80,7 @@ protected:
         if constexpr (kReal) {
             call(mkl_dcsrmultcsr);
         } else {
-            call(detail::mkl_zcsrmultcsr);
+            call(mkl_zcsrmultcsr);
         }
     }
     void expectUntouched()

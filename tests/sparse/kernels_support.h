@@ -8,7 +8,7 @@
 
 #include <lintrix/services/buffer_pool.h>
 #include <lintrix/services/threads.h>
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@
 
 namespace Velmar::Lintrix::testing {
 
-using detail::ComplexCell;
+using ComplexCell = std::complex<double>;
 using Cells = ::testing::Types<double, ComplexCell>;
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 inline constexpr char kGeneral[] = "GUNF";
@@ -181,7 +181,7 @@ void csrmv(const char* trans, const char* descriptor, const Rows<Cell>& A, Cell 
     if constexpr (std::is_same_v<Cell, double>) {
         call(mkl_dcsrmv);
     } else {
-        call(detail::mkl_zcsrmv);
+        call(mkl_zcsrmv);
     }
 }
 
@@ -196,7 +196,7 @@ void csrmm(const char* trans, const char* descriptor, const Rows<Cell>& A, int n
     if constexpr (std::is_same_v<Cell, double>) {
         call(mkl_dcsrmm);
     } else {
-        call(detail::mkl_zcsrmm);
+        call(mkl_zcsrmm);
     }
 }
 
@@ -211,7 +211,7 @@ void csradd(const char* trans, int request, const Rows<Cell>& A, Cell beta, cons
     if constexpr (std::is_same_v<Cell, double>) {
         call(mkl_dcsradd);
     } else {
-        call(detail::mkl_zcsradd);
+        call(mkl_zcsradd);
     }
 }
 
@@ -226,7 +226,7 @@ void csrmultcsr(const char* trans, int request, const Rows<Cell>& A, const Rows<
     if constexpr (std::is_same_v<Cell, double>) {
         call(mkl_dcsrmultcsr);
     } else {
-        call(detail::mkl_zcsrmultcsr);
+        call(mkl_zcsrmultcsr);
     }
 }
 

@@ -6,6 +6,7 @@
 /// its product or quotient is taken. The platform's own product looks for lost infinities and its quotient
 /// scales in its own way: their results differ from these, and stored ones are compared with these.
 
+#include <lintrix/dense/detail/elementwise.h>
 #include <lintrix/foundation/function_objects.h>
 #include <lintrix/services/lapack.h>
 
@@ -108,6 +109,11 @@ struct CellProduct {
 };
 struct CellQuotient {
     Complex operator()(const Complex& x, const Complex& y) const noexcept { return _TRELL_Complex(x) / y; }
+};
+template <>
+struct CellArithmetic<Complex> {
+    using Product = CellProduct;
+    using Quotient = CellQuotient;
 };
 
 } // namespace detail

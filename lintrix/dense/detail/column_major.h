@@ -5,11 +5,14 @@
 #include <lintrix/dense/detail/line.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/foundation/block.h>
+#include <lintrix/foundation/detail/transpose_tiles.h>
+#include <lintrix/foundation/transposition.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <span>
+#include <type_traits>
 
 namespace Velmar::Lintrix::detail {
 
@@ -61,6 +64,17 @@ Block<Cell> resized(const BlockView<Cell>& old, std::int64_t rows, std::int64_t 
     auto fresh = Block<Cell>::zeroed(count);
     fillLeading(fresh, rows, std::min(rows, old.rows), std::min(cols, old.cols), old);
     return fresh;
+}
+
+/// B := A' for the rows x cols block A; real cells go through the one native routine that there is for them.
+template <class Cell>
+void transposeCells(const Cell* A, Cell* B, std::int32_t rows, std::int32_t cols)
+{
+    if constexpr (std::is_same_v<Cell, double>) {
+        vmr_transo(A, B, rows, cols);
+    } else {
+        transposeBlock(A, B, rows, cols);
+    }
 }
 
 /// Whether `passes` holds for each pair of cells (i, j), (j, i) of a square block, i > j.

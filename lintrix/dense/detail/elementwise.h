@@ -5,8 +5,23 @@
 #include <lintrix/foundation/block.h>
 
 #include <cstdint>
+#include <functional>
 
 namespace Velmar::Lintrix::detail {
+
+/// How the dense classes take the product and the quotient of two cells. Those of complex cells are not the
+/// platform's; `complex/detail/trell_complex.h` names them.
+template <class Cell>
+struct CellArithmetic;
+template <>
+struct CellArithmetic<double> {
+    using Product = std::multiplies<>;
+    using Quotient = std::divides<>;
+};
+template <class Cell>
+using ProductOf = typename CellArithmetic<Cell>::Product;
+template <class Cell>
+using QuotientOf = typename CellArithmetic<Cell>::Quotient;
 
 /// out[i] = cellAt(i). `out` is a fresh block, so it overlaps no operand.
 template <class Cell, class CellAt>

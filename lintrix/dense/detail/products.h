@@ -10,6 +10,7 @@
 #include <lintrix/services/hardening.h>
 
 #include <cstdint>
+#include <type_traits>
 
 namespace Velmar::Lintrix::detail {
 
@@ -34,6 +35,15 @@ Operand operandOf(TransposeMode mode, const BlockView<Cell>& X)
             throw InvalidOperationException("The transposition mode is none of its three members.");
     }
     return {'N', X.rows, X.cols};
+}
+
+/// The letter of a product with a vector. Every mode but `NotTransposed` transposes; of real cells a
+/// conjugate transpose is a transpose, and is asked for as one.
+template <class Cell>
+char vectorProductLetter(TransposeMode mode) noexcept
+{
+    if (mode == TransposeMode::NotTransposed) return 'N';
+    return mode == TransposeMode::ConjugateTransposed && !std::is_same_v<Cell, double> ? 'C' : 'T';
 }
 
 /// The caller's duty: the target of a kernel is none of its operands.

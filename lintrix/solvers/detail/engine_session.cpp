@@ -83,7 +83,6 @@ std::int32_t& EngineSession::iparm(PardisoParameter slot)
 std::int32_t EngineSession::call(std::int32_t phase, const void* b, void* x)
 {
     requireKept(pt_);
-    fixed_.phase = phase;
     fixed_.stopped = false;
     fixed_.error = 0;
     // The engine notes a diagonal matrix here, and would then take any other matrix for settled.
@@ -114,11 +113,11 @@ void EngineSession::enter(std::int32_t phase, const void* b, void* x, std::int32
 void EngineSession::release() noexcept
 {
     if (!pt_) return;
-    double number = 0.0;
+    double number[2] = {0.0, 0.0}; // a zero, real or complex
     std::int32_t index = 0, ignored = 0;
     iparm(PardisoParameter::Transpose) = 0;
-    engineEntry()(pt_.get(), fixed_.maxfct, fixed_.mnum, fixed_.mtype, -1, fixed_.matrix.n, &number, &index,
-                  &index, &index, kRightHands, iparm_.get(), fixed_.msglvl, &number, &number, ignored);
+    engineEntry()(pt_.get(), fixed_.maxfct, fixed_.mnum, fixed_.mtype, -1, fixed_.matrix.n, number, &index,
+                  &index, &index, kRightHands, iparm_.get(), fixed_.msglvl, number, number, ignored);
     fixed_.matrix = {};
     pt_.reset();
     perm_.reset();

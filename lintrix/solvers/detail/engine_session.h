@@ -43,8 +43,8 @@ public:
     EngineSession& operator=(EngineSession&& other) noexcept;
     ~EngineSession() { release(); }
 
-    /// Runs one phase on one right-hand side, and remembers the phase and the engine's error number. What the
-    /// listener throws stops the engine and is thrown on from here.
+    /// Runs one phase on one right-hand side, and remembers the engine's error number. What the listener
+    /// throws stops the engine and is thrown on from here.
     /// @return the error number; 0 is success
     /// @throws InvalidOperationException  released
     std::int32_t call(std::int32_t phase, const void* b, void* x);
@@ -74,7 +74,6 @@ private:
     /// The arguments that are plain values.
     struct Fixed {
         std::int32_t maxfct = 1, mnum = 1, mtype = 0;
-        std::int32_t phase = 11; ///< the last one asked for, a record only
         EngineMatrix matrix;
         std::int32_t msglvl = 0, error = 0;
         bool stopped = false;

@@ -8,7 +8,6 @@
 #include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/detail/sizes.h>
 #include <lintrix/sparse/kernels.h>
-#include <lintrix/sparse/kernels/kernels.h>
 #include <lintrix/sparse/sparse_matrix.h>
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 //
 // Row i of C merges row i of A with row i of op(B). Pass 1 counts, pass 2 fills.
 
-#include <lintrix/sparse/kernels/kernels.h>
+#include <lintrix/sparse/kernels.h>
 #include <lintrix/sparse/kernels/operand_rows.h>
 #include <lintrix/sparse/kernels/parameter_check.h>
 #include <lintrix/sparse/kernels/row_pointers.h>
@@ -118,15 +118,6 @@ void csradd(const char* routine, char trans, int request, int sort, const Sparse
 
 } // namespace
 
-void mkl_zcsradd(const char* trans, const int& request, const int& sort, const int& m, const int& n,
-                 const ComplexCell* a, const int* ja, const int* ia, const ComplexCell& beta,
-                 const ComplexCell* b, const int* jb, const int* ib, ComplexCell* c, int* jc, int* ic,
-                 const int& nzmax, int& info)
-{
-    csradd<ComplexCell>("MKL_ZCSRADD", *trans, request, sort, {m, n, a, ja, ia}, beta, b, jb, ib, c, jc, ic,
-                        nzmax, info);
-}
-
 } // namespace Velmar::Lintrix::detail
 
 namespace Velmar::Lintrix {
@@ -137,6 +128,15 @@ void mkl_dcsradd(const char* trans, const int& request, const int& sort, const i
 {
     detail::csradd<double>("MKL_DCSRADD", *trans, request, sort, {m, n, a, ja, ia}, beta, b, jb, ib, c, jc,
                            ic, nzmax, info);
+}
+
+void mkl_zcsradd(const char* trans, const int& request, const int& sort, const int& m, const int& n,
+                 const std::complex<double>* a, const int* ja, const int* ia,
+                 const std::complex<double>& beta, const std::complex<double>* b, const int* jb,
+                 const int* ib, std::complex<double>* c, int* jc, int* ic, const int& nzmax, int& info)
+{
+    detail::csradd<std::complex<double>>("MKL_ZCSRADD", *trans, request, sort, {m, n, a, ja, ia}, beta, b, jb,
+                                         ib, c, jc, ic, nzmax, info);
 }
 
 } // namespace Velmar::Lintrix

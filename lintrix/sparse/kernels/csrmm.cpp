@@ -1,7 +1,7 @@
 // C := alpha*op(A)*B + beta*C for dense B and C.
 
+#include <lintrix/sparse/kernels.h>
 #include <lintrix/sparse/kernels/dense_operand.h>
-#include <lintrix/sparse/kernels/kernels.h>
 #include <lintrix/sparse/kernels/parameter_check.h>
 #include <lintrix/sparse/kernels/scratch.h>
 #include <lintrix/sparse/kernels/thread_plan.h>
@@ -154,15 +154,6 @@ void csrmm(const char* routine, char trans, const char* descriptor, const Produc
 
 } // namespace
 
-void mkl_zcsrmm(const char* transa, const int& m, const int& n, const int& k, const ComplexCell& alpha,
-                const char* descriptor, const ComplexCell* values, const int* columns, const int* rowStarts,
-                const int* rowEnds, const ComplexCell* B, const int& ldb, const ComplexCell& beta,
-                ComplexCell* C, const int& ldc)
-{
-    csrmm<ComplexCell>("MKL_ZCSRMM", *transa, descriptor,
-                       {m, n, k, alpha, beta, {values, columns, rowStarts, rowEnds}, {B, ldb}, {C, ldc}});
-}
-
 } // namespace Velmar::Lintrix::detail
 
 namespace Velmar::Lintrix {
@@ -174,6 +165,16 @@ void mkl_dcsrmm(const char* transa, const int& m, const int& n, const int& k, co
 {
     detail::csrmm<double>("MKL_DCSRMM", *transa, descriptor,
                           {m, n, k, alpha, beta, {values, columns, rowStarts, rowEnds}, {B, ldb}, {C, ldc}});
+}
+
+void mkl_zcsrmm(const char* transa, const int& m, const int& n, const int& k,
+                const std::complex<double>& alpha, const char* descriptor, const std::complex<double>* values,
+                const int* columns, const int* rowStarts, const int* rowEnds, const std::complex<double>* B,
+                const int& ldb, const std::complex<double>& beta, std::complex<double>* C, const int& ldc)
+{
+    detail::csrmm<std::complex<double>>(
+        "MKL_ZCSRMM", *transa, descriptor,
+        {m, n, k, alpha, beta, {values, columns, rowStarts, rowEnds}, {B, ldb}, {C, ldc}});
 }
 
 } // namespace Velmar::Lintrix

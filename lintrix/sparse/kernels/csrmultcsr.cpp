@@ -5,8 +5,8 @@
 // products. Linear in the multiplications. Source: F. G. Gustavson, Two fast algorithms for sparse matrices,
 // ACM TOMS 4 (1978).
 
+#include <lintrix/sparse/kernels.h>
 #include <lintrix/sparse/kernels/column_sweep.h>
-#include <lintrix/sparse/kernels/kernels.h>
 #include <lintrix/sparse/kernels/operand_rows.h>
 #include <lintrix/sparse/kernels/parameter_check.h>
 #include <lintrix/sparse/kernels/row_pointers.h>
@@ -182,15 +182,6 @@ void csrmultcsr(const char* routine, char trans, int request, int sort, int k, c
 
 } // namespace
 
-void mkl_zcsrmultcsr(const char* trans, const int& request, const int& sort, const int& m, const int& n,
-                     const int& k, const ComplexCell* a, const int* ja, const int* ia, const ComplexCell* b,
-                     const int* jb, const int* ib, ComplexCell* c, int* jc, int* ic, const int& nzmax,
-                     int& info)
-{
-    csrmultcsr<ComplexCell>("MKL_ZCSRMULTCSR", *trans, request, sort, k, {m, n, a, ja, ia}, b, jb, ib, c, jc,
-                            ic, nzmax, info);
-}
-
 } // namespace Velmar::Lintrix::detail
 
 namespace Velmar::Lintrix {
@@ -201,6 +192,15 @@ void mkl_dcsrmultcsr(const char* trans, const int& request, const int& sort, con
 {
     detail::csrmultcsr<double>("MKL_DCSRMULTCSR", *trans, request, sort, k, {m, n, a, ja, ia}, b, jb, ib, c,
                                jc, ic, nzmax, info);
+}
+
+void mkl_zcsrmultcsr(const char* trans, const int& request, const int& sort, const int& m, const int& n,
+                     const int& k, const std::complex<double>* a, const int* ja, const int* ia,
+                     const std::complex<double>* b, const int* jb, const int* ib, std::complex<double>* c,
+                     int* jc, int* ic, const int& nzmax, int& info)
+{
+    detail::csrmultcsr<std::complex<double>>("MKL_ZCSRMULTCSR", *trans, request, sort, k, {m, n, a, ja, ia},
+                                             b, jb, ib, c, jc, ic, nzmax, info);
 }
 
 } // namespace Velmar::Lintrix

@@ -1,7 +1,7 @@
 // y := alpha*op(A)*x + beta*y.
 
+#include <lintrix/sparse/kernels.h>
 #include <lintrix/sparse/kernels/dense_operand.h>
-#include <lintrix/sparse/kernels/kernels.h>
 #include <lintrix/sparse/kernels/parameter_check.h>
 #include <lintrix/sparse/kernels/scratch.h>
 #include <lintrix/sparse/kernels/thread_plan.h>
@@ -197,14 +197,6 @@ void csrmv(const char* routine, char trans, const char* descriptor, const Produc
 
 } // namespace
 
-void mkl_zcsrmv(const char* transa, const int& m, const int& k, const ComplexCell& alpha,
-                const char* descriptor, const ComplexCell* values, const int* columns, const int* rowStarts,
-                const int* rowEnds, const ComplexCell* x, const ComplexCell& beta, ComplexCell* y)
-{
-    csrmv<ComplexCell>("MKL_ZCSRMV", *transa, descriptor,
-                       {m, k, alpha, beta, {values, columns, rowStarts, rowEnds}, x, y});
-}
-
 } // namespace Velmar::Lintrix::detail
 
 namespace Velmar::Lintrix {
@@ -215,6 +207,15 @@ void mkl_dcsrmv(const char* transa, const int& m, const int& k, const double& al
 {
     detail::csrmv<double>("MKL_DCSRMV", *transa, descriptor,
                           {m, k, alpha, beta, {values, columns, rowStarts, rowEnds}, x, y});
+}
+
+void mkl_zcsrmv(const char* transa, const int& m, const int& k, const std::complex<double>& alpha,
+                const char* descriptor, const std::complex<double>* values, const int* columns,
+                const int* rowStarts, const int* rowEnds, const std::complex<double>* x,
+                const std::complex<double>& beta, std::complex<double>* y)
+{
+    detail::csrmv<std::complex<double>>("MKL_ZCSRMV", *transa, descriptor,
+                                        {m, k, alpha, beta, {values, columns, rowStarts, rowEnds}, x, y});
 }
 
 } // namespace Velmar::Lintrix

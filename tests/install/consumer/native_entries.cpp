@@ -2,6 +2,8 @@
 // alone, on numbers that are exact; and the version macros against the library in use.
 #include <lintrix/lintrix.h>
 
+#include <algorithm>
+#include <complex>
 #include <cstring>
 #include <iostream>
 #include <vector>
@@ -55,6 +57,37 @@ void sparseResults()
     expect(info == KernelNotServed, "mkl_dcsrmultcsr in one pass");
 }
 
+using Cell = std::complex<double>;
+
+//     [ 1 2i ]
+// Z = [ .  3 ]
+const Cell z[] = {1.0, {0, 2}, 3.0};
+
+void complexProducts()
+{
+    const Cell x[] = {1.0, 10.0}, identity[] = {1.0, 0.0, 0.0, 1.0};
+    Cell y[2], C[4];
+    mkl_zcsrmv("C", 2, 2, 1.0, "GUNF", z, ja, ia, ia + 1, x, 0.0, y);
+    expect(y[0] == 1.0 && y[1] == Cell(30, -2), "mkl_zcsrmv");
+    mkl_zcsrmm("N", 2, 2, 2, {0, 1}, "GUNF", z, ja, ia, ia + 1, identity, 2, 0.0, C, 2);
+    expect(C[0] == Cell(0, 1) && C[1] == 0.0 && C[2] == -2.0 && C[3] == Cell(0, 3), "mkl_zcsrmm");
+}
+
+void complexSparseResults()
+{
+    int ic[3], jc[4], info = kUnwritten;
+    Cell c[4];
+    for (const int request : {1, 2})
+        mkl_zcsradd("C", request, 0, 2, 2, z, ja, ia, 1.0, z, ja, ia, c, jc, ic, 0, info);
+    const Cell sum[] = {2.0, {0, 2}, {0, -2}, 6.0};
+    expect(info == 0 && ic[2] == 5 && std::ranges::equal(c, sum), "mkl_zcsradd");
+
+    for (const int request : {1, 2})
+        mkl_zcsrmultcsr("C", request, 0, 2, 2, 2, z, ja, ia, z, ja, ia, c, jc, ic, 0, info);
+    const Cell product[] = {1.0, {0, 2}, {0, -2}, 13.0};
+    expect(info == 0 && ic[2] == 5 && std::ranges::equal(c, product), "mkl_zcsrmultcsr");
+}
+
 void conversion()
 {
     const double dense[] = {0, 4, -0.0, 5};
@@ -73,6 +106,8 @@ int main()
 {
     products();
     sparseResults();
+    complexProducts();
+    complexSparseResults();
     conversion();
     expect(std::strcmp(LINTRIX_VERSION_STRING, LibraryVersion()) == 0, "LINTRIX_VERSION_STRING");
     const std::string dotted = std::to_string(LINTRIX_VERSION_MAJOR) + '.' +

@@ -1,14 +1,17 @@
 #pragma once
 /// @file
-/// The dense classes that hold cells of one type, so that what a decomposition does with either is written
-/// once.
+/// The dense classes that hold cells of one type, so that what real and complex ones share is written once.
 
-#include <lintrix/complex/cmatrix.h>
-#include <lintrix/complex/cvector.h>
-#include <lintrix/dense/matrix.h>
-#include <lintrix/dense/vector.h>
+#include <lintrix/foundation/function_objects.h>
 
-namespace Velmar::Lintrix::detail {
+namespace Velmar::Lintrix {
+
+class Matrix;
+class Vector;
+class CMatrix;
+class CVector;
+
+namespace detail {
 
 template <class Cell>
 struct DenseClasses;
@@ -28,4 +31,5 @@ using MatrixOf = typename DenseClasses<Cell>::MatrixOf;
 template <class Cell>
 using VectorOf = typename DenseClasses<Cell>::VectorOf;
 
-} // namespace Velmar::Lintrix::detail
+} // namespace detail
+} // namespace Velmar::Lintrix

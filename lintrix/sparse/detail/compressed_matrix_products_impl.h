@@ -2,7 +2,8 @@
 /// @file
 /// Products of CompressedMatrix with dense operands. The kernels read its arrays in place.
 
-#include <lintrix/decompositions/detail/access.h>
+#include <lintrix/complex/access.h>
+#include <lintrix/dense/access.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/hardening.h>
