@@ -840,6 +840,7 @@ private:
     }
 
     /// Of a rectangular A, transposed products take one column only: those of more have strides of their own.
+    /// The hardened build refuses them all.
     void multiplyDense()
     {
         const Pair& A = anyPair();
@@ -849,6 +850,7 @@ private:
         const std::int32_t right = plain ? A.model.mCols : A.model.mRows,
                            left = plain ? A.model.mRows : A.model.mCols,
                            count = plain || left == right ? 1 + below(4) : 1;
+        if (detail::kHardened && !plain && left != right) return;
         const Columns B = columns(chance(8) ? size() : right, count),
                       C = columns(chance(8) ? size() : left, plain && chance(8) ? size() : count);
         const Cell alpha = factor(), beta = factor();
