@@ -76,6 +76,10 @@ const std::vector<RealSystem>& systems()
         {"lpi_galenet.mtx", 8, 14, 22, kMinimumNorm, 1e-11, "accurate", "", "", ""},
         {"young1c.mtx.gz", 841, 841, 4089, "LU", 1e-10, "accurate", kMatched, "accurate", ""},
         {"qc324.mtx.gz", 324, 324, 26730, "LU", 1e-8, "accurate", kSymmetric, "accurate", ""},
+        {"ybus_118.mtx", 118, 118, 476, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
+        {"slu_cg20.mtx", 400, 400, 1920, "LU", 1e-11, "accurate", kSymmetric, "accurate", ""},
+        {"ybus_1354pegase.mtx.gz", 1354, 1354, 4774, "LU", 1e-7, "accurate", kMatched, "accurate", ""},
+        {"yherm_1354pegase.mtx.gz", 1354, 1354, 4772, "LU", 1e-4, "", kCholesky, "", ""},
         {"GD99_c.mtx", 105, 105, 149, "LU", 0, "failed", kMatched, "failed",
          "structurally singular: 64 of 105 rows matched"},
     };
