@@ -2,6 +2,7 @@
 
 #include <lintrix/complex/access.h>
 #include <lintrix/sparse/detail/row_arrays.h>
+#include <lintrix/sparse/detail/sizes.h>
 
 #include <algorithm>
 #include <utility>
@@ -22,7 +23,9 @@ CSparseMatrix::CSparseMatrix(const CMatrix& matrix)
 {
     const Complex* const cells = detail::ComplexAccess::cells(matrix);
     const std::int64_t rows = matrix.Rows(), count = detail::ComplexAccess::count(matrix);
-    const auto stored = static_cast<std::int32_t>(std::count_if(cells, cells + count, isStored));
+    const std::int64_t elements = std::count_if(cells, cells + count, isStored);
+    detail::requireElementCount(elements);
+    const auto stored = static_cast<std::int32_t>(elements);
     detail::RowArrays<Complex> fresh{detail::Block<Complex>(stored), detail::Block<std::int32_t>(rows + 1),
                                      detail::Block<std::int32_t>(stored)};
     std::int32_t slot = 0;

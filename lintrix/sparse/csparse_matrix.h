@@ -24,6 +24,7 @@ public:
     CSparseMatrix() : CompressedMatrix(1, 1, 1, 1.2F) {}
     /// The elements of a dense matrix with a part that does not compare equal to zero; a NaN counts. Exact
     /// capacity, growth factor 0. The sizes are not checked: a matrix without rows or columns is taken.
+    /// @throws NotSupportedException  2^31 - 1 elements
     explicit CSparseMatrix(const CMatrix& matrix);
     /// Deep copy that is not marked Hermitian, whatever `matrix` is: below its diagonal it reads zero. A
     /// growth factor of 0 becomes 1; the capacity is raised to the row count.
