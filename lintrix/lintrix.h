@@ -31,10 +31,10 @@
 #include <lintrix/solvers/lanczos_observer.h>
 #include <lintrix/solvers/sparse_solver.h>
 #include <lintrix/solvers/sparse_svd.h>
+#include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/file_format_exception.h>
 #include <lintrix/sparse/kernels.h>
 #include <lintrix/sparse/matrix_market.h>
 #include <lintrix/sparse/sparse_assembler.h>
-#include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/sparse_matrix.h>
 #include <lintrix/version.h>
