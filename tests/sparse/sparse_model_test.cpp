@@ -81,11 +81,13 @@ public:
 
     void step()
     {
-        last_ = below(static_cast<int>(std::size(kOperations)));
-        (this->*kOperations[last_].run)();
+        const auto number = static_cast<std::size_t>(below(static_cast<int>(std::size(kOperations))));
+        const Operation operation = kOperations[number];
+        lastName_ = operation.name;
+        (this->*operation.run)();
         for (const Pair& pair : pairs_) expectSame(pair.object, pair.model);
     }
-    const char* lastName() const { return kOperations[last_].name; }
+    const char* lastName() const { return lastName_; }
 
 private:
     struct Pair {
@@ -894,7 +896,7 @@ private:
 
     std::mt19937_64 dice_;
     int palette_; ///< what cells are drawn from: integers, any numbers, or odd ones among them
-    int last_ = 0;
+    const char* lastName_ = "none yet";
     std::array<Pair, 3> pairs_{Pair{Sparse(4, 5), Model::init(4, 5, 100, 1.2F, false)},
                                Pair{Sparse(4, true, 4, 1.5F), Model::init(4, 4, 4, 1.5F, true)},
                                Pair{Sparse(), Model::init(1, 1, 1, Twin::kFactorOfTheEmptyOne, false)}};
