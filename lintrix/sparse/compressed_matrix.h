@@ -25,6 +25,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace Velmar::Lintrix {
@@ -56,6 +57,10 @@ struct SparseTwin;
 /// The sparse class with cells of this type.
 template <class Cell>
 using SparseOf = typename SparseClass<Cell>::Type;
+
+/// What an element of a complex matrix can be calculated with.
+template <class T, class Cell>
+concept ComplexOperand = std::is_same_v<Cell, Complex> && std::is_convertible_v<const T&, Cell>;
 
 /// A rectangular matrix that stores the elements it was given.
 ///
@@ -98,6 +103,54 @@ public:
         Reference& operator-=(Cell value) { return *this = static_cast<Cell>(*this) - value; }
         Reference& operator*=(Cell value) { return *this = static_cast<Cell>(*this) * value; }
         Reference& operator/=(Cell value) { return *this = static_cast<Cell>(*this) / value; }
+
+        friend Cell operator-(const Reference& x) { return -static_cast<Cell>(x); }
+        // The operators of std::complex are templates and convert nothing; those of double need no help.
+        template <ComplexOperand<Cell> T>
+        friend Cell operator+(const Reference& x, const T& y)
+        {
+            return static_cast<Cell>(x) + static_cast<Cell>(y);
+        }
+        template <ComplexOperand<Cell> T>
+        requires(!std::is_same_v<T, Reference>) friend Cell operator+(const T& x, const Reference& y)
+        {
+            return static_cast<Cell>(x) + static_cast<Cell>(y);
+        }
+        template <ComplexOperand<Cell> T>
+        friend Cell operator-(const Reference& x, const T& y)
+        {
+            return static_cast<Cell>(x) - static_cast<Cell>(y);
+        }
+        template <ComplexOperand<Cell> T>
+        requires(!std::is_same_v<T, Reference>) friend Cell operator-(const T& x, const Reference& y)
+        {
+            return static_cast<Cell>(x) - static_cast<Cell>(y);
+        }
+        template <ComplexOperand<Cell> T>
+        friend Cell operator*(const Reference& x, const T& y)
+        {
+            return static_cast<Cell>(x) * static_cast<Cell>(y);
+        }
+        template <ComplexOperand<Cell> T>
+        requires(!std::is_same_v<T, Reference>) friend Cell operator*(const T& x, const Reference& y)
+        {
+            return static_cast<Cell>(x) * static_cast<Cell>(y);
+        }
+        template <ComplexOperand<Cell> T>
+        friend Cell operator/(const Reference& x, const T& y)
+        {
+            return static_cast<Cell>(x) / static_cast<Cell>(y);
+        }
+        template <ComplexOperand<Cell> T>
+        requires(!std::is_same_v<T, Reference>) friend Cell operator/(const T& x, const Reference& y)
+        {
+            return static_cast<Cell>(x) / static_cast<Cell>(y);
+        }
+        template <ComplexOperand<Cell> T>
+        friend bool operator==(const Reference& x, const T& y)
+        {
+            return static_cast<Cell>(x) == static_cast<Cell>(y);
+        }
 
     private:
         friend class CompressedMatrix;
@@ -312,11 +365,11 @@ public:
     /// C := alpha*op(A)*B + beta*C in place. Checks: rows of B, rows of C, columns of C.
     ///
     /// The columns of B and C are addressed A.Cols() and A.Rows() apart in every mode, so a transposed
-    /// product means what it says for square A only, or for one column (the hardened build refuses the others
-    /// with InvalidOperationException). The checks accept the others all the same, and their results are
-    /// relied on, so it stays: transpose A first to multiply by a rectangular A'. The addresses of a
-    /// rectangular A lead past the end of B or C: there zeros are read, and nothing is written; every cell of
-    /// C that they do meet gets the told value.
+    /// product means what it says for square A only, or for one column (the hardened build refuses every
+    /// rectangular A there with InvalidOperationException). The checks accept the others all the same, and
+    /// their results are relied on, so it stays: transpose A first to multiply by a rectangular A'. The
+    /// addresses of a rectangular A lead past the end of B or C: there zeros are read, and nothing is
+    /// written; every cell of C that they do meet gets the told value.
     /// @throws InvalidSizeException      no message
     /// @throws NotSquareMatrixException  as above
     static void Multiply(Cell alpha, TransposeMode transA, const Self& A, const M& B, Cell beta, M& C);

@@ -590,5 +590,23 @@ TEST(CSparseMatrixFillRandom, WhatIsRefusedLeavesTheMatrix)
     }
 }
 
+TEST(CSparseMatrixElements, AreCalculatedWithAsNumbers)
+{
+    CSparseMatrix A(2, 2);
+    const Complex x(1, 2), y(3, -1);
+    A(0, 0) = x;
+    A(0, 1) = y;
+    EXPECT_EQ(A(0, 0) + A(0, 1), x + y);
+    EXPECT_EQ(A(0, 0) - y, x - y);
+    EXPECT_EQ(x * A(0, 1), x * y);
+    EXPECT_EQ(A(0, 0) / 2.0, x / 2.0);
+    EXPECT_EQ(2 - A(0, 0), 2.0 - x);
+    EXPECT_EQ(-A(0, 1), -y);
+    EXPECT_TRUE(A(0, 0) == x && x == A(0, 0) && A(0, 0) != A(0, 1) && A(1, 1) == 0.0);
+    A(1, 1) = A(0, 0) * A(0, 1);
+    A(1, 1) += A(0, 0);
+    EXPECT_EQ(A.Item(1, 1), x * y + x);
+}
+
 } // namespace
 } // namespace Velmar::Lintrix
