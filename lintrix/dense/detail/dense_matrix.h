@@ -31,7 +31,7 @@
 namespace Velmar::Lintrix::detail {
 
 template <class Cell>
-struct AccessTo;
+struct LINTRIX_TESTABLE AccessTo;
 template <class Cell>
 struct BlockView;
 template <class Cell>
