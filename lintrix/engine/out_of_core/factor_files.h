@@ -1,0 +1,77 @@
+#pragma once
+/// @file
+/// The eleven files of a handle in the out-of-core mode.
+///
+/// Their names are the path prefix, a number and the ending of the array. The number is the first for which
+/// none of the files is there, taken by making the first of them exclusively: so handles and processes that
+/// share a folder never share a file. A step opens the files by their names and closes them when it ends.
+/// What one step has written another may find changed, cut off or gone; each answers that with a failure.
+
+#include <lintrix/engine/call/factor_file.h>
+#include <lintrix/engine/call/failure.h>
+#include <lintrix/engine/call/handle.h>
+#include <lintrix/services/export.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace Velmar::Lintrix::detail::engine {
+
+/// Of any bytes; a change of a few of them changes it for certain, any other with all but 2^-64. As fast as
+/// memory is read.
+LINTRIX_TESTABLE std::uint64_t checkSum(std::span<const std::byte> bytes) noexcept;
+
+/// Makes the files, empty. All or none: on failure none is left.
+/// @return  {OutOfCoreOpen, -10} with the file
+LINTRIX_TESTABLE Failure createFactorFiles(Handle handle);
+
+/// Whether the handle has files.
+LINTRIX_TESTABLE bool holdsFactorFiles(const Handle& handle) noexcept;
+
+/// Removes them, or forgets them where they are to be kept. A file that somebody else has removed is no
+/// failure.
+LINTRIX_TESTABLE void removeFactorFiles(Handle handle) noexcept;
+
+/// The files, open for one step of a call. Offsets and lengths are in bytes. Reading and writing may be
+/// called by several threads at a time.
+class LINTRIX_TESTABLE OpenFactorFiles {
+public:
+    OpenFactorFiles() noexcept = default;
+    ~OpenFactorFiles();
+    OpenFactorFiles(const OpenFactorFiles&) = delete;
+    OpenFactorFiles& operator=(const OpenFactorFiles&) = delete;
+
+    /// @return  {OutOfCoreOpen, -10} with the file
+    Failure open(const Handle& handle, FileStep step);
+
+    /// @return  {OutOfCoreTransfer, -11} with the file
+    Failure write(FactorFile file, std::int64_t offset, std::span<const std::byte> from);
+    /// A file that ends before has been cut off: a failure, as above.
+    Failure read(FactorFile file, std::int64_t offset, std::span<std::byte> into);
+    /// Lets the system begin to read what will be wanted soon, and returns at once.
+    void readAhead(FactorFile file, std::int64_t offset, std::int64_t length) noexcept;
+
+    /// A small array, whole, behind its length and its check sum: arraySize(bytes) in the file.
+    Failure writeArray(FactorFile file, std::int64_t offset, std::span<const std::byte> from);
+    /// @return  {OutOfCoreTransfer, -11} also where length or check sum differ: the file has been changed
+    Failure readArray(FactorFile file, std::int64_t offset, std::span<std::byte> into);
+    static constexpr std::int64_t arraySize(std::int64_t bytes) noexcept { return bytes + 16; }
+
+    /// The failure that a block of this file does not have the check sum it was written with.
+    Failure changed(FactorFile file) const noexcept;
+
+    std::int64_t bytesRead() const noexcept { return bytesRead_; }
+    std::int64_t bytesWritten() const noexcept { return bytesWritten_; }
+    /// Of all threads together.
+    double secondsReading() const noexcept { return 1e-9 * static_cast<double>(nanosecondsReading_); }
+    double secondsWriting() const noexcept { return 1e-9 * static_cast<double>(nanosecondsWriting_); }
+
+private:
+    int descriptors_[kFactorFiles] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+    FileStep step_ = FileStep::Analysis;
+    std::atomic<std::int64_t> bytesRead_{0}, bytesWritten_{0}, nanosecondsReading_{0}, nanosecondsWriting_{0};
+};
+
+} // namespace Velmar::Lintrix::detail::engine
