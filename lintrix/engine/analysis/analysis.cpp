@@ -4,7 +4,9 @@
 #include <lintrix/engine/analysis/graph/adjacency.h>
 #include <lintrix/engine/analysis/memory_figures.h>
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/analysis/symbolic/structure_files.h>
 #include <lintrix/engine/call/shifted_indices.h>
+#include <lintrix/engine/out_of_core/out_of_core_settings.h>
 #include <lintrix/engine/report/messages.h>
 
 #include <algorithm>
@@ -20,31 +22,50 @@ int parameterValue(std::int64_t value)
     return static_cast<int>(std::min<std::int64_t>(value, std::numeric_limits<int>::max()));
 }
 
+int megabytes(std::int64_t kilobytes)
+{
+    return parameterValue((kilobytes + 1023) / 1024);
+}
+
 void tellMemory(Analysis& run, const MemoryFigures& figures)
 {
     ControlBlock& control = run.control();
     control[Word::AnalysisPeak] = parameterValue(figures.analysisPeak);
     control[Word::AnalysisKept] = parameterValue(figures.analysisKept);
     control[Word::FactorMemory] = parameterValue(figures.factors);
-    const auto megabytes = [](std::int64_t kilobytes) { return parameterValue((kilobytes + 1023) / 1024); };
     const Parameters iparm = run.call.iparm;
     iparm[Parameter::InCoreMegabytes] = megabytes(figures.analysisKept + figures.factors);
     iparm[Parameter::InCoreKeptMegabytes] = megabytes(figures.analysisKept);
     iparm[Parameter::OutOfCoreMegabytes] = megabytes(figures.leastOutOfCore);
 }
 
-/// This build has no out-of-core mode: 1 always finds room in core, and 2 cannot be served.
-Failure decideCoreMode(const Analysis& run)
+/// Where the factor goes, and why.
+struct CoreMode {
+    bool outOfCore;
+    Message reason;
+};
+
+CoreMode coreMode(const Analysis& run)
 {
     const Parameters iparm = run.call.iparm;
-    const int wanted = iparm[Parameter::OutOfCore];
-    const bool outOfCore = wanted == 2;
-    iparm[Parameter::CoreMode] = outOfCore ? 1 : 0;
-    if (run.call.msglvl > 0) {
-        const Message inCore = wanted == 0 ? Message::InCoreForced : Message::InCoreChosen;
-        print(outOfCore ? Message::OutOfCoreForced : inCore);
-    }
-    return outOfCore ? Failure{Error::OutOfCoreMemory, -9} : Failure{};
+    if (iparm[Parameter::OutOfCore] == 0) return {false, Message::InCoreForced};
+    if (iparm[Parameter::OutOfCore] == 2) return {true, Message::OutOfCoreForced};
+    const std::int64_t core = coreMegabytes(run.handle), total = iparm[Parameter::InCoreMegabytes];
+    const std::int64_t permanent =
+        megabytes(std::int64_t{run.control()[Word::AnalysisKept]} + run.control()[Word::FactorMemory]);
+    return core > total && core > permanent + 2 ? CoreMode{false, Message::InCoreChosen}
+                                                : CoreMode{true, Message::OutOfCoreChosen};
+}
+
+Failure decideCoreMode(Analysis& run)
+{
+    const Parameters iparm = run.call.iparm;
+    const CoreMode mode = coreMode(run);
+    iparm[Parameter::CoreMode] = run.control()[Word::OutOfCore] = mode.outOfCore ? 1 : 0;
+    if (run.call.msglvl > 0) print(mode.reason);
+    const bool isTooSmall =
+        mode.outOfCore && iparm[Parameter::OutOfCoreMegabytes] > coreMegabytes(run.handle);
+    return isTooSmall ? Failure{Error::OutOfCoreMemory, -9} : Failure{};
 }
 
 /// How many rows each supernode updates below itself.
@@ -60,11 +81,14 @@ Failure makeUpdateLengths(Analysis& run)
     return {};
 }
 
+/// pt[6] stays where the call goes on to files with its factor, until the next analysis or release: callers
+/// find the slot filled then.
 void releaseWork(Analysis& run)
 {
-    for (const Slot slot :
-         {Slot::AnalysisWork, Slot::SymbolicWork, Slot::IntegerWork, Slot::SymbolicStructure})
+    for (const Slot slot : {Slot::AnalysisWork, Slot::SymbolicWork, Slot::IntegerWork})
         run.handle.release(slot);
+    const bool stays = run.control()[Word::OutOfCore] != 0 && run.call.phase.factorizes();
+    if (!stays) run.handle.release(Slot::SymbolicStructure);
     PermanentStructure(run.handle).shrinkToTargets();
 }
 
@@ -86,7 +110,8 @@ Failure runSteps(Analysis& run)
     tellMemory(run, forecastMemory(run.control(), run.handle.holds(Slot::Matching)));
     if (const Failure failure = decideCoreMode(run)) return failure;
     if (const Failure failure = buildLists(run)) return failure;
-    return makeUpdateLengths(run);
+    if (const Failure failure = makeUpdateLengths(run)) return failure;
+    return run.control()[Word::OutOfCore] != 0 ? storeStructure(run.handle) : Failure{};
 }
 
 } // namespace

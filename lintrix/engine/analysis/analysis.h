@@ -9,15 +9,17 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Matching and scaling, adjacency, ordering, symbolic factorization, memory forecast, maps and lists, in
-/// this order; then the work blocks go. The settings of the analysis stand in the control block. `ia` and
-/// `ja` are at base 0 meanwhile and at base 1 again when it returns.
+/// Matching and scaling, adjacency, ordering, symbolic factorization, memory forecast and the choice between
+/// memory and files, maps and lists, the files if there are to be any, in this order; then the work blocks
+/// go. The settings of the analysis stand in the control block. `ia` and `ja` are at base 0 meanwhile and at
+/// base 1 again when it returns.
 ///
 /// On success pt[7] holds the permanent structure. On failure the handle stays live and holds what was made;
 /// a call with phase -1 releases it.
 /// @return  {Reordering, kBadPattern} for a pattern that is none, Matching, Memory by block, Reordering,
 /// Overflow,
-///          {OutOfCoreMemory, -9} where `iparm(60)` asks for the mode that this build does not have
+///          {OutOfCoreMemory, -9} where the configured core is less than the mode takes at least,
+///          {OutOfCoreOpen, -10}, {OutOfCoreTransfer, -11} of its files
 Failure analyse(const Arguments& call, Handle handle, Timers& timers);
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -17,7 +17,7 @@ void releaseBlock(void*& slot) noexcept
 
 bool hasFactor(const FactorEntry& entry) noexcept
 {
-    return entry.storage != nullptr;
+    return entry.exchanges != nullptr;
 }
 
 void releaseOutOfCore(OutOfCoreTable* table) noexcept

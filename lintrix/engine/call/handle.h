@@ -34,7 +34,7 @@ enum class Slot : int {
 
 /// One factorization of the table in pt[3]: six words.
 struct FactorEntry {
-    void* storage;             ///< of L and U
+    void* storage;             ///< of L and U; null where they are in files
     std::int64_t size;         ///< elements of the factor, kUnset as long as there is none
     std::int64_t bytes;        ///< of the storage
     int* exchanges;            ///< 2 n: rows, then columns, within the diagonal blocks

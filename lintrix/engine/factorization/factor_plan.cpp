@@ -3,6 +3,7 @@
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/call/matrix_type.h>
 #include <lintrix/engine/factorization/runs.h>
+#include <lintrix/engine/out_of_core/out_of_core_settings.h>
 
 #include <algorithm>
 #include <complex>
@@ -93,6 +94,13 @@ Failure FactorLists::make(const Handle& handle, FactorPlan& plan)
     return makeScaling(handle, plan);
 }
 
+std::int64_t FactorLists::bytes() const noexcept
+{
+    return static_cast<std::int64_t>(descendantStarts_.span().size_bytes() +
+                                     descendants_.span().size_bytes() + runs_.span().size_bytes() +
+                                     factors_.span().size_bytes());
+}
+
 Failure FactorLists::makeDescendants(FactorPlan& plan)
 {
     const std::int64_t starts = std::int64_t{plan.structure.supernodes()} + 1;
@@ -170,7 +178,7 @@ int elementKind(int mtype, bool singlePrecision) noexcept
 bool holdsFactor(const Handle& handle, int mnum, int kind) noexcept
 {
     const FactorEntry& entry = entryOf(handle, mnum);
-    return entry.storage != nullptr && entry.size != kUnset &&
+    return entry.size != kUnset &&
            elementKind(entry.mtype, handle.control()[Word::SinglePrecision] != 0) == kind;
 }
 
@@ -181,7 +189,8 @@ Failure reserveFactor(Handle handle, int mnum)
     FactorEntry& entry = entryOf(handle, mnum);
     entry.size = kUnset;
     const std::int64_t bytes = elementsOf(control) * static_cast<std::int64_t>(sizeof(T));
-    if (entry.storage == nullptr || entry.bytes < bytes) {
+    const bool isInCore = control[Word::OutOfCore] == 0;
+    if (isInCore && (entry.storage == nullptr || entry.bytes < bytes)) {
         Handle::releaseFactor(entry);
         entry.storage = alignedAllocate(static_cast<std::size_t>(bytes), kBlockAlignment);
         if (entry.storage == nullptr) return outOfMemory(BlockCode::Factors, bytes);
@@ -227,6 +236,15 @@ FactorRules rulesOfFactor(const Handle& handle, int mnum)
 {
     const FactorEntry& entry = entryOf(handle, mnum);
     return {.method = static_cast<Method>(entry.method), .hermitian = isHermitian(entry.mtype), .eps = 0.0};
+}
+
+std::int64_t bytesForPanels(const Handle& handle, std::int64_t taken)
+{
+    const ControlBlock& control = handle.control();
+    const std::int64_t exchanges = 2 * std::int64_t{control[Word::Order]} * std::int64_t{sizeof(int)};
+    const std::int64_t kept = 1024 * std::int64_t{control[Word::AnalysisKept]} + exchanges;
+    constexpr std::int64_t kMegabyte = 1 << 20, kMost = std::int64_t{1} << 40;
+    return std::min(coreMegabytes(handle), kMost) * kMegabyte - kept - taken;
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \

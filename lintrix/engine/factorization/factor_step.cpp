@@ -1,9 +1,12 @@
 #include <lintrix/engine/factorization/factor_step.h>
 
+#include <lintrix/engine/analysis/symbolic/structure_files.h>
 #include <lintrix/engine/call/matrix_type.h>
 #include <lintrix/engine/call/progress_scope.h>
 #include <lintrix/engine/call/scalar.h>
+#include <lintrix/engine/factorization/elimination.h>
 #include <lintrix/engine/factorization/factor_plan.h>
+#include <lintrix/engine/factorization/grouped_factorization.h>
 #include <lintrix/engine/report/messages.h>
 
 #include <algorithm>
@@ -81,6 +84,29 @@ Failure prepare(Handle handle, FactorPlan& plan, FactorLists& lists, Timers& tim
     return lists.make(handle, plan);
 }
 
+/// With the panels in files: what the configured core leaves is the room that they pass through.
+template <class T>
+FactorResult factorizeOutOfCore(const Arguments& call, Handle handle, const FactorPlan& plan,
+                                std::int64_t listBytes, const FactorRules& rules,
+                                const ProgressListener& listener)
+{
+    OpenFactorFiles files;
+    if (const Failure failure = openFactorFiles(handle, FileStep::Factorization, files)) return {failure, {}};
+    FactorStore<T> store(plan, files, call.mnum);
+    if (const Failure failure = store.allocate()) return {failure, {}};
+    const std::int64_t taken = listBytes + plan.structure.supernodes() + FactorStore<T>::sumBytes(plan) +
+                               plan.threads * Eliminator<T>::workBytes(plan);
+    const PanelSchedule schedule =
+        PanelSchedule::ofFactorization(plan, bytesForPanels(handle, taken) / std::int64_t{sizeof(T)});
+    const auto room = Scratch<T>::uninitialised(schedule.groupRoom() + schedule.chunkRoom());
+    if (!room) return {outOfMemory(BlockCode::Factors, room.missingBytes()), {}};
+    const Factor<T> exchanges = factorIn<T>(handle, call.mnum);
+    FactorResult result = factorizeInGroups(plan, rules, static_cast<const T*>(call.a), exchanges, store,
+                                            schedule, room.get(), listener);
+    if (!result.failure) result.failure = store.writeTables(exchanges);
+    return result;
+}
+
 template <class T>
 Failure factorizeAs(const Arguments& call, Handle handle, Timers& timers)
 {
@@ -97,8 +123,10 @@ Failure factorizeAs(const Arguments& call, Handle handle, Timers& timers)
     FactorResult result;
     {
         const TimedStep timed(timers, Timer::NumericFactorization);
-        result = factorize(plan, rules, static_cast<const T*>(call.a), factorIn<T>(handle, call.mnum),
-                           announcer.listener());
+        result = control[Word::OutOfCore] != 0
+                     ? factorizeOutOfCore<T>(call, handle, plan, lists.bytes(), rules, announcer.listener())
+                     : factorize(plan, rules, static_cast<const T*>(call.a), factorIn<T>(handle, call.mnum),
+                                 announcer.listener());
     }
     control[Real::FactorSeconds] = timers.seconds(Timer::NumericFactorization) - before;
     tellPivots(result.pivots, call.iparm, control);

@@ -34,6 +34,9 @@ LINTRIX_TESTABLE bool holdsFactorFiles(const Handle& handle) noexcept;
 /// failure.
 LINTRIX_TESTABLE void removeFactorFiles(Handle handle) noexcept;
 
+/// Removes them even where they are to be kept: nothing of use is in them.
+LINTRIX_TESTABLE void discardFactorFiles(Handle handle) noexcept;
+
 /// The files, open for one step of a call. Offsets and lengths are in bytes. Reading and writing may be
 /// called by several threads at a time.
 class LINTRIX_TESTABLE OpenFactorFiles {

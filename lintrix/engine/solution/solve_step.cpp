@@ -1,6 +1,7 @@
 #include <lintrix/engine/solution/solve_step.h>
 
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/analysis/symbolic/structure_files.h>
 #include <lintrix/engine/factorization/factor_plan.h>
 #include <lintrix/engine/solution/backward_error.h>
 #include <lintrix/engine/solution/conjugate_gradient.h>
@@ -15,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -64,9 +66,8 @@ bool solvesTransposed(const Arguments& call)
 }
 
 template <class T>
-StoredFactor<T> storedFactor(Handle handle, int mnum)
+StoredFactor<T> storedFactor(Handle handle, const FactorPlan& plan, int mnum)
 {
-    const FactorPlan plan = planOf(handle);
     const FactorRules rules = rulesOfFactor(handle, mnum);
     return {plan.structure, plan.lowerStarts, plan.upperStarts,
             rules.method,   rules.hermitian,  factorIn<T>(handle, mnum)};
@@ -96,6 +97,37 @@ struct IterationLayout {
     std::int64_t sums, scalars, bytes;
 };
 
+/// A factor in files, open for the length of a solve.
+template <class T>
+struct FilesOfSolve {
+    /// The panels pass through what the configured core leaves beside `taken` bytes, but at least the room of
+    /// the largest supernode.
+    FilesOfSolve(const FactorPlan& plan, int mnum, const Handle& handle, std::int64_t taken)
+        : store(plan, files, mnum),
+          schedule(
+              PanelSchedule::ofSolve(plan, (bytesForPanels(handle, taken) - FactorStore<T>::sumBytes(plan)) /
+                                               std::int64_t{sizeof(T)}))
+    {
+    }
+
+    Failure open(const Handle& handle, const StoredFactor<T>& factor, int threads)
+    {
+        if (const Failure failure = openFactorFiles(handle, FileStep::Solve, files)) return failure;
+        if (const Failure failure = store.allocate()) return failure;
+        if (const Failure failure = store.readTables(factor.panels)) return failure;
+        room = Scratch<T>::uninitialised(schedule.chunkRoom());
+        if (!room) return outOfMemory(BlockCode::RealWork, room.missingBytes());
+        stream.emplace(store, schedule, factor, room.get(), threads);
+        return {};
+    }
+
+    OpenFactorFiles files;
+    FactorStore<T> store;
+    PanelSchedule schedule;
+    Scratch<T> room;
+    std::optional<PanelStream<T>> stream;
+};
+
 constexpr std::int64_t roundUp(std::int64_t bytes)
 {
     return (bytes + 63) / 64 * 64;
@@ -107,12 +139,13 @@ public:
     SolveStep(const Arguments& call, Handle handle, Timers& timers)
         : call_(call), handle_(handle), control_(handle.control()), timers_(timers),
           improvement_(improvementFor(call, control_)), threads_(control_[Word::Threads]), count_(call.nrhs),
-          factor_(storedFactor<T>(handle, call.mnum)), matrix_{call.n,
-                                                               call.ia,
-                                                               call.ja,
-                                                               static_cast<const T*>(call.a),
-                                                               storageOf(call.mtype),
-                                                               solvesTransposed(call)},
+          plan_(planOf(handle)),
+          factor_(storedFactor<T>(handle, plan_, call.mnum)), matrix_{call.n,
+                                                                      call.ia,
+                                                                      call.ja,
+                                                                      static_cast<const T*>(call.a),
+                                                                      storageOf(call.mtype),
+                                                                      solvesTransposed(call)},
           b_(static_cast<T*>(call.b)), x_(static_cast<T*>(call.x))
     {
     }
@@ -123,8 +156,13 @@ public:
         if (count_ < 1) return {};
         if (const Failure failure = findParts()) return failure;
         if (const Failure failure = reserveWork()) return failure;
+        if (const Failure failure = openFiles()) return failure;
         const double seconds = solveDirectly();
-        if (const Failure failure = improve(seconds)) return failure;
+        if (const Failure failure = fileFailure()) return failure;
+        const Failure unimproved = improve(seconds);
+        // Of an iteration whose solves came to nothing no other failure means anything.
+        if (const Failure failure = fileFailure()) return failure;
+        if (unimproved) return unimproved;
         if (call_.iparm[Parameter::SolutionPlace] == 1) std::copy_n(x_, elements(), b_);
         return {};
     }
@@ -137,7 +175,7 @@ private:
     {
         const bool consecutive = areConsecutive(PermanentStructure(handle_).subgraphs());
         control_[Word::ConsecutiveSubgraphs] = consecutive ? 1 : 0;
-        if (!consecutive || !DirectSolve<T>::takesParts(threads_, count_)) return {};
+        if (isFromFiles() || !consecutive || !DirectSolve<T>::takesParts(threads_, count_)) return {};
         return solveParts(handle_, threads_, parts_);
     }
 
@@ -153,6 +191,18 @@ private:
         return reserve(handle_, Slot::IterationWork, WideWord::IterationWorkBytes, layout().bytes,
                        BlockCode::IterationWork);
     }
+
+    bool isFromFiles() const { return control_[Word::OutOfCore] != 0; }
+
+    Failure openFiles()
+    {
+        if (!isFromFiles()) return {};
+        files_.emplace(plan_, call_.mnum, handle_,
+                       control_[WideWord::RealWorkBytes] + control_[WideWord::IterationWorkBytes]);
+        return files_->open(handle_, factor_, threads_);
+    }
+
+    Failure fileFailure() const { return isFromFiles() ? files_->stream->failure() : Failure{}; }
 
     bool isExtended() const { return call_.iparm[Parameter::RefinementLimit] < 0; }
 
@@ -198,9 +248,13 @@ private:
 
     DirectSolve<T> solver()
     {
-        return {factor_,  systemFrame(handle_),
-                parts_,   matrix_.transposed,
-                threads_, handle_.template block<T>(Slot::RealWork)};
+        return {factor_,
+                systemFrame(handle_),
+                parts_,
+                matrix_.transposed,
+                threads_,
+                handle_.template block<T>(Slot::RealWork),
+                isFromFiles() ? &*files_->stream : nullptr};
     }
 
     /// @return  the seconds it took
@@ -303,7 +357,9 @@ private:
     Timers& timers_;
     Improvement improvement_;
     int threads_, count_;
+    FactorPlan plan_;
     StoredFactor<T> factor_;
+    std::optional<FilesOfSolve<T>> files_;
     SubstitutionParts parts_;
     CallersMatrix<T> matrix_;
     T *b_, *x_;
