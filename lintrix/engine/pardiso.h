@@ -101,13 +101,13 @@ enum class PardisoParameter : int {
     CheckSecond = 32,  ///< Out, likewise: what stands there.
     CheckThird = 33,   ///< Out, likewise: what stands behind it, or the bound that is passed.
     PartExponent = 50, ///< Out, each call: 0. What the caller stores is never used. Default 0.
-    CoreMode = 57,     ///< Out, analysis: 0 the factor is held in memory, 1 it was asked to be in files.
-    /// In, analysis: 0 and 1 hold the factor in memory; 2, which 22 is changed into, asks for files, and this
-    /// build answers with error -9. Default 0.
+    CoreMode = 57,     ///< Out, analysis: 0 factors are held in memory, 1 in files.
+    /// In, analysis: 0 holds factors in memory; 2, which 22 is changed into, in files; 1 in memory where the
+    /// configured core has room for them, else in files. Default 0.
     OutOfCore = 60,
     InCoreMegabytes = 61,     ///< Out, analysis: megabytes in all, with a factor.
     InCoreKeptMegabytes = 62, ///< Out, analysis: of these, what the analysis keeps.
-    OutOfCoreMegabytes = 63,  ///< Out, analysis: megabytes at least, were the factor in files.
+    OutOfCoreMegabytes = 63,  ///< Out, analysis: megabytes at least with factors in files.
     Version = 64,             ///< Out, each call: the number of the engine's version, 102000114.
 };
 
@@ -179,7 +179,9 @@ private:
 ///                      how many rows can be matched
 ///                -  -7 a matrix with as many entries as rows is not diagonal, or has a zero value
 ///                -  -8 a size does not fit 32 bits
-///                -  -9 iparm(60) asks for files, which this build does not have; -10 and -11 would be theirs
+///                -  -9 out of core, with a core below iparm(63) megabytes
+///                - -10 a file of the out-of-core mode could not be made or opened
+///                - -11 one could not be read or written, or is not as it was written
 ///
 /// After a failed analysis there is none, and only another analysis or phase -1 makes sense. After a failed
 /// factorization there is no factor `mnum`; analysis and other factors stay, and the call may be repeated.
@@ -190,6 +192,23 @@ private:
 /// entries than were analysed (-1); what was analysed is factorized, whatever `ia` and `ja` say by then. That
 /// they are a pattern at all is checked where iparm(27) asks for it, and always in the hardened build.
 /// Between 2 and -2, or 4 and -4, `mtype` may change before a factorization.
+///
+/// **Factors in files.** With iparm(60) = 2, or 1 where the factor needs more than the configured core, the
+/// factors of a handle stand in eleven files, and no more of them is in memory than the core has room for.
+/// The core is what the handle keeps, the panels at work and all work space together, but no more right-hand
+/// sides than iparm(63) was told for. The folder needs room for `maxfct` factors.
+///
+/// | Variable                        | Key of the file                 | Default                               |
+/// |---------------------------------|---------------------------------|---------------------------------------|
+/// | `MKL_PARDISO_OOC_PATH`          | `mkl_pardiso_ooc_path`          | `ooc_temp`: how the file names begin  |
+/// | `MKL_PARDISO_OOC_MAX_CORE_SIZE` | `mkl_pardiso_ooc_max_core_size` | 2000: the core, in megabytes of 2^20  |
+/// | `MKL_PARDISO_OOC_KEEP_FILE`     | `mkl_pardiso_ooc_keep_file`     | 1: the files stay; 0: they go with -1 |
+///
+/// They are read when a handle is made and at each analysis. The file, `pardiso_ooc.cfg` in the current
+/// folder unless `MKL_PARDISO_OOC_CFG_PATH` and `MKL_PARDISO_OOC_CFG_FILE_NAME` name another, has lines of
+/// key, `=` or blank, and value; `#` begins a comment. Each solve and each step of refinement reads the files
+/// upwards and downwards once, for all right-hand sides. The factor is that which the same analysis has in
+/// memory, bit for bit.
 ///
 /// **An error of 0 is no promise of a solution.** Where iparm(14) counts perturbed pivots the factor belongs
 /// to a matrix nearby; two steps of refinement follow unasked, but nobody looks at what they leave, and a
