@@ -94,7 +94,7 @@ TEST_P(Descendants, OfPanelsTogetherAreMergedAscendingEachOnce)
         for (int panel = J; panel <= end; ++panel) {
             for (const Descendant& d : lists().of(panel)) expected.insert(d.source);
         }
-        MergedDescendants merged(lists(), J, end);
+        MergedDescendants merged(lists(), J, end, {0, end});
         for (const int K : expected) {
             ASSERT_TRUE(merged.next());
             ASSERT_EQ(merged.source(), K);

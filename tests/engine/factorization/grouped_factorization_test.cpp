@@ -5,10 +5,7 @@
 #include <lintrix/engine/solution/panel_stream.h>
 
 #include "tests/engine/factorization/factorization_case.h"
-#include "tests/support/temporary_folder.h"
-
-#include <cstdlib>
-#include <fstream>
+#include "tests/engine/out_of_core/out_of_core_handle.h"
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -18,61 +15,46 @@ class HandleWithFiles {
 public:
     HandleWithFiles()
     {
-        EXPECT_FALSE(handle_.create(1));
-        EXPECT_FALSE(handle_.createOutOfCoreControl());
-        ::setenv("MKL_PARDISO_OOC_PATH", (folder_ / "factor").c_str(), 1);
-        ::setenv("MKL_PARDISO_OOC_KEEP_FILE", "0", 1);
-        readOutOfCoreSettings(handle_, false);
-        EXPECT_FALSE(createFactorFiles(handle_));
+        environment_.set("PATH", folder_.at("factor"));
+        environment_.set("KEEP_FILE", "0");
+        owner_.configure();
+        EXPECT_FALSE(createFactorFiles(owner_.handle));
     }
-    ~HandleWithFiles()
-    {
-        removeFactorFiles(handle_);
-        handle_.releaseAll();
-        ::unsetenv("MKL_PARDISO_OOC_PATH");
-        ::unsetenv("MKL_PARDISO_OOC_KEEP_FILE");
-    }
-    const Handle& handle() const { return handle_; }
-    const std::filesystem::path& folder() const { return folder_.path(); }
+    ~HandleWithFiles() { removeFactorFiles(owner_.handle); }
+    const Handle& handle() const { return owner_.handle; }
 
 private:
-    TemporaryFolder folder_;
-    void* slots_[64] = {};
-    Handle handle_{slots_};
+    testing::Scratch folder_;
+    OutOfCoreEnvironment environment_;
+    OutOfCoreHandle owner_;
 };
 
 template <class T>
 class GroupedFactorizations : public ::testing::Test {
 protected:
-    static std::vector<OwnedGraph> graphs()
-    {
-        std::vector<OwnedGraph> all{grid(1, 1), grid(7, 9), grid(1, 40), grid(15, 16)};
-        for (unsigned seed = 0; seed < 3; ++seed) all.push_back(randomGraph(70, 150 + 90 * int(seed), seed));
-        all.push_back(randomGraph(60, 20000, 3)); // complete
-        return all;
-    }
-
     static void expectSameBits(Method method, Kind kind, RealOf<T> diagonal)
     {
         const FactorRules rules{method, kind == Kind::Hermitian && kIsComplex<T>, 0.0};
-        for (const OwnedGraph& graph : graphs()) {
+        const std::vector<OwnedGraph> graphs{grid(1, 1), grid(1, 40), grid(9, 11), randomGraph(70, 240, 3),
+                                             randomGraph(60, 20000, 3)}; // the last one complete
+        for (const OwnedGraph& graph : graphs) {
             const TestMatrix<T> A(graph.view(), kind, diagonal, 17);
             for (const int width : {1, 4, 128}) {
                 FactorizationCase<T> inMemory(graph.view(), A, rules, width, 1);
                 const FactorResult expected = inMemory.factorizeIt();
                 ASSERT_FALSE(expected.failure);
-                for (const int threads : {1, 2, 3}) {
-                    for (const int share : {1, 3, 11, 1000000}) {
-                        FactorizationCase<T> c(graph.view(), A, rules, width, threads);
-                        const FactorResult result = throughFiles(c, share);
-                        ASSERT_FALSE(result.failure) << result.failure.internal;
-                        EXPECT_EQ(result.pivots.positive, expected.pivots.positive);
-                        EXPECT_EQ(result.pivots.negative, expected.pivots.negative);
-                        EXPECT_EQ(result.pivots.perturbed, expected.pivots.perturbed);
-                        EXPECT_TRUE(c.hasBitsOf(inMemory))
-                            << "n " << graph.view().vertices() << ", width " << width << ", threads "
-                            << threads << ", a room of 1/" << share;
-                    }
+                // Threads and the part of the factor that there is room for, the least included.
+                for (const auto& [threads, share] :
+                     {std::pair{1, 1}, {1, 3}, {1, 1 << 30}, {2, 3}, {3, 11}}) {
+                    FactorizationCase<T> c(graph.view(), A, rules, width, threads);
+                    const FactorResult result = throughFiles(c, share);
+                    ASSERT_FALSE(result.failure) << result.failure.internal;
+                    EXPECT_EQ(result.pivots.positive, expected.pivots.positive);
+                    EXPECT_EQ(result.pivots.negative, expected.pivots.negative);
+                    EXPECT_EQ(result.pivots.perturbed, expected.pivots.perturbed);
+                    EXPECT_TRUE(c.hasBitsOf(inMemory))
+                        << "n " << graph.view().vertices() << ", width " << width << ", threads " << threads
+                        << ", share " << share;
                 }
             }
         }

@@ -69,8 +69,9 @@ TEST_P(PanelSchedules, GroupsFollowEachOtherAndFit)
             EXPECT_EQ(group.first, next);
             ASSERT_LE(group.first, group.last);
             EXPECT_LE(elements(group), schedule.groupRoom());
-            if (group.last + 1 < supernodes())
+            if (group.last + 1 < supernodes()) {
                 EXPECT_GT(elements({group.first, group.last + 1}), schedule.groupRoom());
+            }
             next = group.last + 1;
         }
         EXPECT_EQ(next, supernodes());
@@ -136,8 +137,8 @@ TEST_P(PanelSchedules, ASolvePassesAllPanelsUpwardsAndDownwards)
 
 INSTANTIATE_TEST_SUITE_P(Storages, PanelSchedules,
                          ::testing::Values(Method::CompletePivoting, Method::BunchKaufman),
-                         [](const auto& info) {
-                             return isUnsymmetric(info.param) ? "Unsymmetric" : "Symmetric";
+                         [](const auto& method) {
+                             return isUnsymmetric(method.param) ? "Unsymmetric" : "Symmetric";
                          });
 
 } // namespace
