@@ -101,7 +101,8 @@ public:
     /// What an analysis made and all that stands on it: every factor, pt[15] down to pt[4].
     /// @return  how many factors there were
     int releaseAnalysis() noexcept;
-    /// Everything; pt[0] reads zero again. @return  how many factors there were
+    /// Everything but the files of the out-of-core mode, which somebody must have removed before; pt[0] reads
+    /// zero again. @return  how many factors there were
     int releaseAll() noexcept;
 
     /// The array in the block of a slot.

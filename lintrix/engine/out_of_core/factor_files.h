@@ -6,10 +6,13 @@
 /// none of the files is there, taken by making the first of them exclusively: so handles and processes that
 /// share a folder never share a file. A step opens the files by their names and closes them when it ends.
 /// What one step has written another may find changed, cut off or gone; each answers that with a failure.
+/// A prefix without a leading `/` goes from the current folder, which must stay the same as long as there are
+/// files.
 
 #include <lintrix/engine/call/factor_file.h>
 #include <lintrix/engine/call/failure.h>
 #include <lintrix/engine/call/handle.h>
+#include <lintrix/engine/out_of_core/check_sum.h>
 #include <lintrix/services/export.h>
 
 #include <atomic>
@@ -19,11 +22,8 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Of any bytes; a change of a few of them changes it for certain, any other with all but 2^-64. As fast as
-/// memory is read.
-LINTRIX_TESTABLE std::uint64_t checkSum(std::span<const std::byte> bytes) noexcept;
-
-/// Makes the files, empty. All or none: on failure none is left.
+/// Makes the files, empty, for a handle that has its settings and no files. All or none: on failure none is
+/// left.
 /// @return  {OutOfCoreOpen, -10} with the file
 LINTRIX_TESTABLE Failure createFactorFiles(Handle handle);
 
@@ -38,7 +38,8 @@ LINTRIX_TESTABLE void removeFactorFiles(Handle handle) noexcept;
 LINTRIX_TESTABLE void discardFactorFiles(Handle handle) noexcept;
 
 /// The files, open for one step of a call. Offsets and lengths are in bytes. Reading and writing may be
-/// called by several threads at a time.
+/// called by several threads at a time. A write that a limit of the process forbids is a failure like any
+/// other, without the signal that goes with it.
 class LINTRIX_TESTABLE OpenFactorFiles {
 public:
     OpenFactorFiles() noexcept = default;
@@ -46,6 +47,7 @@ public:
     OpenFactorFiles(const OpenFactorFiles&) = delete;
     OpenFactorFiles& operator=(const OpenFactorFiles&) = delete;
 
+    /// A solve opens them for reading alone. What stands under a name must be a regular file.
     /// @return  {OutOfCoreOpen, -10} with the file
     Failure open(const Handle& handle, FileStep step);
 
@@ -72,6 +74,9 @@ public:
     double secondsWriting() const noexcept { return 1e-9 * static_cast<double>(nanosecondsWriting_); }
 
 private:
+    void close() noexcept;
+    int descriptor(FactorFile file) const noexcept { return descriptors_[static_cast<int>(file)]; }
+
     int descriptors_[kFactorFiles] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
     FileStep step_ = FileStep::Analysis;
     std::atomic<std::int64_t> bytesRead_{0}, bytesWritten_{0}, nanosecondsReading_{0}, nanosecondsWriting_{0};

@@ -164,6 +164,23 @@ constexpr std::array<Row, kRows> kCatalogue{{
     {Message::OutOfCoreForced, "=== PARDISO is running in Out-Of-Core mode, because iparam(60)=2 ==="},
     {Message::OutOfCoreChosen, "=== PARDISO is running in Out-Of-Core mode, because iparam(60)=1 and there "
                                "is not enough RAM for In-Core ==="},
+    {Message::PathFromEnvironment, "ooc_path\t\tgot by Env =  %s"},
+    {Message::CoreSizeFromEnvironment, "ooc_max_core_size\t\tgot by Env =  %d"},
+    {Message::KeepFileFromEnvironment, "ooc_keep_file\t\tgot by Env =  %d"},
+    {Message::FileNotOpened, " PARDISO_OOC_OPEN_FILE_ERROR occured: %s"},
+    {Message::FileNotRead, " PARDISO_OOC_READ_FILE_ERROR occured: %s"},
+    {Message::FileNotWritten, " PARDISO_OOC_WRITE_FILE_ERROR occured: %s"},
+    {Message::FileChanged, " PARDISO_OOC_CHECK_SUM_ERROR occured: %s"},
+    {Message::FileNotRemoved, " PARDISO_OOC_REMOVE_FILE_ERROR occured: %s"},
+    {Message::OutOfCoreTime, " ----------- Out of core time (in percent (%%)) --------------"},
+    {Message::ReadingTime, "             reading from files:                             %f"},
+    {Message::WritingTime, "             writing to files:                               %f"},
+    {Message::ComputingTime, "             arithmetic:                                     %f"},
+    {Message::OutOfCoreMegabytes, " ----------- Out of core Mb --------------"},
+    {Message::MegabytesRead, "             read from files:                                %f"},
+    {Message::MegabytesWritten, "             written to files:                               %f"},
+    {Message::MegabytesOfLower, "             factor L in its file:                           %f"},
+    {Message::MegabytesOfUpper, "             factor U in its file:                           %f"},
 }};
 
 constexpr bool eachRowStandsAtItsNumber()

@@ -147,6 +147,23 @@ enum class Message : int {
     InCoreChosen,
     OutOfCoreForced,
     OutOfCoreChosen,
+    PathFromEnvironment,
+    CoreSizeFromEnvironment,
+    KeepFileFromEnvironment,
+    FileNotOpened,
+    FileNotRead,
+    FileNotWritten,
+    FileChanged,
+    FileNotRemoved,
+    OutOfCoreTime,
+    ReadingTime,
+    WritingTime,
+    ComputingTime,
+    OutOfCoreMegabytes,
+    MegabytesRead,
+    MegabytesWritten,
+    MegabytesOfLower,
+    MegabytesOfUpper,
     Last_
 };
 

@@ -184,4 +184,21 @@ void reportDiagonal(Phase phase)
     print(Message::NoStatisticsForDiagonal, {isStep ? nameOf(phase.last()) : nameOf(Step::Reorder)});
 }
 
+void reportOutOfCore(const OutOfCoreTraffic& traffic)
+{
+    const auto percent = [&](double seconds) {
+        return traffic.seconds > 0. ? 100. * seconds / traffic.seconds : 0.;
+    };
+    const auto megabytes = [](std::int64_t bytes) { return static_cast<double>(bytes) / (1 << 20); };
+    print(Message::OutOfCoreTime);
+    print(Message::ReadingTime, {percent(traffic.secondsReading)});
+    print(Message::WritingTime, {percent(traffic.secondsWriting)});
+    print(Message::ComputingTime, {percent(traffic.secondsComputing)});
+    print(Message::OutOfCoreMegabytes);
+    print(Message::MegabytesRead, {megabytes(traffic.bytesRead)});
+    print(Message::MegabytesWritten, {megabytes(traffic.bytesWritten)});
+    print(Message::MegabytesOfLower, {megabytes(traffic.bytesOfLower)});
+    print(Message::MegabytesOfUpper, {megabytes(traffic.bytesOfUpper)});
+}
+
 } // namespace Velmar::Lintrix::detail::engine
