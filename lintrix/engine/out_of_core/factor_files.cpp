@@ -183,8 +183,14 @@ bool holdsFactorFiles(const Handle& handle) noexcept
 
 void removeFactorFiles(Handle handle) noexcept
 {
+    if (holdsFactorFiles(handle) && keepsFactorFiles(handle)) forget(handle);
+    discardFactorFiles(handle);
+}
+
+void discardFactorFiles(Handle handle) noexcept
+{
     if (!holdsFactorFiles(handle)) return;
-    if (!keepsFactorFiles(handle)) removeFiles(filePrefix(handle), numberOf(handle), kFactorFiles);
+    removeFiles(filePrefix(handle), numberOf(handle), kFactorFiles);
     forget(handle);
 }
 
