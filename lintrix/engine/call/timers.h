@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -23,6 +24,22 @@ enum class Timer : int {
 };
 
 inline constexpr int kTimers = 10;
+
+/// What a call has read from the files of the out-of-core mode and written to them. Seconds are those of all
+/// threads together.
+struct FileTraffic {
+    std::int64_t bytesRead = 0, bytesWritten = 0;
+    double secondsReading = 0., secondsWriting = 0.;
+
+    FileTraffic& operator+=(const FileTraffic& other) noexcept
+    {
+        bytesRead += other.bytesRead;
+        bytesWritten += other.bytesWritten;
+        secondsReading += other.secondsReading;
+        secondsWriting += other.secondsWriting;
+        return *this;
+    }
+};
 
 /// Ten sums of wall-clock seconds, each with a flag that it was used. At any moment one timer runs: that of
 /// the step at work, or Allocation between the steps.
@@ -49,6 +66,8 @@ public:
         used_[at(timer)] = true;
         return std::exchange(running_, timer);
     }
+    const FileTraffic& files() const noexcept { return files_; }
+    void add(const FileTraffic& traffic) noexcept { files_ += traffic; }
     /// The end of the call.
     void stop() noexcept
     {
@@ -65,6 +84,7 @@ private:
     std::array<bool, kTimers> used_{};
     Clock::time_point begin_, lap_;
     Timer running_ = Timer::Allocation;
+    FileTraffic files_;
 };
 
 /// One step, timed while this lives.

@@ -76,72 +76,103 @@ void tellPivots(const PivotCounts& pivots, Parameters iparm, ControlBlock& contr
     control[Word::NegativePivots] = iparm[Parameter::NegativePivots] = pivots.negative;
 }
 
-/// Plan and lists, before the clock of the numeric work starts.
-Failure prepare(Handle handle, FactorPlan& plan, FactorLists& lists, Timers& timers)
-{
-    const TimedStep timed(timers, Timer::Gather);
-    plan = planOf(handle);
-    return lists.make(handle, plan);
-}
-
-/// With the panels in files: what the configured core leaves is the room that they pass through.
 template <class T>
-FactorResult factorizeOutOfCore(const Arguments& call, Handle handle, const FactorPlan& plan,
-                                std::int64_t listBytes, const FactorRules& rules,
-                                const ProgressListener& listener)
-{
-    OpenFactorFiles files;
-    if (const Failure failure = openFactorFiles(handle, FileStep::Factorization, files)) return {failure, {}};
-    FactorStore<T> store(plan, files, call.mnum);
-    if (const Failure failure = store.allocate()) return {failure, {}};
-    const std::int64_t taken = listBytes + plan.structure.supernodes() + FactorStore<T>::sumBytes(plan) +
-                               plan.threads * Eliminator<T>::workBytes(plan);
-    const PanelSchedule schedule =
-        PanelSchedule::ofFactorization(plan, bytesForPanels(handle, taken) / std::int64_t{sizeof(T)});
-    const auto room = Scratch<T>::uninitialised(schedule.groupRoom() + schedule.chunkRoom());
-    if (!room) return {outOfMemory(BlockCode::Factors, room.missingBytes()), {}};
-    const Factor<T> exchanges = factorIn<T>(handle, call.mnum);
-    FactorResult result = factorizeInGroups(plan, rules, static_cast<const T*>(call.a), exchanges, store,
-                                            schedule, room.get(), listener);
-    if (!result.failure) result.failure = store.writeTables(exchanges);
-    return result;
-}
-
-template <class T>
-Failure factorizeAs(const Arguments& call, Handle handle, Timers& timers)
-{
-    ControlBlock& control = handle.control();
-    if (const Failure failure = reserveFactor<T>(handle, call.mnum)) return failure;
-    FactorPlan plan;
-    FactorLists lists;
-    if (const Failure failure = prepare(handle, plan, lists, timers)) return failure;
-    const double before = timers.seconds(Timer::NumericFactorization);
-    const FactorRules rules{.method = methodFor(call.mtype, call.iparm[Parameter::SymmetricPivoting]),
-                            .hermitian = isHermitian(call.mtype),
-                            .eps = pivotThreshold<T>(call, control[Word::MappedEntries])};
-    Announcer announcer(call.msglvl != 0);
-    FactorResult result;
+class FactorStep {
+public:
+    FactorStep(const Arguments& call, Handle handle, Timers& timers)
+        : call_(call), handle_(handle), control_(handle.control()),
+          timers_(timers), rules_{.method = methodFor(call.mtype, call.iparm[Parameter::SymmetricPivoting]),
+                                  .hermitian = isHermitian(call.mtype),
+                                  .eps = pivotThreshold<T>(call, control_[Word::MappedEntries])}
     {
-        const TimedStep timed(timers, Timer::NumericFactorization);
-        result = control[Word::OutOfCore] != 0
-                     ? factorizeOutOfCore<T>(call, handle, plan, lists.bytes(), rules, announcer.listener())
-                     : factorize(plan, rules, static_cast<const T*>(call.a), factorIn<T>(handle, call.mnum),
-                                 announcer.listener());
     }
-    control[Real::FactorSeconds] = timers.seconds(Timer::NumericFactorization) - before;
-    tellPivots(result.pivots, call.iparm, control);
-    if (result.failure) return result.failure;
-    keepFactor(call, handle, rules);
-    control[Word::IterationBudget] = kBudgetAfterFactorization;
-    return {};
-}
+
+    Failure run()
+    {
+        if (const Failure failure = reserveFactor<T>(handle_, call_.mnum)) return failure;
+        if (const Failure failure = prepare()) return failure;
+        const FactorResult result = factorizeTimed();
+        tellPivots(result.pivots, call_.iparm, control_);
+        if (result.failure) return result.failure;
+        keepFactor(call_, handle_, rules_);
+        control_[Word::IterationBudget] = kBudgetAfterFactorization;
+        return {};
+    }
+
+private:
+    /// Plan and lists, before the clock of the numeric work starts.
+    Failure prepare()
+    {
+        const TimedStep timed(timers_, Timer::Gather);
+        plan_ = planOf(handle_);
+        return lists_.make(handle_, plan_);
+    }
+
+    FactorResult factorizeTimed()
+    {
+        const double before = timers_.seconds(Timer::NumericFactorization);
+        Announcer announcer(call_.msglvl != 0);
+        FactorResult result;
+        {
+            const TimedStep timed(timers_, Timer::NumericFactorization);
+            result = control_[Word::OutOfCore] != 0 ? factorizeToFiles(announcer.listener())
+                                                    : factorizeInMemory(announcer.listener());
+        }
+        control_[Real::FactorSeconds] = timers_.seconds(Timer::NumericFactorization) - before;
+        return result;
+    }
+
+    const T* values() const { return static_cast<const T*>(call_.a); }
+    Factor<T> factor() { return factorIn<T>(handle_, call_.mnum); }
+
+    FactorResult factorizeInMemory(const ProgressListener& listener)
+    {
+        return factorize(plan_, rules_, values(), factor(), listener);
+    }
+
+    FactorResult factorizeToFiles(const ProgressListener& listener)
+    {
+        OpenFactorFiles files;
+        FactorResult result;
+        result.failure = openFactorFiles(handle_, FileStep::Factorization, files);
+        if (!result.failure) result = factorizeTo(files, listener);
+        timers_.add(files.traffic());
+        return result;
+    }
+
+    /// What the configured core leaves is the room that the panels pass through.
+    FactorResult factorizeTo(OpenFactorFiles& files, const ProgressListener& listener)
+    {
+        FactorStore<T> store(plan_, files, call_.mnum);
+        if (const Failure failure = store.allocate()) return {failure, {}};
+        const std::int64_t taken = lists_.bytes() + plan_.structure.supernodes() +
+                                   FactorStore<T>::sumBytes(plan_) +
+                                   plan_.threads * Eliminator<T>::workBytes(plan_);
+        const PanelSchedule schedule =
+            PanelSchedule::ofFactorization(plan_, bytesForPanels(handle_, taken) / std::int64_t{sizeof(T)});
+        const auto room = Scratch<T>::uninitialised(schedule.groupRoom() + schedule.chunkRoom());
+        if (!room) return {outOfMemory(BlockCode::Factors, room.missingBytes()), {}};
+        FactorResult result =
+            factorizeInGroups(plan_, rules_, values(), factor(), store, schedule, room.get(), listener);
+        if (!result.failure) result.failure = store.writeTables(factor());
+        return result;
+    }
+
+    const Arguments& call_;
+    Handle handle_;
+    ControlBlock& control_;
+    Timers& timers_;
+    FactorRules rules_;
+    FactorPlan plan_{};
+    FactorLists lists_;
+};
 
 } // namespace
 
 Failure factorize(const Arguments& call, Handle handle, Timers& timers)
 {
     const int kind = elementKind(call.mtype, handle.control()[Word::SinglePrecision] != 0);
-    return withElement(kind, [&]<class T>() { return factorizeAs<T>(call, handle, timers); });
+    return withElement(kind, [&]<class T>() { return FactorStep<T>(call, handle, timers).run(); });
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -12,6 +12,7 @@
 #include <lintrix/engine/call/factor_file.h>
 #include <lintrix/engine/call/failure.h>
 #include <lintrix/engine/call/handle.h>
+#include <lintrix/engine/call/timers.h>
 #include <lintrix/engine/out_of_core/check_sum.h>
 #include <lintrix/services/export.h>
 
@@ -67,11 +68,13 @@ public:
     /// The failure that a block of this file does not have the check sum it was written with.
     Failure changed(FactorFile file) const noexcept;
 
-    std::int64_t bytesRead() const noexcept { return bytesRead_; }
-    std::int64_t bytesWritten() const noexcept { return bytesWritten_; }
-    /// Of all threads together.
-    double secondsReading() const noexcept { return 1e-9 * static_cast<double>(nanosecondsReading_); }
-    double secondsWriting() const noexcept { return 1e-9 * static_cast<double>(nanosecondsWriting_); }
+    FileTraffic traffic() const noexcept
+    {
+        return {.bytesRead = bytesRead_,
+                .bytesWritten = bytesWritten_,
+                .secondsReading = 1e-9 * static_cast<double>(nanosecondsReading_),
+                .secondsWriting = 1e-9 * static_cast<double>(nanosecondsWriting_)};
+    }
 
 private:
     void close() noexcept;

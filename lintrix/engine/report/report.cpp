@@ -2,7 +2,9 @@
 
 #include <lintrix/engine/report/messages.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -154,6 +156,27 @@ void reportNumbers(const ControlBlock& control, const Timers& timers)
     if (control[Real::Norm] != 0.) print(Message::Norm, {control[Real::Norm]});
 }
 
+/// Reading and writing are all threads' work, so a thread's share of their time is what the call spent.
+OutOfCoreTraffic trafficOf(const ControlBlock& control, const Timers& timers)
+{
+    const FileTraffic& files = timers.files();
+    const double threads = std::max(control[Word::Threads], 1);
+    const std::int64_t real = control[Word::SinglePrecision] != 0 ? sizeof(float) : sizeof(double);
+    const std::int64_t element = real * control[Word::ElementWidth];
+    const bool symmetric = control[Word::SymmetricStorage] != 0;
+    OutOfCoreTraffic traffic{.seconds = timers.seconds(Timer::Total),
+                             .secondsReading = files.secondsReading / threads,
+                             .secondsWriting = files.secondsWriting / threads,
+                             .bytesRead = files.bytesRead,
+                             .bytesWritten = files.bytesWritten,
+                             .bytesOfLower = element * control[WideWord::LowerElements],
+                             .bytesOfUpper = symmetric ? 0 : element * control[WideWord::UpperElements]};
+    const double numeric = timers.seconds(Timer::NumericFactorization) + timers.seconds(Timer::Solve) +
+                           timers.seconds(Timer::Iteration);
+    traffic.secondsComputing = std::max(0., numeric - traffic.secondsReading - traffic.secondsWriting);
+    return traffic;
+}
+
 void reportRelease(const Arguments& call, int factorsReleased)
 {
     if (call.phase.code() == Phase::kReleaseFactor)
@@ -171,6 +194,7 @@ void reportSuccess(const Arguments& call, const ControlBlock* control, const Tim
     if (call.phase.code() < 1) return reportRelease(call, factorsReleased);
     const int result = call.iparm[Parameter::IterationResult];
     reportTimes(timers, result > 0 ? result : 0);
+    if ((*control)[Word::OutOfCore] != 0) reportOutOfCore(trafficOf(*control, timers));
     print(Message::Statistics);
     print(Message::StatisticsRule);
     reportSystem(call, *control);

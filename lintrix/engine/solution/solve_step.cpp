@@ -156,13 +156,8 @@ public:
         if (count_ < 1) return {};
         if (const Failure failure = findParts()) return failure;
         if (const Failure failure = reserveWork()) return failure;
-        if (const Failure failure = openFiles()) return failure;
-        const double seconds = solveDirectly();
-        if (const Failure failure = fileFailure()) return failure;
-        const Failure unimproved = improve(seconds);
-        // Of an iteration whose solves came to nothing no other failure means anything.
-        if (const Failure failure = fileFailure()) return failure;
-        if (unimproved) return unimproved;
+        const Failure failure = isFromFiles() ? solveFromFiles() : solveAndImprove();
+        if (failure) return failure;
         if (call_.iparm[Parameter::SolutionPlace] == 1) std::copy_n(x_, elements(), b_);
         return {};
     }
@@ -194,12 +189,23 @@ private:
 
     bool isFromFiles() const { return control_[Word::OutOfCore] != 0; }
 
-    Failure openFiles()
+    Failure solveAndImprove()
     {
-        if (!isFromFiles()) return {};
+        const double seconds = solveDirectly();
+        if (const Failure failure = fileFailure()) return failure;
+        const Failure failure = improve(seconds);
+        // Of an iteration whose solves came to nothing no other failure means anything.
+        return fileFailure() ? fileFailure() : failure;
+    }
+
+    Failure solveFromFiles()
+    {
         files_.emplace(plan_, call_.mnum, handle_,
                        control_[WideWord::RealWorkBytes] + control_[WideWord::IterationWorkBytes]);
-        return files_->open(handle_, factor_, threads_);
+        Failure failure = files_->open(handle_, factor_, threads_);
+        if (!failure) failure = solveAndImprove();
+        timers_.add(files_->files.traffic());
+        return failure;
     }
 
     Failure fileFailure() const { return isFromFiles() ? files_->stream->failure() : Failure{}; }

@@ -289,10 +289,10 @@ TEST_F(OpenFiles, GiveBackWhatWasWritten)
         ASSERT_FALSE(files.open(handle, FileStep::Factorization));
         for (int k = 0; k < kFactorFiles; ++k)
             EXPECT_FALSE(files.write(FactorFile(k), 4096 * k, {bytes.data() + k, 50000}));
-        EXPECT_EQ(files.bytesWritten(), 550000);
-        EXPECT_EQ(files.bytesRead(), 0);
-        EXPECT_GT(files.secondsWriting(), 0.);
-        EXPECT_EQ(files.secondsReading(), 0.);
+        EXPECT_EQ(files.traffic().bytesWritten, 550000);
+        EXPECT_EQ(files.traffic().bytesRead, 0);
+        EXPECT_GT(files.traffic().secondsWriting, 0.);
+        EXPECT_EQ(files.traffic().secondsReading, 0.);
     }
     OpenFactorFiles files;
     ASSERT_FALSE(files.open(handle, FileStep::Solve));
@@ -302,9 +302,9 @@ TEST_F(OpenFiles, GiveBackWhatWasWritten)
         EXPECT_FALSE(files.read(FactorFile(k), 4096 * k + 1000, found));
         EXPECT_TRUE(std::equal(found.begin(), found.end(), bytes.begin() + k + 1000));
     }
-    EXPECT_EQ(files.bytesRead(), 11 * 49000);
-    EXPECT_EQ(files.bytesWritten(), 0);
-    EXPECT_GT(files.secondsReading(), 0.);
+    EXPECT_EQ(files.traffic().bytesRead, 11 * 49000);
+    EXPECT_EQ(files.traffic().bytesWritten, 0);
+    EXPECT_GT(files.traffic().secondsReading, 0.);
 }
 
 TEST_F(OpenFiles, HoldMoreThanFourGigabytes)
@@ -398,7 +398,7 @@ TEST_F(OpenFiles, ThatAreClosedAreNeitherReadNorWritten)
     EXPECT_EQ(files.read(FactorFile::Rows, 0, cell).error, Error::OutOfCoreTransfer);
     EXPECT_EQ(files.write(FactorFile::Rows, 0, cell).error, Error::OutOfCoreTransfer);
     files.readAhead(FactorFile::Rows, 0, 1);
-    EXPECT_EQ(files.bytesRead() + files.bytesWritten(), 0);
+    EXPECT_EQ(files.traffic().bytesRead + files.traffic().bytesWritten, 0);
 }
 
 TEST_F(OpenFiles, CutOffAreAFailure)
@@ -438,8 +438,8 @@ TEST_F(OpenFiles, TakeTransfersFromSeveralThreads)
         }
     }
     EXPECT_EQ(std::accumulate(failures.begin(), failures.end(), 0), 0);
-    EXPECT_EQ(files.bytesRead(), static_cast<std::int64_t>(kThreads * kBlocks * kBlock));
-    EXPECT_EQ(files.bytesWritten(), files.bytesRead());
+    EXPECT_EQ(files.traffic().bytesRead, static_cast<std::int64_t>(kThreads * kBlocks * kBlock));
+    EXPECT_EQ(files.traffic().bytesWritten, files.traffic().bytesRead);
 }
 
 // Arrays with their check sums.
@@ -453,7 +453,7 @@ protected:
         EXPECT_FALSE(writer.open(handle, FileStep::Factorization));
         EXPECT_FALSE(writer.writeArray(FactorFile::LowerBlocks, 32, bytes));
         EXPECT_FALSE(writer.write(FactorFile::LowerBlocks, 32 + OpenFactorFiles::arraySize(1001), bytes));
-        EXPECT_EQ(writer.bytesWritten(), 1017 + 1001);
+        EXPECT_EQ(writer.traffic().bytesWritten, 1017 + 1001);
         EXPECT_FALSE(files.open(handle, FileStep::Solve));
     }
     Failure read(std::size_t count)
@@ -483,7 +483,7 @@ TEST_F(StoredArray, ComesBack)
 {
     EXPECT_FALSE(read(1001));
     EXPECT_EQ(found, bytes);
-    EXPECT_EQ(files.bytesRead(), 1017);
+    EXPECT_EQ(files.traffic().bytesRead, 1017);
 }
 
 TEST_F(StoredArray, OfAnotherLengthIsRefused)

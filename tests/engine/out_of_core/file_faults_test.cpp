@@ -166,8 +166,8 @@ TEST_F(FileFaults, ThatInterruptOrCutShortAreNone)
     EXPECT_EQ(found, bytes);
     EXPECT_FALSE(files.writeArray(FactorFile::Rows, 0, bytes));
     EXPECT_FALSE(files.readArray(FactorFile::Rows, 0, found));
-    EXPECT_EQ(files.bytesWritten(), 2016);
-    EXPECT_EQ(files.bytesRead(), 2016);
+    EXPECT_EQ(files.traffic().bytesWritten, 2016);
+    EXPECT_EQ(files.traffic().bytesRead, 2016);
 }
 
 // A disk that is full after some bytes, and one that reads no more.
