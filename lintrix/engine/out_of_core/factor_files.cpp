@@ -266,7 +266,6 @@ Failure OpenFactorFiles::readArray(FactorFile file, std::int64_t offset, std::sp
     ArrayHead head{};
     if (const Failure failure = read(file, offset, std::as_writable_bytes(std::span(&head, 1))))
         return failure;
-    if (head.length != static_cast<std::int64_t>(into.size())) return changed(file);
     if (const Failure failure = read(file, offset + arraySize(0), into)) return failure;
     return head == headOf(into) ? Failure{} : changed(file);
 }

@@ -172,7 +172,7 @@ TEST_F(FactorFiles, OfTwoHandlesHaveDifferentNumbers)
 TEST_F(FactorFiles, OfAnotherProcessAreLeftAlone)
 {
     EXPECT_FALSE(createFactorFiles(handle));
-    EXPECT_EQ(inAnotherProcess([this] {
+    EXPECT_EQ(inAnotherProcess([] {
                   OutOfCoreHandle other;
                   readOutOfCoreSettings(other.handle, false);
                   const bool fails = bool(createFactorFiles(other.handle));
@@ -255,10 +255,10 @@ TEST_F(FactorFiles, ThatCannotBeMadeAreAFailure)
 
 TEST_F(FactorFiles, WithoutADescriptorAreAFailure)
 {
-    EXPECT_EQ(inAnotherProcess([this] {
+    EXPECT_EQ(inAnotherProcess([copy = handle] {
                   const rlimit none{0, 0};
                   setrlimit(RLIMIT_NOFILE, &none);
-                  return createFactorFiles(handle).error == Error::OutOfCoreOpen ? 0 : 1;
+                  return createFactorFiles(copy).error == Error::OutOfCoreOpen ? 0 : 1;
               }),
               0);
     EXPECT_TRUE(folder.names().empty());
