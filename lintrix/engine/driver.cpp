@@ -7,6 +7,7 @@
 #include <lintrix/engine/call/timers.h>
 #include <lintrix/engine/factorization/factor_plan.h>
 #include <lintrix/engine/factorization/factor_step.h>
+#include <lintrix/engine/memory_forecast.h>
 #include <lintrix/engine/report/failure_report.h>
 #include <lintrix/engine/report/messages.h>
 #include <lintrix/engine/report/report.h>
@@ -148,7 +149,8 @@ Failure runSteps(Run& run)
 {
     const Phase phase = run.call.phase;
     if (phase.analyses()) {
-        if (const Failure failure = analyse(run.call, run.handle, run.timers)) return failure;
+        if (const Failure failure = analyse(run.call, run.handle, run.timers, forecastNumericMemory))
+            return failure;
     }
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
     if (phase.last() == Step::Reorder) return {};

@@ -23,6 +23,26 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
+// There is no work for more threads than runs.
+int busyThreads(const FactorPlan& plan, int runs)
+{
+    return std::min(plan.threads, runs);
+}
+
+// Elements of the arrays that one thread works with.
+struct WorkSizes {
+    explicit WorkSizes(const FactorPlan& plan)
+        : columns(kPanelsTogether * plan.sizes.widest),
+          indices(static_cast<std::int64_t>(plan.structure.supernodeOf.size())), rows(plan.sizes.tallest),
+          buffer(updateBufferSize(columns, plan.sizes.widest, kPanelsTogether)),
+          scaled(std::int64_t{columns} * plan.sizes.widest)
+    {
+    }
+
+    int columns; // of the panels worked at together, at most
+    std::int64_t indices, rows, buffer, scaled;
+};
+
 // What the threads of one factorization share.
 class Team {
 public:
@@ -79,11 +99,10 @@ public:
            Team& team)
         : plan_(plan), structure_(plan.structure), rules_(rules), values_(values), factor_(factor),
           team_(team), progress_(team.progress, plan.threads),
-          indexOf_(Scratch<int>::uninitialised(static_cast<std::int64_t>(plan.structure.supernodeOf.size()))),
-          rows_(Scratch<int>::uninitialised(plan.sizes.tallest)),
-          buffer_(Scratch<T>::uninitialised(
-              updateBufferSize(mostColumns(plan), plan.sizes.widest, kPanelsTogether))),
-          scaled_(Scratch<T>::uninitialised(std::int64_t{mostColumns(plan)} * plan.sizes.widest))
+          indexOf_(Scratch<int>::uninitialised(WorkSizes(plan).indices)),
+          rows_(Scratch<int>::uninitialised(WorkSizes(plan).rows)),
+          buffer_(Scratch<T>::uninitialised(WorkSizes(plan).buffer)),
+          scaled_(Scratch<T>::uninitialised(WorkSizes(plan).scaled))
     {
     }
 
@@ -105,8 +124,6 @@ public:
 
 private:
     static constexpr bool kComplex = kIsComplex<T>;
-
-    static int mostColumns(const FactorPlan& plan) { return kPanelsTogether * plan.sizes.widest; }
 
     bool unsymmetric() const { return isUnsymmetric(rules_.method); }
     T* lower(int J) const { return factor_.lower + plan_.lowerStarts[static_cast<std::size_t>(J)]; }
@@ -347,8 +364,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
     if (!team) return {outOfMemory(BlockCode::RealWork, team.missingBytes()), {}};
     if (!team.progress.start()) return {{Error::Numeric, -1}, {}};
     PivotCounts pivots;
-    const int busy = std::min(plan.threads, static_cast<int>(plan.runs.size()));
-    runTeam(busy, [&](const TeamMember& member) {
+    runTeam(busyThreads(plan, static_cast<int>(plan.runs.size())), [&](const TeamMember& member) {
         std::optional<SequentialBlasScope> sequential;
         if (plan.threads > 1) sequential.emplace();
         Worker<T> worker(plan, rules, values, factor, team);
@@ -359,9 +375,24 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
         }
 #pragma omp critical(lintrix_engine_pivots)
         pivots += worker.pivots();
+        member.meet(); // all arrays are there at a time, whoever is done first: the same peak in every run
     });
     if (!team.hasFailed() && !team.progress.end()) team.fail({Error::Numeric, -1});
     return {team.failure(), pivots};
+}
+
+template <class T>
+BlockSum factorizationBlocks(const FactorPlan& plan, int runs) noexcept
+{
+    BlockSum blocks;
+    blocks.add<char>(plan.structure.supernodes());
+    const WorkSizes sizes(plan);
+    for (int thread = 0; thread < busyThreads(plan, runs); ++thread) {
+        blocks.add<int>(sizes.indices).add<int>(sizes.rows);
+        blocks.add<T>(sizes.buffer);
+        blocks.add<T>(sizes.scaled);
+    }
+    return blocks;
 }
 
 template FactorResult factorize(const FactorPlan&, const FactorRules&, const float*, const Factor<float>&,
@@ -372,5 +403,9 @@ template FactorResult factorize(const FactorPlan&, const FactorRules&, const std
                                 const Factor<std::complex<float>>&, const ProgressListener&);
 template FactorResult factorize(const FactorPlan&, const FactorRules&, const std::complex<double>*,
                                 const Factor<std::complex<double>>&, const ProgressListener&);
+template BlockSum factorizationBlocks<float>(const FactorPlan&, int) noexcept;
+template BlockSum factorizationBlocks<double>(const FactorPlan&, int) noexcept;
+template BlockSum factorizationBlocks<std::complex<float>>(const FactorPlan&, int) noexcept;
+template BlockSum factorizationBlocks<std::complex<double>>(const FactorPlan&, int) noexcept;
 
 } // namespace Velmar::Lintrix::detail::engine
