@@ -65,7 +65,7 @@ Failure forecastParts(const FactorStructure& structure, int threads, PartForecas
     const Lists lists(forecast.block.get(), parts, supernodes);
     bool worthWhile = false;
     if (const Failure failure = dealOutParts(structure, parts, lists.starts, lists.ranges, worthWhile))
-        return failure;
+        return outOfMemory(BlockCode::Transient, failure.bytes);
     if (worthWhile) forecast.parts = {lists.starts, lists.ranges};
     forecast.making.addBytes(most).add(partDealingBlocks(supernodes, parts));
     forecast.lists.addBytes(Lists::bytes(parts, worthWhile ? lists.starts.back() : 0));

@@ -218,6 +218,20 @@ TEST(MemoryForecast, FollowsTheRoadOfTheSolve)
     }
 }
 
+TEST(MemoryForecast, GrowsWithTheMatrix)
+{
+    const auto path = [](int n) {
+        SquarePattern pattern{n, {}};
+        for (int i = 0; i + 1 < n; ++i) pattern.entries.emplace_back(i, i + 1);
+        return heavySystem<double>(pattern, 1, [](int i) { return i; });
+    };
+    SolveCall<double> small(path(3000)), large(path(300000));
+    ASSERT_EQ(small.run(11), 0);
+    ASSERT_EQ(large.run(11), 0);
+    for (const int figure : {15, 16, 17})
+        EXPECT_NEAR(static_cast<double>(large.iparm(figure)) / small.iparm(figure), 100.0, 10.0) << figure;
+}
+
 TEST(MemoryForecast, CountsTheTableOfFactors)
 {
     const MemoryWatch watch;
