@@ -7,6 +7,7 @@
 #include <lintrix/engine/call/timers.h>
 #include <lintrix/engine/factorization/factor_plan.h>
 #include <lintrix/engine/factorization/factor_step.h>
+#include <lintrix/engine/memory_forecast.h>
 #include <lintrix/engine/out_of_core/factor_files.h>
 #include <lintrix/engine/out_of_core/out_of_core_settings.h>
 #include <lintrix/engine/report/failure_report.h>
@@ -172,7 +173,8 @@ Failure runSteps(Run& run)
 {
     const Phase phase = run.call.phase;
     if (phase.analyses()) {
-        if (const Failure failure = analyse(run.call, run.handle, run.timers)) return failure;
+        if (const Failure failure = analyse(run.call, run.handle, run.timers, forecastNumericMemory))
+            return failure;
     }
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
     if (phase.last() == Step::Reorder) return {};

@@ -66,9 +66,16 @@ enum class PardisoParameter : int {
     /// In, phase 33: a positive number replaces the count that decides on refinement, and one that is minus
     /// that count clears both. Default 0.
     PerturbedPivots = 14,
-    AnalysisPeak = 15, ///< Out, each call: kilobytes that the analysis took at its peak; 0 after phase -1.
-    AnalysisKept = 16, ///< Out, each call: kilobytes that it keeps; 0 after phase -1.
-    FactorMemory = 17, ///< Out, each call: kilobytes of a factor and the work of a solve; 0 after phase -1.
+    /// Out, each call: kilobytes that the handle held at most while it was analysed, each block rounded up.
+    /// What
+    /// METIS takes for its own length is not among them. 0 after phase -1, as the next two.
+    AnalysisPeak = 15,
+    AnalysisKept = 16, ///< Out, each call: kilobytes that the handle holds after the analysis.
+    /// Out, each call: kilobytes that one factor in memory takes beside those kept, with the larger of two
+    /// peaks, that of the factorization and that of a solve after it, for the threads, the right-hand sides
+    /// and the parameters of the analysis. Where pivots may be perturbed, a solve that refines is counted. A
+    /// solve keeps its work in the handle, so a later factorization holds both.
+    FactorMemory = 17,
     /// In, analysis: a negative number asks. Out: elements stored for L and U, whole diagonal blocks among
     /// them; types of the triangle count 1 for U. Default -1.
     FactorNonZeros = 18,
@@ -105,10 +112,14 @@ enum class PardisoParameter : int {
     /// In, analysis: 0 holds factors in memory; 2, which 22 is changed into, in files; 1 in memory where the
     /// configured core has room for them, else in files. Default 0.
     OutOfCore = 60,
-    InCoreMegabytes = 61,     ///< Out, analysis: megabytes in all, with a factor.
+    /// Out, analysis: megabytes in all with one factor in memory, the larger of AnalysisPeak and of
+    /// AnalysisKept and FactorMemory together.
+    InCoreMegabytes = 61,
     InCoreKeptMegabytes = 62, ///< Out, analysis: of these, what the analysis keeps.
-    OutOfCoreMegabytes = 63,  ///< Out, analysis: megabytes at least with factors in files.
-    Version = 64,             ///< Out, each call: the number of the engine's version, 102000114.
+    /// Out, analysis: megabytes that factorization and solve take at least with factors in files: those kept,
+    /// the largest panels twice, and the work.
+    OutOfCoreMegabytes = 63,
+    Version = 64, ///< Out, each call: the number of the engine's version, 102000114.
 };
 
 /// A view of the caller's `iparm` by name.

@@ -27,16 +27,24 @@ int megabytes(std::int64_t kilobytes)
     return parameterValue((kilobytes + 1023) / 1024);
 }
 
-void tellMemory(Analysis& run, const MemoryFigures& figures)
+/// The memory to come; what the analysis itself has held at most is read from the meter.
+Failure forecastMemory(Analysis& run, NumericForecast forecast, MemoryFigures& figures)
 {
+    figures.analysisKept = keptBlocks(run).kilobytes();
+    return forecast(run.call, run.handle, figures.numeric);
+}
+
+void tellMemory(Analysis& run, const BlockMeter& meter, MemoryFigures& figures)
+{
+    figures.analysisPeak = meter.peakKilobytes();
     ControlBlock& control = run.control();
     control[Word::AnalysisPeak] = parameterValue(figures.analysisPeak);
     control[Word::AnalysisKept] = parameterValue(figures.analysisKept);
-    control[Word::FactorMemory] = parameterValue(figures.factors);
+    control[Word::FactorMemory] = parameterValue(figures.numeric.inCore);
     const Parameters iparm = run.call.iparm;
-    iparm[Parameter::InCoreMegabytes] = megabytes(figures.analysisKept + figures.factors);
+    iparm[Parameter::InCoreMegabytes] = megabytes(figures.inCore());
     iparm[Parameter::InCoreKeptMegabytes] = megabytes(figures.analysisKept);
-    iparm[Parameter::OutOfCoreMegabytes] = megabytes(figures.leastOutOfCore);
+    iparm[Parameter::OutOfCoreMegabytes] = megabytes(figures.leastOutOfCore());
 }
 
 /// Where the factor goes, and why.
@@ -71,10 +79,9 @@ Failure decideCoreMode(Analysis& run)
 /// How many rows each supernode updates below itself.
 Failure makeUpdateLengths(Analysis& run)
 {
-    const bool isWanted = run.control()[Word::ElementWidth] == 2 || !run.symmetricStorage();
-    if (!isWanted) return {};
+    const std::int64_t bytes = updateLengths(run.control()) * std::int64_t{sizeof(int)};
+    if (bytes == 0) return {};
     const FactorStructure structure = PermanentStructure(run.handle).structure();
-    const std::int64_t bytes = structure.supernodes() * std::int64_t{sizeof(int)};
     int* const lengths = static_cast<int*>(run.handle.allocate(Slot::UpdateLengths, bytes));
     if (lengths == nullptr) return outOfMemory(BlockCode::UpdateLengths, bytes);
     for (int J = 0; J < structure.supernodes(); ++J) lengths[J] = structure.height(J) - structure.width(J);
@@ -100,30 +107,34 @@ void tellFactorNonZeros(const Analysis& run)
         parameterValue(run.control()[WideWord::LowerElements] + run.control()[WideWord::UpperElements]);
 }
 
-Failure runSteps(Analysis& run)
+Failure runSteps(Analysis& run, NumericForecast forecast)
 {
+    const BlockMeter meter(Handle::basicBlocks(run.control()[Word::Maxfct]));
     if (const Failure failure = checkPattern({run.ia, run.ja})) return failure;
     if (const Failure failure = matchAndScale(run)) return failure;
     if (const Failure failure = buildAdjacency(run)) return failure;
     if (const Failure failure = orderEquations(run)) return failure;
     if (const Failure failure = factorizeSymbolically(run)) return failure;
-    tellMemory(run, forecastMemory(run.control(), run.handle.holds(Slot::Matching)));
+    MemoryFigures figures;
+    if (const Failure failure = forecastMemory(run, forecast, figures)) return failure;
+    tellMemory(run, meter, figures);
     if (const Failure failure = decideCoreMode(run)) return failure;
     if (const Failure failure = buildLists(run)) return failure;
     if (const Failure failure = makeUpdateLengths(run)) return failure;
+    tellMemory(run, meter, figures); // the lists may have taken more than all before them
     return run.control()[Word::OutOfCore] != 0 ? storeStructure(run.handle) : Failure{};
 }
 
 } // namespace
 
-Failure analyse(const Arguments& call, Handle handle, Timers& timers)
+Failure analyse(const Arguments& call, Handle handle, Timers& timers, NumericForecast forecast)
 {
     const auto rows = static_cast<std::size_t>(call.n) + 1;
     const auto entries = static_cast<std::size_t>(call.nonZeros());
     const ShiftedIndices shifted({call.ia, rows}, {call.ja, entries});
     Analysis run{call, handle, timers, shifted.ia(), shifted.ja()};
     run.control()[Word::MappedEntries] = static_cast<int>(entries);
-    const Failure failure = runSteps(run);
+    const Failure failure = runSteps(run, forecast);
     if (failure) {
         // What is there says that later phases may run; an unfinished structure must not.
         handle.release(Slot::FactorStructure);

@@ -49,7 +49,6 @@ Failure buildLists(Analysis& run)
     if (const Failure failure = mapEntries({run.ia, run.ja}, run.columnOfRow(), permanent.ordering(),
                                            structure, run.symmetricStorage(), permanent.maps()))
         return failure;
-    supernodesOfSubgraphs(structure, permanent.subgraphs(), permanent.subgraphSupernodes());
     if (run.control()[Word::TwoLevel] != 0) {
         if (const Failure failure = listUpdates(run, permanent)) return failure;
     }

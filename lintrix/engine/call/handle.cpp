@@ -52,6 +52,18 @@ Failure fillTable(OutOfCoreTable& table)
 
 } // namespace
 
+BlockSum Handle::basicBlocks(int maxfct) noexcept
+{
+    return BlockSum()
+        .add<ControlBlock>(1)
+        .add<FactorEntry>(std::max(maxfct, 1))
+        .add<OutOfCoreTable>(1)
+        .add<char>(OutOfCoreTable::kPathLength)
+        .add<std::int64_t>(OutOfCoreTable::kControlWords)
+        .add<std::int64_t>(OutOfCoreTable::kControlWords)
+        .add<void*>(OutOfCoreTable::kFiles);
+}
+
 Failure Handle::create(int maxfct)
 {
     std::fill(slots_ + kFirstCleared, slots_ + kLastCleared + 1, nullptr);

@@ -79,6 +79,8 @@ public:
     Failure create(int maxfct);
     /// The control of the out-of-core mode, if it is not there yet.
     Failure createOutOfCoreControl();
+    /// The blocks that both of these make.
+    static BlockSum basicBlocks(int maxfct) noexcept;
     /// The count in pt[0].
     void countCall() noexcept { setCalls(calls() + 1); }
     void restartCount() noexcept { setCalls(1); }

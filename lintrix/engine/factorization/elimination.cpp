@@ -26,11 +26,10 @@ Eliminator<T>::Eliminator(const FactorPlan& plan, const FactorRules& rules, cons
                           const Factor<T>& factor, EliminationTeam& team)
     : plan_(plan), structure_(plan.structure), rules_(rules), values_(values), factor_(factor), team_(team),
       progress_(team.progress, plan.threads),
-      indexOf_(Scratch<int>::uninitialised(static_cast<std::int64_t>(plan.structure.supernodeOf.size()))),
-      rows_(Scratch<int>::uninitialised(plan.sizes.tallest)),
-      buffer_(
-          Scratch<T>::uninitialised(updateBufferSize(mostColumns(plan), plan.sizes.widest, kPanelsTogether))),
-      scaled_(Scratch<T>::uninitialised(std::int64_t{mostColumns(plan)} * plan.sizes.widest))
+      indexOf_(Scratch<int>::uninitialised(EliminationSizes(plan).indices)),
+      rows_(Scratch<int>::uninitialised(EliminationSizes(plan).rows)),
+      buffer_(Scratch<T>::uninitialised(EliminationSizes(plan).buffer)),
+      scaled_(Scratch<T>::uninitialised(EliminationSizes(plan).scaled))
 {
 }
 

@@ -17,6 +17,26 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
+/// There is no work for more threads than runs.
+inline int busyThreads(const FactorPlan& plan, int runs) noexcept
+{
+    return std::min(plan.threads, runs);
+}
+
+/// Elements of the arrays that one thread works with.
+struct EliminationSizes {
+    explicit EliminationSizes(const FactorPlan& plan) noexcept
+        : columns(kPanelsTogether * plan.sizes.widest),
+          indices(static_cast<std::int64_t>(plan.structure.supernodeOf.size())), rows(plan.sizes.tallest),
+          buffer(updateBufferSize(columns, plan.sizes.widest, kPanelsTogether)),
+          scaled(std::int64_t{columns} * plan.sizes.widest)
+    {
+    }
+
+    int columns; ///< of the panels worked at together, at most
+    std::int64_t indices, rows, buffer, scaled;
+};
+
 /// What the threads of one factorization share.
 class EliminationTeam {
 public:
@@ -69,17 +89,6 @@ public:
     Eliminator(const FactorPlan& plan, const FactorRules& rules, const T* values, const Factor<T>& factor,
                EliminationTeam& team);
 
-    /// What one thread takes beside the panels.
-    static std::int64_t workBytes(const FactorPlan& plan) noexcept
-    {
-        const std::int64_t ints =
-            static_cast<std::int64_t>(plan.structure.supernodeOf.size()) + plan.sizes.tallest;
-        const std::int64_t elements =
-            updateBufferSize(mostColumns(plan), plan.sizes.widest, kPanelsTogether) +
-            std::int64_t{mostColumns(plan)} * plan.sizes.widest;
-        return ints * std::int64_t{sizeof(int)} + elements * std::int64_t{sizeof(T)};
-    }
-
     explicit operator bool() const { return indexOf_ && rows_ && buffer_ && scaled_; }
     std::int64_t missingBytes() const { return engine::missingBytes(indexOf_, rows_, buffer_, scaled_); }
     PivotCounts pivots() const { return pivots_; }
@@ -106,8 +115,6 @@ private:
         std::span<const UpdatePanel<T>> lowerPanels() const { return std::span(lower).first(panels); }
         std::span<const UpdatePanel<T>> upperPanels() const { return std::span(upper).first(panels); }
     };
-
-    static int mostColumns(const FactorPlan& plan) { return kPanelsTogether * plan.sizes.widest; }
 
     bool unsymmetric() const { return isUnsymmetric(rules_.method); }
     T* lower(int J) const { return lowerOf(factor_, J); }

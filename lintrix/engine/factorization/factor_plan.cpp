@@ -46,6 +46,45 @@ std::int64_t elementsOf(const ControlBlock& control)
     return control[WideWord::LowerElements] + (isSymmetric(control) ? 0 : control[WideWord::UpperElements]);
 }
 
+// Of rows and of columns.
+std::int64_t exchangesOf(const ControlBlock& control)
+{
+    return 2 * std::int64_t{control[Word::Order]};
+}
+
+// Factors of rows and columns of A, in the order of A.
+struct ScaleFactors {
+    explicit ScaleFactors(const Handle& handle)
+        : n(handle.control()[Word::Order]), row(handle.block<double>(Slot::Scaling)),
+          column(isSymmetric(handle.control()) ? row : row + n)
+    {
+    }
+    bool allOne() const
+    {
+        const auto isOne = [](double factor) { return factor == 1.0; };
+        return std::all_of(row, row + n, isOne) && std::all_of(column, column + n, isOne);
+    }
+
+    int n;
+    const double *row, *column;
+};
+
+bool isScaled(const Handle& handle)
+{
+    return handle.holds(Slot::Scaling) && !ScaleFactors(handle).allOne();
+}
+
+// Returns how many runs there are.
+int dealOutRuns(const Handle& handle, const FactorPlan& plan, std::span<double> work,
+                std::span<PositionRange> runs)
+{
+    const ControlBlock& control = handle.control();
+    const bool twoLevel = control[Word::TwoLevel] != 0 && plan.threads > 1;
+    return twoLevel ? dealOutSubgraphs(plan.structure, PermanentStructure(handle).subgraphSupernodes(),
+                                       control[Word::IndependentSubgraphs], runs)
+                    : dealOutSubtrees(plan.structure, plan.threads, work, runs);
+}
+
 // The values of A that a factorization reads.
 std::span<const std::byte> valuesOf(const Arguments& call, const Handle& handle)
 {
@@ -101,6 +140,21 @@ std::int64_t FactorLists::bytes() const noexcept
                                      factors_.span().size_bytes());
 }
 
+Failure FactorLists::forecast(const Handle& handle, const FactorPlan& plan, ListForecast& forecast)
+{
+    const std::int64_t supernodes = plan.structure.supernodes();
+    const auto runs = Scratch<PositionRange>::uninitialised(supernodes);
+    const auto work = Scratch<double>::uninitialised(supernodes);
+    if (!runs || !work) return outOfMemory(BlockCode::Transient, missingBytes(runs, work));
+    forecast.runs = dealOutRuns(handle, plan, work.span(), runs.span());
+    forecast.lists.add<std::int64_t>(supernodes + 1)
+        .add<Descendant>(countDescendants(plan.structure))
+        .add<PositionRange>(supernodes);
+    forecast.dealing.add<double>(supernodes);
+    if (isScaled(handle)) forecast.scaling.add<double>(2 * std::int64_t{handle.control()[Word::Order]});
+    return {};
+}
+
 Failure FactorLists::makeDescendants(FactorPlan& plan)
 {
     const std::int64_t starts = std::int64_t{plan.structure.supernodes()} + 1;
@@ -116,15 +170,10 @@ Failure FactorLists::makeDescendants(FactorPlan& plan)
 
 Failure FactorLists::makeRuns(const Handle& handle, FactorPlan& plan)
 {
-    const ControlBlock& control = handle.control();
     runs_ = Scratch<PositionRange>::uninitialised(plan.structure.supernodes());
     const auto work = Scratch<double>::uninitialised(plan.structure.supernodes());
     if (!runs_ || !work) return outOfMemory(BlockCode::RealWork, missingBytes(runs_, work));
-    const bool twoLevel = control[Word::TwoLevel] != 0 && plan.threads > 1;
-    const int count = twoLevel
-                          ? dealOutSubgraphs(plan.structure, PermanentStructure(handle).subgraphSupernodes(),
-                                             control[Word::IndependentSubgraphs], runs_.span())
-                          : dealOutSubtrees(plan.structure, plan.threads, work.span(), runs_.span());
+    const int count = dealOutRuns(handle, plan, work.span(), runs_.span());
     plan.runs = runs_.span().first(static_cast<std::size_t>(count));
     return {};
 }
@@ -132,20 +181,15 @@ Failure FactorLists::makeRuns(const Handle& handle, FactorPlan& plan)
 // The factors of rows and columns of A, brought from the order of A to that of the elimination.
 Failure FactorLists::makeScaling(const Handle& handle, FactorPlan& plan)
 {
-    if (!handle.holds(Slot::Scaling)) return {};
-    const ControlBlock& control = handle.control();
-    const int n = control[Word::Order];
-    const bool symmetric = isSymmetric(control);
-    const double *const row = handle.block<double>(Slot::Scaling), *const column = symmetric ? row : row + n;
-    if (std::all_of(row, row + n, [](double r) { return r == 1.0; }) &&
-        std::all_of(column, column + n, [](double c) { return c == 1.0; }))
-        return {};
+    if (!isScaled(handle)) return {};
+    const auto [n, row, column] = ScaleFactors(handle);
     factors_ = Scratch<double>::uninitialised(2 * std::int64_t{n});
     if (!factors_) return outOfMemory(BlockCode::RealWork, missingBytes(factors_));
     const auto order = static_cast<std::size_t>(n);
     const std::span<double> rows = factors_.span().first(order), columns = factors_.span().last(order);
     const std::span<const int> positionOf = PermanentStructure(handle).positionOf();
-    const int* const columnOfRow = symmetric ? nullptr : handle.block<int>(Slot::Matching);
+    const int* const columnOfRow =
+        isSymmetric(handle.control()) ? nullptr : handle.block<int>(Slot::Matching);
     for (int i = 0; i < n; ++i) {
         rows[positionOf[columnOfRow == nullptr ? i : columnOfRow[i]]] = row[i];
         columns[positionOf[i]] = column[i];
@@ -196,11 +240,22 @@ Failure reserveFactor(Handle handle, int mnum)
         if (entry.storage == nullptr) return outOfMemory(BlockCode::Factors, bytes);
         entry.bytes = bytes;
     }
-    const std::int64_t exchanges = 2 * std::int64_t{control[Word::Order]};
+    const std::int64_t exchanges = exchangesOf(control);
     if (entry.exchanges == nullptr) entry.exchanges = Scratch<int>::zeroed(exchanges).release();
     if (entry.exchanges != nullptr) return {};
     Handle::releaseFactor(entry);
     return outOfMemory(BlockCode::Factors, exchanges * std::int64_t{sizeof(int)});
+}
+
+BlockSum exchangeBlocks(const ControlBlock& control) noexcept
+{
+    return BlockSum().add<int>(exchangesOf(control));
+}
+
+template <class T>
+BlockSum factorBlocks(const ControlBlock& control) noexcept
+{
+    return exchangeBlocks(control).add<T>(elementsOf(control));
 }
 
 template <class T>
@@ -249,6 +304,7 @@ std::int64_t bytesForPanels(const Handle& handle, std::int64_t taken)
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \
     template Failure reserveFactor<T>(Handle, int);                                                          \
+    template BlockSum factorBlocks<T>(const ControlBlock&) noexcept;                                         \
     template Factor<T> factorIn<T>(Handle, int);
 LINTRIX_INSTANTIATE(float)
 LINTRIX_INSTANTIATE(double)

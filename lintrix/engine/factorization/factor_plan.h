@@ -17,6 +17,14 @@ namespace Velmar::Lintrix::detail::engine {
 /// are empty: a solve needs none of them.
 LINTRIX_TESTABLE FactorPlan planOf(Handle handle);
 
+/// What the lists of a factorization will take.
+struct ListForecast {
+    BlockSum lists;   ///< of descendants and runs
+    BlockSum dealing; ///< beside them, while runs are dealt out
+    BlockSum scaling; ///< beside them, afterwards
+    int runs = 0;     ///< that were dealt out
+};
+
 /// What a factorization needs beside the plan and makes for its own length.
 class LINTRIX_TESTABLE FactorLists {
 public:
@@ -24,6 +32,9 @@ public:
     /// @return  {Memory, -1200}
     Failure make(const Handle& handle, FactorPlan& plan);
     std::int64_t bytes() const noexcept;
+    /// What that will take. Linear in the row lists.
+    /// @return  outOfMemory(Transient)
+    static Failure forecast(const Handle& handle, const FactorPlan& plan, ListForecast& forecast);
 
 private:
     Failure makeDescendants(FactorPlan& plan);
@@ -52,6 +63,13 @@ LINTRIX_TESTABLE bool holdsFactor(const Handle& handle, int mnum, int kind) noex
 /// @return  {Memory, -1100}, with no block
 template <class T>
 LINTRIX_TESTABLE Failure reserveFactor(Handle handle, int mnum);
+
+/// The blocks of one factor: elements of L and U, and exchanges.
+template <class T>
+LINTRIX_TESTABLE BlockSum factorBlocks(const ControlBlock& control) noexcept;
+
+/// Of the exchanges alone.
+LINTRIX_TESTABLE BlockSum exchangeBlocks(const ControlBlock& control) noexcept;
 
 /// The arrays in the block of `mnum`.
 template <class T>

@@ -145,9 +145,8 @@ private:
     {
         FactorStore<T> store(plan_, files, call_.mnum);
         if (const Failure failure = store.allocate()) return {failure, {}};
-        const std::int64_t taken = lists_.bytes() + plan_.structure.supernodes() +
-                                   FactorStore<T>::sumBytes(plan_) +
-                                   plan_.threads * Eliminator<T>::workBytes(plan_);
+        const BlockSum work = factorizationBlocks<T>(plan_, static_cast<int>(plan_.runs.size()));
+        const std::int64_t taken = lists_.bytes() + FactorStore<T>::sumBytes(plan_) + 1024 * work.kilobytes();
         const PanelSchedule schedule =
             PanelSchedule::ofFactorization(plan_, bytesForPanels(handle_, taken) / std::int64_t{sizeof(T)});
         const auto room = Scratch<T>::uninitialised(schedule.groupRoom() + schedule.chunkRoom());

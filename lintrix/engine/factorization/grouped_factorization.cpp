@@ -30,7 +30,8 @@ public:
     {
         if (!team_) return {outOfMemory(BlockCode::RealWork, team_.missingBytes()), {}};
         if (!team_.progress.start()) return {{Error::Numeric, -1}, {}};
-        runTeam(plan_.threads, [&](const TeamMember& member) { work(member); });
+        runTeam(busyThreads(plan_, static_cast<int>(plan_.runs.size())),
+                [&](const TeamMember& member) { work(member); });
         if (!team_.hasFailed() && !team_.progress.end()) team_.fail({Error::Numeric, -1});
         return {team_.failure(), pivots_};
     }
@@ -55,6 +56,7 @@ private:
         }
 #pragma omp critical(lintrix_engine_pivots)
         pivots_ += eliminator.pivots();
+        member.meet(); // as in a factorization in memory
     }
 
     void workAt(PositionRange group, const TeamMember& member, Eliminator<T>& eliminator)

@@ -18,8 +18,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
     if (!team) return {outOfMemory(BlockCode::RealWork, team.missingBytes()), {}};
     if (!team.progress.start()) return {{Error::Numeric, -1}, {}};
     PivotCounts pivots;
-    const int busy = std::min(plan.threads, static_cast<int>(plan.runs.size()));
-    runTeam(busy, [&](const TeamMember& member) {
+    runTeam(busyThreads(plan, static_cast<int>(plan.runs.size())), [&](const TeamMember& member) {
         std::optional<SequentialBlasScope> sequential;
         if (plan.threads > 1) sequential.emplace();
         Eliminator<T> worker(plan, rules, values, factor, team);
@@ -30,9 +29,24 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
         }
 #pragma omp critical(lintrix_engine_pivots)
         pivots += worker.pivots();
+        member.meet(); // all arrays are there at a time, whoever is done first: the same peak in every run
     });
     if (!team.hasFailed() && !team.progress.end()) team.fail({Error::Numeric, -1});
     return {team.failure(), pivots};
+}
+
+template <class T>
+BlockSum factorizationBlocks(const FactorPlan& plan, int runs) noexcept
+{
+    BlockSum blocks;
+    blocks.add<char>(plan.structure.supernodes());
+    const EliminationSizes sizes(plan);
+    for (int thread = 0; thread < busyThreads(plan, runs); ++thread) {
+        blocks.add<int>(sizes.indices).add<int>(sizes.rows);
+        blocks.add<T>(sizes.buffer);
+        blocks.add<T>(sizes.scaled);
+    }
+    return blocks;
 }
 
 template FactorResult factorize(const FactorPlan&, const FactorRules&, const float*, const Factor<float>&,
@@ -43,5 +57,9 @@ template FactorResult factorize(const FactorPlan&, const FactorRules&, const std
                                 const Factor<std::complex<float>>&, const ProgressListener&);
 template FactorResult factorize(const FactorPlan&, const FactorRules&, const std::complex<double>*,
                                 const Factor<std::complex<double>>&, const ProgressListener&);
+template BlockSum factorizationBlocks<float>(const FactorPlan&, int) noexcept;
+template BlockSum factorizationBlocks<double>(const FactorPlan&, int) noexcept;
+template BlockSum factorizationBlocks<std::complex<float>>(const FactorPlan&, int) noexcept;
+template BlockSum factorizationBlocks<std::complex<double>>(const FactorPlan&, int) noexcept;
 
 } // namespace Velmar::Lintrix::detail::engine

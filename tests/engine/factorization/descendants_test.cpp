@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <set>
 #include <vector>
 
@@ -62,6 +63,11 @@ TEST_P(Descendants, AreAllThatShareRowsAscending)
         }
         EXPECT_EQ(next, list.end());
     }
+}
+
+TEST_P(Descendants, AreCountedWithoutTheirStarts)
+{
+    EXPECT_EQ(countDescendants(structure()), static_cast<std::int64_t>(lists().entries.size()));
 }
 
 TEST_P(Descendants, PanelsTogetherHaveTheRowsOfTheOneBefore)
