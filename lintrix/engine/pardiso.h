@@ -147,7 +147,7 @@ private:
 ///                - 33 solve; without a factor as 23. 331, 332, 333: its forward substitution, diagonal step
 ///                  and backward substitution alone, without refinement
 ///                - 0 releases the factor `mnum`, -1 everything the handle holds; both read nothing but `pt`,
-///                  `mnum`, `iparm` and `msglvl`
+///                  `mnum`, `iparm` and `msglvl`, and `mtype` for the banner of a report
 ///                - -2 and -3 are enquiries, `error` being 16 and 300000
 /// @param n       order of A
 /// @param a       values of A: double, float (iparm(28) = 1) or std::complex of them, by mtype. Read by each

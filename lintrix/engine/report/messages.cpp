@@ -185,11 +185,13 @@ public:
         if (length_ + text.size() <= kLongest) std::memcpy(cells_ + length_, text.data(), text.size());
         length_ += text.size();
     }
+    /// Of a line that has not grown too long.
+    void end() noexcept { cells_[length_++] = '\n'; }
     std::size_t length() const noexcept { return length_; }
     std::string_view text() const noexcept { return {cells_, length_}; }
 
 private:
-    char cells_[kLongest];
+    char cells_[kLongest + 1];
     std::size_t length_ = 0;
 };
 
@@ -228,10 +230,11 @@ void fill(Line& line, std::string_view text, std::initializer_list<MessageArgume
     }
 }
 
-void write(std::string_view line)
+/// In one piece: two handles in two threads share standard output, and their lines stay whole.
+void write(Line& line)
 {
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fputc('\n', stdout);
+    line.end();
+    std::fwrite(line.text().data(), 1, line.text().size(), stdout);
 }
 
 [[noreturn]] void endForLongLine(Message message, std::size_t length)
@@ -260,7 +263,7 @@ void print(Message message, std::initializer_list<MessageArgument> arguments)
     Line line;
     fill(line, text, arguments);
     if (line.length() > Line::kLongest) endForLongLine(message, line.length());
-    write(line.text());
+    write(line);
 }
 
 } // namespace Velmar::Lintrix::detail::engine
