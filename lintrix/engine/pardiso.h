@@ -161,7 +161,8 @@ private:
 /// @param nrhs    number of right-hand sides; at least 1 for phase 33
 /// @param iparm   64 parameters, in and out: PardisoParameter
 /// @param msglvl  0 silent; else standard output is told of failures and of the percentage of each
-///                factorization, if positive also of statistics, if exactly 2 also of the engine's version
+///                factorization, if positive also of statistics, if exactly 2 also of the engine's version.
+///                docs/message_catalogue.md tells how its texts are replaced
 /// @param b, x    right-hand sides and solutions, column after column, n apart, elements as in `a`; with
 ///                iparm(6) = 1 the solution is in `b` and `x` is work. Only solves look at them
 /// @param error   how the call ended:

@@ -4,6 +4,7 @@
 #include <lintrix/engine/call/progress_scope.h>
 #include <lintrix/engine/call/scalar.h>
 #include <lintrix/engine/factorization/factor_plan.h>
+#include <lintrix/engine/report/loaded_catalogue.h>
 #include <lintrix/engine/report/messages.h>
 
 #include <algorithm>
@@ -39,7 +40,11 @@ double pivotThreshold(const Arguments& call, std::int64_t entries)
 /// Tells the caller's callback and, where the call reports, standard output.
 class Announcer {
 public:
-    explicit Announcer(bool prints) : callback_(ProgressScope::current()), prints_(prints) {}
+    /// The texts are chosen here, by the locale of the thread that calls: a thread of the team has its own.
+    explicit Announcer(bool prints) : callback_(ProgressScope::current()), prints_(prints)
+    {
+        if (prints) textsInForce();
+    }
 
     ProgressListener listener()
     {

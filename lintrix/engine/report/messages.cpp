@@ -1,5 +1,8 @@
 #include <lintrix/engine/report/messages.h>
 
+#include <lintrix/engine/report/loaded_catalogue.h>
+#include <lintrix/engine/report/message_places.h>
+
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -16,9 +19,7 @@ struct Row {
     const char* text;
 };
 
-constexpr std::size_t kRows = static_cast<std::size_t>(Message::Last_);
-
-constexpr std::array<Row, kRows> kCatalogue{{
+constexpr std::array<Row, kMessages> kCatalogue{{
     {Message::InputError, "*** Error in PARDISO  ( sequence_ido,parameters) error_num= %d"},
     {Message::MatrixError, "*** Error in PARDISO  (incorrect input matrix  ) error_num= %d"},
     {Message::MemoryError, "*** Error in PARDISO  (     insufficient_memory) error_num= %d"},
@@ -168,7 +169,7 @@ constexpr std::array<Row, kRows> kCatalogue{{
 
 constexpr bool eachRowStandsAtItsNumber()
 {
-    for (std::size_t i = 0; i < kRows; ++i) {
+    for (std::size_t i = 0; i < kMessages; ++i) {
         if (kCatalogue[i].message != static_cast<Message>(i) || kCatalogue[i].text == nullptr) return false;
     }
     return true;
@@ -178,11 +179,9 @@ static_assert(eachRowStandsAtItsNumber());
 /// A line under construction: at most 512 characters are kept, all are counted.
 class Line {
 public:
-    static constexpr std::size_t kLongest = 512;
-
     void append(std::string_view text) noexcept
     {
-        if (length_ + text.size() <= kLongest) std::memcpy(cells_ + length_, text.data(), text.size());
+        if (length_ + text.size() <= kLongestLine) std::memcpy(cells_ + length_, text.data(), text.size());
         length_ += text.size();
     }
     /// Of a line that has not grown too long.
@@ -191,7 +190,7 @@ public:
     std::string_view text() const noexcept { return {cells_, length_}; }
 
 private:
-    char cells_[kLongest + 1];
+    char cells_[kLongestLine + 1];
     std::size_t length_ = 0;
 };
 
@@ -219,14 +218,12 @@ void fill(Line& line, std::string_view text, std::initializer_list<MessageArgume
 {
     const MessageArgument* next = arguments.begin();
     while (!text.empty()) {
-        const std::size_t place = text.find('%');
-        line.append(text.substr(0, place));
-        if (place == std::string_view::npos) return;
-        if (text[place + 1] == '%')
+        const MessagePiece piece = takePiece(text);
+        line.append(piece.text);
+        if (piece.place == '%')
             line.append("%");
-        else if (next != arguments.end())
+        else if (piece.place != MessagePiece::kEnd && next != arguments.end())
             std::visit(Appender{line}, *next++);
-        text.remove_prefix(place + 2);
     }
 }
 
@@ -241,7 +238,7 @@ void write(Line& line)
 {
     print(Message::LineTooLong);
     print(Message::LineTooLongHint, {static_cast<std::int64_t>(message), static_cast<std::int64_t>(length),
-                                     static_cast<std::int64_t>(Line::kLongest)});
+                                     static_cast<std::int64_t>(kLongestLine)});
     std::exit(8);
 }
 
@@ -250,19 +247,19 @@ void write(Line& line)
 const char* textOf(Message message) noexcept
 {
     const auto number = static_cast<std::size_t>(static_cast<int>(message));
-    return number < kRows ? kCatalogue[number].text : nullptr;
+    return number < kMessages ? kCatalogue[number].text : nullptr;
 }
 
 void print(Message message, std::initializer_list<MessageArgument> arguments)
 {
-    const char* const text = textOf(message);
-    if (text == nullptr) {
+    const char* const builtIn = textOf(message);
+    if (builtIn == nullptr) {
         print(Message::UnknownMessage, {static_cast<std::int64_t>(message)});
         return;
     }
     Line line;
-    fill(line, text, arguments);
-    if (line.length() > Line::kLongest) endForLongLine(message, line.length());
+    fill(line, textsInForce()[static_cast<std::size_t>(message)].value_or(builtIn), arguments);
+    if (line.length() > kLongestLine) endForLongLine(message, line.length());
     write(line);
 }
 
