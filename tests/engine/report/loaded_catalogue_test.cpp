@@ -3,6 +3,7 @@
 
 #include "tests/engine/engine_call.h"
 #include "tests/engine/report/catalogue_text.h"
+#include "tests/engine/report/named_locale.h"
 #include "tests/support/failing_allocator.h"
 #include "tests/support/files.h"
 
@@ -18,7 +19,6 @@
 #include <string_view>
 #include <thread>
 
-#include <locale.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -199,14 +199,6 @@ TEST_F(LoadedCatalogueDeathTest, ServesThreadsThatPrintFirstAtTheSameTime)
     EXPECT_EXIT(inOwnFolder(report), ExitedWithCode(0), "^7 vom Hundert %\n7 vom Hundert %\n$");
 }
 
-/// The locale "C.utf8", which every system has, as this thread's under the name "de_DE.UTF-8".
-void speakGerman()
-{
-    std::filesystem::copy("/usr/lib/locale/C.utf8", "de_DE.utf8", std::filesystem::copy_options::recursive);
-    setenv("LOCPATH", std::filesystem::current_path().c_str(), 1);
-    uselocale(newlocale(LC_MESSAGES_MASK, "de_DE.UTF-8", nullptr));
-}
-
 // Percentages may be told by a thread of the team, whose locale is the process's; which comes first differs
 // from run to run.
 TEST_F(LoadedCatalogueDeathTest, IsThatOfTheThreadThatCalls)
@@ -214,7 +206,8 @@ TEST_F(LoadedCatalogueDeathTest, IsThatOfTheThreadThatCalls)
     const auto factorize = [] {
         OwnFolder::put("1031", kGerman);
         OwnFolder::put("1033", kTitleLine + identifierOf(Message::Progress) + " %d per cent %%\n");
-        speakGerman();
+        const NamedLocale german("de_DE.UTF-8", LC_MESSAGES);
+        const NamedLocale::Use use(german);
         const ThreadSetting threads(2, 0);
         EngineCall call(gridMatrix(11, 40, 1), 11);
         call.run(11);

@@ -1,19 +1,15 @@
-#include "tests/support/files.h"
+#include "tests/engine/report/named_locale.h"
 
 #include <lintrix/engine/report/locale_number.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <string_view>
 #include <thread>
 #include <utility>
 
-#include <locale.h>
-
 using namespace Velmar::Lintrix::detail::engine;
-using Velmar::Lintrix::testing::Scratch;
+using Velmar::Lintrix::testing::NamedLocale;
 
 namespace {
 
@@ -41,35 +37,24 @@ TEST(LocaleNumber, OfUnknownLocalesIsThatOfEnglish)
         EXPECT_EQ(localeNumber(name), 1033U) << name;
 }
 
-/// The locale "C.utf8", which every system has, under another name.
-void nameALocale(const Scratch& folder, const char* name)
-{
-    std::filesystem::copy("/usr/lib/locale/C.utf8", folder.at(name),
-                          std::filesystem::copy_options::recursive);
-    setenv("LOCPATH", folder.at("").c_str(), 1);
-}
-
 TEST(LocaleNumber, OfAThreadIsThatOfItsOwnLocaleForMessages)
 {
-    const Scratch folder;
-    nameALocale(folder, "de_DE.utf8");
-    const locale_t german = newlocale(LC_MESSAGES_MASK, "de_DE.UTF-8", nullptr);
-    ASSERT_NE(german, nullptr);
+    const NamedLocale german("de_DE.UTF-8", LC_MESSAGES);
+    ASSERT_TRUE(german.isThere());
     EXPECT_EQ(localeNumberOfThread(), 1033U);
-    const locale_t before = uselocale(german);
+    const NamedLocale::Use use(german);
     EXPECT_EQ(localeNumberOfThread(), 1031U);
     unsigned long other = 0;
     std::thread([&] { other = localeNumberOfThread(); }).join();
     EXPECT_EQ(other, 1033U);
-    uselocale(before);
-    freelocale(german);
-    const locale_t numbers = newlocale(LC_NUMERIC_MASK, "de_DE.UTF-8", nullptr);
-    ASSERT_NE(numbers, nullptr);
-    uselocale(numbers);
+}
+
+TEST(LocaleNumber, LooksAtNoOtherCategory)
+{
+    const NamedLocale german("de_DE.UTF-8", LC_NUMERIC);
+    ASSERT_TRUE(german.isThere());
+    const NamedLocale::Use use(german);
     EXPECT_EQ(localeNumberOfThread(), 1033U);
-    uselocale(before);
-    freelocale(numbers);
-    unsetenv("LOCPATH");
 }
 
 } // namespace
