@@ -41,7 +41,9 @@ unsigned long localeNumber(std::string_view name) noexcept
 
 unsigned long localeNumberOfThread() noexcept
 {
-    return localeNumber(nl_langinfo(NL_LOCALE_NAME(LC_MESSAGES)));
+    const char* const name =
+        nl_langinfo(NL_LOCALE_NAME(LC_MESSAGES)); // NOLINT(concurrency-mt-unsafe): constant
+    return localeNumber(name);
 }
 
 } // namespace Velmar::Lintrix::detail::engine
