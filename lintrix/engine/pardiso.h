@@ -158,7 +158,7 @@ private:
 ///                - 33 solve; without a factor as 23. 331, 332, 333: its forward substitution, diagonal step
 ///                  and backward substitution alone, without refinement
 ///                - 0 releases the factor `mnum`, -1 everything the handle holds; both read nothing but `pt`,
-///                  `mnum`, `iparm` and `msglvl`
+///                  `mnum`, `iparm` and `msglvl`, and `mtype` for the banner of a report
 ///                - -2 and -3 are enquiries, `error` being 16 and 300000
 /// @param n       order of A
 /// @param a       values of A: double, float (iparm(28) = 1) or std::complex of them, by mtype. Read by each
@@ -172,7 +172,8 @@ private:
 /// @param nrhs    number of right-hand sides; at least 1 for phase 33
 /// @param iparm   64 parameters, in and out: PardisoParameter
 /// @param msglvl  0 silent; else standard output is told of failures and of the percentage of each
-///                factorization, if positive also of statistics, if exactly 2 also of the engine's version
+///                factorization, if positive also of statistics, if exactly 2 also of the engine's version.
+///                docs/message_catalogue.md tells how its texts are replaced
 /// @param b, x    right-hand sides and solutions, column after column, n apart, elements as in `a`; with
 ///                iparm(6) = 1 the solution is in `b` and `x` is work. Only solves look at them
 /// @param error   how the call ended:

@@ -7,6 +7,7 @@
 #include <lintrix/engine/factorization/elimination.h>
 #include <lintrix/engine/factorization/factor_plan.h>
 #include <lintrix/engine/factorization/grouped_factorization.h>
+#include <lintrix/engine/report/loaded_catalogue.h>
 #include <lintrix/engine/report/messages.h>
 
 #include <algorithm>
@@ -42,7 +43,11 @@ double pivotThreshold(const Arguments& call, std::int64_t entries)
 /// Tells the caller's callback and, where the call reports, standard output.
 class Announcer {
 public:
-    explicit Announcer(bool prints) : callback_(ProgressScope::current()), prints_(prints) {}
+    /// The texts are chosen here, by the locale of the thread that calls: a thread of the team has its own.
+    explicit Announcer(bool prints) : callback_(ProgressScope::current()), prints_(prints)
+    {
+        if (prints) textsInForce();
+    }
 
     ProgressListener listener()
     {

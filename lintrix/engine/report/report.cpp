@@ -68,6 +68,12 @@ void reportSummary(const Arguments& call)
     print(Message::SummaryRule);
 }
 
+/// A failed iteration has told its status minus ten times its count.
+constexpr int iterationsTold(int result) noexcept
+{
+    return result < 0 ? -(result / 10) : result;
+}
+
 void reportTimes(const Timers& timers, int iterations)
 {
     print(Message::Times);
@@ -192,8 +198,7 @@ void reportSuccess(const Arguments& call, const ControlBlock* control, const Tim
 {
     reportSummary(call);
     if (call.phase.code() < 1) return reportRelease(call, factorsReleased);
-    const int result = call.iparm[Parameter::IterationResult];
-    reportTimes(timers, result > 0 ? result : 0);
+    reportTimes(timers, iterationsTold(call.iparm[Parameter::IterationResult]));
     if ((*control)[Word::OutOfCore] != 0) reportOutOfCore(trafficOf(*control, timers));
     print(Message::Statistics);
     print(Message::StatisticsRule);
@@ -204,8 +209,9 @@ void reportSuccess(const Arguments& call, const ControlBlock* control, const Tim
 
 void reportDiagonal(Phase phase)
 {
-    const bool isStep = phase.legal();
-    print(Message::NoStatisticsForDiagonal, {isStep ? nameOf(phase.last()) : nameOf(Step::Reorder)});
+    const int last = phase.steps() % 10;
+    const bool isStep = last >= 1 && last <= 3;
+    print(Message::NoStatisticsForDiagonal, {nameOf(isStep ? phase.last() : Step::Factorize)});
 }
 
 void reportOutOfCore(const OutOfCoreTraffic& traffic)

@@ -16,7 +16,8 @@ namespace Velmar::Lintrix::detail::engine {
 LINTRIX_TESTABLE void reportSuccess(const Arguments& call, const ControlBlock* control, const Timers& timers,
                                     int factorsReleased);
 
-/// There are no statistics for a diagonal matrix; the line names the last step of the phase.
+/// There are no statistics for a diagonal matrix; the line names the last step of the phase. The diagonal
+/// path takes phases whose last digit is no step, too, and looks at the pivots: that is a factorization.
 LINTRIX_TESTABLE void reportDiagonal(Phase phase);
 
 /// What a step has done with files in the out-of-core mode.
