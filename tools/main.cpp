@@ -169,9 +169,9 @@ CLI::Option* addOutOfCore(CLI::App* solve, tools::SparseOptions& options)
         options.outOfCore = true;
         if (word != kCoreByMemory) options.coreMegabytes = std::stoi(word);
     };
-    return solve
-        ->add_flag("--out-of-core",
-                   "Keep the factor in files; --out-of-core=MB uses so many megabytes of memory beside them")
+    return solve->add_flag("--out-of-core")
+        ->description(
+            "Keep the factor in files; --out-of-core=MB uses so many megabytes of memory beside them")
         ->check(CLI::Validator(fault, ""))
         ->each(take);
 }
