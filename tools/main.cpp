@@ -157,6 +157,25 @@ CLI::Option* addChoice(CLI::App* command, const std::string& name, Value& target
     return command->add_option_function<std::string>(name, choose, description)->type_name(words);
 }
 
+constexpr const char* kCoreByMemory = "true"; // what the flag says without a value
+
+/// "--out-of-core" alone, or with the megabytes behind "=".
+CLI::Option* addOutOfCore(CLI::App* solve, tools::SparseOptions& options)
+{
+    const auto fault = [](const std::string& word) {
+        return word == kCoreByMemory ? std::string() : faultOfCount(word);
+    };
+    const auto take = [&options](const std::string& word) {
+        options.outOfCore = true;
+        if (word != kCoreByMemory) options.coreMegabytes = std::stoi(word);
+    };
+    return solve->add_flag("--out-of-core")
+        ->description(
+            "Keep the factor in files; --out-of-core=MB uses so many megabytes of memory beside them")
+        ->check(CLI::Validator(fault, ""))
+        ->each(take);
+}
+
 /// The options of the direct solver.
 std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::SparseOptions& options)
 {
@@ -185,7 +204,7 @@ std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::S
     CLI::Option* const report =
         solve->add_flag("--report", options.settings.engineReport, "Print the direct solver's own report")
             ->excludes(json);
-    return {type, ordering, strategy, refine, report};
+    return {type, ordering, strategy, refine, addOutOfCore(solve, options), report};
 }
 
 /// They are refused where the file, once it is open, turns out to be solved in another way.
@@ -216,6 +235,8 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
         "ways.\n"
         "A complex A must be hermitian for --type positive-definite, hermitian or symmetric for indefinite.\n"
         "Status: accurate; degraded, with the reason; failed, with the reason.\n"
+        "A factor that memory has no room for is kept in files, also unasked: below $TMPDIR or /var/tmp,\n"
+        "unless MKL_PARDISO_OOC_PATH names another place; they are removed at the end.\n"
         "Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.");
 }
 

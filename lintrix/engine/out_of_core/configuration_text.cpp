@@ -62,7 +62,7 @@ bool OutOfCoreSettings::takePath(std::string_view text) noexcept
     const bool fits = !prefix.empty() && prefix.size() <= kLongestPrefix;
     if (!fits || std::ranges::any_of(prefix, isControl)) return false;
     path = prefix;
-    return true;
+    return pathIsTaken = true;
 }
 
 bool OutOfCoreSettings::takeMegabytes(std::string_view text) noexcept
@@ -70,14 +70,15 @@ bool OutOfCoreSettings::takeMegabytes(std::string_view text) noexcept
     const std::optional<int> value = wholeNumber(text);
     if (!value || *value < 1) return false;
     megabytes = *value;
-    return true;
+    return megabytesAreTaken = true;
 }
 
 bool OutOfCoreSettings::takeKeep(std::string_view text) noexcept
 {
     const std::optional<int> value = wholeNumber(text);
-    if (value) keep = *value;
-    return value.has_value();
+    if (!value) return false;
+    keep = *value;
+    return keepIsTaken = true;
 }
 
 void readConfigurationText(std::string_view text, OutOfCoreSettings& settings) noexcept

@@ -20,6 +20,9 @@ struct LINTRIX_TESTABLE OutOfCoreSettings {
     std::string_view path = "ooc_temp"; ///< how the names of the files begin, folder included
     int megabytes = 2000;               ///< that the factor and the work on it may take
     int keep = 1;                       ///< 0: the files go when the handle is done with them
+
+    /// Which of them were taken from a text.
+    bool pathIsTaken = false, megabytesAreTaken = false, keepIsTaken = false;
 };
 
 /// Takes what the lines of the text say: a key, a `=` or blanks, a value; `#` starts a comment. Lines that

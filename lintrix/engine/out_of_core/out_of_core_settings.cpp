@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/out_of_core/configuration_text.h>
 #include <lintrix/engine/out_of_core/regular_file.h>
+#include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/engine/report/messages.h>
 #include <lintrix/services/environment.h>
 
@@ -94,21 +95,37 @@ void store(Handle handle, const OutOfCoreSettings& settings) noexcept
     wordOf(handle, SettingWord::KeepsFiles) = settings.keep != 0 ? 1 : 0;
 }
 
+/// What the file and then the environment say, as it is now.
+class Configuration {
+public:
+    explicit Configuration(bool reports)
+    {
+        readConfigurationText(file_.text(), settings_);
+        if (settings_.takePath(path_.text()) && reports)
+            print(Message::PathFromEnvironment, {settings_.path});
+        if (settings_.takeMegabytes(size_.text()) && reports)
+            print(Message::CoreSizeFromEnvironment, {settings_.megabytes});
+        if (settings_.takeKeep(keep_.text()) && reports)
+            print(Message::KeepFileFromEnvironment, {settings_.keep});
+    }
+    Configuration(const Configuration&) = delete; // the path is a view of a text of this one
+    Configuration& operator=(const Configuration&) = delete;
+
+    const OutOfCoreSettings& settings() const noexcept { return settings_; }
+
+private:
+    ConfigurationFile file_{ConfigurationPath().text()};
+    EnvironmentValue path_ = readEnvironment("MKL_PARDISO_OOC_PATH");
+    EnvironmentValue size_ = readEnvironment("MKL_PARDISO_OOC_MAX_CORE_SIZE");
+    EnvironmentValue keep_ = readEnvironment("MKL_PARDISO_OOC_KEEP_FILE");
+    OutOfCoreSettings settings_;
+};
+
 } // namespace
 
 void readOutOfCoreSettings(Handle handle, bool reports)
 {
-    OutOfCoreSettings settings;
-    const ConfigurationFile file{ConfigurationPath().text()};
-    readConfigurationText(file.text(), settings);
-    const EnvironmentValue path = readEnvironment("MKL_PARDISO_OOC_PATH");
-    if (settings.takePath(path.text()) && reports) print(Message::PathFromEnvironment, {settings.path});
-    const EnvironmentValue size = readEnvironment("MKL_PARDISO_OOC_MAX_CORE_SIZE");
-    if (settings.takeMegabytes(size.text()) && reports)
-        print(Message::CoreSizeFromEnvironment, {settings.megabytes});
-    const EnvironmentValue keep = readEnvironment("MKL_PARDISO_OOC_KEEP_FILE");
-    if (settings.takeKeep(keep.text()) && reports) print(Message::KeepFileFromEnvironment, {settings.keep});
-    store(handle, settings);
+    store(handle, Configuration(reports).settings());
 }
 
 std::string_view filePrefix(const Handle& handle) noexcept
@@ -128,3 +145,19 @@ bool keepsFactorFiles(const Handle& handle) noexcept
 }
 
 } // namespace Velmar::Lintrix::detail::engine
+
+namespace Velmar::Lintrix {
+
+OutOfCoreConfiguration ReadOutOfCoreConfiguration() noexcept
+{
+    const detail::engine::Configuration read(false);
+    const detail::engine::OutOfCoreSettings& settings = read.settings();
+    OutOfCoreConfiguration said;
+    static_assert(sizeof said.path > detail::engine::kLongestPrefix);
+    if (settings.pathIsTaken) settings.path.copy(said.path, sizeof said.path - 1);
+    if (settings.megabytesAreTaken) said.megabytes = settings.megabytes;
+    if (settings.keepIsTaken) said.keepsFiles = settings.keep != 0;
+    return said;
+}
+
+} // namespace Velmar::Lintrix

@@ -1,5 +1,7 @@
 #include "tests/engine/out_of_core/out_of_core_handle.h"
 
+#include <lintrix/engine/out_of_core_configuration.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -47,6 +49,32 @@ TEST_F(Settings, OfNobodyAreTheDefaults)
 {
     EXPECT_EQ(made.configure(true), "");
     expectDefaults();
+}
+
+TEST_F(Settings, ThatNobodyGaveAreNotSaid)
+{
+    const OutOfCoreConfiguration said = ReadOutOfCoreConfiguration();
+    EXPECT_STREQ(said.path, "");
+    EXPECT_EQ(said.megabytes, std::nullopt);
+    EXPECT_EQ(said.keepsFiles, std::nullopt);
+}
+
+TEST_F(Settings, AreSaidAsAHandleWouldTakeThem)
+{
+    const std::string longest(1015, 'p');
+    folder.file(kFile, "mkl_pardiso_ooc_path " + longest + "\nmkl_pardiso_ooc_max_core_size 2000\n");
+    environment.set("MAX_CORE_SIZE", "none");
+    environment.set("KEEP_FILE", "-7");
+    const OutOfCoreConfiguration said = ReadOutOfCoreConfiguration();
+    EXPECT_EQ(said.path, longest);
+    EXPECT_EQ(said.megabytes, 2000) << "the default, but given";
+    EXPECT_EQ(said.keepsFiles, true);
+    environment.set("MAX_CORE_SIZE", "3");
+    environment.set("KEEP_FILE", "0");
+    environment.set("PATH", " of_environment ");
+    EXPECT_STREQ(ReadOutOfCoreConfiguration().path, "of_environment");
+    EXPECT_EQ(ReadOutOfCoreConfiguration().megabytes, 3);
+    EXPECT_EQ(ReadOutOfCoreConfiguration().keepsFiles, false);
 }
 
 TEST_F(Settings, StandInTheBlankPathBufferWithoutATerminator)
