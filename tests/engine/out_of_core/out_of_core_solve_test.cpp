@@ -115,13 +115,16 @@ public:
     EngineCall call;
 };
 
-constexpr int kSide = 16; // factors of 6 to 24 megabytes
+constexpr int kSide = 20;
 constexpr double kSolved = 1e-13;
 
-// A quarter of the factor or less.
-int coreFor(int mtype)
+// The core that is told to be enough at least: a third of what the factor takes, or less.
+int leastCore(int side, int mtype, int count = 1)
 {
-    return isComplex(mtype) && !isSymmetricStorage(mtype) ? 5 : 3;
+    OutOfCoreSystem system(side, mtype, 2000);
+    system.setRightSides(count);
+    EXPECT_EQ(system.call.run(11), 0);
+    return system.call.iparm(63);
 }
 
 class OutOfCoreSolves : public ::testing::TestWithParam<int> {};
@@ -130,7 +133,7 @@ TEST_P(OutOfCoreSolves, HaveTheBitsOfMemoryOnOneThread)
 {
     const ThreadSetting one(1);
     for (const int count : {1, 3, 20}) {
-        OutOfCoreSystem files(kSide, GetParam(), coreFor(GetParam()));
+        OutOfCoreSystem files(kSide, GetParam(), leastCore(kSide, GetParam(), count));
         files.setRightSides(count);
         ASSERT_EQ(files.call.run(13), 0);
         EXPECT_EQ(files.call.iparm(57), 1);
@@ -147,7 +150,7 @@ TEST_P(OutOfCoreSolves, OnTwoThreadsWithAndWithoutImprovement)
 {
     const ThreadSetting two(2);
     for (const int mode : {1, 2, 22}) {
-        OutOfCoreSystem system(kSide, GetParam(), coreFor(GetParam()), mode);
+        OutOfCoreSystem system(kSide, GetParam(), leastCore(kSide, GetParam()), mode);
         ASSERT_EQ(system.call.run(12), 0);
         EXPECT_EQ(system.call.iparm(57), 1);
         EXPECT_EQ(system.call.iparm(60), mode == 1 ? 1 : 2);
@@ -167,7 +170,7 @@ TEST_P(OutOfCoreSolves, OnTwoThreadsWithAndWithoutImprovement)
 TEST_P(OutOfCoreSolves, InParts)
 {
     const ThreadSetting one(1);
-    OutOfCoreSystem system(kSide, GetParam(), coreFor(GetParam()));
+    OutOfCoreSystem system(kSide, GetParam(), leastCore(kSide, GetParam(), 3));
     system.setRightSides(3);
     system.call.set(26, 1);
     ASSERT_EQ(system.call.run(13), 0);
@@ -183,7 +186,7 @@ TEST_P(OutOfCoreSolves, InParts)
 TEST_P(OutOfCoreSolves, TransposedAndIntoB)
 {
     const ThreadSetting two(2);
-    OutOfCoreSystem system(kSide, GetParam(), coreFor(GetParam()));
+    OutOfCoreSystem system(kSide, GetParam(), leastCore(kSide, GetParam()));
     system.call.set(12, 1);
     system.call.set(6, 1);
     const std::vector<double> b = system.call.b;
@@ -197,7 +200,7 @@ INSTANTIATE_TEST_SUITE_P(Types, OutOfCoreSolves, ::testing::Values(1, 2, -2, 3, 
 
 TEST(OutOfCoreFactors, ManyAreHeldAtOnceAndReplaced)
 {
-    OutOfCoreSystem system(kSide, 11, coreFor(11), 2);
+    OutOfCoreSystem system(kSide, 11, leastCore(kSide, 11), 2);
     system.call.maxfct = 3;
     const std::vector<double> first = system.call.A.a, b = system.call.b;
     ASSERT_EQ(system.call.run(11), 0);
@@ -224,7 +227,7 @@ TEST(OutOfCoreFactors, ManyAreHeldAtOnceAndReplaced)
 
 TEST(OutOfCoreFactors, InSinglePrecision)
 {
-    OutOfCoreSystem system(kSide, 2, 2, 2);
+    OutOfCoreSystem system(kSide, 2, leastCore(kSide, 2), 2);
     std::vector<float> a(system.call.A.a.begin(), system.call.A.a.end());
     std::vector<float> b(system.call.b.begin(), system.call.b.end());
     const std::vector<double> values(a.begin(), a.end()), sides(b.begin(), b.end());
@@ -241,7 +244,7 @@ TEST(OutOfCoreFactors, InSinglePrecision)
 
 TEST(OutOfCoreFactors, HaveElevenFilesUntilTheyAreReleased)
 {
-    OutOfCoreSystem system(6, 11, coreFor(11), 2);
+    OutOfCoreSystem system(6, 11, 50, 2);
     ASSERT_EQ(system.call.run(11), 0);
     EXPECT_EQ(system.folder.names().size(), 11u);
     ASSERT_EQ(system.call.run(13), 0);
@@ -252,7 +255,7 @@ TEST(OutOfCoreFactors, HaveElevenFilesUntilTheyAreReleased)
 
 TEST(OutOfCoreFactors, StayWhereTheyAreToBeKept)
 {
-    OutOfCoreSystem system(6, 11, coreFor(11), 2);
+    OutOfCoreSystem system(6, 11, 50, 2);
     system.environment.set("KEEP_FILE", "1");
     ASSERT_EQ(system.call.run(13), 0);
     system.call.release();
@@ -261,7 +264,7 @@ TEST(OutOfCoreFactors, StayWhereTheyAreToBeKept)
 
 TEST(OutOfCoreFactors, OfTwoHandlesDoNotDisturbEachOther)
 {
-    OutOfCoreSystem one(kSide, 11, coreFor(11), 2);
+    OutOfCoreSystem one(kSide, 11, leastCore(kSide, 11), 2);
     EngineCall two(gridOf(kSide, 1), 1);
     two.set(60, 2);
     two.b = one.call.b;
@@ -293,7 +296,7 @@ TEST(OutOfCoreFactors, NeedTheCoreThatIsTold)
 // What the folder is at a solve, one file after another.
 class OutOfCoreFaults : public ::testing::TestWithParam<std::string> {
 protected:
-    OutOfCoreFaults() : system_(8, 11, coreFor(11), 2)
+    OutOfCoreFaults() : system_(8, 11, 50, 2)
     {
         EXPECT_EQ(system_.call.run(12), 0);
         for (const std::string& name : system_.folder.names()) {
@@ -366,7 +369,7 @@ INSTANTIATE_TEST_SUITE_P(Files, OutOfCoreFaults,
 
 TEST(OutOfCoreFactors, InAFolderThatIsNoneCannotBeMade)
 {
-    OutOfCoreSystem system(6, 11, coreFor(11), 2);
+    OutOfCoreSystem system(6, 11, 50, 2);
     std::ofstream(system.folder.at("file")) << "x";
     system.environment.set("PATH", system.folder.at("file/factor"));
     const auto [error, text] = system.call.runPrinting(13, 1);
