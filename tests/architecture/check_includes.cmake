@@ -28,7 +28,7 @@ set(may_include_engine/out_of_core services engine/call engine/report)
 set(may_include_engine/analysis/graph services engine/call)
 set(may_include_engine/analysis/matching services engine/call)
 set(may_include_engine/analysis/ordering services engine/call engine/analysis/graph)
-set(may_include_engine/analysis/symbolic services engine/call engine/analysis/graph)
+set(may_include_engine/analysis/symbolic services engine/call engine/out_of_core engine/analysis/graph)
 set(may_include_engine/analysis services engine/call engine/report engine/out_of_core
   engine/analysis/graph engine/analysis/matching engine/analysis/ordering engine/analysis/symbolic)
 set(may_include_engine/factorization services engine/call engine/report engine/out_of_core

@@ -2,6 +2,7 @@
 
 #include "tests/engine/engine_call.h"
 #include "tests/engine/out_of_core/out_of_core_handle.h"
+#include "tests/support/memory_watch.h"
 
 #include <lintrix/engine/call/matrix_type.h>
 
@@ -197,6 +198,40 @@ TEST_P(OutOfCoreSolves, TransposedAndIntoB)
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, OutOfCoreSolves, ::testing::Values(1, 2, -2, 3, 4, -4, 6, 11, 13));
+
+class OutOfCoreMemory : public ::testing::TestWithParam<int> {};
+
+// Counted by the allocators, from the analysis on: what it takes itself depends on no core.
+TEST_P(OutOfCoreMemory, OfAFactorFourTimesTheCoreStaysWithinIt)
+{
+    constexpr int kLargeSide = 28;
+    for (const int threads : {1, 2}) {
+        const ThreadSetting setting(threads);
+        OutOfCoreSystem inMemory(kLargeSide, GetParam(), 2000);
+        inMemory.call.set(18, -1);
+        ASSERT_EQ(inMemory.call.run(11), 0);
+        const std::int64_t factorBytes =
+            std::int64_t{inMemory.call.iparm(18)} * (isComplex(GetParam()) ? 16 : 8);
+        const auto core = static_cast<int>(factorBytes >> 22);
+        ASSERT_GE(core, inMemory.call.iparm(63));
+        inMemory.call.release();
+
+        MemoryWatch watch;
+        OutOfCoreSystem system(kLargeSide, GetParam(), core);
+        system.call.set(8, 2);
+        ASSERT_EQ(system.call.run(11), 0);
+        EXPECT_EQ(system.call.iparm(57), 1);
+        for (const int phase : {22, 33, 23}) {
+            const std::vector<double> b = system.call.b;
+            watch.restartPeak();
+            ASSERT_EQ(system.call.run(phase), 0);
+            EXPECT_LE(watch.peak().bytes, std::int64_t{core} << 20) << "phase " << phase;
+            EXPECT_TRUE(phase == 22 || residualOf(system.call, b) < kSolved);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, OutOfCoreMemory, ::testing::Values(1, 2, -2, 3, 4, -4, 6, 11, 13));
 
 TEST(OutOfCoreFactors, ManyAreHeldAtOnceAndReplaced)
 {
