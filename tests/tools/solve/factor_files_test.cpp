@@ -125,9 +125,9 @@ TEST_F(FactorFilesOf, AFolderThatCannotBeAreRefused)
     setenv("TMPDIR", "/nowhere", 1);
     EXPECT_EQ(faultOfMaking(),
               "/nowhere: no folder for the factor can be made there: No such file or directory");
-    std::string name = folder.at("");
-    while (name.size() < 250) name += "./";
-    setenv("TMPDIR", name.c_str(), 1);
+    std::string deep = folder.at("");
+    while (deep.size() < 250) deep += "./";
+    setenv("TMPDIR", deep.c_str(), 1);
     EXPECT_THAT(faultOfMaking(), HasSubstr("the name is too long for the files of the factor (see TMPDIR)"));
     EXPECT_THAT(folder.names(), IsEmpty());
     for (const char* name : {kPath, kCore, kKeep}) EXPECT_EQ(std::getenv(name), nullptr) << name;
