@@ -201,10 +201,11 @@ std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::S
             ->add_option("--refine", options.settings.refine,
                          "At most N steps of refinement; below 0 with residuals in extended precision")
             ->type_name("N");
+    CLI::Option* const outOfCore = addOutOfCore(solve, options);
     CLI::Option* const report =
         solve->add_flag("--report", options.settings.engineReport, "Print the direct solver's own report")
             ->excludes(json);
-    return {type, ordering, strategy, refine, addOutOfCore(solve, options), report};
+    return {type, ordering, strategy, refine, outOfCore, report};
 }
 
 /// They are refused where the file, once it is open, turns out to be solved in another way.

@@ -81,7 +81,7 @@ void FactorFiles::makeFolder()
 {
     const char* const told = std::getenv("TMPDIR");
     const std::string parent = told != nullptr && *told != 0 ? told : kDefaultFolder;
-    if (!folder_.create(parent + "/lintrix"))
+    if (!folder_.create(std::filesystem::path(parent) / "lintrix"))
         throw InputError(parent, "no folder for the factor can be made there: " + systemError());
     prefix_ = folder_.name() + "/factor";
     path_.emplace("MKL_PARDISO_OOC_PATH", prefix_);

@@ -2,6 +2,7 @@
 
 #include <tools/solve/sparse_roads.h>
 
+#include <tests/support/sanitized.h>
 #include <tools/input/dense_system.h>
 #include <tools/solve/dense_solver.h>
 #include <tools/support/input_error.h>
@@ -11,10 +12,14 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <fstream>
 #include <numeric>
 #include <random>
 #include <string>
 #include <vector>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -400,6 +405,40 @@ TEST(FactorStore, IsFilesWhereMemoryHasNoRoom)
     EXPECT_EQ(answer.coreMegabytes, static_cast<int>(0.75 * left / kMegabyte));
     EXPECT_THAT(told.lines, ElementsAre(MatchesRegex(
                                 "the factor needs [0-9.]+ MB and [0-9.]+ MB are left: it is kept in files")));
+}
+
+/// While it lives, the process may map so many bytes more.
+class AddressSpace {
+public:
+    explicit AddressSpace(double bytes)
+    {
+        std::int64_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        getrlimit(RLIMIT_AS, &before_);
+        const rlimit limited{static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE)) + static_cast<rlim_t>(bytes),
+                             before_.rlim_max};
+        setrlimit(RLIMIT_AS, &limited);
+    }
+    ~AddressSpace() { setrlimit(RLIMIT_AS, &before_); }
+    AddressSpace(const AddressSpace&) = delete;
+    AddressSpace& operator=(const AddressSpace&) = delete;
+
+private:
+    rlimit before_{};
+};
+
+TEST(FactorStore, IsFilesWhereTheAddressSpaceIsLimited)
+{
+    if (LINTRIX_SANITIZED_MEMORY) return; // no limit leaves it any room
+    const SparseMatrix A = grid(200);
+    SparseOptions options;
+    options.ordering = FillInReducingMethod::MinimumDegree;
+    EXPECT_EQ(solved(A, {}, options).store,
+              FactorStore::Memory); // threads and BLAS have their buffers by now
+    const AddressSpace space(0.97 * forecastOf(A).memory);
+    const SparseAnswer<double> answer = solved(A, {}, options);
+    expectAccurate(answer, Road::Cholesky);
+    EXPECT_EQ(answer.store, FactorStore::Files);
 }
 
 TEST(FactorStore, ThatHasNoRoomAtAllIsRefused)
