@@ -457,7 +457,8 @@ TEST(FactorStore, OfALaterRoadIsFilesAsWell)
     const SparseAnswer<double> answer = solved(A, Road::Cholesky, told.options);
     expectAccurate(answer, Road::Symmetric);
     EXPECT_EQ(answer.store, FactorStore::Files);
-    EXPECT_THAT(answer.tried, ElementsAre("sparse Cholesky: not positive definite, pivot 1"));
+    EXPECT_THAT(answer.tried,
+                ElementsAre(MatchesRegex("sparse Cholesky: not positive definite, pivot [0-9]+")));
     EXPECT_EQ(told.lines.size(), 1U);
 }
 
