@@ -17,7 +17,8 @@ void releaseBlock(void*& slot) noexcept
 
 bool hasFactor(const FactorEntry& entry) noexcept
 {
-    return entry.exchanges != nullptr;
+    return entry.storage != nullptr ||
+           entry.exchanges != nullptr; // the latter alone where panels are in files
 }
 
 void releaseOutOfCore(OutOfCoreTable* table) noexcept

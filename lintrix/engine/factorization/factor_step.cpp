@@ -135,8 +135,12 @@ private:
         return factorize(plan_, rules_, values(), factor(), listener);
     }
 
+    /// What the solve before has worked in is given back: the next one takes it anew.
     FactorResult factorizeToFiles(const ProgressListener& listener)
     {
+        for (const Slot slot : {Slot::RealWork, Slot::IterationWork}) handle_.release(slot);
+        for (const WideWord size : {WideWord::RealWorkBytes, WideWord::IterationWorkBytes})
+            control_.set(size, 0);
         OpenFactorFiles files;
         FactorResult result;
         result.failure = openFactorFiles(handle_, FileStep::Factorization, files);

@@ -204,10 +204,10 @@ class OutOfCoreMemory : public ::testing::TestWithParam<int> {};
 // Counted by the allocators, from the analysis on: what it takes itself depends on no core.
 TEST_P(OutOfCoreMemory, OfAFactorFourTimesTheCoreStaysWithinIt)
 {
-    constexpr int kLargeSide = 28;
+    const int side = isComplex(GetParam()) || !isSymmetricStorage(GetParam()) ? 28 : 36;
     for (const int threads : {1, 2}) {
         const ThreadSetting setting(threads);
-        OutOfCoreSystem inMemory(kLargeSide, GetParam(), 2000);
+        OutOfCoreSystem inMemory(side, GetParam(), 2000);
         inMemory.call.set(18, -1);
         ASSERT_EQ(inMemory.call.run(11), 0);
         const std::int64_t factorBytes =
@@ -217,7 +217,7 @@ TEST_P(OutOfCoreMemory, OfAFactorFourTimesTheCoreStaysWithinIt)
         inMemory.call.release();
 
         MemoryWatch watch;
-        OutOfCoreSystem system(kLargeSide, GetParam(), core);
+        OutOfCoreSystem system(side, GetParam(), core);
         system.call.set(8, 2);
         ASSERT_EQ(system.call.run(11), 0);
         EXPECT_EQ(system.call.iparm(57), 1);

@@ -96,11 +96,11 @@ TEST_F(OutOfCoreCommand, AnswersAsInMemory)
     for (const Cells& cells : table) {
         SCOPED_TRACE(cells.kind + " " + cells.diagonal);
         useCube(13, cells);
-        const Json inMemory = report({}), inFiles = report({"--out-of-core=4"});
+        const Json inMemory = report({}), inFiles = report({"--out-of-core=8"});
         EXPECT_EQ(inMemory["factor_store"].text(), "memory");
         EXPECT_TRUE(inMemory["core_megabytes"].isNull());
         EXPECT_EQ(inFiles["factor_store"].text(), "files");
-        EXPECT_EQ(inFiles["core_megabytes"].number(), 4);
+        EXPECT_EQ(inFiles["core_megabytes"].number(), 8);
         EXPECT_GT(inFiles["factor_bytes"].number(), 8.0 * 2197);
         EXPECT_EQ(inFiles["road"].text(), inMemory["road"].text());
         EXPECT_EQ(inFiles["status"].text(), "accurate");

@@ -395,7 +395,7 @@ TEST(FactorStore, IsMemoryAsLongAsThereIsRoom)
 
 TEST(FactorStore, IsFilesWhereMemoryHasNoRoom)
 {
-    const SparseMatrix A = grid(120);
+    const SparseMatrix A = grid(240);
     const double left = forecastOf(A).memory - 1.0;
     ASSERT_LE(forecastOf(A).files, 0.75 * left - kMegabyte);
     Told told(left);
