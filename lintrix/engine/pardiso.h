@@ -210,11 +210,14 @@ private:
 /// The core is what the handle keeps, the panels at work and all work space together, but no more right-hand
 /// sides than iparm(63) was told for. The folder needs room for `maxfct` factors.
 ///
-/// | Variable                        | Key of the file                 | Default                               |
-/// |---------------------------------|---------------------------------|---------------------------------------|
-/// | `MKL_PARDISO_OOC_PATH`          | `mkl_pardiso_ooc_path`          | `ooc_temp`: how the file names begin  |
-/// | `MKL_PARDISO_OOC_MAX_CORE_SIZE` | `mkl_pardiso_ooc_max_core_size` | 2000: the core, in megabytes of 2^20  |
-/// | `MKL_PARDISO_OOC_KEEP_FILE`     | `mkl_pardiso_ooc_keep_file`     | 1: the files stay; 0: they go with -1 |
+/// | Variable                        | Key of the file                 | Default  |
+/// |---------------------------------|---------------------------------|----------|
+/// | `MKL_PARDISO_OOC_PATH`          | `mkl_pardiso_ooc_path`          | ooc_temp |
+/// | `MKL_PARDISO_OOC_MAX_CORE_SIZE` | `mkl_pardiso_ooc_max_core_size` | 2000     |
+/// | `MKL_PARDISO_OOC_KEEP_FILE`     | `mkl_pardiso_ooc_keep_file`     | 1        |
+///
+/// The path is how the file names begin, the core is in megabytes of 2^20 bytes, and files that are not kept
+/// (0) go with phase -1.
 ///
 /// They are read when a handle is made and at each analysis. The file, `pardiso_ooc.cfg` in the current
 /// folder unless `MKL_PARDISO_OOC_CFG_PATH` and `MKL_PARDISO_OOC_CFG_FILE_NAME` name another, has lines of
