@@ -10,8 +10,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace Velmar::Lintrix::fuzzing {
@@ -49,6 +52,38 @@ private:
     std::span<const std::uint8_t> data_;
 };
 
+/// Where the factors in files of this process go, and nothing else is.
+class FactorFolder {
+public:
+    FactorFolder()
+    {
+        std::string name = std::filesystem::temp_directory_path() / "lintrix_fuzz_XXXXXX";
+        require(mkdtemp(name.data()) != nullptr, "there is a folder for factors");
+        path_ = name;
+        setenv("MKL_PARDISO_OOC_CFG_PATH", name.c_str(), 1); // no file of the current folder is read
+        setenv("MKL_PARDISO_OOC_PATH", (path_ / "factor").c_str(), 1);
+        setenv("MKL_PARDISO_OOC_KEEP_FILE", "0", 1);
+    }
+    ~FactorFolder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    FactorFolder(const FactorFolder&) = delete;
+    FactorFolder& operator=(const FactorFolder&) = delete;
+
+    bool isEmpty() const { return std::filesystem::is_empty(path_); }
+
+    static const FactorFolder& ofThisProcess()
+    {
+        static const FactorFolder folder;
+        return folder;
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
 /// The arguments; arrays have the room that the interface asks for, whatever they hold.
 struct PardisoCase {
     static constexpr int kMostRows = 16, kMostEntries = 96;
@@ -79,6 +114,7 @@ struct PardisoCase {
     int run(int phase)
     {
         int error = 1;
+        FactorFolder::ofThisProcess();
         MKL_Set_Dynamic(0); // a small matrix keeps its threads, and so its parts and separators
         MKL_Set_Num_Threads(threads);
         pardiso(pt.data(), maxfct, mnum, mtype, phase, n, a.data(), ia.data(), ja.data(), perm.data(), nrhs,
@@ -115,7 +151,7 @@ private:
 };
 
 /// Three calls and the release: each answers a code of the table, the index arrays stand at base 1 again, and
-/// nothing is held at the end.
+/// nothing is held at the end, in memory or in files.
 inline void checkPardisoOnce(std::span<const std::uint8_t> data)
 {
     Bytes bytes(data);
@@ -130,6 +166,7 @@ inline void checkPardisoOnce(std::span<const std::uint8_t> data)
     call.iparm[11] = 0;
     require(call.run(-1) == 0, "a release is no failure");
     require(call.pt[0] == nullptr, "a release empties the handle");
+    require(FactorFolder::ofThisProcess().isEmpty(), "a release removes the files of the factor");
 }
 
 } // namespace Velmar::Lintrix::fuzzing

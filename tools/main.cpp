@@ -157,6 +157,25 @@ CLI::Option* addChoice(CLI::App* command, const std::string& name, Value& target
     return command->add_option_function<std::string>(name, choose, description)->type_name(words);
 }
 
+constexpr const char* kCoreByMemory = "true"; // what the flag says without a value
+
+/// "--out-of-core" alone, or with the megabytes behind "=".
+CLI::Option* addOutOfCore(CLI::App* solve, tools::SparseOptions& options)
+{
+    const auto fault = [](const std::string& word) {
+        return word == kCoreByMemory ? std::string() : faultOfCount(word);
+    };
+    const auto take = [&options](const std::string& word) {
+        options.outOfCore = true;
+        if (word != kCoreByMemory) options.coreMegabytes = std::stoi(word);
+    };
+    return solve->add_flag("--out-of-core")
+        ->description(
+            "Keep the factor in files; --out-of-core=MB uses so many megabytes of memory beside them")
+        ->check(CLI::Validator(fault, ""))
+        ->each(take);
+}
+
 /// The options of the direct solver.
 std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::SparseOptions& options)
 {
@@ -182,10 +201,11 @@ std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::S
             ->add_option("--refine", options.settings.refine,
                          "At most N steps of refinement; below 0 with residuals in extended precision")
             ->type_name("N");
+    CLI::Option* const outOfCore = addOutOfCore(solve, options);
     CLI::Option* const report =
         solve->add_flag("--report", options.settings.engineReport, "Print the direct solver's own report")
             ->excludes(json);
-    return {type, ordering, strategy, refine, report};
+    return {type, ordering, strategy, refine, outOfCore, report};
 }
 
 /// They are refused where the file, once it is open, turns out to be solved in another way.
@@ -216,6 +236,8 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
         "ways.\n"
         "A complex A must be hermitian for --type positive-definite, hermitian or symmetric for indefinite.\n"
         "Status: accurate; degraded, with the reason; failed, with the reason.\n"
+        "A factor that memory has no room for is kept in files, also unasked: below $TMPDIR or /var/tmp,\n"
+        "unless MKL_PARDISO_OOC_PATH names another place; they are removed at the end.\n"
         "Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.");
 }
 
@@ -242,6 +264,7 @@ void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
     analyse->add_flag("--json", options.json, "Report on one line of JSON");
     analyse->footer(
         "Orderings: mmd minimum degree, cmmd with parts, nd nested dissection, pnd with parts, natural.\n"
+        "Memory: factors with the work on one; in core: all with one factor in memory; in files: at least.\n"
         "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
 }
 

@@ -7,6 +7,9 @@
 #include <lintrix/engine/call/timers.h>
 #include <lintrix/engine/factorization/factor_plan.h>
 #include <lintrix/engine/factorization/factor_step.h>
+#include <lintrix/engine/memory_forecast.h>
+#include <lintrix/engine/out_of_core/factor_files.h>
+#include <lintrix/engine/out_of_core/out_of_core_settings.h>
 #include <lintrix/engine/report/failure_report.h>
 #include <lintrix/engine/report/messages.h>
 #include <lintrix/engine/report/report.h>
@@ -35,6 +38,12 @@ void rewriteParameters(Parameters iparm)
     if (iparm[Parameter::OutOfCore] == 22) iparm[Parameter::OutOfCore] = 2;
 }
 
+/// The settings of the out-of-core mode, where it is asked for, as they are now.
+void configureOutOfCore(Run& run)
+{
+    if (run.call.iparm[Parameter::OutOfCore] != 0) readOutOfCoreSettings(run.handle, run.call.msglvl > 0);
+}
+
 /// A handle with its basic blocks. At phase 0 it is made, and then that is a failure.
 Failure openHandle(Run& run)
 {
@@ -42,9 +51,12 @@ Failure openHandle(Run& run)
     run.handle.control()[Word::Mtype] = run.call.mtype;
     run.handle.control()[Word::Order] = run.call.n;
     if (run.call.phase.code() < 1) return badInput(1000);
-    const Failure failure = run.handle.createOutOfCoreControl();
-    if (failure) run.handle.releaseAll();
-    return failure;
+    if (const Failure failure = run.handle.createOutOfCoreControl()) {
+        run.handle.releaseAll();
+        return failure;
+    }
+    configureOutOfCore(run);
+    return {};
 }
 
 Failure releaseOneFactor(Run& run)
@@ -62,18 +74,27 @@ void clearMemoryFigures(Parameters iparm)
     iparm[Parameter::FactorMemory] = 0;
 }
 
-Failure releaseEverything(Run& run)
+/// What an analysis made and all that stands on it. @return  how many factors there were
+int discardAnalysis(Run& run)
 {
     clearMemoryFigures(run.call.iparm);
-    run.factorsReleased = run.handle.releaseAll();
+    removeFactorFiles(run.handle);
+    return run.handle.releaseAnalysis();
+}
+
+Failure releaseEverything(Run& run)
+{
+    run.factorsReleased = discardAnalysis(run);
+    run.handle.releaseAll();
     return {};
 }
 
-/// Nothing of an earlier analysis survives, and the settings come from the parameters anew.
-void restart(Run& run)
+/// Nothing of an earlier analysis survives, and the settings come from the parameters anew. Those of the
+/// out-of-core mode may have changed since the handle was made; a new one has just read them.
+Failure restart(Run& run)
 {
-    clearMemoryFigures(run.call.iparm);
-    run.handle.releaseAnalysis();
+    const bool isNew = run.handle.calls() == 1;
+    discardAnalysis(run);
     run.handle.restartCount();
     if (run.call.iparm[Parameter::CallersValues] == 0) applyDefaults(run.call.mtype, run.call.iparm);
     ControlBlock& control = run.handle.control();
@@ -81,6 +102,10 @@ void restart(Run& run)
     resetConstants(control);
     control[Word::SinglePrecision] = run.singlePrecision ? 1 : 0;
     control[Word::NonZeros] = static_cast<int>(run.call.nonZeros());
+    if (isNew) return {};
+    if (const Failure failure = run.handle.createOutOfCoreControl()) return failure;
+    configureOutOfCore(run);
+    return {};
 }
 
 /// A type that is admitted and that no branch knows is the end of the process: no error number stands for it.
@@ -148,7 +173,8 @@ Failure runSteps(Run& run)
 {
     const Phase phase = run.call.phase;
     if (phase.analyses()) {
-        if (const Failure failure = analyse(run.call, run.handle, run.timers)) return failure;
+        if (const Failure failure = analyse(run.call, run.handle, run.timers, forecastNumericMemory))
+            return failure;
     }
     if (phase.steps() == 33) reconcilePerturbedPivots(run.call.iparm, run.handle.control());
     if (phase.last() == Step::Reorder) return {};
@@ -165,7 +191,9 @@ Failure runChecked(Run& run)
 {
     const Phase phase = run.call.phase;
     ControlBlock& control = run.handle.control();
-    if (phase.analyses()) restart(run);
+    if (phase.analyses()) {
+        if (const Failure failure = restart(run)) return failure;
+    }
     if (const Failure failure = checkInput(run.call, control)) return failure;
     if (!phase.analyses() && !run.handle.holds(Slot::FactorStructure)) return badInput(100000);
     deriveCallSettings(run.call, control);

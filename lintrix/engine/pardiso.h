@@ -66,9 +66,16 @@ enum class PardisoParameter : int {
     /// In, phase 33: a positive number replaces the count that decides on refinement, and one that is minus
     /// that count clears both. Default 0.
     PerturbedPivots = 14,
-    AnalysisPeak = 15, ///< Out, each call: kilobytes that the analysis took at its peak; 0 after phase -1.
-    AnalysisKept = 16, ///< Out, each call: kilobytes that it keeps; 0 after phase -1.
-    FactorMemory = 17, ///< Out, each call: kilobytes of a factor and the work of a solve; 0 after phase -1.
+    /// Out, each call: kilobytes that the handle held at most while it was analysed, each block rounded up.
+    /// What
+    /// METIS takes for its own length is not among them. 0 after phase -1, as the next two.
+    AnalysisPeak = 15,
+    AnalysisKept = 16, ///< Out, each call: kilobytes that the handle holds after the analysis.
+    /// Out, each call: kilobytes that one factor in memory takes beside those kept, with the larger of two
+    /// peaks, that of the factorization and that of a solve after it, for the threads, the right-hand sides
+    /// and the parameters of the analysis. Where pivots may be perturbed, a solve that refines is counted. A
+    /// solve keeps its work in the handle, so a later factorization holds both.
+    FactorMemory = 17,
     /// In, analysis: a negative number asks. Out: elements stored for L and U, whole diagonal blocks among
     /// them; types of the triangle count 1 for U. Default -1.
     FactorNonZeros = 18,
@@ -101,14 +108,18 @@ enum class PardisoParameter : int {
     CheckSecond = 32,  ///< Out, likewise: what stands there.
     CheckThird = 33,   ///< Out, likewise: what stands behind it, or the bound that is passed.
     PartExponent = 50, ///< Out, each call: 0. What the caller stores is never used. Default 0.
-    CoreMode = 57,     ///< Out, analysis: 0 the factor is held in memory, 1 it was asked to be in files.
-    /// In, analysis: 0 and 1 hold the factor in memory; 2, which 22 is changed into, asks for files, and this
-    /// build answers with error -9. Default 0.
+    CoreMode = 57,     ///< Out, analysis: 0 factors are held in memory, 1 in files.
+    /// In, analysis: 0 holds factors in memory; 2, which 22 is changed into, in files; 1 in memory where the
+    /// configured core has room for them, else in files. Default 0.
     OutOfCore = 60,
-    InCoreMegabytes = 61,     ///< Out, analysis: megabytes in all, with a factor.
+    /// Out, analysis: megabytes in all with one factor in memory, the larger of AnalysisPeak and of
+    /// AnalysisKept and FactorMemory together.
+    InCoreMegabytes = 61,
     InCoreKeptMegabytes = 62, ///< Out, analysis: of these, what the analysis keeps.
-    OutOfCoreMegabytes = 63,  ///< Out, analysis: megabytes at least, were the factor in files.
-    Version = 64,             ///< Out, each call: the number of the engine's version, 102000114.
+    /// Out, analysis: megabytes that factorization and solve take at least with factors in files: those kept,
+    /// the largest panels twice, and the work.
+    OutOfCoreMegabytes = 63,
+    Version = 64, ///< Out, each call: the number of the engine's version, 102000114.
 };
 
 /// A view of the caller's `iparm` by name.
@@ -147,7 +158,7 @@ private:
 ///                - 33 solve; without a factor as 23. 331, 332, 333: its forward substitution, diagonal step
 ///                  and backward substitution alone, without refinement
 ///                - 0 releases the factor `mnum`, -1 everything the handle holds; both read nothing but `pt`,
-///                  `mnum`, `iparm` and `msglvl`
+///                  `mnum`, `iparm` and `msglvl`, and `mtype` for the banner of a report
 ///                - -2 and -3 are enquiries, `error` being 16 and 300000
 /// @param n       order of A
 /// @param a       values of A: double, float (iparm(28) = 1) or std::complex of them, by mtype. Read by each
@@ -161,7 +172,8 @@ private:
 /// @param nrhs    number of right-hand sides; at least 1 for phase 33
 /// @param iparm   64 parameters, in and out: PardisoParameter
 /// @param msglvl  0 silent; else standard output is told of failures and of the percentage of each
-///                factorization, if positive also of statistics, if exactly 2 also of the engine's version
+///                factorization, if positive also of statistics, if exactly 2 also of the engine's version.
+///                docs/message_catalogue.md tells how its texts are replaced
 /// @param b, x    right-hand sides and solutions, column after column, n apart, elements as in `a`; with
 ///                iparm(6) = 1 the solution is in `b` and `x` is work. Only solves look at them
 /// @param error   how the call ended:
@@ -179,7 +191,9 @@ private:
 ///                      how many rows can be matched
 ///                -  -7 a matrix with as many entries as rows is not diagonal, or has a zero value
 ///                -  -8 a size does not fit 32 bits
-///                -  -9 iparm(60) asks for files, which this build does not have; -10 and -11 would be theirs
+///                -  -9 out of core, with a core below iparm(63) megabytes
+///                - -10 a file of the out-of-core mode could not be made or opened
+///                - -11 one could not be read or written, or is not as it was written
 ///
 /// After a failed analysis there is none, and only another analysis or phase -1 makes sense. After a failed
 /// factorization there is no factor `mnum`; analysis and other factors stay, and the call may be repeated.
@@ -190,6 +204,26 @@ private:
 /// entries than were analysed (-1); what was analysed is factorized, whatever `ia` and `ja` say by then. That
 /// they are a pattern at all is checked where iparm(27) asks for it, and always in the hardened build.
 /// Between 2 and -2, or 4 and -4, `mtype` may change before a factorization.
+///
+/// **Factors in files.** With iparm(60) = 2, or 1 where the factor needs more than the configured core, the
+/// factors of a handle stand in eleven files, and no more of them is in memory than the core has room for.
+/// The core is what the handle keeps, the panels at work and all work space together, but no more right-hand
+/// sides than iparm(63) was told for. The folder needs room for `maxfct` factors.
+///
+/// | Variable                        | Key of the file                 | Default  |
+/// |---------------------------------|---------------------------------|----------|
+/// | `MKL_PARDISO_OOC_PATH`          | `mkl_pardiso_ooc_path`          | ooc_temp |
+/// | `MKL_PARDISO_OOC_MAX_CORE_SIZE` | `mkl_pardiso_ooc_max_core_size` | 2000     |
+/// | `MKL_PARDISO_OOC_KEEP_FILE`     | `mkl_pardiso_ooc_keep_file`     | 1        |
+///
+/// The path is how the file names begin, the core is in megabytes of 2^20 bytes, and files that are not kept
+/// (0) go with phase -1.
+///
+/// They are read when a handle is made and at each analysis. The file, `pardiso_ooc.cfg` in the current
+/// folder unless `MKL_PARDISO_OOC_CFG_PATH` and `MKL_PARDISO_OOC_CFG_FILE_NAME` name another, has lines of
+/// key, `=` or blank, and value; `#` begins a comment. Each solve and each step of refinement reads the files
+/// upwards and downwards once, for all right-hand sides. The factor is that which the same analysis has in
+/// memory, bit for bit.
 ///
 /// **An error of 0 is no promise of a solution.** Where iparm(14) counts perturbed pivots the factor belongs
 /// to a matrix nearby; two steps of refinement follow unasked, but nobody looks at what they leave, and a

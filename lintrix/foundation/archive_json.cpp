@@ -14,6 +14,7 @@
 #include <lintrix/foundation/archive_stream.h>
 
 #include <lintrix/foundation/detail/archive_rules.h>
+#include <lintrix/services/utf8.h>
 
 #include <algorithm>
 #include <charconv>
@@ -30,35 +31,6 @@ namespace {
 
 constexpr std::int32_t kVersion = 1;
 constexpr std::size_t kLongestNumber = 1100; // more than the exact digits of any double
-
-// ---- UTF-8
-
-// Bytes of the sequence that begins `text`, 0 if it is none: the ranges of the Unicode Standard, table 3-7.
-std::size_t sequenceLength(std::string_view text)
-{
-    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char first = byte(0);
-    if (first < 0x80) return 1;
-    const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4 || text.size() < length) return 0;
-    const unsigned char least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
-    const unsigned char most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
-    if (byte(1) < least || byte(1) > most) return 0;
-    for (std::size_t i = 2; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return 0;
-    }
-    return length;
-}
-
-bool isUtf8(std::string_view text)
-{
-    while (!text.empty()) {
-        const std::size_t length = sequenceLength(text);
-        if (length == 0) return false;
-        text.remove_prefix(length);
-    }
-    return true;
-}
 
 void appendUtf8(std::string& text, std::uint32_t code)
 {
@@ -149,7 +121,7 @@ void requireText(const SerializationInfo& info)
 {
     for (const auto& [name, value] : info.Values()) {
         const auto* text = std::get_if<std::string>(&value);
-        if (!isUtf8(name) || (text && !isUtf8(*text))) {
+        if (!detail::isUtf8(name) || (text && !detail::isUtf8(*text))) {
             throw SerializationException("A text in the archive is no UTF-8.");
         }
     }
@@ -238,7 +210,7 @@ public:
                 text.push_back(static_cast<char>(c));
             }
         }
-        if (!isUtf8(text)) refuse("a string is no UTF-8");
+        if (!detail::isUtf8(text)) refuse("a string is no UTF-8");
         return text;
     }
     bool flag()

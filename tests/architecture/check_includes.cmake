@@ -3,10 +3,10 @@
 #
 # A room includes its own headers and those of the rooms behind its arrows:
 #   services <- foundation <- dense <- complex <- decompositions <- sparse <- solvers
-#   services <- engine <- solvers          (of the engine, two headers alone are seen from outside)
+#   services <- engine <- solvers          (of the engine, three headers alone are seen from outside)
 #   services <- sparse/kernels <- sparse, solvers
 # The engine's floors follow the life of a call:
-#   call <- report <- analysis <- factorization <- solution <- the entry at the top
+#   call <- report <- out_of_core <- analysis <- factorization <- solution <- the entry at the top
 #   analysis: graph <- ordering, symbolic; matching
 # What the processor has, services alone asks; threads, its teams alone start.
 # The command's rooms: support <- input <- a room for each command <- main.
@@ -24,13 +24,15 @@ set(may_include_sparse services foundation dense complex decompositions sparse/k
 set(may_include_solvers services foundation dense complex decompositions sparse sparse/kernels engine)
 set(may_include_engine/call services)
 set(may_include_engine/report services engine/call)
+set(may_include_engine/out_of_core services engine/call engine/report)
 set(may_include_engine/analysis/graph services engine/call)
 set(may_include_engine/analysis/matching services engine/call)
 set(may_include_engine/analysis/ordering services engine/call engine/analysis/graph)
-set(may_include_engine/analysis/symbolic services engine/call engine/analysis/graph)
-set(may_include_engine/analysis services engine/call engine/report
+set(may_include_engine/analysis/symbolic services engine/call engine/out_of_core engine/analysis/graph)
+set(may_include_engine/analysis services engine/call engine/report engine/out_of_core
   engine/analysis/graph engine/analysis/matching engine/analysis/ordering engine/analysis/symbolic)
-set(may_include_engine/factorization services engine/call engine/report engine/analysis/graph engine/analysis/symbolic)
+set(may_include_engine/factorization services engine/call engine/report engine/out_of_core
+  engine/analysis/graph engine/analysis/symbolic)
 set(may_include_engine/solution ${may_include_engine/factorization} engine/factorization)
 set(may_include_engine ${may_include_engine/analysis} engine/analysis engine/factorization engine/solution)
 set(may_include_sparse/kernels services)

@@ -2,6 +2,7 @@
 /// @file
 /// Calls of the entry with arguments that a test changes one at a time, and small matrices for them.
 
+#include <lintrix/engine/call/matrix_type.h>
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/services/threads.h>
 
@@ -11,6 +12,7 @@
 
 #include <array>
 #include <cstddef>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -44,6 +46,32 @@ inline Rows diagonal(std::vector<double> values)
     for (int i = 1; i <= A.n; ++i) {
         A.ja.push_back(i);
         A.ia.push_back(i + 1);
+    }
+    return A;
+}
+
+/// The five-point grid with a random, dominant matrix of the type.
+inline Rows gridMatrix(int mtype, int side, unsigned seed)
+{
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<double> uniform(-1., 1.);
+    using namespace detail::engine;
+    const bool complex = isComplex(mtype), upper = isSymmetricStorage(mtype);
+    Rows A{side * side, {}, {1}, {}};
+    for (int i = 0; i < A.n; ++i) {
+        const int x = i % side, y = i / side;
+        const auto add = [&](bool inside, int j) {
+            if (!inside || (upper && j < i)) return;
+            A.ja.push_back(j + 1);
+            A.a.push_back(uniform(random) + (i == j ? 6. : 0.));
+            if (complex) A.a.push_back(i == j && isHermitian(mtype) ? 0. : uniform(random));
+        };
+        add(y > 0, i - side);
+        add(x > 0, i - 1);
+        add(true, i);
+        add(x + 1 < side, i + 1);
+        add(y + 1 < side, i + side);
+        A.ia.push_back(static_cast<int>(A.ja.size()) + 1);
     }
     return A;
 }

@@ -1,12 +1,14 @@
 // What the fuzzer searches, swept once from a seed.
 
 #include "fuzz/pardiso_check.h"
+#include "tests/support/files.h"
 
 #include <lintrix/services/hardening.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <random>
 #include <vector>
@@ -28,6 +30,17 @@ TEST(PardisoCheck, AnswersACodeWhateverTheArraysHold)
     for (int k = 0; k < 3000; ++k) checkPardisoOnce(randomBytes(random));
 }
 
+TEST(PardisoCheck, LeavesTheCurrentFolderAlone)
+{
+    const Velmar::Lintrix::testing::Scratch folder;
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.at(""));
+    std::mt19937 random(60);
+    for (int k = 0; k < 300; ++k) checkPardisoOnce(randomBytes(random));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(folder.names().size(), 0U);
+}
+
 TEST(PardisoCheck, SweepReachesTheAnalysisAndItsFailures)
 {
     std::mt19937 random(2017);
@@ -42,7 +55,7 @@ TEST(PardisoCheck, SweepReachesTheAnalysisAndItsFailures)
         call.iparm[11] = 0;
         call.run(-1);
     }
-    for (const int expected : {0, -1, -3, -6, -9}) EXPECT_GT(answers[expected], 0) << expected;
+    for (const int expected : {0, -1, -3, -6}) EXPECT_GT(answers[expected], 0) << expected;
 }
 
 } // namespace

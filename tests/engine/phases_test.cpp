@@ -275,19 +275,6 @@ TEST(Phases, InCoreWhereThereIsRoomMeansInCore)
     EXPECT_GT(call.iparm(63), 0);
 }
 
-TEST(Phases, OutOfCoreIsRefused)
-{
-    for (const int asked : {2, 22}) {
-        EngineCall call(tridiagonal(4));
-        call.set(60, asked);
-        EXPECT_EQ(call.run(11), -9);
-        EXPECT_EQ(call.iparm(60), 2);
-        EXPECT_GT(call.iparm(15), 0);
-        EXPECT_FALSE(isAnalysed(call));
-        EXPECT_EQ(call.run(22), -1);
-    }
-}
-
 TEST(Phases, PermutationIsWrittenOrUsedOrLeftAlone)
 {
     EngineCall call(tridiagonal(6));

@@ -94,6 +94,8 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
         "                              Solve with the factors, or iterate with them\n"
         "  --refine N                  At most N steps of refinement; below 0 with residuals in extended "
         "precision\n"
+        "  --out-of-core               Keep the factor in files; --out-of-core=MB uses so many megabytes of "
+        "memory beside them\n"
         "  --report Excludes: --json   Print the direct solver's own report\n"
         "  --dense                     Solve as a dense matrix, also a sparse file\n"
         "\n"
@@ -103,6 +105,8 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
         "ways.\n"
         "A complex A must be hermitian for --type positive-definite, hermitian or symmetric for indefinite.\n"
         "Status: accurate; degraded, with the reason; failed, with the reason.\n"
+        "A factor that memory has no room for is kept in files, also unasked: below $TMPDIR or /var/tmp,\n"
+        "unless MKL_PARDISO_OOC_PATH names another place; they are removed at the end.\n"
         "Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.\n");
 }
 

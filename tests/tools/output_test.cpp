@@ -95,6 +95,7 @@ TEST(CommandOutput, OptionsOfTheDirectSolverAreRefusedWhereItIsNotTaken)
                                                         {"--type", "unsymmetric"},
                                                         {"--strategy", "always"},
                                                         {"--refine", "2"},
+                                                        {"--out-of-core"},
                                                         {"--report"}};
     for (const auto& option : options) {
         for (std::vector<std::string> arguments :

@@ -36,12 +36,18 @@ std::string kilobytes(std::int32_t count)
     return bytesInWords(1024.0 * count);
 }
 
-constexpr const char* kRow = "{:<27} {:>12} {:>8} {:>10} {:>8} {:>8} {:>6} {:>10} {:>10} {:>10} {:>11}\n";
+std::string megabytes(std::int32_t count)
+{
+    return bytesInWords(1048576.0 * count);
+}
+
+constexpr const char* kRow =
+    "{:<27} {:>12} {:>8} {:>10} {:>8} {:>8} {:>6} {:>10} {:>10} {:>10} {:>10} {:>10} {:>11}\n";
 
 std::string headings()
 {
     return fmt::format(fmt::runtime(kRow), "ordering", "nnz(L)", "fill", "supernodes", "largest", "height",
-                       "parts", "Gflop", "analysis", "factors", "seconds");
+                       "parts", "Gflop", "analysis", "factors", "in core", "in files", "seconds");
 }
 
 std::string tableRow(const AnalysisReport& report, const OrderingResult& result)
@@ -53,7 +59,8 @@ std::string tableRow(const AnalysisReport& report, const OrderingResult& result)
                        fmt::format("{:.2f}", fillRatio(report, result)), found.supernodes,
                        found.largestSupernode, found.treeHeight, found.independentSubgraphs,
                        fmt::format("{:.3g}", 1e-9 * found.operations), kilobytes(result.analysisKilobytes),
-                       kilobytes(result.factorKilobytes), fmt::format("{:.6f}", found.totalSeconds));
+                       kilobytes(result.factorKilobytes), megabytes(result.inCoreMegabytes),
+                       megabytes(result.leastOutOfCoreMegabytes), fmt::format("{:.6f}", found.totalSeconds));
 }
 
 std::string sizesAsJson(const AnalysisReport& report, const OrderingResult& result)
@@ -62,10 +69,12 @@ std::string sizesAsJson(const AnalysisReport& report, const OrderingResult& resu
     return fmt::format(
         "\"lower_entries\": {}, \"factor_entries\": {}, \"fill_ratio\": {}, \"supernodes\": {}, "
         "\"largest_supernode\": {}, \"tree_height\": {}, \"subgraphs\": {}, \"independent_subgraphs\": {}, "
-        "\"operations\": {}, \"analysis_kilobytes\": {}, \"kept_kilobytes\": {}, \"factor_kilobytes\": {}",
+        "\"operations\": {}, \"analysis_kilobytes\": {}, \"kept_kilobytes\": {}, \"factor_kilobytes\": {}, "
+        "\"in_core_megabytes\": {}, \"least_out_of_core_megabytes\": {}",
         found.lowerNonZeros, factorEntries(report, result), fillRatio(report, result), found.supernodes,
         found.largestSupernode, found.treeHeight, found.subgraphs, found.independentSubgraphs,
-        found.operations, result.analysisKilobytes, result.keptKilobytes, result.factorKilobytes);
+        found.operations, result.analysisKilobytes, result.keptKilobytes, result.factorKilobytes,
+        result.inCoreMegabytes, result.leastOutOfCoreMegabytes);
 }
 
 std::string secondsAsJson(const AnalysisSummary& found)

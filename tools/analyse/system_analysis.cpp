@@ -74,6 +74,8 @@ OrderingResult SystemAnalysis::order(const OrderingMethod& method)
     result.analysisKilobytes = parameters_[PardisoParameter::AnalysisPeak];
     result.keptKilobytes = parameters_[PardisoParameter::AnalysisKept];
     result.factorKilobytes = parameters_[PardisoParameter::FactorMemory];
+    result.inCoreMegabytes = parameters_[PardisoParameter::InCoreMegabytes];
+    result.leastOutOfCoreMegabytes = parameters_[PardisoParameter::OutOfCoreMegabytes];
     return result;
 }
 

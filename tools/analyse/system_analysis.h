@@ -29,11 +29,13 @@ std::span<const OrderingMethod> orderingMethods();
 /// What one ordering led to.
 struct OrderingResult {
     const OrderingMethod* method = nullptr;
-    int error = 0;                      ///< the solver's; 0: all else is known
-    AnalysisSummary summary{};          ///<
-    std::int32_t analysisKilobytes = 0; ///< at its peak
-    std::int32_t keptKilobytes = 0;     ///<
-    std::int32_t factorKilobytes = 0;   ///< one factor and the work of a solve
+    int error = 0;                            ///< the solver's; 0: all else is known
+    AnalysisSummary summary{};                ///<
+    std::int32_t analysisKilobytes = 0;       ///< at its peak
+    std::int32_t keptKilobytes = 0;           ///<
+    std::int32_t factorKilobytes = 0;         ///< one factor, and the work on it and with it
+    std::int32_t inCoreMegabytes = 0;         ///< in all, with one factor in memory
+    std::int32_t leastOutOfCoreMegabytes = 0; ///< at least, with factors in files
 };
 
 std::string_view errorInWords(int error);

@@ -108,7 +108,6 @@ DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod
     parameters_[RefinementLimit] = settings.refine;
     parameters_[PivotExponent] = setup.pivotExponent;
     parameters_[Scaling] = parameters_[Matching] = setup.matching;
-    parameters_[FactorNonZeros] = -1;
     parameters_[SymmetricPivoting] = setup.pairs;
 }
 
@@ -125,12 +124,15 @@ RoadCost DirectRun::cost() const
     if (!summary) return {};
     const double kilobytes = static_cast<double>(parameters_[PardisoParameter::AnalysisKept]) +
                              parameters_[PardisoParameter::FactorMemory];
-    return {summary->lowerNonZeros, summary->operations, 1024.0 * kilobytes};
+    return {summary->lowerNonZeros, summary->operations,
+            std::min(1024.0 * kilobytes, kMegabyte * leastMegabytes())};
 }
 
-EngineAnswer DirectRun::analyse()
+EngineAnswer DirectRun::analyse(FactorStore store, std::int32_t rightHands)
 {
-    return call(11, 1, nullptr, nullptr);
+    parameters_[PardisoParameter::OutOfCore] = store == FactorStore::Files ? 2 : 0;
+    parameters_[PardisoParameter::FactorNonZeros] = -1;
+    return call(11, rightHands, nullptr, nullptr);
 }
 
 EngineAnswer DirectRun::factorize()

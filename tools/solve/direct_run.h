@@ -50,7 +50,7 @@ std::string_view nameOf(FillInReducingMethod ordering);
 struct RoadCost {
     std::int64_t entries = 0; ///< of L, diagonal included
     double operations = 0.0;
-    double bytes = 0.0; ///< of analysis, factor and solve
+    double bytes = 0.0; ///< of analysis, factor and solve at least: with the factor in files, if that is less
 };
 
 struct DirectSettings {
@@ -61,8 +61,16 @@ struct DirectSettings {
 };
 
 // Errors of the engine.
-inline constexpr int kEngineNoMemory = -2; ///< there is not enough memory
-inline constexpr int kEngineNumeric = -4;  ///< a zero pivot, or no convergence
+inline constexpr int kEngineNoMemory = -2;  ///< there is not enough memory
+inline constexpr int kEngineNumeric = -4;   ///< a zero pivot, or no convergence
+inline constexpr int kEngineSmallCore = -9; ///< the core is too small for factors in files
+inline constexpr int kEngineNoFile = -10;   ///< a file of the factor cannot be made or opened
+inline constexpr int kEngineTransfer = -11; ///< one cannot be written or read
+
+inline constexpr double kMegabyte = 1048576.0; ///< of the engine's figures
+
+/// Where a factor is kept.
+enum class FactorStore { Memory, Files };
 
 /// What the engine answered.
 struct EngineAnswer {
@@ -81,7 +89,8 @@ public:
     DirectRun(const DirectRun&) = delete;
     DirectRun& operator=(const DirectRun&) = delete;
 
-    EngineAnswer analyse();
+    /// For as many right-hand sides at a time. May be repeated, for another store.
+    EngineAnswer analyse(FactorStore store, std::int32_t rightHands);
     EngineAnswer factorize();
     /// X with A*X = B for all columns at once, elements as in A. By iteration where the strategy says so.
     template <class Block>
@@ -107,6 +116,15 @@ public:
     RoadCost cost() const;
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
     int factorEntries() const { return std::max(parameters_[PardisoParameter::FactorNonZeros], 0); }
+
+    FactorStore store() const
+    {
+        return parameters_[PardisoParameter::CoreMode] == 0 ? FactorStore::Memory : FactorStore::Files;
+    }
+    /// Of the whole run with the factor in memory, forecast by the analysis.
+    double bytesInMemory() const { return kMegabyte * parameters_[PardisoParameter::InCoreMegabytes]; }
+    /// Megabytes of it at least, with the factor in files.
+    int leastMegabytes() const { return parameters_[PardisoParameter::OutOfCoreMegabytes]; }
 
 private:
     EngineAnswer call(int phase, int nrhs, const void* b, void* x);

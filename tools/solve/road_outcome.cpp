@@ -115,6 +115,7 @@ Ending Outcome<Cell>::ending() const
 template <class Cell>
 std::string Outcome<Cell>::reason() const
 {
+    if (!fault.empty()) return fault;
     if (engine.error != 0) return whyNoSolution(attempt.road, engine);
     if (!taken && cost.operations == 0.0)
         return fmt::format("its factors would have more than {} entries", cost.entries);

@@ -22,6 +22,8 @@ struct Outcome {
     std::int32_t perturbed = 0, steps = 0;
     std::int64_t factorEntries = 0;
     RoadCost cost{};
+    FactorStore store = FactorStore::Memory;
+    std::string fault{}; ///< of the files of the factor, in words
     Reach reach = Reach::Near;
     bool taken = false; ///< else only its cost is known
 

@@ -60,12 +60,6 @@ Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& rep
     return solution;
 }
 
-/// One line on standard error; when that cannot be written either, nobody is left to tell.
-void tell(const std::string& text)
-{
-    writeAll(STDERR_FILENO, fmt::format("lintrix: {}\n", printable(text)));
-}
-
 /// Of a solution that has some.
 std::string digitsInWords(double error)
 {
@@ -78,10 +72,11 @@ void warn(const SolveReport& report)
 {
     const double error = worseError(report.probeError.value_or(0.0), report.maxError);
     if (!(error <= kFewDigits)) {
-        tell(fmt::format("warning: {}: {} be trusted: a known solution came back with a relative error of {}",
-                         report.matrix, digitsInWords(error), numberInWords(error, "{:.1e}")));
+        tellUser(
+            fmt::format("warning: {}: {} be trusted: a known solution came back with a relative error of {}",
+                        report.matrix, digitsInWords(error), numberInWords(error, "{:.1e}")));
     } else if (!report.reason.empty()) {
-        tell(fmt::format("warning: {}: the solution is degraded: {}", report.matrix, report.reason));
+        tellUser(fmt::format("warning: {}: the solution is degraded: {}", report.matrix, report.reason));
     }
 }
 
@@ -91,6 +86,11 @@ void write(const std::variant<Matrix, CMatrix>& X, OutputFile& out)
 }
 
 } // namespace
+
+void tellUser(const std::string& text)
+{
+    writeAll(STDERR_FILENO, fmt::format("lintrix: {}\n", printable(text)));
+}
 
 int runSolve(const SolveOptions& options)
 {
@@ -107,7 +107,7 @@ int runSolve(const SolveOptions& options)
 
     writeReport(options.json ? asJson(report) : asText(report), options.out == kStandardOutput);
     if (!solved) {
-        tell(fmt::format("{}: {}", report.matrix, solution.complaint));
+        tellUser(fmt::format("{}: {}", report.matrix, solution.complaint));
         return 1;
     }
     if (out) out->commit();

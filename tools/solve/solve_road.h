@@ -27,6 +27,9 @@ struct Solution {
     std::string complaint; ///< of a failed one, in words
 };
 
+/// One line on standard error; when that cannot be written either, nobody is left to tell.
+void tellUser(const std::string& text);
+
 /// Both size lines are judged before any entry is read; then read, solve, judge, and tell the report.
 /// Square systems by LU, tall ones in the least-squares sense by QR, wide ones with smallest norm by LQ. In
 /// complex numbers where one of the files is complex.

@@ -110,6 +110,9 @@ void tell(const SparseAnswer<Cell>& answer, SolveReport& report)
     report.perturbedPivots = answer.perturbedPivots;
     report.refinementSteps = answer.refinementSteps;
     report.factorEntries = answer.factorEntries;
+    if (!answer.ordering || answer.factorEntries == 0) return;
+    report.factorBytes = static_cast<double>(sizeof(Cell)) * answer.factorEntries;
+    if (answer.store == FactorStore::Files) report.coreMegabytes = answer.coreMegabytes;
 }
 
 template <class Cell>
@@ -124,6 +127,10 @@ Solution solveIn(SystemFiles& files, const SparseOptions& options, SolveReport& 
 
     SparseOptions told = options;
     told.settings.progress = barFor(report.matrix, progress);
+    told.notice = [&](const std::string& text) {
+        progress.erase();
+        tellUser(fmt::format("{}: {}", report.matrix, text));
+    };
     SparseAnswer<Cell> answer =
         solveSparse(system, rightHands.B, rightHands.known, road, told, report.seconds);
     progress.erase();

@@ -2,9 +2,12 @@
 
 #include <tools/input/dense_system.h>
 #include <tools/input/transversal.h>
+#include <tools/solve/factor_files.h>
 #include <tools/solve/ordering_choice.h>
 #include <tools/solve/pair_forecast.h>
 #include <tools/solve/road_outcome.h>
+#include <tools/support/input_error.h>
+#include <tools/support/text.h>
 
 #include <fmt/format.h>
 
@@ -34,10 +37,15 @@ public:
         if (attempt.road == Road::Dense) return runDense(limit);
         const EngineMatrix matrix = engineMatrixOf(system_, assumptionOf(attempt.road));
         Outcome<Cell> outcome{.attempt = attempt, .roadName = nameOf(attempt.road, matrix.mtype)};
+        const bool first = !done_;
         if (!fillsIn(outcome)) follow(matrix, limit, outcome);
         if (outcome.engine.error == kEngineNoMemory && !done_) throw NotEnoughMemoryException();
+        if (first && !outcome.fault.empty()) throw InputError(outcome.fault);
         return outcome;
     }
+
+    /// Of factors in files; 0 where there are none.
+    int coreMegabytes() const { return files_ ? files_->coreMegabytes() : 0; }
 
 private:
     /// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no
@@ -56,16 +64,42 @@ private:
 
     void follow(const EngineMatrix& matrix, Reach limit, Outcome<Cell>& outcome)
     {
+        const double left = options_.memoryLeft();
+        if (options_.outOfCore) useFiles(left);
         const std::unique_ptr<DirectRun> direct = analysed(outcome.attempt, matrix, outcome.engine);
-        seconds_.finish("analyse");
         outcome.cost = direct->cost();
         if (done_) outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, memoryLimit());
         outcome.taken = outcome.engine.error == 0 && outcome.reach <= limit;
-        if (outcome.taken) factorizeAndSolve(*direct, outcome);
-        outcome.ordering = direct->ordering();
-        outcome.perturbed = direct->perturbedPivots();
-        outcome.steps = direct->refinementSteps();
-        outcome.factorEntries = direct->factorEntries();
+        if (outcome.taken && direct->store() == FactorStore::Memory && direct->bytesInMemory() > left)
+            outcome.engine = moveToFiles(*direct, left);
+        seconds_.finish("analyse");
+        if (outcome.taken && outcome.engine.error == 0) factorizeAndSolve(*direct, outcome);
+        tell(*direct, outcome);
+    }
+
+    void useFiles(double left)
+    {
+        if (!files_) files_ = std::make_unique<FactorFiles>(options_.coreMegabytes, left);
+    }
+
+    /// The analysis lays the factor out for its store, and so is repeated.
+    EngineAnswer moveToFiles(DirectRun& direct, double left)
+    {
+        if (!files_ && options_.notice)
+            options_.notice(fmt::format("the factor needs {} and {} are left: it is kept in files",
+                                        bytesInWords(direct.bytesInMemory()), bytesInWords(left)));
+        useFiles(left);
+        return direct.analyse(FactorStore::Files, B_.Cols());
+    }
+
+    void tell(const DirectRun& direct, Outcome<Cell>& outcome) const
+    {
+        if (files_) outcome.fault = files_->fault(outcome.engine.error, direct.leastMegabytes());
+        outcome.store = direct.store();
+        outcome.ordering = direct.ordering();
+        outcome.perturbed = direct.perturbedPivots();
+        outcome.steps = direct.refinementSteps();
+        outcome.factorEntries = direct.factorEntries();
     }
 
     /// A large body is dissected. Else by minimum degree first; nested dissection, where it pays, is kept if
@@ -83,14 +117,15 @@ private:
         const OrderingChoice choice(matrix, TrellConfiguration::GetMaxThreads());
         const bool open = !told && !ordersByPairs(attempt.road);
         const auto ordering = told.value_or(open && choice.isLargeBody() ? kThorough : kQuick);
+        const FactorStore store = options_.outOfCore ? FactorStore::Files : FactorStore::Memory;
         auto first = by(ordering);
-        answer = first->analyse();
+        answer = first->analyse(store, B_.Cols());
         const double gigaflops = first->cost().operations / 1e9;
         if (answer.error != 0 || !open || ordering == kThorough || !choice.dissectionPays(gigaflops))
             return first;
         auto second = by(kThorough);
-        const bool better =
-            second->analyse().error == 0 && second->cost().operations < first->cost().operations;
+        const bool better = second->analyse(store, B_.Cols()).error == 0 &&
+                            second->cost().operations < first->cost().operations;
         return better ? std::move(second) : std::move(first);
     }
 
@@ -168,14 +203,18 @@ private:
     const Columns<Cell>& known_;
     const SparseOptions& options_;
     StepTimes& seconds_;
-    std::optional<RoadCost> done_{}; ///< of the largest factorization so far
+    std::optional<RoadCost> done_{};       ///< of the largest factorization so far
+    std::unique_ptr<FactorFiles> files_{}; ///< once a factor goes there
 };
 
 /// The roads from one on, what came of each, and the best of them.
 template <class Cell>
 class RoadSearch {
 public:
-    RoadSearch(RoadRunner<Cell> runner, bool orderingIsOpen) : runner_(runner), state_{orderingIsOpen} {}
+    RoadSearch(RoadRunner<Cell> runner, bool orderingIsOpen)
+        : runner_(std::move(runner)), state_{orderingIsOpen}
+    {
+    }
 
     void follow(Road road)
     {
@@ -209,7 +248,9 @@ public:
                                   .reason = best.reason(),
                                   .perturbedPivots = best.perturbed,
                                   .refinementSteps = best.steps,
-                                  .factorEntries = static_cast<int>(best.factorEntries)};
+                                  .factorEntries = static_cast<int>(best.factorEntries),
+                                  .store = best.store,
+                                  .coreMegabytes = runner_.coreMegabytes()};
         if (best.attempt.road == Road::Dense) answer.ordering.reset();
         for (const Outcome<Cell>& outcome : found_)
             if (&outcome != &best) answer.tried.push_back(outcome.told());

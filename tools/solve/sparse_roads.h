@@ -5,11 +5,13 @@
 #include <tools/input/sparse_system.h>
 #include <tools/solve/direct_run.h>
 #include <tools/solve/quality.h>
+#include <tools/support/memory_limit.h>
 #include <tools/support/report.h>
 
 #include <lintrix/lintrix.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,6 +23,11 @@ struct SparseOptions {
     std::optional<MatrixType> type;               ///< none: as the values suggest
     std::optional<FillInReducingMethod> ordering; ///< none: what takes less time in all
     DirectSettings settings;
+    bool outOfCore = false; ///< the factor in files; else only where memory has no room for it
+    std::optional<int>
+        coreMegabytes; ///< that are used beside files; none: by the user's variables, or by what is left
+    std::function<double()> memoryLeft = [] { return tools::memoryLeft(); }; ///< bytes
+    std::function<void(const std::string&)> notice{}; ///< is told when the factor goes to files unasked
 };
 
 template <class Cell>
@@ -35,6 +42,8 @@ struct SparseAnswer {
     std::optional<double> residual{}, probeError{};
     std::optional<double> knownError{}; ///< of `x`, where its solution was known beforehand
     int perturbedPivots = 0, refinementSteps = 0, factorEntries = 0;
+    FactorStore store = FactorStore::Memory;
+    int coreMegabytes = 0; ///< of a factor in files
 };
 
 /// Where to begin: positive definite, indefinite, indefinite with matching where the diagonal has zeros; of
@@ -47,8 +56,10 @@ std::optional<Road> firstRoad(MatrixType type, const Traits& traits);
 /// them. Whatever a road returns is measured: its residual, and how many digits of what is known came back.
 /// Where it is not accurate, and another road might do better, that is taken as well; the best answer of all
 /// counts. A road whose forecast is far beyond what was already done is put last, or told and left. Steps are
-/// timed in `seconds`: analyse, factorize, solve, check.
+/// timed in `seconds`: analyse, factorize, solve, check. A factor that is forecast to need more memory than
+/// is left goes to files.
 /// @throws NotEnoughMemoryException
+/// @throws InputError  the first factor cannot be kept in files
 template <class Cell>
 SparseAnswer<Cell> solveSparse(SparseSystem<Cell>& system, const Columns<Cell>& B, const Columns<Cell>& known,
                                Road road, const SparseOptions& options, StepTimes& seconds);

@@ -25,27 +25,62 @@ namespace {
 constexpr double kNone = std::numeric_limits<double>::infinity();
 
 /// The number that the file holds; the word "max" is none, and so is a file that is not there.
-double limitIn(const std::string& file)
+double numberIn(const std::string& file, double otherwise)
 {
-    double limit = kNone;
-    if (std::ifstream stream(file); stream >> limit) return limit;
-    return kNone;
+    double number = 0.0;
+    if (std::ifstream stream(file); stream >> number) return number;
+    return otherwise;
+}
+
+/// Of a line that begins with this word.
+double numberOfLine(const std::string& file, const std::string& word, double otherwise)
+{
+    std::ifstream stream(file);
+    for (std::string line; std::getline(stream, line);) {
+        std::istringstream words(line);
+        double number = 0.0;
+        if (std::string first; words >> first >> number && first == word) return number;
+    }
+    return otherwise;
+}
+
+/// How a version of the control groups calls what stands in a group's folder.
+struct GroupFiles {
+    const char *limit, *use;
+    const char* idle; ///< line of memory.stat: pages of files that would be given up
+};
+
+constexpr GroupFiles kVersion1{"memory.limit_in_bytes", "memory.usage_in_bytes", "total_inactive_file"};
+constexpr GroupFiles kVersion2{"memory.max", "memory.current", "inactive_file"};
+
+/// A figure of the group in a folder.
+using GroupFigure = double (*)(const std::string& folder, const GroupFiles& files);
+
+double limitIn(const std::string& folder, const GroupFiles& files)
+{
+    return numberIn(folder + files.limit, kNone);
+}
+
+double leftIn(const std::string& folder, const GroupFiles& files)
+{
+    const double idle = numberOfLine(folder + "memory.stat", files.idle, 0.0);
+    return limitIn(folder, files) - std::max(numberIn(folder + files.use, 0.0) - idle, 0.0);
 }
 
 /// Of the group and all around it: a limit holds for what is below. Where the groups are seen from within a
 /// container, the outer part of the path is not there, and its root stands for what is.
-double leastAlong(const std::string& mount, std::string path, const std::string& file)
+double leastAlong(const std::string& mount, std::string path, const GroupFiles& files, GroupFigure figure)
 {
     double least = kNone;
     for (;;) {
-        least = std::min(least, limitIn(mount + path + "/" + file));
+        least = std::min(least, figure(mount + path + "/", files));
         if (path.empty()) return least;
         path.resize(std::min(path.rfind('/'), path.size() - 1));
     }
 }
 
 /// "HIERARCHY:CONTROLLERS:PATH", with no controllers in version 2.
-double limitOf(const std::string& line, const std::string& groups)
+double leastOfLine(const std::string& line, const std::string& groups, GroupFigure figure)
 {
     std::istringstream words(line);
     std::string hierarchy, controllers, path;
@@ -54,10 +89,20 @@ double limitOf(const std::string& line, const std::string& groups)
     std::getline(words, path);
     if (path == "/") path.clear();
     if (controllers.empty())
-        return std::min(leastAlong(groups, path, "memory.max"),
-                        leastAlong(groups + "/unified", path, "memory.max"));
+        return std::min(leastAlong(groups, path, kVersion2, figure),
+                        leastAlong(groups + "/unified", path, kVersion2, figure));
     const bool memory = ("," + controllers + ",").find(",memory,") != std::string::npos;
-    return memory ? leastAlong(groups + "/memory", path, "memory.limit_in_bytes") : kNone;
+    return memory ? leastAlong(groups + "/memory", path, kVersion1, figure) : kNone;
+}
+
+/// Of all groups that this process is in.
+double leastOfGroups(const std::string& root, GroupFigure figure)
+{
+    std::ifstream groups(root + "/proc/self/cgroup");
+    double least = kNone;
+    for (std::string line; std::getline(groups, line);)
+        least = std::min(least, leastOfLine(line, root + "/sys/fs/cgroup", figure));
+    return least;
 }
 
 double addressSpace()
@@ -87,11 +132,7 @@ void requireAddressSpace(int threads)
 
 double controlGroupLimit(const std::string& root)
 {
-    std::ifstream groups(root + "/proc/self/cgroup");
-    double least = kNone;
-    for (std::string line; std::getline(groups, line);)
-        least = std::min(least, limitOf(line, root + "/sys/fs/cgroup"));
-    return least;
+    return leastOfGroups(root, limitIn);
 }
 
 double memoryLimit()
@@ -99,6 +140,15 @@ double memoryLimit()
     const double physical =
         static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
     return std::min({physical, addressSpace(), controlGroupLimit()});
+}
+
+double memoryLeft(const std::string& root)
+{
+    const double available = 1024.0 * numberOfLine(root + "/proc/meminfo", "MemAvailable:", kNone);
+    const double mapped =
+        static_cast<double>(sysconf(_SC_PAGESIZE)) * numberIn(root + "/proc/self/statm", 0.0);
+    return std::max(
+        std::min({available, addressSpace() - mapped, leastOfGroups(root, leftIn), memoryLimit()}), 0.0);
 }
 
 } // namespace Velmar::Lintrix::tools

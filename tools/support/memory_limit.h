@@ -9,6 +9,10 @@ namespace Velmar::Lintrix::tools {
 /// space is limited.
 double memoryLimit();
 
+/// What of it is left, in bytes: by the system's estimate, of what the control groups grant beyond what they
+/// use, and of the address space. `root` is the folder that /proc and /sys stand in.
+double memoryLeft(const std::string& root = "");
+
 /// Refuses to go on where BLAS would wait without end for address space. @throws InputError
 void requireAddressSpace(int threads);
 

@@ -60,12 +60,26 @@ std::string statusInWords(const SolveReport& report)
     return std::string(report.status) + (report.reason.empty() ? "" : ", " + report.reason);
 }
 
+/// In memory or in files; nothing where there is no factor.
+std::string_view storeOf(const SolveReport& report)
+{
+    return !report.factorBytes ? "" : report.coreMegabytes ? "files" : "memory";
+}
+
+std::string factorInWords(const SolveReport& report)
+{
+    const std::string core =
+        report.coreMegabytes ? fmt::format(", with a core of {} MB", *report.coreMegabytes) : "";
+    return fmt::format("{} in {}{}", bytesInWords(*report.factorBytes), storeOf(report), core);
+}
+
 std::string directInWords(const SolveReport& report)
 {
     std::string text;
     if (!report.ordering.empty())
         text = line("ordering", report.ordering) +
                line("factor entries", fmt::format("{}", report.factorEntries)) +
+               (report.factorBytes ? line("factor", factorInWords(report)) : "") +
                line("perturbed pivots", fmt::format("{}", report.perturbedPivots));
     for (const std::string& road : report.tried) text += line("also tried", road);
     return text;
@@ -131,14 +145,16 @@ std::string asJson(const SolveReport& report)
                        "\"road\": {}, \"seconds\": {}, \"residual\": {}, "
                        "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
                        "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
-                       "\"perturbed_pivots\": {}, \"refinement_steps\": {}}}\n",
+                       "\"perturbed_pivots\": {}, \"refinement_steps\": {}, \"factor_store\": {}, "
+                       "\"factor_bytes\": {}, \"core_megabytes\": {}}}\n",
                        jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
                        jsonString(report.road), asJson(report.seconds), jsonNumber(report.residual),
                        jsonNumber(report.normalResidual), jsonNumber(report.maxError),
                        jsonNumber(report.probeError), jsonString(report.status), jsonText(report.reason),
                        jsonText(report.ordering), jsonArray(report.tried),
                        jsonCount(report, report.factorEntries), jsonCount(report, report.perturbedPivots),
-                       jsonCount(report, report.refinementSteps));
+                       jsonCount(report, report.refinementSteps), jsonText(storeOf(report)),
+                       jsonNumber(report.factorBytes), jsonNumber(report.coreMegabytes));
 }
 
 std::string line(std::string_view label, std::string_view text)

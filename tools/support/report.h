@@ -43,6 +43,8 @@ struct SolveReport {
     /// @{
     std::string_view ordering; ///< empty: the answer is of a dense road
     int factorEntries = 0, perturbedPivots = 0, refinementSteps = 0;
+    std::optional<double> factorBytes; ///< none where there is no factor
+    std::optional<int> coreMegabytes;  ///< of memory beside a factor in files; none: it is in memory
     /// @}
 };
 
@@ -51,9 +53,9 @@ std::string asText(const SolveReport& report);
 
 /// One object on one line, with the line end: matrix, rows, cols, entries, road, seconds (an object by step,
 /// with total), residual, max_error, status; beside them right_hands, normal_residual, probe_error and
-/// reason; of the direct solver ordering, tried (an array), factor_entries, perturbed_pivots and
-/// refinement_steps. A number that does not exist or is not finite is null, and so is a text that does not
-/// exist.
+/// reason; of the direct solver ordering, tried (an array), factor_entries, perturbed_pivots,
+/// refinement_steps, factor_store (memory or files), factor_bytes and core_megabytes. A number that does not
+/// exist or is not finite is null, and so is a text that does not exist.
 std::string asJson(const SolveReport& report);
 
 /// A fact on a line: the label, and the text in its column.

@@ -1,32 +1,52 @@
 #pragma once
-// Files that must not outlive the process, however it ends.
+// Files and folders that must not outlive the process, however it ends.
 
 #include <string>
 
 namespace Velmar::Lintrix::tools {
 
-/// A file under a name of its own, which begins with `path`, open for writing and removed with the object, by
-/// a signal that ends the process, and where a library ends it.
-class TemporaryFile {
+/// A name of its own, which begins with a given path. What stands under it is removed with the object, by a
+/// signal that ends the process, and where a library ends it.
+class TemporaryPath {
 public:
-    /// None yet.
-    TemporaryFile() = default;
-    ~TemporaryFile() { remove(); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    TemporaryPath(const TemporaryPath&) = delete;
+    TemporaryPath& operator=(const TemporaryPath&) = delete;
 
-    /// The descriptor, which the caller closes; -1 with errno set when the system refuses.
-    int create(const std::string& path);
-    /// Makes it the file `path`. False with errno set when the system refuses.
-    bool renameTo(const std::string& path);
+    /// Empty: there is none.
+    const std::string& name() const { return name_; }
+
+protected:
+    TemporaryPath() = default;
+    ~TemporaryPath() { remove(); }
+
+    /// `maker` fills in the X at the end of the name; below 0 it has failed.
+    int make(const std::string& path, int (*maker)(char* name));
+    /// It is temporary no more.
+    void forget();
 
 private:
     void remove();
 
-    std::string name_; ///< empty: there is none
+    std::string name_;
 };
 
-/// From now on SIGHUP, SIGINT and SIGTERM, where they are not ignored, remove the temporary files before they
+/// A file, open for writing.
+class TemporaryFile : public TemporaryPath {
+public:
+    /// The descriptor, which the caller closes; -1 with errno set when the system refuses.
+    int create(const std::string& path);
+    /// Makes it the file `path`. False with errno set when the system refuses.
+    bool renameTo(const std::string& path);
+};
+
+/// A folder for this user alone, removed with all files in it.
+class TemporaryFolder : public TemporaryPath {
+public:
+    /// False with errno set when the system refuses.
+    bool create(const std::string& path);
+};
+
+/// From now on SIGHUP, SIGINT and SIGTERM, where they are not ignored, remove what is temporary before they
 /// end the process.
 void removeTemporariesOnSignals();
 

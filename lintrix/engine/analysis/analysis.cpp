@@ -4,7 +4,9 @@
 #include <lintrix/engine/analysis/graph/adjacency.h>
 #include <lintrix/engine/analysis/memory_figures.h>
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/analysis/symbolic/structure_files.h>
 #include <lintrix/engine/call/shifted_indices.h>
+#include <lintrix/engine/out_of_core/out_of_core_settings.h>
 #include <lintrix/engine/report/messages.h>
 
 #include <algorithm>
@@ -20,51 +22,80 @@ int parameterValue(std::int64_t value)
     return static_cast<int>(std::min<std::int64_t>(value, std::numeric_limits<int>::max()));
 }
 
-void tellMemory(Analysis& run, const MemoryFigures& figures)
+int megabytes(std::int64_t kilobytes)
 {
+    return parameterValue((kilobytes + 1023) / 1024);
+}
+
+/// The memory to come; what the analysis itself has held at most is read from the meter.
+Failure forecastMemory(Analysis& run, NumericForecast forecast, MemoryFigures& figures)
+{
+    figures.analysisKept = keptBlocks(run).kilobytes();
+    return forecast(run.call, run.handle, figures.numeric);
+}
+
+void tellMemory(Analysis& run, const BlockMeter& meter, MemoryFigures& figures)
+{
+    figures.analysisPeak = meter.peakKilobytes();
     ControlBlock& control = run.control();
     control[Word::AnalysisPeak] = parameterValue(figures.analysisPeak);
     control[Word::AnalysisKept] = parameterValue(figures.analysisKept);
-    control[Word::FactorMemory] = parameterValue(figures.factors);
-    const auto megabytes = [](std::int64_t kilobytes) { return parameterValue((kilobytes + 1023) / 1024); };
+    control[Word::FactorMemory] = parameterValue(figures.numeric.inCore);
     const Parameters iparm = run.call.iparm;
-    iparm[Parameter::InCoreMegabytes] = megabytes(figures.analysisKept + figures.factors);
+    iparm[Parameter::InCoreMegabytes] = megabytes(figures.inCore());
     iparm[Parameter::InCoreKeptMegabytes] = megabytes(figures.analysisKept);
-    iparm[Parameter::OutOfCoreMegabytes] = megabytes(figures.leastOutOfCore);
+    iparm[Parameter::OutOfCoreMegabytes] = megabytes(figures.leastOutOfCore());
 }
 
-/// This build has no out-of-core mode: 1 always finds room in core, and 2 cannot be served.
-Failure decideCoreMode(const Analysis& run)
+/// Where the factor goes, and why.
+struct CoreMode {
+    bool outOfCore;
+    Message reason;
+};
+
+CoreMode coreMode(const Analysis& run)
 {
     const Parameters iparm = run.call.iparm;
-    const int wanted = iparm[Parameter::OutOfCore];
-    const bool outOfCore = wanted == 2;
-    iparm[Parameter::CoreMode] = outOfCore ? 1 : 0;
-    if (run.call.msglvl > 0) {
-        const Message inCore = wanted == 0 ? Message::InCoreForced : Message::InCoreChosen;
-        print(outOfCore ? Message::OutOfCoreForced : inCore);
-    }
-    return outOfCore ? Failure{Error::OutOfCoreMemory, -9} : Failure{};
+    if (iparm[Parameter::OutOfCore] == 0) return {false, Message::InCoreForced};
+    if (iparm[Parameter::OutOfCore] == 2) return {true, Message::OutOfCoreForced};
+    const std::int64_t core = coreMegabytes(run.handle), total = iparm[Parameter::InCoreMegabytes];
+    const std::int64_t permanent =
+        megabytes(std::int64_t{run.control()[Word::AnalysisKept]} + run.control()[Word::FactorMemory]);
+    return core > total && core > permanent + 2 ? CoreMode{false, Message::InCoreChosen}
+                                                : CoreMode{true, Message::OutOfCoreChosen};
+}
+
+Failure decideCoreMode(Analysis& run)
+{
+    const Parameters iparm = run.call.iparm;
+    const CoreMode mode = coreMode(run);
+    iparm[Parameter::CoreMode] = run.control()[Word::OutOfCore] = mode.outOfCore ? 1 : 0;
+    if (run.call.msglvl > 0) print(mode.reason);
+    const bool isTooSmall =
+        mode.outOfCore && iparm[Parameter::OutOfCoreMegabytes] > coreMegabytes(run.handle);
+    return isTooSmall ? Failure{Error::OutOfCoreMemory, -9} : Failure{};
 }
 
 /// How many rows each supernode updates below itself.
 Failure makeUpdateLengths(Analysis& run)
 {
-    const bool isWanted = run.control()[Word::ElementWidth] == 2 || !run.symmetricStorage();
-    if (!isWanted) return {};
+    const std::int64_t bytes = updateLengths(run.control()) * std::int64_t{sizeof(int)};
+    if (bytes == 0) return {};
     const FactorStructure structure = PermanentStructure(run.handle).structure();
-    const std::int64_t bytes = structure.supernodes() * std::int64_t{sizeof(int)};
     int* const lengths = static_cast<int*>(run.handle.allocate(Slot::UpdateLengths, bytes));
     if (lengths == nullptr) return outOfMemory(BlockCode::UpdateLengths, bytes);
     for (int J = 0; J < structure.supernodes(); ++J) lengths[J] = structure.height(J) - structure.width(J);
     return {};
 }
 
+/// pt[6] stays where the call goes on to files with its factor, until the next analysis or release: callers
+/// find the slot filled then.
 void releaseWork(Analysis& run)
 {
-    for (const Slot slot :
-         {Slot::AnalysisWork, Slot::SymbolicWork, Slot::IntegerWork, Slot::SymbolicStructure})
+    for (const Slot slot : {Slot::AnalysisWork, Slot::SymbolicWork, Slot::IntegerWork})
         run.handle.release(slot);
+    const bool stays = run.control()[Word::OutOfCore] != 0 && run.call.phase.factorizes();
+    if (!stays) run.handle.release(Slot::SymbolicStructure);
     PermanentStructure(run.handle).shrinkToTargets();
 }
 
@@ -76,29 +107,34 @@ void tellFactorNonZeros(const Analysis& run)
         parameterValue(run.control()[WideWord::LowerElements] + run.control()[WideWord::UpperElements]);
 }
 
-Failure runSteps(Analysis& run)
+Failure runSteps(Analysis& run, NumericForecast forecast)
 {
+    const BlockMeter meter(Handle::basicBlocks(run.control()[Word::Maxfct]));
     if (const Failure failure = checkPattern({run.ia, run.ja})) return failure;
     if (const Failure failure = matchAndScale(run)) return failure;
     if (const Failure failure = buildAdjacency(run)) return failure;
     if (const Failure failure = orderEquations(run)) return failure;
     if (const Failure failure = factorizeSymbolically(run)) return failure;
-    tellMemory(run, forecastMemory(run.control(), run.handle.holds(Slot::Matching)));
+    MemoryFigures figures;
+    if (const Failure failure = forecastMemory(run, forecast, figures)) return failure;
+    tellMemory(run, meter, figures);
     if (const Failure failure = decideCoreMode(run)) return failure;
     if (const Failure failure = buildLists(run)) return failure;
-    return makeUpdateLengths(run);
+    if (const Failure failure = makeUpdateLengths(run)) return failure;
+    tellMemory(run, meter, figures); // the lists may have taken more than all before them
+    return run.control()[Word::OutOfCore] != 0 ? storeStructure(run.handle) : Failure{};
 }
 
 } // namespace
 
-Failure analyse(const Arguments& call, Handle handle, Timers& timers)
+Failure analyse(const Arguments& call, Handle handle, Timers& timers, NumericForecast forecast)
 {
     const auto rows = static_cast<std::size_t>(call.n) + 1;
     const auto entries = static_cast<std::size_t>(call.nonZeros());
     const ShiftedIndices shifted({call.ia, rows}, {call.ja, entries});
     Analysis run{call, handle, timers, shifted.ia(), shifted.ja()};
     run.control()[Word::MappedEntries] = static_cast<int>(entries);
-    const Failure failure = runSteps(run);
+    const Failure failure = runSteps(run, forecast);
     if (failure) {
         // What is there says that later phases may run; an unfinished structure must not.
         handle.release(Slot::FactorStructure);

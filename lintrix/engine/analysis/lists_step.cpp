@@ -29,14 +29,16 @@ Failure listUpdates(Analysis& run, PermanentStructure& permanent)
     return {};
 }
 
+/// Kept in any case, since a later phase may report what a silent analysis has laid out; told where asked
+/// for.
 void countOperations(Analysis& run, const PermanentStructure& permanent)
 {
-    int& gigaflops = run.call.iparm[Parameter::Gigaflops];
-    if (gigaflops >= 0 && run.control()[Word::ReportFlag] == 0) return;
     const double operations = operationCount(permanent.structure(), !run.symmetricStorage(),
                                              run.control()[Word::ElementWidth] == 2);
     run.control()[Real::Operations] = operations;
-    gigaflops = static_cast<int>(std::min(operations * 1e-9, 2147483647.));
+    int& gigaflops = run.call.iparm[Parameter::Gigaflops];
+    if (gigaflops < 0 || run.control()[Word::ReportFlag] != 0)
+        gigaflops = static_cast<int>(std::min(operations * 1e-9, 2147483647.));
 }
 
 } // namespace
@@ -49,7 +51,6 @@ Failure buildLists(Analysis& run)
     if (const Failure failure = mapEntries({run.ia, run.ja}, run.columnOfRow(), permanent.ordering(),
                                            structure, run.symmetricStorage(), permanent.maps()))
         return failure;
-    supernodesOfSubgraphs(structure, permanent.subgraphs(), permanent.subgraphSupernodes());
     if (run.control()[Word::TwoLevel] != 0) {
         if (const Failure failure = listUpdates(run, permanent)) return failure;
     }

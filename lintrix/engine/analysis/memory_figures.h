@@ -1,24 +1,40 @@
 #pragma once
 /// @file
-/// What an analysis tells of memory: advice for the caller, not tied to what the allocator gives.
+/// What an analysis tells of memory. Blocks of the engine are counted, each rounded up to a kilobyte; what
+/// METIS takes for its own length comes from the C library and is not.
 
-#include <lintrix/engine/call/handle.h>
-#include <lintrix/services/export.h>
+#include <lintrix/engine/analysis/analysis_steps.h>
+#include <lintrix/engine/call/memory.h>
 
 #include <cstdint>
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Kilobytes, each block rounded up to a full one.
-struct MemoryFigures {
-    std::int64_t analysisPeak = 0;   ///< all blocks of the analysis together
-    std::int64_t analysisKept = 0;   ///< those that stay
-    std::int64_t factors = 0;        ///< one factor and the work of a solve
-    std::int64_t leastOutOfCore = 0; ///< what stays, and the largest panel with its largest update
+/// Kilobytes that factorization and solve take beside what an analysis keeps, by the calls as they are in the
+/// analysis: its threads, right-hand sides and parameters.
+struct NumericMemory {
+    std::int64_t inCore = 0;    ///< with one factor in memory
+    std::int64_t outOfCore = 0; ///< at least, with factors in files
 };
 
-/// From the sizes in the control block, once the symbolic factorization has set them. `matched` tells whether
-/// the handle holds a matching with its scaling.
-LINTRIX_TESTABLE MemoryFigures forecastMemory(const ControlBlock& control, bool matched) noexcept;
+/// Works it out from the structure that the analysis has found. The floors that will take the memory know
+/// how much it is, and they stand on this one.
+using NumericForecast = Failure (*)(const Arguments& call, Handle handle, NumericMemory& memory);
+
+/// Kilobytes.
+struct MemoryFigures {
+    std::int64_t analysisPeak = 0; ///< the most that was held so far
+    std::int64_t analysisKept = 0; ///< what stays
+    NumericMemory numeric;
+
+    std::int64_t inCore() const noexcept;
+    std::int64_t leastOutOfCore() const noexcept { return analysisKept + numeric.outOfCore; }
+};
+
+/// The blocks that the handle holds when the analysis is done.
+BlockSum keptBlocks(Analysis& run) noexcept;
+
+/// How many update lengths there are: complex and unsymmetric factors have one for each supernode.
+std::int64_t updateLengths(const ControlBlock& control) noexcept;
 
 } // namespace Velmar::Lintrix::detail::engine

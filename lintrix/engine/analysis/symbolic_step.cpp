@@ -7,6 +7,7 @@
 #include <lintrix/engine/analysis/symbolic/column_refinement.h>
 #include <lintrix/engine/analysis/symbolic/factor_structure.h>
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/analysis/symbolic/schedule.h>
 #include <lintrix/engine/analysis/symbolic/supernodes.h>
 
 #include <algorithm>
@@ -67,20 +68,12 @@ Failure findSupernodes(Analysis& run, const Graph& permuted, Work& work)
     return rowListStarts(work.starts, work.counts, mostIndices, work.rowStarts);
 }
 
-/// How many numbers the lists of updated separators can have at most.
-std::int64_t mostTargets(const ControlBlock& control)
-{
-    if (control[Word::TwoLevel] == 0) return 0;
-    const std::int64_t independent = control[Word::IndependentSubgraphs];
-    return independent * (control[Word::Subgraphs] - independent);
-}
-
 /// The permanent block, with what is known by now.
 Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
 {
     run.control().set(WideWord::FactorRowIndices, work.rowStarts.back());
     PermanentStructure permanent(run.handle);
-    if (const Failure failure = permanent.allocate(mostTargets(run.control()))) return failure;
+    if (const Failure failure = permanent.allocate()) return failure;
     std::ranges::copy(run.ordering().vertexAt, permanent.ordering().vertexAt.begin());
     std::ranges::copy(run.ordering().positionOf, permanent.ordering().positionOf.begin());
     std::ranges::copy(run.subgraphs(), permanent.subgraphs().begin());
@@ -121,9 +114,11 @@ Failure factorizeSymbolically(Analysis& run)
     if (const Failure failure = findSupernodes(run, permuted, work)) return failure;
     if (const Failure failure = fillPermanent(run, permuted, work)) return failure;
     placePanels(run);
+    PermanentStructure permanent(run.handle);
+    const FactorStructure structure = permanent.structure();
+    supernodesOfSubgraphs(structure, permanent.subgraphs(), permanent.subgraphSupernodes());
     // The block has these numbers by now: their place is free for work.
-    run.control()[Word::TreeHeight] =
-        treeHeight(PermanentStructure(run.handle).structure(), work.supernodeOf);
+    run.control()[Word::TreeHeight] = treeHeight(structure, work.supernodeOf);
     return {};
 }
 

@@ -53,6 +53,7 @@ enum class Word : int {
     AnalysisPeak,  ///< kilobytes, as the next two
     AnalysisKept,
     FactorMemory,
+    OutOfCore, ///< whether the factors are in files
     // Results of factorization and solve.
     PerturbedPivots,
     PositivePivots,

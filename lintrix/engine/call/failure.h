@@ -2,6 +2,8 @@
 /// @file
 /// How the engine's steps report: a result for the caller and the internal code beside it.
 
+#include <lintrix/engine/call/factor_file.h>
+
 #include <cstdint>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -27,6 +29,7 @@ struct Failure {
     Error error = Error::None;
     int internal = 0;       ///< the internal code, which chooses the report's line
     std::int64_t bytes = 0; ///< of the block that could not be allocated, where the step knows it
+    FileTrouble file = {};  ///< of the errors of files
 
     explicit operator bool() const noexcept { return error != Error::None; }
 };

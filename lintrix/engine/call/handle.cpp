@@ -17,7 +17,8 @@ void releaseBlock(void*& slot) noexcept
 
 bool hasFactor(const FactorEntry& entry) noexcept
 {
-    return entry.storage != nullptr;
+    return entry.storage != nullptr ||
+           entry.exchanges != nullptr; // the latter alone where panels are in files
 }
 
 void releaseOutOfCore(OutOfCoreTable* table) noexcept
@@ -51,6 +52,18 @@ Failure fillTable(OutOfCoreTable& table)
 }
 
 } // namespace
+
+BlockSum Handle::basicBlocks(int maxfct) noexcept
+{
+    return BlockSum()
+        .add<ControlBlock>(1)
+        .add<FactorEntry>(std::max(maxfct, 1))
+        .add<OutOfCoreTable>(1)
+        .add<char>(OutOfCoreTable::kPathLength)
+        .add<std::int64_t>(OutOfCoreTable::kControlWords)
+        .add<std::int64_t>(OutOfCoreTable::kControlWords)
+        .add<void*>(OutOfCoreTable::kFiles);
+}
 
 Failure Handle::create(int maxfct)
 {

@@ -34,7 +34,7 @@ enum class Slot : int {
 
 /// One factorization of the table in pt[3]: six words.
 struct FactorEntry {
-    void* storage;             ///< of L and U
+    void* storage;             ///< of L and U; null where they are in files
     std::int64_t size;         ///< elements of the factor, kUnset as long as there is none
     std::int64_t bytes;        ///< of the storage
     int* exchanges;            ///< 2 n: rows, then columns, within the diagonal blocks
@@ -79,6 +79,8 @@ public:
     Failure create(int maxfct);
     /// The control of the out-of-core mode, if it is not there yet.
     Failure createOutOfCoreControl();
+    /// The blocks that both of these make.
+    static BlockSum basicBlocks(int maxfct) noexcept;
     /// The count in pt[0].
     void countCall() noexcept { setCalls(calls() + 1); }
     void restartCount() noexcept { setCalls(1); }
@@ -101,7 +103,8 @@ public:
     /// What an analysis made and all that stands on it: every factor, pt[15] down to pt[4].
     /// @return  how many factors there were
     int releaseAnalysis() noexcept;
-    /// Everything; pt[0] reads zero again. @return  how many factors there were
+    /// Everything but the files of the out-of-core mode, which somebody must have removed before; pt[0] reads
+    /// zero again. @return  how many factors there were
     int releaseAll() noexcept;
 
     /// The array in the block of a slot.

@@ -1,9 +1,12 @@
 #pragma once
 /// @file
-/// Blocks of the engine: 128-byte aligned, from the aligned allocators, with one owner.
+/// Blocks of the engine: 128-byte aligned, from the aligned allocators, with one owner; and what they add up
+/// to.
 
 #include <lintrix/services/aligned_allocator.h>
+#include <lintrix/services/export.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -14,6 +17,58 @@
 namespace Velmar::Lintrix::detail::engine {
 
 inline constexpr std::size_t kBlockAlignment = 128;
+
+/// Elements that no block has. A count cut to it leaves room for every size that is worked out of it.
+inline constexpr std::int64_t kMostElements = std::int64_t{1} << 50;
+
+/// A sum of blocks, each rounded up to a kilobyte with what its alignment takes.
+class BlockSum {
+public:
+    constexpr BlockSum() noexcept = default;
+    /// A block of `count` elements; none of 0 or fewer.
+    template <class T>
+    constexpr BlockSum& add(std::int64_t count) noexcept
+    {
+        return addBytes(std::min(count, kMostElements) * std::int64_t{sizeof(T)});
+    }
+    constexpr BlockSum& addBytes(std::int64_t bytes) noexcept
+    {
+        constexpr std::int64_t overhead = kBlockAlignment + sizeof(void*);
+        if (bytes > 0) kilobytes_ += (bytes + overhead + 1023) / 1024;
+        return *this;
+    }
+    constexpr BlockSum& add(const BlockSum& blocks) noexcept
+    {
+        kilobytes_ += blocks.kilobytes_;
+        return *this;
+    }
+    constexpr std::int64_t kilobytes() const noexcept { return kilobytes_; }
+
+private:
+    std::int64_t kilobytes_ = 0;
+};
+
+/// While it lives, adds up the blocks that its thread takes, less those that it gives back, and keeps the
+/// largest sum. A block that goes to a slot of the handle stays in the sum. One at a time on a thread.
+class LINTRIX_TESTABLE BlockMeter {
+public:
+    /// Begins with the blocks that are held already.
+    explicit BlockMeter(const BlockSum& held) noexcept;
+    ~BlockMeter();
+    BlockMeter(const BlockMeter&) = delete;
+    BlockMeter& operator=(const BlockMeter&) = delete;
+
+    std::int64_t peakKilobytes() const noexcept { return peak_; }
+
+    /// For those who take and give back blocks: enters one, if a meter lives on this thread.
+    static void enterTaken(std::int64_t bytes) noexcept;
+    static void enterGivenBack(std::int64_t bytes) noexcept;
+
+private:
+    void enter(std::int64_t kilobytes) noexcept { peak_ = std::max(peak_, sum_ += kilobytes); }
+
+    std::int64_t sum_, peak_;
+};
 
 /// `count` elements of `T`, or an empty block when there is no memory: the engine has no exceptions, its
 /// callers ask and report the block by its code. A count of 0 or below is an empty block that is no failure.
@@ -44,15 +99,16 @@ public:
         std::swap(count_, other.count_);
         return *this;
     }
-    ~Scratch() { alignedRelease(cells_); }
+    ~Scratch()
+    {
+        if (cells_ != nullptr) BlockMeter::enterGivenBack(wantedBytes());
+        alignedRelease(cells_);
+    }
 
     /// Whether the block is there, or nothing was asked for.
     explicit operator bool() const noexcept { return cells_ != nullptr || count_ <= 0; }
     /// What was asked for and is not there, in bytes.
-    std::int64_t missingBytes() const noexcept
-    {
-        return *this ? 0 : count_ * static_cast<std::int64_t>(sizeof(T));
-    }
+    std::int64_t missingBytes() const noexcept { return *this ? 0 : wantedBytes(); }
     T* get() const noexcept { return cells_; }
     T& operator[](std::int64_t i) const noexcept { return cells_[i]; }
     std::span<T> span() const noexcept { return {cells_, cells_ ? static_cast<std::size_t>(count_) : 0}; }
@@ -60,7 +116,11 @@ public:
     T* release() noexcept { return std::exchange(cells_, nullptr); }
 
 private:
-    Scratch(void* cells, std::int64_t count) noexcept : cells_(static_cast<T*>(cells)), count_(count) {}
+    Scratch(void* cells, std::int64_t count) noexcept : cells_(static_cast<T*>(cells)), count_(count)
+    {
+        if (cells_ != nullptr) BlockMeter::enterTaken(wantedBytes());
+    }
+    std::int64_t wantedBytes() const noexcept { return count_ * static_cast<std::int64_t>(sizeof(T)); }
     static bool bytesFit(std::int64_t count) noexcept
     {
         return count > 0 &&

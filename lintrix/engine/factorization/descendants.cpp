@@ -32,6 +32,13 @@ std::int64_t countDescendants(const FactorStructure& structure, std::span<std::i
     return starts.back();
 }
 
+std::int64_t countDescendants(const FactorStructure& structure)
+{
+    std::int64_t count = 0;
+    forEachUpdate(structure, [&](int, const Descendant&) { ++count; });
+    return count;
+}
+
 void listDescendants(const FactorStructure& structure, const DescendantLists& lists)
 {
     // starts[J] runs from the start of list J to its end, which is where the next begins.

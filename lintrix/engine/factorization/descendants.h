@@ -2,6 +2,7 @@
 /// @file
 /// Which supernodes update which, as lists in a fixed order.
 
+#include <lintrix/engine/analysis/graph/graph.h>
 #include <lintrix/engine/analysis/symbolic/factor_structure.h>
 #include <lintrix/services/export.h>
 
@@ -29,11 +30,21 @@ struct DescendantLists {
         return entries.subspan(static_cast<std::size_t>(starts[J]),
                                static_cast<std::size_t>(starts[J + 1] - starts[J]));
     }
+    /// Of these, those with their source in a range.
+    std::span<const Descendant> of(int J, PositionRange sources) const noexcept
+    {
+        const std::span<const Descendant> all = of(J);
+        const auto first = std::ranges::lower_bound(all, sources.first, {}, &Descendant::source);
+        return {first, std::ranges::upper_bound(first, all.end(), sources.last, {}, &Descendant::source)};
+    }
 };
 
 /// Writes `starts` and returns how many entries there are. Linear in the row lists, as the next.
 LINTRIX_TESTABLE std::int64_t countDescendants(const FactorStructure& structure,
                                                std::span<std::int64_t> starts);
+
+/// The same number without the starts.
+LINTRIX_TESTABLE std::int64_t countDescendants(const FactorStructure& structure);
 
 /// Writes the entries; `starts` as counted.
 LINTRIX_TESTABLE void listDescendants(const FactorStructure& structure, const DescendantLists& lists);
@@ -50,9 +61,11 @@ LINTRIX_TESTABLE int lastTogether(const FactorStructure& structure, int J, int l
 /// Those from `first` on are among them, as descendants of the panels behind.
 class MergedDescendants {
 public:
-    MergedDescendants(const DescendantLists& lists, int first, int last) noexcept : panels_(last - first + 1)
+    /// Of the descendants those among `sources`.
+    MergedDescendants(const DescendantLists& lists, int first, int last, PositionRange sources) noexcept
+        : panels_(last - first + 1)
     {
-        for (int p = 0; p < panels_; ++p) left_[p] = lists.of(first + p);
+        for (int p = 0; p < panels_; ++p) left_[p] = lists.of(first + p, sources);
     }
 
     /// Steps to the next descendant. @return false  there is none

@@ -3,6 +3,7 @@
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/call/matrix_type.h>
 #include <lintrix/engine/factorization/runs.h>
+#include <lintrix/engine/out_of_core/out_of_core_settings.h>
 
 #include <algorithm>
 #include <complex>
@@ -43,6 +44,45 @@ bool isSymmetric(const ControlBlock& control)
 std::int64_t elementsOf(const ControlBlock& control)
 {
     return control[WideWord::LowerElements] + (isSymmetric(control) ? 0 : control[WideWord::UpperElements]);
+}
+
+// Of rows and of columns.
+std::int64_t exchangesOf(const ControlBlock& control)
+{
+    return 2 * std::int64_t{control[Word::Order]};
+}
+
+// Factors of rows and columns of A, in the order of A.
+struct ScaleFactors {
+    explicit ScaleFactors(const Handle& handle)
+        : n(handle.control()[Word::Order]), row(handle.block<double>(Slot::Scaling)),
+          column(isSymmetric(handle.control()) ? row : row + n)
+    {
+    }
+    bool allOne() const
+    {
+        const auto isOne = [](double factor) { return factor == 1.0; };
+        return std::all_of(row, row + n, isOne) && std::all_of(column, column + n, isOne);
+    }
+
+    int n;
+    const double *row, *column;
+};
+
+bool isScaled(const Handle& handle)
+{
+    return handle.holds(Slot::Scaling) && !ScaleFactors(handle).allOne();
+}
+
+// Returns how many runs there are.
+int dealOutRuns(const Handle& handle, const FactorPlan& plan, std::span<double> work,
+                std::span<PositionRange> runs)
+{
+    const ControlBlock& control = handle.control();
+    const bool twoLevel = control[Word::TwoLevel] != 0 && plan.threads > 1;
+    return twoLevel ? dealOutSubgraphs(plan.structure, PermanentStructure(handle).subgraphSupernodes(),
+                                       control[Word::IndependentSubgraphs], runs)
+                    : dealOutSubtrees(plan.structure, plan.threads, work, runs);
 }
 
 // The values of A that a factorization reads.
@@ -93,6 +133,28 @@ Failure FactorLists::make(const Handle& handle, FactorPlan& plan)
     return makeScaling(handle, plan);
 }
 
+std::int64_t FactorLists::bytes() const noexcept
+{
+    return static_cast<std::int64_t>(descendantStarts_.span().size_bytes() +
+                                     descendants_.span().size_bytes() + runs_.span().size_bytes() +
+                                     factors_.span().size_bytes());
+}
+
+Failure FactorLists::forecast(const Handle& handle, const FactorPlan& plan, ListForecast& forecast)
+{
+    const std::int64_t supernodes = plan.structure.supernodes();
+    const auto runs = Scratch<PositionRange>::uninitialised(supernodes);
+    const auto work = Scratch<double>::uninitialised(supernodes);
+    if (!runs || !work) return outOfMemory(BlockCode::Transient, missingBytes(runs, work));
+    forecast.runs = dealOutRuns(handle, plan, work.span(), runs.span());
+    forecast.lists.add<std::int64_t>(supernodes + 1)
+        .add<Descendant>(countDescendants(plan.structure))
+        .add<PositionRange>(supernodes);
+    forecast.dealing.add<double>(supernodes);
+    if (isScaled(handle)) forecast.scaling.add<double>(2 * std::int64_t{handle.control()[Word::Order]});
+    return {};
+}
+
 Failure FactorLists::makeDescendants(FactorPlan& plan)
 {
     const std::int64_t starts = std::int64_t{plan.structure.supernodes()} + 1;
@@ -108,15 +170,10 @@ Failure FactorLists::makeDescendants(FactorPlan& plan)
 
 Failure FactorLists::makeRuns(const Handle& handle, FactorPlan& plan)
 {
-    const ControlBlock& control = handle.control();
     runs_ = Scratch<PositionRange>::uninitialised(plan.structure.supernodes());
     const auto work = Scratch<double>::uninitialised(plan.structure.supernodes());
     if (!runs_ || !work) return outOfMemory(BlockCode::RealWork, missingBytes(runs_, work));
-    const bool twoLevel = control[Word::TwoLevel] != 0 && plan.threads > 1;
-    const int count = twoLevel
-                          ? dealOutSubgraphs(plan.structure, PermanentStructure(handle).subgraphSupernodes(),
-                                             control[Word::IndependentSubgraphs], runs_.span())
-                          : dealOutSubtrees(plan.structure, plan.threads, work.span(), runs_.span());
+    const int count = dealOutRuns(handle, plan, work.span(), runs_.span());
     plan.runs = runs_.span().first(static_cast<std::size_t>(count));
     return {};
 }
@@ -124,20 +181,15 @@ Failure FactorLists::makeRuns(const Handle& handle, FactorPlan& plan)
 // The factors of rows and columns of A, brought from the order of A to that of the elimination.
 Failure FactorLists::makeScaling(const Handle& handle, FactorPlan& plan)
 {
-    if (!handle.holds(Slot::Scaling)) return {};
-    const ControlBlock& control = handle.control();
-    const int n = control[Word::Order];
-    const bool symmetric = isSymmetric(control);
-    const double *const row = handle.block<double>(Slot::Scaling), *const column = symmetric ? row : row + n;
-    if (std::all_of(row, row + n, [](double r) { return r == 1.0; }) &&
-        std::all_of(column, column + n, [](double c) { return c == 1.0; }))
-        return {};
+    if (!isScaled(handle)) return {};
+    const auto [n, row, column] = ScaleFactors(handle);
     factors_ = Scratch<double>::uninitialised(2 * std::int64_t{n});
     if (!factors_) return outOfMemory(BlockCode::RealWork, missingBytes(factors_));
     const auto order = static_cast<std::size_t>(n);
     const std::span<double> rows = factors_.span().first(order), columns = factors_.span().last(order);
     const std::span<const int> positionOf = PermanentStructure(handle).positionOf();
-    const int* const columnOfRow = symmetric ? nullptr : handle.block<int>(Slot::Matching);
+    const int* const columnOfRow =
+        isSymmetric(handle.control()) ? nullptr : handle.block<int>(Slot::Matching);
     for (int i = 0; i < n; ++i) {
         rows[positionOf[columnOfRow == nullptr ? i : columnOfRow[i]]] = row[i];
         columns[positionOf[i]] = column[i];
@@ -170,7 +222,7 @@ int elementKind(int mtype, bool singlePrecision) noexcept
 bool holdsFactor(const Handle& handle, int mnum, int kind) noexcept
 {
     const FactorEntry& entry = entryOf(handle, mnum);
-    return entry.storage != nullptr && entry.size != kUnset &&
+    return entry.size != kUnset &&
            elementKind(entry.mtype, handle.control()[Word::SinglePrecision] != 0) == kind;
 }
 
@@ -181,17 +233,29 @@ Failure reserveFactor(Handle handle, int mnum)
     FactorEntry& entry = entryOf(handle, mnum);
     entry.size = kUnset;
     const std::int64_t bytes = elementsOf(control) * static_cast<std::int64_t>(sizeof(T));
-    if (entry.storage == nullptr || entry.bytes < bytes) {
+    const bool isInCore = control[Word::OutOfCore] == 0;
+    if (isInCore && (entry.storage == nullptr || entry.bytes < bytes)) {
         Handle::releaseFactor(entry);
         entry.storage = alignedAllocate(static_cast<std::size_t>(bytes), kBlockAlignment);
         if (entry.storage == nullptr) return outOfMemory(BlockCode::Factors, bytes);
         entry.bytes = bytes;
     }
-    const std::int64_t exchanges = 2 * std::int64_t{control[Word::Order]};
+    const std::int64_t exchanges = exchangesOf(control);
     if (entry.exchanges == nullptr) entry.exchanges = Scratch<int>::zeroed(exchanges).release();
     if (entry.exchanges != nullptr) return {};
     Handle::releaseFactor(entry);
     return outOfMemory(BlockCode::Factors, exchanges * std::int64_t{sizeof(int)});
+}
+
+BlockSum exchangeBlocks(const ControlBlock& control) noexcept
+{
+    return BlockSum().add<int>(exchangesOf(control));
+}
+
+template <class T>
+BlockSum factorBlocks(const ControlBlock& control) noexcept
+{
+    return exchangeBlocks(control).add<T>(elementsOf(control));
 }
 
 template <class T>
@@ -229,8 +293,18 @@ FactorRules rulesOfFactor(const Handle& handle, int mnum)
     return {.method = static_cast<Method>(entry.method), .hermitian = isHermitian(entry.mtype), .eps = 0.0};
 }
 
+std::int64_t bytesForPanels(const Handle& handle, std::int64_t taken)
+{
+    const ControlBlock& control = handle.control();
+    const std::int64_t exchanges = 2 * std::int64_t{control[Word::Order]} * std::int64_t{sizeof(int)};
+    const std::int64_t kept = 1024 * std::int64_t{control[Word::AnalysisKept]} + exchanges;
+    constexpr std::int64_t kMegabyte = 1 << 20, kMost = std::int64_t{1} << 40;
+    return std::min(coreMegabytes(handle), kMost) * kMegabyte - kept - taken;
+}
+
 #define LINTRIX_INSTANTIATE(T)                                                                               \
     template Failure reserveFactor<T>(Handle, int);                                                          \
+    template BlockSum factorBlocks<T>(const ControlBlock&) noexcept;                                         \
     template Factor<T> factorIn<T>(Handle, int);
 LINTRIX_INSTANTIATE(float)
 LINTRIX_INSTANTIATE(double)

@@ -17,12 +17,24 @@ namespace Velmar::Lintrix::detail::engine {
 /// are empty: a solve needs none of them.
 LINTRIX_TESTABLE FactorPlan planOf(Handle handle);
 
+/// What the lists of a factorization will take.
+struct ListForecast {
+    BlockSum lists;   ///< of descendants and runs
+    BlockSum dealing; ///< beside them, while runs are dealt out
+    BlockSum scaling; ///< beside them, afterwards
+    int runs = 0;     ///< that were dealt out
+};
+
 /// What a factorization needs beside the plan and makes for its own length.
 class LINTRIX_TESTABLE FactorLists {
 public:
     /// Fills the plan's descendants, runs and scaling with views of this object.
     /// @return  {Memory, -1200}
     Failure make(const Handle& handle, FactorPlan& plan);
+    std::int64_t bytes() const noexcept;
+    /// What that will take. Linear in the row lists.
+    /// @return  outOfMemory(Transient)
+    static Failure forecast(const Handle& handle, const FactorPlan& plan, ListForecast& forecast);
 
 private:
     Failure makeDescendants(FactorPlan& plan);
@@ -47,14 +59,25 @@ LINTRIX_TESTABLE int elementKind(int mtype, bool singlePrecision) noexcept;
 LINTRIX_TESTABLE bool holdsFactor(const Handle& handle, int mnum, int kind) noexcept;
 
 /// Brings the block of `mnum` to the size that a factor of T needs, forgetting what is in it; a block that is
-/// large enough stays.
+/// large enough stays. Out of core there is room for the exchanges alone.
 /// @return  {Memory, -1100}, with no block
 template <class T>
 LINTRIX_TESTABLE Failure reserveFactor(Handle handle, int mnum);
 
+/// The blocks of one factor: elements of L and U, and exchanges.
+template <class T>
+LINTRIX_TESTABLE BlockSum factorBlocks(const ControlBlock& control) noexcept;
+
+/// Of the exchanges alone.
+LINTRIX_TESTABLE BlockSum exchangeBlocks(const ControlBlock& control) noexcept;
+
 /// The arrays in the block of `mnum`.
 template <class T>
 LINTRIX_TESTABLE Factor<T> factorIn(Handle handle, int mnum);
+
+/// What the configured core leaves for panels out of core, beside what the handle keeps and `taken` bytes;
+/// below 0 when it leaves nothing.
+LINTRIX_TESTABLE std::int64_t bytesForPanels(const Handle& handle, std::int64_t taken);
 
 /// Marks the factor of the call as finished, made by these rules from the values of the call.
 LINTRIX_TESTABLE void keepFactor(const Arguments& call, Handle handle, const FactorRules& rules);

@@ -1,9 +1,13 @@
 #include <lintrix/engine/factorization/factor_step.h>
 
+#include <lintrix/engine/analysis/symbolic/structure_files.h>
 #include <lintrix/engine/call/matrix_type.h>
 #include <lintrix/engine/call/progress_scope.h>
 #include <lintrix/engine/call/scalar.h>
+#include <lintrix/engine/factorization/elimination.h>
 #include <lintrix/engine/factorization/factor_plan.h>
+#include <lintrix/engine/factorization/grouped_factorization.h>
+#include <lintrix/engine/report/loaded_catalogue.h>
 #include <lintrix/engine/report/messages.h>
 
 #include <algorithm>
@@ -39,7 +43,11 @@ double pivotThreshold(const Arguments& call, std::int64_t entries)
 /// Tells the caller's callback and, where the call reports, standard output.
 class Announcer {
 public:
-    explicit Announcer(bool prints) : callback_(ProgressScope::current()), prints_(prints) {}
+    /// The texts are chosen here, by the locale of the thread that calls: a thread of the team has its own.
+    explicit Announcer(bool prints) : callback_(ProgressScope::current()), prints_(prints)
+    {
+        if (prints) textsInForce();
+    }
 
     ProgressListener listener()
     {
@@ -73,47 +81,106 @@ void tellPivots(const PivotCounts& pivots, Parameters iparm, ControlBlock& contr
     control[Word::NegativePivots] = iparm[Parameter::NegativePivots] = pivots.negative;
 }
 
-/// Plan and lists, before the clock of the numeric work starts.
-Failure prepare(Handle handle, FactorPlan& plan, FactorLists& lists, Timers& timers)
-{
-    const TimedStep timed(timers, Timer::Gather);
-    plan = planOf(handle);
-    return lists.make(handle, plan);
-}
-
 template <class T>
-Failure factorizeAs(const Arguments& call, Handle handle, Timers& timers)
-{
-    ControlBlock& control = handle.control();
-    if (const Failure failure = reserveFactor<T>(handle, call.mnum)) return failure;
-    FactorPlan plan;
-    FactorLists lists;
-    if (const Failure failure = prepare(handle, plan, lists, timers)) return failure;
-    const double before = timers.seconds(Timer::NumericFactorization);
-    const FactorRules rules{.method = methodFor(call.mtype, call.iparm[Parameter::SymmetricPivoting]),
-                            .hermitian = isHermitian(call.mtype),
-                            .eps = pivotThreshold<T>(call, control[Word::MappedEntries])};
-    Announcer announcer(call.msglvl != 0);
-    FactorResult result;
+class FactorStep {
+public:
+    FactorStep(const Arguments& call, Handle handle, Timers& timers)
+        : call_(call), handle_(handle), control_(handle.control()),
+          timers_(timers), rules_{.method = methodFor(call.mtype, call.iparm[Parameter::SymmetricPivoting]),
+                                  .hermitian = isHermitian(call.mtype),
+                                  .eps = pivotThreshold<T>(call, control_[Word::MappedEntries])}
     {
-        const TimedStep timed(timers, Timer::NumericFactorization);
-        result = factorize(plan, rules, static_cast<const T*>(call.a), factorIn<T>(handle, call.mnum),
-                           announcer.listener());
     }
-    control[Real::FactorSeconds] = timers.seconds(Timer::NumericFactorization) - before;
-    tellPivots(result.pivots, call.iparm, control);
-    if (result.failure) return result.failure;
-    keepFactor(call, handle, rules);
-    control[Word::IterationBudget] = kBudgetAfterFactorization;
-    return {};
-}
+
+    Failure run()
+    {
+        if (const Failure failure = reserveFactor<T>(handle_, call_.mnum)) return failure;
+        if (const Failure failure = prepare()) return failure;
+        const FactorResult result = factorizeTimed();
+        tellPivots(result.pivots, call_.iparm, control_);
+        if (result.failure) return result.failure;
+        keepFactor(call_, handle_, rules_);
+        control_[Word::IterationBudget] = kBudgetAfterFactorization;
+        return {};
+    }
+
+private:
+    /// Plan and lists, before the clock of the numeric work starts.
+    Failure prepare()
+    {
+        const TimedStep timed(timers_, Timer::Gather);
+        plan_ = planOf(handle_);
+        return lists_.make(handle_, plan_);
+    }
+
+    FactorResult factorizeTimed()
+    {
+        const double before = timers_.seconds(Timer::NumericFactorization);
+        Announcer announcer(call_.msglvl != 0);
+        FactorResult result;
+        {
+            const TimedStep timed(timers_, Timer::NumericFactorization);
+            result = control_[Word::OutOfCore] != 0 ? factorizeToFiles(announcer.listener())
+                                                    : factorizeInMemory(announcer.listener());
+        }
+        control_[Real::FactorSeconds] = timers_.seconds(Timer::NumericFactorization) - before;
+        return result;
+    }
+
+    const T* values() const { return static_cast<const T*>(call_.a); }
+    Factor<T> factor() { return factorIn<T>(handle_, call_.mnum); }
+
+    FactorResult factorizeInMemory(const ProgressListener& listener)
+    {
+        return factorize(plan_, rules_, values(), factor(), listener);
+    }
+
+    /// What the solve before has worked in is given back: the next one takes it anew.
+    FactorResult factorizeToFiles(const ProgressListener& listener)
+    {
+        for (const Slot slot : {Slot::RealWork, Slot::IterationWork}) handle_.release(slot);
+        for (const WideWord size : {WideWord::RealWorkBytes, WideWord::IterationWorkBytes})
+            control_.set(size, 0);
+        OpenFactorFiles files;
+        FactorResult result;
+        result.failure = openFactorFiles(handle_, FileStep::Factorization, files);
+        if (!result.failure) result = factorizeTo(files, listener);
+        timers_.add(files.traffic());
+        return result;
+    }
+
+    /// What the configured core leaves is the room that the panels pass through.
+    FactorResult factorizeTo(OpenFactorFiles& files, const ProgressListener& listener)
+    {
+        FactorStore<T> store(plan_, files, call_.mnum);
+        if (const Failure failure = store.allocate()) return {failure, {}};
+        const BlockSum work = factorizationBlocks<T>(plan_, static_cast<int>(plan_.runs.size()));
+        const std::int64_t taken = lists_.bytes() + FactorStore<T>::sumBytes(plan_) + 1024 * work.kilobytes();
+        const PanelSchedule schedule =
+            PanelSchedule::ofFactorization(plan_, bytesForPanels(handle_, taken) / std::int64_t{sizeof(T)});
+        const auto room = Scratch<T>::uninitialised(schedule.groupRoom() + schedule.chunkRoom());
+        if (!room) return {outOfMemory(BlockCode::Factors, room.missingBytes()), {}};
+        FactorResult result =
+            factorizeInGroups(plan_, rules_, values(), factor(), store, schedule, room.get(), listener);
+        if (!result.failure) result.failure = store.writeTables(factor());
+        return result;
+    }
+
+    const Arguments& call_;
+    Handle handle_;
+    ControlBlock& control_;
+    Timers& timers_;
+    FactorRules rules_;
+    FactorPlan plan_{};
+    FactorLists lists_;
+};
 
 } // namespace
 
 Failure factorize(const Arguments& call, Handle handle, Timers& timers)
 {
     const int kind = elementKind(call.mtype, handle.control()[Word::SinglePrecision] != 0);
-    return withElement(kind, [&]<class T>() { return factorizeAs<T>(call, handle, timers); });
+    return withElement(kind, [&]<class T>() { return FactorStep<T>(call, handle, timers).run(); });
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -16,10 +16,11 @@ namespace Velmar::Lintrix::detail::engine {
 /// After a failure the block stays, without a factor in it. `msglvl` other than 0, a negative one too,
 /// prints each new percentage.
 ///
-/// @return  {Memory, -1100}   no room for the factor
+/// @return  {Memory, -1100}   no room for the factor, or out of core for the panels at work
 /// @return  {Memory, -1200}   no work space
 /// @return  {Numeric, column} a pivot that Cholesky or LU cannot use; columns of the factor count from 1
 /// @return  {Numeric, -1}     the progress callback wants to stop
+/// @return  {OutOfCoreOpen, -10}, {OutOfCoreTransfer, -11}  of the files
 Failure factorize(const Arguments& call, Handle handle, Timers& timers);
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -5,6 +5,7 @@
 #include <lintrix/engine/analysis/symbolic/entry_maps.h>
 #include <lintrix/engine/analysis/symbolic/factor_structure.h>
 #include <lintrix/engine/call/failure.h>
+#include <lintrix/engine/call/memory.h>
 #include <lintrix/engine/call/progress.h>
 #include <lintrix/engine/factorization/descendants.h>
 #include <lintrix/engine/factorization/pivoting.h>
@@ -82,5 +83,9 @@ struct FactorResult {
 template <class T>
 LINTRIX_TESTABLE FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T* values,
                                         const Factor<T>& factor, const ProgressListener& listener);
+
+/// The blocks that a factorization by this many runs takes, and gives back at its end.
+template <class T>
+LINTRIX_TESTABLE BlockSum factorizationBlocks(const FactorPlan& plan, int runs) noexcept;
 
 } // namespace Velmar::Lintrix::detail::engine

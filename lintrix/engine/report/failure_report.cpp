@@ -3,6 +3,7 @@
 #include <lintrix/engine/report/messages.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <string_view>
 
@@ -14,6 +15,26 @@ namespace {
 constexpr std::array<std::string_view, 14> kBlockNames = {
     "",         "BASIC   ", "FACT_ADR", "LOC_INT1", "STRUC_S0", "WORK_I0 ", "STRUC_S1",
     "STRUC_S2", "STRUC_FI", "LOC_INT2", "UP_UPLEN", "FACT_L&U", "WORK_R0 ", "CGS_ARR "};
+
+/// The words of a file's message: where, what, and on which array, by the numbers of their enumerations.
+constexpr std::array<std::string_view, 3> kFileSteps = {"do_all: ", "fact. step: ", "solve step: "};
+
+struct FileDeed {
+    Message message;
+    std::string_view words;
+};
+constexpr std::array<FileDeed, 7> kFileDeeds = {{
+    {Message::Last_, ""},
+    {Message::FileNotOpened, "open file for storing "},
+    {Message::FileNotOpened, "open file for reading "},
+    {Message::FileNotWritten, "write file of "},
+    {Message::FileNotRead, "read file of "},
+    {Message::FileChanged, "check sum of "},
+    {Message::FileNotRemoved, "remove file of "},
+}};
+constexpr std::array<std::string_view, kFactorFiles> kFileArrays = {
+    "lindx",     "lnz",        "unz",           "jalf",   "jauf",   "luperm",
+    "luperm(2)", "luperm_row", "luperm_row(2)", "slindx", "slength"};
 
 Message headingOf(const Failure& failure) noexcept
 {
@@ -160,6 +181,24 @@ void printNumeric(int internal, const Arguments& call)
                                                            : Message::ZeroPivot);
 }
 
+template <class Row, std::size_t count, class Number>
+const Row& rowOf(const std::array<Row, count>& table, Number number) noexcept
+{
+    return table[static_cast<std::size_t>(number)];
+}
+
+void printFile(const FileTrouble& trouble)
+{
+    if (trouble.action == FileAction::None) return;
+    const FileDeed& deed = rowOf(kFileDeeds, trouble.action);
+    char context[80];
+    std::size_t length = 0;
+    for (const std::string_view words :
+         {rowOf(kFileSteps, trouble.step), deed.words, rowOf(kFileArrays, trouble.file)})
+        length += words.copy(context + length, sizeof context - length);
+    print(deed.message, {std::string_view(context, length)});
+}
+
 void printDetails(const Failure& failure, const Arguments& call, const ControlBlock* stored)
 {
     switch (failure.error) {
@@ -172,8 +211,12 @@ void printDetails(const Failure& failure, const Arguments& call, const ControlBl
         return print(Message::ReorderingFailed);
     case Error::Numeric:
         return printNumeric(failure.internal, call);
-    case Error::Unclassified:
     case Error::OutOfCoreOpen:
+        printFile(failure.file);
+        return print(Message::Unclassified);
+    case Error::OutOfCoreTransfer:
+        return printFile(failure.file);
+    case Error::Unclassified:
         return print(Message::Unclassified);
     case Error::Matching:
         print(Message::PreorderingFailed, {-std::int64_t{failure.internal}, call.n});
@@ -181,7 +224,6 @@ void printDetails(const Failure& failure, const Arguments& call, const ControlBl
     case Error::Diagonal:
         return print(Message::DiagonalRow, {std::abs(std::int64_t{failure.internal})});
     case Error::OutOfCoreMemory:
-    case Error::OutOfCoreTransfer:
     case Error::None:
         return;
     }

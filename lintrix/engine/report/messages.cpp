@@ -1,5 +1,8 @@
 #include <lintrix/engine/report/messages.h>
 
+#include <lintrix/engine/report/loaded_catalogue.h>
+#include <lintrix/engine/report/message_places.h>
+
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -16,9 +19,7 @@ struct Row {
     const char* text;
 };
 
-constexpr std::size_t kRows = static_cast<std::size_t>(Message::Last_);
-
-constexpr std::array<Row, kRows> kCatalogue{{
+constexpr std::array<Row, kMessages> kCatalogue{{
     {Message::InputError, "*** Error in PARDISO  ( sequence_ido,parameters) error_num= %d"},
     {Message::MatrixError, "*** Error in PARDISO  (incorrect input matrix  ) error_num= %d"},
     {Message::MemoryError, "*** Error in PARDISO  (     insufficient_memory) error_num= %d"},
@@ -164,11 +165,28 @@ constexpr std::array<Row, kRows> kCatalogue{{
     {Message::OutOfCoreForced, "=== PARDISO is running in Out-Of-Core mode, because iparam(60)=2 ==="},
     {Message::OutOfCoreChosen, "=== PARDISO is running in Out-Of-Core mode, because iparam(60)=1 and there "
                                "is not enough RAM for In-Core ==="},
+    {Message::PathFromEnvironment, "ooc_path\t\tgot by Env =  %s"},
+    {Message::CoreSizeFromEnvironment, "ooc_max_core_size\t\tgot by Env =  %d"},
+    {Message::KeepFileFromEnvironment, "ooc_keep_file\t\tgot by Env =  %d"},
+    {Message::FileNotOpened, " PARDISO_OOC_OPEN_FILE_ERROR occured: %s"},
+    {Message::FileNotRead, " PARDISO_OOC_READ_FILE_ERROR occured: %s"},
+    {Message::FileNotWritten, " PARDISO_OOC_WRITE_FILE_ERROR occured: %s"},
+    {Message::FileChanged, " PARDISO_OOC_CHECK_SUM_ERROR occured: %s"},
+    {Message::FileNotRemoved, " PARDISO_OOC_REMOVE_FILE_ERROR occured: %s"},
+    {Message::OutOfCoreTime, " ----------- Out of core time (in percent (%%)) --------------"},
+    {Message::ReadingTime, "             reading from files:                             %f"},
+    {Message::WritingTime, "             writing to files:                               %f"},
+    {Message::ComputingTime, "             arithmetic:                                     %f"},
+    {Message::OutOfCoreMegabytes, " ----------- Out of core Mb --------------"},
+    {Message::MegabytesRead, "             read from files:                                %f"},
+    {Message::MegabytesWritten, "             written to files:                               %f"},
+    {Message::MegabytesOfLower, "             factor L in its file:                           %f"},
+    {Message::MegabytesOfUpper, "             factor U in its file:                           %f"},
 }};
 
 constexpr bool eachRowStandsAtItsNumber()
 {
-    for (std::size_t i = 0; i < kRows; ++i) {
+    for (std::size_t i = 0; i < kMessages; ++i) {
         if (kCatalogue[i].message != static_cast<Message>(i) || kCatalogue[i].text == nullptr) return false;
     }
     return true;
@@ -178,18 +196,18 @@ static_assert(eachRowStandsAtItsNumber());
 /// A line under construction: at most 512 characters are kept, all are counted.
 class Line {
 public:
-    static constexpr std::size_t kLongest = 512;
-
     void append(std::string_view text) noexcept
     {
-        if (length_ + text.size() <= kLongest) std::memcpy(cells_ + length_, text.data(), text.size());
+        if (length_ + text.size() <= kLongestLine) std::memcpy(cells_ + length_, text.data(), text.size());
         length_ += text.size();
     }
+    /// Of a line that has not grown too long.
+    void end() noexcept { cells_[length_++] = '\n'; }
     std::size_t length() const noexcept { return length_; }
     std::string_view text() const noexcept { return {cells_, length_}; }
 
 private:
-    char cells_[kLongest];
+    char cells_[kLongestLine + 1];
     std::size_t length_ = 0;
 };
 
@@ -217,28 +235,27 @@ void fill(Line& line, std::string_view text, std::initializer_list<MessageArgume
 {
     const MessageArgument* next = arguments.begin();
     while (!text.empty()) {
-        const std::size_t place = text.find('%');
-        line.append(text.substr(0, place));
-        if (place == std::string_view::npos) return;
-        if (text[place + 1] == '%')
+        const MessagePiece piece = takePiece(text);
+        line.append(piece.text);
+        if (piece.place == '%')
             line.append("%");
-        else if (next != arguments.end())
+        else if (piece.place != MessagePiece::kEnd && next != arguments.end())
             std::visit(Appender{line}, *next++);
-        text.remove_prefix(place + 2);
     }
 }
 
-void write(std::string_view line)
+/// In one piece: two handles in two threads share standard output, and their lines stay whole.
+void write(Line& line)
 {
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fputc('\n', stdout);
+    line.end();
+    std::fwrite(line.text().data(), 1, line.text().size(), stdout);
 }
 
 [[noreturn]] void endForLongLine(Message message, std::size_t length)
 {
     print(Message::LineTooLong);
     print(Message::LineTooLongHint, {static_cast<std::int64_t>(message), static_cast<std::int64_t>(length),
-                                     static_cast<std::int64_t>(Line::kLongest)});
+                                     static_cast<std::int64_t>(kLongestLine)});
     std::exit(8);
 }
 
@@ -247,20 +264,20 @@ void write(std::string_view line)
 const char* textOf(Message message) noexcept
 {
     const auto number = static_cast<std::size_t>(static_cast<int>(message));
-    return number < kRows ? kCatalogue[number].text : nullptr;
+    return number < kMessages ? kCatalogue[number].text : nullptr;
 }
 
 void print(Message message, std::initializer_list<MessageArgument> arguments)
 {
-    const char* const text = textOf(message);
-    if (text == nullptr) {
+    const char* const builtIn = textOf(message);
+    if (builtIn == nullptr) {
         print(Message::UnknownMessage, {static_cast<std::int64_t>(message)});
         return;
     }
     Line line;
-    fill(line, text, arguments);
-    if (line.length() > Line::kLongest) endForLongLine(message, line.length());
-    write(line.text());
+    fill(line, textsInForce()[static_cast<std::size_t>(message)].value_or(builtIn), arguments);
+    if (line.length() > kLongestLine) endForLongLine(message, line.length());
+    write(line);
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -4,6 +4,7 @@
 
 #include <lintrix/services/export.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string_view>
@@ -11,6 +12,8 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
+/// The numbers are identifiers of catalogue files, which docs/message_catalogue.md lists: a new row is added
+/// at the end.
 enum class Message : int {
     // Failures: the first line, by error.
     InputError,
@@ -147,18 +150,40 @@ enum class Message : int {
     InCoreChosen,
     OutOfCoreForced,
     OutOfCoreChosen,
+    PathFromEnvironment,
+    CoreSizeFromEnvironment,
+    KeepFileFromEnvironment,
+    FileNotOpened,
+    FileNotRead,
+    FileNotWritten,
+    FileChanged,
+    FileNotRemoved,
+    OutOfCoreTime,
+    ReadingTime,
+    WritingTime,
+    ComputingTime,
+    OutOfCoreMegabytes,
+    MegabytesRead,
+    MegabytesWritten,
+    MegabytesOfLower,
+    MegabytesOfUpper,
     Last_
 };
 
-/// The row, with its places %d, %f, %s; nothing for a number that no row has.
+inline constexpr std::size_t kMessages = static_cast<std::size_t>(Message::Last_);
+
+/// Characters of a line, after its places are filled.
+inline constexpr std::size_t kLongestLine = 512;
+
+/// The built-in row, with its places %d, %f, %s; nothing for a number that no row has.
 LINTRIX_TESTABLE const char* textOf(Message message) noexcept;
 
 /// What goes to the places; an int goes as the 64-bit number.
 using MessageArgument = std::variant<std::int64_t, double, std::string_view>;
 
-/// Writes the row and a newline to standard output, its places filled in order. A number that no row has
-/// prints a line that says so. A line longer than 512 characters ends the process with status 8: such a
-/// row is a mistake of the catalogue, which no call can mend.
+/// Writes the row in force, built in or of a loaded catalogue, and a newline to standard output, its places
+/// filled in order. A number that no row has prints a line that says so. A line longer than 512 characters
+/// ends the process with status 8: such a row is a mistake of the catalogue, which no call can mend.
 LINTRIX_TESTABLE void print(Message message, std::initializer_list<MessageArgument> arguments = {});
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -2,7 +2,9 @@
 
 #include <lintrix/engine/report/messages.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -64,6 +66,12 @@ void reportSummary(const Arguments& call)
     else
         print(Message::SummaryOfSteps, {nameOf(call.phase.first()), nameOf(call.phase.last())});
     print(Message::SummaryRule);
+}
+
+/// A failed iteration has told its status minus ten times its count.
+constexpr int iterationsTold(int result) noexcept
+{
+    return result < 0 ? -(result / 10) : result;
 }
 
 void reportTimes(const Timers& timers, int iterations)
@@ -154,6 +162,27 @@ void reportNumbers(const ControlBlock& control, const Timers& timers)
     if (control[Real::Norm] != 0.) print(Message::Norm, {control[Real::Norm]});
 }
 
+/// Reading and writing are all threads' work, so a thread's share of their time is what the call spent.
+OutOfCoreTraffic trafficOf(const ControlBlock& control, const Timers& timers)
+{
+    const FileTraffic& files = timers.files();
+    const double threads = std::max(control[Word::Threads], 1);
+    const std::int64_t real = control[Word::SinglePrecision] != 0 ? sizeof(float) : sizeof(double);
+    const std::int64_t element = real * control[Word::ElementWidth];
+    const bool symmetric = control[Word::SymmetricStorage] != 0;
+    OutOfCoreTraffic traffic{.seconds = timers.seconds(Timer::Total),
+                             .secondsReading = files.secondsReading / threads,
+                             .secondsWriting = files.secondsWriting / threads,
+                             .bytesRead = files.bytesRead,
+                             .bytesWritten = files.bytesWritten,
+                             .bytesOfLower = element * control[WideWord::LowerElements],
+                             .bytesOfUpper = symmetric ? 0 : element * control[WideWord::UpperElements]};
+    const double numeric = timers.seconds(Timer::NumericFactorization) + timers.seconds(Timer::Solve) +
+                           timers.seconds(Timer::Iteration);
+    traffic.secondsComputing = std::max(0., numeric - traffic.secondsReading - traffic.secondsWriting);
+    return traffic;
+}
+
 void reportRelease(const Arguments& call, int factorsReleased)
 {
     if (call.phase.code() == Phase::kReleaseFactor)
@@ -169,8 +198,8 @@ void reportSuccess(const Arguments& call, const ControlBlock* control, const Tim
 {
     reportSummary(call);
     if (call.phase.code() < 1) return reportRelease(call, factorsReleased);
-    const int result = call.iparm[Parameter::IterationResult];
-    reportTimes(timers, result > 0 ? result : 0);
+    reportTimes(timers, iterationsTold(call.iparm[Parameter::IterationResult]));
+    if ((*control)[Word::OutOfCore] != 0) reportOutOfCore(trafficOf(*control, timers));
     print(Message::Statistics);
     print(Message::StatisticsRule);
     reportSystem(call, *control);
@@ -180,8 +209,26 @@ void reportSuccess(const Arguments& call, const ControlBlock* control, const Tim
 
 void reportDiagonal(Phase phase)
 {
-    const bool isStep = phase.legal();
-    print(Message::NoStatisticsForDiagonal, {isStep ? nameOf(phase.last()) : nameOf(Step::Reorder)});
+    const int last = phase.steps() % 10;
+    const bool isStep = last >= 1 && last <= 3;
+    print(Message::NoStatisticsForDiagonal, {nameOf(isStep ? phase.last() : Step::Factorize)});
+}
+
+void reportOutOfCore(const OutOfCoreTraffic& traffic)
+{
+    const auto percent = [&](double seconds) {
+        return traffic.seconds > 0. ? 100. * seconds / traffic.seconds : 0.;
+    };
+    const auto megabytes = [](std::int64_t bytes) { return static_cast<double>(bytes) / (1 << 20); };
+    print(Message::OutOfCoreTime);
+    print(Message::ReadingTime, {percent(traffic.secondsReading)});
+    print(Message::WritingTime, {percent(traffic.secondsWriting)});
+    print(Message::ComputingTime, {percent(traffic.secondsComputing)});
+    print(Message::OutOfCoreMegabytes);
+    print(Message::MegabytesRead, {megabytes(traffic.bytesRead)});
+    print(Message::MegabytesWritten, {megabytes(traffic.bytesWritten)});
+    print(Message::MegabytesOfLower, {megabytes(traffic.bytesOfLower)});
+    print(Message::MegabytesOfUpper, {megabytes(traffic.bytesOfUpper)});
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -148,8 +148,44 @@ void DirectSolve<T>::solveByParts(const T* b, T* x, int count, SolvePart part) c
 }
 
 template <class T>
+void DirectSolve<T>::solveFromFiles(const T* b, T* x, int count, SolvePart part) const
+{
+    const std::ptrdiff_t n = factor_.order();
+    const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
+    // Calls work(first right-hand side, how many, their vectors) for each block.
+    const auto forEachBlock = [&](const auto& work) {
+        runParts(piecesOf(count, sides), threads_, [&](int block) {
+            const int first = block * sides;
+            work(n * first, std::min(sides, count - first), RightSides<T>{work_ + n * taken * block, taken});
+        });
+    };
+    const auto forward = [&](const StoredFactor<T>& factor, SupernodeRange range) {
+        forEachBlock(
+            [&](auto, int, const RightSides<T>& y) { substituteForward(factor, transposed_, y, range); });
+    };
+    const auto diagonal = [&](const StoredFactor<T>& factor, SupernodeRange range) {
+        forEachBlock([&](auto, int, const RightSides<T>& y) { substituteDiagonal(factor, y, range); });
+    };
+    const auto backward = [&](const StoredFactor<T>& factor, SupernodeRange range) {
+        forEachBlock([&](auto, int, const RightSides<T>& y) {
+            substituteBackward(factor, transposed_, y, range, beforeTriangle(part));
+        });
+    };
+    forEachBlock([&](std::ptrdiff_t at, int own, const RightSides<T>& y) {
+        bring(b + at, own, includes(part, SolvePart::Forward), y);
+    });
+    if (includes(part, SolvePart::Forward)) stream_->upwards(forward);
+    if (part == SolvePart::Diagonal) stream_->upwards(diagonal);
+    if (includes(part, SolvePart::Backward)) stream_->downwards(backward);
+    forEachBlock([&](std::ptrdiff_t at, int own, const RightSides<T>& y) {
+        takeBack(y, own, includes(part, SolvePart::Backward), x + at);
+    });
+}
+
+template <class T>
 void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
 {
+    if (stream_ != nullptr) return solveFromFiles(b, x, count, part);
     if (splitsByParts<T>(parts_, threads_, count)) return solveByParts(b, x, count, part);
     const std::ptrdiff_t n = factor_.order();
     const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);

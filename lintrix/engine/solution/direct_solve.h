@@ -2,6 +2,7 @@
 /// @file
 /// From right-hand sides to solutions with a stored factor: permute, scale, substitute, scale, permute back.
 
+#include <lintrix/engine/solution/panel_stream.h>
 #include <lintrix/engine/solution/parted_substitution.h>
 #include <lintrix/engine/solution/substitution.h>
 #include <lintrix/services/export.h>
@@ -32,11 +33,12 @@ enum class SolvePart : int {
 template <class T>
 class LINTRIX_TESTABLE DirectSolve {
 public:
-    /// Without parts the factor is not split. `work` has workSize() elements and belongs to this alone.
+    /// Without parts the factor is not split. `work` has workSize() elements and belongs to this alone. Where
+    /// the panels are in files `stream` gives them, and there are no parts.
     DirectSolve(const StoredFactor<T>& factor, const SystemFrame& frame, const SubstitutionParts& parts,
-                bool transposed, int threads, T* work) noexcept
+                bool transposed, int threads, T* work, PanelStream<T>* stream = nullptr) noexcept
         : factor_(factor), frame_(frame), parts_(parts), transposed_(transposed), threads_(threads),
-          work_(work)
+          work_(work), stream_(stream)
     {
     }
     static std::int64_t workSize(const StoredFactor<T>& factor, const SubstitutionParts& parts, int threads,
@@ -51,10 +53,12 @@ public:
     /// `b` and `x` are n x count, column after column, and may be the same. Many right-hand sides are dealt
     /// out to the threads in blocks, each of which passes over the factor once. Few share each pass, which
     /// the threads go by parts where there are any; else they are dealt out, too, and one alone is one
-    /// thread's.
+    /// thread's. Of panels in files each is read once upwards and once downwards, for all of them; where that
+    /// fails, which the stream tells, X is undefined.
     void solve(const T* b, T* x, int count, SolvePart part = SolvePart::All) const;
 
 private:
+    void solveFromFiles(const T* b, T* x, int count, SolvePart part) const;
     void solveByParts(const T* b, T* x, int count, SolvePart part) const;
     void solveBlock(const T* b, T* x, int count, SolvePart part, const RightSides<T>& y) const;
     int threadsFor(std::int64_t cells) const;
@@ -67,6 +71,7 @@ private:
     bool transposed_;
     int threads_;
     T* work_;
+    PanelStream<T>* stream_;
 };
 
 } // namespace Velmar::Lintrix::detail::engine

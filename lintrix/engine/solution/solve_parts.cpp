@@ -30,6 +30,11 @@ struct Lists {
     }
 };
 
+int partsFor(int threads)
+{
+    return std::min(threads, kMostParts);
+}
+
 Failure makeLists(Handle handle, int parts)
 {
     ControlBlock& control = handle.control();
@@ -51,10 +56,26 @@ Failure makeLists(Handle handle, int parts)
 
 } // namespace
 
+Failure forecastParts(const FactorStructure& structure, int threads, PartForecast& forecast)
+{
+    const int parts = partsFor(threads), supernodes = structure.supernodes();
+    const std::int64_t most = Lists::bytes(parts, supernodes);
+    forecast.block = Scratch<int>::uninitialised(most / std::int64_t{sizeof(int)});
+    if (!forecast.block) return outOfMemory(BlockCode::Transient, missingBytes(forecast.block));
+    const Lists lists(forecast.block.get(), parts, supernodes);
+    bool worthWhile = false;
+    if (const Failure failure = dealOutParts(structure, parts, lists.starts, lists.ranges, worthWhile))
+        return outOfMemory(BlockCode::Transient, failure.bytes);
+    if (worthWhile) forecast.parts = {lists.starts, lists.ranges};
+    forecast.making.addBytes(most).add(partDealingBlocks(supernodes, parts));
+    forecast.lists.addBytes(Lists::bytes(parts, worthWhile ? lists.starts.back() : 0));
+    return {};
+}
+
 Failure solveParts(Handle handle, int threads, SubstitutionParts& parts)
 {
     const ControlBlock& control = handle.control();
-    const int wanted = std::min(threads, kMostParts);
+    const int wanted = partsFor(threads);
     if (control[Word::SolveParts] != wanted) {
         if (const Failure failure = makeLists(handle, wanted)) return failure;
     }

@@ -1,12 +1,14 @@
 #include <lintrix/engine/solution/solve_step.h>
 
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
+#include <lintrix/engine/analysis/symbolic/structure_files.h>
 #include <lintrix/engine/factorization/factor_plan.h>
 #include <lintrix/engine/solution/backward_error.h>
 #include <lintrix/engine/solution/conjugate_gradient.h>
 #include <lintrix/engine/solution/conjugate_gradient_squared.h>
 #include <lintrix/engine/solution/direct_solve.h>
 #include <lintrix/engine/solution/factor_reuse.h>
+#include <lintrix/engine/solution/improvement.h>
 #include <lintrix/engine/solution/refinement.h>
 #include <lintrix/engine/solution/solve_parts.h>
 #include <lintrix/engine/solution/sparse_operator.h>
@@ -14,7 +16,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
+#include <optional>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -32,41 +34,14 @@ Failure reserve(Handle handle, Slot slot, WideWord size, std::int64_t bytes, Blo
     return {};
 }
 
-/// What follows the direct solve.
-enum class Improvement { None, Refinement, Squared, ConjugateGradient };
-
-bool refinesDirectSolution(const Arguments& call, const ControlBlock& control)
+bool hasPerturbedPivots(const ControlBlock& control)
 {
-    const bool wanted = call.iparm[Parameter::RefinementLimit] != 0 || control[Word::PerturbedPivots] >= 1;
-    return wanted && call.iparm[Parameter::RefinementOff] == 0;
-}
-
-Improvement improvementFor(const Arguments& call, const ControlBlock& control)
-{
-    if (call.phase.part() != 0) return Improvement::None;
-    const int kind = control[Word::IterationKind];
-    if (kind != 0) {
-        const bool isReal = !isComplex(call.mtype);
-        return isReal && std::abs(kind) == 2 ? Improvement::ConjugateGradient : Improvement::Squared;
-    }
-    return refinesDirectSolution(call, control) ? Improvement::Refinement : Improvement::None;
-}
-
-Storage storageOf(int mtype)
-{
-    if (!isSymmetricStorage(mtype)) return Storage::General;
-    return isHermitian(mtype) ? Storage::Hermitian : Storage::Symmetric;
-}
-
-bool solvesTransposed(const Arguments& call)
-{
-    return call.iparm[Parameter::Transpose] == 1 && !isSymmetricStorage(call.mtype);
+    return control[Word::PerturbedPivots] >= 1;
 }
 
 template <class T>
-StoredFactor<T> storedFactor(Handle handle, int mnum)
+StoredFactor<T> storedFactor(Handle handle, const FactorPlan& plan, int mnum)
 {
-    const FactorPlan plan = planOf(handle);
     const FactorRules rules = rulesOfFactor(handle, mnum);
     return {plan.structure, plan.lowerStarts, plan.upperStarts,
             rules.method,   rules.hermitian,  factorIn<T>(handle, mnum)};
@@ -91,28 +66,45 @@ SystemFrame systemFrame(const Handle& handle)
     return frame;
 }
 
-/// The block of refinement and iteration: vectors, sums of the operator, scalars, one after another.
-struct IterationLayout {
-    std::int64_t sums, scalars, bytes;
-};
+/// A factor in files, open for the length of a solve.
+template <class T>
+struct FilesOfSolve {
+    /// The panels pass through what the configured core leaves beside `taken` bytes, but at least the room of
+    /// the largest supernode.
+    FilesOfSolve(const FactorPlan& plan, int mnum, const Handle& handle, std::int64_t taken)
+        : store(plan, files, mnum),
+          schedule(
+              PanelSchedule::ofSolve(plan, (bytesForPanels(handle, taken) - FactorStore<T>::sumBytes(plan)) /
+                                               std::int64_t{sizeof(T)}))
+    {
+    }
 
-constexpr std::int64_t roundUp(std::int64_t bytes)
-{
-    return (bytes + 63) / 64 * 64;
-}
+    Failure open(const Handle& handle, const StoredFactor<T>& factor, int threads)
+    {
+        if (const Failure failure = openFactorFiles(handle, FileStep::Solve, files)) return failure;
+        if (const Failure failure = store.allocate()) return failure;
+        if (const Failure failure = store.readTables(factor.panels)) return failure;
+        room = Scratch<T>::uninitialised(schedule.chunkRoom());
+        if (!room) return outOfMemory(BlockCode::RealWork, room.missingBytes());
+        stream.emplace(store, schedule, factor, room.get(), threads);
+        return {};
+    }
+
+    OpenFactorFiles files;
+    FactorStore<T> store;
+    PanelSchedule schedule;
+    Scratch<T> room;
+    std::optional<PanelStream<T>> stream;
+};
 
 template <class T>
 class SolveStep {
 public:
     SolveStep(const Arguments& call, Handle handle, Timers& timers)
         : call_(call), handle_(handle), control_(handle.control()), timers_(timers),
-          improvement_(improvementFor(call, control_)), threads_(control_[Word::Threads]), count_(call.nrhs),
-          factor_(storedFactor<T>(handle, call.mnum)), matrix_{call.n,
-                                                               call.ia,
-                                                               call.ja,
-                                                               static_cast<const T*>(call.a),
-                                                               storageOf(call.mtype),
-                                                               solvesTransposed(call)},
+          improvement_(improvementFor(call, control_[Word::IterationKind], hasPerturbedPivots(control_))),
+          threads_(control_[Word::Threads]), count_(call.nrhs), plan_(planOf(handle)),
+          factor_(storedFactor<T>(handle, plan_, call.mnum)), matrix_(callersMatrix<T>(call)),
           b_(static_cast<T*>(call.b)), x_(static_cast<T*>(call.x))
     {
     }
@@ -123,8 +115,8 @@ public:
         if (count_ < 1) return {};
         if (const Failure failure = findParts()) return failure;
         if (const Failure failure = reserveWork()) return failure;
-        const double seconds = solveDirectly();
-        if (const Failure failure = improve(seconds)) return failure;
+        const Failure failure = isFromFiles() ? solveFromFiles() : solveAndImprove();
+        if (failure) return failure;
         if (call_.iparm[Parameter::SolutionPlace] == 1) std::copy_n(x_, elements(), b_);
         return {};
     }
@@ -137,14 +129,13 @@ private:
     {
         const bool consecutive = areConsecutive(PermanentStructure(handle_).subgraphs());
         control_[Word::ConsecutiveSubgraphs] = consecutive ? 1 : 0;
-        if (!consecutive || !DirectSolve<T>::takesParts(threads_, count_)) return {};
+        if (isFromFiles() || !consecutive || !DirectSolve<T>::takesParts(threads_, count_)) return {};
         return solveParts(handle_, threads_, parts_);
     }
 
     Failure reserveWork()
     {
-        constexpr std::int64_t mostElements = std::int64_t{1} << 50; // so that no size below overflows
-        if (elements() > mostElements) return outOfMemory(BlockCode::RealWork, elements());
+        if (elements() > kMostElements) return outOfMemory(BlockCode::RealWork, elements());
         const std::int64_t cells = DirectSolve<T>::workSize(factor_, parts_, threads_, count_);
         if (const Failure failure = reserve(handle_, Slot::RealWork, WideWord::RealWorkBytes,
                                             cells * std::int64_t{sizeof(T)}, BlockCode::RealWork))
@@ -154,53 +145,47 @@ private:
                        BlockCode::IterationWork);
     }
 
-    bool isExtended() const { return call_.iparm[Parameter::RefinementLimit] < 0; }
+    bool isFromFiles() const { return control_[Word::OutOfCore] != 0; }
 
-    /// Elements of the vectors that the improvement works on.
-    std::int64_t vectors() const
+    Failure solveAndImprove()
     {
-        switch (improvement_) {
-        case Improvement::Refinement:
-            return elements();
-        case Improvement::ConjugateGradient:
-            return conjugateGradientWork(call_.n, count_);
-        case Improvement::Squared:
-            return conjugateGradientSquaredWork(call_.n, count_);
-        case Improvement::None:
-            break;
-        }
-        return 0;
+        const double seconds = solveDirectly();
+        if (const Failure failure = fileFailure()) return failure;
+        const Failure failure = improve(seconds);
+        // Of an iteration whose solves came to nothing no other failure means anything.
+        return fileFailure() ? fileFailure() : failure;
     }
 
-    /// No less than k n + 2 times the largest update, for each right-hand side, with k of 2, or of 4 (real)
-    /// or 5 (complex) for extended residuals, a size that goes by the analysis and iparm(8) alone, whatever
-    /// is used of it. What is not touched costs no memory.
-    std::int64_t leastElements() const
+    Failure solveFromFiles()
     {
-        const int extendedVectors = kIsComplex<T> ? 5 : 4;
-        const std::int64_t k = isExtended() ? extendedVectors : 2;
-        return k * elements() + 2 * control_[WideWord::LargestUpdate] * count_;
+        files_.emplace(plan_, call_.mnum, handle_,
+                       control_[WideWord::RealWorkBytes] + control_[WideWord::IterationWorkBytes]);
+        Failure failure = files_->open(handle_, factor_, threads_);
+        if (!failure) failure = solveAndImprove();
+        timers_.add(files_->files.traffic());
+        return failure;
     }
 
-    /// An iteration keeps its start behind its vectors.
-    std::int64_t keptElements() const { return improvement_ == Improvement::Refinement ? 0 : elements(); }
+    Failure fileFailure() const { return isFromFiles() ? files_->stream->failure() : Failure{}; }
 
     IterationLayout layout() const
     {
-        IterationLayout layout{};
-        layout.sums = roundUp((vectors() + keptElements()) * std::int64_t{sizeof(T)});
-        layout.scalars = layout.sums + roundUp(SparseOperator<T>::workBytes(matrix_, threads_, isExtended()));
-        static_assert(sizeof(GradientScalars) <= sizeof(SquaredScalars<T>));
-        const std::int64_t used = layout.scalars + count_ * std::int64_t{sizeof(SquaredScalars<T>)};
-        layout.bytes = std::max(used, leastElements() * std::int64_t{sizeof(T)});
-        return layout;
+        return iterationLayout(matrix_, {.improvement = improvement_,
+                                         .threads = threads_,
+                                         .count = count_,
+                                         .extended = call_.iparm[Parameter::RefinementLimit] < 0,
+                                         .largestUpdate = control_[WideWord::LargestUpdate]});
     }
 
     DirectSolve<T> solver()
     {
-        return {factor_,  systemFrame(handle_),
-                parts_,   matrix_.transposed,
-                threads_, handle_.template block<T>(Slot::RealWork)};
+        return {factor_,
+                systemFrame(handle_),
+                parts_,
+                matrix_.transposed,
+                threads_,
+                handle_.template block<T>(Slot::RealWork),
+                isFromFiles() ? &*files_->stream : nullptr};
     }
 
     /// @return  the seconds it took
@@ -223,7 +208,7 @@ private:
         const DirectSolve<T> direct = solver();
         const Preconditioner<T> solve = [&](const T* r, T* z) { direct.solve(r, z, count_); };
         if (improvement_ == Improvement::Refinement) return refineSolution(A, solve, x_, work);
-        T* const start = work + vectors();
+        T* const start = work + layout().start;
         std::copy_n(x_, elements(), start);
         const Failure failure = iterate({A, solve, b_, x_, call_.n, count_}, block, solveSeconds);
         return control_[Word::IterationKind] > 0 ? compareWithDirect(A, solve, start, work, failure)
@@ -247,7 +232,7 @@ private:
                               const Failure& failure)
     {
         const int told = call_.iparm[Parameter::IterationResult];
-        const bool refines = refinesDirectSolution(call_, control_), isStart = told == 1;
+        const bool refines = refinesDirectSolution(call_, hasPerturbedPivots(control_)), isStart = told == 1;
         if ((isStart && !refines) || !isFactorOfCall(call_, handle_)) return failure;
         const Failure unrefined = refines ? refineSolution(A, solve, start, work) : Failure{};
         call_.iparm[Parameter::IterationResult] = told;
@@ -303,7 +288,9 @@ private:
     Timers& timers_;
     Improvement improvement_;
     int threads_, count_;
+    FactorPlan plan_;
     StoredFactor<T> factor_;
+    std::optional<FilesOfSolve<T>> files_;
     SubstitutionParts parts_;
     CallersMatrix<T> matrix_;
     T *b_, *x_;

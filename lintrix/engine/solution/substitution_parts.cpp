@@ -1,7 +1,5 @@
 #include <lintrix/engine/solution/substitution_parts.h>
 
-#include <lintrix/engine/call/memory.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
@@ -22,6 +20,12 @@ public:
           subtrees_(Scratch<int>::uninitialised(structure.supernodes())),
           entries_(Scratch<double>::zeroed(structure.supernodes())), load_(Scratch<double>::zeroed(parts))
     {
+    }
+    static BlockSum blocks(int supernodes, int parts)
+    {
+        BlockSum sum;
+        for (int lists = 0; lists < 3; ++lists) sum.add<int>(supernodes);
+        return sum.add<double>(supernodes).add<double>(parts);
     }
     std::int64_t bytesMissing() const { return missingBytes(parent_, partOf_, subtrees_, entries_, load_); }
 
@@ -145,6 +149,11 @@ Failure dealOutParts(const FactorStructure& structure, int parts, std::span<int>
     worthWhile = dealer.deal();
     dealer.list(starts, ranges);
     return {};
+}
+
+BlockSum partDealingBlocks(int supernodes, int parts) noexcept
+{
+    return PartDealer::blocks(supernodes, parts);
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -5,6 +5,7 @@
 #include <lintrix/engine/analysis/graph/graph.h>
 #include <lintrix/engine/analysis/symbolic/factor_structure.h>
 #include <lintrix/engine/call/failure.h>
+#include <lintrix/engine/call/memory.h>
 #include <lintrix/services/export.h>
 
 #include <cstddef>
@@ -42,5 +43,8 @@ LINTRIX_TESTABLE bool areConsecutive(std::span<const PositionRange> subgraphs) n
 /// @return  outOfMemory(RealWork)
 LINTRIX_TESTABLE Failure dealOutParts(const FactorStructure& structure, int parts, std::span<int> starts,
                                       std::span<PositionRange> ranges, bool& worthWhile);
+
+/// The blocks that this takes for its own length.
+LINTRIX_TESTABLE BlockSum partDealingBlocks(int supernodes, int parts) noexcept;
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <set>
 #include <vector>
 
@@ -64,6 +65,11 @@ TEST_P(Descendants, AreAllThatShareRowsAscending)
     }
 }
 
+TEST_P(Descendants, AreCountedWithoutTheirStarts)
+{
+    EXPECT_EQ(countDescendants(structure()), static_cast<std::int64_t>(lists().entries.size()));
+}
+
 TEST_P(Descendants, PanelsTogetherHaveTheRowsOfTheOneBefore)
 {
     const int last = structure().supernodes() - 1;
@@ -94,7 +100,7 @@ TEST_P(Descendants, OfPanelsTogetherAreMergedAscendingEachOnce)
         for (int panel = J; panel <= end; ++panel) {
             for (const Descendant& d : lists().of(panel)) expected.insert(d.source);
         }
-        MergedDescendants merged(lists(), J, end);
+        MergedDescendants merged(lists(), J, end, {0, end});
         for (const int K : expected) {
             ASSERT_TRUE(merged.next());
             ASSERT_EQ(merged.source(), K);

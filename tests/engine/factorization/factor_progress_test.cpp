@@ -2,11 +2,10 @@
 
 #include "tests/engine/analysis/symbolic/symbolic_reference.h"
 #include "tests/engine/engine_call.h"
+#include "tests/engine/progress_listener.h"
 
 #include <lintrix/engine/call/handle.h>
-#include <lintrix/engine/call/matrix_type.h>
 #include <lintrix/engine/call/progress.h>
-#include <lintrix/engine/call/progress_scope.h>
 #include <lintrix/engine/factorization/factor_plan.h>
 
 #include <gtest/gtest.h>
@@ -21,56 +20,13 @@
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail::engine;
 using Velmar::Lintrix::testing::EngineCall;
-using Velmar::Lintrix::testing::Rows;
+using Velmar::Lintrix::testing::gridMatrix;
+using Velmar::Lintrix::testing::Heard;
+using Velmar::Lintrix::testing::Listener;
 using Velmar::Lintrix::testing::ThreadSetting;
 using Velmar::Lintrix::testing::tridiagonal;
 
 namespace {
-
-struct Heard {
-    int thread, percent;
-    std::string text;
-};
-
-struct Listener {
-    std::vector<Heard> heard;
-    int stopFrom = 101;
-
-    ProgressCallback callback()
-    {
-        return {[](void* self, int thread, int percent, const char* text, int length) {
-                    auto& listener = *static_cast<Listener*>(self);
-                    listener.heard.push_back({thread, percent, std::string(text, std::size_t(length))});
-                    return percent >= listener.stopFrom ? 7 : 0;
-                },
-                this};
-    }
-};
-
-/// The five-point grid with a random, dominant matrix of the type.
-Rows gridMatrix(int mtype, int side, unsigned seed)
-{
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<double> uniform(-1., 1.);
-    const bool complex = isComplex(mtype), upper = isSymmetricStorage(mtype);
-    Rows A{side * side, {}, {1}, {}};
-    for (int i = 0; i < A.n; ++i) {
-        const int x = i % side, y = i / side;
-        const auto add = [&](bool inside, int j) {
-            if (!inside || (upper && j < i)) return;
-            A.ja.push_back(j + 1);
-            A.a.push_back(uniform(random) + (i == j ? 6. : 0.));
-            if (complex) A.a.push_back(i == j && isHermitian(mtype) ? 0. : uniform(random));
-        };
-        add(y > 0, i - side);
-        add(x > 0, i - 1);
-        add(true, i);
-        add(x + 1 < side, i + 1);
-        add(y + 1 < side, i + side);
-        A.ia.push_back(static_cast<int>(A.ja.size()) + 1);
-    }
-    return A;
-}
 
 std::string bytes(EngineCall& call)
 {

@@ -33,13 +33,13 @@ protected:
         slot(31) = 231, slot(32) = 232, slot(33) = 233;
     }
 
-    std::string textOf(Error error, int internal, std::int64_t bytes = 0)
+    std::string textOf(Error error, int internal, std::int64_t bytes = 0, FileTrouble file = {})
     {
         const Arguments call{nullptr, 31,        32,      mtype,   Phase(33), 4,
                              nullptr, ia.data(), nullptr, nullptr, 35,        Parameters(iparm.data()),
                              1,       nullptr,   nullptr};
         ::testing::internal::CaptureStdout();
-        reportFailure({error, internal, bytes}, call, &control);
+        reportFailure({error, internal, bytes, file}, call, &control);
         return ::testing::internal::GetCapturedStdout();
     }
     int& slot(int k) { return iparm[static_cast<std::size_t>(k) - 1]; }
@@ -182,6 +182,48 @@ TEST_F(FailureReport, OfOtherErrors)
                                                    "*** something wrong with diagonal matrix row 2\n");
     EXPECT_EQ(textOf(Error::OutOfCoreMemory, -9), start + " not enough mem. for OOC) error_num= -9\n");
     EXPECT_EQ(textOf(Error::OutOfCoreTransfer, 1), start + "read/write OOC data file) error_num= 1\n");
+}
+
+TEST_F(FailureReport, OfFilesTellsTheStepAndTheArray)
+{
+    const char* const steps[] = {"do_all: ", "fact. step: ", "solve step: "};
+    const char* const arrays[] = {"lindx",     "lnz",        "unz",           "jalf",   "jauf",   "luperm",
+                                  "luperm(2)", "luperm_row", "luperm_row(2)", "slindx", "slength"};
+    struct Action {
+        FileAction action;
+        std::string message, words;
+    };
+    const Action actions[] = {
+        {FileAction::OpenForStoring, " PARDISO_OOC_OPEN_FILE_ERROR occured: ", "open file for storing "},
+        {FileAction::OpenForReading, " PARDISO_OOC_OPEN_FILE_ERROR occured: ", "open file for reading "},
+        {FileAction::Write, " PARDISO_OOC_WRITE_FILE_ERROR occured: ", "write file of "},
+        {FileAction::Read, " PARDISO_OOC_READ_FILE_ERROR occured: ", "read file of "},
+        {FileAction::Check, " PARDISO_OOC_CHECK_SUM_ERROR occured: ", "check sum of "},
+        {FileAction::Remove, " PARDISO_OOC_REMOVE_FILE_ERROR occured: ", "remove file of "},
+    };
+    const std::string open = "*** Error in PARDISO  (      open OOC tmp files) error_num= -10\n",
+                      transfer = "*** Error in PARDISO  (read/write OOC data file) error_num= -11\n",
+                      unclassified = "*** Error in PARDISO: unclassified error\n";
+    for (const auto& [action, message, words] : actions) {
+        for (int step = 0; step < 3; ++step) {
+            for (int file = 0; file < kFactorFiles; ++file) {
+                const FileTrouble trouble{action, FileStep(step), FactorFile(file)};
+                const std::string line = message + steps[step] + words + arrays[file] + "\n";
+                EXPECT_EQ(textOf(Error::OutOfCoreOpen, -10, 0, trouble), open + line + unclassified);
+                EXPECT_EQ(textOf(Error::OutOfCoreTransfer, -11, 0, trouble), transfer + line);
+            }
+        }
+    }
+    const FileTrouble first{FileAction::OpenForStoring, FileStep::Analysis, FactorFile::Rows};
+    EXPECT_EQ(textOf(Error::OutOfCoreOpen, -10, 0, first),
+              open + " PARDISO_OOC_OPEN_FILE_ERROR occured: do_all: open file for storing lindx\n" +
+                  unclassified);
+    const FileTrouble second{FileAction::OpenForReading, FileStep::Factorization, FactorFile::Rows};
+    EXPECT_EQ(textOf(Error::OutOfCoreOpen, -10, 0, second),
+              open + " PARDISO_OOC_OPEN_FILE_ERROR occured: fact. step: open file for reading lindx\n" +
+                  unclassified);
+    EXPECT_EQ(textOf(Error::OutOfCoreMemory, -9, 0, first),
+              "*** Error in PARDISO  ( not enough mem. for OOC) error_num= -9\n");
 }
 
 TEST(ReportedFailure, OfInputWithANegativeCodeBecomesDiagonal)

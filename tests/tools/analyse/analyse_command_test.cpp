@@ -3,8 +3,12 @@
 #include <tests/tools/command.h>
 #include <tests/tools/json.h>
 
+#include <tools/support/text.h>
+
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -15,6 +19,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
+using tools::bytesInWords;
 
 const std::string kGeneral = "%%MatrixMarket matrix coordinate real general\n";
 
@@ -47,8 +52,8 @@ TEST(AnalyseCommand, EachOrderingIsARowOfTheTable)
                                         "threads           1\n"
                                         "\n"
                                         "ordering                          nnz(L)     fill supernodes  "
-                                        "largest   height  parts      Gflop   analysis    factors     "
-                                        "seconds\n"
+                                        "largest   height  parts      Gflop   analysis    factors    "
+                                        "in core   in files     seconds\n"
                                         "minimum degree                         9     1.00 "));
     for (const char* title : {"\nminimum degree in parts ", "\nnested dissection ",
                               "\nnested dissection in parts ", "\nas the file has it "})
@@ -79,11 +84,42 @@ TEST(AnalyseCommand, JsonTellsSizesOfEachOrdering)
     EXPECT_LT(best["tree_height"].number(), 4);
     EXPECT_EQ(best["operations"].number(), 3 * 2);
     EXPECT_GT(best["analysis_kilobytes"].number(), best["kept_kilobytes"].number());
+    EXPECT_EQ(best["in_core_megabytes"].number(), 1);
+    EXPECT_EQ(best["least_out_of_core_megabytes"].number(), 1);
     EXPECT_GT(best["seconds"]["total"].number(), 0);
     EXPECT_EQ(natural["ordering"].text(), "natural");
     EXPECT_EQ(natural["lower_entries"].number(), 10);
     EXPECT_EQ(natural["tree_height"].number(), 4);
     EXPECT_EQ(natural["supernodes"].number(), 1);
+}
+
+// A factor that is full takes much in core and, supernode by supernode, little in files.
+TEST(AnalyseCommand, NeedsInCoreAndInFilesAreToldOfEachOrdering)
+{
+    constexpr int n = 1500;
+    std::string text = "%%MatrixMarket matrix coordinate pattern symmetric\n1500 1500 1499\n";
+    for (int i = 2; i <= n; ++i) text += std::to_string(i) + " 1\n";
+    const Scratch scratch;
+    const std::string file = scratch.file("a.mtx", text);
+    const Json json = parseJson(run({"analyse", file, "--json", "--threads", "1"}).out);
+    for (const Json& ordering : orderings(json)) {
+        const double peak = ordering["analysis_kilobytes"].number();
+        const double inCore = ordering["kept_kilobytes"].number() + ordering["factor_kilobytes"].number();
+        EXPECT_EQ(ordering["in_core_megabytes"].number(), std::ceil(std::max(peak, inCore) / 1024));
+        EXPECT_GE(1024 * ordering["least_out_of_core_megabytes"].number(),
+                  ordering["kept_kilobytes"].number());
+    }
+    const Json &best = orderings(json).front(), &natural = orderings(json).back();
+    EXPECT_GE(natural["in_core_megabytes"].number(), 0.5 * 8 * n * n / (1 << 20));
+    EXPECT_LT(natural["least_out_of_core_megabytes"].number(), natural["in_core_megabytes"].number());
+    EXPECT_LT(best["in_core_megabytes"].number(), 2);
+
+    const Outcome outcome = run({"analyse", file, "--ordering", "natural", "--threads", "1"});
+    EXPECT_THAT(outcome.out,
+                HasSubstr(" " + bytesInWords(1048576 * natural["in_core_megabytes"].number()) + " "));
+    EXPECT_THAT(
+        outcome.out,
+        HasSubstr(" " + bytesInWords(1048576 * natural["least_out_of_core_megabytes"].number()) + " "));
 }
 
 TEST(AnalyseCommand, OneOrderingIsPickedByItsName)

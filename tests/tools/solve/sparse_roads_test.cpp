@@ -2,17 +2,24 @@
 
 #include <tools/solve/sparse_roads.h>
 
+#include <tests/support/sanitized.h>
 #include <tools/input/dense_system.h>
 #include <tools/solve/dense_solver.h>
+#include <tools/support/input_error.h>
 
 #include <lintrix/sparse/sparse_assembler.h>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <fstream>
 #include <numeric>
 #include <random>
+#include <string>
 #include <vector>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -332,6 +339,127 @@ TEST(SparseRoads, SettingsReachTheEngine)
     ASSERT_GE(heard.size(), 2U);
     EXPECT_EQ(heard.front(), 0);
     EXPECT_EQ(heard.back(), 100);
+}
+
+/// Five points on a square.
+SparseMatrix grid(std::int32_t side)
+{
+    std::vector<SparseTriplet> triplets;
+    for (std::int32_t i = 0; i < side * side; ++i) {
+        triplets.push_back({i, i, 4.5});
+        if (i % side + 1 < side) triplets.push_back({i, i + 1, -1.0});
+        if (i + side < side * side) triplets.push_back({i, i + side, -1.0});
+    }
+    return symmetricFrom(side * side, triplets);
+}
+
+struct Forecast {
+    double memory, files; ///< bytes
+};
+
+/// Of Cholesky in the order that is found best.
+Forecast forecastOf(const SparseMatrix& A)
+{
+    SparseSystem system(A);
+    const EngineMatrix matrix = engineMatrixOf(system, Assumption::PositiveDefinite);
+    const DirectSettings settings;
+    DirectRun run(Road::Cholesky, matrix, FillInReducingMethod::MinimumDegree, settings);
+    EXPECT_EQ(run.analyse(FactorStore::Memory, 2).error, 0);
+    return {run.bytesInMemory(), kMegabyte * run.leastMegabytes()};
+}
+
+struct Told {
+    SparseOptions options;
+    std::vector<std::string> lines{};
+
+    explicit Told(double left)
+    {
+        options.ordering = FillInReducingMethod::MinimumDegree;
+        options.memoryLeft = [left] { return left; };
+        options.notice = [this](const std::string& line) { lines.push_back(line); };
+    }
+    Told(const Told&) = delete;
+    Told& operator=(const Told&) = delete;
+};
+
+TEST(FactorStore, IsMemoryAsLongAsThereIsRoom)
+{
+    const SparseMatrix A = grid(120);
+    Told told(forecastOf(A).memory);
+    const SparseAnswer<double> answer = solved(A, {}, told.options);
+    expectAccurate(answer, Road::Cholesky);
+    EXPECT_EQ(answer.store, FactorStore::Memory);
+    EXPECT_EQ(answer.coreMegabytes, 0);
+    EXPECT_THAT(told.lines, IsEmpty());
+}
+
+TEST(FactorStore, IsFilesWhereMemoryHasNoRoom)
+{
+    const SparseMatrix A = grid(240);
+    const double left = forecastOf(A).memory - 1.0;
+    ASSERT_LE(forecastOf(A).files, 0.75 * left - kMegabyte);
+    Told told(left);
+    const SparseAnswer<double> answer = solved(A, {}, told.options);
+    expectAccurate(answer, Road::Cholesky);
+    EXPECT_EQ(answer.store, FactorStore::Files);
+    EXPECT_EQ(answer.coreMegabytes, static_cast<int>(0.75 * left / kMegabyte));
+    EXPECT_THAT(told.lines, ElementsAre(MatchesRegex(
+                                "the factor needs [0-9.]+ MB and [0-9.]+ MB are left: it is kept in files")));
+}
+
+/// While it lives, the process may map so many bytes more.
+class AddressSpace {
+public:
+    explicit AddressSpace(double bytes)
+    {
+        std::int64_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        getrlimit(RLIMIT_AS, &before_);
+        const rlimit limited{static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE)) + static_cast<rlim_t>(bytes),
+                             before_.rlim_max};
+        setrlimit(RLIMIT_AS, &limited);
+    }
+    ~AddressSpace() { setrlimit(RLIMIT_AS, &before_); }
+    AddressSpace(const AddressSpace&) = delete;
+    AddressSpace& operator=(const AddressSpace&) = delete;
+
+private:
+    rlimit before_{};
+};
+
+TEST(FactorStore, IsFilesWhereTheAddressSpaceIsLimited)
+{
+    if (LINTRIX_SANITIZED_MEMORY) return; // no limit leaves it any room
+    const SparseMatrix A = grid(200);
+    SparseOptions options;
+    options.ordering = FillInReducingMethod::MinimumDegree;
+    EXPECT_EQ(solved(A, {}, options).store,
+              FactorStore::Memory); // threads and BLAS have their buffers by now
+    const AddressSpace space(0.97 * forecastOf(A).memory);
+    const SparseAnswer<double> answer = solved(A, {}, options);
+    expectAccurate(answer, Road::Cholesky);
+    EXPECT_EQ(answer.store, FactorStore::Files);
+}
+
+TEST(FactorStore, ThatHasNoRoomAtAllIsRefused)
+{
+    const SparseMatrix A = grid(120);
+    Told told(1000.0);
+    EXPECT_THROW(solved(A, {}, told.options), InputError);
+}
+
+// Every road is taken to files that needs them; the line is told of the first.
+TEST(FactorStore, OfALaterRoadIsFilesAsWell)
+{
+    SparseMatrix A = grid(120);
+    A(0, 0) = -4.5;
+    Told told(forecastOf(A).memory - 1.0);
+    const SparseAnswer<double> answer = solved(A, Road::Cholesky, told.options);
+    expectAccurate(answer, Road::Symmetric);
+    EXPECT_EQ(answer.store, FactorStore::Files);
+    EXPECT_THAT(answer.tried,
+                ElementsAre(MatchesRegex("sparse Cholesky: not positive definite, pivot [0-9]+")));
+    EXPECT_EQ(told.lines.size(), 1U);
 }
 
 } // namespace

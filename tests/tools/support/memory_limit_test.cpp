@@ -6,12 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <filesystem>
 #include <string>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -27,6 +29,7 @@ public:
         scratch_.file(name, content);
     }
     double limit() const { return controlGroupLimit(scratch_.at("")); }
+    double left() const { return tools::memoryLeft(scratch_.at("")); }
 
 private:
     Scratch scratch_;
@@ -88,6 +91,53 @@ TEST(ControlGroupLimit, NonsenseLimitsNothing)
     const FakeGroups groups("0::/a\n");
     groups.write("sys/fs/cgroup/a/memory.max", "plenty\n");
     EXPECT_TRUE(std::isinf(groups.limit()));
+}
+
+TEST(MemoryLeft, IsWhatTheSystemHasAvailable)
+{
+    const FakeGroups machine("");
+    EXPECT_EQ(machine.left(), tools::memoryLimit()) << "where nothing is told, what there is at all";
+    machine.write("proc/meminfo", "MemTotal:  4096 kB\nMemFree:   17 kB\nMemAvailable:  1000 kB\n");
+    EXPECT_EQ(machine.left(), 1024e3);
+}
+
+TEST(MemoryLeft, IsNotWhatTheGroupsUse)
+{
+    const FakeGroups version2("0::/a/b\n"), version1("4:memory:/a\n");
+    version2.write("sys/fs/cgroup/a/memory.max", "9000000\n");
+    version2.write("sys/fs/cgroup/a/memory.current", "2000000\n");
+    EXPECT_EQ(version2.left(), 7e6);
+    version2.write("sys/fs/cgroup/a/memory.stat", "anon 5\ninactive_file 500000\ntotal_inactive_file 1\n");
+    EXPECT_EQ(version2.left(), 7.5e6) << "pages of files are given up";
+    version2.write("sys/fs/cgroup/a/b/memory.max", "8000000\n");
+    version2.write("sys/fs/cgroup/a/b/memory.current", "6000000\n");
+    EXPECT_EQ(version2.left(), 2e6);
+    version2.write("sys/fs/cgroup/a/b/memory.current", "8000001\n");
+    EXPECT_EQ(version2.left(), 0.0);
+    version1.write("sys/fs/cgroup/memory/a/memory.limit_in_bytes", "3000000\n");
+    version1.write("sys/fs/cgroup/memory/a/memory.usage_in_bytes", "2500000\n");
+    version1.write("sys/fs/cgroup/memory/a/memory.stat", "inactive_file 1\ntotal_inactive_file 100000\n");
+    EXPECT_EQ(version1.left(), 6e5);
+}
+
+TEST(MemoryLeft, IsNotTheAddressSpaceInUse)
+{
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    const FakeGroups machine("");
+    const rlim_t space = std::min(before.rlim_cur, rlim_t{1} << 50);
+    const rlimit limited{space, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &limited), 0);
+    const double page = static_cast<double>(sysconf(_SC_PAGESIZE)), pages = static_cast<double>(space) / page;
+    machine.write("proc/self/statm", std::to_string(static_cast<long>(pages) - 10) + " 5 4 1 0 3 0\n");
+    EXPECT_EQ(machine.left(), 10.0 * page);
+    setrlimit(RLIMIT_AS, &before);
+}
+
+TEST(MemoryLeft, OfThisProcessIsLessThanItsLimit)
+{
+    EXPECT_GT(tools::memoryLeft(), 0.0);
+    EXPECT_LT(tools::memoryLeft(), tools::memoryLimit());
 }
 
 // More than any address space holds, so that no limit of the process is to blame.

@@ -74,7 +74,8 @@ TEST(JsonReport, IsOneLineWithTheKeysInOrder)
               "squares)\", \"seconds\": {\"read\": T, \"solve\": T, \"total\": T}, \"residual\": 1.25e-16, "
               "\"normal_residual\": 2e-17, \"max_error\": 5e-16, \"probe_error\": 1e-15, \"status\": "
               "\"accurate\", \"reason\": null, \"ordering\": null, \"tried\": [], \"factor_entries\": null, "
-              "\"perturbed_pivots\": null, \"refinement_steps\": null}\n");
+              "\"perturbed_pivots\": null, \"refinement_steps\": null, \"factor_store\": null, "
+              "\"factor_bytes\": null, \"core_megabytes\": null}\n");
     EXPECT_NO_THROW(parseJson(asJson(sample())));
 }
 
@@ -88,6 +89,7 @@ SolveReport directSample()
     report.ordering = "minimum degree";
     report.tried = {"sparse Cholesky: not positive definite, pivot 3"};
     report.factorEntries = 12;
+    report.factorBytes = 96.0;
     report.perturbedPivots = 2;
     report.refinementSteps = 1;
     return report;
@@ -100,6 +102,7 @@ TEST(TextReport, TellsWhatTheDirectSolverDid)
               "road              sparse LDL'\n"
               "ordering          minimum degree\n"
               "factor entries    12\n"
+              "factor            96 B in memory\n"
               "perturbed pivots  2\n"
               "also tried        sparse Cholesky: not positive definite, pivot 3\n"
               "status            degraded, 2 perturbed pivots\n");
@@ -114,9 +117,25 @@ TEST(JsonReport, TellsWhatTheDirectSolverDid)
     EXPECT_EQ(json["factor_entries"].number(), 12);
     EXPECT_EQ(json["perturbed_pivots"].number(), 2);
     EXPECT_EQ(json["refinement_steps"].number(), 1);
+    EXPECT_EQ(json["factor_store"].text(), "memory");
+    EXPECT_EQ(json["factor_bytes"].number(), 96);
+    EXPECT_TRUE(json["core_megabytes"].isNull());
     const std::string text = asJson(directSample());
     EXPECT_NE(text.find("\"tried\": [\"sparse Cholesky: not positive definite, pivot 3\"]"),
               std::string::npos);
+}
+
+TEST(TextReport, TellsOfAFactorInFiles)
+{
+    SolveReport report = directSample();
+    report.factorBytes = 2.5e9;
+    report.coreMegabytes = 300;
+    const std::string text = asText(report);
+    EXPECT_NE(text.find("\nfactor            2.5 GB in files, with a core of 300 MB\n"), std::string::npos);
+    const Json json = parseJson(asJson(report));
+    EXPECT_EQ(json["factor_store"].text(), "files");
+    EXPECT_EQ(json["factor_bytes"].number(), 2.5e9);
+    EXPECT_EQ(json["core_megabytes"].number(), 300);
 }
 
 TEST(StepTimes, AStepThatComesAgainIsAddedUp)

@@ -24,10 +24,14 @@ struct MatchingArrays {
     Scratch<double> u, v;
 };
 
+std::int64_t matchingSize(Preordering kind, int n) noexcept
+{
+    return kind == Preordering::SymmetricPairs ? PivotPairs::blockSize(n) : n;
+}
+
 Failure allocate(int n, Preordering kind, PreorderingBlocks& blocks) noexcept
 {
-    const bool pairs = kind == Preordering::SymmetricPairs;
-    blocks.matching = Scratch<int>::zeroed(pairs ? PivotPairs::blockSize(n) : n);
+    blocks.matching = Scratch<int>::zeroed(matchingSize(kind, n));
     if (!blocks.matching) return outOfMemory(BlockCode::MatchingResult, missingBytes(blocks.matching));
     blocks.scaling = Scratch<double>::zeroed(2LL * n);
     if (!blocks.scaling) return outOfMemory(BlockCode::Scaling, missingBytes(blocks.scaling));
@@ -113,6 +117,12 @@ Preordering preorderingFor(int matrixType, int matching) noexcept
     default:
         return Preordering::None;
     }
+}
+
+BlockSum preorderingBlocks(Preordering kind, int n) noexcept
+{
+    if (kind == Preordering::None) return {};
+    return BlockSum().add<int>(matchingSize(kind, n)).add<double>(2LL * n);
 }
 
 template <class T>

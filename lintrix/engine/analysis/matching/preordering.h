@@ -32,6 +32,9 @@ struct PreorderingBlocks {
     Scratch<double> scaling;
 };
 
+/// The blocks that a kind makes for order n.
+LINTRIX_TESTABLE BlockSum preorderingBlocks(Preordering kind, int n) noexcept;
+
 /// Reads the matching's block of a symmetric matrix: columnOfRow (n), vertexAt (n), the two counts of
 /// PivotParts, and the bits of pairs that stand as two 1x1 pivots.
 class PivotPairs {

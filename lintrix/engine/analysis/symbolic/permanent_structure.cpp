@@ -46,9 +46,18 @@ BlockLayout PermanentStructure::layout(std::int64_t targets)
     return layout;
 }
 
-Failure PermanentStructure::allocate(std::int64_t targets)
+// Each independent subgraph may update every separator.
+std::int64_t PermanentStructure::mostTargets() const noexcept
 {
-    return layout(targets).allocate(handle_, Slot::FactorStructure, BlockCode::FactorStructure);
+    const ControlBlock& control = handle_.control();
+    if (control[Word::TwoLevel] == 0) return 0;
+    const std::int64_t independent = control[Word::IndependentSubgraphs];
+    return independent * (control[Word::Subgraphs] - independent);
+}
+
+Failure PermanentStructure::allocate()
+{
+    return layout(mostTargets()).allocate(handle_, Slot::FactorStructure, BlockCode::FactorStructure);
 }
 
 void PermanentStructure::shrinkToTargets()

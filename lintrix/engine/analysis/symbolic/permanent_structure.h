@@ -19,8 +19,11 @@ class LINTRIX_TESTABLE PermanentStructure {
 public:
     explicit PermanentStructure(Handle handle) noexcept : handle_(handle) {}
 
-    /// The block for the lengths that stand in the control block now, with room for `targets` targets.
-    Failure allocate(std::int64_t targets);
+    /// The block for the lengths that stand in the control block now, with room for all targets that there
+    /// may be.
+    Failure allocate();
+    /// Its size.
+    std::int64_t bytesAtMost() { return layout(mostTargets()).bytes(); }
     /// Gives back the room behind the last target.
     void shrinkToTargets();
 
@@ -58,6 +61,7 @@ public:
 
 private:
     BlockLayout layout(std::int64_t targets);
+    std::int64_t mostTargets() const noexcept;
     std::int64_t lengthOf(Array name) const noexcept;
     template <class T>
     std::span<T> array(Array name)

@@ -339,10 +339,5 @@ TEST(ChunkOfSupernodes, IsAtLeastOneAndGrowsWithTheirNumber)
     EXPECT_EQ(chunkOfSupernodes(12800, 2), 100);
 }
 
-TEST(KilobyteSum, RoundsEachBlockUp)
-{
-    EXPECT_EQ(KilobyteSum().add(1, 4).add(256, 4).add(257, 4).kilobytes(), 1 + 1 + 2);
-}
-
 } // namespace
 } // namespace Velmar::Lintrix::testing

@@ -1,0 +1,283 @@
+#include <lintrix/engine/factorization/elimination.h>
+
+#include <lintrix/engine/factorization/panel_solve.h>
+#include <lintrix/services/lapack.h>
+
+#include <algorithm>
+#include <complex>
+
+#include <sched.h>
+
+namespace Velmar::Lintrix::detail::engine {
+
+bool EliminationTeam::waitFor(int J) const
+{
+    constexpr int kSpins = 2000; // then let another thread have the core
+    for (int spins = 0; finished_[J].load(std::memory_order_acquire) == 0; ++spins) {
+        if (hasFailed()) return false;
+        __builtin_ia32_pause();
+        if (spins > kSpins) sched_yield();
+    }
+    return true;
+}
+
+template <class T>
+Eliminator<T>::Eliminator(const FactorPlan& plan, const FactorRules& rules, const T* values,
+                          const Factor<T>& factor, EliminationTeam& team)
+    : plan_(plan), structure_(plan.structure), rules_(rules), values_(values), factor_(factor), team_(team),
+      progress_(team.progress, plan.threads),
+      indexOf_(Scratch<int>::uninitialised(EliminationSizes(plan).indices)),
+      rows_(Scratch<int>::uninitialised(EliminationSizes(plan).rows)),
+      buffer_(Scratch<T>::uninitialised(EliminationSizes(plan).buffer)),
+      scaled_(Scratch<T>::uninitialised(EliminationSizes(plan).scaled))
+{
+}
+
+template <class T>
+void Eliminator<T>::work(int thread, PositionRange within, Entries entries)
+{
+    const auto runs = static_cast<int>(plan_.runs.size());
+    for (int run = team_.takeRun(); run < runs; run = team_.takeRun()) {
+        const PositionRange own = plan_.runs[static_cast<std::size_t>(run)];
+        const int last = std::min(own.last, within.last);
+        for (int J = std::max(own.first, within.first), end; J <= last; J = end + 1) {
+            end = lastTogether(structure_, J, last, kPanelsTogether);
+            if (team_.hasFailed() || !eliminate(thread, J, end, within.first, entries)) return;
+        }
+    }
+}
+
+// Panels worked at together; each but the last is a descendant of those behind it.
+template <class T>
+bool Eliminator<T>::eliminate(int thread, int first, int last, int firstSource, Entries entries)
+{
+    if (entries == Entries::ToBring) {
+        for (int J = first; J <= last; ++J) gather(J);
+    }
+    indexRowsOf(first);
+    MergedDescendants descendants(plan_.descendants, first, last, {firstSource, last});
+    while (descendants.next()) {
+        const int K = descendants.source();
+        if (!(K < first ? team_.waitFor(K) : complete(thread, K))) return false;
+        update(first, last, descendants, factor_);
+    }
+    return complete(thread, last);
+}
+
+template <class T>
+void Eliminator<T>::takeUpdates(int first, int last, PositionRange sources, const Factor<T>& from)
+{
+    MergedDescendants descendants(plan_.descendants, first, last, sources);
+    if (!descendants.next()) return;
+    indexRowsOf(first);
+    do {
+        update(first, last, descendants, from);
+    } while (descendants.next());
+}
+
+template <class T>
+void Eliminator<T>::indexRowsOf(int J)
+{
+    const std::span<const int> rows = structure_.rowsOf(J);
+    for (int i = 0; i < structure_.height(J); ++i) indexOf_[rows[i]] = i;
+}
+
+template <class T>
+bool Eliminator<T>::complete(int thread, int J)
+{
+    if (!factorBlock(J)) return false;
+    team_.finish(J);
+    if (progress_.add(thread, std::int64_t{structure_.height(J)} * structure_.width(J))) return true;
+    team_.fail({Error::Numeric, -1});
+    return false;
+}
+
+template <class T>
+void Eliminator<T>::gather(int J)
+{
+    const int height = structure_.height(J), width = structure_.width(J);
+    T* const l = lower(J);
+    std::fill_n(l, std::ptrdiff_t{height} * width, T(0));
+    T* const u = unsymmetric() ? upper(J) : l;
+    if (unsymmetric()) std::fill_n(u, std::ptrdiff_t{height - width} * width, T(0));
+    const EntryMaps& maps = plan_.maps;
+    for (int k = maps.firstEntry[J]; k < maps.firstEntry[J + 1]; ++k) {
+        const int place = maps.place[k];
+        const T value = scaled(values_[maps.source[k]], J, place);
+        if (place >= 0) {
+            l[place] = value;
+        } else {
+            u[~place] = conjugate(value, rules_.hermitian);
+        }
+    }
+}
+
+// The entry that goes to `place` in the panels of J.
+template <class T>
+T Eliminator<T>::scaled(T value, int J, int place) const
+{
+    if (plan_.scaling.row.empty()) return value;
+    const bool inU = place < 0 && unsymmetric(); // a mirrored entry's factors are the same ones
+    const int cell = place < 0 ? ~place : place;
+    const int ld = structure_.height(J) - (inU ? structure_.width(J) : 0);
+    const int fromList = (inU ? structure_.rowsBelow(J) : structure_.rowsOf(J))[cell % ld];
+    const int inBlock = structure_.starts[J] + cell / ld;
+    const int row = inU ? inBlock : fromList, column = inU ? fromList : inBlock;
+    return scaledBy(value, plan_.scaling.column[column], plan_.scaling.row[row]);
+}
+
+// The panels lose the product of K's rows with those of them that are columns of the panels.
+template <class T>
+void Eliminator<T>::update(int first, int last, const MergedDescendants& descendant, const Factor<T>& factor)
+{
+    const int K = descendant.source(), from = descendant.firstRow();
+    const int height = structure_.height(K), width = structure_.width(K), below = height - width;
+    const int m = below - from;
+    const int* const rowsOfK = structure_.rowsBelow(K).data() + from;
+    int* const row = rows_.get();
+    for (int i = 0; i < m; ++i) row[i] = indexOf_[rowsOfK[i]];
+
+    const Target target = targetFor(first, last, descendant);
+    const T* const l = lowerOf(factor, K) + width + from;
+    if (!unsymmetric()) {
+        const T* b = l;
+        int ldb = height;
+        if (rules_.method != Method::Cholesky || kComplex) {
+            prepareRight(K, lowerOf(factor, K), l, height, target.columns);
+            b = scaled_.get();
+            ldb = target.columns;
+        }
+        subtractProduct<T>({l, height, b, ldb, m, target.columns, width, width + from},
+                           {target.lowerPanels(), row}, true, buffer_.get());
+        return;
+    }
+    const T* const u = upperOf(factor, K) + from;
+    subtractProduct<T>({l, height, u, below, m, target.columns, width, width + from},
+                       {target.lowerPanels(), row}, false, buffer_.get());
+    subtractProduct<T>({u, below, l, height, m, target.columns, width, from}, {target.upperPanels(), row},
+                       false, buffer_.get());
+}
+
+template <class T>
+typename Eliminator<T>::Target Eliminator<T>::targetFor(int first, int last,
+                                                        const MergedDescendants& descendant) const
+{
+    Target target;
+    for (int J = first; J <= last; ++J) {
+        const int columns = descendant.columns(J - first);
+        if (columns == 0) continue;
+        const int before = structure_.starts[J] - structure_.starts[first];
+        const int width = structure_.width(J), ld = structure_.height(J), below = ld - width;
+        const auto origin = [before](std::ptrdiff_t rowsAbove, std::ptrdiff_t ldOfPanel) {
+            return rowsAbove + ldOfPanel * before;
+        };
+        target.lower[target.panels] = {lower(J) - origin(before, ld), ld, columns, target.columns};
+        target.columns += columns;
+        if (unsymmetric())
+            target.upper[target.panels] = {upper(J) - origin(before + width, below), below, columns,
+                                           target.columns};
+        ++target.panels;
+    }
+    return target;
+}
+
+// What a symmetric update multiplies K's rows with: k rows of L, conjugated for Hermitian, times D.
+template <class T>
+void Eliminator<T>::prepareRight(int K, const T* block, const T* l, int ld, int k)
+{
+    const int width = structure_.width(K);
+    if (rules_.method != Method::Cholesky) {
+        multiplyByPivots(block, ld, width, exchangesOf(K), rules_.hermitian, l, ld, k, scaled_.get(), k);
+        return;
+    }
+    for (int p = 0; p < width; ++p) {
+        const T* const column = l + std::ptrdiff_t{ld} * p;
+        std::transform(column, column + k, scaled_.get() + std::ptrdiff_t{k} * p,
+                       [](T value) { return conjugate(value); });
+    }
+}
+
+template <class T>
+bool Eliminator<T>::factorBlock(int J)
+{
+    switch (rules_.method) {
+    case Method::RowPivoting:
+        return factorLu(J);
+    case Method::CompletePivoting:
+        return factorLu(J);
+    case Method::Cholesky:
+        return factorCholesky(J);
+    case Method::DiagonalPivoting:
+    case Method::BunchKaufman:
+        break;
+    }
+    return factorSymmetric(J);
+}
+
+template <class T>
+bool Eliminator<T>::failAt(int J, int info)
+{
+    team_.fail({Error::Numeric, structure_.starts[J] + info});
+    return false;
+}
+
+// L*U of the block; L's panel takes the column exchanges and U's inverse, U's panel the row exchanges and
+// L's inverse.
+template <class T>
+bool Eliminator<T>::factorLu(int J)
+{
+    const int height = structure_.height(J), width = structure_.width(J), below = height - width;
+    T *const block = lower(J), *const u = upper(J);
+    int *const rowExchange = exchangesOf(J), *const columnExchange =
+                                                 factor_.columnExchange + structure_.starts[J];
+    if (rules_.method == Method::CompletePivoting) {
+        pivots_ += pivotCompletely(block, height, width, rules_.eps, rowExchange, columnExchange);
+        exchangeColumns(columnExchange, width, block + width, height, below);
+    } else {
+        int info = 0;
+        lapack::getrf(width, width, block, height, rowExchange, info);
+        if (info > 0) return failAt(J, info);
+    }
+    solveFromRight(RightFactor::Upper, block, height, width, block + width, height, below);
+    exchangeColumns(rowExchange, width, u, below, below);
+    solveFromRight(RightFactor::LowerTransposedUnit, block, height, width, u, below, below);
+    return true;
+}
+
+template <class T>
+bool Eliminator<T>::factorCholesky(int J)
+{
+    const int height = structure_.height(J), width = structure_.width(J);
+    T* const block = lower(J);
+    int info = 0;
+    lapack::potrf('L', width, block, height, info);
+    if (info > 0) return failAt(J, info);
+    pivots_.positive += width;
+    solveFromRight(kComplex ? RightFactor::LowerAdjoint : RightFactor::LowerTransposed, block, height, width,
+                   block + width, height, height - width);
+    return true;
+}
+
+template <class T>
+bool Eliminator<T>::factorSymmetric(int J)
+{
+    const int height = structure_.height(J), width = structure_.width(J), below = height - width;
+    T *const block = lower(J), *const panel = block + width;
+    int* const exchange = exchangesOf(J);
+    const bool hermitian = rules_.hermitian;
+    pivots_ += rules_.method == Method::BunchKaufman
+                   ? pivotBunchKaufman(block, height, width, rules_.eps, hermitian, exchange)
+                   : pivotOnDiagonal(block, height, width, rules_.eps, hermitian, exchange);
+    exchangeColumns(exchange, width, panel, height, below);
+    solveFromRight(hermitian ? RightFactor::LowerAdjointUnit : RightFactor::LowerTransposedUnit, block,
+                   height, width, panel, height, below);
+    divideByPivots(block, height, width, exchange, hermitian, panel, height, below);
+    return true;
+}
+
+template class Eliminator<float>;
+template class Eliminator<double>;
+template class Eliminator<std::complex<float>>;
+template class Eliminator<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail::engine

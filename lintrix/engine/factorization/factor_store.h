@@ -1,0 +1,106 @@
+#pragma once
+/// @file
+/// One factor of a handle in the files of the out-of-core mode.
+
+#include <lintrix/engine/call/memory.h>
+#include <lintrix/engine/factorization/numeric_factorization.h>
+#include <lintrix/engine/out_of_core/factor_files.h>
+#include <lintrix/services/export.h>
+#include <lintrix/services/team.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace Velmar::Lintrix::detail::engine {
+
+/// Panels stand in the files as they would in memory, one after another, those of factor `mnum` behind those
+/// of the factors before it. Each has a check sum, and the sums of a factor are an array of their own, as are
+/// its exchanges.
+template <class T>
+class LINTRIX_TESTABLE FactorStore {
+public:
+    FactorStore(const FactorPlan& plan, OpenFactorFiles& files, int mnum) noexcept;
+
+    /// Room for the check sums. @return  {Memory, -1200}
+    Failure allocate();
+    static std::int64_t sumBytes(const FactorPlan& plan) noexcept;
+
+    /// Elements of the panels of L and U together.
+    std::int64_t elements(PositionRange panels) const noexcept;
+    /// The panels side by side in `room`, which has elements(panels): L, then U. The pointers are set back,
+    /// so that the offsets of the plan hold.
+    Factor<T> placedIn(T* room, PositionRange panels, const Factor<T>& exchanges) const noexcept;
+
+    /// Calls visit(piece) for the share of one thread in the runs of wanted panels, cut to pieces: large
+    /// enough for a disk, small enough to be dealt out.
+    template <class Wanted, class Visit>
+    void forEachPiece(PositionRange range, const TeamMember& member, const Wanted& wanted,
+                      const Visit& visit) const
+    {
+        constexpr std::int64_t most = (1 << 20) / std::int64_t{sizeof(T)};
+        int number = 0;
+        for (int J = range.first; J <= range.last;) {
+            if (!wanted(J)) {
+                ++J;
+                continue;
+            }
+            PositionRange piece{J, J};
+            while (piece.last < range.last && wanted(piece.last + 1) && elements({J, piece.last + 1}) <= most)
+                ++piece.last;
+            if (number++ % member.threads == member.thread) visit(piece);
+            J = piece.last + 1;
+        }
+    }
+
+    /// Several threads may write and read different panels at a time.
+    /// @return  {OutOfCoreTransfer, -11}
+    Failure write(PositionRange panels, const Factor<T>& from);
+    /// @return  {OutOfCoreTransfer, -11}  also where a panel is not what was written
+    Failure read(PositionRange panels, const Factor<T>& into);
+    /// Lets the system begin to read the wanted panels.
+    template <class Wanted>
+    void readAhead(PositionRange panels, const Wanted& wanted) noexcept
+    {
+        // Piece by piece: of one long range the system begins with no more than its first megabyte or two.
+        forEachPiece(panels, {.thread = 0, .threads = 1}, wanted, [this](PositionRange piece) {
+            readAheadHalf(lower(), piece);
+            if (hasUpper()) readAheadHalf(upper(), piece);
+        });
+    }
+
+    /// Check sums and exchanges: written when all panels are, read before the first of them.
+    Failure writeTables(const Factor<T>& factor);
+    Failure readTables(const Factor<T>& factor);
+
+private:
+    // The panels of L, or those of U.
+    struct Half {
+        FactorFile file, sumsFile;
+        std::span<const std::int64_t> starts;
+        std::int64_t origin; // in the file, bytes
+        std::span<std::uint64_t> sums;
+
+        std::int64_t elements(PositionRange panels) const
+        {
+            return starts[panels.last + 1] - starts[panels.first];
+        }
+    };
+
+    bool hasUpper() const noexcept { return !plan_.upperStarts.empty(); }
+    Half lower() const noexcept;
+    Half upper() const noexcept;
+    std::span<std::byte> cells(const Half& half, PositionRange panels, T* panelsOfHalf) const noexcept;
+    Failure writeHalf(const Half& half, PositionRange panels, T* from);
+    Failure readHalf(const Half& half, PositionRange panels, T* into);
+    void readAheadHalf(const Half& half, PositionRange panels) noexcept;
+    template <class Transfer>
+    Failure forEachTable(const Factor<T>& factor, Transfer transfer);
+
+    const FactorPlan& plan_;
+    OpenFactorFiles& files_;
+    std::int64_t before_; // factors that stand in front
+    Scratch<std::uint64_t> sums_;
+};
+
+} // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,21 @@
+#pragma once
+/// @file
+/// What configures the out-of-core mode of `pardiso`, before a handle reads it.
+
+#include <lintrix/services/export.h>
+
+#include <optional>
+
+namespace Velmar::Lintrix {
+
+/// What environment and configuration file say, where `pardiso` would take it; elsewhere its defaults hold.
+struct OutOfCoreConfiguration {
+    char path[1024] = {};           ///< how the names of the files begin, zero-terminated; empty: not said
+    std::optional<int> megabytes;   ///< of the core
+    std::optional<bool> keepsFiles; ///< after the release of the handle
+};
+
+/// As it is now. A program that stores the variables that nobody has set gives defaults of its own.
+LINTRIX_EXPORT OutOfCoreConfiguration ReadOutOfCoreConfiguration() noexcept;
+
+} // namespace Velmar::Lintrix

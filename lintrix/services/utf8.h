@@ -1,0 +1,14 @@
+#pragma once
+/// @file
+/// Whether a text is UTF-8.
+
+#include <lintrix/services/export.h>
+
+#include <string_view>
+
+namespace Velmar::Lintrix::detail {
+
+/// Whether the text is a row of whole sequences of the Unicode Standard, table 3-7; an empty one is.
+LINTRIX_TESTABLE bool isUtf8(std::string_view text) noexcept;
+
+} // namespace Velmar::Lintrix::detail

@@ -1,0 +1,418 @@
+// Systems whose factors are several times the configured core, through the entry.
+
+#include "tests/engine/engine_call.h"
+#include "tests/engine/out_of_core/out_of_core_handle.h"
+#include "tests/support/memory_watch.h"
+
+#include <lintrix/engine/call/matrix_type.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+using namespace Velmar::Lintrix::detail::engine;
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using Complex = std::complex<double>;
+
+// A grid of side^3 points, each joined to its neighbours, in the storage and the element of a type.
+Rows gridOf(int side, int mtype)
+{
+    std::mt19937 random(static_cast<unsigned>(100 + mtype));
+    std::uniform_real_distribution<double> uniform(-1, 1);
+    const bool triangle = isSymmetricStorage(mtype), complex = isComplex(mtype);
+    const bool definite = mtype == 2 || mtype == 4, hermitian = isHermitian(mtype);
+    Rows A{side * side * side, {}, {1}, {}};
+    const auto add = [&](int i, int j) {
+        const bool onDiagonal = i == j;
+        const double shift = definite ? 7. : mtype == -2 || mtype == -4 ? (i % 3 == 0 ? -7. : 7.) : 7.;
+        A.ja.push_back(j + 1);
+        A.a.push_back(uniform(random) + (onDiagonal ? shift : 0.));
+        if (complex) A.a.push_back(onDiagonal && hermitian ? 0. : uniform(random) / 2);
+    };
+    for (int i = 0; i < A.n; ++i) {
+        const int x = i % side, y = i / side % side, z = i / side / side;
+        if (!triangle && z > 0) add(i, i - side * side);
+        if (!triangle && y > 0) add(i, i - side);
+        if (!triangle && x > 0) add(i, i - 1);
+        add(i, i);
+        if (x + 1 < side) add(i, i + 1);
+        if (y + 1 < side) add(i, i + side);
+        if (z + 1 < side) add(i, i + side * side);
+        A.ia.push_back(static_cast<int>(A.ja.size()) + 1);
+    }
+    return A;
+}
+
+// A number of the matrix or of a vector, whatever the element.
+Complex at(const std::vector<double>& values, std::size_t k, bool complex)
+{
+    return complex ? Complex(values[2 * k], values[2 * k + 1]) : Complex(values[k]);
+}
+
+// The largest of |B - op(A) X| over |A| |X| + |B|, in the infinity norm, column by column.
+double residualOf(const EngineCall& call, const std::vector<double>& b)
+{
+    const bool complex = isComplex(call.mtype), mirrored = isSymmetricStorage(call.mtype);
+    const bool hermitian = isHermitian(call.mtype), transposed = call.iparm(12) == 1;
+    const auto n = static_cast<std::size_t>(call.n);
+    double worst = 0.;
+    for (std::size_t c = 0; c < static_cast<std::size_t>(call.nrhs); ++c) {
+        std::vector<Complex> r(n);
+        double normA = 0., normX = 0., normB = 0., residual = 0.;
+        const auto x = [&](std::size_t i) { return at(call.x, c * n + i, complex); };
+        for (std::size_t i = 0; i < n; ++i) r[i] = at(b, c * n + i, complex);
+        for (std::size_t i = 0; i < n; ++i) {
+            normB = std::max(normB, std::abs(at(b, c * n + i, complex)));
+            normX = std::max(normX, std::abs(x(i)));
+            for (int k = call.A.ia[i] - 1; k < call.A.ia[i + 1] - 1; ++k) {
+                const auto j = static_cast<std::size_t>(call.A.ja[static_cast<std::size_t>(k)] - 1);
+                const Complex a = at(call.A.a, static_cast<std::size_t>(k), complex);
+                normA = std::max(normA, 7. * std::abs(a));
+                r[transposed ? j : i] -= a * x(transposed ? i : j);
+                if (mirrored && i != j) r[j] -= (hermitian ? std::conj(a) : a) * x(i);
+            }
+        }
+        for (const Complex value : r) residual = std::max(residual, std::abs(value));
+        worst = std::max(worst, residual / (normA * normX + normB));
+    }
+    return worst;
+}
+
+class OutOfCoreSystem {
+public:
+    OutOfCoreSystem(int side, int mtype, int megabytes, int mode = 1) : call(gridOf(side, mtype), mtype)
+    {
+        environment.set("PATH", folder.at("factor"));
+        environment.set("MAX_CORE_SIZE", std::to_string(megabytes));
+        environment.set("KEEP_FILE", "0");
+        call.set(60, mode);
+        call.set(10, 8);
+        call.set(21, 1);
+        setRightSides(1);
+    }
+    void setRightSides(int count)
+    {
+        call.nrhs = count;
+        const auto size = static_cast<std::size_t>(call.n) * static_cast<std::size_t>(count) *
+                          (isComplex(call.mtype) ? 2 : 1);
+        call.b.resize(size);
+        call.x.assign(size, 0.);
+        std::mt19937 random(5);
+        std::uniform_real_distribution<double> uniform(-1, 1);
+        for (double& value : call.b) value = uniform(random);
+    }
+
+    Folder folder;
+    OutOfCoreEnvironment environment;
+    EngineCall call;
+};
+
+constexpr int kSide = 20;
+constexpr double kSolved = 1e-13;
+
+// The core that is told to be enough at least: a third of what the factor takes, or less.
+int leastCore(int side, int mtype, int count = 1)
+{
+    OutOfCoreSystem system(side, mtype, 2000);
+    system.setRightSides(count);
+    EXPECT_EQ(system.call.run(11), 0);
+    return system.call.iparm(63);
+}
+
+class OutOfCoreSolves : public ::testing::TestWithParam<int> {};
+
+TEST_P(OutOfCoreSolves, HaveTheBitsOfMemoryOnOneThread)
+{
+    const ThreadSetting one(1);
+    for (const int count : {1, 3, 20}) {
+        OutOfCoreSystem files(kSide, GetParam(), leastCore(kSide, GetParam(), count));
+        files.setRightSides(count);
+        ASSERT_EQ(files.call.run(13), 0);
+        EXPECT_EQ(files.call.iparm(57), 1);
+        OutOfCoreSystem memory(kSide, GetParam(), 2000);
+        memory.setRightSides(count);
+        ASSERT_EQ(memory.call.run(13), 0);
+        EXPECT_EQ(memory.call.iparm(57), 0);
+        EXPECT_EQ(files.call.x, memory.call.x);
+        for (const int k : {14, 18, 22, 23}) EXPECT_EQ(files.call.iparm(k), memory.call.iparm(k)) << k;
+    }
+}
+
+TEST_P(OutOfCoreSolves, OnTwoThreadsWithAndWithoutImprovement)
+{
+    const ThreadSetting two(2);
+    for (const int mode : {1, 2, 22}) {
+        OutOfCoreSystem system(kSide, GetParam(), leastCore(kSide, GetParam()), mode);
+        ASSERT_EQ(system.call.run(12), 0);
+        EXPECT_EQ(system.call.iparm(57), 1);
+        EXPECT_EQ(system.call.iparm(60), mode == 1 ? 1 : 2);
+        for (const auto& [refine, iterate] : {std::pair{0, 0}, {2, 0}, {-2, 0}, {0, 61}, {0, 62}}) {
+            for (const int count : {1, 9}) {
+                system.setRightSides(count);
+                const std::vector<double> b = system.call.b;
+                system.call.set(8, refine);
+                system.call.set(4, iterate);
+                ASSERT_EQ(system.call.run(33), 0) << refine << ", " << iterate;
+                EXPECT_LT(residualOf(system.call, b), iterate == 0 ? kSolved : 1e-6);
+            }
+        }
+    }
+}
+
+TEST_P(OutOfCoreSolves, InParts)
+{
+    const ThreadSetting one(1);
+    OutOfCoreSystem system(kSide, GetParam(), leastCore(kSide, GetParam(), 3));
+    system.setRightSides(3);
+    system.call.set(26, 1);
+    ASSERT_EQ(system.call.run(13), 0);
+    const std::vector<double> whole = system.call.x, b = system.call.b;
+    for (const int phase : {331, 332, 333}) {
+        ASSERT_EQ(system.call.run(phase), 0);
+        system.call.b = system.call.x;
+    }
+    EXPECT_EQ(system.call.x, whole);
+    EXPECT_LT(residualOf(system.call, b), kSolved);
+}
+
+TEST_P(OutOfCoreSolves, TransposedAndIntoB)
+{
+    const ThreadSetting two(2);
+    OutOfCoreSystem system(kSide, GetParam(), leastCore(kSide, GetParam()));
+    system.call.set(12, 1);
+    system.call.set(6, 1);
+    const std::vector<double> b = system.call.b;
+    ASSERT_EQ(system.call.run(13), 0);
+    EXPECT_EQ(system.call.b, system.call.x);
+    system.call.set(12, GetParam() % 2 != 0 ? 1 : 0);
+    EXPECT_LT(residualOf(system.call, b), kSolved);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, OutOfCoreSolves, ::testing::Values(1, 2, -2, 3, 4, -4, 6, 11, 13));
+
+class OutOfCoreMemory : public ::testing::TestWithParam<int> {};
+
+// Counted by the allocators, from the analysis on: what it takes itself depends on no core.
+TEST_P(OutOfCoreMemory, OfAFactorFourTimesTheCoreStaysWithinIt)
+{
+    const int side = isComplex(GetParam()) || !isSymmetricStorage(GetParam()) ? 28 : 36;
+    for (const int threads : {1, 2}) {
+        const ThreadSetting setting(threads);
+        OutOfCoreSystem inMemory(side, GetParam(), 2000);
+        inMemory.call.set(18, -1);
+        ASSERT_EQ(inMemory.call.run(11), 0);
+        const std::int64_t factorBytes =
+            std::int64_t{inMemory.call.iparm(18)} * (isComplex(GetParam()) ? 16 : 8);
+        const auto core = static_cast<int>(factorBytes >> 22);
+        ASSERT_GE(core, inMemory.call.iparm(63));
+        inMemory.call.release();
+
+        MemoryWatch watch;
+        OutOfCoreSystem system(side, GetParam(), core);
+        system.call.set(8, 2);
+        ASSERT_EQ(system.call.run(11), 0);
+        EXPECT_EQ(system.call.iparm(57), 1);
+        for (const int phase : {22, 33, 23}) {
+            const std::vector<double> b = system.call.b;
+            watch.restartPeak();
+            ASSERT_EQ(system.call.run(phase), 0);
+            EXPECT_LE(watch.peak().bytes, std::int64_t{core} << 20) << "phase " << phase;
+            EXPECT_TRUE(phase == 22 || residualOf(system.call, b) < kSolved);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, OutOfCoreMemory, ::testing::Values(1, 2, -2, 3, 4, -4, 6, 11, 13));
+
+TEST(OutOfCoreFactors, ManyAreHeldAtOnceAndReplaced)
+{
+    OutOfCoreSystem system(kSide, 11, leastCore(kSide, 11), 2);
+    system.call.maxfct = 3;
+    const std::vector<double> first = system.call.A.a, b = system.call.b;
+    ASSERT_EQ(system.call.run(11), 0);
+    const auto scaleBy = [&](double factor) {
+        for (std::size_t k = 0; k < first.size(); ++k) system.call.A.a[k] = factor * first[k];
+    };
+    for (const int mnum : {3, 1, 2, 1}) {
+        system.call.mnum = mnum;
+        scaleBy(mnum);
+        ASSERT_EQ(system.call.run(22), 0);
+    }
+    for (const int mnum : {1, 2, 3}) {
+        system.call.mnum = mnum;
+        scaleBy(mnum);
+        ASSERT_EQ(system.call.run(33), 0);
+        EXPECT_LT(residualOf(system.call, b), kSolved) << mnum;
+    }
+    system.call.mnum = 2;
+    EXPECT_EQ(system.call.run(0), 0);
+    scaleBy(2);
+    ASSERT_EQ(system.call.run(33), 0) << "made anew";
+    EXPECT_LT(residualOf(system.call, b), kSolved);
+}
+
+TEST(OutOfCoreFactors, InSinglePrecision)
+{
+    OutOfCoreSystem system(kSide, 2, leastCore(kSide, 2), 2);
+    std::vector<float> a(system.call.A.a.begin(), system.call.A.a.end());
+    std::vector<float> b(system.call.b.begin(), system.call.b.end());
+    const std::vector<double> values(a.begin(), a.end()), sides(b.begin(), b.end());
+    std::memcpy(system.call.A.a.data(), a.data(), a.size() * sizeof(float));
+    std::memcpy(system.call.b.data(), b.data(), b.size() * sizeof(float));
+    system.call.set(28, 1);
+    ASSERT_EQ(system.call.run(13), 0);
+    EXPECT_EQ(system.call.iparm(57), 1);
+    std::memcpy(b.data(), system.call.x.data(), b.size() * sizeof(float));
+    system.call.x.assign(b.begin(), b.end());
+    system.call.A.a = values;
+    EXPECT_LT(residualOf(system.call, sides), 1e-5);
+}
+
+TEST(OutOfCoreFactors, HaveElevenFilesUntilTheyAreReleased)
+{
+    OutOfCoreSystem system(6, 11, 50, 2);
+    ASSERT_EQ(system.call.run(11), 0);
+    EXPECT_EQ(system.folder.names().size(), 11u);
+    ASSERT_EQ(system.call.run(13), 0);
+    EXPECT_EQ(system.folder.names().size(), 11u);
+    system.call.release();
+    EXPECT_EQ(system.folder.names().size(), 0u);
+}
+
+TEST(OutOfCoreFactors, StayWhereTheyAreToBeKept)
+{
+    OutOfCoreSystem system(6, 11, 50, 2);
+    system.environment.set("KEEP_FILE", "1");
+    ASSERT_EQ(system.call.run(13), 0);
+    system.call.release();
+    EXPECT_EQ(system.folder.names().size(), 11u);
+}
+
+TEST(OutOfCoreFactors, OfTwoHandlesDoNotDisturbEachOther)
+{
+    OutOfCoreSystem one(kSide, 11, leastCore(kSide, 11), 2);
+    EngineCall two(gridOf(kSide, 1), 1);
+    two.set(60, 2);
+    two.b = one.call.b;
+    two.x = one.call.x;
+    const std::vector<double> b = one.call.b;
+    ASSERT_EQ(one.call.run(11), 0);
+    ASSERT_EQ(two.run(11), 0);
+    EXPECT_EQ(one.folder.names().size(), 22u);
+    ASSERT_EQ(one.call.run(22), 0);
+    ASSERT_EQ(two.run(22), 0);
+    ASSERT_EQ(one.call.run(33), 0);
+    ASSERT_EQ(two.run(33), 0);
+    EXPECT_LT(residualOf(one.call, b), kSolved);
+    EXPECT_LT(residualOf(two, b), kSolved);
+}
+
+TEST(OutOfCoreFactors, NeedTheCoreThatIsTold)
+{
+    OutOfCoreSystem system(kSide, 11, 1, 2);
+    const auto [error, text] = system.call.runPrinting(11, 1);
+    EXPECT_EQ(error, -9);
+    EXPECT_GT(system.call.iparm(63), 1);
+    EXPECT_NE(text.find("*** Error in PARDISO  ( not enough mem. for OOC) error_num= "), std::string::npos);
+    EXPECT_EQ(system.folder.names().size(), 0u);
+    system.environment.set("MAX_CORE_SIZE", std::to_string(system.call.iparm(63)));
+    EXPECT_EQ(system.call.run(13), 0);
+}
+
+// What the folder is at a solve, one file after another.
+class OutOfCoreFaults : public ::testing::TestWithParam<std::string> {
+protected:
+    OutOfCoreFaults() : system_(8, 11, 50, 2)
+    {
+        EXPECT_EQ(system_.call.run(12), 0);
+        for (const std::string& name : system_.folder.names()) {
+            if (name.ends_with(GetParam())) file_ = system_.folder.at(name);
+        }
+        EXPECT_FALSE(file_.empty());
+        EXPECT_EQ(system_.call.run(33), 0);
+    }
+    void expectError(int error, const std::string& message)
+    {
+        for (const int phase : {33, 33}) {
+            const auto [found, text] = system_.call.runPrinting(phase, 1);
+            EXPECT_EQ(found, error);
+            EXPECT_NE(text.find(message), std::string::npos) << text;
+            EXPECT_EQ(system_.call.run(phase), error);
+        }
+    }
+
+    OutOfCoreSystem system_;
+    std::string file_;
+};
+
+TEST_P(OutOfCoreFaults, AChangedByteIsFound)
+{
+    const auto size = std::filesystem::file_size(file_);
+    for (const auto place : {std::uintmax_t{0}, size / 2, size - 1}) {
+        std::fstream stream(file_, std::ios::in | std::ios::out | std::ios::binary);
+        stream.seekg(static_cast<std::streamoff>(place));
+        const char before = static_cast<char>(stream.get());
+        stream.seekp(static_cast<std::streamoff>(place));
+        stream.put(static_cast<char>(before ^ 16)).flush();
+        expectError(-11, " PARDISO_OOC_");
+        stream.seekp(static_cast<std::streamoff>(place));
+        stream.put(before).flush();
+        EXPECT_EQ(system_.call.run(33), 0);
+    }
+}
+
+TEST_P(OutOfCoreFaults, AFileCutOffIsFound)
+{
+    std::filesystem::resize_file(file_, std::filesystem::file_size(file_) - 1);
+    expectError(-11, " PARDISO_OOC_");
+}
+
+TEST_P(OutOfCoreFaults, AMissingFileIsFound)
+{
+    std::filesystem::remove(file_);
+    expectError(-10, " PARDISO_OOC_OPEN_FILE_ERROR occured: solve step: open file for reading ");
+    EXPECT_EQ(system_.call.run(22), -10);
+    EXPECT_EQ(system_.call.run(13), 0);
+    EXPECT_EQ(system_.folder.names().size(), 11u);
+}
+
+TEST_P(OutOfCoreFaults, ANewFactorMendsWhatIsLost)
+{
+    const bool isOfFactor = GetParam() != ".ind" && GetParam() != ".sin" && GetParam() != ".sle" &&
+                            GetParam() != ".lpr" && GetParam() != ".upr";
+    std::filesystem::resize_file(file_, 5);
+    const std::vector<double> b = system_.call.b;
+    EXPECT_EQ(system_.call.run(23), isOfFactor ? 0 : -11);
+    if (isOfFactor) {
+        EXPECT_LT(residualOf(system_.call, b), kSolved);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, OutOfCoreFaults,
+                         ::testing::Values(".ind", ".lnz", ".unz", ".jal", ".jau", ".lup", ".uup", ".lpr",
+                                           ".upr", ".sin", ".sle"),
+                         [](const auto& ending) { return ending.param.substr(1); });
+
+TEST(OutOfCoreFactors, InAFolderThatIsNoneCannotBeMade)
+{
+    OutOfCoreSystem system(6, 11, 50, 2);
+    std::ofstream(system.folder.at("file")) << "x";
+    system.environment.set("PATH", system.folder.at("file/factor"));
+    const auto [error, text] = system.call.runPrinting(13, 1);
+    EXPECT_EQ(error, -10);
+    EXPECT_NE(text.find(" PARDISO_OOC_OPEN_FILE_ERROR occured: do_all: open file for storing lindx"),
+              std::string::npos)
+        << text;
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
