@@ -69,6 +69,7 @@ TEST(SolveCommand, ReportsInWords)
                      "road              sparse LU with matching\n"
                      "ordering          minimum degree\n"
                      "factor entries    [0-9]+\n"
+                     "factor            [0-9]+ B in memory\n"
                      "perturbed pivots  0\n"
                      "status            accurate\n"
                      "seconds           read T, assemble T, analyse T, factorize T, solve T, check T, "
@@ -95,7 +96,10 @@ TEST(SolveCommand, ReportsInJson)
     EXPECT_EQ(report["max_error"].number(), 0.0);
     EXPECT_EQ(report["status"].text(), "accurate");
     EXPECT_TRUE(report["reason"].isNull());
-    EXPECT_EQ(report.object().size(), 18U);
+    EXPECT_EQ(report["factor_store"].text(), "memory");
+    EXPECT_EQ(report["factor_bytes"].number(), 8 * report["factor_entries"].number());
+    EXPECT_TRUE(report["core_megabytes"].isNull());
+    EXPECT_EQ(report.object().size(), 21U);
 
     double sum = 0.0;
     for (const char* step : {"read", "assemble", "analyse", "factorize", "solve", "check", "write"})
