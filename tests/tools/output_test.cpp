@@ -91,12 +91,9 @@ TEST(CommandOutput, OptionsOfTheDirectSolverAreRefusedWhereItIsNotTaken)
     const Scratch scratch;
     const std::string square = scratch.file("a.mtx", kDiagonal), wide = dataFile("lp_afiro.mtx"),
                       array = scratch.file("b.mtx", "%%MatrixMarket matrix array real general\n1 1\n2\n");
-    const std::vector<std::vector<std::string>> options{{"--ordering", "nd"},
-                                                        {"--type", "unsymmetric"},
-                                                        {"--strategy", "always"},
-                                                        {"--refine", "2"},
-                                                        {"--out-of-core"},
-                                                        {"--report"}};
+    const std::vector<std::vector<std::string>> options{{"--ordering", "nd"},     {"--type", "unsymmetric"},
+                                                        {"--strategy", "always"}, {"--refine", "2"},
+                                                        {"--out-of-core"},        {"--report"}};
     for (const auto& option : options) {
         for (std::vector<std::string> arguments :
              {std::vector<std::string>{"solve", wide}, {"solve", array}, {"solve", square, "--dense"}}) {
