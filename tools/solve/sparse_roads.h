@@ -26,7 +26,9 @@ struct SparseOptions {
     bool outOfCore = false; ///< the factor in files; else only where memory has no room for it
     std::optional<int>
         coreMegabytes; ///< that are used beside files; none: by the user's variables, or by what is left
-    std::function<double()> memoryLeft = [] { return tools::memoryLeft(); }; ///< bytes
+    std::function<double()> memoryLeft = [] {
+        return tools::memoryLeft(TrellConfiguration::GetMaxThreads());
+    };                                                ///< bytes
     std::function<void(const std::string&)> notice{}; ///< is told when the factor goes to files unasked
 };
 

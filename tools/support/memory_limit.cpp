@@ -112,6 +112,14 @@ double addressSpace()
     return static_cast<double>(limit.rlim_cur);
 }
 
+/// That nothing has taken, and nothing but the caller will.
+double addressSpaceLeft(int threads, const std::string& root)
+{
+    const double mapped =
+        static_cast<double>(sysconf(_SC_PAGESIZE)) * numberIn(root + "/proc/self/statm", 0.0);
+    return addressSpace() - mapped - static_cast<double>(BlasBufferBytes) * (threads - 1);
+}
+
 } // namespace
 
 void requireAddressSpace(int threads)
@@ -142,13 +150,12 @@ double memoryLimit()
     return std::min({physical, addressSpace(), controlGroupLimit()});
 }
 
-double memoryLeft(const std::string& root)
+double memoryLeft(int threads, const std::string& root)
 {
     const double available = 1024.0 * numberOfLine(root + "/proc/meminfo", "MemAvailable:", kNone);
-    const double mapped =
-        static_cast<double>(sysconf(_SC_PAGESIZE)) * numberIn(root + "/proc/self/statm", 0.0);
     return std::max(
-        std::min({available, addressSpace() - mapped, leastOfGroups(root, leftIn), memoryLimit()}), 0.0);
+        std::min({available, addressSpaceLeft(threads, root), leastOfGroups(root, leftIn), memoryLimit()}),
+        0.0);
 }
 
 } // namespace Velmar::Lintrix::tools

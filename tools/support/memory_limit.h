@@ -10,8 +10,9 @@ namespace Velmar::Lintrix::tools {
 double memoryLimit();
 
 /// What of it is left, in bytes: by the system's estimate, of what the control groups grant beyond what they
-/// use, and of the address space. `root` is the folder that /proc and /sys stand in.
-double memoryLeft(const std::string& root = "");
+/// use, and of the address space, where BLAS is going to take a buffer for each thread beyond the first and
+/// would wait without end for it. `root` is the folder that /proc and /sys stand in.
+double memoryLeft(int threads, const std::string& root = "");
 
 /// Refuses to go on where BLAS would wait without end for address space. @throws InputError
 void requireAddressSpace(int threads);

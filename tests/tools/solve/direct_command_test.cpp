@@ -17,6 +17,7 @@ namespace {
 
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 using ::testing::StartsWith;
 
 const std::string kSymmetric = "%%MatrixMarket matrix coordinate real symmetric\n";
@@ -168,7 +169,8 @@ TEST(DirectCommand, SizesBeyondTheMemoryAreRefused)
 }
 
 #if !LINTRIX_SANITIZED_MEMORY // the sanitizers run the command without a limit on its address space
-TEST(DirectCommand, FactorsBeyondTheMemoryAreOneLine)
+// The disk, too, has an end: a factor of gigabytes is not made here.
+TEST(DirectCommand, FactorsBeyondTheMemoryGoToFiles)
 {
     const Scratch scratch;
     constexpr std::int32_t n = 30000; // a network without a shape: the factors fill in
@@ -179,10 +181,19 @@ TEST(DirectCommand, FactorsBeyondTheMemoryAreOneLine)
     }
     const std::string path = scratch.at("network.mtx");
     WriteMatrixMarket(path, entries.Assemble());
-    const Outcome outcome = run({"solve", path, "--type", "unsymmetric", "--ordering", "mmd"});
+    Invocation invocation;
+    invocation.arguments = {"solve", path, "--type", "unsymmetric", "--ordering", "mmd"};
+    invocation.variables = {"TMPDIR=" + scratch.at("")};
+    invocation.fileLimit = 1 << 20;
+    const Outcome outcome = run(invocation);
     EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(outcome.err, "lintrix: there is not enough memory\n");
+    EXPECT_THAT(outcome.err,
+                MatchesRegex("lintrix: " + path +
+                             ": the factor needs [0-9.]+ GB and [0-9.]+ MB are left: it is kept in "
+                             "files\nlintrix: the files of the factor cannot be written or read in " +
+                             scratch.at("lintrix") + "[^/]*: a file may have 1.0 MB .see ulimit -f.\n"));
     EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(scratch.names(), ::testing::ElementsAre("network.mtx"));
 }
 #endif
 

@@ -435,7 +435,8 @@ TEST(FactorStore, IsFilesWhereTheAddressSpaceIsLimited)
     options.ordering = FillInReducingMethod::MinimumDegree;
     EXPECT_EQ(solved(A, {}, options).store,
               FactorStore::Memory); // threads and BLAS have their buffers by now
-    const AddressSpace space(0.97 * forecastOf(A).memory);
+    const double buffers = static_cast<double>(BlasBufferBytes) * (TrellConfiguration::GetMaxThreads() - 1);
+    const AddressSpace space(buffers + 0.97 * forecastOf(A).memory);
     const SparseAnswer<double> answer = solved(A, {}, options);
     expectAccurate(answer, Road::Cholesky);
     EXPECT_EQ(answer.store, FactorStore::Files);

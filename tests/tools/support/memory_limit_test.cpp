@@ -29,7 +29,7 @@ public:
         scratch_.file(name, content);
     }
     double limit() const { return controlGroupLimit(scratch_.at("")); }
-    double left() const { return tools::memoryLeft(scratch_.at("")); }
+    double left(int threads = 1) const { return tools::memoryLeft(threads, scratch_.at("")); }
 
 private:
     Scratch scratch_;
@@ -131,13 +131,14 @@ TEST(MemoryLeft, IsNotTheAddressSpaceInUse)
     const double page = static_cast<double>(sysconf(_SC_PAGESIZE)), pages = static_cast<double>(space) / page;
     machine.write("proc/self/statm", std::to_string(static_cast<long>(pages) - 10) + " 5 4 1 0 3 0\n");
     EXPECT_EQ(machine.left(), 10.0 * page);
+    EXPECT_EQ(machine.left(2), 0.0) << "BLAS takes it for the second thread";
     setrlimit(RLIMIT_AS, &before);
 }
 
 TEST(MemoryLeft, OfThisProcessIsLessThanItsLimit)
 {
-    EXPECT_GT(tools::memoryLeft(), 0.0);
-    EXPECT_LT(tools::memoryLeft(), tools::memoryLimit());
+    EXPECT_GT(tools::memoryLeft(1), 0.0);
+    EXPECT_LT(tools::memoryLeft(1), tools::memoryLimit());
 }
 
 // More than any address space holds, so that no limit of the process is to blame.
