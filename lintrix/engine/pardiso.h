@@ -223,7 +223,7 @@ private:
 /// folder unless `MKL_PARDISO_OOC_CFG_PATH` and `MKL_PARDISO_OOC_CFG_FILE_NAME` name another, has lines of
 /// key, `=` or blank, and value; `#` begins a comment. Each solve and each step of refinement reads the files
 /// upwards and downwards once, for all right-hand sides. The factor is that which the same analysis has in
-/// memory, bit for bit.
+/// memory, but for what BLAS rounds differently at another address.
 ///
 /// **An error of 0 is no promise of a solution.** Where iparm(14) counts perturbed pivots the factor belongs
 /// to a matrix nearby; two steps of refinement follow unasked, but nobody looks at what they leave, and a

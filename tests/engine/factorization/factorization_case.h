@@ -145,6 +145,30 @@ struct FactorizationCase {
                columnExchange == other.columnExchange;
     }
 
+    /// The largest difference of an entry from that of another factor, beside the largest entry and eps. What
+    /// stands above the diagonals in symmetric storage is left out.
+    double distanceFrom(const FactorizationCase& other) const
+    {
+        const FactorStructure s = p.structure();
+        double most = 0.0, largest = 0.0;
+        const auto look = [&](std::size_t k, const std::vector<T>& own, const std::vector<T>& others) {
+            most = std::max<double>(most, std::abs(own[k] - others[k]));
+            largest = std::max<double>(largest, std::abs(others[k]));
+        };
+        for (int J = 0; J < s.supernodes(); ++J) {
+            for (int j = 0; j < s.width(J); ++j) {
+                const std::int64_t column =
+                    p.lowerStarts[static_cast<std::size_t>(J)] + std::int64_t{s.height(J)} * j;
+                for (int i = isUnsymmetric(rules.method) ? 0 : j; i < s.height(J); ++i)
+                    look(static_cast<std::size_t>(column + i), lower, other.lower);
+            }
+        }
+        if (isUnsymmetric(rules.method)) {
+            for (std::size_t k = 0; k < upper.size(); ++k) look(k, upper, other.upper);
+        }
+        return most / (largest * std::numeric_limits<RealOf<T>>::epsilon());
+    }
+
     StoredFactor<T> stored()
     {
         return {p.structure(), p.lowerStarts, p.upperStarts, rules.method, rules.hermitian, factor()};

