@@ -101,6 +101,17 @@ std::int32_t* _realloc_int(std::int32_t* pointer, std::uint64_t size)
     return static_cast<std::int32_t*>(_realloc_gen(pointer, size * kIntBytes));
 }
 
+void* shrinkBlock(void* pointer, std::uint64_t bytes) noexcept
+{
+    const std::uint64_t current = blockBytes(pointer), request = std::max(bytes, kSmallestBlock);
+    void* const moved = alignedReallocate(headerOf(pointer), request + sizeof(Header), kAlignment);
+    if (!moved) return pointer;
+    auto* const header = static_cast<Header*>(moved);
+    header->bytes = request;
+    MemoryAccount::subtract(static_cast<std::int64_t>(current - request));
+    return header + 1;
+}
+
 void _free_mem_int(void* pointer) noexcept
 {
     if (!pointer) return;

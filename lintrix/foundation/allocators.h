@@ -39,6 +39,10 @@ LINTRIX_TESTABLE double* _realloc_double(double* pointer, std::uint64_t size);
 LINTRIX_TESTABLE _TRELL_Complex* _realloc_Complex(_TRELL_Complex* pointer, std::uint64_t size);
 LINTRIX_TESTABLE std::int32_t* _realloc_int(std::int32_t* pointer, std::uint64_t size);
 
+/// The block with its first `bytes` bytes alone; `pointer` is a live block of at least that size. Should the
+/// system refuse even that, the block comes back as it is, and is counted as it is.
+LINTRIX_TESTABLE void* shrinkBlock(void* pointer, std::uint64_t bytes) noexcept;
+
 /// Releases any block, whatever its element type, in spite of its name; null is no error.
 LINTRIX_EXPORT void _free_mem_int(void* pointer) noexcept; // reached from inline destructors of the classes
 

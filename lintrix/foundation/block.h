@@ -99,6 +99,12 @@ public:
     /// `_realloc_gen`
     void resize(std::int64_t cells) { cells_ = reallocateCells(cells_, static_cast<std::uint64_t>(cells)); }
 
+    /// Keeps the first `cells` of its cells, in place where the system can. The address may change.
+    void shrink(std::int64_t cells) noexcept
+    {
+        cells_ = static_cast<Cell*>(shrinkBlock(cells_, bytes(cells)));
+    }
+
     /// Gives the block up without freeing it.
     Cell* release() noexcept { return std::exchange(cells_, nullptr); }
     void reset() noexcept { _free_mem_int(release()); }

@@ -266,6 +266,36 @@ TEST(Allocators, UntypedResizeCountsInBytes)
     _free_mem_int(block);
 }
 
+TEST(Allocators, ShrinkingKeepsTheFirstBytesAndGivesTheRestBack)
+{
+    const std::int64_t before = total();
+    double* block = _malloc_double(100000);
+    for (int i = 0; i < 100000; ++i) block[i] = i;
+    block = static_cast<double*>(shrinkBlock(block, 99000 * 8));
+    EXPECT_EQ(total(), before + 99000 * 8);
+    EXPECT_EQ(blockBytes(block), 99000u * 8);
+    for (int i = 0; i < 99000; ++i) ASSERT_EQ(block[i], i);
+    block = static_cast<double*>(shrinkBlock(block, 1)); // no block is smaller than sixteen bytes
+    EXPECT_EQ(total(), before + 16);
+    EXPECT_EQ(block[1], 1.0);
+    _free_mem_int(block);
+    EXPECT_EQ(total(), before);
+}
+
+TEST(Allocators, ABlockThatCannotShrinkStaysAsItIs)
+{
+    const std::int64_t before = total();
+    double* block = _malloc_double(50);
+    const SystemAllocator saved = SystemAllocatorSlots();
+    SystemAllocatorSlots().realloc = [](void*, std::size_t) -> void* { return nullptr; };
+    void* const same = shrinkBlock(block, 80);
+    SystemAllocatorSlots() = saved;
+    EXPECT_EQ(same, block);
+    EXPECT_EQ(total(), before + 400);
+    _free_mem_int(block);
+    EXPECT_EQ(total(), before);
+}
+
 TEST(Allocators, ReleaseOfNullChangesNothing)
 {
     const std::int64_t before = total();

@@ -66,7 +66,8 @@ Block<Cell> withSlack(const Cell* source, std::int64_t count, std::int32_t ld)
 template <class Cell>
 Block<Cell> withoutSlack(Block<Cell>&& block, std::int64_t count)
 {
-    return std::is_same_v<Cell, double> ? std::move(block) : Block<Cell>::copyOf(block.get(), count);
+    if constexpr (!std::is_same_v<Cell, double>) block.shrink(count);
+    return std::move(block);
 }
 
 } // namespace Velmar::Lintrix::detail
