@@ -2,7 +2,7 @@
 # the lines of that file, which is how this check itself is tested.
 #
 # A room includes its own headers and those of the rooms behind its arrows:
-#   services <- foundation <- dense <- complex <- decompositions <- sparse <- solvers
+#   services <- foundation <- dense <- complex <- decompositions <- sparse <- solvers <- systems
 #   services <- engine <- solvers          (of the engine, three headers alone are seen from outside)
 #   services <- sparse/kernels <- sparse, solvers
 # The engine's floors follow the life of a call:
@@ -22,6 +22,7 @@ set(may_include_complex services foundation dense)
 set(may_include_decompositions services foundation dense complex)
 set(may_include_sparse services foundation dense complex decompositions sparse/kernels)
 set(may_include_solvers services foundation dense complex decompositions sparse sparse/kernels engine)
+set(may_include_systems ${may_include_solvers} solvers)
 set(may_include_engine/call services)
 set(may_include_engine/report services engine/call)
 set(may_include_engine/out_of_core services engine/call engine/report)
@@ -74,7 +75,7 @@ function(check_include_of_room file room header)
   room_of("${header}" from)
   if(NOT DEFINED may_include_${room})
     complain("${file}: no room is called ${room}")
-  elseif(header IN_LIST public_headers_of_engine AND room MATCHES "^(engine/|solvers)")
+  elseif(header IN_LIST public_headers_of_engine AND room MATCHES "^(engine/|solvers|systems)")
     return()
   elseif(from MATCHES "^engine" AND NOT room MATCHES "^engine")
     complain("${file}: ${header} is internal to the engine")
