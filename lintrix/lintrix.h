@@ -24,6 +24,7 @@
 #include <lintrix/foundation/transposition.h>
 #include <lintrix/services/blas_identity.h>
 #include <lintrix/services/buffer_pool.h>
+#include <lintrix/services/memory_limit.h>
 #include <lintrix/services/system_allocator.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/services/version.h>
@@ -33,9 +34,14 @@
 #include <lintrix/solvers/sparse_solver.h>
 #include <lintrix/solvers/sparse_svd.h>
 #include <lintrix/sparse/csparse_matrix.h>
+#include <lintrix/sparse/entries.h>
 #include <lintrix/sparse/file_format_exception.h>
 #include <lintrix/sparse/kernels.h>
 #include <lintrix/sparse/matrix_market.h>
 #include <lintrix/sparse/sparse_assembler.h>
 #include <lintrix/sparse/sparse_matrix.h>
+#include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/system_matrix.h>
+#include <lintrix/systems/system_options.h>
+#include <lintrix/systems/verdict.h>
 #include <lintrix/version.h>

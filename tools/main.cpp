@@ -4,8 +4,8 @@
 #include <tools/eig/eig_command.h>
 #include <tools/info/info_command.h>
 #include <tools/solve/solve_command.h>
+#include <tools/support/address_space.h>
 #include <tools/support/input_error.h>
-#include <tools/support/memory_limit.h>
 #include <tools/support/output_file.h>
 #include <tools/support/picture.h>
 #include <tools/support/temporary_files.h>
@@ -166,7 +166,7 @@ CLI::Option* addOutOfCore(CLI::App* solve, tools::SparseOptions& options)
         return word == kCoreByMemory ? std::string() : faultOfCount(word);
     };
     const auto take = [&options](const std::string& word) {
-        options.outOfCore = true;
+        options.system.outOfCore = true;
         if (word != kCoreByMemory) options.coreMegabytes = std::stoi(word);
     };
     return solve->add_flag("--out-of-core")
@@ -179,31 +179,32 @@ CLI::Option* addOutOfCore(CLI::App* solve, tools::SparseOptions& options)
 /// The options of the direct solver.
 std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::SparseOptions& options)
 {
-    CLI::Option* const type = addChoice(solve, "--type", options.type,
+    CLI::Option* const type = addChoice(solve, "--type", options.system.type,
                                         {{"auto", std::nullopt},
                                          {"positive-definite", MatrixType::PositiveDefinite},
                                          {"indefinite", MatrixType::Indefinite},
                                          {"structurally-symmetric", MatrixType::StructurallySymmetric},
                                          {"unsymmetric", MatrixType::Unsymmetric}},
                                         "What to assume of A at first; auto looks at the values");
-    CLI::Option* const ordering = addChoice(solve, "--ordering", options.ordering,
+    CLI::Option* const ordering = addChoice(solve, "--ordering", options.system.ordering,
                                             {{"auto", std::nullopt},
                                              {"mmd", FillInReducingMethod::MinimumDegree},
                                              {"nd", FillInReducingMethod::NestedDissection},
                                              {"pnd", FillInReducingMethod::ParallelNestedDissection}},
                                             "Minimum degree or (parallel) nested dissection; auto counts");
-    CLI::Option* const strategy = addChoice(solve, "--strategy", options.settings.strategy,
+    CLI::Option* const strategy = addChoice(solve, "--strategy", options.system.engine.strategy,
                                             {{"always", FactorizationStrategy::ComputeAlways},
                                              {"when-needed", FactorizationStrategy::ComputeWhenNeeded}},
                                             "Solve with the factors, or iterate with them");
     CLI::Option* const refine =
         solve
-            ->add_option("--refine", options.settings.refine,
+            ->add_option("--refine", options.system.engine.refine,
                          "At most N steps of refinement; below 0 with residuals in extended precision")
             ->type_name("N");
     CLI::Option* const outOfCore = addOutOfCore(solve, options);
     CLI::Option* const report =
-        solve->add_flag("--report", options.settings.engineReport, "Print the direct solver's own report")
+        solve
+            ->add_flag("--report", options.system.engine.engineReport, "Print the direct solver's own report")
             ->excludes(json);
     return {type, ordering, strategy, refine, outOfCore, report};
 }

@@ -2,7 +2,7 @@
 
 #include <tools/analyse/analysis_report.h>
 #include <tools/input/matrix_file.h>
-#include <tools/input/sparse_system.h>
+#include <tools/input/sparse_room.h>
 #include <tools/support/input_error.h>
 #include <tools/support/picture.h>
 #include <tools/support/progress.h>
@@ -102,9 +102,9 @@ AnalysisReport analyse(MatrixMarketReader& reader, const AnalyseOptions& options
     report.matrix = reader.Header().file;
     report.order = rows.Rows();
     report.entries = rows.NumElements();
-    SparseSystem<Cell> matrix(std::move(rows));
+    SystemMatrix<Cell> matrix(std::move(rows));
     report.threads = TrellConfiguration::GetMaxThreads();
-    SystemAnalysis system(engineMatrixOf(matrix, assumptionOf(matrix.traits())));
+    SystemAnalysis system(matrix.As(LikelyType(matrix.Traits())));
     report.mtype = system.matrix().mtype;
     progress.erase();
 

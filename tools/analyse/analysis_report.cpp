@@ -109,7 +109,7 @@ std::string asText(const AnalysisReport& report)
     std::string text = line("matrix", printable(report.matrix)) +
                        line("size", fmt::format("{} x {}", report.order, report.order)) +
                        line("entries", fmt::format("{}", report.entries)) +
-                       line("type", fmt::format("{}, {}", report.mtype, typeInWords(report.mtype)));
+                       line("type", fmt::format("{}, {}", report.mtype, EngineTypeInWords(report.mtype)));
     if (report.orderings.empty()) return text + line("analysis", "none: a diagonal matrix is solved at once");
     text += line("matching", matchingInWords(report)) + line("threads", fmt::format("{}", report.threads)) +
             '\n' + headings();
@@ -127,7 +127,7 @@ std::string asJson(const AnalysisReport& report)
         "{{\"matrix\": {}, \"rows\": {}, \"entries\": {}, \"type\": {}, \"type_in_words\": {}, "
         "\"threads\": {}, \"matching\": {}, \"orderings\": [{}]}}\n",
         jsonString(report.matrix), report.order, report.entries, report.mtype,
-        jsonString(typeInWords(report.mtype)), report.threads, matchingAsJson(report), orderings);
+        jsonString(EngineTypeInWords(report.mtype)), report.threads, matchingAsJson(report), orderings);
 }
 
 } // namespace Velmar::Lintrix::tools

@@ -1,11 +1,9 @@
 #pragma once
 // Analyses of one matrix by the sparse direct solver, one ordering after another.
 
-#include <tools/input/engine_matrix.h>
 #include <tools/support/pattern.h>
 
-#include <lintrix/engine/analysis_summary.h>
-#include <lintrix/engine/pardiso.h>
+#include <lintrix/lintrix.h>
 
 #include <array>
 #include <cstdint>

@@ -5,7 +5,7 @@
 #include <tools/eig/spectrum_plot.h>
 #include <tools/input/dense_system.h>
 #include <tools/input/matrix_file.h>
-#include <tools/input/sparse_system.h>
+#include <tools/input/sparse_room.h>
 #include <tools/support/input_error.h>
 #include <tools/support/output_file.h>
 #include <tools/support/picture.h>

@@ -3,7 +3,7 @@
 #include <tools/input/dense_system.h>
 #include <tools/input/matrix_facts.h>
 #include <tools/input/matrix_file.h>
-#include <tools/input/sparse_system.h>
+#include <tools/input/sparse_room.h>
 #include <tools/support/output_file.h>
 #include <tools/support/pattern.h>
 #include <tools/support/picture.h>
@@ -55,7 +55,7 @@ template <class Matrix>
 PatternGrid gridOf(const Matrix& matrix, int height, int width)
 {
     PatternGrid grid(matrix.Rows(), matrix.Cols(), height, width);
-    forEachEntry(matrix, [&grid](std::int32_t row, std::int32_t col, const auto&) { grid.add(row, col); });
+    ForEachEntry(matrix, [&grid](std::int32_t row, std::int32_t col, const auto&) { grid.add(row, col); });
     return grid;
 }
 

@@ -23,16 +23,6 @@ struct MatrixFacts {
 template <class Matrix>
 MatrixFacts factsOf(const Matrix& matrix);
 
-struct Symmetry {
-    bool pattern = false, values = false;
-    bool opposite = false;   ///< a_ij = -a_ji, and not symmetric
-    bool conjugated = false; ///< a_ij is the conjugate of a_ji; of a real matrix the same as `values`
-};
-
-/// Of a square matrix with both triangles stored, one pass.
-template <class Matrix>
-Symmetry symmetryOf(const Matrix& matrix);
-
 /// "symmetric", "hermitian", "skew-symmetric", "unsymmetric with a symmetric pattern", "unsymmetric" or
 /// "rectangular".
 std::string_view symmetryInWords(const MatrixFacts& facts, std::int32_t rows, std::int32_t cols);

@@ -1,10 +1,7 @@
 #include <tools/solve/factor_files.h>
 
-#include <tools/solve/direct_run.h>
 #include <tools/support/input_error.h>
 #include <tools/support/text.h>
-
-#include <lintrix/engine/out_of_core_configuration.h>
 
 #include <fmt/format.h>
 
@@ -22,6 +19,7 @@ namespace {
 
 constexpr const char* kDefaultFolder = "/var/tmp"; // on a disk, where /tmp may be memory
 constexpr const char* kDefaultPrefix = "ooc_temp"; // of the direct solver
+constexpr double kMegabyte = 1048576.0;            // of the engine's figures
 constexpr double kShareOfMemory = 0.75;       // the rest is for the system, and for what is forecast too low
 constexpr std::uintmax_t kNoRoom = 16U << 20; // bytes: a block that is written has no more
 
@@ -95,22 +93,21 @@ std::string FactorFiles::place() const
     return folder.empty() ? "." : folder;
 }
 
-std::string FactorFiles::fault(int error, int least) const
+std::string FactorFiles::Fault(FileFault fault, int least) const
 {
     const std::string folder = place();
-    switch (error) {
-    case kEngineSmallCore:
+    switch (fault) {
+    case FileFault::SmallCore:
         return fmt::format("a core of {} MB is too small: with the factor in files {} MB are needed at least",
                            coreMegabytes_, least);
-    case kEngineNoFile:
+    case FileFault::NotOpened:
         return fmt::format("the files of the factor cannot be made or opened in {}{}", folder,
                            faultOfFolder(folder));
-    case kEngineTransfer:
-        return fmt::format("the files of the factor cannot be written or read in {}{}", folder,
-                           faultOfRoom(folder));
-    default:
-        return {};
+    case FileFault::NotTransferred:
+        break;
     }
+    return fmt::format("the files of the factor cannot be written or read in {}{}", folder,
+                       faultOfRoom(folder));
 }
 
 } // namespace Velmar::Lintrix::tools

@@ -4,6 +4,8 @@
 
 #include <tools/support/temporary_files.h>
 
+#include <lintrix/lintrix.h>
+
 #include <optional>
 #include <string>
 
@@ -26,17 +28,15 @@ private:
 /// configuration file say stands. Else files stand in a folder of their own, below the one that TMPDIR names
 /// or /var/tmp, which goes with this object and when a signal ends the process. Who wants files kept and does
 /// not say where finds them where the direct solver puts them.
-class FactorFiles {
+class FactorFiles final : public FactorPlace {
 public:
     /// `megabytes` of the core, before what the user's variables say; else after them three quarters of the
     /// bytes that are left.
     /// @throws InputError  there cannot be a folder
     FactorFiles(std::optional<int> megabytes, double memoryLeft);
 
-    int coreMegabytes() const { return coreMegabytes_; }
-    /// What is wrong, in words, for one of the engine's errors of files; with the megabytes that it needs at
-    /// least.
-    std::string fault(int error, int least) const;
+    int CoreMegabytes() const override { return coreMegabytes_; }
+    std::string Fault(FileFault fault, int least) const override;
 
 private:
     void makeFolder();

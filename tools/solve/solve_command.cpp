@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <utility>
 #include <variant>
 
 #include <unistd.h>
@@ -26,7 +27,7 @@ SystemFiles openFiles(const SolveOptions& options, Progress& progress)
     if (options.matrix == "-" && options.rightHands == "-") {
         throw InputError("standard input cannot be both the matrix and the right-hand side");
     }
-    if (options.out == kStandardOutput && options.sparse.settings.engineReport) {
+    if (options.out == kStandardOutput && options.sparse.system.engine.engineReport) {
         throw InputError("standard output cannot be both the solution and the direct solver's report");
     }
     SystemFiles files{openMatrix(options.matrix, progress), {}};
@@ -56,8 +57,16 @@ Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& rep
     if (!sparse) refuseDirectOptions(header, options);
     Solution solution = sparse ? takeSparseRoad(files, options.sparse, report, progress)
                                : takeDenseRoad(files, report, progress);
-    report.status = nameOf(solution.verdict);
+    report.status = NameOf(solution.verdict);
     return solution;
+}
+
+/// The larger of what is known; NaN if one is.
+double worseError(std::optional<double> probeError, std::optional<double> knownError)
+{
+    const double probe = probeError.value_or(0.0), known = knownError.value_or(0.0);
+    if (std::isnan(probe)) return probe;
+    return known <= probe ? probe : known;
 }
 
 /// Of a solution that has some.
@@ -70,7 +79,7 @@ std::string digitsInWords(double error)
 
 void warn(const SolveReport& report)
 {
-    const double error = worseError(report.probeError.value_or(0.0), report.maxError);
+    const double error = worseError(report.probeError, report.maxError);
     if (!(error <= kFewDigits)) {
         tellUser(
             fmt::format("warning: {}: {} be trusted: a known solution came back with a relative error of {}",
@@ -86,6 +95,31 @@ void write(const std::variant<Matrix, CMatrix>& X, OutputFile& out)
 }
 
 } // namespace
+
+template <class Cell>
+Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
+{
+    report.road = answer.road;
+    if (answer.ordering) report.ordering = NameOf(*answer.ordering);
+    report.tried = answer.tried;
+    report.reason = answer.reason;
+    report.residual = answer.residual;
+    report.normalResidual = answer.normalResidual;
+    report.probeError = answer.probeError;
+    report.maxError = answer.knownError;
+    report.perturbedPivots = answer.perturbedPivots;
+    report.refinementSteps = answer.refinementSteps;
+    report.factorEntries = static_cast<int>(answer.factorEntries);
+    if (answer.ordering && answer.factorEntries != 0) {
+        report.factorBytes = static_cast<double>(sizeof(Cell)) * static_cast<double>(answer.factorEntries);
+        if (answer.store == FactorStore::Files) report.coreMegabytes = answer.coreMegabytes;
+    }
+    if (answer.verdict == Verdict::Failed) return {{}, answer.verdict, answer.complaint};
+    return {std::move(answer.x), answer.verdict, {}};
+}
+
+template Solution tell(SystemAnswer<double>&, SolveReport&);
+template Solution tell(SystemAnswer<ComplexNumber>&, SolveReport&);
 
 void tellUser(const std::string& text)
 {

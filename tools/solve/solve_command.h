@@ -1,7 +1,7 @@
 #pragma once
 // `lintrix solve`: read a system, solve it, say how well.
 
-#include <tools/solve/sparse_roads.h>
+#include <tools/solve/sparse_options.h>
 
 #include <string>
 #include <vector>

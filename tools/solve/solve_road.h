@@ -2,12 +2,11 @@
 // What the two ways to a solution, dense and sparse, have in common for the command.
 
 #include <tools/input/columns.h>
-#include <tools/solve/quality.h>
-#include <tools/solve/sparse_roads.h>
+#include <tools/solve/sparse_options.h>
 #include <tools/support/progress.h>
 #include <tools/support/report.h>
 
-#include <lintrix/sparse/matrix_market.h>
+#include <lintrix/lintrix.h>
 
 #include <optional>
 #include <string>
@@ -26,6 +25,10 @@ struct Solution {
     Verdict verdict = Verdict::Failed;
     std::string complaint; ///< of a failed one, in words
 };
+
+/// The answer of a system in the command's words: figures to the report, and what is to be kept.
+template <class Cell>
+Solution tell(SystemAnswer<Cell>& answer, SolveReport& report);
 
 /// One line on standard error; when that cannot be written either, nobody is left to tell.
 void tellUser(const std::string& text);

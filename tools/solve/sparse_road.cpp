@@ -1,13 +1,16 @@
 #include <tools/solve/solve_road.h>
 
-#include <tools/input/dense_system.h>
 #include <tools/input/matrix_file.h>
+#include <tools/input/sparse_room.h>
+#include <tools/solve/factor_files.h>
 #include <tools/support/input_error.h>
+#include <tools/support/text.h>
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
 #include <utility>
 
 namespace Velmar::Lintrix::tools {
@@ -17,48 +20,37 @@ namespace {
 constexpr double kQuietSeconds = 0.2; // of a factorization before its progress is worth showing
 constexpr int kBarWidth = 30;         // characters
 
-/// Right-hand sides with the probe's at the end.
-template <class Cell>
-struct RightHands {
-    Columns<Cell> B;
-    Columns<Cell> known; ///< the solutions of the last columns: the probe, and the ones before it
-};
+bool isUpperTriangle(const SparseMatrix& matrix)
+{
+    return matrix.Symmetric();
+}
+bool isUpperTriangle(const CSparseMatrix&)
+{
+    return false;
+}
 
 /// Of the whole matrix, as many as the file has, and again those that it mirrors. The triangle of a symmetric
 /// one has them all and its whole diagonal.
 template <class Matrix>
 std::int64_t entriesOf(const MatrixMarketReader& reader, const Matrix& matrix)
 {
-    if (isTriangle(matrix)) return reader.Header().stored + matrix.NumElements() - matrix.Rows();
+    if (isUpperTriangle(matrix)) return reader.Header().stored + matrix.NumElements() - matrix.Rows();
     return reader.EntriesRead();
 }
 
 template <class Cell>
-SparseSystem<Cell> load(SystemFiles& files, SolveReport& report, std::optional<Columns<Cell>>& given)
+SparseRows<Cell> load(SystemFiles& files, SolveReport& report, std::optional<Columns<Cell>>& given)
 {
     const MatrixMarketHeader& header = files.matrix.Header();
-    requireSparseRoom(header, memoryLimit(), kIsComplex<Cell>);
+    requireSparseRoom(header, MemoryLimit(), kIsComplex<Cell>);
     if (files.rightHands)
-        requireSparseRoomBeside(header, files.rightHands->Header(), memoryLimit(), kIsComplex<Cell>);
+        requireSparseRoomBeside(header, files.rightHands->Header(), MemoryLimit(), kIsComplex<Cell>);
     SparseRows<Cell> matrix = readRows<Cell>(files.matrix, MatrixMarketStorage::UpperTriangle);
     if (files.rightHands) given = readColumns<Cell>(*files.rightHands);
     report.entries = entriesOf(files.matrix, matrix);
     report.rightHands = given ? given->Cols() : 1;
     report.seconds.finish("read");
-    return SparseSystem<Cell>(std::move(matrix));
-}
-
-/// A*(1, ..., 1) where none are given.
-template <class Cell>
-RightHands<Cell> assemble(const SparseRows<Cell>& A, const std::optional<Columns<Cell>>& given)
-{
-    const std::int32_t n = A.Rows(), count = given ? given->Cols() : 1;
-    Columns<Cell> known = filledWith<Columns<Cell>>(1.0, n, given ? 1 : 2);
-    copyColumns(probeSolution<Cell>(n), known, known.Cols() - 1);
-    Columns<Cell> B(n, count + 1);
-    if (given) copyColumns(*given, B, 0);
-    copyColumns(A * known, B, count + 1 - known.Cols());
-    return {std::move(B), std::move(known)};
+    return matrix;
 }
 
 /// What speaks against a type.
@@ -68,14 +60,6 @@ std::string_view contradiction(MatrixType type, bool complex)
     if (!complex) return "the matrix is not symmetric";
     return type == MatrixType::PositiveDefinite ? "the matrix is not hermitian"
                                                 : "the matrix is neither hermitian nor symmetric";
-}
-
-Road chooseRoad(const Traits& traits, const SparseOptions& options, const std::string& file, bool complex)
-{
-    if (!options.type) return firstRoad(traits);
-    const std::optional<Road> road = firstRoad(*options.type, traits);
-    if (road) return *road;
-    throw InputError(file, fmt::format("{}, as --type says", contradiction(*options.type, complex)));
 }
 
 /// A bar on the terminal, once a factorization takes its time; written anew when it has grown.
@@ -97,47 +81,52 @@ std::function<void(int)> barFor(const std::string& file, Progress& progress)
     };
 }
 
-template <class Cell>
-void tell(const SparseAnswer<Cell>& answer, SolveReport& report)
+/// The options with the command's ways of telling and keeping.
+SystemOptions optionsFor(const SparseOptions& options, SolveReport& report, Progress& progress)
 {
-    report.road = answer.roadName;
-    if (answer.ordering) report.ordering = nameOf(*answer.ordering);
-    report.tried = answer.tried;
-    report.reason = answer.reason;
-    report.residual = answer.residual;
-    report.probeError = answer.probeError;
-    report.maxError = answer.knownError;
-    report.perturbedPivots = answer.perturbedPivots;
-    report.refinementSteps = answer.refinementSteps;
-    report.factorEntries = answer.factorEntries;
-    if (!answer.ordering || answer.factorEntries == 0) return;
-    report.factorBytes = static_cast<double>(sizeof(Cell)) * answer.factorEntries;
-    if (answer.store == FactorStore::Files) report.coreMegabytes = answer.coreMegabytes;
+    SystemOptions told = options.system;
+    told.engine.progress = barFor(report.matrix, progress);
+    told.stepDone = [&report](std::string_view step) { report.seconds.finish(step); };
+    told.openPlace = [core = options.coreMegabytes](double left) {
+        return std::make_unique<FactorFiles>(core, left);
+    };
+    told.goesToFiles = [&](double needed, double left) {
+        progress.erase();
+        tellUser(fmt::format("{}: the factor needs {} and {} are left: it is kept in files", report.matrix,
+                             bytesInWords(needed), bytesInWords(left)));
+    };
+    return told;
+}
+
+template <class Cell>
+LinearSystem<Cell> assemble(SparseRows<Cell> matrix, const SystemOptions& options, const std::string& file)
+try {
+    return LinearSystem<Cell>(std::move(matrix), options);
+} catch (const ArgumentException&) {
+    throw InputError(file, fmt::format("{}, as --type says", contradiction(*options.type, kIsComplex<Cell>)));
+}
+
+template <class Cell>
+SystemAnswer<Cell> solve(LinearSystem<Cell>& system, const std::optional<Columns<Cell>>& given)
+try {
+    if (given) return system.Solve(*given);
+    return system.SolveKnown(filledWith<Columns<Cell>>(1.0, system.Cols(), 1));
+} catch (const OperationFailedException& failure) {
+    throw InputError(failure.what());
 }
 
 template <class Cell>
 Solution solveIn(SystemFiles& files, const SparseOptions& options, SolveReport& report, Progress& progress)
 {
     std::optional<Columns<Cell>> given;
-    SparseSystem<Cell> system = load<Cell>(files, report, given);
+    SparseRows<Cell> matrix = load<Cell>(files, report, given);
     progress.erase();
-    const Road road = chooseRoad(system.traits(), options, report.matrix, kIsComplex<Cell>);
-    const RightHands<Cell> rightHands = assemble<Cell>(system.matrix(), given);
+    LinearSystem<Cell> system =
+        assemble<Cell>(std::move(matrix), optionsFor(options, report, progress), report.matrix);
     report.seconds.finish("assemble");
-
-    SparseOptions told = options;
-    told.settings.progress = barFor(report.matrix, progress);
-    told.notice = [&](const std::string& text) {
-        progress.erase();
-        tellUser(fmt::format("{}: {}", report.matrix, text));
-    };
-    SparseAnswer<Cell> answer =
-        solveSparse(system, rightHands.B, rightHands.known, road, told, report.seconds);
+    SystemAnswer<Cell> answer = solve<Cell>(system, given);
     progress.erase();
-    tell(answer, report);
-    if (answer.verdict == Verdict::Failed)
-        return {{}, Verdict::Failed, "there is no good solution: " + answer.reason};
-    return {std::move(answer.x), answer.verdict, {}};
+    return tell(answer, report);
 }
 
 } // namespace

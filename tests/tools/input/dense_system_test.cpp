@@ -60,7 +60,7 @@ TEST(RequireRoom, RectangularMatricesNeedTheirTriangleBesides)
 
 TEST(RequireRoom, TheMachinesOwnMemoryIsTheDefault)
 {
-    EXPECT_GT(memoryLimit(), 1e8);
+    EXPECT_GT(MemoryLimit(), 1e8);
     EXPECT_EQ(refusalOf([] { requireRoom(headerOf(10, 10)); }), "accepted");
 }
 

@@ -2,7 +2,7 @@
 
 #include <tools/input/matrix_facts.h>
 
-#include <tests/tools/input/complex_matrix.h>
+#include <tests/systems/complex_matrix.h>
 
 #include <lintrix/sparse/sparse_assembler.h>
 

@@ -1,7 +1,6 @@
 // How the command configures factors in files, beside what the user has said.
 
 #include <tests/support/files.h>
-#include <tools/solve/direct_run.h>
 #include <tools/solve/factor_files.h>
 #include <tools/support/input_error.h>
 
@@ -59,7 +58,7 @@ TEST_F(FactorFilesOf, AUserWithoutWishesAreInAFolderThatGoes)
 {
     {
         const FactorFiles files(12, 1e9);
-        EXPECT_EQ(files.coreMegabytes(), 12);
+        EXPECT_EQ(files.CoreMegabytes(), 12);
         ASSERT_THAT(folder.names(), SizeIs(1));
         const OutOfCoreConfiguration told = ReadOutOfCoreConfiguration();
         EXPECT_THAT(std::string(told.path), StartsWith(folder.at(folder.names().front())));
@@ -78,13 +77,13 @@ TEST_F(FactorFilesOf, AUserFollowItsVariables)
     setenv(kKeep, "1", 1);
     {
         const FactorFiles files({}, 1e9);
-        EXPECT_EQ(files.coreMegabytes(), 7);
+        EXPECT_EQ(files.CoreMegabytes(), 7);
         const OutOfCoreConfiguration told = ReadOutOfCoreConfiguration();
         EXPECT_STREQ(told.path, "mine");
         EXPECT_EQ(told.keepsFiles, true);
         EXPECT_THAT(folder.names(), IsEmpty());
     }
-    EXPECT_EQ(FactorFiles(5, 1e9).coreMegabytes(), 5) << "the option comes first";
+    EXPECT_EQ(FactorFiles(5, 1e9).CoreMegabytes(), 5) << "the option comes first";
     EXPECT_STREQ(std::getenv(kCore), "7");
 }
 
@@ -94,11 +93,11 @@ TEST_F(FactorFilesOf, AUserFollowItsConfigurationFile)
                                           "mkl_pardiso_ooc_max_core_size = 9\n"
                                           "mkl_pardiso_ooc_keep_file = 1\n");
     const FactorFiles files({}, 1e9);
-    EXPECT_EQ(files.coreMegabytes(), 9);
+    EXPECT_EQ(files.CoreMegabytes(), 9);
     EXPECT_STREQ(ReadOutOfCoreConfiguration().path, "of_file");
     EXPECT_EQ(ReadOutOfCoreConfiguration().keepsFiles, true);
     EXPECT_THAT(folder.names(), IsEmpty());
-    EXPECT_EQ(FactorFiles(5, 1e9).coreMegabytes(), 5);
+    EXPECT_EQ(FactorFiles(5, 1e9).CoreMegabytes(), 5);
 }
 
 // They would go with the folder.
@@ -115,9 +114,9 @@ TEST_F(FactorFilesOf, AnyoneHaveThreeQuartersOfTheMemory)
     const std::vector<std::pair<double, int>> table{
         {0.0, 1}, {1.4 * 1048576, 1}, {4.0 * 1048576, 3}, {400.0 * 1048576, 300}, {1e30, INT_MAX}};
     for (const auto& [left, megabytes] : table)
-        EXPECT_EQ(FactorFiles({}, left).coreMegabytes(), megabytes) << left;
+        EXPECT_EQ(FactorFiles({}, left).CoreMegabytes(), megabytes) << left;
     setenv(kCore, "some", 1);
-    EXPECT_EQ(FactorFiles({}, 4.0 * 1048576).coreMegabytes(), 3) << "a word that is no size";
+    EXPECT_EQ(FactorFiles({}, 4.0 * 1048576).CoreMegabytes(), 3) << "a word that is no size";
 }
 
 TEST_F(FactorFilesOf, AFolderThatCannotBeAreRefused)
@@ -137,13 +136,11 @@ TEST_F(FactorFilesOf, AUserTellWhatIsWrongWithThem)
 {
     setenv(kPath, "/nowhere/factor", 1);
     const FactorFiles files(3, 1e9);
-    EXPECT_EQ(files.fault(0, 5), "");
-    EXPECT_EQ(files.fault(kEngineNumeric, 5), "");
-    EXPECT_EQ(files.fault(kEngineSmallCore, 5),
+    EXPECT_EQ(files.Fault(FileFault::SmallCore, 5),
               "a core of 3 MB is too small: with the factor in files 5 MB are needed at least");
-    EXPECT_EQ(files.fault(kEngineNoFile, 5),
+    EXPECT_EQ(files.Fault(FileFault::NotOpened, 5),
               "the files of the factor cannot be made or opened in /nowhere: No such file or directory");
-    EXPECT_THAT(files.fault(kEngineTransfer, 5),
+    EXPECT_THAT(files.Fault(FileFault::NotTransferred, 5),
                 StartsWith("the files of the factor cannot be written or read in /nowhere"));
 }
 

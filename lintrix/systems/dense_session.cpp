@@ -1,0 +1,118 @@
+#include <lintrix/systems/session.h>
+
+#include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/dense_solver.h>
+#include <lintrix/systems/roads/road_choice.h>
+
+#include <algorithm>
+#include <cmath>
+#include <type_traits>
+#include <utility>
+
+namespace Velmar::Lintrix::detail {
+
+using namespace roads;
+
+namespace {
+
+Matrix turned(const Matrix& A, TransposeMode)
+{
+    return A.Transpose();
+}
+CMatrix turned(const CMatrix& A, TransposeMode op)
+{
+    return op == TransposeMode::Transposed ? A.Transpose() : A.Adjoint();
+}
+
+template <class Cell>
+class DenseRoads final : public SystemSession<Cell> {
+public:
+    using M = MatrixOf<Cell>;
+
+    DenseRoads(M A, SystemOptions options) : options_(std::move(options)), A_(std::move(A)) {}
+
+    std::int32_t rows() const noexcept override { return A_.Rows(); }
+    std::int32_t cols() const noexcept override { return A_.Cols(); }
+    const MatrixTraits& traits() const noexcept override { return traits_; }
+    std::int32_t analyses() const noexcept override { return 0; }
+    std::int32_t factorizations() const noexcept override { return factorizations_; }
+
+    SystemForecast forecast() override
+    {
+        const double m = rows(), n = cols(), p = std::min(m, n),
+                     each = std::is_same_v<Cell, Complex> ? 4.0 : 1.0;
+        const double operations =
+            each * (m == n ? 2.0 / 3.0 * n * n * n : 2.0 * p * p * (std::max(m, n) - p / 3.0));
+        const double bytes = 2.0 * sizeof(Cell) * m * n;
+        return {static_cast<std::int64_t>(m * n), operations, bytes, bytes};
+    }
+
+    SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
+    {
+        std::optional<M> other;
+        if (op != TransposeMode::NotTransposed) other = turned(A_, op);
+        const M& A = other ? *other : A_;
+        const M B = given ? *given : known ? A * *known : M(A.Rows(), 1);
+        // A wide system is answered by its shortest solution, which a known one need not be.
+        const bool isUnique = known && A.Rows() >= A.Cols();
+        Answer<M> found = solveDense(A, B);
+        ++factorizations_;
+        finish("solve");
+        SystemAnswer<Cell> answer = tell(A, B, isUnique ? known : nullptr, found);
+        if (!given && !known) answer.x.reset(); // zero, beside the probe
+        return answer;
+    }
+
+private:
+    /// Residuals and errors; an answer that does not solve its system is told to be inaccurate, one without a
+    /// correct digit to be ill-conditioned.
+    SystemAnswer<Cell> tell(const M& A, const M& B, const M* known, Answer<M>& found) const
+    {
+        SystemAnswer<Cell> answer{.probeError = found.probeError, .road = found.road};
+        Quality quality;
+        if (found.status == Status::Solved) {
+            quality = judge(A, *found.x, B);
+            answer.residual = quality.residual;
+            answer.normalResidual = quality.normalResidual;
+            if (known) answer.knownError = probeError(*known, *found.x);
+            quality.error = worseError(found.probeError.value_or(0.0), answer.knownError);
+            if (!(quality.judged() <= kPoor))
+                found.status = Status::Inaccurate;
+            else if (!(quality.error < kNoDigit))
+                found.status = Status::IllConditioned;
+        }
+        finish("check");
+        if (found.status != Status::Solved) {
+            answer.reason = nameOf(found.status);
+            answer.complaint = explain(found, A, quality);
+            return answer;
+        }
+        answer.verdict = verdictOf(quality.judged(), quality.error);
+        if (answer.verdict == Verdict::Degraded) answer.reason = "ill-conditioned";
+        answer.x = std::move(found.x);
+        return answer;
+    }
+
+    void finish(std::string_view step) const
+    {
+        if (options_.stepDone) options_.stepDone(step);
+    }
+
+    SystemOptions options_;
+    M A_;
+    MatrixTraits traits_{};
+    std::int32_t factorizations_ = 0;
+};
+
+} // namespace
+
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> denseSession(MatrixOf<Cell> A, SystemOptions options)
+{
+    return std::make_unique<DenseRoads<Cell>>(std::move(A), std::move(options));
+}
+
+template std::unique_ptr<SystemSession<double>> denseSession<double>(Matrix, SystemOptions);
+template std::unique_ptr<SystemSession<Complex>> denseSession<Complex>(CMatrix, SystemOptions);
+
+} // namespace Velmar::Lintrix::detail

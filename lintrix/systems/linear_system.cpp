@@ -1,0 +1,109 @@
+#include <lintrix/systems/linear_system.h>
+
+#include <lintrix/complex/access.h>
+#include <lintrix/foundation/failures.h>
+#include <lintrix/systems/session.h>
+
+#include <utility>
+
+namespace Velmar::Lintrix {
+
+template <class Cell>
+LinearSystem<Cell>::LinearSystem(Sparse A, SystemOptions options)
+    : session_(detail::sparseSession<Cell>(std::move(A), std::move(options)))
+{
+}
+
+template <class Cell>
+LinearSystem<Cell>::LinearSystem(M A, SystemOptions options)
+    : session_(detail::denseSession<Cell>(std::move(A), std::move(options)))
+{
+}
+
+template <class Cell>
+LinearSystem<Cell>::LinearSystem(LinearSystem&&) noexcept = default;
+template <class Cell>
+LinearSystem<Cell>& LinearSystem<Cell>::operator=(LinearSystem&&) noexcept = default;
+template <class Cell>
+LinearSystem<Cell>::~LinearSystem() = default;
+
+template <class Cell>
+std::int32_t LinearSystem<Cell>::Rows() const noexcept
+{
+    return session_->rows();
+}
+
+template <class Cell>
+std::int32_t LinearSystem<Cell>::Cols() const noexcept
+{
+    return session_->cols();
+}
+
+template <class Cell>
+std::int32_t LinearSystem<Cell>::rowsOf(TransposeMode op) const noexcept
+{
+    return op == TransposeMode::NotTransposed ? Rows() : Cols();
+}
+
+template <class Cell>
+const MatrixTraits& LinearSystem<Cell>::Traits() const noexcept
+{
+    return session_->traits();
+}
+
+template <class Cell>
+SystemForecast LinearSystem<Cell>::Forecast()
+{
+    return session_->forecast();
+}
+
+template <class Cell>
+Verdict LinearSystem<Cell>::Factorize()
+{
+    return session_->solve(nullptr, nullptr, TransposeMode::NotTransposed).verdict;
+}
+
+template <class Cell>
+SystemAnswer<Cell> LinearSystem<Cell>::Solve(const M& B, TransposeMode op)
+{
+    if (B.Rows() != rowsOf(op)) throw SizeMismatchException();
+    return session_->solve(&B, nullptr, op);
+}
+
+template <class Cell>
+SystemAnswer<Cell> LinearSystem<Cell>::Solve(const V& b, TransposeMode op)
+{
+    return Solve(detail::AccessTo<Cell>::copyOf(detail::AccessTo<Cell>::cells(b), b.Length(), 1), op);
+}
+
+template <class Cell>
+SystemAnswer<Cell> LinearSystem<Cell>::SolveKnown(const M& known, TransposeMode op)
+{
+    if (known.Rows() != Rows() + Cols() - rowsOf(op)) throw SizeMismatchException();
+    return session_->solve(nullptr, &known, op);
+}
+
+template <class Cell>
+SystemChange LinearSystem<Cell>::Update(const Sparse& A)
+{
+    auto* const sparse = dynamic_cast<detail::SparseSession<Cell>*>(session_.get());
+    if (!sparse) throw InvalidOperationException("The system is dense.");
+    return sparse->update(A);
+}
+
+template <class Cell>
+std::int32_t LinearSystem<Cell>::Analyses() const noexcept
+{
+    return session_->analyses();
+}
+
+template <class Cell>
+std::int32_t LinearSystem<Cell>::Factorizations() const noexcept
+{
+    return session_->factorizations();
+}
+
+template class LinearSystem<double>;
+template class LinearSystem<std::complex<double>>;
+
+} // namespace Velmar::Lintrix

@@ -1,0 +1,160 @@
+#pragma once
+/// @file
+/// A linear system, solved by whatever road leads to a solution, and how far that can be trusted.
+
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/complex/cvector.h>
+#include <lintrix/foundation/transposition.h>
+#include <lintrix/sparse/csparse_matrix.h>
+#include <lintrix/sparse/sparse_matrix.h>
+#include <lintrix/systems/system_matrix.h>
+#include <lintrix/systems/system_options.h>
+#include <lintrix/systems/verdict.h>
+
+#include <complex>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Velmar::Lintrix {
+
+namespace detail {
+template <class Cell>
+class SystemSession;
+}
+
+/// What a solve found, and how good it is.
+template <class Cell>
+struct LINTRIX_EXPORT SystemAnswer {
+    Verdict verdict = Verdict::Failed;         ///< of the worst right-hand side
+    std::optional<detail::MatrixOf<Cell>> x{}; ///< n x nrhs; none where no road led to any
+    std::string reason{};                      ///< of a verdict other than Accurate, in a few words
+    std::string complaint{};                   ///< of Failed, as the end of a sentence
+
+    /// The largest over the right-hand sides of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.
+    std::optional<double> residual{};
+    /// Of a tall system, whose residual is large by nature where b is not in the range of A: the same for the
+    /// normal equations, ||A^H*(b - A*x)|| / (||A^H|| (||A|| ||x|| + ||b||)).
+    std::optional<double> normalResidual{};
+    /// The relative error with which a known solution came back that was solved for beside the others, or at
+    /// the factorization.
+    std::optional<double> probeError{};
+    std::optional<double> knownError{}; ///< of `x` itself, where it was known beforehand
+
+    std::string_view road = "";                     ///< "sparse Cholesky", "sparse LU with matching", ...
+    std::optional<FillInReducingMethod> ordering{}; ///< none of a dense factor, or where there is none
+    std::vector<std::string> tried{};               ///< "ROAD: why it was left", of the other roads
+    std::int32_t perturbedPivots = 0, refinementSteps = 0;
+    std::int64_t factorEntries = 0; ///< of L and U together
+    FactorStore store = FactorStore::Memory;
+    int coreMegabytes = 0; ///< that are used beside a factor in files
+
+    /// All of it for people, in a few lines: the verdict, what it rests on, what was tried, what to do.
+    std::string Explain() const;
+};
+
+/// What a factorization is going to take, before any number is computed.
+struct SystemForecast {
+    std::int64_t factorEntries = 0; ///< of L, diagonal included
+    double operations = 0.0;        ///< of the factorization
+    double bytesInMemory = 0.0;     ///< of analysis, factor and solve in all
+    double bytesWithFiles =
+        0.0; ///< of memory at least, with the factor in files; as above where it cannot be
+};
+
+/// What `LinearSystem::Update` found changed.
+enum class SystemChange {
+    None,    ///< the factor stands
+    Values,  ///< the pattern is the same: the analysis stands, the next solve factorizes
+    Pattern, ///< everything is done anew
+};
+
+/// op(A)*X = B with a square sparse A, by the sparse direct solver or, where that finds no way, in dense
+/// storage; or with a dense A of any shape.
+///
+///     LinearSystem system(A);
+///     const auto answer = system.Solve(b);
+///     if (answer.verdict != Verdict::Accurate) std::cerr << answer.Explain();
+///
+/// **Roads.** The values of A suggest the first one: Cholesky, L*D*L', LU along the diagonal, LU with
+/// matching and scaling. Whatever it returns is measured, and so is a right-hand side of its own whose
+/// solution is known (the probe): where few digits come back, or the residual is above rounding level, the
+/// other order of elimination is taken, then the next stronger road, last LU in dense storage. The forecast
+/// of each is held against what was already done, so that none runs away. The best answer of all counts, with
+/// the road that it came from; its factor is kept for the next solve.
+///
+/// **Phases.** `Forecast` analyses, `Factorize` makes the factor, `Solve` does what is still missing.
+/// `Update` brings other values or another pattern and repeats no more than it must.
+///
+/// **Failures** are told by the verdict as long as they are the matrix's. Raised are the caller's and the
+/// system's: sizes, memory, files. After any of them the object can be used again. One factor may be solved
+/// with by several threads: they take turns.
+template <class Cell>
+class LINTRIX_EXPORT LinearSystem {
+public:
+    using Sparse = detail::SparseOf<Cell>;
+    using M = detail::MatrixOf<Cell>;
+    using V = detail::VectorOf<Cell>;
+
+    /// Takes a copy, or the matrix itself if it is given up; no number is computed. A real one may store its
+    /// upper triangle alone (`Symmetric`).
+    /// @throws NotSquareMatrixException  "Matrix is not square."
+    /// @throws ArgumentException         `options.type` contradicts the values
+    /// @throws NotEnoughMemoryException
+    explicit LinearSystem(Sparse A, SystemOptions options = {});
+    /// Takes a dense matrix of any shape: square by LU, tall in the least-squares sense by QR, wide with
+    /// smallest norm by LQ, anew in each solve.
+    explicit LinearSystem(M A, SystemOptions options = {});
+
+    LinearSystem(LinearSystem&&) noexcept;
+    LinearSystem& operator=(LinearSystem&&) noexcept;
+    ~LinearSystem();
+
+    std::int32_t Rows() const noexcept;
+    std::int32_t Cols() const noexcept;
+    /// What the values of a sparse matrix tell before anything is factorized; nothing of a dense one.
+    const MatrixTraits& Traits() const noexcept;
+
+    /// Of the first road. Cost: an analysis, which the factorization then uses.
+    SystemForecast Forecast();
+    /// The factor by the best road, found with the probe alone. @return  its verdict on the factor
+    Verdict Factorize();
+
+    /// X with op(A)*X = B. Checks, in this order:
+    /// @throws SizeMismatchException     B has not as many rows as op(A): "Matrix sizes do not match."
+    /// @throws NotEnoughMemoryException  there is no room for the first factor
+    /// @throws OperationFailedException  the files of a factor fail, in words
+    SystemAnswer<Cell> Solve(const M& B, TransposeMode op = TransposeMode::NotTransposed);
+    SystemAnswer<Cell> Solve(const V& b, TransposeMode op = TransposeMode::NotTransposed);
+    /// The same for B = op(A)*`known`: how well does the solution come back that is known?
+    /// @throws SizeMismatchException  `known` has not as many rows as op(A) columns
+    SystemAnswer<Cell> SolveKnown(const M& known, TransposeMode op = TransposeMode::NotTransposed);
+
+    /// Goes on with `A` in place of the matrix before, and tells what has changed. The size may change.
+    /// Cost: one pass over the entries.
+    /// @throws InvalidOperationException  the system is dense: "The system is dense."
+    /// @throws as the constructor; then the matrix before stands
+    SystemChange Update(const Sparse& A);
+
+    std::int32_t Analyses() const noexcept;       ///< since the construction
+    std::int32_t Factorizations() const noexcept; ///< likewise
+
+private:
+    std::int32_t rowsOf(TransposeMode op) const noexcept;
+
+    std::unique_ptr<detail::SystemSession<Cell>> session_;
+};
+
+LinearSystem(SparseMatrix)->LinearSystem<double>;
+LinearSystem(SparseMatrix, SystemOptions)->LinearSystem<double>;
+LinearSystem(CSparseMatrix)->LinearSystem<std::complex<double>>;
+LinearSystem(CSparseMatrix, SystemOptions)->LinearSystem<std::complex<double>>;
+LinearSystem(Matrix)->LinearSystem<double>;
+LinearSystem(Matrix, SystemOptions)->LinearSystem<double>;
+LinearSystem(CMatrix)->LinearSystem<std::complex<double>>;
+LinearSystem(CMatrix, SystemOptions)->LinearSystem<std::complex<double>>;
+
+} // namespace Velmar::Lintrix

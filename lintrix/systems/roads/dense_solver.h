@@ -1,0 +1,52 @@
+#pragma once
+/// @file
+/// Solves A*X = B by the dense road that the shape asks for.
+
+#include <lintrix/complex/cmatrix.h>
+#include <lintrix/dense/matrix.h>
+#include <lintrix/services/export.h>
+#include <lintrix/systems/roads/quality.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Velmar::Lintrix::detail::roads {
+
+enum class Status {
+    Solved,
+    Singular,      ///< square, LU met an exactly zero pivot
+    RankDeficient, ///< tall or wide, the rank is smaller than the smaller side
+    NotFinite,     ///< the solution overflowed
+    Inaccurate,    ///< there is a solution, but its residual is too large
+    IllConditioned ///< there is one with a small residual, but not a digit of what is known came back
+};
+
+/// "solved", "singular", "rank-deficient", "not-finite", "inaccurate", "ill-conditioned".
+LINTRIX_TESTABLE std::string_view nameOf(Status status);
+
+/// `Block` is Matrix or CMatrix.
+template <class Block>
+struct Answer {
+    Status status = Status::Solved;
+    std::string_view road;            ///< "LU", "QR (least squares)" or "LQ (minimum norm)"
+    std::optional<Block> x;           ///< n x nrhs; none when singular or rank-deficient
+    std::optional<double> probeError; ///< largest error of z, relative to its largest element
+    std::int32_t rank = 0;            ///< of a tall or wide matrix, to working precision
+};
+
+/// X with A*X = B: square by LU, tall in the least-squares sense by QR, wide with smallest norm by LQ.
+///
+/// Square systems go through Matrix::Solve. Of a tall or wide system that settles only the first column, and
+/// nothing of a complex one; so these are factorized once and solved column by column, in complex numbers
+/// with Q applied here. Their rank is read off a pivoted QR of the triangular factor: diagonal elements above
+/// max(m, n)*2^-52 times the first one count (Golub and Van Loan, Matrix Computations, 4th ed., section 5.5).
+template <class Block>
+LINTRIX_TESTABLE Answer<Block> solveDense(const Block& A, const Block& B);
+
+/// Why there is no good answer, in words; for a status other than Solved.
+template <class Block>
+LINTRIX_TESTABLE std::string explain(const Answer<Block>& answer, const Block& A, const Quality& quality);
+
+} // namespace Velmar::Lintrix::detail::roads

@@ -1,0 +1,167 @@
+#include <lintrix/systems/roads/direct_run.h>
+
+#include <lintrix/engine/analysis_summary.h>
+
+namespace Velmar::Lintrix::detail::roads {
+
+namespace {
+
+/// What a road sets of the engine's parameters.
+struct Setup {
+    Road road;
+    std::string_view name, hermitianName;
+    MatrixType type;
+    int pivotExponent, matching, pairs; ///< PivotExponent, Scaling and Matching, SymmetricPivoting
+    int iteration;                      ///< unit digit of IterativePath where factors are kept
+};
+
+constexpr std::array<Setup, 7> kSetups{{
+    {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", MatrixType::PositiveDefinite, 0, 0, 0, 2},
+    {Road::Symmetric, "sparse LDL'", "sparse LDL^H", MatrixType::Indefinite, 8, 0, 0, 2},
+    {Road::SymmetricPairs, "sparse LDL' with matching", "sparse LDL^H with matching", MatrixType::Indefinite,
+     8, 1, 1, 2},
+    {Road::Unmatched, "sparse LU", "sparse LU", MatrixType::StructurallySymmetric, 13, 0, 0, 1},
+    {Road::Matched, "sparse LU with matching", "sparse LU with matching", MatrixType::Unsymmetric, 13, 1, 0,
+     1},
+    {Road::Coarse, "sparse LU with raised pivots", "sparse LU with raised pivots", MatrixType::Unsymmetric, 6,
+     1, 0, 1},
+    {Road::Dense, "dense LU", "dense LU", MatrixType::Unsymmetric, 0, 0, 0, 0},
+}};
+
+const Setup& setupOf(Road road)
+{
+    return kSetups[static_cast<std::size_t>(road)];
+}
+
+constexpr int kIterationTolerance = 6; // iterate to 10^-6 of the first residual
+
+int tellProgress(void* context, int, int percent, const char*, int)
+{
+    (*static_cast<const std::function<void(int)>*>(context))(percent);
+    return 0;
+}
+
+} // namespace
+
+std::string_view nameOf(Road road, int mtype)
+{
+    return mtype == -4 ? setupOf(road).hermitianName : setupOf(road).name;
+}
+
+MatrixType typeOf(Road road)
+{
+    return setupOf(road).type;
+}
+
+bool scales(Road road)
+{
+    return setupOf(road).matching != 0;
+}
+
+bool ordersByPairs(Road road)
+{
+    return setupOf(road).pairs != 0;
+}
+
+std::optional<Road> roadAfter(Road road)
+{
+    switch (road) {
+    case Road::Cholesky:
+        return Road::Symmetric;
+    case Road::Symmetric:
+        return Road::SymmetricPairs;
+    case Road::SymmetricPairs:
+    case Road::Unmatched:
+        return Road::Matched;
+    case Road::Matched:
+        return Road::Coarse;
+    case Road::Coarse:
+        return Road::Dense;
+    case Road::Dense:
+        break;
+    }
+    return std::nullopt;
+}
+
+DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod ordering,
+                     const EngineSettings& settings)
+    : matrix_(matrix), settings_(settings)
+{
+    const Setup& setup = setupOf(road);
+    using enum PardisoParameter;
+    parameters_[CallersValues] = 1;
+    parameters_[Ordering] = static_cast<int>(ordering);
+    if (settings.strategy == FactorizationStrategy::ComputeWhenNeeded)
+        parameters_[IterativePath] = 10 * kIterationTolerance + setup.iteration;
+    parameters_[RefinementLimit] = settings.refine;
+    parameters_[PivotExponent] = setup.pivotExponent;
+    parameters_[Scaling] = parameters_[Matching] = setup.matching;
+    parameters_[SymmetricPivoting] = setup.pairs;
+}
+
+DirectRun::~DirectRun()
+{
+    parameters_[PardisoParameter::Transpose] =
+        0; // else the release of a handle could be taken for that of a diagonal matrix
+    call(-1, 1, nullptr, nullptr);
+}
+
+RoadCost DirectRun::cost() const
+{
+    const std::optional<AnalysisSummary> summary = AnalysisView(handle_.data()).Summary();
+    if (!summary) return {};
+    const double kilobytes = static_cast<double>(parameters_[PardisoParameter::AnalysisKept]) +
+                             parameters_[PardisoParameter::FactorMemory];
+    return {summary->lowerNonZeros, summary->operations,
+            std::min(1024.0 * kilobytes, kMegabyte * leastMegabytes()), bytesInMemory(),
+            kMegabyte * leastMegabytes()};
+}
+
+EngineAnswer DirectRun::analyse(FactorStore store, std::int32_t rightHands)
+{
+    parameters_[PardisoParameter::OutOfCore] = store == FactorStore::Files ? 2 : 0;
+    parameters_[PardisoParameter::FactorNonZeros] = -1;
+    return call(11, rightHands, nullptr, nullptr);
+}
+
+EngineAnswer DirectRun::factorize()
+{
+    if (!settings_.progress) return call(22, 1, nullptr, nullptr);
+    std::function<void(int)> listener = settings_.progress;
+    const PardisoProgressScope scope({tellProgress, &listener});
+    return call(22, 1, nullptr, nullptr);
+}
+
+DirectRun::Reading DirectRun::readingOf(TransposeMode op) const
+{
+    constexpr int kComplexSymmetric = 6;
+    const bool transposed = op != TransposeMode::NotTransposed,
+               conjugated = op == TransposeMode::ConjugateTransposed;
+    if (!matrix_.isTriangle()) return {transposed, conjugated};
+    return {false, matrix_.mtype == kComplexSymmetric ? conjugated : transposed && !conjugated};
+}
+
+void DirectRun::setTranspose(bool transposed)
+{
+    parameters_[PardisoParameter::Transpose] = transposed ? 1 : 0;
+}
+
+void DirectRun::limitRefinement(std::int32_t steps)
+{
+    parameters_[PardisoParameter::RefinementLimit] = steps;
+}
+
+/// The engine reads the right-hand sides, and writes to them only where SolutionPlace asks for it.
+EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x)
+{
+    constexpr int kOne = 1;
+    const int level = settings_.engineReport ? 1 : 0;
+    int unused = 0, error = 0;
+    int& failing = parameters_[PardisoParameter::FailingEquation];
+    failing = 0;
+    pardiso(handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
+            &unused, nrhs, slots_.data(), level, const_cast<void*>(b), x, error);
+    return {error, failing};
+}
+
+} // namespace Velmar::Lintrix::detail::roads

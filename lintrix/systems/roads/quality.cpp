@@ -1,0 +1,209 @@
+#include <lintrix/systems/roads/quality.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <vector>
+
+namespace Velmar::Lintrix::detail::roads {
+
+namespace {
+
+template <class Cells>
+double largestMagnitude(Cells cells)
+{
+    double largest = 0.0;
+    for (const auto cell : cells) largest = std::max(largest, std::abs(cell));
+    return largest;
+}
+
+bool isFinite(double value)
+{
+    return std::isfinite(value);
+}
+
+bool isFinite(Complex value)
+{
+    return std::isfinite(value.real()) && std::isfinite(value.imag());
+}
+
+template <class Cells>
+bool areFinite(Cells cells)
+{
+    return std::ranges::all_of(cells, [](auto cell) { return isFinite(cell); });
+}
+
+template <class Block>
+double infinityNorm(const Block& A)
+{
+    std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
+    const auto cells = cellsOf(A);
+    for (std::size_t begin = 0; begin < cells.size(); begin += sums.size()) {
+        for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += std::abs(cells[begin + i]);
+    }
+    return *std::ranges::max_element(sums);
+}
+
+/// Of the full matrix, also where one triangle is stored, or of its transpose.
+template <class Matrix>
+double sparseInfinityNorm(const Matrix& A, bool transposed)
+{
+    std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
+    ForEachEntry(A, [&](std::int32_t row, std::int32_t col, const auto& value) {
+        sums[static_cast<std::size_t>(transposed ? col : row)] += std::abs(value);
+        if (isTriangle(A) && row != col) sums[static_cast<std::size_t>(col)] += std::abs(value);
+    });
+    return *std::ranges::max_element(sums);
+}
+
+template <class Block>
+double oneNorm(const Block& A)
+{
+    double largest = 0.0;
+    for (std::int32_t j = 0; j < A.Cols(); ++j) {
+        double sum = 0.0;
+        for (const auto& cell : columnCells(A, j)) sum += std::abs(cell);
+        largest = std::max(largest, sum);
+    }
+    return largest;
+}
+
+/// The largest over the columns from `begin` to before `end` of ||r|| / (factor*(||A|| ||x|| + ||b||)); a
+/// zero residual is zero whatever the scale. A norm that overflows gives NaN, not a flattering zero.
+template <class Block>
+double scaledResidual(const Block& R, double factor, double normA, const Block& X, const Block& B,
+                      std::int32_t begin, std::int32_t end)
+{
+    double worst = 0.0;
+    for (std::int32_t j = begin; j < end; ++j) {
+        const auto r = columnCells(R, j);
+        const double size = largestMagnitude(r);
+        const double scale =
+            factor * (normA * largestMagnitude(columnCells(X, j)) + largestMagnitude(columnCells(B, j)));
+        const double scaled = !areFinite(r) || !std::isfinite(scale) ? NAN : size == 0.0 ? 0.0 : size / scale;
+        if (!(scaled <= worst)) worst = scaled;
+    }
+    return worst;
+}
+
+template <class Draw>
+void draw(double& cell, Draw next)
+{
+    cell = next();
+}
+
+template <class Draw>
+void draw(Complex& cell, Draw next)
+{
+    const double real = next();
+    cell = {real, next()};
+}
+
+} // namespace
+
+double worseError(double probeError, std::optional<double> knownError)
+{
+    if (!knownError || std::isnan(probeError)) return probeError;
+    return *knownError <= probeError ? probeError : *knownError;
+}
+
+double ProbedQuality::error() const
+{
+    return worseError(probeError, knownError);
+}
+
+Verdict verdictOf(double residual, double error)
+{
+    if (!(residual <= kPoor) || !(error < kNoDigit)) return Verdict::Failed;
+    return residual <= kRoundingLevel && error <= kFewDigits ? Verdict::Accurate : Verdict::Degraded;
+}
+
+template <class Cell>
+MatrixOf<Cell> probeSolution(std::int32_t rows)
+{
+    std::mt19937_64 generator(20240607);
+    const auto next = [&generator] {
+        const std::uint64_t bits = generator();
+        const double size = 0.5 + static_cast<double>(bits >> 12) * 0x1p-53;
+        return (bits & 1) != 0 ? size : -size;
+    };
+    MatrixOf<Cell> column(rows, 1);
+    for (Cell& cell : cellsOf(column)) draw(cell, next);
+    return column;
+}
+
+template <class Block>
+double probeError(const Block& known, const Block& found)
+{
+    const double difference = largestDifference(found, known);
+    return difference == 0.0 ? 0.0 : difference / largestMagnitude(cellsOf(known));
+}
+
+template <class Block>
+Quality judge(const Block& A, const Block& X, const Block& B)
+{
+    Block R(B);
+    Block::Multiply(-1.0, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, X, 1.0, R);
+    const double normA = infinityNorm(A);
+    Quality quality{scaledResidual(R, 1.0, normA, X, B, 0, B.Cols())};
+    if (A.Rows() > A.Cols()) {
+        Block gradient(A.Cols(), B.Cols());
+        Block::Multiply(1.0, TransposeMode::ConjugateTransposed, A, TransposeMode::NotTransposed, R, 0.0,
+                        gradient);
+        quality.normalResidual = scaledResidual(gradient, oneNorm(A), normA, X, B, 0, B.Cols());
+    }
+    return quality;
+}
+
+template <class Cell>
+ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const MatrixOf<Cell>& B,
+                    const MatrixOf<Cell>& known, TransposeMode op)
+{
+    const MatrixOf<Cell> R = residualOf<Cell>(A, X, B, op);
+    const double normA = sparseInfinityNorm(A, op != TransposeMode::NotTransposed);
+    const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
+    ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),
+                          scaledResidual(R, 1.0, normA, X, B, last, last + 1),
+                          probeError(columnOf(known, others), columnOf(X, last))};
+    for (std::int32_t k = 0; k < others; ++k) {
+        const double error = probeError(columnOf(known, k), columnOf(X, last - others + k));
+        quality.knownError = worseError(error, quality.knownError);
+    }
+    return quality;
+}
+
+template <class Block>
+double largestDifference(const Block& X, const Block& Y)
+{
+    const auto x = cellsOf(X), y = cellsOf(Y);
+    double largest = 0.0;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const double difference = std::abs(x[i] - y[i]);
+        if (std::isnan(difference)) return difference;
+        largest = std::max(largest, difference);
+    }
+    return largest;
+}
+
+template <class Block>
+bool allFinite(const Block& X)
+{
+    return areFinite(cellsOf(X));
+}
+
+template Quality judge(const Matrix&, const Matrix&, const Matrix&);
+template Quality judge(const CMatrix&, const CMatrix&, const CMatrix&);
+template bool allFinite(const Matrix&);
+template bool allFinite(const CMatrix&);
+template Matrix probeSolution<double>(std::int32_t);
+template CMatrix probeSolution<Complex>(std::int32_t);
+template ProbedQuality judge<double>(const SparseMatrix&, const Matrix&, const Matrix&, const Matrix&,
+                                     TransposeMode);
+template ProbedQuality judge<Complex>(const CSparseMatrix&, const CMatrix&, const CMatrix&, const CMatrix&,
+                                      TransposeMode);
+template double largestDifference(const Matrix&, const Matrix&);
+template double largestDifference(const CMatrix&, const CMatrix&);
+template double probeError(const Matrix&, const Matrix&);
+template double probeError(const CMatrix&, const CMatrix&);
+
+} // namespace Velmar::Lintrix::detail::roads

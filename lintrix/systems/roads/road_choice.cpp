@@ -1,0 +1,93 @@
+#include <lintrix/systems/roads/road_choice.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace Velmar::Lintrix::detail::roads {
+
+namespace {
+
+// Operations beside those already done, and what is always within reach: less than a second, and a minute.
+constexpr double kNear = 30.0, kShort = 1e10;
+constexpr double kFar = 1000.0, kLong = 1e12;
+
+// Entries by pairs, beside those of the factor before: their supernodes are small, and the rate is low.
+constexpr std::int64_t kPairsBound = 10, kFewEntries = 5'000'000;
+
+FillInReducingMethod otherThan(FillInReducingMethod ordering)
+{
+    return ordering == FillInReducingMethod::MinimumDegree ? FillInReducingMethod::NestedDissection
+                                                           : FillInReducingMethod::MinimumDegree;
+}
+
+bool isMatchedLU(Road road)
+{
+    return road == Road::Matched || road == Road::Coarse;
+}
+
+/// Backward stable as long as no pivot is replaced.
+bool isStable(Road road)
+{
+    return road == Road::Cholesky || isMatchedLU(road);
+}
+
+bool isFinal(Road road, Ending ending)
+{
+    switch (ending) {
+    case Ending::Accurate:
+        return true;
+    case Ending::IllConditioned:
+        return isStable(road);
+    case Ending::Singular:
+    case Ending::NotTaken: // what would follow has factors of the same size
+        return isMatchedLU(road);
+    case Ending::Unsteady:
+    case Ending::Poor:
+        break;
+    }
+    return false;
+}
+
+/// Raised pivots are what is tried when both orders have failed.
+bool dependsOnOrder(Road road)
+{
+    return !ordersByPairs(road) && road != Road::Coarse;
+}
+
+} // namespace
+
+std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering, Ending ending,
+                                   const SearchState& state)
+{
+    if (isFinal(last.road, ending)) return std::nullopt;
+    const bool repeatable =
+        state.orderingIsOpen && !state.looksSingular && !last.ordering && dependsOnOrder(last.road);
+    if (ending == Ending::Unsteady && repeatable) return Attempt{last.road, otherThan(ordering)};
+    const std::optional<Road> road = roadAfter(last.road);
+    if (road == Road::Dense && state.looksSingular) return std::nullopt;
+    return road ? std::optional(Attempt{*road}) : std::nullopt;
+}
+
+Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memory)
+{
+    if (cost.bytes > memory || cost.operations > std::max(kLong, kFar * done.operations))
+        return Reach::Beyond;
+    if (ordersByPairs(road) && cost.entries > mostPairEntries(done)) return Reach::Beyond;
+    return cost.operations > std::max(kShort, kNear * done.operations) ? Reach::Far : Reach::Near;
+}
+
+RoadCost denseCost(std::int32_t n, bool complex)
+{
+    const std::int64_t size = n, cells = size * size;
+    const double bytes = cells > std::numeric_limits<std::int32_t>::max()
+                             ? std::numeric_limits<double>::infinity()
+                             : (complex ? 4.0 : 2.0) * sizeof(double) * static_cast<double>(cells);
+    return {size * (size + 1) / 2, (complex ? 8.0 : 2.0) / 3.0 * static_cast<double>(cells) * n, bytes};
+}
+
+std::int64_t mostPairEntries(const RoadCost& done)
+{
+    return std::max(kFewEntries, kPairsBound * done.entries);
+}
+
+} // namespace Velmar::Lintrix::detail::roads

@@ -1,0 +1,62 @@
+#pragma once
+/// @file
+/// Which road is taken next, by what came of the one before and by what the next one costs.
+
+#include <lintrix/services/export.h>
+#include <lintrix/systems/roads/direct_run.h>
+
+#include <optional>
+#include <string_view>
+
+namespace Velmar::Lintrix::detail::roads {
+
+/// What came of a road, as far as the choice of the next one goes.
+enum class Ending {
+    Accurate,
+    IllConditioned, ///< few digits, but no pivot was replaced and the residual is at rounding level
+    Singular,       ///< pivots were replaced, and another than the known solution solves its system as well
+    Unsteady,       ///< pivots were replaced, and refinement did not make good for it
+    Poor,           ///< not accurate for any other reason, or failed
+    NotTaken,       ///< its cost is out of reach
+};
+
+struct Attempt {
+    Road road = Road::Matched;
+    std::optional<FillInReducingMethod> ordering{}; ///< none: what takes less time in all
+
+    bool operator==(const Attempt&) const = default;
+};
+
+/// What the roads so far and the caller tell.
+struct SearchState {
+    bool orderingIsOpen = true; ///< else the caller has chosen it
+    bool looksSingular = false; ///< a road has ended so
+};
+
+/// What follows `last`, which used `ordering`; nothing where no road can do better.
+///
+/// Which pivots are met small depends on the order of elimination. So an unsteady road is repeated with the
+/// other order, where that is open, before a stronger one is taken. Cholesky and LU with matching are stable:
+/// without replaced pivots their few digits are the matrix's own. That A is singular to working precision is
+/// believed of LU with matching; where another road has told it, the order is not to blame, and exchanges of
+/// rows would be in vain.
+LINTRIX_TESTABLE std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering,
+                                                    Ending ending, const SearchState& state);
+
+enum class Reach {
+    Near,   ///< like what was already done, or short
+    Far,    ///< put last, in case nothing else leads to a solution
+    Beyond, ///< not enough memory, or past all patience
+};
+
+/// `done`: the largest factorization so far. `memory`: bytes there are.
+LINTRIX_TESTABLE Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memory);
+
+/// Of LU in dense storage, beside the matrix as it is read; more than any memory where there are more cells
+/// than a matrix can have.
+LINTRIX_TESTABLE RoadCost denseCost(std::int32_t n, bool complex);
+
+/// Entries of L from which on the road by pairs is out of reach.
+LINTRIX_TESTABLE std::int64_t mostPairEntries(const RoadCost& done);
+
+} // namespace Velmar::Lintrix::detail::roads

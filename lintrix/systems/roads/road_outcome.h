@@ -1,0 +1,50 @@
+#pragma once
+/// @file
+/// What came of one road through the direct solver, and what is said of it.
+
+#include <lintrix/services/export.h>
+#include <lintrix/systems/roads/factored.h>
+#include <lintrix/systems/roads/quality.h>
+#include <lintrix/systems/roads/road_choice.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Velmar::Lintrix::detail::roads {
+
+template <class Cell>
+struct LINTRIX_TESTABLE Outcome {
+    Attempt attempt;
+    EngineAnswer engine{};
+    std::string_view roadName;              ///< for this matrix
+    std::optional<MatrixOf<Cell>> x{};      ///< with the probe; given up where another one is better
+    std::optional<ProbedQuality> quality{}; ///< of `x`; none where a step failed
+    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
+    std::int32_t perturbed = 0, steps = 0;
+    std::int64_t factorEntries = 0;
+    RoadCost cost{};
+    FactorStore store = FactorStore::Memory;
+    std::string fault{}; ///< of the files of the factor, in words
+    Reach reach = Reach::Near;
+    bool taken = false;                       ///< else only its cost is known
+    std::unique_ptr<Factored<Cell>> factor{}; ///< as long as no other road is taken
+
+    Verdict verdict() const;
+    Ending ending() const;
+    /// Something else than the probe solves its system to rounding level: A is singular to working precision.
+    bool isSolvedByAnother() const;
+    /// "ROAD: why it was left", with the order of one that was repeated.
+    std::string told() const;
+    /// Of a verdict other than Accurate, in a few words.
+    std::string reason() const;
+};
+
+/// The verdict decides; then the smaller error of two degraded ones, and the later of two that failed as
+/// badly.
+template <class Cell>
+LINTRIX_TESTABLE bool isBetter(const Outcome<Cell>& later, const Outcome<Cell>& earlier);
+
+} // namespace Velmar::Lintrix::detail::roads

@@ -1,0 +1,264 @@
+#include <lintrix/systems/roads/road_runner.h>
+
+#include <lintrix/foundation/configuration.h>
+#include <lintrix/foundation/failures.h>
+#include <lintrix/services/memory_limit.h>
+#include <lintrix/systems/roads/dense_factor.h>
+#include <lintrix/systems/roads/ordering_choice.h>
+#include <lintrix/systems/roads/pair_forecast.h>
+#include <lintrix/systems/roads/transversal.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace Velmar::Lintrix::detail::roads {
+
+namespace {
+
+constexpr std::int32_t kLateSteps = 20;  // of refinement, where the residual asks for it
+constexpr std::int32_t kOneAndProbe = 2; // right-hand sides that a forecast is for
+
+} // namespace
+
+template <class Cell>
+RoadCost RoadRunner<Cell>::forecast(const Attempt& attempt)
+{
+    if (attempt.road == Road::Dense) return denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
+    ready_ = analysed(attempt, system_.As(typeOf(attempt.road)), kOneAndProbe);
+    return ready_->run->cost();
+}
+
+template <class Cell>
+Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const Request<Cell>& request)
+{
+    const bool first = !done_;
+    const int mtype =
+        attempt.road == Road::Dense ? 0 : EngineTypeOf<Cell>(typeOf(attempt.road), system_.Traits());
+    Outcome<Cell> outcome{.attempt = attempt, .roadName = nameOf(attempt.road, mtype)};
+    if (attempt.road == Road::Dense)
+        takeDense(limit, request, outcome);
+    else if (!fillsIn(outcome))
+        follow(limit, request, outcome);
+    if (outcome.engine.error == kEngineNoMemory && !done_) throw NotEnoughMemoryException();
+    if (first && !outcome.fault.empty()) throw OperationFailedException(outcome.fault);
+    return outcome;
+}
+
+template <class Cell>
+Outcome<Cell> RoadRunner<Cell>::again(Outcome<Cell> before, const Request<Cell>& request)
+{
+    before.x.reset();
+    before.quality.reset();
+    solve(request, before);
+    return before;
+}
+
+template <class Cell>
+Outcome<Cell> RoadRunner<Cell>::refactorize(Outcome<Cell> before, const Request<Cell>& request)
+{
+    const Attempt attempt = before.attempt;
+    auto* const kept = dynamic_cast<EngineFactor<Cell>*>(before.factor.get());
+    if (!kept) return this->run(attempt, Reach::Far, request);
+    before.x.reset();
+    before.quality.reset();
+    std::unique_ptr<DirectRun> run = kept->release();
+    before.factor.reset();
+    factorizeAndSolve(std::move(run), request, before);
+    return before;
+}
+
+/// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no better.
+/// Past all bounds for a large matrix, even the analysis: so it is estimated before that.
+template <class Cell>
+bool RoadRunner<Cell>::fillsIn(Outcome<Cell>& outcome)
+{
+    if (!ordersByPairs(outcome.attempt.road) || !done_) return false;
+    const std::int64_t most = mostPairEntries(*done_);
+    const bool fills = pairEntries(nonZeroPattern(system_.Matrix()), most) > most;
+    finish("analyse");
+    if (!fills) return false;
+    outcome.cost.entries = most;
+    outcome.reach = Reach::Beyond;
+    return true;
+}
+
+/// A large body is dissected. Else by minimum degree first; nested dissection, where it pays, is kept if it
+/// saves operations.
+template <class Cell>
+auto RoadRunner<Cell>::analysed(const Attempt& attempt, const EngineMatrix& matrix, std::int32_t rightHands)
+    -> Analysed
+{
+    constexpr auto kQuick = FillInReducingMethod::MinimumDegree,
+                   kThorough = FillInReducingMethod::NestedDissection;
+    const FactorStore store = options_.outOfCore ? FactorStore::Files : FactorStore::Memory;
+    const auto by = [&](FillInReducingMethod ordering) {
+        auto run = std::make_unique<DirectRun>(attempt.road, matrix, ordering, options_.engine);
+        const EngineAnswer answer = run->analyse(store, rightHands);
+        ++analyses_;
+        return Analysed{attempt, rightHands, answer, std::move(run)};
+    };
+    const std::optional<FillInReducingMethod> told = attempt.ordering ? attempt.ordering : options_.ordering;
+    const OrderingChoice choice(matrix, TrellConfiguration::GetMaxThreads());
+    const bool open = !told && !ordersByPairs(attempt.road);
+    const auto ordering = told.value_or(open && choice.isLargeBody() ? kThorough : kQuick);
+    Analysed first = by(ordering);
+    const double gigaflops = first.run->cost().operations / 1e9;
+    if (first.answer.error != 0 || !open || ordering == kThorough || !choice.dissectionPays(gigaflops))
+        return first;
+    Analysed second = by(kThorough);
+    const bool better =
+        second.answer.error == 0 && second.run->cost().operations < first.run->cost().operations;
+    return better ? std::move(second) : std::move(first);
+}
+
+template <class Cell>
+void RoadRunner<Cell>::follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
+{
+    const double left = options_.memoryLeft();
+    if (options_.outOfCore) usePlace(left);
+    const bool isReady =
+        ready_ && ready_->attempt == outcome.attempt && ready_->rightHands >= request.B.Cols();
+    Analysed analysis =
+        isReady ? std::move(*ready_)
+                : analysed(outcome.attempt, system_.As(typeOf(outcome.attempt.road)), request.B.Cols());
+    ready_.reset();
+    DirectRun& run = *analysis.run;
+    outcome.engine = analysis.answer;
+    outcome.cost = run.cost();
+    outcome.ordering = run.ordering();
+    if (done_) outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, MemoryLimit());
+    outcome.taken = outcome.engine.error == 0 && outcome.reach <= limit;
+    if (outcome.taken && run.store() == FactorStore::Memory && run.bytesInMemory() > left)
+        outcome.engine = moveToFiles(run, left, request.B.Cols());
+    outcome.factorEntries = run.factorEntries();
+    outcome.store = run.store();
+    outcome.fault = faultOf(outcome.engine.error, run);
+    finish("analyse");
+    if (outcome.taken && outcome.engine.error == 0)
+        factorizeAndSolve(std::move(analysis.run), request, outcome);
+}
+
+template <class Cell>
+void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun> run, const Request<Cell>& request,
+                                         Outcome<Cell>& outcome)
+{
+    outcome.engine = run->factorize();
+    ++factorizations_;
+    finish("factorize");
+    outcome.fault = faultOf(outcome.engine.error, *run);
+    outcome.perturbed = run->perturbedPivots();
+    outcome.factorEntries = run->factorEntries();
+    if (outcome.engine.error != 0) return;
+    if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;
+    outcome.factor = std::make_unique<EngineFactor<Cell>>(std::move(run));
+    solve(request, outcome);
+}
+
+template <class Cell>
+void RoadRunner<Cell>::takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
+try {
+    outcome.cost = denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
+    outcome.factorEntries = 2 * outcome.cost.entries - system_.Size();
+    if (done_) outcome.reach = reachOf(Road::Dense, outcome.cost, *done_, MemoryLimit());
+    outcome.taken = outcome.reach <= limit;
+    if (!outcome.taken) return;
+    auto factor = std::make_unique<DenseFactor<Cell>>(system_.Matrix());
+    ++factorizations_;
+    finish("factorize");
+    if (factor->isSingular()) {
+        outcome.engine.error = kEngineNumeric;
+        return;
+    }
+    outcome.factor = std::move(factor);
+    solve(request, outcome);
+} catch (const NotEnoughMemoryException&) {
+    outcome.engine.error = kEngineNoMemory;
+}
+
+template <class Cell>
+void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcome)
+{
+    MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
+    outcome.engine = outcome.factor->solve(request.B, X, request.op, options_.engine.refine);
+    outcome.steps = outcome.factor->refinementSteps();
+    finish("solve");
+    if (outcome.engine.error != 0) return;
+    outcome.quality = judged(X, request);
+    outcome.x = std::move(X);
+    if (outcome.verdict() != Verdict::Accurate && options_.engine.refine == 0) refine(request, outcome);
+}
+
+/// Keeps what is better. Dense factors have had their step.
+template <class Cell>
+void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome)
+{
+    if (outcome.attempt.road == Road::Dense) return;
+    MatrixOf<Cell> refined(request.B.Rows(), request.B.Cols());
+    const EngineAnswer engine = outcome.factor->solve(request.B, refined, request.op, kLateSteps);
+    outcome.steps = outcome.factor->refinementSteps();
+    finish("solve");
+    if (engine.error != 0) return;
+    const ProbedQuality after = judged(refined, request);
+    if (!(after.residual < outcome.quality->residual)) return;
+    outcome.quality = after;
+    outcome.x = std::move(refined);
+}
+
+template <class Cell>
+ProbedQuality RoadRunner<Cell>::judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const
+{
+    const ProbedQuality quality = judge<Cell>(system_.Matrix(), X, request.B, request.known, request.op);
+    finish("check");
+    return quality;
+}
+
+template <class Cell>
+void RoadRunner<Cell>::usePlace(double left)
+{
+    if (!place_) place_ = options_.openPlace(left);
+}
+
+/// The analysis lays the factor out for its store, and so is repeated.
+template <class Cell>
+EngineAnswer RoadRunner<Cell>::moveToFiles(DirectRun& run, double left, std::int32_t rightHands)
+{
+    if (!place_ && options_.goesToFiles) options_.goesToFiles(run.bytesInMemory(), left);
+    usePlace(left);
+    ++analyses_;
+    return run.analyse(FactorStore::Files, rightHands);
+}
+
+template <class Cell>
+std::string RoadRunner<Cell>::faultOf(int error, const DirectRun& run) const
+{
+    if (!place_) return {};
+    switch (error) {
+    case kEngineSmallCore:
+        return place_->Fault(FileFault::SmallCore, run.leastMegabytes());
+    case kEngineNoFile:
+        return place_->Fault(FileFault::NotOpened, run.leastMegabytes());
+    case kEngineTransfer:
+        return place_->Fault(FileFault::NotTransferred, run.leastMegabytes());
+    default:
+        return {};
+    }
+}
+
+template <class Cell>
+void RoadRunner<Cell>::finish(std::string_view step) const
+{
+    if (options_.stepDone) options_.stepDone(step);
+}
+
+template <class Cell>
+void RoadRunner<Cell>::restart()
+{
+    ready_.reset();
+    done_.reset();
+}
+
+template class RoadRunner<double>;
+template class RoadRunner<Complex>;
+
+} // namespace Velmar::Lintrix::detail::roads

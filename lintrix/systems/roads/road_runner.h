@@ -1,0 +1,89 @@
+#pragma once
+/// @file
+/// Takes one road to the solution of A*X = B, and keeps what the next one can use.
+
+#include <lintrix/services/export.h>
+#include <lintrix/systems/roads/direct_run.h>
+#include <lintrix/systems/roads/factored.h>
+#include <lintrix/systems/roads/road_choice.h>
+#include <lintrix/systems/roads/road_outcome.h>
+#include <lintrix/systems/system_matrix.h>
+#include <lintrix/systems/system_options.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace Velmar::Lintrix::detail::roads {
+
+/// op(A)*X = B. `B` is n x nrhs, followed by one column more; the solutions of its last columns are `known`,
+/// one or all of them.
+template <class Cell>
+struct Request {
+    const MatrixOf<Cell>& B;
+    const MatrixOf<Cell>& known;
+    TransposeMode op = TransposeMode::NotTransposed;
+};
+
+template <class Cell>
+class LINTRIX_TESTABLE RoadRunner {
+public:
+    /// Both must outlive the runner and the factors that it made.
+    RoadRunner(SystemMatrix<Cell>& system, const SystemOptions& options) : system_(system), options_(options)
+    {
+    }
+
+    /// What a road is going to cost; its analysis is used when the road is taken next.
+    RoadCost forecast(const Attempt& attempt);
+
+    /// The first road is taken whatever it costs, those after it up to `limit`.
+    /// @throws NotEnoughMemoryException  the first one's factor has no room
+    /// @throws OperationFailedException  the first one's files fail, or the caller stops
+    Outcome<Cell> run(const Attempt& attempt, Reach limit, const Request<Cell>& request);
+    /// With the factor of `before`, which has one.
+    Outcome<Cell> again(Outcome<Cell> before, const Request<Cell>& request);
+    /// The values of the matrix have changed: the factor of `before` is made anew, after the analysis at
+    /// hand.
+    Outcome<Cell> refactorize(Outcome<Cell> before, const Request<Cell>& request);
+
+    /// Of factors in files; 0 where there are none.
+    int coreMegabytes() const { return place_ ? place_->CoreMegabytes() : 0; }
+
+    /// A step has ended that this one has not made.
+    void finish(std::string_view step) const;
+    /// Another matrix stands in the place of the one before; its factors must have been given up.
+    void restart();
+    std::int32_t analyses() const noexcept { return analyses_; }
+    std::int32_t factorizations() const noexcept { return factorizations_; }
+
+private:
+    struct Analysed {
+        Attempt attempt;
+        std::int32_t rightHands = 0; ///< that its figures are for
+        EngineAnswer answer{};
+        std::unique_ptr<DirectRun> run;
+    };
+
+    bool fillsIn(Outcome<Cell>& outcome);
+    Analysed analysed(const Attempt& attempt, const EngineMatrix& matrix, std::int32_t rightHands);
+    void follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
+    void factorizeAndSolve(std::unique_ptr<DirectRun> run, const Request<Cell>& request,
+                           Outcome<Cell>& outcome);
+    void takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
+    void solve(const Request<Cell>& request, Outcome<Cell>& outcome);
+    void refine(const Request<Cell>& request, Outcome<Cell>& outcome);
+    ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
+
+    void usePlace(double left);
+    EngineAnswer moveToFiles(DirectRun& run, double left, std::int32_t rightHands);
+    std::string faultOf(int error, const DirectRun& run) const;
+
+    SystemMatrix<Cell>& system_;
+    const SystemOptions& options_;
+    std::optional<Analysed> ready_{};      ///< by a forecast
+    std::optional<RoadCost> done_{};       ///< of the largest factorization so far
+    std::unique_ptr<FactorPlace> place_{}; ///< once a factor goes to files
+    std::int32_t analyses_ = 0, factorizations_ = 0;
+};
+
+} // namespace Velmar::Lintrix::detail::roads

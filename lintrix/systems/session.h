@@ -1,0 +1,40 @@
+#pragma once
+/// @file
+/// What stands behind a `LinearSystem`: a matrix, and what has been found out about it.
+
+#include <lintrix/systems/linear_system.h>
+
+#include <memory>
+
+namespace Velmar::Lintrix::detail {
+
+template <class Cell>
+class SystemSession {
+public:
+    using M = MatrixOf<Cell>;
+
+    virtual ~SystemSession() = default;
+
+    virtual std::int32_t rows() const noexcept = 0;
+    virtual std::int32_t cols() const noexcept = 0;
+    virtual const MatrixTraits& traits() const noexcept = 0;
+    virtual SystemForecast forecast() = 0;
+    /// `given` or `known` columns, or neither: the probe alone.
+    virtual SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) = 0;
+    virtual std::int32_t analyses() const noexcept = 0;
+    virtual std::int32_t factorizations() const noexcept = 0;
+};
+
+template <class Cell>
+class SparseSession : public SystemSession<Cell> {
+public:
+    virtual SystemChange update(const SparseOf<Cell>& A) = 0;
+};
+
+/// @throws as the constructor of `LinearSystem`
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell> A, SystemOptions options);
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> denseSession(MatrixOf<Cell> A, SystemOptions options);
+
+} // namespace Velmar::Lintrix::detail

@@ -1,0 +1,238 @@
+#include <lintrix/systems/session.h>
+
+#include <lintrix/foundation/failures.h>
+#include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/road_search.h>
+#include <lintrix/systems/roads/transversal.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <mutex>
+#include <span>
+#include <utility>
+
+namespace Velmar::Lintrix::detail {
+
+using namespace roads;
+
+namespace {
+
+template <class Sparse>
+bool haveSamePattern(const Sparse& A, const Sparse& B)
+{
+    return std::ranges::equal(A.RowPointers(), B.RowPointers()) &&
+           std::ranges::equal(A.ColumnIndices(), B.ColumnIndices());
+}
+
+/// To the bit: a NaN is equal to itself, and -0 differs from 0.
+template <class Sparse>
+bool haveSameValues(const Sparse& A, const Sparse& B)
+{
+    return std::ranges::equal(std::as_bytes(A.Values()), std::as_bytes(B.Values()));
+}
+
+/// @throws ArgumentException  the values contradict the type that the caller tells
+Road chooseRoad(const MatrixTraits& traits, const std::optional<MatrixType>& type)
+{
+    if (!type) return firstRoad(traits);
+    if (const std::optional<Road> road = firstRoad(*type, traits)) return *road;
+    throw ArgumentException("The values of the matrix contradict its type.", "type");
+}
+
+template <class Sparse>
+Sparse squareOnly(Sparse A)
+{
+    if (A.Rows() != A.Cols()) throw NotSquareMatrixException();
+    return A;
+}
+
+template <class Cell>
+class RoadsOfSparse final : public SparseSession<Cell> {
+public:
+    using Sparse = SparseOf<Cell>;
+    using M = MatrixOf<Cell>;
+
+    RoadsOfSparse(Sparse A, SystemOptions options)
+        : options_(std::move(options)), matrix_(squareOnly(std::move(A))),
+          first_(chooseRoad(matrix_.Traits(), options_.type)), runner_(matrix_, options_)
+    {
+    }
+
+    std::int32_t rows() const noexcept override { return matrix_.Size(); }
+    std::int32_t cols() const noexcept override { return matrix_.Size(); }
+    const MatrixTraits& traits() const noexcept override { return matrix_.Traits(); }
+    std::int32_t analyses() const noexcept override { return runner_.analyses(); }
+    std::int32_t factorizations() const noexcept override { return runner_.factorizations(); }
+
+    SystemForecast forecast() override
+    {
+        const std::lock_guard turn(busy_);
+        if (isStructurallySingular()) return {};
+        const RoadCost cost = runner_.forecast(Attempt{first_});
+        return {cost.entries, cost.operations, cost.bytesInMemory, cost.bytesWithFiles};
+    }
+
+    SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
+    {
+        const std::lock_guard turn(busy_);
+        if (isStructurallySingular()) return structurallySingular();
+        const M solutions = withProbe(known);
+        const M products = productOf<Cell>(matrix_.Matrix(), solutions, op);
+        const M B = given ? beside(*given, products) : products;
+        return settle({B, solutions, op});
+    }
+
+    SystemChange update(const Sparse& A) override
+    {
+        const std::lock_guard turn(busy_);
+        SystemMatrix<Cell> next(squareOnly(Sparse(A)));
+        const Road first = chooseRoad(next.Traits(), options_.type);
+        const bool samePattern = first == first_ &&
+                                 next.Matrix().NumElements() == matrix_.Matrix().NumElements() &&
+                                 haveSamePattern(next.Matrix(), matrix_.Matrix());
+        if (samePattern && haveSameValues(next.Matrix(), matrix_.Matrix())) return SystemChange::None;
+        const bool sameTypes = next.Traits().mirrored() == matrix_.Traits().mirrored() &&
+                               next.Traits().hermitian == matrix_.Traits().hermitian;
+        exhausted_.reset();
+        rank_.reset();
+        first_ = first;
+        if (samePattern && sameTypes) {
+            matrix_.TakeValues(std::move(next));
+            isFactorOld_ = true;
+            return SystemChange::Values;
+        }
+        best_.reset(); // before the arrays that its factor knows
+        runner_.restart();
+        matrix_ = std::move(next);
+        isFactorOld_ = false;
+        return SystemChange::Pattern;
+    }
+
+private:
+    /// No road can do better. Where the diagonal is full, nothing has to be looked for.
+    std::int32_t structuralRankOnce()
+    {
+        if (!rank_) rank_ = matrix_.Traits().fullDiagonal ? matrix_.Size() : structuralRank(matrix_.Matrix());
+        return *rank_;
+    }
+    bool isStructurallySingular() { return structuralRankOnce() < matrix_.Size(); }
+
+    SystemAnswer<Cell> structurallySingular()
+    {
+        runner_.finish("analyse");
+        SystemAnswer<Cell> answer;
+        answer.road = nameOf(first_, EngineTypeOf<Cell>(typeOf(first_), matrix_.Traits()));
+        answer.reason =
+            fmt::format("structurally singular: {} of {} rows matched", structuralRankOnce(), matrix_.Size());
+        answer.complaint = complaintOf(answer.reason);
+        answer.ordering = options_.ordering.value_or(FillInReducingMethod::MinimumDegree);
+        return answer;
+    }
+
+    static std::string complaintOf(const std::string& reason)
+    {
+        return "there is no good solution: " + reason;
+    }
+
+    M withProbe(const M* known) const
+    {
+        const M probe = probeSolution<Cell>(matrix_.Size());
+        return known ? beside(*known, probe) : probe;
+    }
+
+    static M beside(const M& left, const M& right)
+    {
+        M both(left.Rows(), left.Cols() + right.Cols());
+        copyColumns(left, both, 0);
+        copyColumns(right, both, left.Cols());
+        return both;
+    }
+
+    /// The factor at hand serves as long as what it gives is as good as the best that was ever found for this
+    /// matrix; then the roads are searched.
+    SystemAnswer<Cell> settle(const Request<Cell>& request)
+    {
+        RoadSearch<Cell> search(runner_, request, !options_.ordering);
+        std::optional<Outcome<Cell>> outcome = withFactorAtHand(request);
+        if (!outcome || !isGoodEnough(*outcome)) {
+            outcome.reset();
+            search.follow(first_);
+            outcome = search.best();
+            left_ = search.left();
+            exhausted_ = outcome->verdict();
+        }
+        SystemAnswer<Cell> answer = tell(*outcome);
+        best_ = std::move(*outcome);
+        return answer;
+    }
+
+    std::optional<Outcome<Cell>> withFactorAtHand(const Request<Cell>& request)
+    {
+        std::optional<Outcome<Cell>> before = std::exchange(best_, std::nullopt);
+        const bool isOld = std::exchange(isFactorOld_, false);
+        if (!before || !before->taken) return std::nullopt;
+        if (isOld) {
+            left_.clear();
+            if (before->factor) return runner_.refactorize(std::move(*before), request);
+            return std::nullopt;
+        }
+        if (before->factor) return runner_.again(std::move(*before), request);
+        return runner_.run(before->attempt, Reach::Far, request);
+    }
+
+    bool isGoodEnough(const Outcome<Cell>& outcome) const
+    {
+        return outcome.verdict() == Verdict::Accurate || (exhausted_ && outcome.verdict() <= *exhausted_);
+    }
+
+    SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const
+    {
+        SystemAnswer<Cell> answer{.verdict = outcome.verdict(),
+                                  .reason = outcome.reason(),
+                                  .road = outcome.roadName,
+                                  .tried = left_,
+                                  .perturbedPivots = outcome.perturbed,
+                                  .refinementSteps = outcome.steps,
+                                  .factorEntries = outcome.factorEntries,
+                                  .store = outcome.store,
+                                  .coreMegabytes = runner_.coreMegabytes()};
+        if (outcome.attempt.road != Road::Dense) answer.ordering = outcome.ordering;
+        if (answer.verdict == Verdict::Failed) answer.complaint = complaintOf(answer.reason);
+        if (!outcome.x) return answer;
+        answer.residual = outcome.quality->residual;
+        answer.probeError = outcome.quality->probeError;
+        answer.knownError = outcome.quality->knownError;
+        const std::int32_t columns = outcome.x->Cols() - 1;
+        if (columns > 0) {
+            answer.x = std::move(outcome.x);
+            answer.x->Cols(columns);
+        }
+        outcome.x.reset();
+        return answer;
+    }
+
+    SystemOptions options_;
+    SystemMatrix<Cell> matrix_;
+    Road first_;
+    RoadRunner<Cell> runner_;
+    std::optional<Outcome<Cell>> best_{}; ///< of the last solve, mostly with its factor
+    std::vector<std::string> left_{};     ///< what the search said of the other roads
+    std::optional<Verdict> exhausted_{};  ///< that a search came to
+    bool isFactorOld_ = false;            ///< the values have changed since
+    std::optional<std::int32_t> rank_{};  ///< structural
+    std::mutex busy_{};
+};
+
+} // namespace
+
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell> A, SystemOptions options)
+{
+    return std::make_unique<RoadsOfSparse<Cell>>(std::move(A), std::move(options));
+}
+
+template std::unique_ptr<SystemSession<double>> sparseSession<double>(SparseMatrix, SystemOptions);
+template std::unique_ptr<SystemSession<Complex>> sparseSession<Complex>(CSparseMatrix, SystemOptions);
+
+} // namespace Velmar::Lintrix::detail

@@ -1,0 +1,55 @@
+#include <lintrix/systems/linear_system.h>
+
+#include <lintrix/systems/roads/words.h>
+
+#include <fmt/format.h>
+
+namespace Velmar::Lintrix {
+
+namespace {
+
+using detail::roads::numberInWords;
+
+void addLine(std::string& text, std::string_view line)
+{
+    text += line;
+    text += '\n';
+}
+
+/// What a reader who is no numerical analyst can do about it.
+std::string_view adviceFor(Verdict verdict, bool isSingular)
+{
+    if (verdict == Verdict::Accurate) return "nothing has to be done";
+    if (isSingular) return "look for rows that say the same, and for unknowns that nothing determines";
+    if (verdict == Verdict::Degraded)
+        return "trust as many digits as are told; better scaled or better posed equations would give more";
+    return "do not use the numbers: look at the equations, their units, and what determines each unknown";
+}
+
+} // namespace
+
+template <class Cell>
+std::string SystemAnswer<Cell>::Explain() const
+{
+    std::string text;
+    addLine(text,
+            fmt::format("The solution is {}{}{}.", NameOf(verdict), reason.empty() ? "" : ": ", reason));
+    if (residual)
+        addLine(text, fmt::format("Its scaled residual is {}; rounding explains 1e-16 to {:.0e}.",
+                                  numberInWords(*residual), kRoundingLevel));
+    if (normalResidual)
+        addLine(text, fmt::format("That of the normal equations is {}.", numberInWords(*normalResidual)));
+    if (probeError)
+        addLine(text, fmt::format("A known solution came back with a relative error of {}.",
+                                  numberInWords(*probeError)));
+    addLine(text, fmt::format("Road: {}.", road));
+    for (const std::string& other : tried) addLine(text, fmt::format("Left: {}.", other));
+    const bool isSingular = reason.find("singular") != std::string::npos;
+    addLine(text, fmt::format("Advice: {}.", adviceFor(verdict, isSingular)));
+    return text;
+}
+
+template struct SystemAnswer<double>;
+template struct SystemAnswer<std::complex<double>>;
+
+} // namespace Velmar::Lintrix

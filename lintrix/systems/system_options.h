@@ -1,0 +1,72 @@
+#pragma once
+/// @file
+/// What a caller may decide of the way a linear system is solved; each has a default that serves.
+
+#include <lintrix/foundation/enumerations.h>
+#include <lintrix/services/export.h>
+#include <lintrix/services/memory_limit.h>
+#include <lintrix/services/threads.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Velmar::Lintrix {
+
+/// "minimum degree", "nested dissection", "parallel nested dissection".
+LINTRIX_EXPORT std::string_view NameOf(FillInReducingMethod ordering) noexcept;
+
+/// Of the direct solver for sparse matrices.
+struct EngineSettings {
+    FactorizationStrategy strategy = FactorizationStrategy::ComputeAlways;
+    std::int32_t refine = 0; ///< at most so many steps; below 0 with residuals in extended precision
+    bool engineReport = false;
+    std::function<void(int)> progress{}; ///< is told the percentage of the factorization
+};
+
+/// Where a factor is kept.
+enum class FactorStore { Memory, Files };
+
+/// How files of a factor can fail.
+enum class FileFault {
+    SmallCore,      ///< the memory beside them is too small
+    NotOpened,      ///< one cannot be made or opened
+    NotTransferred, ///< one cannot be written or read
+};
+
+/// Where the files of a factor stand, for as long as this lives. The one here changes nothing: files go where
+/// the variables of the environment or the configuration file say (see `ReadOutOfCoreConfiguration`).
+class LINTRIX_EXPORT FactorPlace {
+public:
+    FactorPlace() = default;
+    FactorPlace(const FactorPlace&) = delete;
+    FactorPlace& operator=(const FactorPlace&) = delete;
+    virtual ~FactorPlace() = default;
+
+    /// Of memory that is used beside the files.
+    virtual int CoreMegabytes() const;
+    /// What is wrong, in words; `least` are the megabytes that are needed at least.
+    virtual std::string Fault(FileFault fault, int least) const;
+};
+
+struct SystemOptions {
+    std::optional<MatrixType> type{};               ///< none: as the values suggest
+    std::optional<FillInReducingMethod> ordering{}; ///< none: what takes less time in all
+    EngineSettings engine{};
+    bool outOfCore = false; ///< the factor in files; else only where memory has no room for it
+    /// Bytes that may be taken from now on.
+    std::function<double()> memoryLeft = [] { return MemoryLeft(MKL_Get_Max_Threads()); };
+    /// Is asked once, when a factor is about to go to files, with the bytes that are left.
+    std::function<std::unique_ptr<FactorPlace>(double left)> openPlace = [](double) {
+        return std::make_unique<FactorPlace>();
+    };
+    /// Is told when a factor goes to files unasked: the bytes that it needs, and those that are left.
+    std::function<void(double needed, double left)> goesToFiles{};
+    /// Is told the name of each step when it has ended: analyse, factorize, solve, check.
+    std::function<void(std::string_view step)> stepDone{};
+};
+
+} // namespace Velmar::Lintrix

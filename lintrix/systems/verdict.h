@@ -1,0 +1,29 @@
+#pragma once
+/// @file
+/// How far a solution of a linear system can be trusted, in one word.
+
+#include <lintrix/services/export.h>
+
+#include <string_view>
+
+namespace Velmar::Lintrix {
+
+/// What a solution amounts to. The limits are below.
+enum class Verdict {
+    Accurate, ///< the residual is at rounding level, and a known solution came back
+    Degraded, ///< at least a digit came back, and there is a reason not to trust all of it
+    Failed,   ///< there is no solution, or none with a correct digit
+};
+
+/// "accurate", "degraded", "failed".
+LINTRIX_EXPORT std::string_view NameOf(Verdict verdict) noexcept;
+
+/// @name Limits of scaled residuals and of relative errors
+/// @{
+inline constexpr double kRoundingLevel = 1e-12; ///< a residual above this is worse than rounding explains
+inline constexpr double kPoor = 1e-8;           ///< a residual above this is no solution
+inline constexpr double kFewDigits = 1e-6;      ///< an error above this is warned of
+inline constexpr double kNoDigit = 0.1;         ///< from this error on no digit is correct
+/// @}
+
+} // namespace Velmar::Lintrix

@@ -1,0 +1,388 @@
+// A system from its matrix to answers that say how good they are.
+
+#include <lintrix/lintrix.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <complex>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using Complex = std::complex<double>;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr TransposeMode kPlain = TransposeMode::NotTransposed, kTransposed = TransposeMode::Transposed,
+                        kAdjoint = TransposeMode::ConjugateTransposed;
+
+enum class Kind { Positive, Mirrored, SymmetricValues, Pattern, General };
+
+template <class Cell>
+Cell drawn(std::mt19937_64& generator)
+{
+    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+    if constexpr (std::is_same_v<Cell, double>)
+        return uniform(generator);
+    else
+        return {uniform(generator), uniform(generator)};
+}
+
+double conjugate(double value)
+{
+    return value;
+}
+Complex conjugate(Complex value)
+{
+    return std::conj(value);
+}
+
+/// A band of couplings, two to each side, with a diagonal that makes it regular.
+template <class Cell>
+auto bandOf(Kind kind, std::int32_t n, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    std::conditional_t<std::is_same_v<Cell, double>, SparseMatrix, CSparseMatrix> A(n, n);
+    for (std::int32_t i = 0; i < n; ++i) {
+        for (const std::int32_t j : {i + 1, i + 3}) {
+            if (j >= n) continue;
+            const Cell value = drawn<Cell>(generator);
+            const bool upperOnly = kind == Kind::General && j == i + 3;
+            A(i, j) = value;
+            if (kind == Kind::Positive || kind == Kind::Mirrored) A(j, i) = conjugate(value);
+            if (kind == Kind::SymmetricValues) A(j, i) = value;
+            if ((kind == Kind::Pattern || kind == Kind::General) && !upperOnly)
+                A(j, i) = drawn<Cell>(generator);
+        }
+        const double sign = kind == Kind::Positive || i % 3 != 0 ? 1.0 : -1.0;
+        A(i, i) = Cell(6.0 * sign);
+        if (kind == Kind::SymmetricValues) A(i, i) = Cell(6.0 * sign) * drawn<Cell>(generator) + Cell(5.0);
+    }
+    return A;
+}
+
+template <class M>
+M blockOf(std::int32_t rows, std::int32_t cols, std::uint64_t seed)
+{
+    using Cell = std::decay_t<decltype(std::declval<const M&>()(0, 0))>;
+    std::mt19937_64 generator(seed);
+    M block(rows, cols);
+    for (std::int32_t j = 0; j < cols; ++j)
+        for (std::int32_t i = 0; i < rows; ++i) block(i, j) = drawn<Cell>(generator);
+    return block;
+}
+
+template <class M>
+double largestOf(const M& A)
+{
+    double largest = 0.0;
+    for (std::int32_t j = 0; j < A.Cols(); ++j)
+        for (std::int32_t i = 0; i < A.Rows(); ++i) largest = std::max(largest, std::abs(A(i, j)));
+    return largest;
+}
+
+Matrix turned(const Matrix& A, TransposeMode op)
+{
+    return op == kPlain ? A : A.Transpose();
+}
+CMatrix turned(const CMatrix& A, TransposeMode op)
+{
+    return op == kPlain ? A : op == kTransposed ? A.Transpose() : A.Adjoint();
+}
+
+/// X solves op(A)*X = B, by the dense product of the library.
+template <class Sparse, class M>
+void expectSolves(const Sparse& A, const M& X, const M& B, TransposeMode op)
+{
+    const M R = turned(A.ToDense(), op) * X - B;
+    EXPECT_LT(largestOf(R), 1e-12 * (10.0 * largestOf(X) + largestOf(B)));
+}
+
+template <class Cell>
+void expectAllWays(Kind kind)
+{
+    const auto A = bandOf<Cell>(kind, 61, 11);
+    LinearSystem system(A);
+    using M = std::decay_t<decltype(A.ToDense())>;
+    for (const TransposeMode op : {kPlain, kTransposed, kAdjoint}) {
+        for (const std::int32_t columns : {1, 3}) {
+            SCOPED_TRACE(static_cast<int>(op));
+            const M B = blockOf<M>(61, columns, 5);
+            const auto answer = system.Solve(B, op);
+            EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+            ASSERT_TRUE(answer.x);
+            EXPECT_EQ(answer.x->Cols(), columns);
+            expectSolves(A, *answer.x, B, op);
+        }
+    }
+    EXPECT_EQ(system.Factorizations(), 1) << "one factor serves them all";
+}
+
+TEST(LinearSystem, SolvesPlainTransposedAndAdjointWithOneFactor)
+{
+    for (const Kind kind : {Kind::Positive, Kind::Mirrored, Kind::Pattern, Kind::General}) {
+        SCOPED_TRACE(static_cast<int>(kind));
+        expectAllWays<double>(kind);
+        expectAllWays<Complex>(kind);
+    }
+    expectAllWays<Complex>(Kind::SymmetricValues);
+}
+
+TEST(LinearSystem, SolvesWithATriangleThatStandsForBoth)
+{
+    const SparseMatrix full = bandOf<double>(Kind::Mirrored, 40, 3);
+    SparseAssembler entries(40, 40, {.storage = AssemblyStorage::Symmetric});
+    ForEachEntry(full, [&entries](std::int32_t row, std::int32_t col, double value) {
+        if (row <= col) entries.Add(row, col, value);
+    });
+    const Matrix B = blockOf<Matrix>(40, 2, 7);
+    for (const TransposeMode op : {kPlain, kTransposed}) {
+        LinearSystem system(entries.Assemble());
+        expectSolves(full, system.Solve(B, op).x.value(), B, op);
+    }
+}
+
+TEST(LinearSystem, TheValuesSuggestTheRoad)
+{
+    const auto roadOf = [](const auto& A) {
+        LinearSystem system(A);
+        system.Factorize();
+        return std::string(
+            system.SolveKnown(blockOf<std::decay_t<decltype(A.ToDense())>>(A.Rows(), 1, 1)).road);
+    };
+    EXPECT_EQ(roadOf(bandOf<double>(Kind::Positive, 30, 1)), "sparse Cholesky");
+    EXPECT_EQ(roadOf(bandOf<double>(Kind::Mirrored, 30, 1)), "sparse LDL'");
+    EXPECT_EQ(roadOf(bandOf<double>(Kind::Pattern, 30, 1)), "sparse LU");
+    EXPECT_EQ(roadOf(bandOf<double>(Kind::General, 30, 1)), "sparse LU with matching");
+    EXPECT_EQ(roadOf(bandOf<Complex>(Kind::Mirrored, 30, 1)), "sparse LDL^H");
+}
+
+TEST(LinearSystem, PhasesDoWhatIsMissing)
+{
+    const SparseMatrix A = bandOf<double>(Kind::General, 80, 2);
+    LinearSystem system(A);
+    EXPECT_EQ(system.Analyses(), 0);
+    const SystemForecast forecast = system.Forecast();
+    EXPECT_GT(forecast.factorEntries, 80);
+    EXPECT_GT(forecast.operations, 0.0);
+    EXPECT_GT(forecast.bytesInMemory, 0.0);
+    EXPECT_EQ(system.Analyses(), 1);
+    EXPECT_EQ(system.Factorizations(), 0);
+    EXPECT_EQ(system.Factorize(), Verdict::Accurate);
+    EXPECT_EQ(system.Analyses(), 1) << "the forecast's";
+    EXPECT_EQ(system.Factorizations(), 1);
+    for (std::uint64_t seed = 0; seed < 3; ++seed) {
+        const Matrix B = blockOf<Matrix>(80, 1, seed);
+        expectSolves(A, system.Solve(B).x.value(), B, kPlain);
+    }
+    EXPECT_EQ(system.Analyses(), 1);
+    EXPECT_EQ(system.Factorizations(), 1);
+}
+
+TEST(LinearSystem, AVectorIsARightHandSide)
+{
+    const SparseMatrix A = bandOf<double>(Kind::Positive, 20, 2);
+    const Matrix B = blockOf<Matrix>(20, 1, 9);
+    Vector b(20);
+    for (std::int32_t i = 0; i < 20; ++i) b[i] = B(i, 0);
+    LinearSystem system(A);
+    const Matrix byVector = system.Solve(b).x.value(), byMatrix = system.Solve(B).x.value();
+    EXPECT_EQ(largestOf(byVector - byMatrix), 0.0);
+}
+
+TEST(LinearSystem, AKnownSolutionComesBack)
+{
+    LinearSystem system(bandOf<Complex>(Kind::General, 50, 4));
+    const CMatrix known = blockOf<CMatrix>(50, 2, 3);
+    for (const TransposeMode op : {kPlain, kAdjoint}) {
+        const auto answer = system.SolveKnown(known, op);
+        EXPECT_EQ(answer.verdict, Verdict::Accurate);
+        EXPECT_LT(largestOf(*answer.x - known), 1e-13);
+        EXPECT_LT(answer.knownError.value(), 1e-13);
+        EXPECT_LT(answer.probeError.value(), 1e-13);
+    }
+}
+
+TEST(LinearSystem, OfAMatrixThatHasChangedNoMoreIsRepeatedThanMustBe)
+{
+    SparseMatrix A = bandOf<double>(Kind::General, 60, 4);
+    const Matrix B = blockOf<Matrix>(60, 2, 1);
+    LinearSystem system(A);
+    system.Factorize();
+    EXPECT_EQ(system.Update(A), SystemChange::None);
+    expectSolves(A, system.Solve(B).x.value(), B, kPlain);
+    EXPECT_EQ(system.Factorizations(), 1);
+
+    A(3, 3) = 9.0;
+    EXPECT_EQ(system.Update(A), SystemChange::Values);
+    expectSolves(A, system.Solve(B).x.value(), B, kPlain);
+    EXPECT_EQ(system.Analyses(), 1);
+    EXPECT_EQ(system.Factorizations(), 2);
+
+    A(0, 50) = 1.0;
+    EXPECT_EQ(system.Update(A), SystemChange::Pattern);
+    expectSolves(A, system.Solve(B).x.value(), B, kPlain);
+    EXPECT_EQ(system.Analyses(), 2);
+    EXPECT_EQ(system.Factorizations(), 3);
+
+    const SparseMatrix other = bandOf<double>(Kind::Positive, 25, 4);
+    EXPECT_EQ(system.Update(other), SystemChange::Pattern);
+    EXPECT_EQ(system.Rows(), 25);
+    const Matrix shorter = blockOf<Matrix>(25, 1, 1);
+    expectSolves(other, system.Solve(shorter).x.value(), shorter, kPlain);
+}
+
+// The old factor's order and scaling may not suit the new values.
+TEST(LinearSystem, ValuesThatChangeByOrdersOfMagnitudeAreSolvedAccurately)
+{
+    std::mt19937_64 generator(8);
+    std::uniform_real_distribution<double> exponent(-8.0, 8.0);
+    SparseMatrix A = bandOf<double>(Kind::General, 70, 5);
+    LinearSystem system(A);
+    for (int round = 0; round < 20; ++round) {
+        for (std::int32_t i = 0; i < 70; ++i) {
+            const double scale = std::pow(10.0, exponent(generator));
+            const double factor = scale / std::abs(A.Item(i, i));
+            for (std::int32_t j = std::max(0, i - 3); j < std::min(70, i + 4); ++j)
+                if (A.Item(i, j) != 0.0) A(i, j) *= factor;
+        }
+        system.Update(A);
+        const auto answer = system.SolveKnown(blockOf<Matrix>(70, 1, 2));
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+        EXPECT_LT(answer.knownError.value_or(1.0), 1e-9);
+    }
+}
+
+TEST(LinearSystem, SizesAreChecked)
+{
+    EXPECT_THROW(LinearSystem(SparseMatrix(2, 3)), NotSquareMatrixException);
+    LinearSystem system(bandOf<double>(Kind::Positive, 20, 2));
+    EXPECT_THROW(system.Solve(Matrix(19, 1)), SizeMismatchException);
+    EXPECT_THROW(system.Solve(Vector(21)), SizeMismatchException);
+    EXPECT_THROW(system.SolveKnown(Matrix(21, 1)), SizeMismatchException);
+    EXPECT_THROW(system.Update(SparseMatrix(2, 3)), NotSquareMatrixException);
+    EXPECT_EQ(system.Rows(), 20) << "the matrix before stands";
+    EXPECT_EQ(system.Factorize(), Verdict::Accurate);
+}
+
+TEST(LinearSystem, ATypeThatTheValuesContradictIsRefused)
+{
+    const SparseMatrix A = bandOf<double>(Kind::General, 20, 2);
+    EXPECT_THROW(LinearSystem(A, {.type = MatrixType::Indefinite}), ArgumentException);
+    LinearSystem system(bandOf<double>(Kind::Mirrored, 20, 2), {.type = MatrixType::Indefinite});
+    EXPECT_THROW(system.Update(A), ArgumentException);
+    EXPECT_EQ(system.Factorize(), Verdict::Accurate);
+}
+
+TEST(LinearSystem, SingularMatricesAreTold)
+{
+    SparseMatrix structural(3, 3);
+    structural(0, 0) = structural(1, 0) = structural(2, 2) = 1.0;
+    LinearSystem first(structural);
+    const auto answer = first.Solve(Matrix(3, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Failed);
+    EXPECT_FALSE(answer.x);
+    EXPECT_EQ(answer.reason, "structurally singular: 2 of 3 rows matched");
+    EXPECT_THAT(answer.Explain(), HasSubstr("failed: structurally singular"));
+    EXPECT_EQ(first.Forecast().factorEntries, 0);
+
+    SparseMatrix numerical(2, 2);
+    numerical(0, 0) = 1.0;
+    numerical(0, 1) = 2.0;
+    numerical(1, 0) = 3.0;
+    numerical(1, 1) = 6.0;
+    LinearSystem second(numerical);
+    EXPECT_EQ(second.Factorize(), Verdict::Failed);
+    EXPECT_THAT(second.SolveKnown(blockOf<Matrix>(2, 1, 1)).reason, HasSubstr("singular"));
+
+    numerical(1, 1) = 7.0; // and regular again
+    second.Update(numerical);
+    EXPECT_EQ(second.SolveKnown(blockOf<Matrix>(2, 1, 1)).verdict, Verdict::Accurate);
+}
+
+TEST(LinearSystem, NumbersThatAreNoneAreNoSuccess)
+{
+    for (const double bad :
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+        for (const Kind kind : {Kind::Positive, Kind::Mirrored, Kind::Pattern, Kind::General}) {
+            SparseMatrix A = bandOf<double>(kind, 20, 2);
+            A(4, 4) = bad;
+            LinearSystem system(A);
+            EXPECT_EQ(system.SolveKnown(blockOf<Matrix>(20, 1, 1)).verdict, Verdict::Failed);
+        }
+        Matrix B = blockOf<Matrix>(20, 1, 1);
+        B(7, 0) = bad;
+        LinearSystem system(bandOf<double>(Kind::General, 20, 2));
+        EXPECT_EQ(system.Solve(B).verdict, Verdict::Failed);
+        EXPECT_EQ(system.Solve(blockOf<Matrix>(20, 1, 1)).verdict, Verdict::Accurate)
+            << "the next is not touched";
+    }
+}
+
+TEST(LinearSystem, DenseMatricesOfEachShape)
+{
+    const auto answerTo = [](const Matrix& A, TransposeMode op) {
+        LinearSystem system(A);
+        return system.Solve(blockOf<Matrix>(op == kPlain ? A.Rows() : A.Cols(), 2, 1), op);
+    };
+    const Matrix tall = blockOf<Matrix>(9, 4, 1);
+    EXPECT_EQ(answerTo(blockOf<Matrix>(6, 6, 2), kPlain).road, "LU");
+    EXPECT_EQ(answerTo(blockOf<Matrix>(6, 6, 2), kTransposed).verdict, Verdict::Accurate);
+    EXPECT_EQ(answerTo(tall, kPlain).road, "QR (least squares)");
+    EXPECT_LT(answerTo(tall, kPlain).normalResidual.value(), 1e-15);
+    EXPECT_EQ(answerTo(tall, kTransposed).road, "LQ (minimum norm)");
+    EXPECT_EQ(answerTo(tall, kTransposed).x->Rows(), 9);
+    EXPECT_EQ(answerTo(Matrix(3, 3), kPlain).verdict, Verdict::Failed);
+    EXPECT_THAT(answerTo(Matrix(3, 3), kPlain).complaint, HasSubstr("singular"));
+
+    LinearSystem complex(blockOf<CMatrix>(7, 7, 3));
+    const CMatrix known = blockOf<CMatrix>(7, 1, 4);
+    for (const TransposeMode op : {kPlain, kTransposed, kAdjoint})
+        EXPECT_LT(largestOf(complex.SolveKnown(known, op).x.value() - known), 1e-12);
+    EXPECT_THROW(complex.Update(CSparseMatrix(7, 7)), InvalidOperationException);
+}
+
+TEST(LinearSystem, ManyThreadsMaySolveWithOneFactor)
+{
+    const SparseMatrix A = bandOf<double>(Kind::General, 300, 6);
+    LinearSystem system(A);
+    std::vector<std::thread> threads;
+    std::vector<int> wrong(4);
+    for (std::size_t t = 0; t < wrong.size(); ++t) {
+        threads.emplace_back([&, t] {
+            for (std::uint64_t k = 0; k < 10; ++k) {
+                const Matrix known = blockOf<Matrix>(300, 1, 100 * t + k);
+                wrong[t] += largestOf(system.SolveKnown(known).x.value() - known) < 1e-10 ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_THAT(wrong, ::testing::Each(0));
+    EXPECT_EQ(system.Factorizations(), 1);
+}
+
+TEST(LinearSystem, IsMovedWithItsFactor)
+{
+    LinearSystem first(bandOf<double>(Kind::General, 40, 6));
+    first.Factorize();
+    LinearSystem second = std::move(first);
+    EXPECT_EQ(second.SolveKnown(blockOf<Matrix>(40, 1, 1)).verdict, Verdict::Accurate);
+    EXPECT_EQ(second.Factorizations(), 1);
+}
+
+TEST(LinearSystem, ExplainsItself)
+{
+    LinearSystem system(bandOf<double>(Kind::Positive, 40, 6));
+    const std::string text = system.SolveKnown(blockOf<Matrix>(40, 1, 1)).Explain();
+    EXPECT_THAT(text, HasSubstr("The solution is accurate."));
+    EXPECT_THAT(text, HasSubstr("Road: sparse Cholesky."));
+    EXPECT_THAT(text, HasSubstr("A known solution came back with a relative error of"));
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

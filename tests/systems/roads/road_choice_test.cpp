@@ -1,0 +1,181 @@
+// Which road follows which, as tables.
+
+#include <lintrix/systems/roads/road_choice.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ostream>
+#include <vector>
+
+namespace Velmar::Lintrix::detail::roads {
+
+std::ostream& operator<<(std::ostream& out, const Attempt& attempt)
+{
+    out << nameOf(attempt.road, -2);
+    return attempt.ordering ? out << " by " << NameOf(*attempt.ordering) : out;
+}
+
+} // namespace Velmar::Lintrix::detail::roads
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using namespace detail::roads;
+
+constexpr auto kDegree = FillInReducingMethod::MinimumDegree,
+               kDissection = FillInReducingMethod::NestedDissection;
+constexpr SearchState kOpen{}, kGiven{.orderingIsOpen = false}, kSuspect{.looksSingular = true};
+
+struct Step {
+    Attempt last;
+    Ending ending;
+    SearchState state;
+    std::optional<Attempt> next;
+};
+
+void expectAll(const std::vector<Step>& table, FillInReducingMethod ordering = kDegree)
+{
+    for (std::size_t k = 0; k < table.size(); ++k) {
+        const Step& step = table[k];
+        EXPECT_EQ(nextAttempt(step.last, ordering, step.ending, step.state), step.next)
+            << "row " << k << ", " << step.last;
+    }
+}
+
+Attempt repeated(Road road, FillInReducingMethod ordering = kDissection)
+{
+    return {road, ordering};
+}
+
+constexpr Road kAll[] = {Road::Cholesky, Road::Symmetric, Road::SymmetricPairs, Road::Unmatched,
+                         Road::Matched,  Road::Coarse,    Road::Dense};
+
+TEST(NextAttempt, NothingFollowsAnAccurateOne)
+{
+    for (const Road road : kAll) expectAll({{{road}, Ending::Accurate, kOpen, std::nullopt}});
+}
+
+TEST(NextAttempt, AStrongerRoadFollowsAPoorOne)
+{
+    expectAll({
+        {{Road::Cholesky}, Ending::Poor, kOpen, Attempt{Road::Symmetric}},
+        {{Road::Symmetric}, Ending::Poor, kOpen, Attempt{Road::SymmetricPairs}},
+        {{Road::SymmetricPairs}, Ending::Poor, kOpen, Attempt{Road::Matched}},
+        {{Road::Unmatched}, Ending::Poor, kOpen, Attempt{Road::Matched}},
+        {{Road::Matched}, Ending::Poor, kOpen, Attempt{Road::Coarse}},
+        {{Road::Coarse}, Ending::Poor, kOpen, Attempt{Road::Dense}},
+        {{Road::Dense}, Ending::Poor, kOpen, std::nullopt},
+    });
+}
+
+TEST(NextAttempt, AnUnsteadyRoadIsRepeatedInTheOtherOrder)
+{
+    expectAll({
+        {{Road::Symmetric}, Ending::Unsteady, kOpen, repeated(Road::Symmetric)},
+        {{Road::Unmatched}, Ending::Unsteady, kOpen, repeated(Road::Unmatched)},
+        {{Road::Matched}, Ending::Unsteady, kOpen, repeated(Road::Matched)},
+        {{Road::SymmetricPairs}, Ending::Unsteady, kOpen, Attempt{Road::Matched}}, // has one order
+        {{Road::Coarse}, Ending::Unsteady, kOpen, Attempt{Road::Dense}},
+        // once
+        {repeated(Road::Symmetric), Ending::Unsteady, kOpen, Attempt{Road::SymmetricPairs}},
+        {repeated(Road::Matched), Ending::Unsteady, kOpen, Attempt{Road::Coarse}},
+        // where the caller leaves it open
+        {{Road::Symmetric}, Ending::Unsteady, kGiven, Attempt{Road::SymmetricPairs}},
+        {{Road::Matched}, Ending::Unsteady, kGiven, Attempt{Road::Coarse}},
+    });
+    expectAll({{{Road::Symmetric}, Ending::Unsteady, kOpen, repeated(Road::Symmetric, kDegree)}},
+              kDissection);
+}
+
+TEST(NextAttempt, FewDigitsOfAStableRoadAreTheMatrixsOwn)
+{
+    expectAll({
+        {{Road::Cholesky}, Ending::IllConditioned, kOpen, std::nullopt},
+        {{Road::Symmetric}, Ending::IllConditioned, kOpen, Attempt{Road::SymmetricPairs}},
+        {{Road::SymmetricPairs}, Ending::IllConditioned, kOpen, Attempt{Road::Matched}},
+        {{Road::Unmatched}, Ending::IllConditioned, kOpen, Attempt{Road::Matched}},
+        {{Road::Matched}, Ending::IllConditioned, kOpen, std::nullopt},
+        {{Road::Coarse}, Ending::IllConditioned, kOpen, std::nullopt},
+    });
+}
+
+TEST(NextAttempt, ThatAMatrixIsSingularLUHasTheLastWord)
+{
+    expectAll({
+        {{Road::Symmetric}, Ending::Singular, kOpen, Attempt{Road::SymmetricPairs}},
+        {{Road::SymmetricPairs}, Ending::Singular, kOpen, Attempt{Road::Matched}},
+        {{Road::Unmatched}, Ending::Singular, kOpen, Attempt{Road::Matched}},
+        {{Road::Matched}, Ending::Singular, kOpen, std::nullopt},
+        {{Road::Coarse}, Ending::Singular, kOpen, std::nullopt},
+        // told before by another road
+        {{Road::SymmetricPairs}, Ending::Unsteady, kSuspect, Attempt{Road::Matched}},
+        {{Road::Matched}, Ending::Unsteady, kSuspect, Attempt{Road::Coarse}},
+        {{Road::Matched}, Ending::Poor, kSuspect, Attempt{Road::Coarse}},
+    });
+}
+
+TEST(NextAttempt, ExchangesOfRowsAreForRegularMatricesWithADenseClass)
+{
+    expectAll({
+        {{Road::Coarse}, Ending::Poor, kGiven, Attempt{Road::Dense}},
+        {{Road::Coarse}, Ending::Poor, kSuspect, std::nullopt},
+        {{Road::Dense}, Ending::NotTaken, kOpen, std::nullopt},
+    });
+}
+
+TEST(NextAttempt, WhatIsNotTakenIsPassedOverWithWhatCostsAsMuch)
+{
+    expectAll({
+        {{Road::Symmetric}, Ending::NotTaken, kOpen, Attempt{Road::SymmetricPairs}},
+        {{Road::SymmetricPairs}, Ending::NotTaken, kOpen, Attempt{Road::Matched}},
+        {{Road::Matched}, Ending::NotTaken, kOpen, std::nullopt},
+    });
+}
+
+TEST(ReachOf, GoesByWhatWasDoneAndByTheMemory)
+{
+    struct Row {
+        Road road;
+        RoadCost cost, done;
+        Reach reach;
+    };
+    const double memory = 1e9;
+    const std::vector<Row> table{
+        {Road::Matched, {1, 1e9, 0}, {1, 1, 0}, Reach::Near}, // short
+        {Road::Matched, {1, 2e10, 0}, {1, 1e8, 0}, Reach::Far},
+        {Road::Matched, {1, 2e10, 0}, {1, 1e9, 0}, Reach::Near},
+        {Road::Matched, {1, 2e12, 0}, {1, 1e9, 0}, Reach::Beyond},
+        {Road::Matched, {1, 2e12, 0}, {1, 1e10, 0}, Reach::Far},
+        {Road::Matched, {1, 1e9, 2e9}, {1, 1e9, 0}, Reach::Beyond},
+        {Road::Matched, {6'000'000, 1e9, 0}, {10'000, 1e8, 0}, Reach::Near},
+        {Road::SymmetricPairs, {6'000'000, 1e9, 0}, {10'000, 1e8, 0}, Reach::Beyond},
+        {Road::SymmetricPairs, {6'000'000, 1e9, 0}, {700'000, 1e8, 0}, Reach::Near},
+    };
+    for (std::size_t k = 0; k < table.size(); ++k)
+        EXPECT_EQ(reachOf(table[k].road, table[k].cost, table[k].done, memory), table[k].reach)
+            << "row " << k;
+}
+
+TEST(DenseCost, IsThatOfTheSquareAndItsFactors)
+{
+    const RoadCost cost = denseCost(3000, false), complexCost = denseCost(3000, true);
+    EXPECT_EQ(cost.entries, 3000 * 3001 / 2);
+    EXPECT_DOUBLE_EQ(cost.operations, 1.8e10);
+    EXPECT_DOUBLE_EQ(cost.bytes, 144e6);
+    EXPECT_EQ(complexCost.entries, cost.entries);
+    EXPECT_DOUBLE_EQ(complexCost.operations, 7.2e10);
+    EXPECT_DOUBLE_EQ(complexCost.bytes, 288e6);
+    EXPECT_TRUE(std::isfinite(denseCost(46340, false).bytes));
+    EXPECT_TRUE(std::isinf(denseCost(46341, false).bytes)) << "more cells than a matrix can have";
+    EXPECT_EQ(denseCost(2147483647, true).entries, 2305843008139952128);
+}
+
+TEST(MostPairEntries, AreTenTimesThoseBeforeAndNeverFew)
+{
+    EXPECT_EQ(mostPairEntries({.entries = 100}), 5'000'000);
+    EXPECT_EQ(mostPairEntries({.entries = 2'000'000}), 20'000'000);
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
