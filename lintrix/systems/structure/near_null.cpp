@@ -1,5 +1,6 @@
 #include <lintrix/systems/structure/near_null.h>
 
+#include <lintrix/services/lapack.h>
 #include <lintrix/systems/structure/index_text.h>
 
 #include <algorithm>
@@ -148,15 +149,6 @@ std::vector<std::int32_t> carriersOf(const ColumnBlock<Cell>& block, std::int32_
     return carriers;
 }
 
-/// What is known of the null space alone.
-template <class Cell>
-ColumnBlock<Cell> nullVectors(const NearNull<Cell>& nearNull, const ColumnBlock<Cell>& block)
-{
-    ColumnBlock<Cell> vectors = block;
-    vectors.shrink(nearNull.nullity);
-    return vectors;
-}
-
 /// x := x - Q*(Q^H*x), Q orthonormal. @return ||Q^H*x|| of the x before
 template <class Cell>
 double removePart(const ColumnBlock<Cell>& Q, std::vector<Cell>& x)
@@ -179,6 +171,50 @@ std::vector<Cell> residualOf(const LinearMap<Cell>& A, const std::vector<Cell>& 
     for (std::size_t i = 0; i < r.size(); ++i) r[i] = b[i] - r[i];
     return r;
 }
+
+/// Solves off the null space: r is only told up to a left null vector, x up to a right one. So inverse*(r +
+/// U*c) is taken with the c for which x has no part in V. Where the inverse is that of A + E, this solves
+/// with what E is off the null spaces, however badly it fills them.
+template <class Cell>
+class DeflatedInverse {
+public:
+    DeflatedInverse(const NearNull<Cell>& nearNull, const LinearMap<Cell>& inverse)
+        : U_(nearNull.left), V_(nearNull.right), inverse_(inverse)
+    {
+        U_.shrink(nearNull.nullity);
+        V_.shrink(nearNull.nullity);
+        W_ = applied(inverse.times, U_);
+        for (std::int32_t j = 0; j < W_.count; ++j)
+            for (std::int32_t i = 0; i < V_.count; ++i)
+                VW_.push_back(scalarProduct(V_.length, V_.column(i), W_.column(j)));
+        pivots_.resize(static_cast<std::size_t>(V_.count));
+        if (V_.count > 0) lapack::getrf(V_.count, V_.count, VW_.data(), V_.count, pivots_.data(), info_);
+    }
+
+    double removeLeftPart(std::vector<Cell>& r) const { return removePart(U_, r); }
+
+    std::vector<Cell> operator()(const std::vector<Cell>& r) const
+    {
+        std::vector<Cell> x(r.size()), c;
+        inverse_.times(1, r.data(), x.data());
+        for (std::int32_t j = 0; j < V_.count; ++j)
+            c.push_back(scalarProduct(V_.length, V_.column(j), x.data()));
+        if (V_.count > 0 && info_ == 0) {
+            int info = 0;
+            lapack::getrs('N', V_.count, 1, VW_.data(), V_.count, pivots_.data(), c.data(), V_.count, info);
+            for (std::int32_t j = 0; j < V_.count; ++j) addMultiple(V_.length, -c[j], W_.column(j), x.data());
+        }
+        removePart(V_, x);
+        return x;
+    }
+
+private:
+    ColumnBlock<Cell> U_, V_, W_{}; ///< the null vectors, and inverse*U
+    const LinearMap<Cell>& inverse_;
+    std::vector<Cell> VW_{}; ///< V^H*W, factorized
+    std::vector<int> pivots_{};
+    int info_ = 0;
+};
 
 /// In any locale: "2.1e-17".
 std::string shortNumber(double value)
@@ -223,32 +259,29 @@ Consistency<Cell> judgeConsistency(const NearNull<Cell>& nearNull, const LinearM
                                    const LinearMap<Cell>& inverse, const Cell* b)
 {
     using Verdict = typename Consistency<Cell>::Verdict;
-    const ColumnBlock<Cell> U = nullVectors(nearNull, nearNull.left),
-                            V = nullVectors(nearNull, nearNull.right);
+    const DeflatedInverse<Cell> solve(nearNull, inverse);
     const auto order = static_cast<std::size_t>(A.rows);
     Consistency<Cell> result;
-    std::vector<Cell> rest(b, b + order), step(order);
-    result.leftPart = removePart(U, rest);
+    std::vector<Cell> rest(b, b + order);
+    result.leftPart = solve.removeLeftPart(rest);
     result.x.assign(order, Cell(0.0));
-    double before = std::numeric_limits<double>::infinity();
-    for (int done = 0; done <= kImprovements; ++done) {
-        inverse.times(1, rest.data(), step.data());
+    double before = std::numeric_limits<double>::infinity(), left = 0.0;
+    for (int done = 0; done <= kImprovements; ++done, before = left) {
+        const std::vector<Cell> step = solve(rest);
         for (std::size_t i = 0; i < order; ++i) result.x[i] += step[i];
-        removePart(V, result.x);
         rest = residualOf(A, result.x, b);
         result.residual = euclideanNorm(A.rows, rest.data());
         result.bound = A.rows * kEps *
                        (nearNull.norm * euclideanNorm(A.rows, result.x.data()) + euclideanNorm(A.rows, b));
-        removePart(U, rest);
-        const double left = euclideanNorm(A.rows, rest.data());
+        solve.removeLeftPart(rest);
+        left = euclideanNorm(A.rows, rest.data());
         if (!(result.residual > result.bound && left < 0.5 * before)) break;
-        before = left;
     }
     if (!isFinite(result.x) || !isFinite(rest)) return result;
-    if (result.residual > result.bound)
+    if (result.residual <= result.bound)
+        result.verdict = nearNull.complete ? Verdict::Consistent : Verdict::Unknown;
+    else if (result.leftPart > result.bound)
         result.verdict = Verdict::Inconsistent;
-    else if (nearNull.complete)
-        result.verdict = Verdict::Consistent;
     return result;
 }
 

@@ -55,7 +55,7 @@ struct Consistency {
     enum class Verdict {
         Consistent,
         Inconsistent,
-        Unknown, ///< not all null vectors are known, or no number came of it
+        Unknown, ///< not all null vectors are known, or the solves are too bad to tell
     };
     Verdict verdict = Verdict::Unknown;
     double leftPart =
@@ -65,10 +65,11 @@ struct Consistency {
     std::vector<Cell> x{}; ///< orthogonal to the null vectors: the shortest of nearly all that solve as well
 };
 
-/// b is consistent exactly when it is orthogonal to all left null vectors. So b less its left part is solved,
-/// x freed from right null vectors and improved while that helps; what is then left of b - A*x is the left
-/// part and rounding, and b is consistent when a change of A and b by rounding explains it all (the backward
-/// error; Rigal and Gaches, J. ACM 14 (1967)).
+/// b is consistent exactly when it is orthogonal to all left null vectors. So b less its left part is solved
+/// off the null vectors, and x improved while that helps; what is then left of b - A*x is the left part and
+/// rounding. b is consistent when a change of A and b by rounding explains it all (the backward error; Rigal
+/// and Gaches, J. ACM 14 (1967)), inconsistent when rounding does not explain the left part, which no x makes
+/// good.
 template <class Cell>
 LINTRIX_TESTABLE Consistency<Cell> judgeConsistency(const NearNull<Cell>& nearNull, const LinearMap<Cell>& A,
                                                     const LinearMap<Cell>& inverse, const Cell* b);
