@@ -10,13 +10,13 @@ namespace Velmar::Lintrix::detail {
 
 namespace {
 
-/// What `groupOf` holds of a column before the blocks of the square part are numbered.
-enum Group : std::int32_t { kHorizontal = -2, kVertical = kOutside, kSquare = 0 };
+enum class Part : std::int8_t { Horizontal, Square, Vertical };
 
 class Decomposition {
 public:
     Decomposition(const SparsePattern& pattern, const BipartiteMatching& matching)
-        : pattern_(pattern), matching_(matching), groupOf_(static_cast<std::size_t>(pattern.cols), kSquare)
+        : pattern_(pattern), matching_(matching),
+          partOf_(static_cast<std::size_t>(pattern.cols), Part::Square)
     {
     }
 
@@ -38,10 +38,10 @@ private:
     void markVertical();
     /// The same, transposed, from the columns without a row.
     void markHorizontal();
-    void mark(std::int32_t column, Group group)
+    void mark(std::int32_t column, Part part)
     {
-        if (groupOf_[column] != kSquare) return;
-        groupOf_[column] = group;
+        if (partOf_[column] != Part::Square) return;
+        partOf_[column] = part;
         queue_.push_back(column);
     }
     void findParts(DulmageMendelsohn& result) const;
@@ -51,15 +51,16 @@ private:
 
     const SparsePattern& pattern_;
     const BipartiteMatching& matching_;
-    std::vector<std::int32_t> groupOf_; ///< of each column: its group, in the end the block from the last
-    std::vector<std::int32_t> queue_{}; ///< columns
+    std::vector<Part> partOf_;                ///< of each column
+    std::vector<std::int32_t> componentOf_{}; ///< of each column of S: its block, counted from the last
+    std::vector<std::int32_t> queue_{};       ///< columns
 };
 
 void Decomposition::markVertical()
 {
     queue_.clear();
     const auto markRow = [this](std::int32_t row) {
-        for (const std::int32_t column : pattern_.row(row)) mark(column, kVertical);
+        for (const std::int32_t column : pattern_.row(row)) mark(column, Part::Vertical);
     };
     for (std::int32_t row = 0; row < pattern_.rows; ++row) {
         if (matching_.columnOf[row] == kUnmatched) markRow(row);
@@ -71,21 +72,21 @@ void Decomposition::markHorizontal()
 {
     queue_.clear();
     for (std::int32_t column = 0; column < pattern_.cols; ++column) {
-        if (matching_.rowOf[column] == kUnmatched) mark(column, kHorizontal);
+        if (matching_.rowOf[column] == kUnmatched) mark(column, Part::Horizontal);
     }
     if (queue_.empty()) return;
-    const PatternArrays turned = transposed(pattern_);
+    const PatternArrays reached = transposed(pattern_, matching_.columnOf);
     for (std::size_t head = 0; head < queue_.size(); ++head) {
-        for (const std::int32_t row : SparsePattern(turned).row(queue_[head]))
-            mark(matching_.columnOf[row], kHorizontal);
+        for (const std::int32_t column : SparsePattern(reached).row(queue_[head]))
+            mark(column, Part::Horizontal);
     }
 }
 
 /// Unmatched columns are all horizontal, unmatched rows all vertical.
 void Decomposition::findParts(DulmageMendelsohn& result) const
 {
-    const auto horizontal = static_cast<std::int32_t>(std::ranges::count(groupOf_, kHorizontal));
-    const auto vertical = static_cast<std::int32_t>(std::ranges::count(groupOf_, kVertical));
+    const auto horizontal = static_cast<std::int32_t>(std::ranges::count(partOf_, Part::Horizontal));
+    const auto vertical = static_cast<std::int32_t>(std::ranges::count(partOf_, Part::Vertical));
     const std::int32_t freeColumns = pattern_.cols - matching_.size;
     result.columnParts = {0, horizontal, pattern_.cols - vertical, pattern_.cols};
     result.rowParts = {0, horizontal - freeColumns, matching_.size - vertical, pattern_.rows};
@@ -95,32 +96,29 @@ void Decomposition::findParts(DulmageMendelsohn& result) const
 /// the counts turned into positions.
 void Decomposition::findBlocks(DulmageMendelsohn& result)
 {
-    std::vector<std::int32_t> componentOf(groupOf_.size());
-    std::ranges::transform(groupOf_, componentOf.begin(),
-                           [](std::int32_t group) { return group == kSquare ? 0 : kOutside; });
-    const std::int32_t blocks = numberStrongComponents(pattern_, matching_, componentOf);
+    componentOf_.resize(partOf_.size());
+    std::ranges::transform(partOf_, componentOf_.begin(),
+                           [](Part part) { return part == Part::Square ? 0 : kOutside; });
+    const std::int32_t blocks = numberStrongComponents(pattern_, matching_, componentOf_);
     result.blockStarts.assign(static_cast<std::size_t>(blocks) + 1, 0);
-    for (std::size_t j = 0; j < groupOf_.size(); ++j) {
-        if (groupOf_[j] != kSquare) continue;
-        groupOf_[j] = blocks - 1 - componentOf[j];
-        ++result.blockStarts[groupOf_[j] + 1];
-    }
+    for (const std::int32_t component : componentOf_)
+        if (component != kOutside) ++result.blockStarts[blocks - component];
     result.blockStarts.front() = result.rowParts[1];
     std::partial_sum(result.blockStarts.begin(), result.blockStarts.end(), result.blockStarts.begin());
 }
 
-/// Each group takes its columns in their order; the columns without a row come first.
+/// Each part and block takes its columns in their order; the columns without a row come first.
 void Decomposition::placeColumns(DulmageMendelsohn& result) const
 {
-    result.columnAt.resize(groupOf_.size());
+    result.columnAt.resize(partOf_.size());
     const std::int32_t surplus = result.surplus();
     std::int32_t nextFree = 0, nextHorizontal = surplus, nextVertical = result.columnParts[2];
     std::vector<std::int32_t> nextOfBlock(result.blockStarts.begin(), result.blockStarts.end() - 1);
     const auto placeOf = [&](std::int32_t column) {
         if (matching_.rowOf[column] == kUnmatched) return nextFree++;
-        if (groupOf_[column] == kHorizontal) return nextHorizontal++;
-        if (groupOf_[column] == kVertical) return nextVertical++;
-        return surplus + nextOfBlock[groupOf_[column]]++;
+        if (partOf_[column] == Part::Horizontal) return nextHorizontal++;
+        if (partOf_[column] == Part::Vertical) return nextVertical++;
+        return surplus + nextOfBlock[result.blocks() - 1 - componentOf_[column]]++;
     };
     for (std::int32_t column = 0; column < pattern_.cols; ++column) result.columnAt[placeOf(column)] = column;
 }

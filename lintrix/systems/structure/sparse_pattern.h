@@ -63,6 +63,8 @@ LINTRIX_TESTABLE EntryArrays<Cell> nonZerosOf(const SparseEntries<Cell>& A);
 /// for sparse matrices: multiplication and permuted transposition", ACM TOMS 4 (1978)).
 /// Cost: O(rows + cols + entries).
 LINTRIX_TESTABLE PatternArrays transposed(const SparsePattern& A);
+/// The same with names[i] in place of row i, in the order of the rows.
+PatternArrays transposed(const SparsePattern& A, std::span<const std::int32_t> names);
 template <class Cell>
 LINTRIX_TESTABLE EntryArrays<Cell> transposed(const SparseEntries<Cell>& A);
 

@@ -169,7 +169,7 @@ TEST(BipartiteMatching, OfALargeRandomPatternIsTheLargest)
     for (Int i = 0; i < n; ++i) {
         std::vector<Int> row{column(generator), column(generator), column(generator)};
         std::ranges::sort(row);
-        pattern.columns.insert(pattern.columns.end(), row.begin(), std::ranges::unique(row).begin());
+        pattern.columns.insert(pattern.columns.end(), row.begin(), std::unique(row.begin(), row.end()));
         pattern.starts.push_back(static_cast<Int>(pattern.columns.size()));
     }
     const BipartiteMatching matching = maximumMatching(pattern);
