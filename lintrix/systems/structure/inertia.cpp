@@ -31,6 +31,10 @@ void count(double eigenvalueSign, Inertia& inertia)
 /// a*c - b*b and the sum a + c, which do not vanish together. Scaled by a power of two.
 void countBlock(double a, double b, double c, Inertia& inertia)
 {
+    if (!std::isfinite(a) || !std::isfinite(b) || !std::isfinite(c)) {
+        inertia.zero += 2;
+        return;
+    }
     const int exponent = -std::ilogb(std::max({std::abs(a), b, std::abs(c)}));
     a = std::ldexp(a, exponent);
     b = std::ldexp(b, exponent);
@@ -59,7 +63,7 @@ Inertia inertiaOf(std::span<const double> diagonal, std::span<const Cell> below)
             countBlock(diagonal[i], std::abs(below[i]), diagonal[i + 1], inertia);
             ++i;
         } else {
-            count(diagonal[i], inertia);
+            count(std::isfinite(diagonal[i]) ? diagonal[i] : 0.0, inertia);
         }
     }
     return inertia;

@@ -22,7 +22,7 @@ struct Inertia {
 
 /// Of the D of a factorization, which by Sylvester's law of inertia is that of L*D*L^H: blocks of one and of
 /// two, `below[i]` the element (i + 1, i), which is 0 where i and i + 1 are not of one block. It has as many
-/// elements as the diagonal, or one less. What is no number counts as zero.
+/// elements as the diagonal, or one less. A block that is not finite counts as zero.
 ///
 /// A block of two has eigenvalues of both signs where a*c < |b|^2, which is decided without rounding but that
 /// of the modulus of a complex b.

@@ -66,8 +66,17 @@ TEST(Inertia, ReadsBlocksOfOneAndTwoInARow)
     EXPECT_EQ(inertiaOf<double>(diagonal, below), (Inertia{4, 2, 1}));
     EXPECT_EQ(inertiaOf<double>({}, {}), (Inertia{0, 0, 0}));
     EXPECT_EQ(inertiaOf<double>(std::vector{-0.0, kNaN, -kInfinity}, std::vector{0.0, 0.0}),
-              (Inertia{0, 1, 2}));
-    EXPECT_EQ(inertiaOf<double>(std::vector{kNaN, 1.0}, std::vector{1.0}), (Inertia{0, 0, 2}));
+              (Inertia{0, 0, 3}));
+}
+
+TEST(Inertia, OfABlockThatIsNotFiniteIsZero)
+{
+    for (const double bad : {kNaN, kInfinity, -kInfinity}) {
+        EXPECT_EQ(inertiaOf<double>(std::vector{bad, 1.0}, std::vector{1.0}), (Inertia{0, 0, 2}));
+        EXPECT_EQ(inertiaOf<double>(std::vector{1.0, bad}, std::vector{1.0}), (Inertia{0, 0, 2}));
+        EXPECT_EQ(inertiaOf<double>(std::vector{1.0, 1.0}, std::vector{bad}), (Inertia{0, 0, 2}));
+        EXPECT_EQ(inertiaOf<C>(std::vector{1.0, 1.0}, std::vector{C(0, bad)}), (Inertia{0, 0, 2}));
+    }
 }
 
 template <class Cell>
