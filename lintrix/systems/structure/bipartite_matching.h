@@ -21,7 +21,7 @@ struct BipartiteMatching {
 };
 
 /// A matching of the largest size there is: the structural rank, which the rank exceeds for no values, and
-/// reaches for nearly all (D. König 1931; Duff, Erisman and Reid, Direct Methods for Sparse Matrices, 2nd
+/// reaches for nearly all (D. Koenig 1931; Duff, Erisman and Reid, Direct Methods for Sparse Matrices, 2nd
 /// ed., chapter 6).
 ///
 /// First a greedy matching, which leaves over few rows as a rule that need not be. These are matched along

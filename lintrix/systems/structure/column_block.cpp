@@ -1,5 +1,7 @@
 #include <lintrix/systems/structure/column_block.h>
 
+#include <lintrix/systems/structure/cells.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -11,15 +13,6 @@ namespace {
 
 constexpr double kEps = std::numeric_limits<double>::epsilon();
 constexpr int kSweeps = 40; ///< a handful is the rule
-
-double conjugate(double x)
-{
-    return x;
-}
-std::complex<double> conjugate(const std::complex<double>& x)
-{
-    return std::conj(x);
-}
 
 double largestPart(double x)
 {

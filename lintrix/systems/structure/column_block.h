@@ -42,7 +42,7 @@ void addMultiple(std::int32_t length, const Cell& factor, const Cell* x, Cell* y
 /// accuracy where W owes its condition to the lengths of its columns.
 ///
 /// Plane rotations of pairs of columns until none is needed any more (M. R. Hestenes, J. SIAM 6 (1958); J.
-/// Demmel and K. Veselić, SIAM J. Matrix Anal. Appl. 13 (1992)). @pre W is finite
+/// Demmel and K. Veselic, SIAM J. Matrix Anal. Appl. 13 (1992)). @pre W is finite
 template <class Cell>
 LINTRIX_TESTABLE std::vector<double> orthogonalize(ColumnBlock<Cell>& W,
                                                    ColumnBlock<Cell>* companion = nullptr);

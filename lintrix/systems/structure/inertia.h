@@ -34,11 +34,11 @@ LINTRIX_TESTABLE Inertia inertiaOf(std::span<const double> diagonal, std::span<c
 /// change of a pivot that was replaced (N. J. Higham, Accuracy and Stability of Numerical Algorithms, 2nd
 /// ed., theorem 11.3, where p is some linear polynomial: here a term for each of a sum, and 20 for the
 /// inverse of a block).
-/// @param terms     longest sum in the elimination: the order, or the longest row of L
-/// @param norm      ||A||, and
-/// @param growth    || |L|*|D|*|L^H| ||, each in any norm that is not below ||.||_2 of the absolute values,
-/// as
-///                  the largest row sum; with partial or rook pivoting a moderate multiple of the norm
+/// @param terms   longest sum in the elimination: the order, or the longest row of L
+/// @param norm    ||A||, and
+/// @param growth  || |L|*|D|*|L^H| ||, each the largest row sum or any norm that is not below the spectral
+/// one
+///                of the absolute values; with complete or rook pivoting a moderate multiple of the norm
 template <class Cell>
 LINTRIX_TESTABLE double factorizationError(std::int32_t terms, double norm, double growth,
                                            double replaced = 0.0);
@@ -54,8 +54,7 @@ struct ShiftedInertia {
 /// others none can tell.
 struct CertainInertia {
     std::int32_t positive = 0, negative = 0, uncertain = 0;
-    double bound =
-        0.0; ///< which decides: an eigenvalue that is larger in magnitude is among the certain ones
+    double bound = 0.0; ///< which decides: the sign of an eigenvalue of larger magnitude is certain
 };
 
 /// From two factorizations, of A - s*I and A + s*I with an s not below their errors. Eigenvalues, in their
@@ -63,10 +62,9 @@ struct CertainInertia {
 /// and those below -s are negative likewise. Between are no more than lie within s + ||E|| of zero, which is
 /// `bound`. So nothing rests on an estimate but the errors that `inertiaOf` tells.
 ///
-/// @param error      of a factorization at shift 0, or a guess: s begins with twice as much and grows with
-/// the
-///                   errors told, for a few times
-/// @param inertiaOf  ShiftedInertia at a shift s; may raise what its work raises
+/// @param error      of a factorization at shift 0, or a guess: s begins with twice as much, and grows with
+///                   the errors told a few times
+/// @param inertiaOf  may raise what its work raises
 /// @return  all uncertain, `bound` infinite: no s was above its errors, or the two contradict each other
 LINTRIX_TESTABLE CertainInertia certainInertia(std::int32_t order, double error,
                                                const std::function<ShiftedInertia(double shift)>& inertiaOf);

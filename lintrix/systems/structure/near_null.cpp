@@ -1,6 +1,7 @@
 #include <lintrix/systems/structure/near_null.h>
 
 #include <lintrix/services/lapack.h>
+#include <lintrix/systems/structure/cells.h>
 #include <lintrix/systems/structure/index_text.h>
 
 #include <algorithm>
@@ -19,16 +20,8 @@ constexpr double kEps = std::numeric_limits<double>::epsilon();
 constexpr int kIterations = 8, kRitzSteps = 4, kImprovements = 10;
 constexpr double kSettled = 0.01; ///< relative change of all lengths
 
-bool isFinite(double x)
-{
-    return std::isfinite(x);
-}
-bool isFinite(const std::complex<double>& x)
-{
-    return std::isfinite(x.real()) && std::isfinite(x.imag());
-}
 template <class Cell>
-bool isFinite(const std::vector<Cell>& cells)
+bool areFinite(const std::vector<Cell>& cells)
 {
     return std::ranges::all_of(cells, [](const Cell& x) { return isFinite(x); });
 }
@@ -53,7 +46,7 @@ template <class Cell>
 ColumnBlock<Cell> applied(const Apply<Cell>& map, const ColumnBlock<Cell>& x)
 {
     ColumnBlock<Cell> y{x.length, x.count};
-    map(x.count, x.cells.data(), y.cells.data());
+    if (x.count > 0) map(x.count, x.cells.data(), y.cells.data());
     return y;
 }
 
@@ -63,7 +56,7 @@ template <class Cell>
 std::vector<double> takeShortest(const Apply<Cell>& map, ColumnBlock<Cell>& S, std::int32_t count)
 {
     ColumnBlock<Cell> image = applied(map, S);
-    if (!isFinite(image.cells)) return {};
+    if (!areFinite(image.cells)) return {};
     std::vector<double> lengths = orthogonalize(image, &S);
     ColumnBlock<Cell> shortest{S.length, std::min(count, S.count)};
     for (std::int32_t j = 0; j < shortest.count; ++j) {
@@ -83,7 +76,7 @@ std::vector<double> refine(const Apply<Cell>& A, const Apply<Cell>& inverse, Col
     std::vector<double> lengths = takeShortest(A, V, V.count);
     for (int step = 1; step < kRitzSteps && !lengths.empty(); ++step) {
         ColumnBlock<Cell> S = applied(inverse, applied(A, V));
-        if (!isFinite(S.cells)) break;
+        if (!areFinite(S.cells)) break;
         orthonormalize(S);
         S.count += V.count;
         S.cells.insert(S.cells.end(), V.cells.begin(), V.cells.end());
@@ -121,10 +114,10 @@ bool iterate(const LinearMap<Cell>& inverse, ColumnBlock<Cell>& U, ColumnBlock<C
     std::vector<double> lengths;
     for (int step = 0; step < kIterations; ++step) {
         U = applied(inverse.adjointTimes, V);
-        if (!isFinite(U.cells)) return false;
+        if (!areFinite(U.cells)) return false;
         orthonormalize(U);
         V = applied(inverse.times, U);
-        if (!isFinite(V.cells)) return false;
+        if (!areFinite(V.cells)) return false;
         const std::vector<double> before = std::exchange(lengths, orthonormalize(V));
         if (areSettled(before, lengths)) break;
     }
@@ -265,19 +258,20 @@ Consistency<Cell> judgeConsistency(const NearNull<Cell>& nearNull, const LinearM
     std::vector<Cell> rest(b, b + order);
     result.leftPart = solve.removeLeftPart(rest);
     result.x.assign(order, Cell(0.0));
+    const double rounding = A.rows * kEps, ofA = std::max(rounding * nearNull.norm, nearNull.threshold),
+                 ofB = rounding * euclideanNorm(A.rows, b);
     double before = std::numeric_limits<double>::infinity(), left = 0.0;
     for (int done = 0; done <= kImprovements; ++done, before = left) {
         const std::vector<Cell> step = solve(rest);
         for (std::size_t i = 0; i < order; ++i) result.x[i] += step[i];
         rest = residualOf(A, result.x, b);
         result.residual = euclideanNorm(A.rows, rest.data());
-        result.bound = A.rows * kEps *
-                       (nearNull.norm * euclideanNorm(A.rows, result.x.data()) + euclideanNorm(A.rows, b));
+        result.bound = ofA * euclideanNorm(A.rows, result.x.data()) + ofB;
         solve.removeLeftPart(rest);
         left = euclideanNorm(A.rows, rest.data());
         if (!(result.residual > result.bound && left < 0.5 * before)) break;
     }
-    if (!isFinite(result.x) || !isFinite(rest)) return result;
+    if (!areFinite(result.x) || !areFinite(rest)) return result;
     if (result.residual <= result.bound)
         result.verdict = nearNull.complete ? Verdict::Consistent : Verdict::Unknown;
     else if (result.leftPart > result.bound)

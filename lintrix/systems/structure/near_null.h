@@ -58,18 +58,17 @@ struct Consistency {
         Unknown, ///< not all null vectors are known, or the solves are too bad to tell
     };
     Verdict verdict = Verdict::Unknown;
-    double leftPart =
-        0.0; ///< the length of (u_1^H*b, u_2^H*b, ...), u_i the null vectors: zero if consistent
+    double leftPart = 0.0; ///< length of (u_1^H*b, u_2^H*b, ...), u_i the null vectors: 0 if consistent
     double residual = 0.0; ///< ||b - A*x||
-    double bound = 0.0;    ///< order*2^-52*(norm*||x|| + ||b||): rounding, to which `residual` is compared
-    std::vector<Cell> x{}; ///< orthogonal to the null vectors: the shortest of nearly all that solve as well
+    double bound = 0.0;    ///< on what rounding explains, see below
+    std::vector<Cell> x{}; ///< orthogonal to the null vectors: the shortest that does as well
 };
 
 /// b is consistent exactly when it is orthogonal to all left null vectors. So b less its left part is solved
 /// off the null vectors, and x improved while that helps; what is then left of b - A*x is the left part and
-/// rounding. b is consistent when a change of A and b by rounding explains it all (the backward error; Rigal
-/// and Gaches, J. ACM 14 (1967)), inconsistent when rounding does not explain the left part, which no x makes
-/// good.
+/// rounding. b is consistent when a change of A by max(order*2^-52*norm, threshold) and of b by
+/// order*2^-52*||b|| explains it all (the backward error; Rigal and Gaches, J. ACM 14 (1967)), inconsistent
+/// when that does not explain the left part, which no x makes good.
 template <class Cell>
 LINTRIX_TESTABLE Consistency<Cell> judgeConsistency(const NearNull<Cell>& nearNull, const LinearMap<Cell>& A,
                                                     const LinearMap<Cell>& inverse, const Cell* b);

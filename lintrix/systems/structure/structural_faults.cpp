@@ -1,10 +1,10 @@
 #include <lintrix/systems/structure/structural_faults.h>
 
+#include <lintrix/systems/structure/cells.h>
 #include <lintrix/systems/structure/dulmage_mendelsohn.h>
 #include <lintrix/systems/structure/index_text.h>
 #include <lintrix/systems/structure/proportionality.h>
 
-#include <cmath>
 #include <numeric>
 #include <span>
 #include <string_view>
@@ -93,15 +93,6 @@ std::vector<UnevenBlock> connectedBlocks(const SparsePattern& pattern, const Dul
 }
 
 // --- duplicates -------------------------------------------------------------------------------------------
-
-bool isFinite(double value)
-{
-    return std::isfinite(value);
-}
-bool isFinite(const std::complex<double>& value)
-{
-    return std::isfinite(value.real()) && std::isfinite(value.imag());
-}
 
 struct KeyedRow {
     std::uint64_t key;

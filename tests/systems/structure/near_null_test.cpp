@@ -280,6 +280,33 @@ TYPED_TEST(NearNulls, SayOfAConsistentSystemThatItIs)
             }
 }
 
+// A row of 1e-10 is zero to a threshold of 1e-9, and far from it to rounding.
+TYPED_TEST(NearNulls, GoByTheSettings)
+{
+    using Dense = MatrixOf<TypeParam>;
+    Dense A = identity<Dense>(8);
+    A(5, 5) = 1e-10;
+    A(5, 2) = 4e-11;
+    const auto map = this->mapOf(A), inverse = this->inverseOf(A);
+    const auto one = findNearNull(map, inverse, 1.0, {1, 1e-9, 0.3});
+    EXPECT_EQ(one.singularValues.size(), 1U);
+    EXPECT_EQ(one.nullity, 1);
+    EXPECT_FALSE(one.complete);
+    const auto fine = findNearNull(map, inverse, 1.0),
+               coarse = findNearNull(map, inverse, 1.0, {4, 1e-9, 0.3});
+    EXPECT_EQ(fine.nullity, 0);
+    EXPECT_EQ(coarse.nullity, 1);
+    EXPECT_TRUE(coarse.complete);
+    EXPECT_THAT(coarse.columns, ElementsAre(5));
+    EXPECT_THAT(coarse.rows, ElementsAre(5));
+    const std::vector<TypeParam> b{1.0, 1.0, 1.0, 1.0, 1.0, 1e-10, 1.0, 1.0};
+    EXPECT_EQ(judgeConsistency(coarse, map, inverse, b.data()).verdict,
+              NearNulls<TypeParam>::Verdict::Consistent);
+    EXPECT_EQ(judgeConsistency(fine, map, inverse, b.data()).verdict,
+              NearNulls<TypeParam>::Verdict::Consistent);
+    EXPECT_NEAR(std::abs(judgeConsistency(fine, map, inverse, b.data()).x[5]), 0.6, 1e-6);
+}
+
 // A + E is nearly singular itself: what E puts in place of the two zeros hardly differs from rank one, and
 // blows the rest of E up to the size of the smallest singular value.
 TYPED_TEST(NearNulls, AreSolvedOffWhateverThePerturbationIs)
