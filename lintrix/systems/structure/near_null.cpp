@@ -236,8 +236,8 @@ NearNull<Cell> findNearNull(const LinearMap<Cell>& A, const LinearMap<Cell>& inv
     U.shrink(count);
     V.shrink(count);
     for (std::int32_t i = 0; i < count; ++i) result.singularValues.push_back(std::max(left[i], right[i]));
-    result.nullity = static_cast<std::int32_t>(
-        std::ranges::upper_bound(result.singularValues, result.threshold) - result.singularValues.begin());
+    result.nullity = static_cast<std::int32_t>(std::ranges::count_if(
+        result.singularValues, [&](double value) { return value <= result.threshold; }));
     result.left = std::move(U);
     result.right = std::move(V);
     result.complete = result.nullity < count || result.nullity == A.rows;

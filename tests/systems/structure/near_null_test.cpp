@@ -280,6 +280,14 @@ TYPED_TEST(NearNulls, SayOfAConsistentSystemThatItIs)
             }
 }
 
+TYPED_TEST(NearNulls, AreNotCountedByANormThatIsNone)
+{
+    const auto A = identity<MatrixOf<TypeParam>>(6);
+    const auto found =
+        findNearNull(this->mapOf(A), this->inverseOf(A), std::numeric_limits<double>::quiet_NaN());
+    EXPECT_EQ(found.nullity, 0);
+}
+
 // A row of 1e-10 is zero to a threshold of 1e-9, and far from it to rounding.
 TYPED_TEST(NearNulls, GoByTheSettings)
 {
