@@ -1,0 +1,106 @@
+#include <lintrix/systems/structure/column_block.h>
+
+#include "tests/support/matrices.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <functional>
+#include <random>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using namespace detail;
+using Int = std::int32_t;
+
+template <class Cell>
+class ColumnBlocks : public ::testing::Test {
+public:
+    using Block = ColumnBlock<Cell>;
+
+    static Block copyOf(const MatrixOf<Cell>& A)
+    {
+        Block block{A.Rows(), A.Cols()};
+        for (Int j = 0; j < A.Cols(); ++j)
+            for (Int i = 0; i < A.Rows(); ++i) block.column(j)[i] = A(i, j);
+        return block;
+    }
+    static MatrixOf<Cell> matrixOf(const Block& block)
+    {
+        MatrixOf<Cell> A(block.length, block.count);
+        for (Int j = 0; j < block.count; ++j)
+            for (Int i = 0; i < block.length; ++i) A(i, j) = block.column(j)[i];
+        return A;
+    }
+    /// Orthonormal columns of the given number.
+    static Block orthonormalBlock(Int length, Int count)
+    {
+        Block block = copyOf(matrixWith<MatrixOf<Cell>>({length, length}, Spectrum::Flat, 7));
+        block.shrink(count);
+        return block;
+    }
+};
+using Cells = ::testing::Types<double, std::complex<double>>;
+TYPED_TEST_SUITE(ColumnBlocks, Cells);
+
+TYPED_TEST(ColumnBlocks, BecomeOrthogonalByAUnitaryMatrix)
+{
+    using M = MatrixOf<TypeParam>;
+    std::mt19937_64 generator(1);
+    for (const Int count : {1, 2, 3, 4, 8}) {
+        const M before = randomMatrix<M>({40, count}, generator);
+        auto W = this->copyOf(before), J = this->copyOf(identity<M>(count));
+        const std::vector<double> lengths = orthogonalize(W, &J);
+        EXPECT_TRUE(std::ranges::is_sorted(lengths, std::greater<>()));
+        EXPECT_LT(orthogonalityRatio(this->matrixOf(J)), kResidualLimit);
+        EXPECT_LT(differenceRatio(naiveProduct(before, this->matrixOf(J)), this->matrixOf(W)),
+                  kResidualLimit);
+        orthonormalize(W);
+        EXPECT_LT(orthogonalityRatio(this->matrixOf(W)), kResidualLimit);
+    }
+}
+
+// Columns of lengths down to 1e-120 that lean on each other by a half: their singular values are the lengths
+// times numbers of order 1, and the smallest is not lost in the rounding of the largest.
+TYPED_TEST(ColumnBlocks, KeepSmallSingularValuesBesideLargeOnes)
+{
+    const Int length = 30, count = 4;
+    auto Q = this->orthonormalBlock(length, count);
+    auto W = Q;
+    for (Int j = 0; j < count; ++j)
+        for (Int i = 0; i < length; ++i)
+            W.column(j)[i] =
+                std::pow(1e-40, j) * (Q.column(j)[i] + (j > 0 ? 0.5 * Q.column(j - 1)[i] : TypeParam(0)));
+    const std::vector<double> lengths = orthogonalize(W);
+    // Down to lower order, column j is left with its part across the columns before.
+    for (Int j = 0; j < count; ++j) EXPECT_NEAR(lengths[j] / std::pow(1e-40, j), 1.0, 1e-13);
+}
+
+TYPED_TEST(ColumnBlocks, LoseColumnsOfNoLength)
+{
+    auto W = this->orthonormalBlock(10, 3);
+    std::fill(W.column(1), W.column(2), TypeParam(0));
+    EXPECT_EQ(orthonormalize(W).size(), 2U);
+    EXPECT_EQ(W.count, 2);
+    EXPECT_LT(orthogonalityRatio(this->matrixOf(W)), kResidualLimit);
+    ColumnBlock<TypeParam> none{5, 3};
+    EXPECT_TRUE(orthonormalize(none).empty());
+}
+
+TYPED_TEST(ColumnBlocks, MayBeOfAnyScale)
+{
+    for (const double scale : {1e300, 1e-290}) {
+        auto W = this->orthonormalBlock(20, 2);
+        for (TypeParam& x : W.cells) x *= scale;
+        EXPECT_NEAR(euclideanNorm(20, W.column(0)) / scale, 1.0, 1e-14);
+        const std::vector<double> lengths = orthonormalize(W);
+        EXPECT_NEAR(lengths[1] / scale, 1.0, 1e-14);
+        EXPECT_LT(orthogonalityRatio(this->matrixOf(W)), kResidualLimit);
+    }
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
