@@ -1,7 +1,7 @@
 #include <lintrix/systems/quality/matrix_view.h>
 
-#include <lintrix/complex/cmatrix.h>
-#include <lintrix/dense/matrix.h>
+#include <lintrix/complex/access.h>
+#include <lintrix/dense/access.h>
 #include <lintrix/sparse/access.h>
 
 #include <complex>
@@ -17,8 +17,8 @@ MatrixView<Cell>::MatrixView(const CompressedMatrix<Cell>& matrix)
 }
 
 template <class Cell>
-MatrixView<Cell>::MatrixView(const DenseMatrix<Cell>& matrix)
-    : rows_(matrix.Rows()), cols_(matrix.Cols()), values_(reinterpret_cast<const Cell*>(matrix.DataPtr()))
+MatrixView<Cell>::MatrixView(const MatrixOf<Cell>& matrix)
+    : rows_(matrix.Rows()), cols_(matrix.Cols()), values_(AccessTo<Cell>::cells(matrix))
 {
 }
 

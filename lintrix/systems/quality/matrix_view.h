@@ -2,11 +2,11 @@
 /// @file
 /// A matrix, sparse or dense, as the loops of this folder read it.
 
-#include <lintrix/dense/detail/dense_matrix.h>
+#include <lintrix/dense/detail/dense_classes.h>
 #include <lintrix/services/export.h>
 #include <lintrix/sparse/compressed_matrix.h>
-#include <lintrix/systems/linear_map.h>
 
+#include <complex>
 #include <cstdint>
 
 namespace Velmar::Lintrix::detail {
@@ -21,7 +21,7 @@ template <class Cell>
 class LINTRIX_TESTABLE MatrixView {
 public:
     explicit MatrixView(const CompressedMatrix<Cell>& matrix);
-    explicit MatrixView(const DenseMatrix<Cell>& matrix);
+    explicit MatrixView(const MatrixOf<Cell>& matrix);
 
     std::int32_t rows() const noexcept { return rows_; }
     std::int32_t cols() const noexcept { return cols_; }
