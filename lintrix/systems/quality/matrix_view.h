@@ -34,7 +34,8 @@ public:
     /// Calls work(place, value) for the elements of a line in their order; of a dense one only for the places
     /// first .. behind-1.
     template <class Work>
-    void forElements(std::int32_t line, std::int32_t first, std::int32_t behind, const Work& work) const
+    [[gnu::always_inline]] void forElements(std::int32_t line, std::int32_t first, std::int32_t behind,
+                                            const Work& work) const
     {
         if (isDense()) {
             const Cell* const column = values_ + std::int64_t{line} * rows_;

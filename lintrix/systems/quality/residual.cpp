@@ -1,5 +1,6 @@
 #include <lintrix/systems/quality/residual.h>
 
+#include <lintrix/services/dispatch.h>
 #include <lintrix/services/team.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/sparse/kernels/cell.h>
@@ -23,7 +24,7 @@ struct Residual {
     Cell* r;
 
     Sum begin(std::int32_t i) const { return b[i]; }
-    void add(Sum& sum, const Cell& a, std::int32_t j) const { sum -= times(a, x[j]); }
+    [[gnu::always_inline]] void add(Sum& sum, const Cell& a, std::int32_t j) const { sum -= times(a, x[j]); }
     void finish(std::int32_t i, const Sum& sum) const { r[i] = sum; }
 };
 
@@ -34,7 +35,7 @@ struct TwofoldResidual {
     Cell* r;
 
     Sum begin(std::int32_t i) const { return Sum(b[i]); }
-    void add(Sum& sum, const Cell& a, std::int32_t j) const
+    [[gnu::always_inline]] void add(Sum& sum, const Cell& a, std::int32_t j) const
     {
         sum.addProduct(-a, x[j]);
         if (dx != nullptr) sum.addProduct(-a, dx[j]);
@@ -49,7 +50,10 @@ struct Scale {
     double* w;
 
     Sum begin(std::int32_t i) const { return modulus(b[i]); }
-    void add(Sum& sum, const Cell& a, std::int32_t j) const { sum += modulus(a) * modulus(x[j]); }
+    [[gnu::always_inline]] void add(Sum& sum, const Cell& a, std::int32_t j) const
+    {
+        sum += modulus(a) * modulus(x[j]);
+    }
     void finish(std::int32_t i, Sum sum) const { w[i] = sum; }
 };
 
@@ -59,7 +63,7 @@ struct RowSum {
     double* sums;
 
     Sum begin(std::int32_t) const { return 0.0; }
-    void add(Sum& sum, const Cell& a, std::int32_t) const { sum += modulus(a); }
+    [[gnu::always_inline]] void add(Sum& sum, const Cell& a, std::int32_t) const { sum += modulus(a); }
     void finish(std::int32_t i, Sum sum) const { sums[i] = sum; }
 };
 
@@ -69,7 +73,7 @@ struct RowLength {
     std::int32_t* lengths;
 
     Sum begin(std::int32_t) const { return 0; }
-    void add(Sum& sum, const Cell&, std::int32_t) const { ++sum; }
+    [[gnu::always_inline]] void add(Sum& sum, const Cell&, std::int32_t) const { ++sum; }
     void finish(std::int32_t i, Sum sum) const { lengths[i] = sum; }
 };
 
@@ -80,9 +84,29 @@ struct Product {
     Cell* y;
 
     Sum begin(std::int32_t) const { return Cell(0.0); }
-    void add(Sum& sum, const Cell& a, std::int32_t j) const { sum += times(a, x[j]); }
+    [[gnu::always_inline]] void add(Sum& sum, const Cell& a, std::int32_t j) const { sum += times(a, x[j]); }
     void finish(std::int32_t i, const Sum& sum) const { y[i] = sum; }
 };
+
+// A part of the work in the form for this processor, the part and all that it calls inlined. The bits are
+// those of any other form: nothing is contracted.
+template <class Part>
+[[gnu::target("avx2,fma")]] void partAvx2(const Part& part)
+{
+    part();
+}
+template <class Part>
+void partSse2(const Part& part)
+{
+    part();
+}
+template <class Part>
+void runPart(const Part& part)
+{
+    using Form = void (*)(const Part&);
+    constexpr KernelForms<Form> forms{partSse2<Part>, partAvx2<Part>, partAvx2<Part>};
+    forms.chosen()(part);
+}
 
 /// How many of their elements are worth a thread.
 constexpr std::int64_t kElementsAThread = 50000;
@@ -118,13 +142,16 @@ private:
     {
         const std::int32_t places = A_.isDense() ? A_.rows() : A_.cols();
         runRanges(A_.lines(), team(), [&](int first, int behind) {
-            for (int i = first; i < behind; ++i) {
-                Sum sum = rule_.begin(i);
-                A_.forElements(i, 0, places, [&](std::int32_t j, const Cell& a) {
-                    rule_.add(sum, conjugatedIf<Conjugate>(a), j);
-                });
-                rule_.finish(i, sum);
-            }
+            runPart([&]() __attribute__((always_inline)) {
+                for (int i = first; i < behind; ++i) {
+                    Sum sum = rule_.begin(i);
+                    A_.forElements(
+                        i, 0, places, [&](std::int32_t j, const Cell& a) __attribute__((always_inline)) {
+                            rule_.add(sum, conjugatedIf<Conjugate>(a), j);
+                        });
+                    rule_.finish(i, sum);
+                }
+            });
         });
     }
 
@@ -135,11 +162,14 @@ private:
     {
         std::vector<Sum> sums = begun(rows);
         runRanges(rows, A_.isDense() ? team() : 1, [&](int first, int behind) {
-            for (std::int32_t j = 0; j < A_.lines(); ++j) {
-                A_.forElements(j, first, behind, [&](std::int32_t i, const Cell& a) {
-                    rule_.add(sums[i], conjugatedIf<Conjugate>(a), j);
-                });
-            }
+            runPart([&]() __attribute__((always_inline)) {
+                for (std::int32_t j = 0; j < A_.lines(); ++j) {
+                    A_.forElements(
+                        j, first, behind, [&](std::int32_t i, const Cell& a) __attribute__((always_inline)) {
+                            rule_.add(sums[i], conjugatedIf<Conjugate>(a), j);
+                        });
+                }
+            });
         });
         finish(sums);
     }
@@ -151,14 +181,17 @@ private:
     {
         std::vector<Sum> sums = begun(A_.rows());
         withConjugation<Cell>(op_ == TransposeMode::Transposed, [&](auto turned) {
-            for (std::int32_t i = 0; i < A_.lines(); ++i) {
-                A_.forElements(i, 0, A_.cols(), [&](std::int32_t j, const Cell& a) {
-                    if (j == i) rule_.add(sums[i], conjugatedIf<Conjugate>(a), i);
-                    if (j <= i) return;
-                    rule_.add(sums[i], conjugatedIf<turned>(a), j);
-                    rule_.add(sums[j], conjugatedIf<!turned>(a), i);
-                });
-            }
+            runPart([&]() __attribute__((always_inline)) {
+                for (std::int32_t i = 0; i < A_.lines(); ++i) {
+                    A_.forElements(
+                        i, 0, A_.cols(), [&](std::int32_t j, const Cell& a) __attribute__((always_inline)) {
+                            if (j == i) rule_.add(sums[i], conjugatedIf<Conjugate>(a), i);
+                            if (j <= i) return;
+                            rule_.add(sums[i], conjugatedIf<turned>(a), j);
+                            rule_.add(sums[j], conjugatedIf<!turned>(a), i);
+                        });
+                }
+            });
         });
         finish(sums);
     }
