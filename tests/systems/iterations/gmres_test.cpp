@@ -242,6 +242,55 @@ TYPED_TEST(Gmres, EndsAtTheFirstNaNAndKeepsTheBest)
     }
 }
 
+TYPED_TEST(Gmres, SeesANaNThatTheMatrixDoesNotMeet)
+{
+    using Cell = TypeParam;
+    Cells random(63);
+    auto A = random.matrix<Cell>(9, 9);
+    for (int i = 0; i < 9; ++i) A(i, 7) = 0.0;
+    const SparseOf<Cell> sparse(A);
+    System<Cell> s(A, MatrixOf<Cell>(9, 9, Cell(1.0)), random.vector<Cell>(9));
+    s.product = mapOf(MatrixView<Cell>(sparse)); // column 7 is empty, and x_7 never read
+    s.inverse.times = [](std::int32_t, const Cell* x, Cell* y) {
+        std::copy_n(x, 9, y);
+        y[7] = kNaN;
+    };
+    EXPECT_EQ(s.improve().outcome, GmresOutcome::NotFinite);
+    for (const Cell& value : s.x) EXPECT_TRUE(std::isfinite(std::abs(value)));
+}
+
+TYPED_TEST(Gmres, NeverMakesXWorse)
+{
+    using Cell = TypeParam;
+    Cells random(64);
+    for (int trial = 0; trial < 20; ++trial) {
+        const auto A = random.matrix<Cell>(20, 20);
+        System<Cell> s(A, A, random.vector<Cell>(20));
+        for (Cell& value : s.x) value *= 1.0 + 1e-6 * random.real();
+        const double before = judged<Cell>(A, s.b, s.x);
+        // Another solve for the basis than for the sum: what is not flexible cannot know it.
+        s.inverse.times = [&](std::int32_t, const Cell*, Cell* y) {
+            for (int i = 0; i < 20; ++i) y[i] = random.cell<Cell>();
+        };
+        EXPECT_LE(s.improve({.cycle = 3, .flexible = false}).backwardError, before * (1.0 + 1e-6));
+    }
+}
+
+TYPED_TEST(Gmres, EndsWhereItGainsTooLittle)
+{
+    using Cell = TypeParam;
+    Cells random(65);
+    MatrixOf<Cell> A(60, 60);
+    for (int i = 0; i < 60; ++i) A(i, i) = 1.0 + 10.0 * i; // two steps a cycle hardly halve anything
+    System<Cell> s(A, MatrixOf<Cell>(60, 60, Cell(1.0)), random.vector<Cell>(60));
+    s.x.assign(60, Cell(0.0));
+    const GmresResult result = s.improve({.cycle = 2, .patience = 4});
+    EXPECT_EQ(result.outcome, GmresOutcome::Stagnated);
+    EXPECT_GE(result.cycles, 4);
+    EXPECT_LT(result.steps, 200);
+    EXPECT_EQ(s.improve({.cycle = 2, .steps = 5000, .patience = 5000}).outcome, GmresOutcome::Converged);
+}
+
 TYPED_TEST(Gmres, SaysSoWhereNothingCanBeMeasured)
 {
     using Cell = TypeParam;
