@@ -133,6 +133,88 @@ TYPED_TEST(Gmres, RepairsTheDiagonalThatStaticPivotingPutIn)
     }
 }
 
+/// L*U without exchanges, pivots below `least` replaced by it.
+template <class Cell>
+class StaticFactor {
+public:
+    StaticFactor(const MatrixOf<Cell>& A, double least) : n_(A.Rows()), lu_(A)
+    {
+        for (int k = 0; k < n_; ++k) {
+            if (std::abs(lu_(k, k)) < least) {
+                lu_(k, k) = least;
+                ++replaced;
+            }
+            for (int i = k + 1; i < n_; ++i) {
+                lu_(i, k) /= lu_(k, k);
+                for (int j = k + 1; j < n_; ++j) lu_(i, j) -= lu_(i, k) * lu_(k, j);
+            }
+        }
+    }
+
+    LinearMap<Cell> map() const
+    {
+        const auto solve = [n = n_, lu = lu_](std::int32_t, const Cell* b, Cell* x) {
+            std::copy_n(b, n, x);
+            for (int i = 0; i < n; ++i) {
+                for (int j = 0; j < i; ++j) x[i] -= lu.Item(i, j) * x[j];
+            }
+            for (int i = n - 1; i >= 0; --i) {
+                for (int j = i + 1; j < n; ++j) x[i] -= lu.Item(i, j) * x[j];
+                x[i] /= lu.Item(i, i);
+            }
+        };
+        return {n_, n_, solve, {}};
+    }
+
+    int replaced = 0;
+
+private:
+    int n_;
+    MatrixOf<Cell> lu_;
+};
+
+TYPED_TEST(Gmres, RepairsAnEliminationWithStaticPivots)
+{
+    using Cell = TypeParam;
+    Cells random(66);
+    for (const int k : {1, 5, 20}) {
+        for (const double least : {0x1p-26, 1e-3}) {
+            for (const bool flexible : {true, false}) {
+                // A block of zeros first, as of constraints: at least one of its pivots is 0.
+                auto A = random.matrix<Cell>(60, 60);
+                for (int j = 0; j < k; ++j) {
+                    for (int i = 0; i < k; ++i) A(i, j) = 0.0;
+                }
+                const StaticFactor<Cell> factor(A, least * normOf<Cell>(A));
+                ASSERT_GE(factor.replaced, 1);
+                System<Cell> s(A, A, random.vector<Cell>(60));
+                s.inverse = factor.map();
+                s.inverse.times(1, s.b.data(), s.x.data());
+                const GmresResult result = s.improve({.flexible = flexible});
+                EXPECT_EQ(result.outcome, GmresOutcome::Converged);
+                EXPECT_LE(result.steps, 3 * (factor.replaced + 1));
+            }
+        }
+    }
+}
+
+TYPED_TEST(Gmres, IsHonestWhereItCannotRepair)
+{
+    using Cell = TypeParam;
+    Cells random(67);
+    for (int trial = 0; trial < 10; ++trial) {
+        auto left = random.matrix<Cell>(40, 40);
+        for (int j = 0; j < 40; ++j) {
+            for (int i = 0; i < 40; ++i) left(i, j) *= std::pow(10.0, -12.0 * j / 40);
+        }
+        const MatrixOf<Cell> A = left * random.matrix<Cell>(40, 40);
+        System<Cell> s(A, A + perturbation<Cell>(random, A, 20, 1.0), random.vector<Cell>(40));
+        const double before = judged<Cell>(A, s.b, s.x);
+        EXPECT_LE(s.improve().backwardError, before * (1.0 + 1e-6))
+            << "and it is the true one: see improve()";
+    }
+}
+
 TYPED_TEST(Gmres, RepairsWhereRefinementDiverges)
 {
     using Cell = TypeParam;
