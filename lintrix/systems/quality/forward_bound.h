@@ -43,8 +43,8 @@ enum class ResidualPrecision {
     Twice,
 };
 
-/// A bound on ||x* - x||/||x|| for each column. `inverse` solves with op(A), and its adjoint with the
-/// adjoint; each column costs two solves, and those of the estimate.
+/// A bound on ||x* - x||/||x|| for each column; A is square. `inverse` solves with op(A), and its adjoint
+/// with the adjoint; each column costs two solves, and those of the estimate.
 ///
 /// 0 where x and the bound are 0, infinite where x alone is 0; NaN, or infinite, where what is given or
 /// solved is not finite.
