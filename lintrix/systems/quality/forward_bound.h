@@ -1,0 +1,57 @@
+#pragma once
+/// @file
+/// How far x is from the solution x* of op(A)*x* = b. With r the computed residual, w = |op(A)|*|x| + |b|,
+/// nz the longest row, eps = 2^-53, and infinity norms,
+///
+///     ||x* - x|| <= || |op(A)^-1| * g ||,            g = |r| + (nz + 1)*eps*w
+///
+/// since x* - x is op(A)^-1 times the exact residual, and g bounds that: the computed one, and all that its
+/// rounding may have hidden. The inverse is never formed: with G = diag(g) the right-hand side is
+/// ||op(A)^-1 * G||, the 1-norm of the map G*op(A)^-H, which is estimated by solves. Arioli, Demmel, Duff,
+/// SIAM J. Matrix Anal. Appl. 10 (1989); Higham, Accuracy and Stability, 2nd ed., section 15.1.
+///
+/// A residual in twice the precision hides next to nothing. But that of the best x there is, rounded to
+/// doubles, is still of the size eps*w, and its moduli would tell no more than above. Its signs do: with the
+/// correction d = op(A)^-1 * r and what that leaves, s = r - op(A)*d,
+///
+///     ||x* - x|| <= ||d|| + || |op(A)^-1| * g ||,    g = |s| + (nz + 1)*eps*|r| + ((nz + 1)*eps)^2*w
+///
+/// The solves are inexact themselves, by about the condition times eps, or by far more where pivots were
+/// perturbed. q = ||op(A)^-1 * s||/||d|| measures it: x* - x is a sum of corrections of which each is about
+/// q times the one before. So estimates are divided by 1 - q, and from q = 1 on the bound is infinite.
+
+#include <lintrix/foundation/enumerations.h>
+#include <lintrix/services/export.h>
+#include <lintrix/systems/linear_map.h>
+#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/norm_estimate.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace Velmar::Lintrix::detail {
+
+/// How r was computed, which decides on the bound and on what it promises.
+enum class ResidualPrecision {
+    /// The first bound: about the componentwise condition of the system times eps, however good x may be. It
+    /// holds unless the estimate falls short by more than the rounding term is too large, which is seldom
+    /// less than a factor of ten.
+    Working,
+    /// The second, without the rounding of r: it follows the error of this very x, down to eps. The
+    /// estimate concerns a small part of it, while q is small. It has no slack to spare: with a residual of
+    /// the working precision it would be wrong.
+    Twice,
+};
+
+/// A bound on ||x* - x||/||x|| for each column; A is square. `inverse` solves with op(A), and its adjoint
+/// with the adjoint; each column costs two solves, and those of the estimate.
+///
+/// 0 where x and the bound are 0, infinite where x alone is 0; NaN, or infinite, where what is given or
+/// solved is not finite.
+template <class Cell>
+LINTRIX_TESTABLE std::vector<double>
+forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+                   std::int32_t columns, const Cell* b, const Cell* x, const Cell* r,
+                   ResidualPrecision precision, const NormEstimation& how = {});
+
+} // namespace Velmar::Lintrix::detail

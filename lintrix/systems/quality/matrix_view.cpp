@@ -1,0 +1,34 @@
+#include <lintrix/systems/quality/matrix_view.h>
+
+#include <lintrix/complex/access.h>
+#include <lintrix/dense/access.h>
+#include <lintrix/sparse/access.h>
+
+#include <complex>
+
+namespace Velmar::Lintrix::detail {
+
+template <class Cell>
+MatrixView<Cell>::MatrixView(const CompressedMatrix<Cell>& matrix)
+    : rows_(matrix.Rows()), cols_(matrix.Cols()), values_(matrix.Values().data()),
+      starts_(matrix.RowPointers().data()), places_(matrix.ColumnIndices().data()),
+      oneTriangle_(SparseAccess::isMarked(matrix))
+{
+}
+
+template <class Cell>
+MatrixView<Cell>::MatrixView(const MatrixOf<Cell>& matrix)
+    : rows_(matrix.Rows()), cols_(matrix.Cols()), values_(AccessTo<Cell>::cells(matrix))
+{
+}
+
+template <class Cell>
+std::int64_t MatrixView<Cell>::elements() const noexcept
+{
+    return isDense() ? std::int64_t{rows_} * cols_ : std::int64_t{starts_[rows_]} - starts_[0];
+}
+
+template class MatrixView<double>;
+template class MatrixView<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail

@@ -1,0 +1,219 @@
+// Forward bounds: they hold, they are not much too large, and they admit what they cannot know.
+
+#include <lintrix/systems/quality/forward_bound.h>
+#include <lintrix/systems/quality/residual.h>
+
+#include "tests/systems/quality/dense_factor.h"
+#include "tests/systems/quality/reference.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using namespace detail;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr TransposeMode kModes[] = {TransposeMode::NotTransposed, TransposeMode::Transposed,
+                                    TransposeMode::ConjugateTransposed};
+
+template <class T>
+class ForwardBound : public ::testing::Test {
+};
+using CellTypes = ::testing::Types<double, ComplexCell>;
+TYPED_TEST_SUITE(ForwardBound, CellTypes);
+
+/// Columns scaled to 1 .. 10^-spread and mixed by a second factor: condition numbers up to some 10^spread.
+template <class Cell>
+MatrixOf<Cell> illConditioned(Cells& random, int n, double spread)
+{
+    MatrixOf<Cell> left = random.matrix<Cell>(n, n);
+    for (int j = 0; j < n; ++j) {
+        for (int i = 0; i < n; ++i) left(i, j) *= std::pow(10.0, -spread * j / n);
+    }
+    return left * random.matrix<Cell>(n, n);
+}
+
+/// op(A) as a dense matrix.
+template <class Cell>
+MatrixOf<Cell> opOf(const MatrixOf<Cell>& A, TransposeMode op)
+{
+    if (op == TransposeMode::NotTransposed) return A;
+    MatrixOf<Cell> turned(A.Cols(), A.Rows());
+    for (int i = 0; i < A.Cols(); ++i) {
+        for (int j = 0; j < A.Rows(); ++j) {
+            turned(i, j) = A.Item(j, i);
+            if constexpr (!std::is_same_v<Cell, double>) {
+                if (op == TransposeMode::ConjugateTransposed) turned(i, j) = std::conj(turned(i, j));
+            }
+        }
+    }
+    return turned;
+}
+
+template <class Cell>
+struct Solved {
+    std::vector<Cell> x, r;
+    double bound, error;
+};
+
+/// Solves, refines `steps` times, and judges by elimination in 113 bits.
+template <class Cell>
+Solved<Cell> solveAndJudge(const MatrixOf<Cell>& A, TransposeMode op, const std::vector<Cell>& b, int steps,
+                           ResidualPrecision precision)
+{
+    const MatrixView<Cell> view(A);
+    const LinearMap<Cell> solves = inverseMap<Cell>(opOf<Cell>(A, op));
+    Solved<Cell> s;
+    s.x.resize(b.size());
+    s.r.resize(b.size());
+    std::vector<Cell> d(b.size());
+    solves.times(1, b.data(), s.x.data());
+    const auto measure = [&] {
+        if (precision == ResidualPrecision::Working) {
+            residual(view, op, 1, b.data(), s.x.data(), s.r.data());
+        } else {
+            residualInTwicePrecision<Cell>(view, op, 1, b.data(), s.x.data(), nullptr, s.r.data());
+        }
+    };
+    measure();
+    for (int step = 0; step < steps; ++step) {
+        solves.times(1, s.r.data(), d.data());
+        for (std::size_t i = 0; i < d.size(); ++i) s.x[i] += d[i];
+        measure();
+    }
+    s.bound = forwardErrorBounds(view, op, solves, 1, b.data(), s.x.data(), s.r.data(), precision).front();
+    const QuadVector exact = solution(quadOf(A, op), quadOf(b));
+    s.error = static_cast<double>(largest(difference(quadOf(s.x), exact)) / largest(quadOf(s.x)));
+    return s;
+}
+
+TYPED_TEST(ForwardBound, HoldsInEveryOneOfThousandsOfSystems)
+{
+    using Cell = TypeParam;
+    Cells random(31);
+    int close = 0;
+    constexpr int kTrials = 1500;
+    for (int trial = 0; trial < kTrials; ++trial) {
+        const int n = random.whole(1, 14);
+        const auto A = illConditioned<Cell>(random, n, random.real(0.0, 11.0));
+        const auto precision = trial % 2 == 0 ? ResidualPrecision::Working : ResidualPrecision::Twice;
+        const auto s =
+            solveAndJudge<Cell>(A, kModes[trial % 3], random.vector<Cell>(n), trial % 4 / 2, precision);
+        EXPECT_LE(s.error, s.bound) << "trial " << trial << ", size " << n;
+        close += precision == ResidualPrecision::Twice && s.bound <= 2.0 * std::max(s.error, 0x1p-53);
+    }
+    EXPECT_GE(close, kTrials / 2 * 9 / 10) << "a bound of 1 would hold, too";
+}
+
+TYPED_TEST(ForwardBound, HoldsWhereTheMatrixIsBadlyScaled)
+{
+    using Cell = TypeParam;
+    Cells random(32);
+    for (int trial = 0; trial < 300; ++trial) {
+        const int n = random.whole(2, 12);
+        auto A = random.matrix<Cell>(n, n);
+        auto b = random.vector<Cell>(n);
+        for (int i = 0; i < n; ++i) {
+            const double row = std::pow(2.0, random.whole(-300, 300));
+            b[i] *= row;
+            for (int j = 0; j < n; ++j) A(i, j) *= row;
+        }
+        const auto s = solveAndJudge<Cell>(A, TransposeMode::NotTransposed, b, 1, ResidualPrecision::Working);
+        EXPECT_LE(s.error, s.bound);
+        EXPECT_LE(s.bound, 1e-6) << "a scaling of rows is no ill condition";
+    }
+}
+
+TYPED_TEST(ForwardBound, InTwiceThePrecisionIsBelowConditionTimesEpsWhereXWasRefined)
+{
+    using Cell = TypeParam;
+    Cells random(33);
+    const auto A = illConditioned<Cell>(random, 12, 9.0);
+    const auto b = random.vector<Cell>(12);
+    const auto coarse =
+        solveAndJudge<Cell>(A, TransposeMode::NotTransposed, b, 3, ResidualPrecision::Working);
+    const auto fine = solveAndJudge<Cell>(A, TransposeMode::NotTransposed, b, 3, ResidualPrecision::Twice);
+    EXPECT_LE(fine.error, fine.bound);
+    EXPECT_LE(fine.bound, coarse.bound / 1e4);
+}
+
+TYPED_TEST(ForwardBound, HoldsOrIsInfiniteWhereTheSolvesAreThoseOfAnotherMatrix)
+{
+    using Cell = TypeParam;
+    Cells random(35);
+    int infinite = 0, finite = 0;
+    for (int trial = 0; trial < 300; ++trial) {
+        const int n = random.whole(2, 10);
+        const auto A = random.matrix<Cell>(n, n);
+        auto perturbed = A;
+        perturbed(random.whole(0, n - 1), random.whole(0, n - 1)) += std::pow(10.0, random.whole(-4, 2));
+        const LinearMap<Cell> solves = inverseMap<Cell>(perturbed);
+        const auto b = random.vector<Cell>(n);
+        std::vector<Cell> x(n), r(n);
+        solves.times(1, b.data(), x.data());
+        residualInTwicePrecision<Cell>(MatrixView<Cell>(A), TransposeMode::NotTransposed, 1, b.data(),
+                                       x.data(), nullptr, r.data());
+        const QuadVector exact = solution(quadOf(A), quadOf(b));
+        const auto error = static_cast<double>(largest(difference(quadOf(x), exact)) / largest(quadOf(x)));
+        for (const auto precision : {ResidualPrecision::Working, ResidualPrecision::Twice}) {
+            const double bound = forwardErrorBounds(MatrixView<Cell>(A), TransposeMode::NotTransposed, solves,
+                                                    1, b.data(), x.data(), r.data(), precision)
+                                     .front();
+            EXPECT_LE(error, bound) << trial;
+            ++(std::isinf(bound) ? infinite : finite);
+        }
+    }
+    EXPECT_GE(infinite, 50);
+    EXPECT_GE(finite, 100);
+}
+
+TYPED_TEST(ForwardBound, OfEachColumnOfABlock)
+{
+    using Cell = TypeParam;
+    Cells random(34);
+    const auto A = random.matrix<Cell>(6, 6);
+    const auto b = random.vector<Cell>(12), x = random.vector<Cell>(12);
+    std::vector<Cell> r(12);
+    const MatrixView<Cell> view(A);
+    const LinearMap<Cell> solves = inverseMap<Cell>(A);
+    residual(view, TransposeMode::NotTransposed, 2, b.data(), x.data(), r.data());
+    const auto boundsOf = [&](int columns, int first) {
+        return forwardErrorBounds(view, TransposeMode::NotTransposed, solves, columns, &b[first], &x[first],
+                                  &r[first], ResidualPrecision::Working);
+    };
+    const auto both = boundsOf(2, 0);
+    EXPECT_EQ(both, (std::vector<double>{boundsOf(1, 0).front(), boundsOf(1, 6).front()}));
+}
+
+TYPED_TEST(ForwardBound, KnowsNothingAndSaysSo)
+{
+    using Cell = TypeParam;
+    const auto none = emptyMatrix<Cell>(0, 0);
+    const LinearMap<Cell> nothing = mapOf(MatrixView<Cell>(none));
+    EXPECT_EQ(forwardErrorBounds<Cell>(MatrixView<Cell>(none), TransposeMode::NotTransposed, nothing, 1,
+                                       nullptr, nullptr, nullptr, ResidualPrecision::Working),
+              std::vector<double>{0.0});
+
+    const MatrixOf<Cell> one({Cell(2.0)}, 1, 1), zero({Cell(0.0)}, 1, 1);
+    const auto boundOf = [](const MatrixOf<Cell>& A, Cell b, Cell x, Cell r) {
+        return forwardErrorBounds(MatrixView<Cell>(A), TransposeMode::NotTransposed, inverseMap<Cell>(A), 1,
+                                  &b, &x, &r, ResidualPrecision::Working)
+            .front();
+    };
+    EXPECT_EQ(boundOf(one, 4.0, 0.0, 4.0), kInfinity) << "0 is no approximation of 2";
+    EXPECT_GE(boundOf(one, 4.0, 1.0, 2.0), 1.0);
+    EXPECT_LE(boundOf(one, 4.0, 1.0, 2.0), 1.0 + 1e-14);
+    EXPECT_FALSE(std::isfinite(boundOf(zero, 1.0, 1.0, 1.0))) << "singular";
+    for (const double bad : {kNaN, kInfinity}) {
+        EXPECT_FALSE(boundOf(one, 1.0, bad, 1.0) <= 1.0);
+        EXPECT_FALSE(boundOf(one, 1.0, 1.0, bad) <= 1.0);
+    }
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
