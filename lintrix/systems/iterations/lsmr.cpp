@@ -13,6 +13,8 @@ namespace Velmar::Lintrix::detail {
 namespace {
 
 constexpr double kRoundGain = 1e-2; // a round lowers ||(A*P)^H r|| at least by this before it may end
+constexpr double kPreconditionedGain =
+    1e-6;                           // one with a preconditioner, whose rounding it carries along, ends there
 constexpr double kWorthwhile = 0.5; // a round that leaves more than this of the figure is the last
 
 template <class Cell>
@@ -262,8 +264,10 @@ template <class Cell>
 bool Run<Cell>::roundIsDone(const Recurrence& recurrence, double first, double operatorNorm) const
 {
     const double r = recurrence.residual(), g = recurrence.normalResidual();
-    return g <= kRoundGain * first && (g <= options_.normalTolerance * operatorNorm * r ||
-                                       r <= options_.residualTolerance * (operatorNorm * norm(z_) + bNorm_));
+    if (g > kRoundGain * first) return false;
+    return (P_ != nullptr && g <= kPreconditionedGain * first) ||
+           g <= options_.normalTolerance * operatorNorm * r ||
+           r <= options_.residualTolerance * (operatorNorm * norm(z_) + bNorm_);
 }
 
 /// One run of the recurrences, from the residual in u_ to z_.

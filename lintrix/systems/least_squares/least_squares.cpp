@@ -1,0 +1,378 @@
+#include <lintrix/systems/least_squares/least_squares.h>
+
+#include <lintrix/services/blas.h>
+#include <lintrix/systems/least_squares/augmented_system.h>
+#include <lintrix/systems/least_squares/normal_equations.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <utility>
+
+namespace Velmar::Lintrix::detail {
+
+namespace {
+
+constexpr double kEps = std::numeric_limits<double>::epsilon();
+constexpr double kShift = 0x1p-48;          // above the rounding of the normal equations
+constexpr double kShiftRaise = 0x1p6;       // where pivots fail all the same
+constexpr int kShiftTrials = 3;             //
+constexpr double kLeastNormShift = 0x1p-30; // its square root parts range and null space
+constexpr double kNegligible = 0x1p-44;     // squares of singular values that count as zero
+constexpr double kClearlyRegular = 1e-6;    // least singular value over the norm that needs no second look
+constexpr double kNormalTolerance = 1e-14;
+constexpr double kResidualTolerance = 4 * kEps;
+constexpr double kSettled = 1e-13;         // normal residual with which nothing else is tried
+constexpr int kRefinements = 10;           //
+constexpr double kGain = 0.5;              // a step that leaves more of the error is the last
+constexpr std::int32_t kFactorSteps = 200; // of LSMR with a factor
+constexpr double kFewProducts = 2e8;    // normal equations with no more are formed without a second thought
+constexpr double kManyProducts = 5e9;   // with more they are not formed at all
+constexpr double kCheapFactor = 5e8;    // operations with which no alternative is looked for
+constexpr double kIndefiniteCost = 4.0; // of an operation of the augmented system beside one of Cholesky
+
+template <class Cell>
+double norm(const std::vector<Cell>& x)
+{
+    return blas::nrm2(static_cast<int>(x.size()), x.data(), 1);
+}
+
+template <class Cell>
+void addTo(const std::vector<Cell>& x, std::vector<Cell>& y)
+{
+    for (std::size_t i = 0; i < x.size(); ++i) y[i] += x[i];
+}
+
+} // namespace
+
+std::string_view nameOf(LeastSquaresMethod method)
+{
+    constexpr std::array<std::string_view, 5> kNames{"nothing", "normal equations", "augmented system",
+                                                     "LSMR with a factor", "LSMR"};
+    return kNames[static_cast<std::size_t>(method)];
+}
+
+/// One right-hand side on its way: the best answer so far, and the methods that try to better it.
+template <class Cell>
+class LeastSquares<Cell>::Attempt {
+public:
+    Attempt(LeastSquares& system, const Cell* b)
+        : system_(system), M_(system.M_), A_(system.A_), b_(b), r_(static_cast<std::size_t>(A_.rows)),
+          g_(static_cast<std::size_t>(A_.cols)), bNorm_(blas::nrm2(A_.rows, b, 1))
+    {
+        best_.x.resize(g_.size());
+        measure(best_);
+    }
+
+    bool done() const { return best_.settled || best_.stopped; }
+    Answer take() { return std::move(best_); }
+
+    void refineByNormalEquations(ShiftedInverse<Cell>& inverse);
+    void refineAugmented(AugmentedSystem<Cell>& augmented);
+    void iterate(ShiftedInverse<Cell>& inverse);
+    void iterateScaled();
+    void projectToRange(ShiftedInverse<Cell>& inverse);
+
+private:
+    void measure(Answer& answer);
+    double figure(const Answer& answer) const;
+    bool offer(Answer&& answer);
+    void runLsmr(const LinearMap<Cell>& right, std::int32_t limit, LeastSquaresMethod method);
+
+    LeastSquares& system_;
+    const TallMatrix<Cell>& M_;
+    const LinearMap<Cell>& A_;
+    const Cell* b_;
+    std::vector<Cell> r_, g_; // r and A^H r of the answer measured last
+    double bNorm_;
+    Answer best_;
+};
+
+template <class Cell>
+void LeastSquares<Cell>::Attempt::measure(Answer& answer)
+{
+    A_.times(1, answer.x.data(), r_.data());
+    for (std::size_t i = 0; i < r_.size(); ++i) r_[i] = b_[i] - r_[i];
+    A_.adjointTimes(1, r_.data(), g_.data());
+    const double r = norm(r_), scale = M_.norm() * r;
+    answer.residual = r;
+    answer.normalResidual = scale > 0.0 ? norm(g_) / scale : 0.0;
+    answer.consistent = r <= 2.0 * kResidualTolerance * (M_.norm() * norm(answer.x) + bNorm_);
+    answer.settled = answer.consistent || answer.normalResidual <= kSettled;
+}
+
+/// What refinement lowers: the residual of a regular wide system, else that of the normal equations.
+template <class Cell>
+double LeastSquares<Cell>::Attempt::figure(const Answer& answer) const
+{
+    const bool wide = M_.isAdjoint() && !system_.rank_.deficient;
+    return wide ? answer.residual : answer.residual * answer.normalResidual;
+}
+
+/// Keeps the answer if it is the best. @return whether it is by much
+template <class Cell>
+bool LeastSquares<Cell>::Attempt::offer(Answer&& answer)
+{
+    measure(answer);
+    const double before = figure(best_), now = figure(answer);
+    answer.refinements += best_.refinements;
+    answer.iterations += best_.iterations;
+    if (now < before || best_.method == LeastSquaresMethod::Nothing) {
+        best_ = std::move(answer);
+    } else {
+        best_.refinements = answer.refinements;
+        best_.iterations = answer.iterations;
+        best_.stopped = answer.stopped;
+    }
+    return now <= kGain * before;
+}
+
+/// x := x + W*A^H*r, of a wide A x + A^H*W*r: each step takes the error down to the part of it that the shift
+/// and the rounding of the factor make.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::refineByNormalEquations(ShiftedInverse<Cell>& inverse)
+{
+    std::vector<Cell> step(g_.size()), y(M_.isAdjoint() ? r_.size() : 0);
+    bool again = true;
+    for (int k = 0; again && k < kRefinements; ++k) {
+        measure(best_);
+        if (k > 0 && (best_.normalResidual <= kNormalTolerance || best_.consistent)) return;
+        if (!inverse.apply(M_.isAdjoint() ? r_.data() : g_.data(), M_.isAdjoint() ? y.data() : step.data()))
+            return;
+        if (M_.isAdjoint()) M_.times(y.data(), step.data());
+        Answer next{best_.x};
+        next.method = LeastSquaresMethod::NormalEquations;
+        next.refinements = 1;
+        addTo(step, next.x);
+        again = offer(std::move(next));
+    }
+}
+
+/// t + M*w = f, M^H*t = g, with f = b, g = 0 and the answer w, or of a wide A with f = 0, g = b and the
+/// answer t. Both unknowns are refined, so that a large t does not hide what w lacks.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::refineAugmented(AugmentedSystem<Cell>& augmented)
+{
+    const auto p = static_cast<std::size_t>(M_.rows().rows), q = static_cast<std::size_t>(M_.rows().cols);
+    std::vector<Cell> t(p), w(q), f(p), g(q), dt(p), dw(q);
+    bool again = true;
+    for (int k = 0; again && k < kRefinements; ++k) {
+        M_.times(w.data(), f.data());
+        for (std::size_t i = 0; i < p; ++i) f[i] = (M_.isAdjoint() ? Cell{} : b_[i]) - t[i] - f[i];
+        M_.adjointTimes(t.data(), g.data());
+        for (std::size_t j = 0; j < q; ++j) g[j] = (M_.isAdjoint() ? b_[j] : Cell{}) - g[j];
+        if (!augmented.solve(f.data(), g.data(), dt.data(), dw.data())) return;
+        addTo(dt, t);
+        addTo(dw, w);
+        Answer next{M_.isAdjoint() ? t : w};
+        next.method = LeastSquaresMethod::AugmentedSystem;
+        next.refinements = 1;
+        again = offer(std::move(next)) || k == 0;
+        again = again && best_.normalResidual > kNormalTolerance && !best_.consistent;
+    }
+}
+
+/// From 0, with P = (A^H*A + shift*I)^-1*A^H up to the scales: of length m, so that A*P is nearly a
+/// projector.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::iterate(ShiftedInverse<Cell>& inverse)
+{
+    std::vector<Cell> g(M_.scale().size()), y(g.size());
+    const auto apply = [&inverse](const Cell* x, Cell* solution, std::size_t size) {
+        if (!inverse.apply(x, solution))
+            std::fill_n(solution, size, Cell(std::numeric_limits<double>::quiet_NaN()));
+    };
+    const auto inner = [&](std::int32_t, const Cell* x, Cell* result) { // W*M^H
+        M_.adjointTimes(x, g.data());
+        apply(g.data(), result, g.size());
+    };
+    const auto outer = [&](std::int32_t, const Cell* x, Cell* result) { // M*W
+        apply(x, y.data(), y.size());
+        M_.times(y.data(), result);
+    };
+    LinearMap<Cell> P{A_.cols, A_.rows, inner, outer};
+    if (M_.isAdjoint()) std::swap(P.times, P.adjointTimes);
+    runLsmr(P, kFactorSteps, LeastSquaresMethod::PreconditionedLsmr);
+}
+
+/// With scaled columns; of a wide or deficient A as it stands, for the sake of the least norm.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::iterateScaled()
+{
+    const bool scaled = !M_.isAdjoint() && !system_.rank_.deficient;
+    const auto multiply = [this, scaled](std::int32_t, const Cell* x, Cell* y) {
+        for (std::size_t j = 0; j < g_.size(); ++j) y[j] = scaled ? M_.scale()[j] * x[j] : x[j];
+    };
+    runLsmr({A_.cols, A_.cols, multiply, multiply}, 0, LeastSquaresMethod::Lsmr);
+}
+
+template <class Cell>
+void LeastSquares<Cell>::Attempt::runLsmr(const LinearMap<Cell>& right, std::int32_t limit,
+                                          LeastSquaresMethod method)
+{
+    Answer next{std::vector<Cell>(g_.size())};
+    next.method = method;
+    const LsmrOptions options{kNormalTolerance, kResidualTolerance, M_.norm(), limit, system_.progress_};
+    const LsmrOutcome outcome = lsmr<Cell>(A_, &right, b_, next.x.data(), options);
+    next.iterations = outcome.iterations;
+    next.stopped = outcome.end == LsmrEnd::Stopped;
+    offer(std::move(next));
+}
+
+/// Rounding brings in a little of the null space, which the shift does not damp: z := z - W*M^H*M*z leaves
+/// just that part of z = x, and it is taken away. Of a wide A x = A^H*(...) has none.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::projectToRange(ShiftedInverse<Cell>& inverse)
+{
+    if (M_.isAdjoint()) return;
+    std::vector<Cell> z(best_.x), product(r_.size()), step(g_.size());
+    for (int k = 0; k < 3; ++k) {
+        M_.times(z.data(), product.data());
+        M_.adjointTimes(product.data(), g_.data());
+        if (!inverse.apply(g_.data(), step.data())) return;
+        for (std::size_t j = 0; j < z.size(); ++j) z[j] -= step[j];
+    }
+    for (std::size_t j = 0; j < z.size(); ++j) best_.x[j] -= z[j];
+    measure(best_);
+}
+
+template <class Cell>
+LeastSquares<Cell>::LeastSquares(const RowsView<Cell>& A) : M_(A), A_(M_.asGiven()), m_(A.rows), n_(A.cols)
+{
+    if (hasWork()) choose();
+    if (M_.norm() == 0.0) rank_ = {HUGE_VAL, std::min(m_, n_) > 0, std::min(m_, n_)};
+}
+
+template <class Cell>
+LeastSquares<Cell>::~LeastSquares() = default;
+
+template <class Cell>
+bool LeastSquares<Cell>::hasWork() const
+{
+    return M_.norm() > 0.0 && std::isfinite(M_.norm());
+}
+
+/// Cholesky of the normal equations unless dense rows fill them; between the two the operations decide.
+template <class Cell>
+void LeastSquares<Cell>::choose()
+{
+    std::unique_ptr<NormalEquations<Cell>> normal;
+    if (NormalEquations<Cell>::products(M_) <= kManyProducts) {
+        normal = std::make_unique<NormalEquations<Cell>>(M_);
+        if (!normal->analysed()) normal.reset();
+    }
+    std::unique_ptr<AugmentedSystem<Cell>> augmented;
+    if (!normal || normal->forecast().operations > kCheapFactor) {
+        augmented = std::make_unique<AugmentedSystem<Cell>>(M_);
+        if (!augmented->analysed()) augmented.reset();
+    }
+    const bool squared = normal && (!augmented || normal->forecast().operations <=
+                                                      kIndefiniteCost * augmented->forecast().operations);
+    planned_ = squared     ? LeastSquaresMethod::NormalEquations
+               : augmented ? LeastSquaresMethod::AugmentedSystem
+                           : LeastSquaresMethod::Lsmr;
+    if (squared)
+        inverse_ = std::move(normal);
+    else
+        inverse_ = std::move(augmented);
+    if (inverse_) forecast_ = inverse_->forecast();
+}
+
+template <class Cell>
+bool LeastSquares<Cell>::factorizeSafely()
+{
+    double shift = kShift;
+    for (int trial = 0; trial < kShiftTrials; ++trial, shift *= kShiftRaise) {
+        if (inverse_->factorize(shift)) return true;
+    }
+    return false;
+}
+
+template <class Cell>
+void LeastSquares<Cell>::prepare()
+{
+    if (std::exchange(prepared_, true) || !inverse_) return;
+    factorized_ = factorizeSafely();
+    if (!factorized_) return;
+    probe();
+    if (rank_.deficient) measureDeficiency();
+}
+
+/// The direction that M*D shrinks most, by inverse iteration: first by the factor alone, then by
+/// z := z - W*M^H*M*z, in which M's own products keep the rounding of the factor out. ||M*D*z|| / ||z||
+/// bounds the least singular value from above.
+template <class Cell>
+void LeastSquares<Cell>::probe()
+{
+    const std::vector<double>& scale = M_.scale();
+    std::vector<Cell> z(scale.size()), work(z.size()), product(static_cast<std::size_t>(M_.rows().rows));
+    std::mt19937_64 generator(1);
+    for (std::size_t j = 0; j < z.size(); ++j)
+        z[j] = (static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0) * scale[j];
+    // z is D times the direction throughout.
+    const auto ratio = [&] {
+        double length = 0.0;
+        for (std::size_t j = 0; j < z.size(); ++j) length = std::hypot(length, std::abs(z[j]) / scale[j]);
+        for (Cell& cell : z) cell /= length;
+        M_.times(z.data(), product.data());
+        return norm(product) / std::sqrt(inverse_->bound());
+    };
+    for (int k = 0; k < 2; ++k) {
+        for (std::size_t j = 0; j < z.size(); ++j) work[j] = z[j] / (scale[j] * scale[j]);
+        if (!inverse_->apply(work.data(), z.data())) return;
+        ratio();
+    }
+    double least = ratio();
+    for (int k = 0; k < 4 && least < kClearlyRegular; ++k) {
+        M_.adjointTimes(product.data(), work.data());
+        std::vector<Cell> step(z.size());
+        if (!inverse_->apply(work.data(), step.data())) return;
+        for (std::size_t j = 0; j < z.size(); ++j) z[j] -= step[j];
+        least = std::min(least, ratio());
+    }
+    rank_.condition = least > 0.0 ? 1.0 / least : HUGE_VAL;
+    rank_.deficient = least <= std::max(m_, n_) * kEps;
+}
+
+/// Counts, and makes the factor one that keeps the range of A^H.
+template <class Cell>
+void LeastSquares<Cell>::measureDeficiency()
+{
+    rank_.deficiency = std::max(inverse_->countBelow(kNegligible), 1);
+    M_.scaleAlike();
+    factorized_ = inverse_->factorize(kLeastNormShift);
+}
+
+template <class Cell>
+LeastSquaresAnswer<Cell> LeastSquares<Cell>::solve(const Cell* b)
+{
+    Attempt attempt(*this, b);
+    if (!std::isfinite(M_.norm()) || !std::isfinite(blas::nrm2(m_, b, 1))) {
+        Answer answer = attempt.take();
+        answer.x.assign(answer.x.size(), Cell(std::numeric_limits<double>::quiet_NaN()));
+        answer.residual = answer.normalResidual = std::numeric_limits<double>::quiet_NaN();
+        answer.consistent = answer.settled = false;
+        return answer;
+    }
+    if (!hasWork() || attempt.done()) return attempt.take();
+    prepare();
+    if (factorized_ && rank_.deficient) {
+        attempt.iterate(*inverse_);
+        attempt.projectToRange(*inverse_);
+    } else if (factorized_) {
+        if (planned_ == LeastSquaresMethod::AugmentedSystem)
+            attempt.refineAugmented(static_cast<AugmentedSystem<Cell>&>(*inverse_));
+        else
+            attempt.refineByNormalEquations(*inverse_);
+        if (!attempt.done()) attempt.iterate(*inverse_);
+    }
+    if (!attempt.done()) attempt.iterateScaled();
+    return attempt.take();
+}
+
+template class LeastSquares<double>;
+template class LeastSquares<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail

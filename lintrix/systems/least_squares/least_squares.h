@@ -1,0 +1,102 @@
+#pragma once
+/// @file
+/// Sparse systems that are not square: least squares and least norm, with what is known of the answer.
+
+#include <lintrix/systems/iterations/lsmr.h>
+#include <lintrix/systems/least_squares/shifted_inverse.h>
+
+#include <complex>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace Velmar::Lintrix::detail {
+
+enum class LeastSquaresMethod {
+    Nothing,            ///< A or b is zero, empty or not finite: there was nothing to do
+    NormalEquations,    ///< their Cholesky factor, refined with the residual of A
+    AugmentedSystem,    ///< its factor, refined in the residual and in x
+    PreconditionedLsmr, ///< LSMR with one of these factors for preconditioner
+    Lsmr,               ///< LSMR with scaled columns and no factor
+};
+
+/// "normal equations", "augmented system", ...
+LINTRIX_TESTABLE std::string_view nameOf(LeastSquaresMethod method);
+
+/// An x and how good it is. All norms are Euclidean, ||A|| is Frobenius's.
+template <class Cell>
+struct LeastSquaresAnswer {
+    std::vector<Cell> x;         ///< NaN throughout where A or b is not finite
+    double residual = 0.0;       ///< ||r||, r = b - A*x
+    double normalResidual = 0.0; ///< ||A^H r|| / (||A|| ||r||); 0 where r is
+    bool consistent = false;     ///< ||r|| is rounding: a few eps*(||A|| ||x|| + ||b||)
+    bool settled = false;        ///< that, or normalResidual is at rounding level
+    LeastSquaresMethod method = LeastSquaresMethod::Nothing;
+    std::int32_t refinements = 0, iterations = 0; ///< steps of refinement, and of LSMR
+    bool stopped = false;                         ///< by the callback
+};
+
+/// What the factor tells of A, with its columns (of a wide A, its rows) scaled alike where they differ
+/// widely.
+struct LeastSquaresRank {
+    double condition = 1.0;      ///< estimated; from below
+    bool deficient = false;      ///< the least singular value is below max(m, n)*eps of the norm
+    std::int32_t deficiency = 0; ///< singular values below about 2^-22 of the norm; at least 1 if deficient
+};
+
+/// min ||b - A*x||, and of all such x the one of least norm where A is wide or deficient. A is sparse, of any
+/// shape, and never made dense.
+///
+/// The constructor analyses: of the normal equations and of the augmented system, what takes fewer operations
+/// is chosen, and `forecast` tells what its factor will take. The first `solve` factorizes and looks at the
+/// rank; each answer is refined and measured, and where that does not settle it the next method is tried:
+/// LSMR with the factor, the other factor, LSMR without one. The best by its residual is what is returned.
+///
+/// Deficient: the factor of M^H*M + shift*I with a larger shift keeps the range of A^H, so that LSMR with it
+/// has the solution of least norm from 0 on, as it has without it.
+template <class Cell>
+class LINTRIX_TESTABLE LeastSquares {
+public:
+    /// Refers to A's arrays. @throws std::bad_alloc, NotEnoughMemoryException
+    explicit LeastSquares(const RowsView<Cell>& A);
+    ~LeastSquares();
+
+    /// False ends a solve with the best x so far. Told of each step of LSMR.
+    void progress(std::function<bool(const LsmrStep&)> callback) { progress_ = std::move(callback); }
+
+    LeastSquaresMethod planned() const noexcept { return planned_; }      ///< what `solve` will begin with
+    const FactorForecast& forecast() const noexcept { return forecast_; } ///< of its factor
+
+    /// b of length m.
+    LeastSquaresAnswer<Cell> solve(const Cell* b);
+    /// Known after the first `solve`.
+    const LeastSquaresRank& rank() const noexcept { return rank_; }
+
+private:
+    using Answer = LeastSquaresAnswer<Cell>;
+    class Attempt;
+
+    bool hasWork() const;
+    void choose();
+    void prepare();
+    bool factorizeSafely();
+    void probe();
+    void measureDeficiency();
+
+    TallMatrix<Cell> M_;
+    LinearMap<Cell> A_;
+    std::int32_t m_, n_;
+    std::function<bool(const LsmrStep&)> progress_;
+    std::unique_ptr<ShiftedInverse<Cell>> inverse_;
+    LeastSquaresMethod planned_ = LeastSquaresMethod::Nothing;
+    FactorForecast forecast_;
+    LeastSquaresRank rank_;
+    bool prepared_ = false, factorized_ = false;
+};
+
+extern template class LeastSquares<double>;
+extern template class LeastSquares<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail
