@@ -7,17 +7,19 @@
 namespace Velmar::Lintrix::detail {
 
 template <class Cell>
-AugmentedSystem<Cell>::AugmentedSystem(const TallMatrix<Cell>& M) : M_(M)
+AugmentedSystem<Cell>::AugmentedSystem(const TallMatrix<Cell>& M, double alpha) : M_(M), alpha_(alpha)
 {
     const std::int64_t order = std::int64_t{M.rows().rows} + M.rows().cols;
     if (order + M.rows().entries() >= std::numeric_limits<std::int32_t>::max()) return;
     right_.resize(static_cast<std::size_t>(order));
     solution_.resize(right_.size());
     layOut();
-    boundNorm();
-    fill(-alpha_);
-    analysed_ = factor_.analyse(FactorKind::Indefinite);
+    fill();
+    analysed_ = factor_.analyse(FactorKind::Matched);
 }
+
+template <class Cell>
+AugmentedSystem<Cell>::~AugmentedSystem() = default;
 
 template <class Cell>
 void AugmentedSystem<Cell>::layOut()
@@ -37,8 +39,9 @@ void AugmentedSystem<Cell>::layOut()
     factor_.a.resize(ja.size());
 }
 
+/// The zeros of the last block are stored: its diagonal has to be.
 template <class Cell>
-void AugmentedSystem<Cell>::fill(double corner)
+void AugmentedSystem<Cell>::fill()
 {
     const RowsView<Cell>& M = M_.rows();
     auto next = factor_.a.begin();
@@ -47,48 +50,15 @@ void AugmentedSystem<Cell>::fill(double corner)
         for (std::int32_t k = M.ia[i] - 1; k < M.ia[i + 1] - 1; ++k)
             *next++ = M_.scale()[static_cast<std::size_t>(M.ja[k]) - 1] * M.a[k];
     }
-    std::fill(next, factor_.a.end(), Cell(corner));
-}
-
-/// ||M*D||^2 <= ||M*D||_1 * ||M*D||_inf
-template <class Cell>
-void AugmentedSystem<Cell>::boundNorm()
-{
-    const RowsView<Cell>& M = M_.rows();
-    double row = 0.0;
-    std::vector<double> columns(static_cast<std::size_t>(M.cols), 0.0);
-    for (std::int32_t i = 0; i < M.rows; ++i) {
-        double sum = 0.0;
-        for (std::int32_t k = M.ia[i] - 1; k < M.ia[i + 1] - 1; ++k) {
-            const auto j = static_cast<std::size_t>(M.ja[k]) - 1;
-            const double size = M_.scale()[j] * std::abs(M.a[k]);
-            sum += size;
-            columns[j] += size;
-        }
-        row = std::max(row, sum);
-    }
-    bound_ = row * (columns.empty() ? 0.0 : *std::max_element(columns.begin(), columns.end()));
+    std::fill(next, factor_.a.end(), Cell{});
 }
 
 template <class Cell>
-bool AugmentedSystem<Cell>::factorize(double relative)
+bool AugmentedSystem<Cell>::factorize(double alpha)
 {
-    boundNorm(); // the scales may have changed
-    fill(-relative * bound_ / alpha_);
-    return factor_.factorize(FactorKind::Indefinite);
-}
-
-/// With f = 0 the second block is -alpha*(S + shift*I)^-1 g.
-template <class Cell>
-bool AugmentedSystem<Cell>::apply(const Cell* g, Cell* y)
-{
-    const auto p = static_cast<std::size_t>(M_.rows().rows);
-    const std::vector<double>& scale = M_.scale();
-    std::fill_n(right_.begin(), p, Cell{});
-    for (std::size_t j = 0; j < scale.size(); ++j) right_[p + j] = -scale[j] * g[j];
-    if (!factor_.solve(right_.data(), solution_.data())) return false;
-    for (std::size_t j = 0; j < scale.size(); ++j) y[j] = alpha_ * scale[j] * solution_[p + j];
-    return true;
+    alpha_ = alpha;
+    fill();
+    return factor_.factorize(FactorKind::Matched);
 }
 
 /// t = alpha*s, w = D*y for K*[s; y] = [f; D*g/alpha].
@@ -105,13 +75,10 @@ bool AugmentedSystem<Cell>::solve(const Cell* f, const Cell* g, Cell* t, Cell* w
     return true;
 }
 
-/// With t/alpha in the corner the Schur complement is (t*I - S)/alpha, positive where an eigenvalue of S is
-/// below t.
 template <class Cell>
-std::int32_t AugmentedSystem<Cell>::countBelow(double relative)
+std::int32_t AugmentedSystem<Cell>::replacedPivots() const
 {
-    fill(relative * bound_ / alpha_);
-    return factor_.factorize(FactorKind::Indefinite) ? M_.rows().cols - factor_.negativePivots() : -1;
+    return factor_.replacedPivots();
 }
 
 template class AugmentedSystem<double>;

@@ -2,7 +2,6 @@
 
 #include <lintrix/services/blas.h>
 #include <lintrix/systems/least_squares/augmented_system.h>
-#include <lintrix/systems/least_squares/normal_equations.h>
 
 #include <algorithm>
 #include <array>
@@ -28,10 +27,9 @@ constexpr double kSettled = 1e-13;         // normal residual with which nothing
 constexpr int kRefinements = 10;           //
 constexpr double kGain = 0.5;              // a step that leaves more of the error is the last
 constexpr std::int32_t kFactorSteps = 200; // of LSMR with a factor
-constexpr double kFewProducts = 2e8;    // normal equations with no more are formed without a second thought
-constexpr double kManyProducts = 5e9;   // with more they are not formed at all
-constexpr double kCheapFactor = 5e8;    // operations with which no alternative is looked for
-constexpr double kIndefiniteCost = 4.0; // of an operation of the augmented system beside one of Cholesky
+constexpr double kFairAlpha = 0x1p-10;     // of the augmented system at first
+constexpr double kBearableCost = 50.0;     // times the operations of the normal equations, and
+constexpr double kCheapFactor = 1e9;       // operations that are always bearable
 
 template <class Cell>
 double norm(const std::vector<Cell>& x)
@@ -69,11 +67,11 @@ public:
     bool done() const { return best_.settled || best_.stopped; }
     Answer take() { return std::move(best_); }
 
-    void refineByNormalEquations(ShiftedInverse<Cell>& inverse);
+    void refineByNormalEquations(NormalEquations<Cell>& inverse);
     void refineAugmented(AugmentedSystem<Cell>& augmented);
-    void iterate(ShiftedInverse<Cell>& inverse);
+    void iterate(NormalEquations<Cell>& inverse);
     void iterateScaled();
-    void projectToRange(ShiftedInverse<Cell>& inverse);
+    void projectToRange(NormalEquations<Cell>& inverse);
 
 private:
     void measure(Answer& answer);
@@ -132,7 +130,7 @@ bool LeastSquares<Cell>::Attempt::offer(Answer&& answer)
 /// x := x + W*A^H*r, of a wide A x + A^H*W*r: each step takes the error down to the part of it that the shift
 /// and the rounding of the factor make.
 template <class Cell>
-void LeastSquares<Cell>::Attempt::refineByNormalEquations(ShiftedInverse<Cell>& inverse)
+void LeastSquares<Cell>::Attempt::refineByNormalEquations(NormalEquations<Cell>& inverse)
 {
     std::vector<Cell> step(g_.size()), y(M_.isAdjoint() ? r_.size() : 0);
     bool again = true;
@@ -177,7 +175,7 @@ void LeastSquares<Cell>::Attempt::refineAugmented(AugmentedSystem<Cell>& augment
 /// From 0, with P = (A^H*A + shift*I)^-1*A^H up to the scales: of length m, so that A*P is nearly a
 /// projector.
 template <class Cell>
-void LeastSquares<Cell>::Attempt::iterate(ShiftedInverse<Cell>& inverse)
+void LeastSquares<Cell>::Attempt::iterate(NormalEquations<Cell>& inverse)
 {
     std::vector<Cell> g(M_.scale().size()), y(g.size());
     const auto apply = [&inverse](const Cell* x, Cell* solution, std::size_t size) {
@@ -224,7 +222,7 @@ void LeastSquares<Cell>::Attempt::runLsmr(const LinearMap<Cell>& right, std::int
 /// Rounding brings in a little of the null space, which the shift does not damp: z := z - W*M^H*M*z leaves
 /// just that part of z = x, and it is taken away. Of a wide A x = A^H*(...) has none.
 template <class Cell>
-void LeastSquares<Cell>::Attempt::projectToRange(ShiftedInverse<Cell>& inverse)
+void LeastSquares<Cell>::Attempt::projectToRange(NormalEquations<Cell>& inverse)
 {
     if (M_.isAdjoint()) return;
     std::vector<Cell> z(best_.x), product(r_.size()), step(g_.size());
@@ -241,8 +239,13 @@ void LeastSquares<Cell>::Attempt::projectToRange(ShiftedInverse<Cell>& inverse)
 template <class Cell>
 LeastSquares<Cell>::LeastSquares(const RowsView<Cell>& A) : M_(A), A_(M_.asGiven()), m_(A.rows), n_(A.cols)
 {
-    if (hasWork()) choose();
     if (M_.norm() == 0.0) rank_ = {HUGE_VAL, std::min(m_, n_) > 0, std::min(m_, n_)};
+    if (!hasWork()) return;
+    inverse_ = std::make_unique<NormalEquations<Cell>>(M_);
+    if (inverse_->analysed())
+        forecast_ = inverse_->forecast();
+    else
+        inverse_.reset();
 }
 
 template <class Cell>
@@ -254,47 +257,13 @@ bool LeastSquares<Cell>::hasWork() const
     return M_.norm() > 0.0 && std::isfinite(M_.norm());
 }
 
-/// Cholesky of the normal equations unless dense rows fill them; between the two the operations decide.
-template <class Cell>
-void LeastSquares<Cell>::choose()
-{
-    std::unique_ptr<NormalEquations<Cell>> normal;
-    if (NormalEquations<Cell>::products(M_) <= kManyProducts) {
-        normal = std::make_unique<NormalEquations<Cell>>(M_);
-        if (!normal->analysed()) normal.reset();
-    }
-    std::unique_ptr<AugmentedSystem<Cell>> augmented;
-    if (!normal || normal->forecast().operations > kCheapFactor) {
-        augmented = std::make_unique<AugmentedSystem<Cell>>(M_);
-        if (!augmented->analysed()) augmented.reset();
-    }
-    const bool squared = normal && (!augmented || normal->forecast().operations <=
-                                                      kIndefiniteCost * augmented->forecast().operations);
-    planned_ = squared     ? LeastSquaresMethod::NormalEquations
-               : augmented ? LeastSquaresMethod::AugmentedSystem
-                           : LeastSquaresMethod::Lsmr;
-    if (squared)
-        inverse_ = std::move(normal);
-    else
-        inverse_ = std::move(augmented);
-    if (inverse_) forecast_ = inverse_->forecast();
-}
-
-template <class Cell>
-bool LeastSquares<Cell>::factorizeSafely()
-{
-    double shift = kShift;
-    for (int trial = 0; trial < kShiftTrials; ++trial, shift *= kShiftRaise) {
-        if (inverse_->factorize(shift)) return true;
-    }
-    return false;
-}
-
 template <class Cell>
 void LeastSquares<Cell>::prepare()
 {
     if (std::exchange(prepared_, true) || !inverse_) return;
-    factorized_ = factorizeSafely();
+    double shift = kShift;
+    for (int trial = 0; trial < kShiftTrials && !factorized_; ++trial, shift *= kShiftRaise)
+        factorized_ = inverse_->factorize(shift);
     if (!factorized_) return;
     probe();
     if (rank_.deficient) measureDeficiency();
@@ -358,18 +327,39 @@ LeastSquaresAnswer<Cell> LeastSquares<Cell>::solve(const Cell* b)
     }
     if (!hasWork() || attempt.done()) return attempt.take();
     prepare();
-    if (factorized_ && rank_.deficient) {
-        attempt.iterate(*inverse_);
-        attempt.projectToRange(*inverse_);
-    } else if (factorized_) {
-        if (planned_ == LeastSquaresMethod::AugmentedSystem)
-            attempt.refineAugmented(static_cast<AugmentedSystem<Cell>&>(*inverse_));
-        else
-            attempt.refineByNormalEquations(*inverse_);
-        if (!attempt.done()) attempt.iterate(*inverse_);
-    }
+    if (rank_.deficient)
+        solveDeficient(attempt);
+    else
+        solveRegular(attempt);
     if (!attempt.done()) attempt.iterateScaled();
     return attempt.take();
+}
+
+template <class Cell>
+void LeastSquares<Cell>::solveDeficient(Attempt& attempt)
+{
+    if (!factorized_) return;
+    attempt.iterate(*inverse_);
+    attempt.projectToRange(*inverse_);
+}
+
+/// The augmented system begins with a fair alpha; where that does not settle it, with the one that the
+/// condition asks for.
+template <class Cell>
+void LeastSquares<Cell>::solveRegular(Attempt& attempt)
+{
+    if (!factorized_) return;
+    attempt.refineByNormalEquations(*inverse_);
+    if (!attempt.done()) attempt.iterate(*inverse_);
+    if (attempt.done()) return;
+    AugmentedSystem<Cell> augmented(M_);
+    if (!augmented.analysed() ||
+        augmented.forecast().operations > std::max(kCheapFactor, kBearableCost * forecast_->operations))
+        return;
+    for (const double alpha : {kFairAlpha, std::sqrt(inverse_->bound()) / rank_.condition}) {
+        if (augmented.factorize(alpha)) attempt.refineAugmented(augmented);
+        if (attempt.done()) return;
+    }
 }
 
 template class LeastSquares<double>;

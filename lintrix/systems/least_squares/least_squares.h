@@ -3,12 +3,13 @@
 /// Sparse systems that are not square: least squares and least norm, with what is known of the answer.
 
 #include <lintrix/systems/iterations/lsmr.h>
-#include <lintrix/systems/least_squares/shifted_inverse.h>
+#include <lintrix/systems/least_squares/normal_equations.h>
 
 #include <complex>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -49,13 +50,13 @@ struct LeastSquaresRank {
 /// min ||b - A*x||, and of all such x the one of least norm where A is wide or deficient. A is sparse, of any
 /// shape, and never made dense.
 ///
-/// The constructor analyses: of the normal equations and of the augmented system, what takes fewer operations
-/// is chosen, and `forecast` tells what its factor will take. The first `solve` factorizes and looks at the
-/// rank; each answer is refined and measured, and where that does not settle it the next method is tried:
-/// LSMR with the factor, the other factor, LSMR without one. The best by its residual is what is returned.
+/// The constructor analyses, and `forecast` tells what the factor of the normal equations will take. The
+/// first `solve` factorizes and looks at the rank. Each answer is refined and measured, and where that does
+/// not settle it the next method is tried: LSMR with the factor, the augmented system where its factor costs
+/// bearably more, LSMR without a factor. The best by its residual is what is returned.
 ///
-/// Deficient: the factor of M^H*M + shift*I with a larger shift keeps the range of A^H, so that LSMR with it
-/// has the solution of least norm from 0 on, as it has without it.
+/// Deficient: a factor with a larger shift keeps the range of A^H, so that LSMR with it has the solution of
+/// least norm from 0 on, as it has without it.
 template <class Cell>
 class LINTRIX_TESTABLE LeastSquares {
 public:
@@ -66,8 +67,8 @@ public:
     /// False ends a solve with the best x so far. Told of each step of LSMR.
     void progress(std::function<bool(const LsmrStep&)> callback) { progress_ = std::move(callback); }
 
-    LeastSquaresMethod planned() const noexcept { return planned_; }      ///< what `solve` will begin with
-    const FactorForecast& forecast() const noexcept { return forecast_; } ///< of its factor
+    /// Of the factor that `solve` will make; nothing where there will be none, but LSMR alone.
+    const std::optional<FactorForecast>& forecast() const noexcept { return forecast_; }
 
     /// b of length m.
     LeastSquaresAnswer<Cell> solve(const Cell* b);
@@ -79,19 +80,19 @@ private:
     class Attempt;
 
     bool hasWork() const;
-    void choose();
     void prepare();
     bool factorizeSafely();
     void probe();
     void measureDeficiency();
+    void solveRegular(Attempt& attempt);
+    void solveDeficient(Attempt& attempt);
 
     TallMatrix<Cell> M_;
     LinearMap<Cell> A_;
     std::int32_t m_, n_;
     std::function<bool(const LsmrStep&)> progress_;
-    std::unique_ptr<ShiftedInverse<Cell>> inverse_;
-    LeastSquaresMethod planned_ = LeastSquaresMethod::Nothing;
-    FactorForecast forecast_;
+    std::unique_ptr<NormalEquations<Cell>> inverse_; // none where it cannot be had
+    std::optional<FactorForecast> forecast_;
     LeastSquaresRank rank_;
     bool prepared_ = false, factorized_ = false;
 };

@@ -1,43 +1,66 @@
 #pragma once
 /// @file
-/// The normal equations of a sparse least squares problem, and their Cholesky factor.
+/// The normal equations of a sparse least squares problem, bordered by its dense rows, and their factor.
 
-#include <lintrix/systems/least_squares/shifted_inverse.h>
+#include <lintrix/systems/least_squares/symmetric_factor.h>
+#include <lintrix/systems/least_squares/tall_matrix.h>
 
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
 
-/// S = D*M^H*M*D + shift*I of order q, upper triangle. Squaring costs half of the digits, which refinement
-/// with the residual of M gives back; the shift stands above the rounding of S, so that Cholesky's pivots
-/// stay positive for M of any rank.
+/// W = D*(D*M^H*M*D + shift*I)^-1*D by a factor, D being the scales of M.
 ///
-/// Dense rows of M fill S: `products` tells beforehand what S would take.
+/// Squaring costs half of the digits, which refinement with the residual of M gives back. The shift stands
+/// above the rounding, so that a factor exists for M of any rank. On the part of the space whose singular
+/// values are well above sqrt(shift), W*M^H*M is nearly the identity; where all scales are the same s, W is
+/// (M^H*M + (shift/s^2)*I)^-1, which keeps the range of M^H.
+///
+/// A row of M with k entries puts k^2 into the product. So the d rows that are dense are kept aside, and what
+/// is factorized, with Ms the other rows and Md these, is of order q + d
+///
+///     [ D*Ms^H*Ms*D + shift*I   D*Md^H ]
+///     [ Md*D                    -I     ]
+///
+/// which has the same W in its first block. It is quasi-definite: L*D*L^H exists in any order
+/// (Vanderbei, SIAM J. Optim. 5 (1995)). Without dense rows it is Cholesky's.
 template <class Cell>
-class LINTRIX_TESTABLE NormalEquations final : public ShiftedInverse<Cell> {
+class LINTRIX_TESTABLE NormalEquations {
 public:
-    /// Multiplications for all of S: the sum over the rows of M of the squares of their lengths.
-    static double products(const TallMatrix<Cell>& M);
-
-    /// Refers to M. Lays out the pattern of S and analyses it.
+    /// Refers to M. Lays out the pattern and analyses it.
     explicit NormalEquations(const TallMatrix<Cell>& M);
+    ~NormalEquations();
 
+    /// Whether the analysis went through. Not where the pattern would pass the engine's sizes, or the product
+    /// has more than 2^33 multiplications.
     bool analysed() const noexcept { return analysed_; }
-    const FactorForecast& forecast() const override { return factor_.forecast(); }
-    bool factorize(double relative) override;
-    bool apply(const Cell* g, Cell* y) override;
-    double bound() const override { return bound_; }
-    std::int32_t countBelow(double relative) override;
+    const FactorForecast& forecast() const noexcept { return factor_.forecast(); }
+    std::int32_t denseRows() const noexcept { return static_cast<std::int32_t>(dense_.size()); }
+
+    /// shift = `relative` times bound(). @return whether a factor stands
+    bool factorize(double relative);
+    /// y = W*g, both of length q
+    bool apply(const Cell* g, Cell* y);
+    /// Of ||D*M^H*M*D||, from above; after a factorization.
+    double bound() const noexcept { return bound_; }
+    /// How many eigenvalues of D*M^H*M*D lie below `relative` times bound(); -1 where it cannot be told.
+    /// Takes the factor's place.
+    std::int32_t countBelow(double relative);
 
 private:
+    void findDenseRows();
     void layOut();
     void fill();
-    void addToDiagonal(double shift);
+    bool factorizeShifted(double relative, FactorKind kind);
+    template <class Visit>
+    void overColumn(std::int32_t i, Visit visit) const;
 
     const TallMatrix<Cell>& M_;
     SymmetricFactor<Cell> factor_;
-    std::vector<Cell> work_, solution_;
-    double bound_ = 0.0;
+    std::vector<std::int32_t> dense_;    ///< rows of M, ascending
+    std::vector<std::int32_t> borderOf_; ///< place in dense_ of each row of M; -1 where it is sparse
+    std::vector<Cell> right_, solution_;
+    double products_ = 0.0, bound_ = 0.0;
     bool analysed_ = false;
 };
 

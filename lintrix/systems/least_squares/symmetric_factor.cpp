@@ -1,15 +1,17 @@
 #include <lintrix/systems/least_squares/symmetric_factor.h>
 
-#include <complex>
+#include <initializer_list>
 #include <type_traits>
+#include <utility>
 
 namespace Velmar::Lintrix::detail {
 
 namespace {
 
 constexpr std::int32_t kAnalysis = 11, kFactorization = 22, kSolve = 33;
-constexpr int kNestedDissection = 2;
-constexpr int kPivotExponent = 14; // replaced are pivots that rounding alone could have made
+constexpr int kPivotExponent = 20;        // quasi-definite: no pivot is small but by the shift
+constexpr int kMatchedPivotExponent = 12; // replaced are pivots that rounding could have made
+constexpr double kManyOperations = 1e9;   // a second order then costs less than it may save
 
 template <class Cell>
 std::int32_t mtypeOf(FactorKind kind)
@@ -21,27 +23,57 @@ std::int32_t mtypeOf(FactorKind kind)
 } // namespace
 
 template <class Cell>
+std::optional<typename SymmetricFactor<Cell>::Analysed>
+SymmetricFactor<Cell>::analysedInOrder(FactorKind kind, FillInReducingMethod ordering)
+{
+    EngineSession session(mtypeOf<Cell>(kind), EngineMatrix{order(), a.data(), ia.data(), ja.data()});
+    using enum PardisoParameter;
+    const bool matched = kind == FactorKind::Matched;
+    const std::initializer_list<std::pair<PardisoParameter, int>> values{
+        {CallersValues, 1},
+        {Ordering, static_cast<int>(ordering)},
+        {PivotExponent, matched ? kMatchedPivotExponent : kPivotExponent},
+        {Scaling, matched ? 1 : 0},
+        {Matching, matched ? 1 : 0},
+        {SymmetricPivoting, 1},
+        {FactorNonZeros, -1},
+        {RefinementOff, 1}}; // who solves, refines
+    for (const auto& [slot, value] : values) session.iparm(slot) = value;
+    if (session.call(kAnalysis, nullptr, nullptr) != 0) return std::nullopt;
+    FactorForecast forecast{order(), static_cast<double>(order()), 0.0};
+    if (const auto summary = session.summary()) {
+        const double kilobytes =
+            static_cast<double>(session.iparm(AnalysisKept)) + session.iparm(FactorMemory);
+        forecast = {summary->lowerNonZeros, summary->operations, 1024.0 * kilobytes};
+    }
+    return Analysed{std::move(session), forecast};
+}
+
+template <class Cell>
 bool SymmetricFactor<Cell>::analyse(FactorKind kind)
 {
-    session_.emplace(mtypeOf<Cell>(kind), EngineMatrix{order(), a.data(), ia.data(), ja.data()});
-    using enum PardisoParameter;
-    const auto set = [this](PardisoParameter slot, int value) { session_->iparm(slot) = value; };
-    set(CallersValues, 1);
-    set(Ordering, kNestedDissection);
-    set(PivotExponent, kPivotExponent);
-    set(Scaling, kind == FactorKind::Matched ? 1 : 0);
-    set(Matching, kind == FactorKind::Matched ? 1 : 0);
-    set(SymmetricPivoting, 1);
-    set(FactorNonZeros, -1);
-    set(RefinementOff, 1); // who solves, refines
-    if (session_->call(kAnalysis, nullptr, nullptr) != 0) return false;
-    forecast_ = {order(), static_cast<double>(order()), 0.0};
-    if (const auto summary = session_->summary()) {
-        const double kilobytes =
-            static_cast<double>(session_->iparm(AnalysisKept)) + session_->iparm(FactorMemory);
-        forecast_ = {summary->lowerNonZeros, summary->operations, 1024.0 * kilobytes};
+    std::optional<Analysed> best = analysedInOrder(kind, FillInReducingMethod::MinimumDegree);
+    if (!best || best->forecast.operations > kManyOperations) {
+        std::optional<Analysed> other = analysedInOrder(kind, FillInReducingMethod::NestedDissection);
+        if (other && (!best || other->forecast.operations < best->forecast.operations))
+            best = std::move(other);
     }
+    if (!best) return false;
+    session_ = std::move(best->session);
+    forecast_ = best->forecast;
     return true;
+}
+
+template <class Cell>
+std::int32_t SymmetricFactor<Cell>::replacedPivots() const
+{
+    return session_->iparm(PardisoParameter::PerturbedPivots);
+}
+
+template <class Cell>
+std::int32_t SymmetricFactor<Cell>::negativePivots() const
+{
+    return session_->iparm(PardisoParameter::NegativePivots);
 }
 
 template <class Cell>

@@ -2,8 +2,10 @@
 /// @file
 /// A symmetric or Hermitian matrix that owns its upper triangle, and its factor by the sparse engine.
 
+#include <lintrix/foundation/enumerations.h>
 #include <lintrix/solvers/detail/engine_session.h>
 
+#include <complex>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -31,6 +33,7 @@ public:
     std::vector<Cell> a;
     std::vector<std::int32_t> ia, ja;
 
+    /// In the order of minimum degree, and where that makes much work, of nested dissection if it makes less.
     /// @return whether the engine could; false without memory for it, too
     bool analyse(FactorKind kind);
     /// Of the values as they stand, as the kind of the analysis or, of the same pattern, another unmatched
@@ -41,10 +44,17 @@ public:
 
     std::int32_t order() const noexcept { return static_cast<std::int32_t>(ia.size()) - 1; }
     const FactorForecast& forecast() const noexcept { return forecast_; }
-    std::int32_t replacedPivots() const { return session_->iparm(PardisoParameter::PerturbedPivots); }
-    std::int32_t negativePivots() const { return session_->iparm(PardisoParameter::NegativePivots); }
+    std::int32_t replacedPivots() const;
+    std::int32_t negativePivots() const;
 
 private:
+    /// A handle with its analysis.
+    struct Analysed {
+        EngineSession session;
+        FactorForecast forecast;
+    };
+    std::optional<Analysed> analysedInOrder(FactorKind kind, FillInReducingMethod ordering);
+
     std::optional<EngineSession> session_;
     FactorForecast forecast_;
 };

@@ -5,22 +5,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <type_traits>
 
 namespace Velmar::Lintrix::detail {
 
 namespace {
 
 constexpr double kEvenEnough = 1024.0;
-
-template <class Cell>
-Cell conjugate(const Cell& x)
-{
-    if constexpr (std::is_same_v<Cell, double>)
-        return x;
-    else
-        return std::conj(x);
-}
 
 /// 2^k with norm*2^k in (1/2, 1]; 1 where there is no norm.
 double powerFor(double norm)

@@ -7,6 +7,7 @@
 
 #include <complex>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -20,6 +21,15 @@ struct RowsView {
 
     std::int64_t entries() const noexcept { return rows > 0 ? std::int64_t{ia[rows]} - ia[0] : 0; }
 };
+
+template <class Cell>
+Cell conjugate(const Cell& x)
+{
+    if constexpr (std::is_same_v<Cell, double>)
+        return x;
+    else
+        return std::conj(x);
+}
 
 /// M with p rows and q <= p columns: A itself where it is tall or square, else A^H. Its rows and those of M^H
 /// are at hand, so that both products run along rows and on all threads.
