@@ -15,12 +15,10 @@ namespace Velmar::Lintrix::detail {
 namespace {
 
 constexpr double kEps = std::numeric_limits<double>::epsilon();
-constexpr double kShift = 0x1p-48;          // above the rounding of the normal equations
-constexpr double kShiftRaise = 0x1p6;       // where pivots fail all the same
-constexpr int kShiftTrials = 3;             //
-constexpr double kLeastNormShift = 0x1p-30; // its square root parts range and null space
-constexpr double kNegligible = 0x1p-44;     // squares of singular values that count as zero
-constexpr double kClearlyRegular = 1e-6;    // least singular value over the norm that needs no second look
+constexpr double kNegligible = 0x1p-44;  // squares of singular values that are looked into
+constexpr double kShift = 0x1p-36;       // its square root parts range and null space
+constexpr double kFineShift = 0x1p-48;   // just above the rounding of the normal equations
+constexpr double kClearlyRegular = 1e-6; // least singular value over the norm that needs no second look
 constexpr double kNormalTolerance = 1e-14;
 constexpr double kResidualTolerance = 4 * kEps;
 constexpr double kSettled = 1e-13;         // normal residual with which nothing else is tried
@@ -257,16 +255,33 @@ bool LeastSquares<Cell>::hasWork() const
     return M_.norm() > 0.0 && std::isfinite(M_.norm());
 }
 
+/// Most matrices show by the first factor that they are regular, and it is the one to work with. Others get
+/// one that exists for any rank, and if that leaves the question open, one with a finer shift.
 template <class Cell>
 void LeastSquares<Cell>::prepare()
 {
     if (std::exchange(prepared_, true) || !inverse_) return;
-    double shift = kShift;
-    for (int trial = 0; trial < kShiftTrials && !factorized_; ++trial, shift *= kShiftRaise)
+    const std::int32_t small = inverse_->factorizeAndCount(-kNegligible);
+    factorized_ = small == 0;
+    if (factorized_) return probe();
+    rank_.small = std::max(small, 0);
+    for (const double shift : {kShift, kFineShift}) {
         factorized_ = inverse_->factorize(shift);
-    if (!factorized_) return;
-    probe();
-    if (rank_.deficient) measureDeficiency();
+        if (factorized_) probe();
+        if (!rank_.deficient) continue;
+        rank_.small = std::max(small, 1);
+        if (M_.isEvened() || shift != kShift) keepRange();
+        return;
+    }
+}
+
+/// A factor that keeps the range of A^H.
+template <class Cell>
+void LeastSquares<Cell>::keepRange()
+{
+    M_.scaleAlike();
+    inverse_->rescaled();
+    factorized_ = inverse_->factorize(kShift);
 }
 
 /// The direction that M*D shrinks most, by inverse iteration: first by the factor alone, then by
@@ -301,17 +316,8 @@ void LeastSquares<Cell>::probe()
         for (std::size_t j = 0; j < z.size(); ++j) z[j] -= step[j];
         least = std::min(least, ratio());
     }
-    rank_.condition = least > 0.0 ? 1.0 / least : HUGE_VAL;
+    rank_.condition = std::max(rank_.condition, least > 0.0 ? 1.0 / least : HUGE_VAL);
     rank_.deficient = least <= std::max(m_, n_) * kEps;
-}
-
-/// Counts, and makes the factor one that keeps the range of A^H.
-template <class Cell>
-void LeastSquares<Cell>::measureDeficiency()
-{
-    rank_.deficiency = std::max(inverse_->countBelow(kNegligible), 1);
-    M_.scaleAlike();
-    factorized_ = inverse_->factorize(kLeastNormShift);
 }
 
 template <class Cell>

@@ -44,7 +44,9 @@ struct LeastSquaresAnswer {
 struct LeastSquaresRank {
     double condition = 1.0;      ///< estimated; from below
     bool deficient = false;      ///< the least singular value is below max(m, n)*eps of the norm
-    std::int32_t deficiency = 0; ///< singular values below about 2^-22 of the norm; at least 1 if deficient
+    /// Singular values below about 2^-22 of the norm, where the normal equations lose sight of them: of a
+    /// deficient A with a gap in its spectrum they are its deficiency.
+    std::int32_t small = 0;
 };
 
 /// min ||b - A*x||, and of all such x the one of least norm where A is wide or deficient. A is sparse, of any
@@ -83,7 +85,7 @@ private:
     void prepare();
     bool factorizeSafely();
     void probe();
-    void measureDeficiency();
+    void keepRange();
     void solveRegular(Attempt& attempt);
     void solveDeficient(Attempt& attempt);
 

@@ -153,9 +153,14 @@ void NormalEquations<Cell>::fill()
 template <class Cell>
 bool NormalEquations<Cell>::factorizeShifted(double relative, FactorKind kind)
 {
-    fill();
-    for (std::size_t j = 0; j < M_.scale().size(); ++j)
-        factor_.a[static_cast<std::size_t>(factor_.ia[j]) - 1] += relative * bound_;
+    const auto place = [this](std::size_t j) -> Cell& {
+        return factor_.a[static_cast<std::size_t>(factor_.ia[j]) - 1];
+    };
+    if (diagonal_.empty()) {
+        fill();
+        for (std::size_t j = 0; j < M_.scale().size(); ++j) diagonal_.push_back(place(j));
+    }
+    for (std::size_t j = 0; j < diagonal_.size(); ++j) place(j) = diagonal_[j] + relative * bound_;
     return factor_.factorize(kind);
 }
 
@@ -175,12 +180,11 @@ bool NormalEquations<Cell>::apply(const Cell* g, Cell* y)
     return true;
 }
 
-/// Sylvester: with -t on the diagonal there are as many negative pivots as eigenvalues below t, and one more
-/// for each row of the border.
+/// Each row of the border makes one negative pivot more.
 template <class Cell>
-std::int32_t NormalEquations<Cell>::countBelow(double relative)
+std::int32_t NormalEquations<Cell>::factorizeAndCount(double relative)
 {
-    if (!factorizeShifted(-relative, FactorKind::Indefinite)) return -1;
+    if (!factorizeShifted(relative, FactorKind::Indefinite)) return -1;
     return factor_.negativePivots() - denseRows();
 }
 

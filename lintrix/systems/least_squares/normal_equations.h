@@ -37,15 +37,18 @@ public:
     const FactorForecast& forecast() const noexcept { return factor_.forecast(); }
     std::int32_t denseRows() const noexcept { return static_cast<std::int32_t>(dense_.size()); }
 
+    /// To be called when the scales of M have changed.
+    void rescaled() { diagonal_.clear(); }
     /// shift = `relative` times bound(). @return whether a factor stands
     bool factorize(double relative);
+    /// With the shift below 0, too: the factor is still one of a positive definite matrix if no eigenvalue of
+    /// D*M^H*M*D lies below -`relative` times bound(), and how many do is what is returned; -1 where no
+    /// factor stands. Sylvester's law of inertia.
+    std::int32_t factorizeAndCount(double relative);
     /// y = W*g, both of length q
     bool apply(const Cell* g, Cell* y);
     /// Of ||D*M^H*M*D||, from above; after a factorization.
     double bound() const noexcept { return bound_; }
-    /// How many eigenvalues of D*M^H*M*D lie below `relative` times bound(); -1 where it cannot be told.
-    /// Takes the factor's place.
-    std::int32_t countBelow(double relative);
 
 private:
     void findDenseRows();
@@ -60,6 +63,7 @@ private:
     std::vector<std::int32_t> dense_;    ///< rows of M, ascending
     std::vector<std::int32_t> borderOf_; ///< place in dense_ of each row of M; -1 where it is sparse
     std::vector<Cell> right_, solution_;
+    std::vector<Cell> diagonal_; ///< of the product without a shift; empty until it is filled in
     double products_ = 0.0, bound_ = 0.0;
     bool analysed_ = false;
 };
