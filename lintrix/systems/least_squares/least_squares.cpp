@@ -63,6 +63,7 @@ public:
     }
 
     bool done() const { return best_.settled || best_.stopped; }
+    bool roundedOff() const { return best_.normalResidual <= kNormalTolerance || best_.consistent; }
     Answer take() { return std::move(best_); }
 
     void refineByNormalEquations(NormalEquations<Cell>& inverse);
@@ -73,7 +74,6 @@ public:
 
 private:
     void measure(Answer& answer);
-    double figure(const Answer& answer) const;
     bool offer(Answer&& answer);
     void runLsmr(const LinearMap<Cell>& right, std::int32_t limit, LeastSquaresMethod method);
 
@@ -93,18 +93,12 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
     for (std::size_t i = 0; i < r_.size(); ++i) r_[i] = b_[i] - r_[i];
     A_.adjointTimes(1, r_.data(), g_.data());
     const double r = norm(r_), scale = M_.norm() * r;
+    const double fit = r / (M_.norm() * norm(answer.x) + bNorm_);
     answer.residual = r;
     answer.normalResidual = scale > 0.0 ? norm(g_) / scale : 0.0;
-    answer.consistent = r <= 2.0 * kResidualTolerance * (M_.norm() * norm(answer.x) + bNorm_);
+    answer.backwardError = scale > 0.0 ? std::min(fit, answer.normalResidual) : 0.0;
+    answer.consistent = scale == 0.0 || fit <= 2.0 * kResidualTolerance;
     answer.settled = answer.consistent || answer.normalResidual <= kSettled;
-}
-
-/// What refinement lowers: the residual of a regular wide system, else that of the normal equations.
-template <class Cell>
-double LeastSquares<Cell>::Attempt::figure(const Answer& answer) const
-{
-    const bool wide = M_.isAdjoint() && !system_.rank_.deficient;
-    return wide ? answer.residual : answer.residual * answer.normalResidual;
 }
 
 /// Keeps the answer if it is the best. @return whether it is by much
@@ -112,7 +106,7 @@ template <class Cell>
 bool LeastSquares<Cell>::Attempt::offer(Answer&& answer)
 {
     measure(answer);
-    const double before = figure(best_), now = figure(answer);
+    const double before = best_.backwardError, now = answer.backwardError;
     answer.refinements += best_.refinements;
     answer.iterations += best_.iterations;
     if (now < before || best_.method == LeastSquaresMethod::Nothing) {
@@ -132,9 +126,8 @@ void LeastSquares<Cell>::Attempt::refineByNormalEquations(NormalEquations<Cell>&
 {
     std::vector<Cell> step(g_.size()), y(M_.isAdjoint() ? r_.size() : 0);
     bool again = true;
-    for (int k = 0; again && k < kRefinements; ++k) {
+    for (int k = 0; again && k < kRefinements && !roundedOff(); ++k) {
         measure(best_);
-        if (k > 0 && (best_.normalResidual <= kNormalTolerance || best_.consistent)) return;
         if (!inverse.apply(M_.isAdjoint() ? r_.data() : g_.data(), M_.isAdjoint() ? y.data() : step.data()))
             return;
         if (M_.isAdjoint()) M_.times(y.data(), step.data());
@@ -147,26 +140,31 @@ void LeastSquares<Cell>::Attempt::refineByNormalEquations(NormalEquations<Cell>&
 }
 
 /// t + M*w = f, M^H*t = g, with f = b, g = 0 and the answer w, or of a wide A with f = 0, g = b and the
-/// answer t. Both unknowns are refined, so that a large t does not hide what w lacks.
+/// answer t. Both unknowns are refined, so that a large t does not hide what w lacks. Where that gains no
+/// more in a tall system, t is begun anew in each step: of a b that all but fits it is just what w lacks.
 template <class Cell>
 void LeastSquares<Cell>::Attempt::refineAugmented(AugmentedSystem<Cell>& augmented)
 {
+    const bool wide = M_.isAdjoint();
     const auto p = static_cast<std::size_t>(M_.rows().rows), q = static_cast<std::size_t>(M_.rows().cols);
     std::vector<Cell> t(p), w(q), f(p), g(q), dt(p), dw(q);
-    bool again = true;
-    for (int k = 0; again && k < kRefinements; ++k) {
+    bool coupled = true;
+    for (int k = 0; k < 2 * kRefinements && !roundedOff(); ++k) {
+        if (!coupled) std::fill(t.begin(), t.end(), Cell{});
         M_.times(w.data(), f.data());
-        for (std::size_t i = 0; i < p; ++i) f[i] = (M_.isAdjoint() ? Cell{} : b_[i]) - t[i] - f[i];
+        for (std::size_t i = 0; i < p; ++i) f[i] = (wide ? Cell{} : b_[i]) - t[i] - f[i];
         M_.adjointTimes(t.data(), g.data());
-        for (std::size_t j = 0; j < q; ++j) g[j] = (M_.isAdjoint() ? b_[j] : Cell{}) - g[j];
+        for (std::size_t j = 0; j < q; ++j) g[j] = (wide ? b_[j] : Cell{}) - g[j];
         if (!augmented.solve(f.data(), g.data(), dt.data(), dw.data())) return;
         addTo(dt, t);
         addTo(dw, w);
-        Answer next{M_.isAdjoint() ? t : w};
+        Answer next{wide ? t : w};
         next.method = LeastSquaresMethod::AugmentedSystem;
         next.refinements = 1;
-        again = offer(std::move(next)) || k == 0;
-        again = again && best_.normalResidual > kNormalTolerance && !best_.consistent;
+        if (offer(std::move(next)) || k == 0) continue;
+        if (wide || !coupled) return;
+        coupled = false;
+        w = best_.x;
     }
 }
 
@@ -217,21 +215,34 @@ void LeastSquares<Cell>::Attempt::runLsmr(const LinearMap<Cell>& right, std::int
     offer(std::move(next));
 }
 
-/// Rounding brings in a little of the null space, which the shift does not damp: z := z - W*M^H*M*z leaves
-/// just that part of z = x, and it is taken away. Of a wide A x = A^H*(...) has none.
+/// Rounding in W*M^H brings in a little of the null space, amplified by the shift. F = M^H*M*W ends in the
+/// range of M^H, and differs there from the identity by shift/sigma^2 only, which x := x + F*W*M^H*r makes
+/// good. Of a wide A x = M*(...) is in the range as it is.
 template <class Cell>
 void LeastSquares<Cell>::Attempt::projectToRange(NormalEquations<Cell>& inverse)
 {
-    if (M_.isAdjoint()) return;
-    std::vector<Cell> z(best_.x), product(r_.size()), step(g_.size());
-    for (int k = 0; k < 3; ++k) {
-        M_.times(z.data(), product.data());
-        M_.adjointTimes(product.data(), g_.data());
+    if (M_.isAdjoint() || best_.stopped) return;
+    std::vector<Cell> product(r_.size()), step(g_.size()), inner(g_.size());
+    const auto filter = [&](std::vector<Cell>& x) {
+        if (!inverse.apply(x.data(), inner.data())) return;
+        M_.times(inner.data(), product.data());
+        M_.adjointTimes(product.data(), x.data());
+    };
+    Answer next = best_;
+    for (int k = 0; k < 2; ++k)
+        filter(next.x); // the first leaves what it was given times the amplified rounding
+    measure(next);
+    for (int k = 0; k < kRefinements && next.normalResidual > kNormalTolerance && !next.consistent; ++k) {
+        const double before = next.backwardError;
+        filter(g_);
         if (!inverse.apply(g_.data(), step.data())) return;
-        for (std::size_t j = 0; j < z.size(); ++j) z[j] -= step[j];
+        filter(step);
+        addTo(step, next.x);
+        ++next.refinements;
+        measure(next);
+        if (!(next.backwardError <= kGain * before)) break;
     }
-    for (std::size_t j = 0; j < z.size(); ++j) best_.x[j] -= z[j];
-    measure(best_);
+    if (next.settled || !best_.settled) best_ = std::move(next);
 }
 
 template <class Cell>
@@ -273,6 +284,7 @@ void LeastSquares<Cell>::prepare()
         if (M_.isEvened() || shift != kShift) keepRange();
         return;
     }
+    factorized_ = factorized_ || inverse_->factorize(kShift);
 }
 
 /// A factor that keeps the range of A^H.

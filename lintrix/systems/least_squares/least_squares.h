@@ -32,8 +32,11 @@ struct LeastSquaresAnswer {
     std::vector<Cell> x;         ///< NaN throughout where A or b is not finite
     double residual = 0.0;       ///< ||r||, r = b - A*x
     double normalResidual = 0.0; ///< ||A^H r|| / (||A|| ||r||); 0 where r is
-    bool consistent = false;     ///< ||r|| is rounding: a few eps*(||A|| ||x|| + ||b||)
-    bool settled = false;        ///< that, or normalResidual is at rounding level
+    /// The smaller of normalResidual and ||r|| / (||A|| ||x|| + ||b||): x solves a problem with an A, or A
+    /// and b, that are changed by so much, in the first case with the r of x.
+    double backwardError = 0.0;
+    bool consistent = false; ///< ||r|| is rounding: a few eps*(||A|| ||x|| + ||b||)
+    bool settled = false;    ///< that, or normalResidual is at rounding level
     LeastSquaresMethod method = LeastSquaresMethod::Nothing;
     std::int32_t refinements = 0, iterations = 0; ///< steps of refinement, and of LSMR
     bool stopped = false;                         ///< by the callback
@@ -42,8 +45,8 @@ struct LeastSquaresAnswer {
 /// What the factor tells of A, with its columns (of a wide A, its rows) scaled alike where they differ
 /// widely.
 struct LeastSquaresRank {
-    double condition = 1.0;      ///< estimated; from below
-    bool deficient = false;      ///< the least singular value is below max(m, n)*eps of the norm
+    double condition = 1.0; ///< estimated; from below
+    bool deficient = false; ///< the least singular value is below max(m, n)*eps of the norm
     /// Singular values below about 2^-22 of the norm, where the normal equations lose sight of them: of a
     /// deficient A with a gap in its spectrum they are its deficiency.
     std::int32_t small = 0;
