@@ -265,8 +265,7 @@ bool Run<Cell>::roundIsDone(const Recurrence& recurrence, double first, double o
 {
     const double r = recurrence.residual(), g = recurrence.normalResidual();
     if (g > kRoundGain * first) return false;
-    return (P_ != nullptr && g <= kPreconditionedGain * first) ||
-           g <= options_.normalTolerance * operatorNorm * r ||
+    return g <= options_.restart * first || g <= options_.normalTolerance * operatorNorm * r ||
            r <= options_.residualTolerance * (operatorNorm * norm(z_) + bNorm_);
 }
 

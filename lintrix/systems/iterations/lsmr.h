@@ -22,7 +22,10 @@ struct LsmrOptions {
     double normalTolerance = 1e-14;   ///< of ||A^H r|| / (||A|| ||r||)
     double residualTolerance = 1e-15; ///< of ||r|| / (||A|| ||x|| + ||b||)
     double norm = 0.0;                ///< ||A||_F where it is known, else 0: it is then estimated from below
-    std::int32_t limit = 0;           ///< iterations in all; 0 stands for 4*min(m, n) + 100
+    /// A round ends when it has lowered ||(A*P)^H r|| by this factor: for a P whose rounding is large, so
+    /// that the recurrences tell more than x has. 0 leaves the end to the tolerances.
+    double restart = 0.0;
+    std::int32_t limit = 0;                          ///< iterations in all; 0 stands for 4*min(m, n) + 100
     std::function<bool(const LsmrStep&)> progress{}; ///< false ends the run
 };
 

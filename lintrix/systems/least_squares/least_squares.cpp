@@ -21,10 +21,17 @@ constexpr double kFineShift = 0x1p-48;   // just above the rounding of the norma
 constexpr double kClearlyRegular = 1e-6; // least singular value over the norm that needs no second look
 constexpr double kNormalTolerance = 1e-14;
 constexpr double kResidualTolerance = 4 * kEps;
+constexpr double kConsistent = 32 * kEps;  // of what A*x and b are summed up
+constexpr double kNoWorse = 1.0 + 0x1p-20; //
+constexpr double kRestart = 1e-4;          // of LSMR with a factor, whose rounding is near the shift's size
 constexpr double kSettled = 1e-13;         // normal residual with which nothing else is tried
 constexpr int kRefinements = 10;           //
 constexpr double kGain = 0.5;              // a step that leaves more of the error is the last
 constexpr std::int32_t kFactorSteps = 200; // of LSMR with a factor
+constexpr double kLsmrCells = 4e9;         // that LSMR without a factor may pass by: seconds
+constexpr double kCheaperThanTrying = 1e8; // operations of a factor
+constexpr double kTrial = 0.05;            // of them may go into a trial without it
+constexpr double kOperationsACell = 10.0;  // that a step of LSMR takes the time of, for each entry and row
 constexpr double kFairAlpha = 0x1p-10;     // of the augmented system at first
 constexpr double kBearableCost = 50.0;     // times the operations of the normal equations, and
 constexpr double kCheapFactor = 1e9;       // operations that are always bearable
@@ -63,19 +70,24 @@ public:
     }
 
     bool done() const { return best_.settled || best_.stopped; }
-    bool roundedOff() const { return best_.normalResidual <= kNormalTolerance || best_.consistent; }
+    bool roundedOff() const
+    {
+        return best_.backwardError <= kResidualTolerance || best_.normalResidual <= kNormalTolerance;
+    }
     Answer take() { return std::move(best_); }
 
     void refineByNormalEquations(NormalEquations<Cell>& inverse);
     void refineAugmented(AugmentedSystem<Cell>& augmented);
     void iterate(NormalEquations<Cell>& inverse);
     void iterateScaled();
+    void iteratePlain(std::int32_t limit);
     void projectToRange(NormalEquations<Cell>& inverse);
 
 private:
     void measure(Answer& answer);
     bool offer(Answer&& answer);
-    void runLsmr(const LinearMap<Cell>& right, std::int32_t limit, LeastSquaresMethod method);
+    double termsOf(const std::vector<Cell>& x) const;
+    void runLsmr(const LinearMap<Cell>* right, double restart, std::int32_t limit, LeastSquaresMethod method);
 
     LeastSquares& system_;
     const TallMatrix<Cell>& M_;
@@ -93,12 +105,24 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
     for (std::size_t i = 0; i < r_.size(); ++i) r_[i] = b_[i] - r_[i];
     A_.adjointTimes(1, r_.data(), g_.data());
     const double r = norm(r_), scale = M_.norm() * r;
-    const double fit = r / (M_.norm() * norm(answer.x) + bNorm_);
+    const double fit = r / (termsOf(answer.x) + bNorm_);
     answer.residual = r;
     answer.normalResidual = scale > 0.0 ? norm(g_) / scale : 0.0;
     answer.backwardError = scale > 0.0 ? std::min(fit, answer.normalResidual) : 0.0;
-    answer.consistent = scale == 0.0 || fit <= 2.0 * kResidualTolerance;
+    if (r > kNoWorse * bNorm_) answer.backwardError = 1.0; // than x = 0
+    answer.consistent = scale == 0.0 || fit <= kConsistent;
     answer.settled = answer.consistent || answer.normalResidual <= kSettled;
+}
+
+/// Of what A*x is summed up: the root of the sum of (||a_j|| |x_j|)^2, which unlike ||A|| ||x|| does not
+/// change with the scales of columns.
+template <class Cell>
+double LeastSquares<Cell>::Attempt::termsOf(const std::vector<Cell>& x) const
+{
+    double sum = 0.0;
+    for (std::size_t j = 0; j < x.size(); ++j)
+        sum = std::hypot(sum, system_.columnNorms_[j] * std::abs(x[j]));
+    return sum;
 }
 
 /// Keeps the answer if it is the best. @return whether it is by much
@@ -188,28 +212,38 @@ void LeastSquares<Cell>::Attempt::iterate(NormalEquations<Cell>& inverse)
     };
     LinearMap<Cell> P{A_.cols, A_.rows, inner, outer};
     if (M_.isAdjoint()) std::swap(P.times, P.adjointTimes);
-    runLsmr(P, kFactorSteps, LeastSquaresMethod::PreconditionedLsmr);
+    runLsmr(&P, kRestart, kFactorSteps, LeastSquaresMethod::PreconditionedLsmr);
 }
 
 /// With scaled columns; of a wide or deficient A as it stands, for the sake of the least norm.
 template <class Cell>
 void LeastSquares<Cell>::Attempt::iterateScaled()
 {
-    const bool scaled = !M_.isAdjoint() && !system_.rank_.deficient;
-    const auto multiply = [this, scaled](std::int32_t, const Cell* x, Cell* y) {
-        for (std::size_t j = 0; j < g_.size(); ++j) y[j] = scaled ? M_.scale()[j] * x[j] : x[j];
+    const double cells = static_cast<double>(M_.rows().entries()) + A_.rows + A_.cols;
+    const auto limit = static_cast<std::int32_t>(std::clamp(kLsmrCells / cells, 200.0, 20000.0));
+    if (M_.isAdjoint() || system_.rank_.deficient) return iteratePlain(limit);
+    const auto multiply = [this](std::int32_t, const Cell* x, Cell* y) {
+        for (std::size_t j = 0; j < g_.size(); ++j) y[j] = M_.scale()[j] * x[j];
     };
-    runLsmr({A_.cols, A_.cols, multiply, multiply}, 0, LeastSquaresMethod::Lsmr);
+    const LinearMap<Cell> D{A_.cols, A_.cols, multiply, multiply};
+    runLsmr(&D, 0.0, limit, LeastSquaresMethod::Lsmr);
 }
 
 template <class Cell>
-void LeastSquares<Cell>::Attempt::runLsmr(const LinearMap<Cell>& right, std::int32_t limit,
+void LeastSquares<Cell>::Attempt::iteratePlain(std::int32_t limit)
+{
+    runLsmr(nullptr, 0.0, limit, LeastSquaresMethod::Lsmr);
+}
+
+template <class Cell>
+void LeastSquares<Cell>::Attempt::runLsmr(const LinearMap<Cell>* right, double restart, std::int32_t limit,
                                           LeastSquaresMethod method)
 {
     Answer next{std::vector<Cell>(g_.size())};
     next.method = method;
-    const LsmrOptions options{kNormalTolerance, kResidualTolerance, M_.norm(), limit, system_.progress_};
-    const LsmrOutcome outcome = lsmr<Cell>(A_, &right, b_, next.x.data(), options);
+    const LsmrOptions options{kNormalTolerance, kResidualTolerance, M_.norm(), restart, limit,
+                              system_.progress_};
+    const LsmrOutcome outcome = lsmr<Cell>(A_, right, b_, next.x.data(), options);
     next.iterations = outcome.iterations;
     next.stopped = outcome.end == LsmrEnd::Stopped;
     offer(std::move(next));
@@ -248,6 +282,7 @@ void LeastSquares<Cell>::Attempt::projectToRange(NormalEquations<Cell>& inverse)
 template <class Cell>
 LeastSquares<Cell>::LeastSquares(const RowsView<Cell>& A) : M_(A), A_(M_.asGiven()), m_(A.rows), n_(A.cols)
 {
+    measureColumns(A);
     if (M_.norm() == 0.0) rank_ = {HUGE_VAL, std::min(m_, n_) > 0, std::min(m_, n_)};
     if (!hasWork()) return;
     inverse_ = std::make_unique<NormalEquations<Cell>>(M_);
@@ -259,6 +294,16 @@ LeastSquares<Cell>::LeastSquares(const RowsView<Cell>& A) : M_(A), A_(M_.asGiven
 
 template <class Cell>
 LeastSquares<Cell>::~LeastSquares() = default;
+
+template <class Cell>
+void LeastSquares<Cell>::measureColumns(const RowsView<Cell>& A)
+{
+    columnNorms_.assign(static_cast<std::size_t>(n_), 0.0);
+    for (std::int64_t k = 0; k < A.entries(); ++k) {
+        double& length = columnNorms_[static_cast<std::size_t>(A.ja[k]) - 1];
+        length = std::hypot(length, std::abs(A.a[k]));
+    }
+}
 
 template <class Cell>
 bool LeastSquares<Cell>::hasWork() const
@@ -344,6 +389,8 @@ LeastSquaresAnswer<Cell> LeastSquares<Cell>::solve(const Cell* b)
         return answer;
     }
     if (!hasWork() || attempt.done()) return attempt.take();
+    if (const std::int32_t steps = stepsWorthTrying(); steps > 0) attempt.iteratePlain(steps);
+    if (attempt.done()) return attempt.take();
     prepare();
     if (rank_.deficient)
         solveDeficient(attempt);
@@ -351,6 +398,23 @@ LeastSquaresAnswer<Cell> LeastSquares<Cell>::solve(const Cell* b)
         solveRegular(attempt);
     if (!attempt.done()) attempt.iterateScaled();
     return attempt.take();
+}
+
+/// Of LSMR from 0, before there is a factor: as many as a small part of it would cost. They settle a system
+/// of small condition, and cost others little.
+template <class Cell>
+std::int32_t LeastSquares<Cell>::stepsWorthTrying() const
+{
+    if (prepared_ || M_.isEvened() || !forecast_ || forecast_->operations < kCheaperThanTrying) return 0;
+    const double step = kOperationsACell * (static_cast<double>(M_.rows().entries()) + m_ + n_);
+    return static_cast<std::int32_t>(std::min(kTrial * forecast_->operations / step, 1000.0));
+}
+
+template <class Cell>
+const LeastSquaresRank& LeastSquares<Cell>::rank()
+{
+    if (hasWork()) prepare();
+    return rank_;
 }
 
 template <class Cell>

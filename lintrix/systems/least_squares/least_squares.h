@@ -55,9 +55,10 @@ struct LeastSquaresRank {
 /// min ||b - A*x||, and of all such x the one of least norm where A is wide or deficient. A is sparse, of any
 /// shape, and never made dense.
 ///
-/// The constructor analyses, and `forecast` tells what the factor of the normal equations will take. The
-/// first `solve` factorizes and looks at the rank. Each answer is refined and measured, and where that does
-/// not settle it the next method is tried: LSMR with the factor, the augmented system where its factor costs
+/// The constructor analyses, and `forecast` tells what the factor of the normal equations will take. Where
+/// that is much, `solve` tries a few steps of LSMR first; else, or where they do not settle the answer, the
+/// first one factorizes and looks at the rank. Each answer is refined and measured, and where that does not
+/// settle it the next method is tried: LSMR with the factor, the augmented system where its factor costs
 /// bearably more, LSMR without a factor. The best by its residual is what is returned.
 ///
 /// Deficient: a factor with a larger shift keeps the range of A^H, so that LSMR with it has the solution of
@@ -77,14 +78,16 @@ public:
 
     /// b of length m.
     LeastSquaresAnswer<Cell> solve(const Cell* b);
-    /// Known after the first `solve`.
-    const LeastSquaresRank& rank() const noexcept { return rank_; }
+    /// Factorizes if no `solve` has had to.
+    const LeastSquaresRank& rank();
 
 private:
     using Answer = LeastSquaresAnswer<Cell>;
     class Attempt;
 
     bool hasWork() const;
+    void measureColumns(const RowsView<Cell>& A);
+    std::int32_t stepsWorthTrying() const;
     void prepare();
     bool factorizeSafely();
     void probe();
@@ -98,6 +101,7 @@ private:
     std::function<bool(const LsmrStep&)> progress_;
     std::unique_ptr<NormalEquations<Cell>> inverse_; // none where it cannot be had
     std::optional<FactorForecast> forecast_;
+    std::vector<double> columnNorms_; // of A
     LeastSquaresRank rank_;
     bool prepared_ = false, factorized_ = false;
 };
