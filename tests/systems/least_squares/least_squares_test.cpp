@@ -121,6 +121,7 @@ TYPED_TEST(LeastSquaresOf, ColumnsOverSixteenOrdersAreScaled)
     LeastSquares<TypeParam> system(A.view());
     const auto answer = system.solve(b.data());
     EXPECT_FALSE(system.rank().deficient);
+    EXPECT_FALSE(answer.consistent); // though ||A|| ||x|| is past all residuals
     const auto r = residualOf(A, b, answer.x);
     // each column by itself is orthogonal to the residual
     for (int j = 0; j < 80; ++j)
@@ -242,6 +243,23 @@ TYPED_TEST(LeastSquaresOf, SizesAtTheEndsOfTheRangeArePowersOfTwo)
         const auto answer = system.solve(b.data());
         EXPECT_LE(normalResidualOf(A, residualOf(A, b, answer.x)), 1e-13) << size;
     }
+}
+
+/// Scattered entries fill the factor, and the condition is small: there LSMR is sooner done.
+TYPED_TEST(LeastSquaresOf, ADearFactorIsNotMadeWhereAFewStepsOfLsmrDo)
+{
+    auto A = regular<TypeParam>(3000, 1000, 3, 24);
+    Draw<TypeParam> draw(25);
+    const auto b = draw.cells(3000);
+    LeastSquares<TypeParam> system(A.view());
+    ASSERT_TRUE(system.forecast().has_value());
+    ASSERT_GT(system.forecast()->operations, 1e8);
+    const auto answer = system.solve(b.data());
+    EXPECT_EQ(answer.method, LeastSquaresMethod::Lsmr);
+    expectLeastSquares(A, b, answer);
+    EXPECT_FALSE(system.rank().deficient); // this factorizes
+    EXPECT_LT(system.rank().condition, 100.0);
+    EXPECT_EQ(system.solve(b.data()).method, LeastSquaresMethod::NormalEquations);
 }
 
 TEST(LeastSquares, TheCallbackEndsASolve)
