@@ -22,6 +22,7 @@ constexpr double kClearlyRegular = 1e-6; // least singular value over the norm t
 constexpr double kNormalTolerance = 1e-14;
 constexpr double kResidualTolerance = 4 * kEps;
 constexpr double kConsistent = 32 * kEps;  // of what A*x and b are summed up
+constexpr double kRounding = 8 * kEps;     //
 constexpr double kNoWorse = 1.0 + 0x1p-20; //
 constexpr double kRestart = 1e-4;          // of LSMR with a factor, whose rounding is near the shift's size
 constexpr double kSettled = 1e-13;         // normal residual with which nothing else is tried
@@ -105,13 +106,14 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
     for (std::size_t i = 0; i < r_.size(); ++i) r_[i] = b_[i] - r_[i];
     A_.adjointTimes(1, r_.data(), g_.data());
     const double r = norm(r_), scale = M_.norm() * r;
-    const double fit = r / (termsOf(answer.x) + bNorm_);
+    const double terms = termsOf(answer.x), fit = r / (terms + bNorm_);
     answer.residual = r;
     answer.normalResidual = scale > 0.0 ? norm(g_) / scale : 0.0;
     answer.backwardError = scale > 0.0 ? std::min(fit, answer.normalResidual) : 0.0;
     if (r > kNoWorse * bNorm_) answer.backwardError = 1.0; // than x = 0
     answer.consistent = scale == 0.0 || fit <= kConsistent;
-    answer.settled = answer.consistent || answer.normalResidual <= kSettled;
+    // r is known to eps*terms, and so is A^H r.
+    answer.settled = answer.consistent || answer.normalResidual <= std::max(kSettled, kRounding * terms / r);
 }
 
 /// Of what A*x is summed up: the root of the sum of (||a_j|| |x_j|)^2, which unlike ||A|| ||x|| does not

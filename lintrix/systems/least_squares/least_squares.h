@@ -35,8 +35,10 @@ struct LeastSquaresAnswer {
     /// The smaller of normalResidual and ||r|| / (||A|| ||x|| + ||b||): x solves a problem with an A, or A
     /// and b, that are changed by so much, in the first case with the r of x.
     double backwardError = 0.0;
-    bool consistent = false; ///< ||r|| is rounding: a few eps*(||A|| ||x|| + ||b||)
-    bool settled = false;    ///< that, or normalResidual is at rounding level
+    bool consistent = false; ///< ||r|| is rounding: a few eps*(s + ||b||)
+    /// That, or normalResidual is rounding: below 1e-13, or a few eps*s/||r||, since r is known to eps*s
+    /// only.
+    bool settled = false;
     LeastSquaresMethod method = LeastSquaresMethod::Nothing;
     std::int32_t refinements = 0, iterations = 0; ///< steps of refinement, and of LSMR
     bool stopped = false;                         ///< by the callback
