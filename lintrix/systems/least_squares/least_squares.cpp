@@ -23,6 +23,7 @@ constexpr double kNormalTolerance = 1e-14;
 constexpr double kResidualTolerance = 4 * kEps;
 constexpr double kConsistent = 32 * kEps;  // of what A*x and b are summed up
 constexpr double kRounding = 8 * kEps;     //
+constexpr double kSmallResidual = 1e-6;    // of b
 constexpr double kNoWorse = 1.0 + 0x1p-20; //
 constexpr double kRestart = 1e-4;          // of LSMR with a factor, whose rounding is near the shift's size
 constexpr double kSettled = 1e-13;         // normal residual with which nothing else is tried
@@ -112,8 +113,9 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
     answer.backwardError = scale > 0.0 ? std::min(fit, answer.normalResidual) : 0.0;
     if (r > kNoWorse * bNorm_) answer.backwardError = 1.0; // than x = 0
     answer.consistent = scale == 0.0 || fit <= kConsistent;
-    // r is known to eps*terms, and so is A^H r.
-    answer.settled = answer.consistent || answer.normalResidual <= std::max(kSettled, kRounding * terms / r);
+    // r is known to eps*terms, and so is A^H r. A small r may yet become rounding altogether.
+    const double known = r > kSmallResidual * bNorm_ ? std::max(kSettled, kRounding * terms / r) : kSettled;
+    answer.settled = answer.consistent || answer.normalResidual <= known;
 }
 
 /// Of what A*x is summed up: the root of the sum of (||a_j|| |x_j|)^2, which unlike ||A|| ||x|| does not

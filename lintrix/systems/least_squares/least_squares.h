@@ -32,12 +32,13 @@ struct LeastSquaresAnswer {
     std::vector<Cell> x;         ///< NaN throughout where A or b is not finite
     double residual = 0.0;       ///< ||r||, r = b - A*x
     double normalResidual = 0.0; ///< ||A^H r|| / (||A|| ||r||); 0 where r is
-    /// The smaller of normalResidual and ||r|| / (||A|| ||x|| + ||b||): x solves a problem with an A, or A
-    /// and b, that are changed by so much, in the first case with the r of x.
+    /// The smaller of normalResidual and ||r|| / (s + ||b||), s^2 being the sum of (||a_j|| |x_j|)^2: x
+    /// solves a problem whose columns, and in the latter case b, are changed by so much. 1 where x is worse
+    /// than 0.
     double backwardError = 0.0;
     bool consistent = false; ///< ||r|| is rounding: a few eps*(s + ||b||)
-    /// That, or normalResidual is rounding: below 1e-13, or a few eps*s/||r||, since r is known to eps*s
-    /// only.
+    /// That, or normalResidual is rounding: below 1e-13, or, r being no small part of b, below a few
+    /// eps*s/||r||, since r is known to eps*s only.
     bool settled = false;
     LeastSquaresMethod method = LeastSquaresMethod::Nothing;
     std::int32_t refinements = 0, iterations = 0; ///< steps of refinement, and of LSMR
