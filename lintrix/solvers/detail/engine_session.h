@@ -2,6 +2,7 @@
 /// @file
 /// One handle of the direct solver with everything its entry is called with.
 
+#include <lintrix/engine/analysis_summary.h>
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/foundation/block.h>
 #include <lintrix/services/export.h>
@@ -10,6 +11,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace Velmar::Lintrix::detail {
 
@@ -59,6 +61,8 @@ public:
     void matrix(const EngineMatrix& matrix) noexcept { fixed_.matrix = matrix; }
     std::int32_t mtype() const noexcept { return fixed_.mtype; }
     void mtype(std::int32_t value) noexcept { fixed_.mtype = value; }
+    /// What the analysis found; nothing of a diagonal matrix, which has none.
+    std::optional<AnalysisSummary> summary() const noexcept { return AnalysisView(pt_.get()).Summary(); }
     std::int32_t error() const noexcept { return fixed_.error; } ///< of the last call, 0 before
     bool stopped() const noexcept { return fixed_.stopped; }     ///< the listener ended the last call
     void progress(ProgressFunction listener) noexcept { listener_ = std::move(listener); }

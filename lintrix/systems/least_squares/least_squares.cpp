@@ -1,0 +1,454 @@
+#include <lintrix/systems/least_squares/least_squares.h>
+
+#include <lintrix/services/blas.h>
+#include <lintrix/systems/least_squares/augmented_system.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <utility>
+
+namespace Velmar::Lintrix::detail {
+
+namespace {
+
+constexpr double kEps = std::numeric_limits<double>::epsilon();
+constexpr double kNegligible = 0x1p-44;  // squares of singular values that are looked into
+constexpr double kShift = 0x1p-36;       // its square root parts range and null space
+constexpr double kFineShift = 0x1p-48;   // just above the rounding of the normal equations
+constexpr double kClearlyRegular = 1e-6; // least singular value over the norm that needs no second look
+constexpr double kNormalTolerance = 1e-14;
+constexpr double kResidualTolerance = 4 * kEps;
+constexpr double kConsistent = 32 * kEps;  // of what A*x and b are summed up
+constexpr double kRounding = 8 * kEps;     //
+constexpr double kSmallResidual = 1e-6;    // of b
+constexpr double kNoWorse = 1.0 + 0x1p-20; //
+constexpr double kRestart = 1e-4;          // of LSMR with a factor, whose rounding is near the shift's size
+constexpr double kSettled = 1e-13;         // normal residual with which nothing else is tried
+constexpr int kRefinements = 10;           //
+constexpr double kGain = 0.5;              // a step that leaves more of the error is the last
+constexpr std::int32_t kFactorSteps = 200; // of LSMR with a factor
+constexpr double kLsmrCells = 4e9;         // that LSMR without a factor may pass by: seconds
+constexpr double kCheaperThanTrying = 1e8; // operations of a factor
+constexpr double kTrial = 0.05;            // of them may go into a trial without it
+constexpr double kOperationsACell = 10.0;  // that a step of LSMR takes the time of, for each entry and row
+constexpr double kFairAlpha = 0x1p-10;     // of the augmented system at first
+constexpr double kBearableCost = 50.0;     // times the operations of the normal equations, and
+constexpr double kCheapFactor = 1e9;       // operations that are always bearable
+
+template <class Cell>
+double norm(const std::vector<Cell>& x)
+{
+    return blas::nrm2(static_cast<int>(x.size()), x.data(), 1);
+}
+
+template <class Cell>
+void addTo(const std::vector<Cell>& x, std::vector<Cell>& y)
+{
+    for (std::size_t i = 0; i < x.size(); ++i) y[i] += x[i];
+}
+
+} // namespace
+
+std::string_view nameOf(LeastSquaresMethod method)
+{
+    constexpr std::array<std::string_view, 5> kNames{"nothing", "normal equations", "augmented system",
+                                                     "LSMR with a factor", "LSMR"};
+    return kNames[static_cast<std::size_t>(method)];
+}
+
+/// One right-hand side on its way: the best answer so far, and the methods that try to better it.
+template <class Cell>
+class LeastSquares<Cell>::Attempt {
+public:
+    Attempt(LeastSquares& system, const Cell* b)
+        : system_(system), M_(system.M_), A_(system.A_), b_(b), r_(static_cast<std::size_t>(A_.rows)),
+          g_(static_cast<std::size_t>(A_.cols)), bNorm_(blas::nrm2(A_.rows, b, 1))
+    {
+        best_.x.resize(g_.size());
+        measure(best_);
+    }
+
+    bool done() const { return best_.settled || best_.stopped; }
+    bool roundedOff() const
+    {
+        return best_.backwardError <= kResidualTolerance || best_.normalResidual <= kNormalTolerance;
+    }
+    Answer take() { return std::move(best_); }
+
+    void refineByNormalEquations(NormalEquations<Cell>& inverse);
+    void refineAugmented(AugmentedSystem<Cell>& augmented);
+    void iterate(NormalEquations<Cell>& inverse);
+    void iterateScaled();
+    void iteratePlain(std::int32_t limit);
+    void projectToRange(NormalEquations<Cell>& inverse);
+
+private:
+    void measure(Answer& answer);
+    bool offer(Answer&& answer);
+    double termsOf(const std::vector<Cell>& x) const;
+    void runLsmr(const LinearMap<Cell>* right, double restart, std::int32_t limit, LeastSquaresMethod method);
+
+    LeastSquares& system_;
+    const TallMatrix<Cell>& M_;
+    const LinearMap<Cell>& A_;
+    const Cell* b_;
+    std::vector<Cell> r_, g_; // r and A^H r of the answer measured last
+    double bNorm_;
+    Answer best_;
+};
+
+template <class Cell>
+void LeastSquares<Cell>::Attempt::measure(Answer& answer)
+{
+    A_.times(1, answer.x.data(), r_.data());
+    for (std::size_t i = 0; i < r_.size(); ++i) r_[i] = b_[i] - r_[i];
+    A_.adjointTimes(1, r_.data(), g_.data());
+    const double r = norm(r_), scale = M_.norm() * r;
+    const double terms = termsOf(answer.x), fit = r / (terms + bNorm_);
+    answer.residual = r;
+    answer.normalResidual = scale > 0.0 ? norm(g_) / scale : 0.0;
+    answer.backwardError = scale > 0.0 ? std::min(fit, answer.normalResidual) : 0.0;
+    if (r > kNoWorse * bNorm_) answer.backwardError = 1.0; // than x = 0
+    answer.consistent = scale == 0.0 || fit <= kConsistent;
+    // r is known to eps*terms, and so is A^H r. A small r may yet become rounding altogether.
+    const double known = r > kSmallResidual * bNorm_ ? std::max(kSettled, kRounding * terms / r) : kSettled;
+    answer.settled = answer.consistent || answer.normalResidual <= known;
+}
+
+/// Of what A*x is summed up: the root of the sum of (||a_j|| |x_j|)^2, which unlike ||A|| ||x|| does not
+/// change with the scales of columns.
+template <class Cell>
+double LeastSquares<Cell>::Attempt::termsOf(const std::vector<Cell>& x) const
+{
+    double sum = 0.0;
+    for (std::size_t j = 0; j < x.size(); ++j)
+        sum = std::hypot(sum, system_.columnNorms_[j] * std::abs(x[j]));
+    return sum;
+}
+
+/// Keeps the answer if it is the best. @return whether it is by much
+template <class Cell>
+bool LeastSquares<Cell>::Attempt::offer(Answer&& answer)
+{
+    measure(answer);
+    const double before = best_.backwardError, now = answer.backwardError;
+    answer.refinements += best_.refinements;
+    answer.iterations += best_.iterations;
+    if (now < before || best_.method == LeastSquaresMethod::Nothing) {
+        best_ = std::move(answer);
+    } else {
+        best_.refinements = answer.refinements;
+        best_.iterations = answer.iterations;
+        best_.stopped = answer.stopped;
+    }
+    return now <= kGain * before;
+}
+
+/// x := x + W*A^H*r, of a wide A x + A^H*W*r: each step takes the error down to the part of it that the shift
+/// and the rounding of the factor make.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::refineByNormalEquations(NormalEquations<Cell>& inverse)
+{
+    std::vector<Cell> step(g_.size()), y(M_.isAdjoint() ? r_.size() : 0);
+    bool again = true;
+    for (int k = 0; again && k < kRefinements && !roundedOff(); ++k) {
+        measure(best_);
+        if (!inverse.apply(M_.isAdjoint() ? r_.data() : g_.data(), M_.isAdjoint() ? y.data() : step.data()))
+            return;
+        if (M_.isAdjoint()) M_.times(y.data(), step.data());
+        Answer next{best_.x};
+        next.method = LeastSquaresMethod::NormalEquations;
+        next.refinements = 1;
+        addTo(step, next.x);
+        again = offer(std::move(next));
+    }
+}
+
+/// t + M*w = f, M^H*t = g, with f = b, g = 0 and the answer w, or of a wide A with f = 0, g = b and the
+/// answer t. Both unknowns are refined, so that a large t does not hide what w lacks. Where that gains no
+/// more in a tall system, t is begun anew in each step: of a b that all but fits it is just what w lacks.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::refineAugmented(AugmentedSystem<Cell>& augmented)
+{
+    const bool wide = M_.isAdjoint();
+    const auto p = static_cast<std::size_t>(M_.rows().rows), q = static_cast<std::size_t>(M_.rows().cols);
+    std::vector<Cell> t(p), w(q), f(p), g(q), dt(p), dw(q);
+    bool coupled = true;
+    for (int k = 0; k < 2 * kRefinements && !roundedOff(); ++k) {
+        if (!coupled) std::fill(t.begin(), t.end(), Cell{});
+        M_.times(w.data(), f.data());
+        for (std::size_t i = 0; i < p; ++i) f[i] = (wide ? Cell{} : b_[i]) - t[i] - f[i];
+        M_.adjointTimes(t.data(), g.data());
+        for (std::size_t j = 0; j < q; ++j) g[j] = (wide ? b_[j] : Cell{}) - g[j];
+        if (!augmented.solve(f.data(), g.data(), dt.data(), dw.data())) return;
+        addTo(dt, t);
+        addTo(dw, w);
+        Answer next{wide ? t : w};
+        next.method = LeastSquaresMethod::AugmentedSystem;
+        next.refinements = 1;
+        if (offer(std::move(next)) || k == 0) continue;
+        if (wide || !coupled) return;
+        coupled = false;
+        w = best_.x;
+    }
+}
+
+/// From 0, with P = (A^H*A + shift*I)^-1*A^H up to the scales: of length m, so that A*P is nearly a
+/// projector.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::iterate(NormalEquations<Cell>& inverse)
+{
+    std::vector<Cell> g(M_.scale().size()), y(g.size());
+    const auto apply = [&inverse](const Cell* x, Cell* solution, std::size_t size) {
+        if (!inverse.apply(x, solution))
+            std::fill_n(solution, size, Cell(std::numeric_limits<double>::quiet_NaN()));
+    };
+    const auto inner = [&](std::int32_t, const Cell* x, Cell* result) { // W*M^H
+        M_.adjointTimes(x, g.data());
+        apply(g.data(), result, g.size());
+    };
+    const auto outer = [&](std::int32_t, const Cell* x, Cell* result) { // M*W
+        apply(x, y.data(), y.size());
+        M_.times(y.data(), result);
+    };
+    LinearMap<Cell> P{A_.cols, A_.rows, inner, outer};
+    if (M_.isAdjoint()) std::swap(P.times, P.adjointTimes);
+    runLsmr(&P, kRestart, kFactorSteps, LeastSquaresMethod::PreconditionedLsmr);
+}
+
+/// With scaled columns; of a wide or deficient A as it stands, for the sake of the least norm.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::iterateScaled()
+{
+    const double cells = static_cast<double>(M_.rows().entries()) + A_.rows + A_.cols;
+    const auto limit = static_cast<std::int32_t>(std::clamp(kLsmrCells / cells, 200.0, 20000.0));
+    if (M_.isAdjoint() || system_.rank_.deficient) return iteratePlain(limit);
+    const auto multiply = [this](std::int32_t, const Cell* x, Cell* y) {
+        for (std::size_t j = 0; j < g_.size(); ++j) y[j] = M_.scale()[j] * x[j];
+    };
+    const LinearMap<Cell> D{A_.cols, A_.cols, multiply, multiply};
+    runLsmr(&D, 0.0, limit, LeastSquaresMethod::Lsmr);
+}
+
+template <class Cell>
+void LeastSquares<Cell>::Attempt::iteratePlain(std::int32_t limit)
+{
+    runLsmr(nullptr, 0.0, limit, LeastSquaresMethod::Lsmr);
+}
+
+template <class Cell>
+void LeastSquares<Cell>::Attempt::runLsmr(const LinearMap<Cell>* right, double restart, std::int32_t limit,
+                                          LeastSquaresMethod method)
+{
+    Answer next{std::vector<Cell>(g_.size())};
+    next.method = method;
+    const LsmrOptions options{kNormalTolerance, kResidualTolerance, M_.norm(), restart, limit,
+                              system_.progress_};
+    const LsmrOutcome outcome = lsmr<Cell>(A_, right, b_, next.x.data(), options);
+    next.iterations = outcome.iterations;
+    next.stopped = outcome.end == LsmrEnd::Stopped;
+    offer(std::move(next));
+}
+
+/// Rounding in W*M^H brings in a little of the null space, amplified by the shift. F = M^H*M*W ends in the
+/// range of M^H, and differs there from the identity by shift/sigma^2 only, which x := x + F*W*M^H*r makes
+/// good. Of a wide A x = M*(...) is in the range as it is.
+template <class Cell>
+void LeastSquares<Cell>::Attempt::projectToRange(NormalEquations<Cell>& inverse)
+{
+    if (M_.isAdjoint() || best_.stopped) return;
+    std::vector<Cell> product(r_.size()), step(g_.size()), inner(g_.size());
+    const auto filter = [&](std::vector<Cell>& x) {
+        if (!inverse.apply(x.data(), inner.data())) return;
+        M_.times(inner.data(), product.data());
+        M_.adjointTimes(product.data(), x.data());
+    };
+    Answer next = best_;
+    for (int k = 0; k < 2; ++k)
+        filter(next.x); // the first leaves what it was given times the amplified rounding
+    measure(next);
+    for (int k = 0; k < kRefinements && next.normalResidual > kNormalTolerance && !next.consistent; ++k) {
+        const double before = next.backwardError;
+        filter(g_);
+        if (!inverse.apply(g_.data(), step.data())) return;
+        filter(step);
+        addTo(step, next.x);
+        ++next.refinements;
+        measure(next);
+        if (!(next.backwardError <= kGain * before)) break;
+    }
+    if (next.settled || !best_.settled) best_ = std::move(next);
+}
+
+template <class Cell>
+LeastSquares<Cell>::LeastSquares(const RowsView<Cell>& A) : M_(A), A_(M_.asGiven()), m_(A.rows), n_(A.cols)
+{
+    measureColumns(A);
+    if (M_.norm() == 0.0) rank_ = {HUGE_VAL, std::min(m_, n_) > 0, std::min(m_, n_)};
+    if (!hasWork()) return;
+    inverse_ = std::make_unique<NormalEquations<Cell>>(M_);
+    if (inverse_->analysed())
+        forecast_ = inverse_->forecast();
+    else
+        inverse_.reset();
+}
+
+template <class Cell>
+LeastSquares<Cell>::~LeastSquares() = default;
+
+template <class Cell>
+void LeastSquares<Cell>::measureColumns(const RowsView<Cell>& A)
+{
+    columnNorms_.assign(static_cast<std::size_t>(n_), 0.0);
+    for (std::int64_t k = 0; k < A.entries(); ++k) {
+        double& length = columnNorms_[static_cast<std::size_t>(A.ja[k]) - 1];
+        length = std::hypot(length, std::abs(A.a[k]));
+    }
+}
+
+template <class Cell>
+bool LeastSquares<Cell>::hasWork() const
+{
+    return M_.norm() > 0.0 && std::isfinite(M_.norm());
+}
+
+/// Most matrices show by the first factor that they are regular, and it is the one to work with. Others get
+/// one that exists for any rank, and if that leaves the question open, one with a finer shift.
+template <class Cell>
+void LeastSquares<Cell>::prepare()
+{
+    if (std::exchange(prepared_, true) || !inverse_) return;
+    const std::int32_t small = inverse_->factorizeAndCount(-kNegligible);
+    factorized_ = small == 0;
+    if (factorized_) return probe();
+    rank_.small = std::max(small, 0);
+    for (const double shift : {kShift, kFineShift}) {
+        factorized_ = inverse_->factorize(shift);
+        if (factorized_) probe();
+        if (!rank_.deficient) continue;
+        rank_.small = std::max(small, 1);
+        if (M_.isEvened() || shift != kShift) keepRange();
+        return;
+    }
+    factorized_ = factorized_ || inverse_->factorize(kShift);
+}
+
+/// A factor that keeps the range of A^H.
+template <class Cell>
+void LeastSquares<Cell>::keepRange()
+{
+    M_.scaleAlike();
+    inverse_->rescaled();
+    factorized_ = inverse_->factorize(kShift);
+}
+
+/// The direction that M*D shrinks most, by inverse iteration: first by the factor alone, then by
+/// z := z - W*M^H*M*z, in which M's own products keep the rounding of the factor out. ||M*D*z|| / ||z||
+/// bounds the least singular value from above.
+template <class Cell>
+void LeastSquares<Cell>::probe()
+{
+    const std::vector<double>& scale = M_.scale();
+    std::vector<Cell> z(scale.size()), work(z.size()), product(static_cast<std::size_t>(M_.rows().rows));
+    std::mt19937_64 generator(1);
+    for (std::size_t j = 0; j < z.size(); ++j)
+        z[j] = (static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0) * scale[j];
+    // z is D times the direction throughout.
+    const auto ratio = [&] {
+        double length = 0.0;
+        for (std::size_t j = 0; j < z.size(); ++j) length = std::hypot(length, std::abs(z[j]) / scale[j]);
+        for (Cell& cell : z) cell /= length;
+        M_.times(z.data(), product.data());
+        return norm(product) / std::sqrt(inverse_->bound());
+    };
+    for (int k = 0; k < 2; ++k) {
+        for (std::size_t j = 0; j < z.size(); ++j) work[j] = z[j] / (scale[j] * scale[j]);
+        if (!inverse_->apply(work.data(), z.data())) return;
+        ratio();
+    }
+    double least = ratio();
+    for (int k = 0; k < 4 && least < kClearlyRegular; ++k) {
+        M_.adjointTimes(product.data(), work.data());
+        std::vector<Cell> step(z.size());
+        if (!inverse_->apply(work.data(), step.data())) return;
+        for (std::size_t j = 0; j < z.size(); ++j) z[j] -= step[j];
+        least = std::min(least, ratio());
+    }
+    rank_.condition = std::max(rank_.condition, least > 0.0 ? 1.0 / least : HUGE_VAL);
+    rank_.deficient = least <= std::max(m_, n_) * kEps;
+}
+
+template <class Cell>
+LeastSquaresAnswer<Cell> LeastSquares<Cell>::solve(const Cell* b)
+{
+    Attempt attempt(*this, b);
+    if (!std::isfinite(M_.norm()) || !std::isfinite(blas::nrm2(m_, b, 1))) {
+        Answer answer = attempt.take();
+        answer.x.assign(answer.x.size(), Cell(std::numeric_limits<double>::quiet_NaN()));
+        answer.residual = answer.normalResidual = std::numeric_limits<double>::quiet_NaN();
+        answer.consistent = answer.settled = false;
+        return answer;
+    }
+    if (!hasWork() || attempt.done()) return attempt.take();
+    if (const std::int32_t steps = stepsWorthTrying(); steps > 0) attempt.iteratePlain(steps);
+    if (attempt.done()) return attempt.take();
+    prepare();
+    if (rank_.deficient)
+        solveDeficient(attempt);
+    else
+        solveRegular(attempt);
+    if (!attempt.done()) attempt.iterateScaled();
+    return attempt.take();
+}
+
+/// Of LSMR from 0, before there is a factor: as many as a small part of it would cost. They settle a system
+/// of small condition, and cost others little.
+template <class Cell>
+std::int32_t LeastSquares<Cell>::stepsWorthTrying() const
+{
+    if (prepared_ || M_.isEvened() || !forecast_ || forecast_->operations < kCheaperThanTrying) return 0;
+    const double step = kOperationsACell * (static_cast<double>(M_.rows().entries()) + m_ + n_);
+    return static_cast<std::int32_t>(std::min(kTrial * forecast_->operations / step, 1000.0));
+}
+
+template <class Cell>
+const LeastSquaresRank& LeastSquares<Cell>::rank()
+{
+    if (hasWork()) prepare();
+    return rank_;
+}
+
+template <class Cell>
+void LeastSquares<Cell>::solveDeficient(Attempt& attempt)
+{
+    if (!factorized_) return;
+    attempt.iterate(*inverse_);
+    attempt.projectToRange(*inverse_);
+}
+
+/// The augmented system begins with a fair alpha; where that does not settle it, with the one that the
+/// condition asks for.
+template <class Cell>
+void LeastSquares<Cell>::solveRegular(Attempt& attempt)
+{
+    if (!factorized_) return;
+    attempt.refineByNormalEquations(*inverse_);
+    if (!attempt.done()) attempt.iterate(*inverse_);
+    if (attempt.done()) return;
+    AugmentedSystem<Cell> augmented(M_);
+    if (!augmented.analysed() ||
+        augmented.forecast().operations > std::max(kCheapFactor, kBearableCost * forecast_->operations))
+        return;
+    for (const double alpha : {kFairAlpha, std::sqrt(inverse_->bound()) / rank_.condition}) {
+        if (augmented.factorize(alpha)) attempt.refineAugmented(augmented);
+        if (attempt.done()) return;
+    }
+}
+
+template class LeastSquares<double>;
+template class LeastSquares<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail

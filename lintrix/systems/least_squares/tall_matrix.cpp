@@ -1,0 +1,109 @@
+#include <lintrix/systems/least_squares/tall_matrix.h>
+
+#include <lintrix/services/blas.h>
+#include <lintrix/sparse/detail/sparse_twin.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Velmar::Lintrix::detail {
+
+namespace {
+
+constexpr double kEvenEnough = 1024.0;
+
+/// 2^k with norm*2^k in (1/2, 1]; 1 where there is no norm.
+double powerFor(double norm)
+{
+    if (!(norm > 0.0) || !std::isfinite(norm)) return 1.0;
+    int exponent = 0;
+    const double fraction = std::frexp(norm, &exponent);
+    return std::ldexp(1.0, std::min(fraction == 0.5 ? 1 - exponent : -exponent, 1000));
+}
+
+template <class Cell>
+void product(const RowsView<Cell>& A, const Cell* x, Cell* y)
+{
+    SparseTwin<Cell>::csrmv("N", A.rows, A.cols, Cell(1.0), "GUNF", A.a, A.ja, A.ia, A.ia + 1, x, Cell(0.0),
+                            y);
+}
+
+} // namespace
+
+/// The rows of A^H by a counting sort: each column's slots are filled in the order of the rows.
+template <class Cell>
+TallMatrix<Cell>::TallMatrix(const RowsView<Cell>& A)
+    : adjoint_(A.rows < A.cols), otherCells_(static_cast<std::size_t>(A.entries())),
+      otherStarts_(static_cast<std::size_t>(A.cols) + 1, 1), otherColumns_(otherCells_.size()),
+      scale_(static_cast<std::size_t>(std::min(A.rows, A.cols)), 1.0)
+{
+    const std::int64_t count = A.entries();
+    for (std::int64_t k = 0; k < count; ++k) ++otherStarts_[static_cast<std::size_t>(A.ja[k])];
+    for (std::size_t c = 1; c < otherStarts_.size(); ++c) otherStarts_[c] += otherStarts_[c - 1] - 1;
+    std::vector<std::int32_t> next(otherStarts_);
+    for (std::int32_t r = 0; r < A.rows; ++r) {
+        for (std::int32_t k = A.ia[r] - 1; k < A.ia[r + 1] - 1; ++k) {
+            const auto slot = static_cast<std::size_t>(next[static_cast<std::size_t>(A.ja[k]) - 1]++ - 1);
+            otherCells_[slot] = conjugate(A.a[k]);
+            otherColumns_[slot] = r + 1;
+        }
+    }
+    const RowsView<Cell> other{A.cols, A.rows, otherCells_.data(), otherStarts_.data(), otherColumns_.data()};
+    rows_ = adjoint_ ? other : A;
+    columns_ = adjoint_ ? A : other;
+    measureColumns();
+}
+
+template <class Cell>
+void TallMatrix<Cell>::measureColumns()
+{
+    norm_ = blas::nrm2(static_cast<int>(columns_.entries()), columns_.a, 1);
+    std::vector<double> norms(scale_.size());
+    double least = HUGE_VAL, largest = 0.0;
+    for (std::int32_t j = 0; j < columns_.rows; ++j) {
+        const std::int32_t start = columns_.ia[j] - 1;
+        const double length = blas::nrm2(columns_.ia[j + 1] - 1 - start, columns_.a + start, 1);
+        norms[static_cast<std::size_t>(j)] = length;
+        if (length > 0.0) least = std::min(least, length);
+        largest = std::max(largest, length);
+    }
+    commonScale_ = powerFor(largest);
+    evened_ = largest > kEvenEnough * least;
+    for (std::size_t j = 0; j < norms.size(); ++j) scale_[j] = evened_ ? powerFor(norms[j]) : commonScale_;
+}
+
+template <class Cell>
+void TallMatrix<Cell>::scaleAlike()
+{
+    evened_ = false;
+    std::fill(scale_.begin(), scale_.end(), commonScale_);
+}
+
+template <class Cell>
+void TallMatrix<Cell>::times(const Cell* x, Cell* y) const
+{
+    product(rows_, x, y);
+}
+
+template <class Cell>
+void TallMatrix<Cell>::adjointTimes(const Cell* x, Cell* y) const
+{
+    product(columns_, x, y);
+}
+
+template <class Cell>
+LinearMap<Cell> TallMatrix<Cell>::asGiven() const
+{
+    const RowsView<Cell>&A = adjoint_ ? columns_ : rows_, &H = adjoint_ ? rows_ : columns_;
+    const auto along = [](const RowsView<Cell>& view) {
+        return [&view](std::int32_t columns, const Cell* x, Cell* y) {
+            for (std::int64_t c = 0; c < columns; ++c) product(view, x + c * view.cols, y + c * view.rows);
+        };
+    };
+    return {A.rows, A.cols, along(A), along(H)};
+}
+
+template class TallMatrix<double>;
+template class TallMatrix<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail
