@@ -28,9 +28,19 @@ public:
 
     /// Elements of the panels of L and U together.
     std::int64_t elements(PositionRange panels) const noexcept;
-    /// The panels side by side in `room`, which has elements(panels): L, then U. The pointers are set back,
-    /// so that the offsets of the plan hold.
+    /// The panels side by side in `room`, a block or a part of one from a multiple of its alignment on, of
+    /// roomFor(elements(panels)): L, then U. The pointers are set back, so that the offsets of the plan hold.
+    /// Each panel stands where it would in memory modulo the alignment, so that kernels of BLAS, some of
+    /// which take a vector from its first aligned element on, round as they do there.
     Factor<T> placedIn(T* room, PositionRange panels, const Factor<T>& exchanges) const noexcept;
+
+    /// Elements of a room for so many of panels, a multiple of the alignment.
+    static constexpr std::int64_t roomFor(std::int64_t elements) noexcept
+    {
+        return nextLike(0, elements + 2 * (kLine - 1));
+    }
+    /// What a room may take beside the panels: L and U begin late, and their end is filled up.
+    static constexpr std::int64_t mostBeside() noexcept { return 3 * (kLine - 1); }
 
     /// Calls visit(piece) for the share of one thread in the runs of wanted panels, cut to pieces: large
     /// enough for a disk, small enough to be dealt out.
@@ -69,11 +79,23 @@ public:
         });
     }
 
+    /// Gives the room that the panels take on the disk back, as far as the file system does. Needs no check
+    /// sums.
+    void giveBack() noexcept;
+
     /// Check sums and exchanges: written when all panels are, read before the first of them.
     Failure writeTables(const Factor<T>& factor);
     Failure readTables(const Factor<T>& factor);
 
 private:
+    static constexpr std::int64_t kLine = kBlockAlignment / sizeof(T);
+
+    // The first place from `place` on that is `like` modulo a line.
+    static constexpr std::int64_t nextLike(std::int64_t like, std::int64_t place) noexcept
+    {
+        return place + ((like - place) % kLine + kLine) % kLine;
+    }
+
     // The panels of L, or those of U.
     struct Half {
         FactorFile file, sumsFile;

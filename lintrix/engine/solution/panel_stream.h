@@ -17,7 +17,7 @@ namespace Velmar::Lintrix::detail::engine {
 template <class T>
 class LINTRIX_TESTABLE PanelStream {
 public:
-    /// The chunks of the schedule pass through `room`.
+    /// The chunks of the schedule pass through `room`, a block of roomFor() the largest of them.
     PanelStream(FactorStore<T>& store, const PanelSchedule& schedule, const StoredFactor<T>& factor, T* room,
                 int threads) noexcept
         : store_(store), schedule_(schedule), factor_(factor), room_(room), threads_(threads)
