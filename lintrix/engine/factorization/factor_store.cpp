@@ -104,10 +104,13 @@ Failure FactorStore<T>::write(PositionRange panels, const Factor<T>& from)
 }
 
 template <class T>
-Failure FactorStore<T>::read(PositionRange panels, const Factor<T>& into)
+Failure FactorStore<T>::read(PositionRange panels, const Factor<T>& into, Halves halves)
 {
-    if (const Failure failure = readHalf(lower(), panels, into.lower)) return failure;
-    return hasUpper() ? readHalf(upper(), panels, into.upper) : Failure{};
+    Failure failure;
+    if (includes(halves, Halves::Lower)) failure = readHalf(lower(), panels, into.lower);
+    if (!failure && includes(halves, Halves::Upper) && hasUpper())
+        failure = readHalf(upper(), panels, into.upper);
+    return failure;
 }
 
 template <class T>

@@ -14,6 +14,22 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
+/// Which panels of a supernode.
+enum class Halves : unsigned { None = 0, Lower = 1, Upper = 2, Both = 3 };
+
+constexpr bool includes(Halves halves, Halves half) noexcept
+{
+    return (static_cast<unsigned>(halves) & static_cast<unsigned>(half)) != 0;
+}
+constexpr Halves operator|(Halves halves, Halves others) noexcept
+{
+    return Halves(static_cast<unsigned>(halves) | static_cast<unsigned>(others));
+}
+constexpr Halves without(Halves halves, Halves others) noexcept
+{
+    return Halves(static_cast<unsigned>(halves) & ~static_cast<unsigned>(others));
+}
+
 /// Panels stand in the files as they would in memory, one after another, those of factor `mnum` behind those
 /// of the factors before it. Each has a check sum, and the sums of a factor are an array of their own, as are
 /// its exchanges.
@@ -67,15 +83,15 @@ public:
     /// @return  {OutOfCoreTransfer, -11}
     Failure write(PositionRange panels, const Factor<T>& from);
     /// @return  {OutOfCoreTransfer, -11}  also where a panel is not what was written
-    Failure read(PositionRange panels, const Factor<T>& into);
+    Failure read(PositionRange panels, const Factor<T>& into, Halves halves = Halves::Both);
     /// Lets the system begin to read the wanted panels.
     template <class Wanted>
-    void readAhead(PositionRange panels, const Wanted& wanted) noexcept
+    void readAhead(PositionRange panels, const Wanted& wanted, Halves halves = Halves::Both) noexcept
     {
         // Piece by piece: of one long range the system begins with no more than its first megabyte or two.
-        forEachPiece(panels, {.thread = 0, .threads = 1}, wanted, [this](PositionRange piece) {
-            readAheadHalf(lower(), piece);
-            if (hasUpper()) readAheadHalf(upper(), piece);
+        forEachPiece(panels, {.thread = 0, .threads = 1}, wanted, [&](PositionRange piece) {
+            if (includes(halves, Halves::Lower)) readAheadHalf(lower(), piece);
+            if (includes(halves, Halves::Upper) && hasUpper()) readAheadHalf(upper(), piece);
         });
     }
 

@@ -92,6 +92,36 @@ TEST_P(OutOfCoreSolves, TransposedAndIntoB)
     EXPECT_LT(residualOf(system.call, b), kSolved);
 }
 
+// Bytes that this process has taken from files.
+std::int64_t bytesRead()
+{
+    std::ifstream io("/proc/self/io");
+    std::string name;
+    std::int64_t bytes = 0;
+    while (io >> name >> bytes && name != "rchar:") {
+    }
+    return bytes;
+}
+
+// The diagonal blocks stand in L: one pass needs nothing else, the other needs U as well.
+TEST_P(OutOfCoreSolves, ReadUOnceAndLTwice)
+{
+    const ThreadSetting one(1);
+    for (const int transposed : {0, 1}) {
+        OutOfCoreSystem system(kSide, GetParam(), leastCore(kSide, GetParam()));
+        system.call.set(12, transposed);
+        ASSERT_EQ(system.call.run(12), 0);
+        std::int64_t most = 1 << 20; // of the structure, read to be compared, and of tables
+        for (const std::string& name : system.folder.names())
+            most += (name.ends_with(".lnz") ? 2 : 1) *
+                    static_cast<std::int64_t>(std::filesystem::file_size(system.folder.at(name)));
+        system.call.set(26, 1);
+        const std::int64_t before = bytesRead();
+        ASSERT_EQ(system.call.run(33), 0);
+        EXPECT_LE(bytesRead() - before, most);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Types, OutOfCoreSolves, ::testing::Values(1, 2, -2, 3, 4, -4, 6, 11, 13));
 
 class OutOfCoreMemory : public ::testing::TestWithParam<int> {};
