@@ -63,7 +63,7 @@ Failure releaseOneFactor(Run& run)
 {
     const int mnum = run.call.mnum;
     if (mnum < 1 || mnum > run.handle.control()[Word::Maxfct]) return badInput(100);
-    Handle::releaseFactor(run.handle.factors()[static_cast<std::size_t>(mnum) - 1]);
+    releaseFactor(run.handle, mnum);
     return {};
 }
 

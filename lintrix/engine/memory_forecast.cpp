@@ -1,6 +1,7 @@
 #include <lintrix/engine/memory_forecast.h>
 
 #include <lintrix/engine/factorization/factor_plan.h>
+#include <lintrix/engine/factorization/grouped_factorization.h>
 #include <lintrix/engine/solution/solve_memory.h>
 
 #include <algorithm>
@@ -15,27 +16,17 @@ struct NumericWork {
     std::int64_t factorization = 0, solve = 0;
 };
 
-/// Elements of L and U together, of the supernode that has the most.
-std::int64_t largestPanels(const FactorPlan& plan)
-{
-    std::int64_t largest = 0;
-    for (int J = 0; J < plan.structure.supernodes(); ++J) {
-        const std::int64_t height = plan.structure.height(J), width = plan.structure.width(J);
-        largest = std::max(largest, (plan.upperStarts.empty() ? height : 2 * height - width) * width);
-    }
-    return largest;
-}
-
 /// One supernode at work and one read back, in a factorization; one in a solve. Exchanges stay in memory, and
 /// so do the check sums of the panels.
 template <class T>
 std::int64_t leastOutOfCore(const FactorPlan& plan, const ControlBlock& control, const NumericWork& work)
 {
-    BlockSum kept = exchangeBlocks(control);
-    kept.add<std::uint64_t>(plan.structure.supernodes());
-    if (!plan.upperStarts.empty()) kept.add<std::uint64_t>(plan.structure.supernodes());
-    const std::int64_t panels = BlockSum().add<T>(largestPanels(plan)).kilobytes();
-    return kept.kilobytes() + panels + std::max(panels + work.factorization, work.solve);
+    const BlockSum kept = exchangeBlocks(control).addBytes(FactorStore<T>::sumBytes(plan));
+    const std::int64_t factorization =
+        BlockSum().add<T>(roomOf<T>(PanelSchedule::ofFactorization(plan, 0))).kilobytes();
+    const std::int64_t solve =
+        BlockSum().add<T>(FactorStore<T>::roomFor(PanelSchedule::ofSolve(plan, 0).chunkRoom())).kilobytes();
+    return kept.kilobytes() + std::max(factorization + work.factorization, solve + work.solve);
 }
 
 template <class T>

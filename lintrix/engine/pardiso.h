@@ -217,13 +217,13 @@ private:
 /// | `MKL_PARDISO_OOC_KEEP_FILE`     | `mkl_pardiso_ooc_keep_file`     | 1        |
 ///
 /// The path is how the file names begin, the core is in megabytes of 2^20 bytes, and files that are not kept
-/// (0) go with phase -1.
+/// (0) go with phase -1. Phase 0 leaves the files and gives the room of its factor back to the disk.
 ///
 /// They are read when a handle is made and at each analysis. The file, `pardiso_ooc.cfg` in the current
 /// folder unless `MKL_PARDISO_OOC_CFG_PATH` and `MKL_PARDISO_OOC_CFG_FILE_NAME` name another, has lines of
-/// key, `=` or blank, and value; `#` begins a comment. Each solve and each step of refinement reads the files
-/// upwards and downwards once, for all right-hand sides. The factor is that which the same analysis has in
-/// memory, but for what BLAS rounds differently at another address.
+/// key, `=` or blank, and value; `#` begins a comment. Each solve and each step of refinement reads L
+/// upwards and downwards and U once, for all right-hand sides. The factor is that which the same analysis has
+/// in memory, bit for bit.
 ///
 /// **An error of 0 is no promise of a solution.** Where iparm(14) counts perturbed pivots the factor belongs
 /// to a matrix nearby; two steps of refinement follow unasked, but nobody looks at what they leave, and a

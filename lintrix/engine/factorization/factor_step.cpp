@@ -156,9 +156,10 @@ private:
         if (const Failure failure = store.allocate()) return {failure, {}};
         const BlockSum work = factorizationBlocks<T>(plan_, static_cast<int>(plan_.runs.size()));
         const std::int64_t taken = lists_.bytes() + FactorStore<T>::sumBytes(plan_) + 1024 * work.kilobytes();
+        const std::int64_t left = bytesForPanels(handle_, taken) / std::int64_t{sizeof(T)};
         const PanelSchedule schedule =
-            PanelSchedule::ofFactorization(plan_, bytesForPanels(handle_, taken) / std::int64_t{sizeof(T)});
-        const auto room = Scratch<T>::uninitialised(schedule.groupRoom() + schedule.chunkRoom());
+            PanelSchedule::ofFactorization(plan_, left - 2 * FactorStore<T>::mostBeside());
+        const auto room = Scratch<T>::uninitialised(roomOf<T>(schedule));
         if (!room) return {outOfMemory(BlockCode::Factors, room.missingBytes()), {}};
         FactorResult result =
             factorizeInGroups(plan_, rules_, values(), factor(), store, schedule, room.get(), listener);
@@ -175,7 +176,29 @@ private:
     FactorLists lists_;
 };
 
+/// An entry without a finished factor may have parts of one in the files, made for the type of the handle.
+void giveBackFiles(Handle handle, int mnum, const FactorEntry& entry)
+{
+    OpenFactorFiles files;
+    if (openFactorFiles(handle, FileStep::Factorization, files)) return;
+    const ControlBlock& control = handle.control();
+    const FactorPlan plan = planOf(handle);
+    const int mtype = entry.size == kUnset ? control[Word::Mtype] : entry.mtype;
+    withElement(elementKind(mtype, control[Word::SinglePrecision] != 0), [&]<class T>() {
+        FactorStore<T>(plan, files, mnum).giveBack();
+        return Failure{};
+    });
+}
+
 } // namespace
+
+void releaseFactor(Handle handle, int mnum)
+{
+    FactorEntry& entry = handle.factors()[static_cast<std::size_t>(mnum) - 1];
+    if (entry.exchanges != nullptr && handle.control()[Word::OutOfCore] != 0)
+        giveBackFiles(handle, mnum, entry);
+    Handle::releaseFactor(entry);
+}
 
 Failure factorize(const Arguments& call, Handle handle, Timers& timers)
 {

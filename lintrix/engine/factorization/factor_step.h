@@ -23,4 +23,9 @@ namespace Velmar::Lintrix::detail::engine {
 /// @return  {OutOfCoreOpen, -10}, {OutOfCoreTransfer, -11}  of the files
 Failure factorize(const Arguments& call, Handle handle, Timers& timers);
 
+/// Gives up the factor `mnum`, if there is one: its blocks, and out of core the room that it takes on the
+/// disk. Files that cannot be opened or are not those of the handle any more stay as they are, which is no
+/// failure.
+void releaseFactor(Handle handle, int mnum);
+
 } // namespace Velmar::Lintrix::detail::engine

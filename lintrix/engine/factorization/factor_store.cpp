@@ -52,8 +52,13 @@ template <class T>
 Factor<T> FactorStore<T>::placedIn(T* room, PositionRange panels, const Factor<T>& exchanges) const noexcept
 {
     Factor<T> factor = exchanges;
-    factor.lower = room - plan_.lowerStarts[panels.first];
-    factor.upper = hasUpper() ? room + lower().elements(panels) - plan_.upperStarts[panels.first] : nullptr;
+    const std::int64_t start = plan_.lowerStarts[panels.first], place = nextLike(start, 0);
+    factor.lower = room + place - start;
+    factor.upper = nullptr;
+    if (!hasUpper()) return factor;
+    const std::int64_t upperStart = plan_.upperStarts[panels.first];
+    factor.upper =
+        room + nextLike(plan_.sizes.lower + upperStart, place + lower().elements(panels)) - upperStart;
     return factor;
 }
 
@@ -99,10 +104,24 @@ Failure FactorStore<T>::write(PositionRange panels, const Factor<T>& from)
 }
 
 template <class T>
-Failure FactorStore<T>::read(PositionRange panels, const Factor<T>& into)
+Failure FactorStore<T>::read(PositionRange panels, const Factor<T>& into, Halves halves)
 {
-    if (const Failure failure = readHalf(lower(), panels, into.lower)) return failure;
-    return hasUpper() ? readHalf(upper(), panels, into.upper) : Failure{};
+    Failure failure;
+    if (includes(halves, Halves::Lower)) failure = readHalf(lower(), panels, into.lower);
+    if (!failure && includes(halves, Halves::Upper) && hasUpper())
+        failure = readHalf(upper(), panels, into.upper);
+    return failure;
+}
+
+template <class T>
+void FactorStore<T>::giveBack() noexcept
+{
+    const auto giveBackHalf = [&](FactorFile file, std::int64_t elements) {
+        const std::int64_t bytes = elements * std::int64_t{sizeof(T)};
+        files_.giveBack(file, before_ * bytes, bytes);
+    };
+    giveBackHalf(FactorFile::Lower, plan_.sizes.lower);
+    if (hasUpper()) giveBackHalf(FactorFile::Upper, plan_.sizes.upper);
 }
 
 // Calls transfer(file, offset, bytes) for each table, until one fails.

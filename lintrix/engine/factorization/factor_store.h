@@ -14,6 +14,22 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
+/// Which panels of a supernode.
+enum class Halves : unsigned { None = 0, Lower = 1, Upper = 2, Both = 3 };
+
+constexpr bool includes(Halves halves, Halves half) noexcept
+{
+    return (static_cast<unsigned>(halves) & static_cast<unsigned>(half)) != 0;
+}
+constexpr Halves operator|(Halves halves, Halves others) noexcept
+{
+    return Halves(static_cast<unsigned>(halves) | static_cast<unsigned>(others));
+}
+constexpr Halves without(Halves halves, Halves others) noexcept
+{
+    return Halves(static_cast<unsigned>(halves) & ~static_cast<unsigned>(others));
+}
+
 /// Panels stand in the files as they would in memory, one after another, those of factor `mnum` behind those
 /// of the factors before it. Each has a check sum, and the sums of a factor are an array of their own, as are
 /// its exchanges.
@@ -28,9 +44,19 @@ public:
 
     /// Elements of the panels of L and U together.
     std::int64_t elements(PositionRange panels) const noexcept;
-    /// The panels side by side in `room`, which has elements(panels): L, then U. The pointers are set back,
-    /// so that the offsets of the plan hold.
+    /// The panels side by side in `room`, a block or a part of one from a multiple of its alignment on, of
+    /// roomFor(elements(panels)): L, then U. The pointers are set back, so that the offsets of the plan hold.
+    /// Each panel stands where it would in memory modulo the alignment, so that kernels of BLAS, some of
+    /// which take a vector from its first aligned element on, round as they do there.
     Factor<T> placedIn(T* room, PositionRange panels, const Factor<T>& exchanges) const noexcept;
+
+    /// Elements of a room for so many of panels, a multiple of the alignment.
+    static constexpr std::int64_t roomFor(std::int64_t elements) noexcept
+    {
+        return nextLike(0, elements + 2 * (kLine - 1));
+    }
+    /// What a room may take beside the panels: L and U begin late, and their end is filled up.
+    static constexpr std::int64_t mostBeside() noexcept { return 3 * (kLine - 1); }
 
     /// Calls visit(piece) for the share of one thread in the runs of wanted panels, cut to pieces: large
     /// enough for a disk, small enough to be dealt out.
@@ -57,23 +83,35 @@ public:
     /// @return  {OutOfCoreTransfer, -11}
     Failure write(PositionRange panels, const Factor<T>& from);
     /// @return  {OutOfCoreTransfer, -11}  also where a panel is not what was written
-    Failure read(PositionRange panels, const Factor<T>& into);
+    Failure read(PositionRange panels, const Factor<T>& into, Halves halves = Halves::Both);
     /// Lets the system begin to read the wanted panels.
     template <class Wanted>
-    void readAhead(PositionRange panels, const Wanted& wanted) noexcept
+    void readAhead(PositionRange panels, const Wanted& wanted, Halves halves = Halves::Both) noexcept
     {
         // Piece by piece: of one long range the system begins with no more than its first megabyte or two.
-        forEachPiece(panels, {.thread = 0, .threads = 1}, wanted, [this](PositionRange piece) {
-            readAheadHalf(lower(), piece);
-            if (hasUpper()) readAheadHalf(upper(), piece);
+        forEachPiece(panels, {.thread = 0, .threads = 1}, wanted, [&](PositionRange piece) {
+            if (includes(halves, Halves::Lower)) readAheadHalf(lower(), piece);
+            if (includes(halves, Halves::Upper) && hasUpper()) readAheadHalf(upper(), piece);
         });
     }
+
+    /// Gives the room that the panels take on the disk back, as far as the file system does. Needs no check
+    /// sums.
+    void giveBack() noexcept;
 
     /// Check sums and exchanges: written when all panels are, read before the first of them.
     Failure writeTables(const Factor<T>& factor);
     Failure readTables(const Factor<T>& factor);
 
 private:
+    static constexpr std::int64_t kLine = kBlockAlignment / sizeof(T);
+
+    // The first place from `place` on that is `like` modulo a line.
+    static constexpr std::int64_t nextLike(std::int64_t like, std::int64_t place) noexcept
+    {
+        return place + ((like - place) % kLine + kLine) % kLine;
+    }
+
     // The panels of L, or those of U.
     struct Half {
         FactorFile file, sumsFile;

@@ -96,13 +96,18 @@ private:
     void read(PositionRange chunk, PositionRange group, const TeamMember& member)
     {
         if (member.thread == 0) {
-            passing_ = store_.placedIn(room_ + schedule_.groupRoom(), chunk, exchanges_);
+            passing_ = store_.placedIn(chunkRoom(), chunk, exchanges_);
             nextTarget_ = 0;
         }
-        const Factor<T> into = store_.placedIn(room_ + schedule_.groupRoom(), chunk, exchanges_);
+        const Factor<T> into = store_.placedIn(chunkRoom(), chunk, exchanges_);
         store_.forEachPiece(chunk, member, wantedBy(group), [&](PositionRange piece) {
             if (!team_.hasFailed()) check(store_.read(piece, into));
         });
+    }
+
+    T* chunkRoom() const
+    {
+        return room_ + FactorStore<T>::roomFor(schedule_.groupRoom());
     }
 
     void takeUpdates(PositionRange group, PositionRange chunk, Eliminator<T>& eliminator)

@@ -8,8 +8,15 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// As factorize(), with the panels in files: group after group they are brought into `room`, of the elements
-/// that the schedule asks for, lose what the panels before them give, are eliminated and written. The same
+/// Elements of the room of a factorization by groups: that of a group, that of a chunk behind it.
+template <class T>
+std::int64_t roomOf(const PanelSchedule& schedule) noexcept
+{
+    return FactorStore<T>::roomFor(schedule.groupRoom()) + FactorStore<T>::roomFor(schedule.chunkRoom());
+}
+
+/// As factorize(), with the panels in files: group after group they are brought into `room`, a block of
+/// roomOf() the schedule, lose what the panels before them give, are eliminated and written. The same
 /// threads read, compute and write from start to end. While one chunk is worked with, the system reads the
 /// next; what was written it brings to the disk while the next group is at work. Of `exchanges` only those
 /// arrays are used, which stay in memory.

@@ -11,7 +11,7 @@ namespace Velmar::Lintrix::detail::engine {
 
 /// The supernodes are cut into groups, each of which is worked at in memory from the gather to the finished
 /// panels; what updates a group from before it passes by, chunk after chunk, each panel once. The
-/// left-looking order, descendants ascending, is that of the factorization in memory, and so is the factor (a
+/// left-looking order, descendants ascending, is that of the factorization in memory, and so are the bits (a
 /// left-looking scheme for files with panels of bounded size: Toledo, "A survey of out-of-core algorithms in
 /// numerical linear algebra", External Memory Algorithms, DIMACS 50 (1999)).
 ///

@@ -13,6 +13,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -252,6 +253,15 @@ Failure OpenFactorFiles::read(FactorFile file, std::int64_t offset, std::span<st
 void OpenFactorFiles::readAhead(FactorFile file, std::int64_t offset, std::int64_t length) noexcept
 {
     ::posix_fadvise(descriptor(file), offset, length, POSIX_FADV_WILLNEED);
+}
+
+bool OpenFactorFiles::giveBack(FactorFile file, std::int64_t offset, std::int64_t length) noexcept
+{
+    struct stat facts;
+    if (::fstat(descriptor(file), &facts) != 0) return false;
+    if (facts.st_size <= offset) return true;
+    if (facts.st_size <= offset + length) return ::ftruncate(descriptor(file), offset) == 0;
+    return ::fallocate(descriptor(file), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, offset, length) == 0;
 }
 
 Failure OpenFactorFiles::writeArray(FactorFile file, std::int64_t offset, std::span<const std::byte> from)

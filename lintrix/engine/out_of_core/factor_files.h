@@ -59,6 +59,10 @@ public:
     /// Lets the system begin to read what will be wanted soon, and returns at once.
     void readAhead(FactorFile file, std::int64_t offset, std::int64_t length) noexcept;
 
+    /// Gives the room of what is wanted no more back to the disk: a file that ends there is cut off, any
+    /// other one gets a hole, where the file system knows such. @return  whether it could
+    bool giveBack(FactorFile file, std::int64_t offset, std::int64_t length) noexcept;
+
     /// A small array, whole, behind its length and its check sum: arraySize(bytes) in the file.
     Failure writeArray(FactorFile file, std::int64_t offset, std::span<const std::byte> from);
     /// @return  {OutOfCoreTransfer, -11} also where length or check sum differ: the file has been changed

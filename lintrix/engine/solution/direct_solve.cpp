@@ -174,9 +174,11 @@ void DirectSolve<T>::solveFromFiles(const T* b, T* x, int count, SolvePart part)
     forEachBlock([&](std::ptrdiff_t at, int own, const RightSides<T>& y) {
         bring(b + at, own, includes(part, SolvePart::Forward), y);
     });
-    if (includes(part, SolvePart::Forward)) stream_->upwards(forward);
-    if (part == SolvePart::Diagonal) stream_->upwards(diagonal);
-    if (includes(part, SolvePart::Backward)) stream_->downwards(backward);
+    // The diagonal blocks, with their triangles of both factors, stand in L's panels.
+    const Halves ofL = Halves::Lower, ofU = Halves::Both;
+    if (includes(part, SolvePart::Forward)) stream_->upwards(transposed_ ? ofU : ofL, forward);
+    if (part == SolvePart::Diagonal) stream_->upwards(ofL, diagonal);
+    if (includes(part, SolvePart::Backward)) stream_->downwards(transposed_ ? ofL : ofU, backward);
     forEachBlock([&](std::ptrdiff_t at, int own, const RightSides<T>& y) {
         takeBack(y, own, includes(part, SolvePart::Backward), x + at);
     });

@@ -7,18 +7,20 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-// Brings the panels into the room, where they are not there yet.
+// Brings what is not there yet of the panels into the room.
 template <class T>
-bool PanelStream<T>::hold(PositionRange panels)
+bool PanelStream<T>::hold(PositionRange panels, Halves halves)
 {
     if (failure_) return false;
-    if (panels.first == held_.first && panels.last == held_.last) return true;
+    if (panels.first != held_.first || panels.last != held_.last) heldHalves_ = Halves::None;
+    const Halves missing = without(halves, heldHalves_);
+    if (missing == Halves::None) return true;
     held_ = {0, -1};
     factor_.panels = store_.placedIn(room_, panels, factor_.panels);
     std::mutex failing;
     runTeam(threads_, [&](const TeamMember& member) {
         store_.forEachPiece(panels, member, isWanted, [&](PositionRange piece) {
-            const Failure failure = store_.read(piece, factor_.panels);
+            const Failure failure = store_.read(piece, factor_.panels, missing);
             if (!failure) return;
             const std::lock_guard lock(failing);
             if (!failure_) failure_ = failure;
@@ -26,6 +28,7 @@ bool PanelStream<T>::hold(PositionRange panels)
     });
     if (failure_) return false;
     held_ = panels;
+    heldHalves_ = heldHalves_ | missing;
     return true;
 }
 

@@ -11,41 +11,41 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Holds as many panels at a time as its room does. The stretch that one pass ends with is the one that the
-/// next begins with, so a factor that fits is read once. While a stretch is worked with, the system reads the
-/// next.
+/// Holds as many panels at a time as its room does, and of these the halves that a pass needs. The stretch
+/// that one pass ends with is the one that the next begins with, so a factor that fits is read once. While a
+/// stretch is worked with, the system reads the next.
 template <class T>
 class LINTRIX_TESTABLE PanelStream {
 public:
-    /// The chunks of the schedule pass through `room`.
+    /// The chunks of the schedule pass through `room`, a block of roomFor() the largest of them.
     PanelStream(FactorStore<T>& store, const PanelSchedule& schedule, const StoredFactor<T>& factor, T* room,
                 int threads) noexcept
         : store_(store), schedule_(schedule), factor_(factor), room_(room), threads_(threads)
     {
     }
 
-    /// Calls visit(factor, range) with the panels of the range in memory. After a failure, which stays, there
-    /// are no more calls.
+    /// Calls visit(factor, range) with these halves of the panels of the range in memory. After a failure,
+    /// which stays, there are no more calls.
     template <class Visit>
-    void upwards(const Visit& visit)
+    void upwards(Halves halves, const Visit& visit)
     {
         const int last = factor_.structure.supernodes() - 1;
         PositionRange next = startsWith(0) ? held_ : schedule_.chunkFrom(0);
-        while (hold(next)) {
+        while (hold(next, halves)) {
             const PositionRange now = next;
-            if (now.last < last) readAhead(next = schedule_.chunkFrom(now.last + 1));
+            if (now.last < last) readAhead(next = schedule_.chunkFrom(now.last + 1), halves);
             visit(factor_, SupernodeRange{now.first, now.last});
             if (now.last == last) return;
         }
     }
     template <class Visit>
-    void downwards(const Visit& visit)
+    void downwards(Halves halves, const Visit& visit)
     {
         const int last = factor_.structure.supernodes() - 1;
         PositionRange next = endsWith(last) ? held_ : schedule_.chunkTo(last);
-        while (hold(next)) {
+        while (hold(next, halves)) {
             const PositionRange now = next;
-            if (now.first > 0) readAhead(next = schedule_.chunkTo(now.first - 1));
+            if (now.first > 0) readAhead(next = schedule_.chunkTo(now.first - 1), halves);
             visit(factor_, SupernodeRange{now.first, now.last});
             if (now.first == 0) return;
         }
@@ -57,8 +57,11 @@ private:
     bool startsWith(int J) const noexcept { return held_.first == J && held_.last >= J; }
     bool endsWith(int J) const noexcept { return held_.last == J; }
     static bool isWanted(int) noexcept { return true; }
-    void readAhead(PositionRange panels) noexcept { store_.readAhead(panels, isWanted); }
-    bool hold(PositionRange panels);
+    void readAhead(PositionRange panels, Halves halves) noexcept
+    {
+        store_.readAhead(panels, isWanted, halves);
+    }
+    bool hold(PositionRange panels, Halves halves);
 
     FactorStore<T>& store_;
     const PanelSchedule& schedule_;
@@ -66,6 +69,7 @@ private:
     T* room_;
     int threads_;
     PositionRange held_{0, -1};
+    Halves heldHalves_ = Halves::None;
     Failure failure_;
 };
 

@@ -72,11 +72,14 @@ struct FilesOfSolve {
     /// The panels pass through what the configured core leaves beside `taken` bytes, but at least the room of
     /// the largest supernode.
     FilesOfSolve(const FactorPlan& plan, int mnum, const Handle& handle, std::int64_t taken)
-        : store(plan, files, mnum),
-          schedule(
-              PanelSchedule::ofSolve(plan, (bytesForPanels(handle, taken) - FactorStore<T>::sumBytes(plan)) /
-                                               std::int64_t{sizeof(T)}))
+        : store(plan, files, mnum), schedule(PanelSchedule::ofSolve(plan, elementsFor(plan, handle, taken)))
     {
+    }
+
+    static std::int64_t elementsFor(const FactorPlan& plan, const Handle& handle, std::int64_t taken)
+    {
+        const std::int64_t bytes = bytesForPanels(handle, taken) - FactorStore<T>::sumBytes(plan);
+        return bytes / std::int64_t{sizeof(T)} - FactorStore<T>::mostBeside();
     }
 
     Failure open(const Handle& handle, const StoredFactor<T>& factor, int threads)
@@ -84,7 +87,7 @@ struct FilesOfSolve {
         if (const Failure failure = openFactorFiles(handle, FileStep::Solve, files)) return failure;
         if (const Failure failure = store.allocate()) return failure;
         if (const Failure failure = store.readTables(factor.panels)) return failure;
-        room = Scratch<T>::uninitialised(schedule.chunkRoom());
+        room = Scratch<T>::uninitialised(FactorStore<T>::roomFor(schedule.chunkRoom()));
         if (!room) return outOfMemory(BlockCode::RealWork, room.missingBytes());
         stream.emplace(store, schedule, factor, room.get(), threads);
         return {};

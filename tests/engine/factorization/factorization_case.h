@@ -2,6 +2,7 @@
 /// @file
 /// A matrix on a graph, its analysis, and a factor of it: what the tests of the numeric steps start from.
 
+#include <lintrix/engine/call/memory.h>
 #include <lintrix/engine/call/scalar.h>
 #include <lintrix/engine/factorization/numeric_factorization.h>
 #include <lintrix/engine/factorization/runs.h>
@@ -13,6 +14,7 @@
 #include <complex>
 #include <limits>
 #include <random>
+#include <span>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -105,8 +107,9 @@ struct FactorizationCase {
         runs.resize(static_cast<std::size_t>(s.supernodes()));
         std::vector<double> work(runs.size());
         runs.resize(static_cast<std::size_t>(dealOutSubtrees(s, team, work, runs)));
-        lower.resize(static_cast<std::size_t>(p.sizes.lower));
-        upper.resize(static_cast<std::size_t>(p.sizes.upper));
+        panels = Panels::zeroed(p.sizes.lower + p.sizes.upper);
+        lower = panels.span().first(static_cast<std::size_t>(p.sizes.lower));
+        upper = panels.span().last(static_cast<std::size_t>(p.sizes.upper));
         rowExchange.resize(n);
         columnExchange.resize(n);
         threads = team;
@@ -141,32 +144,8 @@ struct FactorizationCase {
                     return false;
             }
         }
-        return upper == other.upper && rowExchange == other.rowExchange &&
+        return std::ranges::equal(upper, other.upper) && rowExchange == other.rowExchange &&
                columnExchange == other.columnExchange;
-    }
-
-    /// The largest difference of an entry from that of another factor, beside the largest entry and eps. What
-    /// stands above the diagonals in symmetric storage is left out.
-    double distanceFrom(const FactorizationCase& other) const
-    {
-        const FactorStructure s = p.structure();
-        double most = 0.0, largest = 0.0;
-        const auto look = [&](std::size_t k, const std::vector<T>& own, const std::vector<T>& others) {
-            most = std::max<double>(most, std::abs(own[k] - others[k]));
-            largest = std::max<double>(largest, std::abs(others[k]));
-        };
-        for (int J = 0; J < s.supernodes(); ++J) {
-            for (int j = 0; j < s.width(J); ++j) {
-                const std::int64_t column =
-                    p.lowerStarts[static_cast<std::size_t>(J)] + std::int64_t{s.height(J)} * j;
-                for (int i = isUnsymmetric(rules.method) ? 0 : j; i < s.height(J); ++i)
-                    look(static_cast<std::size_t>(column + i), lower, other.lower);
-            }
-        }
-        if (isUnsymmetric(rules.method)) {
-            for (std::size_t k = 0; k < upper.size(); ++k) look(k, upper, other.upper);
-        }
-        return most / (largest * std::numeric_limits<RealOf<T>>::epsilon());
     }
 
     StoredFactor<T> stored()
@@ -227,7 +206,9 @@ struct FactorizationCase {
     std::vector<std::int64_t> listStarts;
     std::vector<Descendant> list;
     std::vector<PositionRange> runs;
-    std::vector<T> lower, upper;
+    using Panels = detail::engine::Scratch<T>;
+    Panels panels; // L, then U, in a block of the engine, as in a handle
+    std::span<T> lower, upper;
 };
 
 } // namespace Velmar::Lintrix::testing

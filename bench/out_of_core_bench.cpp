@@ -1,0 +1,268 @@
+// Factors in files beside factors in memory: times of factorization and solves, what is moved, what is
+// hidden.
+//
+//     out_of_core_bench FOLDER [SIDE [PAIRS]]
+//
+// The matrix is the Laplacian of a grid of SIDE^3 points (default 50) in the storage of each type, the core a
+// quarter of its factor, the folder that of the files. Both ways are timed in turn, PAIRS (default 3) times;
+// reported are medians, and the medians of the ratios pair by pair. The files stay in the page cache of the
+// system, as they do on a machine whose memory they fit. Then they are driven out of it, and what a solve
+// takes longer is told beside what the disk takes to read them: the share that is missing was hidden behind
+// arithmetic.
+
+#include <lintrix/engine/pardiso.h>
+#include <lintrix/services/threads.h>
+
+#include "bench/laplacian.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Velmar::Lintrix;
+using namespace Velmar::Lintrix::bench;
+
+namespace {
+
+constexpr int kMostSides = 8;
+constexpr double kSolved = 1e-13;
+
+std::string folder;
+int side = 50, pairs = 3;
+
+bool isComplex(int mtype)
+{
+    return mtype == 3 || std::abs(mtype) == 4 || mtype == 6 || mtype == 13;
+}
+
+// With a shift of the diagonal, but for Hermitian matrices, where the elements are complex.
+Rows matrixFor(int mtype)
+{
+    Rows A = laplacian(side, 3, mtype % 2 == 0, isComplex(mtype));
+    for (std::size_t k = 1; std::abs(mtype) == 4 && k < A.a.size(); k += 2) A.a[k] = 0.;
+    return A;
+}
+
+double secondsNow()
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+double medianOf(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+// Bytes that this process has moved by calls of read and write.
+struct Moved {
+    static Moved now()
+    {
+        Moved moved;
+        std::ifstream io("/proc/self/io");
+        std::string name;
+        for (double value = 0; io >> name >> value;) {
+            if (name == "rchar:") moved.read = value;
+            if (name == "wchar:") moved.written = value;
+        }
+        return moved;
+    }
+    double read = 0, written = 0;
+};
+
+// Calls work(descriptor) for each of the files that hold panels.
+template <class Work>
+void forEachPanelFile(const Work& work)
+{
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string path = entry.path().string();
+        if (!path.ends_with(".lnz") && !path.ends_with(".unz")) continue;
+        const int file = ::open(path.c_str(), O_RDONLY);
+        work(file);
+        ::close(file);
+    }
+}
+
+void driveOutOfCache()
+{
+    forEachPanelFile([](int file) {
+        if (::fsync(file) != 0 || ::posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED) != 0) std::exit(1);
+    });
+}
+
+double secondsOfDisk()
+{
+    std::vector<char> piece(1 << 20);
+    driveOutOfCache();
+    const double start = secondsNow();
+    forEachPanelFile([&](int file) {
+        while (::read(file, piece.data(), piece.size()) > 0) {
+        }
+    });
+    return secondsNow() - start;
+}
+
+// A system with its factor in memory, or in files beside a core of so many megabytes.
+class System {
+public:
+    System(int mtype, int megabytes) : A_(matrixFor(mtype)), mtype_(mtype)
+    {
+        const PardisoParameters parameters(iparm_);
+        parameters[PardisoParameter::CallersValues] = 1;
+        parameters[PardisoParameter::Ordering] = 2;
+        parameters[PardisoParameter::PivotExponent] = 13;
+        parameters[PardisoParameter::FactorNonZeros] = -1;
+        parameters[PardisoParameter::OutOfCore] = megabytes > 0 ? 2 : 0;
+        setenv("MKL_PARDISO_OOC_MAX_CORE_SIZE", std::to_string(megabytes).c_str(), 1);
+        b_.assign(std::size_t{kMostSides} * A_.n * width(), 1.);
+        x_ = b_;
+        call(11, kMostSides);
+    }
+    ~System() { call(-1, 1); }
+    System(const System&) = delete;
+    System& operator=(const System&) = delete;
+
+    double megabytesOfFactor() const
+    {
+        return 8. * width() * iparm_[static_cast<int>(PardisoParameter::FactorNonZeros) - 1] / (1 << 20);
+    }
+    int leastCore() const { return iparm_[static_cast<int>(PardisoParameter::OutOfCoreMegabytes) - 1]; }
+
+    double seconds(int phase, int sides)
+    {
+        const double start = secondsNow();
+        call(phase, sides);
+        return secondsNow() - start;
+    }
+
+    // |b - A*x| over |A|*|x| + |b|, infinity norms, of the first right-hand side.
+    double residual() const
+    {
+        const auto at = [&](const std::vector<double>& values, std::size_t k) {
+            return width() == 2 ? std::complex(values[2 * k], values[2 * k + 1]) : std::complex(values[k]);
+        };
+        std::vector<std::complex<double>> r(static_cast<std::size_t>(A_.n));
+        double largest = 0., normX = 0.;
+        for (std::size_t i = 0; i < r.size(); ++i) {
+            r[i] += at(b_, i);
+            normX = std::max(normX, std::abs(at(x_, i)));
+            for (auto k = static_cast<std::size_t>(A_.ia[i] - 1);
+                 k < static_cast<std::size_t>(A_.ia[i + 1] - 1); ++k) {
+                const auto j = static_cast<std::size_t>(A_.ja[k] - 1);
+                r[i] -= at(A_.a, k) * at(x_, j);
+                if (mtype_ % 2 == 0 && i != j) r[j] -= at(A_.a, k) * at(x_, i); // real off the diagonal
+            }
+        }
+        for (const auto value : r) largest = std::max(largest, std::abs(value));
+        return largest / (12. * normX + 1.);
+    }
+
+private:
+    int width() const { return isComplex(mtype_) ? 2 : 1; }
+    void call(int phase, int sides)
+    {
+        int error = 0;
+        pardiso(pt_, 1, 1, mtype_, phase, A_.n, A_.a.data(), A_.ia.data(), A_.ja.data(), nullptr, sides,
+                iparm_, 0, b_.data(), x_.data(), error);
+        if (error == 0) return;
+        std::fprintf(stderr, "type %d, phase %d: error %d\n", mtype_, phase, error);
+        std::exit(1);
+    }
+
+    Rows A_;
+    int mtype_;
+    void* pt_[64] = {};
+    int iparm_[PardisoParameters::kSlots] = {};
+    std::vector<double> b_, x_;
+};
+
+// Medians of one step of both ways.
+struct Paired {
+    Paired(System& memory, System& files, int phase, int sides)
+    {
+        std::vector<double> own, others, ratios;
+        memory.seconds(phase, sides);
+        const Moved before = Moved::now();
+        files.seconds(phase, sides);
+        const Moved after = Moved::now();
+        megabytesRead = (after.read - before.read) / (1 << 20);
+        megabytesWritten = (after.written - before.written) / (1 << 20);
+        for (int pair = 0; pair < pairs; ++pair) {
+            own.push_back(memory.seconds(phase, sides));
+            others.push_back(files.seconds(phase, sides));
+            ratios.push_back(others.back() / own.back());
+        }
+        inMemory = medianOf(own);
+        inFiles = medianOf(others);
+        ratio = medianOf(ratios);
+    }
+    double inMemory, inFiles, ratio, megabytesRead, megabytesWritten;
+};
+
+// Of the time that the disk takes to read the factor, the part by which a solve does not grow.
+double hiddenShare(System& files)
+{
+    const double disk = secondsOfDisk(), warm = files.seconds(33, 1);
+    driveOutOfCache();
+    const double cold = files.seconds(33, 1);
+    return std::clamp(1. - (cold - warm) / disk, 0., 1.);
+}
+
+void measure(int mtype, int threads)
+{
+    MKL_Set_Num_Threads(threads);
+    System memory(mtype, 0);
+    const int core = std::max(static_cast<int>(memory.megabytesOfFactor() / 4), memory.leastCore());
+    System files(mtype, core);
+    const Paired factorization(memory, files, 22, 1), one(memory, files, 33, 1), eight(memory, files, 33, 8);
+    const double both = (factorization.inFiles + one.inFiles) / (factorization.inMemory + one.inMemory);
+    const double ofMemory = memory.residual(), ofFiles = files.residual();
+    if (!(ofMemory < kSolved && ofFiles < kSolved)) std::exit(1);
+    std::vector<double> hidden;
+    for (int pair = 0; pair < pairs; ++pair) hidden.push_back(hiddenShare(files));
+    std::printf("| %2d | %d | %4.0f | %3d | %6.3f %6.3f %5.2f |", mtype, threads, memory.megabytesOfFactor(),
+                core, factorization.inMemory, factorization.inFiles, factorization.ratio);
+    for (const Paired& solve : {one, eight})
+        std::printf(" %6.1f %6.1f %5.2f |", 1e3 * solve.inMemory, 1e3 * solve.inFiles, solve.ratio);
+    std::printf(" %5.2f | %5.0f %5.0f | %5.0f | %.0e %.0e | %3.0f %% |\n", both, factorization.megabytesRead,
+                factorization.megabytesWritten, one.megabytesRead, ofMemory, ofFiles,
+                100. * medianOf(hidden));
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2) {
+        std::fprintf(stderr, "out_of_core_bench FOLDER [SIDE [PAIRS]]\n");
+        return 2;
+    }
+    folder = std::string(argv[1]) + "/out_of_core_bench";
+    if (argc > 2) side = std::max(2, std::atoi(argv[2]));
+    if (argc > 3) pairs = std::max(1, std::atoi(argv[3]));
+    std::filesystem::create_directories(folder);
+    setenv("MKL_PARDISO_OOC_PATH", (folder + "/factor").c_str(), 1);
+    setenv("MKL_PARDISO_OOC_KEEP_FILE", "0", 1);
+    MKL_Set_Dynamic(0);
+    std::printf("| type | threads | factor MB | core MB | factorization s, in memory, in files, ratio |"
+                " solve of 1 ms | solve of 8 ms | factorization and solve | MB read, written | by a solve |"
+                " residuals | hidden |\n|---|---|---|---|---|---|---|---|---|---|---|---|\n");
+    for (const int mtype : {2, -2, 11, 1, 4, -4, 6, 13, 3}) {
+        for (const int threads : {1, 2}) measure(mtype, threads);
+    }
+    std::filesystem::remove_all(folder);
+    return 0;
+}
