@@ -89,7 +89,7 @@ private:
     class Attempt;
 
     bool hasWork() const;
-    void measureColumns(const RowsView<Cell>& A);
+    void measureColumns();
     std::int32_t stepsWorthTrying() const;
     void prepare();
     bool factorizeSafely();
