@@ -17,8 +17,7 @@ namespace {
 constexpr double kEps = std::numeric_limits<double>::epsilon();
 
 // Relative to the bound of D*M^H*M*D.
-constexpr double kNegligible = 0x1p-44;  // squares of singular values that are looked into
-constexpr double kShift = 0x1p-36;       // its square root parts range and null space
+constexpr double kShift = 0x1p-40;       // its square root parts range and null space
 constexpr double kFineShift = 0x1p-48;   // just above the rounding of the normal equations
 constexpr double kClearlyRegular = 1e-6; // least singular value over the norm that needs no second look
 
@@ -35,7 +34,7 @@ constexpr double kGain = 0.5;                   // a step that leaves more of th
 // How much a method may do.
 constexpr int kRefinements = 10;
 constexpr std::int32_t kFactorSteps = 200; // of LSMR with a factor
-constexpr double kRestart = 1e-4;          // of its rounds: the factor's rounding is not far below
+constexpr double kRestart = 1e-3;          // of its rounds: the factor's rounding is not far below
 constexpr double kLsmrCells = 4e9;         // that LSMR without a factor may pass by: seconds
 constexpr double kCheaperThanTrying = 1e8; // operations of a factor
 constexpr double kTrial = 0.05;            // of them may go into a trial without it
@@ -258,30 +257,36 @@ void LeastSquares<Cell>::Attempt::runLsmr(const LinearMap<Cell>* right, double r
     offer(std::move(next));
 }
 
-/// Rounding in W*M^H brings in a little of the null space, amplified by the shift. F = M^H*M*W ends in the
-/// range of M^H, and differs there from the identity by shift/sigma^2 only, which x := x + F*W*F*M^H*r makes
-/// good: the first F keeps the rounding of M^H*r, which goes by ||r||, from being amplified twice. Of a wide
-/// A x = M*(...) is in the range as it is.
+/// Rounding in W*M^H brings in a little of the null space, amplified by the shift. F = M^H*M*W, of a wide A
+/// F = M*W*M^H, ends in the range of A^H, and differs there from the identity by shift/sigma^2 only, which
+/// x := x + F*W*F*A^H*r makes good, of a wide A x + M*W*W*M^H*A^H*r: what is done to A^H*r first keeps its
+/// rounding, which goes by ||r||, from being amplified twice.
 template <class Cell>
 void LeastSquares<Cell>::Attempt::projectToRange(NormalEquations<Cell>& inverse)
 {
-    if (M_.isAdjoint() || best_.stopped) return;
-    std::vector<Cell> product(r_.size()), step(g_.size()), inner(g_.size());
-    const auto filter = [&](std::vector<Cell>& x) {
-        if (!inverse.apply(x.data(), inner.data())) return;
-        M_.times(inner.data(), product.data());
-        M_.adjointTimes(product.data(), x.data());
+    if (best_.stopped) return;
+    const bool wide = M_.isAdjoint();
+    std::vector<Cell> inner(M_.scale().size()), other(inner.size()),
+        outer(static_cast<std::size_t>(M_.rows().rows));
+    const auto filter = [&](std::vector<Cell>& x, int powerOfW) {
+        std::vector<Cell>& source = wide ? inner : x;
+        if (wide) M_.adjointTimes(x.data(), inner.data());
+        for (int k = 0; k < powerOfW; ++k) {
+            if (!inverse.apply(source.data(), other.data())) return;
+            source.swap(other);
+        }
+        M_.times(source.data(), wide ? x.data() : outer.data());
+        if (!wide) M_.adjointTimes(outer.data(), x.data());
     };
     Answer next = best_;
-    filter(next.x);
-    filter(next.x); // the first has left what it was given times the amplified rounding
+    filter(next.x, 1);
+    filter(next.x, 1); // the first has left what it was given times the amplified rounding
     measure(next);
     for (int k = 0; k < kRefinements && next.normalResidual > kNormalTolerance && !next.consistent; ++k) {
         const double before = next.backwardError;
-        filter(g_);
-        if (!inverse.apply(g_.data(), step.data())) return;
-        filter(step);
-        addTo(step, next.x);
+        filter(g_, wide ? 2 : 1);
+        if (!wide) filter(g_, 2);
+        addTo(g_, next.x);
         ++next.refinements;
         measure(next);
         if (!(next.backwardError <= kGain * before)) break;
@@ -321,25 +326,25 @@ bool LeastSquares<Cell>::hasWork() const
     return M_.norm() > 0.0 && std::isfinite(M_.norm());
 }
 
-/// Most matrices show by the first factor that they are regular, and it is the one to work with. Others get
-/// one that exists for any rank, and if that leaves the question open, one with a finer shift.
+/// The factor of a product that is shifted down tells how many eigenvalues are below the shift. Mostly none:
+/// A is regular. Else inverse iteration shows whether A is deficient; the factor serves for that, too, since
+/// it is regular all the same and W*M^H looks at the range alone. What is neither gets a finer one.
 template <class Cell>
 void LeastSquares<Cell>::prepare()
 {
     if (std::exchange(prepared_, true) || !inverse_) return;
-    const std::int32_t small = inverse_->factorizeAndCount(-kNegligible);
-    factorized_ = small == 0;
-    if (factorized_) return probe();
-    rank_.small = std::max(small, 0);
-    for (const double shift : {kShift, kFineShift}) {
-        factorized_ = inverse_->factorize(shift);
+    rank_.small = inverse_->factorizeAndCount(-kShift);
+    factorized_ = rank_.small >= 0;
+    if (factorized_) probe();
+    if (rank_.small == 0) return;
+    if (!rank_.deficient) {
+        factorized_ = inverse_->factorize(kFineShift) || inverse_->factorize(kShift);
         if (factorized_) probe();
-        if (!rank_.deficient) continue;
-        rank_.small = std::max(small, 1);
-        if (M_.isEvened() || shift != kShift) keepRange();
-        return;
+        if (rank_.deficient) keepRange();
+    } else if (M_.isEvened()) {
+        keepRange();
     }
-    factorized_ = factorized_ || inverse_->factorize(kShift);
+    rank_.small = std::max(rank_.small, rank_.deficient ? 1 : 0);
 }
 
 /// A factor that keeps the range of A^H.
