@@ -380,8 +380,9 @@ void LeastSquares<Cell>::probe()
         if (!inverse_->apply(work.data(), z.data())) return;
         ratio();
     }
+    const double negligible = std::max(m_, n_) * kEps;
     double least = ratio();
-    for (int k = 0; k < 4 && least < kClearlyRegular; ++k) {
+    for (int k = 0; k < 4 && least < kClearlyRegular && least > negligible; ++k) {
         M_.adjointTimes(product.data(), work.data());
         std::vector<Cell> step(z.size());
         if (!inverse_->apply(work.data(), step.data())) return;
@@ -389,7 +390,7 @@ void LeastSquares<Cell>::probe()
         least = std::min(least, ratio());
     }
     rank_.condition = std::max(rank_.condition, least > 0.0 ? 1.0 / least : HUGE_VAL);
-    rank_.deficient = least <= std::max(m_, n_) * kEps;
+    rank_.deficient = least <= negligible;
 }
 
 template <class Cell>
