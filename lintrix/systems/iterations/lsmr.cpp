@@ -13,8 +13,6 @@ namespace Velmar::Lintrix::detail {
 namespace {
 
 constexpr double kRoundGain = 1e-2; // a round lowers ||(A*P)^H r|| at least by this before it may end
-constexpr double kPreconditionedGain =
-    1e-6;                           // one with a preconditioner, whose rounding it carries along, ends there
 constexpr double kWorthwhile = 0.5; // a round that leaves more than this of the figure is the last
 
 template <class Cell>

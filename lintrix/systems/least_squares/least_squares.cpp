@@ -15,27 +15,32 @@ namespace Velmar::Lintrix::detail {
 namespace {
 
 constexpr double kEps = std::numeric_limits<double>::epsilon();
-constexpr double kNegligible = 0x1p-44;  // squares of singular values that are looked into
-constexpr double kShift = 0x1p-36;       // its square root parts range and null space
+
+// Relative to the bound of D*M^H*M*D.
+constexpr double kShift = 0x1p-40;       // its square root parts range and null space
 constexpr double kFineShift = 0x1p-48;   // just above the rounding of the normal equations
 constexpr double kClearlyRegular = 1e-6; // least singular value over the norm that needs no second look
-constexpr double kNormalTolerance = 1e-14;
-constexpr double kResidualTolerance = 4 * kEps;
-constexpr double kConsistent = 32 * kEps;  // of what A*x and b are summed up
-constexpr double kRounding = 8 * kEps;     //
-constexpr double kSmallResidual = 1e-6;    // of b
-constexpr double kNoWorse = 1.0 + 0x1p-20; //
-constexpr double kRestart = 1e-4;          // of LSMR with a factor, whose rounding is near the shift's size
-constexpr double kSettled = 1e-13;         // normal residual with which nothing else is tried
-constexpr int kRefinements = 10;           //
-constexpr double kGain = 0.5;              // a step that leaves more of the error is the last
+
+// When an answer will do.
+constexpr double kNormalTolerance = 1e-14;      // a normal residual that nobody tries to lower
+constexpr double kResidualTolerance = 4 * kEps; // a backward error likewise
+constexpr double kSettled = 1e-13;              // a normal residual with which no other method is tried
+constexpr double kConsistent = 32 * kEps;       // ||r|| as rounding of what A*x and b are summed up of
+constexpr double kRounding = 8 * kEps;          // of the former in r
+constexpr double kSmallResidual = 1e-6;         // beside b
+constexpr double kNoWorse = 1.0 + 0x1p-20;      // rounding of a residual that is all of b
+constexpr double kGain = 0.5;                   // a step that leaves more of the error is the last
+
+// How much a method may do.
+constexpr int kRefinements = 10;
 constexpr std::int32_t kFactorSteps = 200; // of LSMR with a factor
+constexpr double kRestart = 1e-3;          // of its rounds: the factor's rounding is not far below
 constexpr double kLsmrCells = 4e9;         // that LSMR without a factor may pass by: seconds
 constexpr double kCheaperThanTrying = 1e8; // operations of a factor
 constexpr double kTrial = 0.05;            // of them may go into a trial without it
 constexpr double kOperationsACell = 10.0;  // that a step of LSMR takes the time of, for each entry and row
 constexpr double kFairAlpha = 0x1p-10;     // of the augmented system at first
-constexpr double kBearableCost = 50.0;     // times the operations of the normal equations, and
+constexpr double kBearableCost = 50.0;     // of its factor, times the operations of the normal equations, and
 constexpr double kCheapFactor = 1e9;       // operations that are always bearable
 
 template <class Cell>
@@ -123,10 +128,9 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
 template <class Cell>
 double LeastSquares<Cell>::Attempt::termsOf(const std::vector<Cell>& x) const
 {
-    double sum = 0.0;
-    for (std::size_t j = 0; j < x.size(); ++j)
-        sum = std::hypot(sum, system_.columnNorms_[j] * std::abs(x[j]));
-    return sum;
+    std::vector<double> terms(x.size());
+    for (std::size_t j = 0; j < x.size(); ++j) terms[j] = system_.columnNorms_[j] * std::abs(x[j]);
+    return norm(terms);
 }
 
 /// Keeps the answer if it is the best. @return whether it is by much
@@ -196,8 +200,7 @@ void LeastSquares<Cell>::Attempt::refineAugmented(AugmentedSystem<Cell>& augment
     }
 }
 
-/// From 0, with P = (A^H*A + shift*I)^-1*A^H up to the scales: of length m, so that A*P is nearly a
-/// projector.
+/// With P = (A^H*A + shift*I)^-1*A^H up to the scales: of length m, so that A*P is nearly a projector.
 template <class Cell>
 void LeastSquares<Cell>::Attempt::iterate(NormalEquations<Cell>& inverse)
 {
@@ -239,6 +242,7 @@ void LeastSquares<Cell>::Attempt::iteratePlain(std::int32_t limit)
     runLsmr(nullptr, 0.0, limit, LeastSquaresMethod::Lsmr);
 }
 
+/// From 0: an answer that has not settled may have large parts where A is small, which are a bad start.
 template <class Cell>
 void LeastSquares<Cell>::Attempt::runLsmr(const LinearMap<Cell>* right, double restart, std::int32_t limit,
                                           LeastSquaresMethod method)
@@ -253,29 +257,36 @@ void LeastSquares<Cell>::Attempt::runLsmr(const LinearMap<Cell>* right, double r
     offer(std::move(next));
 }
 
-/// Rounding in W*M^H brings in a little of the null space, amplified by the shift. F = M^H*M*W ends in the
-/// range of M^H, and differs there from the identity by shift/sigma^2 only, which x := x + F*W*M^H*r makes
-/// good. Of a wide A x = M*(...) is in the range as it is.
+/// Rounding in W*M^H brings in a little of the null space, amplified by the shift. F = M^H*M*W, of a wide A
+/// F = M*W*M^H, ends in the range of A^H, and differs there from the identity by shift/sigma^2 only, which
+/// x := x + F*W*F*A^H*r makes good, of a wide A x + M*W*W*M^H*A^H*r: what is done to A^H*r first keeps its
+/// rounding, which goes by ||r||, from being amplified twice.
 template <class Cell>
 void LeastSquares<Cell>::Attempt::projectToRange(NormalEquations<Cell>& inverse)
 {
-    if (M_.isAdjoint() || best_.stopped) return;
-    std::vector<Cell> product(r_.size()), step(g_.size()), inner(g_.size());
-    const auto filter = [&](std::vector<Cell>& x) {
-        if (!inverse.apply(x.data(), inner.data())) return;
-        M_.times(inner.data(), product.data());
-        M_.adjointTimes(product.data(), x.data());
+    if (best_.stopped) return;
+    const bool wide = M_.isAdjoint();
+    std::vector<Cell> inner(M_.scale().size()), other(inner.size()),
+        outer(static_cast<std::size_t>(M_.rows().rows));
+    const auto filter = [&](std::vector<Cell>& x, int powerOfW) {
+        std::vector<Cell>& source = wide ? inner : x;
+        if (wide) M_.adjointTimes(x.data(), inner.data());
+        for (int k = 0; k < powerOfW; ++k) {
+            if (!inverse.apply(source.data(), other.data())) return;
+            source.swap(other);
+        }
+        M_.times(source.data(), wide ? x.data() : outer.data());
+        if (!wide) M_.adjointTimes(outer.data(), x.data());
     };
     Answer next = best_;
-    for (int k = 0; k < 2; ++k)
-        filter(next.x); // the first leaves what it was given times the amplified rounding
+    filter(next.x, 1);
+    filter(next.x, 1); // the first has left what it was given times the amplified rounding
     measure(next);
     for (int k = 0; k < kRefinements && next.normalResidual > kNormalTolerance && !next.consistent; ++k) {
         const double before = next.backwardError;
-        filter(g_);
-        if (!inverse.apply(g_.data(), step.data())) return;
-        filter(step);
-        addTo(step, next.x);
+        filter(g_, wide ? 2 : 1);
+        if (!wide) filter(g_, 2);
+        addTo(g_, next.x);
         ++next.refinements;
         measure(next);
         if (!(next.backwardError <= kGain * before)) break;
@@ -286,7 +297,7 @@ void LeastSquares<Cell>::Attempt::projectToRange(NormalEquations<Cell>& inverse)
 template <class Cell>
 LeastSquares<Cell>::LeastSquares(const RowsView<Cell>& A) : M_(A), A_(M_.asGiven()), m_(A.rows), n_(A.cols)
 {
-    measureColumns(A);
+    measureColumns();
     if (M_.norm() == 0.0) rank_ = {HUGE_VAL, std::min(m_, n_) > 0, std::min(m_, n_)};
     if (!hasWork()) return;
     inverse_ = std::make_unique<NormalEquations<Cell>>(M_);
@@ -300,12 +311,12 @@ template <class Cell>
 LeastSquares<Cell>::~LeastSquares() = default;
 
 template <class Cell>
-void LeastSquares<Cell>::measureColumns(const RowsView<Cell>& A)
+void LeastSquares<Cell>::measureColumns()
 {
-    columnNorms_.assign(static_cast<std::size_t>(n_), 0.0);
-    for (std::int64_t k = 0; k < A.entries(); ++k) {
-        double& length = columnNorms_[static_cast<std::size_t>(A.ja[k]) - 1];
-        length = std::hypot(length, std::abs(A.a[k]));
+    const RowsView<Cell>& columns = M_.isAdjoint() ? M_.rows() : M_.columns(); // of A, or their conjugates
+    for (std::int32_t j = 0; j < n_; ++j) {
+        const std::int32_t start = columns.ia[j] - 1;
+        columnNorms_.push_back(blas::nrm2(columns.ia[j + 1] - 1 - start, columns.a + start, 1));
     }
 }
 
@@ -315,25 +326,25 @@ bool LeastSquares<Cell>::hasWork() const
     return M_.norm() > 0.0 && std::isfinite(M_.norm());
 }
 
-/// Most matrices show by the first factor that they are regular, and it is the one to work with. Others get
-/// one that exists for any rank, and if that leaves the question open, one with a finer shift.
+/// The factor of a product that is shifted down tells how many eigenvalues are below the shift. Mostly none:
+/// A is regular. Else inverse iteration shows whether A is deficient; the factor serves for that, too, since
+/// it is regular all the same and W*M^H looks at the range alone. What is neither gets a finer one.
 template <class Cell>
 void LeastSquares<Cell>::prepare()
 {
     if (std::exchange(prepared_, true) || !inverse_) return;
-    const std::int32_t small = inverse_->factorizeAndCount(-kNegligible);
-    factorized_ = small == 0;
-    if (factorized_) return probe();
-    rank_.small = std::max(small, 0);
-    for (const double shift : {kShift, kFineShift}) {
-        factorized_ = inverse_->factorize(shift);
+    rank_.small = inverse_->factorizeAndCount(-kShift);
+    factorized_ = rank_.small >= 0;
+    if (factorized_) probe();
+    if (rank_.small == 0) return;
+    if (!rank_.deficient) {
+        factorized_ = inverse_->factorize(kFineShift) || inverse_->factorize(kShift);
         if (factorized_) probe();
-        if (!rank_.deficient) continue;
-        rank_.small = std::max(small, 1);
-        if (M_.isEvened() || shift != kShift) keepRange();
-        return;
+        if (rank_.deficient) keepRange();
+    } else if (M_.isEvened()) {
+        keepRange();
     }
-    factorized_ = factorized_ || inverse_->factorize(kShift);
+    rank_.small = std::max(rank_.small, rank_.deficient ? 1 : 0);
 }
 
 /// A factor that keeps the range of A^H.
@@ -369,8 +380,9 @@ void LeastSquares<Cell>::probe()
         if (!inverse_->apply(work.data(), z.data())) return;
         ratio();
     }
+    const double negligible = std::max(m_, n_) * kEps;
     double least = ratio();
-    for (int k = 0; k < 4 && least < kClearlyRegular; ++k) {
+    for (int k = 0; k < 4 && least < kClearlyRegular && least > negligible; ++k) {
         M_.adjointTimes(product.data(), work.data());
         std::vector<Cell> step(z.size());
         if (!inverse_->apply(work.data(), step.data())) return;
@@ -378,7 +390,7 @@ void LeastSquares<Cell>::probe()
         least = std::min(least, ratio());
     }
     rank_.condition = std::max(rank_.condition, least > 0.0 ? 1.0 / least : HUGE_VAL);
-    rank_.deficient = least <= std::max(m_, n_) * kEps;
+    rank_.deficient = least <= negligible;
 }
 
 template <class Cell>

@@ -19,7 +19,7 @@ enum class LeastSquaresMethod {
     Nothing,            ///< A or b is zero, empty or not finite: there was nothing to do
     NormalEquations,    ///< their Cholesky factor, refined with the residual of A
     AugmentedSystem,    ///< its factor, refined in the residual and in x
-    PreconditionedLsmr, ///< LSMR with one of these factors for preconditioner
+    PreconditionedLsmr, ///< LSMR with the former factor for preconditioner
     Lsmr,               ///< LSMR with scaled columns and no factor
 };
 
@@ -50,7 +50,7 @@ struct LeastSquaresAnswer {
 struct LeastSquaresRank {
     double condition = 1.0; ///< estimated; from below
     bool deficient = false; ///< the least singular value is below max(m, n)*eps of the norm
-    /// Singular values below about 2^-22 of the norm, where the normal equations lose sight of them: of a
+    /// Singular values below about 2^-20 of the norm, where the normal equations lose sight of them: of a
     /// deficient A with a gap in its spectrum they are its deficiency.
     std::int32_t small = 0;
 };
@@ -64,8 +64,8 @@ struct LeastSquaresRank {
 /// settle it the next method is tried: LSMR with the factor, the augmented system where its factor costs
 /// bearably more, LSMR without a factor. The best by its residual is what is returned.
 ///
-/// Deficient: a factor with a larger shift keeps the range of A^H, so that LSMR with it has the solution of
-/// least norm from 0 on, as it has without it.
+/// Deficient: where all scales are alike the shifted factor keeps the range of A^H, so that LSMR with it has
+/// the solution of least norm from 0 on, as it has without it.
 template <class Cell>
 class LINTRIX_TESTABLE LeastSquares {
 public:
@@ -89,7 +89,7 @@ private:
     class Attempt;
 
     bool hasWork() const;
-    void measureColumns(const RowsView<Cell>& A);
+    void measureColumns();
     std::int32_t stepsWorthTrying() const;
     void prepare();
     bool factorizeSafely();

@@ -12,9 +12,9 @@ namespace Velmar::Lintrix::detail {
 /// W = D*(D*M^H*M*D + shift*I)^-1*D by a factor, D being the scales of M.
 ///
 /// Squaring costs half of the digits, which refinement with the residual of M gives back. The shift stands
-/// above the rounding, so that a factor exists for M of any rank. On the part of the space whose singular
-/// values are well above sqrt(shift), W*M^H*M is nearly the identity; where all scales are the same s, W is
-/// (M^H*M + (shift/s^2)*I)^-1, which keeps the range of M^H.
+/// above the rounding, so that a factor exists for M of any rank; below 0 it is one of L*D*L^H and counts. On
+/// the part of the space whose singular values are well above sqrt(shift), W*M^H*M is nearly the identity;
+/// where all scales are the same s, W is (M^H*M + (shift/s^2)*I)^-1, which keeps the range of M^H.
 ///
 /// A row of M with k entries puts k^2 into the product. So the d rows that are dense are kept aside, and what
 /// is factorized, with Ms the other rows and Md these, is of order q + d

@@ -228,6 +228,22 @@ TEST(Lsmr, ARightInverseTakesAStepOrTwo)
     EXPECT_LE(gradientOf(map, r), 1e-8 * normOf(r));
 }
 
+/// Rounds are counted, and each begins with the true residual.
+TEST(Lsmr, ARestartEndsARoundAfterSomeDigits)
+{
+    std::mt19937_64 generator(45);
+    const auto map = mapOf<double>(randomMatrix({50, 20}, generator));
+    const auto b = randomCells<double>(50, 46);
+    std::vector<double> x(20), y(20);
+    LsmrOptions options;
+    options.restart = 1e-3;
+    const LsmrOutcome restarted = lsmr<double>(map, nullptr, b.data(), x.data(), options);
+    const LsmrOutcome plain = lsmr<double>(map, nullptr, b.data(), y.data(), {});
+    EXPECT_TRUE(restarted.reached());
+    EXPECT_GE(restarted.rounds, 4); // 1e-14 in steps of 1e-3
+    EXPECT_LT(plain.rounds, restarted.rounds);
+}
+
 /// x = start + z: what the start has in the null space stays.
 TEST(Lsmr, AStartIsImprovedAndKeepsItsPartOfTheNullSpace)
 {
