@@ -44,10 +44,13 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::optional<double> probeError{};
     std::optional<double> knownError{}; ///< of `x` itself, where it was known beforehand
 
+    std::vector<ColumnQuality> columns{}; ///< one a right-hand side, of a sparse system
+
     std::string_view road = "";                     ///< "sparse Cholesky", "sparse LU with matching", ...
     std::optional<FillInReducingMethod> ordering{}; ///< none of a dense factor, or where there is none
     std::vector<std::string> tried{};               ///< "ROAD: why it was left", of the other roads
     std::int32_t perturbedPivots = 0, refinementSteps = 0;
+    std::int32_t krylovSteps = 0;   ///< of GMRES, where it made good for replaced pivots
     std::int64_t factorEntries = 0; ///< of L and U together
     FactorStore store = FactorStore::Memory;
     int coreMegabytes = 0; ///< that are used beside a factor in files
@@ -84,7 +87,14 @@ enum class SystemChange {
 /// solution is known (the probe): where few digits come back, or the residual is above rounding level, the
 /// other order of elimination is taken, then the next stronger road, last LU in dense storage. The forecast
 /// of each is held against what was already done, so that none runs away. The best answer of all counts, with
-/// the road that it came from; its factor is kept for the next solve.
+/// the road that it came from; its factor is kept for the next solve. Where that has replaced pivots and is
+/// not accurate, GMRES with the factor for a preconditioner is tried on it.
+///
+/// **Verdicts.** Of each right-hand side of a sparse system the backward errors are worked out from a
+/// residual in twice the working precision, and the error is bounded by the way of the expert drivers
+/// (Arioli, Demmel, Duff, SIAM J. Matrix Anal. Appl. 10 (1989)), the inverse being estimated through the
+/// factor (Higham, Tisseur, SIAM J. Matrix Anal. Appl. 21 (2000)). The larger of this bound and of the
+/// probe's error decides.
 ///
 /// **Phases.** `Forecast` analyses, `Factorize` makes the factor, `Solve` does what is still missing.
 /// `Update` brings other values or another pattern and repeats no more than it must.

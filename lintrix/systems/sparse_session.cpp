@@ -1,13 +1,16 @@
 #include <lintrix/systems/session.h>
 
 #include <lintrix/foundation/failures.h>
+#include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/transversal.h>
+#include <lintrix/systems/roads/words.h>
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <mutex>
 #include <span>
 #include <utility>
@@ -162,7 +165,9 @@ private:
             left_ = search.left();
             exhausted_ = outcome->verdict();
         }
+        if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
         SystemAnswer<Cell> answer = tell(*outcome);
+        if (answer.x) judgeColumns(answer, request, *outcome);
         best_ = std::move(*outcome);
         return answer;
     }
@@ -186,6 +191,33 @@ private:
         return outcome.verdict() == Verdict::Accurate || (exhausted_ && outcome.verdict() <= *exhausted_);
     }
 
+    /// The worst of the columns counts, and what the road said of them all.
+    void judgeColumns(SystemAnswer<Cell>& answer, const Request<Cell>& request, Outcome<Cell>& outcome) const
+    {
+        M B(request.B);
+        B.Cols(answer.x->Cols());
+        answer.columns =
+            qualityOfColumns<Cell>(matrix_.Matrix(), request.op, B, *answer.x, outcome.factor.get(),
+                                   options_.errorBounds, outcome.quality->probeError);
+        runner_.finish("check");
+        for (const ColumnQuality& column : answer.columns) {
+            if (column.verdict <= answer.verdict) continue;
+            answer.verdict = column.verdict;
+            answer.reason = reasonOf(column);
+        }
+        if (answer.verdict == Verdict::Failed && answer.complaint.empty())
+            answer.complaint = complaintOf(answer.reason);
+    }
+
+    static std::string reasonOf(const ColumnQuality& column)
+    {
+        if (!(column.backwardError <= kRoundingLevel))
+            return "scaled residual " + numberInWords(column.backwardError);
+        return std::isfinite(*column.errorBound)
+                   ? fmt::format("ill-conditioned, error up to {}", numberInWords(*column.errorBound))
+                   : "the error cannot be bounded";
+    }
+
     SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const
     {
         SystemAnswer<Cell> answer{.verdict = outcome.verdict(),
@@ -194,6 +226,7 @@ private:
                                   .tried = left_,
                                   .perturbedPivots = outcome.perturbed,
                                   .refinementSteps = outcome.steps,
+                                  .krylovSteps = outcome.krylovSteps,
                                   .factorEntries = outcome.factorEntries,
                                   .store = outcome.store,
                                   .coreMegabytes = runner_.coreMegabytes()};

@@ -4,6 +4,7 @@
 
 #include <lintrix/services/export.h>
 
+#include <optional>
 #include <string_view>
 
 namespace Velmar::Lintrix {
@@ -17,6 +18,17 @@ enum class Verdict {
 
 /// "accurate", "degraded", "failed".
 LINTRIX_EXPORT std::string_view NameOf(Verdict verdict) noexcept;
+
+/// How good one column of a solution is.
+struct ColumnQuality {
+    Verdict verdict = Verdict::Failed;
+    double backwardError = 0.0; ///< normwise: ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms
+    /// Componentwise, of Oettli and Prager: the largest |b - A*x|_i / (|A||x| + |b|)_i.
+    double componentwiseError = 0.0;
+    /// On ||x* - x|| / ||x||, infinity norms, where x* is the exact solution; infinite where the factor is
+    /// too bad to tell. None where it was not asked for, or where there is no factor.
+    std::optional<double> errorBound{};
+};
 
 /// @name Limits of scaled residuals and of relative errors
 /// @{

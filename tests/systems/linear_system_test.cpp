@@ -347,6 +347,63 @@ TEST(LinearSystem, DenseMatricesOfEachShape)
     EXPECT_THROW(complex.Update(CSparseMatrix(7, 7)), InvalidOperationException);
 }
 
+/// Small whole numbers, so that products of them are exact.
+template <class M>
+M wholeBlock(std::int32_t rows, std::int32_t cols, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    M block(rows, cols);
+    for (std::int32_t j = 0; j < cols; ++j)
+        for (std::int32_t i = 0; i < rows; ++i) block(i, j) = static_cast<double>(generator() % 19) - 9.0;
+    return block;
+}
+
+TEST(LinearSystem, TheErrorOfEachColumnIsBounded)
+{
+    for (std::uint64_t seed = 0; seed < 200; ++seed) {
+        const SparseMatrix A(wholeBlock<Matrix>(12, 12, seed));
+        const Matrix known = wholeBlock<Matrix>(12, 3, seed + 1000);
+        const auto answer = LinearSystem(A).SolveKnown(known);
+        if (answer.verdict == Verdict::Failed) continue; // some are singular
+        ASSERT_EQ(answer.columns.size(), 3U);
+        for (std::int32_t j = 0; j < 3; ++j) {
+            const ColumnQuality& column = answer.columns[static_cast<std::size_t>(j)];
+            double error = 0.0, size = 0.0;
+            for (std::int32_t i = 0; i < 12; ++i) {
+                error = std::max(error, std::abs((*answer.x)(i, j) - known(i, j)));
+                size = std::max(size, std::abs((*answer.x)(i, j)));
+            }
+            EXPECT_LE(error, column.errorBound.value() * size * (1.0 + 1e-10)) << seed;
+            EXPECT_LT(column.backwardError, 1e-15);
+        }
+    }
+}
+
+TEST(LinearSystem, BoundsAreForAsManyColumnsAsAreAskedFor)
+{
+    for (const std::int32_t asked : {0, 2, 9}) {
+        SystemOptions options;
+        options.errorBounds = asked;
+        LinearSystem system(bandOf<double>(Kind::General, 40, 6), options);
+        const auto answer = system.Solve(blockOf<Matrix>(40, 5, 1));
+        EXPECT_EQ(
+            std::ranges::count_if(answer.columns, [](const auto& c) { return c.errorBound.has_value(); }),
+            std::min(asked, 5));
+        EXPECT_EQ(answer.verdict, Verdict::Accurate);
+    }
+}
+
+TEST(LinearSystem, BoundsHoldForTransposedAndAdjointSystems)
+{
+    const CSparseMatrix A = bandOf<Complex>(Kind::General, 40, 6);
+    LinearSystem system(A);
+    const CMatrix known = blockOf<CMatrix>(40, 2, 3);
+    for (const TransposeMode op : {kPlain, kTransposed, kAdjoint}) {
+        const auto answer = system.SolveKnown(known, op);
+        for (const ColumnQuality& column : answer.columns) EXPECT_LT(column.errorBound.value(), 1e-13);
+    }
+}
+
 TEST(LinearSystem, ManyThreadsMaySolveWithOneFactor)
 {
     const SparseMatrix A = bandOf<double>(Kind::General, 300, 6);

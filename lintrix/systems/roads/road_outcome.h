@@ -19,11 +19,11 @@ template <class Cell>
 struct LINTRIX_TESTABLE Outcome {
     Attempt attempt;
     EngineAnswer engine{};
-    std::string_view roadName;              ///< for this matrix
+    std::string_view roadName{};            ///< for this matrix
     std::optional<MatrixOf<Cell>> x{};      ///< with the probe; given up where another one is better
     std::optional<ProbedQuality> quality{}; ///< of `x`; none where a step failed
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
-    std::int32_t perturbed = 0, steps = 0;
+    std::int32_t perturbed = 0, steps = 0, krylovSteps = 0;
     std::int64_t factorEntries = 0;
     RoadCost cost{};
     FactorStore store = FactorStore::Memory;

@@ -3,6 +3,9 @@
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/memory_limit.h>
+#include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/iterations/gmres.h>
+#include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/ordering_choice.h>
 #include <lintrix/systems/roads/pair_forecast.h>
@@ -16,8 +19,9 @@ namespace Velmar::Lintrix::detail::roads {
 
 namespace {
 
-constexpr std::int32_t kLateSteps = 20;  // of refinement, where the residual asks for it
-constexpr std::int32_t kOneAndProbe = 2; // right-hand sides that a forecast is for
+constexpr std::int32_t kLateSteps = 20;                      // of refinement, where the residual asks for it
+constexpr std::int32_t kKrylovCycle = 30, kKrylovSteps = 60; // each of a solve: less than a factorization
+constexpr std::int32_t kOneAndProbe = 2;                     // right-hand sides that a forecast is for
 
 } // namespace
 
@@ -203,6 +207,37 @@ void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outco
     if (!(after.residual < outcome.quality->residual)) return;
     outcome.quality = after;
     outcome.x = std::move(refined);
+}
+
+template <class Cell>
+void RoadRunner<Cell>::repair(const Request<Cell>& request, Outcome<Cell>& outcome)
+{
+    if (!outcome.factor || !outcome.x || outcome.perturbed == 0) return;
+    const MatrixView<Cell> view(system_.Matrix());
+    const std::int32_t n = system_.Size();
+    const LinearMap<Cell> A{n,
+                            n,
+                            [&](std::int32_t columns, const Cell* x, Cell* y) {
+                                const auto X = AccessTo<Cell>::copyOf(x, n, columns);
+                                std::ranges::copy(cellsOf(productOf<Cell>(system_.Matrix(), X, request.op)),
+                                                  y);
+                            },
+                            {}};
+    const LinearMap<Cell> inverse = inverseBy(*outcome.factor, n, request.op);
+    const double norm = request.op == TransposeMode::NotTransposed ? infinityNorm(view) : oneNorm(view);
+    MatrixOf<Cell> X(*outcome.x);
+    std::int32_t steps = 0;
+    for (std::int32_t j = 0; j < X.Cols(); ++j)
+        steps += gmres(A, norm, inverse, columnCells(request.B, j).data(), columnCells(X, j).data(),
+                       {.cycle = kKrylovCycle, .steps = kKrylovSteps})
+                     .steps;
+    finish("solve");
+    Outcome<Cell> repaired{.attempt = outcome.attempt, .perturbed = outcome.perturbed};
+    repaired.quality = judged(X, request);
+    if (!isBetter(repaired, outcome)) return;
+    outcome.quality = repaired.quality;
+    outcome.x = std::move(X);
+    outcome.krylovSteps = steps;
 }
 
 template <class Cell>

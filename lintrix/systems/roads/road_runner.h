@@ -46,6 +46,9 @@ public:
     /// hand.
     Outcome<Cell> refactorize(Outcome<Cell> before, const Request<Cell>& request);
 
+    /// GMRES on the columns of a solution whose factor has replaced pivots; keeps what is better.
+    void repair(const Request<Cell>& request, Outcome<Cell>& outcome);
+
     /// Of factors in files; 0 where there are none.
     int coreMegabytes() const { return place_ ? place_->CoreMegabytes() : 0; }
 

@@ -1,0 +1,27 @@
+#pragma once
+/// @file
+/// How good each column of a solution is, by the residual in twice the working precision.
+
+#include <lintrix/systems/linear_map.h>
+#include <lintrix/systems/roads/factored.h>
+#include <lintrix/systems/verdict.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace Velmar::Lintrix::detail {
+
+/// The inverse of op(A) by a factor, as good as that is; NaN where the factor fails. Good as long as it.
+template <class Cell>
+LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, TransposeMode op);
+
+/// Of op(A)*X = B, all of B's columns. The error of up to `bounds` of them is bounded, those with the largest
+/// componentwise backward error first; of none without a factor. `probeError` is that of the known solution.
+///
+/// Cost: a product a column; of a column whose error is bounded some ten solves.
+template <class Cell>
+std::vector<ColumnQuality>
+qualityOfColumns(const SparseOf<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,
+                 roads::Factored<Cell>* factor, std::int32_t bounds, double probeError);
+
+} // namespace Velmar::Lintrix::detail
