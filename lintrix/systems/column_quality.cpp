@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <numeric>
 
@@ -16,6 +17,10 @@ namespace Velmar::Lintrix::detail {
 using namespace roads;
 
 namespace {
+
+/// What is estimated is the small part of the bound that is left when the correction is known: the size will
+/// do.
+constexpr NormEstimation kQuick{.columns = 1, .iterations = 2};
 
 /// Y = op(A)^-1 * X by the factor, on raw columns.
 template <class Cell>
@@ -48,10 +53,18 @@ std::vector<std::size_t> worstFirst(const std::vector<BackwardError>& errors)
 {
     std::vector<std::size_t> order(errors.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
-    std::ranges::stable_sort(order, [&errors](std::size_t i, std::size_t j) {
-        return errors[i].componentwise > errors[j].componentwise;
-    });
+    const auto badness = [&errors](std::size_t j) {
+        const double error = errors[j].componentwise;
+        return std::isnan(error) ? std::numeric_limits<double>::infinity() : error;
+    };
+    std::ranges::stable_sort(order, std::ranges::greater(), badness);
     return order;
+}
+
+template <class Cells>
+bool isZero(Cells cells)
+{
+    return std::ranges::all_of(cells, [](const auto& cell) { return cell == 0.0; });
 }
 
 /// A bound that could not be had takes the best verdict away, and no more: the probe has been measured.
@@ -99,10 +112,14 @@ std::vector<ColumnQuality> qualityOfColumns(const SparseOf<Cell>& A, TransposeMo
         columns[j].backwardError = errors[j].normwise;
         columns[j].componentwiseError = errors[j].componentwise;
         if (!factor || k++ >= static_cast<std::size_t>(bounds)) continue;
+        if (isZero(x.subspan(n * j, n)) && isZero(b.subspan(n * j, n))) {
+            columns[j].errorBound = 0.0; // exact, and there is no size to divide by
+            continue;
+        }
         columns[j].errorBound =
             forwardErrorBounds(view, op, inverseBy(*factor, A.Rows(), op), 1, b.data() + n * j,
                                x.data() + n * j, static_cast<const Cell*>(r.data() + n * j),
-                               ResidualPrecision::Twice)
+                               ResidualPrecision::Twice, kQuick)
                 .front();
     }
     for (ColumnQuality& column : columns) column.verdict = verdictOf(column, probeError);

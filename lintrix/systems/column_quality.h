@@ -18,7 +18,7 @@ LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, Tran
 /// Of op(A)*X = B, all of B's columns. The error of up to `bounds` of them is bounded, those with the largest
 /// componentwise backward error first; of none without a factor. `probeError` is that of the known solution.
 ///
-/// Cost: a product a column; of a column whose error is bounded some ten solves.
+/// Cost: a product a column; of a column whose error is bounded some six solves.
 template <class Cell>
 std::vector<ColumnQuality>
 qualityOfColumns(const SparseOf<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,

@@ -5,6 +5,7 @@
 #include <lintrix/systems/roads/road_choice.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <type_traits>
 #include <utility>
@@ -34,8 +35,8 @@ public:
     std::int32_t rows() const noexcept override { return A_.Rows(); }
     std::int32_t cols() const noexcept override { return A_.Cols(); }
     const MatrixTraits& traits() const noexcept override { return traits_; }
-    std::int32_t analyses() const noexcept override { return 0; }
-    std::int32_t factorizations() const noexcept override { return factorizations_; }
+    std::int32_t analyses() const override { return 0; }
+    std::int32_t factorizations() const override { return factorizations_; }
 
     SystemForecast forecast() override
     {
@@ -101,7 +102,7 @@ private:
     SystemOptions options_;
     M A_;
     MatrixTraits traits_{};
-    std::int32_t factorizations_ = 0;
+    std::atomic<std::int32_t> factorizations_ = 0;
 };
 
 } // namespace

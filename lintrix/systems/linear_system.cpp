@@ -9,7 +9,13 @@
 namespace Velmar::Lintrix {
 
 template <class Cell>
-LinearSystem<Cell>::LinearSystem(Sparse A, SystemOptions options)
+LinearSystem<Cell>::LinearSystem(const Sparse& A, SystemOptions options)
+    : session_(detail::sparseSession<Cell>(A, std::move(options)))
+{
+}
+
+template <class Cell>
+LinearSystem<Cell>::LinearSystem(Sparse&& A, SystemOptions options)
     : session_(detail::sparseSession<Cell>(std::move(A), std::move(options)))
 {
 }
@@ -92,13 +98,13 @@ SystemChange LinearSystem<Cell>::Update(const Sparse& A)
 }
 
 template <class Cell>
-std::int32_t LinearSystem<Cell>::Analyses() const noexcept
+std::int32_t LinearSystem<Cell>::Analyses() const
 {
     return session_->analyses();
 }
 
 template <class Cell>
-std::int32_t LinearSystem<Cell>::Factorizations() const noexcept
+std::int32_t LinearSystem<Cell>::Factorizations() const
 {
     return session_->factorizations();
 }

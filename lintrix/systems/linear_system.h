@@ -72,7 +72,7 @@ struct SystemForecast {
 enum class SystemChange {
     None,    ///< the factor stands
     Values,  ///< the pattern is the same: the analysis stands, the next solve factorizes
-    Pattern, ///< everything is done anew
+    Pattern, ///< it is another, or the values suggest another road: everything is done anew
 };
 
 /// op(A)*X = B with a square sparse A, by the sparse direct solver or, where that finds no way, in dense
@@ -110,11 +110,12 @@ public:
     using V = detail::VectorOf<Cell>;
 
     /// Takes a copy, or the matrix itself if it is given up; no number is computed. A real one may store its
-    /// upper triangle alone (`Symmetric`).
+    /// upper triangle alone (`Symmetric`), and so may a complex one (`Hermitian`).
     /// @throws NotSquareMatrixException  "Matrix is not square."
     /// @throws ArgumentException         `options.type` contradicts the values
     /// @throws NotEnoughMemoryException
-    explicit LinearSystem(Sparse A, SystemOptions options = {});
+    explicit LinearSystem(const Sparse& A, SystemOptions options = {});
+    explicit LinearSystem(Sparse&& A, SystemOptions options = {});
     /// Takes a dense matrix of any shape: square by LU, tall in the least-squares sense by QR, wide with
     /// smallest norm by LQ, anew in each solve.
     explicit LinearSystem(M A, SystemOptions options = {});
@@ -128,7 +129,8 @@ public:
     /// What the values of a sparse matrix tell before anything is factorized; nothing of a dense one.
     const MatrixTraits& Traits() const noexcept;
 
-    /// Of the first road. Cost: an analysis, which the factorization then uses.
+    /// Of the first road, for one right-hand side. Cost: an analysis, or two where the order is in question;
+    /// a solve of one right-hand side uses it. @throws NotEnoughMemoryException
     SystemForecast Forecast();
     /// The factor by the best road, found with the probe alone. @return  its verdict on the factor
     Verdict Factorize();
@@ -144,13 +146,13 @@ public:
     SystemAnswer<Cell> SolveKnown(const M& known, TransposeMode op = TransposeMode::NotTransposed);
 
     /// Goes on with `A` in place of the matrix before, and tells what has changed. The size may change.
-    /// Cost: one pass over the entries.
+    /// Cost: a copy, and a few passes over the entries.
     /// @throws InvalidOperationException  the system is dense: "The system is dense."
     /// @throws as the constructor; then the matrix before stands
     SystemChange Update(const Sparse& A);
 
-    std::int32_t Analyses() const noexcept;       ///< since the construction
-    std::int32_t Factorizations() const noexcept; ///< likewise
+    std::int32_t Analyses() const;       ///< since the construction
+    std::int32_t Factorizations() const; ///< likewise
 
 private:
     std::int32_t rowsOf(TransposeMode op) const noexcept;

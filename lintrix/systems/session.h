@@ -21,8 +21,8 @@ public:
     virtual SystemForecast forecast() = 0;
     /// `given` or `known` columns, or neither: the probe alone.
     virtual SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) = 0;
-    virtual std::int32_t analyses() const noexcept = 0;
-    virtual std::int32_t factorizations() const noexcept = 0;
+    virtual std::int32_t analyses() const = 0;
+    virtual std::int32_t factorizations() const = 0;
 };
 
 template <class Cell>
@@ -33,7 +33,9 @@ public:
 
 /// @throws as the constructor of `LinearSystem`
 template <class Cell>
-std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell> A, SystemOptions options);
+std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell>&& A, SystemOptions options);
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> sparseSession(const SparseOf<Cell>& A, SystemOptions options);
 template <class Cell>
 std::unique_ptr<SystemSession<Cell>> denseSession(MatrixOf<Cell> A, SystemOptions options);
 

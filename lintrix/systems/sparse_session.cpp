@@ -4,6 +4,7 @@
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/road_search.h>
+#include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/roads/transversal.h>
 #include <lintrix/systems/roads/words.h>
 
@@ -65,8 +66,16 @@ public:
     std::int32_t rows() const noexcept override { return matrix_.Size(); }
     std::int32_t cols() const noexcept override { return matrix_.Size(); }
     const MatrixTraits& traits() const noexcept override { return matrix_.Traits(); }
-    std::int32_t analyses() const noexcept override { return runner_.analyses(); }
-    std::int32_t factorizations() const noexcept override { return runner_.factorizations(); }
+    std::int32_t analyses() const override
+    {
+        const std::lock_guard turn(busy_);
+        return runner_.analyses();
+    }
+    std::int32_t factorizations() const override
+    {
+        const std::lock_guard turn(busy_);
+        return runner_.factorizations();
+    }
 
     SystemForecast forecast() override
     {
@@ -89,14 +98,15 @@ public:
     SystemChange update(const Sparse& A) override
     {
         const std::lock_guard turn(busy_);
-        SystemMatrix<Cell> next(squareOnly(Sparse(A)));
+        SystemMatrix<Cell> next(squareOnly(wholeOf<Cell>(A)));
         const Road first = chooseRoad(next.Traits(), options_.type);
         const bool samePattern = first == first_ &&
                                  next.Matrix().NumElements() == matrix_.Matrix().NumElements() &&
                                  haveSamePattern(next.Matrix(), matrix_.Matrix());
-        if (samePattern && haveSameValues(next.Matrix(), matrix_.Matrix())) return SystemChange::None;
         const bool sameTypes = next.Traits().mirrored() == matrix_.Traits().mirrored() &&
                                next.Traits().hermitian == matrix_.Traits().hermitian;
+        if (samePattern && sameTypes && haveSameValues(next.Matrix(), matrix_.Matrix()))
+            return SystemChange::None;
         exhausted_.reset();
         rank_.reset();
         first_ = first;
@@ -153,23 +163,40 @@ private:
     }
 
     /// The factor at hand serves as long as what it gives is as good as the best that was ever found for this
-    /// matrix; then the roads are searched.
+    /// matrix; then the roads are searched. Right-hand sides that are no numbers tell nothing of any road:
+    /// the first one has to do.
     SystemAnswer<Cell> settle(const Request<Cell>& request)
     {
-        RoadSearch<Cell> search(runner_, request, !options_.ordering);
+        const std::optional<Attempt> served =
+            exhausted_ == Verdict::Accurate && best_ ? std::optional(best_->attempt) : std::nullopt;
         std::optional<Outcome<Cell>> outcome = withFactorAtHand(request);
-        if (!outcome || !isGoodEnough(*outcome)) {
+        if (!allFinite(request.B)) {
+            if (!outcome) outcome = runner_.run(Attempt{first_}, Reach::Near, request);
+        } else if (!outcome || !isGoodEnough(*outcome)) {
             outcome.reset();
-            search.follow(first_);
-            outcome = search.best();
-            left_ = search.left();
-            exhausted_ = outcome->verdict();
+            outcome = searched(request);
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
         SystemAnswer<Cell> answer = tell(*outcome);
         if (answer.x) judgeColumns(answer, request, *outcome);
+        const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
         best_ = std::move(*outcome);
+        if (spoilt)
+            best_ = Outcome<Cell>{.attempt = *served, .taken = true}; // the right-hand side is to blame
         return answer;
+    }
+
+    /// The best of all roads, with its factor where that can be made better or be asked for bounds.
+    Outcome<Cell> searched(const Request<Cell>& request)
+    {
+        RoadSearch<Cell> search(runner_, request, !options_.ordering);
+        search.follow(first_);
+        Outcome<Cell> best = search.best();
+        left_ = search.left();
+        if (best.taken && !best.factor && best.verdict() == Verdict::Degraded)
+            best = runner_.run(best.attempt, Reach::Far, request);
+        if (!exhausted_ || best.verdict() < *exhausted_) exhausted_ = best.verdict();
+        return best;
     }
 
     std::optional<Outcome<Cell>> withFactorAtHand(const Request<Cell>& request)
@@ -198,7 +225,7 @@ private:
         B.Cols(answer.x->Cols());
         answer.columns =
             qualityOfColumns<Cell>(matrix_.Matrix(), request.op, B, *answer.x, outcome.factor.get(),
-                                   options_.errorBounds, outcome.quality->probeError);
+                                   boundsFor(outcome), outcome.quality->probeError);
         runner_.finish("check");
         for (const ColumnQuality& column : answer.columns) {
             if (column.verdict <= answer.verdict) continue;
@@ -207,6 +234,13 @@ private:
         }
         if (answer.verdict == Verdict::Failed && answer.complaint.empty())
             answer.complaint = complaintOf(answer.reason);
+    }
+
+    /// Solves with a factor in files read all of it each time, and what has failed needs no bound.
+    std::int32_t boundsFor(const Outcome<Cell>& outcome) const
+    {
+        const bool pays = outcome.store == FactorStore::Memory && outcome.verdict() != Verdict::Failed;
+        return pays ? options_.errorBounds : 0;
     }
 
     static std::string reasonOf(const ColumnQuality& column)
@@ -254,18 +288,28 @@ private:
     std::optional<Verdict> exhausted_{};  ///< that a search came to
     bool isFactorOld_ = false;            ///< the values have changed since
     std::optional<std::int32_t> rank_{};  ///< structural
-    std::mutex busy_{};
+    mutable std::mutex busy_{};
 };
 
 } // namespace
 
 template <class Cell>
-std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell> A, SystemOptions options)
+std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell>&& A, SystemOptions options)
 {
+    if (isOneTriangle(A) && !std::is_same_v<Cell, double>)
+        return sparseSession<Cell>(std::as_const(A), options);
     return std::make_unique<RoadsOfSparse<Cell>>(std::move(A), std::move(options));
 }
 
-template std::unique_ptr<SystemSession<double>> sparseSession<double>(SparseMatrix, SystemOptions);
-template std::unique_ptr<SystemSession<Complex>> sparseSession<Complex>(CSparseMatrix, SystemOptions);
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> sparseSession(const SparseOf<Cell>& A, SystemOptions options)
+{
+    return std::make_unique<RoadsOfSparse<Cell>>(wholeOf<Cell>(A), std::move(options));
+}
+
+template std::unique_ptr<SystemSession<double>> sparseSession<double>(SparseMatrix&&, SystemOptions);
+template std::unique_ptr<SystemSession<double>> sparseSession<double>(const SparseMatrix&, SystemOptions);
+template std::unique_ptr<SystemSession<Complex>> sparseSession<Complex>(CSparseMatrix&&, SystemOptions);
+template std::unique_ptr<SystemSession<Complex>> sparseSession<Complex>(const CSparseMatrix&, SystemOptions);
 
 } // namespace Velmar::Lintrix::detail

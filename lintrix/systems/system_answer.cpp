@@ -43,6 +43,14 @@ std::string SystemAnswer<Cell>::Explain() const
         addLine(text, fmt::format("A known solution came back with a relative error of {}.",
                                   numberInWords(*probeError)));
     addLine(text, fmt::format("Road: {}.", road));
+    if (perturbedPivots > 0)
+        addLine(text, fmt::format("Pivots replaced: {}; steps of refinement {}, of GMRES {}.",
+                                  perturbedPivots, refinementSteps, krylovSteps));
+    for (std::size_t j = 0; j < columns.size(); ++j) {
+        if (!columns[j].errorBound) continue;
+        addLine(text, fmt::format("Right-hand side {}: {}, error at most {}.", j + 1,
+                                  NameOf(columns[j].verdict), numberInWords(*columns[j].errorBound)));
+    }
     for (const std::string& other : tried) addLine(text, fmt::format("Left: {}.", other));
     const bool isSingular = reason.find("singular") != std::string::npos;
     addLine(text, fmt::format("Advice: {}.", adviceFor(verdict, isSingular)));

@@ -211,7 +211,7 @@ template <class Cell>
 auto SystemMatrix<Cell>::Full() -> Sparse&
 {
     if constexpr (std::is_same_v<Cell, double>) { // a complex one is there from the start
-        if (!full_) full_ = bothTrianglesOf(*upper_);
+        if (!full_) full_ = bothTrianglesOf<double>(*upper_);
     }
     return *full_;
 }

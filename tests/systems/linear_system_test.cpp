@@ -404,6 +404,64 @@ TEST(LinearSystem, BoundsHoldForTransposedAndAdjointSystems)
     }
 }
 
+TEST(LinearSystem, AZeroRightHandSideHasAnExactSolution)
+{
+    LinearSystem system(bandOf<double>(Kind::General, 30, 6));
+    Matrix B = blockOf<Matrix>(30, 3, 1);
+    for (std::int32_t i = 0; i < 30; ++i) B(i, 1) = 0.0;
+    const auto answer = system.Solve(B);
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+    EXPECT_EQ(answer.columns[1].errorBound, 0.0);
+    EXPECT_GT(answer.columns[0].errorBound, 0.0);
+    EXPECT_EQ(system.Solve(Matrix(30, 1)).verdict, Verdict::Accurate);
+}
+
+TEST(LinearSystem, ABadRightHandSideDoesNotSpoilTheFactor)
+{
+    for (const double bad : {std::numeric_limits<double>::quiet_NaN(), 1e308}) {
+        LinearSystem system(bandOf<double>(Kind::General, 30, 6));
+        system.Factorize();
+        Matrix B = blockOf<Matrix>(30, 1, 1);
+        B(3, 0) = B(4, 0) = bad;
+        system.Solve(B);
+        const int made = system.Factorizations();
+        const auto answer = system.SolveKnown(blockOf<Matrix>(30, 1, 2));
+        EXPECT_EQ(answer.verdict, Verdict::Accurate);
+        EXPECT_EQ(answer.road, "sparse LU with matching");
+        EXPECT_LE(system.Factorizations(), made + 1);
+    }
+}
+
+TEST(LinearSystem, AHermitianTriangleStandsForBoth)
+{
+    const CSparseMatrix full = bandOf<Complex>(Kind::Mirrored, 40, 3);
+    CSparseMatrix triangle(40, 40);
+    ForEachEntry(full, [&triangle](std::int32_t row, std::int32_t col, Complex value) {
+        if (row <= col) triangle(row, col) = value;
+    });
+    triangle.Hermitian(true);
+    const CMatrix B = blockOf<CMatrix>(40, 2, 7);
+    LinearSystem copied(triangle);
+    expectSolves(full, copied.Solve(B).x.value(), B, kPlain);
+    EXPECT_EQ(copied.Update(triangle), SystemChange::None);
+    LinearSystem taken(std::move(triangle));
+    expectSolves(full, taken.Solve(B).x.value(), B, kPlain);
+}
+
+TEST(LinearSystem, AZeroOnTheDiagonalIsNoMatterEitherWay)
+{
+    SparseMatrix A(3, 3);
+    A(0, 1) = A(1, 0) = 1.0;
+    A(1, 1) = 2.0;
+    A(2, 2) = 1.0;
+    A(0, 2) = 3.0;
+    LinearSystem system(A);
+    for (const TransposeMode op : {kPlain, kTransposed}) {
+        const Matrix B = blockOf<Matrix>(3, 1, 4);
+        expectSolves(A, system.Solve(B, op).x.value(), B, op);
+    }
+}
+
 TEST(LinearSystem, ManyThreadsMaySolveWithOneFactor)
 {
     const SparseMatrix A = bandOf<double>(Kind::General, 300, 6);

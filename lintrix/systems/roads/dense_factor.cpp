@@ -1,40 +1,43 @@
 #include <lintrix/systems/roads/dense_factor.h>
 
 #include <lintrix/foundation/failures.h>
+#include <lintrix/services/lapack.h>
 
 namespace Velmar::Lintrix::detail::roads {
 
 namespace {
 
-Matrix turned(const Matrix& A, TransposeMode)
+char letterOf(TransposeMode op)
 {
-    return A.Transpose();
-}
-CMatrix turned(const CMatrix& A, TransposeMode op)
-{
-    return op == TransposeMode::Transposed ? A.Transpose() : A.Adjoint();
+    return op == TransposeMode::NotTransposed ? 'N' : op == TransposeMode::Transposed ? 'T' : 'C';
 }
 
 } // namespace
 
 template <class Cell>
-auto DenseFactor<Cell>::factorsOf(TransposeMode op) -> const Factors&
+DenseFactor<Cell>::DenseFactor(const SparseOf<Cell>& A) : A_(A), factors_(A.ToDense()), pivots_(A.Rows())
 {
-    if (op == TransposeMode::NotTransposed) return factors_;
-    if (!turned_ || turnedBy_ != op) {
-        turned_.emplace(turned(A_.ToDense(), op));
-        turnedBy_ = op;
-    }
-    return *turned_;
+    const std::int32_t n = A.Rows();
+    lapack::getrf(n, n, AccessTo<Cell>::cells(factors_), n, pivots_.get(), info_);
+}
+
+template <class Cell>
+MatrixOf<Cell> DenseFactor<Cell>::solved(const MatrixOf<Cell>& B, TransposeMode op) const
+{
+    MatrixOf<Cell> X(B);
+    const std::int32_t n = A_.Rows();
+    int info = 0;
+    lapack::getrs(letterOf(op), n, X.Cols(), AccessTo<Cell>::cells(factors_), n, pivots_.get(),
+                  AccessTo<Cell>::cells(X), n, info);
+    return X;
 }
 
 template <class Cell>
 EngineAnswer DenseFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                       std::optional<std::int32_t>)
 try {
-    const Factors& factors = factorsOf(op);
-    X = factors.Solve(B);
-    X = X + factors.Solve(residualOf<Cell>(A_, X, B, op));
+    X = solved(B, op);
+    X = X + solved(residualOf<Cell>(A_, X, B, op), op);
     return {};
 } catch (const NotEnoughMemoryException&) {
     return {.error = kEngineNoMemory};

@@ -2,37 +2,31 @@
 /// @file
 /// LU with exchanges of rows, in dense storage and without the engine.
 
-#include <lintrix/decompositions/lu.h>
+#include <lintrix/foundation/block.h>
 #include <lintrix/systems/roads/factored.h>
-
-#include <optional>
-#include <type_traits>
 
 namespace Velmar::Lintrix::detail::roads {
 
 /// Backward stable but for the growth of the elements and bad scaling, which a step of refinement makes good
 /// (R. D. Skeel, "Iterative refinement implies numerical stability for Gaussian elimination", Math. Comp. 35
-/// (1980)).
+/// (1980)). The same factors serve op(A), so that no op meets a zero pivot which the others do not.
 template <class Cell>
 class DenseFactor final : public Factored<Cell> {
 public:
     /// `A` must outlive the factor. @throws NotEnoughMemoryException
-    explicit DenseFactor(const SparseOf<Cell>& A) : A_(A), factors_(A.ToDense()) {}
+    explicit DenseFactor(const SparseOf<Cell>& A);
 
-    bool isSingular() const { return factors_.IsSingular(); }
+    bool isSingular() const { return info_ != 0; }
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps) override;
 
 private:
-    using Factors = std::conditional_t<std::is_same_v<Cell, Complex>, CLU, LU>;
-
-    /// The class solves with A alone, so op(A) has factors of its own once it is asked for.
-    const Factors& factorsOf(TransposeMode op);
+    MatrixOf<Cell> solved(const MatrixOf<Cell>& B, TransposeMode op) const;
 
     const SparseOf<Cell>& A_;
-    Factors factors_;
-    std::optional<Factors> turned_{}; ///< of `turnedBy_`(A)
-    TransposeMode turnedBy_ = TransposeMode::NotTransposed;
+    MatrixOf<Cell> factors_;
+    Block<std::int32_t> pivots_;
+    int info_ = 0;
 };
 
 } // namespace Velmar::Lintrix::detail::roads

@@ -41,7 +41,7 @@ double infinityNorm(const Block& A)
     for (std::size_t begin = 0; begin < cells.size(); begin += sums.size()) {
         for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += std::abs(cells[begin + i]);
     }
-    return *std::ranges::max_element(sums);
+    return sums.empty() ? 0.0 : *std::ranges::max_element(sums);
 }
 
 /// Of the full matrix, also where one triangle is stored, or of its transpose.
@@ -53,7 +53,7 @@ double sparseInfinityNorm(const Matrix& A, bool transposed)
         sums[static_cast<std::size_t>(transposed ? col : row)] += std::abs(value);
         if (isTriangle(A) && row != col) sums[static_cast<std::size_t>(col)] += std::abs(value);
     });
-    return *std::ranges::max_element(sums);
+    return sums.empty() ? 0.0 : *std::ranges::max_element(sums);
 }
 
 template <class Block>

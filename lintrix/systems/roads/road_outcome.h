@@ -27,7 +27,8 @@ struct LINTRIX_TESTABLE Outcome {
     std::int64_t factorEntries = 0;
     RoadCost cost{};
     FactorStore store = FactorStore::Memory;
-    std::string fault{}; ///< of the files of the factor, in words
+    int leastMegabytes = 0; ///< of memory beside a factor in files
+    std::string fault{};    ///< of the files of the factor, in words
     Reach reach = Reach::Near;
     bool taken = false;                       ///< else only its cost is known
     std::unique_ptr<Factored<Cell>> factor{}; ///< as long as no other road is taken

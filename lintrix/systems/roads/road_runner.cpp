@@ -5,23 +5,34 @@
 #include <lintrix/services/memory_limit.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/iterations/gmres.h>
+#include <lintrix/systems/quality/matrix_view.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/ordering_choice.h>
 #include <lintrix/systems/roads/pair_forecast.h>
 #include <lintrix/systems/roads/transversal.h>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
 namespace {
 
-constexpr std::int32_t kLateSteps = 20;                      // of refinement, where the residual asks for it
-constexpr std::int32_t kKrylovCycle = 30, kKrylovSteps = 60; // each of a solve: less than a factorization
-constexpr std::int32_t kOneAndProbe = 2;                     // right-hand sides that a forecast is for
+constexpr std::int32_t kLateSteps = 20; // of refinement, where the residual asks for it
+constexpr std::int32_t kKrylovCycle = 30, kKrylovSteps = 60,
+                       kKrylovStepsInAll = 240; // each of a solve: less than a factorization
+constexpr std::int32_t kOneAndProbe = 2;        // right-hand sides that a forecast is for
+
+/// What an earlier solve has left.
+template <class Cell>
+void forget(Outcome<Cell>& outcome)
+{
+    outcome.x.reset();
+    outcome.quality.reset();
+    outcome.krylovSteps = 0;
+}
 
 } // namespace
 
@@ -29,7 +40,12 @@ template <class Cell>
 RoadCost RoadRunner<Cell>::forecast(const Attempt& attempt)
 {
     if (attempt.road == Road::Dense) return denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
-    ready_ = analysed(attempt, system_.As(typeOf(attempt.road)), kOneAndProbe);
+    if (!ready_ || !(ready_->attempt == attempt))
+        ready_ = analysed(attempt, system_.As(typeOf(attempt.road)), kOneAndProbe);
+    if (ready_->answer.error == kEngineNoMemory) {
+        ready_.reset();
+        throw NotEnoughMemoryException();
+    }
     return ready_->run->cost();
 }
 
@@ -52,9 +68,9 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
 template <class Cell>
 Outcome<Cell> RoadRunner<Cell>::again(Outcome<Cell> before, const Request<Cell>& request)
 {
-    before.x.reset();
-    before.quality.reset();
+    forget(before);
     solve(request, before);
+    requireSystem(before);
     return before;
 }
 
@@ -63,12 +79,12 @@ Outcome<Cell> RoadRunner<Cell>::refactorize(Outcome<Cell> before, const Request<
 {
     const Attempt attempt = before.attempt;
     auto* const kept = dynamic_cast<EngineFactor<Cell>*>(before.factor.get());
-    if (!kept) return this->run(attempt, Reach::Far, request);
-    before.x.reset();
-    before.quality.reset();
-    std::unique_ptr<DirectRun> run = kept->release();
+    std::unique_ptr<DirectRun> run = kept ? kept->release() : nullptr;
     before.factor.reset();
+    if (!run) return this->run(attempt, Reach::Far, request);
+    forget(before);
     factorizeAndSolve(std::move(run), request, before);
+    requireSystem(before);
     return before;
 }
 
@@ -96,6 +112,7 @@ auto RoadRunner<Cell>::analysed(const Attempt& attempt, const EngineMatrix& matr
     constexpr auto kQuick = FillInReducingMethod::MinimumDegree,
                    kThorough = FillInReducingMethod::NestedDissection;
     const FactorStore store = options_.outOfCore ? FactorStore::Files : FactorStore::Memory;
+    if (options_.outOfCore) usePlace(options_.memoryLeft());
     const auto by = [&](FillInReducingMethod ordering) {
         auto run = std::make_unique<DirectRun>(attempt.road, matrix, ordering, options_.engine);
         const EngineAnswer answer = run->analyse(store, rightHands);
@@ -120,7 +137,6 @@ template <class Cell>
 void RoadRunner<Cell>::follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
 {
     const double left = options_.memoryLeft();
-    if (options_.outOfCore) usePlace(left);
     const bool isReady =
         ready_ && ready_->attempt == outcome.attempt && ready_->rightHands >= request.B.Cols();
     Analysed analysis =
@@ -137,7 +153,8 @@ void RoadRunner<Cell>::follow(Reach limit, const Request<Cell>& request, Outcome
         outcome.engine = moveToFiles(run, left, request.B.Cols());
     outcome.factorEntries = run.factorEntries();
     outcome.store = run.store();
-    outcome.fault = faultOf(outcome.engine.error, run);
+    outcome.leastMegabytes = run.leastMegabytes();
+    outcome.fault = faultOf(outcome.engine.error, outcome.leastMegabytes);
     finish("analyse");
     if (outcome.taken && outcome.engine.error == 0)
         factorizeAndSolve(std::move(analysis.run), request, outcome);
@@ -150,7 +167,7 @@ void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun> run, const R
     outcome.engine = run->factorize();
     ++factorizations_;
     finish("factorize");
-    outcome.fault = faultOf(outcome.engine.error, *run);
+    outcome.fault = faultOf(outcome.engine.error, outcome.leastMegabytes);
     outcome.perturbed = run->perturbedPivots();
     outcome.factorEntries = run->factorEntries();
     if (outcome.engine.error != 0) return;
@@ -186,6 +203,7 @@ void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcom
     MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
     outcome.engine = outcome.factor->solve(request.B, X, request.op, options_.engine.refine);
     outcome.steps = outcome.factor->refinementSteps();
+    outcome.fault = faultOf(outcome.engine.error, outcome.leastMegabytes);
     finish("solve");
     if (outcome.engine.error != 0) return;
     outcome.quality = judged(X, request);
@@ -227,7 +245,7 @@ void RoadRunner<Cell>::repair(const Request<Cell>& request, Outcome<Cell>& outco
     const double norm = request.op == TransposeMode::NotTransposed ? infinityNorm(view) : oneNorm(view);
     MatrixOf<Cell> X(*outcome.x);
     std::int32_t steps = 0;
-    for (std::int32_t j = 0; j < X.Cols(); ++j)
+    for (std::int32_t j = X.Cols() - 1; j >= 0 && steps < kKrylovStepsInAll; --j) // the probe first
         steps += gmres(A, norm, inverse, columnCells(request.B, j).data(), columnCells(X, j).data(),
                        {.cycle = kKrylovCycle, .steps = kKrylovSteps})
                      .steps;
@@ -265,19 +283,27 @@ EngineAnswer RoadRunner<Cell>::moveToFiles(DirectRun& run, double left, std::int
 }
 
 template <class Cell>
-std::string RoadRunner<Cell>::faultOf(int error, const DirectRun& run) const
+std::string RoadRunner<Cell>::faultOf(int error, int leastMegabytes) const
 {
     if (!place_) return {};
     switch (error) {
     case kEngineSmallCore:
-        return place_->Fault(FileFault::SmallCore, run.leastMegabytes());
+        return place_->Fault(FileFault::SmallCore, leastMegabytes);
     case kEngineNoFile:
-        return place_->Fault(FileFault::NotOpened, run.leastMegabytes());
+        return place_->Fault(FileFault::NotOpened, leastMegabytes);
     case kEngineTransfer:
-        return place_->Fault(FileFault::NotTransferred, run.leastMegabytes());
+        return place_->Fault(FileFault::NotTransferred, leastMegabytes);
     default:
         return {};
     }
+}
+
+/// What is not the matrix's to blame for ends a solve with a factor that has served before.
+template <class Cell>
+void RoadRunner<Cell>::requireSystem(const Outcome<Cell>& outcome) const
+{
+    if (outcome.engine.error == kEngineNoMemory) throw NotEnoughMemoryException();
+    if (!outcome.fault.empty()) throw OperationFailedException(outcome.fault);
 }
 
 template <class Cell>

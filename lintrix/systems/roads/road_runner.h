@@ -38,9 +38,9 @@ public:
 
     /// The first road is taken whatever it costs, those after it up to `limit`.
     /// @throws NotEnoughMemoryException  the first one's factor has no room
-    /// @throws OperationFailedException  the first one's files fail, or the caller stops
+    /// @throws OperationFailedException  the first one's files fail, in words
     Outcome<Cell> run(const Attempt& attempt, Reach limit, const Request<Cell>& request);
-    /// With the factor of `before`, which has one.
+    /// With the factor of `before`, which has one. @throws as for the first road
     Outcome<Cell> again(Outcome<Cell> before, const Request<Cell>& request);
     /// The values of the matrix have changed: the factor of `before` is made anew, after the analysis at
     /// hand.
@@ -79,13 +79,14 @@ private:
 
     void usePlace(double left);
     EngineAnswer moveToFiles(DirectRun& run, double left, std::int32_t rightHands);
-    std::string faultOf(int error, const DirectRun& run) const;
+    std::string faultOf(int error, int leastMegabytes) const;
+    void requireSystem(const Outcome<Cell>& outcome) const;
 
     SystemMatrix<Cell>& system_;
     const SystemOptions& options_;
+    std::unique_ptr<FactorPlace> place_{}; ///< once a factor goes to files
     std::optional<Analysed> ready_{};      ///< by a forecast
     std::optional<RoadCost> done_{};       ///< of the largest factorization so far
-    std::unique_ptr<FactorPlace> place_{}; ///< once a factor goes to files
     std::int32_t analyses_ = 0, factorizations_ = 0;
 };
 

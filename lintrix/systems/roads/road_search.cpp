@@ -32,12 +32,6 @@ void RoadSearch<Cell>::follow(Road road)
 }
 
 template <class Cell>
-void RoadSearch<Cell>::follow(Outcome<Cell> taken)
-{
-    continueWith(add(std::move(taken)));
-}
-
-template <class Cell>
 std::vector<std::string> RoadSearch<Cell>::left() const
 {
     std::vector<std::string> told;

@@ -34,8 +34,6 @@ public:
 
     /// From a road on.
     void follow(Road road);
-    /// From the one on that has been taken.
-    void follow(Outcome<Cell> taken);
 
     Outcome<Cell> best() { return std::move(found_[best_]); }
     /// "ROAD: why it was left", of the others.

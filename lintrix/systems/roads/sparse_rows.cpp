@@ -56,16 +56,31 @@ SparseOf<Cell> withDiagonal(const SparseOf<Cell>& matrix)
 
 /// A column of the triangle is met in ascending rows, and row i of it after all columns i: each row of the
 /// result fills from the left.
-SparseMatrix bothTrianglesOf(const SparseMatrix& triangle)
+template <class Cell>
+SparseOf<Cell> bothTrianglesOf(const SparseOf<Cell>& triangle)
 {
-    return matrixFrom<double>(triangle.Rows(), triangle.Cols(), [&](auto take) {
-        ForEachEntry(triangle, [&](std::int32_t row, std::int32_t col, double value) {
+    return matrixFrom<Cell>(triangle.Rows(), triangle.Cols(), [&](auto take) {
+        ForEachEntry(triangle, [&](std::int32_t row, std::int32_t col, const Cell& value) {
+            if (row > col) return; // what may be stored there does not count
             take(row, col, value);
-            if (row != col) take(col, row, value);
+            if (row != col) take(col, row, conjugate(value));
         });
     });
 }
 
+template <>
+SparseMatrix wholeOf<double>(const SparseMatrix& matrix)
+{
+    return matrix;
+}
+template <>
+CSparseMatrix wholeOf<Complex>(const CSparseMatrix& matrix)
+{
+    return matrix.Hermitian() ? bothTrianglesOf<Complex>(matrix) : matrix;
+}
+
+template SparseMatrix bothTrianglesOf<double>(const SparseMatrix&);
+template CSparseMatrix bothTrianglesOf<Complex>(const CSparseMatrix&);
 template SparseMatrix withDiagonal<double>(const SparseMatrix&);
 template CSparseMatrix withDiagonal<Complex>(const CSparseMatrix&);
 

@@ -71,7 +71,22 @@ SparseOf<Cell> upperTriangleOf(const SparseOf<Cell>& matrix);
 template <class Cell>
 SparseOf<Cell> withDiagonal(const SparseOf<Cell>& matrix);
 
-/// All elements of a symmetric matrix.
-SparseMatrix bothTrianglesOf(const SparseMatrix& triangle);
+/// All elements of a symmetric matrix, or of a hermitian one.
+template <class Cell>
+SparseOf<Cell> bothTrianglesOf(const SparseOf<Cell>& triangle);
+
+/// Whether what is stored stands for both triangles.
+inline bool isOneTriangle(const SparseMatrix& matrix)
+{
+    return matrix.Symmetric();
+}
+inline bool isOneTriangle(const CSparseMatrix& matrix)
+{
+    return matrix.Hermitian();
+}
+
+/// A copy with the meaning of `matrix`: a complex one has both triangles, whose copies lose the mark.
+template <class Cell>
+SparseOf<Cell> wholeOf(const SparseOf<Cell>& matrix);
 
 } // namespace Velmar::Lintrix::detail::roads
