@@ -18,15 +18,15 @@ namespace {
 constexpr int kSide = 12, kSides = 3;
 constexpr std::size_t kFiles = 11;
 
-/// A phase, and what is called before it.
+/// A phase, and the phases that are called before it.
 struct Step {
-    int phase;
     std::vector<int> before;
+    int phase;
     bool analyses = false;
 };
 
-const Step kSteps[] = {{13, {}, true}, {11, {12}, true}, {22, {11}}, {23, {13}},
-                       {33, {11}},     {33, {12}},       {33, {13}}, {331, {12}}};
+const Step kSteps[] = {{{}, 13, true}, {{12}, 11, true}, {{11}, 22}, {{13}, 23},
+                       {{11}, 33},     {{12}, 33},       {{13}, 33}, {{12}, 331}};
 
 class OutOfCoreWithoutMemory : public ::testing::TestWithParam<int> {
 protected:

@@ -241,10 +241,10 @@ bool hasHoles(const Folder& folder)
 TEST(OutOfCoreFactors, ThatAreReleasedLeaveTheDisk)
 {
     const std::pair<int, std::string> files[] = {{-2, ".lnz"}, {13, ".lnz"}, {13, ".unz"}};
-    for (const auto& [mtype, ending] : files) {
-        OutOfCoreSystem system(kSide, mtype, 2000, 2);
+    for (const auto& file : files) {
+        OutOfCoreSystem system(kSide, file.first, 2000, 2);
         const std::vector<double> b = system.call.b;
-        const auto room = [&] { return FileRoom(system.folder, ending); };
+        const auto room = [&] { return FileRoom(system.folder, file.second); };
         const auto run = [&](int phase, int mnum) {
             system.call.mnum = mnum;
             return system.call.run(phase);
