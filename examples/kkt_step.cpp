@@ -3,9 +3,10 @@
 //     [ H  A' ] [ d ]   [ 0 ]
 //     [ A  0  ] [ y ] = [ b ]
 //
-// H is the curvature, a chain of springs; A holds constraints on sums of moves. The zero block makes the matrix
-// indefinite, and pivots from its diagonal would fail. Then the springs stiffen, step by step, with the same
-// pattern; at last somebody states a constraint twice, which no solver can make good for, and is told so.
+// H is the curvature, a chain of springs; A holds constraints on sums of moves. The zero block makes the
+// matrix indefinite, and pivots from its diagonal would fail. Then the springs stiffen, step by step, with
+// the same pattern; at last somebody states a constraint twice, which no solver can make good for, and is
+// told so.
 
 #include <lintrix/lintrix.h>
 
