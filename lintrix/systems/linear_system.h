@@ -34,6 +34,10 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::string reason{};                      ///< of a verdict other than Accurate, in a few words
     std::string complaint{};                   ///< of Failed, as the end of a sentence
 
+    /// Of a structurally singular matrix, in its rows and columns (from 0): which are empty, free, too many
+    /// or the same.
+    std::string faults{};
+
     /// The largest over the right-hand sides of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.
     std::optional<double> residual{};
     /// Of a tall system, whose residual is large by nature where b is not in the range of A: the same for the

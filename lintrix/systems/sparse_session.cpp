@@ -5,8 +5,9 @@
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/sparse_rows.h>
-#include <lintrix/systems/roads/transversal.h>
 #include <lintrix/systems/roads/words.h>
+#include <lintrix/systems/structure/sparse_entries.h>
+#include <lintrix/systems/structure/structural_faults.h>
 
 #include <fmt/format.h>
 
@@ -126,7 +127,8 @@ private:
     /// No road can do better. Where the diagonal is full, nothing has to be looked for.
     std::int32_t structuralRankOnce()
     {
-        if (!rank_) rank_ = matrix_.Traits().fullDiagonal ? matrix_.Size() : structuralRank(matrix_.Matrix());
+        if (!rank_)
+            rank_ = matrix_.Traits().fullDiagonal ? matrix_.Size() : structuralRank<Cell>(matrix_.Matrix());
         return *rank_;
     }
     bool isStructurallySingular() { return structuralRankOnce() < matrix_.Size(); }
@@ -139,6 +141,7 @@ private:
         answer.reason =
             fmt::format("structurally singular: {} of {} rows matched", structuralRankOnce(), matrix_.Size());
         answer.complaint = complaintOf(answer.reason);
+        answer.faults = explain(findStructuralFaults<Cell>(entriesOf<Cell>(matrix_.Matrix())));
         answer.ordering = options_.ordering.value_or(FillInReducingMethod::MinimumDegree);
         return answer;
     }

@@ -34,6 +34,7 @@ std::string SystemAnswer<Cell>::Explain() const
     std::string text;
     addLine(text,
             fmt::format("The solution is {}{}{}.", NameOf(verdict), reason.empty() ? "" : ": ", reason));
+    if (!faults.empty()) addLine(text, faults);
     if (residual)
         addLine(text, fmt::format("Its scaled residual is {}; rounding explains 1e-16 to {:.0e}.",
                                   numberInWords(*residual), kRoundingLevel));

@@ -289,6 +289,9 @@ TEST(LinearSystem, SingularMatricesAreTold)
     EXPECT_FALSE(answer.x);
     EXPECT_EQ(answer.reason, "structurally singular: 2 of 3 rows matched");
     EXPECT_THAT(answer.Explain(), HasSubstr("failed: structurally singular"));
+    EXPECT_THAT(answer.faults, HasSubstr("structural rank is 2 of 3"));
+    EXPECT_THAT(answer.faults, ::testing::ContainsRegex("[Rr]ows 0 and 1"));
+    EXPECT_THAT(answer.faults, ::testing::ContainsRegex("[Cc]olumn 1 is empty"));
     EXPECT_EQ(first.Forecast().factorEntries, 0);
 
     SparseMatrix numerical(2, 2);

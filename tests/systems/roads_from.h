@@ -4,7 +4,7 @@
 
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/road_search.h>
-#include <lintrix/systems/roads/transversal.h>
+#include <lintrix/systems/structure/sparse_entries.h>
 
 #include <optional>
 #include <string>
@@ -40,7 +40,7 @@ RoadsTaken<Cell> takeRoads(SystemMatrix<Cell>& system, detail::roads::Road first
     using namespace detail::roads;
     using M = detail::MatrixOf<Cell>;
     const std::int32_t n = system.Size();
-    if (structuralRank(system.Matrix()) < n)
+    if (detail::structuralRank<Cell>(system.Matrix()) < n)
         return {{}, first, Verdict::Failed, "structurally singular", {}, {}};
     M known(n, 2), B(n, 2);
     copyColumns(onesOf<M>(n, 1), known, 0);

@@ -1,6 +1,6 @@
 #include <lintrix/systems/roads/pair_forecast.h>
 
-#include <lintrix/systems/roads/transversal.h>
+#include <lintrix/systems/structure/bipartite_matching.h>
 
 #include <algorithm>
 
@@ -46,18 +46,18 @@ std::vector<std::int32_t> pairOrder(const std::vector<std::int32_t>& columnOf)
     return order;
 }
 
-std::int64_t factorEntries(const Pattern& pattern, const std::vector<std::int32_t>& vertexAt,
+std::int64_t factorEntries(const SparsePattern& pattern, const std::vector<std::int32_t>& vertexAt,
                            std::int64_t limit)
 {
     const std::vector<std::int32_t> positionOf = inverseOf(vertexAt);
     std::vector<std::int32_t> parent(vertexAt.size(), -1), passedBy(vertexAt.size(), -1);
     std::int64_t entries = 0;
-    for (std::int32_t k = 0; k < pattern.rows() && entries <= limit; ++k) {
+    for (std::int32_t k = 0; k < pattern.rows && entries <= limit; ++k) {
         passedBy[at(k)] = k;
         ++entries;
         const std::int32_t row = vertexAt[at(k)];
-        for (std::int32_t p = pattern.ia[at(row)]; p < pattern.ia[at(row) + 1]; ++p) {
-            std::int32_t i = positionOf[at(pattern.ja[at(p - 1)] - 1)];
+        for (const std::int32_t column : pattern.row(row)) {
+            std::int32_t i = positionOf[at(column)];
             for (; i < k && passedBy[at(i)] != k; i = parent[at(i)]) {
                 if (parent[at(i)] < 0) parent[at(i)] = k;
                 passedBy[at(i)] = k;
@@ -68,9 +68,9 @@ std::int64_t factorEntries(const Pattern& pattern, const std::vector<std::int32_
     return entries;
 }
 
-std::int64_t pairEntries(const Pattern& pattern, std::int64_t limit)
+std::int64_t pairEntries(const SparsePattern& pattern, std::int64_t limit)
 {
-    return factorEntries(pattern, pairOrder(maximumTransversal(pattern)), limit);
+    return factorEntries(pattern, pairOrder(maximumMatching(pattern).columnOf), limit);
 }
 
 } // namespace Velmar::Lintrix::detail::roads

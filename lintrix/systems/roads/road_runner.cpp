@@ -11,7 +11,7 @@
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/ordering_choice.h>
 #include <lintrix/systems/roads/pair_forecast.h>
-#include <lintrix/systems/roads/transversal.h>
+#include <lintrix/systems/structure/sparse_entries.h>
 
 #include <algorithm>
 #include <utility>
@@ -95,7 +95,7 @@ bool RoadRunner<Cell>::fillsIn(Outcome<Cell>& outcome)
 {
     if (!ordersByPairs(outcome.attempt.road) || !done_) return false;
     const std::int64_t most = mostPairEntries(*done_);
-    const bool fills = pairEntries(nonZeroPattern(system_.Matrix()), most) > most;
+    const bool fills = pairEntries(entriesOf<Cell>(system_.Matrix()).pattern, most) > most;
     finish("analyse");
     if (!fills) return false;
     outcome.cost.entries = most;

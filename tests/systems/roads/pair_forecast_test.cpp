@@ -2,8 +2,6 @@
 
 #include <lintrix/systems/roads/pair_forecast.h>
 
-#include <lintrix/systems/roads/transversal.h>
-
 #include <gmock/gmock.h>
 
 #include <numeric>
@@ -14,28 +12,31 @@ namespace Velmar::Lintrix::testing {
 namespace {
 
 using namespace detail::roads;
+using detail::PatternArrays;
+using detail::SparsePattern;
 using ::testing::ElementsAre;
 
 constexpr std::int64_t kNoLimit = 1'000'000;
 
-Pattern patternOf(std::int32_t n, const std::set<std::pair<std::int32_t, std::int32_t>>& edges)
+PatternArrays patternOf(std::int32_t n, const std::set<std::pair<std::int32_t, std::int32_t>>& edges)
 {
-    return patternFrom(n, [&](auto take) {
-        for (std::int32_t i = 0; i < n; ++i) {
-            for (std::int32_t j = 0; j < n; ++j)
-                if (edges.contains({std::min(i, j), std::max(i, j)})) take(i, j, 1);
-        }
-    });
+    PatternArrays pattern{n, n};
+    for (std::int32_t i = 0; i < n; ++i) {
+        for (std::int32_t j = 0; j < n; ++j)
+            if (edges.contains({std::min(i, j), std::max(i, j)})) pattern.columns.push_back(j);
+        pattern.starts.push_back(static_cast<std::int32_t>(pattern.columns.size()));
+    }
+    return pattern;
 }
 
 /// Eliminates one vertex after another: its later neighbours become neighbours of each other.
-std::int64_t entriesOf(const Pattern& pattern, const std::vector<std::int32_t>& vertexAt)
+std::int64_t filledEntriesOf(const SparsePattern& pattern, const std::vector<std::int32_t>& vertexAt)
 {
-    const auto n = static_cast<std::size_t>(pattern.rows());
+    const auto n = static_cast<std::size_t>(pattern.rows);
     std::vector<std::set<std::int32_t>> neighbours(n);
     for (std::size_t row = 0; row < n; ++row) {
-        for (std::int32_t p = pattern.ia[row] - 1; p < pattern.ia[row + 1] - 1; ++p)
-            neighbours[row].insert(pattern.ja[static_cast<std::size_t>(p)] - 1);
+        const auto columns = pattern.row(static_cast<std::int32_t>(row));
+        neighbours[row].insert(columns.begin(), columns.end());
         neighbours[row].erase(static_cast<std::int32_t>(row));
     }
     std::int64_t entries = 0;
@@ -73,8 +74,8 @@ TEST(FactorEntries, AreThoseOfAPlainElimination)
         std::vector<std::int32_t> order(n);
         std::iota(order.begin(), order.end(), 0);
         std::ranges::shuffle(order, generator);
-        const Pattern pattern = patternOf(n, edges);
-        EXPECT_EQ(factorEntries(pattern, order, kNoLimit), entriesOf(pattern, order)) << round;
+        const PatternArrays pattern = patternOf(n, edges);
+        EXPECT_EQ(factorEntries(pattern, order, kNoLimit), filledEntriesOf(pattern, order)) << round;
     }
 }
 
@@ -83,7 +84,7 @@ TEST(FactorEntries, AreCountedNoFurtherThanTheLimit)
     // A star eliminated from its centre fills the matrix, from its ends nothing.
     std::set<std::pair<std::int32_t, std::int32_t>> star;
     for (std::int32_t i = 0; i < 1000; ++i) star.insert({0, i});
-    const Pattern pattern = patternOf(1000, star);
+    const PatternArrays pattern = patternOf(1000, star);
     std::vector<std::int32_t> order(1000);
     std::iota(order.begin(), order.end(), 0);
     EXPECT_EQ(factorEntries(pattern, order, kNoLimit), 500500);
@@ -97,8 +98,8 @@ TEST(FactorEntries, AreCountedNoFurtherThanTheLimit)
 TEST(PairEntries, AreThoseOfTheMatchingsOrder)
 {
     // 0 and 3 have no diagonal and only each other to be matched with.
-    const Pattern pattern = patternOf(4, {{0, 3}, {1, 1}, {2, 2}, {1, 2}, {2, 3}});
-    EXPECT_EQ(pairEntries(pattern, kNoLimit), entriesOf(pattern, {1, 2, 0, 3}));
+    const PatternArrays pattern = patternOf(4, {{0, 3}, {1, 1}, {2, 2}, {1, 2}, {2, 3}});
+    EXPECT_EQ(pairEntries(pattern, kNoLimit), filledEntriesOf(pattern, {1, 2, 0, 3}));
 }
 
 } // namespace

@@ -1,17 +1,21 @@
-// The structural rank beside a plain search for augmenting paths.
+// The entries of the library's matrices, and the structural rank beside a plain search for augmenting paths.
 
-#include <lintrix/systems/roads/transversal.h>
+#include <lintrix/sparse/csparse_matrix.h>
+#include <lintrix/sparse/sparse_matrix.h>
+#include <lintrix/systems/structure/sparse_entries.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <functional>
+#include <limits>
 #include <random>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
 namespace {
 
-using namespace detail::roads;
+using detail::entriesOf;
+using ::testing::ElementsAre;
 using Columns = std::vector<std::vector<std::int32_t>>; ///< columns by row
 
 SparseMatrix matrixOf(const Columns& pattern, bool symmetric = false)
@@ -52,20 +56,49 @@ std::int32_t rankOf(const Columns& pattern)
     return rank;
 }
 
+TEST(SparseEntries, AreThoseThatAreNotZero)
+{
+    SparseMatrix A(3, 4);
+    A(0, 3) = 5.0;
+    A(0, 1) = std::numeric_limits<double>::quiet_NaN();
+    A(2, 0) = 7.0;
+    A(2, 2) = 1.0;
+    A(2, 2) = 0.0;
+    const auto entries = entriesOf<double>(A);
+    EXPECT_EQ(entries.pattern.rows, 3);
+    EXPECT_EQ(entries.pattern.cols, 4);
+    EXPECT_THAT(entries.pattern.starts, ElementsAre(0, 2, 2, 3));
+    EXPECT_THAT(entries.pattern.columns, ElementsAre(1, 3, 0));
+    EXPECT_EQ(entries.values[1], 5.0);
+}
+
+TEST(SparseEntries, OfATriangleAreAll)
+{
+    SparseMatrix A(3, 3);
+    A.Symmetric(true);
+    A(0, 0) = 1.0;
+    A(0, 2) = 2.0;
+    A(1, 2) = 3.0;
+    const auto entries = entriesOf<double>(A);
+    EXPECT_THAT(entries.pattern.starts, ElementsAre(0, 2, 3, 5));
+    EXPECT_THAT(entries.pattern.columns, ElementsAre(0, 2, 2, 0, 1)) << "columns ascend";
+    EXPECT_THAT(entries.values, ElementsAre(1.0, 2.0, 3.0, 2.0, 3.0));
+}
+
 TEST(StructuralRank, OfPatternsKnown)
 {
-    EXPECT_EQ(structuralRank(matrixOf({{0}, {1}, {2}})), 3);
-    EXPECT_EQ(structuralRank(matrixOf({{2}, {0}, {1}})), 3);
-    EXPECT_EQ(structuralRank(matrixOf({{0, 1}, {0}, {0}})), 2);
-    EXPECT_EQ(structuralRank(matrixOf({{}, {}, {}})), 0);
-    EXPECT_EQ(structuralRank(matrixOf({{0}, {0}, {0, 2}})), 2);
+    EXPECT_EQ(detail::structuralRank<double>(matrixOf({{0}, {1}, {2}})), 3);
+    EXPECT_EQ(detail::structuralRank<double>(matrixOf({{2}, {0}, {1}})), 3);
+    EXPECT_EQ(detail::structuralRank<double>(matrixOf({{0, 1}, {0}, {0}})), 2);
+    EXPECT_EQ(detail::structuralRank<double>(matrixOf({{}, {}, {}})), 0);
+    EXPECT_EQ(detail::structuralRank<double>(matrixOf({{0}, {0}, {0, 2}})), 2);
 }
 
 TEST(StructuralRank, ATriangleStandsForBoth)
 {
-    EXPECT_EQ(structuralRank(matrixOf({{1}, {}}, true)), 2);
-    EXPECT_EQ(structuralRank(matrixOf({{1, 2, 3}, {}, {}, {}}, true)), 2) << "a star";
-    EXPECT_EQ(structuralRank(matrixOf({{1, 2}, {2}, {}}, true)), 3) << "an odd cycle";
+    EXPECT_EQ(detail::structuralRank<double>(matrixOf({{1}, {}}, true)), 2);
+    EXPECT_EQ(detail::structuralRank<double>(matrixOf({{1, 2, 3}, {}, {}, {}}, true)), 2) << "a star";
+    EXPECT_EQ(detail::structuralRank<double>(matrixOf({{1, 2}, {2}, {}}, true)), 3) << "an odd cycle";
 }
 
 TEST(StructuralRank, ZerosThatAreStoredDoNotCount)
@@ -73,7 +106,7 @@ TEST(StructuralRank, ZerosThatAreStoredDoNotCount)
     SparseMatrix matrix = matrixOf({{0, 1}, {0, 1}});
     matrix(0, 0) = 0.0;
     matrix(1, 0) = 0.0;
-    EXPECT_EQ(structuralRank(matrix), 1);
+    EXPECT_EQ(detail::structuralRank<double>(matrix), 1);
 }
 
 TEST(StructuralRank, IsThatOfAPlainSearch)
@@ -86,7 +119,7 @@ TEST(StructuralRank, IsThatOfAPlainSearch)
             for (std::int32_t col = 0; col < n; ++col)
                 if (generator() % static_cast<std::uint64_t>(n) < 2) row.push_back(col);
         }
-        EXPECT_EQ(structuralRank(matrixOf(pattern)), rankOf(pattern)) << round;
+        EXPECT_EQ(detail::structuralRank<double>(matrixOf(pattern)), rankOf(pattern)) << round;
     }
 }
 
@@ -97,7 +130,7 @@ TEST(StructuralRank, OfALongChainNeedsNoDeepStack)
     Columns pattern(n);
     for (std::int32_t i = 0; i + 1 < n; ++i) pattern[static_cast<std::size_t>(i)] = {i, i + 1};
     pattern.back() = {0};
-    EXPECT_EQ(structuralRank(matrixOf(pattern)), n);
+    EXPECT_EQ(detail::structuralRank<double>(matrixOf(pattern)), n);
 }
 
 } // namespace
