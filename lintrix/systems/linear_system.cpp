@@ -93,7 +93,7 @@ template <class Cell>
 SystemChange LinearSystem<Cell>::Update(const Sparse& A)
 {
     auto* const sparse = dynamic_cast<detail::SparseSession<Cell>*>(session_.get());
-    if (!sparse) throw InvalidOperationException("The system is dense.");
+    if (!sparse) throw InvalidOperationException("Only square sparse systems can be updated.");
     return sparse->update(A);
 }
 

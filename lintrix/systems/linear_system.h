@@ -41,7 +41,8 @@ struct LINTRIX_EXPORT SystemAnswer {
     /// The largest over the right-hand sides of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.
     std::optional<double> residual{};
     /// Of a tall system, whose residual is large by nature where b is not in the range of A: the same for the
-    /// normal equations, ||A^H*(b - A*x)|| / (||A^H|| (||A|| ||x|| + ||b||)).
+    /// normal equations, ||A^H*r|| / (||A^H|| (||A|| ||x|| + ||b||)) with r = b - A*x; of a sparse one, tall
+    /// or wide, ||A^H*r|| / (||A|| ||r||), Euclidean norms, or 0 where r is rounding.
     std::optional<double> normalResidual{};
     /// The relative error with which a known solution came back that was solved for beside the others, or at
     /// the factorization.
@@ -79,8 +80,9 @@ enum class SystemChange {
     Pattern, ///< it is another, or the values suggest another road: everything is done anew
 };
 
-/// op(A)*X = B with a square sparse A, by the sparse direct solver or, where that finds no way, in dense
-/// storage; or with a dense A of any shape.
+/// op(A)*X = B: with a square sparse A by the sparse direct solver or, where that finds no way, in dense
+/// storage; with another sparse A in the least-squares sense or with smallest norm, never in dense storage;
+/// with a dense A of any shape.
 ///
 ///     LinearSystem system(A);
 ///     const auto answer = system.Solve(b);
@@ -93,6 +95,10 @@ enum class SystemChange {
 /// of each is held against what was already done, so that none runs away. The best answer of all counts, with
 /// the road that it came from; its factor is kept for the next solve. Where that has replaced pivots and is
 /// not accurate, GMRES with the factor for a preconditioner is tried on it.
+///
+/// **Sparse and not square.** By the factor of the normal equations, refined with the residual of A, by the
+/// augmented system, or by LSMR, as the forecast and the measured residuals tell. Of a matrix that has not
+/// full rank the shortest of all solutions is returned, and called degraded.
 ///
 /// **Verdicts.** Of each right-hand side of a sparse system the backward errors are worked out from a
 /// residual in twice the working precision, and the error is bounded by the way of the expert drivers
@@ -115,8 +121,7 @@ public:
 
     /// Takes a copy, or the matrix itself if it is given up; no number is computed. A real one may store its
     /// upper triangle alone (`Symmetric`), and so may a complex one (`Hermitian`).
-    /// @throws NotSquareMatrixException  "Matrix is not square."
-    /// @throws ArgumentException         `options.type` contradicts the values
+    /// @throws ArgumentException         it is square, and `options.type` contradicts the values
     /// @throws NotEnoughMemoryException
     explicit LinearSystem(const Sparse& A, SystemOptions options = {});
     explicit LinearSystem(Sparse&& A, SystemOptions options = {});
@@ -151,7 +156,10 @@ public:
 
     /// Goes on with `A` in place of the matrix before, and tells what has changed. The size may change.
     /// Cost: a copy, and a few passes over the entries.
-    /// @throws InvalidOperationException  the system is dense: "The system is dense."
+    /// @throws InvalidOperationException  the system is not square and sparse: "Only square sparse systems
+    /// can be
+    ///                                    updated."
+    /// @throws NotSquareMatrixException   `A` is not: "Matrix is not square."
     /// @throws as the constructor; then the matrix before stands
     SystemChange Update(const Sparse& A);
 

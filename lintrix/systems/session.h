@@ -37,6 +37,8 @@ std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell>&& A, SystemOpt
 template <class Cell>
 std::unique_ptr<SystemSession<Cell>> sparseSession(const SparseOf<Cell>& A, SystemOptions options);
 template <class Cell>
+std::unique_ptr<SystemSession<Cell>> rectangularSession(SparseOf<Cell> A, SystemOptions options);
+template <class Cell>
 std::unique_ptr<SystemSession<Cell>> denseSession(MatrixOf<Cell> A, SystemOptions options);
 
 } // namespace Velmar::Lintrix::detail

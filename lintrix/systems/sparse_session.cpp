@@ -299,6 +299,7 @@ private:
 template <class Cell>
 std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell>&& A, SystemOptions options)
 {
+    if (A.Rows() != A.Cols()) return rectangularSession<Cell>(std::move(A), std::move(options));
     if (isOneTriangle(A) && !std::is_same_v<Cell, double>)
         return sparseSession<Cell>(std::as_const(A), options);
     return std::make_unique<RoadsOfSparse<Cell>>(std::move(A), std::move(options));
@@ -307,7 +308,9 @@ std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell>&& A, SystemOpt
 template <class Cell>
 std::unique_ptr<SystemSession<Cell>> sparseSession(const SparseOf<Cell>& A, SystemOptions options)
 {
-    return std::make_unique<RoadsOfSparse<Cell>>(wholeOf<Cell>(A), std::move(options));
+    SparseOf<Cell> whole = wholeOf<Cell>(A);
+    if (A.Rows() != A.Cols()) return rectangularSession<Cell>(std::move(whole), std::move(options));
+    return std::make_unique<RoadsOfSparse<Cell>>(std::move(whole), std::move(options));
 }
 
 template std::unique_ptr<SystemSession<double>> sparseSession<double>(SparseMatrix&&, SystemOptions);

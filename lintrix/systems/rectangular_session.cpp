@@ -1,0 +1,212 @@
+#include <lintrix/systems/session.h>
+
+#include <lintrix/systems/least_squares/least_squares.h>
+#include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/quality.h>
+#include <lintrix/systems/roads/sparse_rows.h>
+#include <lintrix/systems/roads/words.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Velmar::Lintrix::detail {
+
+using namespace roads;
+
+namespace {
+
+/// A sparse matrix that is not square: least squares where op(A) is tall, least norm where it is wide.
+template <class Cell>
+class RectangularRoads final : public SystemSession<Cell> {
+public:
+    using Sparse = SparseOf<Cell>;
+    using M = MatrixOf<Cell>;
+
+    RectangularRoads(Sparse A, SystemOptions options) : options_(std::move(options)), A_(std::move(A)) {}
+
+    std::int32_t rows() const noexcept override { return A_.Rows(); }
+    std::int32_t cols() const noexcept override { return A_.Cols(); }
+    const MatrixTraits& traits() const noexcept override { return traits_; }
+    std::int32_t analyses() const override
+    {
+        const std::lock_guard turn(busy_);
+        return analyses_;
+    }
+    std::int32_t factorizations() const override { return analyses(); }
+
+    SystemForecast forecast() override
+    {
+        const std::lock_guard turn(busy_);
+        const std::optional<FactorForecast>& factor = solverOf(TransposeMode::NotTransposed).forecast();
+        finish("analyse");
+        if (!factor) return {};
+        return {factor->entries, factor->operations, factor->bytes, factor->bytes};
+    }
+
+    SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
+    {
+        const std::lock_guard turn(busy_);
+        LeastSquares<Cell>& solver = solverOf(op);
+        finish("analyse");
+        const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
+        const M probe = probeFor(op);
+        bool settled = true;
+        SystemAnswer<Cell> answer = solveColumns(solver, B, settled);
+        const M back = columnOf(solver.solve(cellsOf(productOf(probe, op)).data()));
+        finish("solve");
+        answer.probeError = probeError(probe, back);
+        // Of a wide or deficient matrix a known solution need not be the shortest.
+        if (known && rowsOf(op) >= known->Rows() && !isDeficient_)
+            answer.knownError = probeError(*known, *answer.x);
+        judge(answer, settled);
+        if (!given && !known) answer.x.reset(); // zero, beside the probe
+        return answer;
+    }
+
+private:
+    using Answer = LeastSquaresAnswer<Cell>;
+
+    std::int32_t rowsOf(TransposeMode op) const noexcept
+    {
+        return op == TransposeMode::NotTransposed ? A_.Rows() : A_.Cols();
+    }
+
+    /// One for each op that was asked for, since each has a factor of its own.
+    LeastSquares<Cell>& solverOf(TransposeMode op)
+    {
+        std::unique_ptr<LeastSquares<Cell>>& solver = solvers_[static_cast<std::size_t>(op)];
+        if (solver) return *solver;
+        std::optional<Sparse>& turned = turned_[static_cast<std::size_t>(op)];
+        if (op != TransposeMode::NotTransposed) turned = transposedBy(op);
+        const Sparse& matrix = turned ? *turned : A_;
+        solver = std::make_unique<LeastSquares<Cell>>(
+            RowsView<Cell>{matrix.Rows(), matrix.Cols(), matrix.Values().data(), matrix.RowPointers().data(),
+                           matrix.ColumnIndices().data()});
+        ++analyses_;
+        return *solver;
+    }
+
+    Sparse transposedBy(TransposeMode op) const
+    {
+        const RowLists<Cell> lists = listRows<Cell>(A_.Cols(), [&](auto take) {
+            ForEachEntry(A_, [&](std::int32_t row, std::int32_t col, const Cell& value) {
+                take(col, row, op == TransposeMode::ConjugateTransposed ? roads::conjugate(value) : value);
+            });
+        });
+        Sparse turned(lists.values, lists.starts, lists.columns);
+        turned.Cols(A_.Rows());
+        return turned;
+    }
+
+    M productOf(const M& X, TransposeMode op) const
+    {
+        M B(rowsOf(op), X.Cols());
+        Sparse::Multiply(1.0, op, A_, X, 0.0, B);
+        return B;
+    }
+
+    /// The shortest solution of a wide system lies in the row space.
+    M probeFor(TransposeMode op) const
+    {
+        const std::int32_t n = A_.Rows() + A_.Cols() - rowsOf(op);
+        if (rowsOf(op) >= n && !isDeficient_) return probeSolution<Cell>(n);
+        M probe(n, 1);
+        const M y = probeSolution<Cell>(rowsOf(op));
+        ForEachEntry(A_, [&](std::int32_t row, std::int32_t col, const Cell& value) {
+            // op(A)^H*y
+            if (op == TransposeMode::NotTransposed)
+                probe(col, 0) += roads::conjugate(value) * y(row, 0);
+            else
+                probe(row, 0) +=
+                    (op == TransposeMode::Transposed ? roads::conjugate(value) : value) * y(col, 0);
+        });
+        return probe;
+    }
+
+    static M columnOf(const Answer& found)
+    {
+        return AccessTo<Cell>::copyOf(found.x.data(), static_cast<std::int32_t>(found.x.size()), 1);
+    }
+
+    /// @param settled  whether all of them are
+    SystemAnswer<Cell> solveColumns(LeastSquares<Cell>& solver, const M& B, bool& settled)
+    {
+        SystemAnswer<Cell> answer;
+        std::vector<Cell> cells;
+        double residual = 0.0, normal = 0.0;
+        for (std::int32_t j = 0; j < B.Cols(); ++j) {
+            const Answer found = solver.solve(columnCells(B, j).data());
+            cells.insert(cells.end(), found.x.begin(), found.x.end());
+            residual = larger(residual, found.backwardError);
+            normal = larger(normal, found.consistent ? 0.0 : found.normalResidual);
+            answer.krylovSteps += found.iterations;
+            answer.refinementSteps = std::max(answer.refinementSteps, found.refinements);
+            answer.road = nameOf(found.method);
+            settled = settled && found.settled;
+            if (found.method != LeastSquaresMethod::Nothing && found.method != LeastSquaresMethod::Lsmr)
+                rank_ = solver.rank();
+        }
+        isDeficient_ = rank_ && rank_->deficient;
+        answer.residual = residual;
+        answer.normalResidual = normal;
+        answer.x = AccessTo<Cell>::copyOf(cells.data(), static_cast<std::int32_t>(cells.size()) / B.Cols(),
+                                          B.Cols());
+        return answer;
+    }
+
+    /// NaN where one of them is.
+    static double larger(double x, double y) { return x >= y || std::isnan(x) ? x : y; }
+
+    void judge(SystemAnswer<Cell>& answer, bool settled) const
+    {
+        const double error = worseError(*answer.probeError, answer.knownError);
+        answer.verdict = verdictOf(settled ? 0.0 : *answer.residual, error);
+        if (!allFinite(*answer.x)) answer.verdict = Verdict::Failed;
+        if (answer.verdict == Verdict::Accurate && isDeficient_) answer.verdict = Verdict::Degraded;
+        if (answer.verdict == Verdict::Accurate) return;
+        if (isDeficient_)
+            answer.reason = "rank-deficient: the shortest of many solutions";
+        else if (!settled)
+            answer.reason = "residual of the normal equations " + numberInWords(*answer.normalResidual);
+        else
+            answer.reason = "ill-conditioned";
+        if (answer.verdict == Verdict::Failed)
+            answer.complaint = "there is no good solution: " + answer.reason;
+    }
+
+    void finish(std::string_view step) const
+    {
+        if (options_.stepDone) options_.stepDone(step);
+    }
+
+    SystemOptions options_;
+    Sparse A_;
+    MatrixTraits traits_{};
+    std::array<std::optional<Sparse>, 3> turned_{};                ///< op(A), by op
+    std::array<std::unique_ptr<LeastSquares<Cell>>, 3> solvers_{}; ///< likewise
+    std::optional<LeastSquaresRank> rank_{};
+    bool isDeficient_ = false;
+    std::int32_t analyses_ = 0;
+    mutable std::mutex busy_{};
+};
+
+} // namespace
+
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> rectangularSession(SparseOf<Cell> A, SystemOptions options)
+{
+    return std::make_unique<RectangularRoads<Cell>>(std::move(A), std::move(options));
+}
+
+template std::unique_ptr<SystemSession<double>> rectangularSession<double>(SparseMatrix, SystemOptions);
+template std::unique_ptr<SystemSession<Complex>> rectangularSession<Complex>(CSparseMatrix, SystemOptions);
+
+} // namespace Velmar::Lintrix::detail
