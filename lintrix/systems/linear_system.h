@@ -34,8 +34,8 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::string reason{};                      ///< of a verdict other than Accurate, in a few words
     std::string complaint{};                   ///< of Failed, as the end of a sentence
 
-    /// Of a structurally singular matrix, in its rows and columns (from 0): which are empty, free, too many
-    /// or the same.
+    /// Of a singular matrix, in its rows and columns (from 0): which are empty, free, too many or the same;
+    /// where the values alone make it singular, which are linearly dependent.
     std::string faults{};
 
     /// The largest over the right-hand sides of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.

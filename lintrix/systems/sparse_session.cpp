@@ -2,10 +2,12 @@
 
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/roads/words.h>
+#include <lintrix/systems/structure/near_null.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 #include <lintrix/systems/structure/structural_faults.h>
 
@@ -181,6 +183,8 @@ private:
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
         SystemAnswer<Cell> answer = tell(*outcome);
+        if (outcome->isSolvedByAnother() && outcome->factor)
+            answer.faults = explainNullSpace(*outcome->factor);
         if (answer.x) judgeColumns(answer, request, *outcome);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
         best_ = std::move(*outcome);
@@ -200,6 +204,17 @@ private:
             best = runner_.run(best.attempt, Reach::Far, request);
         if (!exhausted_ || best.verdict() < *exhausted_) exhausted_ = best.verdict();
         return best;
+    }
+
+    /// Of a matrix that is singular to working precision, by the factor whose pivots were replaced.
+    std::string explainNullSpace(Factored<Cell>& factor) const
+    {
+        const MatrixView<Cell> view(matrix_.Matrix());
+        const std::int32_t n = matrix_.Size();
+        const std::string text = explain(findNearNull<Cell>(
+            mapOf(view), inverseBy(factor, n, TransposeMode::NotTransposed), infinityNorm(view)));
+        runner_.finish("check");
+        return text;
     }
 
     std::optional<Outcome<Cell>> withFactorAtHand(const Request<Cell>& request)

@@ -300,11 +300,26 @@ TEST(LinearSystem, SingularMatricesAreTold)
     numerical(1, 1) = 6.0;
     LinearSystem second(numerical);
     EXPECT_EQ(second.Factorize(), Verdict::Failed);
-    EXPECT_THAT(second.SolveKnown(blockOf<Matrix>(2, 1, 1)).reason, HasSubstr("singular"));
+    const auto dependent = second.SolveKnown(blockOf<Matrix>(2, 1, 1));
+    EXPECT_THAT(dependent.reason, HasSubstr("singular"));
+    EXPECT_THAT(dependent.faults, HasSubstr("singular to working precision"));
 
     numerical(1, 1) = 7.0; // and regular again
     second.Update(numerical);
     EXPECT_EQ(second.SolveKnown(blockOf<Matrix>(2, 1, 1)).verdict, Verdict::Accurate);
+}
+
+TEST(LinearSystem, DependentRowsAndColumnsAreNamed)
+{
+    SparseMatrix A = bandOf<double>(Kind::General, 60, 9);
+    for (std::int32_t j = 0; j < 60; ++j) { // row 20 becomes the sum of rows 7 and 41
+        const double sum = A.Item(7, j) + A.Item(41, j);
+        if (sum != 0.0 || A.Item(20, j) != 0.0) A(20, j) = sum;
+    }
+    const auto answer = LinearSystem(A).SolveKnown(blockOf<Matrix>(60, 1, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Failed);
+    EXPECT_THAT(answer.faults, HasSubstr("ows 7, 20 and 41")) << answer.faults;
+    EXPECT_THAT(answer.Explain(), HasSubstr(answer.faults));
 }
 
 TEST(LinearSystem, NumbersThatAreNoneAreNoSuccess)
