@@ -229,6 +229,8 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
     addThreads(*solve);
     CLI::Option* const json = solve->add_flag("--json", options.json, "Report on one line of JSON");
     noteDirect(solve, addDirect(solve, json, options.sparse), options);
+    solve->add_flag("--explain", options.explain, "Say in sentences what the report means, and what to do")
+        ->excludes(json);
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
     solve->footer(
         "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"

@@ -32,9 +32,12 @@ template <class Cell>
 std::string SystemAnswer<Cell>::Explain() const
 {
     std::string text;
-    addLine(text,
-            fmt::format("The solution is {}{}{}.", NameOf(verdict), reason.empty() ? "" : ": ", reason));
-    if (!faults.empty()) addLine(text, faults);
+    if (verdict == Verdict::Failed)
+        addLine(text, fmt::format("There is no good solution: {}.", reason));
+    else
+        addLine(text,
+                fmt::format("The solution is {}{}{}.", NameOf(verdict), reason.empty() ? "" : ": ", reason));
+    if (!faults.empty()) addLine(text, faults + " (They are counted from 0.)");
     if (residual)
         addLine(text, fmt::format("Its scaled residual is {}; rounding explains 1e-16 to {:.0e}.",
                                   numberInWords(*residual), kRoundingLevel));

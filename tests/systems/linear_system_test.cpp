@@ -287,7 +287,7 @@ TEST(LinearSystem, SingularMatricesAreTold)
     EXPECT_EQ(answer.verdict, Verdict::Failed);
     EXPECT_FALSE(answer.x);
     EXPECT_EQ(answer.reason, "structurally singular: 2 of 3 rows matched");
-    EXPECT_THAT(answer.Explain(), HasSubstr("failed: structurally singular"));
+    EXPECT_THAT(answer.Explain(), HasSubstr("There is no good solution: structurally singular"));
     EXPECT_THAT(answer.faults, HasSubstr("structural rank is 2 of 3"));
     EXPECT_THAT(answer.faults, ::testing::ContainsRegex("[Rr]ows 0 and 1"));
     EXPECT_THAT(answer.faults, ::testing::ContainsRegex("[Cc]olumn 1 is empty"));

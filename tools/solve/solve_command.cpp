@@ -114,8 +114,10 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
         report.factorBytes = static_cast<double>(sizeof(Cell)) * static_cast<double>(answer.factorEntries);
         if (answer.store == FactorStore::Files) report.coreMegabytes = answer.coreMegabytes;
     }
-    if (answer.verdict == Verdict::Failed) return {{}, answer.verdict, answer.complaint};
-    return {std::move(answer.x), answer.verdict, {}};
+    std::string explanation = answer.Explain();
+    if (answer.verdict == Verdict::Failed)
+        return {{}, answer.verdict, answer.complaint, std::move(explanation)};
+    return {std::move(answer.x), answer.verdict, {}, std::move(explanation)};
 }
 
 template Solution tell(SystemAnswer<double>&, SolveReport&);
@@ -139,7 +141,8 @@ int runSolve(const SolveOptions& options)
     if (out && solved) write(*solution.x, *out);
     report.seconds.finish("write");
 
-    writeReport(options.json ? asJson(report) : asText(report), options.out == kStandardOutput);
+    const std::string explanation = options.explain ? "\n" + solution.explanation : "";
+    writeReport(options.json ? asJson(report) : asText(report) + explanation, options.out == kStandardOutput);
     if (!solved) {
         tellUser(fmt::format("{}: {}", report.matrix, solution.complaint));
         return 1;

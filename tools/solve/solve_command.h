@@ -14,6 +14,7 @@ struct SolveOptions {
     std::string out; ///< empty: the solution is not kept; "-" is standard output, the report then goes to
                      ///< standard error
     bool json = false;
+    bool explain = false;                   ///< what the report says, in sentences, below it
     bool dense = false;                     ///< also for a square coordinate file
     SparseOptions sparse;                   ///< of the direct solver
     std::vector<std::string> directOptions; ///< those of the direct solver that were given

@@ -23,7 +23,8 @@ struct SystemFiles {
 struct Solution {
     std::optional<std::variant<Matrix, CMatrix>> x; ///< n x nrhs, where there is one to keep
     Verdict verdict = Verdict::Failed;
-    std::string complaint; ///< of a failed one, in words
+    std::string complaint;   ///< of a failed one, in words
+    std::string explanation; ///< for people, in a few lines
 };
 
 /// The answer of a system in the command's words: figures to the report, and what is to be kept.

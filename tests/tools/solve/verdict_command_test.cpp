@@ -127,6 +127,29 @@ TEST(VerdictCommand, AStructurallySingularMatrixHasNoSolution)
     expectStructurallySingular(conditions.Assemble(), "3000 of 3007");
 }
 
+TEST(VerdictCommand, ExplainsItselfOnRequest)
+{
+    const Scratch scratch;
+    const std::string regular = scratch.file("a.mtx", "%%MatrixMarket matrix coordinate real general\n"
+                                                      "2 2 3\n1 1 2\n2 2 3\n1 2 1\n");
+    const Outcome solved = run({"solve", regular, "--explain"});
+    EXPECT_EQ(solved.exitCode, 0);
+    EXPECT_EQ(solved.err, "");
+    EXPECT_THAT(solved.out, HasSubstr("status"));
+    EXPECT_THAT(solved.out, HasSubstr("\n\nThe solution is accurate.\n"));
+    EXPECT_THAT(solved.out, HasSubstr("\nAdvice: nothing has to be done.\n"));
+    EXPECT_EQ(run({"solve", regular}).out.find("Advice"), std::string::npos);
+
+    const std::string singular = scratch.file("b.mtx", "%%MatrixMarket matrix coordinate real general\n"
+                                                       "3 3 4\n1 1 1\n2 1 1\n3 1 1\n3 3 1\n");
+    const Outcome failed = run({"solve", singular, "--explain"});
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_THAT(failed.out,
+                HasSubstr("There is no good solution: structurally singular: 2 of 3 rows matched."));
+    EXPECT_THAT(failed.out, HasSubstr("olumn 1 is empty"));
+    EXPECT_EQ(run({"solve", regular, "--explain", "--json"}).exitCode, 2);
+}
+
 TEST(VerdictCommand, ASolutionWithoutACorrectDigitIsNone)
 {
     // A complex chain whose rows add up to zero: LU along the diagonal meets no small pivot before the last.
