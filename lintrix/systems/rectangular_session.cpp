@@ -98,7 +98,7 @@ private:
     {
         const RowLists<Cell> lists = listRows<Cell>(A_.Cols(), [&](auto take) {
             ForEachEntry(A_, [&](std::int32_t row, std::int32_t col, const Cell& value) {
-                take(col, row, op == TransposeMode::ConjugateTransposed ? roads::conjugate(value) : value);
+                take(col, row, op == TransposeMode::ConjugateTransposed ? conjugate(value) : value);
             });
         });
         Sparse turned(lists.values, lists.starts, lists.columns);
@@ -123,10 +123,9 @@ private:
         ForEachEntry(A_, [&](std::int32_t row, std::int32_t col, const Cell& value) {
             // op(A)^H*y
             if (op == TransposeMode::NotTransposed)
-                probe(col, 0) += roads::conjugate(value) * y(row, 0);
+                probe(col, 0) += conjugate(value) * y(row, 0);
             else
-                probe(row, 0) +=
-                    (op == TransposeMode::Transposed ? roads::conjugate(value) : value) * y(col, 0);
+                probe(row, 0) += (op == TransposeMode::Transposed ? conjugate(value) : value) * y(col, 0);
         });
         return probe;
     }

@@ -15,6 +15,7 @@ namespace Velmar::Lintrix {
 namespace {
 
 using namespace detail::roads;
+using detail::conjugate;
 
 template <class Matrix>
 using CellOf = std::decay_t<decltype(std::declval<const Matrix&>().Item(0, 0))>;

@@ -52,23 +52,6 @@ auto columnCells(Block& block, std::int32_t j)
     return cellsOf(block).subspan(rows * static_cast<std::size_t>(j), rows);
 }
 
-/// Copies all of `source` to the columns of `target` from column j on; the row counts agree.
-template <class Block>
-void copyColumns(const Block& source, Block& target, std::int32_t j)
-{
-    const auto before = static_cast<std::size_t>(target.Rows()) * static_cast<std::size_t>(j);
-    std::ranges::copy(cellsOf(source), cellsOf(target).subspan(before).begin());
-}
-
-/// Column j, Rows() x 1.
-template <class Block>
-Block columnOf(const Block& block, std::int32_t j)
-{
-    Block column(block.Rows(), 1);
-    std::ranges::copy(columnCells(block, j), cellsOf(column).begin());
-    return column;
-}
-
 /// All ones, or any other constant.
 template <class Block = Matrix>
 Block filledWith(double value, std::int32_t rows, std::int32_t cols)
@@ -76,15 +59,6 @@ Block filledWith(double value, std::int32_t rows, std::int32_t cols)
     Block block(rows, cols);
     std::ranges::fill(cellsOf(block), value);
     return block;
-}
-
-/// B - A*X.
-template <class Cell>
-Columns<Cell> residualOf(const SparseRows<Cell>& A, const Columns<Cell>& X, const Columns<Cell>& B)
-{
-    Columns<Cell> R(B);
-    SparseRows<Cell>::Multiply(-1.0, TransposeMode::NotTransposed, A, X, 1.0, R);
-    return R;
 }
 
 } // namespace Velmar::Lintrix::tools

@@ -3,6 +3,7 @@
 /// A sparse rectangular matrix as the least squares solvers see it: always tall, and stored both ways.
 
 #include <lintrix/services/export.h>
+#include <lintrix/systems/cells.h>
 #include <lintrix/systems/linear_map.h>
 
 #include <complex>
@@ -21,15 +22,6 @@ struct RowsView {
 
     std::int64_t entries() const noexcept { return rows > 0 ? std::int64_t{ia[rows]} - ia[0] : 0; }
 };
-
-template <class Cell>
-Cell conjugate(const Cell& x)
-{
-    if constexpr (std::is_same_v<Cell, double>)
-        return x;
-    else
-        return std::conj(x);
-}
 
 /// M with p rows and q <= p columns: A itself where it is tall or square, else A^H. Its rows and those of M^H
 /// are at hand, so that both products run along rows and on all threads.

@@ -3,6 +3,7 @@
 /// LU with exchanges of rows, in dense storage and without the engine.
 
 #include <lintrix/foundation/block.h>
+#include <lintrix/services/export.h>
 #include <lintrix/systems/roads/factored.h>
 
 namespace Velmar::Lintrix::detail::roads {
@@ -11,7 +12,7 @@ namespace Velmar::Lintrix::detail::roads {
 /// (R. D. Skeel, "Iterative refinement implies numerical stability for Gaussian elimination", Math. Comp. 35
 /// (1980)). The same factors serve op(A), so that no op meets a zero pivot which the others do not.
 template <class Cell>
-class DenseFactor final : public Factored<Cell> {
+class LINTRIX_TESTABLE DenseFactor final : public Factored<Cell> {
 public:
     /// `A` must outlive the factor. @throws NotEnoughMemoryException
     explicit DenseFactor(const SparseOf<Cell>& A);

@@ -17,16 +17,6 @@ double largestMagnitude(Cells cells)
     return largest;
 }
 
-bool isFinite(double value)
-{
-    return std::isfinite(value);
-}
-
-bool isFinite(Complex value)
-{
-    return std::isfinite(value.real()) && std::isfinite(value.imag());
-}
-
 template <class Cells>
 bool areFinite(Cells cells)
 {

@@ -7,6 +7,7 @@
 #include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/entries.h>
 #include <lintrix/sparse/sparse_matrix.h>
+#include <lintrix/systems/cells.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -14,15 +15,6 @@
 #include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
-
-inline double conjugate(double value)
-{
-    return value;
-}
-inline Complex conjugate(Complex value)
-{
-    return std::conj(value);
-}
 
 /// Whether the upper triangle is all that is stored of the full matrix.
 inline bool isTriangle(const SparseMatrix& matrix)

@@ -1,10 +1,9 @@
 #include <lintrix/systems/structure/column_block.h>
 
-#include <lintrix/systems/structure/cells.h>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <lintrix/systems/cells.h>
 #include <utility>
 
 namespace Velmar::Lintrix::detail {

@@ -1,7 +1,7 @@
 #include <lintrix/systems/structure/near_null.h>
 
 #include <lintrix/services/lapack.h>
-#include <lintrix/systems/structure/cells.h>
+#include <lintrix/systems/cells.h>
 #include <lintrix/systems/structure/index_text.h>
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include <lintrix/systems/structure/structural_faults.h>
 
-#include <lintrix/systems/structure/cells.h>
+#include <lintrix/systems/cells.h>
 #include <lintrix/systems/structure/dulmage_mendelsohn.h>
 #include <lintrix/systems/structure/index_text.h>
 #include <lintrix/systems/structure/proportionality.h>

@@ -80,13 +80,8 @@ TEST(RequireRoomBeside, AllColumnsAndTheSolutionsMustFit)
               "a.mtx:7: 9 right-hand sides of a 10 x 40 matrix do not fit into memory");
 }
 
-TEST(Columns, AreCopiedOutAndIn)
+TEST(Columns, AreFilled)
 {
-    const Matrix A{{1, 2, 3}, {4, 5, 6}};
-    EXPECT_TRUE(identical(columnOf(A, 1), Matrix{{2}, {5}}));
-    Matrix target(2, 4);
-    copyColumns(A, target, 1);
-    EXPECT_TRUE(identical(target, Matrix{{0, 1, 2, 3}, {0, 4, 5, 6}}));
     EXPECT_TRUE(identical(filledWith(2.5, 2, 2), Matrix{{2.5, 2.5}, {2.5, 2.5}}));
 }
 

@@ -21,6 +21,13 @@ using namespace tools;
 using ::testing::ElementsAre;
 using ::testing::MatchesRegex;
 
+Matrix columnOf(const Matrix& A, std::int32_t j)
+{
+    Matrix column(A.Rows(), 1);
+    for (std::int32_t i = 0; i < A.Rows(); ++i) column(i, 0) = A(i, j);
+    return column;
+}
+
 const std::string kCoordinate = "%%MatrixMarket matrix coordinate real general\n";
 const std::string kArray = "%%MatrixMarket matrix array real general\n";
 
