@@ -110,8 +110,10 @@ enum class SystemChange {
 /// `Update` brings other values or another pattern and repeats no more than it must.
 ///
 /// **Failures** are told by the verdict as long as they are the matrix's. Raised are the caller's and the
-/// system's: sizes, memory, files. After any of them the object can be used again. One factor may be solved
-/// with by several threads: they take turns.
+/// system's: sizes, memory, files. After any of them the object can be used again.
+///
+/// **Threads.** Several may call the same object. Once a sparse factor in memory serves, they solve at the
+/// same time; else they take turns.
 template <class Cell>
 class LINTRIX_EXPORT LinearSystem {
 public:

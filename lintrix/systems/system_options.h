@@ -68,7 +68,8 @@ struct SystemOptions {
     };
     /// Is told when a factor goes to files unasked: the bytes that it needs, and those that are left.
     std::function<void(double needed, double left)> goesToFiles{};
-    /// Is told the name of each step when it has ended: analyse, factorize, solve, check.
+    /// Is told the name of each step when it has ended: analyse, factorize, solve, check. By several threads
+    /// at once where these solve together.
     std::function<void(std::string_view step)> stepDone{};
 };
 

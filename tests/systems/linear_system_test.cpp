@@ -5,9 +5,15 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <complex>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
 #include <random>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -563,6 +569,61 @@ TEST(LinearSystem, ManyThreadsMaySolveWithOneFactor)
     for (std::thread& thread : threads) thread.join();
     EXPECT_THAT(wrong, ::testing::Each(0));
     EXPECT_EQ(system.Factorizations(), 1);
+}
+
+/// Lets each thread wait at the end of its step until another one is there, too.
+class Meeting {
+public:
+    /// Whether somebody came in time.
+    bool attend()
+    {
+        std::unique_lock lock(busy_);
+        ++present_;
+        changed_.notify_all();
+        return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return present_ >= 2; });
+    }
+
+private:
+    std::mutex busy_;
+    std::condition_variable changed_;
+    int present_ = 0;
+};
+
+template <class Cell>
+void expectThatThreadsMeet(LinearSystem<Cell>& system, std::function<void()>& atSolve, std::int32_t n)
+{
+    using M = typename LinearSystem<Cell>::M;
+    ASSERT_EQ(system.Factorize(), Verdict::Accurate);
+    Meeting meeting;
+    std::atomic<int> alone = 0;
+    atSolve = [&] { alone += meeting.attend() ? 0 : 1; };
+    std::vector<std::jthread> threads;
+    for (std::uint64_t t = 0; t < 2; ++t)
+        threads.emplace_back([&system, n, t] {
+            const M known = blockOf<M>(n, 2, t);
+            const auto answer = system.SolveKnown(known, TransposeMode::Transposed);
+            EXPECT_EQ(answer.verdict, Verdict::Accurate);
+            EXPECT_LT(answer.knownError.value(), 1e-10);
+        });
+    threads.clear();
+    EXPECT_EQ(alone, 0);
+}
+
+TEST(LinearSystem, ThreadsSolveAtTheSameTimeWithOneFactor)
+{
+    std::function<void()> atSolve = [] {};
+    SystemOptions options;
+    options.stepDone = [&](std::string_view step) {
+        if (step == "solve") atSolve();
+    };
+    for (const Kind kind : {Kind::Positive, Kind::General}) {
+        atSolve = [] {};
+        LinearSystem system(bandOf<double>(kind, 60, 6), options);
+        expectThatThreadsMeet(system, atSolve, 60);
+    }
+    atSolve = [] {};
+    LinearSystem system(bandOf<Complex>(Kind::General, 60, 6), options);
+    expectThatThreadsMeet(system, atSolve, 60);
 }
 
 TEST(LinearSystem, IsMovedWithItsFactor)

@@ -35,6 +35,8 @@ struct LINTRIX_TESTABLE Outcome {
 
     Verdict verdict() const;
     Ending ending() const;
+    /// The road without solution and factor, for a solve beside it.
+    Outcome road() const;
     /// Something else than the probe solves its system to rounding level: A is singular to working precision.
     bool isSolvedByAnother() const;
     /// "ROAD: why it was left", with the order of one that was repeated.

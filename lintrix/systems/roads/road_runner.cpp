@@ -66,7 +66,7 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
 }
 
 template <class Cell>
-Outcome<Cell> RoadRunner<Cell>::again(Outcome<Cell> before, const Request<Cell>& request)
+Outcome<Cell> RoadRunner<Cell>::again(Outcome<Cell> before, const Request<Cell>& request) const
 {
     forget(before);
     solve(request, before);
@@ -198,7 +198,7 @@ try {
 }
 
 template <class Cell>
-void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcome)
+void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcome) const
 {
     MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
     outcome.engine = outcome.factor->solve(request.B, X, request.op, options_.engine.refine);
@@ -213,7 +213,7 @@ void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcom
 
 /// Keeps what is better. Dense factors have had their step.
 template <class Cell>
-void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome)
+void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome) const
 {
     if (outcome.attempt.road == Road::Dense) return;
     MatrixOf<Cell> refined(request.B.Rows(), request.B.Cols());
