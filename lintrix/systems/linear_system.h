@@ -55,7 +55,9 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::optional<FillInReducingMethod> ordering{}; ///< none of a dense factor, or where there is none
     std::vector<std::string> tried{};               ///< "ROAD: why it was left", of the other roads
     std::int32_t perturbedPivots = 0, refinementSteps = 0;
-    std::int32_t krylovSteps = 0;   ///< of GMRES, where it made good for replaced pivots
+    /// Of GMRES, where it made good for replaced pivots or for a factor of earlier values.
+    std::int32_t krylovSteps = 0;
+    bool reusedFactor = false;      ///< that of earlier values, as a preconditioner
     std::int64_t factorEntries = 0; ///< of L and U together
     FactorStore store = FactorStore::Memory;
     int coreMegabytes = 0; ///< that are used beside a factor in files

@@ -263,6 +263,11 @@ private:
         if (!before || !before->taken) return std::nullopt;
         if (isOld) {
             left_.clear();
+            if (before->factor && options_.reuseFactor) {
+                before = runner_.precondition(std::move(*before), request);
+                isFactorOld_ = before->x && before->verdict() == Verdict::Accurate;
+                if (isFactorOld_) return before;
+            }
             if (before->factor) return runner_.refactorize(std::move(*before), request);
             return std::nullopt;
         }
@@ -293,11 +298,12 @@ private:
             answer.complaint = complaintOf(answer.reason);
     }
 
-    /// Solves with a factor in files read all of it each time, and what has failed needs no bound.
+    /// Solves with a factor in files read all of it each time, what has failed needs no bound, and a factor
+    /// of other values tells none.
     std::int32_t boundsFor(const Outcome<Cell>& outcome) const
     {
         const bool pays = outcome.store == FactorStore::Memory && outcome.verdict() != Verdict::Failed;
-        return pays ? options_.errorBounds : 0;
+        return pays && !outcome.reusedFactor ? options_.errorBounds : 0;
     }
 
     static std::string reasonOf(const ColumnQuality& column)
@@ -318,6 +324,7 @@ private:
                                   .perturbedPivots = outcome.perturbed,
                                   .refinementSteps = outcome.steps,
                                   .krylovSteps = outcome.krylovSteps,
+                                  .reusedFactor = outcome.reusedFactor,
                                   .factorEntries = outcome.factorEntries,
                                   .store = outcome.store,
                                   .coreMegabytes = runner_.coreMegabytes()};

@@ -243,6 +243,65 @@ TEST(LinearSystem, OfAMatrixThatHasChangedNoMoreIsRepeatedThanMustBe)
     expectSolves(other, system.Solve(shorter).x.value(), shorter, kPlain);
 }
 
+/// Convection and diffusion on a cube, with coefficients between 1 and 1 + spread.
+SparseMatrix cubeOf(std::int32_t side, double spread, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    std::uniform_real_distribution<double> coefficient(1.0, 1.0 + spread);
+    const std::int32_t n = side * side * side;
+    SparseMatrix A(n, n);
+    for (std::int32_t i = 0; i < n; ++i) {
+        A(i, i) = 6.5 * (1.0 + spread);
+        for (const std::int32_t step : {1, side, side * side}) {
+            const bool isEdge = i / step % side + 1 == side;
+            if (isEdge) continue;
+            A(i, i + step) = -0.8 * coefficient(generator);
+            A(i + step, i) = -1.2 * coefficient(generator);
+        }
+    }
+    return A;
+}
+
+TEST(LinearSystem, TheFactorOfEarlierValuesPreconditionsWhereThatIsAskedForAndPays)
+{
+    const std::int32_t n = 16 * 16 * 16;
+    const Matrix known = blockOf<Matrix>(n, 1, 1);
+    LinearSystem system(cubeOf(16, 0.0, 1), {.reuseFactor = true});
+    system.Factorize();
+    for (const TransposeMode op : {kPlain, kTransposed}) {
+        ASSERT_EQ(system.Update(cubeOf(16, 1e-9, op == kPlain ? 2 : 3)), SystemChange::Values);
+        for (int solve = 0; solve < 2; ++solve) {
+            const auto answer = system.SolveKnown(known, op);
+            EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+            EXPECT_LT(answer.knownError.value(), 1e-12);
+            EXPECT_TRUE(answer.reusedFactor);
+            EXPECT_GT(answer.krylovSteps, 0);
+            EXPECT_FALSE(answer.columns.at(0).errorBound) << "the factor tells nothing of these values";
+            EXPECT_THAT(answer.Explain(), HasSubstr("factor of earlier values"));
+        }
+    }
+    EXPECT_EQ(system.Factorizations(), 1);
+
+    ASSERT_EQ(system.Update(cubeOf(16, 3.0, 4)), SystemChange::Values);
+    const auto answer = system.SolveKnown(known);
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << "by a factor of its own";
+    EXPECT_FALSE(answer.reusedFactor);
+    EXPECT_TRUE(answer.columns.at(0).errorBound);
+    EXPECT_EQ(system.Factorizations(), 2);
+    EXPECT_EQ(system.Analyses(), 1);
+}
+
+TEST(LinearSystem, AFactorIsMadeAnewWhereThatCostsLessThanToReuseIt)
+{
+    LinearSystem system(bandOf<double>(Kind::General, 60, 4), {.reuseFactor = true});
+    system.Factorize();
+    SparseMatrix A = bandOf<double>(Kind::General, 60, 4);
+    A(3, 3) *= 1.0 + 1e-6;
+    ASSERT_EQ(system.Update(A), SystemChange::Values);
+    EXPECT_FALSE(system.SolveKnown(blockOf<Matrix>(60, 1, 1)).reusedFactor);
+    EXPECT_EQ(system.Factorizations(), 2);
+}
+
 // The old factor's order and scaling may not suit the new values.
 TEST(LinearSystem, ValuesThatChangeByOrdersOfMagnitudeAreSolvedAccurately)
 {

@@ -30,6 +30,7 @@ struct LINTRIX_TESTABLE Outcome {
     int leastMegabytes = 0; ///< of memory beside a factor in files
     std::string fault{};    ///< of the files of the factor, in words
     Reach reach = Reach::Near;
+    bool reusedFactor = false;                ///< of earlier values, as a preconditioner
     bool taken = false;                       ///< else only its cost is known
     std::unique_ptr<Factored<Cell>> factor{}; ///< as long as no other road is taken
 

@@ -48,6 +48,10 @@ public:
     /// hand.
     Outcome<Cell> refactorize(Outcome<Cell> before, const Request<Cell>& request);
 
+    /// With the factor of `before`, which is one of earlier values, as a preconditioner of GMRES. Where that
+    /// would cost more than half a factorization, there is no solution.
+    Outcome<Cell> precondition(Outcome<Cell> before, const Request<Cell>& request) const;
+
     /// GMRES on the columns of a solution whose factor has replaced pivots; keeps what is better.
     void repair(const Request<Cell>& request, Outcome<Cell>& outcome);
 
@@ -77,6 +81,8 @@ private:
     void takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void solve(const Request<Cell>& request, Outcome<Cell>& outcome) const;
     void refine(const Request<Cell>& request, Outcome<Cell>& outcome) const;
+    std::int32_t iterate(const Request<Cell>& request, Factored<Cell>& factor, MatrixOf<Cell>& X,
+                         std::int32_t most) const;
     ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
 
     void usePlace(double left);
