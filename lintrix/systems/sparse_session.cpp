@@ -3,6 +3,7 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/roads/column_units.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/sparse_rows.h>
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <mutex>
 #include <span>
 #include <utility>
@@ -92,10 +94,16 @@ public:
     {
         const std::lock_guard turn(busy_);
         if (isStructurallySingular()) return structurallySingular();
-        const M solutions = withProbe(known);
+        const M solutions = withProbe(known, op);
         const M products = productOf<Cell>(matrix_.Matrix(), solutions, op);
-        const M B = given ? beside(*given, products) : products;
-        return settle({B, solutions, op});
+        if (!given) return settle({products, solutions, op});
+        const ColumnUnits<Cell> units(*given);
+        M own(*given);
+        units.divide(own);
+        const M B = beside(own, products);
+        SystemAnswer<Cell> answer = settle({B, solutions, op});
+        if (answer.x) backInUnits(units, answer);
+        return answer;
     }
 
     SystemChange update(const Sparse& A) override
@@ -153,9 +161,9 @@ private:
         return "there is no good solution: " + reason;
     }
 
-    M withProbe(const M* known) const
+    M withProbe(const M* known, TransposeMode op) const
     {
-        const M probe = probeSolution<Cell>(matrix_.Size());
+        const M probe = probeSolution<Cell>(MatrixView<Cell>(matrix_.Matrix()), op);
         return known ? beside(*known, probe) : probe;
     }
 
@@ -191,6 +199,17 @@ private:
         if (spoilt)
             best_ = Outcome<Cell>{.attempt = *served, .taken = true}; // the right-hand side is to blame
         return answer;
+    }
+
+    static void backInUnits(const ColumnUnits<Cell>& units, SystemAnswer<Cell>& answer)
+    {
+        units.multiply(*answer.x);
+        const std::string_view reason = units.judgeAnew(*answer.x, answer.columns);
+        if (!units.allFinite()) answer.residual = std::numeric_limits<double>::quiet_NaN();
+        if (reason.empty()) return;
+        answer.verdict = worstOf(answer.columns);
+        answer.reason = reason;
+        if (answer.verdict == Verdict::Failed) answer.complaint = complaintOf(answer.reason);
     }
 
     /// The best of all roads, with its factor where that can be made better or be asked for bounds.
@@ -242,8 +261,8 @@ private:
         M B(request.B);
         B.Cols(answer.x->Cols());
         answer.columns =
-            qualityOfColumns<Cell>(matrix_.Matrix(), request.op, B, *answer.x, outcome.factor.get(),
-                                   boundsFor(outcome), outcome.quality->probeError);
+            qualityOfColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, B, *answer.x,
+                                   outcome.factor.get(), boundsFor(outcome), outcome.quality->probeError);
         runner_.finish("check");
         for (const ColumnQuality& column : answer.columns) {
             if (column.verdict <= answer.verdict) continue;
@@ -265,6 +284,7 @@ private:
     {
         if (!(column.backwardError <= kRoundingLevel))
             return "scaled residual " + numberInWords(column.backwardError);
+        if (!column.errorBound) return "ill-conditioned";
         return std::isfinite(*column.errorBound)
                    ? fmt::format("ill-conditioned, error up to {}", numberInWords(*column.errorBound))
                    : "the error cannot be bounded";
