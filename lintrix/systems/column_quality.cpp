@@ -3,14 +3,17 @@
 #include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/forward_bound.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/quality.h>
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <numeric>
+#include <span>
 
 namespace Velmar::Lintrix::detail {
 
@@ -68,12 +71,40 @@ bool isZero(Cells cells)
 }
 
 /// A bound that could not be had takes the best verdict away, and no more: the probe has been measured.
-Verdict verdictOf(const ColumnQuality& column, double probeError)
+Verdict verdictOf(const ColumnQuality& column, double probeError, std::optional<double> ownError)
 {
-    if (!column.errorBound) return roads::verdictOf(column.backwardError, probeError);
-    if (!std::isfinite(*column.errorBound))
-        return std::max(roads::verdictOf(column.backwardError, probeError), Verdict::Degraded);
-    return roads::verdictOf(column.backwardError, worseError(probeError, column.errorBound));
+    const Verdict byProbe = roads::verdictOf(column.backwardError, probeError);
+    if (!ownError) return byProbe;
+    if (!std::isfinite(*ownError)) return std::max(byProbe, Verdict::Degraded);
+    return roads::verdictOf(column.backwardError, worseError(probeError, ownError));
+}
+
+/// ||op(A)^-1 * r||/||x|| of each of some columns, by the factor.
+template <class Cell>
+std::vector<double> errorEstimates(Factored<Cell>& factor, std::int32_t n, TransposeMode op,
+                                   std::span<const std::size_t> which, const Cell* x, const Cell* r)
+{
+    const auto rows = static_cast<std::size_t>(n);
+    if (which.empty()) return {};
+    std::vector<Cell> residuals, corrections(rows * which.size());
+    for (const std::size_t j : which) residuals.insert(residuals.end(), r + rows * j, r + rows * (j + 1));
+    solveRaw(factor, n, op, static_cast<std::int32_t>(which.size()), residuals.data(), corrections.data());
+    std::vector<double> estimates;
+    for (std::size_t k = 0; k < which.size(); ++k) {
+        const double correction = largestModulus(corrections.data() + rows * k, n);
+        estimates.push_back(correction == 0.0 ? 0.0 : correction / largestModulus(x + rows * which[k], n));
+    }
+    return estimates;
+}
+
+template <class Cell>
+double errorBound(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
+                  std::span<const Cell> b, std::span<const Cell> x, const Cell* r)
+{
+    if (isZero(x) && isZero(b)) return 0.0; // exact, and there is no size to divide by
+    return forwardErrorBounds(A, op, inverseBy(factor, A.rows(), op), 1, b.data(), x.data(), r,
+                              ResidualPrecision::Twice, kQuick)
+        .front();
 }
 
 } // namespace
@@ -95,43 +126,56 @@ LinearMap<Cell> inverseBy(Factored<Cell>& factor, std::int32_t size, TransposeMo
 }
 
 template <class Cell>
-std::vector<ColumnQuality> qualityOfColumns(const SparseOf<Cell>& A, TransposeMode op,
+std::vector<ColumnQuality> qualityOfColumns(const MatrixView<Cell>& A, TransposeMode op,
                                             const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,
                                             Factored<Cell>* factor, std::int32_t bounds, double probeError)
 {
-    const MatrixView<Cell> view(A);
     const auto b = cellsOf(B), x = cellsOf(X);
     std::vector<Cell> r(x.size());
-    residualInTwicePrecision(view, op, X.Cols(), b.data(), x.data(), static_cast<const Cell*>(nullptr),
+    residualInTwicePrecision(A, op, X.Cols(), b.data(), x.data(), static_cast<const Cell*>(nullptr),
                              r.data());
     const std::vector<BackwardError> errors =
-        backwardErrors(view, op, X.Cols(), b.data(), x.data(), static_cast<const Cell*>(r.data()));
+        backwardErrors(A, op, X.Cols(), b.data(), x.data(), static_cast<const Cell*>(r.data()));
+    const std::vector<std::size_t> order = worstFirst(errors);
+    const std::size_t bounded = factor ? std::min<std::size_t>(std::max(bounds, 0), order.size()) : 0;
     std::vector<ColumnQuality> columns(errors.size());
-    const auto n = static_cast<std::size_t>(A.Rows());
-    for (std::size_t k = 0; const std::size_t j : worstFirst(errors)) {
+    const auto n = static_cast<std::size_t>(A.rows());
+    for (std::size_t k = 0; k < order.size(); ++k) {
+        const std::size_t j = order[k];
         columns[j].backwardError = errors[j].normwise;
         columns[j].componentwiseError = errors[j].componentwise;
-        if (!factor || k++ >= static_cast<std::size_t>(bounds)) continue;
-        if (isZero(x.subspan(n * j, n)) && isZero(b.subspan(n * j, n))) {
-            columns[j].errorBound = 0.0; // exact, and there is no size to divide by
-            continue;
-        }
-        columns[j].errorBound =
-            forwardErrorBounds(view, op, inverseBy(*factor, A.Rows(), op), 1, b.data() + n * j,
-                               x.data() + n * j, static_cast<const Cell*>(r.data() + n * j),
-                               ResidualPrecision::Twice, kQuick)
-                .front();
+        if (k < bounded)
+            columns[j].errorBound = errorBound(A, op, *factor, b.subspan(n * j, n), x.subspan(n * j, n),
+                                               static_cast<const Cell*>(r.data() + n * j));
+        columns[j].verdict = verdictOf(columns[j], probeError, columns[j].errorBound);
     }
-    for (ColumnQuality& column : columns) column.verdict = verdictOf(column, probeError);
+    if (bounded == 0) return columns;
+    std::vector<std::size_t> others;
+    std::ranges::copy_if(order, std::back_inserter(others), [&columns](std::size_t j) {
+        return !columns[j].errorBound || !std::isfinite(*columns[j].errorBound);
+    });
+    const std::vector<double> estimates =
+        errorEstimates<Cell>(*factor, A.rows(), op, others, x.data(), r.data());
+    for (std::size_t k = 0; k < others.size(); ++k) {
+        ColumnQuality& column = columns[others[k]];
+        column.verdict = std::max(column.verdict, verdictOf(column, probeError, estimates[k]));
+    }
     return columns;
+}
+
+Verdict worstOf(const std::vector<ColumnQuality>& columns)
+{
+    Verdict worst = Verdict::Accurate;
+    for (const ColumnQuality& column : columns) worst = std::max(worst, column.verdict);
+    return worst;
 }
 
 template LinearMap<double> inverseBy(Factored<double>&, std::int32_t, TransposeMode);
 template LinearMap<Complex> inverseBy(Factored<Complex>&, std::int32_t, TransposeMode);
-template std::vector<ColumnQuality> qualityOfColumns<double>(const SparseMatrix&, TransposeMode,
+template std::vector<ColumnQuality> qualityOfColumns<double>(const MatrixView<double>&, TransposeMode,
                                                              const Matrix&, const Matrix&, Factored<double>*,
                                                              std::int32_t, double);
-template std::vector<ColumnQuality> qualityOfColumns<Complex>(const CSparseMatrix&, TransposeMode,
+template std::vector<ColumnQuality> qualityOfColumns<Complex>(const MatrixView<Complex>&, TransposeMode,
                                                               const CMatrix&, const CMatrix&,
                                                               Factored<Complex>*, std::int32_t, double);
 

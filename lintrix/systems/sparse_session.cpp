@@ -3,6 +3,7 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/roads/column_units.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/solver_pool.h>
@@ -16,6 +17,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <mutex>
 #include <shared_mutex>
 #include <span>
@@ -92,13 +94,13 @@ public:
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
-        if (std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op))
-            return *std::move(answer);
-        const std::lock_guard turn(busy_);
-        if (isStructurallySingular()) return structurallySingular();
-        const Columns columns = columnsOf(given, known, op);
-        others_.clear();
-        return settle({columns.B, columns.known, op});
+        if (!given) return solveColumns(given, known, op);
+        const ColumnUnits<Cell> units(*given);
+        M own(*given);
+        units.divide(own);
+        SystemAnswer<Cell> answer = solveColumns(&own, known, op);
+        if (answer.x) backInUnits(units, answer);
+        return answer;
     }
 
     SystemChange update(const Sparse& A) override
@@ -130,13 +132,24 @@ public:
     }
 
 private:
+    SystemAnswer<Cell> solveColumns(const M* given, const M* known, TransposeMode op)
+    {
+        if (std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op))
+            return *std::move(answer);
+        const std::lock_guard turn(busy_);
+        if (isStructurallySingular()) return structurallySingular();
+        const Columns columns = columnsOf(given, known, op);
+        others_.clear();
+        return settle({columns.B, columns.known, op});
+    }
+
     /// Right-hand sides and known solutions, the probe last.
     struct Columns {
         M B, known;
     };
     Columns columnsOf(const M* given, const M* known, TransposeMode op) const
     {
-        M solutions = withProbe(known);
+        M solutions = withProbe(known, op);
         M products = productOf<Cell>(matrix_.Matrix(), solutions, op);
         return {given ? beside(*given, products) : std::move(products), std::move(solutions)};
     }
@@ -187,9 +200,9 @@ private:
         return "there is no good solution: " + reason;
     }
 
-    M withProbe(const M* known) const
+    M withProbe(const M* known, TransposeMode op) const
     {
-        const M probe = probeSolution<Cell>(matrix_.Size());
+        const M probe = probeSolution<Cell>(MatrixView<Cell>(matrix_.Matrix()), op);
         return known ? beside(*known, probe) : probe;
     }
 
@@ -230,6 +243,17 @@ private:
         if (outcome.isSolvedByAnother() && outcome.factor) answer.faults = explainNullSpace(*outcome.factor);
         if (answer.x) judgeColumns(answer, request, outcome);
         return answer;
+    }
+
+    static void backInUnits(const ColumnUnits<Cell>& units, SystemAnswer<Cell>& answer)
+    {
+        units.multiply(*answer.x);
+        const std::string_view reason = units.judgeAnew(*answer.x, answer.columns);
+        if (!units.allFinite()) answer.residual = std::numeric_limits<double>::quiet_NaN();
+        if (reason.empty()) return;
+        answer.verdict = worstOf(answer.columns);
+        answer.reason = reason;
+        if (answer.verdict == Verdict::Failed) answer.complaint = complaintOf(answer.reason);
     }
 
     /// The best of all roads, with its factor where that can be made better or be asked for bounds.
@@ -286,8 +310,8 @@ private:
         M B(request.B);
         B.Cols(answer.x->Cols());
         answer.columns =
-            qualityOfColumns<Cell>(matrix_.Matrix(), request.op, B, *answer.x, outcome.factor.get(),
-                                   boundsFor(outcome), outcome.quality->probeError);
+            qualityOfColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, B, *answer.x,
+                                   outcome.factor.get(), boundsFor(outcome), outcome.quality->probeError);
         runner_.finish("check");
         for (const ColumnQuality& column : answer.columns) {
             if (column.verdict <= answer.verdict) continue;
@@ -310,6 +334,7 @@ private:
     {
         if (!(column.backwardError <= kRoundingLevel))
             return "scaled residual " + numberInWords(column.backwardError);
+        if (!column.errorBound) return "ill-conditioned";
         return std::isfinite(*column.errorBound)
                    ? fmt::format("ill-conditioned, error up to {}", numberInWords(*column.errorBound))
                    : "the error cannot be bounded";

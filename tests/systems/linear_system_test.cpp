@@ -514,6 +514,93 @@ TEST(LinearSystem, ABadRightHandSideDoesNotSpoilTheFactor)
     }
 }
 
+/// B with the powers of ten, by rows.
+Matrix rowsScaled(Matrix B, double from, double to)
+{
+    for (std::int32_t i = 0; i < B.Rows(); ++i)
+        for (std::int32_t j = 0; j < B.Cols(); ++j)
+            B(i, j) *= std::pow(10.0, from + (to - from) * i / (B.Rows() - 1.0));
+    return B;
+}
+
+TEST(LinearSystem, TheUnitsOfRowsAndColumnsDoNotMatter)
+{
+    for (const double decades : {12.0, 140.0}) {
+        const Matrix band = bandOf<double>(Kind::General, 40, 6).ToDense();
+        const Matrix byRows = rowsScaled(band, -decades, decades);
+        const Matrix byBoth = rowsScaled(byRows.Transpose(), decades, -decades).Transpose();
+        for (const Matrix& A : {byRows, byRows.Transpose(), byBoth}) {
+            for (const TransposeMode op : {kPlain, kTransposed}) {
+                LinearSystem system{SparseMatrix(A)};
+                const auto answer = system.Solve(blockOf<Matrix>(40, 2, 1), op);
+                EXPECT_EQ(answer.verdict, Verdict::Accurate) << decades << ": " << answer.reason;
+            }
+        }
+    }
+}
+
+TEST(LinearSystem, TheUnitOfARightHandSideDoesNotMatter)
+{
+    const Matrix B = blockOf<Matrix>(30, 1, 1);
+    LinearSystem system(bandOf<double>(Kind::General, 30, 6));
+    const auto plain = system.Solve(B);
+    for (const int exponent : {-1010, -500, 500, 1020}) {
+        const double unit = std::ldexp(1.0, exponent);
+        const auto answer = system.Solve(B * unit);
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+        EXPECT_LE(answer.columns[0].errorBound.value(), 1.01 * plain.columns[0].errorBound.value());
+        EXPECT_LE(largestOf(*answer.x - *plain.x * unit), 1e-300);
+    }
+    const auto lost = system.Solve(B * 0x1p-1070);
+    EXPECT_NE(lost.verdict, Verdict::Accurate) << "x has lost its digits";
+    EXPECT_EQ(lost.reason, "a number underflowed");
+}
+
+TEST(LinearSystem, AColumnThatIsNoNumberIsTheOnlyOneToFail)
+{
+    // Looks positive and is not: the first road fails, and another one has to be found for the others.
+    SparseMatrix A(3, 3);
+    for (std::int32_t i = 0; i < 3; ++i)
+        for (std::int32_t j = 0; j < 3; ++j) A(i, j) = i == j ? 1.0 : -0.9;
+    for (const double bad :
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+        Matrix B = blockOf<Matrix>(3, 3, 1);
+        B(2, 1) = bad;
+        LinearSystem system(A);
+        const auto answer = system.Solve(B);
+        EXPECT_EQ(answer.verdict, Verdict::Failed);
+        EXPECT_EQ(answer.reason, "a right-hand side is not finite");
+        ASSERT_EQ(answer.columns.size(), 3U);
+        EXPECT_EQ(answer.columns[0].verdict, Verdict::Accurate);
+        EXPECT_EQ(answer.columns[1].verdict, Verdict::Failed);
+        EXPECT_EQ(answer.columns[2].verdict, Verdict::Accurate);
+        EXPECT_TRUE(std::isnan((*answer.x)(0, 1)));
+        EXPECT_FALSE(std::isnan((*answer.x)(0, 2)));
+    }
+}
+
+// Elimination takes 0.3 from 0.3, and all of the second unknown is what both differ by in exact numbers.
+TEST(LinearSystem, ARightHandSideThatIsHarderThanTheProbeIsTold)
+{
+    SparseMatrix A(2, 2);
+    A(0, 0) = 1e12;
+    A(0, 1) = 1.0;
+    A(1, 0) = 3e11;
+    A(1, 1) = 0.3 + 0x1p-20;
+    for (const std::int32_t bounds : {1, 2, 6}) {
+        SystemOptions options;
+        options.errorBounds = bounds;
+        Matrix B = blockOf<Matrix>(2, 6, 1);
+        B(0, 4) = 1.0;
+        B(1, 4) = 0.3;
+        const auto answer = LinearSystem(A, options).Solve(B);
+        ASSERT_EQ(answer.columns.size(), 6U);
+        EXPECT_EQ(answer.columns[0].verdict, Verdict::Accurate);
+        EXPECT_NE(answer.columns[4].verdict, Verdict::Accurate);
+        EXPECT_NE(answer.verdict, Verdict::Accurate);
+    }
+}
+
 TEST(LinearSystem, AHermitianTriangleStandsForBoth)
 {
     const CSparseMatrix full = bandOf<Complex>(Kind::Mirrored, 40, 3);

@@ -1,5 +1,7 @@
 #include <lintrix/systems/roads/quality.h>
 
+#include <lintrix/systems/roads/balance.h>
+
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -59,7 +61,8 @@ double oneNorm(const Block& A)
 }
 
 /// The largest over the columns from `begin` to before `end` of ||r|| / (factor*(||A|| ||x|| + ||b||)); a
-/// zero residual is zero whatever the scale. A norm that overflows gives NaN, not a flattering zero.
+/// zero residual is zero whatever the scale. A norm that overflows gives NaN, not a flattering zero; products
+/// of norms do not, in the exponents of long double.
 template <class Block>
 double scaledResidual(const Block& R, double factor, double normA, const Block& X, const Block& B,
                       std::int32_t begin, std::int32_t end)
@@ -68,9 +71,12 @@ double scaledResidual(const Block& R, double factor, double normA, const Block& 
     for (std::int32_t j = begin; j < end; ++j) {
         const auto r = columnCells(R, j);
         const double size = largestMagnitude(r);
-        const double scale =
-            factor * (normA * largestMagnitude(columnCells(X, j)) + largestMagnitude(columnCells(B, j)));
-        const double scaled = !areFinite(r) || !std::isfinite(scale) ? NAN : size == 0.0 ? 0.0 : size / scale;
+        const long double scale =
+            factor * (static_cast<long double>(normA) * largestMagnitude(columnCells(X, j)) +
+                      largestMagnitude(columnCells(B, j)));
+        const double scaled = !areFinite(r) || !std::isfinite(scale) ? NAN
+                              : size == 0.0                          ? 0.0
+                                                                     : static_cast<double>(size / scale);
         if (!(scaled <= worst)) worst = scaled;
     }
     return worst;
@@ -119,6 +125,15 @@ MatrixOf<Cell> probeSolution(std::int32_t rows)
     };
     MatrixOf<Cell> column(rows, 1);
     for (Cell& cell : cellsOf(column)) draw(cell, next);
+    return column;
+}
+
+template <class Cell>
+MatrixOf<Cell> probeSolution(const MatrixView<Cell>& A, TransposeMode op)
+{
+    MatrixOf<Cell> column = probeSolution<Cell>(op == TransposeMode::NotTransposed ? A.cols() : A.rows());
+    const std::vector<int> units = unitsOfUnknowns(A, op);
+    for (std::size_t j = 0; j < units.size(); ++j) cellsOf(column)[j] *= std::ldexp(1.0, units[j]);
     return column;
 }
 
@@ -187,6 +202,8 @@ template bool allFinite(const Matrix&);
 template bool allFinite(const CMatrix&);
 template Matrix probeSolution<double>(std::int32_t);
 template CMatrix probeSolution<Complex>(std::int32_t);
+template Matrix probeSolution<double>(const MatrixView<double>&, TransposeMode);
+template CMatrix probeSolution<Complex>(const MatrixView<Complex>&, TransposeMode);
 template ProbedQuality judge<double>(const SparseMatrix&, const Matrix&, const Matrix&, const Matrix&,
                                      TransposeMode);
 template ProbedQuality judge<Complex>(const CSparseMatrix&, const CMatrix&, const CMatrix&, const CMatrix&,

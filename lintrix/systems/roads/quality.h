@@ -7,6 +7,7 @@
 /// price of two triangular solves, where a condition number would cost another factorization.
 
 #include <lintrix/services/export.h>
+#include <lintrix/systems/quality/matrix_view.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/verdict.h>
@@ -57,6 +58,9 @@ LINTRIX_TESTABLE Verdict verdictOf(double residual, double error);
 /// that no element is small. Of a complex one the real and the imaginary parts are such.
 template <class Cell>
 LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(std::int32_t rows);
+/// The same in the units of the unknowns of op(A): else the largest of them would be all that is seen of it.
+template <class Cell>
+LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(const MatrixView<Cell>& A, TransposeMode op);
 
 /// The largest |x - y|; NaN if there is one among them.
 template <class Block>
