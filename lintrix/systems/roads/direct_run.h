@@ -88,9 +88,11 @@ public:
         if (steps) limitRefinement(*steps);
         const Reading reading = readingOf(op);
         setTranspose(reading.transposed);
-        if (!reading.conjugated) return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data());
+        const double operations = solveOperations(B.Cols());
+        if (!reading.conjugated) return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data(), operations);
         const Block conjugateB = conjugateOf(B);
-        const EngineAnswer answer = call(33, B.Cols(), cellsOf(conjugateB).data(), cellsOf(X).data());
+        const EngineAnswer answer =
+            call(33, B.Cols(), cellsOf(conjugateB).data(), cellsOf(X).data(), operations);
         X = conjugateOf(X);
         return answer;
     }
@@ -103,6 +105,8 @@ public:
     int refinementSteps() const { return parameters_[PardisoParameter::RefinementSteps]; }
     /// Of a factorization, once it is analysed; nothing of a diagonal matrix.
     RoadCost cost() const;
+    /// Of a solve for so many right-hand sides, once it is analysed.
+    double solveOperations(std::int32_t rightHands) const;
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
     int factorEntries() const { return std::max(parameters_[PardisoParameter::FactorNonZeros], 0); }
 
@@ -124,7 +128,9 @@ private:
     Reading readingOf(TransposeMode op) const;
     void setTranspose(bool transposed);
 
-    EngineAnswer call(int phase, int nrhs, const void* b, void* x);
+    /// @throws as the listener of `WorkScope`
+    EngineAnswer call(int phase, int nrhs, const void* b, void* x, double operations);
+    EngineAnswer enter(int phase, int nrhs, const void* b, void* x);
     void limitRefinement(std::int32_t steps);
 
     std::array<void*, 64> handle_{};
