@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <mutex>
 #include <type_traits>
 #include <utility>
 
@@ -30,7 +31,10 @@ class DenseRoads final : public SystemSession<Cell> {
 public:
     using M = MatrixOf<Cell>;
 
-    DenseRoads(M A, SystemOptions options) : options_(std::move(options)), A_(std::move(A)) {}
+    DenseRoads(M A, SystemOptions options)
+        : SystemSession<Cell>(options), options_(std::move(options)), A_(std::move(A))
+    {
+    }
 
     std::int32_t rows() const noexcept override { return A_.Rows(); }
     std::int32_t cols() const noexcept override { return A_.Cols(); }
@@ -40,6 +44,24 @@ public:
 
     SystemForecast forecast() override
     {
+        const std::lock_guard turn(busy_);
+        ControlledRun run(this->control_);
+        return cost();
+    }
+
+    SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
+    {
+        const std::lock_guard turn(busy_);
+        ControlledRun run(this->control_);
+        WorkScope::expect(cost().operations);
+        SystemAnswer<Cell> answer = settle(given, known, op);
+        run.finish();
+        return answer;
+    }
+
+private:
+    SystemForecast cost() const
+    {
         const double m = rows(), n = cols(), p = std::min(m, n),
                      each = std::is_same_v<Cell, Complex> ? 4.0 : 1.0;
         const double operations =
@@ -48,7 +70,7 @@ public:
         return {static_cast<std::int64_t>(m * n), operations, bytes, bytes};
     }
 
-    SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
+    SystemAnswer<Cell> settle(const M* given, const M* known, TransposeMode op)
     {
         std::optional<M> other;
         if (op != TransposeMode::NotTransposed) other = turned(A_, op);
@@ -57,6 +79,7 @@ public:
         // A wide system is answered by its shortest solution, which a known one need not be.
         const bool isUnique = known && A.Rows() >= A.Cols();
         Answer<M> found = solveDense(A, B);
+        WorkScope::tell(cost().operations);
         ++factorizations_;
         finish("solve");
         SystemAnswer<Cell> answer = tell(A, B, isUnique ? known : nullptr, found);
@@ -64,7 +87,6 @@ public:
         return answer;
     }
 
-private:
     /// Residuals and errors; an answer that does not solve its system is told to be inaccurate, one without a
     /// correct digit to be ill-conditioned.
     SystemAnswer<Cell> tell(const M& A, const M& B, const M* known, Answer<M>& found) const
@@ -103,6 +125,7 @@ private:
     M A_;
     MatrixTraits traits_{};
     std::atomic<std::int32_t> factorizations_ = 0;
+    std::mutex busy_{};
 };
 
 } // namespace

@@ -58,6 +58,12 @@ const MatrixTraits& LinearSystem<Cell>::Traits() const noexcept
 }
 
 template <class Cell>
+void LinearSystem<Cell>::Limits(const RunLimits& limits)
+{
+    session_->limits(limits);
+}
+
+template <class Cell>
 SystemForecast LinearSystem<Cell>::Forecast()
 {
     return session_->forecast();

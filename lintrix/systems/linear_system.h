@@ -112,7 +112,10 @@ enum class SystemChange {
 /// `Update` brings other values or another pattern and repeats no more than it must.
 ///
 /// **Failures** are told by the verdict as long as they are the matrix's. Raised are the caller's and the
-/// system's: sizes, memory, files. After any of them the object can be used again.
+/// system's: sizes, memory, files, and the end of a phase that `RunLimits` ask for: OperationFailedException
+/// with "The operation was stopped." or "The deadline has passed.". After any of them the object is as before
+/// the phase and can be used again; a factor that stood before is kept, or made anew by the next solve where
+/// it had been given up for another road.
 ///
 /// **Threads.** Several may call the same object. Once a sparse factor in memory serves, they solve at the
 /// same time; else they take turns.
@@ -157,6 +160,10 @@ public:
     /// The same for B = op(A)*`known`: how well does the solution come back that is known?
     /// @throws SizeMismatchException  `known` has not as many rows as op(A) columns
     SystemAnswer<Cell> SolveKnown(const M& known, TransposeMode op = TransposeMode::NotTransposed);
+
+    /// Of the phases that begin from now on; a deadline is mostly one phase's own. Waiting for another
+    /// thread's turn is not limited.
+    void Limits(const RunLimits& limits);
 
     /// Goes on with `A` in place of the matrix before, and tells what has changed. The size may change.
     /// Cost: a copy, and a few passes over the entries.

@@ -30,7 +30,10 @@ public:
     using Sparse = SparseOf<Cell>;
     using M = MatrixOf<Cell>;
 
-    RectangularRoads(Sparse A, SystemOptions options) : options_(std::move(options)), A_(std::move(A)) {}
+    RectangularRoads(Sparse A, SystemOptions options)
+        : SystemSession<Cell>(options), options_(std::move(options)), A_(std::move(A))
+    {
+    }
 
     std::int32_t rows() const noexcept override { return A_.Rows(); }
     std::int32_t cols() const noexcept override { return A_.Cols(); }
@@ -45,8 +48,10 @@ public:
     SystemForecast forecast() override
     {
         const std::lock_guard turn(busy_);
+        ControlledRun run(this->control_);
         const std::optional<FactorForecast>& factor = solverOf(TransposeMode::NotTransposed).forecast();
         finish("analyse");
+        run.finish();
         if (!factor) return {};
         return {factor->entries, factor->operations, factor->bytes, factor->bytes};
     }
@@ -54,6 +59,35 @@ public:
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
         const std::lock_guard turn(busy_);
+        ControlledRun run(this->control_);
+        SystemAnswer<Cell> answer = settledOrAsBefore(given, known, op);
+        run.finish();
+        return answer;
+    }
+
+private:
+    using Answer = LeastSquaresAnswer<Cell>;
+
+    /// A solver that has failed on its way to a factor is made anew.
+    SystemAnswer<Cell> settledOrAsBefore(const M* given, const M* known, TransposeMode op)
+    {
+        const std::optional<LeastSquaresRank> rank = rank_;
+        const bool isDeficient = isDeficient_;
+        const std::unique_ptr<LeastSquares<Cell>>& solver = solvers_[static_cast<std::size_t>(op)];
+        const bool wasPrepared = solver && solver->isPrepared();
+        try {
+            return settle(given, known, op);
+        } catch (...) {
+            if (solver && solver->isPrepared() && !wasPrepared)
+                solvers_[static_cast<std::size_t>(op)].reset();
+            rank_ = rank;
+            isDeficient_ = isDeficient;
+            throw;
+        }
+    }
+
+    SystemAnswer<Cell> settle(const M* given, const M* known, TransposeMode op)
+    {
         LeastSquares<Cell>& solver = solverOf(op);
         finish("analyse");
         const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
@@ -70,9 +104,6 @@ public:
         if (!given && !known) answer.x.reset(); // zero, beside the probe
         return answer;
     }
-
-private:
-    using Answer = LeastSquaresAnswer<Cell>;
 
     std::int32_t rowsOf(TransposeMode op) const noexcept
     {

@@ -3,6 +3,7 @@
 /// What stands behind a `LinearSystem`: a matrix, and what has been found out about it.
 
 #include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/run_control.h>
 
 #include <memory>
 
@@ -13,7 +14,12 @@ class SystemSession {
 public:
     using M = MatrixOf<Cell>;
 
+    explicit SystemSession(const SystemOptions& options) : control_(options) {}
+    SystemSession(const SystemSession&) = delete;
+    SystemSession& operator=(const SystemSession&) = delete;
     virtual ~SystemSession() = default;
+
+    void limits(const RunLimits& limits) { control_.limits(limits); }
 
     virtual std::int32_t rows() const noexcept = 0;
     virtual std::int32_t cols() const noexcept = 0;
@@ -23,11 +29,15 @@ public:
     virtual SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) = 0;
     virtual std::int32_t analyses() const = 0;
     virtual std::int32_t factorizations() const = 0;
+
+protected:
+    RunControl control_;
 };
 
 template <class Cell>
 class SparseSession : public SystemSession<Cell> {
 public:
+    using SystemSession<Cell>::SystemSession;
     virtual SystemChange update(const SparseOf<Cell>& A) = 0;
 };
 

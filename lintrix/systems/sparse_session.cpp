@@ -65,7 +65,7 @@ public:
     using M = MatrixOf<Cell>;
 
     RoadsOfSparse(Sparse A, SystemOptions options)
-        : options_(std::move(options)), matrix_(squareOnly(std::move(A))),
+        : SparseSession<Cell>(options), options_(std::move(options)), matrix_(squareOnly(std::move(A))),
           first_(chooseRoad(matrix_.Traits(), options_.type)), runner_(matrix_, options_)
     {
     }
@@ -87,8 +87,10 @@ public:
     SystemForecast forecast() override
     {
         const std::lock_guard turn(busy_);
+        ControlledRun run(this->control_);
         if (isStructurallySingular()) return {};
         const RoadCost cost = runner_.forecast(Attempt{first_});
+        run.finish();
         return {cost.entries, cost.operations, cost.bytesInMemory, cost.bytesWithFiles};
     }
 
@@ -134,13 +136,11 @@ public:
 private:
     SystemAnswer<Cell> solveColumns(const M* given, const M* known, TransposeMode op)
     {
-        if (std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op))
-            return *std::move(answer);
-        const std::lock_guard turn(busy_);
-        if (isStructurallySingular()) return structurallySingular();
-        const Columns columns = columnsOf(given, known, op);
-        others_.clear();
-        return settle({columns.B, columns.known, op});
+        ControlledRun run(this->control_);
+        std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op);
+        if (!answer) answer = solvedAlone(given, known, op);
+        run.finish();
+        return *std::move(answer);
     }
 
     /// Right-hand sides and known solutions, the probe last.
@@ -166,11 +166,20 @@ private:
         if (!outcome.factor) return std::nullopt;
         const Columns columns = columnsOf(given, known, op);
         const Request<Cell> request{columns.B, columns.known, op};
-        outcome = runner_.again(std::move(outcome), request);
+        runner_.again(outcome, request);
         std::optional<SystemAnswer<Cell>> answer;
         if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request);
         others_.giveBack(std::move(outcome.factor));
         return answer;
+    }
+
+    SystemAnswer<Cell> solvedAlone(const M* given, const M* known, TransposeMode op)
+    {
+        const std::lock_guard turn(busy_);
+        if (isStructurallySingular()) return structurallySingular();
+        const Columns columns = columnsOf(given, known, op);
+        others_.clear();
+        return settledOrAsBefore({columns.B, columns.known, op});
     }
 
     /// No road can do better. Where the diagonal is full, nothing has to be looked for.
@@ -214,14 +223,46 @@ private:
         return both;
     }
 
+    /// What a solve goes on from, but for the factor.
+    struct Standing {
+        std::optional<Attempt> attempt; ///< of the factor
+        std::vector<std::string> left;
+        std::optional<Verdict> exhausted;
+        bool isFactorOld;
+        std::optional<RoadCost> largest;
+    };
+
+    /// After a failure all is as before. The factor that stood then is kept wherever it is; where it was
+    /// given up for another road, the next solve makes it anew.
+    SystemAnswer<Cell> settledOrAsBefore(const Request<Cell>& request)
+    {
+        const bool stands = best_ && best_->taken;
+        const Standing before{stands ? std::optional(best_->attempt) : std::nullopt, left_, exhausted_,
+                              isFactorOld_, runner_.largest()};
+        std::optional<Outcome<Cell>> outcome;
+        try {
+            return settle(request, outcome);
+        } catch (...) {
+            if (!best_) best_ = std::move(outcome);
+            const bool isKept = best_ && best_->factor && before.attempt && best_->attempt == *before.attempt;
+            if (!isKept) best_.reset();
+            if (!isKept && before.attempt) best_ = Outcome<Cell>{.attempt = *before.attempt, .taken = true};
+            left_ = before.left;
+            exhausted_ = before.exhausted;
+            isFactorOld_ = before.isFactorOld;
+            runner_.largest(before.largest);
+            throw;
+        }
+    }
+
     /// The factor at hand serves as long as what it gives is as good as the best that was ever found for this
     /// matrix; then the roads are searched. Right-hand sides that are no numbers tell nothing of any road:
     /// the first one has to do.
-    SystemAnswer<Cell> settle(const Request<Cell>& request)
+    SystemAnswer<Cell> settle(const Request<Cell>& request, std::optional<Outcome<Cell>>& outcome)
     {
         const std::optional<Attempt> served =
             exhausted_ == Verdict::Accurate && best_ ? std::optional(best_->attempt) : std::nullopt;
-        std::optional<Outcome<Cell>> outcome = withFactorAtHand(request);
+        outcome = withFactorAtHand(request);
         if (!allFinite(request.B)) {
             if (!outcome) outcome = runner_.run(Attempt{first_}, Reach::Near, request);
         } else if (!outcome || !isGoodEnough(*outcome)) {
@@ -282,21 +323,23 @@ private:
 
     std::optional<Outcome<Cell>> withFactorAtHand(const Request<Cell>& request)
     {
-        std::optional<Outcome<Cell>> before = std::exchange(best_, std::nullopt);
         const bool isOld = std::exchange(isFactorOld_, false);
-        if (!before || !before->taken) return std::nullopt;
-        if (isOld) {
-            left_.clear();
-            if (before->factor && options_.reuseFactor) {
-                before = runner_.precondition(std::move(*before), request);
-                isFactorOld_ = before->x && before->verdict() == Verdict::Accurate;
-                if (isFactorOld_) return before;
-            }
-            if (before->factor) return runner_.refactorize(std::move(*before), request);
-            return std::nullopt;
+        if (isOld) left_.clear();
+        if (isOld && best_ && best_->factor && options_.reuseFactor) {
+            runner_.precondition(*best_, request);
+            isFactorOld_ = best_->x && best_->verdict() == Verdict::Accurate;
+            if (isFactorOld_) return std::exchange(best_, std::nullopt);
         }
-        if (before->factor) return runner_.again(std::move(*before), request);
-        return runner_.run(before->attempt, Reach::Far, request);
+        if (!best_ || !best_->taken || (isOld && !best_->factor)) {
+            best_.reset();
+        } else if (isOld) {
+            runner_.refactorize(*best_, request);
+        } else if (best_->factor) {
+            runner_.again(*best_, request);
+        } else {
+            *best_ = runner_.run(best_->attempt, Reach::Far, request);
+        }
+        return std::exchange(best_, std::nullopt);
     }
 
     bool isGoodEnough(const Outcome<Cell>& outcome) const

@@ -17,7 +17,7 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-constexpr double kQuietSeconds = 0.2; // of a factorization before its progress is worth showing
+constexpr double kQuietSeconds = 0.2; // of a solve before its progress is worth showing
 constexpr int kBarWidth = 30;         // characters
 
 bool isUpperTriangle(const SparseMatrix& matrix)
@@ -62,22 +62,19 @@ std::string_view contradiction(MatrixType type, bool complex)
                                                 : "the matrix is neither hermitian nor symmetric";
 }
 
-/// A bar on the terminal, once a factorization takes its time; written anew when it has grown.
-std::function<void(int)> barFor(const std::string& file, Progress& progress)
+/// A bar on the terminal, once a solve takes its time; written anew when its length is another.
+std::function<void(double, double)> barFor(const std::string& file, Progress& progress)
 {
     using Clock = std::chrono::steady_clock;
-    return [&file, &progress, begin = Clock::now(), shown = 0](int percent) mutable {
-        if (percent == 0) {
-            begin = Clock::now();
-            shown = 0;
-        }
-        if (percent == 100) return progress.erase();
-        const int length = percent * kBarWidth / 100;
+    return [&file, &progress, begin = Clock::now(), shown = 0](double done, double all) mutable {
+        if (done == all) return progress.erase();
+        const int length = static_cast<int>(done / all * kBarWidth);
         if (length == shown || std::chrono::duration<double>(Clock::now() - begin).count() < kQuietSeconds)
             return;
         shown = length;
-        progress.show(fmt::format("factorizing {}: [{:<{}}] {} %", file,
-                                  std::string(static_cast<std::size_t>(length), '#'), kBarWidth, percent));
+        progress.show(fmt::format("solving {}: [{:<{}}] {:.3g} of {:.3g} Gflop", file,
+                                  std::string(static_cast<std::size_t>(length), '#'), kBarWidth, done / 1e9,
+                                  all / 1e9));
     };
 }
 
@@ -85,7 +82,7 @@ std::function<void(int)> barFor(const std::string& file, Progress& progress)
 SystemOptions optionsFor(const SparseOptions& options, SolveReport& report, Progress& progress)
 {
     SystemOptions told = options.system;
-    told.engine.progress = barFor(report.matrix, progress);
+    told.progress = barFor(report.matrix, progress);
     told.stepDone = [&report](std::string_view step) { report.seconds.finish(step); };
     told.openPlace = [core = options.coreMegabytes](double left) {
         return std::make_unique<FactorFiles>(core, left);

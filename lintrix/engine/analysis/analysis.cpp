@@ -8,6 +8,7 @@
 #include <lintrix/engine/call/shifted_indices.h>
 #include <lintrix/engine/out_of_core/out_of_core_settings.h>
 #include <lintrix/engine/report/messages.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <limits>
@@ -110,16 +111,19 @@ void tellFactorNonZeros(const Analysis& run)
 Failure runSteps(Analysis& run, NumericForecast forecast)
 {
     const BlockMeter meter(Handle::basicBlocks(run.control()[Word::Maxfct]));
-    if (const Failure failure = checkPattern({run.ia, run.ja})) return failure;
-    if (const Failure failure = matchAndScale(run)) return failure;
-    if (const Failure failure = buildAdjacency(run)) return failure;
-    if (const Failure failure = orderEquations(run)) return failure;
-    if (const Failure failure = factorizeSymbolically(run)) return failure;
+    constexpr double kSteps = 6.0;
+    const WorkMeter work(kSteps);
+    const auto told = [&work](Failure failure) { return failure || work.add(1.0) ? failure : stopped(); };
+    if (const Failure failure = told(checkPattern({run.ia, run.ja}))) return failure;
+    if (const Failure failure = told(matchAndScale(run))) return failure;
+    if (const Failure failure = told(buildAdjacency(run))) return failure;
+    if (const Failure failure = told(orderEquations(run))) return failure;
+    if (const Failure failure = told(factorizeSymbolically(run))) return failure;
     MemoryFigures figures;
     if (const Failure failure = forecastMemory(run, forecast, figures)) return failure;
     tellMemory(run, meter, figures);
     if (const Failure failure = decideCoreMode(run)) return failure;
-    if (const Failure failure = buildLists(run)) return failure;
+    if (const Failure failure = told(buildLists(run))) return failure;
     if (const Failure failure = makeUpdateLengths(run)) return failure;
     tellMemory(run, meter, figures); // the lists may have taken more than all before them
     return run.control()[Word::OutOfCore] != 0 ? storeStructure(run.handle) : Failure{};

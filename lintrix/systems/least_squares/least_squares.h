@@ -76,10 +76,13 @@ public:
     /// False ends a solve with the best x so far. Told of each step of LSMR.
     void progress(std::function<bool(const LsmrStep&)> callback) { progress_ = std::move(callback); }
 
+    /// Whether a `solve` has settled how the others go: by a factor, if there is one.
+    bool isPrepared() const noexcept { return prepared_; }
     /// Of the factor that `solve` will make; nothing where there will be none, but LSMR alone.
     const std::optional<FactorForecast>& forecast() const noexcept { return forecast_; }
 
-    /// b of length m.
+    /// b of length m. What the listener of `WorkScope` raises leaves a prepared object as it is; else it can
+    /// only be destroyed.
     LeastSquaresAnswer<Cell> solve(const Cell* b);
     /// Factorizes if no `solve` has had to.
     const LeastSquaresRank& rank();

@@ -2,6 +2,7 @@
 
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/lapack.h>
+#include <lintrix/services/work.h>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -32,11 +33,20 @@ MatrixOf<Cell> DenseFactor<Cell>::solved(const MatrixOf<Cell>& B, TransposeMode 
     return X;
 }
 
+/// Of a solve and of its step of refinement.
+template <class Cell>
+double DenseFactor<Cell>::operations(std::int32_t rightHands) const
+{
+    constexpr double kEach = std::is_same_v<Cell, double> ? 4.0 : 16.0;
+    return kEach * rightHands * A_.Rows() * A_.Rows();
+}
+
 template <class Cell>
 EngineAnswer DenseFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                       std::optional<std::int32_t>)
 try {
     X = solved(B, op);
+    WorkScope::tell(operations(B.Cols()));
     X = X + solved(residualOf<Cell>(A_, X, B, op), op);
     return {};
 } catch (const NotEnoughMemoryException&) {

@@ -20,6 +20,7 @@ public:
     explicit DenseFactor(const SparseOf<Cell>& A);
 
     bool isSingular() const { return info_ != 0; }
+    double operations(std::int32_t rightHands) const override;
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps) override;
     std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<Borrowed<Cell>>(*this); }

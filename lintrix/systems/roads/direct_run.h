@@ -94,9 +94,11 @@ public:
         if (steps) limitRefinement(*steps);
         const Reading reading = readingOf(op);
         setTranspose(reading.transposed);
-        if (!reading.conjugated) return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data());
+        const double operations = solveOperations(B.Cols());
+        if (!reading.conjugated) return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data(), operations);
         const Block conjugateB = conjugateOf(B);
-        const EngineAnswer answer = call(33, B.Cols(), cellsOf(conjugateB).data(), cellsOf(X).data());
+        const EngineAnswer answer =
+            call(33, B.Cols(), cellsOf(conjugateB).data(), cellsOf(X).data(), operations);
         X = conjugateOf(X);
         return answer;
     }
@@ -109,6 +111,8 @@ public:
     int refinementSteps() const { return parameters_[PardisoParameter::RefinementSteps]; }
     /// Of a factorization, once it is analysed; nothing of a diagonal matrix.
     RoadCost cost() const;
+    /// Of a solve for so many right-hand sides, once it is analysed.
+    double solveOperations(std::int32_t rightHands) const;
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
     int factorEntries() const { return std::max(parameters_[PardisoParameter::FactorNonZeros], 0); }
 
@@ -123,6 +127,7 @@ public:
 
 private:
     explicit DirectRun(const DirectRun* host);
+    void* const* handle() const { return guest_ ? guest_->Slots() : handle_.data(); }
     bool isDiagonal() const { return handle_[0] == nullptr; }
 
     /// How the engine reads op(A), which it knows as it stands and transposed: A^H*x = b is A'*y = conj(b)
@@ -133,7 +138,9 @@ private:
     Reading readingOf(TransposeMode op) const;
     void setTranspose(bool transposed);
 
-    EngineAnswer call(int phase, int nrhs, const void* b, void* x);
+    /// @throws as the listener of `WorkScope`
+    EngineAnswer call(int phase, int nrhs, const void* b, void* x, double operations);
+    EngineAnswer enter(int phase, int nrhs, const void* b, void* x);
     void limitRefinement(std::int32_t steps);
 
     std::array<void*, 64> handle_{};

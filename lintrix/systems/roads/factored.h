@@ -20,6 +20,8 @@ public:
     /// X with op(A)*X = B; with up to `steps` steps of refinement, where they are told.
     virtual EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                std::optional<std::int32_t> steps = {}) = 0;
+    /// Of a solve for so many right-hand sides.
+    virtual double operations(std::int32_t rightHands) const = 0;
     /// Of the last solve.
     virtual std::int32_t refinementSteps() const { return 0; }
     /// One more solver with the same factor, for another thread, as long as this one lives; none where there
@@ -37,6 +39,7 @@ public:
     {
         return owner_.solve(B, X, op, steps);
     }
+    double operations(std::int32_t rightHands) const override { return owner_.operations(rightHands); }
     std::unique_ptr<Factored<Cell>> another() override { return owner_.another(); }
 
 private:
@@ -53,6 +56,7 @@ public:
     {
         return run_->solve(B, X, op, steps);
     }
+    double operations(std::int32_t rightHands) const override { return run_->solveOperations(rightHands); }
     std::int32_t refinementSteps() const override { return run_->refinementSteps(); }
     std::unique_ptr<Factored<Cell>> another() override
     {

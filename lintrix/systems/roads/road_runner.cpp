@@ -11,6 +11,7 @@
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/ordering_choice.h>
 #include <lintrix/systems/roads/pair_forecast.h>
+#include <lintrix/systems/run_control.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 
 #include <algorithm>
@@ -67,26 +68,32 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
 }
 
 template <class Cell>
-Outcome<Cell> RoadRunner<Cell>::again(Outcome<Cell> before, const Request<Cell>& request) const
+void RoadRunner<Cell>::again(Outcome<Cell>& outcome, const Request<Cell>& request) const
 {
-    forget(before);
-    solve(request, before);
-    requireSystem(before);
-    return before;
+    forget(outcome);
+    WorkScope::expect(outcome.factor->operations(solvesFor(request)));
+    solve(request, outcome);
+    requireSystem(outcome);
 }
 
 template <class Cell>
-Outcome<Cell> RoadRunner<Cell>::refactorize(Outcome<Cell> before, const Request<Cell>& request)
+void RoadRunner<Cell>::refactorize(Outcome<Cell>& outcome, const Request<Cell>& request)
 {
-    const Attempt attempt = before.attempt;
-    auto* const kept = dynamic_cast<EngineFactor<Cell>*>(before.factor.get());
-    std::unique_ptr<DirectRun> run = kept ? kept->release() : nullptr;
-    before.factor.reset();
-    if (!run) return this->run(attempt, Reach::Far, request);
-    forget(before);
-    factorizeAndSolve(std::move(run), request, before);
-    requireSystem(before);
-    return before;
+    auto* const kept = dynamic_cast<EngineFactor<Cell>*>(outcome.factor.get());
+    if (!kept) {
+        outcome.factor.reset();
+        outcome = run(outcome.attempt, Reach::Far, request);
+        return;
+    }
+    std::unique_ptr<DirectRun> run = kept->release();
+    forget(outcome);
+    try {
+        factorizeAndSolve(run, request, outcome);
+    } catch (...) {
+        if (run) outcome.factor = std::make_unique<EngineFactor<Cell>>(std::move(run));
+        throw;
+    }
+    requireSystem(outcome);
 }
 
 /// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no better.
@@ -115,6 +122,7 @@ auto RoadRunner<Cell>::analysed(const Attempt& attempt, const EngineMatrix& matr
     const FactorStore store = options_.outOfCore ? FactorStore::Files : FactorStore::Memory;
     if (options_.outOfCore) usePlace(options_.memoryLeft());
     const auto by = [&](FillInReducingMethod ordering) {
+        WorkScope::expect(analysisOperations(matrix.entries()));
         auto run = std::make_unique<DirectRun>(attempt.road, matrix, ordering, options_.engine);
         const EngineAnswer answer = run->analyse(store, rightHands);
         ++analyses_;
@@ -157,14 +165,30 @@ void RoadRunner<Cell>::follow(Reach limit, const Request<Cell>& request, Outcome
     outcome.leastMegabytes = run.leastMegabytes();
     outcome.fault = faultOf(outcome.engine.error, outcome.leastMegabytes);
     finish("analyse");
-    if (outcome.taken && outcome.engine.error == 0)
-        factorizeAndSolve(std::move(analysis.run), request, outcome);
+    if (!outcome.taken || outcome.engine.error != 0) return;
+    try {
+        factorizeAndSolve(analysis.run, request, outcome);
+    } catch (...) {
+        if (isReady && analysis.run) ready_ = std::move(analysis);
+        throw;
+    }
+}
+
+/// As they are foreseen: for all columns once, and for the bounds of some.
+template <class Cell>
+std::int32_t RoadRunner<Cell>::solvesFor(const Request<Cell>& request) const
+{
+    constexpr std::int32_t kSolvesOfABound = 6;
+    const std::int32_t columns = request.B.Cols(), bounds = std::min(options_.errorBounds, columns - 1);
+    return columns + kSolvesOfABound * bounds;
 }
 
 template <class Cell>
-void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun> run, const Request<Cell>& request,
+void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun>& run, const Request<Cell>& request,
                                          Outcome<Cell>& outcome)
 {
+    WorkScope::expect(outcome.cost.operations + run->solveOperations(solvesFor(request)));
+    outcome.factor.reset();
     outcome.engine = run->factorize();
     ++factorizations_;
     finish("factorize");
@@ -185,9 +209,13 @@ try {
     if (done_) outcome.reach = reachOf(Road::Dense, outcome.cost, *done_, MemoryLimit());
     outcome.taken = outcome.reach <= limit;
     if (!outcome.taken) return;
+    WorkScope::expect(outcome.cost.operations);
+    WorkScope::tell();
     auto factor = std::make_unique<DenseFactor<Cell>>(system_.Matrix());
+    WorkScope::tell(outcome.cost.operations);
     ++factorizations_;
     finish("factorize");
+    WorkScope::expect(factor->operations(solvesFor(request)));
     if (factor->isSingular()) {
         outcome.engine.error = kEngineNumeric;
         return;
@@ -255,20 +283,19 @@ std::int32_t RoadRunner<Cell>::iterate(const Request<Cell>& request, Factored<Ce
 }
 
 template <class Cell>
-Outcome<Cell> RoadRunner<Cell>::precondition(Outcome<Cell> before, const Request<Cell>& request) const
+void RoadRunner<Cell>::precondition(Outcome<Cell>& outcome, const Request<Cell>& request) const
 {
     constexpr double kSlower = 8.0; // an operation of a solve, which waits for memory, than one of a factor
-    const double step = kSlower * 2.0 * static_cast<double>(before.factorEntries);
+    const double step = kSlower * 2.0 * static_cast<double>(outcome.factorEntries);
     const auto most = static_cast<std::int32_t>(
-        std::min<double>(kKrylovStepsInAll, before.cost.operations / 2.0 / std::max(step, 1.0)));
-    forget(before);
-    if (most < request.B.Cols()) return before;
+        std::min<double>(kKrylovStepsInAll, outcome.cost.operations / 2.0 / std::max(step, 1.0)));
+    forget(outcome);
+    if (most < request.B.Cols()) return;
     MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
-    before.krylovSteps = iterate(request, *before.factor, X, most);
-    before.reusedFactor = true;
-    before.quality = judged(X, request);
-    before.x = std::move(X);
-    return before;
+    outcome.krylovSteps = iterate(request, *outcome.factor, X, most);
+    outcome.reusedFactor = true;
+    outcome.quality = judged(X, request);
+    outcome.x = std::move(X);
 }
 
 template <class Cell>

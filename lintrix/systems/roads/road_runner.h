@@ -40,17 +40,16 @@ public:
     /// @throws NotEnoughMemoryException  the first one's factor has no room
     /// @throws OperationFailedException  the first one's files fail, in words
     Outcome<Cell> run(const Attempt& attempt, Reach limit, const Request<Cell>& request);
-    /// With the factor of `before`, which has one; from several threads at once, each with a factor of its
-    /// own
-    /// (`Factored::another`). @throws as for the first road
-    Outcome<Cell> again(Outcome<Cell> before, const Request<Cell>& request) const;
-    /// The values of the matrix have changed: the factor of `before` is made anew, after the analysis at
-    /// hand.
-    Outcome<Cell> refactorize(Outcome<Cell> before, const Request<Cell>& request);
+    /// With the factor at hand, which `outcome` has and keeps; from several threads at once, each with a
+    /// factor of its own (`Factored::another`). @throws as for the first road
+    void again(Outcome<Cell>& outcome, const Request<Cell>& request) const;
+    /// The values of the matrix have changed: the factor of `outcome` is made anew, after the analysis at
+    /// hand, which it keeps.
+    void refactorize(Outcome<Cell>& outcome, const Request<Cell>& request);
 
-    /// With the factor of `before`, which is one of earlier values, as a preconditioner of GMRES. Where that
+    /// With the factor of `outcome`, which is one of earlier values, as a preconditioner of GMRES. Where that
     /// would cost more than half a factorization, there is no solution.
-    Outcome<Cell> precondition(Outcome<Cell> before, const Request<Cell>& request) const;
+    void precondition(Outcome<Cell>& outcome, const Request<Cell>& request) const;
 
     /// GMRES on the columns of a solution whose factor has replaced pivots; keeps what is better.
     void repair(const Request<Cell>& request, Outcome<Cell>& outcome);
@@ -62,6 +61,9 @@ public:
     void finish(std::string_view step) const;
     /// Another matrix stands in the place of the one before; its factors must have been given up.
     void restart();
+    /// What further roads are held against: the cost of the largest factorization so far.
+    const std::optional<RoadCost>& largest() const noexcept { return done_; }
+    void largest(const std::optional<RoadCost>& cost) noexcept { done_ = cost; }
     std::int32_t analyses() const noexcept { return analyses_; }
     std::int32_t factorizations() const noexcept { return factorizations_; }
 
@@ -76,8 +78,9 @@ private:
     bool fillsIn(Outcome<Cell>& outcome);
     Analysed analysed(const Attempt& attempt, const EngineMatrix& matrix, std::int32_t rightHands);
     void follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
-    void factorizeAndSolve(std::unique_ptr<DirectRun> run, const Request<Cell>& request,
+    void factorizeAndSolve(std::unique_ptr<DirectRun>& run, const Request<Cell>& request,
                            Outcome<Cell>& outcome);
+    std::int32_t solvesFor(const Request<Cell>& request) const;
     void takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void solve(const Request<Cell>& request, Outcome<Cell>& outcome) const;
     void refine(const Request<Cell>& request, Outcome<Cell>& outcome) const;
