@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/analysis/graph/adjacency.h>
 #include <lintrix/engine/call/handle.h>
+#include <lintrix/engine/call/parameters.h>
 #include <lintrix/engine/call/shifted_indices.h>
 #include <lintrix/engine/keeping/kept_analysis.h>
 #include <lintrix/engine/keeping/kept_factor.h>
@@ -14,10 +15,15 @@ namespace {
 
 using namespace detail::engine;
 
-SectionFault load(Handle handle, const RowPattern& A, SectionReader& file)
+SectionFault load(Handle handle, const MatrixToLoad& matrix, SectionReader& file)
 {
-    if (const SectionFault fault = loadAnalysis(handle, A, file)) return fault;
+    if (const SectionFault fault = loadAnalysis(handle, matrix, file)) return fault;
     return loadFactors(handle, file);
+}
+
+bool isSingle(const int* iparm)
+{
+    return iparm[static_cast<int>(Parameter::SinglePrecision) - 1] == 1;
 }
 
 } // namespace
@@ -32,14 +38,15 @@ SaveOutcome SaveFactorization(void* const pt[64], SectionWriter& file) noexcept
     return SaveOutcome::Saved;
 }
 
-SectionFault LoadFactorization(void* pt[64], const int& n, int* ia, int* ja, SectionReader& file) noexcept
+SectionFault LoadFactorization(void* pt[64], const int& mtype, const int& n, int* ia, int* ja,
+                               const int* iparm, SectionReader& file) noexcept
 {
     if (n < 1 || ia[n] < 1) return file.Contradiction();
     const auto rows = static_cast<std::size_t>(n) + 1, entries = static_cast<std::size_t>(ia[n]) - 1;
     const ShiftedIndices shifted({ia, rows}, {ja, entries});
     if (checkPattern({shifted.ia(), shifted.ja()})) return file.Contradiction();
     Handle handle(pt);
-    const SectionFault fault = load(handle, {shifted.ia(), shifted.ja()}, file);
+    const SectionFault fault = load(handle, {mtype, isSingle(iparm), {shifted.ia(), shifted.ja()}}, file);
     if (fault && handle.live()) handle.releaseAll();
     return fault;
 }

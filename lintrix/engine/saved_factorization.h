@@ -28,12 +28,14 @@ LINTRIX_EXPORT SaveOutcome SaveFactorization(void* const pt[64], SectionWriter& 
 /// every update, each entry of the matrix needs its place in a panel, and exchanges stay in their blocks. A
 /// file that has been changed with its check sums made right again can bring wrong numbers, and no more.
 ///
-/// @param pt      64 slots, all null; after a fault they are null again
-/// @param n       order of the matrix
-/// @param ia, ja  its pattern, base 1, as it was analysed; shifted and put back as `pardiso` does
+/// @param pt        64 slots, all null; after a fault they are null again
+/// @param mtype, n  type and order of the matrix: real or complex, and stored as a triangle or whole, as it
+///                  was analysed
+/// @param ia, ja    its pattern, base 1, as it was analysed; shifted and put back as `pardiso` does
+/// @param iparm     64 parameters; `SinglePrecision` has to be as at the analysis, no other is looked at
 /// @return  of the file as `SectionReader` tells; of its content `Contradiction`, with the section;
 /// `NoMemory`
-LINTRIX_EXPORT SectionFault LoadFactorization(void* pt[64], const int& n, int* ia, int* ja,
-                                              SectionReader& file) noexcept;
+LINTRIX_EXPORT SectionFault LoadFactorization(void* pt[64], const int& mtype, const int& n, int* ia, int* ja,
+                                              const int* iparm, SectionReader& file) noexcept;
 
 } // namespace Velmar::Lintrix

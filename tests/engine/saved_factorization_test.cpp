@@ -33,8 +33,8 @@ SectionFault load(EngineCall& call, const std::string& path)
 {
     SectionReader file;
     if (const SectionFault fault = file.Open(path.c_str(), "handle")) return fault;
-    if (const SectionFault fault =
-            LoadFactorization(call.pt.data(), call.n, call.A.ia.data(), call.A.ja.data(), file))
+    if (const SectionFault fault = LoadFactorization(call.pt.data(), call.mtype, call.n, call.A.ia.data(),
+                                                     call.A.ja.data(), call.allParameters().data(), file))
         return fault;
     return file.End();
 }
@@ -245,6 +245,24 @@ TEST(SavedFactorization, OfAnotherPatternIsRefused)
     EXPECT_EQ(fault.error, SectionError::Contradiction);
     other.A.ja[2] = 99;
     EXPECT_EQ(load(other, folder.at("file")).error, SectionError::Contradiction);
+}
+
+TEST(SavedFactorization, OfOtherElementsIsRefused)
+{
+    const Scratch folder;
+    EngineCall call(gridMatrix(11, 6, 1));
+    ASSERT_EQ(call.run(12), 0);
+    ASSERT_TRUE(save(call, folder.at("file")));
+    for (const int mtype : {13, 3}) {
+        EngineCall complex(gridMatrix(11, 6, 1));
+        complex.mtype = mtype;
+        EXPECT_EQ(load(complex, folder.at("file")).error, SectionError::Contradiction);
+        complex.mtype = 11;
+    }
+    EngineCall triangle(gridMatrix(2, 6, 1), 2), single(gridMatrix(11, 6, 1));
+    EXPECT_EQ(load(triangle, folder.at("file")).error, SectionError::Contradiction);
+    single.set(28, 1);
+    EXPECT_EQ(load(single, folder.at("file")).error, SectionError::Contradiction);
 }
 
 // Everything is given back, and with memory again it is loaded.

@@ -92,8 +92,8 @@ std::int64_t bytesOfLists(const ControlBlock& control, std::int64_t rowIndices)
 
 class AnalysisLoader {
 public:
-    AnalysisLoader(Handle handle, const RowPattern& A, SectionReader& file)
-        : handle_(handle), A_(A), file_(file)
+    AnalysisLoader(Handle handle, const MatrixToLoad& matrix, SectionReader& file)
+        : handle_(handle), matrix_(matrix), A_(matrix.pattern), file_(file)
     {
     }
 
@@ -138,17 +138,31 @@ private:
     bool wordsFit()
     {
         const ControlBlock& control = handle_.control();
-        const int n = control[Word::Order], subgraphs = control[Word::Subgraphs],
-                  independent = control[Word::IndependentSubgraphs];
-        const bool twoLevel = control[Word::TwoLevel] != 0;
-        return n == A_.order() && control[Word::MappedEntries] == A_.starts.back() &&
-               classOf(control[Word::Mtype]) != MatrixClass::Unknown &&
-               isFlag(control[Word::SinglePrecision]) && isFlag(control[Word::TwoLevel]) &&
-               isFlag(kept_.hasMatching) && isFlag(kept_.hasScaling) && isWithin(subgraphs, 1, n) &&
-               isWithin(independent, 0, subgraphs) && (!twoLevel || isWithin(subgraphs, 2, kMostSubgraphs)) &&
-               isWithin(control[Word::Supernodes], 1, n) &&
+        const int n = control[Word::Order];
+        return isOfMatrix() && isFlag(kept_.hasMatching) && isFlag(kept_.hasScaling) && classHasMatching() &&
+               subgraphsFit() && isWithin(control[Word::Supernodes], 1, n) &&
                isWithin(kept_.rowIndices, n, std::numeric_limits<int>::max()) &&
-               bytesOfLists(control, kept_.rowIndices) <= file_.BytesLeft() && classHasMatching();
+               bytesOfLists(control, kept_.rowIndices) <= file_.BytesLeft();
+    }
+
+    bool isOfMatrix()
+    {
+        const ControlBlock& control = handle_.control();
+        const int mtype = control[Word::Mtype];
+        return control[Word::Order] == A_.order() && control[Word::MappedEntries] == A_.starts.back() &&
+               classOf(mtype) != MatrixClass::Unknown &&
+               isSymmetricStorage(mtype) == isSymmetricStorage(matrix_.mtype) &&
+               isComplex(mtype) == isComplex(matrix_.mtype) &&
+               control[Word::SinglePrecision] == (matrix_.singlePrecision ? 1 : 0);
+    }
+
+    bool subgraphsFit()
+    {
+        const ControlBlock& control = handle_.control();
+        const int subgraphs = control[Word::Subgraphs];
+        return isFlag(control[Word::TwoLevel]) && isWithin(subgraphs, 1, A_.order()) &&
+               isWithin(control[Word::IndependentSubgraphs], 0, subgraphs) &&
+               (control[Word::TwoLevel] == 0 || isWithin(subgraphs, 2, kMostSubgraphs));
     }
 
     /// Unsymmetric matrices always have both, if only as the identity; those without pivoting never.
@@ -252,6 +266,7 @@ private:
     }
 
     Handle handle_;
+    const MatrixToLoad& matrix_;
     const RowPattern& A_;
     SectionReader& file_;
     KeptWords kept_{};
@@ -275,9 +290,9 @@ void saveAnalysis(const Handle& handle, SectionWriter& file)
     file.Add("scaling", std::span(handle.block<double>(Slot::Scaling), 2 * n));
 }
 
-SectionFault loadAnalysis(Handle handle, const RowPattern& A, SectionReader& file)
+SectionFault loadAnalysis(Handle handle, const MatrixToLoad& matrix, SectionReader& file)
 {
-    return AnalysisLoader(handle, A, file).run();
+    return AnalysisLoader(handle, matrix, file).run();
 }
 
 } // namespace Velmar::Lintrix::detail::engine
