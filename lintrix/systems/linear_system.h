@@ -136,6 +136,16 @@ public:
     /// smallest norm by LQ, anew in each solve.
     explicit LinearSystem(M A, SystemOptions options = {});
 
+    /// A system that `Save` has written, as it was; `options` are given anew. Nothing is analysed or
+    /// factorized: the first solve is by the factor that was saved, and gives bit for bit what that system
+    /// would have given with as many threads. Cost: reading the file, and a few passes over the matrix.
+    /// @throws SerializationException    the file is damaged, cut off, of another version, byte order or kind
+    ///                                   of cells: "Saved system, section 'rows', byte 4711: ..."
+    /// @throws OperationFailedException  it cannot be opened or read: "'PATH' could not be opened."
+    /// @throws ArgumentException         as the constructor
+    /// @throws NotEnoughMemoryException
+    static LinearSystem Load(const std::string& path, SystemOptions options = {});
+
     LinearSystem(LinearSystem&&) noexcept;
     LinearSystem& operator=(LinearSystem&&) noexcept;
     ~LinearSystem();
@@ -174,10 +184,23 @@ public:
     /// @throws as the constructor; then the matrix before stands
     SystemChange Update(const Sparse& A);
 
+    /// Writes matrix, analysis and factor, as far as they are made, to a file that `Load` reads:
+    /// docs/saved_system_format.md. What stood at `path` stands there until all is written. Other threads may
+    /// solve meanwhile.
+    /// @throws InvalidOperationException  the system is not square and sparse: "Only square sparse systems
+    /// can
+    ///                                    be saved."; its factor is in files: "The factor of this system
+    ///                                    cannot be saved."
+    /// @throws OperationFailedException   the file could not be written: "The system could not be saved to
+    ///                                    'PATH'."
+    void Save(const std::string& path) const;
+
     std::int32_t Analyses() const;       ///< since the construction
     std::int32_t Factorizations() const; ///< likewise
 
 private:
+    explicit LinearSystem(std::unique_ptr<detail::SystemSession<Cell>> session);
+
     std::int32_t rowsOf(TransposeMode op) const noexcept;
 
     std::unique_ptr<detail::SystemSession<Cell>> session_;

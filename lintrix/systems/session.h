@@ -2,6 +2,7 @@
 /// @file
 /// What stands behind a `LinearSystem`: a matrix, and what has been found out about it.
 
+#include <lintrix/services/section_file.h>
 #include <lintrix/systems/linear_system.h>
 #include <lintrix/systems/run_control.h>
 
@@ -39,6 +40,7 @@ class SparseSession : public SystemSession<Cell> {
 public:
     using SystemSession<Cell>::SystemSession;
     virtual SystemChange update(const SparseOf<Cell>& A) = 0;
+    virtual void save(SectionWriter& file) const = 0;
 };
 
 /// @throws as the constructor of `LinearSystem`
@@ -46,6 +48,9 @@ template <class Cell>
 std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell>&& A, SystemOptions options);
 template <class Cell>
 std::unique_ptr<SystemSession<Cell>> sparseSession(const SparseOf<Cell>& A, SystemOptions options);
+/// What `SparseSession::save` has added to a file. @throws as `LinearSystem::Load`
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> loadedSession(SectionReader& file, SystemOptions options);
 template <class Cell>
 std::unique_ptr<SystemSession<Cell>> rectangularSession(SparseOf<Cell> A, SystemOptions options);
 template <class Cell>

@@ -9,6 +9,7 @@
 #include <lintrix/systems/roads/solver_pool.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/roads/words.h>
+#include <lintrix/systems/saved_system.h>
 #include <lintrix/systems/structure/near_null.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 #include <lintrix/systems/structure/structural_faults.h>
@@ -131,6 +132,23 @@ public:
         matrix_ = std::move(next);
         isFactorOld_ = false;
         return SystemChange::Pattern;
+    }
+
+    void save(SectionWriter& file) const override
+    {
+        const std::shared_lock together(busy_);
+        saveMatrix<Cell>(matrix_.Matrix(), file);
+        saveState({left_, exhausted_, isFactorOld_}, file);
+        runner_.save(best_ ? &*best_ : nullptr, file);
+    }
+    /// What stands behind the matrix in a file. @throws as `LinearSystem::Load`
+    void load(SectionReader& file)
+    {
+        SavedState state = loadState(file);
+        best_ = runner_.load(file);
+        left_ = std::move(state.left);
+        exhausted_ = state.exhausted;
+        isFactorOld_ = state.isFactorOld;
     }
 
 private:
@@ -443,6 +461,16 @@ std::unique_ptr<SystemSession<Cell>> sparseSession(const SparseOf<Cell>& A, Syst
     return std::make_unique<RoadsOfSparse<Cell>>(std::move(whole), std::move(options));
 }
 
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> loadedSession(SectionReader& file, SystemOptions options)
+{
+    auto session = std::make_unique<RoadsOfSparse<Cell>>(loadMatrix<Cell>(file), std::move(options));
+    session->load(file);
+    return session;
+}
+
+template std::unique_ptr<SystemSession<double>> loadedSession<double>(SectionReader&, SystemOptions);
+template std::unique_ptr<SystemSession<Complex>> loadedSession<Complex>(SectionReader&, SystemOptions);
 template std::unique_ptr<SystemSession<double>> sparseSession<double>(SparseMatrix&&, SystemOptions);
 template std::unique_ptr<SystemSession<double>> sparseSession<double>(const SparseMatrix&, SystemOptions);
 template std::unique_ptr<SystemSession<Complex>> sparseSession<Complex>(CSparseMatrix&&, SystemOptions);

@@ -3,6 +3,7 @@
 #include <lintrix/engine/analysis/analysis_steps.h>
 #include <lintrix/engine/analysis/graph/adjacency.h>
 #include <lintrix/engine/analysis/memory_figures.h>
+#include <lintrix/engine/analysis/symbolic/derived_structure.h>
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/analysis/symbolic/structure_files.h>
 #include <lintrix/engine/call/shifted_indices.h>
@@ -77,18 +78,6 @@ Failure decideCoreMode(Analysis& run)
     return isTooSmall ? Failure{Error::OutOfCoreMemory, -9} : Failure{};
 }
 
-/// How many rows each supernode updates below itself.
-Failure makeUpdateLengths(Analysis& run)
-{
-    const std::int64_t bytes = updateLengths(run.control()) * std::int64_t{sizeof(int)};
-    if (bytes == 0) return {};
-    const FactorStructure structure = PermanentStructure(run.handle).structure();
-    int* const lengths = static_cast<int*>(run.handle.allocate(Slot::UpdateLengths, bytes));
-    if (lengths == nullptr) return outOfMemory(BlockCode::UpdateLengths, bytes);
-    for (int J = 0; J < structure.supernodes(); ++J) lengths[J] = structure.height(J) - structure.width(J);
-    return {};
-}
-
 /// pt[6] stays where the call goes on to files with its factor, until the next analysis or release: callers
 /// find the slot filled then.
 void releaseWork(Analysis& run)
@@ -124,7 +113,7 @@ Failure runSteps(Analysis& run, NumericForecast forecast)
     tellMemory(run, meter, figures);
     if (const Failure failure = decideCoreMode(run)) return failure;
     if (const Failure failure = told(buildLists(run))) return failure;
-    if (const Failure failure = makeUpdateLengths(run)) return failure;
+    if (const Failure failure = makeUpdateLengths(run.handle)) return failure;
     tellMemory(run, meter, figures); // the lists may have taken more than all before them
     return run.control()[Word::OutOfCore] != 0 ? storeStructure(run.handle) : Failure{};
 }

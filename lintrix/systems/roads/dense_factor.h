@@ -6,7 +6,9 @@
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/factored.h>
 
+#include <cstdint>
 #include <memory>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -19,6 +21,10 @@ public:
     /// `A` must outlive the factor. @throws NotEnoughMemoryException
     explicit DenseFactor(const SparseOf<Cell>& A);
 
+    /// What `save` has added to a file. @throws as `requireWhole`, NotEnoughMemoryException
+    static std::unique_ptr<DenseFactor> load(const SparseOf<Cell>& A, SectionReader& file);
+    void save(SectionWriter& file) const override;
+
     bool isSingular() const { return info_ != 0; }
     double operations(std::int32_t rightHands) const override;
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
@@ -26,6 +32,11 @@ public:
     std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<Borrowed<Cell>>(*this); }
 
 private:
+    DenseFactor(const SparseOf<Cell>& A, MatrixOf<Cell> factors, Block<std::int32_t> pivots)
+        : A_(A), factors_(std::move(factors)), pivots_(std::move(pivots))
+    {
+    }
+
     MatrixOf<Cell> solved(const MatrixOf<Cell>& B, TransposeMode op) const;
 
     const SparseOf<Cell>& A_;

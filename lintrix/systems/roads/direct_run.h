@@ -5,6 +5,7 @@
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/engine/solve_handle.h>
 #include <lintrix/services/export.h>
+#include <lintrix/services/section_file.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
@@ -82,6 +83,16 @@ public:
     /// For solves alone, with the factor of this one and beside it, from another thread too; none where the
     /// factor is in files or there is no memory. This one must outlive it and keep its factor until then.
     std::unique_ptr<DirectRun> another() const;
+
+    /// What `save` has added to a file, by the same arguments.
+    /// @throws as `requireWhole`, NotEnoughMemoryException
+    static std::unique_ptr<DirectRun> load(Road road, const EngineMatrix& matrix,
+                                           FillInReducingMethod ordering, const EngineSettings& settings,
+                                           SectionReader& file);
+    /// Adds analysis and factor to a file.
+    /// @throws InvalidOperationException  the factor is in files: "The factor of this system cannot be
+    /// saved."
+    void save(SectionWriter& file) const;
 
     /// For as many right-hand sides at a time. May be repeated, for another store.
     EngineAnswer analyse(FactorStore store, std::int32_t rightHands);

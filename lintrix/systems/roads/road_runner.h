@@ -59,6 +59,12 @@ public:
 
     /// A step has ended that this one has not made.
     void finish(std::string_view step) const;
+    /// Adds to a file what has been found out: the outcome at hand, if there is one, with its factor, and the
+    /// analysis of a forecast. @throws InvalidOperationException  as `Factored::save`
+    void save(const Outcome<Cell>* best, SectionWriter& file) const;
+    /// Takes it up, in a runner that has done nothing, and returns the outcome.
+    /// @throws as `requireWhole`, NotEnoughMemoryException
+    std::optional<Outcome<Cell>> load(SectionReader& file);
     /// Another matrix stands in the place of the one before; its factors must have been given up.
     void restart();
     /// What further roads are held against: the cost of the largest factorization so far.
@@ -88,6 +94,8 @@ private:
                          std::int32_t most) const;
     ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
 
+    Outcome<Cell> loadOutcome(SectionReader& file);
+    void loadForecast(SectionReader& file);
     void usePlace(double left);
     EngineAnswer moveToFiles(DirectRun& run, double left, std::int32_t rightHands);
     std::string faultOf(int error, int leastMegabytes) const;
