@@ -3,11 +3,10 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/quality/residual.h>
-#include <lintrix/systems/roads/column_units.h>
-#include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/probed_columns.h>
 #include <lintrix/systems/roads/road_search.h>
+#include <lintrix/systems/roads/solver_pool.h>
 #include <lintrix/systems/roads/sparse_rows.h>
-#include <lintrix/systems/roads/words.h>
 #include <lintrix/systems/structure/near_null.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 #include <lintrix/systems/structure/structural_faults.h>
@@ -18,6 +17,7 @@
 #include <cmath>
 #include <limits>
 #include <mutex>
+#include <shared_mutex>
 #include <span>
 #include <utility>
 
@@ -73,12 +73,12 @@ public:
     const MatrixTraits& traits() const noexcept override { return matrix_.Traits(); }
     std::int32_t analyses() const override
     {
-        const std::lock_guard turn(busy_);
+        const std::shared_lock together(busy_);
         return runner_.analyses();
     }
     std::int32_t factorizations() const override
     {
-        const std::lock_guard turn(busy_);
+        const std::shared_lock together(busy_);
         return runner_.factorizations();
     }
 
@@ -92,18 +92,13 @@ public:
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
+        if (std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op))
+            return *std::move(answer);
         const std::lock_guard turn(busy_);
         if (isStructurallySingular()) return structurallySingular();
-        const M solutions = withProbe(known, op);
-        const M products = productOf<Cell>(matrix_.Matrix(), solutions, op);
-        if (!given) return settle({products, solutions, op});
-        const ColumnUnits<Cell> units(*given);
-        M own(*given);
-        units.divide(own);
-        const M B = beside(own, products);
-        SystemAnswer<Cell> answer = settle({B, solutions, op});
-        if (answer.x) backInUnits(units, answer);
-        return answer;
+        const ProbedColumns<Cell> columns = columnsOf(given, known, op);
+        others_.clear();
+        return inGivenUnits(columns, settle({columns.B, columns.known, op}));
     }
 
     SystemChange update(const Sparse& A) override
@@ -120,6 +115,7 @@ public:
             return SystemChange::None;
         exhausted_.reset();
         rank_.reset();
+        others_.clear();
         first_ = first;
         if (samePattern && sameTypes) {
             matrix_.TakeValues(std::move(next));
@@ -134,6 +130,30 @@ public:
     }
 
 private:
+    ProbedColumns<Cell> columnsOf(const M* given, const M* known, TransposeMode op) const
+    {
+        return probedColumns<Cell>(matrix_.Matrix(), given, known, op);
+    }
+
+    /// By a factor that serves, beside other threads that solve with it. None where there is no such factor,
+    /// or it does not do for these right-hand sides: then a single thread has to look further.
+    std::optional<SystemAnswer<Cell>> solvedTogether(const M* given, const M* known, TransposeMode op)
+    {
+        const std::shared_lock together(busy_);
+        const bool serves = best_ && best_->factor && !isFactorOld_ && exhausted_ == Verdict::Accurate;
+        if (!serves) return std::nullopt;
+        Outcome<Cell> outcome = best_->road();
+        outcome.factor = others_.take(*best_->factor);
+        if (!outcome.factor) return std::nullopt;
+        const ProbedColumns<Cell> columns = columnsOf(given, known, op);
+        const Request<Cell> request{columns.B, columns.known, op};
+        outcome = runner_.again(std::move(outcome), request);
+        std::optional<SystemAnswer<Cell>> answer;
+        if (outcome.verdict() == Verdict::Accurate) answer = inGivenUnits(columns, judged(outcome, request));
+        others_.giveBack(std::move(outcome.factor));
+        return answer;
+    }
+
     /// No road can do better. Where the diagonal is full, nothing has to be looked for.
     std::int32_t structuralRankOnce()
     {
@@ -161,20 +181,6 @@ private:
         return "there is no good solution: " + reason;
     }
 
-    M withProbe(const M* known, TransposeMode op) const
-    {
-        const M probe = probeSolution<Cell>(MatrixView<Cell>(matrix_.Matrix()), op);
-        return known ? beside(*known, probe) : probe;
-    }
-
-    static M beside(const M& left, const M& right)
-    {
-        M both(left.Rows(), left.Cols() + right.Cols());
-        copyColumns(left, both, 0);
-        copyColumns(right, both, left.Cols());
-        return both;
-    }
-
     /// The factor at hand serves as long as what it gives is as good as the best that was ever found for this
     /// matrix; then the roads are searched. Right-hand sides that are no numbers tell nothing of any road:
     /// the first one has to do.
@@ -190,10 +196,7 @@ private:
             outcome = searched(request);
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
-        SystemAnswer<Cell> answer = tell(*outcome);
-        if (outcome->isSolvedByAnother() && outcome->factor)
-            answer.faults = explainNullSpace(*outcome->factor);
-        if (answer.x) judgeColumns(answer, request, *outcome);
+        SystemAnswer<Cell> answer = judged(*outcome, request);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
         best_ = std::move(*outcome);
         if (spoilt)
@@ -201,15 +204,26 @@ private:
         return answer;
     }
 
-    static void backInUnits(const ColumnUnits<Cell>& units, SystemAnswer<Cell>& answer)
+    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request) const
     {
+        SystemAnswer<Cell> answer = tell(outcome);
+        if (outcome.isSolvedByAnother() && outcome.factor) answer.faults = explainNullSpace(*outcome.factor);
+        if (answer.x) judgeColumns(answer, request, outcome);
+        return answer;
+    }
+
+    static SystemAnswer<Cell> inGivenUnits(const ProbedColumns<Cell>& columns, SystemAnswer<Cell> answer)
+    {
+        if (!columns.units || !answer.x) return answer;
+        const ColumnUnits<Cell>& units = *columns.units;
         units.multiply(*answer.x);
         const std::string_view reason = units.judgeAnew(*answer.x, answer.columns);
         if (!units.allFinite()) answer.residual = std::numeric_limits<double>::quiet_NaN();
-        if (reason.empty()) return;
+        if (reason.empty()) return answer;
         answer.verdict = worstOf(answer.columns);
         answer.reason = reason;
         if (answer.verdict == Verdict::Failed) answer.complaint = complaintOf(answer.reason);
+        return answer;
     }
 
     /// The best of all roads, with its factor where that can be made better or be asked for bounds.
@@ -243,6 +257,11 @@ private:
         if (!before || !before->taken) return std::nullopt;
         if (isOld) {
             left_.clear();
+            if (before->factor && options_.reuseFactor) {
+                before = runner_.precondition(std::move(*before), request);
+                isFactorOld_ = before->x && before->verdict() == Verdict::Accurate;
+                if (isFactorOld_) return before;
+            }
             if (before->factor) return runner_.refactorize(std::move(*before), request);
             return std::nullopt;
         }
@@ -273,21 +292,12 @@ private:
             answer.complaint = complaintOf(answer.reason);
     }
 
-    /// Solves with a factor in files read all of it each time, and what has failed needs no bound.
+    /// Solves with a factor in files read all of it each time, what has failed needs no bound, and a factor
+    /// of other values tells none.
     std::int32_t boundsFor(const Outcome<Cell>& outcome) const
     {
         const bool pays = outcome.store == FactorStore::Memory && outcome.verdict() != Verdict::Failed;
-        return pays ? options_.errorBounds : 0;
-    }
-
-    static std::string reasonOf(const ColumnQuality& column)
-    {
-        if (!(column.backwardError <= kRoundingLevel))
-            return "scaled residual " + numberInWords(column.backwardError);
-        if (!column.errorBound) return "ill-conditioned";
-        return std::isfinite(*column.errorBound)
-                   ? fmt::format("ill-conditioned, error up to {}", numberInWords(*column.errorBound))
-                   : "the error cannot be bounded";
+        return pays && !outcome.reusedFactor ? options_.errorBounds : 0;
     }
 
     SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const
@@ -299,6 +309,7 @@ private:
                                   .perturbedPivots = outcome.perturbed,
                                   .refinementSteps = outcome.steps,
                                   .krylovSteps = outcome.krylovSteps,
+                                  .reusedFactor = outcome.reusedFactor,
                                   .factorEntries = outcome.factorEntries,
                                   .store = outcome.store,
                                   .coreMegabytes = runner_.coreMegabytes()};
@@ -326,7 +337,8 @@ private:
     std::optional<Verdict> exhausted_{};  ///< that a search came to
     bool isFactorOld_ = false;            ///< the values have changed since
     std::optional<std::int32_t> rank_{};  ///< structural
-    mutable std::mutex busy_{};
+    SolverPool<Cell> others_{};           ///< with the factor of `best_`
+    mutable std::shared_mutex busy_{};    ///< shared by those who solve with a factor that serves
 };
 
 } // namespace
