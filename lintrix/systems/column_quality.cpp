@@ -6,6 +6,9 @@
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/quality.h>
+#include <lintrix/systems/roads/words.h>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
@@ -161,6 +164,16 @@ std::vector<ColumnQuality> qualityOfColumns(const MatrixView<Cell>& A, Transpose
         column.verdict = std::max(column.verdict, verdictOf(column, probeError, estimates[k]));
     }
     return columns;
+}
+
+std::string reasonOf(const ColumnQuality& column)
+{
+    if (!(column.backwardError <= kRoundingLevel))
+        return "scaled residual " + numberInWords(column.backwardError);
+    if (!column.errorBound) return "ill-conditioned";
+    return std::isfinite(*column.errorBound)
+               ? fmt::format("ill-conditioned, error up to {}", numberInWords(*column.errorBound))
+               : "the error cannot be bounded";
 }
 
 Verdict worstOf(const std::vector<ColumnQuality>& columns)

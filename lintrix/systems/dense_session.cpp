@@ -1,15 +1,23 @@
 #include <lintrix/systems/session.h>
 
-#include <lintrix/systems/roads/columns.h>
+#include <lintrix/foundation/failures.h>
+#include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/quality/vector_norms.h>
+#include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/dense_solver.h>
-#include <lintrix/systems/roads/road_choice.h>
+#include <lintrix/systems/roads/probed_columns.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <limits>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace Velmar::Lintrix::detail {
 
@@ -44,16 +52,13 @@ public:
 
     SystemForecast forecast() override
     {
-        const std::lock_guard turn(busy_);
         ControlledRun run(this->control_);
         return cost();
     }
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
-        const std::lock_guard turn(busy_);
         ControlledRun run(this->control_);
-        WorkScope::expect(cost().operations);
         SystemAnswer<Cell> answer = settle(given, known, op);
         run.finish();
         return answer;
@@ -72,29 +77,113 @@ private:
 
     SystemAnswer<Cell> settle(const M* given, const M* known, TransposeMode op)
     {
+        const bool probeAlone = !given && !known;
+        const M zero(op == TransposeMode::NotTransposed ? rows() : cols(), 1);
+        if (probeAlone) given = &zero;
+        SystemAnswer<Cell> answer =
+            rows() == cols() ? solveSquare(given, known, op) : solveRectangular(given, known, op);
+        if (probeAlone) {
+            answer.x.reset();
+            answer.columns.clear();
+        }
+        return answer;
+    }
+
+    /// One factor for every op.
+    DenseFactor<Cell>& factorOnce()
+    {
+        const std::lock_guard turn(busy_);
+        if (factor_) return *factor_;
+        WorkScope::expect(cost().operations);
+        factor_ = std::make_unique<DenseFactor<Cell>>(A_);
+        WorkScope::tell(cost().operations);
+        ++factorizations_;
+        return *factor_;
+    }
+
+    SystemAnswer<Cell> solveSquare(const M* given, const M* known, TransposeMode op)
+    {
+        Answer<M> found{.road = "LU"};
+        DenseFactor<Cell>& factor = factorOnce();
+        if (factor.isSingular()) {
+            finish("solve");
+            found.status = Status::Singular;
+            return told(found, A_, {});
+        }
+        const ProbedColumns<Cell> columns = probedColumns<Cell>(A_, given, known, op);
+        M X(rows(), columns.B.Cols());
+        if (factor.solve(columns.B, X, op, {}).error != 0) throw NotEnoughMemoryException();
+        finish("solve");
+        return judged(factor, columns, std::move(X), known, op);
+    }
+
+    /// The worst of the columns counts, and the probe.
+    SystemAnswer<Cell> judged(DenseFactor<Cell>& factor, const ProbedColumns<Cell>& columns, M X,
+                              const M* known, TransposeMode op) const
+    {
+        const std::int32_t count = X.Cols() - 1;
+        Answer<M> found{
+            .road = "LU",
+            .probeError = probeError(columnOf(columns.known, columns.known.Cols() - 1), columnOf(X, count))};
+        M B(columns.B);
+        B.Cols(count);
+        X.Cols(count);
+        std::vector<ColumnQuality> qualities = qualityOfColumns<Cell>(
+            MatrixView<Cell>(A_), op, B, X, &factor, options_.errorBounds, *found.probeError);
+        Quality quality;
+        for (const ColumnQuality& column : qualities)
+            quality.residual = largerOrNaN(quality.residual, column.backwardError);
+        std::string_view lost;
+        if (columns.units) {
+            columns.units->multiply(X);
+            lost = columns.units->judgeAnew(X, qualities);
+        }
+        const bool lacksOne = columns.units && !columns.units->allFinite();
+        if (!lacksOne && !allFinite(X)) found.status = Status::NotFinite;
+        found.x = std::move(X);
+        SystemAnswer<Cell> answer = told(found, A_, quality, known);
+        if (!answer.x) return answer;
+        if (lacksOne) answer.residual = std::numeric_limits<double>::quiet_NaN();
+        return withColumns(std::move(answer), std::move(qualities), lost);
+    }
+
+    static SystemAnswer<Cell> withColumns(SystemAnswer<Cell> answer, std::vector<ColumnQuality> columns,
+                                          std::string_view lost)
+    {
+        answer.columns = std::move(columns);
+        for (const ColumnQuality& column : answer.columns) {
+            if (column.verdict <= answer.verdict) continue;
+            answer.verdict = column.verdict;
+            answer.reason = lost.empty() ? reasonOf(column) : lost;
+        }
+        if (answer.verdict == Verdict::Failed)
+            answer.complaint = "there is no good solution: " + answer.reason;
+        return answer;
+    }
+
+    SystemAnswer<Cell> solveRectangular(const M* given, const M* known, TransposeMode op)
+    {
         std::optional<M> other;
         if (op != TransposeMode::NotTransposed) other = turned(A_, op);
         const M& A = other ? *other : A_;
-        const M B = given ? *given : known ? A * *known : M(A.Rows(), 1);
+        const M B = given ? *given : A * *known;
         // A wide system is answered by its shortest solution, which a known one need not be.
         const bool isUnique = known && A.Rows() >= A.Cols();
+        WorkScope::expect(cost().operations);
         Answer<M> found = solveDense(A, B);
         WorkScope::tell(cost().operations);
         ++factorizations_;
         finish("solve");
-        SystemAnswer<Cell> answer = tell(A, B, isUnique ? known : nullptr, found);
-        if (!given && !known) answer.x.reset(); // zero, beside the probe
-        return answer;
+        const Quality quality = found.status == Status::Solved ? judge(A, *found.x, B) : Quality();
+        return told(found, A, quality, isUnique ? known : nullptr);
     }
 
     /// Residuals and errors; an answer that does not solve its system is told to be inaccurate, one without a
     /// correct digit to be ill-conditioned.
-    SystemAnswer<Cell> tell(const M& A, const M& B, const M* known, Answer<M>& found) const
+    SystemAnswer<Cell> told(Answer<M>& found, const M& A, Quality quality, const M* known = nullptr) const
     {
         SystemAnswer<Cell> answer{.probeError = found.probeError, .road = found.road};
-        Quality quality;
         if (found.status == Status::Solved) {
-            quality = judge(A, *found.x, B);
             answer.residual = quality.residual;
             answer.normalResidual = quality.normalResidual;
             if (known) answer.knownError = probeError(*known, *found.x);
@@ -124,8 +213,9 @@ private:
     SystemOptions options_;
     M A_;
     MatrixTraits traits_{};
+    std::unique_ptr<DenseFactor<Cell>> factor_{}; ///< of a square matrix, once it was asked for
+    std::mutex busy_{};                           ///< that makes it
     std::atomic<std::int32_t> factorizations_ = 0;
-    std::mutex busy_{};
 };
 
 } // namespace

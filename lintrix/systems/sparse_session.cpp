@@ -3,12 +3,10 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/quality/residual.h>
-#include <lintrix/systems/roads/column_units.h>
-#include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/probed_columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/solver_pool.h>
 #include <lintrix/systems/roads/sparse_rows.h>
-#include <lintrix/systems/roads/words.h>
 #include <lintrix/systems/saved_system.h>
 #include <lintrix/systems/structure/near_null.h>
 #include <lintrix/systems/structure/sparse_entries.h>
@@ -97,13 +95,11 @@ public:
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
-        if (!given) return solveColumns(given, known, op);
-        const ColumnUnits<Cell> units(*given);
-        M own(*given);
-        units.divide(own);
-        SystemAnswer<Cell> answer = solveColumns(&own, known, op);
-        if (answer.x) backInUnits(units, answer);
-        return answer;
+        ControlledRun run(this->control_);
+        std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op);
+        if (!answer) answer = solvedAlone(given, known, op);
+        run.finish();
+        return *std::move(answer);
     }
 
     SystemChange update(const Sparse& A) override
@@ -152,24 +148,9 @@ public:
     }
 
 private:
-    SystemAnswer<Cell> solveColumns(const M* given, const M* known, TransposeMode op)
+    ProbedColumns<Cell> columnsOf(const M* given, const M* known, TransposeMode op) const
     {
-        ControlledRun run(this->control_);
-        std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op);
-        if (!answer) answer = solvedAlone(given, known, op);
-        run.finish();
-        return *std::move(answer);
-    }
-
-    /// Right-hand sides and known solutions, the probe last.
-    struct Columns {
-        M B, known;
-    };
-    Columns columnsOf(const M* given, const M* known, TransposeMode op) const
-    {
-        M solutions = withProbe(known, op);
-        M products = productOf<Cell>(matrix_.Matrix(), solutions, op);
-        return {given ? beside(*given, products) : std::move(products), std::move(solutions)};
+        return probedColumns<Cell>(matrix_.Matrix(), given, known, op);
     }
 
     /// By a factor that serves, beside other threads that solve with it. None where there is no such factor,
@@ -182,11 +163,11 @@ private:
         Outcome<Cell> outcome = best_->road();
         outcome.factor = others_.take(*best_->factor);
         if (!outcome.factor) return std::nullopt;
-        const Columns columns = columnsOf(given, known, op);
+        const ProbedColumns<Cell> columns = columnsOf(given, known, op);
         const Request<Cell> request{columns.B, columns.known, op};
         runner_.again(outcome, request);
         std::optional<SystemAnswer<Cell>> answer;
-        if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request);
+        if (outcome.verdict() == Verdict::Accurate) answer = inGivenUnits(columns, judged(outcome, request));
         others_.giveBack(std::move(outcome.factor));
         return answer;
     }
@@ -195,9 +176,9 @@ private:
     {
         const std::lock_guard turn(busy_);
         if (isStructurallySingular()) return structurallySingular();
-        const Columns columns = columnsOf(given, known, op);
+        const ProbedColumns<Cell> columns = columnsOf(given, known, op);
         others_.clear();
-        return settledOrAsBefore({columns.B, columns.known, op});
+        return inGivenUnits(columns, settledOrAsBefore({columns.B, columns.known, op}));
     }
 
     /// No road can do better. Where the diagonal is full, nothing has to be looked for.
@@ -225,20 +206,6 @@ private:
     static std::string complaintOf(const std::string& reason)
     {
         return "there is no good solution: " + reason;
-    }
-
-    M withProbe(const M* known, TransposeMode op) const
-    {
-        const M probe = probeSolution<Cell>(MatrixView<Cell>(matrix_.Matrix()), op);
-        return known ? beside(*known, probe) : probe;
-    }
-
-    static M beside(const M& left, const M& right)
-    {
-        M both(left.Rows(), left.Cols() + right.Cols());
-        copyColumns(left, both, 0);
-        copyColumns(right, both, left.Cols());
-        return both;
     }
 
     /// What a solve goes on from, but for the factor.
@@ -304,15 +271,18 @@ private:
         return answer;
     }
 
-    static void backInUnits(const ColumnUnits<Cell>& units, SystemAnswer<Cell>& answer)
+    static SystemAnswer<Cell> inGivenUnits(const ProbedColumns<Cell>& columns, SystemAnswer<Cell> answer)
     {
+        if (!columns.units || !answer.x) return answer;
+        const ColumnUnits<Cell>& units = *columns.units;
         units.multiply(*answer.x);
         const std::string_view reason = units.judgeAnew(*answer.x, answer.columns);
         if (!units.allFinite()) answer.residual = std::numeric_limits<double>::quiet_NaN();
-        if (reason.empty()) return;
+        if (reason.empty()) return answer;
         answer.verdict = worstOf(answer.columns);
         answer.reason = reason;
         if (answer.verdict == Verdict::Failed) answer.complaint = complaintOf(answer.reason);
+        return answer;
     }
 
     /// The best of all roads, with its factor where that can be made better or be asked for bounds.
@@ -389,16 +359,6 @@ private:
     {
         const bool pays = outcome.store == FactorStore::Memory && outcome.verdict() != Verdict::Failed;
         return pays && !outcome.reusedFactor ? options_.errorBounds : 0;
-    }
-
-    static std::string reasonOf(const ColumnQuality& column)
-    {
-        if (!(column.backwardError <= kRoundingLevel))
-            return "scaled residual " + numberInWords(column.backwardError);
-        if (!column.errorBound) return "ill-conditioned";
-        return std::isfinite(*column.errorBound)
-                   ? fmt::format("ill-conditioned, error up to {}", numberInWords(*column.errorBound))
-                   : "the error cannot be bounded";
     }
 
     SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const

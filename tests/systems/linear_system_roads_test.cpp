@@ -3,7 +3,7 @@
 #include <tests/systems/roads_from.h>
 
 #include <lintrix/sparse/sparse_assembler.h>
-#include <lintrix/systems/roads/dense_solver.h>
+#include <lintrix/systems/linear_system.h>
 
 #include <gmock/gmock.h>
 
@@ -191,8 +191,8 @@ SparseMatrix randomSigns(std::int32_t size, std::uint64_t seed)
 /// Whether LU with exchanges of rows gives x with all but a few digits.
 bool isRegular(const SparseMatrix& A)
 {
-    const Answer dense = solveDense(A.ToDense(), A * onesOf<Matrix>(A.Rows(), 1));
-    return dense.status == Status::Solved && *dense.probeError < 1e-9;
+    const auto dense = LinearSystem(A.ToDense()).Solve(A * onesOf<Matrix>(A.Rows(), 1));
+    return dense.x && *dense.probeError < 1e-9;
 }
 
 TEST(SparseRoads, NoSuccessIsFalse)

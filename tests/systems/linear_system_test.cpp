@@ -429,6 +429,69 @@ TEST(LinearSystem, DenseMatricesOfEachShape)
     EXPECT_THROW(complex.Update(CSparseMatrix(7, 7)), InvalidOperationException);
 }
 
+template <class M>
+void expectDenseFactorKept(std::uint64_t seed)
+{
+    const M A = blockOf<M>(30, 30, seed);
+    LinearSystem system(A);
+    EXPECT_EQ(system.Factorize(), Verdict::Accurate);
+    for (const TransposeMode op : {kPlain, kTransposed, kAdjoint}) {
+        const M B = blockOf<M>(30, 6, 5);
+        const auto answer = system.Solve(B, op);
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+        EXPECT_LT(largestOf(turned(A, op) * *answer.x - B), 1e-10);
+        ASSERT_EQ(answer.columns.size(), 6U);
+        EXPECT_EQ(
+            std::ranges::count_if(answer.columns, [](const auto& c) { return c.errorBound.has_value(); }), 4);
+        for (const ColumnQuality& column : answer.columns) {
+            EXPECT_LT(column.backwardError, 1e-15);
+            EXPECT_LT(column.componentwiseError, 1e-14);
+            EXPECT_LT(column.errorBound.value_or(0.0), 1e-13);
+        }
+    }
+    EXPECT_EQ(system.Factorizations(), 1) << "one factor serves them all";
+}
+
+TEST(LinearSystem, ADenseFactorIsKeptAndTheErrorsOfItsColumnsAreBounded)
+{
+    expectDenseFactorKept<Matrix>(2);
+    expectDenseFactorKept<CMatrix>(3);
+}
+
+TEST(LinearSystem, StatesOfDenseSquareSystems)
+{
+    const auto singular = LinearSystem(Matrix{{1, 2}, {2, 4}}).Solve(Matrix{{1}, {2}});
+    EXPECT_EQ(singular.reason, "singular");
+    EXPECT_EQ(singular.road, "LU");
+    EXPECT_FALSE(singular.x);
+    EXPECT_FALSE(singular.probeError);
+    EXPECT_EQ(singular.complaint, "the matrix is singular: LU met an exactly zero pivot");
+
+    const auto huge = LinearSystem(Matrix{{1e-300, 0}, {0, 1}}).Solve(Matrix{{1e300}, {1}});
+    EXPECT_EQ(huge.reason, "not-finite");
+    EXPECT_EQ(huge.complaint, "the solution is not finite: a number overflowed on the way");
+
+    Matrix B = blockOf<Matrix>(2, 2, 1);
+    B(1, 0) = std::numeric_limits<double>::infinity();
+    const auto half = LinearSystem(Matrix{{2, 1}, {1, 3}}).Solve(B);
+    EXPECT_EQ(half.verdict, Verdict::Failed);
+    EXPECT_EQ(half.reason, "a right-hand side is not finite");
+    ASSERT_EQ(half.columns.size(), 2U);
+    EXPECT_EQ(half.columns[1].verdict, Verdict::Accurate);
+}
+
+// Of order 10 some thirteen digits are lost.
+TEST(LinearSystem, TheProbeOfADenseSystemTellsHowManyDigitsAreRight)
+{
+    Matrix hilbert(10, 10);
+    for (std::int32_t j = 0; j < 10; ++j)
+        for (std::int32_t i = 0; i < 10; ++i) hilbert(i, j) = 1.0 / (i + j + 1);
+    const auto answer = LinearSystem(hilbert).Solve(blockOf<Matrix>(10, 1, 1));
+    EXPECT_GT(answer.probeError.value(), 1e-9);
+    EXPECT_LT(answer.probeError.value(), 0.1);
+    EXPECT_NE(answer.verdict, Verdict::Failed);
+}
+
 /// Small whole numbers, so that products of them are exact.
 template <class M>
 M wholeBlock(std::int32_t rows, std::int32_t cols, std::uint64_t seed)

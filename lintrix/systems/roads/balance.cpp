@@ -14,14 +14,14 @@ namespace {
 
 using Numbers = std::vector<double>;
 
-constexpr double kAlike = 20.0;     // powers of two between the largest elements of rows, or of columns
+constexpr double kAlike = 0x1p20;   // times, between the largest elements of rows, or of columns
 constexpr int kSteps = 60;          // of conjugate gradients
 constexpr double kNear = 0.25;      // powers of two that are left of the residual, in the mean of a column
 constexpr double kFarthest = 960.0; // powers of two that unknowns differ by at most
 
-/// work(i, j, log2 |a_ij|) for the elements that are finite and not 0.
+/// work(i, j, |a_ij|) for the elements that are finite and not 0.
 template <class Cell, class Work>
-void forLogarithms(const MatrixView<Cell>& A, Work work)
+void forSizes(const MatrixView<Cell>& A, Work work)
 {
     const std::int32_t places = A.isDense() ? A.rows() : A.cols();
     for (std::int32_t line = 0; line < A.lines(); ++line) {
@@ -31,29 +31,38 @@ void forLogarithms(const MatrixView<Cell>& A, Work work)
             const auto i = static_cast<std::size_t>(A.isDense() ? place : line),
                        j = static_cast<std::size_t>(A.isDense() ? line : place);
             if (A.isOneTriangle() && j < i) return;
-            work(i, j, std::log2(size));
-            if (A.isOneTriangle() && i != j) work(j, i, std::log2(size));
+            work(i, j, size);
+            if (A.isOneTriangle() && i != j) work(j, i, size);
         });
     }
+}
+
+/// Of those that are not 0, whether the largest is no more than so many times the smallest.
+bool areAlike(const Numbers& x)
+{
+    double low = INFINITY, high = 0.0;
+    for (const double value : x) {
+        if (value == 0.0) continue;
+        low = std::min(low, value);
+        high = std::max(high, value);
+    }
+    return high == 0.0 || high / low <= kAlike;
+}
+
+template <class Cell>
+bool haveAlikeUnits(const MatrixView<Cell>& A)
+{
+    Numbers rows(static_cast<std::size_t>(A.rows())), cols(static_cast<std::size_t>(A.cols()));
+    forSizes(A, [&](std::size_t i, std::size_t j, double size) {
+        rows[i] = std::max(rows[i], size);
+        cols[j] = std::max(cols[j], size);
+    });
+    return areAlike(rows) && areAlike(cols);
 }
 
 double dot(const Numbers& x, const Numbers& y)
 {
     return std::inner_product(x.begin(), x.end(), y.begin(), 0.0);
-}
-
-/// Of numbers that are finite.
-double spread(const Numbers& x)
-{
-    double low = 0.0, high = 0.0;
-    bool any = false;
-    for (const double value : x) {
-        if (!std::isfinite(value)) continue;
-        low = any ? std::min(low, value) : value;
-        high = any ? std::max(high, value) : value;
-        any = true;
-    }
-    return high - low;
 }
 
 /// With M and N the counts of elements in rows and columns, E their pattern, s and t the sums of logarithms,
@@ -68,19 +77,13 @@ public:
         : A_(A), rowSums_(static_cast<std::size_t>(A.rows())), colSums_(static_cast<std::size_t>(A.cols())),
           rowCounts_(rowSums_.size()), colCounts_(colSums_.size())
     {
-        Numbers rowTops(rowSums_.size(), -INFINITY), colTops(colSums_.size(), -INFINITY);
-        forLogarithms(A, [&](std::size_t i, std::size_t j, double size) {
-            rowSums_[i] += size;
-            colSums_[j] += size;
+        forSizes(A, [&](std::size_t i, std::size_t j, double size) {
+            rowSums_[i] += std::log2(size);
+            colSums_[j] += std::log2(size);
             ++rowCounts_[i];
             ++colCounts_[j];
-            rowTops[i] = std::max(rowTops[i], size);
-            colTops[j] = std::max(colTops[j], size);
         });
-        alike_ = spread(rowTops) <= kAlike && spread(colTops) <= kAlike;
     }
-
-    bool isAlike() const { return alike_; }
 
     /// e, by conjugate gradients with N for a preconditioner.
     Numbers columns() const
@@ -126,13 +129,13 @@ private:
     Numbers byRows(const Numbers& x) const
     {
         Numbers y(rowSums_.size());
-        forLogarithms(A_, [&](std::size_t i, std::size_t j, double) { y[i] += x[j]; });
+        forSizes(A_, [&](std::size_t i, std::size_t j, double) { y[i] += x[j]; });
         return y;
     }
     Numbers byColumns(const Numbers& y) const
     {
         Numbers x(colSums_.size());
-        forLogarithms(A_, [&](std::size_t i, std::size_t j, double) { x[j] += y[i]; });
+        forSizes(A_, [&](std::size_t i, std::size_t j, double) { x[j] += y[i]; });
         return x;
     }
     Numbers reduced(const Numbers& x) const
@@ -144,7 +147,6 @@ private:
 
     const MatrixView<Cell>& A_;
     Numbers rowSums_, colSums_, rowCounts_, colCounts_;
-    bool alike_ = false;
 };
 
 } // namespace
@@ -152,8 +154,8 @@ private:
 template <class Cell>
 std::vector<int> unitsOfUnknowns(const MatrixView<Cell>& A, TransposeMode op)
 {
+    if (haveAlikeUnits(A)) return {};
     const LogarithmicFit<Cell> fit(A);
-    if (fit.isAlike()) return {};
     Numbers units = fit.columns();
     if (op != TransposeMode::NotTransposed) units = fit.rows(units);
     const double largest = *std::ranges::max_element(units);

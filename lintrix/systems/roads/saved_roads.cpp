@@ -205,7 +205,8 @@ std::unique_ptr<DenseFactor<Cell>> DenseFactor<Cell>::load(const SparseOf<Cell>&
     for (std::int32_t k = 0; k < A.Rows(); ++k) {
         if (pivots[k] <= k || pivots[k] > A.Rows()) requireWhole(file.Contradiction());
     }
-    return std::unique_ptr<DenseFactor>(new DenseFactor(A, std::move(factors), std::move(pivots)));
+    return std::unique_ptr<DenseFactor>(
+        new DenseFactor(MatrixView<Cell>(A), std::move(factors), std::move(pivots)));
 }
 
 template <class Cell>
