@@ -2,6 +2,7 @@
 
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/dense_solver.h>
+#include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/road_choice.h>
 
 #include <algorithm>
@@ -42,18 +43,17 @@ public:
     std::int32_t analyses() const override { return 0; }
     std::int32_t factorizations() const override { return factorizations_; }
 
-    SystemForecast forecast() override
-    {
-        const std::lock_guard turn(busy_);
-        ControlledRun run(this->control_);
-        return cost();
-    }
+    SystemForecast forecast() override { return cost(); }
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
         const std::lock_guard turn(busy_);
         ControlledRun run(this->control_);
-        WorkScope::expect(cost().operations);
+        const SystemForecast forecast = cost();
+        const double columns = given ? given->Cols() : known ? known->Cols() : 1;
+        MemoryBudget(options_).require(bytesOfColumns<Cell>(std::max(rows(), cols()), columns + 1.0),
+                                       forecast.bytesInMemory, forecast.bytesInMemory);
+        WorkScope::expect(forecast.operations);
         SystemAnswer<Cell> answer = settle(given, known, op);
         run.finish();
         return answer;

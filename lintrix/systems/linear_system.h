@@ -149,7 +149,9 @@ public:
     /// X with op(A)*X = B. Checks, in this order:
     /// @throws SizeMismatchException     B has not as many rows as op(A): "Matrix sizes do not match."
     /// @throws NotEnoughMemoryException  there is no room for the first factor
-    /// @throws OperationFailedException  the files of a factor fail, in words
+    /// @throws OperationFailedException  the files of a factor fail, in words, or the memory budget is too
+    /// small:
+    ///                                   then it says what the system takes, in memory and with files
     SystemAnswer<Cell> Solve(const M& B, TransposeMode op = TransposeMode::NotTransposed);
     SystemAnswer<Cell> Solve(const V& b, TransposeMode op = TransposeMode::NotTransposed);
     /// The same for B = op(A)*`known`: how well does the solution come back that is known?

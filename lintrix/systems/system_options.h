@@ -69,6 +69,10 @@ struct SystemOptions {
     /// each. 0: none, and the verdict rests on residual and probe.
     std::int32_t errorBounds = 4;
     bool outOfCore = false; ///< the factor in files; else only where memory has no room for it
+    /// Bytes of all that the system holds, its copy of the matrix and right-hand sides among it; none: what
+    /// the machine leaves. By the forecast, factorization and solve stay within it, with the factor in files
+    /// where it has no room in memory; what takes more is not begun. An analysis takes what it takes.
+    std::optional<double> memoryBudget{};
     /// Bytes that may be taken from now on.
     std::function<double()> memoryLeft = [] { return MemoryLeft(MKL_Get_Max_Threads()); };
     /// Is asked once, when a factor is about to go to files, with the bytes that are left.
