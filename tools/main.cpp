@@ -300,6 +300,8 @@ void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
     analyse->add_flag("--json", options.json, "Report on one line of JSON");
     analyse->footer(
         "Orderings: mmd minimum degree, cmmd with parts, nd nested dissection, pnd with parts, natural.\n"
+        "Seconds: of the analysis; of factorization and solve as foreseen, on a machine with nothing else to "
+        "do.\n"
         "Memory: factors with the work on one; in core: all with one factor in memory; in files: at least.\n"
         "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
 }

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <mutex>
 #include <type_traits>
 #include <utility>
 
@@ -47,8 +46,7 @@ public:
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
-        const std::lock_guard turn(busy_);
-        ControlledRun run(this->control_);
+        ControlledRun run(this->watch_);
         const SystemForecast forecast = cost();
         const double columns = given ? given->Cols() : known ? known->Cols() : 1;
         MemoryBudget(options_).require(bytesOfColumns<Cell>(std::max(rows(), cols()), columns + 1.0),
@@ -67,7 +65,8 @@ private:
         const double operations =
             each * (m == n ? 2.0 / 3.0 * n * n * n : 2.0 * p * p * (std::max(m, n) - p / 3.0));
         const double bytes = 2.0 * sizeof(Cell) * m * n;
-        return {static_cast<std::int64_t>(m * n), operations, bytes, bytes};
+        return {static_cast<std::int64_t>(m * n), operations, bytes, bytes,
+                SecondsFor({operations, sizeof(Cell) * m * n})};
     }
 
     SystemAnswer<Cell> settle(const M* given, const M* known, TransposeMode op)
@@ -125,7 +124,6 @@ private:
     M A_;
     MatrixTraits traits_{};
     std::atomic<std::int32_t> factorizations_ = 0;
-    std::mutex busy_{};
 };
 
 } // namespace

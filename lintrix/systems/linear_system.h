@@ -7,6 +7,7 @@
 #include <lintrix/foundation/transposition.h>
 #include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/sparse_matrix.h>
+#include <lintrix/systems/factor_seconds.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
 #include <lintrix/systems/verdict.h>
@@ -55,7 +56,9 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::optional<FillInReducingMethod> ordering{}; ///< none of a dense factor, or where there is none
     std::vector<std::string> tried{};               ///< "ROAD: why it was left", of the other roads
     std::int32_t perturbedPivots = 0, refinementSteps = 0;
-    std::int32_t krylovSteps = 0;   ///< of GMRES, where it made good for replaced pivots
+    /// Of GMRES, where it made good for replaced pivots or for a factor of earlier values.
+    std::int32_t krylovSteps = 0;
+    bool reusedFactor = false;      ///< that of earlier values, as a preconditioner
     std::int64_t factorEntries = 0; ///< of L and U together
     FactorStore store = FactorStore::Memory;
     int coreMegabytes = 0; ///< that are used beside a factor in files
@@ -70,7 +73,8 @@ struct SystemForecast {
     double operations = 0.0;        ///< of the factorization
     double bytesInMemory = 0.0;     ///< of analysis, factor and solve in all
     double bytesWithFiles =
-        0.0; ///< of memory at least, with the factor in files; as above where it cannot be
+        0.0;                 ///< of memory at least, with the factor in files; as above where it cannot be
+    FactorSeconds seconds{}; ///< of the factorization in memory and of a solve, by rates that are measured
 };
 
 /// What `LinearSystem::Update` found changed.
@@ -113,7 +117,10 @@ enum class SystemChange {
 /// system's: sizes, memory, files, and the end of a phase that `RunLimits` ask for: OperationFailedException
 /// with "The operation was stopped." or "The deadline has passed.". After any of them the object is as before
 /// the phase and can be used again; a factor that stood before is kept, or made anew by the next solve where
-/// it had been given up for another road. One factor may be solved with by several threads: they take turns.
+/// it had been given up for another road.
+///
+/// **Threads.** Several may call the same object. Once a sparse factor in memory serves, they solve at the
+/// same time; else they take turns.
 template <class Cell>
 class LINTRIX_EXPORT LinearSystem {
 public:

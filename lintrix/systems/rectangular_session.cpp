@@ -49,18 +49,19 @@ public:
     SystemForecast forecast() override
     {
         const std::lock_guard turn(busy_);
-        ControlledRun run(this->control_);
+        ControlledRun run(this->watch_);
         const std::optional<FactorForecast>& factor = solverOf(TransposeMode::NotTransposed).forecast();
         finish("analyse");
         run.finish();
         if (!factor) return {};
-        return {factor->entries, factor->operations, factor->bytes, factor->bytes};
+        return {factor->entries, factor->operations, factor->bytes, factor->bytes,
+                SecondsFor({factor->operations, 2.0 * sizeof(Cell) * static_cast<double>(factor->entries)})};
     }
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
         const std::lock_guard turn(busy_);
-        ControlledRun run(this->control_);
+        ControlledRun run(this->watch_);
         SystemAnswer<Cell> answer = settledOrAsBefore(given, known, op);
         run.finish();
         return answer;

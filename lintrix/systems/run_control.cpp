@@ -12,21 +12,20 @@ constexpr double kGrain = 1e-3; // of all, that is worth telling
 
 } // namespace
 
-void RunControl::limits(const RunLimits& limits)
+void RunWatch::limits(const RunLimits& limits)
 {
     const std::lock_guard lock(setting_);
     limits_ = limits;
 }
 
-void RunControl::begin()
+RunLimits RunWatch::limits() const
 {
-    {
-        const std::lock_guard lock(setting_);
-        inForce_ = limits_;
-    }
-    done_ = all_ = told_ = 0.0;
-    end_ = End::None;
-    thrown_ = nullptr;
+    const std::lock_guard lock(setting_);
+    return limits_;
+}
+
+RunControl::RunControl(const RunWatch& watch) : progress_(watch.progress()), limits_(watch.limits())
+{
     if (!goesOn()) require();
 }
 
@@ -71,9 +70,9 @@ void RunControl::tell() noexcept
 bool RunControl::goesOn() noexcept
 {
     End now = End::None;
-    if (inForce_.stop.stop_requested())
+    if (limits_.stop.stop_requested())
         now = End::Stop;
-    else if (inForce_.deadline && std::chrono::steady_clock::now() >= *inForce_.deadline)
+    else if (limits_.deadline && std::chrono::steady_clock::now() >= *limits_.deadline)
         now = End::Deadline;
     End before = End::None;
     if (now != End::None) end_.compare_exchange_strong(before, now);

@@ -68,6 +68,9 @@ struct SystemOptions {
     /// Right-hand sides whose error is bounded, those with the largest backward errors first; some six solves
     /// each. 0: none, and the verdict rests on residual and probe.
     std::int32_t errorBounds = 4;
+    /// After an `Update` with other values: the factor at hand preconditions GMRES as long as that leads to
+    /// rounding level for at most half the cost of a new factor. Errors are then bounded by the probe alone.
+    bool reuseFactor = false;
     bool outOfCore = false; ///< the factor in files; else only where memory has no room for it
     /// Bytes of all that the system holds, its copy of the matrix and right-hand sides among it; none: what
     /// the machine leaves. By the forecast, factorization and solve stay within it, with the factor in files
@@ -86,10 +89,11 @@ struct SystemOptions {
     /// Is told how many operations of a phase are done, and how many there are in all, up to the last of
     /// them. An analysis counts by its entries, the rest by what the analysis has found; so `all` grows when
     /// the analysis has ended, when another road is taken, and where more right-hand sides than foreseen need
-    /// refinement. Called by one thread at a time, which may be any of a team, and never more than a thousand
-    /// times for the same `all`. It must not call the system; what it throws ends the phase.
+    /// refinement. Called by one thread of a phase at a time, which may be any of a team, and never more than
+    /// a thousand times for the same `all`. It must not call the system; what it throws ends the phase.
     std::function<void(double done, double all)> progress{};
-    /// Is told the name of each step when it has ended: analyse, factorize, solve, check.
+    /// Is told the name of each step when it has ended: analyse, factorize, solve, check. By several threads
+    /// at once where these solve together.
     std::function<void(std::string_view step)> stepDone{};
 };
 

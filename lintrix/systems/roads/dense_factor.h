@@ -6,6 +6,8 @@
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/factored.h>
 
+#include <memory>
+
 namespace Velmar::Lintrix::detail::roads {
 
 /// Backward stable but for the growth of the elements and bad scaling, which a step of refinement makes good
@@ -21,6 +23,7 @@ public:
     double operations(std::int32_t rightHands) const override;
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps) override;
+    std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<Borrowed<Cell>>(*this); }
 
 private:
     MatrixOf<Cell> solved(const MatrixOf<Cell>& B, TransposeMode op) const;

@@ -95,8 +95,23 @@ DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod
     parameters_[SymmetricPivoting] = setup.pairs;
 }
 
+/// The engine solves with a diagonal matrix as it stands, and then there is nothing to share.
+DirectRun::DirectRun(const DirectRun* host)
+    : slots_(host->slots_), matrix_(host->matrix_), settings_(host->settings_), entries_(host->entries_)
+{
+    if (!host->isDiagonal()) guest_.emplace(host->handle_.data());
+}
+
+std::unique_ptr<DirectRun> DirectRun::another() const
+{
+    if (guest_) return nullptr;
+    std::unique_ptr<DirectRun> guest(new DirectRun(this));
+    return guest->guest_ && !guest->guest_->IsReady() ? nullptr : std::move(guest);
+}
+
 DirectRun::~DirectRun()
 {
+    if (guest_) return; // gives its own back
     parameters_[PardisoParameter::Transpose] =
         0; // else the release of a handle could be taken for that of a diagonal matrix
     enter(-1, 1, nullptr, nullptr);
@@ -117,7 +132,9 @@ EngineAnswer DirectRun::analyse(FactorStore store, std::int32_t rightHands)
 {
     parameters_[PardisoParameter::OutOfCore] = store == FactorStore::Files ? 2 : 0;
     parameters_[PardisoParameter::FactorNonZeros] = -1;
-    return call(11, rightHands, nullptr, nullptr, analysisOperations(matrix_.entries()));
+    const EngineAnswer answer = call(11, rightHands, nullptr, nullptr, analysisOperations(matrix_.entries()));
+    entries_ = cost().entries;
+    return answer;
 }
 
 EngineAnswer DirectRun::factorize()
@@ -128,7 +145,7 @@ EngineAnswer DirectRun::factorize()
 double DirectRun::solveOperations(std::int32_t rightHands) const
 {
     const double each = matrix_.isComplex() ? 16.0 : 4.0; // of an entry of L, once downwards and once upwards
-    return each * static_cast<double>(cost().entries) * rightHands;
+    return each * static_cast<double>(entries_) * rightHands;
 }
 
 DirectRun::Reading DirectRun::readingOf(TransposeMode op) const
@@ -166,8 +183,8 @@ EngineAnswer DirectRun::enter(int phase, int nrhs, const void* b, void* x)
     int unused = 0, error = 0;
     int& failing = parameters_[PardisoParameter::FailingEquation];
     failing = 0;
-    pardiso(handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
-            &unused, nrhs, slots_.data(), level, const_cast<void*>(b), x, error);
+    pardiso(guest_ ? guest_->Slots() : handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a,
+            matrix_.ia, matrix_.ja, &unused, nrhs, slots_.data(), level, const_cast<void*>(b), x, error);
     return {error, failing};
 }
 

@@ -44,11 +44,16 @@ public:
     /// @throws NotEnoughMemoryException  the first one's factor has no room
     /// @throws OperationFailedException  the first one's files fail, in words
     Outcome<Cell> run(const Attempt& attempt, Reach limit, const Request<Cell>& request);
-    /// With the factor at hand, which `outcome` has and keeps. @throws as for the first road
-    void again(Outcome<Cell>& outcome, const Request<Cell>& request);
+    /// With the factor at hand, which `outcome` has and keeps; from several threads at once, each with a
+    /// factor of its own (`Factored::another`). @throws as for the first road
+    void again(Outcome<Cell>& outcome, const Request<Cell>& request) const;
     /// The values of the matrix have changed: the factor of `outcome` is made anew, after the analysis at
     /// hand, which it keeps.
     void refactorize(Outcome<Cell>& outcome, const Request<Cell>& request);
+
+    /// With the factor of `outcome`, which is one of earlier values, as a preconditioner of GMRES. Where that
+    /// would cost more than half a factorization, there is no solution.
+    void precondition(Outcome<Cell>& outcome, const Request<Cell>& request) const;
 
     /// GMRES on the columns of a solution whose factor has replaced pivots; keeps what is better.
     void repair(const Request<Cell>& request, Outcome<Cell>& outcome);
@@ -81,8 +86,10 @@ private:
                            Outcome<Cell>& outcome);
     std::int32_t solvesFor(const Request<Cell>& request) const;
     void takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
-    void solve(const Request<Cell>& request, Outcome<Cell>& outcome);
-    void refine(const Request<Cell>& request, Outcome<Cell>& outcome);
+    void solve(const Request<Cell>& request, Outcome<Cell>& outcome) const;
+    void refine(const Request<Cell>& request, Outcome<Cell>& outcome) const;
+    std::int32_t iterate(const Request<Cell>& request, Factored<Cell>& factor, MatrixOf<Cell>& X,
+                         std::int32_t most) const;
     ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
 
     double ownBytes(std::int32_t rightHands) const;
