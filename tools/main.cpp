@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -209,6 +210,37 @@ std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::S
     return {type, ordering, strategy, refine, outOfCore, report};
 }
 
+/// What is wrong with a number of seconds, in words; nothing when it can be used.
+std::string faultOfSeconds(const std::string& word)
+{
+    constexpr double kMost = 1e9; // some thirty years
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    const bool sound =
+        error == std::errc() && end == word.data() + word.size() && value >= 0.0 && value <= kMost;
+    return sound ? "" : tools::inQuotes(word) + " is not a number of seconds";
+}
+
+/// Bounds of time and memory, whatever way the system is solved.
+void addLimits(CLI::App* solve, SystemOptions& options)
+{
+    constexpr double kMegabyte = 1048576.0;
+    const auto takeSeconds = [&options](double seconds) {
+        using Clock = std::chrono::steady_clock;
+        options.limits.deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                                     std::chrono::duration<double>(seconds));
+    };
+    solve->add_option_function<double>("--deadline", takeSeconds, "Give up after so many seconds")
+        ->type_name("SECONDS")
+        ->check(CLI::Validator(faultOfSeconds, ""));
+    const auto takeMegabytes = [&options](int megabytes) { options.memoryBudget = kMegabyte * megabytes; };
+    solve
+        ->add_option_function<int>("--memory", takeMegabytes,
+                                   "Hold at most MB megabytes, with the factor in files if need be")
+        ->type_name("MB")
+        ->check(CLI::Validator(faultOfCount, ""));
+}
+
 /// They are refused where the file, once it is open, turns out to be solved in another way.
 void noteDirect(CLI::App* solve, const std::vector<CLI::Option*>& direct, tools::SolveOptions& options)
 {
@@ -229,6 +261,7 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
     addThreads(*solve);
     CLI::Option* const json = solve->add_flag("--json", options.json, "Report on one line of JSON");
     noteDirect(solve, addDirect(solve, json, options.sparse), options);
+    addLimits(solve, options.sparse.system);
     solve->add_flag("--explain", options.explain, "Say in sentences what the report means, and what to do")
         ->excludes(json);
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
@@ -267,6 +300,8 @@ void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
     analyse->add_flag("--json", options.json, "Report on one line of JSON");
     analyse->footer(
         "Orderings: mmd minimum degree, cmmd with parts, nd nested dissection, pnd with parts, natural.\n"
+        "Seconds: of the analysis; of factorization and solve as foreseen, on a machine with nothing else to "
+        "do.\n"
         "Memory: factors with the work on one; in core: all with one factor in memory; in files: at least.\n"
         "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
 }

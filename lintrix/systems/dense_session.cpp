@@ -5,7 +5,9 @@
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/dense_solver.h>
+#include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/probed_columns.h>
+#include <lintrix/systems/roads/road_choice.h>
 
 #include <algorithm>
 #include <atomic>
@@ -50,15 +52,15 @@ public:
     std::int32_t analyses() const override { return 0; }
     std::int32_t factorizations() const override { return factorizations_; }
 
-    SystemForecast forecast() override
-    {
-        ControlledRun run(this->control_);
-        return cost();
-    }
+    SystemForecast forecast() override { return cost(); }
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
-        ControlledRun run(this->control_);
+        ControlledRun run(this->watch_);
+        const SystemForecast forecast = cost();
+        const double columns = given ? given->Cols() : known ? known->Cols() : 1;
+        MemoryBudget(options_).require(bytesOfColumns<Cell>(std::max(rows(), cols()), columns + 1.0),
+                                       forecast.bytesInMemory, forecast.bytesInMemory);
         SystemAnswer<Cell> answer = settle(given, known, op);
         run.finish();
         return answer;
@@ -72,7 +74,8 @@ private:
         const double operations =
             each * (m == n ? 2.0 / 3.0 * n * n * n : 2.0 * p * p * (std::max(m, n) - p / 3.0));
         const double bytes = 2.0 * sizeof(Cell) * m * n;
-        return {static_cast<std::int64_t>(m * n), operations, bytes, bytes};
+        return {static_cast<std::int64_t>(m * n), operations, bytes, bytes,
+                SecondsFor({operations, sizeof(Cell) * m * n})};
     }
 
     SystemAnswer<Cell> settle(const M* given, const M* known, TransposeMode op)

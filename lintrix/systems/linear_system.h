@@ -7,6 +7,7 @@
 #include <lintrix/foundation/transposition.h>
 #include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/sparse_matrix.h>
+#include <lintrix/systems/factor_seconds.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
 #include <lintrix/systems/verdict.h>
@@ -72,7 +73,8 @@ struct SystemForecast {
     double operations = 0.0;        ///< of the factorization
     double bytesInMemory = 0.0;     ///< of analysis, factor and solve in all
     double bytesWithFiles =
-        0.0; ///< of memory at least, with the factor in files; as above where it cannot be
+        0.0;                 ///< of memory at least, with the factor in files; as above where it cannot be
+    FactorSeconds seconds{}; ///< of the factorization in memory and of a solve, by rates that are measured
 };
 
 /// What `LinearSystem::Update` found changed.
@@ -164,7 +166,9 @@ public:
     /// X with op(A)*X = B. Checks, in this order:
     /// @throws SizeMismatchException     B has not as many rows as op(A): "Matrix sizes do not match."
     /// @throws NotEnoughMemoryException  there is no room for the first factor
-    /// @throws OperationFailedException  the files of a factor fail, in words
+    /// @throws OperationFailedException  the files of a factor fail, in words, or the memory budget is too
+    /// small:
+    ///                                   then it says what the system takes, in memory and with files
     SystemAnswer<Cell> Solve(const M& B, TransposeMode op = TransposeMode::NotTransposed);
     SystemAnswer<Cell> Solve(const V& b, TransposeMode op = TransposeMode::NotTransposed);
     /// The same for B = op(A)*`known`: how well does the solution come back that is known?

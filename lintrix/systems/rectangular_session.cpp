@@ -2,6 +2,7 @@
 
 #include <lintrix/systems/least_squares/least_squares.h>
 #include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/quality.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/roads/words.h>
@@ -48,18 +49,19 @@ public:
     SystemForecast forecast() override
     {
         const std::lock_guard turn(busy_);
-        ControlledRun run(this->control_);
+        ControlledRun run(this->watch_);
         const std::optional<FactorForecast>& factor = solverOf(TransposeMode::NotTransposed).forecast();
         finish("analyse");
         run.finish();
         if (!factor) return {};
-        return {factor->entries, factor->operations, factor->bytes, factor->bytes};
+        return {factor->entries, factor->operations, factor->bytes, factor->bytes,
+                SecondsFor({factor->operations, 2.0 * sizeof(Cell) * static_cast<double>(factor->entries)})};
     }
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
         const std::lock_guard turn(busy_);
-        ControlledRun run(this->control_);
+        ControlledRun run(this->watch_);
         SystemAnswer<Cell> answer = settledOrAsBefore(given, known, op);
         run.finish();
         return answer;
@@ -90,6 +92,10 @@ private:
     {
         LeastSquares<Cell>& solver = solverOf(op);
         finish("analyse");
+        const std::int32_t rightHands = given ? given->Cols() : known ? known->Cols() : 1;
+        const double own = ownBytes(rightHands), bytes = solver.forecast() ? solver.forecast()->bytes : 0.0;
+        budget_.require(own, bytes, bytes);
+        solver.memory(budget_.limit(own));
         const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
         const M probe = probeFor(op);
         bool settled = true;
@@ -108,6 +114,15 @@ private:
     std::int32_t rowsOf(TransposeMode op) const noexcept
     {
         return op == TransposeMode::NotTransposed ? A_.Rows() : A_.Cols();
+    }
+
+    /// Beside a factor: the matrix as it came, turned, and as tall and wide rows, and columns.
+    double ownBytes(std::int32_t rightHands) const
+    {
+        constexpr double kForms = 3.0;
+        const double length = std::max(A_.Rows(), A_.Cols());
+        return kForms * bytesOfEntries<Cell>(std::max(A_.Rows(), A_.Cols()), A_.NumElements()) +
+               bytesOfColumns<Cell>(length, rightHands + 1.0);
     }
 
     /// One for each op that was asked for, since each has a factor of its own.
@@ -218,6 +233,7 @@ private:
     }
 
     SystemOptions options_;
+    MemoryBudget budget_{options_};
     Sparse A_;
     MatrixTraits traits_{};
     std::array<std::optional<Sparse>, 3> turned_{};                ///< op(A), by op

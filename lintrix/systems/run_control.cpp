@@ -12,39 +12,41 @@ constexpr double kGrain = 1e-3; // of all, that is worth telling
 
 } // namespace
 
-void RunControl::limits(const RunLimits& limits)
+void RunWatch::limits(const RunLimits& limits)
 {
     const std::lock_guard lock(setting_);
     limits_ = limits;
 }
 
-ControlledRun::ControlledRun(RunControl& control) : control_(control), scope_(*this)
+RunLimits RunWatch::limits() const
 {
-    {
-        const std::lock_guard lock(control_.setting_);
-        limits_ = control_.limits_;
-    }
+    const std::lock_guard lock(setting_);
+    return limits_;
+}
+
+RunControl::RunControl(const RunWatch& watch) : progress_(watch.progress()), limits_(watch.limits())
+{
     if (!goesOn()) require();
 }
 
-void ControlledRun::finish()
+void RunControl::finish()
 {
-    const std::lock_guard lock(control_.telling_);
+    const std::lock_guard lock(telling_);
     all_ = done_ = std::max(all_, done_);
     if (told_ < all_) tell();
     if (thrown_) std::rethrow_exception(thrown_);
 }
 
-void ControlledRun::expect(double operations) noexcept
+void RunControl::expect(double operations) noexcept
 {
-    const std::lock_guard lock(control_.telling_);
+    const std::lock_guard lock(telling_);
     all_ = std::max(all_, done_ + operations);
 }
 
-bool ControlledRun::hear(double operations) noexcept
+bool RunControl::hear(double operations) noexcept
 {
     if (operations > 0.0) {
-        const std::lock_guard lock(control_.telling_);
+        const std::lock_guard lock(telling_);
         done_ += operations;
         all_ = std::max(all_, done_);
         if (done_ - told_ >= kGrain * all_ && goesOn()) tell();
@@ -52,12 +54,12 @@ bool ControlledRun::hear(double operations) noexcept
     return goesOn();
 }
 
-void ControlledRun::tell() noexcept
+void RunControl::tell() noexcept
 {
     told_ = done_;
-    if (!control_.progress_) return;
+    if (!progress_) return;
     try {
-        control_.progress_(done_, all_);
+        progress_(done_, all_);
     } catch (...) {
         thrown_ = std::current_exception();
         end_ = End::Callback;
@@ -65,7 +67,7 @@ void ControlledRun::tell() noexcept
 }
 
 /// What has ended it first stands.
-bool ControlledRun::goesOn() noexcept
+bool RunControl::goesOn() noexcept
 {
     End now = End::None;
     if (limits_.stop.stop_requested())
@@ -77,7 +79,7 @@ bool ControlledRun::goesOn() noexcept
     return end_ == End::None;
 }
 
-void ControlledRun::require() const
+void RunControl::require() const
 {
     switch (end_) {
     case End::None:

@@ -18,30 +18,28 @@ inline double analysisOperations(double entries) noexcept
     return 1000.0 * entries;
 }
 
-/// What the runs of one system have in common.
-class LINTRIX_TESTABLE RunControl {
+/// What a system is watched with, run after run, or several at once.
+class LINTRIX_TESTABLE RunWatch {
 public:
-    explicit RunControl(const SystemOptions& options) : limits_(options.limits), progress_(options.progress)
-    {
-    }
+    explicit RunWatch(const SystemOptions& options) : limits_(options.limits), progress_(options.progress) {}
 
     /// Of the runs that begin from now on.
     void limits(const RunLimits& limits);
+    RunLimits limits() const;
+    const std::function<void(double, double)>& progress() const noexcept { return progress_; }
 
 private:
-    friend class ControlledRun;
-
     RunLimits limits_;
     std::function<void(double, double)> progress_;
-    std::mutex setting_{}, telling_{}; ///< the callback is told by one thread at a time
+    mutable std::mutex setting_{};
 };
 
-/// A run, while it lives: hears of what this thread starts. The callback is told of each thousandth; what it
-/// throws ends the run and travels to who started it. Runs of several threads know nothing of each other.
-class LINTRIX_TESTABLE ControlledRun final : public WorkListener {
+/// Hears of the operations of one run. The callback is told of each thousandth, by one thread at a time; what
+/// it throws ends the run and travels to who started it.
+class LINTRIX_TESTABLE RunControl final : public WorkListener {
 public:
-    /// @throws OperationFailedException  it has to end before it begins
-    explicit ControlledRun(RunControl& control);
+    /// The watch must outlive the run. @throws OperationFailedException  it has to end before it begins
+    explicit RunControl(const RunWatch& watch);
 
     void expect(double operations) noexcept override;
     bool hear(double operations) noexcept override;
@@ -56,11 +54,23 @@ private:
     bool goesOn() noexcept;
     void tell() noexcept;
 
-    RunControl& control_;
-    RunLimits limits_{};
+    const std::function<void(double, double)>& progress_;
+    const RunLimits limits_;
+    std::mutex telling_{};
     double done_ = 0.0, all_ = 0.0, told_ = 0.0;
     std::atomic<End> end_{End::None};
     std::exception_ptr thrown_{};
+};
+
+/// While it lives, what this thread starts is a run.
+class LINTRIX_TESTABLE ControlledRun {
+public:
+    /// @throws OperationFailedException  as `RunControl`
+    explicit ControlledRun(const RunWatch& watch) : control_(watch), scope_(control_) {}
+    void finish() { control_.finish(); }
+
+private:
+    RunControl control_;
     WorkScope scope_;
 };
 

@@ -15,12 +15,12 @@ class SystemSession {
 public:
     using M = MatrixOf<Cell>;
 
-    explicit SystemSession(const SystemOptions& options) : control_(options) {}
+    explicit SystemSession(const SystemOptions& options) : watch_(options) {}
     SystemSession(const SystemSession&) = delete;
     SystemSession& operator=(const SystemSession&) = delete;
     virtual ~SystemSession() = default;
 
-    void limits(const RunLimits& limits) { control_.limits(limits); }
+    void limits(const RunLimits& limits) { watch_.limits(limits); }
 
     virtual std::int32_t rows() const noexcept = 0;
     virtual std::int32_t cols() const noexcept = 0;
@@ -32,7 +32,7 @@ public:
     virtual std::int32_t factorizations() const = 0;
 
 protected:
-    RunControl control_;
+    RunWatch watch_;
 };
 
 template <class Cell>

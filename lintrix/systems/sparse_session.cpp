@@ -86,16 +86,17 @@ public:
     SystemForecast forecast() override
     {
         const std::lock_guard turn(busy_);
-        ControlledRun run(this->control_);
+        ControlledRun run(this->watch_);
         if (isStructurallySingular()) return {};
         const RoadCost cost = runner_.forecast(Attempt{first_});
         run.finish();
-        return {cost.entries, cost.operations, cost.bytesInMemory, cost.bytesWithFiles};
+        return {cost.entries, cost.operations, cost.bytesInMemory, cost.bytesWithFiles,
+                SecondsFor({cost.operations, 2.0 * sizeof(Cell) * static_cast<double>(cost.entries)})};
     }
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
-        ControlledRun run(this->control_);
+        ControlledRun run(this->watch_);
         std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op);
         if (!answer) answer = solvedAlone(given, known, op);
         run.finish();
@@ -321,13 +322,23 @@ private:
         if (!best_ || !best_->taken || (isOld && !best_->factor)) {
             best_.reset();
         } else if (isOld) {
-            runner_.refactorize(*best_, request);
+            withOldFactor(*best_, request);
         } else if (best_->factor) {
             runner_.again(*best_, request);
         } else {
             *best_ = runner_.run(best_->attempt, Reach::Far, request);
         }
         return std::exchange(best_, std::nullopt);
+    }
+
+    void withOldFactor(Outcome<Cell>& outcome, const Request<Cell>& request)
+    {
+        if (options_.reuseFactor) {
+            runner_.precondition(outcome, request);
+            isFactorOld_ = outcome.x && outcome.verdict() == Verdict::Accurate;
+            if (isFactorOld_) return;
+        }
+        runner_.refactorize(outcome, request);
     }
 
     bool isGoodEnough(const Outcome<Cell>& outcome) const

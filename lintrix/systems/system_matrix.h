@@ -91,6 +91,8 @@ public:
 
     std::int32_t Size() const noexcept { return size_; }
     const MatrixTraits& Traits() const noexcept { return traits_; }
+    /// Of the forms that it has been brought to.
+    double Bytes() const noexcept;
     /// As it came, for products.
     const Sparse& Matrix() const noexcept { return full_ ? *full_ : *upper_; }
 

@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -56,9 +57,18 @@ Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& rep
     const bool sparse = !options.dense && isSparse(header);
     if (!sparse) refuseDirectOptions(header, options);
     Solution solution = sparse ? takeSparseRoad(files, options.sparse, report, progress)
-                               : takeDenseRoad(files, report, progress);
+                               : takeDenseRoad(files, options.sparse.system, report, progress);
     report.status = NameOf(solution.verdict);
     return solution;
+}
+
+/// A sentence of the library as the end of one of the command's.
+std::string asClause(std::string sentence)
+{
+    if (sentence.ends_with('.')) sentence.pop_back();
+    if (!sentence.empty())
+        sentence[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(sentence[0])));
+    return sentence;
 }
 
 /// The larger of what is known; NaN if one is.
@@ -122,6 +132,19 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
 
 template Solution tell(SystemAnswer<double>&, SolveReport&);
 template Solution tell(SystemAnswer<ComplexNumber>&, SolveReport&);
+
+template <class Cell>
+SystemAnswer<Cell> answerOf(LinearSystem<Cell>& system, const std::optional<Columns<Cell>>& given)
+try {
+    if (given) return system.Solve(*given);
+    return system.SolveKnown(filledWith<Columns<Cell>>(1.0, system.Cols(), 1));
+} catch (const OperationFailedException& failure) {
+    throw InputError(asClause(failure.what()));
+}
+
+template SystemAnswer<double> answerOf(LinearSystem<double>&, const std::optional<Columns<double>>&);
+template SystemAnswer<ComplexNumber> answerOf(LinearSystem<ComplexNumber>&,
+                                              const std::optional<Columns<ComplexNumber>>&);
 
 void tellUser(const std::string& text)
 {

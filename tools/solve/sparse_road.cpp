@@ -104,15 +104,6 @@ try {
 }
 
 template <class Cell>
-SystemAnswer<Cell> solve(LinearSystem<Cell>& system, const std::optional<Columns<Cell>>& given)
-try {
-    if (given) return system.Solve(*given);
-    return system.SolveKnown(filledWith<Columns<Cell>>(1.0, system.Cols(), 1));
-} catch (const OperationFailedException& failure) {
-    throw InputError(failure.what());
-}
-
-template <class Cell>
 Solution solveIn(SystemFiles& files, const SparseOptions& options, SolveReport& report, Progress& progress)
 {
     std::optional<Columns<Cell>> given;
@@ -121,7 +112,7 @@ Solution solveIn(SystemFiles& files, const SparseOptions& options, SolveReport& 
     LinearSystem<Cell> system =
         assemble<Cell>(std::move(matrix), optionsFor(options, report, progress), report.matrix);
     report.seconds.finish("assemble");
-    SystemAnswer<Cell> answer = solve<Cell>(system, given);
+    SystemAnswer<Cell> answer = answerOf<Cell>(system, given);
     progress.erase();
     return tell(answer, report);
 }

@@ -8,6 +8,7 @@
 #include <complex>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -81,6 +82,9 @@ public:
     /// Of the factor that `solve` will make; nothing where there will be none, but LSMR alone.
     const std::optional<FactorForecast>& forecast() const noexcept { return forecast_; }
 
+    /// Bytes that a further factor may take; by default any number.
+    void memory(double bytes) noexcept { memory_ = bytes; }
+
     /// b of length m. What the listener of `WorkScope` raises leaves a prepared object as it is; else it can
     /// only be destroyed.
     LeastSquaresAnswer<Cell> solve(const Cell* b);
@@ -109,6 +113,7 @@ private:
     std::optional<FactorForecast> forecast_;
     std::vector<double> columnNorms_; // of A
     LeastSquaresRank rank_;
+    double memory_ = std::numeric_limits<double>::infinity();
     bool prepared_ = false, factorized_ = false;
 };
 

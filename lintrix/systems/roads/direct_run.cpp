@@ -97,7 +97,7 @@ DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod
 
 /// The engine solves with a diagonal matrix as it stands, and then there is nothing to share.
 DirectRun::DirectRun(const DirectRun* host)
-    : slots_(host->slots_), matrix_(host->matrix_), settings_(host->settings_)
+    : slots_(host->slots_), matrix_(host->matrix_), settings_(host->settings_), entries_(host->entries_)
 {
     if (!host->isDiagonal()) guest_.emplace(host->handle_.data());
 }
@@ -132,7 +132,9 @@ EngineAnswer DirectRun::analyse(FactorStore store, std::int32_t rightHands)
 {
     parameters_[PardisoParameter::OutOfCore] = store == FactorStore::Files ? 2 : 0;
     parameters_[PardisoParameter::FactorNonZeros] = -1;
-    return call(11, rightHands, nullptr, nullptr, analysisOperations(matrix_.entries()));
+    const EngineAnswer answer = call(11, rightHands, nullptr, nullptr, analysisOperations(matrix_.entries()));
+    entries_ = cost().entries;
+    return answer;
 }
 
 EngineAnswer DirectRun::factorize()
@@ -143,7 +145,7 @@ EngineAnswer DirectRun::factorize()
 double DirectRun::solveOperations(std::int32_t rightHands) const
 {
     const double each = matrix_.isComplex() ? 16.0 : 4.0; // of an entry of L, once downwards and once upwards
-    return each * static_cast<double>(cost().entries) * rightHands;
+    return each * static_cast<double>(entries_) * rightHands;
 }
 
 DirectRun::Reading DirectRun::readingOf(TransposeMode op) const

@@ -160,6 +160,7 @@ private:
     PardisoParameters parameters_{slots_.data()};
     EngineMatrix matrix_;
     EngineSettings settings_;
+    std::int64_t entries_ = 0; ///< of L, once it is analysed
 };
 
 } // namespace Velmar::Lintrix::detail::roads

@@ -1,8 +1,8 @@
 #include <lintrix/systems/roads/road_runner.h>
 
+#include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
-#include <lintrix/services/memory_limit.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/iterations/gmres.h>
 #include <lintrix/systems/quality/matrix_view.h>
@@ -34,6 +34,15 @@ void forget(Outcome<Cell>& outcome)
     outcome.quality.reset();
     outcome.krylovSteps = 0;
     outcome.reusedFactor = false;
+}
+
+/// That its factor and the work with it take.
+template <class Cell>
+double bytesOf(const Outcome<Cell>& outcome)
+{
+    const RoadCost& cost = outcome.cost;
+    if (outcome.attempt.road == Road::Dense) return cost.bytes;
+    return outcome.store == FactorStore::Files ? cost.bytesWithFiles : cost.bytesInMemory;
 }
 
 } // namespace
@@ -71,6 +80,7 @@ template <class Cell>
 void RoadRunner<Cell>::again(Outcome<Cell>& outcome, const Request<Cell>& request) const
 {
     forget(outcome);
+    budget_.require(ownBytes(request.B.Cols()), bytesOf(outcome), bytesOf(outcome));
     WorkScope::expect(outcome.factor->operations(solvesFor(request)));
     solve(request, outcome);
     requireSystem(outcome);
@@ -120,12 +130,11 @@ auto RoadRunner<Cell>::analysed(const Attempt& attempt, const EngineMatrix& matr
     constexpr auto kQuick = FillInReducingMethod::MinimumDegree,
                    kThorough = FillInReducingMethod::NestedDissection;
     const FactorStore store = options_.outOfCore ? FactorStore::Files : FactorStore::Memory;
-    if (options_.outOfCore) usePlace(options_.memoryLeft());
+    if (options_.outOfCore) usePlace(budget_.left(ownBytes(rightHands)));
     const auto by = [&](FillInReducingMethod ordering) {
         WorkScope::expect(analysisOperations(matrix.entries()));
         auto run = std::make_unique<DirectRun>(attempt.road, matrix, ordering, options_.engine);
-        const EngineAnswer answer = run->analyse(store, rightHands);
-        ++analyses_;
+        const EngineAnswer answer = analyseFor(*run, store, rightHands);
         return Analysed{attempt, rightHands, answer, std::move(run)};
     };
     const std::optional<FillInReducingMethod> told = attempt.ordering ? attempt.ordering : options_.ordering;
@@ -145,18 +154,21 @@ auto RoadRunner<Cell>::analysed(const Attempt& attempt, const EngineMatrix& matr
 template <class Cell>
 void RoadRunner<Cell>::follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
 {
-    const double left = options_.memoryLeft();
     const bool isReady =
         ready_ && ready_->attempt == outcome.attempt && ready_->rightHands >= request.B.Cols();
     Analysed analysis =
         isReady ? std::move(*ready_)
                 : analysed(outcome.attempt, system_.As(typeOf(outcome.attempt.road)), request.B.Cols());
     ready_.reset();
+    const double own = ownBytes(request.B.Cols()), left = budget_.left(own);
     DirectRun& run = *analysis.run;
     outcome.engine = analysis.answer;
     outcome.cost = run.cost();
     outcome.ordering = run.ordering();
-    if (done_) outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, MemoryLimit());
+    if (done_)
+        outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, budget_.limit(own));
+    else if (outcome.engine.error == 0 || outcome.engine.error == kEngineSmallCore)
+        budget_.require(own, run.bytesInMemory(), kMegabyte * run.leastMegabytes());
     outcome.taken = outcome.engine.error == 0 && outcome.reach <= limit;
     if (outcome.taken && run.store() == FactorStore::Memory && run.bytesInMemory() > left)
         outcome.engine = moveToFiles(run, left, request.B.Cols());
@@ -206,7 +218,8 @@ void RoadRunner<Cell>::takeDense(Reach limit, const Request<Cell>& request, Outc
 try {
     outcome.cost = denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
     outcome.factorEntries = 2 * outcome.cost.entries - system_.Size();
-    if (done_) outcome.reach = reachOf(Road::Dense, outcome.cost, *done_, MemoryLimit());
+    const double memory = budget_.limit(ownBytes(request.B.Cols()));
+    if (done_) outcome.reach = reachOf(Road::Dense, outcome.cost, *done_, memory);
     outcome.taken = outcome.reach <= limit;
     if (!outcome.taken) return;
     WorkScope::expect(outcome.cost.operations);
@@ -291,6 +304,7 @@ void RoadRunner<Cell>::precondition(Outcome<Cell>& outcome, const Request<Cell>&
         std::min<double>(kKrylovStepsInAll, outcome.cost.operations / 2.0 / std::max(step, 1.0)));
     forget(outcome);
     if (most < request.B.Cols()) return;
+    WorkScope::expect(outcome.factor->operations(request.B.Cols()));
     MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
     outcome.krylovSteps = iterate(request, *outcome.factor, X, most);
     outcome.reusedFactor = true;
@@ -332,8 +346,29 @@ EngineAnswer RoadRunner<Cell>::moveToFiles(DirectRun& run, double left, std::int
 {
     if (!place_ && options_.goesToFiles) options_.goesToFiles(run.bytesInMemory(), left);
     usePlace(left);
+    return analyseFor(run, FactorStore::Files, rightHands);
+}
+
+/// The core has what the budget leaves.
+template <class Cell>
+EngineAnswer RoadRunner<Cell>::analyseFor(DirectRun& run, FactorStore store, std::int32_t rightHands)
+{
+    std::optional<OutOfCoreLimit> limit;
+    if (store == FactorStore::Files && options_.memoryBudget) {
+        const double megabytes = (*options_.memoryBudget - ownBytes(rightHands)) / kMegabyte;
+        core_ = static_cast<int>(std::clamp(megabytes, 1.0, 0x1p30));
+        limit.emplace(core_);
+    }
+    const EngineAnswer answer = run.analyse(store, rightHands);
     ++analyses_;
-    return run.analyse(FactorStore::Files, rightHands);
+    return answer;
+}
+
+/// Beside a factor: the matrix in each form that it has been brought to, and the columns.
+template <class Cell>
+double RoadRunner<Cell>::ownBytes(std::int32_t rightHands) const
+{
+    return system_.Bytes() + bytesOfColumns<Cell>(system_.Size(), rightHands);
 }
 
 template <class Cell>

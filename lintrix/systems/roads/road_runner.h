@@ -5,12 +5,15 @@
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/direct_run.h>
 #include <lintrix/systems/roads/factored.h>
+#include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/road_choice.h>
 #include <lintrix/systems/roads/road_outcome.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -29,7 +32,8 @@ template <class Cell>
 class LINTRIX_TESTABLE RoadRunner {
 public:
     /// Both must outlive the runner and the factors that it made.
-    RoadRunner(SystemMatrix<Cell>& system, const SystemOptions& options) : system_(system), options_(options)
+    RoadRunner(SystemMatrix<Cell>& system, const SystemOptions& options)
+        : system_(system), options_(options), budget_(options)
     {
     }
 
@@ -55,7 +59,7 @@ public:
     void repair(const Request<Cell>& request, Outcome<Cell>& outcome);
 
     /// Of factors in files; 0 where there are none.
-    int coreMegabytes() const { return place_ ? place_->CoreMegabytes() : 0; }
+    int coreMegabytes() const { return place_ ? std::min(place_->CoreMegabytes(), core_) : 0; }
 
     /// A step has ended that this one has not made.
     void finish(std::string_view step) const;
@@ -96,6 +100,8 @@ private:
 
     Outcome<Cell> loadOutcome(SectionReader& file);
     void loadForecast(SectionReader& file);
+    double ownBytes(std::int32_t rightHands) const;
+    EngineAnswer analyseFor(DirectRun& run, FactorStore store, std::int32_t rightHands);
     void usePlace(double left);
     EngineAnswer moveToFiles(DirectRun& run, double left, std::int32_t rightHands);
     std::string faultOf(int error, int leastMegabytes) const;
@@ -103,9 +109,11 @@ private:
 
     SystemMatrix<Cell>& system_;
     const SystemOptions& options_;
-    std::unique_ptr<FactorPlace> place_{}; ///< once a factor goes to files
-    std::optional<Analysed> ready_{};      ///< by a forecast
-    std::optional<RoadCost> done_{};       ///< of the largest factorization so far
+    MemoryBudget budget_;
+    std::unique_ptr<FactorPlace> place_{};       ///< once a factor goes to files
+    int core_ = std::numeric_limits<int>::max(); ///< megabytes beside files that the budget leaves
+    std::optional<Analysed> ready_{};            ///< by a forecast
+    std::optional<RoadCost> done_{};             ///< of the largest factorization so far
     std::int32_t analyses_ = 0, factorizations_ = 0;
 };
 

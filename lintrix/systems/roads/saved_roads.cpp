@@ -188,7 +188,7 @@ template <class Cell>
 void DenseFactor<Cell>::save(SectionWriter& file) const
 {
     file.Add("lu", cellsOf(factors_));
-    file.Add("pivots", std::span<const std::int32_t>(pivots_.get(), static_cast<std::size_t>(A_.Rows())));
+    file.Add("pivots", std::span<const std::int32_t>(pivots_.get(), static_cast<std::size_t>(A_.rows())));
 }
 
 template <class Cell>
