@@ -177,6 +177,23 @@ CLI::Option* addOutOfCore(CLI::App* solve, tools::SparseOptions& options)
         ->each(take);
 }
 
+/// Files of a factor, which are read and written at any place of theirs.
+std::vector<CLI::Option*> addKept(CLI::App* solve, tools::SparseOptions& options)
+{
+    const CLI::Validator isNoStream(
+        [](const std::string& name) {
+            return name == tools::kStandardOutput ? "a factor is kept in a file" : std::string();
+        },
+        "");
+    CLI::Option* const save = addFile(*solve, "--save-factor", options.saveFactor, "FILE",
+                                      "Keep matrix, analysis and factor in a file, for --factor")
+                                  ->check(isNoStream);
+    CLI::Option* const factor = addFile(*solve, "--factor", options.factor, "FILE",
+                                        "Go on with what was kept; of another A only what still holds")
+                                    ->check(isNoStream);
+    return {save, factor};
+}
+
 /// The options of the direct solver.
 std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::SparseOptions& options)
 {
@@ -203,11 +220,14 @@ std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::S
                          "At most N steps of refinement; below 0 with residuals in extended precision")
             ->type_name("N");
     CLI::Option* const outOfCore = addOutOfCore(solve, options);
+    const std::vector<CLI::Option*> kept = addKept(solve, options);
     CLI::Option* const report =
         solve
             ->add_flag("--report", options.system.engine.engineReport, "Print the direct solver's own report")
             ->excludes(json);
-    return {type, ordering, strategy, refine, outOfCore, report};
+    std::vector<CLI::Option*> direct = {type, ordering, strategy, refine, outOfCore, report};
+    direct.insert(direct.end(), kept.begin(), kept.end());
+    return direct;
 }
 
 /// What is wrong with a number of seconds, in words; nothing when it can be used.

@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 #include <fcntl.h>
@@ -26,7 +28,14 @@ bool isFreeOrRegular(const std::string& path) noexcept
 {
     struct stat facts;
     if (::lstat(path.c_str(), &facts) != 0) return errno == ENOENT;
-    return S_ISREG(facts.st_mode) || S_ISLNK(facts.st_mode);
+    return S_ISREG(facts.st_mode);
+}
+
+/// Where the links that stand there lead, so that they stay and what they name is written.
+std::string behindLinks(std::string path)
+{
+    const std::unique_ptr<char, decltype(&std::free)> place(::realpath(path.c_str(), nullptr), &std::free);
+    return place ? std::string(place.get()) : std::move(path);
 }
 
 template <std::size_t Size>
@@ -45,7 +54,7 @@ bool isNamed(const char (&cells)[Size], std::string_view name) noexcept
 
 } // namespace
 
-SectionWriter::SectionWriter(std::string path, std::string_view content) : path_(std::move(path))
+SectionWriter::SectionWriter(std::string path, std::string_view content) : path_(behindLinks(std::move(path)))
 {
     failed_ = !isFreeOrRegular(path_) || !create();
     SectionFileHead head{.magic = {},

@@ -107,6 +107,7 @@ public:
     {
         const std::lock_guard turn(busy_);
         SystemMatrix<Cell> next(squareOnly(wholeOf<Cell>(A)));
+        if (!isTriangle(matrix_.Matrix())) next.Full(); // compared in the storage at hand
         const Road first = chooseRoad(next.Traits(), options_.type);
         const bool samePattern = first == first_ &&
                                  next.Matrix().NumElements() == matrix_.Matrix().NumElements() &&

@@ -187,6 +187,19 @@ TEST(SectionFile, OfTwoWritersAtATimeTheLastOneStays)
     EXPECT_EQ(folder.names(), std::vector<std::string>{"file"});
 }
 
+TEST(SectionFile, BehindALinkIsWrittenAndTheLinkStays)
+{
+    const Scratch folder;
+    folder.file("file", "before");
+    std::filesystem::create_symlink("file", folder.at("link"));
+    std::filesystem::create_symlink("none", folder.at("dangling"));
+    ASSERT_TRUE(write(folder.at("link")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.at("link")));
+    EXPECT_FALSE(read(folder.at("file")));
+    EXPECT_FALSE(write(folder.at("dangling")));
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"dangling", "file", "link"}));
+}
+
 TEST(SectionFile, IsNotWrittenWhereNoFileCanBe)
 {
     const Scratch folder;

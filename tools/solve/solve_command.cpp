@@ -99,6 +99,12 @@ void warn(const SolveReport& report)
     }
 }
 
+/// Before the work, which may take a night.
+void requireWritable(const std::string& file)
+{
+    const OutputFile judged(file);
+}
+
 void write(const std::variant<Matrix, CMatrix>& X, OutputFile& out)
 {
     std::visit([&out](const auto& columns) { writeMatrix(out, columns); }, X);
@@ -157,6 +163,8 @@ int runSolve(const SolveOptions& options)
     Progress progress;
     std::optional<OutputFile> out;
     if (!options.out.empty()) out.emplace(options.out);
+
+    if (!options.sparse.saveFactor.empty()) requireWritable(options.sparse.saveFactor);
 
     SystemFiles files = openFiles(options, progress);
     const Solution solution = solve(files, options, report, progress);

@@ -95,12 +95,39 @@ SystemOptions optionsFor(const SparseOptions& options, SolveReport& report, Prog
     return told;
 }
 
+/// What was saved, with this matrix in the place of its own: where that is the same, the factor stands.
 template <class Cell>
-LinearSystem<Cell> assemble(SparseRows<Cell> matrix, const SystemOptions& options, const std::string& file)
+LinearSystem<Cell> goOnWith(const std::string& saved, const SparseRows<Cell>& matrix,
+                            const SystemOptions& options)
 try {
+    LinearSystem<Cell> system = LinearSystem<Cell>::Load(saved, options);
+    system.Update(matrix);
+    return system;
+} catch (const SerializationException& failure) {
+    throw InputError(saved, failure.what());
+} catch (const OperationFailedException& failure) {
+    throw InputError(failure.what());
+}
+
+template <class Cell>
+LinearSystem<Cell> assemble(SparseRows<Cell> matrix, const std::string& saved, const SystemOptions& options,
+                            const std::string& file)
+try {
+    if (!saved.empty()) return goOnWith<Cell>(saved, matrix, options);
     return LinearSystem<Cell>(std::move(matrix), options);
 } catch (const ArgumentException&) {
     throw InputError(file, fmt::format("{}, as --type says", contradiction(*options.type, kIsComplex<Cell>)));
+}
+
+/// For the next run.
+template <class Cell>
+void keep(const LinearSystem<Cell>& system, const std::string& file)
+try {
+    system.Save(file);
+} catch (const InvalidOperationException&) {
+    throw InputError(file, "the factor stands in files, and cannot be saved");
+} catch (const OperationFailedException& failure) {
+    throw InputError(failure.what());
 }
 
 template <class Cell>
@@ -109,11 +136,15 @@ Solution solveIn(SystemFiles& files, const SparseOptions& options, SolveReport& 
     std::optional<Columns<Cell>> given;
     SparseRows<Cell> matrix = load<Cell>(files, report, given);
     progress.erase();
-    LinearSystem<Cell> system =
-        assemble<Cell>(std::move(matrix), optionsFor(options, report, progress), report.matrix);
+    LinearSystem<Cell> system = assemble<Cell>(std::move(matrix), options.factor,
+                                               optionsFor(options, report, progress), report.matrix);
     report.seconds.finish("assemble");
     SystemAnswer<Cell> answer = answerOf<Cell>(system, given);
     progress.erase();
+    if (!options.saveFactor.empty() && answer.verdict != Verdict::Failed) {
+        keep(system, options.saveFactor);
+        report.seconds.finish("save");
+    }
     return tell(answer, report);
 }
 

@@ -5,6 +5,7 @@
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/analysis/symbolic/schedule.h>
 #include <lintrix/engine/call/matrix_type.h>
+#include <lintrix/engine/call/settings.h>
 #include <lintrix/engine/keeping/structure_check.h>
 
 #include <algorithm>
@@ -140,7 +141,8 @@ private:
         const ControlBlock& control = handle_.control();
         const int n = control[Word::Order];
         return isOfMatrix() && isFlag(kept_.hasMatching) && isFlag(kept_.hasScaling) && classHasMatching() &&
-               subgraphsFit() && isWithin(control[Word::Supernodes], 1, n) &&
+               subgraphsFit() && isWithin(control[Word::PanelWidth], 1, kWidestPanel) &&
+               isWithin(control[Word::Supernodes], 1, n) &&
                isWithin(kept_.rowIndices, n, std::numeric_limits<int>::max()) &&
                bytesOfLists(control, kept_.rowIndices) <= file_.BytesLeft();
     }
