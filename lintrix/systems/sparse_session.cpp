@@ -15,7 +15,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <mutex>
 #include <shared_mutex>
 #include <span>
@@ -98,7 +97,7 @@ public:
         if (isStructurallySingular()) return structurallySingular();
         const ProbedColumns<Cell> columns = columnsOf(given, known, op);
         others_.clear();
-        return inGivenUnits(columns, settle({columns.B, columns.known, op}));
+        return settle({columns.B, columns.known, op}, columns.units);
     }
 
     SystemChange update(const Sparse& A) override
@@ -130,6 +129,8 @@ public:
     }
 
 private:
+    using Units = std::optional<ColumnUnits<Cell>>;
+
     ProbedColumns<Cell> columnsOf(const M* given, const M* known, TransposeMode op) const
     {
         return probedColumns<Cell>(matrix_.Matrix(), given, known, op);
@@ -149,7 +150,7 @@ private:
         const Request<Cell> request{columns.B, columns.known, op};
         outcome = runner_.again(std::move(outcome), request);
         std::optional<SystemAnswer<Cell>> answer;
-        if (outcome.verdict() == Verdict::Accurate) answer = inGivenUnits(columns, judged(outcome, request));
+        if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request, columns.units);
         others_.giveBack(std::move(outcome.factor));
         return answer;
     }
@@ -184,7 +185,7 @@ private:
     /// The factor at hand serves as long as what it gives is as good as the best that was ever found for this
     /// matrix; then the roads are searched. Right-hand sides that are no numbers tell nothing of any road:
     /// the first one has to do.
-    SystemAnswer<Cell> settle(const Request<Cell>& request)
+    SystemAnswer<Cell> settle(const Request<Cell>& request, const Units& units)
     {
         const std::optional<Attempt> served =
             exhausted_ == Verdict::Accurate && best_ ? std::optional(best_->attempt) : std::nullopt;
@@ -196,7 +197,7 @@ private:
             outcome = searched(request);
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
-        SystemAnswer<Cell> answer = judged(*outcome, request);
+        SystemAnswer<Cell> answer = judged(*outcome, request, units);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
         best_ = std::move(*outcome);
         if (spoilt)
@@ -204,25 +205,11 @@ private:
         return answer;
     }
 
-    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request) const
+    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request, const Units& units) const
     {
         SystemAnswer<Cell> answer = tell(outcome);
         if (outcome.isSolvedByAnother() && outcome.factor) answer.faults = explainNullSpace(*outcome.factor);
-        if (answer.x) judgeColumns(answer, request, outcome);
-        return answer;
-    }
-
-    static SystemAnswer<Cell> inGivenUnits(const ProbedColumns<Cell>& columns, SystemAnswer<Cell> answer)
-    {
-        if (!columns.units || !answer.x) return answer;
-        const ColumnUnits<Cell>& units = *columns.units;
-        units.multiply(*answer.x);
-        const std::string_view reason = units.judgeAnew(*answer.x, answer.columns);
-        if (!units.allFinite()) answer.residual = std::numeric_limits<double>::quiet_NaN();
-        if (reason.empty()) return answer;
-        answer.verdict = worstOf(answer.columns);
-        answer.reason = reason;
-        if (answer.verdict == Verdict::Failed) answer.complaint = complaintOf(answer.reason);
+        if (answer.x) judgeColumns(answer, request, units, outcome);
         return answer;
     }
 
@@ -275,28 +262,24 @@ private:
     }
 
     /// The worst of the columns counts, and what the road said of them all.
-    void judgeColumns(SystemAnswer<Cell>& answer, const Request<Cell>& request, Outcome<Cell>& outcome) const
+    void judgeColumns(SystemAnswer<Cell>& answer, const Request<Cell>& request, const Units& units,
+                      Outcome<Cell>& outcome) const
     {
         M B(request.B);
         B.Cols(answer.x->Cols());
-        answer.columns =
-            qualityOfColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, B, *answer.x,
-                                   outcome.factor.get(), boundsFor(outcome), outcome.quality->probeError);
+        answer.columns = improvedColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, B, *answer.x,
+                                               units ? &*units : nullptr, outcome.factor.get(),
+                                               boundsFor(outcome), outcome.quality->probeError);
+        if (units) units->multiply(*answer.x);
         runner_.finish("check");
-        for (const ColumnQuality& column : answer.columns) {
-            if (column.verdict <= answer.verdict) continue;
-            answer.verdict = column.verdict;
-            answer.reason = reasonOf(column);
-        }
-        if (answer.verdict == Verdict::Failed && answer.complaint.empty())
-            answer.complaint = complaintOf(answer.reason);
+        lowerToWorst(answer, units && !units->allFinite());
     }
 
-    /// Solves with a factor in files read all of it each time, what has failed needs no bound, and a factor
-    /// of other values tells none.
+    /// Solves with a factor in files read all of it each time, what cannot be but failed needs no bound, and
+    /// a factor of other values tells none.
     std::int32_t boundsFor(const Outcome<Cell>& outcome) const
     {
-        const bool pays = outcome.store == FactorStore::Memory && outcome.verdict() != Verdict::Failed;
+        const bool pays = outcome.store == FactorStore::Memory && outcome.quality->probeError < kNoDigit;
         return pays && !outcome.reusedFactor ? options_.errorBounds : 0;
     }
 
