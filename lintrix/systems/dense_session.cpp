@@ -2,7 +2,6 @@
 
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
-#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/dense_solver.h>
 #include <lintrix/systems/roads/memory_budget.h>
@@ -125,42 +124,25 @@ private:
                               const M* known, TransposeMode op) const
     {
         const std::int32_t count = X.Cols() - 1;
-        Answer<M> found{
-            .road = "LU",
-            .probeError = probeError(columnOf(columns.known, columns.known.Cols() - 1), columnOf(X, count))};
+        Answer<M> found{.road = "LU",
+                        .probeError = probeErrorInUnits(columnOf(columns.known, columns.known.Cols() - 1),
+                                                        columnOf(X, count))};
         M B(columns.B);
         B.Cols(count);
         X.Cols(count);
-        std::vector<ColumnQuality> qualities = qualityOfColumns<Cell>(
-            MatrixView<Cell>(A_), op, B, X, &factor, options_.errorBounds, *found.probeError);
-        Quality quality;
-        for (const ColumnQuality& column : qualities)
-            quality.residual = largerOrNaN(quality.residual, column.backwardError);
-        std::string_view lost;
-        if (columns.units) {
-            columns.units->multiply(X);
-            lost = columns.units->judgeAnew(X, qualities);
-        }
-        const bool lacksOne = columns.units && !columns.units->allFinite();
+        const ColumnUnits<Cell>* const units = columns.units ? &*columns.units : nullptr;
+        std::vector<ColumnQuality> qualities = improvedColumns<Cell>(
+            MatrixView<Cell>(A_), op, B, X, units, &factor, options_.errorBounds, *found.probeError);
+        if (units) units->multiply(X);
+        const bool lacksOne = units && !units->allFinite();
         if (!lacksOne && !allFinite(X)) found.status = Status::NotFinite;
         found.x = std::move(X);
+        Quality quality;
+        if (!lacksOne) quality.residual = residualOf(qualities);
         SystemAnswer<Cell> answer = told(found, A_, quality, known);
         if (!answer.x) return answer;
-        if (lacksOne) answer.residual = std::numeric_limits<double>::quiet_NaN();
-        return withColumns(std::move(answer), std::move(qualities), lost);
-    }
-
-    static SystemAnswer<Cell> withColumns(SystemAnswer<Cell> answer, std::vector<ColumnQuality> columns,
-                                          std::string_view lost)
-    {
-        answer.columns = std::move(columns);
-        for (const ColumnQuality& column : answer.columns) {
-            if (column.verdict <= answer.verdict) continue;
-            answer.verdict = column.verdict;
-            answer.reason = lost.empty() ? reasonOf(column) : lost;
-        }
-        if (answer.verdict == Verdict::Failed)
-            answer.complaint = "there is no good solution: " + answer.reason;
+        answer.columns = std::move(qualities);
+        lowerToWorst(answer, lacksOne);
         return answer;
     }
 

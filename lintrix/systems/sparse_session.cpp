@@ -16,7 +16,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <mutex>
 #include <shared_mutex>
 #include <span>
@@ -150,6 +149,8 @@ public:
     }
 
 private:
+    using Units = std::optional<ColumnUnits<Cell>>;
+
     ProbedColumns<Cell> columnsOf(const M* given, const M* known, TransposeMode op) const
     {
         return probedColumns<Cell>(matrix_.Matrix(), given, known, op);
@@ -169,7 +170,7 @@ private:
         const Request<Cell> request{columns.B, columns.known, op};
         runner_.again(outcome, request);
         std::optional<SystemAnswer<Cell>> answer;
-        if (outcome.verdict() == Verdict::Accurate) answer = inGivenUnits(columns, judged(outcome, request));
+        if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request, columns.units);
         others_.giveBack(std::move(outcome.factor));
         return answer;
     }
@@ -180,7 +181,7 @@ private:
         if (isStructurallySingular()) return structurallySingular();
         const ProbedColumns<Cell> columns = columnsOf(given, known, op);
         others_.clear();
-        return inGivenUnits(columns, settledOrAsBefore({columns.B, columns.known, op}));
+        return settledOrAsBefore({columns.B, columns.known, op}, columns.units);
     }
 
     /// No road can do better. Where the diagonal is full, nothing has to be looked for.
@@ -221,14 +222,14 @@ private:
 
     /// After a failure all is as before. The factor that stood then is kept wherever it is; where it was
     /// given up for another road, the next solve makes it anew.
-    SystemAnswer<Cell> settledOrAsBefore(const Request<Cell>& request)
+    SystemAnswer<Cell> settledOrAsBefore(const Request<Cell>& request, const Units& units)
     {
         const bool stands = best_ && best_->taken;
         const Standing before{stands ? std::optional(best_->attempt) : std::nullopt, left_, exhausted_,
                               isFactorOld_, runner_.largest()};
         std::optional<Outcome<Cell>> outcome;
         try {
-            return settle(request, outcome);
+            return settle(request, units, outcome);
         } catch (...) {
             if (!best_) best_ = std::move(outcome);
             const bool isKept = best_ && best_->factor && before.attempt && best_->attempt == *before.attempt;
@@ -245,7 +246,8 @@ private:
     /// The factor at hand serves as long as what it gives is as good as the best that was ever found for this
     /// matrix; then the roads are searched. Right-hand sides that are no numbers tell nothing of any road:
     /// the first one has to do.
-    SystemAnswer<Cell> settle(const Request<Cell>& request, std::optional<Outcome<Cell>>& outcome)
+    SystemAnswer<Cell> settle(const Request<Cell>& request, const Units& units,
+                              std::optional<Outcome<Cell>>& outcome)
     {
         const std::optional<Attempt> served =
             exhausted_ == Verdict::Accurate && best_ ? std::optional(best_->attempt) : std::nullopt;
@@ -257,7 +259,7 @@ private:
             outcome = searched(request);
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
-        SystemAnswer<Cell> answer = judged(*outcome, request);
+        SystemAnswer<Cell> answer = judged(*outcome, request, units);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
         best_ = std::move(*outcome);
         if (spoilt)
@@ -265,25 +267,11 @@ private:
         return answer;
     }
 
-    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request) const
+    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request, const Units& units) const
     {
         SystemAnswer<Cell> answer = tell(outcome);
         if (outcome.isSolvedByAnother() && outcome.factor) answer.faults = explainNullSpace(*outcome.factor);
-        if (answer.x) judgeColumns(answer, request, outcome);
-        return answer;
-    }
-
-    static SystemAnswer<Cell> inGivenUnits(const ProbedColumns<Cell>& columns, SystemAnswer<Cell> answer)
-    {
-        if (!columns.units || !answer.x) return answer;
-        const ColumnUnits<Cell>& units = *columns.units;
-        units.multiply(*answer.x);
-        const std::string_view reason = units.judgeAnew(*answer.x, answer.columns);
-        if (!units.allFinite()) answer.residual = std::numeric_limits<double>::quiet_NaN();
-        if (reason.empty()) return answer;
-        answer.verdict = worstOf(answer.columns);
-        answer.reason = reason;
-        if (answer.verdict == Verdict::Failed) answer.complaint = complaintOf(answer.reason);
+        if (answer.x) judgeColumns(answer, request, units, outcome);
         return answer;
     }
 
@@ -348,28 +336,24 @@ private:
     }
 
     /// The worst of the columns counts, and what the road said of them all.
-    void judgeColumns(SystemAnswer<Cell>& answer, const Request<Cell>& request, Outcome<Cell>& outcome) const
+    void judgeColumns(SystemAnswer<Cell>& answer, const Request<Cell>& request, const Units& units,
+                      Outcome<Cell>& outcome) const
     {
         M B(request.B);
         B.Cols(answer.x->Cols());
-        answer.columns =
-            qualityOfColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, B, *answer.x,
-                                   outcome.factor.get(), boundsFor(outcome), outcome.quality->probeError);
+        answer.columns = improvedColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, B, *answer.x,
+                                               units ? &*units : nullptr, outcome.factor.get(),
+                                               boundsFor(outcome), outcome.quality->probeError);
+        if (units) units->multiply(*answer.x);
         runner_.finish("check");
-        for (const ColumnQuality& column : answer.columns) {
-            if (column.verdict <= answer.verdict) continue;
-            answer.verdict = column.verdict;
-            answer.reason = reasonOf(column);
-        }
-        if (answer.verdict == Verdict::Failed && answer.complaint.empty())
-            answer.complaint = complaintOf(answer.reason);
+        lowerToWorst(answer, units && !units->allFinite());
     }
 
-    /// Solves with a factor in files read all of it each time, what has failed needs no bound, and a factor
-    /// of other values tells none.
+    /// Solves with a factor in files read all of it each time, what cannot be but failed needs no bound, and
+    /// a factor of other values tells none.
     std::int32_t boundsFor(const Outcome<Cell>& outcome) const
     {
-        const bool pays = outcome.store == FactorStore::Memory && outcome.verdict() != Verdict::Failed;
+        const bool pays = outcome.store == FactorStore::Memory && outcome.quality->probeError < kNoDigit;
         return pays && !outcome.reusedFactor ? options_.errorBounds : 0;
     }
 

@@ -549,6 +549,15 @@ TEST(LinearSystem, BoundsHoldForTransposedAndAdjointSystems)
     }
 }
 
+Matrix beside(const Matrix& left, const Matrix& right)
+{
+    Matrix both(left.Rows(), left.Cols() + right.Cols());
+    for (std::int32_t j = 0; j < both.Cols(); ++j)
+        for (std::int32_t i = 0; i < both.Rows(); ++i)
+            both(i, j) = j < left.Cols() ? left(i, j) : right(i, j - left.Cols());
+    return both;
+}
+
 TEST(LinearSystem, AZeroRightHandSideHasAnExactSolution)
 {
     LinearSystem system(bandOf<double>(Kind::General, 30, 6));
@@ -558,6 +567,7 @@ TEST(LinearSystem, AZeroRightHandSideHasAnExactSolution)
     EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
     EXPECT_EQ(answer.columns[1].errorBound, 0.0);
     EXPECT_GT(answer.columns[0].errorBound, 0.0);
+    EXPECT_EQ(system.Solve(beside(B, Matrix(30, 3))).verdict, Verdict::Accurate) << "without a bound, too";
     EXPECT_EQ(system.Solve(Matrix(30, 1)).verdict, Verdict::Accurate);
 }
 
@@ -616,7 +626,7 @@ TEST(LinearSystem, TheUnitOfARightHandSideDoesNotMatter)
     }
     const auto lost = system.Solve(B * 0x1p-1070);
     EXPECT_NE(lost.verdict, Verdict::Accurate) << "x has lost its digits";
-    EXPECT_EQ(lost.reason, "a number underflowed");
+    EXPECT_GT(lost.columns[0].errorBound.value(), 1e-6);
 }
 
 TEST(LinearSystem, AColumnThatIsNoNumberIsTheOnlyOneToFail)
@@ -642,25 +652,28 @@ TEST(LinearSystem, AColumnThatIsNoNumberIsTheOnlyOneToFail)
     }
 }
 
-// Elimination takes 0.3 from 0.3, and all of the second unknown is what both differ by in exact numbers.
-TEST(LinearSystem, ARightHandSideThatIsHarderThanTheProbeIsTold)
+// Elimination takes 0.3 from 0.3, and all of the second unknown is what both differ by in exact numbers: a
+// correction by the residual in twice the precision finds it.
+TEST(LinearSystem, ARightHandSideThatIsHarderThanTheProbeIsCorrected)
 {
     SparseMatrix A(2, 2);
     A(0, 0) = 1e12;
     A(0, 1) = 1.0;
     A(1, 0) = 3e11;
     A(1, 1) = 0.3 + 0x1p-20;
+    const double exact = std::fma(0.3, 1e12, -3e11) / std::fma(1e12, A(1, 1), -3e11);
     for (const std::int32_t bounds : {1, 2, 6}) {
         SystemOptions options;
         options.errorBounds = bounds;
         Matrix B = blockOf<Matrix>(2, 6, 1);
         B(0, 4) = 1.0;
         B(1, 4) = 0.3;
-        const auto answer = LinearSystem(A, options).Solve(B);
-        ASSERT_EQ(answer.columns.size(), 6U);
-        EXPECT_EQ(answer.columns[0].verdict, Verdict::Accurate);
-        EXPECT_NE(answer.columns[4].verdict, Verdict::Accurate);
-        EXPECT_NE(answer.verdict, Verdict::Accurate);
+        for (const auto& answer :
+             {LinearSystem(A, options).Solve(B), LinearSystem(A.ToDense(), options).Solve(B)}) {
+            ASSERT_EQ(answer.columns.size(), 6U);
+            EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+            EXPECT_NEAR((*answer.x)(1, 4), exact, 1e-6 * std::abs(exact));
+        }
     }
 }
 

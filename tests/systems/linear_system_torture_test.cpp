@@ -239,7 +239,7 @@ private:
     /// Of numbers that doubles can tell, and of small condition, in whatever units rows and columns are.
     bool isHarmless(const QuadVector& b, const QuadVector& x) const
     {
-        if (!isSane(b) || !isSane(x)) return false;
+        if (!isSane(b) || !isSane(x) || isOutOfRange()) return false;
         return exact_->condition() < 1e6L ||
                (exact_->scaledCondition() < 1e6L && exact_->sensitivity(op_, b, x) < 1e6L);
     }
@@ -279,6 +279,9 @@ private:
         return harmless;
     }
 
+    /// A and its inverse together leave the range of a double, and so does what is computed on the way.
+    bool isOutOfRange() const { return exact_->condition() > 1e290L; }
+
     static bool isSane(const QuadVector& x)
     {
         const long double size = largest(x);
@@ -296,7 +299,8 @@ private:
             numbers_ += joined(" told ", column->backwardError, " bound ", column->errorBound.value_or(-1.0));
         if (verdict == Verdict::Accurate && !(error <= kFewDigits && backward <= kRoundingLevel))
             tell("a: false success", numbers_);
-        if (verdict == Verdict::Degraded && !(error < kNoDigit)) tell("a: no digit is degraded", numbers_);
+        if (verdict == Verdict::Degraded && !(error < 1.0L)) tell("a: no digit is degraded", numbers_);
+        if (isOutOfRange()) return;
         if (!column) return;
         judgeBound(*column, error);
         if (backward > 1e-14L && !(std::abs(column->backwardError - backward) <= 0.03L * backward))

@@ -1,7 +1,6 @@
 #include <lintrix/systems/roads/column_units.h>
 
 #include <lintrix/systems/cells.h>
-#include <lintrix/systems/quality/vector_norms.h>
 
 #include <algorithm>
 #include <cmath>
@@ -13,9 +12,6 @@ namespace {
 
 constexpr int kNone = std::numeric_limits<int>::min(); // of a column that is not finite
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kLeast = std::numeric_limits<double>::denorm_min();
-constexpr double kSubnormalFrom = 0x1p-960; // of a column: elements of no weight may have lost digits
-constexpr int kShift = 600;
 
 double scaled(double value, int exponent)
 {
@@ -49,17 +45,6 @@ int exponentOf(Cells cells)
     return exponent;
 }
 
-/// Half of the last place of an element, in a column of this size.
-void loseDigits(ColumnQuality& column, double size)
-{
-    const double lost = 0x1p-1 * std::ldexp(kLeast, kShift) / std::ldexp(size, kShift);
-    if (column.errorBound && *column.errorBound != 0.0) *column.errorBound += lost;
-    if (lost >= kNoDigit)
-        column.verdict = Verdict::Failed;
-    else if (lost > kFewDigits)
-        column.verdict = std::max(column.verdict, Verdict::Degraded);
-}
-
 } // namespace
 
 template <class Cell>
@@ -88,24 +73,15 @@ void ColumnUnits<Cell>::multiply(MatrixOf<Cell>& X) const
 }
 
 template <class Cell>
-std::string_view ColumnUnits<Cell>::judgeAnew(const MatrixOf<Cell>& X,
-                                              std::vector<ColumnQuality>& columns) const
+MatrixOf<Cell> ColumnUnits<Cell>::thereAndBack(MatrixOf<Cell> X) const
 {
-    std::string_view reason;
-    for (std::size_t j = 0; j < columns.size(); ++j) {
-        const auto cells = columnCells(X, static_cast<std::int32_t>(j));
-        const double size = largestModulus(cells.data(), X.Rows());
-        const Verdict before = columns[j].verdict;
-        if (!std::isfinite(size))
-            columns[j] = {Verdict::Failed, kNaN, kNaN};
-        else if (size < kSubnormalFrom && exponents_[j] != 0)
-            loseDigits(columns[j], size);
-        if (exponents_[j] == kNone)
-            reason = "a right-hand side is not finite";
-        else if (columns[j].verdict > before && reason.empty())
-            reason = std::isfinite(size) ? "a number underflowed" : "a number overflowed";
+    multiply(X);
+    for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        const int exponent = exponents_[static_cast<std::size_t>(j)];
+        if (exponent == kNone) continue;
+        for (Cell& cell : columnCells(X, j)) cell = scaled(cell, -exponent);
     }
-    return reason;
+    return X;
 }
 
 template class ColumnUnits<double>;

@@ -4,10 +4,8 @@
 
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/columns.h>
-#include <lintrix/systems/verdict.h>
 
 #include <cstdint>
-#include <string_view>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
@@ -25,12 +23,11 @@ public:
     bool allFinite() const { return !lacksOne_; }
     /// To these units.
     void divide(MatrixOf<Cell>& X) const;
-    /// Back to the caller's; NaN where there was no finite number.
+    /// To the caller's; NaN where there was no finite number.
     void multiply(MatrixOf<Cell>& X) const;
-    /// What is known of columns of X, now that they are in the caller's units: those that have overflown are
-    /// none, and of those that have underflown less is known.
-    /// @return  of a column that is worse for it, why; else nothing
-    std::string_view judgeAnew(const MatrixOf<Cell>& X, std::vector<ColumnQuality>& columns) const;
+    /// What is left of X in these units once it has been in the caller's, where numbers may over- or
+    /// underflow.
+    MatrixOf<Cell> thereAndBack(MatrixOf<Cell> X) const;
 
 private:
     std::vector<int> exponents_;
