@@ -57,12 +57,10 @@ public:
         LeastSquares<Cell>& solver = solverOf(op);
         finish("analyse");
         const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
-        const M probe = probeFor(op);
         bool settled = true;
         SystemAnswer<Cell> answer = solveColumns(solver, B, settled);
-        const M back = columnOf(solver.solve(cellsOf(productOf(probe, op)).data()));
+        answer.probeError = errorOfProbe(solver, op);
         finish("solve");
-        answer.probeError = probeError(probe, back);
         // Of a wide or deficient matrix a known solution need not be the shortest.
         if (known && rowsOf(op) >= known->Rows() && !isDeficient_)
             answer.knownError = probeError(*known, *answer.x);
@@ -90,6 +88,7 @@ private:
         solver = std::make_unique<LeastSquares<Cell>>(
             RowsView<Cell>{matrix.Rows(), matrix.Cols(), matrix.Values().data(), matrix.RowPointers().data(),
                            matrix.ColumnIndices().data()});
+        solver->memoryLeft(options_.memoryLeft);
         ++analyses_;
         return *solver;
     }
@@ -130,6 +129,25 @@ private:
         return probe;
     }
 
+    /// Once more where the first one shows that A is deficient: its solution has to be the shortest then.
+    double errorOfProbe(LeastSquares<Cell>& solver, TransposeMode op)
+    {
+        for (;;) {
+            const bool wasDeficient = isDeficient_;
+            const M probe = probeFor(op);
+            const M back = columnOf(solver.solve(cellsOf(productOf(probe, op)).data()));
+            isDeficient_ = isDeficient_ || showsDeficiency(solver, probe - back, op);
+            if (isDeficient_ == wasDeficient) return probeError(probe, back);
+        }
+    }
+
+    /// By the factor; where none was made, of a tall matrix by what its solution lacks and no residual shows.
+    bool showsDeficiency(const LeastSquares<Cell>& solver, const M& lack, TransposeMode op) const
+    {
+        const bool isTall = rowsOf(op) >= lack.Rows();
+        return solver.isDeficient().value_or(isTall && solver.isNullVector(cellsOf(lack).data()));
+    }
+
     static M columnOf(const Answer& found)
     {
         return AccessTo<Cell>::copyOf(found.x.data(), static_cast<std::int32_t>(found.x.size()), 1);
@@ -150,10 +168,8 @@ private:
             answer.refinementSteps = std::max(answer.refinementSteps, found.refinements);
             answer.road = nameOf(found.method);
             settled = settled && found.settled;
-            if (found.method != LeastSquaresMethod::Nothing && found.method != LeastSquaresMethod::Lsmr)
-                rank_ = solver.rank();
         }
-        isDeficient_ = rank_ && rank_->deficient;
+        isDeficient_ = isDeficient_ || solver.isDeficient().value_or(false);
         answer.residual = residual;
         answer.normalResidual = normal;
         answer.x = AccessTo<Cell>::copyOf(cells.data(), static_cast<std::int32_t>(cells.size()) / B.Cols(),
@@ -191,7 +207,6 @@ private:
     MatrixTraits traits_{};
     std::array<std::optional<Sparse>, 3> turned_{};                ///< op(A), by op
     std::array<std::unique_ptr<LeastSquares<Cell>>, 3> solvers_{}; ///< likewise
-    std::optional<LeastSquaresRank> rank_{};
     bool isDeficient_ = false;
     std::int32_t analyses_ = 0;
     mutable std::mutex busy_{};

@@ -39,7 +39,8 @@ void tellUser(const std::string& text);
 /// complex numbers where one of the files is complex.
 /// @throws InputError  a bad file, or sizes that do not fit
 Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progress);
-/// By the direct solver; for square matrices. In complex numbers as above.
+/// Square systems by the direct solver, others in the least-squares sense or with smallest norm, never made
+/// dense. In complex numbers as above.
 /// @throws InputError  as above, or a type that the values contradict
 Solution takeSparseRoad(SystemFiles& files, const SparseOptions& options, SolveReport& report,
                         Progress& progress);

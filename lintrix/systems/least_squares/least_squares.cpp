@@ -93,7 +93,6 @@ public:
 private:
     void measure(Answer& answer);
     bool offer(Answer&& answer);
-    double termsOf(const std::vector<Cell>& x) const;
     void runLsmr(const LinearMap<Cell>* right, double restart, std::int32_t limit, LeastSquaresMethod method);
 
     LeastSquares& system_;
@@ -112,7 +111,7 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
     for (std::size_t i = 0; i < r_.size(); ++i) r_[i] = b_[i] - r_[i];
     A_.adjointTimes(1, r_.data(), g_.data());
     const double r = norm(r_), scale = M_.norm() * r;
-    const double terms = termsOf(answer.x), fit = r / (terms + bNorm_);
+    const double terms = system_.termsOf(answer.x.data()), fit = r / (terms + bNorm_);
     answer.residual = r;
     answer.normalResidual = scale > 0.0 ? norm(g_) / scale : 0.0;
     answer.backwardError = scale > 0.0 ? std::min(fit, answer.normalResidual) : 0.0;
@@ -121,16 +120,6 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
     // r is known to eps*terms, and so is A^H r. A small r may yet become rounding altogether.
     const double known = r > kSmallResidual * bNorm_ ? std::max(kSettled, kRounding * terms / r) : kSettled;
     answer.settled = answer.consistent || answer.normalResidual <= known;
-}
-
-/// Of what A*x is summed up: the root of the sum of (||a_j|| |x_j|)^2, which unlike ||A|| ||x|| does not
-/// change with the scales of columns.
-template <class Cell>
-double LeastSquares<Cell>::Attempt::termsOf(const std::vector<Cell>& x) const
-{
-    std::vector<double> terms(x.size());
-    for (std::size_t j = 0; j < x.size(); ++j) terms[j] = system_.columnNorms_[j] * std::abs(x[j]);
-    return norm(terms);
 }
 
 /// Keeps the answer if it is the best. @return whether it is by much
@@ -320,6 +309,31 @@ void LeastSquares<Cell>::measureColumns()
     }
 }
 
+/// Of what A*x is summed up: the root of the sum of (||a_j|| |x_j|)^2, which unlike ||A|| ||x|| does not
+/// change with the scales of columns.
+template <class Cell>
+double LeastSquares<Cell>::termsOf(const Cell* x) const
+{
+    std::vector<double> terms(columnNorms_.size());
+    for (std::size_t j = 0; j < terms.size(); ++j) terms[j] = columnNorms_[j] * std::abs(x[j]);
+    return norm(terms);
+}
+
+template <class Cell>
+bool LeastSquares<Cell>::isNullVector(const Cell* x) const
+{
+    std::vector<Cell> image(static_cast<std::size_t>(m_));
+    A_.times(1, x, image.data());
+    const double terms = termsOf(x);
+    return terms > 0.0 && norm(image) <= std::max(m_, n_) * kEps * terms;
+}
+
+template <class Cell>
+std::optional<bool> LeastSquares<Cell>::isDeficient() const
+{
+    return factorized_ || rank_.deficient ? std::optional(rank_.deficient) : std::nullopt;
+}
+
 template <class Cell>
 bool LeastSquares<Cell>::hasWork() const
 {
@@ -333,6 +347,7 @@ template <class Cell>
 void LeastSquares<Cell>::prepare()
 {
     if (std::exchange(prepared_, true) || !inverse_) return;
+    if (memoryLeft_ && forecast_->bytes > memoryLeft_()) return;
     rank_.small = inverse_->factorizeAndCount(-kShift);
     factorized_ = rank_.small >= 0;
     if (factorized_) probe();

@@ -76,6 +76,9 @@ public:
     /// False ends a solve with the best x so far. Told of each step of LSMR.
     void progress(std::function<bool(const LsmrStep&)> callback) { progress_ = std::move(callback); }
 
+    /// Asked for the bytes that a factor may take; where they do not suffice, LSMR has to do without.
+    void memoryLeft(std::function<double()> left) { memoryLeft_ = std::move(left); }
+
     /// Of the factor that `solve` will make; nothing where there will be none, but LSMR alone.
     const std::optional<FactorForecast>& forecast() const noexcept { return forecast_; }
 
@@ -83,12 +86,17 @@ public:
     LeastSquaresAnswer<Cell> solve(const Cell* b);
     /// Factorizes if no `solve` has had to.
     const LeastSquaresRank& rank();
+    /// As far as it is known without another factor.
+    std::optional<bool> isDeficient() const;
+    /// Whether A*x is rounding beside what it is summed up of: ||A*x|| <= max(m, n)*eps*s, s as above.
+    bool isNullVector(const Cell* x) const;
 
 private:
     using Answer = LeastSquaresAnswer<Cell>;
     class Attempt;
 
     bool hasWork() const;
+    double termsOf(const Cell* x) const;
     void measureColumns();
     std::int32_t stepsWorthTrying() const;
     void prepare();
@@ -102,6 +110,7 @@ private:
     LinearMap<Cell> A_;
     std::int32_t m_, n_;
     std::function<bool(const LsmrStep&)> progress_;
+    std::function<double()> memoryLeft_;
     std::unique_ptr<NormalEquations<Cell>> inverse_; // none where it cannot be had
     std::optional<FactorForecast> forecast_;
     std::vector<double> columnNorms_; // of A
