@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -64,7 +65,7 @@ public:
         // Of a wide or deficient matrix a known solution need not be the shortest.
         if (known && rowsOf(op) >= known->Rows() && !isDeficient_)
             answer.knownError = probeError(*known, *answer.x);
-        judge(answer, settled);
+        judge(answer, settled, solver.knownRank());
         if (!given && !known) answer.x.reset(); // zero, beside the probe
         return answer;
     }
@@ -144,8 +145,8 @@ private:
     /// By the factor; where none was made, of a tall matrix by what its solution lacks and no residual shows.
     bool showsDeficiency(const LeastSquares<Cell>& solver, const M& lack, TransposeMode op) const
     {
-        const bool isTall = rowsOf(op) >= lack.Rows();
-        return solver.isDeficient().value_or(isTall && solver.isNullVector(cellsOf(lack).data()));
+        if (const auto rank = solver.knownRank()) return rank->deficient;
+        return rowsOf(op) >= lack.Rows() && solver.isNullVector(cellsOf(lack).data());
     }
 
     static M columnOf(const Answer& found)
@@ -169,7 +170,8 @@ private:
             answer.road = nameOf(found.method);
             settled = settled && found.settled;
         }
-        isDeficient_ = isDeficient_ || solver.isDeficient().value_or(false);
+        const std::optional<LeastSquaresRank> rank = solver.knownRank();
+        isDeficient_ = isDeficient_ || (rank && rank->deficient);
         answer.residual = residual;
         answer.normalResidual = normal;
         answer.x = AccessTo<Cell>::copyOf(cells.data(), static_cast<std::int32_t>(cells.size()) / B.Cols(),
@@ -180,12 +182,16 @@ private:
     /// NaN where one of them is.
     static double larger(double x, double y) { return x >= y || std::isnan(x) ? x : y; }
 
-    void judge(SystemAnswer<Cell>& answer, bool settled) const
+    /// The shortest solution of a wide system, and so its probe, has little of what A all but sends to zero:
+    /// that is left to the condition, which takes rounding as far.
+    void judge(SystemAnswer<Cell>& answer, bool settled, const std::optional<LeastSquaresRank>& rank) const
     {
+        constexpr double kEps = std::numeric_limits<double>::epsilon();
         const double error = worseError(*answer.probeError, answer.knownError);
         answer.verdict = verdictOf(settled ? 0.0 : *answer.residual, error);
         if (!allFinite(*answer.x)) answer.verdict = Verdict::Failed;
-        if (answer.verdict == Verdict::Accurate && isDeficient_) answer.verdict = Verdict::Degraded;
+        const bool isDoubtful = isDeficient_ || (rank && rank->condition * kEps > kFewDigits);
+        if (answer.verdict == Verdict::Accurate && isDoubtful) answer.verdict = Verdict::Degraded;
         if (answer.verdict == Verdict::Accurate) return;
         if (isDeficient_)
             answer.reason = "rank-deficient: the shortest of many solutions";

@@ -92,6 +92,20 @@ TEST(RectangularSystem, ADeficientOneIsToldOfAZeroRightHandSideToo)
     }
 }
 
+/// Two equations that differ by 1e-12, and the sum of the first three unknowns by which they do not.
+TEST(RectangularSystem, AnIllConditionedWideOneIsDegradedThoughItsProbeComesBack)
+{
+    SparseAssembler entries(2, 4);
+    for (std::int32_t j = 0; j < 3; ++j) {
+        entries.Add(0, j, 1.0);
+        entries.Add(1, j, 1.0);
+    }
+    entries.Add(1, 3, 1e-12);
+    const auto answer = LinearSystem(entries.Assemble()).Solve(Vector{1.0, 1.0});
+    EXPECT_EQ(answer.verdict, Verdict::Degraded);
+    EXPECT_EQ(answer.reason, "ill-conditioned");
+}
+
 TEST(RectangularSystem, TheAdviceIsOfDeficiency)
 {
     const auto answer = LinearSystem(staircase(20, true)).Solve(Vector(63, 1.0));

@@ -17,9 +17,10 @@ namespace {
 constexpr double kEps = std::numeric_limits<double>::epsilon();
 
 // Relative to the bound of D*M^H*M*D.
-constexpr double kShift = 0x1p-40;       // its square root parts range and null space
-constexpr double kFineShift = 0x1p-48;   // just above the rounding of the normal equations
-constexpr double kClearlyRegular = 1e-6; // least singular value over the norm that needs no second look
+constexpr double kShift = 0x1p-40;           // its square root parts range and null space
+constexpr double kFineShift = 0x1p-48;       // just above the rounding of the normal equations
+constexpr std::int32_t kMostDirections = 24; // that are looked for together
+constexpr double kClearlyRegular = 1e-6;     // least singular value over the norm that needs no second look
 
 // When an answer will do.
 constexpr double kNormalTolerance = 1e-14;      // a normal residual that nobody tries to lower
@@ -329,9 +330,9 @@ bool LeastSquares<Cell>::isNullVector(const Cell* x) const
 }
 
 template <class Cell>
-std::optional<bool> LeastSquares<Cell>::isDeficient() const
+std::optional<LeastSquaresRank> LeastSquares<Cell>::knownRank() const
 {
-    return factorized_ || rank_.deficient ? std::optional(rank_.deficient) : std::nullopt;
+    return factorized_ || rank_.deficient ? std::optional(rank_) : std::nullopt;
 }
 
 template <class Cell>
@@ -350,11 +351,11 @@ void LeastSquares<Cell>::prepare()
     if (memoryLeft_ && forecast_->bytes > memoryLeft_()) return;
     rank_.small = inverse_->factorizeAndCount(-kShift);
     factorized_ = rank_.small >= 0;
-    if (factorized_) probe();
+    if (factorized_) probe(1);
     if (rank_.small == 0) return;
     if (!rank_.deficient) {
         factorized_ = inverse_->factorize(kFineShift) || inverse_->factorize(kShift);
-        if (factorized_) probe();
+        if (factorized_) probe(std::clamp(rank_.small + 1, 1, kMostDirections));
         if (rank_.deficient) keepRange();
     } else if (M_.isEvened()) {
         keepRange();
@@ -371,38 +372,50 @@ void LeastSquares<Cell>::keepRange()
     factorized_ = inverse_->factorize(kShift);
 }
 
-/// The direction that M*D shrinks most, by inverse iteration: first by the factor alone, then by
-/// z := z - W*M^H*M*z, in which M's own products keep the rounding of the factor out. ||M*D*z|| / ||z||
-/// bounds the least singular value from above.
+/// Makes U orthonormal and P = M*D*U. @return  the least singular value of P, relative to the norm: of M*D it
+/// is a bound from above
 template <class Cell>
-void LeastSquares<Cell>::probe()
+double LeastSquares<Cell>::leastOn(ColumnBlock<Cell>& U, ColumnBlock<Cell>& P) const
+{
+    orthonormalize(U);
+    P = ColumnBlock<Cell>{P.length, U.count};
+    std::vector<Cell> z(M_.scale().size());
+    for (std::int32_t c = 0; c < U.count; ++c) {
+        for (std::size_t j = 0; j < z.size(); ++j) z[j] = M_.scale()[j] * U.column(c)[j];
+        M_.times(z.data(), P.column(c));
+    }
+    ColumnBlock<Cell> rotated = P;
+    return orthogonalize(rotated).back() / std::sqrt(inverse_->bound());
+}
+
+/// The directions that M*D shrinks most, by inverse iteration: first by the factor alone, then by
+/// Z := Z - W*M^H*M*Z, in which M's own products keep the rounding of the factor out. To what lies below its
+/// shift a factor is blind: `count` has to be as many singular values as there are for the least to be found.
+template <class Cell>
+void LeastSquares<Cell>::probe(std::int32_t count)
 {
     const std::vector<double>& scale = M_.scale();
-    std::vector<Cell> z(scale.size()), work(z.size()), product(static_cast<std::size_t>(M_.rows().rows));
+    std::vector<Cell> work(scale.size()), z(scale.size());
+    ColumnBlock<Cell> U{static_cast<std::int32_t>(scale.size()), count}, P{M_.rows().rows, count};
     std::mt19937_64 generator(1);
-    for (std::size_t j = 0; j < z.size(); ++j)
-        z[j] = (static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0) * scale[j];
-    // z is D times the direction throughout.
-    const auto ratio = [&] {
-        double length = 0.0;
-        for (std::size_t j = 0; j < z.size(); ++j) length = std::hypot(length, std::abs(z[j]) / scale[j]);
-        for (Cell& cell : z) cell /= length;
-        M_.times(z.data(), product.data());
-        return norm(product) / std::sqrt(inverse_->bound());
-    };
+    for (Cell& cell : U.cells) cell = static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0;
     for (int k = 0; k < 2; ++k) {
-        for (std::size_t j = 0; j < z.size(); ++j) work[j] = z[j] / (scale[j] * scale[j]);
-        if (!inverse_->apply(work.data(), z.data())) return;
-        ratio();
+        for (std::int32_t c = 0; c < count; ++c) {
+            for (std::size_t j = 0; j < z.size(); ++j) work[j] = U.column(c)[j] / scale[j];
+            if (!inverse_->apply(work.data(), z.data())) return;
+            for (std::size_t j = 0; j < z.size(); ++j) U.column(c)[j] = z[j] / scale[j];
+        }
     }
+    if (!std::isfinite(norm(U.cells))) return;
     const double negligible = std::max(m_, n_) * kEps;
-    double least = ratio();
+    double least = leastOn(U, P);
     for (int k = 0; k < 4 && least < kClearlyRegular && least > negligible; ++k) {
-        M_.adjointTimes(product.data(), work.data());
-        std::vector<Cell> step(z.size());
-        if (!inverse_->apply(work.data(), step.data())) return;
-        for (std::size_t j = 0; j < z.size(); ++j) z[j] -= step[j];
-        least = std::min(least, ratio());
+        for (std::int32_t c = 0; c < U.count; ++c) {
+            M_.adjointTimes(P.column(c), work.data());
+            if (!inverse_->apply(work.data(), z.data())) return;
+            for (std::size_t j = 0; j < z.size(); ++j) U.column(c)[j] -= z[j] / scale[j];
+        }
+        least = std::min(least, leastOn(U, P));
     }
     rank_.condition = std::max(rank_.condition, least > 0.0 ? 1.0 / least : HUGE_VAL);
     rank_.deficient = least <= negligible;

@@ -4,6 +4,7 @@
 
 #include <lintrix/systems/iterations/lsmr.h>
 #include <lintrix/systems/least_squares/normal_equations.h>
+#include <lintrix/systems/structure/column_block.h>
 
 #include <complex>
 #include <cstdint>
@@ -87,7 +88,7 @@ public:
     /// Factorizes if no `solve` has had to.
     const LeastSquaresRank& rank();
     /// As far as it is known without another factor.
-    std::optional<bool> isDeficient() const;
+    std::optional<LeastSquaresRank> knownRank() const;
     /// Whether A*x is rounding beside what it is summed up of: ||A*x|| <= max(m, n)*eps*s, s as above.
     bool isNullVector(const Cell* x) const;
 
@@ -101,7 +102,8 @@ private:
     std::int32_t stepsWorthTrying() const;
     void prepare();
     bool factorizeSafely();
-    void probe();
+    double leastOn(ColumnBlock<Cell>& U, ColumnBlock<Cell>& P) const;
+    void probe(std::int32_t count);
     void keepRange();
     void solveRegular(Attempt& attempt);
     void solveDeficient(Attempt& attempt);
