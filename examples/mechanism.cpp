@@ -73,7 +73,9 @@ int main()
     const auto swaying = system.Solve(load);
     std::printf("as drawn: %s, %s\n", std::string(NameOf(swaying.verdict)).c_str(),
                 swaying.reason.substr(0, swaying.reason.find(':')).c_str());
-    std::printf("%s\n", swaying.faults.substr(swaying.faults.find("Columns")).c_str());
+    const std::string told = swaying.Explain();
+    const std::size_t begin = told.find("Columns"), end = told.find('\n', begin);
+    std::printf("%s\n", told.substr(begin, end - begin).c_str());
 
     bars.push_back({2, 5});
     system.Update(stiffnessMatrix(bars));
