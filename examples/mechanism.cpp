@@ -72,7 +72,7 @@ int main()
     LinearSystem system(stiffnessMatrix(bars));
     const auto swaying = system.Solve(load);
     std::printf("as drawn: %s, %s\n", std::string(NameOf(swaying.verdict)).c_str(),
-                swaying.reason.substr(0, swaying.reason.find(':')).c_str());
+                swaying.reason.substr(0, swaying.reason.find_first_of(":,")).c_str());
     const std::string told = swaying.Explain();
     const std::size_t begin = told.find("Columns"), end = told.find('\n', begin);
     std::printf("%s\n", told.substr(begin, end - begin).c_str());

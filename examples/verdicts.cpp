@@ -45,7 +45,8 @@ void meet(double difference)
                     answer.reason.substr(0, answer.reason.find(',')).c_str());
         break;
     case Verdict::Failed:
-        std::printf("do not use it: %s\n", answer.reason.substr(0, answer.reason.find(':')).c_str());
+        std::printf("do not use it: %s\n",
+                    answer.reason.substr(0, answer.reason.find_first_of(":,")).c_str());
         break;
     }
 }
