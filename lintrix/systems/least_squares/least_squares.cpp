@@ -373,11 +373,11 @@ void LeastSquares<Cell>::keepRange()
 }
 
 /// Makes U orthonormal and P = M*D*U. @return  the least singular value of P, relative to the norm: of M*D it
-/// is a bound from above
+/// is a bound from above, infinite where no direction is left
 template <class Cell>
 double LeastSquares<Cell>::leastOn(ColumnBlock<Cell>& U, ColumnBlock<Cell>& P) const
 {
-    orthonormalize(U);
+    if (!std::isfinite(norm(U.cells)) || orthonormalize(U).empty()) return HUGE_VAL;
     P = ColumnBlock<Cell>{P.length, U.count};
     std::vector<Cell> z(M_.scale().size());
     for (std::int32_t c = 0; c < U.count; ++c) {
@@ -406,7 +406,6 @@ void LeastSquares<Cell>::probe(std::int32_t count)
             for (std::size_t j = 0; j < z.size(); ++j) U.column(c)[j] = z[j] / scale[j];
         }
     }
-    if (!std::isfinite(norm(U.cells))) return;
     const double negligible = std::max(m_, n_) * kEps;
     double least = leastOn(U, P);
     for (int k = 0; k < 4 && least < kClearlyRegular && least > negligible; ++k) {
