@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -97,16 +98,14 @@ private:
         budget_.require(own, bytes, bytes);
         solver.memory(budget_.limit(own));
         const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
-        const M probe = probeFor(op);
         bool settled = true;
         SystemAnswer<Cell> answer = solveColumns(solver, B, settled);
-        const M back = columnOf(solver.solve(cellsOf(productOf(probe, op)).data()));
+        answer.probeError = errorOfProbe(solver, op);
         finish("solve");
-        answer.probeError = probeError(probe, back);
         // Of a wide or deficient matrix a known solution need not be the shortest.
         if (known && rowsOf(op) >= known->Rows() && !isDeficient_)
             answer.knownError = probeError(*known, *answer.x);
-        judge(answer, settled);
+        judge(answer, settled, solver.knownRank());
         if (!given && !known) answer.x.reset(); // zero, beside the probe
         return answer;
     }
@@ -136,6 +135,7 @@ private:
         solver = std::make_unique<LeastSquares<Cell>>(
             RowsView<Cell>{matrix.Rows(), matrix.Cols(), matrix.Values().data(), matrix.RowPointers().data(),
                            matrix.ColumnIndices().data()});
+        solver->memoryLeft(options_.memoryLeft);
         ++analyses_;
         return *solver;
     }
@@ -176,6 +176,25 @@ private:
         return probe;
     }
 
+    /// Once more where the first one shows that A is deficient: its solution has to be the shortest then.
+    double errorOfProbe(LeastSquares<Cell>& solver, TransposeMode op)
+    {
+        for (;;) {
+            const bool wasDeficient = isDeficient_;
+            const M probe = probeFor(op);
+            const M back = columnOf(solver.solve(cellsOf(productOf(probe, op)).data()));
+            isDeficient_ = isDeficient_ || showsDeficiency(solver, probe - back, op);
+            if (isDeficient_ == wasDeficient) return probeError(probe, back);
+        }
+    }
+
+    /// By the factor; where none was made, of a tall matrix by what its solution lacks and no residual shows.
+    bool showsDeficiency(const LeastSquares<Cell>& solver, const M& lack, TransposeMode op) const
+    {
+        if (const auto rank = solver.knownRank()) return rank->deficient;
+        return rowsOf(op) >= lack.Rows() && solver.isNullVector(cellsOf(lack).data());
+    }
+
     static M columnOf(const Answer& found)
     {
         return AccessTo<Cell>::copyOf(found.x.data(), static_cast<std::int32_t>(found.x.size()), 1);
@@ -196,10 +215,9 @@ private:
             answer.refinementSteps = std::max(answer.refinementSteps, found.refinements);
             answer.road = nameOf(found.method);
             settled = settled && found.settled;
-            if (found.method != LeastSquaresMethod::Nothing && found.method != LeastSquaresMethod::Lsmr)
-                rank_ = solver.rank();
         }
-        isDeficient_ = rank_ && rank_->deficient;
+        const std::optional<LeastSquaresRank> rank = solver.knownRank();
+        isDeficient_ = isDeficient_ || (rank && rank->deficient);
         answer.residual = residual;
         answer.normalResidual = normal;
         answer.x = AccessTo<Cell>::copyOf(cells.data(), static_cast<std::int32_t>(cells.size()) / B.Cols(),
@@ -210,12 +228,16 @@ private:
     /// NaN where one of them is.
     static double larger(double x, double y) { return x >= y || std::isnan(x) ? x : y; }
 
-    void judge(SystemAnswer<Cell>& answer, bool settled) const
+    /// The shortest solution of a wide system, and so its probe, has little of what A all but sends to zero:
+    /// that is left to the condition, which takes rounding as far.
+    void judge(SystemAnswer<Cell>& answer, bool settled, const std::optional<LeastSquaresRank>& rank) const
     {
+        constexpr double kEps = std::numeric_limits<double>::epsilon();
         const double error = worseError(*answer.probeError, answer.knownError);
         answer.verdict = verdictOf(settled ? 0.0 : *answer.residual, error);
         if (!allFinite(*answer.x)) answer.verdict = Verdict::Failed;
-        if (answer.verdict == Verdict::Accurate && isDeficient_) answer.verdict = Verdict::Degraded;
+        const bool isDoubtful = isDeficient_ || (rank && rank->condition * kEps > kFewDigits);
+        if (answer.verdict == Verdict::Accurate && isDoubtful) answer.verdict = Verdict::Degraded;
         if (answer.verdict == Verdict::Accurate) return;
         if (isDeficient_)
             answer.reason = "rank-deficient: the shortest of many solutions";
@@ -238,7 +260,6 @@ private:
     MatrixTraits traits_{};
     std::array<std::optional<Sparse>, 3> turned_{};                ///< op(A), by op
     std::array<std::unique_ptr<LeastSquares<Cell>>, 3> solvers_{}; ///< likewise
-    std::optional<LeastSquaresRank> rank_{};
     bool isDeficient_ = false;
     std::int32_t analyses_ = 0;
     mutable std::mutex busy_{};
