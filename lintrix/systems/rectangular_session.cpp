@@ -1,6 +1,7 @@
 #include <lintrix/systems/session.h>
 
 #include <lintrix/systems/least_squares/least_squares.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/quality.h>
 #include <lintrix/systems/roads/sparse_rows.h>
@@ -62,6 +63,7 @@ public:
         SystemAnswer<Cell> answer = solveColumns(solver, B, settled);
         const M back = columnOf(solver.solve(cellsOf(productOf(probe, op)).data()));
         finish("solve");
+        learnRank(solver);
         answer.probeError = probeError(probe, back);
         // Of a wide or deficient matrix a known solution need not be the shortest.
         if (known && rowsOf(op) >= known->Rows() && !isDeficient_)
@@ -141,6 +143,7 @@ private:
         SystemAnswer<Cell> answer;
         std::vector<Cell> cells;
         double residual = 0.0, normal = 0.0;
+        error_ = 0.0;
         for (std::int32_t j = 0; j < B.Cols(); ++j) {
             const Answer found = solver.solve(columnCells(B, j).data());
             cells.insert(cells.end(), found.x.begin(), found.x.end());
@@ -150,10 +153,9 @@ private:
             answer.refinementSteps = std::max(answer.refinementSteps, found.refinements);
             answer.road = nameOf(found.method);
             settled = settled && found.settled;
-            if (found.method != LeastSquaresMethod::Nothing && found.method != LeastSquaresMethod::Lsmr)
-                rank_ = solver.rank();
+            learnRank(solver);
+            error_ = larger(error_, errorEstimate(found));
         }
-        isDeficient_ = rank_ && rank_->deficient;
         answer.residual = residual;
         answer.normalResidual = normal;
         answer.x = AccessTo<Cell>::copyOf(cells.data(), static_cast<std::int32_t>(cells.size()) / B.Cols(),
@@ -161,12 +163,29 @@ private:
         return answer;
     }
 
+    void learnRank(LeastSquares<Cell>& solver)
+    {
+        if (solver.knowsRank()) rank_ = solver.rank();
+        isDeficient_ = rank_ && rank_->deficient;
+    }
+
+    /// Of an x whose residual is no rounding: what is left of A^H*r moves x by (A^H*A)^-1 times it, up to the
+    /// square of the condition, which the probe does not see, since it leaves no residual. 0 of others.
+    double errorEstimate(const Answer& found) const
+    {
+        if (found.consistent || !rank_ || isDeficient_) return 0.0;
+        const double size = euclideanNorm(found.x.data(), static_cast<std::int32_t>(found.x.size())) *
+                            euclideanNorm(A_.Values().data(), static_cast<std::int32_t>(A_.Values().size()));
+        if (size == 0.0) return 0.0;
+        return rank_->condition * (found.normalResidual * (rank_->condition * (found.residual / size)));
+    }
+
     /// NaN where one of them is.
     static double larger(double x, double y) { return x >= y || std::isnan(x) ? x : y; }
 
     void judge(SystemAnswer<Cell>& answer, bool settled) const
     {
-        const double error = worseError(*answer.probeError, answer.knownError);
+        const double error = worseError(worseError(*answer.probeError, answer.knownError), error_);
         answer.verdict = verdictOf(settled ? 0.0 : *answer.residual, error);
         if (!allFinite(*answer.x)) answer.verdict = Verdict::Failed;
         if (answer.verdict == Verdict::Accurate && isDeficient_) answer.verdict = Verdict::Degraded;
@@ -193,6 +212,7 @@ private:
     std::array<std::unique_ptr<LeastSquares<Cell>>, 3> solvers_{}; ///< likewise
     std::optional<LeastSquaresRank> rank_{};
     bool isDeficient_ = false;
+    double error_ = 0.0; ///< estimated, the largest of the last solve
     std::int32_t analyses_ = 0;
     mutable std::mutex busy_{};
 };

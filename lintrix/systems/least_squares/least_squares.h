@@ -83,6 +83,8 @@ public:
     LeastSquaresAnswer<Cell> solve(const Cell* b);
     /// Factorizes if no `solve` has had to.
     const LeastSquaresRank& rank();
+    /// Whether one had to.
+    bool knowsRank() const noexcept { return prepared_; }
 
 private:
     using Answer = LeastSquaresAnswer<Cell>;
