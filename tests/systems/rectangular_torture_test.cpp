@@ -15,7 +15,7 @@
 namespace Velmar::Lintrix::testing {
 namespace {
 
-constexpr int kSystems = 20; // of a dose
+constexpr int kSystems = 10; // of a dose
 
 template <class Cell>
 class RectangularTrial {

@@ -40,14 +40,14 @@ inline int tortureSetting(const char* name, int otherwise)
     return told != nullptr ? std::max(0, std::atoi(told)) : otherwise;
 }
 
-/// trial(seed) for as many seeds as LINTRIX_TORTURE_DOSES (5) tells, from dose LINTRIX_TORTURE_FIRST (0) on.
+/// trial(seed) for as many seeds as LINTRIX_TORTURE_DOSES (3) tells, from dose LINTRIX_TORTURE_FIRST (0) on.
 /// Nothing is printed by what is tried.
 template <class Trial>
 void tortureSilently(int systemsOfADose, Trial trial)
 {
     const auto each = static_cast<std::uint64_t>(systemsOfADose);
     const std::uint64_t first = each * static_cast<std::uint64_t>(tortureSetting("LINTRIX_TORTURE_FIRST", 0)),
-                        count = each * static_cast<std::uint64_t>(tortureSetting("LINTRIX_TORTURE_DOSES", 5));
+                        count = each * static_cast<std::uint64_t>(tortureSetting("LINTRIX_TORTURE_DOSES", 3));
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
     for (std::uint64_t seed = first; seed < first + count; ++seed) trial(seed);
