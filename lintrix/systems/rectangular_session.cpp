@@ -1,6 +1,7 @@
 #include <lintrix/systems/session.h>
 
 #include <lintrix/systems/least_squares/least_squares.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/quality.h>
@@ -206,6 +207,7 @@ private:
         SystemAnswer<Cell> answer;
         std::vector<Cell> cells;
         double residual = 0.0, normal = 0.0;
+        error_ = 0.0;
         for (std::int32_t j = 0; j < B.Cols(); ++j) {
             const Answer found = solver.solve(columnCells(B, j).data());
             cells.insert(cells.end(), found.x.begin(), found.x.end());
@@ -215,14 +217,26 @@ private:
             answer.refinementSteps = std::max(answer.refinementSteps, found.refinements);
             answer.road = nameOf(found.method);
             settled = settled && found.settled;
+            const std::optional<LeastSquaresRank> rank = solver.knownRank();
+            isDeficient_ = isDeficient_ || (rank && rank->deficient);
+            if (rank) error_ = larger(error_, errorEstimate(found, *rank));
         }
-        const std::optional<LeastSquaresRank> rank = solver.knownRank();
-        isDeficient_ = isDeficient_ || (rank && rank->deficient);
         answer.residual = residual;
         answer.normalResidual = normal;
         answer.x = AccessTo<Cell>::copyOf(cells.data(), static_cast<std::int32_t>(cells.size()) / B.Cols(),
                                           B.Cols());
         return answer;
+    }
+
+    /// Of an x whose residual is no rounding: what is left of A^H*r moves x by (A^H*A)^-1 times it, up to the
+    /// square of the condition, which the probe does not see, since it leaves no residual. 0 of others.
+    double errorEstimate(const Answer& found, const LeastSquaresRank& rank) const
+    {
+        if (found.consistent || isDeficient_) return 0.0;
+        const double size = euclideanNorm(found.x.data(), static_cast<std::int32_t>(found.x.size())) *
+                            euclideanNorm(A_.Values().data(), static_cast<std::int32_t>(A_.Values().size()));
+        if (size == 0.0) return 0.0;
+        return rank.condition * (found.normalResidual * (rank.condition * (found.residual / size)));
     }
 
     /// NaN where one of them is.
@@ -233,7 +247,7 @@ private:
     void judge(SystemAnswer<Cell>& answer, bool settled, const std::optional<LeastSquaresRank>& rank) const
     {
         constexpr double kEps = std::numeric_limits<double>::epsilon();
-        const double error = worseError(*answer.probeError, answer.knownError);
+        const double error = worseError(worseError(*answer.probeError, answer.knownError), error_);
         answer.verdict = verdictOf(settled ? 0.0 : *answer.residual, error);
         if (!allFinite(*answer.x)) answer.verdict = Verdict::Failed;
         const bool isDoubtful = isDeficient_ || (rank && rank->condition * kEps > kFewDigits);
@@ -261,6 +275,7 @@ private:
     std::array<std::optional<Sparse>, 3> turned_{};                ///< op(A), by op
     std::array<std::unique_ptr<LeastSquares<Cell>>, 3> solvers_{}; ///< likewise
     bool isDeficient_ = false;
+    double error_ = 0.0; ///< estimated, the largest of the last solve
     std::int32_t analyses_ = 0;
     mutable std::mutex busy_{};
 };
