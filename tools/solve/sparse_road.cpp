@@ -72,9 +72,9 @@ std::function<void(double, double)> barFor(const std::string& file, Progress& pr
         if (length == shown || std::chrono::duration<double>(Clock::now() - begin).count() < kQuietSeconds)
             return;
         shown = length;
-        progress.show(fmt::format("solving {}: [{:<{}}] {:.3g} of {:.3g} Gflop", file,
-                                  std::string(static_cast<std::size_t>(length), '#'), kBarWidth, done / 1e9,
-                                  all / 1e9));
+        progress.show(fmt::format("solving {}: [{:<{}}] {:.0f} %", file,
+                                  std::string(static_cast<std::size_t>(length), '#'), kBarWidth,
+                                  100.0 * done / all));
     };
 }
 
