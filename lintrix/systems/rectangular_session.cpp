@@ -75,7 +75,6 @@ private:
     /// A solver that has failed on its way to a factor is made anew.
     SystemAnswer<Cell> settledOrAsBefore(const M* given, const M* known, TransposeMode op)
     {
-        const std::optional<LeastSquaresRank> rank = rank_;
         const bool isDeficient = isDeficient_;
         const std::unique_ptr<LeastSquares<Cell>>& solver = solvers_[static_cast<std::size_t>(op)];
         const bool wasPrepared = solver && solver->isPrepared();
@@ -84,7 +83,6 @@ private:
         } catch (...) {
             if (solver && solver->isPrepared() && !wasPrepared)
                 solvers_[static_cast<std::size_t>(op)].reset();
-            rank_ = rank;
             isDeficient_ = isDeficient;
             throw;
         }
