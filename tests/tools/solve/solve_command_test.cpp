@@ -315,7 +315,7 @@ const std::vector<NumericFailure>& numericFailures()
         {"SingularByValues", kCoordinate + "2 2 4\n1 1 1\n1 2 2\n2 1 3\n2 2 6\n", "",
          "sparse LU with matching", "singular: 1 perturbed pivot",
          "there is no good solution: singular: 1 perturbed pivot"},
-        {"SparseOverflow", kCoordinate + "1 1 1\n1 1 1e-300\n", kArray + "1 1\n1e300\n", "dense LU",
+        {"SparseOverflow", kCoordinate + "1 1 1\n1 1 1e-300\n", kArray + "1 1\n1e300\n", "sparse Cholesky",
          "a number overflowed", "there is no good solution: a number overflowed"},
         {"TallDeficient", kArray + "3 2\n1\n2\n3\n2\n4\n6\n", "", "QR (least squares)", "rank-deficient",
          "the matrix has rank 1 of 2 to working precision: the least-squares solution is not unique"},
