@@ -48,8 +48,8 @@ void solveConjugated(Factored<Cell>& factor, std::int32_t size, std::int32_t col
     std::copy_n(cellsOf(std::as_const(X)).begin(), count, y);
 }
 
-/// The columns in the order in which their errors are bounded.
-std::vector<std::size_t> worstFirst(const std::vector<BackwardError>& errors)
+/// Up to `count` columns in the order in which their errors are bounded.
+std::vector<std::size_t> worstFirst(const std::vector<BackwardError>& errors, std::int32_t count)
 {
     std::vector<std::size_t> order(errors.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -58,8 +58,33 @@ std::vector<std::size_t> worstFirst(const std::vector<BackwardError>& errors)
         return std::isnan(error) ? std::numeric_limits<double>::infinity() : error;
     };
     std::ranges::stable_sort(order, std::ranges::greater(), badness);
+    order.resize(std::min(order.size(), static_cast<std::size_t>(count)));
     return order;
 }
+
+/// The columns whose errors are bounded, side by side, so that a solve serves them all.
+template <class Cell>
+struct Bounded {
+    explicit Bounded(std::size_t order) : n(order) {}
+
+    void add(std::size_t j, const Cell* allX, const Cell* allR, const double* allW)
+    {
+        places.push_back(j);
+        x.insert(x.end(), allX + n * j, allX + n * (j + 1));
+        r.insert(r.end(), allR + n * j, allR + n * (j + 1));
+        w.insert(w.end(), allW + n * j, allW + n * (j + 1));
+    }
+    std::int32_t count() const { return static_cast<std::int32_t>(places.size()); }
+    void tell(const std::vector<double>& bounds, std::vector<ColumnQuality>& columns) const
+    {
+        for (std::size_t k = 0; k < places.size(); ++k) columns[places[k]].errorBound = bounds[k];
+    }
+
+    std::size_t n;
+    std::vector<std::size_t> places{};
+    std::vector<Cell> x{}, r{};
+    std::vector<double> w{};
+};
 
 template <class Cells>
 bool isZero(Cells cells)
@@ -97,32 +122,37 @@ LinearMap<Cell> inverseBy(Factored<Cell>& factor, std::int32_t size, TransposeMo
 template <class Cell>
 std::vector<ColumnQuality> qualityOfColumns(const SparseOf<Cell>& A, TransposeMode op,
                                             const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,
-                                            Factored<Cell>* factor, std::int32_t bounds, double probeError)
+                                            Factored<Cell>* factor, const BoundsAsked& asked)
 {
     const MatrixView<Cell> view(A);
+    const RowSizes sizes = rowSizesOf(view, op);
     const auto b = cellsOf(B), x = cellsOf(X);
     std::vector<Cell> r(x.size());
-    residualInTwicePrecision(view, op, X.Cols(), b.data(), x.data(), static_cast<const Cell*>(nullptr),
-                             r.data());
+    std::vector<double> w(x.size());
+    residualAndScale(view, op, X.Cols(), b.data(), x.data(), r.data(), w.data());
     const std::vector<BackwardError> errors =
-        backwardErrors(view, op, X.Cols(), b.data(), x.data(), static_cast<const Cell*>(r.data()));
+        backwardErrors<Cell>(sizes, X.Cols(), b.data(), x.data(), r.data(), w.data());
     std::vector<ColumnQuality> columns(errors.size());
-    const auto n = static_cast<std::size_t>(A.Rows());
-    for (std::size_t k = 0; const std::size_t j : worstFirst(errors)) {
+    for (std::size_t j = 0; j < errors.size(); ++j) {
         columns[j].backwardError = errors[j].normwise;
         columns[j].componentwiseError = errors[j].componentwise;
-        if (!factor || k++ >= static_cast<std::size_t>(bounds)) continue;
-        if (isZero(x.subspan(n * j, n)) && isZero(b.subspan(n * j, n))) {
-            columns[j].errorBound = 0.0; // exact, and there is no size to divide by
-            continue;
-        }
-        columns[j].errorBound =
-            forwardErrorBounds(view, op, inverseBy(*factor, A.Rows(), op), 1, b.data() + n * j,
-                               x.data() + n * j, static_cast<const Cell*>(r.data() + n * j),
-                               ResidualPrecision::Twice, kQuick)
-                .front();
     }
-    for (ColumnQuality& column : columns) column.verdict = verdictOf(column, probeError);
+    if (factor && asked.columns > 0) {
+        const auto n = static_cast<std::size_t>(A.Rows());
+        Bounded<Cell> bounded(n);
+        for (const std::size_t j : worstFirst(errors, asked.columns)) {
+            if (isZero(x.subspan(n * j, n)) && isZero(b.subspan(n * j, n)))
+                columns[j].errorBound = 0.0; // exact, and there is no size to divide by
+            else
+                bounded.add(j, x.data(), r.data(), w.data());
+        }
+        bounded.tell(forwardErrorBounds<Cell>(view, op, inverseBy(*factor, A.Rows(), op), bounded.count(),
+                                              bounded.x.data(), bounded.r.data(), bounded.w.data(),
+                                              {sizes.terms, asked.inverseNorm}, ResidualPrecision::Twice,
+                                              kQuick),
+                     columns);
+    }
+    for (ColumnQuality& column : columns) column.verdict = verdictOf(column, asked.probeError);
     return columns;
 }
 
@@ -130,9 +160,9 @@ template LinearMap<double> inverseBy(Factored<double>&, std::int32_t, TransposeM
 template LinearMap<Complex> inverseBy(Factored<Complex>&, std::int32_t, TransposeMode);
 template std::vector<ColumnQuality> qualityOfColumns<double>(const SparseMatrix&, TransposeMode,
                                                              const Matrix&, const Matrix&, Factored<double>*,
-                                                             std::int32_t, double);
+                                                             const BoundsAsked&);
 template std::vector<ColumnQuality> qualityOfColumns<Complex>(const CSparseMatrix&, TransposeMode,
                                                               const CMatrix&, const CMatrix&,
-                                                              Factored<Complex>*, std::int32_t, double);
+                                                              Factored<Complex>*, const BoundsAsked&);
 
 } // namespace Velmar::Lintrix::detail

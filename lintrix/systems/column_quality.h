@@ -7,6 +7,7 @@
 #include <lintrix/systems/verdict.h>
 
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -15,13 +16,21 @@ namespace Velmar::Lintrix::detail {
 template <class Cell>
 LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, TransposeMode op);
 
-/// Of op(A)*X = B, all of B's columns. The error of up to `bounds` of them is bounded, those with the largest
-/// componentwise backward error first; of none without a factor. `probeError` is that of the known solution.
+struct BoundsAsked {
+    std::int32_t columns = 0; ///< whose errors are bounded at most
+    double probeError = 0.0;  ///< of the known solution
+    /// Not below ||A^-1||_1, if that is known: see `KnownBefore`.
+    double inverseNorm = std::numeric_limits<double>::infinity();
+};
+
+/// Of op(A)*X = B, all of B's columns. Bounded are the errors of those with the largest componentwise
+/// backward error first; of none without a factor.
 ///
-/// Cost: a product a column; of a column whose error is bounded some six solves.
+/// Cost: a reading of A for each column; for those that are bounded a solve of all together, and a few more
+/// of each where the norm of the inverse does not settle it.
 template <class Cell>
-std::vector<ColumnQuality>
-qualityOfColumns(const SparseOf<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,
-                 roads::Factored<Cell>* factor, std::int32_t bounds, double probeError);
+std::vector<ColumnQuality> qualityOfColumns(const SparseOf<Cell>& A, TransposeMode op,
+                                            const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,
+                                            roads::Factored<Cell>* factor, const BoundsAsked& asked);
 
 } // namespace Velmar::Lintrix::detail

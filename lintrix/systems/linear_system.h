@@ -49,6 +49,16 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::optional<double> probeError{};
     std::optional<double> knownError{}; ///< of `x` itself, where it was known beforehand
 
+    /// ||A||_1 ||A^-1||_1 of a square matrix, estimated through the factor, from below, seldom by less than a
+    /// third; where pivots were replaced, of the matrix that was factorized. None where error bounds were not
+    /// asked for (`SystemOptions::errorBounds`), or where the factor is in files.
+    std::optional<double> condition{};
+
+    /// Of a sparse matrix that is symmetric or Hermitian, whichever road was taken; else, and where error
+    /// bounds were not asked for, or the factor is in files, none. Where the factor at hand leaves any sign
+    /// uncertain, matrices shifted by a little are factorized, if that takes no more than a second or so.
+    std::optional<CertainInertia> inertia{};
+
     std::vector<ColumnQuality> columns{}; ///< one a right-hand side, of a sparse system
 
     std::string_view road = "";                     ///< "sparse Cholesky", "sparse LU with matching", ...

@@ -10,6 +10,7 @@
 #include <lintrix/systems/structure/near_null.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 #include <lintrix/systems/structure/structural_faults.h>
+#include <lintrix/systems/sure_inertia.h>
 
 #include <fmt/format.h>
 
@@ -186,6 +187,7 @@ private:
         if (outcome->isSolvedByAnother() && outcome->factor)
             answer.faults = explainNullSpace(*outcome->factor);
         if (answer.x) judgeColumns(answer, request, *outcome);
+        if (tellsInertia(request, *outcome)) answer.inertia = inertiaOnce(*outcome);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
         best_ = std::move(*outcome);
         if (spoilt)
@@ -241,9 +243,14 @@ private:
     {
         M B(request.B);
         B.Cols(answer.x->Cols());
+        BoundsAsked asked{boundsFor(outcome), outcome.quality->probeError};
+        if (asked.columns > 0 && outcome.factor) {
+            const FactorQuality& factor = qualityOfFactorOnce(outcome);
+            answer.condition = factor.condition;
+            asked.inverseNorm = factor.inverseNormAtMost();
+        }
         answer.columns =
-            qualityOfColumns<Cell>(matrix_.Matrix(), request.op, B, *answer.x, outcome.factor.get(),
-                                   boundsFor(outcome), outcome.quality->probeError);
+            qualityOfColumns<Cell>(matrix_.Matrix(), request.op, B, *answer.x, outcome.factor.get(), asked);
         runner_.finish("check");
         for (const ColumnQuality& column : answer.columns) {
             if (column.verdict <= answer.verdict) continue;
@@ -252,6 +259,32 @@ private:
         }
         if (answer.verdict == Verdict::Failed && answer.complaint.empty())
             answer.complaint = complaintOf(answer.reason);
+    }
+
+    /// Of right-hand sides that were given, and of numbers.
+    bool tellsInertia(const Request<Cell>& request, const Outcome<Cell>& outcome) const
+    {
+        return request.B.Cols() > 1 && options_.errorBounds > 0 && outcome.store == FactorStore::Memory &&
+               matrix_.Traits().hermitian && std::isfinite(infinityNorm(MatrixView<Cell>(matrix_.Matrix())));
+    }
+
+    const CertainInertia& inertiaOnce(Outcome<Cell>& outcome)
+    {
+        if (!outcome.inertia) {
+            outcome.inertia = sureInertia<Cell>(matrix_, outcome);
+            runner_.finish("check");
+        }
+        return *outcome.inertia;
+    }
+
+    const FactorQuality& qualityOfFactorOnce(Outcome<Cell>& outcome) const
+    {
+        if (!outcome.factorQuality)
+            outcome.factorQuality = qualityOfFactor<Cell>(
+                MatrixView<Cell>(matrix_.Matrix()),
+                inverseBy(*outcome.factor, matrix_.Size(), TransposeMode::NotTransposed),
+                {.shift = matrix_.Traits().hermitian ? std::optional(0.0) : std::nullopt});
+        return *outcome.factorQuality;
     }
 
     /// Solves with a factor in files read all of it each time, and what has failed needs no bound.

@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 namespace Velmar::Lintrix {
 
 namespace {
@@ -14,6 +16,17 @@ void addLine(std::string& text, std::string_view line)
 {
     text += line;
     text += '\n';
+}
+
+std::string inWords(const CertainInertia& inertia)
+{
+    const std::string text =
+        fmt::format("Eigenvalues: {} positive, {} negative", inertia.positive, inertia.negative);
+    if (inertia.uncertain == 0) return text + ", all of them certain.";
+    const std::string bound = std::isfinite(inertia.bound)
+                                  ? fmt::format(", no larger than {}", numberInWords(inertia.bound))
+                                  : std::string();
+    return text + fmt::format(", {} of uncertain sign{}.", inertia.uncertain, bound);
 }
 
 /// What a reader who is no numerical analyst can do about it.
@@ -46,6 +59,8 @@ std::string SystemAnswer<Cell>::Explain() const
     if (probeError)
         addLine(text, fmt::format("A known solution came back with a relative error of {}.",
                                   numberInWords(*probeError)));
+    if (condition) addLine(text, fmt::format("The condition number is about {}.", numberInWords(*condition)));
+    if (inertia) addLine(text, inWords(*inertia));
     addLine(text, fmt::format("Road: {}.", road));
     if (perturbedPivots > 0)
         addLine(text, fmt::format("Pivots replaced: {}; steps of refinement {}, of GMRES {}.",

@@ -107,6 +107,8 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
     report.normalResidual = answer.normalResidual;
     report.probeError = answer.probeError;
     report.maxError = answer.knownError;
+    report.condition = answer.condition;
+    report.inertia = answer.inertia;
     report.perturbedPivots = answer.perturbedPivots;
     report.refinementSteps = answer.refinementSteps;
     report.factorEntries = static_cast<int>(answer.factorEntries);

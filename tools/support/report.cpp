@@ -55,6 +55,19 @@ std::string jsonCount(const SolveReport& report, int count)
     return report.ordering.empty() ? "null" : fmt::format("{}", count);
 }
 
+std::string jsonInertia(const std::optional<CertainInertia>& inertia)
+{
+    if (!inertia) return "null";
+    return fmt::format("{{\"positive\": {}, \"negative\": {}, \"uncertain\": {}, \"bound\": {}}}",
+                       inertia->positive, inertia->negative, inertia->uncertain, jsonNumber(inertia->bound));
+}
+
+std::string inertiaInWords(const CertainInertia& inertia)
+{
+    return fmt::format("{} positive, {} negative, {} uncertain", inertia.positive, inertia.negative,
+                       inertia.uncertain);
+}
+
 std::string statusInWords(const SolveReport& report)
 {
     return std::string(report.status) + (report.reason.empty() ? "" : ", " + report.reason);
@@ -136,6 +149,8 @@ std::string asText(const SolveReport& report)
     if (report.normalResidual) text += line("normal equations", numberInWords(*report.normalResidual));
     if (report.residual) text += line("largest error", errorInWords(report));
     if (report.probeError) text += line("probe error", numberInWords(*report.probeError));
+    if (report.condition) text += line("condition", numberInWords(*report.condition));
+    if (report.inertia) text += line("eigenvalues", inertiaInWords(*report.inertia));
     return text;
 }
 
@@ -146,7 +161,7 @@ std::string asJson(const SolveReport& report)
                        "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
                        "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
                        "\"perturbed_pivots\": {}, \"refinement_steps\": {}, \"factor_store\": {}, "
-                       "\"factor_bytes\": {}, \"core_megabytes\": {}}}\n",
+                       "\"factor_bytes\": {}, \"core_megabytes\": {}, \"condition\": {}, \"inertia\": {}}}\n",
                        jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
                        jsonString(report.road), asJson(report.seconds), jsonNumber(report.residual),
                        jsonNumber(report.normalResidual), jsonNumber(report.maxError),
@@ -154,7 +169,8 @@ std::string asJson(const SolveReport& report)
                        jsonText(report.ordering), jsonArray(report.tried),
                        jsonCount(report, report.factorEntries), jsonCount(report, report.perturbedPivots),
                        jsonCount(report, report.refinementSteps), jsonText(storeOf(report)),
-                       jsonNumber(report.factorBytes), jsonNumber(report.coreMegabytes));
+                       jsonNumber(report.factorBytes), jsonNumber(report.coreMegabytes),
+                       jsonNumber(report.condition), jsonInertia(report.inertia));
 }
 
 std::string line(std::string_view label, std::string_view text)

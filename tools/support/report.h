@@ -1,6 +1,8 @@
 #pragma once
 // What `lintrix solve` tells about a run: for reading by eye, or as one line of JSON.
 
+#include <lintrix/lintrix.h>
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -38,6 +40,8 @@ struct SolveReport {
     std::optional<double> normalResidual; ///< of a tall system
     std::optional<double> maxError;       ///< none where the solution is not known
     std::optional<double> probeError;
+    std::optional<double> condition; ///< in the 1-norm, estimated
+    std::optional<CertainInertia> inertia;
     std::vector<std::string> tried; ///< "ROAD: why it was left", of the others in their order
     /// @name Of the direct solver
     /// @{
@@ -54,8 +58,9 @@ std::string asText(const SolveReport& report);
 /// One object on one line, with the line end: matrix, rows, cols, entries, road, seconds (an object by step,
 /// with total), residual, max_error, status; beside them right_hands, normal_residual, probe_error and
 /// reason; of the direct solver ordering, tried (an array), factor_entries, perturbed_pivots,
-/// refinement_steps, factor_store (memory or files), factor_bytes and core_megabytes. A number that does not
-/// exist or is not finite is null, and so is a text that does not exist.
+/// refinement_steps, factor_store (memory or files), factor_bytes, core_megabytes, condition and inertia (an
+/// object with positive, negative, uncertain and bound). A number that does not exist or is not finite is
+/// null, and so is a text that does not exist.
 std::string asJson(const SolveReport& report);
 
 /// A fact on a line: the label, and the text in its column.

@@ -19,6 +19,9 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 /// geometric series, and its sum the error to the last digit.
 constexpr double kMargin = 1.0 + 1.0 / 64;
 
+/// A q up to here makes the bound no worse than the margin does.
+constexpr double kSmallRate = kMargin - 1.0;
+
 /// size/scale, 0/0 = 0; NaN of an infinite scale.
 double quotient(double size, double scale) noexcept
 {
@@ -47,24 +50,44 @@ LinearMap<Cell> scaledAdjoint(const LinearMap<Cell>& inverse, const std::vector<
     return map;
 }
 
-/// The correction d and what it leaves, of one column.
+/// Of one column, with the correction d and what that leaves.
 template <class Cell>
-struct Correction {
-    double size;         ///< ||d||
-    double rate;         ///< q
-    std::vector<Cell> s; ///< r - op(A)*d
-
-    Correction(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse, const Cell* r)
-        : s(A.rows())
+class ColumnBound {
+public:
+    ColumnBound(const LinearMap<Cell>& inverse, const KnownBefore& known, const Cell* d, const Cell* s)
+        : inverse_(inverse), known_(known), s_(s), size_(largestModulus(d, inverse.rows))
     {
-        std::vector<Cell> d(s.size()), next(s.size());
-        const auto n = static_cast<std::int32_t>(s.size());
-        inverse.times(1, r, d.data());
-        residualInTwicePrecision<Cell>(A, op, 1, r, d.data(), nullptr, s.data());
-        inverse.times(1, s.data(), next.data());
-        size = largestModulus(d.data(), n);
-        rate = kMargin * quotient(largestModulus(next.data(), n), size);
     }
+
+    /// On ||x* - x||; `g` bounds the unknown part of the residual, `enough` is what no bound is better than.
+    double of(const std::vector<double>& g, ResidualPrecision precision, double enough,
+              const NormEstimation& how) const
+    {
+        const double rate = rateOf();
+        if (rate >= 1.0) return kInfinity;
+        const auto n = static_cast<std::int32_t>(g.size());
+        double rest = known_.inverseNorm * sumOfModuli(g.data(), n);
+        if (!(rest <= size_ + enough)) rest = estimateOneNorm(scaledAdjoint(inverse_, g), how);
+        rest /= 1.0 - rate;
+        return precision == ResidualPrecision::Working ? largerOrNaN(rest, size_) : rest + size_;
+    }
+
+private:
+    /// q: where the norm of the inverse shows that it is small, that is enough.
+    double rateOf() const
+    {
+        const std::int32_t n = inverse_.rows;
+        const double most = quotient(known_.inverseNorm * sumOfModuli(s_, n), size_);
+        if (most <= kSmallRate) return most;
+        std::vector<Cell> next(n);
+        inverse_.times(1, s_, next.data());
+        return kMargin * quotient(largestModulus(next.data(), n), size_);
+    }
+
+    const LinearMap<Cell>& inverse_;
+    const KnownBefore& known_;
+    const Cell* s_;
+    double size_; ///< ||d||
 };
 
 /// g, in place of w. Where w may have underflowed, as much is added as may have been lost.
@@ -85,28 +108,43 @@ void boundUnknown(const Cell* r, const Cell* s, std::int32_t terms, ResidualPrec
 
 template <class Cell>
 std::vector<double> forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op,
-                                       const LinearMap<Cell>& inverse, std::int32_t columns, const Cell* b,
-                                       const Cell* x, const Cell* r, ResidualPrecision precision,
-                                       const NormEstimation& how)
+                                       const LinearMap<Cell>& inverse, std::int32_t columns, const Cell* x,
+                                       const Cell* r, const double* w, const KnownBefore& known,
+                                       ResidualPrecision precision, const NormEstimation& how)
 {
-    const std::int32_t n = A.rows(), terms = longestRow(A, op) + 1;
-    if (n == 0) return std::vector<double>(columns);
-    std::vector<double> g(n), bounds;
+    const std::int32_t n = A.rows();
+    if (n == 0 || columns == 0) return std::vector<double>(columns);
+    std::vector<Cell> d(std::size_t(n) * columns), s(d.size());
+    inverse.times(columns, r, d.data());
+    residualInTwicePrecision<Cell>(A, op, columns, r, d.data(), nullptr, s.data());
+    std::vector<double> bounds;
     for (std::int32_t c = 0; c < columns; ++c) {
         const std::int64_t first = std::int64_t{n} * c;
-        const Correction<Cell> correction(A, op, inverse, r + first);
-        residualScale(A, op, 1, b + first, x + first, g.data());
-        boundUnknown(r + first, correction.s.data(), terms, precision, g);
-        const double estimate = estimateOneNorm(scaledAdjoint(inverse, g), how) / (1.0 - correction.rate);
-        const double bound = precision == ResidualPrecision::Working ? largerOrNaN(estimate, correction.size)
-                                                                     : estimate + correction.size;
+        std::vector<double> g(w + first, w + first + n);
+        boundUnknown(r + first, s.data() + first, known.terms, precision, g);
         const double size = largestModulus(x + first, n);
-        bounds.push_back(correction.rate >= 1.0 ? kInfinity : quotient(bound, size));
+        const ColumnBound<Cell> bound(inverse, known, d.data() + first, s.data() + first);
+        bounds.push_back(quotient(bound.of(g, precision, 0x1p-53 * size, how), size));
     }
     return bounds;
 }
 
+template <class Cell>
+std::vector<double> forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op,
+                                       const LinearMap<Cell>& inverse, std::int32_t columns, const Cell* b,
+                                       const Cell* x, const Cell* r, ResidualPrecision precision,
+                                       const NormEstimation& how)
+{
+    std::vector<double> w(std::size_t(A.rows()) * columns);
+    residualScale(A, op, columns, b, x, w.data());
+    return forwardErrorBounds(A, op, inverse, columns, x, r, w.data(), {longestRow(A, op) + 1}, precision,
+                              how);
+}
+
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
+    template std::vector<double> forwardErrorBounds(                                                         \
+        const MatrixView<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,           \
+        const Cell*, const double*, const KnownBefore&, ResidualPrecision, const NormEstimation&);           \
     template std::vector<double> forwardErrorBounds(                                                         \
         const MatrixView<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,           \
         const Cell*, const Cell*, ResidualPrecision, const NormEstimation&);

@@ -5,6 +5,7 @@
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/structure/inertia.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
 
@@ -103,6 +104,11 @@ public:
     int refinementSteps() const { return parameters_[PardisoParameter::RefinementSteps]; }
     /// Of a factorization, once it is analysed; nothing of a diagonal matrix.
     RoadCost cost() const;
+    /// Of a symmetric or Hermitian matrix, by the signs of the pivots: that of the matrix that was
+    /// factorized. None of other types.
+    std::optional<Inertia> inertia() const;
+    /// Pivots are replaced where they vanish next to the matrix, and no sooner.
+    void keepSmallPivots();
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
     int factorEntries() const { return std::max(parameters_[PardisoParameter::FactorNonZeros], 0); }
 

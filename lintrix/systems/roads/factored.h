@@ -20,6 +20,8 @@ public:
     /// X with op(A)*X = B; with up to `steps` steps of refinement, where they are told.
     virtual EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                std::optional<std::int32_t> steps = {}) = 0;
+    /// Of the matrix that was factorized, where its pivots tell.
+    virtual std::optional<Inertia> inertia() const { return std::nullopt; }
     /// Of the last solve.
     virtual std::int32_t refinementSteps() const { return 0; }
 };
@@ -35,6 +37,8 @@ public:
         return run_->solve(B, X, op, steps);
     }
     std::int32_t refinementSteps() const override { return run_->refinementSteps(); }
+
+    std::optional<Inertia> inertia() const override { return run_->inertia(); }
 
     /// The handle, after which this is no factor any more.
     std::unique_ptr<DirectRun> release() { return std::move(run_); }

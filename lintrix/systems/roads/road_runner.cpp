@@ -83,6 +83,8 @@ Outcome<Cell> RoadRunner<Cell>::refactorize(Outcome<Cell> before, const Request<
     before.factor.reset();
     if (!run) return this->run(attempt, Reach::Far, request);
     forget(before);
+    before.factorQuality.reset();
+    before.inertia.reset();
     factorizeAndSolve(std::move(run), request, before);
     requireSystem(before);
     return before;

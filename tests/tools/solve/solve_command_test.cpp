@@ -83,7 +83,8 @@ TEST(SolveCommand, ReportsInWords)
                      "write T, total T\n"
                      "scaled residual   0\\.000e\\+00\n"
                      "largest error     0\\.000e\\+00\n"
-                     "probe error       [0-9.e+-]+\n"));
+                     "probe error       [0-9.e+-]+\n"
+                     "condition         2\\.500e\\+00\n"));
 }
 
 TEST(SolveCommand, ReportsInJson)
@@ -105,7 +106,9 @@ TEST(SolveCommand, ReportsInJson)
     EXPECT_TRUE(report["reason"].isNull());
     EXPECT_EQ(report["factor_store"].text(), "memory");
     EXPECT_TRUE(report["core_megabytes"].isNull());
-    EXPECT_EQ(report.object().size(), 21U);
+    EXPECT_EQ(report["condition"].number(), 2.5);
+    EXPECT_TRUE(report["inertia"].isNull());
+    EXPECT_EQ(report.object().size(), 23U);
 
     double sum = 0.0;
     for (const char* step : {"read", "assemble", "analyse", "factorize", "solve", "check", "write"})
