@@ -7,7 +7,7 @@
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/roads/words.h>
-#include <lintrix/systems/structure/near_null.h>
+#include <lintrix/systems/singular_system.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 #include <lintrix/systems/structure/structural_faults.h>
 #include <lintrix/systems/sure_inertia.h>
@@ -92,7 +92,7 @@ public:
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
         const std::lock_guard turn(busy_);
-        if (isStructurallySingular()) return structurallySingular();
+        if (isStructurallySingular()) return structurallySingular(given, op);
         const M solutions = withProbe(known);
         const M products = productOf<Cell>(matrix_.Matrix(), solutions, op);
         const M B = given ? beside(*given, products) : products;
@@ -136,7 +136,7 @@ private:
     }
     bool isStructurallySingular() { return structuralRankOnce() < matrix_.Size(); }
 
-    SystemAnswer<Cell> structurallySingular()
+    SystemAnswer<Cell> structurallySingular(const M* given, TransposeMode op)
     {
         runner_.finish("analyse");
         SystemAnswer<Cell> answer;
@@ -144,9 +144,23 @@ private:
         answer.reason =
             fmt::format("structurally singular: {} of {} rows matched", structuralRankOnce(), matrix_.Size());
         answer.complaint = complaintOf(answer.reason);
-        answer.faults = explain(findStructuralFaults<Cell>(entriesOf<Cell>(matrix_.Matrix())));
+        const StructuralFaults faults = findStructuralFaults<Cell>(entriesOf<Cell>(matrix_.Matrix()));
+        answer.faults = MatrixFaults([faults](std::int32_t first) { return explain(faults, first); });
+        const bool plain = op == TransposeMode::NotTransposed;
+        const bool contradicts = given && asksForMore(*given, plain ? faults.emptyRows : faults.emptyColumns);
+        answer.solutions = contradicts ? Solutions::None : Solutions::Unknown;
         answer.ordering = options_.ordering.value_or(FillInReducingMethod::MinimumDegree);
         return answer;
+    }
+
+    /// Where a row of op(A) is empty, only 0 can stand on the right.
+    static bool asksForMore(const M& B, const std::vector<std::int32_t>& emptyRows)
+    {
+        return std::ranges::any_of(emptyRows, [&B](std::int32_t i) {
+            for (std::int32_t j = 0; j < B.Cols(); ++j)
+                if (B(i, j) != 0.0) return true;
+            return false;
+        });
     }
 
     static std::string complaintOf(const std::string& reason)
@@ -184,8 +198,8 @@ private:
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
         SystemAnswer<Cell> answer = tell(*outcome);
-        if (outcome->isSolvedByAnother() && outcome->factor)
-            answer.faults = explainNullSpace(*outcome->factor);
+        if (outcome->isSolvedByAnother() && outcome->factor) tellOfSingular(answer, request, *outcome);
+        if (answer.x) judgeFactor(answer, *outcome);
         if (answer.x) judgeColumns(answer, request, *outcome);
         if (tellsInertia(request, *outcome)) answer.inertia = inertiaOnce(*outcome);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
@@ -208,15 +222,34 @@ private:
         return best;
     }
 
-    /// Of a matrix that is singular to working precision, by the factor whose pivots were replaced.
-    std::string explainNullSpace(Factored<Cell>& factor) const
+    /// Of a matrix that is singular to working precision, by the factor whose pivots were replaced. Where
+    /// there are many solutions, no known one need come back.
+    void tellOfSingular(SystemAnswer<Cell>& answer, const Request<Cell>& request,
+                        Outcome<Cell>& outcome) const
     {
-        const MatrixView<Cell> view(matrix_.Matrix());
-        const std::int32_t n = matrix_.Size();
-        const std::string text = explain(findNearNull<Cell>(
-            mapOf(view), inverseBy(factor, n, TransposeMode::NotTransposed), infinityNorm(view)));
+        SingularJudgement<Cell> singular = judgeSingular<Cell>(matrix_.Matrix(), *outcome.factor, request.op,
+                                                               request.B, request.B.Cols() - 1);
         runner_.finish("check");
-        return text;
+        answer.faults = std::move(singular.faults);
+        if (!answer.x) return;
+        answer.solutions = singular.solutions;
+        if (singular.solutions == Solutions::None) {
+            answer.reason = "singular, and the right-hand side is not in the range";
+            answer.complaint = complaintOf(answer.reason);
+        }
+        if (!singular.x) return;
+        answer.x = std::move(singular.x);
+        answer.verdict = Verdict::Degraded;
+        answer.reason = "singular: the shortest of many solutions";
+        answer.complaint.clear();
+        answer.probeError = answer.knownError = std::nullopt;
+    }
+
+    static M withoutProbe(const M& B)
+    {
+        M others(B);
+        others.Cols(B.Cols() - 1);
+        return others;
     }
 
     std::optional<Outcome<Cell>> withFactorAtHand(const Request<Cell>& request)
@@ -238,20 +271,28 @@ private:
         return outcome.verdict() == Verdict::Accurate || (exhausted_ && outcome.verdict() <= *exhausted_);
     }
 
+    /// Where bounds are asked for: what the factor is worth, whatever is solved with it.
+    void judgeFactor(SystemAnswer<Cell>& answer, Outcome<Cell>& outcome) const
+    {
+        if (options_.errorBounds <= 0 || !outcome.factor || outcome.store != FactorStore::Memory) return;
+        if (!outcome.factorQuality)
+            outcome.factorQuality = qualityOfFactor<Cell>(
+                MatrixView<Cell>(matrix_.Matrix()),
+                inverseBy(*outcome.factor, matrix_.Size(), TransposeMode::NotTransposed),
+                {.shift = matrix_.Traits().hermitian ? std::optional(0.0) : std::nullopt});
+        if (!outcome.isSolvedByAnother()) answer.condition = outcome.factorQuality->condition;
+    }
+
     /// The worst of the columns counts, and what the road said of them all.
     void judgeColumns(SystemAnswer<Cell>& answer, const Request<Cell>& request, Outcome<Cell>& outcome) const
     {
-        M B(request.B);
-        B.Cols(answer.x->Cols());
-        BoundsAsked asked{boundsFor(outcome), outcome.quality->probeError};
-        if (asked.columns > 0 && outcome.factor) {
-            const FactorQuality& factor = qualityOfFactorOnce(outcome);
-            answer.condition = factor.condition;
-            asked.inverseNorm = factor.inverseNormAtMost();
-        }
-        answer.columns =
-            qualityOfColumns<Cell>(matrix_.Matrix(), request.op, B, *answer.x, outcome.factor.get(), asked);
+        const bool isUnique = answer.solutions != Solutions::Many;
+        BoundsAsked asked{isUnique ? boundsFor(outcome) : 0, isUnique ? outcome.quality->probeError : 0.0};
+        if (outcome.factorQuality) asked.inverseNorm = outcome.factorQuality->inverseNormAtMost();
+        answer.columns = qualityOfColumns<Cell>(matrix_.Matrix(), request.op, withoutProbe(request.B),
+                                                *answer.x, outcome.factor.get(), asked);
         runner_.finish("check");
+        if (!isUnique) tellOfMany(answer);
         for (const ColumnQuality& column : answer.columns) {
             if (column.verdict <= answer.verdict) continue;
             answer.verdict = column.verdict;
@@ -259,6 +300,16 @@ private:
         }
         if (answer.verdict == Verdict::Failed && answer.complaint.empty())
             answer.complaint = complaintOf(answer.reason);
+    }
+
+    /// x is not the road's any more.
+    static void tellOfMany(SystemAnswer<Cell>& answer)
+    {
+        answer.residual = 0.0;
+        for (ColumnQuality& column : answer.columns) {
+            answer.residual = worseError(*answer.residual, column.backwardError);
+            column.verdict = std::max(column.verdict, Verdict::Degraded);
+        }
     }
 
     /// Of right-hand sides that were given, and of numbers.
@@ -275,16 +326,6 @@ private:
             runner_.finish("check");
         }
         return *outcome.inertia;
-    }
-
-    const FactorQuality& qualityOfFactorOnce(Outcome<Cell>& outcome) const
-    {
-        if (!outcome.factorQuality)
-            outcome.factorQuality = qualityOfFactor<Cell>(
-                MatrixView<Cell>(matrix_.Matrix()),
-                inverseBy(*outcome.factor, matrix_.Size(), TransposeMode::NotTransposed),
-                {.shift = matrix_.Traits().hermitian ? std::optional(0.0) : std::nullopt});
-        return *outcome.factorQuality;
     }
 
     /// Solves with a factor in files read all of it each time, and what has failed needs no bound.

@@ -42,7 +42,7 @@ std::string_view adviceFor(Verdict verdict, bool isSingular)
 } // namespace
 
 template <class Cell>
-std::string SystemAnswer<Cell>::Explain() const
+std::string SystemAnswer<Cell>::Explain(std::int32_t firstIndex) const
 {
     std::string text;
     if (verdict == Verdict::Failed)
@@ -50,7 +50,13 @@ std::string SystemAnswer<Cell>::Explain() const
     else
         addLine(text,
                 fmt::format("The solution is {}{}{}.", NameOf(verdict), reason.empty() ? "" : ": ", reason));
-    if (!faults.empty()) addLine(text, faults + " (They are counted from 0.)");
+    if (solutions == Solutions::Many)
+        addLine(text, "The right-hand side is in the range of the matrix: x is one of many solutions, the "
+                      "shortest.");
+    if (solutions == Solutions::None)
+        addLine(text, "The right-hand side is not in the range of the matrix: nothing solves the system.");
+    if (!faults.Empty())
+        addLine(text, fmt::format("{} (They are counted from {}.)", faults.InWords(firstIndex), firstIndex));
     if (residual)
         addLine(text, fmt::format("Its scaled residual is {}; rounding explains 1e-16 to {:.0e}.",
                                   numberInWords(*residual), kRoundingLevel));

@@ -20,6 +20,16 @@ enum class Verdict {
 /// "accurate", "degraded", "failed".
 LINTRIX_EXPORT std::string_view NameOf(Verdict verdict) noexcept;
 
+/// How many solutions a system has whose matrix is singular, structurally or to working precision.
+enum class Solutions {
+    Many,    ///< the right-hand sides are in the range: what solves them can be changed at will
+    None,    ///< a right-hand side is not
+    Unknown, ///< not all directions are known that the matrix sends to zero
+};
+
+/// "many", "none", "unknown".
+LINTRIX_EXPORT std::string_view NameOf(Solutions solutions) noexcept;
+
 /// How good one column of a solution is.
 struct ColumnQuality {
     Verdict verdict = Verdict::Failed;

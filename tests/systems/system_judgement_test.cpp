@@ -338,5 +338,119 @@ TEST(SystemInertia, FollowsTheValues)
     EXPECT_EQ(system.Solve(B).inertia.value().negative, 1);
 }
 
+double largestOf(const Matrix& A)
+{
+    double largest = 0.0;
+    for (std::int32_t j = 0; j < A.Cols(); ++j)
+        for (std::int32_t i = 0; i < A.Rows(); ++i) largest = std::max(largest, std::abs(A(i, j)));
+    return largest;
+}
+double largestOf(const CMatrix& A)
+{
+    double largest = 0.0;
+    for (std::int32_t j = 0; j < A.Cols(); ++j)
+        for (std::int32_t i = 0; i < A.Rows(); ++i) largest = std::max(largest, std::abs(A(i, j)));
+    return largest;
+}
+
+Matrix turned(const Matrix& A, TransposeMode op)
+{
+    return op == TransposeMode::NotTransposed ? A : A.Transpose();
+}
+CMatrix turned(const CMatrix& A, TransposeMode op)
+{
+    if (op == TransposeMode::NotTransposed) return A;
+    return op == TransposeMode::Transposed ? A.Transpose() : A.Adjoint();
+}
+
+Matrix pseudoInverseOf(const Matrix& A)
+{
+    return A.PseudoInverse();
+}
+CMatrix pseudoInverseOf(const CMatrix& A)
+{
+    return CSVD(A).PseudoInverse().value();
+}
+
+/// Row `last` becomes the sum of two others: of rank n - 1.
+template <class Cell>
+SparseOf<Cell> singularBy(std::int32_t n, std::uint64_t seed)
+{
+    SparseOf<Cell> A = scattered<Cell>(n, 0.0, seed);
+    for (std::int32_t j = 0; j < n; ++j) {
+        const Cell sum = A.Item(1, j) + A.Item(n / 2, j);
+        if (sum != 0.0 || A.Item(n - 1, j) != 0.0) A(n - 1, j) = sum;
+    }
+    return A;
+}
+
+template <class Cell>
+void expectManyOrNone()
+{
+    using M = DenseOf<Cell>;
+    constexpr TransposeMode kModes[] = {TransposeMode::NotTransposed, TransposeMode::Transposed,
+                                        TransposeMode::ConjugateTransposed};
+    for (std::uint64_t seed = 0; seed < 24; ++seed) {
+        SCOPED_TRACE(seed);
+        const auto n = static_cast<std::int32_t>(6 + seed);
+        const TransposeMode op = kModes[seed % 3];
+        const SparseOf<Cell> A = singularBy<Cell>(n, seed);
+        const M dense = turned(A.ToDense(), op);
+        LinearSystem system(A);
+        const M inRange = dense * blockOf<M>(n, 2, seed);
+        const auto many = system.Solve(inRange, op);
+        if (many.reason.find("structurally") != std::string::npos) continue; // one of them is
+        ASSERT_EQ(many.solutions, Solutions::Many) << many.reason;
+        EXPECT_EQ(many.verdict, Verdict::Degraded);
+        EXPECT_EQ(many.reason, "singular: the shortest of many solutions");
+        EXPECT_LT(many.residual.value(), 1e-14);
+        EXPECT_FALSE(many.probeError);
+        EXPECT_THAT(many.Explain(), HasSubstr("x is one of many solutions, the shortest"));
+        const M shortest = pseudoInverseOf(dense) * inRange;
+        EXPECT_LT(largestOf(*many.x - shortest), 1e-8 * (1.0 + largestOf(shortest)));
+        ASSERT_EQ(many.columns.size(), 2U);
+        EXPECT_FALSE(many.columns[0].errorBound) << "there is no error to bound";
+
+        const auto none = system.Solve(blockOf<M>(n, 1, seed + 100), op);
+        EXPECT_EQ(none.solutions, Solutions::None) << none.reason;
+        EXPECT_EQ(none.verdict, Verdict::Failed);
+        EXPECT_THAT(none.Explain(), HasSubstr("nothing solves the system"));
+        EXPECT_THAT(none.faults.InWords(), HasSubstr("linearly dependent"));
+    }
+}
+
+TEST(SingularSystem, HasManySolutionsOrNone)
+{
+    expectManyOrNone<double>();
+    expectManyOrNone<Complex>();
+}
+
+TEST(SingularSystem, FaultsAreInTheRowsOfTheMatrixWhateverTheOp)
+{
+    const SparseMatrix A = singularBy<double>(21, 4); // rows 1, 10 and 20
+    for (const TransposeMode op : {TransposeMode::NotTransposed, TransposeMode::Transposed}) {
+        const auto answer = LinearSystem(A).Solve(blockOf<Matrix>(21, 1, 9), op);
+        EXPECT_THAT(answer.faults.InWords(), HasSubstr("ows 1, 10 and 20"));
+        EXPECT_THAT(answer.faults.InWords(1), HasSubstr("ows 2, 11 and 21"));
+        EXPECT_THAT(answer.Explain(1), HasSubstr("ows 2, 11 and 21"));
+        EXPECT_THAT(answer.Explain(1), HasSubstr("(They are counted from 1.)"));
+    }
+}
+
+TEST(SingularSystem, AnEmptyRowThatAsksForSomethingHasNoSolution)
+{
+    SparseMatrix A(3, 3);
+    A(0, 0) = A(2, 1) = A(2, 2) = 1.0;
+    LinearSystem system(A);
+    Matrix B = blockOf<Matrix>(3, 1, 1);
+    EXPECT_EQ(system.Solve(B).solutions, Solutions::None);
+    B(1, 0) = 0.0;
+    EXPECT_EQ(system.Solve(B).solutions, Solutions::Unknown);
+    EXPECT_EQ(system.Solve(B).verdict, Verdict::Failed);
+    EXPECT_THAT(system.Solve(B).Explain(1), HasSubstr("Row 2 is empty"));
+    const SparseMatrix regular = scattered<double>(9, 0.0, 2);
+    EXPECT_FALSE(LinearSystem(regular).Solve(blockOf<Matrix>(9, 1, 1)).solutions);
+}
+
 } // namespace
 } // namespace Velmar::Lintrix::testing

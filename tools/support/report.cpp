@@ -62,6 +62,19 @@ std::string jsonInertia(const std::optional<CertainInertia>& inertia)
                        inertia->positive, inertia->negative, inertia->uncertain, jsonNumber(inertia->bound));
 }
 
+std::string jsonColumns(const std::vector<ColumnQuality>& columns)
+{
+    std::string text;
+    for (const ColumnQuality& column : columns) {
+        text += text.empty() ? "" : ", ";
+        text += fmt::format("{{\"verdict\": {}, \"backward_error\": {}, \"componentwise_error\": {}, "
+                            "\"error_bound\": {}}}",
+                            jsonString(NameOf(column.verdict)), jsonNumber(column.backwardError),
+                            jsonNumber(column.componentwiseError), jsonNumber(column.errorBound));
+    }
+    return text;
+}
+
 std::string inertiaInWords(const CertainInertia& inertia)
 {
     return fmt::format("{} positive, {} negative, {} uncertain", inertia.positive, inertia.negative,
@@ -156,21 +169,23 @@ std::string asText(const SolveReport& report)
 
 std::string asJson(const SolveReport& report)
 {
-    return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"right_hands\": {}, "
-                       "\"road\": {}, \"seconds\": {}, \"residual\": {}, "
-                       "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
-                       "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
-                       "\"perturbed_pivots\": {}, \"refinement_steps\": {}, \"factor_store\": {}, "
-                       "\"factor_bytes\": {}, \"core_megabytes\": {}, \"condition\": {}, \"inertia\": {}}}\n",
-                       jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
-                       jsonString(report.road), asJson(report.seconds), jsonNumber(report.residual),
-                       jsonNumber(report.normalResidual), jsonNumber(report.maxError),
-                       jsonNumber(report.probeError), jsonString(report.status), jsonText(report.reason),
-                       jsonText(report.ordering), jsonArray(report.tried),
-                       jsonCount(report, report.factorEntries), jsonCount(report, report.perturbedPivots),
-                       jsonCount(report, report.refinementSteps), jsonText(storeOf(report)),
-                       jsonNumber(report.factorBytes), jsonNumber(report.coreMegabytes),
-                       jsonNumber(report.condition), jsonInertia(report.inertia));
+    return fmt::format(
+        "{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"right_hands\": {}, "
+        "\"road\": {}, \"seconds\": {}, \"residual\": {}, "
+        "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
+        "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
+        "\"perturbed_pivots\": {}, \"refinement_steps\": {}, \"factor_store\": {}, "
+        "\"factor_bytes\": {}, \"core_megabytes\": {}, \"condition\": {}, \"inertia\": {}, \"solutions\": "
+        "{}, \"columns\": [{}]}}\n",
+        jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
+        jsonString(report.road), asJson(report.seconds), jsonNumber(report.residual),
+        jsonNumber(report.normalResidual), jsonNumber(report.maxError), jsonNumber(report.probeError),
+        jsonString(report.status), jsonText(report.reason), jsonText(report.ordering),
+        jsonArray(report.tried), jsonCount(report, report.factorEntries),
+        jsonCount(report, report.perturbedPivots), jsonCount(report, report.refinementSteps),
+        jsonText(storeOf(report)), jsonNumber(report.factorBytes), jsonNumber(report.coreMegabytes),
+        jsonNumber(report.condition), jsonInertia(report.inertia),
+        jsonText(report.solutions ? NameOf(*report.solutions) : ""), jsonColumns(report.columns));
 }
 
 std::string line(std::string_view label, std::string_view text)

@@ -42,7 +42,9 @@ struct SolveReport {
     std::optional<double> probeError;
     std::optional<double> condition; ///< in the 1-norm, estimated
     std::optional<CertainInertia> inertia;
-    std::vector<std::string> tried; ///< "ROAD: why it was left", of the others in their order
+    std::optional<Solutions> solutions; ///< of a singular matrix
+    std::vector<ColumnQuality> columns; ///< one a right-hand side, where they are judged one by one
+    std::vector<std::string> tried;     ///< "ROAD: why it was left", of the others in their order
     /// @name Of the direct solver
     /// @{
     std::string_view ordering; ///< empty: the answer is of a dense road
@@ -58,9 +60,10 @@ std::string asText(const SolveReport& report);
 /// One object on one line, with the line end: matrix, rows, cols, entries, road, seconds (an object by step,
 /// with total), residual, max_error, status; beside them right_hands, normal_residual, probe_error and
 /// reason; of the direct solver ordering, tried (an array), factor_entries, perturbed_pivots,
-/// refinement_steps, factor_store (memory or files), factor_bytes, core_megabytes, condition and inertia (an
-/// object with positive, negative, uncertain and bound). A number that does not exist or is not finite is
-/// null, and so is a text that does not exist.
+/// refinement_steps, factor_store (memory or files), factor_bytes, core_megabytes, condition, inertia (an
+/// object with positive, negative, uncertain and bound), solutions (many, none or unknown) and columns (an
+/// object for each right-hand side: verdict, backward_error, componentwise_error, error_bound). A number that
+/// does not exist or is not finite is null, and so is a text that does not exist.
 std::string asJson(const SolveReport& report);
 
 /// A fact on a line: the label, and the text in its column.

@@ -140,9 +140,12 @@ TEST(ComplexCommand, ASingularMatrixIsTold)
     const std::string values =
         scratch.file("a.mtx", "%%MatrixMarket matrix coordinate complex general\n2 2 4\n1 1 1 0\n1 2 0 1\n"
                               "2 1 0 1\n2 2 -1 0\n");
-    const Outcome outcome = run({"solve", values, "--out", scratch.at("x")});
+    const std::string outside =
+        scratch.file("right.mtx", "%%MatrixMarket matrix array complex general\n2 1\n1 0\n1 0\n");
+    const Outcome outcome = run({"solve", values, "--rhs", outside, "--out", scratch.at("x")});
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("there is no good solution: singular: 1 perturbed pivot"));
+    EXPECT_THAT(outcome.err, HasSubstr("there is no good solution: singular, and the right-hand side is not "
+                                       "in the range"));
     const std::string pattern =
         scratch.file("b.mtx", "%%MatrixMarket matrix coordinate complex general\n2 2 2\n1 1 1 0\n2 1 0 1\n");
     EXPECT_THAT(run({"solve", pattern}).err, HasSubstr("structurally singular: 1 of 2 rows matched"));
