@@ -209,15 +209,20 @@ private:
         return answer;
     }
 
-    /// The best of all roads, with its factor where that can be made better or be asked for bounds.
+    /// To bound errors, to make good for replaced pivots, or to tell what is singular.
+    static bool hasUseForFactor(const Outcome<Cell>& best)
+    {
+        return best.taken && best.quality && (best.verdict() == Verdict::Degraded || best.perturbed > 0);
+    }
+
+    /// The best of all roads, with its factor where that can be made better or be asked for more.
     Outcome<Cell> searched(const Request<Cell>& request)
     {
         RoadSearch<Cell> search(runner_, request, !options_.ordering);
         search.follow(first_);
         Outcome<Cell> best = search.best();
         left_ = search.left();
-        if (best.taken && !best.factor && best.verdict() == Verdict::Degraded)
-            best = runner_.run(best.attempt, Reach::Far, request);
+        if (!best.factor && hasUseForFactor(best)) best = runner_.run(best.attempt, Reach::Far, request);
         if (!exhausted_ || best.verdict() < *exhausted_) exhausted_ = best.verdict();
         return best;
     }

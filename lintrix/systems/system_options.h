@@ -56,8 +56,8 @@ struct SystemOptions {
     std::optional<MatrixType> type{};               ///< none: as the values suggest
     std::optional<FillInReducingMethod> ordering{}; ///< none: what takes less time in all
     EngineSettings engine{};
-    /// Right-hand sides whose error is bounded, those with the largest backward errors first; some six solves
-    /// each. 0: none, and the verdict rests on residual and probe.
+    /// Right-hand sides whose error is bounded, those with the largest backward errors first; a few solves of
+    /// all. 0: none, and the verdict rests on residual and probe; no condition and no inertia is told either.
     std::int32_t errorBounds = 4;
     bool outOfCore = false; ///< the factor in files; else only where memory has no room for it
     /// Bytes that may be taken from now on.

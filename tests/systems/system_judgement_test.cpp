@@ -5,10 +5,14 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
+#include <cstdlib>
+#include <numeric>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -450,6 +454,103 @@ TEST(SingularSystem, AnEmptyRowThatAsksForSomethingHasNoSolution)
     EXPECT_THAT(system.Solve(B).Explain(1), HasSubstr("Row 2 is empty"));
     const SparseMatrix regular = scattered<double>(9, 0.0, 2);
     EXPECT_FALSE(LinearSystem(regular).Solve(blockOf<Matrix>(9, 1, 1)).solutions);
+}
+
+/// Neighbours on a grid, joined by a sign of their own in each direction, in any order, so that many of the
+/// pivots cancel that were matched; beside so long a diagonal that LU in dense storage is out of reach.
+SparseMatrix signedGridOutOfReach(std::int32_t side, std::uint64_t seed)
+{
+    constexpr std::int32_t kBeside = 46400;
+    const std::int32_t n = side * (side + 1);
+    std::mt19937_64 generator(seed);
+    std::vector<std::int32_t> rowOf(static_cast<std::size_t>(n));
+    std::iota(rowOf.begin(), rowOf.end(), 0);
+    std::vector<std::int32_t> colOf = rowOf;
+    std::ranges::shuffle(rowOf, generator);
+    std::ranges::shuffle(colOf, generator);
+    SparseAssembler entries(n + kBeside, n + kBeside);
+    const auto join = [&](std::int32_t i, std::int32_t j) {
+        for (const auto& [from, to] : {std::pair{i, j}, std::pair{j, i}})
+            entries.Add(rowOf[static_cast<std::size_t>(from)], colOf[static_cast<std::size_t>(to)],
+                        (generator() & 1) != 0 ? 1.0 : -1.0);
+    };
+    for (std::int32_t i = 0; i < n; ++i) {
+        if (i % side + 1 < side) join(i, i + 1);
+        if (i + side < n) join(i, i + side);
+    }
+    for (std::int32_t i = 0; i < kBeside; ++i) entries.Add(n + i, n + i, 2.0);
+    return entries.Assemble();
+}
+
+TEST(ReplacedPivots, AreMadeGoodForByGmresWhereNoRoadIsLeft)
+{
+    int steps = 0;
+    for (const std::uint64_t seed : {2, 3}) {
+        const SparseMatrix A = signedGridOutOfReach(40, seed);
+        LinearSystem system(A);
+        const auto answer = system.SolveKnown(blockOf<Matrix>(A.Rows(), 1, seed));
+        EXPECT_NE(answer.verdict, Verdict::Failed) << answer.reason;
+        EXPECT_LT(answer.knownError.value_or(1.0), 1e-6);
+        EXPECT_GT(answer.perturbedPivots, 0);
+        steps += answer.krylovSteps;
+    }
+    EXPECT_GT(steps, 0);
+}
+
+TEST(ErrorBounds, ThatAreNotAskedForLeaveTheVerdictToResidualAndProbe)
+{
+    SystemOptions options;
+    options.errorBounds = 0;
+    const SparseMatrix A = scattered<double>(40, 3.0, 8);
+    LinearSystem system(A, options);
+    const Matrix known = blockOf<Matrix>(40, 3, 1);
+    const auto answer = system.SolveKnown(known);
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+    ASSERT_EQ(answer.columns.size(), 3U);
+    for (const ColumnQuality& column : answer.columns) {
+        EXPECT_FALSE(column.errorBound);
+        EXPECT_EQ(column.verdict, Verdict::Accurate);
+        EXPECT_LT(column.backwardError, 1e-15);
+        EXPECT_LT(column.componentwiseError, 1e-12);
+    }
+    EXPECT_EQ(answer.Explain().find("error at most"), std::string::npos);
+}
+
+/// While it lives, factors in files stand in a folder for tests.
+class FilesInTestFolder {
+public:
+    FilesInTestFolder() { setenv(kName, (::testing::TempDir() + "judgement_factor").c_str(), 1); }
+    ~FilesInTestFolder() { unsetenv(kName); }
+
+private:
+    static constexpr const char* kName = "MKL_PARDISO_OOC_PATH";
+};
+
+TEST(FactorsInFiles, ServeTheClassLikeThoseInMemory)
+{
+    const FilesInTestFolder folder;
+    SystemOptions options;
+    options.outOfCore = true;
+    SparseMatrix A = scattered<double>(200, 0.0, 8);
+    LinearSystem system(A, options);
+    const Matrix known = blockOf<Matrix>(200, 2, 1);
+    for (const TransposeMode op : {TransposeMode::NotTransposed, TransposeMode::Transposed}) {
+        const auto answer = system.SolveKnown(known, op);
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+        EXPECT_EQ(answer.store, FactorStore::Files);
+        EXPECT_LT(answer.knownError.value_or(1.0), 1e-9);
+        ASSERT_EQ(answer.columns.size(), 2U);
+        EXPECT_FALSE(answer.columns[0].errorBound) << "each solve would read all of the factor";
+        EXPECT_FALSE(answer.condition);
+    }
+    EXPECT_EQ(system.Factorizations(), 1);
+    A(3, 3) *= 2.0;
+    EXPECT_EQ(system.Update(A), SystemChange::Values);
+    const auto answer = system.SolveKnown(known);
+    EXPECT_EQ(answer.store, FactorStore::Files);
+    EXPECT_LT(answer.knownError.value_or(1.0), 1e-9);
+    EXPECT_EQ(system.Analyses(), 1);
+    EXPECT_EQ(system.Factorizations(), 2);
 }
 
 } // namespace

@@ -152,7 +152,7 @@ TEST(ComplexCommand, ASingularMatrixIsTold)
     const std::string nothing =
         scratch.file("c.mtx", "%%MatrixMarket matrix coordinate complex hermitian\n3 3 0\n");
     EXPECT_THAT(run({"solve", nothing}).err, HasSubstr("structurally singular: 0 of 3 rows matched"));
-    EXPECT_THAT(scratch.names(), ::testing::ElementsAre("a.mtx", "b.mtx", "c.mtx"));
+    EXPECT_THAT(scratch.names(), ::testing::ElementsAre("a.mtx", "b.mtx", "c.mtx", "right.mtx"));
 }
 
 // A = | 2  i |   A (1, i) = (1, 3i),  A (i, 0) = (2i, 1)

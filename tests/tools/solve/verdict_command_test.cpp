@@ -194,9 +194,12 @@ TEST(VerdictCommand, ASolutionWithoutACorrectDigitIsNone)
     const std::string path =
         scratch.file("a.mtx", "%%MatrixMarket matrix coordinate complex general\n" + std::to_string(n) + ' ' +
                                   std::to_string(n) + ' ' + std::to_string(3 * n - 2) + '\n' + body);
-    const Outcome outcome = run({"solve", path, "--json", "--out", scratch.at("x")});
+    std::string right = "%%MatrixMarket matrix array real general\n" + std::to_string(n) + " 1\n";
+    for (int i = 1; i <= n; ++i) right += i == 1 ? "1\n" : "0\n"; // which no column adds up to
+    const Outcome outcome =
+        run({"solve", path, "--rhs", scratch.file("b.mtx", right), "--json", "--out", scratch.at("x")});
     const Json report = parseJson(outcome.out);
-    EXPECT_EQ(outcome.exitCode, 1) << report["probe_error"].number();
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.out;
     EXPECT_EQ(report["status"].text(), "failed");
     EXPECT_THAT(outcome.err, HasSubstr(": there is no good solution: "));
     EXPECT_FALSE(std::filesystem::exists(scratch.at("x")));
