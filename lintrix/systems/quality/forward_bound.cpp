@@ -19,6 +19,9 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 /// geometric series, and its sum the error to the last digit.
 constexpr double kMargin = 1.0 + 1.0 / 64;
 
+/// So far above the correction and the rounding of x a bound is not worth an estimate of its own.
+constexpr double kSharp = 8.0;
+
 /// A q up to here makes the bound no worse than the margin does.
 constexpr double kSmallRate = kMargin - 1.0;
 
@@ -59,7 +62,8 @@ public:
     {
     }
 
-    /// On ||x* - x||; `g` bounds the unknown part of the residual, `enough` is what no bound is better than.
+    /// On ||x* - x||; `g` bounds the unknown part of the residual, `enough` is the
+    /// rounding of x, which no bound is better than.
     double of(const std::vector<double>& g, ResidualPrecision precision, double enough,
               const NormEstimation& how) const
     {
@@ -67,7 +71,7 @@ public:
         if (rate >= 1.0) return kInfinity;
         const auto n = static_cast<std::int32_t>(g.size());
         double rest = known_.inverseNorm * sumOfModuli(g.data(), n);
-        if (!(rest <= size_ + enough)) rest = estimateOneNorm(scaledAdjoint(inverse_, g), how);
+        if (!(rest <= kSharp * (size_ + enough))) rest = estimateOneNorm(scaledAdjoint(inverse_, g), how);
         rest /= 1.0 - rate;
         return precision == ResidualPrecision::Working ? largerOrNaN(rest, size_) : rest + size_;
     }
