@@ -48,8 +48,8 @@ enum class ResidualPrecision {
 struct KnownBefore {
     std::int32_t terms = 1; ///< nz + 1
     /// Such that || |op(A)^-1|*g || <= inverseNorm*||g||_1 for all g >= 0; ||A^-1||_1 is one for each op.
-    /// Where this shows already that the product is no more than a few times d and the rounding of x, it is not
-    /// estimated, and where it shows that q is small, q is not measured.
+    /// Where this shows already that the product is no more than a few times d and the rounding of x, it is
+    /// not estimated, and where it shows that q is small, q is not measured.
     double inverseNorm = std::numeric_limits<double>::infinity();
 };
 
