@@ -208,7 +208,7 @@ template <class Cell>
 void expectTrueSignsOfAllKinds()
 {
     int uncertain = 0, all = 0;
-    for (std::uint64_t seed = 0; seed < 60; ++seed) {
+    for (std::uint64_t seed = 0; seed < 60; seed += 3) {
         SCOPED_TRACE(seed);
         const auto n = static_cast<std::int32_t>(2 + seed);
         const auto size = static_cast<std::size_t>(n);
