@@ -14,9 +14,11 @@ inline double modulus(double value) noexcept
     return std::abs(value);
 }
 
-/// By hypot, so that no square is formed. Infinite where a part is infinite and the other no number.
+/// By hypot where the squares are out of range. Infinite where a part is infinite and the other no number.
 inline double modulus(const std::complex<double>& value) noexcept
 {
+    const double square = value.real() * value.real() + value.imag() * value.imag();
+    if (square > 0x1p-900 && square < 0x1p+1000) return std::sqrt(square);
     return std::hypot(value.real(), value.imag());
 }
 

@@ -97,6 +97,8 @@ void RoadRunner<Cell>::refactorize(Outcome<Cell>& outcome, const Request<Cell>& 
     }
     std::unique_ptr<DirectRun> run = kept->release();
     forget(outcome);
+    outcome.factorQuality.reset();
+    outcome.inertia.reset();
     try {
         factorizeAndSolve(run, request, outcome);
     } catch (...) {
