@@ -95,7 +95,7 @@ private:
         const std::int32_t rightHands = given ? given->Cols() : known ? known->Cols() : 1;
         const double own = ownBytes(rightHands), bytes = solver.forecast() ? solver.forecast()->bytes : 0.0;
         budget_.require(own, bytes, bytes);
-        solver.memory(budget_.limit(own));
+        solver.memoryLeft([this, own](double held) { return budget_.left(own + held); });
         const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
         bool settled = true;
         SystemAnswer<Cell> answer = solveColumns(solver, B, settled);
@@ -134,7 +134,6 @@ private:
         solver = std::make_unique<LeastSquares<Cell>>(
             RowsView<Cell>{matrix.Rows(), matrix.Cols(), matrix.Values().data(), matrix.RowPointers().data(),
                            matrix.ColumnIndices().data()});
-        solver->memoryLeft(options_.memoryLeft);
         ++analyses_;
         return *solver;
     }

@@ -348,7 +348,7 @@ template <class Cell>
 void LeastSquares<Cell>::prepare()
 {
     if (std::exchange(prepared_, true) || !inverse_) return;
-    if (memoryLeft_ && forecast_->bytes > memoryLeft_()) return;
+    if (!hasRoomFor(forecast_->bytes, 0.0)) return;
     rank_.small = inverse_->factorizeAndCount(-kShift);
     factorized_ = rank_.small >= 0;
     if (factorized_) probe(1);
@@ -478,7 +478,7 @@ void LeastSquares<Cell>::solveRegular(Attempt& attempt)
     if (!attempt.done()) attempt.iterate(*inverse_);
     if (attempt.done()) return;
     AugmentedSystem<Cell> augmented(M_);
-    if (!augmented.analysed() || augmented.forecast().bytes + forecast_->bytes > memory_ ||
+    if (!augmented.analysed() || !hasRoomFor(augmented.forecast().bytes, forecast_->bytes) ||
         augmented.forecast().operations > std::max(kCheapFactor, kBearableCost * forecast_->operations))
         return;
     for (const double alpha : {kFairAlpha, std::sqrt(inverse_->bound()) / rank_.condition}) {

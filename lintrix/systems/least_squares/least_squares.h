@@ -9,7 +9,6 @@
 #include <complex>
 #include <cstdint>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -78,16 +77,14 @@ public:
     /// False ends a solve with the best x so far. Told of each step of LSMR.
     void progress(std::function<bool(const LsmrStep&)> callback) { progress_ = std::move(callback); }
 
-    /// Asked for the bytes that a factor may take; where they do not suffice, LSMR has to do without.
-    void memoryLeft(std::function<double()> left) { memoryLeft_ = std::move(left); }
+    /// Asked for the bytes that a factor may take beside those of others; where they do not suffice, the
+    /// method that needs it is left.
+    void memoryLeft(std::function<double(double held)> left) { memoryLeft_ = std::move(left); }
 
     /// Whether a `solve` has settled how the others go: by a factor, if there is one.
     bool isPrepared() const noexcept { return prepared_; }
     /// Of the factor that `solve` will make; nothing where there will be none, but LSMR alone.
     const std::optional<FactorForecast>& forecast() const noexcept { return forecast_; }
-
-    /// Bytes that a further factor may take; by default any number.
-    void memory(double bytes) noexcept { memory_ = bytes; }
 
     /// b of length m. What the listener of `WorkScope` raises leaves a prepared object as it is; else it can
     /// only be destroyed.
@@ -112,6 +109,7 @@ private:
     double leastOn(ColumnBlock<Cell>& U, ColumnBlock<Cell>& P) const;
     void probe(std::int32_t count);
     void keepRange();
+    bool hasRoomFor(double bytes, double held) const { return !memoryLeft_ || bytes <= memoryLeft_(held); }
     void solveRegular(Attempt& attempt);
     void solveDeficient(Attempt& attempt);
 
@@ -119,12 +117,11 @@ private:
     LinearMap<Cell> A_;
     std::int32_t m_, n_;
     std::function<bool(const LsmrStep&)> progress_;
-    std::function<double()> memoryLeft_;
+    std::function<double(double held)> memoryLeft_;
     std::unique_ptr<NormalEquations<Cell>> inverse_; // none where it cannot be had
     std::optional<FactorForecast> forecast_;
     std::vector<double> columnNorms_; // of A
     LeastSquaresRank rank_;
-    double memory_ = std::numeric_limits<double>::infinity();
     bool prepared_ = false, factorized_ = false;
 };
 
