@@ -17,6 +17,7 @@
 #include <lintrix/engine/minimum_degree_order.h>
 #include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/engine/pardiso.h>
+#include <lintrix/engine/solve_handle.h>
 #include <lintrix/foundation/archive.h>
 #include <lintrix/foundation/archive_stream.h>
 #include <lintrix/foundation/configuration.h>

@@ -133,9 +133,11 @@ bool hasFactor(const Run& run)
     return holdsFactor(run.handle, run.call.mnum, elementKind(run.call.mtype, run.singlePrecision));
 }
 
-/// As many values are read as were analysed: a matrix that holds fewer by now is refused.
+/// As many values are read as were analysed: a matrix that holds fewer by now is refused. A guest makes none,
+/// since the table of factors is its host's.
 Failure makeFactor(Run& run)
 {
+    if (run.handle.isGuest()) return badInput(10000);
     ControlBlock& control = run.handle.control();
     if (run.call.nonZeros() < control[Word::MappedEntries]) {
         control[Word::NonZeros] = control[Word::MappedEntries];
@@ -211,6 +213,7 @@ Failure runPhase(Run& run)
     } else {
         run.handle.countCall();
     }
+    if (run.handle.isGuest() && run.call.phase.steps() != 33) return badInput(10000);
     if (code == Phase::kReleaseFactor) return releaseOneFactor(run);
     if (code == Phase::kRelease) return releaseEverything(run);
     return runChecked(run);

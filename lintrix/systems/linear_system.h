@@ -55,7 +55,9 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::optional<FillInReducingMethod> ordering{}; ///< none of a dense factor, or where there is none
     std::vector<std::string> tried{};               ///< "ROAD: why it was left", of the other roads
     std::int32_t perturbedPivots = 0, refinementSteps = 0;
-    std::int32_t krylovSteps = 0;   ///< of GMRES, where it made good for replaced pivots
+    /// Of GMRES, where it made good for replaced pivots or for a factor of earlier values.
+    std::int32_t krylovSteps = 0;
+    bool reusedFactor = false;      ///< that of earlier values, as a preconditioner
     std::int64_t factorEntries = 0; ///< of L and U together
     FactorStore store = FactorStore::Memory;
     int coreMegabytes = 0; ///< that are used beside a factor in files
@@ -110,8 +112,10 @@ enum class SystemChange {
 /// `Update` brings other values or another pattern and repeats no more than it must.
 ///
 /// **Failures** are told by the verdict as long as they are the matrix's. Raised are the caller's and the
-/// system's: sizes, memory, files. After any of them the object can be used again. One factor may be solved
-/// with by several threads: they take turns.
+/// system's: sizes, memory, files. After any of them the object can be used again.
+///
+/// **Threads.** Several may call the same object. Once a sparse factor in memory serves, they solve at the
+/// same time; else they take turns.
 template <class Cell>
 class LINTRIX_EXPORT LinearSystem {
 public:

@@ -5,6 +5,7 @@
 #include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/road_search.h>
+#include <lintrix/systems/roads/solver_pool.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/roads/words.h>
 #include <lintrix/systems/structure/near_null.h>
@@ -16,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 #include <mutex>
+#include <shared_mutex>
 #include <span>
 #include <utility>
 
@@ -71,12 +73,12 @@ public:
     const MatrixTraits& traits() const noexcept override { return matrix_.Traits(); }
     std::int32_t analyses() const override
     {
-        const std::lock_guard turn(busy_);
+        const std::shared_lock together(busy_);
         return runner_.analyses();
     }
     std::int32_t factorizations() const override
     {
-        const std::lock_guard turn(busy_);
+        const std::shared_lock together(busy_);
         return runner_.factorizations();
     }
 
@@ -90,12 +92,13 @@ public:
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
+        if (std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op))
+            return *std::move(answer);
         const std::lock_guard turn(busy_);
         if (isStructurallySingular()) return structurallySingular();
-        const M solutions = withProbe(known);
-        const M products = productOf<Cell>(matrix_.Matrix(), solutions, op);
-        const M B = given ? beside(*given, products) : products;
-        return settle({B, solutions, op});
+        const Columns columns = columnsOf(given, known, op);
+        others_.clear();
+        return settle({columns.B, columns.known, op});
     }
 
     SystemChange update(const Sparse& A) override
@@ -112,6 +115,7 @@ public:
             return SystemChange::None;
         exhausted_.reset();
         rank_.reset();
+        others_.clear();
         first_ = first;
         if (samePattern && sameTypes) {
             matrix_.TakeValues(std::move(next));
@@ -126,6 +130,36 @@ public:
     }
 
 private:
+    /// Right-hand sides and known solutions, the probe last.
+    struct Columns {
+        M B, known;
+    };
+    Columns columnsOf(const M* given, const M* known, TransposeMode op) const
+    {
+        M solutions = withProbe(known);
+        M products = productOf<Cell>(matrix_.Matrix(), solutions, op);
+        return {given ? beside(*given, products) : std::move(products), std::move(solutions)};
+    }
+
+    /// By a factor that serves, beside other threads that solve with it. None where there is no such factor,
+    /// or it does not do for these right-hand sides: then a single thread has to look further.
+    std::optional<SystemAnswer<Cell>> solvedTogether(const M* given, const M* known, TransposeMode op)
+    {
+        const std::shared_lock together(busy_);
+        const bool serves = best_ && best_->factor && !isFactorOld_ && exhausted_ == Verdict::Accurate;
+        if (!serves) return std::nullopt;
+        Outcome<Cell> outcome = best_->road();
+        outcome.factor = others_.take(*best_->factor);
+        if (!outcome.factor) return std::nullopt;
+        const Columns columns = columnsOf(given, known, op);
+        const Request<Cell> request{columns.B, columns.known, op};
+        outcome = runner_.again(std::move(outcome), request);
+        std::optional<SystemAnswer<Cell>> answer;
+        if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request);
+        others_.giveBack(std::move(outcome.factor));
+        return answer;
+    }
+
     /// No road can do better. Where the diagonal is full, nothing has to be looked for.
     std::int32_t structuralRankOnce()
     {
@@ -182,14 +216,19 @@ private:
             outcome = searched(request);
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
-        SystemAnswer<Cell> answer = tell(*outcome);
-        if (outcome->isSolvedByAnother() && outcome->factor)
-            answer.faults = explainNullSpace(*outcome->factor);
-        if (answer.x) judgeColumns(answer, request, *outcome);
+        SystemAnswer<Cell> answer = judged(*outcome, request);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
         best_ = std::move(*outcome);
         if (spoilt)
             best_ = Outcome<Cell>{.attempt = *served, .taken = true}; // the right-hand side is to blame
+        return answer;
+    }
+
+    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request) const
+    {
+        SystemAnswer<Cell> answer = tell(outcome);
+        if (outcome.isSolvedByAnother() && outcome.factor) answer.faults = explainNullSpace(*outcome.factor);
+        if (answer.x) judgeColumns(answer, request, outcome);
         return answer;
     }
 
@@ -224,6 +263,11 @@ private:
         if (!before || !before->taken) return std::nullopt;
         if (isOld) {
             left_.clear();
+            if (before->factor && options_.reuseFactor) {
+                before = runner_.precondition(std::move(*before), request);
+                isFactorOld_ = before->x && before->verdict() == Verdict::Accurate;
+                if (isFactorOld_) return before;
+            }
             if (before->factor) return runner_.refactorize(std::move(*before), request);
             return std::nullopt;
         }
@@ -254,11 +298,12 @@ private:
             answer.complaint = complaintOf(answer.reason);
     }
 
-    /// Solves with a factor in files read all of it each time, and what has failed needs no bound.
+    /// Solves with a factor in files read all of it each time, what has failed needs no bound, and a factor
+    /// of other values tells none.
     std::int32_t boundsFor(const Outcome<Cell>& outcome) const
     {
         const bool pays = outcome.store == FactorStore::Memory && outcome.verdict() != Verdict::Failed;
-        return pays ? options_.errorBounds : 0;
+        return pays && !outcome.reusedFactor ? options_.errorBounds : 0;
     }
 
     static std::string reasonOf(const ColumnQuality& column)
@@ -279,6 +324,7 @@ private:
                                   .perturbedPivots = outcome.perturbed,
                                   .refinementSteps = outcome.steps,
                                   .krylovSteps = outcome.krylovSteps,
+                                  .reusedFactor = outcome.reusedFactor,
                                   .factorEntries = outcome.factorEntries,
                                   .store = outcome.store,
                                   .coreMegabytes = runner_.coreMegabytes()};
@@ -306,7 +352,8 @@ private:
     std::optional<Verdict> exhausted_{};  ///< that a search came to
     bool isFactorOld_ = false;            ///< the values have changed since
     std::optional<std::int32_t> rank_{};  ///< structural
-    mutable std::mutex busy_{};
+    SolverPool<Cell> others_{};           ///< with the factor of `best_`
+    mutable std::shared_mutex busy_{};    ///< shared by those who solve with a factor that serves
 };
 
 } // namespace

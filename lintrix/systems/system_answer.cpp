@@ -50,6 +50,9 @@ std::string SystemAnswer<Cell>::Explain() const
     if (perturbedPivots > 0)
         addLine(text, fmt::format("Pivots replaced: {}; steps of refinement {}, of GMRES {}.",
                                   perturbedPivots, refinementSteps, krylovSteps));
+    if (reusedFactor)
+        addLine(text, fmt::format("Preconditioned by the factor of earlier values: {} steps of GMRES.",
+                                  krylovSteps));
     for (std::size_t j = 0; j < columns.size(); ++j) {
         if (!columns[j].errorBound) continue;
         addLine(text, fmt::format("Right-hand side {}: {}, error at most {}.", j + 1,

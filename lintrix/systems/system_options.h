@@ -59,6 +59,9 @@ struct SystemOptions {
     /// Right-hand sides whose error is bounded, those with the largest backward errors first; some six solves
     /// each. 0: none, and the verdict rests on residual and probe.
     std::int32_t errorBounds = 4;
+    /// After an `Update` with other values: the factor at hand preconditions GMRES as long as that leads to
+    /// rounding level for at most half the cost of a new factor. Errors are then bounded by the probe alone.
+    bool reuseFactor = false;
     bool outOfCore = false; ///< the factor in files; else only where memory has no room for it
     /// Bytes that may be taken from now on.
     std::function<double()> memoryLeft = [] { return MemoryLeft(MKL_Get_Max_Threads()); };
@@ -68,7 +71,8 @@ struct SystemOptions {
     };
     /// Is told when a factor goes to files unasked: the bytes that it needs, and those that are left.
     std::function<void(double needed, double left)> goesToFiles{};
-    /// Is told the name of each step when it has ended: analyse, factorize, solve, check.
+    /// Is told the name of each step when it has ended: analyse, factorize, solve, check. By several threads
+    /// at once where these solve together.
     std::function<void(std::string_view step)> stepDone{};
 };
 

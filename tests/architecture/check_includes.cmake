@@ -3,7 +3,7 @@
 #
 # A room includes its own headers and those of the rooms behind its arrows:
 #   services <- foundation <- dense <- complex <- decompositions <- sparse <- solvers <- systems
-#   services <- engine <- solvers          (of the engine, four headers alone are seen from outside)
+#   services <- engine <- solvers          (of the engine, five headers alone are seen from outside)
 #   services <- sparse/kernels <- sparse, solvers
 # The engine's floors follow the life of a call:
 #   call <- report <- out_of_core <- analysis <- factorization <- solution <- the entry at the top

@@ -5,9 +5,15 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <complex>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
 #include <random>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -235,6 +241,65 @@ TEST(LinearSystem, OfAMatrixThatHasChangedNoMoreIsRepeatedThanMustBe)
     EXPECT_EQ(system.Rows(), 25);
     const Matrix shorter = blockOf<Matrix>(25, 1, 1);
     expectSolves(other, system.Solve(shorter).x.value(), shorter, kPlain);
+}
+
+/// Convection and diffusion on a cube, with coefficients between 1 and 1 + spread.
+SparseMatrix cubeOf(std::int32_t side, double spread, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    std::uniform_real_distribution<double> coefficient(1.0, 1.0 + spread);
+    const std::int32_t n = side * side * side;
+    SparseMatrix A(n, n);
+    for (std::int32_t i = 0; i < n; ++i) {
+        A(i, i) = 6.5 * (1.0 + spread);
+        for (const std::int32_t step : {1, side, side * side}) {
+            const bool isEdge = i / step % side + 1 == side;
+            if (isEdge) continue;
+            A(i, i + step) = -0.8 * coefficient(generator);
+            A(i + step, i) = -1.2 * coefficient(generator);
+        }
+    }
+    return A;
+}
+
+TEST(LinearSystem, TheFactorOfEarlierValuesPreconditionsWhereThatIsAskedForAndPays)
+{
+    const std::int32_t n = 16 * 16 * 16;
+    const Matrix known = blockOf<Matrix>(n, 1, 1);
+    LinearSystem system(cubeOf(16, 0.0, 1), {.reuseFactor = true});
+    system.Factorize();
+    for (const TransposeMode op : {kPlain, kTransposed}) {
+        ASSERT_EQ(system.Update(cubeOf(16, 1e-9, op == kPlain ? 2 : 3)), SystemChange::Values);
+        for (int solve = 0; solve < 2; ++solve) {
+            const auto answer = system.SolveKnown(known, op);
+            EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+            EXPECT_LT(answer.knownError.value(), 1e-12);
+            EXPECT_TRUE(answer.reusedFactor);
+            EXPECT_GT(answer.krylovSteps, 0);
+            EXPECT_FALSE(answer.columns.at(0).errorBound) << "the factor tells nothing of these values";
+            EXPECT_THAT(answer.Explain(), HasSubstr("factor of earlier values"));
+        }
+    }
+    EXPECT_EQ(system.Factorizations(), 1);
+
+    ASSERT_EQ(system.Update(cubeOf(16, 3.0, 4)), SystemChange::Values);
+    const auto answer = system.SolveKnown(known);
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << "by a factor of its own";
+    EXPECT_FALSE(answer.reusedFactor);
+    EXPECT_TRUE(answer.columns.at(0).errorBound);
+    EXPECT_EQ(system.Factorizations(), 2);
+    EXPECT_EQ(system.Analyses(), 1);
+}
+
+TEST(LinearSystem, AFactorIsMadeAnewWhereThatCostsLessThanToReuseIt)
+{
+    LinearSystem system(bandOf<double>(Kind::General, 60, 4), {.reuseFactor = true});
+    system.Factorize();
+    SparseMatrix A = bandOf<double>(Kind::General, 60, 4);
+    A(3, 3) *= 1.0 + 1e-6;
+    ASSERT_EQ(system.Update(A), SystemChange::Values);
+    EXPECT_FALSE(system.SolveKnown(blockOf<Matrix>(60, 1, 1)).reusedFactor);
+    EXPECT_EQ(system.Factorizations(), 2);
 }
 
 // The old factor's order and scaling may not suit the new values.
@@ -563,6 +628,61 @@ TEST(LinearSystem, ManyThreadsMaySolveWithOneFactor)
     for (std::thread& thread : threads) thread.join();
     EXPECT_THAT(wrong, ::testing::Each(0));
     EXPECT_EQ(system.Factorizations(), 1);
+}
+
+/// Lets each thread wait at the end of its step until another one is there, too.
+class Meeting {
+public:
+    /// Whether somebody came in time.
+    bool attend()
+    {
+        std::unique_lock lock(busy_);
+        ++present_;
+        changed_.notify_all();
+        return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return present_ >= 2; });
+    }
+
+private:
+    std::mutex busy_;
+    std::condition_variable changed_;
+    int present_ = 0;
+};
+
+template <class Cell>
+void expectThatThreadsMeet(LinearSystem<Cell>& system, std::function<void()>& atSolve, std::int32_t n)
+{
+    using M = typename LinearSystem<Cell>::M;
+    ASSERT_EQ(system.Factorize(), Verdict::Accurate);
+    Meeting meeting;
+    std::atomic<int> alone = 0;
+    atSolve = [&] { alone += meeting.attend() ? 0 : 1; };
+    std::vector<std::jthread> threads;
+    for (std::uint64_t t = 0; t < 2; ++t)
+        threads.emplace_back([&system, n, t] {
+            const M known = blockOf<M>(n, 2, t);
+            const auto answer = system.SolveKnown(known, TransposeMode::Transposed);
+            EXPECT_EQ(answer.verdict, Verdict::Accurate);
+            EXPECT_LT(answer.knownError.value(), 1e-10);
+        });
+    threads.clear();
+    EXPECT_EQ(alone, 0);
+}
+
+TEST(LinearSystem, ThreadsSolveAtTheSameTimeWithOneFactor)
+{
+    std::function<void()> atSolve = [] {};
+    SystemOptions options;
+    options.stepDone = [&](std::string_view step) {
+        if (step == "solve") atSolve();
+    };
+    for (const Kind kind : {Kind::Positive, Kind::General}) {
+        atSolve = [] {};
+        LinearSystem system(bandOf<double>(kind, 60, 6), options);
+        expectThatThreadsMeet(system, atSolve, 60);
+    }
+    atSolve = [] {};
+    LinearSystem system(bandOf<Complex>(Kind::General, 60, 6), options);
+    expectThatThreadsMeet(system, atSolve, 60);
 }
 
 TEST(LinearSystem, IsMovedWithItsFactor)

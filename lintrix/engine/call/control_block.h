@@ -64,6 +64,7 @@ enum class Word : int {
     ConsecutiveSubgraphs, ///< whether a solve may be split
     SolveParts,           ///< that the lists in pt[15] make, 0 as long as there are none
     SolveRanges,          ///< ranges in them, 0 where a solve is better not split
+    Guest,                ///< whether analysis and factors are another handle's
     Last_
 };
 

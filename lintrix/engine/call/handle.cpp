@@ -1,6 +1,7 @@
 #include <lintrix/engine/call/handle.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -9,6 +10,8 @@ namespace {
 
 constexpr int kFirstCleared = 3, kLastCleared = 17;
 constexpr int kFirstOfAnalysis = 4, kLastOfAnalysis = 15;
+constexpr int kSlots = 64;
+constexpr std::array kSlotsOfSolves{Slot::RealWork, Slot::IterationWork, Slot::SolveParts};
 
 void releaseBlock(void*& slot) noexcept
 {
@@ -93,6 +96,27 @@ Failure Handle::createOutOfCoreControl()
     }
     slots_[index(Slot::OutOfCoreControl)] = table;
     return {};
+}
+
+Failure Handle::createGuest(const Handle& host) noexcept
+{
+    Scratch<ControlBlock> control = Scratch<ControlBlock>::uninitialised(1);
+    if (!control) return outOfMemory(BlockCode::Control, sizeof(ControlBlock));
+    *control.get() = host.control();
+    (*control.get())[Word::Guest] = 1;
+    (*control.get())[Word::SolveParts] = 0;
+    std::copy_n(host.slots_, kSlots, slots_);
+    for (const Slot slot : kSlotsOfSolves) slots_[index(slot)] = nullptr;
+    slots_[index(Slot::Control)] = control.release();
+    setCalls(1);
+    return {};
+}
+
+void Handle::releaseGuest() noexcept
+{
+    for (const Slot slot : kSlotsOfSolves) release(slot);
+    release(Slot::Control);
+    std::fill_n(slots_, kSlots, nullptr);
 }
 
 void* Handle::allocate(Slot slot, std::int64_t bytes) noexcept

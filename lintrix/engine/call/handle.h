@@ -79,7 +79,14 @@ public:
     Failure create(int maxfct);
     /// The control of the out-of-core mode, if it is not there yet.
     Failure createOutOfCoreControl();
-    /// The blocks that both of these make.
+    /// A new handle that reads analysis and factors of `host` and solves with them: its control block is a
+    /// copy, and the blocks that a solve takes are its own. `host` must be analysed. On failure nothing is
+    /// held.
+    Failure createGuest(const Handle& host) noexcept;
+    bool isGuest() const noexcept { return control()[Word::Guest] != 0; }
+    /// Of a guest: what is its own.
+    void releaseGuest() noexcept;
+    /// The blocks that `create` and `createOutOfCoreControl` make.
     static BlockSum basicBlocks(int maxfct) noexcept;
     /// The count in pt[0].
     void countCall() noexcept { setCalls(calls() + 1); }

@@ -6,6 +6,8 @@
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/factored.h>
 
+#include <memory>
+
 namespace Velmar::Lintrix::detail::roads {
 
 /// Backward stable but for the growth of the elements and bad scaling, which a step of refinement makes good
@@ -20,6 +22,7 @@ public:
     bool isSingular() const { return info_ != 0; }
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps) override;
+    std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<Borrowed<Cell>>(*this); }
 
 private:
     MatrixOf<Cell> solved(const MatrixOf<Cell>& B, TransposeMode op) const;

@@ -99,8 +99,23 @@ DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod
     parameters_[SymmetricPivoting] = setup.pairs;
 }
 
+/// The engine solves with a diagonal matrix as it stands, and then there is nothing to share.
+DirectRun::DirectRun(const DirectRun* host)
+    : slots_(host->slots_), matrix_(host->matrix_), settings_(host->settings_)
+{
+    if (!host->isDiagonal()) guest_.emplace(host->handle_.data());
+}
+
+std::unique_ptr<DirectRun> DirectRun::another() const
+{
+    if (guest_) return nullptr;
+    std::unique_ptr<DirectRun> guest(new DirectRun(this));
+    return guest->guest_ && !guest->guest_->IsReady() ? nullptr : std::move(guest);
+}
+
 DirectRun::~DirectRun()
 {
+    if (guest_) return; // gives its own back
     parameters_[PardisoParameter::Transpose] =
         0; // else the release of a handle could be taken for that of a diagonal matrix
     call(-1, 1, nullptr, nullptr);
@@ -159,8 +174,8 @@ EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x)
     int unused = 0, error = 0;
     int& failing = parameters_[PardisoParameter::FailingEquation];
     failing = 0;
-    pardiso(handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a, matrix_.ia, matrix_.ja,
-            &unused, nrhs, slots_.data(), level, const_cast<void*>(b), x, error);
+    pardiso(guest_ ? guest_->Slots() : handle_.data(), kOne, kOne, matrix_.mtype, phase, matrix_.n, matrix_.a,
+            matrix_.ia, matrix_.ja, &unused, nrhs, slots_.data(), level, const_cast<void*>(b), x, error);
     return {error, failing};
 }
 

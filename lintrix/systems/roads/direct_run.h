@@ -3,6 +3,7 @@
 /// One road through the direct solver: the assumption made of the matrix, and the engine driven accordingly.
 
 #include <lintrix/engine/pardiso.h>
+#include <lintrix/engine/solve_handle.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/system_matrix.h>
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -77,6 +79,10 @@ public:
     DirectRun(const DirectRun&) = delete;
     DirectRun& operator=(const DirectRun&) = delete;
 
+    /// For solves alone, with the factor of this one and beside it, from another thread too; none where the
+    /// factor is in files or there is no memory. This one must outlive it and keep its factor until then.
+    std::unique_ptr<DirectRun> another() const;
+
     /// For as many right-hand sides at a time. May be repeated, for another store.
     EngineAnswer analyse(FactorStore store, std::int32_t rightHands);
     EngineAnswer factorize();
@@ -116,6 +122,9 @@ public:
     int leastMegabytes() const { return parameters_[PardisoParameter::OutOfCoreMegabytes]; }
 
 private:
+    explicit DirectRun(const DirectRun* host);
+    bool isDiagonal() const { return handle_[0] == nullptr; }
+
     /// How the engine reads op(A), which it knows as it stands and transposed: A^H*x = b is A'*y = conj(b)
     /// with x = conj(y), and where A^H or A' is A, the other of them is conj(A).
     struct Reading {
@@ -128,6 +137,7 @@ private:
     void limitRefinement(std::int32_t steps);
 
     std::array<void*, 64> handle_{};
+    std::optional<SolveHandle> guest_{}; ///< in place of the handle
     std::array<int, PardisoParameters::kSlots> slots_{};
     PardisoParameters parameters_{slots_.data()};
     EngineMatrix matrix_;

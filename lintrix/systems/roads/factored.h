@@ -22,6 +22,25 @@ public:
                                std::optional<std::int32_t> steps = {}) = 0;
     /// Of the last solve.
     virtual std::int32_t refinementSteps() const { return 0; }
+    /// One more solver with the same factor, for another thread, as long as this one lives; none where there
+    /// can be but one.
+    virtual std::unique_ptr<Factored> another() = 0;
+};
+
+/// Another solver's factor, whose solves leave it as it is.
+template <class Cell>
+class Borrowed final : public Factored<Cell> {
+public:
+    explicit Borrowed(Factored<Cell>& owner) : owner_(owner) {}
+    EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                       std::optional<std::int32_t> steps) override
+    {
+        return owner_.solve(B, X, op, steps);
+    }
+    std::unique_ptr<Factored<Cell>> another() override { return owner_.another(); }
+
+private:
+    Factored<Cell>& owner_;
 };
 
 /// In a handle of the engine.
@@ -35,6 +54,11 @@ public:
         return run_->solve(B, X, op, steps);
     }
     std::int32_t refinementSteps() const override { return run_->refinementSteps(); }
+    std::unique_ptr<Factored<Cell>> another() override
+    {
+        std::unique_ptr<DirectRun> run = run_->another();
+        return run ? std::make_unique<EngineFactor>(std::move(run)) : nullptr;
+    }
 
     /// The handle, after which this is no factor any more.
     std::unique_ptr<DirectRun> release() { return std::move(run_); }

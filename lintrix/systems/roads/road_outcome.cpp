@@ -94,6 +94,22 @@ Verdict Outcome<Cell>::verdict() const
 }
 
 template <class Cell>
+Outcome<Cell> Outcome<Cell>::road() const
+{
+    return {.attempt = attempt,
+            .engine = engine,
+            .roadName = roadName,
+            .ordering = ordering,
+            .perturbed = perturbed,
+            .factorEntries = factorEntries,
+            .cost = cost,
+            .store = store,
+            .leastMegabytes = leastMegabytes,
+            .reach = reach,
+            .taken = taken};
+}
+
+template <class Cell>
 bool Outcome<Cell>::isSolvedByAnother() const
 {
     return quality && perturbed > 0 && !(quality->probeError < kNoDigit) &&

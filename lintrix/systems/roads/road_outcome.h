@@ -30,11 +30,14 @@ struct LINTRIX_TESTABLE Outcome {
     int leastMegabytes = 0; ///< of memory beside a factor in files
     std::string fault{};    ///< of the files of the factor, in words
     Reach reach = Reach::Near;
+    bool reusedFactor = false;                ///< of earlier values, as a preconditioner
     bool taken = false;                       ///< else only its cost is known
     std::unique_ptr<Factored<Cell>> factor{}; ///< as long as no other road is taken
 
     Verdict verdict() const;
     Ending ending() const;
+    /// The road without solution and factor, for a solve beside it.
+    Outcome road() const;
     /// Something else than the probe solves its system to rounding level: A is singular to working precision.
     bool isSolvedByAnother() const;
     /// "ROAD: why it was left", with the order of one that was repeated.

@@ -32,6 +32,7 @@ void forget(Outcome<Cell>& outcome)
     outcome.x.reset();
     outcome.quality.reset();
     outcome.krylovSteps = 0;
+    outcome.reusedFactor = false;
 }
 
 } // namespace
@@ -66,7 +67,7 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
 }
 
 template <class Cell>
-Outcome<Cell> RoadRunner<Cell>::again(Outcome<Cell> before, const Request<Cell>& request)
+Outcome<Cell> RoadRunner<Cell>::again(Outcome<Cell> before, const Request<Cell>& request) const
 {
     forget(before);
     solve(request, before);
@@ -198,7 +199,7 @@ try {
 }
 
 template <class Cell>
-void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcome)
+void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcome) const
 {
     MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
     outcome.engine = outcome.factor->solve(request.B, X, request.op, options_.engine.refine);
@@ -213,7 +214,7 @@ void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcom
 
 /// Keeps what is better. Dense factors have had their step.
 template <class Cell>
-void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome)
+void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome) const
 {
     if (outcome.attempt.road == Road::Dense) return;
     MatrixOf<Cell> refined(request.B.Rows(), request.B.Cols());
@@ -227,29 +228,55 @@ void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outco
     outcome.x = std::move(refined);
 }
 
+/// GMRES on each column of X, the probe first, with at most so many steps in all. @return  how many it took
 template <class Cell>
-void RoadRunner<Cell>::repair(const Request<Cell>& request, Outcome<Cell>& outcome)
+std::int32_t RoadRunner<Cell>::iterate(const Request<Cell>& request, Factored<Cell>& factor,
+                                       MatrixOf<Cell>& X, std::int32_t most) const
 {
-    if (!outcome.factor || !outcome.x || outcome.perturbed == 0) return;
     const MatrixView<Cell> view(system_.Matrix());
     const std::int32_t n = system_.Size();
     const LinearMap<Cell> A{n,
                             n,
                             [&](std::int32_t columns, const Cell* x, Cell* y) {
-                                const auto X = AccessTo<Cell>::copyOf(x, n, columns);
-                                std::ranges::copy(cellsOf(productOf<Cell>(system_.Matrix(), X, request.op)),
-                                                  y);
+                                const auto given = AccessTo<Cell>::copyOf(x, n, columns);
+                                std::ranges::copy(
+                                    cellsOf(productOf<Cell>(system_.Matrix(), given, request.op)), y);
                             },
                             {}};
-    const LinearMap<Cell> inverse = inverseBy(*outcome.factor, n, request.op);
+    const LinearMap<Cell> inverse = inverseBy(factor, n, request.op);
     const double norm = request.op == TransposeMode::NotTransposed ? infinityNorm(view) : oneNorm(view);
-    MatrixOf<Cell> X(*outcome.x);
     std::int32_t steps = 0;
-    for (std::int32_t j = X.Cols() - 1; j >= 0 && steps < kKrylovStepsInAll; --j) // the probe first
+    for (std::int32_t j = X.Cols() - 1; j >= 0 && steps < most; --j)
         steps += gmres(A, norm, inverse, columnCells(request.B, j).data(), columnCells(X, j).data(),
-                       {.cycle = kKrylovCycle, .steps = kKrylovSteps})
+                       {.cycle = kKrylovCycle, .steps = std::min(kKrylovSteps, most - steps)})
                      .steps;
     finish("solve");
+    return steps;
+}
+
+template <class Cell>
+Outcome<Cell> RoadRunner<Cell>::precondition(Outcome<Cell> before, const Request<Cell>& request) const
+{
+    constexpr double kSlower = 8.0; // an operation of a solve, which waits for memory, than one of a factor
+    const double step = kSlower * 2.0 * static_cast<double>(before.factorEntries);
+    const auto most = static_cast<std::int32_t>(
+        std::min<double>(kKrylovStepsInAll, before.cost.operations / 2.0 / std::max(step, 1.0)));
+    forget(before);
+    if (most < request.B.Cols()) return before;
+    MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
+    before.krylovSteps = iterate(request, *before.factor, X, most);
+    before.reusedFactor = true;
+    before.quality = judged(X, request);
+    before.x = std::move(X);
+    return before;
+}
+
+template <class Cell>
+void RoadRunner<Cell>::repair(const Request<Cell>& request, Outcome<Cell>& outcome)
+{
+    if (!outcome.factor || !outcome.x || outcome.perturbed == 0) return;
+    MatrixOf<Cell> X(*outcome.x);
+    const std::int32_t steps = iterate(request, *outcome.factor, X, kKrylovStepsInAll);
     Outcome<Cell> repaired{.attempt = outcome.attempt, .perturbed = outcome.perturbed};
     repaired.quality = judged(X, request);
     if (!isBetter(repaired, outcome)) return;

@@ -40,11 +40,17 @@ public:
     /// @throws NotEnoughMemoryException  the first one's factor has no room
     /// @throws OperationFailedException  the first one's files fail, in words
     Outcome<Cell> run(const Attempt& attempt, Reach limit, const Request<Cell>& request);
-    /// With the factor of `before`, which has one. @throws as for the first road
-    Outcome<Cell> again(Outcome<Cell> before, const Request<Cell>& request);
+    /// With the factor of `before`, which has one; from several threads at once, each with a factor of its
+    /// own
+    /// (`Factored::another`). @throws as for the first road
+    Outcome<Cell> again(Outcome<Cell> before, const Request<Cell>& request) const;
     /// The values of the matrix have changed: the factor of `before` is made anew, after the analysis at
     /// hand.
     Outcome<Cell> refactorize(Outcome<Cell> before, const Request<Cell>& request);
+
+    /// With the factor of `before`, which is one of earlier values, as a preconditioner of GMRES. Where that
+    /// would cost more than half a factorization, there is no solution.
+    Outcome<Cell> precondition(Outcome<Cell> before, const Request<Cell>& request) const;
 
     /// GMRES on the columns of a solution whose factor has replaced pivots; keeps what is better.
     void repair(const Request<Cell>& request, Outcome<Cell>& outcome);
@@ -73,8 +79,10 @@ private:
     void factorizeAndSolve(std::unique_ptr<DirectRun> run, const Request<Cell>& request,
                            Outcome<Cell>& outcome);
     void takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
-    void solve(const Request<Cell>& request, Outcome<Cell>& outcome);
-    void refine(const Request<Cell>& request, Outcome<Cell>& outcome);
+    void solve(const Request<Cell>& request, Outcome<Cell>& outcome) const;
+    void refine(const Request<Cell>& request, Outcome<Cell>& outcome) const;
+    std::int32_t iterate(const Request<Cell>& request, Factored<Cell>& factor, MatrixOf<Cell>& X,
+                         std::int32_t most) const;
     ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
 
     void usePlace(double left);
