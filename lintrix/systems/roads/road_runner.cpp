@@ -14,13 +14,15 @@
 #include <lintrix/systems/structure/sparse_entries.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
 namespace {
 
-constexpr std::int32_t kLateSteps = 20; // of refinement, where the residual asks for it
+constexpr std::int32_t kLateSteps = 20;  // of refinement, where the residual asks for it
+constexpr double kGrowthShows = 0x1p-51; // of a residual: pivots below the largest let elements grow
 constexpr std::int32_t kKrylovCycle = 30, kKrylovSteps = 60,
                        kKrylovStepsInAll = 240; // each of a solve: less than a factorization
 constexpr std::int32_t kOneAndProbe = 2;        // right-hand sides that a forecast is for
@@ -38,8 +40,33 @@ void forget(Outcome<Cell>& outcome)
 } // namespace
 
 template <class Cell>
+Road RoadRunner<Cell>::firstRoad(Road road)
+{
+    const bool isOpen = !options_.type && !options_.ordering && !options_.outOfCore &&
+                        !options_.engine.engineReport &&
+                        options_.engine.strategy == FactorizationStrategy::ComputeAlways;
+    if (!isOpen || (road != Road::Matched && road != Road::Unmatched)) return road;
+    if (!pivotingPays_) pivotingPays_ = triesPivoting();
+    return *pivotingPays_ ? Road::Pivoted : road;
+}
+
+/// An analysis that leads nowhere is given up, and does not count.
+template <class Cell>
+bool RoadRunner<Cell>::triesPivoting()
+{
+    if (!mayPivotedPay(system_.Size(), system_.Matrix().NumElements())) return false;
+    const bool pays = pivoted().pays();
+    if (!pays) {
+        pivoted_.reset();
+        --analyses_;
+    }
+    return pays;
+}
+
+template <class Cell>
 RoadCost RoadRunner<Cell>::forecast(const Attempt& attempt)
 {
+    if (attempt.road == Road::Pivoted) return pivoted().cost();
     if (attempt.road == Road::Dense) return denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
     if (!ready_ || !(ready_->attempt == attempt))
         ready_ = analysed(attempt, system_.As(typeOf(attempt.road)), kOneAndProbe);
@@ -59,6 +86,8 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
     Outcome<Cell> outcome{.attempt = attempt, .roadName = nameOf(attempt.road, mtype)};
     if (attempt.road == Road::Dense)
         takeDense(limit, request, outcome);
+    else if (attempt.road == Road::Pivoted)
+        takePivoted(limit, request, outcome);
     else if (!fillsIn(outcome))
         follow(limit, request, outcome);
     if (outcome.engine.error == kEngineNoMemory && !done_) throw NotEnoughMemoryException();
@@ -79,6 +108,15 @@ template <class Cell>
 Outcome<Cell> RoadRunner<Cell>::refactorize(Outcome<Cell> before, const Request<Cell>& request)
 {
     const Attempt attempt = before.attempt;
+    if (auto* const pivoted = dynamic_cast<PivotedFactor<Cell>*>(before.factor.get())) {
+        std::unique_ptr<PivotedFactor<Cell>> factor(pivoted);
+        before.factor.release();
+        forget(before);
+        const EngineAnswer answer = factor->refactorize(pivotedBounds(Reach::Far));
+        keepPivoted(std::move(factor), answer, request, before);
+        requireSystem(before);
+        return before;
+    }
     auto* const kept = dynamic_cast<EngineFactor<Cell>*>(before.factor.get());
     std::unique_ptr<DirectRun> run = kept ? kept->release() : nullptr;
     before.factor.reset();
@@ -177,6 +215,64 @@ void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun> run, const R
     solve(request, outcome);
 }
 
+/// Analysed when it is first asked for.
+template <class Cell>
+PivotedFactor<Cell>& RoadRunner<Cell>::pivoted()
+{
+    if (!pivoted_) {
+        pivoted_ = std::make_unique<PivotedFactor<Cell>>(system_.Full(), system_.Traits().symmetricPattern);
+        ++analyses_;
+    }
+    return *pivoted_;
+}
+
+/// The first road is left where its forecast is exceeded, and the engine taken.
+template <class Cell>
+sparse_lu::LuBounds RoadRunner<Cell>::pivotedBounds(Reach limit) const
+{
+    constexpr double kExcess = 4.0, kFewOperations = 1e6;
+    constexpr double bytesPerEntry = 2.5 * (sizeof(Cell) + sizeof(std::int32_t)); // old and new arrays
+    const double operations = done_ || limit != Reach::Near
+                                  ? mostColumnOperations(limit, done_.value_or(RoadCost{}))
+                                  : std::max(kExcess * pivoted_->cost().operations, kFewOperations);
+    return {static_cast<std::int64_t>(std::min(options_.memoryLeft() / bytesPerEntry, 0x1p62)), operations};
+}
+
+template <class Cell>
+void RoadRunner<Cell>::takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
+try {
+    outcome.cost = pivoted().cost();
+    finish("analyse");
+    const sparse_lu::LuBounds bounds = pivotedBounds(limit);
+    std::unique_ptr<PivotedFactor<Cell>> factor = std::move(pivoted_);
+    const EngineAnswer answer = factor->factorize(bounds);
+    keepPivoted(std::move(factor), answer, request, outcome);
+} catch (const NotEnoughMemoryException&) {
+    outcome.engine.error = kEngineNoMemory;
+} catch (const std::bad_alloc&) {
+    outcome.engine.error = kEngineNoMemory;
+}
+
+template <class Cell>
+void RoadRunner<Cell>::keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, EngineAnswer answer,
+                                   const Request<Cell>& request, Outcome<Cell>& outcome)
+{
+    ++factorizations_;
+    finish("factorize");
+    outcome.factorEntries = factor->entries();
+    outcome.taken = answer.error != kTooMuchFill;
+    if (!outcome.taken) {
+        outcome.reach = Reach::Far;
+        outcome.cost = {.entries = outcome.factorEntries};
+        return;
+    }
+    outcome.engine = answer;
+    if (answer.error != 0) return;
+    if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;
+    outcome.factor = std::move(factor);
+    solve(request, outcome);
+}
+
 template <class Cell>
 void RoadRunner<Cell>::takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
 try {
@@ -209,16 +305,20 @@ void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcom
     if (outcome.engine.error != 0) return;
     outcome.quality = judged(X, request);
     outcome.x = std::move(X);
-    if (outcome.verdict() != Verdict::Accurate && options_.engine.refine == 0) refine(request, outcome);
+    if (options_.engine.refine != 0) return;
+    if (outcome.verdict() != Verdict::Accurate)
+        refine(request, outcome, kLateSteps);
+    else if (outcome.attempt.road == Road::Pivoted && outcome.quality->residual > kGrowthShows)
+        refine(request, outcome, 1);
 }
 
 /// Keeps what is better. Dense factors have had their step.
 template <class Cell>
-void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome) const
+void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome, std::int32_t steps) const
 {
     if (outcome.attempt.road == Road::Dense) return;
     MatrixOf<Cell> refined(request.B.Rows(), request.B.Cols());
-    const EngineAnswer engine = outcome.factor->solve(request.B, refined, request.op, kLateSteps);
+    const EngineAnswer engine = outcome.factor->solve(request.B, refined, request.op, steps);
     outcome.steps = outcome.factor->refinementSteps();
     finish("solve");
     if (engine.error != 0) return;
@@ -343,6 +443,7 @@ template <class Cell>
 void RoadRunner<Cell>::restart()
 {
     ready_.reset();
+    forgetValues();
     done_.reset();
 }
 

@@ -5,6 +5,7 @@
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/direct_run.h>
 #include <lintrix/systems/roads/factored.h>
+#include <lintrix/systems/roads/pivoted_factor.h>
 #include <lintrix/systems/roads/road_choice.h>
 #include <lintrix/systems/roads/road_outcome.h>
 #include <lintrix/systems/system_matrix.h>
@@ -32,6 +33,10 @@ public:
     RoadRunner(SystemMatrix<Cell>& system, const SystemOptions& options) : system_(system), options_(options)
     {
     }
+
+    /// Partial pivoting in place of an engine's LU, where nothing else is asked for and an analysis finds it
+    /// to pay; that is used when the road is taken. Else the road itself.
+    Road firstRoad(Road road);
 
     /// What a road is going to cost; its analysis is used when the road is taken next.
     RoadCost forecast(const Attempt& attempt);
@@ -62,6 +67,12 @@ public:
     void finish(std::string_view step) const;
     /// Another matrix stands in the place of the one before; its factors must have been given up.
     void restart();
+    /// Its values alone are others.
+    void forgetValues()
+    {
+        pivoted_.reset();
+        pivotingPays_.reset();
+    }
     std::int32_t analyses() const noexcept { return analyses_; }
     std::int32_t factorizations() const noexcept { return factorizations_; }
 
@@ -78,9 +89,15 @@ private:
     void follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void factorizeAndSolve(std::unique_ptr<DirectRun> run, const Request<Cell>& request,
                            Outcome<Cell>& outcome);
+    void takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
+    void keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, EngineAnswer answer,
+                     const Request<Cell>& request, Outcome<Cell>& outcome);
+    PivotedFactor<Cell>& pivoted();
+    bool triesPivoting();
+    sparse_lu::LuBounds pivotedBounds(Reach limit) const;
     void takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void solve(const Request<Cell>& request, Outcome<Cell>& outcome) const;
-    void refine(const Request<Cell>& request, Outcome<Cell>& outcome) const;
+    void refine(const Request<Cell>& request, Outcome<Cell>& outcome, std::int32_t steps) const;
     std::int32_t iterate(const Request<Cell>& request, Factored<Cell>& factor, MatrixOf<Cell>& X,
                          std::int32_t most) const;
     ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
@@ -92,9 +109,11 @@ private:
 
     SystemMatrix<Cell>& system_;
     const SystemOptions& options_;
-    std::unique_ptr<FactorPlace> place_{}; ///< once a factor goes to files
-    std::optional<Analysed> ready_{};      ///< by a forecast
-    std::optional<RoadCost> done_{};       ///< of the largest factorization so far
+    std::unique_ptr<FactorPlace> place_{};           ///< once a factor goes to files
+    std::optional<Analysed> ready_{};                ///< by a forecast
+    std::unique_ptr<PivotedFactor<Cell>> pivoted_{}; ///< analysed
+    std::optional<bool> pivotingPays_{};
+    std::optional<RoadCost> done_{}; ///< of the largest factorization so far
     std::int32_t analyses_ = 0, factorizations_ = 0;
 };
 

@@ -157,9 +157,11 @@ EliminationPlan planElimination(const SparsePattern& columns, const BipartiteMat
     EliminationPlan plan;
     plan.blockStarts.resize(static_cast<std::size_t>(blocks) + 1);
     for (const std::int32_t block : blockOfRow) ++plan.blockStarts[block + 1];
-    const bool isOrdered =
-        std::ranges::all_of(plan.blockStarts, [](auto size) { return size <= kSmallBlock; });
-    plan.lowerNonZeros = 3LL * columns.rows / 2;
+    const auto isSmall = [](std::int32_t size) { return size <= kSmallBlock; };
+    const bool isOrdered = std::ranges::all_of(plan.blockStarts, isSmall);
+    const auto pairs = std::ranges::count(plan.blockStarts, kSmallBlock);
+    plan.lowerNonZeros = columns.rows + pairs;
+    plan.operations = 3.0 * static_cast<double>(pairs);
     std::partial_sum(plan.blockStarts.begin(), plan.blockStarts.end(), plan.blockStarts.begin());
     std::vector<std::int32_t> vertexAt(blockOfRow.size());
     if (isOrdered)

@@ -1,0 +1,143 @@
+#include <lintrix/systems/roads/pivoted_factor.h>
+
+#include <lintrix/foundation/failures.h>
+#include <lintrix/systems/roads/columns.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+namespace Velmar::Lintrix::detail::roads {
+
+using namespace sparse_lu;
+
+namespace {
+
+constexpr double kThreshold = 0.1, kSymmetricThreshold = 0.01;
+
+// Operations of real numbers an element of L and U up to which columns one by one are faster than supernodes;
+// elements of A a row, and rows, above which that has never been the case. Measured on the circuits, networks
+// and linear programs of the test collection, and on meshes.
+constexpr double kMostPerElement = 30.0, kMostPerComplexElement = 25.0;
+constexpr double kMostPerRow = 12.0;
+constexpr std::int32_t kFewRows = 500;
+
+/// The largest magnitude of each column, in one number: the columns are refined one by one.
+template <class Cell>
+double sizeOfColumn(const MatrixOf<Cell>& column)
+{
+    double largest = 0.0;
+    for (const Cell& cell : cellsOf(column)) largest = std::max(largest, std::abs(cell));
+    return largest;
+}
+
+} // namespace
+
+bool mayPivotedPay(std::int32_t n, std::int64_t elements)
+{
+    return n <= kFewRows || static_cast<double>(elements) <= kMostPerRow * n;
+}
+
+template <class Cell>
+PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern)
+    : A_(&A), threshold_(symmetricPattern ? kSymmetricThreshold : kThreshold),
+      lu_(std::make_shared<SparseLU<Cell>>(A, threshold_))
+{
+}
+
+template <class Cell>
+bool PivotedFactor<Cell>::pays() const
+{
+    if (lu_->analysed() != LuOutcome::Done) return false;
+    constexpr double most = std::is_same_v<Cell, double> ? kMostPerElement : kMostPerComplexElement;
+    return lu_->plan().operations <= most * 2.0 * static_cast<double>(lu_->plan().lowerNonZeros);
+}
+
+template <class Cell>
+RoadCost PivotedFactor<Cell>::cost() const
+{
+    constexpr double perCell = std::is_same_v<Cell, double> ? 1.0 : 4.0;
+    constexpr double bytesPerEntry = 2.0 * (sizeof(Cell) + sizeof(std::int32_t)); // the arrays double
+    const EliminationPlan& plan = lu_->plan();
+    const double bytes = bytesPerEntry * (2.0 * static_cast<double>(plan.lowerNonZeros) +
+                                          static_cast<double>(A_->NumElements()));
+    return {plan.lowerNonZeros, perCell * plan.operations, bytes, bytes, bytes};
+}
+
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::answerOf(LuOutcome outcome) const
+{
+    switch (outcome) {
+    case LuOutcome::Done:
+        return {};
+    case LuOutcome::TooMuchFill:
+        return {.error = kTooMuchFill};
+    case LuOutcome::Singular:
+        return {kEngineNumeric, lu_->singularColumn() + 1, lu_->singularBlock() + 1};
+    case LuOutcome::NotFinite:
+    case LuOutcome::StructurallySingular:
+    case LuOutcome::PivotsSpoilt:
+        break;
+    }
+    return {.error = kEngineNumeric};
+}
+
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::factorize(const LuBounds& bounds)
+{
+    return answerOf(lu_->factorize(*A_, bounds));
+}
+
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::refactorize(const LuBounds& bounds)
+{
+    if (lu_->refactorize(*A_) == LuOutcome::Done) return {};
+    lu_ = std::make_shared<SparseLU<Cell>>(*A_, threshold_);
+    return factorize(bounds);
+}
+
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                                        std::optional<std::int32_t> steps)
+try {
+    steps_ = 0;
+    X = B;
+    lu_->solve(op, cellsOf(X));
+    if (const std::int32_t most = std::abs(steps.value_or(0)); most > 0) steps_ = refine(B, X, op, most);
+    return {};
+} catch (const NotEnoughMemoryException&) {
+    return {.error = kEngineNoMemory};
+} catch (const std::bad_alloc&) {
+    return {.error = kEngineNoMemory};
+}
+
+/// Each column as long as a step halves its residual. @return  the steps of the column that took most
+template <class Cell>
+std::int32_t PivotedFactor<Cell>::refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                                         std::int32_t most) const
+{
+    std::int32_t longest = 0;
+    for (std::int32_t j = 0; j < B.Cols(); ++j) {
+        const MatrixOf<Cell> b = columnOf(B, j);
+        MatrixOf<Cell> x = columnOf(X, j), r = residualOf<Cell>(*A_, x, b, op);
+        for (std::int32_t step = 1; step <= most; ++step) {
+            MatrixOf<Cell> correction(r);
+            lu_->solve(op, cellsOf(correction));
+            MatrixOf<Cell> next = x + correction, left = residualOf<Cell>(*A_, next, b, op);
+            const double before = sizeOfColumn<Cell>(r), after = sizeOfColumn<Cell>(left);
+            if (!(after < before)) break;
+            longest = std::max(longest, step);
+            x = std::move(next);
+            r = std::move(left);
+            if (after > 0.5 * before) break;
+        }
+        copyColumns(x, X, j);
+    }
+    return longest;
+}
+
+template class PivotedFactor<double>;
+template class PivotedFactor<Complex>;
+
+} // namespace Velmar::Lintrix::detail::roads

@@ -1,0 +1,57 @@
+#pragma once
+/// @file
+/// Sparse LU with partial pivoting as a road: when it pays, within which bounds, and its factor.
+
+#include <lintrix/services/export.h>
+#include <lintrix/systems/roads/factored.h>
+#include <lintrix/systems/sparse_lu/sparse_lu.h>
+#include <lintrix/systems/system_matrix.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace Velmar::Lintrix::detail::roads {
+
+/// Made in steps. Copies for other threads share what is made.
+template <class Cell>
+class LINTRIX_TESTABLE PivotedFactor final : public Factored<Cell> {
+public:
+    /// Analyses `A`, which has both triangles and must outlive the factor. In a symmetric pattern the
+    /// diagonal is left for elements a hundred times as large, elsewhere for ten times: an exchange costs the
+    /// symmetry, and with it fill. @throws NotEnoughMemoryException, std::bad_alloc
+    PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern);
+
+    /// Whether it takes less time than supernodes, which do many operations an element at a high rate. Of a
+    /// matrix that has no factor, no.
+    bool pays() const;
+    /// As forecast for pivots on the diagonal.
+    RoadCost cost() const;
+
+    /// @throws as the constructor
+    EngineAnswer factorize(const sparse_lu::LuBounds& bounds);
+    /// For other values in the arrays of A, with the same pivots where they serve. @throws likewise
+    EngineAnswer refactorize(const sparse_lu::LuBounds& bounds);
+    std::int64_t entries() const { return lu_->entries(); }
+
+    EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                       std::optional<std::int32_t> steps = {}) override;
+    std::int32_t refinementSteps() const override { return steps_; }
+    std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<PivotedFactor>(*this); }
+
+private:
+    EngineAnswer answerOf(sparse_lu::LuOutcome outcome) const;
+    std::int32_t refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                        std::int32_t most) const;
+
+    const SparseOf<Cell>* A_;
+    double threshold_;
+    std::shared_ptr<sparse_lu::SparseLU<Cell>> lu_;
+    std::int32_t steps_ = 0;
+};
+
+/// Whether a look at its size lets hope that an analysis would find it to pay: few elements a row, or few in
+/// all.
+LINTRIX_TESTABLE bool mayPivotedPay(std::int32_t n, std::int64_t elements);
+
+} // namespace Velmar::Lintrix::detail::roads
