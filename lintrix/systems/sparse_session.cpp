@@ -86,7 +86,7 @@ public:
     {
         const std::lock_guard turn(busy_);
         if (isStructurallySingular()) return {};
-        const RoadCost cost = runner_.forecast(Attempt{first_});
+        const RoadCost cost = runner_.forecast(Attempt{runner_.firstRoad(first_)});
         return {cost.entries, cost.operations, cost.bytesInMemory, cost.bytesWithFiles};
     }
 
@@ -119,6 +119,7 @@ public:
         first_ = first;
         if (samePattern && sameTypes) {
             matrix_.TakeValues(std::move(next));
+            runner_.forgetValues();
             isFactorOld_ = true;
             return SystemChange::Values;
         }
@@ -210,7 +211,7 @@ private:
             exhausted_ == Verdict::Accurate && best_ ? std::optional(best_->attempt) : std::nullopt;
         std::optional<Outcome<Cell>> outcome = withFactorAtHand(request);
         if (!allFinite(request.B)) {
-            if (!outcome) outcome = runner_.run(Attempt{first_}, Reach::Near, request);
+            if (!outcome) outcome = runner_.run(Attempt{runner_.firstRoad(first_)}, Reach::Near, request);
         } else if (!outcome || !isGoodEnough(*outcome)) {
             outcome.reset();
             outcome = searched(request);
@@ -236,7 +237,7 @@ private:
     Outcome<Cell> searched(const Request<Cell>& request)
     {
         RoadSearch<Cell> search(runner_, request, !options_.ordering);
-        search.follow(first_);
+        search.follow(runner_.firstRoad(first_));
         Outcome<Cell> best = search.best();
         left_ = search.left();
         if (best.taken && !best.factor && best.verdict() == Verdict::Degraded)
