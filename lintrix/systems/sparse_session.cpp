@@ -161,11 +161,14 @@ private:
         return answer;
     }
 
-    /// No road can do better. Where the diagonal is full, nothing has to be looked for.
+    /// No road can do better. Where the diagonal is full, nothing has to be looked for, and partial pivoting
+    /// begins with a matching.
     std::int32_t structuralRankOnce()
     {
         if (!rank_)
-            rank_ = matrix_.Traits().fullDiagonal ? matrix_.Size() : structuralRank<Cell>(matrix_.Matrix());
+            rank_ = matrix_.Traits().fullDiagonal || runner_.firstRoad(first_) == Road::Pivoted
+                        ? matrix_.Size()
+                        : structuralRank<Cell>(matrix_.Matrix());
         return *rank_;
     }
     bool isStructurallySingular() { return structuralRankOnce() < matrix_.Size(); }

@@ -66,7 +66,8 @@ TEST(PartialPivoting, IsTakenWhereSupernodesDoNotPay)
     EXPECT_EQ(roadOf(network, {.type = MatrixType::Unsymmetric}), "sparse LU with matching");
     EXPECT_EQ(roadOf(network, {.ordering = FillInReducingMethod::NestedDissection}),
               "sparse LU with matching");
-    EXPECT_EQ(roadOf(network, {.outOfCore = true}), "sparse LU with matching");
+    const EngineSettings iterates{.strategy = FactorizationStrategy::ComputeWhenNeeded};
+    EXPECT_EQ(roadOf(network, {.engine = iterates}), "sparse LU with matching");
 }
 
 TEST(PartialPivoting, KeepsItsPivotsForOtherValues)

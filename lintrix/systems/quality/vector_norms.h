@@ -14,10 +14,12 @@ inline double modulus(double value) noexcept
     return std::abs(value);
 }
 
-/// By hypot, so that no square is formed. Infinite where a part is infinite and the other no number.
+/// By squares where their sum is in the middle of the range of a double, else by hypot, which takes ten times
+/// as long. Infinite where a part is infinite and the other no number.
 inline double modulus(const std::complex<double>& value) noexcept
 {
-    return std::hypot(value.real(), value.imag());
+    const double sum = value.real() * value.real() + value.imag() * value.imag();
+    return sum > 0x1p-900 && sum < 0x1p1000 ? std::sqrt(sum) : std::hypot(value.real(), value.imag());
 }
 
 /// The larger one, and NaN if either is.

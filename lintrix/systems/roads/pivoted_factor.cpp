@@ -1,6 +1,7 @@
 #include <lintrix/systems/roads/pivoted_factor.h>
 
 #include <lintrix/foundation/failures.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
 
 #include <algorithm>
@@ -22,15 +23,6 @@ constexpr double kThreshold = 0.1, kSymmetricThreshold = 0.01;
 constexpr double kMostPerElement = 30.0, kMostPerComplexElement = 25.0;
 constexpr double kMostPerRow = 12.0;
 constexpr std::int32_t kFewRows = 500;
-
-/// The largest magnitude of each column, in one number: the columns are refined one by one.
-template <class Cell>
-double sizeOfColumn(const MatrixOf<Cell>& column)
-{
-    double largest = 0.0;
-    for (const Cell& cell : cellsOf(column)) largest = std::max(largest, std::abs(cell));
-    return largest;
-}
 
 } // namespace
 
@@ -125,7 +117,8 @@ std::int32_t PivotedFactor<Cell>::refine(const MatrixOf<Cell>& B, MatrixOf<Cell>
             MatrixOf<Cell> correction(r);
             lu_->solve(op, cellsOf(correction));
             MatrixOf<Cell> next = x + correction, left = residualOf<Cell>(*A_, next, b, op);
-            const double before = sizeOfColumn<Cell>(r), after = sizeOfColumn<Cell>(left);
+            const double before = largestModulus(cellsOf(r).data(), B.Rows()),
+                         after = largestModulus(cellsOf(left).data(), B.Rows());
             if (!(after < before)) break;
             longest = std::max(longest, step);
             x = std::move(next);

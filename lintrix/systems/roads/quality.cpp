@@ -1,5 +1,7 @@
 #include <lintrix/systems/roads/quality.h>
 
+#include <lintrix/systems/quality/vector_norms.h>
+
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -13,7 +15,7 @@ template <class Cells>
 double largestMagnitude(Cells cells)
 {
     double largest = 0.0;
-    for (const auto cell : cells) largest = std::max(largest, std::abs(cell));
+    for (const auto cell : cells) largest = std::max(largest, modulus(cell));
     return largest;
 }
 
@@ -29,7 +31,7 @@ double infinityNorm(const Block& A)
     std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
     const auto cells = cellsOf(A);
     for (std::size_t begin = 0; begin < cells.size(); begin += sums.size()) {
-        for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += std::abs(cells[begin + i]);
+        for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += modulus(cells[begin + i]);
     }
     return sums.empty() ? 0.0 : *std::ranges::max_element(sums);
 }
@@ -40,8 +42,8 @@ double sparseInfinityNorm(const Matrix& A, bool transposed)
 {
     std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
     ForEachEntry(A, [&](std::int32_t row, std::int32_t col, const auto& value) {
-        sums[static_cast<std::size_t>(transposed ? col : row)] += std::abs(value);
-        if (isTriangle(A) && row != col) sums[static_cast<std::size_t>(col)] += std::abs(value);
+        sums[static_cast<std::size_t>(transposed ? col : row)] += modulus(value);
+        if (isTriangle(A) && row != col) sums[static_cast<std::size_t>(col)] += modulus(value);
     });
     return sums.empty() ? 0.0 : *std::ranges::max_element(sums);
 }
@@ -52,7 +54,7 @@ double oneNorm(const Block& A)
     double largest = 0.0;
     for (std::int32_t j = 0; j < A.Cols(); ++j) {
         double sum = 0.0;
-        for (const auto& cell : columnCells(A, j)) sum += std::abs(cell);
+        for (const auto& cell : columnCells(A, j)) sum += modulus(cell);
         largest = std::max(largest, sum);
     }
     return largest;
@@ -168,7 +170,7 @@ double largestDifference(const Block& X, const Block& Y)
     const auto x = cellsOf(X), y = cellsOf(Y);
     double largest = 0.0;
     for (std::size_t i = 0; i < x.size(); ++i) {
-        const double difference = std::abs(x[i] - y[i]);
+        const double difference = modulus(x[i] - y[i]);
         if (std::isnan(difference)) return difference;
         largest = std::max(largest, difference);
     }

@@ -36,11 +36,19 @@ inline double operationsOf(const std::complex<double>&) noexcept
     return 8.0;
 }
 
+/// 1 / x, by the square of its size where that is in the middle of the range of a double.
+inline std::complex<double> inverseOf(const std::complex<double>& x) noexcept
+{
+    const double square = x.real() * x.real() + x.imag() * x.imag();
+    const bool isInRange = square > 0x1p-900 && square < 0x1p900;
+    return isInRange ? std::complex<double>(x.real() / square, -x.imag() / square) : 1.0 / x;
+}
+
 /// Many numbers divided by one: of real numbers a division each, of complex ones one for all.
 template <class Cell>
 class Divisor {
 public:
-    explicit Divisor(const Cell& pivot) noexcept : inverse_(1.0 / pivot) {}
+    explicit Divisor(const Cell& divisor) noexcept : inverse_(inverseOf(divisor)) {}
     Cell of(const Cell& x) const noexcept { return product(x, inverse_); }
 
 private:
