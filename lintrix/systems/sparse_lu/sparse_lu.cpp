@@ -25,7 +25,7 @@ double scaleFor(double largest)
 
 // Operations above those foretold for pivots on the diagonal from which on the columns are ordered anew; and
 // those of which nothing is said.
-constexpr double kExcess = 8.0, kFewOperations = 1e6;
+constexpr double kExcess = 4.0, kFewOperations = 1e6;
 
 std::vector<std::int32_t> inverseOf(std::span<const std::int32_t> at)
 {
