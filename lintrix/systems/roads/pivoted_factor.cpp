@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <new>
 #include <utility>
+#include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -17,18 +18,32 @@ namespace {
 
 constexpr double kThreshold = 0.1, kSymmetricThreshold = 0.01;
 
-// Operations of real numbers an element of L and U up to which columns one by one are faster than supernodes;
-// elements of A a row, and rows, above which that has never been the case. Measured on the circuits, networks
-// and linear programs of the test collection, and on meshes.
+// Operations of real numbers an element of L and U up to which columns one by one are faster than supernodes.
+// Measured on the circuits, networks and linear programs of the test collection, and on meshes; so are the
+// limits below: elements of A a row, rows up to which meshes and full rows pay, and the share of light ones.
 constexpr double kMostPerElement = 30.0, kMostPerComplexElement = 25.0;
-constexpr double kMostPerRow = 12.0;
-constexpr std::int32_t kFewRows = 500;
+constexpr double kMostPerRow = 12.0, kLightShare = 0.1;
+constexpr std::int32_t kSmallDense = 500, kSmallMesh = 1500, kLight = 3;
+
+/// Rows that are light, or whose column is.
+std::ptrdiff_t lightOnes(std::span<const std::int32_t> rowPointers,
+                         std::span<const std::int32_t> columnIndices)
+{
+    std::vector<std::int32_t> lengths(rowPointers.size() - 1); // of columns
+    for (const std::int32_t column : columnIndices) ++lengths[static_cast<std::size_t>(column) - 1];
+    for (std::size_t i = 0; i < lengths.size(); ++i)
+        lengths[i] = std::min(lengths[i], rowPointers[i + 1] - rowPointers[i]);
+    return std::ranges::count_if(lengths, [](std::int32_t length) { return length <= kLight; });
+}
 
 } // namespace
 
-bool mayPivotedPay(std::int32_t n, std::int64_t elements)
+bool mayPivotedPay(std::span<const std::int32_t> rowPointers, std::span<const std::int32_t> columnIndices)
 {
-    return n <= kFewRows || static_cast<double>(elements) <= kMostPerRow * n;
+    const auto n = static_cast<double>(rowPointers.size() - 1);
+    if (n <= kSmallDense) return true;
+    if (static_cast<double>(columnIndices.size()) > kMostPerRow * n) return false;
+    return n <= kSmallMesh || static_cast<double>(lightOnes(rowPointers, columnIndices)) >= kLightShare * n;
 }
 
 template <class Cell>

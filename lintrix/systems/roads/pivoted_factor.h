@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -50,8 +51,11 @@ private:
     std::int32_t steps_ = 0;
 };
 
-/// Whether a look at its size lets hope that an analysis would find it to pay: few elements a row, or few in
-/// all.
-LINTRIX_TESTABLE bool mayPivotedPay(std::int32_t n, std::int64_t elements);
+/// Whether a look at a square pattern, as the library's matrices have it, lets hope that an analysis would
+/// find it to pay. Circuits, networks and linear programs have many rows or columns of three elements or
+/// less, with which an elimination begins without fill; in meshes there are none, and those pay for small
+/// sizes alone. Cost: a pass over the columns.
+LINTRIX_TESTABLE bool mayPivotedPay(std::span<const std::int32_t> rowPointers,
+                                    std::span<const std::int32_t> columnIndices);
 
 } // namespace Velmar::Lintrix::detail::roads

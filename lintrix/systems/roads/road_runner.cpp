@@ -54,7 +54,8 @@ Road RoadRunner<Cell>::firstRoad(Road road)
 template <class Cell>
 bool RoadRunner<Cell>::triesPivoting()
 {
-    if (!mayPivotedPay(system_.Size(), system_.Matrix().NumElements())) return false;
+    const SparseOf<Cell>& A = system_.Full();
+    if (!mayPivotedPay(A.RowPointers(), A.ColumnIndices())) return false;
     const bool pays = pivoted().pays();
     if (!pays) {
         pivoted_.reset();
@@ -230,7 +231,7 @@ PivotedFactor<Cell>& RoadRunner<Cell>::pivoted()
 template <class Cell>
 sparse_lu::LuBounds RoadRunner<Cell>::pivotedBounds(Reach limit) const
 {
-    constexpr double kExcess = 4.0, kFewOperations = 1e6;
+    constexpr double kExcess = 3.0, kFewOperations = 1e6;
     constexpr double bytesPerEntry = 2.5 * (sizeof(Cell) + sizeof(std::int32_t)); // old and new arrays
     const double operations = done_ || limit != Reach::Near
                                   ? mostColumnOperations(limit, done_.value_or(RoadCost{}))

@@ -48,11 +48,24 @@ TEST(PivotedFactor, PaysWhereThereIsLittleToEliminate)
     EXPECT_FALSE(PivotedFactor<double>(singular, false).pays()) << "no road at all";
 }
 
-TEST(PivotedFactor, IsHopedForWhereThereAreFewElements)
+TEST(PivotedFactor, IsHopedForWhereThereAreLightRowsOrFew)
 {
-    EXPECT_TRUE(mayPivotedPay(100, 10'000));
-    EXPECT_TRUE(mayPivotedPay(100'000, 700'000));
-    EXPECT_FALSE(mayPivotedPay(100'000, 2'700'000));
+    const auto mayPay = [](const SparseMatrix& A) {
+        return mayPivotedPay(A.RowPointers(), A.ColumnIndices());
+    };
+    EXPECT_TRUE(mayPay(body(8))) << "512 unknowns";
+    EXPECT_FALSE(mayPay(body(12)));
+    const std::int32_t n = 4000;
+    SparseAssembler ladder(n, n), band(n, n);
+    for (std::int32_t i = 0; i < n; ++i) {
+        for (std::int32_t j = std::max(0, i - 7); j < std::min(n, i + 7); ++j) band.Add(i, j, 1.0);
+        ladder.Add(i, i, 2.0);
+        ladder.Add(i, (i * 7) % n, 1.0);
+        ladder.Add(i / 2, i, 1.0);
+    }
+    EXPECT_TRUE(mayPay(ladder.Assemble()));
+    EXPECT_FALSE(mayPay(band.Assemble())) << "14 elements a row";
+    EXPECT_TRUE(mayPay(SparseMatrix(randomDense<double>(100, 1.0, 1)))) << "small";
 }
 
 TEST(PivotedFactor, ItsForecastIsThatOfPivotsOnTheDiagonal)
