@@ -17,6 +17,7 @@
 #include <lintrix/engine/minimum_degree_order.h>
 #include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/engine/pardiso.h>
+#include <lintrix/engine/saved_factorization.h>
 #include <lintrix/engine/solve_handle.h>
 #include <lintrix/foundation/archive.h>
 #include <lintrix/foundation/archive_stream.h>
@@ -27,6 +28,7 @@
 #include <lintrix/services/blas_identity.h>
 #include <lintrix/services/buffer_pool.h>
 #include <lintrix/services/memory_limit.h>
+#include <lintrix/services/section_file.h>
 #include <lintrix/services/system_allocator.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/services/version.h>

@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -176,6 +177,23 @@ CLI::Option* addOutOfCore(CLI::App* solve, tools::SparseOptions& options)
         ->each(take);
 }
 
+/// Files of a factor, which are read and written at any place of theirs.
+std::vector<CLI::Option*> addKept(CLI::App* solve, tools::SparseOptions& options)
+{
+    const CLI::Validator isNoStream(
+        [](const std::string& name) {
+            return name == tools::kStandardOutput ? "a factor is kept in a file" : std::string();
+        },
+        "");
+    CLI::Option* const save = addFile(*solve, "--save-factor", options.saveFactor, "FILE",
+                                      "Keep matrix, analysis and factor in a file, for --factor")
+                                  ->check(isNoStream);
+    CLI::Option* const factor = addFile(*solve, "--factor", options.factor, "FILE",
+                                        "Go on with what was kept; of another A only what still holds")
+                                    ->check(isNoStream);
+    return {save, factor};
+}
+
 /// The options of the direct solver.
 std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::SparseOptions& options)
 {
@@ -202,11 +220,45 @@ std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::S
                          "At most N steps of refinement; below 0 with residuals in extended precision")
             ->type_name("N");
     CLI::Option* const outOfCore = addOutOfCore(solve, options);
+    const std::vector<CLI::Option*> kept = addKept(solve, options);
     CLI::Option* const report =
         solve
             ->add_flag("--report", options.system.engine.engineReport, "Print the direct solver's own report")
             ->excludes(json);
-    return {type, ordering, strategy, refine, outOfCore, report};
+    std::vector<CLI::Option*> direct = {type, ordering, strategy, refine, outOfCore, report};
+    direct.insert(direct.end(), kept.begin(), kept.end());
+    return direct;
+}
+
+/// What is wrong with a number of seconds, in words; nothing when it can be used.
+std::string faultOfSeconds(const std::string& word)
+{
+    constexpr double kMost = 1e9; // some thirty years
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    const bool sound =
+        error == std::errc() && end == word.data() + word.size() && value >= 0.0 && value <= kMost;
+    return sound ? "" : tools::inQuotes(word) + " is not a number of seconds";
+}
+
+/// Bounds of time and memory, whatever way the system is solved.
+void addLimits(CLI::App* solve, SystemOptions& options)
+{
+    constexpr double kMegabyte = 1048576.0;
+    const auto takeSeconds = [&options](double seconds) {
+        using Clock = std::chrono::steady_clock;
+        options.limits.deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                                     std::chrono::duration<double>(seconds));
+    };
+    solve->add_option_function<double>("--deadline", takeSeconds, "Give up after so many seconds")
+        ->type_name("SECONDS")
+        ->check(CLI::Validator(faultOfSeconds, ""));
+    const auto takeMegabytes = [&options](int megabytes) { options.memoryBudget = kMegabyte * megabytes; };
+    solve
+        ->add_option_function<int>("--memory", takeMegabytes,
+                                   "Hold at most MB megabytes, with the factor in files if need be")
+        ->type_name("MB")
+        ->check(CLI::Validator(faultOfCount, ""));
 }
 
 /// They are refused where the file, once it is open, turns out to be solved in another way.
@@ -229,6 +281,7 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
     addThreads(*solve);
     CLI::Option* const json = solve->add_flag("--json", options.json, "Report on one line of JSON");
     noteDirect(solve, addDirect(solve, json, options.sparse), options);
+    addLimits(solve, options.sparse.system);
     solve->add_flag("--explain", options.explain, "Say in sentences what the report means, and what to do")
         ->excludes(json);
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
@@ -267,6 +320,8 @@ void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
     analyse->add_flag("--json", options.json, "Report on one line of JSON");
     analyse->footer(
         "Orderings: mmd minimum degree, cmmd with parts, nd nested dissection, pnd with parts, natural.\n"
+        "Seconds: of the analysis; of factorization and solve as foreseen, on a machine with nothing else to "
+        "do.\n"
         "Memory: factors with the work on one; in core: all with one factor in memory; in files: at least.\n"
         "Exit code: 0 analysed, 1 singular pattern or no analysis, 2 usage or bad input.");
 }

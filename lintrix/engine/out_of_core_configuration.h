@@ -18,4 +18,17 @@ struct OutOfCoreConfiguration {
 /// As it is now. A program that stores the variables that nobody has set gives defaults of its own.
 LINTRIX_EXPORT OutOfCoreConfiguration ReadOutOfCoreConfiguration() noexcept;
 
+/// While it lives, the core of handles that this thread has `pardiso` analyse has so many megabytes at most,
+/// whatever is configured.
+class LINTRIX_EXPORT OutOfCoreLimit {
+public:
+    explicit OutOfCoreLimit(int megabytes) noexcept;
+    ~OutOfCoreLimit();
+    OutOfCoreLimit(const OutOfCoreLimit&) = delete;
+    OutOfCoreLimit& operator=(const OutOfCoreLimit&) = delete;
+
+private:
+    int before_;
+};
+
 } // namespace Velmar::Lintrix

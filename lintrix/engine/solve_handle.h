@@ -34,6 +34,7 @@ public:
     /// needs no handle.
     bool IsReady() const noexcept;
     void** Slots() noexcept { return slots_.data(); }
+    void* const* Slots() const noexcept { return slots_.data(); }
 
 private:
     std::array<void*, 64> slots_{};

@@ -3,14 +3,20 @@
 #include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/forward_bound.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/quality.h>
+#include <lintrix/systems/roads/words.h>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <numeric>
+#include <span>
 
 namespace Velmar::Lintrix::detail {
 
@@ -48,11 +54,12 @@ void solveConjugated(Factored<Cell>& factor, std::int32_t size, std::int32_t col
     std::copy_n(cellsOf(std::as_const(X)).begin(), count, y);
 }
 
-/// The columns in the order in which their errors are bounded.
+/// The columns that can be judged, in the order in which their errors are bounded.
 std::vector<std::size_t> worstFirst(const std::vector<BackwardError>& errors)
 {
-    std::vector<std::size_t> order(errors.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::vector<std::size_t> order;
+    for (std::size_t j = 0; j < errors.size(); ++j)
+        if (std::isfinite(errors[j].normwise)) order.push_back(j);
     const auto badness = [&errors](std::size_t j) {
         const double error = errors[j].componentwise;
         return std::isnan(error) ? std::numeric_limits<double>::infinity() : error;
@@ -61,19 +68,128 @@ std::vector<std::size_t> worstFirst(const std::vector<BackwardError>& errors)
     return order;
 }
 
+/// A bound that could not be had takes the best verdict away, and no more: the probe has been measured.
+Verdict verdictOf(const ColumnQuality& column, double probeError, std::optional<double> ownError)
+{
+    const Verdict byProbe = roads::verdictOf(column.backwardError, probeError);
+    if (!ownError) return byProbe;
+    if (!std::isfinite(*ownError)) return std::max(byProbe, Verdict::Degraded);
+    return roads::verdictOf(column.backwardError, worseError(probeError, ownError));
+}
+
 template <class Cells>
 bool isZero(Cells cells)
 {
     return std::ranges::all_of(cells, [](const auto& cell) { return cell == 0.0; });
 }
 
-/// A bound that could not be had takes the best verdict away, and no more: the probe has been measured.
-Verdict verdictOf(const ColumnQuality& column, double probeError)
+/// Adds to r what may have been lost of it where all of a row has underflown.
+template <class Cell>
+void addUnderflow(const MatrixView<Cell>& A, TransposeMode op, const Cell* b, const Cell* x, Cell* r)
 {
-    if (!column.errorBound) return roads::verdictOf(column.backwardError, probeError);
-    if (!std::isfinite(*column.errorBound))
-        return std::max(roads::verdictOf(column.backwardError, probeError), Verdict::Degraded);
-    return roads::verdictOf(column.backwardError, worseError(probeError, column.errorBound));
+    const UnderflowGuard guard(longestRow(A, op) + 1);
+    std::vector<double> w(static_cast<std::size_t>(A.rows()));
+    residualScale(A, op, 1, b, x, w.data());
+    for (std::size_t i = 0; i < w.size(); ++i)
+        if (w[i] <= guard.below) r[i] += guard.shift;
+}
+
+/// ||op(A)^-1 * r||/||x|| of each of some columns, by the factor.
+template <class Cell>
+std::vector<double> errorEstimates(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
+                                   const std::vector<std::size_t>& which, const Cell* b, const Cell* x,
+                                   const Cell* r)
+{
+    if (which.empty()) return {};
+    const auto n = static_cast<std::size_t>(A.rows());
+    std::vector<Cell> residuals, corrections(n * which.size());
+    for (const std::size_t j : which) {
+        residuals.insert(residuals.end(), r + n * j, r + n * (j + 1));
+        if (isZero(std::span(b + n * j, n))) continue; // exact
+        addUnderflow(A, op, b + n * j, x + n * j, residuals.data() + residuals.size() - n);
+    }
+    solveRaw(factor, A.rows(), op, static_cast<std::int32_t>(which.size()), residuals.data(),
+             corrections.data());
+    std::vector<double> estimates;
+    for (std::size_t k = 0; k < which.size(); ++k) {
+        const double correction = largestModulus(corrections.data() + n * k, A.rows());
+        estimates.push_back(correction == 0.0 ? 0.0
+                                              : correction / largestModulus(x + n * which[k], A.rows()));
+    }
+    return estimates;
+}
+
+template <class Cell>
+double errorBound(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
+                  std::span<const Cell> b, std::span<const Cell> x, const Cell* r)
+{
+    if (isZero(x) && isZero(b)) return 0.0; // exact, and there is no size to divide by
+    return forwardErrorBounds(A, op, inverseBy(factor, A.rows(), op), 1, b.data(), x.data(), r,
+                              ResidualPrecision::Twice, kQuick)
+        .front();
+}
+
+template <class Cell>
+std::vector<Cell> residualsOf(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B,
+                              const MatrixOf<Cell>& X)
+{
+    const auto b = cellsOf(B), x = cellsOf(X);
+    std::vector<Cell> r(x.size());
+    residualInTwicePrecision<Cell>(A, op, X.Cols(), b.data(), x.data(), nullptr, r.data());
+    return r;
+}
+
+/// Those that have no bound, or none that is finite.
+std::vector<std::size_t> unbounded(const std::vector<std::size_t>& order,
+                                   const std::vector<ColumnQuality>& columns)
+{
+    std::vector<std::size_t> others;
+    std::ranges::copy_if(order, std::back_inserter(others), [&columns](std::size_t j) {
+        return !columns[j].errorBound || !std::isfinite(*columns[j].errorBound);
+    });
+    return others;
+}
+
+template <class Cell>
+std::vector<ColumnQuality> qualityOfColumns(const MatrixView<Cell>& A, TransposeMode op,
+                                            const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,
+                                            Factored<Cell>* factor, std::int32_t bounds, double probeError)
+{
+    const auto b = cellsOf(B), x = cellsOf(X);
+    const std::vector<Cell> r = residualsOf(A, op, B, X);
+    const std::vector<BackwardError> errors = backwardErrors(A, op, X.Cols(), b.data(), x.data(), r.data());
+    const std::vector<std::size_t> order = worstFirst(errors);
+    const std::size_t bounded = factor ? std::min<std::size_t>(std::max(bounds, 0), order.size()) : 0;
+    std::vector<ColumnQuality> columns;
+    for (const BackwardError& error : errors)
+        columns.push_back({Verdict::Failed, error.normwise, error.componentwise});
+    const auto n = static_cast<std::size_t>(A.rows());
+    for (const std::size_t j : std::span(order).first(bounded))
+        columns[j].errorBound =
+            errorBound(A, op, *factor, b.subspan(n * j, n), x.subspan(n * j, n), r.data() + n * j);
+    for (const std::size_t j : order)
+        columns[j].verdict = verdictOf(columns[j], probeError, columns[j].errorBound);
+    if (bounded == 0) return columns;
+    const std::vector<std::size_t> others = unbounded(order, columns);
+    const std::vector<double> estimates =
+        errorEstimates(A, op, *factor, others, b.data(), x.data(), r.data());
+    for (std::size_t k = 0; k < others.size(); ++k) {
+        ColumnQuality& column = columns[others[k]];
+        column.verdict = std::max(column.verdict, verdictOf(column, probeError, estimates[k]));
+    }
+    return columns;
+}
+
+/// Of a verdict other than Accurate, in a few words.
+std::string reasonOf(const ColumnQuality& column)
+{
+    if (!std::isfinite(column.backwardError)) return "a number overflowed";
+    if (!(column.backwardError <= kRoundingLevel))
+        return "scaled residual " + numberInWords(column.backwardError);
+    if (!column.errorBound) return "ill-conditioned";
+    return std::isfinite(*column.errorBound)
+               ? fmt::format("ill-conditioned, error up to {}", numberInWords(*column.errorBound))
+               : "the error cannot be bounded";
 }
 
 } // namespace
@@ -95,44 +211,65 @@ LinearMap<Cell> inverseBy(Factored<Cell>& factor, std::int32_t size, TransposeMo
 }
 
 template <class Cell>
-std::vector<ColumnQuality> qualityOfColumns(const SparseOf<Cell>& A, TransposeMode op,
-                                            const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,
-                                            Factored<Cell>* factor, std::int32_t bounds, double probeError)
+std::vector<ColumnQuality> improvedColumns(const MatrixView<Cell>& A, TransposeMode op,
+                                           const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
+                                           const ColumnUnits<Cell>* units, Factored<Cell>* factor,
+                                           std::int32_t bounds, double probeError)
 {
-    const MatrixView<Cell> view(A);
-    const auto b = cellsOf(B), x = cellsOf(X);
-    std::vector<Cell> r(x.size());
-    residualInTwicePrecision(view, op, X.Cols(), b.data(), x.data(), static_cast<const Cell*>(nullptr),
-                             r.data());
-    const std::vector<BackwardError> errors =
-        backwardErrors(view, op, X.Cols(), b.data(), x.data(), static_cast<const Cell*>(r.data()));
-    std::vector<ColumnQuality> columns(errors.size());
-    const auto n = static_cast<std::size_t>(A.Rows());
-    for (std::size_t k = 0; const std::size_t j : worstFirst(errors)) {
-        columns[j].backwardError = errors[j].normwise;
-        columns[j].componentwiseError = errors[j].componentwise;
-        if (!factor || k++ >= static_cast<std::size_t>(bounds)) continue;
-        if (isZero(x.subspan(n * j, n)) && isZero(b.subspan(n * j, n))) {
-            columns[j].errorBound = 0.0; // exact, and there is no size to divide by
-            continue;
-        }
-        columns[j].errorBound =
-            forwardErrorBounds(view, op, inverseBy(*factor, A.Rows(), op), 1, b.data() + n * j,
-                               x.data() + n * j, static_cast<const Cell*>(r.data() + n * j),
-                               ResidualPrecision::Twice, kQuick)
-                .front();
+    if (units) X = units->thereAndBack(std::move(X));
+    std::vector<ColumnQuality> columns = qualityOfColumns(A, op, B, X, factor, bounds, probeError);
+    const Verdict best = roads::verdictOf(0.0, probeError);
+    const bool isWorse = std::ranges::any_of(columns, [best](const ColumnQuality& column) {
+        return column.verdict > best && std::isfinite(column.backwardError);
+    });
+    if (!isWorse || !factor || bounds <= 0) return columns;
+    MatrixOf<Cell> corrected(X.Rows(), X.Cols());
+    const std::vector<Cell> r = residualsOf(A, op, B, X);
+    solveRaw(*factor, A.rows(), op, X.Cols(), r.data(), cellsOf(corrected).data());
+    corrected = X + corrected;
+    if (units) corrected = units->thereAndBack(std::move(corrected));
+    const std::vector<ColumnQuality> after =
+        qualityOfColumns(A, op, B, corrected, factor, bounds, probeError);
+    for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        const auto at = static_cast<std::size_t>(j);
+        if (after[at].verdict >= columns[at].verdict) continue;
+        columns[at] = after[at];
+        std::ranges::copy(columnCells(std::as_const(corrected), j), columnCells(X, j).begin());
     }
-    for (ColumnQuality& column : columns) column.verdict = verdictOf(column, probeError);
     return columns;
 }
 
+double residualOf(const std::vector<ColumnQuality>& columns)
+{
+    double residual = 0.0;
+    for (const ColumnQuality& column : columns) residual = largerOrNaN(residual, column.backwardError);
+    return residual;
+}
+
+template <class Cell>
+void lowerToWorst(SystemAnswer<Cell>& answer, bool lacksOne)
+{
+    for (const ColumnQuality& column : answer.columns) {
+        if (column.verdict <= answer.verdict) continue;
+        answer.verdict = column.verdict;
+        answer.reason = reasonOf(column);
+    }
+    if (lacksOne) {
+        answer.residual = std::numeric_limits<double>::quiet_NaN();
+        answer.reason = "a right-hand side is not finite";
+    }
+    if (answer.verdict == Verdict::Failed) answer.complaint = "there is no good solution: " + answer.reason;
+}
+
+template void lowerToWorst(SystemAnswer<double>&, bool);
+template void lowerToWorst(SystemAnswer<Complex>&, bool);
 template LinearMap<double> inverseBy(Factored<double>&, std::int32_t, TransposeMode);
 template LinearMap<Complex> inverseBy(Factored<Complex>&, std::int32_t, TransposeMode);
-template std::vector<ColumnQuality> qualityOfColumns<double>(const SparseMatrix&, TransposeMode,
-                                                             const Matrix&, const Matrix&, Factored<double>*,
-                                                             std::int32_t, double);
-template std::vector<ColumnQuality> qualityOfColumns<Complex>(const CSparseMatrix&, TransposeMode,
-                                                              const CMatrix&, const CMatrix&,
-                                                              Factored<Complex>*, std::int32_t, double);
+template std::vector<ColumnQuality> improvedColumns(const MatrixView<double>&, TransposeMode, const Matrix&,
+                                                    Matrix&, const ColumnUnits<double>*, Factored<double>*,
+                                                    std::int32_t, double);
+template std::vector<ColumnQuality> improvedColumns(const MatrixView<Complex>&, TransposeMode, const CMatrix&,
+                                                    CMatrix&, const ColumnUnits<Complex>*, Factored<Complex>*,
+                                                    std::int32_t, double);
 
 } // namespace Velmar::Lintrix::detail

@@ -3,8 +3,10 @@
 /// How good each column of a solution is, by the residual in twice the working precision.
 
 #include <lintrix/systems/linear_map.h>
+#include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/roads/column_units.h>
 #include <lintrix/systems/roads/factored.h>
-#include <lintrix/systems/verdict.h>
 
 #include <cstdint>
 #include <vector>
@@ -15,13 +17,28 @@ namespace Velmar::Lintrix::detail {
 template <class Cell>
 LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, TransposeMode op);
 
-/// Of op(A)*X = B, all of B's columns. The error of up to `bounds` of them is bounded, those with the largest
-/// componentwise backward error first; of none without a factor. `probeError` is that of the known solution.
+/// Of op(A)*X = B, all of B's columns, X as it will be in the given units (none: as it is). The error of up
+/// to `bounds` of them is bounded, those with the largest componentwise backward error first; of none without
+/// a factor. Where some are, that of the others, and of those whose bound is infinite, is estimated: a
+/// right-hand side may be harder than the probe. `probeError` is that of the known solution. A column with an
+/// element that is not finite is no solution.
 ///
-/// Cost: a product a column; of a column whose error is bounded some six solves.
+/// Columns that are worse than the probe take a correction by the residual in twice the precision, and keep
+/// it where that gives a better verdict.
+///
+/// Cost: a product a column; of a column whose error is bounded some seven solves, of another one; twice that
+/// with corrections.
 template <class Cell>
 std::vector<ColumnQuality>
-qualityOfColumns(const SparseOf<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,
-                 roads::Factored<Cell>* factor, std::int32_t bounds, double probeError);
+improvedColumns(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
+                const roads::ColumnUnits<Cell>* units, roads::Factored<Cell>* factor, std::int32_t bounds,
+                double probeError);
+
+/// The largest normwise backward error; NaN where there is one among them.
+double residualOf(const std::vector<ColumnQuality>& columns);
+
+/// The worst of the answer's columns counts. `lacksOne`: one of the right-hand sides is not finite.
+template <class Cell>
+void lowerToWorst(SystemAnswer<Cell>& answer, bool lacksOne);
 
 } // namespace Velmar::Lintrix::detail

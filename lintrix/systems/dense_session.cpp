@@ -1,14 +1,24 @@
 #include <lintrix/systems/session.h>
 
-#include <lintrix/systems/roads/columns.h>
+#include <lintrix/foundation/failures.h>
+#include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/dense_solver.h>
+#include <lintrix/systems/roads/memory_budget.h>
+#include <lintrix/systems/roads/probed_columns.h>
 #include <lintrix/systems/roads/road_choice.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace Velmar::Lintrix::detail {
 
@@ -30,7 +40,10 @@ class DenseRoads final : public SystemSession<Cell> {
 public:
     using M = MatrixOf<Cell>;
 
-    DenseRoads(M A, SystemOptions options) : options_(std::move(options)), A_(std::move(A)) {}
+    DenseRoads(M A, SystemOptions options)
+        : SystemSession<Cell>(options), options_(std::move(options)), A_(std::move(A))
+    {
+    }
 
     std::int32_t rows() const noexcept override { return A_.Rows(); }
     std::int32_t cols() const noexcept override { return A_.Cols(); }
@@ -38,41 +51,124 @@ public:
     std::int32_t analyses() const override { return 0; }
     std::int32_t factorizations() const override { return factorizations_; }
 
-    SystemForecast forecast() override
+    SystemForecast forecast() override { return cost(); }
+
+    SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
+    {
+        ControlledRun run(this->watch_);
+        const SystemForecast forecast = cost();
+        const double columns = given ? given->Cols() : known ? known->Cols() : 1;
+        MemoryBudget(options_).require(bytesOfColumns<Cell>(std::max(rows(), cols()), columns + 1.0),
+                                       forecast.bytesInMemory, forecast.bytesInMemory);
+        SystemAnswer<Cell> answer = settle(given, known, op);
+        run.finish();
+        return answer;
+    }
+
+private:
+    SystemForecast cost() const
     {
         const double m = rows(), n = cols(), p = std::min(m, n),
                      each = std::is_same_v<Cell, Complex> ? 4.0 : 1.0;
         const double operations =
             each * (m == n ? 2.0 / 3.0 * n * n * n : 2.0 * p * p * (std::max(m, n) - p / 3.0));
         const double bytes = 2.0 * sizeof(Cell) * m * n;
-        return {static_cast<std::int64_t>(m * n), operations, bytes, bytes};
+        return {static_cast<std::int64_t>(m * n), operations, bytes, bytes,
+                SecondsFor({operations, sizeof(Cell) * m * n})};
     }
 
-    SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
+    SystemAnswer<Cell> settle(const M* given, const M* known, TransposeMode op)
+    {
+        const bool probeAlone = !given && !known;
+        const M zero(op == TransposeMode::NotTransposed ? rows() : cols(), 1);
+        if (probeAlone) given = &zero;
+        SystemAnswer<Cell> answer =
+            rows() == cols() ? solveSquare(given, known, op) : solveRectangular(given, known, op);
+        if (probeAlone) {
+            answer.x.reset();
+            answer.columns.clear();
+        }
+        return answer;
+    }
+
+    /// One factor for every op.
+    DenseFactor<Cell>& factorOnce()
+    {
+        const std::lock_guard turn(busy_);
+        if (factor_) return *factor_;
+        WorkScope::expect(cost().operations);
+        factor_ = std::make_unique<DenseFactor<Cell>>(A_);
+        WorkScope::tell(cost().operations);
+        ++factorizations_;
+        return *factor_;
+    }
+
+    SystemAnswer<Cell> solveSquare(const M* given, const M* known, TransposeMode op)
+    {
+        Answer<M> found{.road = "LU"};
+        DenseFactor<Cell>& factor = factorOnce();
+        if (factor.isSingular()) {
+            finish("solve");
+            found.status = Status::Singular;
+            return told(found, A_, {});
+        }
+        const ProbedColumns<Cell> columns = probedColumns<Cell>(A_, given, known, op);
+        M X(rows(), columns.B.Cols());
+        if (factor.solve(columns.B, X, op, {}).error != 0) throw NotEnoughMemoryException();
+        finish("solve");
+        return judged(factor, columns, std::move(X), known, op);
+    }
+
+    /// The worst of the columns counts, and the probe.
+    SystemAnswer<Cell> judged(DenseFactor<Cell>& factor, const ProbedColumns<Cell>& columns, M X,
+                              const M* known, TransposeMode op) const
+    {
+        const std::int32_t count = X.Cols() - 1;
+        Answer<M> found{.road = "LU",
+                        .probeError = probeErrorInUnits(columnOf(columns.known, columns.known.Cols() - 1),
+                                                        columnOf(X, count))};
+        M B(columns.B);
+        B.Cols(count);
+        X.Cols(count);
+        const ColumnUnits<Cell>* const units = columns.units ? &*columns.units : nullptr;
+        std::vector<ColumnQuality> qualities = improvedColumns<Cell>(
+            MatrixView<Cell>(A_), op, B, X, units, &factor, options_.errorBounds, *found.probeError);
+        if (units) units->multiply(X);
+        const bool lacksOne = units && !units->allFinite();
+        if (!lacksOne && !allFinite(X)) found.status = Status::NotFinite;
+        found.x = std::move(X);
+        Quality quality;
+        if (!lacksOne) quality.residual = residualOf(qualities);
+        SystemAnswer<Cell> answer = told(found, A_, quality, known);
+        if (!answer.x) return answer;
+        answer.columns = std::move(qualities);
+        lowerToWorst(answer, lacksOne);
+        return answer;
+    }
+
+    SystemAnswer<Cell> solveRectangular(const M* given, const M* known, TransposeMode op)
     {
         std::optional<M> other;
         if (op != TransposeMode::NotTransposed) other = turned(A_, op);
         const M& A = other ? *other : A_;
-        const M B = given ? *given : known ? A * *known : M(A.Rows(), 1);
+        const M B = given ? *given : A * *known;
         // A wide system is answered by its shortest solution, which a known one need not be.
         const bool isUnique = known && A.Rows() >= A.Cols();
+        WorkScope::expect(cost().operations);
         Answer<M> found = solveDense(A, B);
+        WorkScope::tell(cost().operations);
         ++factorizations_;
         finish("solve");
-        SystemAnswer<Cell> answer = tell(A, B, isUnique ? known : nullptr, found);
-        if (!given && !known) answer.x.reset(); // zero, beside the probe
-        return answer;
+        const Quality quality = found.status == Status::Solved ? judge(A, *found.x, B) : Quality();
+        return told(found, A, quality, isUnique ? known : nullptr);
     }
 
-private:
     /// Residuals and errors; an answer that does not solve its system is told to be inaccurate, one without a
     /// correct digit to be ill-conditioned.
-    SystemAnswer<Cell> tell(const M& A, const M& B, const M* known, Answer<M>& found) const
+    SystemAnswer<Cell> told(Answer<M>& found, const M& A, Quality quality, const M* known = nullptr) const
     {
         SystemAnswer<Cell> answer{.probeError = found.probeError, .road = found.road};
-        Quality quality;
         if (found.status == Status::Solved) {
-            quality = judge(A, *found.x, B);
             answer.residual = quality.residual;
             answer.normalResidual = quality.normalResidual;
             if (known) answer.knownError = probeError(*known, *found.x);
@@ -102,6 +198,8 @@ private:
     SystemOptions options_;
     M A_;
     MatrixTraits traits_{};
+    std::unique_ptr<DenseFactor<Cell>> factor_{}; ///< of a square matrix, once it was asked for
+    std::mutex busy_{};                           ///< that makes it
     std::atomic<std::int32_t> factorizations_ = 0;
 };
 

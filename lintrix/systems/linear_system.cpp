@@ -2,6 +2,7 @@
 
 #include <lintrix/complex/access.h>
 #include <lintrix/foundation/failures.h>
+#include <lintrix/systems/saved_system.h>
 #include <lintrix/systems/session.h>
 
 #include <utility>
@@ -24,6 +25,30 @@ template <class Cell>
 LinearSystem<Cell>::LinearSystem(M A, SystemOptions options)
     : session_(detail::denseSession<Cell>(std::move(A), std::move(options)))
 {
+}
+
+template <class Cell>
+LinearSystem<Cell>::LinearSystem(std::unique_ptr<detail::SystemSession<Cell>> session)
+    : session_(std::move(session))
+{
+}
+
+template <class Cell>
+LinearSystem<Cell> LinearSystem<Cell>::Load(const std::string& path, SystemOptions options)
+{
+    SectionReader file;
+    detail::openSaved<Cell>(path, file);
+    LinearSystem loaded(detail::loadedSession<Cell>(file, std::move(options)));
+    detail::requireWhole(file.End());
+    return loaded;
+}
+
+template <class Cell>
+void LinearSystem<Cell>::Save(const std::string& path) const
+{
+    const auto* const sparse = dynamic_cast<const detail::SparseSession<Cell>*>(session_.get());
+    if (!sparse) throw InvalidOperationException("Only square sparse systems can be saved.");
+    detail::writeSaved<Cell>(path, [&](SectionWriter& file) { sparse->save(file); });
 }
 
 template <class Cell>
@@ -55,6 +80,12 @@ template <class Cell>
 const MatrixTraits& LinearSystem<Cell>::Traits() const noexcept
 {
     return session_->traits();
+}
+
+template <class Cell>
+void LinearSystem<Cell>::Limits(const RunLimits& limits)
+{
+    session_->limits(limits);
 }
 
 template <class Cell>

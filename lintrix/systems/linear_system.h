@@ -7,6 +7,7 @@
 #include <lintrix/foundation/transposition.h>
 #include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/sparse_matrix.h>
+#include <lintrix/systems/factor_seconds.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
 #include <lintrix/systems/verdict.h>
@@ -72,7 +73,8 @@ struct SystemForecast {
     double operations = 0.0;        ///< of the factorization
     double bytesInMemory = 0.0;     ///< of analysis, factor and solve in all
     double bytesWithFiles =
-        0.0; ///< of memory at least, with the factor in files; as above where it cannot be
+        0.0;                 ///< of memory at least, with the factor in files; as above where it cannot be
+    FactorSeconds seconds{}; ///< of the factorization in memory and of a solve, by rates that are measured
 };
 
 /// What `LinearSystem::Update` found changed.
@@ -114,7 +116,10 @@ enum class SystemChange {
 /// `Update` brings other values or another pattern and repeats no more than it must.
 ///
 /// **Failures** are told by the verdict as long as they are the matrix's. Raised are the caller's and the
-/// system's: sizes, memory, files. After any of them the object can be used again.
+/// system's: sizes, memory, files, and the end of a phase that `RunLimits` ask for: OperationFailedException
+/// with "The operation was stopped." or "The deadline has passed.". After any of them the object is as before
+/// the phase and can be used again; a factor that stood before is kept, or made anew by the next solve where
+/// it had been given up for another road.
 ///
 /// **Threads.** Several may call the same object. Once a sparse factor in memory serves, they solve at the
 /// same time; else they take turns.
@@ -135,6 +140,16 @@ public:
     /// smallest norm by LQ, anew in each solve.
     explicit LinearSystem(M A, SystemOptions options = {});
 
+    /// A system that `Save` has written, as it was; `options` are given anew. Nothing is analysed or
+    /// factorized: the first solve is by the factor that was saved, and gives bit for bit what that system
+    /// would have given with as many threads. Cost: reading the file, and a few passes over the matrix.
+    /// @throws SerializationException    the file is damaged, cut off, of another version, byte order or kind
+    ///                                   of cells: "Saved system, section 'rows', byte 4711: ..."
+    /// @throws OperationFailedException  it cannot be opened or read: "'PATH' could not be opened."
+    /// @throws ArgumentException         as the constructor
+    /// @throws NotEnoughMemoryException
+    static LinearSystem Load(const std::string& path, SystemOptions options = {});
+
     LinearSystem(LinearSystem&&) noexcept;
     LinearSystem& operator=(LinearSystem&&) noexcept;
     ~LinearSystem();
@@ -153,12 +168,18 @@ public:
     /// X with op(A)*X = B. Checks, in this order:
     /// @throws SizeMismatchException     B has not as many rows as op(A): "Matrix sizes do not match."
     /// @throws NotEnoughMemoryException  there is no room for the first factor
-    /// @throws OperationFailedException  the files of a factor fail, in words
+    /// @throws OperationFailedException  the files of a factor fail, in words, or the memory budget is too
+    /// small:
+    ///                                   then it says what the system takes, in memory and with files
     SystemAnswer<Cell> Solve(const M& B, TransposeMode op = TransposeMode::NotTransposed);
     SystemAnswer<Cell> Solve(const V& b, TransposeMode op = TransposeMode::NotTransposed);
     /// The same for B = op(A)*`known`: how well does the solution come back that is known?
     /// @throws SizeMismatchException  `known` has not as many rows as op(A) columns
     SystemAnswer<Cell> SolveKnown(const M& known, TransposeMode op = TransposeMode::NotTransposed);
+
+    /// Of the phases that begin from now on; a deadline is mostly one phase's own. Waiting for another
+    /// thread's turn is not limited.
+    void Limits(const RunLimits& limits);
 
     /// Goes on with `A` in place of the matrix before, and tells what has changed. The size may change.
     /// Cost: a copy, and a few passes over the entries.
@@ -169,10 +190,23 @@ public:
     /// @throws as the constructor; then the matrix before stands
     SystemChange Update(const Sparse& A);
 
+    /// Writes matrix, analysis and factor, as far as they are made, to a file that `Load` reads:
+    /// docs/saved_system_format.md. What stood at `path` stands there until all is written. Other threads may
+    /// solve meanwhile.
+    /// @throws InvalidOperationException  the system is not square and sparse: "Only square sparse systems
+    /// can
+    ///                                    be saved."; its factor is in files: "The factor of this system
+    ///                                    cannot be saved."
+    /// @throws OperationFailedException   the file could not be written: "The system could not be saved to
+    ///                                    'PATH'."
+    void Save(const std::string& path) const;
+
     std::int32_t Analyses() const;       ///< since the construction
     std::int32_t Factorizations() const; ///< likewise
 
 private:
+    explicit LinearSystem(std::unique_ptr<detail::SystemSession<Cell>> session);
+
     std::int32_t rowsOf(TransposeMode op) const noexcept;
 
     std::unique_ptr<detail::SystemSession<Cell>> session_;

@@ -2,6 +2,7 @@
 
 #include <lintrix/systems/least_squares/least_squares.h>
 #include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/quality.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/roads/words.h>
@@ -30,7 +31,10 @@ public:
     using Sparse = SparseOf<Cell>;
     using M = MatrixOf<Cell>;
 
-    RectangularRoads(Sparse A, SystemOptions options) : options_(std::move(options)), A_(std::move(A)) {}
+    RectangularRoads(Sparse A, SystemOptions options)
+        : SystemSession<Cell>(options), options_(std::move(options)), A_(std::move(A))
+    {
+    }
 
     std::int32_t rows() const noexcept override { return A_.Rows(); }
     std::int32_t cols() const noexcept override { return A_.Cols(); }
@@ -45,17 +49,53 @@ public:
     SystemForecast forecast() override
     {
         const std::lock_guard turn(busy_);
+        ControlledRun run(this->watch_);
         const std::optional<FactorForecast>& factor = solverOf(TransposeMode::NotTransposed).forecast();
         finish("analyse");
+        run.finish();
         if (!factor) return {};
-        return {factor->entries, factor->operations, factor->bytes, factor->bytes};
+        return {factor->entries, factor->operations, factor->bytes, factor->bytes,
+                SecondsFor({factor->operations, 2.0 * sizeof(Cell) * static_cast<double>(factor->entries)})};
     }
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
         const std::lock_guard turn(busy_);
+        ControlledRun run(this->watch_);
+        SystemAnswer<Cell> answer = settledOrAsBefore(given, known, op);
+        run.finish();
+        return answer;
+    }
+
+private:
+    using Answer = LeastSquaresAnswer<Cell>;
+
+    /// A solver that has failed on its way to a factor is made anew.
+    SystemAnswer<Cell> settledOrAsBefore(const M* given, const M* known, TransposeMode op)
+    {
+        const std::optional<LeastSquaresRank> rank = rank_;
+        const bool isDeficient = isDeficient_;
+        const std::unique_ptr<LeastSquares<Cell>>& solver = solvers_[static_cast<std::size_t>(op)];
+        const bool wasPrepared = solver && solver->isPrepared();
+        try {
+            return settle(given, known, op);
+        } catch (...) {
+            if (solver && solver->isPrepared() && !wasPrepared)
+                solvers_[static_cast<std::size_t>(op)].reset();
+            rank_ = rank;
+            isDeficient_ = isDeficient;
+            throw;
+        }
+    }
+
+    SystemAnswer<Cell> settle(const M* given, const M* known, TransposeMode op)
+    {
         LeastSquares<Cell>& solver = solverOf(op);
         finish("analyse");
+        const std::int32_t rightHands = given ? given->Cols() : known ? known->Cols() : 1;
+        const double own = ownBytes(rightHands), bytes = solver.forecast() ? solver.forecast()->bytes : 0.0;
+        budget_.require(own, bytes, bytes);
+        solver.memory(budget_.limit(own));
         const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
         const M probe = probeFor(op);
         bool settled = true;
@@ -71,12 +111,18 @@ public:
         return answer;
     }
 
-private:
-    using Answer = LeastSquaresAnswer<Cell>;
-
     std::int32_t rowsOf(TransposeMode op) const noexcept
     {
         return op == TransposeMode::NotTransposed ? A_.Rows() : A_.Cols();
+    }
+
+    /// Beside a factor: the matrix as it came, turned, and as tall and wide rows, and columns.
+    double ownBytes(std::int32_t rightHands) const
+    {
+        constexpr double kForms = 3.0;
+        const double length = std::max(A_.Rows(), A_.Cols());
+        return kForms * bytesOfEntries<Cell>(std::max(A_.Rows(), A_.Cols()), A_.NumElements()) +
+               bytesOfColumns<Cell>(length, rightHands + 1.0);
     }
 
     /// One for each op that was asked for, since each has a factor of its own.
@@ -187,6 +233,7 @@ private:
     }
 
     SystemOptions options_;
+    MemoryBudget budget_{options_};
     Sparse A_;
     MatrixTraits traits_{};
     std::array<std::optional<Sparse>, 3> turned_{};                ///< op(A), by op

@@ -2,7 +2,9 @@
 /// @file
 /// What stands behind a `LinearSystem`: a matrix, and what has been found out about it.
 
+#include <lintrix/services/section_file.h>
 #include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/run_control.h>
 
 #include <memory>
 
@@ -13,7 +15,12 @@ class SystemSession {
 public:
     using M = MatrixOf<Cell>;
 
+    explicit SystemSession(const SystemOptions& options) : watch_(options) {}
+    SystemSession(const SystemSession&) = delete;
+    SystemSession& operator=(const SystemSession&) = delete;
     virtual ~SystemSession() = default;
+
+    void limits(const RunLimits& limits) { watch_.limits(limits); }
 
     virtual std::int32_t rows() const noexcept = 0;
     virtual std::int32_t cols() const noexcept = 0;
@@ -23,12 +30,17 @@ public:
     virtual SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) = 0;
     virtual std::int32_t analyses() const = 0;
     virtual std::int32_t factorizations() const = 0;
+
+protected:
+    RunWatch watch_;
 };
 
 template <class Cell>
 class SparseSession : public SystemSession<Cell> {
 public:
+    using SystemSession<Cell>::SystemSession;
     virtual SystemChange update(const SparseOf<Cell>& A) = 0;
+    virtual void save(SectionWriter& file) const = 0;
 };
 
 /// @throws as the constructor of `LinearSystem`
@@ -36,6 +48,9 @@ template <class Cell>
 std::unique_ptr<SystemSession<Cell>> sparseSession(SparseOf<Cell>&& A, SystemOptions options);
 template <class Cell>
 std::unique_ptr<SystemSession<Cell>> sparseSession(const SparseOf<Cell>& A, SystemOptions options);
+/// What `SparseSession::save` has added to a file. @throws as `LinearSystem::Load`
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> loadedSession(SectionReader& file, SystemOptions options);
 template <class Cell>
 std::unique_ptr<SystemSession<Cell>> rectangularSession(SparseOf<Cell> A, SystemOptions options);
 template <class Cell>

@@ -3,11 +3,11 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/quality/residual.h>
-#include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/probed_columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/solver_pool.h>
 #include <lintrix/systems/roads/sparse_rows.h>
-#include <lintrix/systems/roads/words.h>
+#include <lintrix/systems/saved_system.h>
 #include <lintrix/systems/structure/near_null.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 #include <lintrix/systems/structure/structural_faults.h>
@@ -63,7 +63,7 @@ public:
     using M = MatrixOf<Cell>;
 
     RoadsOfSparse(Sparse A, SystemOptions options)
-        : options_(std::move(options)), matrix_(squareOnly(std::move(A))),
+        : SparseSession<Cell>(options), options_(std::move(options)), matrix_(squareOnly(std::move(A))),
           first_(chooseRoad(matrix_.Traits(), options_.type)), runner_(matrix_, options_)
     {
     }
@@ -85,26 +85,28 @@ public:
     SystemForecast forecast() override
     {
         const std::lock_guard turn(busy_);
+        ControlledRun run(this->watch_);
         if (isStructurallySingular()) return {};
         const RoadCost cost = runner_.forecast(Attempt{runner_.firstRoad(first_)});
-        return {cost.entries, cost.operations, cost.bytesInMemory, cost.bytesWithFiles};
+        run.finish();
+        return {cost.entries, cost.operations, cost.bytesInMemory, cost.bytesWithFiles,
+                SecondsFor({cost.operations, 2.0 * sizeof(Cell) * static_cast<double>(cost.entries)})};
     }
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
-        if (std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op))
-            return *std::move(answer);
-        const std::lock_guard turn(busy_);
-        if (isStructurallySingular()) return structurallySingular();
-        const Columns columns = columnsOf(given, known, op);
-        others_.clear();
-        return settle({columns.B, columns.known, op});
+        ControlledRun run(this->watch_);
+        std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op);
+        if (!answer) answer = solvedAlone(given, known, op);
+        run.finish();
+        return *std::move(answer);
     }
 
     SystemChange update(const Sparse& A) override
     {
         const std::lock_guard turn(busy_);
         SystemMatrix<Cell> next(squareOnly(wholeOf<Cell>(A)));
+        if (!isTriangle(matrix_.Matrix())) next.Full(); // compared in the storage at hand
         const Road first = chooseRoad(next.Traits(), options_.type);
         const bool samePattern = first == first_ &&
                                  next.Matrix().NumElements() == matrix_.Matrix().NumElements() &&
@@ -130,16 +132,29 @@ public:
         return SystemChange::Pattern;
     }
 
-private:
-    /// Right-hand sides and known solutions, the probe last.
-    struct Columns {
-        M B, known;
-    };
-    Columns columnsOf(const M* given, const M* known, TransposeMode op) const
+    void save(SectionWriter& file) const override
     {
-        M solutions = withProbe(known);
-        M products = productOf<Cell>(matrix_.Matrix(), solutions, op);
-        return {given ? beside(*given, products) : std::move(products), std::move(solutions)};
+        const std::shared_lock together(busy_);
+        saveMatrix<Cell>(matrix_.Matrix(), file);
+        saveState({left_, exhausted_, isFactorOld_}, file);
+        runner_.save(best_ ? &*best_ : nullptr, file);
+    }
+    /// What stands behind the matrix in a file. @throws as `LinearSystem::Load`
+    void load(SectionReader& file)
+    {
+        SavedState state = loadState(file);
+        best_ = runner_.load(file);
+        left_ = std::move(state.left);
+        exhausted_ = state.exhausted;
+        isFactorOld_ = state.isFactorOld;
+    }
+
+private:
+    using Units = std::optional<ColumnUnits<Cell>>;
+
+    ProbedColumns<Cell> columnsOf(const M* given, const M* known, TransposeMode op) const
+    {
+        return probedColumns<Cell>(matrix_.Matrix(), given, known, op);
     }
 
     /// By a factor that serves, beside other threads that solve with it. None where there is no such factor,
@@ -152,13 +167,22 @@ private:
         Outcome<Cell> outcome = best_->road();
         outcome.factor = others_.take(*best_->factor);
         if (!outcome.factor) return std::nullopt;
-        const Columns columns = columnsOf(given, known, op);
+        const ProbedColumns<Cell> columns = columnsOf(given, known, op);
         const Request<Cell> request{columns.B, columns.known, op};
-        outcome = runner_.again(std::move(outcome), request);
+        runner_.again(outcome, request);
         std::optional<SystemAnswer<Cell>> answer;
-        if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request);
+        if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request, columns.units);
         others_.giveBack(std::move(outcome.factor));
         return answer;
+    }
+
+    SystemAnswer<Cell> solvedAlone(const M* given, const M* known, TransposeMode op)
+    {
+        const std::lock_guard turn(busy_);
+        if (isStructurallySingular()) return structurallySingular();
+        const ProbedColumns<Cell> columns = columnsOf(given, known, op);
+        others_.clear();
+        return settledOrAsBefore({columns.B, columns.known, op}, columns.units);
     }
 
     /// No road can do better. Where the diagonal is full, nothing has to be looked for, and partial pivoting
@@ -191,28 +215,47 @@ private:
         return "there is no good solution: " + reason;
     }
 
-    M withProbe(const M* known) const
-    {
-        const M probe = probeSolution<Cell>(matrix_.Size());
-        return known ? beside(*known, probe) : probe;
-    }
+    /// What a solve goes on from, but for the factor.
+    struct Standing {
+        std::optional<Attempt> attempt; ///< of the factor
+        std::vector<std::string> left;
+        std::optional<Verdict> exhausted;
+        bool isFactorOld;
+        std::optional<RoadCost> largest;
+    };
 
-    static M beside(const M& left, const M& right)
+    /// After a failure all is as before. The factor that stood then is kept wherever it is; where it was
+    /// given up for another road, the next solve makes it anew.
+    SystemAnswer<Cell> settledOrAsBefore(const Request<Cell>& request, const Units& units)
     {
-        M both(left.Rows(), left.Cols() + right.Cols());
-        copyColumns(left, both, 0);
-        copyColumns(right, both, left.Cols());
-        return both;
+        const bool stands = best_ && best_->taken;
+        const Standing before{stands ? std::optional(best_->attempt) : std::nullopt, left_, exhausted_,
+                              isFactorOld_, runner_.largest()};
+        std::optional<Outcome<Cell>> outcome;
+        try {
+            return settle(request, units, outcome);
+        } catch (...) {
+            if (!best_) best_ = std::move(outcome);
+            const bool isKept = best_ && best_->factor && before.attempt && best_->attempt == *before.attempt;
+            if (!isKept) best_.reset();
+            if (!isKept && before.attempt) best_ = Outcome<Cell>{.attempt = *before.attempt, .taken = true};
+            left_ = before.left;
+            exhausted_ = before.exhausted;
+            isFactorOld_ = before.isFactorOld;
+            runner_.largest(before.largest);
+            throw;
+        }
     }
 
     /// The factor at hand serves as long as what it gives is as good as the best that was ever found for this
     /// matrix; then the roads are searched. Right-hand sides that are no numbers tell nothing of any road:
     /// the first one has to do.
-    SystemAnswer<Cell> settle(const Request<Cell>& request)
+    SystemAnswer<Cell> settle(const Request<Cell>& request, const Units& units,
+                              std::optional<Outcome<Cell>>& outcome)
     {
         const std::optional<Attempt> served =
             exhausted_ == Verdict::Accurate && best_ ? std::optional(best_->attempt) : std::nullopt;
-        std::optional<Outcome<Cell>> outcome = withFactorAtHand(request);
+        outcome = withFactorAtHand(request);
         if (!allFinite(request.B)) {
             if (!outcome) outcome = runner_.run(Attempt{runner_.firstRoad(first_)}, Reach::Near, request);
         } else if (!outcome || !isGoodEnough(*outcome)) {
@@ -220,7 +263,7 @@ private:
             outcome = searched(request);
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
-        SystemAnswer<Cell> answer = judged(*outcome, request);
+        SystemAnswer<Cell> answer = judged(*outcome, request, units);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
         best_ = std::move(*outcome);
         if (spoilt)
@@ -228,11 +271,11 @@ private:
         return answer;
     }
 
-    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request) const
+    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request, const Units& units) const
     {
         SystemAnswer<Cell> answer = tell(outcome);
         if (outcome.isSolvedByAnother() && outcome.factor) answer.faults = explainNullSpace(*outcome.factor);
-        if (answer.x) judgeColumns(answer, request, outcome);
+        if (answer.x) judgeColumns(answer, request, units, outcome);
         return answer;
     }
 
@@ -262,21 +305,33 @@ private:
 
     std::optional<Outcome<Cell>> withFactorAtHand(const Request<Cell>& request)
     {
-        std::optional<Outcome<Cell>> before = std::exchange(best_, std::nullopt);
         const bool isOld = std::exchange(isFactorOld_, false);
-        if (!before || !before->taken) return std::nullopt;
-        if (isOld) {
-            left_.clear();
-            if (before->factor && options_.reuseFactor) {
-                before = runner_.precondition(std::move(*before), request);
-                isFactorOld_ = before->x && before->verdict() == Verdict::Accurate;
-                if (isFactorOld_) return before;
-            }
-            if (before->factor) return runner_.refactorize(std::move(*before), request);
-            return std::nullopt;
+        if (isOld) left_.clear();
+        if (isOld && best_ && best_->factor && options_.reuseFactor) {
+            runner_.precondition(*best_, request);
+            isFactorOld_ = best_->x && best_->verdict() == Verdict::Accurate;
+            if (isFactorOld_) return std::exchange(best_, std::nullopt);
         }
-        if (before->factor) return runner_.again(std::move(*before), request);
-        return runner_.run(before->attempt, Reach::Far, request);
+        if (!best_ || !best_->taken || (isOld && !best_->factor)) {
+            best_.reset();
+        } else if (isOld) {
+            withOldFactor(*best_, request);
+        } else if (best_->factor) {
+            runner_.again(*best_, request);
+        } else {
+            *best_ = runner_.run(best_->attempt, Reach::Far, request);
+        }
+        return std::exchange(best_, std::nullopt);
+    }
+
+    void withOldFactor(Outcome<Cell>& outcome, const Request<Cell>& request)
+    {
+        if (options_.reuseFactor) {
+            runner_.precondition(outcome, request);
+            isFactorOld_ = outcome.x && outcome.verdict() == Verdict::Accurate;
+            if (isFactorOld_) return;
+        }
+        runner_.refactorize(outcome, request);
     }
 
     bool isGoodEnough(const Outcome<Cell>& outcome) const
@@ -285,38 +340,25 @@ private:
     }
 
     /// The worst of the columns counts, and what the road said of them all.
-    void judgeColumns(SystemAnswer<Cell>& answer, const Request<Cell>& request, Outcome<Cell>& outcome) const
+    void judgeColumns(SystemAnswer<Cell>& answer, const Request<Cell>& request, const Units& units,
+                      Outcome<Cell>& outcome) const
     {
         M B(request.B);
         B.Cols(answer.x->Cols());
-        answer.columns =
-            qualityOfColumns<Cell>(matrix_.Matrix(), request.op, B, *answer.x, outcome.factor.get(),
-                                   boundsFor(outcome), outcome.quality->probeError);
+        answer.columns = improvedColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, B, *answer.x,
+                                               units ? &*units : nullptr, outcome.factor.get(),
+                                               boundsFor(outcome), outcome.quality->probeError);
+        if (units) units->multiply(*answer.x);
         runner_.finish("check");
-        for (const ColumnQuality& column : answer.columns) {
-            if (column.verdict <= answer.verdict) continue;
-            answer.verdict = column.verdict;
-            answer.reason = reasonOf(column);
-        }
-        if (answer.verdict == Verdict::Failed && answer.complaint.empty())
-            answer.complaint = complaintOf(answer.reason);
+        lowerToWorst(answer, units && !units->allFinite());
     }
 
-    /// Solves with a factor in files read all of it each time, what has failed needs no bound, and a factor
-    /// of other values tells none.
+    /// Solves with a factor in files read all of it each time, what cannot be but failed needs no bound, and
+    /// a factor of other values tells none.
     std::int32_t boundsFor(const Outcome<Cell>& outcome) const
     {
-        const bool pays = outcome.store == FactorStore::Memory && outcome.verdict() != Verdict::Failed;
+        const bool pays = outcome.store == FactorStore::Memory && outcome.quality->probeError < kNoDigit;
         return pays && !outcome.reusedFactor ? options_.errorBounds : 0;
-    }
-
-    static std::string reasonOf(const ColumnQuality& column)
-    {
-        if (!(column.backwardError <= kRoundingLevel))
-            return "scaled residual " + numberInWords(column.backwardError);
-        return std::isfinite(*column.errorBound)
-                   ? fmt::format("ill-conditioned, error up to {}", numberInWords(*column.errorBound))
-                   : "the error cannot be bounded";
     }
 
     SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const
@@ -379,6 +421,16 @@ std::unique_ptr<SystemSession<Cell>> sparseSession(const SparseOf<Cell>& A, Syst
     return std::make_unique<RoadsOfSparse<Cell>>(std::move(whole), std::move(options));
 }
 
+template <class Cell>
+std::unique_ptr<SystemSession<Cell>> loadedSession(SectionReader& file, SystemOptions options)
+{
+    auto session = std::make_unique<RoadsOfSparse<Cell>>(loadMatrix<Cell>(file), std::move(options));
+    session->load(file);
+    return session;
+}
+
+template std::unique_ptr<SystemSession<double>> loadedSession<double>(SectionReader&, SystemOptions);
+template std::unique_ptr<SystemSession<Complex>> loadedSession<Complex>(SectionReader&, SystemOptions);
 template std::unique_ptr<SystemSession<double>> sparseSession<double>(SparseMatrix&&, SystemOptions);
 template std::unique_ptr<SystemSession<double>> sparseSession<double>(const SparseMatrix&, SystemOptions);
 template std::unique_ptr<SystemSession<Complex>> sparseSession<Complex>(CSparseMatrix&&, SystemOptions);

@@ -2,6 +2,7 @@
 
 #include <lintrix/sparse/access.h>
 #include <lintrix/systems/quality/vector_norms.h>
+#include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 
 #include <algorithm>
@@ -237,6 +238,16 @@ EngineMatrix SystemMatrix<Cell>::As(MatrixType type)
     matrix.ia = const_cast<std::int32_t*>(rows.RowPointers().data()); // of a matrix that is not const
     matrix.ja = const_cast<std::int32_t*>(rows.ColumnIndices().data());
     return matrix;
+}
+
+template <class Cell>
+double SystemMatrix<Cell>::Bytes() const noexcept
+{
+    double bytes = 0.0;
+    for (const std::optional<Sparse>* form : {&upper_, &full_}) {
+        if (*form) bytes += detail::roads::bytesOfEntries<Cell>(size_, (*form)->NumElements());
+    }
+    return bytes;
 }
 
 template class SystemMatrix<double>;

@@ -57,6 +57,7 @@ struct EngineMatrix {
     std::int32_t *ia = nullptr, *ja = nullptr;
 
     bool isTriangle() const noexcept { return mtype % 2 == 0; }
+    bool isComplex() const noexcept { return mtype == 3 || mtype == 13 || mtype % 4 == 0 || mtype == 6; }
     std::int32_t entries() const noexcept { return ia[n] - 1; }
     /// As many entries as rows: the solver takes it as it is and analyses nothing.
     bool isDiagonal() const noexcept { return entries() == n; }
@@ -90,6 +91,8 @@ public:
 
     std::int32_t Size() const noexcept { return size_; }
     const MatrixTraits& Traits() const noexcept { return traits_; }
+    /// Of the forms that it has been brought to.
+    double Bytes() const noexcept;
     /// As it came, for products.
     const Sparse& Matrix() const noexcept { return full_ ? *full_ : *upper_; }
 

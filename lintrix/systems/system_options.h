@@ -7,10 +7,12 @@
 #include <lintrix/services/memory_limit.h>
 #include <lintrix/services/threads.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 
@@ -24,7 +26,14 @@ struct EngineSettings {
     FactorizationStrategy strategy = FactorizationStrategy::ComputeAlways;
     std::int32_t refine = 0; ///< at most so many steps; below 0 with residuals in extended precision
     bool engineReport = false;
-    std::function<void(int)> progress{}; ///< is told the percentage of the factorization
+};
+
+/// When a phase of a `LinearSystem` has to end before it is done. Both are looked at about each millisecond,
+/// but what one call of LAPACK or of METIS does is done to its end: a dense factorization, an order by nested
+/// dissection.
+struct RunLimits {
+    std::stop_token stop{};
+    std::optional<std::chrono::steady_clock::time_point> deadline{};
 };
 
 /// Where a factor is kept.
@@ -63,6 +72,10 @@ struct SystemOptions {
     /// rounding level for at most half the cost of a new factor. Errors are then bounded by the probe alone.
     bool reuseFactor = false;
     bool outOfCore = false; ///< the factor in files; else only where memory has no room for it
+    /// Bytes of all that the system holds, its copy of the matrix and right-hand sides among it; none: what
+    /// the machine leaves. By the forecast, factorization and solve stay within it, with the factor in files
+    /// where it has no room in memory; what takes more is not begun. An analysis takes what it takes.
+    std::optional<double> memoryBudget{};
     /// Bytes that may be taken from now on.
     std::function<double()> memoryLeft = [] { return MemoryLeft(MKL_Get_Max_Threads()); };
     /// Is asked once, when a factor is about to go to files, with the bytes that are left.
@@ -71,6 +84,14 @@ struct SystemOptions {
     };
     /// Is told when a factor goes to files unasked: the bytes that it needs, and those that are left.
     std::function<void(double needed, double left)> goesToFiles{};
+    /// Of the phases to come; `LinearSystem::Limits` changes them.
+    RunLimits limits{};
+    /// Is told how many operations of a phase are done, and how many there are in all, up to the last of
+    /// them. An analysis counts by its entries, the rest by what the analysis has found; so `all` grows when
+    /// the analysis has ended, when another road is taken, and where more right-hand sides than foreseen need
+    /// refinement. Called by one thread of a phase at a time, which may be any of a team, and never more than
+    /// a thousand times for the same `all`. It must not call the system; what it throws ends the phase.
+    std::function<void(double done, double all)> progress{};
     /// Is told the name of each step when it has ended: analyse, factorize, solve, check. By several threads
     /// at once where these solve together.
     std::function<void(std::string_view step)> stepDone{};

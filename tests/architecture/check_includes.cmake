@@ -3,11 +3,12 @@
 #
 # A room includes its own headers and those of the rooms behind its arrows:
 #   services <- foundation <- dense <- complex <- decompositions <- sparse <- solvers <- systems
-#   services <- engine <- solvers          (of the engine, five headers alone are seen from outside)
+#   services <- engine <- solvers          (of the engine, its public headers alone are seen from outside)
 #   services <- sparse/kernels <- sparse, solvers
 # The engine's floors follow the life of a call:
 #   call <- report <- out_of_core <- analysis <- factorization <- solution <- the entry at the top
 #   analysis: graph <- ordering, symbolic; matching
+#   factorization <- keeping <- the entry at the top
 # What the processor has, services alone asks; threads, its teams alone start.
 # The command's rooms: support <- input <- a room for each command <- main.
 # The command and the examples are users like any other: what lintrix/lintrix.h reaches, outside detail/. And it must
@@ -35,7 +36,9 @@ set(may_include_engine/analysis services engine/call engine/report engine/out_of
 set(may_include_engine/factorization services engine/call engine/report engine/out_of_core
   engine/analysis/graph engine/analysis/symbolic)
 set(may_include_engine/solution ${may_include_engine/factorization} engine/factorization)
-set(may_include_engine ${may_include_engine/analysis} engine/analysis engine/factorization engine/solution)
+set(may_include_engine/keeping ${may_include_engine/factorization} engine/factorization)
+set(may_include_engine ${may_include_engine/analysis} engine/analysis engine/factorization engine/keeping
+  engine/solution)
 set(may_include_sparse/kernels services)
 
 set(may_include_tools/support "")

@@ -429,6 +429,69 @@ TEST(LinearSystem, DenseMatricesOfEachShape)
     EXPECT_THROW(complex.Update(CSparseMatrix(7, 7)), InvalidOperationException);
 }
 
+template <class M>
+void expectDenseFactorKept(std::uint64_t seed)
+{
+    const M A = blockOf<M>(30, 30, seed);
+    LinearSystem system(A);
+    EXPECT_EQ(system.Factorize(), Verdict::Accurate);
+    for (const TransposeMode op : {kPlain, kTransposed, kAdjoint}) {
+        const M B = blockOf<M>(30, 6, 5);
+        const auto answer = system.Solve(B, op);
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+        EXPECT_LT(largestOf(turned(A, op) * *answer.x - B), 1e-10);
+        ASSERT_EQ(answer.columns.size(), 6U);
+        EXPECT_EQ(
+            std::ranges::count_if(answer.columns, [](const auto& c) { return c.errorBound.has_value(); }), 4);
+        for (const ColumnQuality& column : answer.columns) {
+            EXPECT_LT(column.backwardError, 1e-15);
+            EXPECT_LT(column.componentwiseError, 1e-14);
+            EXPECT_LT(column.errorBound.value_or(0.0), 1e-13);
+        }
+    }
+    EXPECT_EQ(system.Factorizations(), 1) << "one factor serves them all";
+}
+
+TEST(LinearSystem, ADenseFactorIsKeptAndTheErrorsOfItsColumnsAreBounded)
+{
+    expectDenseFactorKept<Matrix>(2);
+    expectDenseFactorKept<CMatrix>(3);
+}
+
+TEST(LinearSystem, StatesOfDenseSquareSystems)
+{
+    const auto singular = LinearSystem(Matrix{{1, 2}, {2, 4}}).Solve(Matrix{{1}, {2}});
+    EXPECT_EQ(singular.reason, "singular");
+    EXPECT_EQ(singular.road, "LU");
+    EXPECT_FALSE(singular.x);
+    EXPECT_FALSE(singular.probeError);
+    EXPECT_EQ(singular.complaint, "the matrix is singular: LU met an exactly zero pivot");
+
+    const auto huge = LinearSystem(Matrix{{1e-300, 0}, {0, 1}}).Solve(Matrix{{1e300}, {1}});
+    EXPECT_EQ(huge.reason, "not-finite");
+    EXPECT_EQ(huge.complaint, "the solution is not finite: a number overflowed on the way");
+
+    Matrix B = blockOf<Matrix>(2, 2, 1);
+    B(1, 0) = std::numeric_limits<double>::infinity();
+    const auto half = LinearSystem(Matrix{{2, 1}, {1, 3}}).Solve(B);
+    EXPECT_EQ(half.verdict, Verdict::Failed);
+    EXPECT_EQ(half.reason, "a right-hand side is not finite");
+    ASSERT_EQ(half.columns.size(), 2U);
+    EXPECT_EQ(half.columns[1].verdict, Verdict::Accurate);
+}
+
+// Of order 10 some thirteen digits are lost.
+TEST(LinearSystem, TheProbeOfADenseSystemTellsHowManyDigitsAreRight)
+{
+    Matrix hilbert(10, 10);
+    for (std::int32_t j = 0; j < 10; ++j)
+        for (std::int32_t i = 0; i < 10; ++i) hilbert(i, j) = 1.0 / (i + j + 1);
+    const auto answer = LinearSystem(hilbert).Solve(blockOf<Matrix>(10, 1, 1));
+    EXPECT_GT(answer.probeError.value(), 1e-9);
+    EXPECT_LT(answer.probeError.value(), 0.1);
+    EXPECT_NE(answer.verdict, Verdict::Failed);
+}
+
 /// Small whole numbers, so that products of them are exact.
 template <class M>
 M wholeBlock(std::int32_t rows, std::int32_t cols, std::uint64_t seed)
@@ -486,6 +549,15 @@ TEST(LinearSystem, BoundsHoldForTransposedAndAdjointSystems)
     }
 }
 
+Matrix beside(const Matrix& left, const Matrix& right)
+{
+    Matrix both(left.Rows(), left.Cols() + right.Cols());
+    for (std::int32_t j = 0; j < both.Cols(); ++j)
+        for (std::int32_t i = 0; i < both.Rows(); ++i)
+            both(i, j) = j < left.Cols() ? left(i, j) : right(i, j - left.Cols());
+    return both;
+}
+
 TEST(LinearSystem, AZeroRightHandSideHasAnExactSolution)
 {
     LinearSystem system(bandOf<double>(Kind::General, 30, 6));
@@ -495,6 +567,7 @@ TEST(LinearSystem, AZeroRightHandSideHasAnExactSolution)
     EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
     EXPECT_EQ(answer.columns[1].errorBound, 0.0);
     EXPECT_GT(answer.columns[0].errorBound, 0.0);
+    EXPECT_EQ(system.Solve(beside(B, Matrix(30, 3))).verdict, Verdict::Accurate) << "without a bound, too";
     EXPECT_EQ(system.Solve(Matrix(30, 1)).verdict, Verdict::Accurate);
 }
 
@@ -511,6 +584,96 @@ TEST(LinearSystem, ABadRightHandSideDoesNotSpoilTheFactor)
         EXPECT_EQ(answer.verdict, Verdict::Accurate);
         EXPECT_EQ(answer.road, "sparse LU with partial pivoting");
         EXPECT_LE(system.Factorizations(), made + 1);
+    }
+}
+
+/// B with the powers of ten, by rows.
+Matrix rowsScaled(Matrix B, double from, double to)
+{
+    for (std::int32_t i = 0; i < B.Rows(); ++i)
+        for (std::int32_t j = 0; j < B.Cols(); ++j)
+            B(i, j) *= std::pow(10.0, from + (to - from) * i / (B.Rows() - 1.0));
+    return B;
+}
+
+TEST(LinearSystem, TheUnitsOfRowsAndColumnsDoNotMatter)
+{
+    for (const double decades : {12.0, 140.0}) {
+        const Matrix band = bandOf<double>(Kind::General, 40, 6).ToDense();
+        const Matrix byRows = rowsScaled(band, -decades, decades);
+        const Matrix byBoth = rowsScaled(byRows.Transpose(), decades, -decades).Transpose();
+        for (const Matrix& A : {byRows, byRows.Transpose(), byBoth}) {
+            for (const TransposeMode op : {kPlain, kTransposed}) {
+                LinearSystem system{SparseMatrix(A)};
+                const auto answer = system.Solve(blockOf<Matrix>(40, 2, 1), op);
+                EXPECT_EQ(answer.verdict, Verdict::Accurate) << decades << ": " << answer.reason;
+            }
+        }
+    }
+}
+
+TEST(LinearSystem, TheUnitOfARightHandSideDoesNotMatter)
+{
+    const Matrix B = blockOf<Matrix>(30, 1, 1);
+    LinearSystem system(bandOf<double>(Kind::General, 30, 6));
+    const auto plain = system.Solve(B);
+    for (const int exponent : {-1010, -500, 500, 1020}) {
+        const double unit = std::ldexp(1.0, exponent);
+        const auto answer = system.Solve(B * unit);
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+        EXPECT_LE(answer.columns[0].errorBound.value(), 1.01 * plain.columns[0].errorBound.value());
+        EXPECT_LE(largestOf(*answer.x - *plain.x * unit), 1e-300);
+    }
+    const auto lost = system.Solve(B * 0x1p-1070);
+    EXPECT_NE(lost.verdict, Verdict::Accurate) << "x has lost its digits";
+    EXPECT_GT(lost.columns[0].errorBound.value(), 1e-6);
+}
+
+TEST(LinearSystem, AColumnThatIsNoNumberIsTheOnlyOneToFail)
+{
+    // Looks positive and is not: the first road fails, and another one has to be found for the others.
+    SparseMatrix A(3, 3);
+    for (std::int32_t i = 0; i < 3; ++i)
+        for (std::int32_t j = 0; j < 3; ++j) A(i, j) = i == j ? 1.0 : -0.9;
+    for (const double bad :
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+        Matrix B = blockOf<Matrix>(3, 3, 1);
+        B(2, 1) = bad;
+        LinearSystem system(A);
+        const auto answer = system.Solve(B);
+        EXPECT_EQ(answer.verdict, Verdict::Failed);
+        EXPECT_EQ(answer.reason, "a right-hand side is not finite");
+        ASSERT_EQ(answer.columns.size(), 3U);
+        EXPECT_EQ(answer.columns[0].verdict, Verdict::Accurate);
+        EXPECT_EQ(answer.columns[1].verdict, Verdict::Failed);
+        EXPECT_EQ(answer.columns[2].verdict, Verdict::Accurate);
+        EXPECT_TRUE(std::isnan((*answer.x)(0, 1)));
+        EXPECT_FALSE(std::isnan((*answer.x)(0, 2)));
+    }
+}
+
+// Elimination takes 0.3 from 0.3, and all of the second unknown is what both differ by in exact numbers: a
+// correction by the residual in twice the precision finds it.
+TEST(LinearSystem, ARightHandSideThatIsHarderThanTheProbeIsCorrected)
+{
+    SparseMatrix A(2, 2);
+    A(0, 0) = 1e12;
+    A(0, 1) = 1.0;
+    A(1, 0) = 3e11;
+    A(1, 1) = 0.3 + 0x1p-20;
+    const double exact = std::fma(0.3, 1e12, -3e11) / std::fma(1e12, A(1, 1), -3e11);
+    for (const std::int32_t bounds : {1, 2, 6}) {
+        SystemOptions options;
+        options.errorBounds = bounds;
+        Matrix B = blockOf<Matrix>(2, 6, 1);
+        B(0, 4) = 1.0;
+        B(1, 4) = 0.3;
+        for (const auto& answer :
+             {LinearSystem(A, options).Solve(B), LinearSystem(A.ToDense(), options).Solve(B)}) {
+            ASSERT_EQ(answer.columns.size(), 6U);
+            EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+            EXPECT_NEAR((*answer.x)(1, 4), exact, 1e-6 * std::abs(exact));
+        }
     }
 }
 

@@ -97,6 +97,8 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
         "precision\n"
         "  --out-of-core               Keep the factor in files; --out-of-core=MB uses so many megabytes of "
         "memory beside them\n"
+        "  --save-factor FILE          Keep matrix, analysis and factor in a file, for --factor\n"
+        "  --factor FILE               Go on with what was kept; of another A only what still holds\n"
         "  --report Excludes: --json   Print the direct solver's own report\n"
         "  --explain Excludes: --json  Say in sentences what the report means, and what to do\n"
         "  --dense                     Solve as a dense matrix, also a sparse file\n"

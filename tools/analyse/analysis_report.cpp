@@ -41,13 +41,21 @@ std::string megabytes(std::int32_t count)
     return bytesInWords(1048576.0 * count);
 }
 
+/// Of factorization and solve, as they are foreseen.
+FactorSeconds secondsAhead(const AnalysisReport& report, const AnalysisSummary& found)
+{
+    const bool complex = EngineMatrix{.mtype = report.mtype}.isComplex();
+    return SecondsFor({found.operations, (complex ? 32.0 : 16.0) * static_cast<double>(found.lowerNonZeros)});
+}
+
 constexpr const char* kRow =
-    "{:<27} {:>12} {:>8} {:>10} {:>8} {:>8} {:>6} {:>10} {:>10} {:>10} {:>10} {:>10} {:>11}\n";
+    "{:<27} {:>12} {:>8} {:>10} {:>8} {:>8} {:>6} {:>10} {:>10} {:>10} {:>10} {:>10} {:>11} {:>10} {:>10}\n";
 
 std::string headings()
 {
     return fmt::format(fmt::runtime(kRow), "ordering", "nnz(L)", "fill", "supernodes", "largest", "height",
-                       "parts", "Gflop", "analysis", "factors", "in core", "in files", "seconds");
+                       "parts", "Gflop", "analysis", "factors", "in core", "in files", "seconds", "factorize",
+                       "solve");
 }
 
 std::string tableRow(const AnalysisReport& report, const OrderingResult& result)
@@ -55,12 +63,14 @@ std::string tableRow(const AnalysisReport& report, const OrderingResult& result)
     if (result.error != 0)
         return fmt::format("{:<27} {}\n", result.method->title, errorInWords(result.error));
     const AnalysisSummary& found = result.summary;
+    const FactorSeconds ahead = secondsAhead(report, found);
     return fmt::format(fmt::runtime(kRow), result.method->title, found.lowerNonZeros,
                        fmt::format("{:.2f}", fillRatio(report, result)), found.supernodes,
                        found.largestSupernode, found.treeHeight, found.independentSubgraphs,
                        fmt::format("{:.3g}", 1e-9 * found.operations), kilobytes(result.analysisKilobytes),
                        kilobytes(result.factorKilobytes), megabytes(result.inCoreMegabytes),
-                       megabytes(result.leastOutOfCoreMegabytes), fmt::format("{:.6f}", found.totalSeconds));
+                       megabytes(result.leastOutOfCoreMegabytes), fmt::format("{:.6f}", found.totalSeconds),
+                       fmt::format("{:.2g}", ahead.factorize), fmt::format("{:.2g}", ahead.solve));
 }
 
 std::string sizesAsJson(const AnalysisReport& report, const OrderingResult& result)
@@ -91,8 +101,10 @@ std::string orderingAsJson(const AnalysisReport& report, const OrderingResult& r
         fmt::format("{{\"ordering\": {}, \"status\": {}", jsonString(result.method->name),
                     jsonString(result.error == 0 ? "done" : errorInWords(result.error)));
     if (result.error != 0) return begin + '}';
-    return fmt::format("{}, {}, \"seconds\": {}}}", begin, sizesAsJson(report, result),
-                       secondsAsJson(result.summary));
+    const FactorSeconds ahead = secondsAhead(report, result.summary);
+    return fmt::format(
+        "{}, {}, \"seconds\": {}, \"forecast_seconds\": {{\"factorize\": {}, \"solve\": {}}}}}", begin,
+        sizesAsJson(report, result), secondsAsJson(result.summary), ahead.factorize, ahead.solve);
 }
 
 std::string matchingAsJson(const AnalysisReport& report)

@@ -26,7 +26,7 @@ void announce(LinearSystem<Cell>& system, std::string_view file, Progress& progr
 }
 
 template <class Cell>
-Solution solveIn(SystemFiles& files, SolveReport& report, Progress& progress)
+Solution solveIn(SystemFiles& files, const SystemOptions& limits, SolveReport& report, Progress& progress)
 {
     requireRoom(files.matrix.Header(), MemoryLimit(), sizeof(Cell));
     if (files.rightHands) {
@@ -41,23 +41,25 @@ Solution solveIn(SystemFiles& files, SolveReport& report, Progress& progress)
     report.seconds.finish("read");
 
     SystemOptions options;
+    options.limits = limits.limits;
+    options.memoryBudget = limits.memoryBudget;
     options.stepDone = [&report](std::string_view step) { report.seconds.finish(step); };
     LinearSystem<Cell> system(std::move(A), options);
     report.seconds.finish("assemble");
     announce(system, report.matrix, progress);
-    auto answer =
-        given ? system.Solve(*given) : system.SolveKnown(filledWith<Columns<Cell>>(1.0, system.Cols(), 1));
+    SystemAnswer<Cell> answer = answerOf<Cell>(system, given);
     progress.erase();
     return tell(answer, report);
 }
 
 } // namespace
 
-Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progress)
+Solution takeDenseRoad(SystemFiles& files, const SystemOptions& options, SolveReport& report,
+                       Progress& progress)
 {
     const bool complex = isComplex(files.matrix) || (files.rightHands && isComplex(*files.rightHands));
-    return complex ? solveIn<ComplexNumber>(files, report, progress)
-                   : solveIn<double>(files, report, progress);
+    return complex ? solveIn<ComplexNumber>(files, options, report, progress)
+                   : solveIn<double>(files, options, report, progress);
 }
 
 } // namespace Velmar::Lintrix::tools

@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -56,9 +57,18 @@ Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& rep
     const bool sparse = !options.dense && isSparse(header);
     if (!sparse) refuseDirectOptions(header, options);
     Solution solution = sparse ? takeSparseRoad(files, options.sparse, report, progress)
-                               : takeDenseRoad(files, report, progress);
+                               : takeDenseRoad(files, options.sparse.system, report, progress);
     report.status = NameOf(solution.verdict);
     return solution;
+}
+
+/// A sentence of the library as the end of one of the command's.
+std::string asClause(std::string sentence)
+{
+    if (sentence.ends_with('.')) sentence.pop_back();
+    if (!sentence.empty())
+        sentence[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(sentence[0])));
+    return sentence;
 }
 
 /// The larger of what is known; NaN if one is.
@@ -87,6 +97,12 @@ void warn(const SolveReport& report)
     } else if (!report.reason.empty()) {
         tellUser(fmt::format("warning: {}: the solution is degraded: {}", report.matrix, report.reason));
     }
+}
+
+/// Before the work, which may take a night.
+void requireWritable(const std::string& file)
+{
+    const OutputFile judged(file);
 }
 
 void write(const std::variant<Matrix, CMatrix>& X, OutputFile& out)
@@ -123,6 +139,19 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
 template Solution tell(SystemAnswer<double>&, SolveReport&);
 template Solution tell(SystemAnswer<ComplexNumber>&, SolveReport&);
 
+template <class Cell>
+SystemAnswer<Cell> answerOf(LinearSystem<Cell>& system, const std::optional<Columns<Cell>>& given)
+try {
+    if (given) return system.Solve(*given);
+    return system.SolveKnown(filledWith<Columns<Cell>>(1.0, system.Cols(), 1));
+} catch (const OperationFailedException& failure) {
+    throw InputError(asClause(failure.what()));
+}
+
+template SystemAnswer<double> answerOf(LinearSystem<double>&, const std::optional<Columns<double>>&);
+template SystemAnswer<ComplexNumber> answerOf(LinearSystem<ComplexNumber>&,
+                                              const std::optional<Columns<ComplexNumber>>&);
+
 void tellUser(const std::string& text)
 {
     writeAll(STDERR_FILENO, fmt::format("lintrix: {}\n", printable(text)));
@@ -134,6 +163,8 @@ int runSolve(const SolveOptions& options)
     Progress progress;
     std::optional<OutputFile> out;
     if (!options.out.empty()) out.emplace(options.out);
+
+    if (!options.sparse.saveFactor.empty()) requireWritable(options.sparse.saveFactor);
 
     SystemFiles files = openFiles(options, progress);
     const Solution solution = solve(files, options, report, progress);

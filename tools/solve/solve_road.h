@@ -31,14 +31,20 @@ struct Solution {
 template <class Cell>
 Solution tell(SystemAnswer<Cell>& answer, SolveReport& report);
 
+/// The answer for right-hand sides or, without any, for those of (1, ..., 1).
+/// @throws InputError  the library's failure, in the command's words
+template <class Cell>
+SystemAnswer<Cell> answerOf(LinearSystem<Cell>& system, const std::optional<Columns<Cell>>& given);
+
 /// One line on standard error; when that cannot be written either, nobody is left to tell.
 void tellUser(const std::string& text);
 
 /// Both size lines are judged before any entry is read; then read, solve, judge, and tell the report.
 /// Square systems by LU, tall ones in the least-squares sense by QR, wide ones with smallest norm by LQ. In
 /// complex numbers where one of the files is complex.
-/// @throws InputError  a bad file, or sizes that do not fit
-Solution takeDenseRoad(SystemFiles& files, SolveReport& report, Progress& progress);
+/// @throws InputError  a bad file, sizes that do not fit, or limits of time and memory that `options` set
+Solution takeDenseRoad(SystemFiles& files, const SystemOptions& options, SolveReport& report,
+                       Progress& progress);
 /// By the direct solver; for square matrices. In complex numbers as above.
 /// @throws InputError  as above, or a type that the values contradict
 Solution takeSparseRoad(SystemFiles& files, const SparseOptions& options, SolveReport& report,

@@ -17,7 +17,7 @@ namespace Velmar::Lintrix::tools {
 
 namespace {
 
-constexpr double kQuietSeconds = 0.2; // of a factorization before its progress is worth showing
+constexpr double kQuietSeconds = 0.2; // of a solve before its progress is worth showing
 constexpr int kBarWidth = 30;         // characters
 
 bool isUpperTriangle(const SparseMatrix& matrix)
@@ -62,22 +62,19 @@ std::string_view contradiction(MatrixType type, bool complex)
                                                 : "the matrix is neither hermitian nor symmetric";
 }
 
-/// A bar on the terminal, once a factorization takes its time; written anew when it has grown.
-std::function<void(int)> barFor(const std::string& file, Progress& progress)
+/// A bar on the terminal, once a solve takes its time; written anew when its length is another.
+std::function<void(double, double)> barFor(const std::string& file, Progress& progress)
 {
     using Clock = std::chrono::steady_clock;
-    return [&file, &progress, begin = Clock::now(), shown = 0](int percent) mutable {
-        if (percent == 0) {
-            begin = Clock::now();
-            shown = 0;
-        }
-        if (percent == 100) return progress.erase();
-        const int length = percent * kBarWidth / 100;
+    return [&file, &progress, begin = Clock::now(), shown = 0](double done, double all) mutable {
+        if (done == all) return progress.erase();
+        const int length = static_cast<int>(done / all * kBarWidth);
         if (length == shown || std::chrono::duration<double>(Clock::now() - begin).count() < kQuietSeconds)
             return;
         shown = length;
-        progress.show(fmt::format("factorizing {}: [{:<{}}] {} %", file,
-                                  std::string(static_cast<std::size_t>(length), '#'), kBarWidth, percent));
+        progress.show(fmt::format("solving {}: [{:<{}}] {:.3g} of {:.3g} Gflop", file,
+                                  std::string(static_cast<std::size_t>(length), '#'), kBarWidth, done / 1e9,
+                                  all / 1e9));
     };
 }
 
@@ -85,7 +82,7 @@ std::function<void(int)> barFor(const std::string& file, Progress& progress)
 SystemOptions optionsFor(const SparseOptions& options, SolveReport& report, Progress& progress)
 {
     SystemOptions told = options.system;
-    told.engine.progress = barFor(report.matrix, progress);
+    told.progress = barFor(report.matrix, progress);
     told.stepDone = [&report](std::string_view step) { report.seconds.finish(step); };
     told.openPlace = [core = options.coreMegabytes](double left) {
         return std::make_unique<FactorFiles>(core, left);
@@ -98,19 +95,37 @@ SystemOptions optionsFor(const SparseOptions& options, SolveReport& report, Prog
     return told;
 }
 
+/// What was saved, with this matrix in the place of its own: where that is the same, the factor stands.
 template <class Cell>
-LinearSystem<Cell> assemble(SparseRows<Cell> matrix, const SystemOptions& options, const std::string& file)
+LinearSystem<Cell> goOnWith(const std::string& saved, const SparseRows<Cell>& matrix,
+                            const SystemOptions& options)
 try {
+    LinearSystem<Cell> system = LinearSystem<Cell>::Load(saved, options);
+    system.Update(matrix);
+    return system;
+} catch (const SerializationException& failure) {
+    throw InputError(saved, failure.what());
+} catch (const OperationFailedException& failure) {
+    throw InputError(failure.what());
+}
+
+template <class Cell>
+LinearSystem<Cell> assemble(SparseRows<Cell> matrix, const std::string& saved, const SystemOptions& options,
+                            const std::string& file)
+try {
+    if (!saved.empty()) return goOnWith<Cell>(saved, matrix, options);
     return LinearSystem<Cell>(std::move(matrix), options);
 } catch (const ArgumentException&) {
     throw InputError(file, fmt::format("{}, as --type says", contradiction(*options.type, kIsComplex<Cell>)));
 }
 
+/// For the next run.
 template <class Cell>
-SystemAnswer<Cell> solve(LinearSystem<Cell>& system, const std::optional<Columns<Cell>>& given)
+void keep(const LinearSystem<Cell>& system, const std::string& file)
 try {
-    if (given) return system.Solve(*given);
-    return system.SolveKnown(filledWith<Columns<Cell>>(1.0, system.Cols(), 1));
+    system.Save(file);
+} catch (const InvalidOperationException&) {
+    throw InputError(file, "the factor stands in files, and cannot be saved");
 } catch (const OperationFailedException& failure) {
     throw InputError(failure.what());
 }
@@ -121,11 +136,15 @@ Solution solveIn(SystemFiles& files, const SparseOptions& options, SolveReport& 
     std::optional<Columns<Cell>> given;
     SparseRows<Cell> matrix = load<Cell>(files, report, given);
     progress.erase();
-    LinearSystem<Cell> system =
-        assemble<Cell>(std::move(matrix), optionsFor(options, report, progress), report.matrix);
+    LinearSystem<Cell> system = assemble<Cell>(std::move(matrix), options.factor,
+                                               optionsFor(options, report, progress), report.matrix);
     report.seconds.finish("assemble");
-    SystemAnswer<Cell> answer = solve<Cell>(system, given);
+    SystemAnswer<Cell> answer = answerOf<Cell>(system, given);
     progress.erase();
+    if (!options.saveFactor.empty() && answer.verdict != Verdict::Failed) {
+        keep(system, options.saveFactor);
+        report.seconds.finish("save");
+    }
     return tell(answer, report);
 }
 

@@ -3,11 +3,13 @@
 #include <lintrix/engine/analysis/analysis_steps.h>
 #include <lintrix/engine/analysis/graph/adjacency.h>
 #include <lintrix/engine/analysis/memory_figures.h>
+#include <lintrix/engine/analysis/symbolic/derived_structure.h>
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/analysis/symbolic/structure_files.h>
 #include <lintrix/engine/call/shifted_indices.h>
 #include <lintrix/engine/out_of_core/out_of_core_settings.h>
 #include <lintrix/engine/report/messages.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <limits>
@@ -76,18 +78,6 @@ Failure decideCoreMode(Analysis& run)
     return isTooSmall ? Failure{Error::OutOfCoreMemory, -9} : Failure{};
 }
 
-/// How many rows each supernode updates below itself.
-Failure makeUpdateLengths(Analysis& run)
-{
-    const std::int64_t bytes = updateLengths(run.control()) * std::int64_t{sizeof(int)};
-    if (bytes == 0) return {};
-    const FactorStructure structure = PermanentStructure(run.handle).structure();
-    int* const lengths = static_cast<int*>(run.handle.allocate(Slot::UpdateLengths, bytes));
-    if (lengths == nullptr) return outOfMemory(BlockCode::UpdateLengths, bytes);
-    for (int J = 0; J < structure.supernodes(); ++J) lengths[J] = structure.height(J) - structure.width(J);
-    return {};
-}
-
 /// pt[6] stays where the call goes on to files with its factor, until the next analysis or release: callers
 /// find the slot filled then.
 void releaseWork(Analysis& run)
@@ -110,17 +100,20 @@ void tellFactorNonZeros(const Analysis& run)
 Failure runSteps(Analysis& run, NumericForecast forecast)
 {
     const BlockMeter meter(Handle::basicBlocks(run.control()[Word::Maxfct]));
-    if (const Failure failure = checkPattern({run.ia, run.ja})) return failure;
-    if (const Failure failure = matchAndScale(run)) return failure;
-    if (const Failure failure = buildAdjacency(run)) return failure;
-    if (const Failure failure = orderEquations(run)) return failure;
-    if (const Failure failure = factorizeSymbolically(run)) return failure;
+    constexpr double kSteps = 6.0;
+    const WorkMeter work(kSteps);
+    const auto told = [&work](Failure failure) { return failure || work.add(1.0) ? failure : stopped(); };
+    if (const Failure failure = told(checkPattern({run.ia, run.ja}))) return failure;
+    if (const Failure failure = told(matchAndScale(run))) return failure;
+    if (const Failure failure = told(buildAdjacency(run))) return failure;
+    if (const Failure failure = told(orderEquations(run))) return failure;
+    if (const Failure failure = told(factorizeSymbolically(run))) return failure;
     MemoryFigures figures;
     if (const Failure failure = forecastMemory(run, forecast, figures)) return failure;
     tellMemory(run, meter, figures);
     if (const Failure failure = decideCoreMode(run)) return failure;
-    if (const Failure failure = buildLists(run)) return failure;
-    if (const Failure failure = makeUpdateLengths(run)) return failure;
+    if (const Failure failure = told(buildLists(run))) return failure;
+    if (const Failure failure = makeUpdateLengths(run.handle)) return failure;
     tellMemory(run, meter, figures); // the lists may have taken more than all before them
     return run.control()[Word::OutOfCore] != 0 ? storeStructure(run.handle) : Failure{};
 }

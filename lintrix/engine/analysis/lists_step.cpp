@@ -1,5 +1,6 @@
 #include <lintrix/engine/analysis/analysis_steps.h>
 
+#include <lintrix/engine/analysis/symbolic/derived_structure.h>
 #include <lintrix/engine/analysis/symbolic/entry_maps.h>
 #include <lintrix/engine/analysis/symbolic/forecast.h>
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
@@ -11,23 +12,6 @@
 namespace Velmar::Lintrix::detail::engine {
 
 namespace {
-
-/// Which separators each independent subgraph updates.
-Failure listUpdates(Analysis& run, PermanentStructure& permanent)
-{
-    const int independent = run.control()[Word::IndependentSubgraphs];
-    const int separators = run.control()[Word::Subgraphs] - independent;
-    const auto updates = Scratch<int>::zeroed(std::int64_t{independent} * separators);
-    if (!updates) return outOfMemory(BlockCode::Transient, missingBytes(updates));
-    if (const Failure failure =
-            countUpdates(permanent.structure(), permanent.subgraphSupernodes(), independent, updates.span()))
-        return failure;
-    // All the room there is; afterwards the targets in use are what counts.
-    run.control()[Word::UpdateTargets] = independent * separators;
-    run.control()[Word::UpdateTargets] =
-        listTargets(updates.span(), independent, separators, permanent.targetStarts(), permanent.targets());
-    return {};
-}
 
 /// Kept in any case, since a later phase may report what a silent analysis has laid out; told where asked
 /// for.
@@ -52,7 +36,7 @@ Failure buildLists(Analysis& run)
                                            structure, run.symmetricStorage(), permanent.maps()))
         return failure;
     if (run.control()[Word::TwoLevel] != 0) {
-        if (const Failure failure = listUpdates(run, permanent)) return failure;
+        if (const Failure failure = listUpdates(run.handle)) return failure;
     }
     run.control()[Word::ChunkSize] = chunkOfSupernodes(structure.supernodes(), run.threads());
     countOperations(run, permanent);

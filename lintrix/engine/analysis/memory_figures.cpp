@@ -1,6 +1,7 @@
 #include <lintrix/engine/analysis/memory_figures.h>
 
 #include <lintrix/engine/analysis/matching/preordering.h>
+#include <lintrix/engine/analysis/symbolic/derived_structure.h>
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 
 #include <algorithm>
@@ -10,12 +11,6 @@ namespace Velmar::Lintrix::detail::engine {
 std::int64_t MemoryFigures::inCore() const noexcept
 {
     return std::max(analysisPeak, analysisKept + numeric.inCore);
-}
-
-std::int64_t updateLengths(const ControlBlock& control) noexcept
-{
-    const bool none = control[Word::ElementWidth] == 1 && control[Word::SymmetricStorage] != 0;
-    return none ? 0 : control[Word::Supernodes];
 }
 
 BlockSum keptBlocks(Analysis& run) noexcept

@@ -34,7 +34,4 @@ struct MemoryFigures {
 /// The blocks that the handle holds when the analysis is done.
 BlockSum keptBlocks(Analysis& run) noexcept;
 
-/// How many update lengths there are: complex and unsymmetric factors have one for each supernode.
-std::int64_t updateLengths(const ControlBlock& control) noexcept;
-
 } // namespace Velmar::Lintrix::detail::engine

@@ -5,6 +5,7 @@
 #include <lintrix/engine/analysis/graph/postorder.h>
 #include <lintrix/engine/analysis/symbolic/column_counts.h>
 #include <lintrix/engine/analysis/symbolic/column_refinement.h>
+#include <lintrix/engine/analysis/symbolic/derived_structure.h>
 #include <lintrix/engine/analysis/symbolic/factor_structure.h>
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/analysis/symbolic/schedule.h>
@@ -86,20 +87,6 @@ Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
                              permanent.ordering());
 }
 
-void placePanels(Analysis& run)
-{
-    PermanentStructure permanent(run.handle);
-    const FactorSizes sizes =
-        panelStarts(permanent.structure(), permanent.lowerStarts(), permanent.upperStarts());
-    ControlBlock& control = run.control();
-    control[Word::TallestPanel] = sizes.tallest;
-    control[Word::WidestPanel] = sizes.widest;
-    control.set(WideWord::LowerElements, sizes.lower);
-    control.set(WideWord::UpperElements, sizes.upper);
-    control.set(WideWord::LowerNonZeros, sizes.fill);
-    control.set(WideWord::LargestUpdate, sizes.largestUpdate);
-}
-
 } // namespace
 
 Failure factorizeSymbolically(Analysis& run)
@@ -113,7 +100,7 @@ Failure factorizeSymbolically(Analysis& run)
     const Graph permuted = permutedGraph(graph, run.ordering(), work.permutedStarts, work.permutedNeighbours);
     if (const Failure failure = findSupernodes(run, permuted, work)) return failure;
     if (const Failure failure = fillPermanent(run, permuted, work)) return failure;
-    placePanels(run);
+    placePanels(run.handle);
     PermanentStructure permanent(run.handle);
     const FactorStructure structure = permanent.structure();
     supernodesOfSubgraphs(structure, permanent.subgraphs(), permanent.subgraphSupernodes());

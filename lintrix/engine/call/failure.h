@@ -69,6 +69,12 @@ inline Failure badInput(int code) noexcept
     return {Error::Input, code};
 }
 
+/// Whoever listens wants the call to end.
+inline Failure stopped() noexcept
+{
+    return {Error::Numeric, -1};
+}
+
 /// A size or an index passes what 32 bits hold.
 inline Failure overflow() noexcept
 {

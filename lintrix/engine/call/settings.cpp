@@ -60,7 +60,7 @@ IterationSetting splitIterationSetting(int parameter) noexcept
 
 int panelWidth(const PanelQuestion& question) noexcept
 {
-    if (question.outOfCore != 0 && question.n > 1000000) return 192;
+    if (question.outOfCore != 0 && question.n > 1000000) return kWidestPanel;
     const MatrixClass matrix = classOf(question.mtype);
     if (matrix == MatrixClass::StructurallySymmetric || matrix == MatrixClass::Unsymmetric)
         return widthForFullStorage(question.threads);

@@ -30,6 +30,9 @@ struct PanelQuestion {
     int outOfCore = 0; ///< `iparm(60)`
 };
 
+/// Of all panel widths the largest.
+inline constexpr int kWidestPanel = 192;
+
 /// The largest number of columns in one supernode.
 LINTRIX_TESTABLE int panelWidth(const PanelQuestion& question) noexcept;
 

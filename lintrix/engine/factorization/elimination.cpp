@@ -10,6 +10,16 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
+double multiplications(const FactorStructure& structure) noexcept
+{
+    double sum = 0.0;
+    for (int J = 0; J < structure.supernodes(); ++J) {
+        const double width = structure.width(J), below = structure.height(J) - width;
+        sum += ownMultiplications(structure, J) + updateMultiplications(width, below, below);
+    }
+    return sum;
+}
+
 bool EliminationTeam::waitFor(int J) const
 {
     constexpr int kSpins = 2000; // then let another thread have the core
@@ -25,7 +35,7 @@ template <class T>
 Eliminator<T>::Eliminator(const FactorPlan& plan, const FactorRules& rules, const T* values,
                           const Factor<T>& factor, EliminationTeam& team)
     : plan_(plan), structure_(plan.structure), rules_(rules), values_(values), factor_(factor), team_(team),
-      progress_(team.progress, plan.threads),
+      progress_(team.progress, plan.threads), work_(team.work),
       indexOf_(Scratch<int>::uninitialised(EliminationSizes(plan).indices)),
       rows_(Scratch<int>::uninitialised(EliminationSizes(plan).rows)),
       buffer_(Scratch<T>::uninitialised(EliminationSizes(plan).buffer)),
@@ -60,6 +70,7 @@ bool Eliminator<T>::eliminate(int thread, int first, int last, int firstSource, 
         const int K = descendants.source();
         if (!(K < first ? team_.waitFor(K) : complete(thread, K))) return false;
         update(first, last, descendants, factor_);
+        if (team_.hasFailed()) return false;
     }
     return complete(thread, last);
 }
@@ -72,7 +83,7 @@ void Eliminator<T>::takeUpdates(int first, int last, PositionRange sources, cons
     indexRowsOf(first);
     do {
         update(first, last, descendants, from);
-    } while (descendants.next());
+    } while (!team_.hasFailed() && descendants.next());
 }
 
 template <class T>
@@ -87,8 +98,18 @@ bool Eliminator<T>::complete(int thread, int J)
 {
     if (!factorBlock(J)) return false;
     team_.finish(J);
-    if (progress_.add(thread, std::int64_t{structure_.height(J)} * structure_.width(J))) return true;
-    team_.fail({Error::Numeric, -1});
+    if (!progress_.add(thread, std::int64_t{structure_.height(J)} * structure_.width(J))) {
+        team_.fail(stopped());
+        return false;
+    }
+    return hasDone(ownMultiplications(structure_, J));
+}
+
+template <class T>
+bool Eliminator<T>::hasDone(double multiplications)
+{
+    if (work_.add(multiplications)) return true;
+    team_.fail(stopped());
     return false;
 }
 
@@ -138,6 +159,7 @@ void Eliminator<T>::update(int first, int last, const MergedDescendants& descend
     for (int i = 0; i < m; ++i) row[i] = indexOf_[rowsOfK[i]];
 
     const Target target = targetFor(first, last, descendant);
+    if (!hasDone(updateMultiplications(width, m, target.columns))) return;
     const T* const l = lowerOf(factor, K) + width + from;
     if (!unsymmetric()) {
         const T* b = l;

@@ -7,6 +7,7 @@
 #include <lintrix/engine/factorization/descendants.h>
 #include <lintrix/engine/factorization/numeric_factorization.h>
 #include <lintrix/engine/factorization/supernode_update.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <array>
@@ -37,11 +38,27 @@ struct EliminationSizes {
     std::int64_t indices, rows, buffer, scaled;
 };
 
+/// Multiplications for the panels of J themselves, and for what J gives to k rows of its ancestors, of which
+/// it has m and those below them, both as of a symmetric matrix.
+inline double ownMultiplications(const FactorStructure& structure, int J) noexcept
+{
+    const double width = structure.width(J);
+    return 0.5 * structure.height(J) * width * width;
+}
+inline double updateMultiplications(double width, double m, double k) noexcept
+{
+    return width * k * (m - 0.5 * (k - 1.0));
+}
+
+/// Of the whole factorization.
+double multiplications(const FactorStructure& structure) noexcept;
+
 /// What the threads of one factorization share.
 class EliminationTeam {
 public:
     EliminationTeam(const FactorPlan& plan, const ProgressListener& listener)
         : progress(listener, std::max<std::int64_t>(1, plan.sizes.lower)),
+          work(multiplications(plan.structure)),
           finished_(Scratch<std::atomic<unsigned char>>::zeroed(plan.structure.supernodes()))
     {
     }
@@ -68,7 +85,14 @@ public:
     bool hasFailed() const { return failed_.load(std::memory_order_acquire); }
     Failure failure() const { return failure_; }
 
+    /// Asks whether the work goes on; if not, that is the failure.
+    void heed()
+    {
+        if (!work.goesOn()) fail(stopped());
+    }
+
     Progress progress;
+    WorkMeter work;
 
 private:
     Scratch<std::atomic<unsigned char>> finished_; // by supernode
@@ -128,6 +152,7 @@ private:
     void indexRowsOf(int J);
     T scaled(T value, int J, int place) const;
     void update(int first, int last, const MergedDescendants& descendant, const Factor<T>& from);
+    bool hasDone(double multiplications);
     Target targetFor(int first, int last, const MergedDescendants& descendant) const;
     void prepareRight(int K, const T* block, const T* l, int ld, int k);
     bool factorBlock(int J);
@@ -143,6 +168,7 @@ private:
     const Factor<T>& factor_;
     EliminationTeam& team_;
     ProgressShare progress_;
+    WorkShare work_;
     Scratch<int> indexOf_; // row -> its place in the list of the first panel at work
     Scratch<int> rows_;    // the descendant's rows, as places in the list of the first panel at work
     Scratch<T> buffer_;    // products on their way

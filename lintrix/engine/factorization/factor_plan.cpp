@@ -40,12 +40,6 @@ bool isSymmetric(const ControlBlock& control)
     return control[Word::SymmetricStorage] != 0;
 }
 
-// Elements of the L panels, and of the U panels behind them.
-std::int64_t elementsOf(const ControlBlock& control)
-{
-    return control[WideWord::LowerElements] + (isSymmetric(control) ? 0 : control[WideWord::UpperElements]);
-}
-
 // Of rows and of columns.
 std::int64_t exchangesOf(const ControlBlock& control)
 {
@@ -226,13 +220,18 @@ bool holdsFactor(const Handle& handle, int mnum, int kind) noexcept
            elementKind(entry.mtype, handle.control()[Word::SinglePrecision] != 0) == kind;
 }
 
+std::int64_t elementsOfFactor(const ControlBlock& control) noexcept
+{
+    return control[WideWord::LowerElements] + (isSymmetric(control) ? 0 : control[WideWord::UpperElements]);
+}
+
 template <class T>
 Failure reserveFactor(Handle handle, int mnum)
 {
     const ControlBlock& control = handle.control();
     FactorEntry& entry = entryOf(handle, mnum);
     entry.size = kUnset;
-    const std::int64_t bytes = elementsOf(control) * static_cast<std::int64_t>(sizeof(T));
+    const std::int64_t bytes = elementsOfFactor(control) * static_cast<std::int64_t>(sizeof(T));
     const bool isInCore = control[Word::OutOfCore] == 0;
     if (isInCore && (entry.storage == nullptr || entry.bytes < bytes)) {
         Handle::releaseFactor(entry);
@@ -255,7 +254,7 @@ BlockSum exchangeBlocks(const ControlBlock& control) noexcept
 template <class T>
 BlockSum factorBlocks(const ControlBlock& control) noexcept
 {
-    return exchangeBlocks(control).add<T>(elementsOf(control));
+    return exchangeBlocks(control).add<T>(elementsOfFactor(control));
 }
 
 template <class T>
@@ -276,7 +275,7 @@ void keepFactor(const Arguments& call, Handle handle, const FactorRules& rules)
     entry.mtype = handle.control()[Word::Mtype];
     entry.method = static_cast<int>(rules.method);
     entry.fingerprint = fingerprint(valuesOf(call, handle));
-    entry.size = elementsOf(handle.control());
+    entry.size = elementsOfFactor(handle.control());
 }
 
 bool isFactorOfCall(const Arguments& call, const Handle& handle)

@@ -64,6 +64,9 @@ LINTRIX_TESTABLE bool holdsFactor(const Handle& handle, int mnum, int kind) noex
 template <class T>
 LINTRIX_TESTABLE Failure reserveFactor(Handle handle, int mnum);
 
+/// Elements of the L panels, and of the U panels behind them.
+LINTRIX_TESTABLE std::int64_t elementsOfFactor(const ControlBlock& control) noexcept;
+
 /// The blocks of one factor: elements of L and U, and exchanges.
 template <class T>
 LINTRIX_TESTABLE BlockSum factorBlocks(const ControlBlock& control) noexcept;

@@ -29,10 +29,10 @@ public:
     FactorResult run()
     {
         if (!team_) return {outOfMemory(BlockCode::RealWork, team_.missingBytes()), {}};
-        if (!team_.progress.start()) return {{Error::Numeric, -1}, {}};
+        if (!team_.progress.start()) return {stopped(), {}};
         runTeam(busyThreads(plan_, static_cast<int>(plan_.runs.size())),
                 [&](const TeamMember& member) { work(member); });
-        if (!team_.hasFailed() && !team_.progress.end()) team_.fail({Error::Numeric, -1});
+        if (!team_.hasFailed() && !team_.progress.end()) team_.fail(stopped());
         return {team_.failure(), pivots_};
     }
 
@@ -101,6 +101,7 @@ private:
         }
         const Factor<T> into = store_.placedIn(chunkRoom(), chunk, exchanges_);
         store_.forEachPiece(chunk, member, wantedBy(group), [&](PositionRange piece) {
+            team_.heed();
             if (!team_.hasFailed()) check(store_.read(piece, into));
         });
     }
@@ -125,6 +126,7 @@ private:
     void write(PositionRange group, const TeamMember& member)
     {
         store_.forEachPiece(group, member, isWanted, [&](PositionRange piece) {
+            team_.heed();
             if (!team_.hasFailed()) check(store_.write(piece, panels_));
         });
     }

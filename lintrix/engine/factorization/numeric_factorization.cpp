@@ -16,7 +16,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
 {
     EliminationTeam team(plan, listener);
     if (!team) return {outOfMemory(BlockCode::RealWork, team.missingBytes()), {}};
-    if (!team.progress.start()) return {{Error::Numeric, -1}, {}};
+    if (!team.progress.start()) return {stopped(), {}};
     PivotCounts pivots;
     runTeam(busyThreads(plan, static_cast<int>(plan.runs.size())), [&](const TeamMember& member) {
         std::optional<SequentialBlasScope> sequential;
@@ -31,7 +31,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
         pivots += worker.pivots();
         member.meet(); // all arrays are there at a time, whoever is done first: the same peak in every run
     });
-    if (!team.hasFailed() && !team.progress.end()) team.fail({Error::Numeric, -1});
+    if (!team.hasFailed() && !team.progress.end()) team.fail(stopped());
     return {team.failure(), pivots};
 }
 

@@ -2,17 +2,14 @@
 
 #include <lintrix/engine/out_of_core/file_name.h>
 #include <lintrix/engine/out_of_core/out_of_core_settings.h>
-#include <lintrix/engine/out_of_core/regular_file.h>
+#include <lintrix/services/regular_file.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
-#include <ctime>
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -83,51 +80,6 @@ Failure cannot(FileAction action, FileStep step, FactorFile file) noexcept
 {
     return {Error::OutOfCoreTransfer, -11, 0, {action, step, file}};
 }
-
-/// Moves all bytes by calls that move some; 0 is the end of a file.
-template <class Bytes, class Move>
-bool moveAll(Bytes bytes, std::int64_t offset, Move move)
-{
-    while (!bytes.empty()) {
-        const ssize_t count = move(bytes.data(), bytes.size(), offset);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(count));
-        offset += count;
-    }
-    return true;
-}
-
-/// A write beyond the limit of file sizes raises SIGXFSZ, which ends a process that knows nothing of it. For
-/// the length of a scope it waits in this thread.
-class FileSizeSignalBlocked {
-public:
-    FileSizeSignalBlocked() noexcept
-    {
-        sigset_t pending;
-        ::sigemptyset(&pending);
-        ::sigpending(&pending);
-        waitedBefore_ = ::sigismember(&pending, SIGXFSZ) == 1;
-        ::sigemptyset(&signal_);
-        ::sigaddset(&signal_, SIGXFSZ);
-        ::pthread_sigmask(SIG_BLOCK, &signal_, &before_);
-    }
-    ~FileSizeSignalBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    FileSizeSignalBlocked(const FileSizeSignalBlocked&) = delete;
-    FileSizeSignalBlocked& operator=(const FileSizeSignalBlocked&) = delete;
-
-    /// Takes the signal of a write away; one that had been waiting before is somebody else's.
-    void discard() const noexcept
-    {
-        const timespec atOnce{};
-        while (!waitedBefore_ && ::sigtimedwait(&signal_, nullptr, &atOnce) < 0 && errno == EINTR) {
-        }
-    }
-
-private:
-    sigset_t signal_, before_;
-    bool waitedBefore_;
-};
 
 /// Adds the time that its scope takes.
 class Stopwatch {
@@ -227,14 +179,7 @@ void OpenFactorFiles::close() noexcept
 Failure OpenFactorFiles::write(FactorFile file, std::int64_t offset, std::span<const std::byte> from)
 {
     const Stopwatch watch(nanosecondsWriting_);
-    const FileSizeSignalBlocked signal;
-    const auto move = [this, file](const std::byte* bytes, std::size_t count, std::int64_t place) {
-        return ::pwrite(descriptor(file), bytes, count, place);
-    };
-    if (!moveAll(from, offset, move)) {
-        if (errno == EFBIG) signal.discard();
-        return cannot(FileAction::Write, step_, file);
-    }
+    if (!writeAll(descriptor(file), offset, from)) return cannot(FileAction::Write, step_, file);
     bytesWritten_ += static_cast<std::int64_t>(from.size());
     return {};
 }
@@ -242,10 +187,7 @@ Failure OpenFactorFiles::write(FactorFile file, std::int64_t offset, std::span<c
 Failure OpenFactorFiles::read(FactorFile file, std::int64_t offset, std::span<std::byte> into)
 {
     const Stopwatch watch(nanosecondsReading_);
-    const auto move = [this, file](std::byte* bytes, std::size_t count, std::int64_t place) {
-        return ::pread(descriptor(file), bytes, count, place);
-    };
-    if (!moveAll(into, offset, move)) return cannot(FileAction::Read, step_, file);
+    if (!readAll(descriptor(file), offset, into)) return cannot(FileAction::Read, step_, file);
     bytesRead_ += static_cast<std::int64_t>(into.size());
     return {};
 }

@@ -13,7 +13,7 @@
 #include <lintrix/engine/call/failure.h>
 #include <lintrix/engine/call/handle.h>
 #include <lintrix/engine/call/timers.h>
-#include <lintrix/engine/out_of_core/check_sum.h>
+#include <lintrix/services/check_sum.h>
 #include <lintrix/services/export.h>
 
 #include <atomic>

@@ -1,7 +1,7 @@
 #include <lintrix/engine/out_of_core/out_of_core_settings.h>
 
 #include <lintrix/engine/out_of_core/configuration_text.h>
-#include <lintrix/engine/out_of_core/regular_file.h>
+#include <lintrix/services/regular_file.h>
 #include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/engine/report/messages.h>
 #include <lintrix/services/environment.h>
@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <limits>
 #include <span>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,6 +21,8 @@ namespace Velmar::Lintrix::detail::engine {
 namespace {
 
 constexpr const char* kConfigurationFile = "pardiso_ooc.cfg";
+
+thread_local int mostMegabytes = std::numeric_limits<int>::max(); // of a core
 
 /// Words of the first control block.
 enum class SettingWord : int { CoreMegabytes, KeepsFiles };
@@ -91,7 +95,7 @@ void store(Handle handle, const OutOfCoreSettings& settings) noexcept
 {
     char* const path = tableOf(handle).path;
     std::fill(std::ranges::copy(settings.path, path).out, path + OutOfCoreTable::kPathLength, ' ');
-    wordOf(handle, SettingWord::CoreMegabytes) = settings.megabytes;
+    wordOf(handle, SettingWord::CoreMegabytes) = std::min(settings.megabytes, mostMegabytes);
     wordOf(handle, SettingWord::KeepsFiles) = settings.keep != 0 ? 1 : 0;
 }
 
@@ -158,6 +162,16 @@ OutOfCoreConfiguration ReadOutOfCoreConfiguration() noexcept
     if (settings.megabytesAreTaken) said.megabytes = settings.megabytes;
     if (settings.keepIsTaken) said.keepsFiles = settings.keep != 0;
     return said;
+}
+
+OutOfCoreLimit::OutOfCoreLimit(int megabytes) noexcept
+    : before_(std::exchange(detail::engine::mostMegabytes, megabytes))
+{
+}
+
+OutOfCoreLimit::~OutOfCoreLimit()
+{
+    detail::engine::mostMegabytes = before_;
 }
 
 } // namespace Velmar::Lintrix

@@ -1,6 +1,7 @@
 #include <lintrix/engine/solution/conjugate_gradient.h>
 
 #include <lintrix/engine/report/iteration_log.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 
@@ -23,7 +24,7 @@ public:
         start();
         double best = 1e30;
         int count = 1;
-        while (count < terms_.most) {
+        while (count < terms_.most && WorkScope::goesOn()) {
             system_.solve(r_, z_);
             const double value = largestRate();
             const bool sound = advance();

@@ -1,6 +1,7 @@
 #include <lintrix/engine/solution/conjugate_gradient_squared.h>
 
 #include <lintrix/engine/report/iteration_log.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <string_view>
@@ -32,7 +33,7 @@ public:
         if (value < terms_.tolerance) return {IterationStatus::Converged, 1};
         double best = 1e30;
         int count = 1;
-        while (count < terms_.most) {
+        while (count < terms_.most && WorkScope::goesOn()) {
             const bool sound = advance();
             value = std::sqrt(largestRate());
             logIteration(kStepFormat<T>, {static_cast<double>(++count), value});

@@ -87,6 +87,13 @@ std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const Subst
 }
 
 template <class T>
+double DirectSolve<T>::sidesIn(int threads, int count) noexcept
+{
+    const int sides = sidesPerBlock<T>(count, threads);
+    return static_cast<double>(piecesOf(count, sides)) * sidesTaken<T>(sides);
+}
+
+template <class T>
 void DirectSolve<T>::bring(const T* b, int count, bool permutes, const RightSides<T>& y) const
 {
     const int n = factor_.order();

@@ -11,7 +11,7 @@ namespace Velmar::Lintrix::detail::engine {
 template <class T>
 bool PanelStream<T>::hold(PositionRange panels, Halves halves)
 {
-    if (failure_) return false;
+    if (failure_ || !goesOn()) return false;
     if (panels.first != held_.first || panels.last != held_.last) heldHalves_ = Halves::None;
     const Halves missing = without(halves, heldHalves_);
     if (missing == Halves::None) return true;
@@ -20,7 +20,7 @@ bool PanelStream<T>::hold(PositionRange panels, Halves halves)
     std::mutex failing;
     runTeam(threads_, [&](const TeamMember& member) {
         store_.forEachPiece(panels, member, isWanted, [&](PositionRange piece) {
-            const Failure failure = store_.read(piece, factor_.panels, missing);
+            const Failure failure = goesOn() ? store_.read(piece, factor_.panels, missing) : stopped();
             if (!failure) return;
             const std::lock_guard lock(failing);
             if (!failure_) failure_ = failure;

@@ -57,6 +57,7 @@ private:
     bool startsWith(int J) const noexcept { return held_.first == J && held_.last >= J; }
     bool endsWith(int J) const noexcept { return held_.last == J; }
     static bool isWanted(int) noexcept { return true; }
+    bool goesOn() const noexcept { return factor_.work == nullptr || factor_.work->goesOn(); }
     void readAhead(PositionRange panels, Halves halves) noexcept
     {
         store_.readAhead(panels, isWanted, halves);

@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/call/scalar.h>
 #include <lintrix/engine/report/iteration_log.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cmath>
@@ -57,6 +58,7 @@ public:
         double previous = 1e30;
         const std::int64_t most = limit_ == 0 ? kAutomaticSteps : limit_;
         for (std::int64_t k = 1; k <= most; ++k) {
+            if (!WorkScope::goesOn()) return {stopped(), static_cast<int>(k - 1), false};
             const StepSums sums = step();
             logStep(k, sums, rightHandSide_);
             if (k == kAutomaticSteps && limit_ == 0) return {{}, static_cast<int>(k), true};

@@ -108,8 +108,10 @@ public:
           improvement_(improvementFor(call, control_[Word::IterationKind], hasPerturbedPivots(control_))),
           threads_(control_[Word::Threads]), count_(call.nrhs), plan_(planOf(handle)),
           factor_(storedFactor<T>(handle, plan_, call.mnum)), matrix_(callersMatrix<T>(call)),
-          b_(static_cast<T*>(call.b)), x_(static_cast<T*>(call.x))
+          b_(static_cast<T*>(call.b)), x_(static_cast<T*>(call.x)),
+          work_(2.0 * static_cast<double>(plan_.sizes.lower) * DirectSolve<T>::sidesIn(threads_, count_))
     {
+        factor_.work = &work_;
     }
 
     Failure run()
@@ -153,10 +155,10 @@ private:
     Failure solveAndImprove()
     {
         const double seconds = solveDirectly();
-        if (const Failure failure = fileFailure()) return failure;
+        if (const Failure failure = fruitless()) return failure;
         const Failure failure = improve(seconds);
         // Of an iteration whose solves came to nothing no other failure means anything.
-        return fileFailure() ? fileFailure() : failure;
+        return fruitless() ? fruitless() : failure;
     }
 
     Failure solveFromFiles()
@@ -169,7 +171,12 @@ private:
         return failure;
     }
 
-    Failure fileFailure() const { return isFromFiles() ? files_->stream->failure() : Failure{}; }
+    /// Why solves have come to nothing, where they have.
+    Failure fruitless() const
+    {
+        if (!work_.goesOn()) return stopped();
+        return isFromFiles() ? files_->stream->failure() : Failure{};
+    }
 
     IterationLayout layout() const
     {
@@ -265,6 +272,7 @@ private:
         const TimedStep timed(timers_, Timer::Iteration);
         const IterationOutcome outcome = runIteration(
             system, {control_[Real::Tolerance], control_[Real::Divergence], budget.most, budget.half}, block);
+        if (!work_.goesOn()) return stopped(); // which says nothing of the factor
         told = outcome.told();
         if (outcome.status == IterationStatus::Converged) return {};
         control_[Word::FactorNeeded] = 1;
@@ -297,6 +305,7 @@ private:
     SubstitutionParts parts_;
     CallersMatrix<T> matrix_;
     T *b_, *x_;
+    WorkMeter work_;
 };
 
 } // namespace

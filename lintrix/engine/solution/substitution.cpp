@@ -318,13 +318,41 @@ Passes<T> passesFor(int sides)
     return sides == most ? passesWith<T, SideBlock<T, most>>() : passesWith<T, SideBlock<T, most / 2>>();
 }
 
+// Cells of L's panel and of what stands for U's, which one pass goes by.
+template <class T>
+double cellsOf(const StoredFactor<T>& factor, int J)
+{
+    return static_cast<double>(factor.structure.height(J)) * factor.structure.width(J);
+}
+
+// Calls pass(first, last) for stretches of about so many cells in the order of `step`, 1 or -1, as long as
+// the work goes on. Without anybody who hears of it the range is one stretch, but for `together` supernodes
+// at most.
+template <class T, class Pass>
+void passInStretches(const StoredFactor<T>& factor, SupernodeRange range, int count, int step, int together,
+                     const Pass& pass)
+{
+    constexpr double kStretch = 1 << 20; // below a millisecond
+    const WorkMeter* const work = factor.work != nullptr && factor.work->isHeard() ? factor.work : nullptr;
+    const int behind = step > 0 ? range.last + 1 : range.first - 1;
+    for (int J = step > 0 ? range.first : range.last, begin = J; J != behind; begin = J) {
+        double cells = 0.0;
+        for (int number = 0; J != behind && number < together && cells < kStretch; J += step, ++number)
+            cells += work != nullptr ? cellsOf(factor, J) * count : 0.0;
+        pass(SupernodeRange{std::min(begin, J - step), std::max(begin, J - step)});
+        if (work != nullptr && !work->add(cells)) return;
+    }
+}
+
 } // namespace
 
 template <class T>
 void substituteForward(const StoredFactor<T>& factor, bool transposed, const RightSides<T>& y,
                        SupernodeRange range)
 {
-    passesFor<T>(y.count).forward(factor, transposed, y.cells, range);
+    const Pass<T> pass = passesFor<T>(y.count).forward;
+    passInStretches(factor, range, y.count, 1, factor.structure.supernodes(),
+                    [&](SupernodeRange stretch) { pass(factor, transposed, y.cells, stretch); });
 }
 
 template <class T>
@@ -341,13 +369,12 @@ void substituteBackward(const StoredFactor<T>& factor, bool transposed, const Ri
     // The division stays out of the kernels: there it would round with their fused operations, and the parts
     // of a solve in turn would have other bits than the whole. A few panels at a time are still in the cache.
     const bool divides = before == BeforeTriangle::DivideByD && hasD(factor.method);
-    const int together = divides ? 64 : range.last - range.first + 1;
+    const int together = divides ? 64 : factor.structure.supernodes();
     const Pass<T> pass = passesFor<T>(y.count).backward;
-    for (int last = range.last; last >= range.first; last -= together) {
-        const SupernodeRange stretch{std::max(range.first, last - together + 1), last};
+    passInStretches(factor, range, y.count, -1, together, [&](SupernodeRange stretch) {
         if (divides) substituteDiagonal(factor, y, stretch);
         pass(factor, transposed, y.cells, stretch);
-    }
+    });
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \

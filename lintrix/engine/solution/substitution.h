@@ -4,6 +4,7 @@
 
 #include <lintrix/engine/factorization/numeric_factorization.h>
 #include <lintrix/services/export.h>
+#include <lintrix/services/work.h>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -16,6 +17,7 @@ struct StoredFactor {
     Method method;
     bool hermitian;
     Factor<T> panels;
+    const WorkMeter* work = nullptr; ///< hears of cells times right-hand sides; where it ends, so does a pass
 
     int order() const noexcept { return structure.starts.back(); }
 };
@@ -51,7 +53,8 @@ enum class BeforeTriangle { Nothing, DivideByD };
 
 /// With the supernode's block P*A*Q = L*U (P*A*P' = L*D*L' in symmetric storage): forward substitution
 /// applies P and inv(L); backward applies inv(U), or inv(L'), then Q. The transposed system exchanges L and
-/// U', P and Q'. Forward goes through the range upwards, backward downwards; each panel is read once.
+/// U', P and Q'. Forward goes through the range upwards, backward downwards; each panel is read once. Where
+/// the work has to end, y is undefined.
 template <class T>
 LINTRIX_TESTABLE void substituteForward(const StoredFactor<T>& factor, bool transposed,
                                         const RightSides<T>& y, SupernodeRange range);

@@ -1,5 +1,6 @@
 #include <lintrix/systems/iterations/gmres.h>
 
+#include <lintrix/services/work.h>
 #include <lintrix/sparse/kernels/cell.h>
 #include <lintrix/systems/iterations/arnoldi.h>
 #include <lintrix/systems/quality/backward_error.h>
@@ -92,6 +93,7 @@ private:
     bool step(Arnoldi<Cell>& basis, std::vector<Vector>& z)
     {
         Vector direction(n_), image(n_);
+        WorkScope::tell();
         inverse_.times(1, basis.last().data(), direction.data());
         ++steps_;
         if (!std::isfinite(largestModulus(direction.data(), n_))) return false;

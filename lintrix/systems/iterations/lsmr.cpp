@@ -1,6 +1,7 @@
 #include <lintrix/systems/iterations/lsmr.h>
 
 #include <lintrix/services/blas.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cmath>
@@ -284,6 +285,7 @@ typename Run<Cell>::RoundEnd Run<Cell>::round()
     while (alpha > 0.0 && beta > 0.0) {
         if (outcome_.iterations == limit_) return RoundEnd::Limit;
         ++outcome_.iterations;
+        WorkScope::tell();
         const double alphaOld = alpha;
         beta = nextLeft(alpha);
         alpha = beta > 0.0 ? nextRight(beta) : 0.0;

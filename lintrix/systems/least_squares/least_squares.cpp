@@ -451,7 +451,7 @@ void LeastSquares<Cell>::solveRegular(Attempt& attempt)
     if (!attempt.done()) attempt.iterate(*inverse_);
     if (attempt.done()) return;
     AugmentedSystem<Cell> augmented(M_);
-    if (!augmented.analysed() ||
+    if (!augmented.analysed() || augmented.forecast().bytes + forecast_->bytes > memory_ ||
         augmented.forecast().operations > std::max(kCheapFactor, kBearableCost * forecast_->operations))
         return;
     for (const double alpha : {kFairAlpha, std::sqrt(inverse_->bound()) / rank_.condition}) {

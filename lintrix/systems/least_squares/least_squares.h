@@ -8,6 +8,7 @@
 #include <complex>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -76,10 +77,16 @@ public:
     /// False ends a solve with the best x so far. Told of each step of LSMR.
     void progress(std::function<bool(const LsmrStep&)> callback) { progress_ = std::move(callback); }
 
+    /// Whether a `solve` has settled how the others go: by a factor, if there is one.
+    bool isPrepared() const noexcept { return prepared_; }
     /// Of the factor that `solve` will make; nothing where there will be none, but LSMR alone.
     const std::optional<FactorForecast>& forecast() const noexcept { return forecast_; }
 
-    /// b of length m.
+    /// Bytes that a further factor may take; by default any number.
+    void memory(double bytes) noexcept { memory_ = bytes; }
+
+    /// b of length m. What the listener of `WorkScope` raises leaves a prepared object as it is; else it can
+    /// only be destroyed.
     LeastSquaresAnswer<Cell> solve(const Cell* b);
     /// Factorizes if no `solve` has had to.
     const LeastSquaresRank& rank();
@@ -106,6 +113,7 @@ private:
     std::optional<FactorForecast> forecast_;
     std::vector<double> columnNorms_; // of A
     LeastSquaresRank rank_;
+    double memory_ = std::numeric_limits<double>::infinity();
     bool prepared_ = false, factorized_ = false;
 };
 

@@ -1,5 +1,7 @@
 #include <lintrix/systems/least_squares/normal_equations.h>
 
+#include <lintrix/services/work.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -14,6 +16,7 @@ namespace {
 constexpr double kManyProducts = 0x1p33;
 constexpr double kDenseRow = 4.0;     // times the root of the number of columns, and
 constexpr std::int32_t kLongRow = 64; // at least so many entries, make a row dense
+constexpr std::int32_t kPortion = 64; // columns of the product between two looks at whether the work goes on
 constexpr double kWorthABorder = 0.5; // where dense rows make less of the products, none is kept aside
 
 } // namespace
@@ -80,6 +83,7 @@ void NormalEquations<Cell>::layOut()
     const auto overPattern = [&](auto&& take) {
         std::fill(mark.begin(), mark.end(), -1);
         for (std::int32_t i = 0; i < q; ++i) {
+            if (i % kPortion == 0) WorkScope::tell();
             const auto once = [&](std::int32_t j, std::int32_t, std::int32_t) {
                 if (std::exchange(mark[static_cast<std::size_t>(j)], i) != i) take(j, i);
             };
@@ -123,6 +127,7 @@ void NormalEquations<Cell>::fill()
         factor_.a[static_cast<std::size_t>(next[static_cast<std::size_t>(row)]++) - 1] = value;
     };
     for (std::int32_t i = 0; i < M.cols; ++i) {
+        if (i % kPortion == 0) WorkScope::tell();
         met.assign(1, i);
         mark[static_cast<std::size_t>(i)] = i;
         overColumn(i, [&](std::int32_t j, std::int32_t s, std::int32_t t) {

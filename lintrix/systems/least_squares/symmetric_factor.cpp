@@ -1,5 +1,8 @@
 #include <lintrix/systems/least_squares/symmetric_factor.h>
 
+#include <lintrix/services/work.h>
+#include <lintrix/systems/run_control.h>
+
 #include <initializer_list>
 #include <type_traits>
 #include <utility>
@@ -39,7 +42,9 @@ SymmetricFactor<Cell>::analysedInOrder(FactorKind kind, FillInReducingMethod ord
         {FactorNonZeros, -1},
         {RefinementOff, 1}}; // who solves, refines
     for (const auto& [slot, value] : values) session.iparm(slot) = value;
-    if (session.call(kAnalysis, nullptr, nullptr) != 0) return std::nullopt;
+    const double operations = analysisOperations(static_cast<double>(ja.size()));
+    WorkScope::expect(operations);
+    if (!call(session, kAnalysis, operations)) return std::nullopt;
     FactorForecast forecast{order(), static_cast<double>(order()), 0.0};
     if (const auto summary = session.summary()) {
         const double kilobytes =
@@ -80,13 +85,26 @@ template <class Cell>
 bool SymmetricFactor<Cell>::factorize(FactorKind kind)
 {
     session_->mtype(mtypeOf<Cell>(kind));
-    return session_->call(kFactorization, nullptr, nullptr) == 0;
+    WorkScope::expect(forecast_.operations);
+    return call(*session_, kFactorization, forecast_.operations);
 }
 
 template <class Cell>
 bool SymmetricFactor<Cell>::solve(const Cell* b, Cell* x)
 {
-    return session_->call(kSolve, b, x) == 0;
+    constexpr double kEach = std::is_same_v<Cell, double> ? 4.0 : 16.0; // of an entry of L, both ways
+    return call(*session_, kSolve, kEach * static_cast<double>(forecast_.entries), b, x);
+}
+
+/// @return whether the engine could
+template <class Cell>
+bool SymmetricFactor<Cell>::call(EngineSession& session, std::int32_t phase, double operations, const Cell* b,
+                                 Cell* x)
+{
+    const WorkStep step(operations);
+    const bool done = session.call(phase, b, x) == 0;
+    WorkScope::tell();
+    return done;
 }
 
 template class SymmetricFactor<double>;

@@ -54,6 +54,8 @@ private:
         FactorForecast forecast;
     };
     std::optional<Analysed> analysedInOrder(FactorKind kind, FillInReducingMethod ordering);
+    static bool call(EngineSession& session, std::int32_t phase, double operations, const Cell* b = nullptr,
+                     Cell* x = nullptr);
 
     std::optional<EngineSession> session_;
     FactorForecast forecast_;

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <complex>
 #include <limits>
+#include <utility>
 
 namespace Velmar::Lintrix::detail {
 
@@ -51,19 +52,29 @@ LinearMap<Cell> scaledAdjoint(const LinearMap<Cell>& inverse, const std::vector<
 template <class Cell>
 struct Correction {
     double size;         ///< ||d||
+    double next;         ///< ||op(A)^-1 * s||
     double rate;         ///< q
     std::vector<Cell> s; ///< r - op(A)*d
 
     Correction(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse, const Cell* r)
-        : s(A.rows())
+        : s(r, r + A.rows())
     {
-        std::vector<Cell> d(s.size()), next(s.size());
-        const auto n = static_cast<std::int32_t>(s.size());
-        inverse.times(1, r, d.data());
-        residualInTwicePrecision<Cell>(A, op, 1, r, d.data(), nullptr, s.data());
-        inverse.times(1, s.data(), next.data());
-        size = largestModulus(d.data(), n);
-        rate = kMargin * quotient(largestModulus(next.data(), n), size);
+        size = correct(A, op, inverse, s);
+        std::vector<Cell> left = s;
+        next = correct(A, op, inverse, left);
+        rate = kMargin * largerOrNaN(quotient(next, size), quotient(correct(A, op, inverse, left), next));
+    }
+
+private:
+    /// r becomes r - op(A)*d. @return  ||d||, d = op(A)^-1 * r
+    static double correct(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+                          std::vector<Cell>& r)
+    {
+        std::vector<Cell> d(r.size()), left(r.size());
+        inverse.times(1, r.data(), d.data());
+        residualInTwicePrecision<Cell>(A, op, 1, r.data(), d.data(), nullptr, left.data());
+        r = std::move(left);
+        return largestModulus(d.data(), A.rows());
     }
 };
 
@@ -97,7 +108,9 @@ std::vector<double> forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode 
         const Correction<Cell> correction(A, op, inverse, r + first);
         residualScale(A, op, 1, b + first, x + first, g.data());
         boundUnknown(r + first, correction.s.data(), terms, precision, g);
-        const double estimate = estimateOneNorm(scaledAdjoint(inverse, g), how) / (1.0 - correction.rate);
+        const double estimate =
+            largerOrNaN(estimateOneNorm(scaledAdjoint(inverse, g), how), correction.next) /
+            (1.0 - correction.rate);
         const double bound = precision == ResidualPrecision::Working ? largerOrNaN(estimate, correction.size)
                                                                      : estimate + correction.size;
         const double size = largestModulus(x + first, n);

@@ -18,7 +18,9 @@
 ///
 /// The solves are inexact themselves, by about the condition times eps, or by far more where pivots were
 /// perturbed. q = ||op(A)^-1 * s||/||d|| measures it: x* - x is a sum of corrections of which each is about
-/// q times the one before. So estimates are divided by 1 - q, and from q = 1 on the bound is infinite.
+/// q times the one before. Where A is singular to working precision, a part of d that is small may be one
+/// that no correction makes smaller; so q is the larger of the first two such quotients. Estimates are
+/// divided by 1 - q, and from q = 1 on the bound is infinite.
 
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
@@ -44,7 +46,7 @@ enum class ResidualPrecision {
 };
 
 /// A bound on ||x* - x||/||x|| for each column; A is square. `inverse` solves with op(A), and its adjoint
-/// with the adjoint; each column costs two solves, and those of the estimate.
+/// with the adjoint; each column costs three solves, and those of the estimate.
 ///
 /// 0 where x and the bound are 0, infinite where x alone is 0; NaN, or infinite, where what is given or
 /// solved is not finite.

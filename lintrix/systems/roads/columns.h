@@ -57,6 +57,16 @@ Block columnOf(const Block& block, std::int32_t j)
     return column;
 }
 
+/// The columns of both.
+template <class Block>
+Block beside(const Block& left, const Block& right)
+{
+    Block both(left.Rows(), left.Cols() + right.Cols());
+    copyColumns(left, both, 0);
+    copyColumns(right, both, left.Cols());
+    return both;
+}
+
 /// Each cell's complex conjugate; of a real matrix a copy.
 template <class Block>
 Block conjugateOf(const Block& block)
@@ -83,6 +93,13 @@ MatrixOf<Cell> productOf(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, Trans
 {
     MatrixOf<Cell> B(A.Rows(), X.Cols());
     SparseOf<Cell>::Multiply(1.0, op, A, X, 0.0, B);
+    return B;
+}
+template <class Cell>
+MatrixOf<Cell> productOf(const MatrixOf<Cell>& A, const MatrixOf<Cell>& X, TransposeMode op)
+{
+    MatrixOf<Cell> B(op == TransposeMode::NotTransposed ? A.Rows() : A.Cols(), X.Cols());
+    MatrixOf<Cell>::Multiply(1.0, op, A, TransposeMode::NotTransposed, X, 0.0, B);
     return B;
 }
 

@@ -2,6 +2,11 @@
 
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/lapack.h>
+#include <lintrix/services/work.h>
+#include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/roads/columns.h>
+
+#include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -15,9 +20,10 @@ char letterOf(TransposeMode op)
 } // namespace
 
 template <class Cell>
-DenseFactor<Cell>::DenseFactor(const SparseOf<Cell>& A) : A_(A), factors_(A.ToDense()), pivots_(A.Rows())
+DenseFactor<Cell>::DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> cells)
+    : A_(A), factors_(std::move(cells)), pivots_(A.rows())
 {
-    const std::int32_t n = A.Rows();
+    const std::int32_t n = A.rows();
     lapack::getrf(n, n, AccessTo<Cell>::cells(factors_), n, pivots_.get(), info_);
 }
 
@@ -25,11 +31,19 @@ template <class Cell>
 MatrixOf<Cell> DenseFactor<Cell>::solved(const MatrixOf<Cell>& B, TransposeMode op) const
 {
     MatrixOf<Cell> X(B);
-    const std::int32_t n = A_.Rows();
+    const std::int32_t n = A_.rows();
     int info = 0;
     lapack::getrs(letterOf(op), n, X.Cols(), AccessTo<Cell>::cells(factors_), n, pivots_.get(),
                   AccessTo<Cell>::cells(X), n, info);
     return X;
+}
+
+/// Of a solve and of its step of refinement.
+template <class Cell>
+double DenseFactor<Cell>::operations(std::int32_t rightHands) const
+{
+    constexpr double kEach = std::is_same_v<Cell, double> ? 4.0 : 16.0;
+    return kEach * rightHands * A_.rows() * A_.rows();
 }
 
 template <class Cell>
@@ -37,7 +51,10 @@ EngineAnswer DenseFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X
                                       std::optional<std::int32_t>)
 try {
     X = solved(B, op);
-    X = X + solved(residualOf<Cell>(A_, X, B, op), op);
+    WorkScope::tell(operations(B.Cols()));
+    MatrixOf<Cell> R(B.Rows(), B.Cols());
+    residual(A_, op, B.Cols(), cellsOf(B).data(), cellsOf(std::as_const(X)).data(), cellsOf(R).data());
+    X = X + solved(R, op);
     return {};
 } catch (const NotEnoughMemoryException&) {
     return {.error = kEngineNoMemory};

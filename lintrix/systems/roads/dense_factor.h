@@ -4,9 +4,12 @@
 
 #include <lintrix/foundation/block.h>
 #include <lintrix/services/export.h>
+#include <lintrix/systems/quality/matrix_view.h>
 #include <lintrix/systems/roads/factored.h>
 
+#include <cstdint>
 #include <memory>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -16,18 +19,30 @@ namespace Velmar::Lintrix::detail::roads {
 template <class Cell>
 class LINTRIX_TESTABLE DenseFactor final : public Factored<Cell> {
 public:
-    /// `A` must outlive the factor. @throws NotEnoughMemoryException
-    explicit DenseFactor(const SparseOf<Cell>& A);
+    /// `A`, which is square, must outlive the factor. @throws NotEnoughMemoryException
+    explicit DenseFactor(const SparseOf<Cell>& A) : DenseFactor(MatrixView<Cell>(A), A.ToDense()) {}
+    explicit DenseFactor(const MatrixOf<Cell>& A) : DenseFactor(MatrixView<Cell>(A), A) {}
+
+    /// What `save` has added to a file. @throws as `requireWhole`, NotEnoughMemoryException
+    static std::unique_ptr<DenseFactor> load(const SparseOf<Cell>& A, SectionReader& file);
+    void save(SectionWriter& file) const override;
 
     bool isSingular() const { return info_ != 0; }
+    double operations(std::int32_t rightHands) const override;
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps) override;
     std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<Borrowed<Cell>>(*this); }
 
 private:
+    DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> cells);
+    DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> factors, Block<std::int32_t> pivots)
+        : A_(A), factors_(std::move(factors)), pivots_(std::move(pivots))
+    {
+    }
+
     MatrixOf<Cell> solved(const MatrixOf<Cell>& B, TransposeMode op) const;
 
-    const SparseOf<Cell>& A_;
+    MatrixView<Cell> A_;
     MatrixOf<Cell> factors_;
     Block<std::int32_t> pivots_;
     int info_ = 0;

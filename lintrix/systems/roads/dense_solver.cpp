@@ -43,27 +43,6 @@ double errorOf(const Block& found, const Probe<Block>& probe)
     return probeError(probe.solution, found);
 }
 
-template <class Block>
-Answer<Block> solveSquare(const Block& A, const Block& B, const Probe<Block>& probe)
-{
-    Block rightHands(A.Rows(), B.Cols() + 1); // the probe stands last
-    copyColumns(B, rightHands, 0);
-    copyColumns(probe.rightHand, rightHands, B.Cols());
-    SolveRoad road{};
-    Block x = A.Solve(rightHands, road);
-
-    Answer<Block> answer;
-    answer.road = "LU";
-    if (road == SolveRoad::SingularLQ) {
-        answer.status = Status::Singular;
-        return answer;
-    }
-    answer.probeError = errorOf(columnOf(x, B.Cols()), probe);
-    x.Cols(B.Cols());
-    answer.x = std::move(x);
-    return answer;
-}
-
 /// The least-squares solution of one column of a tall system, or the shortest one of a wide system.
 class RealTall {
 public:
@@ -168,7 +147,6 @@ Answer<Block> solveByShape(const Block& A, const Block& B)
     using Tall = std::conditional_t<kReal, RealTall, ComplexTall>;
     using Wide = std::conditional_t<kReal, RealWide, ComplexWide>;
     const Probe<Block> probe = makeProbe(A);
-    if (A.Rows() == A.Cols()) return solveSquare(A, B, probe);
     if (A.Rows() > A.Cols()) return solveByColumns(Tall(A), A, "QR (least squares)", B, probe);
     return solveByColumns(Wide(A), A, "LQ (minimum norm)", B, probe);
 }

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// Solves A*X = B by the dense road that the shape asks for.
+/// Solves A*X = B, A dense and not square, and tells what came of dense systems.
 
 #include <lintrix/complex/cmatrix.h>
 #include <lintrix/dense/matrix.h>
@@ -30,18 +30,18 @@ LINTRIX_TESTABLE std::string_view nameOf(Status status);
 template <class Block>
 struct Answer {
     Status status = Status::Solved;
-    std::string_view road;            ///< "LU", "QR (least squares)" or "LQ (minimum norm)"
-    std::optional<Block> x;           ///< n x nrhs; none when singular or rank-deficient
-    std::optional<double> probeError; ///< largest error of z, relative to its largest element
-    std::int32_t rank = 0;            ///< of a tall or wide matrix, to working precision
+    std::string_view road;              ///< "LU", "QR (least squares)" or "LQ (minimum norm)"
+    std::optional<Block> x{};           ///< n x nrhs; none when singular or rank-deficient
+    std::optional<double> probeError{}; ///< largest error of z, relative to its largest element
+    std::int32_t rank = 0;              ///< of a tall or wide matrix, to working precision
 };
 
-/// X with A*X = B: square by LU, tall in the least-squares sense by QR, wide with smallest norm by LQ.
+/// X with A*X = B: tall in the least-squares sense by QR, wide with smallest norm by LQ.
 ///
-/// Square systems go through Matrix::Solve. Of a tall or wide system that settles only the first column, and
-/// nothing of a complex one; so these are factorized once and solved column by column, in complex numbers
-/// with Q applied here. Their rank is read off a pivoted QR of the triangular factor: diagonal elements above
-/// max(m, n)*2^-52 times the first one count (Golub and Van Loan, Matrix Computations, 4th ed., section 5.5).
+/// Matrix::Solve settles only the first column of such a system, and nothing of a complex one; so these are
+/// factorized once and solved column by column, in complex numbers with Q applied here. Their rank is read
+/// off a pivoted QR of the triangular factor: diagonal elements above max(m, n)*2^-52 times the first one
+/// count (Golub and Van Loan, Matrix Computations, 4th ed., section 5.5).
 template <class Block>
 LINTRIX_TESTABLE Answer<Block> solveDense(const Block& A, const Block& B);
 

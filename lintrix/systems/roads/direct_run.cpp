@@ -1,6 +1,8 @@
 #include <lintrix/systems/roads/direct_run.h>
 
 #include <lintrix/engine/analysis_summary.h>
+#include <lintrix/services/work.h>
+#include <lintrix/systems/run_control.h>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -36,12 +38,6 @@ const Setup& setupOf(Road road)
 }
 
 constexpr int kIterationTolerance = 6; // iterate to 10^-6 of the first residual
-
-int tellProgress(void* context, int, int percent, const char*, int)
-{
-    (*static_cast<const std::function<void(int)>*>(context))(percent);
-    return 0;
-}
 
 } // namespace
 
@@ -105,7 +101,7 @@ DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod
 
 /// The engine solves with a diagonal matrix as it stands, and then there is nothing to share.
 DirectRun::DirectRun(const DirectRun* host)
-    : slots_(host->slots_), matrix_(host->matrix_), settings_(host->settings_)
+    : slots_(host->slots_), matrix_(host->matrix_), settings_(host->settings_), entries_(host->entries_)
 {
     if (!host->isDiagonal()) guest_.emplace(host->handle_.data());
 }
@@ -122,12 +118,12 @@ DirectRun::~DirectRun()
     if (guest_) return; // gives its own back
     parameters_[PardisoParameter::Transpose] =
         0; // else the release of a handle could be taken for that of a diagonal matrix
-    call(-1, 1, nullptr, nullptr);
+    enter(-1, 1, nullptr, nullptr);
 }
 
 RoadCost DirectRun::cost() const
 {
-    const std::optional<AnalysisSummary> summary = AnalysisView(handle_.data()).Summary();
+    const std::optional<AnalysisSummary> summary = AnalysisView(handle()).Summary();
     if (!summary) return {};
     const double kilobytes = static_cast<double>(parameters_[PardisoParameter::AnalysisKept]) +
                              parameters_[PardisoParameter::FactorMemory];
@@ -140,15 +136,20 @@ EngineAnswer DirectRun::analyse(FactorStore store, std::int32_t rightHands)
 {
     parameters_[PardisoParameter::OutOfCore] = store == FactorStore::Files ? 2 : 0;
     parameters_[PardisoParameter::FactorNonZeros] = -1;
-    return call(11, rightHands, nullptr, nullptr);
+    const EngineAnswer answer = call(11, rightHands, nullptr, nullptr, analysisOperations(matrix_.entries()));
+    entries_ = cost().entries;
+    return answer;
 }
 
 EngineAnswer DirectRun::factorize()
 {
-    if (!settings_.progress) return call(22, 1, nullptr, nullptr);
-    std::function<void(int)> listener = settings_.progress;
-    const PardisoProgressScope scope({tellProgress, &listener});
-    return call(22, 1, nullptr, nullptr);
+    return call(22, 1, nullptr, nullptr, cost().operations);
+}
+
+double DirectRun::solveOperations(std::int32_t rightHands) const
+{
+    const double each = matrix_.isComplex() ? 16.0 : 4.0; // of an entry of L, once downwards and once upwards
+    return each * static_cast<double>(entries_) * rightHands;
 }
 
 DirectRun::Reading DirectRun::readingOf(TransposeMode op) const
@@ -170,8 +171,16 @@ void DirectRun::limitRefinement(std::int32_t steps)
     parameters_[PardisoParameter::RefinementLimit] = steps;
 }
 
+EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x, double operations)
+{
+    const WorkStep step(operations);
+    const EngineAnswer answer = enter(phase, nrhs, b, x);
+    WorkScope::tell();
+    return answer;
+}
+
 /// The engine reads the right-hand sides, and writes to them only where SolutionPlace asks for it.
-EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x)
+EngineAnswer DirectRun::enter(int phase, int nrhs, const void* b, void* x)
 {
     constexpr int kOne = 1;
     const int level = settings_.engineReport ? 1 : 0;

@@ -5,6 +5,7 @@
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/engine/solve_handle.h>
 #include <lintrix/services/export.h>
+#include <lintrix/services/section_file.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
@@ -87,6 +88,16 @@ public:
     /// factor is in files or there is no memory. This one must outlive it and keep its factor until then.
     std::unique_ptr<DirectRun> another() const;
 
+    /// What `save` has added to a file, by the same arguments.
+    /// @throws as `requireWhole`, NotEnoughMemoryException
+    static std::unique_ptr<DirectRun> load(Road road, const EngineMatrix& matrix,
+                                           FillInReducingMethod ordering, const EngineSettings& settings,
+                                           SectionReader& file);
+    /// Adds analysis and factor to a file.
+    /// @throws InvalidOperationException  the factor is in files: "The factor of this system cannot be
+    /// saved."
+    void save(SectionWriter& file) const;
+
     /// For as many right-hand sides at a time. May be repeated, for another store.
     EngineAnswer analyse(FactorStore store, std::int32_t rightHands);
     EngineAnswer factorize();
@@ -98,9 +109,11 @@ public:
         if (steps) limitRefinement(*steps);
         const Reading reading = readingOf(op);
         setTranspose(reading.transposed);
-        if (!reading.conjugated) return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data());
+        const double operations = solveOperations(B.Cols());
+        if (!reading.conjugated) return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data(), operations);
         const Block conjugateB = conjugateOf(B);
-        const EngineAnswer answer = call(33, B.Cols(), cellsOf(conjugateB).data(), cellsOf(X).data());
+        const EngineAnswer answer =
+            call(33, B.Cols(), cellsOf(conjugateB).data(), cellsOf(X).data(), operations);
         X = conjugateOf(X);
         return answer;
     }
@@ -113,6 +126,8 @@ public:
     int refinementSteps() const { return parameters_[PardisoParameter::RefinementSteps]; }
     /// Of a factorization, once it is analysed; nothing of a diagonal matrix.
     RoadCost cost() const;
+    /// Of a solve for so many right-hand sides, once it is analysed.
+    double solveOperations(std::int32_t rightHands) const;
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
     int factorEntries() const { return std::max(parameters_[PardisoParameter::FactorNonZeros], 0); }
 
@@ -127,6 +142,7 @@ public:
 
 private:
     explicit DirectRun(const DirectRun* host);
+    void* const* handle() const { return guest_ ? guest_->Slots() : handle_.data(); }
     bool isDiagonal() const { return handle_[0] == nullptr; }
 
     /// How the engine reads op(A), which it knows as it stands and transposed: A^H*x = b is A'*y = conj(b)
@@ -137,7 +153,9 @@ private:
     Reading readingOf(TransposeMode op) const;
     void setTranspose(bool transposed);
 
-    EngineAnswer call(int phase, int nrhs, const void* b, void* x);
+    /// @throws as the listener of `WorkScope`
+    EngineAnswer call(int phase, int nrhs, const void* b, void* x, double operations);
+    EngineAnswer enter(int phase, int nrhs, const void* b, void* x);
     void limitRefinement(std::int32_t steps);
 
     std::array<void*, 64> handle_{};
@@ -146,6 +164,7 @@ private:
     PardisoParameters parameters_{slots_.data()};
     EngineMatrix matrix_;
     EngineSettings settings_;
+    std::int64_t entries_ = 0; ///< of L, once it is analysed
 };
 
 } // namespace Velmar::Lintrix::detail::roads

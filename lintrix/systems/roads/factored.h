@@ -4,6 +4,7 @@
 
 #include <lintrix/complex/cmatrix.h>
 #include <lintrix/dense/matrix.h>
+#include <lintrix/services/section_file.h>
 #include <lintrix/systems/roads/direct_run.h>
 
 #include <cstdint>
@@ -20,12 +21,25 @@ public:
     /// X with op(A)*X = B; with up to `steps` steps of refinement, where they are told.
     virtual EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                std::optional<std::int32_t> steps = {}) = 0;
+    /// Of a solve for so many right-hand sides.
+    virtual double operations(std::int32_t rightHands) const = 0;
     /// Of the last solve.
     virtual std::int32_t refinementSteps() const { return 0; }
+    /// Adds the factor to a file. @throws InvalidOperationException  its numbers are not in memory, or nobody
+    /// knows how: "The factor of this system cannot be saved."
+    virtual void save(SectionWriter& file) const;
     /// One more solver with the same factor, for another thread, as long as this one lives; none where there
     /// can be but one.
     virtual std::unique_ptr<Factored> another() = 0;
 };
+
+[[noreturn]] LINTRIX_TESTABLE void raiseNotSaved();
+
+template <class Cell>
+void Factored<Cell>::save(SectionWriter&) const
+{
+    raiseNotSaved();
+}
 
 /// Another solver's factor, whose solves leave it as it is.
 template <class Cell>
@@ -37,6 +51,7 @@ public:
     {
         return owner_.solve(B, X, op, steps);
     }
+    double operations(std::int32_t rightHands) const override { return owner_.operations(rightHands); }
     std::unique_ptr<Factored<Cell>> another() override { return owner_.another(); }
 
 private:
@@ -53,7 +68,9 @@ public:
     {
         return run_->solve(B, X, op, steps);
     }
+    double operations(std::int32_t rightHands) const override { return run_->solveOperations(rightHands); }
     std::int32_t refinementSteps() const override { return run_->refinementSteps(); }
+    void save(SectionWriter& file) const override { run_->save(file); }
     std::unique_ptr<Factored<Cell>> another() override
     {
         std::unique_ptr<DirectRun> run = run_->another();

@@ -1,6 +1,7 @@
 #include <lintrix/systems/roads/pivoted_factor.h>
 
 #include <lintrix/foundation/failures.h>
+#include <lintrix/services/work.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
 
@@ -23,6 +24,7 @@ constexpr double kThreshold = 0.1, kSymmetricThreshold = 0.01;
 // limits below: elements of A a row, rows up to which meshes and full rows pay, and the share of light ones.
 constexpr double kMostPerElement = 30.0, kMostPerComplexElement = 25.0;
 constexpr double kMostPerRow = 12.0, kLightShare = 0.1;
+constexpr double kAlike = 0x1p-100; // below it the columns have units that scaled rows do not bring together
 constexpr std::int32_t kSmallDense = 500, kSmallMesh = 1500, kLight = 3;
 
 /// Rows that are light, or whose column is.
@@ -56,7 +58,7 @@ PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPatter
 template <class Cell>
 bool PivotedFactor<Cell>::pays() const
 {
-    if (lu_->analysed() != LuOutcome::Done) return false;
+    if (lu_->analysed() != LuOutcome::Done || lu_->leastMatched() < kAlike) return false;
     constexpr double most = std::is_same_v<Cell, double> ? kMostPerElement : kMostPerComplexElement;
     return lu_->plan().operations <= most * 2.0 * static_cast<double>(lu_->plan().lowerNonZeros);
 }
@@ -93,15 +95,26 @@ EngineAnswer PivotedFactor<Cell>::answerOf(LuOutcome outcome) const
 template <class Cell>
 EngineAnswer PivotedFactor<Cell>::factorize(const LuBounds& bounds)
 {
-    return answerOf(lu_->factorize(*A_, bounds));
+    isComplete_ = false;
+    const LuOutcome outcome = lu_->factorize(*A_, bounds);
+    isComplete_ = outcome == LuOutcome::Done;
+    return answerOf(outcome);
 }
 
 template <class Cell>
 EngineAnswer PivotedFactor<Cell>::refactorize(const LuBounds& bounds)
 {
-    if (lu_->refactorize(*A_) == LuOutcome::Done) return {};
+    if (isComplete_ && lu_->refactorize(*A_) == LuOutcome::Done) return {};
+    isComplete_ = false;
     lu_ = std::make_shared<SparseLU<Cell>>(*A_, threshold_);
     return factorize(bounds);
+}
+
+template <class Cell>
+double PivotedFactor<Cell>::operations(std::int32_t rightHands) const
+{
+    constexpr double perEntry = std::is_same_v<Cell, double> ? 2.0 : 8.0;
+    return perEntry * static_cast<double>(entries()) * rightHands;
 }
 
 template <class Cell>
@@ -111,6 +124,7 @@ try {
     steps_ = 0;
     X = B;
     lu_->solve(op, cellsOf(X));
+    WorkScope::tell(operations(B.Cols()));
     if (const std::int32_t most = std::abs(steps.value_or(0)); most > 0) steps_ = refine(B, X, op, most);
     return {};
 } catch (const NotEnoughMemoryException&) {
@@ -131,6 +145,7 @@ std::int32_t PivotedFactor<Cell>::refine(const MatrixOf<Cell>& B, MatrixOf<Cell>
         for (std::int32_t step = 1; step <= most; ++step) {
             MatrixOf<Cell> correction(r);
             lu_->solve(op, cellsOf(correction));
+            WorkScope::tell();
             MatrixOf<Cell> next = x + correction, left = residualOf<Cell>(*A_, next, b, op);
             const double before = largestModulus(cellsOf(r).data(), B.Rows()),
                          after = largestModulus(cellsOf(left).data(), B.Rows());

@@ -23,8 +23,13 @@ public:
     /// symmetry, and with it fill. @throws NotEnoughMemoryException, std::bad_alloc
     PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern);
 
+    /// What `save` has added to a file. @throws as `requireWhole`, NotEnoughMemoryException
+    static std::unique_ptr<PivotedFactor> load(const SparseOf<Cell>& A, SectionReader& file);
+    void save(SectionWriter& file) const override;
+
     /// Whether it takes less time than supernodes, which do many operations an element at a high rate. Of a
-    /// matrix that has no factor, no.
+    /// matrix that has no factor, no; nor of one whose columns have units so different that the rows' scales
+    /// do not bring them together, which the engine's matching does.
     bool pays() const;
     /// As forecast for pivots on the diagonal.
     RoadCost cost() const;
@@ -34,6 +39,9 @@ public:
     /// For other values in the arrays of A, with the same pivots where they serve. @throws likewise
     EngineAnswer refactorize(const sparse_lu::LuBounds& bounds);
     std::int64_t entries() const { return lu_->entries(); }
+    /// Whether it can solve, be it for values that are none any more.
+    bool isComplete() const { return isComplete_; }
+    double operations(std::int32_t rightHands) const override;
 
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps = {}) override;
@@ -41,6 +49,12 @@ public:
     std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<PivotedFactor>(*this); }
 
 private:
+    PivotedFactor(const SparseOf<Cell>& A, double threshold, sparse_lu::SparseLU<Cell> lu)
+        : A_(&A), threshold_(threshold), lu_(std::make_shared<sparse_lu::SparseLU<Cell>>(std::move(lu))),
+          isComplete_(true)
+    {
+    }
+
     EngineAnswer answerOf(sparse_lu::LuOutcome outcome) const;
     std::int32_t refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                         std::int32_t most) const;
@@ -48,6 +62,7 @@ private:
     const SparseOf<Cell>* A_;
     double threshold_;
     std::shared_ptr<sparse_lu::SparseLU<Cell>> lu_;
+    bool isComplete_ = false;
     std::int32_t steps_ = 0;
 };
 

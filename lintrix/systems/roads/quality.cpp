@@ -1,6 +1,7 @@
 #include <lintrix/systems/roads/quality.h>
 
 #include <lintrix/systems/quality/vector_norms.h>
+#include <lintrix/systems/roads/balance.h>
 
 #include <algorithm>
 #include <cmath>
@@ -61,7 +62,8 @@ double oneNorm(const Block& A)
 }
 
 /// The largest over the columns from `begin` to before `end` of ||r|| / (factor*(||A|| ||x|| + ||b||)); a
-/// zero residual is zero whatever the scale. A norm that overflows gives NaN, not a flattering zero.
+/// zero residual is zero whatever the scale. A norm that overflows gives NaN, not a flattering zero; products
+/// of norms do not, in the exponents of long double.
 template <class Block>
 double scaledResidual(const Block& R, double factor, double normA, const Block& X, const Block& B,
                       std::int32_t begin, std::int32_t end)
@@ -70,9 +72,12 @@ double scaledResidual(const Block& R, double factor, double normA, const Block& 
     for (std::int32_t j = begin; j < end; ++j) {
         const auto r = columnCells(R, j);
         const double size = largestMagnitude(r);
-        const double scale =
-            factor * (normA * largestMagnitude(columnCells(X, j)) + largestMagnitude(columnCells(B, j)));
-        const double scaled = !areFinite(r) || !std::isfinite(scale) ? NAN : size == 0.0 ? 0.0 : size / scale;
+        const long double scale =
+            factor * (static_cast<long double>(normA) * largestMagnitude(columnCells(X, j)) +
+                      largestMagnitude(columnCells(B, j)));
+        const double scaled = !areFinite(r) || !std::isfinite(scale) ? NAN
+                              : size == 0.0                          ? 0.0
+                                                                     : static_cast<double>(size / scale);
         if (!(scaled <= worst)) worst = scaled;
     }
     return worst;
@@ -89,6 +94,16 @@ void draw(Complex& cell, Draw next)
 {
     const double real = next();
     cell = {real, next()};
+}
+
+/// The power of two that takes the larger part of a cell to [1/2, 1).
+template <class Cell>
+double unitOf(const Cell& cell)
+{
+    const double size = std::max(std::abs(std::real(cell)), std::abs(std::imag(cell)));
+    int exponent = 0;
+    std::frexp(size, &exponent);
+    return std::ldexp(1.0, -exponent);
 }
 
 } // namespace
@@ -124,11 +139,33 @@ MatrixOf<Cell> probeSolution(std::int32_t rows)
     return column;
 }
 
+template <class Cell>
+MatrixOf<Cell> probeSolution(const MatrixView<Cell>& A, TransposeMode op)
+{
+    MatrixOf<Cell> column = probeSolution<Cell>(op == TransposeMode::NotTransposed ? A.cols() : A.rows());
+    const std::vector<int> units = unitsOfUnknowns(A, op);
+    for (std::size_t j = 0; j < units.size(); ++j) cellsOf(column)[j] *= std::ldexp(1.0, units[j]);
+    return column;
+}
+
 template <class Block>
 double probeError(const Block& known, const Block& found)
 {
     const double difference = largestDifference(found, known);
     return difference == 0.0 ? 0.0 : difference / largestMagnitude(cellsOf(known));
+}
+
+template <class Block>
+double probeErrorInUnits(const Block& known, const Block& found)
+{
+    Block z(known), x(found);
+    const auto zCells = cellsOf(z), xCells = cellsOf(x);
+    for (std::size_t i = 0; i < zCells.size(); ++i) {
+        const double unit = unitOf(zCells[i]);
+        zCells[i] *= unit;
+        xCells[i] *= unit;
+    }
+    return probeError(z, x);
 }
 
 template <class Block>
@@ -156,7 +193,7 @@ ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const Matr
     const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
     ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),
                           scaledResidual(R, 1.0, normA, X, B, last, last + 1),
-                          probeError(columnOf(known, others), columnOf(X, last))};
+                          probeErrorInUnits(columnOf(known, others), columnOf(X, last))};
     for (std::int32_t k = 0; k < others; ++k) {
         const double error = probeError(columnOf(known, k), columnOf(X, last - others + k));
         quality.knownError = worseError(error, quality.knownError);
@@ -189,6 +226,8 @@ template bool allFinite(const Matrix&);
 template bool allFinite(const CMatrix&);
 template Matrix probeSolution<double>(std::int32_t);
 template CMatrix probeSolution<Complex>(std::int32_t);
+template Matrix probeSolution<double>(const MatrixView<double>&, TransposeMode);
+template CMatrix probeSolution<Complex>(const MatrixView<Complex>&, TransposeMode);
 template ProbedQuality judge<double>(const SparseMatrix&, const Matrix&, const Matrix&, const Matrix&,
                                      TransposeMode);
 template ProbedQuality judge<Complex>(const CSparseMatrix&, const CMatrix&, const CMatrix&, const CMatrix&,
@@ -197,5 +236,7 @@ template double largestDifference(const Matrix&, const Matrix&);
 template double largestDifference(const CMatrix&, const CMatrix&);
 template double probeError(const Matrix&, const Matrix&);
 template double probeError(const CMatrix&, const CMatrix&);
+template double probeErrorInUnits(const Matrix&, const Matrix&);
+template double probeErrorInUnits(const CMatrix&, const CMatrix&);
 
 } // namespace Velmar::Lintrix::detail::roads

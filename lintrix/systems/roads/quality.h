@@ -7,6 +7,7 @@
 /// price of two triangular solves, where a condition number would cost another factorization.
 
 #include <lintrix/services/export.h>
+#include <lintrix/systems/quality/matrix_view.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/verdict.h>
@@ -57,6 +58,9 @@ LINTRIX_TESTABLE Verdict verdictOf(double residual, double error);
 /// that no element is small. Of a complex one the real and the imaginary parts are such.
 template <class Cell>
 LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(std::int32_t rows);
+/// The same in the units of the unknowns of op(A): else the largest of them would be all that is seen of it.
+template <class Cell>
+LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(const MatrixView<Cell>& A, TransposeMode op);
 
 /// The largest |x - y|; NaN if there is one among them.
 template <class Block>
@@ -64,6 +68,11 @@ LINTRIX_TESTABLE double largestDifference(const Block& X, const Block& Y);
 /// The largest error of `found`, relative to the largest element of `known`.
 template <class Block>
 LINTRIX_TESTABLE double probeError(const Block& known, const Block& found);
+
+/// Of a probe, each element's error beside its own unit: an error that the largest unknowns hide would come
+/// out in others. The same as above where the units are alike.
+template <class Block>
+LINTRIX_TESTABLE double probeErrorInUnits(const Block& known, const Block& found);
 
 template <class Block>
 LINTRIX_TESTABLE bool allFinite(const Block& X);

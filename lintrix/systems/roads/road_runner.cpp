@@ -1,8 +1,8 @@
 #include <lintrix/systems/roads/road_runner.h>
 
+#include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
-#include <lintrix/services/memory_limit.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/iterations/gmres.h>
 #include <lintrix/systems/quality/matrix_view.h>
@@ -11,6 +11,7 @@
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/ordering_choice.h>
 #include <lintrix/systems/roads/pair_forecast.h>
+#include <lintrix/systems/run_control.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 
 #include <algorithm>
@@ -37,13 +38,22 @@ void forget(Outcome<Cell>& outcome)
     outcome.reusedFactor = false;
 }
 
+/// That its factor and the work with it take.
+template <class Cell>
+double bytesOf(const Outcome<Cell>& outcome)
+{
+    const RoadCost& cost = outcome.cost;
+    if (outcome.attempt.road == Road::Dense) return cost.bytes;
+    return outcome.store == FactorStore::Files ? cost.bytesWithFiles : cost.bytesInMemory;
+}
+
 } // namespace
 
 template <class Cell>
 Road RoadRunner<Cell>::firstRoad(Road road)
 {
     const bool isOpen = !options_.type && !options_.ordering && !options_.outOfCore &&
-                        !options_.engine.engineReport &&
+                        !options_.memoryBudget && !options_.engine.engineReport &&
                         options_.engine.strategy == FactorizationStrategy::ComputeAlways;
     if (!isOpen || (road != Road::Matched && road != Road::Unmatched)) return road;
     if (!pivotingPays_) pivotingPays_ = triesPivoting();
@@ -97,35 +107,34 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
 }
 
 template <class Cell>
-Outcome<Cell> RoadRunner<Cell>::again(Outcome<Cell> before, const Request<Cell>& request) const
+void RoadRunner<Cell>::again(Outcome<Cell>& outcome, const Request<Cell>& request) const
 {
-    forget(before);
-    solve(request, before);
-    requireSystem(before);
-    return before;
+    forget(outcome);
+    budget_.require(ownBytes(request.B.Cols()), bytesOf(outcome), bytesOf(outcome));
+    WorkScope::expect(outcome.factor->operations(solvesFor(request)));
+    solve(request, outcome);
+    requireSystem(outcome);
 }
 
 template <class Cell>
-Outcome<Cell> RoadRunner<Cell>::refactorize(Outcome<Cell> before, const Request<Cell>& request)
+void RoadRunner<Cell>::refactorize(Outcome<Cell>& outcome, const Request<Cell>& request)
 {
-    const Attempt attempt = before.attempt;
-    if (auto* const pivoted = dynamic_cast<PivotedFactor<Cell>*>(before.factor.get())) {
-        std::unique_ptr<PivotedFactor<Cell>> factor(pivoted);
-        before.factor.release();
-        forget(before);
-        const EngineAnswer answer = factor->refactorize(pivotedBounds(Reach::Far));
-        keepPivoted(std::move(factor), answer, request, before);
-        requireSystem(before);
-        return before;
+    if (dynamic_cast<PivotedFactor<Cell>*>(outcome.factor.get())) return refactorizePivoted(outcome, request);
+    auto* const kept = dynamic_cast<EngineFactor<Cell>*>(outcome.factor.get());
+    if (!kept) {
+        outcome.factor.reset();
+        outcome = run(outcome.attempt, Reach::Far, request);
+        return;
     }
-    auto* const kept = dynamic_cast<EngineFactor<Cell>*>(before.factor.get());
-    std::unique_ptr<DirectRun> run = kept ? kept->release() : nullptr;
-    before.factor.reset();
-    if (!run) return this->run(attempt, Reach::Far, request);
-    forget(before);
-    factorizeAndSolve(std::move(run), request, before);
-    requireSystem(before);
-    return before;
+    std::unique_ptr<DirectRun> run = kept->release();
+    forget(outcome);
+    try {
+        factorizeAndSolve(run, request, outcome);
+    } catch (...) {
+        if (run) outcome.factor = std::make_unique<EngineFactor<Cell>>(std::move(run));
+        throw;
+    }
+    requireSystem(outcome);
 }
 
 /// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no better.
@@ -152,11 +161,11 @@ auto RoadRunner<Cell>::analysed(const Attempt& attempt, const EngineMatrix& matr
     constexpr auto kQuick = FillInReducingMethod::MinimumDegree,
                    kThorough = FillInReducingMethod::NestedDissection;
     const FactorStore store = options_.outOfCore ? FactorStore::Files : FactorStore::Memory;
-    if (options_.outOfCore) usePlace(options_.memoryLeft());
+    if (options_.outOfCore) usePlace(budget_.left(ownBytes(rightHands)));
     const auto by = [&](FillInReducingMethod ordering) {
+        WorkScope::expect(analysisOperations(matrix.entries()));
         auto run = std::make_unique<DirectRun>(attempt.road, matrix, ordering, options_.engine);
-        const EngineAnswer answer = run->analyse(store, rightHands);
-        ++analyses_;
+        const EngineAnswer answer = analyseFor(*run, store, rightHands);
         return Analysed{attempt, rightHands, answer, std::move(run)};
     };
     const std::optional<FillInReducingMethod> told = attempt.ordering ? attempt.ordering : options_.ordering;
@@ -176,18 +185,21 @@ auto RoadRunner<Cell>::analysed(const Attempt& attempt, const EngineMatrix& matr
 template <class Cell>
 void RoadRunner<Cell>::follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
 {
-    const double left = options_.memoryLeft();
     const bool isReady =
         ready_ && ready_->attempt == outcome.attempt && ready_->rightHands >= request.B.Cols();
     Analysed analysis =
         isReady ? std::move(*ready_)
                 : analysed(outcome.attempt, system_.As(typeOf(outcome.attempt.road)), request.B.Cols());
     ready_.reset();
+    const double own = ownBytes(request.B.Cols()), left = budget_.left(own);
     DirectRun& run = *analysis.run;
     outcome.engine = analysis.answer;
     outcome.cost = run.cost();
     outcome.ordering = run.ordering();
-    if (done_) outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, MemoryLimit());
+    if (done_)
+        outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, budget_.limit(own));
+    else if (outcome.engine.error == 0 || outcome.engine.error == kEngineSmallCore)
+        budget_.require(own, run.bytesInMemory(), kMegabyte * run.leastMegabytes());
     outcome.taken = outcome.engine.error == 0 && outcome.reach <= limit;
     if (outcome.taken && run.store() == FactorStore::Memory && run.bytesInMemory() > left)
         outcome.engine = moveToFiles(run, left, request.B.Cols());
@@ -196,14 +208,30 @@ void RoadRunner<Cell>::follow(Reach limit, const Request<Cell>& request, Outcome
     outcome.leastMegabytes = run.leastMegabytes();
     outcome.fault = faultOf(outcome.engine.error, outcome.leastMegabytes);
     finish("analyse");
-    if (outcome.taken && outcome.engine.error == 0)
-        factorizeAndSolve(std::move(analysis.run), request, outcome);
+    if (!outcome.taken || outcome.engine.error != 0) return;
+    try {
+        factorizeAndSolve(analysis.run, request, outcome);
+    } catch (...) {
+        if (isReady && analysis.run) ready_ = std::move(analysis);
+        throw;
+    }
+}
+
+/// As they are foreseen: for all columns once, and for the bounds of some.
+template <class Cell>
+std::int32_t RoadRunner<Cell>::solvesFor(const Request<Cell>& request) const
+{
+    constexpr std::int32_t kSolvesOfABound = 6;
+    const std::int32_t columns = request.B.Cols(), bounds = std::min(options_.errorBounds, columns - 1);
+    return columns + kSolvesOfABound * bounds;
 }
 
 template <class Cell>
-void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun> run, const Request<Cell>& request,
+void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun>& run, const Request<Cell>& request,
                                          Outcome<Cell>& outcome)
 {
+    WorkScope::expect(outcome.cost.operations + run->solveOperations(solvesFor(request)));
+    outcome.factor.reset();
     outcome.engine = run->factorize();
     ++factorizations_;
     finish("factorize");
@@ -221,7 +249,10 @@ template <class Cell>
 PivotedFactor<Cell>& RoadRunner<Cell>::pivoted()
 {
     if (!pivoted_) {
-        pivoted_ = std::make_unique<PivotedFactor<Cell>>(system_.Full(), system_.Traits().symmetricPattern);
+        const SparseOf<Cell>& A = system_.Full();
+        WorkScope::expect(analysisOperations(A.NumElements()));
+        pivoted_ = std::make_unique<PivotedFactor<Cell>>(A, system_.Traits().symmetricPattern);
+        WorkScope::tell(analysisOperations(A.NumElements()));
         ++analyses_;
     }
     return *pivoted_;
@@ -229,14 +260,16 @@ PivotedFactor<Cell>& RoadRunner<Cell>::pivoted()
 
 /// The first road is left where its forecast is exceeded, and the engine taken.
 template <class Cell>
-sparse_lu::LuBounds RoadRunner<Cell>::pivotedBounds(Reach limit) const
+sparse_lu::LuBounds RoadRunner<Cell>::pivotedBounds(Reach limit, const RoadCost& cost,
+                                                    std::int32_t rightHands) const
 {
     constexpr double kExcess = 3.0, kFewOperations = 1e6;
     constexpr double bytesPerEntry = 2.5 * (sizeof(Cell) + sizeof(std::int32_t)); // old and new arrays
     const double operations = done_ || limit != Reach::Near
                                   ? mostColumnOperations(limit, done_.value_or(RoadCost{}))
-                                  : std::max(kExcess * pivoted_->cost().operations, kFewOperations);
-    return {static_cast<std::int64_t>(std::min(options_.memoryLeft() / bytesPerEntry, 0x1p62)), operations};
+                                  : std::max(kExcess * cost.operations, kFewOperations);
+    const double left = std::max(budget_.left(ownBytes(rightHands)), 0.0);
+    return {static_cast<std::int64_t>(std::min(left / bytesPerEntry, 0x1p62)), operations};
 }
 
 template <class Cell>
@@ -244,14 +277,29 @@ void RoadRunner<Cell>::takePivoted(Reach limit, const Request<Cell>& request, Ou
 try {
     outcome.cost = pivoted().cost();
     finish("analyse");
-    const sparse_lu::LuBounds bounds = pivotedBounds(limit);
     std::unique_ptr<PivotedFactor<Cell>> factor = std::move(pivoted_);
-    const EngineAnswer answer = factor->factorize(bounds);
+    const EngineAnswer answer = factor->factorize(pivotedBounds(limit, outcome.cost, request.B.Cols()));
     keepPivoted(std::move(factor), answer, request, outcome);
 } catch (const NotEnoughMemoryException&) {
     outcome.engine.error = kEngineNoMemory;
 } catch (const std::bad_alloc&) {
     outcome.engine.error = kEngineNoMemory;
+}
+
+template <class Cell>
+void RoadRunner<Cell>::refactorizePivoted(Outcome<Cell>& outcome, const Request<Cell>& request)
+{
+    forget(outcome);
+    std::unique_ptr<PivotedFactor<Cell>> factor(static_cast<PivotedFactor<Cell>*>(outcome.factor.release()));
+    try {
+        const EngineAnswer answer =
+            factor->refactorize(pivotedBounds(Reach::Far, outcome.cost, request.B.Cols()));
+        keepPivoted(std::move(factor), answer, request, outcome);
+    } catch (...) {
+        if (factor && factor->isComplete()) outcome.factor = std::move(factor);
+        throw;
+    }
+    requireSystem(outcome);
 }
 
 template <class Cell>
@@ -270,6 +318,7 @@ void RoadRunner<Cell>::keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, 
     outcome.engine = answer;
     if (answer.error != 0) return;
     if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;
+    WorkScope::expect(factor->operations(solvesFor(request)));
     outcome.factor = std::move(factor);
     solve(request, outcome);
 }
@@ -279,12 +328,17 @@ void RoadRunner<Cell>::takeDense(Reach limit, const Request<Cell>& request, Outc
 try {
     outcome.cost = denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
     outcome.factorEntries = 2 * outcome.cost.entries - system_.Size();
-    if (done_) outcome.reach = reachOf(Road::Dense, outcome.cost, *done_, MemoryLimit());
+    const double memory = budget_.limit(ownBytes(request.B.Cols()));
+    if (done_) outcome.reach = reachOf(Road::Dense, outcome.cost, *done_, memory);
     outcome.taken = outcome.reach <= limit;
     if (!outcome.taken) return;
+    WorkScope::expect(outcome.cost.operations);
+    WorkScope::tell();
     auto factor = std::make_unique<DenseFactor<Cell>>(system_.Matrix());
+    WorkScope::tell(outcome.cost.operations);
     ++factorizations_;
     finish("factorize");
+    WorkScope::expect(factor->operations(solvesFor(request)));
     if (factor->isSingular()) {
         outcome.engine.error = kEngineNumeric;
         return;
@@ -356,20 +410,20 @@ std::int32_t RoadRunner<Cell>::iterate(const Request<Cell>& request, Factored<Ce
 }
 
 template <class Cell>
-Outcome<Cell> RoadRunner<Cell>::precondition(Outcome<Cell> before, const Request<Cell>& request) const
+void RoadRunner<Cell>::precondition(Outcome<Cell>& outcome, const Request<Cell>& request) const
 {
     constexpr double kSlower = 8.0; // an operation of a solve, which waits for memory, than one of a factor
-    const double step = kSlower * 2.0 * static_cast<double>(before.factorEntries);
+    const double step = kSlower * 2.0 * static_cast<double>(outcome.factorEntries);
     const auto most = static_cast<std::int32_t>(
-        std::min<double>(kKrylovStepsInAll, before.cost.operations / 2.0 / std::max(step, 1.0)));
-    forget(before);
-    if (most < request.B.Cols()) return before;
+        std::min<double>(kKrylovStepsInAll, outcome.cost.operations / 2.0 / std::max(step, 1.0)));
+    forget(outcome);
+    if (most < request.B.Cols()) return;
+    WorkScope::expect(outcome.factor->operations(request.B.Cols()));
     MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
-    before.krylovSteps = iterate(request, *before.factor, X, most);
-    before.reusedFactor = true;
-    before.quality = judged(X, request);
-    before.x = std::move(X);
-    return before;
+    outcome.krylovSteps = iterate(request, *outcome.factor, X, most);
+    outcome.reusedFactor = true;
+    outcome.quality = judged(X, request);
+    outcome.x = std::move(X);
 }
 
 template <class Cell>
@@ -406,8 +460,29 @@ EngineAnswer RoadRunner<Cell>::moveToFiles(DirectRun& run, double left, std::int
 {
     if (!place_ && options_.goesToFiles) options_.goesToFiles(run.bytesInMemory(), left);
     usePlace(left);
+    return analyseFor(run, FactorStore::Files, rightHands);
+}
+
+/// The core has what the budget leaves.
+template <class Cell>
+EngineAnswer RoadRunner<Cell>::analyseFor(DirectRun& run, FactorStore store, std::int32_t rightHands)
+{
+    std::optional<OutOfCoreLimit> limit;
+    if (store == FactorStore::Files && options_.memoryBudget) {
+        const double megabytes = (*options_.memoryBudget - ownBytes(rightHands)) / kMegabyte;
+        core_ = static_cast<int>(std::clamp(megabytes, 1.0, 0x1p30));
+        limit.emplace(core_);
+    }
+    const EngineAnswer answer = run.analyse(store, rightHands);
     ++analyses_;
-    return run.analyse(FactorStore::Files, rightHands);
+    return answer;
+}
+
+/// Beside a factor: the matrix in each form that it has been brought to, and the columns.
+template <class Cell>
+double RoadRunner<Cell>::ownBytes(std::int32_t rightHands) const
+{
+    return system_.Bytes() + bytesOfColumns<Cell>(system_.Size(), rightHands);
 }
 
 template <class Cell>

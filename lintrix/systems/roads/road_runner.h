@@ -5,13 +5,16 @@
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/direct_run.h>
 #include <lintrix/systems/roads/factored.h>
+#include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/pivoted_factor.h>
 #include <lintrix/systems/roads/road_choice.h>
 #include <lintrix/systems/roads/road_outcome.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -30,7 +33,8 @@ template <class Cell>
 class LINTRIX_TESTABLE RoadRunner {
 public:
     /// Both must outlive the runner and the factors that it made.
-    RoadRunner(SystemMatrix<Cell>& system, const SystemOptions& options) : system_(system), options_(options)
+    RoadRunner(SystemMatrix<Cell>& system, const SystemOptions& options)
+        : system_(system), options_(options), budget_(options)
     {
     }
 
@@ -45,26 +49,31 @@ public:
     /// @throws NotEnoughMemoryException  the first one's factor has no room
     /// @throws OperationFailedException  the first one's files fail, in words
     Outcome<Cell> run(const Attempt& attempt, Reach limit, const Request<Cell>& request);
-    /// With the factor of `before`, which has one; from several threads at once, each with a factor of its
-    /// own
-    /// (`Factored::another`). @throws as for the first road
-    Outcome<Cell> again(Outcome<Cell> before, const Request<Cell>& request) const;
-    /// The values of the matrix have changed: the factor of `before` is made anew, after the analysis at
-    /// hand.
-    Outcome<Cell> refactorize(Outcome<Cell> before, const Request<Cell>& request);
+    /// With the factor at hand, which `outcome` has and keeps; from several threads at once, each with a
+    /// factor of its own (`Factored::another`). @throws as for the first road
+    void again(Outcome<Cell>& outcome, const Request<Cell>& request) const;
+    /// The values of the matrix have changed: the factor of `outcome` is made anew, after the analysis at
+    /// hand, which it keeps.
+    void refactorize(Outcome<Cell>& outcome, const Request<Cell>& request);
 
-    /// With the factor of `before`, which is one of earlier values, as a preconditioner of GMRES. Where that
+    /// With the factor of `outcome`, which is one of earlier values, as a preconditioner of GMRES. Where that
     /// would cost more than half a factorization, there is no solution.
-    Outcome<Cell> precondition(Outcome<Cell> before, const Request<Cell>& request) const;
+    void precondition(Outcome<Cell>& outcome, const Request<Cell>& request) const;
 
     /// GMRES on the columns of a solution whose factor has replaced pivots; keeps what is better.
     void repair(const Request<Cell>& request, Outcome<Cell>& outcome);
 
     /// Of factors in files; 0 where there are none.
-    int coreMegabytes() const { return place_ ? place_->CoreMegabytes() : 0; }
+    int coreMegabytes() const { return place_ ? std::min(place_->CoreMegabytes(), core_) : 0; }
 
     /// A step has ended that this one has not made.
     void finish(std::string_view step) const;
+    /// Adds to a file what has been found out: the outcome at hand, if there is one, with its factor, and the
+    /// analysis of a forecast. @throws InvalidOperationException  as `Factored::save`
+    void save(const Outcome<Cell>* best, SectionWriter& file) const;
+    /// Takes it up, in a runner that has done nothing, and returns the outcome.
+    /// @throws as `requireWhole`, NotEnoughMemoryException
+    std::optional<Outcome<Cell>> load(SectionReader& file);
     /// Another matrix stands in the place of the one before; its factors must have been given up.
     void restart();
     /// Its values alone are others.
@@ -73,6 +82,9 @@ public:
         pivoted_.reset();
         pivotingPays_.reset();
     }
+    /// What further roads are held against: the cost of the largest factorization so far.
+    const std::optional<RoadCost>& largest() const noexcept { return done_; }
+    void largest(const std::optional<RoadCost>& cost) noexcept { done_ = cost; }
     std::int32_t analyses() const noexcept { return analyses_; }
     std::int32_t factorizations() const noexcept { return factorizations_; }
 
@@ -87,14 +99,16 @@ private:
     bool fillsIn(Outcome<Cell>& outcome);
     Analysed analysed(const Attempt& attempt, const EngineMatrix& matrix, std::int32_t rightHands);
     void follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
-    void factorizeAndSolve(std::unique_ptr<DirectRun> run, const Request<Cell>& request,
+    void factorizeAndSolve(std::unique_ptr<DirectRun>& run, const Request<Cell>& request,
                            Outcome<Cell>& outcome);
     void takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, EngineAnswer answer,
                      const Request<Cell>& request, Outcome<Cell>& outcome);
     PivotedFactor<Cell>& pivoted();
     bool triesPivoting();
-    sparse_lu::LuBounds pivotedBounds(Reach limit) const;
+    void refactorizePivoted(Outcome<Cell>& outcome, const Request<Cell>& request);
+    sparse_lu::LuBounds pivotedBounds(Reach limit, const RoadCost& cost, std::int32_t rightHands) const;
+    std::int32_t solvesFor(const Request<Cell>& request) const;
     void takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void solve(const Request<Cell>& request, Outcome<Cell>& outcome) const;
     void refine(const Request<Cell>& request, Outcome<Cell>& outcome, std::int32_t steps) const;
@@ -102,6 +116,10 @@ private:
                          std::int32_t most) const;
     ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
 
+    Outcome<Cell> loadOutcome(SectionReader& file);
+    void loadForecast(SectionReader& file);
+    double ownBytes(std::int32_t rightHands) const;
+    EngineAnswer analyseFor(DirectRun& run, FactorStore store, std::int32_t rightHands);
     void usePlace(double left);
     EngineAnswer moveToFiles(DirectRun& run, double left, std::int32_t rightHands);
     std::string faultOf(int error, int leastMegabytes) const;
@@ -109,7 +127,9 @@ private:
 
     SystemMatrix<Cell>& system_;
     const SystemOptions& options_;
+    MemoryBudget budget_;
     std::unique_ptr<FactorPlace> place_{};           ///< once a factor goes to files
+    int core_ = std::numeric_limits<int>::max();     ///< megabytes beside files that the budget leaves
     std::optional<Analysed> ready_{};                ///< by a forecast
     std::unique_ptr<PivotedFactor<Cell>> pivoted_{}; ///< analysed
     std::optional<bool> pivotingPays_{};

@@ -1,5 +1,6 @@
 #include <lintrix/systems/sparse_lu/left_looking.h>
 
+#include <lintrix/services/work.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 
 #include <complex>
@@ -10,6 +11,7 @@ namespace Velmar::Lintrix::detail::sparse_lu {
 namespace {
 
 constexpr std::int32_t kNone = -1;
+constexpr double kPortion = 1e6; // operations, a millisecond
 
 std::size_t orderOf(std::span<const std::int32_t> blockStarts)
 {
@@ -51,6 +53,7 @@ LuOutcome LeftLooking<Cell>::run()
             if (outcome != LuOutcome::Done) return outcome;
         }
     }
+    tellWork(0.0);
     nameRowsByPosition();
     arrays_.L.shrink();
     arrays_.U.shrink();
@@ -75,6 +78,7 @@ template <class Cell>
 LuOutcome LeftLooking<Cell>::eliminate(std::int32_t k, std::int32_t blockEnd)
 {
     if (!isWithinBounds()) return LuOutcome::TooMuchFill;
+    tellWork(kPortion);
     const std::int32_t blockStart = arrays_.blockStarts[block_];
     arrays_.L.makeRoom(blockEnd - k);
     arrays_.U.makeRoom(k - blockStart);
@@ -238,6 +242,17 @@ bool LeftLooking<Cell>::isWithinBounds() const
 {
     return arrays_.operations <= bounds_.operations &&
            arrays_.L.entries() + arrays_.U.entries() <= bounds_.entries;
+}
+
+/// Where more than `most` operations are untold. @throws as `WorkScope::tell`
+template <class Cell>
+void LeftLooking<Cell>::tellWork(double most)
+{
+    const double untold = arrays_.operations - told_;
+    if (untold <= most) return;
+    told_ = arrays_.operations;
+    WorkScope::expect(untold);
+    WorkScope::tell(untold);
 }
 
 template <class Cell>

@@ -62,6 +62,7 @@ private:
     void prune(std::int32_t j, std::int32_t pivotRow, std::int64_t end);
     void nameRowsByPosition();
     bool isWithinBounds() const;
+    void tellWork(double most);
 
     LuArrays<Cell>& arrays_;
     double threshold_;
@@ -75,6 +76,7 @@ private:
     std::vector<std::int64_t> searchEnd_;   ///< of a column of L: what is behind leads nowhere new
     std::vector<bool> isPruned_;
     std::int32_t column_ = 0, block_ = 0;
+    double told_ = 0.0;      ///< operations
     std::int32_t first_ = 0; ///< of `order_`
     std::int32_t below_ = 0; ///< entries of the new column of L, its pivot among them
 };

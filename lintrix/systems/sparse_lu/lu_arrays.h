@@ -28,6 +28,14 @@ public:
     GrowingColumns() = default;
     explicit GrowingColumns(std::int32_t columns) { starts_.reserve(static_cast<std::size_t>(columns) + 1); }
 
+    /// Of columns that are made: `starts` ascends from 0 to the length of the others.
+    GrowingColumns(std::vector<std::int64_t> starts, Block<std::int32_t> rows, Block<Cell> values)
+        : starts_(std::move(starts)), rows_(std::move(rows)), values_(std::move(values)),
+          room_(starts_.back())
+    {
+    }
+
+    std::span<const std::int64_t> starts() const noexcept { return starts_; }
     std::int64_t begin(std::int32_t k) const noexcept { return starts_[static_cast<std::size_t>(k)]; }
     std::int64_t end(std::int32_t k) const noexcept { return starts_[static_cast<std::size_t>(k) + 1]; }
     std::int64_t entries() const noexcept { return starts_.back(); }

@@ -63,6 +63,14 @@ SparseLU<Cell>::SparseLU(const SparseOf<Cell>& A, double threshold)
     plan(columns, ColumnOrder::AlongDiagonal);
 }
 
+template <class Cell>
+SparseLU<Cell>::SparseLU(SparseLuParts<Cell> parts, double threshold)
+    : order_(static_cast<std::int32_t>(parts.scales.size())), threshold_(threshold),
+      scales_(std::move(parts.scales)), plan_(std::move(parts.plan)), arrays_(std::move(parts.arrays))
+{
+    arrays_.blockStarts = plan_.blockStarts;
+}
+
 /// @return false  there is an element that is not finite
 template <class Cell>
 bool SparseLU<Cell>::scaleRows(const SparseOf<Cell>& A)
@@ -146,6 +154,7 @@ void SparseLU<Cell>::place(const Columns& columns)
                 A.rows[to] = row;
                 A.slots[to] = columns.slots[e];
                 A.values[to] = columns.values[e];
+                if (row == k) leastMatched_ = std::min(leastMatched_, sizeOf(columns.values[e]));
             }
             A.ownStarts[k] = next;
             next = A.starts[k + 1];

@@ -16,6 +16,14 @@
 
 namespace Velmar::Lintrix::detail::sparse_lu {
 
+/// What a factor is made of.
+template <class Cell>
+struct SparseLuParts {
+    std::vector<double> scales{}; ///< of rows
+    EliminationPlan plan{};       ///< with the rows at their pivots
+    LuArrays<Cell> arrays{};
+};
+
 /// P*R*A*Q = L*U + F with R of powers of two that bring each row's largest element near 1, U + F upper block
 /// triangular, and below its diagonal entries of L in the blocks alone. No element of L passes 1 / threshold,
 /// of complex cells sqrt(2) / threshold.
@@ -36,9 +44,14 @@ public:
     /// out. `threshold`, in (0, 1], is that of the pivots. @throws NotEnoughMemoryException, std::bad_alloc
     explicit SparseLU(const SparseOf<Cell>& A, double threshold = 0.1);
 
+    /// A factor that was made before, of a matrix of this order.
+    SparseLU(SparseLuParts<Cell> parts, double threshold);
+
     /// Of the analysis: Done, NotFinite or StructurallySingular.
     LuOutcome analysed() const noexcept { return analysed_; }
     const EliminationPlan& plan() const noexcept { return plan_; }
+    /// The smallest of the matched elements, where the largest of a row is near 1.
+    double leastMatched() const noexcept { return leastMatched_; }
 
     /// Of the same matrix, within bounds of entries and operations. @throws as the constructor
     LuOutcome factorize(const SparseOf<Cell>& A, const LuBounds& bounds = {});
@@ -78,6 +91,7 @@ private:
     BipartiteMatching matching_{};
     EliminationPlan plan_{};
     LuArrays<Cell> arrays_{};
+    double leastMatched_ = 1.0;
     std::int32_t singularColumn_ = -1, singularBlock_ = -1;
 };
 

@@ -53,7 +53,7 @@ TEST(AnalyseCommand, EachOrderingIsARowOfTheTable)
                                         "\n"
                                         "ordering                          nnz(L)     fill supernodes  "
                                         "largest   height  parts      Gflop   analysis    factors    "
-                                        "in core   in files     seconds\n"
+                                        "in core   in files     seconds  factorize      solve\n"
                                         "minimum degree                         9     1.00 "));
     for (const char* title : {"\nminimum degree in parts ", "\nnested dissection ",
                               "\nnested dissection in parts ", "\nas the file has it "})
@@ -87,6 +87,8 @@ TEST(AnalyseCommand, JsonTellsSizesOfEachOrdering)
     EXPECT_EQ(best["in_core_megabytes"].number(), 1);
     EXPECT_EQ(best["least_out_of_core_megabytes"].number(), 1);
     EXPECT_GT(best["seconds"]["total"].number(), 0);
+    EXPECT_GT(best["forecast_seconds"]["factorize"].number(), best["forecast_seconds"]["solve"].number());
+    EXPECT_GT(natural["forecast_seconds"]["solve"].number(), best["forecast_seconds"]["solve"].number());
     EXPECT_EQ(natural["ordering"].text(), "natural");
     EXPECT_EQ(natural["lower_entries"].number(), 10);
     EXPECT_EQ(natural["tree_height"].number(), 4);

@@ -31,6 +31,7 @@ public:
     /// matching moved rows.
     Ordering ordering() { return {array<int>(Array::PositionOf), array<int>(Array::VertexAt)}; }
     std::span<const int> positionOf() const { return array<int>(Array::PositionOf); }
+    std::span<const int> vertexAt() const { return array<int>(Array::VertexAt); }
     /// Independent subgraphs first, separators behind them, and the supernodes of each.
     std::span<PositionRange> subgraphs() { return array<PositionRange>(Array::SubgraphRanges); }
     std::span<const PositionRange> subgraphs() const { return array<PositionRange>(Array::SubgraphRanges); }

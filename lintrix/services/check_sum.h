@@ -8,11 +8,11 @@
 #include <cstdint>
 #include <span>
 
-namespace Velmar::Lintrix::detail::engine {
+namespace Velmar::Lintrix::detail {
 
 /// Of any bytes, as fast as memory is read. Bytes that differ within one word of eight, counted from the
 /// first, have different sums for certain. Bytes of which more has changed, without regard to the sum, have
 /// the same one with a chance of about 2^-64. No protection against somebody who wants them to have it.
 LINTRIX_TESTABLE std::uint64_t checkSum(std::span<const std::byte> bytes) noexcept;
 
-} // namespace Velmar::Lintrix::detail::engine
+} // namespace Velmar::Lintrix::detail

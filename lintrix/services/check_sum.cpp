@@ -1,11 +1,11 @@
-#include <lintrix/engine/out_of_core/check_sum.h>
+#include <lintrix/services/check_sum.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
 
-namespace Velmar::Lintrix::detail::engine {
+namespace Velmar::Lintrix::detail {
 
 namespace {
 
@@ -48,4 +48,4 @@ std::uint64_t checkSum(std::span<const std::byte> bytes) noexcept
     return sum ^ sum >> 32;
 }
 
-} // namespace Velmar::Lintrix::detail::engine
+} // namespace Velmar::Lintrix::detail

@@ -1,4 +1,4 @@
-#include <lintrix/engine/out_of_core/check_sum.h>
+#include <lintrix/services/check_sum.h>
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <set>
 #include <vector>
 
-using namespace Velmar::Lintrix::detail::engine;
+using namespace Velmar::Lintrix::detail;
 
 namespace {
 

@@ -1,0 +1,172 @@
+#include <lintrix/systems/roads/balance.h>
+
+#include <lintrix/systems/quality/vector_norms.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <numeric>
+
+namespace Velmar::Lintrix::detail::roads {
+
+namespace {
+
+using Numbers = std::vector<double>;
+
+constexpr double kAlike = 0x1p20;   // times, between the largest elements of rows, or of columns
+constexpr int kSteps = 60;          // of conjugate gradients
+constexpr double kNear = 0.25;      // powers of two that are left of the residual, in the mean of a column
+constexpr double kFarthest = 960.0; // powers of two that unknowns differ by at most
+
+/// work(i, j, |a_ij|) for the elements that are finite and not 0.
+template <class Cell, class Work>
+void forSizes(const MatrixView<Cell>& A, Work work)
+{
+    const std::int32_t places = A.isDense() ? A.rows() : A.cols();
+    for (std::int32_t line = 0; line < A.lines(); ++line) {
+        A.forElements(line, 0, places, [&](std::int32_t place, const Cell& a) {
+            const double size = modulus(a);
+            if (size == 0.0 || !std::isfinite(size)) return;
+            const auto i = static_cast<std::size_t>(A.isDense() ? place : line),
+                       j = static_cast<std::size_t>(A.isDense() ? line : place);
+            if (A.isOneTriangle() && j < i) return;
+            work(i, j, size);
+            if (A.isOneTriangle() && i != j) work(j, i, size);
+        });
+    }
+}
+
+/// Of those that are not 0, whether the largest is no more than so many times the smallest.
+bool areAlike(const Numbers& x)
+{
+    double low = INFINITY, high = 0.0;
+    for (const double value : x) {
+        if (value == 0.0) continue;
+        low = std::min(low, value);
+        high = std::max(high, value);
+    }
+    return high == 0.0 || high / low <= kAlike;
+}
+
+template <class Cell>
+bool haveAlikeUnits(const MatrixView<Cell>& A)
+{
+    Numbers rows(static_cast<std::size_t>(A.rows())), cols(static_cast<std::size_t>(A.cols()));
+    forSizes(A, [&](std::size_t i, std::size_t j, double size) {
+        rows[i] = std::max(rows[i], size);
+        cols[j] = std::max(cols[j], size);
+    });
+    return areAlike(rows) && areAlike(cols);
+}
+
+double dot(const Numbers& x, const Numbers& y)
+{
+    return std::inner_product(x.begin(), x.end(), y.begin(), 0.0);
+}
+
+/// With M and N the counts of elements in rows and columns, E their pattern, s and t the sums of logarithms,
+///
+///     M*d + E*e = -s,  E'*d + N*e = -t,  so  (N - E'*M^-1*E)*e = E'*M^-1*s - t
+///
+/// which is semidefinite and consistent.
+template <class Cell>
+class LogarithmicFit {
+public:
+    explicit LogarithmicFit(const MatrixView<Cell>& A)
+        : A_(A), rowSums_(static_cast<std::size_t>(A.rows())), colSums_(static_cast<std::size_t>(A.cols())),
+          rowCounts_(rowSums_.size()), colCounts_(colSums_.size())
+    {
+        forSizes(A, [&](std::size_t i, std::size_t j, double size) {
+            rowSums_[i] += std::log2(size);
+            colSums_[j] += std::log2(size);
+            ++rowCounts_[i];
+            ++colCounts_[j];
+        });
+    }
+
+    /// e, by conjugate gradients with N for a preconditioner.
+    Numbers columns() const
+    {
+        Numbers e(colSums_.size()), residual = byColumns(overCounts(rowSums_, rowCounts_));
+        for (std::size_t j = 0; j < e.size(); ++j) residual[j] -= colSums_[j];
+        Numbers z = overCounts(residual, colCounts_), p = z;
+        double size = dot(residual, z);
+        for (int step = 0; step < kSteps && !isNear(z); ++step) {
+            const Numbers image = reduced(p);
+            const double alpha = size / dot(p, image);
+            for (std::size_t j = 0; j < e.size(); ++j) {
+                e[j] += alpha * p[j];
+                residual[j] -= alpha * image[j];
+            }
+            z = overCounts(residual, colCounts_);
+            const double next = dot(residual, z);
+            for (std::size_t j = 0; j < e.size(); ++j) p[j] = z[j] + next / size * p[j];
+            size = next;
+        }
+        return e;
+    }
+
+    /// d, from e.
+    Numbers rows(const Numbers& e) const
+    {
+        Numbers d = byRows(e);
+        for (std::size_t i = 0; i < d.size(); ++i) d[i] = -d[i] - rowSums_[i];
+        return overCounts(std::move(d), rowCounts_);
+    }
+
+private:
+    static bool isNear(const Numbers& z)
+    {
+        return std::ranges::all_of(z, [](double value) { return std::abs(value) <= kNear; });
+    }
+
+    static Numbers overCounts(Numbers x, const Numbers& counts)
+    {
+        for (std::size_t k = 0; k < x.size(); ++k) x[k] /= std::max(counts[k], 1.0);
+        return x;
+    }
+    Numbers byRows(const Numbers& x) const
+    {
+        Numbers y(rowSums_.size());
+        forSizes(A_, [&](std::size_t i, std::size_t j, double) { y[i] += x[j]; });
+        return y;
+    }
+    Numbers byColumns(const Numbers& y) const
+    {
+        Numbers x(colSums_.size());
+        forSizes(A_, [&](std::size_t i, std::size_t j, double) { x[j] += y[i]; });
+        return x;
+    }
+    Numbers reduced(const Numbers& x) const
+    {
+        Numbers y = byColumns(overCounts(byRows(x), rowCounts_));
+        for (std::size_t j = 0; j < y.size(); ++j) y[j] = colCounts_[j] * x[j] - y[j];
+        return y;
+    }
+
+    const MatrixView<Cell>& A_;
+    Numbers rowSums_, colSums_, rowCounts_, colCounts_;
+};
+
+} // namespace
+
+template <class Cell>
+std::vector<int> unitsOfUnknowns(const MatrixView<Cell>& A, TransposeMode op)
+{
+    if (haveAlikeUnits(A)) return {};
+    const LogarithmicFit<Cell> fit(A);
+    Numbers units = fit.columns();
+    if (op != TransposeMode::NotTransposed) units = fit.rows(units);
+    const double largest = *std::ranges::max_element(units);
+    std::vector<int> exponents(units.size());
+    std::ranges::transform(units, exponents.begin(), [largest](double unit) {
+        return static_cast<int>(std::lround(std::max(unit - largest, -kFarthest)));
+    });
+    return exponents;
+}
+
+template std::vector<int> unitsOfUnknowns(const MatrixView<double>&, TransposeMode);
+template std::vector<int> unitsOfUnknowns(const MatrixView<std::complex<double>>&, TransposeMode);
+
+} // namespace Velmar::Lintrix::detail::roads

@@ -1,0 +1,25 @@
+#pragma once
+/// @file
+/// The units of equations and unknowns: powers of two that bring the elements of a matrix to one size.
+
+#include <lintrix/foundation/enumerations.h>
+#include <lintrix/services/export.h>
+#include <lintrix/systems/quality/matrix_view.h>
+
+#include <vector>
+
+namespace Velmar::Lintrix::detail::roads {
+
+/// Of op(A)*x = b, exponents e so that, with unknowns of the sizes 2^e_j, all terms of an equation tend to be
+/// of one size; the largest is 0. Nothing where the rows' and the columns' largest elements say that the
+/// units are alike.
+///
+/// They minimize the sum of (log2 |a_ij| + d_i + e_j)^2 over the elements that are not 0, so that they follow
+/// every change of units: of L*A*R, L and R diagonal, they are those of A beside R^-1. Curtis, Reid, "On the
+/// automatic scaling of matrices for Gaussian elimination", J. Inst. Maths Applics 10 (1972), whose conjugate
+/// gradients take a few passes over the elements; where they have not converged by then, units are less
+/// alike.
+template <class Cell>
+LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const MatrixView<Cell>& A, TransposeMode op);
+
+} // namespace Velmar::Lintrix::detail::roads

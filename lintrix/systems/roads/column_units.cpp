@@ -1,0 +1,90 @@
+#include <lintrix/systems/roads/column_units.h>
+
+#include <lintrix/systems/cells.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Velmar::Lintrix::detail::roads {
+
+namespace {
+
+constexpr int kNone = std::numeric_limits<int>::min(); // of a column that is not finite
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+double scaled(double value, int exponent)
+{
+    return std::ldexp(value, exponent);
+}
+Complex scaled(const Complex& value, int exponent)
+{
+    return {std::ldexp(value.real(), exponent), std::ldexp(value.imag(), exponent)};
+}
+
+/// The larger of both parts.
+double sizeOf(double value)
+{
+    return std::abs(value);
+}
+double sizeOf(const Complex& value)
+{
+    return std::max(std::abs(value.real()), std::abs(value.imag()));
+}
+
+template <class Cells>
+int exponentOf(Cells cells)
+{
+    double largest = 0.0;
+    for (const auto& cell : cells) {
+        if (!isFinite(cell)) return kNone;
+        largest = std::max(largest, sizeOf(cell));
+    }
+    int exponent = 0;
+    std::frexp(largest, &exponent);
+    return exponent;
+}
+
+} // namespace
+
+template <class Cell>
+ColumnUnits<Cell>::ColumnUnits(const MatrixOf<Cell>& B)
+{
+    for (std::int32_t j = 0; j < B.Cols(); ++j) exponents_.push_back(exponentOf(columnCells(B, j)));
+    lacksOne_ = std::ranges::find(exponents_, kNone) != exponents_.end();
+}
+
+template <class Cell>
+void ColumnUnits<Cell>::divide(MatrixOf<Cell>& X) const
+{
+    for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        const int exponent = exponents_[static_cast<std::size_t>(j)];
+        for (Cell& cell : columnCells(X, j)) cell = exponent == kNone ? Cell() : scaled(cell, -exponent);
+    }
+}
+
+template <class Cell>
+void ColumnUnits<Cell>::multiply(MatrixOf<Cell>& X) const
+{
+    for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        const int exponent = exponents_[static_cast<std::size_t>(j)];
+        for (Cell& cell : columnCells(X, j)) cell = exponent == kNone ? Cell(kNaN) : scaled(cell, exponent);
+    }
+}
+
+template <class Cell>
+MatrixOf<Cell> ColumnUnits<Cell>::thereAndBack(MatrixOf<Cell> X) const
+{
+    multiply(X);
+    for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        const int exponent = exponents_[static_cast<std::size_t>(j)];
+        if (exponent == kNone) continue;
+        for (Cell& cell : columnCells(X, j)) cell = scaled(cell, -exponent);
+    }
+    return X;
+}
+
+template class ColumnUnits<double>;
+template class ColumnUnits<Complex>;
+
+} // namespace Velmar::Lintrix::detail::roads

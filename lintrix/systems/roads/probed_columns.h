@@ -1,0 +1,36 @@
+#pragma once
+/// @file
+/// What is solved for: right-hand sides that were given or whose solutions are known, and the probe.
+
+#include <lintrix/systems/roads/column_units.h>
+#include <lintrix/systems/roads/quality.h>
+
+#include <optional>
+#include <utility>
+
+namespace Velmar::Lintrix::detail::roads {
+
+/// Of op(A)*X = B.
+template <class Cell>
+struct ProbedColumns {
+    MatrixOf<Cell> B;     ///< the probe's last, those that were given in units of their own
+    MatrixOf<Cell> known; ///< solutions of the last columns of B
+    std::optional<ColumnUnits<Cell>> units{}; ///< of those that were given
+};
+
+/// `given` or `known` columns, or neither. `Matrix` is sparse or dense.
+template <class Cell, class Matrix>
+ProbedColumns<Cell> probedColumns(const Matrix& A, const MatrixOf<Cell>* given, const MatrixOf<Cell>* known,
+                                  TransposeMode op)
+{
+    MatrixOf<Cell> solutions = probeSolution<Cell>(MatrixView<Cell>(A), op);
+    if (known) solutions = beside(*known, solutions);
+    MatrixOf<Cell> products = productOf<Cell>(A, solutions, op);
+    if (!given) return {std::move(products), std::move(solutions)};
+    ColumnUnits<Cell> units(*given);
+    MatrixOf<Cell> own(*given);
+    units.divide(own);
+    return {beside(own, products), std::move(solutions), std::move(units)};
+}
+
+} // namespace Velmar::Lintrix::detail::roads

@@ -1,0 +1,77 @@
+#pragma once
+/// @file
+/// A run of a linear system as it is watched from outside: when it has to end, and how far it has come.
+
+#include <lintrix/services/work.h>
+#include <lintrix/systems/system_options.h>
+
+#include <atomic>
+#include <exception>
+#include <functional>
+#include <mutex>
+
+namespace Velmar::Lintrix::detail {
+
+/// In whose time an analysis of so many entries is done.
+inline double analysisOperations(double entries) noexcept
+{
+    return 1000.0 * entries;
+}
+
+/// What a system is watched with, run after run, or several at once.
+class LINTRIX_TESTABLE RunWatch {
+public:
+    explicit RunWatch(const SystemOptions& options) : limits_(options.limits), progress_(options.progress) {}
+
+    /// Of the runs that begin from now on.
+    void limits(const RunLimits& limits);
+    RunLimits limits() const;
+    const std::function<void(double, double)>& progress() const noexcept { return progress_; }
+
+private:
+    RunLimits limits_;
+    std::function<void(double, double)> progress_;
+    mutable std::mutex setting_{};
+};
+
+/// Hears of the operations of one run. The callback is told of each thousandth, by one thread at a time; what
+/// it throws ends the run and travels to who started it.
+class LINTRIX_TESTABLE RunControl final : public WorkListener {
+public:
+    /// The watch must outlive the run. @throws OperationFailedException  it has to end before it begins
+    explicit RunControl(const RunWatch& watch);
+
+    void expect(double operations) noexcept override;
+    bool hear(double operations) noexcept override;
+    /// @throws OperationFailedException  "The operation was stopped." or "The deadline has passed."
+    void require() const override;
+    /// All is done. @throws what the callback does
+    void finish();
+
+private:
+    enum class End { None, Stop, Deadline, Callback };
+
+    bool goesOn() noexcept;
+    void tell() noexcept;
+
+    const std::function<void(double, double)>& progress_;
+    const RunLimits limits_;
+    std::mutex telling_{};
+    double done_ = 0.0, all_ = 0.0, told_ = 0.0;
+    std::atomic<End> end_{End::None};
+    std::exception_ptr thrown_{};
+};
+
+/// While it lives, what this thread starts is a run.
+class LINTRIX_TESTABLE ControlledRun {
+public:
+    /// @throws OperationFailedException  as `RunControl`
+    explicit ControlledRun(const RunWatch& watch) : control_(watch), scope_(control_) {}
+    void finish() { control_.finish(); }
+
+private:
+    RunControl control_;
+    WorkScope scope_;
+};
+
+} // namespace Velmar::Lintrix::detail
