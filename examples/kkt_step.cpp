@@ -65,5 +65,5 @@ int main()
     system.Update(conditions(1.0, 0));
     const auto answer = system.Solve(demands());
     std::printf("the first constraint twice: %s, %s\n", std::string(NameOf(answer.verdict)).c_str(),
-                answer.reason.substr(0, answer.reason.find(':')).c_str());
+                answer.reason.substr(0, answer.reason.find_first_of(":,")).c_str());
 }

@@ -286,10 +286,10 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
         ->excludes(json);
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
     solve->footer(
-        "A may be square (LU), tall (least squares by QR) or wide (minimum norm by LQ); coordinate or\n"
-        "array; of any field and symmetry; x is complex where A or b is. Square coordinate files go\n"
-        "to the direct solver, unless --dense says otherwise; where it ends badly, it is tried in safer "
-        "ways.\n"
+        "A may be square, tall (least squares) or wide (minimum norm); coordinate or array; of any field and\n"
+        "symmetry; x is complex where A or b is. A coordinate file is solved sparse: a square one by the\n"
+        "direct solver, tried in safer ways where it ends badly, others by the normal equations or LSMR, a\n"
+        "rank-deficient one with the shortest solution. Array files and --dense: by LU, QR or LQ.\n"
         "A complex A must be hermitian for --type positive-definite, hermitian or symmetric for indefinite.\n"
         "Status: accurate; degraded, with the reason; failed, with the reason.\n"
         "A factor that memory has no room for is kept in files, also unasked: below $TMPDIR or /var/tmp,\n"

@@ -50,7 +50,7 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::optional<double> probeError{};
     std::optional<double> knownError{}; ///< of `x` itself, where it was known beforehand
 
-    std::vector<ColumnQuality> columns{}; ///< one a right-hand side, of a sparse system
+    std::vector<ColumnQuality> columns{}; ///< one a right-hand side, of a square system
 
     std::string_view road = "";                     ///< "sparse Cholesky", "sparse LU with matching", ...
     std::optional<FillInReducingMethod> ordering{}; ///< none of a dense factor, or where there is none
@@ -106,11 +106,12 @@ enum class SystemChange {
 /// augmented system, or by LSMR, as the forecast and the measured residuals tell. Of a matrix that has not
 /// full rank the shortest of all solutions is returned, and called degraded.
 ///
-/// **Verdicts.** Of each right-hand side of a sparse system the backward errors are worked out from a
+/// **Verdicts.** Of each right-hand side of a square system the backward errors are worked out from a
 /// residual in twice the working precision, and the error is bounded by the way of the expert drivers
 /// (Arioli, Demmel, Duff, SIAM J. Matrix Anal. Appl. 10 (1989)), the inverse being estimated through the
 /// factor (Higham, Tisseur, SIAM J. Matrix Anal. Appl. 21 (2000)). The larger of this bound and of the
-/// probe's error decides.
+/// probe's error decides. The probe, and the right-hand sides, are in units of their own, so that the units
+/// of equations and unknowns decide nothing, unless A and its inverse together leave the range of a double.
 ///
 /// **Phases.** `Forecast` analyses, `Factorize` makes the factor, `Solve` does what is still missing.
 /// `Update` brings other values or another pattern and repeats no more than it must.
@@ -136,8 +137,8 @@ public:
     /// @throws NotEnoughMemoryException
     explicit LinearSystem(const Sparse& A, SystemOptions options = {});
     explicit LinearSystem(Sparse&& A, SystemOptions options = {});
-    /// Takes a dense matrix of any shape: square by LU, tall in the least-squares sense by QR, wide with
-    /// smallest norm by LQ, anew in each solve.
+    /// Takes a dense matrix of any shape: square by LU, whose factor is kept and serves every op; tall in the
+    /// least-squares sense by QR, wide with smallest norm by LQ, anew in each solve.
     explicit LinearSystem(M A, SystemOptions options = {});
 
     /// A system that `Save` has written, as it was; `options` are given anew. Nothing is analysed or

@@ -1,6 +1,7 @@
 #include <lintrix/systems/session.h>
 
 #include <lintrix/systems/least_squares/least_squares.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/quality.h>
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -73,7 +75,6 @@ private:
     /// A solver that has failed on its way to a factor is made anew.
     SystemAnswer<Cell> settledOrAsBefore(const M* given, const M* known, TransposeMode op)
     {
-        const std::optional<LeastSquaresRank> rank = rank_;
         const bool isDeficient = isDeficient_;
         const std::unique_ptr<LeastSquares<Cell>>& solver = solvers_[static_cast<std::size_t>(op)];
         const bool wasPrepared = solver && solver->isPrepared();
@@ -82,7 +83,6 @@ private:
         } catch (...) {
             if (solver && solver->isPrepared() && !wasPrepared)
                 solvers_[static_cast<std::size_t>(op)].reset();
-            rank_ = rank;
             isDeficient_ = isDeficient;
             throw;
         }
@@ -97,16 +97,14 @@ private:
         budget_.require(own, bytes, bytes);
         solver.memory(budget_.limit(own));
         const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
-        const M probe = probeFor(op);
         bool settled = true;
         SystemAnswer<Cell> answer = solveColumns(solver, B, settled);
-        const M back = columnOf(solver.solve(cellsOf(productOf(probe, op)).data()));
+        answer.probeError = errorOfProbe(solver, op);
         finish("solve");
-        answer.probeError = probeError(probe, back);
         // Of a wide or deficient matrix a known solution need not be the shortest.
         if (known && rowsOf(op) >= known->Rows() && !isDeficient_)
             answer.knownError = probeError(*known, *answer.x);
-        judge(answer, settled);
+        judge(answer, settled, solver.knownRank());
         if (!given && !known) answer.x.reset(); // zero, beside the probe
         return answer;
     }
@@ -136,6 +134,7 @@ private:
         solver = std::make_unique<LeastSquares<Cell>>(
             RowsView<Cell>{matrix.Rows(), matrix.Cols(), matrix.Values().data(), matrix.RowPointers().data(),
                            matrix.ColumnIndices().data()});
+        solver->memoryLeft(options_.memoryLeft);
         ++analyses_;
         return *solver;
     }
@@ -176,6 +175,25 @@ private:
         return probe;
     }
 
+    /// Once more where the first one shows that A is deficient: its solution has to be the shortest then.
+    double errorOfProbe(LeastSquares<Cell>& solver, TransposeMode op)
+    {
+        for (;;) {
+            const bool wasDeficient = isDeficient_;
+            const M probe = probeFor(op);
+            const M back = columnOf(solver.solve(cellsOf(productOf(probe, op)).data()));
+            isDeficient_ = isDeficient_ || showsDeficiency(solver, probe - back, op);
+            if (isDeficient_ == wasDeficient) return probeError(probe, back);
+        }
+    }
+
+    /// By the factor; where none was made, of a tall matrix by what its solution lacks and no residual shows.
+    bool showsDeficiency(const LeastSquares<Cell>& solver, const M& lack, TransposeMode op) const
+    {
+        if (const auto rank = solver.knownRank()) return rank->deficient;
+        return rowsOf(op) >= lack.Rows() && solver.isNullVector(cellsOf(lack).data());
+    }
+
     static M columnOf(const Answer& found)
     {
         return AccessTo<Cell>::copyOf(found.x.data(), static_cast<std::int32_t>(found.x.size()), 1);
@@ -187,6 +205,7 @@ private:
         SystemAnswer<Cell> answer;
         std::vector<Cell> cells;
         double residual = 0.0, normal = 0.0;
+        error_ = 0.0;
         for (std::int32_t j = 0; j < B.Cols(); ++j) {
             const Answer found = solver.solve(columnCells(B, j).data());
             cells.insert(cells.end(), found.x.begin(), found.x.end());
@@ -196,10 +215,10 @@ private:
             answer.refinementSteps = std::max(answer.refinementSteps, found.refinements);
             answer.road = nameOf(found.method);
             settled = settled && found.settled;
-            if (found.method != LeastSquaresMethod::Nothing && found.method != LeastSquaresMethod::Lsmr)
-                rank_ = solver.rank();
+            const std::optional<LeastSquaresRank> rank = solver.knownRank();
+            isDeficient_ = isDeficient_ || (rank && rank->deficient);
+            if (rank) error_ = larger(error_, errorEstimate(found, *rank));
         }
-        isDeficient_ = rank_ && rank_->deficient;
         answer.residual = residual;
         answer.normalResidual = normal;
         answer.x = AccessTo<Cell>::copyOf(cells.data(), static_cast<std::int32_t>(cells.size()) / B.Cols(),
@@ -207,15 +226,30 @@ private:
         return answer;
     }
 
+    /// Of an x whose residual is no rounding: what is left of A^H*r moves x by (A^H*A)^-1 times it, up to the
+    /// square of the condition, which the probe does not see, since it leaves no residual. 0 of others.
+    double errorEstimate(const Answer& found, const LeastSquaresRank& rank) const
+    {
+        if (found.consistent || isDeficient_) return 0.0;
+        const double size = euclideanNorm(found.x.data(), static_cast<std::int32_t>(found.x.size())) *
+                            euclideanNorm(A_.Values().data(), static_cast<std::int32_t>(A_.Values().size()));
+        if (size == 0.0) return 0.0;
+        return rank.condition * (found.normalResidual * (rank.condition * (found.residual / size)));
+    }
+
     /// NaN where one of them is.
     static double larger(double x, double y) { return x >= y || std::isnan(x) ? x : y; }
 
-    void judge(SystemAnswer<Cell>& answer, bool settled) const
+    /// The shortest solution of a wide system, and so its probe, has little of what A all but sends to zero:
+    /// that is left to the condition, which takes rounding as far.
+    void judge(SystemAnswer<Cell>& answer, bool settled, const std::optional<LeastSquaresRank>& rank) const
     {
-        const double error = worseError(*answer.probeError, answer.knownError);
+        constexpr double kEps = std::numeric_limits<double>::epsilon();
+        const double error = worseError(worseError(*answer.probeError, answer.knownError), error_);
         answer.verdict = verdictOf(settled ? 0.0 : *answer.residual, error);
         if (!allFinite(*answer.x)) answer.verdict = Verdict::Failed;
-        if (answer.verdict == Verdict::Accurate && isDeficient_) answer.verdict = Verdict::Degraded;
+        const bool isDoubtful = isDeficient_ || (rank && rank->condition * kEps > kFewDigits);
+        if (answer.verdict == Verdict::Accurate && isDoubtful) answer.verdict = Verdict::Degraded;
         if (answer.verdict == Verdict::Accurate) return;
         if (isDeficient_)
             answer.reason = "rank-deficient: the shortest of many solutions";
@@ -238,8 +272,8 @@ private:
     MatrixTraits traits_{};
     std::array<std::optional<Sparse>, 3> turned_{};                ///< op(A), by op
     std::array<std::unique_ptr<LeastSquares<Cell>>, 3> solvers_{}; ///< likewise
-    std::optional<LeastSquaresRank> rank_{};
     bool isDeficient_ = false;
+    double error_ = 0.0; ///< estimated, the largest of the last solve
     std::int32_t analyses_ = 0;
     mutable std::mutex busy_{};
 };

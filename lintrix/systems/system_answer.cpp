@@ -17,9 +17,13 @@ void addLine(std::string& text, std::string_view line)
 }
 
 /// What a reader who is no numerical analyst can do about it.
-std::string_view adviceFor(Verdict verdict, bool isSingular)
+std::string_view adviceFor(Verdict verdict, bool isSingular, bool isDeficient)
 {
     if (verdict == Verdict::Accurate) return "nothing has to be done";
+    if (isDeficient)
+        return "equations that say the same may go; conditions on the unknowns that are left free would "
+               "leave "
+               "one solution";
     if (isSingular) return "look for rows that say the same, and for unknowns that nothing determines";
     if (verdict == Verdict::Degraded)
         return "trust as many digits as are told; better scaled or better posed equations would give more";
@@ -60,7 +64,8 @@ std::string SystemAnswer<Cell>::Explain() const
     }
     for (const std::string& other : tried) addLine(text, fmt::format("Left: {}.", other));
     const bool isSingular = reason.find("singular") != std::string::npos;
-    addLine(text, fmt::format("Advice: {}.", adviceFor(verdict, isSingular)));
+    const bool isDeficient = reason.find("rank-deficient") != std::string::npos;
+    addLine(text, fmt::format("Advice: {}.", adviceFor(verdict, isSingular, isDeficient)));
     return text;
 }
 

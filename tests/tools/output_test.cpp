@@ -85,7 +85,8 @@ TEST(CommandOutput, AnEmptyNameIsRefused)
     }
 }
 
-// An array and a rectangle are solved dense whatever is said, a square coordinate file where --dense says so.
+// An array is solved dense whatever is said, a coordinate file where --dense says so; the direct solver takes
+// square matrices alone.
 TEST(CommandOutput, OptionsOfTheDirectSolverAreRefusedWhereItIsNotTaken)
 {
     const Scratch scratch;
@@ -102,8 +103,9 @@ TEST(CommandOutput, OptionsOfTheDirectSolverAreRefusedWhereItIsNotTaken)
             const Outcome outcome = run(arguments);
             EXPECT_EQ(outcome.exitCode, 2);
             EXPECT_EQ(outcome.out, "");
-            EXPECT_EQ(outcome.err, "lintrix: " + file + ": " + option.front() +
-                                       " has no effect: the system is solved dense\n");
+            EXPECT_EQ(outcome.err, "lintrix: " + file + ": " + option.front() + " has no effect: the " +
+                                       (file == wide ? "matrix is not square" : "system is solved dense") +
+                                       "\n");
         }
     }
 }

@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace Velmar::Lintrix::tools {
 
 namespace {
@@ -22,11 +24,15 @@ double bytesOfCell(bool complex)
     return complex ? sizeof(ComplexNumber) : sizeof(double);
 }
 
-/// The elements, and vectors for the rows.
+/// The elements, and vectors for the rows; of a matrix that is not square the elements again by columns, and
+/// vectors for these.
 double bytesBefore(const MatrixMarketHeader& matrix, double rightHands, bool complex)
 {
-    const double cell = bytesOfCell(complex);
-    return bytesOfElements(matrix, cell) + matrix.rows * (16.0 + 3.0 * cell * (rightHands + 1.0));
+    const double cell = bytesOfCell(complex), rows = matrix.rows;
+    const bool square = matrix.rows == matrix.cols;
+    const double turned = square ? 0.0 : (cell + 4.0) * static_cast<double>(matrix.stored);
+    return bytesOfElements(matrix, cell) + turned +
+           (square ? rows : rows + matrix.cols) * (16.0 + 3.0 * cell * (rightHands + 1.0));
 }
 
 } // namespace
@@ -59,7 +65,7 @@ void requireSparseRoomBeside(const MatrixMarketHeader& matrix, const MatrixMarke
                              double memory, bool complex)
 {
     requireSameRows(matrix, rightHands);
-    const double cells = matrix.rows * (rightHands.cols + 1.0); // a right-hand side is added
+    const double cells = std::max(matrix.rows, matrix.cols) * (rightHands.cols + 1.0); // one more is added
     if (cells <= INT32_MAX && bytesBefore(matrix, rightHands.cols, complex) <= memory) return;
     throw InputError(rightHands.file, rightHands.sizeLine,
                      fmt::format("{} right-hand sides of a {} x {} matrix do not fit into memory",

@@ -36,16 +36,12 @@ SystemFiles openFiles(const SolveOptions& options, Progress& progress)
     return files;
 }
 
-bool isSparse(const MatrixMarketHeader& header)
+/// The options of the direct solver have something to say of square sparse systems alone.
+void refuseDirectOptions(const MatrixMarketHeader& header, const SolveOptions& options, bool sparse)
 {
-    return header.form == MatrixMarketForm::Coordinate && header.rows == header.cols;
-}
-
-void refuseDirectOptions(const MatrixMarketHeader& header, const SolveOptions& options)
-{
-    if (options.directOptions.empty()) return;
-    throw InputError(header.file, fmt::format("{} has no effect: the system is solved dense",
-                                              options.directOptions.front()));
+    if (options.directOptions.empty() || (sparse && header.rows == header.cols)) return;
+    throw InputError(header.file, fmt::format("{} has no effect: the {}", options.directOptions.front(),
+                                              sparse ? "matrix is not square" : "system is solved dense"));
 }
 
 Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& report, Progress& progress)
@@ -54,8 +50,9 @@ Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& rep
     report.matrix = header.file;
     report.rows = header.rows;
     report.cols = header.cols;
-    const bool sparse = !options.dense && isSparse(header);
-    if (!sparse) refuseDirectOptions(header, options);
+    const bool sparse = !options.dense && header.form == MatrixMarketForm::Coordinate;
+    refuseDirectOptions(header, options, sparse);
+    report.leastSquares = sparse && header.rows != header.cols;
     Solution solution = sparse ? takeSparseRoad(files, options.sparse, report, progress)
                                : takeDenseRoad(files, options.sparse.system, report, progress);
     report.status = NameOf(solution.verdict);
@@ -125,6 +122,7 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
     report.maxError = answer.knownError;
     report.perturbedPivots = answer.perturbedPivots;
     report.refinementSteps = answer.refinementSteps;
+    report.krylovSteps = answer.krylovSteps;
     report.factorEntries = static_cast<int>(answer.factorEntries);
     if (answer.ordering && answer.factorEntries != 0) {
         report.factorBytes = static_cast<double>(sizeof(Cell)) * static_cast<double>(answer.factorEntries);

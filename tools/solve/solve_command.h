@@ -15,12 +15,13 @@ struct SolveOptions {
                      ///< standard error
     bool json = false;
     bool explain = false;                   ///< what the report says, in sentences, below it
-    bool dense = false;                     ///< also for a square coordinate file
+    bool dense = false;                     ///< also for a coordinate file
     SparseOptions sparse;                   ///< of the direct solver
     std::vector<std::string> directOptions; ///< those of the direct solver that were given
 };
 
-/// Square coordinate files go to the direct solver, all others are solved dense.
+/// Coordinate files are solved as sparse systems, square or not; array files as dense ones, and `dense` makes
+/// that of all.
 ///
 /// Exit code: 0 there is a solution with at least a correct digit, accurate or degraded; 1 there is none,
 /// said in words on standard error. Prints the report in both cases; the output file is written only when

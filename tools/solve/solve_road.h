@@ -45,7 +45,8 @@ void tellUser(const std::string& text);
 /// @throws InputError  a bad file, sizes that do not fit, or limits of time and memory that `options` set
 Solution takeDenseRoad(SystemFiles& files, const SystemOptions& options, SolveReport& report,
                        Progress& progress);
-/// By the direct solver; for square matrices. In complex numbers as above.
+/// Square systems by the direct solver, others in the least-squares sense or with smallest norm, never made
+/// dense. In complex numbers as above.
 /// @throws InputError  as above, or a type that the values contradict
 Solution takeSparseRoad(SystemFiles& files, const SparseOptions& options, SolveReport& report,
                         Progress& progress);

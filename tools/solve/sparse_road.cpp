@@ -72,10 +72,16 @@ std::function<void(double, double)> barFor(const std::string& file, Progress& pr
         if (length == shown || std::chrono::duration<double>(Clock::now() - begin).count() < kQuietSeconds)
             return;
         shown = length;
-        progress.show(fmt::format("solving {}: [{:<{}}] {:.3g} of {:.3g} Gflop", file,
-                                  std::string(static_cast<std::size_t>(length), '#'), kBarWidth, done / 1e9,
-                                  all / 1e9));
+        progress.show(fmt::format("solving {}: [{:<{}}] {:.0f} %", file,
+                                  std::string(static_cast<std::size_t>(length), '#'), kBarWidth,
+                                  100.0 * done / all));
     };
+}
+
+/// Of a budget all that is left may be used.
+std::optional<int> megabytesIn(double left)
+{
+    return static_cast<int>(std::clamp(left / 1048576.0, 1.0, 0x1p30));
 }
 
 /// The options with the command's ways of telling and keeping.
@@ -84,8 +90,8 @@ SystemOptions optionsFor(const SparseOptions& options, SolveReport& report, Prog
     SystemOptions told = options.system;
     told.progress = barFor(report.matrix, progress);
     told.stepDone = [&report](std::string_view step) { report.seconds.finish(step); };
-    told.openPlace = [core = options.coreMegabytes](double left) {
-        return std::make_unique<FactorFiles>(core, left);
+    told.openPlace = [core = options.coreMegabytes, bounded = told.memoryBudget.has_value()](double left) {
+        return std::make_unique<FactorFiles>(bounded && !core ? megabytesIn(left) : core, left);
     };
     told.goesToFiles = [&](double needed, double left) {
         progress.erase();

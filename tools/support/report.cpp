@@ -49,10 +49,10 @@ std::string jsonArray(const std::vector<std::string>& texts)
     return '[' + array + ']';
 }
 
-/// Null where no direct solver was asked.
-std::string jsonCount(const SolveReport& report, int count)
+/// Null where `asked` is not what the system was solved by.
+std::string jsonCount(bool asked, int count)
 {
-    return report.ordering.empty() ? "null" : fmt::format("{}", count);
+    return asked ? fmt::format("{}", count) : "null";
 }
 
 std::string statusInWords(const SolveReport& report)
@@ -73,7 +73,7 @@ std::string factorInWords(const SolveReport& report)
     return fmt::format("{} in {}{}", bytesInWords(*report.factorBytes), storeOf(report), core);
 }
 
-std::string directInWords(const SolveReport& report)
+std::string sparseInWords(const SolveReport& report)
 {
     std::string text;
     if (!report.ordering.empty())
@@ -81,6 +81,9 @@ std::string directInWords(const SolveReport& report)
                line("factor entries", fmt::format("{}", report.factorEntries)) +
                (report.factorBytes ? line("factor", factorInWords(report)) : "") +
                line("perturbed pivots", fmt::format("{}", report.perturbedPivots));
+    if (report.leastSquares)
+        text += line("steps",
+                     fmt::format("{} of refinement, {} of LSMR", report.refinementSteps, report.krylovSteps));
     for (const std::string& road : report.tried) text += line("also tried", road);
     return text;
 }
@@ -130,7 +133,7 @@ std::string asText(const SolveReport& report)
                        line("size", fmt::format("{} x {}", report.rows, report.cols)) +
                        line("entries", fmt::format("{}", report.entries)) +
                        line("right-hand sides", fmt::format("{}", report.rightHands)) +
-                       line("road", report.road) + directInWords(report) +
+                       line("road", report.road) + sparseInWords(report) +
                        line("status", statusInWords(report)) + line("seconds", asText(report.seconds));
     if (report.residual) text += line("scaled residual", numberInWords(*report.residual));
     if (report.normalResidual) text += line("normal equations", numberInWords(*report.normalResidual));
@@ -141,20 +144,23 @@ std::string asText(const SolveReport& report)
 
 std::string asJson(const SolveReport& report)
 {
+    const bool direct = !report.ordering.empty(), sparse = direct || report.leastSquares;
     return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"right_hands\": {}, "
                        "\"road\": {}, \"seconds\": {}, \"residual\": {}, "
                        "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
                        "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
-                       "\"perturbed_pivots\": {}, \"refinement_steps\": {}, \"factor_store\": {}, "
+                       "\"perturbed_pivots\": {}, \"refinement_steps\": {}, \"krylov_steps\": {}, "
+                       "\"factor_store\": {}, "
                        "\"factor_bytes\": {}, \"core_megabytes\": {}}}\n",
                        jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
                        jsonString(report.road), asJson(report.seconds), jsonNumber(report.residual),
                        jsonNumber(report.normalResidual), jsonNumber(report.maxError),
                        jsonNumber(report.probeError), jsonString(report.status), jsonText(report.reason),
                        jsonText(report.ordering), jsonArray(report.tried),
-                       jsonCount(report, report.factorEntries), jsonCount(report, report.perturbedPivots),
-                       jsonCount(report, report.refinementSteps), jsonText(storeOf(report)),
-                       jsonNumber(report.factorBytes), jsonNumber(report.coreMegabytes));
+                       jsonCount(direct, report.factorEntries), jsonCount(direct, report.perturbedPivots),
+                       jsonCount(sparse, report.refinementSteps), jsonCount(sparse, report.krylovSteps),
+                       jsonText(storeOf(report)), jsonNumber(report.factorBytes),
+                       jsonNumber(report.coreMegabytes));
 }
 
 std::string line(std::string_view label, std::string_view text)

@@ -35,16 +35,21 @@ struct SolveReport {
     std::string reason; ///< of a status other than "accurate"
     StepTimes seconds;
     std::optional<double> residual;       ///< scaled; none without a solution
-    std::optional<double> normalResidual; ///< of a tall system
+    std::optional<double> normalResidual; ///< of a tall system, and of a sparse one that is not square
     std::optional<double> maxError;       ///< none where the solution is not known
     std::optional<double> probeError;
     std::vector<std::string> tried; ///< "ROAD: why it was left", of the others in their order
     /// @name Of the direct solver
     /// @{
     std::string_view ordering; ///< empty: the answer is of a dense road
-    int factorEntries = 0, perturbedPivots = 0, refinementSteps = 0;
+    int factorEntries = 0, perturbedPivots = 0;
     std::optional<double> factorBytes; ///< none where there is no factor
     std::optional<int> coreMegabytes;  ///< of memory beside a factor in files; none: it is in memory
+    /// @}
+    /// @name Of all sparse systems
+    /// @{
+    bool leastSquares = false; ///< the matrix is not square
+    int refinementSteps = 0, krylovSteps = 0;
     /// @}
 };
 
@@ -53,9 +58,9 @@ std::string asText(const SolveReport& report);
 
 /// One object on one line, with the line end: matrix, rows, cols, entries, road, seconds (an object by step,
 /// with total), residual, max_error, status; beside them right_hands, normal_residual, probe_error and
-/// reason; of the direct solver ordering, tried (an array), factor_entries, perturbed_pivots,
-/// refinement_steps, factor_store (memory or files), factor_bytes and core_megabytes. A number that does not
-/// exist or is not finite is null, and so is a text that does not exist.
+/// reason; of the direct solver ordering, tried (an array), factor_entries, perturbed_pivots, factor_store
+/// (memory or files), factor_bytes and core_megabytes; of it and of least squares refinement_steps and
+/// krylov_steps. A number that does not exist or is not finite is null, and so is a text that does not exist.
 std::string asJson(const SolveReport& report);
 
 /// A fact on a line: the label, and the text in its column.

@@ -17,9 +17,10 @@ namespace {
 constexpr double kEps = std::numeric_limits<double>::epsilon();
 
 // Relative to the bound of D*M^H*M*D.
-constexpr double kShift = 0x1p-40;       // its square root parts range and null space
-constexpr double kFineShift = 0x1p-48;   // just above the rounding of the normal equations
-constexpr double kClearlyRegular = 1e-6; // least singular value over the norm that needs no second look
+constexpr double kShift = 0x1p-40;           // its square root parts range and null space
+constexpr double kFineShift = 0x1p-48;       // just above the rounding of the normal equations
+constexpr std::int32_t kMostDirections = 24; // that are looked for together
+constexpr double kClearlyRegular = 1e-6;     // least singular value over the norm that needs no second look
 
 // When an answer will do.
 constexpr double kNormalTolerance = 1e-14;      // a normal residual that nobody tries to lower
@@ -93,7 +94,6 @@ public:
 private:
     void measure(Answer& answer);
     bool offer(Answer&& answer);
-    double termsOf(const std::vector<Cell>& x) const;
     void runLsmr(const LinearMap<Cell>* right, double restart, std::int32_t limit, LeastSquaresMethod method);
 
     LeastSquares& system_;
@@ -112,7 +112,7 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
     for (std::size_t i = 0; i < r_.size(); ++i) r_[i] = b_[i] - r_[i];
     A_.adjointTimes(1, r_.data(), g_.data());
     const double r = norm(r_), scale = M_.norm() * r;
-    const double terms = termsOf(answer.x), fit = r / (terms + bNorm_);
+    const double terms = system_.termsOf(answer.x.data()), fit = r / (terms + bNorm_);
     answer.residual = r;
     answer.normalResidual = scale > 0.0 ? norm(g_) / scale : 0.0;
     answer.backwardError = scale > 0.0 ? std::min(fit, answer.normalResidual) : 0.0;
@@ -121,16 +121,6 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
     // r is known to eps*terms, and so is A^H r. A small r may yet become rounding altogether.
     const double known = r > kSmallResidual * bNorm_ ? std::max(kSettled, kRounding * terms / r) : kSettled;
     answer.settled = answer.consistent || answer.normalResidual <= known;
-}
-
-/// Of what A*x is summed up: the root of the sum of (||a_j|| |x_j|)^2, which unlike ||A|| ||x|| does not
-/// change with the scales of columns.
-template <class Cell>
-double LeastSquares<Cell>::Attempt::termsOf(const std::vector<Cell>& x) const
-{
-    std::vector<double> terms(x.size());
-    for (std::size_t j = 0; j < x.size(); ++j) terms[j] = system_.columnNorms_[j] * std::abs(x[j]);
-    return norm(terms);
 }
 
 /// Keeps the answer if it is the best. @return whether it is by much
@@ -320,6 +310,31 @@ void LeastSquares<Cell>::measureColumns()
     }
 }
 
+/// Of what A*x is summed up: the root of the sum of (||a_j|| |x_j|)^2, which unlike ||A|| ||x|| does not
+/// change with the scales of columns.
+template <class Cell>
+double LeastSquares<Cell>::termsOf(const Cell* x) const
+{
+    std::vector<double> terms(columnNorms_.size());
+    for (std::size_t j = 0; j < terms.size(); ++j) terms[j] = columnNorms_[j] * std::abs(x[j]);
+    return norm(terms);
+}
+
+template <class Cell>
+bool LeastSquares<Cell>::isNullVector(const Cell* x) const
+{
+    std::vector<Cell> image(static_cast<std::size_t>(m_));
+    A_.times(1, x, image.data());
+    const double terms = termsOf(x);
+    return terms > 0.0 && norm(image) <= std::max(m_, n_) * kEps * terms;
+}
+
+template <class Cell>
+std::optional<LeastSquaresRank> LeastSquares<Cell>::knownRank() const
+{
+    return factorized_ || rank_.deficient ? std::optional(rank_) : std::nullopt;
+}
+
 template <class Cell>
 bool LeastSquares<Cell>::hasWork() const
 {
@@ -333,13 +348,14 @@ template <class Cell>
 void LeastSquares<Cell>::prepare()
 {
     if (std::exchange(prepared_, true) || !inverse_) return;
+    if (memoryLeft_ && forecast_->bytes > memoryLeft_()) return;
     rank_.small = inverse_->factorizeAndCount(-kShift);
     factorized_ = rank_.small >= 0;
-    if (factorized_) probe();
+    if (factorized_) probe(1);
     if (rank_.small == 0) return;
     if (!rank_.deficient) {
         factorized_ = inverse_->factorize(kFineShift) || inverse_->factorize(kShift);
-        if (factorized_) probe();
+        if (factorized_) probe(std::clamp(rank_.small + 1, 1, kMostDirections));
         if (rank_.deficient) keepRange();
     } else if (M_.isEvened()) {
         keepRange();
@@ -356,38 +372,49 @@ void LeastSquares<Cell>::keepRange()
     factorized_ = inverse_->factorize(kShift);
 }
 
-/// The direction that M*D shrinks most, by inverse iteration: first by the factor alone, then by
-/// z := z - W*M^H*M*z, in which M's own products keep the rounding of the factor out. ||M*D*z|| / ||z||
-/// bounds the least singular value from above.
+/// Makes U orthonormal and P = M*D*U. @return  the least singular value of P, relative to the norm: of M*D it
+/// is a bound from above, infinite where no direction is left
 template <class Cell>
-void LeastSquares<Cell>::probe()
+double LeastSquares<Cell>::leastOn(ColumnBlock<Cell>& U, ColumnBlock<Cell>& P) const
+{
+    if (!std::isfinite(norm(U.cells)) || orthonormalize(U).empty()) return HUGE_VAL;
+    P = ColumnBlock<Cell>{P.length, U.count};
+    std::vector<Cell> z(M_.scale().size());
+    for (std::int32_t c = 0; c < U.count; ++c) {
+        for (std::size_t j = 0; j < z.size(); ++j) z[j] = M_.scale()[j] * U.column(c)[j];
+        M_.times(z.data(), P.column(c));
+    }
+    ColumnBlock<Cell> rotated = P;
+    return orthogonalize(rotated).back() / std::sqrt(inverse_->bound());
+}
+
+/// The directions that M*D shrinks most, by inverse iteration: first by the factor alone, then by
+/// Z := Z - W*M^H*M*Z, in which M's own products keep the rounding of the factor out. To what lies below its
+/// shift a factor is blind: `count` has to be as many singular values as there are for the least to be found.
+template <class Cell>
+void LeastSquares<Cell>::probe(std::int32_t count)
 {
     const std::vector<double>& scale = M_.scale();
-    std::vector<Cell> z(scale.size()), work(z.size()), product(static_cast<std::size_t>(M_.rows().rows));
+    std::vector<Cell> work(scale.size()), z(scale.size());
+    ColumnBlock<Cell> U{static_cast<std::int32_t>(scale.size()), count}, P{M_.rows().rows, count};
     std::mt19937_64 generator(1);
-    for (std::size_t j = 0; j < z.size(); ++j)
-        z[j] = (static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0) * scale[j];
-    // z is D times the direction throughout.
-    const auto ratio = [&] {
-        double length = 0.0;
-        for (std::size_t j = 0; j < z.size(); ++j) length = std::hypot(length, std::abs(z[j]) / scale[j]);
-        for (Cell& cell : z) cell /= length;
-        M_.times(z.data(), product.data());
-        return norm(product) / std::sqrt(inverse_->bound());
-    };
+    for (Cell& cell : U.cells) cell = static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0;
     for (int k = 0; k < 2; ++k) {
-        for (std::size_t j = 0; j < z.size(); ++j) work[j] = z[j] / (scale[j] * scale[j]);
-        if (!inverse_->apply(work.data(), z.data())) return;
-        ratio();
+        for (std::int32_t c = 0; c < count; ++c) {
+            for (std::size_t j = 0; j < z.size(); ++j) work[j] = U.column(c)[j] / scale[j];
+            if (!inverse_->apply(work.data(), z.data())) return;
+            for (std::size_t j = 0; j < z.size(); ++j) U.column(c)[j] = z[j] / scale[j];
+        }
     }
     const double negligible = std::max(m_, n_) * kEps;
-    double least = ratio();
+    double least = leastOn(U, P);
     for (int k = 0; k < 4 && least < kClearlyRegular && least > negligible; ++k) {
-        M_.adjointTimes(product.data(), work.data());
-        std::vector<Cell> step(z.size());
-        if (!inverse_->apply(work.data(), step.data())) return;
-        for (std::size_t j = 0; j < z.size(); ++j) z[j] -= step[j];
-        least = std::min(least, ratio());
+        for (std::int32_t c = 0; c < U.count; ++c) {
+            M_.adjointTimes(P.column(c), work.data());
+            if (!inverse_->apply(work.data(), z.data())) return;
+            for (std::size_t j = 0; j < z.size(); ++j) U.column(c)[j] -= z[j] / scale[j];
+        }
+        least = std::min(least, leastOn(U, P));
     }
     rank_.condition = std::max(rank_.condition, least > 0.0 ? 1.0 / least : HUGE_VAL);
     rank_.deficient = least <= negligible;

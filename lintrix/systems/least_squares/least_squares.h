@@ -4,6 +4,7 @@
 
 #include <lintrix/systems/iterations/lsmr.h>
 #include <lintrix/systems/least_squares/normal_equations.h>
+#include <lintrix/systems/structure/column_block.h>
 
 #include <complex>
 #include <cstdint>
@@ -77,6 +78,9 @@ public:
     /// False ends a solve with the best x so far. Told of each step of LSMR.
     void progress(std::function<bool(const LsmrStep&)> callback) { progress_ = std::move(callback); }
 
+    /// Asked for the bytes that a factor may take; where they do not suffice, LSMR has to do without.
+    void memoryLeft(std::function<double()> left) { memoryLeft_ = std::move(left); }
+
     /// Whether a `solve` has settled how the others go: by a factor, if there is one.
     bool isPrepared() const noexcept { return prepared_; }
     /// Of the factor that `solve` will make; nothing where there will be none, but LSMR alone.
@@ -90,17 +94,23 @@ public:
     LeastSquaresAnswer<Cell> solve(const Cell* b);
     /// Factorizes if no `solve` has had to.
     const LeastSquaresRank& rank();
+    /// As far as it is known without another factor.
+    std::optional<LeastSquaresRank> knownRank() const;
+    /// Whether A*x is rounding beside what it is summed up of: ||A*x|| <= max(m, n)*eps*s, s as above.
+    bool isNullVector(const Cell* x) const;
 
 private:
     using Answer = LeastSquaresAnswer<Cell>;
     class Attempt;
 
     bool hasWork() const;
+    double termsOf(const Cell* x) const;
     void measureColumns();
     std::int32_t stepsWorthTrying() const;
     void prepare();
     bool factorizeSafely();
-    void probe();
+    double leastOn(ColumnBlock<Cell>& U, ColumnBlock<Cell>& P) const;
+    void probe(std::int32_t count);
     void keepRange();
     void solveRegular(Attempt& attempt);
     void solveDeficient(Attempt& attempt);
@@ -109,6 +119,7 @@ private:
     LinearMap<Cell> A_;
     std::int32_t m_, n_;
     std::function<bool(const LsmrStep&)> progress_;
+    std::function<double()> memoryLeft_;
     std::unique_ptr<NormalEquations<Cell>> inverse_; // none where it cannot be had
     std::optional<FactorForecast> forecast_;
     std::vector<double> columnNorms_; // of A

@@ -172,6 +172,28 @@ TYPED_TEST(LeastSquaresOf, NearlyDependentColumnsAreSettledAndNotCalledDeficient
     }
 }
 
+/// Pairs of columns that differ by ever less: of many small singular values the least counts.
+TYPED_TEST(LeastSquaresOf, TheLeastOfManySmallSingularValuesIsFound)
+{
+    for (const bool deficient : {false, true}) {
+        const auto B = regular<TypeParam>(400, 60, 4, 31);
+        Rectangle<TypeParam> A(400, 69);
+        Draw<TypeParam> draw(32);
+        for (int i = 0; i < 400; ++i) {
+            for (const auto& [j, value] : B.row(i)) A.at(i, j) = value;
+            for (int k = 0; k < 9; ++k) {
+                if (B.row(i).count(k) != 0) A.at(i, 60 + k) = A.at(i, k);
+                if (i % 9 == k && !(deficient && k == 8))
+                    A.at(i, 60 + k) += std::ldexp(1.0, -24 - 2 * k) * draw.cell();
+            }
+        }
+        LeastSquares<TypeParam> system(A.view());
+        EXPECT_EQ(system.rank().deficient, deficient);
+        EXPECT_GE(system.rank().condition, 0x1p38);
+        EXPECT_LE(system.rank().condition, deficient ? HUGE_VAL : 0x1p48);
+    }
+}
+
 TYPED_TEST(LeastSquaresOf, EmptyColumnsAndRowsAreADeficiency)
 {
     auto A = regular<TypeParam>(100, 30, 3, 15);

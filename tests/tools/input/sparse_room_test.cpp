@@ -1,5 +1,6 @@
 // Sparse systems that do not fit.
 
+#include <tests/support/matrices.h>
 #include <tools/input/sparse_room.h>
 #include <tools/support/input_error.h>
 
@@ -12,12 +13,13 @@ namespace {
 
 using namespace tools;
 
-std::string refusalOf(std::int32_t size, std::int64_t stored, double memory, bool complex = false)
+std::string refusalOf(Shape shape, std::int64_t stored, double memory, bool complex = false)
 {
     MatrixMarketHeader header;
     header.file = "a.mtx";
     header.sizeLine = 7;
-    header.rows = header.cols = size;
+    header.rows = shape.rows;
+    header.cols = shape.cols;
     header.stored = stored;
     try {
         requireSparseRoom(header, memory, complex);
@@ -25,6 +27,11 @@ std::string refusalOf(std::int32_t size, std::int64_t stored, double memory, boo
         return error.what();
     }
     return "accepted";
+}
+
+std::string refusalOf(std::int32_t size, std::int64_t stored, double memory, bool complex = false)
+{
+    return refusalOf(Shape{size, size}, stored, memory, complex);
 }
 
 TEST(RequireSparseRoom, ElementsAndVectorsMustFit)
@@ -38,6 +45,21 @@ TEST(RequireSparseRoom, ElementsAndVectorsMustFit)
     // Complex: 44 bytes an element, 112 a row.
     EXPECT_EQ(refusalOf(1000, 5000, 332000.0, true), "accepted");
     EXPECT_NE(refusalOf(1000, 5000, 331999.0, true), "accepted");
+}
+
+TEST(RequireSparseRoom, RectanglesAreHeldByRowsAndByColumns)
+{
+    // 28 bytes an element and 12 of its copy, 64 a row or column.
+    for (const Shape shape : {Shape{1000, 300}, Shape{300, 1000}}) {
+        EXPECT_EQ(refusalOf(shape, 5000, 283200.0), "accepted");
+        EXPECT_NE(refusalOf(shape, 5000, 283199.0), "accepted");
+        // Complex: 44 and 20 bytes, 112 a row or column.
+        EXPECT_EQ(refusalOf(shape, 5000, 465600.0, true), "accepted");
+        EXPECT_NE(refusalOf(shape, 5000, 465599.0, true), "accepted");
+    }
+    EXPECT_EQ(refusalOf(Shape{2147483647, 2147483646}, 1, 1e11),
+              "a.mtx:7: a sparse 2147483647 x 2147483646 system takes 274.9 GB of memory before it is "
+              "factorized, more than the 100.0 GB there are");
 }
 
 TEST(RequireSparseRoom, RightHandSidesMustFitTheMatrixAndTheMemory)

@@ -233,7 +233,7 @@ TEST(ComplexCommand, RightHandSidesThatDoNotFitAreRefused)
               "2: 2000000000 right-hand sides of a 2 x 2 matrix do not fit into memory\n");
 }
 
-TEST(ComplexCommand, ArraysAndRectanglesAreSolvedDense)
+TEST(ComplexCommand, ArraysAndRectanglesAreSolved)
 {
     const std::string array = "%%MatrixMarket matrix array complex general\n",
                       coordinate = "%%MatrixMarket matrix coordinate complex general\n";

@@ -209,7 +209,7 @@ TEST(DirectCommand, AFactorizationThatTakesTimeShowsABarAndErasesIt)
     EXPECT_EQ(run(invocation).exitCode, 0);
     const std::string written = terminal.written();
     const std::string erase = "\r\x1b[K";
-    EXPECT_THAT(written, StartsWith(erase + "factorizing " + path + ": ["));
+    EXPECT_THAT(written, StartsWith(erase + "solving " + path + ": ["));
     EXPECT_THAT(written, ::testing::ContainsRegex("\\[#+ *\\] [0-9]+ %"));
     EXPECT_THAT(written, EndsWith(erase));
 }

@@ -66,6 +66,11 @@ TEST_F(LimitsOfSolve, TheMemory)
     EXPECT_THAT(refused.err,
                 MatchesRegex("lintrix: the memory budget of 1 MB is too small: the system takes [0-9]+ MB in "
                              "memory, [0-9]+ MB with its factor in files\n"));
+    const std::size_t begin = refused.err.rfind(", ") + 2;
+    const std::string least = refused.err.substr(begin, refused.err.find(' ', begin) - begin);
+    const Outcome inFiles = solve({"--memory=" + least, "--json"}, 120);
+    EXPECT_EQ(inFiles.exitCode, 0) << "as it was told: " << inFiles.err;
+    EXPECT_EQ(parseJson(inFiles.out)["factor_store"].text(), "files");
     const Outcome kept = solve({"--memory=1000", "--json"}, 120);
     EXPECT_EQ(kept.err, "");
     EXPECT_EQ(parseJson(kept.out)["factor_store"].text(), "memory");

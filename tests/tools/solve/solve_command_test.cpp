@@ -105,7 +105,8 @@ TEST(SolveCommand, ReportsInJson)
     EXPECT_TRUE(report["reason"].isNull());
     EXPECT_EQ(report["factor_store"].text(), "memory");
     EXPECT_TRUE(report["core_megabytes"].isNull());
-    EXPECT_EQ(report.object().size(), 21U);
+    EXPECT_EQ(report["krylov_steps"].number(), 0);
+    EXPECT_EQ(report.object().size(), 22U);
 
     double sum = 0.0;
     for (const char* step : {"read", "assemble", "analyse", "factorize", "solve", "check", "write"})

@@ -74,8 +74,8 @@ TEST(JsonReport, IsOneLineWithTheKeysInOrder)
               "squares)\", \"seconds\": {\"read\": T, \"solve\": T, \"total\": T}, \"residual\": 1.25e-16, "
               "\"normal_residual\": 2e-17, \"max_error\": 5e-16, \"probe_error\": 1e-15, \"status\": "
               "\"accurate\", \"reason\": null, \"ordering\": null, \"tried\": [], \"factor_entries\": null, "
-              "\"perturbed_pivots\": null, \"refinement_steps\": null, \"factor_store\": null, "
-              "\"factor_bytes\": null, \"core_megabytes\": null}\n");
+              "\"perturbed_pivots\": null, \"refinement_steps\": null, \"krylov_steps\": null, "
+              "\"factor_store\": null, \"factor_bytes\": null, \"core_megabytes\": null}\n");
     EXPECT_NO_THROW(parseJson(asJson(sample())));
 }
 
@@ -123,6 +123,20 @@ TEST(JsonReport, TellsWhatTheDirectSolverDid)
     const std::string text = asJson(directSample());
     EXPECT_NE(text.find("\"tried\": [\"sparse Cholesky: not positive definite, pivot 3\"]"),
               std::string::npos);
+}
+
+TEST(Report, TellsTheStepsOfLeastSquares)
+{
+    SolveReport report = sample();
+    report.leastSquares = true;
+    report.refinementSteps = 2;
+    report.krylovSteps = 14;
+    EXPECT_NE(asText(report).find("\nsteps             2 of refinement, 14 of LSMR\nstatus"),
+              std::string::npos);
+    const Json json = parseJson(asJson(report));
+    EXPECT_EQ(json["refinement_steps"].number(), 2);
+    EXPECT_EQ(json["krylov_steps"].number(), 14);
+    EXPECT_TRUE(json["factor_entries"].isNull());
 }
 
 TEST(TextReport, TellsOfAFactorInFiles)

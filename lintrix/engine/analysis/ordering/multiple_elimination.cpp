@@ -1,5 +1,7 @@
 #include <lintrix/engine/analysis/ordering/multiple_elimination.h>
 
+#include <lintrix/services/work.h>
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -22,6 +24,7 @@ Failure MultipleElimination::run(const Graph& graph, int delta, std::span<const 
     if (const Failure failure = remaining_.load(graph, dense_.span(), stages, bound)) return failure;
     const int last = stages.empty() ? 0 : *std::ranges::max_element(stages);
     for (int stage = 0; stage <= last; ++stage) eliminateStage(stage, delta);
+    if (!WorkScope::goesOn()) return stopped();
     appendDense(graph);
     return {};
 }
@@ -33,7 +36,7 @@ void MultipleElimination::eliminateStage(int stage, int delta)
         const bool isDue = stages_.empty() || stages_[static_cast<std::size_t>(v)] == stage;
         if (isDue && remaining_.isLive(v)) lists_.insert(v, remaining_.degree(v));
     }
-    while (lists_.firstUpTo(n - 1) != DegreeLists::kNone) {
+    while (lists_.firstUpTo(n - 1) != DegreeLists::kNone && WorkScope::goesOn()) {
         const int lowest = lists_.lowest();
         eliminatePass(lowest + std::min({delta, lowest / kAllowanceShare, n - 1 - lowest}));
     }

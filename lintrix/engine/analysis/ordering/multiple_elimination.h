@@ -37,7 +37,8 @@ class MultipleElimination {
 public:
     /// Puts the vertices into `order`, position to vertex. With `stages` not empty, a vertex v waits until
     /// all that have a lower stages[v] are eliminated, dense ones apart.
-    /// @return  outOfMemory(Transient); overflow() when 2^31 - 1 cells do not hold edges and vertices
+    /// @return  stopped(); outOfMemory(Transient); overflow() when 2^31 - 1 cells do not hold edges and
+    /// vertices
     Failure run(const Graph& graph, int delta, std::span<const std::uint8_t> stages, int bound,
                 std::span<int> order);
 

@@ -1,0 +1,116 @@
+// Sparse systems that are not square: what a factor would tell of the rank, told without one, too.
+
+#include <lintrix/lintrix.h>
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <cstdint>
+#include <random>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using ::testing::HasSubstr;
+
+/// Column j has entries in rows 3j to 3j + 5; of a deficient one the last is the sum of the two before it.
+SparseMatrix staircase(std::int32_t cols, bool isDeficient)
+{
+    std::mt19937_64 generator(11);
+    std::uniform_real_distribution<double> draw(0.5, 1.5);
+    const std::int32_t rows = 3 * cols + 3;
+    SparseAssembler entries(rows, cols);
+    for (std::int32_t j = 0; j < cols; ++j) {
+        for (std::int32_t i = 3 * j; i < 3 * j + 6; ++i) {
+            if (isDeficient && j == cols - 1) continue;
+            const double value = draw(generator);
+            entries.Add(i, j, value);
+            if (isDeficient && j >= cols - 3) entries.Add(i, cols - 1, value);
+        }
+    }
+    return entries.Assemble();
+}
+
+SystemOptions withoutRoom()
+{
+    SystemOptions options;
+    options.memoryLeft = [] { return 0.0; };
+    return options;
+}
+
+TEST(RectangularSystem, WhereMemoryHasNoRoomForAFactorLsmrDoesWithoutOne)
+{
+    const SparseMatrix A = staircase(60, false);
+    LinearSystem roomy(A);
+    EXPECT_EQ(roomy.Solve(Vector(A.Rows(), 1.0)).road, "normal equations");
+    LinearSystem tight(A, withoutRoom());
+    const auto answer = tight.Solve(Vector(A.Rows(), 1.0));
+    EXPECT_EQ(answer.road, "LSMR");
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+    EXPECT_GT(answer.krylovSteps, 0);
+}
+
+TEST(RectangularSystem, WithoutAFactorTooADeficientOneIsTold)
+{
+    const SparseMatrix A = staircase(60, true);
+    const Vector b(A.Rows(), 1.0);
+    const auto roomy = LinearSystem(A).Solve(b);
+    const auto tight = LinearSystem(A, withoutRoom()).Solve(b);
+    EXPECT_EQ(tight.road, "LSMR");
+    for (const auto& answer : {roomy, tight}) {
+        EXPECT_EQ(answer.verdict, Verdict::Degraded);
+        EXPECT_THAT(answer.reason, HasSubstr("rank-deficient"));
+        EXPECT_LT(answer.probeError.value(), 1e-8);
+    }
+    // Both are the shortest.
+    double difference = 0.0, size = 0.0;
+    for (std::int32_t j = 0; j < A.Cols(); ++j) {
+        difference = std::max(difference, std::abs((*roomy.x)(j, 0) - (*tight.x)(j, 0)));
+        size = std::max(size, std::abs((*roomy.x)(j, 0)));
+    }
+    EXPECT_LT(difference, 1e-8 * size);
+}
+
+TEST(RectangularSystem, ColumnsOverManyOrdersAreNoDeficiency)
+{
+    SparseMatrix A = staircase(30, false);
+    for (std::int32_t i = 0; i < A.Rows(); ++i) {
+        if (A.Item(i, 7) != 0.0) A(i, 7) = A.Item(i, 7) * 1e-15;
+    }
+    const auto answer = LinearSystem(A, withoutRoom()).Solve(Vector(A.Rows(), 1.0));
+    EXPECT_EQ(answer.reason.find("rank-deficient"), std::string::npos) << answer.reason;
+}
+
+TEST(RectangularSystem, ADeficientOneIsToldOfAZeroRightHandSideToo)
+{
+    const SparseMatrix A = staircase(60, true);
+    for (const SparseMatrix& matrix : {A, SparseMatrix(5, 3)}) {
+        const auto answer = LinearSystem(matrix).Solve(Vector(matrix.Rows()));
+        EXPECT_EQ(answer.verdict, Verdict::Degraded);
+        EXPECT_THAT(answer.reason, HasSubstr("rank-deficient"));
+        for (std::int32_t j = 0; j < matrix.Cols(); ++j) EXPECT_EQ((*answer.x)(j, 0), 0.0);
+    }
+}
+
+/// Two equations that differ by 1e-12, and the sum of the first three unknowns by which they do not.
+TEST(RectangularSystem, AnIllConditionedWideOneIsDegradedThoughItsProbeComesBack)
+{
+    SparseAssembler entries(2, 4);
+    for (std::int32_t j = 0; j < 3; ++j) {
+        entries.Add(0, j, 1.0);
+        entries.Add(1, j, 1.0);
+    }
+    entries.Add(1, 3, 1e-12);
+    const auto answer = LinearSystem(entries.Assemble()).Solve(Vector{1.0, 1.0});
+    EXPECT_EQ(answer.verdict, Verdict::Degraded);
+    EXPECT_EQ(answer.reason, "ill-conditioned");
+}
+
+TEST(RectangularSystem, TheAdviceIsOfDeficiency)
+{
+    const auto answer = LinearSystem(staircase(20, true)).Solve(Vector(63, 1.0));
+    EXPECT_THAT(answer.Explain(), HasSubstr("Advice: equations that say the same may go"));
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing

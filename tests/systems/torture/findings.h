@@ -1,0 +1,68 @@
+#pragma once
+/// @file
+/// What a torture has found out, and how much of it there is.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Velmar::Lintrix::testing {
+
+/// One after another, numbers with three digits.
+template <class... Parts>
+std::string joined(const Parts&... parts)
+{
+    std::ostringstream text;
+    text.precision(3);
+    (text << ... << parts);
+    return text.str();
+}
+
+/// What was promised and did not hold, by the letter of the promise.
+struct Findings {
+    int systems = 0, answers = 0, bounds = 0, wideBounds = 0, accurate = 0;
+    std::map<std::string, std::vector<std::string>> broken{};
+
+    void add(const std::string& promise, std::string text) { broken[promise].push_back(std::move(text)); }
+};
+
+inline int tortureSetting(const char* name, int otherwise)
+{
+    const char* const told = std::getenv(name);
+    return told != nullptr ? std::max(0, std::atoi(told)) : otherwise;
+}
+
+/// trial(seed) for as many seeds as LINTRIX_TORTURE_DOSES (3) tells, from dose LINTRIX_TORTURE_FIRST (0) on.
+/// Nothing is printed by what is tried.
+template <class Trial>
+void tortureSilently(int systemsOfADose, Trial trial)
+{
+    const auto each = static_cast<std::uint64_t>(systemsOfADose);
+    const std::uint64_t first = each * static_cast<std::uint64_t>(tortureSetting("LINTRIX_TORTURE_FIRST", 0)),
+                        count = each * static_cast<std::uint64_t>(tortureSetting("LINTRIX_TORTURE_DOSES", 3));
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    for (std::uint64_t seed = first; seed < first + count; ++seed) trial(seed);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+}
+
+inline void expectNothingBroken(const Findings& findings)
+{
+    for (const auto& [promise, cases] : findings.broken) {
+        ADD_FAILURE() << promise << ": " << cases.size() << " of " << findings.answers << " answers to "
+                      << findings.systems << " systems";
+        for (const std::string& text : cases) std::cerr << promise << " | " << text << '\n';
+    }
+    EXPECT_GT(findings.accurate, findings.answers / 4);
+}
+
+} // namespace Velmar::Lintrix::testing
