@@ -24,7 +24,6 @@ constexpr double kThreshold = 0.1, kSymmetricThreshold = 0.01;
 // limits below: elements of A a row, rows up to which meshes and full rows pay, and the share of light ones.
 constexpr double kMostPerElement = 30.0, kMostPerComplexElement = 25.0;
 constexpr double kMostPerRow = 12.0, kLightShare = 0.1;
-constexpr double kAlike = 0x1p-100; // below it the columns have units that scaled rows do not bring together
 constexpr std::int32_t kSmallDense = 500, kSmallMesh = 1500, kLight = 3;
 
 /// Rows that are light, or whose column is.
@@ -58,7 +57,7 @@ PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPatter
 template <class Cell>
 bool PivotedFactor<Cell>::pays() const
 {
-    if (lu_->analysed() != LuOutcome::Done || lu_->leastMatched() < kAlike) return false;
+    if (lu_->analysed() != LuOutcome::Done) return false;
     constexpr double most = std::is_same_v<Cell, double> ? kMostPerElement : kMostPerComplexElement;
     return lu_->plan().operations <= most * 2.0 * static_cast<double>(lu_->plan().lowerNonZeros);
 }

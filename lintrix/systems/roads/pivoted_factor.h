@@ -28,8 +28,7 @@ public:
     void save(SectionWriter& file) const override;
 
     /// Whether it takes less time than supernodes, which do many operations an element at a high rate. Of a
-    /// matrix that has no factor, no; nor of one whose columns have units so different that the rows' scales
-    /// do not bring them together, which the engine's matching does.
+    /// matrix that has no factor, no.
     bool pays() const;
     /// As forecast for pivots on the diagonal.
     RoadCost cost() const;

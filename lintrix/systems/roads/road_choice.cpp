@@ -28,7 +28,7 @@ bool isMatchedLU(Road road)
 /// Backward stable as long as no pivot is replaced.
 bool isStable(Road road)
 {
-    return road == Road::Cholesky || road == Road::Pivoted || isMatchedLU(road);
+    return road == Road::Cholesky || isMatchedLU(road);
 }
 
 /// Without dense panels an operation takes so many times as long.

@@ -40,8 +40,9 @@ struct SearchState {
 /// other order, where that is open, before a stronger one is taken. Cholesky and LU with matching are stable:
 /// without replaced pivots their few digits are the matrix's own. That A is singular to working precision is
 /// believed of LU with matching; where another road has told it, the order is not to blame, and exchanges of
-/// rows would be in vain. Partial pivoting is tried before dense storage, unless it came first: then the
-/// engine follows, which replaces pivots and so can tell what makes a matrix singular.
+/// rows would be in vain. Partial pivoting is tried before dense storage, unless it came first. Its scales
+/// are of rows alone, so few digits of it may be owed to the units of columns; and it replaces no pivots,
+/// which tell what makes a matrix singular. So the engine follows.
 LINTRIX_TESTABLE std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering,
                                                     Ending ending, const SearchState& state);
 

@@ -127,8 +127,6 @@ Ending Outcome<Cell>::ending() const
     if (!taken && engine.error == 0) return Ending::NotTaken;
     if (verdict() == Verdict::Accurate) return Ending::Accurate;
     if (isSolvedByAnother()) return Ending::Singular;
-    // Without a digit the matrix is singular to working precision, which roads that replace pivots explain.
-    if (attempt.road == Road::Pivoted && verdict() == Verdict::Failed) return Ending::Poor;
     const bool solved =
         quality && quality->residual <= kRoundingLevel && quality->probeResidual <= kRoundingLevel;
     if (perturbed > 0) return solved ? Ending::Poor : Ending::Unsteady;

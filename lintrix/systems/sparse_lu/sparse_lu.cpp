@@ -154,7 +154,6 @@ void SparseLU<Cell>::place(const Columns& columns)
                 A.rows[to] = row;
                 A.slots[to] = columns.slots[e];
                 A.values[to] = columns.values[e];
-                if (row == k) leastMatched_ = std::min(leastMatched_, sizeOf(columns.values[e]));
             }
             A.ownStarts[k] = next;
             next = A.starts[k + 1];

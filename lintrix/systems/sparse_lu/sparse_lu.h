@@ -50,8 +50,6 @@ public:
     /// Of the analysis: Done, NotFinite or StructurallySingular.
     LuOutcome analysed() const noexcept { return analysed_; }
     const EliminationPlan& plan() const noexcept { return plan_; }
-    /// The smallest of the matched elements, where the largest of a row is near 1.
-    double leastMatched() const noexcept { return leastMatched_; }
 
     /// Of the same matrix, within bounds of entries and operations. @throws as the constructor
     LuOutcome factorize(const SparseOf<Cell>& A, const LuBounds& bounds = {});
@@ -91,7 +89,6 @@ private:
     BipartiteMatching matching_{};
     EliminationPlan plan_{};
     LuArrays<Cell> arrays_{};
-    double leastMatched_ = 1.0;
     std::int32_t singularColumn_ = -1, singularBlock_ = -1;
 };
 
