@@ -68,6 +68,9 @@ void checkOnce(const MemoryFile& file)
 {
     SystemOptions options;
     options.errorBounds = 1;
+    options.memoryLeft = [] {
+        return 1e18;
+    }; // whatever the figures of a forecast say, no factor goes to files
     try {
         LinearSystem<Cell> system = LinearSystem<Cell>::Load(file.path(), options);
         use(system);
@@ -92,7 +95,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace Velmar::Lintrix;
     MKL_Set_Dynamic(0);
-    MKL_Set_Num_Threads(size % 8 == 0 ? 2 : 1);
+    MKL_Set_Num_Threads(size > 0 && data[size / 2] % 16 == 1 ? 2 : 1); // seldom: a team takes its time
     const std::string input(reinterpret_cast<const char*>(data), size);
     fuzzing::checkBoth(input);
     fuzzing::checkBoth(fuzzing::withRightSums(input));

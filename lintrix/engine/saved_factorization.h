@@ -15,8 +15,8 @@ enum class SaveOutcome {
 };
 
 /// Adds the analysis and all factors of a handle to a file, for any matrix type, order, matching, scaling and
-/// number of threads. The handle is not changed, and `iparm` stays the caller's to keep. A factor whose
-/// panels are in files is not saved: copies of the files, which pt keeps no hold on, could change under it.
+/// number of threads. The handle is not changed, and `iparm` stays the caller's to keep. A factor in files of
+/// the out-of-core mode is not saved: they are the handle's own, and a copy would be as large as they are.
 /// One thread at a time, as with any call that uses the handle.
 LINTRIX_EXPORT SaveOutcome SaveFactorization(void* const pt[64], SectionWriter& file) noexcept;
 
@@ -26,7 +26,8 @@ LINTRIX_EXPORT SaveOutcome SaveFactorization(void* const pt[64], SectionWriter& 
 ///
 /// Nothing in the file is trusted: orders have to be permutations, rows have to ascend and to be there for
 /// every update, each entry of the matrix needs its place in a panel, and exchanges stay in their blocks. A
-/// file that has been changed with its check sums made right again can bring wrong numbers, and no more.
+/// file that has been changed with its check sums made right again can bring wrong numbers and figures, and
+/// no more.
 ///
 /// @param pt        64 slots, all null; after a fault they are null again
 /// @param mtype, n  type and order of the matrix: real or complex, and stored as a triangle or whole, as it

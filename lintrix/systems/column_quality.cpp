@@ -83,60 +83,87 @@ bool isZero(Cells cells)
     return std::ranges::all_of(cells, [](const auto& cell) { return cell == 0.0; });
 }
 
+/// What one reading of A tells of all columns.
+template <class Cell>
+struct Residuals {
+    Residuals(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, const MatrixOf<Cell>& X)
+        : n(static_cast<std::size_t>(A.rows())), b(cellsOf(B)), x(cellsOf(X)), sizes(rowSizesOf(A, op)),
+          r(x.size()), w(x.size())
+    {
+        residualAndScale(A, op, X.Cols(), b.data(), x.data(), r.data(), w.data());
+        errors = backwardErrors<Cell>(sizes, X.Cols(), b.data(), x.data(), r.data(), w.data());
+    }
+
+    bool isExact(std::size_t j) const { return isZero(b.subspan(n * j, n)) && isZero(x.subspan(n * j, n)); }
+
+    std::size_t n;
+    std::span<const Cell> b, x;
+    RowSizes sizes;
+    std::vector<Cell> r;   ///< in twice the precision
+    std::vector<double> w; ///< |op(A)|*|x| + |b|
+    std::vector<BackwardError> errors{};
+};
+
+/// Some of the columns side by side, so that a solve serves them all.
+template <class Number>
+std::vector<Number> sideBySide(std::size_t n, std::span<const std::size_t> which,
+                               const std::vector<Number>& all)
+{
+    std::vector<Number> some;
+    for (const std::size_t j : which) some.insert(some.end(), all.begin() + n * j, all.begin() + n * (j + 1));
+    return some;
+}
+
 /// Adds to r what may have been lost of it where all of a row has underflown.
 template <class Cell>
-void addUnderflow(const MatrixView<Cell>& A, TransposeMode op, const Cell* b, const Cell* x, Cell* r)
+void addUnderflow(std::int32_t terms, std::span<const double> w, Cell* r)
 {
-    const UnderflowGuard guard(longestRow(A, op) + 1);
-    std::vector<double> w(static_cast<std::size_t>(A.rows()));
-    residualScale(A, op, 1, b, x, w.data());
+    const UnderflowGuard guard(terms);
     for (std::size_t i = 0; i < w.size(); ++i)
         if (w[i] <= guard.below) r[i] += guard.shift;
 }
 
 /// ||op(A)^-1 * r||/||x|| of each of some columns, by the factor.
 template <class Cell>
-std::vector<double> errorEstimates(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
-                                   const std::vector<std::size_t>& which, const Cell* b, const Cell* x,
-                                   const Cell* r)
+std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op, Factored<Cell>& factor,
+                                   const std::vector<std::size_t>& which)
 {
     if (which.empty()) return {};
-    const auto n = static_cast<std::size_t>(A.rows());
-    std::vector<Cell> residuals, corrections(n * which.size());
-    for (const std::size_t j : which) {
-        residuals.insert(residuals.end(), r + n * j, r + n * (j + 1));
-        if (isZero(std::span(b + n * j, n))) continue; // exact
-        addUnderflow(A, op, b + n * j, x + n * j, residuals.data() + residuals.size() - n);
+    const auto n = static_cast<std::int32_t>(all.n);
+    std::vector<Cell> residuals = sideBySide<Cell>(all.n, which, all.r), corrections(residuals.size());
+    for (std::size_t k = 0; k < which.size(); ++k) {
+        if (isZero(all.b.subspan(all.n * which[k], all.n))) continue; // exact
+        addUnderflow(all.sizes.terms, std::span(all.w).subspan(all.n * which[k], all.n),
+                     residuals.data() + all.n * k);
     }
-    solveRaw(factor, A.rows(), op, static_cast<std::int32_t>(which.size()), residuals.data(),
-             corrections.data());
+    solveRaw(factor, n, op, static_cast<std::int32_t>(which.size()), residuals.data(), corrections.data());
     std::vector<double> estimates;
     for (std::size_t k = 0; k < which.size(); ++k) {
-        const double correction = largestModulus(corrections.data() + n * k, A.rows());
-        estimates.push_back(correction == 0.0 ? 0.0
-                                              : correction / largestModulus(x + n * which[k], A.rows()));
+        const double correction = largestModulus(corrections.data() + all.n * k, n);
+        estimates.push_back(
+            correction == 0.0 ? 0.0 : correction / largestModulus(all.x.data() + all.n * which[k], n));
     }
     return estimates;
 }
 
+/// Of what is exact there is no size to divide by, and the bound is 0.
 template <class Cell>
-double errorBound(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
-                  std::span<const Cell> b, std::span<const Cell> x, const Cell* r)
+void boundErrors(const MatrixView<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
+                 Factored<Cell>& factor, std::span<const std::size_t> which, double inverseNorm,
+                 std::vector<ColumnQuality>& columns)
 {
-    if (isZero(x) && isZero(b)) return 0.0; // exact, and there is no size to divide by
-    return forwardErrorBounds(A, op, inverseBy(factor, A.rows(), op), 1, b.data(), x.data(), r,
-                              ResidualPrecision::Twice, kQuick)
-        .front();
-}
-
-template <class Cell>
-std::vector<Cell> residualsOf(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B,
-                              const MatrixOf<Cell>& X)
-{
-    const auto b = cellsOf(B), x = cellsOf(X);
-    std::vector<Cell> r(x.size());
-    residualInTwicePrecision<Cell>(A, op, X.Cols(), b.data(), x.data(), nullptr, r.data());
-    return r;
+    std::vector<std::size_t> inexact;
+    for (const std::size_t j : which) {
+        columns[j].errorBound = 0.0;
+        if (!all.isExact(j)) inexact.push_back(j);
+    }
+    const std::vector<Cell> x = sideBySide<Cell>(all.n, inexact, {all.x.begin(), all.x.end()}),
+                            r = sideBySide<Cell>(all.n, inexact, all.r);
+    const std::vector<double> w = sideBySide<double>(all.n, inexact, all.w);
+    const std::vector<double> bounds = forwardErrorBounds<Cell>(
+        A, op, inverseBy(factor, A.rows(), op), static_cast<std::int32_t>(inexact.size()), x.data(), r.data(),
+        w.data(), {all.sizes.terms, inverseNorm}, ResidualPrecision::Twice, kQuick);
+    for (std::size_t k = 0; k < inexact.size(); ++k) columns[inexact[k]].errorBound = bounds[k];
 }
 
 /// Those that have no bound, or none that is finite.
@@ -152,30 +179,24 @@ std::vector<std::size_t> unbounded(const std::vector<std::size_t>& order,
 
 template <class Cell>
 std::vector<ColumnQuality> qualityOfColumns(const MatrixView<Cell>& A, TransposeMode op,
-                                            const MatrixOf<Cell>& B, const MatrixOf<Cell>& X,
-                                            Factored<Cell>* factor, std::int32_t bounds, double probeError)
+                                            const Residuals<Cell>& all, Factored<Cell>* factor,
+                                            const BoundsAsked& asked)
 {
-    const auto b = cellsOf(B), x = cellsOf(X);
-    const std::vector<Cell> r = residualsOf(A, op, B, X);
-    const std::vector<BackwardError> errors = backwardErrors(A, op, X.Cols(), b.data(), x.data(), r.data());
-    const std::vector<std::size_t> order = worstFirst(errors);
-    const std::size_t bounded = factor ? std::min<std::size_t>(std::max(bounds, 0), order.size()) : 0;
+    const std::vector<std::size_t> order = worstFirst(all.errors);
+    const std::size_t bounded = factor ? std::min<std::size_t>(std::max(asked.columns, 0), order.size()) : 0;
     std::vector<ColumnQuality> columns;
-    for (const BackwardError& error : errors)
+    for (const BackwardError& error : all.errors)
         columns.push_back({Verdict::Failed, error.normwise, error.componentwise});
-    const auto n = static_cast<std::size_t>(A.rows());
-    for (const std::size_t j : std::span(order).first(bounded))
-        columns[j].errorBound =
-            errorBound(A, op, *factor, b.subspan(n * j, n), x.subspan(n * j, n), r.data() + n * j);
+    if (bounded > 0)
+        boundErrors(A, op, all, *factor, std::span(order).first(bounded), asked.inverseNorm, columns);
     for (const std::size_t j : order)
-        columns[j].verdict = verdictOf(columns[j], probeError, columns[j].errorBound);
+        columns[j].verdict = verdictOf(columns[j], asked.probeError, columns[j].errorBound);
     if (bounded == 0) return columns;
     const std::vector<std::size_t> others = unbounded(order, columns);
-    const std::vector<double> estimates =
-        errorEstimates(A, op, *factor, others, b.data(), x.data(), r.data());
+    const std::vector<double> estimates = errorEstimates(all, op, *factor, others);
     for (std::size_t k = 0; k < others.size(); ++k) {
         ColumnQuality& column = columns[others[k]];
-        column.verdict = std::max(column.verdict, verdictOf(column, probeError, estimates[k]));
+        column.verdict = std::max(column.verdict, verdictOf(column, asked.probeError, estimates[k]));
     }
     return columns;
 }
@@ -211,25 +232,24 @@ LinearMap<Cell> inverseBy(Factored<Cell>& factor, std::int32_t size, TransposeMo
 }
 
 template <class Cell>
-std::vector<ColumnQuality> improvedColumns(const MatrixView<Cell>& A, TransposeMode op,
-                                           const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
-                                           const ColumnUnits<Cell>* units, Factored<Cell>* factor,
-                                           std::int32_t bounds, double probeError)
+std::vector<ColumnQuality>
+improvedColumns(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
+                const ColumnUnits<Cell>* units, Factored<Cell>* factor, const BoundsAsked& asked)
 {
     if (units) X = units->thereAndBack(std::move(X));
-    std::vector<ColumnQuality> columns = qualityOfColumns(A, op, B, X, factor, bounds, probeError);
-    const Verdict best = roads::verdictOf(0.0, probeError);
+    const Residuals<Cell> all(A, op, B, std::as_const(X));
+    std::vector<ColumnQuality> columns = qualityOfColumns(A, op, all, factor, asked);
+    const Verdict best = roads::verdictOf(0.0, asked.probeError);
     const bool isWorse = std::ranges::any_of(columns, [best](const ColumnQuality& column) {
         return column.verdict > best && std::isfinite(column.backwardError);
     });
-    if (!isWorse || !factor || bounds <= 0) return columns;
+    if (!isWorse || !factor || asked.columns <= 0) return columns;
     MatrixOf<Cell> corrected(X.Rows(), X.Cols());
-    const std::vector<Cell> r = residualsOf(A, op, B, X);
-    solveRaw(*factor, A.rows(), op, X.Cols(), r.data(), cellsOf(corrected).data());
+    solveRaw(*factor, A.rows(), op, X.Cols(), all.r.data(), cellsOf(corrected).data());
     corrected = X + corrected;
     if (units) corrected = units->thereAndBack(std::move(corrected));
     const std::vector<ColumnQuality> after =
-        qualityOfColumns(A, op, B, corrected, factor, bounds, probeError);
+        qualityOfColumns(A, op, Residuals<Cell>(A, op, B, std::as_const(corrected)), factor, asked);
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
         const auto at = static_cast<std::size_t>(j);
         if (after[at].verdict >= columns[at].verdict) continue;
@@ -267,9 +287,9 @@ template LinearMap<double> inverseBy(Factored<double>&, std::int32_t, TransposeM
 template LinearMap<Complex> inverseBy(Factored<Complex>&, std::int32_t, TransposeMode);
 template std::vector<ColumnQuality> improvedColumns(const MatrixView<double>&, TransposeMode, const Matrix&,
                                                     Matrix&, const ColumnUnits<double>*, Factored<double>*,
-                                                    std::int32_t, double);
+                                                    const BoundsAsked&);
 template std::vector<ColumnQuality> improvedColumns(const MatrixView<Complex>&, TransposeMode, const CMatrix&,
                                                     CMatrix&, const ColumnUnits<Complex>*, Factored<Complex>*,
-                                                    std::int32_t, double);
+                                                    const BoundsAsked&);
 
 } // namespace Velmar::Lintrix::detail

@@ -9,6 +9,7 @@
 #include <lintrix/systems/roads/factored.h>
 
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -17,22 +18,28 @@ namespace Velmar::Lintrix::detail {
 template <class Cell>
 LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, TransposeMode op);
 
-/// Of op(A)*X = B, all of B's columns, X as it will be in the given units (none: as it is). The error of up
-/// to `bounds` of them is bounded, those with the largest componentwise backward error first; of none without
-/// a factor. Where some are, that of the others, and of those whose bound is infinite, is estimated: a
-/// right-hand side may be harder than the probe. `probeError` is that of the known solution. A column with an
-/// element that is not finite is no solution.
+struct BoundsAsked {
+    std::int32_t columns = 0; ///< whose errors are bounded at most
+    double probeError = 0.0;  ///< of the known solution
+    /// Not below ||A^-1||_1, if that is known: see `KnownBefore`.
+    double inverseNorm = std::numeric_limits<double>::infinity();
+};
+
+/// Of op(A)*X = B, all of B's columns, X as it will be in the given units (none: as it is). Bounded are
+/// the errors of those with the largest componentwise backward error first; of none without a factor. Where
+/// some are, that of the others, and of those whose bound is infinite, is estimated: a right-hand side may be
+/// harder than the probe. A column with an element that is not finite is no solution.
 ///
 /// Columns that are worse than the probe take a correction by the residual in twice the precision, and keep
 /// it where that gives a better verdict.
 ///
-/// Cost: a product a column; of a column whose error is bounded some seven solves, of another one; twice that
-/// with corrections.
+/// Cost: a reading of A for each column; for those that are bounded a solve of all together, and a few more
+/// of each where the norm of the inverse does not settle it; one of the others; twice that with corrections.
 template <class Cell>
-std::vector<ColumnQuality>
-improvedColumns(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
-                const roads::ColumnUnits<Cell>* units, roads::Factored<Cell>* factor, std::int32_t bounds,
-                double probeError);
+std::vector<ColumnQuality> improvedColumns(const MatrixView<Cell>& A, TransposeMode op,
+                                           const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
+                                           const roads::ColumnUnits<Cell>* units,
+                                           roads::Factored<Cell>* factor, const BoundsAsked& asked);
 
 /// The largest normwise backward error; NaN where there is one among them.
 double residualOf(const std::vector<ColumnQuality>& columns);

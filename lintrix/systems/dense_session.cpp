@@ -131,8 +131,9 @@ private:
         B.Cols(count);
         X.Cols(count);
         const ColumnUnits<Cell>* const units = columns.units ? &*columns.units : nullptr;
-        std::vector<ColumnQuality> qualities = improvedColumns<Cell>(
-            MatrixView<Cell>(A_), op, B, X, units, &factor, options_.errorBounds, *found.probeError);
+        std::vector<ColumnQuality> qualities =
+            improvedColumns<Cell>(MatrixView<Cell>(A_), op, B, X, units, &factor,
+                                  BoundsAsked{options_.errorBounds, *found.probeError});
         if (units) units->multiply(X);
         const bool lacksOne = units && !units->allFinite();
         if (!lacksOne && !allFinite(X)) found.status = Status::NotFinite;

@@ -8,6 +8,7 @@
 #include <lintrix/sparse/csparse_matrix.h>
 #include <lintrix/sparse/sparse_matrix.h>
 #include <lintrix/systems/factor_seconds.h>
+#include <lintrix/systems/matrix_faults.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
 #include <lintrix/systems/verdict.h>
@@ -35,9 +36,10 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::string reason{};                      ///< of a verdict other than Accurate, in a few words
     std::string complaint{};                   ///< of Failed, as the end of a sentence
 
-    /// Of a singular matrix, in its rows and columns (from 0): which are empty, free, too many or the same;
-    /// where the values alone make it singular, which are linearly dependent.
-    std::string faults{};
+    MatrixFaults faults{}; ///< of a singular matrix, by its rows and columns
+    /// Of a singular square sparse matrix, as far as that is known. Where there are many, `x` is the
+    /// shortest, and called degraded; where there is none, the verdict is Failed.
+    std::optional<Solutions> solutions{};
 
     /// The largest over the right-hand sides of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.
     std::optional<double> residual{};
@@ -49,6 +51,16 @@ struct LINTRIX_EXPORT SystemAnswer {
     /// the factorization.
     std::optional<double> probeError{};
     std::optional<double> knownError{}; ///< of `x` itself, where it was known beforehand
+
+    /// ||A||_1 ||A^-1||_1 of a square matrix, estimated through the factor, from below, seldom by less than a
+    /// third; where pivots were replaced, of the matrix that was factorized. None where error bounds were not
+    /// asked for (`SystemOptions::errorBounds`), or where the factor is in files.
+    std::optional<double> condition{};
+
+    /// Of a sparse matrix that is symmetric or Hermitian, whichever road was taken; else, and where error
+    /// bounds were not asked for, or the factor is in files, none. Where the factor at hand leaves any sign
+    /// uncertain, matrices shifted by a little are factorized, if that takes no more than a second or so.
+    std::optional<CertainInertia> inertia{};
 
     std::vector<ColumnQuality> columns{}; ///< one a right-hand side, of a square system
 
@@ -63,8 +75,9 @@ struct LINTRIX_EXPORT SystemAnswer {
     FactorStore store = FactorStore::Memory;
     int coreMegabytes = 0; ///< that are used beside a factor in files
 
-    /// All of it for people, in a few lines: the verdict, what it rests on, what was tried, what to do.
-    std::string Explain() const;
+    /// All of it for people, in a few lines: the verdict, what it rests on, what was tried, what to do. Rows
+    /// and columns are counted from `firstIndex`: 0 as in the classes, 1 as in files.
+    std::string Explain(std::int32_t firstIndex = 0) const;
 };
 
 /// What a factorization is going to take, before any number is computed.

@@ -8,9 +8,10 @@
 #include <lintrix/systems/roads/solver_pool.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/saved_system.h>
-#include <lintrix/systems/structure/near_null.h>
+#include <lintrix/systems/singular_system.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 #include <lintrix/systems/structure/structural_faults.h>
+#include <lintrix/systems/sure_inertia.h>
 
 #include <fmt/format.h>
 
@@ -162,7 +163,8 @@ private:
     std::optional<SystemAnswer<Cell>> solvedTogether(const M* given, const M* known, TransposeMode op)
     {
         const std::shared_lock together(busy_);
-        const bool serves = best_ && best_->factor && !isFactorOld_ && exhausted_ == Verdict::Accurate;
+        const bool serves =
+            best_ && best_->factor && !isFactorOld_ && exhausted_ == Verdict::Accurate && isKnownOnce(*best_);
         if (!serves) return std::nullopt;
         Outcome<Cell> outcome = best_->road();
         outcome.factor = others_.take(*best_->factor);
@@ -176,10 +178,17 @@ private:
         return answer;
     }
 
+    /// What is found out of a factor once, by a single thread.
+    bool isKnownOnce(const Outcome<Cell>& outcome) const
+    {
+        return (!tellsInertia(outcome) || outcome.inertia) &&
+               (options_.errorBounds <= 0 || outcome.store != FactorStore::Memory || outcome.factorQuality);
+    }
+
     SystemAnswer<Cell> solvedAlone(const M* given, const M* known, TransposeMode op)
     {
         const std::lock_guard turn(busy_);
-        if (isStructurallySingular()) return structurallySingular();
+        if (isStructurallySingular()) return structurallySingular(given, op);
         const ProbedColumns<Cell> columns = columnsOf(given, known, op);
         others_.clear();
         return settledOrAsBefore({columns.B, columns.known, op}, columns.units);
@@ -197,7 +206,7 @@ private:
     }
     bool isStructurallySingular() { return structuralRankOnce() < matrix_.Size(); }
 
-    SystemAnswer<Cell> structurallySingular()
+    SystemAnswer<Cell> structurallySingular(const M* given, TransposeMode op)
     {
         runner_.finish("analyse");
         SystemAnswer<Cell> answer;
@@ -205,9 +214,23 @@ private:
         answer.reason =
             fmt::format("structurally singular: {} of {} rows matched", structuralRankOnce(), matrix_.Size());
         answer.complaint = complaintOf(answer.reason);
-        answer.faults = explain(findStructuralFaults<Cell>(entriesOf<Cell>(matrix_.Matrix())));
+        const StructuralFaults faults = findStructuralFaults<Cell>(entriesOf<Cell>(matrix_.Matrix()));
+        answer.faults = MatrixFaults([faults](std::int32_t first) { return explain(faults, first); });
+        const bool plain = op == TransposeMode::NotTransposed;
+        const bool contradicts = given && asksForMore(*given, plain ? faults.emptyRows : faults.emptyColumns);
+        answer.solutions = contradicts ? Solutions::None : Solutions::Unknown;
         answer.ordering = options_.ordering.value_or(FillInReducingMethod::MinimumDegree);
         return answer;
+    }
+
+    /// Where a row of op(A) is empty, only 0 can stand on the right.
+    static bool asksForMore(const M& B, const std::vector<std::int32_t>& emptyRows)
+    {
+        return std::ranges::any_of(emptyRows, [&B](std::int32_t i) {
+            for (std::int32_t j = 0; j < B.Cols(); ++j)
+                if (B(i, j) != 0.0) return true;
+            return false;
+        });
     }
 
     static std::string complaintOf(const std::string& reason)
@@ -271,36 +294,62 @@ private:
         return answer;
     }
 
-    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request, const Units& units) const
+    SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request, const Units& units)
     {
         SystemAnswer<Cell> answer = tell(outcome);
-        if (outcome.isSolvedByAnother() && outcome.factor) answer.faults = explainNullSpace(*outcome.factor);
+        if (outcome.isSolvedByAnother() && outcome.factor) tellOfSingular(answer, request, outcome);
+        if (outcome.quality) judgeFactor(answer, outcome);
         if (answer.x) judgeColumns(answer, request, units, outcome);
+        if (tellsInertia(outcome)) answer.inertia = inertiaOnce(outcome);
         return answer;
     }
 
-    /// The best of all roads, with its factor where that can be made better or be asked for bounds.
+    /// To bound errors, to make good for replaced pivots, or to tell what is singular.
+    static bool hasUseForFactor(const Outcome<Cell>& best)
+    {
+        return best.taken && best.quality && (best.verdict() == Verdict::Degraded || best.perturbed > 0);
+    }
+
+    /// The best of all roads, with its factor where that can be made better or be asked for more.
     Outcome<Cell> searched(const Request<Cell>& request)
     {
         RoadSearch<Cell> search(runner_, request, !options_.ordering);
         search.follow(runner_.firstRoad(first_));
         Outcome<Cell> best = search.best();
         left_ = search.left();
-        if (best.taken && !best.factor && best.verdict() == Verdict::Degraded)
-            best = runner_.run(best.attempt, Reach::Far, request);
+        if (!best.factor && hasUseForFactor(best)) best = runner_.run(best.attempt, Reach::Far, request);
         if (!exhausted_ || best.verdict() < *exhausted_) exhausted_ = best.verdict();
         return best;
     }
 
-    /// Of a matrix that is singular to working precision, by the factor whose pivots were replaced.
-    std::string explainNullSpace(Factored<Cell>& factor) const
+    /// Of a matrix that is singular to working precision, by the factor whose pivots were replaced. Where
+    /// there are many solutions, no known one need come back.
+    void tellOfSingular(SystemAnswer<Cell>& answer, const Request<Cell>& request,
+                        Outcome<Cell>& outcome) const
     {
-        const MatrixView<Cell> view(matrix_.Matrix());
-        const std::int32_t n = matrix_.Size();
-        const std::string text = explain(findNearNull<Cell>(
-            mapOf(view), inverseBy(factor, n, TransposeMode::NotTransposed), infinityNorm(view)));
+        SingularJudgement<Cell> singular = judgeSingular<Cell>(matrix_.Matrix(), *outcome.factor, request.op,
+                                                               request.B, request.B.Cols() - 1);
         runner_.finish("check");
-        return text;
+        answer.faults = std::move(singular.faults);
+        if (!answer.x) return;
+        answer.solutions = singular.solutions;
+        if (singular.solutions == Solutions::None) {
+            answer.reason = "singular, and the right-hand side is not in the range";
+            answer.complaint = complaintOf(answer.reason);
+        }
+        if (!singular.x) return;
+        answer.x = std::move(singular.x);
+        answer.verdict = Verdict::Degraded;
+        answer.reason = "singular: the shortest of many solutions";
+        answer.complaint.clear();
+        answer.probeError = answer.knownError = std::nullopt;
+    }
+
+    static M withoutProbe(const M& B)
+    {
+        M others(B);
+        others.Cols(B.Cols() - 1);
+        return others;
     }
 
     std::optional<Outcome<Cell>> withFactorAtHand(const Request<Cell>& request)
@@ -339,18 +388,61 @@ private:
         return outcome.verdict() == Verdict::Accurate || (exhausted_ && outcome.verdict() <= *exhausted_);
     }
 
+    /// Where bounds are asked for: what the factor is worth, whatever is solved with it.
+    void judgeFactor(SystemAnswer<Cell>& answer, Outcome<Cell>& outcome) const
+    {
+        if (options_.errorBounds <= 0 || !outcome.factor || outcome.store != FactorStore::Memory ||
+            outcome.reusedFactor)
+            return;
+        if (!outcome.factorQuality)
+            outcome.factorQuality = qualityOfFactor<Cell>(
+                MatrixView<Cell>(matrix_.Matrix()),
+                inverseBy(*outcome.factor, matrix_.Size(), TransposeMode::NotTransposed),
+                {.shift = matrix_.Traits().hermitian ? std::optional(0.0) : std::nullopt});
+        if (!outcome.isSolvedByAnother()) answer.condition = outcome.factorQuality->condition;
+    }
+
     /// The worst of the columns counts, and what the road said of them all.
     void judgeColumns(SystemAnswer<Cell>& answer, const Request<Cell>& request, const Units& units,
                       Outcome<Cell>& outcome) const
     {
-        M B(request.B);
-        B.Cols(answer.x->Cols());
-        answer.columns = improvedColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, B, *answer.x,
-                                               units ? &*units : nullptr, outcome.factor.get(),
-                                               boundsFor(outcome), outcome.quality->probeError);
+        const bool isUnique = answer.solutions != Solutions::Many;
+        BoundsAsked asked{isUnique ? boundsFor(outcome) : 0, isUnique ? outcome.quality->probeError : 0.0};
+        if (outcome.factorQuality) asked.inverseNorm = outcome.factorQuality->inverseNormAtMost();
+        answer.columns =
+            improvedColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, withoutProbe(request.B),
+                                  *answer.x, units ? &*units : nullptr, outcome.factor.get(), asked);
         if (units) units->multiply(*answer.x);
         runner_.finish("check");
+        if (!isUnique) tellOfMany(answer);
         lowerToWorst(answer, units && !units->allFinite());
+    }
+
+    /// x is not the road's any more.
+    static void tellOfMany(SystemAnswer<Cell>& answer)
+    {
+        answer.residual = 0.0;
+        for (ColumnQuality& column : answer.columns) {
+            answer.residual = worseError(*answer.residual, column.backwardError);
+            column.verdict = std::max(column.verdict, Verdict::Degraded);
+        }
+    }
+
+    /// Of numbers alone.
+    bool tellsInertia(const Outcome<Cell>& outcome) const
+    {
+        return options_.errorBounds > 0 && outcome.store == FactorStore::Memory &&
+               matrix_.Traits().hermitian && !outcome.reusedFactor &&
+               std::isfinite(infinityNorm(MatrixView<Cell>(matrix_.Matrix())));
+    }
+
+    const CertainInertia& inertiaOnce(Outcome<Cell>& outcome)
+    {
+        if (!outcome.inertia) {
+            outcome.inertia = sureInertia<Cell>(matrix_, outcome);
+            runner_.finish("check");
+        }
+        return *outcome.inertia;
     }
 
     /// Solves with a factor in files read all of it each time, what cannot be but failed needs no bound, and

@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 namespace Velmar::Lintrix {
 
 namespace {
@@ -14,6 +16,17 @@ void addLine(std::string& text, std::string_view line)
 {
     text += line;
     text += '\n';
+}
+
+std::string inWords(const CertainInertia& inertia)
+{
+    const std::string text =
+        fmt::format("Eigenvalues: {} positive, {} negative", inertia.positive, inertia.negative);
+    if (inertia.uncertain == 0) return text + ", all of them certain.";
+    const std::string bound = std::isfinite(inertia.bound)
+                                  ? fmt::format(", no larger than {}", numberInWords(inertia.bound))
+                                  : std::string();
+    return text + fmt::format(", {} of uncertain sign{}.", inertia.uncertain, bound);
 }
 
 /// What a reader who is no numerical analyst can do about it.
@@ -33,7 +46,7 @@ std::string_view adviceFor(Verdict verdict, bool isSingular, bool isDeficient)
 } // namespace
 
 template <class Cell>
-std::string SystemAnswer<Cell>::Explain() const
+std::string SystemAnswer<Cell>::Explain(std::int32_t firstIndex) const
 {
     std::string text;
     if (verdict == Verdict::Failed)
@@ -41,7 +54,13 @@ std::string SystemAnswer<Cell>::Explain() const
     else
         addLine(text,
                 fmt::format("The solution is {}{}{}.", NameOf(verdict), reason.empty() ? "" : ": ", reason));
-    if (!faults.empty()) addLine(text, faults + " (They are counted from 0.)");
+    if (solutions == Solutions::Many)
+        addLine(text, "The right-hand side is in the range of the matrix: x is one of many solutions, the "
+                      "shortest.");
+    if (solutions == Solutions::None)
+        addLine(text, "The right-hand side is not in the range of the matrix: nothing solves the system.");
+    if (!faults.Empty())
+        addLine(text, fmt::format("{} (They are counted from {}.)", faults.InWords(firstIndex), firstIndex));
     if (residual)
         addLine(text, fmt::format("Its scaled residual is {}; rounding explains 1e-16 to {:.0e}.",
                                   numberInWords(*residual), kRoundingLevel));
@@ -50,6 +69,8 @@ std::string SystemAnswer<Cell>::Explain() const
     if (probeError)
         addLine(text, fmt::format("A known solution came back with a relative error of {}.",
                                   numberInWords(*probeError)));
+    if (condition) addLine(text, fmt::format("The condition number is about {}.", numberInWords(*condition)));
+    if (inertia) addLine(text, inWords(*inertia));
     addLine(text, fmt::format("Road: {}.", road));
     if (perturbedPivots > 0)
         addLine(text, fmt::format("Pivots replaced: {}; steps of refinement {}, of GMRES {}.",

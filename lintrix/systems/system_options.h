@@ -65,8 +65,8 @@ struct SystemOptions {
     std::optional<MatrixType> type{};               ///< none: as the values suggest
     std::optional<FillInReducingMethod> ordering{}; ///< none: what takes less time in all
     EngineSettings engine{};
-    /// Right-hand sides whose error is bounded, those with the largest backward errors first; some six solves
-    /// each. 0: none, and the verdict rests on residual and probe.
+    /// Right-hand sides whose error is bounded, those with the largest backward errors first; a few solves of
+    /// all. 0: none, and the verdict rests on residual and probe; no condition and no inertia is told either.
     std::int32_t errorBounds = 4;
     /// After an `Update` with other values: the factor at hand preconditions GMRES as long as that leads to
     /// rounding level for at most half the cost of a new factor. Errors are then bounded by the probe alone.

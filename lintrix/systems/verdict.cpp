@@ -15,4 +15,17 @@ std::string_view NameOf(Verdict verdict) noexcept
     return "failed";
 }
 
+std::string_view NameOf(Solutions solutions) noexcept
+{
+    switch (solutions) {
+    case Solutions::Many:
+        return "many";
+    case Solutions::None:
+        return "none";
+    case Solutions::Unknown:
+        break;
+    }
+    return "unknown";
+}
+
 } // namespace Velmar::Lintrix

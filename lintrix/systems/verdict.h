@@ -4,6 +4,7 @@
 
 #include <lintrix/services/export.h>
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -19,6 +20,16 @@ enum class Verdict {
 /// "accurate", "degraded", "failed".
 LINTRIX_EXPORT std::string_view NameOf(Verdict verdict) noexcept;
 
+/// How many solutions a system has whose matrix is singular, structurally or to working precision.
+enum class Solutions {
+    Many,    ///< the right-hand sides are in the range: what solves them can be changed at will
+    None,    ///< a right-hand side is not
+    Unknown, ///< not all directions are known that the matrix sends to zero
+};
+
+/// "many", "none", "unknown".
+LINTRIX_EXPORT std::string_view NameOf(Solutions solutions) noexcept;
+
 /// How good one column of a solution is.
 struct ColumnQuality {
     Verdict verdict = Verdict::Failed;
@@ -28,6 +39,13 @@ struct ColumnQuality {
     /// On ||x* - x|| / ||x||, infinity norms, where x* is the exact solution; infinite where the factor is
     /// too bad to tell. None where it was not asked for, or where there is no factor.
     std::optional<double> errorBound{};
+};
+
+/// Signs of the eigenvalues of a symmetric or Hermitian matrix: at least so many are positive, at least so
+/// many negative, and of the others none can tell in spite of rounding.
+struct CertainInertia {
+    std::int32_t positive = 0, negative = 0, uncertain = 0;
+    double bound = 0.0; ///< which decides: the sign of an eigenvalue of larger magnitude is certain
 };
 
 /// @name Limits of scaled residuals and of relative errors

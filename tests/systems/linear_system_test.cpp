@@ -353,9 +353,9 @@ TEST(LinearSystem, SingularMatricesAreTold)
     EXPECT_FALSE(answer.x);
     EXPECT_EQ(answer.reason, "structurally singular: 2 of 3 rows matched");
     EXPECT_THAT(answer.Explain(), HasSubstr("There is no good solution: structurally singular"));
-    EXPECT_THAT(answer.faults, HasSubstr("structural rank is 2 of 3"));
-    EXPECT_THAT(answer.faults, ::testing::ContainsRegex("[Rr]ows 0 and 1"));
-    EXPECT_THAT(answer.faults, ::testing::ContainsRegex("[Cc]olumn 1 is empty"));
+    EXPECT_THAT(answer.faults.InWords(), HasSubstr("structural rank is 2 of 3"));
+    EXPECT_THAT(answer.faults.InWords(), ::testing::ContainsRegex("[Rr]ows 0 and 1"));
+    EXPECT_THAT(answer.faults.InWords(), ::testing::ContainsRegex("[Cc]olumn 1 is empty"));
     EXPECT_EQ(first.Forecast().factorEntries, 0);
 
     SparseMatrix numerical(2, 2);
@@ -367,7 +367,7 @@ TEST(LinearSystem, SingularMatricesAreTold)
     EXPECT_EQ(second.Factorize(), Verdict::Failed);
     const auto dependent = second.SolveKnown(blockOf<Matrix>(2, 1, 1));
     EXPECT_THAT(dependent.reason, HasSubstr("singular"));
-    EXPECT_THAT(dependent.faults, HasSubstr("singular to working precision"));
+    EXPECT_THAT(dependent.faults.InWords(), HasSubstr("singular to working precision"));
 
     numerical(1, 1) = 7.0; // and regular again
     second.Update(numerical);
@@ -381,10 +381,10 @@ TEST(LinearSystem, DependentRowsAndColumnsAreNamed)
         const double sum = A.Item(7, j) + A.Item(41, j);
         if (sum != 0.0 || A.Item(20, j) != 0.0) A(20, j) = sum;
     }
-    const auto answer = LinearSystem(A).SolveKnown(blockOf<Matrix>(60, 1, 1));
+    const auto answer = LinearSystem(A).Solve(blockOf<Matrix>(60, 1, 1));
     EXPECT_EQ(answer.verdict, Verdict::Failed);
-    EXPECT_THAT(answer.faults, HasSubstr("ows 7, 20 and 41")) << answer.faults;
-    EXPECT_THAT(answer.Explain(), HasSubstr(answer.faults));
+    EXPECT_THAT(answer.faults.InWords(), HasSubstr("ows 7, 20 and 41")) << answer.faults.InWords();
+    EXPECT_THAT(answer.Explain(), HasSubstr(answer.faults.InWords()));
 }
 
 TEST(LinearSystem, NumbersThatAreNoneAreNoSuccess)

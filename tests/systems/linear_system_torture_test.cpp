@@ -247,6 +247,11 @@ private:
         const bool harmless = isHarmless(b, solution);
         if (!hasColumns && verdict == Verdict::Failed) return harmless;
         if (!answer.x) return harmless;
+        // One of many solutions is near no other one, and is told to be: that is false of a regular matrix.
+        if (answer.solutions == Solutions::Many) {
+            if (exact_->condition() < 1e12L) tell("f: singular", "told of a regular matrix");
+            return harmless;
+        }
         for (const QuadCell& cell : x)
             if (!(sizeOf(cell) <= std::numeric_limits<double>::max())) return harmless;
         judgeNumbers(hasColumns ? &answer.columns[static_cast<std::size_t>(j)] : nullptr, verdict, solution,

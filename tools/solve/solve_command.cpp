@@ -120,6 +120,10 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
     report.normalResidual = answer.normalResidual;
     report.probeError = answer.probeError;
     report.maxError = answer.knownError;
+    report.condition = answer.condition;
+    report.inertia = answer.inertia;
+    report.solutions = answer.solutions;
+    report.columns = answer.columns;
     report.perturbedPivots = answer.perturbedPivots;
     report.refinementSteps = answer.refinementSteps;
     report.krylovSteps = answer.krylovSteps;
@@ -128,7 +132,7 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
         report.factorBytes = static_cast<double>(sizeof(Cell)) * static_cast<double>(answer.factorEntries);
         if (answer.store == FactorStore::Files) report.coreMegabytes = answer.coreMegabytes;
     }
-    std::string explanation = answer.Explain();
+    std::string explanation = answer.Explain(1); // as files count
     if (answer.verdict == Verdict::Failed)
         return {{}, answer.verdict, answer.complaint, std::move(explanation)};
     return {std::move(answer.x), answer.verdict, {}, std::move(explanation)};

@@ -55,6 +55,32 @@ std::string jsonCount(bool asked, int count)
     return asked ? fmt::format("{}", count) : "null";
 }
 
+std::string jsonInertia(const std::optional<CertainInertia>& inertia)
+{
+    if (!inertia) return "null";
+    return fmt::format("{{\"positive\": {}, \"negative\": {}, \"uncertain\": {}, \"bound\": {}}}",
+                       inertia->positive, inertia->negative, inertia->uncertain, jsonNumber(inertia->bound));
+}
+
+std::string jsonColumns(const std::vector<ColumnQuality>& columns)
+{
+    std::string text;
+    for (const ColumnQuality& column : columns) {
+        text += text.empty() ? "" : ", ";
+        text += fmt::format("{{\"verdict\": {}, \"backward_error\": {}, \"componentwise_error\": {}, "
+                            "\"error_bound\": {}}}",
+                            jsonString(NameOf(column.verdict)), jsonNumber(column.backwardError),
+                            jsonNumber(column.componentwiseError), jsonNumber(column.errorBound));
+    }
+    return text;
+}
+
+std::string inertiaInWords(const CertainInertia& inertia)
+{
+    return fmt::format("{} positive, {} negative, {} uncertain", inertia.positive, inertia.negative,
+                       inertia.uncertain);
+}
+
 std::string statusInWords(const SolveReport& report)
 {
     return std::string(report.status) + (report.reason.empty() ? "" : ", " + report.reason);
@@ -139,28 +165,31 @@ std::string asText(const SolveReport& report)
     if (report.normalResidual) text += line("normal equations", numberInWords(*report.normalResidual));
     if (report.residual) text += line("largest error", errorInWords(report));
     if (report.probeError) text += line("probe error", numberInWords(*report.probeError));
+    if (report.condition) text += line("condition", numberInWords(*report.condition));
+    if (report.inertia) text += line("eigenvalues", inertiaInWords(*report.inertia));
     return text;
 }
 
 std::string asJson(const SolveReport& report)
 {
     const bool direct = !report.ordering.empty(), sparse = direct || report.leastSquares;
-    return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"right_hands\": {}, "
-                       "\"road\": {}, \"seconds\": {}, \"residual\": {}, "
-                       "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
-                       "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
-                       "\"perturbed_pivots\": {}, \"refinement_steps\": {}, \"krylov_steps\": {}, "
-                       "\"factor_store\": {}, "
-                       "\"factor_bytes\": {}, \"core_megabytes\": {}}}\n",
-                       jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
-                       jsonString(report.road), asJson(report.seconds), jsonNumber(report.residual),
-                       jsonNumber(report.normalResidual), jsonNumber(report.maxError),
-                       jsonNumber(report.probeError), jsonString(report.status), jsonText(report.reason),
-                       jsonText(report.ordering), jsonArray(report.tried),
-                       jsonCount(direct, report.factorEntries), jsonCount(direct, report.perturbedPivots),
-                       jsonCount(sparse, report.refinementSteps), jsonCount(sparse, report.krylovSteps),
-                       jsonText(storeOf(report)), jsonNumber(report.factorBytes),
-                       jsonNumber(report.coreMegabytes));
+    return fmt::format(
+        "{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"right_hands\": {}, "
+        "\"road\": {}, \"seconds\": {}, \"residual\": {}, "
+        "\"normal_residual\": {}, \"max_error\": {}, \"probe_error\": {}, \"status\": {}, "
+        "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
+        "\"perturbed_pivots\": {}, \"refinement_steps\": {}, \"krylov_steps\": {}, \"factor_store\": {}, "
+        "\"factor_bytes\": {}, \"core_megabytes\": {}, \"condition\": {}, \"inertia\": {}, \"solutions\": "
+        "{}, \"columns\": [{}]}}\n",
+        jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
+        jsonString(report.road), asJson(report.seconds), jsonNumber(report.residual),
+        jsonNumber(report.normalResidual), jsonNumber(report.maxError), jsonNumber(report.probeError),
+        jsonString(report.status), jsonText(report.reason), jsonText(report.ordering),
+        jsonArray(report.tried), jsonCount(direct, report.factorEntries),
+        jsonCount(direct, report.perturbedPivots), jsonCount(sparse, report.refinementSteps),
+        jsonCount(sparse, report.krylovSteps), jsonText(storeOf(report)), jsonNumber(report.factorBytes),
+        jsonNumber(report.coreMegabytes), jsonNumber(report.condition), jsonInertia(report.inertia),
+        jsonText(report.solutions ? NameOf(*report.solutions) : ""), jsonColumns(report.columns));
 }
 
 std::string line(std::string_view label, std::string_view text)

@@ -1,6 +1,8 @@
 #pragma once
 // What `lintrix solve` tells about a run: for reading by eye, or as one line of JSON.
 
+#include <lintrix/lintrix.h>
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -38,7 +40,11 @@ struct SolveReport {
     std::optional<double> normalResidual; ///< of a tall system, and of a sparse one that is not square
     std::optional<double> maxError;       ///< none where the solution is not known
     std::optional<double> probeError;
-    std::vector<std::string> tried; ///< "ROAD: why it was left", of the others in their order
+    std::optional<double> condition; ///< in the 1-norm, estimated
+    std::optional<CertainInertia> inertia;
+    std::optional<Solutions> solutions; ///< of a singular matrix
+    std::vector<ColumnQuality> columns; ///< one a right-hand side, where they are judged one by one
+    std::vector<std::string> tried;     ///< "ROAD: why it was left", of the others in their order
     /// @name Of the direct solver
     /// @{
     std::string_view ordering; ///< empty: the answer is of a dense road
@@ -59,8 +65,11 @@ std::string asText(const SolveReport& report);
 /// One object on one line, with the line end: matrix, rows, cols, entries, road, seconds (an object by step,
 /// with total), residual, max_error, status; beside them right_hands, normal_residual, probe_error and
 /// reason; of the direct solver ordering, tried (an array), factor_entries, perturbed_pivots, factor_store
-/// (memory or files), factor_bytes and core_megabytes; of it and of least squares refinement_steps and
-/// krylov_steps. A number that does not exist or is not finite is null, and so is a text that does not exist.
+/// (memory or files), factor_bytes, core_megabytes, condition, inertia (an object with positive, negative,
+/// uncertain and bound), solutions (many, none or unknown) and columns (an object for each right-hand side:
+/// verdict, backward_error, componentwise_error, error_bound); of it and of least squares refinement_steps
+/// and krylov_steps. A number that does not exist or is not finite is null, and so is a text that does not
+/// exist.
 std::string asJson(const SolveReport& report);
 
 /// A fact on a line: the label, and the text in its column.

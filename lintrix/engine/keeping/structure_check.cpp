@@ -91,7 +91,7 @@ bool areRowStarts(std::span<const std::int64_t> rowStarts, std::span<const int> 
 {
     if (rowStarts.front() != 0 || rowStarts.back() != rows) return false;
     for (std::size_t J = 0; J + 1 < starts.size(); ++J) {
-        if (rowStarts[J + 1] > rows) return false;
+        if (rowStarts[J + 1] < rowStarts[J] || rowStarts[J + 1] > rows) return false;
         const std::int64_t height = rowStarts[J + 1] - rowStarts[J];
         if (height < starts[J + 1] - starts[J] || height > starts.back() - starts[J]) return false;
     }

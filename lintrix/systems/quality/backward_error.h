@@ -50,6 +50,16 @@ struct BackwardError {
     double omega1 = 0.0, omega2 = 0.0;
 };
 
+/// What is known of op(A) before any column is looked at.
+struct RowSizes {
+    std::vector<double> sums; ///< of the moduli in each row
+    double norm = 0.0;        ///< the largest of them
+    std::int32_t cols = 0;    ///< of op(A)
+    std::int32_t terms = 1;   ///< nz + 1
+};
+template <class Cell>
+LINTRIX_TESTABLE RowSizes rowSizesOf(const MatrixView<Cell>& A, TransposeMode op);
+
 /// ||r||/(||A||*||x|| + ||b||) of these four norms, without a detour through what overflows or underflows.
 LINTRIX_TESTABLE double normwiseBackwardError(double normOfA, double normOfX, double normOfB,
                                               double normOfR) noexcept;
@@ -59,5 +69,10 @@ template <class Cell>
 LINTRIX_TESTABLE std::vector<BackwardError> backwardErrors(const MatrixView<Cell>& A, TransposeMode op,
                                                            std::int32_t columns, const Cell* b, const Cell* x,
                                                            const Cell* r);
+/// The same where `w` is known as well: |op(A)|*|x| + |b|.
+template <class Cell>
+LINTRIX_TESTABLE std::vector<BackwardError> backwardErrors(const RowSizes& A, std::int32_t columns,
+                                                           const Cell* b, const Cell* x, const Cell* r,
+                                                           const double* w);
 
 } // namespace Velmar::Lintrix::detail

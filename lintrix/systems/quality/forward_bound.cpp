@@ -8,7 +8,6 @@
 #include <cmath>
 #include <complex>
 #include <limits>
-#include <utility>
 
 namespace Velmar::Lintrix::detail {
 
@@ -19,6 +18,12 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 /// q counts a little higher than it was measured: of one perturbed pivot the corrections are an exact
 /// geometric series, and its sum the error to the last digit.
 constexpr double kMargin = 1.0 + 1.0 / 64;
+
+/// So far above the correction and the rounding of x a bound is not worth an estimate of its own.
+constexpr double kSharp = 8.0;
+
+/// A q up to here makes the bound no worse than the margin does.
+constexpr double kSmallRate = kMargin - 1.0;
 
 /// size/scale, 0/0 = 0; NaN of an infinite scale.
 double quotient(double size, double scale) noexcept
@@ -48,34 +53,50 @@ LinearMap<Cell> scaledAdjoint(const LinearMap<Cell>& inverse, const std::vector<
     return map;
 }
 
-/// The correction d and what it leaves, of one column.
+/// Of one column, with the correction d and what that leaves.
 template <class Cell>
-struct Correction {
-    double size;         ///< ||d||
-    double next;         ///< ||op(A)^-1 * s||
-    double rate;         ///< q
-    std::vector<Cell> s; ///< r - op(A)*d
-
-    Correction(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse, const Cell* r)
-        : s(r, r + A.rows())
+class ColumnBound {
+public:
+    ColumnBound(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+                const KnownBefore& known, const Cell* d, const Cell* s)
+        : inverse_(inverse), known_(known), size_(largestModulus(d, inverse.rows))
     {
-        size = correct(A, op, inverse, s);
-        std::vector<Cell> left = s;
-        next = correct(A, op, inverse, left);
-        rate = kMargin * largerOrNaN(quotient(next, size), quotient(correct(A, op, inverse, left), next));
+        measure(A, op, s);
+    }
+
+    /// On ||x* - x||; `g` bounds the unknown part of the residual, `enough` is the rounding of x, which no
+    /// bound is better than.
+    double of(const std::vector<double>& g, ResidualPrecision precision, double enough,
+              const NormEstimation& how) const
+    {
+        if (rate_ >= 1.0) return kInfinity;
+        double rest = known_.inverseNorm * sumOfModuli(g.data(), inverse_.rows);
+        if (!(rest <= kSharp * (size_ + enough))) rest = estimateOneNorm(scaledAdjoint(inverse_, g), how);
+        rest = largerOrNaN(rest, next_) / (1.0 - rate_);
+        return precision == ResidualPrecision::Working ? largerOrNaN(rest, size_) : rest + size_;
     }
 
 private:
-    /// r becomes r - op(A)*d. @return  ||d||, d = op(A)^-1 * r
-    static double correct(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
-                          std::vector<Cell>& r)
+    /// q: where the norm of the inverse shows that it is small, that is enough.
+    void measure(const MatrixView<Cell>& A, TransposeMode op, const Cell* s)
     {
-        std::vector<Cell> d(r.size()), left(r.size());
-        inverse.times(1, r.data(), d.data());
-        residualInTwicePrecision<Cell>(A, op, 1, r.data(), d.data(), nullptr, left.data());
-        r = std::move(left);
-        return largestModulus(d.data(), A.rows());
+        const std::int32_t n = inverse_.rows;
+        next_ = known_.inverseNorm * sumOfModuli(s, n);
+        rate_ = quotient(next_, size_);
+        if (rate_ <= kSmallRate) return;
+        std::vector<Cell> correction(n), left(n);
+        inverse_.times(1, s, correction.data());
+        residualInTwicePrecision<Cell>(A, op, 1, s, correction.data(), nullptr, left.data());
+        next_ = largestModulus(correction.data(), n);
+        inverse_.times(1, left.data(), correction.data());
+        rate_ = kMargin *
+                largerOrNaN(quotient(next_, size_), quotient(largestModulus(correction.data(), n), next_));
     }
+
+    const LinearMap<Cell>& inverse_;
+    const KnownBefore& known_;
+    double size_;                    ///< ||d||
+    double next_ = 0.0, rate_ = 0.0; ///< not below ||op(A)^-1 * s||; q
 };
 
 /// g, in place of w. Where w may have underflowed, as much is added as may have been lost.
@@ -96,30 +117,43 @@ void boundUnknown(const Cell* r, const Cell* s, std::int32_t terms, ResidualPrec
 
 template <class Cell>
 std::vector<double> forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op,
-                                       const LinearMap<Cell>& inverse, std::int32_t columns, const Cell* b,
-                                       const Cell* x, const Cell* r, ResidualPrecision precision,
-                                       const NormEstimation& how)
+                                       const LinearMap<Cell>& inverse, std::int32_t columns, const Cell* x,
+                                       const Cell* r, const double* w, const KnownBefore& known,
+                                       ResidualPrecision precision, const NormEstimation& how)
 {
-    const std::int32_t n = A.rows(), terms = longestRow(A, op) + 1;
-    if (n == 0) return std::vector<double>(columns);
-    std::vector<double> g(n), bounds;
+    const std::int32_t n = A.rows();
+    if (n == 0 || columns == 0) return std::vector<double>(columns);
+    std::vector<Cell> d(std::size_t(n) * columns), s(d.size());
+    inverse.times(columns, r, d.data());
+    residualInTwicePrecision<Cell>(A, op, columns, r, d.data(), nullptr, s.data());
+    std::vector<double> bounds;
     for (std::int32_t c = 0; c < columns; ++c) {
         const std::int64_t first = std::int64_t{n} * c;
-        const Correction<Cell> correction(A, op, inverse, r + first);
-        residualScale(A, op, 1, b + first, x + first, g.data());
-        boundUnknown(r + first, correction.s.data(), terms, precision, g);
-        const double estimate =
-            largerOrNaN(estimateOneNorm(scaledAdjoint(inverse, g), how), correction.next) /
-            (1.0 - correction.rate);
-        const double bound = precision == ResidualPrecision::Working ? largerOrNaN(estimate, correction.size)
-                                                                     : estimate + correction.size;
+        std::vector<double> g(w + first, w + first + n);
+        boundUnknown(r + first, s.data() + first, known.terms, precision, g);
         const double size = largestModulus(x + first, n);
-        bounds.push_back(correction.rate >= 1.0 ? kInfinity : quotient(bound, size));
+        const ColumnBound<Cell> bound(A, op, inverse, known, d.data() + first, s.data() + first);
+        bounds.push_back(quotient(bound.of(g, precision, 0x1p-53 * size, how), size));
     }
     return bounds;
 }
 
+template <class Cell>
+std::vector<double> forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op,
+                                       const LinearMap<Cell>& inverse, std::int32_t columns, const Cell* b,
+                                       const Cell* x, const Cell* r, ResidualPrecision precision,
+                                       const NormEstimation& how)
+{
+    std::vector<double> w(std::size_t(A.rows()) * columns);
+    residualScale(A, op, columns, b, x, w.data());
+    return forwardErrorBounds(A, op, inverse, columns, x, r, w.data(), {longestRow(A, op) + 1}, precision,
+                              how);
+}
+
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
+    template std::vector<double> forwardErrorBounds(                                                         \
+        const MatrixView<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,           \
+        const Cell*, const double*, const KnownBefore&, ResidualPrecision, const NormEstimation&);           \
     template std::vector<double> forwardErrorBounds(                                                         \
         const MatrixView<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,           \
         const Cell*, const Cell*, ResidualPrecision, const NormEstimation&);

@@ -29,6 +29,7 @@
 #include <lintrix/systems/quality/norm_estimate.h>
 
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -45,8 +46,18 @@ enum class ResidualPrecision {
     Twice,
 };
 
+/// What spares work, known before any column is looked at.
+struct KnownBefore {
+    std::int32_t terms = 1; ///< nz + 1
+    /// Such that || |op(A)^-1|*g || <= inverseNorm*||g||_1 for all g >= 0; ||A^-1||_1 is one for each op.
+    /// Where this shows already that the product is no more than a few times d and the rounding of x, it is
+    /// not estimated, and where it shows that q is small, q is not measured.
+    double inverseNorm = std::numeric_limits<double>::infinity();
+};
+
 /// A bound on ||x* - x||/||x|| for each column; A is square. `inverse` solves with op(A), and its adjoint
-/// with the adjoint; each column costs three solves, and those of the estimate.
+/// with the adjoint; all columns together cost a solve; each costs besides two, and those of the estimate,
+/// where they are not spared.
 ///
 /// 0 where x and the bound are 0, infinite where x alone is 0; NaN, or infinite, where what is given or
 /// solved is not finite.
@@ -55,5 +66,11 @@ LINTRIX_TESTABLE std::vector<double>
 forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
                    std::int32_t columns, const Cell* b, const Cell* x, const Cell* r,
                    ResidualPrecision precision, const NormEstimation& how = {});
+/// The same with w at hand.
+template <class Cell>
+LINTRIX_TESTABLE std::vector<double>
+forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+                   std::int32_t columns, const Cell* x, const Cell* r, const double* w,
+                   const KnownBefore& known, ResidualPrecision precision, const NormEstimation& how = {});
 
 } // namespace Velmar::Lintrix::detail

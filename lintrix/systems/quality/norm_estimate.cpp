@@ -204,13 +204,17 @@ double estimateOneNorm(const LinearMap<Cell>& M, const NormEstimation& how)
     return Estimation<Cell>(M, std::max(how.columns, 1), how).run();
 }
 
+double conditionOf(double oneNorm, double normOfInverse, std::int32_t order) noexcept
+{
+    if (order == 0) return 1.0;
+    if (std::isnan(normOfInverse) || std::isnan(oneNorm)) return std::numeric_limits<double>::quiet_NaN();
+    return oneNorm == 0.0 ? std::numeric_limits<double>::infinity() : oneNorm * normOfInverse;
+}
+
 template <class Cell>
 double conditionEstimate(double oneNorm, const LinearMap<Cell>& inverse, const NormEstimation& how)
 {
-    if (inverse.rows == 0) return 1.0;
-    const double ofInverse = estimateOneNorm(inverse, how);
-    if (std::isnan(ofInverse) || std::isnan(oneNorm)) return std::numeric_limits<double>::quiet_NaN();
-    return oneNorm == 0.0 ? std::numeric_limits<double>::infinity() : oneNorm * ofInverse;
+    return conditionOf(oneNorm, estimateOneNorm(inverse, how), inverse.rows);
 }
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \

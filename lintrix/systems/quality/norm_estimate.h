@@ -31,6 +31,9 @@ struct NormEstimation {
 template <class Cell>
 LINTRIX_TESTABLE double estimateOneNorm(const LinearMap<Cell>& M, const NormEstimation& how = {});
 
+/// Of two norms, see below.
+double conditionOf(double oneNorm, double normOfInverse, std::int32_t order) noexcept;
+
 /// ||A||_1 * est ||inverse(A)||_1, from the norm of A and a factor's solves. An empty A has the condition
 /// number 1; A = 0, and a product that overflows, an infinite one; where the solves give NaN, it is NaN.
 template <class Cell>

@@ -57,6 +57,31 @@ struct Scale {
     void finish(std::int32_t i, Sum sum) const { w[i] = sum; }
 };
 
+/// The first of these and the second, at one reading of A; `sizes` are the moduli of x.
+template <class Cell>
+struct ResidualAndScale {
+    struct Sum {
+        TwofoldSum<Cell> residual;
+        double scale;
+    };
+    const Cell *b, *x;
+    const double* sizes;
+    Cell* r;
+    double* w;
+
+    Sum begin(std::int32_t i) const { return {TwofoldSum<Cell>(b[i]), modulus(b[i])}; }
+    [[gnu::always_inline]] void add(Sum& sum, const Cell& a, std::int32_t j) const
+    {
+        sum.residual.addProduct(-a, x[j]);
+        sum.scale += modulus(a) * sizes[j];
+    }
+    void finish(std::int32_t i, const Sum& sum) const
+    {
+        r[i] = sum.residual.value();
+        w[i] = sum.scale;
+    }
+};
+
 template <class Cell>
 struct RowSum {
     using Sum = double;
@@ -183,13 +208,15 @@ private:
         withConjugation<Cell>(op_ == TransposeMode::Transposed, [&](auto turned) {
             runPart([&]() __attribute__((always_inline)) {
                 for (std::int32_t i = 0; i < A_.lines(); ++i) {
+                    Sum own = sums[i];
                     A_.forElements(
                         i, 0, A_.cols(), [&](std::int32_t j, const Cell& a) __attribute__((always_inline)) {
-                            if (j == i) rule_.add(sums[i], conjugatedIf<Conjugate>(a), i);
+                            if (j == i) rule_.add(own, conjugatedIf<Conjugate>(a), i);
                             if (j <= i) return;
-                            rule_.add(sums[i], conjugatedIf<turned>(a), j);
+                            rule_.add(own, conjugatedIf<turned>(a), j);
                             rule_.add(sums[j], conjugatedIf<!turned>(a), i);
                         });
+                    sums[i] = own;
                 }
             });
         });
@@ -282,6 +309,20 @@ void residualScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t col
 }
 
 template <class Cell>
+void residualAndScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* b,
+                      const Cell* x, Cell* r, double* w)
+{
+    const Sizes size = sizesOf(A, op);
+    std::vector<double> sizes(size.cols);
+    for (std::int32_t c = 0; c < columns; ++c) {
+        const Cell* const own = x + c * size.cols;
+        for (std::int64_t j = 0; j < size.cols; ++j) sizes[j] = modulus(own[j]);
+        const std::int64_t first = c * size.rows;
+        sumRows(A, op, ResidualAndScale<Cell>{b + first, own, sizes.data(), r + first, w + first});
+    }
+}
+
+template <class Cell>
 void rowSums(const MatrixView<Cell>& A, TransposeMode op, double* sums)
 {
     sumRows(A, op, RowSum<Cell>{sums});
@@ -324,6 +365,8 @@ LinearMap<Cell> mapOf(const MatrixView<Cell>& A)
                                            const Cell*, const Cell*, const Cell*, Cell*);                    \
     template void residualScale(const MatrixView<Cell>&, TransposeMode, std::int32_t, const Cell*,           \
                                 const Cell*, double*);                                                       \
+    template void residualAndScale(const MatrixView<Cell>&, TransposeMode, std::int32_t, const Cell*,        \
+                                   const Cell*, Cell*, double*);                                             \
     template void rowSums(const MatrixView<Cell>&, TransposeMode, double*);                                  \
     template double oneNorm(const MatrixView<Cell>&);                                                        \
     template double infinityNorm(const MatrixView<Cell>&);                                                   \

@@ -39,6 +39,11 @@ template <class Cell>
 LINTRIX_TESTABLE void residualScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns,
                                     const Cell* b, const Cell* x, double* w);
 
+/// Both at one reading of A: R := B - op(A)*X in twice the working precision, and W.
+template <class Cell>
+LINTRIX_TESTABLE void residualAndScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns,
+                                       const Cell* b, const Cell* x, Cell* r, double* w);
+
 /// The sum of the moduli in each row of op(A).
 template <class Cell>
 LINTRIX_TESTABLE void rowSums(const MatrixView<Cell>& A, TransposeMode op, double* sums);

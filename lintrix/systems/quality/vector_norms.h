@@ -14,12 +14,12 @@ inline double modulus(double value) noexcept
     return std::abs(value);
 }
 
-/// By squares where their sum is in the middle of the range of a double, else by hypot, which takes ten times
-/// as long. Infinite where a part is infinite and the other no number.
+/// By hypot where the squares are out of range. Infinite where a part is infinite and the other no number.
 inline double modulus(const std::complex<double>& value) noexcept
 {
-    const double sum = value.real() * value.real() + value.imag() * value.imag();
-    return sum > 0x1p-900 && sum < 0x1p1000 ? std::sqrt(sum) : std::hypot(value.real(), value.imag());
+    const double square = value.real() * value.real() + value.imag() * value.imag();
+    if (square > 0x1p-900 && square < 0x1p+1000) return std::sqrt(square);
+    return std::hypot(value.real(), value.imag());
 }
 
 /// The larger one, and NaN if either is.

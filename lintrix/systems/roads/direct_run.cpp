@@ -37,6 +37,8 @@ const Setup& setupOf(Road road)
     return kSetups[static_cast<std::size_t>(road)];
 }
 
+constexpr int kComplexSymmetric = 6; // the one type of a triangle that is not hermitian
+
 constexpr int kIterationTolerance = 6; // iterate to 10^-6 of the first residual
 
 } // namespace
@@ -152,9 +154,22 @@ double DirectRun::solveOperations(std::int32_t rightHands) const
     return each * static_cast<double>(entries_) * rightHands;
 }
 
+std::optional<Inertia> DirectRun::inertia() const
+{
+    if (!matrix_.isTriangle() || matrix_.mtype == kComplexSymmetric) return std::nullopt;
+    const int positive = parameters_[PardisoParameter::PositivePivots],
+              negative = parameters_[PardisoParameter::NegativePivots];
+    return Inertia{positive, negative, matrix_.n - positive - negative};
+}
+
+void DirectRun::keepSmallPivots()
+{
+    constexpr int kBelowRounding = 20; // of the largest element, as a power of ten
+    parameters_[PardisoParameter::PivotExponent] = kBelowRounding;
+}
+
 DirectRun::Reading DirectRun::readingOf(TransposeMode op) const
 {
-    constexpr int kComplexSymmetric = 6;
     const bool transposed = op != TransposeMode::NotTransposed,
                conjugated = op == TransposeMode::ConjugateTransposed;
     if (!matrix_.isTriangle()) return {transposed, conjugated};

@@ -7,6 +7,7 @@
 #include <lintrix/services/export.h>
 #include <lintrix/services/section_file.h>
 #include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/structure/inertia.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
 
@@ -128,6 +129,11 @@ public:
     RoadCost cost() const;
     /// Of a solve for so many right-hand sides, once it is analysed.
     double solveOperations(std::int32_t rightHands) const;
+    /// Of a symmetric or Hermitian matrix, by the signs of the pivots: that of the matrix that was
+    /// factorized. None of other types.
+    std::optional<Inertia> inertia() const;
+    /// Pivots are replaced where they vanish next to the matrix, and no sooner.
+    void keepSmallPivots();
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
     int factorEntries() const { return std::max(parameters_[PardisoParameter::FactorNonZeros], 0); }
 

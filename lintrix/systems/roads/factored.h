@@ -23,6 +23,8 @@ public:
                                std::optional<std::int32_t> steps = {}) = 0;
     /// Of a solve for so many right-hand sides.
     virtual double operations(std::int32_t rightHands) const = 0;
+    /// Of the matrix that was factorized, where its pivots tell.
+    virtual std::optional<Inertia> inertia() const { return std::nullopt; }
     /// Of the last solve.
     virtual std::int32_t refinementSteps() const { return 0; }
     /// Adds the factor to a file. @throws InvalidOperationException  its numbers are not in memory, or nobody
@@ -76,6 +78,8 @@ public:
         std::unique_ptr<DirectRun> run = run_->another();
         return run ? std::make_unique<EngineFactor>(std::move(run)) : nullptr;
     }
+
+    std::optional<Inertia> inertia() const override { return run_->inertia(); }
 
     /// The handle, after which this is no factor any more.
     std::unique_ptr<DirectRun> release() { return std::move(run_); }

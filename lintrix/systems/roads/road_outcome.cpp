@@ -111,7 +111,9 @@ Outcome<Cell> Outcome<Cell>::road() const
             .store = store,
             .leastMegabytes = leastMegabytes,
             .reach = reach,
-            .taken = taken};
+            .taken = taken,
+            .factorQuality = factorQuality,
+            .inertia = inertia};
 }
 
 template <class Cell>

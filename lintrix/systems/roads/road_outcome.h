@@ -3,6 +3,7 @@
 /// What came of one road through the direct solver, and what is said of it.
 
 #include <lintrix/services/export.h>
+#include <lintrix/systems/quality/factor_quality.h>
 #include <lintrix/systems/roads/factored.h>
 #include <lintrix/systems/roads/quality.h>
 #include <lintrix/systems/roads/road_choice.h>
@@ -30,9 +31,11 @@ struct LINTRIX_TESTABLE Outcome {
     int leastMegabytes = 0; ///< of memory beside a factor in files
     std::string fault{};    ///< of the files of the factor, in words
     Reach reach = Reach::Near;
-    bool reusedFactor = false;                ///< of earlier values, as a preconditioner
-    bool taken = false;                       ///< else only its cost is known
-    std::unique_ptr<Factored<Cell>> factor{}; ///< as long as no other road is taken
+    bool reusedFactor = false;                    ///< of earlier values, as a preconditioner
+    bool taken = false;                           ///< else only its cost is known
+    std::unique_ptr<Factored<Cell>> factor{};     ///< as long as no other road is taken
+    std::optional<FactorQuality> factorQuality{}; ///< of `factor`, once it was asked for
+    std::optional<CertainInertia> inertia{};      ///< likewise, of the matrix
 
     Verdict verdict() const;
     Ending ending() const;

@@ -128,6 +128,8 @@ void RoadRunner<Cell>::refactorize(Outcome<Cell>& outcome, const Request<Cell>& 
     }
     std::unique_ptr<DirectRun> run = kept->release();
     forget(outcome);
+    outcome.factorQuality.reset();
+    outcome.inertia.reset();
     try {
         factorizeAndSolve(run, request, outcome);
     } catch (...) {
@@ -290,6 +292,7 @@ template <class Cell>
 void RoadRunner<Cell>::refactorizePivoted(Outcome<Cell>& outcome, const Request<Cell>& request)
 {
     forget(outcome);
+    outcome.factorQuality.reset();
     std::unique_ptr<PivotedFactor<Cell>> factor(static_cast<PivotedFactor<Cell>*>(outcome.factor.release()));
     try {
         const EngineAnswer answer =

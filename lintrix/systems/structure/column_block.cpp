@@ -143,6 +143,8 @@ std::vector<double> orthonormalize(ColumnBlock<Cell>& W)
 {
     std::vector<double> lengths = orthogonalize(W);
     std::erase(lengths, 0.0); // the last ones
+    // Of more columns than rows, what is left over is rounding.
+    lengths.resize(std::min(lengths.size(), static_cast<std::size_t>(W.length)));
     W.shrink(static_cast<std::int32_t>(lengths.size()));
     for (std::int32_t j = 0; j < W.count; ++j)
         for (Cell* x = W.column(j); x != W.column(j + 1); ++x) *x /= lengths[j];

@@ -47,7 +47,8 @@ template <class Cell>
 LINTRIX_TESTABLE std::vector<double> orthogonalize(ColumnBlock<Cell>& W,
                                                    ColumnBlock<Cell>* companion = nullptr);
 
-/// The same, each column divided by its length; those of no length are left out.
+/// The same, each column divided by its length; those of no length are left out, and so are the shortest of
+/// more than `length`.
 template <class Cell>
 LINTRIX_TESTABLE std::vector<double> orthonormalize(ColumnBlock<Cell>& W);
 

@@ -4,6 +4,7 @@
 /// many that is certain in spite of rounding.
 
 #include <lintrix/services/export.h>
+#include <lintrix/systems/verdict.h>
 
 #include <complex>
 #include <cstdint>
@@ -48,13 +49,6 @@ LINTRIX_TESTABLE double factorizationError(std::int32_t terms, double norm, doub
 struct ShiftedInertia {
     Inertia inertia;
     double error = 0.0;
-};
-
-/// What holds of A itself: at least so many eigenvalues are positive, at least so many negative, and of the
-/// others none can tell.
-struct CertainInertia {
-    std::int32_t positive = 0, negative = 0, uncertain = 0;
-    double bound = 0.0; ///< which decides: the sign of an eigenvalue of larger magnitude is certain
 };
 
 /// From two factorizations, of A - s*I and A + s*I with an s not below their errors. Eigenvalues, in their

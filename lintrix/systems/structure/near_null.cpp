@@ -280,7 +280,7 @@ Consistency<Cell> judgeConsistency(const NearNull<Cell>& nearNull, const LinearM
 }
 
 template <class Cell>
-std::string explain(const NearNull<Cell>& nearNull)
+std::string explain(const NearNull<Cell>& nearNull, std::int32_t firstIndex)
 {
     if (nearNull.singularValues.empty()) return {};
     const double smallest = nearNull.singularValues.front();
@@ -293,8 +293,9 @@ std::string explain(const NearNull<Cell>& nearNull)
                 (nearNull.nullity == 1 ? " direction is" : " directions are") + " sent to zero. ";
     const auto dependent = [&](std::string_view noun, const std::vector<std::int32_t>& indices) {
         const std::string what = isNull ? "" : "closest to being ";
-        return indexText(noun, indices) + (indices.size() == 1 ? " is " + what + "zero or dependent on others"
-                                                               : " are " + what + "linearly dependent");
+        return indexText(noun, indices, firstIndex) + (indices.size() == 1
+                                                           ? " is " + what + "zero or dependent on others"
+                                                           : " are " + what + "linearly dependent");
     };
     return text + capitalized(dependent("column", nearNull.columns)) + ", " +
            dependent("row", nearNull.rows) + ".";
@@ -310,7 +311,7 @@ judgeConsistency(const NearNull<double>&, const LinearMap<double>&, const Linear
 template LINTRIX_TESTABLE Consistency<std::complex<double>>
 judgeConsistency(const NearNull<std::complex<double>>&, const LinearMap<std::complex<double>>&,
                  const LinearMap<std::complex<double>>&, const std::complex<double>*);
-template LINTRIX_TESTABLE std::string explain(const NearNull<double>&);
-template LINTRIX_TESTABLE std::string explain(const NearNull<std::complex<double>>&);
+template LINTRIX_TESTABLE std::string explain(const NearNull<double>&, std::int32_t);
+template LINTRIX_TESTABLE std::string explain(const NearNull<std::complex<double>>&, std::int32_t);
 
 } // namespace Velmar::Lintrix::detail

@@ -75,8 +75,8 @@ LINTRIX_TESTABLE Consistency<Cell> judgeConsistency(const NearNull<Cell>& nearNu
 
 /// For people: "The matrix is singular to working precision: its smallest singular value is 2.1e-17, 1.1e-17
 /// of the norm. Columns 3, 17 and 20 are linearly dependent, rows 5 and 9 are linearly dependent." Empty
-/// where nothing was found.
+/// where nothing was found. Rows and columns are counted from `firstIndex`; the vectors are not asked.
 template <class Cell>
-LINTRIX_TESTABLE std::string explain(const NearNull<Cell>& nearNull);
+LINTRIX_TESTABLE std::string explain(const NearNull<Cell>& nearNull, std::int32_t firstIndex = 0);
 
 } // namespace Velmar::Lintrix::detail

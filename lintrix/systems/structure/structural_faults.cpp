@@ -154,10 +154,11 @@ std::string tell(const List& list, std::string_view kind, Sentence sentence)
     return text;
 }
 
-std::string tellEmpty(std::string_view noun, const Indices& indices)
+std::string tellEmpty(std::string_view noun, const Indices& indices, std::int32_t firstIndex)
 {
     if (indices.empty()) return {};
-    return capitalized(indexText(noun, indices) + (indices.size() == 1 ? " is empty. " : " are empty. "));
+    return capitalized(indexText(noun, indices, firstIndex) +
+                       (indices.size() == 1 ? " is empty. " : " are empty. "));
 }
 
 std::string tellRank(const StructuralFaults& faults)
@@ -186,23 +187,26 @@ StructuralFaults findStructuralFaults(const SparseEntries<Cell>& A)
     return faults;
 }
 
-std::string explain(const StructuralFaults& faults)
+std::string explain(const StructuralFaults& faults, std::int32_t firstIndex)
 {
-    std::string text =
-        tellRank(faults) + tellEmpty("row", faults.emptyRows) + tellEmpty("column", faults.emptyColumns);
+    const auto named = [firstIndex](std::string_view noun, const Indices& indices) {
+        return indexText(noun, indices, firstIndex);
+    };
+    std::string text = tellRank(faults) + tellEmpty("row", faults.emptyRows, firstIndex) +
+                       tellEmpty("column", faults.emptyColumns, firstIndex);
     if (faults.structuralRank < faults.rows)
-        text += tell(faults.underDetermined, "groups of columns", [](const UnevenBlock& block) {
-            return indexText("column", block.columns) + " are free: they share " +
-                   indexText("row", block.rows) + " alone.";
+        text += tell(faults.underDetermined, "groups of columns", [&](const UnevenBlock& block) {
+            return named("column", block.columns) + " are free: they share " + named("row", block.rows) +
+                   " alone.";
         });
     if (faults.structuralRank < faults.cols)
-        text += tell(faults.overDetermined, "groups of rows", [](const UnevenBlock& block) {
-            return indexText("row", block.rows) + " are over-determined: they share " +
-                   indexText("column", block.columns) + " alone.";
+        text += tell(faults.overDetermined, "groups of rows", [&](const UnevenBlock& block) {
+            return named("row", block.rows) + " are over-determined: they share " +
+                   named("column", block.columns) + " alone.";
         });
-    const auto tellDuplicates = [](std::string_view noun, const std::vector<Indices>& groups) {
+    const auto tellDuplicates = [&named](std::string_view noun, const std::vector<Indices>& groups) {
         return tell(groups, "groups of " + std::string(noun) + "s", [&](const Indices& group) {
-            return indexText(noun, group) + " are the same up to a factor.";
+            return named(noun, group) + " are the same up to a factor.";
         });
     };
     text += tellDuplicates("row", faults.duplicateRows) + tellDuplicates("column", faults.duplicateColumns);

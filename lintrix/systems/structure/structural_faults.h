@@ -49,7 +49,7 @@ LINTRIX_TESTABLE StructuralFaults findStructuralFaults(const SparseEntries<Cell>
 /// For people: "The structural rank is 9 of 10: the matrix is singular, whatever its values. Columns 3, 17
 /// and 20 are free: they share rows 5 and 9 alone." The first of each kind are named. Free columns of a
 /// matrix of full row rank and superfluous rows of one of full column rank go without mention, they lie in
-/// its shape. Empty where nothing is to be said.
-LINTRIX_TESTABLE std::string explain(const StructuralFaults& faults);
+/// its shape. Empty where nothing is to be said. Rows and columns are counted from `firstIndex`.
+LINTRIX_TESTABLE std::string explain(const StructuralFaults& faults, std::int32_t firstIndex = 0);
 
 } // namespace Velmar::Lintrix::detail

@@ -76,6 +76,7 @@ TEST(StructureCheck, RowListsHaveRoomForTheColumnsAndNoMoreRowsThanThereAre)
                                     {0, 6, 6, 8},
                                     {0, 3, 9, 8},
                                     {0, std::int64_t{1} << 62, 6, 8},
+                                    {0, 3, INT64_MIN, 8},
                                     {0, -5, 6, 8}})
         EXPECT_FALSE(areRowStarts(rowStarts, starts, 8));
 }

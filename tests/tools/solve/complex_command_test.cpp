@@ -140,16 +140,19 @@ TEST(ComplexCommand, ASingularMatrixIsTold)
     const std::string values =
         scratch.file("a.mtx", "%%MatrixMarket matrix coordinate complex general\n2 2 4\n1 1 1 0\n1 2 0 1\n"
                               "2 1 0 1\n2 2 -1 0\n");
-    const Outcome outcome = run({"solve", values, "--out", scratch.at("x")});
+    const std::string outside =
+        scratch.file("right.mtx", "%%MatrixMarket matrix array complex general\n2 1\n1 0\n1 0\n");
+    const Outcome outcome = run({"solve", values, "--rhs", outside, "--out", scratch.at("x")});
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("there is no good solution: singular: 1 perturbed pivot"));
+    EXPECT_THAT(outcome.err, HasSubstr("there is no good solution: singular, and the right-hand side is not "
+                                       "in the range"));
     const std::string pattern =
         scratch.file("b.mtx", "%%MatrixMarket matrix coordinate complex general\n2 2 2\n1 1 1 0\n2 1 0 1\n");
     EXPECT_THAT(run({"solve", pattern}).err, HasSubstr("structurally singular: 1 of 2 rows matched"));
     const std::string nothing =
         scratch.file("c.mtx", "%%MatrixMarket matrix coordinate complex hermitian\n3 3 0\n");
     EXPECT_THAT(run({"solve", nothing}).err, HasSubstr("structurally singular: 0 of 3 rows matched"));
-    EXPECT_THAT(scratch.names(), ::testing::ElementsAre("a.mtx", "b.mtx", "c.mtx"));
+    EXPECT_THAT(scratch.names(), ::testing::ElementsAre("a.mtx", "b.mtx", "c.mtx", "right.mtx"));
 }
 
 // A = | 2  i |   A (1, i) = (1, 3i),  A (i, 0) = (2i, 1)

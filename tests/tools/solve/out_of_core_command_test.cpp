@@ -208,7 +208,9 @@ TEST_F(OutOfCoreCommand, AFailedSystemLeavesNoFile)
     // Two equal rows beyond rounding: each road is taken from files, and none leads to a solution.
     matrix = files.file("singular.mtx", "%%MatrixMarket matrix coordinate real general\n3 3 9\n"
                                         "1 1 1\n1 2 2\n1 3 3\n2 1 1\n2 2 2\n2 3 3\n3 1 4\n3 2 5\n3 3 7\n");
-    EXPECT_EQ(solve({"--out-of-core=2"}).exitCode, 1);
+    const std::string outside =
+        files.file("right.mtx", "%%MatrixMarket matrix array real general\n3 1\n1\n2\n0\n");
+    EXPECT_EQ(solve({"--rhs", outside, "--out-of-core=2"}).exitCode, 1);
     EXPECT_THAT(temporary.names(), IsEmpty());
 }
 

@@ -59,9 +59,9 @@ const std::vector<RealSystem>& systems()
         {"lnsp_131.mtx", 131, 131, 536, "LU", 1e-6, "accurate", kPivoted, "accurate", ""},
         {"fs_183_1.mtx", 183, 183, 1069, "LU", 1e-2, "degraded", kPivoted, "", ""},
         {"mcca.mtx", 180, 180, 2659, "LU", 1e-3, "", kPivoted, "accurate", ""},
-        {"west0156.mtx", 156, 156, 362, "LU", 1e9, "failed", kPivoted, "accurate", ""},
-        {"sphere2.mtx", 66, 66, 450, "LU", 1e9, "failed", kMatched, "failed",
-         "singular: [0-9]+ perturbed pivots"},
+        {"west0156.mtx", 156, 156, 362, "LU", 1e-1, "degraded", kPivoted, "accurate", ""},
+        {"sphere2.mtx", 66, 66, 450, "LU", 1e9, "failed", kMatched, "degraded",
+         "singular: the shortest of many solutions"},
         {"jgl011.mtx", 11, 11, 76, "LU", 0, "failed", kMatched, "failed",
          "singular: [0-9]+ perturbed pivots"},
         {"curtis54.mtx", 54, 54, 291, "LU", 0, "failed", kMatched, "failed",
@@ -179,6 +179,7 @@ TEST_P(RealSystems, AreSolvedSparse)
     EXPECT_EQ(report["ordering"].text(), "minimum degree");
     if (expected.sparseStatus != "failed") {
         EXPECT_LT(report["residual"].number(), kResidualLimit);
+        if (!report["solutions"].isNull()) return; // nothing known need come back
         EXPECT_LT(report["probe_error"].number(), expected.errorLimit);
         EXPECT_LT(report["max_error"].number(), expected.errorLimit);
         EXPECT_GE(report["factor_entries"].number(), expected.rows);

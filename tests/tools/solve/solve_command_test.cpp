@@ -83,7 +83,8 @@ TEST(SolveCommand, ReportsInWords)
                      "write T, total T\n"
                      "scaled residual   0\\.000e\\+00\n"
                      "largest error     0\\.000e\\+00\n"
-                     "probe error       [0-9.e+-]+\n"));
+                     "probe error       [0-9.e+-]+\n"
+                     "condition         2\\.500e\\+00\n"));
 }
 
 TEST(SolveCommand, ReportsInJson)
@@ -106,7 +107,15 @@ TEST(SolveCommand, ReportsInJson)
     EXPECT_EQ(report["factor_store"].text(), "memory");
     EXPECT_TRUE(report["core_megabytes"].isNull());
     EXPECT_EQ(report["krylov_steps"].number(), 0);
-    EXPECT_EQ(report.object().size(), 22U);
+    EXPECT_EQ(report["condition"].number(), 2.5);
+    EXPECT_TRUE(report["inertia"].isNull());
+    EXPECT_TRUE(report["solutions"].isNull());
+    const auto& columns = std::get<JsonArray>(report["columns"].value);
+    ASSERT_EQ(columns.size(), 1U);
+    EXPECT_EQ(columns[0]["verdict"].text(), "accurate");
+    EXPECT_EQ(columns[0]["backward_error"].number(), 0.0);
+    EXPECT_LT(columns[0]["error_bound"].number(), 1e-15);
+    EXPECT_EQ(report.object().size(), 26U);
 
     double sum = 0.0;
     for (const char* step : {"read", "assemble", "analyse", "factorize", "solve", "check", "write"})
@@ -312,10 +321,10 @@ const std::vector<NumericFailure>& numericFailures()
         {"ZeroOnTheDiagonal", kCoordinate + "2 2 2\n1 1 0\n2 2 1\n", "", "sparse LDL'",
          "structurally singular: 1 of 2 rows matched",
          "there is no good solution: structurally singular: 1 of 2 rows matched"},
-        {"SingularByValues", kCoordinate + "2 2 4\n1 1 1\n1 2 2\n2 1 3\n2 2 6\n", "",
-         "sparse LU with matching", "singular: 1 perturbed pivot",
-         "there is no good solution: singular: 1 perturbed pivot"},
-        {"SparseOverflow", kCoordinate + "1 1 1\n1 1 1e-300\n", kArray + "1 1\n1e300\n", "dense LU",
+        {"SingularByValues", kCoordinate + "2 2 4\n1 1 1\n1 2 2\n2 1 3\n2 2 6\n", kArray + "2 1\n1\n1\n",
+         "sparse LU with matching", "singular, and the right-hand side is not in the range",
+         "there is no good solution: singular, and the right-hand side is not in the range"},
+        {"SparseOverflow", kCoordinate + "1 1 1\n1 1 1e-300\n", kArray + "1 1\n1e300\n", "sparse Cholesky",
          "a number overflowed", "there is no good solution: a number overflowed"},
         {"TallDeficient", kArray + "3 2\n1\n2\n3\n2\n4\n6\n", "", "QR (least squares)", "rank-deficient",
          "the matrix has rank 1 of 2 to working precision: the least-squares solution is not unique"},

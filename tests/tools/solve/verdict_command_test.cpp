@@ -146,8 +146,32 @@ TEST(VerdictCommand, ExplainsItselfOnRequest)
     EXPECT_EQ(failed.exitCode, 1);
     EXPECT_THAT(failed.out,
                 HasSubstr("There is no good solution: structurally singular: 2 of 3 rows matched."));
-    EXPECT_THAT(failed.out, HasSubstr("olumn 1 is empty"));
+    EXPECT_THAT(failed.out, HasSubstr("olumn 2 is empty")) << "counted as in the file";
+    EXPECT_THAT(failed.out, HasSubstr("(They are counted from 1.)"));
     EXPECT_EQ(run({"solve", regular, "--explain", "--json"}).exitCode, 2);
+}
+
+TEST(VerdictCommand, ASingularSystemHasManySolutionsOrNone)
+{
+    const Scratch scratch;
+    const std::string path = scratch.file("a.mtx", "%%MatrixMarket matrix coordinate real general\n"
+                                                   "2 2 4\n1 1 1\n1 2 2\n2 1 3\n2 2 6\n");
+    const std::string array = "%%MatrixMarket matrix array real general\n2 1\n";
+    const Outcome many = run({"solve", path, "--rhs", scratch.file("b.mtx", array + "5\n15\n"), "--json",
+                              "--out", scratch.at("x.mtx")});
+    EXPECT_EQ(many.exitCode, 0);
+    EXPECT_THAT(many.err, HasSubstr("the solution is degraded: singular: the shortest of many solutions"));
+    const Json report = parseJson(many.out);
+    EXPECT_EQ(report["status"].text(), "degraded");
+    EXPECT_EQ(report["solutions"].text(), "many");
+    EXPECT_LT(report["residual"].number(), 1e-15);
+    const Matrix x = ReadMatrixMarketDense(scratch.at("x.mtx"));
+    EXPECT_NEAR(x(0, 0), 1.0, 1e-12);
+    EXPECT_NEAR(x(1, 0), 2.0, 1e-12);
+
+    const Outcome none = run({"solve", path, "--rhs", scratch.file("c.mtx", array + "5\n14\n"), "--json"});
+    EXPECT_EQ(none.exitCode, 1);
+    EXPECT_EQ(parseJson(none.out)["solutions"].text(), "none");
 }
 
 TEST(VerdictCommand, ASolutionWithoutACorrectDigitIsNone)
@@ -170,9 +194,12 @@ TEST(VerdictCommand, ASolutionWithoutACorrectDigitIsNone)
     const std::string path =
         scratch.file("a.mtx", "%%MatrixMarket matrix coordinate complex general\n" + std::to_string(n) + ' ' +
                                   std::to_string(n) + ' ' + std::to_string(3 * n - 2) + '\n' + body);
-    const Outcome outcome = run({"solve", path, "--json", "--out", scratch.at("x")});
+    std::string right = "%%MatrixMarket matrix array real general\n" + std::to_string(n) + " 1\n";
+    for (int i = 1; i <= n; ++i) right += i == 1 ? "1\n" : "0\n"; // which no column adds up to
+    const Outcome outcome =
+        run({"solve", path, "--rhs", scratch.file("b.mtx", right), "--json", "--out", scratch.at("x")});
     const Json report = parseJson(outcome.out);
-    EXPECT_EQ(outcome.exitCode, 1) << report["probe_error"].number();
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.out;
     EXPECT_EQ(report["status"].text(), "failed");
     EXPECT_THAT(outcome.err, HasSubstr(": there is no good solution: "));
     EXPECT_FALSE(std::filesystem::exists(scratch.at("x")));

@@ -29,6 +29,10 @@ SolveReport sample()
     report.normalResidual = 2e-17;
     report.maxError = 5e-16;
     report.probeError = 1e-15;
+    report.condition = 2500.0;
+    report.inertia = CertainInertia{5, 2, 1, 0.125};
+    report.solutions = Solutions::Unknown;
+    report.columns = {{Verdict::Accurate, 1e-16, 2e-16, 3e-15}, {Verdict::Degraded, 4e-16, 5e-16, {}}};
     return report;
 }
 
@@ -44,13 +48,16 @@ TEST(TextReport, SaysEachFactOnALine)
                                               "scaled residual   1.250e-16\n"
                                               "normal equations  2.000e-17\n"
                                               "largest error     5.000e-16\n"
-                                              "probe error       1.000e-15\n");
+                                              "probe error       1.000e-15\n"
+                                              "condition         2.500e+03\n"
+                                              "eigenvalues       5 positive, 2 negative, 1 uncertain\n");
 }
 
 TEST(TextReport, LeavesOutWhatThereIsNot)
 {
     SolveReport report = sample();
-    report.normalResidual = report.maxError = report.probeError = std::nullopt;
+    report.normalResidual = report.maxError = report.probeError = report.condition = std::nullopt;
+    report.inertia = std::nullopt;
     const std::string withResidual = asText(report);
     EXPECT_EQ(withResidual.substr(withResidual.find("scaled")),
               "scaled residual   1.250e-16\nlargest error     unknown, the exact solution is not known\n");
@@ -68,14 +75,21 @@ TEST(TextReport, NamesCannotWriteToTheTerminal)
 
 TEST(JsonReport, IsOneLineWithTheKeysInOrder)
 {
-    EXPECT_EQ(withoutTimes(asJson(sample())),
-              "{\"matrix\": \"a.mtx\", \"rows\": 3, \"cols\": 2, \"entries\": 6, \"right_hands\": 1, "
-              "\"road\": \"QR (least "
-              "squares)\", \"seconds\": {\"read\": T, \"solve\": T, \"total\": T}, \"residual\": 1.25e-16, "
-              "\"normal_residual\": 2e-17, \"max_error\": 5e-16, \"probe_error\": 1e-15, \"status\": "
-              "\"accurate\", \"reason\": null, \"ordering\": null, \"tried\": [], \"factor_entries\": null, "
-              "\"perturbed_pivots\": null, \"refinement_steps\": null, \"krylov_steps\": null, "
-              "\"factor_store\": null, \"factor_bytes\": null, \"core_megabytes\": null}\n");
+    EXPECT_EQ(
+        withoutTimes(asJson(sample())),
+        "{\"matrix\": \"a.mtx\", \"rows\": 3, \"cols\": 2, \"entries\": 6, \"right_hands\": 1, "
+        "\"road\": \"QR (least "
+        "squares)\", \"seconds\": {\"read\": T, \"solve\": T, \"total\": T}, \"residual\": 1.25e-16, "
+        "\"normal_residual\": 2e-17, \"max_error\": 5e-16, \"probe_error\": 1e-15, \"status\": "
+        "\"accurate\", \"reason\": null, \"ordering\": null, \"tried\": [], \"factor_entries\": null, "
+        "\"perturbed_pivots\": null, \"refinement_steps\": null, \"krylov_steps\": null, \"factor_store\": "
+        "null, "
+        "\"factor_bytes\": null, \"core_megabytes\": null, \"condition\": 2500, \"inertia\": "
+        "{\"positive\": 5, "
+        "\"negative\": 2, \"uncertain\": 1, \"bound\": 0.125}, \"solutions\": \"unknown\", \"columns\": "
+        "[{\"verdict\": \"accurate\", \"backward_error\": 1e-16, \"componentwise_error\": 2e-16, "
+        "\"error_bound\": 3e-15}, {\"verdict\": \"degraded\", \"backward_error\": 4e-16, "
+        "\"componentwise_error\": 5e-16, \"error_bound\": null}]}\n");
     EXPECT_NO_THROW(parseJson(asJson(sample())));
 }
 

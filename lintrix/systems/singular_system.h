@@ -1,0 +1,26 @@
+#pragma once
+/// @file
+/// A system whose matrix is singular to working precision: what makes it so, and whether there are solutions.
+
+#include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/roads/factored.h>
+
+#include <optional>
+
+namespace Velmar::Lintrix::detail {
+
+template <class Cell>
+struct SingularJudgement {
+    MatrixFaults faults{};
+    Solutions solutions = Solutions::Unknown; ///< of all right-hand sides, the worst counts
+    /// The shortest solution of each right-hand side, where there are many.
+    std::optional<MatrixOf<Cell>> x{};
+};
+
+/// Of op(A)*X = B, of the first `columns` of B (or of none), by a factor whose pivots were replaced.
+/// Cost: some twenty solves of four columns, and some of each right-hand side.
+template <class Cell>
+SingularJudgement<Cell> judgeSingular(const SparseOf<Cell>& A, roads::Factored<Cell>& factor,
+                                      TransposeMode op, const MatrixOf<Cell>& B, std::int32_t columns);
+
+} // namespace Velmar::Lintrix::detail

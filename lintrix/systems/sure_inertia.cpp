@@ -1,0 +1,125 @@
+#include <lintrix/systems/sure_inertia.h>
+
+#include <lintrix/foundation/failures.h>
+#include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/structure/inertia.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace Velmar::Lintrix::detail {
+
+using namespace roads;
+
+namespace {
+
+/// Of the measured size of F. It is measured in few directions: random ones miss one that counts by a factor
+/// of a thousand about once in a thousand times each.
+constexpr double kSure = 1e-3;
+
+constexpr double kAffordable = 2e9; ///< operations of a factorization, about a second
+
+/// The first shift, of the norm of A: its factor is then measured to some eps/kShift.
+constexpr double kShift = 0x1p-40;
+constexpr int kTries = 3;
+constexpr double kGrowth = 32.0; ///< of the shift, from try to try
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// Factors of A - s*I for a few s, one at a time, after one analysis.
+template <class Cell>
+class ShiftedFactors {
+public:
+    ShiftedFactors(SystemMatrix<Cell>& system, Road road)
+        : system_(system), matrix_(system.As(MatrixType::Indefinite)),
+          original_(static_cast<const Cell*>(matrix_.a),
+                    static_cast<const Cell*>(matrix_.a) + matrix_.entries()),
+          values_(original_)
+    {
+        matrix_.a = values_.data();
+        run_ =
+            std::make_unique<DirectRun>(road, matrix_, FillInReducingMethod::MinimumDegree, EngineSettings{});
+        run_->keepSmallPivots();
+    }
+
+    /// Whether a factorization can be had, and takes no long time.
+    bool isAffordable()
+    {
+        const EngineAnswer answer = run_->analyse(FactorStore::Memory, 1);
+        if (answer.error == kEngineNoMemory) throw NotEnoughMemoryException();
+        return answer.error == 0 && run_->cost().operations <= kAffordable;
+    }
+
+    /// None where the factor is too far from A - shift*I.
+    std::optional<Inertia> inertiaAt(double shift)
+    {
+        values_ = original_;
+        for (std::int32_t i = 0; i < matrix_.n; ++i) values_[matrix_.ia[i] - 1] -= shift; // leads its row
+        if (run_->factorize().error != 0) return std::nullopt;
+        const std::optional<Inertia> inertia = run_->inertia();
+        EngineFactor<Cell> factor(std::move(run_));
+        const FactorQuality quality = qualityOfFactor<Cell>(
+            MatrixView<Cell>(system_.Matrix()),
+            inverseBy<Cell>(factor, matrix_.n, TransposeMode::NotTransposed), {.columns = 2, .shift = shift});
+        run_ = factor.release();
+        return *quality.drift <= kSure && inertia->zero == 0 ? inertia : std::nullopt;
+    }
+
+private:
+    SystemMatrix<Cell>& system_;
+    EngineMatrix matrix_;
+    std::vector<Cell> original_, values_;
+    std::unique_ptr<DirectRun> run_{};
+};
+
+/// Of the factor at hand, where it is near enough to A. That of the probe is one random vector more; where
+/// GMRES has made it good, it says nothing of the factor.
+template <class Cell>
+std::optional<CertainInertia> atHand(std::int32_t order, const Outcome<Cell>& outcome)
+{
+    if (!outcome.factor || !outcome.quality || !outcome.factorQuality || outcome.krylovSteps > 0)
+        return std::nullopt;
+    const std::optional<Inertia> inertia = outcome.factor->inertia();
+    const FactorQuality& factor = *outcome.factorQuality;
+    const double drift = factor.drift.value_or(kInfinity),
+                 ofProbe = std::sqrt(static_cast<double>(order)) * outcome.quality->probeError;
+    if (!inertia || inertia->zero > 0 || !(drift <= kSure) || !(ofProbe <= kSure)) return std::nullopt;
+    return CertainInertia{inertia->positive, inertia->negative, 0,
+                          std::max(drift, ofProbe) / factor.inverseNorm};
+}
+
+Road roadForShifts(Road taken, std::int32_t perturbed)
+{
+    const bool byDiagonal = taken == Road::Cholesky || taken == Road::Symmetric;
+    return byDiagonal && perturbed == 0 ? Road::Symmetric : Road::SymmetricPairs;
+}
+
+} // namespace
+
+template <class Cell>
+CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome)
+{
+    const std::int32_t order = system.Size();
+    if (const std::optional<CertainInertia> known = atHand(order, outcome)) return *known;
+    const double norm = infinityNorm(MatrixView<Cell>(system.Matrix()));
+    ShiftedFactors<Cell> factors(system, roadForShifts(outcome.attempt.road, outcome.perturbed));
+    int tries = 0;
+    const auto inertiaOf = [&](double shift) -> ShiftedInertia {
+        if (tries++ >= 2 * kTries) return {{}, kInfinity};
+        const std::optional<Inertia> inertia = factors.inertiaAt(shift);
+        if (!inertia) return {{}, 0.5 * kGrowth * std::abs(shift)}; // a larger one is to be tried
+        return {*inertia, 0.0};
+    };
+    if (!(norm > 0.0) || !factors.isAffordable()) return {0, 0, order, kInfinity};
+    return certainInertia(order, 0.5 * kShift * norm, inertiaOf);
+}
+
+template CertainInertia sureInertia(SystemMatrix<double>&, const Outcome<double>&);
+template CertainInertia sureInertia(SystemMatrix<Complex>&, const Outcome<Complex>&);
+
+} // namespace Velmar::Lintrix::detail

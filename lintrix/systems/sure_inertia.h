@@ -1,0 +1,28 @@
+#pragma once
+/// @file
+/// The signs of the eigenvalues of a symmetric or Hermitian matrix, by factors of the engine, as far as they
+/// are certain.
+///
+/// A factor is that of M = A + E, and by its pivots the inertia of M is known. With F = A*M^-1 - I, A is
+/// (I + F)*M, and M - t*E = (I + t*F)*M is regular for all t from 0 to 1 if no eigenvalue of F is as large as
+/// 1 in modulus: then no eigenvalue of M crosses zero on its way to A, and A has the inertia of M. F is
+/// measured, not bounded by what rounding could do at worst: so growth of elements and replaced pivots count
+/// with what they have done, and the scaling of A, which no eigenvalue of F depends on, does not count.
+///
+/// Where the factor at hand is too far from A, A - s*I and A + s*I are factorized with a small s: what is
+/// above s is positive, what is below -s negative.
+
+#include <lintrix/systems/roads/road_outcome.h>
+#include <lintrix/systems/system_matrix.h>
+#include <lintrix/systems/verdict.h>
+
+namespace Velmar::Lintrix::detail {
+
+/// The factor of `outcome` is asked first, if its quality is known with the drift. Shifted matrices are
+/// factorized where one takes up to 2e9 operations, up to six times; of larger ones all signs are uncertain
+/// then, and the bound is infinite. @pre A is finite and symmetric or Hermitian
+/// @throws NotEnoughMemoryException
+template <class Cell>
+CertainInertia sureInertia(SystemMatrix<Cell>& system, const roads::Outcome<Cell>& outcome);
+
+} // namespace Velmar::Lintrix::detail

@@ -1,0 +1,557 @@
+// What an answer tells beside x: the condition, the signs of the eigenvalues, whether a singular system has
+// solutions.
+
+#include <lintrix/lintrix.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstdlib>
+#include <numeric>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using Complex = std::complex<double>;
+using ::testing::HasSubstr;
+
+double drawnFrom(std::mt19937_64& generator, double)
+{
+    return std::uniform_real_distribution<double>(-1.0, 1.0)(generator);
+}
+Complex drawnFrom(std::mt19937_64& generator, Complex)
+{
+    const double real = drawnFrom(generator, 0.0);
+    return {real, drawnFrom(generator, 0.0)};
+}
+
+template <class Cell>
+using SparseOf = std::conditional_t<std::is_same_v<Cell, double>, SparseMatrix, CSparseMatrix>;
+template <class Cell>
+using DenseOf = std::conditional_t<std::is_same_v<Cell, double>, Matrix, CMatrix>;
+
+/// A few elements a row, rows and columns scaled by powers of ten up to 10^spread.
+template <class Cell>
+SparseOf<Cell> scattered(std::int32_t n, double spread, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    std::uniform_real_distribution<double> power(0.0, spread);
+    SparseOf<Cell> A(n, n);
+    for (std::int32_t i = 0; i < n; ++i) {
+        const double scale = std::pow(10.0, power(generator));
+        for (int k = 0; k < 4; ++k)
+            A(i, static_cast<std::int32_t>(generator() % static_cast<std::uint64_t>(n))) =
+                scale * drawnFrom(generator, Cell());
+        A(i, i) = scale * (1.5 + drawnFrom(generator, Cell()));
+    }
+    return A;
+}
+
+template <class M>
+double oneNormOf(const M& A)
+{
+    double largest = 0.0;
+    for (std::int32_t j = 0; j < A.Cols(); ++j) {
+        double sum = 0.0;
+        for (std::int32_t i = 0; i < A.Rows(); ++i) sum += std::abs(A.Item(i, j));
+        largest = std::max(largest, sum);
+    }
+    return largest;
+}
+
+template <class M>
+M blockOf(std::int32_t rows, std::int32_t cols, std::uint64_t seed)
+{
+    using Cell = std::decay_t<decltype(std::declval<const M&>().Item(0, 0))>;
+    std::mt19937_64 generator(seed);
+    M block(rows, cols);
+    for (std::int32_t j = 0; j < cols; ++j)
+        for (std::int32_t i = 0; i < rows; ++i) block(i, j) = drawnFrom(generator, Cell());
+    return block;
+}
+
+template <class Cell>
+void expectConditionsBesideDenseInverses()
+{
+    int exact = 0;
+    constexpr int kTrials = 60;
+    for (std::uint64_t seed = 0; seed < kTrials; ++seed) {
+        const auto n = static_cast<std::int32_t>(1 + seed % 40);
+        const auto A = scattered<Cell>(n, static_cast<double>(seed % 7), seed);
+        LinearSystem system(A);
+        const auto answer = system.Solve(blockOf<DenseOf<Cell>>(n, 1, seed));
+        const double truth = oneNormOf(A.ToDense()) * oneNormOf(A.ToDense().Inverse());
+        ASSERT_TRUE(answer.condition) << seed << ": " << answer.reason;
+        EXPECT_LE(*answer.condition, truth * (1.0 + 1e-6)) << seed;
+        EXPECT_GE(*answer.condition, truth / 4.0) << seed;
+        exact += *answer.condition >= 0.99 * truth;
+    }
+    EXPECT_GE(exact, kTrials * 3 / 4);
+}
+
+TEST(SystemCondition, AgreesWithDenseInverses)
+{
+    expectConditionsBesideDenseInverses<double>();
+    expectConditionsBesideDenseInverses<Complex>();
+}
+
+TEST(SystemCondition, IsKeptUntilTheValuesChange)
+{
+    SparseMatrix A = scattered<double>(30, 0.0, 5);
+    LinearSystem system(A);
+    const Matrix B = blockOf<Matrix>(30, 1, 1);
+    const double first = system.Solve(B).condition.value();
+    EXPECT_EQ(system.Solve(B, TransposeMode::Transposed).condition.value(), first) << "of A, whatever op";
+    A(7, 7) *= 1e6;
+    ASSERT_EQ(system.Update(A), SystemChange::Values);
+    const double second = system.Solve(B).condition.value();
+    const double truth = oneNormOf(A.ToDense()) * oneNormOf(A.ToDense().Inverse());
+    EXPECT_GT(second, 100.0 * first);
+    EXPECT_LE(second, truth * (1.0 + 1e-6));
+    EXPECT_GE(second, truth / 4.0);
+}
+
+TEST(SystemCondition, IsToldToPeople)
+{
+    LinearSystem system(scattered<double>(30, 0.0, 5));
+    const auto answer = system.Solve(blockOf<Matrix>(30, 1, 1));
+    EXPECT_THAT(answer.Explain(), HasSubstr("The condition number is about "));
+}
+
+TEST(SystemCondition, IsNotAskedForWithoutBounds)
+{
+    SystemOptions options;
+    options.errorBounds = 0;
+    LinearSystem system(scattered<double>(30, 0.0, 5), options);
+    const auto answer = system.Solve(blockOf<Matrix>(30, 1, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Accurate);
+    EXPECT_FALSE(answer.condition);
+    EXPECT_EQ(answer.Explain().find("condition number"), std::string::npos);
+}
+
+/// Symmetric or Hermitian: a sum of a few couplings.
+template <class Cell>
+SparseOf<Cell> mirrored(std::int32_t n, std::uint64_t seed, const std::vector<double>& diagonal)
+{
+    std::mt19937_64 generator(seed);
+    SparseOf<Cell> A(n, n);
+    for (std::int32_t i = 0; i < n; ++i) {
+        if (diagonal[static_cast<std::size_t>(i)] != 0.0) A(i, i) = diagonal[static_cast<std::size_t>(i)];
+        for (int k = 0; k < 2; ++k) {
+            const auto j = static_cast<std::int32_t>(generator() % static_cast<std::uint64_t>(n));
+            if (j == i) continue;
+            const Cell value = drawnFrom(generator, Cell());
+            A(i, j) = value;
+            if constexpr (std::is_same_v<Cell, double>)
+                A(j, i) = value;
+            else
+                A(j, i) = std::conj(value);
+        }
+    }
+    return A;
+}
+
+Vector eigenvaluesOf(const Matrix& A)
+{
+    return SymEigen(A, false).Eigenvalues();
+}
+Vector eigenvaluesOf(const CMatrix& A)
+{
+    return CSymEigen(A, false).Eigenvalues();
+}
+
+/// What the dense eigenvalues leave no doubt about: they are off by a multiple of eps*||A||.
+struct Truth {
+    int positive = 0, negative = 0, near = 0;
+};
+template <class M>
+Truth truthOf(const M& A)
+{
+    const double doubt = 100.0 * A.Rows() * 0x1p-53 * oneNormOf(A);
+    Truth truth;
+    const Vector values = eigenvaluesOf(A);
+    for (std::int32_t i = 0; i < values.Length(); ++i)
+        ++(values(i) > doubt ? truth.positive : values(i) < -doubt ? truth.negative : truth.near);
+    return truth;
+}
+
+/// @return  how many signs were uncertain
+template <class Cell>
+int expectTrueSigns(const SparseOf<Cell>& A)
+{
+    const std::int32_t n = A.Rows();
+    LinearSystem system(A);
+    const auto answer = system.Solve(blockOf<DenseOf<Cell>>(n, 1, 3));
+    if (!answer.inertia) {
+        ADD_FAILURE() << answer.reason;
+        return n;
+    }
+    const Truth truth = truthOf(A.ToDense());
+    const CertainInertia& told = *answer.inertia;
+    EXPECT_EQ(told.positive + told.negative + told.uncertain, n);
+    EXPECT_LE(told.positive, truth.positive + truth.near);
+    EXPECT_LE(told.negative, truth.negative + truth.near);
+    EXPECT_GE(told.bound, 0.0);
+    if (told.uncertain > 0 && std::isfinite(told.bound)) {
+        EXPECT_LT(told.bound, 1e-6 * oneNormOf(A.ToDense()));
+    }
+    return told.uncertain;
+}
+
+template <class Cell>
+void expectTrueSignsOfAllKinds()
+{
+    int uncertain = 0, all = 0;
+    for (std::uint64_t seed = 0; seed < 60; seed += 3) {
+        SCOPED_TRACE(seed);
+        const auto n = static_cast<std::int32_t>(2 + seed);
+        const auto size = static_cast<std::size_t>(n);
+        std::vector<double> definite(size, 9.0), indefinite(size), saddle(size, 0.0);
+        for (std::size_t i = 0; i < size; ++i) {
+            indefinite[i] = i % 3 == 0 ? -4.0 : 4.0;
+            if (i < (2 * size + 2) / 3) saddle[i] = 5.0;
+        }
+        for (const auto& diagonal : {definite, indefinite}) {
+            uncertain += expectTrueSigns<Cell>(mirrored<Cell>(n, seed, diagonal));
+            all += n;
+        }
+        if (seed < 3) continue; // smaller ones are structurally singular too often
+        SparseOf<Cell> A = mirrored<Cell>(n, seed, saddle);
+        for (std::int32_t i = (2 * n + 2) / 3; i < n; ++i) { // each condition has an unknown of its own
+            const std::int32_t own = i - (2 * n + 2) / 3;
+            A(i, own) = 2.0;
+            A(own, i) = 2.0;
+        }
+        uncertain += expectTrueSigns<Cell>(A);
+        all += n;
+    }
+    EXPECT_LE(100 * uncertain, all) << "what is well-conditioned is certain";
+}
+
+TEST(SystemInertia, AgreesWithDenseEigenvalues)
+{
+    expectTrueSignsOfAllKinds<double>();
+    expectTrueSignsOfAllKinds<Complex>();
+}
+
+/// D*A*D, D by powers of ten.
+SparseMatrix scaledBothSides(const SparseMatrix& A, double spread, std::uint64_t seed)
+{
+    std::mt19937_64 generator(seed);
+    std::uniform_real_distribution<double> power(-spread, spread);
+    std::vector<double> d(static_cast<std::size_t>(A.Rows()));
+    for (double& x : d) x = std::pow(10.0, power(generator));
+    SparseMatrix scaled(A.Rows(), A.Rows());
+    ForEachEntry(A, [&](std::int32_t i, std::int32_t j, double value) {
+        scaled(i, j) = value * (d[static_cast<std::size_t>(i)] * d[static_cast<std::size_t>(j)]);
+    });
+    return scaled;
+}
+
+// By the law of inertia scaling changes no sign, so that the truth is that of the matrix before.
+TEST(SystemInertia, OfBadlyScaledMatricesIsThatOfTheScaledOnes)
+{
+    int told = 0;
+    for (std::uint64_t seed = 0; seed < 60; ++seed) {
+        SCOPED_TRACE(seed);
+        const auto n = static_cast<std::int32_t>(5 + seed);
+        std::vector<double> diagonal(static_cast<std::size_t>(n), 9.0);
+        for (std::size_t i = 0; i < diagonal.size(); i += seed % 3 + 2) diagonal[i] = -9.0;
+        const SparseMatrix A = mirrored<double>(n, seed, diagonal);
+        const Truth truth = truthOf(A.ToDense());
+        ASSERT_EQ(truth.near, 0);
+        LinearSystem system(scaledBothSides(A, static_cast<double>(seed % 8), seed));
+        const auto answer = system.Solve(blockOf<Matrix>(n, 1, 3));
+        ASSERT_TRUE(answer.inertia) << answer.reason;
+        EXPECT_LE(answer.inertia->positive, truth.positive);
+        EXPECT_LE(answer.inertia->negative, truth.negative);
+        told += answer.inertia->uncertain == 0;
+    }
+    EXPECT_GE(told, 40);
+}
+
+/// Of rank n - nullity up to 1e-spread: B*B' - C*C' with sparse columns.
+TEST(SystemInertia, LeavesNearlyZeroEigenvaluesUncertain)
+{
+    int uncertain = 0;
+    for (std::uint64_t seed = 0; seed < 60; ++seed) {
+        SCOPED_TRACE(seed);
+        const auto n = static_cast<std::int32_t>(6 + seed % 30);
+        std::vector<double> diagonal(static_cast<std::size_t>(n), 6.0);
+        for (std::size_t i = 0; i < diagonal.size(); i += 2) diagonal[i] = -6.0;
+        SparseMatrix A = mirrored<double>(n, seed, diagonal);
+        // The last row becomes the sum of the first two but for a little.
+        const double little = std::pow(10.0, -10.0 - static_cast<double>(seed % 10));
+        std::vector<double> sum(static_cast<std::size_t>(n));
+        for (std::int32_t j = 0; j < n - 1; ++j)
+            sum[static_cast<std::size_t>(j)] = A.Item(0, j) + A.Item(1, j);
+        double corner = 0.0;
+        for (std::int32_t j = 0; j < n - 1; ++j) {
+            A(n - 1, j) = sum[static_cast<std::size_t>(j)];
+            A(j, n - 1) = sum[static_cast<std::size_t>(j)];
+        }
+        corner = sum[0] + sum[1];
+        A(n - 1, n - 1) = corner + (seed % 2 == 0 ? little : -little);
+        uncertain += expectTrueSigns<double>(A);
+    }
+    EXPECT_GT(uncertain, 0);
+    EXPECT_LE(uncertain, 60) << "one eigenvalue each is near zero";
+}
+
+TEST(SystemInertia, OfASingularMatrixIsToldWithoutTheNullSpace)
+{
+    SparseMatrix A(4, 4); // a cycle's Laplacian: 0, 2, 2, 4
+    for (std::int32_t i = 0; i < 4; ++i) {
+        A(i, i) = 2.0;
+        A(i, (i + 1) % 4) = -1.0;
+        A((i + 1) % 4, i) = -1.0;
+    }
+    const auto answer = LinearSystem(A).Solve(blockOf<Matrix>(4, 1, 3));
+    ASSERT_TRUE(answer.inertia);
+    EXPECT_EQ(answer.inertia->positive, 3);
+    EXPECT_EQ(answer.inertia->negative, 0);
+    EXPECT_EQ(answer.inertia->uncertain, 1);
+    EXPECT_GT(answer.inertia->bound, 0.0);
+    EXPECT_LT(answer.inertia->bound, 1e-9);
+    EXPECT_THAT(answer.Explain(), HasSubstr("Eigenvalues: 3 positive, 0 negative, 1 of uncertain sign"));
+}
+
+TEST(SystemInertia, IsThatOfSymmetricMatricesAlone)
+{
+    EXPECT_FALSE(LinearSystem(scattered<double>(20, 0.0, 1)).Solve(blockOf<Matrix>(20, 1, 1)).inertia);
+    SystemOptions options;
+    options.errorBounds = 0;
+    LinearSystem unasked(mirrored<double>(20, 1, std::vector<double>(20, 9.0)), options);
+    EXPECT_FALSE(unasked.Solve(blockOf<Matrix>(20, 1, 1)).inertia);
+}
+
+TEST(SystemInertia, FollowsTheValues)
+{
+    SparseMatrix A = mirrored<double>(20, 1, std::vector<double>(20, 9.0));
+    LinearSystem system(A);
+    const Matrix B = blockOf<Matrix>(20, 1, 1);
+    EXPECT_EQ(system.Solve(B).inertia.value().positive, 20);
+    A(4, 4) = -9.0;
+    system.Update(A);
+    EXPECT_EQ(system.Solve(B).inertia.value().negative, 1);
+}
+
+double largestOf(const Matrix& A)
+{
+    double largest = 0.0;
+    for (std::int32_t j = 0; j < A.Cols(); ++j)
+        for (std::int32_t i = 0; i < A.Rows(); ++i) largest = std::max(largest, std::abs(A(i, j)));
+    return largest;
+}
+double largestOf(const CMatrix& A)
+{
+    double largest = 0.0;
+    for (std::int32_t j = 0; j < A.Cols(); ++j)
+        for (std::int32_t i = 0; i < A.Rows(); ++i) largest = std::max(largest, std::abs(A(i, j)));
+    return largest;
+}
+
+Matrix turned(const Matrix& A, TransposeMode op)
+{
+    return op == TransposeMode::NotTransposed ? A : A.Transpose();
+}
+CMatrix turned(const CMatrix& A, TransposeMode op)
+{
+    if (op == TransposeMode::NotTransposed) return A;
+    return op == TransposeMode::Transposed ? A.Transpose() : A.Adjoint();
+}
+
+Matrix pseudoInverseOf(const Matrix& A)
+{
+    return A.PseudoInverse();
+}
+CMatrix pseudoInverseOf(const CMatrix& A)
+{
+    return CSVD(A).PseudoInverse().value();
+}
+
+/// Row `last` becomes the sum of two others: of rank n - 1.
+template <class Cell>
+SparseOf<Cell> singularBy(std::int32_t n, std::uint64_t seed)
+{
+    SparseOf<Cell> A = scattered<Cell>(n, 0.0, seed);
+    for (std::int32_t j = 0; j < n; ++j) {
+        const Cell sum = A.Item(1, j) + A.Item(n / 2, j);
+        if (sum != 0.0 || A.Item(n - 1, j) != 0.0) A(n - 1, j) = sum;
+    }
+    return A;
+}
+
+template <class Cell>
+void expectManyOrNone()
+{
+    using M = DenseOf<Cell>;
+    constexpr TransposeMode kModes[] = {TransposeMode::NotTransposed, TransposeMode::Transposed,
+                                        TransposeMode::ConjugateTransposed};
+    for (std::uint64_t seed = 0; seed < 24; ++seed) {
+        SCOPED_TRACE(seed);
+        const auto n = static_cast<std::int32_t>(6 + seed);
+        const TransposeMode op = kModes[seed % 3];
+        const SparseOf<Cell> A = singularBy<Cell>(n, seed);
+        const M dense = turned(A.ToDense(), op);
+        LinearSystem system(A);
+        const M inRange = dense * blockOf<M>(n, 2, seed);
+        const auto many = system.Solve(inRange, op);
+        if (many.reason.find("structurally") != std::string::npos) continue; // one of them is
+        ASSERT_EQ(many.solutions, Solutions::Many) << many.reason;
+        EXPECT_EQ(many.verdict, Verdict::Degraded);
+        EXPECT_EQ(many.reason, "singular: the shortest of many solutions");
+        EXPECT_LT(many.residual.value(), 1e-14);
+        EXPECT_FALSE(many.probeError);
+        EXPECT_THAT(many.Explain(), HasSubstr("x is one of many solutions, the shortest"));
+        const M shortest = pseudoInverseOf(dense) * inRange;
+        EXPECT_LT(largestOf(*many.x - shortest), 1e-8 * (1.0 + largestOf(shortest)));
+        ASSERT_EQ(many.columns.size(), 2U);
+        EXPECT_FALSE(many.columns[0].errorBound) << "there is no error to bound";
+
+        const auto none = system.Solve(blockOf<M>(n, 1, seed + 100), op);
+        EXPECT_EQ(none.solutions, Solutions::None) << none.reason;
+        EXPECT_EQ(none.verdict, Verdict::Failed);
+        EXPECT_THAT(none.Explain(), HasSubstr("nothing solves the system"));
+        EXPECT_THAT(none.faults.InWords(), HasSubstr("linearly dependent"));
+    }
+}
+
+TEST(SingularSystem, HasManySolutionsOrNone)
+{
+    expectManyOrNone<double>();
+    expectManyOrNone<Complex>();
+}
+
+TEST(SingularSystem, FaultsAreInTheRowsOfTheMatrixWhateverTheOp)
+{
+    const SparseMatrix A = singularBy<double>(21, 4); // rows 1, 10 and 20
+    for (const TransposeMode op : {TransposeMode::NotTransposed, TransposeMode::Transposed}) {
+        const auto answer = LinearSystem(A).Solve(blockOf<Matrix>(21, 1, 9), op);
+        EXPECT_THAT(answer.faults.InWords(), HasSubstr("ows 1, 10 and 20"));
+        EXPECT_THAT(answer.faults.InWords(1), HasSubstr("ows 2, 11 and 21"));
+        EXPECT_THAT(answer.Explain(1), HasSubstr("ows 2, 11 and 21"));
+        EXPECT_THAT(answer.Explain(1), HasSubstr("(They are counted from 1.)"));
+    }
+}
+
+TEST(SingularSystem, AnEmptyRowThatAsksForSomethingHasNoSolution)
+{
+    SparseMatrix A(3, 3);
+    A(0, 0) = A(2, 1) = A(2, 2) = 1.0;
+    LinearSystem system(A);
+    Matrix B = blockOf<Matrix>(3, 1, 1);
+    EXPECT_EQ(system.Solve(B).solutions, Solutions::None);
+    B(1, 0) = 0.0;
+    EXPECT_EQ(system.Solve(B).solutions, Solutions::Unknown);
+    EXPECT_EQ(system.Solve(B).verdict, Verdict::Failed);
+    EXPECT_THAT(system.Solve(B).Explain(1), HasSubstr("Row 2 is empty"));
+    const SparseMatrix regular = scattered<double>(9, 0.0, 2);
+    EXPECT_FALSE(LinearSystem(regular).Solve(blockOf<Matrix>(9, 1, 1)).solutions);
+}
+
+/// Neighbours on a grid, joined by a sign of their own in each direction, in any order, so that many of the
+/// pivots cancel that were matched; beside so long a diagonal that LU in dense storage is out of reach.
+SparseMatrix signedGridOutOfReach(std::int32_t side, std::uint64_t seed)
+{
+    constexpr std::int32_t kBeside = 46400;
+    const std::int32_t n = side * (side + 1);
+    std::mt19937_64 generator(seed);
+    std::vector<std::int32_t> rowOf(static_cast<std::size_t>(n));
+    std::iota(rowOf.begin(), rowOf.end(), 0);
+    std::vector<std::int32_t> colOf = rowOf;
+    std::ranges::shuffle(rowOf, generator);
+    std::ranges::shuffle(colOf, generator);
+    SparseAssembler entries(n + kBeside, n + kBeside);
+    const auto join = [&](std::int32_t i, std::int32_t j) {
+        for (const auto& [from, to] : {std::pair{i, j}, std::pair{j, i}})
+            entries.Add(rowOf[static_cast<std::size_t>(from)], colOf[static_cast<std::size_t>(to)],
+                        (generator() & 1) != 0 ? 1.0 : -1.0);
+    };
+    for (std::int32_t i = 0; i < n; ++i) {
+        if (i % side + 1 < side) join(i, i + 1);
+        if (i + side < n) join(i, i + side);
+    }
+    for (std::int32_t i = 0; i < kBeside; ++i) entries.Add(n + i, n + i, 2.0);
+    return entries.Assemble();
+}
+
+TEST(ReplacedPivots, AreMadeGoodForByGmresWhereNoRoadIsLeft)
+{
+    int steps = 0;
+    for (const std::uint64_t seed : {2, 3}) {
+        const SparseMatrix A = signedGridOutOfReach(40, seed);
+        LinearSystem system(A);
+        const auto answer = system.SolveKnown(blockOf<Matrix>(A.Rows(), 1, seed));
+        EXPECT_NE(answer.verdict, Verdict::Failed) << answer.reason;
+        EXPECT_LT(answer.knownError.value_or(1.0), 1e-6);
+        EXPECT_GT(answer.perturbedPivots, 0);
+        steps += answer.krylovSteps;
+    }
+    EXPECT_GT(steps, 0);
+}
+
+TEST(ErrorBounds, ThatAreNotAskedForLeaveTheVerdictToResidualAndProbe)
+{
+    SystemOptions options;
+    options.errorBounds = 0;
+    const SparseMatrix A = scattered<double>(40, 3.0, 8);
+    LinearSystem system(A, options);
+    const Matrix known = blockOf<Matrix>(40, 3, 1);
+    const auto answer = system.SolveKnown(known);
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+    ASSERT_EQ(answer.columns.size(), 3U);
+    for (const ColumnQuality& column : answer.columns) {
+        EXPECT_FALSE(column.errorBound);
+        EXPECT_EQ(column.verdict, Verdict::Accurate);
+        EXPECT_LT(column.backwardError, 1e-15);
+        EXPECT_LT(column.componentwiseError, 1e-12);
+    }
+    EXPECT_EQ(answer.Explain().find("error at most"), std::string::npos);
+}
+
+/// While it lives, factors in files stand in a folder for tests.
+class FilesInTestFolder {
+public:
+    FilesInTestFolder() { setenv(kName, (::testing::TempDir() + "judgement_factor").c_str(), 1); }
+    ~FilesInTestFolder() { unsetenv(kName); }
+
+private:
+    static constexpr const char* kName = "MKL_PARDISO_OOC_PATH";
+};
+
+TEST(FactorsInFiles, ServeTheClassLikeThoseInMemory)
+{
+    const FilesInTestFolder folder;
+    SystemOptions options;
+    options.outOfCore = true;
+    SparseMatrix A = scattered<double>(200, 0.0, 8);
+    LinearSystem system(A, options);
+    const Matrix known = blockOf<Matrix>(200, 2, 1);
+    for (const TransposeMode op : {TransposeMode::NotTransposed, TransposeMode::Transposed}) {
+        const auto answer = system.SolveKnown(known, op);
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+        EXPECT_EQ(answer.store, FactorStore::Files);
+        EXPECT_LT(answer.knownError.value_or(1.0), 1e-9);
+        ASSERT_EQ(answer.columns.size(), 2U);
+        EXPECT_FALSE(answer.columns[0].errorBound) << "each solve would read all of the factor";
+        EXPECT_FALSE(answer.condition);
+    }
+    EXPECT_EQ(system.Factorizations(), 1);
+    A(3, 3) *= 2.0;
+    EXPECT_EQ(system.Update(A), SystemChange::Values);
+    const auto answer = system.SolveKnown(known);
+    EXPECT_EQ(answer.store, FactorStore::Files);
+    EXPECT_LT(answer.knownError.value_or(1.0), 1e-9);
+    EXPECT_EQ(system.Analyses(), 1);
+    EXPECT_EQ(system.Factorizations(), 2);
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
