@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <stdexcept>
 #include <string>
 
 namespace Velmar::Lintrix::testing {
@@ -88,6 +89,21 @@ TEST(PartialPivoting, KeepsItsPivotsForOtherValues)
     A(5, 5) = A(6, 6) = 1e-30; // other pivots
     ASSERT_EQ(system.Update(A), SystemChange::Values);
     EXPECT_EQ(system.SolveKnown(columns(60, 2)).verdict, Verdict::Accurate);
+}
+
+TEST(PartialPivoting, IsStoppedFromOutside)
+{
+    int told = 0;
+    SystemOptions options;
+    options.progress = [&](double, double) {
+        if (++told > 1) throw std::runtime_error("enough");
+    };
+    LinearSystem system(networkOf(3000), options);
+    EXPECT_THROW(system.Solve(columns(3000, 1)), std::runtime_error);
+    told = -1'000'000;
+    const auto answer = system.Solve(columns(3000, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Accurate);
+    EXPECT_EQ(answer.road, "sparse LU with partial pivoting");
 }
 
 // Pivots that cancel, in an order that no supernode can make good for.
