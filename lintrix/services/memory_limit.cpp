@@ -15,6 +15,7 @@ namespace Velmar::Lintrix {
 namespace {
 
 constexpr double kNone = std::numeric_limits<double>::infinity();
+constexpr double kBeyondAnyMemory = 0x1p62;
 
 /// The number that the file holds; the word "max" is none, and so is a file that is not there.
 double numberIn(const std::string& file, double otherwise)
@@ -53,10 +54,13 @@ double limitIn(const std::string& folder, const GroupFiles& files)
     return numberIn(folder + files.limit, kNone);
 }
 
+/// Of a group without a limit, which version 1 tells by a number beyond any memory, nobody asks what it uses.
 double leftIn(const std::string& folder, const GroupFiles& files)
 {
+    const double limit = limitIn(folder, files);
+    if (limit >= kBeyondAnyMemory) return kNone;
     const double idle = numberOfLine(folder + "memory.stat", files.idle, 0.0);
-    return limitIn(folder, files) - std::max(numberIn(folder + files.use, 0.0) - idle, 0.0);
+    return limit - std::max(numberIn(folder + files.use, 0.0) - idle, 0.0);
 }
 
 /// Of the group and all around it: a limit holds for what is below. Where the groups are seen from within a
@@ -105,6 +109,11 @@ double addressSpaceLeft(int threads, const std::string& root)
     return AddressSpaceLimit() - mapped - static_cast<double>(BlasBufferBytes) * (threads - 1);
 }
 
+double physicalMemory()
+{
+    return static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+}
+
 } // namespace
 
 double AddressSpaceLimit()
@@ -121,17 +130,15 @@ double ControlGroupLimit(const std::string& root)
 
 double MemoryLimit()
 {
-    const double physical =
-        static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
-    return std::min({physical, AddressSpaceLimit(), ControlGroupLimit()});
+    return std::min({physicalMemory(), AddressSpaceLimit(), ControlGroupLimit()});
 }
 
 double MemoryLeft(int threads, const std::string& root)
 {
     const double available = 1024.0 * numberOfLine(root + "/proc/meminfo", "MemAvailable:", kNone);
-    return std::max(
-        std::min({available, addressSpaceLeft(threads, root), leastOfGroups(root, leftIn), MemoryLimit()}),
-        0.0);
+    const double all = root.empty() ? physicalMemory() : MemoryLimit(); // of this machine the groups tell
+    return std::max(std::min({available, addressSpaceLeft(threads, root), leastOfGroups(root, leftIn), all}),
+                    0.0);
 }
 
 } // namespace Velmar::Lintrix

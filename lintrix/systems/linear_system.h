@@ -106,12 +106,14 @@ enum class SystemChange {
 ///     if (answer.verdict != Verdict::Accurate) std::cerr << answer.Explain();
 ///
 /// **Roads.** The values of A suggest the first one: Cholesky, L*D*L', LU along the diagonal, LU with
-/// matching and scaling. Whatever it returns is measured, and so is a right-hand side of its own whose
-/// solution is known (the probe): where few digits come back, or the residual is above rounding level, the
-/// other order of elimination is taken, then the next stronger road, last LU in dense storage. The forecast
-/// of each is held against what was already done, so that none runs away. The best answer of all counts, with
-/// the road that it came from; its factor is kept for the next solve. Where that has replaced pivots and is
-/// not accurate, GMRES with the factor for a preconditioner is tried on it.
+/// matching and scaling; sparse LU with partial pivoting in place of either LU, where the caller asks for
+/// neither type nor order nor files, and an analysis finds little to eliminate. Whatever it returns is
+/// measured, and so is a right-hand side of its own whose solution is known (the probe): where few digits
+/// come back, or the residual is above rounding level, the other order of elimination is taken, then the next
+/// stronger road, at last sparse LU with partial pivoting and LU in dense storage. The forecast of each is
+/// held against what was already done, so that none runs away. The best answer of all counts, with the road
+/// that it came from; its factor is kept for the next solve. Where that has replaced pivots and is not
+/// accurate, GMRES with the factor for a preconditioner is tried on it.
 ///
 /// **Sparse and not square.** By the factor of the normal equations, refined with the residual of A, by the
 /// augmented system, or by LSMR, as the forecast and the measured residuals tell. Of a matrix that has not

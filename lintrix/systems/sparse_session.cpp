@@ -88,7 +88,7 @@ public:
         const std::lock_guard turn(busy_);
         ControlledRun run(this->watch_);
         if (isStructurallySingular()) return {};
-        const RoadCost cost = runner_.forecast(Attempt{first_});
+        const RoadCost cost = runner_.forecast(Attempt{runner_.firstRoad(first_)});
         run.finish();
         return {cost.entries, cost.operations, cost.bytesInMemory, cost.bytesWithFiles,
                 SecondsFor({cost.operations, 2.0 * sizeof(Cell) * static_cast<double>(cost.entries)})};
@@ -122,6 +122,7 @@ public:
         first_ = first;
         if (samePattern && sameTypes) {
             matrix_.TakeValues(std::move(next));
+            runner_.forgetValues();
             isFactorOld_ = true;
             return SystemChange::Values;
         }
@@ -193,11 +194,14 @@ private:
         return settledOrAsBefore({columns.B, columns.known, op}, columns.units);
     }
 
-    /// No road can do better. Where the diagonal is full, nothing has to be looked for.
+    /// No road can do better. Where the diagonal is full, nothing has to be looked for, and partial pivoting
+    /// begins with a matching.
     std::int32_t structuralRankOnce()
     {
         if (!rank_)
-            rank_ = matrix_.Traits().fullDiagonal ? matrix_.Size() : structuralRank<Cell>(matrix_.Matrix());
+            rank_ = matrix_.Traits().fullDiagonal || runner_.firstRoad(first_) == Road::Pivoted
+                        ? matrix_.Size()
+                        : structuralRank<Cell>(matrix_.Matrix());
         return *rank_;
     }
     bool isStructurallySingular() { return structuralRankOnce() < matrix_.Size(); }
@@ -276,7 +280,7 @@ private:
             exhausted_ == Verdict::Accurate && best_ ? std::optional(best_->attempt) : std::nullopt;
         outcome = withFactorAtHand(request);
         if (!allFinite(request.B)) {
-            if (!outcome) outcome = runner_.run(Attempt{first_}, Reach::Near, request);
+            if (!outcome) outcome = runner_.run(Attempt{runner_.firstRoad(first_)}, Reach::Near, request);
         } else if (!outcome || !isGoodEnough(*outcome)) {
             outcome.reset();
             outcome = searched(request);
@@ -310,7 +314,7 @@ private:
     Outcome<Cell> searched(const Request<Cell>& request)
     {
         RoadSearch<Cell> search(runner_, request, !options_.ordering);
-        search.follow(first_);
+        search.follow(runner_.firstRoad(first_));
         Outcome<Cell> best = search.best();
         left_ = search.left();
         if (!best.factor && hasUseForFactor(best)) best = runner_.run(best.attempt, Reach::Far, request);

@@ -1,6 +1,7 @@
 #include <lintrix/systems/system_matrix.h>
 
 #include <lintrix/sparse/access.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 
@@ -17,6 +18,7 @@ namespace {
 
 using namespace detail::roads;
 using detail::conjugate;
+using detail::modulus;
 
 template <class Matrix>
 using CellOf = std::decay_t<decltype(std::declval<const Matrix&>().Item(0, 0))>;
@@ -44,7 +46,7 @@ bool looksPositive(const Matrix& matrix, const std::vector<Cell>& diagonal)
     bool positive = true;
     ForEachEntry(matrix, [&](std::int32_t row, std::int32_t col, const Cell& value) {
         const double bound = roots[static_cast<std::size_t>(row)] * roots[static_cast<std::size_t>(col)];
-        positive &= row == col || std::abs(value) < bound;
+        positive &= row == col || modulus(value) < bound;
     });
     return positive;
 }
@@ -56,10 +58,10 @@ bool isDominant(const Matrix& full, const std::vector<Cell>& diagonal)
     std::vector<double> rowSums(diagonal.size()), colSums(diagonal.size());
     ForEachEntry(full, [&](std::int32_t row, std::int32_t col, const Cell& value) {
         if (row == col) return;
-        rowSums[static_cast<std::size_t>(row)] += std::abs(value);
-        colSums[static_cast<std::size_t>(col)] += std::abs(value);
+        rowSums[static_cast<std::size_t>(row)] += modulus(value);
+        colSums[static_cast<std::size_t>(col)] += modulus(value);
     });
-    const auto bounded = [](double sum, const Cell& element) { return sum <= 1.000001 * std::abs(element); };
+    const auto bounded = [](double sum, const Cell& element) { return sum <= 1.000001 * modulus(element); };
     return std::ranges::equal(rowSums, diagonal, bounded) || std::ranges::equal(colSums, diagonal, bounded);
 }
 

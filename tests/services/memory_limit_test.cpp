@@ -117,6 +117,15 @@ TEST(MemoryLeft, IsNotWhatTheGroupsUse)
     EXPECT_EQ(version1.left(), 6e5);
 }
 
+TEST(MemoryLeft, OfAGroupWithoutALimitIsNotAskedFor)
+{
+    const FakeGroups groups("4:memory:/a\n");
+    groups.write("proc/meminfo", "MemAvailable:  1000 kB\n");
+    groups.write("sys/fs/cgroup/memory/a/memory.limit_in_bytes", "9223372036854771712\n");
+    groups.write("sys/fs/cgroup/memory/a/memory.usage_in_bytes", "9223372036854771712\n");
+    EXPECT_EQ(groups.left(), 1024e3);
+}
+
 TEST(MemoryLeft, IsNotTheAddressSpaceInUse)
 {
     rlimit before{};

@@ -97,7 +97,7 @@ TEST(SparseRoads, EachIsTakenAndSolves)
 {
     const SparseMatrix positive = chain(40, 2.5, -1.0, -1.0);
     for (const Road road : {Road::Cholesky, Road::Symmetric, Road::SymmetricPairs, Road::Unmatched,
-                            Road::Matched, Road::Coarse, Road::Dense}) {
+                            Road::Matched, Road::Coarse, Road::Pivoted, Road::Dense}) {
         SCOPED_TRACE(nameOf(road, 11));
         const RoadsTaken<double> answer = solved(positive, road);
         expectAccurate(answer, road);
@@ -246,20 +246,34 @@ SparseMatrix signedGrid(std::int32_t side, std::uint64_t seed)
 TEST(SparseRoads, WhatExchangesOfRowsCanSolveIsSolvedSo)
 {
     // So many of the pivots cancel that were matched, that raising them leads nowhere.
-    int dense = 0;
+    int pivoted = 0;
     for (std::uint64_t seed = 0; seed < 4; ++seed) {
         const SparseMatrix A = signedGrid(40, seed);
         if (!isRegular(A)) continue;
         SCOPED_TRACE(seed);
         const RoadsTaken<double> answer = solved(A);
         expectAccurate(answer, answer.road);
-        if (answer.road != Road::Dense) continue;
-        ++dense;
-        EXPECT_EQ(answer.best.roadName, "dense LU");
+        if (answer.road != Road::Pivoted) continue;
+        ++pivoted;
+        EXPECT_EQ(answer.best.roadName, "sparse LU with partial pivoting");
         EXPECT_EQ(answer.best.perturbed, 0);
         EXPECT_THAT(answer.tried.back(), ::testing::StartsWith("sparse LU with raised pivots: "));
     }
-    EXPECT_GT(dense, 0) << "the last road was needed";
+    EXPECT_GT(pivoted, 0) << "exchanges of rows were needed";
+}
+
+// Rows 1 and 2 are the same: the engine replaces a pivot and finds the matrix singular by that.
+TEST(SparseRoads, TheEngineExplainsWhatHasNoPivot)
+{
+    const SparseMatrix A = generalFrom(
+        4, {{0, 0, 2}, {0, 1, 1}, {1, 1, 3}, {1, 2, 1}, {2, 1, 3}, {2, 2, 1}, {3, 0, 1}, {3, 3, 5}});
+    const RoadsTaken<double> answer = solved(A, Road::Pivoted);
+    EXPECT_EQ(answer.verdict, Verdict::Failed);
+    EXPECT_EQ(answer.road, Road::Matched);
+    EXPECT_EQ(answer.reason, "singular: 1 perturbed pivot");
+    EXPECT_THAT(answer.tried,
+                ElementsAre(MatchesRegex(
+                    "sparse LU with partial pivoting: singular: column [23] of block [1-3] has no pivot")));
 }
 
 TEST(SparseRoads, AMatrixThatIsSingularIsToldSo)

@@ -17,7 +17,7 @@ struct Setup {
     int iteration;                      ///< unit digit of IterativePath where factors are kept
 };
 
-constexpr std::array<Setup, 7> kSetups{{
+constexpr std::array<Setup, 8> kSetups{{
     {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", MatrixType::PositiveDefinite, 0, 0, 0, 2},
     {Road::Symmetric, "sparse LDL'", "sparse LDL^H", MatrixType::Indefinite, 8, 0, 0, 2},
     {Road::SymmetricPairs, "sparse LDL' with matching", "sparse LDL^H with matching", MatrixType::Indefinite,
@@ -27,6 +27,8 @@ constexpr std::array<Setup, 7> kSetups{{
      1},
     {Road::Coarse, "sparse LU with raised pivots", "sparse LU with raised pivots", MatrixType::Unsymmetric, 6,
      1, 0, 1},
+    {Road::Pivoted, "sparse LU with partial pivoting", "sparse LU with partial pivoting",
+     MatrixType::Unsymmetric, 0, 0, 0, 0},
     {Road::Dense, "dense LU", "dense LU", MatrixType::Unsymmetric, 0, 0, 0, 0},
 }};
 
@@ -74,6 +76,8 @@ std::optional<Road> roadAfter(Road road)
     case Road::Matched:
         return Road::Coarse;
     case Road::Coarse:
+        return Road::Pivoted;
+    case Road::Pivoted:
         return Road::Dense;
     case Road::Dense:
         break;

@@ -28,11 +28,13 @@ enum class Road {
     Unmatched,      ///< LU that keeps to the diagonal as it stands
     Matched,        ///< LU with matching and scaling: for any matrix
     Coarse,         ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
+    Pivoted,        ///< LU with exchanges of rows in all of a block, column by column and without the engine
     Dense,          ///< LU with exchanges of rows, in dense storage and without the engine
 };
 
 /// "sparse Cholesky", "sparse LDL'", "sparse LDL' with matching", "sparse LU", "sparse LU with matching",
-/// "sparse LU with raised pivots", "dense LU"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
+/// "sparse LU with raised pivots", "sparse LU with partial pivoting", "dense LU"; for a complex hermitian
+/// type (-4) "LDL^H" in place of "LDL'".
 LINTRIX_TESTABLE std::string_view nameOf(Road road, int mtype);
 
 /// What the road assumes of the matrix.
@@ -61,6 +63,7 @@ inline constexpr int kEngineNumeric = -4;   ///< a zero pivot, or no convergence
 inline constexpr int kEngineSmallCore = -9; ///< the core is too small for factors in files
 inline constexpr int kEngineNoFile = -10;   ///< a file of the factor cannot be made or opened
 inline constexpr int kEngineTransfer = -11; ///< one cannot be written or read
+inline constexpr int kTooMuchFill = -101;   ///< no error of the engine: a bound on its factors was passed
 
 inline constexpr double kMegabyte = 1048576.0; ///< of the engine's figures
 
@@ -68,6 +71,7 @@ inline constexpr double kMegabyte = 1048576.0; ///< of the engine's figures
 struct EngineAnswer {
     int error = 0;   ///< 0 is success
     int failing = 0; ///< the equation or the internal code of a failure
+    int block = 0;   ///< of that equation, from 1, where the matrix was taken in blocks
 };
 
 /// A handle of the engine from analysis to release.

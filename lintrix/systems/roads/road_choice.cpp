@@ -31,6 +31,27 @@ bool isStable(Road road)
     return road == Road::Cholesky || isMatchedLU(road);
 }
 
+/// Without dense panels an operation takes so many times as long.
+constexpr double kSlowerByColumns = 8.0;
+
+std::optional<Road> strongerThan(Road road, const SearchState& state)
+{
+    if (state.pivotedFirst && road == Road::Pivoted) return Road::Matched;
+    if (state.pivotedFirst && road == Road::Coarse) return Road::Dense;
+    return roadAfter(road);
+}
+
+double mostOperations(Reach limit, const RoadCost& done)
+{
+    return limit == Reach::Near ? std::max(kShort, kNear * done.operations)
+                                : std::max(kLong, kFar * done.operations);
+}
+
+bool exchangesRows(Road road)
+{
+    return road == Road::Pivoted || road == Road::Dense;
+}
+
 bool isFinal(Road road, Ending ending)
 {
     switch (ending) {
@@ -51,7 +72,7 @@ bool isFinal(Road road, Ending ending)
 /// Raised pivots are what is tried when both orders have failed.
 bool dependsOnOrder(Road road)
 {
-    return !ordersByPairs(road) && road != Road::Coarse;
+    return !ordersByPairs(road) && road != Road::Coarse && !exchangesRows(road);
 }
 
 } // namespace
@@ -63,17 +84,22 @@ std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ord
     const bool repeatable =
         state.orderingIsOpen && !state.looksSingular && !last.ordering && dependsOnOrder(last.road);
     if (ending == Ending::Unsteady && repeatable) return Attempt{last.road, otherThan(ordering)};
-    const std::optional<Road> road = roadAfter(last.road);
-    if (road == Road::Dense && state.looksSingular) return std::nullopt;
+    const std::optional<Road> road = strongerThan(last.road, state);
+    if (road && exchangesRows(*road) && state.looksSingular) return std::nullopt;
     return road ? std::optional(Attempt{*road}) : std::nullopt;
 }
 
 Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memory)
 {
-    if (cost.bytes > memory || cost.operations > std::max(kLong, kFar * done.operations))
-        return Reach::Beyond;
+    const double work = cost.operations * (road == Road::Pivoted ? kSlowerByColumns : 1.0);
+    if (cost.bytes > memory || work > mostOperations(Reach::Far, done)) return Reach::Beyond;
     if (ordersByPairs(road) && cost.entries > mostPairEntries(done)) return Reach::Beyond;
-    return cost.operations > std::max(kShort, kNear * done.operations) ? Reach::Far : Reach::Near;
+    return work > mostOperations(Reach::Near, done) ? Reach::Far : Reach::Near;
+}
+
+double mostColumnOperations(Reach limit, const RoadCost& done)
+{
+    return mostOperations(limit, done) / kSlowerByColumns;
 }
 
 RoadCost denseCost(std::int32_t n, bool complex)

@@ -31,6 +31,7 @@ struct Attempt {
 struct SearchState {
     bool orderingIsOpen = true; ///< else the caller has chosen it
     bool looksSingular = false; ///< a road has ended so
+    bool pivotedFirst = false;  ///< the search began with partial pivoting, and that was taken
 };
 
 /// What follows `last`, which used `ordering`; nothing where no road can do better.
@@ -39,7 +40,9 @@ struct SearchState {
 /// other order, where that is open, before a stronger one is taken. Cholesky and LU with matching are stable:
 /// without replaced pivots their few digits are the matrix's own. That A is singular to working precision is
 /// believed of LU with matching; where another road has told it, the order is not to blame, and exchanges of
-/// rows would be in vain.
+/// rows would be in vain. Partial pivoting is tried before dense storage, unless it came first. Its scales
+/// are of rows alone, so few digits of it may be owed to the units of columns; and it replaces no pivots,
+/// which tell what makes a matrix singular. So the engine follows.
 LINTRIX_TESTABLE std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering,
                                                     Ending ending, const SearchState& state);
 
@@ -51,6 +54,9 @@ enum class Reach {
 
 /// `done`: the largest factorization so far. `memory`: bytes there are.
 LINTRIX_TESTABLE Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memory);
+
+/// Operations of partial pivoting, which knows them only afterwards, up to which it is within reach.
+LINTRIX_TESTABLE double mostColumnOperations(Reach limit, const RoadCost& done);
 
 /// Of LU in dense storage, beside the matrix as it is read; more than any memory where there are more cells
 /// than a matrix can have.

@@ -36,12 +36,17 @@ std::string scaledResidual(double residual)
     return residual > kRoundingLevel ? fmt::format("scaled residual {:.1e}", residual) : std::string();
 }
 
-std::string whyNumeric(Road road, int failing)
+std::string whyNumeric(Road road, EngineAnswer engine)
 {
+    const int failing = engine.failing;
     if (failing == kNoContraction || failing == kTooManySteps) return "refinement does not converge";
     if (failing == kIteration) return "the iteration does not converge";
     if (road == Road::Cholesky) return fmt::format("not positive definite, pivot {}", failing);
     if (road == Road::Dense) return "singular: a pivot is zero";
+    if (road == Road::Pivoted)
+        return failing > 0
+                   ? fmt::format("singular: column {} of block {} has no pivot", failing, engine.block)
+                   : "an element is not finite";
     return fmt::format("singular: pivot {} is zero", failing);
 }
 
@@ -49,7 +54,7 @@ std::string whyNoSolution(Road road, EngineAnswer engine)
 {
     switch (engine.error) {
     case kEngineNumeric:
-        return whyNumeric(road, engine.failing);
+        return whyNumeric(road, engine);
     case kEngineNoMemory:
         return "there is not enough memory";
     case kOverflow:

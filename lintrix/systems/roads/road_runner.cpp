@@ -15,13 +15,15 @@
 #include <lintrix/systems/structure/sparse_entries.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
 namespace {
 
-constexpr std::int32_t kLateSteps = 20; // of refinement, where the residual asks for it
+constexpr std::int32_t kLateSteps = 20;  // of refinement, where the residual asks for it
+constexpr double kGrowthShows = 0x1p-51; // of a residual: pivots below the largest let elements grow
 constexpr std::int32_t kKrylovCycle = 30, kKrylovSteps = 60,
                        kKrylovStepsInAll = 240; // each of a solve: less than a factorization
 constexpr std::int32_t kOneAndProbe = 2;        // right-hand sides that a forecast is for
@@ -48,8 +50,34 @@ double bytesOf(const Outcome<Cell>& outcome)
 } // namespace
 
 template <class Cell>
+Road RoadRunner<Cell>::firstRoad(Road road)
+{
+    const bool isOpen = !options_.type && !options_.ordering && !options_.outOfCore &&
+                        !options_.memoryBudget && !options_.engine.engineReport &&
+                        options_.engine.strategy == FactorizationStrategy::ComputeAlways;
+    if (!isOpen || (road != Road::Matched && road != Road::Unmatched)) return road;
+    if (!pivotingPays_) pivotingPays_ = triesPivoting();
+    return *pivotingPays_ ? Road::Pivoted : road;
+}
+
+/// An analysis that leads nowhere is given up, and does not count.
+template <class Cell>
+bool RoadRunner<Cell>::triesPivoting()
+{
+    const SparseOf<Cell>& A = system_.Full();
+    if (!mayPivotedPay(A.RowPointers(), A.ColumnIndices())) return false;
+    const bool pays = pivoted().pays();
+    if (!pays) {
+        pivoted_.reset();
+        --analyses_;
+    }
+    return pays;
+}
+
+template <class Cell>
 RoadCost RoadRunner<Cell>::forecast(const Attempt& attempt)
 {
+    if (attempt.road == Road::Pivoted) return pivoted().cost();
     if (attempt.road == Road::Dense) return denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
     if (!ready_ || !(ready_->attempt == attempt))
         ready_ = analysed(attempt, system_.As(typeOf(attempt.road)), kOneAndProbe);
@@ -69,6 +97,8 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
     Outcome<Cell> outcome{.attempt = attempt, .roadName = nameOf(attempt.road, mtype)};
     if (attempt.road == Road::Dense)
         takeDense(limit, request, outcome);
+    else if (attempt.road == Road::Pivoted)
+        takePivoted(limit, request, outcome);
     else if (!fillsIn(outcome))
         follow(limit, request, outcome);
     if (outcome.engine.error == kEngineNoMemory && !done_) throw NotEnoughMemoryException();
@@ -89,6 +119,7 @@ void RoadRunner<Cell>::again(Outcome<Cell>& outcome, const Request<Cell>& reques
 template <class Cell>
 void RoadRunner<Cell>::refactorize(Outcome<Cell>& outcome, const Request<Cell>& request)
 {
+    if (dynamic_cast<PivotedFactor<Cell>*>(outcome.factor.get())) return refactorizePivoted(outcome, request);
     auto* const kept = dynamic_cast<EngineFactor<Cell>*>(outcome.factor.get());
     if (!kept) {
         outcome.factor.reset();
@@ -215,6 +246,86 @@ void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun>& run, const 
     solve(request, outcome);
 }
 
+/// Analysed when it is first asked for.
+template <class Cell>
+PivotedFactor<Cell>& RoadRunner<Cell>::pivoted()
+{
+    if (!pivoted_) {
+        const SparseOf<Cell>& A = system_.Full();
+        WorkScope::expect(analysisOperations(A.NumElements()));
+        pivoted_ = std::make_unique<PivotedFactor<Cell>>(A, system_.Traits().symmetricPattern);
+        WorkScope::tell(analysisOperations(A.NumElements()));
+        ++analyses_;
+    }
+    return *pivoted_;
+}
+
+/// The first road is left where its forecast is exceeded, and the engine taken.
+template <class Cell>
+sparse_lu::LuBounds RoadRunner<Cell>::pivotedBounds(Reach limit, const RoadCost& cost,
+                                                    std::int32_t rightHands) const
+{
+    constexpr double kExcess = 3.0, kFewOperations = 1e6;
+    constexpr double bytesPerEntry = 2.5 * (sizeof(Cell) + sizeof(std::int32_t)); // old and new arrays
+    const double operations = done_ || limit != Reach::Near
+                                  ? mostColumnOperations(limit, done_.value_or(RoadCost{}))
+                                  : std::max(kExcess * cost.operations, kFewOperations);
+    const double left = std::max(budget_.left(ownBytes(rightHands)), 0.0);
+    return {static_cast<std::int64_t>(std::min(left / bytesPerEntry, 0x1p62)), operations};
+}
+
+template <class Cell>
+void RoadRunner<Cell>::takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
+try {
+    outcome.cost = pivoted().cost();
+    finish("analyse");
+    std::unique_ptr<PivotedFactor<Cell>> factor = std::move(pivoted_);
+    const EngineAnswer answer = factor->factorize(pivotedBounds(limit, outcome.cost, request.B.Cols()));
+    keepPivoted(std::move(factor), answer, request, outcome);
+} catch (const NotEnoughMemoryException&) {
+    outcome.engine.error = kEngineNoMemory;
+} catch (const std::bad_alloc&) {
+    outcome.engine.error = kEngineNoMemory;
+}
+
+template <class Cell>
+void RoadRunner<Cell>::refactorizePivoted(Outcome<Cell>& outcome, const Request<Cell>& request)
+{
+    forget(outcome);
+    outcome.factorQuality.reset();
+    std::unique_ptr<PivotedFactor<Cell>> factor(static_cast<PivotedFactor<Cell>*>(outcome.factor.release()));
+    try {
+        const EngineAnswer answer =
+            factor->refactorize(pivotedBounds(Reach::Far, outcome.cost, request.B.Cols()));
+        keepPivoted(std::move(factor), answer, request, outcome);
+    } catch (...) {
+        if (factor && factor->isComplete()) outcome.factor = std::move(factor);
+        throw;
+    }
+    requireSystem(outcome);
+}
+
+template <class Cell>
+void RoadRunner<Cell>::keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, EngineAnswer answer,
+                                   const Request<Cell>& request, Outcome<Cell>& outcome)
+{
+    ++factorizations_;
+    finish("factorize");
+    outcome.factorEntries = factor->entries();
+    outcome.taken = answer.error != kTooMuchFill;
+    if (!outcome.taken) {
+        outcome.reach = Reach::Far;
+        outcome.cost = {.entries = outcome.factorEntries};
+        return;
+    }
+    outcome.engine = answer;
+    if (answer.error != 0) return;
+    if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;
+    WorkScope::expect(factor->operations(solvesFor(request)));
+    outcome.factor = std::move(factor);
+    solve(request, outcome);
+}
+
 template <class Cell>
 void RoadRunner<Cell>::takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
 try {
@@ -252,16 +363,20 @@ void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcom
     if (outcome.engine.error != 0) return;
     outcome.quality = judged(X, request);
     outcome.x = std::move(X);
-    if (outcome.verdict() != Verdict::Accurate && options_.engine.refine == 0) refine(request, outcome);
+    if (options_.engine.refine != 0) return;
+    if (outcome.verdict() != Verdict::Accurate)
+        refine(request, outcome, kLateSteps);
+    else if (outcome.attempt.road == Road::Pivoted && outcome.quality->residual > kGrowthShows)
+        refine(request, outcome, 1);
 }
 
 /// Keeps what is better. Dense factors have had their step.
 template <class Cell>
-void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome) const
+void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome, std::int32_t steps) const
 {
     if (outcome.attempt.road == Road::Dense) return;
     MatrixOf<Cell> refined(request.B.Rows(), request.B.Cols());
-    const EngineAnswer engine = outcome.factor->solve(request.B, refined, request.op, kLateSteps);
+    const EngineAnswer engine = outcome.factor->solve(request.B, refined, request.op, steps);
     outcome.steps = outcome.factor->refinementSteps();
     finish("solve");
     if (engine.error != 0) return;
@@ -407,6 +522,7 @@ template <class Cell>
 void RoadRunner<Cell>::restart()
 {
     ready_.reset();
+    forgetValues();
     done_.reset();
 }
 

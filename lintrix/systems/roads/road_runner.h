@@ -6,6 +6,7 @@
 #include <lintrix/systems/roads/direct_run.h>
 #include <lintrix/systems/roads/factored.h>
 #include <lintrix/systems/roads/memory_budget.h>
+#include <lintrix/systems/roads/pivoted_factor.h>
 #include <lintrix/systems/roads/road_choice.h>
 #include <lintrix/systems/roads/road_outcome.h>
 #include <lintrix/systems/system_matrix.h>
@@ -36,6 +37,10 @@ public:
         : system_(system), options_(options), budget_(options)
     {
     }
+
+    /// Partial pivoting in place of an engine's LU, where nothing else is asked for and an analysis finds it
+    /// to pay; that is used when the road is taken. Else the road itself.
+    Road firstRoad(Road road);
 
     /// What a road is going to cost; its analysis is used when the road is taken next.
     RoadCost forecast(const Attempt& attempt);
@@ -71,6 +76,12 @@ public:
     std::optional<Outcome<Cell>> load(SectionReader& file);
     /// Another matrix stands in the place of the one before; its factors must have been given up.
     void restart();
+    /// Its values alone are others.
+    void forgetValues()
+    {
+        pivoted_.reset();
+        pivotingPays_.reset();
+    }
     /// What further roads are held against: the cost of the largest factorization so far.
     const std::optional<RoadCost>& largest() const noexcept { return done_; }
     void largest(const std::optional<RoadCost>& cost) noexcept { done_ = cost; }
@@ -90,10 +101,17 @@ private:
     void follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void factorizeAndSolve(std::unique_ptr<DirectRun>& run, const Request<Cell>& request,
                            Outcome<Cell>& outcome);
+    void takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
+    void keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, EngineAnswer answer,
+                     const Request<Cell>& request, Outcome<Cell>& outcome);
+    PivotedFactor<Cell>& pivoted();
+    bool triesPivoting();
+    void refactorizePivoted(Outcome<Cell>& outcome, const Request<Cell>& request);
+    sparse_lu::LuBounds pivotedBounds(Reach limit, const RoadCost& cost, std::int32_t rightHands) const;
     std::int32_t solvesFor(const Request<Cell>& request) const;
     void takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void solve(const Request<Cell>& request, Outcome<Cell>& outcome) const;
-    void refine(const Request<Cell>& request, Outcome<Cell>& outcome) const;
+    void refine(const Request<Cell>& request, Outcome<Cell>& outcome, std::int32_t steps) const;
     std::int32_t iterate(const Request<Cell>& request, Factored<Cell>& factor, MatrixOf<Cell>& X,
                          std::int32_t most) const;
     ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
@@ -110,10 +128,12 @@ private:
     SystemMatrix<Cell>& system_;
     const SystemOptions& options_;
     MemoryBudget budget_;
-    std::unique_ptr<FactorPlace> place_{};       ///< once a factor goes to files
-    int core_ = std::numeric_limits<int>::max(); ///< megabytes beside files that the budget leaves
-    std::optional<Analysed> ready_{};            ///< by a forecast
-    std::optional<RoadCost> done_{};             ///< of the largest factorization so far
+    std::unique_ptr<FactorPlace> place_{};           ///< once a factor goes to files
+    int core_ = std::numeric_limits<int>::max();     ///< megabytes beside files that the budget leaves
+    std::optional<Analysed> ready_{};                ///< by a forecast
+    std::unique_ptr<PivotedFactor<Cell>> pivoted_{}; ///< analysed
+    std::optional<bool> pivotingPays_{};
+    std::optional<RoadCost> done_{}; ///< of the largest factorization so far
     std::int32_t analyses_ = 0, factorizations_ = 0;
 };
 

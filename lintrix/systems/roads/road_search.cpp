@@ -28,6 +28,7 @@ std::optional<Road> firstRoad(MatrixType type, const MatrixTraits& traits)
 template <class Cell>
 void RoadSearch<Cell>::follow(Road road)
 {
+    state_.pivotedFirst = road == Road::Pivoted;
     continueWith(Attempt{road});
 }
 
@@ -47,6 +48,7 @@ std::optional<Attempt> RoadSearch<Cell>::add(Outcome<Cell> outcome)
     const Ending ending = outcome.ending();
     const std::optional<Attempt> next = nextAttempt(outcome.attempt, outcome.ordering, ending, state_);
     state_.looksSingular |= ending == Ending::Singular;
+    state_.pivotedFirst &= !(outcome.attempt.road == Road::Pivoted && ending == Ending::NotTaken);
     found_.push_back(std::move(outcome));
     weigh(found_.size() - 1);
     return next;

@@ -20,7 +20,7 @@ namespace {
 
 /// By their numbers in a file, which stay whatever roads there will be.
 constexpr std::array kRoads = {Road::Cholesky, Road::Symmetric, Road::SymmetricPairs, Road::Unmatched,
-                               Road::Matched,  Road::Coarse,    Road::Dense};
+                               Road::Matched,  Road::Coarse,    Road::Dense,          Road::Pivoted};
 
 constexpr std::int32_t kNone = -1;
 
@@ -121,7 +121,7 @@ bool fits(const KeptForecast& forecast, const MatrixTraits& traits)
 {
     if (!isAttempt(forecast.attempt) || !isOrdering(forecast.ordering)) return false;
     const Road road = attemptOf(forecast.attempt).road;
-    return road != Road::Dense && allows(traits, road);
+    return road != Road::Dense && road != Road::Pivoted && allows(traits, road);
 }
 
 template <class Cell>
@@ -251,6 +251,8 @@ Outcome<Cell> RoadRunner<Cell>::loadOutcome(SectionReader& file)
     const Road road = outcome.attempt.road;
     if (road == Road::Dense)
         outcome.factor = DenseFactor<Cell>::load(system_.Matrix(), file);
+    else if (road == Road::Pivoted)
+        outcome.factor = PivotedFactor<Cell>::load(system_.Full(), file);
     else
         outcome.factor = std::make_unique<EngineFactor<Cell>>(
             DirectRun::load(road, system_.As(typeOf(road)), outcome.ordering, options_.engine, file));

@@ -49,7 +49,7 @@ Attempt repeated(Road road, FillInReducingMethod ordering = kDissection)
 }
 
 constexpr Road kAll[] = {Road::Cholesky, Road::Symmetric, Road::SymmetricPairs, Road::Unmatched,
-                         Road::Matched,  Road::Coarse,    Road::Dense};
+                         Road::Matched,  Road::Coarse,    Road::Pivoted,        Road::Dense};
 
 TEST(NextAttempt, NothingFollowsAnAccurateOne)
 {
@@ -64,7 +64,8 @@ TEST(NextAttempt, AStrongerRoadFollowsAPoorOne)
         {{Road::SymmetricPairs}, Ending::Poor, kOpen, Attempt{Road::Matched}},
         {{Road::Unmatched}, Ending::Poor, kOpen, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::Poor, kOpen, Attempt{Road::Coarse}},
-        {{Road::Coarse}, Ending::Poor, kOpen, Attempt{Road::Dense}},
+        {{Road::Coarse}, Ending::Poor, kOpen, Attempt{Road::Pivoted}},
+        {{Road::Pivoted}, Ending::Poor, kOpen, Attempt{Road::Dense}},
         {{Road::Dense}, Ending::Poor, kOpen, std::nullopt},
     });
 }
@@ -76,7 +77,7 @@ TEST(NextAttempt, AnUnsteadyRoadIsRepeatedInTheOtherOrder)
         {{Road::Unmatched}, Ending::Unsteady, kOpen, repeated(Road::Unmatched)},
         {{Road::Matched}, Ending::Unsteady, kOpen, repeated(Road::Matched)},
         {{Road::SymmetricPairs}, Ending::Unsteady, kOpen, Attempt{Road::Matched}}, // has one order
-        {{Road::Coarse}, Ending::Unsteady, kOpen, Attempt{Road::Dense}},
+        {{Road::Coarse}, Ending::Unsteady, kOpen, Attempt{Road::Pivoted}},
         // once
         {repeated(Road::Symmetric), Ending::Unsteady, kOpen, Attempt{Road::SymmetricPairs}},
         {repeated(Road::Matched), Ending::Unsteady, kOpen, Attempt{Road::Coarse}},
@@ -118,10 +119,36 @@ TEST(NextAttempt, ThatAMatrixIsSingularLUHasTheLastWord)
 TEST(NextAttempt, ExchangesOfRowsAreForRegularMatricesWithADenseClass)
 {
     expectAll({
-        {{Road::Coarse}, Ending::Poor, kGiven, Attempt{Road::Dense}},
+        {{Road::Coarse}, Ending::Poor, kGiven, Attempt{Road::Pivoted}},
         {{Road::Coarse}, Ending::Poor, kSuspect, std::nullopt},
+        {{Road::Pivoted}, Ending::NotTaken, kOpen, Attempt{Road::Dense}},
+        {{Road::Pivoted}, Ending::IllConditioned, kOpen, Attempt{Road::Dense}},
         {{Road::Dense}, Ending::NotTaken, kOpen, std::nullopt},
     });
+}
+
+// What replaces pivots can tell what makes a matrix singular.
+TEST(NextAttempt, TheEngineFollowsPartialPivotingThatCameFirst)
+{
+    constexpr SearchState first{.pivotedFirst = true};
+    expectAll({
+        {{Road::Pivoted}, Ending::Poor, first, Attempt{Road::Matched}},
+        {{Road::Pivoted}, Ending::NotTaken, first, Attempt{Road::Matched}},
+        {{Road::Pivoted}, Ending::IllConditioned, first, Attempt{Road::Matched}},
+        {{Road::Matched}, Ending::Poor, first, Attempt{Road::Coarse}},
+        {{Road::Coarse}, Ending::Poor, first, Attempt{Road::Dense}},
+    });
+}
+
+TEST(ReachOf, ColumnsOneByOneAreSlow)
+{
+    const RoadCost done{1, 1e9,
+                        0}; // 3e10 operations are near, 1e12 far, each of them taking eight times as long
+    EXPECT_EQ(reachOf(Road::Pivoted, {1, 3e9, 0}, done, 1e9), Reach::Near);
+    EXPECT_EQ(reachOf(Road::Pivoted, {1, 5e9, 0}, done, 1e9), Reach::Far);
+    EXPECT_EQ(reachOf(Road::Pivoted, {1, 2e11, 0}, done, 1e9), Reach::Beyond);
+    EXPECT_EQ(mostColumnOperations(Reach::Near, done), 3e10 / 8.0);
+    EXPECT_EQ(mostColumnOperations(Reach::Far, done), 1e12 / 8.0);
 }
 
 TEST(NextAttempt, WhatIsNotTakenIsPassedOverWithWhatCostsAsMuch)

@@ -115,14 +115,14 @@ void expectTheRoadComesBack(Road road, const SparseOf<Cell>& A, const Scratch& f
     EXPECT_EQ(after->cost.operations, before.cost.operations);
     for (const TransposeMode op :
          {TransposeMode::NotTransposed, TransposeMode::Transposed, TransposeMode::ConjugateTransposed}) {
-        before = saved.runner.again(std::move(before), saved.request(op));
-        *after = loaded.runner.again(std::move(*after), loaded.request(op));
+        saved.runner.again(before, saved.request(op));
+        loaded.runner.again(*after, loaded.request(op));
         ASSERT_TRUE(before.x && after->x);
         expectSameBits<Cell>(*before.x, *after->x);
     }
     EXPECT_EQ(loaded.runner.analyses() + loaded.runner.factorizations(), 0);
-    before = saved.runner.refactorize(std::move(before), saved.request());
-    *after = loaded.runner.refactorize(std::move(*after), loaded.request());
+    saved.runner.refactorize(before, saved.request());
+    loaded.runner.refactorize(*after, loaded.request());
     expectSameBits<Cell>(*before.x, *after->x);
     EXPECT_EQ(loaded.runner.analyses(), 0);
     EXPECT_EQ(loaded.runner.factorizations(), 1);
@@ -138,7 +138,7 @@ void expectAllRoadsComeBack()
             expectTheRoadComesBack<Cell>(road, gridOf<Cell>(Values::Hermitian, 9), folder);
         for (const Road road : {Road::Symmetric, Road::SymmetricPairs})
             expectTheRoadComesBack<Cell>(road, gridOf<Cell>(Values::Symmetric, 9), folder);
-        for (const Road road : {Road::Unmatched, Road::Matched, Road::Coarse, Road::Dense})
+        for (const Road road : {Road::Unmatched, Road::Matched, Road::Coarse, Road::Pivoted, Road::Dense})
             expectTheRoadComesBack<Cell>(road, gridOf<Cell>(Values::General, 9), folder);
     }
 }
@@ -166,7 +166,7 @@ TEST(SavedRoads, OfADiagonalMatrixComesBack)
     save<double>(saved, &before, folder.at("file"));
     std::optional<Outcome<double>> after = load<double>(loaded, folder.at("file"));
     ASSERT_TRUE(after && after->factor);
-    *after = loaded.runner.again(std::move(*after), loaded.request());
+    loaded.runner.again(*after, loaded.request());
     expectSameBits<double>(x, *after->x);
 }
 
@@ -201,6 +201,7 @@ public:
     {
         return {};
     }
+    double operations(std::int32_t) const override { return 0.0; }
     std::unique_ptr<Factored> another() override { return nullptr; }
 };
 

@@ -55,9 +55,9 @@ TEST(ComplexCommand, EachTypeTakesItsRoad)
         {Symmetry::Hermitian, -3.0, {0.6, 0.8}, "sparse LDL^H"},
         {Symmetry::Symmetric, {3.0, 1.0}, {0.6, 0.8}, "sparse LDL'"},
         {Symmetry::Symmetric, 3.0, 1.0, "sparse Cholesky"}, // also hermitian
-        {Symmetry::General, {3.0, 1.0}, {0.6, 0.8}, "sparse LU"},
-        {Symmetry::General, {1.2, 0.1}, {0.6, 0.8}, "sparse LU with matching"},
-        {Symmetry::SkewSymmetric, 0.0, {0.6, 0.8}, "sparse LU with matching", 78},
+        {Symmetry::General, {3.0, 1.0}, {0.6, 0.8}, "sparse LU with partial pivoting"},
+        {Symmetry::General, {1.2, 0.1}, {0.6, 0.8}, "sparse LU with partial pivoting"},
+        {Symmetry::SkewSymmetric, 0.0, {0.6, 0.8}, "sparse LU with partial pivoting", 78},
     };
     const Scratch scratch;
     for (const Case& c : table) {

@@ -73,7 +73,7 @@ TEST(SolveCommand, ReportsInWords)
                      "size              2 x 2\n"
                      "entries           3\n"
                      "right-hand sides  1\n"
-                     "road              sparse LU with matching\n"
+                     "road              sparse LU with partial pivoting\n"
                      "ordering          minimum degree\n"
                      "factor entries    [0-9]+\n"
                      "factor            [0-9]+ B in memory\n"
@@ -99,7 +99,7 @@ TEST(SolveCommand, ReportsInJson)
     EXPECT_EQ(report["rows"].number(), 2);
     EXPECT_EQ(report["cols"].number(), 2);
     EXPECT_EQ(report["entries"].number(), 3);
-    EXPECT_EQ(report["road"].text(), "sparse LU with matching");
+    EXPECT_EQ(report["road"].text(), "sparse LU with partial pivoting");
     EXPECT_EQ(report["residual"].number(), 0.0);
     EXPECT_EQ(report["max_error"].number(), 0.0);
     EXPECT_EQ(report["status"].text(), "accurate");

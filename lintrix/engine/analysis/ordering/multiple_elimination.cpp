@@ -77,11 +77,13 @@ void MultipleElimination::eliminate(int p)
         touched_[touchedCount_++] = v;
     }
     remaining_.update(p);
+    const std::size_t before = ordered_;
     int v = p;
     do {
         order_[ordered_++] = v;
         v = remaining_.nextMember(v);
     } while (v != p);
+    cost_.add(static_cast<std::int64_t>(ordered_ - before), remaining_.degree(p));
 }
 
 void MultipleElimination::appendDense(const Graph& graph)
@@ -91,6 +93,7 @@ void MultipleElimination::appendDense(const Graph& graph)
         if (dense_[v] != 0) order_[ordered_++] = v;
     }
     std::ranges::sort(last, {}, [&](int v) { return std::pair(graph.degree(v), v); });
+    cost_.add(static_cast<std::int64_t>(last.size()), 0);
 }
 
 } // namespace Velmar::Lintrix::detail::engine

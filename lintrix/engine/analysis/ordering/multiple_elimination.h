@@ -6,7 +6,24 @@
 #include <lintrix/engine/analysis/ordering/degree_lists.h>
 #include <lintrix/engine/analysis/ordering/quotient_graph.h>
 
+#include <cstdint>
+
 namespace Velmar::Lintrix::detail::engine {
+
+/// Of an elimination along the diagonal, the pattern being symmetric.
+struct EliminationCost {
+    std::int64_t lowerNonZeros = 0; ///< entries of L, diagonal included
+    double operations = 0.0;        ///< that make L and U out of real numbers
+
+    /// `pivots` columns of one element, with `boundary` rows below the last of them.
+    void add(std::int64_t pivots, std::int64_t boundary)
+    {
+        for (std::int64_t below = boundary; below < boundary + pivots; ++below) {
+            lowerNonZeros += below + 1;
+            operations += static_cast<double>(below) * static_cast<double>(2 * below + 1);
+        }
+    }
+};
 
 /// Eliminates a whole graph. The vertices stand in lists by degree. A pass takes pivots from the lists of the
 /// lowest degree and of those up to `delta` higher; what a pivot touches leaves the lists until the pass is
@@ -25,6 +42,10 @@ public:
     Failure run(const Graph& graph, int delta, std::span<const std::uint8_t> stages, int bound,
                 std::span<int> order);
 
+    /// Of the order found. The dense vertices count as a full block at the end, and not in the columns before
+    /// it.
+    const EliminationCost& cost() const noexcept { return cost_; }
+
 private:
     Failure allocate(int n);
     void leaveOutDense(const Graph& graph);
@@ -41,6 +62,7 @@ private:
     std::span<const std::uint8_t> stages_;
     std::span<int> order_;
     std::size_t ordered_ = 0; ///< positions filled
+    EliminationCost cost_{};
 };
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -1,0 +1,165 @@
+#include <lintrix/systems/roads/pivoted_factor.h>
+
+#include <lintrix/foundation/failures.h>
+#include <lintrix/services/work.h>
+#include <lintrix/systems/quality/vector_norms.h>
+#include <lintrix/systems/roads/columns.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace Velmar::Lintrix::detail::roads {
+
+using namespace sparse_lu;
+
+namespace {
+
+constexpr double kThreshold = 0.1, kSymmetricThreshold = 0.01;
+
+// Operations of real numbers an element of L and U up to which columns one by one are faster than supernodes.
+// Measured on the circuits, networks and linear programs of the test collection, and on meshes; so are the
+// limits below: elements of A a row, rows up to which meshes and full rows pay, and the share of light ones.
+constexpr double kMostPerElement = 30.0, kMostPerComplexElement = 25.0;
+constexpr double kMostPerRow = 12.0, kLightShare = 0.1;
+constexpr std::int32_t kSmallDense = 500, kSmallMesh = 1500, kLight = 3;
+
+/// Rows that are light, or whose column is.
+std::ptrdiff_t lightOnes(std::span<const std::int32_t> rowPointers,
+                         std::span<const std::int32_t> columnIndices)
+{
+    std::vector<std::int32_t> lengths(rowPointers.size() - 1); // of columns
+    for (const std::int32_t column : columnIndices) ++lengths[static_cast<std::size_t>(column) - 1];
+    for (std::size_t i = 0; i < lengths.size(); ++i)
+        lengths[i] = std::min(lengths[i], rowPointers[i + 1] - rowPointers[i]);
+    return std::ranges::count_if(lengths, [](std::int32_t length) { return length <= kLight; });
+}
+
+} // namespace
+
+bool mayPivotedPay(std::span<const std::int32_t> rowPointers, std::span<const std::int32_t> columnIndices)
+{
+    const auto n = static_cast<double>(rowPointers.size() - 1);
+    if (n <= kSmallDense) return true;
+    if (static_cast<double>(columnIndices.size()) > kMostPerRow * n) return false;
+    return n <= kSmallMesh || static_cast<double>(lightOnes(rowPointers, columnIndices)) >= kLightShare * n;
+}
+
+template <class Cell>
+PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern)
+    : A_(&A), threshold_(symmetricPattern ? kSymmetricThreshold : kThreshold),
+      lu_(std::make_shared<SparseLU<Cell>>(A, threshold_))
+{
+}
+
+template <class Cell>
+bool PivotedFactor<Cell>::pays() const
+{
+    if (lu_->analysed() != LuOutcome::Done) return false;
+    constexpr double most = std::is_same_v<Cell, double> ? kMostPerElement : kMostPerComplexElement;
+    return lu_->plan().operations <= most * 2.0 * static_cast<double>(lu_->plan().lowerNonZeros);
+}
+
+template <class Cell>
+RoadCost PivotedFactor<Cell>::cost() const
+{
+    constexpr double perCell = std::is_same_v<Cell, double> ? 1.0 : 4.0;
+    constexpr double bytesPerEntry = 2.0 * (sizeof(Cell) + sizeof(std::int32_t)); // the arrays double
+    const EliminationPlan& plan = lu_->plan();
+    const double bytes = bytesPerEntry * (2.0 * static_cast<double>(plan.lowerNonZeros) +
+                                          static_cast<double>(A_->NumElements()));
+    return {plan.lowerNonZeros, perCell * plan.operations, bytes, bytes, bytes};
+}
+
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::answerOf(LuOutcome outcome) const
+{
+    switch (outcome) {
+    case LuOutcome::Done:
+        return {};
+    case LuOutcome::TooMuchFill:
+        return {.error = kTooMuchFill};
+    case LuOutcome::Singular:
+        return {kEngineNumeric, lu_->singularColumn() + 1, lu_->singularBlock() + 1};
+    case LuOutcome::NotFinite:
+    case LuOutcome::StructurallySingular:
+    case LuOutcome::PivotsSpoilt:
+        break;
+    }
+    return {.error = kEngineNumeric};
+}
+
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::factorize(const LuBounds& bounds)
+{
+    isComplete_ = false;
+    const LuOutcome outcome = lu_->factorize(*A_, bounds);
+    isComplete_ = outcome == LuOutcome::Done;
+    return answerOf(outcome);
+}
+
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::refactorize(const LuBounds& bounds)
+{
+    if (isComplete_ && lu_->refactorize(*A_) == LuOutcome::Done) return {};
+    isComplete_ = false;
+    lu_ = std::make_shared<SparseLU<Cell>>(*A_, threshold_);
+    return factorize(bounds);
+}
+
+template <class Cell>
+double PivotedFactor<Cell>::operations(std::int32_t rightHands) const
+{
+    constexpr double perEntry = std::is_same_v<Cell, double> ? 2.0 : 8.0;
+    return perEntry * static_cast<double>(entries()) * rightHands;
+}
+
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                                        std::optional<std::int32_t> steps)
+try {
+    steps_ = 0;
+    X = B;
+    lu_->solve(op, cellsOf(X));
+    WorkScope::tell(operations(B.Cols()));
+    if (const std::int32_t most = std::abs(steps.value_or(0)); most > 0) steps_ = refine(B, X, op, most);
+    return {};
+} catch (const NotEnoughMemoryException&) {
+    return {.error = kEngineNoMemory};
+} catch (const std::bad_alloc&) {
+    return {.error = kEngineNoMemory};
+}
+
+/// Each column as long as a step halves its residual. @return  the steps of the column that took most
+template <class Cell>
+std::int32_t PivotedFactor<Cell>::refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                                         std::int32_t most) const
+{
+    std::int32_t longest = 0;
+    for (std::int32_t j = 0; j < B.Cols(); ++j) {
+        const MatrixOf<Cell> b = columnOf(B, j);
+        MatrixOf<Cell> x = columnOf(X, j), r = residualOf<Cell>(*A_, x, b, op);
+        for (std::int32_t step = 1; step <= most; ++step) {
+            MatrixOf<Cell> correction(r);
+            lu_->solve(op, cellsOf(correction));
+            WorkScope::tell();
+            MatrixOf<Cell> next = x + correction, left = residualOf<Cell>(*A_, next, b, op);
+            const double before = largestModulus(cellsOf(r).data(), B.Rows()),
+                         after = largestModulus(cellsOf(left).data(), B.Rows());
+            if (!(after < before)) break;
+            longest = std::max(longest, step);
+            x = std::move(next);
+            r = std::move(left);
+            if (after > 0.5 * before) break;
+        }
+        copyColumns(x, X, j);
+    }
+    return longest;
+}
+
+template class PivotedFactor<double>;
+template class PivotedFactor<Complex>;
+
+} // namespace Velmar::Lintrix::detail::roads

@@ -1,0 +1,248 @@
+#include <lintrix/systems/sparse_lu/sparse_lu.h>
+
+#include <lintrix/systems/cells.h>
+#include <lintrix/systems/sparse_lu/cell_arithmetic.h>
+#include <lintrix/systems/sparse_lu/lu_substitution.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <numeric>
+
+namespace Velmar::Lintrix::detail::sparse_lu {
+
+namespace {
+
+// No scale passes 2^1000, so that a row of the smallest numbers stays finite.
+constexpr int kLargestExponent = 1000;
+
+/// A power of two that brings `largest` to [1/2, 1), where there is one in range.
+double scaleFor(double largest)
+{
+    if (largest == 0.0) return 1.0;
+    return std::ldexp(1.0, -std::clamp(std::ilogb(largest) + 1, -kLargestExponent, kLargestExponent));
+}
+
+// Operations above those foretold for pivots on the diagonal from which on the columns are ordered anew; and
+// those of which nothing is said.
+constexpr double kExcess = 4.0, kFewOperations = 1e6;
+
+std::vector<std::int32_t> inverseOf(std::span<const std::int32_t> at)
+{
+    std::vector<std::int32_t> positions(at.size());
+    for (std::size_t k = 0; k < at.size(); ++k) positions[at[k]] = static_cast<std::int32_t>(k);
+    return positions;
+}
+
+} // namespace
+
+/// Column by column the rows, scaled values and slots of what is not zero.
+template <class Cell>
+struct SparseLU<Cell>::Columns {
+    PatternArrays pattern;
+    std::vector<std::int32_t> slots{};
+    std::vector<Cell> values{};
+};
+
+template <class Cell>
+SparseLU<Cell>::SparseLU(const SparseOf<Cell>& A, double threshold)
+    : order_(A.Rows()), threshold_(threshold), scales_(static_cast<std::size_t>(A.Rows()))
+{
+    if (!scaleRows(A)) {
+        analysed_ = LuOutcome::NotFinite;
+        return;
+    }
+    const Columns columns = columnsOf(A);
+    std::vector<double> sizes(columns.values.size());
+    std::ranges::transform(columns.values, sizes.begin(), [](const Cell& x) { return sizeOf(x); });
+    matching_ = strongMatching(columns.pattern, sizes, threshold_);
+    if (matching_.size < order_) {
+        analysed_ = LuOutcome::StructurallySingular;
+        return;
+    }
+    plan(columns, ColumnOrder::AlongDiagonal);
+}
+
+template <class Cell>
+SparseLU<Cell>::SparseLU(SparseLuParts<Cell> parts, double threshold)
+    : order_(static_cast<std::int32_t>(parts.scales.size())), threshold_(threshold),
+      scales_(std::move(parts.scales)), plan_(std::move(parts.plan)), arrays_(std::move(parts.arrays))
+{
+    arrays_.blockStarts = plan_.blockStarts;
+}
+
+/// @return false  there is an element that is not finite
+template <class Cell>
+bool SparseLU<Cell>::scaleRows(const SparseOf<Cell>& A)
+{
+    const auto starts = A.RowPointers();
+    const auto values = A.Values();
+    for (std::int32_t i = 0; i < order_; ++i) {
+        double largest = 0.0;
+        for (std::int32_t k = starts[i] - 1; k < starts[i + 1] - 1; ++k) {
+            const Cell value = values[k];
+            if (!isFinite(value)) return false;
+            largest = std::max(largest, std::max(std::abs(std::real(value)), std::abs(std::imag(value))));
+        }
+        scales_[i] = scaleFor(largest);
+    }
+    return true;
+}
+
+template <class Cell>
+auto SparseLU<Cell>::columnsOf(const SparseOf<Cell>& A) const -> Columns
+{
+    const auto starts = A.RowPointers(), cols = A.ColumnIndices();
+    const auto values = A.Values();
+    Columns result{{order_, order_, std::vector<std::int32_t>(static_cast<std::size_t>(order_) + 1)}};
+    std::vector<std::int32_t>& ends = result.pattern.starts;
+    for (std::size_t k = 0; k < cols.size(); ++k) ends[cols[k]] += values[k] != 0.0;
+    std::partial_sum(ends.begin(), ends.end(), ends.begin());
+    const auto entries = static_cast<std::size_t>(ends.back());
+    result.pattern.columns.resize(entries);
+    result.slots.resize(entries);
+    result.values.resize(entries);
+    std::vector<std::int32_t> next(ends.begin(), ends.end() - 1);
+    for (std::int32_t i = 0; i < order_; ++i) {
+        for (std::int32_t k = starts[i] - 1; k < starts[i + 1] - 1; ++k) {
+            if (values[k] == 0.0) continue;
+            const std::int32_t place = next[cols[k] - 1]++;
+            result.pattern.columns[place] = i;
+            result.slots[place] = k;
+            result.values[place] = values[k] * scales_[i];
+        }
+    }
+    return result;
+}
+
+template <class Cell>
+void SparseLU<Cell>::plan(const Columns& columns, ColumnOrder order)
+{
+    plan_ = planElimination(columns.pattern, matching_, order);
+    place(columns);
+    arrays_.blockStarts = plan_.blockStarts;
+    arrays_.L = GrowingColumns<Cell>(order_);
+    arrays_.U = GrowingColumns<Cell>(order_);
+    arrays_.pivots.assign(static_cast<std::size_t>(order_), Cell());
+    arrays_.operations = arrays_.growth = 0.0;
+}
+
+/// A by positions, what is above a block before what is in it.
+template <class Cell>
+void SparseLU<Cell>::place(const Columns& columns)
+{
+    const std::vector<std::int32_t> positionOf = inverseOf(plan_.rowAt);
+    PlacedColumns<Cell>& A = arrays_.A;
+    const std::size_t entries = columns.values.size();
+    A.starts.resize(static_cast<std::size_t>(order_) + 1);
+    A.ownStarts.resize(static_cast<std::size_t>(order_));
+    A.rows.resize(entries);
+    A.slots.resize(entries);
+    A.values.resize(entries);
+    std::int32_t next = 0;
+    for (std::int32_t block = 0; block < plan_.blocks(); ++block) {
+        const std::int32_t blockStart = plan_.blockStarts[block];
+        for (std::int32_t k = blockStart; k < plan_.blockStarts[block + 1]; ++k) {
+            const std::int32_t begin = columns.pattern.starts[plan_.columnAt[k]],
+                               end = columns.pattern.starts[plan_.columnAt[k] + 1];
+            A.starts[k] = next;
+            std::int32_t back = next + end - begin;
+            A.starts[k + 1] = back;
+            for (std::int32_t e = begin; e < end; ++e) {
+                const std::int32_t row = positionOf[columns.pattern.columns[e]];
+                const std::int32_t to = row < blockStart ? next++ : --back;
+                A.rows[to] = row;
+                A.slots[to] = columns.slots[e];
+                A.values[to] = columns.values[e];
+            }
+            A.ownStarts[k] = next;
+            next = A.starts[k + 1];
+        }
+    }
+}
+
+template <class Cell>
+LuOutcome SparseLU<Cell>::factorize(const SparseOf<Cell>& A, const LuBounds& bounds)
+{
+    if (analysed_ != LuOutcome::Done) return analysed_;
+    const double foretold = std::max(kExcess * operationsOf(Cell()) / 2.0 * plan_.operations, kFewOperations);
+    LuBounds first = bounds;
+    first.operations = std::min(bounds.operations, foretold);
+    const LuOutcome outcome = eliminate(first);
+    if (outcome != LuOutcome::TooMuchFill || first.operations == bounds.operations) return outcome;
+    plan(columnsOf(A), ColumnOrder::AnyRows);
+    return eliminate(bounds);
+}
+
+template <class Cell>
+LuOutcome SparseLU<Cell>::eliminate(const LuBounds& bounds)
+{
+    LeftLooking<Cell> elimination(arrays_, threshold_, bounds);
+    const LuOutcome outcome = elimination.run();
+    if (outcome == LuOutcome::Singular) {
+        singularColumn_ = plan_.columnAt[elimination.column()];
+        singularBlock_ = elimination.block();
+    }
+    if (outcome != LuOutcome::Done) return outcome;
+    std::vector<std::int32_t> rowAt(plan_.rowAt.size());
+    for (std::size_t k = 0; k < rowAt.size(); ++k) rowAt[elimination.positionOf()[k]] = plan_.rowAt[k];
+    plan_.rowAt = std::move(rowAt);
+    return outcome;
+}
+
+template <class Cell>
+LuOutcome SparseLU<Cell>::refactorize(const SparseOf<Cell>& A)
+{
+    if (!scaleRows(A)) return LuOutcome::NotFinite;
+    PlacedColumns<Cell>& placed = arrays_.A;
+    const auto values = A.Values();
+    std::int64_t zeros = static_cast<std::int64_t>(values.size());
+    for (std::size_t e = 0; e < placed.slots.size(); ++e) {
+        const Cell value = values[placed.slots[e]];
+        zeros -= value != 0.0;
+        placed.values[e] = value * scales_[plan_.rowAt[placed.rows[e]]];
+    }
+    // What was zero before has no place, and must still be zero.
+    if (zeros != std::ranges::count(values, Cell())) return LuOutcome::PivotsSpoilt;
+    constexpr double kLeastPart = 1e-3; // of a threshold
+    return eliminateAgain(arrays_, kLeastPart * threshold_);
+}
+
+template <class Cell>
+void SparseLU<Cell>::solve(TransposeMode op, std::span<Cell> X) const
+{
+    const bool transposed = op != TransposeMode::NotTransposed;
+    const std::span<const std::int32_t> from = transposed ? columnAt() : rowAt(),
+                                        to = transposed ? rowAt() : columnAt();
+    const auto n = static_cast<std::size_t>(order_);
+    const std::size_t all = X.size() / n;
+    std::vector<Cell> y(n * std::min<std::size_t>(all, kMostColumns));
+    for (std::size_t done = 0; done < all;) {
+        const std::size_t left = all - done, width = left >= kMostColumns ? kMostColumns : left >= 2 ? 2 : 1;
+        Cell* const x = X.data() + done * n;
+        for (std::size_t k = 0; k < n; ++k) {
+            const double scale = transposed ? 1.0 : scales_[from[k]];
+            for (std::size_t c = 0; c < width; ++c) y[k * width + c] = x[c * n + from[k]] * scale;
+        }
+        substitute(arrays_, static_cast<std::int32_t>(width), op, y.data());
+        for (std::size_t k = 0; k < n; ++k) {
+            const double scale = transposed ? scales_[to[k]] : 1.0;
+            for (std::size_t c = 0; c < width; ++c) x[c * n + to[k]] = y[k * width + c] * scale;
+        }
+        done += width;
+    }
+}
+
+template <class Cell>
+std::int64_t SparseLU<Cell>::entries() const noexcept
+{
+    std::int64_t above = 0;
+    for (std::size_t k = 0; k < arrays_.A.ownStarts.size(); ++k)
+        above += arrays_.A.ownStarts[k] - arrays_.A.starts[k];
+    return arrays_.L.entries() + arrays_.U.entries() + order_ + above;
+}
+
+template class SparseLU<double>;
+template class SparseLU<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail::sparse_lu
