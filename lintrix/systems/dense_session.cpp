@@ -45,8 +45,8 @@ public:
     {
     }
 
-    std::int32_t rows() const noexcept override { return A_.Rows(); }
-    std::int32_t cols() const noexcept override { return A_.Cols(); }
+    std::int32_t rows() const override { return A_.Rows(); }
+    std::int32_t cols() const override { return A_.Cols(); }
     const MatrixTraits& traits() const noexcept override { return traits_; }
     std::int32_t analyses() const override { return 0; }
     std::int32_t factorizations() const override { return factorizations_; }
@@ -55,6 +55,7 @@ public:
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
+        this->requireSizes(given, known, op, rows(), cols());
         ControlledRun run(this->watch_);
         const SystemForecast forecast = cost();
         const double columns = given ? given->Cols() : known ? known->Cols() : 1;
@@ -98,8 +99,8 @@ private:
         if (factor_) return *factor_;
         WorkScope::expect(cost().operations);
         factor_ = std::make_unique<DenseFactor<Cell>>(A_);
-        WorkScope::tell(cost().operations);
         ++factorizations_;
+        WorkScope::tell(cost().operations);
         return *factor_;
     }
 
@@ -124,9 +125,9 @@ private:
                               const M* known, TransposeMode op) const
     {
         const std::int32_t count = X.Cols() - 1;
-        Answer<M> found{.road = "LU",
-                        .probeError = probeErrorInUnits(columnOf(columns.known, columns.known.Cols() - 1),
-                                                        columnOf(X, count))};
+        Answer<M> found{
+            .road = "LU",
+            .probeError = probeError(columnOf(columns.known, columns.known.Cols() - 1), columnOf(X, count))};
         M B(columns.B);
         B.Cols(count);
         X.Cols(count);
@@ -157,8 +158,8 @@ private:
         const bool isUnique = known && A.Rows() >= A.Cols();
         WorkScope::expect(cost().operations);
         Answer<M> found = solveDense(A, B);
-        WorkScope::tell(cost().operations);
         ++factorizations_;
+        WorkScope::tell(cost().operations);
         finish("solve");
         const Quality quality = found.status == Status::Solved ? judge(A, *found.x, B) : Quality();
         return told(found, A, quality, isUnique ? known : nullptr);

@@ -71,12 +71,6 @@ std::int32_t LinearSystem<Cell>::Cols() const noexcept
 }
 
 template <class Cell>
-std::int32_t LinearSystem<Cell>::rowsOf(TransposeMode op) const noexcept
-{
-    return op == TransposeMode::NotTransposed ? Rows() : Cols();
-}
-
-template <class Cell>
 const MatrixTraits& LinearSystem<Cell>::Traits() const noexcept
 {
     return session_->traits();
@@ -103,7 +97,6 @@ Verdict LinearSystem<Cell>::Factorize()
 template <class Cell>
 SystemAnswer<Cell> LinearSystem<Cell>::Solve(const M& B, TransposeMode op)
 {
-    if (B.Rows() != rowsOf(op)) throw SizeMismatchException();
     return session_->solve(&B, nullptr, op);
 }
 
@@ -116,7 +109,6 @@ SystemAnswer<Cell> LinearSystem<Cell>::Solve(const V& b, TransposeMode op)
 template <class Cell>
 SystemAnswer<Cell> LinearSystem<Cell>::SolveKnown(const M& known, TransposeMode op)
 {
-    if (known.Rows() != Rows() + Cols() - rowsOf(op)) throw SizeMismatchException();
     return session_->solve(nullptr, &known, op);
 }
 

@@ -171,6 +171,7 @@ public:
     std::int32_t Rows() const noexcept;
     std::int32_t Cols() const noexcept;
     /// What the values of a sparse matrix tell before anything is factorized; nothing of a dense one.
+    /// Good until the next `Update`.
     const MatrixTraits& Traits() const noexcept;
 
     /// Of the first road, for one right-hand side. Cost: an analysis, or two where the order is in question;
@@ -220,8 +221,6 @@ public:
 
 private:
     explicit LinearSystem(std::unique_ptr<detail::SystemSession<Cell>> session);
-
-    std::int32_t rowsOf(TransposeMode op) const noexcept;
 
     std::unique_ptr<detail::SystemSession<Cell>> session_;
 };

@@ -38,8 +38,8 @@ public:
     {
     }
 
-    std::int32_t rows() const noexcept override { return A_.Rows(); }
-    std::int32_t cols() const noexcept override { return A_.Cols(); }
+    std::int32_t rows() const override { return A_.Rows(); }
+    std::int32_t cols() const override { return A_.Cols(); }
     const MatrixTraits& traits() const noexcept override { return traits_; }
     std::int32_t analyses() const override
     {
@@ -62,6 +62,7 @@ public:
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
+        this->requireSizes(given, known, op, rows(), cols());
         const std::lock_guard turn(busy_);
         ControlledRun run(this->watch_);
         SystemAnswer<Cell> answer = settledOrAsBefore(given, known, op);

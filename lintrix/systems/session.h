@@ -2,11 +2,13 @@
 /// @file
 /// What stands behind a `LinearSystem`: a matrix, and what has been found out about it.
 
+#include <lintrix/foundation/failures.h>
 #include <lintrix/services/section_file.h>
 #include <lintrix/systems/linear_system.h>
 #include <lintrix/systems/run_control.h>
 
 #include <memory>
+#include <utility>
 
 namespace Velmar::Lintrix::detail {
 
@@ -22,16 +24,25 @@ public:
 
     void limits(const RunLimits& limits) { watch_.limits(limits); }
 
-    virtual std::int32_t rows() const noexcept = 0;
-    virtual std::int32_t cols() const noexcept = 0;
+    virtual std::int32_t rows() const = 0;
+    virtual std::int32_t cols() const = 0;
     virtual const MatrixTraits& traits() const noexcept = 0;
     virtual SystemForecast forecast() = 0;
     /// `given` or `known` columns, or neither: the probe alone.
+    /// @throws SizeMismatchException  before anything else
     virtual SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) = 0;
     virtual std::int32_t analyses() const = 0;
     virtual std::int32_t factorizations() const = 0;
 
 protected:
+    static void requireSizes(const M* given, const M* known, TransposeMode op, std::int32_t rows,
+                             std::int32_t cols)
+    {
+        if (op != TransposeMode::NotTransposed) std::swap(rows, cols);
+        if ((given && given->Rows() != rows) || (known && known->Rows() != cols))
+            throw SizeMismatchException();
+    }
+
     RunWatch watch_;
 };
 

@@ -69,8 +69,12 @@ public:
     {
     }
 
-    std::int32_t rows() const noexcept override { return matrix_.Size(); }
-    std::int32_t cols() const noexcept override { return matrix_.Size(); }
+    std::int32_t rows() const override
+    {
+        const std::shared_lock together(busy_);
+        return matrix_.Size();
+    }
+    std::int32_t cols() const override { return rows(); }
     const MatrixTraits& traits() const noexcept override { return matrix_.Traits(); }
     std::int32_t analyses() const override
     {
@@ -96,6 +100,7 @@ public:
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
+        this->requireSizes(given, known, op, rows(), rows());
         ControlledRun run(this->watch_);
         std::optional<SystemAnswer<Cell>> answer = solvedTogether(given, known, op);
         if (!answer) answer = solvedAlone(given, known, op);
@@ -166,6 +171,7 @@ private:
         const bool serves =
             best_ && best_->factor && !isFactorOld_ && exhausted_ == Verdict::Accurate && isKnownOnce(*best_);
         if (!serves) return std::nullopt;
+        this->requireSizes(given, known, op, matrix_.Size(), matrix_.Size());
         Outcome<Cell> outcome = best_->road();
         outcome.factor = others_.take(*best_->factor);
         if (!outcome.factor) return std::nullopt;
@@ -188,6 +194,7 @@ private:
     SystemAnswer<Cell> solvedAlone(const M* given, const M* known, TransposeMode op)
     {
         const std::lock_guard turn(busy_);
+        this->requireSizes(given, known, op, matrix_.Size(), matrix_.Size()); // which may have changed
         if (isStructurallySingular()) return structurallySingular(given, op);
         const ProbedColumns<Cell> columns = columnsOf(given, known, op);
         others_.clear();
@@ -284,6 +291,8 @@ private:
         } else if (!outcome || !isGoodEnough(*outcome)) {
             outcome.reset();
             outcome = searched(request);
+        } else if (outcome->verdict() == Verdict::Accurate && !outcome->reusedFactor) {
+            exhausted_ = Verdict::Accurate;
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
         SystemAnswer<Cell> answer = judged(*outcome, request, units);
@@ -356,11 +365,6 @@ private:
     {
         const bool isOld = std::exchange(isFactorOld_, false);
         if (isOld) left_.clear();
-        if (isOld && best_ && best_->factor && options_.reuseFactor) {
-            runner_.precondition(*best_, request);
-            isFactorOld_ = best_->x && best_->verdict() == Verdict::Accurate;
-            if (isFactorOld_) return std::exchange(best_, std::nullopt);
-        }
         if (!best_ || !best_->taken || (isOld && !best_->factor)) {
             best_.reset();
         } else if (isOld) {

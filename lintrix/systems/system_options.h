@@ -93,7 +93,7 @@ struct SystemOptions {
     /// a thousand times for the same `all`. It must not call the system; what it throws ends the phase.
     std::function<void(double done, double all)> progress{};
     /// Is told the name of each step when it has ended: analyse, factorize, solve, check. By several threads
-    /// at once where these solve together.
+    /// at once where these solve together. It must not call the system.
     std::function<void(std::string_view step)> stepDone{};
 };
 

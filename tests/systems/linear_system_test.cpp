@@ -848,6 +848,36 @@ TEST(LinearSystem, ThreadsSolveAtTheSameTimeWithOneFactor)
     expectThatThreadsMeet(system, atSolve, 60);
 }
 
+TEST(LinearSystem, ThreadsSolveAtTheSameTimeAfterOtherValuesCame)
+{
+    std::function<void()> atSolve = [] {};
+    SystemOptions options;
+    options.stepDone = [&](std::string_view step) {
+        if (step == "solve") atSolve();
+    };
+    SparseMatrix A = bandOf<double>(Kind::General, 60, 6);
+    LinearSystem system(A, options);
+    ASSERT_EQ(system.Factorize(), Verdict::Accurate);
+    A(3, 3) *= 1.5;
+    ASSERT_EQ(system.Update(A), SystemChange::Values);
+    expectThatThreadsMeet(system, atSolve, 60);
+}
+
+TEST(LinearSystem, AFactorThatDoesNotPreconditionIsTriedOnce)
+{
+    std::vector<std::string> steps;
+    SystemOptions options;
+    options.reuseFactor = true;
+    options.stepDone = [&](std::string_view step) { steps.emplace_back(step); };
+    LinearSystem system(cubeOf(16, 0.0, 1), options);
+    system.Factorize();
+    ASSERT_EQ(system.Update(cubeOf(16, 3.0, 4)), SystemChange::Values);
+    steps.clear();
+    EXPECT_FALSE(system.SolveKnown(blockOf<Matrix>(16 * 16 * 16, 1, 1)).reusedFactor);
+    const auto factorized = std::ranges::find(steps, "factorize");
+    EXPECT_EQ(std::count(steps.begin(), factorized, "solve"), 1);
+}
+
 TEST(LinearSystem, IsMovedWithItsFactor)
 {
     LinearSystem first(bandOf<double>(Kind::General, 40, 6));

@@ -96,16 +96,6 @@ void draw(Complex& cell, Draw next)
     cell = {real, next()};
 }
 
-/// The power of two that takes the larger part of a cell to [1/2, 1).
-template <class Cell>
-double unitOf(const Cell& cell)
-{
-    const double size = std::max(std::abs(std::real(cell)), std::abs(std::imag(cell)));
-    int exponent = 0;
-    std::frexp(size, &exponent);
-    return std::ldexp(1.0, -exponent);
-}
-
 } // namespace
 
 double worseError(double probeError, std::optional<double> knownError)
@@ -156,19 +146,6 @@ double probeError(const Block& known, const Block& found)
 }
 
 template <class Block>
-double probeErrorInUnits(const Block& known, const Block& found)
-{
-    Block z(known), x(found);
-    const auto zCells = cellsOf(z), xCells = cellsOf(x);
-    for (std::size_t i = 0; i < zCells.size(); ++i) {
-        const double unit = unitOf(zCells[i]);
-        zCells[i] *= unit;
-        xCells[i] *= unit;
-    }
-    return probeError(z, x);
-}
-
-template <class Block>
 Quality judge(const Block& A, const Block& X, const Block& B)
 {
     Block R(B);
@@ -193,7 +170,7 @@ ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const Matr
     const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
     ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),
                           scaledResidual(R, 1.0, normA, X, B, last, last + 1),
-                          probeErrorInUnits(columnOf(known, others), columnOf(X, last))};
+                          probeError(columnOf(known, others), columnOf(X, last))};
     for (std::int32_t k = 0; k < others; ++k) {
         const double error = probeError(columnOf(known, k), columnOf(X, last - others + k));
         quality.knownError = worseError(error, quality.knownError);
@@ -236,7 +213,5 @@ template double largestDifference(const Matrix&, const Matrix&);
 template double largestDifference(const CMatrix&, const CMatrix&);
 template double probeError(const Matrix&, const Matrix&);
 template double probeError(const CMatrix&, const CMatrix&);
-template double probeErrorInUnits(const Matrix&, const Matrix&);
-template double probeErrorInUnits(const CMatrix&, const CMatrix&);
 
 } // namespace Velmar::Lintrix::detail::roads

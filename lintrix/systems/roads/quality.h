@@ -69,11 +69,6 @@ LINTRIX_TESTABLE double largestDifference(const Block& X, const Block& Y);
 template <class Block>
 LINTRIX_TESTABLE double probeError(const Block& known, const Block& found);
 
-/// Of a probe, each element's error beside its own unit: an error that the largest unknowns hide would come
-/// out in others. The same as above where the units are alike.
-template <class Block>
-LINTRIX_TESTABLE double probeErrorInUnits(const Block& known, const Block& found);
-
 template <class Block>
 LINTRIX_TESTABLE bool allFinite(const Block& X);
 

@@ -181,6 +181,7 @@ std::unique_ptr<DirectRun> DirectRun::load(Road road, const EngineMatrix& matrix
         requireWhole(LoadFactorization(run->handle_.data(), matrix.mtype, matrix.n, matrix.ia, matrix.ja,
                                        run->slots_.data(), file));
     for (std::size_t k = 0; k < slots.size(); ++k) run->parameters_[kKeptSlots[k]] = slots[k];
+    run->entries_ = run->cost().entries;
     return run;
 }
 
