@@ -55,6 +55,7 @@ const std::vector<RealSystem>& systems()
         {"jagmesh7.mtx", 1138, 1138, 7450, "LU", 1e-9, "accurate", kSymmetric, "accurate", ""},
         {"plskz362.mtx", 362, 362, 1760, "LU", 1e-8, "accurate", kPivoted, "accurate", ""},
         {"bcsstk04.mtx", 132, 132, 3648, "LU", 1e-7, "accurate", kCholesky, "accurate", ""},
+        {"adder_dcop_32.mtx.gz", 1813, 1813, 11246, "LU", 1e-5, "", kPivoted, "accurate", ""},
         {"west0479.mtx", 479, 479, 1910, "LU", 1e-6, "accurate", kPivoted, "accurate", ""},
         {"lnsp_131.mtx", 131, 131, 536, "LU", 1e-6, "accurate", kPivoted, "accurate", ""},
         {"fs_183_1.mtx", 183, 183, 1069, "LU", 1e-2, "degraded", kPivoted, "", ""},
