@@ -217,7 +217,7 @@ private:
             settled = settled && found.settled;
             const std::optional<LeastSquaresRank> rank = solver.knownRank();
             isDeficient_ = isDeficient_ || (rank && rank->deficient);
-            if (rank) error_ = larger(error_, errorEstimate(found, *rank));
+            error_ = larger(error_, errorEstimate(found));
         }
         answer.residual = residual;
         answer.normalResidual = normal;
@@ -226,15 +226,11 @@ private:
         return answer;
     }
 
-    /// Of an x whose residual is no rounding: what is left of A^H*r moves x by (A^H*A)^-1 times it, up to the
-    /// square of the condition, which the probe does not see, since it leaves no residual. 0 of others.
-    double errorEstimate(const Answer& found, const LeastSquaresRank& rank) const
+    /// Of an x whose residual is no rounding, which the probe does not see, since it leaves none. 0 of
+    /// others.
+    double errorEstimate(const Answer& found) const
     {
-        if (found.consistent || isDeficient_) return 0.0;
-        const double size = euclideanNorm(found.x.data(), static_cast<std::int32_t>(found.x.size())) *
-                            euclideanNorm(A_.Values().data(), static_cast<std::int32_t>(A_.Values().size()));
-        if (size == 0.0) return 0.0;
-        return rank.condition * (found.normalResidual * (rank.condition * (found.residual / size)));
+        return found.consistent || isDeficient_ ? 0.0 : found.correction;
     }
 
     /// NaN where one of them is.

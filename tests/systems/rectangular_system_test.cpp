@@ -1,6 +1,7 @@
 // Sparse systems that are not square: what a factor would tell of the rank, told without one, too.
 
 #include <lintrix/lintrix.h>
+#include <tests/systems/torture/exact_least_squares.h>
 
 #include <gmock/gmock.h>
 
@@ -104,6 +105,36 @@ TEST(RectangularSystem, AnIllConditionedWideOneIsDegradedThoughItsProbeComesBack
     const auto answer = LinearSystem(entries.Assemble()).Solve(Vector{1.0, 1.0});
     EXPECT_EQ(answer.verdict, Verdict::Degraded);
     EXPECT_EQ(answer.reason, "ill-conditioned");
+}
+
+/// Two columns that are all but alike, in a unit far below that of the third: all of x is what little tells
+/// them apart, though beside ||A|| ||x|| the residual is nothing.
+TEST(RectangularSystem, WhatAColumnInALargeUnitHidesIsNotAccurate)
+{
+    for (unsigned seed = 0; seed < 6; ++seed) {
+        std::mt19937_64 generator(seed);
+        std::uniform_real_distribution<double> draw(-1.0, 1.0);
+        constexpr std::int32_t kRows = 20;
+        SparseAssembler entries(kRows, 3);
+        QuadMatrix A(kRows, 3);
+        Vector b(kRows);
+        for (std::int32_t i = 0; i < kRows; ++i) {
+            const double common = draw(generator), apart = 3e-5 * draw(generator), other = draw(generator);
+            const double row[] = {1e-3 * common, 1e-3 * (common + apart), 1e3 * other};
+            for (std::int32_t j = 0; j < 3; ++j) {
+                entries.Add(i, j, row[j]);
+                A(i, j) = row[j];
+            }
+            b(i) = draw(generator);
+        }
+        const auto answer = LinearSystem(entries.Assemble()).Solve(b);
+        QuadVector right, x;
+        for (std::int32_t i = 0; i < kRows; ++i) right.emplace_back(b(i));
+        for (std::int32_t j = 0; j < 3; ++j) x.emplace_back((*answer.x)(j, 0));
+        const QuadVector solution = ExactLeastSquares(A).solve(right);
+        const bool isFar = largest(difference(solution, x)) > 1e-5L * largest(solution);
+        EXPECT_FALSE(isFar && answer.verdict == Verdict::Accurate) << seed;
+    }
 }
 
 TEST(RectangularSystem, TheAdviceIsOfDeficiency)

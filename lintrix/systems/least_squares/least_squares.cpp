@@ -90,8 +90,10 @@ public:
     void iterateScaled();
     void iteratePlain(std::int32_t limit);
     void projectToRange(NormalEquations<Cell>& inverse);
+    void estimateError(NormalEquations<Cell>& inverse);
 
 private:
+    bool step(NormalEquations<Cell>& inverse, std::vector<Cell>& change);
     void measure(Answer& answer);
     bool offer(Answer&& answer);
     void runLsmr(const LinearMap<Cell>* right, double restart, std::int32_t limit, LeastSquaresMethod method);
@@ -146,19 +148,38 @@ bool LeastSquares<Cell>::Attempt::offer(Answer&& answer)
 template <class Cell>
 void LeastSquares<Cell>::Attempt::refineByNormalEquations(NormalEquations<Cell>& inverse)
 {
-    std::vector<Cell> step(g_.size()), y(M_.isAdjoint() ? r_.size() : 0);
+    std::vector<Cell> change(g_.size());
     bool again = true;
     for (int k = 0; again && k < kRefinements && !roundedOff(); ++k) {
-        measure(best_);
-        if (!inverse.apply(M_.isAdjoint() ? r_.data() : g_.data(), M_.isAdjoint() ? y.data() : step.data()))
-            return;
-        if (M_.isAdjoint()) M_.times(y.data(), step.data());
+        if (!step(inverse, change)) return;
         Answer next{best_.x};
         next.method = LeastSquaresMethod::NormalEquations;
         next.refinements = 1;
-        addTo(step, next.x);
+        addTo(change, next.x);
         again = offer(std::move(next));
     }
+}
+
+/// W*A^H*r or A^H*W*r of the best answer. @return  whether it could be had
+template <class Cell>
+bool LeastSquares<Cell>::Attempt::step(NormalEquations<Cell>& inverse, std::vector<Cell>& change)
+{
+    measure(best_);
+    if (!M_.isAdjoint()) return inverse.apply(g_.data(), change.data());
+    std::vector<Cell> y(r_.size());
+    if (!inverse.apply(r_.data(), y.data())) return false;
+    M_.times(y.data(), change.data());
+    return true;
+}
+
+template <class Cell>
+void LeastSquares<Cell>::Attempt::estimateError(NormalEquations<Cell>& inverse)
+{
+    if (best_.consistent || best_.stopped) return;
+    std::vector<Cell> change(g_.size());
+    if (!step(inverse, change)) return;
+    const double left = norm(change);
+    best_.correction = left == 0.0 ? 0.0 : left / norm(best_.x);
 }
 
 /// t + M*w = f, M^H*t = g, with f = b, g = 0 and the answer w, or of a wide A with f = 0, g = b and the
@@ -440,6 +461,7 @@ LeastSquaresAnswer<Cell> LeastSquares<Cell>::solve(const Cell* b)
     else
         solveRegular(attempt);
     if (!attempt.done()) attempt.iterateScaled();
+    if (factorized_ && !rank_.deficient) attempt.estimateError(*inverse_);
     return attempt.take();
 }
 

@@ -37,6 +37,9 @@ struct LeastSquaresAnswer {
     /// solves a problem whose columns, and in the latter case b, are changed by so much. 1 where x is worse
     /// than 0.
     double backwardError = 0.0;
+    /// ||(A^H*A)^-1 * A^H*r|| / ||x|| by the factor, if there is one of a regular A: what is left of A^H*r
+    /// moves x by so much, in whatever units its elements are.
+    double correction = 0.0;
     bool consistent = false; ///< ||r|| is rounding: a few eps*(s + ||b||)
     /// That, or normalResidual is rounding: below 1e-13, or, r being no small part of b, below a few
     /// eps*s/||r||, since r is known to eps*s only.

@@ -29,6 +29,7 @@ std::string joined(const Parts&... parts)
 /// What was promised and did not hold, by the letter of the promise.
 struct Findings {
     int systems = 0, answers = 0, bounds = 0, wideBounds = 0, accurate = 0;
+    int references = 0, unknown = 0; ///< solutions to judge by, and those that do not know themselves
     std::map<std::string, std::vector<std::string>> broken{};
 
     void add(const std::string& promise, std::string text) { broken[promise].push_back(std::move(text)); }
