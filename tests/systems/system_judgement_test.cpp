@@ -342,6 +342,30 @@ TEST(SystemInertia, FollowsTheValues)
     EXPECT_EQ(system.Solve(B).inertia.value().negative, 1);
 }
 
+// The engine then iterates with the factor of earlier values, whose pivots tell nothing of these.
+TEST(SystemInertia, FollowsTheValuesWhereTheEngineKeepsTheFactorOfEarlierOnes)
+{
+    for (const auto strategy :
+         {FactorizationStrategy::ComputeAlways, FactorizationStrategy::ComputeWhenNeeded}) {
+        SystemOptions options;
+        options.engine.strategy = strategy;
+        std::vector<double> diagonal(40, 9.0);
+        for (std::size_t i = 0; i < diagonal.size(); i += 3) diagonal[i] = -9.0;
+        LinearSystem system(mirrored<double>(40, 1, diagonal), options);
+        const Matrix B = blockOf<Matrix>(40, 1, 1);
+        for (std::size_t flipped = 0; flipped < 6; ++flipped) {
+            SCOPED_TRACE(flipped);
+            const SparseMatrix A = mirrored<double>(40, 1, diagonal);
+            system.Update(A);
+            const Truth truth = truthOf(A.ToDense());
+            const CertainInertia told = system.Solve(B).inertia.value();
+            EXPECT_EQ(told.positive, truth.positive);
+            EXPECT_EQ(told.negative, truth.negative);
+            diagonal[flipped] = -diagonal[flipped];
+        }
+    }
+}
+
 double largestOf(const Matrix& A)
 {
     double largest = 0.0;
