@@ -366,6 +366,57 @@ TEST(SystemInertia, FollowsTheValuesWhereTheEngineKeepsTheFactorOfEarlierOnes)
     }
 }
 
+/// While it lives, factors in files stand in a folder for tests.
+class FilesInTestFolder {
+public:
+    FilesInTestFolder() { setenv(kName, (::testing::TempDir() + "judgement_factor").c_str(), 1); }
+    ~FilesInTestFolder() { unsetenv(kName); }
+
+private:
+    static constexpr const char* kName = "MKL_PARDISO_OOC_PATH";
+};
+
+/// An LU, whose pivots tell no signs: others have to be factorized for them.
+SystemOptions byLu()
+{
+    SystemOptions options;
+    options.type = MatrixType::Unsymmetric;
+    return options;
+}
+
+TEST(SystemInertia, IsLeftUncertainWhereTheBudgetHasNoRoomForASecondFactor)
+{
+    const FilesInTestFolder folder;
+    const SparseMatrix A = mirrored<double>(60, 1, std::vector<double>(60, 9.0));
+    const Matrix B = blockOf<Matrix>(60, 1, 1);
+    SystemOptions options = byLu();
+    const auto inertiaWithin = [&](int megabytes) -> std::optional<CertainInertia> {
+        options.memoryBudget = 1048576.0 * megabytes;
+        try {
+            return LinearSystem(A, options).Solve(B).inertia;
+        } catch (const OperationFailedException&) {
+            return std::nullopt; // too small
+        }
+    };
+    EXPECT_EQ(inertiaWithin(1000).value().positive, 60);
+    int least = 1;
+    std::optional<CertainInertia> told;
+    while (!(told = inertiaWithin(least))) ++least; // up to where the factor is in memory
+    EXPECT_EQ(told->uncertain, 60) << least << " MB";
+}
+
+TEST(SystemInertia, IsLeftUncertainWhereMemoryGivesOutAfterTheSolution)
+{
+    SystemOptions options = byLu();
+    bool isSolved = false;
+    options.stepDone = [&](std::string_view step) { isSolved = isSolved || step == "solve"; };
+    options.memoryLeft = [&] { return isSolved ? 0.0 : 1e9; };
+    LinearSystem system(mirrored<double>(60, 1, std::vector<double>(60, 9.0)), options);
+    const auto answer = system.Solve(blockOf<Matrix>(60, 1, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Accurate);
+    EXPECT_EQ(answer.inertia.value().uncertain, 60);
+}
+
 double largestOf(const Matrix& A)
 {
     double largest = 0.0;
@@ -539,16 +590,6 @@ TEST(ErrorBounds, ThatAreNotAskedForLeaveTheVerdictToResidualAndProbe)
     }
     EXPECT_EQ(answer.Explain().find("error at most"), std::string::npos);
 }
-
-/// While it lives, factors in files stand in a folder for tests.
-class FilesInTestFolder {
-public:
-    FilesInTestFolder() { setenv(kName, (::testing::TempDir() + "judgement_factor").c_str(), 1); }
-    ~FilesInTestFolder() { unsetenv(kName); }
-
-private:
-    static constexpr const char* kName = "MKL_PARDISO_OOC_PATH";
-};
 
 TEST(FactorsInFiles, ServeTheClassLikeThoseInMemory)
 {
