@@ -135,6 +135,15 @@ TEST(SystemCondition, IsNotAskedForWithoutBounds)
     EXPECT_EQ(answer.Explain().find("condition number"), std::string::npos);
 }
 
+TEST(SystemCondition, IsNoneOfNumbersThatAreNone)
+{
+    SparseMatrix A = scattered<double>(30, 0.0, 5);
+    A(4, 4) = std::nan("");
+    const auto answer = LinearSystem(A).Solve(blockOf<Matrix>(30, 1, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Failed);
+    EXPECT_FALSE(answer.condition) << *answer.condition;
+}
+
 /// Symmetric or Hermitian: a sum of a few couplings.
 template <class Cell>
 SparseOf<Cell> mirrored(std::int32_t n, std::uint64_t seed, const std::vector<double>& diagonal)
