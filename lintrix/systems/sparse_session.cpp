@@ -309,7 +309,7 @@ private:
         if (outcome.isSolvedByAnother() && outcome.factor) tellOfSingular(answer, request, outcome);
         if (outcome.quality) judgeFactor(answer, outcome);
         if (answer.x) judgeColumns(answer, request, units, outcome);
-        if (tellsInertia(outcome)) answer.inertia = inertiaOnce(outcome);
+        if (tellsInertia(outcome)) answer.inertia = inertiaOnce(outcome, request.B.Cols());
         return answer;
     }
 
@@ -440,10 +440,10 @@ private:
                std::isfinite(infinityNorm(MatrixView<Cell>(matrix_.Matrix())));
     }
 
-    const CertainInertia& inertiaOnce(Outcome<Cell>& outcome)
+    const CertainInertia& inertiaOnce(Outcome<Cell>& outcome, std::int32_t rightHands)
     {
         if (!outcome.inertia) {
-            outcome.inertia = sureInertia<Cell>(matrix_, outcome);
+            outcome.inertia = sureInertia<Cell>(matrix_, outcome, runner_.leftBeside(outcome, rightHands));
             runner_.finish("check");
         }
         return *outcome.inertia;

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -47,12 +48,12 @@ public:
         run_->keepSmallPivots();
     }
 
-    /// Whether a factorization can be had, and takes no long time.
-    bool isAffordable()
+    /// Whether a factorization can be had within so many bytes, and takes no long time.
+    bool isAffordable(double left)
     {
-        const EngineAnswer answer = run_->analyse(FactorStore::Memory, 1);
-        if (answer.error == kEngineNoMemory) throw NotEnoughMemoryException();
-        return answer.error == 0 && run_->cost().operations <= kAffordable;
+        const double own = 2.0 * sizeof(Cell) * static_cast<double>(values_.size());
+        if (left <= own || run_->analyse(FactorStore::Memory, 1).error != 0) return false;
+        return own + run_->bytesInMemory() <= left && run_->cost().operations <= kAffordable;
     }
 
     /// None where the factor is too far from A - shift*I.
@@ -99,13 +100,9 @@ Road roadForShifts(Road taken, std::int32_t perturbed)
     return byDiagonal && perturbed == 0 ? Road::Symmetric : Road::SymmetricPairs;
 }
 
-} // namespace
-
 template <class Cell>
-CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome)
+CertainInertia byShifts(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome, double left)
 {
-    const std::int32_t order = system.Size();
-    if (const std::optional<CertainInertia> known = atHand(order, outcome)) return *known;
     const double norm = infinityNorm(MatrixView<Cell>(system.Matrix()));
     ShiftedFactors<Cell> factors(system, roadForShifts(outcome.attempt.road, outcome.perturbed));
     int tries = 0;
@@ -115,11 +112,28 @@ CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outc
         if (!inertia) return {{}, 0.5 * kGrowth * std::abs(shift)}; // a larger one is to be tried
         return {*inertia, 0.0};
     };
-    if (!(norm > 0.0) || !factors.isAffordable()) return {0, 0, order, kInfinity};
-    return certainInertia(order, 0.5 * kShift * norm, inertiaOf);
+    if (!(norm > 0.0) || !factors.isAffordable(left)) return {0, 0, system.Size(), kInfinity};
+    return certainInertia(system.Size(), 0.5 * kShift * norm, inertiaOf);
 }
 
-template CertainInertia sureInertia(SystemMatrix<double>&, const Outcome<double>&);
-template CertainInertia sureInertia(SystemMatrix<Complex>&, const Outcome<Complex>&);
+} // namespace
+
+template <class Cell>
+CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome, double left)
+{
+    if (const std::optional<CertainInertia> known = atHand(system.Size(), outcome)) return *known;
+    const CertainInertia uncertain{0, 0, system.Size(), kInfinity};
+    if (left <= 0.0) return uncertain;
+    try {
+        return byShifts(system, outcome, left);
+    } catch (const NotEnoughMemoryException&) {
+        return uncertain;
+    } catch (const std::bad_alloc&) {
+        return uncertain;
+    }
+}
+
+template CertainInertia sureInertia(SystemMatrix<double>&, const Outcome<double>&, double);
+template CertainInertia sureInertia(SystemMatrix<Complex>&, const Outcome<Complex>&, double);
 
 } // namespace Velmar::Lintrix::detail

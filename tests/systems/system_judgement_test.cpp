@@ -135,6 +135,15 @@ TEST(SystemCondition, IsNotAskedForWithoutBounds)
     EXPECT_EQ(answer.Explain().find("condition number"), std::string::npos);
 }
 
+TEST(SystemCondition, IsNoneOfNumbersThatAreNone)
+{
+    SparseMatrix A = scattered<double>(30, 0.0, 5);
+    A(4, 4) = std::nan("");
+    const auto answer = LinearSystem(A).Solve(blockOf<Matrix>(30, 1, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Failed);
+    EXPECT_FALSE(answer.condition) << *answer.condition;
+}
+
 /// Symmetric or Hermitian: a sum of a few couplings.
 template <class Cell>
 SparseOf<Cell> mirrored(std::int32_t n, std::uint64_t seed, const std::vector<double>& diagonal)
@@ -342,6 +351,81 @@ TEST(SystemInertia, FollowsTheValues)
     EXPECT_EQ(system.Solve(B).inertia.value().negative, 1);
 }
 
+// The engine then iterates with the factor of earlier values, whose pivots tell nothing of these.
+TEST(SystemInertia, FollowsTheValuesWhereTheEngineKeepsTheFactorOfEarlierOnes)
+{
+    for (const auto strategy :
+         {FactorizationStrategy::ComputeAlways, FactorizationStrategy::ComputeWhenNeeded}) {
+        SystemOptions options;
+        options.engine.strategy = strategy;
+        std::vector<double> diagonal(40, 9.0);
+        for (std::size_t i = 0; i < diagonal.size(); i += 3) diagonal[i] = -9.0;
+        LinearSystem system(mirrored<double>(40, 1, diagonal), options);
+        const Matrix B = blockOf<Matrix>(40, 1, 1);
+        for (std::size_t flipped = 0; flipped < 6; ++flipped) {
+            SCOPED_TRACE(flipped);
+            const SparseMatrix A = mirrored<double>(40, 1, diagonal);
+            system.Update(A);
+            const Truth truth = truthOf(A.ToDense());
+            const CertainInertia told = system.Solve(B).inertia.value();
+            EXPECT_EQ(told.positive, truth.positive);
+            EXPECT_EQ(told.negative, truth.negative);
+            diagonal[flipped] = -diagonal[flipped];
+        }
+    }
+}
+
+/// While it lives, factors in files stand in a folder for tests.
+class FilesInTestFolder {
+public:
+    FilesInTestFolder() { setenv(kName, (::testing::TempDir() + "judgement_factor").c_str(), 1); }
+    ~FilesInTestFolder() { unsetenv(kName); }
+
+private:
+    static constexpr const char* kName = "MKL_PARDISO_OOC_PATH";
+};
+
+/// An LU, whose pivots tell no signs: others have to be factorized for them.
+SystemOptions byLu()
+{
+    SystemOptions options;
+    options.type = MatrixType::Unsymmetric;
+    return options;
+}
+
+TEST(SystemInertia, IsLeftUncertainWhereTheBudgetHasNoRoomForASecondFactor)
+{
+    const FilesInTestFolder folder;
+    const SparseMatrix A = mirrored<double>(60, 1, std::vector<double>(60, 9.0));
+    const Matrix B = blockOf<Matrix>(60, 1, 1);
+    SystemOptions options = byLu();
+    const auto inertiaWithin = [&](int megabytes) -> std::optional<CertainInertia> {
+        options.memoryBudget = 1048576.0 * megabytes;
+        try {
+            return LinearSystem(A, options).Solve(B).inertia;
+        } catch (const OperationFailedException&) {
+            return std::nullopt; // too small
+        }
+    };
+    EXPECT_EQ(inertiaWithin(1000).value().positive, 60);
+    int least = 1;
+    std::optional<CertainInertia> told;
+    while (!(told = inertiaWithin(least))) ++least; // up to where the factor is in memory
+    EXPECT_EQ(told->uncertain, 60) << least << " MB";
+}
+
+TEST(SystemInertia, IsLeftUncertainWhereMemoryGivesOutAfterTheSolution)
+{
+    SystemOptions options = byLu();
+    bool isSolved = false;
+    options.stepDone = [&](std::string_view step) { isSolved = isSolved || step == "solve"; };
+    options.memoryLeft = [&] { return isSolved ? 0.0 : 1e9; };
+    LinearSystem system(mirrored<double>(60, 1, std::vector<double>(60, 9.0)), options);
+    const auto answer = system.Solve(blockOf<Matrix>(60, 1, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Accurate);
+    EXPECT_EQ(answer.inertia.value().uncertain, 60);
+}
+
 double largestOf(const Matrix& A)
 {
     double largest = 0.0;
@@ -515,16 +599,6 @@ TEST(ErrorBounds, ThatAreNotAskedForLeaveTheVerdictToResidualAndProbe)
     }
     EXPECT_EQ(answer.Explain().find("error at most"), std::string::npos);
 }
-
-/// While it lives, factors in files stand in a folder for tests.
-class FilesInTestFolder {
-public:
-    FilesInTestFolder() { setenv(kName, (::testing::TempDir() + "judgement_factor").c_str(), 1); }
-    ~FilesInTestFolder() { unsetenv(kName); }
-
-private:
-    static constexpr const char* kName = "MKL_PARDISO_OOC_PATH";
-};
 
 TEST(FactorsInFiles, ServeTheClassLikeThoseInMemory)
 {

@@ -55,7 +55,8 @@ FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& 
         if (asked.shift) quality.drift = largerOrNaN(*quality.drift, driftOf(A, *asked.shift, columns, x, y));
     };
     quality.inverseNorm = estimateOneNorm(watched, {.columns = asked.columns, .iterations = kSteps});
-    quality.condition = conditionOf(oneNorm(A), quality.inverseNorm, A.rows());
+    const double condition = conditionOf(oneNorm(A), quality.inverseNorm, A.rows());
+    if (!std::isnan(condition)) quality.condition = condition;
     return quality;
 }
 

@@ -17,7 +17,7 @@ struct FactorQuality {
     /// ||inverse||_1, estimated from below, seldom by less than a third of it; NaN where a solve is not
     /// finite.
     double inverseNorm = std::numeric_limits<double>::quiet_NaN();
-    double condition = std::numeric_limits<double>::quiet_NaN(); ///< ||A||_1 times that
+    std::optional<double> condition{}; ///< ||A||_1 times that; none where it is no number
     /// The size of F = A*inverse - I: the largest ||F*x||/||x||_inf of the vectors x that the estimate has
     /// tried. These are vectors of signs, random from the second on, for which the mean of ||F*x||^2 is the
     /// square of the Frobenius norm of F, and those unit vectors that the inverse makes longest.

@@ -157,6 +157,7 @@ double DirectRun::solveOperations(std::int32_t rightHands) const
 std::optional<Inertia> DirectRun::inertia() const
 {
     if (!matrix_.isTriangle() || matrix_.mtype == kComplexSymmetric) return std::nullopt;
+    if (settings_.strategy == FactorizationStrategy::ComputeWhenNeeded) return std::nullopt;
     const int positive = parameters_[PardisoParameter::PositivePivots],
               negative = parameters_[PardisoParameter::NegativePivots];
     return Inertia{positive, negative, matrix_.n - positive - negative};

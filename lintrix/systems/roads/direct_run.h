@@ -130,7 +130,8 @@ public:
     /// Of a solve for so many right-hand sides, once it is analysed.
     double solveOperations(std::int32_t rightHands) const;
     /// Of a symmetric or Hermitian matrix, by the signs of the pivots: that of the matrix that was
-    /// factorized. None of other types.
+    /// factorized. None of other types, and none where the strategy lets the engine keep the factor of
+    /// earlier values.
     std::optional<Inertia> inertia() const;
     /// Pivots are replaced where they vanish next to the matrix, and no sooner.
     void keepSmallPivots();

@@ -489,6 +489,12 @@ double RoadRunner<Cell>::ownBytes(std::int32_t rightHands) const
 }
 
 template <class Cell>
+double RoadRunner<Cell>::leftBeside(const Outcome<Cell>& outcome, std::int32_t rightHands) const
+{
+    return budget_.left(ownBytes(rightHands) + bytesOf(outcome));
+}
+
+template <class Cell>
 std::string RoadRunner<Cell>::faultOf(int error, int leastMegabytes) const
 {
     if (!place_) return {};

@@ -63,6 +63,9 @@ public:
     /// GMRES on the columns of a solution whose factor has replaced pivots; keeps what is better.
     void repair(const Request<Cell>& request, Outcome<Cell>& outcome);
 
+    /// Bytes for more work beside the factor of `outcome` and so many right-hand sides.
+    double leftBeside(const Outcome<Cell>& outcome, std::int32_t rightHands) const;
+
     /// Of factors in files; 0 where there are none.
     int coreMegabytes() const { return place_ ? std::min(place_->CoreMegabytes(), core_) : 0; }
 
