@@ -286,7 +286,8 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
         ->excludes(json);
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");
     solve->footer(
-        "A may be square, tall (least squares) or wide (minimum norm); coordinate or array; of any field and\n"
+        "A may be square, tall (least squares) or wide (minimum norm); coordinate or array; of any field "
+        "and\n"
         "symmetry; x is complex where A or b is. A coordinate file is solved sparse: a square one by the\n"
         "direct solver, tried in safer ways where it ends badly, others by the normal equations or LSMR, a\n"
         "rank-deficient one with the shortest solution. Array files and --dense: by LU, QR or LQ.\n"

@@ -51,7 +51,13 @@ public:
     std::int32_t analyses() const override { return 0; }
     std::int32_t factorizations() const override { return factorizations_; }
 
-    SystemForecast forecast() override { return cost(); }
+    SystemForecast forecast() override
+    {
+        SystemForecast forecast = cost();
+        forecast.seconds =
+            SecondsFor({forecast.operations, sizeof(Cell) * static_cast<double>(forecast.factorEntries)});
+        return forecast;
+    }
 
     SystemAnswer<Cell> solve(const M* given, const M* known, TransposeMode op) override
     {
@@ -74,8 +80,7 @@ private:
         const double operations =
             each * (m == n ? 2.0 / 3.0 * n * n * n : 2.0 * p * p * (std::max(m, n) - p / 3.0));
         const double bytes = 2.0 * sizeof(Cell) * m * n;
-        return {static_cast<std::int64_t>(m * n), operations, bytes, bytes,
-                SecondsFor({operations, sizeof(Cell) * m * n})};
+        return {static_cast<std::int64_t>(m * n), operations, bytes, bytes};
     }
 
     SystemAnswer<Cell> settle(const M* given, const M* known, TransposeMode op)

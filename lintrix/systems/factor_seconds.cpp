@@ -51,8 +51,8 @@ double measureOperations()
     std::vector<double> c(a.size());
     const detail::SequentialBlasScope sequential;
     const double seconds = leastSeconds([&] {
-        detail::blas::gemm('N', 'N', kOrder, kOrder, kOrder, 1.0, a.data(), kOrder, a.data(), kOrder, 0.0, c.data(),
-                   kOrder);
+        detail::blas::gemm('N', 'N', kOrder, kOrder, kOrder, 1.0, a.data(), kOrder, a.data(), kOrder, 0.0,
+                           c.data(), kOrder);
     });
     return 2.0 * kOrder * kOrder * kOrder / seconds;
 }
@@ -62,13 +62,17 @@ double measureBytes()
 {
     std::vector<double> cells(std::size_t{1} << 19, 1.0);
     double sum = 0.0;
-    const double seconds = leastSeconds([&] { sum += detail::blas::asum(static_cast<int>(cells.size()), cells.data(), 1); });
+    const double seconds =
+        leastSeconds([&] { sum += detail::blas::asum(static_cast<int>(cells.size()), cells.data(), 1); });
     if (sum < 0.0) return 0.0; // which it is not: the sum is made use of
     return sizeof(double) * static_cast<double>(cells.size()) / seconds;
 }
 
-const Rates& rates()
+/// What is done sooner than the measuring is not worth it: a modest machine's will do.
+const Rates& ratesFor(const FactorWork& work)
 {
+    static constexpr Rates kModest{1e10, 5e9};
+    if (work.operations < 1e6 && work.bytes < 1e6) return kModest;
     static const Rates measured{measureOperations(), measureBytes()};
     return measured;
 }
@@ -83,7 +87,8 @@ FactorSeconds SecondsFor(const FactorWork& work)
     constexpr double kSolve = 2.0;   // likewise, of a solve, with what it does beside reading
     constexpr double kGain = 0.8;    // of each thread beside the first
     const double threads = 1.0 + kGain * (MKL_Get_Max_Threads() - 1);
-    const double panels = work.operations / (kPanels * rates().operations), pass = work.bytes / rates().bytes;
+    const Rates& rates = ratesFor(work);
+    const double panels = work.operations / (kPanels * rates.operations), pass = work.bytes / rates.bytes;
     return {(panels + kPasses * pass) / threads, kSolve * pass};
 }
 

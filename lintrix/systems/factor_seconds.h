@@ -18,9 +18,10 @@ struct FactorSeconds {
     double solve = 0.0; ///< of one right-hand side
 };
 
-/// With the threads in force. The first call in a process measures how fast one core multiplies matrices and how
-/// fast it reads memory, which takes some milliseconds. Good to a factor of about 3 for what takes longer than
-/// a twentieth of a second.
+/// With the threads in force. The first call in a process that is for more than some
+/// millionths of a second measures how fast one core multiplies matrices and how fast it reads memory, which
+/// takes some milliseconds. Good to a factor of about 3 for what takes longer
+/// than a twentieth of a second.
 LINTRIX_EXPORT FactorSeconds SecondsFor(const FactorWork& work);
 
 } // namespace Velmar::Lintrix

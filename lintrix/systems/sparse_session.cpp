@@ -443,7 +443,8 @@ private:
     const CertainInertia& inertiaOnce(Outcome<Cell>& outcome, std::int32_t rightHands)
     {
         if (!outcome.inertia) {
-            outcome.inertia = sureInertia<Cell>(matrix_, outcome, runner_.leftBeside(outcome, rightHands));
+            outcome.inertia = sureInertia<Cell>(matrix_, outcome, runner_.leftBeside(outcome, rightHands),
+                                                options_.certainInertia);
             runner_.finish("check");
         }
         return *outcome.inertia;

@@ -23,7 +23,10 @@ namespace {
 /// of a thousand about once in a thousand times each.
 constexpr double kSure = 1e-3;
 
-constexpr double kAffordable = 2e9; ///< operations of a factorization, about a second
+// Operations of a factorization that nobody has asked for, and entries of the matrix: milliseconds. What is
+// asked for may take about a second.
+constexpr double kUnasked = 1e7, kAffordable = 2e9;
+constexpr int kFewEntries = 20'000;
 
 /// The first shift, of the norm of A: its factor is then measured to some eps/kShift.
 constexpr double kShift = 0x1p-40;
@@ -49,11 +52,13 @@ public:
     }
 
     /// Whether a factorization can be had within so many bytes, and takes no long time.
-    bool isAffordable(double left)
+    bool isAffordable(double left, bool asked)
     {
+        if (!asked && matrix_.entries() > kFewEntries) return false;
         const double own = 2.0 * sizeof(Cell) * static_cast<double>(values_.size());
         if (left <= own || run_->analyse(FactorStore::Memory, 1).error != 0) return false;
-        return own + run_->bytesInMemory() <= left && run_->cost().operations <= kAffordable;
+        return own + run_->bytesInMemory() <= left &&
+               run_->cost().operations <= (asked ? kAffordable : kUnasked);
     }
 
     /// None where the factor is too far from A - shift*I.
@@ -101,7 +106,7 @@ Road roadForShifts(Road taken, std::int32_t perturbed)
 }
 
 template <class Cell>
-CertainInertia byShifts(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome, double left)
+CertainInertia byShifts(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome, double left, bool asked)
 {
     const double norm = infinityNorm(MatrixView<Cell>(system.Matrix()));
     ShiftedFactors<Cell> factors(system, roadForShifts(outcome.attempt.road, outcome.perturbed));
@@ -112,20 +117,20 @@ CertainInertia byShifts(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome
         if (!inertia) return {{}, 0.5 * kGrowth * std::abs(shift)}; // a larger one is to be tried
         return {*inertia, 0.0};
     };
-    if (!(norm > 0.0) || !factors.isAffordable(left)) return {0, 0, system.Size(), kInfinity};
+    if (!(norm > 0.0) || !factors.isAffordable(left, asked)) return {0, 0, system.Size(), kInfinity};
     return certainInertia(system.Size(), 0.5 * kShift * norm, inertiaOf);
 }
 
 } // namespace
 
 template <class Cell>
-CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome, double left)
+CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome, double left, bool asked)
 {
     if (const std::optional<CertainInertia> known = atHand(system.Size(), outcome)) return *known;
     const CertainInertia uncertain{0, 0, system.Size(), kInfinity};
     if (left <= 0.0) return uncertain;
     try {
-        return byShifts(system, outcome, left);
+        return byShifts(system, outcome, left, asked);
     } catch (const NotEnoughMemoryException&) {
         return uncertain;
     } catch (const std::bad_alloc&) {
@@ -133,7 +138,7 @@ CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outc
     }
 }
 
-template CertainInertia sureInertia(SystemMatrix<double>&, const Outcome<double>&, double);
-template CertainInertia sureInertia(SystemMatrix<Complex>&, const Outcome<Complex>&, double);
+template CertainInertia sureInertia(SystemMatrix<double>&, const Outcome<double>&, double, bool);
+template CertainInertia sureInertia(SystemMatrix<Complex>&, const Outcome<Complex>&, double, bool);
 
 } // namespace Velmar::Lintrix::detail

@@ -19,11 +19,13 @@
 namespace Velmar::Lintrix::detail {
 
 /// The factor of `outcome` is asked first, if its quality is known with the drift. Shifted matrices are
-/// factorized where one takes up to 2e9 operations and, with its analysis, no more than the bytes that are
-/// `left` beside the factor at hand, up to six times; of larger ones, and where memory gives out, all signs
-/// are uncertain then, and the bound is infinite: the solution does not depend on it.
+/// factorized where that takes milliseconds, or, where it is `asked` for, up to 2e9 operations each, up to
+/// six times; and where one takes, with its analysis, no more than the bytes that are `left` beside the
+/// factor at hand. Of larger ones, and where memory gives out, all signs are uncertain then, and the bound is
+/// infinite: the solution does not depend on it.
 /// @pre A is finite and symmetric or Hermitian
 template <class Cell>
-CertainInertia sureInertia(SystemMatrix<Cell>& system, const roads::Outcome<Cell>& outcome, double left);
+CertainInertia sureInertia(SystemMatrix<Cell>& system, const roads::Outcome<Cell>& outcome, double left,
+                           bool asked);
 
 } // namespace Velmar::Lintrix::detail

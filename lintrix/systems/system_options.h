@@ -68,6 +68,9 @@ struct SystemOptions {
     /// Right-hand sides whose error is bounded, those with the largest backward errors first; a few solves of
     /// all. 0: none, and the verdict rests on residual and probe; no condition and no inertia is told either.
     std::int32_t errorBounds = 4;
+    /// Where the factor at hand leaves signs of eigenvalues uncertain: factorize shifted matrices for them,
+    /// whose factorization takes up to about a second, up to six. Else only where that takes milliseconds.
+    bool certainInertia = false;
     /// After an `Update` with other values: the factor at hand preconditions GMRES as long as that leads to
     /// rounding level for at most half the cost of a new factor. Errors are then bounded by the probe alone.
     bool reuseFactor = false;

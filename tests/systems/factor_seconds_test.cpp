@@ -1,4 +1,5 @@
-// Seconds that are foreseen: what they follow. How good they are, no test asks, since it would ask the machine.
+// Seconds that are foreseen: what they follow. How good they are, no test asks, since it would ask the
+// machine.
 
 #include <lintrix/lintrix.h>
 

@@ -1,10 +1,10 @@
 #include <lintrix/engine/out_of_core/out_of_core_settings.h>
 
 #include <lintrix/engine/out_of_core/configuration_text.h>
-#include <lintrix/services/regular_file.h>
 #include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/engine/report/messages.h>
 #include <lintrix/services/environment.h>
+#include <lintrix/services/regular_file.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -271,7 +271,19 @@ sparse_lu::LuBounds RoadRunner<Cell>::pivotedBounds(Reach limit, const RoadCost&
                                   ? mostColumnOperations(limit, done_.value_or(RoadCost{}))
                                   : std::max(kExcess * cost.operations, kFewOperations);
     const double left = std::max(budget_.left(ownBytes(rightHands)), 0.0);
-    return {static_cast<std::int64_t>(std::min(left / bytesPerEntry, 0x1p62)), operations};
+    return {static_cast<std::int64_t>(std::min(left / bytesPerEntry, 0x1p62)),
+            std::min(operations, worthTrying(rightHands))};
+}
+
+/// Operations that partial pivoting may take before dense storage, if that is near, has done the same.
+template <class Cell>
+double RoadRunner<Cell>::worthTrying(std::int32_t rightHands) const
+{
+    constexpr double kShare = 1.0 / 32.0;
+    const RoadCost dense = denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
+    const bool isNear =
+        done_ && reachOf(Road::Dense, dense, *done_, budget_.limit(ownBytes(rightHands))) == Reach::Near;
+    return isNear ? kShare * dense.operations : std::numeric_limits<double>::infinity();
 }
 
 template <class Cell>

@@ -111,6 +111,7 @@ private:
     bool triesPivoting();
     void refactorizePivoted(Outcome<Cell>& outcome, const Request<Cell>& request);
     sparse_lu::LuBounds pivotedBounds(Reach limit, const RoadCost& cost, std::int32_t rightHands) const;
+    double worthTrying(std::int32_t rightHands) const;
     std::int32_t solvesFor(const Request<Cell>& request) const;
     void takeDense(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void solve(const Request<Cell>& request, Outcome<Cell>& outcome) const;
