@@ -3,6 +3,8 @@
 
 #include <lintrix/lintrix.h>
 
+#include "tests/support/failing_allocator.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -455,6 +457,23 @@ TEST(SystemInertia, IsLeftUncertainWhereMemoryGivesOutAfterTheSolution)
     options.memoryLeft = [&] { return isSolved ? 0.0 : 1e9; };
     LinearSystem system(mirrored<double>(60, 1, std::vector<double>(60, 9.0)), options);
     const auto answer = system.Solve(blockOf<Matrix>(60, 1, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Accurate);
+    EXPECT_EQ(answer.inertia.value().uncertain, 60);
+}
+
+TEST(SystemInertia, IsLeftUncertainWhereTheEngineHasNoMemoryForASecondFactor)
+{
+    SystemOptions options = byLu();
+    int checks = 0; // of the solution, of its columns, of the signs
+    std::optional<FailingAllocator> memory;
+    options.stepDone = [&](std::string_view step) {
+        if (step == "check") ++checks;
+        if (checks == 2 && !memory) memory.emplace(0);
+        if (checks == 3) memory.reset();
+    };
+    LinearSystem system(mirrored<double>(60, 1, std::vector<double>(60, 9.0)), options);
+    const auto answer = system.Solve(blockOf<Matrix>(60, 1, 1));
+    EXPECT_EQ(checks, 3);
     EXPECT_EQ(answer.verdict, Verdict::Accurate);
     EXPECT_EQ(answer.inertia.value().uncertain, 60);
 }
