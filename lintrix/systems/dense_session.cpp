@@ -2,6 +2,7 @@
 
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/quality/factor_quality.h>
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/dense_solver.h>
 #include <lintrix/systems/roads/memory_budget.h>
@@ -109,6 +110,17 @@ private:
         return *factor_;
     }
 
+    /// Where bounds are asked for: what the factor is worth, whatever is solved with it.
+    std::optional<FactorQuality> qualityOnce(DenseFactor<Cell>& factor)
+    {
+        if (options_.errorBounds <= 0) return std::nullopt;
+        const std::lock_guard turn(busy_);
+        if (!quality_)
+            quality_ = qualityOfFactor<Cell>(MatrixView<Cell>(A_),
+                                             inverseBy<Cell>(factor, rows(), TransposeMode::NotTransposed));
+        return quality_;
+    }
+
     SystemAnswer<Cell> solveSquare(const M* given, const M* known, TransposeMode op)
     {
         Answer<M> found{.road = "LU"};
@@ -127,7 +139,7 @@ private:
 
     /// The worst of the columns counts, and the probe.
     SystemAnswer<Cell> judged(DenseFactor<Cell>& factor, const ProbedColumns<Cell>& columns, M X,
-                              const M* known, TransposeMode op) const
+                              const M* known, TransposeMode op)
     {
         const std::int32_t count = X.Cols() - 1;
         Answer<M> found{
@@ -137,9 +149,11 @@ private:
         B.Cols(count);
         X.Cols(count);
         const ColumnUnits<Cell>* const units = columns.units ? &*columns.units : nullptr;
+        BoundsAsked asked{options_.errorBounds, *found.probeError};
+        const std::optional<FactorQuality> ofFactor = qualityOnce(factor);
+        if (ofFactor) asked.inverseNorm = ofFactor->inverseNormAtMost();
         std::vector<ColumnQuality> qualities =
-            improvedColumns<Cell>(MatrixView<Cell>(A_), op, B, X, units, &factor,
-                                  BoundsAsked{options_.errorBounds, *found.probeError});
+            improvedColumns<Cell>(MatrixView<Cell>(A_), op, B, X, units, &factor, asked);
         if (units) units->multiply(X);
         const bool lacksOne = units && !units->allFinite();
         if (!lacksOne && !allFinite(X)) found.status = Status::NotFinite;
@@ -147,6 +161,7 @@ private:
         Quality quality;
         if (!lacksOne) quality.residual = residualOf(qualities);
         SystemAnswer<Cell> answer = told(found, A_, quality, known);
+        if (ofFactor) answer.condition = ofFactor->condition;
         if (!answer.x) return answer;
         answer.columns = std::move(qualities);
         lowerToWorst(answer, lacksOne);
@@ -206,7 +221,8 @@ private:
     M A_;
     MatrixTraits traits_{};
     std::unique_ptr<DenseFactor<Cell>> factor_{}; ///< of a square matrix, once it was asked for
-    std::mutex busy_{};                           ///< that makes it
+    std::optional<FactorQuality> quality_{};      ///< likewise
+    std::mutex busy_{};                           ///< that makes them
     std::atomic<std::int32_t> factorizations_ = 0;
 };
 

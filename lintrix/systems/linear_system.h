@@ -60,7 +60,7 @@ struct LINTRIX_EXPORT SystemAnswer {
     /// Of a sparse matrix that is symmetric or Hermitian, whichever road was taken; else, and where error
     /// bounds were not asked for, or the factor is in files, none. Where the factor at hand leaves any sign
     /// uncertain, matrices shifted by a little are factorized, if that takes milliseconds or is asked for
-    /// (`SystemOptions::certainInertia`).
+    /// (`SystemOptions::certainInertia`), and has room in memory beside the factor.
     std::optional<CertainInertia> inertia{};
 
     std::vector<ColumnQuality> columns{}; ///< one a right-hand side, of a square system

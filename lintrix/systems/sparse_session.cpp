@@ -202,13 +202,13 @@ private:
     }
 
     /// No road can do better. Where the diagonal is full, nothing has to be looked for, and partial pivoting
-    /// begins with a matching.
+    /// begins with a matching. Zeros among later values of the pattern may leave none.
     std::int32_t structuralRankOnce()
     {
-        if (!rank_)
-            rank_ = matrix_.Traits().fullDiagonal || runner_.firstRoad(first_) == Road::Pivoted
-                        ? matrix_.Size()
-                        : structuralRank<Cell>(matrix_.Matrix());
+        if (rank_) return *rank_;
+        const bool isFull = matrix_.Traits().fullDiagonal ||
+                            (runner_.firstRoad(first_) == Road::Pivoted && runner_.isMatched());
+        rank_ = isFull ? matrix_.Size() : structuralRank<Cell>(matrix_.Matrix());
         return *rank_;
     }
     bool isStructurallySingular() { return structuralRankOnce() < matrix_.Size(); }

@@ -1,13 +1,16 @@
 // Partial pivoting as the road of a LinearSystem.
 
+#include <lintrix/sparse/entries.h>
 #include <lintrix/sparse/matrix_market.h>
 #include <lintrix/sparse/sparse_assembler.h>
 #include <lintrix/systems/linear_system.h>
 
 #include "tests/support/files.h"
+#include "tests/support/refused_memory.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -89,6 +92,50 @@ TEST(PartialPivoting, KeepsItsPivotsForOtherValues)
     A(5, 5) = A(6, 6) = 1e-30; // other pivots
     ASSERT_EQ(system.Update(A), SystemChange::Values);
     EXPECT_EQ(system.SolveKnown(columns(60, 2)).verdict, Verdict::Accurate);
+}
+
+/// The network with its equations in another order, so that elements of the diagonal are missing.
+SparseMatrix shuffledNetworkOf(std::int32_t n, double scale = 1.0)
+{
+    SparseAssembler assembler(n, n);
+    ForEachEntry(networkOf(n), [&](std::int32_t i, std::int32_t j, double value) {
+        assembler.Add((3 * i + 1) % n, j, scale * value);
+    });
+    return assembler.Assemble();
+}
+
+TEST(PartialPivoting, IsAnalysedOnceForAllValuesOfAPattern)
+{
+    LinearSystem system(shuffledNetworkOf(400));
+    for (int change = 0; change < 3; ++change) {
+        system.Update(shuffledNetworkOf(400, 1.0 + change));
+        const auto answer = system.SolveKnown(columns(400, 2));
+        EXPECT_EQ(answer.verdict, Verdict::Accurate);
+        EXPECT_EQ(answer.road, "sparse LU with partial pivoting");
+        EXPECT_EQ(system.Factorizations(), change + 1);
+        EXPECT_EQ(system.Analyses(), 1);
+    }
+}
+
+TEST(PartialPivoting, ValuesThatLeaveARowEmptyAreStructurallySingular)
+{
+    SparseMatrix A = shuffledNetworkOf(40);
+    LinearSystem system(A);
+    EXPECT_EQ(system.SolveKnown(columns(40, 1)).verdict, Verdict::Accurate);
+    for (std::int32_t j = 0; j < 40; ++j)
+        if (A.Item(7, j) != 0.0) A(7, j) = 0.0;
+    ASSERT_EQ(system.Update(A), SystemChange::Values);
+    EXPECT_EQ(system.SolveKnown(columns(40, 1)).reason, "structurally singular: 39 of 40 rows matched");
+}
+
+TEST(PartialPivoting, AForecastRunsOutOfMemoryInOneWay)
+{
+    const SparseMatrix A = shuffledNetworkOf(25);
+    const int requests = refuseEachRequest([&] { return std::make_unique<LinearSystem<double>>(A); },
+                                           [](auto& system) { system->Forecast(); },
+                                           [](const auto& system) { return system->Factorizations(); },
+                                           [] { EXPECT_THROW(throw, NotEnoughMemoryException); });
+    EXPECT_GT(requests, 20);
 }
 
 TEST(PartialPivoting, IsStoppedFromOutside)

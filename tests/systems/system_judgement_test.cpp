@@ -3,6 +3,8 @@
 
 #include <lintrix/lintrix.h>
 
+#include "tests/support/failing_allocator.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -139,9 +141,42 @@ TEST(SystemCondition, IsNoneOfNumbersThatAreNone)
 {
     SparseMatrix A = scattered<double>(30, 0.0, 5);
     A(4, 4) = std::nan("");
-    const auto answer = LinearSystem(A).Solve(blockOf<Matrix>(30, 1, 1));
-    EXPECT_EQ(answer.verdict, Verdict::Failed);
-    EXPECT_FALSE(answer.condition) << *answer.condition;
+    const Matrix B = blockOf<Matrix>(30, 1, 1);
+    for (const auto& answer : {LinearSystem(A).Solve(B), LinearSystem(A.ToDense()).Solve(B)}) {
+        EXPECT_EQ(answer.verdict, Verdict::Failed);
+        EXPECT_FALSE(answer.condition) << *answer.condition;
+    }
+}
+
+template <class Cell>
+void expectConditionsOfDenseSystems()
+{
+    for (std::uint64_t seed = 0; seed < 20; ++seed) {
+        SCOPED_TRACE(seed);
+        const auto n = static_cast<std::int32_t>(1 + 2 * seed);
+        const auto A = scattered<Cell>(n, static_cast<double>(seed % 7), seed).ToDense();
+        const double truth = oneNormOf(A) * oneNormOf(A.Inverse());
+        LinearSystem system(A);
+        const auto B = blockOf<DenseOf<Cell>>(n, 2, seed);
+        const auto answer = system.Solve(B);
+        ASSERT_TRUE(answer.condition) << answer.reason;
+        EXPECT_LE(*answer.condition, truth * (1.0 + 1e-6));
+        EXPECT_GE(*answer.condition, truth / 4.0);
+        for (const auto op : {TransposeMode::Transposed, TransposeMode::ConjugateTransposed})
+            EXPECT_EQ(system.Solve(B, op).condition, answer.condition) << "of A, whatever op";
+    }
+}
+
+TEST(SystemCondition, IsToldOfDenseSquareMatrices)
+{
+    expectConditionsOfDenseSystems<double>();
+    expectConditionsOfDenseSystems<Complex>();
+    SystemOptions options;
+    options.errorBounds = 0;
+    const Matrix A{{2, 1}, {1, 3}}, B{{1}, {1}}, tall{{2}, {1}};
+    EXPECT_FALSE(LinearSystem(A, options).Solve(B).condition);
+    EXPECT_FALSE(LinearSystem(tall).Solve(B).condition);
+    EXPECT_FALSE(LinearSystem(Matrix{{1, 2}, {2, 4}}).Solve(B).condition) << "singular";
 }
 
 /// Symmetric or Hermitian: a sum of a few couplings.
@@ -422,6 +457,23 @@ TEST(SystemInertia, IsLeftUncertainWhereMemoryGivesOutAfterTheSolution)
     options.memoryLeft = [&] { return isSolved ? 0.0 : 1e9; };
     LinearSystem system(mirrored<double>(60, 1, std::vector<double>(60, 9.0)), options);
     const auto answer = system.Solve(blockOf<Matrix>(60, 1, 1));
+    EXPECT_EQ(answer.verdict, Verdict::Accurate);
+    EXPECT_EQ(answer.inertia.value().uncertain, 60);
+}
+
+TEST(SystemInertia, IsLeftUncertainWhereTheEngineHasNoMemoryForASecondFactor)
+{
+    SystemOptions options = byLu();
+    int checks = 0; // of the solution, of its columns, of the signs
+    std::optional<FailingAllocator> memory;
+    options.stepDone = [&](std::string_view step) {
+        if (step == "check") ++checks;
+        if (checks == 2 && !memory) memory.emplace(0);
+        if (checks == 3) memory.reset();
+    };
+    LinearSystem system(mirrored<double>(60, 1, std::vector<double>(60, 9.0)), options);
+    const auto answer = system.Solve(blockOf<Matrix>(60, 1, 1));
+    EXPECT_EQ(checks, 3);
     EXPECT_EQ(answer.verdict, Verdict::Accurate);
     EXPECT_EQ(answer.inertia.value().uncertain, 60);
 }

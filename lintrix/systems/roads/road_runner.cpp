@@ -51,13 +51,15 @@ double bytesOf(const Outcome<Cell>& outcome)
 
 template <class Cell>
 Road RoadRunner<Cell>::firstRoad(Road road)
-{
+try {
     const bool isOpen = !options_.type && !options_.ordering && !options_.outOfCore &&
                         !options_.memoryBudget && !options_.engine.engineReport &&
                         options_.engine.strategy == FactorizationStrategy::ComputeAlways;
     if (!isOpen || (road != Road::Matched && road != Road::Unmatched)) return road;
     if (!pivotingPays_) pivotingPays_ = triesPivoting();
     return *pivotingPays_ ? Road::Pivoted : road;
+} catch (const std::bad_alloc&) {
+    throw NotEnoughMemoryException();
 }
 
 /// An analysis that leads nowhere is given up, and does not count.
@@ -76,7 +78,7 @@ bool RoadRunner<Cell>::triesPivoting()
 
 template <class Cell>
 RoadCost RoadRunner<Cell>::forecast(const Attempt& attempt)
-{
+try {
     if (attempt.road == Road::Pivoted) return pivoted().cost();
     if (attempt.road == Road::Dense) return denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
     if (!ready_ || !(ready_->attempt == attempt))
@@ -86,6 +88,8 @@ RoadCost RoadRunner<Cell>::forecast(const Attempt& attempt)
         throw NotEnoughMemoryException();
     }
     return ready_->run->cost();
+} catch (const std::bad_alloc&) {
+    throw NotEnoughMemoryException();
 }
 
 template <class Cell>
@@ -541,6 +545,7 @@ void RoadRunner<Cell>::restart()
 {
     ready_.reset();
     forgetValues();
+    pivotingPays_.reset();
     done_.reset();
 }
 

@@ -39,10 +39,14 @@ public:
     }
 
     /// Partial pivoting in place of an engine's LU, where nothing else is asked for and an analysis finds it
-    /// to pay; that is used when the road is taken. Else the road itself.
+    /// to pay; that is used when the road is taken. Else the road itself. The first values of a pattern
+    /// decide for all. @throws NotEnoughMemoryException
     Road firstRoad(Road road);
+    /// Whether an analysis for partial pivoting is at hand, which has found a matching of these values.
+    bool isMatched() const noexcept { return pivoted_ != nullptr; }
 
     /// What a road is going to cost; its analysis is used when the road is taken next.
+    /// @throws NotEnoughMemoryException
     RoadCost forecast(const Attempt& attempt);
 
     /// The first road is taken whatever it costs, those after it up to `limit`.
@@ -80,11 +84,7 @@ public:
     /// Another matrix stands in the place of the one before; its factors must have been given up.
     void restart();
     /// Its values alone are others.
-    void forgetValues()
-    {
-        pivoted_.reset();
-        pivotingPays_.reset();
-    }
+    void forgetValues() { pivoted_.reset(); }
     /// What further roads are held against: the cost of the largest factorization so far.
     const std::optional<RoadCost>& largest() const noexcept { return done_; }
     void largest(const std::optional<RoadCost>& cost) noexcept { done_ = cost; }
@@ -136,8 +136,8 @@ private:
     int core_ = std::numeric_limits<int>::max();     ///< megabytes beside files that the budget leaves
     std::optional<Analysed> ready_{};                ///< by a forecast
     std::unique_ptr<PivotedFactor<Cell>> pivoted_{}; ///< analysed
-    std::optional<bool> pivotingPays_{};
-    std::optional<RoadCost> done_{}; ///< of the largest factorization so far
+    std::optional<bool> pivotingPays_{};             ///< for this pattern
+    std::optional<RoadCost> done_{};                 ///< of the largest factorization so far
     std::int32_t analyses_ = 0, factorizations_ = 0;
 };
 
