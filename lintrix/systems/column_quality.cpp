@@ -68,12 +68,20 @@ std::vector<std::size_t> worstFirst(const std::vector<BackwardError>& errors)
     return order;
 }
 
-/// A bound that could not be had takes the best verdict away, and no more: the probe has been measured.
+bool isUnsolved(const ColumnQuality& column)
+{
+    return column.componentwiseError >= kNoDigit;
+}
+
+/// A bound that could not be had takes the best verdict away, and no more: the probe has been measured. But
+/// an equation that x does not solve to a digit, of which the factor knows no better, may be all that the
+/// largest unknown is in: on its way there a number has underflowed.
 Verdict verdictOf(const ColumnQuality& column, double probeError, std::optional<double> ownError)
 {
     const Verdict byProbe = roads::verdictOf(column.backwardError, probeError);
     if (!ownError) return byProbe;
-    if (!std::isfinite(*ownError)) return std::max(byProbe, Verdict::Degraded);
+    if (!std::isfinite(*ownError))
+        return std::max(byProbe, isUnsolved(column) ? Verdict::Failed : Verdict::Degraded);
     return roads::verdictOf(column.backwardError, worseError(probeError, ownError));
 }
 

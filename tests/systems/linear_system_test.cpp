@@ -629,6 +629,30 @@ TEST(LinearSystem, TheUnitOfARightHandSideDoesNotMatter)
     EXPECT_GT(lost.columns[0].errorBound.value(), 1e-6);
 }
 
+// All of the third equation is an unknown of 1.5*2^187, the largest by far, of which 2^-318 is seen in the
+// unit of the right-hand side: the factor's work with it underflows.
+TEST(LinearSystem, AnUnknownThatUnderflowsIsNotToldToHaveDigits)
+{
+    struct Entry {
+        std::int32_t i, j;
+        double value;
+        int exponent;
+    };
+    SparseMatrix A(5, 5);
+    for (const auto& [i, j, value, exponent] :
+         {Entry{0, 0, 45.0, 124}, Entry{0, 3, -1.0, 304}, Entry{1, 1, 5.0, 731}, Entry{1, 3, -1.0, 666},
+          Entry{2, 2, -5.0, -777}, Entry{2, 4, 5.0, 163}, Entry{3, 3, -15.0, 105}, Entry{3, 4, 3.0, 660},
+          Entry{4, 3, 1.0, -109}, Entry{4, 4, 5.0, 450}})
+        A(i, j) = std::ldexp(value, exponent);
+    const Vector b{std::ldexp(37.0, 101), std::ldexp(13.0, 465), std::ldexp(115.0, -594),
+                   std::ldexp(-63.0, -97), std::ldexp(-19.0, -309)};
+    const auto answer = LinearSystem(A).Solve(b);
+    const double exact = std::ldexp(-3.0, 186);
+    ASSERT_TRUE(answer.x);
+    const bool isLost = !(std::abs((*answer.x)(2, 0) - exact) < std::abs(exact));
+    EXPECT_FALSE(isLost && answer.verdict != Verdict::Failed) << answer.reason;
+}
+
 TEST(LinearSystem, AColumnThatIsNoNumberIsTheOnlyOneToFail)
 {
     // Looks positive and is not: the first road fails, and another one has to be found for the others.

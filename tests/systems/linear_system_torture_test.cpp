@@ -380,7 +380,7 @@ TEST(LinearSystemTorture, NothingToldIsFalse)
     });
     expectNothingBroken(findings);
     EXPECT_LE(findings.wideBounds, 0.05 * findings.bounds);
-    EXPECT_LE(findings.unknown, 0.04 * findings.references);
+    EXPECT_LE(findings.unknown, 0.03 * findings.references);
 }
 
 } // namespace
