@@ -60,7 +60,7 @@ const std::vector<RealSystem>& systems()
         {"lnsp_131.mtx", 131, 131, 536, "LU", 1e-6, "accurate", kPivoted, "accurate", ""},
         {"fs_183_1.mtx", 183, 183, 1069, "LU", 1e-2, "degraded", kPivoted, "", ""},
         {"mcca.mtx", 180, 180, 2659, "LU", 1e-3, "", kPivoted, "accurate", ""},
-        {"west0156.mtx", 156, 156, 362, "LU", 1e-1, "degraded", kPivoted, "accurate", ""},
+        {"west0156.mtx", 156, 156, 362, "LU", 1e-6, "accurate", kPivoted, "accurate", ""},
         {"sphere2.mtx", 66, 66, 450, "LU", 1e9, "failed", kMatched, "degraded",
          "singular: the shortest of many solutions"},
         {"jgl011.mtx", 11, 11, 76, "LU", 0, "failed", kMatched, "failed",

@@ -81,7 +81,7 @@ TEST_F(SavedFactor, ThatIsNoneIsRefused)
     const std::string content = contentOf(kept);
     EXPECT_THAT(
         complaintOf({"solve", matrix, "--factor", files.file("cut", content.substr(0, content.size() - 1))}),
-        StartsWith("lintrix: " + files.at("cut") + ": Saved system, section 'exchange', byte "));
+        StartsWith("lintrix: " + files.at("cut") + ": Saved system, section 'pluvots', byte "));
 }
 
 TEST_F(SavedFactor, IsNotWrittenWhereNoFileCanBe)
