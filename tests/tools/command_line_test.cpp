@@ -100,6 +100,8 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
         "  --save-factor FILE          Keep matrix, analysis and factor in a file, for --factor\n"
         "  --factor FILE               Go on with what was kept; of another A only what still holds\n"
         "  --report Excludes: --json   Print the direct solver's own report\n"
+        "  --deadline SECONDS          Give up after so many seconds\n"
+        "  --memory MB                 Hold at most MB megabytes, with the factor in files if need be\n"
         "  --explain Excludes: --json  Say in sentences what the report means, and what to do\n"
         "  --dense                     Solve as a dense matrix, also a sparse file\n"
         "\n"
