@@ -411,11 +411,9 @@ private:
                       Outcome<Cell>& outcome) const
     {
         const bool isUnique = answer.solutions != Solutions::Many;
-        BoundsAsked asked{isUnique ? boundsFor(outcome) : 0, isUnique ? outcome.quality->probeError : 0.0};
-        if (outcome.factorQuality) asked.inverseNorm = outcome.factorQuality->inverseNormAtMost();
-        answer.columns =
-            improvedColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, withoutProbe(request.B),
-                                  *answer.x, units ? &*units : nullptr, outcome.factor.get(), asked);
+        answer.columns = improvedColumns<Cell>(
+            MatrixView<Cell>(matrix_.Matrix()), request.op, withoutProbe(request.B), *answer.x,
+            units ? &*units : nullptr, outcome.factor.get(), isUnique ? boundsFor(outcome) : BoundsAsked());
         if (units) units->multiply(*answer.x);
         runner_.finish("check");
         if (!isUnique) tellOfMany(answer);
@@ -451,11 +449,16 @@ private:
     }
 
     /// Solves with a factor in files read all of it each time, what cannot be but failed needs no bound, and
-    /// a factor of other values tells none.
-    std::int32_t boundsFor(const Outcome<Cell>& outcome) const
+    /// a factor of other values tells none. That of another matrix bounds nothing, and no column of its is a
+    /// solution.
+    BoundsAsked boundsFor(const Outcome<Cell>& outcome) const
     {
-        const bool pays = outcome.store == FactorStore::Memory && outcome.quality->probeError < kNoDigit;
-        return pays && !outcome.reusedFactor ? options_.errorBounds : 0;
+        const double probeError = outcome.quality->probeError;
+        if (outcome.isSolvedByAnother()) return {0, std::numeric_limits<double>::quiet_NaN()};
+        const bool pays = outcome.store == FactorStore::Memory && probeError < kNoDigit;
+        BoundsAsked asked{pays && !outcome.reusedFactor ? options_.errorBounds : 0, probeError};
+        if (outcome.factorQuality) asked.inverseNorm = outcome.factorQuality->inverseNormAtMost();
+        return asked;
     }
 
     SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const

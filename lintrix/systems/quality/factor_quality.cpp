@@ -16,8 +16,9 @@ namespace {
 /// A third seldom finds more (Higham, Tisseur, section 5).
 constexpr std::int32_t kSteps = 2;
 
-/// What an estimate may fall short by.
-constexpr double kShortfall = 4.0;
+/// What an estimate may fall short by, as long as the condition leaves the solves that it is made of some
+/// digits.
+constexpr double kShortfall = 4.0, kSolvable = 1e12;
 
 /// The largest ||x - (A - shift*I)*y||/||x||_inf, y the inverse's answer to x.
 template <class Cell>
@@ -40,7 +41,8 @@ double driftOf(const MatrixView<Cell>& A, double shift, std::int32_t columns, co
 
 double FactorQuality::inverseNormAtMost() const noexcept
 {
-    return std::isfinite(inverseNorm) ? kShortfall * inverseNorm : std::numeric_limits<double>::infinity();
+    const bool isTrusted = std::isfinite(inverseNorm) && condition && *condition <= kSolvable;
+    return isTrusted ? kShortfall * inverseNorm : std::numeric_limits<double>::infinity();
 }
 
 template <class Cell>

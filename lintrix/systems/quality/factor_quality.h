@@ -23,7 +23,8 @@ struct FactorQuality {
     /// square of the Frobenius norm of F, and those unit vectors that the inverse makes longest.
     std::optional<double> drift{};
 
-    /// The estimate with what it may fall short by; infinite where there is none.
+    /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
+    /// solves behind it too few digits.
     double inverseNormAtMost() const noexcept;
 };
 

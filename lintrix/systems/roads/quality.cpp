@@ -96,6 +96,16 @@ void draw(Complex& cell, Draw next)
     cell = {real, next()};
 }
 
+/// The power of two that takes the larger part of a cell to [1/2, 1).
+template <class Cell>
+double unitOf(const Cell& cell)
+{
+    const double size = std::max(std::abs(std::real(cell)), std::abs(std::imag(cell)));
+    int exponent = 0;
+    std::frexp(size, &exponent);
+    return std::ldexp(1.0, -exponent);
+}
+
 } // namespace
 
 double worseError(double probeError, std::optional<double> knownError)
@@ -146,6 +156,19 @@ double probeError(const Block& known, const Block& found)
 }
 
 template <class Block>
+double probeErrorInUnits(const Block& known, const Block& found)
+{
+    Block z(known), x(found);
+    const auto zCells = cellsOf(z), xCells = cellsOf(x);
+    for (std::size_t i = 0; i < zCells.size(); ++i) {
+        const double unit = unitOf(zCells[i]);
+        zCells[i] *= unit;
+        xCells[i] *= unit;
+    }
+    return probeError(z, x);
+}
+
+template <class Block>
 Quality judge(const Block& A, const Block& X, const Block& B)
 {
     Block R(B);
@@ -168,9 +191,10 @@ ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const Matr
     const MatrixOf<Cell> R = residualOf<Cell>(A, X, B, op);
     const double normA = sparseInfinityNorm(A, op != TransposeMode::NotTransposed);
     const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
+    const MatrixOf<Cell> probe = columnOf(known, others), back = columnOf(X, last);
     ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),
-                          scaledResidual(R, 1.0, normA, X, B, last, last + 1),
-                          probeError(columnOf(known, others), columnOf(X, last))};
+                          scaledResidual(R, 1.0, normA, X, B, last, last + 1), probeError(probe, back),
+                          probeErrorInUnits(probe, back)};
     for (std::int32_t k = 0; k < others; ++k) {
         const double error = probeError(columnOf(known, k), columnOf(X, last - others + k));
         quality.knownError = worseError(error, quality.knownError);

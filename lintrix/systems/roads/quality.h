@@ -36,6 +36,7 @@ LINTRIX_TESTABLE Quality judge(const Block& A, const Block& X, const Block& B);
 struct LINTRIX_TESTABLE ProbedQuality {
     double residual = 0.0; ///< over the other columns, scaled as above
     double probeResidual = 0.0, probeError = 0.0;
+    double probeErrorInUnits = 0.0;     ///< that of each element beside its own size
     std::optional<double> knownError{}; ///< of the other columns, where their solution is known
 
     /// The largest error that is known; NaN if there is one among them.
@@ -68,6 +69,11 @@ LINTRIX_TESTABLE double largestDifference(const Block& X, const Block& Y);
 /// The largest error of `found`, relative to the largest element of `known`.
 template <class Block>
 LINTRIX_TESTABLE double probeError(const Block& known, const Block& found);
+
+/// Of a probe, each element's error beside its own unit: an error that the largest unknowns hide comes out.
+/// The same as above where the units are alike.
+template <class Block>
+LINTRIX_TESTABLE double probeErrorInUnits(const Block& known, const Block& found);
 
 template <class Block>
 LINTRIX_TESTABLE bool allFinite(const Block& X);

@@ -95,7 +95,8 @@ int weightOf(const Outcome<Cell>& failed)
 template <class Cell>
 Verdict Outcome<Cell>::verdict() const
 {
-    return quality ? verdictOf(quality->residual, quality->error()) : Verdict::Failed;
+    if (!quality || isSolvedByAnother()) return Verdict::Failed;
+    return verdictOf(quality->residual, quality->error());
 }
 
 template <class Cell>
@@ -119,7 +120,7 @@ Outcome<Cell> Outcome<Cell>::road() const
 template <class Cell>
 bool Outcome<Cell>::isSolvedByAnother() const
 {
-    return quality && perturbed > 0 && !(quality->probeError < kNoDigit) &&
+    return quality && perturbed > 0 && !(quality->probeErrorInUnits < kNoDigit) &&
            quality->probeResidual <= kRoundingLevel;
 }
 

@@ -75,6 +75,16 @@ TEST(JudgeSparse, TheProbesColumnIsJudgedApart)
     EXPECT_EQ(judge<double>(A, X, B, Matrix{{4}, {-1}}).probeError, 0.75);
 }
 
+/// The second unknown is in units of 2^-60: beside the first one, its error does not show.
+TEST(JudgeSparse, AnErrorThatTheLargestUnknownHidesComesOutInUnits)
+{
+    const SparseMatrix A(Matrix{{1, 0}, {0, 0x1p60}});
+    const Matrix probe{{-3}, {0x1p-60}}, B = A * Matrix{{1, -3}, {0x1p-60, 0x1p-60}};
+    const ProbedQuality quality = judge<double>(A, Matrix{{1, -3}, {0x1p-60, 0x1p-59}}, B, probe);
+    EXPECT_EQ(quality.probeError, 0x1p-60 / 3);
+    EXPECT_EQ(quality.probeErrorInUnits, 0.5 / 0.75); // both are taken to [1/2, 1)
+}
+
 TEST(JudgeSparse, EachSolutionThatIsKnownCounts)
 {
     const SparseMatrix A(Matrix{{2, -1}, {0, 4}});

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <map>
+#include <ranges>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -41,19 +42,25 @@ inline int tortureSetting(const char* name, int otherwise)
     return told != nullptr ? std::max(0, std::atoi(told)) : otherwise;
 }
 
+/// trial(seed), and nothing is printed by what is tried.
+template <class Seeds, class Trial>
+void tryOutSilently(const Seeds& seeds, Trial trial)
+{
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    for (const std::uint64_t seed : seeds) trial(seed);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+}
+
 /// trial(seed) for as many seeds as LINTRIX_TORTURE_DOSES (3) tells, from dose LINTRIX_TORTURE_FIRST (0) on.
-/// Nothing is printed by what is tried.
 template <class Trial>
 void tortureSilently(int systemsOfADose, Trial trial)
 {
     const auto each = static_cast<std::uint64_t>(systemsOfADose);
     const std::uint64_t first = each * static_cast<std::uint64_t>(tortureSetting("LINTRIX_TORTURE_FIRST", 0)),
                         count = each * static_cast<std::uint64_t>(tortureSetting("LINTRIX_TORTURE_DOSES", 3));
-    ::testing::internal::CaptureStdout();
-    ::testing::internal::CaptureStderr();
-    for (std::uint64_t seed = first; seed < first + count; ++seed) trial(seed);
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+    tryOutSilently(std::views::iota(first, first + count), trial);
 }
 
 inline void expectNothingBroken(const Findings& findings)
