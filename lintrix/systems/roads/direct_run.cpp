@@ -17,9 +17,11 @@ struct Setup {
     int iteration;                      ///< unit digit of IterativePath where factors are kept
 };
 
-constexpr std::array<Setup, 8> kSetups{{
+constexpr std::array<Setup, 9> kSetups{{
     {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", MatrixType::PositiveDefinite, 0, 0, 0, 2},
     {Road::Symmetric, "sparse LDL'", "sparse LDL^H", MatrixType::Indefinite, 8, 0, 0, 2},
+    {Road::Delayed, "sparse LDL' with delayed pivots", "sparse LDL^H with delayed pivots",
+     MatrixType::Indefinite, 0, 0, 0, 0},
     {Road::SymmetricPairs, "sparse LDL' with matching", "sparse LDL^H with matching", MatrixType::Indefinite,
      8, 1, 1, 2},
     {Road::Unmatched, "sparse LU", "sparse LU", MatrixType::StructurallySymmetric, 13, 0, 0, 1},
@@ -69,6 +71,8 @@ std::optional<Road> roadAfter(Road road)
     case Road::Cholesky:
         return Road::Symmetric;
     case Road::Symmetric:
+        return Road::Delayed;
+    case Road::Delayed:
         return Road::SymmetricPairs;
     case Road::SymmetricPairs:
     case Road::Unmatched:

@@ -24,7 +24,8 @@ namespace Velmar::Lintrix::detail::roads {
 enum class Road {
     Cholesky,       ///< positive definite
     Symmetric,      ///< L*D*L', or L*D*L^H of a hermitian matrix, pivots from the diagonal
-    SymmetricPairs, ///< the same with matching, scaling and pivots of one and two columns (Bunch-Kaufman)
+    Delayed,        ///< pivots of one and two columns, which wait where they are too small; not by the engine
+    SymmetricPairs, ///< as before with matching, scaling and pivots of one and two columns (Bunch-Kaufman)
     Unmatched,      ///< LU that keeps to the diagonal as it stands
     Matched,        ///< LU with matching and scaling: for any matrix
     Coarse,         ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
@@ -32,9 +33,9 @@ enum class Road {
     Dense,          ///< LU with exchanges of rows, in dense storage and without the engine
 };
 
-/// "sparse Cholesky", "sparse LDL'", "sparse LDL' with matching", "sparse LU", "sparse LU with matching",
-/// "sparse LU with raised pivots", "sparse LU with partial pivoting", "dense LU"; for a complex hermitian
-/// type (-4) "LDL^H" in place of "LDL'".
+/// "sparse Cholesky", "sparse LDL'", "sparse LDL' with delayed pivots", "sparse LDL' with matching", "sparse
+/// LU", "sparse LU with matching", "sparse LU with raised pivots", "sparse LU with partial pivoting", "dense
+/// LU"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
 LINTRIX_TESTABLE std::string_view nameOf(Road road, int mtype);
 
 /// What the road assumes of the matrix.

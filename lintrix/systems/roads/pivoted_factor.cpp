@@ -2,8 +2,7 @@
 
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/work.h>
-#include <lintrix/systems/quality/vector_norms.h>
-#include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/column_refinement.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -124,39 +123,14 @@ try {
     X = B;
     lu_->solve(op, cellsOf(X));
     WorkScope::tell(operations(B.Cols()));
-    if (const std::int32_t most = std::abs(steps.value_or(0)); most > 0) steps_ = refine(B, X, op, most);
+    const std::int32_t most = std::abs(steps.value_or(0));
+    if (most > 0)
+        steps_ = refineColumns<Cell>(*A_, B, X, op, most, [&](auto cells) { lu_->solve(op, cells); });
     return {};
 } catch (const NotEnoughMemoryException&) {
     return {.error = kEngineNoMemory};
 } catch (const std::bad_alloc&) {
     return {.error = kEngineNoMemory};
-}
-
-/// Each column as long as a step halves its residual. @return  the steps of the column that took most
-template <class Cell>
-std::int32_t PivotedFactor<Cell>::refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
-                                         std::int32_t most) const
-{
-    std::int32_t longest = 0;
-    for (std::int32_t j = 0; j < B.Cols(); ++j) {
-        const MatrixOf<Cell> b = columnOf(B, j);
-        MatrixOf<Cell> x = columnOf(X, j), r = residualOf<Cell>(*A_, x, b, op);
-        for (std::int32_t step = 1; step <= most; ++step) {
-            MatrixOf<Cell> correction(r);
-            lu_->solve(op, cellsOf(correction));
-            WorkScope::tell();
-            MatrixOf<Cell> next = x + correction, left = residualOf<Cell>(*A_, next, b, op);
-            const double before = largestModulus(cellsOf(r).data(), B.Rows()),
-                         after = largestModulus(cellsOf(left).data(), B.Rows());
-            if (!(after < before)) break;
-            longest = std::max(longest, step);
-            x = std::move(next);
-            r = std::move(left);
-            if (after > 0.5 * before) break;
-        }
-        copyColumns(x, X, j);
-    }
-    return longest;
 }
 
 template class PivotedFactor<double>;

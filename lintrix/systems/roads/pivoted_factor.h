@@ -55,8 +55,6 @@ private:
     }
 
     EngineAnswer answerOf(sparse_lu::LuOutcome outcome) const;
-    std::int32_t refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
-                        std::int32_t most) const;
 
     const SparseOf<Cell>* A_;
     double threshold_;

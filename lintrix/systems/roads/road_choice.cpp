@@ -28,7 +28,7 @@ bool isMatchedLU(Road road)
 /// Backward stable as long as no pivot is replaced.
 bool isStable(Road road)
 {
-    return road == Road::Cholesky || isMatchedLU(road);
+    return road == Road::Cholesky || road == Road::Delayed || isMatchedLU(road);
 }
 
 /// Without dense panels an operation takes so many times as long.
@@ -39,12 +39,6 @@ std::optional<Road> strongerThan(Road road, const SearchState& state)
     if (state.pivotedFirst && road == Road::Pivoted) return Road::Matched;
     if (state.pivotedFirst && road == Road::Coarse) return Road::Dense;
     return roadAfter(road);
-}
-
-double mostOperations(Reach limit, const RoadCost& done)
-{
-    return limit == Reach::Near ? std::max(kShort, kNear * done.operations)
-                                : std::max(kLong, kFar * done.operations);
 }
 
 bool exchangesRows(Road road)
@@ -60,6 +54,7 @@ bool isFinal(Road road, Ending ending)
     case Ending::IllConditioned:
         return isStable(road);
     case Ending::Singular:
+        return road == Road::Delayed || isMatchedLU(road);
     case Ending::NotTaken: // what would follow has factors of the same size
         return isMatchedLU(road);
     case Ending::Unsteady:
@@ -72,10 +67,16 @@ bool isFinal(Road road, Ending ending)
 /// Raised pivots are what is tried when both orders have failed.
 bool dependsOnOrder(Road road)
 {
-    return !ordersByPairs(road) && road != Road::Coarse && !exchangesRows(road);
+    return !ordersByPairs(road) && road != Road::Coarse && road != Road::Delayed && !exchangesRows(road);
 }
 
 } // namespace
+
+double mostOperations(Reach limit, const RoadCost& done)
+{
+    return limit == Reach::Near ? std::max(kShort, kNear * done.operations)
+                                : std::max(kLong, kFar * done.operations);
+}
 
 std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering, Ending ending,
                                    const SearchState& state)

@@ -55,6 +55,9 @@ enum class Reach {
 /// `done`: the largest factorization so far. `memory`: bytes there are.
 LINTRIX_TESTABLE Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memory);
 
+/// Operations up to which a road is within reach.
+LINTRIX_TESTABLE double mostOperations(Reach limit, const RoadCost& done);
+
 /// Operations of partial pivoting, which knows them only afterwards, up to which it is within reach.
 LINTRIX_TESTABLE double mostColumnOperations(Reach limit, const RoadCost& done);
 

@@ -26,6 +26,7 @@ constexpr std::int32_t kLateSteps = 20;  // of refinement, where the residual as
 constexpr double kGrowthShows = 0x1p-51; // of a residual: pivots below the largest let elements grow
 constexpr std::int32_t kKrylovCycle = 30, kKrylovSteps = 60,
                        kKrylovStepsInAll = 240; // each of a solve: less than a factorization
+constexpr double kWaitingExcess = 8.0;          // of operations, where pivots wait
 constexpr std::int32_t kOneAndProbe = 2;        // right-hand sides that a forecast is for
 
 /// What an earlier solve has left.
@@ -103,6 +104,8 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
         takeDense(limit, request, outcome);
     else if (attempt.road == Road::Pivoted)
         takePivoted(limit, request, outcome);
+    else if (attempt.road == Road::Delayed)
+        takeDelayed(limit, request, outcome);
     else if (!fillsIn(outcome))
         follow(limit, request, outcome);
     if (outcome.engine.error == kEngineNoMemory && !done_) throw NotEnoughMemoryException();
@@ -288,6 +291,44 @@ double RoadRunner<Cell>::worthTrying(std::int32_t rightHands) const
     const bool isNear =
         done_ && reachOf(Road::Dense, dense, *done_, budget_.limit(ownBytes(rightHands))) == Reach::Near;
     return isNear ? kShare * dense.operations : std::numeric_limits<double>::infinity();
+}
+
+template <class Cell>
+void RoadRunner<Cell>::takeDelayed(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
+try {
+    WorkScope::expect(analysisOperations(system_.Matrix().NumElements()));
+    auto factor = std::make_unique<DelayedFactor<Cell>>(system_.Matrix(), system_.Traits().hermitian);
+    ++analyses_;
+    outcome.cost = factor->cost();
+    outcome.factorEntries = outcome.cost.entries;
+    const double own = ownBytes(request.B.Cols());
+    if (done_) outcome.reach = reachOf(Road::Delayed, outcome.cost, *done_, budget_.limit(own));
+    finish("analyse");
+    if (outcome.reach > limit) return;
+    WorkScope::expect(outcome.cost.operations);
+    const EngineAnswer answer = factor->factorize(
+        {static_cast<std::int64_t>(std::clamp(budget_.left(own) / sizeof(Cell), 0.0, 0x1p62)),
+         std::max(kWaitingExcess * outcome.cost.operations,
+                  mostOperations(limit, done_.value_or(RoadCost{})))});
+    ++factorizations_;
+    finish("factorize");
+    outcome.factorEntries = factor->entries();
+    outcome.taken = answer.error != kTooMuchFill;
+    if (!outcome.taken) {
+        outcome.reach = Reach::Far;
+        return;
+    }
+    outcome.engine = answer;
+    if (answer.error != 0) return;
+    outcome.perturbed = factor->replaced();
+    if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;
+    WorkScope::expect(factor->operations(solvesFor(request)));
+    outcome.factor = std::move(factor);
+    solve(request, outcome);
+} catch (const NotEnoughMemoryException&) {
+    outcome.engine.error = kEngineNoMemory;
+} catch (const std::bad_alloc&) {
+    outcome.engine.error = kEngineNoMemory;
 }
 
 template <class Cell>

@@ -3,6 +3,7 @@
 /// Takes one road to the solution of A*X = B, and keeps what the next one can use.
 
 #include <lintrix/services/export.h>
+#include <lintrix/systems/roads/delayed_factor.h>
 #include <lintrix/systems/roads/direct_run.h>
 #include <lintrix/systems/roads/factored.h>
 #include <lintrix/systems/roads/memory_budget.h>
@@ -104,6 +105,7 @@ private:
     void follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void factorizeAndSolve(std::unique_ptr<DirectRun>& run, const Request<Cell>& request,
                            Outcome<Cell>& outcome);
+    void takeDelayed(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, EngineAnswer answer,
                      const Request<Cell>& request, Outcome<Cell>& outcome);

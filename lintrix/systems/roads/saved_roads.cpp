@@ -19,8 +19,9 @@ namespace Velmar::Lintrix::detail::roads {
 namespace {
 
 /// By their numbers in a file, which stay whatever roads there will be.
-constexpr std::array kRoads = {Road::Cholesky, Road::Symmetric, Road::SymmetricPairs, Road::Unmatched,
-                               Road::Matched,  Road::Coarse,    Road::Dense,          Road::Pivoted};
+constexpr std::array kRoads = {Road::Cholesky,  Road::Symmetric, Road::SymmetricPairs,
+                               Road::Unmatched, Road::Matched,   Road::Coarse,
+                               Road::Dense,     Road::Pivoted,   Road::Delayed};
 
 constexpr std::int32_t kNone = -1;
 
@@ -121,7 +122,7 @@ bool fits(const KeptForecast& forecast, const MatrixTraits& traits)
 {
     if (!isAttempt(forecast.attempt) || !isOrdering(forecast.ordering)) return false;
     const Road road = attemptOf(forecast.attempt).road;
-    return road != Road::Dense && road != Road::Pivoted && allows(traits, road);
+    return road != Road::Dense && road != Road::Pivoted && road != Road::Delayed && allows(traits, road);
 }
 
 template <class Cell>
@@ -250,6 +251,7 @@ Outcome<Cell> RoadRunner<Cell>::loadOutcome(SectionReader& file)
     Outcome<Cell> outcome = outcomeOf<Cell>(kept, system_.Traits());
     if (kept.hasFactor == 0) return outcome;
     const Road road = outcome.attempt.road;
+    if (road == Road::Delayed) requireWhole(file.Contradiction());
     if (road == Road::Dense)
         outcome.factor = DenseFactor<Cell>::load(system_.Matrix(), file);
     else if (road == Road::Pivoted)

@@ -1,0 +1,106 @@
+#pragma once
+/// @file
+/// The elimination within one front, as far as its pivots allow.
+
+#include <lintrix/services/export.h>
+
+#include <complex>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace Velmar::Lintrix::detail::multifrontal {
+
+/// What is a pivot. No element of L passes 1 / threshold, of complex cells sqrt(2) / threshold.
+struct PivotRule {
+    double threshold = 0.01; ///< in (0, 1/2]
+    double least = 0x1p-46;  ///< sizes up to which a pivot counts as zero
+    bool conjugates = false; ///< A = A^H, else A = A'
+};
+
+/// The pivots of P*A*P' = L*D*L^H (L*D*L'), D of blocks of one and of two, in their order.
+template <class Cell>
+struct Pivots {
+    std::vector<Cell> diagonal{}, below{}; ///< of D; below[k] the element (k + 1, k) of a block of two, or 0
+    std::int32_t replaced = 0;
+};
+
+/// A square front, its lower triangle column-major in `cells`. Of its rows the first `candidates` are fully
+/// summed: all that is to be added to them is there.
+template <class Cell>
+struct Front {
+    Cell* cells;
+    std::int32_t size, candidates;
+    std::span<std::int32_t> rows; ///< their names, which follow the exchanges
+};
+
+/// Works within one front after another, with the memory of the largest.
+///
+/// Pivots are sought among the candidates, and held against whole columns of the front. A candidate that is
+/// no pivot waits for the changes that others make to it, and in the end for the parent, where it meets more
+/// of them: nothing is replaced but in a root, where nothing else is left (I. S. Duff, J. K. Reid, "The
+/// multifrontal solution of indefinite sparse symmetric linear equations", ACM TOMS 9 (1983); the tests of
+/// blocks are those of I. S. Duff and others, "Factorization of sparse symmetric indefinite matrices", IMA J.
+/// Numer. Anal. 11 (1991)).
+template <class Cell>
+class LINTRIX_TESTABLE FrontElimination {
+public:
+    explicit FrontElimination(const PivotRule& rule) : rule_(rule) {}
+
+    /// Eliminates what it can. Behind it the first `result` columns hold L without its unit diagonal, zeros
+    /// in its place and within blocks of two; the rest is what is left for the parent, its candidates first.
+    /// The pivots are appended. `isRoot`: none may be left; those that are zero are replaced, and counted.
+    /// @throws std::bad_alloc
+    std::int32_t run(const Front<Cell>& front, bool isRoot, Pivots<Cell>& pivots);
+
+private:
+    /// The order of the candidates when a panel was finished, by their first places.
+    struct PlacesThen {
+        std::int32_t first, pivots;
+        std::vector<std::int32_t> places;
+    };
+
+    Cell* column(std::int32_t j) const noexcept { return front_.cells + std::int64_t{j} * front_.size; }
+    Cell& at(std::int32_t i, std::int32_t j) const noexcept { return column(j)[i]; }
+    Cell* product(std::int32_t j) noexcept
+    {
+        return products_.data() + std::int64_t{j - panel_} * front_.size;
+    }
+    Cell mirrored(const Cell& x) const noexcept;
+    Cell onDiagonal(const Cell& x) const noexcept;
+
+    bool runPass();
+    std::int32_t runPanel(std::int32_t most);
+    void enter(std::int32_t j);
+    std::int32_t partnerOf(std::int32_t j, double& size);
+    bool isPivot(std::int32_t j, double largest) const;
+    bool isPair(std::int32_t j, std::int32_t partner) const;
+    // Of a pivot at the front of the window the width of its block; 0: there is none.
+    std::int32_t choose(std::int32_t j);
+    std::int32_t moveToFront(std::int32_t j);
+    std::int32_t moveToFront(std::int32_t j, std::int32_t partner);
+    void replaceRest();
+    void bringRowsToPlace();
+    void eliminate(std::int32_t width);
+    void eliminateOne();
+    void eliminateTwo();
+    void updateWindow(std::int32_t width);
+    void updateRest();
+    void setAside();
+    void exchange(std::int32_t a, std::int32_t b);
+    double largestBeside(std::int32_t j, std::int32_t other) const;
+
+    PivotRule rule_;
+    Front<Cell> front_{};
+    Pivots<Cell>* pivots_ = nullptr;
+    std::int32_t done_ = 0;  ///< eliminated
+    std::int32_t panel_ = 0; ///< where the panel began
+    std::int32_t window_ =
+        0; ///< columns done_ .. window_ - 1 are up to date, the others lack the panel's pivots
+    std::vector<Cell> products_{}; ///< L*D of the panel's columns
+    std::vector<Cell> factors_{};
+    std::vector<std::int32_t> places_{}; ///< of the candidates, before the exchanges
+    std::vector<PlacesThen> placesThen_{};
+};
+
+} // namespace Velmar::Lintrix::detail::multifrontal

@@ -1,0 +1,91 @@
+#pragma once
+/// @file
+/// L*D*L' of a sparse symmetric matrix, or L*D*L^H of a Hermitian one, whose pivots may wait.
+
+#include <lintrix/foundation/block.h>
+#include <lintrix/foundation/enumerations.h>
+#include <lintrix/services/export.h>
+#include <lintrix/systems/multifrontal/front_elimination.h>
+#include <lintrix/systems/multifrontal/front_tree.h>
+#include <lintrix/systems/structure/inertia.h>
+
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace Velmar::Lintrix::detail::multifrontal {
+
+/// What a factorization may take.
+struct FrontBounds {
+    std::int64_t entries = std::numeric_limits<std::int64_t>::max(); ///< of L
+    double operations = std::numeric_limits<double>::infinity();
+};
+
+/// P*S*A*S*P' = L*D*L^H (L*D*L' of a symmetric complex matrix), S of powers of two that bring the largest
+/// element of each row near 1, D of blocks of one and of two.
+///
+///     MultifrontalLDL<double> ldl(A, true);
+///     if (ldl.factorize(A)) ldl.solve(TransposeMode::NotTransposed, cells);
+///
+/// An elimination that keeps to an order of little fill meets pivots that are too small; here they wait, in
+/// front after front, until others have changed them or they find a partner, at the price of fronts that
+/// grow. What is no pivot to begin with, as the zero of a constraint, is ordered beside a partner from the
+/// start.
+template <class Cell>
+class LINTRIX_TESTABLE MultifrontalLDL {
+public:
+    /// Analyses `A`, which is square, of finite elements, with both triangles told. `conjugates`: A = A^H,
+    /// else A = A'. @throws std::bad_alloc
+    MultifrontalLDL(const SparseEntries<Cell>& A, bool conjugates);
+
+    FrontForecast forecast() const { return forecastOf(tree_); }
+
+    /// Of the same matrix. @return  false: a bound was passed, and there is no factor
+    /// @throws NotEnoughMemoryException, std::bad_alloc, what listens to the work
+    bool factorize(const SparseEntries<Cell>& A, const FrontBounds& bounds = {});
+
+    /// X = op(A)^-1*X for right-hand sides one behind the other. @pre factorized
+    void solve(TransposeMode op, std::span<Cell> X) const;
+
+    /// Of the last factorization: entries of L, operations in cells, pivots that were zero, and candidates
+    /// that waited, once for each front.
+    std::int64_t entries() const noexcept { return entries_; }
+    double operations() const noexcept { return operations_; }
+    std::int32_t replaced() const noexcept { return pivots_.replaced; }
+    std::int64_t delayed() const noexcept { return delayed_; }
+    /// Of D. @pre A = A^H
+    Inertia inertia() const;
+
+private:
+    /// The columns of L that a front has eliminated.
+    struct Panel {
+        Block<Cell> cells{};              ///< rows.size() x pivots
+        std::vector<std::int32_t> rows{}; ///< positions; the first ones are those of the pivots
+        std::int32_t pivots = 0, firstPivot = 0;
+    };
+    /// What a front leaves for its parent: a lower triangle.
+    struct Rest {
+        Block<Cell> cells{};
+        std::vector<std::int32_t> rows{};
+        std::int32_t waiting = 0; ///< of the rows: candidates that were no pivots
+    };
+    class Assembly;
+
+    Panel eliminated(Front<Cell>& front, bool isRoot, FrontElimination<Cell>& elimination);
+    void forward(const Panel& panel, std::int32_t columns, Cell* X, std::vector<Cell>& work) const;
+    void divide(const Panel& panel, std::int32_t columns, Cell* X) const;
+    void backward(const Panel& panel, std::int32_t columns, Cell* X, std::vector<Cell>& work) const;
+    void gather(const Panel& panel, std::int32_t columns, const Cell* X, std::vector<Cell>& work) const;
+
+    bool conjugates_;
+    std::vector<int> exponents_; ///< of the scales
+    FrontTree tree_{};
+    std::vector<Panel> panels_{};
+    Pivots<Cell> pivots_{};
+    std::int64_t entries_ = 0, delayed_ = 0;
+    double operations_ = 0.0;
+};
+
+} // namespace Velmar::Lintrix::detail::multifrontal

@@ -1,0 +1,43 @@
+#pragma once
+/// @file
+/// Refinement of solutions, column by column, by a factor at hand.
+
+#include <lintrix/services/work.h>
+#include <lintrix/systems/quality/vector_norms.h>
+#include <lintrix/systems/roads/columns.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+namespace Velmar::Lintrix::detail::roads {
+
+/// Each column of op(A)*X = B as long as a step halves its residual. `solve` makes op(A)^-1*cells of cells in
+/// place. @return  the steps of the column that took most
+template <class Cell, class Solve>
+std::int32_t refineColumns(const SparseOf<Cell>& A, const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
+                           TransposeMode op, std::int32_t most, const Solve& solve)
+{
+    std::int32_t longest = 0;
+    for (std::int32_t j = 0; j < B.Cols(); ++j) {
+        const MatrixOf<Cell> b = columnOf(B, j);
+        MatrixOf<Cell> x = columnOf(X, j), r = residualOf<Cell>(A, x, b, op);
+        for (std::int32_t step = 1; step <= most; ++step) {
+            MatrixOf<Cell> correction(r);
+            solve(cellsOf(correction));
+            WorkScope::tell();
+            MatrixOf<Cell> next = x + correction, left = residualOf<Cell>(A, next, b, op);
+            const double before = largestModulus(cellsOf(r).data(), B.Rows()),
+                         after = largestModulus(cellsOf(left).data(), B.Rows());
+            if (!(after < before)) break;
+            longest = std::max(longest, step);
+            x = std::move(next);
+            r = std::move(left);
+            if (after > 0.5 * before) break;
+        }
+        copyColumns(x, X, j);
+    }
+    return longest;
+}
+
+} // namespace Velmar::Lintrix::detail::roads
