@@ -25,12 +25,6 @@ bool isMatchedLU(Road road)
     return road == Road::Matched || road == Road::Coarse;
 }
 
-/// Backward stable as long as no pivot is replaced.
-bool isStable(Road road)
-{
-    return road == Road::Cholesky || road == Road::Delayed || isMatchedLU(road);
-}
-
 /// Without dense panels an operation takes so many times as long.
 constexpr double kSlowerByColumns = 8.0;
 
@@ -71,6 +65,11 @@ bool dependsOnOrder(Road road)
 }
 
 } // namespace
+
+bool isStable(Road road)
+{
+    return road == Road::Cholesky || road == Road::Delayed || isMatchedLU(road);
+}
 
 double mostOperations(Reach limit, const RoadCost& done)
 {

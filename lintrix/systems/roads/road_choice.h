@@ -34,6 +34,9 @@ struct SearchState {
     bool pivotedFirst = false;  ///< the search began with partial pivoting, and that was taken
 };
 
+/// Backward stable as long as no pivot is replaced: few digits are the matrix's own.
+LINTRIX_TESTABLE bool isStable(Road road);
+
 /// What follows `last`, which used `ordering`; nothing where no road can do better.
 ///
 /// Which pivots are met small depends on the order of elimination. So an unsteady road is repeated with the

@@ -84,11 +84,14 @@ std::string whyDegraded(const Outcome<Cell>& outcome)
                    outcome.quality->error() <= kFewDigits ? "" : "ill-conditioned"});
 }
 
-/// How much a failed road tells: nothing, a bad solution, that the matrix is singular.
+/// How much a failed road tells: nothing, a bad solution, that the matrix is singular or its few digits its
+/// own.
 template <class Cell>
 int weightOf(const Outcome<Cell>& failed)
 {
-    return !failed.quality ? 0 : failed.isSolvedByAnother() ? 2 : 1;
+    if (!failed.quality) return 0;
+    const bool isOfMatrix = failed.ending() == Ending::IllConditioned && isStable(failed.attempt.road);
+    return failed.isSolvedByAnother() || isOfMatrix ? 2 : 1;
 }
 
 } // namespace
