@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// The signs of the eigenvalues of a symmetric or Hermitian matrix, by factors of the engine, as far as they
+/// The signs of the eigenvalues of a symmetric or Hermitian matrix, by pivots of factors, as far as they
 /// are certain.
 ///
 /// A factor is that of M = A + E, and by its pivots the inertia of M is known. With F = A*M^-1 - I, A is
@@ -9,8 +9,8 @@
 /// measured, not bounded by what rounding could do at worst: so growth of elements and replaced pivots count
 /// with what they have done, and the scaling of A, which no eigenvalue of F depends on, does not count.
 ///
-/// Where the factor at hand is too far from A, A - s*I and A + s*I are factorized with a small s: what is
-/// above s is positive, what is below -s negative.
+/// Where no factor of A is near enough, A - s*I and A + s*I are factorized with a small s: what is above s is
+/// positive, what is below -s negative.
 
 #include <lintrix/systems/roads/road_outcome.h>
 #include <lintrix/systems/system_matrix.h>
@@ -18,10 +18,10 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// The factor of `outcome` is asked first, if its quality is known with the drift. Shifted matrices are
-/// factorized where that takes milliseconds, or, where it is `asked` for, up to 2e9 operations each, up to
-/// six times; and where one takes, with its analysis, no more than the bytes that are `left` beside the
-/// factor at hand. Of larger ones, and where memory gives out, all signs are uncertain then, and the bound is
+/// The factor of `outcome` is asked first, if its quality is known with the drift. Then one whose pivots wait,
+/// of A itself, and where that is too far from A, of shifted matrices: where one takes milliseconds, or, where
+/// it is `asked` for, up to 2e9 operations, up to seven times; and where one takes, with its analysis, no more
+/// than the bytes that are `left` beside the factor at hand. Of larger ones, and where memory gives out, all signs are uncertain then, and the bound is
 /// infinite: the solution does not depend on it.
 /// @pre A is finite and symmetric or Hermitian
 template <class Cell>

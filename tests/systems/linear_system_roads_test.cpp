@@ -96,8 +96,8 @@ TEST(FirstRoad, ATypeThatTheValuesContradictIsNone)
 TEST(SparseRoads, EachIsTakenAndSolves)
 {
     const SparseMatrix positive = chain(40, 2.5, -1.0, -1.0);
-    for (const Road road : {Road::Cholesky, Road::Symmetric, Road::SymmetricPairs, Road::Unmatched,
-                            Road::Matched, Road::Coarse, Road::Pivoted, Road::Dense}) {
+    for (const Road road : {Road::Cholesky, Road::Symmetric, Road::Delayed, Road::Unmatched, Road::Matched,
+                            Road::Coarse, Road::Pivoted, Road::Dense}) {
         SCOPED_TRACE(nameOf(road, 11));
         const RoadsTaken<double> answer = solved(positive, road);
         expectAccurate(answer, road);
@@ -121,7 +121,7 @@ constexpr const char* kTwoReplaced =
     "sparse LDL'( by nested dissection)?: "
     "(singular: |no digit of a known solution came back, |scaled residual [0-9.e-]+, )+2 perturbed pivots";
 
-TEST(SparseRoads, PivotsFromTheDiagonalThatAreNoneLeadToPairs)
+TEST(SparseRoads, PivotsFromTheDiagonalThatAreNoneLeadToThoseThatWait)
 {
     for (const double small : {1e-9, 1e-10, 1e-12}) {
         const SparseMatrix A = symmetricFrom(6, {{0, 1, small},
@@ -133,15 +133,15 @@ TEST(SparseRoads, PivotsFromTheDiagonalThatAreNoneLeadToPairs)
                                                  {4, 5, 1.0},
                                                  {5, 5, -3.0}});
         const RoadsTaken<double> answer = solved(A);
-        expectAccurate(answer, Road::SymmetricPairs);
+        expectAccurate(answer, Road::Delayed);
         ASSERT_THAT(answer.tried, Not(IsEmpty()));
         EXPECT_THAT(answer.tried, Each(MatchesRegex(kTwoReplaced))) << small;
     }
 }
 
-TEST(SparseRoads, PairsThatWouldFillInLeadToTheUnsymmetricRoad)
+TEST(SparseRoads, ATinyPairDoesNotTakeTheSymmetryOfAGrid)
 {
-    // The pair of the last test beside a grid in any order, in which pairs are eliminated as they come.
+    // The pair of the last test beside a grid in any order.
     constexpr std::int32_t kSide = 100, n = kSide * kSide;
     std::vector<std::int32_t> place(n);
     std::iota(place.begin(), place.end(), 0);
@@ -156,11 +156,8 @@ TEST(SparseRoads, PairsThatWouldFillInLeadToTheUnsymmetricRoad)
         if (i + kSide < n) join(i, i + kSide, 1.0);
     }
     const RoadsTaken<double> answer = solved(symmetricFrom(n + 2, triplets));
-    expectAccurate(answer, Road::Matched);
-    ASSERT_GE(answer.tried.size(), 2U);
-    EXPECT_THAT(answer.tried.front(), MatchesRegex(kTwoReplaced));
-    EXPECT_EQ(answer.tried.back(),
-              "sparse LDL' with matching: its factors would have more than 5000000 entries");
+    expectAccurate(answer, Road::Delayed);
+    EXPECT_THAT(answer.tried, Each(MatchesRegex(kTwoReplaced)));
 }
 
 TEST(SparseRoads, AZeroPivotOnTheDiagonalLeadsToTheMatching)

@@ -40,6 +40,14 @@ FrontTree treeOf(const SparseEntries<Cell>& A, const std::vector<int>& exponents
     return pays ? std::move(paired) : std::move(plain);
 }
 
+/// The diagonal included.
+template <class Cell>
+std::int64_t entriesOfPanel(const FrontPanel<Cell>& panel)
+{
+    const std::int64_t pivots = panel.pivots;
+    return pivots * std::ssize(panel.rows) - pivots * (pivots - 1) / 2;
+}
+
 template <class Cell>
 void conjugateAll(std::span<Cell> cells)
 {
@@ -157,6 +165,18 @@ MultifrontalLDL<Cell>::MultifrontalLDL(const SparseEntries<Cell>& A, bool conjug
 }
 
 template <class Cell>
+MultifrontalLDL<Cell>::MultifrontalLDL(LdlParts<Cell> parts, bool conjugates)
+    : conjugates_(conjugates), exponents_(std::move(parts.exponents)), panels_(std::move(parts.panels)),
+      pivots_(std::move(parts.pivots))
+{
+    tree_.positionOf.resize(parts.vertexAt.size());
+    for (std::size_t k = 0; k < parts.vertexAt.size(); ++k)
+        tree_.positionOf[parts.vertexAt[k]] = static_cast<std::int32_t>(k);
+    tree_.vertexAt = std::move(parts.vertexAt);
+    for (const Panel& panel : panels_) entries_ += entriesOfPanel(panel);
+}
+
+template <class Cell>
 bool MultifrontalLDL<Cell>::factorize(const SparseEntries<Cell>& A, const FrontBounds& bounds)
 {
     panels_.clear();
@@ -190,7 +210,7 @@ auto MultifrontalLDL<Cell>::eliminated(Front<Cell>& front, bool isRoot, FrontEli
     const std::int64_t size = front.size, pivots = panel.pivots;
     if (pivots > 0) panel.cells = Block<Cell>::copyOf(front.cells, size * pivots);
     panel.rows.assign(front.rows.begin(), front.rows.end());
-    entries_ += pivots * size - pivots * (pivots - 1) / 2;
+    entries_ += entriesOfPanel(panel);
     for (std::int64_t left = size - pivots; left < size; ++left)
         operations_ += static_cast<double>(left) * static_cast<double>(left + 1);
     return panel;

@@ -23,6 +23,23 @@ struct FrontBounds {
     double operations = std::numeric_limits<double>::infinity();
 };
 
+/// The columns of L that a front has eliminated.
+template <class Cell>
+struct FrontPanel {
+    Block<Cell> cells{};              ///< rows.size() x pivots
+    std::vector<std::int32_t> rows{}; ///< positions; the first ones are those of the pivots
+    std::int32_t pivots = 0, firstPivot = 0;
+};
+
+/// What a factor is made of, without what made it.
+template <class Cell>
+struct LdlParts {
+    std::vector<int> exponents{};         ///< of the scales
+    std::vector<std::int32_t> vertexAt{}; ///< by position
+    std::vector<FrontPanel<Cell>> panels{};
+    Pivots<Cell> pivots{};
+};
+
 /// P*S*A*S*P' = L*D*L^H (L*D*L' of a symmetric complex matrix), S of powers of two that bring the largest
 /// element of each row near 1, D of blocks of one and of two.
 ///
@@ -39,6 +56,9 @@ public:
     /// Analyses `A`, which is square, of finite elements, with both triangles told. `conjugates`: A = A^H,
     /// else A = A'. @throws std::bad_alloc
     MultifrontalLDL(const SparseEntries<Cell>& A, bool conjugates);
+
+    /// A factor that was made before: it solves, and is not made anew.
+    MultifrontalLDL(LdlParts<Cell> parts, bool conjugates);
 
     FrontForecast forecast() const { return forecastOf(tree_); }
 
@@ -58,13 +78,13 @@ public:
     /// Of D. @pre A = A^H
     Inertia inertia() const;
 
+    std::span<const int> exponents() const noexcept { return exponents_; }
+    std::span<const std::int32_t> vertexAt() const noexcept { return tree_.vertexAt; }
+    std::span<const FrontPanel<Cell>> panels() const noexcept { return panels_; }
+    const Pivots<Cell>& pivots() const noexcept { return pivots_; }
+
 private:
-    /// The columns of L that a front has eliminated.
-    struct Panel {
-        Block<Cell> cells{};              ///< rows.size() x pivots
-        std::vector<std::int32_t> rows{}; ///< positions; the first ones are those of the pivots
-        std::int32_t pivots = 0, firstPivot = 0;
-    };
+    using Panel = FrontPanel<Cell>;
     /// What a front leaves for its parent: a lower triangle.
     struct Rest {
         Block<Cell> cells{};

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -19,6 +20,10 @@ class LINTRIX_TESTABLE DelayedFactor final : public Factored<Cell> {
 public:
     /// Analyses `A`, symmetric or Hermitian, which must outlive the factor. @throws std::bad_alloc
     DelayedFactor(const SparseOf<Cell>& A, bool hermitian);
+
+    /// What `save` has added to a file. @throws as `requireWhole`, NotEnoughMemoryException
+    static std::unique_ptr<DelayedFactor> load(const SparseOf<Cell>& A, bool hermitian, SectionReader& file);
+    void save(SectionWriter& file) const override;
 
     /// As forecast for pivots that need not wait; nothing of a matrix with an element that is not finite.
     RoadCost cost() const;
@@ -37,9 +42,15 @@ public:
     std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<DelayedFactor>(*this); }
 
 private:
+    DelayedFactor(const SparseOf<Cell>& A, bool hermitian, multifrontal::MultifrontalLDL<Cell> ldl)
+        : A_(&A), hermitian_(hermitian),
+          ldl_(std::make_shared<multifrontal::MultifrontalLDL<Cell>>(std::move(ldl)))
+    {
+    }
+
     const SparseOf<Cell>* A_;
     bool hermitian_;
-    std::shared_ptr<const EntryArrays<Cell>> entries_;
+    std::shared_ptr<const EntryArrays<Cell>> entries_{};         ///< until it is factorized
     std::shared_ptr<multifrontal::MultifrontalLDL<Cell>> ldl_{}; ///< none: an element is not finite
     std::int32_t steps_ = 0;
 };

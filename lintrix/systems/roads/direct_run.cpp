@@ -13,25 +13,22 @@ struct Setup {
     Road road;
     std::string_view name, hermitianName;
     MatrixType type;
-    int pivotExponent, matching, pairs; ///< PivotExponent, Scaling and Matching, SymmetricPivoting
-    int iteration;                      ///< unit digit of IterativePath where factors are kept
+    int pivotExponent, matching; ///< PivotExponent, Scaling and Matching
+    int iteration;               ///< unit digit of IterativePath where factors are kept
 };
 
-constexpr std::array<Setup, 9> kSetups{{
-    {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", MatrixType::PositiveDefinite, 0, 0, 0, 2},
-    {Road::Symmetric, "sparse LDL'", "sparse LDL^H", MatrixType::Indefinite, 8, 0, 0, 2},
+constexpr std::array<Setup, 8> kSetups{{
+    {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", MatrixType::PositiveDefinite, 0, 0, 2},
+    {Road::Symmetric, "sparse LDL'", "sparse LDL^H", MatrixType::Indefinite, 8, 0, 2},
     {Road::Delayed, "sparse LDL' with delayed pivots", "sparse LDL^H with delayed pivots",
-     MatrixType::Indefinite, 0, 0, 0, 0},
-    {Road::SymmetricPairs, "sparse LDL' with matching", "sparse LDL^H with matching", MatrixType::Indefinite,
-     8, 1, 1, 2},
-    {Road::Unmatched, "sparse LU", "sparse LU", MatrixType::StructurallySymmetric, 13, 0, 0, 1},
-    {Road::Matched, "sparse LU with matching", "sparse LU with matching", MatrixType::Unsymmetric, 13, 1, 0,
-     1},
+     MatrixType::Indefinite, 0, 0, 0},
+    {Road::Unmatched, "sparse LU", "sparse LU", MatrixType::StructurallySymmetric, 13, 0, 1},
+    {Road::Matched, "sparse LU with matching", "sparse LU with matching", MatrixType::Unsymmetric, 13, 1, 1},
     {Road::Coarse, "sparse LU with raised pivots", "sparse LU with raised pivots", MatrixType::Unsymmetric, 6,
-     1, 0, 1},
+     1, 1},
     {Road::Pivoted, "sparse LU with partial pivoting", "sparse LU with partial pivoting",
-     MatrixType::Unsymmetric, 0, 0, 0, 0},
-    {Road::Dense, "dense LU", "dense LU", MatrixType::Unsymmetric, 0, 0, 0, 0},
+     MatrixType::Unsymmetric, 0, 0, 0},
+    {Road::Dense, "dense LU", "dense LU", MatrixType::Unsymmetric, 0, 0, 0},
 }};
 
 const Setup& setupOf(Road road)
@@ -60,11 +57,6 @@ bool scales(Road road)
     return setupOf(road).matching != 0;
 }
 
-bool ordersByPairs(Road road)
-{
-    return setupOf(road).pairs != 0;
-}
-
 std::optional<Road> roadAfter(Road road)
 {
     switch (road) {
@@ -73,8 +65,6 @@ std::optional<Road> roadAfter(Road road)
     case Road::Symmetric:
         return Road::Delayed;
     case Road::Delayed:
-        return Road::SymmetricPairs;
-    case Road::SymmetricPairs:
     case Road::Unmatched:
         return Road::Matched;
     case Road::Matched:
@@ -102,7 +92,6 @@ DirectRun::DirectRun(Road road, const EngineMatrix& matrix, FillInReducingMethod
     parameters_[RefinementLimit] = settings.refine;
     parameters_[PivotExponent] = setup.pivotExponent;
     parameters_[Scaling] = parameters_[Matching] = setup.matching;
-    parameters_[SymmetricPivoting] = setup.pairs;
 }
 
 /// The engine solves with a diagonal matrix as it stands, and then there is nothing to share.
@@ -165,12 +154,6 @@ std::optional<Inertia> DirectRun::inertia() const
     const int positive = parameters_[PardisoParameter::PositivePivots],
               negative = parameters_[PardisoParameter::NegativePivots];
     return Inertia{positive, negative, matrix_.n - positive - negative};
-}
-
-void DirectRun::keepSmallPivots()
-{
-    constexpr int kBelowRounding = 20; // of the largest element, as a power of ten
-    parameters_[PardisoParameter::PivotExponent] = kBelowRounding;
 }
 
 DirectRun::Reading DirectRun::readingOf(TransposeMode op) const

@@ -22,18 +22,17 @@ namespace Velmar::Lintrix::detail::roads {
 
 /// What is assumed of the matrix, each weaker than the one before it.
 enum class Road {
-    Cholesky,       ///< positive definite
-    Symmetric,      ///< L*D*L', or L*D*L^H of a hermitian matrix, pivots from the diagonal
-    Delayed,        ///< pivots of one and two columns, which wait where they are too small; not by the engine
-    SymmetricPairs, ///< as before with matching, scaling and pivots of one and two columns (Bunch-Kaufman)
-    Unmatched,      ///< LU that keeps to the diagonal as it stands
-    Matched,        ///< LU with matching and scaling: for any matrix
-    Coarse,         ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
-    Pivoted,        ///< LU with exchanges of rows in all of a block, column by column and without the engine
-    Dense,          ///< LU with exchanges of rows, in dense storage and without the engine
+    Cholesky,  ///< positive definite
+    Symmetric, ///< L*D*L', or L*D*L^H of a hermitian matrix, pivots from the diagonal
+    Delayed,   ///< pivots of one and two columns, which wait where they are too small; not by the engine
+    Unmatched, ///< LU that keeps to the diagonal as it stands
+    Matched,   ///< LU with matching and scaling: for any matrix
+    Coarse,    ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
+    Pivoted,   ///< LU with exchanges of rows in all of a block, column by column and without the engine
+    Dense,     ///< LU with exchanges of rows, in dense storage and without the engine
 };
 
-/// "sparse Cholesky", "sparse LDL'", "sparse LDL' with delayed pivots", "sparse LDL' with matching", "sparse
+/// "sparse Cholesky", "sparse LDL'", "sparse LDL' with delayed pivots", "sparse
 /// LU", "sparse LU with matching", "sparse LU with raised pivots", "sparse LU with partial pivoting", "dense
 /// LU"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
 LINTRIX_TESTABLE std::string_view nameOf(Road road, int mtype);
@@ -43,9 +42,6 @@ LINTRIX_TESTABLE MatrixType typeOf(Road road);
 
 /// Whether rows and columns are scaled, by what the matching brings along.
 LINTRIX_TESTABLE bool scales(Road road);
-
-/// Whether pairs of pivots decide on the order, whatever is asked for.
-LINTRIX_TESTABLE bool ordersByPairs(Road road);
 
 /// Where to go when `road` fails. None after the last one.
 LINTRIX_TESTABLE std::optional<Road> roadAfter(Road road);
@@ -134,8 +130,6 @@ public:
     /// factorized. None of other types, and none where the strategy lets the engine keep the factor of
     /// earlier values.
     std::optional<Inertia> inertia() const;
-    /// Pivots are replaced where they vanish next to the matrix, and no sooner.
-    void keepSmallPivots();
     /// Of L and U together; 0 where there are no factors, as of a diagonal matrix.
     int factorEntries() const { return std::max(parameters_[PardisoParameter::FactorNonZeros], 0); }
 

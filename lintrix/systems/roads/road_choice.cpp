@@ -11,9 +11,6 @@ namespace {
 constexpr double kNear = 30.0, kShort = 1e10;
 constexpr double kFar = 1000.0, kLong = 1e12;
 
-// Entries by pairs, beside those of the factor before: their supernodes are small, and the rate is low.
-constexpr std::int64_t kPairsBound = 10, kFewEntries = 5'000'000;
-
 FillInReducingMethod otherThan(FillInReducingMethod ordering)
 {
     return ordering == FillInReducingMethod::MinimumDegree ? FillInReducingMethod::NestedDissection
@@ -61,7 +58,7 @@ bool isFinal(Road road, Ending ending)
 /// Raised pivots are what is tried when both orders have failed.
 bool dependsOnOrder(Road road)
 {
-    return !ordersByPairs(road) && road != Road::Coarse && road != Road::Delayed && !exchangesRows(road);
+    return road != Road::Coarse && road != Road::Delayed && !exchangesRows(road);
 }
 
 } // namespace
@@ -93,7 +90,6 @@ Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memo
 {
     const double work = cost.operations * (road == Road::Pivoted ? kSlowerByColumns : 1.0);
     if (cost.bytes > memory || work > mostOperations(Reach::Far, done)) return Reach::Beyond;
-    if (ordersByPairs(road) && cost.entries > mostPairEntries(done)) return Reach::Beyond;
     return work > mostOperations(Reach::Near, done) ? Reach::Far : Reach::Near;
 }
 
@@ -109,11 +105,6 @@ RoadCost denseCost(std::int32_t n, bool complex)
                              ? std::numeric_limits<double>::infinity()
                              : (complex ? 4.0 : 2.0) * sizeof(double) * static_cast<double>(cells);
     return {size * (size + 1) / 2, (complex ? 8.0 : 2.0) / 3.0 * static_cast<double>(cells) * n, bytes};
-}
-
-std::int64_t mostPairEntries(const RoadCost& done)
-{
-    return std::max(kFewEntries, kPairsBound * done.entries);
 }
 
 } // namespace Velmar::Lintrix::detail::roads

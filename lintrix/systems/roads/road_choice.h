@@ -68,7 +68,4 @@ LINTRIX_TESTABLE double mostColumnOperations(Reach limit, const RoadCost& done);
 /// than a matrix can have.
 LINTRIX_TESTABLE RoadCost denseCost(std::int32_t n, bool complex);
 
-/// Entries of L from which on the road by pairs is out of reach.
-LINTRIX_TESTABLE std::int64_t mostPairEntries(const RoadCost& done);
-
 } // namespace Velmar::Lintrix::detail::roads

@@ -10,7 +10,6 @@
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/ordering_choice.h>
-#include <lintrix/systems/roads/pair_forecast.h>
 #include <lintrix/systems/run_control.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 
@@ -106,7 +105,7 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
         takePivoted(limit, request, outcome);
     else if (attempt.road == Road::Delayed)
         takeDelayed(limit, request, outcome);
-    else if (!fillsIn(outcome))
+    else
         follow(limit, request, outcome);
     if (outcome.engine.error == kEngineNoMemory && !done_) throw NotEnoughMemoryException();
     if (first && !outcome.fault.empty()) throw OperationFailedException(outcome.fault);
@@ -146,21 +145,6 @@ void RoadRunner<Cell>::refactorize(Outcome<Cell>& outcome, const Request<Cell>& 
     requireSystem(outcome);
 }
 
-/// Pairs of pivots are eliminated in the order in which they were found, which the engine makes no better.
-/// Past all bounds for a large matrix, even the analysis: so it is estimated before that.
-template <class Cell>
-bool RoadRunner<Cell>::fillsIn(Outcome<Cell>& outcome)
-{
-    if (!ordersByPairs(outcome.attempt.road) || !done_) return false;
-    const std::int64_t most = mostPairEntries(*done_);
-    const bool fills = pairEntries(entriesOf<Cell>(system_.Matrix()).pattern, most) > most;
-    finish("analyse");
-    if (!fills) return false;
-    outcome.cost.entries = most;
-    outcome.reach = Reach::Beyond;
-    return true;
-}
-
 /// A large body is dissected. Else by minimum degree first; nested dissection, where it pays, is kept if it
 /// saves operations.
 template <class Cell>
@@ -179,7 +163,7 @@ auto RoadRunner<Cell>::analysed(const Attempt& attempt, const EngineMatrix& matr
     };
     const std::optional<FillInReducingMethod> told = attempt.ordering ? attempt.ordering : options_.ordering;
     const OrderingChoice choice(matrix, TrellConfiguration::GetMaxThreads());
-    const bool open = !told && !ordersByPairs(attempt.road);
+    const bool open = !told;
     const auto ordering = told.value_or(open && choice.isLargeBody() ? kThorough : kQuick);
     Analysed first = by(ordering);
     const double gigaflops = first.run->cost().operations / 1e9;

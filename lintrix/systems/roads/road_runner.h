@@ -100,7 +100,6 @@ private:
         std::unique_ptr<DirectRun> run;
     };
 
-    bool fillsIn(Outcome<Cell>& outcome);
     Analysed analysed(const Attempt& attempt, const EngineMatrix& matrix, std::int32_t rightHands);
     void follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void factorizeAndSolve(std::unique_ptr<DirectRun>& run, const Request<Cell>& request,

@@ -1,6 +1,7 @@
 // A sparse LU with partial pivoting in the sections of a file.
 
 #include <lintrix/systems/roads/pivoted_factor.h>
+#include <lintrix/systems/roads/saved_cells.h>
 #include <lintrix/systems/saved_system.h>
 
 #include <algorithm>
@@ -23,40 +24,9 @@ struct KeptLu {
 static_assert(sizeof(KeptLu) == 72);
 
 template <class T>
-std::vector<T> taken(SectionReader& file, std::string_view name, std::int64_t count)
-{
-    const std::int64_t bytes = count * std::int64_t{sizeof(T)};
-    if (count < 0 || count > file.BytesLeft() / std::int64_t{sizeof(T)}) requireWhole(file.Contradiction());
-    requireWhole(file.Expect(name, bytes));
-    std::vector<T> cells(static_cast<std::size_t>(count));
-    requireWhole(file.Take(std::span(cells)));
-    return cells;
-}
-
-template <class T>
-Block<T> takenBlock(SectionReader& file, std::string_view name, std::int64_t count)
-{
-    if (count < 0 || count > file.BytesLeft() / std::int64_t{sizeof(T)}) requireWhole(file.Contradiction());
-    requireWhole(file.Expect(name, count * std::int64_t{sizeof(T)}));
-    Block<T> cells(count);
-    requireWhole(file.Take(std::span(cells.get(), static_cast<std::size_t>(count))));
-    return cells;
-}
-
-template <class T>
 bool ascend(const std::vector<T>& starts, T last)
 {
     return !starts.empty() && starts.front() == 0 && starts.back() == last && std::ranges::is_sorted(starts);
-}
-
-bool isPermutation(const std::vector<std::int32_t>& at)
-{
-    std::vector<bool> met(at.size());
-    for (const std::int32_t index : at) {
-        if (index < 0 || index >= std::ssize(at) || met[static_cast<std::size_t>(index)]) return false;
-        met[static_cast<std::size_t>(index)] = true;
-    }
-    return true;
 }
 
 /// Whether all of the rows from entry `begin` to before `end` lie in `first` .. `behind` - 1.

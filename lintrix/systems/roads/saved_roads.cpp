@@ -19,9 +19,8 @@ namespace Velmar::Lintrix::detail::roads {
 namespace {
 
 /// By their numbers in a file, which stay whatever roads there will be.
-constexpr std::array kRoads = {Road::Cholesky,  Road::Symmetric, Road::SymmetricPairs,
-                               Road::Unmatched, Road::Matched,   Road::Coarse,
-                               Road::Dense,     Road::Pivoted,   Road::Delayed};
+constexpr std::array kRoads = {Road::Cholesky, Road::Symmetric, Road::Delayed, Road::Unmatched,
+                               Road::Matched,  Road::Coarse,    Road::Dense,   Road::Pivoted};
 
 constexpr std::int32_t kNone = -1;
 
@@ -251,9 +250,10 @@ Outcome<Cell> RoadRunner<Cell>::loadOutcome(SectionReader& file)
     Outcome<Cell> outcome = outcomeOf<Cell>(kept, system_.Traits());
     if (kept.hasFactor == 0) return outcome;
     const Road road = outcome.attempt.road;
-    if (road == Road::Delayed) requireWhole(file.Contradiction());
     if (road == Road::Dense)
         outcome.factor = DenseFactor<Cell>::load(system_.Matrix(), file);
+    else if (road == Road::Delayed)
+        outcome.factor = DelayedFactor<Cell>::load(system_.Matrix(), system_.Traits().hermitian, file);
     else if (road == Road::Pivoted)
         outcome.factor = PivotedFactor<Cell>::load(system_.Full(), file);
     else

@@ -48,8 +48,8 @@ Attempt repeated(Road road, FillInReducingMethod ordering = kDissection)
     return {road, ordering};
 }
 
-constexpr Road kAll[] = {Road::Cholesky, Road::Symmetric, Road::SymmetricPairs, Road::Unmatched,
-                         Road::Matched,  Road::Coarse,    Road::Pivoted,        Road::Dense};
+constexpr Road kAll[] = {Road::Cholesky, Road::Symmetric, Road::Delayed, Road::Unmatched,
+                         Road::Matched,  Road::Coarse,    Road::Pivoted, Road::Dense};
 
 TEST(NextAttempt, NothingFollowsAnAccurateOne)
 {
@@ -60,8 +60,8 @@ TEST(NextAttempt, AStrongerRoadFollowsAPoorOne)
 {
     expectAll({
         {{Road::Cholesky}, Ending::Poor, kOpen, Attempt{Road::Symmetric}},
-        {{Road::Symmetric}, Ending::Poor, kOpen, Attempt{Road::SymmetricPairs}},
-        {{Road::SymmetricPairs}, Ending::Poor, kOpen, Attempt{Road::Matched}},
+        {{Road::Symmetric}, Ending::Poor, kOpen, Attempt{Road::Delayed}},
+        {{Road::Delayed}, Ending::Poor, kOpen, Attempt{Road::Matched}},
         {{Road::Unmatched}, Ending::Poor, kOpen, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::Poor, kOpen, Attempt{Road::Coarse}},
         {{Road::Coarse}, Ending::Poor, kOpen, Attempt{Road::Pivoted}},
@@ -76,13 +76,13 @@ TEST(NextAttempt, AnUnsteadyRoadIsRepeatedInTheOtherOrder)
         {{Road::Symmetric}, Ending::Unsteady, kOpen, repeated(Road::Symmetric)},
         {{Road::Unmatched}, Ending::Unsteady, kOpen, repeated(Road::Unmatched)},
         {{Road::Matched}, Ending::Unsteady, kOpen, repeated(Road::Matched)},
-        {{Road::SymmetricPairs}, Ending::Unsteady, kOpen, Attempt{Road::Matched}}, // has one order
+        {{Road::Delayed}, Ending::Unsteady, kOpen, Attempt{Road::Matched}}, // has one order
         {{Road::Coarse}, Ending::Unsteady, kOpen, Attempt{Road::Pivoted}},
         // once
-        {repeated(Road::Symmetric), Ending::Unsteady, kOpen, Attempt{Road::SymmetricPairs}},
+        {repeated(Road::Symmetric), Ending::Unsteady, kOpen, Attempt{Road::Delayed}},
         {repeated(Road::Matched), Ending::Unsteady, kOpen, Attempt{Road::Coarse}},
         // where the caller leaves it open
-        {{Road::Symmetric}, Ending::Unsteady, kGiven, Attempt{Road::SymmetricPairs}},
+        {{Road::Symmetric}, Ending::Unsteady, kGiven, Attempt{Road::Delayed}},
         {{Road::Matched}, Ending::Unsteady, kGiven, Attempt{Road::Coarse}},
     });
     expectAll({{{Road::Symmetric}, Ending::Unsteady, kOpen, repeated(Road::Symmetric, kDegree)}},
@@ -93,8 +93,8 @@ TEST(NextAttempt, FewDigitsOfAStableRoadAreTheMatrixsOwn)
 {
     expectAll({
         {{Road::Cholesky}, Ending::IllConditioned, kOpen, std::nullopt},
-        {{Road::Symmetric}, Ending::IllConditioned, kOpen, Attempt{Road::SymmetricPairs}},
-        {{Road::SymmetricPairs}, Ending::IllConditioned, kOpen, Attempt{Road::Matched}},
+        {{Road::Symmetric}, Ending::IllConditioned, kOpen, Attempt{Road::Delayed}},
+        {{Road::Delayed}, Ending::IllConditioned, kOpen, std::nullopt},
         {{Road::Unmatched}, Ending::IllConditioned, kOpen, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::IllConditioned, kOpen, std::nullopt},
         {{Road::Coarse}, Ending::IllConditioned, kOpen, std::nullopt},
@@ -104,13 +104,13 @@ TEST(NextAttempt, FewDigitsOfAStableRoadAreTheMatrixsOwn)
 TEST(NextAttempt, ThatAMatrixIsSingularLUHasTheLastWord)
 {
     expectAll({
-        {{Road::Symmetric}, Ending::Singular, kOpen, Attempt{Road::SymmetricPairs}},
-        {{Road::SymmetricPairs}, Ending::Singular, kOpen, Attempt{Road::Matched}},
+        {{Road::Symmetric}, Ending::Singular, kOpen, Attempt{Road::Delayed}},
+        {{Road::Delayed}, Ending::Singular, kOpen, std::nullopt},
         {{Road::Unmatched}, Ending::Singular, kOpen, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::Singular, kOpen, std::nullopt},
         {{Road::Coarse}, Ending::Singular, kOpen, std::nullopt},
         // told before by another road
-        {{Road::SymmetricPairs}, Ending::Unsteady, kSuspect, Attempt{Road::Matched}},
+        {{Road::Delayed}, Ending::Unsteady, kSuspect, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::Unsteady, kSuspect, Attempt{Road::Coarse}},
         {{Road::Matched}, Ending::Poor, kSuspect, Attempt{Road::Coarse}},
     });
@@ -154,8 +154,8 @@ TEST(ReachOf, ColumnsOneByOneAreSlow)
 TEST(NextAttempt, WhatIsNotTakenIsPassedOverWithWhatCostsAsMuch)
 {
     expectAll({
-        {{Road::Symmetric}, Ending::NotTaken, kOpen, Attempt{Road::SymmetricPairs}},
-        {{Road::SymmetricPairs}, Ending::NotTaken, kOpen, Attempt{Road::Matched}},
+        {{Road::Symmetric}, Ending::NotTaken, kOpen, Attempt{Road::Delayed}},
+        {{Road::Delayed}, Ending::NotTaken, kOpen, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::NotTaken, kOpen, std::nullopt},
     });
 }
@@ -176,8 +176,6 @@ TEST(ReachOf, GoesByWhatWasDoneAndByTheMemory)
         {Road::Matched, {1, 2e12, 0}, {1, 1e10, 0}, Reach::Far},
         {Road::Matched, {1, 1e9, 2e9}, {1, 1e9, 0}, Reach::Beyond},
         {Road::Matched, {6'000'000, 1e9, 0}, {10'000, 1e8, 0}, Reach::Near},
-        {Road::SymmetricPairs, {6'000'000, 1e9, 0}, {10'000, 1e8, 0}, Reach::Beyond},
-        {Road::SymmetricPairs, {6'000'000, 1e9, 0}, {700'000, 1e8, 0}, Reach::Near},
     };
     for (std::size_t k = 0; k < table.size(); ++k)
         EXPECT_EQ(reachOf(table[k].road, table[k].cost, table[k].done, memory), table[k].reach)
@@ -196,12 +194,6 @@ TEST(DenseCost, IsThatOfTheSquareAndItsFactors)
     EXPECT_TRUE(std::isfinite(denseCost(46340, false).bytes));
     EXPECT_TRUE(std::isinf(denseCost(46341, false).bytes)) << "more cells than a matrix can have";
     EXPECT_EQ(denseCost(2147483647, true).entries, 2305843008139952128);
-}
-
-TEST(MostPairEntries, AreTenTimesThoseBeforeAndNeverFew)
-{
-    EXPECT_EQ(mostPairEntries({.entries = 100}), 5'000'000);
-    EXPECT_EQ(mostPairEntries({.entries = 2'000'000}), 20'000'000);
 }
 
 } // namespace

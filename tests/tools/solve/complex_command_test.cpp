@@ -129,8 +129,8 @@ TEST(ComplexCommand, TheRoadsLeftAreTold)
                                       "4 4 2 0\n5 5 1 0\n6 5 0 1\n6 6 -3 0\n");
         report = reportOf({pair});
         EXPECT_EQ(report["status"].text(), "accurate");
-        EXPECT_EQ(report["road"].text(),
-                  symmetry == "hermitian" ? "sparse LDL^H with matching" : "sparse LDL' with matching");
+        EXPECT_EQ(report["road"].text(), symmetry == "hermitian" ? "sparse LDL^H with delayed pivots"
+                                                                 : "sparse LDL' with delayed pivots");
     }
 }
 
