@@ -7,6 +7,7 @@
 #include <complex>
 #include <limits>
 #include <new>
+#include <numeric>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::multifrontal {
@@ -14,6 +15,9 @@ namespace Velmar::Lintrix::detail::multifrontal {
 namespace {
 
 constexpr int kPasses = 6;
+constexpr double kAlike = 20.0; // powers of two between the largest elements of rows
+constexpr int kSteps = 60;      // of conjugate gradients, and what they may leave, in powers of two
+constexpr double kNear = 0.25;
 constexpr std::int32_t kAlone = -1;
 
 /// log2 |a_ij| of all elements.
@@ -28,6 +32,61 @@ std::vector<float> logarithms(const SparseEntries<Cell>& A)
         return static_cast<float>(exponent + 2.0 * (mantissa - 1.0)); // within a tenth of the logarithm
     });
     return sizes;
+}
+
+using Scales = std::vector<double>; ///< in powers of two
+
+/// Of each row the largest log2 |a_ij| + e_i + e_j; -infinity of an empty one.
+Scales largestOfRows(const SparsePattern& A, const std::vector<float>& sizes, const Scales& e)
+{
+    Scales largest(e.size(), -std::numeric_limits<double>::infinity());
+    for (std::int32_t i = 0; i < A.rows; ++i)
+        for (std::int32_t k = A.starts[i]; k < A.starts[i + 1]; ++k)
+            largest[i] = std::max(largest[i], sizes[k] + e[i] + e[A.columns[k]]);
+    return largest;
+}
+
+/// Of those that are finite.
+bool areAlike(const Scales& largest)
+{
+    double low = std::numeric_limits<double>::infinity(), high = -low;
+    for (const double size : largest) {
+        if (!std::isfinite(size)) continue;
+        low = std::min(low, size);
+        high = std::max(high, size);
+    }
+    return high - low <= kAlike || low > high;
+}
+
+/// The e that makes the sum of (log2 |a_ij| + e_i + e_j)^2 smallest, which follows every change of units (A.
+/// R. Curtis, J. K. Reid, "On the automatic scaling of matrices for Gaussian elimination", J. Inst. Maths
+/// Applics 10 (1972)): of (N + E)*e = -s with N the counts of elements in rows, E their pattern and s the
+/// sums of logarithms, by conjugate gradients with N for a preconditioner.
+Scales unitsOf(const SparsePattern& A, const std::vector<float>& sizes)
+{
+    const auto n = static_cast<std::size_t>(A.rows);
+    Scales e(n), residual(n), z(n), p(n), image(n);
+    const auto count = [&](std::size_t i) { return std::max<double>(A.lengthOf(static_cast<int>(i)), 1.0); };
+    for (std::int32_t i = 0; i < A.rows; ++i)
+        for (std::int32_t k = A.starts[i]; k < A.starts[i + 1]; ++k) residual[i] -= sizes[k];
+    double before = 0.0;
+    for (int step = 0; step < kSteps; ++step) {
+        for (std::size_t i = 0; i < n; ++i) z[i] = residual[i] / count(i);
+        if (std::ranges::all_of(z, [](double x) { return std::abs(x) <= kNear; })) break;
+        const double size = std::inner_product(residual.begin(), residual.end(), z.begin(), 0.0);
+        for (std::size_t i = 0; i < n; ++i) p[i] = z[i] + (step == 0 ? 0.0 : size / before * p[i]);
+        for (std::int32_t i = 0; i < A.rows; ++i) {
+            image[i] = count(static_cast<std::size_t>(i)) * p[i];
+            for (const std::int32_t j : A.row(i)) image[i] += p[j];
+        }
+        const double alpha = size / std::inner_product(p.begin(), p.end(), image.begin(), 0.0);
+        for (std::size_t i = 0; i < n; ++i) {
+            e[i] += alpha * p[i];
+            residual[i] -= alpha * image[i];
+        }
+        before = size;
+    }
+    return e;
 }
 
 /// For each vertex that is no pivot by itself its partner, and for that the vertex.
@@ -98,19 +157,16 @@ template <class Cell>
 std::vector<int> equilibrate(const SparseEntries<Cell>& A)
 {
     const std::vector<float> sizes = logarithms(A);
-    std::vector<float> scales(static_cast<std::size_t>(A.rows)), next(scales);
+    Scales scales(static_cast<std::size_t>(A.rows));
+    if (!areAlike(largestOfRows(A, sizes, scales))) scales = unitsOf(A, sizes);
     for (int pass = 0; pass < kPasses; ++pass) {
-        for (std::int32_t i = 0; i < A.rows; ++i) {
-            float largest = -std::numeric_limits<float>::infinity();
-            for (std::int32_t k = A.starts[i]; k < A.starts[i + 1]; ++k)
-                largest = std::max(largest, sizes[k] + scales[i] + scales[A.columns[k]]);
-            next[i] = std::isfinite(largest) ? scales[i] - 0.5F * largest : 0.0F;
-        }
-        scales.swap(next);
+        const Scales largest = largestOfRows(A, sizes, scales);
+        for (std::size_t i = 0; i < scales.size(); ++i)
+            if (std::isfinite(largest[i])) scales[i] -= 0.5 * largest[i];
     }
     std::vector<int> exponents(scales.size());
     std::ranges::transform(scales, exponents.begin(),
-                           [](float scale) { return static_cast<int>(std::lround(scale)); });
+                           [](double scale) { return static_cast<int>(std::lround(scale)); });
     return exponents;
 }
 

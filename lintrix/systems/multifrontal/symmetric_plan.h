@@ -12,7 +12,8 @@ namespace Velmar::Lintrix::detail::multifrontal {
 
 /// Exponents e such that in the elements of sizes |a_ij|*2^(e_i + e_j) the largest of each row is near 1 (D.
 /// Ruiz, "A scaling algorithm to equilibrate both rows and columns norms in matrices", RAL-TR-2001-034): each
-/// pass takes half of the way.
+/// pass takes half of the way. Where the rows are of sizes far apart, they begin from units in which all
+/// elements tend to be of one size.
 template <class Cell>
 LINTRIX_TESTABLE std::vector<int> equilibrate(const SparseEntries<Cell>& A);
 
