@@ -1,0 +1,273 @@
+#include <lintrix/systems/truncated_svd/triplet_search.h>
+
+#include <lintrix/foundation/failures.h>
+#include <lintrix/services/blas.h>
+#include <lintrix/services/work.h>
+#include <lintrix/sparse/detail/sparse_twin.h>
+#include <lintrix/systems/roads/sparse_rows.h>
+#include <lintrix/systems/truncated_svd/singular_count.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Velmar::Lintrix::detail {
+
+namespace {
+
+constexpr double kEps = std::numeric_limits<double>::epsilon();
+/// Runs after one whose triplets were measured worse than they were believed to be.
+constexpr int kCorrections = 3;
+/// Of a bound for the certificate from the last value: at least what a factor resolves, at most a part of it.
+constexpr double kNearest = 1e-8, kFarthest = 1e-2, kPartOfGap = 0.125;
+constexpr int kBounds = 3;           ///< that are tried
+constexpr double kNextBound = 32.0;  ///< the distance grows by
+constexpr int kRecoveries = 3;
+
+template <class Cell>
+double bytesOf(const RowsView<Cell>& view)
+{
+    return (sizeof(Cell) + sizeof(std::int32_t)) * static_cast<double>(view.entries()) +
+           12.0 * (double{1.0} * view.rows + view.cols);
+}
+
+/// Both products through the rows as they stand, of which one scatters.
+template <class Cell>
+LinearMap<Cell> alongRows(const RowsView<Cell>& A)
+{
+    const auto product = [&A](const char* trans, std::int32_t columns, const Cell* x, std::int64_t ofX, Cell* y,
+                              std::int64_t ofY) {
+        for (std::int64_t c = 0; c < columns; ++c)
+            SparseTwin<Cell>::csrmv(trans, A.rows, A.cols, Cell(1.0), "GUNF", A.a, A.ja, A.ia, A.ia + 1,
+                                    x + c * ofX, Cell(0.0), y + c * ofY);
+    };
+    return {A.rows, A.cols,
+            [=, &A](std::int32_t columns, const Cell* x, Cell* y) { product("N", columns, x, A.cols, y, A.rows); },
+            [=, &A](std::int32_t columns, const Cell* x, Cell* y) {
+                product("C", columns, x, A.rows, y, A.cols);
+            }};
+}
+
+template <class Cell>
+SparseOf<Cell> bothTriangles(const SparseOf<Cell>& A)
+{
+    if constexpr (std::is_same_v<Cell, double>)
+        return roads::bothTrianglesOf<Cell>(A);
+    else
+        return roads::wholeOf<Cell>(A);
+}
+
+} // namespace
+
+template <class Cell>
+SvdMatrix<Cell>::SvdMatrix(const SparseOf<Cell>& A, double bytes)
+{
+    if (roads::isOneTriangle(A)) whole_ = bothTriangles<Cell>(A);
+    const SparseOf<Cell>& matrix = whole_ ? *whole_ : A;
+    view_ = {matrix.Rows(), matrix.Cols(), matrix.Values().data(), matrix.RowPointers().data(),
+             matrix.ColumnIndices().data()};
+    if ((whole_ ? 2.0 : 1.0) * bytesOf(view_) <= bytes) both_.emplace(view_);
+    products_ = both_ ? both_->asGiven() : alongRows(view_);
+    if (!isAdjoint()) return;
+    std::swap(products_.rows, products_.cols);
+    std::swap(products_.times, products_.adjointTimes);
+}
+
+template <class Cell>
+bool SvdMatrix<Cell>::isFinite() const
+{
+    return std::all_of(view_.a, view_.a + view_.entries(), [](const Cell& x) { return detail::isFinite(x); });
+}
+
+template <class Cell>
+double SvdMatrix<Cell>::bytes() const noexcept
+{
+    return (whole_.has_value() + both_.has_value()) * bytesOf(view_);
+}
+
+template <class Cell>
+TripletSearch<Cell>::TripletSearch(const SvdMatrix<Cell>& matrix, std::int32_t count, double bytes,
+                                   const TruncatedSvdOptions& options, const Cell* start)
+    : matrix_(matrix), M_(matrix.products()), options_(options), count_(count), bytes_(bytes),
+      sizes_(chosenSizes(bytes)), random_(options.seed)
+{
+    const auto left =
+        options.fullReorthogonalization ? Reorthogonalization::Full : Reorthogonalization::Partial;
+    lanczos_ = std::make_unique<Lanczos>(M_, sizes_, left, random_, start);
+}
+
+/// As large as is asked for, or as serves, and as memory allows.
+template <class Cell>
+auto TripletSearch<Cell>::chosenSizes(double bytes) const -> typename Lanczos::Sizes
+{
+    const std::int32_t side = M_.cols, block = std::min(options_.block, side);
+    const std::int32_t least = std::min(count_ + block + 1, side);
+    const std::int32_t serves = 2 * count_ + 20 + 2 * block;
+    std::int32_t basis = std::min(std::max(options_.basis > 0 ? options_.basis : serves, least), side);
+    while (basis > least && Lanczos::bytesFor(M_.rows, side, {basis, block}) > bytes) --basis;
+    if (Lanczos::bytesFor(M_.rows, side, {basis, block}) > bytes)
+        throw OperationFailedException("The memory budget is too small.");
+    return {basis, block};
+}
+
+template <class Cell>
+void TripletSearch<Cell>::run()
+{
+    find(count_);
+    if (options_.certify) certify();
+}
+
+/// What the residuals may be.
+template <class Cell>
+double TripletSearch<Cell>::limit() const
+{
+    return options_.tolerance * lanczos_->values().front();
+}
+
+template <class Cell>
+std::int32_t TripletSearch<Cell>::converged() const
+{
+    return static_cast<std::int32_t>(
+        std::count_if(measured_.begin(), measured_.end(), [this](double r) { return r <= limit(); }));
+}
+
+/// Where the measure does not agree, once more with all left vectors reorthogonalized and a finer tolerance.
+template <class Cell>
+void TripletSearch<Cell>::find(std::int32_t wanted)
+{
+    double tolerance = options_.tolerance;
+    for (int k = 0;; ++k) {
+        iterate(wanted, tolerance);
+        measure(wanted);
+        if (converged() == wanted || k == kCorrections || restarts_ >= options_.restarts) return;
+        lanczos_->reorthogonalizeFully();
+        tolerance *= 0.1;
+    }
+}
+
+/// Ends with the wanted triplets as leading columns of both bases.
+template <class Cell>
+void TripletSearch<Cell>::iterate(std::int32_t wanted, double tolerance)
+{
+    for (;;) {
+        WorkScope::expect(4.0 * sizes_.basis * sizes_.basis * (double{1.0} * M_.rows + M_.cols));
+        lanczos_->expand();
+        const std::int32_t good = settled(wanted, tolerance);
+        const bool done = good == wanted || lanczos_->isExhausted() || restarts_ >= options_.restarts;
+        lanczos_->restart(done ? std::max(wanted, kept(wanted, good)) : kept(wanted, good));
+        if (done) return;
+        ++restarts_;
+        if (options_.restarted) options_.restarted(restarts_, std::min(good, count_));
+    }
+}
+
+/// Leading triplets that are within the tolerance by estimate.
+template <class Cell>
+std::int32_t TripletSearch<Cell>::settled(std::int32_t wanted, double tolerance) const
+{
+    const std::vector<double>& estimates = lanczos_->residuals();
+    const double most = tolerance * lanczos_->values().front();
+    std::int32_t good = 0;
+    while (good < wanted && estimates[static_cast<std::size_t>(good)] <= most) ++good;
+    return good;
+}
+
+/// The more have converged, the more of the others are kept beside them, as far as there is room for steps.
+template <class Cell>
+std::int32_t TripletSearch<Cell>::kept(std::int32_t wanted, std::int32_t settled) const
+{
+    const std::int32_t size = lanczos_->size(), spare = size - wanted;
+    return std::min({wanted + std::min(settled, spare / 2) , size, M_.cols});
+}
+
+/// The larger of ||M*v - s*u|| and ||M^H*u - s*v|| of each leading triplet.
+template <class Cell>
+void TripletSearch<Cell>::measure(std::int32_t wanted)
+{
+    std::vector<Cell> image(static_cast<std::size_t>(M_.rows));
+    measured_.assign(static_cast<std::size_t>(wanted), 0.0);
+    for (std::int32_t j = 0; j < wanted; ++j) {
+        const double s = lanczos_->values()[static_cast<std::size_t>(j)];
+        M_.times(1, lanczos_->right(j), image.data());
+        blas::axpy(M_.rows, Cell(-s), lanczos_->left(j), 1, image.data(), 1);
+        const double ofLeft = blas::nrm2(M_.rows, image.data(), 1);
+        M_.adjointTimes(1, lanczos_->left(j), image.data());
+        blas::axpy(M_.cols, Cell(-s), lanczos_->right(j), 1, image.data(), 1);
+        measured_[static_cast<std::size_t>(j)] = std::max(ofLeft, blas::nrm2(M_.cols, image.data(), 1));
+        WorkScope::tell();
+    }
+    measuring_ += 2 * std::int64_t{wanted};
+}
+
+template <class Cell>
+void TripletSearch<Cell>::undecided(std::string_view reason)
+{
+    certificate_.certainty = TripletsCertainty::Undecided;
+    certificate_.reason = reason;
+}
+
+/// A little below the last of the values found, and not at the next one as far as that is known.
+template <class Cell>
+double TripletSearch<Cell>::boundBelow(std::int32_t found, double least) const
+{
+    const std::vector<double>& values = lanczos_->values();
+    const auto next = static_cast<std::size_t>(found);
+    const double last = values[next - 1], after = next < values.size() ? values[next] : 0.0;
+    return last - std::max(least * values.front(), std::min(kPartOfGap * (last - after), kFarthest * last));
+}
+
+/// Orthonormal vectors with small residuals belong to as many singular values, each near its own (Kahan 1967):
+/// so if there are no more above the bound than were found above it, none was passed over.
+template <class Cell>
+void TripletSearch<Cell>::certify()
+{
+    const bool allOfThem = count_ == M_.cols || lanczos_->values().front() == 0.0;
+    if (converged() < count_) return undecided("not all triplets have converged");
+    certificate_.certainty = TripletsCertainty::Certain;
+    if (allOfThem) return;
+    if (matrix_.bothWays() == nullptr) return undecided("there is no room for a factor");
+    const RowsView<Cell>&rows = matrix_.bothWays()->rows(), &columns = matrix_.bothWays()->columns();
+    SingularCount<Cell> counter(rows, columns, bytes_, options_.certificateOperations);
+    double distance = std::max(kNearest, 32.0 * options_.tolerance * std::sqrt(double{1.0} * count_));
+    std::optional<std::int32_t> above;
+    for (int k = 0; k < kBounds && !above; ++k, distance *= kNextBound) {
+        certificate_.bound = boundBelow(count_, distance);
+        if (!(certificate_.bound > 0.0)) return undecided("the last value is zero next to the first");
+        above = counter.above(certificate_.bound);
+        if (!above && counter.doubt() == SingularCount<Cell>::Doubt::TooLarge)
+            return undecided("the factor of the augmented matrix is too large");
+    }
+    if (!above) return undecided("rounding leaves the inertia uncertain");
+    certificate_.above = *above;
+    if (*above < count_) return undecided("the inertia contradicts the values");
+    if (*above > count_ && !recover(*above)) return;
+    certificate_.certainty = TripletsCertainty::Certain;
+}
+
+/// Looks for as many triplets as there are above the bound.
+template <class Cell>
+bool TripletSearch<Cell>::recover(std::int32_t above)
+{
+    const auto found = [&] {
+        std::int32_t good = 0;
+        for (std::size_t j = 0; j < measured_.size(); ++j)
+            if (measured_[j] <= limit() && lanczos_->values()[j] > certificate_.bound) ++good;
+        return good;
+    };
+    const std::int32_t before = found();
+    for (int k = 0; k < kRecoveries && found() < above; ++k) {
+        lanczos_->widen(above - found());
+        find(above);
+    }
+    certificate_.recovered = found() - before;
+    if (found() == above) return true;
+    certificate_.certainty = TripletsCertainty::Missed;
+    return false;
+}
+
+template class SvdMatrix<double>;
+template class SvdMatrix<std::complex<double>>;
+template class TripletSearch<double>;
+template class TripletSearch<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail
