@@ -24,7 +24,19 @@ constexpr double kDependent = 16.0 * kEps;
 constexpr double kCancelled = 0.1;
 /// A left vector, or a retained value, of this size relative to ||M|| leads to orthogonality of some 1e-13.
 constexpr double kWellDetermined = 1e-3;
+constexpr double kLeastSquare = 1e-280, kLargestSquare = 1e300; ///< of sums without underflow or overflow
 constexpr std::int32_t kRowsAtOnce = 512; ///< of a basis that is rotated in place
+
+/// ||x||. The squares of what is neither huge nor tiny are summed at the speed of memory.
+template <class Cell>
+double norm(std::int32_t length, const Cell* x)
+{
+    constexpr std::int32_t kParts = sizeof(Cell) / sizeof(double);
+    if (length > std::numeric_limits<std::int32_t>::max() / kParts) return blas::nrm2(length, x, 1);
+    const auto* const parts = reinterpret_cast<const double*>(x); // of complex numbers, too
+    const double sum = blas::dot(kParts * length, parts, 1, parts, 1);
+    return sum > kLeastSquare && sum < kLargestSquare ? std::sqrt(sum) : blas::nrm2(length, x, 1);
+}
 
 /// c = X^H*y, of `count` columns y.
 template <class Cell>
@@ -126,14 +138,13 @@ double RestartedBidiagonalization<Cell>::project(const ColumnBlock<Cell>& basis,
 {
     if (behind == first) return 1.0;
     const std::int32_t n = basis.length, columns = behind - first;
-    std::vector<double> before(static_cast<std::size_t>(count));
-    for (std::int32_t c = 0; c < count; ++c) before[c] = blas::nrm2(n, x + std::int64_t{n} * c, 1);
     multiplyAdjoint(n, columns, basis.column(first), x, count, coefficients);
     subtractProduct(n, columns, basis.column(first), coefficients, columns, count, x);
     double least = 1.0;
     for (std::int32_t c = 0; c < count; ++c) {
-        const double after = blas::nrm2(n, x + std::int64_t{n} * c, 1);
-        least = std::min(least, before[c] > 0.0 ? after / before[c] : 0.0);
+        const double after = norm(n, x + std::int64_t{n} * c);
+        const double before = std::hypot(after, norm(columns, coefficients + std::int64_t{columns} * c));
+        least = std::min(least, before > 0.0 ? after / before : 0.0);
     }
     return least;
 }
@@ -147,7 +158,7 @@ void RestartedBidiagonalization<Cell>::makeRandom(ColumnBlock<Cell>& basis, std:
     for (std::int32_t i = 0; i < basis.length; ++i) draw(random_, x[i]);
     for (int pass = 0; pass < 3; ++pass) {
         project(basis, 0, column, x, 1, ignored.data());
-        blas::scal(basis.length, 1.0 / blas::nrm2(basis.length, x, 1), x, 1);
+        blas::scal(basis.length, 1.0 / norm(basis.length, x), x, 1);
     }
 }
 
@@ -177,10 +188,10 @@ double RestartedBidiagonalization<Cell>::orthonormalizeLast(ColumnBlock<Cell>& b
     double least = HUGE_VAL;
     for (std::int32_t c = 0; c < count; ++c) {
         Cell* const x = basis.column(first + c);
-        const double before = std::max(scale_, c > 0 ? blas::nrm2(n, x, 1) : 0.0);
+        const double before = std::max(scale_, c > 0 ? norm(n, x) : 0.0);
         std::fill(sums.begin(), sums.end(), Cell{});
         if (c > 0) separate(basis, first, c, sums.data());
-        double length = blas::nrm2(n, x, 1);
+        double length = norm(n, x);
         if (length > kDependent * before) {
             blas::scal(n, 1.0 / length, x, 1);
         } else {
@@ -207,15 +218,10 @@ void RestartedBidiagonalization<Cell>::stepLeft()
     subtractProduct(U_.length, at - coupled_, U_.column(coupled_), &b(coupled_, at), room_, width, W);
     double shortest = HUGE_VAL;
     for (std::int32_t c = 0; c < width; ++c)
-        shortest = std::min(shortest, blas::nrm2(U_.length, U_.column(at + c), 1));
+        shortest = std::min(shortest, norm(U_.length, U_.column(at + c)));
     if (reorthogonalization_ == Reorthogonalization::Full || !(shortest > kWellDetermined * scale_)) {
-        for (int pass = 0; pass < 2 && at > 0; ++pass) {
-            const double left = project(U_, 0, at, W, width, coefficients_.data());
-            for (std::int32_t c = 0; c < width; ++c)
-                for (std::int32_t i = 0; i < at; ++i)
-                    b(i, at + c) += coefficients_[std::size_t(c) * std::size_t(at) + std::size_t(i)];
-            if (left > kCancelled) break;
-        }
+        for (int pass = 0; pass < 2 && at > 0; ++pass)
+            if (project(U_, 0, at, W, width, coefficients_.data()) > kCancelled) break;
     }
     orthonormalizeLast(U_, at, width, &b(at, at), room_);
     coupled_ = at;
@@ -253,9 +259,9 @@ void RestartedBidiagonalization<Cell>::stepRight()
 }
 
 template <class Cell>
-void RestartedBidiagonalization<Cell>::expand()
+void RestartedBidiagonalization<Cell>::expand(std::int32_t size)
 {
-    while (size_ < sizes_.basis && next_ > 0) {
+    while (size_ < std::min(size, sizes_.basis) && next_ > 0) {
         stepLeft();
         stepRight();
         WorkScope::tell(4.0 * last_ * size_ * (double{1.0} * V_.length + U_.length));
@@ -286,7 +292,7 @@ void RestartedBidiagonalization<Cell>::decompose()
         for (std::int32_t i = 0; i < last_; ++i)
             addMultiple(next_, leftOfB_[j * order + order - std::size_t(last_) + std::size_t(i)],
                         S_.data() + std::int64_t{next_} * i, image.data());
-        residuals_[j] = blas::nrm2(next_, image.data(), 1);
+        residuals_[j] = norm(next_, image.data());
     }
 }
 
@@ -310,13 +316,8 @@ void RestartedBidiagonalization<Cell>::restart(std::int32_t count)
     }
     size_ = count;
     coupled_ = 0;
-    if (values_[count - 1] < kWellDetermined * values_[0]) reorthogonalizeFully();
-}
-
-template <class Cell>
-void RestartedBidiagonalization<Cell>::reorthogonalizeFully()
-{
-    reorthogonalization_ = Reorthogonalization::Full;
+    if (values_[static_cast<std::size_t>(count) - 1] < kWellDetermined * values_[0])
+        reorthogonalization_ = Reorthogonalization::Full;
 }
 
 template <class Cell>

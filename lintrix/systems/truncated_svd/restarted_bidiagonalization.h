@@ -51,15 +51,13 @@ public:
     RestartedBidiagonalization(const LinearMap<Cell>& M, Sizes sizes, Reorthogonalization left, Random& random,
                                const Cell* start = nullptr);
 
-    /// Takes steps up to the size of the basis, and decomposes B. @throws as the listener of `WorkScope`
-    void expand();
+    /// Takes steps up to so many columns, or to the size of the basis, and decomposes B.
+    /// @throws as the listener of `WorkScope`
+    void expand(std::int32_t size);
     /// Keeps the `count` leading triplets, which are now columns of U and V, and the next block.
     void restart(std::int32_t count);
     /// The next block, and those after it, get so many random vectors more. @pre after `restart`
     void widen(std::int32_t vectors);
-    /// All left vectors are reorthogonalized from now on, those at hand among them.
-    void reorthogonalizeFully();
-
     std::int32_t size() const noexcept { return size_; }
     /// The right vectors span everything: the triplets are those of M.
     bool isExhausted() const noexcept { return next_ == 0; }

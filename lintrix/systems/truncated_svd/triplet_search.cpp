@@ -3,7 +3,6 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/work.h>
-#include <lintrix/sparse/detail/sparse_twin.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/truncated_svd/singular_count.h>
 
@@ -23,6 +22,13 @@ constexpr double kNearest = 1e-8, kFarthest = 1e-2, kPartOfGap = 0.125;
 constexpr int kBounds = 3;           ///< that are tried
 constexpr double kNextBound = 32.0;  ///< the distance grows by
 constexpr int kRecoveries = 3;
+constexpr std::int32_t kMeasuredAtOnce = 8;
+
+/// Vectors after which the first values may have converged.
+std::int32_t firstLook(std::int32_t wanted)
+{
+    return std::max(2 * wanted + 1, 20);
+}
 
 template <class Cell>
 double bytesOf(const RowsView<Cell>& view)
@@ -35,17 +41,12 @@ double bytesOf(const RowsView<Cell>& view)
 template <class Cell>
 LinearMap<Cell> alongRows(const RowsView<Cell>& A)
 {
-    const auto product = [&A](const char* trans, std::int32_t columns, const Cell* x, std::int64_t ofX, Cell* y,
-                              std::int64_t ofY) {
-        for (std::int64_t c = 0; c < columns; ++c)
-            SparseTwin<Cell>::csrmv(trans, A.rows, A.cols, Cell(1.0), "GUNF", A.a, A.ja, A.ia, A.ia + 1,
-                                    x + c * ofX, Cell(0.0), y + c * ofY);
+    const auto product = [&A](bool adjoint) {
+        return [&A, adjoint](std::int32_t columns, const Cell* x, Cell* y) {
+            multiplyColumns(A, adjoint, columns, x, y);
+        };
     };
-    return {A.rows, A.cols,
-            [=, &A](std::int32_t columns, const Cell* x, Cell* y) { product("N", columns, x, A.cols, y, A.rows); },
-            [=, &A](std::int32_t columns, const Cell* x, Cell* y) {
-                product("C", columns, x, A.rows, y, A.cols);
-            }};
+    return {A.rows, A.cols, product(false), product(true)};
 }
 
 template <class Cell>
@@ -91,9 +92,9 @@ TripletSearch<Cell>::TripletSearch(const SvdMatrix<Cell>& matrix, std::int32_t c
     : matrix_(matrix), M_(matrix.products()), options_(options), count_(count), bytes_(bytes),
       sizes_(chosenSizes(bytes)), random_(options.seed)
 {
-    const auto left =
-        options.fullReorthogonalization ? Reorthogonalization::Full : Reorthogonalization::Partial;
-    lanczos_ = std::make_unique<Lanczos>(M_, sizes_, left, random_, start);
+    const bool full = options.fullReorthogonalization || sizes_.basis == M_.cols;
+    lanczos_ = std::make_unique<Lanczos>(
+        M_, sizes_, full ? Reorthogonalization::Full : Reorthogonalization::Partial, random_, start);
 }
 
 /// As large as is asked for, or as serves, and as memory allows.
@@ -102,7 +103,7 @@ auto TripletSearch<Cell>::chosenSizes(double bytes) const -> typename Lanczos::S
 {
     const std::int32_t side = M_.cols, block = std::min(options_.block, side);
     const std::int32_t least = std::min(count_ + block + 1, side);
-    const std::int32_t serves = 2 * count_ + 20 + 2 * block;
+    const std::int32_t some = 2 * count_ + 20 + 2 * block, serves = 3 * some > 2 * side ? side : some;
     std::int32_t basis = std::min(std::max(options_.basis > 0 ? options_.basis : serves, least), side);
     while (basis > least && Lanczos::bytesFor(M_.rows, side, {basis, block}) > bytes) --basis;
     if (Lanczos::bytesFor(M_.rows, side, {basis, block}) > bytes)
@@ -131,7 +132,7 @@ std::int32_t TripletSearch<Cell>::converged() const
         std::count_if(measured_.begin(), measured_.end(), [this](double r) { return r <= limit(); }));
 }
 
-/// Where the measure does not agree, once more with all left vectors reorthogonalized and a finer tolerance.
+/// Where the measure does not agree, anew with a finer tolerance.
 template <class Cell>
 void TripletSearch<Cell>::find(std::int32_t wanted)
 {
@@ -140,9 +141,20 @@ void TripletSearch<Cell>::find(std::int32_t wanted)
         iterate(wanted, tolerance);
         measure(wanted);
         if (converged() == wanted || k == kCorrections || restarts_ >= options_.restarts) return;
-        lanczos_->reorthogonalizeFully();
+        beginAnew(wanted);
         tolerance *= 0.1;
     }
+}
+
+/// From the sum of the right vectors that stand, with all left ones reorthogonalized.
+template <class Cell>
+void TripletSearch<Cell>::beginAnew(std::int32_t vectors)
+{
+    std::vector<Cell> sum(static_cast<std::size_t>(M_.cols));
+    for (std::int32_t j = 0; j < vectors; ++j) addMultiple(M_.cols, Cell(1.0), lanczos_->right(j), sum.data());
+    measuring_ += lanczos_->products();
+    lanczos_.reset();
+    lanczos_ = std::make_unique<Lanczos>(M_, sizes_, Reorthogonalization::Full, random_, sum.data());
 }
 
 /// Ends with the wanted triplets as leading columns of both bases.
@@ -151,7 +163,8 @@ void TripletSearch<Cell>::iterate(std::int32_t wanted, double tolerance)
 {
     for (;;) {
         WorkScope::expect(4.0 * sizes_.basis * sizes_.basis * (double{1.0} * M_.rows + M_.cols));
-        lanczos_->expand();
+        if (restarts_ == 0) lanczos_->expand(firstLook(wanted));
+        if (restarts_ > 0 || settled(wanted, tolerance) < wanted) lanczos_->expand(sizes_.basis);
         const std::int32_t good = settled(wanted, tolerance);
         const bool done = good == wanted || lanczos_->isExhausted() || restarts_ >= options_.restarts;
         lanczos_->restart(done ? std::max(wanted, kept(wanted, good)) : kept(wanted, good));
@@ -184,16 +197,22 @@ std::int32_t TripletSearch<Cell>::kept(std::int32_t wanted, std::int32_t settled
 template <class Cell>
 void TripletSearch<Cell>::measure(std::int32_t wanted)
 {
-    std::vector<Cell> image(static_cast<std::size_t>(M_.rows));
+    std::vector<Cell> images(static_cast<std::size_t>(M_.rows) * kMeasuredAtOnce);
     measured_.assign(static_cast<std::size_t>(wanted), 0.0);
-    for (std::int32_t j = 0; j < wanted; ++j) {
-        const double s = lanczos_->values()[static_cast<std::size_t>(j)];
-        M_.times(1, lanczos_->right(j), image.data());
-        blas::axpy(M_.rows, Cell(-s), lanczos_->left(j), 1, image.data(), 1);
-        const double ofLeft = blas::nrm2(M_.rows, image.data(), 1);
-        M_.adjointTimes(1, lanczos_->left(j), image.data());
-        blas::axpy(M_.cols, Cell(-s), lanczos_->right(j), 1, image.data(), 1);
-        measured_[static_cast<std::size_t>(j)] = std::max(ofLeft, blas::nrm2(M_.cols, image.data(), 1));
+    const auto compare = [&](std::int32_t first, std::int32_t count, std::int32_t length, auto target) {
+        for (std::int32_t j = first; j < first + count; ++j) {
+            Cell* const image = images.data() + std::int64_t{length} * (j - first);
+            const auto at = static_cast<std::size_t>(j);
+            blas::axpy(length, Cell(-lanczos_->values()[at]), target(j), 1, image, 1);
+            measured_[at] = std::max(measured_[at], blas::nrm2(length, image, 1));
+        }
+    };
+    for (std::int32_t j = 0; j < wanted; j += kMeasuredAtOnce) {
+        const std::int32_t count = std::min(kMeasuredAtOnce, wanted - j);
+        M_.times(count, lanczos_->right(j), images.data());
+        compare(j, count, M_.rows, [this](std::int32_t i) { return lanczos_->left(i); });
+        M_.adjointTimes(count, lanczos_->left(j), images.data());
+        compare(j, count, M_.cols, [this](std::int32_t i) { return lanczos_->right(i); });
         WorkScope::tell();
     }
     measuring_ += 2 * std::int64_t{wanted};

@@ -60,6 +60,7 @@ private:
 
     typename Lanczos::Sizes chosenSizes(double bytes) const;
     void find(std::int32_t wanted);
+    void beginAnew(std::int32_t vectors);
     void iterate(std::int32_t wanted, double tolerance);
     std::int32_t settled(std::int32_t wanted, double tolerance) const;
     std::int32_t kept(std::int32_t wanted, std::int32_t settled) const;
@@ -81,7 +82,7 @@ private:
     std::vector<double> measured_;
     TripletsCertificate certificate_{};
     std::int32_t restarts_ = 0;
-    std::int64_t measuring_ = 0; ///< products
+    std::int64_t measuring_ = 0; ///< products, and those of runs that were begun anew
 };
 
 extern template class SvdMatrix<double>;
