@@ -68,7 +68,7 @@ struct TruncatedSvdOptions {
     /// All left vectors are reorthogonalized, too, and not only those that need it.
     bool fullReorthogonalization = false;
     bool certify = false; ///< proves that nothing was passed over; takes a factorization
-    double certificateOperations = 1e11; ///< that it may take at most
+    double certificateOperations = 2e10; ///< that it may take at most
     RunLimits limits{};
     /// Is told how many operations are done, and how many there are in all as far as that is known: they grow
     /// with each restart.

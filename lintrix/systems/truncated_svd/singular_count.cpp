@@ -42,7 +42,7 @@ SingularCount<Cell>::SingularCount(const RowsView<Cell>& rows, const RowsView<Ce
 }
 
 template <class Cell>
-std::optional<std::int32_t> SingularCount<Cell>::above(double bound)
+auto SingularCount<Cell>::firstCertain(std::span<const double> bounds) -> std::optional<Answer>
 {
     doubt_ = Doubt::TooLarge;
     const std::int64_t order = std::int64_t{rows_.rows} + rows_.cols, entries = 2 * rows_.entries() + order;
@@ -51,10 +51,11 @@ std::optional<std::int32_t> SingularCount<Cell>::above(double bound)
     SystemMatrix<Cell> system = augmented(rows_, adjoint_);
     for (const Road road : {Road::Symmetric, Road::SymmetricPairs}) {
         ShiftedFactors<Cell> factors(system, road);
-        if (!factors.analyse(bytes_ - own, operations_, -bound)) continue;
-        if (const std::optional<Inertia> inertia = factors.inertiaAt(-bound)) {
+        if (!factors.analyse(bytes_ - own, operations_, -bounds.front())) continue;
+        for (const double bound : bounds) {
             doubt_ = Doubt::None;
-            return inertia->negative;
+            if (const std::optional<Inertia> inertia = factors.inertiaAt(-bound))
+                return Answer{bound, inertia->negative};
         }
         doubt_ = Doubt::Signs;
     }

@@ -8,6 +8,7 @@
 #include <complex>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 namespace Velmar::Lintrix::detail {
 
@@ -26,10 +27,15 @@ public:
     /// Refers to M, whose adjoint rows are given, too. At most so many bytes and operations are taken.
     SingularCount(const RowsView<Cell>& rows, const RowsView<Cell>& adjoint, double bytes, double operations);
 
-    /// Of M's singular values those above `bound` > 0; none where it is not certain, and `doubt()` tells why.
-    /// Cost: the factor along the diagonal, and where that is not sure, one with matching and pairs.
+    struct Answer {
+        double bound;
+        std::int32_t above; ///< of M's singular values are so many
+    };
+
+    /// Of the first of these bounds, all above 0, where it is certain; none if it is of none, and `doubt()`
+    /// tells why. Cost: up to a factor along the diagonal for each, then one with matching and pairs.
     /// @throws as the listener of `WorkScope`, OperationFailedException  "The matrix has too many entries."
-    std::optional<std::int32_t> above(double bound);
+    std::optional<Answer> firstCertain(std::span<const double> bounds);
     Doubt doubt() const noexcept { return doubt_; }
 
 private:

@@ -225,14 +225,22 @@ void TripletSearch<Cell>::undecided(std::string_view reason)
     certificate_.reason = reason;
 }
 
-/// A little below the last of the values found, and not at the next one as far as that is known.
+/// A little below the last of the values found, and not at the next one as far as that is known; then further
+/// off. What is not above 0 is left out.
 template <class Cell>
-double TripletSearch<Cell>::boundBelow(std::int32_t found, double least) const
+std::vector<double> TripletSearch<Cell>::boundsBelow(std::int32_t found) const
 {
     const std::vector<double>& values = lanczos_->values();
     const auto next = static_cast<std::size_t>(found);
     const double last = values[next - 1], after = next < values.size() ? values[next] : 0.0;
-    return last - std::max(least * values.front(), std::min(kPartOfGap * (last - after), kFarthest * last));
+    double distance = std::max(kNearest, 32.0 * options_.tolerance * std::sqrt(double{1.0} * found));
+    std::vector<double> bounds;
+    for (int k = 0; k < kBounds; ++k, distance *= kNextBound) {
+        const double bound = last - std::max(distance * values.front(),
+                                             std::min(kPartOfGap * (last - after), kFarthest * last));
+        if (bound > 0.0) bounds.push_back(bound);
+    }
+    return bounds;
 }
 
 /// Orthonormal vectors with small residuals belong to as many singular values, each near its own (Kahan 1967):
@@ -247,19 +255,16 @@ void TripletSearch<Cell>::certify()
     if (matrix_.bothWays() == nullptr) return undecided("there is no room for a factor");
     const RowsView<Cell>&rows = matrix_.bothWays()->rows(), &columns = matrix_.bothWays()->columns();
     SingularCount<Cell> counter(rows, columns, bytes_, options_.certificateOperations);
-    double distance = std::max(kNearest, 32.0 * options_.tolerance * std::sqrt(double{1.0} * count_));
-    std::optional<std::int32_t> above;
-    for (int k = 0; k < kBounds && !above; ++k, distance *= kNextBound) {
-        certificate_.bound = boundBelow(count_, distance);
-        if (!(certificate_.bound > 0.0)) return undecided("the last value is zero next to the first");
-        above = counter.above(certificate_.bound);
-        if (!above && counter.doubt() == SingularCount<Cell>::Doubt::TooLarge)
-            return undecided("the factor of the augmented matrix is too large");
-    }
-    if (!above) return undecided("rounding leaves the inertia uncertain");
-    certificate_.above = *above;
-    if (*above < count_) return undecided("the inertia contradicts the values");
-    if (*above > count_ && !recover(*above)) return;
+    const auto bounds = boundsBelow(count_);
+    if (bounds.empty()) return undecided("the last value is zero next to the first");
+    const auto answer = counter.firstCertain(bounds);
+    if (!answer && counter.doubt() == SingularCount<Cell>::Doubt::TooLarge)
+        return undecided("the factor of the augmented matrix is too large");
+    if (!answer) return undecided("rounding leaves the inertia uncertain");
+    certificate_.bound = answer->bound;
+    certificate_.above = answer->above;
+    if (answer->above < count_) return undecided("the inertia contradicts the values");
+    if (answer->above > count_ && !recover(answer->above)) return;
     certificate_.certainty = TripletsCertainty::Certain;
 }
 

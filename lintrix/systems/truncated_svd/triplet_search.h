@@ -67,7 +67,7 @@ private:
     void measure(std::int32_t wanted);
     double limit() const;
     void certify();
-    double boundBelow(std::int32_t found, double least) const;
+    std::vector<double> boundsBelow(std::int32_t found) const;
     bool recover(std::int32_t above);
     void undecided(std::string_view reason);
 
