@@ -1,8 +1,8 @@
 // In how many groups does a network fall, and are these all?
 //
-// With W the weights of the links and d the sums of its rows, the matrix D^-1/2 * W * D^-1/2 has the singular value
-// 1 once for each part that nothing leads out of, and values near 1 for parts with few links between them. A
-// multiple value is just what a single Krylov space cannot see: the certificate counts it.
+// With W the weights of the links and d the sums of its rows, the matrix D^-1/2 * W * D^-1/2 has the singular
+// value 1 once for each part that nothing leads out of, and values near 1 for parts with few links between
+// them. A multiple value is just what a single Krylov space cannot see: the certificate counts it.
 #include <cmath>
 #include <cstdio>
 #include <lintrix/lintrix.h>
@@ -22,7 +22,7 @@ SparseMatrix network()
     SparseAssembler links(n, n);
     for (int group = 0; group < kGroups; ++group) {
         for (int i = 0; i < kMembers; ++i) {
-            for (const int step : {1, 7}) {
+            for (const int step : {1, 2}) {
                 const int from = group * kMembers + i, to = group * kMembers + (i + step) % kMembers;
                 links.Add(from, to, 0.25); // each member has four links of equal weight
                 links.Add(to, from, 0.25);

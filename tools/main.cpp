@@ -349,15 +349,17 @@ void addSvd(CLI::App& app, tools::SvdOptions& options)
         ->check(CLI::Validator(faultOfTolerance, ""));
     addChoice(svd, "--method", options.bySteps, {{"restarted", false}, {"lanczos", true}},
               "With restarts (the default), or by steps alone, of a real matrix");
-    svd->add_flag("--certify", options.certify, "Prove that no larger value was passed over, by a factorization");
+    svd->add_flag("--certify", options.certify,
+                  "Prove that no larger value was passed over, by a factorization");
     addFile(*svd, "--out", options.out, "PREFIX",
             "Keep the triplets in PREFIX.u.mtx, PREFIX.s.mtx and PREFIX.v.mtx; - is standard output");
     addPlot(*svd, options.plot, "Draw the decay of the values into FILE.png or FILE.svg");
     addThreads(*svd);
     svd->add_flag("--json", options.json, "Report on one line of JSON");
-    svd->footer("Each value of a multiple one may be found once only, unless --certify is given. The residual told "
-                "of a\ntriplet is the larger of |A*v - s*u| and |A'*u - s*v|, relative to the largest value.\n"
-                "Exit code: 0 found, 1 not converged or passed over, 2 usage or bad input.");
+    svd->footer(
+        "Each value of a multiple one may be found once only, unless --certify is given. The residual told "
+        "of a\ntriplet is the larger of |A*v - s*u| and |A'*u - s*v|, relative to the largest value.\n"
+        "Exit code: 0 found, 1 not converged or passed over, 2 usage or bad input.");
 }
 
 void addEig(CLI::App& app, tools::EigOptions& options)

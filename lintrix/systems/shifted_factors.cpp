@@ -1,7 +1,7 @@
 #include <lintrix/systems/shifted_factors.h>
 
-#include <lintrix/systems/quality/factor_quality.h>
 #include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/quality/factor_quality.h>
 #include <lintrix/systems/roads/factored.h>
 
 #include <utility>
@@ -45,8 +45,8 @@ std::optional<Inertia> ShiftedFactors<Cell>::inertiaAt(double shift)
     const std::optional<Inertia> inertia = run_->inertia();
     EngineFactor<Cell> factor(std::move(run_));
     const FactorQuality quality = qualityOfFactor<Cell>(
-        MatrixView<Cell>(system_.Matrix()),
-        inverseBy<Cell>(factor, matrix_.n, TransposeMode::NotTransposed), {.columns = 2, .shift = shift});
+        MatrixView<Cell>(system_.Matrix()), inverseBy<Cell>(factor, matrix_.n, TransposeMode::NotTransposed),
+        {.columns = 2, .shift = shift});
     run_ = factor.release();
     return *quality.drift <= kSureDrift && inertia->zero == 0 ? inertia : std::nullopt;
 }

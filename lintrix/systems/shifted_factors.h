@@ -13,9 +13,9 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// Of the measured size of F = A*M^-1 - I, M being what a factor is that of: it is measured in few directions,
-/// and random ones miss one that counts by a factor of a thousand about once in a thousand times each. Below
-/// it A has the inertia of M.
+/// Of the measured size of F = A*M^-1 - I, M being what a factor is that of: it is measured in few
+/// directions, and random ones miss one that counts by a factor of a thousand about once in a thousand times
+/// each. Below it A has the inertia of M.
 inline constexpr double kSureDrift = 1e-3;
 
 /// One factor at a time, after one analysis.

@@ -40,7 +40,8 @@ std::optional<CertainInertia> atHand(std::int32_t order, const Outcome<Cell>& ou
     const FactorQuality& factor = *outcome.factorQuality;
     const double drift = factor.drift.value_or(kInfinity),
                  ofProbe = std::sqrt(static_cast<double>(order)) * outcome.quality->probeError;
-    if (!inertia || inertia->zero > 0 || !(drift <= kSureDrift) || !(ofProbe <= kSureDrift)) return std::nullopt;
+    if (!inertia || inertia->zero > 0 || !(drift <= kSureDrift) || !(ofProbe <= kSureDrift))
+        return std::nullopt;
     return CertainInertia{inertia->positive, inertia->negative, 0,
                           std::max(drift, ofProbe) / factor.inverseNorm};
 }
@@ -64,7 +65,8 @@ CertainInertia byShifts(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome
         return {*inertia, 0.0};
     };
     const bool isTooLong = !asked && factors.entries() > kFewEntries;
-    if (!(norm > 0.0) || isTooLong || !factors.analyse(left, asked ? kAffordable : kUnasked)) return {0, 0, system.Size(), kInfinity};
+    if (!(norm > 0.0) || isTooLong || !factors.analyse(left, asked ? kAffordable : kUnasked))
+        return {0, 0, system.Size(), kInfinity};
     return certainInertia(system.Size(), 0.5 * kShift * norm, inertiaOf);
 }
 

@@ -91,14 +91,14 @@ void TruncatedSVD<Cell>::compute(const Sparse& A, std::int32_t count, const V_* 
                                  const TruncatedSvdOptions& options)
 {
     if (count < 1 || count > std::min(A.Rows(), A.Cols())) throw InvalidSizeException();
-    if (!(options.tolerance > 0.0)) throw ArgumentOutOfRangeException("The tolerance must be above 0.", "tolerance");
+    if (!(options.tolerance > 0.0))
+        throw ArgumentOutOfRangeException("The tolerance must be above 0.", "tolerance");
     if (options.block < 1) throw ArgumentOutOfRangeException("The block must be above 0.", "block");
     if (start != nullptr && start->Length() != A.Cols()) throw SizeMismatchException();
     tolerance_ = options.tolerance;
     const RunWatch watch = watchOf(options);
     ControlledRun run(watch);
-    const double bytes =
-        options.memoryBudget.value_or(kPartOfMemory * MemoryLeft(MKL_Get_Max_Threads()));
+    const double bytes = options.memoryBudget.value_or(kPartOfMemory * MemoryLeft(MKL_Get_Max_Threads()));
     const SvdMatrix<Cell> matrix(A, 0.5 * bytes);
     if (matrix.isFinite())
         search(matrix, count, bytes - matrix.bytes(), start, options);

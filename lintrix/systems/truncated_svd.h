@@ -46,9 +46,9 @@ LINTRIX_EXPORT std::string_view NameOf(TripletsCertainty certainty) noexcept;
 /// What the inertia of the augmented matrix tells of the singular values.
 struct TripletsCertificate {
     TripletsCertainty certainty = TripletsCertainty::NotAsked;
-    double bound = 0.0;         ///< singular values above it were counted; 0 where none was asked
-    std::int32_t above = 0;     ///< so many there are, with multiplicities
-    std::int32_t recovered = 0; ///< of these had been passed over at first, and were then found
+    double bound = 0.0;           ///< singular values above it were counted; 0 where none was asked
+    std::int32_t above = 0;       ///< so many there are, with multiplicities
+    std::int32_t recovered = 0;   ///< of these had been passed over at first, and were then found
     std::string_view reason = ""; ///< of Undecided, in a few words
 };
 
@@ -67,7 +67,7 @@ struct TruncatedSvdOptions {
     std::uint64_t seed = 17; ///< of the start vectors: equal ones give equal runs
     /// All left vectors are reorthogonalized, too, and not only those that need it.
     bool fullReorthogonalization = false;
-    bool certify = false; ///< proves that nothing was passed over; takes a factorization
+    bool certify = false;                ///< proves that nothing was passed over; takes a factorization
     double certificateOperations = 2e10; ///< that it may take at most
     RunLimits limits{};
     /// Is told how many operations are done, and how many there are in all as far as that is known: they grow
@@ -89,15 +89,15 @@ struct TruncatedSvdOptions {
 ///
 /// **Multiple values.** A Krylov space holds as many vectors of a multiple value as a block has; the others
 /// come in by rounding, mostly but not always. `certify` counts the values above a bound a little below the
-/// last one by the inertia of [s*I A; A^H s*I], looks for those that are missing with a wider block beside the
-/// triplets that stand, and tells what it is sure of.
+/// last one by the inertia of [s*I A; A^H s*I], looks for those that are missing with a wider block beside
+/// the triplets that stand, and tells what it is sure of.
 ///
-/// **Any matrix.** Of a zero matrix, of count above the rank, and of count = min(m, n) all triplets come, with
-/// orthonormal vectors and zeros for values. A matrix that is marked `Symmetric` (`Hermitian`) is read as the
-/// full one.
+/// **Any matrix.** Of a zero matrix, of count above the rank, and of count = min(m, n) all triplets come,
+/// with orthonormal vectors and zeros for values. A matrix that is marked `Symmetric` (`Hermitian`) is read
+/// as the full one.
 ///
-/// **Memory.** Bases of (m + n)*(basis + 2*block) cells, small matrices of about 12*basis^2, and, where it has
-/// room, a copy of A^H, by which the second product runs along rows and on all threads.
+/// **Memory.** Bases of (m + n)*(basis + 2*block) cells, small matrices of about 12*basis^2, and, where it
+/// has room, a copy of A^H, by which the second product runs along rows and on all threads.
 ///
 /// A finished object may be read from several threads.
 template <class Cell>
@@ -110,19 +110,22 @@ public:
     /// All work is done here; the matrix is read and not referred to afterwards. Checks, in this order:
     /// @throws InvalidSizeException      count is below 1 or above min(m, n): "Invalid number of rows or
     ///                                   columns."
-    /// @throws ArgumentOutOfRangeException  the tolerance is not above 0, or is no number; the block is below 1
-    /// @throws OperationFailedException  the memory budget is too small: "The memory budget is too small."; the
-    ///                                   limits ask for the end: "The operation was stopped." or "The deadline
-    ///                                   has passed."
+    /// @throws ArgumentOutOfRangeException  the tolerance is not above 0, or is no number; the block is below
+    /// 1
+    /// @throws OperationFailedException  the memory budget is too small: "The memory budget is too small.";
+    /// the
+    ///                                   limits ask for the end: "The operation was stopped." or "The
+    ///                                   deadline has passed."
     /// @throws NotEnoughMemoryException, std::bad_alloc  nothing leaks
     TruncatedSVD(const Sparse& A, std::int32_t count, const TruncatedSvdOptions& options = {});
     /// The same from a guess of the first right singular vector, or of a sum of several.
     /// @throws SizeMismatchException     `start` has not as many elements as A columns: "Matrix sizes do not
     /// match."
-    TruncatedSVD(const Sparse& A, std::int32_t count, const V_& start, const TruncatedSvdOptions& options = {});
+    TruncatedSVD(const Sparse& A, std::int32_t count, const V_& start,
+                 const TruncatedSvdOptions& options = {});
 
-    const M& U() const noexcept { return U_; }          ///< m x count, orthonormal columns
-    const M& V() const noexcept { return right_; }      ///< n x count, orthonormal columns
+    const M& U() const noexcept { return U_; }           ///< m x count, orthonormal columns
+    const M& V() const noexcept { return right_; }       ///< n x count, orthonormal columns
     const Vector& S() const noexcept { return values_; } ///< count values, largest first
 
     TripletsOutcome Outcome() const noexcept { return outcome_; }

@@ -127,8 +127,8 @@ double residualOf(const SparseFor<Cell>& A, const TruncatedSVD<Cell>& svd, std::
 }
 
 template <class Cell>
-void expectTriplets(const SparseFor<Cell>& A, const TruncatedSVD<Cell>& svd, const std::vector<double>& values,
-                    double tolerance = 1e-10)
+void expectTriplets(const SparseFor<Cell>& A, const TruncatedSVD<Cell>& svd,
+                    const std::vector<double>& values, double tolerance = 1e-10)
 {
     EXPECT_EQ(svd.Outcome(), TripletsOutcome::Converged);
     EXPECT_EQ(svd.Converged(), svd.S().Length());
@@ -148,7 +148,8 @@ std::vector<double> geometric(std::int32_t count, double ratio, double first = 1
 }
 
 template <class Cell>
-class TruncatedSvdTest : public ::testing::Test {};
+class TruncatedSvdTest : public ::testing::Test {
+};
 using Cells = ::testing::Types<double, Complex>;
 TYPED_TEST_SUITE(TruncatedSvdTest, Cells);
 
@@ -407,7 +408,8 @@ TYPED_TEST(TruncatedSvdTest, LeftVectorsMayBeReorthogonalizedAll)
 {
     const std::vector<double> values = geometric(50, 0.85);
     const auto A = withValues<TypeParam>(70, 50, values);
-    const TruncatedSVD<TypeParam> svd(A, 8, TruncatedSvdOptions{.basis = 20, .fullReorthogonalization = true});
+    const TruncatedSVD<TypeParam> svd(A, 8,
+                                      TruncatedSvdOptions{.basis = 20, .fullReorthogonalization = true});
     expectTriplets<TypeParam>(A, svd, values);
     EXPECT_LT(distanceFromIdentity<TypeParam>(svd.U()), 1e-13);
 }

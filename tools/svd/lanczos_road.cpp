@@ -51,8 +51,8 @@ SvdStatus judge(const LanczosPass& last, const Vector& values)
 }
 
 /// By Lanczos steps. The hardened build refuses where the others answer with NaN; so nothing was found.
-std::optional<Triplets<double>> takeSteps(const SparseMatrix& A, const SvdOptions& options, Progress& progress,
-                                  SvdReport& report)
+std::optional<Triplets<double>> takeSteps(const SparseMatrix& A, const SvdOptions& options,
+                                          Progress& progress, SvdReport& report)
 {
     try {
         const SparseSVD svd(A, options.count, options.tolerance,
@@ -95,8 +95,8 @@ void tellOutcome(const SparseMatrix& A, const Triplets<double>& found, SvdReport
 
 } // namespace
 
-std::optional<Triplets<double>> findBySteps(const SparseMatrix& A, const SvdOptions& options, Progress& progress,
-                                            SvdReport& report)
+std::optional<Triplets<double>> findBySteps(const SparseMatrix& A, const SvdOptions& options,
+                                            Progress& progress, SvdReport& report)
 {
     std::optional<Triplets<double>> found = takeSteps(A, options, progress, report);
     if (report.status != SvdStatus::Found && isSmall(A.Rows(), A.Cols())) {

@@ -31,8 +31,8 @@ std::optional<Triplets<Cell>> findByRestarts(const SparseRows<Cell>& A, const Sv
     asked.tolerance = options.tolerance;
     asked.certify = options.certify;
     asked.restarted = [&](std::int32_t restart, std::int32_t converged) {
-        progress.show(fmt::format("svd of {}: restart {}, {} of {} triplets", report.matrix, restart, converged,
-                                  options.count));
+        progress.show(fmt::format("svd of {}: restart {}, {} of {} triplets", report.matrix, restart,
+                                  converged, options.count));
     };
     const TruncatedSVD<Cell> svd(A, options.count, asked);
     report.seconds.finish("svd");
@@ -51,7 +51,7 @@ std::optional<Triplets<Cell>> findByRestarts(const SparseRows<Cell>& A, const Sv
 
 template std::optional<Triplets<double>> findByRestarts(const SparseMatrix&, const SvdOptions&, Progress&,
                                                         SvdReport&);
-template std::optional<Triplets<ComplexNumber>> findByRestarts(const CSparseMatrix&, const SvdOptions&, Progress&,
-                                                               SvdReport&);
+template std::optional<Triplets<ComplexNumber>> findByRestarts(const CSparseMatrix&, const SvdOptions&,
+                                                               Progress&, SvdReport&);
 
 } // namespace Velmar::Lintrix::tools

@@ -30,7 +30,8 @@ std::string inWords(const TripletsCertificate& certificate)
     if (certificate.bound == 0.0) return name; // all values there are
     const std::string passedOver =
         certificate.recovered > 0 ? fmt::format(", {} passed over at first", certificate.recovered) : "";
-    return fmt::format("{}: {} values above {:.10e}{}", name, certificate.above, certificate.bound, passedOver);
+    return fmt::format("{}: {} values above {:.10e}{}", name, certificate.above, certificate.bound,
+                       passedOver);
 }
 
 std::string linesOfRoad(const SvdReport& report)
@@ -48,8 +49,9 @@ std::string linesOfRoad(const SvdReport& report)
 std::string fieldsOfRoad(const SvdReport& report)
 {
     if (!report.restarted())
-        return fmt::format("\"passes\": {}, \"steps\": {}, \"tolerance\": {}, \"last_residual\": {}", report.passes,
-                           report.steps, jsonNumber(report.tolerance), jsonNumber(report.testResidual));
+        return fmt::format("\"passes\": {}, \"steps\": {}, \"tolerance\": {}, \"last_residual\": {}",
+                           report.passes, report.steps, jsonNumber(report.tolerance),
+                           jsonNumber(report.testResidual));
     const TripletsCertificate& certificate = report.certificate;
     return fmt::format("\"restarts\": {}, \"products\": {}, \"tolerance\": {}, \"largest_residual\": {}, "
                        "\"certainty\": {}, \"bound\": {}, \"above\": {}, \"recovered\": {}, \"reason\": {}",
@@ -63,12 +65,12 @@ std::string fieldsOfRoad(const SvdReport& report)
 
 std::string asText(const SvdReport& report)
 {
-    std::string text =
-        line("matrix", printable(report.matrix)) +
-        line("size", fmt::format("{} x {}", report.rows, report.cols)) +
-        line("entries", fmt::format("{}", report.entries)) + line("status", nameOf(report.status)) +
-        line("road", report.road) +
-        linesOfRoad(report) + line("seconds", asText(report.seconds)) + line("singular values", "residuals");
+    std::string text = line("matrix", printable(report.matrix)) +
+                       line("size", fmt::format("{} x {}", report.rows, report.cols)) +
+                       line("entries", fmt::format("{}", report.entries)) +
+                       line("status", nameOf(report.status)) + line("road", report.road) +
+                       linesOfRoad(report) + line("seconds", asText(report.seconds)) +
+                       line("singular values", "residuals");
     for (std::size_t i = 0; i < report.values.size(); ++i) {
         text += line(numberInWords(report.values[i], "{:.10e}"), numberInWords(report.residuals[i]));
     }
@@ -90,10 +92,11 @@ std::string explainRestarted(const SvdReport& report)
 {
     if (report.status == SvdStatus::NotFinite) return "the matrix holds a NaN or an infinity";
     if (report.status == SvdStatus::NotConverged)
-        return fmt::format("not all triplets converged: the largest residual is {} after {} restarts, and the "
-                           "tolerance {:.1e} is not reached; good are {} of {} triplets",
-                           numberInWords(report.testResidual, "{:.1e}"), report.restarts, report.tolerance,
-                           report.sound, report.values.size());
+        return fmt::format(
+            "not all triplets converged: the largest residual is {} after {} restarts, and the "
+            "tolerance {:.1e} is not reached; good are {} of {} triplets",
+            numberInWords(report.testResidual, "{:.1e}"), report.restarts, report.tolerance, report.sound,
+            report.values.size());
     return fmt::format("a singular value was passed over and not found: {} are above {:.10e}",
                        report.certificate.above, report.certificate.bound);
 }

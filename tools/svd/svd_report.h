@@ -34,7 +34,8 @@ struct SvdReport {
     double testResidual = 0.0; ///< the largest one; without restarts, of the last triplet
     std::vector<double> values;
     std::vector<double> residuals; ///< of each triplet, relative to the largest value
-    std::int32_t sound = 0;        ///< triplets with a residual within the tolerance; without restarts the leading ones
+    std::int32_t sound =
+        0; ///< triplets with a residual within the tolerance; without restarts the leading ones
     SvdStatus status = SvdStatus::Found;
     StepTimes seconds;
 

@@ -31,8 +31,8 @@ void multiplyColumns(const RowsView<Cell>& A, bool adjoint, std::int32_t columns
     const char* const op = adjoint ? "C" : "N";
     const std::int32_t ofX = adjoint ? A.rows : A.cols, ofY = adjoint ? A.cols : A.rows;
     if (columns > 1 && (adjoint || MKL_Get_Max_Threads() == 1)) {
-        SparseTwin<Cell>::csrmm(op, A.rows, columns, A.cols, Cell(1.0), "GUNF", A.a, A.ja, A.ia, A.ia + 1, x, ofX,
-                                Cell(0.0), y, ofY);
+        SparseTwin<Cell>::csrmm(op, A.rows, columns, A.cols, Cell(1.0), "GUNF", A.a, A.ja, A.ia, A.ia + 1, x,
+                                ofX, Cell(0.0), y, ofY);
         return;
     }
     for (std::int64_t c = 0; c < columns; ++c)

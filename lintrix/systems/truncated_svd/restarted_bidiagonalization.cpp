@@ -25,7 +25,7 @@ constexpr double kCancelled = 0.1;
 /// A left vector, or a retained value, of this size relative to ||M|| leads to orthogonality of some 1e-13.
 constexpr double kWellDetermined = 1e-3;
 constexpr double kLeastSquare = 1e-280, kLargestSquare = 1e300; ///< of sums without underflow or overflow
-constexpr std::int32_t kRowsAtOnce = 512; ///< of a basis that is rotated in place
+constexpr std::int32_t kRowsAtOnce = 512;                       ///< of a basis that is rotated in place
 
 /// ||x||. The squares of what is neither huge nor tiny are summed at the speed of memory.
 template <class Cell>
@@ -40,8 +40,8 @@ double norm(std::int32_t length, const Cell* x)
 
 /// c = X^H*y, of `count` columns y.
 template <class Cell>
-void multiplyAdjoint(std::int32_t length, std::int32_t columns, const Cell* X, const Cell* y, std::int32_t count,
-                     Cell* c)
+void multiplyAdjoint(std::int32_t length, std::int32_t columns, const Cell* X, const Cell* y,
+                     std::int32_t count, Cell* c)
 {
     if (count == 1)
         blas::gemv(std::is_same_v<Cell, double> ? 'T' : 'C', length, columns, Cell(1.0), X, length, y, 1,
@@ -52,8 +52,8 @@ void multiplyAdjoint(std::int32_t length, std::int32_t columns, const Cell* X, c
 
 /// y := y - X*c; the columns of c are `stride` cells apart.
 template <class Cell>
-void subtractProduct(std::int32_t length, std::int32_t columns, const Cell* X, const Cell* c, std::int32_t stride,
-                     std::int32_t count, Cell* y)
+void subtractProduct(std::int32_t length, std::int32_t columns, const Cell* X, const Cell* c,
+                     std::int32_t stride, std::int32_t count, Cell* y)
 {
     if (columns == 0) return;
     if (count == 1)
@@ -69,8 +69,8 @@ void rotate(ColumnBlock<Cell>& X, std::int32_t columns, const Cell* Q, std::int3
     std::vector<Cell> rows(static_cast<std::size_t>(kRowsAtOnce) * static_cast<std::size_t>(kept));
     for (std::int32_t i = 0; i < X.length; i += kRowsAtOnce) {
         const std::int32_t count = std::min(kRowsAtOnce, X.length - i);
-        blas::gemm('N', 'N', count, kept, columns, Cell(1.0), X.column(0) + i, X.length, Q, columns, Cell(0.0),
-                   rows.data(), kRowsAtOnce);
+        blas::gemm('N', 'N', count, kept, columns, Cell(1.0), X.column(0) + i, X.length, Q, columns,
+                   Cell(0.0), rows.data(), kRowsAtOnce);
         for (std::int32_t j = 0; j < kept; ++j)
             std::copy_n(rows.data() + std::int64_t{kRowsAtOnce} * j, count, X.column(j) + i);
     }
@@ -95,8 +95,8 @@ template <class Cell>
 double RestartedBidiagonalization<Cell>::bytesFor(std::int32_t rows, std::int32_t cols, Sizes sizes)
 {
     const double basis = std::int64_t{sizes.basis} + sizes.block;
-    return sizeof(Cell) * ((double{1.0} * rows + cols) * (basis + sizes.block) + 12.0 * basis * basis +
-                           basis * kRowsAtOnce);
+    return sizeof(Cell) *
+           ((double{1.0} * rows + cols) * (basis + sizes.block) + 12.0 * basis * basis + basis * kRowsAtOnce);
 }
 
 template <class Cell>
@@ -242,7 +242,8 @@ void RestartedBidiagonalization<Cell>::stepRight()
     std::vector<Cell> triangle(static_cast<std::size_t>(width) * static_cast<std::size_t>(width));
     for (std::int32_t i = 0; i < width; ++i)
         for (std::int32_t j = i; j < width; ++j)
-            triangle[std::size_t(i) * std::size_t(width) + std::size_t(j)] = conjugate(b(first + i, first + j));
+            triangle[std::size_t(i) * std::size_t(width) + std::size_t(j)] =
+                conjugate(b(first + i, first + j));
     subtractProduct(V_.length, width, V_.column(first), triangle.data(), width, width, Z);
     for (int pass = 0; pass < 2; ++pass)
         if (project(V_, 0, size_, Z, width, coefficients_.data()) > kCancelled) break;

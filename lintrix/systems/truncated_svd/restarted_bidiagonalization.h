@@ -23,21 +23,22 @@ enum class Reorthogonalization {
 /// The invariant, with `size()` columns in U and V, the next block N of right vectors behind them, and E the
 /// last columns of the identity:
 ///
-///     M*V = U*B,   M^H*U = V*B^H + N*S*E^H,   [V N] orthonormal, B upper triangular but for its first columns.
+///     M*V = U*B,   M^H*U = V*B^H + N*S*E^H,   [V N] orthonormal, B upper triangular but for its first
+///     columns.
 ///
-/// After a restart B starts with the retained singular values, and the columns of the block behind them couple
-/// with all of these. The singular triplets of B are then those of M, but for ||S*E^H*p|| with p a left
-/// singular vector of B.
+/// After a restart B starts with the retained singular values, and the columns of the block behind them
+/// couple with all of these. The singular triplets of B are then those of M, but for ||S*E^H*p|| with p a
+/// left singular vector of B.
 ///
-/// U is orthonormal as far as V is: U^H*U = I + B^-H*O(eps*||M||) (Simon, Zha, SIAM J. Sci. Comput. 21 (2000)),
-/// so that the left vectors of large singular values need no reorthogonalization. Where a step leaves a short
-/// vector, or a retained value is small, it is done.
+/// U is orthonormal as far as V is: U^H*U = I + B^-H*O(eps*||M||) (Simon, Zha, SIAM J. Sci. Comput. 21
+/// (2000)), so that the left vectors of large singular values need no reorthogonalization. Where a step
+/// leaves a short vector, or a retained value is small, it is done.
 ///
 /// A direction that is dependent on those before, as in an exhausted subspace, gives way to a random one with
 /// zeros in B or S: so all of a zero matrix is found, and the identity's multiple values.
 ///
-/// Source: Baglama and Reichel, SIAM J. Sci. Comput. 27 (2005); the restart by Ritz vectors as in Wu and Simon,
-/// SIAM J. Matrix Anal. Appl. 22 (2000).
+/// Source: Baglama and Reichel, SIAM J. Sci. Comput. 27 (2005); the restart by Ritz vectors as in Wu and
+/// Simon, SIAM J. Matrix Anal. Appl. 22 (2000).
 template <class Cell>
 class LINTRIX_TESTABLE RestartedBidiagonalization {
 public:
@@ -46,10 +47,10 @@ public:
         std::int32_t block; ///< right vectors of a step
     };
 
-    /// M has at least as many rows as columns, and is referred to. The first block is random; with `start`, of
-    /// the length of its columns, that one leads it. @throws std::bad_alloc
-    RestartedBidiagonalization(const LinearMap<Cell>& M, Sizes sizes, Reorthogonalization left, Random& random,
-                               const Cell* start = nullptr);
+    /// M has at least as many rows as columns, and is referred to. The first block is random; with `start`,
+    /// of the length of its columns, that one leads it. @throws std::bad_alloc
+    RestartedBidiagonalization(const LinearMap<Cell>& M, Sizes sizes, Reorthogonalization left,
+                               Random& random, const Cell* start = nullptr);
 
     /// Takes steps up to so many columns, or to the size of the basis, and decomposes B.
     /// @throws as the listener of `WorkScope`
@@ -79,8 +80,8 @@ private:
     void stepLeft();
     void stepRight();
     void decompose();
-    double orthonormalizeLast(ColumnBlock<Cell>& basis, std::int32_t first, std::int32_t count, Cell* triangle,
-                              std::int32_t stride);
+    double orthonormalizeLast(ColumnBlock<Cell>& basis, std::int32_t first, std::int32_t count,
+                              Cell* triangle, std::int32_t stride);
     void separate(ColumnBlock<Cell>& basis, std::int32_t first, std::int32_t c, Cell* sums);
     void makeRandom(ColumnBlock<Cell>& basis, std::int32_t column);
     double project(const ColumnBlock<Cell>& basis, std::int32_t first, std::int32_t behind, Cell* x,
@@ -91,9 +92,9 @@ private:
     Reorthogonalization reorthogonalization_;
     Sizes sizes_;
     ColumnBlock<Cell> U_, V_;
-    std::vector<Cell> B_, S_;                 // column-major; S is next_ x last_
-    std::vector<Cell> coefficients_;          // of projections
-    std::vector<Cell> leftOfB_, rightOfB_;    // singular vectors, a column each
+    std::vector<Cell> B_, S_;              // column-major; S is next_ x last_
+    std::vector<Cell> coefficients_;       // of projections
+    std::vector<Cell> leftOfB_, rightOfB_; // singular vectors, a column each
     std::vector<double> values_, residuals_;
     std::int32_t room_ = 0;    // rows of B
     std::int32_t size_ = 0;    // columns of U, of V without the next block

@@ -19,8 +19,8 @@ constexpr double kEps = std::numeric_limits<double>::epsilon();
 constexpr int kCorrections = 3;
 /// Of a bound for the certificate from the last value: at least what a factor resolves, at most a part of it.
 constexpr double kNearest = 1e-8, kFarthest = 1e-2, kPartOfGap = 0.125;
-constexpr int kBounds = 3;           ///< that are tried
-constexpr double kNextBound = 32.0;  ///< the distance grows by
+constexpr int kBounds = 3;          ///< that are tried
+constexpr double kNextBound = 32.0; ///< the distance grows by
 constexpr int kRecoveries = 3;
 constexpr std::int32_t kMeasuredAtOnce = 8;
 
@@ -151,7 +151,8 @@ template <class Cell>
 void TripletSearch<Cell>::beginAnew(std::int32_t vectors)
 {
     std::vector<Cell> sum(static_cast<std::size_t>(M_.cols));
-    for (std::int32_t j = 0; j < vectors; ++j) addMultiple(M_.cols, Cell(1.0), lanczos_->right(j), sum.data());
+    for (std::int32_t j = 0; j < vectors; ++j)
+        addMultiple(M_.cols, Cell(1.0), lanczos_->right(j), sum.data());
     measuring_ += lanczos_->products();
     lanczos_.reset();
     lanczos_ = std::make_unique<Lanczos>(M_, sizes_, Reorthogonalization::Full, random_, sum.data());
@@ -190,7 +191,7 @@ template <class Cell>
 std::int32_t TripletSearch<Cell>::kept(std::int32_t wanted, std::int32_t settled) const
 {
     const std::int32_t size = lanczos_->size(), spare = size - wanted;
-    return std::min({wanted + std::min(settled, spare / 2) , size, M_.cols});
+    return std::min({wanted + std::min(settled, spare / 2), size, M_.cols});
 }
 
 /// The larger of ||M*v - s*u|| and ||M^H*u - s*v|| of each leading triplet.
@@ -243,8 +244,8 @@ std::vector<double> TripletSearch<Cell>::boundsBelow(std::int32_t found) const
     return bounds;
 }
 
-/// Orthonormal vectors with small residuals belong to as many singular values, each near its own (Kahan 1967):
-/// so if there are no more above the bound than were found above it, none was passed over.
+/// Orthonormal vectors with small residuals belong to as many singular values, each near its own (Kahan
+/// 1967): so if there are no more above the bound than were found above it, none was passed over.
 template <class Cell>
 void TripletSearch<Cell>::certify()
 {

@@ -108,7 +108,8 @@ TEST(SvdCommand, ValuesOfAComplexMatrixAreFound)
     ASSERT_EQ(values.size(), 2U);
     EXPECT_NEAR(values[0], 5.0, 1e-12);
     EXPECT_NEAR(values[1], 4.0, 1e-12);
-    EXPECT_THAT(contentOf(scratch.at("t.u.mtx")), StartsWith("%%MatrixMarket matrix array complex general\n3 2\n"));
+    EXPECT_THAT(contentOf(scratch.at("t.u.mtx")),
+                StartsWith("%%MatrixMarket matrix array complex general\n3 2\n"));
     const Outcome bySteps = run({"svd", file, "-k", "2", "--method", "lanczos"});
     EXPECT_EQ(bySteps.exitCode, 2);
     EXPECT_EQ(bySteps.err,
@@ -127,7 +128,8 @@ TEST(SvdCommand, TextTellsALineATriplet)
                 StartsWith("matrix            " + file +
                            "\nsize              3 x 3\nentries           3\nstatus            found\n"));
     EXPECT_THAT(outcome.out, HasSubstr("\nsingular values   residuals\n"));
-    EXPECT_THAT(withoutTimes(outcome.out), HasSubstr("\nseconds           read T, svd T, write T, total T\n"));
+    EXPECT_THAT(withoutTimes(outcome.out),
+                HasSubstr("\nseconds           read T, svd T, write T, total T\n"));
     const Outcome bySteps = run({"svd", file, "-k", "1", "--tol", "1e-2", "--method", "lanczos"});
     EXPECT_THAT(withoutTimes(bySteps.out), HasSubstr("\nseconds           read T, svd T, check T, write T, "
                                                      "total T\n"));
@@ -208,8 +210,9 @@ TEST(SvdCommand, TrivialMatricesAreAnswered)
             const std::string method = turn % 2 == 0 ? "restarted" : "lanczos";
             SCOPED_TRACE(trivial.name + ", " + std::to_string(k) + " values, " + method);
             const Scratch scratch;
-            const Outcome outcome = run({"svd", matrixFile(scratch, trivial.body), "-k", std::to_string(k), "--method",
-                                         method, "--json", "--out", scratch.at("t"), "--plot", scratch.at("t.svg")});
+            const Outcome outcome =
+                run({"svd", matrixFile(scratch, trivial.body), "-k", std::to_string(k), "--method", method,
+                     "--json", "--out", scratch.at("t"), "--plot", scratch.at("t.svg")});
             ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
             EXPECT_EQ(outcome.err, "");
             const Json json = parseJson(outcome.out);
@@ -229,8 +232,7 @@ TEST(SvdCommand, TrivialMatricesAreAnswered)
 // Rank 5: the test of the eighth triplet never passes, and the steps would go on for ever.
 TEST(SvdCommand, ByStepsCountAboveTheRankIsAnsweredDense)
 {
-    const Outcome outcome =
-        run({"svd", dataFile("relat4.mtx"), "-k", "8", "--method", "lanczos", "--json"});
+    const Outcome outcome = run({"svd", dataFile("relat4.mtx"), "-k", "8", "--method", "lanczos", "--json"});
     ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
     const Json json = parseJson(outcome.out);
     EXPECT_EQ(json["road"].text(), "dense");
@@ -244,8 +246,7 @@ TEST(SvdCommand, WhatIsNotFoundInALargeMatrixIsSaidInWordsAndNotKept)
 {
     const Scratch scratch;
     const std::string file = matrixFile(scratch, "general\n3000 2000 1\n1 1 1\n");
-    const Outcome outcome =
-        run({"svd", file, "-k", "2", "--method", "lanczos", "--out", scratch.at("t")});
+    const Outcome outcome = run({"svd", file, "-k", "2", "--method", "lanczos", "--out", scratch.at("t")});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_THAT(outcome.err, StartsWith("lintrix: " + file + ": "));
     EXPECT_THAT(outcome.out, Not(HasSubstr("nan")));
@@ -253,7 +254,8 @@ TEST(SvdCommand, WhatIsNotFoundInALargeMatrixIsSaidInWordsAndNotKept)
     EXPECT_THAT(scratch.names(), ElementsAre("a.mtx"));
     const Json json = parseJson(run({"svd", file, "-k", "2", "--method", "lanczos", "--json"}).out);
     EXPECT_NE(json["status"].text(), "found");
-    const std::vector<double> values = numbersAt(parseJson(run({"svd", file, "-k", "2", "--json"}).out), "values");
+    const std::vector<double> values =
+        numbersAt(parseJson(run({"svd", file, "-k", "2", "--json"}).out), "values");
     ASSERT_EQ(values.size(), 2U);
     EXPECT_NEAR(values[0], 1.0, 1e-12);
     EXPECT_NEAR(values[1], 0.0, 1e-12);
