@@ -22,6 +22,7 @@ constexpr double kNearest = 1e-8, kFarthest = 1e-2, kPartOfGap = 0.125;
 constexpr int kBounds = 3;          ///< that are tried
 constexpr double kNextBound = 32.0; ///< the distance grows by
 constexpr int kRecoveries = 3;
+constexpr double kKept = 0.4; ///< of the vectors beside the wanted ones
 constexpr std::int32_t kMeasuredAtOnce = 8;
 
 /// Vectors after which the first values may have converged.
@@ -168,7 +169,7 @@ void TripletSearch<Cell>::iterate(std::int32_t wanted, double tolerance)
         if (restarts_ > 0 || settled(wanted, tolerance) < wanted) lanczos_->expand(sizes_.basis);
         const std::int32_t good = settled(wanted, tolerance);
         const bool done = good == wanted || lanczos_->isExhausted() || restarts_ >= options_.restarts;
-        lanczos_->restart(done ? std::max(wanted, kept(wanted, good)) : kept(wanted, good));
+        lanczos_->restart(kept(wanted));
         if (done) return;
         ++restarts_;
         if (options_.restarted) options_.restarted(restarts_, std::min(good, count_));
@@ -186,12 +187,12 @@ std::int32_t TripletSearch<Cell>::settled(std::int32_t wanted, double tolerance)
     return good;
 }
 
-/// The more have converged, the more of the others are kept beside them, as far as there is room for steps.
+/// Some of the others are kept beside the wanted ones, as far as there is room for steps: what decides on the
+/// speed is the gap to the first one dropped.
 template <class Cell>
-std::int32_t TripletSearch<Cell>::kept(std::int32_t wanted, std::int32_t settled) const
+std::int32_t TripletSearch<Cell>::kept(std::int32_t wanted) const
 {
-    const std::int32_t size = lanczos_->size(), spare = size - wanted;
-    return std::min({wanted + std::min(settled, spare / 2), size, M_.cols});
+    return wanted + static_cast<std::int32_t>(kKept * std::max(lanczos_->size() - wanted, 0));
 }
 
 /// The larger of ||M*v - s*u|| and ||M^H*u - s*v|| of each leading triplet.

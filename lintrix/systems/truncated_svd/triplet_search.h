@@ -63,7 +63,7 @@ private:
     void beginAnew(std::int32_t vectors);
     void iterate(std::int32_t wanted, double tolerance);
     std::int32_t settled(std::int32_t wanted, double tolerance) const;
-    std::int32_t kept(std::int32_t wanted, std::int32_t settled) const;
+    std::int32_t kept(std::int32_t wanted) const;
     void measure(std::int32_t wanted);
     double limit() const;
     void certify();
