@@ -44,6 +44,17 @@ std::string_view NameOf(TripletsCertainty certainty) noexcept
 namespace {
 
 constexpr double kPartOfMemory = 0.8; ///< of what the machine leaves
+constexpr double kSmall = 0x1p24;     ///< bytes
+
+/// Unasked. What every machine has is not asked about, since reading the limits would take a good part of a
+/// small matrix's time.
+template <class Cell>
+double bytesToTake(const SparseOf<Cell>& A, std::int32_t count)
+{
+    const double vectors = (double{1.0} * A.Rows() + A.Cols()) * (8.0 * count + 100.0);
+    if (sizeof(Cell) * (vectors + 8.0 * A.NumElements()) < kSmall) return 4.0 * kSmall;
+    return kPartOfMemory * MemoryLeft(MKL_Get_Max_Threads());
+}
 
 RunWatch watchOf(const TruncatedSvdOptions& options)
 {
@@ -98,7 +109,7 @@ void TruncatedSVD<Cell>::compute(const Sparse& A, std::int32_t count, const V_* 
     tolerance_ = options.tolerance;
     const RunWatch watch = watchOf(options);
     ControlledRun run(watch);
-    const double bytes = options.memoryBudget.value_or(kPartOfMemory * MemoryLeft(MKL_Get_Max_Threads()));
+    const double bytes = options.memoryBudget.value_or(bytesToTake<Cell>(A, count));
     const SvdMatrix<Cell> matrix(A, 0.5 * bytes);
     if (matrix.isFinite())
         search(matrix, count, bytes - matrix.bytes(), start, options);

@@ -22,7 +22,7 @@ constexpr double kNearest = 1e-8, kFarthest = 1e-2, kPartOfGap = 0.125;
 constexpr int kBounds = 3;          ///< that are tried
 constexpr double kNextBound = 32.0; ///< the distance grows by
 constexpr int kRecoveries = 3;
-constexpr double kKept = 0.4; ///< of the vectors beside the wanted ones
+constexpr double kKept = 0.3; ///< of the vectors beside the wanted ones
 constexpr std::int32_t kMeasuredAtOnce = 8;
 
 /// Vectors after which the first values may have converged.
