@@ -93,18 +93,20 @@ TripletSearch<Cell>::TripletSearch(const SvdMatrix<Cell>& matrix, std::int32_t c
     : matrix_(matrix), M_(matrix.products()), options_(options), count_(count), bytes_(bytes),
       sizes_(chosenSizes(bytes)), random_(options.seed)
 {
-    const bool full = options.fullReorthogonalization || sizes_.basis == M_.cols;
+    // Steps that nearly exhaust the space meet small singular values, which leave left vectors badly
+    // determined.
+    const bool full = options.fullReorthogonalization || 2 * sizes_.basis > M_.cols;
     lanczos_ = std::make_unique<Lanczos>(
         M_, sizes_, full ? Reorthogonalization::Full : Reorthogonalization::Partial, random_, start);
 }
 
-/// As large as is asked for, or as serves, and as memory allows.
+/// As large as is asked for, or as serves, and as memory allows; of a side that is hardly larger, all of it.
 template <class Cell>
 auto TripletSearch<Cell>::chosenSizes(double bytes) const -> typename Lanczos::Sizes
 {
     const std::int32_t side = M_.cols, block = std::min(options_.block, side);
     const std::int32_t least = std::min(count_ + block + 1, side);
-    const std::int32_t some = 2 * count_ + 20 + 2 * block, serves = 3 * some > 2 * side ? side : some;
+    const std::int32_t some = 2 * count_ + 20 + 2 * block, serves = 5 * some > 4 * side ? side : some;
     std::int32_t basis = std::min(std::max(options_.basis > 0 ? options_.basis : serves, least), side);
     while (basis > least && Lanczos::bytesFor(M_.rows, side, {basis, block}) > bytes) --basis;
     if (Lanczos::bytesFor(M_.rows, side, {basis, block}) > bytes)
