@@ -25,7 +25,6 @@ public:
     bool isAdjoint() const noexcept { return view_.rows < view_.cols; } ///< M is A^H
     const LinearMap<Cell>& products() const noexcept { return products_; }
     const TallMatrix<Cell>* bothWays() const noexcept { return both_ ? &*both_ : nullptr; }
-    const RowsView<Cell>& rows() const noexcept { return view_; } ///< of A
     /// Of the copies that were made.
     double bytes() const noexcept;
 
