@@ -47,5 +47,6 @@
 #include <lintrix/systems/linear_system.h>
 #include <lintrix/systems/system_matrix.h>
 #include <lintrix/systems/system_options.h>
+#include <lintrix/systems/truncated_svd.h>
 #include <lintrix/systems/verdict.h>
 #include <lintrix/version.h>

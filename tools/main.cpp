@@ -344,17 +344,22 @@ void addSvd(CLI::App& app, tools::SvdOptions& options)
         ->type_name("K")
         ->check(CLI::Validator(faultOfCount, ""))
         ->required();
-    svd->add_option("--tol", options.tolerance, "Residual of the last triplet that is good enough (1e-10)")
+    svd->add_option("--tol", options.tolerance, "Residual of a triplet that is good enough (1e-10)")
         ->type_name("T")
         ->check(CLI::Validator(faultOfTolerance, ""));
+    addChoice(svd, "--method", options.bySteps, {{"restarted", false}, {"lanczos", true}},
+              "With restarts (the default), or by steps alone, of a real matrix");
+    svd->add_flag("--certify", options.certify,
+                  "Prove that no larger value was passed over, by a factorization");
     addFile(*svd, "--out", options.out, "PREFIX",
             "Keep the triplets in PREFIX.u.mtx, PREFIX.s.mtx and PREFIX.v.mtx; - is standard output");
     addPlot(*svd, options.plot, "Draw the decay of the values into FILE.png or FILE.svg");
     addThreads(*svd);
     svd->add_flag("--json", options.json, "Report on one line of JSON");
-    svd->footer("Each value of a multiple one may be found once only. The residual told of a triplet is the "
-                "larger of\n|A*v - s*u| and |A'*u - s*v|, relative to the largest value.\n"
-                "Exit code: 0 found, 1 not converged, 2 usage or bad input.");
+    svd->footer(
+        "Each value of a multiple one may be found once only, unless --certify is given. The residual told "
+        "of a\ntriplet is the larger of |A*v - s*u| and |A'*u - s*v|, relative to the largest value.\n"
+        "Exit code: 0 found, 1 not converged or passed over, 2 usage or bad input.");
 }
 
 void addEig(CLI::App& app, tools::EigOptions& options)

@@ -2,29 +2,20 @@
 
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
-#include <lintrix/systems/multifrontal/multifrontal_ldl.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/shifted_factors.h>
 #include <lintrix/systems/structure/inertia.h>
-#include <lintrix/systems/structure/sparse_entries.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <new>
-#include <span>
-#include <utility>
-#include <vector>
 
 namespace Velmar::Lintrix::detail {
 
 using namespace roads;
 
 namespace {
-
-/// Of the measured size of F. It is measured in few directions: random ones miss one that counts by a factor
-/// of a thousand about once in a thousand times each.
-constexpr double kSure = 1e-3;
 
 // Operations of a factorization that nobody has asked for, and entries of the matrix: milliseconds. What is
 // asked for may take about a second.
@@ -38,88 +29,6 @@ constexpr double kGrowth = 32.0; ///< of the shift, from try to try
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/// Of a factor beside a matrix, and what their distance is to the smallest eigenvalue.
-struct FactorInertia {
-    Inertia inertia;
-    double error;
-};
-
-/// What waits makes a factor grow beyond its forecast.
-constexpr double kWaitingRoom = 4.0;
-
-/// Both triangles, and on the diagonal zeros, too.
-template <class Cell>
-EntryArrays<Cell> withDiagonal(const SparseOf<Cell>& A)
-{
-    const EntryArrays<Cell> entries = entriesOf<Cell>(A);
-    const SparseEntries<Cell> view = entries;
-    EntryArrays<Cell> whole{{view.rows, view.cols}};
-    whole.pattern.columns.reserve(entries.values.size() + static_cast<std::size_t>(view.rows));
-    whole.values.reserve(entries.values.size() + static_cast<std::size_t>(view.rows));
-    for (std::int32_t i = 0; i < view.rows; ++i) {
-        const auto columns = view.row(i);
-        const auto values = view.valuesOf(i);
-        if (std::ranges::find(columns, i) == columns.end()) {
-            whole.pattern.columns.push_back(i);
-            whole.values.push_back(Cell());
-        }
-        whole.pattern.columns.insert(whole.pattern.columns.end(), columns.begin(), columns.end());
-        whole.values.insert(whole.values.end(), values.begin(), values.end());
-        whole.pattern.starts.push_back(static_cast<std::int32_t>(whole.pattern.columns.size()));
-    }
-    return whole;
-}
-
-/// Factors of A - s*I for a few s, one at a time, after one analysis.
-template <class Cell>
-class ShiftedFactors {
-public:
-    explicit ShiftedFactors(const SystemMatrix<Cell>& system)
-        : matrix_(system.Matrix()), entries_(withDiagonal<Cell>(system.Matrix())), ldl_(entries_, true)
-    {
-    }
-
-    /// Whether a factorization can be had within so many bytes, and takes no long time.
-    bool isAffordable(double left, bool asked) const
-    {
-        const auto [entries, operations, cellsAtOnce] = ldl_.forecast();
-        const double own = 2.0 * sizeof(Cell) * static_cast<double>(entries_.values.size()),
-                     cells = sizeof(Cell) * static_cast<double>(entries + cellsAtOnce);
-        return own + kWaitingRoom * cells <= left && operations <= (asked ? kAffordable : kUnasked);
-    }
-
-    /// None where the factor is too far from A - shift*I.
-    std::optional<FactorInertia> at(double shift)
-    {
-        EntryArrays<Cell> shifted(entries_);
-        const SparseEntries<Cell> view = shifted;
-        for (std::int32_t i = 0; i < view.rows; ++i)
-            for (std::int32_t k = view.starts[i]; k < view.starts[i + 1]; ++k)
-                if (view.columns[k] == i) shifted.values[k] -= shift;
-        if (!ldl_.factorize(shifted)) return std::nullopt;
-        const FactorQuality quality =
-            qualityOfFactor<Cell>(MatrixView<Cell>(matrix_), inverse(), {.columns = 2, .shift = shift});
-        const bool isNear = *quality.drift <= kSure && ldl_.replaced() == 0 && ldl_.inertia().zero == 0;
-        return isNear ? std::optional(FactorInertia{ldl_.inertia(), *quality.drift / quality.inverseNorm})
-                      : std::nullopt;
-    }
-
-private:
-    LinearMap<Cell> inverse() const
-    {
-        const auto solve = [this](std::int32_t columns, const Cell* x, Cell* y) {
-            const auto count = static_cast<std::size_t>(matrix_.Rows()) * static_cast<std::size_t>(columns);
-            std::copy_n(x, count, y);
-            ldl_.solve(TransposeMode::NotTransposed, std::span(y, count));
-        };
-        return {matrix_.Rows(), matrix_.Rows(), solve, solve};
-    }
-
-    const SparseOf<Cell>& matrix_;
-    EntryArrays<Cell> entries_;
-    multifrontal::MultifrontalLDL<Cell> ldl_;
-};
-
 /// Of the factor at hand, where it is near enough to A. That of the probe is one random vector more; where
 /// GMRES has made it good, it says nothing of the factor.
 template <class Cell>
@@ -131,7 +40,8 @@ std::optional<CertainInertia> atHand(std::int32_t order, const Outcome<Cell>& ou
     const FactorQuality& factor = *outcome.factorQuality;
     const double drift = factor.drift.value_or(kInfinity),
                  ofProbe = std::sqrt(static_cast<double>(order)) * outcome.quality->probeError;
-    if (!inertia || inertia->zero > 0 || !(drift <= kSure) || !(ofProbe <= kSure)) return std::nullopt;
+    if (!inertia || inertia->zero > 0 || !(drift <= kSureDrift) || !(ofProbe <= kSureDrift))
+        return std::nullopt;
     return CertainInertia{inertia->positive, inertia->negative, 0,
                           std::max(drift, ofProbe) / factor.inverseNorm};
 }
@@ -143,14 +53,13 @@ CertainInertia byFactors(const SystemMatrix<Cell>& system, double left, bool ask
     const double norm = infinityNorm(MatrixView<Cell>(system.Matrix()));
     const CertainInertia uncertain{0, 0, system.Size(), kInfinity};
     if (!(norm > 0.0) || (!asked && system.Matrix().NumElements() > kFewEntries)) return uncertain;
-    ShiftedFactors<Cell> factors(system);
-    if (!factors.isAffordable(left, asked)) return uncertain;
-    if (const auto own = factors.at(0.0))
-        return {own->inertia.positive, own->inertia.negative, 0, own->error};
+    ShiftedFactors<Cell> factors(system.Matrix());
+    if (!factors.isAffordable(left, asked ? kAffordable : kUnasked)) return uncertain;
+    if (const auto own = factors.at(0.0)) return {own->inertia.positive, own->inertia.negative, 0, own->error};
     int tries = 0;
     const auto inertiaOf = [&](double shift) -> ShiftedInertia {
         if (tries++ >= 2 * kTries) return {{}, kInfinity};
-        const auto shifted = factors.at(shift);
+        const std::optional<FactorInertia> shifted = factors.at(shift);
         if (!shifted) return {{}, 0.5 * kGrowth * std::abs(shift)}; // a larger one is to be tried
         return {shifted->inertia, 0.0};
     };

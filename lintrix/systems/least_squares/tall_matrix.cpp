@@ -1,6 +1,7 @@
 #include <lintrix/systems/least_squares/tall_matrix.h>
 
 #include <lintrix/services/blas.h>
+#include <lintrix/services/threads.h>
 #include <lintrix/sparse/detail/sparse_twin.h>
 
 #include <algorithm>
@@ -21,14 +22,23 @@ double powerFor(double norm)
     return std::ldexp(1.0, std::min(fraction == 0.5 ? 1 - exponent : -exponent, 1000));
 }
 
-template <class Cell>
-void product(const RowsView<Cell>& A, const Cell* x, Cell* y)
-{
-    SparseTwin<Cell>::csrmv("N", A.rows, A.cols, Cell(1.0), "GUNF", A.a, A.ja, A.ia, A.ia + 1, x, Cell(0.0),
-                            y);
-}
-
 } // namespace
+
+/// A product with several columns reads A once for four of them, but runs on one thread.
+template <class Cell>
+void multiplyColumns(const RowsView<Cell>& A, bool adjoint, std::int32_t columns, const Cell* x, Cell* y)
+{
+    const char* const op = adjoint ? "C" : "N";
+    const std::int32_t ofX = adjoint ? A.rows : A.cols, ofY = adjoint ? A.cols : A.rows;
+    if (columns > 1 && (adjoint || MKL_Get_Max_Threads() == 1)) {
+        SparseTwin<Cell>::csrmm(op, A.rows, columns, A.cols, Cell(1.0), "GUNF", A.a, A.ja, A.ia, A.ia + 1, x,
+                                ofX, Cell(0.0), y, ofY);
+        return;
+    }
+    for (std::int64_t c = 0; c < columns; ++c)
+        SparseTwin<Cell>::csrmv(op, A.rows, A.cols, Cell(1.0), "GUNF", A.a, A.ja, A.ia, A.ia + 1, x + c * ofX,
+                                Cell(0.0), y + c * ofY);
+}
 
 /// The rows of A^H by a counting sort: each column's slots are filled in the order of the rows.
 template <class Cell>
@@ -82,13 +92,13 @@ void TallMatrix<Cell>::scaleAlike()
 template <class Cell>
 void TallMatrix<Cell>::times(const Cell* x, Cell* y) const
 {
-    product(rows_, x, y);
+    multiplyColumns(rows_, false, 1, x, y);
 }
 
 template <class Cell>
 void TallMatrix<Cell>::adjointTimes(const Cell* x, Cell* y) const
 {
-    product(columns_, x, y);
+    multiplyColumns(columns_, false, 1, x, y);
 }
 
 template <class Cell>
@@ -97,12 +107,17 @@ LinearMap<Cell> TallMatrix<Cell>::asGiven() const
     const RowsView<Cell>&A = adjoint_ ? columns_ : rows_, &H = adjoint_ ? rows_ : columns_;
     const auto along = [](const RowsView<Cell>& view) {
         return [&view](std::int32_t columns, const Cell* x, Cell* y) {
-            for (std::int64_t c = 0; c < columns; ++c) product(view, x + c * view.cols, y + c * view.rows);
+            multiplyColumns(view, false, columns, x, y);
         };
     };
     return {A.rows, A.cols, along(A), along(H)};
 }
 
+#define LINTRIX_INSTANTIATE(Cell)                                                                            \
+    template void multiplyColumns(const RowsView<Cell>&, bool, std::int32_t, const Cell*, Cell*);
+LINTRIX_INSTANTIATE(double)
+LINTRIX_INSTANTIATE(std::complex<double>)
+#undef LINTRIX_INSTANTIATE
 template class TallMatrix<double>;
 template class TallMatrix<std::complex<double>>;
 

@@ -23,6 +23,10 @@ struct RowsView {
     std::int64_t entries() const noexcept { return rows > 0 ? std::int64_t{ia[rows]} - ia[0] : 0; }
 };
 
+/// y = A*x or y = A^H*x for so many columns, stored one behind the other without gaps.
+template <class Cell>
+void multiplyColumns(const RowsView<Cell>& A, bool adjoint, std::int32_t columns, const Cell* x, Cell* y);
+
 /// M with p rows and q <= p columns: A itself where it is tall or square, else A^H. Its rows and those of M^H
 /// are at hand, so that both products run along rows and on all threads.
 ///

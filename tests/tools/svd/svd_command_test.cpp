@@ -30,9 +30,9 @@ std::vector<double> numbersAt(const Json& json, const std::string& key)
     return numbers;
 }
 
-TEST(SvdCommand, JsonTellsValuesResidualsPassesAndSeconds)
+TEST(SvdCommand, ByStepsJsonTellsValuesResidualsPassesAndSeconds)
 {
-    const Outcome outcome = run({"svd", dataFile("ash219.mtx"), "-k", "5", "--json"});
+    const Outcome outcome = run({"svd", dataFile("ash219.mtx"), "-k", "5", "--method", "lanczos", "--json"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     const Json json = parseJson(outcome.out);
     const Vector dense = SVD(ReadMatrixMarketDense(dataFile("ash219.mtx")), true).SingularValues();
@@ -53,6 +53,69 @@ TEST(SvdCommand, JsonTellsValuesResidualsPassesAndSeconds)
     EXPECT_GE(json["seconds"]["total"].number(), json["seconds"]["svd"].number());
 }
 
+TEST(SvdCommand, JsonTellsValuesResidualsRestartsProductsAndCertainty)
+{
+    const Outcome outcome = run({"svd", dataFile("ash219.mtx"), "-k", "5", "--certify", "--json"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    const Json json = parseJson(outcome.out);
+    const Vector dense = SVD(ReadMatrixMarketDense(dataFile("ash219.mtx")), true).SingularValues();
+    const std::vector<double> values = numbersAt(json, "values"), residuals = numbersAt(json, "residuals");
+    ASSERT_EQ(values.size(), 5U);
+    ASSERT_EQ(residuals.size(), 5U);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_NEAR(values[static_cast<std::size_t>(i)], dense[i], 1e-9);
+        EXPECT_LE(residuals[static_cast<std::size_t>(i)], json["largest_residual"].number());
+    }
+    EXPECT_LE(json["largest_residual"].number(), 1e-10);
+    EXPECT_EQ(json["road"].text(), "restarted Lanczos");
+    EXPECT_GE(json["restarts"].number(), 0);
+    EXPECT_GT(json["products"].number(), 20);
+    EXPECT_EQ(json["certainty"].text(), "certain");
+    EXPECT_EQ(json["above"].number(), 5);
+    EXPECT_LT(json["bound"].number(), dense[4]);
+    EXPECT_GT(json["bound"].number(), dense[5]);
+    EXPECT_EQ(json["recovered"].number(), 0);
+    EXPECT_EQ(json["reason"].text(), "");
+    EXPECT_EQ(json["status"].text(), "found");
+}
+
+TEST(SvdCommand, TextTellsTheCertaintyWhereItIsAsked)
+{
+    const std::string file = dataFile("ash219.mtx");
+    const std::string asked = run({"svd", file, "-k", "3", "--certify"}).out,
+                      unasked = run({"svd", file, "-k", "3"}).out;
+    EXPECT_THAT(asked, HasSubstr("\ncertainty         certain: 3 values above 3.3"));
+    EXPECT_THAT(unasked, Not(HasSubstr("certainty")));
+    for (const std::string& text : {asked, unasked}) {
+        EXPECT_THAT(text, HasSubstr("\nroad              restarted Lanczos\nrestarts          "));
+        EXPECT_THAT(text, HasSubstr("\nlargest residual  "));
+    }
+    const std::string whole = run({"svd", dataFile("relat4.mtx"), "-k", "12", "--certify"}).out,
+                      rounding = run({"svd", dataFile("relat4.mtx"), "-k", "8", "--certify"}).out;
+    EXPECT_THAT(whole, HasSubstr("\ncertainty         certain\n"));
+    EXPECT_THAT(rounding,
+                HasSubstr("\ncertainty         undecided: the last value is zero next to the first\n"));
+}
+
+TEST(SvdCommand, ValuesOfAComplexMatrixAreFound)
+{
+    const Scratch scratch;
+    const std::string file = scratch.file("c.mtx", "%%MatrixMarket matrix coordinate complex general\n"
+                                                   "3 2 3\n1 1 0 3\n2 2 4 0\n3 1 4 0\n");
+    const Outcome outcome = run({"svd", file, "-k", "2", "--json", "--out", scratch.at("t")});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    const std::vector<double> values = numbersAt(parseJson(outcome.out), "values");
+    ASSERT_EQ(values.size(), 2U);
+    EXPECT_NEAR(values[0], 5.0, 1e-12);
+    EXPECT_NEAR(values[1], 4.0, 1e-12);
+    EXPECT_THAT(contentOf(scratch.at("t.u.mtx")),
+                StartsWith("%%MatrixMarket matrix array complex general\n3 2\n"));
+    const Outcome bySteps = run({"svd", file, "-k", "2", "--method", "lanczos"});
+    EXPECT_EQ(bySteps.exitCode, 2);
+    EXPECT_EQ(bySteps.err,
+              "lintrix: " + file + ":1: the singular values of a complex matrix are not found yet\n");
+}
+
 TEST(SvdCommand, TextTellsALineATriplet)
 {
     const Scratch scratch;
@@ -65,7 +128,10 @@ TEST(SvdCommand, TextTellsALineATriplet)
                 StartsWith("matrix            " + file +
                            "\nsize              3 x 3\nentries           3\nstatus            found\n"));
     EXPECT_THAT(outcome.out, HasSubstr("\nsingular values   residuals\n"));
-    EXPECT_THAT(withoutTimes(outcome.out), HasSubstr("\nseconds           read T, svd T, check T, write T, "
+    EXPECT_THAT(withoutTimes(outcome.out),
+                HasSubstr("\nseconds           read T, svd T, write T, total T\n"));
+    const Outcome bySteps = run({"svd", file, "-k", "1", "--tol", "1e-2", "--method", "lanczos"});
+    EXPECT_THAT(withoutTimes(bySteps.out), HasSubstr("\nseconds           read T, svd T, check T, write T, "
                                                      "total T\n"));
 }
 
@@ -120,8 +186,8 @@ struct TrivialCase {
     std::vector<double> values; ///< all of them
 };
 
-// On these the steps divide by zero, exactly or nearly, or never settle: there the dense decomposition
-// answers.
+// On these the steps without restarts divide by zero, exactly or nearly, or never settle: there the dense
+// decomposition answers.
 std::vector<TrivialCase> trivialCases()
 {
     return {
@@ -139,11 +205,14 @@ std::vector<TrivialCase> trivialCases()
 TEST(SvdCommand, TrivialMatricesAreAnswered)
 {
     for (const TrivialCase& trivial : trivialCases()) {
-        for (std::size_t k = 1; k <= trivial.values.size(); ++k) {
-            SCOPED_TRACE(trivial.name + ", " + std::to_string(k) + " values");
+        for (std::size_t turn = 0; turn < 2 * trivial.values.size(); ++turn) {
+            const std::size_t k = 1 + turn / 2;
+            const std::string method = turn % 2 == 0 ? "restarted" : "lanczos";
+            SCOPED_TRACE(trivial.name + ", " + std::to_string(k) + " values, " + method);
             const Scratch scratch;
-            const Outcome outcome = run({"svd", matrixFile(scratch, trivial.body), "-k", std::to_string(k),
-                                         "--json", "--out", scratch.at("t"), "--plot", scratch.at("t.svg")});
+            const Outcome outcome =
+                run({"svd", matrixFile(scratch, trivial.body), "-k", std::to_string(k), "--method", method,
+                     "--json", "--out", scratch.at("t"), "--plot", scratch.at("t.svg")});
             ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
             EXPECT_EQ(outcome.err, "");
             const Json json = parseJson(outcome.out);
@@ -161,9 +230,9 @@ TEST(SvdCommand, TrivialMatricesAreAnswered)
 }
 
 // Rank 5: the test of the eighth triplet never passes, and the steps would go on for ever.
-TEST(SvdCommand, CountAboveTheRankIsAnsweredDense)
+TEST(SvdCommand, ByStepsCountAboveTheRankIsAnsweredDense)
 {
-    const Outcome outcome = run({"svd", dataFile("relat4.mtx"), "-k", "8", "--json"});
+    const Outcome outcome = run({"svd", dataFile("relat4.mtx"), "-k", "8", "--method", "lanczos", "--json"});
     ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
     const Json json = parseJson(outcome.out);
     EXPECT_EQ(json["road"].text(), "dense");
@@ -177,14 +246,19 @@ TEST(SvdCommand, WhatIsNotFoundInALargeMatrixIsSaidInWordsAndNotKept)
 {
     const Scratch scratch;
     const std::string file = matrixFile(scratch, "general\n3000 2000 1\n1 1 1\n");
-    const Outcome outcome = run({"svd", file, "-k", "2", "--out", scratch.at("t")});
+    const Outcome outcome = run({"svd", file, "-k", "2", "--method", "lanczos", "--out", scratch.at("t")});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_THAT(outcome.err, StartsWith("lintrix: " + file + ": "));
     EXPECT_THAT(outcome.out, Not(HasSubstr("nan")));
     EXPECT_THAT(outcome.err, Not(HasSubstr("nan")));
     EXPECT_THAT(scratch.names(), ElementsAre("a.mtx"));
-    const Json json = parseJson(run({"svd", file, "-k", "2", "--json"}).out);
+    const Json json = parseJson(run({"svd", file, "-k", "2", "--method", "lanczos", "--json"}).out);
     EXPECT_NE(json["status"].text(), "found");
+    const std::vector<double> values =
+        numbersAt(parseJson(run({"svd", file, "-k", "2", "--json"}).out), "values");
+    ASSERT_EQ(values.size(), 2U);
+    EXPECT_NEAR(values[0], 1.0, 1e-12);
+    EXPECT_NEAR(values[1], 0.0, 1e-12);
 }
 
 TEST(SvdCommand, StandardOutputTakesTheTripletsOrThePicture)
@@ -237,6 +311,8 @@ TEST(SvdCommand, BadArgumentsAreOneLine)
         EXPECT_EQ(outcome.err,
                   "lintrix: --tol: '" + bad + "' is not a number between 0 and 1 (see lintrix svd --help)\n");
     }
+    EXPECT_EQ(run({"svd", "a.mtx", "-k", "1", "--method", "quick"}).err,
+              "lintrix: --method: 'quick' is none of restarted|lanczos (see lintrix svd --help)\n");
     EXPECT_THAT(run({"svd", "a.mtx"}).err, MatchesRegex("lintrix: -k is required.*\n"));
 }
 

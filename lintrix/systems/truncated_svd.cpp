@@ -1,0 +1,159 @@
+#include <lintrix/systems/truncated_svd.h>
+
+#include <lintrix/complex/access.h>
+#include <lintrix/dense/access.h>
+#include <lintrix/foundation/failures.h>
+#include <lintrix/systems/run_control.h>
+#include <lintrix/systems/truncated_svd/triplet_search.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace Velmar::Lintrix {
+
+using namespace detail;
+
+std::string_view NameOf(TripletsOutcome outcome) noexcept
+{
+    switch (outcome) {
+    case TripletsOutcome::Converged:
+        return "converged";
+    case TripletsOutcome::NotConverged:
+        return "not converged";
+    case TripletsOutcome::NotFinite:
+        break;
+    }
+    return "not finite";
+}
+
+std::string_view NameOf(TripletsCertainty certainty) noexcept
+{
+    switch (certainty) {
+    case TripletsCertainty::NotAsked:
+        return "not asked";
+    case TripletsCertainty::Certain:
+        return "certain";
+    case TripletsCertainty::Missed:
+        return "missed";
+    case TripletsCertainty::Undecided:
+        break;
+    }
+    return "undecided";
+}
+
+namespace {
+
+constexpr double kPartOfMemory = 0.8; ///< of what the machine leaves
+constexpr double kSmall = 0x1p24;     ///< bytes
+
+/// Unasked. What every machine has is not asked about, since reading the limits would take a good part of a
+/// small matrix's time.
+template <class Cell>
+double bytesToTake(const SparseOf<Cell>& A, std::int32_t count)
+{
+    const double vectors = (double{1.0} * A.Rows() + A.Cols()) * (8.0 * count + 100.0);
+    if (sizeof(Cell) * (vectors + 8.0 * A.NumElements()) < kSmall) return 4.0 * kSmall;
+    return kPartOfMemory * MemoryLeft(MKL_Get_Max_Threads());
+}
+
+RunWatch watchOf(const TruncatedSvdOptions& options)
+{
+    SystemOptions watched;
+    watched.limits = options.limits;
+    watched.progress = options.progress;
+    return RunWatch(watched);
+}
+
+template <class Cell>
+std::vector<Cell> startOf(const LinearMap<Cell>& M, bool isAdjoint, const VectorOf<Cell>* start)
+{
+    if (start == nullptr) return {};
+    const Cell* const given = AccessTo<Cell>::cells(*start);
+    if (!isAdjoint) return {given, given + M.cols};
+    std::vector<Cell> image(static_cast<std::size_t>(M.cols));
+    M.adjointTimes(1, given, image.data());
+    return image;
+}
+
+} // namespace
+
+template <class Cell>
+TruncatedSVD<Cell>::TruncatedSVD(const Sparse& A, std::int32_t count, const TruncatedSvdOptions& options)
+{
+    compute(A, count, nullptr, options);
+}
+
+template <class Cell>
+TruncatedSVD<Cell>::TruncatedSVD(const Sparse& A, std::int32_t count, const V_& start,
+                                 const TruncatedSvdOptions& options)
+{
+    compute(A, count, &start, options);
+}
+
+template <class Cell>
+std::int32_t TruncatedSVD<Cell>::Converged() const noexcept
+{
+    return static_cast<std::int32_t>(
+        std::count_if(residuals_.begin(), residuals_.end(), [this](double r) { return r <= tolerance_; }));
+}
+
+template <class Cell>
+void TruncatedSVD<Cell>::compute(const Sparse& A, std::int32_t count, const V_* start,
+                                 const TruncatedSvdOptions& options)
+{
+    if (count < 1 || count > std::min(A.Rows(), A.Cols())) throw InvalidSizeException();
+    if (!(options.tolerance > 0.0))
+        throw ArgumentOutOfRangeException("The tolerance must be above 0.", "tolerance");
+    if (options.block < 1) throw ArgumentOutOfRangeException("The block must be above 0.", "block");
+    if (start != nullptr && start->Length() != A.Cols()) throw SizeMismatchException();
+    tolerance_ = options.tolerance;
+    const RunWatch watch = watchOf(options);
+    ControlledRun run(watch);
+    const double bytes = options.memoryBudget.value_or(bytesToTake<Cell>(A, count));
+    const SvdMatrix<Cell> matrix(A, 0.5 * bytes);
+    if (matrix.isFinite())
+        search(matrix, count, bytes - matrix.bytes(), start, options);
+    else
+        fillWithNaN(A.Rows(), A.Cols(), count);
+    run.finish();
+}
+
+template <class Cell>
+void TruncatedSVD<Cell>::search(const SvdMatrix<Cell>& matrix, std::int32_t count, double bytes,
+                                const V_* start, const TruncatedSvdOptions& options)
+{
+    using Access = AccessTo<Cell>;
+    const LinearMap<Cell>& map = matrix.products();
+    const std::vector<Cell> first = startOf<Cell>(map, matrix.isAdjoint(), start);
+    TripletSearch<Cell> found(matrix, count, bytes, options, first.empty() ? nullptr : first.data());
+    found.run();
+    const auto& triplets = found.triplets();
+    U_ = Access::copyOf(triplets.left(0), map.rows, count);
+    right_ = Access::copyOf(triplets.right(0), map.cols, count);
+    if (matrix.isAdjoint()) std::swap(U_, right_);
+    const std::vector<double>& values = triplets.values();
+    values_ = Vector(std::span(values).first(static_cast<std::size_t>(count)));
+    const double largest = values.front() > 0.0 ? values.front() : 1.0;
+    for (std::int32_t j = 0; j < count; ++j)
+        residuals_.push_back(found.residuals()[static_cast<std::size_t>(j)] / largest);
+    outcome_ = Converged() == count ? TripletsOutcome::Converged : TripletsOutcome::NotConverged;
+    certificate_ = found.certificate();
+    restarts_ = found.restarts();
+    basis_ = found.basis();
+    products_ = found.products();
+}
+
+template <class Cell>
+void TruncatedSVD<Cell>::fillWithNaN(std::int32_t rows, std::int32_t cols, std::int32_t count)
+{
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+    U_ = M(rows, count, Cell(kNaN));
+    right_ = M(cols, count, Cell(kNaN));
+    values_ = Vector(count, kNaN);
+    residuals_.assign(static_cast<std::size_t>(count), kNaN);
+}
+
+template class TruncatedSVD<double>;
+template class TruncatedSVD<Complex>;
+
+} // namespace Velmar::Lintrix

@@ -1,0 +1,92 @@
+#pragma once
+/// @file
+/// The way from a matrix to the triplets that are asked for: restarts, the measure, the certificate.
+
+#include <lintrix/systems/least_squares/tall_matrix.h>
+#include <lintrix/systems/truncated_svd.h>
+#include <lintrix/systems/truncated_svd/restarted_bidiagonalization.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace Velmar::Lintrix::detail {
+
+/// A sparse matrix and its adjoint as products with M, which is whichever of the two is tall. The rows of the
+/// other one are copied where that keeps within the bytes.
+template <class Cell>
+class SvdMatrix {
+public:
+    SvdMatrix(const SparseOf<Cell>& A, double bytes);
+    SvdMatrix(const SvdMatrix&) = delete;
+    SvdMatrix& operator=(const SvdMatrix&) = delete;
+
+    bool isFinite() const;
+    bool isAdjoint() const noexcept { return view_.rows < view_.cols; } ///< M is A^H
+    const LinearMap<Cell>& products() const noexcept { return products_; }
+    const TallMatrix<Cell>* bothWays() const noexcept { return both_ ? &*both_ : nullptr; }
+    /// Of the copies that were made.
+    double bytes() const noexcept;
+
+private:
+    std::optional<SparseOf<Cell>> whole_; // of a matrix that stores one triangle
+    RowsView<Cell> view_;
+    std::optional<TallMatrix<Cell>> both_;
+    LinearMap<Cell> products_;
+};
+
+/// The `count` leading triplets of M. `start`, of as many cells as M has columns, may lead the first block.
+template <class Cell>
+class TripletSearch {
+public:
+    /// @throws OperationFailedException  "The memory budget is too small."
+    TripletSearch(const SvdMatrix<Cell>& matrix, std::int32_t count, double bytes,
+                  const TruncatedSvdOptions& options, const Cell* start);
+
+    void run();
+
+    const RestartedBidiagonalization<Cell>& triplets() const noexcept { return *lanczos_; }
+    /// Of the leading triplets, as measured, in the units of the values.
+    const std::vector<double>& residuals() const noexcept { return measured_; }
+    std::int32_t converged() const;
+    const TripletsCertificate& certificate() const noexcept { return certificate_; }
+    std::int32_t restarts() const noexcept { return restarts_; }
+    std::int32_t basis() const noexcept { return sizes_.basis; }
+    std::int64_t products() const noexcept { return lanczos_->products() + measuring_; }
+
+private:
+    using Lanczos = RestartedBidiagonalization<Cell>;
+
+    typename Lanczos::Sizes chosenSizes(double bytes) const;
+    void find(std::int32_t wanted);
+    void beginAnew(std::int32_t vectors);
+    void iterate(std::int32_t wanted, double tolerance);
+    std::int32_t settled(std::int32_t wanted, double tolerance) const;
+    std::int32_t kept(std::int32_t wanted) const;
+    void measure(std::int32_t wanted);
+    double limit() const;
+    void certify();
+    std::vector<double> boundsBelow(std::int32_t found) const;
+    bool recover(std::int32_t above);
+    void undecided(std::string_view reason);
+
+    const SvdMatrix<Cell>& matrix_;
+    const LinearMap<Cell>& M_;
+    const TruncatedSvdOptions& options_;
+    std::int32_t count_;
+    double bytes_;
+    typename Lanczos::Sizes sizes_;
+    Random random_;
+    std::unique_ptr<Lanczos> lanczos_;
+    std::vector<double> measured_;
+    TripletsCertificate certificate_{};
+    std::int32_t restarts_ = 0;
+    std::int64_t measuring_ = 0; ///< products, and those of runs that were begun anew
+};
+
+extern template class SvdMatrix<double>;
+extern template class SvdMatrix<std::complex<double>>;
+extern template class TripletSearch<double>;
+extern template class TripletSearch<std::complex<double>>;
+
+} // namespace Velmar::Lintrix::detail
