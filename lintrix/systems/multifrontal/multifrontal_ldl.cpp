@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <limits>
 
 namespace Velmar::Lintrix::detail::multifrontal {
 
@@ -304,21 +305,34 @@ void MultifrontalLDL<Cell>::backward(const Panel& panel, std::int32_t columns, C
     }
 }
 
+/// S*b by positions, in units of its largest element, and the exponent of those.
+template <class Cell>
+int MultifrontalLDL<Cell>::place(const Cell* b, Cell* placed) const
+{
+    const std::int32_t n = tree_.order();
+    int unit = std::numeric_limits<int>::min();
+    for (std::int32_t i = 0; i < n; ++i)
+        if (const double size = sparse_lu::sizeOf(b[i]); size > 0.0 && std::isfinite(size))
+            unit = std::max(unit, std::ilogb(size) + exponents_[i]);
+    if (unit == std::numeric_limits<int>::min()) unit = 0;
+    for (std::int32_t i = 0; i < n; ++i) placed[tree_.positionOf[i]] = scaled(b[i], exponents_[i] - unit);
+    return unit;
+}
+
 /// A^H*x = b of A = A' is A*conj(x) = conj(b), and so is A'*x = b of A = A^H.
 template <class Cell>
 void MultifrontalLDL<Cell>::solve(TransposeMode op, std::span<Cell> X) const
 {
-    const std::size_t n = tree_.vertexAt.size();
+    const std::int32_t n = tree_.order();
     if (n == 0) return;
-    const auto columns = static_cast<std::int32_t>(X.size() / n);
+    const auto columns = static_cast<std::int32_t>(std::ssize(X) / n);
     const bool isMirrored =
         op == (conjugates_ ? TransposeMode::Transposed : TransposeMode::ConjugateTransposed);
+    if (isMirrored) conjugateAll(X);
     std::vector<Cell> placed(X.size()), work;
-    for (std::size_t k = 0; k < X.size(); ++k) {
-        const auto vertex = static_cast<std::int32_t>(k % n);
-        placed[k - k % n + static_cast<std::size_t>(tree_.positionOf[vertex])] =
-            scaled(isMirrored ? conjugate(X[k]) : X[k], exponents_[vertex]);
-    }
+    std::vector<int> units;
+    for (std::int64_t c = 0; c < columns; ++c)
+        units.push_back(place(X.data() + c * n, placed.data() + c * n));
     for (const Panel& panel : panels_) {
         if (panel.pivots == 0) continue;
         forward(panel, columns, placed.data(), work);
@@ -327,11 +341,9 @@ void MultifrontalLDL<Cell>::solve(TransposeMode op, std::span<Cell> X) const
     }
     for (auto panel = panels_.rbegin(); panel != panels_.rend(); ++panel)
         if (panel->pivots > 0) backward(*panel, columns, placed.data(), work);
-    for (std::size_t k = 0; k < X.size(); ++k) {
-        const auto vertex = static_cast<std::int32_t>(k % n);
-        X[k] = scaled(placed[k - k % n + static_cast<std::size_t>(tree_.positionOf[vertex])],
-                      exponents_[vertex]);
-    }
+    for (std::int64_t c = 0; c < columns; ++c)
+        for (std::int32_t i = 0; i < n; ++i)
+            X[c * n + i] = scaled(placed[c * n + tree_.positionOf[i]], exponents_[i] + units[c]);
     if (isMirrored) conjugateAll(X);
 }
 

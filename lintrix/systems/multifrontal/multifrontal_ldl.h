@@ -94,6 +94,7 @@ private:
     class Assembly;
 
     Panel eliminated(Front<Cell>& front, bool isRoot, FrontElimination<Cell>& elimination);
+    int place(const Cell* b, Cell* placed) const;
     void forward(const Panel& panel, std::int32_t columns, Cell* X, std::vector<Cell>& work) const;
     void divide(const Panel& panel, std::int32_t columns, Cell* X) const;
     void backward(const Panel& panel, std::int32_t columns, Cell* X, std::vector<Cell>& work) const;
