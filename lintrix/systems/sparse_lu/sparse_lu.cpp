@@ -27,6 +27,10 @@ double scaleFor(double largest)
 // those of which nothing is said.
 constexpr double kExcess = 4.0, kFewOperations = 1e6;
 
+// Entries of L, and of U, for each of A that there is room for from the start, if they are foretold: little
+// beside what a later growth copies.
+constexpr std::int64_t kModestRoom = 8;
+
 std::vector<std::int32_t> inverseOf(std::span<const std::int32_t> at)
 {
     std::vector<std::int32_t> positions(at.size());
@@ -121,10 +125,6 @@ void SparseLU<Cell>::plan(const Columns& columns, ColumnOrder order)
     plan_ = planElimination(columns.pattern, matching_, order);
     place(columns);
     arrays_.blockStarts = plan_.blockStarts;
-    arrays_.L = GrowingColumns<Cell>(order_);
-    arrays_.U = GrowingColumns<Cell>(order_);
-    arrays_.pivots.assign(static_cast<std::size_t>(order_), Cell());
-    arrays_.operations = arrays_.growth = 0.0;
 }
 
 /// A by positions, what is above a block before what is in it.
@@ -177,6 +177,13 @@ LuOutcome SparseLU<Cell>::factorize(const SparseOf<Cell>& A, const LuBounds& bou
 template <class Cell>
 LuOutcome SparseLU<Cell>::eliminate(const LuBounds& bounds)
 {
+    const std::int64_t foretold = plan_.lowerNonZeros + plan_.lowerNonZeros / 8,
+                       modest = kModestRoom * static_cast<std::int64_t>(arrays_.A.values.size());
+    const std::int64_t room = std::min({foretold, modest, bounds.entries});
+    arrays_.L = GrowingColumns<Cell>(order_, room);
+    arrays_.U = GrowingColumns<Cell>(order_, room);
+    arrays_.pivots.assign(static_cast<std::size_t>(order_), Cell());
+    arrays_.operations = arrays_.growth = 0.0;
     LeftLooking<Cell> elimination(arrays_, threshold_, bounds);
     const LuOutcome outcome = elimination.run();
     if (outcome == LuOutcome::Singular) {
@@ -185,7 +192,7 @@ LuOutcome SparseLU<Cell>::eliminate(const LuBounds& bounds)
     }
     if (outcome != LuOutcome::Done) return outcome;
     std::vector<std::int32_t> rowAt(plan_.rowAt.size());
-    for (std::size_t k = 0; k < rowAt.size(); ++k) rowAt[elimination.positionOf()[k]] = plan_.rowAt[k];
+    for (std::size_t k = 0; k < rowAt.size(); ++k) rowAt[elimination.positionOf(static_cast<std::int32_t>(k))] = plan_.rowAt[k];
     plan_.rowAt = std::move(rowAt);
     return outcome;
 }
