@@ -18,19 +18,17 @@ struct SizedColumns {
     const SparsePattern& pattern;
     std::span<const double> sizes;
 
-    double largestOf(std::int32_t column) const
+    struct Sizes {
+        double largest, own; ///< own: on the diagonal, below any size where there is none
+    };
+    Sizes of(std::int32_t column) const
     {
-        double largest = 0.0;
-        for (std::int32_t k = pattern.starts[column]; k < pattern.starts[column + 1]; ++k)
-            largest = std::max(largest, sizes[k]);
-        return largest;
-    }
-    /// Of the entry (row, column); below any size where there is none.
-    double sizeAt(std::int32_t row, std::int32_t column) const
-    {
-        for (std::int32_t k = pattern.starts[column]; k < pattern.starts[column + 1]; ++k)
-            if (pattern.columns[k] == row) return sizes[k];
-        return -1.0;
+        Sizes found{0.0, -1.0};
+        for (std::int32_t k = pattern.starts[column]; k < pattern.starts[column + 1]; ++k) {
+            found.largest = std::max(found.largest, sizes[k]);
+            if (pattern.columns[k] == column) found.own = sizes[k];
+        }
+        return found;
     }
 };
 
@@ -53,6 +51,13 @@ std::int32_t largestFreeRow(const SizedColumns& A, const BipartiteMatching& matc
         found = row;
     }
     return found;
+}
+
+bool isIdentity(const BipartiteMatching& matching)
+{
+    for (std::size_t j = 0; j < matching.columnOf.size(); ++j)
+        if (matching.columnOf[j] != static_cast<std::int32_t>(j)) return false;
+    return true;
 }
 
 /// The pattern of the blocks on the diagonal. Vertices are columns; a row goes by the name of its column.
@@ -95,12 +100,12 @@ PatternArrays normalPattern(const SparsePattern& columns, std::size_t most)
 /// Entries of A^H*A, beside those of A, up to which it is worth being formed.
 constexpr std::size_t kMostNormalEntries = 50;
 
-std::vector<std::int32_t> orderVertices(const PatternArrays& blocks, ColumnOrder order, EliminationPlan& plan)
+std::vector<std::int32_t> orderVertices(const SparsePattern& blocks, ColumnOrder order, EliminationPlan& plan)
 {
     PatternArrays normal;
     if (order == ColumnOrder::AnyRows)
         normal = normalPattern(blocks, kMostNormalEntries * blocks.columns.size());
-    const PatternArrays& graph = normal.rows > 0 ? normal : blocks;
+    const SparsePattern graph = normal.rows > 0 ? SparsePattern(normal) : blocks;
     std::vector<std::int32_t> vertexAt(static_cast<std::size_t>(blocks.rows));
     EliminationForecast forecast;
     if (MinimumDegreeOrder(graph.starts, graph.columns, vertexAt, &forecast) != 0)
@@ -136,14 +141,13 @@ BipartiteMatching strongMatching(const SparsePattern& columns, std::span<const d
     const SizedColumns A{columns, sizes};
     BipartiteMatching matching{std::vector<std::int32_t>(n, kUnmatched),
                                std::vector<std::int32_t>(n, kUnmatched), 0};
-    std::vector<double> least(n);
     for (std::int32_t j = 0; j < columns.rows; ++j) {
-        least[j] = threshold * A.largestOf(j);
-        if (A.sizeAt(j, j) >= least[j]) join(matching, j, j);
+        const auto [largest, own] = A.of(j);
+        if (own >= threshold * largest) join(matching, j, j);
     }
     for (std::int32_t j = 0; j < columns.rows; ++j) {
         if (matching.columnOf[j] != kUnmatched) continue;
-        const std::int32_t row = largestFreeRow(A, matching, j, least[j]);
+        const std::int32_t row = largestFreeRow(A, matching, j, threshold * A.of(j).largest);
         if (row != kUnmatched) join(matching, j, row);
     }
     return maximumMatching(columns, std::move(matching));
@@ -167,7 +171,9 @@ EliminationPlan planElimination(const SparsePattern& columns, const BipartiteMat
     if (isOrdered)
         std::iota(vertexAt.begin(), vertexAt.end(), 0);
     else
-        vertexAt = orderVertices(diagonalBlocks(columns, matching, blockOfRow), order, plan);
+        vertexAt = blocks == 1 && isIdentity(matching)
+                       ? orderVertices(columns, order, plan)
+                       : orderVertices(diagonalBlocks(columns, matching, blockOfRow), order, plan);
     layOut(plan, matching, blockOfRow, vertexAt);
     return plan;
 }

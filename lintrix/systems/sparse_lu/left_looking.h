@@ -6,6 +6,7 @@
 #include <lintrix/systems/sparse_lu/lu_arrays.h>
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::sparse_lu {
@@ -58,8 +59,8 @@ private:
     };
     /// Of a column of L, the entries that lead to all that can be reached from it.
     struct Search {
-        std::int64_t begin = 0, end = 0;
-        bool isPruned = false;
+        std::int64_t begin, end;
+        bool isPruned;
     };
     /// Of a search on its way: the entries of the column still to be followed.
     struct Step {
@@ -86,9 +87,9 @@ private:
     std::vector<Row> rows_;
     std::vector<std::int32_t> rowOf_; ///< of a position with a pivot
     std::vector<Cell> work_;          ///< a column by rows, zero between columns
-    std::vector<Step> way_;
+    std::unique_ptr<Step[]> way_;
     std::vector<std::int32_t> order_; ///< positions in an order to be computed in, from `first_`
-    std::vector<Search> searches_;
+    std::unique_ptr<Search[]> searches_; ///< of the columns of L that there are
     std::int32_t column_ = 0, block_ = 0;
     double told_ = 0.0;      ///< operations
     std::int32_t first_ = 0; ///< of `order_`
