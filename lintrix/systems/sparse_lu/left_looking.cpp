@@ -32,8 +32,8 @@ std::int64_t subtractColumn(const GrowingColumns<Cell>& L, std::int32_t j, const
 
 template <class Cell>
 LeftLooking<Cell>::LeftLooking(LuArrays<Cell>& arrays, double threshold, const LuBounds& bounds)
-    : arrays_(arrays), threshold_(threshold), bounds_(bounds),
-      rows_(orderOf(arrays.blockStarts)), rowOf_(rows_.size()), work_(rows_.size()), way_(std::make_unique_for_overwrite<Step[]>(rows_.size())),
+    : arrays_(arrays), threshold_(threshold), bounds_(bounds), rows_(orderOf(arrays.blockStarts)),
+      rowOf_(rows_.size()), work_(rows_.size()), way_(std::make_unique_for_overwrite<Step[]>(rows_.size())),
       order_(rows_.size()), searches_(std::make_unique_for_overwrite<Search[]>(rows_.size()))
 {
 }

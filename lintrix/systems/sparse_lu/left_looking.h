@@ -88,7 +88,7 @@ private:
     std::vector<std::int32_t> rowOf_; ///< of a position with a pivot
     std::vector<Cell> work_;          ///< a column by rows, zero between columns
     std::unique_ptr<Step[]> way_;
-    std::vector<std::int32_t> order_; ///< positions in an order to be computed in, from `first_`
+    std::vector<std::int32_t> order_;    ///< positions in an order to be computed in, from `first_`
     std::unique_ptr<Search[]> searches_; ///< of the columns of L that there are
     std::int32_t column_ = 0, block_ = 0;
     double told_ = 0.0;      ///< operations

@@ -27,7 +27,8 @@ class GrowingColumns {
 public:
     GrowingColumns() = default;
     /// With room for so many entries to begin with. @throws NotEnoughMemoryException
-    GrowingColumns(std::int32_t columns, std::int64_t entries) : rows_(entries), values_(entries), room_(entries)
+    GrowingColumns(std::int32_t columns, std::int64_t entries)
+        : rows_(entries), values_(entries), room_(entries)
     {
         starts_.reserve(static_cast<std::size_t>(columns) + 1);
     }

@@ -200,7 +200,8 @@ LuOutcome SparseLU<Cell>::eliminate(const LuBounds& bounds)
     }
     if (outcome != LuOutcome::Done) return outcome;
     std::vector<std::int32_t> rowAt(plan_.rowAt.size());
-    for (std::size_t k = 0; k < rowAt.size(); ++k) rowAt[elimination.positionOf(static_cast<std::int32_t>(k))] = plan_.rowAt[k];
+    for (std::size_t k = 0; k < rowAt.size(); ++k)
+        rowAt[elimination.positionOf(static_cast<std::int32_t>(k))] = plan_.rowAt[k];
     plan_.rowAt = std::move(rowAt);
     return outcome;
 }

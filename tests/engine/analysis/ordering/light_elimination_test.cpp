@@ -118,7 +118,8 @@ TEST(LightElimination, WhatIsLeftIsOrderedBehindIt)
         std::set<std::pair<int, int>> edges;
         for (int v = 1; v < n; ++v) edges.emplace(v, random() % static_cast<unsigned>(v));
         for (int k = 0; k < n; ++k)
-            edges.emplace(random() % static_cast<unsigned>(n / 2 + 1), random() % static_cast<unsigned>(n / 2 + 1));
+            edges.emplace(random() % static_cast<unsigned>(n / 2 + 1),
+                          random() % static_cast<unsigned>(n / 2 + 1));
         const OwnedGraph graph = graphOf(n, edges);
         std::vector<int> starts{0}, columns, vertexAt(static_cast<std::size_t>(n));
         for (int v = 0; v < n; ++v) {
