@@ -1,6 +1,6 @@
 #include <lintrix/engine/minimum_degree_order.h>
 
-#include <lintrix/engine/analysis/graph/adjacency.h>
+#include <lintrix/engine/analysis/ordering/light_elimination.h>
 #include <lintrix/engine/analysis/ordering/minimum_degree.h>
 #include <lintrix/engine/analysis/ordering/multiple_elimination.h>
 #include <lintrix/engine/call/memory.h>
@@ -11,19 +11,34 @@ using namespace detail::engine;
 
 namespace {
 
+/// What light vertices leave, by minimum degree. `order` has a place for each vertex that remains.
+Failure orderRest(LightElimination& light, std::span<int> order, MultipleElimination& elimination)
+{
+    const auto starts = Scratch<int>::uninitialised(std::int64_t{light.vertices()} + 1);
+    const auto neighbours = Scratch<int>::uninitialised(light.entries());
+    const auto names = Scratch<int>::uninitialised(light.vertices());
+    if (!starts || !neighbours || !names)
+        return outOfMemory(BlockCode::Transient, missingBytes(starts, neighbours, names));
+    const Graph graph = light.writeRest(starts.span(), neighbours.span(), names.span());
+    constexpr int kNoAllowance = 0;
+    if (const Failure failure = elimination.run(graph, kNoAllowance, {}, kLargestMark, order)) return failure;
+    for (int& v : order) v = names[v];
+    return {};
+}
+
 Failure orderPattern(const Pattern& pattern, std::span<int> vertexAt, EliminationForecast* forecast)
 {
-    SymmetrizedPattern adjacency;
-    if (const Failure failure = adjacency.count(pattern)) return failure;
-    const auto starts = Scratch<int>::uninitialised(std::int64_t{pattern.order()} + 1);
-    const auto neighbours = Scratch<int>::uninitialised(adjacency.entries());
-    if (!starts || !neighbours) return outOfMemory(BlockCode::Transient, missingBytes(starts, neighbours));
-    const Graph graph = adjacency.write(starts.span(), neighbours.span());
+    LightElimination light;
+    if (const Failure failure = light.run(pattern, vertexAt)) return failure;
+    const std::span<int> rest = vertexAt.subspan(static_cast<std::size_t>(light.eliminated()),
+                                                 static_cast<std::size_t>(light.vertices()));
     MultipleElimination elimination;
-    constexpr int kNoAllowance = 0;
-    if (const Failure failure = elimination.run(graph, kNoAllowance, {}, kLargestMark, vertexAt))
-        return failure;
-    if (forecast != nullptr) *forecast = {elimination.cost().lowerNonZeros, elimination.cost().operations};
+    if (!rest.empty()) {
+        if (const Failure failure = orderRest(light, rest, elimination)) return failure;
+    }
+    if (forecast != nullptr)
+        *forecast = {light.cost().lowerNonZeros + elimination.cost().lowerNonZeros,
+                     light.cost().operations + elimination.cost().operations};
     return {};
 }
 

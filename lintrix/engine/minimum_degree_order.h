@@ -22,7 +22,7 @@ struct EliminationForecast {
 /// columns[starts[i + 1] - 1], counted from 0, in any order; whether the diagonal is among them makes no
 /// difference. vertexAt[position] = row, of starts.size() - 1 elements.
 ///
-/// The same pattern gets the same order every time. Workspace: some four integers an entry and 20 a row.
+/// The same pattern gets the same order every time. Workspace: some six integers an entry and 26 a row.
 /// @return  0; -2 there is not enough memory; -3 the pattern is none; -8 32 bits do not hold a size. After a
 ///          failure the order is undefined.
 LINTRIX_EXPORT int MinimumDegreeOrder(std::span<const std::int32_t> starts,

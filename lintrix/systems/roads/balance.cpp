@@ -1,5 +1,6 @@
 #include <lintrix/systems/roads/balance.h>
 
+#include <lintrix/systems/cells.h>
 #include <lintrix/systems/quality/vector_norms.h>
 
 #include <algorithm>
@@ -78,8 +79,9 @@ public:
           rowCounts_(rowSums_.size()), colCounts_(colSums_.size())
     {
         forSizes(A, [&](std::size_t i, std::size_t j, double size) {
-            rowSums_[i] += std::log2(size);
-            colSums_[j] += std::log2(size);
+            const double logarithm = std::log2(size);
+            rowSums_[i] += logarithm;
+            colSums_[j] += logarithm;
             ++rowCounts_[i];
             ++colCounts_[j];
         });
@@ -138,9 +140,28 @@ private:
         forSizes(A_, [&](std::size_t i, std::size_t j, double) { x[j] += y[i]; });
         return x;
     }
+    /// E'*M^-1*E*x. What is stored by rows is read once: a row that has its sum hands it on.
+    Numbers throughRows(const Numbers& x) const
+    {
+        if (A_.isDense() || A_.isOneTriangle()) return byColumns(overCounts(byRows(x), rowCounts_));
+        Numbers y(colSums_.size());
+        // Where zeros are stored among the others, a branch for each would take longer than its work.
+        const auto tells = [](const Cell& a) { return static_cast<double>((a != 0.0) & isFinite(a)); };
+        for (std::int32_t i = 0; i < A_.rows(); ++i) {
+            double sum = 0.0;
+            A_.forElements(i, 0, A_.cols(), [&](std::int32_t j, const Cell& a) {
+                sum += tells(a) * x[static_cast<std::size_t>(j)];
+            });
+            sum /= std::max(rowCounts_[static_cast<std::size_t>(i)], 1.0);
+            A_.forElements(i, 0, A_.cols(), [&](std::int32_t j, const Cell& a) {
+                y[static_cast<std::size_t>(j)] += tells(a) * sum;
+            });
+        }
+        return y;
+    }
     Numbers reduced(const Numbers& x) const
     {
-        Numbers y = byColumns(overCounts(byRows(x), rowCounts_));
+        Numbers y = throughRows(x);
         for (std::size_t j = 0; j < y.size(); ++j) y[j] = colCounts_[j] * x[j] - y[j];
         return y;
     }

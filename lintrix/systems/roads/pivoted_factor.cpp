@@ -21,7 +21,7 @@ constexpr double kThreshold = 0.1, kSymmetricThreshold = 0.01;
 // Operations of real numbers an element of L and U up to which columns one by one are faster than supernodes.
 // Measured on the circuits, networks and linear programs of the test collection, and on meshes; so are the
 // limits below: elements of A a row, rows up to which meshes and full rows pay, and the share of light ones.
-constexpr double kMostPerElement = 30.0, kMostPerComplexElement = 25.0;
+constexpr double kMostPerElement = 50.0, kMostPerComplexElement = 25.0;
 constexpr double kMostPerRow = 12.0, kLightShare = 0.1;
 constexpr std::int32_t kSmallDense = 500, kSmallMesh = 1500, kLight = 3;
 

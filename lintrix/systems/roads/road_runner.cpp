@@ -257,11 +257,13 @@ sparse_lu::LuBounds RoadRunner<Cell>::pivotedBounds(Reach limit, const RoadCost&
                                                     std::int32_t rightHands) const
 {
     constexpr double kExcess = 3.0, kFewOperations = 1e6;
+    constexpr double kTrifle = 0x1p24; // bytes, for which no system is asked: its answer takes longer
     constexpr double bytesPerEntry = 2.5 * (sizeof(Cell) + sizeof(std::int32_t)); // old and new arrays
     const double operations = done_ || limit != Reach::Near
                                   ? mostColumnOperations(limit, done_.value_or(RoadCost{}))
                                   : std::max(kExcess * cost.operations, kFewOperations);
-    const double left = std::max(budget_.left(ownBytes(rightHands)), 0.0);
+    const bool isTrifle = !done_ && limit == Reach::Near && kExcess * cost.bytesInMemory <= kTrifle;
+    const double left = isTrifle ? kTrifle : std::max(budget_.left(ownBytes(rightHands)), 0.0);
     return {static_cast<std::int64_t>(std::min(left / bytesPerEntry, 0x1p62)),
             std::min(operations, worthTrying(rightHands))};
 }

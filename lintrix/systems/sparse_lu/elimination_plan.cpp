@@ -18,19 +18,17 @@ struct SizedColumns {
     const SparsePattern& pattern;
     std::span<const double> sizes;
 
-    double largestOf(std::int32_t column) const
+    struct Sizes {
+        double largest, own; ///< own: on the diagonal, below any size where there is none
+    };
+    Sizes of(std::int32_t column) const
     {
-        double largest = 0.0;
-        for (std::int32_t k = pattern.starts[column]; k < pattern.starts[column + 1]; ++k)
-            largest = std::max(largest, sizes[k]);
-        return largest;
-    }
-    /// Of the entry (row, column); below any size where there is none.
-    double sizeAt(std::int32_t row, std::int32_t column) const
-    {
-        for (std::int32_t k = pattern.starts[column]; k < pattern.starts[column + 1]; ++k)
-            if (pattern.columns[k] == row) return sizes[k];
-        return -1.0;
+        Sizes found{0.0, -1.0};
+        for (std::int32_t k = pattern.starts[column]; k < pattern.starts[column + 1]; ++k) {
+            found.largest = std::max(found.largest, sizes[k]);
+            if (pattern.columns[k] == column) found.own = sizes[k];
+        }
+        return found;
     }
 };
 
@@ -55,20 +53,36 @@ std::int32_t largestFreeRow(const SizedColumns& A, const BipartiteMatching& matc
     return found;
 }
 
-/// The pattern of the blocks on the diagonal. Vertices are columns; a row goes by the name of its column.
-PatternArrays diagonalBlocks(const SparsePattern& columns, const BipartiteMatching& matching,
-                             std::span<const std::int32_t> blockOfRow)
+/// Larger blocks are ordered; an order of two is as good as the other.
+constexpr std::int32_t kSmallBlock = 2;
+
+/// What is ordered: the blocks on the diagonal that are not small.
+struct LargeBlocks {
+    PatternArrays pattern{};             ///< a row goes by the name of its column
+    std::vector<std::int32_t> columns{}; ///< of A, by vertex
+};
+
+LargeBlocks largeBlocks(const SparsePattern& columns, const BipartiteMatching& matching,
+                        std::span<const std::int32_t> blockOfRow, std::span<const std::int32_t> sizes)
 {
-    PatternArrays blocks{columns.rows, columns.cols};
-    blocks.starts.reserve(columns.starts.size());
-    blocks.columns.reserve(columns.columns.size());
+    LargeBlocks large;
+    std::vector<std::int32_t> vertexOf(blockOfRow.size());
     for (std::int32_t j = 0; j < columns.rows; ++j) {
+        if (sizes[blockOfRow[matching.columnOf[j]]] <= kSmallBlock) continue;
+        vertexOf[j] = static_cast<std::int32_t>(large.columns.size());
+        large.columns.push_back(j);
+    }
+    PatternArrays& pattern = large.pattern;
+    pattern.rows = pattern.cols = static_cast<std::int32_t>(large.columns.size());
+    pattern.columns.reserve(columns.columns.size());
+    pattern.starts.reserve(large.columns.size() + 1);
+    for (const std::int32_t j : large.columns) {
         const std::int32_t own = blockOfRow[matching.columnOf[j]];
         for (const std::int32_t i : columns.row(j))
-            if (blockOfRow[i] == own) blocks.columns.push_back(matching.rowOf[i]);
-        blocks.starts.push_back(static_cast<std::int32_t>(blocks.columns.size()));
+            if (blockOfRow[i] == own) pattern.columns.push_back(vertexOf[matching.rowOf[i]]);
+        pattern.starts.push_back(static_cast<std::int32_t>(pattern.columns.size()));
     }
-    return blocks;
+    return large;
 }
 
 /// Of A^H*A, each entry once; of more than `most` entries none: then it is as good as full.
@@ -95,6 +109,7 @@ PatternArrays normalPattern(const SparsePattern& columns, std::size_t most)
 /// Entries of A^H*A, beside those of A, up to which it is worth being formed.
 constexpr std::size_t kMostNormalEntries = 50;
 
+/// By position; adds to the plan's forecast.
 std::vector<std::int32_t> orderVertices(const PatternArrays& blocks, ColumnOrder order, EliminationPlan& plan)
 {
     PatternArrays normal;
@@ -105,22 +120,36 @@ std::vector<std::int32_t> orderVertices(const PatternArrays& blocks, ColumnOrder
     EliminationForecast forecast;
     if (MinimumDegreeOrder(graph.starts, graph.columns, vertexAt, &forecast) != 0)
         throw NotEnoughMemoryException(); // 32-bit sizes are passed by what has no room either
-    plan.lowerNonZeros = forecast.lowerNonZeros;
-    plan.operations = forecast.operations;
+    plan.lowerNonZeros += forecast.lowerNonZeros;
+    plan.operations += forecast.operations;
     return vertexAt;
 }
 
-/// Larger blocks are ordered; an order of two is as good as the other.
-constexpr std::int32_t kSmallBlock = 2;
+/// Columns of small blocks as they come, then the others by minimum degree.
+std::vector<std::int32_t> orderColumns(const SparsePattern& columns, const BipartiteMatching& matching,
+                                       std::span<const std::int32_t> blockOfRow,
+                                       std::span<const std::int32_t> sizes, ColumnOrder order,
+                                       EliminationPlan& plan)
+{
+    const LargeBlocks large = largeBlocks(columns, matching, blockOfRow, sizes);
+    std::vector<std::int32_t> columnAt;
+    columnAt.reserve(blockOfRow.size());
+    for (std::int32_t j = 0; j < columns.rows; ++j)
+        if (sizes[blockOfRow[matching.columnOf[j]]] <= kSmallBlock) columnAt.push_back(j);
+    if (large.columns.empty()) return columnAt;
+    for (const std::int32_t vertex : orderVertices(large.pattern, order, plan))
+        columnAt.push_back(large.columns[vertex]);
+    return columnAt;
+}
 
 /// Columns in the order in which they are told, the blocks one behind the other.
 void layOut(EliminationPlan& plan, const BipartiteMatching& matching,
-            std::span<const std::int32_t> blockOfRow, std::span<const std::int32_t> vertexAt)
+            std::span<const std::int32_t> blockOfRow, std::span<const std::int32_t> columnAt)
 {
-    plan.rowAt.resize(vertexAt.size());
-    plan.columnAt.resize(vertexAt.size());
+    plan.rowAt.resize(columnAt.size());
+    plan.columnAt.resize(columnAt.size());
     std::vector<std::int32_t> next(plan.blockStarts.begin(), plan.blockStarts.end() - 1);
-    for (const std::int32_t column : vertexAt) {
+    for (const std::int32_t column : columnAt) {
         const std::int32_t row = matching.columnOf[column], position = next[blockOfRow[row]]++;
         plan.columnAt[position] = column;
         plan.rowAt[position] = row;
@@ -136,14 +165,13 @@ BipartiteMatching strongMatching(const SparsePattern& columns, std::span<const d
     const SizedColumns A{columns, sizes};
     BipartiteMatching matching{std::vector<std::int32_t>(n, kUnmatched),
                                std::vector<std::int32_t>(n, kUnmatched), 0};
-    std::vector<double> least(n);
     for (std::int32_t j = 0; j < columns.rows; ++j) {
-        least[j] = threshold * A.largestOf(j);
-        if (A.sizeAt(j, j) >= least[j]) join(matching, j, j);
+        const auto [largest, own] = A.of(j);
+        if (own >= threshold * largest) join(matching, j, j);
     }
     for (std::int32_t j = 0; j < columns.rows; ++j) {
         if (matching.columnOf[j] != kUnmatched) continue;
-        const std::int32_t row = largestFreeRow(A, matching, j, least[j]);
+        const std::int32_t row = largestFreeRow(A, matching, j, threshold * A.of(j).largest);
         if (row != kUnmatched) join(matching, j, row);
     }
     return maximumMatching(columns, std::move(matching));
@@ -154,21 +182,17 @@ EliminationPlan planElimination(const SparsePattern& columns, const BipartiteMat
 {
     std::vector<std::int32_t> blockOfRow(static_cast<std::size_t>(columns.rows));
     const std::int32_t blocks = numberStrongComponents(columns, matching, blockOfRow);
+    std::vector<std::int32_t> sizes(static_cast<std::size_t>(blocks));
+    for (const std::int32_t block : blockOfRow) ++sizes[block];
     EliminationPlan plan;
-    plan.blockStarts.resize(static_cast<std::size_t>(blocks) + 1);
-    for (const std::int32_t block : blockOfRow) ++plan.blockStarts[block + 1];
-    const auto isSmall = [](std::int32_t size) { return size <= kSmallBlock; };
-    const bool isOrdered = std::ranges::all_of(plan.blockStarts, isSmall);
-    const auto pairs = std::ranges::count(plan.blockStarts, kSmallBlock);
-    plan.lowerNonZeros = columns.rows + pairs;
+    plan.blockStarts.resize(sizes.size() + 1);
+    std::partial_sum(sizes.begin(), sizes.end(), plan.blockStarts.begin() + 1);
+    const auto singles = std::ranges::count(sizes, 1), pairs = std::ranges::count(sizes, kSmallBlock);
+    plan.lowerNonZeros = singles + 3 * pairs;
     plan.operations = 3.0 * static_cast<double>(pairs);
-    std::partial_sum(plan.blockStarts.begin(), plan.blockStarts.end(), plan.blockStarts.begin());
-    std::vector<std::int32_t> vertexAt(blockOfRow.size());
-    if (isOrdered)
-        std::iota(vertexAt.begin(), vertexAt.end(), 0);
-    else
-        vertexAt = orderVertices(diagonalBlocks(columns, matching, blockOfRow), order, plan);
-    layOut(plan, matching, blockOfRow, vertexAt);
+    const std::vector<std::int32_t> columnAt =
+        orderColumns(columns, matching, blockOfRow, sizes, order, plan);
+    layOut(plan, matching, blockOfRow, columnAt);
     return plan;
 }
 

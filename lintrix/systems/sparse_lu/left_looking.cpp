@@ -10,7 +10,6 @@ namespace Velmar::Lintrix::detail::sparse_lu {
 
 namespace {
 
-constexpr std::int32_t kNone = -1;
 constexpr double kPortion = 1e6; // operations, a millisecond
 
 std::size_t orderOf(std::span<const std::int32_t> blockStarts)
@@ -33,11 +32,9 @@ std::int64_t subtractColumn(const GrowingColumns<Cell>& L, std::int32_t j, const
 
 template <class Cell>
 LeftLooking<Cell>::LeftLooking(LuArrays<Cell>& arrays, double threshold, const LuBounds& bounds)
-    : arrays_(arrays), threshold_(threshold), bounds_(bounds),
-      positionOf_(orderOf(arrays.blockStarts), kNone), rowOf_(positionOf_.size()),
-      metBy_(positionOf_.size(), kNone), work_(positionOf_.size()), way_(positionOf_.size()),
-      order_(positionOf_.size()), next_(positionOf_.size()), searchEnd_(positionOf_.size()),
-      isPruned_(positionOf_.size())
+    : arrays_(arrays), threshold_(threshold), bounds_(bounds), rows_(orderOf(arrays.blockStarts)),
+      rowOf_(rows_.size()), work_(rows_.size()), way_(std::make_unique_for_overwrite<Step[]>(rows_.size())),
+      order_(rows_.size()), searches_(std::make_unique_for_overwrite<Search[]>(rows_.size()))
 {
 }
 
@@ -66,7 +63,7 @@ LuOutcome LeftLooking<Cell>::eliminateSingle(std::int32_t k)
 {
     const Cell pivot = arrays_.A.values[arrays_.A.ownStarts[k]];
     if (pivot == 0.0) return LuOutcome::Singular;
-    positionOf_[k] = rowOf_[k] = k;
+    rows_[k].position = rowOf_[k] = k;
     arrays_.pivots[k] = pivot;
     arrays_.L.append(0);
     arrays_.U.append(0);
@@ -88,13 +85,13 @@ LuOutcome LeftLooking<Cell>::eliminate(std::int32_t k, std::int32_t blockEnd)
     const double largestAbove = substitute();
     const std::int32_t pivotRow = choosePivot(k);
     if (pivotRow == kNone) return LuOutcome::Singular;
-    positionOf_[pivotRow] = k;
+    rows_[pivotRow].position = k;
     rowOf_[k] = pivotRow;
     arrays_.pivots[k] = work_[pivotRow];
     divide(pivotRow);
     arrays_.U.append(blockEnd - first_);
     arrays_.L.append(below_ - 1);
-    searchEnd_[k] = arrays_.L.end(k);
+    searches_[k] = {arrays_.L.begin(k), arrays_.L.end(k), false};
     prune(k, pivotRow);
     arrays_.growth = std::max(arrays_.growth, std::max(largestAbove, sizeOf(arrays_.pivots[k])) / largest);
     return LuOutcome::Done;
@@ -110,7 +107,7 @@ double LeftLooking<Cell>::scatter(std::int32_t k)
         const std::int32_t row = A.rows[a];
         work_[row] = A.values[a];
         largest = std::max(largest, sizeOf(A.values[a]));
-        if (metBy_[row] != k) searchFrom(row, k);
+        if (rows_[row].metBy != k) searchFrom(row, k);
     }
     return largest;
 }
@@ -119,36 +116,36 @@ double LeftLooking<Cell>::scatter(std::int32_t k)
 template <class Cell>
 void LeftLooking<Cell>::searchFrom(std::int32_t row, std::int32_t k)
 {
-    std::int32_t* const rows = arrays_.L.rows();
-    std::int32_t* const newRows = rows + arrays_.L.entries();
-    metBy_[row] = k;
-    if (positionOf_[row] == kNone) {
-        newRows[below_++] = row;
+    const std::int32_t* const rows = arrays_.L.rows();
+    std::int32_t* const below = arrays_.L.rows() + arrays_.L.entries();
+    rows_[row].metBy = k;
+    std::int32_t depth = -1;
+    const auto enter = [&](std::int32_t position) {
+        const Search& search = searches_[position];
+        if (search.begin == search.end)
+            order_[--first_] = position;
+        else
+            way_[++depth] = {position, search.begin, search.end};
+    };
+    if (rows_[row].position == kNone) {
+        below[below_++] = row;
         return;
     }
-    std::int32_t depth = 0;
-    way_[0] = positionOf_[row];
-    next_[0] = searchEnd_[way_[0]];
+    enter(rows_[row].position);
     while (depth >= 0) {
-        const std::int32_t j = way_[depth];
-        const std::int64_t begin = arrays_.L.begin(j);
-        std::int64_t l = next_[depth];
-        std::int32_t entered = kNone;
-        while (l > begin && entered == kNone) {
-            const std::int32_t i = rows[--l];
-            if (metBy_[i] == k) continue;
-            metBy_[i] = k;
-            entered = positionOf_[i];
-            if (entered == kNone) newRows[below_++] = i;
-        }
-        next_[depth] = l;
-        if (entered == kNone) {
-            order_[--first_] = j;
+        Step& step = way_[depth];
+        if (step.next == step.end) {
+            order_[--first_] = step.column;
             --depth;
-        } else {
-            way_[++depth] = entered;
-            next_[depth] = searchEnd_[entered];
+            continue;
         }
+        const std::int32_t i = rows[step.next++];
+        Row& next = rows_[i];
+        if (std::exchange(next.metBy, k) == k) continue;
+        if (next.position == kNone)
+            below[below_++] = i;
+        else
+            enter(next.position);
     }
 }
 
@@ -185,7 +182,7 @@ std::int32_t LeftLooking<Cell>::choosePivot(std::int32_t k) const
         largest = size;
         found = rows[l];
     }
-    const bool isMatchedFree = found != kNone && positionOf_[k] == kNone && metBy_[k] == k;
+    const bool isMatchedFree = found != kNone && rows_[k].position == kNone && rows_[k].metBy == k;
     return isMatchedFree && sizeOf(work_[k]) >= threshold_ * largest ? k : found;
 }
 
@@ -212,7 +209,7 @@ void LeftLooking<Cell>::prune(std::int32_t k, std::int32_t pivotRow)
 {
     for (std::int64_t u = arrays_.U.begin(k); u < arrays_.U.end(k); ++u) {
         const std::int32_t j = arrays_.U.rows()[u];
-        if (!isPruned_[j]) prune(j, pivotRow, arrays_.L.end(j));
+        if (!searches_[j].isPruned) prune(j, pivotRow, arrays_.L.end(j));
     }
 }
 
@@ -225,7 +222,7 @@ void LeftLooking<Cell>::prune(std::int32_t j, std::int32_t pivotRow, std::int64_
     std::int64_t front = arrays_.L.begin(j);
     if (std::find(rows + front, rows + end, pivotRow) == rows + end) return;
     for (std::int64_t back = end; front < back;) {
-        if (positionOf_[rows[front]] != kNone) {
+        if (rows_[rows[front]].position != kNone) {
             ++front;
             continue;
         }
@@ -233,8 +230,8 @@ void LeftLooking<Cell>::prune(std::int32_t j, std::int32_t pivotRow, std::int64_
         std::swap(rows[front], rows[back]);
         std::swap(values[front], values[back]);
     }
-    searchEnd_[j] = front;
-    isPruned_[j] = true;
+    searches_[j].end = front;
+    searches_[j].isPruned = true;
 }
 
 template <class Cell>
@@ -258,9 +255,9 @@ void LeftLooking<Cell>::tellWork(double most)
 template <class Cell>
 void LeftLooking<Cell>::nameRowsByPosition()
 {
-    for (std::int32_t& row : arrays_.A.rows) row = positionOf_[row];
+    for (std::int32_t& row : arrays_.A.rows) row = rows_[row].position;
     std::int32_t* const rows = arrays_.L.rows();
-    for (std::int64_t l = 0; l < arrays_.L.entries(); ++l) rows[l] = positionOf_[rows[l]];
+    for (std::int64_t l = 0; l < arrays_.L.entries(); ++l) rows[l] = rows_[rows[l]].position;
 }
 
 namespace {

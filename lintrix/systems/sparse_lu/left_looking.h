@@ -6,6 +6,7 @@
 #include <lintrix/systems/sparse_lu/lu_arrays.h>
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::sparse_lu {
@@ -45,12 +46,28 @@ public:
     LuOutcome run();
 
     /// Where the pivot of the row is that the plan put at a position; after `run` was Done.
-    const std::vector<std::int32_t>& positionOf() const noexcept { return positionOf_; }
+    std::int32_t positionOf(std::int32_t row) const noexcept { return rows_[row].position; }
     /// Position of the column that was to be eliminated next.
     std::int32_t column() const noexcept { return column_; }
     std::int32_t block() const noexcept { return block_; }
 
 private:
+    static constexpr std::int32_t kNone = -1;
+    struct Row {
+        std::int32_t position = kNone; ///< of its pivot
+        std::int32_t metBy = kNone;    ///< the column that has met it last
+    };
+    /// Of a column of L, the entries that lead to all that can be reached from it.
+    struct Search {
+        std::int64_t begin, end;
+        bool isPruned;
+    };
+    /// Of a search on its way: the entries of the column still to be followed.
+    struct Step {
+        std::int32_t column;
+        std::int64_t next, end;
+    };
+
     LuOutcome eliminateSingle(std::int32_t k);
     LuOutcome eliminate(std::int32_t k, std::int32_t blockEnd);
     double scatter(std::int32_t k);
@@ -67,14 +84,12 @@ private:
     LuArrays<Cell>& arrays_;
     double threshold_;
     LuBounds bounds_;
-    std::vector<std::int32_t> positionOf_;  ///< of a row with a pivot, else kNone
-    std::vector<std::int32_t> rowOf_;       ///< of a position with a pivot
-    std::vector<std::int32_t> metBy_;       ///< the column that has met the row last
-    std::vector<Cell> work_;                ///< a column by rows, zero between columns
-    std::vector<std::int32_t> way_, order_; ///< the search; positions in an order to be computed in
-    std::vector<std::int64_t> next_;        ///< of each step of the way, the entry of L before which to go on
-    std::vector<std::int64_t> searchEnd_;   ///< of a column of L: what is behind leads nowhere new
-    std::vector<bool> isPruned_;
+    std::vector<Row> rows_;
+    std::vector<std::int32_t> rowOf_; ///< of a position with a pivot
+    std::vector<Cell> work_;          ///< a column by rows, zero between columns
+    std::unique_ptr<Step[]> way_;
+    std::vector<std::int32_t> order_;    ///< positions in an order to be computed in, from `first_`
+    std::unique_ptr<Search[]> searches_; ///< of the columns of L that there are
     std::int32_t column_ = 0, block_ = 0;
     double told_ = 0.0;      ///< operations
     std::int32_t first_ = 0; ///< of `order_`

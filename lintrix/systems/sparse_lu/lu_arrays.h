@@ -26,7 +26,12 @@ template <class Cell>
 class GrowingColumns {
 public:
     GrowingColumns() = default;
-    explicit GrowingColumns(std::int32_t columns) { starts_.reserve(static_cast<std::size_t>(columns) + 1); }
+    /// With room for so many entries to begin with. @throws NotEnoughMemoryException
+    GrowingColumns(std::int32_t columns, std::int64_t entries)
+        : rows_(entries), values_(entries), room_(entries)
+    {
+        starts_.reserve(static_cast<std::size_t>(columns) + 1);
+    }
 
     /// Of columns that are made: `starts` ascends from 0 to the length of the others.
     GrowingColumns(std::vector<std::int64_t> starts, Block<std::int32_t> rows, Block<Cell> values)

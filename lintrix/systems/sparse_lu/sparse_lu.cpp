@@ -27,6 +27,10 @@ double scaleFor(double largest)
 // those of which nothing is said.
 constexpr double kExcess = 4.0, kFewOperations = 1e6;
 
+// Entries of L, and of U, for each of A that there is room for from the start, if they are foretold: little
+// beside what a later growth copies.
+constexpr std::int64_t kModestRoom = 8;
+
 std::vector<std::int32_t> inverseOf(std::span<const std::int32_t> at)
 {
     std::vector<std::int32_t> positions(at.size());
@@ -36,12 +40,11 @@ std::vector<std::int32_t> inverseOf(std::span<const std::int32_t> at)
 
 } // namespace
 
-/// Column by column the rows, scaled values and slots of what is not zero.
+/// Column by column the rows and slots of what is not zero.
 template <class Cell>
 struct SparseLU<Cell>::Columns {
     PatternArrays pattern;
     std::vector<std::int32_t> slots{};
-    std::vector<Cell> values{};
 };
 
 template <class Cell>
@@ -53,14 +56,12 @@ SparseLU<Cell>::SparseLU(const SparseOf<Cell>& A, double threshold)
         return;
     }
     const Columns columns = columnsOf(A);
-    std::vector<double> sizes(columns.values.size());
-    std::ranges::transform(columns.values, sizes.begin(), [](const Cell& x) { return sizeOf(x); });
-    matching_ = strongMatching(columns.pattern, sizes, threshold_);
+    matching_ = strongMatching(columns.pattern, sizesOf(columns, A), threshold_);
     if (matching_.size < order_) {
         analysed_ = LuOutcome::StructurallySingular;
         return;
     }
-    plan(columns, ColumnOrder::AlongDiagonal);
+    plan(A, columns, ColumnOrder::AlongDiagonal);
 }
 
 template <class Cell>
@@ -101,7 +102,6 @@ auto SparseLU<Cell>::columnsOf(const SparseOf<Cell>& A) const -> Columns
     const auto entries = static_cast<std::size_t>(ends.back());
     result.pattern.columns.resize(entries);
     result.slots.resize(entries);
-    result.values.resize(entries);
     std::vector<std::int32_t> next(ends.begin(), ends.end() - 1);
     for (std::int32_t i = 0; i < order_; ++i) {
         for (std::int32_t k = starts[i] - 1; k < starts[i + 1] - 1; ++k) {
@@ -109,31 +109,38 @@ auto SparseLU<Cell>::columnsOf(const SparseOf<Cell>& A) const -> Columns
             const std::int32_t place = next[cols[k] - 1]++;
             result.pattern.columns[place] = i;
             result.slots[place] = k;
-            result.values[place] = values[k] * scales_[i];
         }
     }
     return result;
 }
 
+/// Of the scaled elements.
 template <class Cell>
-void SparseLU<Cell>::plan(const Columns& columns, ColumnOrder order)
+std::vector<double> SparseLU<Cell>::sizesOf(const Columns& columns, const SparseOf<Cell>& A) const
+{
+    const auto values = A.Values();
+    std::vector<double> sizes(columns.slots.size());
+    for (std::size_t e = 0; e < sizes.size(); ++e)
+        sizes[e] = sizeOf(values[columns.slots[e]] * scales_[columns.pattern.columns[e]]);
+    return sizes;
+}
+
+template <class Cell>
+void SparseLU<Cell>::plan(const SparseOf<Cell>& A, const Columns& columns, ColumnOrder order)
 {
     plan_ = planElimination(columns.pattern, matching_, order);
-    place(columns);
+    place(A, columns);
     arrays_.blockStarts = plan_.blockStarts;
-    arrays_.L = GrowingColumns<Cell>(order_);
-    arrays_.U = GrowingColumns<Cell>(order_);
-    arrays_.pivots.assign(static_cast<std::size_t>(order_), Cell());
-    arrays_.operations = arrays_.growth = 0.0;
 }
 
 /// A by positions, what is above a block before what is in it.
 template <class Cell>
-void SparseLU<Cell>::place(const Columns& columns)
+void SparseLU<Cell>::place(const SparseOf<Cell>& matrix, const Columns& columns)
 {
+    const auto values = matrix.Values();
     const std::vector<std::int32_t> positionOf = inverseOf(plan_.rowAt);
     PlacedColumns<Cell>& A = arrays_.A;
-    const std::size_t entries = columns.values.size();
+    const std::size_t entries = columns.slots.size();
     A.starts.resize(static_cast<std::size_t>(order_) + 1);
     A.ownStarts.resize(static_cast<std::size_t>(order_));
     A.rows.resize(entries);
@@ -149,11 +156,12 @@ void SparseLU<Cell>::place(const Columns& columns)
             std::int32_t back = next + end - begin;
             A.starts[k + 1] = back;
             for (std::int32_t e = begin; e < end; ++e) {
-                const std::int32_t row = positionOf[columns.pattern.columns[e]];
+                const std::int32_t slot = columns.slots[e], rowOfA = columns.pattern.columns[e];
+                const std::int32_t row = positionOf[rowOfA];
                 const std::int32_t to = row < blockStart ? next++ : --back;
                 A.rows[to] = row;
-                A.slots[to] = columns.slots[e];
-                A.values[to] = columns.values[e];
+                A.slots[to] = slot;
+                A.values[to] = values[slot] * scales_[rowOfA];
             }
             A.ownStarts[k] = next;
             next = A.starts[k + 1];
@@ -170,13 +178,20 @@ LuOutcome SparseLU<Cell>::factorize(const SparseOf<Cell>& A, const LuBounds& bou
     first.operations = std::min(bounds.operations, foretold);
     const LuOutcome outcome = eliminate(first);
     if (outcome != LuOutcome::TooMuchFill || first.operations == bounds.operations) return outcome;
-    plan(columnsOf(A), ColumnOrder::AnyRows);
+    plan(A, columnsOf(A), ColumnOrder::AnyRows);
     return eliminate(bounds);
 }
 
 template <class Cell>
 LuOutcome SparseLU<Cell>::eliminate(const LuBounds& bounds)
 {
+    const std::int64_t foretold = plan_.lowerNonZeros + plan_.lowerNonZeros / 8,
+                       modest = kModestRoom * static_cast<std::int64_t>(arrays_.A.values.size());
+    const std::int64_t room = std::min({foretold, modest, bounds.entries});
+    arrays_.L = GrowingColumns<Cell>(order_, room);
+    arrays_.U = GrowingColumns<Cell>(order_, room);
+    arrays_.pivots.assign(static_cast<std::size_t>(order_), Cell());
+    arrays_.operations = arrays_.growth = 0.0;
     LeftLooking<Cell> elimination(arrays_, threshold_, bounds);
     const LuOutcome outcome = elimination.run();
     if (outcome == LuOutcome::Singular) {
@@ -185,7 +200,8 @@ LuOutcome SparseLU<Cell>::eliminate(const LuBounds& bounds)
     }
     if (outcome != LuOutcome::Done) return outcome;
     std::vector<std::int32_t> rowAt(plan_.rowAt.size());
-    for (std::size_t k = 0; k < rowAt.size(); ++k) rowAt[elimination.positionOf()[k]] = plan_.rowAt[k];
+    for (std::size_t k = 0; k < rowAt.size(); ++k)
+        rowAt[elimination.positionOf(static_cast<std::int32_t>(k))] = plan_.rowAt[k];
     plan_.rowAt = std::move(rowAt);
     return outcome;
 }

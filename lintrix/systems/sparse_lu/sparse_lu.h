@@ -78,8 +78,9 @@ private:
 
     bool scaleRows(const SparseOf<Cell>& A);
     Columns columnsOf(const SparseOf<Cell>& A) const;
-    void plan(const Columns& columns, ColumnOrder order);
-    void place(const Columns& columns);
+    std::vector<double> sizesOf(const Columns& columns, const SparseOf<Cell>& A) const;
+    void plan(const SparseOf<Cell>& A, const Columns& columns, ColumnOrder order);
+    void place(const SparseOf<Cell>& A, const Columns& columns);
     LuOutcome eliminate(const LuBounds& bounds);
 
     std::int32_t order_;

@@ -182,6 +182,7 @@ BipartiteMatching maximumMatching(const SparsePattern& pattern)
 
 BipartiteMatching maximumMatching(const SparsePattern& pattern, BipartiteMatching initial)
 {
+    if (initial.size == std::min(pattern.rows, pattern.cols)) return initial;
     Matcher matcher(pattern, std::move(initial));
     while (matcher.augment()) {
     }

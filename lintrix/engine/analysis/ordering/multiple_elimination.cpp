@@ -14,6 +14,11 @@ constexpr int kAllowanceShare = 4;
 
 } // namespace
 
+bool isDense(int degree, int vertices)
+{
+    return degree > std::max(16.0, 10.0 * std::sqrt(static_cast<double>(vertices)));
+}
+
 Failure MultipleElimination::run(const Graph& graph, int delta, std::span<const std::uint8_t> stages,
                                  int bound, std::span<int> order)
 {
@@ -53,8 +58,7 @@ Failure MultipleElimination::allocate(int n)
 void MultipleElimination::leaveOutDense(const Graph& graph)
 {
     const int n = graph.vertices();
-    const double limit = std::max(16.0, 10.0 * std::sqrt(static_cast<double>(n)));
-    for (int v = 0; v < n; ++v) dense_[v] = graph.degree(v) > limit;
+    for (int v = 0; v < n; ++v) dense_[v] = isDense(graph.degree(v), n);
 }
 
 void MultipleElimination::eliminatePass(int limit)

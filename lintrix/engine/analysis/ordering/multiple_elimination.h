@@ -25,11 +25,13 @@ struct EliminationCost {
     }
 };
 
+/// Of degree above 10 sqrt(n): such vertices would make every step slow without making the order better.
+bool isDense(int degree, int vertices);
+
 /// Eliminates a whole graph. The vertices stand in lists by degree. A pass takes pivots from the lists of the
 /// lowest degree and of those up to `delta` higher; what a pivot touches leaves the lists until the pass is
 /// over, so that the pivots of a pass are independent of each other (multiple elimination). Then it comes
-/// back with its new degree. Dense vertices, of degree above 10 sqrt(n), would make every step slow without
-/// making the order better: they are left out and come last, by ascending degree.
+/// back with its new degree. Dense vertices (`isDense`) are left out and come last, by ascending degree.
 ///
 /// Cost: about that of writing the quotient graph's lists at each step, O(edges * boundary) at most; the
 /// limit on degrees keeps graphs with hubs at O(n^1.5).
