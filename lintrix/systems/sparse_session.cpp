@@ -112,15 +112,13 @@ public:
     {
         const std::lock_guard turn(busy_);
         SystemMatrix<Cell> next(squareOnly(wholeOf<Cell>(A)));
-        if (!isTriangle(matrix_.Matrix())) next.Full(); // compared in the storage at hand
         const Road first = chooseRoad(next.Traits(), options_.type);
-        const bool samePattern = first == first_ &&
-                                 next.Matrix().NumElements() == matrix_.Matrix().NumElements() &&
-                                 haveSamePattern(next.Matrix(), matrix_.Matrix());
+        const Sparse &then = matrix_.Matrix(), &now = inStorageOf(then, next);
+        const bool samePattern =
+            first == first_ && now.NumElements() == then.NumElements() && haveSamePattern(now, then);
         const bool sameTypes = next.Traits().mirrored() == matrix_.Traits().mirrored() &&
                                next.Traits().hermitian == matrix_.Traits().hermitian;
-        if (samePattern && sameTypes && haveSameValues(next.Matrix(), matrix_.Matrix()))
-            return SystemChange::None;
+        if (samePattern && sameTypes && haveSameValues(now, then)) return SystemChange::None;
         exhausted_.reset();
         rank_.reset();
         others_.clear();
@@ -157,6 +155,13 @@ public:
 
 private:
     using Units = std::optional<ColumnUnits<Cell>>;
+
+    /// One triangle or both, whichever it came with: matrices are compared, not their storage.
+    static const Sparse& inStorageOf(const Sparse& then, SystemMatrix<Cell>& next)
+    {
+        if (!isTriangle(then)) return next.Full();
+        return next.Traits().mirrored() ? next.Upper() : next.Matrix();
+    }
 
     ProbedColumns<Cell> columnsOf(const M* given, const M* known, TransposeMode op) const
     {
@@ -354,12 +359,7 @@ private:
         answer.probeError = answer.knownError = std::nullopt;
     }
 
-    static M withoutProbe(const M& B)
-    {
-        M others(B);
-        others.Cols(B.Cols() - 1);
-        return others;
-    }
+    static M withoutProbe(const M& B) { return roads::columnsOf(B, 0, B.Cols() - 1); }
 
     std::optional<Outcome<Cell>> withFactorAtHand(const Request<Cell>& request)
     {

@@ -1,5 +1,6 @@
 #include <lintrix/systems/sparse_lu/sparse_lu.h>
 
+#include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 #include <lintrix/systems/sparse_lu/lu_substitution.h>
@@ -52,7 +53,9 @@ SparseLU<Cell>::SparseLU(const SparseOf<Cell>& A, double threshold)
         analysed_ = LuOutcome::NotFinite;
         return;
     }
+    WorkScope::tell();
     const Columns columns = columnsOf(A);
+    WorkScope::tell();
     std::vector<double> sizes(columns.values.size());
     std::ranges::transform(columns.values, sizes.begin(), [](const Cell& x) { return sizeOf(x); });
     matching_ = strongMatching(columns.pattern, sizes, threshold_);
@@ -119,6 +122,7 @@ template <class Cell>
 void SparseLU<Cell>::plan(const Columns& columns, ColumnOrder order)
 {
     plan_ = planElimination(columns.pattern, matching_, order);
+    WorkScope::tell();
     place(columns);
     arrays_.blockStarts = plan_.blockStarts;
     arrays_.L = GrowingColumns<Cell>(order_);
