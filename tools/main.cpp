@@ -221,11 +221,14 @@ std::vector<CLI::Option*> addDirect(CLI::App* solve, CLI::Option* json, tools::S
             ->type_name("N");
     CLI::Option* const outOfCore = addOutOfCore(solve, options);
     const std::vector<CLI::Option*> kept = addKept(solve, options);
+    CLI::Option* const inertia =
+        solve->add_flag("--certain-inertia", options.system.certainInertia,
+                        "Factorize shifted matrices, too, where signs of eigenvalues stay uncertain");
     CLI::Option* const report =
         solve
             ->add_flag("--report", options.system.engine.engineReport, "Print the direct solver's own report")
             ->excludes(json);
-    std::vector<CLI::Option*> direct = {type, ordering, strategy, refine, outOfCore, report};
+    std::vector<CLI::Option*> direct = {type, ordering, strategy, refine, outOfCore, inertia, report};
     direct.insert(direct.end(), kept.begin(), kept.end());
     return direct;
 }

@@ -2,6 +2,7 @@
 
 #include <lintrix/services/check_sum.h>
 #include <lintrix/services/regular_file.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -52,6 +53,18 @@ bool isNamed(const char (&cells)[Size], std::string_view name) noexcept
     return std::memcmp(cells, expected, Size) == 0;
 }
 
+/// Some milliseconds of a disk's time.
+constexpr std::size_t kPiece = std::size_t{1} << 23;
+
+/// take(piece) for one piece of the bytes after the other, as long as it goes on.
+template <class Byte, class Take>
+bool forPieces(std::span<Byte> bytes, const Take& take)
+{
+    for (std::size_t begin = 0; begin < bytes.size(); begin += kPiece)
+        if (!take(bytes.subspan(begin, std::min(kPiece, bytes.size() - begin)))) return false;
+    return true;
+}
+
 } // namespace
 
 SectionWriter::SectionWriter(std::string path, std::string_view content) : path_(behindLinks(std::move(path)))
@@ -86,8 +99,11 @@ SectionWriter::~SectionWriter()
 
 void SectionWriter::append(std::span<const std::byte> bytes) noexcept
 {
-    failed_ = failed_ || !detail::writeAll(file_, size_, bytes);
-    size_ += static_cast<std::int64_t>(bytes.size());
+    forPieces(bytes, [this](std::span<const std::byte> piece) {
+        failed_ = failed_ || !detail::WorkScope::goesOn() || !detail::writeAll(file_, size_, piece);
+        size_ += static_cast<std::int64_t>(piece.size());
+        return !failed_;
+    });
 }
 
 void SectionWriter::AddBytes(std::string_view name, std::span<const std::byte> bytes) noexcept
@@ -171,7 +187,13 @@ SectionFault SectionReader::Announce(std::string_view name, std::int64_t element
 SectionFault SectionReader::TakeBytes(std::span<std::byte> into) noexcept
 {
     if (static_cast<std::int64_t>(into.size()) != head_.length) return faultAt(SectionError::OtherLength);
-    if (!detail::readAll(file_, begin_, into)) return faultAt(SectionError::NotRead);
+    std::int64_t place = begin_;
+    const bool isRead = forPieces(into, [&](std::span<std::byte> piece) {
+        const bool reads = detail::WorkScope::goesOn() && detail::readAll(file_, place, piece);
+        place += static_cast<std::int64_t>(piece.size());
+        return reads;
+    });
+    if (!isRead) return faultAt(SectionError::NotRead);
     if (detail::checkSum(into) != head_.sum) return faultAt(SectionError::OtherSum);
     place_ = begin_ + head_.length;
     return {};

@@ -1,5 +1,6 @@
 #include <lintrix/systems/column_quality.h>
 
+#include <lintrix/services/work.h>
 #include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/forward_bound.h>
 #include <lintrix/systems/quality/residual.h>
@@ -33,12 +34,12 @@ template <class Cell>
 void solveRaw(Factored<Cell>& factor, std::int32_t size, TransposeMode op, std::int32_t columns,
               const Cell* x, Cell* y)
 {
-    const MatrixOf<Cell> X = AccessTo<Cell>::copyOf(x, size, columns);
-    MatrixOf<Cell> Y(size, columns);
+    const MatrixOf<Cell> X = copyOfColumns(x, size, columns);
+    MatrixOf<Cell> Y = zeroColumns<Cell>(size, columns);
     const bool solved = factor.solve(X, Y, op, 0).error == 0;
     const auto cells = cellsOf(Y);
     if (solved)
-        std::ranges::copy(cells, y);
+        copyCells<Cell>(cells, {y, cells.size()});
     else
         std::fill_n(y, cells.size(), Cell(std::numeric_limits<double>::quiet_NaN()));
 }
@@ -118,7 +119,11 @@ std::vector<Number> sideBySide(std::size_t n, std::span<const std::size_t> which
                                const std::vector<Number>& all)
 {
     std::vector<Number> some;
-    for (const std::size_t j : which) some.insert(some.end(), all.begin() + n * j, all.begin() + n * (j + 1));
+    some.reserve(n * which.size());
+    for (const std::size_t j : which) {
+        WorkScope::tell();
+        some.insert(some.end(), all.begin() + n * j, all.begin() + n * (j + 1));
+    }
     return some;
 }
 
@@ -140,6 +145,7 @@ std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op,
     const auto n = static_cast<std::int32_t>(all.n);
     std::vector<Cell> residuals = sideBySide<Cell>(all.n, which, all.r), corrections(residuals.size());
     for (std::size_t k = 0; k < which.size(); ++k) {
+        WorkScope::tell();
         if (isZero(all.b.subspan(all.n * which[k], all.n))) continue; // exact
         addUnderflow(all.sizes.terms, std::span(all.w).subspan(all.n * which[k], all.n),
                      residuals.data() + all.n * k);
@@ -147,6 +153,7 @@ std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op,
     solveRaw(factor, n, op, static_cast<std::int32_t>(which.size()), residuals.data(), corrections.data());
     std::vector<double> estimates;
     for (std::size_t k = 0; k < which.size(); ++k) {
+        WorkScope::tell();
         const double correction = largestModulus(corrections.data() + all.n * k, n);
         estimates.push_back(
             correction == 0.0 ? 0.0 : correction / largestModulus(all.x.data() + all.n * which[k], n));

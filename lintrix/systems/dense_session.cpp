@@ -106,7 +106,6 @@ private:
         WorkScope::expect(cost().operations);
         factor_ = std::make_unique<DenseFactor<Cell>>(A_);
         ++factorizations_;
-        WorkScope::tell(cost().operations);
         return *factor_;
     }
 

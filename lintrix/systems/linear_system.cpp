@@ -36,6 +36,8 @@ LinearSystem<Cell>::LinearSystem(std::unique_ptr<detail::SystemSession<Cell>> se
 template <class Cell>
 LinearSystem<Cell> LinearSystem<Cell>::Load(const std::string& path, SystemOptions options)
 {
+    const detail::RunWatch watch(options);
+    const detail::ControlledRun run(watch);
     SectionReader file;
     detail::openSaved<Cell>(path, file);
     LinearSystem loaded(detail::loadedSession<Cell>(file, std::move(options)));
@@ -48,6 +50,7 @@ void LinearSystem<Cell>::Save(const std::string& path) const
 {
     const auto* const sparse = dynamic_cast<const detail::SparseSession<Cell>*>(session_.get());
     if (!sparse) throw InvalidOperationException("Only square sparse systems can be saved.");
+    const detail::ControlledRun run(sparse->watch());
     detail::writeSaved<Cell>(path, [&](SectionWriter& file) { sparse->save(file); });
 }
 

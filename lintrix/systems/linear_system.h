@@ -94,7 +94,7 @@ struct SystemForecast {
 /// What `LinearSystem::Update` found changed.
 enum class SystemChange {
     None,    ///< the factor stands
-    Values,  ///< the pattern is the same: the analysis stands, the next solve factorizes
+    Values,  ///< the pattern is the same: the analysis stands as long as it suits, the next solve factorizes
     Pattern, ///< it is another, or the values suggest another road: everything is done anew
 };
 
@@ -198,6 +198,9 @@ public:
     void Limits(const RunLimits& limits);
 
     /// Goes on with `A` in place of the matrix before, and tells what has changed. The size may change.
+    /// Matrices are compared, not their storage: one triangle is the same as both. Where a solve with other
+    /// values is not accurate by the matching of earlier ones, it searches the roads anew, once, which counts
+    /// as an analysis, and `SystemAnswer::tried` tells it.
     /// Cost: a copy, and a few passes over the entries.
     /// @throws InvalidOperationException  the system is not square and sparse: "Only square sparse systems
     /// can be

@@ -24,7 +24,8 @@ RunLimits RunWatch::limits() const
     return limits_;
 }
 
-RunControl::RunControl(const RunWatch& watch) : progress_(watch.progress()), limits_(watch.limits())
+RunControl::RunControl(const RunWatch& watch)
+    : progress_(watch.progress()), limits_(watch.limits()), outer_(WorkScope::listener())
 {
     if (!goesOn()) require();
 }
@@ -72,6 +73,8 @@ bool RunControl::goesOn() noexcept
     End now = End::None;
     if (limits_.stop.stop_requested())
         now = End::Stop;
+    else if (outer_ != nullptr && !outer_->hear(0.0))
+        now = End::Outer;
     else if (limits_.deadline && std::chrono::steady_clock::now() >= *limits_.deadline)
         now = End::Deadline;
     End before = End::None;
@@ -88,6 +91,9 @@ void RunControl::require() const
         throw OperationFailedException("The operation was stopped.");
     case End::Deadline:
         throw OperationFailedException("The deadline has passed.");
+    case End::Outer:
+        outer_->require();
+        return;
     case End::Callback:
         std::rethrow_exception(thrown_);
     }

@@ -34,8 +34,8 @@ private:
     mutable std::mutex setting_{};
 };
 
-/// Hears of the operations of one run. The callback is told of each thousandth, by one thread at a time; what
-/// it throws ends the run and travels to who started it.
+/// Hears of the operations of one run, which ends where the work ends whose part it is. The callback is told
+/// of each thousandth, by one thread at a time; what it throws ends the run and travels to who started it.
 class LINTRIX_TESTABLE RunControl final : public WorkListener {
 public:
     /// The watch must outlive the run. @throws OperationFailedException  it has to end before it begins
@@ -49,13 +49,14 @@ public:
     void finish();
 
 private:
-    enum class End { None, Stop, Deadline, Callback };
+    enum class End { None, Stop, Outer, Deadline, Callback };
 
     bool goesOn() noexcept;
     void tell() noexcept;
 
     const std::function<void(double, double)>& progress_;
     const RunLimits limits_;
+    WorkListener* const outer_; ///< none: this is no part of other work
     std::mutex telling_{};
     double done_ = 0.0, all_ = 0.0, told_ = 0.0;
     std::atomic<End> end_{End::None};

@@ -1,6 +1,7 @@
 #include <lintrix/systems/saved_system.h>
 
 #include <lintrix/foundation/failures.h>
+#include <lintrix/services/work.h>
 #include <lintrix/sparse/access.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 
@@ -103,6 +104,7 @@ bool isPrintable(const std::string& texts)
 
 void requireWhole(const SectionFault& fault)
 {
+    WorkScope::tell();
     if (!fault) return;
     if (fault.error == SectionError::NoMemory) throw NotEnoughMemoryException();
     if (fault.error == SectionError::NotOpened || fault.error == SectionError::NotRead)
@@ -125,6 +127,7 @@ void writeSaved(const std::string& path, const std::function<void(SectionWriter&
 {
     SectionWriter file(path, kContent<Cell>);
     add(file);
+    WorkScope::tell(); // a file that was stopped is no failure of the disk
     if (!file.Commit())
         throw OperationFailedException(fmt::format("The system could not be saved to '{}'.", path));
 }

@@ -23,6 +23,7 @@ public:
     virtual ~SystemSession() = default;
 
     void limits(const RunLimits& limits) { watch_.limits(limits); }
+    const RunWatch& watch() const noexcept { return watch_; }
 
     virtual std::int32_t rows() const = 0;
     virtual std::int32_t cols() const = 0;

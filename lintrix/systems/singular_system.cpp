@@ -2,8 +2,10 @@
 
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/least_squares/least_squares.h>
 #include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/structure/near_null.h>
 
 #include <algorithm>
@@ -66,7 +68,100 @@ MatrixFaults faultsOf(NearNull<Cell> nearNull, TransposeMode op)
     return MatrixFaults([nearNull](std::int32_t firstIndex) { return explain(nearNull, firstIndex); });
 }
 
+/// All directions that A sends to zero, if they are no more than 32: first as few as there mostly are.
+template <class Cell>
+NearNull<Cell> findAllNear(const LinearMap<Cell>& A, const LinearMap<Cell>& inverse, double norm)
+{
+    NearNull<Cell> found;
+    for (const std::int32_t vectors : {4, 12, 33}) { // one more than are told, which shows that these are all
+        NearNull<Cell> next = findNearNull<Cell>(A, inverse, norm, {.vectors = vectors});
+        if (next.singularValues.size() <= found.singularValues.size()) break;
+        found = std::move(next);
+        if (found.complete) break;
+    }
+    return found;
+}
+
+/// Where an index stands in a list; below 0 where it does not.
+std::vector<std::int32_t> placesIn(const std::vector<std::int32_t>& list, std::int32_t count)
+{
+    std::vector<std::int32_t> places(static_cast<std::size_t>(count), -1);
+    for (std::size_t k = 0; k < list.size(); ++k)
+        places[static_cast<std::size_t>(list[k])] = static_cast<std::int32_t>(k);
+    return places;
+}
+
+/// Rows of op(A), fewer columns in which alone these have elements, and the elements.
+template <class Cell>
+struct OverDetermined {
+    OverDetermined(const SparseEntries<Cell>& A, const StructuralFaults& faults, TransposeMode op)
+    {
+        const bool plain = op == TransposeMode::NotTransposed;
+        for (const UnevenBlock& block : plain ? faults.overDetermined : faults.underDetermined) {
+            const auto &own = plain ? block.rows : block.columns,
+                       &others = plain ? block.columns : block.rows;
+            rows.insert(rows.end(), own.begin(), own.end());
+            columns.insert(columns.end(), others.begin(), others.end());
+        }
+        const std::vector<std::int32_t> rowAt = placesIn(rows, plain ? A.rows : A.cols),
+                                        columnAt = placesIn(columns, plain ? A.cols : A.rows);
+        const auto visit = [&](auto take) {
+            for (std::int32_t i = 0; i < A.rows; ++i) {
+                for (std::int32_t k = A.starts[i]; k < A.starts[i + 1]; ++k) {
+                    const std::int32_t j = A.columns[k], row = rowAt[plain ? i : j],
+                                       column = columnAt[plain ? j : i];
+                    const bool turns = op == TransposeMode::ConjugateTransposed;
+                    if (row >= 0 && column >= 0)
+                        take(row, column, turns ? conjugate(A.values[k]) : A.values[k]);
+                }
+            }
+        };
+        elements = listRows<Cell>(static_cast<std::int32_t>(rows.size()), visit);
+        for (std::vector<std::int32_t>* const indices : {&elements.starts, &elements.columns})
+            for (std::int32_t& index : *indices) ++index;
+    }
+
+    /// From 1.
+    RowsView<Cell> view() const
+    {
+        return {static_cast<std::int32_t>(rows.size()), static_cast<std::int32_t>(columns.size()),
+                elements.values.data(), elements.starts.data(), elements.columns.data()};
+    }
+
+    std::vector<std::int32_t> rows{}, columns{};
+    RowLists<Cell> elements{};
+};
+
+/// Whether an empty row asks for anything but 0.
+template <class Cell>
+bool asksOfNothing(const MatrixOf<Cell>& B, const std::vector<std::int32_t>& emptyRows)
+{
+    return std::ranges::any_of(emptyRows, [&B](std::int32_t i) {
+        for (std::int32_t j = 0; j < B.Cols(); ++j)
+            if (B(i, j) != 0.0) return true;
+        return false;
+    });
+}
+
 } // namespace
+
+template <class Cell>
+Solutions judgeStructurallySingular(const SparseEntries<Cell>& A, const StructuralFaults& faults,
+                                    TransposeMode op, const MatrixOf<Cell>& B)
+{
+    const bool plain = op == TransposeMode::NotTransposed;
+    if (asksOfNothing<Cell>(B, plain ? faults.emptyRows : faults.emptyColumns)) return Solutions::None;
+    const OverDetermined<Cell> part(A, faults, op);
+    if (part.rows.empty()) return Solutions::Unknown;
+    LeastSquares<Cell> solver(part.view());
+    std::vector<Cell> b(part.rows.size());
+    for (std::int32_t j = 0; j < B.Cols(); ++j) {
+        std::ranges::transform(part.rows, b.begin(), [&](std::int32_t i) { return B(i, j); });
+        const LeastSquaresAnswer<Cell> answer = solver.solve(b.data());
+        if (answer.settled && !answer.consistent) return Solutions::None;
+    }
+    return Solutions::Unknown;
+}
 
 template <class Cell>
 SingularJudgement<Cell> judgeSingular(const SparseOf<Cell>& A, Factored<Cell>& factor, TransposeMode op,
@@ -75,7 +170,7 @@ SingularJudgement<Cell> judgeSingular(const SparseOf<Cell>& A, Factored<Cell>& f
     const MatrixView<Cell> view(A);
     const LinearMap<Cell> map = mapOf(view, op), inverse = inverseBy(factor, A.Rows(), op);
     const double norm = op == TransposeMode::NotTransposed ? infinityNorm(view) : oneNorm(view);
-    const NearNull<Cell> nearNull = findNearNull<Cell>(map, inverse, norm);
+    const NearNull<Cell> nearNull = findAllNear(map, inverse, norm);
     SingularJudgement<Cell> judgement{.faults = faultsOf(nearNull, op)};
     if (nearNull.nullity == 0 || columns == 0) return judgement;
     MatrixOf<Cell> X(B.Rows(), columns);
@@ -90,6 +185,10 @@ SingularJudgement<Cell> judgeSingular(const SparseOf<Cell>& A, Factored<Cell>& f
     return judgement;
 }
 
+template Solutions judgeStructurallySingular(const SparseEntries<double>&, const StructuralFaults&,
+                                             TransposeMode, const Matrix&);
+template Solutions judgeStructurallySingular(const SparseEntries<Complex>&, const StructuralFaults&,
+                                             TransposeMode, const CMatrix&);
 template SingularJudgement<double> judgeSingular<double>(const SparseMatrix&, Factored<double>&,
                                                          TransposeMode, const Matrix&, std::int32_t);
 template SingularJudgement<Complex> judgeSingular<Complex>(const CSparseMatrix&, Factored<Complex>&,

@@ -4,6 +4,7 @@
 
 #include <lintrix/systems/linear_system.h>
 #include <lintrix/systems/roads/factored.h>
+#include <lintrix/systems/structure/structural_faults.h>
 
 #include <optional>
 
@@ -17,10 +18,18 @@ struct SingularJudgement {
     std::optional<MatrixOf<Cell>> x{};
 };
 
-/// Of op(A)*X = B, of the first `columns` of B (or of none), by a factor whose pivots were replaced.
-/// Cost: some twenty solves of four columns, and some of each right-hand side.
+/// Of op(A)*X = B, of the first `columns` of B (or of none), by a factor whose pivots were replaced. Up to 32
+/// directions are found that A sends to zero; of more it stays unknown whether there are solutions.
+/// Cost: some twenty solves of four columns, of more columns where more directions show, and some of each
+/// right-hand side.
 template <class Cell>
 SingularJudgement<Cell> judgeSingular(const SparseOf<Cell>& A, roads::Factored<Cell>& factor,
                                       TransposeMode op, const MatrixOf<Cell>& B, std::int32_t columns);
+
+/// Of op(A)*X = B where A has not full structural rank: none where what a row without elements, or the
+/// over-determined part of op(A), in which no other unknown is, asks for cannot be had; else unknown.
+template <class Cell>
+Solutions judgeStructurallySingular(const SparseEntries<Cell>& A, const StructuralFaults& faults,
+                                    TransposeMode op, const MatrixOf<Cell>& B);
 
 } // namespace Velmar::Lintrix::detail

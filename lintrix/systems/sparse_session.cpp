@@ -112,15 +112,13 @@ public:
     {
         const std::lock_guard turn(busy_);
         SystemMatrix<Cell> next(squareOnly(wholeOf<Cell>(A)));
-        if (!isTriangle(matrix_.Matrix())) next.Full(); // compared in the storage at hand
         const Road first = chooseRoad(next.Traits(), options_.type);
-        const bool samePattern = first == first_ &&
-                                 next.Matrix().NumElements() == matrix_.Matrix().NumElements() &&
-                                 haveSamePattern(next.Matrix(), matrix_.Matrix());
+        const Sparse &then = matrix_.Matrix(), &now = inStorageOf(then, next);
+        const bool samePattern =
+            first == first_ && now.NumElements() == then.NumElements() && haveSamePattern(now, then);
         const bool sameTypes = next.Traits().mirrored() == matrix_.Traits().mirrored() &&
                                next.Traits().hermitian == matrix_.Traits().hermitian;
-        if (samePattern && sameTypes && haveSameValues(next.Matrix(), matrix_.Matrix()))
-            return SystemChange::None;
+        if (samePattern && sameTypes && haveSameValues(now, then)) return SystemChange::None;
         exhausted_.reset();
         rank_.reset();
         others_.clear();
@@ -134,7 +132,7 @@ public:
         best_.reset(); // before the arrays that its factor knows
         runner_.restart();
         matrix_ = std::move(next);
-        isFactorOld_ = false;
+        isFactorOld_ = isMatchingOld_ = false;
         return SystemChange::Pattern;
     }
 
@@ -158,6 +156,13 @@ public:
 private:
     using Units = std::optional<ColumnUnits<Cell>>;
 
+    /// One triangle or both, whichever it came with: matrices are compared, not their storage.
+    static const Sparse& inStorageOf(const Sparse& then, SystemMatrix<Cell>& next)
+    {
+        if (!isTriangle(then)) return next.Full();
+        return next.Traits().mirrored() ? next.Upper() : next.Matrix();
+    }
+
     ProbedColumns<Cell> columnsOf(const M* given, const M* known, TransposeMode op) const
     {
         return probedColumns<Cell>(matrix_.Matrix(), given, known, op);
@@ -180,6 +185,7 @@ private:
         runner_.again(outcome, request);
         std::optional<SystemAnswer<Cell>> answer;
         if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request, columns.units);
+        if (answer && answer->verdict != Verdict::Accurate && isMatchingOld_) answer.reset();
         others_.giveBack(std::move(outcome.factor));
         return answer;
     }
@@ -221,23 +227,13 @@ private:
         answer.reason =
             fmt::format("structurally singular: {} of {} rows matched", structuralRankOnce(), matrix_.Size());
         answer.complaint = complaintOf(answer.reason);
-        const StructuralFaults faults = findStructuralFaults<Cell>(entriesOf<Cell>(matrix_.Matrix()));
+        const EntryArrays<Cell> entries = entriesOf<Cell>(matrix_.Matrix());
+        const StructuralFaults faults = findStructuralFaults<Cell>(entries);
         answer.faults = MatrixFaults([faults](std::int32_t first) { return explain(faults, first); });
-        const bool plain = op == TransposeMode::NotTransposed;
-        const bool contradicts = given && asksForMore(*given, plain ? faults.emptyRows : faults.emptyColumns);
-        answer.solutions = contradicts ? Solutions::None : Solutions::Unknown;
+        answer.solutions =
+            given ? judgeStructurallySingular<Cell>(entries, faults, op, *given) : Solutions::Unknown;
         answer.ordering = options_.ordering.value_or(FillInReducingMethod::MinimumDegree);
         return answer;
-    }
-
-    /// Where a row of op(A) is empty, only 0 can stand on the right.
-    static bool asksForMore(const M& B, const std::vector<std::int32_t>& emptyRows)
-    {
-        return std::ranges::any_of(emptyRows, [&B](std::int32_t i) {
-            for (std::int32_t j = 0; j < B.Cols(); ++j)
-                if (B(i, j) != 0.0) return true;
-            return false;
-        });
     }
 
     static std::string complaintOf(const std::string& reason)
@@ -250,7 +246,7 @@ private:
         std::optional<Attempt> attempt; ///< of the factor
         std::vector<std::string> left;
         std::optional<Verdict> exhausted;
-        bool isFactorOld;
+        bool isFactorOld, isMatchingOld;
         std::optional<RoadCost> largest;
     };
 
@@ -259,8 +255,12 @@ private:
     SystemAnswer<Cell> settledOrAsBefore(const Request<Cell>& request, const Units& units)
     {
         const bool stands = best_ && best_->taken;
-        const Standing before{stands ? std::optional(best_->attempt) : std::nullopt, left_, exhausted_,
-                              isFactorOld_, runner_.largest()};
+        const Standing before{stands ? std::optional(best_->attempt) : std::nullopt,
+                              left_,
+                              exhausted_,
+                              isFactorOld_,
+                              isMatchingOld_,
+                              runner_.largest()};
         std::optional<Outcome<Cell>> outcome;
         try {
             return settle(request, units, outcome);
@@ -272,6 +272,7 @@ private:
             left_ = before.left;
             exhausted_ = before.exhausted;
             isFactorOld_ = before.isFactorOld;
+            isMatchingOld_ = before.isMatchingOld;
             runner_.largest(before.largest);
             throw;
         }
@@ -296,11 +297,28 @@ private:
         }
         if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
         SystemAnswer<Cell> answer = judged(*outcome, request, units);
+        const bool mayBeMatched = isMatchingOld_ && scales(outcome->attempt.road) && allFinite(request.B);
+        if (answer.verdict != Verdict::Accurate && mayBeMatched)
+            answer = matchedAnew(std::move(answer), request, units, outcome);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
         best_ = std::move(*outcome);
         if (spoilt)
             best_ = Outcome<Cell>{.attempt = *served, .taken = true}; // the right-hand side is to blame
         return answer;
+    }
+
+    /// A matching of earlier values may be all that keeps an answer from being accurate. Once a set of values
+    /// the roads are searched for that. @return  the better answer
+    SystemAnswer<Cell> matchedAnew(SystemAnswer<Cell> before, const Request<Cell>& request,
+                                   const Units& units, std::optional<Outcome<Cell>>& outcome)
+    {
+        outcome.reset();
+        outcome = searched(request);
+        if (outcome->verdict() != Verdict::Accurate) runner_.repair(request, *outcome);
+        left_.push_back(
+            fmt::format("{}: its matching was of earlier values, {}", before.road, before.reason));
+        SystemAnswer<Cell> answer = judged(*outcome, request, units);
+        return answer.verdict <= before.verdict ? std::move(answer) : std::move(before);
     }
 
     SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request, const Units& units)
@@ -326,6 +344,7 @@ private:
         search.follow(runner_.firstRoad(first_));
         Outcome<Cell> best = search.best();
         left_ = search.left();
+        isMatchingOld_ = false;
         if (!best.factor && hasUseForFactor(best)) best = runner_.run(best.attempt, Reach::Far, request);
         if (!exhausted_ || best.verdict() < *exhausted_) exhausted_ = best.verdict();
         return best;
@@ -354,12 +373,7 @@ private:
         answer.probeError = answer.knownError = std::nullopt;
     }
 
-    static M withoutProbe(const M& B)
-    {
-        M others(B);
-        others.Cols(B.Cols() - 1);
-        return others;
-    }
+    static M withoutProbe(const M& B) { return roads::columnsOf(B, 0, B.Cols() - 1); }
 
     std::optional<Outcome<Cell>> withFactorAtHand(const Request<Cell>& request)
     {
@@ -385,6 +399,7 @@ private:
             if (isFactorOld_) return;
         }
         runner_.refactorize(outcome, request);
+        isMatchingOld_ = true;
     }
 
     bool isGoodEnough(const Outcome<Cell>& outcome) const
@@ -497,6 +512,7 @@ private:
     std::vector<std::string> left_{};     ///< what the search said of the other roads
     std::optional<Verdict> exhausted_{};  ///< that a search came to
     bool isFactorOld_ = false;            ///< the values have changed since
+    bool isMatchingOld_ = false;          ///< likewise, since the analysis; the factor is one of theirs
     std::optional<std::int32_t> rank_{};  ///< structural
     SolverPool<Cell> others_{};           ///< with the factor of `best_`
     mutable std::shared_mutex busy_{};    ///< shared by those who solve with a factor that serves

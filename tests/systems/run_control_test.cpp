@@ -4,12 +4,16 @@
 #include <tests/systems/grids.h>
 
 #include <lintrix/lintrix.h>
+#include <lintrix/services/work.h>
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <chrono>
 #include <complex>
 #include <cstdlib>
+#include <exception>
+#include <filesystem>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -226,6 +230,167 @@ TEST(StoppedRun, BeforeItBegins)
         EXPECT_EQ(failureOf(phase), "The operation was stopped.");
     EXPECT_THROW(watched.system.Solve(Matrix(3, 1)), SizeMismatchException) << "the check of sizes is first";
     EXPECT_EQ(watched.system.Analyses(), 0);
+}
+
+struct Interrupted : std::exception {};
+
+/// Ends the work at the ask of this number; at none, if it is 0.
+class Patience final : public detail::WorkListener {
+public:
+    explicit Patience(int last) : last_(last) {}
+
+    void expect(double) noexcept override {}
+    bool hear(double) noexcept override
+    {
+        const int asked = ++asked_;
+        return last_ == 0 || asked < last_;
+    }
+    void require() const override
+    {
+        if (last_ != 0 && asked_ >= last_) throw Interrupted();
+    }
+    int asked() const { return asked_; }
+
+private:
+    const int last_;
+    std::atomic<int> asked_ = 0;
+};
+
+/// How often `work` asks whether it goes on.
+template <class Work>
+int asksOf(const Work& work)
+{
+    Patience patience(0);
+    const detail::WorkScope scope(patience);
+    work();
+    return patience.asked();
+}
+
+/// Whether `work` was ended at ask k; nothing else may come out of it.
+template <class Work>
+bool isInterrupted(int k, const Work& work)
+{
+    Patience patience(k);
+    const detail::WorkScope scope(patience);
+    try {
+        work();
+    } catch (const Interrupted&) {
+        return true;
+    }
+    return false;
+}
+
+/// Each ask of a solve in turn is its last one, and then the system is as it was.
+template <class A>
+void stopAtEachAsk(const A& matrix, std::int32_t columns = 2)
+{
+    using M =
+        std::conditional_t<std::is_same_v<A, SparseMatrix> || std::is_same_v<A, Matrix>, Matrix, CMatrix>;
+    const M B = spread<M>(matrix.Rows(), columns);
+    SystemOf<A> calm(matrix);
+    auto undisturbed = calm.Solve(B);
+    const int asks = asksOf([&] { SystemOf<A>(matrix).Solve(B); });
+    for (int k = 1; k <= asks; ++k) {
+        SCOPED_TRACE("ask " + std::to_string(k) + " of " + std::to_string(asks));
+        SystemOf<A> system(matrix);
+        isInterrupted(k, [&] { expectSame(system.Solve(B), undisturbed); });
+        expectSame(system.Solve(B), undisturbed);
+    }
+}
+
+/// Of a chain with a few long couplings: little is eliminated, and much of the time goes to its order.
+SparseMatrix network(std::int32_t n)
+{
+    SparseMatrix A(n, n);
+    for (std::int32_t i = 0; i < n; ++i) {
+        A(i, i) = 3.0 + 0.01 * (i % 5);
+        A(i, (i + 1) % n) = -1.0;
+        if (i % 9 == 0) A(i, (7 * i + 3) % n) = 0.5;
+    }
+    return A;
+}
+
+TEST(StoppedRun, AtEachAskOfASparseSystem)
+{
+    stopAtEachAsk(grid<double>(10, GridKind::Positive));
+    stopAtEachAsk(grid<double>(10, GridKind::Convective));
+    stopAtEachAsk(grid<double>(6, GridKind::ZeroDiagonal));
+    stopAtEachAsk(grid<Complex>(8, GridKind::Convective));
+    stopAtEachAsk(network(200));
+}
+
+TEST(StoppedRun, AtEachAskOfAnother)
+{
+    stopAtEachAsk(strip<double>(60, 30));
+    stopAtEachAsk(strip<double>(30, 60));
+    stopAtEachAsk(grid<double>(5, GridKind::Convective).ToDense());
+    stopAtEachAsk(grid<Complex>(5, GridKind::Convective).ToDense());
+}
+
+TEST(StoppedRun, AsksInEachStepOfAnAnalysis)
+{
+    constexpr int kSteps = 20;
+    const SparseMatrix A = grid<double>(30, GridKind::Positive), Z = grid<double>(30, GridKind::ZeroDiagonal);
+    for (const SparseMatrix& matrix : {A, Z})
+        EXPECT_GE(asksOf([&] { LinearSystem(matrix).Forecast(); }), kSteps);
+    EXPECT_GE(asksOf([] { LinearSystem(network(600)).Forecast(); }), kSteps);
+}
+
+TEST(StoppedRun, AsksForEachOfManyColumns)
+{
+    constexpr std::int32_t kColumns = 300;
+    const SparseMatrix A = grid<double>(12, GridKind::Positive);
+    const Matrix B = spread<Matrix>(A.Rows(), kColumns);
+    EXPECT_GE(asksOf([&] { LinearSystem(A).Solve(B); }), 3 * kColumns) << "units, residuals, errors";
+}
+
+/// A panel and the columns behind it are eliminated in stretches, with pivots that are those of one piece.
+template <class M>
+void expectPanels(std::int32_t n)
+{
+    M A = spread<M>(n, n);
+    for (std::int32_t i = 0; i < n; ++i) A((i + n / 2) % n, i) += 2.0;
+    const M B = spread<M>(n, 3);
+    LinearSystem system(A);
+    EXPECT_GE(asksOf([&] { EXPECT_EQ(system.Solve(B).verdict, Verdict::Accurate); }), 10);
+    EXPECT_TRUE(isInterrupted(8, [&] { LinearSystem(A).Factorize(); }));
+}
+
+TEST(StoppedRun, AsksBetweenPanelsOfADenseMatrix)
+{
+    expectPanels<Matrix>(700);
+    expectPanels<CMatrix>(600);
+}
+
+TEST(StoppedRun, OfASavingLeavesTheFileThatStood)
+{
+    const Scratch folder;
+    const std::string path = folder.at("system");
+    const SparseMatrix A = grid<double>(16, GridKind::Positive);
+    LinearSystem system(A);
+    system.Factorize();
+    EXPECT_TRUE(isInterrupted(3, [&] { system.Save(path); }));
+    EXPECT_FALSE(std::filesystem::exists(path));
+    system.Save(path);
+    for (int k = 1; isInterrupted(k, [&] { system.Save(path); }); ++k)
+        EXPECT_EQ(LinearSystem<double>::Load(path).Solve(rightSide(A)).verdict, Verdict::Accurate);
+    int stops = 0;
+    while (isInterrupted(stops + 1, [&] { LinearSystem<double>::Load(path); })) ++stops;
+    EXPECT_GE(stops, 5);
+}
+
+TEST(StoppedRun, OfASavingTellsTheStop)
+{
+    const Scratch folder;
+    Watched<SparseMatrix> watched(grid<double>(8, GridKind::Positive));
+    watched.system.Factorize();
+    watched.stopAfter(0);
+    watched.source.request_stop();
+    EXPECT_EQ(failureOf([&] { watched.system.Save(folder.at("system")); }), "The operation was stopped.");
+    SystemOptions late;
+    late.limits.deadline = Clock::now();
+    EXPECT_EQ(failureOf([&] { LinearSystem<double>::Load(folder.at("none"), late); }),
+              "The deadline has passed.");
 }
 
 TEST(LateRun, TellsTheDeadline)

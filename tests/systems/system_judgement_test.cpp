@@ -592,6 +592,75 @@ TEST(SingularSystem, AnEmptyRowThatAsksForSomethingHasNoSolution)
     EXPECT_FALSE(LinearSystem(regular).Solve(blockOf<Matrix>(9, 1, 1)).solutions);
 }
 
+/// Chains that hang together by differences alone: each is one direction that is sent to zero.
+SparseMatrix chains(std::int32_t count, std::int32_t length)
+{
+    SparseAssembler A(count * length, count * length);
+    for (std::int32_t i = 0; i < count * length; ++i) {
+        if (i % length == 0) continue;
+        const double spring = 1.0 + 0.1 * (i % 7);
+        A.Add(i - 1, i - 1, spring);
+        A.Add(i, i, spring);
+        A.Add(i - 1, i, -spring);
+        A.Add(i, i - 1, -spring);
+    }
+    return A.Assemble();
+}
+
+/// The shortest solution has mean 0 on each chain.
+TEST(SingularSystem, WithUpToThirtyTwoDirectionsHasManySolutionsOrNone)
+{
+    constexpr std::int32_t kLength = 9;
+    for (const std::int32_t count : {3, 4, 11, 12, 20, 32}) {
+        SCOPED_TRACE(count);
+        const SparseMatrix A = chains(count, kLength);
+        Matrix shortest(A.Rows(), 1);
+        for (std::int32_t i = 0; i < A.Rows(); ++i) shortest(i, 0) = (1.0 + i / kLength) * (i % kLength - 4);
+        LinearSystem system(A);
+        Matrix B = A.ToDense() * shortest;
+        const auto many = system.Solve(B);
+        ASSERT_EQ(many.solutions, Solutions::Many) << many.reason;
+        EXPECT_EQ(many.verdict, Verdict::Degraded);
+        EXPECT_LT(largestOf(*many.x - shortest), 1e-10 * largestOf(shortest));
+        B(kLength, 0) += 1.0;
+        EXPECT_EQ(system.Solve(B).solutions, Solutions::None);
+    }
+}
+
+TEST(SingularSystem, WithMoreDirectionsStaysUnknown)
+{
+    const SparseMatrix A = chains(40, 9);
+    Matrix x(A.Rows(), 1);
+    for (std::int32_t i = 0; i < A.Rows(); ++i) x(i, 0) = i % 9;
+    EXPECT_EQ(LinearSystem(A).Solve(Matrix(A.ToDense() * x)).solutions, Solutions::Unknown);
+}
+
+/// Three equations in two unknowns, beside three in four others and these.
+template <class Cell>
+void expectContradictionsInThePart()
+{
+    using M = DenseOf<Cell>;
+    std::mt19937_64 generator(5);
+    SparseOf<Cell> A(6, 6);
+    for (std::int32_t i = 0; i < 6; ++i)
+        for (std::int32_t j = 0; j < (i < 3 ? 2 : 6); ++j) A(i, j) = drawnFrom(generator, Cell());
+    for (const TransposeMode op :
+         {TransposeMode::NotTransposed, TransposeMode::Transposed, TransposeMode::ConjugateTransposed}) {
+        const SparseOf<Cell> matrix(turned(A.ToDense(), op));
+        LinearSystem system(matrix);
+        M B = turned(matrix.ToDense(), op) * blockOf<M>(6, 2, 3);
+        EXPECT_EQ(system.Solve(B, op).solutions, Solutions::Unknown) << "consistent as far as the part goes";
+        B(2, 1) += 1e-3;
+        EXPECT_EQ(system.Solve(B, op).solutions, Solutions::None);
+    }
+}
+
+TEST(SingularSystem, AnOverDeterminedPartThatContradictsItselfHasNoSolution)
+{
+    expectContradictionsInThePart<double>();
+    expectContradictionsInThePart<Complex>();
+}
+
 /// Neighbours on a grid, joined by a sign of their own in each direction, in any order, so that many of the
 /// pivots cancel that were matched; beside so long a diagonal that LU in dense storage is out of reach.
 SparseMatrix signedGridOutOfReach(std::int32_t side, std::uint64_t seed)

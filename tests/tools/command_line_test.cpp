@@ -99,6 +99,8 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
         "memory beside them\n"
         "  --save-factor FILE          Keep matrix, analysis and factor in a file, for --factor\n"
         "  --factor FILE               Go on with what was kept; of another A only what still holds\n"
+        "  --certain-inertia           Factorize shifted matrices, too, where signs of eigenvalues stay "
+        "uncertain\n"
         "  --report Excludes: --json   Print the direct solver's own report\n"
         "  --deadline SECONDS          Give up after so many seconds\n"
         "  --memory MB                 Hold at most MB megabytes, with the factor in files if need be\n"

@@ -127,7 +127,7 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
     report.perturbedPivots = answer.perturbedPivots;
     report.refinementSteps = answer.refinementSteps;
     report.krylovSteps = answer.krylovSteps;
-    report.factorEntries = static_cast<int>(answer.factorEntries);
+    report.factorEntries = answer.factorEntries;
     if (answer.ordering && answer.factorEntries != 0) {
         report.factorBytes = static_cast<double>(sizeof(Cell)) * static_cast<double>(answer.factorEntries);
         if (answer.store == FactorStore::Files) report.coreMegabytes = answer.coreMegabytes;

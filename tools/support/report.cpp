@@ -50,7 +50,7 @@ std::string jsonArray(const std::vector<std::string>& texts)
 }
 
 /// Null where `asked` is not what the system was solved by.
-std::string jsonCount(bool asked, int count)
+std::string jsonCount(bool asked, std::int64_t count)
 {
     return asked ? fmt::format("{}", count) : "null";
 }

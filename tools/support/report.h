@@ -48,7 +48,8 @@ struct SolveReport {
     /// @name Of the direct solver
     /// @{
     std::string_view ordering; ///< empty: the answer is of a dense road
-    int factorEntries = 0, perturbedPivots = 0;
+    std::int64_t factorEntries = 0;
+    int perturbedPivots = 0;
     std::optional<double> factorBytes; ///< none where there is no factor
     std::optional<int> coreMegabytes;  ///< of memory beside a factor in files; none: it is in memory
     /// @}

@@ -5,6 +5,7 @@
 #include <lintrix/engine/analysis/symbolic/forecast.h>
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/analysis/symbolic/schedule.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -37,6 +38,7 @@ Failure buildLists(Analysis& run)
         return failure;
     if (run.control()[Word::TwoLevel] != 0) {
         if (const Failure failure = listUpdates(run.handle)) return failure;
+        if (!WorkScope::goesOn()) return stopped();
     }
     run.control()[Word::ChunkSize] = chunkOfSupernodes(structure.supernodes(), run.threads());
     countOperations(run, permanent);

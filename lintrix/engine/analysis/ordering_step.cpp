@@ -7,6 +7,7 @@
 #include <lintrix/engine/analysis/ordering/minimum_degree.h>
 #include <lintrix/engine/analysis/ordering/nested_dissection.h>
 #include <lintrix/engine/analysis/ordering/subgraphs.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -130,6 +131,7 @@ Failure buildAdjacency(Analysis& run)
     const TimedStep timed(run.timers, Timer::FullAdjacency);
     SymmetrizedPattern pattern;
     if (const Failure failure = pattern.count({run.ia, run.ja}, run.columnOfRow())) return failure;
+    if (!WorkScope::goesOn()) return stopped();
     run.control()[Word::StructureNonZeros] = static_cast<int>(pattern.entries());
     BlockLayout layout(run.control());
     layout.add<int>(Array::AdjacencyStarts, std::int64_t{run.n()} + 1)

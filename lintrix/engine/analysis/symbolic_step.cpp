@@ -10,6 +10,7 @@
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/analysis/symbolic/schedule.h>
 #include <lintrix/engine/analysis/symbolic/supernodes.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -97,9 +98,12 @@ Failure factorizeSymbolically(Analysis& run)
     if (const Failure failure = allocate(run, graph, work)) return failure;
     if (const Failure failure = eliminationTree(graph, run.ordering(), work.parent)) return failure;
     if (const Failure failure = postorder(run.subgraphs(), work.parent, run.ordering())) return failure;
+    if (!WorkScope::goesOn()) return stopped();
     const Graph permuted = permutedGraph(graph, run.ordering(), work.permutedStarts, work.permutedNeighbours);
+    if (!WorkScope::goesOn()) return stopped();
     if (const Failure failure = findSupernodes(run, permuted, work)) return failure;
     if (const Failure failure = fillPermanent(run, permuted, work)) return failure;
+    if (!WorkScope::goesOn()) return stopped();
     placePanels(run.handle);
     PermanentStructure permanent(run.handle);
     const FactorStructure structure = permanent.structure();

@@ -1,5 +1,6 @@
 #include <lintrix/systems/quality/backward_error.h>
 
+#include <lintrix/services/work.h>
 #include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/quality/vector_norms.h>
 
@@ -74,8 +75,10 @@ std::vector<BackwardError> backwardErrors(const RowSizes& A, std::int32_t column
 {
     const auto rows = static_cast<std::int64_t>(A.sums.size());
     std::vector<BackwardError> errors;
-    for (std::int32_t c = 0; c < columns; ++c)
+    for (std::int32_t c = 0; c < columns; ++c) {
+        WorkScope::tell();
         errors.push_back(errorOf(A, b + rows * c, x + std::int64_t{A.cols} * c, r + rows * c, w + rows * c));
+    }
     return errors;
 }
 

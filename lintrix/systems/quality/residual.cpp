@@ -3,6 +3,7 @@
 #include <lintrix/services/dispatch.h>
 #include <lintrix/services/team.h>
 #include <lintrix/services/threads.h>
+#include <lintrix/services/work.h>
 #include <lintrix/sparse/kernels/cell.h>
 #include <lintrix/systems/quality/error_free.h>
 #include <lintrix/systems/quality/vector_norms.h>
@@ -240,9 +241,11 @@ private:
     const Rule& rule_;
 };
 
+/// @throws as `WorkScope::tell`, before each pass over A
 template <class Cell, class Rule>
 void sumRows(const MatrixView<Cell>& A, TransposeMode op, const Rule& rule)
 {
+    WorkScope::tell();
     Summation<Cell, Rule>(A, op, rule).run();
 }
 

@@ -1,5 +1,6 @@
 #include <lintrix/systems/roads/column_units.h>
 
+#include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
 
 #include <algorithm>
@@ -50,7 +51,10 @@ int exponentOf(Cells cells)
 template <class Cell>
 ColumnUnits<Cell>::ColumnUnits(const MatrixOf<Cell>& B)
 {
-    for (std::int32_t j = 0; j < B.Cols(); ++j) exponents_.push_back(exponentOf(columnCells(B, j)));
+    for (std::int32_t j = 0; j < B.Cols(); ++j) {
+        WorkScope::tell();
+        exponents_.push_back(exponentOf(columnCells(B, j)));
+    }
     lacksOne_ = std::ranges::find(exponents_, kNone) != exponents_.end();
 }
 
@@ -58,6 +62,7 @@ template <class Cell>
 void ColumnUnits<Cell>::divide(MatrixOf<Cell>& X) const
 {
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
         for (Cell& cell : columnCells(X, j)) cell = exponent == kNone ? Cell() : scaled(cell, -exponent);
     }
@@ -67,6 +72,7 @@ template <class Cell>
 void ColumnUnits<Cell>::multiply(MatrixOf<Cell>& X) const
 {
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
         for (Cell& cell : columnCells(X, j)) cell = exponent == kNone ? Cell(kNaN) : scaled(cell, exponent);
     }
@@ -77,6 +83,7 @@ MatrixOf<Cell> ColumnUnits<Cell>::thereAndBack(MatrixOf<Cell> X) const
 {
     multiply(X);
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
         if (exponent == kNone) continue;
         for (Cell& cell : columnCells(X, j)) cell = scaled(cell, -exponent);

@@ -5,6 +5,7 @@
 #include <lintrix/foundation/block.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/factored.h>
 
 #include <cstdint>
@@ -19,9 +20,10 @@ namespace Velmar::Lintrix::detail::roads {
 template <class Cell>
 class LINTRIX_TESTABLE DenseFactor final : public Factored<Cell> {
 public:
-    /// `A`, which is square, must outlive the factor. @throws NotEnoughMemoryException
+    /// `A`, which is square, must outlive the factor. What is done is told to the listener of `WorkScope`.
+    /// @throws NotEnoughMemoryException, as `WorkScope::tell`
     explicit DenseFactor(const SparseOf<Cell>& A) : DenseFactor(MatrixView<Cell>(A), A.ToDense()) {}
-    explicit DenseFactor(const MatrixOf<Cell>& A) : DenseFactor(MatrixView<Cell>(A), A) {}
+    explicit DenseFactor(const MatrixOf<Cell>& A) : DenseFactor(MatrixView<Cell>(A), copyOfColumns(A)) {}
 
     /// What `save` has added to a file. @throws as `requireWhole`, NotEnoughMemoryException
     static std::unique_ptr<DenseFactor> load(const SparseOf<Cell>& A, SectionReader& file);

@@ -28,7 +28,7 @@ ProbedColumns<Cell> probedColumns(const Matrix& A, const MatrixOf<Cell>* given, 
     MatrixOf<Cell> products = productOf<Cell>(A, solutions, op);
     if (!given) return {std::move(products), std::move(solutions)};
     ColumnUnits<Cell> units(*given);
-    MatrixOf<Cell> own(*given);
+    MatrixOf<Cell> own = copyOfColumns(*given);
     units.divide(own);
     return {beside(own, products), std::move(solutions), std::move(units)};
 }

@@ -1,5 +1,6 @@
 #include <lintrix/systems/roads/quality.h>
 
+#include <lintrix/services/work.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/balance.h>
 
@@ -70,6 +71,7 @@ double scaledResidual(const Block& R, double factor, double normA, const Block& 
 {
     double worst = 0.0;
     for (std::int32_t j = begin; j < end; ++j) {
+        WorkScope::tell();
         const auto r = columnCells(R, j);
         const double size = largestMagnitude(r);
         const long double scale =

@@ -379,9 +379,7 @@ try {
     outcome.taken = outcome.reach <= limit;
     if (!outcome.taken) return;
     WorkScope::expect(outcome.cost.operations);
-    WorkScope::tell();
     auto factor = std::make_unique<DenseFactor<Cell>>(system_.Matrix());
-    WorkScope::tell(outcome.cost.operations);
     ++factorizations_;
     finish("factorize");
     WorkScope::expect(factor->operations(solvesFor(request)));
@@ -398,7 +396,7 @@ try {
 template <class Cell>
 void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcome) const
 {
-    MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
+    MatrixOf<Cell> X = zeroColumns<Cell>(request.B.Rows(), request.B.Cols());
     outcome.engine = outcome.factor->solve(request.B, X, request.op, options_.engine.refine);
     outcome.steps = outcome.factor->refinementSteps();
     outcome.fault = faultOf(outcome.engine.error, outcome.leastMegabytes);
@@ -418,7 +416,7 @@ template <class Cell>
 void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome, std::int32_t steps) const
 {
     if (outcome.attempt.road == Road::Dense) return;
-    MatrixOf<Cell> refined(request.B.Rows(), request.B.Cols());
+    MatrixOf<Cell> refined = zeroColumns<Cell>(request.B.Rows(), request.B.Cols());
     const EngineAnswer engine = outcome.factor->solve(request.B, refined, request.op, steps);
     outcome.steps = outcome.factor->refinementSteps();
     finish("solve");

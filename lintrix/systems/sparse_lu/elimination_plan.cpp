@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/minimum_degree_order.h>
 #include <lintrix/foundation/failures.h>
+#include <lintrix/services/work.h>
 #include <lintrix/systems/structure/strong_components.h>
 
 #include <algorithm>
@@ -112,14 +113,16 @@ constexpr std::size_t kMostNormalEntries = 50;
 /// By position; adds to the plan's forecast.
 std::vector<std::int32_t> orderVertices(const PatternArrays& blocks, ColumnOrder order, EliminationPlan& plan)
 {
+    WorkScope::tell();
     PatternArrays normal;
     if (order == ColumnOrder::AnyRows)
         normal = normalPattern(blocks, kMostNormalEntries * blocks.columns.size());
     const PatternArrays& graph = normal.rows > 0 ? normal : blocks;
     std::vector<std::int32_t> vertexAt(static_cast<std::size_t>(blocks.rows));
     EliminationForecast forecast;
-    if (MinimumDegreeOrder(graph.starts, graph.columns, vertexAt, &forecast) != 0)
-        throw NotEnoughMemoryException(); // 32-bit sizes are passed by what has no room either
+    const int error = MinimumDegreeOrder(graph.starts, graph.columns, vertexAt, &forecast);
+    WorkScope::tell();
+    if (error != 0) throw NotEnoughMemoryException(); // 32-bit sizes are passed by what has no room either
     plan.lowerNonZeros += forecast.lowerNonZeros;
     plan.operations += forecast.operations;
     return vertexAt;
@@ -182,6 +185,7 @@ EliminationPlan planElimination(const SparsePattern& columns, const BipartiteMat
 {
     std::vector<std::int32_t> blockOfRow(static_cast<std::size_t>(columns.rows));
     const std::int32_t blocks = numberStrongComponents(columns, matching, blockOfRow);
+    WorkScope::tell();
     std::vector<std::int32_t> sizes(static_cast<std::size_t>(blocks));
     for (const std::int32_t block : blockOfRow) ++sizes[block];
     EliminationPlan plan;
@@ -192,6 +196,7 @@ EliminationPlan planElimination(const SparsePattern& columns, const BipartiteMat
     plan.operations = 3.0 * static_cast<double>(pairs);
     const std::vector<std::int32_t> columnAt =
         orderColumns(columns, matching, blockOfRow, sizes, order, plan);
+    WorkScope::tell();
     layOut(plan, matching, blockOfRow, columnAt);
     return plan;
 }

@@ -1,5 +1,6 @@
 #include <lintrix/systems/sparse_lu/sparse_lu.h>
 
+#include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 #include <lintrix/systems/sparse_lu/lu_substitution.h>
@@ -55,7 +56,9 @@ SparseLU<Cell>::SparseLU(const SparseOf<Cell>& A, double threshold)
         analysed_ = LuOutcome::NotFinite;
         return;
     }
+    WorkScope::tell();
     const Columns columns = columnsOf(A);
+    WorkScope::tell();
     matching_ = strongMatching(columns.pattern, sizesOf(columns, A), threshold_);
     if (matching_.size < order_) {
         analysed_ = LuOutcome::StructurallySingular;
@@ -129,6 +132,7 @@ template <class Cell>
 void SparseLU<Cell>::plan(const SparseOf<Cell>& A, const Columns& columns, ColumnOrder order)
 {
     plan_ = planElimination(columns.pattern, matching_, order);
+    WorkScope::tell();
     place(A, columns);
     arrays_.blockStarts = plan_.blockStarts;
 }

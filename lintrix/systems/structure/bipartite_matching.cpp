@@ -1,5 +1,6 @@
 #include <lintrix/systems/structure/bipartite_matching.h>
 
+#include <lintrix/services/work.h>
 #include <lintrix/systems/structure/greedy_matching.h>
 
 #include <algorithm>
@@ -184,8 +185,8 @@ BipartiteMatching maximumMatching(const SparsePattern& pattern, BipartiteMatchin
 {
     if (initial.size == std::min(pattern.rows, pattern.cols)) return initial;
     Matcher matcher(pattern, std::move(initial));
-    while (matcher.augment()) {
-    }
+    do WorkScope::tell(); // a phase takes one pass or two over the pattern
+    while (matcher.augment());
     return std::move(matcher).take();
 }
 

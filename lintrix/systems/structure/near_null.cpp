@@ -226,8 +226,7 @@ NearNull<Cell> findNearNull(const LinearMap<Cell>& A, const LinearMap<Cell>& inv
     NearNull<Cell> result;
     result.norm = norm;
     result.threshold = settings.threshold > 0.0 ? settings.threshold : A.rows * kEps * norm;
-    ColumnBlock<Cell> U,
-        V = startBlock<Cell>(A.rows, std::clamp(settings.vectors, 1, std::min(4, std::max(A.rows, 1))));
+    ColumnBlock<Cell> U, V = startBlock<Cell>(A.rows, std::clamp(settings.vectors, 1, std::max(A.rows, 1)));
     if (A.rows == 0 || !iterate(inverse, U, V)) return result;
     const std::vector<double> right = refine(A.times, inverse.times, V),
                               left = refine(A.adjointTimes, inverse.adjointTimes, U);

@@ -13,7 +13,7 @@
 namespace Velmar::Lintrix::detail {
 
 struct NearNullSettings {
-    std::int32_t vectors = 4; ///< on each side, 4 at most; no more than the order are sought
+    std::int32_t vectors = 4; ///< on each side; no more than the order are sought
     double threshold = 0.0;   ///< singular values up to here count as none; 0: order*2^-52*norm
     double share = 0.1;       ///< of the largest part, from which a row or column carries the vectors
 };

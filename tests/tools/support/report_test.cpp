@@ -122,6 +122,14 @@ TEST(TextReport, TellsWhatTheDirectSolverDid)
               "status            degraded, 2 perturbed pivots\n");
 }
 
+TEST(Report, TellsMoreFactorEntriesThan32BitsHold)
+{
+    SolveReport report = directSample();
+    report.factorEntries = 5'000'000'000;
+    EXPECT_THAT(asText(report), ::testing::HasSubstr("factor entries    5000000000\n"));
+    EXPECT_EQ(parseJson(asJson(report))["factor_entries"].number(), 5e9);
+}
+
 TEST(JsonReport, TellsWhatTheDirectSolverDid)
 {
     const Json json = parseJson(asJson(directSample()));

@@ -1,5 +1,7 @@
 #include <lintrix/engine/analysis/graph/adjacency.h>
 
+#include <lintrix/services/work.h>
+
 #include <algorithm>
 #include <limits>
 
@@ -66,8 +68,10 @@ Failure SymmetrizedPattern::count(const Pattern& pattern, std::span<const int> c
         for (int i = 0; i < pattern.order(); ++i) rowOf_[columnOfRow[i]] = i;
     }
     if (const Failure failure = transposePattern()) return failure;
+    if (!WorkScope::goesOn()) return stopped();
     if (!ascending_) {
         if (const Failure failure = sortRows()) return failure;
+        if (!WorkScope::goesOn()) return stopped();
     }
     countEntries();
     return entries_ > std::numeric_limits<int>::max() ? overflow() : Failure{};

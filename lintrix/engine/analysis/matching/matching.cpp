@@ -12,6 +12,7 @@
 
 #include <lintrix/engine/analysis/matching/bit_vector.h>
 #include <lintrix/engine/analysis/matching/distance_heap.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cmath>
@@ -87,13 +88,13 @@ public:
         std::fill(columns_.begin(), columns_.end(), Column{});
     }
 
-    /// The number of pairs.
+    /// The number of pairs, of those that are found by the time at which the work has to end.
     int run() noexcept
     {
         initialiseRowDuals();
         matchTightDiagonal();
         matchTightEntries();
-        for (int i = 0; i < n_; ++i) {
+        for (int i = 0; i < n_ && WorkScope::goesOn(); ++i) {
             if (columnOfRow_[i] < 0) augmentFrom(i);
         }
         if (size_ == n_) removeDrift();
@@ -329,6 +330,7 @@ Failure matchMaximumProduct(csr_new& record, Matching& matching) noexcept
     const std::span<double> c = work.logColumnMaximum.span();
     const double smallestCost = replaceByCosts(record, c);
     matching.size = Matcher(record, matching, work, smallestCost).run();
+    if (!WorkScope::goesOn()) return stopped();
     for (int j = 0; j < record.n; ++j) {
         matching.rowOfColumn[j] = work.columns[j].row;
         matching.v[j] = work.columns[j].q - c[j];

@@ -64,7 +64,8 @@ void MultipleElimination::leaveOutDense(const Graph& graph)
 void MultipleElimination::eliminatePass(int limit)
 {
     touchedCount_ = 0;
-    for (int p = lists_.firstUpTo(limit); p != DegreeLists::kNone; p = lists_.firstUpTo(limit)) {
+    for (int p = lists_.firstUpTo(limit); p != DegreeLists::kNone && WorkScope::goesOn();
+         p = lists_.firstUpTo(limit)) {
         lists_.remove(p);
         eliminate(p);
     }

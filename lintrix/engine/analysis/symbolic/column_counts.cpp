@@ -4,6 +4,7 @@
 #include <lintrix/engine/analysis/graph/postorder.h>
 #include <lintrix/engine/call/memory.h>
 #include <lintrix/services/team.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -33,6 +34,7 @@ struct Visits {
 // What one thread needs: the leaves found for its rows, and disjoint sets over the whole tree.
 struct RowSubtrees {
     static constexpr int kArrays = 4;
+    static constexpr double kCellsOfANode = 4.0;
 
     RowSubtrees(std::span<int> work, int n)
         : ancestor(work.subspan(0, size(n))), delta(work.subspan(size(n), size(n))),
@@ -60,7 +62,9 @@ struct RowSubtrees {
         lastFirst[row] = firstOfColumn;
     }
 
-    void count(const Graph& graph, std::span<const int> parent, const Visits& visits, int lowest, int highest)
+    // As far as `share` goes on.
+    void count(const Graph& graph, std::span<const int> parent, const Visits& visits, int lowest, int highest,
+               WorkShare& share)
     {
         const auto n = static_cast<int>(parent.size());
         for (int j = 0; j < n; ++j) {
@@ -70,6 +74,7 @@ struct RowSubtrees {
         }
         for (const int j : visits.nodeAt) {
             const std::span<const int> rows = graph.of(j);
+            if (!share.add(kCellsOfANode + static_cast<double>(rows.size()))) return;
             const int from = std::max(lowest, j + 1);
             for (auto row = std::lower_bound(rows.begin(), rows.end(), from);
                  row != rows.end() && *row < highest; ++row) {
@@ -130,12 +135,15 @@ Failure columnCounts(const Graph& graph, std::span<const int> parent, int thread
     const Visits visits{order.span().first(size), order.span().subspan(size, size), order.span().last(size)};
     visits.arrange(parent);
 
+    const WorkMeter asking(0.0); // tells nothing
     const std::size_t each = static_cast<std::size_t>(RowSubtrees::kArrays) * parent.size();
     runParts(threads, threads, [&](int t) {
         const auto bound = [&](int part) { return static_cast<int>(std::int64_t{n} * part / threads); };
+        WorkShare share(asking);
         RowSubtrees subtrees(work.span().subspan(each * static_cast<std::size_t>(t), each), n);
-        subtrees.count(graph, parent, visits, bound(t), bound(t + 1));
+        subtrees.count(graph, parent, visits, bound(t), bound(t + 1), share);
     });
+    if (!asking.goesOn()) return stopped();
     gather(work.span(), threads, parent, count);
     return {};
 }

@@ -1,6 +1,7 @@
 #include <lintrix/engine/analysis/symbolic/column_refinement.h>
 
 #include <lintrix/engine/call/memory.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <array>
@@ -38,7 +39,8 @@ public:
     explicit operator bool() const { return work_ && hitStarts_ && hits_; }
     std::int64_t missingBytes() const { return engine::missingBytes(work_, hitStarts_, hits_); }
 
-    void refine()
+    // Returns whether all runs are refined: else the work has to end.
+    bool refine()
     {
         collectHits();
         std::iota(columnAt_.begin(), columnAt_.end(), 0);
@@ -46,15 +48,25 @@ public:
         std::fill(hitsIn_.begin(), hitsIn_.end(), 0);
         std::fill(madeOf_.begin(), madeOf_.end(), kNone);
         std::fill(originOf_.begin(), originOf_.end(), kNone);
-        for (int run = 0; run < runs_; ++run) refineRun(run);
+        const WorkMeter asking(0.0); // tells nothing
+        WorkShare share(asking);
+        for (int run = 0; run < runs_; ++run) {
+            if (!share.add(cellsOf(run))) return false;
+            refineRun(run);
+        }
+        return true;
     }
 
     // Brings the row lists to the new order. A supernode's own columns, and those of the pieces that continue
     // it, are all positions of a stretch in either order.
-    void relabel(std::span<int> rows) const
+    // Returns whether it has: else the work has to end.
+    bool relabel(std::span<int> rows) const
     {
+        const WorkMeter asking(0.0); // tells nothing
+        WorkShare share(asking);
         int behind = n_; // the columns of J and of what continues it
         for (int J = structure_.supernodes() - 1; J >= 0; --J) {
+            if (!share.add(kTouches * structure_.height(J))) return false;
             if (!continues(J)) behind = structure_.starts[J + 1];
             int* const list = rows.data() + structure_.rowStarts[J];
             int *const first = list + (behind - structure_.starts[J]), *const end =
@@ -62,6 +74,7 @@ public:
             std::transform(first, end, first, [&](int row) { return placeOf_[row]; });
             if (!std::is_sorted(first, end)) std::sort(first, end);
         }
+        return true;
     }
 
     void relabel(Ordering ordering) const
@@ -75,6 +88,7 @@ public:
 
 private:
     static constexpr int kNone = -1;
+    static constexpr double kTouches = 8.0; // of a row, by a sort or by the classes it moves through
     static constexpr int kArrays = 10;
     std::array<std::span<int>*, kArrays> arrays()
     {
@@ -103,6 +117,13 @@ private:
             if (runOf_[j] != 0) runStart_[runs_++] = j;
             runOf_[j] = runs_ - 1;
         }
+    }
+
+    // That refining a run touches: its columns, and each hit several times.
+    double cellsOf(int run) const
+    {
+        const auto hits = static_cast<double>(hitStarts_[run + 1] - hitStarts_[run]);
+        return width(run) + kTouches * hits * (1.0 + width(run) / 2.0);
     }
 
     int width(int run) const { return (run + 1 < runs_ ? runStart_[run + 1] : n_) - runStart_[run]; }
@@ -223,10 +244,9 @@ Failure refineColumnOrder(const FactorStructure& structure, std::span<const Posi
 {
     Refinement refinement(structure, subgraphs);
     if (!refinement) return outOfMemory(BlockCode::Transient, refinement.missingBytes());
-    refinement.refine();
+    if (!refinement.refine()) return stopped();
     refinement.relabel(ordering);
-    refinement.relabel(rows);
-    return {};
+    return refinement.relabel(rows) ? Failure{} : stopped();
 }
 
 } // namespace Velmar::Lintrix::detail::engine

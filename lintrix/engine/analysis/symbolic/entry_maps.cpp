@@ -1,6 +1,7 @@
 #include <lintrix/engine/analysis/symbolic/entry_maps.h>
 
 #include <lintrix/engine/call/memory.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -18,6 +19,9 @@ public:
           symmetricStorage_(symmetricStorage), maps_(maps)
     {
     }
+
+    // False: the work has to end, and the maps are unfinished.
+    bool goesOn() const { return asking_.goesOn(); }
 
     // Counting sort by supernode. firstEntry[J + 1] runs from the start of J to its end; the place of an
     // entry holds the position of its row until the place itself is known.
@@ -43,6 +47,8 @@ public:
     {
         for (int J = 0; J < structure_.supernodes(); ++J) {
             const std::span<const int> rows = structure_.rowsOf(J);
+            const int entries = maps_.firstEntry[J + 1] - maps_.firstEntry[J];
+            if (!share_.add(static_cast<double>(rows.size()) + kCellsOfAnEntry * entries)) return;
             for (std::size_t i = 0; i < rows.size(); ++i) index[rows[i]] = static_cast<int>(i);
             for (int k = maps_.firstEntry[J]; k < maps_.firstEntry[J + 1]; ++k) {
                 const int column = ordering_.positionOf[A_.columns[maps_.source[k]]];
@@ -52,10 +58,13 @@ public:
     }
 
 private:
+    static constexpr double kCellsOfAnEntry = 8.0; // wherever they stand
+
     template <class Visit>
     void forEachEntry(Visit visit) const
     {
         for (int i = 0; i < A_.order(); ++i) {
+            if (!share_.add(kCellsOfAnEntry * (A_.starts[i + 1] - A_.starts[i]))) return;
             const int row = ordering_.positionOf[columnOfRow_.empty() ? i : columnOfRow_[i]];
             for (int entry = A_.starts[i]; entry < A_.starts[i + 1]; ++entry) {
                 visit(entry, row, ordering_.positionOf[A_.columns[entry]]);
@@ -80,6 +89,8 @@ private:
     const FactorStructure& structure_;
     bool symmetricStorage_;
     const EntryMaps& maps_;
+    WorkMeter asking_{0.0}; // tells nothing
+    mutable WorkShare share_{asking_};
 };
 
 bool panelsFit(const FactorStructure& structure)
@@ -101,8 +112,8 @@ Failure mapEntries(const RowPattern& A, std::span<const int> columnOfRow, const 
     if (!index) return outOfMemory(BlockCode::Transient, missingBytes(index));
     EntryMapper mapper(A, columnOfRow, ordering, structure, symmetricStorage, maps);
     mapper.sortBySupernode();
-    mapper.findPlaces(index.span());
-    return {};
+    if (mapper.goesOn()) mapper.findPlaces(index.span());
+    return mapper.goesOn() ? Failure{} : stopped();
 }
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -1,6 +1,7 @@
 #include <lintrix/engine/analysis/symbolic/factor_structure.h>
 
 #include <lintrix/engine/call/memory.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <numeric>
@@ -21,18 +22,25 @@ public:
         std::fill(firstChild_.begin(), firstChild_.end(), -1);
     }
 
-    void fill()
+    // Returns whether all are filled: else the work has to end.
+    bool fill()
     {
+        const WorkMeter asking(0.0); // tells nothing
+        WorkShare share(asking);
         for (int J = 0; J < structure_.supernodes(); ++J) {
+            if (!share.add(kCellsOfARow * structure_.height(J))) return false;
             fillOne(J);
             if (const int p = structure_.parent(J); p >= 0) {
                 nextChild_[J] = firstChild_[p];
                 firstChild_[p] = J;
             }
         }
+        return true;
     }
 
 private:
+    static constexpr double kCellsOfARow = 8.0; // which several children hand up
+
     std::span<int> part(std::span<int> work, std::size_t which) const
     {
         const std::size_t n = static_cast<std::size_t>(graph_.vertices());
@@ -138,8 +146,7 @@ Failure fillRowLists(const Graph& graph, const FactorStructure& structure, std::
 {
     const auto work = Scratch<int>::uninitialised(4 * std::int64_t{graph.vertices()});
     if (!work) return outOfMemory(BlockCode::Transient, missingBytes(work));
-    RowLists(graph, structure, rows, work.span()).fill();
-    return {};
+    return RowLists(graph, structure, rows, work.span()).fill() ? Failure{} : stopped();
 }
 
 FactorSizes panelStarts(const FactorStructure& structure, std::span<std::int64_t> lowerStarts,
