@@ -108,11 +108,11 @@ public:
     static constexpr int kTall = Rows * kLanes;
 
     VectorKernel(const UpdateProduct<T>& product, const UpdateTarget<T>& target)
-        : product_(product), target_(target)
+        : product_(product), target_(target), columnsAhead_(product.w * Cols / product.k + 1)
     {
     }
 
-    /// Small products: factors where they lie, one group of columns after another.
+    /// Few rows: factors where they lie, one group of columns after another.
     LINTRIX_ALWAYS_INLINE void runInPlace(bool lowerTriangle) const
     {
         int c = 0;
@@ -125,7 +125,7 @@ public:
         }
     }
 
-    /// Larger ones: b is packed by groups of columns, and a block of rows stays in the cache while they pass;
+    /// Many rows: b is packed by groups of columns, and a block of rows stays in the cache while they pass;
     /// it is packed, too, where there are many groups.
     LINTRIX_ALWAYS_INLINE void runPacked(bool lowerTriangle, T* work) const
     {
@@ -307,6 +307,7 @@ private:
         const int end = lowerTriangle ? std::min(columnsEnd, i + TheseRows * kLanes) : columnsEnd;
         for (; c < end; c += Cols, groups += std::ptrdiff_t{Cols} * product_.w) {
             block<TheseRows, Cols>(panel, a, lda, groups, Cols, i, first, c, std::min(Cols, columnsEnd - c));
+            if constexpr (TheseRows == Rows) prefetchRows(i + kTall, c);
         }
     }
 
@@ -332,22 +333,32 @@ private:
         }
     }
 
-    // The next block is brought near on the way, to its last element: each column is on a page of its own,
-    // where the processor does not look ahead for as few lines as a block takes of it.
     LINTRIX_ALWAYS_INLINE void packRows(int i, T* rows) const
     {
         for (int p = 0; p < product_.w; ++p, rows += kTall) {
             const T* const a = product_.a + std::ptrdiff_t{product_.lda} * p + i;
-            for (int r = 0; r < kTall; r += kLanes) {
-                __builtin_prefetch(a + r + kTall);
+            for (int r = 0; r < kTall; r += kLanes)
                 *reinterpret_cast<V*>(rows + r) = *reinterpret_cast<const V*>(a + r);
-            }
-            __builtin_prefetch(a + 2 * kTall - 1);
+        }
+    }
+
+    // Of the rows [i, i + kTall) what falls to the group at column c, so that all are near once the groups
+    // have passed: each column is on a page of its own, where the processor does not look ahead for as few
+    // lines as a block takes of it.
+    LINTRIX_ALWAYS_INLINE void prefetchRows(int i, int c) const
+    {
+        constexpr int kForReading = 0, kToSecondLevel = 2;
+        const int first = c / Cols * columnsAhead_, last = std::min(product_.w, first + columnsAhead_);
+        for (int p = first; p < last; ++p) {
+            const T* const a = product_.a + std::ptrdiff_t{product_.lda} * p + i;
+            for (int r = 0; r < kTall; r += kLanes) __builtin_prefetch(a + r, kForReading, kToSecondLevel);
+            __builtin_prefetch(a + kTall - 1, kForReading, kToSecondLevel);
         }
     }
 
     const UpdateProduct<T>& product_;
     const UpdateTarget<T>& target_;
+    const int columnsAhead_; // of a, by which a group brings the next rows near
 };
 
 /// Without vectors: what is shorter than one.
