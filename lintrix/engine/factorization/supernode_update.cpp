@@ -15,14 +15,15 @@ namespace {
 using update_kernel::runByElements;
 using update_kernel::VectorKernel;
 
-// Products of more multiplications than this are worth packing.
-constexpr std::int64_t kLargestInPlace = 3000;
+// Rows of a descendant that a second-level cache holds are read where they lie, group of columns after group:
+// packing them costs more than it saves.
+constexpr std::int64_t kMostBytesInPlace = std::int64_t{128} << 10;
 
 template <class T, class Kernel>
 LINTRIX_ALWAYS_INLINE void run(const UpdateProduct<T>& product, const Kernel& kernel, bool lowerTriangle,
                                T* work)
 {
-    if (std::int64_t{product.m} * product.k * product.w > kLargestInPlace) {
+    if (std::int64_t{product.m} * product.w * std::int64_t{sizeof(T)} > kMostBytesInPlace) {
         kernel.runPacked(lowerTriangle, work);
     } else {
         kernel.runInPlace(lowerTriangle);

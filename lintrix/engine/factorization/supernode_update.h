@@ -51,8 +51,8 @@ constexpr std::int64_t updateBufferSize(int k, int w, int panels) noexcept
 ///
 /// The kernel is the engine's own and no call of a BLAS product: most descendants are so small that the call
 /// costs more than the product, and what BLAS leaves in a buffer would need a second pass to be subtracted.
-/// Products are formed in registers, small ones from where the factors lie, larger ones from packed factors,
-/// and subtracted from there: a vector at a time where the rows of the target are neighbours, else by
+/// Products are formed in registers, from where the factors lie if they stay in the cache, else from packed
+/// ones, and subtracted from there: a vector at a time where the rows of the target are neighbours, else by
 /// elements. The choice depends on sizes and rows alone, so the bits of a result do not depend on who
 /// computes it.
 template <class T>

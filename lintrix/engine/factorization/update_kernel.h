@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <type_traits>
 #include <utility>
 
 #define LINTRIX_ALWAYS_INLINE [[gnu::always_inline]] inline
+#define LINTRIX_INLINE_LAMBDA __attribute__((always_inline)) // has the instruction set of where it stands
 
 namespace Velmar::Lintrix::detail::engine::update_kernel {
 
@@ -22,6 +24,19 @@ struct Vectors {
     static constexpr int kLanes = Bytes / static_cast<int>(sizeof(R));
 };
 
+// body(0), ..., body(Count - 1), each number a constant. What is indexed by constants alone stays in
+// registers; of loops within loops no optimizer promises that, and sums that pass through memory cost more
+// than those of few columns themselves.
+template <int Count, class Body>
+LINTRIX_ALWAYS_INLINE void unrolled(Body body)
+{
+    [&]<int... I>(std::integer_sequence<int, I...>) LINTRIX_INLINE_LAMBDA
+    {
+        (body(std::integral_constant<int, I>{}), ...);
+    }
+    (std::make_integer_sequence<int, Count>{});
+}
+
 // sum[r][c] = sum over p of the r-th vector of a's rows times b(c, p); real numbers.
 template <class R, int Bytes, int Rows, int Cols>
 LINTRIX_ALWAYS_INLINE void multiplyBlock(const R* a, std::ptrdiff_t lda, const R* b, std::ptrdiff_t ldb,
@@ -29,16 +44,16 @@ LINTRIX_ALWAYS_INLINE void multiplyBlock(const R* a, std::ptrdiff_t lda, const R
 {
     using V = typename Vectors<R, Bytes>::type;
     constexpr int lanes = Vectors<R, Bytes>::kLanes;
-    for (int r = 0; r < Rows; ++r) {
-        for (int c = 0; c < Cols; ++c) sum[r][c] = V{};
-    }
+    unrolled<Rows * Cols>([&](auto q) LINTRIX_INLINE_LAMBDA { sum[q / Cols][q % Cols] = V{}; });
     for (int p = 0; p < w; ++p) {
         V x[Rows];
-        for (int r = 0; r < Rows; ++r) x[r] = *reinterpret_cast<const V*>(a + p * lda + r * lanes);
-        for (int c = 0; c < Cols; ++c) {
+        unrolled<Rows>([&](auto r) LINTRIX_INLINE_LAMBDA {
+            x[r] = *reinterpret_cast<const V*>(a + p * lda + r * lanes);
+        });
+        unrolled<Cols>([&](auto c) LINTRIX_INLINE_LAMBDA {
             const R y = b[p * ldb + c];
-            for (int r = 0; r < Rows; ++r) sum[r][c] += x[r] * y;
-        }
+            unrolled<Rows>([&](auto r) LINTRIX_INLINE_LAMBDA { sum[r][c] += x[r] * y; });
+        });
     }
 }
 
@@ -62,24 +77,26 @@ LINTRIX_ALWAYS_INLINE void multiplyComplexBlock(const R* a, std::ptrdiff_t lda, 
     using V = typename Vectors<R, Bytes>::type;
     constexpr int lanes = Vectors<R, Bytes>::kLanes;
     V byImaginary[Rows][Cols];
-    for (int r = 0; r < Rows; ++r) {
-        for (int c = 0; c < Cols; ++c) sum[r][c] = byImaginary[r][c] = V{};
-    }
+    unrolled<Rows * Cols>([&](auto q) LINTRIX_INLINE_LAMBDA {
+        sum[q / Cols][q % Cols] = byImaginary[q / Cols][q % Cols] = V{};
+    });
     for (int p = 0; p < w; ++p) {
         V x[Rows];
-        for (int r = 0; r < Rows; ++r) x[r] = *reinterpret_cast<const V*>(a + 2 * p * lda + r * lanes);
-        for (int c = 0; c < Cols; ++c) {
+        unrolled<Rows>([&](auto r) LINTRIX_INLINE_LAMBDA {
+            x[r] = *reinterpret_cast<const V*>(a + 2 * p * lda + r * lanes);
+        });
+        unrolled<Cols>([&](auto c) LINTRIX_INLINE_LAMBDA {
             const R re = b[2 * (p * ldb + c)], im = b[2 * (p * ldb + c) + 1];
-            for (int r = 0; r < Rows; ++r) {
+            unrolled<Rows>([&](auto r) LINTRIX_INLINE_LAMBDA {
                 sum[r][c] += x[r] * re;
                 byImaginary[r][c] += x[r] * im;
-            }
-        }
+            });
+        });
     }
-    for (int r = 0; r < Rows; ++r) {
-        for (int c = 0; c < Cols; ++c)
-            addTimesI<R, Bytes>(sum[r][c], byImaginary[r][c], std::make_integer_sequence<int, lanes>());
-    }
+    unrolled<Rows * Cols>([&](auto q) LINTRIX_INLINE_LAMBDA {
+        addTimesI<R, Bytes>(sum[q / Cols][q % Cols], byImaginary[q / Cols][q % Cols],
+                            std::make_integer_sequence<int, lanes>());
+    });
 }
 
 /// The products of one descendant with one target, block by block of `Rows` vectors by `Cols` columns, which
@@ -91,11 +108,11 @@ public:
     static constexpr int kTall = Rows * kLanes;
 
     VectorKernel(const UpdateProduct<T>& product, const UpdateTarget<T>& target)
-        : product_(product), target_(target)
+        : product_(product), target_(target), columnsAhead_(product.w * Cols / product.k + 1)
     {
     }
 
-    /// Small products: factors where they lie, one group of columns after another.
+    /// Few rows: factors where they lie, one group of columns after another.
     LINTRIX_ALWAYS_INLINE void runInPlace(bool lowerTriangle) const
     {
         int c = 0;
@@ -108,7 +125,7 @@ public:
         }
     }
 
-    /// Larger ones: b is packed by groups of columns, and a block of rows stays in the cache while they pass;
+    /// Many rows: b is packed by groups of columns, and a block of rows stays in the cache while they pass;
     /// it is packed, too, where there are many groups.
     LINTRIX_ALWAYS_INLINE void runPacked(bool lowerTriangle, T* work) const
     {
@@ -138,6 +155,7 @@ private:
     using R = RealOf<T>;
     using V = typename Vectors<R, Bytes>::type;
     static constexpr int kGroupsInPlace = 3;
+    static constexpr int kLeastToPrefetch = 16; // columns summed over: fewer do not cover the way
 
     // Rows [i, i + TheseRows*kLanes) of TheseCols columns from c on, of which `wanted` count; of the rows,
     // those from `first` on.
@@ -146,14 +164,53 @@ private:
                                      std::ptrdiff_t ldb, int i, int first, int c, int wanted) const
     {
         V sum[TheseRows][TheseCols];
+        const bool together = first <= i && areNeighbours<TheseRows * kLanes>(i);
+        if (together && product_.w >= kLeastToPrefetch) prefetch<TheseRows, TheseCols>(panel, i, c, wanted);
         if constexpr (kIsComplex<T>) {
             multiplyComplexBlock<R, Bytes, TheseRows, TheseCols>(
                 reinterpret_cast<const R*>(a), lda, reinterpret_cast<const R*>(b), ldb, product_.w, sum);
         } else {
             multiplyBlock<R, Bytes, TheseRows, TheseCols>(a, lda, b, ldb, product_.w, sum);
         }
-        for (int r = 0; r < TheseRows; ++r)
+        if (together) return subtractTogether(panel, sum, i, c, wanted);
+        unrolled<TheseRows>([&](auto r) LINTRIX_INLINE_LAMBDA {
             subtract<TheseCols>(panel, sum[r], i + r * kLanes, first, c, wanted);
+        });
+    }
+
+    // Whether the target has the rows [i, i + Count) side by side.
+    template <int Count>
+    LINTRIX_ALWAYS_INLINE bool areNeighbours(int i) const
+    {
+        return target_.row[i + Count - 1] - target_.row[i] == Count - 1;
+    }
+
+    // The target's block is far from the processor where panels outgrow its caches; it comes while the
+    // product is formed.
+    template <int TheseRows, int TheseCols>
+    LINTRIX_ALWAYS_INLINE void prefetch(UpdatePanel<T> panel, int i, int c, int wanted) const
+    {
+        constexpr int kForWriting = 1;
+        for (int q = 0; q < TheseCols; ++q) {
+            if (q == wanted) break;
+            const T* const cells = column(panel, c + q) + target_.row[i];
+            for (int r = 0; r < TheseRows; ++r) __builtin_prefetch(cells + r * kLanes, kForWriting);
+            __builtin_prefetch(cells + TheseRows * kLanes - 1, kForWriting);
+        }
+    }
+
+    // All rows of the block at once.
+    template <int TheseRows, int TheseCols>
+    LINTRIX_ALWAYS_INLINE void subtractTogether(UpdatePanel<T> panel, const V (&sum)[TheseRows][TheseCols],
+                                                int i, int c, int wanted) const
+    {
+        unrolled<TheseCols>([&](auto q) LINTRIX_INLINE_LAMBDA {
+            if (q >= wanted) return;
+            T* const cells = column(panel, c + q) + target_.row[i];
+            unrolled<TheseRows>([&](auto r) LINTRIX_INLINE_LAMBDA {
+                *reinterpret_cast<V*>(cells + r * kLanes) -= sum[r][q];
+            });
+        });
     }
 
     // One vector of rows from i on: at once where the target has them side by side.
@@ -162,14 +219,14 @@ private:
                                         int c, int wanted) const
     {
         const int* const row = target_.row + i;
-        if (first <= i && row[kLanes - 1] - row[0] == kLanes - 1) {
-            for (int q = 0; q < TheseCols; ++q) {
+        if (first <= i && areNeighbours<kLanes>(i)) {
+            unrolled<TheseCols>([&](auto q) LINTRIX_INLINE_LAMBDA {
                 if (q < wanted) *reinterpret_cast<V*>(column(panel, c + q) + row[0]) -= sum[q];
-            }
+            });
             return;
         }
         alignas(Bytes) T kept[TheseCols][kLanes];
-        for (int q = 0; q < TheseCols; ++q) *reinterpret_cast<V*>(kept[q]) = sum[q];
+        unrolled<TheseCols>([&](auto q) LINTRIX_INLINE_LAMBDA { *reinterpret_cast<V*>(kept[q]) = sum[q]; });
         for (int q = 0; q < wanted; ++q) {
             T* const cells = column(panel, c + q);
             for (int r = std::max(0, first - i); r < kLanes; ++r) cells[row[r]] -= kept[q][r];
@@ -250,6 +307,7 @@ private:
         const int end = lowerTriangle ? std::min(columnsEnd, i + TheseRows * kLanes) : columnsEnd;
         for (; c < end; c += Cols, groups += std::ptrdiff_t{Cols} * product_.w) {
             block<TheseRows, Cols>(panel, a, lda, groups, Cols, i, first, c, std::min(Cols, columnsEnd - c));
+            if constexpr (TheseRows == Rows) prefetchRows(i + kTall, c);
         }
     }
 
@@ -275,21 +333,32 @@ private:
         }
     }
 
-    // The next block is brought near on the way: each column is on a page of its own, where the processor
-    // does not look ahead for as few lines as a block takes of it.
     LINTRIX_ALWAYS_INLINE void packRows(int i, T* rows) const
     {
         for (int p = 0; p < product_.w; ++p, rows += kTall) {
             const T* const a = product_.a + std::ptrdiff_t{product_.lda} * p + i;
-            for (int r = 0; r < kTall; r += kLanes) {
-                __builtin_prefetch(a + r + kTall);
+            for (int r = 0; r < kTall; r += kLanes)
                 *reinterpret_cast<V*>(rows + r) = *reinterpret_cast<const V*>(a + r);
-            }
+        }
+    }
+
+    // Of the rows [i, i + kTall) what falls to the group at column c, so that all are near once the groups
+    // have passed: each column is on a page of its own, where the processor does not look ahead for as few
+    // lines as a block takes of it.
+    LINTRIX_ALWAYS_INLINE void prefetchRows(int i, int c) const
+    {
+        constexpr int kForReading = 0, kToSecondLevel = 2;
+        const int first = c / Cols * columnsAhead_, last = std::min(product_.w, first + columnsAhead_);
+        for (int p = first; p < last; ++p) {
+            const T* const a = product_.a + std::ptrdiff_t{product_.lda} * p + i;
+            for (int r = 0; r < kTall; r += kLanes) __builtin_prefetch(a + r, kForReading, kToSecondLevel);
+            __builtin_prefetch(a + kTall - 1, kForReading, kToSecondLevel);
         }
     }
 
     const UpdateProduct<T>& product_;
     const UpdateTarget<T>& target_;
+    const int columnsAhead_; // of a, by which a group brings the next rows near
 };
 
 /// Without vectors: what is shorter than one.

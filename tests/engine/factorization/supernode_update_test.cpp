@@ -50,6 +50,9 @@ protected:
         return all;
     }
 
+    // So many columns to sum over that m rows of them outgrow the cache, and are packed.
+    static int depthToPack(int m) { return 200 * 1024 / (m * static_cast<int>(sizeof(T))); }
+
     struct Shape {
         int m, k, w;
         int stretch; ///< of neighbours among the rows; 0: all are
@@ -145,11 +148,11 @@ TYPED_TEST(SupernodeUpdate, SmallShapes)
     }
 }
 
-TYPED_TEST(SupernodeUpdate, PackedShapesInStretches)
+TYPED_TEST(SupernodeUpdate, ShapesInPlaceAndPackedInStretches)
 {
     for (const int m : {24, 25, 31, 48, 97, 150}) {
         for (const int k : {1, 4, 7, 8, 9, 17, 24}) {
-            for (const int w : {13, 64}) {
+            for (const int w : {13, 64, this->depthToPack(m)}) {
                 for (const int stretch : {1, 4, 30}) {
                     for (const bool lower : {false, true}) this->expectExact({m, k, w, stretch, lower, 5});
                 }
@@ -174,7 +177,7 @@ TYPED_TEST(SupernodeUpdate, SeveralPanels)
         for (const int m : {5, 23, 60, 131}) {
             for (const int k : {4, 5, 23, 50}) {
                 if (k > m) continue;
-                for (const int w : {2, 40}) {
+                for (const int w : {2, 40, this->depthToPack(m)}) {
                     for (const int stretch : {0, 5}) {
                         this->expectExact({m, k, w, stretch, true, 5, panels, false});
                         this->expectExact({m, k, w, stretch, false, 5, panels, false});
@@ -182,6 +185,38 @@ TYPED_TEST(SupernodeUpdate, SeveralPanels)
                     }
                 }
             }
+        }
+    }
+}
+
+// Where the rows of the target stand decides how they are reached, not what is subtracted: the same bits go
+// to rows side by side and to rows apart, from factors in place and from packed ones.
+TYPED_TEST(SupernodeUpdate, BitsDoNotDependOnThePlacesOfTheRows)
+{
+    using T = TypeParam;
+    for (const int m : {8, 24, 53, 90}) {
+        for (const int w : {5, 33, this->depthToPack(m)}) {
+            SCOPED_TRACE(::testing::Message() << "m " << m << ", w " << w);
+            const int k = m / 2;
+            std::mt19937 random(static_cast<unsigned>(m + w));
+            const std::vector<T> a = this->values(m * w, random), b = this->values(k * w, random);
+            std::vector<T> buffer(static_cast<std::size_t>(updateBufferSize(k, w, 1)));
+            const auto subtractedFromZero = [&](int step) {
+                const int ld = step * m;
+                std::vector<T> cells(static_cast<std::size_t>(ld * ld));
+                std::vector<int> row(static_cast<std::size_t>(m));
+                for (int i = 0; i < m; ++i) row[static_cast<std::size_t>(i)] = step * i;
+                const UpdatePanel<T> panel{cells.data(), ld, k, 0};
+                subtractProduct<T>({a.data(), m, b.data(), k, m, k, w, 0}, {{&panel, 1}, row.data()}, false,
+                                   buffer.data());
+                std::vector<T> result;
+                for (int c = 0; c < k; ++c) {
+                    for (int i = 0; i < m; ++i)
+                        result.push_back(cells[static_cast<std::size_t>(step * i + ld * step * c)]);
+                }
+                return result;
+            };
+            EXPECT_EQ(subtractedFromZero(1), subtractedFromZero(3));
         }
     }
 }
