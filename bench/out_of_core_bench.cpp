@@ -1,7 +1,7 @@
 // Factors in files beside factors in memory: times of factorization and solves, what is moved, what is
 // hidden.
 //
-//     out_of_core_bench FOLDER [SIDE [PAIRS]]
+//     out_of_core_bench FOLDER [SIDE [PAIRS [TYPE]]]
 //
 // The matrix is the Laplacian of a grid of SIDE^3 points (default 50) in the storage of each type, the core a
 // quarter of its factor, the folder that of the files. Both ways are timed in turn, PAIRS (default 3) times;
@@ -247,7 +247,7 @@ void measure(int mtype, int threads)
 int main(int argc, char** argv)
 {
     if (argc < 2) {
-        std::fprintf(stderr, "out_of_core_bench FOLDER [SIDE [PAIRS]]\n");
+        std::fprintf(stderr, "out_of_core_bench FOLDER [SIDE [PAIRS [TYPE]]]\n");
         return 2;
     }
     folder = std::string(argv[1]) + "/out_of_core_bench";
@@ -260,7 +260,9 @@ int main(int argc, char** argv)
     std::printf("| type | threads | factor MB | core MB | factorization s, in memory, in files, ratio |"
                 " solve of 1 ms | solve of 8 ms | factorization and solve | MB read, written | by a solve |"
                 " residuals | hidden |\n|---|---|---|---|---|---|---|---|---|---|---|---|\n");
-    for (const int mtype : {2, -2, 11, 1, 4, -4, 6, 13, 3}) {
+    std::vector<int> types{2, -2, 11, 1, 4, -4, 6, 13, 3};
+    if (argc > 4) types.assign(1, std::atoi(argv[4]));
+    for (const int mtype : types) {
         for (const int threads : {1, 2}) measure(mtype, threads);
     }
     std::filesystem::remove_all(folder);

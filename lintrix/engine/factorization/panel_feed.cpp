@@ -41,7 +41,9 @@ template <class T>
 const Factor<T>* PanelFeed<T>::hold(const Chunk& chunk)
 {
     if (chunk.isNone()) return nullptr;
+    const bool isStopped = !goesOn();
     std::unique_lock lock(mutex_);
+    if (isStopped) fail(stopped());
     while (!failure_ && !isThere(chunk)) {
         const Piece piece = next_.number == chunk.number ? takePiece() : Piece{};
         if (piece.slot != nullptr) {
@@ -50,7 +52,6 @@ const Factor<T>* PanelFeed<T>::hold(const Chunk& chunk)
             changed_.wait(lock);
         }
     }
-    if (!failure_ && work_ != nullptr && !work_->goesOn()) failure_ = stopped();
     return failure_ ? nullptr : &slotOf(chunk.number).at;
 }
 
@@ -71,6 +72,19 @@ bool PanelFeed<T>::serve()
     if (piece.slot == nullptr) return false;
     bring(piece, lock);
     return true;
+}
+
+template <class T>
+void PanelFeed<T>::serveToEnd()
+{
+    std::unique_lock lock(mutex_);
+    while (!failure_ && !next_.isNone()) {
+        if (const Piece piece = takePiece(); piece.slot != nullptr) {
+            bring(piece, lock);
+        } else if (!next_.isNone()) {
+            changed_.wait(lock);
+        }
+    }
 }
 
 template <class T>
@@ -143,6 +157,13 @@ typename PanelFeed<T>::Piece PanelFeed<T>::takePiece()
     return {};
 }
 
+template <class T>
+void PanelFeed<T>::fail(const Failure& failure)
+{
+    if (!failure_) failure_ = failure;
+    changed_.notify_all();
+}
+
 // Leaves the lock for the length of the transfer.
 template <class T>
 void PanelFeed<T>::bring(const Piece& piece, std::unique_lock<std::mutex>& lock)
@@ -150,10 +171,9 @@ void PanelFeed<T>::bring(const Piece& piece, std::unique_lock<std::mutex>& lock)
     const Factor<T> into = piece.slot->at;
     const Halves halves = piece.slot->reads;
     lock.unlock();
-    const bool goesOn = work_ == nullptr || work_->goesOn();
-    const Failure failure = goesOn ? store_.read(piece.panels, into, halves) : stopped();
+    const Failure failure = goesOn() ? store_.read(piece.panels, into, halves) : stopped();
     lock.lock();
-    if (failure && !failure_) failure_ = failure;
+    if (failure) fail(failure);
     --piece.slot->onTheWay;
     --onTheWay_;
     changed_.notify_all();

@@ -50,6 +50,8 @@ public:
 
     /// Reads the next piece, where there is room for it. @return  whether there was
     bool serve();
+    /// Serves until there is nothing more to read in this pass.
+    void serveToEnd();
     /// Ends the pass: nobody reads any more, and nothing is held until the next.
     void end();
 
@@ -73,6 +75,8 @@ private:
     };
 
     Slot& slotOf(int number) noexcept { return slots_[static_cast<unsigned>(number % schedule_.slots())]; }
+    bool goesOn() const noexcept { return work_ == nullptr || work_->goesOn(); }
+    void fail(const Failure& failure);
     bool isThere(const Chunk& chunk) noexcept;
     bool opens(Slot& slot);
     Piece takePiece();

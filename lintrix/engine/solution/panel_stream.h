@@ -8,8 +8,6 @@
 #include <lintrix/services/export.h>
 #include <lintrix/services/team.h>
 
-#include <algorithm>
-
 namespace Velmar::Lintrix::detail::engine {
 
 /// Holds as many panels at a time as its room does, and of these the halves that a pass needs. What one pass
@@ -23,7 +21,8 @@ public:
                 int threads) noexcept;
 
     /// Calls visit(part, factor, range) with these halves of the panels of the range in memory, for each
-    /// part 0 .. parts-1: the ranges of one in their order, on one thread. After a failure, which stays,
+    /// part 0 .. parts-1: the ranges of one in their order, on one thread. Threads of the team that have no
+    /// part read. After a failure, which stays,
     /// there are no more calls.
     template <class Visit>
     void upwards(Halves halves, int parts, const Visit& visit)
@@ -44,7 +43,8 @@ private:
     {
         feed_.begin(pass, number, halves, parts);
         attendants_.call();
-        runTeam(std::min(parts, threads_), [&](const TeamMember& member) {
+        runTeam(threads_, [&](const TeamMember& member) {
+            if (member.thread >= parts) return feed_.serveToEnd();
             StoredFactor<T> factor = factor_;
             auto chunk = feed_.first();
             while (const Factor<T>* const panels = feed_.hold(chunk)) {

@@ -129,7 +129,7 @@ TEST_P(SolveOverlap, PanelsAreReadWhileThoseBeforeThemAreWorkedWith)
     const auto [mtype, threads, sides] = GetParam();
     const ThreadSetting setting(threads);
     const int megabytes = leastCore(20, mtype, sides) + 2;
-    OutOfCoreSystem system(20, mtype, megabytes);
+    OutOfCoreSystem system(20, mtype, megabytes, 2);
     system.setRightSides(sides);
     system.call.set(26, 1);
     ASSERT_EQ(system.call.run(12), 0);
@@ -213,7 +213,7 @@ public:
         FactorStore<T> store(plan_, files, 1);
         if (const Failure failure = store.allocate()) return failure;
         const auto room = detail::engine::Scratch<T>::uninitialised(roomOf<T>(schedule_));
-        const detail::WorkStep step(multiplications(plan_.structure));
+        const detail::WorkStep step(done_);
         notes.clear();
         return factorizeInGroups<T>(plan_, c_.rules, A_.values.data(), c_.factor(), store, schedule_,
                                     room.get(), {})
