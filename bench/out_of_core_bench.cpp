@@ -1,21 +1,26 @@
 // Factors in files beside factors in memory: times of factorization and solves, what is moved, what is
 // hidden.
 //
-//     out_of_core_bench FOLDER [SIDE [PAIRS]]
+//     out_of_core_bench FOLDER [SIDE [PAIRS [TYPE]]]
 //
-// The matrix is the Laplacian of a grid of SIDE^3 points (default 50) in the storage of each type, the core a
-// quarter of its factor, the folder that of the files. Both ways are timed in turn, PAIRS (default 3) times;
-// reported are medians, and the medians of the ratios pair by pair. The files stay in the page cache of the
-// system, as they do on a machine whose memory they fit. Then they are driven out of it, and what a solve
-// takes longer is told beside what the disk takes to read them: the share that is missing was hidden behind
-// arithmetic.
+// The matrix is the Laplacian of a grid of SIDE^3 points (default 50) in the storage of each type, or of TYPE
+// alone, the core a quarter of its factor, the folder that of the files. Both ways are timed in turn, PAIRS
+// (default 3) times; reported are medians, and the medians of the ratios pair by pair. The files stay in the
+// page cache of the system, as they do on a machine whose memory they fit.
+//
+// Then they are timed on a slow disk: this program's own pread and pwrite sleep as long as one of a gigabyte
+// a second is busy, which takes nothing from the arithmetic. Beside what that takes stand the arithmetic
+// alone, which is the time in memory, and the disk alone. Of the shorter one the share is told that the
+// longer one hid.
 
 #include <lintrix/engine/pardiso.h>
+#include <lintrix/services/export.h>
 #include <lintrix/services/threads.h>
 
 #include "bench/laplacian.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <complex>
@@ -24,14 +29,59 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include <fcntl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::bench;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// One transfer at a time; while it is busy, others queue. The system reads and writes some of it while nobody
+// asks.
+struct Disk {
+    static constexpr double kBytesPerSecond = 1e9;
+    static constexpr std::chrono::milliseconds kAhead{4};
+
+    void move(std::size_t bytes)
+    {
+        if (!isSlow) return;
+        const auto time = std::chrono::duration_cast<Clock::duration>(
+            std::chrono::duration<double>(static_cast<double>(bytes) / kBytesPerSecond));
+        Clock::time_point done;
+        {
+            const std::lock_guard lock(queue);
+            done = free = std::max(free, Clock::now() - kAhead) + time;
+        }
+        std::this_thread::sleep_until(done);
+    }
+
+    std::atomic<bool> isSlow = false;
+    std::mutex queue;
+    Clock::time_point free;
+} disk;
+
+} // namespace
+
+// The library calls these.
+extern "C" LINTRIX_EXPORT ssize_t pread(int descriptor, void* into, size_t count, off_t offset)
+{
+    disk.move(count);
+    return syscall(SYS_pread64, descriptor, into, count, offset);
+}
+
+extern "C" LINTRIX_EXPORT ssize_t pwrite(int descriptor, const void* from, size_t count, off_t offset)
+{
+    disk.move(count);
+    return syscall(SYS_pwrite64, descriptor, from, count, offset);
+}
 
 namespace {
 
@@ -56,7 +106,7 @@ Rows matrixFor(int mtype)
 
 double secondsNow()
 {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+    return std::chrono::duration<double>(Clock::now().time_since_epoch()).count();
 }
 
 double medianOf(std::vector<double> values)
@@ -81,38 +131,6 @@ struct Moved {
     }
     double read = 0, written = 0;
 };
-
-// Calls work(descriptor) for each of the files that hold panels.
-template <class Work>
-void forEachPanelFile(const Work& work)
-{
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        const std::string path = entry.path().string();
-        if (!path.ends_with(".lnz") && !path.ends_with(".unz")) continue;
-        const int file = ::open(path.c_str(), O_RDONLY);
-        work(file);
-        ::close(file);
-    }
-}
-
-void driveOutOfCache()
-{
-    forEachPanelFile([](int file) {
-        if (::fsync(file) != 0 || ::posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED) != 0) std::exit(1);
-    });
-}
-
-double secondsOfDisk()
-{
-    std::vector<char> piece(1 << 20);
-    driveOutOfCache();
-    const double start = secondsNow();
-    forEachPanelFile([&](int file) {
-        while (::read(file, piece.data(), piece.size()) > 0) {
-        }
-    });
-    return secondsNow() - start;
-}
 
 // A system with its factor in memory, or in files beside a core of so many megabytes.
 class System {
@@ -211,14 +229,21 @@ struct Paired {
     double inMemory, inFiles, ratio, megabytesRead, megabytesWritten;
 };
 
-// Of the time that the disk takes to read the factor, the part by which a solve does not grow.
-double hiddenShare(System& files)
-{
-    const double disk = secondsOfDisk(), warm = files.seconds(33, 1);
-    driveOutOfCache();
-    const double cold = files.seconds(33, 1);
-    return std::clamp(1. - (cold - warm) / disk, 0., 1.);
-}
+// A step on the slow disk, and of the shorter one of arithmetic and transfers the part that the longer one
+// hid.
+struct Slowed {
+    Slowed(const Paired& step, System& files, int phase)
+    {
+        std::vector<double> seconds;
+        disk.isSlow = true;
+        for (int pair = 0; pair < pairs; ++pair) seconds.push_back(files.seconds(phase, 1));
+        disk.isSlow = false;
+        total = medianOf(seconds);
+        transfers = (step.megabytesRead + step.megabytesWritten) * (1 << 20) / Disk::kBytesPerSecond;
+        hidden = std::clamp((step.inMemory + transfers - total) / std::min(step.inMemory, transfers), 0., 1.);
+    }
+    double total, transfers, hidden;
+};
 
 void measure(int mtype, int threads)
 {
@@ -230,15 +255,16 @@ void measure(int mtype, int threads)
     const double both = (factorization.inFiles + one.inFiles) / (factorization.inMemory + one.inMemory);
     const double ofMemory = memory.residual(), ofFiles = files.residual();
     if (!(ofMemory < kSolved && ofFiles < kSolved)) std::exit(1);
-    std::vector<double> hidden;
-    for (int pair = 0; pair < pairs; ++pair) hidden.push_back(hiddenShare(files));
+    const Slowed slowFactorization(factorization, files, 22), slowSolve(one, files, 33);
     std::printf("| %2d | %d | %4.0f | %3d | %6.3f %6.3f %5.2f |", mtype, threads, memory.megabytesOfFactor(),
                 core, factorization.inMemory, factorization.inFiles, factorization.ratio);
     for (const Paired& solve : {one, eight})
         std::printf(" %6.1f %6.1f %5.2f |", 1e3 * solve.inMemory, 1e3 * solve.inFiles, solve.ratio);
-    std::printf(" %5.2f | %5.0f %5.0f | %5.0f | %.0e %.0e | %3.0f %% |\n", both, factorization.megabytesRead,
-                factorization.megabytesWritten, one.megabytesRead, ofMemory, ofFiles,
-                100. * medianOf(hidden));
+    std::printf(" %5.2f | %5.0f %5.0f | %5.0f | %.0e %.0e |", both, factorization.megabytesRead,
+                factorization.megabytesWritten, one.megabytesRead, ofMemory, ofFiles);
+    for (const Slowed& slow : {slowFactorization, slowSolve})
+        std::printf(" %.3f %.3f %3.0f %% |", slow.transfers, slow.total, 100. * slow.hidden);
+    std::printf("\n");
     std::fflush(stdout);
 }
 
@@ -247,7 +273,7 @@ void measure(int mtype, int threads)
 int main(int argc, char** argv)
 {
     if (argc < 2) {
-        std::fprintf(stderr, "out_of_core_bench FOLDER [SIDE [PAIRS]]\n");
+        std::fprintf(stderr, "out_of_core_bench FOLDER [SIDE [PAIRS [TYPE]]]\n");
         return 2;
     }
     folder = std::string(argv[1]) + "/out_of_core_bench";
@@ -257,10 +283,14 @@ int main(int argc, char** argv)
     setenv("MKL_PARDISO_OOC_PATH", (folder + "/factor").c_str(), 1);
     setenv("MKL_PARDISO_OOC_KEEP_FILE", "0", 1);
     MKL_Set_Dynamic(0);
-    std::printf("| type | threads | factor MB | core MB | factorization s, in memory, in files, ratio |"
-                " solve of 1 ms | solve of 8 ms | factorization and solve | MB read, written | by a solve |"
-                " residuals | hidden |\n|---|---|---|---|---|---|---|---|---|---|---|---|\n");
-    for (const int mtype : {2, -2, 11, 1, 4, -4, 6, 13, 3}) {
+    std::printf(
+        "| type | threads | factor MB | core MB | factorization s, in memory, in files, ratio |"
+        " solve of 1 ms | solve of 8 ms | factorization and solve | MB read, written | by a solve |"
+        " residuals | slow disk: transfers and factorization s, hidden | transfers and solve s, hidden |\n"
+        "|---|---|---|---|---|---|---|---|---|---|---|---|---|\n");
+    std::vector<int> types{2, -2, 11, 1, 4, -4, 6, 13, 3};
+    if (argc > 4) types.assign(1, std::atoi(argv[4]));
+    for (const int mtype : types) {
         for (const int threads : {1, 2}) measure(mtype, threads);
     }
     std::filesystem::remove_all(folder);

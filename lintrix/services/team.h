@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// Teams of threads: the one place where this library starts any.
+/// Teams of threads: the one place where this library starts any that compute.
 
 #include <lintrix/services/export.h>
 

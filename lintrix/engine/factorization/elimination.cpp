@@ -23,7 +23,7 @@ double multiplications(const FactorStructure& structure) noexcept
 bool EliminationTeam::waitFor(int J) const
 {
     constexpr int kSpins = 2000; // then let another thread have the core
-    for (int spins = 0; finished_[J].load(std::memory_order_acquire) == 0; ++spins) {
+    for (int spins = 0; !isFinished(J); ++spins) {
         if (hasFailed()) return false;
         __builtin_ia32_pause();
         if (spins > kSpins) sched_yield();

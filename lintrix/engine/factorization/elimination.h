@@ -71,6 +71,7 @@ public:
     void restartRuns() { nextRun_.store(0, std::memory_order_relaxed); }
 
     void finish(int J) { finished_[J].store(1, std::memory_order_release); }
+    bool isFinished(int J) const { return finished_[J].load(std::memory_order_acquire) != 0; }
     /// False when somebody has failed.
     bool waitFor(int J) const;
 

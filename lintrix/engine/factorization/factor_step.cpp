@@ -158,7 +158,7 @@ private:
         const std::int64_t taken = lists_.bytes() + FactorStore<T>::sumBytes(plan_) + 1024 * work.kilobytes();
         const std::int64_t left = bytesForPanels(handle_, taken) / std::int64_t{sizeof(T)};
         const PanelSchedule schedule =
-            PanelSchedule::ofFactorization(plan_, left - 2 * FactorStore<T>::mostBeside());
+            PanelSchedule::ofFactorization(plan_, left - 3 * FactorStore<T>::mostBeside());
         const auto room = Scratch<T>::uninitialised(roomOf<T>(schedule));
         if (!room) return {outOfMemory(BlockCode::Factors, room.missingBytes()), {}};
         FactorResult result =

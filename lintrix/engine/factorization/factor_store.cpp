@@ -90,13 +90,6 @@ Failure FactorStore<T>::readHalf(const Half& half, PositionRange panels, T* into
 }
 
 template <class T>
-void FactorStore<T>::readAheadHalf(const Half& half, PositionRange panels) noexcept
-{
-    files_.readAhead(half.file, half.origin + half.starts[panels.first] * std::int64_t{sizeof(T)},
-                     half.elements(panels) * std::int64_t{sizeof(T)});
-}
-
-template <class T>
 Failure FactorStore<T>::write(PositionRange panels, const Factor<T>& from)
 {
     if (const Failure failure = writeHalf(lower(), panels, from.lower)) return failure;

@@ -6,8 +6,8 @@
 #include <lintrix/engine/factorization/numeric_factorization.h>
 #include <lintrix/engine/out_of_core/factor_files.h>
 #include <lintrix/services/export.h>
-#include <lintrix/services/team.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -58,25 +58,17 @@ public:
     /// What a room may take beside the panels: L and U begin late, and their end is filled up.
     static constexpr std::int64_t mostBeside() noexcept { return 3 * (kLine - 1); }
 
-    /// Calls visit(piece) for the share of one thread in the runs of wanted panels, cut to pieces: large
-    /// enough for a disk, small enough to be dealt out.
-    template <class Wanted, class Visit>
-    void forEachPiece(PositionRange range, const TeamMember& member, const Wanted& wanted,
-                      const Visit& visit) const
+    /// The next piece from J on of the wanted panels up to `last`: panels in a row, large enough for a disk,
+    /// small enough to be dealt out. Without any, first is above last.
+    template <class Wanted>
+    PositionRange pieceFrom(int J, int last, const Wanted& wanted) const
     {
         constexpr std::int64_t most = (1 << 20) / std::int64_t{sizeof(T)};
-        int number = 0;
-        for (int J = range.first; J <= range.last;) {
-            if (!wanted(J)) {
-                ++J;
-                continue;
-            }
-            PositionRange piece{J, J};
-            while (piece.last < range.last && wanted(piece.last + 1) && elements({J, piece.last + 1}) <= most)
-                ++piece.last;
-            if (number++ % member.threads == member.thread) visit(piece);
-            J = piece.last + 1;
-        }
+        while (J <= last && !wanted(J)) ++J;
+        PositionRange piece{J, std::min(J, last)};
+        while (piece.last < last && wanted(piece.last + 1) && elements({J, piece.last + 1}) <= most)
+            ++piece.last;
+        return piece;
     }
 
     /// Several threads may write and read different panels at a time.
@@ -84,17 +76,6 @@ public:
     Failure write(PositionRange panels, const Factor<T>& from);
     /// @return  {OutOfCoreTransfer, -11}  also where a panel is not what was written
     Failure read(PositionRange panels, const Factor<T>& into, Halves halves = Halves::Both);
-    /// Lets the system begin to read the wanted panels.
-    template <class Wanted>
-    void readAhead(PositionRange panels, const Wanted& wanted, Halves halves = Halves::Both) noexcept
-    {
-        // Piece by piece: of one long range the system begins with no more than its first megabyte or two.
-        forEachPiece(panels, {.thread = 0, .threads = 1}, wanted, [&](PositionRange piece) {
-            if (includes(halves, Halves::Lower)) readAheadHalf(lower(), piece);
-            if (includes(halves, Halves::Upper) && hasUpper()) readAheadHalf(upper(), piece);
-        });
-    }
-
     /// Gives the room that the panels take on the disk back, as far as the file system does. Needs no check
     /// sums.
     void giveBack() noexcept;
@@ -131,7 +112,6 @@ private:
     std::span<std::byte> cells(const Half& half, PositionRange panels, T* panelsOfHalf) const noexcept;
     Failure writeHalf(const Half& half, PositionRange panels, T* from);
     Failure readHalf(const Half& half, PositionRange panels, T* into);
-    void readAheadHalf(const Half& half, PositionRange panels) noexcept;
     template <class Transfer>
     Failure forEachTable(const Factor<T>& factor, Transfer transfer);
 

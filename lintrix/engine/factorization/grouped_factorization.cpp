@@ -1,10 +1,13 @@
 #include <lintrix/engine/factorization/grouped_factorization.h>
 
 #include <lintrix/engine/factorization/elimination.h>
+#include <lintrix/engine/factorization/panel_writer.h>
+#include <lintrix/services/attendants.h>
 #include <lintrix/services/team.h>
 #include <lintrix/services/thread_scope.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <complex>
 #include <optional>
@@ -22,7 +25,10 @@ public:
                          const Factor<T>& exchanges, FactorStore<T>& store, const PanelSchedule& schedule,
                          T* room, const ProgressListener& listener)
         : plan_(plan), rules_(rules), values_(values), exchanges_(exchanges), store_(store),
-          schedule_(schedule), room_(room), team_(plan, listener)
+          schedule_(schedule), room_(room), team_(plan, listener), writer_(store, team_),
+          feed_(store, schedule, exchanges, room + FactorStore<T>::roomFor(schedule.groupRoom()),
+                &team_.work),
+          attendants_(attendantsBeside(plan.threads), serve, this)
     {
     }
 
@@ -37,10 +43,10 @@ public:
     }
 
 private:
-    static bool isWanted(int) { return true; }
-    auto wantedBy(PositionRange group) const
+    static bool serve(void* self)
     {
-        return [this, group](int K) { return schedule_.updates(K, group); };
+        auto& own = *static_cast<GroupedFactorization*>(self);
+        return own.writer_.serve() || own.feed_.serve();
     }
 
     void work(const TeamMember& member)
@@ -59,24 +65,23 @@ private:
         member.meet(); // as in a factorization in memory
     }
 
+    // What is read for a group may come while the group before is at work, what was finished goes meanwhile.
     void workAt(PositionRange group, const TeamMember& member, Eliminator<T>& eliminator)
     {
         if (member.thread == 0) begin(group);
         member.meet();
         bringEntries(group, member, eliminator);
-        for (PositionRange chunk = schedule_.chunkFrom(0, group); chunk.first <= chunk.last;) {
-            const PositionRange next = schedule_.chunkFrom(chunk.last + 1, group);
-            read(chunk, group, member);
-            if (member.thread == 0) store_.readAhead(next, wantedBy(group));
-            member.meet();
+        member.meet();
+        for (auto chunk = feed_.first(); !chunk.isNone(); chunk = feed_.after(chunk)) {
             takeUpdates(group, chunk, eliminator);
+            if (member.thread == 0) nextTarget_[(chunk.number + 1) % 2] = 0;
             member.meet();
-            chunk = next;
         }
         member.meet();
+        if (member.thread == 0) beginTransfers(group, member.threads);
         if (!team_.hasFailed()) eliminator.work(member.thread, group, Entries::Brought);
         member.meet();
-        write(group, member);
+        writer_.finish();
         member.meet();
     }
 
@@ -84,56 +89,42 @@ private:
     {
         panels_ = store_.placedIn(room_, group, exchanges_);
         team_.restartRuns();
+        nextTarget_[0] = 0;
+        feed_.setBehindWritten(group.first);
+        attendants_.call();
     }
 
     void bringEntries(PositionRange group, const TeamMember& member, Eliminator<T>& eliminator)
     {
-        store_.forEachPiece(group, member, isWanted, [&](PositionRange piece) {
-            for (int J = piece.first; J <= piece.last; ++J) eliminator.gather(J);
-        });
+        for (int J = group.first + member.thread; J <= group.last; J += member.threads) eliminator.gather(J);
     }
 
-    void read(PositionRange chunk, PositionRange group, const TeamMember& member)
+    void takeUpdates(PositionRange group, const typename PanelFeed<T>::Chunk& chunk,
+                     Eliminator<T>& eliminator)
     {
-        if (member.thread == 0) {
-            passing_ = store_.placedIn(chunkRoom(), chunk, exchanges_);
-            nextTarget_ = 0;
-        }
-        const Factor<T> into = store_.placedIn(chunkRoom(), chunk, exchanges_);
-        store_.forEachPiece(chunk, member, wantedBy(group), [&](PositionRange piece) {
-            team_.heed();
-            if (!team_.hasFailed()) check(store_.read(piece, into));
-        });
-    }
-
-    T* chunkRoom() const
-    {
-        return room_ + FactorStore<T>::roomFor(schedule_.groupRoom());
-    }
-
-    void takeUpdates(PositionRange group, PositionRange chunk, Eliminator<T>& eliminator)
-    {
-        int turn = nextTarget_++;
+        if (team_.hasFailed()) return;
+        const Factor<T>* const passing = feed_.hold(chunk);
+        if (passing == nullptr) return team_.fail(feed_.failure());
+        std::atomic<int>& next = nextTarget_[chunk.number % 2];
+        int turn = next++;
         for (int J = group.first, end, number = 0; J <= group.last && !team_.hasFailed();
              J = end + 1, ++number) {
             end = lastTogether(plan_.structure, J, group.last, kPanelsTogether);
             if (number != turn) continue;
-            eliminator.takeUpdates(J, end, chunk, passing_);
-            turn = nextTarget_++;
+            eliminator.takeUpdates(J, end, chunk.panels, *passing);
+            turn = next++;
         }
+        if (feed_.leave(chunk)) attendants_.call();
     }
 
-    void write(PositionRange group, const TeamMember& member)
+    // Of the pass for the next group those panels that are in the files already.
+    void beginTransfers(PositionRange group, int threads)
     {
-        store_.forEachPiece(group, member, isWanted, [&](PositionRange piece) {
-            team_.heed();
-            if (!team_.hasFailed()) check(store_.write(piece, panels_));
-        });
-    }
-
-    void check(const Failure& failure)
-    {
-        if (failure) team_.fail(failure);
+        writer_.begin(group, panels_);
+        const int next = group.last + 1;
+        if (next < schedule_.supernodes())
+            feed_.begin(PanelPass::by(schedule_.groupFrom(next), schedule_), 0, Halves::Both, threads);
+        attendants_.call();
     }
 
     const FactorPlan& plan_;
@@ -144,9 +135,12 @@ private:
     const PanelSchedule& schedule_;
     T* room_;
     EliminationTeam team_;
-    Factor<T> panels_{}, passing_{}; // of the group at work, and of the chunk that passes by
-    std::atomic<int> nextTarget_{0};
+    Factor<T> panels_{};                           // of the group at work
+    std::array<std::atomic<int>, 2> nextTarget_{}; // of a chunk, and of the one behind it
     PivotCounts pivots_;
+    PanelWriter<T> writer_;
+    PanelFeed<T> feed_;
+    Attendants attendants_; // the first to go: they use what stands above
 };
 
 } // namespace

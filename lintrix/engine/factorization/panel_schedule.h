@@ -15,19 +15,25 @@ namespace Velmar::Lintrix::detail::engine {
 /// left-looking scheme for files with panels of bounded size: Toledo, "A survey of out-of-core algorithms in
 /// numerical linear algebra", External Memory Algorithms, DIMACS 50 (1999)).
 ///
-/// The larger a group, the fewer times is a panel read: a chunk is given an eighth of the room, and the group
-/// the rest. A factor that fits is one group. Sizes are in elements.
+/// The larger a group, the fewer times is a panel read: what passes by is given an eighth of the room, and
+/// the group the rest. A factor that fits is one group. Chunks have slots, of which all but those at work are
+/// filled meanwhile. Sizes are in elements.
 class LINTRIX_TESTABLE PanelSchedule {
 public:
-    /// Of a factorization. A room that is too small counts as two of the largest supernode: one at work, one
-    /// that updates it.
+    /// Of a factorization: two slots, where that leaves most of the room to the group. A room that is too
+    /// small counts as two of the largest supernode: one at work, one that updates it.
     static PanelSchedule ofFactorization(const FactorPlan& plan, std::int64_t room) noexcept;
-    /// Of a solve, which has no group. A room that is too small counts as the largest supernode.
+    /// Of a solve, which has no group. A room that is too small counts as the largest supernode; chunks of
+    /// one that holds all panels stand beside each other, as they do in the factor.
     static PanelSchedule ofSolve(const FactorPlan& plan, std::int64_t room) noexcept;
+    static constexpr int kMostSlots = 64;
 
-    /// What the panels at work take, and the panels that pass by.
+    /// What the panels at work take, and a chunk of those that pass by.
     std::int64_t groupRoom() const noexcept { return groupRoom_; }
     std::int64_t chunkRoom() const noexcept { return chunkRoom_; }
+    int slots() const noexcept { return slots_; }
+    /// Whether a solve holds all panels at a time.
+    bool holdsAll() const noexcept;
 
     /// The group that begins at J.
     PositionRange groupFrom(int J) const noexcept { return asManyFrom(J, supernodes() - 1, groupRoom_); }
@@ -37,22 +43,56 @@ public:
     /// Whether K, which stands before the group, updates one of its panels. Cost: a search in the rows of K.
     bool updates(int K, PositionRange group) const noexcept;
 
-    /// All panels pass by, upwards and downwards: the chunk that begins at J, the chunk that ends there.
-    PositionRange chunkFrom(int J) const noexcept { return asManyFrom(J, supernodes() - 1, chunkRoom_); }
-    PositionRange chunkTo(int J) const noexcept;
+    /// Of a solve: the chunk that J belongs to. All of them, in one order or the other, make up the factor.
+    PositionRange chunkWith(int J) const noexcept;
+    int supernodes() const noexcept { return plan_.structure.supernodes(); }
 
 private:
-    PanelSchedule(const FactorPlan& plan, std::int64_t groupRoom, std::int64_t chunkRoom) noexcept
-        : plan_(plan), groupRoom_(groupRoom), chunkRoom_(chunkRoom)
+    PanelSchedule(const FactorPlan& plan, std::int64_t groupRoom, std::int64_t chunkRoom, int slots,
+                  std::int64_t cell) noexcept
+        : plan_(plan), groupRoom_(groupRoom), chunkRoom_(chunkRoom), slots_(slots), cell_(cell)
     {
     }
     // As many supernodes from J on, up to `last`, as take no more than `elements`, but at least one.
     PositionRange asManyFrom(int J, int last, std::int64_t elements) const noexcept;
-    int supernodes() const noexcept { return plan_.structure.supernodes(); }
     std::int64_t elements(int J) const noexcept;
+    std::int64_t cellOf(int J) const noexcept;
 
     const FactorPlan& plan_;
     std::int64_t groupRoom_, chunkRoom_;
+    int slots_;
+    std::int64_t cell_; // panels that begin in the same one make a chunk of a solve
+};
+
+/// The chunks of a schedule one after another: all of a solve upwards or downwards, or those that update a
+/// group.
+class LINTRIX_TESTABLE PanelPass {
+public:
+    static PanelPass upwards(const PanelSchedule& schedule) noexcept { return {schedule, {0, -1}, 1}; }
+    static PanelPass downwards(const PanelSchedule& schedule) noexcept { return {schedule, {0, -1}, -1}; }
+    static PanelPass by(PositionRange group, const PanelSchedule& schedule) noexcept
+    {
+        return {schedule, group, 1};
+    }
+
+    /// Without any, first is above last, here and behind the last chunk.
+    PositionRange first() const noexcept;
+    PositionRange after(PositionRange chunk) const noexcept;
+    /// Whether the panels of K are read at all.
+    bool wants(int K) const noexcept { return !isByGroup() || schedule_->updates(K, group_); }
+    /// Numbers of chunks that follow each other differ by this.
+    int step() const noexcept { return step_; }
+    bool isByGroup() const noexcept { return group_.first <= group_.last; }
+
+private:
+    PanelPass(const PanelSchedule& schedule, PositionRange group, int step) noexcept
+        : schedule_(&schedule), group_(group), step_(step)
+    {
+    }
+
+    const PanelSchedule* schedule_;
+    PositionRange group_;
+    int step_;
 };
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -192,11 +192,6 @@ Failure OpenFactorFiles::read(FactorFile file, std::int64_t offset, std::span<st
     return {};
 }
 
-void OpenFactorFiles::readAhead(FactorFile file, std::int64_t offset, std::int64_t length) noexcept
-{
-    ::posix_fadvise(descriptor(file), offset, length, POSIX_FADV_WILLNEED);
-}
-
 bool OpenFactorFiles::giveBack(FactorFile file, std::int64_t offset, std::int64_t length) noexcept
 {
     struct stat facts;

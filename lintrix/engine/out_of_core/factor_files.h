@@ -56,8 +56,6 @@ public:
     Failure write(FactorFile file, std::int64_t offset, std::span<const std::byte> from);
     /// A file that ends before has been cut off: a failure, as above.
     Failure read(FactorFile file, std::int64_t offset, std::span<std::byte> into);
-    /// Lets the system begin to read what will be wanted soon, and returns at once.
-    void readAhead(FactorFile file, std::int64_t offset, std::int64_t length) noexcept;
 
     /// Gives the room of what is wanted no more back to the disk: a file that ends there is cut off, any
     /// other one gets a hole, where the file system knows such. @return  whether it could

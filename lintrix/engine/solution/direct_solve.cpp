@@ -159,35 +159,29 @@ void DirectSolve<T>::solveFromFiles(const T* b, T* x, int count, SolvePart part)
 {
     const std::ptrdiff_t n = factor_.order();
     const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
-    // Calls work(first right-hand side, how many, their vectors) for each block.
-    const auto forEachBlock = [&](const auto& work) {
-        runParts(piecesOf(count, sides), threads_, [&](int block) {
-            const int first = block * sides;
-            work(n * first, std::min(sides, count - first), RightSides<T>{work_ + n * taken * block, taken});
-        });
+    const int blocks = piecesOf(count, sides);
+    const auto vectorsOf = [&](int block) { return RightSides<T>{work_ + n * taken * block, taken}; };
+    const auto sidesOf = [&](int block) { return std::min(sides, count - block * sides); };
+    const auto forward = [&](int block, const StoredFactor<T>& factor, SupernodeRange range) {
+        substituteForward(factor, transposed_, vectorsOf(block), range);
     };
-    const auto forward = [&](const StoredFactor<T>& factor, SupernodeRange range) {
-        forEachBlock(
-            [&](auto, int, const RightSides<T>& y) { substituteForward(factor, transposed_, y, range); });
+    const auto diagonal = [&](int block, const StoredFactor<T>& factor, SupernodeRange range) {
+        substituteDiagonal(factor, vectorsOf(block), range);
     };
-    const auto diagonal = [&](const StoredFactor<T>& factor, SupernodeRange range) {
-        forEachBlock([&](auto, int, const RightSides<T>& y) { substituteDiagonal(factor, y, range); });
+    const auto backward = [&](int block, const StoredFactor<T>& factor, SupernodeRange range) {
+        substituteBackward(factor, transposed_, vectorsOf(block), range, beforeTriangle(part));
     };
-    const auto backward = [&](const StoredFactor<T>& factor, SupernodeRange range) {
-        forEachBlock([&](auto, int, const RightSides<T>& y) {
-            substituteBackward(factor, transposed_, y, range, beforeTriangle(part));
-        });
-    };
-    forEachBlock([&](std::ptrdiff_t at, int own, const RightSides<T>& y) {
-        bring(b + at, own, includes(part, SolvePart::Forward), y);
+    runParts(blocks, threads_, [&](int block) {
+        bring(b + n * block * sides, sidesOf(block), includes(part, SolvePart::Forward), vectorsOf(block));
     });
     // The diagonal blocks, with their triangles of both factors, stand in L's panels.
     const Halves ofL = Halves::Lower, ofU = Halves::Both;
-    if (includes(part, SolvePart::Forward)) stream_->upwards(transposed_ ? ofU : ofL, forward);
-    if (part == SolvePart::Diagonal) stream_->upwards(ofL, diagonal);
-    if (includes(part, SolvePart::Backward)) stream_->downwards(transposed_ ? ofL : ofU, backward);
-    forEachBlock([&](std::ptrdiff_t at, int own, const RightSides<T>& y) {
-        takeBack(y, own, includes(part, SolvePart::Backward), x + at);
+    if (includes(part, SolvePart::Forward)) stream_->upwards(transposed_ ? ofU : ofL, blocks, forward);
+    if (part == SolvePart::Diagonal) stream_->upwards(ofL, blocks, diagonal);
+    if (includes(part, SolvePart::Backward)) stream_->downwards(transposed_ ? ofL : ofU, blocks, backward);
+    runParts(blocks, threads_, [&](int block) {
+        takeBack(vectorsOf(block), sidesOf(block), includes(part, SolvePart::Backward),
+                 x + n * block * sides);
     });
 }
 

@@ -1,35 +1,34 @@
 #include <lintrix/engine/solution/panel_stream.h>
 
-#include <lintrix/services/team.h>
-
 #include <complex>
-#include <mutex>
 
 namespace Velmar::Lintrix::detail::engine {
 
-// Brings what is not there yet of the panels into the room.
+namespace {
+
 template <class T>
-bool PanelStream<T>::hold(PositionRange panels, Halves halves)
+bool serve(void* feed)
 {
-    if (failure_ || !goesOn()) return false;
-    if (panels.first != held_.first || panels.last != held_.last) heldHalves_ = Halves::None;
-    const Halves missing = without(halves, heldHalves_);
-    if (missing == Halves::None) return true;
-    held_ = {0, -1};
-    factor_.panels = store_.placedIn(room_, panels, factor_.panels);
-    std::mutex failing;
-    runTeam(threads_, [&](const TeamMember& member) {
-        store_.forEachPiece(panels, member, isWanted, [&](PositionRange piece) {
-            const Failure failure = goesOn() ? store_.read(piece, factor_.panels, missing) : stopped();
-            if (!failure) return;
-            const std::lock_guard lock(failing);
-            if (!failure_) failure_ = failure;
-        });
-    });
-    if (failure_) return false;
-    held_ = panels;
-    heldHalves_ = heldHalves_ | missing;
-    return true;
+    return static_cast<PanelFeed<T>*>(feed)->serve();
+}
+
+int chunksOf(const PanelSchedule& schedule)
+{
+    int count = 0;
+    const PanelPass pass = PanelPass::upwards(schedule);
+    for (PositionRange chunk = pass.first(); chunk.first <= chunk.last; chunk = pass.after(chunk)) ++count;
+    return count;
+}
+
+} // namespace
+
+template <class T>
+PanelStream<T>::PanelStream(FactorStore<T>& store, const PanelSchedule& schedule,
+                            const StoredFactor<T>& factor, T* room, int threads) noexcept
+    : schedule_(schedule), factor_(factor), threads_(threads), chunks_(chunksOf(schedule)),
+      feed_(store, schedule, factor.panels, room, factor.work),
+      attendants_(attendantsBeside(threads), serve<T>, &feed_)
+{
 }
 
 template class PanelStream<float>;

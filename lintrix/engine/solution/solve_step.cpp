@@ -79,7 +79,7 @@ struct FilesOfSolve {
     static std::int64_t elementsFor(const FactorPlan& plan, const Handle& handle, std::int64_t taken)
     {
         const std::int64_t bytes = bytesForPanels(handle, taken) - FactorStore<T>::sumBytes(plan);
-        return bytes / std::int64_t{sizeof(T)} - FactorStore<T>::mostBeside();
+        return bytes / std::int64_t{sizeof(T)} - PanelSchedule::kMostSlots * FactorStore<T>::mostBeside();
     }
 
     Failure open(const Handle& handle, const StoredFactor<T>& factor, int threads)
@@ -87,7 +87,7 @@ struct FilesOfSolve {
         if (const Failure failure = openFactorFiles(handle, FileStep::Solve, files)) return failure;
         if (const Failure failure = store.allocate()) return failure;
         if (const Failure failure = store.readTables(factor.panels)) return failure;
-        room = Scratch<T>::uninitialised(FactorStore<T>::roomFor(schedule.chunkRoom()));
+        room = Scratch<T>::uninitialised(PanelFeed<T>::roomOf(schedule));
         if (!room) return outOfMemory(BlockCode::RealWork, room.missingBytes());
         stream.emplace(store, schedule, factor, room.get(), threads);
         return {};

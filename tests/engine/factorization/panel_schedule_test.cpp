@@ -62,7 +62,8 @@ TEST_P(PanelSchedules, GroupsFollowEachOtherAndFit)
 {
     for (const std::int64_t room : rooms()) {
         const PanelSchedule schedule = PanelSchedule::ofFactorization(plan_, room);
-        EXPECT_LE(schedule.groupRoom() + schedule.chunkRoom(), std::max(room, 2 * largest()));
+        EXPECT_LE(schedule.groupRoom() + schedule.slots() * schedule.chunkRoom(),
+                  std::max(room, 2 * largest()));
         int next = 0;
         while (next < supernodes()) {
             const PositionRange group = schedule.groupFrom(next);
@@ -111,27 +112,44 @@ TEST_P(PanelSchedules, EveryPanelThatUpdatesAGroupPassesByOnceAndInOrder)
     }
 }
 
-TEST_P(PanelSchedules, ASolvePassesAllPanelsUpwardsAndDownwards)
+// A slot that is filled while the one before it is worked with, wherever there is room for it.
+TEST_P(PanelSchedules, TwoChunksHaveRoomWhereItIsNotSmall)
+{
+    for (const std::int64_t room : {6 * largest(), 8 * largest(), 20 * largest()}) {
+        if (room >= all()) continue;
+        EXPECT_EQ(PanelSchedule::ofFactorization(plan_, room).slots(), 2);
+        EXPECT_GE(PanelSchedule::ofFactorization(plan_, room).groupRoom(), room / 3 * 2);
+    }
+    for (const std::int64_t room : {2 * largest(), 3 * largest(), all() / 2})
+        EXPECT_GE(PanelSchedule::ofSolve(plan_, room).slots(), 2);
+}
+
+TEST_P(PanelSchedules, ASolvePassesTheSameChunksUpwardsAndDownwards)
 {
     for (const std::int64_t room : rooms()) {
         const PanelSchedule schedule = PanelSchedule::ofSolve(plan_, room);
         EXPECT_EQ(schedule.groupRoom(), 0);
-        int next = 0;
-        while (next < supernodes()) {
-            const PositionRange chunk = schedule.chunkFrom(next);
-            EXPECT_EQ(chunk.first, next);
-            ASSERT_LE(chunk.first, chunk.last);
-            EXPECT_LE(elements(chunk), std::max(room, largest()));
-            next = chunk.last + 1;
+        EXPECT_EQ(schedule.holdsAll(), room >= all());
+        const std::int64_t taken = schedule.chunkRoom() * (schedule.holdsAll() ? 1 : schedule.slots());
+        EXPECT_LE(taken, std::max(room, largest()));
+        std::vector<PositionRange> chunks;
+        const PanelPass up = PanelPass::upwards(schedule), down = PanelPass::downwards(schedule);
+        for (PositionRange chunk = up.first(); chunk.first <= chunk.last; chunk = up.after(chunk)) {
+            EXPECT_EQ(chunk.first, chunks.empty() ? 0 : chunks.back().last + 1);
+            EXPECT_LE(elements(chunk), schedule.chunkRoom());
+            chunks.push_back(chunk);
         }
-        EXPECT_EQ(next, supernodes());
-        for (int last = supernodes() - 1; last >= 0;) {
-            const PositionRange chunk = schedule.chunkTo(last);
-            EXPECT_EQ(chunk.last, last);
-            ASSERT_LE(chunk.first, chunk.last);
-            EXPECT_LE(elements(chunk), std::max(room, largest()));
-            last = chunk.first - 1;
+        EXPECT_EQ(chunks.back().last, supernodes() - 1);
+        if (schedule.holdsAll()) {
+            EXPECT_LE(chunks.size(), static_cast<std::size_t>(schedule.slots()));
         }
+        for (PositionRange chunk = down.first(); chunk.first <= chunk.last; chunk = down.after(chunk)) {
+            ASSERT_FALSE(chunks.empty());
+            EXPECT_EQ(chunk.first, chunks.back().first);
+            EXPECT_EQ(chunk.last, chunks.back().last);
+            chunks.pop_back();
+        }
+        EXPECT_TRUE(chunks.empty());
     }
 }
 

@@ -298,7 +298,6 @@ TEST_F(OpenFiles, GiveBackWhatWasWritten)
     ASSERT_FALSE(files.open(handle, FileStep::Solve));
     for (int k = 0; k < kFactorFiles; ++k) {
         std::vector<std::byte> found(49000);
-        files.readAhead(FactorFile(k), 0, 1 << 20);
         EXPECT_FALSE(files.read(FactorFile(k), 4096 * k + 1000, found));
         EXPECT_TRUE(std::equal(found.begin(), found.end(), bytes.begin() + k + 1000));
     }
@@ -397,7 +396,6 @@ TEST_F(OpenFiles, ThatAreClosedAreNeitherReadNorWritten)
     std::vector<std::byte> cell(1);
     EXPECT_EQ(files.read(FactorFile::Rows, 0, cell).error, Error::OutOfCoreTransfer);
     EXPECT_EQ(files.write(FactorFile::Rows, 0, cell).error, Error::OutOfCoreTransfer);
-    files.readAhead(FactorFile::Rows, 0, 1);
     EXPECT_EQ(files.traffic().bytesRead + files.traffic().bytesWritten, 0);
 }
 
