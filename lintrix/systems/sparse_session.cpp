@@ -307,8 +307,8 @@ private:
     {
         SystemAnswer<Cell> answer = tell(outcome);
         if (outcome.isSolvedByAnother() && outcome.factor) tellOfSingular(answer, request, outcome);
-        if (outcome.quality) judgeFactor(answer, outcome);
         if (answer.x) judgeColumns(answer, request, units, outcome);
+        if (outcome.quality) judgeFactor(answer, outcome);
         if (tellsInertia(outcome)) answer.inertia = inertiaOnce(outcome, request.B.Cols());
         return answer;
     }
@@ -392,17 +392,25 @@ private:
         return outcome.verdict() == Verdict::Accurate || (exhausted_ && outcome.verdict() <= *exhausted_);
     }
 
-    /// Where bounds are asked for: what the factor is worth, whatever is solved with it.
+    /// Of a Hermitian matrix, whose signs it may tell, the drift as well.
+    FactorQuestion ofFactor() const
+    {
+        return {.shift = matrix_.Traits().hermitian ? std::optional(0.0) : std::nullopt};
+    }
+
+    /// Where bounds are asked for: what the factor is worth, whatever is solved with it, if no bound has
+    /// asked for it yet.
     void judgeFactor(SystemAnswer<Cell>& answer, Outcome<Cell>& outcome) const
     {
         if (options_.errorBounds <= 0 || !outcome.factor || outcome.store != FactorStore::Memory ||
             outcome.reusedFactor)
             return;
-        if (!outcome.factorQuality)
+        if (!outcome.factorQuality) {
             outcome.factorQuality = qualityOfFactor<Cell>(
                 MatrixView<Cell>(matrix_.Matrix()),
-                inverseBy(*outcome.factor, matrix_.Size(), TransposeMode::NotTransposed),
-                {.shift = matrix_.Traits().hermitian ? std::optional(0.0) : std::nullopt});
+                inverseBy(*outcome.factor, matrix_.Size(), TransposeMode::NotTransposed), ofFactor());
+            runner_.finish("check");
+        }
         if (!outcome.isSolvedByAnother()) answer.condition = outcome.factorQuality->condition;
     }
 
@@ -411,8 +419,9 @@ private:
                       Outcome<Cell>& outcome) const
     {
         const bool isUnique = answer.solutions != Solutions::Many;
-        BoundsAsked asked{isUnique ? boundsFor(outcome) : 0, isUnique ? outcome.quality->probeError : 0.0};
-        if (outcome.factorQuality) asked.inverseNorm = outcome.factorQuality->inverseNormAtMost();
+        const BoundsAsked asked{isUnique ? boundsFor(outcome) : 0,
+                                isUnique ? outcome.quality->probeError : 0.0, &outcome.factorQuality,
+                                ofFactor()};
         answer.columns =
             improvedColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, withoutProbe(request.B),
                                   *answer.x, units ? &*units : nullptr, outcome.factor.get(), asked);
@@ -443,8 +452,9 @@ private:
     const CertainInertia& inertiaOnce(Outcome<Cell>& outcome, std::int32_t rightHands)
     {
         if (!outcome.inertia) {
-            outcome.inertia = sureInertia<Cell>(matrix_, outcome, runner_.leftBeside(outcome, rightHands),
-                                                options_.certainInertia);
+            outcome.inertia = sureInertia<Cell>(
+                matrix_, outcome, [&] { return runner_.leftBeside(outcome, rightHands); },
+                options_.certainInertia);
             runner_.finish("check");
         }
         return *outcome.inertia;
