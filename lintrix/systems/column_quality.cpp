@@ -161,10 +161,34 @@ std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op,
     return estimates;
 }
 
+/// The corrections op(A)^-1 * R of `columns` columns. What the factor is worth is found out beside them, if
+/// nobody has yet: for A as it stands one reading of the factor serves both.
+template <class Cell>
+std::vector<Cell> correctionsOf(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
+                                std::int32_t columns, std::vector<Cell> R, const BoundsAsked& asked)
+{
+    const LinearMap<Cell> inverse = inverseBy(factor, A.rows(), op);
+    const std::size_t own = R.size();
+    std::vector<Cell> D(own);
+    if (!asked.ofFactor || *asked.ofFactor) {
+        inverse.times(columns, R.data(), D.data());
+    } else if (op == TransposeMode::NotTransposed) {
+        std::ranges::copy(firstQuestion<Cell>(A.rows()), std::back_inserter(R));
+        D.resize(R.size());
+        inverse.times(columns + 1, R.data(), D.data());
+        *asked.ofFactor = qualityOfFactor(A, inverse, asked.question, D.data() + own);
+    } else {
+        inverse.times(columns, R.data(), D.data());
+        *asked.ofFactor =
+            qualityOfFactor(A, inverseBy(factor, A.rows(), TransposeMode::NotTransposed), asked.question);
+    }
+    return D;
+}
+
 /// Of what is exact there is no size to divide by, and the bound is 0.
 template <class Cell>
 void boundErrors(const MatrixView<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
-                 Factored<Cell>& factor, std::span<const std::size_t> which, double inverseNorm,
+                 Factored<Cell>& factor, std::span<const std::size_t> which, const BoundsAsked& asked,
                  std::vector<ColumnQuality>& columns)
 {
     std::vector<std::size_t> inexact;
@@ -174,10 +198,15 @@ void boundErrors(const MatrixView<Cell>& A, TransposeMode op, const Residuals<Ce
     }
     const std::vector<Cell> x = sideBySide<Cell>(all.n, inexact, {all.x.begin(), all.x.end()}),
                             r = sideBySide<Cell>(all.n, inexact, all.r);
+    if (inexact.empty()) return;
     const std::vector<double> w = sideBySide<double>(all.n, inexact, all.w);
-    const std::vector<double> bounds = forwardErrorBounds<Cell>(
-        A, op, inverseBy(factor, A.rows(), op), static_cast<std::int32_t>(inexact.size()), x.data(), r.data(),
-        w.data(), {all.sizes.terms, inverseNorm}, ResidualPrecision::Twice, kQuick);
+    const auto count = static_cast<std::int32_t>(inexact.size());
+    const std::vector<Cell> d = correctionsOf(A, op, factor, count, r, asked);
+    KnownBefore known{all.sizes.terms};
+    if (asked.ofFactor && *asked.ofFactor) known.inverseNorm = (*asked.ofFactor)->inverseNormAtMost();
+    const std::vector<double> bounds =
+        forwardErrorBounds<Cell>(A, op, inverseBy(factor, A.rows(), op), count, x.data(), r.data(), d.data(),
+                                 w.data(), known, ResidualPrecision::Twice, kQuick);
     for (std::size_t k = 0; k < inexact.size(); ++k) columns[inexact[k]].errorBound = bounds[k];
 }
 
@@ -202,8 +231,7 @@ std::vector<ColumnQuality> qualityOfColumns(const MatrixView<Cell>& A, Transpose
     std::vector<ColumnQuality> columns;
     for (const BackwardError& error : all.errors)
         columns.push_back({Verdict::Failed, error.normwise, error.componentwise});
-    if (bounded > 0)
-        boundErrors(A, op, all, *factor, std::span(order).first(bounded), asked.inverseNorm, columns);
+    if (bounded > 0) boundErrors(A, op, all, *factor, std::span(order).first(bounded), asked, columns);
     for (const std::size_t j : order)
         columns[j].verdict = verdictOf(columns[j], asked.probeError, columns[j].errorBound);
     if (bounded == 0) return columns;

@@ -4,12 +4,13 @@
 
 #include <lintrix/systems/linear_map.h>
 #include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/quality/factor_quality.h>
 #include <lintrix/systems/quality/matrix_view.h>
 #include <lintrix/systems/roads/column_units.h>
 #include <lintrix/systems/roads/factored.h>
 
 #include <cstdint>
-#include <limits>
+#include <optional>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -21,8 +22,10 @@ LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, Tran
 struct BoundsAsked {
     std::int32_t columns = 0; ///< whose errors are bounded at most
     double probeError = 0.0;  ///< of the known solution
-    /// Not below ||A^-1||_1, if that is known: see `KnownBefore`.
-    double inverseNorm = std::numeric_limits<double>::infinity();
+    /// What the factor is worth, which spares work. Where this is empty, it is found out on the way, with its
+    /// first solve and that of the columns in one; null: nothing is known.
+    std::optional<FactorQuality>* ofFactor = nullptr;
+    FactorQuestion question{}; ///< then
 };
 
 /// Of op(A)*X = B, all of B's columns, X as it will be in the given units (none: as it is). Bounded are

@@ -149,8 +149,8 @@ private:
         X.Cols(count);
         const ColumnUnits<Cell>* const units = columns.units ? &*columns.units : nullptr;
         BoundsAsked asked{options_.errorBounds, *found.probeError};
-        const std::optional<FactorQuality> ofFactor = qualityOnce(factor);
-        if (ofFactor) asked.inverseNorm = ofFactor->inverseNormAtMost();
+        std::optional<FactorQuality> ofFactor = qualityOnce(factor);
+        if (ofFactor) asked.ofFactor = &ofFactor;
         std::vector<ColumnQuality> qualities =
             improvedColumns<Cell>(MatrixView<Cell>(A_), op, B, X, units, &factor, asked);
         if (units) units->multiply(X);

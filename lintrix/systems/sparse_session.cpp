@@ -325,8 +325,8 @@ private:
     {
         SystemAnswer<Cell> answer = tell(outcome);
         if (outcome.isSolvedByAnother() && outcome.factor) tellOfSingular(answer, request, outcome);
-        if (outcome.quality) judgeFactor(answer, outcome);
         if (answer.x) judgeColumns(answer, request, units, outcome);
+        if (outcome.quality) judgeFactor(answer, outcome);
         if (tellsInertia(outcome)) answer.inertia = inertiaOnce(outcome, request.B.Cols());
         return answer;
     }
@@ -407,17 +407,25 @@ private:
         return outcome.verdict() == Verdict::Accurate || (exhausted_ && outcome.verdict() <= *exhausted_);
     }
 
-    /// Where bounds are asked for: what the factor is worth, whatever is solved with it.
+    /// Of a Hermitian matrix, whose signs it may tell, the drift as well.
+    FactorQuestion ofFactor() const
+    {
+        return {.shift = matrix_.Traits().hermitian ? std::optional(0.0) : std::nullopt};
+    }
+
+    /// Where bounds are asked for: what the factor is worth, whatever is solved with it, if no bound has
+    /// asked for it yet.
     void judgeFactor(SystemAnswer<Cell>& answer, Outcome<Cell>& outcome) const
     {
         if (options_.errorBounds <= 0 || !outcome.factor || outcome.store != FactorStore::Memory ||
             outcome.reusedFactor)
             return;
-        if (!outcome.factorQuality)
+        if (!outcome.factorQuality) {
             outcome.factorQuality = qualityOfFactor<Cell>(
                 MatrixView<Cell>(matrix_.Matrix()),
-                inverseBy(*outcome.factor, matrix_.Size(), TransposeMode::NotTransposed),
-                {.shift = matrix_.Traits().hermitian ? std::optional(0.0) : std::nullopt});
+                inverseBy(*outcome.factor, matrix_.Size(), TransposeMode::NotTransposed), ofFactor());
+            runner_.finish("check");
+        }
         if (!outcome.isSolvedByAnother()) answer.condition = outcome.factorQuality->condition;
     }
 
@@ -456,8 +464,9 @@ private:
     const CertainInertia& inertiaOnce(Outcome<Cell>& outcome, std::int32_t rightHands)
     {
         if (!outcome.inertia) {
-            outcome.inertia = sureInertia<Cell>(matrix_, outcome, runner_.leftBeside(outcome, rightHands),
-                                                options_.certainInertia);
+            outcome.inertia = sureInertia<Cell>(
+                matrix_, outcome, [&] { return runner_.leftBeside(outcome, rightHands); },
+                options_.certainInertia);
             runner_.finish("check");
         }
         return *outcome.inertia;
@@ -466,14 +475,13 @@ private:
     /// Solves with a factor in files read all of it each time, what cannot be but failed needs no bound, and
     /// a factor of other values tells none. That of another matrix bounds nothing, and no column of its is a
     /// solution.
-    BoundsAsked boundsFor(const Outcome<Cell>& outcome) const
+    BoundsAsked boundsFor(Outcome<Cell>& outcome) const
     {
         const double probeError = outcome.quality->probeError;
         if (outcome.isSolvedByAnother()) return {0, std::numeric_limits<double>::quiet_NaN()};
         const bool pays = outcome.store == FactorStore::Memory && probeError < kNoDigit;
-        BoundsAsked asked{pays && !outcome.reusedFactor ? options_.errorBounds : 0, probeError};
-        if (outcome.factorQuality) asked.inverseNorm = outcome.factorQuality->inverseNormAtMost();
-        return asked;
+        return {pays && !outcome.reusedFactor ? options_.errorBounds : 0, probeError, &outcome.factorQuality,
+                ofFactor()};
     }
 
     SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const

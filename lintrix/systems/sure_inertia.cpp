@@ -69,13 +69,15 @@ CertainInertia byFactors(const SystemMatrix<Cell>& system, double left, bool ask
 } // namespace
 
 template <class Cell>
-CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome, double left, bool asked)
+CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outcome,
+                           const std::function<double()>& left, bool asked)
 {
     if (const std::optional<CertainInertia> known = atHand(system.Size(), outcome)) return *known;
     const CertainInertia uncertain{0, 0, system.Size(), kInfinity};
-    if (left <= 0.0) return uncertain;
+    const double bytes = left();
+    if (bytes <= 0.0) return uncertain;
     try {
-        return byFactors(system, left, asked);
+        return byFactors(system, bytes, asked);
     } catch (const NotEnoughMemoryException&) {
         return uncertain;
     } catch (const std::bad_alloc&) {
@@ -83,7 +85,9 @@ CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outc
     }
 }
 
-template CertainInertia sureInertia(SystemMatrix<double>&, const Outcome<double>&, double, bool);
-template CertainInertia sureInertia(SystemMatrix<Complex>&, const Outcome<Complex>&, double, bool);
+template CertainInertia sureInertia(SystemMatrix<double>&, const Outcome<double>&,
+                                    const std::function<double()>&, bool);
+template CertainInertia sureInertia(SystemMatrix<Complex>&, const Outcome<Complex>&,
+                                    const std::function<double()>&, bool);
 
 } // namespace Velmar::Lintrix::detail

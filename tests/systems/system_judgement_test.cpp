@@ -119,6 +119,31 @@ TEST(SystemCondition, IsKeptUntilTheValuesChange)
     EXPECT_GE(second, truth / 4.0);
 }
 
+/// How often a system of this matrix asks for the memory that is left, in its first solve.
+int looksAtMemory(const SparseMatrix& A, std::int32_t errorBounds)
+{
+    int looks = 0;
+    SystemOptions options;
+    options.errorBounds = errorBounds;
+    options.memoryLeft = [&looks] {
+        ++looks;
+        return 1e9;
+    };
+    LinearSystem system(A, options);
+    EXPECT_EQ(system.Solve(blockOf<Matrix>(A.Rows(), 1, 1)).verdict, Verdict::Accurate);
+    return looks;
+}
+
+TEST(SystemInertia, LooksAtNoMemoryWhereTheFactorTellsTheSigns)
+{
+    SparseMatrix A(50, 50);
+    for (std::int32_t i = 0; i < 50; ++i) {
+        A(i, i) = 3.0;
+        if (i > 0) A(i, i - 1) = A(i - 1, i) = -1.0;
+    }
+    EXPECT_EQ(looksAtMemory(A, 4), looksAtMemory(A, 0));
+}
+
 TEST(SystemCondition, IsToldToPeople)
 {
     LinearSystem system(scattered<double>(30, 0.0, 5));

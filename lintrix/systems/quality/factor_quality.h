@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <vector>
 
 namespace Velmar::Lintrix::detail {
 
@@ -18,9 +19,10 @@ struct FactorQuality {
     /// finite.
     double inverseNorm = std::numeric_limits<double>::quiet_NaN();
     std::optional<double> condition{}; ///< ||A||_1 times that; none where it is no number
-    /// The size of F = A*inverse - I: the largest ||F*x||/||x||_inf of the vectors x that the estimate has
-    /// tried. These are vectors of signs, random from the second on, for which the mean of ||F*x||^2 is the
-    /// square of the Frobenius norm of F, and those unit vectors that the inverse makes longest.
+    /// The size of F = A*inverse - I, for Hermitian A: the largest ||F*x||/||x||_inf of the vectors x that
+    /// the estimate has tried. These are the vector of ones, then random signs and those of the inverse's
+    /// answers, where the mean of ||F*x||^2 over all signs is the square of the Frobenius norm of F, and the
+    /// unit vectors that the inverse makes longest.
     std::optional<double> drift{};
 
     /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
@@ -34,10 +36,18 @@ struct FactorQuestion {
     std::optional<double> shift{};
 };
 
-/// The condition is meant for shift 0. Cost: five solves at most, and as many products with A as are asked
-/// for.
+/// The condition is meant for shift 0. `first`, where it is not null and one column is asked for, is the
+/// inverse's answer to `firstQuestion`, which a solve of other columns may have brought along. Cost: three
+/// solves at most, two with `first`, and a product with A for each where the drift is asked for.
 template <class Cell>
 LINTRIX_TESTABLE FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& inverse,
-                                               const FactorQuestion& asked = {});
+                                               const FactorQuestion& asked = {}, const Cell* first = nullptr);
+
+/// The mean of all unit vectors.
+template <class Cell>
+std::vector<Cell> firstQuestion(std::int32_t order)
+{
+    return std::vector<Cell>(static_cast<std::size_t>(order), Cell(1.0 / order));
+}
 
 } // namespace Velmar::Lintrix::detail

@@ -116,23 +116,22 @@ void boundUnknown(const Cell* r, const Cell* s, std::int32_t terms, ResidualPrec
 } // namespace
 
 template <class Cell>
-std::vector<double> forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op,
-                                       const LinearMap<Cell>& inverse, std::int32_t columns, const Cell* x,
-                                       const Cell* r, const double* w, const KnownBefore& known,
-                                       ResidualPrecision precision, const NormEstimation& how)
+std::vector<double>
+forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+                   std::int32_t columns, const Cell* x, const Cell* r, const Cell* d, const double* w,
+                   const KnownBefore& known, ResidualPrecision precision, const NormEstimation& how)
 {
     const std::int32_t n = A.rows();
     if (n == 0 || columns == 0) return std::vector<double>(columns);
-    std::vector<Cell> d(std::size_t(n) * columns), s(d.size());
-    inverse.times(columns, r, d.data());
-    residualInTwicePrecision<Cell>(A, op, columns, r, d.data(), nullptr, s.data());
+    std::vector<Cell> s(std::size_t(n) * columns);
+    residualInTwicePrecision<Cell>(A, op, columns, r, d, nullptr, s.data());
     std::vector<double> bounds;
     for (std::int32_t c = 0; c < columns; ++c) {
         const std::int64_t first = std::int64_t{n} * c;
         std::vector<double> g(w + first, w + first + n);
         boundUnknown(r + first, s.data() + first, known.terms, precision, g);
         const double size = largestModulus(x + first, n);
-        const ColumnBound<Cell> bound(A, op, inverse, known, d.data() + first, s.data() + first);
+        const ColumnBound<Cell> bound(A, op, inverse, known, d + first, s.data() + first);
         bounds.push_back(quotient(bound.of(g, precision, 0x1p-53 * size, how), size));
     }
     return bounds;
@@ -145,15 +144,18 @@ std::vector<double> forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode 
                                        const NormEstimation& how)
 {
     std::vector<double> w(std::size_t(A.rows()) * columns);
+    std::vector<Cell> d(w.size());
     residualScale(A, op, columns, b, x, w.data());
-    return forwardErrorBounds(A, op, inverse, columns, x, r, w.data(), {longestRow(A, op) + 1}, precision,
-                              how);
+    if (!d.empty()) inverse.times(columns, r, d.data());
+    return forwardErrorBounds(A, op, inverse, columns, x, r, d.data(), w.data(), {longestRow(A, op) + 1},
+                              precision, how);
 }
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
     template std::vector<double> forwardErrorBounds(                                                         \
         const MatrixView<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,           \
-        const Cell*, const double*, const KnownBefore&, ResidualPrecision, const NormEstimation&);           \
+        const Cell*, const Cell*, const double*, const KnownBefore&, ResidualPrecision,                      \
+        const NormEstimation&);                                                                              \
     template std::vector<double> forwardErrorBounds(                                                         \
         const MatrixView<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,           \
         const Cell*, const Cell*, ResidualPrecision, const NormEstimation&);

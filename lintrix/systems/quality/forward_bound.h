@@ -66,11 +66,11 @@ LINTRIX_TESTABLE std::vector<double>
 forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
                    std::int32_t columns, const Cell* b, const Cell* x, const Cell* r,
                    ResidualPrecision precision, const NormEstimation& how = {});
-/// The same with w at hand.
+/// The same with w and the corrections D, the inverse's answer to R, at hand.
 template <class Cell>
 LINTRIX_TESTABLE std::vector<double>
 forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
-                   std::int32_t columns, const Cell* x, const Cell* r, const double* w,
+                   std::int32_t columns, const Cell* x, const Cell* r, const Cell* d, const double* w,
                    const KnownBefore& known, ResidualPrecision precision, const NormEstimation& how = {});
 
 } // namespace Velmar::Lintrix::detail

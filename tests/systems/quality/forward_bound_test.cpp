@@ -92,6 +92,37 @@ Solved<Cell> solveAndJudge(const MatrixOf<Cell>& A, TransposeMode op, const std:
     return s;
 }
 
+TYPED_TEST(ForwardBound, TakesNoSolveWhereCorrectionsAndTheNormTellAll)
+{
+    using Cell = TypeParam;
+    constexpr int n = 12;
+    Cells random(91);
+    const MatrixOf<Cell> A = random.matrix<Cell>(n, n);
+    const MatrixView<Cell> view(A);
+    const std::vector<Cell> solution = random.vector<Cell>(n);
+    std::vector<Cell> b(n), x(n), r(n), d(n);
+    std::vector<double> w(n);
+    mapOf(view).times(1, solution.data(), b.data());
+    const LinearMap<Cell> solves = inverseMap<Cell>(A);
+    solves.times(1, b.data(), x.data());
+    x[3] += 1e-9;
+    residualAndScale(view, TransposeMode::NotTransposed, 1, b.data(), x.data(), r.data(), w.data());
+    solves.times(1, r.data(), d.data());
+    LinearMap<Cell> none{n, n, {}, {}};
+    none.times = none.adjointTimes = [](std::int32_t, const Cell*, Cell*) { ADD_FAILURE() << "a solve"; };
+    const KnownBefore known{n + 1, estimateOneNorm(solves)};
+    const double bound = forwardErrorBounds(view, TransposeMode::NotTransposed, none, 1, x.data(), r.data(),
+                                            d.data(), w.data(), known, ResidualPrecision::Twice)
+                             .front();
+    double error = 0.0, size = 0.0;
+    for (int i = 0; i < n; ++i) {
+        error = std::max(error, std::abs(x[i] - solution[i]));
+        size = std::max(size, std::abs(x[i]));
+    }
+    EXPECT_GE(bound, 0.999 * error / size);
+    EXPECT_LE(bound, 1.1 * error / size);
+}
+
 TYPED_TEST(ForwardBound, HoldsInEveryOneOfThousandsOfSystems)
 {
     using Cell = TypeParam;
