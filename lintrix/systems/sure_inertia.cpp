@@ -55,7 +55,8 @@ CertainInertia byFactors(const SystemMatrix<Cell>& system, double left, bool ask
     if (!(norm > 0.0) || (!asked && system.Matrix().NumElements() > kFewEntries)) return uncertain;
     ShiftedFactors<Cell> factors(system.Matrix());
     if (!factors.isAffordable(left, asked ? kAffordable : kUnasked)) return uncertain;
-    if (const auto own = factors.at(0.0)) return {own->inertia.positive, own->inertia.negative, 0, own->error};
+    if (const auto own = factors.at(0.0))
+        return {own->inertia.positive, own->inertia.negative, 0, own->error};
     int tries = 0;
     const auto inertiaOf = [&](double shift) -> ShiftedInertia {
         if (tries++ >= 2 * kTries) return {{}, kInfinity};

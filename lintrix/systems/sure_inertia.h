@@ -20,12 +20,12 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// The factor of `outcome` is asked first, if its quality is known with the drift. Then one whose pivots wait,
-/// of A itself, and where that is too far from A, of shifted matrices: where one takes milliseconds, or, where
-/// it is `asked` for, up to 2e9 operations, up to seven times; and where one takes, with its analysis, no more
-/// than the bytes that are `left` beside the factor at hand, which are counted only then. Of larger ones, and
-/// where memory gives out, all signs are uncertain then, and the bound is infinite: the solution does not
-/// depend on it.
+/// The factor of `outcome` is asked first, if its quality is known with the drift. Then one whose pivots
+/// wait, of A itself, and where that is too far from A, of shifted matrices: where one takes milliseconds,
+/// or, where it is `asked` for, up to 2e9 operations, up to seven times; and where one takes, with its
+/// analysis, no more than the bytes that are `left` beside the factor at hand, which are counted only then.
+/// Of larger ones, and where memory gives out, all signs are uncertain then, and the bound is infinite: the
+/// solution does not depend on it.
 /// @pre A is finite and symmetric or Hermitian
 template <class Cell>
 CertainInertia sureInertia(SystemMatrix<Cell>& system, const roads::Outcome<Cell>& outcome,

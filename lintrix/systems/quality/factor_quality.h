@@ -27,7 +27,7 @@ struct FactorQuality {
 
     /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
     /// solves behind it too few digits.
-    double inverseNormAtMost() const noexcept;
+    LINTRIX_TESTABLE double inverseNormAtMost() const noexcept;
 };
 
 struct FactorQuestion {

@@ -2,7 +2,7 @@
 #include <tests/tools/json.h>
 #include <tools/support/report.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cmath>
 #include <limits>
