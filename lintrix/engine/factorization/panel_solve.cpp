@@ -3,8 +3,10 @@
 #include <lintrix/engine/call/scalar.h>
 #include <lintrix/engine/factorization/pivot_pair.h>
 #include <lintrix/services/blas.h>
+#include <lintrix/services/lapack.h>
 
 #include <algorithm>
+#include <cmath>
 #include <complex>
 #include <cstddef>
 #include <cstdlib>
@@ -53,11 +55,43 @@ void solveByColumns(RightFactor factor, const T* block, std::ptrdiff_t ld, int w
                 isUpper(factor) ? block[p + ld * j] : conjugate(block[j + ld * p], isAdjoint(factor));
             subtractMultiple(x + ldx * p, entry, column, m);
         }
-        if (!isUnit(factor)) scale(column, T(1) / conjugate(block[j + ld * j], isAdjoint(factor)), m);
+        if (!isUnit(factor)) scale(column, inverseOf(conjugate(block[j + ld * j], isAdjoint(factor))), m);
     }
 }
 
+// Column j loses the columns before it, times row j of L, and is divided by the root of its pivot.
+template <class T>
+int choleskyByColumns(T* panel, std::ptrdiff_t ld, int w)
+{
+    for (int j = 0; j < w; ++j) {
+        T* const column = panel + ld * j;
+        const int rows = static_cast<int>(ld) - j;
+        for (int p = 0; p < j; ++p) {
+            const T* const before = panel + ld * p;
+            subtractMultiple(before + j, conjugate(before[j]), column + j, rows);
+        }
+        const RealOf<T> pivot = realPart(column[j]);
+        if (!(pivot > 0)) return j + 1; // nor is NaN
+        const RealOf<T> root = std::sqrt(pivot), inverse = 1 / root;
+        column[j] = root;
+        for (int i = j + 1; i < ld; ++i) column[i] *= inverse;
+    }
+    return 0;
+}
+
 } // namespace
+
+template <class T>
+int factorCholeskyPanel(T* panel, int height, int w)
+{
+    if (w <= kWidestByColumns) return choleskyByColumns(panel, height, w);
+    int info = 0;
+    lapack::potrf('L', w, panel, height, info);
+    if (info == 0)
+        solveFromRight(kIsComplex<T> ? RightFactor::LowerAdjoint : RightFactor::LowerTransposed, panel,
+                       height, w, panel + w, height, height - w);
+    return info;
+}
 
 template <class T>
 void solveFromRight(RightFactor factor, const T* block, int ld, int w, T* x, int ldx, int m)
@@ -86,7 +120,7 @@ void divideByPivots(const T* block, int ld, int w, const int* exchange, bool her
     for (int j = 0; j < w;) {
         T *const first = x + std::ptrdiff_t{ldx} * j, *const second = first + ldx;
         if (exchange[j] > 0) {
-            scale(first, T(1) / block[j + std::ptrdiff_t{ld} * j], m);
+            scale(first, inverseOf(block[j + std::ptrdiff_t{ld} * j]), m);
             ++j;
             continue;
         }
@@ -122,6 +156,7 @@ void multiplyByPivots(const T* block, int ld, int w, const int* exchange, bool h
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \
     template void solveFromRight(RightFactor, const T*, int, int, T*, int, int);                             \
+    template int factorCholeskyPanel(T*, int, int);                                                          \
     template void exchangeColumns(const int*, int, T*, int, int);                                            \
     template void divideByPivots(const T*, int, int, const int*, bool, T*, int, int);                        \
     template void multiplyByPivots(const T*, int, int, const int*, bool, const T*, int, int, T*, int);

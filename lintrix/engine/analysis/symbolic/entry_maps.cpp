@@ -10,6 +10,8 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
+constexpr int kEntriesAhead = 16;
+
 class EntryMapper {
 public:
     EntryMapper(const RowPattern& A, std::span<const int> columnOfRow, const Ordering& ordering,
@@ -41,10 +43,13 @@ public:
     // `index[row]` is where a row of the supernode at work stands in its list.
     void findPlaces(std::span<int> index)
     {
+        const auto entries = static_cast<int>(maps_.source.size());
         for (int J = 0; J < structure_.supernodes(); ++J) {
             const std::span<const int> rows = structure_.rowsOf(J);
             for (std::size_t i = 0; i < rows.size(); ++i) index[rows[i]] = static_cast<int>(i);
             for (int k = maps_.firstEntry[J]; k < maps_.firstEntry[J + 1]; ++k) {
+                // They lie all over A: those to come are brought near meanwhile.
+                __builtin_prefetch(&A_.columns[maps_.source[std::min(k + kEntriesAhead, entries - 1)]]);
                 const int column = ordering_.positionOf[A_.columns[maps_.source[k]]];
                 maps_.place[k] = placeOf(J, maps_.place[k], column, index);
             }
@@ -68,10 +73,14 @@ private:
     int placeOf(int J, int row, int column, std::span<const int> index) const
     {
         const int first = structure_.starts[J], height = structure_.height(J), width = structure_.width(J);
-        const bool inBlock = std::max(row, column) < first + width;
-        if (row >= column || (inBlock && !symmetricStorage_)) return index[row] + height * (column - first);
-        if (symmetricStorage_) return ~(index[column] + height * (row - first));
-        return ~(index[column] - width + (height - width) * (row - first));
+        const int inList = index[std::max(row, column)], inBlock = std::min(row, column) - first;
+        if (symmetricStorage_) {
+            const int cell = inList + height * inBlock;
+            return row >= column ? cell : ~cell;
+        }
+        if (row >= column) return inList + height * inBlock;
+        if (inList < width) return index[row] + height * (column - first);
+        return ~(inList - width + (height - width) * inBlock);
     }
 
     const RowPattern& A_;
