@@ -62,8 +62,9 @@ inline double modulus(T x) noexcept
     }
 }
 
-/// 1/x. Of a complex number of common size by its squares, which takes a third of the time of a quotient that
-/// minds every size.
+/// 1/x. Of a complex number by its squares, which takes a third of the time of a quotient that minds every
+/// size; a number of another size is brought near 1 by a power of two, so that x times one has the same bits
+/// times its inverse.
 template <class T>
 inline T inverseOf(T x) noexcept
 {
@@ -71,6 +72,14 @@ inline T inverseOf(T x) noexcept
         using R = RealOf<T>;
         const double re = x.real(), im = x.imag(), squares = re * re + im * im;
         if (isSafeSquare(squares)) return {static_cast<R>(re / squares), static_cast<R>(-im / squares)};
+        const double size = std::fmax(std::abs(re), std::abs(im));
+        if (size > 0 && std::isfinite(re) && std::isfinite(im)) {
+            const int shift = -std::ilogb(size);
+            const std::complex<double> near =
+                inverseOf(std::complex(std::scalbn(re, shift), std::scalbn(im, shift)));
+            return {static_cast<R>(std::scalbn(near.real(), shift)),
+                    static_cast<R>(std::scalbn(near.imag(), shift))};
+        }
     }
     return T(1) / x;
 }

@@ -59,6 +59,12 @@ TEST(Scalar, InverseIsRightToRoundingAtEverySize)
                   4 * Limits::epsilon() * std::abs(exact))
             << z;
     });
+    const Complex plain = inverseOf(Complex(0.7, -1.3));
+    for (const int exponent : {-1000, -600, -3, 40, 600, 1000}) {
+        const auto scaled = [&](double part) { return std::ldexp(part, exponent); };
+        const Complex found = inverseOf(Complex(scaled(0.7), scaled(-1.3)));
+        EXPECT_EQ(Complex(scaled(found.real()), scaled(found.imag())), plain) << exponent;
+    }
     EXPECT_EQ(inverseOf(4.0), 0.25);
     EXPECT_EQ(inverseOf(Complex(0, 2)), Complex(0, -0.5));
 }
