@@ -80,10 +80,10 @@ T valueOf(std::complex<double> z)
         return z;
 }
 
-/// `mirror` adds the other triangle of a file with a symmetry; `upper` keeps the upper triangle alone and
-/// gives every diagonal place an entry.
+/// `mirror` adds the other triangle of a file with a symmetry; `upper` keeps the upper triangle alone;
+/// `diagonal` gives every diagonal place an entry.
 template <class T>
-Rows<T> compress(const MatrixMarketTriplets& file, bool upper, bool mirror)
+Rows<T> compress(const MatrixMarketTriplets& file, bool upper, bool mirror, bool diagonal)
 {
     struct Entry {
         int row, col;
@@ -97,7 +97,7 @@ Rows<T> compress(const MatrixMarketTriplets& file, bool upper, bool mirror)
         if (!upper || i <= j) entries.push_back({i, j, valueOf<T>(z)});
         if (mirror && i != j && (!upper || j <= i)) entries.push_back({j, i, valueOf<T>(other)});
     }
-    for (int i = 0; i < file.rows; ++i) entries.push_back({i, i, T{}});
+    for (int i = 0; diagonal && i < file.rows; ++i) entries.push_back({i, i, T{}});
     std::ranges::stable_sort(entries, [](const Entry& x, const Entry& y) {
         return x.row != y.row ? x.row < y.row : x.col < y.col;
     });
@@ -189,13 +189,18 @@ int typeNumber(const std::string& type, bool hermitian)
     return real ? 11 : 13;
 }
 
+bool isUnsymmetric(int type)
+{
+    return type == 11 || type == 13;
+}
+
 /// A handle with its parameters.
 template <class T>
 class Solver {
 public:
     Solver(Rows<T>& A, int type, const Options& options) : A_(A), type_(type)
     {
-        const bool unsymmetric = type == 11 || type == 13, definite = type == 2 || type == 4;
+        const bool unsymmetric = isUnsymmetric(type), definite = type == 2 || type == 4;
         using enum PardisoParameter;
         parameter(CallersValues) = 1;
         parameter(Ordering) = options.ordering;
@@ -242,8 +247,10 @@ int run(const MatrixMarketTriplets& file, const Options& options)
 {
     const bool mirror = file.symmetry != MatrixMarketSymmetry::General;
     const int type = typeNumber<T>(options.type, file.symmetry == MatrixMarketSymmetry::Hermitian);
-    const Rows<T> whole = compress<T>(file, false, mirror);
-    Rows<T> A = type % 2 == 0 ? compress<T>(file, true, mirror) : whole;
+    const Rows<T> whole = compress<T>(file, false, mirror, false);
+    // Unsymmetric types take the matrix as it stands, as from the classes: the matching moves rows, and an
+    // entry put on the old diagonal would be fill for the ordering and no more.
+    Rows<T> A = isUnsymmetric(type) ? whole : compress<T>(file, type % 2 == 0, mirror, true);
     std::vector<T> b = rightSides(whole, options.rightSides), x(b.size());
 
     Timing best;

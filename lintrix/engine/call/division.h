@@ -10,7 +10,7 @@ namespace Velmar::Lintrix::detail::engine {
 template <class T>
 [[gnu::always_inline]] inline void divideByInverse(T by, T* values, int count)
 {
-    const T inverse = T(1) / by;
+    const T inverse = inverseOf(by);
     for (int i = 0; i < count; ++i) values[i] = product(values[i], inverse);
 }
 

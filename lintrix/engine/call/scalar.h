@@ -44,15 +44,44 @@ inline RealOf<T> realPart(T value) noexcept
     }
 }
 
+/// Whether a sum of two squares has neither overflowed nor lost digits to underflow; false for NaN.
+inline bool isSafeSquare(double squares) noexcept
+{
+    return squares > 1e-280 && squares < 1e+280;
+}
+
 /// |x|, in double precision also for float: squares do not leave its range on the way.
 template <class T>
 inline double modulus(T x) noexcept
 {
     if constexpr (kIsComplex<T>) {
-        return std::hypot(static_cast<double>(x.real()), static_cast<double>(x.imag()));
+        const double re = x.real(), im = x.imag(), squares = re * re + im * im;
+        return isSafeSquare(squares) ? std::sqrt(squares) : std::hypot(re, im);
     } else {
         return std::abs(static_cast<double>(x));
     }
+}
+
+/// 1/x. Of a complex number by its squares, which takes a third of the time of a quotient that minds every
+/// size; a number of another size is brought near 1 by a power of two, so that x times one has the same bits
+/// times its inverse.
+template <class T>
+inline T inverseOf(T x) noexcept
+{
+    if constexpr (kIsComplex<T>) {
+        using R = RealOf<T>;
+        const double re = x.real(), im = x.imag(), squares = re * re + im * im;
+        if (isSafeSquare(squares)) return {static_cast<R>(re / squares), static_cast<R>(-im / squares)};
+        const double size = std::fmax(std::abs(re), std::abs(im));
+        if (size > 0 && std::isfinite(re) && std::isfinite(im)) {
+            const int shift = -std::ilogb(size);
+            const std::complex<double> near =
+                inverseOf(std::complex(std::scalbn(re, shift), std::scalbn(im, shift)));
+            return {static_cast<R>(std::scalbn(near.real(), shift)),
+                    static_cast<R>(std::scalbn(near.imag(), shift))};
+        }
+    }
+    return T(1) / x;
 }
 
 /// |x| of a real number, |Re x| + |Im x| of a complex one: what candidates for a pivot are compared by, as in

@@ -10,6 +10,12 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
+namespace {
+
+constexpr int kEntriesAhead = 16;
+
+} // namespace
+
 double multiplications(const FactorStructure& structure) noexcept
 {
     double sum = 0.0;
@@ -122,14 +128,13 @@ void Eliminator<T>::gather(int J)
     T* const u = unsymmetric() ? upper(J) : l;
     if (unsymmetric()) std::fill_n(u, std::ptrdiff_t{height - width} * width, T(0));
     const EntryMaps& maps = plan_.maps;
+    const auto entries = static_cast<int>(maps.source.size());
     for (int k = maps.firstEntry[J]; k < maps.firstEntry[J + 1]; ++k) {
+        // They lie all over A: those to come, of this and the next supernodes, are brought near meanwhile.
+        __builtin_prefetch(values_ + maps.source[std::min(k + kEntriesAhead, entries - 1)]);
         const int place = maps.place[k];
         const T value = scaled(values_[maps.source[k]], J, place);
-        if (place >= 0) {
-            l[place] = value;
-        } else {
-            u[~place] = conjugate(value, rules_.hermitian);
-        }
+        (place >= 0 ? l : u)[place >= 0 ? place : ~place] = conjugate(value, place < 0 && rules_.hermitian);
     }
 }
 
@@ -270,13 +275,8 @@ template <class T>
 bool Eliminator<T>::factorCholesky(int J)
 {
     const int height = structure_.height(J), width = structure_.width(J);
-    T* const block = lower(J);
-    int info = 0;
-    lapack::potrf('L', width, block, height, info);
-    if (info > 0) return failAt(J, info);
+    if (const int info = factorCholeskyPanel(lower(J), height, width); info > 0) return failAt(J, info);
     pivots_.positive += width;
-    solveFromRight(kComplex ? RightFactor::LowerAdjoint : RightFactor::LowerTransposed, block, height, width,
-                   block + width, height, height - width);
     return true;
 }
 

@@ -6,10 +6,12 @@
 #include <lintrix/engine/out_of_core/out_of_core_settings.h>
 
 #include <algorithm>
+#include <array>
 #include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <span>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -89,18 +91,28 @@ std::span<const std::byte> valuesOf(const Arguments& call, const Handle& handle)
             static_cast<std::size_t>(control[Word::MappedEntries]) * element};
 }
 
-// Words of four bytes, the size of the smallest value, each mixed into all bits of those before: the
-// multiplier is odd, so that every step is a bijection of the state.
+// A word mixed into all bits of those before: the multiplier is odd, so that every step is a bijection of the
+// state.
+std::uint64_t mixed(std::uint64_t state, std::uint64_t word)
+{
+    state = (state ^ word) * 0x9e3779b97f4a7c15ULL;
+    return state ^ state >> 29;
+}
+
+// Four strands of words side by side, since a step waits for the one before; what is left at the end is
+// filled up with zeros, and the length tells it from zeros that are values.
 std::uint64_t fingerprint(std::span<const std::byte> values)
 {
-    std::uint64_t state = values.size();
-    for (std::size_t k = 0; k < values.size(); k += sizeof(std::uint32_t)) {
-        std::uint32_t word;
-        std::memcpy(&word, values.data() + k, sizeof word);
-        state = (state ^ word) * 0x9e3779b97f4a7c15ULL;
-        state ^= state >> 29;
-    }
-    return state;
+    std::array<std::uint64_t, 4> strands{1, 2, 3, 4}, words{};
+    const auto mixIn = [&](std::span<const std::byte> bytes) {
+        std::memcpy(words.data(), bytes.data(), bytes.size());
+        for (std::size_t s = 0; s < strands.size(); ++s) strands[s] = mixed(strands[s], words[s]);
+    };
+    std::span<const std::byte> left = values;
+    for (; left.size() >= sizeof words; left = left.subspan(sizeof words)) mixIn(left.first(sizeof words));
+    words.fill(0);
+    mixIn(left);
+    return std::accumulate(strands.begin(), strands.end(), std::uint64_t{values.size()}, mixed);
 }
 
 } // namespace

@@ -1,10 +1,14 @@
 #include <lintrix/engine/factorization/panel_solve.h>
 
 #include <lintrix/engine/call/scalar.h>
+#include <lintrix/engine/factorization/column_kernel.h>
 #include <lintrix/engine/factorization/pivot_pair.h>
 #include <lintrix/services/blas.h>
+#include <lintrix/services/dispatch.h>
+#include <lintrix/services/lapack.h>
 
 #include <algorithm>
+#include <cmath>
 #include <complex>
 #include <cstddef>
 #include <cstdlib>
@@ -30,40 +34,108 @@ bool isAdjoint(RightFactor factor)
 }
 
 template <class T>
-void subtractMultiple(const T* from, T by, T* column, int m)
-{
-    for (int i = 0; i < m; ++i) column[i] -= product(from[i], by);
-}
-
-template <class T>
 void scale(T* column, T by, int m)
 {
     for (int i = 0; i < m; ++i) column[i] = product(column[i], by);
 }
 
 // Column j of X loses the columns before it, times the entries of column j of the right factor.
-template <class T>
-void solveByColumns(RightFactor factor, const T* block, std::ptrdiff_t ld, int w, T* x, std::ptrdiff_t ldx,
-                    int m)
+template <int Bytes, class T>
+LINTRIX_ALWAYS_INLINE void solveByColumns(RightFactor factor, const T* block, std::ptrdiff_t ld, int w, T* x,
+                                          std::ptrdiff_t ldx, int m)
 {
     for (int j = 0; j < w; ++j) {
         T* const column = x + ldx * j;
         for (int p = 0; p < j; ++p) {
             const T entry =
                 isUpper(factor) ? block[p + ld * j] : conjugate(block[j + ld * p], isAdjoint(factor));
-            subtractMultiple(x + ldx * p, entry, column, m);
+            column_kernel::loseMultiple<Bytes, false>(x + ldx * p, entry, column, m);
         }
-        if (!isUnit(factor)) scale(column, T(1) / conjugate(block[j + ld * j], isAdjoint(factor)), m);
+        if (!isUnit(factor)) scale(column, inverseOf(conjugate(block[j + ld * j], isAdjoint(factor))), m);
     }
+}
+
+// Column j loses the columns before it, times row j of L, and is divided by the root of its pivot.
+template <int Bytes, class T>
+LINTRIX_ALWAYS_INLINE int choleskyByColumns(T* panel, std::ptrdiff_t ld, int w)
+{
+    for (int j = 0; j < w; ++j) {
+        T* const column = panel + ld * j;
+        const int rows = static_cast<int>(ld) - j;
+        for (int p = 0; p < j; ++p) {
+            const T* const before = panel + ld * p;
+            column_kernel::loseMultiple<Bytes, false>(before + j, conjugate(before[j]), column + j, rows);
+        }
+        const RealOf<T> pivot = realPart(column[j]);
+        if (pivot <= 0) return j + 1; // NaN goes on to the solution, as from potrf
+        const RealOf<T> root = std::sqrt(pivot), inverse = 1 / root;
+        column[j] = root;
+        for (int i = j + 1; i < ld; ++i) column[i] *= inverse;
+    }
+    return 0;
+}
+
+template <class T>
+struct NarrowPanels {
+    void (*solve)(RightFactor, const T*, std::ptrdiff_t, int, T*, std::ptrdiff_t, int);
+    int (*cholesky)(T*, std::ptrdiff_t, int);
+};
+
+template <class T>
+[[gnu::target("avx2")]] void solveAvx2(RightFactor factor, const T* block, std::ptrdiff_t ld, int w, T* x,
+                                       std::ptrdiff_t ldx, int m)
+{
+    solveByColumns<32>(factor, block, ld, w, x, ldx, m);
+}
+template <class T>
+[[gnu::target("avx2")]] int choleskyAvx2(T* panel, std::ptrdiff_t ld, int w)
+{
+    return choleskyByColumns<32>(panel, ld, w);
+}
+template <class T>
+void solveSse2(RightFactor factor, const T* block, std::ptrdiff_t ld, int w, T* x, std::ptrdiff_t ldx, int m)
+{
+    solveByColumns<16>(factor, block, ld, w, x, ldx, m);
+}
+template <class T>
+int choleskySse2(T* panel, std::ptrdiff_t ld, int w)
+{
+    return choleskyByColumns<16>(panel, ld, w);
+}
+
+// Columns are too short for longer vectors to pay.
+template <class T>
+constexpr NarrowPanels<T> kAvx2{solveAvx2<T>, choleskyAvx2<T>};
+template <class T>
+constexpr KernelForms<NarrowPanels<T>> kForms{
+    .sse2 = {solveSse2<T>, choleskySse2<T>}, .avx2 = kAvx2<T>, .avx512 = kAvx2<T>};
+
+template <class T>
+const NarrowPanels<T>& narrowPanels()
+{
+    static const NarrowPanels<T> chosen = kForms<T>.chosen();
+    return chosen;
 }
 
 } // namespace
 
 template <class T>
+int factorCholeskyPanel(T* panel, int height, int w)
+{
+    if (w <= kWidestByColumns) return narrowPanels<T>().cholesky(panel, height, w);
+    int info = 0;
+    lapack::potrf('L', w, panel, height, info);
+    if (info == 0)
+        solveFromRight(kIsComplex<T> ? RightFactor::LowerAdjoint : RightFactor::LowerTransposed, panel,
+                       height, w, panel + w, height, height - w);
+    return info;
+}
+
+template <class T>
 void solveFromRight(RightFactor factor, const T* block, int ld, int w, T* x, int ldx, int m)
 {
     if (m == 0) return;
-    if (w <= kWidestByColumns) return solveByColumns(factor, block, ld, w, x, ldx, m);
+    if (w <= kWidestByColumns) return narrowPanels<T>().solve(factor, block, ld, w, x, ldx, m);
     const char uplo = isUpper(factor) ? 'U' : 'L', diag = isUnit(factor) ? 'U' : 'N';
     const char trans = isUpper(factor) ? 'N' : isAdjoint(factor) ? 'C' : 'T';
     blas::trsm('R', uplo, trans, diag, m, w, T(1), block, ld, x, ldx);
@@ -86,7 +158,7 @@ void divideByPivots(const T* block, int ld, int w, const int* exchange, bool her
     for (int j = 0; j < w;) {
         T *const first = x + std::ptrdiff_t{ldx} * j, *const second = first + ldx;
         if (exchange[j] > 0) {
-            scale(first, T(1) / block[j + std::ptrdiff_t{ld} * j], m);
+            scale(first, inverseOf(block[j + std::ptrdiff_t{ld} * j]), m);
             ++j;
             continue;
         }
@@ -122,6 +194,7 @@ void multiplyByPivots(const T* block, int ld, int w, const int* exchange, bool h
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \
     template void solveFromRight(RightFactor, const T*, int, int, T*, int, int);                             \
+    template int factorCholeskyPanel(T*, int, int);                                                          \
     template void exchangeColumns(const int*, int, T*, int, int);                                            \
     template void divideByPivots(const T*, int, int, const int*, bool, T*, int, int);                        \
     template void multiplyByPivots(const T*, int, int, const int*, bool, const T*, int, int, T*, int);

@@ -1,6 +1,7 @@
 #pragma once
 /// @file
-/// The rows below a supernode's diagonal block, once the block is factored.
+/// The rows below a supernode's diagonal block, once the block is factored; block and rows in one for
+/// Cholesky's factor, which exchanges nothing.
 
 #include <lintrix/services/export.h>
 
@@ -19,6 +20,12 @@ enum class RightFactor {
 /// solved one by one, many by trsm.
 template <class T>
 LINTRIX_TESTABLE void solveFromRight(RightFactor factor, const T* block, int ld, int w, T* x, int ldx, int m);
+
+/// The lower triangle of the w x w block on top of `panel` becomes Cholesky's factor, and the rows below
+/// follow from it. Few columns are done one by one over all rows, many by potrf and trsm.
+/// @return  the first column, from 1, whose pivot is not positive; 0 if there is none
+template <class T>
+LINTRIX_TESTABLE int factorCholeskyPanel(T* panel, int height, int w);
 
 /// Columns i and |exchange[i]| - 1 of X change places, for i from 0 on.
 template <class T>

@@ -1,7 +1,9 @@
 #include <lintrix/engine/factorization/pivoting.h>
 
 #include <lintrix/engine/call/division.h>
+#include <lintrix/engine/factorization/column_kernel.h>
 #include <lintrix/engine/factorization/pivot_pair.h>
+#include <lintrix/services/dispatch.h>
 
 #include <algorithm>
 #include <complex>
@@ -110,8 +112,8 @@ void divide(T* cells, int count, T by)
 
 // Column k becomes L's; the rest of the block loses the product of column and row k. Returns the column where
 // the largest magnitude is now.
-template <class T>
-Champion<T> eliminate(const Block<T>& a, int k)
+template <int Bytes, class T>
+LINTRIX_ALWAYS_INLINE Champion<T> eliminate(const Block<T>& a, int k)
 {
     const int behind = k + 1, count = a.width() - behind;
     T* const l = a.column(k) + behind;
@@ -119,10 +121,7 @@ Champion<T> eliminate(const Block<T>& a, int k)
     Champion<T> champion{0, behind};
     for (int j = behind; j < a.width(); ++j) {
         T* const column = a.column(j) + behind;
-        const T u = a(k, j);
-#pragma omp simd
-        for (int i = 0; i < count; ++i) column[i] -= product(l[i], u);
-        champion.meet(j, largestMagnitude(column, count));
+        champion.meet(j, column_kernel::loseMultiple<Bytes, true>(l, a(k, j), column, count));
     }
     return champion;
 }
@@ -247,7 +246,7 @@ private:
     void eliminateOne(int k)
     {
         T* const l = a_.column(k);
-        const T inverse = T(1) / l[k];
+        const T inverse = inverseOf(l[k]);
         for (int j = k + 1; j < a_.width(); ++j) {
             T* const column = a_.column(j);
             const T factor = product(conjugated(l[j]), inverse);
@@ -281,10 +280,13 @@ private:
 
 } // namespace
 
-template <class T>
-PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchange, int* columnExchange)
+namespace {
+
+template <int Bytes, class T>
+LINTRIX_ALWAYS_INLINE PivotCounts pivotBlock(const Block<T>& a, double eps, int* rowExchange,
+                                             int* columnExchange)
 {
-    const Block<T> a(block, ld, w);
+    const int w = a.width();
     const RealOf<T> smallest = threshold<T>(eps, 1e-13);
     PivotCounts counts;
     Champion<T> champion{0, 0};
@@ -295,9 +297,37 @@ PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchang
         rowExchange[k] = place.row + 1;
         columnExchange[k] = place.column + 1;
         a(k, k) = sufficient(a(k, k), smallest, counts);
-        champion = eliminate(a, k);
+        champion = eliminate<Bytes>(a, k);
     }
     return counts;
+}
+
+template <class T>
+using CompletePivoting = PivotCounts (*)(const Block<T>&, double, int*, int*);
+
+template <class T>
+[[gnu::target("avx2")]] PivotCounts pivotAvx2(const Block<T>& a, double eps, int* rows, int* columns)
+{
+    return pivotBlock<32>(a, eps, rows, columns);
+}
+template <class T>
+PivotCounts pivotSse2(const Block<T>& a, double eps, int* rows, int* columns)
+{
+    return pivotBlock<16>(a, eps, rows, columns);
+}
+
+// Blocks are too narrow for longer vectors to pay.
+template <class T>
+constexpr KernelForms<CompletePivoting<T>> kForms{
+    .sse2 = pivotSse2<T>, .avx2 = pivotAvx2<T>, .avx512 = pivotAvx2<T>};
+
+} // namespace
+
+template <class T>
+PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchange, int* columnExchange)
+{
+    static const CompletePivoting<T> kernel = kForms<T>.chosen();
+    return kernel({block, ld, w}, eps, rowExchange, columnExchange);
 }
 
 template <class T>

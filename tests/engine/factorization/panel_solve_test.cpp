@@ -122,6 +122,46 @@ TYPED_TEST(PanelSolve, EachFactorIsDividedBy)
     }
 }
 
+// A panel of L*L^H has L for its factor, block and rows below, on both sides of the choice of a kernel.
+TYPED_TEST(PanelSolve, CholeskyPanelIsTheFactorItWasMadeFrom)
+{
+    using T = TypeParam;
+    std::mt19937 random(5);
+    for (const int w : {1, 2, 5, 11, 12, 13, 14, 40}) {
+        for (const int below : {0, 1, 7, 33}) {
+            SCOPED_TRACE(::testing::Message() << "w " << w << ", below " << below);
+            Panel<T> L(w + below - 3, w, random); // the panel's leading dimension is its height
+            L.rows = L.ld;
+            for (T& cell : L.cells) cell /= static_cast<RealOf<T>>(w);
+            for (int j = 0; j < w; ++j) L(j, j) = T(2);
+            Panel<T> A = L;
+            for (int j = 0; j < w; ++j) {
+                for (int i = j; i < L.rows; ++i) {
+                    A(i, j) = T(0);
+                    for (int p = 0; p <= j; ++p) A(i, j) += L(i, p) * conjugate(L(j, p));
+                }
+            }
+            ASSERT_EQ(factorCholeskyPanel(A.cells.data(), A.ld, w), 0);
+            for (int j = 0; j < w; ++j) {
+                for (int i = j; i < L.rows; ++i)
+                    ASSERT_LE(std::abs(A(i, j) - L(i, j)), 50 * w * this->kUnit) << i << ' ' << j;
+            }
+        }
+    }
+}
+
+TYPED_TEST(PanelSolve, CholeskyPanelTellsItsFirstPivotThatIsNotPositive)
+{
+    using T = TypeParam;
+    for (const RealOf<T> bad : {RealOf<T>(0), RealOf<T>(-1)}) {
+        for (const int w : {4, 20}) {
+            std::vector<T> panel(static_cast<std::size_t>(w) * static_cast<std::size_t>(w + 1));
+            for (int j = 0; j < w; ++j) panel[static_cast<std::size_t>(j + (w + 1) * j)] = T(j < 2 ? 4 : bad);
+            EXPECT_EQ(factorCholeskyPanel(panel.data(), w + 1, w), 3) << w << ' ' << bad;
+        }
+    }
+}
+
 TYPED_TEST(PanelSolve, ExchangesAreDoneInTheirOrder)
 {
     using T = TypeParam;

@@ -32,9 +32,22 @@ bool rowsAscend(const Pattern& pattern)
     return true;
 }
 
-// Hands each member of the union of two ascending lists to `take` once, ascending, but not `excluded`.
+// Hands each member of an ascending list to `take` once, but not `excluded`; the last that was handed on, or
+// `last`.
 template <class Take>
-void forUnion(std::span<const int> a, std::span<const int> b, int excluded, Take take)
+int forMembers(std::span<const int> list, int last, int excluded, Take take)
+{
+    for (const int next : list) {
+        if (next == last || next == excluded) continue;
+        take(next);
+        last = next;
+    }
+    return last;
+}
+
+// The same of the union of two such lists.
+template <class Take>
+void forMerged(std::span<const int> a, std::span<const int> b, int excluded, Take take)
 {
     constexpr int kEnd = std::numeric_limits<int>::max(); // above any index
     std::size_t p = 0, q = 0;
@@ -46,6 +59,21 @@ void forUnion(std::span<const int> a, std::span<const int> b, int excluded, Take
         if (next == last || next == excluded) continue;
         take(next);
         last = next;
+    }
+}
+
+// Hands each member of the union of two ascending lists to `take` once, ascending, but not `excluded`. One
+// after the other where b ends before a begins, as in a symmetric matrix of which a triangle is stored, and
+// one for both where they are equal, as with a symmetric pattern; by merging elsewhere.
+template <class Take>
+void forUnion(std::span<const int> a, std::span<const int> b, int excluded, Take take)
+{
+    if (a.empty() || b.empty() || b.back() <= a.front()) {
+        forMembers(a, forMembers(b, excluded, excluded, take), excluded, take);
+    } else if (std::ranges::equal(a, b)) {
+        forMembers(a, excluded, excluded, take);
+    } else {
+        forMerged(a, b, excluded, take);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <complex>
 #include <cstdio>
 #include <limits>
+#include <numeric>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -26,15 +27,19 @@ void forEachNonZero(const CompressedRows<T>& matrix, Triangles triangles, Visit 
     }
 }
 
-// Row i of the record begins at start[i + 1] from here on: the filling moves it on by the row's length, to
-// where row i + 1 begins.
+// The entries of row i, which are no more than those of A, at count[i + 1]; returns them all.
 template <class T>
-void countRows(const CompressedRows<T>& matrix, Triangles triangles, std::span<int> start) noexcept
+std::int64_t countRows(const CompressedRows<T>& matrix, Triangles triangles, std::span<int> count) noexcept
 {
-    forEachNonZero(matrix, triangles, [&](int row, int, int) {
-        if (row + 2 < static_cast<int>(start.size())) ++start[row + 2];
-    });
-    for (std::size_t i = 2; i < start.size(); ++i) start[i] += start[i - 1];
+    forEachNonZero(matrix, triangles, [&](int row, int, int) { ++count[row + 1]; });
+    return std::accumulate(count.begin(), count.end(), std::int64_t{0});
+}
+
+// Counts become starts: row i begins at start[i + 1], until the filling moves that on by the row's length, to
+// where row i + 1 begins.
+void beginRows(std::span<int> start) noexcept
+{
+    std::exclusive_scan(start.begin() + 1, start.end(), start.begin() + 1, 0);
 }
 
 } // namespace
@@ -48,16 +53,18 @@ double magnitudeOf(const T& x) noexcept
 template <class T>
 Failure copyMagnitudes(const CompressedRows<T>& matrix, Triangles triangles, csr_new& record) noexcept
 {
-    std::int64_t entries = 0;
-    forEachNonZero(matrix, triangles, [&](int, int, int) { ++entries; });
+    csr_new fresh;
+    fresh.n = matrix.rows();
+    fresh.ia = Scratch<int>::zeroed(fresh.n + 1LL);
+    if (!fresh.ia) return outOfMemory(BlockCode::MatchingWork, missingBytes(fresh.ia));
+    const std::int64_t entries = countRows(matrix, triangles, fresh.ia.span());
     if (entries > std::numeric_limits<int>::max()) return overflow();
+    fresh.nnz = static_cast<int>(entries);
+    fresh.ja = Scratch<int>::uninitialised(entries);
+    fresh.m = Scratch<double>::uninitialised(entries);
+    if (!fresh.ja || !fresh.m) return outOfMemory(BlockCode::MatchingWork, missingBytes(fresh.ja, fresh.m));
 
-    csr_new fresh{matrix.rows(), static_cast<int>(entries), Scratch<int>::zeroed(matrix.rows() + 1LL),
-                  Scratch<int>::uninitialised(entries), Scratch<double>::uninitialised(entries)};
-    if (!fresh.ia || !fresh.ja || !fresh.m)
-        return outOfMemory(BlockCode::MatchingWork, missingBytes(fresh.ia, fresh.ja, fresh.m));
-
-    countRows(matrix, triangles, fresh.ia.span());
+    beginRows(fresh.ia.span());
     forEachNonZero(matrix, triangles, [&](int row, int column, int k) {
         const int place = fresh.ia[row + 1]++;
         fresh.ja[place] = column;

@@ -71,8 +71,12 @@ public:
             int* const list = rows.data() + structure_.rowStarts[J];
             int *const first = list + (behind - structure_.starts[J]), *const end =
                                                                            list + structure_.height(J);
-            std::transform(first, end, first, [&](int row) { return placeOf_[row]; });
-            if (!std::is_sorted(first, end)) std::sort(first, end);
+            bool ascends = true;
+            for (int *row = first, before = -1; row < end; before = *row++) {
+                *row = placeOf_[*row];
+                ascends &= before < *row;
+            }
+            if (!ascends) std::sort(first, end);
         }
         return true;
     }
@@ -123,10 +127,11 @@ private:
     double cellsOf(int run) const
     {
         const auto hits = static_cast<double>(hitStarts_[run + 1] - hitStarts_[run]);
-        return width(run) + kTouches * hits * (1.0 + width(run) / 2.0);
+        const int width = endOf(run) - runStart_[run];
+        return width + kTouches * hits * (1.0 + width / 2.0);
     }
 
-    int width(int run) const { return (run + 1 < runs_ ? runStart_[run + 1] : n_) - runStart_[run]; }
+    int endOf(int run) const { return run + 1 < runs_ ? runStart_[run + 1] : n_; }
 
     // The rows below that a supernode has in each run, unless it has them all. Pieces of a cut one have the
     // same, so one stands for all.
@@ -138,9 +143,10 @@ private:
             const std::int64_t end = structure_.rowStarts[K + 1];
             for (std::int64_t first = structure_.rowStarts[K] + structure_.width(K), last = first;
                  first < end; first = last) {
-                const int run = runOf_[rowAt(first)];
-                while (last < end && runOf_[rowAt(last)] == run) ++last;
-                if (last - first < width(run)) visit(run, Hit{first, last});
+                const int run = runOf_[rowAt(first)], behind = endOf(run);
+                do ++last;
+                while (last < end && rowAt(last) < behind);
+                if (last - first < behind - runStart_[run]) visit(run, Hit{first, last});
             }
         }
     }
@@ -162,7 +168,7 @@ private:
     // Classes are stretches of columnAt_, named by numbers within the run's own positions.
     void refineRun(int run)
     {
-        const int first = runStart_[run], behind = first + width(run);
+        const int first = runStart_[run], behind = endOf(run);
         for (int j = first; j < behind; ++j) classOf_[j] = first;
         begin_[first] = first;
         end_[first] = behind;
