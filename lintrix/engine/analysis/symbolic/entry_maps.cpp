@@ -50,8 +50,8 @@ public:
         const auto entries = static_cast<int>(maps_.source.size());
         for (int J = 0; J < structure_.supernodes(); ++J) {
             const std::span<const int> rows = structure_.rowsOf(J);
-            const int entries = maps_.firstEntry[J + 1] - maps_.firstEntry[J];
-            if (!share_.add(static_cast<double>(rows.size()) + kCellsOfAnEntry * entries)) return;
+            const int own = maps_.firstEntry[J + 1] - maps_.firstEntry[J];
+            if (!share_.add(static_cast<double>(rows.size()) + kCellsOfAnEntry * own)) return;
             for (std::size_t i = 0; i < rows.size(); ++i) index[rows[i]] = static_cast<int>(i);
             for (int k = maps_.firstEntry[J]; k < maps_.firstEntry[J + 1]; ++k) {
                 // They lie all over A: those to come are brought near meanwhile.
