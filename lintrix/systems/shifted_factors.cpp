@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <span>
+#include <type_traits>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -45,12 +46,15 @@ ShiftedFactors<Cell>::ShiftedFactors(const SparseOf<Cell>& A)
 }
 
 template <class Cell>
-bool ShiftedFactors<Cell>::isAffordable(double left, double operations) const
+bool ShiftedFactors<Cell>::isAffordable(double left, double operations)
 {
+    constexpr double perCell = std::is_same_v<Cell, double> ? 1.0 : 4.0;
     const multifrontal::FrontForecast forecast = ldl_.forecast();
     const double own = 2.0 * sizeof(Cell) * static_cast<double>(entries_.values.size()),
                  cells = sizeof(Cell) * static_cast<double>(forecast.entries + forecast.cellsAtOnce);
-    return own + kWaitingRoom * cells <= left && forecast.operations <= operations;
+    bounds_ = {static_cast<std::int64_t>(kWaitingRoom * static_cast<double>(forecast.entries)),
+               operations / perCell};
+    return own + kWaitingRoom * cells <= left && perCell * forecast.operations <= operations;
 }
 
 template <class Cell>
@@ -61,7 +65,7 @@ std::optional<FactorInertia> ShiftedFactors<Cell>::at(double shift)
     for (std::int32_t i = 0; i < view.rows; ++i)
         for (std::int32_t k = view.starts[i]; k < view.starts[i + 1]; ++k)
             if (view.columns[k] == i) shifted.values[k] -= shift;
-    if (!ldl_.factorize(shifted)) return std::nullopt;
+    if (!ldl_.factorize(shifted, bounds_)) return std::nullopt;
     const FactorQuality quality =
         qualityOfFactor<Cell>(MatrixView<Cell>(A_), inverse(), {.columns = 2, .shift = shift});
     const Inertia inertia = ldl_.inertia();

@@ -36,9 +36,9 @@ public:
 
     /// Whether a factorization takes no more than so many bytes, those of this object among them, and so many
     /// operations.
-    bool isAffordable(double left, double operations) const;
-    /// Of A - shift*I; none where the factor is too far from it. @throws NotEnoughMemoryException,
-    /// std::bad_alloc
+    bool isAffordable(double left, double operations);
+    /// Of A - shift*I; none where the factor is too far from it, or pivots that wait make it take more than
+    /// was asked for. @throws NotEnoughMemoryException, std::bad_alloc
     std::optional<FactorInertia> at(double shift);
 
 private:
@@ -47,6 +47,7 @@ private:
     const SparseOf<Cell>& A_;
     EntryArrays<Cell> entries_; ///< both triangles, and all of the diagonal
     multifrontal::MultifrontalLDL<Cell> ldl_;
+    multifrontal::FrontBounds bounds_{};
 };
 
 extern template class ShiftedFactors<double>;

@@ -459,19 +459,21 @@ TEST(SystemInertia, IsLeftUncertainWhereTheBudgetHasNoRoomForASecondFactor)
     const SparseMatrix A = mirrored<double>(60, 1, std::vector<double>(60, 9.0));
     const Matrix B = blockOf<Matrix>(60, 1, 1);
     SystemOptions options = byLu();
-    const auto inertiaWithin = [&](int megabytes) -> std::optional<CertainInertia> {
-        options.memoryBudget = 1048576.0 * megabytes;
+    const auto inertiaWithin = [&](double bytes) -> std::optional<CertainInertia> {
+        options.memoryBudget = bytes;
         try {
             return LinearSystem(A, options).Solve(B).inertia;
         } catch (const OperationFailedException&) {
             return std::nullopt; // too small
         }
     };
-    EXPECT_EQ(inertiaWithin(1000).value().positive, 60);
-    int least = 1;
-    std::optional<CertainInertia> told;
-    while (!(told = inertiaWithin(least))) ++least; // up to where the factor is in memory
-    EXPECT_EQ(told->uncertain, 60) << least << " MB";
+    double enough = 1e9, less = 0.0;
+    EXPECT_EQ(inertiaWithin(enough).value().positive, 60);
+    while (enough - less > 16.0) { // down to where the factor alone is in memory
+        const double middle = less + (enough - less) / 2.0;
+        (inertiaWithin(middle) ? enough : less) = middle;
+    }
+    EXPECT_EQ(inertiaWithin(enough).value().uncertain, 60) << enough << " bytes";
 }
 
 TEST(SystemInertia, IsLeftUncertainWhereMemoryGivesOutAfterTheSolution)

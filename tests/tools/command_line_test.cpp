@@ -232,7 +232,7 @@ TEST(CommandLine, AnUnwritableStandardErrorDoesNotChangeTheExitCode)
     invocation.error = "/dev/full";
     invocation.arguments = {"solve", "/none"};
     EXPECT_EQ(run(invocation).exitCode, 2);
-    invocation.arguments = {"solve", dataFile("jgl011.mtx")};
+    invocation.arguments = {"solve", dataFile("bcsstm01.mtx")};
     EXPECT_EQ(run(invocation).exitCode, 1);
     invocation.arguments = {"solve", dataFile("fs_183_1.mtx"), "--dense"};
     EXPECT_EQ(run(invocation).exitCode, 0) << "with a warning";

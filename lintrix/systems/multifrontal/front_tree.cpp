@@ -1,5 +1,7 @@
 #include <lintrix/systems/multifrontal/front_tree.h>
 
+#include <lintrix/services/work.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -9,6 +11,7 @@ namespace {
 
 using Indices = std::vector<std::int32_t>;
 constexpr std::int32_t kNone = -1;
+constexpr std::int32_t kColumnsUnasked = 1024; ///< between two looks at whether the work is to end
 
 /// Lists of children, in ascending order.
 struct Children {
@@ -79,7 +82,10 @@ public:
         : pattern_(pattern), vertexAt_(vertexAt), positionOf_(inverse(vertexAt)), children_(parents),
           frontOf(vertexAt.size()), madeBy_(vertexAt.size(), kNone)
     {
-        for (std::int32_t j = 0; j < std::ssize(vertexAt); ++j) place(j);
+        for (std::int32_t j = 0; j < std::ssize(vertexAt); ++j) {
+            if (j % kColumnsUnasked == 0) WorkScope::tell();
+            place(j);
+        }
     }
 
     /// Rows below of a front, with those of its own columns left out.
@@ -266,6 +272,7 @@ FrontTree frontTreeOf(const SparsePattern& pattern, std::span<const std::int32_t
 {
     const Indices given(vertexAt.begin(), vertexAt.end());
     const Indices parentsGiven = eliminationTree(pattern, given, inverse(given));
+    WorkScope::tell();
     const Indices order = postorder(parentsGiven), positionOf = inverse(order);
     Indices vertices(order.size()), parents(order.size(), kNone);
     for (std::int32_t j = 0; j < std::ssize(order); ++j) {

@@ -37,7 +37,8 @@ struct FrontTree {
 /// then have some zeros (I. S. Duff, J. K. Reid, "The multifrontal solution of indefinite sparse symmetric
 /// linear equations", ACM TOMS 9 (1983)).
 ///
-/// Cost: nearly linear in the entries and in the rows of all fronts.
+/// Cost: nearly linear in the entries and in the rows of all fronts. @throws std::bad_alloc, what listens to
+/// the work
 LINTRIX_TESTABLE FrontTree frontTreeOf(const SparsePattern& pattern, std::span<const std::int32_t> vertexAt);
 
 /// What an elimination takes that meets no pivot too small.

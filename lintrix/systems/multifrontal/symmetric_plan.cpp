@@ -1,6 +1,7 @@
 #include <lintrix/systems/multifrontal/symmetric_plan.h>
 
 #include <lintrix/engine/minimum_degree_order.h>
+#include <lintrix/services/work.h>
 
 #include <algorithm>
 #include <cmath>
@@ -20,13 +21,14 @@ constexpr int kSteps = 60;      // of conjugate gradients, and what they may lea
 constexpr double kNear = 0.25;
 constexpr std::int32_t kAlone = -1;
 
-/// log2 |a_ij| of all elements.
+/// log2 |a_ij| of all elements; of a zero -infinity.
 template <class Cell>
 std::vector<float> logarithms(const SparseEntries<Cell>& A)
 {
     std::vector<float> sizes(A.values.size());
     std::ranges::transform(A.values, sizes.begin(), [](const Cell& x) {
         const double size = std::max(std::abs(std::real(x)), std::abs(std::imag(x)));
+        if (size == 0.0) return -std::numeric_limits<float>::infinity();
         int exponent = 0;
         const double mantissa = std::frexp(size, &exponent);
         return static_cast<float>(exponent + 2.0 * (mantissa - 1.0)); // within a tenth of the logarithm
@@ -65,20 +67,26 @@ bool areAlike(const Scales& largest)
 Scales unitsOf(const SparsePattern& A, const std::vector<float>& sizes)
 {
     const auto n = static_cast<std::size_t>(A.rows);
-    Scales e(n), residual(n), z(n), p(n), image(n);
-    const auto count = [&](std::size_t i) { return std::max<double>(A.lengthOf(static_cast<int>(i)), 1.0); };
-    for (std::int32_t i = 0; i < A.rows; ++i)
-        for (std::int32_t k = A.starts[i]; k < A.starts[i + 1]; ++k) residual[i] -= sizes[k];
+    Scales e(n), residual(n), counts(n), z(n), p(n), image(n);
+    const auto forElements = [&](const auto& work) {
+        for (std::int32_t i = 0; i < A.rows; ++i)
+            for (std::int32_t k = A.starts[i]; k < A.starts[i + 1]; ++k)
+                if (std::isfinite(sizes[k])) work(i, A.columns[k], sizes[k]);
+    };
+    forElements([&](std::int32_t i, std::int32_t, double size) {
+        residual[i] -= size;
+        ++counts[i];
+    });
+    for (double& count : counts) count = std::max(count, 1.0);
     double before = 0.0;
     for (int step = 0; step < kSteps; ++step) {
-        for (std::size_t i = 0; i < n; ++i) z[i] = residual[i] / count(i);
+        WorkScope::tell();
+        for (std::size_t i = 0; i < n; ++i) z[i] = residual[i] / counts[i];
         if (std::ranges::all_of(z, [](double x) { return std::abs(x) <= kNear; })) break;
         const double size = std::inner_product(residual.begin(), residual.end(), z.begin(), 0.0);
         for (std::size_t i = 0; i < n; ++i) p[i] = z[i] + (step == 0 ? 0.0 : size / before * p[i]);
-        for (std::int32_t i = 0; i < A.rows; ++i) {
-            image[i] = count(static_cast<std::size_t>(i)) * p[i];
-            for (const std::int32_t j : A.row(i)) image[i] += p[j];
-        }
+        for (std::size_t i = 0; i < n; ++i) image[i] = counts[i] * p[i];
+        forElements([&](std::int32_t i, std::int32_t j, double) { image[i] += p[j]; });
         const double alpha = size / std::inner_product(p.begin(), p.end(), image.begin(), 0.0);
         for (std::size_t i = 0; i < n; ++i) {
             e[i] += alpha * p[i];
@@ -160,6 +168,7 @@ std::vector<int> equilibrate(const SparseEntries<Cell>& A)
     Scales scales(static_cast<std::size_t>(A.rows));
     if (!areAlike(largestOfRows(A, sizes, scales))) scales = unitsOf(A, sizes);
     for (int pass = 0; pass < kPasses; ++pass) {
+        WorkScope::tell();
         const Scales largest = largestOfRows(A, sizes, scales);
         for (std::size_t i = 0; i < scales.size(); ++i)
             if (std::isfinite(largest[i])) scales[i] -= 0.5 * largest[i];
@@ -178,7 +187,9 @@ std::vector<std::int32_t> orderWithPartners(const SparseEntries<Cell>& A, const 
     const Names names(partners);
     const PatternArrays pattern = compressed(A, partners, names);
     std::vector<std::int32_t> nameAt(names.firsts.size()), vertexAt;
-    if (MinimumDegreeOrder(pattern.starts, pattern.columns, nameAt) != 0) throw std::bad_alloc();
+    const int error = MinimumDegreeOrder(pattern.starts, pattern.columns, nameAt);
+    WorkScope::tell();
+    if (error != 0) throw std::bad_alloc();
     vertexAt.reserve(partners.size());
     for (const std::int32_t name : nameAt) {
         const std::int32_t first = names.firsts[name];

@@ -336,6 +336,7 @@ void RoadRunner<Cell>::refactorizePivoted(Outcome<Cell>& outcome, const Request<
 {
     forget(outcome);
     outcome.factorQuality.reset();
+    outcome.inertia.reset();
     std::unique_ptr<PivotedFactor<Cell>> factor(static_cast<PivotedFactor<Cell>*>(outcome.factor.release()));
     try {
         const EngineAnswer answer =

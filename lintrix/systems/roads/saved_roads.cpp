@@ -9,8 +9,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -23,6 +26,7 @@ constexpr std::array kRoads = {Road::Cholesky, Road::Symmetric, Road::Delayed, R
                                Road::Matched,  Road::Coarse,    Road::Dense,   Road::Pivoted};
 
 constexpr std::int32_t kNone = -1;
+constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
 struct KeptAttempt {
     std::int32_t road = 0, ordering = kNone; ///< kNone: what takes less time in all
@@ -35,14 +39,20 @@ struct KeptRoads {
 };
 static_assert(sizeof(RoadCost) == 40 && sizeof(KeptRoads) == 16 + sizeof(RoadCost));
 
+/// What is known of a factor. NaN: nothing.
+struct KeptQuality {
+    double inverseNorm = kUnknown, condition = kUnknown, drift = kUnknown;
+};
+
 /// Section "outcome".
 struct KeptOutcome {
     KeptAttempt attempt{};
     std::int32_t ordering = 0, perturbed = 0, taken = 0, reach = 0, leastMegabytes = 0, hasFactor = 0;
     std::int64_t factorEntries = 0;
+    KeptQuality quality{};
     RoadCost cost{};
 };
-static_assert(sizeof(KeptOutcome) == 40 + sizeof(RoadCost));
+static_assert(sizeof(KeptOutcome) == 40 + sizeof(KeptQuality) + sizeof(RoadCost));
 
 /// Section "forecast".
 struct KeptForecast {
@@ -109,11 +119,16 @@ bool fits(const KeptRoads& roads)
            roads.unused == 0;
 }
 
+bool fits(const KeptQuality& quality)
+{
+    return !(quality.inverseNorm < 0.0) && !(quality.condition < 0.0) && !(quality.drift < 0.0);
+}
+
 bool fits(const KeptOutcome& outcome, const MatrixTraits& traits)
 {
     return isAttempt(outcome.attempt) && allows(traits, attemptOf(outcome.attempt).road) &&
            isOrdering(outcome.ordering) && isFlag(outcome.taken) && isFlag(outcome.hasFactor) &&
-           outcome.perturbed >= 0 && outcome.reach >= 0 &&
+           fits(outcome.quality) && outcome.perturbed >= 0 && outcome.reach >= 0 &&
            outcome.reach <= static_cast<std::int32_t>(Reach::Beyond);
 }
 
@@ -122,6 +137,22 @@ bool fits(const KeptForecast& forecast, const MatrixTraits& traits)
     if (!isAttempt(forecast.attempt) || !isOrdering(forecast.ordering)) return false;
     const Road road = attemptOf(forecast.attempt).road;
     return road != Road::Dense && road != Road::Pivoted && road != Road::Delayed && allows(traits, road);
+}
+
+KeptQuality kept(const std::optional<FactorQuality>& quality)
+{
+    if (!quality) return {};
+    return {quality->inverseNorm, quality->condition.value_or(kUnknown), quality->drift.value_or(kUnknown)};
+}
+
+/// One without a number of its own was found out, but never to be none.
+std::optional<FactorQuality> qualityOf(const KeptQuality& kept)
+{
+    const auto known = [](double number) {
+        return std::isnan(number) ? std::nullopt : std::optional(number);
+    };
+    if (std::isnan(kept.inverseNorm)) return std::nullopt;
+    return FactorQuality{kept.inverseNorm, known(kept.condition), known(kept.drift)};
 }
 
 template <class Cell>
@@ -135,6 +166,7 @@ KeptOutcome kept(const Outcome<Cell>& outcome)
             .leastMegabytes = outcome.leastMegabytes,
             .hasFactor = outcome.factor ? 1 : 0,
             .factorEntries = outcome.factorEntries,
+            .quality = kept(outcome.factorQuality),
             .cost = outcome.cost};
 }
 
@@ -151,7 +183,8 @@ Outcome<Cell> outcomeOf(const KeptOutcome& kept, const MatrixTraits& traits)
             .cost = kept.cost,
             .leastMegabytes = kept.leastMegabytes,
             .reach = static_cast<Reach>(kept.reach),
-            .taken = kept.taken != 0};
+            .taken = kept.taken != 0,
+            .factorQuality = qualityOf(kept.quality)};
 }
 
 } // namespace

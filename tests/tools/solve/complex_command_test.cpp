@@ -334,15 +334,5 @@ TEST(ComplexCommand, InfoTakesRectangles)
     EXPECT_NEAR(json["largest_singular_value"].number(), 5.0, 1e-14);
 }
 
-TEST(ComplexCommand, SvdRefuses)
-{
-    const Scratch scratch;
-    const std::string path = scratch.file("a.mtx", kHermitian);
-    const Outcome outcome = run({"svd", path, "-k", "1"});
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(outcome.err,
-              "lintrix: " + path + ":1: the singular values of a complex matrix are not found yet\n");
-}
-
 } // namespace
 } // namespace Velmar::Lintrix::testing
