@@ -161,27 +161,17 @@ std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op,
     return estimates;
 }
 
-/// The corrections op(A)^-1 * R of `columns` columns. What the factor is worth is found out beside them, if
-/// nobody has yet: for A as it stands one reading of the factor serves both.
+/// The corrections op(A)^-1 * R of `columns` columns. What the factor is worth is found out before, if nobody
+/// has yet: by solves of its own, so that the bits of a bound do not depend on who asked first.
 template <class Cell>
 std::vector<Cell> correctionsOf(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
-                                std::int32_t columns, std::vector<Cell> R, const BoundsAsked& asked)
+                                std::int32_t columns, const std::vector<Cell>& R, const BoundsAsked& asked)
 {
-    const LinearMap<Cell> inverse = inverseBy(factor, A.rows(), op);
-    const std::size_t own = R.size();
-    std::vector<Cell> D(own);
-    if (!asked.ofFactor || *asked.ofFactor) {
-        inverse.times(columns, R.data(), D.data());
-    } else if (op == TransposeMode::NotTransposed) {
-        std::ranges::copy(firstQuestion<Cell>(A.rows()), std::back_inserter(R));
-        D.resize(R.size());
-        inverse.times(columns + 1, R.data(), D.data());
-        *asked.ofFactor = qualityOfFactor(A, inverse, asked.question, D.data() + own);
-    } else {
-        inverse.times(columns, R.data(), D.data());
+    if (asked.ofFactor && !*asked.ofFactor)
         *asked.ofFactor =
             qualityOfFactor(A, inverseBy(factor, A.rows(), TransposeMode::NotTransposed), asked.question);
-    }
+    std::vector<Cell> D(R.size());
+    inverseBy(factor, A.rows(), op).times(columns, R.data(), D.data());
     return D;
 }
 

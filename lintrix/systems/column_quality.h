@@ -22,8 +22,8 @@ LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, Tran
 struct BoundsAsked {
     std::int32_t columns = 0; ///< whose errors are bounded at most
     double probeError = 0.0;  ///< of the known solution
-    /// What the factor is worth, which spares work. Where this is empty, it is found out on the way, with its
-    /// first solve and that of the columns in one; null: nothing is known.
+    /// What the factor is worth, which spares work. Where this is empty, it is found out on the way; null:
+    /// nothing is known.
     std::optional<FactorQuality>* ofFactor = nullptr;
     FactorQuestion question{}; ///< then
 };

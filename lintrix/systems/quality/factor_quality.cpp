@@ -48,7 +48,7 @@ double FactorQuality::inverseNormAtMost() const noexcept
 
 template <class Cell>
 FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& inverse,
-                              const FactorQuestion& asked, const Cell* first)
+                              const FactorQuestion& asked)
 {
     FactorQuality quality;
     if (asked.shift) quality.drift = 0.0;
@@ -61,10 +61,9 @@ FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& 
             watch(columns, x, y);
         };
     };
-    if (first != nullptr) watch(1, firstQuestion<Cell>(A.rows()).data(), first);
     const LinearMap<Cell> map{inverse.rows, inverse.cols, watched(inverse.times),
                               watched(inverse.adjointTimes)};
-    quality.inverseNorm = estimateOneNorm(map, {.columns = asked.columns, .iterations = kSteps}, first);
+    quality.inverseNorm = estimateOneNorm(map, {.columns = asked.columns, .iterations = kSteps});
     const double condition = conditionOf(oneNorm(A), quality.inverseNorm, A.rows());
     if (!std::isnan(condition)) quality.condition = condition;
     return quality;
@@ -72,7 +71,7 @@ FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& 
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
     template FactorQuality qualityOfFactor(const MatrixView<Cell>&, const LinearMap<Cell>&,                  \
-                                           const FactorQuestion&, const Cell*);
+                                           const FactorQuestion&);
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<double>)
 #undef LINTRIX_INSTANTIATE

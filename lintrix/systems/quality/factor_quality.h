@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <vector>
 
 namespace Velmar::Lintrix::detail {
 
@@ -36,18 +35,10 @@ struct FactorQuestion {
     std::optional<double> shift{};
 };
 
-/// The condition is meant for shift 0. `first`, where it is not null and one column is asked for, is the
-/// inverse's answer to `firstQuestion`, which a solve of other columns may have brought along. Cost: three
-/// solves at most, two with `first`, and a product with A for each where the drift is asked for.
+/// The condition is meant for shift 0. Cost: three solves at most, and a product with A for each where the
+/// drift is asked for.
 template <class Cell>
 LINTRIX_TESTABLE FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& inverse,
-                                               const FactorQuestion& asked = {}, const Cell* first = nullptr);
-
-/// The mean of all unit vectors.
-template <class Cell>
-std::vector<Cell> firstQuestion(std::int32_t order)
-{
-    return std::vector<Cell>(static_cast<std::size_t>(order), Cell(1.0 / order));
-}
+                                               const FactorQuestion& asked = {});
 
 } // namespace Velmar::Lintrix::detail

@@ -27,11 +27,9 @@ struct NormEstimation {
 };
 
 /// An estimate of ||M||_1 from below. 0 of an empty map; NaN where a product has a NaN, infinite where one is
-/// infinite. `first`, where it is not null, is the product of M with the mean of all unit vectors, from which
-/// the estimate starts where it tries one column.
+/// infinite.
 template <class Cell>
-LINTRIX_TESTABLE double estimateOneNorm(const LinearMap<Cell>& M, const NormEstimation& how = {},
-                                        const Cell* first = nullptr);
+LINTRIX_TESTABLE double estimateOneNorm(const LinearMap<Cell>& M, const NormEstimation& how = {});
 
 /// Of two norms, see below.
 double conditionOf(double oneNorm, double normOfInverse, std::int32_t order) noexcept;

@@ -71,40 +71,5 @@ TYPED_TEST(FactorWorth, TakesThreeSolvesAndSeldomFallsShort)
     EXPECT_GE(near, kTrials - 1);
 }
 
-TYPED_TEST(FactorWorth, GoesOnFromTheFirstAnswerWithTwoSolves)
-{
-    using Cell = TypeParam;
-    Cells random(62);
-    for (const int n : {1, 4, 5, 30}) {
-        const MatrixOf<Cell> A = random.matrix<Cell>(n, n);
-        const MatrixView<Cell> view(A);
-        const LinearMap<Cell> solves = inverseMap<Cell>(A);
-        std::vector<Cell> first(n);
-        solves.times(1, firstQuestion<Cell>(n).data(), first.data());
-        int count = 0;
-        const FactorQuality quality = qualityOfFactor(view, counted(solves, count), {}, first.data());
-        EXPECT_LE(count, 2) << n;
-        EXPECT_EQ(quality.inverseNorm, qualityOfFactor(view, solves).inverseNorm) << n;
-    }
-}
-
-TYPED_TEST(FactorWorth, DriftCountsAnAnswerThatCameBefore)
-{
-    using Cell = TypeParam;
-    MatrixOf<Cell> A(9, 9);
-    for (int i = 0; i < 9; ++i) A(i, i) = 1.0;
-    LinearMap<Cell> exact{9, 9, {}, {}};
-    exact.times = exact.adjointTimes = [](std::int32_t columns, const Cell* x, Cell* y) {
-        std::copy_n(x, 9 * columns, y);
-    };
-    std::vector<Cell> first = firstQuestion<Cell>(9);
-    const auto drift = [&] {
-        return qualityOfFactor(MatrixView<Cell>(A), exact, {.shift = 0.0}, first.data()).drift.value();
-    };
-    EXPECT_EQ(drift(), 0.0);
-    first[3] += 1.0 / 9.0;
-    EXPECT_NEAR(drift(), 1.0, 1e-12);
-}
-
 } // namespace
 } // namespace Velmar::Lintrix::testing
