@@ -68,12 +68,22 @@ MatrixFaults faultsOf(NearNull<Cell> nearNull, TransposeMode op)
     return MatrixFaults([nearNull](std::int32_t firstIndex) { return explain(nearNull, firstIndex); });
 }
 
-/// All directions that A sends to zero, if they are no more than 32: first as few as there mostly are.
+/// Of the solves of a search for directions, on both sides.
+constexpr double kSolvesOfASearch = 22.0;
+/// Operations that a search for more of them may take in any case: a fraction of a second.
+constexpr double kShort = 5e8;
+
+/// All directions that A sends to zero, if they are no more than 32: first as few as there mostly are. Of
+/// more than the first, as long as the solves take no longer than half of so many operations.
 template <class Cell>
-NearNull<Cell> findAllNear(const LinearMap<Cell>& A, const LinearMap<Cell>& inverse, double norm)
+NearNull<Cell> findAllNear(const LinearMap<Cell>& A, const LinearMap<Cell>& inverse, double norm,
+                           const Factored<Cell>& factor, double operations)
 {
+    constexpr std::int32_t kFirst = 4;
     NearNull<Cell> found;
-    for (const std::int32_t vectors : {4, 12, 33}) { // one more than are told, which shows that these are all
+    for (const std::int32_t vectors : {kFirst, 12, 33}) { // one more than are told: then these are all
+        const double work = kSolvesOfASearch * factor.operations(vectors);
+        if (vectors > kFirst && work > std::max(kShort, 0.5 * operations)) break;
         NearNull<Cell> next = findNearNull<Cell>(A, inverse, norm, {.vectors = vectors});
         if (next.singularValues.size() <= found.singularValues.size()) break;
         found = std::move(next);
@@ -165,12 +175,12 @@ Solutions judgeStructurallySingular(const SparseEntries<Cell>& A, const Structur
 
 template <class Cell>
 SingularJudgement<Cell> judgeSingular(const SparseOf<Cell>& A, Factored<Cell>& factor, TransposeMode op,
-                                      const MatrixOf<Cell>& B, std::int32_t columns)
+                                      const MatrixOf<Cell>& B, std::int32_t columns, double operations)
 {
     const MatrixView<Cell> view(A);
     const LinearMap<Cell> map = mapOf(view, op), inverse = inverseBy(factor, A.Rows(), op);
     const double norm = op == TransposeMode::NotTransposed ? infinityNorm(view) : oneNorm(view);
-    const NearNull<Cell> nearNull = findAllNear(map, inverse, norm);
+    const NearNull<Cell> nearNull = findAllNear(map, inverse, norm, factor, operations);
     SingularJudgement<Cell> judgement{.faults = faultsOf(nearNull, op)};
     if (nearNull.nullity == 0 || columns == 0) return judgement;
     MatrixOf<Cell> X(B.Rows(), columns);
@@ -190,8 +200,9 @@ template Solutions judgeStructurallySingular(const SparseEntries<double>&, const
 template Solutions judgeStructurallySingular(const SparseEntries<Complex>&, const StructuralFaults&,
                                              TransposeMode, const CMatrix&);
 template SingularJudgement<double> judgeSingular<double>(const SparseMatrix&, Factored<double>&,
-                                                         TransposeMode, const Matrix&, std::int32_t);
+                                                         TransposeMode, const Matrix&, std::int32_t, double);
 template SingularJudgement<Complex> judgeSingular<Complex>(const CSparseMatrix&, Factored<Complex>&,
-                                                           TransposeMode, const CMatrix&, std::int32_t);
+                                                           TransposeMode, const CMatrix&, std::int32_t,
+                                                           double);
 
 } // namespace Velmar::Lintrix::detail

@@ -20,11 +20,12 @@ struct SingularJudgement {
 
 /// Of op(A)*X = B, of the first `columns` of B (or of none), by a factor whose pivots were replaced. Up to 32
 /// directions are found that A sends to zero; of more it stays unknown whether there are solutions.
-/// Cost: some twenty solves of four columns, of more columns where more directions show, and some of each
-/// right-hand side.
+/// Cost: some twenty solves of four columns; of more columns where more directions show, up to half of the
+/// `operations` of the factorization; and some of each right-hand side.
 template <class Cell>
 SingularJudgement<Cell> judgeSingular(const SparseOf<Cell>& A, roads::Factored<Cell>& factor,
-                                      TransposeMode op, const MatrixOf<Cell>& B, std::int32_t columns);
+                                      TransposeMode op, const MatrixOf<Cell>& B, std::int32_t columns,
+                                      double operations);
 
 /// Of op(A)*X = B where A has not full structural rank: none where what a row without elements, or the
 /// over-determined part of op(A), in which no other unknown is, asks for cannot be had; else unknown.

@@ -355,8 +355,9 @@ private:
     void tellOfSingular(SystemAnswer<Cell>& answer, const Request<Cell>& request,
                         Outcome<Cell>& outcome) const
     {
-        SingularJudgement<Cell> singular = judgeSingular<Cell>(matrix_.Matrix(), *outcome.factor, request.op,
-                                                               request.B, request.B.Cols() - 1);
+        SingularJudgement<Cell> singular =
+            judgeSingular<Cell>(matrix_.Matrix(), *outcome.factor, request.op, request.B,
+                                request.B.Cols() - 1, outcome.cost.operations);
         runner_.finish("check");
         answer.faults = std::move(singular.faults);
         if (!answer.x) return;

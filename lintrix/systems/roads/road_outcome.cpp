@@ -69,7 +69,9 @@ std::string whyNoSolution(Road road, EngineAnswer engine)
 template <class Cell>
 std::string whyFailed(const Outcome<Cell>& outcome)
 {
-    if (outcome.isSolvedByAnother()) return "singular: " + pivots(outcome.perturbed);
+    if (outcome.isSolvedByAnother())
+        return outcome.perturbed > 0 ? "singular: " + pivots(outcome.perturbed)
+                                     : "singular to working precision";
     const double residual = std::max(outcome.quality->residual, outcome.quality->probeResidual);
     if (!std::isfinite(residual)) return "a number overflowed";
     return joined({residual <= kPoor ? "no digit of a known solution came back" : "",
@@ -124,7 +126,8 @@ Outcome<Cell> Outcome<Cell>::road() const
 template <class Cell>
 bool Outcome<Cell>::isSolvedByAnother() const
 {
-    return quality && perturbed > 0 && !(quality->probeErrorInUnits < kNoDigit) &&
+    const bool showsSingular = perturbed > 0 || attempt.road == Road::Delayed; // which keeps pivots near zero
+    return quality && showsSingular && !(quality->probeErrorInUnits < kNoDigit) &&
            quality->probeResidual <= kRoundingLevel;
 }
 
