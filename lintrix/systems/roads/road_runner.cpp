@@ -296,7 +296,6 @@ try {
                   mostOperations(limit, done_.value_or(RoadCost{})))});
     ++factorizations_;
     finish("factorize");
-    outcome.factorEntries = factor->entries();
     outcome.taken = answer.error != kTooMuchFill;
     if (!outcome.taken) {
         outcome.reach = Reach::Far;
@@ -304,6 +303,7 @@ try {
     }
     outcome.engine = answer;
     if (answer.error != 0) return;
+    outcome.factorEntries = factor->entries();
     outcome.perturbed = factor->replaced();
     if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;
     WorkScope::expect(factor->operations(solvesFor(request)));
