@@ -13,7 +13,9 @@ namespace Velmar::Lintrix::detail::multifrontal {
 
 /// What is a pivot. No element of L passes 1 / threshold, of complex cells sqrt(2) / threshold.
 struct PivotRule {
-    double threshold = 0.01; ///< in (0, 1/2]
+    /// In (0, 1/2], of complex cells in (0, 0.3]: then a largest element makes a pivot, by itself or as a
+    /// block.
+    double threshold = 0.01;
     double least = 0x1p-46;  ///< sizes up to which a pivot counts as zero
     bool conjugates = false; ///< A = A^H, else A = A'
 };

@@ -131,11 +131,11 @@ TEST(MultifrontalLDL, SolvesSaddlePointsOfGrids)
     for (const Int side : {4, 7, 10}) expectAll<double>(gridSaddle(side, side * side / 3, 5), true, 5);
 }
 
-/// In units far apart the error is that of the system in units of its own: D*A*D*(D^-1*x) = D*b.
+/// A diagonal that dominates has one set of scales: D*A*D*(D^-1*x) = D*b is solved as A*x = b is.
 TEST(MultifrontalLDL, UnitsMakeNoDifference)
 {
-    for (const double power : {20.0, 60.0}) {
-        const Matrix plain = saddlePoint<double>(randomSymmetric<double>(20, 0.4, 9, true), 6);
+    for (const double power : {20.0, 140.0}) {
+        const Matrix plain = shifted<double>(randomSymmetric<double>(20, 0.4, 9, true), 20.0);
         const Matrix A = inUnits<double>(plain, power, 4);
         const Factored<double> made(A, true), before(plain, true);
         ASSERT_EQ(made.ldl.replaced(), before.ldl.replaced());
