@@ -3,11 +3,11 @@
 #include <lintrix/services/blas.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/multifrontal/scaled_cells.h>
 #include <lintrix/systems/multifrontal/symmetric_plan.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 
 #include <algorithm>
-#include <cmath>
 #include <complex>
 
 namespace Velmar::Lintrix::detail::multifrontal {
@@ -17,15 +17,6 @@ using sparse_lu::product;
 namespace {
 
 constexpr PivotRule kRule{};
-
-double scaled(double x, int exponent) noexcept
-{
-    return std::ldexp(x, exponent);
-}
-std::complex<double> scaled(const std::complex<double>& x, int exponent) noexcept
-{
-    return {std::ldexp(x.real(), exponent), std::ldexp(x.imag(), exponent)};
-}
 
 /// What a pivot that waits costs its fronts, in the whole: measured on programs of quadratic optimization.
 constexpr double kPriceOfWaiting = 2.5;

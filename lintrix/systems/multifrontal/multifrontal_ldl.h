@@ -5,23 +5,17 @@
 #include <lintrix/foundation/block.h>
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
+#include <lintrix/systems/multifrontal/front_bounds.h>
 #include <lintrix/systems/multifrontal/front_elimination.h>
 #include <lintrix/systems/multifrontal/front_tree.h>
 #include <lintrix/systems/structure/inertia.h>
 
 #include <cstdint>
-#include <limits>
 #include <span>
 #include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::multifrontal {
-
-/// What a factorization may take.
-struct FrontBounds {
-    std::int64_t entries = std::numeric_limits<std::int64_t>::max(); ///< of L
-    double operations = std::numeric_limits<double>::infinity();
-};
 
 /// The columns of L that a front has eliminated.
 template <class Cell>

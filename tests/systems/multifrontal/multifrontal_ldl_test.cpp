@@ -4,16 +4,14 @@
 
 #include "tests/support/matrices.h"
 #include "tests/support/refused_memory.h"
+#include "tests/systems/multifrontal/stopping.h"
 #include "tests/systems/multifrontal/symmetric_matrices.h"
 
 #include <lintrix/decompositions/sym_eigen.h>
-#include <lintrix/services/work.h>
 #include <tests/systems/torture/exact_system.h>
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-#include <string>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -253,41 +251,15 @@ TEST(MultifrontalLDL, CountsWhatADenseMatrixTakes)
     EXPECT_EQ(made.ldl.operations(), made.ldl.forecast().operations);
 }
 
-/// Ends the work at its k-th word.
-class Stopping final : public detail::WorkListener {
-public:
-    explicit Stopping(int words) : words_(words) {}
-    void expect(double) noexcept override {}
-    bool hear(double) noexcept override { return --words_ > 0; }
-    void require() const override
-    {
-        if (words_ <= 0) throw std::runtime_error("stopped");
-    }
-    bool hasStopped() const { return words_ <= 0; }
-
-private:
-    int words_;
-};
-
 TEST(MultifrontalLDL, EndsWhereItIsStoppedAndCanBeMadeAgain)
 {
     const Matrix A = gridSaddle(9, 20, 1);
     Factored<double> made(A, true);
-    int stops = 0;
-    for (int words = 1; words < 1000; ++words) {
-        Stopping listener(words);
-        const detail::WorkScope scope(listener);
-        try {
-            ASSERT_TRUE(made.ldl.factorize(made.entries));
-            std::vector<double> x(static_cast<std::size_t>(A.Rows()), 1.0);
-            made.ldl.solve(N::NotTransposed, x);
-        } catch (const std::runtime_error&) {
-            ++stops;
-            continue;
-        }
-        ASSERT_FALSE(listener.hasStopped());
-        break;
-    }
+    const int stops = stopsUntilDone([&] {
+        ASSERT_TRUE(made.ldl.factorize(made.entries));
+        std::vector<double> x(static_cast<std::size_t>(A.Rows()), 1.0);
+        made.ldl.solve(N::NotTransposed, x);
+    });
     EXPECT_GT(stops, 5);
     expectSolves<double>(A, made.ldl, 1);
 }
