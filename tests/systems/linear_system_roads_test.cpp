@@ -97,7 +97,7 @@ TEST(SparseRoads, EachIsTakenAndSolves)
 {
     const SparseMatrix positive = chain(40, 2.5, -1.0, -1.0);
     for (const Road road : {Road::Cholesky, Road::Symmetric, Road::Delayed, Road::Unmatched, Road::Matched,
-                            Road::Coarse, Road::Pivoted, Road::Dense}) {
+                            Road::Fronts, Road::Coarse, Road::Pivoted, Road::Dense}) {
         SCOPED_TRACE(nameOf(road, 11));
         const RoadsTaken<double> answer = solved(positive, road);
         expectAccurate(answer, road);
@@ -195,7 +195,7 @@ bool isRegular(const SparseMatrix& A)
 TEST(SparseRoads, NoSuccessIsFalse)
 {
     // Skew, no diagonal: hard on a factorization that keeps its pivots within a supernode.
-    int accurate = 0, raised = 0;
+    int accurate = 0, delayed = 0;
     for (std::uint64_t seed = 0; seed < 400; ++seed) {
         const SparseMatrix A = randomSigns(30, seed);
         const RoadsTaken<double> sparse = solved(A);
@@ -211,10 +211,10 @@ TEST(SparseRoads, NoSuccessIsFalse)
         if (regular) {
             EXPECT_NE(sparse.verdict, Verdict::Failed) << sparse.reason;
         }
-        if (sparse.road == Road::Coarse && sparse.verdict == Verdict::Accurate) ++raised;
+        if (sparse.road == Road::Fronts && sparse.verdict == Verdict::Accurate) ++delayed;
     }
     EXPECT_GT(accurate, 100);
-    EXPECT_GT(raised, 0) << "raised pivots were needed";
+    EXPECT_GT(delayed, 0) << "pivots that wait were needed";
 }
 
 /// Neighbours on a grid are joined by a sign of their own in each direction; rows and columns in any order.
@@ -243,20 +243,20 @@ SparseMatrix signedGrid(std::int32_t side, std::uint64_t seed)
 TEST(SparseRoads, WhatExchangesOfRowsCanSolveIsSolvedSo)
 {
     // So many of the pivots cancel that were matched, that raising them leads nowhere.
-    int pivoted = 0;
+    int delayed = 0;
     for (std::uint64_t seed = 0; seed < 4; ++seed) {
         const SparseMatrix A = signedGrid(40, seed);
         if (!isRegular(A)) continue;
         SCOPED_TRACE(seed);
         const RoadsTaken<double> answer = solved(A);
         expectAccurate(answer, answer.road);
-        if (answer.road != Road::Pivoted) continue;
-        ++pivoted;
-        EXPECT_EQ(answer.best.roadName, "sparse LU with partial pivoting");
+        if (answer.road != Road::Fronts) continue;
+        ++delayed;
+        EXPECT_EQ(answer.best.roadName, "sparse LU with delayed pivots");
         EXPECT_EQ(answer.best.perturbed, 0);
-        EXPECT_THAT(answer.tried.back(), ::testing::StartsWith("sparse LU with raised pivots: "));
+        EXPECT_THAT(answer.tried.back(), ::testing::StartsWith("sparse LU with matching"));
     }
-    EXPECT_GT(pivoted, 0) << "exchanges of rows were needed";
+    EXPECT_GT(delayed, 0) << "exchanges of rows were needed";
 }
 
 // Rows 1 and 2 are the same: the engine replaces a pivot and finds the matrix singular by that.

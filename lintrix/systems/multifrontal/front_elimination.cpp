@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::int32_t kPanel = 32;       ///< pivots after which the rest of the front follows
 constexpr std::int32_t kMostWaiting = 24; ///< columns in the window that were no pivots, likewise
-constexpr std::int32_t kWorthwhile = 16;  ///< of so many candidates one has to be a pivot, or all wait
+constexpr std::int32_t kWorthwhile = 16;  ///< of so many candidates one is a pivot, or the rest waits
 constexpr std::int32_t kStrip = 96;       ///< columns of the lower triangle that are updated together
 
 /// Of a product and a sum.
@@ -48,22 +48,22 @@ std::int32_t FrontElimination<Cell>::run(const Front<Cell>& front, bool isRoot, 
     places_.resize(static_cast<std::size_t>(front.candidates));
     std::iota(places_.begin(), places_.end(), 0);
     placesThen_.clear();
-    while (done_ < front.candidates && runPass()) {
-    }
+    const std::int32_t share = isRoot ? front.candidates : kWorthwhile;
+    for (std::int32_t left = front.candidates; left > 0; left = front.candidates - done_)
+        if (runPass() * share < left) break;
     if (isRoot) replaceRest();
     bringRowsToPlace();
     return done_;
 }
 
-/// Each of the candidates has its turn, as a pivot or as one that waits.
-/// @return  whether so many were pivots that another pass is worth it
+/// Each of the candidates has its turn, as a pivot or as one that waits. @return  how many were pivots
 template <class Cell>
-bool FrontElimination<Cell>::runPass()
+std::int32_t FrontElimination<Cell>::runPass()
 {
     const std::int32_t before = done_, candidates = front_.candidates - done_;
     std::int32_t tried = 0;
     while (tried < candidates && done_ < front_.candidates) tried += runPanel(candidates - tried);
-    return (done_ - before) * kWorthwhile >= candidates;
+    return done_ - before;
 }
 
 /// Takes pivots until the panel is full or too much waits, and brings the rest of the front up to date.
@@ -184,7 +184,7 @@ std::int32_t FrontElimination<Cell>::moveToFront(std::int32_t j, std::int32_t pa
     return 2;
 }
 
-/// No element is left in a root that does not count as zero.
+/// A root goes on as long as a pass finds a pivot: no element is left that does not count as zero.
 template <class Cell>
 void FrontElimination<Cell>::replaceRest()
 {

@@ -13,7 +13,9 @@ namespace Velmar::Lintrix::detail::multifrontal {
 
 /// What is a pivot. No element of L passes 1 / threshold, of complex cells sqrt(2) / threshold.
 struct PivotRule {
-    double threshold = 0.01; ///< in (0, 1/2]
+    /// In (0, 1/2], of complex cells in (0, 0.3]: then a largest element makes a pivot, by itself or as a
+    /// block.
+    double threshold = 0.01;
     double least = 0x1p-46;  ///< sizes up to which a pivot counts as zero
     bool conjugates = false; ///< A = A^H, else A = A'
 };
@@ -69,7 +71,7 @@ private:
     Cell mirrored(const Cell& x) const noexcept;
     Cell onDiagonal(const Cell& x) const noexcept;
 
-    bool runPass();
+    std::int32_t runPass();
     std::int32_t runPanel(std::int32_t most);
     void enter(std::int32_t j);
     std::int32_t partnerOf(std::int32_t j, double& size);
@@ -95,8 +97,8 @@ private:
     Pivots<Cell>* pivots_ = nullptr;
     std::int32_t done_ = 0;  ///< eliminated
     std::int32_t panel_ = 0; ///< where the panel began
-    std::int32_t window_ =
-        0; ///< columns done_ .. window_ - 1 are up to date, the others lack the panel's pivots
+    /// Columns done_ .. window_ - 1 are up to date, the others lack the panel's pivots.
+    std::int32_t window_ = 0;
     std::vector<Cell> products_{}; ///< L*D of the panel's columns
     std::vector<Cell> factors_{};
     std::vector<std::int32_t> places_{}; ///< of the candidates, before the exchanges

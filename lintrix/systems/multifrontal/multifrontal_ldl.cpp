@@ -3,11 +3,11 @@
 #include <lintrix/services/blas.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/multifrontal/scaled_cells.h>
 #include <lintrix/systems/multifrontal/symmetric_plan.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 
 #include <algorithm>
-#include <cmath>
 #include <complex>
 #include <limits>
 
@@ -18,15 +18,6 @@ using sparse_lu::product;
 namespace {
 
 constexpr PivotRule kRule{};
-
-double scaled(double x, int exponent) noexcept
-{
-    return std::ldexp(x, exponent);
-}
-std::complex<double> scaled(const std::complex<double>& x, int exponent) noexcept
-{
-    return {std::ldexp(x.real(), exponent), std::ldexp(x.imag(), exponent)};
-}
 
 /// What a pivot that waits costs its fronts, in the whole: measured on programs of quadratic optimization.
 constexpr double kPriceOfWaiting = 2.5;
@@ -167,62 +158,62 @@ MultifrontalLDL<Cell>::MultifrontalLDL(const SparseEntries<Cell>& A, bool conjug
 
 template <class Cell>
 MultifrontalLDL<Cell>::MultifrontalLDL(LdlParts<Cell> parts, bool conjugates)
-    : conjugates_(conjugates), exponents_(std::move(parts.exponents)), panels_(std::move(parts.panels)),
-      pivots_(std::move(parts.pivots))
+    : conjugates_(conjugates),
+      exponents_(std::move(parts.exponents)), factor_{std::move(parts.panels), std::move(parts.pivots)}
 {
     tree_.positionOf.resize(parts.vertexAt.size());
     for (std::size_t k = 0; k < parts.vertexAt.size(); ++k)
         tree_.positionOf[parts.vertexAt[k]] = static_cast<std::int32_t>(k);
     tree_.vertexAt = std::move(parts.vertexAt);
-    for (const Panel& panel : panels_) entries_ += entriesOfPanel(panel);
+    for (const Panel& panel : factor_.panels) factor_.entries += entriesOfPanel(panel);
 }
 
 template <class Cell>
 bool MultifrontalLDL<Cell>::factorize(const SparseEntries<Cell>& A, const FrontBounds& bounds)
 {
-    panels_.clear();
-    pivots_ = {};
-    entries_ = delayed_ = 0;
-    operations_ = 0.0;
     PivotRule rule = kRule;
     rule.conjugates = conjugates_;
     FrontElimination<Cell> elimination(rule);
     Assembly assembly(*this, A);
-    panels_.reserve(tree_.parents.size());
+    Factor factor;
+    factor.panels.reserve(tree_.parents.size());
     for (std::int32_t f = 0; f < tree_.fronts(); ++f) {
-        Front<Cell> front = assembly.frontOf(f);
-        panels_.push_back(eliminated(front, tree_.parents[f] < 0, elimination));
-        assembly.keepRest(f, front, panels_.back().pivots);
-        delayed_ += front.candidates - panels_.back().pivots;
-        if (entries_ <= bounds.entries && operations_ <= bounds.operations) continue;
-        panels_.clear();
-        return false;
+        const Front<Cell> front = assembly.frontOf(f);
+        const std::int32_t eliminated = elimination.run(front, tree_.parents[f] < 0, factor.pivots);
+        factor.add(front, eliminated);
+        assembly.keepRest(f, front, eliminated);
+        if (factor.entries > bounds.entries || factor.operations > bounds.operations) return false;
     }
+    factor_ = std::move(factor);
     return true;
 }
 
+/// The first columns of a front, which it has eliminated, with their pivots at the end of all.
 template <class Cell>
-auto MultifrontalLDL<Cell>::eliminated(Front<Cell>& front, bool isRoot, FrontElimination<Cell>& elimination)
-    -> Panel
+void MultifrontalLDL<Cell>::Factor::add(const Front<Cell>& front, std::int32_t eliminated)
 {
-    Panel panel;
-    panel.firstPivot = static_cast<std::int32_t>(pivots_.diagonal.size());
-    panel.pivots = elimination.run(front, isRoot, pivots_);
-    const std::int64_t size = front.size, pivots = panel.pivots;
-    if (pivots > 0) panel.cells = Block<Cell>::copyOf(front.cells, size * pivots);
+    const std::int64_t size = front.size, columns = eliminated;
+    Panel& panel = panels.emplace_back();
+    if (columns > 0) panel.cells = Block<Cell>::copyOf(front.cells, size * columns);
     panel.rows.assign(front.rows.begin(), front.rows.end());
-    entries_ += entriesOfPanel(panel);
-    for (std::int64_t left = size - pivots; left < size; ++left)
-        operations_ += static_cast<double>(left) * static_cast<double>(left + 1);
-    return panel;
+    panel.pivots = eliminated;
+    panel.firstPivot = static_cast<std::int32_t>(std::ssize(pivots.diagonal) - columns);
+    entries += entriesOfPanel(panel);
+    delayed += front.candidates - columns;
+    for (std::int64_t left = size - columns; left < size; ++left)
+        operations += static_cast<double>(left) * static_cast<double>(left + 1);
 }
 
 template <class Cell>
 Inertia MultifrontalLDL<Cell>::inertia() const
 {
-    std::vector<double> diagonal(pivots_.diagonal.size());
-    std::ranges::transform(pivots_.diagonal, diagonal.begin(), [](const Cell& x) { return std::real(x); });
-    return inertiaOf<Cell>(diagonal, pivots_.below);
+    std::vector<double> diagonal(factor_.pivots.diagonal.size());
+    std::ranges::transform(factor_.pivots.diagonal, diagonal.begin(),
+                           [](const Cell& x) { return std::real(x); });
+    Inertia inertia = inertiaOf<Cell>(diagonal, factor_.pivots.below);
+    inertia.positive -= replaced(); // which they look
+    inertia.zero += replaced();
+    return inertia;
 }
 
 /// The rows of a panel, packed: rows.size() x columns.
@@ -263,7 +254,7 @@ void MultifrontalLDL<Cell>::divide(const Panel& panel, std::int32_t columns, Cel
 {
     for (std::int32_t k = 0; k < panel.pivots; ++k) {
         const std::int32_t p = panel.firstPivot + k;
-        const Cell a = pivots_.diagonal[p], b = pivots_.below[p];
+        const Cell a = factor_.pivots.diagonal[p], b = factor_.pivots.below[p];
         if (b == Cell()) {
             const sparse_lu::Divisor<Cell> divisor(a);
             for (std::int32_t c = 0; c < columns; ++c) {
@@ -273,7 +264,7 @@ void MultifrontalLDL<Cell>::divide(const Panel& panel, std::int32_t columns, Cel
             continue;
         }
         const Cell byB = Cell(1.0) / b, byM = Cell(1.0) / (conjugates_ ? conjugate(b) : b);
-        const Cell alpha = product(a, byB), gamma = product(pivots_.diagonal[p + 1], byM);
+        const Cell alpha = product(a, byB), gamma = product(factor_.pivots.diagonal[p + 1], byM);
         const Cell scale = Cell(1.0) / (product(alpha, gamma) - Cell(1.0));
         for (std::int32_t c = 0; c < columns; ++c) {
             Cell* const column = X + std::int64_t{c} * tree_.order();
@@ -333,13 +324,13 @@ void MultifrontalLDL<Cell>::solve(TransposeMode op, std::span<Cell> X) const
     std::vector<int> units;
     for (std::int64_t c = 0; c < columns; ++c)
         units.push_back(place(X.data() + c * n, placed.data() + c * n));
-    for (const Panel& panel : panels_) {
+    for (const Panel& panel : factor_.panels) {
         if (panel.pivots == 0) continue;
         forward(panel, columns, placed.data(), work);
         divide(panel, columns, placed.data());
         WorkScope::tell();
     }
-    for (auto panel = panels_.rbegin(); panel != panels_.rend(); ++panel)
+    for (auto panel = factor_.panels.rbegin(); panel != factor_.panels.rend(); ++panel)
         if (panel->pivots > 0) backward(*panel, columns, placed.data(), work);
     for (std::int64_t c = 0; c < columns; ++c)
         for (std::int32_t i = 0; i < n; ++i)

@@ -5,23 +5,17 @@
 #include <lintrix/foundation/block.h>
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
+#include <lintrix/systems/multifrontal/front_bounds.h>
 #include <lintrix/systems/multifrontal/front_elimination.h>
 #include <lintrix/systems/multifrontal/front_tree.h>
 #include <lintrix/systems/structure/inertia.h>
 
 #include <cstdint>
-#include <limits>
 #include <span>
 #include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::multifrontal {
-
-/// What a factorization may take.
-struct FrontBounds {
-    std::int64_t entries = std::numeric_limits<std::int64_t>::max(); ///< of L
-    double operations = std::numeric_limits<double>::infinity();
-};
 
 /// The columns of L that a front has eliminated.
 template <class Cell>
@@ -62,7 +56,8 @@ public:
 
     FrontForecast forecast() const { return forecastOf(tree_); }
 
-    /// Of the same matrix. @return  false: a bound was passed, and there is no factor
+    /// Of the same matrix. A factor that was made before stays where this one comes to nothing.
+    /// @return  false: a bound was passed
     /// @throws NotEnoughMemoryException, std::bad_alloc, what listens to the work
     bool factorize(const SparseEntries<Cell>& A, const FrontBounds& bounds = {});
 
@@ -71,17 +66,17 @@ public:
 
     /// Of the last factorization: entries of L, operations in cells, pivots that were zero, and candidates
     /// that waited, once for each front.
-    std::int64_t entries() const noexcept { return entries_; }
-    double operations() const noexcept { return operations_; }
-    std::int32_t replaced() const noexcept { return pivots_.replaced; }
-    std::int64_t delayed() const noexcept { return delayed_; }
-    /// Of D. @pre A = A^H
+    std::int64_t entries() const noexcept { return factor_.entries; }
+    double operations() const noexcept { return factor_.operations; }
+    std::int32_t replaced() const noexcept { return factor_.pivots.replaced; }
+    std::int64_t delayed() const noexcept { return factor_.delayed; }
+    /// Of D; pivots that were replaced count as zero. @pre A = A^H
     Inertia inertia() const;
 
     std::span<const int> exponents() const noexcept { return exponents_; }
     std::span<const std::int32_t> vertexAt() const noexcept { return tree_.vertexAt; }
-    std::span<const FrontPanel<Cell>> panels() const noexcept { return panels_; }
-    const Pivots<Cell>& pivots() const noexcept { return pivots_; }
+    std::span<const FrontPanel<Cell>> panels() const noexcept { return factor_.panels; }
+    const Pivots<Cell>& pivots() const noexcept { return factor_.pivots; }
 
 private:
     using Panel = FrontPanel<Cell>;
@@ -91,9 +86,16 @@ private:
         std::vector<std::int32_t> rows{};
         std::int32_t waiting = 0; ///< of the rows: candidates that were no pivots
     };
+    struct Factor {
+        std::vector<Panel> panels{};
+        Pivots<Cell> pivots{};
+        std::int64_t entries = 0, delayed = 0;
+        double operations = 0.0;
+
+        void add(const Front<Cell>& front, std::int32_t eliminated);
+    };
     class Assembly;
 
-    Panel eliminated(Front<Cell>& front, bool isRoot, FrontElimination<Cell>& elimination);
     int place(const Cell* b, Cell* placed) const;
     void forward(const Panel& panel, std::int32_t columns, Cell* X, std::vector<Cell>& work) const;
     void divide(const Panel& panel, std::int32_t columns, Cell* X) const;
@@ -103,10 +105,7 @@ private:
     bool conjugates_;
     std::vector<int> exponents_; ///< of the scales
     FrontTree tree_{};
-    std::vector<Panel> panels_{};
-    Pivots<Cell> pivots_{};
-    std::int64_t entries_ = 0, delayed_ = 0;
-    double operations_ = 0.0;
+    Factor factor_{};
 };
 
 } // namespace Velmar::Lintrix::detail::multifrontal

@@ -40,4 +40,16 @@ std::int32_t refineColumns(const SparseOf<Cell>& A, const MatrixOf<Cell>& B, Mat
     return longest;
 }
 
+/// X with op(A)*X = B by a factor of A, refined up to `most` times. @return  the steps of the column that
+/// took most
+template <class Cell, class Factor>
+std::int32_t solveRefined(const SparseOf<Cell>& A, const Factor& factor, const MatrixOf<Cell>& B,
+                          MatrixOf<Cell>& X, TransposeMode op, std::int32_t most)
+{
+    X = B;
+    factor.solve(op, cellsOf(X));
+    if (most == 0) return 0;
+    return refineColumns<Cell>(A, B, X, op, most, [&](auto cells) { factor.solve(op, cells); });
+}
+
 } // namespace Velmar::Lintrix::detail::roads

@@ -62,11 +62,8 @@ template <class Cell>
 EngineAnswer DelayedFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                         std::optional<std::int32_t> steps)
 try {
-    X = B;
-    ldl_->solve(op, cellsOf(X));
+    steps_ = solveRefined<Cell>(*A_, *ldl_, B, X, op, std::abs(steps.value_or(0)));
     WorkScope::tell(operations(B.Cols()));
-    const std::int32_t most = std::abs(steps.value_or(0));
-    steps_ = refineColumns<Cell>(*A_, B, X, op, most, [&](auto cells) { ldl_->solve(op, cells); });
     return {};
 } catch (const NotEnoughMemoryException&) {
     return {.error = kEngineNoMemory};

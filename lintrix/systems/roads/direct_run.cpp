@@ -17,13 +17,15 @@ struct Setup {
     int iteration;               ///< unit digit of IterativePath where factors are kept
 };
 
-constexpr std::array<Setup, 8> kSetups{{
+constexpr std::array<Setup, 9> kSetups{{
     {Road::Cholesky, "sparse Cholesky", "sparse Cholesky", MatrixType::PositiveDefinite, 0, 0, 2},
     {Road::Symmetric, "sparse LDL'", "sparse LDL^H", MatrixType::Indefinite, 8, 0, 2},
     {Road::Delayed, "sparse LDL' with delayed pivots", "sparse LDL^H with delayed pivots",
      MatrixType::Indefinite, 0, 0, 0},
     {Road::Unmatched, "sparse LU", "sparse LU", MatrixType::StructurallySymmetric, 13, 0, 1},
     {Road::Matched, "sparse LU with matching", "sparse LU with matching", MatrixType::Unsymmetric, 13, 1, 1},
+    {Road::Fronts, "sparse LU with delayed pivots", "sparse LU with delayed pivots", MatrixType::Unsymmetric,
+     0, 0, 0},
     {Road::Coarse, "sparse LU with raised pivots", "sparse LU with raised pivots", MatrixType::Unsymmetric, 6,
      1, 1},
     {Road::Pivoted, "sparse LU with partial pivoting", "sparse LU with partial pivoting",
@@ -68,6 +70,8 @@ std::optional<Road> roadAfter(Road road)
     case Road::Unmatched:
         return Road::Matched;
     case Road::Matched:
+        return Road::Fronts;
+    case Road::Fronts:
         return Road::Coarse;
     case Road::Coarse:
         return Road::Pivoted;

@@ -27,14 +27,15 @@ enum class Road {
     Delayed,   ///< pivots of one and two columns, which wait where they are too small; not by the engine
     Unmatched, ///< LU that keeps to the diagonal as it stands
     Matched,   ///< LU with matching and scaling: for any matrix
+    Fronts,    ///< LU with exchanges of rows in a front, and columns that wait; without the engine
     Coarse,    ///< the same, with small pivots raised to 1e-6 and refinement to make good for it
     Pivoted,   ///< LU with exchanges of rows in all of a block, column by column and without the engine
     Dense,     ///< LU with exchanges of rows, in dense storage and without the engine
 };
 
 /// "sparse Cholesky", "sparse LDL'", "sparse LDL' with delayed pivots", "sparse
-/// LU", "sparse LU with matching", "sparse LU with raised pivots", "sparse LU with partial pivoting", "dense
-/// LU"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
+/// LU", "sparse LU with matching", "sparse LU with delayed pivots", "sparse LU with raised pivots", "sparse
+/// LU with partial pivoting", "dense LU"; for a complex hermitian type (-4) "LDL^H" in place of "LDL'".
 LINTRIX_TESTABLE std::string_view nameOf(Road road, int mtype);
 
 /// What the road assumes of the matrix.

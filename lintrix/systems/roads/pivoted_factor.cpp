@@ -120,12 +120,8 @@ EngineAnswer PivotedFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>&
                                         std::optional<std::int32_t> steps)
 try {
     steps_ = 0;
-    X = B;
-    lu_->solve(op, cellsOf(X));
+    steps_ = solveRefined<Cell>(*A_, *lu_, B, X, op, std::abs(steps.value_or(0)));
     WorkScope::tell(operations(B.Cols()));
-    const std::int32_t most = std::abs(steps.value_or(0));
-    if (most > 0)
-        steps_ = refineColumns<Cell>(*A_, B, X, op, most, [&](auto cells) { lu_->solve(op, cells); });
     return {};
 } catch (const NotEnoughMemoryException&) {
     return {.error = kEngineNoMemory};

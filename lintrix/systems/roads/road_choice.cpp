@@ -22,6 +22,11 @@ bool isMatchedLU(Road road)
     return road == Road::Matched || road == Road::Coarse;
 }
 
+bool delaysPivots(Road road)
+{
+    return road == Road::Delayed || road == Road::Fronts;
+}
+
 /// Without dense panels an operation takes so many times as long.
 constexpr double kSlowerByColumns = 8.0;
 
@@ -45,7 +50,7 @@ bool isFinal(Road road, Ending ending)
     case Ending::IllConditioned:
         return isStable(road);
     case Ending::Singular:
-        return road == Road::Delayed || isMatchedLU(road);
+        return delaysPivots(road) || isMatchedLU(road);
     case Ending::NotTaken: // what would follow has factors of the same size
         return isMatchedLU(road);
     case Ending::Unsteady:
@@ -58,14 +63,14 @@ bool isFinal(Road road, Ending ending)
 /// Raised pivots are what is tried when both orders have failed.
 bool dependsOnOrder(Road road)
 {
-    return road != Road::Coarse && road != Road::Delayed && !exchangesRows(road);
+    return road != Road::Coarse && !delaysPivots(road) && !exchangesRows(road);
 }
 
 } // namespace
 
 bool isStable(Road road)
 {
-    return road == Road::Cholesky || road == Road::Delayed || isMatchedLU(road);
+    return road == Road::Cholesky || delaysPivots(road) || isMatchedLU(road);
 }
 
 double mostOperations(Reach limit, const RoadCost& done)

@@ -44,6 +44,7 @@ std::string whyNumeric(Road road, EngineAnswer engine)
     if (road == Road::Cholesky) return fmt::format("not positive definite, pivot {}", failing);
     if (road == Road::Dense) return "singular: a pivot is zero";
     if (road == Road::Delayed) return "an element is not finite";
+    if (road == Road::Fronts) return "an element is not finite, or there are too few";
     if (road == Road::Pivoted)
         return failing > 0
                    ? fmt::format("singular: column {} of block {} has no pivot", failing, engine.block)

@@ -104,7 +104,10 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
     else if (attempt.road == Road::Pivoted)
         takePivoted(limit, request, outcome);
     else if (attempt.road == Road::Delayed)
-        takeDelayed(limit, request, outcome);
+        takeFronts<DelayedFactor<Cell>>(limit, request, outcome, system_.Matrix(),
+                                        system_.Traits().hermitian);
+    else if (attempt.road == Road::Fronts)
+        takeFronts<FrontsFactor<Cell>>(limit, request, outcome, system_.Matrix());
     else
         follow(limit, request, outcome);
     if (outcome.engine.error == kEngineNoMemory && !done_) throw NotEnoughMemoryException();
@@ -280,15 +283,17 @@ double RoadRunner<Cell>::worthTrying(std::int32_t rightHands) const
 }
 
 template <class Cell>
-void RoadRunner<Cell>::takeDelayed(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
+template <class Factor, class... Arguments>
+void RoadRunner<Cell>::takeFronts(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome,
+                                  const Arguments&... arguments)
 try {
     WorkScope::expect(analysisOperations(system_.Matrix().NumElements()));
-    auto factor = std::make_unique<DelayedFactor<Cell>>(system_.Matrix(), system_.Traits().hermitian);
+    auto factor = std::make_unique<Factor>(arguments...);
     ++analyses_;
     outcome.cost = factor->cost();
     outcome.factorEntries = outcome.cost.entries;
     const double own = ownBytes(request.B.Cols());
-    if (done_) outcome.reach = reachOf(Road::Delayed, outcome.cost, *done_, budget_.limit(own));
+    if (done_) outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, budget_.limit(own));
     finish("analyse");
     if (outcome.reach > limit) return;
     WorkScope::expect(outcome.cost.operations);
@@ -298,7 +303,6 @@ try {
                   mostOperations(limit, done_.value_or(RoadCost{})))});
     ++factorizations_;
     finish("factorize");
-    outcome.factorEntries = factor->entries();
     outcome.taken = answer.error != kTooMuchFill;
     if (!outcome.taken) {
         outcome.reach = Reach::Far;
@@ -306,6 +310,7 @@ try {
     }
     outcome.engine = answer;
     if (answer.error != 0) return;
+    outcome.factorEntries = factor->entries();
     outcome.perturbed = factor->replaced();
     if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;
     WorkScope::expect(factor->operations(solvesFor(request)));

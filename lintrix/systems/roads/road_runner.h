@@ -6,6 +6,7 @@
 #include <lintrix/systems/roads/delayed_factor.h>
 #include <lintrix/systems/roads/direct_run.h>
 #include <lintrix/systems/roads/factored.h>
+#include <lintrix/systems/roads/fronts_factor.h>
 #include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/pivoted_factor.h>
 #include <lintrix/systems/roads/road_choice.h>
@@ -104,7 +105,10 @@ private:
     void follow(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void factorizeAndSolve(std::unique_ptr<DirectRun>& run, const Request<Cell>& request,
                            Outcome<Cell>& outcome);
-    void takeDelayed(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
+    /// By fronts of `Factor`, which is analysed by the arguments.
+    template <class Factor, class... Arguments>
+    void takeFronts(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome,
+                    const Arguments&... arguments);
     void takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, EngineAnswer answer,
                      const Request<Cell>& request, Outcome<Cell>& outcome);

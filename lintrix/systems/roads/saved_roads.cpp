@@ -22,8 +22,8 @@ namespace Velmar::Lintrix::detail::roads {
 namespace {
 
 /// By their numbers in a file, which stay whatever roads there will be.
-constexpr std::array kRoads = {Road::Cholesky, Road::Symmetric, Road::Delayed, Road::Unmatched,
-                               Road::Matched,  Road::Coarse,    Road::Dense,   Road::Pivoted};
+constexpr std::array kRoads = {Road::Cholesky, Road::Symmetric, Road::Delayed, Road::Unmatched, Road::Matched,
+                               Road::Coarse,   Road::Dense,     Road::Pivoted, Road::Fronts};
 
 constexpr std::int32_t kNone = -1;
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
@@ -136,7 +136,8 @@ bool fits(const KeptForecast& forecast, const MatrixTraits& traits)
 {
     if (!isAttempt(forecast.attempt) || !isOrdering(forecast.ordering)) return false;
     const Road road = attemptOf(forecast.attempt).road;
-    return road != Road::Dense && road != Road::Pivoted && road != Road::Delayed && allows(traits, road);
+    return road != Road::Dense && road != Road::Pivoted && road != Road::Delayed && road != Road::Fronts &&
+           allows(traits, road);
 }
 
 KeptQuality kept(const std::optional<FactorQuality>& quality)
@@ -287,6 +288,8 @@ Outcome<Cell> RoadRunner<Cell>::loadOutcome(SectionReader& file)
         outcome.factor = DenseFactor<Cell>::load(system_.Matrix(), file);
     else if (road == Road::Delayed)
         outcome.factor = DelayedFactor<Cell>::load(system_.Matrix(), system_.Traits().hermitian, file);
+    else if (road == Road::Fronts)
+        outcome.factor = FrontsFactor<Cell>::load(system_.Matrix(), file);
     else if (road == Road::Pivoted)
         outcome.factor = PivotedFactor<Cell>::load(system_.Full(), file);
     else

@@ -48,8 +48,8 @@ Attempt repeated(Road road, FillInReducingMethod ordering = kDissection)
     return {road, ordering};
 }
 
-constexpr Road kAll[] = {Road::Cholesky, Road::Symmetric, Road::Delayed, Road::Unmatched,
-                         Road::Matched,  Road::Coarse,    Road::Pivoted, Road::Dense};
+constexpr Road kAll[] = {Road::Cholesky, Road::Symmetric, Road::Delayed, Road::Unmatched, Road::Matched,
+                         Road::Fronts,   Road::Coarse,    Road::Pivoted, Road::Dense};
 
 TEST(NextAttempt, NothingFollowsAnAccurateOne)
 {
@@ -63,7 +63,8 @@ TEST(NextAttempt, AStrongerRoadFollowsAPoorOne)
         {{Road::Symmetric}, Ending::Poor, kOpen, Attempt{Road::Delayed}},
         {{Road::Delayed}, Ending::Poor, kOpen, Attempt{Road::Matched}},
         {{Road::Unmatched}, Ending::Poor, kOpen, Attempt{Road::Matched}},
-        {{Road::Matched}, Ending::Poor, kOpen, Attempt{Road::Coarse}},
+        {{Road::Matched}, Ending::Poor, kOpen, Attempt{Road::Fronts}},
+        {{Road::Fronts}, Ending::Poor, kOpen, Attempt{Road::Coarse}},
         {{Road::Coarse}, Ending::Poor, kOpen, Attempt{Road::Pivoted}},
         {{Road::Pivoted}, Ending::Poor, kOpen, Attempt{Road::Dense}},
         {{Road::Dense}, Ending::Poor, kOpen, std::nullopt},
@@ -77,13 +78,14 @@ TEST(NextAttempt, AnUnsteadyRoadIsRepeatedInTheOtherOrder)
         {{Road::Unmatched}, Ending::Unsteady, kOpen, repeated(Road::Unmatched)},
         {{Road::Matched}, Ending::Unsteady, kOpen, repeated(Road::Matched)},
         {{Road::Delayed}, Ending::Unsteady, kOpen, Attempt{Road::Matched}}, // has one order
+        {{Road::Fronts}, Ending::Unsteady, kOpen, Attempt{Road::Coarse}},   // likewise
         {{Road::Coarse}, Ending::Unsteady, kOpen, Attempt{Road::Pivoted}},
         // once
         {repeated(Road::Symmetric), Ending::Unsteady, kOpen, Attempt{Road::Delayed}},
-        {repeated(Road::Matched), Ending::Unsteady, kOpen, Attempt{Road::Coarse}},
+        {repeated(Road::Matched), Ending::Unsteady, kOpen, Attempt{Road::Fronts}},
         // where the caller leaves it open
         {{Road::Symmetric}, Ending::Unsteady, kGiven, Attempt{Road::Delayed}},
-        {{Road::Matched}, Ending::Unsteady, kGiven, Attempt{Road::Coarse}},
+        {{Road::Matched}, Ending::Unsteady, kGiven, Attempt{Road::Fronts}},
     });
     expectAll({{{Road::Symmetric}, Ending::Unsteady, kOpen, repeated(Road::Symmetric, kDegree)}},
               kDissection);
@@ -97,6 +99,7 @@ TEST(NextAttempt, FewDigitsOfAStableRoadAreTheMatrixsOwn)
         {{Road::Delayed}, Ending::IllConditioned, kOpen, std::nullopt},
         {{Road::Unmatched}, Ending::IllConditioned, kOpen, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::IllConditioned, kOpen, std::nullopt},
+        {{Road::Fronts}, Ending::IllConditioned, kOpen, std::nullopt},
         {{Road::Coarse}, Ending::IllConditioned, kOpen, std::nullopt},
     });
 }
@@ -108,11 +111,12 @@ TEST(NextAttempt, ThatAMatrixIsSingularLUHasTheLastWord)
         {{Road::Delayed}, Ending::Singular, kOpen, std::nullopt},
         {{Road::Unmatched}, Ending::Singular, kOpen, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::Singular, kOpen, std::nullopt},
+        {{Road::Fronts}, Ending::Singular, kOpen, std::nullopt},
         {{Road::Coarse}, Ending::Singular, kOpen, std::nullopt},
         // told before by another road
         {{Road::Delayed}, Ending::Unsteady, kSuspect, Attempt{Road::Matched}},
-        {{Road::Matched}, Ending::Unsteady, kSuspect, Attempt{Road::Coarse}},
-        {{Road::Matched}, Ending::Poor, kSuspect, Attempt{Road::Coarse}},
+        {{Road::Matched}, Ending::Unsteady, kSuspect, Attempt{Road::Fronts}},
+        {{Road::Matched}, Ending::Poor, kSuspect, Attempt{Road::Fronts}},
     });
 }
 
@@ -121,6 +125,7 @@ TEST(NextAttempt, ExchangesOfRowsAreForRegularMatricesWithADenseClass)
     expectAll({
         {{Road::Coarse}, Ending::Poor, kGiven, Attempt{Road::Pivoted}},
         {{Road::Coarse}, Ending::Poor, kSuspect, std::nullopt},
+        {{Road::Fronts}, Ending::NotTaken, kOpen, Attempt{Road::Coarse}},
         {{Road::Pivoted}, Ending::NotTaken, kOpen, Attempt{Road::Dense}},
         {{Road::Pivoted}, Ending::IllConditioned, kOpen, Attempt{Road::Dense}},
         {{Road::Dense}, Ending::NotTaken, kOpen, std::nullopt},
@@ -135,7 +140,8 @@ TEST(NextAttempt, TheEngineFollowsPartialPivotingThatCameFirst)
         {{Road::Pivoted}, Ending::Poor, first, Attempt{Road::Matched}},
         {{Road::Pivoted}, Ending::NotTaken, first, Attempt{Road::Matched}},
         {{Road::Pivoted}, Ending::IllConditioned, first, Attempt{Road::Matched}},
-        {{Road::Matched}, Ending::Poor, first, Attempt{Road::Coarse}},
+        {{Road::Matched}, Ending::Poor, first, Attempt{Road::Fronts}},
+        {{Road::Fronts}, Ending::Poor, first, Attempt{Road::Coarse}},
         {{Road::Coarse}, Ending::Poor, first, Attempt{Road::Dense}},
     });
 }
