@@ -127,6 +127,16 @@ std::vector<Number> sideBySide(std::size_t n, std::span<const std::size_t> which
     return some;
 }
 
+/// The residuals, with 0 in place of those of columns that are no solution: a solve serves the others.
+template <class Cell>
+std::vector<Cell> residualsOfSolutions(const Residuals<Cell>& all)
+{
+    std::vector<Cell> r = all.r;
+    for (std::size_t j = 0; j < all.errors.size(); ++j)
+        if (!std::isfinite(all.errors[j].normwise)) std::fill_n(r.begin() + all.n * j, all.n, Cell());
+    return r;
+}
+
 /// Adds to r what may have been lost of it where all of a row has underflown.
 template <class Cell>
 void addUnderflow(std::int32_t terms, std::span<const double> w, Cell* r)
@@ -278,7 +288,7 @@ improvedColumns(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell
     });
     if (!isWorse || !factor || asked.columns <= 0) return columns;
     MatrixOf<Cell> corrected(X.Rows(), X.Cols());
-    solveRaw(*factor, A.rows(), op, X.Cols(), all.r.data(), cellsOf(corrected).data());
+    solveRaw(*factor, A.rows(), op, X.Cols(), residualsOfSolutions(all).data(), cellsOf(corrected).data());
     corrected = X + corrected;
     if (units) corrected = units->thereAndBack(std::move(corrected));
     const std::vector<ColumnQuality> after =
@@ -292,30 +302,40 @@ improvedColumns(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell
     return columns;
 }
 
-double residualOf(const std::vector<ColumnQuality>& columns)
+template <class Cell>
+double residualOf(const std::vector<ColumnQuality>& columns, const ColumnUnits<Cell>* units)
 {
     double residual = 0.0;
-    for (const ColumnQuality& column : columns) residual = largerOrNaN(residual, column.backwardError);
+    for (std::size_t j = 0; j < columns.size(); ++j)
+        if (!units || units->isFinite(j)) residual = largerOrNaN(residual, columns[j].backwardError);
     return residual;
 }
 
 template <class Cell>
-void lowerToWorst(SystemAnswer<Cell>& answer, bool lacksOne)
+void lowerToWorst(SystemAnswer<Cell>& answer, const ColumnUnits<Cell>* units)
 {
-    for (const ColumnQuality& column : answer.columns) {
+    const std::string ofMatrix = answer.solutions ? answer.reason : std::string();
+    for (std::size_t j = 0; j < answer.columns.size(); ++j) {
+        ColumnQuality& column = answer.columns[j];
+        if (column.verdict == Verdict::Accurate) continue;
+        column.reason = units && !units->isFinite(j) ? "the right-hand side is not finite"
+                        : ofMatrix.empty()           ? reasonOf(column)
+                                                     : ofMatrix;
         if (column.verdict <= answer.verdict) continue;
         answer.verdict = column.verdict;
-        answer.reason = reasonOf(column);
+        answer.reason = column.reason;
     }
-    if (lacksOne) {
+    if (units && !units->allFinite()) {
         answer.residual = std::numeric_limits<double>::quiet_NaN();
         answer.reason = "a right-hand side is not finite";
     }
     if (answer.verdict == Verdict::Failed) answer.complaint = "there is no good solution: " + answer.reason;
 }
 
-template void lowerToWorst(SystemAnswer<double>&, bool);
-template void lowerToWorst(SystemAnswer<Complex>&, bool);
+template double residualOf(const std::vector<ColumnQuality>&, const ColumnUnits<double>*);
+template double residualOf(const std::vector<ColumnQuality>&, const ColumnUnits<Complex>*);
+template void lowerToWorst(SystemAnswer<double>&, const ColumnUnits<double>*);
+template void lowerToWorst(SystemAnswer<Complex>&, const ColumnUnits<Complex>*);
 template LinearMap<double> inverseBy(Factored<double>&, std::int32_t, TransposeMode);
 template LinearMap<Complex> inverseBy(Factored<Complex>&, std::int32_t, TransposeMode);
 template std::vector<ColumnQuality> improvedColumns(const MatrixView<double>&, TransposeMode, const Matrix&,

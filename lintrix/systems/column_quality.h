@@ -44,11 +44,13 @@ std::vector<ColumnQuality> improvedColumns(const MatrixView<Cell>& A, TransposeM
                                            const roads::ColumnUnits<Cell>* units,
                                            roads::Factored<Cell>* factor, const BoundsAsked& asked);
 
-/// The largest normwise backward error; NaN where there is one among them.
-double residualOf(const std::vector<ColumnQuality>& columns);
-
-/// The worst of the answer's columns counts. `lacksOne`: one of the right-hand sides is not finite.
+/// The largest normwise backward error of the right-hand sides that are finite; NaN where there is one among
+/// them.
 template <class Cell>
-void lowerToWorst(SystemAnswer<Cell>& answer, bool lacksOne);
+double residualOf(const std::vector<ColumnQuality>& columns, const roads::ColumnUnits<Cell>* units);
+
+/// Gives each of the answer's columns its reason; the worst of them counts.
+template <class Cell>
+void lowerToWorst(SystemAnswer<Cell>& answer, const roads::ColumnUnits<Cell>* units);
 
 } // namespace Velmar::Lintrix::detail

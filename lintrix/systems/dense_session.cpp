@@ -154,16 +154,14 @@ private:
         std::vector<ColumnQuality> qualities =
             improvedColumns<Cell>(MatrixView<Cell>(A_), op, B, X, units, &factor, asked);
         if (units) units->multiply(X);
-        const bool lacksOne = units && !units->allFinite();
-        if (!lacksOne && !allFinite(X)) found.status = Status::NotFinite;
+        if (units ? !units->areFinite(X) : !allFinite(X)) found.status = Status::NotFinite;
         found.x = std::move(X);
-        Quality quality;
-        if (!lacksOne) quality.residual = residualOf(qualities);
+        const Quality quality{.residual = residualOf(qualities, units)};
         SystemAnswer<Cell> answer = told(found, A_, quality, known);
         if (ofFactor) answer.condition = ofFactor->condition;
         if (!answer.x) return answer;
         answer.columns = std::move(qualities);
-        lowerToWorst(answer, lacksOne);
+        lowerToWorst(answer, units);
         return answer;
     }
 

@@ -63,7 +63,7 @@ struct LINTRIX_EXPORT SystemAnswer {
     /// (`SystemOptions::certainInertia`), and has room in memory beside the factor.
     std::optional<CertainInertia> inertia{};
 
-    std::vector<ColumnQuality> columns{}; ///< one a right-hand side, of a square system
+    std::vector<ColumnQuality> columns{}; ///< one a right-hand side, of a square or a sparse system
 
     std::string_view road = "";                     ///< "sparse Cholesky", "sparse LU with matching", ...
     std::optional<FillInReducingMethod> ordering{}; ///< none of a dense factor, or where there is none

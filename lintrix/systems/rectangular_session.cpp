@@ -1,5 +1,6 @@
 #include <lintrix/systems/session.h>
 
+#include <lintrix/systems/cells.h>
 #include <lintrix/systems/least_squares/least_squares.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
@@ -72,6 +73,7 @@ public:
 
 private:
     using Answer = LeastSquaresAnswer<Cell>;
+    static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
     /// A solver that has failed on its way to a factor is made anew.
     SystemAnswer<Cell> settledOrAsBefore(const M* given, const M* known, TransposeMode op)
@@ -98,15 +100,18 @@ private:
         budget_.require(own, bytes, bytes);
         solver.memoryLeft([this, own](double held) { return budget_.left(own + held); });
         const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
-        bool settled = true;
-        SystemAnswer<Cell> answer = solveColumns(solver, B, settled);
+        std::vector<Solved> solved;
+        SystemAnswer<Cell> answer = solveColumns(solver, B, solved);
         answer.probeError = errorOfProbe(solver, op);
         finish("solve");
         // Of a wide or deficient matrix a known solution need not be the shortest.
         if (known && rowsOf(op) >= known->Rows() && !isDeficient_)
             answer.knownError = probeError(*known, *answer.x);
-        judge(answer, settled, solver.knownRank());
-        if (!given && !known) answer.x.reset(); // zero, beside the probe
+        judge(answer, solved, solver.knownRank());
+        if (!given && !known) { // zero, beside the probe
+            answer.x.reset();
+            answer.columns.clear();
+        }
         return answer;
     }
 
@@ -199,30 +204,39 @@ private:
         return AccessTo<Cell>::copyOf(found.x.data(), static_cast<std::int32_t>(found.x.size()), 1);
     }
 
-    /// @param settled  whether all of them are
-    SystemAnswer<Cell> solveColumns(LeastSquares<Cell>& solver, const M& B, bool& settled)
+    /// What came of one column.
+    struct Solved {
+        bool hasNumbers = true; ///< for a right-hand side
+        bool isFinite = true;   ///< x
+        bool isSettled = true;
+        double residual = 0.0, normalResidual = 0.0, error = 0.0;
+    };
+
+    /// A right-hand side that is not finite has no solution, and leaves the others alone.
+    SystemAnswer<Cell> solveColumns(LeastSquares<Cell>& solver, const M& B, std::vector<Solved>& solved)
     {
-        SystemAnswer<Cell> answer;
-        std::vector<Cell> cells;
-        double residual = 0.0, normal = 0.0;
-        error_ = 0.0;
+        SystemAnswer<Cell> answer{.residual = 0.0, .normalResidual = 0.0};
+        answer.x = M(A_.Rows() + A_.Cols() - B.Rows(), B.Cols());
+        answer.road = nameOf(LeastSquaresMethod::Nothing);
         for (std::int32_t j = 0; j < B.Cols(); ++j) {
+            const auto x = columnCells(*answer.x, j);
+            if (!std::ranges::all_of(columnCells(B, j), [](const Cell& b) { return isFinite(b); })) {
+                std::ranges::fill(x, Cell(kNaN));
+                solved.push_back({.hasNumbers = false});
+                continue;
+            }
             const Answer found = solver.solve(columnCells(B, j).data());
-            cells.insert(cells.end(), found.x.begin(), found.x.end());
-            residual = larger(residual, found.backwardError);
-            normal = larger(normal, found.consistent ? 0.0 : found.normalResidual);
+            std::ranges::copy(found.x, x.begin());
+            const std::optional<LeastSquaresRank> rank = solver.knownRank();
+            isDeficient_ = isDeficient_ || (rank && rank->deficient);
+            solved.push_back({true, allFinite(columnOf(found)), found.settled, found.backwardError,
+                              found.consistent ? 0.0 : found.normalResidual, errorEstimate(found)});
+            answer.residual = larger(*answer.residual, found.backwardError);
+            answer.normalResidual = larger(*answer.normalResidual, solved.back().normalResidual);
             answer.krylovSteps += found.iterations;
             answer.refinementSteps = std::max(answer.refinementSteps, found.refinements);
             answer.road = nameOf(found.method);
-            settled = settled && found.settled;
-            const std::optional<LeastSquaresRank> rank = solver.knownRank();
-            isDeficient_ = isDeficient_ || (rank && rank->deficient);
-            error_ = larger(error_, errorEstimate(found));
         }
-        answer.residual = residual;
-        answer.normalResidual = normal;
-        answer.x = AccessTo<Cell>::copyOf(cells.data(), static_cast<std::int32_t>(cells.size()) / B.Cols(),
-                                          B.Cols());
         return answer;
     }
 
@@ -236,25 +250,48 @@ private:
     /// NaN where one of them is.
     static double larger(double x, double y) { return x >= y || std::isnan(x) ? x : y; }
 
-    /// The shortest solution of a wide system, and so its probe, has little of what A all but sends to zero:
-    /// that is left to the condition, which takes rounding as far.
-    void judge(SystemAnswer<Cell>& answer, bool settled, const std::optional<LeastSquaresRank>& rank) const
+    /// The worst of the columns counts.
+    void judge(SystemAnswer<Cell>& answer, const std::vector<Solved>& solved,
+               const std::optional<LeastSquaresRank>& rank) const
     {
-        constexpr double kEps = std::numeric_limits<double>::epsilon();
-        const double error = worseError(worseError(*answer.probeError, answer.knownError), error_);
-        answer.verdict = verdictOf(settled ? 0.0 : *answer.residual, error);
-        if (!allFinite(*answer.x)) answer.verdict = Verdict::Failed;
-        const bool isDoubtful = isDeficient_ || (rank && rank->condition * kEps > kFewDigits);
-        if (answer.verdict == Verdict::Accurate && isDoubtful) answer.verdict = Verdict::Degraded;
-        if (answer.verdict == Verdict::Accurate) return;
-        if (isDeficient_)
-            answer.reason = "rank-deficient: the shortest of many solutions";
-        else if (!settled)
-            answer.reason = "residual of the normal equations " + numberInWords(*answer.normalResidual);
-        else
-            answer.reason = "ill-conditioned";
+        answer.verdict = Verdict::Accurate;
+        for (const Solved& column : solved) {
+            const ColumnQuality quality = qualityOf(column, answer, rank);
+            if (quality.verdict > answer.verdict) {
+                answer.verdict = quality.verdict;
+                answer.reason = quality.reason;
+            }
+            answer.columns.push_back(quality);
+        }
+        if (!std::ranges::all_of(solved, &Solved::hasNumbers)) {
+            answer.residual = answer.normalResidual = kNaN;
+            answer.reason = "a right-hand side is not finite";
+        }
         if (answer.verdict == Verdict::Failed)
             answer.complaint = "there is no good solution: " + answer.reason;
+    }
+
+    /// The shortest solution of a wide system, and so its probe, has little of what A all but sends to zero:
+    /// that is left to the condition, which takes rounding as far.
+    ColumnQuality qualityOf(const Solved& column, const SystemAnswer<Cell>& answer,
+                            const std::optional<LeastSquaresRank>& rank) const
+    {
+        constexpr double kEps = std::numeric_limits<double>::epsilon();
+        if (!column.hasNumbers) return {Verdict::Failed, kNaN, kNaN, {}, "the right-hand side is not finite"};
+        const double error = worseError(worseError(*answer.probeError, answer.knownError), column.error);
+        ColumnQuality quality{verdictOf(column.isSettled ? 0.0 : column.residual, error), column.residual,
+                              kNaN};
+        if (!column.isFinite) quality.verdict = Verdict::Failed;
+        const bool isDoubtful = isDeficient_ || (rank && rank->condition * kEps > kFewDigits);
+        if (isDoubtful) quality.verdict = std::max(quality.verdict, Verdict::Degraded);
+        if (quality.verdict == Verdict::Accurate) return quality;
+        if (isDeficient_)
+            quality.reason = "rank-deficient: the shortest of many solutions";
+        else if (!column.isSettled)
+            quality.reason = "residual of the normal equations " + numberInWords(column.normalResidual);
+        else
+            quality.reason = "ill-conditioned";
+        return quality;
     }
 
     void finish(std::string_view step) const
@@ -269,7 +306,6 @@ private:
     std::array<std::optional<Sparse>, 3> turned_{};                ///< op(A), by op
     std::array<std::unique_ptr<LeastSquares<Cell>>, 3> solvers_{}; ///< likewise
     bool isDeficient_ = false;
-    double error_ = 0.0; ///< estimated, the largest of the last solve
     std::int32_t analyses_ = 0;
     mutable std::mutex busy_{};
 };

@@ -3,6 +3,7 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/probed_columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/solver_pool.h>
@@ -17,6 +18,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <mutex>
 #include <shared_mutex>
 #include <span>
@@ -121,6 +123,7 @@ public:
         if (samePattern && sameTypes && haveSameValues(now, then)) return SystemChange::None;
         exhausted_.reset();
         rank_.reset();
+        isPivotingTried_ = false;
         others_.clear();
         first_ = first;
         if (samePattern && sameTypes) {
@@ -185,7 +188,9 @@ private:
         runner_.again(outcome, request);
         std::optional<SystemAnswer<Cell>> answer;
         if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request, columns.units);
-        if (answer && answer->verdict != Verdict::Accurate && isMatchingOld_) answer.reset();
+        const bool mayBeBetter = answer && answer->verdict != Verdict::Accurate &&
+                                 (isMatchingOld_ || mayBePivoted(*answer, outcome, columns.units));
+        if (mayBeBetter) answer.reset();
         others_.giveBack(std::move(outcome.factor));
         return answer;
     }
@@ -246,7 +251,7 @@ private:
         std::optional<Attempt> attempt; ///< of the factor
         std::vector<std::string> left;
         std::optional<Verdict> exhausted;
-        bool isFactorOld, isMatchingOld;
+        bool isFactorOld, isMatchingOld, isPivotingTried;
         std::optional<RoadCost> largest;
     };
 
@@ -260,6 +265,7 @@ private:
                               exhausted_,
                               isFactorOld_,
                               isMatchingOld_,
+                              isPivotingTried_,
                               runner_.largest()};
         std::optional<Outcome<Cell>> outcome;
         try {
@@ -273,6 +279,7 @@ private:
             exhausted_ = before.exhausted;
             isFactorOld_ = before.isFactorOld;
             isMatchingOld_ = before.isMatchingOld;
+            isPivotingTried_ = before.isPivotingTried;
             runner_.largest(before.largest);
             throw;
         }
@@ -301,6 +308,8 @@ private:
         if (answer.verdict != Verdict::Accurate && mayBeMatched)
             answer = matchedAnew(std::move(answer), request, units, outcome);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
+        if (!spoilt && mayBePivoted(answer, *outcome, units))
+            answer = pivotedBeside(std::move(answer), request, units, *outcome);
         best_ = std::move(*outcome);
         if (spoilt)
             best_ = Outcome<Cell>{.attempt = *served, .taken = true}; // the right-hand side is to blame
@@ -319,6 +328,56 @@ private:
             fmt::format("{}: its matching was of earlier values, {}", before.road, before.reason));
         SystemAnswer<Cell> answer = judged(*outcome, request, units);
         return answer.verdict <= before.verdict ? std::move(answer) : std::move(before);
+    }
+
+    /// A column that is worse than the probe may owe that to the pivots, as the probe itself may where the
+    /// units of A are far apart and the road has left them so: exchanges of rows in units of their own might
+    /// do better. Of a singular matrix they tell nothing.
+    bool mayBePivoted(const SystemAnswer<Cell>& answer, const Outcome<Cell>& outcome,
+                      const Units& units) const
+    {
+        const Road road = outcome.attempt.road;
+        const bool isOpen = !isPivotingTried_ && road != Road::Pivoted && road != Road::Dense && answer.x &&
+                            !answer.solutions && !outcome.isSolvedByAnother() && !outcome.reusedFactor &&
+                            outcome.store == FactorStore::Memory;
+        if (!isOpen) return false;
+        const Verdict ofProbe = verdictOf(0.0, outcome.quality->probeError);
+        const bool isInUnits =
+            ofProbe != Verdict::Accurate && !scales(road) && road != Road::Cholesky &&
+            !unitsOfUnknowns(MatrixView<Cell>(matrix_.Matrix()), TransposeMode::NotTransposed).empty();
+        const Verdict expected = isInUnits ? Verdict::Accurate : ofProbe;
+        for (std::size_t j = 0; j < answer.columns.size(); ++j)
+            if (answer.columns[j].verdict > expected && (!units || units->isFinite(j))) return true;
+        return false;
+    }
+
+    /// By partial pivoting, once for a set of values, beside the factor at hand, which stays where that is no
+    /// better. @return  the better answer
+    SystemAnswer<Cell> pivotedBeside(SystemAnswer<Cell> before, const Request<Cell>& request,
+                                     const Units& units, Outcome<Cell>& outcome)
+    {
+        isPivotingTried_ = true;
+        Outcome<Cell> pivoted = runner_.runBeside(outcome, Attempt{Road::Pivoted}, request);
+        pivoted.inertia = outcome.inertia;
+        SystemAnswer<Cell> after = judged(pivoted, request, units);
+        const bool isBetter = after.x && std::ranges::lexicographical_compare(worstFirst(after.columns),
+                                                                              worstFirst(before.columns));
+        SystemAnswer<Cell>&best = isBetter ? after : before, &other = isBetter ? before : after;
+        left_.push_back(fmt::format("{}: {}", other.road, other.reason));
+        best.tried = left_;
+        if (isBetter) {
+            exhausted_ = std::min(exhausted_.value_or(Verdict::Failed), pivoted.verdict());
+            outcome = std::move(pivoted);
+        }
+        return std::move(best);
+    }
+
+    static std::vector<Verdict> worstFirst(const std::vector<ColumnQuality>& columns)
+    {
+        std::vector<Verdict> verdicts;
+        for (const ColumnQuality& column : columns) verdicts.push_back(column.verdict);
+        std::ranges::sort(verdicts, std::ranges::greater());
+        return verdicts;
     }
 
     SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request, const Units& units)
@@ -344,6 +403,7 @@ private:
         search.follow(runner_.firstRoad(first_));
         Outcome<Cell> best = search.best();
         left_ = search.left();
+        isPivotingTried_ = search.hasTaken(Road::Pivoted);
         isMatchingOld_ = false;
         if (!best.factor && hasUseForFactor(best)) best = runner_.run(best.attempt, Reach::Far, request);
         if (!exhausted_ || best.verdict() < *exhausted_) exhausted_ = best.verdict();
@@ -441,7 +501,7 @@ private:
         if (units) units->multiply(*answer.x);
         runner_.finish("check");
         if (!isUnique) tellOfMany(answer);
-        lowerToWorst(answer, units && !units->allFinite());
+        lowerToWorst(answer, units ? &*units : nullptr);
     }
 
     /// x is not the road's any more.
@@ -524,6 +584,7 @@ private:
     std::optional<Verdict> exhausted_{};  ///< that a search came to
     bool isFactorOld_ = false;            ///< the values have changed since
     bool isMatchingOld_ = false;          ///< likewise, since the analysis; the factor is one of theirs
+    bool isPivotingTried_ = false;        ///< of these values
     std::optional<std::int32_t> rank_{};  ///< structural
     SolverPool<Cell> others_{};           ///< with the factor of `best_`
     mutable std::shared_mutex busy_{};    ///< shared by those who solve with a factor that serves

@@ -79,9 +79,13 @@ std::string SystemAnswer<Cell>::Explain(std::int32_t firstIndex) const
         addLine(text, fmt::format("Preconditioned by the factor of earlier values: {} steps of GMRES.",
                                   krylovSteps));
     for (std::size_t j = 0; j < columns.size(); ++j) {
-        if (!columns[j].errorBound) continue;
-        addLine(text, fmt::format("Right-hand side {}: {}, error at most {}.", j + 1,
-                                  NameOf(columns[j].verdict), numberInWords(*columns[j].errorBound)));
+        const ColumnQuality& column = columns[j];
+        if (column.errorBound)
+            addLine(text, fmt::format("Right-hand side {}: {}, error at most {}.", j + 1,
+                                      NameOf(column.verdict), numberInWords(*column.errorBound)));
+        else if (columns.size() > 1 && !column.reason.empty())
+            addLine(text,
+                    fmt::format("Right-hand side {}: {}, {}.", j + 1, NameOf(column.verdict), column.reason));
     }
     for (const std::string& other : tried) addLine(text, fmt::format("Left: {}.", other));
     const bool isSingular = reason.find("singular") != std::string::npos;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace Velmar::Lintrix {
@@ -34,11 +35,13 @@ LINTRIX_EXPORT std::string_view NameOf(Solutions solutions) noexcept;
 struct ColumnQuality {
     Verdict verdict = Verdict::Failed;
     double backwardError = 0.0; ///< normwise: ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms
-    /// Componentwise, of Oettli and Prager: the largest |b - A*x|_i / (|A||x| + |b|)_i.
+    /// Componentwise, of Oettli and Prager: the largest |b - A*x|_i / (|A||x| + |b|)_i. NaN where A is not
+    /// square.
     double componentwiseError = 0.0;
     /// On ||x* - x|| / ||x||, infinity norms, where x* is the exact solution; infinite where the factor is
     /// too bad to tell. None where it was not asked for, or where there is no factor.
     std::optional<double> errorBound{};
+    std::string reason{}; ///< of a verdict other than Accurate, in a few words: this column's own
 };
 
 /// Signs of the eigenvalues of a symmetric or Hermitian matrix: at least so many are positive, at least so

@@ -733,6 +733,11 @@ TEST(LinearSystem, AColumnThatIsNoNumberIsTheOnlyOneToFail)
         EXPECT_EQ(answer.columns[0].verdict, Verdict::Accurate);
         EXPECT_EQ(answer.columns[1].verdict, Verdict::Failed);
         EXPECT_EQ(answer.columns[2].verdict, Verdict::Accurate);
+        EXPECT_EQ(answer.columns[0].reason, "");
+        EXPECT_EQ(answer.columns[1].reason, "the right-hand side is not finite");
+        EXPECT_EQ(answer.columns[2].reason, "");
+        EXPECT_THAT(answer.Explain(),
+                    ::testing::HasSubstr("Right-hand side 2: failed, the right-hand side is not finite.\n"));
         EXPECT_TRUE(std::isnan((*answer.x)(0, 1)));
         EXPECT_FALSE(std::isnan((*answer.x)(0, 2)));
     }

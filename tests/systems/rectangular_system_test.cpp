@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <random>
 
 namespace Velmar::Lintrix::testing {
@@ -134,6 +135,30 @@ TEST(RectangularSystem, WhatAColumnInALargeUnitHidesIsNotAccurate)
         const QuadVector solution = ExactLeastSquares(A).solve(right);
         const bool isFar = largest(difference(solution, x)) > 1e-5L * largest(solution);
         EXPECT_FALSE(isFar && answer.verdict == Verdict::Accurate) << seed;
+    }
+}
+
+TEST(RectangularSystem, AColumnThatIsNoNumberIsTheOnlyOneToFail)
+{
+    const SparseMatrix A = staircase(20, false);
+    for (const TransposeMode op : {TransposeMode::NotTransposed, TransposeMode::Transposed}) {
+        Matrix B(op == TransposeMode::NotTransposed ? A.Rows() : A.Cols(), 3);
+        for (std::int32_t i = 0; i < B.Rows(); ++i) B(i, 0) = B(i, 1) = B(i, 2) = 1.0 + i;
+        const auto clean = LinearSystem(A).Solve(B, op);
+        B(3, 1) = std::numeric_limits<double>::infinity();
+        const auto answer = LinearSystem(A).Solve(B, op);
+        EXPECT_EQ(answer.verdict, Verdict::Failed);
+        EXPECT_EQ(answer.reason, "a right-hand side is not finite");
+        EXPECT_EQ(answer.road, clean.road);
+        ASSERT_EQ(answer.columns.size(), 3U);
+        for (const std::int32_t j : {0, 2}) {
+            EXPECT_EQ(answer.columns[static_cast<std::size_t>(j)].verdict, Verdict::Accurate);
+            EXPECT_EQ(answer.columns[static_cast<std::size_t>(j)].reason, "");
+            for (std::int32_t i = 0; i < clean.x->Rows(); ++i) EXPECT_EQ((*answer.x)(i, j), (*clean.x)(i, j));
+        }
+        EXPECT_EQ(answer.columns[1].verdict, Verdict::Failed);
+        EXPECT_EQ(answer.columns[1].reason, "the right-hand side is not finite");
+        EXPECT_TRUE(std::isnan((*answer.x)(0, 1)));
     }
 }
 

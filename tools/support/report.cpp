@@ -68,9 +68,10 @@ std::string jsonColumns(const std::vector<ColumnQuality>& columns)
     for (const ColumnQuality& column : columns) {
         text += text.empty() ? "" : ", ";
         text += fmt::format("{{\"verdict\": {}, \"backward_error\": {}, \"componentwise_error\": {}, "
-                            "\"error_bound\": {}}}",
+                            "\"error_bound\": {}, \"reason\": {}}}",
                             jsonString(NameOf(column.verdict)), jsonNumber(column.backwardError),
-                            jsonNumber(column.componentwiseError), jsonNumber(column.errorBound));
+                            jsonNumber(column.componentwiseError), jsonNumber(column.errorBound),
+                            jsonText(column.reason));
     }
     return text;
 }

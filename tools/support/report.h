@@ -67,10 +67,10 @@ std::string asText(const SolveReport& report);
 /// with total), residual, max_error, status; beside them right_hands, normal_residual, probe_error and
 /// reason; of the direct solver ordering, tried (an array), factor_entries, perturbed_pivots, factor_store
 /// (memory or files), factor_bytes, core_megabytes, condition, inertia (an object with positive, negative,
-/// uncertain and bound), solutions (many, none or unknown) and columns (an object for each right-hand side:
-/// verdict, backward_error, componentwise_error, error_bound); of it and of least squares refinement_steps
-/// and krylov_steps. A number that does not exist or is not finite is null, and so is a text that does not
-/// exist.
+/// uncertain and bound) and solutions (many, none or unknown); of it and of least squares columns (an object
+/// for each right-hand side: verdict, backward_error, componentwise_error, error_bound, reason),
+/// refinement_steps and krylov_steps. A number that does not exist or is not finite is null, and so is a text
+/// that does not exist.
 std::string asJson(const SolveReport& report);
 
 /// A fact on a line: the label, and the text in its column.

@@ -15,15 +15,16 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/// q counts a little higher than it was measured: of one perturbed pivot the corrections are an exact
-/// geometric series, and its sum the error to the last digit.
-constexpr double kMargin = 1.0 + 1.0 / 64;
+/// q counts higher than it was measured: of one perturbed pivot the corrections are an exact geometric
+/// series, and its sum the error to the last digit; and where A leaves the solves few digits, q is itself as
+/// good as their rounding lets it be.
+constexpr double kMargin = 1.0 + 1.0 / 8;
 
 /// So far above the correction and the rounding of x a bound is not worth an estimate of its own.
 constexpr double kSharp = 8.0;
 
-/// A q up to here makes the bound no worse than the margin does.
-constexpr double kSmallRate = kMargin - 1.0;
+/// A q up to here makes the bound no worse by more than this.
+constexpr double kSmallRate = 1.0 / 64;
 
 /// size/scale, 0/0 = 0; NaN of an infinite scale.
 double quotient(double size, double scale) noexcept

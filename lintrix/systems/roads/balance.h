@@ -6,6 +6,8 @@
 #include <lintrix/services/export.h>
 #include <lintrix/systems/quality/matrix_view.h>
 
+#include <cmath>
+#include <complex>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
@@ -21,5 +23,15 @@ namespace Velmar::Lintrix::detail::roads {
 /// alike.
 template <class Cell>
 LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const MatrixView<Cell>& A, TransposeMode op);
+
+/// x*2^e, exactly but for over- and underflow.
+inline double timesPowerOfTwo(double x, int exponent) noexcept
+{
+    return std::ldexp(x, exponent);
+}
+inline std::complex<double> timesPowerOfTwo(const std::complex<double>& x, int exponent) noexcept
+{
+    return {std::ldexp(x.real(), exponent), std::ldexp(x.imag(), exponent)};
+}
 
 } // namespace Velmar::Lintrix::detail::roads

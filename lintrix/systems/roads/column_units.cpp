@@ -2,6 +2,7 @@
 
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/roads/balance.h>
 
 #include <algorithm>
 #include <cmath>
@@ -13,15 +14,6 @@ namespace {
 
 constexpr int kNone = std::numeric_limits<int>::min(); // of a column that is not finite
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-double scaled(double value, int exponent)
-{
-    return std::ldexp(value, exponent);
-}
-Complex scaled(const Complex& value, int exponent)
-{
-    return {std::ldexp(value.real(), exponent), std::ldexp(value.imag(), exponent)};
-}
 
 /// The larger of both parts.
 double sizeOf(double value)
@@ -59,12 +51,29 @@ ColumnUnits<Cell>::ColumnUnits(const MatrixOf<Cell>& B)
 }
 
 template <class Cell>
+bool ColumnUnits<Cell>::isFinite(std::size_t j) const
+{
+    return exponents_[j] != kNone;
+}
+
+template <class Cell>
+bool ColumnUnits<Cell>::areFinite(const MatrixOf<Cell>& X) const
+{
+    for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        const bool overflowed = exponentOf(columnCells(X, j)) == kNone;
+        if (overflowed && isFinite(static_cast<std::size_t>(j))) return false;
+    }
+    return true;
+}
+
+template <class Cell>
 void ColumnUnits<Cell>::divide(MatrixOf<Cell>& X) const
 {
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
         WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
-        for (Cell& cell : columnCells(X, j)) cell = exponent == kNone ? Cell() : scaled(cell, -exponent);
+        for (Cell& cell : columnCells(X, j))
+            cell = exponent == kNone ? Cell() : timesPowerOfTwo(cell, -exponent);
     }
 }
 
@@ -74,7 +83,8 @@ void ColumnUnits<Cell>::multiply(MatrixOf<Cell>& X) const
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
         WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
-        for (Cell& cell : columnCells(X, j)) cell = exponent == kNone ? Cell(kNaN) : scaled(cell, exponent);
+        for (Cell& cell : columnCells(X, j))
+            cell = exponent == kNone ? Cell(kNaN) : timesPowerOfTwo(cell, exponent);
     }
 }
 
@@ -86,7 +96,7 @@ MatrixOf<Cell> ColumnUnits<Cell>::thereAndBack(MatrixOf<Cell> X) const
         WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
         if (exponent == kNone) continue;
-        for (Cell& cell : columnCells(X, j)) cell = scaled(cell, -exponent);
+        for (Cell& cell : columnCells(X, j)) cell = timesPowerOfTwo(cell, -exponent);
     }
     return X;
 }

@@ -5,6 +5,7 @@
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/columns.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -21,6 +22,10 @@ public:
     explicit ColumnUnits(const MatrixOf<Cell>& B);
 
     bool allFinite() const { return !lacksOne_; }
+    /// Of the given right-hand sides, number j.
+    bool isFinite(std::size_t j) const;
+    /// Whether no number has overflowed where the right-hand side is finite.
+    bool areFinite(const MatrixOf<Cell>& X) const;
     /// To these units.
     void divide(MatrixOf<Cell>& X) const;
     /// To the caller's; NaN where there was no finite number.

@@ -5,6 +5,7 @@
 #include <lintrix/services/lapack.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/columns.h>
 
 #include <algorithm>
@@ -103,15 +104,37 @@ private:
 
 template <class Cell>
 DenseFactor<Cell>::DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> cells)
-    : A_(A), factors_(std::move(cells)), pivots_(A.rows())
+    : A_(A), units_(unitsOfUnknowns(A, TransposeMode::Transposed)), factors_(std::move(cells)),
+      pivots_(A.rows())
 {
+    scaleRows(factors_);
     info_ = PanelElimination<Cell>(A.rows(), AccessTo<Cell>::cells(factors_), pivots_.get()).run();
+}
+
+template <class Cell>
+DenseFactor<Cell>::DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> factors, Block<std::int32_t> pivots)
+    : A_(A), units_(unitsOfUnknowns(A, TransposeMode::Transposed)), factors_(std::move(factors)),
+      pivots_(std::move(pivots))
+{
+}
+
+/// X := D*X, D of the units: D*A is what is factorized, so that A^-1 = (D*A)^-1*D, and A^-T = D*(D*A)^-T.
+template <class Cell>
+void DenseFactor<Cell>::scaleRows(MatrixOf<Cell>& X) const
+{
+    if (units_.empty()) return;
+    for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        WorkScope::tell();
+        const auto cells = columnCells(X, j);
+        for (std::size_t i = 0; i < cells.size(); ++i) cells[i] = timesPowerOfTwo(cells[i], units_[i]);
+    }
 }
 
 template <class Cell>
 MatrixOf<Cell> DenseFactor<Cell>::solved(const MatrixOf<Cell>& B, TransposeMode op) const
 {
     MatrixOf<Cell> X = copyOfColumns(B);
+    if (op == TransposeMode::NotTransposed) scaleRows(X);
     const std::int32_t n = A_.rows();
     const double each = kPerCell<Cell> * n * n / kReuse;
     inStretches(X.Cols(), each, [&](std::int32_t begin, std::int32_t end) {
@@ -120,6 +143,7 @@ MatrixOf<Cell> DenseFactor<Cell>::solved(const MatrixOf<Cell>& B, TransposeMode 
                       columnCells(X, begin).data(), n, info);
         WorkScope::tell(operations(end - begin) / 2.0);
     });
+    if (op != TransposeMode::NotTransposed) scaleRows(X);
     return X;
 }
 

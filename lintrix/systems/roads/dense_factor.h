@@ -11,12 +11,14 @@
 #include <cstdint>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
 
 /// Backward stable but for the growth of the elements and bad scaling, which a step of refinement makes good
 /// (R. D. Skeel, "Iterative refinement implies numerical stability for Gaussian elimination", Math. Comp. 35
-/// (1980)). The same factors serve op(A), so that no op meets a zero pivot which the others do not.
+/// (1980)). Rows whose units are far apart are brought to one by powers of two, exactly: else the units would
+/// choose the pivots. The same factors serve op(A), so that no op meets a zero pivot which the others do not.
 template <class Cell>
 class LINTRIX_TESTABLE DenseFactor final : public Factored<Cell> {
 public:
@@ -37,14 +39,13 @@ public:
 
 private:
     DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> cells);
-    DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> factors, Block<std::int32_t> pivots)
-        : A_(A), factors_(std::move(factors)), pivots_(std::move(pivots))
-    {
-    }
+    DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> factors, Block<std::int32_t> pivots);
 
     MatrixOf<Cell> solved(const MatrixOf<Cell>& B, TransposeMode op) const;
+    void scaleRows(MatrixOf<Cell>& X) const;
 
     MatrixView<Cell> A_;
+    std::vector<int> units_; ///< exponents of the rows; none where they are alike
     MatrixOf<Cell> factors_;
     Block<std::int32_t> pivots_;
     int info_ = 0;

@@ -116,6 +116,19 @@ Outcome<Cell> RoadRunner<Cell>::run(const Attempt& attempt, Reach limit, const R
 }
 
 template <class Cell>
+Outcome<Cell> RoadRunner<Cell>::runBeside(const Outcome<Cell>& kept, const Attempt& attempt,
+                                          const Request<Cell>& request)
+try {
+    kept_ = kept.factor ? bytesOf(kept) : 0.0;
+    Outcome<Cell> outcome = run(attempt, Reach::Near, request);
+    kept_ = 0.0;
+    return outcome;
+} catch (...) {
+    kept_ = 0.0;
+    throw;
+}
+
+template <class Cell>
 void RoadRunner<Cell>::again(Outcome<Cell>& outcome, const Request<Cell>& request) const
 {
     forget(outcome);
@@ -528,11 +541,12 @@ EngineAnswer RoadRunner<Cell>::analyseFor(DirectRun& run, FactorStore store, std
     return answer;
 }
 
-/// Beside a factor: the matrix in each form that it has been brought to, and the columns.
+/// Beside a factor: the matrix in each form that it has been brought to, the columns, and a factor that is
+/// kept.
 template <class Cell>
 double RoadRunner<Cell>::ownBytes(std::int32_t rightHands) const
 {
-    return system_.Bytes() + bytesOfColumns<Cell>(system_.Size(), rightHands);
+    return kept_ + system_.Bytes() + bytesOfColumns<Cell>(system_.Size(), rightHands);
 }
 
 template <class Cell>

@@ -55,6 +55,8 @@ public:
     /// @throws NotEnoughMemoryException  the first one's factor has no room
     /// @throws OperationFailedException  the first one's files fail, in words
     Outcome<Cell> run(const Attempt& attempt, Reach limit, const Request<Cell>& request);
+    /// A near road while the factor of `kept` stands, whose bytes count as well.
+    Outcome<Cell> runBeside(const Outcome<Cell>& kept, const Attempt& attempt, const Request<Cell>& request);
     /// With the factor at hand, which `outcome` has and keeps; from several threads at once, each with a
     /// factor of its own (`Factored::another`). @throws as for the first road
     void again(Outcome<Cell>& outcome, const Request<Cell>& request) const;
@@ -143,6 +145,7 @@ private:
     std::unique_ptr<PivotedFactor<Cell>> pivoted_{}; ///< analysed
     std::optional<bool> pivotingPays_{};             ///< for this pattern
     std::optional<RoadCost> done_{};                 ///< of the largest factorization so far
+    double kept_ = 0.0;                              ///< bytes of a factor that stands beside the next one
     std::int32_t analyses_ = 0, factorizations_ = 0;
 };
 

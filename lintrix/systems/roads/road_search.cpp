@@ -1,5 +1,6 @@
 #include <lintrix/systems/roads/road_search.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
@@ -39,6 +40,14 @@ std::vector<std::string> RoadSearch<Cell>::left() const
     for (std::size_t k = 0; k < found_.size(); ++k)
         if (k != best_) told.push_back(found_[k].told());
     return told;
+}
+
+template <class Cell>
+bool RoadSearch<Cell>::hasTaken(Road road) const
+{
+    return std::ranges::any_of(found_, [road](const Outcome<Cell>& outcome) {
+        return outcome.taken && outcome.attempt.road == road;
+    });
 }
 
 /// @return  what follows

@@ -38,6 +38,7 @@ public:
     Outcome<Cell> best() { return std::move(found_[best_]); }
     /// "ROAD: why it was left", of the others.
     std::vector<std::string> left() const;
+    bool hasTaken(Road road) const;
 
 private:
     std::optional<Attempt> add(Outcome<Cell> outcome);

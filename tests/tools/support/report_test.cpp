@@ -32,7 +32,8 @@ SolveReport sample()
     report.condition = 2500.0;
     report.inertia = CertainInertia{5, 2, 1, 0.125};
     report.solutions = Solutions::Unknown;
-    report.columns = {{Verdict::Accurate, 1e-16, 2e-16, 3e-15}, {Verdict::Degraded, 4e-16, 5e-16, {}}};
+    report.columns = {{Verdict::Accurate, 1e-16, 2e-16, 3e-15},
+                      {Verdict::Degraded, 4e-16, 5e-16, {}, "ill-conditioned"}};
     return report;
 }
 
@@ -88,8 +89,8 @@ TEST(JsonReport, IsOneLineWithTheKeysInOrder)
         "{\"positive\": 5, "
         "\"negative\": 2, \"uncertain\": 1, \"bound\": 0.125}, \"solutions\": \"unknown\", \"columns\": "
         "[{\"verdict\": \"accurate\", \"backward_error\": 1e-16, \"componentwise_error\": 2e-16, "
-        "\"error_bound\": 3e-15}, {\"verdict\": \"degraded\", \"backward_error\": 4e-16, "
-        "\"componentwise_error\": 5e-16, \"error_bound\": null}]}\n");
+        "\"error_bound\": 3e-15, \"reason\": null}, {\"verdict\": \"degraded\", \"backward_error\": 4e-16, "
+        "\"componentwise_error\": 5e-16, \"error_bound\": null, \"reason\": \"ill-conditioned\"}]}\n");
     EXPECT_NO_THROW(parseJson(asJson(sample())));
 }
 
