@@ -26,8 +26,11 @@ constexpr double kPriceOfWaiting = 2.5;
 template <class Cell>
 FrontTree treeOf(const SparseEntries<Cell>& A, const std::vector<int>& exponents)
 {
-    FrontTree paired = frontTreeOf(A, orderWithPartners(A, exponents, kRule.threshold));
-    FrontTree plain = frontTreeOf(A, orderWithPartners(A, exponents, 0.0));
+    const std::vector<std::int32_t> together = orderWithPartners(A, exponents, kRule.threshold),
+                                    apart = orderWithPartners(A, exponents, 0.0);
+    FrontTree paired = frontTreeOf(A, together);
+    if (together == apart) return paired;
+    FrontTree plain = frontTreeOf(A, apart);
     const bool pays = forecastOf(paired).operations <= kPriceOfWaiting * forecastOf(plain).operations;
     return pays ? std::move(paired) : std::move(plain);
 }
