@@ -99,7 +99,7 @@ namespace Velmar::Lintrix::testing {
 namespace {
 
 constexpr int kMostSides = 3;
-constexpr int kSequences = 200; // of each type
+constexpr int kSequences = 150; // of each type
 
 int sequences()
 {
