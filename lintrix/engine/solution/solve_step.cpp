@@ -301,11 +301,11 @@ private:
     int threads_, count_;
     FactorPlan plan_;
     StoredFactor<T> factor_;
-    std::optional<FilesOfSolve<T>> files_;
     SubstitutionParts parts_;
     CallersMatrix<T> matrix_;
     T *b_, *x_;
     WorkMeter work_;
+    std::optional<FilesOfSolve<T>> files_; // the first to go: threads that read use what stands above
 };
 
 } // namespace

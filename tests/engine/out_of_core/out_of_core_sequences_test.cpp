@@ -99,11 +99,12 @@ namespace Velmar::Lintrix::testing {
 namespace {
 
 constexpr int kMostSides = 3;
+constexpr int kSequences = 150; // of each type
 
 int sequences()
 {
     const char* const told = std::getenv("LINTRIX_TORTURE_DOSES");
-    return told != nullptr ? std::max(1, std::atoi(told)) * 250 : 250;
+    return told != nullptr ? std::max(1, std::atoi(told)) * kSequences : kSequences;
 }
 
 bool analyses(int phase)
