@@ -425,5 +425,32 @@ TEST(TruncatedSvd, OutcomesAndCertaintiesHaveNames)
     EXPECT_EQ(NameOf(TripletsCertainty::Undecided), "undecided");
 }
 
+/// 150 pairs of equal values: more than a small basis has room for, however often it is widened.
+TEST(TruncatedSvdCertificate, StaysInItsMemoryWhereManyValuesArePassedOver)
+{
+    SparseAssembler entries(300, 300);
+    for (int i = 0; i < 300; i += 2)
+        for (const auto& [row, column, value] :
+             {SparseTriplet{i, i, 3.0}, {i, i + 1, 1.0}, {i + 1, i, -1.0}, {i + 1, i + 1, 3.0}})
+            entries.Add(row, column, value);
+    const TruncatedSvdOptions options{.tolerance = 1e-15, .basis = 6, .restarts = 300, .certify = true};
+    const TruncatedSVD<double> svd(entries.Assemble(), 2, options);
+    for (int k = 0; k < 2; ++k) EXPECT_NEAR(svd.S()(k), std::sqrt(10.0), 1e-14);
+    EXPECT_NE(svd.Certificate().certainty, TripletsCertainty::Certain);
+    EXPECT_GE(svd.Certificate().recovered, 0);
+}
+
+/// What is passed over may be more than the caller's memory holds: that is told, and not looked for.
+TEST(TruncatedSvdCertificate, OfTheIdentityIsNotLookedForBeyondTheBudget)
+{
+    SparseMatrix identity(1000, 1000);
+    for (int i = 0; i < 1000; ++i) identity(i, i) = 1.0;
+    const TruncatedSvdOptions options{.memoryBudget = 2e6, .certify = true};
+    const TruncatedSVD<double> svd(identity, 1, options);
+    EXPECT_EQ(svd.Certificate().certainty, TripletsCertainty::Missed);
+    EXPECT_EQ(svd.Certificate().reason, "too many values were passed over");
+    EXPECT_EQ(svd.Certificate().above, 1000);
+}
+
 } // namespace
 } // namespace Velmar::Lintrix::testing

@@ -322,10 +322,19 @@ void RestartedBidiagonalization<Cell>::restart(std::int32_t count)
 }
 
 template <class Cell>
+auto RestartedBidiagonalization<Cell>::widened(std::int32_t vectors) const noexcept -> Sizes
+{
+    const std::int32_t width = std::min(next_ + vectors, V_.length - size_);
+    return {static_cast<std::int32_t>(
+                std::min(sizes_.basis + std::int64_t{4} * vectors, std::int64_t{V_.length})),
+            std::max(width, sizes_.block)};
+}
+
+template <class Cell>
 void RestartedBidiagonalization<Cell>::widen(std::int32_t vectors)
 {
     const std::int32_t width = std::min(next_ + vectors, V_.length - size_);
-    allot({std::min(sizes_.basis + 4 * vectors, V_.length), std::max(width, sizes_.block)});
+    allot(widened(vectors));
     for (; next_ < width; ++next_) {
         makeRandom(V_, size_ + next_);
         for (std::int32_t i = 0; i < size_; ++i) b(i, size_ + next_) = Cell{};

@@ -59,6 +59,9 @@ public:
     void restart(std::int32_t count);
     /// The next block, and those after it, get so many random vectors more. @pre after `restart`
     void widen(std::int32_t vectors);
+    /// The sizes that it would have then.
+    Sizes widened(std::int32_t vectors) const noexcept;
+    Sizes sizes() const noexcept { return sizes_; }
     std::int32_t size() const noexcept { return size_; }
     /// The right vectors span everything: the triplets are those of M.
     bool isExhausted() const noexcept { return next_ == 0; }

@@ -184,9 +184,10 @@ std::int32_t TripletSearch<Cell>::settled(std::int32_t wanted, double tolerance)
 {
     const std::vector<double>& estimates = lanczos_->residuals();
     const double most = tolerance * lanczos_->values().front();
-    std::int32_t good = 0;
-    while (good < wanted && estimates[static_cast<std::size_t>(good)] <= most) ++good;
-    return good;
+    const auto known = std::min(static_cast<std::size_t>(wanted), estimates.size());
+    std::size_t good = 0;
+    while (good < known && estimates[good] <= most) ++good;
+    return static_cast<std::int32_t>(good);
 }
 
 /// Some of the others are kept beside the wanted ones, as far as there is room for steps: what decides on the
@@ -194,7 +195,8 @@ std::int32_t TripletSearch<Cell>::settled(std::int32_t wanted, double tolerance)
 template <class Cell>
 std::int32_t TripletSearch<Cell>::kept(std::int32_t wanted) const
 {
-    return wanted + static_cast<std::int32_t>(kKept * std::max(lanczos_->size() - wanted, 0));
+    return std::min(wanted, lanczos_->size()) +
+           static_cast<std::int32_t>(kKept * std::max(lanczos_->size() - wanted, 0));
 }
 
 /// The larger of ||M*v - s*u|| and ||M^H*u - s*v|| of each leading triplet.
@@ -272,7 +274,18 @@ void TripletSearch<Cell>::certify()
     certificate_.certainty = TripletsCertainty::Certain;
 }
 
-/// Looks for as many triplets as there are above the bound.
+/// Whether the wider basis, beside what stands now, keeps to the limits on memory and operations.
+template <class Cell>
+bool TripletSearch<Cell>::hasRoomFor(std::int32_t above, std::int32_t vectors) const
+{
+    const typename Lanczos::Sizes wider = lanczos_->widened(vectors);
+    const double cycle = 4.0 * wider.basis * wider.basis * (double{1.0} * M_.rows + M_.cols);
+    return above <= wider.basis && 2.0 * Lanczos::bytesFor(M_.rows, M_.cols, wider) <= bytes_ &&
+           cycle <= options_.certificateOperations;
+}
+
+/// Looks for as many triplets as there are above the bound. Where that ends worse, what was found before
+/// stands.
 template <class Cell>
 bool TripletSearch<Cell>::recover(std::int32_t above)
 {
@@ -282,15 +295,27 @@ bool TripletSearch<Cell>::recover(std::int32_t above)
             if (measured_[j] <= limit() && lanczos_->values()[j] > certificate_.bound) ++good;
         return good;
     };
-    const std::int32_t before = found();
-    for (int k = 0; k < kRecoveries && found() < above; ++k) {
-        lanczos_->widen(above - found());
-        find(above);
-    }
-    certificate_.recovered = found() - before;
-    if (found() == above) return true;
+    const std::int32_t first = found();
     certificate_.certainty = TripletsCertainty::Missed;
-    return false;
+    for (int k = 0; k < kRecoveries && found() < above; ++k) {
+        const std::int32_t before = found();
+        if (!hasRoomFor(above, above - before)) {
+            certificate_.reason = "too many values were passed over";
+            break;
+        }
+        auto standing = std::make_unique<Lanczos>(*lanczos_);
+        const std::vector<double> measured = measured_;
+        lanczos_->widen(above - before);
+        sizes_ = lanczos_->sizes();
+        find(above);
+        if (found() >= before) continue;
+        lanczos_ = std::move(standing);
+        sizes_ = lanczos_->sizes();
+        measured_ = measured;
+        break;
+    }
+    certificate_.recovered = found() - first;
+    return found() == above;
 }
 
 template class SvdMatrix<double>;

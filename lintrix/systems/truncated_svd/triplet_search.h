@@ -67,6 +67,7 @@ private:
     double limit() const;
     void certify();
     std::vector<double> boundsBelow(std::int32_t found) const;
+    bool hasRoomFor(std::int32_t above, std::int32_t vectors) const;
     bool recover(std::int32_t above);
     void undecided(std::string_view reason);
 
