@@ -60,32 +60,25 @@ std::int32_t FrontElimination<Cell>::run(const Front<Cell>& front, bool isRoot, 
 template <class Cell>
 std::int32_t FrontElimination<Cell>::runPass()
 {
-    const std::int32_t before = done_, candidates = front_.candidates - done_;
-    std::int32_t tried = 0;
-    while (tried < candidates && done_ < front_.candidates) tried += runPanel(candidates - tried);
+    const std::int32_t before = done_;
+    aside_ = 0;
+    while (done_ + aside_ < front_.candidates) runPanel();
     return done_ - before;
 }
 
 /// Takes pivots until the panel is full or too much waits, and brings the rest of the front up to date.
-/// @return  how many columns of at most `most` had their turn
 template <class Cell>
-std::int32_t FrontElimination<Cell>::runPanel(std::int32_t most)
+void FrontElimination<Cell>::runPanel()
 {
     panel_ = window_ = done_;
-    std::int32_t tried = 0;
-    while (done_ - panel_ < kPanel && window_ - done_ < kMostWaiting && window_ < front_.candidates &&
-           tried < most) {
+    while (done_ - panel_ < kPanel && window_ - done_ < kMostWaiting &&
+           window_ + aside_ < front_.candidates) {
         enter(window_);
-        ++tried;
-        if (const std::int32_t width = choose(window_ - 1); width > 0) {
-            eliminate(width);
-            tried += width - 1;
-        }
+        if (const std::int32_t width = choose(window_ - 1); width > 0) eliminate(width);
     }
     updateRest();
     setAside();
     placesThen_.push_back({panel_, done_ - panel_, places_});
-    return tried;
 }
 
 /// Column j is the next one in the window: what the panel's pivots do to it is done.
@@ -280,13 +273,13 @@ void FrontElimination<Cell>::updateRest()
     WorkScope::tell(kOperationsOf<Cell> * pivots * rest * (rest + 1.0) / 2.0);
 }
 
-/// What waits goes behind the other candidates.
+/// What waits goes behind the candidates that have not had their turn, and before those set aside before.
 template <class Cell>
 void FrontElimination<Cell>::setAside()
 {
-    const std::int32_t waiting = window_ - done_, others = front_.candidates - window_;
-    for (std::int32_t k = 0; k < std::min(waiting, others); ++k)
-        exchange(done_ + k, front_.candidates - 1 - k);
+    const std::int32_t waiting = window_ - done_, end = front_.candidates - aside_;
+    for (std::int32_t k = 0; k < std::min(waiting, end - window_); ++k) exchange(done_ + k, end - 1 - k);
+    aside_ = std::min(aside_ + waiting, front_.candidates - done_);
 }
 
 /// Rows and columns a and b of the symmetric front, in its lower triangle and in the panel's columns of L.

@@ -73,7 +73,7 @@ private:
     Cell onDiagonal(const Cell& x) const noexcept;
 
     std::int32_t runPass();
-    std::int32_t runPanel(std::int32_t most);
+    void runPanel();
     void enter(std::int32_t j);
     std::int32_t partnerOf(std::int32_t j, double& size);
     bool isPivot(std::int32_t j, double largest) const;
@@ -100,6 +100,7 @@ private:
     std::int32_t panel_ = 0; ///< where the panel began
     /// Columns done_ .. window_ - 1 are up to date, the others lack the panel's pivots.
     std::int32_t window_ = 0;
+    std::int32_t aside_ = 0;       ///< the last candidates, which have had their turn in this pass
     std::vector<Cell> products_{}; ///< L*D of the panel's columns
     std::vector<Cell> factors_{};
     std::vector<std::int32_t> places_{}; ///< of the candidates, before the exchanges

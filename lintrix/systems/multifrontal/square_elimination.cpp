@@ -35,25 +35,25 @@ std::int32_t SquareElimination<Cell>::run(const SquareFront<Cell>& front, bool i
 template <class Cell>
 std::int32_t SquareElimination<Cell>::runPass()
 {
-    const std::int32_t before = done_, candidates = front_.candidates - done_;
-    for (std::int32_t tried = 0; tried < candidates;) tried += runPanel(candidates - tried);
+    const std::int32_t before = done_;
+    aside_ = 0;
+    while (done_ + aside_ < front_.candidates) runPanel();
     return done_ - before;
 }
 
 /// Takes pivots until the panel is full or too much waits, and brings the rest of the front up to date.
-/// @return  how many columns of at most `most` had their turn
 template <class Cell>
-std::int32_t SquareElimination<Cell>::runPanel(std::int32_t most)
+void SquareElimination<Cell>::runPanel()
 {
     panel_ = window_ = done_;
-    while (done_ - panel_ < kPanel && window_ - done_ < kMostWaiting && window_ - panel_ < most) {
+    while (done_ - panel_ < kPanel && window_ - done_ < kMostWaiting &&
+           window_ + aside_ < front_.candidates) {
         const std::int32_t j = window_++;
         enter(j);
         if (const std::int32_t row = pivotRow(j); row >= 0) eliminate(j, row);
     }
     updateRest();
     setAside();
-    return window_ - panel_;
 }
 
 /// U of the panel's rows in column j, and what its pivots do below.
@@ -114,13 +114,14 @@ void SquareElimination<Cell>::updateRest()
     WorkScope::tell(sparse_lu::operationsOf(Cell()) * pivots * below * static_cast<double>(beside));
 }
 
-/// What waits goes behind the other candidates.
+/// What waits goes behind the candidates that have not had their turn, and before those set aside before.
 template <class Cell>
 void SquareElimination<Cell>::setAside()
 {
-    const std::int32_t waiting = window_ - done_, others = front_.candidates - window_;
-    for (std::int32_t k = 0; k < std::min(waiting, others); ++k)
-        exchangeColumns(done_ + k, front_.candidates - 1 - k);
+    const std::int32_t waiting = window_ - done_, end = front_.candidates - aside_;
+    for (std::int32_t k = 0; k < std::min(waiting, end - window_); ++k)
+        exchangeColumns(done_ + k, end - 1 - k);
+    aside_ += waiting;
 }
 
 /// A root goes on as long as a pass finds a pivot: no element is left that does not count as zero.

@@ -47,7 +47,7 @@ private:
     Cell& at(std::int32_t i, std::int32_t j) const noexcept { return column(j)[i]; }
 
     std::int32_t runPass();
-    std::int32_t runPanel(std::int32_t most);
+    void runPanel();
     void enter(std::int32_t j);
     std::int32_t pivotRow(std::int32_t j) const;
     void eliminate(std::int32_t j, std::int32_t row);
@@ -63,6 +63,7 @@ private:
     std::int32_t panel_ = 0; ///< where the panel began
     /// Columns done_ .. window_ - 1 are up to date, the others lack the panel's pivots.
     std::int32_t window_ = 0;
+    std::int32_t aside_ = 0; ///< the last candidates, which have had their turn in this pass
 };
 
 } // namespace Velmar::Lintrix::detail::multifrontal

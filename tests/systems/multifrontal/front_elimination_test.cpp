@@ -170,14 +170,17 @@ TEST(FrontElimination, WithoutCandidatesNothingIsDone)
     expectEliminated<double>(randomSymmetric<double>(5, 1.0, 1, true), {0, false, {}});
 }
 
-/// Two columns of which the second is the pivot, amid many zeros: the first one counts after it.
+/// Two columns of which the second is the pivot, amid many zeros, wherever they are: the first one counts
+/// after it.
 TEST(FrontElimination, ARootReplacesNothingButZeros)
 {
-    for (const Int size : {2, 17, 40, 100}) {
-        Matrix A(size, size);
-        A(0, 0) = 1e-4;
-        A(1, 0) = A(0, 1) = A(1, 1) = 1.0;
-        EXPECT_EQ(expectEliminated<double>(A, {size, true, {}}), size - 2) << size;
+    for (const Int size : {2, 17, 40, 100, 200}) {
+        for (const Int first : {0, size / 4, std::max(size / 2 - 1, 0), size - 2}) {
+            Matrix A(size, size);
+            A(first, first) = 1e-4;
+            A(first + 1, first) = A(first, first + 1) = A(first + 1, first + 1) = 1.0;
+            EXPECT_EQ(expectEliminated<double>(A, {size, true, {}}), size - 2) << size << ", " << first;
+        }
     }
 }
 
