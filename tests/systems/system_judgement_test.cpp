@@ -722,7 +722,7 @@ TEST(ReplacedPivots, AreAvoidedByExchangesOfRowsWhereDenseStorageIsOutOfReach)
         const auto answer = system.SolveKnown(blockOf<Matrix>(A.Rows(), 1, seed));
         EXPECT_NE(answer.verdict, Verdict::Failed) << answer.reason;
         EXPECT_LT(answer.knownError.value_or(1.0), 1e-6);
-        EXPECT_EQ(answer.road, "sparse LU with partial pivoting");
+        EXPECT_EQ(answer.road, "sparse LU with delayed pivots");
         EXPECT_EQ(answer.perturbedPivots, 0);
     }
 }
