@@ -185,7 +185,11 @@ std::vector<Cell> correctionsOf(const MatrixView<Cell>& A, TransposeMode op, Fac
     return D;
 }
 
-/// Of what is exact there is no size to divide by, and the bound is 0.
+/// A solve that loses as much as the probe has lost makes a correction too short by so many times that.
+constexpr double kSolvesFallShort = 8.0;
+
+/// Of what is exact there is no size to divide by, and the bound is 0. A factor that does not solve to the
+/// level of rounding bounds nothing.
 template <class Cell>
 void boundErrors(const MatrixView<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
                  Factored<Cell>& factor, std::span<const std::size_t> which, const BoundsAsked& asked,
@@ -207,7 +211,13 @@ void boundErrors(const MatrixView<Cell>& A, TransposeMode op, const Residuals<Ce
     const std::vector<double> bounds =
         forwardErrorBounds<Cell>(A, op, inverseBy(factor, A.rows(), op), count, x.data(), r.data(), d.data(),
                                  w.data(), known, ResidualPrecision::Twice, kQuick);
-    for (std::size_t k = 0; k < inexact.size(); ++k) columns[inexact[k]].errorBound = bounds[k];
+    const double shortfall = 1.0 + kSolvesFallShort * asked.probeError;
+    for (std::size_t k = 0; k < inexact.size(); ++k) {
+        ColumnQuality& column = columns[inexact[k]];
+        const bool isSolved = column.backwardError <= kRoundingLevel;
+        column.errorBound =
+            isSolved && !asked.isOfAnother ? shortfall * bounds[k] : std::numeric_limits<double>::infinity();
+    }
 }
 
 /// Those that have no bound, or none that is finite.

@@ -26,6 +26,7 @@ struct BoundsAsked {
     /// nothing is known.
     std::optional<FactorQuality>* ofFactor = nullptr;
     FactorQuestion question{}; ///< then
+    bool isOfAnother = false;  ///< the factor, of a matrix nearby: it estimates, and bounds nothing
 };
 
 /// Of op(A)*X = B, all of B's columns, X as it will be in the given units (none: as it is). Bounded are

@@ -534,17 +534,15 @@ private:
     }
 
     /// Solves with a factor in files read all of it each time, what cannot be but failed needs no bound, and
-    /// a factor of other values tells none, as one of a matrix that is singular but for its replaced pivots.
-    /// Where another than the probe solves its system, no column is a solution.
+    /// a factor of other values tells none. Where another than the probe solves its system, no column is a
+    /// solution.
     BoundsAsked boundsFor(Outcome<Cell>& outcome) const
     {
         const double probeError = outcome.quality->probeError;
         if (outcome.isSolvedByAnother()) return {0, std::numeric_limits<double>::quiet_NaN()};
-        const bool isOfAnother =
-            outcome.reusedFactor || (outcome.attempt.road == Road::Delayed && outcome.perturbed > 0);
         const bool pays = outcome.store == FactorStore::Memory && probeError < kNoDigit;
-        return {pays && !isOfAnother ? options_.errorBounds : 0, probeError, &outcome.factorQuality,
-                ofFactor()};
+        return {pays && !outcome.reusedFactor ? options_.errorBounds : 0, probeError, &outcome.factorQuality,
+                ofFactor(), outcome.attempt.road == Road::Delayed && outcome.perturbed > 0};
     }
 
     SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const

@@ -184,7 +184,7 @@ void FrontElimination<Cell>::replaceRest()
     placesThen_.push_back({done_, front_.candidates - done_, places_});
     for (; done_ < front_.candidates; ++done_) {
         std::fill(column(done_) + done_, column(done_) + front_.size, Cell());
-        pivots_->diagonal.push_back(Cell(rule_.replacement));
+        pivots_->diagonal.push_back(Cell(rule_.least));
         pivots_->below.push_back(Cell());
         ++pivots_->replaced;
     }

@@ -16,9 +16,8 @@ struct PivotRule {
     /// In (0, 1/2], of complex cells in (0, 0.3]: then a largest element makes a pivot, by itself or as a
     /// block.
     double threshold = 0.01;
-    double least = 0x1p-200;      ///< sizes up to which an element counts as zero
-    double replacement = 0x1p-52; ///< of a pivot that is zero
-    bool conjugates = false;      ///< A = A^H, else A = A'
+    double least = 0x1p-46;  ///< sizes up to which a pivot counts as zero
+    bool conjugates = false; ///< A = A^H, else A = A'
 };
 
 /// The pivots of P*A*P' = L*D*L^H (L*D*L'), D of blocks of one and of two, in their order.

@@ -18,7 +18,7 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 /// q counts higher than it was measured: of one perturbed pivot the corrections are an exact geometric
 /// series, and its sum the error to the last digit; and where A leaves the solves few digits, q is itself as
 /// good as their rounding lets it be.
-constexpr double kMargin = 1.0 + 1.0 / 8;
+constexpr double kMargin = 1.0 + 1.0 / 64;
 
 /// So far above the correction and the rounding of x a bound is not worth an estimate of its own.
 constexpr double kSharp = 8.0;
