@@ -5,6 +5,7 @@
 #include <tools/info/info_command.h>
 #include <tools/solve/solve_command.h>
 #include <tools/support/address_space.h>
+#include <tools/support/heap.h>
 #include <tools/support/input_error.h>
 #include <tools/support/output_file.h>
 #include <tools/support/picture.h>
@@ -447,6 +448,7 @@ int runOrComplain(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    tools::prepareHeap();
     occupyStandardDescriptors();
     ignoreWriteSignals();
     tools::removeTemporariesOnSignals();
