@@ -30,6 +30,7 @@
 #include <lintrix/services/memory_limit.h>
 #include <lintrix/services/section_file.h>
 #include <lintrix/services/system_allocator.h>
+#include <lintrix/services/same_bits.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/services/version.h>
 #include <lintrix/solvers/csparse_solver.h>

@@ -286,6 +286,8 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
     CLI::Option* const json = solve->add_flag("--json", options.json, "Report on one line of JSON");
     noteDirect(solve, addDirect(solve, json, options.sparse), options);
     addLimits(solve, options.sparse.system);
+    solve->add_flag("--same-bits", options.sparse.system.sameBits,
+                    "The same digits for any number of threads, at some cost in time");
     solve->add_flag("--explain", options.explain, "Say in sentences what the report means, and what to do")
         ->excludes(json);
     solve->add_flag("--dense", options.dense, "Solve as a dense matrix, also a sparse file");

@@ -1,6 +1,10 @@
 #include <lintrix/services/team.h>
 
+#include <lintrix/services/same_bits.h>
 #include <lintrix/services/team_memory.h>
+#include <lintrix/services/threads.h>
+
+#include <algorithm>
 
 #include <omp.h>
 
@@ -15,6 +19,7 @@ void TeamMember::meet() const noexcept
 
 void runTeam(int threads, void (*work)(const void* context, const TeamMember& member), const void* context)
 {
+    if (keepsSameBits()) threads = std::min(threads, threadsInForce()); // asked for were pieces
     const int team = threads > 1 ? affordableTeam(threads) : 1;
     if (team == 1) return work(context, {0, 1});
 #pragma omp parallel num_threads(team)

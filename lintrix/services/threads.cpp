@@ -1,6 +1,7 @@
 #include <lintrix/services/threads.h>
 
 #include <lintrix/services/blas_kernels.h>
+#include <lintrix/services/same_bits.h>
 #include <lintrix/services/service_lock.h>
 #include <lintrix/services/team_memory.h>
 #include <lintrix/services/thread_scope.h>
@@ -80,7 +81,9 @@ int MKL_Get_Dynamic()
 
 namespace detail {
 
-int domainThreads(Domain domain)
+namespace {
+
+int askedThreads(Domain domain)
 {
     const ThreadSettings& environment = environmentSettings();
     ThreadQuestion question;
@@ -96,11 +99,20 @@ int domainThreads(Domain domain)
     return threadCount(question);
 }
 
-namespace {
-
 thread_local bool sequentialBlas = false;
 
 } // namespace
+
+int domainThreads(Domain domain)
+{
+    if (!keepsSameBits()) return askedThreads(domain);
+    return domain == Domain::Blas ? 1 : kThreadsOfSameBits;
+}
+
+int threadsInForce()
+{
+    return askedThreads(Domain::All);
+}
 
 // The runtime keeps its maximum per thread, so that setting it here touches no other thread of the program.
 BlasThreadScope::BlasThreadScope() noexcept : callersCount_(0)

@@ -30,8 +30,12 @@ namespace detail {
 /// What a thread count is asked for.
 enum class Domain : int { All = 0, Blas = 1, Fft = 2, Vml = 3 };
 
-/// The thread count for `domain`: its own setting, else the global one, else the OpenMP runtime's.
+/// The thread count for `domain`: its own setting, else the global one, else the OpenMP runtime's. While a
+/// `SameBitsScope` lives on the calling thread, what it promises instead.
 LINTRIX_TESTABLE int domainThreads(Domain domain);
+
+/// How many threads a team may have: as above for Domain::All, without a look at such a scope.
+LINTRIX_TESTABLE int threadsInForce();
 
 } // namespace detail
 } // namespace Velmar::Lintrix

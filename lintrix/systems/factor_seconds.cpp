@@ -86,7 +86,7 @@ FactorSeconds SecondsFor(const FactorWork& work)
     constexpr double kPasses = 16.0; // through the factor, that its narrow panels are worth
     constexpr double kSolve = 2.0;   // likewise, of a solve, with what it does beside reading
     constexpr double kGain = 0.8;    // of each thread beside the first
-    const double threads = 1.0 + kGain * (MKL_Get_Max_Threads() - 1);
+    const double threads = 1.0 + kGain * (detail::threadsInForce() - 1);
     const Rates& rates = ratesFor(work);
     const double panels = work.operations / (kPanels * rates.operations), pass = work.bytes / rates.bytes;
     return {(panels + kPasses * pass) / threads, kSolve * pass};

@@ -2,6 +2,7 @@
 /// @file
 /// A run of a linear system as it is watched from outside: when it has to end, and how far it has come.
 
+#include <lintrix/services/same_bits.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/system_options.h>
 
@@ -9,6 +10,7 @@
 #include <exception>
 #include <functional>
 #include <mutex>
+#include <optional>
 
 namespace Velmar::Lintrix::detail {
 
@@ -21,16 +23,21 @@ inline double analysisOperations(double entries) noexcept
 /// What a system is watched with, run after run, or several at once.
 class LINTRIX_TESTABLE RunWatch {
 public:
-    explicit RunWatch(const SystemOptions& options) : limits_(options.limits), progress_(options.progress) {}
+    explicit RunWatch(const SystemOptions& options)
+        : limits_(options.limits), progress_(options.progress), sameBits_(options.sameBits)
+    {
+    }
 
     /// Of the runs that begin from now on.
     void limits(const RunLimits& limits);
     RunLimits limits() const;
     const std::function<void(double, double)>& progress() const noexcept { return progress_; }
+    bool sameBits() const noexcept { return sameBits_; }
 
 private:
     RunLimits limits_;
     std::function<void(double, double)> progress_;
+    bool sameBits_;
     mutable std::mutex setting_{};
 };
 
@@ -67,12 +74,16 @@ private:
 class LINTRIX_TESTABLE ControlledRun {
 public:
     /// @throws OperationFailedException  as `RunControl`
-    explicit ControlledRun(const RunWatch& watch) : control_(watch), scope_(control_) {}
+    explicit ControlledRun(const RunWatch& watch) : control_(watch), scope_(control_)
+    {
+        if (watch.sameBits()) sameBits_.emplace();
+    }
     void finish() { control_.finish(); }
 
 private:
     RunControl control_;
     WorkScope scope_;
+    std::optional<SameBitsScope> sameBits_{};
 };
 
 } // namespace Velmar::Lintrix::detail

@@ -75,6 +75,8 @@ struct SystemOptions {
     /// After an `Update` with other values: the factor at hand preconditions GMRES as long as that leads to
     /// rounding level for at most half the cost of a new factor. Errors are then bounded by the probe alone.
     bool reuseFactor = false;
+    /// The same bits for any number of threads (see `SameBitsScope`); of a system whose every phase has it.
+    bool sameBits = false;
     bool outOfCore = false; ///< the factor in files; else only where memory has no room for it
     /// Bytes of all that the system holds, its copy of the matrix and right-hand sides among it; none: what
     /// the machine leaves. By the forecast, factorization and solve stay within it, with the factor in files

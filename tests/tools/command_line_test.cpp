@@ -104,6 +104,7 @@ TEST(CommandLine, HelpSpeaksOnStandardOutput)
         "  --report Excludes: --json   Print the direct solver's own report\n"
         "  --deadline SECONDS          Give up after so many seconds\n"
         "  --memory MB                 Hold at most MB megabytes, with the factor in files if need be\n"
+        "  --same-bits                 The same digits for any number of threads, at some cost in time\n"
         "  --explain Excludes: --json  Say in sentences what the report means, and what to do\n"
         "  --dense                     Solve as a dense matrix, also a sparse file\n"
         "\n"

@@ -28,10 +28,11 @@ constexpr double kLeastGrowth = 2.5, kMostGrowth = 3.5, kLeastElements = 6.0;
 
 /// Nested dissection saves s*n^2 operations in a body with n nodes of one unknown: both orders take as many
 /// but for the factor. Measured, the lower rate of what is left set against it: s is 3 to 5 with 7 elements a
-/// node, 2 with 14 (tetrahedra in an irregular body), 12 to 14 with 25.
+/// node, 2 with 14 (tetrahedra in an irregular body), 12 to 14 with 25. Nothing is known of more: rows so
+/// full are often those of a product, which is no body.
 double savedFactor(double elementsPerNode)
 {
-    return std::max(3.0, elementsPerNode * elementsPerNode / 60.0);
+    return std::clamp(elementsPerNode * elementsPerNode / 60.0, 3.0, 14.0);
 }
 
 /// Operations of an elimination, beside those of a real symmetric one.

@@ -3,6 +3,7 @@
 #include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/foundation/failures.h>
+#include <lintrix/services/same_bits.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/iterations/gmres.h>
 #include <lintrix/systems/quality/matrix_view.h>
@@ -26,7 +27,8 @@ constexpr double kGrowthShows = 0x1p-51; // of a residual: pivots below the larg
 constexpr std::int32_t kKrylovCycle = 30, kKrylovSteps = 60,
                        kKrylovStepsInAll = 240; // each of a solve: less than a factorization
 constexpr double kWaitingExcess = 8.0;          // of operations, where pivots wait
-constexpr std::int32_t kOneAndProbe = 2;        // right-hand sides that a forecast is for
+constexpr int kUsualThreads = 2;         // to choose an order for, where the choice must not hang on them
+constexpr std::int32_t kOneAndProbe = 2; // right-hand sides that a forecast is for
 
 /// What an earlier solve has left.
 template <class Cell>
@@ -178,7 +180,8 @@ auto RoadRunner<Cell>::analysed(const Attempt& attempt, const EngineMatrix& matr
         return Analysed{attempt, rightHands, answer, std::move(run)};
     };
     const std::optional<FillInReducingMethod> told = attempt.ordering ? attempt.ordering : options_.ordering;
-    const OrderingChoice choice(matrix, TrellConfiguration::GetMaxThreads());
+    const int threads = keepsSameBits() ? kUsualThreads : TrellConfiguration::GetMaxThreads();
+    const OrderingChoice choice(matrix, threads);
     const bool open = !told;
     const auto ordering = told.value_or(open && choice.isLargeBody() ? kThorough : kQuick);
     Analysed first = by(ordering);
