@@ -10,7 +10,7 @@ namespace Velmar::Lintrix {
 /// against.
 LINTRIX_EXPORT const char* LibraryVersion() noexcept;
 
-/// What the library's own vector kernels use: "SSE2", "AVX2" or "AVX512" (elsewhere "NEON" or "portable"), the
+/// What the library's own vector kernels use, "SSE2", "AVX2" or "AVX512" (elsewhere "NEON", "portable"): the
 /// highest that the processor has and LINTRIX_INSTRUCTION_SET allows. Those of BLAS: DescribeBlas().
 LINTRIX_EXPORT const char* LibraryKernels();
 
