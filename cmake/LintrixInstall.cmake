@@ -1,18 +1,28 @@
-# Install rules: the library, its public headers, the command, and the two descriptions by which another project finds
-# them, a CMake package and a pkg-config file. The installed tree may be moved: both work from where they stand.
+# Install rules: the library, its public headers, the command with its pages, the documents, and the two descriptions by
+# which another project finds the library, a CMake package and a pkg-config file. The installed tree may be moved: both
+# work from where they stand. Each component is a package of its own, see LintrixPackages.
 
 include(CMakePackageConfigHelpers)
 include(LintrixPublicHeaders)
 set(LINTRIX_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Lintrix")
 set(LINTRIX_PKGCONFIG_DIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+set(LINTRIX_ZSH_DIR "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" CACHE STRING "Folder for the completion of zsh")
 
 lintrix_public_headers("${PROJECT_SOURCE_DIR}" headers)
 list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${headers})   # an include added is a header installed
 target_sources(lintrix PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${headers})
-install(TARGETS lintrix EXPORT Lintrix FILE_SET HEADERS)
-install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(TARGETS lintrix EXPORT Lintrix
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development
+  FILE_SET HEADERS COMPONENT development)
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT licence)
+install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documents)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" "${PROJECT_SOURCE_DIR}/examples"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documents
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.cpp" PATTERN "*.h" PATTERN "*.expected"
+  PATTERN "man" EXCLUDE)
 
 if(TARGET lintrix_command)
   # It finds the library from where it stands, and a static build of it finds BLAS.
@@ -20,11 +30,18 @@ if(TARGET lintrix_command)
     BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}" OUTPUT_VARIABLE lib_from_bin)
   set_target_properties(lintrix_command PROPERTIES
     INSTALL_RPATH "$ORIGIN/${lib_from_bin};${LINTRIX_BLAS_DIR}" BUILD_WITH_INSTALL_RPATH ON)
-  install(TARGETS lintrix_command)
+  install(TARGETS lintrix_command COMPONENT command)
+  install(FILES "${PROJECT_SOURCE_DIR}/tools/completion/lintrix"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT command)
+  install(FILES "${PROJECT_SOURCE_DIR}/tools/completion/_lintrix" DESTINATION "${LINTRIX_ZSH_DIR}" COMPONENT command)
+  if(LINTRIX_FLAVOUR MATCHES "^(release|debug|hardened)$")   # those whose command may be asked for its pages
+    install(DIRECTORY "${PROJECT_BINARY_DIR}/man/" DESTINATION "${CMAKE_INSTALL_MANDIR}" COMPONENT command)
+  endif()
 endif()
 
 # The CMake package. A shared library brings its own dependencies along; a static one hands them on.
-install(EXPORT Lintrix NAMESPACE Lintrix:: FILE LintrixTargets.cmake DESTINATION "${LINTRIX_CMAKE_DIR}")
+install(EXPORT Lintrix NAMESPACE Lintrix:: FILE LintrixTargets.cmake DESTINATION "${LINTRIX_CMAKE_DIR}"
+  COMPONENT development)
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/package/LintrixConfig.cmake.in" "${PROJECT_BINARY_DIR}/package/LintrixConfig.cmake"
   INSTALL_DESTINATION "${LINTRIX_CMAKE_DIR}" NO_SET_AND_CHECK_MACRO)
@@ -33,7 +50,7 @@ write_basic_package_version_file(
 install(FILES
   "${PROJECT_BINARY_DIR}/package/LintrixConfig.cmake" "${PROJECT_BINARY_DIR}/package/LintrixConfigVersion.cmake"
   "${PROJECT_SOURCE_DIR}/cmake/FindMETIS.cmake"
-  DESTINATION "${LINTRIX_CMAKE_DIR}")
+  DESTINATION "${LINTRIX_CMAKE_DIR}" COMPONENT development)
 
 # The pkg-config file.
 set(pc_cflags "")
@@ -51,4 +68,5 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
   BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE pc_prefix_from_here)
 configure_file(
   "${PROJECT_SOURCE_DIR}/cmake/package/lintrix.pc.in" "${PROJECT_BINARY_DIR}/package/lintrix.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/package/lintrix.pc" DESTINATION "${LINTRIX_PKGCONFIG_DIR}")
+install(FILES "${PROJECT_BINARY_DIR}/package/lintrix.pc" DESTINATION "${LINTRIX_PKGCONFIG_DIR}"
+  COMPONENT development)

@@ -3,11 +3,12 @@
 /// The one place where a vector kernel of this library gets its form for the processor.
 
 #include <lintrix/services/processor.h>
+#include <lintrix/services/processor_family.h>
 
 namespace Velmar::Lintrix::detail {
 
-/// A kernel in its forms by instruction set. What holds of its bits from form to form, each kernel says
-/// itself.
+/// A kernel in its forms by instruction set. On a processor that is no x86 the first alone is chosen. What
+/// holds of its bits from form to form, each kernel says itself.
 template <class Form>
 struct KernelForms {
     Form sse2, avx2, avx512;

@@ -1,8 +1,7 @@
 #include <lintrix/services/processor.h>
 
+#include <lintrix/services/processor_family.h>
 #include <lintrix/services/service_lock.h>
-
-#include <cpuid.h>
 
 #include <algorithm>
 #include <initializer_list>
@@ -95,28 +94,21 @@ InstructionSet boundNamed(std::string_view name)
     return name == "AVX2" ? InstructionSet::Avx2 : InstructionSet::Avx512;
 }
 
-/// The low half of XCR0. To be asked only where the operating system uses XSAVE.
-std::uint32_t readSavedState()
-{
-    std::uint32_t low = 0, high = 0;
-    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
-    return low;
-}
-
 } // namespace
 
 CpuidFacts readCpuid()
 {
     CpuidFacts facts;
-    std::uint32_t eax = 0, ebx = 0, ecx = 0, edx = 0;
-    if (__get_cpuid(0, &eax, &ebx, &ecx, &edx) == 0) return facts;
-    for (const std::uint32_t part : {ebx, edx, ecx})
+    const auto names = processor_family::cpuid(0);
+    if (!names) return facts;
+    for (const std::uint32_t part : {(*names)[1], (*names)[3], (*names)[2]})
         for (int shift = 0; shift < 32; shift += 8) facts.vendor += static_cast<char>(part >> shift & 0xFFU);
-    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0) return facts;
-    facts.signature = eax;
-    facts.features = ecx;
-    if (has(facts, kOsSavesExtendedState)) facts.savedState = readSavedState();
-    if (__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0) facts.extendedFeatures = ebx;
+    const auto features = processor_family::cpuid(1);
+    if (!features) return facts;
+    facts.signature = (*features)[0];
+    facts.features = (*features)[2];
+    if (has(facts, kOsSavesExtendedState)) facts.savedState = processor_family::savedState();
+    if (const auto extended = processor_family::cpuid(7)) facts.extendedFeatures = (*extended)[1];
     return facts;
 }
 

@@ -6,8 +6,7 @@
 /// table: work that is rare and short, so that it spins and never sleeps. It is not recursive.
 
 #include <lintrix/services/export.h>
-
-#include <emmintrin.h>
+#include <lintrix/services/processor_family.h>
 
 #include <atomic>
 #include <cstdint>
@@ -25,7 +24,7 @@ public:
         while (!word_.compare_exchange_weak(open, kTaken, std::memory_order_acquire,
                                             std::memory_order_relaxed)) {
             open = kOpen;
-            _mm_pause();
+            processor_family::pause();
         }
     }
 
@@ -41,7 +40,7 @@ private:
 LINTRIX_TESTABLE SpinLock& serviceLock() noexcept;
 
 /// A value found once in the life of the process, under the service lock. Every later read is lock-free: one
-/// acquire load, which on x86 is a plain one. `find` must not take the service lock.
+/// acquire load. `find` must not take the service lock.
 template <class Value>
 class FoundOnce {
 public:

@@ -12,7 +12,8 @@ const char* LibraryVersion() noexcept
 
 const char* LibraryKernels()
 {
-    constexpr detail::KernelForms<const char*> kNames{.sse2 = "SSE2", .avx2 = "AVX2", .avx512 = "AVX512"};
+    constexpr detail::KernelForms<const char*> kNames{
+        .sse2 = detail::processor_family::kBaseline, .avx2 = "AVX2", .avx512 = "AVX512"};
     return kNames.chosen();
 }
 

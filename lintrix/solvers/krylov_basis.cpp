@@ -69,13 +69,12 @@ template <int Width>
 // beyond.
 using Update = double (*)(std::int64_t, double*, double, const double*, const double*);
 
-[[gnu::target("avx512f")]] double updateAvx512(std::int64_t count, double* w, double c, const double* x,
-                                               const double* y)
+LINTRIX_FOR_AVX512 double updateAvx512(std::int64_t count, double* w, double c, const double* x,
+                                       const double* y)
 {
     return subtractThenDot<8>(count, w, c, x, y);
 }
-[[gnu::target("avx2")]] double updateAvx2(std::int64_t count, double* w, double c, const double* x,
-                                          const double* y)
+LINTRIX_FOR_AVX2 double updateAvx2(std::int64_t count, double* w, double c, const double* x, const double* y)
 {
     return subtractThenDot<4>(count, w, c, x, y);
 }

@@ -93,11 +93,20 @@ function(check_include_of_user file header)
   endif()
 endfunction()
 
-# One place to ask is one place to bound all kernels at once.
-function(check_questions_to_the_processor file room)
-  file(STRINGS "${ROOT}/${file}" lines REGEX "__builtin_cpu_|<cpuid\\.h>")
-  if(lines AND NOT room STREQUAL "services")
+# One place to ask is one place to bound all kernels at once; and one file to look at where another family of processors
+# is to be built for. The check sum has an instruction of its own, and a form without.
+function(check_questions_to_the_processor file)
+  if(file STREQUAL "lintrix/services/processor_family.h" OR file MATCHES "^lintrix/services/check_sum")
+    return()
+  endif()
+  file(STRINGS "${ROOT}/${file}" lines REGEX "__builtin_(cpu|ia32)_|<cpuid\\.h>")
+  if(lines)
     complain("${file}: asks the processor by itself")
+  endif()
+  file(STRINGS "${ROOT}/${file}" lines
+    REGEX "intrin\\.h>|<arm_[a-z]+\\.h>|target *\\( *\"|target_clones|(^|[^a-z_])_mm[0-9]*_|__m(64|128|256|512)|__(x86_64|i386|aarch64|arm|AVX|SSE)[A-Z0-9a-z_]*__|__asm|[^a-z_]asm *[(v]")
+  if(lines)
+    complain("${file}: is written for one family of processors")
   endif()
 endfunction()
 
@@ -112,7 +121,7 @@ endfunction()
 function(check_file file)
   room_of("${file}" room)
   check_teams("${file}")
-  check_questions_to_the_processor("${file}" "${room}")
+  check_questions_to_the_processor("${file}")
   file(STRINGS "${ROOT}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
   foreach(line IN LISTS lines)
     if(line MATCHES "<((lintrix|tools)/[^>]+)>")

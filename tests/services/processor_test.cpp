@@ -1,6 +1,7 @@
 #include "tests/services/probe_runner.h"
 
 #include <lintrix/services/processor.h>
+#include <lintrix/services/version.h>
 
 #include <gtest/gtest.h>
 
@@ -304,6 +305,8 @@ TEST(ThisProcessor, IsWhatTheKernelSaysItIs)
     EXPECT_EQ(machine["vsmp"], 0);
 }
 
+#if defined(__x86_64__)
+
 // The compiler's library asks by itself, the system's part included.
 TEST(ThisProcessor, HasTheInstructionSetsThatTheCompilersLibrarySees)
 {
@@ -317,6 +320,19 @@ TEST(ThisProcessor, HasTheInstructionSetsThatTheCompilersLibrarySees)
               __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
                   __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw"));
 }
+
+#else
+
+TEST(ThisProcessor, OfAnotherFamilyTellsNothingAndRunsTheFirstFormOfEachKernel)
+{
+    EXPECT_EQ(readCpuid().vendor, "");
+    EXPECT_EQ(detectInstructionSet(readCpuid()), InstructionSet::Sse2);
+    EXPECT_EQ(thisProcessor().processorClass, ProcessorClass::Generic);
+    EXPECT_EQ(thisProcessor().kernels, InstructionSet::Sse2);
+    EXPECT_STRNE(Velmar::Lintrix::LibraryKernels(), "SSE2");
+}
+
+#endif
 
 TEST(ThisProcessor, ReadsTheEnvironment)
 {

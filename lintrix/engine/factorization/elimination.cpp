@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/factorization/panel_solve.h>
 #include <lintrix/services/lapack.h>
+#include <lintrix/services/processor_family.h>
 
 #include <algorithm>
 #include <complex>
@@ -31,7 +32,7 @@ bool EliminationTeam::waitFor(int J) const
     constexpr int kSpins = 2000; // then let another thread have the core
     for (int spins = 0; !isFinished(J); ++spins) {
         if (hasFailed()) return false;
-        __builtin_ia32_pause();
+        processor_family::pause();
         if (spins > kSpins) sched_yield();
     }
     return true;

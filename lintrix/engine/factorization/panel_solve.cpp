@@ -82,13 +82,13 @@ struct NarrowPanels {
 };
 
 template <class T>
-[[gnu::target("avx2")]] void solveAvx2(RightFactor factor, const T* block, std::ptrdiff_t ld, int w, T* x,
-                                       std::ptrdiff_t ldx, int m)
+LINTRIX_FOR_AVX2 void solveAvx2(RightFactor factor, const T* block, std::ptrdiff_t ld, int w, T* x,
+                                std::ptrdiff_t ldx, int m)
 {
     solveByColumns<32>(factor, block, ld, w, x, ldx, m);
 }
 template <class T>
-[[gnu::target("avx2")]] int choleskyAvx2(T* panel, std::ptrdiff_t ld, int w)
+LINTRIX_FOR_AVX2 int choleskyAvx2(T* panel, std::ptrdiff_t ld, int w)
 {
     return choleskyByColumns<32>(panel, ld, w);
 }

@@ -306,7 +306,7 @@ template <class T>
 using CompletePivoting = PivotCounts (*)(const Block<T>&, double, int*, int*);
 
 template <class T>
-[[gnu::target("avx2")]] PivotCounts pivotAvx2(const Block<T>& a, double eps, int* rows, int* columns)
+LINTRIX_FOR_AVX2 PivotCounts pivotAvx2(const Block<T>& a, double eps, int* rows, int* columns)
 {
     return pivotBlock<32>(a, eps, rows, columns);
 }

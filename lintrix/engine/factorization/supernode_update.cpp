@@ -35,14 +35,14 @@ using Kernel = void (*)(const UpdateProduct<T>&, const UpdateTarget<T>&, bool, T
 
 // 24 of 32 registers hold sums, or 12 of 16; a complex block has two sums for each vector.
 template <class T>
-[[gnu::target("avx512f,avx512dq,avx512vl,avx2,fma")]] void
-runAvx512(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle, T* work)
+LINTRIX_FOR_AVX512 void runAvx512(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
+                                  bool lowerTriangle, T* work)
 {
     run(product, VectorKernel < T, 64, 3, kIsComplex<T> ? 4 : 8 > (product, target), lowerTriangle, work);
 }
 template <class T>
-[[gnu::target("avx2,fma")]] void runAvx2(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
-                                         bool lowerTriangle, T* work)
+LINTRIX_FOR_AVX2 void runAvx2(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
+                              bool lowerTriangle, T* work)
 {
     run(product, VectorKernel < T, 32, 3, kIsComplex<T> ? 2 : 4 > (product, target), lowerTriangle, work);
 }

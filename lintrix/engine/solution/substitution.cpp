@@ -273,14 +273,12 @@ template <class T>
 using Pass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange);
 
 template <class T, class Kernel>
-[[gnu::target("avx2,fma")]] void forwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
-                                             SupernodeRange range)
+LINTRIX_FOR_AVX2 void forwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range)
 {
     Substitution<T, Kernel>(factor, transposed, y).forward(range);
 }
 template <class T, class Kernel>
-[[gnu::target("avx2,fma")]] void backwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
-                                              SupernodeRange range)
+LINTRIX_FOR_AVX2 void backwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range)
 {
     Substitution<T, Kernel>(factor, transposed, y).backward(range);
 }

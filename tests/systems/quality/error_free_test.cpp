@@ -35,18 +35,25 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
     return lost;
 }
 
+TEST(ErrorFree, ASumKeepsWhatItsTermsLose)
+{
+    EXPECT_EQ(lostSums(), 0);
+}
+
+// Other processors have one form of the library's kernels, compiled as this test is.
+#if defined(__x86_64__)
 [[gnu::target("fma")]] int lostSumsWithFma()
 {
     return lostSums();
 }
 
-TEST(ErrorFree, ASumKeepsWhatItsTermsLoseWithAnyInstructionSet)
+TEST(ErrorFree, ASumKeepsWhatItsTermsLoseWithFma)
 {
-    EXPECT_EQ(lostSums(), 0);
     if (__builtin_cpu_supports("fma")) {
         EXPECT_EQ(lostSumsWithFma(), 0);
     }
 }
+#endif
 
 TEST(ErrorFree, SumAndProductComeWithTheirErrors)
 {

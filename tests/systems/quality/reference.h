@@ -9,6 +9,7 @@
 #include <lintrix/sparse/access.h>
 
 #include <algorithm>
+#include <cfloat>
 #include <complex>
 #include <cstddef>
 #include <random>
@@ -18,7 +19,11 @@
 
 namespace Velmar::Lintrix::testing {
 
+#if LDBL_MANT_DIG == 113
+using Quad = long double;
+#else
 __extension__ using Quad = __float128;
+#endif
 using ComplexCell = std::complex<double>;
 
 struct QuadCell {

@@ -1,0 +1,2 @@
+#include <emmintrin.h>
+inline void rest() { _mm_pause(); }

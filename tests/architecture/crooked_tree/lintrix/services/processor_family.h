@@ -1,0 +1,3 @@
+#if defined(__x86_64__)
+#include <cpuid.h>
+#endif

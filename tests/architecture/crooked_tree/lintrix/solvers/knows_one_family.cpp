@@ -1,0 +1,4 @@
+[[gnu::target("avx2")]] double twice(double x)
+{
+    return x + x;
+}
