@@ -1,5 +1,6 @@
 #include <lintrix/foundation/transposition.h>
 
+#include <lintrix/foundation/detail/transpose_squares.h>
 #include <lintrix/foundation/detail/transpose_tiles.h>
 
 namespace Velmar::Lintrix {
@@ -10,7 +11,7 @@ void MKL_Domatcopy(const char& ordering, const char& trans, const std::uint64_t&
 {
     if (ordering != 'C' || trans != 'T') return;
     if (alpha == 1.0) { // a multiplication would quiet a signalling NaN
-        detail::transposeTiles(rows, cols, a, lda, b, ldb, std::identity());
+        detail::transposeSquares().chosen()(rows, cols, a, lda, b, ldb);
     } else {
         detail::transposeTiles(rows, cols, a, lda, b, ldb, [alpha](double x) { return alpha * x; });
     }

@@ -10,7 +10,7 @@ namespace Velmar::Lintrix {
 /// against.
 LINTRIX_EXPORT const char* LibraryVersion() noexcept;
 
-/// "SSE2", "AVX2" or "AVX512": the instruction set of the library's own vector kernels in this process, the
+/// What the library's own vector kernels use, "SSE2", "AVX2" or "AVX512" (elsewhere "NEON", "portable"): the
 /// highest that the processor has and LINTRIX_INSTRUCTION_SET allows. Those of BLAS: DescribeBlas().
 LINTRIX_EXPORT const char* LibraryKernels();
 

@@ -1,11 +1,16 @@
 // Out-of-place transposition.
 
+#include <lintrix/foundation/detail/transpose_squares.h>
 #include <lintrix/lintrix.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <functional>
 #include <limits>
+#include <random>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -41,6 +46,26 @@ void expectTransposed(std::uint64_t rows, std::uint64_t cols, double alpha, std:
         }
     }
     EXPECT_EQ(wrong, 0u);
+}
+
+TEST(TransposeSquares, EachFormGivesTheBitsOfAPlainLoop)
+{
+    std::mt19937_64 random(3);
+    const auto& forms = detail::transposeSquares();
+    for (const auto form : {forms.sse2, forms.chosen()}) {
+        for (std::uint64_t rows = 0; rows < 35; ++rows) {
+            for (std::uint64_t cols = 0; cols < 35; ++cols) {
+                const std::uint64_t lda = rows + rows % 3, ldb = cols + cols % 2;
+                std::vector<std::uint64_t> bits(lda * cols), back(ldb * rows, 7), expected = back;
+                std::ranges::generate(bits, std::ref(random)); // numbers of all kinds
+                for (std::uint64_t i = 0; i < rows; ++i)
+                    for (std::uint64_t j = 0; j < cols; ++j) expected[j + ldb * i] = bits[i + lda * j];
+                form(rows, cols, reinterpret_cast<const double*>(bits.data()), lda,
+                     reinterpret_cast<double*>(back.data()), ldb);
+                ASSERT_EQ(back, expected) << rows << " x " << cols;
+            }
+        }
+    }
 }
 
 TEST(Domatcopy, TransposesEveryShape)
