@@ -10,6 +10,7 @@ import numpy as np
 
 from . import _lintrix
 from ._errors import AccuracyWarning, SolveError
+from ._files import open_place
 from ._inputs import COMPLEX, REAL, as_columns, as_matrix, cells_of, is_sparse, native
 from ._threads import num_threads
 from ._verdict import Forecast, Inertia, Verdict
@@ -60,7 +61,8 @@ class LinearSystem:
     reuse_factor
         After an update with other values the factor at hand is a preconditioner as long as it pays.
     out_of_core
-        The factor in files; else only where memory has no room for it.
+        The factor in files; else only where memory has no room for it. They stand in a folder of their own below
+        $TMPDIR or /var/tmp, which goes when the process ends, unless the variables of the library say otherwise.
     memory_budget
         Bytes of all that the system holds.
     progress
@@ -327,6 +329,7 @@ def _options(
     options.out_of_core = out_of_core
     options.memory_budget = memory_budget
     options.progress = progress
+    options.open_place = open_place
     return options
 
 

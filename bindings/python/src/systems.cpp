@@ -2,6 +2,7 @@
 #include "rows.h"
 #include "watched_run.h"
 
+#include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/systems/linear_system.h>
 
 #include <pybind11/stl.h>
@@ -25,7 +26,7 @@ struct Options {
     int refine = 0, errorBounds = 4;
     bool certainInertia = false, reuseFactor = false, outOfCore = false;
     std::optional<double> memoryBudget{};
-    py::object progress = py::none();
+    py::object progress = py::none(), openPlace = py::none();
 
     SystemOptions forSystem() const
     {
@@ -38,7 +39,11 @@ struct Options {
         options.reuseFactor = reuseFactor;
         options.outOfCore = outOfCore;
         options.memoryBudget = memoryBudget;
-        options.progress = progressOf(progress);
+        options.progress = callbackOf<double, double>(progress);
+        options.openPlace = [prepare = callbackOf<double>(openPlace)](double left) {
+            prepare(left);
+            return std::make_unique<FactorPlace>();
+        };
         return options;
     }
 };
@@ -203,7 +208,12 @@ void bindSystems(py::module_& module)
         .def_readwrite("reuse_factor", &Options::reuseFactor)
         .def_readwrite("out_of_core", &Options::outOfCore)
         .def_readwrite("memory_budget", &Options::memoryBudget)
-        .def_readwrite("progress", &Options::progress);
+        .def_readwrite("progress", &Options::progress)
+        .def_readwrite("open_place", &Options::openPlace);
+    module.def("out_of_core_configuration", [] {
+        const OutOfCoreConfiguration said = ReadOutOfCoreConfiguration();
+        return py::make_tuple(said.path, said.megabytes, said.keepsFiles);
+    });
     bindSystem<double>(module, "RealSystem");
     bindSystem<std::complex<double>>(module, "ComplexSystem");
 }

@@ -160,18 +160,4 @@ void SharedStop::run(const std::function<void()>& work, std::optional<Moment> de
     }
 }
 
-std::function<void(double, double)> progressOf(const py::object& callable)
-{
-    if (callable.is_none()) return {};
-    const auto release = [](py::object* held) {
-        const py::gil_scoped_acquire own;
-        delete held;
-    };
-    const std::shared_ptr<py::object> shared(new py::object(callable), release);
-    return [shared](double done, double all) {
-        const py::gil_scoped_acquire own;
-        (*shared)(done, all);
-    };
-}
-
 } // namespace Velmar::Lintrix::python

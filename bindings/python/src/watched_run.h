@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <stop_token>
@@ -50,7 +51,20 @@ private:
 };
 
 /// A callable of Python's, for callbacks from any thread: what it raises travels through the library as the
-/// end of the run, and comes back to Python as it was.
-std::function<void(double, double)> progressOf(const py::object& callable);
+/// end of the run, and comes back to Python as it was. An empty function for None.
+template <class... Arguments>
+std::function<void(Arguments...)> callbackOf(const py::object& callable)
+{
+    if (callable.is_none()) return {};
+    const auto release = [](py::object* held) {
+        const py::gil_scoped_acquire own;
+        delete held;
+    };
+    const std::shared_ptr<py::object> shared(new py::object(callable), release);
+    return [shared](Arguments... arguments) {
+        const py::gil_scoped_acquire own;
+        (*shared)(arguments...);
+    };
+}
 
 } // namespace Velmar::Lintrix::python
