@@ -1,5 +1,6 @@
 """Whatever holds numbers is taken, as it lies in memory where that fits, and is left as it was."""
 
+import subprocess
 import sys
 import tracemalloc
 
@@ -251,3 +252,27 @@ def test_solutions_let_go_of_their_memory():
     while isinstance(base, np.ndarray):
         base = base.base
     assert type(base).__name__ == "PyCapsule" and sys.getrefcount(base) == 3   # x, `base`, the argument
+
+
+TOO_LARGE = """if True:
+    import resource
+    import numpy as np
+    import lintrix
+
+    system = lintrix.LinearSystem(np.eye(1))
+    system.solve([1.0])
+    resource.setrlimit(resource.RLIMIT_AS, (6 << 30, 6 << 30))
+    try:
+        system.solve(np.broadcast_to(1.0, (1, 2**30)))
+    except MemoryError as failure:
+        print(type(failure).__name__, failure)
+    print(system.solve([2.0])[0])
+"""
+
+
+def test_memory_that_is_not_there():
+    run = subprocess.run([sys.executable, "-c", TOO_LARGE], capture_output=True, text=True, timeout=120)
+    assert run.stdout.splitlines() == [
+        "OutOfMemoryError There is not enough memory to continue the execution.",
+        "[2.]",
+    ], run.stderr

@@ -21,10 +21,11 @@ class Slow:
     """Takes so long for each part of the work that it would not be done within minutes; sends a signal at the first."""
 
     def __init__(self, number=None):
-        self.number, self.calls = number, 0
+        self.number, self.calls, self.is_done = number, 0, False
 
     def __call__(self, done, all):
         self.calls += 1
+        self.is_done = done >= all
         if self.calls == 1 and self.number:
             os.kill(os.getpid(), self.number)
         if self.calls < 1000:
@@ -43,10 +44,9 @@ RUNS = {
 @pytest.mark.parametrize("run", RUNS)
 def test_ctrl_c_ends_a_run(run):
     slow = Slow(signal.SIGINT)
-    begin = time.monotonic()
     with pytest.raises(KeyboardInterrupt):
         RUNS[run](slow)
-    assert time.monotonic() - begin < 60 and slow.calls >= 1
+    assert slow.calls >= 1 and not slow.is_done
 
 
 def test_a_system_is_as_before_ctrl_c():
@@ -103,7 +103,7 @@ def test_a_process_dies_of_ctrl_c_as_any_other():
     assert run.returncode == -signal.SIGINT and said.endswith("KeyboardInterrupt\n")
 
 
-@pytest.mark.parametrize("seconds", [0.0, 0.05, 1])
+@pytest.mark.parametrize("seconds", [0.0, 0.1])
 def test_deadlines(seconds):
     slow = Slow()
     system = lintrix.LinearSystem(MATRIX, progress=slow)
@@ -112,10 +112,9 @@ def test_deadlines(seconds):
         lambda: system.factorize(deadline=seconds),
         lambda: system.solve(np.ones(1600), deadline=seconds),
     ):
-        begin = time.monotonic()
         with pytest.raises(lintrix.DeadlineError, match="The deadline has passed."):
             phase()
-        assert time.monotonic() - begin < 30
+        assert not slow.is_done
     slow.calls = 1000
     assert system.solve(np.ones(1600), deadline=1e300)[1]
     assert issubclass(lintrix.DeadlineError, TimeoutError)

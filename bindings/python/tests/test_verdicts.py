@@ -28,8 +28,8 @@ def test_accurate():
 
 
 def degraded():
-    A = hilbert(9)
-    return A, A @ np.ones(9)
+    A = hilbert(10)
+    return A, A @ np.ones(10)
 
 
 def test_a_degraded_solution_warns():
