@@ -1,11 +1,13 @@
-# shellcheck shell=sh disable=SC2034 # lintrix_packages is read by those that source this
+# shellcheck shell=sh disable=SC2034 # lists of packages are read by those that source this
 # Sourced by ./quickstart, ./test and .ci/run, at the root of the tree: what the machine must have, and how the
 # release preset is configured and built. Plain POSIX shell.
 
-# Debian's names of the packages that the whole tree needs: library, command, tests, benchmarks, Debian packages.
+# Debian's names of the packages that the whole tree needs: library, command, tests, benchmarks.
 lintrix_packages="g++ cmake ninja-build pkgconf libopenblas-openmp-dev libmetis-dev zlib1g-dev libpng-dev \
-libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev \
-dpkg-dev file mandoc zsh"
+libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev"
+
+# Of what is built and tested where it is found: the Python package; Debian packages, manual pages, completion.
+lintrix_extras="python3-dev pybind11-dev python3-numpy python3-scipy python3-pytest dpkg-dev file mandoc zsh"
 
 say() { printf '%s\n' "$*"; }
 
@@ -63,6 +65,12 @@ require_packages()
     say "Installing from Debian:$missing"
     # shellcheck disable=SC2086 # one word a package
     install_packages $missing || give_up "the packages could not be installed:$missing"
+}
+
+# Has the given packages installed where that can be done; else it says so, and what needs them is left.
+want_packages()
+{
+    (require_packages "$@") || say "Going on without them; what needs them is neither built nor tested."
 }
 
 # On a system without Debian's packages: tell what is needed, and go on if the tools are there. CMake tells which

@@ -23,10 +23,13 @@ debian()
 }
 
 # require PACKAGE...: the exit code is left in $code.
-require()
+require() { ask require_packages "$@"; }
+want() { ask want_packages "$@"; }
+
+ask()
 {
     code=0
-    PATH="$work/bin" /bin/sh -c '. "$0"; require_packages "$@"' "$bootstrap" "$@" >"$work/said" 2>&1 || code=$?
+    PATH="$work/bin" /bin/sh -c '. "$0"; "$@"' "$bootstrap" "$@" >"$work/said" 2>&1 || code=$?
 }
 
 calls() { grep -v -e '^dpkg-query' -e '^id' "$work/calls" || true; }
@@ -116,6 +119,27 @@ AFailedInstallationIsAFailure()
     require gone lost
     expect "exit code" $code 1
     expect "last line said" "$(tail -n 1 "$work/said")" "$bootstrap: the packages could not be installed: gone lost"
+}
+
+WhatIsOnlyWantedIsInstalledToo()
+{
+    debian 0
+    want gone here lost
+    expect "exit code" $code 0
+    expect "what is said" "$(cat "$work/said")" "Installing from Debian: gone lost"
+    expect "what is called" "$(calls)" "apt-get install --simulate gone lost
+$installation"
+}
+
+WhatIsOnlyWantedAndCannotBeHadIsTold()
+{
+    debian 0
+    stand_in apt-get 'exit 100'
+    want gone lost
+    expect "exit code" $code 0
+    expect "what is said" "$(cat "$work/said")" "Installing from Debian: gone lost
+$bootstrap: the packages could not be installed: gone lost
+Going on without them; what needs them is neither built nor tested."
 }
 
 OtherSystemsGoOnWithTheToolsTheyHave()

@@ -6,6 +6,7 @@
 #   public_headers what is installed is what lintrix/lintrix.h reaches, and each header compiles with no other tree
 #   soname         looks at the name by which programs ask for the shared library
 #   run_paths      looks for entries that would have the loader search the current folder
+#   python         imports the installed Python package, which finds the installed library
 #   wrong_version  asks the installed package for a version that it must not answer
 cmake_minimum_required(VERSION 3.25)
 
@@ -128,6 +129,20 @@ elseif(STEP STREQUAL "run_paths")
       message(FATAL_ERROR "${binary}: run path [${CMAKE_MATCH_1}]")
     endif()
   endforeach()
+
+elseif(STEP STREQUAL "python")
+  set(solve "import lintrix; print('x =', *lintrix.solve([[2.0]], [4.0])[0]); print('BLAS =', lintrix.describe_blas()['file'])")
+  string(APPEND solve "; print(*(line.split()[-1] for line in open('/proc/self/maps') if 'liblintrix' in line), sep='\\n')")
+  run(${CMAKE_COMMAND} -E env "PYTHONPATH=${prefix}/${PYTHON_DIR}" PYTHONDONTWRITEBYTECODE=1 "${PYTHON}" -c "${solve}")
+  cmake_path(GET BLAS PARENT_PATH blas_dir)
+  string(FIND "${output}" "BLAS = ${blas_dir}/" at)
+  if(at EQUAL -1 OR NOT output MATCHES "x = 2.0")
+    message(FATAL_ERROR "The package did not solve its system on ${BLAS}.")
+  endif()
+  string(FIND "${output}" "prefix/lib/liblintrix" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "The package runs on another library than the installed one.")
+  endif()
 
 elseif(STEP STREQUAL "wrong_version")
   execute_process(

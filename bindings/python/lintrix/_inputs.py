@@ -1,0 +1,58 @@
+"""Arrays as the native part takes them: native doubles or complex numbers, copied only where the layout asks for it."""
+
+from __future__ import annotations
+
+import sys
+from typing import Any, Union
+
+import numpy as np
+
+from . import _lintrix
+
+REAL, COMPLEX = np.dtype(np.float64), np.dtype(np.complex128)
+
+
+def is_sparse(A: Any) -> bool:
+    """Whoever has a sparse matrix has imported SciPy."""
+    sparse = sys.modules.get("scipy.sparse")
+    return sparse is not None and sparse.issparse(A)
+
+
+def as_matrix(A: Any) -> Any:
+    """A sparse matrix as it is, or an array of two dimensions that holds numbers."""
+    if not is_sparse(A):
+        A = np.asarray(A)
+        if A.ndim != 2:
+            raise ValueError(f"A matrix has two dimensions, not {A.ndim}")
+    cells_of(A.dtype)
+    return A
+
+
+def as_columns(b: Any) -> np.ndarray:
+    """Right-hand sides: an array of one or two dimensions that holds numbers."""
+    b = np.asarray(b.toarray() if is_sparse(b) else b)
+    if b.ndim not in (1, 2):
+        raise ValueError(f"Right-hand sides have one or two dimensions, not {b.ndim}")
+    cells_of(b.dtype)
+    return b
+
+
+def cells_of(dtype: np.dtype) -> np.dtype:
+    """The native type of cell that holds all numbers of a type."""
+    if dtype.kind == "c":
+        return COMPLEX
+    if dtype.kind in "biuf":
+        return REAL
+    raise TypeError(f"{dtype} is no type of number")
+
+
+def native(A: Any, cells: np.dtype) -> Union[_lintrix.Rows, np.ndarray]:
+    """Compressed rows, or an array of any layout. Where the arrays of A fit they are passed on as they are."""
+    if not is_sparse(A):
+        return A.astype(cells, copy=False, subok=False)
+    rows = A.tocsr()
+    used = int(rows.indptr[-1])  # the arrays may be longer
+    both_narrow = rows.indices.dtype == rows.indptr.dtype == np.int32
+    index = np.dtype(np.int32 if both_narrow else np.int64)
+    arrays = (rows.data[:used], cells), (rows.indices[:used], index), (rows.indptr, index)
+    return _lintrix.Rows(*rows.shape, *(np.require(array, dtype, ["C", "A"]) for array, dtype in arrays))

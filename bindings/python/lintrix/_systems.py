@@ -1,0 +1,349 @@
+"""Linear systems."""
+
+from __future__ import annotations
+
+import os
+import warnings
+from typing import TYPE_CHECKING, Any, Callable, Optional, Tuple, Union
+
+import numpy as np
+
+from . import _lintrix
+from ._errors import AccuracyWarning, SolveError
+from ._files import open_place
+from ._inputs import COMPLEX, REAL, as_columns, as_matrix, cells_of, is_sparse, native
+from ._threads import num_threads
+from ._verdict import Forecast, Inertia, Verdict
+
+if TYPE_CHECKING:
+    from scipy.sparse.linalg import LinearOperator
+
+_OPS = {"none": 0, "transpose": 1, "adjoint": 2}
+_CHECKS = {"raise": 2, "warn": 1, "none": 0}
+_TYPES = {None: None, "unsymmetric": 0, "structurally symmetric": 1, "positive definite": 2, "indefinite": 3}
+_ORDERINGS = {None: None, "minimum degree": 0, "nested dissection": 2, "parallel nested dissection": 3}
+
+Progress = Callable[[float, float], object]
+Path = Union[str, "os.PathLike[str]"]
+
+
+class LinearSystem:
+    """op(A) X = B for one matrix and any number of right-hand sides.
+
+    >>> import numpy as np
+    >>> import scipy.sparse as sp
+    >>> import lintrix
+    >>> A = sp.diags([-1.0, 4.0, -1.0], [-1, 0, 1], shape=(50, 50), format="csr")
+    >>> system = lintrix.LinearSystem(A)
+    >>> x, verdict = system.solve(A @ np.ones(50))
+    >>> bool(np.allclose(x, 1.0)), verdict.status
+    (True, 'accurate')
+    >>> system.update(2.0 * A), system.solve(A @ np.ones(50))[0].round(12)[0]
+    ('values', 0.5)
+
+    A is a NumPy array, or a sparse matrix or array of SciPy in any format, real or complex, of any shape: square; tall,
+    solved in the least-squares sense; or wide, solved with smallest norm. The system keeps a copy. `dtype` complex makes
+    a complex system of a real matrix, which then takes complex right-hand sides.
+
+    Options:
+
+    type
+        "unsymmetric", "structurally symmetric", "positive definite" or "indefinite"; else as the values suggest.
+    ordering
+        "minimum degree", "nested dissection" or "parallel nested dissection"; else what takes less time in all.
+    error_bounds
+        So many right-hand sides have their error bounded, those with the largest backward errors. 0: none, and neither
+        condition nor inertia is told.
+    refine
+        Steps of iterative refinement at most; below 0 with residuals in extended precision.
+    certain_inertia
+        Factorizes shifted matrices where the factor leaves signs of eigenvalues uncertain.
+    reuse_factor
+        After an update with other values the factor at hand is a preconditioner as long as it pays.
+    out_of_core
+        The factor in files; else only where memory has no room for it. They stand in a folder of their own below
+        $TMPDIR or /var/tmp, which goes when the process ends, unless the variables of the library say otherwise.
+    memory_budget
+        Bytes of all that the system holds.
+    progress
+        Is called with the operations done and those there are in all, from any thread. What it raises ends the run.
+
+    A call that is ended by its `deadline` (in seconds), by Ctrl-C or by a failure leaves the system as it was. Several
+    threads may call one system, and solve at once where a sparse factor in memory serves.
+    """
+
+    def __init__(
+        self,
+        A: Any,
+        *,
+        dtype: Any = None,
+        type: Optional[str] = None,
+        ordering: Optional[str] = None,
+        error_bounds: int = 4,
+        refine: int = 0,
+        certain_inertia: bool = False,
+        reuse_factor: bool = False,
+        out_of_core: bool = False,
+        memory_budget: Optional[float] = None,
+        progress: Optional[Progress] = None,
+    ) -> None:
+        A = as_matrix(A)
+        self._cells = np.promote_types(cells_of(A.dtype), cells_of(np.dtype(dtype)) if dtype else REAL)
+        options = _options(
+            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget, progress
+        )
+        self._system = _class_for(self._cells)(native(A, self._cells), options)
+        self._verdict: Optional[Verdict] = None
+
+    @classmethod
+    def load(
+        cls,
+        path: Path,
+        *,
+        type: Optional[str] = None,
+        ordering: Optional[str] = None,
+        error_bounds: int = 4,
+        refine: int = 0,
+        certain_inertia: bool = False,
+        reuse_factor: bool = False,
+        out_of_core: bool = False,
+        memory_budget: Optional[float] = None,
+        progress: Optional[Progress] = None,
+    ) -> LinearSystem:
+        """A system that `save` has written, as it was: the first solve is by the factor that was saved."""
+        options = _options(
+            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget, progress
+        )
+        with open(path, "rb") as file:
+            content = file.read(24)[16:]
+        system = cls.__new__(cls)
+        system._cells = COMPLEX if content.startswith(b"complex") else REAL
+        system._system = _class_for(system._cells).load(os.fspath(path), options)
+        system._verdict = None
+        return system
+
+    def save(self, path: Path) -> None:
+        """Writes matrix, analysis and factor of a square sparse system, as far as they are made."""
+        self._system.save(os.fspath(path))
+
+    @property
+    def shape(self) -> Tuple[int, int]:
+        """Rows and columns of A."""
+        return self._system.shape
+
+    @property
+    def dtype(self) -> np.dtype:
+        """float64 or complex128."""
+        return self._cells
+
+    @property
+    def analyses(self) -> int:
+        """How many there were."""
+        return self._system.analyses
+
+    @property
+    def factorizations(self) -> int:
+        """How many there were."""
+        return self._system.factorizations
+
+    def analyse(self, *, deadline: Optional[float] = None) -> Forecast:
+        """Analyses the pattern, if that is not done yet, and tells what the factorization is going to take."""
+        return Forecast(**self._system.forecast(deadline))
+
+    def factorize(self, *, deadline: Optional[float] = None) -> str:
+        """Makes the factor by the best road. Returns "accurate", "degraded" or "failed", a verdict on the factor."""
+        return self._system.factorize(deadline)
+
+    def solve(
+        self, b: Any, *, op: str = "none", check: str = "raise", deadline: Optional[float] = None
+    ) -> Tuple[Optional[np.ndarray], Verdict]:
+        """X with op(A) X = B, of the shape of B, and a verdict on it; `op` is "none", "transpose" or "adjoint".
+
+        A failed solution raises `SolveError`, a degraded one warns with `AccuracyWarning`; check="warn" warns of both,
+        check="none" leaves all to the caller. x is None where no road led to any. It stands over the memory of the
+        library, column by column: nothing is copied.
+        """
+        x, verdict = self._solved(b, _chosen(_OPS, op, "op"), _chosen(_CHECKS, check, "check"), deadline)
+        _judge(x, verdict, _CHECKS[check])
+        return x, verdict
+
+    def _solved(
+        self, b: Any, op: int, check: int, deadline: Optional[float]
+    ) -> Tuple[Optional[np.ndarray], Verdict]:
+        b = as_columns(b)
+        if np.promote_types(cells_of(b.dtype), self._cells) != self._cells:
+            raise TypeError("A real system takes no complex right-hand side; LinearSystem(A, dtype=complex) does")
+        x, told = self._system.solve(b.astype(self._cells, copy=False, subok=False), op, deadline)
+        self._verdict = verdict = Verdict.of(told)
+        return x.reshape(-1) if x is not None and b.ndim == 1 else x, verdict
+
+    def update(self, A: Any) -> str:
+        """Goes on with other values or another pattern, and repeats no more than it must.
+
+        Tells what has changed: "none", "values" (the analysis stands) or "pattern". Only square sparse systems can be
+        updated.
+        """
+        A = as_matrix(A)
+        if not is_sparse(A):
+            raise TypeError("A system is updated with a sparse matrix")
+        if np.promote_types(cells_of(A.dtype), self._cells) != self._cells:
+            raise TypeError("A real system cannot be updated with a complex matrix")
+        changed = self._system.update(native(A, self._cells))
+        self._verdict = None
+        return changed
+
+    @property
+    def condition(self) -> Optional[float]:
+        """||A|| ||inverse of A|| in the 1-norm, estimated through the factor, which is made where there is none."""
+        return self._judged().condition
+
+    @property
+    def inertia(self) -> Optional[Inertia]:
+        """Signs of the eigenvalues of a sparse symmetric or Hermitian matrix, by the factor."""
+        return self._judged().inertia
+
+    def _judged(self) -> Verdict:
+        """A verdict on this matrix, of the last solve or of one that asks for nothing else."""
+        verdict = self._verdict
+        if verdict is None:
+            verdict = self._solved(np.ones(self.shape[0]), _OPS["none"], 0, None)[1]
+        return verdict
+
+    def as_linear_operator(self, *, check: str = "raise") -> LinearOperator:
+        """The inverse of A as an operator of SciPy, for a preconditioner or shift-invert; of a matrix that is not square
+        the pseudo-inverse. It takes complex vectors, too. `check` is as for `solve`, but there is always a result.
+
+        >>> import numpy as np
+        >>> import lintrix
+        >>> inverse = lintrix.LinearSystem(np.diag([1.0, 2.0, 4.0])).as_linear_operator()
+        >>> inverse @ np.ones(3)
+        array([1.  , 0.5 , 0.25])
+        """
+        from scipy.sparse.linalg import LinearOperator
+
+        _chosen(_CHECKS, check, "check")
+
+        def apply(b: np.ndarray, op: str) -> np.ndarray:
+            if np.iscomplexobj(b) and self._cells == REAL:
+                return apply(b.real, op) + 1j * apply(b.imag, op)
+            x, verdict = self.solve(b, op=op, check=check)
+            if x is None:
+                _judge(x, verdict, _CHECKS["raise"])
+            return x
+
+        def forward(b: np.ndarray) -> np.ndarray:
+            return apply(b, "none")
+
+        def adjoint(b: np.ndarray) -> np.ndarray:
+            return apply(b, "adjoint")
+
+        rows, cols = self.shape
+        return LinearOperator(
+            (cols, rows), matvec=forward, rmatvec=adjoint, matmat=forward, rmatmat=adjoint, dtype=self._cells
+        )
+
+    def __repr__(self) -> str:
+        rows, cols = self.shape
+        return f"<LinearSystem: {rows} x {cols}, {self._cells}>"
+
+
+def solve(
+    A: Any,
+    b: Any,
+    *,
+    op: str = "none",
+    check: str = "raise",
+    threads: Optional[int] = None,
+    deadline: Optional[float] = None,
+    memory_budget: Optional[float] = None,
+    type: Optional[str] = None,
+    ordering: Optional[str] = None,
+    error_bounds: int = 4,
+    refine: int = 0,
+    certain_inertia: bool = False,
+    out_of_core: bool = False,
+    progress: Optional[Progress] = None,
+) -> Tuple[Optional[np.ndarray], Verdict]:
+    """X with op(A) X = B, of the shape of B, and a verdict on it.
+
+    >>> import numpy as np
+    >>> import scipy.sparse as sp
+    >>> import lintrix
+    >>> A = sp.csr_matrix([[1.0, 1.0], [0.0, 1e-3], [1.0, 0.0]])   # more equations than unknowns
+    >>> x, verdict = lintrix.solve(A, [3.0, 2e-3, 1.0])
+    >>> x.round(9), verdict.status
+    (array([1., 2.]), 'accurate')
+
+    A right-hand side that none can solve raises:
+
+    >>> lintrix.solve(np.ones((2, 2)), [1.0, 2.0])
+    Traceback (most recent call last):
+    ...
+    lintrix.SolveError: There is no good solution: singular.
+
+    `op`, `check` and the result are as told at `LinearSystem.solve`, all else at `LinearSystem`. `threads` is how many
+    threads may work meanwhile, in the whole process; `deadline` how many seconds all may take.
+    """
+    level = _chosen(_CHECKS, check, "check")
+    A, b = as_matrix(A), as_columns(b)
+    with num_threads(threads):
+        system = LinearSystem(
+            A,
+            dtype=b.dtype,
+            type=type,
+            ordering=ordering,
+            error_bounds=error_bounds,
+            refine=refine,
+            certain_inertia=certain_inertia,
+            out_of_core=out_of_core,
+            memory_budget=memory_budget,
+            progress=progress,
+        )
+        x, verdict = system._solved(b, _chosen(_OPS, op, "op"), level, deadline)
+    _judge(x, verdict, level)
+    return x, verdict
+
+
+def _class_for(cells: np.dtype) -> Any:
+    return _lintrix.ComplexSystem if cells == COMPLEX else _lintrix.RealSystem
+
+
+def _options(
+    type: Optional[str],
+    ordering: Optional[str],
+    error_bounds: int,
+    refine: int,
+    certain_inertia: bool,
+    reuse_factor: bool,
+    out_of_core: bool,
+    memory_budget: Optional[float],
+    progress: Optional[Progress],
+) -> _lintrix.Options:
+    options = _lintrix.Options()
+    options.type = _chosen(_TYPES, type, "type")
+    options.ordering = _chosen(_ORDERINGS, ordering, "ordering")
+    options.error_bounds = error_bounds
+    options.refine = refine
+    options.certain_inertia = certain_inertia
+    options.reuse_factor = reuse_factor
+    options.out_of_core = out_of_core
+    options.memory_budget = memory_budget
+    options.progress = progress
+    options.open_place = open_place
+    return options
+
+
+def _chosen(choices: dict, word: Optional[str], name: str) -> Any:
+    if word not in choices:
+        words = ", ".join(repr(choice) for choice in choices)
+        raise ValueError(f"{name} is {word!r}, and has to be one of {words}")
+    return choices[word]
+
+
+def _judge(x: Optional[np.ndarray], verdict: Verdict, level: int) -> None:
+    """Raises or warns as it was asked for."""
+    told = verdict.explain().splitlines()[0]
+    if verdict.status == "failed" and level > 1:
+        raise SolveError(told, verdict, x)
+    if not verdict and level > 0:
+        warnings.warn(AccuracyWarning(told, verdict), stacklevel=3)
