@@ -13,6 +13,10 @@
 /// temporary. Both sides keep dense matrices column after column, so nothing is moved. Row-major matrices of
 /// Eigen and its expressions are copied by `FromEigen`.
 ///
+/// The class `Eigen` of this library has the name of that namespace: inside ours, or under a using-directive,
+/// say
+/// `::Eigen::MatrixXd`.
+///
 /// Sparse matrices number from one here and from zero there: `EigenSparse` and `FromEigen` copy them, in one
 /// pass.
 
@@ -45,10 +49,10 @@ namespace Velmar::Lintrix {
 namespace detail {
 
 template <class Cell>
-using EigenMatrixOf = Eigen::Matrix<Cell, Eigen::Dynamic, Eigen::Dynamic>;
+using EigenMatrixOf = ::Eigen::Matrix<Cell, ::Eigen::Dynamic, ::Eigen::Dynamic>;
 template <class Cell>
-using EigenVectorOf = Eigen::Matrix<Cell, Eigen::Dynamic, 1>;
-using EigenStride = Eigen::Stride<Eigen::Dynamic, Eigen::Dynamic>;
+using EigenVectorOf = ::Eigen::Matrix<Cell, ::Eigen::Dynamic, 1>;
+using EigenStride = ::Eigen::Stride<::Eigen::Dynamic, ::Eigen::Dynamic>;
 
 /// The map of cells that may be written, or of those that may not.
 template <class Cell, class Plain>
@@ -58,19 +62,19 @@ template <class Cell>
 auto eigenMap(const MatrixView<Cell>& A)
 {
     using Plain = EigenMapOf<Cell, EigenMatrixOf<std::remove_const_t<Cell>>>;
-    return Eigen::Map<Plain, Eigen::Unaligned, Eigen::OuterStride<>>(
-        A.data(), A.Rows(), A.Cols(), Eigen::OuterStride<>(A.LeadingDimension()));
+    return ::Eigen::Map<Plain, ::Eigen::Unaligned, ::Eigen::OuterStride<>>(
+        A.data(), A.Rows(), A.Cols(), ::Eigen::OuterStride<>(A.LeadingDimension()));
 }
 template <class Cell>
 auto eigenMap(const VectorView<Cell>& x)
 {
     using Plain = EigenMapOf<Cell, EigenVectorOf<std::remove_const_t<Cell>>>;
-    return Eigen::Map<Plain, Eigen::Unaligned, Eigen::InnerStride<>>(x.data(), x.Length(),
-                                                                     Eigen::InnerStride<>(x.Stride()));
+    return ::Eigen::Map<Plain, ::Eigen::Unaligned, ::Eigen::InnerStride<>>(
+        x.data(), x.Length(), ::Eigen::InnerStride<>(x.Stride()));
 }
 
 /// @throws InvalidSizeException  a size of Eigen's does not fit
-inline std::int32_t sizeFromEigen(Eigen::Index size)
+inline std::int32_t sizeFromEigen(::Eigen::Index size)
 {
     if (size > std::numeric_limits<std::int32_t>::max()) throw InvalidSizeException();
     return static_cast<std::int32_t>(size);
@@ -118,7 +122,7 @@ void EigenMap(const Dense&& A) = delete;
 
 /// A matrix or vector of Eigen that owns its cells: a `MatrixView`, of a vector a `VectorView`.
 template <class Derived>
-auto ViewOf(Eigen::PlainObjectBase<Derived>& A)
+auto ViewOf(::Eigen::PlainObjectBase<Derived>& A)
 {
     using Cell = typename Derived::Scalar;
     if constexpr (Derived::IsVectorAtCompileTime) {
@@ -130,7 +134,7 @@ auto ViewOf(Eigen::PlainObjectBase<Derived>& A)
     }
 }
 template <class Derived>
-auto ViewOf(const Eigen::PlainObjectBase<Derived>& A)
+auto ViewOf(const ::Eigen::PlainObjectBase<Derived>& A)
 {
     using Cell = const typename Derived::Scalar;
     if constexpr (Derived::IsVectorAtCompileTime) {
@@ -142,7 +146,7 @@ auto ViewOf(const Eigen::PlainObjectBase<Derived>& A)
     }
 }
 template <class Derived>
-void ViewOf(const Eigen::PlainObjectBase<Derived>&& A) = delete;
+void ViewOf(const ::Eigen::PlainObjectBase<Derived>&& A) = delete;
 /// @}
 
 /// @name Copies
@@ -151,7 +155,7 @@ void ViewOf(const Eigen::PlainObjectBase<Derived>&& A) = delete;
 /// Any dense expression of Eigen, evaluated into a matrix, or, where it has one column at compile time, into
 /// a vector. @throws InvalidSizeException  it has no cells, or more than a matrix can hold
 template <class Derived>
-auto FromEigen(const Eigen::DenseBase<Derived>& A)
+auto FromEigen(const ::Eigen::DenseBase<Derived>& A)
 {
     using Cell = typename Derived::Scalar;
     if constexpr (Derived::ColsAtCompileTime == 1) {
@@ -166,11 +170,12 @@ auto FromEigen(const Eigen::DenseBase<Derived>& A)
 }
 
 /// What a sparse matrix stores, in Eigen's compressed rows: of one marked symmetric or Hermitian the upper
-/// triangle, for `selfadjointView<Eigen::Upper>()`.
+/// triangle, for `selfadjointView<::Eigen::Upper>()`.
 template <class Cell>
-Eigen::SparseMatrix<Cell, Eigen::RowMajor, std::int32_t> EigenSparse(const detail::CompressedMatrix<Cell>& A)
+::Eigen::SparseMatrix<Cell, ::Eigen::RowMajor, std::int32_t>
+EigenSparse(const detail::CompressedMatrix<Cell>& A)
 {
-    Eigen::SparseMatrix<Cell, Eigen::RowMajor, std::int32_t> copy(A.Rows(), A.Cols());
+    ::Eigen::SparseMatrix<Cell, ::Eigen::RowMajor, std::int32_t> copy(A.Rows(), A.Cols());
     copy.resizeNonZeros(A.NumElements());
     std::int32_t* const starts = copy.outerIndexPtr();
     const auto rows = A.RowPointers();
@@ -186,11 +191,11 @@ Eigen::SparseMatrix<Cell, Eigen::RowMajor, std::int32_t> EigenSparse(const detai
 /// A sparse matrix of Eigen, by rows or by columns, compressed or not: what it stores, zeros among it.
 /// @throws InvalidSizeException  it has no rows or no columns
 template <class Cell, int options, class Index>
-auto FromEigen(const Eigen::SparseMatrix<Cell, options, Index>& A)
+auto FromEigen(const ::Eigen::SparseMatrix<Cell, options, Index>& A)
 {
-    using Source = Eigen::SparseMatrix<Cell, options, Index>;
+    using Source = ::Eigen::SparseMatrix<Cell, options, Index>;
     detail::AssemblerOf<Cell> entries(detail::sizeFromEigen(A.rows()), detail::sizeFromEigen(A.cols()));
-    for (Eigen::Index outer = 0; outer < A.outerSize(); ++outer) {
+    for (::Eigen::Index outer = 0; outer < A.outerSize(); ++outer) {
         for (typename Source::InnerIterator entry(A, outer); entry; ++entry) {
             entries.Add(static_cast<std::int32_t>(entry.row()), static_cast<std::int32_t>(entry.col()),
                         entry.value());

@@ -1,6 +1,7 @@
 // Matrices of Eigen and of this library in each other's terms: the same memory where none is copied.
 
 #include <lintrix/eigen.h>
+#include <lintrix/lintrix.h>
 
 #include <gtest/gtest.h>
 
@@ -20,9 +21,10 @@ concept HasView = requires(T&& A)
     ViewOf(std::forward<T>(A));
 };
 static_assert(HasMap<Matrix&> && HasMap<const CVector&> && !HasMap<Matrix> && !HasMap<const CMatrix>);
-static_assert(HasView<Eigen::MatrixXd&> && HasView<const Eigen::VectorXcd&> && !HasView<Eigen::MatrixXd>);
+static_assert(HasView<::Eigen::MatrixXd&> && HasView<const ::Eigen::VectorXcd&> &&
+              !HasView<::Eigen::MatrixXd>);
 
-TEST(Eigen, MapsShowTheSameMemory)
+TEST(EigenBridge, MapsShowTheSameMemory)
 {
     Matrix A(3, 4);
     EigenMap(A)(1, 2) = 5.0;
@@ -43,30 +45,30 @@ TEST(Eigen, MapsShowTheSameMemory)
     EXPECT_EQ(A(1, 3), 0.0);
 }
 
-TEST(Eigen, ViewsShowTheSameMemory)
+TEST(EigenBridge, ViewsShowTheSameMemory)
 {
-    Eigen::MatrixXd E = Eigen::MatrixXd::Zero(3, 2);
+    ::Eigen::MatrixXd E = ::Eigen::MatrixXd::Zero(3, 2);
     ViewOf(E).RowView(1).Fill(4.0);
     EXPECT_EQ(E(1, 1), 4.0);
     EXPECT_EQ(E(0, 1), 0.0);
     EXPECT_EQ(ViewOf(E).data(), E.data());
-    const Eigen::VectorXcd v = Eigen::VectorXcd::Constant(3, Complex(0, 1));
+    const ::Eigen::VectorXcd v = ::Eigen::VectorXcd::Constant(3, Complex(0, 1));
     EXPECT_EQ(ViewOf(v)[2], Complex(0, 1));
-    Eigen::Matrix3d fixed = Eigen::Matrix3d::Identity();
+    ::Eigen::Matrix3d fixed = ::Eigen::Matrix3d::Identity();
     EXPECT_EQ(Matrix(ViewOf(fixed)), Matrix::Identity(3));
-    const Eigen::MatrixXd none(0, 4);
+    const ::Eigen::MatrixXd none(0, 4);
     EXPECT_EQ(ViewOf(none).Rows(), 0);
 }
 
-TEST(Eigen, ExpressionsAreCopied)
+TEST(EigenBridge, ExpressionsAreCopied)
 {
-    Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor> rows(2, 3);
+    ::Eigen::Matrix<double, ::Eigen::Dynamic, ::Eigen::Dynamic, ::Eigen::RowMajor> rows(2, 3);
     rows << 1, 2, 3, 4, 5, 6;
     EXPECT_EQ(FromEigen(rows), (Matrix{{1, 2, 3}, {4, 5, 6}}));
     EXPECT_EQ(FromEigen(rows * rows.transpose()), (Matrix{{14, 32}, {32, 77}}));
     const Vector x = FromEigen(rows.col(1));
     EXPECT_EQ(x, (Vector{2, 5}));
-    EXPECT_THROW(FromEigen(Eigen::MatrixXd(0, 3)), InvalidSizeException);
+    EXPECT_THROW(FromEigen(::Eigen::MatrixXd(0, 3)), InvalidSizeException);
 }
 
 template <class Cell>
@@ -85,7 +87,7 @@ void checkSparse(const detail::SparseOf<Cell>& A)
     }
 }
 
-TEST(Eigen, SparseMatricesGoThereAndBack)
+TEST(EigenBridge, SparseMatricesGoThereAndBack)
 {
     SparseMatrix A(4, 6); // trailing empty columns, an empty row, a stored zero
     A(0, 3) = 2.0;
@@ -97,7 +99,7 @@ TEST(Eigen, SparseMatricesGoThereAndBack)
     checkSparse<Complex>(Z);
     checkSparse<double>(SparseMatrix(2, 2));
 
-    Eigen::SparseMatrix<double> columns(3, 2); // by columns, not compressed
+    ::Eigen::SparseMatrix<double> columns(3, 2); // by columns, not compressed
     columns.insert(2, 0) = 1.0;
     columns.insert(0, 1) = 2.0;
     const SparseMatrix B = FromEigen(columns);
@@ -106,13 +108,13 @@ TEST(Eigen, SparseMatricesGoThereAndBack)
     EXPECT_EQ(B.NumElements(), 2);
 }
 
-TEST(Eigen, ATriangleIsReadAsOne)
+TEST(EigenBridge, ATriangleIsReadAsOne)
 {
     CSparseMatrix A(2, true);
     A(0, 0) = 2.0;
     A(0, 1) = Complex(1, 1);
     A(1, 1) = 3.0;
-    const Eigen::MatrixXcd full = Eigen::MatrixXcd(EigenSparse(A)).selfadjointView<Eigen::Upper>();
+    const ::Eigen::MatrixXcd full = ::Eigen::MatrixXcd(EigenSparse(A)).selfadjointView<::Eigen::Upper>();
     EXPECT_EQ(full(1, 0), Complex(1, -1));
 }
 

@@ -200,11 +200,12 @@ template <class Cell>
 void CompressedMatrix<Cell>::Print(std::ostream& out, std::int32_t digits) const
 {
     CellWriter cells(formatOfDigits(digits), std::locale());
-    out << mRows << " x " << mCols << ", " << NumElements()
+    const auto words = [](std::int32_t number) { return std::to_string(number); }; // no locale groups them
+    out << words(mRows) << " x " << words(mCols) << ", " << words(NumElements())
         << (NumElements() == 1 ? " entry\n" : " entries\n");
     std::string line;
     for (const auto [row, col, value] : *this) {
-        line = "(" + std::to_string(row) + ", " + std::to_string(col) + ") ";
+        line.assign("(").append(words(row)).append(", ").append(words(col)).append(") ");
         cells.append(line, value); // without a measured width, nothing is padded
         out << line << '\n';
     }
