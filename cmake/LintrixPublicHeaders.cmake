@@ -1,10 +1,10 @@
-# What the library offers, by one rule: lintrix/lintrix.h and every header that it reaches. These are installed and
-# nothing else is; and of these a user may name what lies outside detail/.
+# What the library offers, by one rule: lintrix/lintrix.h, lintrix/eigen.h, and every header that they reach. These are
+# installed and nothing else is; and of these a user may name what lies outside detail/.
 
 # lintrix_public_headers(root result): the paths from `root`, sorted.
 function(lintrix_public_headers root result)
   set(reached "")
-  set(waiting lintrix/lintrix.h)
+  set(waiting lintrix/lintrix.h lintrix/eigen.h)
   while(waiting)
     list(POP_FRONT waiting header)
     if(header IN_LIST reached OR NOT EXISTS "${root}/${header}")

@@ -19,6 +19,7 @@
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/engine/saved_factorization.h>
 #include <lintrix/engine/solve_handle.h>
+#include <lintrix/files/matrix_file.h>
 #include <lintrix/foundation/archive.h>
 #include <lintrix/foundation/archive_stream.h>
 #include <lintrix/foundation/configuration.h>

@@ -1,6 +1,7 @@
 // The `lintrix` command: arguments in, exit code out. 0 done, 1 a numeric failure, 2 usage or bad input.
 
 #include <tools/analyse/analyse_command.h>
+#include <tools/convert/convert_command.h>
 #include <tools/eig/eig_command.h>
 #include <tools/info/info_command.h>
 #include <tools/solve/solve_command.h>
@@ -39,6 +40,9 @@ namespace {
 using namespace Velmar::Lintrix;
 
 constexpr int kBadInput = 2;
+
+constexpr const char* kMatrixFile =
+    "Matrix file in any form (see lintrix convert --help); - is standard input";
 
 constexpr const char* kEnvironment =
     "lintrix COMMAND --help tells the options and the exit codes of a command.\n"
@@ -277,11 +281,12 @@ void noteDirect(CLI::App* solve, const std::vector<CLI::Option*>& direct, tools:
 void addSolve(CLI::App& app, tools::SolveOptions& options)
 {
     CLI::App* solve = app.add_subcommand("solve", "Solve the linear system A*x = b");
-    addMatrix(*solve, options.matrix, "Matrix Market file of A, plain or gzip; - is standard input");
+    addMatrix(*solve, options.matrix,
+              "File of A in any form (see lintrix convert --help); - is standard input");
     addFile(*solve, "--rhs", options.rightHands, "FILE",
-            "File of right-hand sides; without it b = A*(1,...,1)");
+            "File of right-hand sides; without it those in A's file, or b = A*(1,...,1)");
     addFile(*solve, "--out", options.out, "FILE",
-            "File for the solution, a Matrix Market array; - is standard output");
+            "File for the solution: .npy, .npz or a Matrix Market array; - is standard output");
     addThreads(*solve);
     CLI::Option* const json = solve->add_flag("--json", options.json, "Report on one line of JSON");
     noteDirect(solve, addDirect(solve, json, options.sparse), options);
@@ -307,7 +312,7 @@ void addSolve(CLI::App& app, tools::SolveOptions& options)
 void addInfo(CLI::App& app, tools::InfoOptions& options)
 {
     CLI::App* info = app.add_subcommand("info", "Tell what a matrix file holds");
-    addMatrix(*info, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
+    addMatrix(*info, options.matrix, kMatrixFile);
     addPlot(*info, options.plot, "Draw the pattern into FILE.png or FILE.svg");
     info->add_flag("--json", options.json, "Report on one line of JSON, without the sketch");
     info->footer(
@@ -318,7 +323,7 @@ void addInfo(CLI::App& app, tools::InfoOptions& options)
 void addAnalyse(CLI::App& app, tools::AnalyseOptions& options)
 {
     CLI::App* analyse = app.add_subcommand("analyse", "Tell what the sparse direct solver makes of a matrix");
-    addMatrix(*analyse, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
+    addMatrix(*analyse, options.matrix, kMatrixFile);
     analyse->add_option("--ordering", options.ordering, "One ordering instead of all")
         ->type_name("NAME")
         ->check(CLI::Validator([](const std::string& name) { return tools::faultOfOrdering(name); }, ""));
@@ -345,7 +350,7 @@ std::string faultOfTolerance(const std::string& word)
 void addSvd(CLI::App& app, tools::SvdOptions& options)
 {
     CLI::App* svd = app.add_subcommand("svd", "Find the largest singular values of a sparse matrix");
-    addMatrix(*svd, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
+    addMatrix(*svd, options.matrix, kMatrixFile);
     svd->add_option("-k", options.count, "How many singular values, at least 1")
         ->type_name("K")
         ->check(CLI::Validator(faultOfCount, ""))
@@ -371,7 +376,7 @@ void addSvd(CLI::App& app, tools::SvdOptions& options)
 void addEig(CLI::App& app, tools::EigOptions& options)
 {
     CLI::App* eig = app.add_subcommand("eig", "Find the eigenvalues of a small matrix");
-    addMatrix(*eig, options.matrix, "Matrix Market file, plain or gzip; - is standard input");
+    addMatrix(*eig, options.matrix, kMatrixFile);
     eig->add_flag("--left", options.left, "Left eigenvectors, too, with their residuals");
     addFile(
         *eig, "--vectors", options.vectors, "PREFIX",
@@ -385,6 +390,25 @@ void addEig(CLI::App& app, tools::EigOptions& options)
         "symmetric\n"
         "or hermitian one is decomposed as such. Left eigenvectors y: y^H*A = w*y^H.\n"
         "Exit code: 0 found, 1 not converged, 2 usage or bad input.");
+}
+
+void addConvert(CLI::App& app, tools::ConvertOptions& options)
+{
+    CLI::App* convert = app.add_subcommand("convert", "Write a matrix file in another form");
+    addFile(*convert, "IN", options.matrix, "", "Matrix file, plain or gzip; - is standard input")
+        ->required();
+    addFile(*convert, "OUT", options.out, "", "File to write; - is standard output, a Matrix Market file")
+        ->required();
+    convert->footer(
+        "IN may be, told by its content: Matrix Market (.mtx), Harwell-Boeing (.rua, .rsa, .cua, .pua, "
+        "...),\n"
+        "Rutherford-Boeing (.rb), NumPy (.npy) or an archive of NumPy or SciPy (.npz). The name of OUT says "
+        "the\n"
+        "form to write; a .gz behind it packs the file. Values come back bit by bit; entries at one place "
+        "are\n"
+        "added up, whole numbers and patterns become real ones, a symmetric matrix has its whole diagonal.\n"
+        "Sparse matrices become dense in .npy, and dense ones sparse in .rua and .rb, without their zeros.\n"
+        "Exit code: 0 written, 2 usage or bad input.");
 }
 
 /// Help and version, wanted and printed, are no errors; the rest is wrong usage.
@@ -420,6 +444,8 @@ int run(int argc, char** argv)
     addSvd(app, svdOptions);
     tools::EigOptions eigOptions;
     addEig(app, eigOptions);
+    tools::ConvertOptions convertOptions;
+    addConvert(app, convertOptions);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -427,6 +453,7 @@ int run(int argc, char** argv)
     }
     tools::requireAddressSpace(TrellConfiguration::GetMaxThreads());
     if (app.got_subcommand("analyse")) return tools::runAnalyse(analyseOptions);
+    if (app.got_subcommand("convert")) return tools::runConvert(convertOptions);
     if (app.got_subcommand("eig")) return tools::runEig(eigOptions);
     if (app.got_subcommand("info")) return tools::runInfo(infoOptions);
     if (app.got_subcommand("svd")) return tools::runSvd(svdOptions);

@@ -1,6 +1,7 @@
 #include <lintrix/foundation/allocators.h>
 
 #include <lintrix/foundation/configuration.h>
+#include <lintrix/foundation/detail/block_witness.h>
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/aligned_allocator.h>
 
@@ -77,6 +78,7 @@ void* _realloc_gen(void* pointer, std::uint64_t size)
     const std::uint64_t request = std::max(size, kSmallestBlock);
     const std::uint64_t current = blockBytes(pointer);
     if (request == current) return pointer;
+    if constexpr (kHardened) forgetBlock(pointer);
     // Before the resize is tried, also when it then fails: callers watch the total, so the order stays.
     MemoryAccount::subtract(static_cast<std::int64_t>(current));
     void* block = withHeader(request, [pointer](std::size_t total) {
@@ -104,6 +106,7 @@ std::int32_t* _realloc_int(std::int32_t* pointer, std::uint64_t size)
 void* shrinkBlock(void* pointer, std::uint64_t bytes) noexcept
 {
     const std::uint64_t current = blockBytes(pointer), request = std::max(bytes, kSmallestBlock);
+    if constexpr (kHardened) forgetBlock(pointer);
     void* const moved = alignedReallocate(headerOf(pointer), request + sizeof(Header), kAlignment);
     if (!moved) return pointer;
     auto* const header = static_cast<Header*>(moved);
@@ -115,6 +118,7 @@ void* shrinkBlock(void* pointer, std::uint64_t bytes) noexcept
 void _free_mem_int(void* pointer) noexcept
 {
     if (!pointer) return;
+    if constexpr (kHardened) forgetBlock(pointer);
     const std::uint64_t size = blockBytes(pointer); // first: the header is gone with the block
     alignedRelease(headerOf(pointer));
     MemoryAccount::subtract(static_cast<std::int64_t>(size));

@@ -13,6 +13,7 @@
 #include <lintrix/sparse/detail/compressed_matrix_editing_impl.h>
 #include <lintrix/sparse/detail/compressed_matrix_products_impl.h>
 #include <lintrix/sparse/detail/compressed_matrix_random_impl.h>
+#include <lintrix/sparse/detail/compressed_matrix_reductions_impl.h>
 #include <lintrix/sparse/detail/compressed_matrix_text_impl.h>
 #include <lintrix/sparse/detail/mirror.h>
 #include <lintrix/sparse/detail/row_arrays.h>
@@ -94,6 +95,15 @@ CompressedMatrix<Cell>::CompressedMatrix(std::span<const Cell> A, std::span<cons
     mRows = taken.rows;
     mCols = taken.cols;
     setArrays(taken.elements, std::move(taken.arrays));
+}
+
+template <class Cell>
+auto CompressedMatrix<Cell>::Identity(std::int32_t size) -> Self
+{
+    Self identity(size, true, size, kGrowFactor); // its diagonal is there
+    std::fill_n(identity.a.get(), size, Cell(1.0));
+    identity._oneTriangle = false;
+    return identity;
 }
 
 template <class Cell>

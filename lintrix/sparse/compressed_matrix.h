@@ -13,6 +13,7 @@
 #include <lintrix/foundation/capabilities.h>
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
+#include <lintrix/sparse/entries.h>
 
 #include <algorithm>
 #include <any>
@@ -172,6 +173,8 @@ public:
     /// A growth factor is clamped to 1 .. 4, a capacity raised to the row count.
     /// @{
 
+    /// Ones on the diagonal, and nothing else is stored.
+    static Self Identity(std::int32_t size);
     /// rows x cols, no elements, capacity 100, growth factor 1.2f.
     explicit CompressedMatrix(std::int32_t rows, std::int32_t cols);
     explicit CompressedMatrix(std::int32_t rows, std::int32_t cols, std::int32_t capacity);
@@ -251,8 +254,23 @@ public:
     {
         return {ja.get(), static_cast<std::size_t>(NumElements())};
     }
-    /// NumElements() values.
+    /// NumElements() values; of a matrix that may be written, to be written.
     std::span<const Cell> Values() const { return {a.get(), static_cast<std::size_t>(NumElements())}; }
+    std::span<Cell> Values() { return {a.get(), static_cast<std::size_t>(NumElements())}; }
+
+    /// The stored entries as a range: `for (auto [row, col, value] : A)`, places from 0, and `value` refers
+    /// to the entry itself. Good until the pattern changes.
+    SparseEntryIterator<const Cell> begin() const { return entryAt<const Cell>(0); }
+    SparseEntryIterator<const Cell> end() const { return entryAt<const Cell>(NumElements()); }
+    SparseEntryIterator<Cell> begin() { return entryAt<Cell>(0); }
+    SparseEntryIterator<Cell> end() { return entryAt<Cell>(NumElements()); }
+
+    /// min(Rows(), Cols()) elements (i, i), zero where none is stored.
+    /// @throws InvalidSizeException  Rows() or Cols() has been set below 1
+    V Diagonal() const;
+    /// The norm of the full matrix, both triangles where one is stored; sums of complex magnitudes are of
+    /// moduli. A NaN makes it NaN, and the Frobenius norm neither overflows nor vanishes on the way.
+    double Norm(NormType type) const;
     /// @}
 
     /// @name Life and conversion
@@ -327,6 +345,25 @@ public:
     friend Self operator-(const Self& A, const Self& B) { return Subtract(A, B); }
     friend Self operator*(const Self& A, Cell scalar) { return Multiply(A, scalar); }
     friend Self operator*(Cell scalar, const Self& A) { return Multiply(A, scalar); }
+
+    /// The sum or difference in the place of this matrix, whose mark and growth factor stay: two matrices of
+    /// one triangle have the sum of both, triangle by triangle. B may be this matrix.
+    /// @throws SizeMismatchException  "Matrix sizes do not match: 2 x 3 plus 3 x 2."
+    /// @throws ArgumentException      "One matrix stores one triangle, the other both.": neither reading of
+    /// the
+    ///         sum would be right
+    Self& operator+=(const Self& B);
+    Self& operator-=(const Self& B);
+    /// Scales the values where they stand; mark, pattern and capacity stay.
+    /// @throws ArgumentException  marked Hermitian and alpha is not real: "A Hermitian matrix times a number
+    ///         that is not real is not Hermitian."
+    Self& operator*=(Cell alpha);
+    /// Each value divided by alpha.
+    /// @throws ArgumentException  alpha is zero: "Division by zero error"; then as above
+    Self& operator/=(Cell alpha);
+    /// The product in the place of this matrix, whose growth factor stays. B may be this matrix.
+    /// @throws SizeMismatchException  "Matrix sizes do not match: 2 x 3 times 4 x 1."; then as `A * B`
+    Self& operator*=(const Self& B);
     /// @}
 
     /// @name Products
@@ -422,6 +459,10 @@ public:
                          std::string_view endMatrix) const;
     /// Writes `ToString()`.
     friend std::ostream& operator<<(std::ostream& out, const Self& matrix) { return matrix.writeTo(out); }
+    /// Writes what is stored, one entry a line, with so many significant digits: "(0, 2) 1.5", places from 0,
+    /// below a line with sizes and count. For matrices that are too large for the table.
+    /// @throws ArgumentOutOfRangeException  "A number has 1 to 17 digits, not 18."
+    void Print(std::ostream& out, std::int32_t digits = 6) const;
     /// @}
 
     /// @name Byte form and archive
@@ -486,6 +527,14 @@ private:
     friend Self;
 
     const Self& self() const noexcept { return static_cast<const Self&>(*this); }
+    template <class Value>
+    SparseEntryIterator<Value> entryAt(std::int32_t slot) const
+    {
+        return {a.get(), ja.get(), rowPointers(), 0, slot, NumElements()};
+    }
+    Self& add(std::string_view operation, Cell beta, const Self& B);
+    void requireRealFactor(Cell alpha) const;
+    Self& replaceBy(Self&& fresh, bool oneTriangle) noexcept;
     void Init(std::int32_t rows, std::int32_t cols, std::int32_t capacity, float growFactor,
               bool oneTriangle);
     void InitSer(const SerializationInfo& info);

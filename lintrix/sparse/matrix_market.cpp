@@ -1,11 +1,9 @@
 #include <lintrix/sparse/matrix_market.h>
 
-#include <lintrix/complex/access.h>
-#include <lintrix/dense/access.h>
+#include <lintrix/sparse/detail/entry_reading.h>
 #include <lintrix/sparse/detail/line_reader.h>
 #include <lintrix/sparse/detail/market_words.h>
 #include <lintrix/sparse/detail/message_text.h>
-#include <lintrix/sparse/sparse_assembler.h>
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +16,13 @@
 #include <locale.h>
 
 namespace Velmar::Lintrix {
+
+double detail::extremeValue(const std::string& word)
+{
+    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    if (plain == nullptr) throw std::bad_alloc();
+    return strtod_l(word.c_str() + (word.starts_with('+') ? 1 : 0), nullptr, plain);
+}
 
 using namespace detail;
 
@@ -50,32 +55,12 @@ std::string place(std::int32_t row, std::int32_t col)
     return "entry (" + std::to_string(row + 1) + ", " + std::to_string(col + 1) + ")";
 }
 
-/// What a number beyond the range becomes: infinite, or zero, or nearly so. std::from_chars does not tell
-/// which; strtod does, in a locale of its own.
-double extremeValue(const std::string& word)
-{
-    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
-    if (plain == nullptr) throw std::bad_alloc();
-    return strtod_l(word.c_str() + (word.starts_with('+') ? 1 : 0), nullptr, plain);
-}
-
 std::function<void(const LineReader&)> onChunk(MatrixMarketReader::ProgressFunction progress)
 {
     if (!progress) return {};
     return [tell = std::move(progress)](const LineReader& lines) {
         tell({lines.textRead(), lines.bytes().rawRead(), lines.bytes().rawSize()});
     };
-}
-
-/// What stands on the other side of the diagonal.
-double across(Symmetry symmetry, double value)
-{
-    return symmetry == Symmetry::SkewSymmetric ? -value : value;
-}
-std::complex<double> across(Symmetry symmetry, std::complex<double> value)
-{
-    if (symmetry == Symmetry::Hermitian) return std::conj(value);
-    return symmetry == Symmetry::SkewSymmetric ? -value : value;
 }
 
 } // namespace
@@ -96,17 +81,10 @@ public:
     /// sure that the file ends behind them.
     template <class Cell, class Take>
     void readEntries(Take take);
-    /// The same, mirrored entries included.
-    template <class Cell, class Take>
-    void readBothTriangles(Take take);
-    /// Upper triangle, or all entries with the mirrored ones.
     template <class Cell>
-    SparseOf<Cell> readSparse(bool upper);
-    /// @throws FileFormatException  more cells than a dense matrix holds
-    void requireDenseSize() const;
-    /// All cells, into those of a matrix of zeros.
+    SparseOf<Cell> readSparse(MatrixMarketStorage storage);
     template <class Cell>
-    void readCells(Cell* cells);
+    MatrixOf<Cell> readDense();
 
 private:
     std::optional<std::string_view> nextContent();
@@ -282,20 +260,6 @@ void MatrixMarketReader::Parser::readEntries(Take take)
     }
 }
 
-template <class Cell, class Take>
-void MatrixMarketReader::Parser::readBothTriangles(Take take)
-{
-    const bool mirrored = header_.symmetry != Symmetry::General;
-    std::int64_t pairs = 0;
-    readEntries<Cell>([&](std::int32_t row, std::int32_t col, const Cell& value) {
-        take(row, col, value);
-        if (!mirrored || row == col) return;
-        take(col, row, across(header_.symmetry, value));
-        ++pairs;
-    });
-    entriesRead_ += pairs;
-}
-
 // "row column value" a line, without the value in a pattern
 template <class Cell, class Take>
 void MatrixMarketReader::Parser::readCoordinates(Take& take)
@@ -425,6 +389,12 @@ MatrixMarketReader::MatrixMarketReader(std::istream& in, const std::string& name
 {
 }
 
+MatrixMarketReader::MatrixMarketReader(std::unique_ptr<RawSource> bytes, const std::string& name,
+                                       ProgressFunction progress)
+    : parser_(std::make_unique<Parser>(std::move(bytes), name, std::move(progress)))
+{
+}
+
 MatrixMarketReader::MatrixMarketReader(MatrixMarketReader&&) noexcept = default;
 MatrixMarketReader& MatrixMarketReader::operator=(MatrixMarketReader&&) noexcept = default;
 MatrixMarketReader::~MatrixMarketReader() = default;
@@ -439,97 +409,45 @@ std::int64_t MatrixMarketReader::EntriesRead() const noexcept
     return parser_->entriesRead();
 }
 
-/// Entries below the diagonal are those of the file, so the ones above are their mirror images.
 template <class Cell>
-SparseOf<Cell> MatrixMarketReader::Parser::readSparse(bool upper)
+SparseOf<Cell> MatrixMarketReader::Parser::readSparse(MatrixMarketStorage storage)
 {
-    SparseAssemblerOptions options;
-    if (upper) options = {.storage = AssemblyStorage::Symmetric, .lower = LowerEntries::Mirror};
-    Assembler<Cell> entries(header_.rows, header_.cols, options);
-    entries.Reserve(firstReservation());
-    const auto add = [&entries](std::int32_t row, std::int32_t col, const Cell& value) {
-        entries.Add(row, col, value);
-    };
-    if (upper) {
-        readEntries<Cell>(add);
-    } else {
-        readBothTriangles<Cell>(add);
-    }
-    return entries.Assemble();
+    return sparseFrom<Cell>(header_, storage, firstReservation(), entriesRead_,
+                            [this](auto take) { readEntries<Cell>(take); });
 }
 
 SparseMatrix MatrixMarketReader::ReadSparse(MatrixMarketStorage storage)
 {
     parser_->requireReal();
-    return parser_->readSparse<double>(storage == MatrixMarketStorage::UpperTriangle &&
-                                       Header().symmetry == Symmetry::Symmetric);
+    return parser_->readSparse<double>(storage);
 }
 
-// A symmetric matrix of real numbers is Hermitian, one of complex numbers is not.
 CSparseMatrix MatrixMarketReader::ReadComplexSparse(MatrixMarketStorage storage)
 {
-    const bool hermitian =
-        Header().symmetry == Symmetry::Hermitian ||
-        (Header().symmetry == Symmetry::Symmetric && Header().field != Field::ComplexNumber);
-    return parser_->readSparse<Complex>(storage == MatrixMarketStorage::UpperTriangle && hermitian);
-}
-
-void MatrixMarketReader::Parser::requireDenseSize() const
-{
-    const std::int64_t rows = header_.rows, cols = header_.cols;
-    if (rows * cols <= INT32_MAX) return;
-    throw FileFormatException(header_.file, header_.sizeLine,
-                              "a dense " + std::to_string(rows) + " x " + std::to_string(cols) +
-                                  " matrix has " + std::to_string(rows * cols) + " cells, more than " +
-                                  std::to_string(INT32_MAX));
+    return parser_->readSparse<Complex>(storage);
 }
 
 template <class Cell>
-void MatrixMarketReader::Parser::readCells(Cell* cells)
+MatrixOf<Cell> MatrixMarketReader::Parser::readDense()
 {
-    const std::int64_t rows = header_.rows;
-    // An array gives each cell once, and a sum would lose the sign of its -0.0.
-    if (header_.form == Form::Array) {
-        readBothTriangles<Cell>(
-            [=](std::int64_t row, std::int64_t col, const Cell& value) { cells[row + rows * col] = value; });
-    } else {
-        readBothTriangles<Cell>(
-            [=](std::int64_t row, std::int64_t col, const Cell& value) { cells[row + rows * col] += value; });
-    }
+    return denseFrom<Cell>(header_, entriesRead_, [this](auto take) { readEntries<Cell>(take); });
 }
 
 Matrix MatrixMarketReader::ReadDense()
 {
     parser_->requireReal();
-    parser_->requireDenseSize();
-    Matrix matrix(Header().rows, Header().cols);
-    parser_->readCells(DenseAccess::cells(matrix));
-    return matrix;
+    return parser_->readDense<double>();
 }
 
 CMatrix MatrixMarketReader::ReadComplexDense()
 {
-    parser_->requireDenseSize();
-    CMatrix matrix(Header().rows, Header().cols);
-    parser_->readCells(ComplexAccess::cells(matrix));
-    return matrix;
+    return parser_->readDense<Complex>();
 }
 
 MatrixMarketTriplets MatrixMarketReader::ReadTriplets()
 {
-    MatrixMarketTriplets triplets{
-        Header().rows, Header().cols, Header().field, Header().symmetry, {}, {}, {}};
-    const std::size_t entries = parser_->firstReservation();
-    triplets.rowIndices.reserve(entries);
-    triplets.colIndices.reserve(entries);
-    triplets.values.reserve(entries);
-    parser_->readEntries<std::complex<double>>(
-        [&](std::int32_t row, std::int32_t col, std::complex<double> value) {
-            triplets.rowIndices.push_back(row);
-            triplets.colIndices.push_back(col);
-            triplets.values.push_back(value);
-        });
-    return triplets;
+    return tripletsFrom(Header(), parser_->firstReservation(),
+                        [this](auto take) { parser_->readEntries<Complex>(take); });
 }
 
 SparseMatrix ReadMatrixMarket(const std::string& path)

@@ -39,6 +39,10 @@
 
 namespace Velmar::Lintrix {
 
+namespace detail {
+class RawSource;
+}
+
 enum class MatrixMarketForm : std::int32_t { Coordinate, Array };
 /// "double" in a file is read as "real".
 enum class MatrixMarketField : std::int32_t { Real, Integer, Pattern, ComplexNumber };
@@ -123,6 +127,11 @@ public:
     std::int64_t EntriesRead() const noexcept;
 
 private:
+    friend class MatrixFileReader;
+    /// Of bytes that others have looked at before.
+    MatrixMarketReader(std::unique_ptr<detail::RawSource> bytes, const std::string& name,
+                       ProgressFunction progress);
+
     class Parser;
     std::unique_ptr<Parser> parser_;
 };

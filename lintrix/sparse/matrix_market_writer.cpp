@@ -5,6 +5,7 @@
 #include <lintrix/sparse/detail/byte_sink.h>
 #include <lintrix/sparse/detail/market_words.h>
 #include <lintrix/sparse/detail/mirror.h>
+#include <lintrix/sparse/detail/sound_matrix.h>
 #include <lintrix/sparse/matrix_market.h>
 
 #include <algorithm>
@@ -22,6 +23,8 @@ namespace {
 using Field = MatrixMarketField;
 using Symmetry = MatrixMarketSymmetry;
 
+constexpr const char* kFiniteOnly = "Matrix Market files hold finite numbers only";
+
 /// How a matrix of these cells is named in a file, and in messages.
 template <class Cell>
 constexpr Field kField = Field::Real;
@@ -31,11 +34,6 @@ template <class Cell>
 constexpr Symmetry kMarkedSymmetry = Symmetry::Symmetric;
 template <>
 constexpr Symmetry kMarkedSymmetry<Complex> = Symmetry::Hermitian;
-template <class Cell>
-constexpr const char* kSymmetryName = "symmetric";
-template <>
-constexpr const char* kSymmetryName<Complex> = "Hermitian";
-
 /// Gathers the text of a file and hands it on in pieces.
 class TextPieces {
 public:
@@ -84,12 +82,6 @@ private:
     std::string text_;
 };
 
-void requireFinite(std::span<const double> values)
-{
-    if (std::ranges::all_of(values, [](double value) { return std::isfinite(value); })) return;
-    throw ArgumentException("Matrix Market files hold finite numbers only", "matrix");
-}
-
 std::size_t countOf(std::int32_t rows, std::int32_t cols)
 {
     return static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols);
@@ -104,17 +96,6 @@ std::span<const double> numbersOf(const CMatrix& matrix)
 {
     return {partsOf(ComplexAccess::cells(matrix)), 2 * countOf(matrix.Rows(), matrix.Cols())};
 }
-/// The stored numbers.
-std::span<const double> numbersOf(const CompressedMatrix<double>& matrix)
-{
-    return matrix.Values();
-}
-std::span<const double> numbersOf(const CompressedMatrix<Complex>& matrix)
-{
-    const auto values = matrix.Values();
-    return {partsOf(values.data()), 2 * values.size()};
-}
-
 /// Integers up to 2^53, all of which a double holds.
 bool isWhole(double value)
 {
@@ -152,7 +133,7 @@ void requireValue(const MatrixMarketTriplets& triplets, std::size_t k)
     const bool real =
         triplets.field != Field::ComplexNumber || (triplets.symmetry == Symmetry::Hermitian && onDiagonal);
     if (!std::isfinite(value.real()) || !std::isfinite(value.imag())) {
-        throw ArgumentException("Matrix Market files hold finite numbers only", "triplets");
+        throw ArgumentException(kFiniteOnly, "triplets");
     }
     if ((real && value.imag() != 0.0) || (triplets.field == Field::Integer && !isWhole(value.real()))) {
         throw ArgumentException("A value is not of the field or symmetry it is written in", "triplets");
@@ -178,41 +159,14 @@ void requireSound(const MatrixMarketTriplets& triplets)
     }
 }
 
-/// The mark is only a reading of the arrays. A file with a symmetry is square, and holds one triangle.
-template <class Cell>
-void requireUpperTriangle(const CompressedMatrix<Cell>& matrix)
-{
-    if (matrix.Rows() != matrix.Cols()) throw NotSquareMatrixException();
-    const auto starts = matrix.RowPointers(), cols = matrix.ColumnIndices();
-    for (std::int32_t row = 0; row < matrix.Rows(); ++row) {
-        const auto first = static_cast<std::size_t>(starts[static_cast<std::size_t>(row)] - 1),
-                   end = static_cast<std::size_t>(starts[static_cast<std::size_t>(row) + 1] - 1);
-        if (first < end && cols[first] <= row) {
-            throw ArgumentException(std::string("A ") + kSymmetryName<Cell> +
-                                        " matrix has elements below its diagonal",
-                                    "matrix");
-        }
-        if (first < end && cols[first] == row + 1 && std::imag(matrix.Values()[first]) != 0.0) {
-            throw ArgumentException("A Hermitian matrix has a real diagonal", "matrix");
-        }
-    }
-}
-
-template <class Cell>
-void requireSoundSparse(const CompressedMatrix<Cell>& matrix)
-{
-    requireFinite(numbersOf(matrix));
-    if (SparseAccess::isMarked(matrix)) requireUpperTriangle(matrix);
-}
-
 void requireSound(const SparseMatrix& matrix)
 {
-    requireSoundSparse(matrix);
+    requireSoundSparse(matrix, kFiniteOnly);
 }
 
 void requireSound(const CSparseMatrix& matrix)
 {
-    requireSoundSparse(matrix);
+    requireSoundSparse(matrix, kFiniteOnly);
 }
 
 /// A matrix can be without cells: no file tells such sizes.
@@ -220,7 +174,7 @@ template <class Dense>
 void requireSoundDense(const Dense& matrix)
 {
     if (matrix.Rows() < 1 || matrix.Cols() < 1) throw InvalidSizeException();
-    requireFinite(numbersOf(matrix));
+    requireFinite(numbersOf(matrix), kFiniteOnly);
 }
 
 void requireSound(const Matrix& matrix)

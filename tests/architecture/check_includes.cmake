@@ -5,6 +5,7 @@
 #   services <- foundation <- dense <- complex <- decompositions <- sparse <- solvers <- systems
 #   services <- engine <- solvers          (of the engine, its public headers alone are seen from outside)
 #   services <- sparse/kernels <- sparse, solvers
+#   sparse <- files
 # The engine's floors follow the life of a call:
 #   call <- report <- out_of_core <- analysis <- factorization <- solution <- the entry at the top
 #   analysis: graph <- ordering, symbolic; matching
@@ -22,6 +23,7 @@ set(may_include_dense services foundation)
 set(may_include_complex services foundation dense)
 set(may_include_decompositions services foundation dense complex)
 set(may_include_sparse services foundation dense complex decompositions sparse/kernels)
+set(may_include_files services foundation dense complex sparse)
 set(may_include_solvers services foundation dense complex decompositions sparse sparse/kernels engine)
 set(may_include_systems ${may_include_solvers} solvers)
 set(may_include_engine/call services)
@@ -45,10 +47,11 @@ set(may_include_tools/support "")
 set(may_include_tools/input tools/support)
 set(may_include_tools/solve tools/support tools/input)
 set(may_include_tools/analyse tools/support tools/input)
+set(may_include_tools/convert tools/support tools/input)
 set(may_include_tools/eig tools/support tools/input)
 set(may_include_tools/info tools/support tools/input)
 set(may_include_tools/svd tools/support tools/input)
-set(may_include_tools ${may_include_tools/solve} tools/solve tools/analyse tools/eig tools/info tools/svd)
+set(may_include_tools ${may_include_tools/solve} tools/solve tools/analyse tools/convert tools/eig tools/info tools/svd)
 
 lintrix_public_headers("${ROOT}" public_headers)
 set(public_headers_of_engine ${public_headers})

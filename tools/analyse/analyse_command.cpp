@@ -94,7 +94,7 @@ std::string complaintOf(const AnalysisReport& report)
 
 /// Gives `picture` up where there is nothing to draw.
 template <class Cell>
-AnalysisReport analyse(MatrixMarketReader& reader, const AnalyseOptions& options,
+AnalysisReport analyse(MatrixFileReader& reader, const AnalyseOptions& options,
                        std::optional<OutputFile>& picture, Progress& progress)
 {
     SparseRows<Cell> rows = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
@@ -137,7 +137,7 @@ int runAnalyse(const AnalyseOptions& options)
     Progress progress;
     std::optional<OutputFile> picture;
     if (!options.plot.empty()) picture.emplace(options.plot);
-    MatrixMarketReader reader = openMatrix(options.matrix, progress);
+    MatrixFileReader reader = openMatrix(options.matrix, progress);
     refuseRectangles(reader.Header());
     requireMatrixRoom(reader.Header(), kBytesARow * reader.Header().rows);
     const AnalysisReport report = isComplex(reader)

@@ -80,7 +80,7 @@ void requireSize(const MatrixMarketHeader& header, bool left)
 }
 
 template <class Cell>
-Spectrum solve(MatrixMarketReader& reader, const EigOptions& options, EigReport& report, Progress& progress)
+Spectrum solve(MatrixFileReader& reader, const EigOptions& options, EigReport& report, Progress& progress)
 {
     const auto A = readColumns<Cell>(reader);
     report.seconds.finish("read");
@@ -115,7 +115,7 @@ int runEig(const EigOptions& options)
     EigReport report;
     Progress progress;
     OutputFiles files = filesFor(options);
-    MatrixMarketReader reader = openMatrix(options.matrix, progress);
+    MatrixFileReader reader = openMatrix(options.matrix, progress);
     requireSize(reader.Header(), options.left);
     report.matrix = reader.Header().file;
     report.size = reader.Header().rows;

@@ -105,7 +105,7 @@ std::string asJson(const Info& info)
 }
 
 template <class Cell>
-int tell(MatrixMarketReader& reader, const InfoOptions& options, std::optional<OutputFile>& picture,
+int tell(MatrixFileReader& reader, const InfoOptions& options, std::optional<OutputFile>& picture,
          Progress& progress)
 {
     const SparseRows<Cell> matrix = readRows<Cell>(reader, MatrixMarketStorage::BothTriangles);
@@ -132,7 +132,7 @@ int runInfo(const InfoOptions& options)
     Progress progress;
     std::optional<OutputFile> picture;
     if (!options.plot.empty()) picture.emplace(options.plot);
-    MatrixMarketReader reader = openMatrix(options.matrix, progress);
+    MatrixFileReader reader = openMatrix(options.matrix, progress);
     requireMatrixRoom(reader.Header(), 0.0);
     return isComplex(reader) ? tell<ComplexNumber>(reader, options, picture, progress)
                              : tell<double>(reader, options, picture, progress);

@@ -29,12 +29,10 @@ template <class Cell>
 Solution solveIn(SystemFiles& files, const SystemOptions& limits, SolveReport& report, Progress& progress)
 {
     requireRoom(files.matrix.Header(), MemoryLimit(), sizeof(Cell));
-    if (files.rightHands) {
-        requireRoomBeside(files.matrix.Header(), files.rightHands->Header(), MemoryLimit(), sizeof(Cell));
-    }
+    if (const auto rightHands = headerOfRightHands(files))
+        requireRoomBeside(files.matrix.Header(), *rightHands, MemoryLimit(), sizeof(Cell));
     Columns<Cell> A = readColumns<Cell>(files.matrix);
-    std::optional<Columns<Cell>> given;
-    if (files.rightHands) given = readColumns<Cell>(*files.rightHands);
+    const std::optional<Columns<Cell>> given = readRightHands<Cell>(files);
     progress.erase();
     report.entries = files.matrix.EntriesRead();
     report.rightHands = given ? given->Cols() : 1;

@@ -102,12 +102,29 @@ void requireWritable(const std::string& file)
     const OutputFile judged(file);
 }
 
-void write(const std::variant<Matrix, CMatrix>& X, OutputFile& out)
+void write(const std::variant<Matrix, CMatrix>& X, OutputFile& out, MatrixFileFormat format)
 {
-    std::visit([&out](const auto& columns) { writeMatrix(out, columns); }, X);
+    std::visit([&](const auto& columns) { writeMatrix(out, columns, format); }, X);
 }
 
 } // namespace
+
+std::optional<MatrixMarketHeader> headerOfRightHands(const SystemFiles& files)
+{
+    if (files.rightHands) return files.rightHands->Header();
+    return ownRightHands(files.matrix);
+}
+
+template <class Cell>
+std::optional<Columns<Cell>> readRightHands(SystemFiles& files)
+{
+    if (files.rightHands) return readColumns<Cell>(*files.rightHands);
+    if (files.matrix.RightHands() > 0) return readOwnRightHands<Cell>(files.matrix);
+    return std::nullopt;
+}
+
+template std::optional<Matrix> readRightHands<double>(SystemFiles&);
+template std::optional<CMatrix> readRightHands<ComplexNumber>(SystemFiles&);
 
 template <class Cell>
 Solution tell(SystemAnswer<Cell>& answer, SolveReport& report)
@@ -163,6 +180,7 @@ int runSolve(const SolveOptions& options)
 {
     SolveReport report;
     Progress progress;
+    const MatrixFileFormat format = denseFormatOf(options.out);
     std::optional<OutputFile> out;
     if (!options.out.empty()) out.emplace(options.out);
 
@@ -171,7 +189,7 @@ int runSolve(const SolveOptions& options)
     SystemFiles files = openFiles(options, progress);
     const Solution solution = solve(files, options, report, progress);
     const bool solved = solution.verdict != Verdict::Failed;
-    if (out && solved) write(*solution.x, *out);
+    if (out && solved) write(*solution.x, *out, format);
     report.seconds.finish("write");
 
     const std::string explanation = options.explain ? "\n" + solution.explanation : "";

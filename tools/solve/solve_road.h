@@ -16,9 +16,15 @@ namespace Velmar::Lintrix::tools {
 
 /// The files of a system, read as far as their size lines.
 struct SystemFiles {
-    MatrixMarketReader matrix;
-    std::optional<MatrixMarketReader> rightHands; ///< none: b = A*(1, ..., 1)
+    MatrixFileReader matrix;
+    std::optional<MatrixFileReader> rightHands; ///< none: those in the matrix file, or b = A*(1, ..., 1)
 };
+
+/// What is told of the right-hand sides before they are read, wherever they stand; nothing without any.
+std::optional<MatrixMarketHeader> headerOfRightHands(const SystemFiles& files);
+/// The right-hand sides, wherever they stand, after the matrix.
+template <class Cell>
+std::optional<Columns<Cell>> readRightHands(SystemFiles& files);
 
 struct Solution {
     std::optional<std::variant<Matrix, CMatrix>> x; ///< n x nrhs, where there is one to keep

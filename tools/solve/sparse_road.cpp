@@ -32,7 +32,7 @@ bool isUpperTriangle(const CSparseMatrix&)
 /// Of the whole matrix, as many as the file has, and again those that it mirrors. The triangle of a symmetric
 /// one has them all and its whole diagonal.
 template <class Matrix>
-std::int64_t entriesOf(const MatrixMarketReader& reader, const Matrix& matrix)
+std::int64_t entriesOf(const MatrixFileReader& reader, const Matrix& matrix)
 {
     if (isUpperTriangle(matrix)) return reader.Header().stored + matrix.NumElements() - matrix.Rows();
     return reader.EntriesRead();
@@ -43,10 +43,10 @@ SparseRows<Cell> load(SystemFiles& files, SolveReport& report, std::optional<Col
 {
     const MatrixMarketHeader& header = files.matrix.Header();
     requireSparseRoom(header, MemoryLimit(), kIsComplex<Cell>);
-    if (files.rightHands)
-        requireSparseRoomBeside(header, files.rightHands->Header(), MemoryLimit(), kIsComplex<Cell>);
+    if (const auto rightHands = headerOfRightHands(files))
+        requireSparseRoomBeside(header, *rightHands, MemoryLimit(), kIsComplex<Cell>);
     SparseRows<Cell> matrix = readRows<Cell>(files.matrix, MatrixMarketStorage::UpperTriangle);
-    if (files.rightHands) given = readColumns<Cell>(*files.rightHands);
+    given = readRightHands<Cell>(files);
     report.entries = entriesOf(files.matrix, matrix);
     report.rightHands = given ? given->Cols() : 1;
     report.seconds.finish("read");

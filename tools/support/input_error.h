@@ -8,11 +8,11 @@
 
 namespace Velmar::Lintrix::tools {
 
-/// what() is "FILE:LINE: TEXT", without a line "FILE: TEXT", without a file "TEXT".
+/// what() is "FILE:LINE: TEXT", without a line (or of line 0) "FILE: TEXT", without a file "TEXT".
 class InputError : public std::runtime_error {
 public:
     InputError(const std::string& file, std::int64_t line, const std::string& text)
-        : std::runtime_error(file + ':' + std::to_string(line) + ": " + text)
+        : std::runtime_error(file + (line > 0 ? ':' + std::to_string(line) : "") + ": " + text)
     {
     }
     InputError(const std::string& file, const std::string& text) : std::runtime_error(file + ": " + text) {}

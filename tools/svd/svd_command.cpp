@@ -74,7 +74,7 @@ void requireSizes(const MatrixMarketHeader& header, int count)
 }
 
 template <class Cell>
-SparseRows<Cell> load(MatrixMarketReader& reader, SvdReport& report, Progress& progress)
+SparseRows<Cell> load(MatrixFileReader& reader, SvdReport& report, Progress& progress)
 {
     SparseRows<Cell> A = readRows<Cell>(reader, MatrixMarketStorage::UpperTriangle);
     progress.erase();
@@ -97,7 +97,7 @@ std::optional<Triplets<Cell>> find(const SparseRows<Cell>& A, const SvdOptions& 
 
 /// @return  whether all was found
 template <class Cell>
-bool solve(MatrixMarketReader& reader, const SvdOptions& options, OutputFiles& files, Progress& progress,
+bool solve(MatrixFileReader& reader, const SvdOptions& options, OutputFiles& files, Progress& progress,
            SvdReport& report)
 {
     const SparseRows<Cell> A = load<Cell>(reader, report, progress);
@@ -121,7 +121,7 @@ int runSvd(const SvdOptions& options)
     report.tolerance = options.tolerance;
     Progress progress;
     OutputFiles files = filesFor(options);
-    MatrixMarketReader reader = openMatrix(options.matrix, progress);
+    MatrixFileReader reader = openMatrix(options.matrix, progress);
     if (options.bySteps) requireReal(reader, "the singular values of a complex matrix are not found yet");
     requireSizes(reader.Header(), options.count);
     const bool found = isComplex(reader) ? solve<ComplexNumber>(reader, options, files, progress, report)

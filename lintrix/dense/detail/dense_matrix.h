@@ -3,10 +3,12 @@
 /// What the dense matrices are whatever their cells: `Matrix` of doubles, `CMatrix` of complex numbers.
 ///
 /// Element (r, c), counted from 0, stands at block offset r + Rows()*c: column-major, unpadded, the row count
-/// is always the leading dimension. Each object owns its block alone; parts of a matrix are copied out.
+/// is always the leading dimension. Each object owns its block alone; parts of a matrix are copied out,
+/// or seen through views.
 
 #include <lintrix/dense/detail/dense_classes.h>
 #include <lintrix/dense/detail/kept.h>
+#include <lintrix/dense/views.h>
 #include <lintrix/foundation/array2d.h>
 #include <lintrix/foundation/block.h>
 #include <lintrix/foundation/capabilities.h>
@@ -68,6 +70,8 @@ public:
     /// wider than rows+1 the diagonal starts again in column rows+1. Callers build repeated diagonals so, and
     /// it stays; for one diagonal alone make a square matrix and resize it.
     explicit DenseMatrix(std::int32_t rows, std::int32_t cols, Cell diagonal);
+    /// Ones on the diagonal of size x size zeros.
+    static M Identity(std::int32_t size) { return M(size, size, Cell(1.0)); }
     /// All elements of `array`.
     DenseMatrix(const Array2D<Cell>& array);
     /// `Matrix{{1, 2}, {3, 4}}`, `CMatrix{{1, 2}, {3, {4, 5}}}`, row after row; the last element of the
@@ -116,6 +120,49 @@ public:
     /// A zero-based Rows() x Cols() array.
     Array2D<Cell> ToArray() const;
     operator Array2D<Cell>() const { return ToArray(); }
+    /// @}
+
+    /// @name Cells as a range, and views
+    /// The cells in block order, column after column, for the standard library: `std::span<double> cells =
+    /// A`, `std::ranges::sort(A)`. A released matrix has none. Good until the block is replaced or released,
+    /// as the views are (see `lintrix/dense/views.h`); no view is made of a temporary.
+    /// @{
+
+    Cell* data() noexcept { return a.get(); }
+    const Cell* data() const noexcept { return a.get(); }
+    std::size_t size() const noexcept { return a ? static_cast<std::size_t>(mCells) : 0; }
+    bool empty() const noexcept { return size() == 0; }
+    Cell* begin() noexcept { return a.get(); }
+    const Cell* begin() const noexcept { return a.get(); }
+    Cell* end() noexcept { return a.get() + size(); }
+    const Cell* end() const noexcept { return a.get() + size(); }
+
+    /// All of it, or `rows` x `cols` cells from (row, col) on.
+    /// @throws IndexOutOfBoundsException  "A block of 2 x 2 cells from (2, 3) on exceeds a 3 x 4 matrix."
+    MatrixView<Cell> View() & { return {cells(), mRows, mCols, mRows, BlockWitness(a.get())}; }
+    MatrixView<const Cell> View() const& { return {cells(), mRows, mCols, mRows, BlockWitness(a.get())}; }
+    void View() const&& = delete;
+    MatrixView<Cell> View(std::int32_t row, std::int32_t col, std::int32_t rows, std::int32_t cols) &
+    {
+        return View().View(row, col, rows, cols);
+    }
+    MatrixView<const Cell> View(std::int32_t row, std::int32_t col, std::int32_t rows,
+                                std::int32_t cols) const&
+    {
+        return View().View(row, col, rows, cols);
+    }
+    void View(std::int32_t, std::int32_t, std::int32_t, std::int32_t) const&& = delete;
+    /// @throws IndexOutOfBoundsException  "Row 5 is outside 3 rows."; "Column 4 is outside 4 columns."
+    VectorView<Cell> RowView(std::int32_t row) & { return View().RowView(row); }
+    VectorView<const Cell> RowView(std::int32_t row) const& { return View().RowView(row); }
+    void RowView(std::int32_t) const&& = delete;
+    VectorView<Cell> ColView(std::int32_t col) & { return View().ColView(col); }
+    VectorView<const Cell> ColView(std::int32_t col) const& { return View().ColView(col); }
+    void ColView(std::int32_t) const&& = delete;
+    /// min(Rows(), Cols()) cells.
+    VectorView<Cell> DiagonalView() & { return View().DiagonalView(); }
+    VectorView<const Cell> DiagonalView() const& { return View().DiagonalView(); }
+    void DiagonalView() const&& = delete;
     /// @}
 
     /// @name Life
@@ -186,6 +233,15 @@ public:
     friend M operator/(const M& A, Cell alpha) { return Divide(A, alpha); }
     static M Divide(const M& A, Cell alpha);
 
+    /// The same in place, bit for bit: `A += B` is `A = A + B` without a new block, also with B the same
+    /// matrix.
+    /// @throws SizeMismatchException  "Matrix sizes do not match: 2 x 3 plus 3 x 2."; A is unchanged
+    M& operator+=(const M& B);
+    M& operator-=(const M& B);
+    M& operator*=(Cell alpha);
+    /// @throws ArgumentException  as `A / alpha`
+    M& operator/=(Cell alpha);
+
     /// The caller's function on each cell x of a copy, in block order. In the indexed forms `index1` is the
     /// column and `index2` the row, against the order of `Item`: functions written for that order must keep
     /// working. What the function makes of this object does not show in the result. A failure of the function
@@ -228,6 +284,10 @@ public:
     /// `ConjugateTransposed` conjugates complex cells. y must not be x.
     /// @throws SizeMismatchException  length of x, then of y: "Matrix sizes do not match."
     static void Multiply(Cell alpha, TransposeMode transA, const M& A, const V& x, Cell beta, V& y);
+
+    /// `A = A * B`: the product goes to a new block, so B may be A.
+    /// @throws SizeMismatchException  "Matrix sizes do not match: 2 x 3 times 4 x 1."; A is unchanged
+    M& operator*=(const M& B);
 
     /// A new Cols() x Rows() matrix, nothing conjugated.
     M Transpose() const;
@@ -380,6 +440,9 @@ public:
                          std::string_view endMatrix) const;
     /// Writes `ToString()`.
     friend std::ostream& operator<<(std::ostream& out, const M& matrix) { return matrix.writeTo(out); }
+    /// Writes the same table with so many significant digits, as many as each number needs: `ToString("G6")`.
+    /// @throws ArgumentOutOfRangeException  "A number has 1 to 17 digits, not 18."
+    void Print(std::ostream& out, std::int32_t digits = 6) const;
     /// @}
 
     /// @name Bytes and archive

@@ -11,6 +11,7 @@
 #include <lintrix/services/blas.h>
 
 #include <functional>
+#include <string_view>
 
 namespace Velmar::Lintrix::detail {
 
@@ -63,6 +64,53 @@ auto DenseMatrix<Cell>::Divide(const M& A, Cell alpha) -> M
 {
     if (alpha == 0.0) throw ArgumentException("Division by zero error");
     return A * (1.0 / alpha); // not the quotient: the last bit may differ
+}
+
+/// Rows first, and both sizes told. @throws SizeMismatchException
+template <class Dense>
+void requireShapesFor(std::string_view operation, const Dense& A, const Dense& B)
+{
+    if (A.Rows() == B.Rows() && A.Cols() == B.Cols()) return;
+    raiseShapes(operation, A.Rows(), A.Cols(), B.Rows(), B.Cols());
+}
+
+template <class Cell>
+auto DenseMatrix<Cell>::operator+=(const M& B) -> M&
+{
+    requireShapesFor("plus", self(), B);
+    combineInto(cells(), B.cells(), mCells, std::plus<>());
+    return static_cast<M&>(*this);
+}
+
+template <class Cell>
+auto DenseMatrix<Cell>::operator-=(const M& B) -> M&
+{
+    requireShapesFor("minus", self(), B);
+    combineInto(cells(), B.cells(), mCells, std::minus<>());
+    return static_cast<M&>(*this);
+}
+
+template <class Cell>
+auto DenseMatrix<Cell>::operator*=(Cell alpha) -> M&
+{
+    blas::scal(mCells, alpha, cells(), 1);
+    return static_cast<M&>(*this);
+}
+
+template <class Cell>
+auto DenseMatrix<Cell>::operator/=(Cell alpha) -> M&
+{
+    if (alpha == 0.0) throw ArgumentException("Division by zero error");
+    return *this *= 1.0 / alpha; // as the division of a copy
+}
+
+template <class Cell>
+auto DenseMatrix<Cell>::operator*=(const M& B) -> M&
+{
+    if (mCols != B.mRows) raiseShapes("times", mRows, mCols, B.mRows, B.mCols);
+    M product = Multiply(self(), B);
+    swap(product);
+    return static_cast<M&>(*this);
 }
 
 template <class Cell>

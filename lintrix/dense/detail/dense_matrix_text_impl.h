@@ -64,6 +64,12 @@ std::ostream& DenseMatrix<Cell>::writeTo(std::ostream& out) const
     return out << ToString();
 }
 
+template <class Cell>
+void DenseMatrix<Cell>::Print(std::ostream& out, std::int32_t digits) const
+{
+    out << ToString(formatOfDigits(digits));
+}
+
 // ---- bytes
 
 template <class Cell>

@@ -15,6 +15,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -49,6 +50,10 @@ public:
     DenseVector(std::span<const Cell> array);
     DenseVector(const std::vector<Cell>& array) : DenseVector(std::span<const Cell>(array)) {}
     DenseVector(std::initializer_list<Cell> array) : DenseVector(std::span(array.begin(), array.size())) {}
+    /// A matrix is no vector, though its cells are a range: say `A.ColView(0)`, or `std::span<double>(A)`.
+    template <class T>
+    requires std::is_same_v<T, M>
+    explicit DenseVector(const T&) = delete;
     /// @}
 
     /// @name Access
@@ -73,6 +78,38 @@ public:
     operator std::vector<Cell>() const { return ToArray(); }
     /// A Length() x 1 matrix, without rows for an empty vector.
     operator M() const;
+    /// @}
+
+    /// @name Elements as a range, and views
+    /// For the standard library: `std::span<double> cells = x`, `std::ranges::sort(x)`, `for (double& e :
+    /// x)`. A released vector has none. Good until the block is replaced or released.
+    /// @{
+
+    Cell* data() noexcept { return a.get(); }
+    const Cell* data() const noexcept { return a.get(); }
+    std::size_t size() const noexcept { return a ? static_cast<std::size_t>(mCells) : 0; }
+    bool empty() const noexcept { return size() == 0; }
+    Cell* begin() noexcept { return a.get(); }
+    const Cell* begin() const noexcept { return a.get(); }
+    Cell* end() noexcept { return a.get() + size(); }
+    const Cell* end() const noexcept { return a.get() + size(); }
+
+    /// All of it, or `count` elements from `first` on, each `stride` behind the one before.
+    /// @throws IndexOutOfBoundsException  "Element 9 is outside 4 elements."
+    VectorView<Cell> View() & { return {cells(), mCells, 1, BlockWitness(a.get())}; }
+    VectorView<const Cell> View() const& { return {cells(), mCells, 1, BlockWitness(a.get())}; }
+    void View() const&& = delete;
+    VectorView<Cell> View(std::int32_t first, std::int32_t count, std::int32_t stride = 1) &
+    {
+        requirePart(first, count, stride);
+        return {cells() + first, count, stride, BlockWitness(a.get())};
+    }
+    VectorView<const Cell> View(std::int32_t first, std::int32_t count, std::int32_t stride = 1) const&
+    {
+        requirePart(first, count, stride);
+        return {cells() + first, count, stride, BlockWitness(a.get())};
+    }
+    void View(std::int32_t, std::int32_t, std::int32_t = 1) const&& = delete;
     /// @}
 
     /// @name Life
@@ -144,6 +181,17 @@ public:
     static V Divide(const V& x, Cell alpha);
     static V Divide(const V& x, const V& y);
 
+    /// The same in place, without a new block, also with y the same vector: `x += y` is `x = x + y`.
+    /// @throws SizeMismatchException  "Vectors are not of the same size: 3 plus 4."; x is unchanged
+    V& operator+=(const V& y);
+    V& operator-=(const V& y);
+    V& operator*=(const V& y);
+    V& operator/=(const V& y);
+    V& operator+=(Cell alpha);
+    V& operator-=(Cell alpha);
+    V& operator*=(Cell alpha);
+    V& operator/=(Cell alpha);
+
     /// The caller's function on each element x of a copy, in index order; i is the element's index. The
     /// one-integer form passes the constant, not the index: functions written for it must keep working. What
     /// the function makes of this object does not show in the result. Of real elements they take
@@ -178,6 +226,9 @@ public:
                          std::string_view endVector) const;
     /// Writes `ToString()`.
     friend std::ostream& operator<<(std::ostream& out, const V& vector) { return vector.writeTo(out); }
+    /// Writes the same line with so many significant digits, and ends it: `ToString("G6")`.
+    /// @throws ArgumentOutOfRangeException  "A number has 1 to 17 digits, not 18."
+    void Print(std::ostream& out, std::int32_t digits = 6) const;
     /// @}
 
     /// @name Bytes and archive
@@ -255,6 +306,17 @@ private:
     std::ostream& writeTo(std::ostream& out) const;
     bool sameAs(const DenseVector& other) const;
 
+    void requirePart(std::int32_t first, std::int32_t count, std::int32_t stride) const
+    {
+        const std::int64_t last = first + std::int64_t{stride} * (std::int64_t{count} - 1);
+        if (first < 0 || first > mCells || count < 0 || stride < 1) raiseOutside("Element", first, mCells);
+        if (count > 0 && last >= mCells) raiseOutside("Element", last, mCells);
+    }
+    /// element := function(element, other's), in place.
+    template <class Function>
+    V& combine(std::string_view operation, const V& y, Function function);
+    template <class Function>
+    V& each(Function function);
     Line<Cell> line();
     Line<const Cell> line() const;
     Cell* cells() { return kept(a); }

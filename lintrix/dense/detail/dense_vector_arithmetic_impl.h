@@ -80,6 +80,71 @@ auto DenseVector<Cell>::Divide(const V& x, const V& y) -> V
 
 template <class Cell>
 template <class Function>
+auto DenseVector<Cell>::combine(std::string_view operation, const V& y, Function function) -> V&
+{
+    if (mCells != y.mCells) raiseLengths(operation, mCells, y.mCells);
+    combineInto(cells(), y.cells(), mCells, function);
+    return self();
+}
+
+template <class Cell>
+template <class Function>
+auto DenseVector<Cell>::each(Function function) -> V&
+{
+    replaceEach(cells(), mCells, [&function](const Cell& x, std::int32_t) { return function(x); });
+    return self();
+}
+
+template <class Cell>
+auto DenseVector<Cell>::operator+=(const V& y) -> V&
+{
+    return combine("plus", y, std::plus<>());
+}
+
+template <class Cell>
+auto DenseVector<Cell>::operator-=(const V& y) -> V&
+{
+    return combine("minus", y, std::minus<>());
+}
+
+template <class Cell>
+auto DenseVector<Cell>::operator*=(const V& y) -> V&
+{
+    return combine("times", y, ProductOf<Cell>());
+}
+
+template <class Cell>
+auto DenseVector<Cell>::operator/=(const V& y) -> V&
+{
+    return combine("divided by", y, QuotientOf<Cell>());
+}
+
+template <class Cell>
+auto DenseVector<Cell>::operator+=(Cell alpha) -> V&
+{
+    return each([alpha](const Cell& x) { return x + alpha; });
+}
+
+template <class Cell>
+auto DenseVector<Cell>::operator-=(Cell alpha) -> V&
+{
+    return each([alpha](const Cell& x) { return x - alpha; });
+}
+
+template <class Cell>
+auto DenseVector<Cell>::operator*=(Cell alpha) -> V&
+{
+    return each([alpha](const Cell& x) { return ProductOf<Cell>()(x, alpha); });
+}
+
+template <class Cell>
+auto DenseVector<Cell>::operator/=(Cell alpha) -> V&
+{
+    return each([alpha](const Cell& x) { return QuotientOf<Cell>()(x, alpha); });
+}
+
+template <class Cell>
+template <class Function>
 auto DenseVector<Cell>::applied(Function function) const -> V
 {
     V result(self());

@@ -64,6 +64,12 @@ std::ostream& DenseVector<Cell>::writeTo(std::ostream& out) const
     return out << ToString();
 }
 
+template <class Cell>
+void DenseVector<Cell>::Print(std::ostream& out, std::int32_t digits) const
+{
+    out << ToString(formatOfDigits(digits));
+}
+
 // ---- bytes
 
 template <class Cell>

@@ -47,6 +47,13 @@ Block<Cell> mapped(const Cell* x, const Cell* y, std::int64_t n, Op op)
     return generated<Cell>(n, [=](std::int64_t i) { return op(x[i], y[i]); });
 }
 
+/// x[i] := op(x[i], y[i]); y may be x.
+template <class Cell, class Op>
+void combineInto(Cell* x, const Cell* y, std::int64_t n, Op op)
+{
+    for (std::int64_t i = 0; i < n; ++i) x[i] = op(x[i], y[i]);
+}
+
 /// x[i] := function(x[i], i) for a caller's function, in order.
 template <class Cell, class Function>
 void replaceEach(Cell* x, std::int32_t n, Function function)

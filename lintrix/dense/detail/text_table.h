@@ -4,6 +4,7 @@
 /// `Append(std::string&, double)`.
 
 #include <lintrix/dense/detail/column_major.h>
+#include <lintrix/foundation/failures.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -15,6 +16,18 @@
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
+
+/// The format of so many significant digits.
+/// @throws ArgumentOutOfRangeException  "A number has 1 to 17 digits, not 18."
+inline std::string formatOfDigits(std::int32_t digits)
+{
+    if (digits < 1 || digits > 17) {
+        throw ArgumentOutOfRangeException("A number has 1 to 17 digits, not " + std::to_string(digits) + ".",
+                                          "digits");
+    }
+    std::string format("G");
+    return format += std::to_string(digits);
+}
 
 /// The texts of all numbers in reading order, with their common width. Each number is formatted once, into
 /// one string; the layout then takes the texts from it in the same order. Two bytes a number beside the

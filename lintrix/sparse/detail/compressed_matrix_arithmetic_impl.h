@@ -5,6 +5,9 @@
 /// Sums and products take two passes of a kernel: the first sizes the rows of the result, the second fills
 /// arrays that were allocated once, to fit. Nothing is densified.
 
+#include <lintrix/complex/detail/trell_complex.h>
+#include <lintrix/dense/detail/elementwise.h>
+#include <lintrix/dense/views.h>
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/sparse/compressed_matrix.h>
@@ -70,6 +73,71 @@ SparseOf<Cell> CompressedMatrix<Cell>::Multiply(const Self& A, Cell scalar)
     Self scaled(A);
     blas::scal(scaled.NumElements(), scalar, scaled.a.get(), 1);
     return scaled;
+}
+
+// ---- in place
+
+/// The sums and products below are made whole before they take this matrix's place.
+template <class Cell>
+auto CompressedMatrix<Cell>::replaceBy(Self&& fresh, bool oneTriangle) noexcept -> Self&
+{
+    fresh._growFactor = _growFactor;
+    fresh._oneTriangle = oneTriangle;
+    swap(fresh);
+    return static_cast<Self&>(*this);
+}
+
+template <class Cell>
+auto CompressedMatrix<Cell>::add(std::string_view operation, Cell beta, const Self& B) -> Self&
+{
+    if (mRows != B.mRows || mCols != B.mCols) raiseShapes(operation, mRows, mCols, B.mRows, B.mCols);
+    if (_oneTriangle != B._oneTriangle)
+        throw ArgumentException("One matrix stores one triangle, the other both.", "B");
+    return replaceBy(Add(self(), beta, TransposeMode::NotTransposed, B), _oneTriangle);
+}
+
+template <class Cell>
+auto CompressedMatrix<Cell>::operator+=(const Self& B) -> Self&
+{
+    return add("plus", Cell(1.0), B);
+}
+
+template <class Cell>
+auto CompressedMatrix<Cell>::operator-=(const Self& B) -> Self&
+{
+    return add("minus", -Cell(1.0), B);
+}
+
+template <class Cell>
+void CompressedMatrix<Cell>::requireRealFactor(Cell alpha) const
+{
+    if (_oneTriangle && std::imag(alpha) != 0.0)
+        throw ArgumentException("A Hermitian matrix times a number that is not real is not Hermitian.",
+                                "alpha");
+}
+
+template <class Cell>
+auto CompressedMatrix<Cell>::operator*=(Cell alpha) -> Self&
+{
+    requireRealFactor(alpha);
+    blas::scal(NumElements(), alpha, a.get(), 1);
+    return static_cast<Self&>(*this);
+}
+
+template <class Cell>
+auto CompressedMatrix<Cell>::operator/=(Cell alpha) -> Self&
+{
+    if (alpha == 0.0) throw ArgumentException("Division by zero error");
+    requireRealFactor(alpha);
+    for (Cell& value : Values()) value = QuotientOf<Cell>()(value, alpha);
+    return static_cast<Self&>(*this);
+}
+
+template <class Cell>
+auto CompressedMatrix<Cell>::operator*=(const Self& B) -> Self&
+{
+    if (mCols != B.mRows) raiseShapes("times", mRows, mCols, B.mRows, B.mCols);
+    return replaceBy(Multiply(self(), B), false);
 }
 
 // ---- sparse products

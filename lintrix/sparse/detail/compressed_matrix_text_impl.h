@@ -2,6 +2,7 @@
 /// @file
 /// Text form of CompressedMatrix.
 
+#include <lintrix/dense/detail/text_table.h>
 #include <lintrix/dense/matrix.h>
 #include <lintrix/foundation/number_format.h>
 #include <lintrix/sparse/compressed_matrix.h>
@@ -193,6 +194,21 @@ template <class Cell>
 std::ostream& CompressedMatrix<Cell>::writeTo(std::ostream& out) const
 {
     return out << ToString();
+}
+
+template <class Cell>
+void CompressedMatrix<Cell>::Print(std::ostream& out, std::int32_t digits) const
+{
+    CellWriter cells(formatOfDigits(digits), std::locale());
+    const auto words = [](std::int32_t number) { return std::to_string(number); }; // no locale groups them
+    out << words(mRows) << " x " << words(mCols) << ", " << words(NumElements())
+        << (NumElements() == 1 ? " entry\n" : " entries\n");
+    std::string line;
+    for (const auto [row, col, value] : *this) {
+        line.assign("(").append(words(row)).append(", ").append(words(col)).append(") ");
+        cells.append(line, value); // without a measured width, nothing is padded
+        out << line << '\n';
+    }
 }
 
 } // namespace Velmar::Lintrix::detail

@@ -80,4 +80,8 @@ std::errc parseWord(std::string_view word, Number& value)
     return error;
 }
 
+/// What a number beyond the range becomes: infinite, or zero, or nearly so. std::from_chars does not tell
+/// which; strtod does, in a locale of its own.
+double extremeValue(const std::string& word);
+
 } // namespace Velmar::Lintrix::detail

@@ -1,0 +1,18 @@
+# The code in the second column of each table of PAGE must be a line of PROGRAM, to the letter, but for its indentation.
+cmake_minimum_required(VERSION 3.25)
+
+file(READ "${PROGRAM}" program)
+file(STRINGS "${PAGE}" lines REGEX "^\\| [^|]+\\| `")
+set(checked 0)
+foreach(line IN LISTS lines)
+  string(REGEX REPLACE "^\\| [^|]+\\| `([^`]+)`.*" "\\1" code "${line}")
+  string(FIND "${program}" "    ${code}\n" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "${PAGE} shows what is no line of ${PROGRAM}:\n${code}")
+  endif()
+  math(EXPR checked "${checked} + 1")
+endforeach()
+if(checked LESS 30)
+  message(FATAL_ERROR "${PAGE} shows ${checked} lines only.")
+endif()
+message(STATUS "${checked} lines looked for")
