@@ -91,7 +91,7 @@ void DelayedFactor<Cell>::save(SectionWriter& file) const
     file.Add("ldldiag", std::span<const Cell>(ldl_->pivots().diagonal));
     file.Add("ldlbelow", std::span<const Cell>(ldl_->pivots().below));
     for (const FrontPanel<Cell>& panel : ldl_->panels())
-        file.Add("ldlpanel", std::span<const Cell>(panel.cells.get(), panel.rows.size() * panel.pivots));
+        file.Add("ldlpanel", std::span<const Cell>(panel.lower.get(), panel.rows.size() * panel.pivots));
 }
 
 template <class Cell>
@@ -109,7 +109,7 @@ std::unique_ptr<DelayedFactor<Cell>> DelayedFactor<Cell>::load(const SparseOf<Ce
     parts.pivots = {taken<Cell>(file, "ldldiag", n), taken<Cell>(file, "ldlbelow", n), kept.replaced};
     if (!holdsTogether(parts, n)) requireWhole(file.Contradiction());
     for (FrontPanel<Cell>& panel : parts.panels)
-        panel.cells = takenBlock<Cell>(file, "ldlpanel", std::ssize(panel.rows) * panel.pivots);
+        panel.lower = takenBlock<Cell>(file, "ldlpanel", std::ssize(panel.rows) * panel.pivots);
     return std::unique_ptr<DelayedFactor>(
         new DelayedFactor(A, hermitian, MultifrontalLDL<Cell>(std::move(parts), hermitian)));
 }

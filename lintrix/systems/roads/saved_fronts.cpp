@@ -38,7 +38,7 @@ bool areScales(const std::vector<int>& exponents)
 
 /// Their rows and columns, which stand one behind the other. @throws as `requireWhole`
 template <class Cell>
-std::vector<LuPanel<Cell>> panelsOf(const KeptFronts& kept, std::int64_t n, SectionReader& file)
+std::vector<FrontPanel<Cell>> panelsOf(const KeptFronts& kept, std::int64_t n, SectionReader& file)
 {
     const auto sizes = taken<PanelSize>(file, "mlusizes", kept.panels);
     std::int64_t all = 0, pivots = 0;
@@ -53,10 +53,10 @@ std::vector<LuPanel<Cell>> panelsOf(const KeptFronts& kept, std::int64_t n, Sect
     const auto isOutside = [n](std::int32_t position) { return position < 0 || position >= n; };
     if (std::ranges::any_of(rows, isOutside) || std::ranges::any_of(columns, isOutside))
         requireWhole(file.Contradiction());
-    std::vector<LuPanel<Cell>> panels;
+    std::vector<FrontPanel<Cell>> panels;
     auto row = rows.begin(), column = columns.begin();
     for (const auto [size, own] : sizes) {
-        panels.push_back({{}, {}, {row, row + size}, {column, column + size}, own});
+        panels.push_back({{}, {}, {row, row + size}, {column, column + size}, own, 0});
         row += size;
         column += size;
     }
@@ -70,7 +70,7 @@ void FrontsFactor<Cell>::save(SectionWriter& file) const
 {
     std::vector<PanelSize> sizes;
     std::vector<std::int32_t> rows, columns;
-    for (const LuPanel<Cell>& panel : lu_->panels()) {
+    for (const FrontPanel<Cell>& panel : lu_->panels()) {
         sizes.push_back({static_cast<std::int32_t>(panel.rows.size()), panel.pivots});
         rows.insert(rows.end(), panel.rows.begin(), panel.rows.end());
         columns.insert(columns.end(), panel.columns.begin(), panel.columns.end());
@@ -83,7 +83,7 @@ void FrontsFactor<Cell>::save(SectionWriter& file) const
     file.Add("mlusizes", std::span<const PanelSize>(sizes));
     file.Add("mlurows", std::span<const std::int32_t>(rows));
     file.Add("mlucols", std::span<const std::int32_t>(columns));
-    for (const LuPanel<Cell>& panel : lu_->panels()) {
+    for (const FrontPanel<Cell>& panel : lu_->panels()) {
         const auto pivots = static_cast<std::size_t>(panel.pivots), left = panel.rows.size() - pivots;
         file.Add("mlulower", std::span<const Cell>(panel.lower.get(), panel.rows.size() * pivots));
         file.Add("mluupper", std::span<const Cell>(panel.upper.get(), pivots * left));
@@ -107,7 +107,7 @@ std::unique_ptr<FrontsFactor<Cell>> FrontsFactor<Cell>::load(const SparseOf<Cell
         !isPermutation(parts.rowPositions) || !isPermutation(parts.columnPositions))
         requireWhole(file.Contradiction());
     parts.panels = panelsOf<Cell>(kept, n, file);
-    for (LuPanel<Cell>& panel : parts.panels) {
+    for (FrontPanel<Cell>& panel : parts.panels) {
         panel.lower = takenBlock<Cell>(file, "mlulower", std::ssize(panel.rows) * panel.pivots);
         panel.upper = takenBlock<Cell>(file, "mluupper", std::int64_t{panel.left()} * panel.pivots);
     }

@@ -223,7 +223,7 @@ TEST(MultifrontalLDL, NearlySingularSystemsLeaveSmallResiduals)
 TEST(MultifrontalLDL, StopsWhereABoundIsPassed)
 {
     const Matrix A = gridSaddle(10, 20, 1);
-    EXPECT_FALSE(Factored<double>(A, true, {.entries = 100}).isMade);
+    EXPECT_FALSE(Factored<double>(A, true, {.cells = 100}).isMade);
     EXPECT_FALSE(Factored<double>(A, true, {.operations = 100.0}).isMade);
     EXPECT_TRUE(Factored<double>(A, true).isMade);
 }
@@ -235,7 +235,7 @@ TEST(MultifrontalLDL, AFactorStaysWhereTheNextOneFails)
     Factored<double> made(A, true);
     const std::int64_t entries = made.ldl.entries();
     const detail::Inertia inertia = made.ldl.inertia();
-    EXPECT_FALSE(made.ldl.factorize(made.entries, {.entries = 100}));
+    EXPECT_FALSE(made.ldl.factorize(made.entries, {.cells = 100}));
     EXPECT_EQ(made.ldl.entries(), entries);
     EXPECT_EQ(made.ldl.inertia(), inertia);
     expectSolves<double>(A, made.ldl, 1);

@@ -173,7 +173,7 @@ TEST(MultifrontalLU, StopsWhereABoundIsPassedAndKeepsWhatItHas)
     Made<double> made(A);
     ASSERT_TRUE(made.isMade);
     const std::int64_t entries = made.lu.entries();
-    EXPECT_FALSE(made.lu.factorize(made.entries, {.entries = 100}));
+    EXPECT_FALSE(made.lu.factorize(made.entries, {.cells = 100}));
     EXPECT_FALSE(made.lu.factorize(made.entries, {.operations = 100.0}));
     EXPECT_EQ(made.lu.entries(), entries);
     expectSolves<double>(A, made.lu, 1);

@@ -84,7 +84,7 @@ TEST(DelayedFactor, TellsABoundThatIsPassed)
 {
     const SparseMatrix A = saddle<double>(60, true);
     DelayedFactor<double> factor(A, true);
-    EXPECT_EQ(factor.factorize({.entries = 100}).error, kTooMuchFill);
+    EXPECT_EQ(factor.factorize({.cells = 100}).error, kTooMuchFill);
 }
 
 TEST(DelayedFactor, WhatIsNotFiniteHasNoFactor)

@@ -63,7 +63,7 @@ TEST(FrontsFactor, CostIsWhatIsMadeWhereNothingWaits)
 TEST(FrontsFactor, TellsABoundThatIsPassed)
 {
     const SparseMatrix A(randomDense<double>(60, 0.1, 3));
-    EXPECT_EQ(FrontsFactor<double>(A).factorize({.entries = 100}).error, kTooMuchFill);
+    EXPECT_EQ(FrontsFactor<double>(A).factorize({.cells = 100}).error, kTooMuchFill);
 }
 
 TEST(FrontsFactor, WhatIsNotFiniteOrHasTooFewPlacesHasNoFactor)
