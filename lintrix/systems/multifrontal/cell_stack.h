@@ -16,6 +16,11 @@ namespace Velmar::Lintrix::detail::multifrontal {
 template <class Cell>
 class CellStack {
 public:
+    /// Room for so many together, which is no memory until it is used. @throws NotEnoughMemoryException
+    void reserve(std::int64_t cells)
+    {
+        if (segments_.empty() && cells > 0) segments_.push_back({Block<Cell>(cells), cells});
+    }
     /// So many cells, of no particular value, until they are given back. @throws NotEnoughMemoryException
     Cell* push(std::int64_t cells)
     {

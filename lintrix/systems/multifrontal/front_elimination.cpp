@@ -15,7 +15,7 @@ using sparse_lu::sizeOf;
 
 namespace {
 
-constexpr std::int32_t kNarrow = 128; ///< columns of a triangle that are updated together
+constexpr std::int32_t kNarrow = 192; ///< columns of a triangle that are updated together
 
 /// Of a product and a sum.
 template <class Cell>

@@ -35,6 +35,7 @@ public:
     {
         for (const std::int32_t parent : tree.parents)
             if (parent >= 0) ++children_[parent];
+        foresee();
     }
 
     /// `addElements(f)` adds what no front before has taken, by `at`; `eliminate(front, isRoot)` does what
@@ -43,6 +44,7 @@ public:
     bool run(const AddElements& addElements, const Eliminate& eliminate)
     {
         made_.panels.reserve(tree_.parents.size());
+        if (hasRoom(kRoomy * most_)) stack_.reserve(withWaiting(most_));
         for (std::int32_t f = 0; f < tree_.fronts(); ++f) {
             if (!open(f)) return false;
             addElements(f);
@@ -75,6 +77,9 @@ private:
 
         std::int64_t size() const { return std::ssize(rows); }
     };
+    static constexpr std::int64_t kRoomy = 4; ///< times what is foreseen: then pages are no matter
+    static constexpr std::int64_t withWaiting(std::int64_t cells) { return cells + cells / 4; }
+
     using Names = std::vector<std::int32_t> Contribution::*;
 
     bool isSymmetric() const { return symmetry_ != Symmetry::None; }
@@ -94,13 +99,16 @@ private:
         return stack_.most() + kept_ + cells_.cells() + more <= bounds_.cells;
     }
 
+    void foresee();
     bool open(std::int32_t f);
+    bool widen(std::int64_t cells);
     void name(std::int32_t f, Side& side, Names names);
     void addContributions(std::int32_t f);
     void addSquare(const Contribution& from);
     void addTriangle(const Contribution& from);
     bool keep(const Front<Cell>& front, std::int32_t pivots);
     void keepPanel(const Front<Cell>& front, std::int32_t pivots);
+    bool givesAway(const Front<Cell>& front, std::int32_t pivots) const;
     void keepRest(const Front<Cell>& front, std::int32_t pivots);
 
     const FrontTree& tree_;
@@ -109,13 +117,41 @@ private:
     std::vector<std::int32_t> children_; ///< of each front, how many
     Side rows_, columns_;                ///< those of rows are a symmetric front's columns
     std::int32_t candidates_ = 0;
-    Block<Cell> cells_{}; ///< of the largest front so far
+    Block<Cell> cells_{};
+    std::int64_t largestFront_ = 0, most_ = 0; ///< cells of it and on the stack, where nothing waits
     CellStack<Cell> stack_{};
     std::vector<Contribution> left_{}; ///< as they stand on the stack
     std::vector<std::int32_t> places_{};
     FrontPanels<Cell> made_{};
     std::int64_t kept_ = 0; ///< cells of the panels
 };
+
+template <class Cell>
+void FrontWalk<Cell>::foresee()
+{
+    std::vector<std::int64_t> below(tree_.parents.size()); // cells of the children
+    std::int64_t now = 0;
+    for (std::int32_t f = 0; f < tree_.fronts(); ++f) {
+        const std::int64_t left = std::ssize(tree_.rowsOf(f)), all = left + tree_.columnsOf(f);
+        largestFront_ = std::max(largestFront_, all * all);
+        now += cellsLeft(left) - below[f];
+        most_ = std::max(most_, now);
+        if (tree_.parents[f] >= 0) below[tree_.parents[f]] += cellsLeft(left);
+    }
+}
+
+/// Room for a front, and for all others as far as they are foreseen: where each asked for a little more, new
+/// pages would cost as much as the elimination. @return  false: a bound would be passed
+template <class Cell>
+bool FrontWalk<Cell>::widen(std::int64_t cells)
+{
+    if (cells_.cells() >= cells) return true;
+    cells_.reset();
+    if (!hasRoom(cells)) return false;
+    const bool isRoomy = hasRoom(kRoomy * std::max(cells, largestFront_));
+    cells_ = Block<Cell>(isRoomy ? withWaiting(std::max(cells, largestFront_)) : cells);
+    return true;
+}
 
 /// Zeros, with names. @return  false: there is no room for it
 template <class Cell>
@@ -124,11 +160,7 @@ bool FrontWalk<Cell>::open(std::int32_t f)
     name(f, rows_, &Contribution::rows);
     if (!isSymmetric()) name(f, columns_, &Contribution::columns);
     const std::int64_t n = size();
-    if (cells_.cells() < n * n) {
-        cells_.reset();
-        if (!hasRoom(n * n)) return false;
-        cells_ = Block<Cell>(n * n);
-    }
+    if (!widen(n * n)) return false;
     for (std::int64_t j = 0; j < n; ++j)
         std::fill(&cell(isSymmetric() ? j : 0, j), cells_.get() + (j + 1) * n, Cell());
     return true;
@@ -198,7 +230,8 @@ bool FrontWalk<Cell>::keep(const Front<Cell>& front, std::int32_t pivots)
         made_.operations +=
             (isSymmetric() ? 1.0 : 2.0) * static_cast<double>(below) * static_cast<double>(below + 1);
     made_.delayed += front.candidates - pivots;
-    if (made_.operations > bounds_.operations || !hasRoom(panel + cellsLeft(left))) return false;
+    const std::int64_t more = cellsLeft(left) + (givesAway(front, pivots) ? 0 : panel);
+    if (made_.operations > bounds_.operations || !hasRoom(more)) return false;
     kept_ += panel;
     if (pivots > 0) keepPanel(front, pivots);
     if (left > 0) keepRest(front, pivots);
@@ -213,7 +246,12 @@ void FrontWalk<Cell>::keepPanel(const Front<Cell>& front, std::int32_t pivots)
     const std::int32_t firstPivot =
         made_.panels.empty() ? 0 : made_.panels.back().firstPivot + made_.panels.back().pivots;
     FrontPanel<Cell>& panel = made_.panels.emplace_back();
-    panel.lower = Block<Cell>::copyOf(front.cells, std::int64_t{front.size} * pivots);
+    if (givesAway(front, pivots)) {
+        panel.lower = std::move(cells_);
+        panel.lower.shrink(std::int64_t{front.size} * pivots);
+    } else {
+        panel.lower = Block<Cell>::copyOf(front.cells, std::int64_t{front.size} * pivots);
+    }
     panel.rows = rows_.names;
     panel.columns = columns_.names;
     panel.pivots = pivots;
@@ -224,6 +262,14 @@ void FrontWalk<Cell>::keepPanel(const Front<Cell>& front, std::int32_t pivots)
             std::copy_n(front.column(j), pivots, panel.upper.get() + std::int64_t{j - pivots} * pivots);
     }
     made_.entries += panel.entries();
+}
+
+/// A root that fills its block gives it away.
+template <class Cell>
+bool FrontWalk<Cell>::givesAway(const Front<Cell>& front, std::int32_t pivots) const
+{
+    const std::int64_t cells = std::int64_t{front.size} * front.size;
+    return pivots == front.size && cells_.cells() <= withWaiting(withWaiting(cells));
 }
 
 /// What is left of a front behind its pivots.

@@ -37,6 +37,8 @@ struct LdlParts {
 template <class Cell>
 class LINTRIX_TESTABLE MultifrontalLDL : public FrontFactor<Cell> {
 public:
+    static constexpr int kTriangles = 1; ///< of the factor
+
     /// Analyses `A`, which is square, of finite elements, with both triangles told. `conjugates`: A = A^H,
     /// else A = A'. @throws std::bad_alloc
     MultifrontalLDL(const SparseEntries<Cell>& A, bool conjugates);

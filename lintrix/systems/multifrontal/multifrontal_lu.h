@@ -34,6 +34,8 @@ struct LuFrontParts {
 template <class Cell>
 class LINTRIX_TESTABLE MultifrontalLU : public FrontFactor<Cell> {
 public:
+    static constexpr int kTriangles = 2; ///< of the factor
+
     /// Analyses `A`, which is square and of finite elements. @throws std::bad_alloc, NotEnoughMemoryException
     explicit MultifrontalLU(const SparseEntries<Cell>& A);
 

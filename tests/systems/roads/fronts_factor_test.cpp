@@ -1,6 +1,6 @@
 // LU with pivots that may wait, as a road sees it.
 
-#include <lintrix/systems/roads/fronts_factor.h>
+#include <lintrix/systems/roads/delayed_factor.h>
 
 #include "tests/systems/sparse_lu/sparse_matrices.h"
 

@@ -140,7 +140,7 @@ TEST(PivotedFactor, FailuresAreToldByNumber)
     EXPECT_TRUE(answer.failing == 2 || answer.failing == 3);
     EXPECT_EQ(answer.block, 2);
     const SparseMatrix full = body(6);
-    EXPECT_EQ(PivotedFactor<double>(full, true).factorize({.cells = 100}).error, kTooMuchFill);
+    EXPECT_EQ(PivotedFactor<double>(full, true).factorize({.entries = 100}).error, kTooMuchFill);
 }
 
 } // namespace
