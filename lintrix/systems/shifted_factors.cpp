@@ -52,8 +52,8 @@ bool ShiftedFactors<Cell>::isAffordable(double left, double operations)
     const multifrontal::FrontForecast forecast = ldl_.forecast();
     const double own = 2.0 * sizeof(Cell) * static_cast<double>(entries_.values.size()),
                  cells = sizeof(Cell) * static_cast<double>(forecast.entries + forecast.cellsAtOnce);
-    bounds_ = {static_cast<std::int64_t>(kWaitingRoom * static_cast<double>(forecast.entries)),
-               operations / perCell};
+    const double most = kWaitingRoom * static_cast<double>(forecast.entries + forecast.cellsAtOnce);
+    bounds_ = {static_cast<std::int64_t>(most), operations / perCell};
     return own + kWaitingRoom * cells <= left && perCell * forecast.operations <= operations;
 }
 

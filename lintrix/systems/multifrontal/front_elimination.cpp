@@ -15,10 +15,7 @@ using sparse_lu::sizeOf;
 
 namespace {
 
-constexpr std::int32_t kPanel = 32;       ///< pivots after which the rest of the front follows
-constexpr std::int32_t kMostWaiting = 24; ///< columns in the window that were no pivots, likewise
-constexpr std::int32_t kWorthwhile = 16;  ///< of so many candidates one is a pivot, or the rest waits
-constexpr std::int32_t kStrip = 96;       ///< columns of the lower triangle that are updated together
+constexpr std::int32_t kNarrow = 192; ///< columns of a triangle that are updated together
 
 /// Of a product and a sum.
 template <class Cell>
@@ -41,44 +38,23 @@ Cell FrontElimination<Cell>::onDiagonal(const Cell& x) const noexcept
 template <class Cell>
 std::int32_t FrontElimination<Cell>::run(const Front<Cell>& front, bool isRoot, Pivots<Cell>& pivots)
 {
-    front_ = front;
+    this->begin(front);
     pivots_ = &pivots;
-    done_ = panel_ = 0;
-    products_.resize(static_cast<std::size_t>(front.size) * (kPanel + 1));
+    products_.resize(static_cast<std::size_t>(front.size) * (static_cast<std::size_t>(this->width_) + 1));
     places_.resize(static_cast<std::size_t>(front.candidates));
     std::iota(places_.begin(), places_.end(), 0);
     placesThen_.clear();
-    const std::int32_t share = isRoot ? front.candidates : kWorthwhile;
-    for (std::int32_t left = front.candidates; left > 0; left = front.candidates - done_)
-        if (runPass() * share < left) break;
+    this->eliminateCandidates(isRoot);
     if (isRoot) replaceRest();
     bringRowsToPlace();
     return done_;
 }
 
-/// Each of the candidates has its turn, as a pivot or as one that waits. @return  how many were pivots
 template <class Cell>
-std::int32_t FrontElimination<Cell>::runPass()
+void FrontElimination<Cell>::takeNext()
 {
-    const std::int32_t before = done_;
-    aside_ = 0;
-    while (done_ + aside_ < front_.candidates) runPanel();
-    return done_ - before;
-}
-
-/// Takes pivots until the panel is full or too much waits, and brings the rest of the front up to date.
-template <class Cell>
-void FrontElimination<Cell>::runPanel()
-{
-    panel_ = window_ = done_;
-    while (done_ - panel_ < kPanel && window_ - done_ < kMostWaiting &&
-           window_ + aside_ < front_.candidates) {
-        enter(window_);
-        if (const std::int32_t width = choose(window_ - 1); width > 0) eliminate(width);
-    }
-    updateRest();
-    setAside();
-    placesThen_.push_back({panel_, done_ - panel_, places_});
+    enter(window_);
+    if (const std::int32_t width = choose(window_ - 1); width > 0) eliminate(width);
 }
 
 /// Column j is the next one in the window: what the panel's pivots do to it is done.
@@ -263,23 +239,31 @@ void FrontElimination<Cell>::updateWindow(std::int32_t width)
 template <class Cell>
 void FrontElimination<Cell>::updateRest()
 {
-    const std::int32_t pivots = done_ - panel_, size = front_.size;
-    if (pivots == 0) return;
-    const char mirror = rule_.conjugates ? 'C' : 'T';
-    for (std::int32_t j = window_; j < size; j += kStrip)
-        blas::gemm('N', mirror, size - j, std::min(kStrip, size - j), pivots, Cell(-1.0), &at(j, panel_),
-                   size, product(panel_) + j, size, Cell(1.0), &at(j, j), size);
-    const double rest = size - window_;
+    updateTriangle(window_, front_.size);
+    const double pivots = done_ - panel_, rest = front_.size - window_;
     WorkScope::tell(kOperationsOf<Cell> * pivots * rest * (rest + 1.0) / 2.0);
 }
 
-/// What waits goes behind the candidates that have not had their turn, and before those set aside before.
+/// Columns begin .. end - 1 down to row end - 1: a square between two triangles of half the size.
 template <class Cell>
-void FrontElimination<Cell>::setAside()
+void FrontElimination<Cell>::updateTriangle(std::int32_t begin, std::int32_t end)
 {
-    const std::int32_t waiting = window_ - done_, end = front_.candidates - aside_;
-    for (std::int32_t k = 0; k < std::min(waiting, end - window_); ++k) exchange(done_ + k, end - 1 - k);
-    aside_ = std::min(aside_ + waiting, front_.candidates - done_);
+    if (end - begin <= kNarrow) return updateBlock(begin, end, begin, end);
+    const std::int32_t middle = begin + (end - begin) / 2;
+    updateTriangle(begin, middle);
+    updateBlock(middle, end, begin, middle);
+    updateTriangle(middle, end);
+}
+
+template <class Cell>
+void FrontElimination<Cell>::updateBlock(std::int32_t row, std::int32_t rowEnd, std::int32_t j,
+                                         std::int32_t end)
+{
+    if (row == rowEnd || j == end) return;
+    const char mirror = rule_.conjugates ? 'C' : 'T';
+    const std::int32_t size = front_.size;
+    blas::gemm('N', mirror, rowEnd - row, end - j, done_ - panel_, Cell(-1.0), &at(row, panel_), size,
+               product(panel_) + j, size, Cell(1.0), &at(row, j), size);
 }
 
 /// Rows and columns a and b of the symmetric front, in its lower triangle and in the panel's columns of L.

@@ -3,10 +3,10 @@
 /// The elimination within one front, as far as its pivots allow.
 
 #include <lintrix/services/export.h>
+#include <lintrix/systems/multifrontal/pivot_passes.h>
 
 #include <complex>
 #include <cstdint>
-#include <span>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::multifrontal {
@@ -27,15 +27,6 @@ struct Pivots {
     std::int32_t replaced = 0;
 };
 
-/// A square front, its lower triangle column-major in `cells`. Of its rows the first `candidates` are fully
-/// summed: all that is to be added to them is there.
-template <class Cell>
-struct Front {
-    Cell* cells;
-    std::int32_t size, candidates;
-    std::span<std::int32_t> rows; ///< their names, which follow the exchanges
-};
-
 /// Works within one front after another, with the memory of the largest.
 ///
 /// Pivots are sought among the candidates, and held against whole columns of the front. A candidate that is
@@ -45,7 +36,7 @@ struct Front {
 /// blocks are those of I. S. Duff and others, "Factorization of sparse symmetric indefinite matrices", IMA J.
 /// Numer. Anal. 11 (1991)).
 template <class Cell>
-class LINTRIX_TESTABLE FrontElimination {
+class LINTRIX_TESTABLE FrontElimination : private PivotPasses<Cell, FrontElimination<Cell>> {
 public:
     explicit FrontElimination(const PivotRule& rule) : rule_(rule) {}
 
@@ -56,14 +47,16 @@ public:
     std::int32_t run(const Front<Cell>& front, bool isRoot, Pivots<Cell>& pivots);
 
 private:
+    using Passes = PivotPasses<Cell, FrontElimination<Cell>>;
+    friend Passes;
+    using Passes::at, Passes::column, Passes::front_, Passes::done_, Passes::panel_, Passes::window_;
+
     /// The order of the candidates when a panel was finished, by their first places.
     struct PlacesThen {
         std::int32_t first, pivots;
         std::vector<std::int32_t> places;
     };
 
-    Cell* column(std::int32_t j) const noexcept { return front_.cells + std::int64_t{j} * front_.size; }
-    Cell& at(std::int32_t i, std::int32_t j) const noexcept { return column(j)[i]; }
     Cell* product(std::int32_t j) noexcept
     {
         return products_.data() + std::int64_t{j - panel_} * front_.size;
@@ -71,8 +64,10 @@ private:
     Cell mirrored(const Cell& x) const noexcept;
     Cell onDiagonal(const Cell& x) const noexcept;
 
-    std::int32_t runPass();
-    void runPanel();
+    void takeNext();
+    void updateRest();
+    void endPanel() { placesThen_.push_back({panel_, done_ - panel_, places_}); }
+    void exchange(std::int32_t a, std::int32_t b);
     void enter(std::int32_t j);
     std::int32_t partnerOf(std::int32_t j, double& size);
     bool isPivot(std::int32_t j, double largest) const;
@@ -87,19 +82,12 @@ private:
     void eliminateOne();
     void eliminateTwo();
     void updateWindow(std::int32_t width);
-    void updateRest();
-    void setAside();
-    void exchange(std::int32_t a, std::int32_t b);
+    void updateTriangle(std::int32_t begin, std::int32_t end);
+    void updateBlock(std::int32_t row, std::int32_t rowEnd, std::int32_t j, std::int32_t end);
     double largestBeside(std::int32_t j, std::int32_t other) const;
 
     PivotRule rule_;
-    Front<Cell> front_{};
     Pivots<Cell>* pivots_ = nullptr;
-    std::int32_t done_ = 0;  ///< eliminated
-    std::int32_t panel_ = 0; ///< where the panel began
-    /// Columns done_ .. window_ - 1 are up to date, the others lack the panel's pivots.
-    std::int32_t window_ = 0;
-    std::int32_t aside_ = 0;       ///< the last candidates, which have had their turn in this pass
     std::vector<Cell> products_{}; ///< L*D of the panel's columns
     std::vector<Cell> factors_{};
     std::vector<std::int32_t> places_{}; ///< of the candidates, before the exchanges

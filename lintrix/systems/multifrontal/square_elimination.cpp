@@ -11,49 +11,21 @@ namespace Velmar::Lintrix::detail::multifrontal {
 
 using sparse_lu::sizeOf;
 
-namespace {
-
-constexpr std::int32_t kPanel = 32;       ///< pivots after which the rest of the front follows
-constexpr std::int32_t kMostWaiting = 24; ///< columns in the window that were no pivots, likewise
-constexpr std::int32_t kWorthwhile = 16;  ///< of so many candidates one is a pivot, or the rest waits
-
-} // namespace
-
 template <class Cell>
-std::int32_t SquareElimination<Cell>::run(const SquareFront<Cell>& front, bool isRoot, std::int32_t& replaced)
+std::int32_t SquareElimination<Cell>::run(const Front<Cell>& front, bool isRoot, std::int32_t& replaced)
 {
-    front_ = front;
-    done_ = panel_ = 0;
-    const std::int32_t share = isRoot ? front.candidates : kWorthwhile;
-    for (std::int32_t left = front.candidates; left > 0; left = front.candidates - done_)
-        if (runPass() * share < left) break;
+    this->begin(front);
+    this->eliminateCandidates(isRoot);
     if (isRoot) replaced += replaceRest();
     return done_;
 }
 
-/// Each of the candidate columns has its turn, as a pivot or as one that waits. @return  how many were pivots
 template <class Cell>
-std::int32_t SquareElimination<Cell>::runPass()
+void SquareElimination<Cell>::takeNext()
 {
-    const std::int32_t before = done_;
-    aside_ = 0;
-    while (done_ + aside_ < front_.candidates) runPanel();
-    return done_ - before;
-}
-
-/// Takes pivots until the panel is full or too much waits, and brings the rest of the front up to date.
-template <class Cell>
-void SquareElimination<Cell>::runPanel()
-{
-    panel_ = window_ = done_;
-    while (done_ - panel_ < kPanel && window_ - done_ < kMostWaiting &&
-           window_ + aside_ < front_.candidates) {
-        const std::int32_t j = window_++;
-        enter(j);
-        if (const std::int32_t row = pivotRow(j); row >= 0) eliminate(j, row);
-    }
-    updateRest();
-    setAside();
+    const std::int32_t j = window_++;
+    enter(j);
+    if (const std::int32_t row = pivotRow(j); row >= 0) eliminate(j, row);
 }
 
 /// U of the panel's rows in column j, and what its pivots do below.
@@ -90,7 +62,7 @@ std::int32_t SquareElimination<Cell>::pivotRow(std::int32_t j) const
 template <class Cell>
 void SquareElimination<Cell>::eliminate(std::int32_t j, std::int32_t row)
 {
-    exchangeColumns(done_, j);
+    exchange(done_, j);
     exchangeRows(done_, row);
     Cell* const own = column(done_);
     const sparse_lu::Divisor<Cell> divisor(own[done_]);
@@ -105,23 +77,13 @@ void SquareElimination<Cell>::updateRest()
 {
     const std::int32_t pivots = done_ - panel_, size = front_.size, below = size - done_,
                        beside = size - window_;
-    if (pivots == 0 || beside == 0) return;
+    if (beside == 0) return;
     Cell* const U = &at(panel_, window_);
     blas::trsm('L', 'L', 'N', 'U', pivots, beside, Cell(1.0), &at(panel_, panel_), size, U, size);
     if (below > 0)
         blas::gemm('N', 'N', below, beside, pivots, Cell(-1.0), &at(done_, panel_), size, U, size, Cell(1.0),
                    U + pivots, size);
     WorkScope::tell(sparse_lu::operationsOf(Cell()) * pivots * below * static_cast<double>(beside));
-}
-
-/// What waits goes behind the candidates that have not had their turn, and before those set aside before.
-template <class Cell>
-void SquareElimination<Cell>::setAside()
-{
-    const std::int32_t waiting = window_ - done_, end = front_.candidates - aside_;
-    for (std::int32_t k = 0; k < std::min(waiting, end - window_); ++k)
-        exchangeColumns(done_ + k, end - 1 - k);
-    aside_ += waiting;
 }
 
 /// A root goes on as long as a pass finds a pivot: no element is left that does not count as zero.
@@ -145,7 +107,7 @@ void SquareElimination<Cell>::exchangeRows(std::int32_t a, std::int32_t b)
 }
 
 template <class Cell>
-void SquareElimination<Cell>::exchangeColumns(std::int32_t a, std::int32_t b)
+void SquareElimination<Cell>::exchange(std::int32_t a, std::int32_t b)
 {
     if (a == b) return;
     std::swap_ranges(column(a), column(a) + front_.size, column(b));

@@ -2,12 +2,17 @@
 /// @file
 /// Refinement of solutions, column by column, by a factor at hand.
 
+#include <lintrix/foundation/failures.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
+#include <lintrix/systems/roads/direct_run.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <optional>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
@@ -50,6 +55,22 @@ std::int32_t solveRefined(const SparseOf<Cell>& A, const Factor& factor, const M
     factor.solve(op, cellsOf(X));
     if (most == 0) return 0;
     return refineColumns<Cell>(A, B, X, op, most, [&](auto cells) { factor.solve(op, cells); });
+}
+
+/// The same as a road answers. `operations`: of a solve. @param taken  the steps, where there is an answer
+template <class Cell, class Factor>
+EngineAnswer answerRefined(const SparseOf<Cell>& A, const Factor& factor, const MatrixOf<Cell>& B,
+                           MatrixOf<Cell>& X, TransposeMode op, std::optional<std::int32_t> most,
+                           double operations, std::int32_t& taken)
+try {
+    taken = 0;
+    taken = solveRefined<Cell>(A, factor, B, X, op, std::abs(most.value_or(0)));
+    WorkScope::tell(operations);
+    return {};
+} catch (const NotEnoughMemoryException&) {
+    return {.error = kEngineNoMemory};
+} catch (const std::bad_alloc&) {
+    return {.error = kEngineNoMemory};
 }
 
 } // namespace Velmar::Lintrix::detail::roads

@@ -1,13 +1,10 @@
 #include <lintrix/systems/roads/delayed_factor.h>
 
-#include <lintrix/foundation/failures.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/roads/column_refinement.h>
 #include <lintrix/systems/structure/sparse_entries.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <new>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -15,69 +12,76 @@ using namespace multifrontal;
 
 namespace {
 
-/// Elements that are none are not looked for any further.
-template <class Cell>
-std::shared_ptr<MultifrontalLDL<Cell>> analysed(const EntryArrays<Cell>& A, bool hermitian)
+/// None where there is no factor, whatever the pivots: elements that are none are not looked for any further.
+template <class Fronts, class Cell, class... Kind>
+std::shared_ptr<Fronts> analysed(const EntryArrays<Cell>& A, Kind... kind)
 {
-    const bool isUsable = std::ranges::all_of(A.values, [](const Cell& x) { return isFinite(x); });
-    return isUsable ? std::make_shared<MultifrontalLDL<Cell>>(A, hermitian) : nullptr;
+    if (!std::ranges::all_of(A.values, [](const Cell& x) { return isFinite(x); })) return nullptr;
+    auto fronts = std::make_shared<Fronts>(A, kind...);
+    if constexpr (Fronts::kTriangles == 2) {
+        if (fronts->isStructurallySingular()) return nullptr;
+    }
+    return fronts;
 }
 
 } // namespace
 
-template <class Cell>
-DelayedFactor<Cell>::DelayedFactor(const SparseOf<Cell>& A, bool hermitian)
-    : A_(&A), hermitian_(hermitian), entries_(std::make_shared<const EntryArrays<Cell>>(entriesOf<Cell>(A))),
-      ldl_(analysed(*entries_, hermitian))
+template <class Cell, class Fronts, class... Kind>
+FrontalFactor<Cell, Fronts, Kind...>::FrontalFactor(const SparseOf<Cell>& A, Kind... kind)
+    : A_(&A), entries_(std::make_shared<const EntryArrays<Cell>>(entriesOf<Cell>(A))),
+      fronts_(analysed<Fronts, Cell>(*entries_, kind...))
 {
 }
 
-template <class Cell>
-RoadCost DelayedFactor<Cell>::cost() const
+/// Of two triangles the entries of one, as roads tell them.
+template <class Cell, class Fronts, class... Kind>
+RoadCost FrontalFactor<Cell, Fronts, Kind...>::cost() const
 {
-    if (!ldl_) return {};
+    if (!fronts_) return {};
     constexpr double perCell = std::is_same_v<Cell, double> ? 1.0 : 4.0;
-    const FrontForecast forecast = ldl_->forecast();
+    constexpr std::int64_t triangles = Fronts::kTriangles;
+    const FrontForecast forecast = fronts_->forecast();
     const double bytes = sizeof(Cell) * static_cast<double>(forecast.entries + forecast.cellsAtOnce);
-    return {forecast.entries, perCell * forecast.operations, bytes, bytes, bytes};
+    return {(forecast.entries + (triangles - 1) * A_->Rows()) / triangles, perCell * forecast.operations,
+            bytes, bytes, bytes};
 }
 
-template <class Cell>
-EngineAnswer DelayedFactor<Cell>::factorize(const FrontBounds& bounds)
+template <class Cell, class Fronts, class... Kind>
+EngineAnswer FrontalFactor<Cell, Fronts, Kind...>::factorize(const FrontBounds& bounds)
 {
-    if (!ldl_) return {.error = kEngineNumeric};
-    const bool isMade = ldl_->factorize(*entries_, bounds);
+    if (!fronts_) return {.error = kEngineNumeric};
+    const bool isMade = fronts_->factorize(*entries_, bounds);
     entries_.reset();
     return {.error = isMade ? 0 : kTooMuchFill};
 }
 
-template <class Cell>
-double DelayedFactor<Cell>::operations(std::int32_t rightHands) const
+/// An entry of L alone serves twice.
+template <class Cell, class Fronts, class... Kind>
+double FrontalFactor<Cell, Fronts, Kind...>::operations(std::int32_t rightHands) const
 {
-    constexpr double perEntry = std::is_same_v<Cell, double> ? 4.0 : 16.0;
+    constexpr double perEntry = (std::is_same_v<Cell, double> ? 4.0 : 16.0) / Fronts::kTriangles;
     return perEntry * static_cast<double>(entries()) * rightHands;
 }
 
-template <class Cell>
-EngineAnswer DelayedFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
-                                        std::optional<std::int32_t> steps)
-try {
-    steps_ = solveRefined<Cell>(*A_, *ldl_, B, X, op, std::abs(steps.value_or(0)));
-    WorkScope::tell(operations(B.Cols()));
-    return {};
-} catch (const NotEnoughMemoryException&) {
-    return {.error = kEngineNoMemory};
-} catch (const std::bad_alloc&) {
-    return {.error = kEngineNoMemory};
-}
-
-template <class Cell>
-std::optional<Inertia> DelayedFactor<Cell>::inertia() const
+template <class Cell, class Fronts, class... Kind>
+EngineAnswer FrontalFactor<Cell, Fronts, Kind...>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
+                                                         TransposeMode op, std::optional<std::int32_t> steps)
 {
-    return hermitian_ ? std::optional(ldl_->inertia()) : std::nullopt;
+    return answerRefined<Cell>(*A_, *fronts_, B, X, op, steps, operations(B.Cols()), steps_);
 }
 
-template class DelayedFactor<double>;
-template class DelayedFactor<Complex>;
+template <class Cell, class Fronts, class... Kind>
+std::optional<Inertia> FrontalFactor<Cell, Fronts, Kind...>::inertia() const
+{
+    if constexpr (Fronts::kTriangles == 1) {
+        if (fronts_->isHermitian()) return fronts_->inertia();
+    }
+    return std::nullopt;
+}
+
+template class FrontalFactor<double, MultifrontalLDL<double>, bool>;
+template class FrontalFactor<Complex, MultifrontalLDL<Complex>, bool>;
+template class FrontalFactor<double, MultifrontalLU<double>>;
+template class FrontalFactor<Complex, MultifrontalLU<Complex>>;
 
 } // namespace Velmar::Lintrix::detail::roads

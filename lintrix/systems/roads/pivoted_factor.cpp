@@ -1,12 +1,8 @@
 #include <lintrix/systems/roads/pivoted_factor.h>
 
-#include <lintrix/foundation/failures.h>
-#include <lintrix/services/work.h>
 #include <lintrix/systems/roads/column_refinement.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <new>
 #include <utility>
 #include <vector>
 
@@ -118,15 +114,8 @@ double PivotedFactor<Cell>::operations(std::int32_t rightHands) const
 template <class Cell>
 EngineAnswer PivotedFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                         std::optional<std::int32_t> steps)
-try {
-    steps_ = 0;
-    steps_ = solveRefined<Cell>(*A_, *lu_, B, X, op, std::abs(steps.value_or(0)));
-    WorkScope::tell(operations(B.Cols()));
-    return {};
-} catch (const NotEnoughMemoryException&) {
-    return {.error = kEngineNoMemory};
-} catch (const std::bad_alloc&) {
-    return {.error = kEngineNoMemory};
+{
+    return answerRefined<Cell>(*A_, *lu_, B, X, op, steps, operations(B.Cols()), steps_);
 }
 
 template class PivotedFactor<double>;

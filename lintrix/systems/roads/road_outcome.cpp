@@ -114,6 +114,7 @@ Outcome<Cell> Outcome<Cell>::road() const
             .roadName = roadName,
             .ordering = ordering,
             .perturbed = perturbed,
+            .isRiddled = isRiddled,
             .factorEntries = factorEntries,
             .cost = cost,
             .store = store,
@@ -140,7 +141,8 @@ Ending Outcome<Cell>::ending() const
     if (isSolvedByAnother()) return Ending::Singular;
     const bool solved =
         quality && quality->residual <= kRoundingLevel && quality->probeResidual <= kRoundingLevel;
-    if (perturbed > 0) return solved ? Ending::Poor : Ending::Unsteady;
+    if (perturbed > 0 && !solved) return isRiddled ? Ending::Riddled : Ending::Unsteady;
+    if (perturbed > 0) return Ending::Poor;
     return solved ? Ending::IllConditioned : Ending::Poor;
 }
 

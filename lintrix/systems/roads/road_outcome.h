@@ -25,6 +25,7 @@ struct LINTRIX_TESTABLE Outcome {
     std::optional<ProbedQuality> quality{}; ///< of `x`; none where a step failed
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     std::int32_t perturbed = 0, steps = 0, krylovSteps = 0;
+    bool isRiddled = false; ///< with replaced pivots
     std::int64_t factorEntries = 0;
     RoadCost cost{};
     FactorStore store = FactorStore::Memory;

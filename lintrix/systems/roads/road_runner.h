@@ -6,7 +6,6 @@
 #include <lintrix/systems/roads/delayed_factor.h>
 #include <lintrix/systems/roads/direct_run.h>
 #include <lintrix/systems/roads/factored.h>
-#include <lintrix/systems/roads/fronts_factor.h>
 #include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/pivoted_factor.h>
 #include <lintrix/systems/roads/road_choice.h>

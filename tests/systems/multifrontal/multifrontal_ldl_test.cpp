@@ -2,13 +2,10 @@
 
 #include <lintrix/systems/multifrontal/multifrontal_ldl.h>
 
-#include "tests/support/matrices.h"
-#include "tests/support/refused_memory.h"
-#include "tests/systems/multifrontal/stopping.h"
+#include "tests/systems/multifrontal/factor_checks.h"
 #include "tests/systems/multifrontal/symmetric_matrices.h"
 
 #include <lintrix/decompositions/sym_eigen.h>
-#include <tests/systems/torture/exact_system.h>
 
 #include <gtest/gtest.h>
 
@@ -21,8 +18,6 @@ using namespace detail::multifrontal;
 using Int = std::int32_t;
 using N = TransposeMode;
 
-constexpr N kAllModes[] = {N::NotTransposed, N::Transposed, N::ConjugateTransposed};
-
 template <class Cell>
 struct Factored {
     Factored(const MatrixOf<Cell>& A, bool conjugates, const FrontBounds& bounds = {})
@@ -34,31 +29,6 @@ struct Factored {
     MultifrontalLDL<Cell> ldl;
     bool isMade;
 };
-
-/// ||b - op(A)*x|| <= c*n*eps*(||A|| ||x|| + ||b||), in 113 bits, of A scaled as it is eliminated: 1 / 0.01
-/// bounds the elements of L, and with them what rounding makes of A.
-template <class Cell>
-void expectSolves(const MatrixOf<Cell>& A, const MultifrontalLDL<Cell>& ldl, std::uint64_t seed)
-{
-    const Int n = A.Rows();
-    const std::vector<int> none(static_cast<std::size_t>(n));
-    const ExactSystem exact(quadOf(A), none, none);
-    std::mt19937_64 generator(seed);
-    for (const N op : kAllModes) {
-        for (const Int columns : {1, 3}) {
-            std::vector<Cell> B(static_cast<std::size_t>(n) * columns);
-            for (Cell& cell : B) cell = drawn<Cell>(generator);
-            std::vector<Cell> X(B);
-            ldl.solve(op, X);
-            for (auto at = B.begin(); at != B.end(); at += n) {
-                const auto x = X.begin() + (at - B.begin());
-                const long double error =
-                    exact.backwardError(op, QuadVector(at, at + n), QuadVector(x, x + n));
-                ASSERT_LE(error, 100.0L * n * kEps);
-            }
-        }
-    }
-}
 
 template <class Cell>
 void expectAll(const MatrixOf<Cell>& A, bool conjugates, std::uint64_t seed)
@@ -223,7 +193,7 @@ TEST(MultifrontalLDL, NearlySingularSystemsLeaveSmallResiduals)
 TEST(MultifrontalLDL, StopsWhereABoundIsPassed)
 {
     const Matrix A = gridSaddle(10, 20, 1);
-    EXPECT_FALSE(Factored<double>(A, true, {.entries = 100}).isMade);
+    EXPECT_FALSE(Factored<double>(A, true, {.cells = 100}).isMade);
     EXPECT_FALSE(Factored<double>(A, true, {.operations = 100.0}).isMade);
     EXPECT_TRUE(Factored<double>(A, true).isMade);
 }
@@ -235,7 +205,7 @@ TEST(MultifrontalLDL, AFactorStaysWhereTheNextOneFails)
     Factored<double> made(A, true);
     const std::int64_t entries = made.ldl.entries();
     const detail::Inertia inertia = made.ldl.inertia();
-    EXPECT_FALSE(made.ldl.factorize(made.entries, {.entries = 100}));
+    EXPECT_FALSE(made.ldl.factorize(made.entries, {.cells = 100}));
     EXPECT_EQ(made.ldl.entries(), entries);
     EXPECT_EQ(made.ldl.inertia(), inertia);
     expectSolves<double>(A, made.ldl, 1);
@@ -264,26 +234,27 @@ TEST(MultifrontalLDL, EndsWhereItIsStoppedAndCanBeMadeAgain)
     expectSolves<double>(A, made.ldl, 1);
 }
 
+TEST(MultifrontalLDL, AFrontThatHasNoRoomIsToldBeforeItIsMade)
+{
+    Factored<double> made(shifted<double>(randomSymmetric<double>(50, 1.0, 2, true), 100.0), true);
+    expectRoomForADenseFront(made.ldl, made.entries, 50);
+}
+
+TEST(MultifrontalLDL, ASolveCanEndAtEachPanel)
+{
+    const Matrix A = gridSaddle(9, 20, 1);
+    const Factored<double> made(A, true);
+    ASSERT_GT(made.ldl.panels().size(), 1u);
+    expectAWordForEachPanelAndWay<double>(made.ldl, A.Rows());
+}
+
 template <class Cell>
 void expectNothingLeftBehind(bool conjugates)
 {
     const auto A = saddlePoint<Cell>(randomSymmetric<Cell>(40, 0.1, 4, conjugates), 12);
-    const auto entries = entriesOf<Cell>(SparseOf<Cell>(A));
-    const auto operation = [&](int) {
-        MultifrontalLDL<Cell> ldl(entries, conjugates);
-        ASSERT_TRUE(ldl.factorize(entries));
-        std::vector<Cell> x(40, Cell(1.0));
-        ldl.solve(N::Transposed, std::span(x));
-    };
-    const auto raised = [] {
-        try {
-            throw;
-        } catch (const NotEnoughMemoryException&) {
-        } catch (const std::bad_alloc&) {
-        }
-    };
-    const int requests = refuseEachRequest([] { return 0; }, operation, [](int n) { return n; }, raised);
-    EXPECT_GT(requests, 20);
+    expectMemoryMayBeRefused<Cell>(
+        entriesOf<Cell>(SparseOf<Cell>(A)),
+        [&](const auto& entries) { return MultifrontalLDL<Cell>(entries, conjugates); });
 }
 
 TEST(MultifrontalLDL, LeavesNothingBehindWhereMemoryIsRefused)

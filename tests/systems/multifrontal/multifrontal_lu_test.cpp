@@ -2,13 +2,8 @@
 
 #include <lintrix/systems/multifrontal/multifrontal_lu.h>
 
-#include "tests/support/matrices.h"
-#include "tests/support/refused_memory.h"
-#include "tests/systems/multifrontal/stopping.h"
+#include "tests/systems/multifrontal/factor_checks.h"
 #include "tests/systems/sparse_lu/sparse_matrices.h"
-
-#include <lintrix/systems/structure/sparse_entries.h>
-#include <tests/systems/torture/exact_system.h>
 
 #include <gtest/gtest.h>
 
@@ -21,8 +16,6 @@ using namespace detail::multifrontal;
 using Int = std::int32_t;
 using N = TransposeMode;
 
-constexpr N kAllModes[] = {N::NotTransposed, N::Transposed, N::ConjugateTransposed};
-
 template <class Cell>
 struct Made {
     explicit Made(const MatrixOf<Cell>& A, const FrontBounds& bounds = {})
@@ -34,29 +27,6 @@ struct Made {
     MultifrontalLU<Cell> lu;
     bool isMade;
 };
-
-/// ||b - op(A)*x|| <= c*n*eps*(||A|| ||x|| + ||b||), in 113 bits.
-template <class Cell>
-void expectSolves(const MatrixOf<Cell>& A, const MultifrontalLU<Cell>& lu, std::uint64_t seed)
-{
-    const Int n = A.Rows();
-    const std::vector<int> none(static_cast<std::size_t>(n));
-    const ExactSystem exact(quadOf(A), none, none);
-    std::mt19937_64 generator(seed);
-    for (const N op : kAllModes) {
-        for (const Int columns : {1, 3}) {
-            std::vector<Cell> B(static_cast<std::size_t>(n) * columns);
-            for (Cell& cell : B) cell = drawn<Cell>(generator);
-            std::vector<Cell> X(B);
-            lu.solve(op, X);
-            for (auto at = B.begin(); at != B.end(); at += n) {
-                const auto x = X.begin() + (at - B.begin());
-                ASSERT_LE(exact.backwardError(op, QuadVector(at, at + n), QuadVector(x, x + n)),
-                          100.0L * n * kEps);
-            }
-        }
-    }
-}
 
 template <class Cell>
 void expectAll(const MatrixOf<Cell>& A, std::uint64_t seed)
@@ -173,7 +143,7 @@ TEST(MultifrontalLU, StopsWhereABoundIsPassedAndKeepsWhatItHas)
     Made<double> made(A);
     ASSERT_TRUE(made.isMade);
     const std::int64_t entries = made.lu.entries();
-    EXPECT_FALSE(made.lu.factorize(made.entries, {.entries = 100}));
+    EXPECT_FALSE(made.lu.factorize(made.entries, {.cells = 100}));
     EXPECT_FALSE(made.lu.factorize(made.entries, {.operations = 100.0}));
     EXPECT_EQ(made.lu.entries(), entries);
     expectSolves<double>(A, made.lu, 1);
@@ -200,25 +170,24 @@ TEST(MultifrontalLU, EndsWhereItIsStoppedAndCanBeMadeAgain)
     expectSolves<double>(A, made.lu, 1);
 }
 
+TEST(MultifrontalLU, AFrontThatHasNoRoomIsToldBeforeItIsMade)
+{
+    Made<double> made(randomDense<double>(50, 1.0, 2));
+    expectRoomForADenseFront(made.lu, made.entries, 50);
+}
+
+TEST(MultifrontalLU, ASolveCanEndAtEachPanel)
+{
+    const Made<double> made(randomDense<double>(60, 0.05, 1));
+    ASSERT_GT(made.lu.panels().size(), 1u);
+    expectAWordForEachPanelAndWay<double>(made.lu, 60);
+}
+
 template <class Cell>
 void expectNothingLeftBehind()
 {
-    const auto entries = entriesOf<Cell>(SparseOf<Cell>(randomDense<Cell>(40, 0.1, 4)));
-    const auto operation = [&](int) {
-        MultifrontalLU<Cell> lu(entries);
-        ASSERT_TRUE(lu.factorize(entries));
-        std::vector<Cell> x(40, Cell(1.0));
-        lu.solve(N::Transposed, std::span(x));
-    };
-    const auto raised = [] {
-        try {
-            throw;
-        } catch (const NotEnoughMemoryException&) {
-        } catch (const std::bad_alloc&) {
-        }
-    };
-    const int requests = refuseEachRequest([] { return 0; }, operation, [](int n) { return n; }, raised);
-    EXPECT_GT(requests, 20);
+    expectMemoryMayBeRefused<Cell>(entriesOf<Cell>(SparseOf<Cell>(randomDense<Cell>(40, 0.1, 4))),
+                                  [](const auto& A) { return MultifrontalLU<Cell>(A); });
 }
 
 TEST(MultifrontalLU, LeavesNothingBehindWhereMemoryIsRefused)
