@@ -62,7 +62,7 @@ bool PanelFeed<T>::leave(const Chunk& chunk)
     const std::lock_guard lock(mutex_);
     const bool isFree = --placeOf(chunk.number).users == 0;
     if (isFree) changed_.notify_all();
-    return isFree;
+    return isFree && chunk.number % std::max(1, schedule_.slotsAtHand() / 2) == 0;
 }
 
 template <class T>

@@ -46,7 +46,7 @@ public:
     Chunk after(const Chunk& chunk) const { return {pass_.after(chunk.panels), chunk.number + pass_.step()}; }
     /// Returns when the chunk is there. @return  null behind the last one, and after a failure
     const Factor<T>* hold(const Chunk& chunk);
-    /// One user has done with it. @return  whether its slot is free
+    /// One user has done with it. @return  whether there is room again that is worth a call for readers
     bool leave(const Chunk& chunk);
 
     /// Reads the next piece, where there is room for it. @return  whether there was
