@@ -8,15 +8,20 @@
 #include <array>
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <mutex>
 
 #include <pthread.h>
 
 namespace Velmar::Lintrix::detail {
 
+/// Of each attendant, beside what the accounts of memory tell.
+inline constexpr std::size_t kAttendantStackBytes = 256 << 10;
+
 /// Each calls serve() again and again. When that finds nothing to do it sleeps, until somebody calls or for a
 /// millisecond: not every event that makes work has to tell. As many threads are there as the system gives,
-/// perhaps none, so nothing may depend on them. They take no signals.
+/// perhaps none, so nothing may depend on them. They take no signals. Where the OpenMP runtime pins its
+/// threads they run on any of its processors.
 class LINTRIX_TESTABLE Attendants {
 public:
     static constexpr int kMost = 4;

@@ -1,5 +1,7 @@
 // Threads beside a team: they do what there is, wake when called, and are gone at the end.
 
+#include "tests/services/probe_runner.h"
+
 #include <lintrix/services/attendants.h>
 
 #include <gtest/gtest.h>
@@ -12,6 +14,8 @@
 #include <pthread.h>
 
 using namespace Velmar::Lintrix::detail;
+using Velmar::Lintrix::testing::askProbe;
+using Velmar::Lintrix::testing::ProbeAnswers;
 
 namespace {
 
@@ -73,6 +77,25 @@ TEST(Attendants, FinishWhatTheyAreAt)
         }
         EXPECT_EQ(work.left + work.done, k);
     }
+}
+
+// A runtime that pins threads has pinned the one that starts them, too.
+TEST(Attendants, HaveTheProcessorsOfTheProcess)
+{
+    const long all = askProbe({"attendant"})["processors-of-caller"];
+    for (const char* const bind : {"false", "true", "close", "spread"}) {
+        const ProbeAnswers answers = askProbe({"attendant"}, {{"OMP_PROC_BIND", bind}});
+        EXPECT_EQ(answers["processors-of-attendant"], all) << bind;
+    }
+    const ProbeAnswers one = askProbe({"attendant"}, {{"OMP_PLACES", "{0}"}});
+    EXPECT_EQ(one["processors-of-attendant"], 1);
+}
+
+TEST(Attendants, HaveAStackOfFixedSize)
+{
+    const long bytes = askProbe({"attendant"})["stack-of-attendant"];
+    EXPECT_GE(bytes, static_cast<long>(kAttendantStackBytes));
+    EXPECT_LE(bytes, static_cast<long>(kAttendantStackBytes) + (64 << 10));
 }
 
 TEST(Attendants, AreAFewBesideATeam)

@@ -4,6 +4,7 @@
 #include "tests/support/sanitized.h"
 #include <lintrix/engine/factorization/supernode_update.h>
 #include <lintrix/engine/pardiso.h>
+#include <lintrix/services/attendants.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/blas_identity.h>
 #include <lintrix/services/blas_kernels.h>
@@ -18,6 +19,7 @@
 #include <sched.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -32,6 +34,7 @@
 #include <utility>
 #include <vector>
 
+#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/single_threaded.h>
 #include <unistd.h>
@@ -252,7 +255,42 @@ void limitMemory(int megabytes)
     setrlimit(RLIMIT_AS, &limit);
 }
 
+// Processors and stack of an attendant that this thread starts.
+void answerAttendant(int)
+{
+    struct Seen {
+        std::atomic<bool> isDone{false};
+        long processors = 0, stackBytes = 0;
+    } seen;
+    const auto serve = [](void* context) {
+        auto& answer = *static_cast<Seen*>(context);
+        if (answer.isDone) return false;
+        cpu_set_t set;
+        sched_getaffinity(0, sizeof set, &set);
+        answer.processors = CPU_COUNT(&set);
+        pthread_attr_t attributes;
+        std::size_t bytes = 0;
+        if (pthread_getattr_np(pthread_self(), &attributes) == 0) {
+            pthread_attr_getstacksize(&attributes, &bytes);
+            pthread_attr_destroy(&attributes);
+        }
+        answer.stackBytes = static_cast<long>(bytes);
+        answer.isDone = true;
+        return false;
+    };
+    {
+        const Attendants attendants(1, serve, &seen);
+        while (!seen.isDone) std::this_thread::yield();
+    }
+    cpu_set_t own;
+    sched_getaffinity(0, sizeof own, &own);
+    say("processors-of-caller", CPU_COUNT(&own));
+    say("processors-of-attendant", seen.processors);
+    say("stack-of-attendant", seen.stackBytes);
+}
+
 const std::map<std::string, std::function<void(int)>> commands{
+    {"attendant", answerAttendant},
     {"limit-memory", limitMemory},
     {"set-threads", [](int n) { MKL_Set_Num_Threads(n); }},
     {"set-dynamic", [](int flag) { MKL_Set_Dynamic(flag); }},

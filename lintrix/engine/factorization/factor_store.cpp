@@ -1,8 +1,34 @@
 #include <lintrix/engine/factorization/factor_store.h>
 
 #include <complex>
+#include <type_traits>
 
 namespace Velmar::Lintrix::detail::engine {
+
+namespace {
+
+template <class T>
+std::span<const std::byte> bytesOf(const T* cells, std::int64_t count) noexcept
+{
+    return std::as_bytes(std::span(cells, static_cast<std::size_t>(count)));
+}
+
+template <class T>
+std::span<std::byte> bytesInto(T* cells, std::int64_t count) noexcept
+{
+    return std::as_writable_bytes(std::span(cells, static_cast<std::size_t>(count)));
+}
+
+/// Room on the stack for a few elements, which get no values at first.
+template <class T, std::int64_t Count>
+struct Buffer {
+    static_assert(std::is_trivially_copyable_v<T>);
+    alignas(kBlockAlignment) std::byte bytes[Count * sizeof(T)];
+
+    T* cells() noexcept { return reinterpret_cast<T*>(bytes); }
+};
+
+} // namespace
 
 template <class T>
 FactorStore<T>::FactorStore(const FactorPlan& plan, OpenFactorFiles& files, int mnum) noexcept
@@ -13,7 +39,7 @@ FactorStore<T>::FactorStore(const FactorPlan& plan, OpenFactorFiles& files, int 
 template <class T>
 std::int64_t FactorStore<T>::sumBytes(const FactorPlan& plan) noexcept
 {
-    const int halves = plan.upperStarts.empty() ? 1 : 2;
+    const int halves = plan.upperStarts.empty() ? 1 : 3;
     return std::int64_t{plan.structure.supernodes()} * halves * std::int64_t{sizeof(std::uint64_t)};
 }
 
@@ -28,18 +54,32 @@ template <class T>
 typename FactorStore<T>::Half FactorStore<T>::lower() const noexcept
 {
     const auto supernodes = static_cast<std::size_t>(plan_.structure.supernodes());
-    return {FactorFile::Lower, FactorFile::LowerBlocks, plan_.lowerStarts,
-            before_ * plan_.sizes.lower * static_cast<std::int64_t>(sizeof(T)),
+    return {FactorFile::Lower,
+            plan_.lowerStarts,
+            {},
+            before_ * plan_.sizes.lower,
             sums_.span().first(supernodes)};
 }
 
+// With the blocks behind them the panels of U take as much as those of L.
 template <class T>
 typename FactorStore<T>::Half FactorStore<T>::upper() const noexcept
 {
     const auto supernodes = static_cast<std::size_t>(plan_.structure.supernodes());
-    return {FactorFile::Upper, FactorFile::UpperBlocks, plan_.upperStarts,
-            before_ * plan_.sizes.upper * static_cast<std::int64_t>(sizeof(T)),
-            sums_.span().last(supernodes)};
+    return {FactorFile::Upper,
+            plan_.upperStarts,
+            {},
+            before_ * plan_.sizes.lower,
+            sums_.span().subspan(supernodes, supernodes)};
+}
+
+// A panel of L is longer than one of U by the block.
+template <class T>
+typename FactorStore<T>::Half FactorStore<T>::blocks() const noexcept
+{
+    const auto supernodes = static_cast<std::size_t>(plan_.structure.supernodes());
+    return {FactorFile::Upper, plan_.lowerStarts, plan_.upperStarts,
+            before_ * plan_.sizes.lower + plan_.sizes.upper, sums_.span().last(supernodes)};
 }
 
 template <class T>
@@ -62,29 +102,142 @@ Factor<T> FactorStore<T>::placedIn(T* room, PositionRange panels, const Factor<T
     return factor;
 }
 
+// Of so many elements those that fall to the piece, which are whole parts but for the last.
 template <class T>
-std::span<std::byte> FactorStore<T>::cells(const Half& half, PositionRange panels,
-                                           T* panelsOfHalf) const noexcept
+typename FactorStore<T>::Stretch FactorStore<T>::shareOf(const PanelPiece& piece,
+                                                         std::int64_t elements) noexcept
 {
-    return std::as_writable_bytes(
-        std::span(panelsOfHalf + half.starts[panels.first], static_cast<std::size_t>(half.elements(panels))));
+    if (piece.shares == 1) return {0, elements};
+    const std::int64_t parts = (elements + kPart - 1) / kPart;
+    const auto bound = [&](int share) { return std::min(parts * share / piece.shares * kPart, elements); };
+    return {bound(piece.share), bound(piece.share + 1)};
+}
+
+// The sum of a panel is that of its parts' sums, each times an odd number of its own: they may come in any
+// order, but not in each other's places.
+template <class T>
+std::uint64_t FactorStore<T>::partSums(const T* cells, Stretch stretch) noexcept
+{
+    std::uint64_t sum = 0;
+    for (std::int64_t at = stretch.first; at < stretch.behind; at += kPart, cells += kPart) {
+        const std::int64_t count = std::min(kPart, stretch.behind - at);
+        sum += checkSum(bytesOf(cells, count)) * static_cast<std::uint64_t>(2 * (at / kPart) + 1);
+    }
+    return sum;
+}
+
+// What was found of panel J; the share that comes first in it settles with what is told of the whole.
+template <class T>
+void FactorStore<T>::enter(const Half& half, int J, const PanelPiece& piece, std::uint64_t found,
+                           std::uint64_t& balance) noexcept
+{
+    if (piece.share == 0) found -= half.sums[J];
+    balance += found * (2 * static_cast<std::uint64_t>(J) + 1);
+}
+
+// Calls move(cells in the panel of L, how many) for elements of the diagonal block of J, which there is a
+// column of the panel apart.
+template <class T>
+template <class Move>
+void FactorStore<T>::forBlockCells(int J, Stretch stretch, T* lower, const Move& move) const
+{
+    const std::int64_t width = plan_.structure.width(J), height = plan_.structure.height(J);
+    T* const panel = lower + plan_.lowerStarts[J];
+    for (std::int64_t at = stretch.first; at < stretch.behind;) {
+        const std::int64_t column = at / width, row = at % width;
+        const std::int64_t count = std::min(width - row, stretch.behind - at);
+        move(panel + column * height + row, count);
+        at += count;
+    }
+}
+
+// Blocks in a row that are a part at most together, or the one that is more.
+template <class T>
+PositionRange FactorStore<T>::blocksTogether(int J, int last) const noexcept
+{
+    PositionRange together{J, J};
+    while (together.last < last && blocks().elements({J, together.last + 1}) <= kPart) ++together.last;
+    return together;
 }
 
 template <class T>
-Failure FactorStore<T>::writeHalf(const Half& half, PositionRange panels, T* from)
+Failure FactorStore<T>::writeHalf(const Half& half, PositionRange panels, const T* from)
 {
-    for (int J = panels.first; J <= panels.last; ++J) half.sums[J] = checkSum(cells(half, {J, J}, from));
-    return files_.write(half.file, half.origin + half.starts[panels.first] * std::int64_t{sizeof(T)},
-                        cells(half, panels, from));
+    for (int J = panels.first; J <= panels.last; ++J)
+        half.sums[J] = partSums(from + half.starts[J], {0, half.elements({J, J})});
+    return files_.write(half.file, half.offset(panels.first, 0),
+                        bytesOf(from + half.starts[panels.first], half.elements(panels)));
 }
 
 template <class T>
-Failure FactorStore<T>::readHalf(const Half& half, PositionRange panels, T* into)
+Failure FactorStore<T>::writeBlocks(PositionRange panels, T* lower)
 {
-    const std::int64_t offset = half.origin + half.starts[panels.first] * std::int64_t{sizeof(T)};
-    if (const Failure failure = files_.read(half.file, offset, cells(half, panels, into))) return failure;
-    for (int J = panels.first; J <= panels.last; ++J) {
-        if (checkSum(cells(half, {J, J}, into)) != half.sums[J]) return files_.changed(half.file);
+    const Half half = blocks();
+    Buffer<T, kPart> buffer;
+    for (int first = panels.first; first <= panels.last;) {
+        const PositionRange run = blocksTogether(first, panels.last);
+        std::fill(half.sums.begin() + run.first, half.sums.begin() + run.last + 1, 0);
+        const std::int64_t whole = half.elements(run);
+        for (std::int64_t at = 0; at < whole; at += kPart) {
+            const Stretch part{at, std::min(at + kPart, whole)};
+            T* to = buffer.cells();
+            for (int J = run.first; J <= run.last; ++J) {
+                const Stretch own = run.first < run.last ? Stretch{0, half.elements({J, J})} : part;
+                forBlockCells(J, own, lower, [&](const T* cells, std::int64_t count) {
+                    to = std::copy_n(cells, count, to);
+                });
+                half.sums[J] += partSums(to - own.count(), own);
+            }
+            if (const Failure failure = files_.write(half.file, half.offset(run.first, at),
+                                                     bytesOf(buffer.cells(), part.count())))
+                return failure;
+        }
+        first = run.last + 1;
+    }
+    return {};
+}
+
+template <class T>
+Failure FactorStore<T>::readHalf(const Half& half, const PanelPiece& piece, T* into, std::uint64_t& balance)
+{
+    const int first = piece.panels.first;
+    const Stretch share = shareOf(piece, half.elements(piece.panels));
+    T* const cells = into + half.starts[first] + share.first;
+    if (const Failure failure =
+            files_.read(half.file, half.offset(first, share.first), bytesInto(cells, share.count())))
+        return failure;
+    for (int J = first; J <= piece.panels.last; ++J) {
+        const Stretch own = shareOf(piece, half.elements({J, J}));
+        enter(half, J, piece, partSums(into + half.starts[J] + own.first, own), balance);
+    }
+    return {};
+}
+
+template <class T>
+Failure FactorStore<T>::readBlocks(const PanelPiece& piece, T* lower, std::uint64_t& balance)
+{
+    const Half half = blocks();
+    Buffer<T, kPart> buffer;
+    for (int first = piece.panels.first; first <= piece.panels.last;) {
+        const PositionRange run = blocksTogether(first, piece.panels.last);
+        const Stretch share = shareOf(piece, half.elements(run));
+        for (int J = run.first; J <= run.last; ++J) enter(half, J, piece, 0, balance);
+        for (std::int64_t at = share.first; at < share.behind; at += kPart) {
+            const Stretch part{at, std::min(at + kPart, share.behind)};
+            const T* from = buffer.cells();
+            if (const Failure failure = files_.read(half.file, half.offset(run.first, at),
+                                                    bytesInto(buffer.cells(), part.count())))
+                return failure;
+            for (int J = run.first; J <= run.last; ++J) {
+                const Stretch own = run.first < run.last ? Stretch{0, half.elements({J, J})} : part;
+                balance += partSums(from, own) * (2 * static_cast<std::uint64_t>(J) + 1);
+                forBlockCells(J, own, lower, [&](T* cells, std::int64_t count) {
+                    std::copy_n(from, count, cells);
+                    from += count;
+                });
+            }
+        }
+        first = run.last + 1;
     }
     return {};
 }
@@ -93,28 +246,38 @@ template <class T>
 Failure FactorStore<T>::write(PositionRange panels, const Factor<T>& from)
 {
     if (const Failure failure = writeHalf(lower(), panels, from.lower)) return failure;
-    return hasUpper() ? writeHalf(upper(), panels, from.upper) : Failure{};
+    if (!hasUpper()) return {};
+    if (const Failure failure = writeHalf(upper(), panels, from.upper)) return failure;
+    return writeBlocks(panels, from.lower);
 }
 
 template <class T>
-Failure FactorStore<T>::read(PositionRange panels, const Factor<T>& into, Halves halves)
+Failure FactorStore<T>::read(const PanelPiece& piece, const Factor<T>& into, Halves halves,
+                             SumBalance& balance)
 {
+    auto& [ofLower, ofUpper, ofBlocks] = balance.ofHalves;
     Failure failure;
-    if (includes(halves, Halves::Lower)) failure = readHalf(lower(), panels, into.lower);
-    if (!failure && includes(halves, Halves::Upper) && hasUpper())
-        failure = readHalf(upper(), panels, into.upper);
+    if (includes(halves, Halves::Lower)) failure = readHalf(lower(), piece, into.lower, ofLower);
+    if (failure || !hasUpper()) return failure;
+    if (includes(halves, Halves::Upper)) failure = readHalf(upper(), piece, into.upper, ofUpper);
+    if (!failure && includes(halves, Halves::Block)) failure = readBlocks(piece, into.lower, ofBlocks);
     return failure;
+}
+
+template <class T>
+Failure FactorStore<T>::judge(const SumBalance& balance) const noexcept
+{
+    const auto [ofLower, ofUpper, ofBlocks] = balance.ofHalves;
+    if (ofLower != 0) return files_.changed(FactorFile::Lower);
+    return ofUpper != 0 || ofBlocks != 0 ? files_.changed(FactorFile::Upper) : Failure{};
 }
 
 template <class T>
 void FactorStore<T>::giveBack() noexcept
 {
-    const auto giveBackHalf = [&](FactorFile file, std::int64_t elements) {
-        const std::int64_t bytes = elements * std::int64_t{sizeof(T)};
-        files_.giveBack(file, before_ * bytes, bytes);
-    };
-    giveBackHalf(FactorFile::Lower, plan_.sizes.lower);
-    if (hasUpper()) giveBackHalf(FactorFile::Upper, plan_.sizes.upper);
+    const std::int64_t bytes = plan_.sizes.lower * std::int64_t{sizeof(T)};
+    files_.giveBack(FactorFile::Lower, before_ * bytes, bytes);
+    if (hasUpper()) files_.giveBack(FactorFile::Upper, before_ * bytes, bytes);
 }
 
 // Calls transfer(file, offset, bytes) for each table, until one fails.
@@ -128,8 +291,9 @@ Failure FactorStore<T>::forEachTable(const Factor<T>& factor, Transfer transfer)
         if (!failure) failure = transfer(file, before_ * size, bytes);
     };
     const std::size_t n = plan_.structure.supernodeOf.size();
+    const auto supernodes = static_cast<std::size_t>(plan_.structure.supernodes());
     table(FactorFile::LowerBlocks, std::as_writable_bytes(lower().sums));
-    if (hasUpper()) table(FactorFile::UpperBlocks, std::as_writable_bytes(upper().sums));
+    if (hasUpper()) table(FactorFile::UpperBlocks, std::as_writable_bytes(sums_.span().last(2 * supernodes)));
     table(FactorFile::RowExchanges, std::as_writable_bytes(std::span(factor.rowExchange, n)));
     table(FactorFile::ColumnExchanges, std::as_writable_bytes(std::span(factor.columnExchange, n)));
     return failure;

@@ -8,14 +8,16 @@
 #include <lintrix/services/export.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Which panels of a supernode.
-enum class Halves : unsigned { None = 0, Lower = 1, Upper = 2, Both = 3 };
+/// Which panels of a supernode. The diagonal block is the top of the panel of L, and may be had without what
+/// is below it.
+enum class Halves : unsigned { None = 0, Lower = 1, Upper = 2, Both = 3, Block = 4, UpperAndBlock = 6 };
 
 constexpr bool includes(Halves halves, Halves half) noexcept
 {
@@ -30,9 +32,30 @@ constexpr Halves without(Halves halves, Halves others) noexcept
     return Halves(static_cast<unsigned>(halves) & ~static_cast<unsigned>(others));
 }
 
+/// What one thread reads at a time: panels in a row, or of a large one a share.
+struct PanelPiece {
+    PositionRange panels{0, -1};
+    int share = 0, shares = 1;
+
+    bool isNone() const noexcept { return panels.first > panels.last; }
+};
+
+/// Of panels that are being read the check sums that were found less those that are told, by their arrays:
+/// null when all of them are there and as they were written.
+struct SumBalance {
+    std::array<std::uint64_t, 3> ofHalves{};
+
+    SumBalance& operator+=(const SumBalance& more) noexcept
+    {
+        for (std::size_t k = 0; k < ofHalves.size(); ++k) ofHalves[k] += more.ofHalves[k];
+        return *this;
+    }
+};
+
 /// Panels stand in the files as they would in memory, one after another, those of factor `mnum` behind those
-/// of the factors before it. Each has a check sum, and the sums of a factor are an array of their own, as are
-/// its exchanges.
+/// of the factors before it. Behind the panels of U stand the diagonal blocks once more, so that a pass which
+/// needs them and U reads nothing else of L. Each panel has a check sum, made of those of its parts: so
+/// several threads can read it. The sums of a factor are an array of their own, as are its exchanges.
 template <class T>
 class LINTRIX_TESTABLE FactorStore {
 public:
@@ -58,24 +81,31 @@ public:
     /// What a room may take beside the panels: L and U begin late, and their end is filled up.
     static constexpr std::int64_t mostBeside() noexcept { return 3 * (kLine - 1); }
 
-    /// The next piece from J on of the wanted panels up to `last`: panels in a row, large enough for a disk,
-    /// small enough to be dealt out. Without any, first is above last.
+    /// The next panels from J on of the wanted ones up to `last` that are moved together: in a row, large
+    /// enough for a disk, small enough for the cache of one thread. Without any, first is above last.
     template <class Wanted>
     PositionRange pieceFrom(int J, int last, const Wanted& wanted) const
     {
-        constexpr std::int64_t most = (1 << 20) / std::int64_t{sizeof(T)};
         while (J <= last && !wanted(J)) ++J;
         PositionRange piece{J, std::min(J, last)};
-        while (piece.last < last && wanted(piece.last + 1) && elements({J, piece.last + 1}) <= most)
+        while (piece.last < last && wanted(piece.last + 1) && elements({J, piece.last + 1}) <= kPiece)
             ++piece.last;
         return piece;
+    }
+    /// How many threads may share the panels of J: one unless they are larger than a piece.
+    int sharesOf(int J) const noexcept
+    {
+        return static_cast<int>(std::clamp<std::int64_t>(elements({J, J}) / kPiece, 1, kMostShares));
     }
 
     /// Several threads may write and read different panels at a time.
     /// @return  {OutOfCoreTransfer, -11}
     Failure write(PositionRange panels, const Factor<T>& from);
-    /// @return  {OutOfCoreTransfer, -11}  also where a panel is not what was written
-    Failure read(PositionRange panels, const Factor<T>& into, Halves halves = Halves::Both);
+    /// Whether panels are what was written shows in `balance`, when all their shares have been read.
+    /// @return  {OutOfCoreTransfer, -11}
+    Failure read(const PanelPiece& piece, const Factor<T>& into, Halves halves, SumBalance& balance);
+    /// @return  {OutOfCoreTransfer, -11} for the file of a panel that is not what was written
+    Failure judge(const SumBalance& balance) const noexcept;
     /// Gives the room that the panels take on the disk back, as far as the file system does. Needs no check
     /// sums.
     void giveBack() noexcept;
@@ -93,25 +123,49 @@ private:
         return place + ((like - place) % kLine + kLine) % kLine;
     }
 
-    // The panels of L, or those of U.
+    static constexpr std::int64_t kPiece = (256 << 10) / std::int64_t{sizeof(T)};
+    static constexpr std::int64_t kMostShares = 1 << 16;
+    // Of a panel, with a check sum of its own; from one to the next it stays in the cache that is nearest.
+    static constexpr std::int64_t kPart = (32 << 10) / std::int64_t{sizeof(T)};
+
+    // The panels of L, those of U, or the diagonal blocks in the file of U.
     struct Half {
-        FactorFile file, sumsFile;
-        std::span<const std::int64_t> starts;
-        std::int64_t origin; // in the file, bytes
+        FactorFile file;
+        std::span<const std::int64_t> starts, less; // panel J begins at starts[J] - less[J]
+        std::int64_t origin;                        // in the file, elements
         std::span<std::uint64_t> sums;
 
+        std::int64_t startOf(int J) const { return starts[J] - (less.empty() ? 0 : less[J]); }
         std::int64_t elements(PositionRange panels) const
         {
-            return starts[panels.last + 1] - starts[panels.first];
+            return startOf(panels.last + 1) - startOf(panels.first);
         }
+        std::int64_t offset(int J, std::int64_t element) const
+        {
+            return (origin + startOf(J) + element) * std::int64_t{sizeof(T)};
+        }
+    };
+    // Elements of a panel, or of several in a row.
+    struct Stretch {
+        std::int64_t first, behind;
+        std::int64_t count() const { return behind - first; }
     };
 
     bool hasUpper() const noexcept { return !plan_.upperStarts.empty(); }
     Half lower() const noexcept;
     Half upper() const noexcept;
-    std::span<std::byte> cells(const Half& half, PositionRange panels, T* panelsOfHalf) const noexcept;
-    Failure writeHalf(const Half& half, PositionRange panels, T* from);
-    Failure readHalf(const Half& half, PositionRange panels, T* into);
+    Half blocks() const noexcept;
+    static Stretch shareOf(const PanelPiece& piece, std::int64_t elements) noexcept;
+    static std::uint64_t partSums(const T* cells, Stretch stretch) noexcept;
+    static void enter(const Half& half, int J, const PanelPiece& piece, std::uint64_t found,
+                      std::uint64_t& balance) noexcept;
+    template <class Move>
+    void forBlockCells(int J, Stretch stretch, T* lower, const Move& move) const;
+    PositionRange blocksTogether(int J, int last) const noexcept;
+    Failure writeHalf(const Half& half, PositionRange panels, const T* from);
+    Failure writeBlocks(PositionRange panels, T* lower);
+    Failure readHalf(const Half& half, const PanelPiece& piece, T* into, std::uint64_t& balance);
+    Failure readBlocks(const PanelPiece& piece, T* lower, std::uint64_t& balance);
     template <class Transfer>
     Failure forEachTable(const Factor<T>& factor, Transfer transfer);
 

@@ -1,5 +1,6 @@
 #include <lintrix/engine/factorization/panel_feed.h>
 
+#include <algorithm>
 #include <complex>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -27,7 +28,8 @@ void PanelFeed<T>::begin(const PanelPass& pass, int number, Halves halves, int u
     halves_ = halves;
     users_ = users;
     next_ = firstOf_ = {pass.first(), number};
-    hasSlot_ = false;
+    hasPlace_ = false;
+    turn_ = 0;
 }
 
 template <class T>
@@ -45,23 +47,22 @@ const Factor<T>* PanelFeed<T>::hold(const Chunk& chunk)
     std::unique_lock lock(mutex_);
     if (isStopped) fail(stopped());
     while (!failure_ && !isThere(chunk)) {
-        const Piece piece = next_.number == chunk.number ? takePiece() : Piece{};
-        if (piece.slot != nullptr) {
+        if (const Piece piece = takePiece(); piece.place != nullptr) {
             bring(piece, lock);
-        } else if (!isThere(chunk)) {
+        } else if (!failure_ && !isThere(chunk)) {
             changed_.wait(lock);
         }
     }
-    return failure_ ? nullptr : &slotOf(chunk.number).at;
+    return failure_ ? nullptr : &placeOf(chunk.number).at;
 }
 
 template <class T>
 bool PanelFeed<T>::leave(const Chunk& chunk)
 {
     const std::lock_guard lock(mutex_);
-    const bool isFree = --slotOf(chunk.number).users == 0;
+    const bool isFree = --placeOf(chunk.number).users == 0;
     if (isFree) changed_.notify_all();
-    return isFree;
+    return isFree && chunk.number % std::max(1, schedule_.slotsAtHand() / 2) == 0;
 }
 
 template <class T>
@@ -69,7 +70,7 @@ bool PanelFeed<T>::serve()
 {
     std::unique_lock lock(mutex_);
     const Piece piece = failure_ ? Piece{} : takePiece();
-    if (piece.slot == nullptr) return false;
+    if (piece.place == nullptr) return false;
     bring(piece, lock);
     return true;
 }
@@ -79,9 +80,9 @@ void PanelFeed<T>::serveToEnd()
 {
     std::unique_lock lock(mutex_);
     while (!failure_ && !next_.isNone()) {
-        if (const Piece piece = takePiece(); piece.slot != nullptr) {
+        if (const Piece piece = takePiece(); piece.place != nullptr) {
             bring(piece, lock);
-        } else if (!next_.isNone()) {
+        } else if (!failure_ && !next_.isNone()) {
             changed_.wait(lock);
         }
     }
@@ -93,7 +94,7 @@ void PanelFeed<T>::end()
     std::unique_lock lock(mutex_);
     next_ = firstOf_ = {{0, -1}, 0};
     changed_.wait(lock, [this] { return onTheWay_ == 0; });
-    for (Slot& slot : slots_) slot.users = 0;
+    for (Place& place : places_) place.users = 0;
 }
 
 template <class T>
@@ -106,28 +107,86 @@ Failure PanelFeed<T>::failure() const
 template <class T>
 bool PanelFeed<T>::isThere(const Chunk& chunk) noexcept
 {
-    const Slot& slot = slotOf(chunk.number);
-    return slot.users > 0 && slot.panels.first == chunk.panels.first && slot.isDealtOut && slot.onTheWay == 0;
+    const Place& place = placeOf(chunk.number);
+    return place.users > 0 && place.panels.first == chunk.panels.first && place.isDealtOut &&
+           place.onTheWay == 0;
 }
 
-// Whether the next chunk could be given its slot.
+// The slots that the next chunk goes to. The turn passes through the slots at hand, by which the memory of
+// each is in the cache when it comes again, and at the end of a pass goes on to the others, whose panels the
+// next pass will find. A large chunk takes its slots wherever the turn is.
 template <class T>
-bool PanelFeed<T>::opens(Slot& slot)
+typename PanelFeed<T>::SlotRange PanelFeed<T>::nextSlots() const noexcept
 {
-    if (slot.users > 0 || next_.panels.last >= behindWritten_) return false;
-    const bool stays = !pass_.isByGroup() && slot.panels.first == next_.panels.first &&
-                       slot.panels.last == next_.panels.last;
-    if (!stays) slot.halves = Halves::None;
-    slot.panels = next_.panels;
-    slot.reads = without(halves_, slot.halves);
-    slot.halves = slot.halves | halves_;
-    T* const place = room_ + (&slot - slots_.data()) * FactorStore<T>::roomFor(schedule_.chunkRoom());
-    slot.at = schedule_.holdsAll() ? store_.placedIn(room_, {0, schedule_.supernodes() - 1}, exchanges_)
-                                   : store_.placedIn(place, slot.panels, exchanges_);
-    slot.users = users_;
-    slot.isDealtOut = false;
-    nextPanel_ = slot.panels.first;
-    return hasSlot_ = true;
+    if (schedule_.holdsAll() || pass_.isByGroup()) {
+        const int slot = next_.number % schedule_.slots();
+        return {slot, slot + 1};
+    }
+    const std::int64_t slotRoom = FactorStore<T>::roomFor(schedule_.chunkRoom());
+    const auto count =
+        static_cast<int>((FactorStore<T>::roomFor(store_.elements(next_.panels)) - 1) / slotRoom) + 1;
+    const int atHand = schedule_.slotsAtHand();
+    const bool goesOn = count > atHand / 2 ||
+                        pass_.left(next_.panels) <= (schedule_.slots() - atHand) * schedule_.chunkRoom() / 2;
+    const int end = goesOn ? schedule_.slots() : atHand;
+    int first = pass_.step() > 0 ? turn_ : turn_ - count;
+    if (first < 0 || first + count > end) first = pass_.step() > 0 ? 0 : end - count;
+    return {first, first + count};
+}
+
+// Whether nobody works in these slots any more; then what stands there is given up.
+template <class T>
+bool PanelFeed<T>::clears(const SlotRange& slots) noexcept
+{
+    const auto isAtWork = [&](const Place& place) { return place.users > 0 && place.slots.meets(slots); };
+    if (std::ranges::any_of(places_, isAtWork)) return false;
+    for (Place& place : places_) {
+        if (place.slots.meets(slots)) place.panels = {0, -1};
+    }
+    return true;
+}
+
+template <class T>
+void PanelFeed<T>::give(Place& place, const SlotRange& slots)
+{
+    place = {};
+    place.panels = next_.panels;
+    place.slots = slots;
+    T* const room = room_ + slots.first * FactorStore<T>::roomFor(schedule_.chunkRoom());
+    place.at = schedule_.holdsAll() ? store_.placedIn(room_, {0, schedule_.supernodes() - 1}, exchanges_)
+                                    : store_.placedIn(room, place.panels, exchanges_);
+}
+
+// Whether the next chunk could be given its slots. Diagonal blocks that came with L are read all the same:
+// whatever has changed in the files is found.
+template <class T>
+bool PanelFeed<T>::opens(Place& place)
+{
+    if (place.users > 0 || next_.panels.last >= behindWritten_) return false;
+    const bool stays = !pass_.isByGroup() && place.panels.first == next_.panels.first &&
+                       place.panels.last == next_.panels.last;
+    if (!stays) {
+        const SlotRange slots = nextSlots();
+        if (!clears(slots)) return false;
+        give(place, slots);
+    }
+    turn_ = pass_.step() > 0 ? place.slots.behind : place.slots.first;
+    place.reads = without(halves_, place.halves);
+    place.halves = place.halves | halves_;
+    place.users = users_;
+    place.isDealtOut = false;
+    nextPanel_ = place.panels.first;
+    nextShare_ = 0;
+    return hasPlace_ = true;
+}
+
+template <class T>
+void PanelFeed<T>::dealtOut(Place& place)
+{
+    place.isDealtOut = true;
+    next_ = after(next_);
+    hasPlace_ = false;
+    changed_.notify_all();
 }
 
 // The next piece in the order of the pass, none where there is no room for it. What needs none is passed by.
@@ -135,24 +194,23 @@ template <class T>
 typename PanelFeed<T>::Piece PanelFeed<T>::takePiece()
 {
     while (!next_.isNone()) {
-        Slot& slot = slotOf(next_.number);
-        if (!hasSlot_ && !opens(slot)) return {};
-        const auto wanted = [this](int K) { return pass_.wants(K); };
-        const PositionRange piece = slot.reads == Halves::None
-                                        ? PositionRange{0, -1}
-                                        : store_.pieceFrom(nextPanel_, slot.panels.last, wanted);
-        const bool isNone = piece.first > piece.last;
-        if (isNone || piece.last == slot.panels.last) {
-            slot.isDealtOut = true;
-            next_ = after(next_);
-            hasSlot_ = false;
-            changed_.notify_all();
+        Place& place = placeOf(next_.number);
+        if (!hasPlace_ && !opens(place)) return {};
+        const int last = place.reads == Halves::None ? nextPanel_ - 1 : place.panels.last;
+        PanelPiece piece{store_.pieceFrom(nextPanel_, last, [this](int K) { return pass_.wants(K); })};
+        if (piece.isNone()) {
+            dealtOut(place);
+            settle(place);
+            continue;
         }
-        if (isNone) continue;
-        nextPanel_ = piece.last + 1;
-        ++slot.onTheWay;
+        piece.shares = store_.sharesOf(piece.panels.first);
+        piece.share = nextShare_;
+        nextShare_ = (nextShare_ + 1) % piece.shares;
+        nextPanel_ = nextShare_ > 0 ? piece.panels.first : piece.panels.last + 1;
+        if (nextPanel_ > place.panels.last) dealtOut(place);
+        ++place.onTheWay;
         ++onTheWay_;
-        return {piece, &slot};
+        return {piece, &place};
     }
     return {};
 }
@@ -164,18 +222,30 @@ void PanelFeed<T>::fail(const Failure& failure)
     changed_.notify_all();
 }
 
+// Panels that are all there must be those that were written.
+template <class T>
+void PanelFeed<T>::settle(const Place& place)
+{
+    if (!place.isDealtOut || place.onTheWay > 0) return;
+    if (const Failure failure = store_.judge(place.balance)) fail(failure);
+}
+
 // Leaves the lock for the length of the transfer.
 template <class T>
 void PanelFeed<T>::bring(const Piece& piece, std::unique_lock<std::mutex>& lock)
 {
-    const Factor<T> into = piece.slot->at;
-    const Halves halves = piece.slot->reads;
+    Place& place = *piece.place;
+    const Factor<T> into = place.at;
+    const Halves halves = place.reads;
+    SumBalance balance;
     lock.unlock();
-    const Failure failure = goesOn() ? store_.read(piece.panels, into, halves) : stopped();
+    const Failure failure = goesOn() ? store_.read(piece.panels, into, halves, balance) : stopped();
     lock.lock();
     if (failure) fail(failure);
-    --piece.slot->onTheWay;
+    place.balance += balance;
+    --place.onTheWay;
     --onTheWay_;
+    settle(place);
     changed_.notify_all();
 }
 

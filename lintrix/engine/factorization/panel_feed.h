@@ -14,9 +14,10 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// The chunks of a pass go through slots in turn. A slot is filled anew as soon as all users have left it, by
-/// whoever calls serve(): threads beside the team, which read ahead, and members of the team that would else
-/// wait for what they need. So users follow the pass each at its own pace, as far apart as there are slots.
+/// The chunks of a pass go through slots in turn, a large one through several that follow each other. A slot
+/// is filled anew as soon as all users have left it, by whoever calls serve(): threads beside the team, which
+/// read ahead, and members of the team that would else wait for what they need. So users follow the pass each
+/// at its own pace, as far apart as there are slots.
 template <class T>
 class LINTRIX_TESTABLE PanelFeed {
 public:
@@ -45,7 +46,7 @@ public:
     Chunk after(const Chunk& chunk) const { return {pass_.after(chunk.panels), chunk.number + pass_.step()}; }
     /// Returns when the chunk is there. @return  null behind the last one, and after a failure
     const Factor<T>* hold(const Chunk& chunk);
-    /// One user has done with it. @return  whether its slot is free
+    /// One user has done with it. @return  whether there is room again that is worth a call for readers
     bool leave(const Chunk& chunk);
 
     /// Reads the next piece, where there is room for it. @return  whether there was
@@ -59,27 +60,45 @@ public:
     Failure failure() const;
 
 private:
-    struct Slot {
+    /// Slots next to each other.
+    struct SlotRange {
+        int first = 0, behind = 0;
+
+        bool meets(const SlotRange& other) const noexcept
+        {
+            return first < other.behind && other.first < behind;
+        }
+    };
+    /// A chunk, and where it stands.
+    struct Place {
         PositionRange panels{0, -1};
+        SlotRange slots;
         Halves halves = Halves::None; ///< that are there, or on their way
         Halves reads = Halves::None;  ///< that this pass has to bring
         Factor<T> at{};
+        SumBalance balance;
         int users = 0;    ///< that have not left it in this pass
         int onTheWay = 0; ///< pieces
         bool isDealtOut = false;
     };
-    /// Panels to be read into a slot.
+    /// Panels to be read to a place.
     struct Piece {
-        PositionRange panels{0, -1};
-        Slot* slot = nullptr;
+        PanelPiece panels;
+        Place* place = nullptr;
     };
 
-    Slot& slotOf(int number) noexcept { return slots_[static_cast<unsigned>(number % schedule_.slots())]; }
+    // No more chunks can be at work than there are slots.
+    Place& placeOf(int number) noexcept { return places_[static_cast<unsigned>(number % schedule_.slots())]; }
     bool goesOn() const noexcept { return work_ == nullptr || work_->goesOn(); }
     void fail(const Failure& failure);
     bool isThere(const Chunk& chunk) noexcept;
-    bool opens(Slot& slot);
+    bool opens(Place& place);
+    SlotRange nextSlots() const noexcept;
+    bool clears(const SlotRange& slots) noexcept;
+    void give(Place& place, const SlotRange& slots);
     Piece takePiece();
+    void dealtOut(Place& place);
+    void settle(const Place& place);
     void bring(const Piece& piece, std::unique_lock<std::mutex>& lock);
 
     FactorStore<T>& store_;
@@ -90,13 +109,14 @@ private:
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
-    std::array<Slot, PanelSchedule::kMostSlots> slots_{};
+    std::array<Place, PanelSchedule::kMostSlots> places_{};
     PanelPass pass_;
     Halves halves_ = Halves::None;
     int users_ = 0;
     Chunk firstOf_{{0, -1}, 0}, next_{{0, -1}, 0}; // to be dealt out
-    int nextPanel_ = 0;                            // of it, once it has its slot
-    bool hasSlot_ = false;
+    int nextPanel_ = 0, nextShare_ = 0;            // of it, once it has its place
+    bool hasPlace_ = false;
+    int turn_ = 0; // the slot that the pass has come to
     int behindWritten_ = 0;
     int onTheWay_ = 0;
     Failure failure_;

@@ -8,7 +8,11 @@ namespace {
 
 constexpr int kShareOfChunks = 8;
 constexpr std::int64_t kLargestForTwoSlots = 6; // then no more than a third of the room
-constexpr std::int64_t kLeastChunk = 1 << 17;   // worth a call of another thread
+constexpr std::int64_t kLeastSlot = 1 << 12;    // worth a call of another thread
+constexpr std::int64_t kSlot = 1 << 15;         // worth a read of a disk, and within the cache of a core
+constexpr std::int64_t kAtHand = 1 << 18;       // within that of the processor
+constexpr int kFewestSlots = 8;
+constexpr int kCells = 64; // of a room that holds all
 
 std::int64_t elementsOf(const FactorPlan& plan, int J) noexcept
 {
@@ -33,22 +37,29 @@ std::int64_t allOf(const FactorPlan& plan) noexcept
 PanelSchedule PanelSchedule::ofFactorization(const FactorPlan& plan, std::int64_t room) noexcept
 {
     const std::int64_t all = allOf(plan), largest = largestOf(plan);
-    if (all <= room) return {plan, all, 0, 1, 1};
+    if (all <= room) return {plan, all, 0, 1};
     const int slots = room >= kLargestForTwoSlots * largest ? 2 : 1;
     const std::int64_t chunk = std::max(largest, room / (kShareOfChunks * slots));
-    return {plan, std::max(largest, room - slots * chunk), chunk, slots, 1};
+    return {plan, std::max(largest, room - slots * chunk), chunk, slots};
 }
 
 // A cell is so much smaller than a slot that the panel which begins at its very end has room there, too.
 PanelSchedule PanelSchedule::ofSolve(const FactorPlan& plan, std::int64_t room) noexcept
 {
     const std::int64_t all = allOf(plan), largest = largestOf(plan);
-    if (all <= room) return {plan, 0, all, kMostSlots, std::max(kLeastChunk, all / (kMostSlots / 2))};
-    const std::int64_t slot = std::max(2 * largest, kLeastChunk);
-    const auto slots = static_cast<int>(std::clamp<std::int64_t>(room / slot, 2, kMostSlots));
-    if (room / slots >= largest) return {plan, 0, room / slots, slots, room / slots - largest + 1};
-    const std::int64_t only = std::max(room, largest);
-    return {plan, 0, only, 1, only - largest + 1};
+    if (all <= room) return {plan, 0, all, kMostSlots, std::max(kLeastSlot, all / kCells), all};
+    room = std::max(room, largest);
+    const auto fewest = std::clamp<std::int64_t>(room / kLeastSlot, 2, kFewestSlots);
+    const std::int64_t slots = std::clamp<std::int64_t>(room / kSlot, fewest, kMostSlots);
+    const std::int64_t slot = room / slots, together = std::max<std::int64_t>(slot / 4, 1);
+    return {plan, 0, slot, static_cast<int>(slots), std::max<std::int64_t>(slot - together + 1, 1), together};
+}
+
+int PanelSchedule::slotsAtHand() const noexcept
+{
+    const int fewest = std::min(4, slots_);
+    return static_cast<int>(
+        std::clamp<std::int64_t>(kAtHand / std::max<std::int64_t>(chunkRoom_, 1), fewest, slots_));
 }
 
 bool PanelSchedule::holdsAll() const noexcept
@@ -71,17 +82,27 @@ PositionRange PanelSchedule::asManyFrom(int J, int last, std::int64_t most) cons
     return range;
 }
 
-std::int64_t PanelSchedule::cellOf(int J) const noexcept
+std::int64_t PanelSchedule::startOf(int J) const noexcept
 {
-    return (plan_.lowerStarts[J] + (plan_.upperStarts.empty() ? 0 : plan_.upperStarts[J])) / cell_;
+    return plan_.lowerStarts[J] + (plan_.upperStarts.empty() ? 0 : plan_.upperStarts[J]);
+}
+
+std::int64_t PanelSchedule::elementsFrom(int J) const noexcept
+{
+    return allOf(plan_) - startOf(J);
+}
+
+bool PanelSchedule::standTogether(int J, int K) const noexcept
+{
+    return elements(J) <= largestTogether_ && elements(K) <= largestTogether_ &&
+           startOf(J) / cell_ == startOf(K) / cell_;
 }
 
 PositionRange PanelSchedule::chunkWith(int J) const noexcept
 {
     PositionRange range{J, J};
-    const std::int64_t cell = cellOf(J);
-    while (range.first > 0 && cellOf(range.first - 1) == cell) --range.first;
-    while (range.last + 1 < supernodes() && cellOf(range.last + 1) == cell) ++range.last;
+    while (range.first > 0 && standTogether(range.first - 1, J)) --range.first;
+    while (range.last + 1 < supernodes() && standTogether(J, range.last + 1)) ++range.last;
     return range;
 }
 
@@ -114,6 +135,12 @@ PositionRange PanelPass::after(PositionRange chunk) const noexcept
     if (isByGroup()) return schedule_->chunkFrom(chunk.last + 1, group_);
     const int next = step_ > 0 ? chunk.last + 1 : chunk.first - 1;
     return next < 0 || next == schedule_->supernodes() ? PositionRange{0, -1} : schedule_->chunkWith(next);
+}
+
+std::int64_t PanelPass::left(PositionRange chunk) const noexcept
+{
+    if (step_ > 0) return schedule_->elementsFrom(chunk.first);
+    return schedule_->elementsFrom(0) - schedule_->elementsFrom(chunk.last + 1);
 }
 
 } // namespace Velmar::Lintrix::detail::engine

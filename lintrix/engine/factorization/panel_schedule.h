@@ -23,15 +23,20 @@ public:
     /// Of a factorization: two slots, where that leaves most of the room to the group. A room that is too
     /// small counts as two of the largest supernode: one at work, one that updates it.
     static PanelSchedule ofFactorization(const FactorPlan& plan, std::int64_t room) noexcept;
-    /// Of a solve, which has no group. A room that is too small counts as the largest supernode; chunks of
-    /// one that holds all panels stand beside each other, as they do in the factor.
+    /// Of a solve, which has no group. A room that is too small counts as the largest supernode. It is cut
+    /// into many slots, so that small panels are read ahead of those at work; a large supernode is a chunk of
+    /// its own, and takes several. Chunks of a room that holds all panels stand beside each other, as they do
+    /// in the factor.
     static PanelSchedule ofSolve(const FactorPlan& plan, std::int64_t room) noexcept;
-    static constexpr int kMostSlots = 64;
+    static constexpr int kMostSlots = 256;
 
-    /// What the panels at work take, and a chunk of those that pass by.
+    /// What the panels at work take, and a slot for those that pass by.
     std::int64_t groupRoom() const noexcept { return groupRoom_; }
     std::int64_t chunkRoom() const noexcept { return chunkRoom_; }
     int slots() const noexcept { return slots_; }
+    /// Slots that a pass goes round in, few enough for them to stay in the processor's cache, as long as more
+    /// panels are to come than the others have room for. Those are for what the pass ends with.
+    int slotsAtHand() const noexcept;
     /// Whether a solve holds all panels at a time.
     bool holdsAll() const noexcept;
 
@@ -45,23 +50,28 @@ public:
 
     /// Of a solve: the chunk that J belongs to. All of them, in one order or the other, make up the factor.
     PositionRange chunkWith(int J) const noexcept;
+    /// Elements of the panels from J on.
+    std::int64_t elementsFrom(int J) const noexcept;
     int supernodes() const noexcept { return plan_.structure.supernodes(); }
 
 private:
     PanelSchedule(const FactorPlan& plan, std::int64_t groupRoom, std::int64_t chunkRoom, int slots,
-                  std::int64_t cell) noexcept
-        : plan_(plan), groupRoom_(groupRoom), chunkRoom_(chunkRoom), slots_(slots), cell_(cell)
+                  std::int64_t cell = 1, std::int64_t largestTogether = 0) noexcept
+        : plan_(plan), groupRoom_(groupRoom), chunkRoom_(chunkRoom), slots_(slots), cell_(cell),
+          largestTogether_(largestTogether)
     {
     }
     // As many supernodes from J on, up to `last`, as take no more than `elements`, but at least one.
     PositionRange asManyFrom(int J, int last, std::int64_t elements) const noexcept;
     std::int64_t elements(int J) const noexcept;
-    std::int64_t cellOf(int J) const noexcept;
+    std::int64_t startOf(int J) const noexcept;
+    bool standTogether(int J, int K) const noexcept;
 
     const FactorPlan& plan_;
     std::int64_t groupRoom_, chunkRoom_;
     int slots_;
-    std::int64_t cell_; // panels that begin in the same one make a chunk of a solve
+    // Panels that begin in the same cell make a chunk of a solve, but for larger ones.
+    std::int64_t cell_, largestTogether_;
 };
 
 /// The chunks of a schedule one after another: all of a solve upwards or downwards, or those that update a
@@ -83,6 +93,8 @@ public:
     /// Numbers of chunks that follow each other differ by this.
     int step() const noexcept { return step_; }
     bool isByGroup() const noexcept { return group_.first <= group_.last; }
+    /// Elements of the panels from this chunk on to the end of a pass that is none by a group.
+    std::int64_t left(PositionRange chunk) const noexcept;
 
 private:
     PanelPass(const PanelSchedule& schedule, PositionRange group, int step) noexcept

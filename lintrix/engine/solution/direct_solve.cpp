@@ -174,8 +174,9 @@ void DirectSolve<T>::solveFromFiles(const T* b, T* x, int count, SolvePart part)
     runParts(blocks, threads_, [&](int block) {
         bring(b + n * block * sides, sidesOf(block), includes(part, SolvePart::Forward), vectorsOf(block));
     });
-    // The diagonal blocks, with their triangles of both factors, stand in L's panels.
-    const Halves ofL = Halves::Lower, ofU = Halves::Both;
+    // The diagonal blocks have triangles of both factors.
+    const Halves ofL = Halves::Lower;
+    const Halves ofU = factor_.upperStarts.empty() ? Halves::Lower : Halves::UpperAndBlock;
     if (includes(part, SolvePart::Forward)) stream_->upwards(transposed_ ? ofU : ofL, blocks, forward);
     if (part == SolvePart::Diagonal) stream_->upwards(ofL, blocks, diagonal);
     if (includes(part, SolvePart::Backward)) stream_->downwards(transposed_ ? ofL : ofU, blocks, backward);

@@ -55,8 +55,9 @@ public:
     /// `b` and `x` are n x count, column after column, and may be the same. Many right-hand sides are dealt
     /// out to the threads in blocks, each of which passes over the factor once. Few share each pass, which
     /// the threads go by parts where there are any; else they are dealt out, too, and one alone is one
-    /// thread's. Of panels in files those of L are read once upwards and once downwards, those of U once, for
-    /// all of them; where that fails, which the stream tells, X is undefined.
+    /// thread's. Panels in files are read once on each of the two ways, for all of them: those of L on the
+    /// one; on the other those of U with the diagonal blocks, or in symmetric storage L again. Where that
+    /// fails, which the stream tells, X is undefined.
     void solve(const T* b, T* x, int count, SolvePart part = SolvePart::All) const;
 
 private:

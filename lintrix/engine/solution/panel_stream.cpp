@@ -6,12 +6,6 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-template <class T>
-bool serve(void* feed)
-{
-    return static_cast<PanelFeed<T>*>(feed)->serve();
-}
-
 int chunksOf(const PanelSchedule& schedule)
 {
     int count = 0;
@@ -27,7 +21,7 @@ PanelStream<T>::PanelStream(FactorStore<T>& store, const PanelSchedule& schedule
                             const StoredFactor<T>& factor, T* room, int threads) noexcept
     : schedule_(schedule), factor_(factor), threads_(threads), chunks_(chunksOf(schedule)),
       feed_(store, schedule, factor.panels, room, factor.work),
-      attendants_(attendantsBeside(threads), serve<T>, &feed_)
+      attendants_(attendantsBeside(threads), serve, this)
 {
 }
 

@@ -8,6 +8,8 @@
 #include <lintrix/services/export.h>
 #include <lintrix/services/team.h>
 
+#include <atomic>
+
 namespace Velmar::Lintrix::detail::engine {
 
 /// Holds as many panels at a time as its room does, and of these the halves that a pass needs. What one pass
@@ -22,8 +24,7 @@ public:
 
     /// Calls visit(part, factor, range) with these halves of the panels of the range in memory, for each
     /// part 0 .. parts-1: the ranges of one in their order, on one thread. Threads of the team that have no
-    /// part read. After a failure, which stays,
-    /// there are no more calls.
+    /// part read, and then those beside it rest. After a failure, which stays, there are no more calls.
     template <class Visit>
     void upwards(Halves halves, int parts, const Visit& visit)
     {
@@ -42,8 +43,10 @@ private:
     void run(const PanelPass& pass, int number, Halves halves, int parts, const Visit& visit)
     {
         feed_.begin(pass, number, halves, parts);
-        attendants_.call();
+        teamReads_ = threads_ > parts;
+        callAttendants();
         runTeam(threads_, [&](const TeamMember& member) {
+            if (member.thread == 0 && teamReads_ && member.threads <= parts) teamReads_ = false;
             if (member.thread >= parts) return feed_.serveToEnd();
             StoredFactor<T> factor = factor_;
             auto chunk = feed_.first();
@@ -51,7 +54,7 @@ private:
                 factor.panels = *panels;
                 member.takeTurns(parts, [&](int part) {
                     visit(part, factor, SupernodeRange{chunk.panels.first, chunk.panels.last});
-                    if (feed_.leave(chunk)) attendants_.call();
+                    if (feed_.leave(chunk)) callAttendants();
                 });
                 chunk = feed_.after(chunk);
             }
@@ -59,9 +62,20 @@ private:
         feed_.end();
     }
 
+    static bool serve(void* self)
+    {
+        auto& own = *static_cast<PanelStream*>(self);
+        return !own.teamReads_ && own.feed_.serve();
+    }
+    void callAttendants()
+    {
+        if (!teamReads_) attendants_.call();
+    }
+
     const PanelSchedule& schedule_;
     StoredFactor<T> factor_;
     int threads_, chunks_ = 0;
+    std::atomic<bool> teamReads_{false};
     PanelFeed<T> feed_;
     Attendants attendants_; // the first to go: they use the feed
 };

@@ -91,7 +91,12 @@ protected:
         FactorStore<T> store(plan, open, 1);
         EXPECT_FALSE(store.allocate());
         EXPECT_FALSE(store.readTables(c.factor()));
-        EXPECT_FALSE(store.read({0, plan.structure.supernodes() - 1}, c.factor()));
+        const PanelPiece all{{0, plan.structure.supernodes() - 1}};
+        for (const Halves halves : {Halves::Both, Halves::Block}) {
+            SumBalance balance;
+            EXPECT_FALSE(store.read(all, c.factor(), halves, balance));
+            EXPECT_FALSE(store.judge(balance));
+        }
     }
 };
 

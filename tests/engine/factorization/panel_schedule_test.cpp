@@ -132,11 +132,17 @@ TEST_P(PanelSchedules, ASolvePassesTheSameChunksUpwardsAndDownwards)
         EXPECT_EQ(schedule.holdsAll(), room >= all());
         const std::int64_t taken = schedule.chunkRoom() * (schedule.holdsAll() ? 1 : schedule.slots());
         EXPECT_LE(taken, std::max(room, largest()));
+        EXPECT_LE(schedule.slotsAtHand(), schedule.slots());
+        EXPECT_GE(schedule.slotsAtHand(), 1);
         std::vector<PositionRange> chunks;
         const PanelPass up = PanelPass::upwards(schedule), down = PanelPass::downwards(schedule);
         for (PositionRange chunk = up.first(); chunk.first <= chunk.last; chunk = up.after(chunk)) {
             EXPECT_EQ(chunk.first, chunks.empty() ? 0 : chunks.back().last + 1);
-            EXPECT_LE(elements(chunk), schedule.chunkRoom());
+            if (chunk.first < chunk.last) {
+                EXPECT_LE(elements(chunk), schedule.chunkRoom());
+            }
+            EXPECT_EQ(up.left(chunk), elements({chunk.first, supernodes() - 1}));
+            EXPECT_EQ(down.left(chunk), elements({0, chunk.last}));
             chunks.push_back(chunk);
         }
         EXPECT_EQ(chunks.back().last, supernodes() - 1);
@@ -151,6 +157,13 @@ TEST_P(PanelSchedules, ASolvePassesTheSameChunksUpwardsAndDownwards)
         }
         EXPECT_TRUE(chunks.empty());
     }
+}
+
+// Also in a room that the largest supernode takes whole, small ones are read ahead.
+TEST_P(PanelSchedules, TheLeastRoomOfASolveHasSeveralSlots)
+{
+    EXPECT_GE(PanelSchedule::ofSolve(plan_, 0).slots(), 2);
+    EXPECT_GE(PanelSchedule::ofSolve(plan_, largest()).slots(), 2);
 }
 
 INSTANTIATE_TEST_SUITE_P(Storages, PanelSchedules,

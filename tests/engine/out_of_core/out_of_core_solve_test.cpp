@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -103,8 +104,9 @@ std::int64_t bytesRead()
     return bytes;
 }
 
-// The diagonal blocks stand in L: one pass needs nothing else, the other needs U as well.
-TEST_P(OutOfCoreSolves, ReadUOnceAndLTwice)
+// The diagonal blocks stand in L, and once more beside U: neither pass of unsymmetric storage needs the
+// panels of the other. In symmetric storage both need L.
+TEST_P(OutOfCoreSolves, ReadWhatEachPassNeeds)
 {
     const ThreadSetting one(1);
     for (const int transposed : {0, 1}) {
@@ -113,12 +115,33 @@ TEST_P(OutOfCoreSolves, ReadUOnceAndLTwice)
         ASSERT_EQ(system.call.run(12), 0);
         std::int64_t most = 1 << 20; // of the structure, read to be compared, and of tables
         for (const std::string& name : system.folder.names())
-            most += (name.ends_with(".lnz") ? 2 : 1) *
+            most += (name.ends_with(".lnz") && isSymmetricStorage(GetParam()) ? 2 : 1) *
                     static_cast<std::int64_t>(std::filesystem::file_size(system.folder.at(name)));
         system.call.set(26, 1);
         const std::int64_t before = bytesRead();
         ASSERT_EQ(system.call.run(33), 0);
         EXPECT_LE(bytesRead() - before, most);
+    }
+}
+
+// From a room for the largest supernode alone to one for the whole factor: chunks stand elsewhere each time,
+// and what a pass finds of the one before it changes. Refinement passes more than once.
+TEST_P(OutOfCoreSolves, HaveTheBitsOfMemoryInEveryCore)
+{
+    const ThreadSetting one(1);
+    const int least = leastCore(kSide, GetParam());
+    OutOfCoreSystem memory(kSide, GetParam(), 2000);
+    memory.call.set(8, 2);
+    ASSERT_EQ(memory.call.run(13), 0);
+    for (const int more : {0, 1, 2, 5, 12}) {
+        OutOfCoreSystem files(kSide, GetParam(), least + more, 2);
+        files.call.set(8, 2);
+        ASSERT_EQ(files.call.run(13), 0);
+        EXPECT_EQ(files.call.x, memory.call.x) << least + more;
+        const ThreadSetting three(3);
+        const std::vector<double> b = files.call.b;
+        ASSERT_EQ(files.call.run(33), 0);
+        EXPECT_LT(residualOf(files.call, b), kSolved);
     }
 }
 
@@ -363,6 +386,39 @@ TEST_P(OutOfCoreFaults, AChangedByteIsFound)
         stream.seekp(static_cast<std::streamoff>(place));
         stream.put(before).flush();
         EXPECT_EQ(system_.call.run(33), 0);
+    }
+}
+
+// A changed block among many, in panels that several threads share.
+TEST(OutOfCoreFactors, ThatAreLargeAreCheckedPartByPart)
+{
+    for (const int mtype : {-2, 11}) {
+        OutOfCoreSystem system(24, mtype, 2000, 2);
+        ASSERT_EQ(system.call.run(12), 0);
+        for (const std::string& name : system.folder.names()) {
+            const bool isUpper = name.ends_with(".unz") && !isSymmetricStorage(mtype);
+            if (!isUpper && !name.ends_with(".lnz")) continue;
+            const std::string path = system.folder.at(name);
+            std::fstream stream(path, std::ios::in | std::ios::out | std::ios::binary);
+            const auto size = std::filesystem::file_size(path);
+            std::mt19937_64 random(3);
+            for (int k = 0; k < 40; ++k) {
+                const auto place = static_cast<std::streamoff>(random() % size);
+                stream.seekg(place);
+                const char before = static_cast<char>(stream.get());
+                stream.seekp(place);
+                stream.put(static_cast<char>(before ^ 1)).flush();
+                for (const int threads : {1, 2}) {
+                    const ThreadSetting setting(threads);
+                    EXPECT_EQ(system.call.run(33), -11) << name << ", byte " << place;
+                }
+                stream.seekp(place);
+                stream.put(before).flush();
+            }
+        }
+        const std::vector<double> b = system.call.b;
+        EXPECT_EQ(system.call.run(33), 0);
+        EXPECT_LT(residualOf(system.call, b), kSolved);
     }
 }
 

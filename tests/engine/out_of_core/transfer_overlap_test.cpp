@@ -38,6 +38,7 @@ struct TransferNotes {
     std::array<bool, kFiles> isOfLower{};      ///< by descriptor
     std::map<std::int64_t, int> reads, writes; ///< how many from each offset on
     std::int64_t bytesRead = 0;
+    std::size_t largestRead = 0;
 
     void clear()
     {
@@ -45,6 +46,7 @@ struct TransferNotes {
         reads.clear();
         writes.clear();
         bytesRead = 0;
+        largestRead = 0;
     }
     void opened(int file, std::string_view path)
     {
@@ -57,6 +59,7 @@ struct TransferNotes {
         if (file < 0 || file >= kFiles || !isOfLower[static_cast<std::size_t>(file)]) return;
         ++(isRead ? reads : writes)[offset];
         if (isRead) bytesRead += static_cast<std::int64_t>(count);
+        if (isRead) largestRead = std::max(largestRead, count);
         changed.notify_all();
     }
 } notes;
@@ -154,6 +157,19 @@ TEST_P(SolveOverlap, PanelsAreReadWhileThoseBeforeThemAreWorkedWith)
 INSTANTIATE_TEST_SUITE_P(Solves, SolveOverlap,
                          ::testing::Combine(::testing::Values(2, -2, 4, -4, 6), ::testing::Values(1, 2),
                                             ::testing::Values(1, 9)));
+
+// Of a panel larger than a core's cache several threads read a share each.
+TEST(LargePanels, AreReadInShares)
+{
+    for (const int mtype : {2, 6, 11}) {
+        OutOfCoreSystem system(24, mtype, leastCore(24, mtype) + 1, 2);
+        ASSERT_EQ(system.call.run(12), 0);
+        notes.clear();
+        ASSERT_EQ(system.call.run(33), 0);
+        EXPECT_GT(notes.bytesRead, 8 << 20);
+        EXPECT_LE(notes.largestRead, std::size_t{1} << 19);
+    }
+}
 
 OwnedGraph fullGraph(int n)
 {
