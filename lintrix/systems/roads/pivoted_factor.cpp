@@ -129,6 +129,19 @@ try {
     return {.error = kEngineNoMemory};
 }
 
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y,
+                                        TransposeMode op, Refining)
+try {
+    const std::span cells(y, static_cast<std::size_t>(size) * static_cast<std::size_t>(columns));
+    copyCells<Cell>({x, cells.size()}, cells);
+    lu_->solve(op, cells);
+    WorkScope::tell(operations(columns));
+    return {};
+} catch (const std::bad_alloc&) {
+    return {.error = kEngineNoMemory};
+}
+
 template class PivotedFactor<double>;
 template class PivotedFactor<Complex>;
 
