@@ -8,6 +8,7 @@
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/quality.h>
 #include <lintrix/systems/roads/words.h>
+#include <lintrix/systems/shifted_factors.h>
 
 #include <fmt/format.h>
 
@@ -26,31 +27,28 @@ using namespace roads;
 namespace {
 
 /// What is estimated is the small part of the bound that is left when the correction is known: the size will
-/// do.
-constexpr NormEstimation kQuick{.columns = 1, .iterations = 2};
+/// do, and one unit vector tells it.
+constexpr NormEstimation kQuick{.columns = 1, .iterations = 1};
 
 /// Y = op(A)^-1 * X by the factor, on raw columns.
 template <class Cell>
-void solveRaw(Factored<Cell>& factor, std::int32_t size, TransposeMode op, std::int32_t columns,
-              const Cell* x, Cell* y)
+void solveRaw(Factored<Cell>& factor, std::int32_t size, TransposeMode op, Refining refining,
+              std::int32_t columns, const Cell* x, Cell* y)
 {
-    const MatrixOf<Cell> X = copyOfColumns(x, size, columns);
-    MatrixOf<Cell> Y = zeroColumns<Cell>(size, columns);
-    const bool solved = factor.solve(X, Y, op, 0).error == 0;
-    const auto cells = cellsOf(Y);
-    if (solved)
-        copyCells<Cell>(cells, {y, cells.size()});
-    else
-        std::fill_n(y, cells.size(), Cell(std::numeric_limits<double>::quiet_NaN()));
+    if (factor.apply(size, columns, x, y, op, refining).error == 0) return;
+    const std::size_t cells = static_cast<std::size_t>(size) * static_cast<std::size_t>(columns);
+    std::fill_n(y, cells, Cell(std::numeric_limits<double>::quiet_NaN()));
 }
 
 /// (A^T)^-H*x is conj(A^-1*conj(x)).
 template <class Cell>
-void solveConjugated(Factored<Cell>& factor, std::int32_t size, std::int32_t columns, const Cell* x, Cell* y)
+void solveConjugated(Factored<Cell>& factor, std::int32_t size, Refining refining, std::int32_t columns,
+                     const Cell* x, Cell* y)
 {
     const auto count = static_cast<std::size_t>(size) * static_cast<std::size_t>(columns);
     MatrixOf<Cell> X = conjugateOf(AccessTo<Cell>::copyOf(x, size, columns));
-    solveRaw(factor, size, TransposeMode::NotTransposed, columns, cellsOf(std::as_const(X)).data(), y);
+    solveRaw(factor, size, TransposeMode::NotTransposed, refining, columns, cellsOf(std::as_const(X)).data(),
+             y);
     X = conjugateOf(AccessTo<Cell>::copyOf(y, size, columns));
     std::copy_n(cellsOf(std::as_const(X)).begin(), count, y);
 }
@@ -95,9 +93,10 @@ bool isZero(Cells cells)
 /// What one reading of A tells of all columns.
 template <class Cell>
 struct Residuals {
-    Residuals(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, const MatrixOf<Cell>& X)
-        : n(static_cast<std::size_t>(A.rows())), b(cellsOf(B)), x(cellsOf(X)), sizes(rowSizesOf(A, op)),
-          r(x.size()), w(x.size())
+    Residuals(const MatrixView<Cell>& A, TransposeMode op, const RowSizes& ofA, const MatrixOf<Cell>& B,
+              const MatrixOf<Cell>& X)
+        : n(static_cast<std::size_t>(A.rows())), b(cellsOf(B)), x(cellsOf(X)), sizes(ofA), r(x.size()),
+          w(x.size())
     {
         residualAndScale(A, op, X.Cols(), b.data(), x.data(), r.data(), w.data());
         errors = backwardErrors<Cell>(sizes, X.Cols(), b.data(), x.data(), r.data(), w.data());
@@ -107,7 +106,7 @@ struct Residuals {
 
     std::size_t n;
     std::span<const Cell> b, x;
-    RowSizes sizes;
+    const RowSizes& sizes;
     std::vector<Cell> r;   ///< in twice the precision
     std::vector<double> w; ///< |op(A)|*|x| + |b|
     std::vector<BackwardError> errors{};
@@ -160,7 +159,8 @@ std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op,
         addUnderflow(all.sizes.terms, std::span(all.w).subspan(all.n * which[k], all.n),
                      residuals.data() + all.n * k);
     }
-    solveRaw(factor, n, op, static_cast<std::int32_t>(which.size()), residuals.data(), corrections.data());
+    solveRaw(factor, n, op, Refining::Unasked, static_cast<std::int32_t>(which.size()), residuals.data(),
+             corrections.data());
     std::vector<double> estimates;
     for (std::size_t k = 0; k < which.size(); ++k) {
         WorkScope::tell();
@@ -171,17 +171,28 @@ std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op,
     return estimates;
 }
 
+/// A correction by a solve with the relative error e leaves e*R of its residual, from which the condition
+/// makes e*condition of the correction again: where that is little, a further step of refinement tells no
+/// more. The drift of the factor alone is e of a solve without a step, its square with one.
+Refining enoughFor(const FactorQuality& factor)
+{
+    constexpr double kLittle = 1.0 / 64;
+    if (!factor.plainDrift || !factor.condition) return Refining::Unasked;
+    const double drift = *factor.plainDrift, condition = *factor.condition;
+    if (drift * condition <= kLittle) return Refining::Never;
+    return drift * drift * condition <= kLittle ? Refining::Once : Refining::Unasked;
+}
+
 /// The corrections op(A)^-1 * R of `columns` columns. What the factor is worth is found out before, if nobody
 /// has yet: by solves of its own, so that the bits of a bound do not depend on who asked first.
 template <class Cell>
 std::vector<Cell> correctionsOf(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
                                 std::int32_t columns, const std::vector<Cell>& R, const BoundsAsked& asked)
 {
-    if (asked.ofFactor && !*asked.ofFactor)
-        *asked.ofFactor =
-            qualityOfFactor(A, inverseBy(factor, A.rows(), TransposeMode::NotTransposed), asked.question);
+    if (asked.ofFactor && !*asked.ofFactor) *asked.ofFactor = qualityBy(factor, A, asked.question);
+    const Refining refining = asked.ofFactor ? enoughFor(**asked.ofFactor) : Refining::Unasked;
     std::vector<Cell> D(R.size());
-    inverseBy(factor, A.rows(), op).times(columns, R.data(), D.data());
+    inverseBy(factor, A.rows(), op, refining).times(columns, R.data(), D.data());
     return D;
 }
 
@@ -269,19 +280,34 @@ std::string reasonOf(const ColumnQuality& column)
 } // namespace
 
 template <class Cell>
-LinearMap<Cell> inverseBy(Factored<Cell>& factor, std::int32_t size, TransposeMode op)
+LinearMap<Cell> inverseBy(Factored<Cell>& factor, std::int32_t size, TransposeMode op, Refining refining)
 {
     LinearMap<Cell> inverse{size, size, {}, {}};
-    inverse.times = [&factor, size, op](std::int32_t columns, const Cell* x, Cell* y) {
-        solveRaw(factor, size, op, columns, x, y);
+    inverse.times = [&factor, size, op, refining](std::int32_t columns, const Cell* x, Cell* y) {
+        solveRaw(factor, size, op, refining, columns, x, y);
     };
-    inverse.adjointTimes = [&factor, size, op](std::int32_t columns, const Cell* x, Cell* y) {
-        if (op == TransposeMode::Transposed) return solveConjugated(factor, size, columns, x, y);
+    inverse.adjointTimes = [&factor, size, op, refining](std::int32_t columns, const Cell* x, Cell* y) {
+        if (op == TransposeMode::Transposed) return solveConjugated(factor, size, refining, columns, x, y);
         const bool plain = op == TransposeMode::NotTransposed;
         solveRaw(factor, size, plain ? TransposeMode::ConjugateTransposed : TransposeMode::NotTransposed,
-                 columns, x, y);
+                 refining, columns, x, y);
     };
     return inverse;
+}
+
+template <class Cell>
+FactorQuality qualityBy(Factored<Cell>& factor, const MatrixView<Cell>& A, const FactorQuestion& asked)
+{
+    constexpr std::int32_t kSteps = 2; // that it would take unasked
+    const bool byResiduals = asked.shift && factor.refinesUnasked();
+    FactorQuestion question = asked;
+    if (byResiduals) {
+        question.steps = kSteps;
+        question.near = kSureDrift;
+    }
+    const LinearMap<Cell> inverse = inverseBy(factor, A.rows(), TransposeMode::NotTransposed,
+                                              byResiduals ? Refining::Never : Refining::Unasked);
+    return qualityOfFactor(A, inverse, question);
 }
 
 template <class Cell>
@@ -290,7 +316,10 @@ improvedColumns(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell
                 const ColumnUnits<Cell>* units, Factored<Cell>* factor, const BoundsAsked& asked)
 {
     if (units) X = units->thereAndBack(std::move(X));
-    const Residuals<Cell> all(A, op, B, std::as_const(X));
+    std::optional<RowSizes> own;
+    if (!asked.sizes) own = rowSizesOf(A, op);
+    const RowSizes& sizes = asked.sizes ? *asked.sizes : *own;
+    const Residuals<Cell> all(A, op, sizes, B, std::as_const(X));
     std::vector<ColumnQuality> columns = qualityOfColumns(A, op, all, factor, asked);
     const Verdict best = roads::verdictOf(0.0, asked.probeError);
     const bool isWorse = std::ranges::any_of(columns, [best](const ColumnQuality& column) {
@@ -298,11 +327,12 @@ improvedColumns(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell
     });
     if (!isWorse || !factor || asked.columns <= 0) return columns;
     MatrixOf<Cell> corrected(X.Rows(), X.Cols());
-    solveRaw(*factor, A.rows(), op, X.Cols(), residualsOfSolutions(all).data(), cellsOf(corrected).data());
+    solveRaw(*factor, A.rows(), op, Refining::Unasked, X.Cols(), residualsOfSolutions(all).data(),
+             cellsOf(corrected).data());
     corrected = X + corrected;
     if (units) corrected = units->thereAndBack(std::move(corrected));
     const std::vector<ColumnQuality> after =
-        qualityOfColumns(A, op, Residuals<Cell>(A, op, B, std::as_const(corrected)), factor, asked);
+        qualityOfColumns(A, op, Residuals<Cell>(A, op, sizes, B, std::as_const(corrected)), factor, asked);
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
         const auto at = static_cast<std::size_t>(j);
         if (after[at].verdict >= columns[at].verdict) continue;
@@ -346,8 +376,10 @@ template double residualOf(const std::vector<ColumnQuality>&, const ColumnUnits<
 template double residualOf(const std::vector<ColumnQuality>&, const ColumnUnits<Complex>*);
 template void lowerToWorst(SystemAnswer<double>&, const ColumnUnits<double>*);
 template void lowerToWorst(SystemAnswer<Complex>&, const ColumnUnits<Complex>*);
-template LinearMap<double> inverseBy(Factored<double>&, std::int32_t, TransposeMode);
-template LinearMap<Complex> inverseBy(Factored<Complex>&, std::int32_t, TransposeMode);
+template LinearMap<double> inverseBy(Factored<double>&, std::int32_t, TransposeMode, Refining);
+template LinearMap<Complex> inverseBy(Factored<Complex>&, std::int32_t, TransposeMode, Refining);
+template FactorQuality qualityBy(Factored<double>&, const MatrixView<double>&, const FactorQuestion&);
+template FactorQuality qualityBy(Factored<Complex>&, const MatrixView<Complex>&, const FactorQuestion&);
 template std::vector<ColumnQuality> improvedColumns(const MatrixView<double>&, TransposeMode, const Matrix&,
                                                     Matrix&, const ColumnUnits<double>*, Factored<double>*,
                                                     const BoundsAsked&);

@@ -4,6 +4,7 @@
 
 #include <lintrix/systems/linear_map.h>
 #include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/factor_quality.h>
 #include <lintrix/systems/quality/matrix_view.h>
 #include <lintrix/systems/roads/column_units.h>
@@ -17,7 +18,14 @@ namespace Velmar::Lintrix::detail {
 
 /// The inverse of op(A) by a factor, as good as that is; NaN where the factor fails. Good as long as it.
 template <class Cell>
-LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, TransposeMode op);
+LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, TransposeMode op,
+                          roads::Refining refining = roads::Refining::Unasked);
+
+/// What the factor of A is worth. Where the drift is asked for, steps of refinement are taken by that alone,
+/// and only as long as the factor with them is not near enough to A for its signs.
+template <class Cell>
+FactorQuality qualityBy(roads::Factored<Cell>& factor, const MatrixView<Cell>& A,
+                        const FactorQuestion& asked);
 
 struct BoundsAsked {
     std::int32_t columns = 0; ///< whose errors are bounded at most
@@ -25,8 +33,9 @@ struct BoundsAsked {
     /// What the factor is worth, which spares work. Where this is empty, it is found out on the way; null:
     /// nothing is known.
     std::optional<FactorQuality>* ofFactor = nullptr;
-    FactorQuestion question{}; ///< then
-    bool isOfAnother = false;  ///< the factor, of a matrix nearby: it estimates, and bounds nothing
+    FactorQuestion question{};       ///< then
+    bool isOfAnother = false;        ///< the factor, of a matrix nearby: it estimates, and bounds nothing
+    const RowSizes* sizes = nullptr; ///< of op(A), where they are known
 };
 
 /// Of op(A)*X = B, all of B's columns, X as it will be in the given units (none: as it is). Bounded are

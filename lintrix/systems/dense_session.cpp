@@ -1,13 +1,19 @@
 #include <lintrix/systems/session.h>
 
 #include <lintrix/foundation/failures.h>
+#include <lintrix/systems/cells.h>
 #include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/factor_quality.h>
+#include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/dense_solver.h>
 #include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/probed_columns.h>
 #include <lintrix/systems/roads/road_choice.h>
+#include <lintrix/systems/singular_system.h>
+#include <lintrix/systems/sure_inertia.h>
 
 #include <algorithm>
 #include <atomic>
@@ -90,7 +96,8 @@ private:
         const M zero(op == TransposeMode::NotTransposed ? rows() : cols(), 1);
         if (probeAlone) given = &zero;
         SystemAnswer<Cell> answer =
-            rows() == cols() ? solveSquare(given, known, op) : solveRectangular(given, known, op);
+            rows() == cols() ? solveSquare(given, known, op, probeAlone) : solveRectangular(given, known, op);
+        if (rows() == cols()) answer.inertia = inertiaOnce();
         if (probeAlone) {
             answer.x.reset();
             answer.columns.clear();
@@ -114,26 +121,103 @@ private:
     {
         if (options_.errorBounds <= 0) return std::nullopt;
         const std::lock_guard turn(busy_);
-        if (!quality_)
-            quality_ = qualityOfFactor<Cell>(MatrixView<Cell>(A_),
-                                             inverseBy<Cell>(factor, rows(), TransposeMode::NotTransposed));
+        if (!quality_) quality_ = qualityBy<Cell>(factor, MatrixView<Cell>(A_), {});
         return quality_;
     }
 
-    SystemAnswer<Cell> solveSquare(const M* given, const M* known, TransposeMode op)
+    /// Of a symmetric or Hermitian matrix of numbers, where bounds are asked for.
+    std::optional<CertainInertia> inertiaOnce()
     {
-        Answer<M> found{.road = "LU"};
-        DenseFactor<Cell>& factor = factorOnce();
-        if (factor.isSingular()) {
-            finish("solve");
-            found.status = Status::Singular;
-            return told(found, A_, {});
+        if (options_.errorBounds <= 0) return std::nullopt;
+        const std::lock_guard turn(busy_);
+        if (!isHermitian_) isHermitian_ = allFinite(A_) && isItsOwnAdjoint();
+        if (*isHermitian_ && !inertia_) {
+            const double own = cost().bytesInMemory;
+            inertia_ = sureInertia<Cell>(
+                A_, [this, own] { return MemoryBudget(options_).left(own); }, options_.certainInertia);
+            finish("check");
         }
+        return inertia_;
+    }
+
+    bool isItsOwnAdjoint() const
+    {
+        for (std::int32_t j = 0; j < cols(); ++j) {
+            WorkScope::tell();
+            for (std::int32_t i = 0; i <= j; ++i)
+                if (A_(i, j) != conjugate(A_(j, i))) return false;
+        }
+        return true;
+    }
+
+    SystemAnswer<Cell> solveSquare(const M* given, const M* known, TransposeMode op, bool probeAlone)
+    {
+        DenseFactor<Cell>& factor = factorOnce();
         const ProbedColumns<Cell> columns = probedColumns<Cell>(A_, given, known, op);
         M X(rows(), columns.B.Cols());
         if (factor.solve(columns.B, X, op, {}).error != 0) throw NotEnoughMemoryException();
         finish("solve");
-        return judged(factor, columns, std::move(X), known, op);
+        if (!factor.isSingular() && !isSolvedByAnother(columns, X, op))
+            return judged(factor, columns, std::move(X), known, op);
+        SystemAnswer<Cell> singular = judgedSingular(factor, columns, op, probeAlone);
+        if (singular.solutions || factor.isSingular()) return singular;
+        SystemAnswer<Cell> answer = judged(factor, columns, std::move(X), known, op);
+        answer.faults = std::move(singular.faults);
+        return answer;
+    }
+
+    /// Something else than the probe solves its system to rounding level.
+    bool isSolvedByAnother(const ProbedColumns<Cell>& columns, const M& X, TransposeMode op) const
+    {
+        const M probe = columnOf(columns.known, columns.known.Cols() - 1), back = columnOf(X, X.Cols() - 1),
+                b = columnOf(columns.B, columns.B.Cols() - 1);
+        if (probeErrorInUnits(probe, back) < kNoDigit) return false;
+        M r(rows(), 1);
+        const MatrixView<Cell> A(A_);
+        residual(A, op, 1, cellsOf(b).data(), cellsOf(back).data(), cellsOf(r).data());
+        const auto size = [this](const M& x) { return largestModulus(cellsOf(x).data(), rows()); };
+        return normwiseBackwardError(rowSizesOf(A, op).norm, size(back), size(b), size(r)) <= kRoundingLevel;
+    }
+
+    /// Of a matrix that is singular to working precision, as of a sparse one. The probe alone has no solution
+    /// to be told of.
+    SystemAnswer<Cell> judgedSingular(DenseFactor<Cell>& factor, const ProbedColumns<Cell>& columns,
+                                      TransposeMode op, bool probeAlone)
+    {
+        const std::int32_t count = probeAlone ? 0 : columns.B.Cols() - 1;
+        const MatrixView<Cell> A(A_);
+        SingularJudgement<Cell> singular =
+            judgeSingular<Cell>(A, factor, op, columns.B, count, cost().operations);
+        Answer<M> found{.status = Status::Singular, .road = "LU"};
+        SystemAnswer<Cell> answer = told(found, A_, {});
+        answer.faults = std::move(singular.faults);
+        if (singular.solutions == Solutions::Unknown) return answer;
+        answer.solutions = singular.solutions;
+        if (!singular.x) {
+            answer.reason = "singular, and the right-hand side is not in the range";
+            answer.complaint = "there is no good solution: " + answer.reason;
+            return answer;
+        }
+        answer.verdict = Verdict::Degraded;
+        answer.reason = "singular: the shortest of many solutions";
+        answer.complaint.clear();
+        answer.x = std::move(singular.x);
+        tellOfMany(answer, columns, op);
+        return answer;
+    }
+
+    void tellOfMany(SystemAnswer<Cell>& answer, const ProbedColumns<Cell>& columns, TransposeMode op) const
+    {
+        M B(columns.B);
+        B.Cols(answer.x->Cols());
+        const ColumnUnits<Cell>* const units = columns.units ? &*columns.units : nullptr;
+        answer.columns =
+            improvedColumns<Cell>(MatrixView<Cell>(A_), op, B, *answer.x, units, nullptr, BoundsAsked());
+        if (units) units->multiply(*answer.x);
+        answer.residual = residualOf(answer.columns, units);
+        for (ColumnQuality& column : answer.columns)
+            column.verdict = std::max(column.verdict, Verdict::Degraded);
+        lowerToWorst(answer, units);
     }
 
     /// The worst of the columns counts, and the probe.
@@ -219,6 +303,8 @@ private:
     MatrixTraits traits_{};
     std::unique_ptr<DenseFactor<Cell>> factor_{}; ///< of a square matrix, once it was asked for
     std::optional<FactorQuality> quality_{};      ///< likewise
+    std::optional<bool> isHermitian_{};           ///< likewise
+    std::optional<CertainInertia> inertia_{};     ///< then, likewise
     std::mutex busy_{};                           ///< that makes them
     std::atomic<std::int32_t> factorizations_ = 0;
 };

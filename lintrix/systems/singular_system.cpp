@@ -174,12 +174,11 @@ Solutions judgeStructurallySingular(const SparseEntries<Cell>& A, const Structur
 }
 
 template <class Cell>
-SingularJudgement<Cell> judgeSingular(const SparseOf<Cell>& A, Factored<Cell>& factor, TransposeMode op,
+SingularJudgement<Cell> judgeSingular(const MatrixView<Cell>& A, Factored<Cell>& factor, TransposeMode op,
                                       const MatrixOf<Cell>& B, std::int32_t columns, double operations)
 {
-    const MatrixView<Cell> view(A);
-    const LinearMap<Cell> map = mapOf(view, op), inverse = inverseBy(factor, A.Rows(), op);
-    const double norm = op == TransposeMode::NotTransposed ? infinityNorm(view) : oneNorm(view);
+    const LinearMap<Cell> map = mapOf(A, op), inverse = inverseBy(factor, A.rows(), op);
+    const double norm = op == TransposeMode::NotTransposed ? infinityNorm(A) : oneNorm(A);
     const NearNull<Cell> nearNull = findAllNear(map, inverse, norm, factor, operations);
     SingularJudgement<Cell> judgement{.faults = faultsOf(nearNull, op)};
     if (nearNull.nullity == 0 || columns == 0) return judgement;
@@ -199,9 +198,9 @@ template Solutions judgeStructurallySingular(const SparseEntries<double>&, const
                                              TransposeMode, const Matrix&);
 template Solutions judgeStructurallySingular(const SparseEntries<Complex>&, const StructuralFaults&,
                                              TransposeMode, const CMatrix&);
-template SingularJudgement<double> judgeSingular<double>(const SparseMatrix&, Factored<double>&,
+template SingularJudgement<double> judgeSingular<double>(const MatrixView<double>&, Factored<double>&,
                                                          TransposeMode, const Matrix&, std::int32_t, double);
-template SingularJudgement<Complex> judgeSingular<Complex>(const CSparseMatrix&, Factored<Complex>&,
+template SingularJudgement<Complex> judgeSingular<Complex>(const MatrixView<Complex>&, Factored<Complex>&,
                                                            TransposeMode, const CMatrix&, std::int32_t,
                                                            double);
 

@@ -3,6 +3,7 @@
 /// A system whose matrix is singular to working precision: what makes it so, and whether there are solutions.
 
 #include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/quality/matrix_view.h>
 #include <lintrix/systems/roads/factored.h>
 #include <lintrix/systems/structure/structural_faults.h>
 
@@ -18,12 +19,12 @@ struct SingularJudgement {
     std::optional<MatrixOf<Cell>> x{};
 };
 
-/// Of op(A)*X = B, of the first `columns` of B (or of none), by a factor whose pivots were replaced. Up to 32
-/// directions are found that A sends to zero; of more it stays unknown whether there are solutions.
-/// Cost: some twenty solves of four columns; of more columns where more directions show, up to half of the
-/// `operations` of the factorization; and some of each right-hand side.
+/// Of op(A)*X = B, of the first `columns` of B (or of none), by a factor whose pivots are small or were
+/// replaced. Up to 32 directions are found that A sends to zero; of more it stays unknown whether there are
+/// solutions. Cost: some twenty solves of four columns; of more columns where more directions show, up to
+/// half of the `operations` of the factorization; and some of each right-hand side.
 template <class Cell>
-SingularJudgement<Cell> judgeSingular(const SparseOf<Cell>& A, roads::Factored<Cell>& factor,
+SingularJudgement<Cell> judgeSingular(const MatrixView<Cell>& A, roads::Factored<Cell>& factor,
                                       TransposeMode op, const MatrixOf<Cell>& B, std::int32_t columns,
                                       double operations);
 

@@ -3,7 +3,6 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/quality/residual.h>
-#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/probed_columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/solver_pool.h>
@@ -331,8 +330,8 @@ private:
     }
 
     /// A column that is worse than the probe may owe that to the pivots, as the probe itself may where the
-    /// units of A are far apart and the road has left them so: exchanges of rows in units of their own might
-    /// do better. Of a singular matrix they tell nothing.
+    /// road has left the units of A as they are: exchanges of rows in units of their own might do better. Of
+    /// a singular matrix they tell nothing.
     bool mayBePivoted(const SystemAnswer<Cell>& answer, const Outcome<Cell>& outcome,
                       const Units& units) const
     {
@@ -342,10 +341,8 @@ private:
                             outcome.store == FactorStore::Memory;
         if (!isOpen) return false;
         const Verdict ofProbe = verdictOf(0.0, outcome.quality->probeError);
-        const bool isInUnits =
-            ofProbe != Verdict::Accurate && !scales(road) && road != Road::Cholesky &&
-            !unitsOfUnknowns(MatrixView<Cell>(matrix_.Matrix()), TransposeMode::NotTransposed).empty();
-        const Verdict expected = isInUnits ? Verdict::Accurate : ofProbe;
+        const bool isOfPivots = ofProbe != Verdict::Accurate && !scales(road) && road != Road::Cholesky;
+        const Verdict expected = isOfPivots ? Verdict::Accurate : ofProbe;
         for (std::size_t j = 0; j < answer.columns.size(); ++j)
             if (answer.columns[j].verdict > expected && (!units || units->isFinite(j))) return true;
         return false;
@@ -385,7 +382,7 @@ private:
         SystemAnswer<Cell> answer = tell(outcome);
         if (outcome.isSolvedByAnother() && outcome.factor) tellOfSingular(answer, request, outcome);
         if (answer.x) judgeColumns(answer, request, units, outcome);
-        if (outcome.quality) judgeFactor(answer, outcome);
+        if (outcome.quality) judgeFactor(answer, outcome, request.op);
         if (tellsInertia(outcome)) answer.inertia = inertiaOnce(outcome, request.B.Cols());
         return answer;
     }
@@ -416,7 +413,7 @@ private:
                         Outcome<Cell>& outcome) const
     {
         SingularJudgement<Cell> singular =
-            judgeSingular<Cell>(matrix_.Matrix(), *outcome.factor, request.op, request.B,
+            judgeSingular<Cell>(MatrixView<Cell>(matrix_.Matrix()), *outcome.factor, request.op, request.B,
                                 request.B.Cols() - 1, outcome.cost.operations);
         runner_.finish("check");
         answer.faults = std::move(singular.faults);
@@ -468,23 +465,27 @@ private:
         return outcome.verdict() == Verdict::Accurate || (exhausted_ && outcome.verdict() <= *exhausted_);
     }
 
-    /// Of a Hermitian matrix, whose signs it may tell, the drift as well.
-    FactorQuestion ofFactor() const
+    /// Of a Hermitian matrix, whose signs it may tell, the drift as well. The rows of op(A) tell the norm
+    /// where they are columns of A, or as large as these.
+    FactorQuestion ofFactor(const Outcome<Cell>& outcome, TransposeMode op) const
     {
-        return {.shift = matrix_.Traits().hermitian ? std::optional(0.0) : std::nullopt};
+        FactorQuestion question;
+        if (matrix_.Traits().hermitian) question.shift = 0.0;
+        const bool areColumns = op != TransposeMode::NotTransposed || matrix_.Traits().mirrored();
+        if (outcome.sizes && areColumns) question.oneNorm = outcome.sizes->norm;
+        return question;
     }
 
     /// Where bounds are asked for: what the factor is worth, whatever is solved with it, if no bound has
     /// asked for it yet.
-    void judgeFactor(SystemAnswer<Cell>& answer, Outcome<Cell>& outcome) const
+    void judgeFactor(SystemAnswer<Cell>& answer, Outcome<Cell>& outcome, TransposeMode op) const
     {
         if (options_.errorBounds <= 0 || !outcome.factor || outcome.store != FactorStore::Memory ||
             outcome.reusedFactor)
             return;
         if (!outcome.factorQuality) {
-            outcome.factorQuality = qualityOfFactor<Cell>(
-                MatrixView<Cell>(matrix_.Matrix()),
-                inverseBy(*outcome.factor, matrix_.Size(), TransposeMode::NotTransposed), ofFactor());
+            outcome.factorQuality =
+                qualityBy(*outcome.factor, MatrixView<Cell>(matrix_.Matrix()), ofFactor(outcome, op));
             runner_.finish("check");
         }
         if (!outcome.isSolvedByAnother()) answer.condition = outcome.factorQuality->condition;
@@ -495,9 +496,10 @@ private:
                       Outcome<Cell>& outcome) const
     {
         const bool isUnique = answer.solutions != Solutions::Many;
-        answer.columns = improvedColumns<Cell>(
-            MatrixView<Cell>(matrix_.Matrix()), request.op, withoutProbe(request.B), *answer.x,
-            units ? &*units : nullptr, outcome.factor.get(), isUnique ? boundsFor(outcome) : BoundsAsked());
+        answer.columns =
+            improvedColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, withoutProbe(request.B),
+                                  *answer.x, units ? &*units : nullptr, outcome.factor.get(),
+                                  isUnique ? boundsFor(outcome, request.op) : BoundsAsked());
         if (units) units->multiply(*answer.x);
         runner_.finish("check");
         if (!isUnique) tellOfMany(answer);
@@ -519,7 +521,8 @@ private:
     {
         return options_.errorBounds > 0 && outcome.store == FactorStore::Memory &&
                matrix_.Traits().hermitian && !outcome.reusedFactor &&
-               std::isfinite(infinityNorm(MatrixView<Cell>(matrix_.Matrix())));
+               std::isfinite(outcome.sizes ? outcome.sizes->norm
+                                           : infinityNorm(MatrixView<Cell>(matrix_.Matrix())));
     }
 
     const CertainInertia& inertiaOnce(Outcome<Cell>& outcome, std::int32_t rightHands)
@@ -536,13 +539,17 @@ private:
     /// Solves with a factor in files read all of it each time, what cannot be but failed needs no bound, and
     /// a factor of other values tells none. Where another than the probe solves its system, no column is a
     /// solution.
-    BoundsAsked boundsFor(Outcome<Cell>& outcome) const
+    BoundsAsked boundsFor(Outcome<Cell>& outcome, TransposeMode op) const
     {
         const double probeError = outcome.quality->probeError;
         if (outcome.isSolvedByAnother()) return {0, std::numeric_limits<double>::quiet_NaN()};
         const bool pays = outcome.store == FactorStore::Memory && probeError < kNoDigit;
-        return {pays && !outcome.reusedFactor ? options_.errorBounds : 0, probeError, &outcome.factorQuality,
-                ofFactor(), outcome.attempt.road == Road::Delayed && outcome.perturbed > 0};
+        return {.columns = pays && !outcome.reusedFactor ? options_.errorBounds : 0,
+                .probeError = probeError,
+                .ofFactor = &outcome.factorQuality,
+                .question = ofFactor(outcome, op),
+                .isOfAnother = outcome.attempt.road == Road::Delayed && outcome.perturbed > 0,
+                .sizes = outcome.sizes ? &*outcome.sizes : nullptr};
     }
 
     SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const

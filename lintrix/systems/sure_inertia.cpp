@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <type_traits>
 
 namespace Velmar::Lintrix::detail {
 
@@ -46,14 +47,20 @@ std::optional<CertainInertia> atHand(std::int32_t order, const Outcome<Cell>& ou
                           std::max(drift, ofProbe) / factor.inverseNorm};
 }
 
+/// All signs are uncertain.
+CertainInertia nothingOf(std::int32_t order)
+{
+    return {0, 0, order, kInfinity};
+}
+
 /// By factors made for it: of A itself, and where that is not near enough, of A beside shifts.
 template <class Cell>
-CertainInertia byFactors(const SystemMatrix<Cell>& system, double left, bool asked)
+CertainInertia byFactors(const SparseOf<Cell>& A, double left, bool asked)
 {
-    const double norm = infinityNorm(MatrixView<Cell>(system.Matrix()));
-    const CertainInertia uncertain{0, 0, system.Size(), kInfinity};
-    if (!(norm > 0.0) || (!asked && system.Matrix().NumElements() > kFewEntries)) return uncertain;
-    ShiftedFactors<Cell> factors(system.Matrix());
+    const double norm = infinityNorm(MatrixView<Cell>(A));
+    const CertainInertia uncertain = nothingOf(A.Rows());
+    if (!(norm > 0.0)) return uncertain;
+    ShiftedFactors<Cell> factors(A);
     if (!factors.isAffordable(left, asked ? kAffordable : kUnasked)) return uncertain;
     if (const auto own = factors.at(0.0))
         return {own->inertia.positive, own->inertia.negative, 0, own->error};
@@ -64,7 +71,23 @@ CertainInertia byFactors(const SystemMatrix<Cell>& system, double left, bool ask
         if (!shifted) return {{}, 0.5 * kGrowth * std::abs(shift)}; // a larger one is to be tried
         return {shifted->inertia, 0.0};
     };
-    return certainInertia(system.Size(), 0.5 * kShift * norm, inertiaOf);
+    return certainInertia(A.Rows(), 0.5 * kShift * norm, inertiaOf);
+}
+
+/// Of what `matrix` makes, where there is memory for it.
+template <class Cell, class Matrix>
+CertainInertia withinMemory(std::int32_t order, const std::function<double()>& left, bool asked,
+                            const Matrix& matrix)
+{
+    const double bytes = left();
+    if (bytes <= 0.0) return nothingOf(order);
+    try {
+        return byFactors<Cell>(matrix(), bytes, asked);
+    } catch (const NotEnoughMemoryException&) {
+        return nothingOf(order);
+    } catch (const std::bad_alloc&) {
+        return nothingOf(order);
+    }
 }
 
 } // namespace
@@ -74,18 +97,22 @@ CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outc
                            const std::function<double()>& left, bool asked)
 {
     if (const std::optional<CertainInertia> known = atHand(system.Size(), outcome)) return *known;
-    const CertainInertia uncertain{0, 0, system.Size(), kInfinity};
-    const double bytes = left();
-    if (bytes <= 0.0) return uncertain;
-    try {
-        return byFactors(system, bytes, asked);
-    } catch (const NotEnoughMemoryException&) {
-        return uncertain;
-    } catch (const std::bad_alloc&) {
-        return uncertain;
-    }
+    const SparseOf<Cell>& A = system.Matrix();
+    if (!asked && A.NumElements() > kFewEntries) return nothingOf(A.Rows());
+    return withinMemory<Cell>(A.Rows(), left, asked, [&A]() -> const SparseOf<Cell>& { return A; });
 }
 
+template <class Cell>
+CertainInertia sureInertia(const MatrixOf<Cell>& A, const std::function<double()>& left, bool asked)
+{
+    constexpr double perCell = std::is_same_v<Cell, double> ? 1.0 : 4.0;
+    const double n = A.Rows(), operations = perCell * n * n * n / 3.0;
+    if (operations > (asked ? kAffordable : kUnasked)) return nothingOf(A.Rows());
+    return withinMemory<Cell>(A.Rows(), left, asked, [&A] { return SparseOf<Cell>(A); });
+}
+
+template CertainInertia sureInertia<double>(const Matrix&, const std::function<double()>&, bool);
+template CertainInertia sureInertia<Complex>(const CMatrix&, const std::function<double()>&, bool);
 template CertainInertia sureInertia(SystemMatrix<double>&, const Outcome<double>&,
                                     const std::function<double()>&, bool);
 template CertainInertia sureInertia(SystemMatrix<Complex>&, const Outcome<Complex>&,

@@ -31,4 +31,8 @@ template <class Cell>
 CertainInertia sureInertia(SystemMatrix<Cell>& system, const roads::Outcome<Cell>& outcome,
                            const std::function<double()>& left, bool asked);
 
+/// Of a dense one by such factors alone, within the same operations.
+template <class Cell>
+CertainInertia sureInertia(const MatrixOf<Cell>& A, const std::function<double()>& left, bool asked);
+
 } // namespace Velmar::Lintrix::detail

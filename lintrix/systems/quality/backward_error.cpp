@@ -4,6 +4,7 @@
 #include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/quality/vector_norms.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 
@@ -24,6 +25,7 @@ double quotient(Real size, Real scale) noexcept
 
 double guardedQuotient(double size, double scale, const UnderflowGuard& guard) noexcept
 {
+    if (scale > guard.below && scale <= std::numeric_limits<double>::max()) return size / scale;
     const bool isTiny = scale <= guard.below && (size != 0.0 || scale != 0.0);
     return isTiny ? quotient(size + guard.shift, scale + guard.shift) : quotient(size, scale);
 }
@@ -58,9 +60,11 @@ RowSizes rowSizesOf(const MatrixView<Cell>& A, TransposeMode op)
 {
     const bool turned = op != TransposeMode::NotTransposed;
     std::vector<double> sums(turned ? A.cols() : A.rows());
-    rowSums(A, op, sums.data());
+    std::vector<std::int32_t> lengths(sums.size());
+    rowSumsAndLengths(A, op, sums.data(), lengths.data());
     const double norm = largestModulus(sums.data(), static_cast<std::int32_t>(sums.size()));
-    return {std::move(sums), norm, turned ? A.rows() : A.cols(), longestRow(A, op) + 1};
+    const std::int32_t longest = lengths.empty() ? 0 : *std::ranges::max_element(lengths);
+    return {std::move(sums), norm, turned ? A.rows() : A.cols(), longest + 1};
 }
 
 // The exponents of long double hold the product of any two doubles.

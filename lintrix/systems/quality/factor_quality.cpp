@@ -21,22 +21,53 @@ constexpr std::int32_t kSteps = 1;
 /// digits.
 constexpr double kShortfall = 4.0, kSolvable = 1e12;
 
-/// The largest ||x - (A - shift*I)*y||/||x||_inf, y the inverse's answer to x.
+/// Solves that are held against their equations, and refined where that is asked for.
 template <class Cell>
-double driftOf(const MatrixView<Cell>& A, double shift, std::int32_t columns, const Cell* x, const Cell* y)
-{
-    const std::int32_t n = A.rows();
-    std::vector<Cell> r(static_cast<std::size_t>(n) * static_cast<std::size_t>(columns));
-    residual(A, TransposeMode::NotTransposed, columns, x, y, r.data());
-    for (std::size_t i = 0; i < r.size(); ++i) r[i] += shift * y[i];
-    double largest = 0.0;
-    for (std::int32_t c = 0; c < columns; ++c) {
-        const std::int64_t first = std::int64_t{n} * c;
-        const double size = euclideanNorm(r.data() + first, n) / largestModulus(x + first, n);
-        largest = largerOrNaN(largest, size);
+class WatchedSolves {
+public:
+    WatchedSolves(const MatrixView<Cell>& A, const FactorQuestion& asked, FactorQuality& quality)
+        : A_(A), asked_(asked), quality_(quality)
+    {
+        quality_.drift = quality_.plainDrift = 0.0;
     }
-    return largest;
-}
+
+    void solve(const typename LinearMap<Cell>::Apply& inverse, std::int32_t columns, const Cell* x, Cell* y)
+    {
+        inverse(columns, x, y);
+        double drift = driftOf(columns, x, y);
+        quality_.plainDrift = largerOrNaN(*quality_.plainDrift, drift);
+        for (std::int32_t step = 0; step < asked_.steps && !(drift <= asked_.near); ++step) {
+            std::vector<Cell> corrections(left_.size());
+            inverse(columns, left_.data(), corrections.data());
+            for (std::size_t i = 0; i < corrections.size(); ++i) y[i] += corrections[i];
+            drift = driftOf(columns, x, y);
+        }
+        quality_.drift = largerOrNaN(*quality_.drift, drift);
+    }
+
+private:
+    /// The largest ||x - (A - shift*I)*y||/||x||_inf, y the inverse's answer to x.
+    double driftOf(std::int32_t columns, const Cell* x, const Cell* y)
+    {
+        const std::int32_t n = A_.rows();
+        left_.resize(static_cast<std::size_t>(n) * static_cast<std::size_t>(columns));
+        residual(A_, TransposeMode::NotTransposed, columns, x, y, left_.data());
+        if (*asked_.shift != 0.0)
+            for (std::size_t i = 0; i < left_.size(); ++i) left_[i] += *asked_.shift * y[i];
+        double largest = 0.0;
+        for (std::int32_t c = 0; c < columns; ++c) {
+            const std::int64_t first = std::int64_t{n} * c;
+            const double size = euclideanNorm(left_.data() + first, n) / largestModulus(x + first, n);
+            largest = largerOrNaN(largest, size);
+        }
+        return largest;
+    }
+
+    const MatrixView<Cell>& A_;
+    const FactorQuestion& asked_;
+    FactorQuality& quality_;
+    std::vector<Cell> left_{}; ///< of x, by the last answer
+};
 
 } // namespace
 
@@ -51,20 +82,19 @@ FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& 
                               const FactorQuestion& asked)
 {
     FactorQuality quality;
-    if (asked.shift) quality.drift = 0.0;
-    const auto watch = [&](std::int32_t columns, const Cell* x, const Cell* y) {
-        if (asked.shift) quality.drift = largerOrNaN(*quality.drift, driftOf(A, *asked.shift, columns, x, y));
-    };
-    const auto watched = [&watch](const auto& apply) {
-        return [&](std::int32_t columns, const Cell* x, Cell* y) {
-            apply(columns, x, y);
-            watch(columns, x, y);
+    LinearMap<Cell> map = inverse;
+    std::optional<WatchedSolves<Cell>> solves;
+    if (asked.shift) {
+        solves.emplace(A, asked, quality);
+        const auto watched = [&solves](const auto& apply) {
+            return [&](std::int32_t columns, const Cell* x, Cell* y) { solves->solve(apply, columns, x, y); };
         };
-    };
-    const LinearMap<Cell> map{inverse.rows, inverse.cols, watched(inverse.times),
-                              watched(inverse.adjointTimes)};
+        map.times = watched(inverse.times);
+        map.adjointTimes = watched(inverse.adjointTimes);
+    }
     quality.inverseNorm = estimateOneNorm(map, {.columns = asked.columns, .iterations = kSteps});
-    const double condition = conditionOf(oneNorm(A), quality.inverseNorm, A.rows());
+    const double condition =
+        conditionOf(asked.oneNorm ? *asked.oneNorm : oneNorm(A), quality.inverseNorm, A.rows());
     if (!std::isnan(condition)) quality.condition = condition;
     return quality;
 }

@@ -23,6 +23,7 @@ struct FactorQuality {
     /// answers, where the mean of ||F*x||^2 over all signs is the square of the Frobenius norm of F, and the
     /// unit vectors that the inverse makes longest.
     std::optional<double> drift{};
+    std::optional<double> plainDrift{}; ///< the same before any step of refinement
 
     /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
     /// solves behind it too few digits.
@@ -33,6 +34,10 @@ struct FactorQuestion {
     std::int32_t columns = 1; ///< that are solved for at once; one is the cheapest
     /// The drift is measured, of the factor of A - shift*I; none: it is not. Cost: a product for each vector.
     std::optional<double> shift{};
+    std::optional<double> oneNorm{}; ///< ||A||_1, where it is known
+    /// Of refinement, with the drift's residual, as long as the drift of a vector is above `near`.
+    std::int32_t steps = 0;
+    double near = 0.0;
 };
 
 /// The condition is meant for shift 0. Cost: three solves at most, and a product with A for each where the

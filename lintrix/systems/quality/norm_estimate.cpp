@@ -8,6 +8,7 @@
 #include <complex>
 #include <limits>
 #include <numeric>
+#include <ranges>
 #include <type_traits>
 #include <vector>
 
@@ -86,6 +87,10 @@ private:
     // others have random signs.
     void startWithSigns()
     {
+        if (t_ == 1) {
+            std::ranges::fill(x_.cells, Cell(1.0 / M_.cols));
+            return;
+        }
         Columns<double> starts(M_.cols, t_);
         for (std::int32_t j = 0; j < t_; ++j) {
             if (j == 0) std::fill_n(starts.column(0), M_.cols, 1.0);
@@ -126,11 +131,11 @@ private:
     // Signs of y, in place of those before. True where they all point where those pointed.
     bool repeatsSigns(int k)
     {
-        Columns<Cell> before = signs_;
+        Columns<Cell> before(M_.rows, 0);
+        if (k > 1) before = signs_;
         std::transform(y_.cells.begin(), y_.cells.end(), signs_.cells.begin(),
                        [](const Cell& value) { return signOf(value); });
         if constexpr (std::is_same_v<Cell, double>) {
-            if (k == 1) before.count = 0;
             bool allRepeat = true;
             for (std::int32_t j = 0; j < t_; ++j) allRepeat &= isParallel(signs_, j, before, before.count);
             if (allRepeat) return true;
@@ -161,13 +166,11 @@ private:
 
     bool takeUntried(const std::vector<double>& steepness)
     {
-        std::vector<std::int32_t> order(M_.cols);
-        std::iota(order.begin(), order.end(), 0);
-        const auto needed = std::min(order.size(), tried_.size() + t_);
-        std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(needed), order.end(),
-                          [&](std::int32_t i, std::int32_t j) {
-                              return steepness[i] != steepness[j] ? steepness[i] > steepness[j] : i < j;
-                          });
+        std::vector<std::int32_t> order(std::min(steepness.size(), tried_.size() + t_));
+        std::ranges::partial_sort_copy(
+            std::views::iota(0, M_.cols), order, [&](std::int32_t i, std::int32_t j) {
+                return steepness[i] != steepness[j] ? steepness[i] > steepness[j] : i < j;
+            });
         const auto isTried = [&](std::int32_t i) {
             return std::find(tried_.begin(), tried_.end(), i) != tried_.end();
         };

@@ -103,6 +103,29 @@ struct RowLength {
     void finish(std::int32_t i, Sum sum) const { lengths[i] = sum; }
 };
 
+/// The two before, at one reading of A.
+template <class Cell>
+struct RowSumAndLength {
+    struct Sum {
+        double moduli;
+        std::int32_t length;
+    };
+    double* sums;
+    std::int32_t* lengths;
+
+    Sum begin(std::int32_t) const { return {0.0, 0}; }
+    [[gnu::always_inline]] void add(Sum& sum, const Cell& a, std::int32_t) const
+    {
+        sum.moduli += modulus(a);
+        ++sum.length;
+    }
+    void finish(std::int32_t i, const Sum& sum) const
+    {
+        sums[i] = sum.moduli;
+        lengths[i] = sum.length;
+    }
+};
+
 template <class Cell>
 struct Product {
     using Sum = Cell;
@@ -332,6 +355,12 @@ void rowSums(const MatrixView<Cell>& A, TransposeMode op, double* sums)
 }
 
 template <class Cell>
+void rowSumsAndLengths(const MatrixView<Cell>& A, TransposeMode op, double* sums, std::int32_t* lengths)
+{
+    sumRows(A, op, RowSumAndLength<Cell>{sums, lengths});
+}
+
+template <class Cell>
 double oneNorm(const MatrixView<Cell>& A)
 {
     return largestRowSum(A, TransposeMode::Transposed);
@@ -371,6 +400,7 @@ LinearMap<Cell> mapOf(const MatrixView<Cell>& A)
     template void residualAndScale(const MatrixView<Cell>&, TransposeMode, std::int32_t, const Cell*,        \
                                    const Cell*, Cell*, double*);                                             \
     template void rowSums(const MatrixView<Cell>&, TransposeMode, double*);                                  \
+    template void rowSumsAndLengths(const MatrixView<Cell>&, TransposeMode, double*, std::int32_t*);         \
     template double oneNorm(const MatrixView<Cell>&);                                                        \
     template double infinityNorm(const MatrixView<Cell>&);                                                   \
     template std::int32_t longestRow(const MatrixView<Cell>&, TransposeMode);                                \

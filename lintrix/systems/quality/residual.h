@@ -47,6 +47,10 @@ LINTRIX_TESTABLE void residualAndScale(const MatrixView<Cell>& A, TransposeMode 
 /// The sum of the moduli in each row of op(A).
 template <class Cell>
 LINTRIX_TESTABLE void rowSums(const MatrixView<Cell>& A, TransposeMode op, double* sums);
+/// The same, and how many elements each row stores, at one reading of A.
+template <class Cell>
+LINTRIX_TESTABLE void rowSumsAndLengths(const MatrixView<Cell>& A, TransposeMode op, double* sums,
+                                        std::int32_t* lengths);
 
 /// The largest column sum, the largest row sum; 0 of a matrix without elements.
 template <class Cell>

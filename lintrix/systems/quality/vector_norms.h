@@ -6,6 +6,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <functional>
 
 namespace Velmar::Lintrix::detail {
 
@@ -28,28 +29,41 @@ inline double largerOrNaN(double left, double right) noexcept
     return std::isnan(left) || right <= left ? left : right;
 }
 
+/// Folds |x_i| by fold(so far, |x_i|) in four parts that do not wait for each other, and these by join.
+template <class Cell, class Fold, class Join>
+double foldModuli(const Cell* x, std::int32_t count, const Fold& fold, const Join& join) noexcept
+{
+    double parts[4] = {};
+    std::int32_t i = 0;
+    for (; i + 4 <= count; i += 4)
+        for (int k = 0; k < 4; ++k) parts[k] = fold(parts[k], modulus(x[i + k]));
+    for (; i < count; ++i) parts[0] = fold(parts[0], modulus(x[i]));
+    return join(join(parts[0], parts[1]), join(parts[2], parts[3]));
+}
+
 /// max |x_i|
 template <class Cell>
 double largestModulus(const Cell* x, std::int32_t count) noexcept
 {
-    double largest = 0.0;
-    for (std::int32_t i = 0; i < count; ++i) largest = largerOrNaN(largest, modulus(x[i]));
-    return largest;
+    const auto larger = [](double left, double right) { return largerOrNaN(left, right); };
+    return foldModuli(x, count, larger, larger);
 }
 
 /// sum |x_i|
 template <class Cell>
 double sumOfModuli(const Cell* x, std::int32_t count) noexcept
 {
-    double sum = 0.0;
-    for (std::int32_t i = 0; i < count; ++i) sum += modulus(x[i]);
-    return sum;
+    return foldModuli(x, count, std::plus<>(), std::plus<>());
 }
 
-/// sqrt(sum |x_i|^2). The exponents of long double hold every square of a double.
+/// sqrt(sum |x_i|^2). Where a sum of doubles has left the range in which squares are exact to rounding, the
+/// exponents of long double hold every square of a double.
 template <class Cell>
 double euclideanNorm(const Cell* x, std::int32_t count) noexcept
 {
+    const double squares = foldModuli(
+        x, count, [](double sum, double size) { return sum + size * size; }, std::plus<>());
+    if (squares > 0x1p-900 && squares < 0x1p+1000) return std::sqrt(squares);
     long double sum = 0.0L;
     for (std::int32_t i = 0; i < count; ++i) {
         const auto real = static_cast<long double>(std::real(x[i]));

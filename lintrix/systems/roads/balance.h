@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <complex>
+#include <cstdlib>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
@@ -32,6 +33,18 @@ inline double timesPowerOfTwo(double x, int exponent) noexcept
 inline std::complex<double> timesPowerOfTwo(const std::complex<double>& x, int exponent) noexcept
 {
     return {std::ldexp(x.real(), exponent), std::ldexp(x.imag(), exponent)};
+}
+/// The same of all cells: plain products where the power is a normal number.
+template <class Cells>
+void multiplyByPowerOfTwo(Cells cells, int exponent) noexcept
+{
+    constexpr int kMostNormal = 1022;
+    if (std::abs(exponent) > kMostNormal) {
+        for (auto& cell : cells) cell = timesPowerOfTwo(cell, exponent);
+    } else {
+        const double power = std::ldexp(1.0, exponent);
+        for (auto& cell : cells) cell *= power;
+    }
 }
 
 } // namespace Velmar::Lintrix::detail::roads

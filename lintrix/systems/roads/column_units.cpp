@@ -72,8 +72,10 @@ void ColumnUnits<Cell>::divide(MatrixOf<Cell>& X) const
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
         WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
-        for (Cell& cell : columnCells(X, j))
-            cell = exponent == kNone ? Cell() : timesPowerOfTwo(cell, -exponent);
+        if (exponent == kNone)
+            std::ranges::fill(columnCells(X, j), Cell());
+        else
+            multiplyByPowerOfTwo(columnCells(X, j), -exponent);
     }
 }
 
@@ -83,8 +85,10 @@ void ColumnUnits<Cell>::multiply(MatrixOf<Cell>& X) const
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
         WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
-        for (Cell& cell : columnCells(X, j))
-            cell = exponent == kNone ? Cell(kNaN) : timesPowerOfTwo(cell, exponent);
+        if (exponent == kNone)
+            std::ranges::fill(columnCells(X, j), Cell(kNaN));
+        else
+            multiplyByPowerOfTwo(columnCells(X, j), exponent);
     }
 }
 
@@ -95,8 +99,7 @@ MatrixOf<Cell> ColumnUnits<Cell>::thereAndBack(MatrixOf<Cell> X) const
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
         WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
-        if (exponent == kNone) continue;
-        for (Cell& cell : columnCells(X, j)) cell = timesPowerOfTwo(cell, -exponent);
+        if (exponent != kNone) multiplyByPowerOfTwo(columnCells(X, j), -exponent);
     }
     return X;
 }

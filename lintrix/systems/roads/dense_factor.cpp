@@ -5,6 +5,7 @@
 #include <lintrix/services/lapack.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/columns.h>
 
@@ -109,6 +110,18 @@ DenseFactor<Cell>::DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> cells)
 {
     scaleRows(factors_);
     info_ = PanelElimination<Cell>(A.rows(), AccessTo<Cell>::cells(factors_), pivots_.get()).run();
+    if (isSingular()) replaceZeroPivots();
+}
+
+/// Below a pivot that is exactly zero the column is so as well.
+template <class Cell>
+void DenseFactor<Cell>::replaceZeroPivots()
+{
+    const std::int32_t n = A_.rows();
+    double largest = 0.0;
+    for (std::int32_t k = 0; k < n; ++k) largest = std::max(largest, modulus(factors_(k, k)));
+    for (std::int32_t k = 0; k < n; ++k)
+        if (factors_(k, k) == 0.0) factors_(k, k) = largest > 0.0 ? 0x1p-52 * largest : 1.0;
 }
 
 template <class Cell>

@@ -31,6 +31,8 @@ public:
     static std::unique_ptr<DenseFactor> load(const SparseOf<Cell>& A, SectionReader& file);
     void save(SectionWriter& file) const override;
 
+    /// A pivot was exactly zero. What solves then is the factor of a matrix nearby, in which such pivots are
+    /// as large as rounding.
     bool isSingular() const { return info_ != 0; }
     double operations(std::int32_t rightHands) const override;
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
@@ -43,6 +45,7 @@ private:
 
     MatrixOf<Cell> solved(const MatrixOf<Cell>& B, TransposeMode op) const;
     void scaleRows(MatrixOf<Cell>& X) const;
+    void replaceZeroPivots();
 
     MatrixView<Cell> A_;
     std::vector<int> units_; ///< exponents of the rows; none where they are alike

@@ -2,7 +2,12 @@
 
 #include <lintrix/engine/analysis_summary.h>
 #include <lintrix/services/work.h>
+#include <lintrix/systems/cells.h>
 #include <lintrix/systems/run_control.h>
+
+#include <cstddef>
+#include <span>
+#include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -177,6 +182,25 @@ void DirectRun::limitRefinement(std::int32_t steps)
 {
     parameters_[PardisoParameter::RefinementLimit] = steps;
 }
+
+template <class Cell>
+EngineAnswer DirectRun::solve(std::int32_t columns, const Cell* b, Cell* x, TransposeMode op, bool refines)
+{
+    parameters_[PardisoParameter::RefinementOff] = refines ? 0 : 1;
+    const Reading reading = readingOf(op);
+    setTranspose(reading.transposed);
+    const double operations = solveOperations(columns);
+    if (!reading.conjugated) return call(33, columns, b, x, operations);
+    const std::span cells(x, static_cast<std::size_t>(matrix_.n) * static_cast<std::size_t>(columns));
+    std::vector<Cell> turned(b, b + cells.size());
+    for (Cell& cell : turned) cell = conjugate(cell);
+    const EngineAnswer answer = call(33, columns, turned.data(), x, operations);
+    for (Cell& cell : cells) cell = conjugate(cell);
+    return answer;
+}
+
+template EngineAnswer DirectRun::solve(std::int32_t, const double*, double*, TransposeMode, bool);
+template EngineAnswer DirectRun::solve(std::int32_t, const Complex*, Complex*, TransposeMode, bool);
 
 EngineAnswer DirectRun::call(int phase, int nrhs, const void* b, void* x, double operations)
 {

@@ -72,6 +72,13 @@ struct EngineAnswer {
     int block = 0;   ///< of that equation, from 1, where the matrix was taken in blocks
 };
 
+/// Of a solve that tells sizes.
+enum class Refining {
+    Unasked, ///< by the steps that the factor takes by itself
+    Once,    ///< by one of them
+    Never,
+};
+
 /// A handle of the engine from analysis to release.
 class LINTRIX_TESTABLE DirectRun {
 public:
@@ -106,15 +113,14 @@ public:
     EngineAnswer solve(const Block& B, Block& X, TransposeMode op, std::optional<std::int32_t> steps = {})
     {
         if (steps) limitRefinement(*steps);
-        const Reading reading = readingOf(op);
-        setTranspose(reading.transposed);
-        const double operations = solveOperations(B.Cols());
-        if (!reading.conjugated) return call(33, B.Cols(), cellsOf(B).data(), cellsOf(X).data(), operations);
-        const Block conjugateB = conjugateOf(B);
-        const EngineAnswer answer =
-            call(33, B.Cols(), cellsOf(conjugateB).data(), cellsOf(X).data(), operations);
-        X = conjugateOf(X);
-        return answer;
+        return solve(B.Cols(), cellsOf(B).data(), cellsOf(X).data(), op, true);
+    }
+    /// The same of raw columns, refined as it is told.
+    template <class Cell>
+    EngineAnswer apply(std::int32_t columns, const Cell* b, Cell* x, TransposeMode op, Refining refining)
+    {
+        limitRefinement(refining == Refining::Once ? 1 : 0);
+        return solve(columns, b, x, op, refining != Refining::Never);
     }
 
     FillInReducingMethod ordering() const
@@ -155,6 +161,8 @@ private:
     };
     Reading readingOf(TransposeMode op) const;
     void setTranspose(bool transposed);
+    template <class Cell>
+    EngineAnswer solve(std::int32_t columns, const Cell* b, Cell* x, TransposeMode op, bool refines);
 
     /// @throws as the listener of `WorkScope`
     EngineAnswer call(int phase, int nrhs, const void* b, void* x, double operations);

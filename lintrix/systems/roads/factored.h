@@ -5,6 +5,7 @@
 #include <lintrix/complex/cmatrix.h>
 #include <lintrix/dense/matrix.h>
 #include <lintrix/services/section_file.h>
+#include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/direct_run.h>
 
 #include <cstdint>
@@ -21,6 +22,11 @@ public:
     /// X with op(A)*X = B; with up to `steps` steps of refinement, where they are told.
     virtual EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                std::optional<std::int32_t> steps = {}) = 0;
+    /// Whether a solve takes steps of refinement unasked.
+    virtual bool refinesUnasked() const { return false; }
+    /// Y = op(A)^-1 * X on raw columns of `size` cells.
+    virtual EngineAnswer apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y,
+                               TransposeMode op, Refining refining);
     /// Of a solve for so many right-hand sides.
     virtual double operations(std::int32_t rightHands) const = 0;
     /// Of the matrix that was factorized, where its pivots tell.
@@ -38,6 +44,18 @@ public:
 [[noreturn]] LINTRIX_TESTABLE void raiseNotSaved();
 
 template <class Cell>
+EngineAnswer Factored<Cell>::apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y,
+                                   TransposeMode op, Refining)
+{
+    const MatrixOf<Cell> X = copyOfColumns(x, size, columns);
+    MatrixOf<Cell> Y = zeroColumns<Cell>(size, columns);
+    const EngineAnswer answer = solve(X, Y, op, 0);
+    const auto cells = cellsOf(std::as_const(Y));
+    copyCells<Cell>(cells, {y, cells.size()});
+    return answer;
+}
+
+template <class Cell>
 void Factored<Cell>::save(SectionWriter&) const
 {
     raiseNotSaved();
@@ -52,6 +70,12 @@ public:
                        std::optional<std::int32_t> steps) override
     {
         return owner_.solve(B, X, op, steps);
+    }
+    bool refinesUnasked() const override { return owner_.refinesUnasked(); }
+    EngineAnswer apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y, TransposeMode op,
+                       Refining refining) override
+    {
+        return owner_.apply(size, columns, x, y, op, refining);
     }
     double operations(std::int32_t rightHands) const override { return owner_.operations(rightHands); }
     std::unique_ptr<Factored<Cell>> another() override { return owner_.another(); }
@@ -69,6 +93,12 @@ public:
                        std::optional<std::int32_t> steps) override
     {
         return run_->solve(B, X, op, steps);
+    }
+    bool refinesUnasked() const override { return run_->perturbedPivots() > 0; }
+    EngineAnswer apply(std::int32_t, std::int32_t columns, const Cell* x, Cell* y, TransposeMode op,
+                       Refining refining) override
+    {
+        return run_->apply(columns, x, y, op, refining);
     }
     double operations(std::int32_t rightHands) const override { return run_->solveOperations(rightHands); }
     std::int32_t refinementSteps() const override { return run_->refinementSteps(); }

@@ -118,6 +118,19 @@ EngineAnswer PivotedFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>&
     return answerRefined<Cell>(*A_, *lu_, B, X, op, steps, operations(B.Cols()), steps_);
 }
 
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y,
+                                        TransposeMode op, Refining)
+try {
+    const std::span cells(y, static_cast<std::size_t>(size) * static_cast<std::size_t>(columns));
+    copyCells<Cell>({x, cells.size()}, cells);
+    lu_->solve(op, cells);
+    WorkScope::tell(operations(columns));
+    return {};
+} catch (const std::bad_alloc&) {
+    return {.error = kEngineNoMemory};
+}
+
 template class PivotedFactor<double>;
 template class PivotedFactor<Complex>;
 

@@ -1,6 +1,7 @@
 #include <lintrix/systems/roads/quality.h>
 
 #include <lintrix/services/work.h>
+#include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/balance.h>
 
@@ -38,18 +39,6 @@ double infinityNorm(const Block& A)
     return sums.empty() ? 0.0 : *std::ranges::max_element(sums);
 }
 
-/// Of the full matrix, also where one triangle is stored, or of its transpose.
-template <class Matrix>
-double sparseInfinityNorm(const Matrix& A, bool transposed)
-{
-    std::vector<double> sums(static_cast<std::size_t>(A.Rows()));
-    ForEachEntry(A, [&](std::int32_t row, std::int32_t col, const auto& value) {
-        sums[static_cast<std::size_t>(transposed ? col : row)] += modulus(value);
-        if (isTriangle(A) && row != col) sums[static_cast<std::size_t>(col)] += modulus(value);
-    });
-    return sums.empty() ? 0.0 : *std::ranges::max_element(sums);
-}
-
 template <class Block>
 double oneNorm(const Block& A)
 {
@@ -73,13 +62,13 @@ double scaledResidual(const Block& R, double factor, double normA, const Block& 
     for (std::int32_t j = begin; j < end; ++j) {
         WorkScope::tell();
         const auto r = columnCells(R, j);
-        const double size = largestMagnitude(r);
+        const double size = largestModulus(r.data(), R.Rows());
         const long double scale =
             factor * (static_cast<long double>(normA) * largestMagnitude(columnCells(X, j)) +
                       largestMagnitude(columnCells(B, j)));
-        const double scaled = !areFinite(r) || !std::isfinite(scale) ? NAN
-                              : size == 0.0                          ? 0.0
-                                                                     : static_cast<double>(size / scale);
+        const double scaled = !std::isfinite(size) || !std::isfinite(scale) ? NAN
+                              : size == 0.0                                 ? 0.0
+                                            : static_cast<double>(size / scale);
         if (!(scaled <= worst)) worst = scaled;
     }
     return worst;
@@ -188,10 +177,10 @@ Quality judge(const Block& A, const Block& X, const Block& B)
 
 template <class Cell>
 ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const MatrixOf<Cell>& B,
-                    const MatrixOf<Cell>& known, TransposeMode op)
+                    const MatrixOf<Cell>& known, TransposeMode op, std::optional<double> norm)
 {
     const MatrixOf<Cell> R = residualOf<Cell>(A, X, B, op);
-    const double normA = sparseInfinityNorm(A, op != TransposeMode::NotTransposed);
+    const double normA = norm ? *norm : rowSizesOf(MatrixView<Cell>(A), op).norm;
     const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
     const MatrixOf<Cell> probe = columnOf(known, others), back = columnOf(X, last);
     ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),
@@ -232,9 +221,9 @@ template CMatrix probeSolution<Complex>(std::int32_t);
 template Matrix probeSolution<double>(const MatrixView<double>&, TransposeMode);
 template CMatrix probeSolution<Complex>(const MatrixView<Complex>&, TransposeMode);
 template ProbedQuality judge<double>(const SparseMatrix&, const Matrix&, const Matrix&, const Matrix&,
-                                     TransposeMode);
+                                     TransposeMode, std::optional<double>);
 template ProbedQuality judge<Complex>(const CSparseMatrix&, const CMatrix&, const CMatrix&, const CMatrix&,
-                                      TransposeMode);
+                                      TransposeMode, std::optional<double>);
 template double largestDifference(const Matrix&, const Matrix&);
 template double largestDifference(const CMatrix&, const CMatrix&);
 template double probeError(const Matrix&, const Matrix&);

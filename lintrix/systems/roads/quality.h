@@ -43,11 +43,13 @@ struct LINTRIX_TESTABLE ProbedQuality {
     double error() const;
 };
 
-/// Of op(A)*X = B. `known` holds the solutions of the last columns of `B`: of the probe's, or of more.
+/// Of op(A)*X = B. `known` holds the solutions of the last columns of `B`: of the probe's, or of more. `norm`
+/// is that of op(A), of its largest row, where it is known.
 template <class Cell>
 LINTRIX_TESTABLE ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X,
                                      const MatrixOf<Cell>& B, const MatrixOf<Cell>& known,
-                                     TransposeMode op = TransposeMode::NotTransposed);
+                                     TransposeMode op = TransposeMode::NotTransposed,
+                                     std::optional<double> norm = {});
 
 /// The larger of a probe's error and of one that may be known beside it; NaN if either is.
 LINTRIX_TESTABLE double worseError(double probeError, std::optional<double> knownError);

@@ -37,6 +37,7 @@ void forget(Outcome<Cell>& outcome)
 {
     outcome.x.reset();
     outcome.quality.reset();
+    outcome.sizes.reset();
     outcome.krylovSteps = 0;
     outcome.reusedFactor = false;
 }
@@ -426,7 +427,7 @@ void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcom
     outcome.fault = faultOf(outcome.engine.error, outcome.leastMegabytes);
     finish("solve");
     if (outcome.engine.error != 0) return;
-    outcome.quality = judged(X, request);
+    outcome.quality = judged(X, request, outcome);
     outcome.x = std::move(X);
     if (options_.engine.refine != 0) return;
     if (outcome.verdict() != Verdict::Accurate)
@@ -445,7 +446,7 @@ void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outco
     outcome.steps = outcome.factor->refinementSteps();
     finish("solve");
     if (engine.error != 0) return;
-    const ProbedQuality after = judged(refined, request);
+    const ProbedQuality after = judged(refined, request, outcome);
     if (!(after.residual < outcome.quality->residual)) return;
     outcome.quality = after;
     outcome.x = std::move(refined);
@@ -490,7 +491,7 @@ void RoadRunner<Cell>::precondition(Outcome<Cell>& outcome, const Request<Cell>&
     MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
     outcome.krylovSteps = iterate(request, *outcome.factor, X, most);
     outcome.reusedFactor = true;
-    outcome.quality = judged(X, request);
+    outcome.quality = judged(X, request, outcome);
     outcome.x = std::move(X);
 }
 
@@ -501,7 +502,7 @@ void RoadRunner<Cell>::repair(const Request<Cell>& request, Outcome<Cell>& outco
     MatrixOf<Cell> X(*outcome.x);
     const std::int32_t steps = iterate(request, *outcome.factor, X, kKrylovStepsInAll);
     Outcome<Cell> repaired{.attempt = outcome.attempt, .perturbed = outcome.perturbed};
-    repaired.quality = judged(X, request);
+    repaired.quality = judged(X, request, outcome);
     if (!isBetter(repaired, outcome)) return;
     outcome.quality = repaired.quality;
     outcome.x = std::move(X);
@@ -509,9 +510,12 @@ void RoadRunner<Cell>::repair(const Request<Cell>& request, Outcome<Cell>& outco
 }
 
 template <class Cell>
-ProbedQuality RoadRunner<Cell>::judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const
+ProbedQuality RoadRunner<Cell>::judged(const MatrixOf<Cell>& X, const Request<Cell>& request,
+                                       Outcome<Cell>& outcome) const
 {
-    const ProbedQuality quality = judge<Cell>(system_.Matrix(), X, request.B, request.known, request.op);
+    if (!outcome.sizes) outcome.sizes = rowSizesOf(MatrixView<Cell>(system_.Matrix()), request.op);
+    const ProbedQuality quality =
+        judge<Cell>(system_.Matrix(), X, request.B, request.known, request.op, outcome.sizes->norm);
     finish("check");
     return quality;
 }

@@ -124,7 +124,7 @@ private:
     void refine(const Request<Cell>& request, Outcome<Cell>& outcome, std::int32_t steps) const;
     std::int32_t iterate(const Request<Cell>& request, Factored<Cell>& factor, MatrixOf<Cell>& X,
                          std::int32_t most) const;
-    ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
+    ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request, Outcome<Cell>& outcome) const;
 
     Outcome<Cell> loadOutcome(SectionReader& file);
     void loadForecast(SectionReader& file);
