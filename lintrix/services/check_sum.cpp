@@ -50,8 +50,8 @@ const std::byte* mixNone(Lanes&, const std::byte* next, const std::byte*) noexce
 {
     return next;
 }
-[[gnu::target("avx512f,avx512dq,avx512vl,avx2")]] const std::byte*
-mixAvx512(Lanes& lanes, const std::byte* next, const std::byte* end) noexcept
+LINTRIX_FOR_AVX512 const std::byte* mixAvx512(Lanes& lanes, const std::byte* next,
+                                              const std::byte* end) noexcept
 {
     return mixBlocks(lanes, next, end);
 }

@@ -97,9 +97,9 @@ function(check_include_of_user file header)
 endfunction()
 
 # One place to ask is one place to bound all kernels at once; and one file to look at where another family of processors
-# is to be built for. The check sum has an instruction of its own, and a form without.
+# is to be built for.
 function(check_questions_to_the_processor file)
-  if(file STREQUAL "lintrix/services/processor_family.h" OR file MATCHES "^lintrix/services/check_sum")
+  if(file STREQUAL "lintrix/services/processor_family.h")
     return()
   endif()
   file(STRINGS "${ROOT}/${file}" lines REGEX "__builtin_(cpu|ia32)_|<cpuid\\.h>")
