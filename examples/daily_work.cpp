@@ -60,7 +60,7 @@ void parts()
     Matrix C = A.View(0, 0, 3, 3);
     C.DiagonalView() += Vector{1, 2, 3};
     Vector row = A.RowView(0);
-    Matrix wide = Matrix::Concatenate(A, B, ConcatenateMode::Horizontally);
+    Matrix wide = Matrix::Concatenate(A, B);
     check(A(0, 2) == 2.0 && A(1, 3) == 2.0 && A(1, 0) == 2.0, "rows, columns, blocks");
     check(C(0, 0) == 1.0 && C(1, 1) == 5.0, "diagonal");
     check(row(1) == 1.0 && wide.Cols() == 6, "copies");

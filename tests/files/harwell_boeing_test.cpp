@@ -115,10 +115,10 @@ TEST(HarwellBoeing, PatternsAndWholeNumbersAndRectangles)
 TEST(HarwellBoeing, FieldsAreFixedAndMayTouch)
 {
     const SparseMatrix A =
-        readSparse("T\n 3 1 1 1\nRUA 12 2 3 0\n(3I1) (3I2) (3E7.1)\n134\n 11112\n1.5E+001-2.5E001.25E+3\n");
+        readSparse("T\n 3 1 1 1\nRUA 12 2 3 0\n(3I1) (3I2) (3E7.1)\n134\n 11112\n1.5E+01-2.5E011.25E+3\n");
     EXPECT_EQ(A(0, 0), 15.0);
     EXPECT_EQ(A(10, 0), -25.0);
-    EXPECT_EQ(A(11, 1), 125.0 * 10.0);
+    EXPECT_EQ(A(11, 1), 1250.0);
     // Long parts break where the format says.
     std::string starts, rows, values;
     for (int k = 0; k < 25; ++k) {
@@ -131,6 +131,20 @@ TEST(HarwellBoeing, FieldsAreFixedAndMayTouch)
     const SparseMatrix wide = readSparse("T\n 3 7 4 12\nRRA 1 24 24 0\n(4I5) (7I3) (2F6.1)\n" + starts +
                                          "\n" + rows + "\n" + values + "\n");
     for (int k = 0; k < 24; ++k) EXPECT_EQ(wide(0, k), k % 10) << k;
+}
+
+// Some programs write fields a column narrower than their format says.
+TEST(HarwellBoeing, LinesThatTheirFormatWouldCutAreTakenByWords)
+{
+    const std::string head =
+        "T\n 3 1 1 1\nRRA 1 4 4 0\n(8I4) (8I4) (3E9.2)\n   1   2   3   4   5\n   1   1   1   1\n";
+    const SparseMatrix A = readSparse(head + "  1.00E+0 2.00E+100 3.00E-200\n 4.00E+9\n");
+    EXPECT_EQ(A(0, 0), 1.0);
+    EXPECT_EQ(A(0, 1), 2e100);
+    EXPECT_EQ(A(0, 2), 3e-200);
+    EXPECT_EQ(A(0, 3), 4e9);
+    // Fewer words than fields: the columns count.
+    EXPECT_EQ(readSparse(head + "-1.00E+00-2.00E+00 3.00E+00\n 4.00E+9\n")(0, 1), -2.0);
 }
 
 TEST(HarwellBoeing, RightHandSides)
@@ -148,6 +162,9 @@ TEST(HarwellBoeing, RightHandSides)
     EXPECT_EQ(reader.ReadRightHands(), (Matrix{{1, 4}, {2, 5}, {3, 6}}));
     EXPECT_THROW(reader.ReadRightHands(), InvalidOperationException);
 
+    std::istringstream solutions(replaced(full, "FGX", "F X")); // no guesses, but solutions
+    MatrixFileReader third(solutions);
+    EXPECT_EQ(third.RightHands(), 2);
     const std::string sparse = head + "M              2             3\n" + kBody +
                                "   1   3   4\n   1   3   2\n" + "    1.00    2.00    3.00\n";
     std::istringstream other(sparse);

@@ -77,25 +77,48 @@ bool looksLikeHarwellBoeing(std::string_view beginning)
 
 // ---- fields
 
+/// The columns of a field, as far as the line has them.
+std::string_view FieldReader::columns(std::int32_t field) const
+{
+    const auto width = static_cast<std::size_t>(format_.width),
+               begin = static_cast<std::size_t>(field) * width;
+    return begin < line_.size() ? std::string_view(line_).substr(begin, width) : std::string_view();
+}
+
+/// Whether two fields touch, or what stands there is cut.
+bool FieldReader::isCut() const
+{
+    for (std::int32_t k = 1; k <= fields_; ++k) {
+        const auto at = static_cast<std::size_t>(k) * static_cast<std::size_t>(format_.width);
+        if (at < line_.size() && !isBlank(line_[at]) && !isBlank(line_[at - 1])) return true;
+    }
+    return false;
+}
+
+void FieldReader::beginLine(std::string_view what)
+{
+    const auto line = lines_->next();
+    if (!line) lines_->fail("the file ends before " + std::string(what));
+    line_ = *line;
+    next_ = 0;
+    fields_ = static_cast<std::int32_t>(std::min<std::int64_t>(format_.perLine, left_));
+    words_.clear();
+    if (!isCut()) return;
+    std::string_view rest = line_;
+    for (std::string_view word = takeWord(rest); !word.empty(); word = takeWord(rest)) words_.push_back(word);
+    if (words_.size() != static_cast<std::size_t>(fields_)) words_.clear();
+}
+
 std::string_view FieldReader::field(std::string_view what)
 {
-    const auto begin = static_cast<std::size_t>(next_) * static_cast<std::size_t>(format_.width);
-    if (!open_ || next_ == format_.perLine) {
-        const auto line = lines_->next();
-        if (!line) lines_->fail("the file ends before " + std::string(what));
-        line_ = *line;
-        next_ = 0;
-        open_ = true;
-        return field(what);
-    }
-    const std::string_view text =
-        begin < line_.size() ? std::string_view(line_).substr(begin, static_cast<std::size_t>(format_.width))
-                             : std::string_view();
+    if (next_ == fields_) beginLine(what);
+    const std::string_view text = words_.empty() ? columns(next_) : words_[static_cast<std::size_t>(next_)];
     if (isBlankLine(text)) {
         lines_->fail("field " + std::to_string(next_ + 1) + " of the line is empty, where " +
                      std::string(what) + " should stand");
     }
     ++next_;
+    --left_;
     return text;
 }
 
@@ -237,12 +260,12 @@ void HarwellBoeingFile::readFormats()
     }
 }
 
-// "FGX" with the number of right-hand sides and, of form M, of their entries
+// "FGX" or "F X" with the number of right-hand sides and, of form M, of their entries
 void HarwellBoeingFile::readRightHandCard()
 {
     std::string_view rest = card("the type of its right-hand sides");
-    const std::string type = typeWord(rest);
-    takeWord(rest);
+    const std::string type = typeWord(rest.substr(0, 3)); // "F X" has a blank for the guesses
+    rest.remove_prefix(std::min<std::size_t>(3, rest.size()));
     if (type.empty() || !isOneOf(type[0], "FM"))
         fail("right-hand sides are of type F or M, not " + quoted(type));
     const auto counts = countsOf(rest, "the counts of right-hand sides");
@@ -280,7 +303,7 @@ std::int64_t HarwellBoeingFile::vouchedEntries() const
 
 std::vector<std::int32_t> HarwellBoeingFile::readPointers(std::int32_t columns, std::int64_t entries)
 {
-    FieldReader fields(lines_, pointers_);
+    FieldReader fields(lines_, pointers_, std::int64_t{columns} + 1);
     std::vector<std::int32_t> starts;
     starts.reserve(static_cast<std::size_t>(std::min<std::int64_t>(columns, kUnvouched)) + 1);
     std::int64_t before = 1;
@@ -301,7 +324,7 @@ std::vector<std::int32_t> HarwellBoeingFile::readPointers(std::int32_t columns, 
 
 std::vector<std::int32_t> HarwellBoeingFile::readIndices(std::int64_t count, std::int32_t limit)
 {
-    FieldReader fields(lines_, indices_);
+    FieldReader fields(lines_, indices_, count);
     std::vector<std::int32_t> rows;
     rows.reserve(static_cast<std::size_t>(std::min(count, vouchedEntries())));
     for (std::int64_t k = 0; k < count; ++k) {
@@ -311,6 +334,12 @@ std::vector<std::int32_t> HarwellBoeingFile::readIndices(std::int64_t count, std
         rows.push_back(static_cast<std::int32_t>(row - 1));
     }
     return rows;
+}
+
+/// Of so many values, those of complex ones in two parts.
+std::int64_t HarwellBoeingFile::numbersOf(std::int64_t values) const
+{
+    return header_.field == Field::ComplexNumber ? 2 * values : values;
 }
 
 std::complex<double> HarwellBoeingFile::readValue(FieldReader& fields, std::int32_t row,
@@ -343,7 +372,7 @@ void HarwellBoeingFile::readEntries(const Take& take)
         throw NotSupportedException("A sparse matrix holds at most 2147483646 elements.");
     const auto starts = readPointers(header_.cols, header_.stored);
     const auto rows = readIndices(header_.stored, header_.rows);
-    FieldReader fields(lines_, values_);
+    FieldReader fields(lines_, values_, numbersOf(header_.stored));
     for (std::int32_t col = 0; col < header_.cols; ++col) {
         const auto end = static_cast<std::size_t>(starts[static_cast<std::size_t>(col) + 1]);
         for (auto k = static_cast<std::size_t>(starts[static_cast<std::size_t>(col)]); k < end; ++k) {
@@ -363,7 +392,7 @@ void HarwellBoeingFile::readRightHands(const Take& take)
 
 void HarwellBoeingFile::readFullRightHands(const Take& take)
 {
-    FieldReader fields(lines_, rightHandValues_);
+    FieldReader fields(lines_, rightHandValues_, numbersOf(std::int64_t{rightHands_} * header_.rows));
     for (std::int32_t col = 0; col < rightHands_; ++col) {
         for (std::int32_t row = 0; row < header_.rows; ++row) take(row, col, readValue(fields, row, col));
     }
@@ -373,7 +402,7 @@ void HarwellBoeingFile::readSparseRightHands(const Take& take)
 {
     const auto starts = readPointers(rightHands_, rightHandEntries_);
     const auto rows = readIndices(rightHandEntries_, header_.rows);
-    FieldReader fields(lines_, rightHandValues_);
+    FieldReader fields(lines_, rightHandValues_, numbersOf(rightHandEntries_));
     for (std::int32_t col = 0; col < rightHands_; ++col) {
         const auto end = static_cast<std::size_t>(starts[static_cast<std::size_t>(col) + 1]);
         for (auto k = static_cast<std::size_t>(starts[static_cast<std::size_t>(col)]); k < end; ++k)

@@ -24,9 +24,17 @@
 namespace Velmar::Lintrix::detail {
 
 /// Numbers in columns of fixed width, line by line.
+///
+/// Some programs write fields of another width than their format says. A line in which the columns of the
+/// format would cut through a word, and which has just as many words as fields should stand there, is taken
+/// word by word: fields that truly touch each other make fewer words.
 class FieldReader {
 public:
-    FieldReader(LineReader& lines, const FortranFormat& format) : lines_(&lines), format_(format) {}
+    /// `count` numbers in all.
+    FieldReader(LineReader& lines, const FortranFormat& format, std::int64_t count)
+        : lines_(&lines), format_(format), left_(count)
+    {
+    }
 
     /// The next number. @throws FileFormatException  there is none, or it is not one of the format
     std::int64_t whole(std::string_view what);
@@ -34,12 +42,16 @@ public:
 
 private:
     std::string_view field(std::string_view what);
+    void beginLine(std::string_view what);
+    bool isCut() const;
+    std::string_view columns(std::int32_t field) const;
 
     LineReader* lines_;
     FortranFormat format_;
+    std::int64_t left_; ///< numbers that are still to come
     std::string line_;
-    std::int32_t next_ = 0;
-    bool open_ = false; ///< a line has been begun
+    std::vector<std::string_view> words_; ///< of a line that is taken by words
+    std::int32_t next_ = 0, fields_ = 0;  ///< of the line at hand
 };
 
 class HarwellBoeingFile : public EntryFile {
@@ -64,6 +76,7 @@ private:
     void requireStoredSide(std::int32_t row, std::int32_t col, const std::complex<double>& value) const;
     std::vector<std::int32_t> readPointers(std::int32_t columns, std::int64_t entries);
     std::vector<std::int32_t> readIndices(std::int64_t count, std::int32_t limit);
+    std::int64_t numbersOf(std::int64_t values) const;
     std::complex<double> readValue(FieldReader& fields, std::int32_t row, std::int32_t col) const;
     void readFullRightHands(const Take& take);
     void readSparseRightHands(const Take& take);
