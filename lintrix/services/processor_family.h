@@ -12,13 +12,16 @@
 #include <cpuid.h>
 #include <emmintrin.h>
 
-/// Of a function: compiled for AVX2 with FMA, or for AVX-512. Nothing is contracted for the sake of FMA where
-/// the source is not compiled so, and then a form gives the bits of any other.
-#define LINTRIX_FOR_AVX2 [[gnu::target("avx2,fma")]]
+/// Of a function: what it is compiled for. FMA is a matter of its own: GCC fuses complex products into
+/// additions even where contraction is forbidden, so that a form which must have the bits of any other does
+/// without.
+#define LINTRIX_FOR_AVX2 [[gnu::target("avx2")]]
+#define LINTRIX_FOR_AVX2_AND_FMA [[gnu::target("avx2,fma")]]
 #define LINTRIX_FOR_AVX512 [[gnu::target("avx512f,avx512dq,avx512vl,avx2,fma")]]
 #else
 // Forms that are never chosen, and so in whatever instructions there are.
 #define LINTRIX_FOR_AVX2
+#define LINTRIX_FOR_AVX2_AND_FMA
 #define LINTRIX_FOR_AVX512
 #endif
 

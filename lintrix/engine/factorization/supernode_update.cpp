@@ -41,8 +41,8 @@ LINTRIX_FOR_AVX512 void runAvx512(const UpdateProduct<T>& product, const UpdateT
     run(product, VectorKernel < T, 64, 3, kIsComplex<T> ? 4 : 8 > (product, target), lowerTriangle, work);
 }
 template <class T>
-LINTRIX_FOR_AVX2 void runAvx2(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
-                              bool lowerTriangle, T* work)
+LINTRIX_FOR_AVX2_AND_FMA void runAvx2(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
+                                      bool lowerTriangle, T* work)
 {
     run(product, VectorKernel < T, 32, 3, kIsComplex<T> ? 2 : 4 > (product, target), lowerTriangle, work);
 }

@@ -273,12 +273,14 @@ template <class T>
 using Pass = void (*)(const StoredFactor<T>&, bool transposed, T* y, SupernodeRange);
 
 template <class T, class Kernel>
-LINTRIX_FOR_AVX2 void forwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range)
+LINTRIX_FOR_AVX2_AND_FMA void forwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
+                                          SupernodeRange range)
 {
     Substitution<T, Kernel>(factor, transposed, y).forward(range);
 }
 template <class T, class Kernel>
-LINTRIX_FOR_AVX2 void backwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y, SupernodeRange range)
+LINTRIX_FOR_AVX2_AND_FMA void backwardAvx2(const StoredFactor<T>& factor, bool transposed, T* y,
+                                           SupernodeRange range)
 {
     Substitution<T, Kernel>(factor, transposed, y).backward(range);
 }

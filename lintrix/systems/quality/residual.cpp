@@ -140,7 +140,7 @@ struct Product {
 // A part of the work in the form for this processor, the part and all that it calls inlined. The bits are
 // those of any other form: nothing is contracted.
 template <class Part>
-LINTRIX_FOR_AVX2 void partAvx2(const Part& part)
+LINTRIX_FOR_AVX2_AND_FMA void partAvx2(const Part& part)
 {
     part();
 }
