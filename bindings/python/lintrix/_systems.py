@@ -118,13 +118,13 @@ class LinearSystem:
             content = file.read(24)[16:]
         system = cls.__new__(cls)
         system._cells = COMPLEX if content.startswith(b"complex") else REAL
-        system._system = _class_for(system._cells).load(os.fspath(path), options)
+        system._system = _class_for(system._cells).load(os.fsencode(path), options)
         system._verdict = None
         return system
 
     def save(self, path: Path) -> None:
         """Writes matrix, analysis and factor of a square sparse system, as far as they are made."""
-        self._system.save(os.fspath(path))
+        self._system.save(os.fsencode(path))
 
     @property
     def shape(self) -> Tuple[int, int]:
@@ -163,13 +163,12 @@ class LinearSystem:
         check="none" leaves all to the caller. x is None where no road led to any. It stands over the memory of the
         library, column by column: nothing is copied.
         """
-        x, verdict = self._solved(b, _chosen(_OPS, op, "op"), _chosen(_CHECKS, check, "check"), deadline)
-        _judge(x, verdict, _CHECKS[check])
+        level = _chosen(_CHECKS, check, "check")
+        x, verdict = self._solved(b, _chosen(_OPS, op, "op"), deadline)
+        _judge(x, verdict, level)
         return x, verdict
 
-    def _solved(
-        self, b: Any, op: int, check: int, deadline: Optional[float]
-    ) -> Tuple[Optional[np.ndarray], Verdict]:
+    def _solved(self, b: Any, op: int, deadline: Optional[float]) -> Tuple[Optional[np.ndarray], Verdict]:
         b = as_columns(b)
         if np.promote_types(cells_of(b.dtype), self._cells) != self._cells:
             raise TypeError("A real system takes no complex right-hand side; LinearSystem(A, dtype=complex) does")
@@ -206,7 +205,7 @@ class LinearSystem:
         """A verdict on this matrix, of the last solve or of one that asks for nothing else."""
         verdict = self._verdict
         if verdict is None:
-            verdict = self._solved(np.ones(self.shape[0]), _OPS["none"], 0, None)[1]
+            verdict = self._solved(np.ones(self.shape[0]), _OPS["none"], None)[1]
         return verdict
 
     def as_linear_operator(self, *, check: str = "raise") -> LinearOperator:
@@ -282,7 +281,7 @@ def solve(
     lintrix.SolveError: There is no good solution: singular.
 
     `op`, `check` and the result are as told at `LinearSystem.solve`, all else at `LinearSystem`. `threads` is how many
-    threads may work meanwhile, in the whole process; `deadline` how many seconds all may take.
+    threads may work meanwhile, in the whole process; `deadline` how many seconds analysis, factorization and solve may take.
     """
     level = _chosen(_CHECKS, check, "check")
     A, b = as_matrix(A), as_columns(b)
@@ -299,7 +298,7 @@ def solve(
             memory_budget=memory_budget,
             progress=progress,
         )
-        x, verdict = system._solved(b, _chosen(_OPS, op, "op"), level, deadline)
+        x, verdict = system._solved(b, _chosen(_OPS, op, "op"), deadline)
     _judge(x, verdict, level)
     return x, verdict
 
