@@ -118,7 +118,8 @@ elseif(STEP STREQUAL "soname")
 
 elseif(STEP STREQUAL "run_paths")
   file(GLOB_RECURSE binaries
-    "${BUILD}/bin/lintrix" "${BUILD}/lib*/liblintrix.so" "${prefix}/bin/lintrix" "${prefix}/lib*/liblintrix.so")
+    "${BUILD}/bin/lintrix" "${BUILD}/lib*/liblintrix.so" "${prefix}/bin/lintrix" "${prefix}/lib*/liblintrix.so"
+    "${prefix}/${PYTHON_DIR}/lintrix/_lintrix*.so")
   list(LENGTH binaries count)
   if(count LESS 2)
     message(FATAL_ERROR "Too few binaries: ${binaries}")

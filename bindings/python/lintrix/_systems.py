@@ -4,19 +4,21 @@ from __future__ import annotations
 
 import os
 import warnings
-from typing import TYPE_CHECKING, Any, Callable, Optional, Tuple, Union
+from typing import TYPE_CHECKING, Any, Callable, Mapping, Optional, Tuple, Type, Union
 
 import numpy as np
 
 from . import _lintrix
 from ._errors import AccuracyWarning, SolveError
 from ._files import open_place
-from ._inputs import COMPLEX, REAL, as_columns, as_matrix, cells_of, is_sparse, native
+from ._inputs import COMPLEX, REAL, as_columns, as_matrix, cells_of, is_sparse, native, native_array, native_rows
 from ._threads import num_threads
 from ._verdict import Forecast, Inertia, Verdict
 
 if TYPE_CHECKING:
     from scipy.sparse.linalg import LinearOperator
+
+    from ._inputs import Array, Cells
 
 _OPS = {"none": 0, "transpose": 1, "adjoint": 2}
 _CHECKS = {"raise": 2, "warn": 1, "none": 0}
@@ -92,7 +94,7 @@ class LinearSystem:
         options = _options(
             type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget, progress
         )
-        self._system = _class_for(self._cells)(native(A, self._cells), options)
+        self._system: _lintrix._System = _class_for(self._cells)(native(A, self._cells), options)
         self._verdict: Optional[Verdict] = None
 
     @classmethod
@@ -132,7 +134,7 @@ class LinearSystem:
         return self._system.shape
 
     @property
-    def dtype(self) -> np.dtype:
+    def dtype(self) -> Cells:
         """float64 or complex128."""
         return self._cells
 
@@ -156,7 +158,7 @@ class LinearSystem:
 
     def solve(
         self, b: Any, *, op: str = "none", check: str = "raise", deadline: Optional[float] = None
-    ) -> Tuple[Optional[np.ndarray], Verdict]:
+    ) -> Tuple[Optional[Array], Verdict]:
         """X with op(A) X = B, of the shape of B, and a verdict on it; `op` is "none", "transpose" or "adjoint".
 
         A failed solution raises `SolveError`, a degraded one warns with `AccuracyWarning`; check="warn" warns of both,
@@ -168,11 +170,11 @@ class LinearSystem:
         _judge(x, verdict, level)
         return x, verdict
 
-    def _solved(self, b: Any, op: int, deadline: Optional[float]) -> Tuple[Optional[np.ndarray], Verdict]:
+    def _solved(self, b: Any, op: int, deadline: Optional[float]) -> Tuple[Optional[Array], Verdict]:
         b = as_columns(b)
         if np.promote_types(cells_of(b.dtype), self._cells) != self._cells:
             raise TypeError("A real system takes no complex right-hand side; LinearSystem(A, dtype=complex) does")
-        x, told = self._system.solve(b.astype(self._cells, copy=False, subok=False), op, deadline)
+        x, told = self._system.solve(native_array(b, self._cells), op, deadline)
         self._verdict = verdict = Verdict.of(told)
         return x.reshape(-1) if x is not None and b.ndim == 1 else x, verdict
 
@@ -187,7 +189,7 @@ class LinearSystem:
             raise TypeError("A system is updated with a sparse matrix")
         if np.promote_types(cells_of(A.dtype), self._cells) != self._cells:
             raise TypeError("A real system cannot be updated with a complex matrix")
-        changed = self._system.update(native(A, self._cells))
+        changed: str = self._system.update(native_rows(A, self._cells))
         self._verdict = None
         return changed
 
@@ -222,18 +224,19 @@ class LinearSystem:
 
         _chosen(_CHECKS, check, "check")
 
-        def apply(b: np.ndarray, op: str) -> np.ndarray:
+        def apply(b: Array, op: str) -> Array:
             if np.iscomplexobj(b) and self._cells == REAL:
-                return apply(b.real, op) + 1j * apply(b.imag, op)
+                real, imaginary = apply(b.real, op), apply(b.imag, op)
+                return real.astype(COMPLEX) + 1j * imaginary
             x, verdict = self.solve(b, op=op, check=check)
             if x is None:
-                _judge(x, verdict, _CHECKS["raise"])
+                raise _failure(x, verdict)
             return x
 
-        def forward(b: np.ndarray) -> np.ndarray:
+        def forward(b: Array) -> Array:
             return apply(b, "none")
 
-        def adjoint(b: np.ndarray) -> np.ndarray:
+        def adjoint(b: Array) -> Array:
             return apply(b, "adjoint")
 
         rows, cols = self.shape
@@ -262,7 +265,7 @@ def solve(
     certain_inertia: bool = False,
     out_of_core: bool = False,
     progress: Optional[Progress] = None,
-) -> Tuple[Optional[np.ndarray], Verdict]:
+) -> Tuple[Optional[Array], Verdict]:
     """X with op(A) X = B, of the shape of B, and a verdict on it.
 
     >>> import numpy as np
@@ -303,7 +306,7 @@ def solve(
     return x, verdict
 
 
-def _class_for(cells: np.dtype) -> Any:
+def _class_for(cells: Cells) -> Type[_lintrix._System]:
     return _lintrix.ComplexSystem if cells == COMPLEX else _lintrix.RealSystem
 
 
@@ -332,17 +335,24 @@ def _options(
     return options
 
 
-def _chosen(choices: dict, word: Optional[str], name: str) -> Any:
+def _chosen(choices: Mapping[Any, Any], word: Optional[str], name: str) -> Any:
     if word not in choices:
         words = ", ".join(repr(choice) for choice in choices)
         raise ValueError(f"{name} is {word!r}, and has to be one of {words}")
     return choices[word]
 
 
-def _judge(x: Optional[np.ndarray], verdict: Verdict, level: int) -> None:
+def _judge(x: Optional[Array], verdict: Verdict, level: int) -> None:
     """Raises or warns as it was asked for."""
-    told = verdict.explain().splitlines()[0]
     if verdict.status == "failed" and level > 1:
-        raise SolveError(told, verdict, x)
+        raise _failure(x, verdict)
     if not verdict and level > 0:
-        warnings.warn(AccuracyWarning(told, verdict), stacklevel=3)
+        warnings.warn(AccuracyWarning(_first_line(verdict), verdict), stacklevel=3)
+
+
+def _failure(x: Optional[Array], verdict: Verdict) -> SolveError:
+    return SolveError(_first_line(verdict), verdict, x)
+
+
+def _first_line(verdict: Verdict) -> str:
+    return verdict.explain().splitlines()[0]
