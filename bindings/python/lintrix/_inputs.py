@@ -28,8 +28,8 @@ def as_matrix(A: Any) -> Any:
     """A sparse matrix as it is, or an array of two dimensions that holds numbers."""
     if not is_sparse(A):
         A = np.asarray(A)
-        if A.ndim != 2:
-            raise ValueError(f"A matrix has two dimensions, not {A.ndim}")
+    if len(A.shape) != 2:
+        raise ValueError(f"A matrix has two dimensions, not {len(A.shape)}")
     cells_of(A.dtype)
     return A
 

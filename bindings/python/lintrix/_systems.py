@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import warnings
+import weakref
 from typing import TYPE_CHECKING, Any, Callable, Mapping, Optional, Tuple, Type, Union
 
 import numpy as np
@@ -92,8 +93,9 @@ class LinearSystem:
         A = as_matrix(A)
         self._cells = np.promote_types(cells_of(A.dtype), cells_of(np.dtype(dtype)) if dtype else REAL)
         options = _options(
-            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget, progress
+            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget
         )
+        options.progress = self._relay(progress)
         self._system: _lintrix._System = _class_for(self._cells)(native(A, self._cells), options)
         self._verdict: Optional[Verdict] = None
 
@@ -114,15 +116,24 @@ class LinearSystem:
     ) -> LinearSystem:
         """A system that `save` has written, as it was: the first solve is by the factor that was saved."""
         options = _options(
-            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget, progress
+            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget
         )
         with open(path, "rb") as file:
             content = file.read(24)[16:]
         system = cls.__new__(cls)
+        options.progress = system._relay(progress)
         system._cells = COMPLEX if content.startswith(b"complex") else REAL
         system._system = _class_for(system._cells).load(os.fsencode(path), options)
         system._verdict = None
         return system
+
+    def _relay(self, progress: Optional[Progress]) -> Optional[Progress]:
+        """The native part holds no listener, which may hold this system: no one would find such a circle."""
+        self._progress = progress
+        if progress is None:
+            return None
+        system = weakref.ref(self)
+        return lambda done, all: system()._progress(done, all)  # type: ignore[union-attr,misc]
 
     def save(self, path: Path) -> None:
         """Writes matrix, analysis and factor of a square sparse system, as far as they are made."""
@@ -319,7 +330,6 @@ def _options(
     reuse_factor: bool,
     out_of_core: bool,
     memory_budget: Optional[float],
-    progress: Optional[Progress],
 ) -> _lintrix.Options:
     options = _lintrix.Options()
     options.type = _chosen(_TYPES, type, "type")
@@ -330,7 +340,6 @@ def _options(
     options.reuse_factor = reuse_factor
     options.out_of_core = out_of_core
     options.memory_budget = memory_budget
-    options.progress = progress
     options.open_place = open_place
     return options
 
