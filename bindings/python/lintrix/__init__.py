@@ -64,6 +64,7 @@ __all__ = [
 ]
 
 for _name in __all__:
-    globals()[_name].__module__ = __name__  # where users find it
+    if _name.endswith(("Error", "Warning")):
+        globals()[_name].__module__ = __name__  # as it is told where it is not caught
 
 warn_of_other_blas(describe_blas())

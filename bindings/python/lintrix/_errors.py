@@ -5,8 +5,7 @@ from __future__ import annotations
 from typing import TYPE_CHECKING, Optional
 
 if TYPE_CHECKING:
-    import numpy as np
-
+    from ._inputs import Array
     from ._svds import SvdsResult
     from ._verdict import Verdict
 
@@ -21,13 +20,13 @@ class SolveError(Error):
     `verdict` tells why; `x`, where there is one, is there to be looked at, not to be used.
     """
 
-    def __init__(self, message: str, verdict: Verdict, x: Optional[np.ndarray]) -> None:
+    def __init__(self, message: str, verdict: Verdict, x: Optional[Array]) -> None:
         super().__init__(message, verdict, x)
         self.verdict = verdict
         self.x = x
 
     def __str__(self) -> str:
-        return self.args[0]
+        return str(self.args[0])
 
 
 class ConvergenceError(Error):
@@ -38,7 +37,7 @@ class ConvergenceError(Error):
         self.result = result
 
     def __str__(self) -> str:
-        return self.args[0]
+        return str(self.args[0])
 
 
 class ArgumentError(Error, ValueError):
@@ -65,7 +64,7 @@ class FileFormatError(Error, ValueError):
         self.line = line
 
     def __str__(self) -> str:
-        return self.args[0]
+        return str(self.args[0])
 
 
 class SavedSystemError(Error, ValueError):
@@ -80,4 +79,4 @@ class AccuracyWarning(UserWarning):
         self.verdict = verdict
 
     def __str__(self) -> str:
-        return self.args[0]
+        return str(self.args[0])

@@ -8,7 +8,7 @@ from typing import Any, Union
 import numpy as np
 
 from . import _lintrix
-from ._inputs import as_columns, cells_of, is_sparse, native
+from ._inputs import as_columns, cells_of, is_sparse, native_array, native_rows
 
 Path = Union[str, "os.PathLike[str]"]
 
@@ -29,7 +29,7 @@ def read_matrix_market(path: Path) -> Any:
            [1., 0.]])
     """
     os.stat(path)  # raises what Python's own functions raise
-    read = _lintrix.read_matrix_market(os.fspath(path))
+    read = _lintrix.read_matrix_market(os.fsencode(path))
     if isinstance(read, np.ndarray):
         return read
     from scipy.sparse import csr_array
@@ -46,7 +46,7 @@ def write_matrix_market(path: Path, A: Any, *, general: bool = False) -> None:
     bit by bit; a NaN or an infinity is refused.
     """
     if is_sparse(A):
-        _lintrix.write_sparse(os.fspath(path), native(A, cells_of(A.dtype)), general)
+        _lintrix.write_sparse(os.fsencode(path), native_rows(A, cells_of(A.dtype)), general)
     else:
         A = as_columns(A)
-        _lintrix.write_dense(os.fspath(path), native(A, cells_of(A.dtype)))
+        _lintrix.write_dense(os.fsencode(path), native_array(A, cells_of(A.dtype)))

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import warnings
 from dataclasses import dataclass
-from typing import Any, Callable, Optional, Tuple, Union
+from typing import TYPE_CHECKING, Any, Callable, Dict, Optional, Tuple, Union
 
 import numpy as np
 
@@ -12,6 +12,9 @@ from . import _lintrix
 from ._errors import AccuracyWarning, ArgumentError, ConvergenceError
 from ._inputs import COMPLEX, as_matrix, cells_of, native
 from ._threads import num_threads
+
+if TYPE_CHECKING:
+    from ._inputs import Array
 
 
 @dataclass(frozen=True)
@@ -36,7 +39,7 @@ class SvdsResult(Tuple[Any, Any, Any]):
     `certificate`, `restarts` and `products` of A with a vector.
     """
 
-    residuals: np.ndarray
+    residuals: Array
     certificate: Certificate
     restarts: int
     products: int
@@ -60,7 +63,7 @@ def svds(
     deadline: Optional[float] = None,
     memory_budget: Optional[float] = None,
     progress: Optional[Callable[[float, float], object]] = None,
-) -> Union[SvdsResult, np.ndarray]:
+) -> Union[SvdsResult, Array]:
     """The k largest singular values with their vectors, in the shape of `scipy.sparse.linalg.svds`, smallest first.
 
     >>> import numpy as np
@@ -115,7 +118,7 @@ def svds(
     return result if return_singular_vectors else result[1]
 
 
-def _result(told: dict, vectors: Union[bool, str]) -> SvdsResult:
+def _result(told: Dict[str, Any], vectors: Union[bool, str]) -> SvdsResult:
     """Smallest first, as views."""
     u, v = told["u"][:, ::-1], told["v"][:, ::-1]
     parts = (u if vectors in (True, "u") else None), told["s"][::-1], (v.conj().T if vectors in (True, "vh") else None)
@@ -128,7 +131,7 @@ def _result(told: dict, vectors: Union[bool, str]) -> SvdsResult:
     return result
 
 
-def _judge(told: dict, result: SvdsResult, certify: bool, check: str) -> None:
+def _judge(told: Dict[str, Any], result: SvdsResult, certify: bool, check: str) -> None:
     if told["outcome"] == "not finite":
         raise ArgumentError("The matrix holds a NaN or an infinity")
     if told["outcome"] == "not converged":

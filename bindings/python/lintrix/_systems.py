@@ -4,19 +4,22 @@ from __future__ import annotations
 
 import os
 import warnings
-from typing import TYPE_CHECKING, Any, Callable, Optional, Tuple, Union
+import weakref
+from typing import TYPE_CHECKING, Any, Callable, Mapping, Optional, Tuple, Type, Union
 
 import numpy as np
 
 from . import _lintrix
 from ._errors import AccuracyWarning, SolveError
 from ._files import open_place
-from ._inputs import COMPLEX, REAL, as_columns, as_matrix, cells_of, is_sparse, native
+from ._inputs import COMPLEX, REAL, as_columns, as_matrix, cells_of, is_sparse, native, native_array, native_rows
 from ._threads import num_threads
 from ._verdict import Forecast, Inertia, Verdict
 
 if TYPE_CHECKING:
     from scipy.sparse.linalg import LinearOperator
+
+    from ._inputs import Array, Cells
 
 _OPS = {"none": 0, "transpose": 1, "adjoint": 2}
 _CHECKS = {"raise": 2, "warn": 1, "none": 0}
@@ -90,9 +93,10 @@ class LinearSystem:
         A = as_matrix(A)
         self._cells = np.promote_types(cells_of(A.dtype), cells_of(np.dtype(dtype)) if dtype else REAL)
         options = _options(
-            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget, progress
+            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget
         )
-        self._system = _class_for(self._cells)(native(A, self._cells), options)
+        options.progress = self._relay(progress)
+        self._system: _lintrix._System = _class_for(self._cells)(native(A, self._cells), options)
         self._verdict: Optional[Verdict] = None
 
     @classmethod
@@ -112,19 +116,28 @@ class LinearSystem:
     ) -> LinearSystem:
         """A system that `save` has written, as it was: the first solve is by the factor that was saved."""
         options = _options(
-            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget, progress
+            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget
         )
         with open(path, "rb") as file:
             content = file.read(24)[16:]
         system = cls.__new__(cls)
+        options.progress = system._relay(progress)
         system._cells = COMPLEX if content.startswith(b"complex") else REAL
-        system._system = _class_for(system._cells).load(os.fspath(path), options)
+        system._system = _class_for(system._cells).load(os.fsencode(path), options)
         system._verdict = None
         return system
 
+    def _relay(self, progress: Optional[Progress]) -> Optional[Progress]:
+        """The native part holds no listener, which may hold this system: no one would find such a circle."""
+        self._progress = progress
+        if progress is None:
+            return None
+        system = weakref.ref(self)
+        return lambda done, all: system()._progress(done, all)  # type: ignore[union-attr,misc]
+
     def save(self, path: Path) -> None:
         """Writes matrix, analysis and factor of a square sparse system, as far as they are made."""
-        self._system.save(os.fspath(path))
+        self._system.save(os.fsencode(path))
 
     @property
     def shape(self) -> Tuple[int, int]:
@@ -132,7 +145,7 @@ class LinearSystem:
         return self._system.shape
 
     @property
-    def dtype(self) -> np.dtype:
+    def dtype(self) -> Cells:
         """float64 or complex128."""
         return self._cells
 
@@ -156,24 +169,23 @@ class LinearSystem:
 
     def solve(
         self, b: Any, *, op: str = "none", check: str = "raise", deadline: Optional[float] = None
-    ) -> Tuple[Optional[np.ndarray], Verdict]:
+    ) -> Tuple[Optional[Array], Verdict]:
         """X with op(A) X = B, of the shape of B, and a verdict on it; `op` is "none", "transpose" or "adjoint".
 
         A failed solution raises `SolveError`, a degraded one warns with `AccuracyWarning`; check="warn" warns of both,
         check="none" leaves all to the caller. x is None where no road led to any. It stands over the memory of the
         library, column by column: nothing is copied.
         """
-        x, verdict = self._solved(b, _chosen(_OPS, op, "op"), _chosen(_CHECKS, check, "check"), deadline)
-        _judge(x, verdict, _CHECKS[check])
+        level = _chosen(_CHECKS, check, "check")
+        x, verdict = self._solved(b, _chosen(_OPS, op, "op"), deadline)
+        _judge(x, verdict, level)
         return x, verdict
 
-    def _solved(
-        self, b: Any, op: int, check: int, deadline: Optional[float]
-    ) -> Tuple[Optional[np.ndarray], Verdict]:
+    def _solved(self, b: Any, op: int, deadline: Optional[float]) -> Tuple[Optional[Array], Verdict]:
         b = as_columns(b)
         if np.promote_types(cells_of(b.dtype), self._cells) != self._cells:
             raise TypeError("A real system takes no complex right-hand side; LinearSystem(A, dtype=complex) does")
-        x, told = self._system.solve(b.astype(self._cells, copy=False, subok=False), op, deadline)
+        x, told = self._system.solve(native_array(b, self._cells), op, deadline)
         self._verdict = verdict = Verdict.of(told)
         return x.reshape(-1) if x is not None and b.ndim == 1 else x, verdict
 
@@ -188,7 +200,7 @@ class LinearSystem:
             raise TypeError("A system is updated with a sparse matrix")
         if np.promote_types(cells_of(A.dtype), self._cells) != self._cells:
             raise TypeError("A real system cannot be updated with a complex matrix")
-        changed = self._system.update(native(A, self._cells))
+        changed: str = self._system.update(native_rows(A, self._cells))
         self._verdict = None
         return changed
 
@@ -206,7 +218,7 @@ class LinearSystem:
         """A verdict on this matrix, of the last solve or of one that asks for nothing else."""
         verdict = self._verdict
         if verdict is None:
-            verdict = self._solved(np.ones(self.shape[0]), _OPS["none"], 0, None)[1]
+            verdict = self._solved(np.ones(self.shape[0]), _OPS["none"], None)[1]
         return verdict
 
     def as_linear_operator(self, *, check: str = "raise") -> LinearOperator:
@@ -223,18 +235,19 @@ class LinearSystem:
 
         _chosen(_CHECKS, check, "check")
 
-        def apply(b: np.ndarray, op: str) -> np.ndarray:
+        def apply(b: Array, op: str) -> Array:
             if np.iscomplexobj(b) and self._cells == REAL:
-                return apply(b.real, op) + 1j * apply(b.imag, op)
+                real, imaginary = apply(b.real, op), apply(b.imag, op)
+                return real.astype(COMPLEX) + 1j * imaginary
             x, verdict = self.solve(b, op=op, check=check)
             if x is None:
-                _judge(x, verdict, _CHECKS["raise"])
+                raise _failure(x, verdict)
             return x
 
-        def forward(b: np.ndarray) -> np.ndarray:
+        def forward(b: Array) -> Array:
             return apply(b, "none")
 
-        def adjoint(b: np.ndarray) -> np.ndarray:
+        def adjoint(b: Array) -> Array:
             return apply(b, "adjoint")
 
         rows, cols = self.shape
@@ -263,7 +276,7 @@ def solve(
     certain_inertia: bool = False,
     out_of_core: bool = False,
     progress: Optional[Progress] = None,
-) -> Tuple[Optional[np.ndarray], Verdict]:
+) -> Tuple[Optional[Array], Verdict]:
     """X with op(A) X = B, of the shape of B, and a verdict on it.
 
     >>> import numpy as np
@@ -282,7 +295,7 @@ def solve(
     lintrix.SolveError: There is no good solution: singular.
 
     `op`, `check` and the result are as told at `LinearSystem.solve`, all else at `LinearSystem`. `threads` is how many
-    threads may work meanwhile, in the whole process; `deadline` how many seconds all may take.
+    threads may work meanwhile, in the whole process; `deadline` how many seconds analysis, factorization and solve may take.
     """
     level = _chosen(_CHECKS, check, "check")
     A, b = as_matrix(A), as_columns(b)
@@ -299,12 +312,12 @@ def solve(
             memory_budget=memory_budget,
             progress=progress,
         )
-        x, verdict = system._solved(b, _chosen(_OPS, op, "op"), level, deadline)
+        x, verdict = system._solved(b, _chosen(_OPS, op, "op"), deadline)
     _judge(x, verdict, level)
     return x, verdict
 
 
-def _class_for(cells: np.dtype) -> Any:
+def _class_for(cells: Cells) -> Type[_lintrix._System]:
     return _lintrix.ComplexSystem if cells == COMPLEX else _lintrix.RealSystem
 
 
@@ -317,7 +330,6 @@ def _options(
     reuse_factor: bool,
     out_of_core: bool,
     memory_budget: Optional[float],
-    progress: Optional[Progress],
 ) -> _lintrix.Options:
     options = _lintrix.Options()
     options.type = _chosen(_TYPES, type, "type")
@@ -328,22 +340,28 @@ def _options(
     options.reuse_factor = reuse_factor
     options.out_of_core = out_of_core
     options.memory_budget = memory_budget
-    options.progress = progress
     options.open_place = open_place
     return options
 
 
-def _chosen(choices: dict, word: Optional[str], name: str) -> Any:
+def _chosen(choices: Mapping[Any, Any], word: Optional[str], name: str) -> Any:
     if word not in choices:
         words = ", ".join(repr(choice) for choice in choices)
         raise ValueError(f"{name} is {word!r}, and has to be one of {words}")
     return choices[word]
 
 
-def _judge(x: Optional[np.ndarray], verdict: Verdict, level: int) -> None:
+def _judge(x: Optional[Array], verdict: Verdict, level: int) -> None:
     """Raises or warns as it was asked for."""
-    told = verdict.explain().splitlines()[0]
     if verdict.status == "failed" and level > 1:
-        raise SolveError(told, verdict, x)
+        raise _failure(x, verdict)
     if not verdict and level > 0:
-        warnings.warn(AccuracyWarning(told, verdict), stacklevel=3)
+        warnings.warn(AccuracyWarning(_first_line(verdict), verdict), stacklevel=3)
+
+
+def _failure(x: Optional[Array], verdict: Verdict) -> SolveError:
+    return SolveError(_first_line(verdict), verdict, x)
+
+
+def _first_line(verdict: Verdict) -> str:
+    return verdict.explain().splitlines()[0]

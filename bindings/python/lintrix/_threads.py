@@ -5,7 +5,7 @@ from __future__ import annotations
 import threading
 import warnings
 from types import TracebackType
-from typing import List, Optional, Type
+from typing import Any, Dict, List, Optional, Type
 
 from . import _lintrix
 
@@ -33,14 +33,14 @@ class num_threads:
     """
 
     _turn = threading.Lock()
-    _entered: List[num_threads] = []
+    _entered: List[num_threads] = []  # the last one rules
     _before = 0
 
     def __init__(self, threads: Optional[int]) -> None:
-        self._threads = None if threads is None else _counted(threads)
+        self._threads = 0 if threads is None else _counted(threads)
 
     def __enter__(self) -> num_threads:
-        if self._threads is not None:
+        if self._threads:
             with self._turn:
                 if not self._entered:
                     num_threads._before = get_num_threads()
@@ -54,19 +54,19 @@ class num_threads:
         raised: Optional[BaseException],
         trace: Optional[TracebackType],
     ) -> None:
-        if self._threads is not None:
+        if self._threads:
             with self._turn:
                 self._entered.remove(self)
                 rules = self._entered[-1]._threads if self._entered else self._before
                 _lintrix.set_num_threads(rules)
 
 
-def describe_blas() -> dict:
+def describe_blas() -> Dict[str, Any]:
     """The BLAS that this process runs on: its name, its file, its kernels, how it is threaded, and on how many threads."""
     return _lintrix.describe_blas()
 
 
-def warn_of_other_blas(blas: dict) -> None:
+def warn_of_other_blas(blas: Dict[str, Any]) -> None:
     """Builds of OpenBLAS share a file name, and a process has the one that was loaded first."""
     if blas["threading"] != "OpenMP":
         warnings.warn(

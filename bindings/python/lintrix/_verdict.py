@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from dataclasses import dataclass
-from typing import Optional, Tuple
+from typing import Any, Dict, Optional, Tuple
 
 
 @dataclass(frozen=True)
@@ -85,7 +85,7 @@ class Verdict:
     explanations: Tuple[str, str]
 
     @classmethod
-    def of(cls, told: dict) -> Verdict:
+    def of(cls, told: Dict[str, Any]) -> Verdict:
         """From what the native part tells."""
         told["columns"] = tuple(ColumnQuality(*column) for column in told["columns"])
         told["inertia"] = Inertia(*told["inertia"]) if told["inertia"] else None

@@ -11,17 +11,20 @@ namespace Velmar::Lintrix::python {
 
 namespace {
 
-/// The classes of Python's front, which is there when the first failure comes.
-void raise(const char* name, const std::string& message)
+/// A message may name a file, whose name is bytes of any kind.
+py::str textOf(const std::string& message)
 {
-    const py::object type = py::module_::import("lintrix").attr(name);
-    PyErr_SetObject(type.ptr(), py::str(message).ptr());
+    const auto length = static_cast<Py_ssize_t>(message.size());
+    PyObject* const text = PyUnicode_DecodeUTF8(message.data(), length, "surrogateescape");
+    if (text == nullptr) throw py::error_already_set();
+    return py::reinterpret_steal<py::str>(text);
 }
 
-void raiseFileFailure(const FileFormatException& failure)
+/// The classes of Python's front, which is there when the first failure comes.
+template <class... More>
+void raise(const char* name, const std::string& message, const More&... more)
 {
-    const py::object raised =
-        py::module_::import("lintrix").attr("FileFormatError")(failure.Message(), failure.Line());
+    const py::object raised = py::module_::import("lintrix").attr(name)(textOf(message), more...);
     PyErr_SetObject(py::type::handle_of(raised).ptr(), raised.ptr());
 }
 
@@ -42,7 +45,7 @@ void translate(std::exception_ptr failure)
     } catch (const OperationFailedException& error) {
         raise(nameOf(error), error.Message());
     } catch (const FileFormatException& error) {
-        raiseFileFailure(error);
+        raise("FileFormatError", error.Message(), error.Line());
     } catch (const MatrixException& error) { // sizes and indices
         raise("ArgumentError", error.Message());
     } catch (const ArgumentException& error) {

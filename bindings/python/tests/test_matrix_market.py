@@ -1,7 +1,10 @@
 """Files, beside SciPy's reader and writer."""
 
 import gzip
+import os
 import pathlib
+import signal
+import threading
 
 import numpy as np
 import pytest
@@ -98,3 +101,44 @@ def test_paths_of_all_kinds(tmp_path):
     name = tmp_path / "größe ü.mtx"
     lintrix.write_matrix_market(name, np.eye(2))
     assert (lintrix.read_matrix_market(pathlib.Path(name)) == np.eye(2)).all()
+
+
+def test_names_that_are_no_text(tmp_path):
+    name = os.fsencode(tmp_path) + b"/\xff.mtx"
+    for path in name, os.fsdecode(name):
+        lintrix.write_matrix_market(path, np.eye(2))
+        assert (lintrix.read_matrix_market(path) == np.eye(2)).all()
+    with open(name, "w") as file:
+        file.write("no matrix")
+    with pytest.raises(lintrix.FileFormatError) as raised:
+        lintrix.read_matrix_market(name)
+    assert os.fsdecode(name) in str(raised.value)
+
+
+def test_ctrl_c_ends_the_reading_of_a_file(tmp_path):
+    """A pipe brings entries until nobody reads them."""
+    path = tmp_path / "pipe"
+    os.mkfifo(path)
+
+    def write():
+        with open(path, "wb", buffering=0) as pipe:
+            pipe.write(b"%%MatrixMarket matrix coordinate real general\n9 9 2000000000\n")
+            entries = b"1 1 1.0\n" * (1 << 17)
+            pipe.write(entries)
+            os.kill(os.getpid(), signal.SIGINT)
+            while True:
+                pipe.write(entries)
+
+    def write_until_it_breaks():
+        try:
+            write()
+        except BrokenPipeError:
+            broken.append(1)
+
+    broken = []
+    writer = threading.Thread(target=write_until_it_breaks)
+    writer.start()
+    with pytest.raises(KeyboardInterrupt):
+        lintrix.read_matrix_market(path)
+    writer.join(60)
+    assert broken

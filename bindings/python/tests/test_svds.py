@@ -99,6 +99,7 @@ def test_what_does_not_converge():
         (1, {"deadline": 0.0}, lintrix.DeadlineError),
         (1, {"memory_budget": 1.0}, lintrix.OperationError),
         (1.5, {}, TypeError),
+        (2**40, {}, TypeError),
     ],
 )
 def test_what_cannot_be_asked_for(k, options, failure):
@@ -109,3 +110,7 @@ def test_what_cannot_be_asked_for(k, options, failure):
 def test_numbers_that_are_not_finite():
     with pytest.raises(lintrix.ArgumentError, match="NaN or an infinity"):
         lintrix.svds(np.array([[1.0, np.nan], [0.0, 1.0]]), 1)
+
+
+def test_counts_of_numpy_are_counts():
+    assert lintrix.svds(np.eye(4), np.int64(2))[1].shape == (2,)

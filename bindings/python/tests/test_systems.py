@@ -1,8 +1,10 @@
 """Systems that keep their factor."""
 
+import gc
 import os
 import subprocess
 import sys
+import weakref
 
 import numpy as np
 import pytest
@@ -230,3 +232,29 @@ def test_the_smallest_systems(n):
     for A in np.eye(n) * 2, sp.eye(n, format="csr") * 2, sp.eye(n, format="csc") * 2j:
         x, verdict = lintrix.solve(A, np.ones(n))
         assert verdict and (A @ x == 1).all()
+
+
+def test_a_listener_may_hold_its_system():
+    class Watched:
+        def __init__(self):
+            self.calls = 0
+            self.system = lintrix.LinearSystem(laplacian(5), progress=self.hear)
+
+        def hear(self, done, all):
+            self.calls += 1
+
+    watched = Watched()
+    watched.system.solve(np.ones(25))
+    assert watched.calls > 0
+    gone = weakref.ref(watched.system)
+    del watched
+    gc.collect()
+    assert gone() is None
+
+
+def test_solutions_with_more_cells_than_a_matrix_can_hold_are_refused():
+    """x would have 70000 x 70000 cells, though A and b are small."""
+    A = sp.csr_matrix(([1.0, 1.0], ([0, 1], [0, 69999])), shape=(2, 70000))
+    b = np.broadcast_to(1.0, (2, 70000))
+    with pytest.raises(lintrix.ArgumentError, match="Invalid number of rows or columns."):
+        lintrix.solve(A, b)
