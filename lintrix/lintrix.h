@@ -15,6 +15,7 @@
 #include <lintrix/dense/vector.h>
 #include <lintrix/engine/analysis_summary.h>
 #include <lintrix/engine/minimum_degree_order.h>
+#include <lintrix/engine/nested_dissection_order.h>
 #include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/engine/saved_factorization.h>

@@ -49,7 +49,8 @@ public:
     }
 
 private:
-    void gather(const std::vector<Cell>& from, std::span<const std::int32_t> positions, std::vector<Cell>& to);
+    void gather(const std::vector<Cell>& from, std::span<const std::int32_t> positions,
+                std::vector<Cell>& to);
     void scatter(std::vector<Cell>& to, std::span<const std::int32_t> positions) const;
 
     std::int64_t stride_;

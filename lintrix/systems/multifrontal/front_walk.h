@@ -182,7 +182,8 @@ void FrontWalk<Cell>::name(std::int32_t f, Side& side, Names names)
 template <class Cell>
 void FrontWalk<Cell>::addContributions(std::int32_t f)
 {
-    for (const Contribution& child : contributionsTo(f)) isSymmetric() ? addTriangle(child) : addSquare(child);
+    for (const Contribution& child : contributionsTo(f))
+        isSymmetric() ? addTriangle(child) : addSquare(child);
     for (std::int32_t k = 0; k < children_[f]; ++k) {
         stack_.pop(cellsLeft(left_.back().size()));
         left_.pop_back();

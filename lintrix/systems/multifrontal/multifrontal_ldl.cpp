@@ -2,6 +2,7 @@
 
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/multifrontal/little_fill.h>
 #include <lintrix/systems/multifrontal/scaled_cells.h>
 #include <lintrix/systems/multifrontal/symmetric_plan.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
@@ -28,11 +29,12 @@ FrontTree treeOf(const SparseEntries<Cell>& A, const std::vector<int>& exponents
 {
     const std::vector<std::int32_t> together = orderWithPartners(A, exponents, kRule.threshold),
                                     apart = orderWithPartners(A, exponents, 0.0);
-    FrontTree paired = frontTreeOf(A, together);
-    if (together == apart) return paired;
-    FrontTree plain = frontTreeOf(A, apart);
+    FrontTree paired = frontTreeOf(A, together), plain = together == apart ? paired : frontTreeOf(A, apart);
     const bool pays = forecastOf(paired).operations <= kPriceOfWaiting * forecastOf(plain).operations;
-    return pays ? std::move(paired) : std::move(plain);
+    return withLessWork(pays ? std::move(paired) : std::move(plain), [&] {
+        constexpr auto kThorough = FillInReducingMethod::NestedDissection;
+        return frontTreeOf(A, orderWithPartners(A, exponents, pays ? kRule.threshold : 0.0, kThorough));
+    });
 }
 
 template <class Cell>
@@ -70,10 +72,9 @@ bool MultifrontalLDL<Cell>::factorize(const SparseEntries<Cell>& A, const FrontB
     FrontElimination<Cell> elimination(rule);
     FrontWalk<Cell> walk(tree_, symmetry_, bounds);
     Pivots<Cell> pivots;
-    const bool isMade = walk.run([&](std::int32_t f) { addElements(A, f, walk); },
-                                 [&](const Front<Cell>& front, bool isRoot) {
-                                     return elimination.run(front, isRoot, pivots);
-                                 });
+    const bool isMade = walk.run(
+        [&](std::int32_t f) { addElements(A, f, walk); },
+        [&](const Front<Cell>& front, bool isRoot) { return elimination.run(front, isRoot, pivots); });
     if (!isMade) return false;
     this->take(walk.made());
     pivots_ = std::move(pivots);
@@ -100,8 +101,7 @@ template <class Cell>
 Inertia MultifrontalLDL<Cell>::inertia() const
 {
     std::vector<double> diagonal(pivots_.diagonal.size());
-    std::ranges::transform(pivots_.diagonal, diagonal.begin(),
-                           [](const Cell& x) { return std::real(x); });
+    std::ranges::transform(pivots_.diagonal, diagonal.begin(), [](const Cell& x) { return std::real(x); });
     Inertia inertia = inertiaOf<Cell>(diagonal, pivots_.below);
     inertia.positive -= replaced(); // which they look
     inertia.zero += replaced();

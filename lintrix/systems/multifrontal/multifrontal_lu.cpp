@@ -96,10 +96,9 @@ bool MultifrontalLU<Cell>::factorize(const SparseEntries<Cell>& A, const FrontBo
     const Elements elements(*this, A);
     FrontWalk<Cell> walk(plan_.tree, Symmetry::None, bounds);
     std::int32_t replaced = 0;
-    const bool isMade = walk.run([&](std::int32_t f) { elements.addTo(walk, f); },
-                                 [&](const Front<Cell>& front, bool isRoot) {
-                                     return elimination.run(front, isRoot, replaced);
-                                 });
+    const bool isMade = walk.run(
+        [&](std::int32_t f) { elements.addTo(walk, f); },
+        [&](const Front<Cell>& front, bool isRoot) { return elimination.run(front, isRoot, replaced); });
     if (!isMade) return false;
     this->take(walk.made());
     replaced_ = replaced;

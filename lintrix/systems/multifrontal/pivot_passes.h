@@ -37,7 +37,7 @@ protected:
     Cell& at(std::int32_t i, std::int32_t j) const noexcept { return column(j)[i]; }
 
     static constexpr std::int32_t kPanel = 32, kLargePanel = 64; ///< pivots after which the rest follows
-    static constexpr std::int32_t kLarge = 512;      ///< fronts whose panels are wide
+    static constexpr std::int32_t kLarge = 512;                  ///< fronts whose panels are wide
     static constexpr std::int32_t kMostWaiting = 24; ///< columns in the window that were no pivots, likewise
     static constexpr std::int32_t kWorthwhile = 16;  ///< of so many candidates one is a pivot, or all wait
 

@@ -1,13 +1,12 @@
 #include <lintrix/systems/multifrontal/symmetric_plan.h>
 
-#include <lintrix/engine/minimum_degree_order.h>
 #include <lintrix/services/work.h>
+#include <lintrix/systems/multifrontal/little_fill.h>
 
 #include <algorithm>
 #include <cmath>
 #include <complex>
 #include <limits>
-#include <new>
 #include <numeric>
 #include <utility>
 
@@ -181,15 +180,12 @@ std::vector<int> equilibrate(const SparseEntries<Cell>& A)
 
 template <class Cell>
 std::vector<std::int32_t> orderWithPartners(const SparseEntries<Cell>& A, const std::vector<int>& exponents,
-                                            double threshold)
+                                            double threshold, FillInReducingMethod method)
 {
     const std::vector<std::int32_t> partners = partnersOf(A, exponents, threshold);
     const Names names(partners);
-    const PatternArrays pattern = compressed(A, partners, names);
-    std::vector<std::int32_t> nameAt(names.firsts.size()), vertexAt;
-    const int error = MinimumDegreeOrder(pattern.starts, pattern.columns, nameAt);
-    WorkScope::tell();
-    if (error != 0) throw std::bad_alloc();
+    const std::vector<std::int32_t> nameAt = orderOf(compressed(A, partners, names), method);
+    std::vector<std::int32_t> vertexAt;
     vertexAt.reserve(partners.size());
     for (const std::int32_t name : nameAt) {
         const std::int32_t first = names.firsts[name];
@@ -202,8 +198,8 @@ std::vector<std::int32_t> orderWithPartners(const SparseEntries<Cell>& A, const 
 template std::vector<int> equilibrate(const SparseEntries<double>&);
 template std::vector<int> equilibrate(const SparseEntries<std::complex<double>>&);
 template std::vector<std::int32_t> orderWithPartners(const SparseEntries<double>&, const std::vector<int>&,
-                                                     double);
+                                                     double, FillInReducingMethod);
 template std::vector<std::int32_t> orderWithPartners(const SparseEntries<std::complex<double>>&,
-                                                     const std::vector<int>&, double);
+                                                     const std::vector<int>&, double, FillInReducingMethod);
 
 } // namespace Velmar::Lintrix::detail::multifrontal

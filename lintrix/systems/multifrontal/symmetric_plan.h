@@ -2,6 +2,7 @@
 /// @file
 /// What is decided by the sizes of the elements before a symmetric elimination: scales, and the order.
 
+#include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/structure/sparse_pattern.h>
 
@@ -17,7 +18,7 @@ namespace Velmar::Lintrix::detail::multifrontal {
 template <class Cell>
 LINTRIX_TESTABLE std::vector<int> equilibrate(const SparseEntries<Cell>& A);
 
-/// An order of elimination with little fill, by minimum degree: vertexAt[position]. Where the scaled diagonal
+/// An order of elimination with little fill: vertexAt[position]. Where the scaled diagonal
 /// is below `threshold` of its row, the vertex goes with the largest of its neighbours that is free, as one:
 /// the two make a pivot where it alone makes none; none with a threshold of 0 (the constraints of I. S. Duff,
 /// S. Pralet, "Strategies for scaling and pivoting for sparse symmetric indefinite problems", SIAM J. Matrix
@@ -25,6 +26,7 @@ LINTRIX_TESTABLE std::vector<int> equilibrate(const SparseEntries<Cell>& A);
 /// @throws std::bad_alloc
 template <class Cell>
 LINTRIX_TESTABLE std::vector<std::int32_t>
-orderWithPartners(const SparseEntries<Cell>& A, const std::vector<int>& exponents, double threshold);
+orderWithPartners(const SparseEntries<Cell>& A, const std::vector<int>& exponents, double threshold,
+                  FillInReducingMethod method = FillInReducingMethod::MinimumDegree);
 
 } // namespace Velmar::Lintrix::detail::multifrontal

@@ -1,10 +1,11 @@
 #include <lintrix/systems/multifrontal/unsymmetric_plan.h>
 
-#include <lintrix/engine/minimum_degree_order.h>
+#include <lintrix/systems/multifrontal/little_fill.h>
 #include <lintrix/systems/multifrontal/symmetric_plan.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 #include <lintrix/systems/sparse_lu/elimination_plan.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <new>
@@ -14,7 +15,8 @@ namespace Velmar::Lintrix::detail::multifrontal {
 
 namespace {
 
-constexpr std::size_t kMostEntries = std::size_t{1} << 30; ///< twice as many are not counted in 32 bits
+constexpr std::size_t kMostEntries = std::size_t{1}
+                                     << 30; ///< or rows: twice as many are not counted in 32 bits
 constexpr double kLargeEnough = 0.1; ///< of an element of the diagonal, beside the largest of its column
 
 /// (0, A; A', 0), whose symmetric scales are those of the rows of A and of its columns.
@@ -67,7 +69,7 @@ PatternArrays symmetrized(const PatternArrays& columns, const BipartiteMatching&
 template <class Cell>
 UnsymmetricPlan unsymmetricPlanOf(const SparseEntries<Cell>& A)
 {
-    if (A.columns.size() >= kMostEntries) throw std::bad_alloc();
+    if (std::max(A.columns.size(), A.starts.size()) >= kMostEntries) throw std::bad_alloc();
     const EntryArrays<Cell> columns = transposed(A);
     const std::vector<int> exponents = equilibrate<Cell>(augmented(A, columns));
     UnsymmetricPlan plan;
@@ -76,9 +78,11 @@ UnsymmetricPlan unsymmetricPlanOf(const SparseEntries<Cell>& A)
     plan.matching = sparse_lu::strongMatching(columns.pattern, sizesOf(columns, plan), kLargeEnough);
     if (plan.matching.size < A.rows) return plan;
     const PatternArrays pattern = symmetrized(columns.pattern, plan.matching);
-    std::vector<std::int32_t> vertexAt(static_cast<std::size_t>(A.rows));
-    if (MinimumDegreeOrder(pattern.starts, pattern.columns, vertexAt) != 0) throw std::bad_alloc();
-    plan.tree = frontTreeOf(pattern, vertexAt);
+    const auto by = [&](FillInReducingMethod method) {
+        return frontTreeOf(pattern, orderOf(pattern, method));
+    };
+    plan.tree = withLessWork(by(FillInReducingMethod::MinimumDegree),
+                             [&] { return by(FillInReducingMethod::NestedDissection); });
     return plan;
 }
 

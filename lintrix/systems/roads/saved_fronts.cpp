@@ -33,8 +33,8 @@ std::vector<int> takenScales(SectionReader& file, std::string_view name, std::in
 {
     constexpr int kLargestExponent = 2048; // they are applied in pairs
     auto exponents = taken<int>(file, name, n);
-    const bool areScales = std::ranges::all_of(
-        exponents, [](int e) { return e >= -kLargestExponent && e <= kLargestExponent; });
+    const bool areScales =
+        std::ranges::all_of(exponents, [](int e) { return e >= -kLargestExponent && e <= kLargestExponent; });
     if (!areScales) requireWhole(file.Contradiction());
     return exponents;
 }
@@ -251,8 +251,8 @@ FrontalFactor<Cell, Fronts, Kind...>::load(const SparseOf<Cell>& A, Kind... kind
 #define LINTRIX_INSTANTIATE(Cell, Fronts, ...)                                                               \
     template void FrontalFactor<Cell, Fronts __VA_OPT__(, ) __VA_ARGS__>::save(SectionWriter&) const;        \
     template std::unique_ptr<FrontalFactor<Cell, Fronts __VA_OPT__(, ) __VA_ARGS__>>                         \
-    FrontalFactor<Cell, Fronts __VA_OPT__(, ) __VA_ARGS__>::load(                                            \
-        const SparseOf<Cell>&, __VA_ARGS__ __VA_OPT__(, ) SectionReader&);
+    FrontalFactor<Cell, Fronts __VA_OPT__(, ) __VA_ARGS__>::load(const SparseOf<Cell>&,                      \
+                                                                 __VA_ARGS__ __VA_OPT__(, ) SectionReader&);
 LINTRIX_INSTANTIATE(double, MultifrontalLDL<double>, bool)
 LINTRIX_INSTANTIATE(Complex, MultifrontalLDL<Complex>, bool)
 LINTRIX_INSTANTIATE(double, MultifrontalLU<double>)

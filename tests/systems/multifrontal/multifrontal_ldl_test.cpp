@@ -1,6 +1,9 @@
 // Solves against 113 bits, signs against dense eigenvalues, and what a factorization leaves behind.
 
 #include <lintrix/systems/multifrontal/multifrontal_ldl.h>
+#include <lintrix/systems/multifrontal/multifrontal_lu.h>
+
+#include <lintrix/engine/minimum_degree_order.h>
 
 #include "tests/systems/multifrontal/factor_checks.h"
 #include "tests/systems/multifrontal/symmetric_matrices.h"
@@ -211,6 +214,34 @@ TEST(MultifrontalLDL, AFactorStaysWhereTheNextOneFails)
     expectSolves<double>(A, made.ldl, 1);
 }
 
+/// A body: cut into halves it takes fewer operations than by minimum degree.
+TEST(MultifrontalLDL, ALargeBodyIsDissected)
+{
+    const Int side = 26, n = side * side * side;
+    detail::EntryArrays<double> body{{n, n}, {}};
+    for (Int v = 0; v < n; ++v) {
+        const Int x = v % side, y = v / side % side, z = v / side / side;
+        const auto add = [&](bool isThere, Int w, double value) {
+            if (!isThere) return;
+            body.pattern.columns.push_back(w);
+            body.values.push_back(value);
+        };
+        add(z > 0, v - side * side, -1.0);
+        add(y > 0, v - side, -1.0);
+        add(x > 0, v - 1, -1.0);
+        add(true, v, 7.0);
+        add(x + 1 < side, v + 1, -1.0);
+        add(y + 1 < side, v + side, -1.0);
+        add(z + 1 < side, v + side * side, -1.0);
+        body.pattern.starts.push_back(static_cast<Int>(body.values.size()));
+    }
+    std::vector<Int> quick(static_cast<std::size_t>(n));
+    ASSERT_EQ(MinimumDegreeOrder(body.pattern.starts, body.pattern.columns, quick), 0);
+    const double before = forecastOf(frontTreeOf(body.pattern, quick)).operations;
+    EXPECT_LT(MultifrontalLDL<double>(body, true).forecast().operations, 0.8 * before);
+    EXPECT_LT(MultifrontalLU<double>(body).forecast().operations, 2.0 * 0.8 * before);
+}
+
 TEST(MultifrontalLDL, CountsWhatADenseMatrixTakes)
 {
     const Int n = 50;
@@ -252,9 +283,9 @@ template <class Cell>
 void expectNothingLeftBehind(bool conjugates)
 {
     const auto A = saddlePoint<Cell>(randomSymmetric<Cell>(40, 0.1, 4, conjugates), 12);
-    expectMemoryMayBeRefused<Cell>(
-        entriesOf<Cell>(SparseOf<Cell>(A)),
-        [&](const auto& entries) { return MultifrontalLDL<Cell>(entries, conjugates); });
+    expectMemoryMayBeRefused<Cell>(entriesOf<Cell>(SparseOf<Cell>(A)), [&](const auto& entries) {
+        return MultifrontalLDL<Cell>(entries, conjugates);
+    });
 }
 
 TEST(MultifrontalLDL, LeavesNothingBehindWhereMemoryIsRefused)

@@ -187,7 +187,7 @@ template <class Cell>
 void expectNothingLeftBehind()
 {
     expectMemoryMayBeRefused<Cell>(entriesOf<Cell>(SparseOf<Cell>(randomDense<Cell>(40, 0.1, 4))),
-                                  [](const auto& A) { return MultifrontalLU<Cell>(A); });
+                                   [](const auto& A) { return MultifrontalLU<Cell>(A); });
 }
 
 TEST(MultifrontalLU, LeavesNothingBehindWhereMemoryIsRefused)

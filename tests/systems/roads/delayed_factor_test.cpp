@@ -213,7 +213,8 @@ TEST(DelayedFactor, AFileWhosePivotsAreNotEachPositionOnceIsRefused)
         ASSERT_EQ(loaded(A, isLU, good, good)->solve(B, X, N::NotTransposed, {}).error, 0);
         EXPECT_EQ(X(0, 0), 1.0);
         EXPECT_EQ(X(1, 0), 2.0);
-        for (const Indices& bad : {Indices{0, 1, 0}, {1, 1, 1}, {0, 0, 1}, {0, 2, 1}, {0, -1, 1}, {0, 1, 2}}) {
+        for (const Indices& bad :
+             {Indices{0, 1, 0}, {1, 1, 1}, {0, 0, 1}, {0, 2, 1}, {0, -1, 1}, {0, 1, 2}}) {
             EXPECT_THROW(loaded(A, isLU, bad, good), SerializationException);
             if (isLU) {
                 EXPECT_THROW(loaded(A, isLU, good, bad), SerializationException);

@@ -1,0 +1,37 @@
+#include <lintrix/engine/nested_dissection_order.h>
+
+#include <lintrix/engine/analysis/graph/adjacency.h>
+#include <lintrix/engine/analysis/ordering/metis_ordering.h>
+#include <lintrix/engine/call/memory.h>
+
+namespace Velmar::Lintrix {
+
+using namespace detail::engine;
+
+namespace {
+
+Failure orderPattern(const Pattern& pattern, std::span<int> vertexAt)
+{
+    if (vertexAt.empty()) return checkPattern(pattern);
+    SymmetrizedPattern adjacency;
+    if (const Failure failure = adjacency.count(pattern)) return failure;
+    const auto starts = Scratch<int>::uninitialised(std::ssize(vertexAt) + 1);
+    const auto neighbours = Scratch<int>::uninitialised(adjacency.entries());
+    const auto positionOf = Scratch<int>::uninitialised(std::ssize(vertexAt));
+    if (!starts || !neighbours || !positionOf)
+        return outOfMemory(BlockCode::Transient, missingBytes(starts, neighbours, positionOf));
+    return orderByMetis(adjacency.write(starts.span(), neighbours.span()), {positionOf.span(), vertexAt});
+}
+
+} // namespace
+
+int NestedDissectionOrder(std::span<const std::int32_t> starts, std::span<const std::int32_t> columns,
+                          std::span<std::int32_t> vertexAt) noexcept
+{
+    constexpr int kMetisMemory = -3; // METIS's number where its memory ends
+    const Failure failure = orderPattern({starts, columns}, vertexAt);
+    const bool isMemory = failure.error == Error::Reordering && failure.internal == kMetisMemory;
+    return static_cast<int>(isMemory ? Error::Memory : failure.error);
+}
+
+} // namespace Velmar::Lintrix
