@@ -172,15 +172,15 @@ std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op,
 }
 
 /// A correction by a solve with the relative error e leaves e*R of its residual, from which the condition
-/// makes e*condition of the correction again: where that is little, a further step of refinement tells no
-/// more. The drift of the factor alone is e of a solve without a step, its square with one.
+/// makes e*condition of the correction again: where that is little, further steps of refinement tell no more.
+/// The drift d is e of the factor alone, unless it was refined because that is above kSureDrift: then it is
+/// e^2 or e^3. So one step always comes near to d, and none is needed where d is smaller than any cube.
 Refining enoughFor(const FactorQuality& factor)
 {
-    constexpr double kLittle = 1.0 / 64;
-    if (!factor.plainDrift || !factor.condition) return Refining::Unasked;
-    const double drift = *factor.plainDrift, condition = *factor.condition;
-    if (drift * condition <= kLittle) return Refining::Never;
-    return drift * drift * condition <= kLittle ? Refining::Once : Refining::Unasked;
+    constexpr double kLittle = 1.0 / 64, kNotRefined = 0.1 * kSureDrift * kSureDrift * kSureDrift;
+    if (!factor.drift || !factor.condition || !(*factor.drift * *factor.condition <= kLittle))
+        return Refining::Unasked;
+    return *factor.drift <= kNotRefined ? Refining::Never : Refining::Once;
 }
 
 /// The corrections op(A)^-1 * R of `columns` columns. What the factor is worth is found out before, if nobody
@@ -242,6 +242,15 @@ std::vector<std::size_t> unbounded(const std::vector<std::size_t>& order,
     return others;
 }
 
+/// A pivot that was replaced may have been anything as small: where the condition takes rounding as far as
+/// all digits, nothing that the factor solves for has one for certain.
+bool isBeyond(const BoundsAsked& asked)
+{
+    if (!asked.isOfAnother || !asked.ofFactor || !*asked.ofFactor) return false;
+    const double lost = 0x1p-53 * (*asked.ofFactor)->condition.value_or(0.0);
+    return lost >= kNoDigit;
+}
+
 template <class Cell>
 std::vector<ColumnQuality> qualityOfColumns(const MatrixView<Cell>& A, TransposeMode op,
                                             const Residuals<Cell>& all, Factored<Cell>* factor,
@@ -257,6 +266,10 @@ std::vector<ColumnQuality> qualityOfColumns(const MatrixView<Cell>& A, Transpose
         columns[j].verdict = verdictOf(columns[j], asked.probeError, columns[j].errorBound);
     if (bounded == 0) return columns;
     const std::vector<std::size_t> others = unbounded(order, columns);
+    if (isBeyond(asked)) {
+        for (const std::size_t j : others) columns[j].verdict = Verdict::Failed;
+        return columns;
+    }
     const std::vector<double> estimates = errorEstimates(all, op, *factor, others);
     for (std::size_t k = 0; k < others.size(); ++k) {
         ColumnQuality& column = columns[others[k]];

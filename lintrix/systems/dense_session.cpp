@@ -157,13 +157,21 @@ private:
         M X(rows(), columns.B.Cols());
         if (factor.solve(columns.B, X, op, {}).error != 0) throw NotEnoughMemoryException();
         finish("solve");
-        if (!factor.isSingular() && !isSolvedByAnother(columns, X, op))
-            return judged(factor, columns, std::move(X), known, op);
+        std::optional<SystemAnswer<Cell>> asRegular;
+        const bool showsSingular = factor.isSingular() || isSolvedByAnother(columns, X, op);
+        if (!factor.isSingular()) asRegular = judged(factor, columns, std::move(X), known, op);
+        if (asRegular && !showsSingular && !looksSingular(*asRegular)) return *std::move(asRegular);
         SystemAnswer<Cell> singular = judgedSingular(factor, columns, op, probeAlone);
-        if (singular.solutions || factor.isSingular()) return singular;
-        SystemAnswer<Cell> answer = judged(factor, columns, std::move(X), known, op);
-        answer.faults = std::move(singular.faults);
-        return answer;
+        if (singular.solutions || !asRegular) return singular;
+        asRegular->faults = std::move(singular.faults);
+        return *std::move(asRegular);
+    }
+
+    /// The probe may come back by chance.
+    static bool looksSingular(const SystemAnswer<Cell>& answer)
+    {
+        constexpr double kFewDigitsLeft = 1e14;
+        return answer.verdict != Verdict::Accurate && answer.condition.value_or(0.0) >= kFewDigitsLeft;
     }
 
     /// Something else than the probe solves its system to rounding level.

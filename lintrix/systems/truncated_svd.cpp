@@ -3,11 +3,18 @@
 #include <lintrix/complex/access.h>
 #include <lintrix/dense/access.h>
 #include <lintrix/foundation/failures.h>
+#include <lintrix/sparse/access.h>
+#include <lintrix/systems/quality/vector_norms.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/run_control.h>
 #include <lintrix/systems/truncated_svd/triplet_search.h>
 
 #include <algorithm>
+#include <cmath>
+#include <complex>
 #include <limits>
+#include <optional>
+#include <span>
 
 namespace Velmar::Lintrix {
 
@@ -56,6 +63,47 @@ double bytesToTake(const SparseOf<Cell>& A, std::int32_t count)
     return kPartOfMemory * MemoryLeft(MKL_Get_Max_Threads());
 }
 
+/// No comparison holds of a NaN.
+void requireInRange(const TruncatedSvdOptions& options)
+{
+    if (!(options.tolerance > 0.0))
+        throw ArgumentOutOfRangeException("The tolerance must be above 0.", "tolerance");
+    if (options.block < 1) throw ArgumentOutOfRangeException("The block must be above 0.", "block");
+    if (options.basis < 0) throw ArgumentOutOfRangeException("The basis must not be below 0.", "basis");
+    if (options.restarts < 0)
+        throw ArgumentOutOfRangeException("The restarts must not be below 0.", "restarts");
+    if (!(options.memoryBudget.value_or(0.0) >= 0.0))
+        throw ArgumentOutOfRangeException("The memory budget must not be below 0.", "memoryBudget");
+    if (!(options.certificateOperations >= 0.0))
+        throw ArgumentOutOfRangeException("The operations of the certificate must not be below 0.",
+                                          "certificateOperations");
+}
+
+/// The power of two by which a matrix is divided so that no square of its size leaves the range of a double:
+/// 0 of one whose elements are neither tiny nor huge, or no numbers, or zero.
+template <class Cell>
+int exponentOfUnit(const SparseOf<Cell>& A)
+{
+    constexpr int kHarmless = 400;
+    double largest = 0.0;
+    for (const Cell& cell : A.Values())
+        for (const double part : {std::real(cell), std::imag(cell)})
+            largest = largerOrNaN(largest, std::abs(part));
+    if (largest == 0.0 || !std::isfinite(largest)) return 0;
+    int exponent = 0;
+    std::frexp(largest, &exponent);
+    return std::abs(exponent) > kHarmless ? exponent : 0;
+}
+
+/// A*2^exponent, exactly but for what underflows beside elements that are far larger.
+template <class Cell>
+SparseOf<Cell> scaledBy(SparseOf<Cell> A, int exponent)
+{
+    const std::span cells(SparseAccess::values(A), static_cast<std::size_t>(A.NumElements()));
+    for (Cell& cell : cells) cell = roads::timesPowerOfTwo(cell, exponent);
+    return A;
+}
+
 RunWatch watchOf(const TruncatedSvdOptions& options)
 {
     SystemOptions watched;
@@ -102,20 +150,30 @@ void TruncatedSVD<Cell>::compute(const Sparse& A, std::int32_t count, const V_* 
                                  const TruncatedSvdOptions& options)
 {
     if (count < 1 || count > std::min(A.Rows(), A.Cols())) throw InvalidSizeException();
-    if (!(options.tolerance > 0.0))
-        throw ArgumentOutOfRangeException("The tolerance must be above 0.", "tolerance");
-    if (options.block < 1) throw ArgumentOutOfRangeException("The block must be above 0.", "block");
+    requireInRange(options);
     if (start != nullptr && start->Length() != A.Cols()) throw SizeMismatchException();
     tolerance_ = options.tolerance;
     const RunWatch watch = watchOf(options);
     ControlledRun run(watch);
     const double bytes = options.memoryBudget.value_or(bytesToTake<Cell>(A, count));
-    const SvdMatrix<Cell> matrix(A, 0.5 * bytes);
+    const int exponent = exponentOfUnit<Cell>(A);
+    std::optional<Sparse> inUnits;
+    if (exponent != 0) inUnits = scaledBy<Cell>(A, -exponent);
+    const SvdMatrix<Cell> matrix(inUnits ? *inUnits : A, 0.5 * bytes);
     if (matrix.isFinite())
         search(matrix, count, bytes - matrix.bytes(), start, options);
     else
         fillWithNaN(A.Rows(), A.Cols(), count);
+    if (exponent != 0) multiply(exponent);
     run.finish();
+}
+
+template <class Cell>
+void TruncatedSVD<Cell>::multiply(int exponent)
+{
+    for (std::int32_t j = 0; j < values_.Length(); ++j)
+        values_[j] = roads::timesPowerOfTwo(values_[j], exponent);
+    certificate_.bound = roads::timesPowerOfTwo(certificate_.bound, exponent);
 }
 
 template <class Cell>

@@ -110,11 +110,12 @@ public:
     /// All work is done here; the matrix is read and not referred to afterwards. Checks, in this order:
     /// @throws InvalidSizeException      count is below 1 or above min(m, n): "Invalid number of rows or
     ///                                   columns."
-    /// @throws ArgumentOutOfRangeException  the tolerance is not above 0, or is no number; the block is below
-    /// 1
+    /// @throws ArgumentOutOfRangeException  an option is out of its range, or no number: the tolerance must
+    /// be
+    ///                                   above 0, the block at least 1; basis, restarts, the memory budget
+    ///                                   and the operations of the certificate must not be below 0
     /// @throws OperationFailedException  the memory budget is too small: "The memory budget is too small.";
-    /// the
-    ///                                   limits ask for the end: "The operation was stopped." or "The
+    ///                                   the limits ask for the end: "The operation was stopped." or "The
     ///                                   deadline has passed."
     /// @throws NotEnoughMemoryException, std::bad_alloc  nothing leaks
     TruncatedSVD(const Sparse& A, std::int32_t count, const TruncatedSvdOptions& options = {});
@@ -141,6 +142,7 @@ private:
     void compute(const Sparse& A, std::int32_t count, const V_* start, const TruncatedSvdOptions& options);
     void search(const detail::SvdMatrix<Cell>& matrix, std::int32_t count, double bytes, const V_* start,
                 const TruncatedSvdOptions& options);
+    void multiply(int exponent);
     void fillWithNaN(std::int32_t rows, std::int32_t cols, std::int32_t count);
 
     M U_, right_;

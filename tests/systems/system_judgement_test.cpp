@@ -2,6 +2,7 @@
 // solutions.
 
 #include <lintrix/lintrix.h>
+#include <lintrix/systems/cells.h>
 
 #include "tests/support/failing_allocator.h"
 
@@ -551,8 +552,9 @@ SparseOf<Cell> singularBy(std::int32_t n, std::uint64_t seed)
     return A;
 }
 
-template <class Cell>
-void expectManyOrNone()
+/// Sparse or dense.
+template <class Cell, class Storage>
+void expectManyOrNone(const Storage& stored)
 {
     using M = DenseOf<Cell>;
     constexpr TransposeMode kModes[] = {TransposeMode::NotTransposed, TransposeMode::Transposed,
@@ -563,7 +565,7 @@ void expectManyOrNone()
         const TransposeMode op = kModes[seed % 3];
         const SparseOf<Cell> A = singularBy<Cell>(n, seed);
         const M dense = turned(A.ToDense(), op);
-        LinearSystem system(A);
+        LinearSystem system(stored(A));
         const M inRange = dense * blockOf<M>(n, 2, seed);
         const auto many = system.Solve(inRange, op);
         if (many.reason.find("structurally") != std::string::npos) continue; // one of them is
@@ -588,8 +590,105 @@ void expectManyOrNone()
 
 TEST(SingularSystem, HasManySolutionsOrNone)
 {
-    expectManyOrNone<double>();
-    expectManyOrNone<Complex>();
+    const auto asItIs = [](const auto& A) { return A; };
+    expectManyOrNone<double>(asItIs);
+    expectManyOrNone<Complex>(asItIs);
+}
+
+TEST(SingularSystem, HasManySolutionsOrNoneInDenseStorageToo)
+{
+    const auto dense = [](const auto& A) { return A.ToDense(); };
+    expectManyOrNone<double>(dense);
+    expectManyOrNone<Complex>(dense);
+}
+
+TEST(SingularSystem, OfDenseZerosHasManySolutionsForZerosAlone)
+{
+    const Matrix zeros(3, 3);
+    LinearSystem system(zeros);
+    EXPECT_EQ(system.Factorize(), Verdict::Failed);
+    EXPECT_NE(system.Solve(Matrix{{1}, {0}, {0}}).verdict, Verdict::Accurate);
+    EXPECT_NE(system.Solve(Matrix{{1}, {0}, {0}}).solutions, Solutions::Many);
+    EXPECT_NE(system.Solve(Matrix(3, 1)).solutions, Solutions::None);
+}
+
+TEST(SingularSystem, InDenseStorageLeavesAColumnOfNoNumbersAlone)
+{
+    const double kNaN = std::numeric_limits<double>::quiet_NaN();
+    const auto answer = LinearSystem(Matrix{{1, 2}, {2, 4}}).Solve(Matrix{{1, kNaN}, {2, 1}});
+    ASSERT_EQ(answer.columns.size(), 2U);
+    EXPECT_EQ(answer.verdict, Verdict::Failed);
+    EXPECT_EQ(answer.columns[0].verdict, Verdict::Degraded);
+    EXPECT_EQ(answer.columns[1].verdict, Verdict::Failed);
+    EXPECT_NEAR((*answer.x)(0, 0), 0.2, 1e-14);
+    EXPECT_NEAR((*answer.x)(1, 0), 0.4, 1e-14);
+}
+
+/// Signs by hand: Q*D*Q' with a reflection Q.
+template <class Cell>
+DenseOf<Cell> reflected(const std::vector<double>& eigenvalues)
+{
+    const auto n = static_cast<std::int32_t>(eigenvalues.size());
+    const DenseOf<Cell> w = blockOf<DenseOf<Cell>>(n, 1, 3);
+    double square = 0.0;
+    for (std::int32_t i = 0; i < n; ++i) square += std::norm(w(i, 0));
+    DenseOf<Cell> A(n, n);
+    const auto q = [&](std::int32_t i, std::int32_t k) {
+        return Cell(i == k ? 1.0 : 0.0) - 2.0 / square * w(i, 0) * detail::conjugate(Cell(w(k, 0)));
+    };
+    for (std::int32_t j = 0; j < n; ++j)
+        for (std::int32_t i = 0; i <= j; ++i) {
+            Cell sum{};
+            for (std::int32_t k = 0; k < n; ++k)
+                sum += q(i, k) * eigenvalues[static_cast<std::size_t>(k)] * detail::conjugate(q(j, k));
+            A(i, j) = i == j ? Cell(std::real(sum)) : sum;
+            A(j, i) = detail::conjugate(Cell(A(i, j)));
+        }
+    return A;
+}
+
+template <class Cell>
+void expectSignsOfDense()
+{
+    std::vector<double> eigenvalues(40);
+    for (std::size_t k = 0; k < eigenvalues.size(); ++k)
+        eigenvalues[k] = (k % 3 == 0 ? -1.0 : 1.0) * (1.0 + static_cast<double>(k));
+    DenseOf<Cell> A = reflected<Cell>(eigenvalues);
+    const auto answer = LinearSystem(A).Solve(blockOf<DenseOf<Cell>>(40, 1, 1));
+    ASSERT_TRUE(answer.inertia);
+    EXPECT_EQ(answer.inertia->positive, 26);
+    EXPECT_EQ(answer.inertia->negative, 14);
+    EXPECT_EQ(answer.inertia->uncertain, 0);
+    eigenvalues[4] = 0.0; // none is certain of it
+    const auto singular = LinearSystem(reflected<Cell>(eigenvalues)).Solve(blockOf<DenseOf<Cell>>(40, 1, 1));
+    ASSERT_TRUE(singular.inertia);
+    EXPECT_EQ(singular.inertia->positive, 25);
+    EXPECT_EQ(singular.inertia->negative, 14);
+    EXPECT_EQ(singular.inertia->uncertain, 1);
+    A(0, 1) += 1.0;
+    EXPECT_FALSE(LinearSystem(A).Solve(blockOf<DenseOf<Cell>>(40, 1, 1)).inertia) << "not its own adjoint";
+    EXPECT_FALSE(
+        LinearSystem(A, SystemOptions{.errorBounds = 0}).Solve(blockOf<DenseOf<Cell>>(40, 1, 1)).inertia);
+}
+
+TEST(SystemInertia, IsToldOfDenseMatricesAsWell)
+{
+    expectSignsOfDense<double>();
+    expectSignsOfDense<Complex>();
+}
+
+TEST(SystemInertia, OfALargeDenseMatrixIsToldWhereItIsAskedFor)
+{
+    std::vector<double> eigenvalues(420, 1.0);
+    eigenvalues[7] = -2.0;
+    const Matrix A = reflected<double>(eigenvalues), B = blockOf<Matrix>(420, 1, 1);
+    EXPECT_EQ(LinearSystem(A).Solve(B).inertia.value().uncertain, 420);
+    SystemOptions options;
+    options.certainInertia = true;
+    const auto inertia = LinearSystem(A, options).Solve(B).inertia;
+    ASSERT_TRUE(inertia);
+    EXPECT_EQ(inertia->positive, 419);
+    EXPECT_EQ(inertia->negative, 1);
 }
 
 TEST(SingularSystem, FaultsAreInTheRowsOfTheMatrixWhateverTheOp)

@@ -188,6 +188,26 @@ TYPED_TEST(TruncatedSvdTest, UnitsDoNotMatter)
     }
 }
 
+/// To the last bit that there is.
+TYPED_TEST(TruncatedSvdTest, SubnormalAndHugeElementsHaveTheirValues)
+{
+    using Sparse = typename TruncatedSVD<TypeParam>::Sparse;
+    for (const int exponent : {-1074, -1060, -1022, 1010}) {
+        Sparse A(30, 20);
+        for (std::int32_t j = 0; j < 20; ++j) A(j + 5, j) = std::ldexp(double(200 - 9 * j), exponent);
+        const TruncatedSVD<TypeParam> svd(A, 4, TruncatedSvdOptions{.certify = true});
+        EXPECT_EQ(svd.Outcome(), TripletsOutcome::Converged) << exponent;
+        EXPECT_EQ(svd.Certificate().certainty, TripletsCertainty::Certain) << exponent;
+        for (std::int32_t k = 0; k < 4; ++k) {
+            const double expected = std::ldexp(double(200 - 9 * k), exponent);
+            EXPECT_NEAR(svd.S()[k], expected, 1e-12 * expected) << exponent;
+            EXPECT_NEAR(std::abs(svd.V()(k, k)), 1.0, 1e-8);
+        }
+        EXPECT_LE(svd.Certificate().bound, svd.S()[3]);
+        EXPECT_GT(svd.Certificate().bound, 0.9 * svd.S()[3] - std::ldexp(1.0, -1074));
+    }
+}
+
 TYPED_TEST(TruncatedSvdTest, MultipleValuesAndClustersAreCertifiedWithTheirMultiplicity)
 {
     for (const int multiplicity : {2, 3, 4, 5}) {
@@ -398,8 +418,15 @@ TYPED_TEST(TruncatedSvdTest, BadArgumentsAreRefused)
         const TruncatedSvdOptions options{.tolerance = bad};
         EXPECT_THROW(TruncatedSVD<TypeParam>(A, 2, options), ArgumentOutOfRangeException);
     }
-    const TruncatedSvdOptions noBlock{.block = 0};
-    EXPECT_THROW(TruncatedSVD<TypeParam>(A, 2, noBlock), ArgumentOutOfRangeException);
+    for (const double bad : {-1.0, std::nan("")}) {
+        EXPECT_THROW(TruncatedSVD<TypeParam>(A, 2, TruncatedSvdOptions{.memoryBudget = bad}),
+                     ArgumentOutOfRangeException);
+        EXPECT_THROW(TruncatedSVD<TypeParam>(A, 2, TruncatedSvdOptions{.certificateOperations = bad}),
+                     ArgumentOutOfRangeException);
+    }
+    for (const TruncatedSvdOptions& bad : {TruncatedSvdOptions{.basis = -1}, TruncatedSvdOptions{.block = 0},
+                                           TruncatedSvdOptions{.restarts = -1}})
+        EXPECT_THROW(TruncatedSVD<TypeParam>(A, 2, bad), ArgumentOutOfRangeException);
     expectFailure<SizeMismatchException>([&] { TruncatedSVD<TypeParam>(A, 2, V(8)); },
                                          "Matrix sizes do not match.");
 }

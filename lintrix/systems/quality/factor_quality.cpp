@@ -28,14 +28,13 @@ public:
     WatchedSolves(const MatrixView<Cell>& A, const FactorQuestion& asked, FactorQuality& quality)
         : A_(A), asked_(asked), quality_(quality)
     {
-        quality_.drift = quality_.plainDrift = 0.0;
+        quality_.drift = 0.0;
     }
 
     void solve(const typename LinearMap<Cell>::Apply& inverse, std::int32_t columns, const Cell* x, Cell* y)
     {
         inverse(columns, x, y);
         double drift = driftOf(columns, x, y);
-        quality_.plainDrift = largerOrNaN(*quality_.plainDrift, drift);
         for (std::int32_t step = 0; step < asked_.steps && !(drift <= asked_.near); ++step) {
             std::vector<Cell> corrections(left_.size());
             inverse(columns, left_.data(), corrections.data());
@@ -92,7 +91,8 @@ FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& 
         map.times = watched(inverse.times);
         map.adjointTimes = watched(inverse.adjointTimes);
     }
-    quality.inverseNorm = estimateOneNorm(map, {.columns = asked.columns, .iterations = kSteps});
+    quality.inverseNorm = estimateOneNorm(
+        map, {.columns = asked.columns, .iterations = kSteps, .hermitian = asked.shift.has_value()});
     const double condition =
         conditionOf(asked.oneNorm ? *asked.oneNorm : oneNorm(A), quality.inverseNorm, A.rows());
     if (!std::isnan(condition)) quality.condition = condition;

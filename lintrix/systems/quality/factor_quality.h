@@ -23,7 +23,6 @@ struct FactorQuality {
     /// answers, where the mean of ||F*x||^2 over all signs is the square of the Frobenius norm of F, and the
     /// unit vectors that the inverse makes longest.
     std::optional<double> drift{};
-    std::optional<double> plainDrift{}; ///< the same before any step of refinement
 
     /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
     /// solves behind it too few digits.

@@ -71,5 +71,65 @@ TYPED_TEST(FactorWorth, TakesThreeSolvesAndSeldomFallsShort)
     EXPECT_GE(near, kTrials - 1);
 }
 
+/// Of a chain of springs, whose inverse has positive elements alone.
+template <class Cell>
+MatrixOf<Cell> chain(int n)
+{
+    MatrixOf<Cell> A(n, n);
+    for (int i = 0; i < n; ++i) {
+        A(i, i) = 2.5;
+        if (i > 0) A(i, i - 1) = A(i - 1, i) = -1.0;
+    }
+    return A;
+}
+
+TYPED_TEST(FactorWorth, TakesTwoSolvesWhereTheAnswersOfAHermitianMatrixHaveOneSign)
+{
+    using Cell = TypeParam;
+    const MatrixOf<Cell> A = chain<Cell>(30);
+    const LinearMap<Cell> solves = inverseMap<Cell>(A);
+    int count = 0;
+    const FactorQuality quality =
+        qualityOfFactor(MatrixView<Cell>(A), counted(solves, count), {.shift = 0.0});
+    EXPECT_EQ(count, 2);
+    const double norm = largestColumnSum(solves);
+    EXPECT_NEAR(quality.inverseNorm, norm, 1e-12 * norm);
+    EXPECT_LT(quality.drift.value(), 1e-12);
+}
+
+/// Of a matrix nearby: the answers are too large by a part of themselves.
+template <class Cell>
+LinearMap<Cell> inflated(const LinearMap<Cell>& map, double part)
+{
+    const auto inflating = [part, &map](const auto& apply) {
+        return [apply, part, &map](std::int32_t columns, const Cell* x, Cell* y) {
+            apply(columns, x, y);
+            for (int k = 0; k < map.rows * columns; ++k) y[k] *= 1.0 + part;
+        };
+    };
+    return {map.rows, map.cols, inflating(map.times), inflating(map.adjointTimes)};
+}
+
+TYPED_TEST(FactorWorth, RefinesAsLongAsItIsTooFarAndAsItMay)
+{
+    using Cell = TypeParam;
+    const MatrixOf<Cell> A = chain<Cell>(30);
+    const LinearMap<Cell> exact = inverseMap<Cell>(A);
+    const auto worthOf = [&](double part, std::int32_t steps, int& count) {
+        const LinearMap<Cell> nearby = inflated(exact, part);
+        return qualityOfFactor(MatrixView<Cell>(A), counted(nearby, count),
+                               {.shift = 0.0, .steps = steps, .near = 1e-3});
+    };
+    int plain = 0, near = 0, far = 0, never = 0;
+    worthOf(0.0, 2, plain);
+    EXPECT_EQ((worthOf(1e-6, 2, near).drift), (worthOf(1e-6, 0, never).drift));
+    EXPECT_EQ(near, plain);
+    const FactorQuality refined = worthOf(4e-3, 2, far);
+    EXPECT_EQ(far, 2 * plain) << "once for each";
+    EXPECT_LT(refined.drift.value(), 1e-4);
+    const double norm = largestColumnSum(exact);
+    EXPECT_NEAR(refined.inverseNorm, norm, 2e-5 * norm);
+}
+
 } // namespace
 } // namespace Velmar::Lintrix::testing
