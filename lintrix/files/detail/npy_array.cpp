@@ -120,11 +120,11 @@ private:
         const char* const digits = type.data() + std::min<std::size_t>(2, type.size());
         const auto [end, error] = std::from_chars(digits, type.data() + type.size(), size);
         const bool order = !type.empty() && std::string_view("<>=|").find(type[0]) != std::string_view::npos;
-        if (!order || !kind || error != std::errc() || end != type.data() + type.size() ||
-            !isSize(*kind, size))
+        const bool isWhole = order && error == std::errc() && end == type.data() + type.size();
+        if (!isWhole || !kind || !isSize(kind.value(), size))
             fail("elements of type " + quoted(type) + " are not read");
-        header.kind = *kind;
-        header.bytes = *kind == NpyKind::WideText ? 4 * size : size;
+        header.kind = kind.value();
+        header.bytes = header.kind == NpyKind::WideText ? 4 * size : size;
         header.swapped = type[0] == '>';
     }
     static std::optional<NpyKind> kindOf(char letter)
