@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING, Any, Union
 import numpy as np
 
 from . import _lintrix
+from ._errors import ArgumentError
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
@@ -50,6 +51,12 @@ def cells_of(dtype: Cells) -> Cells:
     if dtype.kind in "biuf":
         return REAL
     raise TypeError(f"{dtype} is no type of number")
+
+
+def require_cells(rows: int, cols: int) -> None:
+    """A dense matrix has fewer than 2^31 cells, which the library leaves to its callers."""
+    if rows * cols >= 2**31:
+        raise ArgumentError("Invalid number of rows or columns.")
 
 
 def native(A: Any, cells: Cells) -> Union[_lintrix.Rows, Array]:

@@ -10,7 +10,7 @@ import numpy as np
 
 from . import _lintrix
 from ._errors import AccuracyWarning, ArgumentError, ConvergenceError
-from ._inputs import COMPLEX, as_matrix, cells_of, native
+from ._inputs import COMPLEX, as_matrix, cells_of, native, require_cells
 from ._threads import num_threads
 
 if TYPE_CHECKING:
@@ -105,6 +105,7 @@ def svds(
     if check not in ("raise", "warn", "none"):
         raise ValueError('check has to be "raise", "warn" or "none"')
     A = as_matrix(A)
+    require_cells(max(A.shape), k)
     guess = None if v0 is None else np.asarray(v0).reshape(-1)
     cells = cells_of(A.dtype) if guess is None else np.promote_types(cells_of(A.dtype), cells_of(guess.dtype))
     if guess is not None:

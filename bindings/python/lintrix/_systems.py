@@ -12,7 +12,7 @@ import numpy as np
 from . import _lintrix
 from ._errors import AccuracyWarning, SolveError
 from ._files import open_place
-from ._inputs import COMPLEX, REAL, as_columns, as_matrix, cells_of, is_sparse, native, native_array, native_rows
+from ._inputs import COMPLEX, REAL, as_columns, as_matrix, cells_of, is_sparse, native, native_array, native_rows, require_cells
 from ._threads import num_threads
 from ._verdict import Forecast, Inertia, Verdict
 
@@ -185,6 +185,7 @@ class LinearSystem:
         b = as_columns(b)
         if np.promote_types(cells_of(b.dtype), self._cells) != self._cells:
             raise TypeError("A real system takes no complex right-hand side; LinearSystem(A, dtype=complex) does")
+        require_cells(max(self.shape), b.size // max(b.shape[0], 1) + 1)  # x, and the probe beside it
         x, told = self._system.solve(native_array(b, self._cells), op, deadline)
         self._verdict = verdict = Verdict.of(told)
         return x.reshape(-1) if x is not None and b.ndim == 1 else x, verdict

@@ -85,16 +85,11 @@ std::span<const std::int32_t> narrowed(const std::int64_t* indices, std::int64_t
 
 } // namespace
 
-void requireCells(std::int64_t rows, std::int64_t cols)
-{
-    if (rows < 1 || cols < 1 || rows > kMost / cols) throw InvalidSizeException();
-}
-
 template <class Cell>
 MatrixFor<Cell> matrixOf(const DenseView<Cell>& view)
 {
     constexpr std::int64_t kTile = 32;
-    requireCells(view.rows, view.cols);
+    if (view.rows < 1 || view.cols < 1 || view.rows > kMost / view.cols) throw InvalidSizeException();
     MatrixFor<Cell> matrix(static_cast<std::int32_t>(view.rows), static_cast<std::int32_t>(view.cols));
     auto* const cells = reinterpret_cast<Cell*>(matrix.DataPtr());
     for (std::int64_t col = 0; col < view.cols; col += kTile)

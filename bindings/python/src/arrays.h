@@ -47,12 +47,8 @@ DenseView<Cell> viewOf(const py::array_t<Cell, 0>& array)
     return view;
 }
 
-/// A dense matrix has at most 2^31 - 1 cells, which the classes leave to their callers.
-/// @throws InvalidSizeException  it would have none, or more
-void requireCells(std::int64_t rows, std::int64_t cols);
-
 /// The one copy that is made.
-/// @throws InvalidSizeException  as `requireCells`
+/// @throws InvalidSizeException  it is empty, or has more than 2^31 - 1 cells
 template <class Cell>
 MatrixFor<Cell> matrixOf(const DenseView<Cell>& view);
 

@@ -7,7 +7,6 @@
 
 #include <pybind11/stl.h>
 
-#include <algorithm>
 #include <complex>
 #include <cstdint>
 #include <memory>
@@ -147,7 +146,6 @@ public:
     py::tuple solve(const py::array_t<Cell, 0>& b, int op, std::optional<double> deadline)
     {
         const DenseView<Cell> view = viewOf(b);
-        requireCells(std::max(system_->Rows(), system_->Cols()), view.cols + 1); // x, and the probe beside it
         SystemAnswer<Cell> answer;
         const auto work = [&] { answer = system_->Solve(matrixOf(view), static_cast<TransposeMode>(op)); };
         stop_.run(work, momentAfter(deadline));

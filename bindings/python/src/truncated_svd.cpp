@@ -6,7 +6,6 @@
 
 #include <pybind11/stl.h>
 
-#include <algorithm>
 #include <complex>
 #include <cstdint>
 #include <memory>
@@ -52,7 +51,6 @@ py::dict decomposed(const Make& matrix, std::int32_t count,
     std::shared_ptr<const TruncatedSVD<Cell>> svd;
     const auto work = [&] {
         const SparseFor<Cell> A = matrix();
-        requireCells(std::max(A.Rows(), A.Cols()), count);
         svd = guess
                   ? std::make_shared<const TruncatedSVD<Cell>>(A, count, V(std::span(guess, length)), options)
                   : std::make_shared<const TruncatedSVD<Cell>>(A, count, options);

@@ -99,7 +99,7 @@ def test_what_does_not_converge():
         (1, {"deadline": 0.0}, lintrix.DeadlineError),
         (1, {"memory_budget": 1.0}, lintrix.OperationError),
         (1.5, {}, TypeError),
-        (2**40, {}, TypeError),
+        (2**40, {}, lintrix.ArgumentError),
     ],
 )
 def test_what_cannot_be_asked_for(k, options, failure):
