@@ -7,7 +7,11 @@
 #include <lintrix/systems/linear_system.h>
 #include <lintrix/systems/run_control.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace Velmar::Lintrix::detail {
@@ -42,9 +46,22 @@ protected:
         if (op != TransposeMode::NotTransposed) std::swap(rows, cols);
         if ((given && given->Rows() != rows) || (known && known->Rows() != cols))
             throw SizeMismatchException();
+        const std::int32_t columns = std::max(given ? given->Cols() : 0, known ? known->Cols() : 0);
+        requireRoom(std::max(rows, cols), columns);
     }
 
     RunWatch watch_;
+
+private:
+    /// A dense block counts its elements in 32 bits, and a probe stands beside the columns.
+    static void requireRoom(std::int32_t rows, std::int32_t columns)
+    {
+        constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+        if (rows * (std::int64_t{columns} + 1) <= kMost) return;
+        throw NotSupportedException(std::to_string(columns) + " columns of " + std::to_string(rows) +
+                                    " elements and one more are too many: a matrix holds at most " +
+                                    std::to_string(kMost) + " elements.");
+    }
 };
 
 template <class Cell>

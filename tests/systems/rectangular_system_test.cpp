@@ -3,6 +3,8 @@
 #include <lintrix/lintrix.h>
 #include <tests/systems/torture/exact_least_squares.h>
 
+#include "tests/support/expect_failure.h"
+
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -166,6 +168,19 @@ TEST(RectangularSystem, TheAdviceIsOfDeficiency)
 {
     const auto answer = LinearSystem(staircase(20, true)).Solve(Vector(63, 1.0));
     EXPECT_THAT(answer.Explain(), HasSubstr("Advice: equations that say the same may go"));
+}
+
+// The product of the sizes would wrap, and the block be a small one.
+TEST(RectangularSystem, SolutionsOfMoreElementsThanAMatrixCountsAreRefused)
+{
+    SparseMatrix A(2, 70000);
+    A(0, 0) = A(1, 1) = 1.0;
+    LinearSystem system(A);
+    const Matrix B(2, 70000);
+    expectFailure<NotSupportedException>(
+        [&] { system.Solve(B); }, "70000 columns of 70000 elements and one more are too many: a matrix "
+                                  "holds at most 2147483647 elements.");
+    EXPECT_EQ(system.Solve(Matrix(2, 3)).x->Rows(), 70000);
 }
 
 } // namespace
