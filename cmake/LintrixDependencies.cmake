@@ -44,8 +44,13 @@ add_dependency(zlib LICENCE Zlib VERSION "${zlib_version}" USED_BY both FILE lib
   URL "https://zlib.net" TARGETS ZLIB::ZLIB)
 add_dependency(fmt LICENCE MIT VERSION "${fmt_version}" USED_BY both FILE libfmt
   URL "https://github.com/fmtlib/fmt" TARGETS fmt::fmt fmt::fmt-header-only)
-add_dependency(libgomp LICENCE "${gcc_licence}" VERSION "${gcc_version}" USED_BY library FILE libgomp
-  URL "https://gcc.gnu.org" TARGETS OpenMP::OpenMP_CXX)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  add_dependency(libomp LICENCE "Apache-2.0 WITH LLVM-exception" VERSION "${CMAKE_CXX_COMPILER_VERSION}" USED_BY library
+    FILE libomp URL "https://openmp.llvm.org" TARGETS OpenMP::OpenMP_CXX)
+else()
+  add_dependency(libgomp LICENCE "${gcc_licence}" VERSION "${gcc_version}" USED_BY library FILE libgomp
+    URL "https://gcc.gnu.org" TARGETS OpenMP::OpenMP_CXX)
+endif()
 add_dependency(libstdc++ LICENCE "${gcc_licence}" VERSION "${gcc_version}" USED_BY both FILE libstdc++
   URL "https://gcc.gnu.org")
 add_dependency(libgcc LICENCE "${gcc_licence}" VERSION "${gcc_version}" USED_BY both FILE libgcc_s

@@ -5,6 +5,9 @@
 # LINTRIX_MAINTAINER        who answers for the packages
 # LINTRIX_PYTHON_DEPENDS    what the Python package needs beside the library
 
+if(CMAKE_CROSSCOMPILING)
+  return()   # dependencies are told by the packages installed, which are those of this machine
+endif()
 find_program(LINTRIX_DPKG_SHLIBDEPS dpkg-shlibdeps)
 find_program(LINTRIX_GZIP gzip)
 if(NOT LINTRIX_DPKG_SHLIBDEPS OR NOT LINTRIX_GZIP)
@@ -31,9 +34,6 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
-if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
-endif()
 
 # The date of the packages: SOURCE_DATE_EPOCH where it is set, else that of the last change told.
 set(date_format "%a, %d %b %Y %H:%M:%S +0000")
