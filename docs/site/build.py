@@ -21,7 +21,7 @@ import highlight
 import reference
 from charts import Chart
 from headers import read_header
-from prose import Context, Prose, plain
+from prose import Context, Prose, plain, slug
 
 HERE = Path(__file__).parent
 LANGUAGES = {".cpp": "cpp", ".h": "cpp", ".py": "python", ".sh": "sh", ".cmake": "cmake", ".json": "json",
@@ -138,6 +138,8 @@ class Site:
         return os.path.relpath(path, os.path.dirname(page.url) or ".") + mark + fragment
 
     def named(self, page, code):
+        if code in self.by_source and "/" in code:
+            return self.relative(page, self.by_source[code].url)
         url = self.reference.find(code)
         return self.relative(page, url) if url and url.split("#")[0] != page.url else None
 
@@ -201,6 +203,7 @@ class Site:
     def _text(self, page, prose):
         suffix = Path(page.source).suffix or Path(page.source).name
         language = LANGUAGES.get(Path(page.source).name, LANGUAGES.get(suffix, ""))
+        page.context.sections.append(("", page.title, []))
         return f"<h1><code>{html.escape(page.source)}</code></h1>" + prose.fenced(self.read(page.source).rstrip("\n"), language)
 
     def _example(self, page, prose):
@@ -286,7 +289,9 @@ class Site:
     # Writing
 
     def write(self):
-        if self.out.exists():
+        if self.out.exists() and any(self.out.iterdir()):
+            if not (self.out / "search_index.js").exists():
+                sys.exit(f"{self.out} holds what is no site of documents, and is left as it is")
             shutil.rmtree(self.out)
         template = string.Template((HERE / "look/page.html").read_text())
         order = [p for p in self.pages if p.listed]
@@ -320,7 +325,7 @@ class Site:
             pages = [p for p in self.pages if p.section == section["title"] and p.listed]
             here = page.section == section["title"]
             opening = '<li class="current">' if here else "<li>"
-            out.append(f'{opening}{self._entry(page, pages[0], section["title"])}'
+            out.append(f'{opening}{self._entry(page, pages[0], section["title"], len(pages) == 1)}'
                        + (self._pages_of(page, pages) if here and len(pages) > 1 else "") + "</li>")
         return f"<ul>{''.join(out)}</ul>"
 
@@ -330,12 +335,13 @@ class Site:
             if p.group and p.group != group:
                 out.append(f'<li class="group">{html.escape(p.group)}</li>')
             group = p.group
-            out.append(f"<li>{self._entry(page, p, p.title)}</li>")
+            out.append(f"<li>{self._entry(page, p, p.title, True)}</li>")
         return f"<ul>{''.join(out)}</ul>"
 
-    def _entry(self, page, target, title):
-        current = ' aria-current="page"' if target is page and title == target.title else ""
-        return f'<a href="{self.relative(page, target.url)}"{current}>{html.escape(title)}</a>'
+    def _entry(self, page, target, title, itself):
+        current = ' aria-current="page"' if target is page and itself else ""
+        words = re.sub(r"([/_])", r"\1<wbr>", html.escape(title))
+        return f'<a href="{self.relative(page, target.url)}"{current}>{words}</a>'
 
     def _toc(self, page):
         entries = [(level, anchor, words) for level, anchor, words in page.context.headings if level in (2, 3)]
@@ -374,7 +380,12 @@ class PageOfReference:
     def comment(self, text):
         if not text.strip():
             return ""
+        text = re.sub(r"(?<![`\w/])(?:docs|examples)/\w+\.\w+", r"`\g<0>`", text)
         return reference.comment_html(text, lambda t: Prose(self.context, 4).render(t))
+
+    def listed(self, anchor, text):
+        """A member, in the list of what is on the page."""
+        self.context.headings.append((3, anchor, text))
 
     def heading(self, level, text, anchor=""):
         anchor = anchor or self._unused(text)
@@ -383,7 +394,6 @@ class PageOfReference:
                 f'<a class="here" href="#{anchor}" aria-label="Link to this section">#</a></h{level}>')
 
     def _unused(self, text):
-        from prose import slug
         taken = {a for _, a, _ in self.context.headings}
         base = "section-" + slug(text)
         return next(a for a in (base, *(f"{base}-{i}" for i in range(2, 99))) if a not in taken)

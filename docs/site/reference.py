@@ -61,13 +61,20 @@ def in_order(headers):
 
 def _substitute(name, base, argument):
     """Names of a template that two classes share, as the members of one read."""
-    cells = {"Cell": argument, base: name}
+    cells = {base: name} | ({"Cell": argument} if argument else {})
     if argument == "double":
         cells |= {"M": "Matrix", "V": "Vector", "MatrixOf<Cell>": "Matrix", "VectorOf<Cell>": "Vector"}
     elif argument in ("Complex", "std::complex<double>"):
         cells |= {"M": "CMatrix", "V": "CVector", "MatrixOf<Cell>": "CMatrix", "VectorOf<Cell>": "CVector"}
-    pattern = re.compile("|".join(rf"\b{re.escape(w)}(?!\w)" for w in sorted(cells, key=len, reverse=True)))
+    # A member may be called V; the type is never followed by a parenthesis.
+    pattern = re.compile("|".join(rf"\b{re.escape(w)}(?!\w)" + (r"(?!\()" if len(w) == 1 else "")
+                                  for w in sorted(cells, key=len, reverse=True)))
     return lambda text: pattern.sub(lambda m: cells[m.group()], text)
+
+
+def _own_names(items):
+    """Without the short names of types, for which their meaning is written."""
+    return [i for i in items if not re.match(r"using (M|V|S|Sparse) =", i.declarations[0][1])]
 
 
 class Reference:
@@ -98,7 +105,7 @@ class Reference:
             else:
                 shown[base.name] = name
                 part.shared.append((base.doc, substitute))
-                part.groups += [(g.title, g.doc, g.items, substitute) for g in base.groups if g.items]
+                part.groups += [(g.title, g.doc, items, substitute) for g in base.groups if (items := _own_names(g.items))]
         part.groups += own
         nested = [p for inner in t.types for p in self._part(inner, f"{name}::{inner.name}", shown)]
         return [part, *nested]
@@ -114,11 +121,10 @@ class Reference:
                 self._add_items(items, page, part.name + "::", substitute)
             if part.twin:
                 for base, argument in self._bases(part.type):
-                    for item in (i for g in base.groups for i in g.items):
-                        for name, _ in item.declarations:
-                            name = part.name if name == base.name else name
-                            self.places.setdefault(f"{part.name}::{name}", Place(
-                                f"{part.name}::{name}", "member", f"{page}#{anchor(f'{part.twin}::{name}')}"))
+                    here, there = _substitute(part.name, base.name, ""), _substitute(part.twin, base.name, "")
+                    for name in (n for g in base.groups for i in _own_names(g.items) for n, _ in i.declarations):
+                        place = f"{page}#{anchor(f'{part.twin}::{there(name)}')}"
+                        self.places.setdefault(f"{part.name}::{here(name)}", Place(f"{part.name}::{here(name)}", "member", place))
         for group in header.groups:
             self._add_items(group.items, page, "", lambda s: s)
 
@@ -166,6 +172,9 @@ class Reference:
         for title, doc, items, substitute in part.groups:
             if title:
                 out += [page.heading(3, title), page.comment(substitute(doc))]
+            elif len(part.groups) == 1:
+                for name in dict.fromkeys(substitute(n) for i in items for n, _ in i.declarations):
+                    page.listed(anchor(f"{part.name}::{name}"), name)
             out += [self._item(i, part.name + "::", substitute, page, done) for i in items]
         return "\n".join(filter(None, out))
 
