@@ -45,14 +45,14 @@ class Page:
 class Site:
     def __init__(self, root, headers, out):
         self.root, self.out = Path(root), Path(out)
-        self.plan = tomllib.loads((HERE / "plan.toml").read_text())
+        self.plan = tomllib.loads((HERE / "plan.toml").read_text(encoding="utf-8"))
         self.reference = reference.Reference([read_header(h, self.read(h)) for h in headers])
         self.complaints, self.pages, self.copies, self.external, self.drawn = [], [], {}, set(), set()
-        self.charts = [Chart(**c) for c in tomllib.loads((HERE / "charts.toml").read_text())["chart"]]
+        self.charts = [Chart(**c) for c in tomllib.loads((HERE / "charts.toml").read_text(encoding="utf-8"))["chart"]]
         self.examples = sorted(p.stem for p in (self.root / "examples").glob("*.cpp"))
 
     def read(self, path):
-        return (self.root / path).read_text()
+        return (self.root / path).read_text(encoding="utf-8")
 
     def complain(self, page, text):
         self.complaints.append(f"{page.source or page.url}: {text}")
@@ -293,20 +293,20 @@ class Site:
             if not (self.out / "search_index.js").exists():
                 sys.exit(f"{self.out} holds what is no site of documents, and is left as it is")
             shutil.rmtree(self.out)
-        template = string.Template((HERE / "look/page.html").read_text())
+        template = string.Template((HERE / "look/page.html").read_text(encoding="utf-8"))
         order = [p for p in self.pages if p.listed]
         for page in self.pages:
             path = self.out / page.url
             path.parent.mkdir(parents=True, exist_ok=True)
-            path.write_text(template.substitute(self._fields(page, order)))
+            path.write_text(template.substitute(self._fields(page, order)), encoding="utf-8")
         for source, url in self.copies.items():
             (self.out / url).parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile(self.root / source, self.out / url)
         for name in ("style.css", "site.js"):
             shutil.copyfile(HERE / "look" / name, self.out / name)
         index = json.dumps(self._index(), ensure_ascii=False, separators=(",", ":"))
-        (self.out / "search_index.js").write_text(f"window.searchIndex = {index};\n")
-        (self.out / "external_links.txt").write_text("".join(f"{l}\n" for l in sorted(self.external)))
+        (self.out / "search_index.js").write_text(f"window.searchIndex = {index};\n", encoding="utf-8")
+        (self.out / "external_links.txt").write_text("".join(f"{l}\n" for l in sorted(self.external)), encoding="utf-8")
 
     def _fields(self, page, order):
         at = order.index(page) if page in order else -1
@@ -409,11 +409,11 @@ def main():
     options.add_argument("--headers", required=True, help="a file that names the public headers, one a line")
     options.add_argument("--out", required=True, help="the folder of the site, made anew")
     arguments = options.parse_args()
-    site = Site(arguments.root, Path(arguments.headers).read_text().split(), arguments.out)
-    site.collect()
-    site.render()
-    if site.complaints:
-        sys.exit("The site cannot be built:\n  " + "\n  ".join(site.complaints))
+    site = Site(arguments.root, Path(arguments.headers).read_text(encoding="utf-8").split(), arguments.out)
+    for step in (site.collect, site.render):
+        step()
+        if site.complaints:
+            sys.exit("The site cannot be built:\n  " + "\n  ".join(site.complaints))
     site.write()
     print(f"{len(site.pages)} pages, {len(site.reference.places)} public names: {site.out}/index.html")
 

@@ -6,7 +6,7 @@ import math
 import re
 from dataclasses import dataclass, field
 
-_WIDTH, _LABELS, _RIGHT, _BAR, _GAP, _TOP = 760, 230, 56, 13, 9, 30
+_WIDTH, _RIGHT, _BAR, _GAP, _TOP = 760, 56, 13, 9, 30
 
 
 @dataclass
@@ -73,18 +73,19 @@ def _figure(chart, number, data, names):
     values = [v for _, row in data for v in row if v is not None]
     ticks = _ticks(chart, [*values, chart.mark])
     plain = (lambda v: math.log10(v)) if chart.log else (lambda v: v)
-    width = _WIDTH - _LABELS - _RIGHT
-    x = lambda v: _LABELS + width * (plain(v) - plain(ticks[0])) / (plain(ticks[-1]) - plain(ticks[0]))
+    room = max(90, 16 + 7 * max(len(label) for label, _ in data))
+    width = _WIDTH - room - _RIGHT
+    x = lambda v: room + width * (plain(v) - plain(ticks[0])) / (plain(ticks[-1]) - plain(ticks[0]))
     top = _TOP + (20 if len(names) > 1 else 0)
     height = top + len(data) * (len(names) * _BAR + _GAP) + 44
     bottom = height - 40
     parts = [f'<line class="grid" x1="{x(t):.1f}" y1="{top}" x2="{x(t):.1f}" y2="{bottom}"/>'
              f'<text class="tick" x="{x(t):.1f}" y="{bottom + 15}">{t:g}</text>' for t in ticks]
     if len(names) > 1:
-        parts.append(_legend(names))
+        parts.append(_legend(names, room))
     y = top + _GAP / 2
     for label, row in data:
-        parts.append(f'<text class="label" x="{_LABELS - 8}" y="{y + len(row) * _BAR / 2 + 4:.1f}">{html.escape(label)}</text>')
+        parts.append(f'<text class="label" x="{room - 8}" y="{y + len(row) * _BAR / 2 + 4:.1f}">{html.escape(label)}</text>')
         for place, value in enumerate(row):
             if value is not None:
                 parts.append(_bar(x(value), x(chart.mark if chart.log else 0.0), y, place, value))
@@ -93,7 +94,7 @@ def _figure(chart, number, data, names):
     at = x(chart.mark)
     parts.append(f'<line class="mark" x1="{at:.1f}" y1="{top - 8}" x2="{at:.1f}" y2="{bottom}"/>'
                  f'<text class="mark-text" x="{at:.1f}" y="{top - 12}">{html.escape(chart.mark_text)}</text>'
-                 f'<text class="axis" x="{_LABELS + width / 2:.1f}" y="{height - 6}">{html.escape(chart.axis)}</text>')
+                 f'<text class="axis" x="{room + width / 2:.1f}" y="{height - 6}">{html.escape(chart.axis)}</text>')
     words = html.escape(f"{chart.title}. {chart.axis}. The numbers stand in the table below.")
     return (f'<figure class="chart"><figcaption>{html.escape(chart.title)}</figcaption>'
             f'<div class="scroll" tabindex="0" role="group" aria-label="Chart">'
@@ -101,8 +102,8 @@ def _figure(chart, number, data, names):
             f'<title id="chart-{number}">{words}</title>{"".join(parts)}</svg></div></figure>')
 
 
-def _legend(names):
-    out, at = [], _LABELS
+def _legend(names, at):
+    out = []
     for place, name in enumerate(names):
         out.append(f'<rect class="bar series-{place}" x="{at}" y="6" width="12" height="12"/>'
                    f'<text class="legend" x="{at + 17}" y="16">{html.escape(name)}</text>')

@@ -2,7 +2,7 @@
 
 import html
 import re
-from dataclasses import dataclass, field
+from dataclasses import dataclass, field, replace
 
 from headers import Type
 from prose import plain
@@ -66,15 +66,16 @@ def _substitute(name, base, argument):
         cells |= {"M": "Matrix", "V": "Vector", "MatrixOf<Cell>": "Matrix", "VectorOf<Cell>": "Vector"}
     elif argument in ("Complex", "std::complex<double>"):
         cells |= {"M": "CMatrix", "V": "CVector", "MatrixOf<Cell>": "CMatrix", "VectorOf<Cell>": "CVector"}
-    # A member may be called V; the type is never followed by a parenthesis.
+    # A member may be called V, alone or before its parenthesis: the type never stands so.
     pattern = re.compile("|".join(rf"\b{re.escape(w)}(?!\w)" + (r"(?!\()" if len(w) == 1 else "")
                                   for w in sorted(cells, key=len, reverse=True)))
-    return lambda text: pattern.sub(lambda m: cells[m.group()], text)
+    return lambda text: text if len(text) == 1 else pattern.sub(lambda m: cells[m.group()], text)
 
 
 def _own_names(items):
     """Without the short names of types, for which their meaning is written."""
-    return [i for i in items if not re.match(r"using (M|V|S|Sparse) =", i.declarations[0][1])]
+    kept = [(i, [d for d in i.declarations if not re.match(r"using (M|V|S|Sparse) =", d[1])]) for i in items]
+    return [replace(item, declarations=declarations) for item, declarations in kept if declarations]
 
 
 class Reference:

@@ -61,7 +61,7 @@ class Check:
     def __init__(self, site):
         self.site = Path(site)
         self.faults = []
-        self.pages = {p.relative_to(self.site).as_posix(): Page(p.read_text()) for p in self.site.rglob("*.html")}
+        self.pages = {p.relative_to(self.site).as_posix(): Page(p.read_text(encoding="utf-8")) for p in self.site.rglob("*.html")}
 
     def fault(self, where, what):
         self.faults.append(f"{where}: {what}")
@@ -143,7 +143,7 @@ class Check:
 
     def index(self):
         path = self.site / "search_index.js"
-        m = re.fullmatch(r"window\.searchIndex = (.*);\n", path.read_text(), re.S) if path.is_file() else None
+        m = re.fullmatch(r"window\.searchIndex = (.*);\n", path.read_text(encoding="utf-8"), re.S) if path.is_file() else None
         if not m:
             self.fault(path.name, "is not there, or no index")
             return
@@ -160,7 +160,7 @@ class Check:
 
     def contrast(self):
         path = self.site / "style.css"
-        text = path.read_text() if path.is_file() else ""
+        text = path.read_text(encoding="utf-8") if path.is_file() else ""
         schemes = [dict(re.findall(r"--([\w-]+): (#[0-9a-f]{6});", block)) for block in re.findall(r":root \{(.*?)\}", text, re.S)]
         if len(schemes) < 2:
             self.fault("style.css", "a light and a dark list of colours are wanted")
@@ -180,7 +180,7 @@ class Check:
         ids = {i for url, p in self.pages.items() if url.startswith("reference/") for i in p.ids}
         count = 0
         for header in headers:
-            for name in declared((Path(root) / header).read_text()):
+            for name in declared((Path(root) / header).read_text(encoding="utf-8")):
                 count += 1
                 if name not in ids:
                     self.fault(header, f"{name} has no place in the reference")
@@ -190,7 +190,7 @@ class Check:
     def documents(self, root):
         texts = [re.sub(r"\s+", " ", "".join(p.words)) for p in self.pages.values()]
         for path in [*Path(root).glob("docs/*.md"), Path(root) / "README.md", Path(root) / "CHANGELOG.md"]:
-            prose = re.sub(r"^```.*?^```", "", path.read_text(), flags=re.M | re.S)
+            prose = re.sub(r"^```.*?^```", "", path.read_text(encoding="utf-8"), flags=re.M | re.S)
             longest = max(re.findall(r"[A-Za-z ,]+", prose), key=len).strip()
             if not any(longest in t for t in texts):
                 self.fault(path.name, f"is on no page: {longest}")
@@ -226,7 +226,7 @@ def main():
     check = Check(arguments.site)
     check.all()
     if arguments.root:
-        check.names(arguments.root, [h for h in Path(arguments.headers).read_text().split() if "/detail/" not in h])
+        check.names(arguments.root, [h for h in Path(arguments.headers).read_text(encoding="utf-8").split() if "/detail/" not in h])
         check.documents(arguments.root)
     links = sum(len(p.links) for p in check.pages.values())
     if check.faults:

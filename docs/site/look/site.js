@@ -28,10 +28,11 @@ function index() {
   return indexAsked;
 }
 
-// How well an entry fits a word; 0 where it does not. Names in full come first, then their beginnings.
+// How well an entry fits a word; 0 where it does not. Names in full come first, that of the reference before headings;
+// then their beginnings.
 function fit(entry, word) {
   const last = entry.lowTitle.split("::").pop();
-  if (entry.lowTitle === word) return 120;
+  if (entry.lowTitle === word) return entry.page.startsWith("Reference, ") ? 150 : 120;
   if (last === word) return 70;
   if (entry.lowTitle.startsWith(word)) return 50;
   if (entry.lowTitle.includes(word)) return 30;
