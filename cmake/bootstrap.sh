@@ -2,9 +2,9 @@
 # Sourced by ./quickstart, ./test and .ci/run, at the root of the tree: what the machine must have, and how the
 # release preset is configured and built. Plain POSIX shell.
 
-# Debian's names of the packages that the whole tree needs: library, command, tests, benchmarks.
+# Debian's names of the packages that the whole tree needs: library, command, tests, benchmarks, documents.
 lintrix_packages="g++ cmake ninja-build pkgconf libopenblas-openmp-dev libmetis-dev zlib1g-dev libpng-dev \
-libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev"
+libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev python3"
 
 # Of what is built and tested where it is found: the Python package; Debian packages, manual pages, completion.
 lintrix_extras="python3-dev pybind11-dev python3-numpy python3-scipy python3-pytest dpkg-dev file mandoc zsh"

@@ -68,6 +68,7 @@ int main()
     Vector load(n);
     for (int joint = 2; joint < 2 + free_joints; joint += 2) load[2 * joint - 4] = wind;
 
+    // [answer]
     std::vector<Bar> bars = tower();
     LinearSystem system(stiffnessMatrix(bars));
     const auto swaying = system.Solve(load);
@@ -76,11 +77,14 @@ int main()
     const std::string told = swaying.Explain();
     const std::size_t begin = told.find("Columns"), end = told.find('\n', begin);
     std::printf("%s\n", told.substr(begin, end - begin).c_str());
+    // [/answer]
 
+    // [repaired]
     bars.push_back({2, 5});
     system.Update(stiffnessMatrix(bars));
     const auto braced = system.Solve(load);
     std::printf("with a bar from joint 2 to joint 5: %s\n", std::string(NameOf(braced.verdict)).c_str());
     if (braced.x) std::printf("sway of joint 6: %.1f mm\n", 1e3 * (*braced.x)(8, 0));
+    // [/repaired]
     return braced.verdict == Verdict::Accurate ? 0 : 1;
 }

@@ -32,6 +32,7 @@ int certainDigits(const SystemAnswer<double>& answer)
     return error > 0.0 ? static_cast<int>(std::min(16.0, -std::log10(error))) : 16;
 }
 
+// [meet]
 void meet(double difference)
 {
     LinearSystem system(lines(difference));
@@ -50,7 +51,9 @@ void meet(double difference)
         break;
     }
 }
+// [/meet]
 
+// [each]
 void each()
 {
     LinearSystem system(lines(0.5));
@@ -63,7 +66,9 @@ void each()
                     bounded ? "yes" : "no");
     }
 }
+// [/each]
 
+// [overdetermined]
 // The same unknown measured three times.
 void overdetermined()
 {
@@ -75,6 +80,7 @@ void overdetermined()
                 std::string(NameOf(answer.verdict)).c_str(), std::string(answer.road).c_str(),
                 (*answer.x)(0, 0), *answer.normalResidual < 1e-12 ? "yes" : "no");
 }
+// [/overdetermined]
 
 } // namespace
 
