@@ -55,7 +55,6 @@ Solution solve(SystemFiles& files, const SolveOptions& options, SolveReport& rep
     report.leastSquares = sparse && header.rows != header.cols;
     Solution solution = sparse ? takeSparseRoad(files, options.sparse, report, progress)
                                : takeDenseRoad(files, options.sparse.system, report, progress);
-    report.status = NameOf(solution.verdict);
     return solution;
 }
 
@@ -188,6 +187,13 @@ int runSolve(const SolveOptions& options)
 
     SystemFiles files = openFiles(options, progress);
     const Solution solution = solve(files, options, report, progress);
+    return conclude(options, report, solution, out);
+}
+
+int conclude(const SolveOptions& options, SolveReport& report, const Solution& solution,
+             std::optional<OutputFile>& out)
+{
+    report.status = NameOf(solution.verdict);
     const bool solved = solution.verdict != Verdict::Failed;
     if (out && solved) write(*solution.x, *out, format);
     report.seconds.finish("write");

@@ -2,7 +2,9 @@
 // What the two ways to a solution, dense and sparse, have in common for the command.
 
 #include <tools/input/columns.h>
+#include <tools/solve/solve_command.h>
 #include <tools/solve/sparse_options.h>
+#include <tools/support/output_file.h>
 #include <tools/support/progress.h>
 #include <tools/support/report.h>
 
@@ -41,6 +43,11 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report);
 /// @throws InputError  the library's failure, in the command's words
 template <class Cell>
 SystemAnswer<Cell> answerOf(LinearSystem<Cell>& system, const std::optional<Columns<Cell>>& given);
+
+/// The end of a run: the solution to `out`, the report, and on standard error what is wrong or to be warned of.
+/// @returns the exit code  @throws InputError  a failing write
+int conclude(const SolveOptions& options, SolveReport& report, const Solution& solution,
+             std::optional<OutputFile>& out);
 
 /// One line on standard error; when that cannot be written either, nobody is left to tell.
 void tellUser(const std::string& text);

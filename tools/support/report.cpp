@@ -160,7 +160,9 @@ std::string asText(const SolveReport& report)
                        line("size", fmt::format("{} x {}", report.rows, report.cols)) +
                        line("entries", fmt::format("{}", report.entries)) +
                        line("right-hand sides", fmt::format("{}", report.rightHands)) +
-                       line("road", report.road) + sparseInWords(report) +
+                       line("road", report.road) +
+                       (report.ranks ? line("ranks", fmt::format("{}", *report.ranks)) : "") +
+                       sparseInWords(report) +
                        line("status", statusInWords(report)) + line("seconds", asText(report.seconds));
     if (report.residual) text += line("scaled residual", numberInWords(*report.residual));
     if (report.normalResidual) text += line("normal equations", numberInWords(*report.normalResidual));
@@ -181,7 +183,7 @@ std::string asJson(const SolveReport& report)
         "\"reason\": {}, \"ordering\": {}, \"tried\": {}, \"factor_entries\": {}, "
         "\"perturbed_pivots\": {}, \"refinement_steps\": {}, \"krylov_steps\": {}, \"factor_store\": {}, "
         "\"factor_bytes\": {}, \"core_megabytes\": {}, \"condition\": {}, \"inertia\": {}, \"solutions\": "
-        "{}, \"columns\": [{}]}}\n",
+        "{}, \"columns\": [{}]{}}}\n",
         jsonString(report.matrix), report.rows, report.cols, report.entries, report.rightHands,
         jsonString(report.road), asJson(report.seconds), jsonNumber(report.residual),
         jsonNumber(report.normalResidual), jsonNumber(report.maxError), jsonNumber(report.probeError),
@@ -190,7 +192,8 @@ std::string asJson(const SolveReport& report)
         jsonCount(direct, report.perturbedPivots), jsonCount(sparse, report.refinementSteps),
         jsonCount(sparse, report.krylovSteps), jsonText(storeOf(report)), jsonNumber(report.factorBytes),
         jsonNumber(report.coreMegabytes), jsonNumber(report.condition), jsonInertia(report.inertia),
-        jsonText(report.solutions ? NameOf(*report.solutions) : ""), jsonColumns(report.columns));
+        jsonText(report.solutions ? NameOf(*report.solutions) : ""), jsonColumns(report.columns),
+        report.ranks ? fmt::format(", \"ranks\": {}", *report.ranks) : "");
 }
 
 std::string line(std::string_view label, std::string_view text)

@@ -1,0 +1,164 @@
+// `lintrix-mpi` as its user meets it, beside `lintrix solve` on the same files.
+
+#include <tests/tools/command.h>
+
+#include <lintrix/lintrix.h>
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+/// Under a time limit: a rank that waits for ever is a failure.
+Outcome runOn(int ranks, std::vector<std::string> arguments)
+{
+    Invocation invocation;
+    invocation.program = "/usr/bin/timeout";
+    invocation.arguments = {"60", LINTRIX_MPIEXEC, "-q", "-np", std::to_string(ranks), LINTRIX_MPI_COMMAND};
+    invocation.arguments.insert(invocation.arguments.end(), arguments.begin(), arguments.end());
+    return run(invocation);
+}
+
+Json reportOn(int ranks, std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), "solve");
+    arguments.emplace_back("--json");
+    const Outcome outcome = runOn(ranks, arguments);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    return parseJson(outcome.out);
+}
+
+const std::string kHead = "%%MatrixMarket matrix coordinate real general\n";
+
+TEST(MpiCommand, TellsTheSystemAsOneMachineDoes)
+{
+    for (const int ranks : {1, 2, 4}) {
+        for (const std::string name : {"west0156.mtx", "bcsstk04.mtx", "ybus_118.mtx"}) {
+            SCOPED_TRACE(name);
+            const std::string file = dataFile(name);
+            const Json found = reportOn(ranks, {file}), expected = reportOf({file});
+            for (const std::string key : {"matrix", "status"}) EXPECT_EQ(found[key].text(), expected[key].text());
+            for (const std::string key : {"rows", "cols", "entries", "right_hands"})
+                EXPECT_EQ(found[key].number(), expected[key].number()) << key;
+            EXPECT_LE(found["residual"].number(), 1e-14);
+            EXPECT_LE(found["probe_error"].number(), 1e-6);
+            EXPECT_EQ(found["ranks"].number(), ranks);
+        }
+    }
+}
+
+TEST(MpiCommand, TheSolutionIsThatOfOneMachine)
+{
+    const Scratch scratch;
+    const std::string b = scratch.file("b.mtx", "%%MatrixMarket matrix array real general\n3 2\n1\n2\n3\n4\n5\n6\n");
+    const std::string A = scratch.file("a.mtx", kHead + "3 3 5\n1 1 2\n2 2 4\n3 3 -8\n1 3 0.5\n% note\n\n3 1 1\n");
+    ASSERT_EQ(run({"solve", A, "--rhs", b, "--out", scratch.at("one.mtx")}).exitCode, 0);
+    const Matrix one = ReadMatrixMarketDense(scratch.at("one.mtx"));
+    for (const int ranks : {1, 2, 4}) {
+        ASSERT_EQ(runOn(ranks, {"solve", A, "--rhs", b, "--out", scratch.at("many.mtx")}).exitCode, 0);
+        const Matrix many = ReadMatrixMarketDense(scratch.at("many.mtx"));
+        ASSERT_EQ(many.Cols(), 2);
+        for (std::int32_t j = 0; j < 2; ++j)
+            for (std::int32_t i = 0; i < 3; ++i) EXPECT_NEAR(many(i, j), one(i, j), 1e-15);
+    }
+}
+
+TEST(MpiCommand, ABadFileIsToldOnceAndWithTheLineOfTheWholeFile)
+{
+    const Scratch scratch;
+    std::string many = kHead + "40 40 40\n";
+    for (int i = 1; i <= 40; ++i) many += std::to_string(i) + ' ' + std::to_string(i) + " 1.5\n";
+    const std::string half = many.substr(0, many.size() / 2 - 1);
+    std::string text = many, outside = many, surplus = many + "1 2 1\n";
+    text.replace(text.find("37 37 1.5"), 9, "37 37 x.5");
+    outside.replace(outside.find("5 5 1.5"), 7, "5 50 1.");
+    for (const std::string& content :
+         {half, text, outside, surplus, many.substr(0, many.find("20 20 1.5")), std::string(), kHead,
+          std::string("no matrix"), kHead + "2 2 -1\n", kHead + "2 2 1\n3 1 1\n"}) {
+        const std::string file = scratch.file("bad.mtx", content);
+        const Outcome expected = run({"solve", file});
+        ASSERT_EQ(expected.exitCode, 2);
+        for (const int ranks : {1, 4}) {
+            const Outcome found = runOn(ranks, {"solve", file});
+            EXPECT_EQ(found.exitCode, 2);
+            EXPECT_EQ(found.err, expected.err);
+            EXPECT_EQ(found.out, "");
+        }
+    }
+}
+
+TEST(MpiCommand, WhatOneMachineSolvesAloneIsRefused)
+{
+    const Scratch scratch;
+    const std::string array = scratch.file("a.mtx", "%%MatrixMarket matrix array real general\n1 1\n2\n");
+    const std::string wide = scratch.file("w.mtx", kHead + "1 2 1\n1 1 1\n");
+    EXPECT_EQ(runOn(2, {"solve", array}).err,
+              "lintrix: " + array + ":2: an array is a dense matrix, which lintrix solve takes on one machine\n");
+    EXPECT_EQ(runOn(2, {"solve", wide}).err,
+              "lintrix: " + wide + ":2: a 1 x 2 matrix is not square: lintrix solve takes it on one machine\n");
+    const Outcome missing = runOn(2, {"solve", scratch.at("none.mtx")});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_EQ(missing.err, run({"solve", scratch.at("none.mtx")}).err);
+}
+
+TEST(MpiCommand, ASingularMatrixIsOneSentenceAndExitCodeOne)
+{
+    for (const std::string name : {"bcsstm01.mtx", "jgl011.mtx"}) {
+        const Outcome outcome = runOn(2, {"solve", dataFile(name)});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_THAT(outcome.err, StartsWith("lintrix: " + dataFile(name) + ": there is no good solution: singular"));
+        EXPECT_THAT(outcome.out, HasSubstr("failed, singular"));
+    }
+}
+
+TEST(MpiCommand, TellsWhatTheFactorizationWouldTake)
+{
+    const Outcome outcome = runOn(2, {"solve", dataFile("bcsstk04.mtx"), "--forecast", "--json"});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    const Json forecast = parseJson(outcome.out);
+    EXPECT_EQ(forecast["ranks"].number(), 2);
+    EXPECT_GE(forecast["factor_entries"].number(), 1890);
+    EXPECT_GE(forecast["bytes_all_ranks"].number(), forecast["bytes_largest_rank"].number());
+    EXPECT_GT(forecast["operations"].number(), 0.0);
+}
+
+TEST(MpiCommand, IsNotBegunWhereTheMemoryAllowedIsTooSmall)
+{
+    const Scratch scratch;
+    const Outcome outcome =
+        runOn(2, {"solve", dataFile("sherman4.mtx"), "--memory", "1", "--out", scratch.at("x.mtx")});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, ::testing::MatchesRegex("lintrix: the factorization takes .* MB on rank 0, and 1.0 "
+                                                     "MB are allowed there\n"));
+    EXPECT_TRUE(scratch.names().empty());
+}
+
+TEST(MpiCommand, ARankThatIsKilledEndsTheOthers)
+{
+    Invocation invocation;
+    invocation.program = "/usr/bin/timeout";
+    invocation.arguments = {"60", LINTRIX_MPIEXEC, "-np", "1", LINTRIX_MPI_COMMAND, "solve", dataFile("bcsstk04.mtx"),
+                            ":",  "-np",           "1",   "sh", "-c",               "kill -9 $$"};
+    const Outcome outcome = run(invocation);
+    EXPECT_NE(outcome.exitCode, 0);
+    EXPECT_NE(outcome.exitCode, 124); // of `timeout`
+    EXPECT_NE(outcome.err, "");
+}
+
+TEST(MpiCommand, WrongUsageIsOneLineFromOneRank)
+{
+    EXPECT_EQ(runOn(4, {"solve"}).err, "lintrix: MATRIX is required (see lintrix-mpi solve --help)\n");
+    EXPECT_EQ(runOn(4, {}).err, "lintrix: A subcommand is required (see lintrix-mpi --help)\n");
+    EXPECT_EQ(runOn(4, {"solve", "a", "--threads", "0"}).exitCode, 2);
+    EXPECT_THAT(runOn(2, {"--version"}).out, StartsWith("lintrix-mpi " + std::string(LibraryVersion()) + "\nMPI: "));
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
