@@ -115,7 +115,7 @@ private:
         passBlanks();
         if (rest_.starts_with('[')) fail("an array of records is no matrix");
         const std::string_view type = word();
-        const auto kind = type.size() > 1 ? kindOf(type[1]) : std::nullopt;
+        const std::optional<NpyKind> kind = kindOf(type.size() > 1 ? type[1] : '?');
         std::int32_t size = 0;
         const char* const digits = type.data() + std::min<std::size_t>(2, type.size());
         const auto [end, error] = std::from_chars(digits, type.data() + type.size(), size);
