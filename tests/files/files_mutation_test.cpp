@@ -89,11 +89,11 @@ void mutate(const std::vector<std::string>& seeds, const std::string& name)
     EXPECT_LT(sound, kRuns) << "some does";
 }
 
-/// The files in tests/data/forms whose names end so.
+/// The files in tests/files/data whose names end so.
 std::vector<std::string> filesOf(std::string_view end)
 {
     std::vector<std::string> contents;
-    for (const auto& entry : std::filesystem::directory_iterator(dataFile("forms"))) {
+    for (const auto& entry : std::filesystem::directory_iterator(dataFile("../files/data"))) {
         if (entry.path().string().ends_with(end)) contents.push_back(contentOf(entry.path()));
     }
     return contents;

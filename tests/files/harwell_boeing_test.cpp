@@ -174,7 +174,7 @@ TEST(HarwellBoeing, RightHandSides)
     EXPECT_THAT(faultOf(replaced(
                     full, "    4.00    5.00    6.00\n    0.00    0.00    0.00\n    0.00    0.00    0.00\n",
                     "    4.00    5.00\n")),
-                HasSubstr("field 3 of the line is empty, where all values are there should stand"));
+                HasSubstr("field 3 of the line is empty"));
     std::istringstream none(kHead + kBody);
     MatrixFileReader without(none);
     without.ReadSparse();
@@ -209,8 +209,7 @@ TEST(HarwellBoeing, FaultsNameTheirLine)
               "a.rua:5: column pointer 1 is 2, outside 1 to 1");
     EXPECT_EQ(changed("   1   3   4   6\n", "   1   3   4   5\n"),
               "a.rua:5: the last column pointer is 5, not 6");
-    EXPECT_EQ(changed("   1   3   4   6\n", "   1   3   4\n"),
-              "a.rua:5: field 4 of the line is empty, where all column pointers are there should stand");
+    EXPECT_EQ(changed("   1   3   4   6\n", "   1   3   4\n"), "a.rua:5: field 4 of the line is empty");
     EXPECT_EQ(changed("   1   3   2   1   3\n", "   1   3   4   1   3\n"),
               "a.rua:6: row 4 is outside 1 to 3");
     EXPECT_EQ(changed("   1   3   2   1   3\n", "   1   x   2   1   3\n"),

@@ -16,7 +16,7 @@ using ::testing::HasSubstr;
 
 std::string form(const std::string& name)
 {
-    return dataFile("forms/" + name);
+    return dataFile("../files/data/" + name);
 }
 
 std::string npy(const std::string& head, const std::string& elements, int version = 1)

@@ -113,10 +113,7 @@ std::string_view FieldReader::field(std::string_view what)
 {
     if (next_ == fields_) beginLine(what);
     const std::string_view text = words_.empty() ? columns(next_) : words_[static_cast<std::size_t>(next_)];
-    if (isBlankLine(text)) {
-        lines_->fail("field " + std::to_string(next_ + 1) + " of the line is empty, where " +
-                     std::string(what) + " should stand");
-    }
+    if (isBlankLine(text)) lines_->fail("field " + std::to_string(next_ + 1) + " of the line is empty");
     ++next_;
     --left_;
     return text;

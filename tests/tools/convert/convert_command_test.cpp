@@ -50,7 +50,7 @@ TEST(ConvertCommand, ComplexMatricesAndNumbersThatAreNotFinite)
     EXPECT_TRUE(MatrixFileReader(scratch.at("b.cha")).ReadComplexSparse().Hermitian());
     EXPECT_EQ(run({"convert", scratch.at("b.cha"), scratch.at("c.npy")}).exitCode, 0);
     EXPECT_EQ(MatrixFileReader(scratch.at("c.npy")).ReadComplexDense()(0, 1), Complex(2, 3));
-    const std::string floats = dataFile("forms/floats.npy");
+    const std::string floats = dataFile("../files/data/floats.npy");
     EXPECT_EQ(run({"convert", floats, scratch.at("d.npy")}).exitCode, 0);
     EXPECT_THAT(run({"convert", floats, scratch.at("d.mtx")}).err,
                 HasSubstr("entry (1, 2) is not a finite number"));
@@ -124,8 +124,8 @@ TEST(InfoCommand, ReadsEveryForm)
     const Scratch scratch;
     const std::string matrix = scratch.file("a.rsa", kSystem);
     EXPECT_THAT(run({"info", matrix}).out, HasSubstr("2 x 2"));
-    EXPECT_THAT(run({"info", dataFile("forms/rows.npz")}).out, HasSubstr("3 x 4"));
-    const Outcome floats = run({"info", dataFile("forms/floats.npy")});
+    EXPECT_THAT(run({"info", dataFile("../files/data/rows.npz")}).out, HasSubstr("3 x 4"));
+    const Outcome floats = run({"info", dataFile("../files/data/floats.npy")});
     EXPECT_EQ(floats.exitCode, 2);
     EXPECT_THAT(floats.err, HasSubstr("byte 144: entry (1, 2) is not a finite number"));
     Invocation piped;
