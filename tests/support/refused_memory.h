@@ -6,11 +6,13 @@
 #include "tests/support/failing_allocator.h"
 
 #include <lintrix/foundation/configuration.h>
+#include <lintrix/foundation/failures.h>
 #include <lintrix/services/buffer_pool.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <new>
 
 namespace Velmar::Lintrix::testing {
 
@@ -59,6 +61,21 @@ int refuseEachRequest(Make make, Operation operation, Look look, Raised raised)
         }
     }
     return requests;
+}
+
+/// The same of an operation on nothing, which raises that there is no memory and nothing else.
+template <class Operation>
+int refuseEachRequestOf(Operation operation)
+{
+    const auto raised = [] {
+        try {
+            throw;
+        } catch (const NotEnoughMemoryException&) {
+        } catch (const std::bad_alloc&) {
+        }
+    };
+    return refuseEachRequest([] { return 0; }, [&](int) { operation(); }, [](int none) { return none; },
+                             raised);
 }
 
 } // namespace Velmar::Lintrix::testing

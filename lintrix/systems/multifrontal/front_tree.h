@@ -2,6 +2,7 @@
 /// @file
 /// Which columns of a symmetric pattern are eliminated together, and where what they leave goes.
 
+#include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/structure/sparse_pattern.h>
 
@@ -20,6 +21,7 @@ struct FrontTree {
     std::vector<std::int32_t> parents{}; ///< behind their children; -1 of a root
     std::vector<std::int64_t> rowStarts{0};
     std::vector<std::int32_t> rows{};
+    FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree; ///< that it comes from
 
     std::int32_t fronts() const noexcept { return static_cast<std::int32_t>(parents.size()); }
     std::int32_t order() const noexcept { return static_cast<std::int32_t>(vertexAt.size()); }

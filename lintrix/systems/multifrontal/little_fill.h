@@ -27,6 +27,7 @@ FrontTree withLessWork(FrontTree tree, const Dissected& dissected)
     const double operations = forecastOf(tree).operations;
     if (operations < kWorthDissecting) return tree;
     FrontTree other = dissected();
+    other.ordering = FillInReducingMethod::NestedDissection;
     return forecastOf(other).operations < operations ? std::move(other) : std::move(tree);
 }
 

@@ -47,6 +47,7 @@ public:
     MultifrontalLDL(LdlParts<Cell> parts, bool conjugates);
 
     FrontForecast forecast() const { return forecastOf(tree_); }
+    FillInReducingMethod ordering() const noexcept { return tree_.ordering; }
 
     /// Of the same matrix. A factor that was made before stays where this one comes to nothing.
     /// @return  false: a bound was passed

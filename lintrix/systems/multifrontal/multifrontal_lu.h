@@ -46,6 +46,7 @@ public:
     bool isStructurallySingular() const noexcept { return plan_.tree.order() < order_; }
     /// Of L and U, the diagonal once, and of the operations that make both.
     FrontForecast forecast() const;
+    FillInReducingMethod ordering() const noexcept { return plan_.tree.ordering; }
 
     /// Of the same matrix. A factor that was made before stays where this one comes to nothing.
     /// @return  false: a bound was passed @pre it is not structurally singular

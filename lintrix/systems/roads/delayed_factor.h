@@ -30,6 +30,11 @@ public:
     /// As forecast for pivots that need not wait; nothing of a matrix that has no factor, whatever its
     /// pivots: with an element that is not finite, or too few of them.
     RoadCost cost() const;
+    /// Of the analysis; minimum degree where there is no factor.
+    FillInReducingMethod ordering() const
+    {
+        return fronts_ ? fronts_->ordering() : FillInReducingMethod::MinimumDegree;
+    }
 
     /// @throws NotEnoughMemoryException, std::bad_alloc
     EngineAnswer factorize(const multifrontal::FrontBounds& bounds);

@@ -310,6 +310,7 @@ try {
     auto factor = std::make_unique<Factor>(arguments...);
     ++analyses_;
     outcome.cost = factor->cost();
+    outcome.ordering = factor->ordering();
     outcome.factorEntries = outcome.cost.entries;
     const double own = ownBytes(request.B.Cols());
     if (done_) outcome.reach = reachOf(outcome.attempt.road, outcome.cost, *done_, budget_.limit(own));

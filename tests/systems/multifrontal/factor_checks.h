@@ -14,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <new>
 #include <random>
 #include <span>
 #include <vector>
@@ -84,21 +83,13 @@ void expectRoomForADenseFront(Factor& factor, const Entries& entries, std::int64
 template <class Cell, class Make>
 void expectMemoryMayBeRefused(const detail::EntryArrays<Cell>& entries, const Make& make)
 {
-    const auto operation = [&](int) {
+    const auto operation = [&] {
         auto factor = make(entries);
         ASSERT_TRUE(factor.factorize(entries));
         std::vector<Cell> x(static_cast<std::size_t>(entries.pattern.rows), Cell(1.0));
         factor.solve(TransposeMode::Transposed, std::span(x));
     };
-    const auto raised = [] {
-        try {
-            throw;
-        } catch (const NotEnoughMemoryException&) {
-        } catch (const std::bad_alloc&) {
-        }
-    };
-    const int requests = refuseEachRequest([] { return 0; }, operation, [](int n) { return n; }, raised);
-    EXPECT_GT(requests, 20);
+    EXPECT_GT(refuseEachRequestOf(operation), 20);
 }
 
 } // namespace Velmar::Lintrix::testing
