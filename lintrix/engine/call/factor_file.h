@@ -8,9 +8,9 @@ namespace Velmar::Lintrix::detail::engine {
 enum class FactorFile : int {
     Rows,            ///< lindx, ".ind": the row lists of the supernodes
     Lower,           ///< lnz, ".lnz": the panels of L
-    Upper,           ///< unz, ".unz": the panels of U
+    Upper,           ///< unz, ".unz": the panels of U, and the diagonal blocks once more
     LowerBlocks,     ///< jalf, ".jal": check sums of the panels of L
-    UpperBlocks,     ///< jauf, ".jau": of U
+    UpperBlocks,     ///< jauf, ".jau": of U, and of those blocks
     RowExchanges,    ///< luperm, ".lup": exchanges of rows within the diagonal blocks
     ColumnExchanges, ///< luperm(2), ".uup": of columns
     Positions,       ///< luperm_row, ".lpr": where each equation stands in the elimination order

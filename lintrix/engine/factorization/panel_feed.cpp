@@ -1,6 +1,7 @@
 #include <lintrix/engine/factorization/panel_feed.h>
 
 #include <algorithm>
+#include <chrono>
 #include <complex>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -50,7 +51,7 @@ const Factor<T>* PanelFeed<T>::hold(const Chunk& chunk)
         if (const Piece piece = takePiece(); piece.place != nullptr) {
             bring(piece, lock);
         } else if (!failure_ && !isThere(chunk)) {
-            changed_.wait(lock);
+            await(lock);
         }
     }
     return failure_ ? nullptr : &placeOf(chunk.number).at;
@@ -61,7 +62,7 @@ bool PanelFeed<T>::leave(const Chunk& chunk)
 {
     const std::lock_guard lock(mutex_);
     const bool isFree = --placeOf(chunk.number).users == 0;
-    if (isFree) changed_.notify_all();
+    if (isFree) tell();
     return isFree && chunk.number % std::max(1, schedule_.slotsAtHand() / 2) == 0;
 }
 
@@ -83,7 +84,7 @@ void PanelFeed<T>::serveToEnd()
         if (const Piece piece = takePiece(); piece.place != nullptr) {
             bring(piece, lock);
         } else if (!failure_ && !next_.isNone()) {
-            changed_.wait(lock);
+            await(lock);
         }
     }
 }
@@ -186,7 +187,7 @@ void PanelFeed<T>::dealtOut(Place& place)
     place.isDealtOut = true;
     next_ = after(next_);
     hasPlace_ = false;
-    changed_.notify_all();
+    tell();
 }
 
 // The next piece in the order of the pass, none where there is no room for it. What needs none is passed by.
@@ -216,10 +217,32 @@ typename PanelFeed<T>::Piece PanelFeed<T>::takePiece()
 }
 
 template <class T>
+void PanelFeed<T>::tell()
+{
+    ++changes_;
+    changed_.notify_all();
+}
+
+// Returns when something has changed. A piece is there in less time than the system takes to wake a thread,
+// so nobody sleeps at once.
+template <class T>
+void PanelFeed<T>::await(std::unique_lock<std::mutex>& lock)
+{
+    using Clock = std::chrono::steady_clock;
+    const unsigned seen = changes_;
+    lock.unlock();
+    for (const auto end = Clock::now() + std::chrono::microseconds(50);
+         changes_ == seen && Clock::now() < end;) {
+    }
+    lock.lock();
+    changed_.wait(lock, [&] { return changes_ != seen; });
+}
+
+template <class T>
 void PanelFeed<T>::fail(const Failure& failure)
 {
     if (!failure_) failure_ = failure;
-    changed_.notify_all();
+    tell();
 }
 
 // Panels that are all there must be those that were written.
@@ -246,7 +269,7 @@ void PanelFeed<T>::bring(const Piece& piece, std::unique_lock<std::mutex>& lock)
     --place.onTheWay;
     --onTheWay_;
     settle(place);
-    changed_.notify_all();
+    tell();
 }
 
 template class PanelFeed<float>;

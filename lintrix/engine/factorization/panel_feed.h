@@ -8,6 +8,7 @@
 #include <lintrix/services/work.h>
 
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -90,6 +91,8 @@ private:
     // No more chunks can be at work than there are slots.
     Place& placeOf(int number) noexcept { return places_[static_cast<unsigned>(number % schedule_.slots())]; }
     bool goesOn() const noexcept { return work_ == nullptr || work_->goesOn(); }
+    void tell();
+    void await(std::unique_lock<std::mutex>& lock);
     void fail(const Failure& failure);
     bool isThere(const Chunk& chunk) noexcept;
     bool opens(Place& place);
@@ -109,6 +112,7 @@ private:
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
+    std::atomic<unsigned> changes_{0};
     std::array<Place, PanelSchedule::kMostSlots> places_{};
     PanelPass pass_;
     Halves halves_ = Halves::None;

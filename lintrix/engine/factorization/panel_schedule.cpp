@@ -92,17 +92,17 @@ std::int64_t PanelSchedule::elementsFrom(int J) const noexcept
     return allOf(plan_) - startOf(J);
 }
 
-bool PanelSchedule::standTogether(int J, int K) const noexcept
-{
-    return elements(J) <= largestTogether_ && elements(K) <= largestTogether_ &&
-           startOf(J) / cell_ == startOf(K) / cell_;
-}
-
 PositionRange PanelSchedule::chunkWith(int J) const noexcept
 {
     PositionRange range{J, J};
-    while (range.first > 0 && standTogether(range.first - 1, J)) --range.first;
-    while (range.last + 1 < supernodes() && standTogether(J, range.last + 1)) ++range.last;
+    if (elements(J) > largestTogether_) return range;
+    const std::int64_t begin = startOf(J) / cell_ * cell_, end = begin + cell_;
+    const auto belongs = [&](int K) {
+        const std::int64_t start = startOf(K);
+        return start >= begin && start < end && elements(K) <= largestTogether_;
+    };
+    while (range.first > 0 && belongs(range.first - 1)) --range.first;
+    while (range.last + 1 < supernodes() && belongs(range.last + 1)) ++range.last;
     return range;
 }
 

@@ -65,7 +65,6 @@ private:
     PositionRange asManyFrom(int J, int last, std::int64_t elements) const noexcept;
     std::int64_t elements(int J) const noexcept;
     std::int64_t startOf(int J) const noexcept;
-    bool standTogether(int J, int K) const noexcept;
 
     const FactorPlan& plan_;
     std::int64_t groupRoom_, chunkRoom_;

@@ -26,6 +26,16 @@ int sidesPerBlock(int count, int threads)
     return std::clamp(piecesOf(count, threads), 1, kSidesAtOnce<T>);
 }
 
+// Panels from files are worked with sooner than read: few right-hand sides go together, on one thread, and
+// the others read, unless that takes more room.
+template <class T>
+int sidesPerBlockFromFiles(int count, int threads)
+{
+    const int sides = sidesPerBlock<T>(count, threads);
+    if (count > kSidesAtOnce<T>) return sides;
+    return sidesTaken<T>(count) <= piecesOf(count, sides) * sidesTaken<T>(sides) ? count : sides;
+}
+
 bool includes(SolvePart whole, SolvePart part)
 {
     return whole == SolvePart::All || whole == part;
@@ -87,9 +97,10 @@ std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const Subst
 }
 
 template <class T>
-double DirectSolve<T>::sidesIn(int threads, int count) noexcept
+double DirectSolve<T>::sidesIn(int threads, int count, bool fromFiles) noexcept
 {
-    const int sides = sidesPerBlock<T>(count, threads);
+    const int sides =
+        fromFiles ? sidesPerBlockFromFiles<T>(count, threads) : sidesPerBlock<T>(count, threads);
     return static_cast<double>(piecesOf(count, sides)) * sidesTaken<T>(sides);
 }
 
@@ -158,7 +169,7 @@ template <class T>
 void DirectSolve<T>::solveFromFiles(const T* b, T* x, int count, SolvePart part) const
 {
     const std::ptrdiff_t n = factor_.order();
-    const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
+    const int sides = sidesPerBlockFromFiles<T>(count, threads_), taken = sidesTaken<T>(sides);
     const int blocks = piecesOf(count, sides);
     const auto vectorsOf = [&](int block) { return RightSides<T>{work_ + n * taken * block, taken}; };
     const auto sidesOf = [&](int block) { return std::min(sides, count - block * sides); };

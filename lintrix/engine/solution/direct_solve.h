@@ -44,7 +44,7 @@ public:
     static std::int64_t workSize(const StoredFactor<T>& factor, const SubstitutionParts& parts, int threads,
                                  int count) noexcept;
     /// Right-hand sides that all passes over the factor take along, with those that fill up their blocks.
-    static double sidesIn(int threads, int count) noexcept;
+    static double sidesIn(int threads, int count, bool fromFiles) noexcept;
     /// Whether parts would be used: there are too few right-hand sides to give each thread a full pass over
     /// the factor, and a pass costs about the same for a few as for one, reading the factor.
     static bool takesParts(int threads, int count) noexcept

@@ -112,7 +112,8 @@ public:
           threads_(control_[Word::Threads]), count_(call.nrhs), plan_(planOf(handle)),
           factor_(storedFactor<T>(handle, plan_, call.mnum)), matrix_(callersMatrix<T>(call)),
           b_(static_cast<T*>(call.b)), x_(static_cast<T*>(call.x)),
-          work_(2.0 * static_cast<double>(plan_.sizes.lower) * DirectSolve<T>::sidesIn(threads_, count_))
+          work_(2.0 * static_cast<double>(plan_.sizes.lower) *
+                DirectSolve<T>::sidesIn(threads_, count_, isFromFiles()))
     {
         factor_.work = &work_;
     }
