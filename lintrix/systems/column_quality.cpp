@@ -183,32 +183,13 @@ Refining enoughFor(const FactorQuality& factor)
     return *factor.drift <= kNotRefined ? Refining::Never : Refining::Once;
 }
 
-/// The corrections A^-1 * R, and beside them the solve that what the factor is worth begins with.
-template <class Cell>
-std::vector<Cell> correctionsWithQuality(const MatrixView<Cell>& A, Factored<Cell>& factor,
-                                         std::int32_t columns, std::vector<Cell> R, const BoundsAsked& asked)
-{
-    const std::size_t own = R.size();
-    R.resize(own + static_cast<std::size_t>(A.rows()), Cell(1.0 / A.rows()));
-    std::vector<Cell> D(R.size());
-    const LinearMap<Cell> inverse = inverseBy(factor, A.rows(), TransposeMode::NotTransposed);
-    inverse.times(columns + 1, R.data(), D.data());
-    *asked.ofFactor = qualityOfFactor(A, inverse, asked.question, D.data() + own);
-    D.resize(own);
-    return D;
-}
-
 /// The corrections op(A)^-1 * R of `columns` columns. What the factor is worth is found out before, if nobody
-/// has yet: by solves of its own unless those beside each other do not show, so that the bits of a bound do
-/// not depend on who asked first.
+/// has yet: by solves of its own, so that the bits of a bound do not depend on who asked first.
 template <class Cell>
 std::vector<Cell> correctionsOf(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
                                 std::int32_t columns, const std::vector<Cell>& R, const BoundsAsked& asked)
 {
-    const bool isUnknown = asked.ofFactor && !*asked.ofFactor;
-    const bool isAlike = op == TransposeMode::NotTransposed && factor.solvesAlike() && !asked.question.shift;
-    if (isUnknown && isAlike) return correctionsWithQuality(A, factor, columns, R, asked);
-    if (isUnknown) *asked.ofFactor = qualityBy(factor, A, asked.question);
+    if (asked.ofFactor && !*asked.ofFactor) *asked.ofFactor = qualityBy(factor, A, asked.question);
     const Refining refining = asked.ofFactor ? enoughFor(**asked.ofFactor) : Refining::Unasked;
     std::vector<Cell> D(R.size());
     inverseBy(factor, A.rows(), op, refining).times(columns, R.data(), D.data());

@@ -78,7 +78,7 @@ double FactorQuality::inverseNormAtMost() const noexcept
 
 template <class Cell>
 FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& inverse,
-                              const FactorQuestion& asked, const Cell* first)
+                              const FactorQuestion& asked)
 {
     FactorQuality quality;
     LinearMap<Cell> map = inverse;
@@ -92,8 +92,7 @@ FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& 
         map.adjointTimes = watched(inverse.adjointTimes);
     }
     quality.inverseNorm = estimateOneNorm(
-        map, {.columns = asked.columns, .iterations = kSteps, .hermitian = asked.shift.has_value()},
-        asked.shift ? nullptr : first);
+        map, {.columns = asked.columns, .iterations = kSteps, .hermitian = asked.shift.has_value()});
     const double condition =
         conditionOf(asked.oneNorm ? *asked.oneNorm : oneNorm(A), quality.inverseNorm, A.rows());
     if (!std::isnan(condition)) quality.condition = condition;
@@ -102,7 +101,7 @@ FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& 
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
     template FactorQuality qualityOfFactor(const MatrixView<Cell>&, const LinearMap<Cell>&,                  \
-                                           const FactorQuestion&, const Cell*);
+                                           const FactorQuestion&);
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<double>)
 #undef LINTRIX_INSTANTIATE

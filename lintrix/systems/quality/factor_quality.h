@@ -39,12 +39,10 @@ struct FactorQuestion {
     double near = 0.0;
 };
 
-/// The condition is meant for shift 0. `first`, where it is not null, one column is taken and no drift is
-/// asked for, is the inverse's answer to the mean of all unit vectors, which a solve of other columns may
-/// have brought along. Cost: three solves at most, and a product with A for each where the drift is asked
-/// for.
+/// The condition is meant for shift 0. Cost: three solves at most, and a product with A for each where the
+/// drift is asked for.
 template <class Cell>
 LINTRIX_TESTABLE FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& inverse,
-                                               const FactorQuestion& asked = {}, const Cell* first = nullptr);
+                                               const FactorQuestion& asked = {});
 
 } // namespace Velmar::Lintrix::detail

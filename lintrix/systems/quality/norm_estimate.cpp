@@ -63,14 +63,11 @@ public:
     {
     }
 
-    double run(const Cell* first)
+    double run()
     {
         startWithSigns();
         for (int k = 1;; ++k) {
-            if (k == 1 && t_ == 1 && first != nullptr)
-                std::copy_n(first, M_.rows, y_.cells.data());
-            else
-                M_.times(t_, x_.cells.data(), y_.cells.data());
+            M_.times(t_, x_.cells.data(), y_.cells.data());
             if (!improves(k) || k > iterations_ || repeatsSigns(k)) return estimate_;
             if (k == 1 && isOwnGradient())
                 std::ranges::transform(y_.cells, z_.cells.begin(),
@@ -212,13 +209,13 @@ private:
 } // namespace
 
 template <class Cell>
-double estimateOneNorm(const LinearMap<Cell>& M, const NormEstimation& how, const Cell* first)
+double estimateOneNorm(const LinearMap<Cell>& M, const NormEstimation& how)
 {
     if (M.rows == 0 || M.cols == 0) return 0.0;
     if (M.cols <= std::max(kFewColumns, how.columns)) {
         return Estimation<Cell>(M, M.cols, how).runOverAllColumns();
     }
-    return Estimation<Cell>(M, std::max(how.columns, 1), how).run(first);
+    return Estimation<Cell>(M, std::max(how.columns, 1), how).run();
 }
 
 double conditionOf(double oneNorm, double normOfInverse, std::int32_t order) noexcept
@@ -235,7 +232,7 @@ double conditionEstimate(double oneNorm, const LinearMap<Cell>& inverse, const N
 }
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
-    template double estimateOneNorm(const LinearMap<Cell>&, const NormEstimation&, const Cell*);             \
+    template double estimateOneNorm(const LinearMap<Cell>&, const NormEstimation&);                          \
     template double conditionEstimate(double, const LinearMap<Cell>&, const NormEstimation&);
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<double>)

@@ -28,11 +28,9 @@ struct NormEstimation {
 };
 
 /// An estimate of ||M||_1 from below. 0 of an empty map; NaN where a product has a NaN, infinite where one is
-/// infinite. `first`, where it is not null and one column of many is taken, is M times the mean of all unit
-/// vectors, with which the estimation begins.
+/// infinite.
 template <class Cell>
-LINTRIX_TESTABLE double estimateOneNorm(const LinearMap<Cell>& M, const NormEstimation& how = {},
-                                        const Cell* first = nullptr);
+LINTRIX_TESTABLE double estimateOneNorm(const LinearMap<Cell>& M, const NormEstimation& how = {});
 
 /// Of two norms, see below.
 double conditionOf(double oneNorm, double normOfInverse, std::int32_t order) noexcept;

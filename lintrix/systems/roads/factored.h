@@ -24,8 +24,6 @@ public:
                                std::optional<std::int32_t> steps = {}) = 0;
     /// Whether a solve takes steps of refinement unasked.
     virtual bool refinesUnasked() const { return false; }
-    /// Whether the bits of a column's solution are the same whatever stands beside it.
-    virtual bool solvesAlike() const { return false; }
     /// Y = op(A)^-1 * X on raw columns of `size` cells.
     virtual EngineAnswer apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y,
                                TransposeMode op, Refining refining);
@@ -74,7 +72,6 @@ public:
         return owner_.solve(B, X, op, steps);
     }
     bool refinesUnasked() const override { return owner_.refinesUnasked(); }
-    bool solvesAlike() const override { return owner_.solvesAlike(); }
     EngineAnswer apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y, TransposeMode op,
                        Refining refining) override
     {

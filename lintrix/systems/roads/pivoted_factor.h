@@ -45,7 +45,6 @@ public:
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps = {}) override;
     std::int32_t refinementSteps() const override { return steps_; }
-    bool solvesAlike() const override { return true; }
     EngineAnswer apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y, TransposeMode op,
                        Refining refining) override;
     std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<PivotedFactor>(*this); }

@@ -9,9 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <vector>
-
 namespace Velmar::Lintrix::testing {
 namespace {
 
@@ -113,36 +110,6 @@ TEST(PivotedFactor, SolvesAllWaysAndRefines)
         expectSolvesAllWays<double>(seed);
         expectSolvesAllWays<Complex>(seed);
     }
-}
-
-/// In blocks of each width.
-template <class Cell>
-void expectColumnsAlike()
-{
-    SparseOf<Cell> A(network<Cell>(5));
-    PivotedFactor<Cell> factor(A, false);
-    ASSERT_EQ(factor.factorize({}).error, 0);
-    EXPECT_TRUE(factor.solvesAlike());
-    const std::int32_t n = A.Rows();
-    for (const std::int32_t columns : {2, 3, 4, 7}) {
-        std::vector<Cell> b(static_cast<std::size_t>(n * columns)), together(b.size()), alone(b.size());
-        for (std::size_t k = 0; k < b.size(); ++k) b[k] = Cell(std::cos(1.0 + 0.7 * static_cast<double>(k)));
-        for (const auto op : {N::NotTransposed, N::Transposed, N::ConjugateTransposed}) {
-            ASSERT_EQ(factor.apply(n, columns, b.data(), together.data(), op, Refining::Unasked).error, 0);
-            for (std::int32_t j = 0; j < columns; ++j) {
-                const std::ptrdiff_t at = std::ptrdiff_t{n} * j;
-                ASSERT_EQ(factor.apply(n, 1, b.data() + at, alone.data() + at, op, Refining::Unasked).error,
-                          0);
-            }
-            EXPECT_EQ(together, alone) << columns;
-        }
-    }
-}
-
-TEST(PivotedFactor, SolvesAColumnToTheSameBitsWhateverStandsBesideIt)
-{
-    expectColumnsAlike<double>();
-    expectColumnsAlike<Complex>();
 }
 
 TEST(PivotedFactor, TakesOtherValuesByTheOldPivotsOrNewOnes)
