@@ -37,8 +37,8 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::string complaint{};                   ///< of Failed, as the end of a sentence
 
     MatrixFaults faults{}; ///< of a singular matrix, by its rows and columns
-    /// Of a singular square sparse matrix, as far as that is known. Where there are many, `x` is the
-    /// shortest, and called degraded; where there is none, the verdict is Failed.
+    /// Of a singular square matrix, sparse or dense, as far as that is known. Where there are many, `x` is
+    /// the shortest, and called degraded; where there is none, the verdict is Failed.
     std::optional<Solutions> solutions{};
 
     /// The largest over the right-hand sides of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.
@@ -57,9 +57,10 @@ struct LINTRIX_EXPORT SystemAnswer {
     /// asked for (`SystemOptions::errorBounds`), or where the factor is in files.
     std::optional<double> condition{};
 
-    /// Of a sparse matrix that is symmetric or Hermitian, whichever road was taken; else, and where error
-    /// bounds were not asked for, or the factor is in files, none. Where the factor at hand leaves any sign
-    /// uncertain, matrices shifted by a little are factorized, if that takes milliseconds or is asked for
+    /// Of a square matrix that is symmetric or Hermitian, whichever road was taken; else, and where error
+    /// bounds were not asked for, or the factor is in files, none. Of a dense one by factors made for it,
+    /// where that takes milliseconds or is asked for. Where the factor at hand leaves any sign uncertain,
+    /// matrices shifted by a little are factorized, if that takes milliseconds or is asked for
     /// (`SystemOptions::certainInertia`), and has room in memory beside the factor.
     std::optional<CertainInertia> inertia{};
 

@@ -382,9 +382,8 @@ void tryOut(std::uint64_t seed, Findings& findings)
 /// would have solved for them. The first doses have none of their kind.
 TEST(LinearSystemTorture, WhatWasToldWronglyOnce)
 {
-    constexpr std::array<std::uint64_t, 20> kSeeds{392,  746,  908,  1280, 2151, 2451, 2656,
-                                                   2676, 2685, 2804, 2846, 3243, 3519, 3598,
-                                                   4381, 5390, 5609, 7464, 7558, 8580};
+    constexpr std::array<std::uint64_t, 17> kSeeds{746,  908,  1280, 2151, 2451, 2656, 2685, 2804, 2846,
+                                                   3243, 3519, 3598, 4381, 5390, 7464, 7558, 8580};
     Findings findings;
     tryOutSilently(kSeeds, [&findings](std::uint64_t seed) { tryOut(seed, findings); });
     for (const auto& [promise, cases] : findings.broken) ADD_FAILURE() << promise << ": " << cases.front();
