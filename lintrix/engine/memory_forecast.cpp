@@ -25,9 +25,7 @@ std::int64_t leastOutOfCore(const FactorPlan& plan, const ControlBlock& control,
     const std::int64_t factorization =
         BlockSum().add<T>(roomOf<T>(PanelSchedule::ofFactorization(plan, 0))).kilobytes();
     const std::int64_t solve =
-        BlockSum()
-            .add<T>(PanelFeed<T>::roomOf(PanelSchedule::ofSolve(plan, 0)) + FactorStore<T>::mostBeside())
-            .kilobytes();
+        BlockSum().add<T>(PanelFeed<T>::roomOf(PanelSchedule::ofSolve(plan, 0))).kilobytes();
     return kept.kilobytes() + std::max(factorization + work.factorization, solve + work.solve);
 }
 

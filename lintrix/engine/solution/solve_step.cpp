@@ -66,33 +66,30 @@ SystemFrame systemFrame(const Handle& handle)
     return frame;
 }
 
-/// The panels of a factor in files pass through what the configured core leaves beside `taken` bytes, but at
-/// least through the room of the largest supernode.
-template <class T>
-PanelSchedule scheduleBeside(const FactorPlan& plan, const Handle& handle, std::int64_t taken)
-{
-    const std::int64_t bytes = bytesForPanels(handle, taken) - FactorStore<T>::sumBytes(plan);
-    const std::int64_t beside = (PanelSchedule::kMostSlots + 1) * FactorStore<T>::mostBeside();
-    return PanelSchedule::ofSolve(plan, bytes / std::int64_t{sizeof(T)} - beside);
-}
-
 /// A factor in files, open for the length of a solve.
 template <class T>
 struct FilesOfSolve {
-    FilesOfSolve(const FactorPlan& plan, int mnum, const PanelSchedule& panels)
-        : store(plan, files, mnum), schedule(panels)
+    /// The panels pass through what the configured core leaves beside `taken` bytes, but at least the room of
+    /// the largest supernode.
+    FilesOfSolve(const FactorPlan& plan, int mnum, const Handle& handle, std::int64_t taken)
+        : store(plan, files, mnum), schedule(PanelSchedule::ofSolve(plan, elementsFor(plan, handle, taken)))
     {
     }
 
-    /// The panels pass through `kept`, a room for them, or through one that is given back behind the solve.
-    Failure open(const Handle& handle, const StoredFactor<T>& factor, int threads, T* kept)
+    static std::int64_t elementsFor(const FactorPlan& plan, const Handle& handle, std::int64_t taken)
+    {
+        const std::int64_t bytes = bytesForPanels(handle, taken) - FactorStore<T>::sumBytes(plan);
+        return bytes / std::int64_t{sizeof(T)} - PanelSchedule::kMostSlots * FactorStore<T>::mostBeside();
+    }
+
+    Failure open(const Handle& handle, const StoredFactor<T>& factor, int threads)
     {
         if (const Failure failure = openFactorFiles(handle, FileStep::Solve, files)) return failure;
         if (const Failure failure = store.allocate()) return failure;
         if (const Failure failure = store.readTables(factor.panels)) return failure;
-        if (kept == nullptr) room = Scratch<T>::uninitialised(PanelFeed<T>::roomOf(schedule));
+        room = Scratch<T>::uninitialised(PanelFeed<T>::roomOf(schedule));
         if (!room) return outOfMemory(BlockCode::RealWork, room.missingBytes());
-        stream.emplace(store, schedule, factor, kept != nullptr ? kept : room.get(), threads);
+        stream.emplace(store, schedule, factor, room.get(), threads);
         return {};
     }
 
@@ -146,50 +143,13 @@ private:
     {
         if (elements() > kMostElements) return outOfMemory(BlockCode::RealWork, elements());
         const std::int64_t cells = DirectSolve<T>::workSize(factor_, parts_, threads_, count_);
-        if (isFromFiles()) return reserveBesidePanels(cells);
-        if (const Failure failure = reserveCells(cells)) return failure;
-        return reserveForImprovement();
-    }
-
-    Failure reserveCells(std::int64_t cells)
-    {
-        return reserve(handle_, Slot::RealWork, WideWord::RealWorkBytes, cells * std::int64_t{sizeof(T)},
-                       BlockCode::RealWork);
-    }
-
-    Failure reserveForImprovement()
-    {
+        if (const Failure failure = reserve(handle_, Slot::RealWork, WideWord::RealWorkBytes,
+                                            cells * std::int64_t{sizeof(T)}, BlockCode::RealWork))
+            return failure;
         if (improvement_ == Improvement::None) return {};
         return reserve(handle_, Slot::IterationWork, WideWord::IterationWorkBytes, layout().bytes,
                        BlockCode::IterationWork);
     }
-
-    void releaseCells()
-    {
-        handle_.release(Slot::RealWork);
-        control_.set(WideWord::RealWorkBytes, 0);
-    }
-
-    /// Room for panels, unless there is much of it, is kept behind the cells: the system clears memory that
-    /// it gives, which takes longer than to read as much. Blocks of other sizes are given back first, so that
-    /// all stay within the core together.
-    Failure reserveBesidePanels(std::int64_t cells)
-    {
-        constexpr std::int64_t size = sizeof(T), mostKept = (std::int64_t{64} << 20) / size;
-        const bool needsMore =
-            improvement_ != Improvement::None && layout().bytes > control_[WideWord::IterationWorkBytes];
-        if (needsMore) releaseCells();
-        if (const Failure failure = reserveForImprovement()) return failure;
-        schedule_.emplace(
-            scheduleBeside<T>(plan_, handle_, cells * size + control_[WideWord::IterationWorkBytes]));
-        const std::int64_t before = FactorStore<T>::roomFor(cells), room = PanelFeed<T>::roomOf(*schedule_);
-        keptRoom_ = room <= mostKept ? before : 0;
-        const std::int64_t taken = keptRoom_ > 0 ? before + room : cells;
-        if (control_[WideWord::RealWorkBytes] != taken * size) releaseCells();
-        return reserveCells(taken);
-    }
-
-    T* keptRoom() { return keptRoom_ > 0 ? handle_.template block<T>(Slot::RealWork) + keptRoom_ : nullptr; }
 
     bool isFromFiles() const { return control_[Word::OutOfCore] != 0; }
 
@@ -204,8 +164,9 @@ private:
 
     Failure solveFromFiles()
     {
-        files_.emplace(plan_, call_.mnum, *schedule_);
-        Failure failure = files_->open(handle_, factor_, threads_, keptRoom());
+        files_.emplace(plan_, call_.mnum, handle_,
+                       control_[WideWord::RealWorkBytes] + control_[WideWord::IterationWorkBytes]);
+        Failure failure = files_->open(handle_, factor_, threads_);
         if (!failure) failure = solveAndImprove();
         timers_.add(files_->files.traffic());
         return failure;
@@ -345,9 +306,7 @@ private:
     CallersMatrix<T> matrix_;
     T *b_, *x_;
     WorkMeter work_;
-    std::optional<PanelSchedule> schedule_; // of a factor in files
-    std::int64_t keptRoom_ = 0;             // elements before it, where it is kept
-    std::optional<FilesOfSolve<T>> files_;  // the first to go: threads that read use what stands above
+    std::optional<FilesOfSolve<T>> files_; // the first to go: threads that read use what stands above
 };
 
 } // namespace

@@ -179,20 +179,6 @@ TEST_P(OutOfCoreMemory, OfAFactorFourTimesTheCoreStaysWithinIt)
     }
 }
 
-// The system clears what it gives, which would take longer than to read as much.
-TEST_P(OutOfCoreMemory, OfPanelsIsTakenOnceForSolvesThatFollowEachOther)
-{
-    const ThreadSetting one(1);
-    MemoryWatch watch;
-    OutOfCoreSystem system(kSide, GetParam(), leastCore(kSide, GetParam()), 2);
-    ASSERT_EQ(system.call.run(12), 0);
-    ASSERT_EQ(system.call.run(33), 0);
-    watch.restartPeak();
-    const std::int64_t held = watch.held().bytes;
-    ASSERT_EQ(system.call.run(33), 0);
-    EXPECT_LT(watch.peak().bytes - held, 256 << 10);
-}
-
 INSTANTIATE_TEST_SUITE_P(Types, OutOfCoreMemory, ::testing::Values(1, 2, -2, 3, 4, -4, 6, 11, 13));
 
 TEST(OutOfCoreFactors, ManyAreHeldAtOnceAndReplaced)
