@@ -171,7 +171,8 @@ private:
     static bool looksSingular(const SystemAnswer<Cell>& answer)
     {
         constexpr double kFewDigitsLeft = 1e14;
-        return answer.verdict != Verdict::Accurate && answer.condition.value_or(0.0) >= kFewDigitsLeft;
+        return answer.x && answer.verdict != Verdict::Accurate &&
+               answer.condition.value_or(0.0) >= kFewDigitsLeft;
     }
 
     /// Something else than the probe solves its system to rounding level.
