@@ -4,7 +4,7 @@
 
 # Debian's names of the packages that the whole tree needs: library, command, tests, benchmarks.
 lintrix_packages="g++ cmake ninja-build pkgconf libopenblas-openmp-dev libmetis-dev zlib1g-dev libpng-dev \
-libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev"
+libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev openmpi-bin libopenmpi-dev libmumps-dev"
 
 say() { printf '%s\n' "$*"; }
 
