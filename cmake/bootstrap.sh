@@ -6,8 +6,10 @@
 lintrix_packages="g++ cmake ninja-build pkgconf libopenblas-openmp-dev libmetis-dev zlib1g-dev libpng-dev \
 libcli11-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev python3"
 
-# Of what is built and tested where it is found: the Python package; Debian packages, manual pages, completion.
-lintrix_extras="python3-dev pybind11-dev python3-numpy python3-scipy python3-pytest dpkg-dev file mandoc zsh"
+# Of what is built and tested where it is found: the Python package; Debian packages, manual pages and completion; lintrix-mpi.
+lintrix_python_packages="python3-dev pybind11-dev python3-numpy python3-scipy python3-pytest"
+lintrix_packaging_packages="dpkg-dev file mandoc zsh"
+lintrix_mpi_packages="openmpi-bin libopenmpi-dev libmumps-dev"
 
 say() { printf '%s\n' "$*"; }
 

@@ -12,6 +12,7 @@
 #   factorization <- keeping <- the entry at the top
 # What the processor has, services alone asks; threads, its teams alone start.
 # The command's rooms: support <- input <- a room for each command <- main.
+# The distributed system is a user, too, with one inline header of the inside; its command builds on the rooms of tools.
 # The command and the examples are users like any other: what lintrix/lintrix.h reaches, outside detail/. And it must
 # not reach what is internal beyond doubt.
 cmake_minimum_required(VERSION 3.25)
@@ -51,6 +52,9 @@ set(may_include_tools/convert tools/support tools/input)
 set(may_include_tools/eig tools/support tools/input)
 set(may_include_tools/info tools/support tools/input)
 set(may_include_tools/svd tools/support tools/input)
+set(may_include_distributed "")
+set(may_include_distributed/command distributed tools/support tools/input tools/solve)
+set(shown_to_distributed lintrix/systems/quality/error_free.h)
 set(may_include_tools ${may_include_tools/solve} tools/solve tools/analyse tools/convert tools/eig tools/info tools/svd)
 
 lintrix_public_headers("${ROOT}" public_headers)
@@ -67,7 +71,7 @@ function(room_of path result)
     set(room sparse/kernels)
   elseif(path MATCHES "^lintrix/(sparse/kernels|engine/analysis/[^/]+|engine/[^/]+|[^/]+)/")
     set(room "${CMAKE_MATCH_1}")
-  elseif(path MATCHES "^(tools/[^/]+|tools)/")
+  elseif(path MATCHES "^(tools/[^/]+|tools|distributed/[^/]+|distributed)/")
     set(room "${CMAKE_MATCH_1}")
   endif()
   set(${result} "${room}" PARENT_SCOPE)
@@ -91,6 +95,9 @@ function(check_include_of_room file room header)
 endfunction()
 
 function(check_include_of_user file header)
+  if(file MATCHES "^distributed/[^/]+$" AND header IN_LIST shown_to_distributed)
+    return()
+  endif()
   if(header MATCHES "/detail/" OR NOT header IN_LIST public_headers)
     complain("${file}: ${header} is internal to the library")
   endif()
@@ -127,9 +134,9 @@ function(check_file file)
   check_questions_to_the_processor("${file}")
   file(STRINGS "${ROOT}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
   foreach(line IN LISTS lines)
-    if(line MATCHES "<((lintrix|tools)/[^>]+)>")
+    if(line MATCHES "<((lintrix|tools|distributed)/[^>]+)>")
       set(header "${CMAKE_MATCH_1}")
-      if(file MATCHES "^lintrix/[^/]+/" OR header MATCHES "^tools/")
+      if(file MATCHES "^lintrix/[^/]+/" OR header MATCHES "^(tools|distributed)/")
         check_include_of_room("${file}" "${room}" "${header}")
       else()
         check_include_of_user("${file}" "${header}")
@@ -143,7 +150,8 @@ function(check_file file)
 endfunction()
 
 file(GLOB_RECURSE files RELATIVE "${ROOT}"
-  "${ROOT}/lintrix/*.h" "${ROOT}/lintrix/*.cpp" "${ROOT}/tools/*.h" "${ROOT}/tools/*.cpp" "${ROOT}/examples/*.cpp")
+  "${ROOT}/lintrix/*.h" "${ROOT}/lintrix/*.cpp" "${ROOT}/tools/*.h" "${ROOT}/tools/*.cpp"
+  "${ROOT}/distributed/*.h" "${ROOT}/distributed/*.cpp" "${ROOT}/examples/*.cpp")
 list(LENGTH files count)
 if(count EQUAL 0)
   message(FATAL_ERROR "No source file below ${ROOT}.")
