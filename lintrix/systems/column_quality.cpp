@@ -93,7 +93,7 @@ bool isZero(Cells cells)
 /// What one reading of A tells of all columns.
 template <class Cell>
 struct Residuals {
-    Residuals(const MatrixView<Cell>& A, TransposeMode op, const RowSizes& ofA, const MatrixOf<Cell>& B,
+    Residuals(const AnyMatrix<Cell>& A, TransposeMode op, const RowSizes& ofA, const MatrixOf<Cell>& B,
               const MatrixOf<Cell>& X)
         : n(static_cast<std::size_t>(A.rows())), b(cellsOf(B)), x(cellsOf(X)), sizes(ofA), r(x.size()),
           w(x.size())
@@ -186,7 +186,7 @@ Refining enoughFor(const FactorQuality& factor)
 /// The corrections op(A)^-1 * R of `columns` columns. What the factor is worth is found out before, if nobody
 /// has yet: by solves of its own, so that the bits of a bound do not depend on who asked first.
 template <class Cell>
-std::vector<Cell> correctionsOf(const MatrixView<Cell>& A, TransposeMode op, Factored<Cell>& factor,
+std::vector<Cell> correctionsOf(const AnyMatrix<Cell>& A, TransposeMode op, Factored<Cell>& factor,
                                 std::int32_t columns, const std::vector<Cell>& R, const BoundsAsked& asked)
 {
     if (asked.ofFactor && !*asked.ofFactor) *asked.ofFactor = qualityBy(factor, A, asked.question);
@@ -202,7 +202,7 @@ constexpr double kSolvesFallShort = 8.0;
 /// Of what is exact there is no size to divide by, and the bound is 0. A factor that does not solve to the
 /// level of rounding bounds nothing.
 template <class Cell>
-void boundErrors(const MatrixView<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
+void boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
                  Factored<Cell>& factor, std::span<const std::size_t> which, const BoundsAsked& asked,
                  std::vector<ColumnQuality>& columns)
 {
@@ -252,7 +252,7 @@ bool isBeyond(const BoundsAsked& asked)
 }
 
 template <class Cell>
-std::vector<ColumnQuality> qualityOfColumns(const MatrixView<Cell>& A, TransposeMode op,
+std::vector<ColumnQuality> qualityOfColumns(const AnyMatrix<Cell>& A, TransposeMode op,
                                             const Residuals<Cell>& all, Factored<Cell>* factor,
                                             const BoundsAsked& asked)
 {
@@ -309,7 +309,7 @@ LinearMap<Cell> inverseBy(Factored<Cell>& factor, std::int32_t size, TransposeMo
 }
 
 template <class Cell>
-FactorQuality qualityBy(Factored<Cell>& factor, const MatrixView<Cell>& A, const FactorQuestion& asked)
+FactorQuality qualityBy(Factored<Cell>& factor, const AnyMatrix<Cell>& A, const FactorQuestion& asked)
 {
     constexpr std::int32_t kSteps = 2; // that it would take unasked
     const bool byResiduals = asked.shift && factor.refinesUnasked();
@@ -325,7 +325,7 @@ FactorQuality qualityBy(Factored<Cell>& factor, const MatrixView<Cell>& A, const
 
 template <class Cell>
 std::vector<ColumnQuality>
-improvedColumns(const MatrixView<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
+improvedColumns(const AnyMatrix<Cell>& A, TransposeMode op, const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
                 const ColumnUnits<Cell>* units, Factored<Cell>* factor, const BoundsAsked& asked)
 {
     if (units) X = units->thereAndBack(std::move(X));
@@ -391,12 +391,12 @@ template void lowerToWorst(SystemAnswer<double>&, const ColumnUnits<double>*);
 template void lowerToWorst(SystemAnswer<Complex>&, const ColumnUnits<Complex>*);
 template LinearMap<double> inverseBy(Factored<double>&, std::int32_t, TransposeMode, Refining);
 template LinearMap<Complex> inverseBy(Factored<Complex>&, std::int32_t, TransposeMode, Refining);
-template FactorQuality qualityBy(Factored<double>&, const MatrixView<double>&, const FactorQuestion&);
-template FactorQuality qualityBy(Factored<Complex>&, const MatrixView<Complex>&, const FactorQuestion&);
-template std::vector<ColumnQuality> improvedColumns(const MatrixView<double>&, TransposeMode, const Matrix&,
+template FactorQuality qualityBy(Factored<double>&, const AnyMatrix<double>&, const FactorQuestion&);
+template FactorQuality qualityBy(Factored<Complex>&, const AnyMatrix<Complex>&, const FactorQuestion&);
+template std::vector<ColumnQuality> improvedColumns(const AnyMatrix<double>&, TransposeMode, const Matrix&,
                                                     Matrix&, const ColumnUnits<double>*, Factored<double>*,
                                                     const BoundsAsked&);
-template std::vector<ColumnQuality> improvedColumns(const MatrixView<Complex>&, TransposeMode, const CMatrix&,
+template std::vector<ColumnQuality> improvedColumns(const AnyMatrix<Complex>&, TransposeMode, const CMatrix&,
                                                     CMatrix&, const ColumnUnits<Complex>*, Factored<Complex>*,
                                                     const BoundsAsked&);
 

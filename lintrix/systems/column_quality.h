@@ -4,9 +4,9 @@
 
 #include <lintrix/systems/linear_map.h>
 #include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/quality/any_matrix.h>
 #include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/factor_quality.h>
-#include <lintrix/systems/quality/matrix_view.h>
 #include <lintrix/systems/roads/column_units.h>
 #include <lintrix/systems/roads/factored.h>
 
@@ -24,8 +24,7 @@ LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, Tran
 /// What the factor of A is worth. Where the drift is asked for, steps of refinement are taken by that alone,
 /// and only as long as the factor with them is not near enough to A for its signs.
 template <class Cell>
-FactorQuality qualityBy(roads::Factored<Cell>& factor, const MatrixView<Cell>& A,
-                        const FactorQuestion& asked);
+FactorQuality qualityBy(roads::Factored<Cell>& factor, const AnyMatrix<Cell>& A, const FactorQuestion& asked);
 
 struct BoundsAsked {
     std::int32_t columns = 0; ///< whose errors are bounded at most
@@ -49,7 +48,7 @@ struct BoundsAsked {
 /// Cost: a reading of A for each column; for those that are bounded a solve of all together, and a few more
 /// of each where the norm of the inverse does not settle it; one of the others; twice that with corrections.
 template <class Cell>
-std::vector<ColumnQuality> improvedColumns(const MatrixView<Cell>& A, TransposeMode op,
+std::vector<ColumnQuality> improvedColumns(const AnyMatrix<Cell>& A, TransposeMode op,
                                            const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
                                            const roads::ColumnUnits<Cell>* units,
                                            roads::Factored<Cell>* factor, const BoundsAsked& asked);

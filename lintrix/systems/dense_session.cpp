@@ -121,7 +121,7 @@ private:
     {
         if (options_.errorBounds <= 0) return std::nullopt;
         const std::lock_guard turn(busy_);
-        if (!quality_) quality_ = qualityBy<Cell>(factor, MatrixView<Cell>(A_), {});
+        if (!quality_) quality_ = qualityBy<Cell>(factor, AnyMatrix<Cell>(A_), {});
         return quality_;
     }
 
@@ -157,14 +157,13 @@ private:
         M X(rows(), columns.B.Cols());
         if (factor.solve(columns.B, X, op, {}).error != 0) throw NotEnoughMemoryException();
         finish("solve");
-        std::optional<SystemAnswer<Cell>> asRegular;
         const bool showsSingular = factor.isSingular() || isSolvedByAnother(columns, X, op);
-        if (!factor.isSingular()) asRegular = judged(factor, columns, std::move(X), known, op);
-        if (asRegular && !showsSingular && !looksSingular(*asRegular)) return *std::move(asRegular);
-        SystemAnswer<Cell> singular = judgedSingular(factor, columns, op, probeAlone);
-        if (singular.solutions || !asRegular) return singular;
-        asRegular->faults = std::move(singular.faults);
-        return *std::move(asRegular);
+        Answer<M> singular{.status = Status::Singular, .road = "LU"};
+        SystemAnswer<Cell> answer =
+            factor.isSingular() ? told(singular, A_, {}) : judged(factor, columns, std::move(X), known, op);
+        if (showsSingular || looksSingular(answer))
+            tellOfSingular(answer, factor, columns, op, probeAlone ? 0 : columns.B.Cols() - 1);
+        return answer;
     }
 
     /// The probe may come back by chance.
@@ -182,51 +181,24 @@ private:
                 b = columnOf(columns.B, columns.B.Cols() - 1);
         if (probeErrorInUnits(probe, back) < kNoDigit) return false;
         M r(rows(), 1);
-        const MatrixView<Cell> A(A_);
+        const AnyMatrix<Cell> A(A_);
         residual(A, op, 1, cellsOf(b).data(), cellsOf(back).data(), cellsOf(r).data());
         const auto size = [this](const M& x) { return largestModulus(cellsOf(x).data(), rows()); };
         return normwiseBackwardError(rowSizesOf(A, op).norm, size(back), size(b), size(r)) <= kRoundingLevel;
     }
 
-    /// Of a matrix that is singular to working precision, as of a sparse one. The probe alone has no solution
-    /// to be told of.
-    SystemAnswer<Cell> judgedSingular(DenseFactor<Cell>& factor, const ProbedColumns<Cell>& columns,
-                                      TransposeMode op, bool probeAlone)
+    /// Of a matrix that is singular to working precision: what makes it so, and whether the first `count`
+    /// right-hand sides have solutions. The verdict stays that of the elimination, as callers of dense
+    /// systems rely on.
+    void tellOfSingular(SystemAnswer<Cell>& answer, DenseFactor<Cell>& factor,
+                        const ProbedColumns<Cell>& columns, TransposeMode op, std::int32_t count) const
     {
-        const std::int32_t count = probeAlone ? 0 : columns.B.Cols() - 1;
-        const MatrixView<Cell> A(A_);
         SingularJudgement<Cell> singular =
-            judgeSingular<Cell>(A, factor, op, columns.B, count, cost().operations);
-        Answer<M> found{.status = Status::Singular, .road = "LU"};
-        SystemAnswer<Cell> answer = told(found, A_, {});
+            judgeSingular<Cell>(AnyMatrix<Cell>(A_), factor, op, columns.B, count, cost().operations);
         answer.faults = std::move(singular.faults);
-        if (singular.solutions == Solutions::Unknown) return answer;
-        answer.solutions = singular.solutions;
-        if (!singular.x) {
-            answer.reason = "singular, and the right-hand side is not in the range";
-            answer.complaint = "there is no good solution: " + answer.reason;
-            return answer;
-        }
-        answer.verdict = Verdict::Degraded;
-        answer.reason = "singular: the shortest of many solutions";
-        answer.complaint.clear();
-        answer.x = std::move(singular.x);
-        tellOfMany(answer, columns, op);
-        return answer;
-    }
-
-    void tellOfMany(SystemAnswer<Cell>& answer, const ProbedColumns<Cell>& columns, TransposeMode op) const
-    {
-        M B(columns.B);
-        B.Cols(answer.x->Cols());
-        const ColumnUnits<Cell>* const units = columns.units ? &*columns.units : nullptr;
-        answer.columns =
-            improvedColumns<Cell>(MatrixView<Cell>(A_), op, B, *answer.x, units, nullptr, BoundsAsked());
-        if (units) units->multiply(*answer.x);
-        answer.residual = residualOf(answer.columns, units);
-        for (ColumnQuality& column : answer.columns)
-            column.verdict = std::max(column.verdict, Verdict::Degraded);
-        lowerToWorst(answer, units);
+        const bool isKnown = singular.solutions != Solutions::Unknown;
+        if (isKnown && answer.verdict == Verdict::Failed) answer.solutions = singular.solutions;
+        finish("check");
     }
 
     /// The worst of the columns counts, and the probe.
@@ -245,7 +217,7 @@ private:
         std::optional<FactorQuality> ofFactor = qualityOnce(factor);
         if (ofFactor) asked.ofFactor = &ofFactor;
         std::vector<ColumnQuality> qualities =
-            improvedColumns<Cell>(MatrixView<Cell>(A_), op, B, X, units, &factor, asked);
+            improvedColumns<Cell>(AnyMatrix<Cell>(A_), op, B, X, units, &factor, asked);
         if (units) units->multiply(X);
         if (units ? !units->areFinite(X) : !allFinite(X)) found.status = Status::NotFinite;
         found.x = std::move(X);

@@ -184,7 +184,8 @@ public:
 
     /// X with op(A)*X = B. Checks, in this order:
     /// @throws SizeMismatchException     B has not as many rows as op(A): "Matrix sizes do not match."
-    /// @throws NotSupportedException     B or x, with one column more, would have more than 2147483647 elements,
+    /// @throws NotSupportedException     B or x, with one column more, would have more than 2147483647
+    /// elements,
     ///                                   as a text with the sizes tells
     /// @throws NotEnoughMemoryException  there is no room for the first factor
     /// @throws OperationFailedException  the files of a factor fail, in words, or the memory budget is too

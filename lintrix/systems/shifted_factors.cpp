@@ -67,7 +67,7 @@ std::optional<FactorInertia> ShiftedFactors<Cell>::at(double shift)
             if (view.columns[k] == i) shifted.values[k] -= shift;
     if (!ldl_.factorize(shifted, bounds_)) return std::nullopt;
     const FactorQuality quality =
-        qualityOfFactor<Cell>(MatrixView<Cell>(A_), inverse(), {.columns = 2, .shift = shift});
+        qualityOfFactor<Cell>(AnyMatrix<Cell>(A_), inverse(), {.columns = 2, .shift = shift});
     const Inertia inertia = ldl_.inertia();
     if (!(*quality.drift <= kSureDrift) || ldl_.replaced() > 0 || inertia.zero > 0) return std::nullopt;
     return FactorInertia{inertia, *quality.drift / quality.inverseNorm};

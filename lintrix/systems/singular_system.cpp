@@ -34,7 +34,7 @@ typename LinearMap<Cell>::Apply conjugated(typename LinearMap<Cell>::Apply apply
 
 /// op(A) of a square A.
 template <class Cell>
-LinearMap<Cell> mapOf(const MatrixView<Cell>& A, TransposeMode op)
+LinearMap<Cell> mapOf(const AnyMatrix<Cell>& A, TransposeMode op)
 {
     LinearMap<Cell> map = mapOf(A);
     if (op == TransposeMode::NotTransposed) return map;
@@ -174,7 +174,7 @@ Solutions judgeStructurallySingular(const SparseEntries<Cell>& A, const Structur
 }
 
 template <class Cell>
-SingularJudgement<Cell> judgeSingular(const MatrixView<Cell>& A, Factored<Cell>& factor, TransposeMode op,
+SingularJudgement<Cell> judgeSingular(const AnyMatrix<Cell>& A, Factored<Cell>& factor, TransposeMode op,
                                       const MatrixOf<Cell>& B, std::int32_t columns, double operations)
 {
     const LinearMap<Cell> map = mapOf(A, op), inverse = inverseBy(factor, A.rows(), op);
@@ -198,9 +198,9 @@ template Solutions judgeStructurallySingular(const SparseEntries<double>&, const
                                              TransposeMode, const Matrix&);
 template Solutions judgeStructurallySingular(const SparseEntries<Complex>&, const StructuralFaults&,
                                              TransposeMode, const CMatrix&);
-template SingularJudgement<double> judgeSingular<double>(const MatrixView<double>&, Factored<double>&,
+template SingularJudgement<double> judgeSingular<double>(const AnyMatrix<double>&, Factored<double>&,
                                                          TransposeMode, const Matrix&, std::int32_t, double);
-template SingularJudgement<Complex> judgeSingular<Complex>(const MatrixView<Complex>&, Factored<Complex>&,
+template SingularJudgement<Complex> judgeSingular<Complex>(const AnyMatrix<Complex>&, Factored<Complex>&,
                                                            TransposeMode, const CMatrix&, std::int32_t,
                                                            double);
 

@@ -3,7 +3,7 @@
 /// A system whose matrix is singular to working precision: what makes it so, and whether there are solutions.
 
 #include <lintrix/systems/linear_system.h>
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 #include <lintrix/systems/roads/factored.h>
 #include <lintrix/systems/structure/structural_faults.h>
 
@@ -24,7 +24,7 @@ struct SingularJudgement {
 /// solutions. Cost: some twenty solves of four columns; of more columns where more directions show, up to
 /// half of the `operations` of the factorization; and some of each right-hand side.
 template <class Cell>
-SingularJudgement<Cell> judgeSingular(const MatrixView<Cell>& A, roads::Factored<Cell>& factor,
+SingularJudgement<Cell> judgeSingular(const AnyMatrix<Cell>& A, roads::Factored<Cell>& factor,
                                       TransposeMode op, const MatrixOf<Cell>& B, std::int32_t columns,
                                       double operations);
 

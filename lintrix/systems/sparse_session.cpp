@@ -413,7 +413,7 @@ private:
                         Outcome<Cell>& outcome) const
     {
         SingularJudgement<Cell> singular =
-            judgeSingular<Cell>(MatrixView<Cell>(matrix_.Matrix()), *outcome.factor, request.op, request.B,
+            judgeSingular<Cell>(AnyMatrix<Cell>(matrix_.Matrix()), *outcome.factor, request.op, request.B,
                                 request.B.Cols() - 1, outcome.cost.operations);
         runner_.finish("check");
         answer.faults = std::move(singular.faults);
@@ -485,7 +485,7 @@ private:
             return;
         if (!outcome.factorQuality) {
             outcome.factorQuality =
-                qualityBy(*outcome.factor, MatrixView<Cell>(matrix_.Matrix()), ofFactor(outcome, op));
+                qualityBy(*outcome.factor, AnyMatrix<Cell>(matrix_.Matrix()), ofFactor(outcome, op));
             runner_.finish("check");
         }
         if (!outcome.isSolvedByAnother()) answer.condition = outcome.factorQuality->condition;
@@ -497,7 +497,7 @@ private:
     {
         const bool isUnique = answer.solutions != Solutions::Many;
         answer.columns =
-            improvedColumns<Cell>(MatrixView<Cell>(matrix_.Matrix()), request.op, withoutProbe(request.B),
+            improvedColumns<Cell>(AnyMatrix<Cell>(matrix_.Matrix()), request.op, withoutProbe(request.B),
                                   *answer.x, units ? &*units : nullptr, outcome.factor.get(),
                                   isUnique ? boundsFor(outcome, request.op) : BoundsAsked());
         if (units) units->multiply(*answer.x);
@@ -522,7 +522,7 @@ private:
         return options_.errorBounds > 0 && outcome.store == FactorStore::Memory &&
                matrix_.Traits().hermitian && !outcome.reusedFactor &&
                std::isfinite(outcome.sizes ? outcome.sizes->norm
-                                           : infinityNorm(MatrixView<Cell>(matrix_.Matrix())));
+                                           : infinityNorm(AnyMatrix<Cell>(matrix_.Matrix())));
     }
 
     const CertainInertia& inertiaOnce(Outcome<Cell>& outcome, std::int32_t rightHands)

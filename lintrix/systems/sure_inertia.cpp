@@ -57,7 +57,7 @@ CertainInertia nothingOf(std::int32_t order)
 template <class Cell>
 CertainInertia byFactors(const SparseOf<Cell>& A, double left, bool asked)
 {
-    const double norm = infinityNorm(MatrixView<Cell>(A));
+    const double norm = infinityNorm(AnyMatrix<Cell>(A));
     const CertainInertia uncertain = nothingOf(A.Rows());
     if (!(norm > 0.0)) return uncertain;
     ShiftedFactors<Cell> factors(A);

@@ -55,8 +55,9 @@ std::string SystemAnswer<Cell>::Explain(std::int32_t firstIndex) const
         addLine(text,
                 fmt::format("The solution is {}{}{}.", NameOf(verdict), reason.empty() ? "" : ": ", reason));
     if (solutions == Solutions::Many)
-        addLine(text, "The right-hand side is in the range of the matrix: x is one of many solutions, the "
-                      "shortest.");
+        addLine(text, std::string("The right-hand side is in the range of the matrix: ") +
+                          (verdict == Verdict::Degraded ? "x is one of many solutions, the shortest."
+                                                        : "there are many solutions."));
     if (solutions == Solutions::None)
         addLine(text, "The right-hand side is not in the range of the matrix: nothing solves the system.");
     if (!faults.Empty())

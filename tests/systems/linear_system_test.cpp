@@ -522,14 +522,12 @@ TEST(LinearSystem, ADenseFactorIsKeptAndTheErrorsOfItsColumnsAreBounded)
 
 TEST(LinearSystem, StatesOfDenseSquareSystems)
 {
-    const auto singular = LinearSystem(Matrix{{1, 2}, {2, 4}}).Solve(Matrix{{1}, {3}});
-    EXPECT_EQ(singular.reason, "singular, and the right-hand side is not in the range");
+    const auto singular = LinearSystem(Matrix{{1, 2}, {2, 4}}).Solve(Matrix{{1}, {2}});
+    EXPECT_EQ(singular.reason, "singular");
     EXPECT_EQ(singular.road, "LU");
     EXPECT_FALSE(singular.x);
     EXPECT_FALSE(singular.probeError);
-    EXPECT_EQ(singular.complaint,
-              "there is no good solution: singular, and the right-hand side is not in the range");
-    EXPECT_EQ(LinearSystem(Matrix{{1, 2}, {2, 4}}).Factorize(), Verdict::Failed);
+    EXPECT_EQ(singular.complaint, "the matrix is singular: LU met an exactly zero pivot");
 
     const auto huge = LinearSystem(Matrix{{1e-300, 0}, {0, 1}}).Solve(Matrix{{1e300}, {1}});
     EXPECT_EQ(huge.reason, "not-finite");

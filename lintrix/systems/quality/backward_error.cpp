@@ -56,7 +56,7 @@ BackwardError errorOf(const RowSizes& A, const Cell* b, const Cell* x, const Cel
 } // namespace
 
 template <class Cell>
-RowSizes rowSizesOf(const MatrixView<Cell>& A, TransposeMode op)
+RowSizes rowSizesOf(const AnyMatrix<Cell>& A, TransposeMode op)
 {
     const bool turned = op != TransposeMode::NotTransposed;
     std::vector<double> sums(turned ? A.cols() : A.rows());
@@ -87,7 +87,7 @@ std::vector<BackwardError> backwardErrors(const RowSizes& A, std::int32_t column
 }
 
 template <class Cell>
-std::vector<BackwardError> backwardErrors(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns,
+std::vector<BackwardError> backwardErrors(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns,
                                           const Cell* b, const Cell* x, const Cell* r)
 {
     const RowSizes sizes = rowSizesOf(A, op);
@@ -97,10 +97,10 @@ std::vector<BackwardError> backwardErrors(const MatrixView<Cell>& A, TransposeMo
 }
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
-    template RowSizes rowSizesOf(const MatrixView<Cell>&, TransposeMode);                                    \
+    template RowSizes rowSizesOf(const AnyMatrix<Cell>&, TransposeMode);                                     \
     template std::vector<BackwardError> backwardErrors(const RowSizes&, std::int32_t, const Cell*,           \
                                                        const Cell*, const Cell*, const double*);             \
-    template std::vector<BackwardError> backwardErrors(const MatrixView<Cell>&, TransposeMode, std::int32_t, \
+    template std::vector<BackwardError> backwardErrors(const AnyMatrix<Cell>&, TransposeMode, std::int32_t,  \
                                                        const Cell*, const Cell*, const Cell*);
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<double>)

@@ -17,7 +17,7 @@
 
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 
 #include <cstdint>
 #include <limits>
@@ -58,7 +58,7 @@ struct RowSizes {
     std::int32_t terms = 1;   ///< nz + 1
 };
 template <class Cell>
-LINTRIX_TESTABLE RowSizes rowSizesOf(const MatrixView<Cell>& A, TransposeMode op);
+LINTRIX_TESTABLE RowSizes rowSizesOf(const AnyMatrix<Cell>& A, TransposeMode op);
 
 /// ||r||/(||A||*||x|| + ||b||) of these four norms, without a detour through what overflows or underflows.
 LINTRIX_TESTABLE double normwiseBackwardError(double normOfA, double normOfX, double normOfB,
@@ -66,7 +66,7 @@ LINTRIX_TESTABLE double normwiseBackwardError(double normOfA, double normOfX, do
 
 /// Those of each column of x. `r` holds the residuals, in whichever precision they were computed.
 template <class Cell>
-LINTRIX_TESTABLE std::vector<BackwardError> backwardErrors(const MatrixView<Cell>& A, TransposeMode op,
+LINTRIX_TESTABLE std::vector<BackwardError> backwardErrors(const AnyMatrix<Cell>& A, TransposeMode op,
                                                            std::int32_t columns, const Cell* b, const Cell* x,
                                                            const Cell* r);
 /// The same where `w` is known as well: |op(A)|*|x| + |b|.

@@ -25,7 +25,7 @@ constexpr double kShortfall = 4.0, kSolvable = 1e12;
 template <class Cell>
 class WatchedSolves {
 public:
-    WatchedSolves(const MatrixView<Cell>& A, const FactorQuestion& asked, FactorQuality& quality)
+    WatchedSolves(const AnyMatrix<Cell>& A, const FactorQuestion& asked, FactorQuality& quality)
         : A_(A), asked_(asked), quality_(quality)
     {
         quality_.drift = 0.0;
@@ -62,7 +62,7 @@ private:
         return largest;
     }
 
-    const MatrixView<Cell>& A_;
+    const AnyMatrix<Cell>& A_;
     const FactorQuestion& asked_;
     FactorQuality& quality_;
     std::vector<Cell> left_{}; ///< of x, by the last answer
@@ -77,7 +77,7 @@ double FactorQuality::inverseNormAtMost() const noexcept
 }
 
 template <class Cell>
-FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& inverse,
+FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& inverse,
                               const FactorQuestion& asked)
 {
     FactorQuality quality;
@@ -100,7 +100,7 @@ FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& 
 }
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
-    template FactorQuality qualityOfFactor(const MatrixView<Cell>&, const LinearMap<Cell>&,                  \
+    template FactorQuality qualityOfFactor(const AnyMatrix<Cell>&, const LinearMap<Cell>&,                   \
                                            const FactorQuestion&);
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<double>)

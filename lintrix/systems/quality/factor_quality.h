@@ -5,7 +5,7 @@
 
 #include <lintrix/services/export.h>
 #include <lintrix/systems/linear_map.h>
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 
 #include <cstdint>
 #include <limits>
@@ -42,7 +42,7 @@ struct FactorQuestion {
 /// The condition is meant for shift 0. Cost: three solves at most, and a product with A for each where the
 /// drift is asked for.
 template <class Cell>
-LINTRIX_TESTABLE FactorQuality qualityOfFactor(const MatrixView<Cell>& A, const LinearMap<Cell>& inverse,
+LINTRIX_TESTABLE FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& inverse,
                                                const FactorQuestion& asked = {});
 
 } // namespace Velmar::Lintrix::detail

@@ -58,7 +58,7 @@ LinearMap<Cell> scaledAdjoint(const LinearMap<Cell>& inverse, const std::vector<
 template <class Cell>
 class ColumnBound {
 public:
-    ColumnBound(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+    ColumnBound(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
                 const KnownBefore& known, const Cell* d, const Cell* s)
         : inverse_(inverse), known_(known), size_(largestModulus(d, inverse.rows))
     {
@@ -79,7 +79,7 @@ public:
 
 private:
     /// q: where the norm of the inverse shows that it is small, that is enough.
-    void measure(const MatrixView<Cell>& A, TransposeMode op, const Cell* s)
+    void measure(const AnyMatrix<Cell>& A, TransposeMode op, const Cell* s)
     {
         const std::int32_t n = inverse_.rows;
         next_ = known_.inverseNorm * sumOfModuli(s, n);
@@ -118,7 +118,7 @@ void boundUnknown(const Cell* r, const Cell* s, std::int32_t terms, ResidualPrec
 
 template <class Cell>
 std::vector<double>
-forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
                    std::int32_t columns, const Cell* x, const Cell* r, const Cell* d, const double* w,
                    const KnownBefore& known, ResidualPrecision precision, const NormEstimation& how)
 {
@@ -139,7 +139,7 @@ forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<
 }
 
 template <class Cell>
-std::vector<double> forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op,
+std::vector<double> forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode op,
                                        const LinearMap<Cell>& inverse, std::int32_t columns, const Cell* b,
                                        const Cell* x, const Cell* r, ResidualPrecision precision,
                                        const NormEstimation& how)
@@ -154,11 +154,11 @@ std::vector<double> forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode 
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
     template std::vector<double> forwardErrorBounds(                                                         \
-        const MatrixView<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,           \
+        const AnyMatrix<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,            \
         const Cell*, const Cell*, const double*, const KnownBefore&, ResidualPrecision,                      \
         const NormEstimation&);                                                                              \
     template std::vector<double> forwardErrorBounds(                                                         \
-        const MatrixView<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,           \
+        const AnyMatrix<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,            \
         const Cell*, const Cell*, ResidualPrecision, const NormEstimation&);
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<double>)

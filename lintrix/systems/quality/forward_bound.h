@@ -25,7 +25,7 @@
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/linear_map.h>
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 #include <lintrix/systems/quality/norm_estimate.h>
 
 #include <cstdint>
@@ -63,13 +63,13 @@ struct KnownBefore {
 /// solved is not finite.
 template <class Cell>
 LINTRIX_TESTABLE std::vector<double>
-forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
                    std::int32_t columns, const Cell* b, const Cell* x, const Cell* r,
                    ResidualPrecision precision, const NormEstimation& how = {});
 /// The same with w and the corrections D, the inverse's answer to R, at hand.
 template <class Cell>
 LINTRIX_TESTABLE std::vector<double>
-forwardErrorBounds(const MatrixView<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
                    std::int32_t columns, const Cell* x, const Cell* r, const Cell* d, const double* w,
                    const KnownBefore& known, ResidualPrecision precision, const NormEstimation& how = {});
 

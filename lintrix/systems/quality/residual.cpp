@@ -166,7 +166,7 @@ class Summation {
 public:
     using Sum = typename Rule::Sum;
 
-    Summation(const MatrixView<Cell>& A, TransposeMode op, const Rule& rule) : A_(A), op_(op), rule_(rule) {}
+    Summation(const AnyMatrix<Cell>& A, TransposeMode op, const Rule& rule) : A_(A), op_(op), rule_(rule) {}
 
     void run() const
     {
@@ -259,14 +259,14 @@ private:
         for (std::size_t i = 0; i < sums.size(); ++i) rule_.finish(static_cast<std::int32_t>(i), sums[i]);
     }
 
-    const MatrixView<Cell>& A_;
+    const AnyMatrix<Cell>& A_;
     TransposeMode op_;
     const Rule& rule_;
 };
 
 /// @throws as `WorkScope::tell`, before each pass over A
 template <class Cell, class Rule>
-void sumRows(const MatrixView<Cell>& A, TransposeMode op, const Rule& rule)
+void sumRows(const AnyMatrix<Cell>& A, TransposeMode op, const Rule& rule)
 {
     WorkScope::tell();
     Summation<Cell, Rule>(A, op, rule).run();
@@ -277,14 +277,14 @@ struct Sizes {
     std::int64_t rows, cols;
 };
 template <class Cell>
-Sizes sizesOf(const MatrixView<Cell>& A, TransposeMode op)
+Sizes sizesOf(const AnyMatrix<Cell>& A, TransposeMode op)
 {
     if (op == TransposeMode::NotTransposed) return {A.rows(), A.cols()};
     return {A.cols(), A.rows()};
 }
 
 template <class Cell>
-void multiply(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* x, Cell* y)
+void multiply(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* x, Cell* y)
 {
     const Sizes size = sizesOf(A, op);
     for (std::int32_t c = 0; c < columns; ++c) {
@@ -293,7 +293,7 @@ void multiply(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns,
 }
 
 template <class Cell>
-double largestRowSum(const MatrixView<Cell>& A, TransposeMode op)
+double largestRowSum(const AnyMatrix<Cell>& A, TransposeMode op)
 {
     std::vector<double> sums(sizesOf(A, op).rows);
     rowSums(A, op, sums.data());
@@ -303,7 +303,7 @@ double largestRowSum(const MatrixView<Cell>& A, TransposeMode op)
 } // namespace
 
 template <class Cell>
-void residual(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* b, const Cell* x,
+void residual(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* b, const Cell* x,
               Cell* r)
 {
     const Sizes size = sizesOf(A, op);
@@ -313,8 +313,8 @@ void residual(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns,
 }
 
 template <class Cell>
-void residualInTwicePrecision(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns,
-                              const Cell* b, const Cell* x, const Cell* dx, Cell* r)
+void residualInTwicePrecision(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* b,
+                              const Cell* x, const Cell* dx, Cell* r)
 {
     const Sizes size = sizesOf(A, op);
     for (std::int32_t c = 0; c < columns; ++c) {
@@ -325,7 +325,7 @@ void residualInTwicePrecision(const MatrixView<Cell>& A, TransposeMode op, std::
 }
 
 template <class Cell>
-void residualScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* b,
+void residualScale(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* b,
                    const Cell* x, double* w)
 {
     const Sizes size = sizesOf(A, op);
@@ -335,7 +335,7 @@ void residualScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t col
 }
 
 template <class Cell>
-void residualAndScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* b,
+void residualAndScale(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns, const Cell* b,
                       const Cell* x, Cell* r, double* w)
 {
     const Sizes size = sizesOf(A, op);
@@ -349,31 +349,31 @@ void residualAndScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t 
 }
 
 template <class Cell>
-void rowSums(const MatrixView<Cell>& A, TransposeMode op, double* sums)
+void rowSums(const AnyMatrix<Cell>& A, TransposeMode op, double* sums)
 {
     sumRows(A, op, RowSum<Cell>{sums});
 }
 
 template <class Cell>
-void rowSumsAndLengths(const MatrixView<Cell>& A, TransposeMode op, double* sums, std::int32_t* lengths)
+void rowSumsAndLengths(const AnyMatrix<Cell>& A, TransposeMode op, double* sums, std::int32_t* lengths)
 {
     sumRows(A, op, RowSumAndLength<Cell>{sums, lengths});
 }
 
 template <class Cell>
-double oneNorm(const MatrixView<Cell>& A)
+double oneNorm(const AnyMatrix<Cell>& A)
 {
     return largestRowSum(A, TransposeMode::Transposed);
 }
 
 template <class Cell>
-double infinityNorm(const MatrixView<Cell>& A)
+double infinityNorm(const AnyMatrix<Cell>& A)
 {
     return largestRowSum(A, TransposeMode::NotTransposed);
 }
 
 template <class Cell>
-std::int32_t longestRow(const MatrixView<Cell>& A, TransposeMode op)
+std::int32_t longestRow(const AnyMatrix<Cell>& A, TransposeMode op)
 {
     std::vector<std::int32_t> lengths(sizesOf(A, op).rows);
     sumRows(A, op, RowLength<Cell>{lengths.data()});
@@ -381,7 +381,7 @@ std::int32_t longestRow(const MatrixView<Cell>& A, TransposeMode op)
 }
 
 template <class Cell>
-LinearMap<Cell> mapOf(const MatrixView<Cell>& A)
+LinearMap<Cell> mapOf(const AnyMatrix<Cell>& A)
 {
     const auto productWith = [A](TransposeMode op) {
         return [A, op](std::int32_t columns, const Cell* x, Cell* y) { multiply(A, op, columns, x, y); };
@@ -391,20 +391,20 @@ LinearMap<Cell> mapOf(const MatrixView<Cell>& A)
 }
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
-    template void residual(const MatrixView<Cell>&, TransposeMode, std::int32_t, const Cell*, const Cell*,   \
+    template void residual(const AnyMatrix<Cell>&, TransposeMode, std::int32_t, const Cell*, const Cell*,    \
                            Cell*);                                                                           \
-    template void residualInTwicePrecision(const MatrixView<Cell>&, TransposeMode, std::int32_t,             \
-                                           const Cell*, const Cell*, const Cell*, Cell*);                    \
-    template void residualScale(const MatrixView<Cell>&, TransposeMode, std::int32_t, const Cell*,           \
+    template void residualInTwicePrecision(const AnyMatrix<Cell>&, TransposeMode, std::int32_t, const Cell*, \
+                                           const Cell*, const Cell*, Cell*);                                 \
+    template void residualScale(const AnyMatrix<Cell>&, TransposeMode, std::int32_t, const Cell*,            \
                                 const Cell*, double*);                                                       \
-    template void residualAndScale(const MatrixView<Cell>&, TransposeMode, std::int32_t, const Cell*,        \
+    template void residualAndScale(const AnyMatrix<Cell>&, TransposeMode, std::int32_t, const Cell*,         \
                                    const Cell*, Cell*, double*);                                             \
-    template void rowSums(const MatrixView<Cell>&, TransposeMode, double*);                                  \
-    template void rowSumsAndLengths(const MatrixView<Cell>&, TransposeMode, double*, std::int32_t*);         \
-    template double oneNorm(const MatrixView<Cell>&);                                                        \
-    template double infinityNorm(const MatrixView<Cell>&);                                                   \
-    template std::int32_t longestRow(const MatrixView<Cell>&, TransposeMode);                                \
-    template LinearMap<Cell> mapOf(const MatrixView<Cell>&);
+    template void rowSums(const AnyMatrix<Cell>&, TransposeMode, double*);                                   \
+    template void rowSumsAndLengths(const AnyMatrix<Cell>&, TransposeMode, double*, std::int32_t*);          \
+    template double oneNorm(const AnyMatrix<Cell>&);                                                         \
+    template double infinityNorm(const AnyMatrix<Cell>&);                                                    \
+    template std::int32_t longestRow(const AnyMatrix<Cell>&, TransposeMode);                                 \
+    template LinearMap<Cell> mapOf(const AnyMatrix<Cell>&);
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<double>)
 #undef LINTRIX_INSTANTIATE

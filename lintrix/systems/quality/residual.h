@@ -15,7 +15,7 @@
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/linear_map.h>
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 
 #include <cstdint>
 
@@ -23,47 +23,47 @@ namespace Velmar::Lintrix::detail {
 
 /// R := B - op(A)*X. Each row is summed up from b_i on in the working precision.
 template <class Cell>
-LINTRIX_TESTABLE void residual(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns,
+LINTRIX_TESTABLE void residual(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns,
                                const Cell* b, const Cell* x, Cell* r);
 
 /// R := B - op(A)*(X + DX), each row summed up in twice the working precision and rounded once, at the end:
 /// |error| <= eps*|r| + (m*eps)^2*w with m terms in the row, nz + 1 without `dx`, which may be null and
 /// counts as 0 then; 2*nz + 1 with it; in each part of a complex row twice as many.
 template <class Cell>
-LINTRIX_TESTABLE void residualInTwicePrecision(const MatrixView<Cell>& A, TransposeMode op,
+LINTRIX_TESTABLE void residualInTwicePrecision(const AnyMatrix<Cell>& A, TransposeMode op,
                                                std::int32_t columns, const Cell* b, const Cell* x,
                                                const Cell* dx, Cell* r);
 
 /// W := |op(A)|*|X| + |B|, with the moduli of complex elements.
 template <class Cell>
-LINTRIX_TESTABLE void residualScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns,
+LINTRIX_TESTABLE void residualScale(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns,
                                     const Cell* b, const Cell* x, double* w);
 
 /// Both at one reading of A: R := B - op(A)*X in twice the working precision, and W.
 template <class Cell>
-LINTRIX_TESTABLE void residualAndScale(const MatrixView<Cell>& A, TransposeMode op, std::int32_t columns,
+LINTRIX_TESTABLE void residualAndScale(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns,
                                        const Cell* b, const Cell* x, Cell* r, double* w);
 
 /// The sum of the moduli in each row of op(A).
 template <class Cell>
-LINTRIX_TESTABLE void rowSums(const MatrixView<Cell>& A, TransposeMode op, double* sums);
+LINTRIX_TESTABLE void rowSums(const AnyMatrix<Cell>& A, TransposeMode op, double* sums);
 /// The same, and how many elements each row stores, at one reading of A.
 template <class Cell>
-LINTRIX_TESTABLE void rowSumsAndLengths(const MatrixView<Cell>& A, TransposeMode op, double* sums,
+LINTRIX_TESTABLE void rowSumsAndLengths(const AnyMatrix<Cell>& A, TransposeMode op, double* sums,
                                         std::int32_t* lengths);
 
 /// The largest column sum, the largest row sum; 0 of a matrix without elements.
 template <class Cell>
-LINTRIX_TESTABLE double oneNorm(const MatrixView<Cell>& A);
+LINTRIX_TESTABLE double oneNorm(const AnyMatrix<Cell>& A);
 template <class Cell>
-LINTRIX_TESTABLE double infinityNorm(const MatrixView<Cell>& A);
+LINTRIX_TESTABLE double infinityNorm(const AnyMatrix<Cell>& A);
 
 /// nz: the most elements that a row of op(A) stores.
 template <class Cell>
-LINTRIX_TESTABLE std::int32_t longestRow(const MatrixView<Cell>& A, TransposeMode op);
+LINTRIX_TESTABLE std::int32_t longestRow(const AnyMatrix<Cell>& A, TransposeMode op);
 
 /// Products with A. Good as long as the view.
 template <class Cell>
-LINTRIX_TESTABLE LinearMap<Cell> mapOf(const MatrixView<Cell>& A);
+LINTRIX_TESTABLE LinearMap<Cell> mapOf(const AnyMatrix<Cell>& A);
 
 } // namespace Velmar::Lintrix::detail

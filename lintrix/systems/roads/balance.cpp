@@ -22,7 +22,7 @@ constexpr double kFarthest = 960.0; // powers of two that unknowns differ by at 
 
 /// work(i, j, |a_ij|) for the elements that are finite and not 0.
 template <class Cell, class Work>
-void forSizes(const MatrixView<Cell>& A, Work work)
+void forSizes(const AnyMatrix<Cell>& A, Work work)
 {
     const std::int32_t places = A.isDense() ? A.rows() : A.cols();
     for (std::int32_t line = 0; line < A.lines(); ++line) {
@@ -51,7 +51,7 @@ bool areAlike(const Numbers& x)
 }
 
 template <class Cell>
-bool haveAlikeUnits(const MatrixView<Cell>& A)
+bool haveAlikeUnits(const AnyMatrix<Cell>& A)
 {
     Numbers rows(static_cast<std::size_t>(A.rows())), cols(static_cast<std::size_t>(A.cols()));
     forSizes(A, [&](std::size_t i, std::size_t j, double size) {
@@ -74,7 +74,7 @@ double dot(const Numbers& x, const Numbers& y)
 template <class Cell>
 class LogarithmicFit {
 public:
-    explicit LogarithmicFit(const MatrixView<Cell>& A)
+    explicit LogarithmicFit(const AnyMatrix<Cell>& A)
         : A_(A), rowSums_(static_cast<std::size_t>(A.rows())), colSums_(static_cast<std::size_t>(A.cols())),
           rowCounts_(rowSums_.size()), colCounts_(colSums_.size())
     {
@@ -166,14 +166,14 @@ private:
         return y;
     }
 
-    const MatrixView<Cell>& A_;
+    const AnyMatrix<Cell>& A_;
     Numbers rowSums_, colSums_, rowCounts_, colCounts_;
 };
 
 } // namespace
 
 template <class Cell>
-std::vector<int> unitsOfUnknowns(const MatrixView<Cell>& A, TransposeMode op)
+std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op)
 {
     if (haveAlikeUnits(A)) return {};
     const LogarithmicFit<Cell> fit(A);
@@ -187,7 +187,7 @@ std::vector<int> unitsOfUnknowns(const MatrixView<Cell>& A, TransposeMode op)
     return exponents;
 }
 
-template std::vector<int> unitsOfUnknowns(const MatrixView<double>&, TransposeMode);
-template std::vector<int> unitsOfUnknowns(const MatrixView<std::complex<double>>&, TransposeMode);
+template std::vector<int> unitsOfUnknowns(const AnyMatrix<double>&, TransposeMode);
+template std::vector<int> unitsOfUnknowns(const AnyMatrix<std::complex<double>>&, TransposeMode);
 
 } // namespace Velmar::Lintrix::detail::roads

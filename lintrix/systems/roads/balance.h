@@ -4,7 +4,7 @@
 
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 
 #include <cmath>
 #include <complex>
@@ -23,7 +23,7 @@ namespace Velmar::Lintrix::detail::roads {
 /// gradients take a few passes over the elements; where they have not converged by then, units are less
 /// alike.
 template <class Cell>
-LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const MatrixView<Cell>& A, TransposeMode op);
+LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op);
 
 /// x*2^e, exactly but for over- and underflow.
 inline double timesPowerOfTwo(double x, int exponent) noexcept

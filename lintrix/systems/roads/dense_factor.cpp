@@ -104,7 +104,7 @@ private:
 } // namespace
 
 template <class Cell>
-DenseFactor<Cell>::DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> cells)
+DenseFactor<Cell>::DenseFactor(const AnyMatrix<Cell>& A, MatrixOf<Cell> cells)
     : A_(A), units_(unitsOfUnknowns(A, TransposeMode::Transposed)), factors_(std::move(cells)),
       pivots_(A.rows())
 {
@@ -125,7 +125,7 @@ void DenseFactor<Cell>::replaceZeroPivots()
 }
 
 template <class Cell>
-DenseFactor<Cell>::DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> factors, Block<std::int32_t> pivots)
+DenseFactor<Cell>::DenseFactor(const AnyMatrix<Cell>& A, MatrixOf<Cell> factors, Block<std::int32_t> pivots)
     : A_(A), units_(unitsOfUnknowns(A, TransposeMode::Transposed)), factors_(std::move(factors)),
       pivots_(std::move(pivots))
 {

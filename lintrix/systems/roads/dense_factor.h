@@ -4,7 +4,7 @@
 
 #include <lintrix/foundation/block.h>
 #include <lintrix/services/export.h>
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/factored.h>
 
@@ -24,8 +24,8 @@ class LINTRIX_TESTABLE DenseFactor final : public Factored<Cell> {
 public:
     /// `A`, which is square, must outlive the factor. What is done is told to the listener of `WorkScope`.
     /// @throws NotEnoughMemoryException, as `WorkScope::tell`
-    explicit DenseFactor(const SparseOf<Cell>& A) : DenseFactor(MatrixView<Cell>(A), A.ToDense()) {}
-    explicit DenseFactor(const MatrixOf<Cell>& A) : DenseFactor(MatrixView<Cell>(A), copyOfColumns(A)) {}
+    explicit DenseFactor(const SparseOf<Cell>& A) : DenseFactor(AnyMatrix<Cell>(A), A.ToDense()) {}
+    explicit DenseFactor(const MatrixOf<Cell>& A) : DenseFactor(AnyMatrix<Cell>(A), copyOfColumns(A)) {}
 
     /// What `save` has added to a file. @throws as `requireWhole`, NotEnoughMemoryException
     static std::unique_ptr<DenseFactor> load(const SparseOf<Cell>& A, SectionReader& file);
@@ -40,14 +40,14 @@ public:
     std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<Borrowed<Cell>>(*this); }
 
 private:
-    DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> cells);
-    DenseFactor(const MatrixView<Cell>& A, MatrixOf<Cell> factors, Block<std::int32_t> pivots);
+    DenseFactor(const AnyMatrix<Cell>& A, MatrixOf<Cell> cells);
+    DenseFactor(const AnyMatrix<Cell>& A, MatrixOf<Cell> factors, Block<std::int32_t> pivots);
 
     MatrixOf<Cell> solved(const MatrixOf<Cell>& B, TransposeMode op) const;
     void scaleRows(MatrixOf<Cell>& X) const;
     void replaceZeroPivots();
 
-    MatrixView<Cell> A_;
+    AnyMatrix<Cell> A_;
     std::vector<int> units_; ///< exponents of the rows; none where they are alike
     MatrixOf<Cell> factors_;
     Block<std::int32_t> pivots_;

@@ -23,7 +23,7 @@ template <class Cell, class Matrix>
 ProbedColumns<Cell> probedColumns(const Matrix& A, const MatrixOf<Cell>* given, const MatrixOf<Cell>* known,
                                   TransposeMode op)
 {
-    MatrixOf<Cell> solutions = probeSolution<Cell>(MatrixView<Cell>(A), op);
+    MatrixOf<Cell> solutions = probeSolution<Cell>(AnyMatrix<Cell>(A), op);
     if (known) solutions = beside(*known, solutions);
     MatrixOf<Cell> products = productOf<Cell>(A, solutions, op);
     if (!given) return {std::move(products), std::move(solutions)};

@@ -131,7 +131,7 @@ MatrixOf<Cell> probeSolution(std::int32_t rows)
 }
 
 template <class Cell>
-MatrixOf<Cell> probeSolution(const MatrixView<Cell>& A, TransposeMode op)
+MatrixOf<Cell> probeSolution(const AnyMatrix<Cell>& A, TransposeMode op)
 {
     MatrixOf<Cell> column = probeSolution<Cell>(op == TransposeMode::NotTransposed ? A.cols() : A.rows());
     const std::vector<int> units = unitsOfUnknowns(A, op);
@@ -180,7 +180,7 @@ ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const Matr
                     const MatrixOf<Cell>& known, TransposeMode op, std::optional<double> norm)
 {
     const MatrixOf<Cell> R = residualOf<Cell>(A, X, B, op);
-    const double normA = norm ? *norm : rowSizesOf(MatrixView<Cell>(A), op).norm;
+    const double normA = norm ? *norm : rowSizesOf(AnyMatrix<Cell>(A), op).norm;
     const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
     const MatrixOf<Cell> probe = columnOf(known, others), back = columnOf(X, last);
     ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),
@@ -218,8 +218,8 @@ template bool allFinite(const Matrix&);
 template bool allFinite(const CMatrix&);
 template Matrix probeSolution<double>(std::int32_t);
 template CMatrix probeSolution<Complex>(std::int32_t);
-template Matrix probeSolution<double>(const MatrixView<double>&, TransposeMode);
-template CMatrix probeSolution<Complex>(const MatrixView<Complex>&, TransposeMode);
+template Matrix probeSolution<double>(const AnyMatrix<double>&, TransposeMode);
+template CMatrix probeSolution<Complex>(const AnyMatrix<Complex>&, TransposeMode);
 template ProbedQuality judge<double>(const SparseMatrix&, const Matrix&, const Matrix&, const Matrix&,
                                      TransposeMode, std::optional<double>);
 template ProbedQuality judge<Complex>(const CSparseMatrix&, const CMatrix&, const CMatrix&, const CMatrix&,

@@ -7,7 +7,7 @@
 /// price of two triangular solves, where a condition number would cost another factorization.
 
 #include <lintrix/services/export.h>
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/verdict.h>
@@ -63,7 +63,7 @@ template <class Cell>
 LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(std::int32_t rows);
 /// The same in the units of the unknowns of op(A): else the largest of them would be all that is seen of it.
 template <class Cell>
-LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(const MatrixView<Cell>& A, TransposeMode op);
+LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(const AnyMatrix<Cell>& A, TransposeMode op);
 
 /// The largest |x - y|; NaN if there is one among them.
 template <class Block>

@@ -6,7 +6,7 @@
 #include <lintrix/services/same_bits.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/iterations/gmres.h>
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 #include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/dense_factor.h>
@@ -458,7 +458,7 @@ template <class Cell>
 std::int32_t RoadRunner<Cell>::iterate(const Request<Cell>& request, Factored<Cell>& factor,
                                        MatrixOf<Cell>& X, std::int32_t most) const
 {
-    const MatrixView<Cell> view(system_.Matrix());
+    const AnyMatrix<Cell> view(system_.Matrix());
     const std::int32_t n = system_.Size();
     const LinearMap<Cell> A{n,
                             n,
@@ -514,7 +514,7 @@ template <class Cell>
 ProbedQuality RoadRunner<Cell>::judged(const MatrixOf<Cell>& X, const Request<Cell>& request,
                                        Outcome<Cell>& outcome) const
 {
-    if (!outcome.sizes) outcome.sizes = rowSizesOf(MatrixView<Cell>(system_.Matrix()), request.op);
+    if (!outcome.sizes) outcome.sizes = rowSizesOf(AnyMatrix<Cell>(system_.Matrix()), request.op);
     const ProbedQuality quality =
         judge<Cell>(system_.Matrix(), X, request.B, request.known, request.op, outcome.sizes->norm);
     finish("check");

@@ -241,7 +241,7 @@ std::unique_ptr<DenseFactor<Cell>> DenseFactor<Cell>::load(const SparseOf<Cell>&
         if (pivots[k] <= k || pivots[k] > A.Rows()) requireWhole(file.Contradiction());
     }
     return std::unique_ptr<DenseFactor>(
-        new DenseFactor(MatrixView<Cell>(A), std::move(factors), std::move(pivots)));
+        new DenseFactor(AnyMatrix<Cell>(A), std::move(factors), std::move(pivots)));
 }
 
 template <class Cell>

@@ -44,7 +44,7 @@ struct Run {
 
     Run(const MatrixOf<Cell>& A, const std::vector<Cell>& r, int k) : basis(r)
     {
-        const LinearMap<Cell> map = mapOf(MatrixView<Cell>(A));
+        const LinearMap<Cell> map = mapOf(AnyMatrix<Cell>(A));
         for (int j = 0; j < k && !basis.isComplete(); ++j) {
             std::vector<Cell> image(r.size());
             map.times(1, basis.last().data(), image.data());

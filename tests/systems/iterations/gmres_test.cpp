@@ -31,7 +31,7 @@ TYPED_TEST_SUITE(Gmres, CellTypes);
 template <class Cell>
 double normOf(const MatrixOf<Cell>& A)
 {
-    return infinityNorm(MatrixView<Cell>(A));
+    return infinityNorm(AnyMatrix<Cell>(A));
 }
 
 /// The normwise backward error in 113 bits.
@@ -53,7 +53,7 @@ struct System {
     std::vector<Cell> b, x;
 
     System(MatrixOf<Cell> matrix, const MatrixOf<Cell>& factored, std::vector<Cell> right)
-        : A(std::move(matrix)), product(mapOf(MatrixView<Cell>(A))), inverse(inverseMap<Cell>(factored)),
+        : A(std::move(matrix)), product(mapOf(AnyMatrix<Cell>(A))), inverse(inverseMap<Cell>(factored)),
           b(std::move(right)), x(b.size())
     {
         inverse.times(1, b.data(), x.data());
@@ -77,7 +77,7 @@ struct System {
     {
         std::vector<Cell> y = x, r(x.size()), d(x.size());
         for (int step = 0; step < steps; ++step) {
-            residual(MatrixView<Cell>(A), TransposeMode::NotTransposed, 1, b.data(), y.data(), r.data());
+            residual(AnyMatrix<Cell>(A), TransposeMode::NotTransposed, 1, b.data(), y.data(), r.data());
             inverse.times(1, r.data(), d.data());
             for (std::size_t i = 0; i < y.size(); ++i) y[i] += d[i];
         }
@@ -332,7 +332,7 @@ TYPED_TEST(Gmres, SeesANaNThatTheMatrixDoesNotMeet)
     for (int i = 0; i < 9; ++i) A(i, 7) = 0.0;
     const SparseOf<Cell> sparse(A);
     System<Cell> s(A, MatrixOf<Cell>(9, 9, Cell(1.0)), random.vector<Cell>(9));
-    s.product = mapOf(MatrixView<Cell>(sparse)); // column 7 is empty, and x_7 never read
+    s.product = mapOf(AnyMatrix<Cell>(sparse)); // column 7 is empty, and x_7 never read
     s.inverse.times = [](std::int32_t, const Cell* x, Cell* y) {
         std::copy_n(x, 9, y);
         y[7] = kNaN;
@@ -429,7 +429,7 @@ TYPED_TEST(Gmres, OfASingularMatrixFindsASolutionIfThereIsOne)
     factored(19, 19) += normOf<Cell>(A);
     std::vector<Cell> solvable(20);
     const auto some = random.vector<Cell>(20);
-    mapOf(MatrixView<Cell>(A)).times(1, some.data(), solvable.data());
+    mapOf(AnyMatrix<Cell>(A)).times(1, some.data(), solvable.data());
     {
         System<Cell> s(A, factored, solvable);
         EXPECT_EQ(s.improve().outcome, GmresOutcome::Converged);
@@ -447,7 +447,7 @@ TYPED_TEST(Gmres, HasNothingToDoWhereNothingIsLeft)
 {
     using Cell = TypeParam;
     const auto none = emptyMatrix<Cell>(0, 0);
-    const LinearMap<Cell> nothing = mapOf(MatrixView<Cell>(none));
+    const LinearMap<Cell> nothing = mapOf(AnyMatrix<Cell>(none));
     const GmresResult empty = gmres<Cell>(nothing, 0.0, nothing, nullptr, nullptr);
     EXPECT_EQ(empty.outcome, GmresOutcome::Converged);
     EXPECT_EQ(empty.backwardError, 0.0);

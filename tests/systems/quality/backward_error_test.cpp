@@ -31,7 +31,7 @@ template <class Cell, class Kind>
 BackwardError errorOf(const Kind& A, const std::vector<Cell>& b, const std::vector<Cell>& x,
                       const std::vector<Cell>& r, TransposeMode op = TransposeMode::NotTransposed)
 {
-    return backwardErrors(MatrixView<Cell>(A), op, 1, b.data(), x.data(), r.data()).front();
+    return backwardErrors(AnyMatrix<Cell>(A), op, 1, b.data(), x.data(), r.data()).front();
 }
 
 /// Of one column, with its residual in twice the working precision.
@@ -39,7 +39,7 @@ template <class Cell, class Kind>
 BackwardError errorOf(const Kind& A, const std::vector<Cell>& b, const std::vector<Cell>& x)
 {
     std::vector<Cell> r(b.size());
-    residualInTwicePrecision<Cell>(MatrixView<Cell>(A), TransposeMode::NotTransposed, 1, b.data(), x.data(),
+    residualInTwicePrecision<Cell>(AnyMatrix<Cell>(A), TransposeMode::NotTransposed, 1, b.data(), x.data(),
                                    nullptr, r.data());
     return errorOf<Cell>(A, b, x, r);
 }
@@ -54,8 +54,8 @@ TYPED_TEST(BackwardErrors, FollowTheirDefinitions)
         const QuadMatrix A = quadOf(matrix, op);
         const auto x = random.vector<Cell>(2 * A.cols), b = random.vector<Cell>(2 * A.rows);
         std::vector<Cell> r(b.size());
-        residual(MatrixView<Cell>(matrix), op, 2, b.data(), x.data(), r.data());
-        const auto errors = backwardErrors(MatrixView<Cell>(matrix), op, 2, b.data(), x.data(), r.data());
+        residual(AnyMatrix<Cell>(matrix), op, 2, b.data(), x.data(), r.data());
+        const auto errors = backwardErrors(AnyMatrix<Cell>(matrix), op, 2, b.data(), x.data(), r.data());
         ASSERT_EQ(errors.size(), 2U);
         for (int c = 0; c < 2; ++c) {
             long double norm = 0, byElements = 0, ofX = 0, ofB = 0, ofR = 0;

@@ -61,7 +61,7 @@ TYPED_TEST(FactorWorth, TakesThreeSolvesAndSeldomFallsShort)
         const MatrixOf<Cell> A = random.matrix<Cell>(40, 40);
         const LinearMap<Cell> solves = inverseMap<Cell>(A);
         int count = 0;
-        const FactorQuality quality = qualityOfFactor(MatrixView<Cell>(A), counted(solves, count));
+        const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), counted(solves, count));
         EXPECT_LE(count, 3);
         const double norm = largestColumnSum(solves);
         EXPECT_LE(quality.inverseNorm, norm * (1.0 + 1e-12));
@@ -89,8 +89,7 @@ TYPED_TEST(FactorWorth, TakesTwoSolvesWhereTheAnswersOfAHermitianMatrixHaveOneSi
     const MatrixOf<Cell> A = chain<Cell>(30);
     const LinearMap<Cell> solves = inverseMap<Cell>(A);
     int count = 0;
-    const FactorQuality quality =
-        qualityOfFactor(MatrixView<Cell>(A), counted(solves, count), {.shift = 0.0});
+    const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), counted(solves, count), {.shift = 0.0});
     EXPECT_EQ(count, 2);
     const double norm = largestColumnSum(solves);
     EXPECT_NEAR(quality.inverseNorm, norm, 1e-12 * norm);
@@ -117,7 +116,7 @@ TYPED_TEST(FactorWorth, RefinesAsLongAsItIsTooFarAndAsItMay)
     const LinearMap<Cell> exact = inverseMap<Cell>(A);
     const auto worthOf = [&](double part, std::int32_t steps, int& count) {
         const LinearMap<Cell> nearby = inflated(exact, part);
-        return qualityOfFactor(MatrixView<Cell>(A), counted(nearby, count),
+        return qualityOfFactor(AnyMatrix<Cell>(A), counted(nearby, count),
                                {.shift = 0.0, .steps = steps, .near = 1e-3});
     };
     int plain = 0, near = 0, far = 0, never = 0;

@@ -66,7 +66,7 @@ template <class Cell>
 Solved<Cell> solveAndJudge(const MatrixOf<Cell>& A, TransposeMode op, const std::vector<Cell>& b, int steps,
                            ResidualPrecision precision)
 {
-    const MatrixView<Cell> view(A);
+    const AnyMatrix<Cell> view(A);
     const LinearMap<Cell> solves = inverseMap<Cell>(opOf<Cell>(A, op));
     Solved<Cell> s;
     s.x.resize(b.size());
@@ -98,7 +98,7 @@ TYPED_TEST(ForwardBound, TakesNoSolveWhereCorrectionsAndTheNormTellAll)
     constexpr int n = 12;
     Cells random(91);
     const MatrixOf<Cell> A = random.matrix<Cell>(n, n);
-    const MatrixView<Cell> view(A);
+    const AnyMatrix<Cell> view(A);
     const std::vector<Cell> solution = random.vector<Cell>(n);
     std::vector<Cell> b(n), x(n), r(n), d(n);
     std::vector<double> w(n);
@@ -187,12 +187,12 @@ TYPED_TEST(ForwardBound, HoldsOrIsInfiniteWhereTheSolvesAreThoseOfAnotherMatrix)
         const auto b = random.vector<Cell>(n);
         std::vector<Cell> x(n), r(n);
         solves.times(1, b.data(), x.data());
-        residualInTwicePrecision<Cell>(MatrixView<Cell>(A), TransposeMode::NotTransposed, 1, b.data(),
+        residualInTwicePrecision<Cell>(AnyMatrix<Cell>(A), TransposeMode::NotTransposed, 1, b.data(),
                                        x.data(), nullptr, r.data());
         const QuadVector exact = solution(quadOf(A), quadOf(b));
         const auto error = static_cast<double>(largest(difference(quadOf(x), exact)) / largest(quadOf(x)));
         for (const auto precision : {ResidualPrecision::Working, ResidualPrecision::Twice}) {
-            const double bound = forwardErrorBounds(MatrixView<Cell>(A), TransposeMode::NotTransposed, solves,
+            const double bound = forwardErrorBounds(AnyMatrix<Cell>(A), TransposeMode::NotTransposed, solves,
                                                     1, b.data(), x.data(), r.data(), precision)
                                      .front();
             EXPECT_LE(error, bound) << trial;
@@ -210,7 +210,7 @@ TYPED_TEST(ForwardBound, OfEachColumnOfABlock)
     const auto A = random.matrix<Cell>(6, 6);
     const auto b = random.vector<Cell>(12), x = random.vector<Cell>(12);
     std::vector<Cell> r(12);
-    const MatrixView<Cell> view(A);
+    const AnyMatrix<Cell> view(A);
     const LinearMap<Cell> solves = inverseMap<Cell>(A);
     residual(view, TransposeMode::NotTransposed, 2, b.data(), x.data(), r.data());
     const auto boundsOf = [&](int columns, int first) {
@@ -225,14 +225,14 @@ TYPED_TEST(ForwardBound, KnowsNothingAndSaysSo)
 {
     using Cell = TypeParam;
     const auto none = emptyMatrix<Cell>(0, 0);
-    const LinearMap<Cell> nothing = mapOf(MatrixView<Cell>(none));
-    EXPECT_EQ(forwardErrorBounds<Cell>(MatrixView<Cell>(none), TransposeMode::NotTransposed, nothing, 1,
+    const LinearMap<Cell> nothing = mapOf(AnyMatrix<Cell>(none));
+    EXPECT_EQ(forwardErrorBounds<Cell>(AnyMatrix<Cell>(none), TransposeMode::NotTransposed, nothing, 1,
                                        nullptr, nullptr, nullptr, ResidualPrecision::Working),
               std::vector<double>{0.0});
 
     const MatrixOf<Cell> one({Cell(2.0)}, 1, 1), zero({Cell(0.0)}, 1, 1);
     const auto boundOf = [](const MatrixOf<Cell>& A, Cell b, Cell x, Cell r) {
-        return forwardErrorBounds(MatrixView<Cell>(A), TransposeMode::NotTransposed, inverseMap<Cell>(A), 1,
+        return forwardErrorBounds(AnyMatrix<Cell>(A), TransposeMode::NotTransposed, inverseMap<Cell>(A), 1,
                                   &b, &x, &r, ResidualPrecision::Working)
             .front();
     };

@@ -29,12 +29,12 @@ TYPED_TEST_SUITE(NormEstimate, CellTypes);
 template <class Cell>
 double estimateOf(const MatrixOf<Cell>& A, const NormEstimation& how = {})
 {
-    return estimateOneNorm(mapOf(MatrixView<Cell>(A)), how);
+    return estimateOneNorm(mapOf(AnyMatrix<Cell>(A)), how);
 }
 template <class Cell>
 double normOf(const MatrixOf<Cell>& A)
 {
-    return oneNorm(MatrixView<Cell>(A));
+    return oneNorm(AnyMatrix<Cell>(A));
 }
 
 /// Never above the norm; `within` counts those no smaller than a third of it.
@@ -131,10 +131,10 @@ TYPED_TEST(NormEstimate, OfRectanglesZerosAndNothing)
     using Cell = TypeParam;
     const auto none = emptyMatrix<Cell>(0, 0);
     const auto flat = emptyMatrix<Cell>(5, 7);
-    EXPECT_EQ(estimateOneNorm(mapOf(MatrixView<Cell>(none))), 0.0);
-    EXPECT_EQ(estimateOneNorm(mapOf(MatrixView<Cell>(flat))), 0.0);
-    EXPECT_EQ(conditionEstimate(0.0, mapOf(MatrixView<Cell>(none))), 1.0);
-    EXPECT_EQ(conditionEstimate(0.0, mapOf(MatrixView<Cell>(flat))), kInfinity);
+    EXPECT_EQ(estimateOneNorm(mapOf(AnyMatrix<Cell>(none))), 0.0);
+    EXPECT_EQ(estimateOneNorm(mapOf(AnyMatrix<Cell>(flat))), 0.0);
+    EXPECT_EQ(conditionEstimate(0.0, mapOf(AnyMatrix<Cell>(none))), 1.0);
+    EXPECT_EQ(conditionEstimate(0.0, mapOf(AnyMatrix<Cell>(flat))), kInfinity);
     Cells random(25);
     int within = 0;
     for (const auto& [rows, cols] : {std::pair{1, 9}, {2, 30}, {30, 6}}) {
@@ -154,7 +154,7 @@ TYPED_TEST(NormEstimate, OfWhatIsNotFiniteTellsIt)
             EXPECT_TRUE(std::isnan(estimateOf<Cell>(A)));
             A(place, n - 1 - place) = kInfinity;
             EXPECT_FALSE(std::isfinite(estimateOf<Cell>(A)));
-            EXPECT_FALSE(std::isfinite(conditionEstimate(1.0, mapOf(MatrixView<Cell>(A)))));
+            EXPECT_FALSE(std::isfinite(conditionEstimate(1.0, mapOf(AnyMatrix<Cell>(A)))));
         }
     }
     MatrixOf<Cell> singular(6, 6, Cell(1.0));
@@ -179,7 +179,7 @@ TYPED_TEST(NormEstimate, IsTheSameEachTimeAndKeepsToItsLimits)
     Cells random(27);
     for (int trial = 0; trial < 50; ++trial) {
         const MatrixOf<Cell> A = random.matrix<Cell>(50, 50);
-        const LinearMap<Cell> plain = mapOf(MatrixView<Cell>(A));
+        const LinearMap<Cell> plain = mapOf(AnyMatrix<Cell>(A));
         int products = 0;
         LinearMap<Cell> counted = plain;
         counted.times = [&](std::int32_t columns, const Cell* x, Cell* y) {

@@ -75,7 +75,7 @@ TYPED_TEST(Residual, IsWithinTheRoundingOfItsPrecision)
     using Cell = TypeParam;
     Cells random(3);
     forEachKind<Cell>(random, [&](const auto& matrix) {
-        const MatrixView<Cell> A(matrix);
+        const AnyMatrix<Cell> A(matrix);
         for (const TransposeMode op : kModes) {
             const Case<Cell> c(matrix, op, random);
             std::vector<Cell> r(c.b.size()), fine(c.b.size());
@@ -101,7 +101,7 @@ TYPED_TEST(Residual, OfAPairSeesTheSecondPart)
             const Case<Cell> c(matrix, op, random);
             std::vector<Cell> dx = random.vector<Cell>(c.x.size()), r(c.b.size());
             for (Cell& value : dx) value *= 1e-16;
-            residualInTwicePrecision(MatrixView<Cell>(matrix), op, 1, c.b.data(), c.x.data(), dx.data(),
+            residualInTwicePrecision(AnyMatrix<Cell>(matrix), op, 1, c.b.data(), c.x.data(), dx.data(),
                                      r.data());
             const QuadVector exact = difference(c.residual(), product(c.A, quadOf(dx)));
             for (std::size_t i = 0; i < r.size(); ++i) {
@@ -118,7 +118,7 @@ TYPED_TEST(Residual, ScaleAndNormsAreThoseOfTheModuli)
     using Cell = TypeParam;
     Cells random(5);
     forEachKind<Cell>(random, [&](const auto& matrix) {
-        const MatrixView<Cell> A(matrix);
+        const AnyMatrix<Cell> A(matrix);
         for (const TransposeMode op : kModes) {
             const Case<Cell> c(matrix, op, random);
             std::vector<double> w(c.b.size()), sums(c.b.size());
@@ -150,7 +150,7 @@ TYPED_TEST(Residual, OfABlockIsThatOfEachColumn)
     using Cell = TypeParam;
     Cells random(6);
     const auto matrix = random.matrix<Cell>(4, 3);
-    const MatrixView<Cell> A(matrix);
+    const AnyMatrix<Cell> A(matrix);
     const auto b = random.vector<Cell>(8), x = random.vector<Cell>(6), dx = random.vector<Cell>(6);
     std::vector<Cell> block(8), single(8), fineBlock(8), fineSingle(8);
     std::vector<double> scales(8), singleScales(8);
@@ -173,7 +173,7 @@ TYPED_TEST(Residual, OfNothingIsTheRightHandSide)
 {
     using Cell = TypeParam;
     const auto none = emptyMatrix<Cell>(0, 0);
-    const MatrixView<Cell> A(none);
+    const AnyMatrix<Cell> A(none);
     residual<Cell>(A, TransposeMode::NotTransposed, 1, nullptr, nullptr, nullptr);
     residualInTwicePrecision<Cell>(A, TransposeMode::Transposed, 1, nullptr, nullptr, nullptr, nullptr);
     EXPECT_EQ(oneNorm(A), 0.0);
@@ -183,7 +183,7 @@ TYPED_TEST(Residual, OfNothingIsTheRightHandSide)
     const auto zero = emptyMatrix<Cell>(2, 3);
     const std::vector<Cell> b{1.0, -2.0}, x{kInfinity, kNaN, 3.0};
     std::vector<Cell> r(2);
-    residual(MatrixView<Cell>(zero), TransposeMode::NotTransposed, 1, b.data(), x.data(), r.data());
+    residual(AnyMatrix<Cell>(zero), TransposeMode::NotTransposed, 1, b.data(), x.data(), r.data());
     EXPECT_EQ(r, b) << "an element that is not stored meets nothing";
 }
 
@@ -195,7 +195,7 @@ TYPED_TEST(Residual, WhatIsNotFiniteStaysSo)
         const std::vector<Cell> b{1.0, bad}, x{1.0, bad}, fine{1.0, 1.0};
         std::vector<Cell> r(2), q(2);
         std::vector<double> w(2);
-        const MatrixView<Cell> A(ones);
+        const AnyMatrix<Cell> A(ones);
         residual(A, TransposeMode::NotTransposed, 1, b.data(), fine.data(), r.data());
         residualInTwicePrecision<Cell>(A, TransposeMode::Transposed, 1, b.data(), fine.data(), nullptr,
                                        q.data());
@@ -214,8 +214,8 @@ TYPED_TEST(Residual, WhatIsNotFiniteStaysSo)
         EXPECT_EQ(std::isnan(w[0]), std::isnan(bad));
         EXPECT_EQ(std::isinf(w[0]), std::isinf(bad));
         const MatrixOf<Cell> holed({1.0, bad, 2.0, 3.0}, 2, 2);
-        EXPECT_EQ(std::isnan(oneNorm(MatrixView<Cell>(holed))), std::isnan(bad));
-        EXPECT_EQ(std::isinf(infinityNorm(MatrixView<Cell>(holed))), std::isinf(bad));
+        EXPECT_EQ(std::isnan(oneNorm(AnyMatrix<Cell>(holed))), std::isnan(bad));
+        EXPECT_EQ(std::isinf(infinityNorm(AnyMatrix<Cell>(holed))), std::isinf(bad));
     }
 }
 
@@ -226,15 +226,15 @@ TYPED_TEST(Residual, LivesAtBothEndsOfTheRange)
     const MatrixOf<Cell> A({1e-300, 1e300}, 1, 2);
     const std::vector<Cell> x{Cell(1e300), Cell(-1e-300)}, b{Cell(0.0)};
     std::vector<Cell> r(1);
-    residualInTwicePrecision<Cell>(MatrixView<Cell>(A), TransposeMode::NotTransposed, 1, b.data(), x.data(),
+    residualInTwicePrecision<Cell>(AnyMatrix<Cell>(A), TransposeMode::NotTransposed, 1, b.data(), x.data(),
                                    nullptr, r.data());
     EXPECT_EQ(r[0], Cell(static_cast<double>(Quad(1e300) * Quad(1e-300) - Quad(1e-300) * Quad(1e300))));
 
     const MatrixOf<Cell> small({Cell(tiny)}, 1, 1);
     const std::vector<Cell> two{Cell(2.0)}, three{Cell(3 * tiny)};
-    residual(MatrixView<Cell>(small), TransposeMode::NotTransposed, 1, three.data(), two.data(), r.data());
+    residual(AnyMatrix<Cell>(small), TransposeMode::NotTransposed, 1, three.data(), two.data(), r.data());
     EXPECT_EQ(r[0], Cell(tiny));
-    residualInTwicePrecision<Cell>(MatrixView<Cell>(small), TransposeMode::NotTransposed, 1, three.data(),
+    residualInTwicePrecision<Cell>(AnyMatrix<Cell>(small), TransposeMode::NotTransposed, 1, three.data(),
                                    two.data(), nullptr, r.data());
     EXPECT_EQ(r[0], Cell(tiny));
 }
@@ -246,7 +246,7 @@ TYPED_TEST(Residual, ATriangleMarkedStandsForTheWholeWhateverIsStoredBelow)
     SparseAccess::mark(A, true);
     const std::vector<Cell> x{1.0, 10.0}, b{0.0, 0.0};
     std::vector<Cell> r(2);
-    residual(MatrixView<Cell>(A), TransposeMode::NotTransposed, 1, b.data(), x.data(), r.data());
+    residual(AnyMatrix<Cell>(A), TransposeMode::NotTransposed, 1, b.data(), x.data(), r.data());
     EXPECT_EQ(r, (std::vector<Cell>{-21.0, -32.0})) << "Item(1, 0) is 2";
 }
 
@@ -263,15 +263,15 @@ TEST(ResidualOfRealValues, IsTheSameInComplexCells)
         const auto expectSame = [&] {
             for (int i = 0; i < 20; ++i) EXPECT_EQ(cr[i], ComplexCell(r[i]));
         };
-        residual(MatrixView<double>(A), op, 1, b.data(), x.data(), r.data());
-        residual(MatrixView<ComplexCell>(C), op, 1, cb.data(), cx.data(), cr.data());
+        residual(AnyMatrix<double>(A), op, 1, b.data(), x.data(), r.data());
+        residual(AnyMatrix<ComplexCell>(C), op, 1, cb.data(), cx.data(), cr.data());
         expectSame();
-        residualInTwicePrecision<double>(MatrixView<double>(A), op, 1, b.data(), x.data(), nullptr, r.data());
-        residualInTwicePrecision<ComplexCell>(MatrixView<ComplexCell>(C), op, 1, cb.data(), cx.data(),
-                                              nullptr, cr.data());
+        residualInTwicePrecision<double>(AnyMatrix<double>(A), op, 1, b.data(), x.data(), nullptr, r.data());
+        residualInTwicePrecision<ComplexCell>(AnyMatrix<ComplexCell>(C), op, 1, cb.data(), cx.data(), nullptr,
+                                              cr.data());
         expectSame();
-        residualScale(MatrixView<double>(A), op, 1, b.data(), x.data(), w.data());
-        residualScale(MatrixView<ComplexCell>(C), op, 1, cb.data(), cx.data(), cw.data());
+        residualScale(AnyMatrix<double>(A), op, 1, b.data(), x.data(), w.data());
+        residualScale(AnyMatrix<ComplexCell>(C), op, 1, cb.data(), cx.data(), cw.data());
         EXPECT_EQ(w, cw);
     }
 }
@@ -282,7 +282,7 @@ TYPED_TEST(Residual, HasTheSameBitsOnSeveralThreads)
     Cells random(8);
     const auto dense = random.matrix<Cell>(400, 300);
     const SparseOf<Cell> sparse(dense);
-    for (const MatrixView<Cell>& A : {MatrixView<Cell>(dense), MatrixView<Cell>(sparse)}) {
+    for (const AnyMatrix<Cell>& A : {AnyMatrix<Cell>(dense), AnyMatrix<Cell>(sparse)}) {
         for (const TransposeMode op : kModes) {
             const auto b = random.vector<Cell>(400), x = random.vector<Cell>(400);
             std::vector<Cell> alone(400), together(400);
@@ -304,7 +304,7 @@ TYPED_TEST(Residual, TheMapOfAMatrixMultipliesByItAndByItsAdjoint)
     using Cell = TypeParam;
     Cells random(9);
     forEachKind<Cell>(random, [&](const auto& matrix) {
-        const LinearMap<Cell> map = mapOf(MatrixView<Cell>(matrix));
+        const LinearMap<Cell> map = mapOf(AnyMatrix<Cell>(matrix));
         EXPECT_EQ(map.rows, matrix.Rows());
         EXPECT_EQ(map.cols, matrix.Cols());
         const auto judge = [&](TransposeMode op, const typename LinearMap<Cell>::Apply& times) {

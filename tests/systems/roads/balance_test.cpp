@@ -11,7 +11,7 @@
 namespace Velmar::Lintrix::testing {
 namespace {
 
-using detail::MatrixView;
+using detail::AnyMatrix;
 using detail::roads::unitsOfUnknowns;
 
 constexpr TransposeMode kPlain = TransposeMode::NotTransposed, kTransposed = TransposeMode::Transposed;
@@ -49,7 +49,7 @@ void expectUnitsFollow()
     const std::vector<int> left = drawn(cells, 400), right = drawn(cells, 400);
     scale<Cell>(A, left, right);
     const detail::SparseOf<Cell> sparse(A);
-    for (const MatrixView<Cell>& view : {MatrixView<Cell>(A), MatrixView<Cell>(sparse)}) {
+    for (const AnyMatrix<Cell>& view : {AnyMatrix<Cell>(A), AnyMatrix<Cell>(sparse)}) {
         expectOpposite(unitsOfUnknowns(view, kPlain), right);
         expectOpposite(unitsOfUnknowns(view, kTransposed), left);
     }
@@ -71,15 +71,15 @@ TEST(UnitsOfUnknowns, OfOneTriangleAreThoseOfBoth)
     const std::vector<int> both = drawn(cells, 100);
     scale<double>(A, both, both);
     const SparseMatrix full(A), triangle = triangleOf<double>(A);
-    EXPECT_EQ(unitsOfUnknowns(MatrixView<double>(triangle), kPlain),
-              unitsOfUnknowns(MatrixView<double>(full), kPlain));
+    EXPECT_EQ(unitsOfUnknowns(AnyMatrix<double>(triangle), kPlain),
+              unitsOfUnknowns(AnyMatrix<double>(full), kPlain));
 }
 
 TEST(UnitsOfUnknowns, AreNotLookedForWhereTheyAreAlike)
 {
     const Matrix A = Cells(1).matrix<double>(9, 9);
-    EXPECT_THAT(unitsOfUnknowns(MatrixView<double>(A), kPlain), ::testing::IsEmpty());
-    EXPECT_THAT(unitsOfUnknowns(MatrixView<double>(Matrix(4, 4)), kPlain), ::testing::IsEmpty());
+    EXPECT_THAT(unitsOfUnknowns(AnyMatrix<double>(A), kPlain), ::testing::IsEmpty());
+    EXPECT_THAT(unitsOfUnknowns(AnyMatrix<double>(Matrix(4, 4)), kPlain), ::testing::IsEmpty());
 }
 
 TEST(UnitsOfUnknowns, ElementsThatTellNoSizeAreLeftOut)
@@ -89,7 +89,7 @@ TEST(UnitsOfUnknowns, ElementsThatTellNoSizeAreLeftOut)
     A(2, 2) = 0x1p100;
     A(0, 1) = NAN;
     A(1, 2) = INFINITY;
-    const std::vector<int> units = unitsOfUnknowns(MatrixView<double>(A), kPlain);
+    const std::vector<int> units = unitsOfUnknowns(AnyMatrix<double>(A), kPlain);
     ASSERT_EQ(units.size(), 3U);
     for (const int unit : units) EXPECT_LE(unit, 0);
     EXPECT_EQ(*std::max_element(units.begin(), units.end()), 0);

@@ -18,10 +18,10 @@ namespace Velmar::Lintrix::detail {
 /// stands for the lower one, too, conjugated; what may be stored below the diagonal does not count, and an
 /// imaginary part on the diagonal does.
 template <class Cell>
-class LINTRIX_TESTABLE MatrixView {
+class LINTRIX_TESTABLE AnyMatrix {
 public:
-    explicit MatrixView(const CompressedMatrix<Cell>& matrix);
-    explicit MatrixView(const MatrixOf<Cell>& matrix);
+    explicit AnyMatrix(const CompressedMatrix<Cell>& matrix);
+    explicit AnyMatrix(const MatrixOf<Cell>& matrix);
 
     std::int32_t rows() const noexcept { return rows_; }
     std::int32_t cols() const noexcept { return cols_; }
@@ -55,7 +55,7 @@ private:
     bool oneTriangle_ = false;
 };
 
-extern template class MatrixView<double>;
-extern template class MatrixView<std::complex<double>>;
+extern template class AnyMatrix<double>;
+extern template class AnyMatrix<std::complex<double>>;
 
 } // namespace Velmar::Lintrix::detail

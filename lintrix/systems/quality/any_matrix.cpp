@@ -1,4 +1,4 @@
-#include <lintrix/systems/quality/matrix_view.h>
+#include <lintrix/systems/quality/any_matrix.h>
 
 #include <lintrix/complex/access.h>
 #include <lintrix/dense/access.h>
@@ -9,7 +9,7 @@
 namespace Velmar::Lintrix::detail {
 
 template <class Cell>
-MatrixView<Cell>::MatrixView(const CompressedMatrix<Cell>& matrix)
+AnyMatrix<Cell>::AnyMatrix(const CompressedMatrix<Cell>& matrix)
     : rows_(matrix.Rows()), cols_(matrix.Cols()), values_(matrix.Values().data()),
       starts_(matrix.RowPointers().data()), places_(matrix.ColumnIndices().data()),
       oneTriangle_(SparseAccess::isMarked(matrix))
@@ -17,18 +17,18 @@ MatrixView<Cell>::MatrixView(const CompressedMatrix<Cell>& matrix)
 }
 
 template <class Cell>
-MatrixView<Cell>::MatrixView(const MatrixOf<Cell>& matrix)
+AnyMatrix<Cell>::AnyMatrix(const MatrixOf<Cell>& matrix)
     : rows_(matrix.Rows()), cols_(matrix.Cols()), values_(AccessTo<Cell>::cells(matrix))
 {
 }
 
 template <class Cell>
-std::int64_t MatrixView<Cell>::elements() const noexcept
+std::int64_t AnyMatrix<Cell>::elements() const noexcept
 {
     return isDense() ? std::int64_t{rows_} * cols_ : std::int64_t{starts_[rows_]} - starts_[0];
 }
 
-template class MatrixView<double>;
-template class MatrixView<std::complex<double>>;
+template class AnyMatrix<double>;
+template class AnyMatrix<std::complex<double>>;
 
 } // namespace Velmar::Lintrix::detail
