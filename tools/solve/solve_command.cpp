@@ -179,7 +179,7 @@ int runSolve(const SolveOptions& options)
 {
     SolveReport report;
     Progress progress;
-    const MatrixFileFormat format = denseFormatOf(options.out);
+    denseFormatOf(options.out); // what it refuses is refused before the work
     std::optional<OutputFile> out;
     if (!options.out.empty()) out.emplace(options.out);
 
@@ -195,7 +195,7 @@ int conclude(const SolveOptions& options, SolveReport& report, const Solution& s
 {
     report.status = NameOf(solution.verdict);
     const bool solved = solution.verdict != Verdict::Failed;
-    if (out && solved) write(*solution.x, *out, format);
+    if (out && solved) write(*solution.x, *out, denseFormatOf(options.out));
     report.seconds.finish("write");
 
     const std::string explanation = options.explain ? "\n" + solution.explanation : "";
