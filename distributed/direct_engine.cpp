@@ -133,9 +133,10 @@ DistributedForecast DirectEngine<Cell>::analyse()
 {
     if (const int code = run(kAnalyse); code < 0) fail(code);
     const auto& mumps = instance_->mumps;
-    return {mumps.info[15 - 1] * kMillion,
-            instance_->told(16) * kMillion,
-            instance_->told(17) * kMillion,
+    const auto bytes = [](int millions) { return std::max(millions, 1) * kMillion; }; // a start of one is told as 0
+    return {bytes(mumps.info[15 - 1]),
+            bytes(instance_->told(16)),
+            bytes(instance_->told(17)),
             mumps.rinfog[1 - 1],
             entriesFrom(instance_->told(20)),
             orderingFrom(instance_->told(7))};
