@@ -1,5 +1,5 @@
-// Run by mpirun: every rank runs every test, and all of them in the same order. What one machine finds of the same
-// matrix is the measure.
+// Run by mpirun: every rank runs every test, and all of them in the same order. What one machine finds of the
+// same matrix is the measure.
 
 #include <distributed/distributed_system.h>
 #include <distributed/market_part.h>
@@ -257,9 +257,11 @@ TEST(DistributedSystem, BadRowsOfOneRankFailOnAll)
             const DistributedSystem<double> system(MPI_COMM_WORLD, rows);
         });
     };
-    EXPECT_EQ(withLast([](auto& rows) { rows.columns.back() = rows.size; }), "An entry lies outside the matrix");
+    EXPECT_EQ(withLast([](auto& rows) { rows.columns.back() = rows.size; }),
+              "An entry lies outside the matrix");
     EXPECT_EQ(withLast([](auto& rows) { rows.columns.back() = -1; }), "An entry lies outside the matrix");
-    EXPECT_EQ(withLast([](auto& rows) { rows.values.back() = NAN; }), "An element of the matrix is not finite");
+    EXPECT_EQ(withLast([](auto& rows) { rows.values.back() = NAN; }),
+              "An element of the matrix is not finite");
     EXPECT_EQ(withLast([](auto& rows) { rows.starts.back() = 9; }),
               "The starts of the rows do not fit the entries");
     EXPECT_NE(withLast([](auto& rows) { rows.first += 1; }), "");
@@ -279,8 +281,9 @@ TEST(DistributedSystem, MoreThanTheMemoryAllowedIsNotBegun)
                                      {.memory = 10.0});
     ASSERT_TRUE(system.Forecast());
     EXPECT_GT(system.Forecast()->bytesLargest, 10.0);
-    EXPECT_THAT(failureOf([&] { system.Solve(std::vector<double>(1, 1.0)); }),
-                ::testing::MatchesRegex("the factorization takes .* MB on rank 0, and 0.0 MB are allowed there"));
+    EXPECT_THAT(
+        failureOf([&] { system.Solve(std::vector<double>(1, 1.0)); }),
+        ::testing::MatchesRegex("the factorization takes .* MB on rank 0, and 0.0 MB are allowed there"));
 }
 
 TEST(EngineFault, IsToldInWords)
