@@ -38,8 +38,8 @@ public:
     int ranks() const noexcept { return ranks_; }
     bool isRoot() const noexcept { return rank_ == 0; }
 
-    /// Does this rank's work and waits for that of the others. @throws DistributedFailure on every rank, where
-    /// the work of one failed
+    /// Does this rank's work and waits for that of the others. @throws DistributedFailure on every rank,
+    /// where the work of one failed
     template <std::invocable Work>
     void reach(Work work) const
     {

@@ -65,7 +65,7 @@ struct DirectEngine<Cell>::Instance {
     std::vector<MUMPS_INT> rows, cols; ///< from 1, of this rank's entries
     std::vector<Cell> values;
 
-    int& control(int number) { return mumps.icntl[number - 1]; } ///< ICNTL(number)
+    int& control(int number) { return mumps.icntl[number - 1]; }   ///< ICNTL(number)
     int told(int number) const { return mumps.infog[number - 1]; } ///< INFOG(number)
 
     void takeEntries(const OwnRows<Cell>& own, bool symmetric)
@@ -133,12 +133,11 @@ DistributedForecast DirectEngine<Cell>::analyse()
 {
     if (const int code = run(kAnalyse); code < 0) fail(code);
     const auto& mumps = instance_->mumps;
-    return {mumps.info[15 - 1] * kMillion,
-            instance_->told(16) * kMillion,
-            instance_->told(17) * kMillion,
-            mumps.rinfog[1 - 1],
-            entriesFrom(instance_->told(20)),
-            orderingFrom(instance_->told(7))};
+    const auto bytes = [](int millions) {
+        return std::max(millions, 1) * kMillion;
+    }; // a start of one is told as 0
+    return {bytes(mumps.info[15 - 1]), bytes(instance_->told(16)),       bytes(instance_->told(17)),
+            mumps.rinfog[1 - 1],       entriesFrom(instance_->told(20)), orderingFrom(instance_->told(7))};
 }
 
 /// Its forecast holds the room beyond, which would double.
@@ -146,7 +145,8 @@ template <class Cell>
 bool DirectEngine<Cell>::mayGrow(double bytes)
 {
     const double room = instance_->control(14) / 100.0;
-    const double grown = instance_->mumps.info[15 - 1] * kMillion * (1.0 + 2.0 * room) / (1.0 + kRoomForDelays / 100.0);
+    const double grown =
+        instance_->mumps.info[15 - 1] * kMillion * (1.0 + 2.0 * room) / (1.0 + kRoomForDelays / 100.0);
     return all_.smallest(static_cast<long long>(grown <= bytes && room < kMostRoom / 100.0)) != 0;
 }
 
@@ -186,7 +186,8 @@ std::string engineFaultInWords(int code, int detail)
     case -5:
     case -7:
     case -13:
-    case -22: return "there is not enough memory for the analysis or the factor on one of the ranks";
+    case -22:
+        return "there is not enough memory for the analysis or the factor on one of the ranks";
     case -8:
     case -9:
     case -11:
@@ -194,12 +195,16 @@ std::string engineFaultInWords(int code, int detail)
     case -15:
     case -17:
     case -19:
-    case -20: return "so many pivots are delayed that the factor outgrows the memory of a rank";
+    case -20:
+        return "so many pivots are delayed that the factor outgrows the memory of a rank";
     case -6:
-    case -10: return "the matrix is singular";
+    case -10:
+        return "the matrix is singular";
     case -51:
-    case -52: return "the graph of the matrix is too large for the ordering";
-    case -53: return "the parts of the matrix on the ranks do not fit each other";
+    case -52:
+        return "the graph of the matrix is too large for the ordering";
+    case -53:
+        return "the parts of the matrix on the ranks do not fit each other";
     default:
         return "the distributed solver failed with code " + std::to_string(code) + ", " +
                std::to_string(detail);

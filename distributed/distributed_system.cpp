@@ -86,9 +86,9 @@ double sumOnMachine(const Agreement& all, double value)
     return value;
 }
 
-constexpr int kMostSteps = 3;          ///< of refinement
-constexpr double kWorthAStep = 0.5;    ///< by so much a step has to lower a backward error
-constexpr int kWholeVectors = 4;       ///< on every rank, for each column
+constexpr int kMostSteps = 3;       ///< of refinement
+constexpr double kWorthAStep = 0.5; ///< by so much a step has to lower a backward error
+constexpr int kWholeVectors = 4;    ///< on every rank, for each column
 
 } // namespace
 
@@ -105,7 +105,8 @@ public:
 
     const RowLayout& layout() const noexcept { return layout_; }
     const std::optional<DistributedForecast>& forecast();
-    DistributedAnswer<Cell> solve(std::span<const Cell> b, std::int32_t columns, const std::vector<Cell>* known);
+    DistributedAnswer<Cell> solve(std::span<const Cell> b, std::int32_t columns,
+                                  const std::vector<Cell>* known);
     DistributedAnswer<Cell> solveKnown(std::span<const Cell> own, std::int32_t columns);
 
 private:
@@ -194,15 +195,15 @@ template <class Cell>
 void DistributedSystem<Cell>::Work::requireRoom(std::int32_t columns) const
 {
     const double vectors = static_cast<double>(sizeof(Cell)) * rows_.size * kWholeVectors * (columns + 1.0);
-    const double held = static_cast<double>(sizeof(Cell) + sizeof(std::int32_t)) *
-                        static_cast<double>(rows_.values.size());
+    const double held =
+        static_cast<double>(sizeof(Cell) + sizeof(std::int32_t)) * static_cast<double>(rows_.values.size());
     const double taken = forecast_->bytesHere + vectors + (options_.memory ? held : 0.0);
     const double room = allowed();
     all_.reach([&] {
         if (taken <= room) return;
         throw OperationFailedException(
-            fmt::format("the factorization takes {:.1f} MB on rank {}, and {:.1f} MB are {} there", taken / 1e6,
-                        all_.rank(), room / 1e6, room == options_.memory ? "allowed" : "left"));
+            fmt::format("the factorization takes {:.1f} MB on rank {}, and {:.1f} MB are {} there",
+                        taken / 1e6, all_.rank(), room / 1e6, room == options_.memory ? "allowed" : "left"));
     });
 }
 
@@ -220,8 +221,8 @@ void DistributedSystem<Cell>::Work::factorize(std::int32_t columns)
 }
 
 template <class Cell>
-typename DistributedSystem<Cell>::Work::Run
-DistributedSystem<Cell>::Work::begin(std::span<const Cell> b, std::int32_t columns) const
+typename DistributedSystem<Cell>::Work::Run DistributedSystem<Cell>::Work::begin(std::span<const Cell> b,
+                                                                                 std::int32_t columns) const
 {
     Run run{columns + 1};
     const auto rows = static_cast<std::size_t>(rows_.Count());
@@ -242,12 +243,12 @@ DistributedSystem<Cell>::Work::begin(std::span<const Cell> b, std::int32_t colum
 
 /// All of what each rank has its rows of: on rank 0, and room for it on the others.
 template <class Cell>
-std::vector<Cell> DistributedSystem<Cell>::Work::gathered(const std::vector<Cell>& own, std::int32_t columns) const
+std::vector<Cell> DistributedSystem<Cell>::Work::gathered(const std::vector<Cell>& own,
+                                                          std::int32_t columns) const
 {
     std::vector<Cell> whole;
-    all_.reach([&] {
-        whole.resize(static_cast<std::size_t>(rows_.size) * static_cast<std::size_t>(columns));
-    });
+    all_.reach(
+        [&] { whole.resize(static_cast<std::size_t>(rows_.size) * static_cast<std::size_t>(columns)); });
     layout_.gather(all_, columns, own.data(), whole.data());
     return whole;
 }
@@ -264,8 +265,7 @@ std::vector<Cell> DistributedSystem<Cell>::Work::solved(const std::vector<Cell>&
 template <class Cell>
 void DistributedSystem<Cell>::Work::judge(Run& run) const
 {
-    run.judged =
-        judgedColumns(all_, rows_, norms_.infinity, run.columns, run.b.data(), run.x.data());
+    run.judged = judgedColumns(all_, rows_, norms_.infinity, run.columns, run.b.data(), run.x.data());
 }
 
 /// A step of refinement with the residual in twice the precision. Of each column the better solution stays;
@@ -301,7 +301,8 @@ bool DistributedSystem<Cell>::Work::improve(Run& run)
 }
 
 template <class Cell>
-void DistributedSystem<Cell>::Work::lower(SystemAnswer<Cell>& told, Verdict verdict, const std::string& reason)
+void DistributedSystem<Cell>::Work::lower(SystemAnswer<Cell>& told, Verdict verdict,
+                                          const std::string& reason)
 {
     if (verdict <= told.verdict) return;
     told.verdict = verdict;
@@ -326,11 +327,14 @@ void DistributedSystem<Cell>::Work::tell(const Run& run, const std::vector<Cell>
     told.verdict = Verdict::Accurate;
     told.residual = *std::ranges::max_element(run.judged.normwise.begin(), run.judged.normwise.end() - 1);
     for (std::size_t j = 0; j < last; ++j) {
-        const double backward = run.judged.normwise[j], largest = std::max({probe, error, run.corrections[j]});
-        ColumnQuality column{verdictOf(backward, largest), backward, run.judged.componentwise[j], {},
+        const double backward = run.judged.normwise[j],
+                     largest = std::max({probe, error, run.corrections[j]});
+        ColumnQuality column{verdictOf(backward, largest),
+                             backward,
+                             run.judged.componentwise[j],
+                             {},
                              reasonOf(backward, largest)};
-        if (run.finite[j] == 0)
-            column = {Verdict::Failed, NAN, NAN, {}, "the right-hand side is not finite"};
+        if (run.finite[j] == 0) column = {Verdict::Failed, NAN, NAN, {}, "the right-hand side is not finite"};
         lower(told, column.verdict, column.reason);
         told.columns.push_back(std::move(column));
     }
@@ -363,7 +367,8 @@ DistributedAnswer<Cell> DistributedSystem<Cell>::Work::solve(std::span<const Cel
     run.x = solved(run.b, run.columns);
     done("solve");
     judge(run);
-    while (improve(run) && run.steps < kMostSteps) {}
+    while (improve(run) && run.steps < kMostSteps) {
+    }
     told.refinementSteps = run.steps;
     tell(run, known, answer);
     all_.reach([&] {
@@ -378,7 +383,8 @@ DistributedAnswer<Cell> DistributedSystem<Cell>::Work::solve(std::span<const Cel
 }
 
 template <class Cell>
-DistributedAnswer<Cell> DistributedSystem<Cell>::Work::solveKnown(std::span<const Cell> own, std::int32_t columns)
+DistributedAnswer<Cell> DistributedSystem<Cell>::Work::solveKnown(std::span<const Cell> own,
+                                                                  std::int32_t columns)
 {
     requireColumns(own, columns);
     std::vector<Cell> copy, b;

@@ -28,8 +28,8 @@ struct DistributedOptions {
 
 template <class Cell>
 struct DistributedAnswer {
-    SystemAnswer<Cell> told;  ///< the same on every rank, without its `x`
-    std::vector<Cell> x{};    ///< this rank's rows of the solution, column by column; none without a factor
+    SystemAnswer<Cell> told; ///< the same on every rank, without its `x`
+    std::vector<Cell> x{};   ///< this rank's rows of the solution, column by column; none without a factor
 };
 
 /// A*X = B with a square A, of which each rank has a block of rows, in the order of the ranks; a rank may

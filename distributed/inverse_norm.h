@@ -6,8 +6,8 @@
 
 namespace Velmar::Lintrix::Distributed {
 
-/// Hager's method with Higham's second vector: Higham, Accuracy and Stability of Numerical Algorithms, 2nd ed.,
-/// algorithm 15.1. At most five solves with A and four with A^H. The same on every rank.
+/// Hager's method with Higham's second vector: Higham, Accuracy and Stability of Numerical Algorithms, 2nd
+/// ed., algorithm 15.1. At most five solves with A and four with A^H. The same on every rank.
 template <class Cell>
 double inverseOneNorm(const Agreement& all, std::int32_t size, DirectEngine<Cell>& factor);
 

@@ -12,8 +12,8 @@ namespace Velmar::Lintrix::Distributed {
 
 template <class Cell>
 struct JudgedColumns {
-    std::vector<Cell> residual;                     ///< of this rank's rows, as if in twice the precision
-    std::vector<double> normwise, componentwise;    ///< backward errors, the same on every rank
+    std::vector<Cell> residual;                  ///< of this rank's rows, as if in twice the precision
+    std::vector<double> normwise, componentwise; ///< backward errors, the same on every rank
 };
 template <class Cell>
 JudgedColumns<Cell> judgedColumns(const Agreement& all, const OwnRows<Cell>& A, double normOfA,
@@ -26,6 +26,7 @@ std::string reasonOf(double backwardError, double error);
 
 /// The largest |x - y| of each column beside the largest |y|: 0 of equal ones.
 template <class Cell>
-std::vector<double> relativeDifferences(std::int32_t size, std::int32_t columns, const Cell* x, const Cell* y);
+std::vector<double> relativeDifferences(std::int32_t size, std::int32_t columns, const Cell* x,
+                                        const Cell* y);
 
 } // namespace Velmar::Lintrix::Distributed

@@ -20,7 +20,8 @@ namespace {
 
 class OpenFile {
 public:
-    explicit OpenFile(const std::string& file) : file_(file), descriptor_(open(file.c_str(), O_RDONLY | O_CLOEXEC))
+    explicit OpenFile(const std::string& file)
+        : file_(file), descriptor_(open(file.c_str(), O_RDONLY | O_CLOEXEC))
     {
         struct stat facts {};
         if (descriptor_ < 0 || fstat(descriptor_, &facts) != 0)
@@ -183,7 +184,8 @@ try {
 }
 
 /// The line of the first entry that was not announced is told by the rank that has it.
-void requireAnnounced(const Agreement& all, const OpenFile& file, const MatrixMarketHeader& header, const Part& part)
+void requireAnnounced(const Agreement& all, const OpenFile& file, const MatrixMarketHeader& header,
+                      const Part& part)
 {
     const long long before = all.sumBefore(part.own.entries), found = all.sum(part.own.entries);
     const long long lines = header.sizeLine + all.sum(part.own.lines), left = header.stored - before;
@@ -256,8 +258,12 @@ MatrixMarketHeader headerOf(const Agreement& all, const std::string& file)
         header = MatrixMarketReader(file).Header();
     });
     using Facts = std::array<std::int64_t, 7>;
-    const Facts own{header.sizeLine, header.rows, header.cols, header.stored,
-                    static_cast<std::int64_t>(header.form), static_cast<std::int64_t>(header.field),
+    const Facts own{header.sizeLine,
+                    header.rows,
+                    header.cols,
+                    header.stored,
+                    static_cast<std::int64_t>(header.form),
+                    static_cast<std::int64_t>(header.field),
                     static_cast<std::int64_t>(header.symmetry)};
     Facts first = own;
     MPI_Bcast(first.data(), static_cast<int>(first.size()), MPI_INT64_T, 0, all.comm());
@@ -296,6 +302,7 @@ std::vector<Entry<Cell>> readEntries(const Agreement& all, const MatrixMarketHea
 }
 
 template std::vector<Entry<double>> readEntries(const Agreement&, const MatrixMarketHeader&, bool);
-template std::vector<Entry<std::complex<double>>> readEntries(const Agreement&, const MatrixMarketHeader&, bool);
+template std::vector<Entry<std::complex<double>>> readEntries(const Agreement&, const MatrixMarketHeader&,
+                                                              bool);
 
 } // namespace Velmar::Lintrix::Distributed

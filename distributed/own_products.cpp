@@ -16,7 +16,8 @@ template <class Cell, class Visit>
 void forRow(const OwnRows<Cell>& A, std::int32_t i, Visit visit)
 {
     const auto row = static_cast<std::size_t>(i);
-    for (auto k = static_cast<std::size_t>(A.starts[row]); k < static_cast<std::size_t>(A.starts[row + 1]); ++k)
+    for (auto k = static_cast<std::size_t>(A.starts[row]); k < static_cast<std::size_t>(A.starts[row + 1]);
+         ++k)
         visit(static_cast<std::size_t>(A.columns[k]), A.values[k]);
 }
 
@@ -84,7 +85,8 @@ MatrixNorms normsOf(const Agreement& all, const OwnRows<Cell>& A)
 
 using Complex = std::complex<double>;
 template OwnResidual<double> residualOf(const OwnRows<double>&, std::int32_t, const double*, const double*);
-template OwnResidual<Complex> residualOf(const OwnRows<Complex>&, std::int32_t, const Complex*, const Complex*);
+template OwnResidual<Complex> residualOf(const OwnRows<Complex>&, std::int32_t, const Complex*,
+                                         const Complex*);
 template std::vector<double> productOf(const OwnRows<double>&, std::int32_t, const double*);
 template std::vector<Complex> productOf(const OwnRows<Complex>&, std::int32_t, const Complex*);
 template MatrixNorms normsOf(const Agreement&, const OwnRows<double>&);

@@ -181,9 +181,8 @@ OwnRows<Cell> rowsFrom(const Agreement& all, const RowLayout& layout, std::vecto
     MPI_Alltoallv(sent.entries.data(), sent.counts.data(), sent.starts.data(), type.get(), own.data(),
                   counts.data(), starts.data(), type.get(), all.comm());
     OwnRows<Cell> rows;
-    all.reach([&] {
-        rows = compressed(layout.size(), layout.first(all.rank()), layout.count(all.rank()), own);
-    });
+    all.reach(
+        [&] { rows = compressed(layout.size(), layout.first(all.rank()), layout.count(all.rank()), own); });
     return rows;
 }
 

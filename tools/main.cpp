@@ -6,6 +6,7 @@
 #include <tools/info/info_command.h>
 #include <tools/solve/solve_command.h>
 #include <tools/support/address_space.h>
+#include <tools/support/count.h>
 #include <tools/support/heap.h>
 #include <tools/support/input_error.h>
 #include <tools/support/output_file.h>
@@ -107,22 +108,13 @@ void answerForOthers()
     _exit(complainOfMemory());
 }
 
-/// What is wrong with a count, in words; nothing when it can be used.
-std::string faultOfCount(const std::string& word)
-{
-    int count = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), count);
-    const bool sound = error == std::errc() && end == word.data() + word.size() && count >= 1;
-    return sound ? "" : tools::inQuotes(word) + " is not a whole number from 1 to 2147483647";
-}
-
 void addThreads(CLI::App& command)
 {
     command
         .add_option_function<int>("--threads", TrellConfiguration::SetNumThreads,
                                   "Threads to use, at least 1")
         ->type_name("N")
-        ->check(CLI::Validator(faultOfCount, ""));
+        ->check(CLI::Validator(tools::faultOfCount, ""));
 }
 
 /// A file to read or to write, or where they begin.
@@ -169,7 +161,7 @@ constexpr const char* kCoreByMemory = "true"; // what the flag says without a va
 CLI::Option* addOutOfCore(CLI::App* solve, tools::SparseOptions& options)
 {
     const auto fault = [](const std::string& word) {
-        return word == kCoreByMemory ? std::string() : faultOfCount(word);
+        return word == kCoreByMemory ? std::string() : tools::faultOfCount(word);
     };
     const auto take = [&options](const std::string& word) {
         options.system.outOfCore = true;
@@ -266,7 +258,7 @@ void addLimits(CLI::App* solve, SystemOptions& options)
         ->add_option_function<int>("--memory", takeMegabytes,
                                    "Hold at most MB megabytes, with the factor in files if need be")
         ->type_name("MB")
-        ->check(CLI::Validator(faultOfCount, ""));
+        ->check(CLI::Validator(tools::faultOfCount, ""));
 }
 
 /// They are refused where the file, once it is open, turns out to be solved in another way.
@@ -353,7 +345,7 @@ void addSvd(CLI::App& app, tools::SvdOptions& options)
     addMatrix(*svd, options.matrix, kMatrixFile);
     svd->add_option("-k", options.count, "How many singular values, at least 1")
         ->type_name("K")
-        ->check(CLI::Validator(faultOfCount, ""))
+        ->check(CLI::Validator(tools::faultOfCount, ""))
         ->required();
     svd->add_option("--tol", options.tolerance, "Residual of a triplet that is good enough (1e-10)")
         ->type_name("T")

@@ -92,7 +92,8 @@ std::vector<Cell> readRightHands(Session& run, const RowLayout& layout, std::int
     MPI_Bcast(&columns, 1, MPI_INT32_T, 0, run.all.comm());
     std::vector<Cell> own;
     run.all.reach([&] {
-        own.resize(static_cast<std::size_t>(layout.count(run.all.rank())) * static_cast<std::size_t>(columns));
+        own.resize(static_cast<std::size_t>(layout.count(run.all.rank())) *
+                   static_cast<std::size_t>(columns));
     });
     layout.scatter(run.all, columns, whole ? cellsOf(std::as_const(*whole)).data() : nullptr, own.data());
     return own;
@@ -119,10 +120,11 @@ std::string forecastInWords(const Session& run, const DistributedForecast& forec
         return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"ranks\": {}, "
                            "\"ordering\": {}, \"factor_entries\": {}, \"operations\": {}, "
                            "\"bytes_largest_rank\": {}, \"bytes_all_ranks\": {}, \"seconds\": {}}}\n",
-                           jsonString(run.report.matrix), run.matrix.rows, run.matrix.cols, run.report.entries,
-                           run.all.ranks(), jsonString(NameOf(forecast.ordering)), forecast.factorEntries,
-                           jsonNumber(forecast.operations), jsonNumber(forecast.bytesLargest),
-                           jsonNumber(forecast.bytesAll), asJson(run.report.seconds));
+                           jsonString(run.report.matrix), run.matrix.rows, run.matrix.cols,
+                           run.report.entries, run.all.ranks(), jsonString(NameOf(forecast.ordering)),
+                           forecast.factorEntries, jsonNumber(forecast.operations),
+                           jsonNumber(forecast.bytesLargest), jsonNumber(forecast.bytesAll),
+                           asJson(run.report.seconds));
     return line("matrix", printable(run.report.matrix)) +
            line("size", fmt::format("{} x {}", run.matrix.rows, run.matrix.cols)) +
            line("entries", fmt::format("{}", run.report.entries)) +
@@ -140,7 +142,8 @@ int forecastOnly(Session& run, DistributedSystem<Cell>& system)
     const std::optional<DistributedForecast>& forecast = system.Forecast();
     run.all.reachAtRoot([&] {
         if (forecast) return writeReport(forecastInWords(run, *forecast));
-        tellUser(fmt::format("{}: there is nothing to factorize: a row or a column is zero", run.report.matrix));
+        tellUser(
+            fmt::format("{}: there is nothing to factorize: a row or a column is zero", run.report.matrix));
     });
     return forecast ? 0 : 1;
 }

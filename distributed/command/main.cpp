@@ -1,9 +1,10 @@
-// The `lintrix-mpi` command: arguments in, exit code out, the same on every rank. 0 done, 1 a numeric failure,
-// 2 usage or bad input. Rank 0 alone writes.
+// The `lintrix-mpi` command: arguments in, exit code out, the same on every rank. 0 done, 1 a numeric
+// failure, 2 usage or bad input. Rank 0 alone writes.
 
 #include <distributed/agreement.h>
 #include <distributed/command/distributed_solve.h>
 
+#include <tools/support/count.h>
 #include <tools/support/output_file.h>
 #include <tools/support/text.h>
 
@@ -13,10 +14,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -90,16 +91,18 @@ CLI::Option* addCount(CLI::App& command, const std::string& option, const std::s
 {
     return command.add_option_function<int>(option, take, description)
         ->type_name(type)
-        ->check(CLI::Range(1, INT_MAX, ""));
+        ->check(CLI::Validator(tools::faultOfCount, ""));
 }
 
 void addSolve(CLI::App& app, tools::DistributedSolveOptions& options)
 {
     CLI::App& solve = *app.add_subcommand("solve", "Solve the linear system A*x = b on several machines");
     tools::SolveOptions& common = options.common;
-    addFile(solve, "MATRIX", common.matrix, "", "Matrix Market file of A, square, which the ranks read in parts")
+    addFile(solve, "MATRIX", common.matrix, "",
+            "Matrix Market file of A, square, which the ranks read in parts")
         ->required();
-    addFile(solve, "--rhs", common.rightHands, "FILE", "File of right-hand sides; without it b = A*(1,...,1)");
+    addFile(solve, "--rhs", common.rightHands, "FILE",
+            "File of right-hand sides; without it b = A*(1,...,1)");
     addFile(solve, "--out", common.out, "FILE",
             "File for the solution, a Matrix Market array; - is standard output");
     addCount(
@@ -112,10 +115,11 @@ void addSolve(CLI::App& app, tools::DistributedSolveOptions& options)
     CLI::Option* const json = solve.add_flag("--json", common.json, "Report on one line of JSON");
     solve.add_flag("--explain", common.explain, "Say in sentences what the report means, and what to do")
         ->excludes(json);
-    solve.footer("A is a coordinate file of any field and symmetry; x is complex where A or b is. A compressed file\n"
-                 "is read by rank 0 alone, and so are right-hand sides.\n"
-                 "Status: accurate; degraded, with the reason; failed, with the reason.\n"
-                 "Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.");
+    solve.footer(
+        "A is a coordinate file of any field and symmetry; x is complex where A or b is. A compressed file\n"
+        "is read by rank 0 alone, and so are right-hand sides.\n"
+        "Status: accurate; degraded, with the reason; failed, with the reason.\n"
+        "Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.");
 }
 
 /// Help and version, wanted and printed, are no errors; the rest is wrong usage. All ranks know, one says.

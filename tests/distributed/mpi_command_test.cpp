@@ -43,7 +43,8 @@ TEST(MpiCommand, TellsTheSystemAsOneMachineDoes)
             SCOPED_TRACE(name);
             const std::string file = dataFile(name);
             const Json found = reportOn(ranks, {file}), expected = reportOf({file});
-            for (const std::string key : {"matrix", "status"}) EXPECT_EQ(found[key].text(), expected[key].text());
+            for (const std::string key : {"matrix", "status"})
+                EXPECT_EQ(found[key].text(), expected[key].text());
             for (const std::string key : {"rows", "cols", "entries", "right_hands"})
                 EXPECT_EQ(found[key].number(), expected[key].number()) << key;
             EXPECT_LE(found["residual"].number(), 1e-14);
@@ -56,8 +57,10 @@ TEST(MpiCommand, TellsTheSystemAsOneMachineDoes)
 TEST(MpiCommand, TheSolutionIsThatOfOneMachine)
 {
     const Scratch scratch;
-    const std::string b = scratch.file("b.mtx", "%%MatrixMarket matrix array real general\n3 2\n1\n2\n3\n4\n5\n6\n");
-    const std::string A = scratch.file("a.mtx", kHead + "3 3 5\n1 1 2\n2 2 4\n3 3 -8\n1 3 0.5\n% note\n\n3 1 1\n");
+    const std::string b =
+        scratch.file("b.mtx", "%%MatrixMarket matrix array real general\n3 2\n1\n2\n3\n4\n5\n6\n");
+    const std::string A =
+        scratch.file("a.mtx", kHead + "3 3 5\n1 1 2\n2 2 4\n3 3 -8\n1 3 0.5\n% note\n\n3 1 1\n");
     ASSERT_EQ(run({"solve", A, "--rhs", b, "--out", scratch.at("one.mtx")}).exitCode, 0);
     const Matrix one = ReadMatrixMarketDense(scratch.at("one.mtx"));
     for (const int ranks : {1, 2, 4}) {
@@ -99,9 +102,11 @@ TEST(MpiCommand, WhatOneMachineSolvesAloneIsRefused)
     const std::string array = scratch.file("a.mtx", "%%MatrixMarket matrix array real general\n1 1\n2\n");
     const std::string wide = scratch.file("w.mtx", kHead + "1 2 1\n1 1 1\n");
     EXPECT_EQ(runOn(2, {"solve", array}).err,
-              "lintrix: " + array + ":2: an array is a dense matrix, which lintrix solve takes on one machine\n");
+              "lintrix: " + array +
+                  ":2: an array is a dense matrix, which lintrix solve takes on one machine\n");
     EXPECT_EQ(runOn(2, {"solve", wide}).err,
-              "lintrix: " + wide + ":2: a 1 x 2 matrix is not square: lintrix solve takes it on one machine\n");
+              "lintrix: " + wide +
+                  ":2: a 1 x 2 matrix is not square: lintrix solve takes it on one machine\n");
     const Outcome missing = runOn(2, {"solve", scratch.at("none.mtx")});
     EXPECT_EQ(missing.exitCode, 2);
     EXPECT_EQ(missing.err, run({"solve", scratch.at("none.mtx")}).err);
@@ -112,7 +117,8 @@ TEST(MpiCommand, ASingularMatrixIsOneSentenceAndExitCodeOne)
     for (const std::string name : {"bcsstm01.mtx", "jgl011.mtx"}) {
         const Outcome outcome = runOn(2, {"solve", dataFile(name)});
         EXPECT_EQ(outcome.exitCode, 1);
-        EXPECT_THAT(outcome.err, StartsWith("lintrix: " + dataFile(name) + ": there is no good solution: singular"));
+        EXPECT_THAT(outcome.err,
+                    StartsWith("lintrix: " + dataFile(name) + ": there is no good solution: singular"));
         EXPECT_THAT(outcome.out, HasSubstr("failed, singular"));
     }
 }
@@ -135,8 +141,9 @@ TEST(MpiCommand, IsNotBegunWhereTheMemoryAllowedIsTooSmall)
         runOn(2, {"solve", dataFile("sherman4.mtx"), "--memory", "1", "--out", scratch.at("x.mtx")});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_EQ(outcome.out, "");
-    EXPECT_THAT(outcome.err, ::testing::MatchesRegex("lintrix: the factorization takes .* MB on rank 0, and 1.0 "
-                                                     "MB are allowed there\n"));
+    EXPECT_THAT(outcome.err,
+                ::testing::MatchesRegex("lintrix: the factorization takes .* MB on rank 0, and 1.0 "
+                                        "MB are allowed there\n"));
     EXPECT_TRUE(scratch.names().empty());
 }
 
@@ -144,8 +151,19 @@ TEST(MpiCommand, ARankThatIsKilledEndsTheOthers)
 {
     Invocation invocation;
     invocation.program = "/usr/bin/timeout";
-    invocation.arguments = {"60", LINTRIX_MPIEXEC, "-np", "1", LINTRIX_MPI_COMMAND, "solve", dataFile("bcsstk04.mtx"),
-                            ":",  "-np",           "1",   "sh", "-c",               "kill -9 $$"};
+    invocation.arguments = {"60",
+                            LINTRIX_MPIEXEC,
+                            "-np",
+                            "1",
+                            LINTRIX_MPI_COMMAND,
+                            "solve",
+                            dataFile("bcsstk04.mtx"),
+                            ":",
+                            "-np",
+                            "1",
+                            "sh",
+                            "-c",
+                            "kill -9 $$"};
     const Outcome outcome = run(invocation);
     EXPECT_NE(outcome.exitCode, 0);
     EXPECT_NE(outcome.exitCode, 124); // of `timeout`
@@ -156,8 +174,39 @@ TEST(MpiCommand, WrongUsageIsOneLineFromOneRank)
 {
     EXPECT_EQ(runOn(4, {"solve"}).err, "lintrix: MATRIX is required (see lintrix-mpi solve --help)\n");
     EXPECT_EQ(runOn(4, {}).err, "lintrix: A subcommand is required (see lintrix-mpi --help)\n");
-    EXPECT_EQ(runOn(4, {"solve", "a", "--threads", "0"}).exitCode, 2);
-    EXPECT_THAT(runOn(2, {"--version"}).out, StartsWith("lintrix-mpi " + std::string(LibraryVersion()) + "\nMPI: "));
+    EXPECT_EQ(runOn(4, {"solve", "a", "--threads", "0"}).err,
+              "lintrix: --threads: '0' is not a whole number from 1 to 2147483647 (see lintrix-mpi solve "
+              "--help)\n");
+    EXPECT_THAT(runOn(2, {"--version"}).out,
+                StartsWith("lintrix-mpi " + std::string(LibraryVersion()) + "\nMPI: "));
+}
+
+TEST(MpiCommand, TheHelpIsToldOnce)
+{
+    const Outcome outcome = runOn(2, {"solve", "--help"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.out, R"(Solve the linear system A*x = b on several machines
+Usage: lintrix-mpi solve [OPTIONS] MATRIX
+
+Positionals:
+  MATRIX REQUIRED             Matrix Market file of A, square, which the ranks read in parts
+
+Options:
+  -h,--help                   Print this help message and exit
+  --rhs FILE                  File of right-hand sides; without it b = A*(1,...,1)
+  --out FILE                  File for the solution, a Matrix Market array; - is standard output
+  --threads N                 Threads to use on each rank
+  --memory MB                 Hold at most MB megabytes on each rank, or do not begin
+  --forecast                  Tell what the factorization would take, and stop
+  --json Excludes: --explain  Report on one line of JSON
+  --explain Excludes: --json  Say in sentences what the report means, and what to do
+
+A is a coordinate file of any field and symmetry; x is complex where A or b is. A compressed file
+is read by rank 0 alone, and so are right-hand sides.
+Status: accurate; degraded, with the reason; failed, with the reason.
+Exit code: 0 accurate or degraded, 1 failed, 2 usage or bad input.
+)");
+    EXPECT_EQ(outcome.err, "");
 }
 
 } // namespace

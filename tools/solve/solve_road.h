@@ -44,7 +44,8 @@ Solution tell(SystemAnswer<Cell>& answer, SolveReport& report);
 template <class Cell>
 SystemAnswer<Cell> answerOf(LinearSystem<Cell>& system, const std::optional<Columns<Cell>>& given);
 
-/// The end of a run: the solution to `out`, the report, and on standard error what is wrong or to be warned of.
+/// The end of a run: the solution to `out`, the report, and on standard error what is wrong or to be warned
+/// of.
 /// @returns the exit code  @throws InputError  a failing write
 int conclude(const SolveOptions& options, SolveReport& report, const Solution& solution,
              std::optional<OutputFile>& out);

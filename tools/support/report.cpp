@@ -156,14 +156,13 @@ std::string asJson(const StepTimes& seconds)
 
 std::string asText(const SolveReport& report)
 {
-    std::string text = line("matrix", printable(report.matrix)) +
-                       line("size", fmt::format("{} x {}", report.rows, report.cols)) +
-                       line("entries", fmt::format("{}", report.entries)) +
-                       line("right-hand sides", fmt::format("{}", report.rightHands)) +
-                       line("road", report.road) +
-                       (report.ranks ? line("ranks", fmt::format("{}", *report.ranks)) : "") +
-                       sparseInWords(report) +
-                       line("status", statusInWords(report)) + line("seconds", asText(report.seconds));
+    std::string text =
+        line("matrix", printable(report.matrix)) +
+        line("size", fmt::format("{} x {}", report.rows, report.cols)) +
+        line("entries", fmt::format("{}", report.entries)) +
+        line("right-hand sides", fmt::format("{}", report.rightHands)) + line("road", report.road) +
+        (report.ranks ? line("ranks", fmt::format("{}", *report.ranks)) : "") + sparseInWords(report) +
+        line("status", statusInWords(report)) + line("seconds", asText(report.seconds));
     if (report.residual) text += line("scaled residual", numberInWords(*report.residual));
     if (report.normalResidual) text += line("normal equations", numberInWords(*report.normalResidual));
     if (report.residual) text += line("largest error", errorInWords(report));

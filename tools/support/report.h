@@ -35,7 +35,7 @@ struct SolveReport {
     std::int32_t rightHands = 1;
     std::string_view road, status;
     std::optional<int> ranks; ///< of a system on several machines
-    std::string reason; ///< of a status other than "accurate"
+    std::string reason;       ///< of a status other than "accurate"
     StepTimes seconds;
     std::optional<double> residual;       ///< scaled; none without a solution
     std::optional<double> normalResidual; ///< of a tall system, and of a sparse one that is not square
@@ -70,8 +70,8 @@ std::string asText(const SolveReport& report);
 /// (memory or files), factor_bytes, core_megabytes, condition, inertia (an object with positive, negative,
 /// uncertain and bound) and solutions (many, none or unknown); of it and of least squares columns (an object
 /// for each right-hand side: verdict, backward_error, componentwise_error, error_bound, reason),
-/// refinement_steps and krylov_steps; of a system on several machines ranks. A number that does not exist or is not finite is null, and so is a text
-/// that does not exist.
+/// refinement_steps and krylov_steps; of a system on several machines ranks. A number that does not exist or
+/// is not finite is null, and so is a text that does not exist.
 std::string asJson(const SolveReport& report);
 
 /// A fact on a line: the label, and the text in its column.
