@@ -26,8 +26,8 @@ struct Session {
     const Agreement& all;
     const DistributedSolveOptions& options;
     MatrixMarketHeader matrix{};
-    std::optional<MatrixMarketReader> rightHands{}; ///< on rank 0, where there are some
-    std::optional<OutputFile> out{};                ///< likewise
+    std::optional<MatrixFileReader> rightHands{}; ///< on rank 0, where there are some
+    std::optional<OutputFile> out{};              ///< likewise
     SolveReport report{};
 };
 
@@ -48,6 +48,7 @@ bool open(Session& run)
     const SolveOptions& options = run.options.common;
     Progress silent;
     run.all.reachAtRoot([&] {
+        denseFormatOf(options.out); // what it refuses is refused before the work
         if (!options.out.empty()) run.out.emplace(options.out);
     });
     run.matrix = headerOf(run.all, options.matrix);
