@@ -30,9 +30,9 @@
 #include <lintrix/services/blas_identity.h>
 #include <lintrix/services/buffer_pool.h>
 #include <lintrix/services/memory_limit.h>
+#include <lintrix/services/same_bits.h>
 #include <lintrix/services/section_file.h>
 #include <lintrix/services/system_allocator.h>
-#include <lintrix/services/same_bits.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/services/version.h>
 #include <lintrix/solvers/csparse_solver.h>

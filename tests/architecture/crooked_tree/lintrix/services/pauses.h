@@ -1,2 +1,5 @@
 #include <emmintrin.h>
-inline void rest() { _mm_pause(); }
+inline void rest()
+{
+    _mm_pause();
+}
