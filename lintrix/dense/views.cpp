@@ -2,6 +2,7 @@
 
 #include <lintrix/foundation/failures.h>
 
+#include <limits>
 #include <string>
 
 namespace Velmar::Lintrix::detail {
@@ -48,6 +49,13 @@ void raiseLengths(std::string_view operation, std::int64_t length, std::int64_t 
 {
     throw SizeMismatchException("Vectors are not of the same size: " + std::to_string(length) + " " +
                                 std::string(operation) + " " + std::to_string(other) + ".");
+}
+
+std::int32_t viewLength(std::size_t cells)
+{
+    if (cells > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
+        throw InvalidSizeException("A view of " + std::to_string(cells) + " cells is too long.");
+    return static_cast<std::int32_t>(cells);
 }
 
 void raiseViewSize(std::int64_t cells, std::int64_t rows, std::int64_t cols)

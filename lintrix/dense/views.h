@@ -58,6 +58,8 @@ namespace detail {
                                               std::int64_t other);
 /// @throws InvalidSizeException  "A view of 4 cells cannot show 2 x 3 of them."
 [[noreturn]] LINTRIX_EXPORT void raiseViewSize(std::int64_t cells, std::int64_t rows, std::int64_t cols);
+/// @throws InvalidSizeException  "A view of 2147483648 cells is too long."
+LINTRIX_EXPORT std::int32_t viewLength(std::size_t cells);
 
 /// The product of two cells as the dense classes take it: of complex ones by the plain formula.
 inline double cellProduct(double x, double y) noexcept
@@ -181,10 +183,8 @@ public:
         : cells_(cells), length_(length), stride_(stride), witness_(witness)
     {
     }
-    explicit VectorView(std::span<Cell> cells)
-        : VectorView(cells.data(), static_cast<std::int32_t>(cells.size()))
-    {
-    }
+    /// @throws InvalidSizeException  more cells than 2147483647
+    explicit VectorView(std::span<Cell> cells) : VectorView(cells.data(), detail::viewLength(cells.size())) {}
     VectorView(const VectorView&) = default;
     operator ConstView() const requires(!std::is_const_v<Cell>)
     {

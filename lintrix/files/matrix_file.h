@@ -2,25 +2,26 @@
 /// @file
 /// Matrices in files of any form that is known here, told by their content:
 ///
-/// | Form | Name | Read | Written |
-/// |---|---|---|---|
-/// | Matrix Market | .mtx | coordinate and array files of every field and symmetry | both |
-/// | Harwell-Boeing | .rua, .rsa, .cua, .pua, ... | assembled: real, complex, whole, pattern; general,
-/// symmetric, skew, Hermitian; right-hand sides, full and sparse | sparse matrices | | Rutherford-Boeing |
-/// .rb | as above, without right-hand sides | sparse matrices | | NumPy array | .npy | versions 1 to 3; f4,
-/// f8, c8, c16, whole numbers of 1 to 8 bytes, bool; either order of bytes and of cells; up to two dimensions
-/// | dense matrices | | NumPy archive | .npz | one array (`numpy.savez`), or a sparse matrix
-/// (`scipy.sparse.save_npz`) by rows, by columns or in entries; stored or deflated | both |
+/// - Matrix Market, `.mtx`: coordinate and array files of every field and symmetry. Written: sparse and dense
+///   matrices.
+/// - Harwell-Boeing, `.rua`, `.rsa`, `.cua`, `.pua`, ...: assembled; real, complex, whole, pattern; general,
+///   symmetric, skew, Hermitian; right-hand sides, full and sparse. Written: sparse matrices.
+/// - Rutherford-Boeing, `.rb`: the same, without right-hand sides. Written: sparse matrices.
+/// - NumPy array, `.npy`: versions 1 to 3; f4, f8, c8, c16, whole numbers of 1 to 8 bytes, bool; either order
+///   of bytes and of cells; up to two dimensions. Written: dense matrices.
+/// - NumPy archive, `.npz`: one array (`numpy.savez`), or a sparse matrix (`scipy.sparse.save_npz`) by rows,
+/// by
+///   columns or in entries; stored or deflated. Written: sparse and dense matrices.
 ///
 ///     const SparseMatrix A = MatrixFileReader("bcsstk01.rsa").ReadSparse();
 ///     WriteMatrixFile("a.npz", A);                  // scipy.sparse.load_npz("a.npz")
 ///
-/// gzip around any of them is unpacked. Files may come from anywhere: each fault is one FileFormatException
-/// with the line ("file.rua:5: ...") or, of bytes, the place ("x.npy: byte 17: ...", "a.npz: data.npy: byte
-/// 17: ..."). Sizes and counts are announced and not believed: before memory is taken they are compared with
-/// what a file of that length can hold, packed at most 1032 : 1. Values that are not finite are refused, as
-/// no system with one of them has a solution; `AcceptNonFinite` takes them from the forms other than Matrix
-/// Market.
+/// gzip around any of them but archives is unpacked. Files may come from anywhere: each fault is one
+/// FileFormatException with the line ("file.rua:5: ...") or, of bytes, the place ("x.npy: byte 17: ...",
+/// "a.npz: data.npy: byte 17: ..."). Sizes and counts are announced and not believed: before memory is taken
+/// they are compared with what a file of that length can hold, packed at most 1032 : 1. Values that are not
+/// finite are refused, as no system with one of them has a solution; `AcceptNonFinite` takes them from the
+/// forms other than Matrix Market.
 ///
 /// What the forms have in common: entries at one place are added up; a symmetric, skew or Hermitian file
 /// holds the lower triangle; an array of one dimension is a column. Numbers of a fixed Fortran format are

@@ -31,7 +31,7 @@ expect() # LINE WORDS...
     fi
 }
 
-expect 'analyse|eig|info|solve|svd' ''
+expect 'analyse|convert|eig|info|solve|svd' ''
 expect 'solve|svd' s
 expect '--help|--version|-h' -
 expect 'a matrix.mtx|other.mtx' solve ''
@@ -46,7 +46,7 @@ expect '' solve --threads ''
 expect 'a matrix.mtx|other.mtx' solve --json ''
 
 # Each option that the help of a command tells, and no other.
-for name in '' solve info analyse svd eig; do
+for name in '' solve info convert analyse svd eig; do
     told=$("$command" $name --help | grep -oE '^  -[^ ]+' | tr -d ' ' | tr ',' '\n' | sort | paste -sd '|')
     if [ -z "$told" ]; then echo "No options are told of '$name'" && failures=$((failures + 1)); fi
     expect "$told" $name -

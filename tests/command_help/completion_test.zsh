@@ -32,7 +32,7 @@ expect() # LINE WORDS...
   fi
 }
 
-expect 'analyse|eig|info|solve|svd' ''
+expect 'analyse|convert|eig|info|solve|svd' ''
 expect '--help|--version|-h' -
 expect FILES solve ''
 expect FILES solve --rhs ''
@@ -43,7 +43,7 @@ expect 'MESSAGE N' solve --threads ''
 expect FILES solve --json ''
 
 # Each option that the help of a command tells, and no other.
-for name in '' solve info analyse svd eig; do
+for name in '' solve info convert analyse svd eig; do
   told=$($program ${name:+$name} --help | grep -oE '^  -[^ ]+' | tr -d ' ' | tr ',' '\n' | sort | paste -sd '|')
   [[ -n $told ]] || { print "No options are told of '$name'"; ((++failures)); }
   expect $told ${name:+$name} -

@@ -244,6 +244,10 @@ TYPED_TEST(ViewsTest, FaultsNameSizesAndIndices)
             MatrixView<const typename TypeParam::Cell>{std::span(cells), 2, 3};
         },
         "A view of 4 cells cannot show 2 x 3 of them.");
+    using Cell = const typename TypeParam::Cell;
+    expectFailure<InvalidSizeException>( // nothing of it is read
+        [&] { VectorView<Cell>(std::span<Cell>(cells.data(), std::size_t{1} << 32)); },
+        "A view of 4294967296 cells is too long.");
     EXPECT_EQ(A, counted<TypeParam>(3, 4));
 }
 

@@ -52,6 +52,8 @@ TEST(FortranFormat, NumbersAreReadByTheFormat)
     EXPECT_EQ(read("(E20.12)", " 1.5E+03"), 1500.0);
     EXPECT_EQ(read("(D20.12)", "-1.5d-3 "), -0.0015);
     EXPECT_EQ(read("(E20.12)", "1.0+5"), 1e5);
+    EXPECT_EQ(read("(E26.18)", "1.05E-9223372036854775807"), 0.0);
+    EXPECT_EQ(read("(E26.18)", "1.05E+9223372036854775807"), std::numeric_limits<double>::infinity());
     EXPECT_EQ(read("(E20.12)", "1.0-305"), 1e-305);
     EXPECT_EQ(read("(E20.12)", "2.5Q2"), 250.0);
     EXPECT_EQ(read("(F8.3)", "  12345 "), 12.345); // no point: the last three digits are behind it

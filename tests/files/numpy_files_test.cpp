@@ -169,6 +169,8 @@ TEST(NumpyArchive, FaultsOfArchives)
         text[at] = fresh;
         return faultOf(text, "a.npz");
     };
+    EXPECT_THAT(faultOf(compressed(good), "a.npz.gz"),
+                HasSubstr("a.npz.gz: an archive is packed already, and not read from gzip"));
     EXPECT_THAT(faultOf(good.substr(0, good.size() - 30), "a.npz"),
                 HasSubstr("the archive has no directory at its end"));
     EXPECT_THAT(faultOf("PK\x03\x04", "a.npz"), HasSubstr("the archive has no directory"));

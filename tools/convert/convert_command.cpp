@@ -6,6 +6,11 @@
 #include <tools/support/input_error.h>
 #include <tools/support/output_file.h>
 #include <tools/support/progress.h>
+#include <tools/support/text.h>
+
+#include <fmt/format.h>
+
+#include <unistd.h>
 
 #include <type_traits>
 
@@ -76,6 +81,9 @@ int runConvert(const ConvertOptions& options)
     progress.erase();
     out.close();
     out.commit();
+    if (reader.RightHands() > 0)
+        writeAll(STDERR_FILENO, fmt::format("lintrix: warning: {}: its right-hand sides are not written\n",
+                                            printable(options.matrix)));
     return 0;
 }
 

@@ -41,6 +41,7 @@ Solution solveIn(SystemFiles& files, const SystemOptions& limits, SolveReport& r
     SystemOptions options;
     options.limits = limits.limits;
     options.memoryBudget = limits.memoryBudget;
+    options.sameBits = limits.sameBits;
     options.stepDone = [&report](std::string_view step) { report.seconds.finish(step); };
     LinearSystem<Cell> system(std::move(A), options);
     report.seconds.finish("assemble");

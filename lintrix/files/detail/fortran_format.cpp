@@ -2,6 +2,7 @@
 
 #include <lintrix/sparse/detail/market_words.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <limits>
@@ -131,8 +132,9 @@ bool readExponent(std::string_view rest, std::int64_t& exponent, bool& given)
     std::int64_t value = 0;
     const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), value);
     const bool digits = end == rest.data() + rest.size() && !rest.empty() && rest.front() != '-';
-    if (error == std::errc::result_out_of_range) value = std::numeric_limits<std::int32_t>::max();
     if (!digits || error == std::errc::invalid_argument) return false;
+    constexpr std::int64_t kBeyondAll = std::numeric_limits<std::int32_t>::max();
+    value = error == std::errc::result_out_of_range ? kBeyondAll : std::min(value, kBeyondAll);
     exponent = negative ? -value : value;
     return true;
 }

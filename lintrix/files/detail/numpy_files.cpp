@@ -111,6 +111,8 @@ void NpyFile::readEntries(const Take& take)
 NpzFile::NpzFile(ByteSource bytes, const std::string& name)
 {
     header_.file = name;
+    if (bytes.packed())
+        throw FileFormatException(name, "an archive is packed already, and not read from gzip");
     std::string piece(std::size_t{1} << 16, '\0');
     for (std::size_t count = bytes.read(piece.data(), piece.size()); count > 0;
          count = bytes.read(piece.data(), piece.size())) {

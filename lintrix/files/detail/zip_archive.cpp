@@ -298,7 +298,7 @@ void ZipWriter::add(const std::string& name, const std::function<void(const Sink
     content([&deflater](std::string_view bytes) { deflater.add(bytes); });
     deflater.finish();
     if (deflater.size() >= kIn64Bits || written_ + deflater.packed().size() >= kIn64Bits / 2)
-        throw NotSupportedException("An archive of 4 GiB or more is not written.");
+        throw NotSupportedException("An archive of 2 GiB or more is not written.");
     ZipMember member{name, deflater.packed().size(), deflater.size(), written_, deflater.sum(), 8};
     std::string head;
     append(head, kLocalMark, 4);

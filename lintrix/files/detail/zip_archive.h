@@ -73,7 +73,7 @@ public:
     explicit ZipWriter(Sink sink) : sink_(std::move(sink)) {}
 
     /// `content` calls back with the bytes of the member, in pieces.
-    /// @throws NotSupportedException  the archive would have 4 GiB or more
+    /// @throws NotSupportedException  the archive would have 2 GiB or more
     void add(const std::string& name, const std::function<void(const Sink&)>& content);
     /// The directory, after the last member.
     void finish();

@@ -60,6 +60,23 @@ std::string solutionOf(const Scratch& scratch, std::vector<std::string> argument
     return contentOf(out);
 }
 
+TEST(SolveCommand, SameBitsAreThoseOfADenseSystemToo)
+{
+    const Scratch scratch;
+    std::mt19937 random(5);
+    std::string text = kArray + "160 160\n";
+    for (int k = 0; k < 160 * 160; ++k) text += std::to_string(random() % 1000) + "\n";
+    const std::string matrix = scratch.file("a.mtx", text);
+    std::vector<std::string> solutions;
+    for (const char* threads : {"1", "2", "3"}) {
+        const std::string x = scratch.at(std::string("x") + threads + ".mtx");
+        EXPECT_EQ(run({"solve", matrix, "--same-bits", "--threads", threads, "--out", x}).exitCode, 0);
+        solutions.push_back(contentOf(x));
+    }
+    EXPECT_EQ(solutions[0], solutions[1]);
+    EXPECT_EQ(solutions[0], solutions[2]);
+}
+
 TEST(SolveCommand, ReportsInWords)
 {
     const Scratch scratch;
