@@ -72,7 +72,7 @@ class Site:
         match entry:
             case {"kind": "examples"}:
                 return [Page("examples/index.html", "All examples", name, kind="examples"),
-                        *(Page(f"examples/{e}.html", e.replace("_", " ").capitalize(), name, f"examples/{e}.cpp", "example")
+                        *(Page(f"examples/{e}.html", self._title_of_example(e), name, f"examples/{e}.cpp", "example")
                           for e in self.examples)]
             case {"kind": "reference"}:
                 return [Page("reference/names.html", "All names", name, kind="names"),
@@ -90,6 +90,9 @@ class Site:
         url = entry.get("url", f"{folder}/{Path(source).stem}.html".lower()).removeprefix("./")
         title = entry.get("title") or plain(re.search(r"^# +(.*)", self.read(source), re.M)[1])
         return [Page(url, title, name, source, entry.get("kind", "prose"), group=entry.get("group", ""))]
+
+    def _title_of_example(self, name):
+        return self.plan.get("titles", {}).get(name, name.replace("_", " ").capitalize())
 
     @staticmethod
     def _flat(readme):
@@ -220,7 +223,7 @@ class Site:
         rows = []
         for example in (p for p in self.pages if p.kind == "example"):
             words = re.match(r"(?:// ?.*\n)+", self.read(example.source))
-            words = " ".join(re.sub(r"^// ?", "", words[0], flags=re.M).split()) if words else ""
+            words = " ".join(re.sub(r"^// ?", "", words[0], flags=re.M).split()) if words else "As the first page shows it."
             first = re.split(r"(?<=\.) ", words)[0]
             rows.append(f"| [{example.title}]({example.url}) | {first.replace('|', chr(92) + '|')} |")
         return prose.render("# Examples\n\nSmall complete programs. Each is compiled and run by the tests, and must print what "

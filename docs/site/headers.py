@@ -225,6 +225,8 @@ class Reader:
     @staticmethod
     def _bare(text):
         text = re.sub(r"//[^\n]*", "", text)
+        if mark := re.match(r"(LINTRIX_EXPORT|LINTRIX_TESTABLE) ", text):
+            text = re.sub(rf"\n {{{mark.end()}}}(?= )", "\n", text)    # what is aligned with the first line stays so
         text = re.sub(r"\b(LINTRIX_EXPORT|LINTRIX_TESTABLE)\s+|\bdetail::(?=MatrixOf|VectorOf|SparseOf)", "", text)
         indent = min((len(l) - len(l.lstrip()) for l in text.split("\n")[1:] if l.strip()), default=0)
         first, *rest = text.split("\n")

@@ -39,7 +39,7 @@ def page_of(path):
 
 
 def room_of(path):
-    return stem(path).split("/")[0] if "/" in stem(path) else "version"
+    return stem(path).split("/")[0] if "/" in stem(path) else "lintrix"
 
 
 def title_of(header):

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,12 +16,24 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
+/// What MPI needs to know of a test, before its command.
+std::vector<std::string> withSettings(std::vector<std::string> words)
+{
+    words.emplace_back("/usr/bin/env");
+    std::istringstream settings(LINTRIX_MPI_ENVIRONMENT);
+    for (std::string setting; settings >> setting;) words.push_back(setting);
+    return words;
+}
+
 /// Under a time limit: a rank that waits for ever is a failure.
 Outcome runOn(int ranks, std::vector<std::string> arguments)
 {
     Invocation invocation;
     invocation.program = "/usr/bin/timeout";
-    invocation.arguments = {"60", LINTRIX_MPIEXEC, "-q", "-np", std::to_string(ranks), LINTRIX_MPI_COMMAND};
+    invocation.arguments = withSettings({"60"});
+    const std::vector<std::string> start = {LINTRIX_MPIEXEC, "-q", "-np", std::to_string(ranks),
+                                            LINTRIX_MPI_COMMAND};
+    invocation.arguments.insert(invocation.arguments.end(), start.begin(), start.end());
     invocation.arguments.insert(invocation.arguments.end(), arguments.begin(), arguments.end());
     return run(invocation);
 }
@@ -151,19 +164,13 @@ TEST(MpiCommand, ARankThatIsKilledEndsTheOthers)
 {
     Invocation invocation;
     invocation.program = "/usr/bin/timeout";
-    invocation.arguments = {"60",
-                            LINTRIX_MPIEXEC,
-                            "-np",
-                            "1",
-                            LINTRIX_MPI_COMMAND,
-                            "solve",
-                            dataFile("bcsstk04.mtx"),
-                            ":",
-                            "-np",
-                            "1",
-                            "sh",
-                            "-c",
-                            "kill -9 $$"};
+    invocation.arguments = withSettings({"60"});
+    for (const std::string word : {LINTRIX_MPIEXEC, "-np", "1", LINTRIX_MPI_COMMAND, "solve"})
+        invocation.arguments.push_back(word);
+    for (const std::string& word :
+         {dataFile("bcsstk04.mtx"), std::string(":"), std::string("-np"), std::string("1"), std::string("sh"),
+          std::string("-c"), std::string("kill -9 $$")})
+        invocation.arguments.push_back(word);
     const Outcome outcome = run(invocation);
     EXPECT_NE(outcome.exitCode, 0);
     EXPECT_NE(outcome.exitCode, 124); // of `timeout`

@@ -54,7 +54,6 @@ bool isFinal(Road road, Ending ending)
     case Ending::NotTaken: // what would follow has factors of the same size
         return isMatchedLU(road);
     case Ending::Unsteady:
-    case Ending::Riddled:
     case Ending::Poor:
         break;
     }

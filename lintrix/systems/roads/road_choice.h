@@ -16,7 +16,6 @@ enum class Ending {
     IllConditioned, ///< few digits, but no pivot was replaced and the residual is at rounding level
     Singular,       ///< pivots were replaced, and another than the known solution solves its system as well
     Unsteady,       ///< pivots were replaced, and refinement did not make good for it
-    Riddled,        ///< likewise, and so many that any order would meet them
     Poor,           ///< not accurate for any other reason, or failed
     NotTaken,       ///< its cost is out of reach
 };
@@ -41,13 +40,12 @@ LINTRIX_TESTABLE bool isStable(Road road);
 /// What follows `last`, which used `ordering`; nothing where no road can do better.
 ///
 /// Which pivots are met small depends on the order of elimination. So an unsteady road is repeated with the
-/// other order, where that is open, before a stronger one is taken; not one that is riddled with
-/// replacements. Cholesky and LU with matching are stable: without replaced pivots their few digits are the
-/// matrix's own. That A is singular to working precision is believed of LU with matching; where another road
-/// has told it, the order is not to blame, and exchanges of rows would be in vain. Partial pivoting is tried
-/// before dense storage, unless it came first. Its scales are of rows alone, so few digits of it may be owed
-/// to the units of columns; and it replaces no pivots, which tell what makes a matrix singular. So the engine
-/// follows.
+/// other order, where that is open, before a stronger one is taken. Cholesky and LU with matching are stable:
+/// without replaced pivots their few digits are the matrix's own. That A is singular to working precision is
+/// believed of LU with matching; where another road has told it, the order is not to blame, and exchanges of
+/// rows would be in vain. Partial pivoting is tried before dense storage, unless it came first. Its scales
+/// are of rows alone, so few digits of it may be owed to the units of columns; and it replaces no pivots,
+/// which tell what makes a matrix singular. So the engine follows.
 LINTRIX_TESTABLE std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering,
                                                     Ending ending, const SearchState& state);
 

@@ -114,7 +114,6 @@ Outcome<Cell> Outcome<Cell>::road() const
             .roadName = roadName,
             .ordering = ordering,
             .perturbed = perturbed,
-            .isRiddled = isRiddled,
             .factorEntries = factorEntries,
             .cost = cost,
             .store = store,
@@ -141,7 +140,7 @@ Ending Outcome<Cell>::ending() const
     if (isSolvedByAnother()) return Ending::Singular;
     const bool solved =
         quality && quality->residual <= kRoundingLevel && quality->probeResidual <= kRoundingLevel;
-    if (perturbed > 0 && !solved) return isRiddled ? Ending::Riddled : Ending::Unsteady;
+    if (perturbed > 0 && !solved) return Ending::Unsteady;
     if (perturbed > 0) return Ending::Poor;
     return solved ? Ending::IllConditioned : Ending::Poor;
 }

@@ -27,7 +27,6 @@ struct LINTRIX_TESTABLE Outcome {
     std::optional<RowSizes> sizes{};        ///< of op(A), beside `quality`
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     std::int32_t perturbed = 0, steps = 0, krylovSteps = 0;
-    bool isRiddled = false; ///< with replaced pivots
     std::int64_t factorEntries = 0;
     RoadCost cost{};
     FactorStore store = FactorStore::Memory;

@@ -26,7 +26,6 @@ constexpr std::int32_t kLateSteps = 20;  // of refinement, where the residual as
 constexpr double kGrowthShows = 0x1p-51; // of a residual: pivots below the largest let elements grow
 constexpr std::int32_t kKrylovCycle = 30, kKrylovSteps = 60,
                        kKrylovStepsInAll = 240; // each of a solve: less than a factorization
-constexpr std::int32_t kFewReplaced = 8;        // one in so many pivots, beyond which no order helps
 constexpr double kWaitingExcess = 8.0;          // of operations, where pivots wait
 constexpr int kUsualThreads = 2;         // to choose an order for, where the choice must not hang on them
 constexpr std::int32_t kOneAndProbe = 2; // right-hand sides that a forecast is for
@@ -251,7 +250,6 @@ void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun>& run, const 
     finish("factorize");
     outcome.fault = faultOf(outcome.engine.error, outcome.leastMegabytes);
     outcome.perturbed = run->perturbedPivots();
-    outcome.isRiddled = outcome.perturbed > system_.Size() / kFewReplaced;
     outcome.factorEntries = run->factorEntries();
     if (outcome.engine.error != 0) return;
     if (!done_ || done_->operations < outcome.cost.operations) done_ = outcome.cost;

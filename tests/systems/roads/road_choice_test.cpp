@@ -91,17 +91,6 @@ TEST(NextAttempt, AnUnsteadyRoadIsRepeatedInTheOtherOrder)
               kDissection);
 }
 
-TEST(NextAttempt, ARiddledRoadIsNotRepeated)
-{
-    expectAll({
-        {{Road::Symmetric}, Ending::Riddled, kOpen, Attempt{Road::Delayed}},
-        {{Road::Unmatched}, Ending::Riddled, kOpen, Attempt{Road::Matched}},
-        {{Road::Matched}, Ending::Riddled, kOpen, Attempt{Road::Fronts}},
-        {{Road::Matched}, Ending::Riddled, kSuspect, Attempt{Road::Fronts}},
-        {repeated(Road::Symmetric), Ending::Riddled, kOpen, Attempt{Road::Delayed}},
-    });
-}
-
 TEST(NextAttempt, FewDigitsOfAStableRoadAreTheMatrixsOwn)
 {
     expectAll({
