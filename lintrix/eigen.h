@@ -83,6 +83,18 @@ inline std::int32_t sizeFromEigen(::Eigen::Index size)
 template <class Cell>
 using AssemblerOf = std::conditional_t<std::is_same_v<Cell, double>, SparseAssembler, CSparseAssembler>;
 
+/// `Cell` is const where A is.
+template <class Cell, class Derived, class Owner>
+auto viewOfEigen(Owner& A)
+{
+    if constexpr (Derived::IsVectorAtCompileTime) {
+        return VectorView<Cell>(A.data(), sizeFromEigen(A.size()));
+    } else {
+        static_assert(!Derived::IsRowMajor, "a view is column-major: copy with FromEigen");
+        return MatrixView<Cell>(A.data(), sizeFromEigen(A.rows()), sizeFromEigen(A.cols()), A.outerStride());
+    }
+}
+
 } // namespace detail
 
 /// @name From this library to Eigen, where the cells stand
@@ -124,26 +136,12 @@ void EigenMap(const Dense&& A) = delete;
 template <class Derived>
 auto ViewOf(::Eigen::PlainObjectBase<Derived>& A)
 {
-    using Cell = typename Derived::Scalar;
-    if constexpr (Derived::IsVectorAtCompileTime) {
-        return VectorView<Cell>(A.data(), detail::sizeFromEigen(A.size()));
-    } else {
-        static_assert(!Derived::IsRowMajor, "a view is column-major: copy with FromEigen");
-        return MatrixView<Cell>(A.data(), detail::sizeFromEigen(A.rows()), detail::sizeFromEigen(A.cols()),
-                                A.outerStride());
-    }
+    return detail::viewOfEigen<typename Derived::Scalar, Derived>(A);
 }
 template <class Derived>
 auto ViewOf(const ::Eigen::PlainObjectBase<Derived>& A)
 {
-    using Cell = const typename Derived::Scalar;
-    if constexpr (Derived::IsVectorAtCompileTime) {
-        return VectorView<Cell>(A.data(), detail::sizeFromEigen(A.size()));
-    } else {
-        static_assert(!Derived::IsRowMajor, "a view is column-major: copy with FromEigen");
-        return MatrixView<Cell>(A.data(), detail::sizeFromEigen(A.rows()), detail::sizeFromEigen(A.cols()),
-                                A.outerStride());
-    }
+    return detail::viewOfEigen<const typename Derived::Scalar, Derived>(A);
 }
 template <class Derived>
 void ViewOf(const ::Eigen::PlainObjectBase<Derived>&& A) = delete;

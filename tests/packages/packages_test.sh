@@ -92,8 +92,8 @@ EachHasItsLicenceAndItsChanges()
 
 UnpackedTheyServeAProgram()
 {
-    for deb in "$packages"/*.deb; do dpkg-deb -x "$deb" "$work/root"; done
-    libraries=$(dirname "$(find "$work/root" -name 'liblintrix.so.*' | head -n 1)")
+    for deb in "$packages"/*.deb; do dpkg-deb -x "$deb" "$work/unpacked"; done
+    libraries=$(dirname "$(find "$work/unpacked" -name 'liblintrix.so.*' | head -n 1)")
     write_project "$work/project"
     PKG_CONFIG_PATH=$libraries/pkgconfig
     LD_LIBRARY_PATH=$libraries
@@ -101,16 +101,16 @@ UnpackedTheyServeAProgram()
     # shellcheck disable=SC2046 # one word a flag
     c++ -std=c++20 "$work/project/my_program.cpp" $(pkg-config --cflags --libs lintrix) -o "$work/by_pkg_config"
     check_program "$work/by_pkg_config"
-    cmake -G Ninja -S "$work/project" -B "$work/build" "-DCMAKE_PREFIX_PATH=$work/root/usr"
+    cmake -G Ninja -S "$work/project" -B "$work/build" "-DCMAKE_PREFIX_PATH=$work/unpacked/usr"
     cmake --build "$work/build"
     check_program "$work/build/my_program"
     unset LD_LIBRARY_PATH
-    "$work/root/usr/bin/lintrix" --version
+    "$work/unpacked/usr/bin/lintrix" --version
     for file in share/man/man1/lintrix.1.gz share/man/man1/lintrix-solve.1.gz \
         share/bash-completion/completions/lintrix; do
-        [ -f "$work/root/usr/$file" ] || fail "$file is missing"
+        [ -f "$work/unpacked/usr/$file" ] || fail "$file is missing"
     done
-    [ -n "$(find "$work/root/usr/share/doc" -name manual.md)" ] || fail "the manual is missing"
+    [ -n "$(find "$work/unpacked/usr/share/doc" -name manual.md)" ] || fail "the manual is missing"
 }
 
 LintianFindsNoFault()
