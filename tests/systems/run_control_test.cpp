@@ -455,7 +455,7 @@ TEST(Progress, RisesToAllThereIs)
 
 TEST(Progress, GoesByTheForecast)
 {
-    const SparseMatrix A = grid<double>(60, GridKind::Positive);
+    const SparseMatrix A = grid<double>(120, GridKind::Positive);
     Watched<SparseMatrix> watched(A);
     const double forecast = watched.system.Forecast().operations;
     expectProgress(watched.told);
