@@ -13,7 +13,9 @@ endif()
 
 find_program(LINTRIX_CCACHE ccache)
 if(LINTRIX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${LINTRIX_CCACHE}")
+  # Without these two it would leave alone what is compiled with a precompiled header.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${LINTRIX_CCACHE}")
 endif()
 
 # What every target of this project is compiled with; never handed on to a user's target.

@@ -1,1 +1,2 @@
+#pragma once
 #include <lintrix/engine/call/handle.h>

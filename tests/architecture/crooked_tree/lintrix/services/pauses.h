@@ -1,3 +1,4 @@
+#pragma once
 #include <emmintrin.h>
 inline void rest()
 {
