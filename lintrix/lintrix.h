@@ -20,6 +20,7 @@
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/engine/saved_factorization.h>
 #include <lintrix/engine/solve_handle.h>
+#include <lintrix/engine/threaded_dissection.h>
 #include <lintrix/files/matrix_file.h>
 #include <lintrix/foundation/archive.h>
 #include <lintrix/foundation/archive_stream.h>

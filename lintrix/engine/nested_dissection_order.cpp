@@ -1,8 +1,9 @@
 #include <lintrix/engine/nested_dissection_order.h>
 
+#include <lintrix/engine/analysis/dissection/dissection.h>
 #include <lintrix/engine/analysis/graph/adjacency.h>
-#include <lintrix/engine/analysis/ordering/metis_ordering.h>
 #include <lintrix/engine/call/memory.h>
+#include <lintrix/services/threads.h>
 
 namespace Velmar::Lintrix {
 
@@ -20,7 +21,8 @@ Failure orderPattern(const Pattern& pattern, std::span<int> vertexAt)
     const auto positionOf = Scratch<int>::uninitialised(std::ssize(vertexAt));
     if (!starts || !neighbours || !positionOf)
         return outOfMemory(BlockCode::Transient, missingBytes(starts, neighbours, positionOf));
-    return orderByMetis(adjacency.write(starts.span(), neighbours.span()), {positionOf.span(), vertexAt});
+    return dissect(adjacency.write(starts.span(), neighbours.span()), MKL_Get_Max_Threads(),
+                   {positionOf.span(), vertexAt});
 }
 
 } // namespace
@@ -28,10 +30,7 @@ Failure orderPattern(const Pattern& pattern, std::span<int> vertexAt)
 int NestedDissectionOrder(std::span<const std::int32_t> starts, std::span<const std::int32_t> columns,
                           std::span<std::int32_t> vertexAt) noexcept
 {
-    constexpr int kMetisMemory = -3; // METIS's number where its memory ends
-    const Failure failure = orderPattern({starts, columns}, vertexAt);
-    const bool isMemory = failure.error == Error::Reordering && failure.internal == kMetisMemory;
-    return static_cast<int>(isMemory ? Error::Memory : failure.error);
+    return static_cast<int>(orderPattern({starts, columns}, vertexAt).error);
 }
 
 } // namespace Velmar::Lintrix

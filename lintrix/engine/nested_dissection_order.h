@@ -13,10 +13,10 @@ namespace Velmar::Lintrix {
 /// of large bodies it leaves less fill than minimum degree (`MinimumDegreeOrder`, which tells the pattern and
 /// `vertexAt`), and it takes longer.
 ///
-/// The same pattern gets the same order every time, as long as no other thread calls rand() meanwhile. One
-/// call at a time in the process, the others wait.
-/// @return  0; -2 there is not enough memory; -3 the pattern is none, or there is no order for it; -8 32 bits
-/// do
+/// The same pattern gets the same order every time, with any number of threads; those in force share the
+/// work.
+/// @return  0; -2 there is not enough memory; -3 the pattern is none; -4 a listener ended the work; -8 32
+/// bits do
 ///          not hold a size. After a failure the order is undefined.
 LINTRIX_EXPORT int NestedDissectionOrder(std::span<const std::int32_t> starts,
                                          std::span<const std::int32_t> columns,

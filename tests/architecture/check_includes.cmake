@@ -8,7 +8,7 @@
 #   sparse <- files
 # The engine's floors follow the life of a call:
 #   call <- report <- out_of_core <- analysis <- factorization <- solution <- the entry at the top
-#   analysis: graph <- ordering, symbolic; matching
+#   analysis: graph <- ordering <- dissection; graph <- symbolic; matching
 #   factorization <- keeping <- the entry at the top
 # What the processor has, services alone asks; threads, its teams alone start.
 # The command's rooms: support <- input <- a room for each command <- main.
@@ -33,9 +33,11 @@ set(may_include_engine/out_of_core services engine/call engine/report)
 set(may_include_engine/analysis/graph services engine/call)
 set(may_include_engine/analysis/matching services engine/call)
 set(may_include_engine/analysis/ordering services engine/call engine/analysis/graph)
+set(may_include_engine/analysis/dissection services engine/call engine/analysis/graph engine/analysis/ordering)
 set(may_include_engine/analysis/symbolic services engine/call engine/out_of_core engine/analysis/graph)
 set(may_include_engine/analysis services engine/call engine/report engine/out_of_core
-  engine/analysis/graph engine/analysis/matching engine/analysis/ordering engine/analysis/symbolic)
+  engine/analysis/graph engine/analysis/matching engine/analysis/ordering engine/analysis/dissection
+  engine/analysis/symbolic)
 set(may_include_engine/factorization services engine/call engine/report engine/out_of_core
   engine/analysis/graph engine/analysis/symbolic)
 set(may_include_engine/solution ${may_include_engine/factorization} engine/factorization)

@@ -1,5 +1,6 @@
 #include <lintrix/engine/analysis/analysis_steps.h>
 
+#include <lintrix/engine/analysis/dissection/dissection.h>
 #include <lintrix/engine/analysis/graph/adjacency.h>
 #include <lintrix/engine/analysis/matching/preordering.h>
 #include <lintrix/engine/analysis/ordering/constrained_minimum_degree.h>
@@ -7,6 +8,7 @@
 #include <lintrix/engine/analysis/ordering/minimum_degree.h>
 #include <lintrix/engine/analysis/ordering/nested_dissection.h>
 #include <lintrix/engine/analysis/ordering/subgraphs.h>
+#include <lintrix/engine/threaded_dissection.h>
 #include <lintrix/services/work.h>
 
 #include <algorithm>
@@ -52,6 +54,13 @@ Failure orderByConstrainedMinimumDegree(const Analysis& run, Ordering ordering, 
                                     run.control()[Word::PartTarget], ordering, list);
 }
 
+Failure orderByDissection(const Analysis& run, Ordering ordering, SubgraphList& list)
+{
+    if (!ThreadedDissectionScope::IsInForce()) return nestedDissection(run.graph(), 1, ordering, list);
+    wholeRange(run.n(), list);
+    return dissect(run.graph(), run.threads(), ordering);
+}
+
 /// The pairs stand in the matching's block: each side by side in the order.
 Failure orderByPairs(Analysis& run, Ordering ordering, SubgraphList& list)
 {
@@ -90,7 +99,7 @@ Failure chooseOrder(Analysis& run, SubgraphList& list)
         return orderByPairs(run, ordering, list);
     switch (choiceOf(run)) {
     case OrderingChoice::NestedDissection:
-        return nestedDissection(run.graph(), 1, ordering, list);
+        return orderByDissection(run, ordering, list);
     case OrderingChoice::NestedDissectionByThreads:
         return nestedDissection(run.graph(), run.threads(), ordering, list);
     case OrderingChoice::ConstrainedMinimumDegree:

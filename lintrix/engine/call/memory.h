@@ -72,7 +72,8 @@ private:
 
 /// `count` elements of `T`, or an empty block when there is no memory: the engine has no exceptions, its
 /// callers ask and report the block by its code. A count of 0 or below is an empty block that is no failure.
-template <class T>
+/// Metered ones stay on their thread, or go to a slot of the handle.
+template <class T, bool metered = true>
 class Scratch {
     static_assert(std::is_trivially_copyable_v<T>);
 
@@ -101,7 +102,7 @@ public:
     }
     ~Scratch()
     {
-        if (cells_ != nullptr) BlockMeter::enterGivenBack(wantedBytes());
+        if (metered && cells_ != nullptr) BlockMeter::enterGivenBack(wantedBytes());
         alignedRelease(cells_);
     }
 
@@ -118,7 +119,7 @@ public:
 private:
     Scratch(void* cells, std::int64_t count) noexcept : cells_(static_cast<T*>(cells)), count_(count)
     {
-        if (cells_ != nullptr) BlockMeter::enterTaken(wantedBytes());
+        if (metered && cells_ != nullptr) BlockMeter::enterTaken(wantedBytes());
     }
     std::int64_t wantedBytes() const noexcept { return count_ * static_cast<std::int64_t>(sizeof(T)); }
     static bool bytesFit(std::int64_t count) noexcept
@@ -134,6 +135,11 @@ private:
     T* cells_ = nullptr;
     std::int64_t count_ = 0;
 };
+
+/// A block that threads of a team hand on to each other: no meter, which is one thread's, could keep it in
+/// its sum.
+template <class T>
+using TeamScratch = Scratch<T, false>;
 
 /// Of several blocks together, for the report of the failure.
 template <class... T>

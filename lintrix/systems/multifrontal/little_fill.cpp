@@ -14,8 +14,8 @@ std::vector<std::int32_t> orderOf(const SparsePattern& pattern, FillInReducingMe
     const int error = method == FillInReducingMethod::MinimumDegree
                           ? MinimumDegreeOrder(pattern.starts, pattern.columns, vertexAt)
                           : NestedDissectionOrder(pattern.starts, pattern.columns, vertexAt);
+    WorkScope::tell(); // raises where the work was ended
     if (error != 0) throw std::bad_alloc();
-    WorkScope::tell();
     return vertexAt;
 }
 

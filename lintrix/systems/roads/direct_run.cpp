@@ -1,6 +1,7 @@
 #include <lintrix/systems/roads/direct_run.h>
 
 #include <lintrix/engine/analysis_summary.h>
+#include <lintrix/engine/threaded_dissection.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/run_control.h>
@@ -140,6 +141,7 @@ EngineAnswer DirectRun::analyse(FactorStore store, std::int32_t rightHands)
 {
     parameters_[PardisoParameter::OutOfCore] = store == FactorStore::Files ? 2 : 0;
     parameters_[PardisoParameter::FactorNonZeros] = -1;
+    const ThreadedDissectionScope byThreads;
     const EngineAnswer answer = call(11, rightHands, nullptr, nullptr, analysisOperations(matrix_.entries()));
     entries_ = cost().entries;
     return answer;

@@ -16,7 +16,14 @@ struct OrderingCost {
     double of(double nodes, double elements) const { return perNode * nodes + perElement * elements; }
 };
 
-constexpr OrderingCost kDissection{120e3, 10e3}, kMinimumDegree{40e3, 2e3};
+constexpr OrderingCost kDissection{80e3, 8e3}, kMinimumDegree{40e3, 2e3};
+
+/// Of the time of a dissection, what it takes where threads share it: the first separator is the work of one.
+double shareOf(double threads)
+{
+    constexpr double kFirstSeparator = 0.1;
+    return kFirstSeparator + (1.0 - kFirstSeparator) / threads;
+}
 
 /// Of the time by minimum degree, what is at least saved where there is something to save. The operations
 /// saved are more, but those that are left have smaller supernodes and a lower rate.
@@ -58,7 +65,8 @@ bool OrderingChoice::isLargeBody() const
     const double perNode = matrix_.n / nodes_, degree = elements_ / nodes_;
     const double saved =
         savedFactor(degree) * operationsFactor(matrix_.mtype) * matrix_.n * matrix_.n * perNode;
-    const double cost = kDissection.of(nodes_, elements_) - kMinimumDegree.of(nodes_, elements_);
+    const double cost =
+        shareOf(threads_) * kDissection.of(nodes_, elements_) - kMinimumDegree.of(nodes_, elements_);
     if (degree < kLeastElements || saved < threads_ * cost) return false;
     const double growth = NodeGraph(matrix_).growth();
     return growth >= kLeastGrowth && growth <= kMostGrowth;
@@ -66,7 +74,7 @@ bool OrderingChoice::isLargeBody() const
 
 bool OrderingChoice::dissectionPays(double gigaflops) const
 {
-    return kSavedPart * gigaflops * 1e9 > threads_ * kDissection.of(nodes_, elements_);
+    return kSavedPart * gigaflops * 1e9 > threads_ * shareOf(threads_) * kDissection.of(nodes_, elements_);
 }
 
 } // namespace Velmar::Lintrix::detail::roads

@@ -12,8 +12,8 @@ namespace Velmar::Lintrix::detail::roads {
 ///
 /// Minimum degree orders any graph in a fraction of the time of nested dissection, and its operations are
 /// counted before any is done. Nested dissection then saves half of them or more in a body, a quarter or
-/// nothing in a plane, and nothing in a network. The order is the work of one thread, the operations are
-/// shared by all.
+/// nothing in a plane, and nothing in a network. Minimum degree is the work of one thread; a dissection, but
+/// for its first separator, and the operations are shared by all.
 class LINTRIX_TESTABLE OrderingChoice {
 public:
     /// Cost: one pass over the matrix.

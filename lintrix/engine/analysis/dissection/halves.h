@@ -1,0 +1,45 @@
+#pragma once
+/// @file
+/// Two halves of a graph with few edges between them.
+
+#include <lintrix/engine/analysis/dissection/sides.h>
+#include <lintrix/engine/analysis/dissection/workspace.h>
+
+namespace Velmar::Lintrix::detail::engine {
+
+/// Takes the halves of a graph and changes them; nothing is between. Where vertices have many neighbours, the
+/// edges between two halves of a coarse graph tell how large their common surface is; the separator of a
+/// coarse graph, as thick as its vertices, does not.
+///
+/// near[0][v] is what it gains to move v to the other side: the weight of its edges that cross less that of
+/// those that do not.
+class Halves {
+public:
+    Halves(const WeightedGraph& graph, Sides& sides, Workspace& work) noexcept
+        : graph_(graph), sides_(sides), work_(work)
+    {
+    }
+
+    /// First halves: breadth first from one vertex, or what crosses least first.
+    void grow(bool breadthFirst);
+    /// Moves of Fiduccia and Mattheyses, as `Separator::refine` makes them.
+    /// @return  the weight of the edges that cross
+    std::int64_t refine(int passes, int heaviest);
+    /// The ends of the crossing edges come between, those of the side where they weigh less.
+    void separate();
+
+private:
+    bool isAtCut(int v) const;
+    void weighEdges();
+    void moveTo(int side, int v, bool queued);
+    void growBreadthFirst();
+    void growByGain();
+    int unseen() const;
+    bool pass(int heaviest);
+
+    const WeightedGraph& graph_;
+    Sides& sides_;
+    Workspace& work_;
+};
+
+} // namespace Velmar::Lintrix::detail::engine
