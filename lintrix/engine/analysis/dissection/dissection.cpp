@@ -35,7 +35,6 @@ struct Piece {
         names = TeamScratch<int>::uninitialised(vertices);
         return names && graph.allocate(vertices, entries);
     }
-    std::span<const int> namesOfAll() const { return names.span(); }
 };
 
 using PiecePointer = std::unique_ptr<Piece>;
@@ -90,19 +89,17 @@ private:
 /// One thread of those that dissect.
 class Dissector {
 public:
-    Dissector(const Graph& whole, std::span<int> order, PieceStack& pieces)
-        : whole_(whole), order_(order), pieces_(pieces), search_(work_)
+    Dissector(const Graph& whole, std::span<int> order, PieceStack& pieces, const WorkMeter& meter)
+        : whole_(whole), order_(order), pieces_(pieces), meter_(meter), search_(work_, meter)
     {
     }
 
-    /// @return  whether there was memory
-    bool run(const WorkMeter& meter)
+    /// @return  whether there was memory, and the work goes on
+    bool run()
     {
         if (!small_.prepare(whole_)) return false;
         while (const PiecePointer piece = pieces_.take()) {
-            const bool done = meter.goesOn() && treat(*piece);
-            if (!done) return false;
-            meter.add(piece->graph.vertices());
+            if (!treat(*piece)) return false;
             pieces_.finish();
         }
         return true;
@@ -122,14 +119,17 @@ private:
     }
     bool orderSmall(const Piece& piece)
     {
-        const auto count = static_cast<std::size_t>(piece.graph.vertices());
-        return small_.run(piece.namesOfAll(), order_.subspan(static_cast<std::size_t>(piece.first), count));
+        const int n = piece.graph.vertices();
+        const auto places =
+            order_.subspan(static_cast<std::size_t>(piece.first), static_cast<std::size_t>(n));
+        return small_.run(piece.names.span(), places) && meter_.add(n);
     }
     bool split(const Piece& piece, const Sides& sides);
 
     const Graph& whole_;
     std::span<int> order_;
     PieceStack& pieces_;
+    const WorkMeter& meter_;
     Workspace work_;
     SeparatorSearch search_;
     PieceOrder small_;
@@ -173,7 +173,7 @@ bool Dissector::split(const Piece& piece, const Sides& sides)
         part.names[placeOf[v]] = piece.names[v];
     }
     for (PiecePointer& part : parts) pieces_.put(std::move(part));
-    return true;
+    return meter_.add(vertices[kBetween]);
 }
 
 PiecePointer wholeOf(const TwinGraph& twins)
@@ -208,10 +208,10 @@ Failure dissect(const Graph& graph, int threads, Ordering ordering)
         if (!order || !first) return outOfMemory(BlockCode::Transient);
         pieces.put(std::move(first));
     }
-    const WorkMeter meter(graph.vertices());
+    const WorkMeter meter(whole.vertices());
     runTeam(whole.vertices() < kWorthAThread ? 1 : threads, [&](const TeamMember&) {
-        Dissector dissector(whole, order.span(), pieces);
-        if (!dissector.run(meter)) pieces.end();
+        Dissector dissector(whole, order.span(), pieces, meter);
+        if (!dissector.run()) pieces.end();
     });
     if (!meter.goesOn()) return stopped();
     if (pieces.hasEnded()) return outOfMemory(BlockCode::Transient);

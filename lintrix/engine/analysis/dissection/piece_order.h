@@ -17,8 +17,8 @@ public:
     /// `graph` lives longer. @return  whether there was memory
     bool prepare(const Graph& graph);
 
-    /// Orders the vertices `names`, given ascending; `order` has as many places. @return  whether there was
-    /// memory
+    /// Orders the vertices `names`, given ascending; `order` has as many places.
+    /// @return  whether there was memory
     bool run(std::span<const int> names, std::span<int> order);
 
 private:

@@ -21,7 +21,7 @@ constexpr int kPasses = 8, kFirstPasses = 4, kPassesOfHalves = 6;
 constexpr double kLeastGain = 0.93;
 /// Of the weight, that a side may have: in a grid, uneven sides pay where the separator is the shorter for
 /// it.
-constexpr double kHeaviestHalf = 0.55, kHeaviestBesideHalves = 0.6, kHeaviestSide = 0.7;
+constexpr double kHeaviestHalf = 0.6, kHeaviestSide = 0.7;
 
 int coarsestOf(int vertices)
 {
@@ -63,7 +63,7 @@ bool SeparatorSearch::searchCoarser(const WeightedGraph& graph, int depth, int t
                                     std::int64_t& quality, bool& found)
 {
     const auto coarseOf = TeamScratch<int>::uninitialised(graph.vertices());
-    if (!coarseOf) return false;
+    if (!coarseOf || !meter_.goesOn()) return false;
     const int heaviest = static_cast<int>(1.5 * graph.weight() / coarsest_) + 1;
     const int vertices = joinVertices(graph, heaviest, work_, coarseOf.span());
     found = vertices <= kLeastGain * graph.vertices();
@@ -110,7 +110,7 @@ bool SeparatorSearch::run(const WeightedGraph& graph, Sides& sides)
     if (!descend(graph, 0, tries, sides, quality)) return false;
     if (!byEdges_) return true;
     Halves(graph, sides, work_).separate();
-    Separator(graph, sides, work_).refine(kPasses, shareOf(graph, kHeaviestBesideHalves));
+    Separator(graph, sides, work_).refine(kPasses, heaviest_);
     return true;
 }
 

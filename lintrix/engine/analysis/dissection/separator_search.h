@@ -4,6 +4,8 @@
 
 #include <lintrix/engine/analysis/dissection/sides.h>
 #include <lintrix/engine/analysis/dissection/workspace.h>
+#include <lintrix/services/export.h>
+#include <lintrix/services/work.h>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -16,13 +18,15 @@ namespace Velmar::Lintrix::detail::engine {
 /// separator at the end alone (see `Halves`).
 class SeparatorSearch {
 public:
-    /// `work` fits the graphs to come, and lives longer.
-    explicit SeparatorSearch(Workspace& work) noexcept : work_(work) {}
+    /// `work` fits the graphs to come; it lives longer, and so does the meter, which is asked whether to go
+    /// on.
+    SeparatorSearch(Workspace& work, const WorkMeter& meter) noexcept : work_(work), meter_(meter) {}
 
     /// Writes the sides of all vertices. Neither side is empty but where the graph has less than three
-    /// vertices, or where each vertex is a neighbour of all others. Cost: O(entries * log(vertices)). @return
-    /// whether there was memory
-    bool run(const WeightedGraph& graph, Sides& sides);
+    /// vertices, or where each vertex is a neighbour of all others.
+    /// Cost: O(entries * log(vertices)).
+    /// @return  whether there was memory, and the work goes on
+    LINTRIX_TESTABLE bool run(const WeightedGraph& graph, Sides& sides);
 
 private:
     bool descend(const WeightedGraph& graph, int depth, int tries, Sides& sides, std::int64_t& quality);
@@ -34,6 +38,7 @@ private:
     std::int64_t improve(const WeightedGraph& graph, Sides& sides, int passes) const;
 
     Workspace& work_;
+    const WorkMeter& meter_;
     bool byEdges_ = false;
     int coarsest_ = 0, heaviest_ = 0;
 };

@@ -4,6 +4,7 @@
 
 #include <lintrix/engine/analysis/graph/graph.h>
 #include <lintrix/engine/call/memory.h>
+#include <lintrix/services/export.h>
 
 #include <cstdint>
 #include <span>
@@ -14,9 +15,9 @@ namespace Velmar::Lintrix::detail::engine {
 /// One block holds it all.
 class WeightedGraph {
 public:
-    /// Room for so many vertices and list entries, `entries` of them at most. @return  whether there was
-    /// memory
-    bool allocate(int vertices, int entries);
+    /// Room for so many vertices and list entries, `entries` of them at most.
+    /// @return  whether there was memory
+    LINTRIX_TESTABLE bool allocate(int vertices, int entries);
 
     int vertices() const noexcept { return vertices_; }
     /// List entries, two an edge.

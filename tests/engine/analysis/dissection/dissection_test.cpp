@@ -16,10 +16,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdlib>
 #include <numeric>
 #include <random>
 #include <set>
+#include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -184,7 +189,7 @@ TEST(Dissection, LeavesAboutTheFillOfMetis)
 {
     const std::vector<NamedGraph> graphs{{"grid", grid(120, 110)},
                                          {"long grid", grid(400, 25)},
-                                         {"cube", cube(20)},
+                                         {"cube", cube(25)},
                                          {"full cube", fullCube(16)},
                                          {"full cube of three unknowns", withTwins(fullCube(9), 3)}};
     for (const NamedGraph& each : graphs) {
@@ -227,7 +232,8 @@ TEST(SeparatorSearch, NoEdgeJoinsTheSidesAndBothAreThere)
         Workspace work;
         Sides sides;
         ASSERT_TRUE(work.fit(n) && sides.allocate(n));
-        ASSERT_TRUE(SeparatorSearch(work).run(weighted, sides));
+        const detail::WorkMeter meter(1.0);
+        ASSERT_TRUE(SeparatorSearch(work, meter).run(weighted, sides));
         std::array<int, 3> weights{};
         for (int v = 0; v < n; ++v) {
             weights[static_cast<std::size_t>(sides.of(v))] += weighted.weightOf(v);
@@ -242,7 +248,7 @@ TEST(SeparatorSearch, NoEdgeJoinsTheSidesAndBothAreThere)
 
 TEST(Dissection, AnyFailingAllocationIsTold)
 {
-    for (const OwnedGraph& graph : {withTwins(grid(30, 30), 2), grid(70, 70)}) {
+    for (const OwnedGraph& graph : {withTwins(grid(18, 15), 2), grid(19, 19)}) {
         for (int k = 0;; ++k) {
             OwnedOrdering ordering = emptyOrdering(graph);
             const FailingAllocator memory(k, Refused::One);
