@@ -16,7 +16,7 @@ struct OrderingCost {
     double of(double nodes, double elements) const { return perNode * nodes + perElement * elements; }
 };
 
-constexpr OrderingCost kDissection{80e3, 8e3}, kMinimumDegree{40e3, 2e3};
+constexpr OrderingCost kDissection{80e3, 12e3}, kMinimumDegree{15e3, 1.5e3};
 
 /// Of the time of a dissection, what it takes where threads share it: the first separator is the work of one.
 double shareOf(double threads)
