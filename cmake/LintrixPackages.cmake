@@ -3,7 +3,7 @@
 # preset hold the same files in its own folders.
 #
 # LINTRIX_MAINTAINER        who answers for the packages
-# LINTRIX_PYTHON_DEPENDS    what the Python package needs beside the library
+# LINTRIX_PYTHON_PACKAGES   what the Python package needs beside the library and an interpreter
 
 if(CMAKE_CROSSCOMPILING)
   return()   # dependencies are told by the packages installed, which are those of this machine
@@ -22,7 +22,7 @@ if(TARGET lintrix_python)
   math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
   set(python_versions "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next_minor})")
 endif()
-set(LINTRIX_PYTHON_DEPENDS "${python_versions}, python3-numpy, python3-scipy" CACHE STRING "What the Python package needs")
+set(LINTRIX_PYTHON_PACKAGES "python3-numpy, python3-scipy" CACHE STRING "What the Python package needs beside an interpreter")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME lintrix)
@@ -123,7 +123,7 @@ describe_package(distributed NAME lintrix-mpi SECTION math SHLIBDEPS
 describe_package(documents NAME lintrix-doc SECTION doc MULTIARCH foreign ARCHITECTURE all
   DESCRIPTION "double-precision linear algebra - documents\n${about}\n\nThis package holds the manual and the examples.")
 describe_package(python NAME python3-lintrix SECTION python SHLIBDEPS
-  DEPENDS "${library_package} (= ${LINTRIX_PACKAGE_VERSION}), ${LINTRIX_PYTHON_DEPENDS}"
+  DEPENDS "${library_package} (= ${LINTRIX_PACKAGE_VERSION}), ${python_versions}, ${LINTRIX_PYTHON_PACKAGES}"
   OVERRIDES "custom-library-search-path RUNPATH *"
   DESCRIPTION "double-precision linear algebra - Python module\n${about}\n\nThis package holds the module lintrix for Python 3.")
 

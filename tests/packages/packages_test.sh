@@ -50,7 +50,7 @@ EachTellsWhatItIs()
     names_and_sections | while read -r name section; do
         has "$name" Section "^$section \$"
         has "$name" Maintainer '^[^<>]+ <[^ @]+@[^ @]+>'
-        has "$name" Description '^double-precision linear algebra - [a-z ]+  Lintrix has dense matrices'
+        has "$name" Description '^double-precision linear algebra - [A-Za-z ]+  Lintrix has dense matrices'
         has "$name" Version '^[0-9]+\.[0-9]+\.[0-9]+-1'
     done
     has lintrix-doc Architecture '^all $'
