@@ -78,6 +78,8 @@ if(TARGET lintrix_python)
   found_version(bindings/python pybind11_VERSION pybind11_version)
   add_dependency(pybind11 LICENCE BSD-3-Clause VERSION "${pybind11_version}" USED_BY python
     URL "https://github.com/pybind/pybind11" TARGETS pybind11::module pybind11::headers pybind11::pybind11)
+  add_dependency(CPython LICENCE Python-2.0.1 VERSION "${Python_VERSION}" USED_BY python URL "https://www.python.org"
+    TARGETS Python::Module)
 endif()
 
 # The targets that are linked, whatever the table says, and what is made of them: part, name, file.

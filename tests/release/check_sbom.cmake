@@ -21,7 +21,7 @@ expect_text("[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]T[0-9][0-9]:[0-9][0-9]:[0
 expect_text("(Person|Organization|Tool): .+" creationInfo creators 0)
 
 # Of the list of licences that SPDX keeps, those that are told here.
-set(known MIT BSD-3-Clause BSD-3-Clause-Open-MPI CECILL-C Apache-2.0 Zlib libpng-2.0 LGPL-2.1-or-later "GPL-3.0-or-later WITH GCC-exception-3.1"
+set(known MIT BSD-3-Clause BSD-3-Clause-Open-MPI CECILL-C Python-2.0.1 Apache-2.0 Zlib libpng-2.0 LGPL-2.1-or-later "GPL-3.0-or-later WITH GCC-exception-3.1"
   "Apache-2.0 WITH LLVM-exception")
 set(ids SPDXRef-DOCUMENT)
 set(names "")
