@@ -2,8 +2,8 @@
 //
 //     mpirun -np 2 ranks_exchange
 //
-// Told on one line of JSON: microseconds of an empty message one way, bytes a second of a message of 8 MB, and
-// the operations a second of a product of matrices of a front's size, on one thread of each rank at once.
+// Told on one line of JSON: microseconds of an empty message one way, bytes a second of a message of 8 MB,
+// and the operations a second of a product of matrices of a front's size, on one thread of each rank at once.
 
 #include <lintrix/services/blas.h>
 
@@ -44,7 +44,8 @@ double operationsPerSecond(int n, int rounds)
     for (int round = 0; round < rounds; ++round) {
         MPI_Barrier(MPI_COMM_WORLD);
         const double start = MPI_Wtime();
-        Velmar::Lintrix::detail::blas::gemm('N', 'N', n, n, n, 1.0, a.data(), n, b.data(), n, 0.0, c.data(), n);
+        Velmar::Lintrix::detail::blas::gemm('N', 'N', n, n, n, 1.0, a.data(), n, b.data(), n, 0.0, c.data(),
+                                            n);
         least = std::min(least, MPI_Wtime() - start);
     }
     return 2.0 * n * n * n / least;

@@ -118,15 +118,15 @@ std::string forecastInWords(const Session& run, const DistributedForecast& forec
 {
     const bool json = run.options.common.json;
     if (json)
-        return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"ranks\": {}, "
-                           "\"ordering\": {}, \"factor_entries\": {}, \"operations\": {}, "
-                           "\"bytes_largest_rank\": {}, \"bytes_all_ranks\": {}, \"bytes_vectors_each_rank\": {}, "
-                           "\"seconds\": {}}}\n",
-                           jsonString(run.report.matrix), run.matrix.rows, run.matrix.cols,
-                           run.report.entries, run.all.ranks(), jsonString(NameOf(forecast.ordering)),
-                           forecast.factorEntries, jsonNumber(forecast.operations),
-                           jsonNumber(forecast.bytesLargest), jsonNumber(forecast.bytesAll),
-                           jsonNumber(vectorBytes), asJson(run.report.seconds));
+        return fmt::format(
+            "{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"ranks\": {}, "
+            "\"ordering\": {}, \"factor_entries\": {}, \"operations\": {}, "
+            "\"bytes_largest_rank\": {}, \"bytes_all_ranks\": {}, \"bytes_vectors_each_rank\": {}, "
+            "\"seconds\": {}}}\n",
+            jsonString(run.report.matrix), run.matrix.rows, run.matrix.cols, run.report.entries,
+            run.all.ranks(), jsonString(NameOf(forecast.ordering)), forecast.factorEntries,
+            jsonNumber(forecast.operations), jsonNumber(forecast.bytesLargest), jsonNumber(forecast.bytesAll),
+            jsonNumber(vectorBytes), asJson(run.report.seconds));
     return line("matrix", printable(run.report.matrix)) +
            line("size", fmt::format("{} x {}", run.matrix.rows, run.matrix.cols)) +
            line("entries", fmt::format("{}", run.report.entries)) +
@@ -145,7 +145,8 @@ int forecastOnly(Session& run, DistributedSystem<Cell>& system)
 {
     const std::optional<DistributedForecast>& forecast = system.Forecast();
     run.all.reachAtRoot([&] {
-        if (forecast) return writeReport(forecastInWords(run, *forecast, system.VectorBytes(run.report.rightHands)));
+        if (forecast)
+            return writeReport(forecastInWords(run, *forecast, system.VectorBytes(run.report.rightHands)));
         tellUser(
             fmt::format("{}: there is nothing to factorize: a row or a column is zero", run.report.matrix));
     });

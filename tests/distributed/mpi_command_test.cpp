@@ -155,8 +155,8 @@ TEST(MpiCommand, TheForecastCountsTheVectorsOfAllRightHandSides)
     const Scratch scratch;
     std::string b = "%%MatrixMarket matrix array real general\n132 5\n";
     for (int i = 0; i < 132 * 5; ++i) b += "1\n";
-    const Outcome outcome =
-        runOn(2, {"solve", dataFile("bcsstk04.mtx"), "--rhs", scratch.file("b.mtx", b), "--forecast", "--json"});
+    const Outcome outcome = runOn(
+        2, {"solve", dataFile("bcsstk04.mtx"), "--rhs", scratch.file("b.mtx", b), "--forecast", "--json"});
     ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
     EXPECT_EQ(parseJson(outcome.out)["bytes_vectors_each_rank"].number(), 132 * 8 * 4 * 6);
 }
@@ -258,8 +258,8 @@ TEST(MpiCommand, ARankThatIsKilledAtItsWorkEndsThoseThatWaitForIt)
     const std::string script = R"([ "$OMPI_COMM_WORLD_RANK" = 1 ] && { sleep 3; kill -9 $$; } & exec "$@")";
     for (const std::string& word :
          {std::string(LINTRIX_MPIEXEC), std::string("-np"), std::string("2"), std::string("sh"),
-          std::string("-c"), script, std::string("sh"), std::string(LINTRIX_MPI_COMMAND), std::string("solve"),
-          dataFile("bcsstk04.mtx"), std::string("--rhs"), pipe})
+          std::string("-c"), script, std::string("sh"), std::string(LINTRIX_MPI_COMMAND),
+          std::string("solve"), dataFile("bcsstk04.mtx"), std::string("--rhs"), pipe})
         invocation.arguments.push_back(word);
     const Outcome outcome = run(invocation);
     EXPECT_EQ(outcome.exitCode, 128 + 9);
