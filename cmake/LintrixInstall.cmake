@@ -24,20 +24,27 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" "${PROJECT_SOURCE_DIR}/examples"
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.cpp" PATTERN "*.h" PATTERN "*.expected"
   PATTERN "man" EXCLUDE)
 
-if(TARGET lintrix_command)
+# install_command(target name component pages): a program with its completion, which is one for all, and its pages.
+function(install_command target name component pages)
+  if(NOT TARGET ${target})
+    return()
+  endif()
   # It finds the library from where it stands, and a static build of it finds BLAS.
   cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
     BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}" OUTPUT_VARIABLE lib_from_bin)
-  set_target_properties(lintrix_command PROPERTIES
+  set_target_properties(${target} PROPERTIES
     INSTALL_RPATH "$ORIGIN/${lib_from_bin};${LINTRIX_BLAS_DIR}" BUILD_WITH_INSTALL_RPATH ON)
-  install(TARGETS lintrix_command COMPONENT command)
+  install(TARGETS ${target} COMPONENT ${component})
   install(FILES "${PROJECT_SOURCE_DIR}/tools/completion/lintrix"
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT command)
-  install(FILES "${PROJECT_SOURCE_DIR}/tools/completion/_lintrix" DESTINATION "${LINTRIX_ZSH_DIR}" COMPONENT command)
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT ${component} RENAME ${name})
+  install(FILES "${PROJECT_SOURCE_DIR}/tools/completion/_lintrix"
+    DESTINATION "${LINTRIX_ZSH_DIR}" COMPONENT ${component} RENAME _${name})
   if(LINTRIX_FLAVOUR MATCHES "^(release|debug|hardened)$")   # those whose command may be asked for its pages
-    install(DIRECTORY "${PROJECT_BINARY_DIR}/man/" DESTINATION "${CMAKE_INSTALL_MANDIR}" COMPONENT command)
+    install(DIRECTORY "${PROJECT_BINARY_DIR}/${pages}/" DESTINATION "${CMAKE_INSTALL_MANDIR}" COMPONENT ${component})
   endif()
-endif()
+endfunction()
+install_command(lintrix_command lintrix command man)
+install_command(lintrix_mpi_command lintrix-mpi distributed man_mpi)
 
 # The CMake package. A shared library brings its own dependencies along; a static one hands them on.
 install(EXPORT Lintrix NAMESPACE Lintrix:: FILE LintrixTargets.cmake DESTINATION "${LINTRIX_CMAKE_DIR}"

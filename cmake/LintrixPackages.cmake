@@ -3,7 +3,7 @@
 # preset hold the same files in its own folders.
 #
 # LINTRIX_MAINTAINER        who answers for the packages
-# LINTRIX_PYTHON_DEPENDS    what the Python package needs beside the library
+# LINTRIX_PYTHON_PACKAGES   what the Python package needs beside the library and an interpreter
 
 if(CMAKE_CROSSCOMPILING)
   return()   # dependencies are told by the packages installed, which are those of this machine
@@ -16,7 +16,13 @@ if(NOT LINTRIX_DPKG_SHLIBDEPS OR NOT LINTRIX_GZIP)
 endif()
 
 set(LINTRIX_MAINTAINER "The Lintrix developers <developers@lintrix.invalid>" CACHE STRING "Maintainer of the packages")
-set(LINTRIX_PYTHON_DEPENDS "python3, python3-numpy, python3-scipy" CACHE STRING "What the Python package needs")
+# The module is of one minor version of Python.
+set(python_versions "python3")
+if(TARGET lintrix_python)
+  math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
+  set(python_versions "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next_minor})")
+endif()
+set(LINTRIX_PYTHON_PACKAGES "python3-numpy, python3-scipy" CACHE STRING "What the Python package needs beside an interpreter")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME lintrix)
@@ -109,12 +115,24 @@ describe_package(command NAME lintrix SECTION math SHLIBDEPS
   DEPENDS "${library_package} (= ${LINTRIX_PACKAGE_VERSION})"
   OVERRIDES "custom-library-search-path RUNPATH *"
   DESCRIPTION "double-precision linear algebra - command\n${about}\n\nThis package holds the command lintrix, which reads Matrix Market files.")
+# What starts the ranks is of its use; without it not even one rank begins.
+describe_package(distributed NAME lintrix-mpi SECTION math SHLIBDEPS
+  DEPENDS "${library_package} (= ${LINTRIX_PACKAGE_VERSION}), libopenblas0-openmp, openmpi-bin"
+  OVERRIDES "custom-library-search-path RUNPATH *"
+  DESCRIPTION "double-precision linear algebra - command for several machines\n${about}\n\nThis package holds the command lintrix-mpi, which solves one sparse system on\nseveral machines over MPI.")
 describe_package(documents NAME lintrix-doc SECTION doc MULTIARCH foreign ARCHITECTURE all
   DESCRIPTION "double-precision linear algebra - documents\n${about}\n\nThis package holds the manual and the examples.")
 describe_package(python NAME python3-lintrix SECTION python SHLIBDEPS
-  DEPENDS "${library_package} (= ${LINTRIX_PACKAGE_VERSION}), ${LINTRIX_PYTHON_DEPENDS}"
+  DEPENDS "${library_package} (= ${LINTRIX_PACKAGE_VERSION}), ${python_versions}, ${LINTRIX_PYTHON_PACKAGES}"
   OVERRIDES "custom-library-search-path RUNPATH *"
   DESCRIPTION "double-precision linear algebra - Python module\n${about}\n\nThis package holds the module lintrix for Python 3.")
+
+# What Python keeps of a module that it has read goes with the package.
+foreach(script IN ITEMS postinst prerm)
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/debian/python_${script}.in" "${debian}/${script}" @ONLY
+    FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+endforeach()
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${debian}/postinst;${debian}/prerm")
 
 include(CPack)
 add_custom_target(packages
@@ -122,7 +140,8 @@ add_custom_target(packages
   COMMAND "${CMAKE_CPACK_COMMAND}" -G DEB --config "${PROJECT_BINARY_DIR}/CPackConfig.cmake"
   WORKING_DIRECTORY "${PROJECT_BINARY_DIR}" VERBATIM
   COMMENT "Packages: ${CPACK_PACKAGE_DIRECTORY}")
-add_dependencies(packages lintrix)
-if(TARGET lintrix_command)
-  add_dependencies(packages lintrix_command)
-endif()
+foreach(part IN ITEMS lintrix lintrix_command lintrix_mpi_command lintrix_python)
+  if(TARGET ${part})
+    add_dependencies(packages ${part})
+  endif()
+endforeach()

@@ -104,6 +104,10 @@ public:
     }
 
     const RowLayout& layout() const noexcept { return layout_; }
+    double vectorBytes(std::int32_t columns) const noexcept
+    {
+        return static_cast<double>(sizeof(Cell)) * rows_.size * kWholeVectors * (columns + 1.0);
+    }
     const std::optional<DistributedForecast>& forecast();
     DistributedAnswer<Cell> solve(std::span<const Cell> b, std::int32_t columns,
                                   const std::vector<Cell>* known);
@@ -194,10 +198,9 @@ double DistributedSystem<Cell>::Work::allowed() const
 template <class Cell>
 void DistributedSystem<Cell>::Work::requireRoom(std::int32_t columns) const
 {
-    const double vectors = static_cast<double>(sizeof(Cell)) * rows_.size * kWholeVectors * (columns + 1.0);
     const double held =
         static_cast<double>(sizeof(Cell) + sizeof(std::int32_t)) * static_cast<double>(rows_.values.size());
-    const double taken = forecast_->bytesHere + vectors + (options_.memory ? held : 0.0);
+    const double taken = forecast_->bytesHere + vectorBytes(columns) + (options_.memory ? held : 0.0);
     const double room = allowed();
     all_.reach([&] {
         if (taken <= room) return;
@@ -420,6 +423,12 @@ template <class Cell>
 const std::optional<DistributedForecast>& DistributedSystem<Cell>::Forecast()
 {
     return work_->forecast();
+}
+
+template <class Cell>
+double DistributedSystem<Cell>::VectorBytes(std::int32_t columns) const noexcept
+{
+    return work_->vectorBytes(columns);
 }
 
 template <class Cell>

@@ -38,7 +38,7 @@ struct DistributedAnswer {
 /// Every rank calls every member, and all of them fail together: with DistributedFailure, whatever it was
 /// that failed, and wherever. Destruction is a call of all ranks, too.
 ///
-/// A solve takes, on every rank, whole vectors: four times the columns and one more. The verdict is that of
+/// A solve takes, on every rank, whole vectors: see `VectorBytes`. The verdict is that of
 /// `LinearSystem`, by the same limits: residuals in twice the precision, a known solution solved for beside,
 /// and the size of the last correction.
 template <class Cell>
@@ -57,6 +57,9 @@ public:
     /// Analyses, the first time. None of a matrix with a row or a column of zeros, of which nothing is
     /// factorized.
     const std::optional<DistributedForecast>& Forecast();
+    /// What a solve of so many columns holds on every rank beside the factor, which no forecast counts: four
+    /// whole vectors for each column and for the known solution beside them.
+    double VectorBytes(std::int32_t columns = 1) const noexcept;
 
     /// B by rows, each rank's own: column by column, as many columns everywhere. Factorizes, the first time.
     /// @throws DistributedFailure  also where the forecast exceeds the memory that is allowed or left

@@ -114,18 +114,19 @@ Solution told(Session& run, const RowLayout& layout, DistributedAnswer<Cell>& an
     return tell(answer.told, run.report);
 }
 
-std::string forecastInWords(const Session& run, const DistributedForecast& forecast)
+std::string forecastInWords(const Session& run, const DistributedForecast& forecast, double vectorBytes)
 {
     const bool json = run.options.common.json;
     if (json)
-        return fmt::format("{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"ranks\": {}, "
-                           "\"ordering\": {}, \"factor_entries\": {}, \"operations\": {}, "
-                           "\"bytes_largest_rank\": {}, \"bytes_all_ranks\": {}, \"seconds\": {}}}\n",
-                           jsonString(run.report.matrix), run.matrix.rows, run.matrix.cols,
-                           run.report.entries, run.all.ranks(), jsonString(NameOf(forecast.ordering)),
-                           forecast.factorEntries, jsonNumber(forecast.operations),
-                           jsonNumber(forecast.bytesLargest), jsonNumber(forecast.bytesAll),
-                           asJson(run.report.seconds));
+        return fmt::format(
+            "{{\"matrix\": {}, \"rows\": {}, \"cols\": {}, \"entries\": {}, \"ranks\": {}, "
+            "\"ordering\": {}, \"factor_entries\": {}, \"operations\": {}, "
+            "\"bytes_largest_rank\": {}, \"bytes_all_ranks\": {}, \"bytes_vectors_each_rank\": {}, "
+            "\"seconds\": {}}}\n",
+            jsonString(run.report.matrix), run.matrix.rows, run.matrix.cols, run.report.entries,
+            run.all.ranks(), jsonString(NameOf(forecast.ordering)), forecast.factorEntries,
+            jsonNumber(forecast.operations), jsonNumber(forecast.bytesLargest), jsonNumber(forecast.bytesAll),
+            jsonNumber(vectorBytes), asJson(run.report.seconds));
     return line("matrix", printable(run.report.matrix)) +
            line("size", fmt::format("{} x {}", run.matrix.rows, run.matrix.cols)) +
            line("entries", fmt::format("{}", run.report.entries)) +
@@ -134,6 +135,8 @@ std::string forecastInWords(const Session& run, const DistributedForecast& forec
            line("operations", numberInWords(forecast.operations)) +
            line("memory", fmt::format("{} on the rank that takes most, {} on all",
                                       bytesInWords(forecast.bytesLargest), bytesInWords(forecast.bytesAll))) +
+           line("vectors", fmt::format("{} more on each rank, for {} right-hand sides",
+                                       bytesInWords(vectorBytes), run.report.rightHands)) +
            line("seconds", asText(run.report.seconds));
 }
 
@@ -142,7 +145,8 @@ int forecastOnly(Session& run, DistributedSystem<Cell>& system)
 {
     const std::optional<DistributedForecast>& forecast = system.Forecast();
     run.all.reachAtRoot([&] {
-        if (forecast) return writeReport(forecastInWords(run, *forecast));
+        if (forecast)
+            return writeReport(forecastInWords(run, *forecast, system.VectorBytes(run.report.rightHands)));
         tellUser(
             fmt::format("{}: there is nothing to factorize: a row or a column is zero", run.report.matrix));
     });

@@ -1,5 +1,5 @@
-# Makes a manual page of what `lintrix [COMMAND] --help` prints, which is the one source of its text.
-# Variables: name (lintrix-solve), version, date.
+# Makes a manual page of what `PROGRAM [COMMAND] --help` prints, which is the one source of its text.
+# Variables: program (lintrix), name (lintrix-solve), version, date.
 
 function escaped(text)
 {
@@ -17,7 +17,7 @@ function escaped(text)
 function styled(term,    at, rest)
 {
     at = index(term, " ")
-    if (at == 0) return (term ~ /^[A-Z]+$/ && name != "lintrix" ? "\\fI" : "\\fB") escaped(term) "\\fR"
+    if (at == 0) return (term ~ /^[A-Z]+$/ && name != program ? "\\fI" : "\\fB") escaped(term) "\\fR"
     rest = escaped(substr(term, at + 1))
     rest = rest ~ /\|/ ? "\\fB" rest "\\fR" : "\\fI" rest "\\fR"
     return "\\fB" escaped(substr(term, 1, at - 1)) "\\fR " rest
@@ -73,14 +73,21 @@ NR == 1 { title = $0; next }
 /^  [^ ]/ && section != "" { item($0); next }
 /^   / && section != "" { sub(/^ +/, ""); say(section, escaped($0 note)); next }
 /^Exit code: / { exit_codes(substr($0, 12)); next }
+# A line to be typed stands inwards. Any other one goes on with the one before it, unless that ended a sentence.
+/^  / {
+    sub(/^ +/, "")
+    say("DESCRIPTION", ".RS 2\n" escaped($0) "\n.RE")
+    ended = 0
+    next
+}
 {
+    if (ended) say("DESCRIPTION", ".br")
     say("DESCRIPTION", escaped($0))
-    if (/[.:]$/) say("DESCRIPTION", ".br")
+    ended = /[.:]$/
 }
 
 END {
     sub(/^Lintrix: /, "", title)
-    sub(/\.br\n$/, "", body["DESCRIPTION"])
     print ".TH " toupper(escaped(name)) " 1 \"" date "\" \"Lintrix " version "\" \"User Commands\""
     print ".SH NAME\n" escaped(name) " \\- " escaped(title)
     print ".SH SYNOPSIS\n\\fB" escaped(usage) "\\fR"
@@ -88,6 +95,6 @@ END {
     for (i = 1; i <= count; ++i)
         if (body[order[i]] != "") printf ".SH %s\n%s", order[i], body[order[i]]
     print ".SH SEE ALSO"
-    if (name != "lintrix") print ".BR lintrix (1)"
-    for (i = 1; i <= others; ++i) print ".BR lintrix\\-" other[i] (i < others ? " (1)," : " (1)")
+    if (name != program) print ".BR " escaped(program) " (1)"
+    for (i = 1; i <= others; ++i) print ".BR " escaped(program "-" other[i]) (i < others ? " (1)," : " (1)")
 }

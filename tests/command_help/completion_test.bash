@@ -31,22 +31,37 @@ expect() # LINE WORDS...
     fi
 }
 
-expect 'analyse|convert|eig|info|solve|svd' ''
-expect 'solve|svd' s
-expect '--help|--version|-h' -
-expect 'a matrix.mtx|other.mtx' solve ''
-expect 'a matrix.mtx' solve a
-expect '--rhs' solve --rh
-expect 'a matrix.mtx|other.mtx' solve --rhs ''
-expect 'auto|indefinite|positive-definite|structurally-symmetric|unsymmetric' solve --type ''
-expect 'auto|indefinite|positive-definite|structurally-symmetric|unsymmetric' solve --type =
-expect 'positive-definite' solve --type = p
-expect 'lanczos|restarted' svd --method ''
-expect '' solve --threads ''
-expect 'a matrix.mtx|other.mtx' solve --json ''
+of_lintrix()
+{
+    expect 'analyse|convert|eig|info|solve|svd' ''
+    expect 'solve|svd' s
+    expect '--help|--version|-h' -
+    expect 'a matrix.mtx|other.mtx' solve ''
+    expect 'a matrix.mtx' solve a
+    expect '--rhs' solve --rh
+    expect 'a matrix.mtx|other.mtx' solve --rhs ''
+    expect 'auto|indefinite|positive-definite|structurally-symmetric|unsymmetric' solve --type ''
+    expect 'auto|indefinite|positive-definite|structurally-symmetric|unsymmetric' solve --type =
+    expect 'positive-definite' solve --type = p
+    expect 'lanczos|restarted' svd --method ''
+    expect '' solve --threads ''
+    expect 'a matrix.mtx|other.mtx' solve --json ''
+}
+
+of_lintrix_mpi()
+{
+    expect 'solve' ''
+    expect '--help|--version|-h' -
+    expect 'a matrix.mtx|other.mtx' solve --rhs ''
+    expect '' solve --memory ''
+}
+
+commands=$("$command" --help | awk '/^Subcommands:/ { on = 1; next } /^$/ { on = 0 } on { print $1 }')
+program=$(basename "$command")
+"of_${program//-/_}"
 
 # Each option that the help of a command tells, and no other.
-for name in '' solve info convert analyse svd eig; do
+for name in '' $commands; do
     told=$("$command" $name --help | grep -oE '^  -[^ ]+' | tr -d ' ' | tr ',' '\n' | sort | paste -sd '|')
     if [ -z "$told" ]; then echo "No options are told of '$name'" && failures=$((failures + 1)); fi
     expect "$told" $name -

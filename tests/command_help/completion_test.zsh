@@ -32,18 +32,32 @@ expect() # LINE WORDS...
   fi
 }
 
-expect 'analyse|convert|eig|info|solve|svd' ''
-expect '--help|--version|-h' -
-expect FILES solve ''
-expect FILES solve --rhs ''
-expect 'auto|indefinite|positive-definite|structurally-symmetric|unsymmetric' solve --type ''
-expect 'auto|indefinite|positive-definite|structurally-symmetric|unsymmetric' solve --type=
-expect 'lanczos|restarted' svd --method ''
-expect 'MESSAGE N' solve --threads ''
-expect FILES solve --json ''
+of_lintrix()
+{
+  expect 'analyse|convert|eig|info|solve|svd' ''
+  expect '--help|--version|-h' -
+  expect FILES solve ''
+  expect FILES solve --rhs ''
+  expect 'auto|indefinite|positive-definite|structurally-symmetric|unsymmetric' solve --type ''
+  expect 'auto|indefinite|positive-definite|structurally-symmetric|unsymmetric' solve --type=
+  expect 'lanczos|restarted' svd --method ''
+  expect 'MESSAGE N' solve --threads ''
+  expect FILES solve --json ''
+}
+
+of_lintrix_mpi()
+{
+  expect solve ''
+  expect '--help|--version|-h' -
+  expect FILES solve --rhs ''
+  expect 'MESSAGE MB' solve --memory ''
+}
+
+known=(${(f)"$($program --help | awk '/^Subcommands:/ { on = 1; next } /^$/ { on = 0 } on { print $1 }')"})
+of_${${program:t}//-/_}
 
 # Each option that the help of a command tells, and no other.
-for name in '' solve info convert analyse svd eig; do
+for name in '' $known; do
   told=$($program ${name:+$name} --help | grep -oE '^  -[^ ]+' | tr -d ' ' | tr ',' '\n' | sort | paste -sd '|')
   [[ -n $told ]] || { print "No options are told of '$name'"; ((++failures)); }
   expect $told ${name:+$name} -

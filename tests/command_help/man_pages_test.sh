@@ -4,6 +4,7 @@
 set -u
 folder=$1
 command=$2
+program=$(basename "$command")
 failures=0
 
 fail()
@@ -18,7 +19,7 @@ words() { tr -s ' \n\t' '  ' | sed 's/ $//'; }
 commands=$("$command" --help | awk '/^Subcommands:/ { on = 1; next } /^$/ { on = 0 } on { print $1 }')
 [ -n "$commands" ] || fail "$command --help names no commands"
 for name in "" $commands; do
-    page=$folder/man1/lintrix${name:+-$name}.1.gz
+    page=$folder/man1/$program${name:+-$name}.1.gz
     if ! [ -f "$page" ]; then
         fail "$page is missing"
         continue

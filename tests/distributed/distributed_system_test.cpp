@@ -275,6 +275,14 @@ TEST(DistributedSystem, RightHandSidesOfAnotherLengthFailOnAll)
               "A rank brings other rows of a right-hand side than of the matrix");
 }
 
+TEST(DistributedSystem, TellsTheVectorsOfASolve)
+{
+    const std::int32_t n = world().ranks();
+    const DistributedSystem<double> system(MPI_COMM_WORLD, bidiagonal(n, world().rank(), 1));
+    EXPECT_EQ(system.VectorBytes(), 8.0 * n * 4 * 2);
+    EXPECT_EQ(system.VectorBytes(9), 8.0 * n * 4 * 10);
+}
+
 TEST(DistributedSystem, MoreThanTheMemoryAllowedIsNotBegun)
 {
     DistributedSystem<double> system(MPI_COMM_WORLD, bidiagonal(world().ranks(), world().rank(), 1),

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace Velmar::Lintrix::testing {
 namespace {
 
@@ -145,6 +147,73 @@ TEST(MpiCommand, TellsWhatTheFactorizationWouldTake)
     EXPECT_GE(forecast["factor_entries"].number(), 1890);
     EXPECT_GE(forecast["bytes_all_ranks"].number(), forecast["bytes_largest_rank"].number());
     EXPECT_GT(forecast["operations"].number(), 0.0);
+    EXPECT_EQ(forecast["bytes_vectors_each_rank"].number(), 132 * 8 * 4 * 2); // a column, and the known one
+}
+
+TEST(MpiCommand, TheForecastCountsTheVectorsOfAllRightHandSides)
+{
+    const Scratch scratch;
+    std::string b = "%%MatrixMarket matrix array real general\n132 5\n";
+    for (int i = 0; i < 132 * 5; ++i) b += "1\n";
+    const Outcome outcome = runOn(
+        2, {"solve", dataFile("bcsstk04.mtx"), "--rhs", scratch.file("b.mtx", b), "--forecast", "--json"});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(parseJson(outcome.out)["bytes_vectors_each_rank"].number(), 132 * 8 * 4 * 6);
+}
+
+TEST(MpiCommand, FewerLinesAndFewerRowsThanRanksWillDo)
+{
+    const Scratch scratch;
+    const std::string one = scratch.file("one.mtx", kHead + "1 1 1\n1 1 4\n");
+    const std::string two = scratch.file("two.mtx", kHead + "2 2 2\n1 2 4\n2 1 -1\n");
+    for (const std::string& file : {one, two}) {
+        const Json found = reportOn(4, {file});
+        EXPECT_EQ(found["status"].text(), "accurate");
+        EXPECT_EQ(found["max_error"].number(), 0.0);
+    }
+}
+
+TEST(MpiCommand, RowsThatAreEmptyOnARankAreNamed)
+{
+    const Scratch scratch;
+    const std::string file = scratch.file("a.mtx", kHead + "4 4 4\n1 1 1\n2 2 1\n1 3 1\n2 4 1\n");
+    for (const int ranks : {1, 2, 4}) {
+        const Outcome outcome = runOn(ranks, {"solve", file});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.err,
+                  "lintrix: " + file + ": there is no good solution: singular: row 3 of 4 is zero\n");
+    }
+}
+
+TEST(MpiCommand, AFaultInAPartThatOneRankReadsIsToldWithItsLine)
+{
+    const Scratch scratch;
+    std::string text = kHead + "200 200 200\n";
+    for (int i = 1; i <= 200; ++i) text += std::to_string(i) + ' ' + std::to_string(i) + " 1.5\n";
+    std::string binary = text, endless = text;
+    binary.replace(binary.find("150 150 1.5"), 11, std::string(11, '\0'));
+    endless.replace(endless.find("150 150 1.5"), 11, std::string(5000, '7'));
+    for (const std::string& content : {binary, endless, text.substr(0, text.find("150 150 1.5") + 5)}) {
+        const std::string file = scratch.file("bad.mtx", content);
+        const Outcome expected = run({"solve", file}), found = runOn(2, {"solve", file});
+        ASSERT_EQ(expected.exitCode, 2);
+        EXPECT_EQ(found.exitCode, 2);
+        EXPECT_EQ(found.err, expected.err);
+        EXPECT_THAT(found.err, HasSubstr(":152: "));
+    }
+}
+
+TEST(MpiCommand, WithoutMpirunItIsOneRank)
+{
+    Invocation invocation;
+    invocation.program = "/usr/bin/timeout";
+    invocation.arguments = withSettings({"60"});
+    for (const std::string& word : {std::string(LINTRIX_MPI_COMMAND), std::string("solve"),
+                                    dataFile("bcsstk04.mtx"), std::string("--json")})
+        invocation.arguments.push_back(word);
+    const Outcome outcome = run(invocation);
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(parseJson(outcome.out)["ranks"].number(), 1);
 }
 
 TEST(MpiCommand, IsNotBegunWhereTheMemoryAllowedIsTooSmall)
@@ -175,6 +244,27 @@ TEST(MpiCommand, ARankThatIsKilledEndsTheOthers)
     EXPECT_NE(outcome.exitCode, 0);
     EXPECT_NE(outcome.exitCode, 124); // of `timeout`
     EXPECT_NE(outcome.err, "");
+}
+
+/// Rank 0 waits for a right-hand side that nobody writes, the others for rank 0, until one of them is killed.
+TEST(MpiCommand, ARankThatIsKilledAtItsWorkEndsThoseThatWaitForIt)
+{
+    const Scratch scratch;
+    const std::string pipe = scratch.at("b.mtx");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    Invocation invocation;
+    invocation.program = "/usr/bin/timeout";
+    invocation.arguments = withSettings({"60"});
+    const std::string script = R"([ "$OMPI_COMM_WORLD_RANK" = 1 ] && { sleep 3; kill -9 $$; } & exec "$@")";
+    for (const std::string& word :
+         {std::string(LINTRIX_MPIEXEC), std::string("-np"), std::string("2"), std::string("sh"),
+          std::string("-c"), script, std::string("sh"), std::string(LINTRIX_MPI_COMMAND),
+          std::string("solve"), dataFile("bcsstk04.mtx"), std::string("--rhs"), pipe})
+        invocation.arguments.push_back(word);
+    const Outcome outcome = run(invocation);
+    EXPECT_EQ(outcome.exitCode, 128 + 9);
+    EXPECT_THAT(outcome.err, HasSubstr("signal 9"));
+    EXPECT_EQ(outcome.out, "");
 }
 
 TEST(MpiCommand, WrongUsageIsOneLineFromOneRank)

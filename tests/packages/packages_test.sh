@@ -1,10 +1,13 @@
 #!/bin/sh
-# packages_test.sh CASE PACKAGES README WORK: one case on the packages in the folder PACKAGES.
+# packages_test.sh CASE PACKAGES README WORK ['NAME SECTION'...]: one case on the packages in the folder PACKAGES. NAME is one
+# of those that are made where their dependencies are found.
 set -eu
 case=$1
 packages=$2
 readme=$3
 work=$4
+shift 4
+found=$(printf '%s\n' "$@")
 . "$(dirname "$0")/readme.sh"
 not_run=77 # what ctest takes for a test that was not run
 
@@ -24,7 +27,12 @@ package()
 }
 
 # Each name in turn, with the section that it belongs to.
-names_and_sections() { printf '%s\n' "$library libs" "liblintrix-dev libdevel" "lintrix math" "lintrix-doc doc"; }
+names_and_sections()
+{
+    printf '%s\n' "$library libs" "liblintrix-dev libdevel" "lintrix math" "lintrix-doc doc" "$found" | sed '/^$/d'
+}
+
+is_made() { names_and_sections | grep -q "^$1 "; }
 
 field() { dpkg-deb -f "$(package "$1")" "$2"; }
 
@@ -42,10 +50,12 @@ EachTellsWhatItIs()
     names_and_sections | while read -r name section; do
         has "$name" Section "^$section \$"
         has "$name" Maintainer '^[^<>]+ <[^ @]+@[^ @]+>'
-        has "$name" Description '^double-precision linear algebra - [a-z ]+  Lintrix has dense matrices'
+        has "$name" Description '^double-precision linear algebra - [A-Za-z ]+  Lintrix has dense matrices'
         has "$name" Version '^[0-9]+\.[0-9]+\.[0-9]+-1'
     done
     has lintrix-doc Architecture '^all $'
+    [ "$(names_and_sections | wc -l)" -eq "$(find "$packages" -name '*.deb' | wc -l)" ] ||
+        fail "not these: $(ls "$packages")"
 }
 
 TheyDependOnWhatTheyNeed()
@@ -57,6 +67,17 @@ TheyDependOnWhatTheyNeed()
     has liblintrix-dev Depends "^$library \(= $version\)"
     has lintrix Depends "$library \(= $version\)"
     has lintrix Depends 'libpng16-16'
+    if is_made lintrix-mpi; then
+        for needed in "$library \(= $version\)" libopenblas0-openmp openmpi-bin libopenmpi3 libmumps-; do
+            has lintrix-mpi Depends "(^|, )$needed"
+        done
+    fi
+    if is_made python3-lintrix; then
+        for needed in "$library \(= $version\)" 'python3 \(>= 3\.[0-9]+\)' 'python3 \(<< 3\.[0-9]+\)' python3-numpy \
+            python3-scipy; do
+            has python3-lintrix Depends "(^|, )$needed"
+        done
+    fi
     dpkg-deb --ctrl-tarfile "$(package "$library")" | tar -xO ./shlibs | grep -Eq "^liblintrix [0-9.]+ $library \(>= " ||
         fail "$library does not tell other packages how to depend on it"
     dpkg-deb --ctrl-tarfile "$(package "$library")" | tar -xO ./postinst | grep -qw ldconfig ||
@@ -79,7 +100,7 @@ EachHasItsLicenceAndItsChanges()
     names_and_sections | while read -r name section; do
         dpkg-deb --fsys-tarfile "$(package "$name")" >"$work/files.tar"
         tar -xOf "$work/files.tar" "./usr/share/doc/$name/copyright" >"$work/copyright"
-        for licence in Expat 'Expat with exception for binaries' BSD-3-Clause; do
+        for licence in Expat 'Expat with exception for binaries' BSD-3-Clause BSD-3-Clause-pybind11; do
             grep -q "^License: $licence\$" "$work/copyright" || fail "$name, $section: $licence is not told"
         done
         # What is used is described, paragraph by paragraph, and no line is empty inside one.
@@ -110,6 +131,18 @@ UnpackedTheyServeAProgram()
         share/bash-completion/completions/lintrix; do
         [ -f "$work/unpacked/usr/$file" ] || fail "$file is missing"
     done
+    if is_made lintrix-mpi; then
+        OMPI_ALLOW_RUN_AS_ROOT=1 OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1 "$work/unpacked/usr/bin/lintrix-mpi" --version
+        for file in share/man/man1/lintrix-mpi.1.gz share/man/man1/lintrix-mpi-solve.1.gz \
+            share/bash-completion/completions/lintrix-mpi; do
+            [ -f "$work/unpacked/usr/$file" ] || fail "$file is missing"
+        done
+    fi
+    if is_made python3-lintrix; then
+        PYTHONPATH=$(dirname "$(find "$work/unpacked" -type d -path '*/dist-packages/lintrix')")
+        export PYTHONPATH
+        check_python
+    fi
     [ -n "$(find "$work/unpacked/usr/share/doc" -name manual.md)" ] || fail "the manual is missing"
 }
 

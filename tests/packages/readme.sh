@@ -27,6 +27,18 @@ write_project()
     cat "$1/CMakeLists.txt" "$1/my_program.cpp"
 }
 
+# check_python: what README types into Python is answered as it shows.
+check_python()
+{
+    block_of_readme python 1 >session.txt
+    grep -q '^>>> .*lintrix' session.txt || {
+        echo "README has no session of Python"
+        exit 1
+    }
+    /usr/bin/python3 -B -m doctest session.txt
+    rm session.txt
+}
+
 # check_program PROGRAM: it prints what README tells.
 check_program()
 {

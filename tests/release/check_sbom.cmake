@@ -1,5 +1,5 @@
-# The bill of materials is what SPDX 2.3 asks for, and names all that is linked. SBOM, TABLE, LINKED, FILES (binaries,
-# separated by |), READELF, LICENCES (the page that tells people).
+# The bill of materials is what SPDX 2.3 asks for, and names all that is linked. SBOM, TABLE, LINKED, PARTS (the
+# binaries, see make_sbom.cmake), READELF, LICENCES (the page that tells people).
 cmake_minimum_required(VERSION 3.25)
 
 file(READ "${SBOM}" json)
@@ -21,7 +21,7 @@ expect_text("[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]T[0-9][0-9]:[0-9][0-9]:[0
 expect_text("(Person|Organization|Tool): .+" creationInfo creators 0)
 
 # Of the list of licences that SPDX keeps, those that are told here.
-set(known MIT BSD-3-Clause Apache-2.0 Zlib libpng-2.0 LGPL-2.1-or-later "GPL-3.0-or-later WITH GCC-exception-3.1"
+set(known MIT BSD-3-Clause BSD-3-Clause-Open-MPI CECILL-C Python-2.0.1 Apache-2.0 Zlib libpng-2.0 LGPL-2.1-or-later "GPL-3.0-or-later WITH GCC-exception-3.1"
   "Apache-2.0 WITH LLVM-exception")
 set(ids SPDXRef-DOCUMENT)
 set(names "")
@@ -43,7 +43,7 @@ foreach(i RANGE ${last})
   list(APPEND ids "${id}")
   list(APPEND names "${name}")
   string(FIND "${page}" "| ${name} | ${licence} |" at)
-  if(at EQUAL -1 AND NOT name MATCHES "^(lib)?lintrix$")
+  if(at EQUAL -1 AND NOT name MATCHES "^(lib|python3-)?lintrix(-mpi)?$")
     message(SEND_ERROR "${LICENCES} does not tell the licence of ${name}: ${licence}")
   endif()
 endforeach()
@@ -80,20 +80,22 @@ foreach(target IN LISTS linked)
 endforeach()
 
 # What the binaries ask the loader for.
-string(REPLACE "|" ";" files "${FILES}")
-foreach(file IN LISTS files)
+string(REPLACE "|" " " words "${table}")
+file(STRINGS "${PARTS}" parts)
+foreach(part IN LISTS parts)
+  string(REGEX REPLACE "^.*\\|" "" file "${part}")
   execute_process(COMMAND "${READELF}" --dynamic "${file}" OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX MATCHALL "Shared library: \\[[^]]+" needed "${dynamic}")
   if(NOT needed)
     message(SEND_ERROR "${file} needs nothing")
   endif()
   foreach(entry IN LISTS needed)
-    string(REGEX REPLACE ".*\\[([^.]+)\\.so.*" "\\1" stem "${entry}")
+    string(REGEX REPLACE ".*\\[([^.]+)(-[0-9.]+)?\\.so.*" "\\1" stem "${entry}")
     if(stem MATCHES "^(libm|ld-linux.*)$")
       set(stem libc)   # parts of one package
     endif()
     if(NOT stem STREQUAL "liblintrix")
-      string(FIND "${table}" "|${stem}|" at)
+      string(FIND "${words}" " ${stem} " at)
       if(at EQUAL -1)
         message(SEND_ERROR "${file} needs ${stem}, which stands in no row of cmake/LintrixDependencies.cmake")
       endif()
