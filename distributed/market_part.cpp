@@ -18,6 +18,23 @@ namespace Velmar::Lintrix::Distributed {
 
 namespace {
 
+/// Closes the file with itself, also where the constructor of what holds it fails.
+class Descriptor {
+public:
+    explicit Descriptor(int number) noexcept : number_(number) {}
+    ~Descriptor()
+    {
+        if (number_ >= 0) close(number_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    operator int() const noexcept { return number_; }
+
+private:
+    int number_;
+};
+
 class OpenFile {
 public:
     explicit OpenFile(const std::string& file)
@@ -26,15 +43,10 @@ public:
         struct stat facts {};
         if (descriptor_ < 0 || fstat(descriptor_, &facts) != 0)
             throw FileFormatException(file, std::string("cannot be opened: ") + std::strerror(errno));
-        if (!S_ISREG(facts.st_mode)) {
-            close(descriptor_);
+        if (!S_ISREG(facts.st_mode))
             throw FileFormatException(file, "is no regular file, and cannot be read by several ranks");
-        }
         length_ = facts.st_size;
     }
-    ~OpenFile() { close(descriptor_); }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
 
     std::int64_t length() const noexcept { return length_; }
     /// At most so many bytes from `at`; fewer at the end of the file.
@@ -47,7 +59,7 @@ public:
 
 private:
     std::string file_;
-    int descriptor_;
+    Descriptor descriptor_;
     std::int64_t length_ = 0;
 };
 

@@ -1,6 +1,7 @@
 #include <lintrix/dense/views.h>
 
 #include <lintrix/foundation/failures.h>
+#include <lintrix/services/lapack.h>
 
 #include <limits>
 #include <string>
@@ -23,6 +24,13 @@ std::string plural(std::string_view what)
 }
 
 } // namespace
+
+std::complex<double> cellQuotient(const std::complex<double>& x, const std::complex<double>& y) noexcept
+{
+    double real = 0.0, imaginary = 0.0;
+    lapack::ladiv(x.real(), x.imag(), y.real(), y.imag(), real, imaginary);
+    return {real, imaginary};
+}
 
 void raiseOutside(std::string_view what, std::int64_t index, std::int64_t count)
 {

@@ -71,6 +71,14 @@ inline std::complex<double> cellProduct(const std::complex<double>& x, const std
     return {x.real() * y.real() - x.imag() * y.imag(), x.imag() * y.real() + x.real() * y.imag()};
 }
 
+/// The quotient of two cells as `Vector` and `CVector` take it: of complex ones by LAPACK's `dladiv`.
+inline double cellQuotient(double x, double y) noexcept
+{
+    return x / y;
+}
+LINTRIX_EXPORT std::complex<double> cellQuotient(const std::complex<double>& x,
+                                                 const std::complex<double>& y) noexcept;
+
 /// Visits cells that stand `stride` apart.
 template <class Cell>
 class StridedIterator {
@@ -244,7 +252,7 @@ public:
     /// A division by zero gives infinities and NaN, as of a vector.
     const VectorView& operator/=(Value alpha) const
     {
-        return each([alpha](const Value& x) { return x / alpha; });
+        return each([alpha](const Value& x) { return detail::cellQuotient(x, alpha); });
     }
     const VectorView& Fill(Value value) const
     {
@@ -392,7 +400,8 @@ public:
         for (std::int32_t c = 0; c < cols_; ++c) ColView(c) *= alpha;
         return *this;
     }
-    /// A division by zero gives infinities and NaN; `Matrix` refuses it.
+    /// Each cell divided, as those of a vector: a division by zero gives infinities and NaN. `Matrix` refuses
+    /// it, and multiplies by the reciprocal.
     const MatrixView& operator/=(Value alpha) const
     {
         for (std::int32_t c = 0; c < cols_; ++c) ColView(c) /= alpha;

@@ -1,6 +1,7 @@
 #include <lintrix/services/memory_limit.h>
 
 #include <lintrix/services/blas_identity.h>
+#include <lintrix/services/threads.h>
 
 #include <algorithm>
 #include <fstream>
@@ -139,6 +140,11 @@ double MemoryLeft(int threads, const std::string& root)
     const double all = root.empty() ? physicalMemory() : MemoryLimit(); // of this machine the groups tell
     return std::max(std::min({available, addressSpaceLeft(threads, root), leastOfGroups(root, leftIn), all}),
                     0.0);
+}
+
+double MemoryLeft()
+{
+    return MemoryLeft(detail::threadsInForce());
 }
 
 } // namespace Velmar::Lintrix

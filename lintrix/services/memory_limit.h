@@ -16,6 +16,9 @@ LINTRIX_EXPORT double MemoryLimit();
 /// use, and of the address space, where BLAS is going to take a buffer for each thread beyond the first and
 /// would wait without end for it. `root` is the folder that /proc and /sys stand in.
 LINTRIX_EXPORT double MemoryLeft(int threads, const std::string& root = "");
+/// For as many threads as may run now: in a `SameBitsScope` those that are set, not those that work is cut
+/// for.
+LINTRIX_EXPORT double MemoryLeft();
 
 /// The limit of the address space in bytes (`ulimit -v`); infinite where there is none.
 LINTRIX_EXPORT double AddressSpaceLimit();

@@ -1,13 +1,9 @@
 #include <lintrix/services/utf8.h>
 
-#include <cstddef>
-
 namespace Velmar::Lintrix::detail {
 
-namespace {
-
-/// Bytes of the sequence that begins `text`, 0 if it is none: the ranges of the Unicode Standard, table 3-7.
-std::size_t sequenceLength(std::string_view text) noexcept
+// The ranges of the Unicode Standard, table 3-7.
+std::size_t utf8SequenceLength(std::string_view text) noexcept
 {
     const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned char first = byte(0);
@@ -23,12 +19,10 @@ std::size_t sequenceLength(std::string_view text) noexcept
     return length;
 }
 
-} // namespace
-
 bool isUtf8(std::string_view text) noexcept
 {
     while (!text.empty()) {
-        const std::size_t length = sequenceLength(text);
+        const std::size_t length = utf8SequenceLength(text);
         if (length == 0) return false;
         text.remove_prefix(length);
     }

@@ -6,6 +6,7 @@
 #include <lintrix/sparse/access.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/balance.h>
+#include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/run_control.h>
 #include <lintrix/systems/truncated_svd/triplet_search.h>
 
@@ -60,7 +61,7 @@ double bytesToTake(const SparseOf<Cell>& A, std::int32_t count)
 {
     const double vectors = (double{1.0} * A.Rows() + A.Cols()) * (8.0 * count + 100.0);
     if (sizeof(Cell) * (vectors + 8.0 * A.NumElements()) < kSmall) return 4.0 * kSmall;
-    return kPartOfMemory * MemoryLeft(MKL_Get_Max_Threads());
+    return kPartOfMemory * MemoryLeft();
 }
 
 /// No comparison holds of a NaN.
@@ -155,10 +156,14 @@ void TruncatedSVD<Cell>::compute(const Sparse& A, std::int32_t count, const V_* 
     tolerance_ = options.tolerance;
     const RunWatch watch = watchOf(options);
     ControlledRun run(watch);
-    const double bytes = options.memoryBudget.value_or(bytesToTake<Cell>(A, count));
+    double bytes = options.memoryBudget.value_or(bytesToTake<Cell>(A, count));
     const int exponent = exponentOfUnit<Cell>(A);
     std::optional<Sparse> inUnits;
-    if (exponent != 0) inUnits = scaledBy<Cell>(A, -exponent);
+    if (exponent != 0) {
+        bytes -= roads::bytesOfEntries<Cell>(A.Rows(), A.NumElements());
+        if (bytes < 0.0) throw OperationFailedException("The memory budget is too small.");
+        inUnits = scaledBy<Cell>(A, -exponent);
+    }
     const SvdMatrix<Cell> matrix(inUnits ? *inUnits : A, 0.5 * bytes);
     if (matrix.isFinite())
         search(matrix, count, bytes - matrix.bytes(), start, options);

@@ -97,7 +97,8 @@ struct TruncatedSvdOptions {
 /// as the full one.
 ///
 /// **Memory.** Bases of (m + n)*(basis + 2*block) cells, small matrices of about 12*basis^2, and, where it
-/// has room, a copy of A^H, by which the second product runs along rows and on all threads.
+/// has room, a copy of A^H, by which the second product runs along rows and on all threads. Of a matrix whose
+/// largest element is beyond 2^400 or below 2^-400 a copy in other units.
 ///
 /// A finished object may be read from several threads.
 template <class Cell>

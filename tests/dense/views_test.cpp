@@ -170,6 +170,22 @@ TYPED_TEST(ViewsTest, BlocksTakeMatricesAndOtherBlocks)
     EXPECT_EQ(typename TypeParam::V(before.DiagonalView()), before.Diagonal());
 }
 
+TYPED_TEST(ViewsTest, QuotientsAreThoseOfVectors)
+{
+    using Cell = typename TypeParam::Cell;
+    for (const double size : {49.0, -0.3, 1e300}) {
+        const Cell divisor = TypeParam::cell(size) + Cell(0.7);
+        auto A = counted<TypeParam>(7, 3);
+        const auto before = A;
+        A.View() /= divisor;
+        for (int col = 0; col < 3; ++col) {
+            const typename TypeParam::V expected = before.ColVector(col) / divisor;
+            for (int row = 0; row < 7; ++row)
+                EXPECT_EQ(A(row, col), expected(row)) << row << ", " << col << " by " << divisor;
+        }
+    }
+}
+
 TYPED_TEST(ViewsTest, OverlappingPartsAreReadBeforeTheyAreWritten)
 {
     auto A = counted<TypeParam>(4, 4);

@@ -4,7 +4,9 @@
 #include "tests/files/files_support.h"
 #include "tests/support/refused_memory.h"
 
+#include <filesystem>
 #include <functional>
+#include <iterator>
 #include <new>
 
 namespace Velmar::Lintrix::testing {
@@ -37,8 +39,14 @@ CSparseMatrix hermitian()
     return A;
 }
 
+std::ptrdiff_t openFiles()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
 TEST(FilesAllocationFailures, OfReading)
 {
+    const std::ptrdiff_t before = openFiles();
     for (const char* name : {"scipy.rua", "rows.npz", "columns_stored.npz", "rows_first.npy", "array.npz"}) {
         const std::string path = dataFile("../files/data/" + std::string(name));
         EXPECT_GT(sweep([&] { MatrixFileReader(path).ReadSparse(); }), 3) << name;
@@ -48,6 +56,7 @@ TEST(FilesAllocationFailures, OfReading)
     const std::string packed =
         scratch.file("a.rua.gz", compressed(contentOf(dataFile("../files/data/scipy.rua"))));
     EXPECT_GT(sweep([&] { MatrixFileReader(packed).ReadSparse(); }), 3);
+    EXPECT_EQ(openFiles(), before);
 }
 
 TEST(FilesAllocationFailures, OfWriting)

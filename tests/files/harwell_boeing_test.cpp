@@ -233,6 +233,25 @@ TEST(HarwellBoeing, FaultsNameTheirLine)
     }
 }
 
+TEST(HarwellBoeing, AnnouncedRightHandSidesAreNotBelieved)
+{
+    const Scratch scratch;
+    const std::string head = replaced(replaced(kHead, "             0\n", "             2\n"),
+                                      "(5E12.4)            \n", "(5E12.4)            (3F8.2)\n");
+    for (const auto& [card, numbers] : {std::pair("F      500000000             0\n", "1500000000"),
+                                        std::pair("M              1    1500000000\n", "1500000000")}) {
+        const std::string path = scratch.file("big.rua", head + card + kBody);
+        try {
+            MatrixFileReader reader(path);
+            ADD_FAILURE() << card;
+        } catch (const FileFormatException& fault) {
+            EXPECT_EQ(std::string(fault.what()), path + ":5: " + numbers +
+                                                     " numbers of right-hand sides are announced, but a file "
+                                                     "of this length does not hold them");
+        }
+    }
+}
+
 TEST(HarwellBoeing, ARealReaderRefusesComplexNumbers)
 {
     std::istringstream in(

@@ -4,6 +4,8 @@
 #include "tests/files/files_support.h"
 #include "tests/support/expect_failure.h"
 
+#include <lintrix/files/detail/zip_archive.h>
+
 #include <cmath>
 #include <fstream>
 #include <limits>
@@ -183,6 +185,34 @@ TEST(NumpyArchive, FaultsOfArchives)
     EXPECT_THAT(changed(directory + 8, '\x01'), HasSubstr("is encrypted"));
     EXPECT_THAT(changed(directory + 24 + 3, '\x7f'), HasSubstr("announced"));
     EXPECT_THAT(changed(directory + 42 + 2, '\x7f'), HasSubstr("the archive ends too early"));
+    EXPECT_THAT(changed(directory + 46, '\x9b'), HasSubstr("no member 'indices.npy'"));
+    // Of two members of one name readers would take either.
+    std::string twice = good;
+    twice.replace(good.find("indptr.npy", directory), 10, "format.npy");
+    EXPECT_EQ(faultOf(twice, "a.npz"), "a.npz: the archive has two members 'format.npy'");
+}
+
+TEST(NumpyArchive, NothingFollowsTheValues)
+{
+    const auto archive = [](const std::string& behind) {
+        const std::string ones = raw<std::int32_t>({0, 1});
+        std::string text;
+        detail::ZipWriter writer([&text](std::string_view bytes) { text += bytes; });
+        const auto add = [&writer](const std::string& name, const std::string& content) {
+            writer.add(name, [&content](const detail::ZipWriter::Sink& member) { member(content); });
+        };
+        const std::string places = "{'descr': '<i4', 'fortran_order': False, 'shape': (2,)}";
+        add("format.npy", npy("{'descr': '|S3', 'fortran_order': False, 'shape': ()}", "coo"));
+        add("shape.npy", npy(places, raw<std::int32_t>({2, 2})));
+        add("row.npy", npy(places, ones));
+        add("col.npy", npy(places, ones));
+        add("data.npy",
+            npy("{'descr': '<f8', 'fortran_order': False, 'shape': (2,)}", raw({4.0, 5.0}) + behind));
+        writer.finish();
+        return text;
+    };
+    EXPECT_EQ(readSparse(archive(""), "a.npz").ToDense(), (Matrix{{4, 0}, {0, 5}}));
+    EXPECT_EQ(faultOf(archive("x"), "a.npz"), "a.npz: data.npy: byte 81: something follows the array");
 }
 
 double anyDouble(std::mt19937_64& generator)
@@ -214,6 +244,16 @@ TEST(Numpy, WhatIsWrittenComesBackBitByBit)
         MatrixFileReader third(sparse);
         third.AcceptNonFinite();
         EXPECT_EQ(bitsOf(third.ReadSparse()), bitsOf(S));
+    }
+}
+
+TEST(Numpy, AMatrixWithoutCellsIsNotWritten)
+{
+    Matrix given{{1, 2}};
+    const Matrix taken = std::move(given);
+    for (const MatrixFileFormat format : {MatrixFileFormat::NumpyArray, MatrixFileFormat::NumpyArchive}) {
+        EXPECT_THROW(written(format, given), InvalidSizeException);
+        EXPECT_NO_THROW(written(format, taken));
     }
 }
 

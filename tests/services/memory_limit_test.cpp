@@ -1,14 +1,17 @@
 // Limits of control groups, told by files of a machine that is not this one.
 
 #include <tests/support/files.h>
+#include <tests/support/thread_setting.h>
 
 #include <lintrix/services/memory_limit.h>
+#include <lintrix/services/same_bits.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include <sys/resource.h>
@@ -138,6 +141,22 @@ TEST(MemoryLeft, IsNotTheAddressSpaceInUse)
     machine.write("proc/self/statm", std::to_string(static_cast<long>(pages) - 10) + " 5 4 1 0 3 0\n");
     EXPECT_EQ(machine.left(), 10.0 * page);
     EXPECT_EQ(machine.left(2), 0.0) << "BLAS takes it for the second thread";
+    setrlimit(RLIMIT_AS, &before);
+}
+
+TEST(MemoryLeft, WhereWorkIsCutForManyThreadsIsThatOfTheThreadsThatRun)
+{
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    long pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlim_t space = static_cast<rlim_t>(pages) * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (1U << 30);
+    const rlimit limited{std::min(before.rlim_cur, space), before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &limited), 0);
+    const ThreadSetting one(1);
+    const SameBitsScope scope;
+    EXPECT_GT(MemoryLeft(), 0.0);
+    EXPECT_EQ(MemoryLeft(detail::kThreadsOfSameBits), 0.0) << "so many have no room";
     setrlimit(RLIMIT_AS, &before);
 }
 

@@ -29,6 +29,26 @@ void refusedTriplets(const std::string& words, const std::string& body, const st
             [](std::istream& in) { ReadMatrixMarketTriplets(in); });
 }
 
+TEST(MatrixMarketFailures, QuoteWordsSafely)
+{
+    const auto refusedWord = [](const std::string& word, const std::string& shown) {
+        refusedTriplets("coordinate real general", "1 1 1\n1 1 " + word + "\n",
+                        "stream:3: " + shown + " is not a number");
+    };
+    refusedWord("\x1b[2J", "'\\x1b[2J'");
+    refusedWord("\x9b"
+                "2J",
+                "'\\x9b2J'"); // the same command in one byte
+    refusedWord("\xc2\x9b"
+                "2J",
+                "'\\xc2\\x9b2J'");                    // and as a character
+    refusedWord("\xff\xe2\x82", "'\\xff\\xe2\\x82'"); // no character, and the beginning of one
+    refusedWord("\u00a0\u20ac\U0001f600", "'\u00a0\u20ac\U0001f600'");
+    const std::string long39(39, 'x');
+    refusedWord(long39 + "y", "'" + long39 + "y'");
+    refusedWord(long39 + "\u20ac", "'" + long39 + "...'"); // not cut in two
+}
+
 TEST(MatrixMarketFailures, OfComplexFiles)
 {
     refusedTriplets("coordinate complex general", "1 1 1\n1 1 1\n", "stream:3: the value is missing");

@@ -287,6 +287,12 @@ TEST(MatrixMarketReader, StoredZerosAndTheirSignsAreKept)
     ASSERT_EQ(matrix.NumElements(), 2);
     EXPECT_TRUE(std::signbit(matrix.Values()[0]));
     EXPECT_FALSE(std::signbit(matrix.Values()[1]));
+    std::istringstream again(kGeneral + "2 2 4\n1 1 -0.0\n2 1 0\n1 2 -0.0\n1 2 0\n");
+    const Matrix dense = MatrixMarketReader(again).ReadDense();
+    EXPECT_TRUE(std::signbit(dense(0, 0)));
+    EXPECT_FALSE(std::signbit(dense(1, 0)));
+    EXPECT_FALSE(std::signbit(dense(0, 1))) << "a sum";
+    EXPECT_FALSE(std::signbit(dense(1, 1))) << "nothing is given here";
 }
 
 TEST(MatrixMarketReader, DoubleIsReal)

@@ -355,6 +355,23 @@ TYPED_TEST(TruncatedSvdTest, WithinASmallBudgetTheBasisIsSmallAndTheValuesAreThe
                                             "The memory budget is too small.");
 }
 
+TYPED_TEST(TruncatedSvdTest, ACopyInOtherUnitsIsWithinTheBudget)
+{
+    auto A = randomSparse<TypeParam>(700, 500);
+    const double vector = sizeof(TypeParam) * 1200.0,
+                 copy = (sizeof(TypeParam) + 4.0) * A.NumElements() + 4.0 * 701.0;
+    const TruncatedSVD<TypeParam> usual(A, 6, TruncatedSvdOptions{.memoryBudget = 30.0 * vector});
+    for (auto& value : A.Values()) value *= 0x1p500;
+    const TruncatedSVD<TypeParam> huge(A, 6, TruncatedSvdOptions{.memoryBudget = 30.0 * vector + copy});
+    EXPECT_EQ(huge.Basis(), usual.Basis());
+    EXPECT_NEAR(huge.S()[0] * 0x1p-500, usual.S()[0], 1e-9);
+    for (const double budget : {copy - 1.0, copy + 3.0 * vector}) {
+        const TruncatedSvdOptions options{.memoryBudget = budget};
+        expectFailure<OperationFailedException>([&] { TruncatedSVD<TypeParam>(A, 6, options); },
+                                                "The memory budget is too small.");
+    }
+}
+
 TYPED_TEST(TruncatedSvdTest, WithoutRestartsItIsToldWhichTripletsDoNotMeetTheTolerance)
 {
     std::vector<double> values;

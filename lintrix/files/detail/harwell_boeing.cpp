@@ -281,13 +281,19 @@ void HarwellBoeingFile::requireRoomInFile() const
 {
     const std::uint64_t limit = lines_.bytes().byteLimit();
     const std::uint64_t each = hasValues_ ? 2 : 1;
+    const std::int64_t rightHandNumbers =
+        rightHandForm_ == 'F' ? std::int64_t{rightHands_} * header_.rows : rightHandEntries_;
+    const auto fail = [this](std::int64_t line, const std::string& what) {
+        throw FileFormatException(header_.file, line,
+                                  what + " are announced, but a file of this length does not hold them");
+    };
     if (static_cast<std::uint64_t>(header_.stored) > limit / each ||
         static_cast<std::uint64_t>(header_.cols) >= limit) {
-        throw FileFormatException(header_.file, header_.sizeLine,
-                                  std::to_string(header_.cols) + " columns with " +
-                                      std::to_string(header_.stored) +
-                                      " entries are announced, but a file of this length does not hold them");
+        fail(header_.sizeLine,
+             std::to_string(header_.cols) + " columns with " + std::to_string(header_.stored) + " entries");
     }
+    if (static_cast<std::uint64_t>(rightHandNumbers) > limit)
+        fail(lines_.line(), std::to_string(rightHandNumbers) + " numbers of right-hand sides");
 }
 
 std::int64_t HarwellBoeingFile::vouchedEntries() const

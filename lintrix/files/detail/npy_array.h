@@ -72,8 +72,7 @@ NpyHeader readNpyHeader(BinaryReader& bytes);
 /// Visits the elements in the order in which they stand: take(index, value).
 using NpyTake = std::function<void(std::int64_t index, const std::complex<double>& value)>;
 void readNpyElements(BinaryReader& bytes, const NpyHeader& header, const NpyTake& take);
-/// Of whole numbers that fit 64 bits with a sign; any other is a fault, as is a length that is not
-/// `expected`.
+/// An array of whole numbers that fit 64 bits with a sign; any other is a fault, which calls it `what`.
 std::vector<std::int64_t> readNpyWholes(BinaryReader& bytes, std::string_view what);
 /// A single word, without zeros at its end.
 std::string readNpyText(BinaryReader& bytes);

@@ -58,6 +58,11 @@ void takeArray(MatrixMarketHeader& header, const BinaryReader& bytes, const NpyH
     header.stored = std::int64_t{header.rows} * header.cols;
 }
 
+void requireEnd(BinaryReader& bytes)
+{
+    if (!bytes.atEnd()) bytes.fail("something follows the array");
+}
+
 /// take(row, col, value) for each element, and none that is refused.
 template <class Refused>
 void visitArray(const MatrixMarketHeader& header, BinaryReader& bytes, const NpyHeader& array,
@@ -72,7 +77,7 @@ void visitArray(const MatrixMarketHeader& header, BinaryReader& bytes, const Npy
         if (isRefused(value)) bytes.fail(placeInWords(row, col) + " is not a finite number");
         take(row, col, value);
     });
-    if (!bytes.atEnd()) bytes.fail("something follows the array");
+    requireEnd(bytes);
 }
 
 BinaryReader readerOf(ByteSource& source, const std::string& name)
@@ -144,7 +149,7 @@ std::vector<std::int64_t> NpzFile::wholes(std::string_view member) const
 {
     Member opened = open(member);
     auto numbers = readNpyWholes(opened.bytes, member.substr(0, member.find('.')));
-    if (!opened.bytes.atEnd()) opened.bytes.fail("something follows the array");
+    requireEnd(opened.bytes);
     return numbers;
 }
 
@@ -240,6 +245,7 @@ void NpzFile::readCompressed(const Take& take, bool byRows)
         if (isRefused(value)) data.bytes.fail(placeInWords(row, col) + " is not a finite number");
         take(row, col, value);
     });
+    requireEnd(data.bytes);
 }
 
 void NpzFile::readCoordinates(const Take& take)
@@ -254,6 +260,7 @@ void NpzFile::readCoordinates(const Take& take)
         if (isRefused(value)) data.bytes.fail(placeInWords(row, col) + " is not a finite number");
         take(row, col, value);
     });
+    requireEnd(data.bytes);
 }
 
 // ---- writing
@@ -292,7 +299,7 @@ template <class Dense>
 void writeDense(const BinarySink& sink, const Dense& matrix)
 {
     using Cell = std::remove_cvref_t<decltype(*matrix.data())>;
-    if (matrix.Rows() < 1 || matrix.Cols() < 1) throw InvalidSizeException();
+    if (matrix.empty()) throw InvalidSizeException();
     sink(npyHead(kType<Cell>, true, fmt::format("({}, {})", matrix.Rows(), matrix.Cols())));
     putNumbers(sink, std::span<const Cell>(matrix.data(), matrix.size()));
 }
@@ -300,7 +307,7 @@ void writeDense(const BinarySink& sink, const Dense& matrix)
 template <class Dense>
 void writeDenseArchive(const BinarySink& sink, const Dense& matrix)
 {
-    if (matrix.Rows() < 1 || matrix.Cols() < 1) throw InvalidSizeException();
+    if (matrix.empty()) throw InvalidSizeException();
     ZipWriter archive(sink);
     archive.add("arr_0.npy", [&](const BinarySink& member) { writeDense(member, matrix); });
     archive.finish();

@@ -77,6 +77,12 @@ std::uint64_t ZipArchive::findEnd() const
 void ZipArchive::readDirectory(std::uint64_t offset, std::uint64_t count)
 {
     for (std::uint64_t k = 0; k < count; ++k) offset = readMember(offset);
+    std::vector<std::string_view> names;
+    for (const ZipMember& member : members_) names.push_back(member.name);
+    std::ranges::sort(names);
+    const auto twice = std::ranges::adjacent_find(names);
+    if (twice != names.end())
+        throw FileFormatException(file_, "the archive has two members " + quoted(*twice));
 }
 
 /// One entry of the directory; tells where the next one stands.

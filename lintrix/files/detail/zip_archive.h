@@ -67,7 +67,7 @@ private:
 };
 
 /// Writes an archive of deflated members.
-class ZipWriter {
+class LINTRIX_TESTABLE ZipWriter {
 public:
     using Sink = std::function<void(std::string_view)>;
     explicit ZipWriter(Sink sink) : sink_(std::move(sink)) {}

@@ -24,10 +24,23 @@ constexpr int kGzipWindow = 15 + 16;          // zlib: the largest window, and t
 
 class FileSource : public RawSource {
 public:
-    explicit FileSource(int descriptor, std::uint64_t size) : descriptor_(descriptor), size_(size) {}
-    ~FileSource() override { close(descriptor_); }
+    FileSource() = default;
+    ~FileSource() override
+    {
+        if (descriptor_ >= 0) close(descriptor_);
+    }
     FileSource(const FileSource&) = delete;
     FileSource& operator=(const FileSource&) = delete;
+
+    void open(const std::string& path)
+    {
+        descriptor_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (descriptor_ < 0) throw FileFormatException(path, "cannot be opened: " + systemText(errno));
+        struct stat facts {};
+        if (fstat(descriptor_, &facts) != 0) return; // its size is not known then
+        if (S_ISDIR(facts.st_mode)) throw FileFormatException(path, "is a directory");
+        if (S_ISREG(facts.st_mode)) size_ = static_cast<std::uint64_t>(facts.st_size);
+    }
 
     std::size_t read(char* target, std::size_t size) override
     {
@@ -42,8 +55,8 @@ public:
     std::uint64_t size() const override { return size_; }
 
 private:
-    int descriptor_;
-    std::uint64_t size_;
+    int descriptor_ = -1;
+    std::uint64_t size_ = 0; ///< 0: not known
     std::string fault_;
 };
 
@@ -67,14 +80,8 @@ private:
 
 std::unique_ptr<RawSource> openFile(const std::string& path)
 {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) throw FileFormatException(path, "cannot be opened: " + systemText(errno));
-    struct stat facts {};
-    const bool known = fstat(descriptor, &facts) == 0;
-    const std::uint64_t size =
-        known && S_ISREG(facts.st_mode) ? static_cast<std::uint64_t>(facts.st_size) : 0;
-    auto source = std::make_unique<FileSource>(descriptor, size);
-    if (known && S_ISDIR(facts.st_mode)) throw FileFormatException(path, "is a directory");
+    auto source = std::make_unique<FileSource>();
+    source->open(path);
     return source;
 }
 

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace Velmar::Lintrix::detail {
 
@@ -88,23 +89,25 @@ inline void requireDenseSize(const MatrixMarketHeader& header)
                                   std::to_string(INT32_MAX));
 }
 
-/// The full matrix. An array gives each cell once, and a sum would lose the sign of its -0.0.
+/// The full matrix. An array gives each cell once; of entries only those behind the first at their place are
+/// added to it, for a sum with the zero that stands there would lose the sign of a -0.0.
 template <class Cell, class Visit>
 MatrixOf<Cell> denseFrom(const MatrixMarketHeader& header, std::int64_t& entriesRead, Visit visit)
 {
     requireDenseSize(header);
     MatrixOf<Cell> matrix(header.rows, header.cols);
     Cell* const cells = AccessTo<Cell>::cells(matrix);
-    const std::int64_t rows = header.rows;
-    if (header.form == MatrixMarketForm::Array) {
-        visitBothTriangles<Cell>(
-            header.symmetry, entriesRead, visit,
-            [=](std::int64_t row, std::int64_t col, const Cell& value) { cells[row + rows * col] = value; });
-    } else {
-        visitBothTriangles<Cell>(
-            header.symmetry, entriesRead, visit,
-            [=](std::int64_t row, std::int64_t col, const Cell& value) { cells[row + rows * col] += value; });
-    }
+    const std::size_t rows = static_cast<std::size_t>(header.rows);
+    std::vector<bool> given(header.form == MatrixMarketForm::Array ? 0 : matrix.size());
+    visitBothTriangles<Cell>(header.symmetry, entriesRead, visit,
+                             [&](std::size_t row, std::size_t col, const Cell& value) {
+                                 const std::size_t place = row + rows * col;
+                                 if (given.empty() || !given[place])
+                                     cells[place] = value;
+                                 else
+                                     cells[place] += value;
+                                 if (!given.empty()) given[place] = true;
+                             });
     return matrix;
 }
 

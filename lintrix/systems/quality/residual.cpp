@@ -137,10 +137,24 @@ struct Product {
     void finish(std::int32_t i, const Sum& sum) const { y[i] = sum; }
 };
 
+/// Whether a rule asks for the error of a product, which takes one fused operation where there is one.
+template <class Rule>
+constexpr bool kErrorFree = false;
+template <class Cell>
+constexpr bool kErrorFree<TwofoldResidual<Cell>> = true;
+template <class Cell>
+constexpr bool kErrorFree<ResidualAndScale<Cell>> = true;
+
 // A part of the work in the form for this processor, the part and all that it calls inlined. The bits are
-// those of any other form: nothing is contracted.
+// those of any other form. No other rule may have fused operations at hand: GCC 12 makes them of complex
+// products, also where contraction is switched off.
 template <class Part>
-LINTRIX_FOR_AVX2_AND_FMA void partAvx2(const Part& part)
+LINTRIX_FOR_AVX2_AND_FMA void partAvx2AndFma(const Part& part)
+{
+    part();
+}
+template <class Part>
+LINTRIX_FOR_AVX2 void partAvx2(const Part& part)
 {
     part();
 }
@@ -149,11 +163,15 @@ void partSse2(const Part& part)
 {
     part();
 }
-template <class Part>
+template <class Rule, class Part>
 void runPart(const Part& part)
 {
     using Form = void (*)(const Part&);
-    constexpr KernelForms<Form> forms{partSse2<Part>, partAvx2<Part>, partAvx2<Part>};
+    constexpr Form avx2 = [] {
+        if constexpr (kErrorFree<Rule>) return partAvx2AndFma<Part>;
+        if constexpr (!kErrorFree<Rule>) return partAvx2<Part>;
+    }();
+    constexpr KernelForms<Form> forms{partSse2<Part>, avx2, avx2};
     forms.chosen()(part);
 }
 
@@ -191,7 +209,7 @@ private:
     {
         const std::int32_t places = A_.isDense() ? A_.rows() : A_.cols();
         runRanges(A_.lines(), team(), [&](int first, int behind) {
-            runPart([&]() __attribute__((always_inline)) {
+            runPart<Rule>([&]() __attribute__((always_inline)) {
                 for (int i = first; i < behind; ++i) {
                     Sum sum = rule_.begin(i);
                     A_.forElements(
@@ -211,7 +229,7 @@ private:
     {
         std::vector<Sum> sums = begun(rows);
         runRanges(rows, A_.isDense() ? team() : 1, [&](int first, int behind) {
-            runPart([&]() __attribute__((always_inline)) {
+            runPart<Rule>([&]() __attribute__((always_inline)) {
                 for (std::int32_t j = 0; j < A_.lines(); ++j) {
                     A_.forElements(
                         j, first, behind, [&](std::int32_t i, const Cell& a) __attribute__((always_inline)) {
@@ -230,7 +248,7 @@ private:
     {
         std::vector<Sum> sums = begun(A_.rows());
         withConjugation<Cell>(op_ == TransposeMode::Transposed, [&](auto turned) {
-            runPart([&]() __attribute__((always_inline)) {
+            runPart<Rule>([&]() __attribute__((always_inline)) {
                 for (std::int32_t i = 0; i < A_.lines(); ++i) {
                     Sum own = sums[i];
                     A_.forElements(

@@ -1,5 +1,6 @@
 // Residuals in both precisions, their scale, and the norms of a matrix, against 113 bits.
 
+#include <lintrix/sparse/kernels/cell.h>
 #include <lintrix/systems/quality/residual.h>
 
 #include "tests/support/thread_setting.h"
@@ -274,6 +275,56 @@ TEST(ResidualOfRealValues, IsTheSameInComplexCells)
         residualScale(AnyMatrix<ComplexCell>(C), op, 1, cb.data(), cx.data(), cw.data());
         EXPECT_EQ(w, cw);
     }
+}
+
+double conjugated(double a, TransposeMode)
+{
+    return a;
+}
+ComplexCell conjugated(const ComplexCell& a, TransposeMode op)
+{
+    return op == TransposeMode::ConjugateTransposed ? std::conj(a) : a;
+}
+
+/// Each row in index order, every operation rounded by itself.
+template <class Cell>
+std::vector<Cell> rowByRow(const MatrixOf<Cell>& A, TransposeMode op, const std::vector<Cell>& b,
+                           const std::vector<Cell>& x)
+{
+    std::vector<Cell> r(b);
+    for (std::size_t i = 0; i < b.size(); ++i) {
+        for (std::size_t j = 0; j < x.size(); ++j) {
+            const auto row = static_cast<int>(i), col = static_cast<int>(j);
+            const Cell a = op == TransposeMode::NotTransposed ? A(row, col) : A(col, row);
+            if (a != Cell(0.0)) r[i] -= times(conjugated(a, op), x[j]);
+        }
+    }
+    return r;
+}
+
+TYPED_TEST(Residual, HasTheBitsOfThePlainFormulaOnEveryProcessor)
+{
+    using Cell = TypeParam;
+    Cells random(10);
+    const auto expectBits = [&](const auto& stored, const MatrixOf<Cell>& whole) {
+        for (const TransposeMode op : kModes) {
+            const auto b = random.vector<Cell>(37), x = random.vector<Cell>(37);
+            std::vector<Cell> r(37);
+            residual(AnyMatrix<Cell>(stored), op, 1, b.data(), x.data(), r.data());
+            EXPECT_EQ(r, rowByRow<Cell>(whole, op, b, x));
+            if (op == TransposeMode::Transposed) continue; // a map has no such product
+            const LinearMap<Cell> map = mapOf(AnyMatrix<Cell>(stored));
+            (op == TransposeMode::NotTransposed ? map.times : map.adjointTimes)(1, x.data(), r.data());
+            std::vector<Cell> negative = rowByRow<Cell>(whole, op, std::vector<Cell>(37), x);
+            for (Cell& value : negative) value = -value;
+            EXPECT_EQ(r, negative);
+        }
+    };
+    const auto dense = random.matrix<Cell>(37, 37), thin = random.matrix<Cell>(37, 37, 0.3);
+    expectBits(dense, dense);
+    expectBits(SparseOf<Cell>(thin), thin);
+    const auto triangle = triangleOf<Cell>(random.matrix<Cell>(37, 37, 0.4));
+    expectBits(triangle, triangle.ToDense());
 }
 
 TYPED_TEST(Residual, HasTheSameBitsOnSeveralThreads)
