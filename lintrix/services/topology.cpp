@@ -5,6 +5,7 @@
 #include <omp.h>
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <climits>
 #include <cstdio>
@@ -74,8 +75,10 @@ ProcessorSet maskOfMainThread() noexcept
     ProcessorSet mask;
     if (sched_getaffinity(getpid(), sizeof words, reinterpret_cast<cpu_set_t*>(words.data())) != 0)
         return mask;
-    for (std::size_t p = 0; p < kMost; ++p)
-        mask[p] = CPU_ISSET_S(p, sizeof words, reinterpret_cast<const cpu_set_t*>(words.data())) != 0;
+    constexpr std::size_t kBits = sizeof(long) * CHAR_BIT;
+    for (std::size_t w = 0; w < words.size(); ++w)
+        for (unsigned long left = words[w]; left != 0; left &= left - 1)
+            mask.set(w * kBits + static_cast<std::size_t>(std::countr_zero(left)));
     return mask;
 }
 

@@ -211,13 +211,14 @@ private:
         return settledOrAsBefore({columns.B, columns.known, op}, columns.units);
     }
 
-    /// No road can do better. Where the diagonal is full, nothing has to be looked for, and partial pivoting
-    /// begins with a matching. Zeros among later values of the pattern may leave none.
+    /// No road can do better. Where the diagonal is full, nothing has to be looked for, and an analysis for
+    /// partial pivoting begins with a matching, whatever road is taken then. Zeros among later values of the
+    /// pattern may leave none.
     std::int32_t structuralRankOnce()
     {
         if (rank_) return *rank_;
-        const bool isFull = matrix_.Traits().fullDiagonal ||
-                            (runner_.firstRoad(first_) == Road::Pivoted && runner_.isMatched());
+        if (!matrix_.Traits().fullDiagonal) runner_.firstRoad(first_);
+        const bool isFull = matrix_.Traits().fullDiagonal || runner_.isMatched();
         rank_ = isFull ? matrix_.Size() : structuralRank<Cell>(matrix_.Matrix());
         return *rank_;
     }

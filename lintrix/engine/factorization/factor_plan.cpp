@@ -121,15 +121,18 @@ FactorPlan planOf(Handle handle)
 {
     PermanentStructure permanent(handle);
     const ControlBlock& control = handle.control();
-    return {.structure = permanent.structure(),
+    const FactorStructure structure = permanent.structure();
+    const int repaid = threadsRepaidBy(structure);
+    return {.structure = structure,
             .lowerStarts = permanent.lowerStarts(),
             .upperStarts = permanent.upperStarts(),
             .maps = permanent.maps(),
             .descendants = {},
             .runs = {},
             .sizes = sizesOf(control),
-            .threads = control[Word::Threads],
-            .scaling = {}};
+            .threads = std::min(control[Word::Threads], repaid),
+            .scaling = {},
+            .isSmall = repaid == 1};
 }
 
 Failure FactorLists::make(const Handle& handle, FactorPlan& plan)

@@ -17,7 +17,7 @@ using Numbers = std::vector<double>;
 
 constexpr double kAlike = 0x1p20;   // times, between the largest elements of rows, or of columns
 constexpr int kSteps = 60;          // of conjugate gradients
-constexpr double kNear = 0.25;      // powers of two that are left of the residual, in the mean of a column
+constexpr double kNear = 1.0;       // powers of two that are left of the residual, in the mean of a column
 constexpr double kFarthest = 960.0; // powers of two that unknowns differ by at most
 
 /// work(i, j, |a_ij|) for the elements that are finite and not 0.
@@ -84,6 +84,7 @@ public:
             colSums_[j] += logarithm;
             ++rowCounts_[i];
             ++colCounts_[j];
+            ++counted_;
         });
     }
 
@@ -144,9 +145,14 @@ private:
     Numbers throughRows(const Numbers& x) const
     {
         if (A_.isDense() || A_.isOneTriangle()) return byColumns(overCounts(byRows(x), rowCounts_));
-        Numbers y(colSums_.size());
+        if (counted_ == A_.elements()) return throughRows(x, [](const Cell&) { return 1.0; });
         // Where zeros are stored among the others, a branch for each would take longer than its work.
-        const auto tells = [](const Cell& a) { return static_cast<double>((a != 0.0) & isFinite(a)); };
+        return throughRows(x, [](const Cell& a) { return static_cast<double>((a != 0.0) & isFinite(a)); });
+    }
+    template <class Tells>
+    Numbers throughRows(const Numbers& x, Tells tells) const
+    {
+        Numbers y(colSums_.size());
         for (std::int32_t i = 0; i < A_.rows(); ++i) {
             double sum = 0.0;
             A_.forElements(i, 0, A_.cols(), [&](std::int32_t j, const Cell& a) {
@@ -168,6 +174,7 @@ private:
 
     const AnyMatrix<Cell>& A_;
     Numbers rowSums_, colSums_, rowCounts_, colCounts_;
+    std::int64_t counted_ = 0; ///< elements
 };
 
 } // namespace

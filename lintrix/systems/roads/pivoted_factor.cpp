@@ -52,7 +52,7 @@ PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPatter
 template <class Cell>
 bool PivotedFactor<Cell>::pays() const
 {
-    if (lu_->analysed() != LuOutcome::Done) return false;
+    if (!isMatched()) return false;
     constexpr double most = std::is_same_v<Cell, double> ? kMostPerElement : kMostPerComplexElement;
     return lu_->plan().operations <= most * 2.0 * static_cast<double>(lu_->plan().lowerNonZeros);
 }

@@ -27,6 +27,8 @@ public:
     static std::unique_ptr<PivotedFactor> load(const SparseOf<Cell>& A, SectionReader& file);
     void save(SectionWriter& file) const override;
 
+    /// Whether the analysis has found a matching.
+    bool isMatched() const { return lu_->analysed() == sparse_lu::LuOutcome::Done; }
     /// Whether it takes less time than supernodes, which do many operations an element at a high rate. Of a
     /// matrix that has no factor, no.
     bool pays() const;

@@ -265,6 +265,7 @@ PivotedFactor<Cell>& RoadRunner<Cell>::pivoted()
         const SparseOf<Cell>& A = system_.Full();
         WorkScope::expect(analysisOperations(A.NumElements()));
         pivoted_ = std::make_unique<PivotedFactor<Cell>>(A, system_.Traits().symmetricPattern);
+        isMatched_ = pivoted_->isMatched();
         WorkScope::tell(analysisOperations(A.NumElements()));
         ++analyses_;
     }

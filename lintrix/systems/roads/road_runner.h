@@ -43,8 +43,8 @@ public:
     /// to pay; that is used when the road is taken. Else the road itself. The first values of a pattern
     /// decide for all. @throws NotEnoughMemoryException
     Road firstRoad(Road road);
-    /// Whether an analysis for partial pivoting is at hand, which has found a matching of these values.
-    bool isMatched() const noexcept { return pivoted_ != nullptr; }
+    /// Whether an analysis for partial pivoting has found a matching of these values, be it given up since.
+    bool isMatched() const noexcept { return isMatched_; }
 
     /// What a road is going to cost; its analysis is used when the road is taken next.
     /// @throws NotEnoughMemoryException
@@ -87,7 +87,11 @@ public:
     /// Another matrix stands in the place of the one before; its factors must have been given up.
     void restart();
     /// Its values alone are others.
-    void forgetValues() { pivoted_.reset(); }
+    void forgetValues()
+    {
+        pivoted_.reset();
+        isMatched_ = false;
+    }
     /// What further roads are held against: the cost of the largest factorization so far.
     const std::optional<RoadCost>& largest() const noexcept { return done_; }
     void largest(const std::optional<RoadCost>& cost) noexcept { done_ = cost; }
@@ -142,6 +146,7 @@ private:
     int core_ = std::numeric_limits<int>::max();     ///< megabytes beside files that the budget leaves
     std::optional<Analysed> ready_{};                ///< by a forecast
     std::unique_ptr<PivotedFactor<Cell>> pivoted_{}; ///< analysed
+    bool isMatched_ = false;                         ///< by such an analysis, of these values
     std::optional<bool> pivotingPays_{};             ///< for this pattern
     std::optional<RoadCost> done_{};                 ///< of the largest factorization so far
     double kept_ = 0.0;                              ///< bytes of a factor that stands beside the next one

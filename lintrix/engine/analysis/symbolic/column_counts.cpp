@@ -111,6 +111,13 @@ void gather(std::span<const int> work, int threads, std::span<const int> parent,
     }
 }
 
+// Each has some milliseconds of work, as long as it may take to start.
+int threadsRepaidBy(const Graph& graph)
+{
+    constexpr std::size_t kEntriesAThread = 400000;
+    return static_cast<int>(graph.neighbours.size() / kEntriesAThread) + 1;
+}
+
 } // namespace
 
 int columnCountThreads(int threads, int n) noexcept
@@ -124,7 +131,7 @@ Failure columnCounts(const Graph& graph, std::span<const int> parent, int thread
 {
     const auto n = static_cast<int>(parent.size());
     const auto order = Scratch<int>::uninitialised(3 * std::int64_t{n});
-    threads = std::clamp(columnCountThreads(threads, n), 1, std::max(n, 1));
+    threads = std::min({columnCountThreads(threads, n), std::max(n, 1), threadsRepaidBy(graph)});
     auto work = Scratch<int>::uninitialised(std::int64_t{RowSubtrees::kArrays} * threads * n);
     while (!work && threads > 1) {
         threads /= 2;
