@@ -18,7 +18,7 @@ namespace {
 
 constexpr double kEps = std::numeric_limits<double>::epsilon();
 constexpr int kIterations = 8, kRitzSteps = 4, kImprovements = 10;
-constexpr double kSettled = 0.01;      ///< relative change of all lengths
+constexpr double kSettled = 0.01;     ///< relative change of all lengths
 constexpr double kFarBelow = 0x1p-10; ///< of a threshold: then what is mixed in from above is below it, too
 
 template <class Cell>
@@ -86,10 +86,9 @@ std::vector<double> refine(const Apply<Cell>& A, const Apply<Cell>& inverse, dou
     for (int step = 1; step < kRitzSteps && !areNull(lengths, threshold); ++step) {
         ColumnBlock<Cell> S = applied(inverse, applied(A, V));
         if (!areFinite(S.cells)) break;
-        orthonormalize(S);
         S.count += V.count;
         S.cells.insert(S.cells.end(), V.cells.begin(), V.cells.end());
-        orthonormalize(S);
+        takeBasis(S);
         const std::vector<double> before = std::exchange(lengths, takeShortest(A, S, V.count));
         V = std::move(S);
         const auto hardlyFell = [](double x, double y) { return y > 0.5 * x; };
@@ -124,7 +123,7 @@ bool iterate(const LinearMap<Cell>& inverse, double threshold, ColumnBlock<Cell>
     for (int step = 0; step < kIterations; ++step) {
         U = applied(inverse.adjointTimes, V);
         if (!areFinite(U.cells)) return false;
-        orthonormalize(U);
+        takeBasis(U);
         V = applied(inverse.times, U);
         if (!areFinite(V.cells)) return false;
         std::vector<double> next = orthonormalize(V);
