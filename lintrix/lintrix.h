@@ -19,6 +19,7 @@
 #include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/engine/pardiso.h>
 #include <lintrix/engine/saved_factorization.h>
+#include <lintrix/engine/shared_matching.h>
 #include <lintrix/engine/solve_handle.h>
 #include <lintrix/engine/threaded_dissection.h>
 #include <lintrix/files/matrix_file.h>

@@ -404,6 +404,7 @@ private:
         isPivotingTried_ = search.hasTaken(Road::Pivoted);
         isMatchingOld_ = false;
         if (!best.factor && hasUseForFactor(best)) best = runner_.run(best.attempt, Reach::Far, request);
+        runner_.forgetMatching();
         if (!exhausted_ || best.verdict() < *exhausted_) exhausted_ = best.verdict();
         return best;
     }

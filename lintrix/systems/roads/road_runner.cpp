@@ -545,17 +545,19 @@ EngineAnswer RoadRunner<Cell>::analyseFor(DirectRun& run, FactorStore store, std
         core_ = static_cast<int>(std::clamp(megabytes, 1.0, 0x1p30));
         limit.emplace(core_);
     }
+    const SharedMatching::Use use(matching_);
     const EngineAnswer answer = run.analyse(store, rightHands);
     ++analyses_;
     return answer;
 }
 
-/// Beside a factor: the matrix in each form that it has been brought to, the columns, and a factor that is
-/// kept.
+/// Beside a factor: the matrix in each form that it has been brought to, its matching, the columns, and a
+/// factor that is kept.
 template <class Cell>
 double RoadRunner<Cell>::ownBytes(std::int32_t rightHands) const
 {
-    return kept_ + system_.Bytes() + bytesOfColumns<Cell>(system_.Size(), rightHands);
+    return kept_ + static_cast<double>(matching_.Bytes()) + system_.Bytes() +
+           bytesOfColumns<Cell>(system_.Size(), rightHands);
 }
 
 template <class Cell>

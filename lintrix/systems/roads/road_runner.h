@@ -2,6 +2,7 @@
 /// @file
 /// Takes one road to the solution of A*X = B, and keeps what the next one can use.
 
+#include <lintrix/engine/shared_matching.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/roads/delayed_factor.h>
 #include <lintrix/systems/roads/direct_run.h>
@@ -91,7 +92,10 @@ public:
     {
         pivoted_.reset();
         isMatched_ = false;
+        forgetMatching();
     }
+    /// That the engine has found: no other road follows.
+    void forgetMatching() noexcept { matching_.Forget(); }
     /// What further roads are held against: the cost of the largest factorization so far.
     const std::optional<RoadCost>& largest() const noexcept { return done_; }
     void largest(const std::optional<RoadCost>& cost) noexcept { done_ = cost; }
@@ -145,6 +149,7 @@ private:
     std::unique_ptr<FactorPlace> place_{};           ///< once a factor goes to files
     int core_ = std::numeric_limits<int>::max();     ///< megabytes beside files that the budget leaves
     std::optional<Analysed> ready_{};                ///< by a forecast
+    SharedMatching matching_{};                      ///< of the engine's roads, whatever their order
     std::unique_ptr<PivotedFactor<Cell>> pivoted_{}; ///< analysed
     bool isMatched_ = false;                         ///< by such an analysis, of these values
     std::optional<bool> pivotingPays_{};             ///< for this pattern

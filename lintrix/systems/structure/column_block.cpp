@@ -202,6 +202,23 @@ std::vector<double> orthonormalize(ColumnBlock<Cell>& W)
     return lengths;
 }
 
+template <class Cell>
+void takeBasis(ColumnBlock<Cell>& W)
+{
+    W.shrink(std::min(W.count, W.length));
+    if (W.count == 0) return;
+    for (std::int32_t j = 0; j < W.count; ++j) {
+        const double length = euclideanNorm(W.length, W.column(j));
+        if (length == 0.0) continue;
+        for (Cell* x = W.column(j); x != W.column(j + 1); ++x) *x /= length;
+    }
+    std::vector<Cell> tau(static_cast<std::size_t>(W.count)), work(tau.size() * 32);
+    const auto size = static_cast<std::int32_t>(work.size());
+    int info = 0;
+    lapack::geqrf(W.length, W.count, W.cells.data(), W.length, tau.data(), work.data(), size, info);
+    lapack::orgqr(W.length, W.count, W.count, W.cells.data(), W.length, tau.data(), work.data(), size, info);
+}
+
 template double scalarProduct(std::int32_t, const double*, const double*);
 template std::complex<double> scalarProduct(std::int32_t, const std::complex<double>*,
                                             const std::complex<double>*);
@@ -215,5 +232,7 @@ template LINTRIX_TESTABLE std::vector<double> orthogonalize(ColumnBlock<std::com
                                                             ColumnBlock<std::complex<double>>*);
 template LINTRIX_TESTABLE std::vector<double> orthonormalize(ColumnBlock<double>&);
 template LINTRIX_TESTABLE std::vector<double> orthonormalize(ColumnBlock<std::complex<double>>&);
+template LINTRIX_TESTABLE void takeBasis(ColumnBlock<double>&);
+template LINTRIX_TESTABLE void takeBasis(ColumnBlock<std::complex<double>>&);
 
 } // namespace Velmar::Lintrix::detail

@@ -52,4 +52,10 @@ LINTRIX_TESTABLE std::vector<double> orthogonalize(ColumnBlock<Cell>& W,
 template <class Cell>
 LINTRIX_TESTABLE std::vector<double> orthonormalize(ColumnBlock<Cell>& W);
 
+/// Turns W into an orthonormal basis of a space that holds its columns' span: of as many columns, but no more
+/// than `length`. By reflections of the columns as they stand, each divided by its length; a fraction of the
+/// cost above, whose order of lengths it does without. @pre W is finite
+template <class Cell>
+LINTRIX_TESTABLE void takeBasis(ColumnBlock<Cell>& W);
+
 } // namespace Velmar::Lintrix::detail

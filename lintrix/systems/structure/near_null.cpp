@@ -18,7 +18,8 @@ namespace {
 
 constexpr double kEps = std::numeric_limits<double>::epsilon();
 constexpr int kIterations = 8, kRitzSteps = 4, kImprovements = 10;
-constexpr double kSettled = 0.01; ///< relative change of all lengths
+constexpr double kSettled = 0.01;     ///< relative change of all lengths
+constexpr double kFarBelow = 0x1p-10; ///< of a threshold: then what is mixed in from above is below it, too
 
 template <class Cell>
 bool areFinite(const std::vector<Cell>& cells)
@@ -69,18 +70,25 @@ std::vector<double> takeShortest(const Apply<Cell>& map, ColumnBlock<Cell>& S, s
     return lengths;
 }
 
+/// Whether a block holds nothing but directions that are sent far below the threshold, to these lengths: then
+/// the null space has as many at least, and to turn them further within it tells nothing.
+bool areNull(const std::vector<double>& lengths, double threshold)
+{
+    return std::ranges::all_of(lengths, [=](double x) { return x <= kFarBelow * threshold; });
+}
+
 /// Rayleigh-Ritz steps, each on the span of V and inverse*(A*V), while they help.
 template <class Cell>
-std::vector<double> refine(const Apply<Cell>& A, const Apply<Cell>& inverse, ColumnBlock<Cell>& V)
+std::vector<double> refine(const Apply<Cell>& A, const Apply<Cell>& inverse, double threshold,
+                           ColumnBlock<Cell>& V)
 {
     std::vector<double> lengths = takeShortest(A, V, V.count);
-    for (int step = 1; step < kRitzSteps && !lengths.empty(); ++step) {
+    for (int step = 1; step < kRitzSteps && !areNull(lengths, threshold); ++step) {
         ColumnBlock<Cell> S = applied(inverse, applied(A, V));
         if (!areFinite(S.cells)) break;
-        orthonormalize(S);
         S.count += V.count;
         S.cells.insert(S.cells.end(), V.cells.begin(), V.cells.end());
-        orthonormalize(S);
+        takeBasis(S);
         const std::vector<double> before = std::exchange(lengths, takeShortest(A, S, V.count));
         V = std::move(S);
         const auto hardlyFell = [](double x, double y) { return y > 0.5 * x; };
@@ -109,17 +117,19 @@ bool areSettled(const std::vector<double>& before, const std::vector<double>& no
 /// Turns both blocks towards the singular vectors of the largest singular values of the inverse.
 /// @return false  a solve was not finite
 template <class Cell>
-bool iterate(const LinearMap<Cell>& inverse, ColumnBlock<Cell>& U, ColumnBlock<Cell>& V)
+bool iterate(const LinearMap<Cell>& inverse, double threshold, ColumnBlock<Cell>& U, ColumnBlock<Cell>& V)
 {
     std::vector<double> lengths;
     for (int step = 0; step < kIterations; ++step) {
         U = applied(inverse.adjointTimes, V);
         if (!areFinite(U.cells)) return false;
-        orthonormalize(U);
+        takeBasis(U);
         V = applied(inverse.times, U);
         if (!areFinite(V.cells)) return false;
-        const std::vector<double> before = std::exchange(lengths, orthonormalize(V));
-        if (areSettled(before, lengths)) break;
+        std::vector<double> next = orthonormalize(V);
+        for (double& length : next) length = 1.0 / length; // under the inverse
+        const std::vector<double> before = std::exchange(lengths, std::move(next));
+        if (areSettled(before, lengths) || areNull(lengths, threshold)) break;
     }
     return true;
 }
@@ -227,9 +237,9 @@ NearNull<Cell> findNearNull(const LinearMap<Cell>& A, const LinearMap<Cell>& inv
     result.norm = norm;
     result.threshold = settings.threshold > 0.0 ? settings.threshold : A.rows * kEps * norm;
     ColumnBlock<Cell> U, V = startBlock<Cell>(A.rows, std::clamp(settings.vectors, 1, std::max(A.rows, 1)));
-    if (A.rows == 0 || !iterate(inverse, U, V)) return result;
-    const std::vector<double> right = refine(A.times, inverse.times, V),
-                              left = refine(A.adjointTimes, inverse.adjointTimes, U);
+    if (A.rows == 0 || !iterate(inverse, result.threshold, U, V)) return result;
+    const std::vector<double> right = refine(A.times, inverse.times, result.threshold, V),
+                              left = refine(A.adjointTimes, inverse.adjointTimes, result.threshold, U);
     if (right.empty() || left.empty()) return result;
     const std::int32_t count = std::min(U.count, V.count);
     U.shrink(count);

@@ -145,6 +145,18 @@ Failure preorder(const CompressedRows<T>& matrix, Preordering kind, bool scaled,
     return failure;
 }
 
+Failure takePreordering(std::span<const int> columnOfRow, std::span<const double> factors,
+                        PreorderingBlocks& blocks) noexcept
+{
+    PreorderingBlocks fresh;
+    const int n = static_cast<int>(columnOfRow.size());
+    if (const Failure failure = allocate(n, Preordering::Unsymmetric, fresh)) return failure;
+    std::ranges::copy(columnOfRow, fresh.matching.span().begin());
+    std::ranges::copy(factors, fresh.scaling.span().begin());
+    blocks = std::move(fresh);
+    return {};
+}
+
 #define LINTRIX_INSTANTIATE(T)                                                                               \
     template LINTRIX_TESTABLE Failure preorder(const CompressedRows<T>&, Preordering, bool,                  \
                                                PreorderingBlocks&) noexcept;

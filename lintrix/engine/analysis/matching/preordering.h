@@ -70,4 +70,8 @@ template <class T>
 Failure preorder(const CompressedRows<T>& matrix, Preordering kind, bool scaled,
                  PreorderingBlocks& blocks) noexcept;
 
+/// The blocks of kind Unsymmetric where the matching is known. Failures: -403 and -404.
+LINTRIX_TESTABLE Failure takePreordering(std::span<const int> columnOfRow, std::span<const double> factors,
+                                         PreorderingBlocks& blocks) noexcept;
+
 } // namespace Velmar::Lintrix::detail::engine
