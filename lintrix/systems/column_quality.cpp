@@ -199,10 +199,21 @@ std::vector<Cell> correctionsOf(const AnyMatrix<Cell>& A, TransposeMode op, Fact
 /// A solve that loses as much as the probe has lost makes a correction too short by so many times that.
 constexpr double kSolvesFallShort = 8.0;
 
+/// Corrections by a factor of another matrix are the first ones of a series, which may shrink so slowly that
+/// nothing is seen of it: then it is at least so many times the first one.
+constexpr double kSlowSeries = 64.0;
+
+/// Of a bound on the error and the first correction, both beside the size of x.
+double seriesOf(double bound, double correction)
+{
+    return correction > 0.0 && std::isfinite(bound) ? std::max(1.0, bound / correction) : kSlowSeries;
+}
+
 /// Of what is exact there is no size to divide by, and the bound is 0. A factor that does not solve to the
-/// level of rounding bounds nothing.
+/// level of rounding bounds nothing, nor does one of another matrix.
+/// @return  how many times the first correction the error may be: more than once by a factor of another
 template <class Cell>
-void boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
+double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
                  Factored<Cell>& factor, std::span<const std::size_t> which, const BoundsAsked& asked,
                  std::vector<ColumnQuality>& columns)
 {
@@ -213,7 +224,7 @@ void boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<Cel
     }
     const std::vector<Cell> x = sideBySide<Cell>(all.n, inexact, {all.x.begin(), all.x.end()}),
                             r = sideBySide<Cell>(all.n, inexact, all.r);
-    if (inexact.empty()) return;
+    if (inexact.empty()) return 1.0;
     const std::vector<double> w = sideBySide<double>(all.n, inexact, all.w);
     const auto count = static_cast<std::int32_t>(inexact.size());
     const std::vector<Cell> d = correctionsOf(A, op, factor, count, r, asked);
@@ -223,12 +234,18 @@ void boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<Cel
         forwardErrorBounds<Cell>(A, op, inverseBy(factor, A.rows(), op), count, x.data(), r.data(), d.data(),
                                  w.data(), known, ResidualPrecision::Twice, kQuick);
     const double shortfall = 1.0 + kSolvesFallShort * asked.probeError;
+    double series = 1.0;
     for (std::size_t k = 0; k < inexact.size(); ++k) {
+        const auto first = static_cast<std::ptrdiff_t>(all.n * k);
+        if (asked.isOfAnother)
+            series = std::max(series, seriesOf(bounds[k], largestModulus(d.data() + first, A.rows()) /
+                                                              largestModulus(x.data() + first, A.rows())));
         ColumnQuality& column = columns[inexact[k]];
         const bool isSolved = column.backwardError <= kRoundingLevel;
         column.errorBound =
             isSolved && !asked.isOfAnother ? shortfall * bounds[k] : std::numeric_limits<double>::infinity();
     }
+    return series;
 }
 
 /// Those that have no bound, or none that is finite.
@@ -261,7 +278,8 @@ std::vector<ColumnQuality> qualityOfColumns(const AnyMatrix<Cell>& A, TransposeM
     std::vector<ColumnQuality> columns;
     for (const BackwardError& error : all.errors)
         columns.push_back({Verdict::Failed, error.normwise, error.componentwise});
-    if (bounded > 0) boundErrors(A, op, all, *factor, std::span(order).first(bounded), asked, columns);
+    const double series =
+        bounded > 0 ? boundErrors(A, op, all, *factor, std::span(order).first(bounded), asked, columns) : 1.0;
     for (const std::size_t j : order)
         columns[j].verdict = verdictOf(columns[j], asked.probeError, columns[j].errorBound);
     if (bounded == 0) return columns;
@@ -273,7 +291,7 @@ std::vector<ColumnQuality> qualityOfColumns(const AnyMatrix<Cell>& A, TransposeM
     const std::vector<double> estimates = errorEstimates(all, op, *factor, others);
     for (std::size_t k = 0; k < others.size(); ++k) {
         ColumnQuality& column = columns[others[k]];
-        column.verdict = std::max(column.verdict, verdictOf(column, asked.probeError, estimates[k]));
+        column.verdict = std::max(column.verdict, verdictOf(column, asked.probeError, series * estimates[k]));
     }
     return columns;
 }

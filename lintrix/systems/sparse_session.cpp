@@ -3,6 +3,7 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/probed_columns.h>
 #include <lintrix/systems/roads/road_search.h>
 #include <lintrix/systems/roads/solver_pool.h>
@@ -332,17 +333,18 @@ private:
 
     /// A column that is worse than the probe may owe that to the pivots, as the probe itself may where the
     /// road has left the units of A as they are: exchanges of rows in units of their own might do better. Of
-    /// a singular matrix they tell nothing.
+    /// a singular matrix they tell nothing, unless it is but its units that make it look so.
     bool mayBePivoted(const SystemAnswer<Cell>& answer, const Outcome<Cell>& outcome,
                       const Units& units) const
     {
         const Road road = outcome.attempt.road;
         const bool isOpen = !isPivotingTried_ && road != Road::Pivoted && road != Road::Dense && answer.x &&
-                            !answer.solutions && !outcome.isSolvedByAnother() && !outcome.reusedFactor &&
-                            outcome.store == FactorStore::Memory;
-        if (!isOpen) return false;
+                            !outcome.reusedFactor && outcome.store == FactorStore::Memory;
+        const bool isSingular = answer.solutions || outcome.isSolvedByAnother();
+        if (!isOpen || (isSingular && haveAlikeUnits(AnyMatrix<Cell>(matrix_.Matrix())))) return false;
         const Verdict ofProbe = verdictOf(0.0, outcome.quality->probeError);
-        const bool isOfPivots = ofProbe != Verdict::Accurate && !scales(road) && road != Road::Cholesky;
+        const bool isOfPivots =
+            isSingular || (ofProbe != Verdict::Accurate && !scales(road) && road != Road::Cholesky);
         const Verdict expected = isOfPivots ? Verdict::Accurate : ofProbe;
         for (std::size_t j = 0; j < answer.columns.size(); ++j)
             if (answer.columns[j].verdict > expected && (!units || units->isFinite(j))) return true;

@@ -50,17 +50,6 @@ bool areAlike(const Numbers& x)
     return high == 0.0 || high / low <= kAlike;
 }
 
-template <class Cell>
-bool haveAlikeUnits(const AnyMatrix<Cell>& A)
-{
-    Numbers rows(static_cast<std::size_t>(A.rows())), cols(static_cast<std::size_t>(A.cols()));
-    forSizes(A, [&](std::size_t i, std::size_t j, double size) {
-        rows[i] = std::max(rows[i], size);
-        cols[j] = std::max(cols[j], size);
-    });
-    return areAlike(rows) && areAlike(cols);
-}
-
 double dot(const Numbers& x, const Numbers& y)
 {
     return std::inner_product(x.begin(), x.end(), y.begin(), 0.0);
@@ -180,6 +169,17 @@ private:
 } // namespace
 
 template <class Cell>
+bool haveAlikeUnits(const AnyMatrix<Cell>& A)
+{
+    Numbers rows(static_cast<std::size_t>(A.rows())), cols(static_cast<std::size_t>(A.cols()));
+    forSizes(A, [&](std::size_t i, std::size_t j, double size) {
+        rows[i] = std::max(rows[i], size);
+        cols[j] = std::max(cols[j], size);
+    });
+    return areAlike(rows) && areAlike(cols);
+}
+
+template <class Cell>
 std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op)
 {
     if (haveAlikeUnits(A)) return {};
@@ -194,6 +194,8 @@ std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op)
     return exponents;
 }
 
+template bool haveAlikeUnits(const AnyMatrix<double>&);
+template bool haveAlikeUnits(const AnyMatrix<std::complex<double>>&);
 template std::vector<int> unitsOfUnknowns(const AnyMatrix<double>&, TransposeMode);
 template std::vector<int> unitsOfUnknowns(const AnyMatrix<std::complex<double>>&, TransposeMode);
 

@@ -24,6 +24,9 @@ namespace Velmar::Lintrix::detail::roads {
 /// alike.
 template <class Cell>
 LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op);
+/// Whether it is nothing. Cost: a pass over the elements.
+template <class Cell>
+LINTRIX_TESTABLE bool haveAlikeUnits(const AnyMatrix<Cell>& A);
 
 /// x*2^e, exactly but for over- and underflow.
 inline double timesPowerOfTwo(double x, int exponent) noexcept

@@ -1,5 +1,6 @@
 #include <lintrix/systems/roads/pivoted_factor.h>
 
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/column_refinement.h>
 
 #include <algorithm>
@@ -32,6 +33,13 @@ std::ptrdiff_t lightOnes(std::span<const std::int32_t> rowPointers,
     return std::ranges::count_if(lengths, [](std::int32_t length) { return length <= kLight; });
 }
 
+/// What exchanges of rows are chosen by: as equations have their units, whatever those of the unknowns are.
+template <class Cell>
+std::vector<int> unitsOfRows(const SparseOf<Cell>& A)
+{
+    return unitsOfUnknowns(AnyMatrix<Cell>(A), TransposeMode::Transposed);
+}
+
 } // namespace
 
 bool mayPivotedPay(std::span<const std::int32_t> rowPointers, std::span<const std::int32_t> columnIndices)
@@ -45,7 +53,7 @@ bool mayPivotedPay(std::span<const std::int32_t> rowPointers, std::span<const st
 template <class Cell>
 PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern)
     : A_(&A), threshold_(symmetricPattern ? kSymmetricThreshold : kThreshold),
-      lu_(std::make_shared<SparseLU<Cell>>(A, threshold_))
+      lu_(std::make_shared<SparseLU<Cell>>(A, threshold_, unitsOfRows<Cell>(A)))
 {
 }
 
@@ -98,9 +106,10 @@ EngineAnswer PivotedFactor<Cell>::factorize(const LuBounds& bounds)
 template <class Cell>
 EngineAnswer PivotedFactor<Cell>::refactorize(const LuBounds& bounds)
 {
-    if (isComplete_ && lu_->refactorize(*A_) == LuOutcome::Done) return {};
+    const std::vector<int> units = unitsOfRows<Cell>(*A_);
+    if (isComplete_ && lu_->refactorize(*A_, units) == LuOutcome::Done) return {};
     isComplete_ = false;
-    lu_ = std::make_shared<SparseLU<Cell>>(*A_, threshold_);
+    lu_ = std::make_shared<SparseLU<Cell>>(*A_, threshold_, units);
     return factorize(bounds);
 }
 

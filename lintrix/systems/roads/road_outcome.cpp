@@ -79,12 +79,22 @@ std::string whyFailed(const Outcome<Cell>& outcome)
                    scaledResidual(residual), pivots(outcome.perturbed)});
 }
 
+/// Unknowns of which the probe has brought no digit back, be they beside larger ones that hide it: of a
+/// matrix that is singular in its own units, for these there is no solution, or there are many.
+bool isUndetermined(const ProbedQuality& quality)
+{
+    return !(quality.probeErrorInUnits < kNoDigit);
+}
+
 /// What keeps a solution from being accurate.
 template <class Cell>
 std::string whyDegraded(const Outcome<Cell>& outcome)
 {
+    const bool isIllConditioned = !(outcome.quality->error() <= kFewDigits);
     return joined({pivots(outcome.perturbed), scaledResidual(outcome.quality->residual),
-                   outcome.quality->error() <= kFewDigits ? "" : "ill-conditioned"});
+                   isIllConditioned                    ? "ill-conditioned"
+                   : isUndetermined(*outcome.quality) ? "no digit of the smallest unknowns is known"
+                                                      : ""});
 }
 
 /// How much a failed road tells: nothing, a bad solution, that the matrix is singular or its few digits its
@@ -103,7 +113,8 @@ template <class Cell>
 Verdict Outcome<Cell>::verdict() const
 {
     if (!quality || isSolvedByAnother()) return Verdict::Failed;
-    return verdictOf(quality->residual, quality->error());
+    const Verdict byNorms = verdictOf(quality->residual, quality->error());
+    return isUndetermined(*quality) ? std::max(byNorms, Verdict::Degraded) : byNorms;
 }
 
 template <class Cell>

@@ -27,6 +27,7 @@ constexpr double kGrowthShows = 0x1p-51; // of a residual: pivots below the larg
 constexpr std::int32_t kKrylovCycle = 30, kKrylovSteps = 60,
                        kKrylovStepsInAll = 240; // each of a solve: less than a factorization
 constexpr double kWaitingExcess = 8.0;          // of operations, where pivots wait
+constexpr double kFewOperations = 1e6;          // of which nothing is said
 constexpr int kUsualThreads = 2;         // to choose an order for, where the choice must not hang on them
 constexpr std::int32_t kOneAndProbe = 2; // right-hand sides that a forecast is for
 
@@ -277,7 +278,7 @@ template <class Cell>
 sparse_lu::LuBounds RoadRunner<Cell>::pivotedBounds(Reach limit, const RoadCost& cost,
                                                     std::int32_t rightHands) const
 {
-    constexpr double kExcess = 3.0, kFewOperations = 1e6;
+    constexpr double kExcess = 3.0;
     constexpr double kTrifle = 0x1p24; // bytes, for which no system is asked: its answer takes longer
     constexpr double bytesPerEntry = 2.5 * (sizeof(Cell) + sizeof(std::int32_t)); // old and new arrays
     const double operations = done_ || limit != Reach::Near
@@ -297,7 +298,8 @@ double RoadRunner<Cell>::worthTrying(std::int32_t rightHands) const
     const RoadCost dense = denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
     const bool isNear =
         done_ && reachOf(Road::Dense, dense, *done_, budget_.limit(ownBytes(rightHands))) == Reach::Near;
-    return isNear ? kShare * dense.operations : std::numeric_limits<double>::infinity();
+    return isNear ? std::max(kShare * dense.operations, kFewOperations)
+                  : std::numeric_limits<double>::infinity();
 }
 
 template <class Cell>

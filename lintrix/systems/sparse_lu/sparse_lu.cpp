@@ -17,11 +17,15 @@ namespace {
 // No scale passes 2^1000, so that a row of the smallest numbers stays finite.
 constexpr int kLargestExponent = 1000;
 
-/// A power of two that brings `largest` to [1/2, 1), where there is one in range.
-double scaleFor(double largest)
+double powerOfTwo(int exponent)
 {
-    if (largest == 0.0) return 1.0;
-    return std::ldexp(1.0, -std::clamp(std::ilogb(largest) + 1, -kLargestExponent, kLargestExponent));
+    return std::ldexp(1.0, std::clamp(exponent, -kLargestExponent, kLargestExponent));
+}
+
+/// Of the power of two that brings `largest` to [1/2, 1).
+int exponentFor(double largest)
+{
+    return largest == 0.0 ? 0 : -(std::ilogb(largest) + 1);
 }
 
 // Operations above those foretold for pivots on the diagonal from which on the columns are ordered anew; and
@@ -49,10 +53,10 @@ struct SparseLU<Cell>::Columns {
 };
 
 template <class Cell>
-SparseLU<Cell>::SparseLU(const SparseOf<Cell>& A, double threshold)
+SparseLU<Cell>::SparseLU(const SparseOf<Cell>& A, double threshold, std::span<const int> rowExponents)
     : order_(A.Rows()), threshold_(threshold), scales_(static_cast<std::size_t>(A.Rows()))
 {
-    if (!scaleRows(A)) {
+    if (!scaleRows(A, rowExponents)) {
         analysed_ = LuOutcome::NotFinite;
         return;
     }
@@ -77,7 +81,7 @@ SparseLU<Cell>::SparseLU(SparseLuParts<Cell> parts, double threshold)
 
 /// @return false  there is an element that is not finite
 template <class Cell>
-bool SparseLU<Cell>::scaleRows(const SparseOf<Cell>& A)
+bool SparseLU<Cell>::scaleRows(const SparseOf<Cell>& A, std::span<const int> exponents)
 {
     const auto starts = A.RowPointers();
     const auto values = A.Values();
@@ -88,7 +92,7 @@ bool SparseLU<Cell>::scaleRows(const SparseOf<Cell>& A)
             if (!isFinite(value)) return false;
             largest = std::max(largest, std::max(std::abs(std::real(value)), std::abs(std::imag(value))));
         }
-        scales_[i] = scaleFor(largest);
+        scales_[i] = powerOfTwo(exponents.empty() ? exponentFor(largest) : exponents[i]);
     }
     return true;
 }
@@ -211,9 +215,9 @@ LuOutcome SparseLU<Cell>::eliminate(const LuBounds& bounds)
 }
 
 template <class Cell>
-LuOutcome SparseLU<Cell>::refactorize(const SparseOf<Cell>& A)
+LuOutcome SparseLU<Cell>::refactorize(const SparseOf<Cell>& A, std::span<const int> rowExponents)
 {
-    if (!scaleRows(A)) return LuOutcome::NotFinite;
+    if (!scaleRows(A, rowExponents)) return LuOutcome::NotFinite;
     PlacedColumns<Cell>& placed = arrays_.A;
     const auto values = A.Values();
     std::int64_t zeros = static_cast<std::int64_t>(values.size());

@@ -24,9 +24,12 @@ struct SparseLuParts {
     LuArrays<Cell> arrays{};
 };
 
-/// P*R*A*Q = L*U + F with R of powers of two that bring each row's largest element near 1, U + F upper block
-/// triangular, and below its diagonal entries of L in the blocks alone. No element of L passes 1 / threshold,
-/// of complex cells sqrt(2) / threshold.
+/// P*R*A*Q = L*U + F with R of powers of two, U + F upper block triangular, and below its diagonal entries of
+/// L in the blocks alone. No element of L passes 1 / threshold, of complex cells sqrt(2) / threshold.
+///
+/// R brings each row's largest element near 1, unless the exponents of the rows are given: where columns are
+/// in units far apart, the largest of a row tells of its column alone, and pivots chosen by it may be bad
+/// ones.
 ///
 ///     SparseLU<double> lu(A);
 ///     if (lu.factorize(A) == LuOutcome::Done) lu.solve(op, cells);
@@ -41,8 +44,10 @@ template <class Cell>
 class LINTRIX_TESTABLE SparseLU {
 public:
     /// Analyses `A`, which is square with both triangles stored, and keeps its values; stored zeros are left
-    /// out. `threshold`, in (0, 1], is that of the pivots. @throws NotEnoughMemoryException, std::bad_alloc
-    explicit SparseLU(const SparseOf<Cell>& A, double threshold = 0.1);
+    /// out. `threshold`, in (0, 1], is that of the pivots; `rowExponents` are those of R, one a row, or none.
+    /// @throws NotEnoughMemoryException, std::bad_alloc
+    explicit SparseLU(const SparseOf<Cell>& A, double threshold = 0.1,
+                      std::span<const int> rowExponents = {});
 
     /// A factor that was made before, of a matrix of this order.
     SparseLU(SparseLuParts<Cell> parts, double threshold);
@@ -55,7 +60,7 @@ public:
     LuOutcome factorize(const SparseOf<Cell>& A, const LuBounds& bounds = {});
     /// The same pivots for the values of `A`, of the same pattern as before.
     /// @return  Done, NotFinite, or PivotsSpoilt: then it has to be made anew
-    LuOutcome refactorize(const SparseOf<Cell>& A);
+    LuOutcome refactorize(const SparseOf<Cell>& A, std::span<const int> rowExponents = {});
 
     /// X = op(A)^-1*X for right-hand sides one behind the other. @pre factorized
     void solve(TransposeMode op, std::span<Cell> X) const;
@@ -76,7 +81,7 @@ public:
 private:
     struct Columns;
 
-    bool scaleRows(const SparseOf<Cell>& A);
+    bool scaleRows(const SparseOf<Cell>& A, std::span<const int> exponents);
     Columns columnsOf(const SparseOf<Cell>& A) const;
     std::vector<double> sizesOf(const Columns& columns, const SparseOf<Cell>& A) const;
     void plan(const SparseOf<Cell>& A, const Columns& columns, ColumnOrder order);
