@@ -5,13 +5,15 @@
 //
 // Grids, and the square matrices among the files with 100 rows and more, by the pattern of A plus its
 // transpose. Each row gives n, the edges, nnz(L) and milliseconds of both peers, then ratios own/peer of
-// nnz(L) and time: minimum degree and its form in 8 parts to AMD, nested dissection and its form in 8 parts
-// to METIS. "graph" is the time of making the graph, in hundredths of METIS's. The last row has the geometric
-// means. The sides are timed in turn, each ratio is the median over rounds.
+// nnz(L) and time: minimum degree and its form in 8 parts to AMD, nested dissection, its form in 8 parts and
+// the dissection that threads share, by one and by two of them, to METIS. "graph" is the time of making the
+// graph, in hundredths of METIS's. The last row has the geometric means. The sides are timed in turn, each
+// ratio is the median over rounds.
 
 #include "bench/ordering_peer.h"
 #include "bench/paired.h"
 
+#include <lintrix/engine/analysis/dissection/dissection.h>
 #include <lintrix/engine/analysis/ordering/constrained_minimum_degree.h>
 #include <lintrix/engine/analysis/ordering/minimum_degree.h>
 #include <lintrix/engine/analysis/ordering/nested_dissection.h>
@@ -57,11 +59,16 @@ Order dissection(const Graph& graph, int parts)
     };
 }
 
-/// The orderings by column of the table: two peers, then two of our own for each of them.
-constexpr std::size_t kPeers = 2, kSides = 6;
-constexpr std::array<std::size_t, kSides> kPeerOf{0, 1, 0, 0, 1, 1};
-constexpr std::array<const char*, kSides> kTitles{"AMD",        "METIS",      "minimum degree",
-                                                  "in 8 parts", "dissection", "in 8 parts"};
+Order shared(const Graph& graph, int threads)
+{
+    return [&graph, threads](OwnedOrdering& ordering) { require(dissect(graph, threads, ordering.view())); };
+}
+
+/// The orderings by column of the table: two peers, then our own for each of them.
+constexpr std::size_t kPeers = 2, kSides = 8;
+constexpr std::array<std::size_t, kSides> kPeerOf{0, 1, 0, 0, 1, 1, 1, 1};
+constexpr std::array<const char*, kSides> kTitles{
+    "AMD", "METIS", "minimum degree", "in 8 parts", "dissection", "in 8 parts", "shared", "by 2 threads"};
 
 std::array<Order, kSides> sidesOf(const Graph& graph, CholmodGraph& peer)
 {
@@ -70,7 +77,9 @@ std::array<Order, kSides> sidesOf(const Graph& graph, CholmodGraph& peer)
             [&graph](OwnedOrdering& ordering) { require(minimumDegree(graph, kDelta, ordering.view())); },
             constrained(graph),
             dissection(graph, 1),
-            dissection(graph, kParts)};
+            dissection(graph, kParts),
+            shared(graph, 1),
+            shared(graph, 2)};
 }
 
 struct Measured {
