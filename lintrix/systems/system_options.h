@@ -30,8 +30,8 @@ struct EngineSettings {
 
 /// When a phase of a `LinearSystem` has to end before it is done. Both are looked at each few milliseconds,
 /// and between the panels of a factor, dense or sparse. What one call of another library does is done to its
-/// end: an order by nested dissection (about 1 s for 10^6 neighbours in the graph), QR or LQ of a dense
-/// matrix that is not square, and bringing a saved file to the disk.
+/// end: an order by "parallel nested dissection" (about 1 s for 10^6 neighbours in the graph), QR or LQ of a
+/// dense matrix that is not square, and bringing a saved file to the disk.
 struct RunLimits {
     std::stop_token stop{};
     std::optional<std::chrono::steady_clock::time_point> deadline{};
