@@ -142,6 +142,8 @@ void expectAllRoadsComeBack()
         for (const Road road :
              {Road::Unmatched, Road::Matched, Road::Fronts, Road::Coarse, Road::Pivoted, Road::Dense})
             expectTheRoadComesBack<Cell>(Attempt{road}, gridOf<Cell>(Values::General, 9), folder);
+        expectTheRoadComesBack<Cell>(Attempt{Road::Pivoted, {}, UnitsBy::Fit},
+                                     gridOf<Cell>(Values::General, 9), folder);
     }
 }
 
