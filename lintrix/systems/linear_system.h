@@ -126,7 +126,8 @@ enum class SystemChange {
 /// (Arioli, Demmel, Duff, SIAM J. Matrix Anal. Appl. 10 (1989)), the inverse being estimated through the
 /// factor (Higham, Tisseur, SIAM J. Matrix Anal. Appl. 21 (2000)). The larger of this bound and of the
 /// probe's error decides. The probe, and the right-hand sides, are in units of their own, so that the units
-/// of equations and unknowns decide nothing, unless A and its inverse together leave the range of a double.
+/// of equations and unknowns decide nothing, unless A and its inverse together leave the range of a double;
+/// and where the largest unknowns have come back, but no digit of a smaller one, the best is Degraded.
 ///
 /// **Phases.** `Forecast` analyses, `Factorize` makes the factor, `Solve` does what is still missing.
 /// `Update` brings other values or another pattern and repeats no more than it must.

@@ -123,7 +123,7 @@ public:
         if (samePattern && sameTypes && haveSameValues(now, then)) return SystemChange::None;
         exhausted_.reset();
         rank_.reset();
-        isPivotingTried_ = false;
+        isPivotingTried_ = isFitTried_ = false;
         others_.clear();
         first_ = first;
         if (samePattern && sameTypes) {
@@ -168,7 +168,8 @@ private:
 
     ProbedColumns<Cell> columnsOf(const M* given, const M* known, TransposeMode op) const
     {
-        return probedColumns<Cell>(matrix_.Matrix(), given, known, op);
+        return probedColumns<Cell>(matrix_.Matrix(), given, known, op,
+                                   best_ ? best_->attempt.units : UnitsBy::LargestElements);
     }
 
     /// By a factor that serves, beside other threads that solve with it. None where there is no such factor,
@@ -189,7 +190,7 @@ private:
         std::optional<SystemAnswer<Cell>> answer;
         if (outcome.verdict() == Verdict::Accurate) answer = judged(outcome, request, columns.units);
         const bool mayBeBetter = answer && answer->verdict != Verdict::Accurate &&
-                                 (isMatchingOld_ || mayBePivoted(*answer, outcome, columns.units));
+                                 (isMatchingOld_ || otherPivots(*answer, outcome, columns.units));
         if (mayBeBetter) answer.reset();
         others_.giveBack(std::move(outcome.factor));
         return answer;
@@ -252,7 +253,7 @@ private:
         std::optional<Attempt> attempt; ///< of the factor
         std::vector<std::string> left;
         std::optional<Verdict> exhausted;
-        bool isFactorOld, isMatchingOld, isPivotingTried;
+        bool isFactorOld, isMatchingOld, isPivotingTried, isFitTried;
         std::optional<RoadCost> largest;
     };
 
@@ -267,6 +268,7 @@ private:
                               isFactorOld_,
                               isMatchingOld_,
                               isPivotingTried_,
+                              isFitTried_,
                               runner_.largest()};
         std::optional<Outcome<Cell>> outcome;
         try {
@@ -281,6 +283,7 @@ private:
             isFactorOld_ = before.isFactorOld;
             isMatchingOld_ = before.isMatchingOld;
             isPivotingTried_ = before.isPivotingTried;
+            isFitTried_ = before.isFitTried;
             runner_.largest(before.largest);
             throw;
         }
@@ -309,8 +312,11 @@ private:
         if (answer.verdict != Verdict::Accurate && mayBeMatched)
             answer = matchedAnew(std::move(answer), request, units, outcome);
         const bool spoilt = served && answer.verdict == Verdict::Failed && !(outcome->attempt == *served);
-        if (!spoilt && mayBePivoted(answer, *outcome, units))
-            answer = pivotedBeside(std::move(answer), request, units, *outcome);
+        if (!spoilt) {
+            while (const auto attempt = otherPivots(answer, *outcome, units))
+                answer = pivotedBeside(std::move(answer), *attempt, request, units, *outcome);
+            isFitTried_ |= answer.verdict != Verdict::Accurate;
+        }
         best_ = std::move(*outcome);
         if (spoilt)
             best_ = Outcome<Cell>{.attempt = *served, .taken = true}; // the right-hand side is to blame
@@ -331,35 +337,65 @@ private:
         return answer.verdict <= before.verdict ? std::move(answer) : std::move(before);
     }
 
-    /// A column that is worse than the probe may owe that to the pivots, as the probe itself may where the
-    /// road has left the units of A as they are: exchanges of rows in units of their own might do better. Of
-    /// a singular matrix they tell nothing, unless it is but its units that make it look so.
-    bool mayBePivoted(const SystemAnswer<Cell>& answer, const Outcome<Cell>& outcome,
+    /// What might do better beside the factor at hand, by exchanges of rows in units of their own. A column
+    /// that is worse than the probe may owe that to the pivots, as the probe itself may where the road has
+    /// left the units of A as they are. Of a singular matrix they tell nothing, unless it is but its units
+    /// that make it look so. And where the largest elements have told of alike units wrongly, the probe is
+    /// harder than any right-hand side whose error is bounded.
+    std::optional<Attempt> otherPivots(const SystemAnswer<Cell>& answer, const Outcome<Cell>& outcome,
+                                       const Units& units) const
+    {
+        const bool isOpen = answer.x && hasWorse(answer, Verdict::Accurate, units) && !outcome.reusedFactor &&
+                            outcome.store == FactorStore::Memory;
+        if (!isOpen) return std::nullopt;
+        const bool isAlike = haveAlikeUnits(AnyMatrix<Cell>(matrix_.Matrix()));
+        if (mayBePivoted(answer, outcome, isAlike, units)) return Attempt{Road::Pivoted};
+        if (isFitTried_ || !isAlike || options_.errorBounds <= 0 || !differByFit()) return std::nullopt;
+        return Attempt{Road::Pivoted, {}, UnitsBy::Fit};
+    }
+
+    bool mayBePivoted(const SystemAnswer<Cell>& answer, const Outcome<Cell>& outcome, bool isAlike,
                       const Units& units) const
     {
         const Road road = outcome.attempt.road;
-        const bool isOpen = !isPivotingTried_ && road != Road::Pivoted && road != Road::Dense && answer.x &&
-                            !outcome.reusedFactor && outcome.store == FactorStore::Memory;
         const bool isSingular = answer.solutions || outcome.isSolvedByAnother();
-        if (!isOpen || (isSingular && haveAlikeUnits(AnyMatrix<Cell>(matrix_.Matrix())))) return false;
+        if (isPivotingTried_ || road == Road::Pivoted || road == Road::Dense || (isSingular && isAlike))
+            return false;
         const Verdict ofProbe = verdictOf(0.0, outcome.quality->probeError);
         const bool isOfPivots =
             isSingular || (ofProbe != Verdict::Accurate && !scales(road) && road != Road::Cholesky);
-        const Verdict expected = isOfPivots ? Verdict::Accurate : ofProbe;
+        return hasWorse(answer, isOfPivots ? Verdict::Accurate : ofProbe, units);
+    }
+
+    static bool hasWorse(const SystemAnswer<Cell>& answer, Verdict expected, const Units& units)
+    {
         for (std::size_t j = 0; j < answer.columns.size(); ++j)
             if (answer.columns[j].verdict > expected && (!units || units->isFinite(j))) return true;
         return false;
     }
 
-    /// By partial pivoting, once for a set of values, beside the factor at hand, which stays where that is no
-    /// better. @return  the better answer
-    SystemAnswer<Cell> pivotedBeside(SystemAnswer<Cell> before, const Request<Cell>& request,
-                                     const Units& units, Outcome<Cell>& outcome)
+    bool differByFit() const
     {
-        isPivotingTried_ = true;
-        Outcome<Cell> pivoted = runner_.runBeside(outcome, Attempt{Road::Pivoted}, request);
+        const auto differ = [this](TransposeMode op) {
+            return !unitsOfUnknowns(AnyMatrix<Cell>(matrix_.Matrix()), op, UnitsBy::Fit).empty();
+        };
+        return differ(TransposeMode::NotTransposed) || differ(TransposeMode::Transposed);
+    }
+
+    /// Once for a set of values, beside the factor at hand, which stays where that is no better.
+    /// @return  the better answer
+    SystemAnswer<Cell> pivotedBeside(SystemAnswer<Cell> before, const Attempt& attempt,
+                                     const Request<Cell>& request, const Units& units, Outcome<Cell>& outcome)
+    {
+        const bool isByFit = attempt.units == UnitsBy::Fit;
+        (isByFit ? isFitTried_ : isPivotingTried_) = true;
+        std::optional<ProbedColumns<Cell>> fitted;
+        if (isByFit)
+            fitted = withProbeBy<Cell>(attempt.units, matrix_.Matrix(), request.B, request.known, request.op);
+        const Request<Cell> asked = fitted ? Request<Cell>{fitted->B, fitted->known, request.op} : request;
+        Outcome<Cell> pivoted = runner_.runBeside(outcome, attempt, asked);
         pivoted.inertia = outcome.inertia;
-        SystemAnswer<Cell> after = judged(pivoted, request, units);
+        SystemAnswer<Cell> after = judged(pivoted, asked, units);
         const bool isBetter = after.x && std::ranges::lexicographical_compare(worstFirst(after.columns),
                                                                               worstFirst(before.columns));
         SystemAnswer<Cell>&best = isBetter ? after : before, &other = isBetter ? before : after;
@@ -594,6 +630,7 @@ private:
     bool isFactorOld_ = false;            ///< the values have changed since
     bool isMatchingOld_ = false;          ///< likewise, since the analysis; the factor is one of theirs
     bool isPivotingTried_ = false;        ///< of these values
+    bool isFitTried_ = false;             ///< likewise, in units by their fit
     std::optional<std::int32_t> rank_{};  ///< structural
     SolverPool<Cell> others_{};           ///< with the factor of `best_`
     mutable std::shared_mutex busy_{};    ///< shared by those who solve with a factor that serves

@@ -15,9 +15,10 @@ namespace {
 
 using Numbers = std::vector<double>;
 
-constexpr double kAlike = 0x1p20;   // times, between the largest elements of rows, or of columns
-constexpr int kSteps = 60;          // of conjugate gradients
-constexpr double kNear = 1.0;       // powers of two that are left of the residual, in the mean of a column
+constexpr double kAlikeExponents = 20.0; // of two, between units
+constexpr double kAlike = 0x1p20;        // times, between the largest elements of rows, or of columns
+constexpr int kSteps = 60;               // of conjugate gradients
+constexpr double kNear = 0.25;      // powers of two that are left of the residual, in the mean of a column
 constexpr double kFarthest = 960.0; // powers of two that unknowns differ by at most
 
 /// work(i, j, |a_ij|) for the elements that are finite and not 0.
@@ -180,13 +181,16 @@ bool haveAlikeUnits(const AnyMatrix<Cell>& A)
 }
 
 template <class Cell>
-std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op)
+std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op, UnitsBy by)
 {
-    if (haveAlikeUnits(A)) return {};
+    if (by == UnitsBy::LargestElements && haveAlikeUnits(A)) return {};
     const LogarithmicFit<Cell> fit(A);
     Numbers units = fit.columns();
     if (op != TransposeMode::NotTransposed) units = fit.rows(units);
-    const double largest = *std::ranges::max_element(units);
+    if (units.empty()) return {};
+    const auto [least, most] = std::ranges::minmax_element(units);
+    const double largest = *most;
+    if (by == UnitsBy::Fit && largest - *least <= kAlikeExponents) return {};
     std::vector<int> exponents(units.size());
     std::ranges::transform(units, exponents.begin(), [largest](double unit) {
         return static_cast<int>(std::lround(std::max(unit - largest, -kFarthest)));
@@ -196,7 +200,7 @@ std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op)
 
 template bool haveAlikeUnits(const AnyMatrix<double>&);
 template bool haveAlikeUnits(const AnyMatrix<std::complex<double>>&);
-template std::vector<int> unitsOfUnknowns(const AnyMatrix<double>&, TransposeMode);
-template std::vector<int> unitsOfUnknowns(const AnyMatrix<std::complex<double>>&, TransposeMode);
+template std::vector<int> unitsOfUnknowns(const AnyMatrix<double>&, TransposeMode, UnitsBy);
+template std::vector<int> unitsOfUnknowns(const AnyMatrix<std::complex<double>>&, TransposeMode, UnitsBy);
 
 } // namespace Velmar::Lintrix::detail::roads

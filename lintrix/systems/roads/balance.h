@@ -13,9 +13,16 @@
 
 namespace Velmar::Lintrix::detail::roads {
 
+/// How it is told whether the units are alike.
+enum class UnitsBy {
+    /// By the largest elements of rows and columns: a pass over the elements. Where a few rows and columns
+    /// hold all of these, as those of a hub, it may be wrong.
+    LargestElements,
+    Fit, ///< by what is to be found: the passes that this takes
+};
+
 /// Of op(A)*x = b, exponents e so that, with unknowns of the sizes 2^e_j, all terms of an equation tend to be
-/// of one size; the largest is 0. Nothing where the rows' and the columns' largest elements say that the
-/// units are alike.
+/// of one size; the largest is 0. Nothing where units are alike.
 ///
 /// They minimize the sum of (log2 |a_ij| + d_i + e_j)^2 over the elements that are not 0, so that they follow
 /// every change of units: of L*A*R, L and R diagonal, they are those of A beside R^-1. Curtis, Reid, "On the
@@ -23,8 +30,9 @@ namespace Velmar::Lintrix::detail::roads {
 /// gradients take a few passes over the elements; where they have not converged by then, units are less
 /// alike.
 template <class Cell>
-LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op);
-/// Whether it is nothing. Cost: a pass over the elements.
+LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op,
+                                                  UnitsBy by = UnitsBy::LargestElements);
+/// By the largest elements.
 template <class Cell>
 LINTRIX_TESTABLE bool haveAlikeUnits(const AnyMatrix<Cell>& A);
 

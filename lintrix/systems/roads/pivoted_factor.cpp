@@ -1,6 +1,5 @@
 #include <lintrix/systems/roads/pivoted_factor.h>
 
-#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/column_refinement.h>
 
 #include <algorithm>
@@ -35,9 +34,9 @@ std::ptrdiff_t lightOnes(std::span<const std::int32_t> rowPointers,
 
 /// What exchanges of rows are chosen by: as equations have their units, whatever those of the unknowns are.
 template <class Cell>
-std::vector<int> unitsOfRows(const SparseOf<Cell>& A)
+std::vector<int> unitsOfRows(const SparseOf<Cell>& A, UnitsBy by)
 {
-    return unitsOfUnknowns(AnyMatrix<Cell>(A), TransposeMode::Transposed);
+    return unitsOfUnknowns(AnyMatrix<Cell>(A), TransposeMode::Transposed, by);
 }
 
 } // namespace
@@ -51,9 +50,9 @@ bool mayPivotedPay(std::span<const std::int32_t> rowPointers, std::span<const st
 }
 
 template <class Cell>
-PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern)
+PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern, UnitsBy units)
     : A_(&A), threshold_(symmetricPattern ? kSymmetricThreshold : kThreshold),
-      lu_(std::make_shared<SparseLU<Cell>>(A, threshold_, unitsOfRows<Cell>(A)))
+      lu_(std::make_shared<SparseLU<Cell>>(A, threshold_, unitsOfRows<Cell>(A, units))), unitsBy_(units)
 {
 }
 
@@ -106,7 +105,7 @@ EngineAnswer PivotedFactor<Cell>::factorize(const LuBounds& bounds)
 template <class Cell>
 EngineAnswer PivotedFactor<Cell>::refactorize(const LuBounds& bounds)
 {
-    const std::vector<int> units = unitsOfRows<Cell>(*A_);
+    const std::vector<int> units = unitsOfRows<Cell>(*A_, unitsBy_);
     if (isComplete_ && lu_->refactorize(*A_, units) == LuOutcome::Done) return {};
     isComplete_ = false;
     lu_ = std::make_shared<SparseLU<Cell>>(*A_, threshold_, units);

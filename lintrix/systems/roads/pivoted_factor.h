@@ -3,6 +3,7 @@
 /// Sparse LU with partial pivoting as a road: when it pays, within which bounds, and its factor.
 
 #include <lintrix/services/export.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/factored.h>
 #include <lintrix/systems/sparse_lu/sparse_lu.h>
 #include <lintrix/systems/system_matrix.h>
@@ -20,11 +21,12 @@ class LINTRIX_TESTABLE PivotedFactor final : public Factored<Cell> {
 public:
     /// Analyses `A`, which has both triangles and must outlive the factor. In a symmetric pattern the
     /// diagonal is left for elements a hundred times as large, elsewhere for ten times: an exchange costs the
-    /// symmetry, and with it fill. @throws NotEnoughMemoryException, std::bad_alloc
-    PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern);
+    /// symmetry, and with it fill. `units`: of the equations, by which rows are exchanged.
+    /// @throws NotEnoughMemoryException, std::bad_alloc
+    PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern, UnitsBy units = UnitsBy::LargestElements);
 
     /// What `save` has added to a file. @throws as `requireWhole`, NotEnoughMemoryException
-    static std::unique_ptr<PivotedFactor> load(const SparseOf<Cell>& A, SectionReader& file);
+    static std::unique_ptr<PivotedFactor> load(const SparseOf<Cell>& A, UnitsBy units, SectionReader& file);
     void save(SectionWriter& file) const override;
 
     /// Whether the analysis has found a matching.
@@ -40,6 +42,7 @@ public:
     /// For other values in the arrays of A, with the same pivots where they serve. @throws likewise
     EngineAnswer refactorize(const sparse_lu::LuBounds& bounds);
     std::int64_t entries() const { return lu_->entries(); }
+    UnitsBy unitsBy() const { return unitsBy_; }
     /// Whether it can solve, be it for values that are none any more.
     bool isComplete() const { return isComplete_; }
     double operations(std::int32_t rightHands) const override;
@@ -52,9 +55,9 @@ public:
     std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<PivotedFactor>(*this); }
 
 private:
-    PivotedFactor(const SparseOf<Cell>& A, double threshold, sparse_lu::SparseLU<Cell> lu)
+    PivotedFactor(const SparseOf<Cell>& A, double threshold, UnitsBy units, sparse_lu::SparseLU<Cell> lu)
         : A_(&A), threshold_(threshold), lu_(std::make_shared<sparse_lu::SparseLU<Cell>>(std::move(lu))),
-          isComplete_(true)
+          unitsBy_(units), isComplete_(true)
     {
     }
 
@@ -63,6 +66,7 @@ private:
     const SparseOf<Cell>* A_;
     double threshold_;
     std::shared_ptr<sparse_lu::SparseLU<Cell>> lu_;
+    UnitsBy unitsBy_ = UnitsBy::LargestElements;
     bool isComplete_ = false;
     std::int32_t steps_ = 0;
 };

@@ -18,12 +18,12 @@ struct ProbedColumns {
     std::optional<ColumnUnits<Cell>> units{}; ///< of those that were given
 };
 
-/// `given` or `known` columns, or neither. `Matrix` is sparse or dense.
+/// `given` or `known` columns, or neither; the probe in units that are told so. `Matrix` is sparse or dense.
 template <class Cell, class Matrix>
 ProbedColumns<Cell> probedColumns(const Matrix& A, const MatrixOf<Cell>* given, const MatrixOf<Cell>* known,
-                                  TransposeMode op)
+                                  TransposeMode op, UnitsBy by = UnitsBy::LargestElements)
 {
-    MatrixOf<Cell> solutions = probeSolution<Cell>(AnyMatrix<Cell>(A), op);
+    MatrixOf<Cell> solutions = probeSolution<Cell>(AnyMatrix<Cell>(A), op, by);
     if (known) solutions = beside(*known, solutions);
     MatrixOf<Cell> products = productOf<Cell>(A, solutions, op);
     if (!given) return {std::move(products), std::move(solutions)};
@@ -31,6 +31,16 @@ ProbedColumns<Cell> probedColumns(const Matrix& A, const MatrixOf<Cell>* given, 
     MatrixOf<Cell> own = copyOfColumns(*given);
     units.divide(own);
     return {beside(own, products), std::move(solutions), std::move(units)};
+}
+
+/// The same columns with another probe.
+template <class Cell, class Matrix>
+ProbedColumns<Cell> withProbeBy(UnitsBy by, const Matrix& A, const MatrixOf<Cell>& B,
+                                const MatrixOf<Cell>& known, TransposeMode op)
+{
+    const MatrixOf<Cell> probe = probeSolution<Cell>(AnyMatrix<Cell>(A), op, by);
+    return {beside(columnsOf(B, 0, B.Cols() - 1), productOf<Cell>(A, probe, op)),
+            beside(columnsOf(known, 0, known.Cols() - 1), probe)};
 }
 
 } // namespace Velmar::Lintrix::detail::roads

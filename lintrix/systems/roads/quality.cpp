@@ -3,7 +3,6 @@
 #include <lintrix/services/work.h>
 #include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/vector_norms.h>
-#include <lintrix/systems/roads/balance.h>
 
 #include <algorithm>
 #include <cmath>
@@ -131,10 +130,10 @@ MatrixOf<Cell> probeSolution(std::int32_t rows)
 }
 
 template <class Cell>
-MatrixOf<Cell> probeSolution(const AnyMatrix<Cell>& A, TransposeMode op)
+MatrixOf<Cell> probeSolution(const AnyMatrix<Cell>& A, TransposeMode op, UnitsBy by)
 {
     MatrixOf<Cell> column = probeSolution<Cell>(op == TransposeMode::NotTransposed ? A.cols() : A.rows());
-    const std::vector<int> units = unitsOfUnknowns(A, op);
+    const std::vector<int> units = unitsOfUnknowns(A, op, by);
     for (std::size_t j = 0; j < units.size(); ++j) cellsOf(column)[j] *= std::ldexp(1.0, units[j]);
     return column;
 }
@@ -218,8 +217,8 @@ template bool allFinite(const Matrix&);
 template bool allFinite(const CMatrix&);
 template Matrix probeSolution<double>(std::int32_t);
 template CMatrix probeSolution<Complex>(std::int32_t);
-template Matrix probeSolution<double>(const AnyMatrix<double>&, TransposeMode);
-template CMatrix probeSolution<Complex>(const AnyMatrix<Complex>&, TransposeMode);
+template Matrix probeSolution<double>(const AnyMatrix<double>&, TransposeMode, UnitsBy);
+template CMatrix probeSolution<Complex>(const AnyMatrix<Complex>&, TransposeMode, UnitsBy);
 template ProbedQuality judge<double>(const SparseMatrix&, const Matrix&, const Matrix&, const Matrix&,
                                      TransposeMode, std::optional<double>);
 template ProbedQuality judge<Complex>(const CSparseMatrix&, const CMatrix&, const CMatrix&, const CMatrix&,

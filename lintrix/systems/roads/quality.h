@@ -8,6 +8,7 @@
 
 #include <lintrix/services/export.h>
 #include <lintrix/systems/quality/any_matrix.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/verdict.h>
@@ -63,7 +64,8 @@ template <class Cell>
 LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(std::int32_t rows);
 /// The same in the units of the unknowns of op(A): else the largest of them would be all that is seen of it.
 template <class Cell>
-LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(const AnyMatrix<Cell>& A, TransposeMode op);
+LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(const AnyMatrix<Cell>& A, TransposeMode op,
+                                              UnitsBy by = UnitsBy::LargestElements);
 
 /// The largest |x - y|; NaN if there is one among them.
 template <class Block>

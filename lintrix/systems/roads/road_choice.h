@@ -3,6 +3,7 @@
 /// Which road is taken next, by what came of the one before and by what the next one costs.
 
 #include <lintrix/services/export.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/direct_run.h>
 
 #include <optional>
@@ -23,6 +24,8 @@ enum class Ending {
 struct Attempt {
     Road road = Road::Matched;
     std::optional<FillInReducingMethod> ordering{}; ///< none: what takes less time in all
+    /// Of equations, by which exchanges of rows are chosen, and of the probe.
+    UnitsBy units = UnitsBy::LargestElements;
 
     bool operator==(const Attempt&) const = default;
 };

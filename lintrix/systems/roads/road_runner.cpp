@@ -83,7 +83,7 @@ bool RoadRunner<Cell>::triesPivoting()
 template <class Cell>
 RoadCost RoadRunner<Cell>::forecast(const Attempt& attempt)
 try {
-    if (attempt.road == Road::Pivoted) return pivoted().cost();
+    if (attempt.road == Road::Pivoted) return pivoted(attempt.units).cost();
     if (attempt.road == Road::Dense) return denseCost(system_.Size(), std::is_same_v<Cell, Complex>);
     if (!ready_ || !(ready_->attempt == attempt))
         ready_ = analysed(attempt, system_.As(typeOf(attempt.road)), kOneAndProbe);
@@ -260,12 +260,12 @@ void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun>& run, const 
 
 /// Analysed when it is first asked for.
 template <class Cell>
-PivotedFactor<Cell>& RoadRunner<Cell>::pivoted()
+PivotedFactor<Cell>& RoadRunner<Cell>::pivoted(UnitsBy units)
 {
-    if (!pivoted_) {
+    if (!pivoted_ || pivoted_->unitsBy() != units) {
         const SparseOf<Cell>& A = system_.Full();
         WorkScope::expect(analysisOperations(A.NumElements()));
-        pivoted_ = std::make_unique<PivotedFactor<Cell>>(A, system_.Traits().symmetricPattern);
+        pivoted_ = std::make_unique<PivotedFactor<Cell>>(A, system_.Traits().symmetricPattern, units);
         isMatched_ = pivoted_->isMatched();
         WorkScope::tell(analysisOperations(A.NumElements()));
         ++analyses_;
@@ -346,7 +346,7 @@ try {
 template <class Cell>
 void RoadRunner<Cell>::takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome)
 try {
-    outcome.cost = pivoted().cost();
+    outcome.cost = pivoted(outcome.attempt.units).cost();
     finish("analyse");
     std::unique_ptr<PivotedFactor<Cell>> factor = std::move(pivoted_);
     const EngineAnswer answer = factor->factorize(pivotedBounds(limit, outcome.cost, request.B.Cols()));

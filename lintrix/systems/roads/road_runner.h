@@ -121,7 +121,7 @@ private:
     void takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, EngineAnswer answer,
                      const Request<Cell>& request, Outcome<Cell>& outcome);
-    PivotedFactor<Cell>& pivoted();
+    PivotedFactor<Cell>& pivoted(UnitsBy units = UnitsBy::LargestElements);
     bool triesPivoting();
     void refactorizePivoted(Outcome<Cell>& outcome, const Request<Cell>& request);
     sparse_lu::LuBounds pivotedBounds(Reach limit, const RoadCost& cost, std::int32_t rightHands) const;

@@ -115,7 +115,8 @@ void PivotedFactor<Cell>::save(SectionWriter& file) const
 }
 
 template <class Cell>
-std::unique_ptr<PivotedFactor<Cell>> PivotedFactor<Cell>::load(const SparseOf<Cell>& A, SectionReader& file)
+std::unique_ptr<PivotedFactor<Cell>> PivotedFactor<Cell>::load(const SparseOf<Cell>& A, UnitsBy units,
+                                                               SectionReader& file)
 {
     const std::int64_t n = A.Rows();
     KeptLu kept{};
@@ -145,12 +146,12 @@ std::unique_ptr<PivotedFactor<Cell>> PivotedFactor<Cell>::load(const SparseOf<Ce
     lu.pivots = taken<Cell>(file, "pluvots", n);
     if (!holdsTogether(parts, A.NumElements())) requireWhole(file.Contradiction());
     return std::unique_ptr<PivotedFactor>(
-        new PivotedFactor(A, kept.threshold, SparseLU<Cell>(std::move(parts), kept.threshold)));
+        new PivotedFactor(A, kept.threshold, units, SparseLU<Cell>(std::move(parts), kept.threshold)));
 }
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
     template void PivotedFactor<Cell>::save(SectionWriter&) const;                                           \
-    template std::unique_ptr<PivotedFactor<Cell>> PivotedFactor<Cell>::load(const SparseOf<Cell>&,           \
+    template std::unique_ptr<PivotedFactor<Cell>> PivotedFactor<Cell>::load(const SparseOf<Cell>&, UnitsBy,  \
                                                                             SectionReader&);
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(Complex)

@@ -25,6 +25,9 @@ namespace {
 constexpr std::array kRoads = {Road::Cholesky, Road::Symmetric, Road::Delayed, Road::Unmatched, Road::Matched,
                                Road::Coarse,   Road::Dense,     Road::Pivoted, Road::Fronts};
 
+/// That of partial pivoting in units by their fit.
+constexpr auto kFitted = static_cast<std::int32_t>(kRoads.size());
+
 constexpr std::int32_t kNone = -1;
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
@@ -73,7 +76,7 @@ KeptAttempt kept(const Attempt& attempt)
 {
     const auto road = std::ranges::find(kRoads, attempt.road) - kRoads.begin();
     if (road == std::ssize(kRoads)) raiseNotSaved();
-    return {static_cast<std::int32_t>(road),
+    return {attempt.units == UnitsBy::Fit ? kFitted : static_cast<std::int32_t>(road),
             attempt.ordering ? static_cast<std::int32_t>(*attempt.ordering) : kNone};
 }
 
@@ -90,12 +93,13 @@ bool isOrdering(std::int32_t number)
 
 bool isAttempt(const KeptAttempt& attempt)
 {
-    return attempt.road >= 0 && attempt.road < std::ssize(kRoads) &&
+    return attempt.road >= 0 && attempt.road <= kFitted &&
            (attempt.ordering == kNone || isOrdering(attempt.ordering));
 }
 
 Attempt attemptOf(const KeptAttempt& attempt)
 {
+    if (attempt.road == kFitted) return {Road::Pivoted, {}, UnitsBy::Fit};
     Attempt taken{kRoads[static_cast<std::size_t>(attempt.road)]};
     if (attempt.ordering != kNone) taken.ordering = static_cast<FillInReducingMethod>(attempt.ordering);
     return taken;
@@ -291,7 +295,7 @@ Outcome<Cell> RoadRunner<Cell>::loadOutcome(SectionReader& file)
     else if (road == Road::Fronts)
         outcome.factor = FrontsFactor<Cell>::load(system_.Matrix(), file);
     else if (road == Road::Pivoted)
-        outcome.factor = PivotedFactor<Cell>::load(system_.Full(), file);
+        outcome.factor = PivotedFactor<Cell>::load(system_.Full(), outcome.attempt.units, file);
     else
         outcome.factor = std::make_unique<EngineFactor<Cell>>(
             DirectRun::load(road, system_.As(typeOf(road)), outcome.ordering, options_.engine, file));

@@ -12,6 +12,7 @@ namespace Velmar::Lintrix::testing {
 namespace {
 
 using detail::AnyMatrix;
+using detail::roads::UnitsBy;
 using detail::roads::unitsOfUnknowns;
 
 constexpr TransposeMode kPlain = TransposeMode::NotTransposed, kTransposed = TransposeMode::Transposed;
@@ -80,6 +81,20 @@ TEST(UnitsOfUnknowns, AreNotLookedForWhereTheyAreAlike)
     const Matrix A = Cells(1).matrix<double>(9, 9);
     EXPECT_THAT(unitsOfUnknowns(AnyMatrix<double>(A), kPlain), ::testing::IsEmpty());
     EXPECT_THAT(unitsOfUnknowns(AnyMatrix<double>(Matrix(4, 4)), kPlain), ::testing::IsEmpty());
+}
+
+/// The largest elements of rows and columns, 2^33 to 2^50, stand beside the last unknown or equation.
+TEST(UnitsOfUnknowns, BehindAHubAreFoundByTheirFit)
+{
+    const std::vector<int> both{-7, 13, 37};
+    Matrix A(3, 3);
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) A(i, j) = i == 2 && j == 2 ? 0.0 : std::ldexp(1.0, both[i] + both[j]);
+    const AnyMatrix<double> view(A);
+    EXPECT_THAT(unitsOfUnknowns(view, kPlain), ::testing::IsEmpty());
+    EXPECT_THAT(unitsOfUnknowns(view, kPlain, UnitsBy::Fit), ::testing::ElementsAre(0, -20, -44));
+    EXPECT_THAT(unitsOfUnknowns(AnyMatrix<double>(Cells(1).matrix<double>(9, 9)), kPlain, UnitsBy::Fit),
+                ::testing::IsEmpty());
 }
 
 TEST(UnitsOfUnknowns, ElementsThatTellNoSizeAreLeftOut)
