@@ -17,7 +17,7 @@ using Numbers = std::vector<double>;
 
 constexpr double kAlike = 0x1p20;   // times, between the largest elements of rows, or of columns
 constexpr int kSteps = 60;          // of conjugate gradients
-constexpr double kNear = 1.0;       // powers of two that are left of the residual, in the mean of a column
+constexpr double kNear = 0.25;      // powers of two that are left of the residual, in the mean of a column
 constexpr double kFarthest = 960.0; // powers of two that unknowns differ by at most
 
 /// work(i, j, |a_ij|) for the elements that are finite and not 0.
