@@ -115,6 +115,14 @@ std::uint64_t fingerprint(std::span<const std::byte> values)
     return std::accumulate(strands.begin(), strands.end(), std::uint64_t{values.size()}, mixed);
 }
 
+// Beside one of a real symmetric matrix.
+double timeOfOperation(const ControlBlock& control)
+{
+    constexpr double kBothTriangles = 2.0, kComplex = 3.0;
+    return (control[Word::SymmetricStorage] != 0 ? 1.0 : kBothTriangles) *
+           (control[Word::ElementWidth] == 2 ? kComplex : 1.0);
+}
+
 } // namespace
 
 FactorPlan planOf(Handle handle)
@@ -122,7 +130,7 @@ FactorPlan planOf(Handle handle)
     PermanentStructure permanent(handle);
     const ControlBlock& control = handle.control();
     const FactorStructure structure = permanent.structure();
-    const int repaid = threadsRepaidBy(structure);
+    const int repaid = threadsRepaidBy(structure, timeOfOperation(control));
     return {.structure = structure,
             .lowerStarts = permanent.lowerStarts(),
             .upperStarts = permanent.upperStarts(),

@@ -34,12 +34,12 @@ double workOf(const FactorStructure& structure, int J) noexcept
     return width * height * height + kOverhead * (width + height);
 }
 
-int threadsRepaidBy(const FactorStructure& structure) noexcept
+int threadsRepaidBy(const FactorStructure& structure, double each) noexcept
 {
     constexpr double kLeast = 5e7, kMost = std::numeric_limits<int>::max();
     double work = 0.0;
     for (int J = 0; J < structure.supernodes(); ++J) work += workOf(structure, J);
-    return static_cast<int>(std::clamp(work / kLeast, 1.0, kMost));
+    return static_cast<int>(std::clamp(each * work / kLeast, 1.0, kMost));
 }
 
 int dealOutSubtrees(const FactorStructure& structure, int threads, std::span<double> work,
