@@ -2,6 +2,7 @@
 /// @file
 /// What a caller may decide of the way a linear system is solved; each has a default that serves.
 
+#include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
 #include <lintrix/services/memory_limit.h>
@@ -48,7 +49,8 @@ enum class FileFault {
 };
 
 /// Where the files of a factor stand, for as long as this lives. The one here changes nothing: files go where
-/// the variables of the environment or the configuration file say (see `ReadOutOfCoreConfiguration`).
+/// the variables of the environment or the configuration file say (see `ReadOutOfCoreConfiguration`), else
+/// where `pardiso` puts them.
 class LINTRIX_EXPORT FactorPlace {
 public:
     FactorPlace() = default;
@@ -56,10 +58,37 @@ public:
     FactorPlace& operator=(const FactorPlace&) = delete;
     virtual ~FactorPlace() = default;
 
+    /// What holds where the user has said nothing.
+    virtual OutOfCoreConfiguration Defaults() const { return {}; }
     /// Of memory that is used beside the files.
     virtual int CoreMegabytes() const;
     /// What is wrong, in words; `least` are the megabytes that are needed at least.
     virtual std::string Fault(FileFault fault, int least) const;
+};
+
+/// What the user's variables or configuration file say stands. Else the files are in a folder of their own,
+/// below the one that TMPDIR names or /var/tmp, which goes with this object, and is left where a signal ends
+/// the process; the core has three quarters of the bytes that are left; and files go with their factor. Who
+/// wants them kept and does not say where finds them where `pardiso` puts them.
+class LINTRIX_EXPORT FactorFolder : public FactorPlace {
+public:
+    /// @throws OperationFailedException  "No folder for the factor can be made in /var/tmp: ...", also where
+    /// its
+    ///                                   name is too long
+    explicit FactorFolder(double left);
+    ~FactorFolder() override;
+
+    OutOfCoreConfiguration Defaults() const override { return defaults_; }
+    int CoreMegabytes() const override;
+    /// Empty: there is none of our own.
+    const std::string& Name() const noexcept { return name_; }
+
+private:
+    void make();
+
+    OutOfCoreConfiguration defaults_{};
+    std::string name_;
+    std::int64_t owner_; ///< the process: a child of a fork leaves the folder alone
 };
 
 struct SystemOptions {
@@ -83,10 +112,10 @@ struct SystemOptions {
     /// where it has no room in memory; what takes more is not begun. An analysis takes what it takes.
     std::optional<double> memoryBudget{};
     /// Bytes that may be taken from now on.
-    std::function<double()> memoryLeft = [] { return MemoryLeft(MKL_Get_Max_Threads()); };
+    std::function<double()> memoryLeft = [] { return MemoryLeft(); };
     /// Is asked once, when a factor is about to go to files, with the bytes that are left.
-    std::function<std::unique_ptr<FactorPlace>(double left)> openPlace = [](double) {
-        return std::make_unique<FactorPlace>();
+    std::function<std::unique_ptr<FactorPlace>(double left)> openPlace = [](double left) {
+        return std::make_unique<FactorFolder>(left);
     };
     /// Is told when a factor goes to files unasked: the bytes that it needs, and those that are left.
     std::function<void(double needed, double left)> goesToFiles{};

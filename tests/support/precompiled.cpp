@@ -1,2 +1,5 @@
 // Carries the precompiled header of the tests; the program itself does nothing.
-int main() { return 0; }
+int main()
+{
+    return 0;
+}

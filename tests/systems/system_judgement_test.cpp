@@ -5,6 +5,7 @@
 #include <lintrix/systems/cells.h>
 
 #include "tests/support/failing_allocator.h"
+#include "tests/support/files.h"
 
 #include <gmock/gmock.h>
 
@@ -12,6 +13,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdlib>
+#include <filesystem>
 #include <numeric>
 #include <random>
 #include <string>
@@ -892,6 +894,41 @@ TEST(FactorsInFiles, ServeTheClassLikeThoseInMemory)
     EXPECT_LT(answer.knownError.value_or(1.0), 1e-9);
     EXPECT_EQ(system.Analyses(), 1);
     EXPECT_EQ(system.Factorizations(), 2);
+}
+
+TEST(FactorsInFiles, StandInAFolderThatGoesWithTheSystem)
+{
+    const Scratch scratch;
+    setenv("TMPDIR", scratch.at("").c_str(), 1);
+    SystemOptions options;
+    options.outOfCore = true;
+    {
+        const SparseMatrix A = scattered<double>(200, 0.0, 8);
+        LinearSystem system(A, options);
+        EXPECT_TRUE(scratch.names().empty());
+        EXPECT_EQ(system.SolveKnown(blockOf<Matrix>(200, 1, 1)).store, FactorStore::Files);
+        ASSERT_EQ(scratch.names().size(), 1U);
+        EXPECT_TRUE(std::filesystem::exists(scratch.at(scratch.names()[0] + "/factor0.lnz")));
+    }
+    EXPECT_TRUE(scratch.names().empty());
+    setenv("TMPDIR", scratch.at("none").c_str(), 1);
+    LinearSystem system(scattered<double>(200, 0.0, 8), options);
+    EXPECT_THROW(system.Factorize(), OperationFailedException);
+    unsetenv("TMPDIR");
+}
+
+TEST(FactorsInFiles, StandWhereTheVariablesSay)
+{
+    const Scratch scratch;
+    const FilesInTestFolder folder;
+    setenv("TMPDIR", scratch.at("").c_str(), 1);
+    SystemOptions options;
+    options.outOfCore = true;
+    const SparseMatrix A = scattered<double>(200, 0.0, 8);
+    LinearSystem system(A, options);
+    EXPECT_EQ(system.SolveKnown(blockOf<Matrix>(200, 1, 1)).store, FactorStore::Files);
+    EXPECT_TRUE(scratch.names().empty());
+    unsetenv("TMPDIR");
 }
 
 } // namespace

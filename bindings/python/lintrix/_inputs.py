@@ -2,8 +2,10 @@
 
 from __future__ import annotations
 
+import numbers
+import operator
 import sys
-from typing import TYPE_CHECKING, Any, Union
+from typing import TYPE_CHECKING, Any, Optional, Union
 
 import numpy as np
 
@@ -25,10 +27,17 @@ def is_sparse(A: Any) -> bool:
     return sparse is not None and bool(sparse.issparse(A))
 
 
+def as_array(x: Any) -> Array:
+    """As NumPy takes it; a masked array has elements that are missing, which no computation here can leave out."""
+    if isinstance(x, np.ma.MaskedArray):
+        raise ValueError("Masked arrays are not supported; x.filled(value) says what stands for what is masked")
+    return np.asarray(x)
+
+
 def as_matrix(A: Any) -> Any:
     """A sparse matrix as it is, or an array of two dimensions that holds numbers."""
     if not is_sparse(A):
-        A = np.asarray(A)
+        A = as_array(A)
     if len(A.shape) != 2:
         raise ValueError(f"A matrix has two dimensions, not {len(A.shape)}")
     cells_of(A.dtype)
@@ -37,7 +46,7 @@ def as_matrix(A: Any) -> Any:
 
 def as_columns(b: Any) -> Array:
     """Right-hand sides: an array of one or two dimensions that holds numbers."""
-    columns = np.asarray(b.toarray() if is_sparse(b) else b)
+    columns = as_array(b.toarray() if is_sparse(b) else b)
     if columns.ndim not in (1, 2):
         raise ValueError(f"Right-hand sides have one or two dimensions, not {columns.ndim}")
     cells_of(columns.dtype)
@@ -51,6 +60,24 @@ def cells_of(dtype: Cells) -> Cells:
     if dtype.kind in "biuf":
         return REAL
     raise TypeError(f"{dtype} is no type of number")
+
+
+def whole_number(value: Any, name: str, least: int = -(2**31), most: int = 2**31 - 1) -> int:
+    """A number of Python's or NumPy's without a fraction, in its range."""
+    try:
+        number = operator.index(value)
+    except TypeError:
+        raise TypeError(f"{name} has to be a whole number, not {value!r}") from None
+    if not least <= number <= most:
+        raise ArgumentError(f"{name} is {number}, and has to be from {least} to {most}")
+    return number
+
+
+def real_number(value: Any, name: str) -> Optional[float]:
+    """Of Python or of NumPy; None stays."""
+    if value is not None and not isinstance(value, numbers.Real):
+        raise TypeError(f"{name} has to be a number, not {value!r}")
+    return None if value is None else float(value)
 
 
 def require_cells(rows: int, cols: int) -> None:

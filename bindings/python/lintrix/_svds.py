@@ -10,7 +10,7 @@ import numpy as np
 
 from . import _lintrix
 from ._errors import AccuracyWarning, ArgumentError, ConvergenceError
-from ._inputs import COMPLEX, as_matrix, cells_of, native, require_cells
+from ._inputs import COMPLEX, as_array, as_matrix, cells_of, native, real_number, require_cells, whole_number
 from ._threads import num_threads
 
 if TYPE_CHECKING:
@@ -105,15 +105,19 @@ def svds(
     if check not in ("raise", "warn", "none"):
         raise ValueError('check has to be "raise", "warn" or "none"')
     A = as_matrix(A)
+    k, block = whole_number(k, "k", 1, max(1, min(A.shape))), whole_number(block, "block", 1)
+    basis, maxiter = whole_number(basis, "basis", 0), whole_number(maxiter, "maxiter", 0)
+    seed = whole_number(seed, "seed", 0, 2**64 - 1)
     require_cells(max(A.shape), k)
-    guess = None if v0 is None else np.asarray(v0).reshape(-1)
+    guess = None if v0 is None else as_array(v0).reshape(-1)
     cells = cells_of(A.dtype) if guess is None else np.promote_types(cells_of(A.dtype), cells_of(guess.dtype))
     if guess is not None:
         guess = np.ascontiguousarray(guess, cells)
-    options = _lintrix.SvdOptions(tol or 1e-10, basis, block, maxiter, memory_budget, seed, certify, progress)
+    tolerance, budget = real_number(tol, "tol") or 1e-10, real_number(memory_budget, "memory_budget")
+    options = _lintrix.SvdOptions(tolerance, basis, block, maxiter, budget, seed, certify, progress)
     with num_threads(threads):
         decompose = _lintrix.complex_svd if cells == COMPLEX else _lintrix.real_svd
-        told = decompose(native(A, cells), k, guess, options, deadline)
+        told = decompose(native(A, cells), k, guess, options, real_number(deadline, "deadline"))
     result = _result(told, return_singular_vectors)
     _judge(told, result, certify, check)
     return result if return_singular_vectors else result[1]

@@ -11,8 +11,20 @@ import numpy as np
 
 from . import _lintrix
 from ._errors import AccuracyWarning, SolveError
-from ._files import open_place
-from ._inputs import COMPLEX, REAL, as_columns, as_matrix, cells_of, is_sparse, native, native_array, native_rows, require_cells
+from ._inputs import (
+    COMPLEX,
+    REAL,
+    as_columns,
+    as_matrix,
+    cells_of,
+    is_sparse,
+    native,
+    native_array,
+    native_rows,
+    real_number,
+    require_cells,
+    whole_number,
+)
 from ._threads import num_threads
 from ._verdict import Forecast, Inertia, Verdict
 
@@ -63,9 +75,11 @@ class LinearSystem:
         Factorizes shifted matrices where the factor leaves signs of eigenvalues uncertain.
     reuse_factor
         After an update with other values the factor at hand is a preconditioner as long as it pays.
+    same_bits
+        The same bits for any number of threads: work is cut the same way always, and dense work runs on one thread.
     out_of_core
         The factor in files; else only where memory has no room for it. They stand in a folder of their own below
-        $TMPDIR or /var/tmp, which goes when the process ends, unless the variables of the library say otherwise.
+        $TMPDIR or /var/tmp, which goes with the system, unless the variables of the library say otherwise.
     memory_budget
         Bytes of all that the system holds.
     progress
@@ -86,6 +100,7 @@ class LinearSystem:
         refine: int = 0,
         certain_inertia: bool = False,
         reuse_factor: bool = False,
+        same_bits: bool = False,
         out_of_core: bool = False,
         memory_budget: Optional[float] = None,
         progress: Optional[Progress] = None,
@@ -93,7 +108,7 @@ class LinearSystem:
         A = as_matrix(A)
         self._cells = np.promote_types(cells_of(A.dtype), cells_of(np.dtype(dtype)) if dtype else REAL)
         options = _options(
-            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget
+            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, same_bits, out_of_core, memory_budget
         )
         options.progress = self._relay(progress)
         self._system: _lintrix._System = _class_for(self._cells)(native(A, self._cells), options)
@@ -110,13 +125,14 @@ class LinearSystem:
         refine: int = 0,
         certain_inertia: bool = False,
         reuse_factor: bool = False,
+        same_bits: bool = False,
         out_of_core: bool = False,
         memory_budget: Optional[float] = None,
         progress: Optional[Progress] = None,
     ) -> LinearSystem:
         """A system that `save` has written, as it was: the first solve is by the factor that was saved."""
         options = _options(
-            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, out_of_core, memory_budget
+            type, ordering, error_bounds, refine, certain_inertia, reuse_factor, same_bits, out_of_core, memory_budget
         )
         with open(path, "rb") as file:
             content = file.read(24)[16:]
@@ -161,11 +177,11 @@ class LinearSystem:
 
     def analyse(self, *, deadline: Optional[float] = None) -> Forecast:
         """Analyses the pattern, if that is not done yet, and tells what the factorization is going to take."""
-        return Forecast(**self._system.forecast(deadline))
+        return Forecast(**self._system.forecast(real_number(deadline, "deadline")))
 
     def factorize(self, *, deadline: Optional[float] = None) -> str:
         """Makes the factor by the best road. Returns "accurate", "degraded" or "failed", a verdict on the factor."""
-        return self._system.factorize(deadline)
+        return self._system.factorize(real_number(deadline, "deadline"))
 
     def solve(
         self, b: Any, *, op: str = "none", check: str = "raise", deadline: Optional[float] = None
@@ -186,7 +202,8 @@ class LinearSystem:
         if np.promote_types(cells_of(b.dtype), self._cells) != self._cells:
             raise TypeError("A real system takes no complex right-hand side; LinearSystem(A, dtype=complex) does")
         require_cells(max(self.shape), b.size // max(b.shape[0], 1) + 1)  # x, and the probe beside it
-        x, told = self._system.solve(native_array(b, self._cells), op, deadline)
+        seconds = real_number(deadline, "deadline")
+        x, told = self._system.solve(native_array(b, self._cells), op, seconds)
         self._verdict = verdict = Verdict.of(told)
         return x.reshape(-1) if x is not None and b.ndim == 1 else x, verdict
 
@@ -275,6 +292,7 @@ def solve(
     error_bounds: int = 4,
     refine: int = 0,
     certain_inertia: bool = False,
+    same_bits: bool = False,
     out_of_core: bool = False,
     progress: Optional[Progress] = None,
 ) -> Tuple[Optional[Array], Verdict]:
@@ -309,6 +327,7 @@ def solve(
             error_bounds=error_bounds,
             refine=refine,
             certain_inertia=certain_inertia,
+            same_bits=same_bits,
             out_of_core=out_of_core,
             memory_budget=memory_budget,
             progress=progress,
@@ -329,19 +348,20 @@ def _options(
     refine: int,
     certain_inertia: bool,
     reuse_factor: bool,
+    same_bits: bool,
     out_of_core: bool,
     memory_budget: Optional[float],
 ) -> _lintrix.Options:
     options = _lintrix.Options()
     options.type = _chosen(_TYPES, type, "type")
     options.ordering = _chosen(_ORDERINGS, ordering, "ordering")
-    options.error_bounds = error_bounds
-    options.refine = refine
+    options.error_bounds = whole_number(error_bounds, "error_bounds")
+    options.refine = whole_number(refine, "refine")
     options.certain_inertia = certain_inertia
     options.reuse_factor = reuse_factor
+    options.same_bits = same_bits
     options.out_of_core = out_of_core
-    options.memory_budget = memory_budget
-    options.open_place = open_place
+    options.memory_budget = real_number(memory_budget, "memory_budget")
     return options
 
 

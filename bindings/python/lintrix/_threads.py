@@ -8,6 +8,7 @@ from types import TracebackType
 from typing import Any, Dict, List, Optional, Type
 
 from . import _lintrix
+from ._inputs import whole_number
 
 
 def get_num_threads() -> int:
@@ -78,6 +79,6 @@ def warn_of_other_blas(blas: Dict[str, Any]) -> None:
 
 
 def _counted(threads: int) -> int:
-    if threads < 1:
+    if whole_number(threads, "threads") < 1:
         raise ValueError("There is at least one thread")
     return threads

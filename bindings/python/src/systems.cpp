@@ -2,7 +2,6 @@
 #include "rows.h"
 #include "watched_run.h"
 
-#include <lintrix/engine/out_of_core_configuration.h>
 #include <lintrix/systems/linear_system.h>
 
 #include <pybind11/stl.h>
@@ -24,9 +23,9 @@ using namespace pybind11::literals;
 struct Options {
     std::optional<int> type{}, ordering{};
     int refine = 0, errorBounds = 4;
-    bool certainInertia = false, reuseFactor = false, outOfCore = false;
+    bool certainInertia = false, reuseFactor = false, sameBits = false, outOfCore = false;
     std::optional<double> memoryBudget{};
-    py::object progress = py::none(), openPlace = py::none();
+    py::object progress = py::none();
 
     SystemOptions forSystem() const
     {
@@ -37,13 +36,10 @@ struct Options {
         options.errorBounds = errorBounds;
         options.certainInertia = certainInertia;
         options.reuseFactor = reuseFactor;
+        options.sameBits = sameBits;
         options.outOfCore = outOfCore;
         options.memoryBudget = memoryBudget;
         options.progress = callbackOf<double, double>(progress);
-        options.openPlace = [prepare = callbackOf<double>(openPlace)](double left) {
-            prepare(left);
-            return std::make_unique<FactorPlace>();
-        };
         return options;
     }
 };
@@ -206,14 +202,10 @@ void bindSystems(py::module_& module)
         .def_readwrite("error_bounds", &Options::errorBounds)
         .def_readwrite("certain_inertia", &Options::certainInertia)
         .def_readwrite("reuse_factor", &Options::reuseFactor)
+        .def_readwrite("same_bits", &Options::sameBits)
         .def_readwrite("out_of_core", &Options::outOfCore)
         .def_readwrite("memory_budget", &Options::memoryBudget)
-        .def_readwrite("progress", &Options::progress)
-        .def_readwrite("open_place", &Options::openPlace);
-    module.def("out_of_core_configuration", [] {
-        const OutOfCoreConfiguration said = ReadOutOfCoreConfiguration();
-        return py::make_tuple(said.path, said.megabytes, said.keepsFiles);
-    });
+        .def_readwrite("progress", &Options::progress);
     bindSystem<double>(module, "RealSystem");
     bindSystem<std::complex<double>>(module, "ComplexSystem");
 }

@@ -199,6 +199,48 @@ def test_what_is_no_system_is_refused(A, b, failure):
         lintrix.solve(A, b)
 
 
+def test_masked_arrays_are_refused():
+    """As by SciPy: what is masked is missing, and a system with a hole has no solution."""
+    masked = np.ma.masked_array(np.eye(3), mask=False)
+    column = np.ma.masked_array(np.ones(3), mask=[0, 1, 0])
+    system = lintrix.LinearSystem(np.eye(3))
+    for call in (
+        lambda: lintrix.solve(masked, np.ones(3)),
+        lambda: lintrix.solve(np.eye(3), column),
+        lambda: system.solve(column),
+        lambda: lintrix.write_matrix_market("never.mtx", masked),
+    ):
+        with pytest.raises(ValueError, match="Masked arrays are not supported"):
+            call()
+    np.testing.assert_array_equal(lintrix.solve(masked.filled(0.0), column.filled(2.0))[0], [1, 2, 1])
+
+
+def test_counts_that_are_none_are_named():
+    for name in "refine", "error_bounds":
+        with pytest.raises(TypeError, match=f"{name} has to be a whole number, not 1.5"):
+            lintrix.LinearSystem(np.eye(3), **{name: 1.5})
+        with pytest.raises(lintrix.ArgumentError, match=f"{name} is 4294967296, and has to be from"):
+            lintrix.LinearSystem(np.eye(3), **{name: 2**32})
+
+
+def test_numbers_that_are_none_are_named():
+    system = lintrix.LinearSystem(np.eye(3))
+    for name, call in (
+        ("memory_budget", lambda: lintrix.LinearSystem(np.eye(3), memory_budget="1G")),
+        ("memory_budget", lambda: lintrix.svds(np.eye(3), 1, memory_budget="1G")),
+        ("tol", lambda: lintrix.svds(np.eye(3), 1, tol="1G")),
+        ("deadline", lambda: lintrix.svds(np.eye(3), 1, deadline="1G")),
+        ("deadline", lambda: system.analyse(deadline="1G")),
+        ("deadline", lambda: system.factorize(deadline="1G")),
+        ("deadline", lambda: system.solve(np.ones(3), deadline="1G")),
+    ):
+        with pytest.raises(TypeError, match=f"^{name} has to be a number, not '1G'$"):
+            call()
+    with pytest.raises(TypeError, match="^threads has to be a whole number, not 1.5$"):
+        lintrix.solve(np.eye(3), np.ones(3), threads=1.5)
+    assert lintrix.solve(np.eye(3), np.ones(3), memory_budget=np.int64(10**9), deadline=np.float32(60))[1]
+
+
 def test_sizes_beyond_32_bits_are_refused_before_memory_is_taken():
     huge = np.broadcast_to(np.float64(1.0), (70000, 70000))
     with pytest.raises(lintrix.ArgumentError, match="Invalid number of rows or columns."):

@@ -107,6 +107,32 @@ def test_what_cannot_be_asked_for(k, options, failure):
         lintrix.svds(np.ones((6, 4)), k, **options)
 
 
+@pytest.mark.parametrize(
+    "options, failure, message",
+    [
+        ({"k": 2.5}, TypeError, "k has to be a whole number, not 2.5"),
+        ({"k": 0}, lintrix.ArgumentError, "k is 0, and has to be from 1 to 7"),
+        ({"k": 8}, lintrix.ArgumentError, "k is 8, and has to be from 1 to 7"),
+        ({"seed": -1}, lintrix.ArgumentError, "seed is -1, and has to be from 0 to 18446744073709551615"),
+        ({"seed": "x"}, TypeError, "seed has to be a whole number, not 'x'"),
+        ({"block": 0}, lintrix.ArgumentError, "block is 0, and has to be from 1 to 2147483647"),
+        ({"basis": 2**31}, lintrix.ArgumentError, "basis is 2147483648, and has to be from 0 to 2147483647"),
+        ({"maxiter": 1e3}, TypeError, "maxiter has to be a whole number, not 1000.0"),
+    ],
+)
+def test_counts_that_are_none_are_named(options, failure, message):
+    with pytest.raises(failure) as raised:
+        lintrix.svds(np.ones((9, 7)), **options)
+    assert str(raised.value) == message
+
+
+def test_masked_arrays_are_refused():
+    masked = np.ma.masked_array(np.eye(3), mask=np.eye(3) > 0)
+    for A, options in (masked, {}), (np.eye(3), {"v0": masked[0]}):
+        with pytest.raises(ValueError, match="Masked arrays are not supported"):
+            lintrix.svds(A, 1, **options)
+
+
 def test_numbers_that_are_not_finite():
     with pytest.raises(lintrix.ArgumentError, match="NaN or an infinity"):
         lintrix.svds(np.array([[1.0, np.nan], [0.0, 1.0]]), 1)

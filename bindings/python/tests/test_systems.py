@@ -192,6 +192,7 @@ FACTOR_IN_FILES = """if True:
     import scipy.sparse as sp
     import lintrix
 
+    before = set(os.environ)  # which child processes inherit
     line = sp.diags([-1.0, 2.0, -1.0], [-1, 0, 1], shape=(30, 30))
     A = (sp.kron(line, sp.eye(30)) + sp.kron(sp.eye(30), line)).tocsr()
     for system in lintrix.LinearSystem(A, out_of_core=True), lintrix.LinearSystem(2 * A, out_of_core=True):
@@ -200,13 +201,14 @@ FACTOR_IN_FILES = """if True:
         assert verdict.in_files and verdict
         assert abs(x / x[0] - 1).max() < 1e-9
         assert glob.glob(sys.argv[1])
+    assert set(os.environ) == before
     del system
 """
 
 
 @pytest.mark.parametrize("told", [True, False])
 def test_factors_in_files(tmp_path, told):
-    """In a folder that goes with the process, or where the environment says, and nowhere else."""
+    """In a folder that goes with its system, or where the environment says, and nowhere else."""
     where = tmp_path / "temporary"
     where.mkdir()
     environment = {**os.environ, "TMPDIR": str(where)}

@@ -122,3 +122,17 @@ def test_another_blas_is_warned_of():
     with warnings.catch_warnings():
         warnings.simplefilter("error")
         warn_of_other_blas({"file": "/lib/x.so", "threading": "OpenMP"})
+
+
+def test_the_same_bits_on_any_number_of_threads():
+    """Sums of the factor are cut where they are always cut; without the option that hangs on the threads."""
+    size = 60
+    line = sp.diags([-1.0, 2.1, -1.0], [-1, 0, 1], shape=(size, size))
+    A = (sp.kron(line, sp.eye(size)) + sp.kron(sp.eye(size), line)).tocsr()
+    b = np.random.default_rng(5).standard_normal(A.shape[0])
+    bits = set()
+    for threads in 1, 2, 3:
+        bits.add(lintrix.solve(A, b, threads=threads, same_bits=True)[0].tobytes())
+        with lintrix.num_threads(threads):
+            bits.add(lintrix.LinearSystem(A, same_bits=True).solve(b)[0].tobytes())
+    assert len(bits) == 1

@@ -23,6 +23,7 @@ namespace {
 constexpr const char* kConfigurationFile = "pardiso_ooc.cfg";
 
 thread_local int mostMegabytes = std::numeric_limits<int>::max(); // of a core
+thread_local const OutOfCoreConfiguration* defaults = nullptr;    // of a program, before those of the engine
 
 /// Words of the first control block.
 enum class SettingWord : int { CoreMegabytes, KeepsFiles };
@@ -104,6 +105,7 @@ class Configuration {
 public:
     explicit Configuration(bool reports)
     {
+        if (defaults != nullptr) takeDefaults();
         readConfigurationText(file_.text(), settings_);
         if (settings_.takePath(path_.text()) && reports)
             print(Message::PathFromEnvironment, {settings_.path});
@@ -118,6 +120,13 @@ public:
     const OutOfCoreSettings& settings() const noexcept { return settings_; }
 
 private:
+    void takeDefaults() noexcept
+    {
+        if (*defaults->path != 0) settings_.path = defaults->path;
+        settings_.megabytes = defaults->megabytes.value_or(settings_.megabytes);
+        if (defaults->keepsFiles) settings_.keep = *defaults->keepsFiles ? 1 : 0;
+    }
+
     ConfigurationFile file_{ConfigurationPath().text()};
     EnvironmentValue path_ = readEnvironment("MKL_PARDISO_OOC_PATH");
     EnvironmentValue size_ = readEnvironment("MKL_PARDISO_OOC_MAX_CORE_SIZE");
@@ -157,11 +166,22 @@ OutOfCoreConfiguration ReadOutOfCoreConfiguration() noexcept
     const detail::engine::Configuration read(false);
     const detail::engine::OutOfCoreSettings& settings = read.settings();
     OutOfCoreConfiguration said;
-    static_assert(sizeof said.path > detail::engine::kLongestPrefix);
+    static_assert(OutOfCoreConfiguration::kLongestPath == detail::engine::kLongestPrefix);
+    static_assert(sizeof said.path > OutOfCoreConfiguration::kLongestPath);
     if (settings.pathIsTaken) settings.path.copy(said.path, sizeof said.path - 1);
     if (settings.megabytesAreTaken) said.megabytes = settings.megabytes;
     if (settings.keepIsTaken) said.keepsFiles = settings.keep != 0;
     return said;
+}
+
+OutOfCoreDefaults::OutOfCoreDefaults(const OutOfCoreConfiguration& defaults) noexcept
+    : before_(std::exchange(detail::engine::defaults, &defaults))
+{
+}
+
+OutOfCoreDefaults::~OutOfCoreDefaults()
+{
+    detail::engine::defaults = before_;
 }
 
 OutOfCoreLimit::OutOfCoreLimit(int megabytes) noexcept

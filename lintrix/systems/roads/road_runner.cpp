@@ -541,6 +541,8 @@ EngineAnswer RoadRunner<Cell>::moveToFiles(DirectRun& run, double left, std::int
 template <class Cell>
 EngineAnswer RoadRunner<Cell>::analyseFor(DirectRun& run, FactorStore store, std::int32_t rightHands)
 {
+    const OutOfCoreConfiguration place = place_ ? place_->Defaults() : OutOfCoreConfiguration();
+    const OutOfCoreDefaults defaults(place);
     std::optional<OutOfCoreLimit> limit;
     if (store == FactorStore::Files && options_.memoryBudget) {
         const double megabytes = (*options_.memoryBudget - ownBytes(rightHands)) / kMegabyte;

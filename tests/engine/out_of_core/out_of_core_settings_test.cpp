@@ -59,6 +59,28 @@ TEST_F(Settings, ThatNobodyGaveAreNotSaid)
     EXPECT_EQ(said.keepsFiles, std::nullopt);
 }
 
+TEST_F(Settings, OfAProgramStandBehindThoseOfTheUser)
+{
+    OutOfCoreConfiguration own{.megabytes = 17, .keepsFiles = false};
+    std::string("of_program").copy(own.path, sizeof own.path);
+    {
+        const OutOfCoreDefaults defaults(own);
+        EXPECT_STREQ(ReadOutOfCoreConfiguration().path, "") << "nobody has said so";
+        EXPECT_EQ(made.configure(true), "");
+        expect("of_program", 17, false);
+        folder.file(kFile, "mkl_pardiso_ooc_max_core_size 11\n");
+        environment.set("KEEP_FILE", "1");
+        made.configure(false);
+        expect("of_program", 11, true);
+        const OutOfCoreConfiguration nothing;
+        const OutOfCoreDefaults inner(nothing);
+        made.configure(false);
+        expect("ooc_temp", 11, true);
+    }
+    made.configure(false);
+    expect("ooc_temp", 11, true);
+}
+
 TEST_F(Settings, AreSaidAsAHandleWouldTakeThem)
 {
     const std::string longest(1015, 'p');

@@ -3,13 +3,13 @@
 #include <lintrix/systems/multifrontal/front_elimination.h>
 
 #include "tests/support/matrices.h"
+#include "tests/systems/multifrontal/front_cells.h"
 #include "tests/systems/multifrontal/symmetric_matrices.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>
-#include <numeric>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -26,23 +26,17 @@ struct Case {
 
 /// A front, and what became of it.
 template <class Cell>
-struct Eliminated {
-    Eliminated(const MatrixOf<Cell>& A, const Case& way)
-        : size(A.Rows()), cells(static_cast<std::size_t>(size) * size), rows(static_cast<std::size_t>(size))
+struct Eliminated : FrontCells<Cell> {
+    Eliminated(const MatrixOf<Cell>& A, const Case& way) : FrontCells<Cell>(A.Rows())
     {
-        std::iota(rows.begin(), rows.end(), 0);
-        for (Int j = 0; j < size; ++j)
-            for (Int i = j; i < size; ++i) at(i, j) = A(i, j);
+        for (Int j = 0; j < this->size; ++j)
+            for (Int i = j; i < this->size; ++i) this->at(i, j) = A(i, j);
         FrontElimination<Cell> elimination(way.rule);
-        done = elimination.run({cells.data(), size, way.candidates, rows}, way.isRoot, pivots);
+        this->done =
+            elimination.run({this->cells.data(), this->size, way.candidates, this->rows}, way.isRoot, pivots);
     }
-    Cell& at(Int i, Int j) { return cells[static_cast<std::size_t>(j) * size + i]; }
 
-    Int size;
-    std::vector<Cell> cells;
-    std::vector<Int> rows;
     Pivots<Cell> pivots{};
-    Int done = 0;
 };
 
 /// L of all rows and columns, those that are left as of the identity, and D, zero there.
@@ -63,13 +57,10 @@ struct Factors {
     MatrixOf<Cell> L, D;
 };
 
-/// Candidates stay before the others, whose order stays.
 template <class Cell>
 void expectPlaces(const Eliminated<Cell>& front, const Case& way)
 {
-    std::vector<Int> rows(front.rows);
-    std::sort(rows.begin(), rows.begin() + way.candidates);
-    for (Int i = 0; i < front.size; ++i) ASSERT_EQ(rows[i], i);
+    expectNames(front.rows, way.candidates);
     ASSERT_LE(front.done, way.candidates);
     ASSERT_EQ(std::ssize(front.pivots.diagonal), front.done);
     ASSERT_EQ(std::ssize(front.pivots.below), front.done);

@@ -3,13 +3,13 @@
 #include <lintrix/systems/multifrontal/square_elimination.h>
 
 #include "tests/support/matrices.h"
+#include "tests/systems/multifrontal/front_cells.h"
 #include "tests/systems/sparse_lu/sparse_matrices.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>
-#include <numeric>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -26,31 +26,19 @@ struct Case {
 
 /// A front, and what became of it.
 template <class Cell>
-struct Eliminated {
-    Eliminated(const MatrixOf<Cell>& A, const Case& way)
-        : size(A.Rows()), cells(static_cast<std::size_t>(size) * size), rows(static_cast<std::size_t>(size))
+struct Eliminated : FrontCells<Cell> {
+    Eliminated(const MatrixOf<Cell>& A, const Case& way) : FrontCells<Cell>(A.Rows()), columns(this->rows)
     {
-        std::iota(rows.begin(), rows.end(), 0);
-        columns = rows;
-        for (Int j = 0; j < size; ++j)
-            for (Int i = 0; i < size; ++i) at(i, j) = A(i, j);
+        for (Int j = 0; j < this->size; ++j)
+            for (Int i = 0; i < this->size; ++i) this->at(i, j) = A(i, j);
         SquareElimination<Cell> elimination(way.rule);
-        done = elimination.run({cells.data(), size, way.candidates, rows, columns}, way.isRoot, replaced);
+        this->done = elimination.run({this->cells.data(), this->size, way.candidates, this->rows, columns},
+                                     way.isRoot, replaced);
     }
-    Cell& at(Int i, Int j) { return cells[static_cast<std::size_t>(j) * size + i]; }
 
-    Int size;
-    std::vector<Cell> cells;
-    std::vector<Int> rows, columns{};
-    Int replaced = 0, done = 0;
+    std::vector<Int> columns;
+    Int replaced = 0;
 };
-
-/// Candidates stay before the others, whose order stays.
-void expectNames(std::vector<Int> names, Int candidates)
-{
-    std::sort(names.begin(), names.begin() + candidates);
-    for (Int i = 0; i < std::ssize(names); ++i) ASSERT_EQ(names[i], i);
-}
 
 /// |P*F*Q - L*U - rest| <= c*n*eps*(|L||U| + |rest|), element by element (Higham, Accuracy and Stability of
 /// Numerical Algorithms, 2nd ed., theorem 9.3), and |L| <= 1 / threshold.
