@@ -84,10 +84,11 @@ std::vector<double> refine(const Apply<Cell>& A, const Apply<Cell>& inverse, dou
 {
     std::vector<double> lengths = takeShortest(A, V, V.count);
     for (int step = 1; step < kRitzSteps && !areNull(lengths, threshold); ++step) {
-        ColumnBlock<Cell> S = applied(inverse, applied(A, V));
-        if (!areFinite(S.cells)) break;
-        S.count += V.count;
-        S.cells.insert(S.cells.end(), V.cells.begin(), V.cells.end());
+        const ColumnBlock<Cell> more = applied(inverse, applied(A, V));
+        if (!areFinite(more.cells)) break;
+        ColumnBlock<Cell> S = V; // first, as they stand: their images are orthogonal
+        S.count += more.count;
+        S.cells.insert(S.cells.end(), more.cells.begin(), more.cells.end());
         takeBasis(S);
         const std::vector<double> before = std::exchange(lengths, takeShortest(A, S, V.count));
         V = std::move(S);
@@ -123,7 +124,7 @@ bool iterate(const LinearMap<Cell>& inverse, double threshold, ColumnBlock<Cell>
     for (int step = 0; step < kIterations; ++step) {
         U = applied(inverse.adjointTimes, V);
         if (!areFinite(U.cells)) return false;
-        takeBasis(U);
+        orthonormalize(U);
         V = applied(inverse.times, U);
         if (!areFinite(V.cells)) return false;
         std::vector<double> next = orthonormalize(V);

@@ -11,6 +11,7 @@
 
 #include <complex>
 #include <cstdlib>
+#include <random>
 #include <regex>
 #include <string>
 
@@ -100,6 +101,45 @@ TEST_F(MemoryBudget, HoldsByItsFigures)
     expectFigures<double>(150, GridKind::Positive);
     expectFigures<double>(170, GridKind::Convective);
     expectFigures<Complex>(140, GridKind::Convective);
+}
+
+/// A grid whose diagonal is small, and dense rows and columns with a zero block at its border: pivots within
+/// panels come to nothing by the dozen.
+SparseMatrix borderedGrid(std::int32_t side, std::int32_t border)
+{
+    const std::int32_t n = side * side;
+    std::mt19937 generator(7);
+    const auto next = [&generator] { return generator() / 2147483648.0 - 1.0; };
+    SparseAssembler entries(n + border, n + border);
+    for (std::int32_t p = 0; p < n; ++p) {
+        entries.Add(p, p, 0.4);
+        for (const std::int32_t q : {(p + 1) % side != 0 ? p + 1 : n, p + side}) {
+            if (q >= n) continue;
+            entries.Add(p, q, -1.0);
+            entries.Add(q, p, -1.0);
+        }
+        for (std::int32_t k = n; k < n + border; ++k) {
+            const double value = next();
+            entries.Add(p, k, value);
+            entries.Add(k, p, 1.5 * value);
+        }
+    }
+    return entries.Assemble();
+}
+
+// Pivots that wait need memory for their fronts; raised ones need no more than those that were not enough.
+TEST_F(MemoryBudget, RaisedPivotsSolveWhereThoseThatWaitHaveNoRoom)
+{
+    const SparseMatrix A = borderedGrid(100, 20);
+    const Matrix B = rightSideOf(A);
+    SystemOptions options = within(1000.0);
+    EXPECT_EQ(LinearSystem(A, options).Solve(B).road, "sparse LU with delayed pivots");
+    const double least = needed(A).second;
+    const SystemAnswer<double> answer = LinearSystem(A, within(least + 2.0)).Solve(B);
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+    EXPECT_EQ(answer.road, "sparse LU with raised pivots");
+    EXPECT_THAT(answer.tried, ::testing::Contains(::testing::StartsWith(
+                                  "sparse LU with delayed pivots: its factors would have")));
 }
 
 TEST_F(MemoryBudget, IsRefusedBeforeAnyFactorization)

@@ -90,6 +90,32 @@ TYPED_TEST(ColumnBlocks, LoseColumnsOfNoLength)
     EXPECT_TRUE(orthonormalize(none).empty());
 }
 
+TYPED_TEST(ColumnBlocks, GetABasisThatHoldsTheirSpan)
+{
+    const auto given = this->orthonormalBlock(30, 3);
+    auto W = given; // then a combination, on another scale, and a column of zeros
+    W.count = 5;
+    W.cells.resize(150);
+    for (Int i = 0; i < 30; ++i) W.column(3)[i] = 1e-200 * (W.column(0)[i] + W.column(2)[i]);
+    takeBasis(W);
+    ASSERT_EQ(W.count, 5);
+    const auto basis = this->matrixOf(W), inside = this->matrixOf(given);
+    EXPECT_LT(orthogonalityRatio(basis), kResidualLimit);
+    EXPECT_LT(differenceRatio(naiveProduct(basis, naiveProduct(naiveAdjoint(basis), inside)), inside),
+              kResidualLimit);
+}
+
+TYPED_TEST(ColumnBlocks, GetABasisOfNoMoreColumnsThanTheirLength)
+{
+    ColumnBlock<TypeParam> W{2, 4}, none{3, 0};
+    std::ranges::fill(W.cells, TypeParam(1));
+    takeBasis(W);
+    EXPECT_EQ(W.count, 2);
+    EXPECT_LT(orthogonalityRatio(this->matrixOf(W)), kResidualLimit);
+    takeBasis(none);
+    EXPECT_EQ(none.count, 0);
+}
+
 TYPED_TEST(ColumnBlocks, MayBeOfAnyScale)
 {
     for (const double scale : {1e300, 1e-290}) {
