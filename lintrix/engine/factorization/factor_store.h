@@ -81,16 +81,19 @@ public:
     /// What a room may take beside the panels: L and U begin late, and their end is filled up.
     static constexpr std::int64_t mostBeside() noexcept { return 3 * (kLine - 1); }
 
-    /// The next panels from J on of the wanted ones up to `last` that are moved together: in a row, large
+    /// The next panels from J on of the wanted ones up to `last` that are read together: in a row, large
     /// enough for a disk, small enough for the cache of one thread. Without any, first is above last.
     template <class Wanted>
     PositionRange pieceFrom(int J, int last, const Wanted& wanted) const
     {
         while (J <= last && !wanted(J)) ++J;
-        PositionRange piece{J, std::min(J, last)};
-        while (piece.last < last && wanted(piece.last + 1) && elements({J, piece.last + 1}) <= kPiece)
-            ++piece.last;
-        return piece;
+        return pieceOf(kPiece, J, last, wanted);
+    }
+    /// The next panels from J on up to `last` that are written together. The system keeps in few large blocks
+    /// of its memory what it is given at a time, and copies from these faster than from many small ones.
+    PositionRange writtenFrom(int J, int last) const
+    {
+        return pieceOf(kWritten, J, last, [](int) { return true; });
     }
     /// How many threads may share the panels of J: one unless they are larger than a piece.
     int sharesOf(int J) const noexcept
@@ -124,6 +127,7 @@ private:
     }
 
     static constexpr std::int64_t kPiece = (256 << 10) / std::int64_t{sizeof(T)};
+    static constexpr std::int64_t kWritten = (1 << 20) / std::int64_t{sizeof(T)};
     static constexpr std::int64_t kMostShares = 1 << 16;
     // Of a panel, with a check sum of its own; from one to the next it stays in the cache that is nearest.
     static constexpr std::int64_t kPart = (32 << 10) / std::int64_t{sizeof(T)};
@@ -151,6 +155,15 @@ private:
         std::int64_t count() const { return behind - first; }
     };
 
+    // Panels from J on, as long as they are wanted and no more than `most` elements, but J at least.
+    template <class Wanted>
+    PositionRange pieceOf(std::int64_t most, int J, int last, const Wanted& wanted) const
+    {
+        PositionRange piece{J, std::min(J, last)};
+        while (piece.last < last && wanted(piece.last + 1) && elements({J, piece.last + 1}) <= most)
+            ++piece.last;
+        return piece;
+    }
     bool hasUpper() const noexcept { return !plan_.upperStarts.empty(); }
     Half lower() const noexcept;
     Half upper() const noexcept;

@@ -25,7 +25,7 @@ bool PanelWriter<T>::serve()
 {
     std::unique_lock lock(mutex_);
     if (rest_.first > rest_.last || team_.hasFailed()) return false;
-    const PositionRange piece = store_.pieceFrom(rest_.first, rest_.last, [](int) { return true; });
+    const PositionRange piece = store_.writtenFrom(rest_.first, rest_.last);
     if (!isFinished(piece)) return false;
     rest_.first = piece.last + 1;
     ++onTheWay_;
