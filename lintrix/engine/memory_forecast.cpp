@@ -32,8 +32,9 @@ std::int64_t leastOutOfCore(const FactorPlan& plan, const ControlBlock& control,
 template <class T>
 Failure forecastAs(const Arguments& call, Handle handle, NumericMemory& memory)
 {
-    const FactorPlan plan = planOf(handle);
+    FactorPlan plan = planOf(handle);
     const ControlBlock& control = handle.control();
+    if (call.iparm[Parameter::OutOfCore] != 0) plan.threads = control[Word::Threads]; // as for one in files
     ListForecast lists;
     if (const Failure failure = FactorLists::forecast(handle, plan, lists)) return failure;
     NumericWork work;

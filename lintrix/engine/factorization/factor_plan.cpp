@@ -130,7 +130,9 @@ FactorPlan planOf(Handle handle)
     PermanentStructure permanent(handle);
     const ControlBlock& control = handle.control();
     const FactorStructure structure = permanent.structure();
-    const int repaid = threadsRepaidBy(structure, timeOfOperation(control));
+    const bool isInCore = control[Word::OutOfCore] == 0; // else the others read and write
+    const int repaid =
+        isInCore ? threadsRepaidBy(structure, timeOfOperation(control)) : control[Word::Threads];
     return {.structure = structure,
             .lowerStarts = permanent.lowerStarts(),
             .upperStarts = permanent.upperStarts(),
@@ -140,7 +142,7 @@ FactorPlan planOf(Handle handle)
             .sizes = sizesOf(control),
             .threads = std::min(control[Word::Threads], repaid),
             .scaling = {},
-            .isSmall = repaid == 1};
+            .isSmall = isInCore && repaid == 1};
 }
 
 Failure FactorLists::make(const Handle& handle, FactorPlan& plan)
