@@ -54,7 +54,7 @@ EachTellsWhatItIs()
         has "$name" Version '^[0-9]+\.[0-9]+\.[0-9]+-1'
     done
     has lintrix-doc Architecture '^all $'
-    [ "$(names_and_sections | wc -l)" -eq "$(find "$packages" -name '*.deb' | wc -l)" ] ||
+    [ "$(names_and_sections | wc -l)" -eq "$(find "$packages" -maxdepth 1 -name '*.deb' | wc -l)" ] ||
         fail "not these: $(ls "$packages")"
 }
 
