@@ -214,8 +214,8 @@ double seriesOf(double bound, double correction)
 /// @return  how many times the first correction the error may be: more than once by a factor of another
 template <class Cell>
 double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
-                 Factored<Cell>& factor, std::span<const std::size_t> which, const BoundsAsked& asked,
-                 std::vector<ColumnQuality>& columns)
+                   Factored<Cell>& factor, std::span<const std::size_t> which, const BoundsAsked& asked,
+                   std::vector<ColumnQuality>& columns)
 {
     std::vector<std::size_t> inexact;
     for (const std::size_t j : which) {

@@ -92,7 +92,7 @@ std::string whyDegraded(const Outcome<Cell>& outcome)
 {
     const bool isIllConditioned = !(outcome.quality->error() <= kFewDigits);
     return joined({pivots(outcome.perturbed), scaledResidual(outcome.quality->residual),
-                   isIllConditioned                    ? "ill-conditioned"
+                   isIllConditioned                   ? "ill-conditioned"
                    : isUndetermined(*outcome.quality) ? "no digit of the smallest unknowns is known"
                                                       : ""});
 }
