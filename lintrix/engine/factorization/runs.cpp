@@ -36,7 +36,7 @@ double workOf(const FactorStructure& structure, int J) noexcept
 
 int threadsRepaidBy(const FactorStructure& structure, double each) noexcept
 {
-    constexpr double kLeast = 5e7, kMost = std::numeric_limits<int>::max();
+    constexpr double kLeast = 1e7, kMost = std::numeric_limits<int>::max();
     double work = 0.0;
     for (int J = 0; J < structure.supernodes(); ++J) work += workOf(structure, J);
     return static_cast<int>(std::clamp(each * work / kLeast, 1.0, kMost));

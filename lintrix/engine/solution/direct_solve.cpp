@@ -77,7 +77,7 @@ Frame frameOf(const SystemFrame& frame, bool equations)
 
 int solveThreads(const FactorPlan& plan, int asked, int count) noexcept
 {
-    constexpr double kEntriesAThread = 1e6; // to be read, in a pass for one side: as long as a start may take
+    constexpr double kEntriesAThread = 4e5; // to be read, in a pass for one side: as long as a start may take
     const double entries = static_cast<double>(plan.sizes.lower) * count;
     return entries >= kEntriesAThread * asked ? asked : plan.threads;
 }

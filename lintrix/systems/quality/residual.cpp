@@ -176,7 +176,7 @@ void runPart(const Part& part)
 }
 
 /// How many of their elements are worth a thread.
-constexpr std::int64_t kElementsAThread = 200000;
+constexpr std::int64_t kElementsAThread = 100000;
 
 /// The sums of the rows of op(A) by a rule.
 template <class Cell, class Rule>
