@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <random>
@@ -93,6 +94,18 @@ TEST(CheckSum, ChangesWithTheLength)
     std::set<std::uint64_t> sums;
     for (std::size_t count = 0; count <= zeros.size(); ++count) sums.insert(checkSum({zeros.data(), count}));
     EXPECT_EQ(sums.size(), zeros.size() + 1);
+}
+
+// Every length of a stretch: whole rows of words, and what is left of one.
+TEST(CheckSumsOfFour, AreThoseOfEachStretch)
+{
+    for (std::size_t each = 0; each <= 300; ++each) {
+        const std::vector<std::byte> bytes = someBytes(4 * each + 1);
+        const std::byte* const first = bytes.data() + 1;
+        const std::array<std::uint64_t, 4> sums = checkSumsOfFour(first, each);
+        for (std::size_t k = 0; k < 4; ++k)
+            ASSERT_EQ(sums[k], checkSum({first + k * each, each})) << k << " of " << each << " bytes";
+    }
 }
 
 } // namespace
