@@ -124,8 +124,8 @@ void expectTheRoadComesBack(const Attempt& attempt, const SparseOf<Cell>& A, con
     saved.runner.refactorize(before, saved.request());
     loaded.runner.refactorize(*after, loaded.request());
     expectSameBits<Cell>(*before.x, *after->x);
-    EXPECT_EQ(loaded.runner.analyses(), road == Road::Delayed || road == Road::Fronts ? 1 : 0)
-        << "its pivots decide on all else";
+    const bool isFrontal = attempt.road == Road::Delayed || attempt.road == Road::Fronts;
+    EXPECT_EQ(loaded.runner.analyses(), isFrontal ? 1 : 0) << "its pivots decide on all else";
     EXPECT_EQ(loaded.runner.factorizations(), 1);
 }
 
