@@ -75,13 +75,6 @@ Frame frameOf(const SystemFrame& frame, bool equations)
 
 } // namespace
 
-int solveThreads(const FactorPlan& plan, int asked, int count) noexcept
-{
-    constexpr double kEntriesAThread = 4e5; // to be read, in a pass for one side: as long as a start may take
-    const double entries = static_cast<double>(plan.sizes.lower) * count;
-    return entries >= kEntriesAThread * asked ? asked : plan.threads;
-}
-
 // One, unless a loop over so many cells repays calling the threads; where blocks keep them busy it does not.
 template <class T>
 int DirectSolve<T>::threadsFor(std::int64_t cells) const

@@ -29,10 +29,6 @@ enum class SolvePart : int {
     Backward = 3  ///< backward substitution, scaling and permutation
 };
 
-/// The threads of a solve: those that the factorization repays, or all that are `asked` for where there are
-/// right-hand sides enough to repay each.
-LINTRIX_TESTABLE int solveThreads(const FactorPlan& plan, int asked, int count) noexcept;
-
 /// Solves op(A) X = B. Between its parts, vectors stand in elimination order and scaled.
 template <class T>
 class LINTRIX_TESTABLE DirectSolve {

@@ -27,13 +27,13 @@ int rightHandSides(const Arguments& call)
 }
 
 template <class T>
-BlockSum iterationBlock(const Arguments& call, const ControlBlock& control, int threads, int count)
+BlockSum iterationBlock(const Arguments& call, const ControlBlock& control, int count)
 {
     const Improvement improvement =
         improvementFor(call, control[Word::IterationKind], mayPerturbPivots(call.mtype));
     const IterationLayout layout =
         iterationLayout(callersMatrix<T>(call), {.improvement = improvement,
-                                                 .threads = threads,
+                                                 .threads = control[Word::Threads],
                                                  .count = count,
                                                  .extended = call.iparm[Parameter::RefinementLimit] < 0,
                                                  .largestUpdate = control[WideWord::LargestUpdate]});
@@ -45,17 +45,16 @@ BlockSum iterationBlock(const Arguments& call, const ControlBlock& control, int 
 template <class T>
 Failure forecastSolve(const Arguments& call, Handle handle, const FactorPlan& plan, std::int64_t& kilobytes)
 {
-    const int count = rightHandSides(call),
-              threads = solveThreads(plan, handle.control()[Word::Threads], count);
+    const int count = rightHandSides(call);
     PartForecast parted;
     if (areConsecutive(PermanentStructure(handle).subgraphs()) &&
-        DirectSolve<T>::takesParts(threads, count)) {
-        if (const Failure failure = forecastParts(plan.structure, threads, parted)) return failure;
+        DirectSolve<T>::takesParts(plan.threads, count)) {
+        if (const Failure failure = forecastParts(plan.structure, plan.threads, parted)) return failure;
     }
     const StoredFactor<T> factor{plan.structure, plan.lowerStarts, plan.upperStarts, {}, {}, {}};
     BlockSum work = parted.lists;
-    work.add<T>(DirectSolve<T>::workSize(factor, parted.parts, threads, count))
-        .add(iterationBlock<T>(call, handle.control(), threads, count));
+    work.add<T>(DirectSolve<T>::workSize(factor, parted.parts, plan.threads, count))
+        .add(iterationBlock<T>(call, handle.control(), count));
     kilobytes = std::max(parted.making.kilobytes(), work.kilobytes());
     return {};
 }

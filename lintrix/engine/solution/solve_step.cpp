@@ -106,8 +106,7 @@ public:
     SolveStep(const Arguments& call, Handle handle, Timers& timers)
         : call_(call), handle_(handle), control_(handle.control()), timers_(timers),
           improvement_(improvementFor(call, control_[Word::IterationKind], hasPerturbedPivots(control_))),
-          count_(call.nrhs), plan_(planOf(handle)),
-          threads_(solveThreads(plan_, control_[Word::Threads], count_)),
+          threads_(control_[Word::Threads]), count_(call.nrhs), plan_(planOf(handle)),
           factor_(storedFactor<T>(handle, plan_, call.mnum)), matrix_(callersMatrix<T>(call)),
           b_(static_cast<T*>(call.b)), x_(static_cast<T*>(call.x)),
           work_(2.0 * static_cast<double>(plan_.sizes.lower) *
@@ -300,9 +299,8 @@ private:
     ControlBlock& control_;
     Timers& timers_;
     Improvement improvement_;
-    int count_;
+    int threads_, count_;
     FactorPlan plan_;
-    int threads_;
     StoredFactor<T> factor_;
     SubstitutionParts parts_;
     CallersMatrix<T> matrix_;

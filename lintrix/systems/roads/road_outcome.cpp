@@ -79,22 +79,12 @@ std::string whyFailed(const Outcome<Cell>& outcome)
                    scaledResidual(residual), pivots(outcome.perturbed)});
 }
 
-/// Unknowns of which the probe has brought no digit back, be they beside larger ones that hide it: of a
-/// matrix that is singular in its own units, for these there is no solution, or there are many.
-bool isUndetermined(const ProbedQuality& quality)
-{
-    return !(quality.probeErrorInUnits < kNoDigit);
-}
-
 /// What keeps a solution from being accurate.
 template <class Cell>
 std::string whyDegraded(const Outcome<Cell>& outcome)
 {
-    const bool isIllConditioned = !(outcome.quality->error() <= kFewDigits);
     return joined({pivots(outcome.perturbed), scaledResidual(outcome.quality->residual),
-                   isIllConditioned                   ? "ill-conditioned"
-                   : isUndetermined(*outcome.quality) ? "no digit of the smallest unknowns is known"
-                                                      : ""});
+                   outcome.quality->error() <= kFewDigits ? "" : "ill-conditioned"});
 }
 
 /// How much a failed road tells: nothing, a bad solution, that the matrix is singular or its few digits its
@@ -113,8 +103,7 @@ template <class Cell>
 Verdict Outcome<Cell>::verdict() const
 {
     if (!quality || isSolvedByAnother()) return Verdict::Failed;
-    const Verdict byNorms = verdictOf(quality->residual, quality->error());
-    return isUndetermined(*quality) ? std::max(byNorms, Verdict::Degraded) : byNorms;
+    return verdictOf(quality->residual, quality->error());
 }
 
 template <class Cell>

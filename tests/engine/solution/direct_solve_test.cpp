@@ -142,16 +142,5 @@ TYPED_TEST(DirectSolveOf, SolutionsHaveTheSameBitsInEveryRun)
     }
 }
 
-TEST(SolveThreads, AreThoseOfTheFactorizationUntilRightHandSidesRepayMore)
-{
-    FactorPlan plan{};
-    plan.threads = 2;
-    plan.sizes.lower = 1000;
-    EXPECT_EQ(solveThreads(plan, 4, 1), 2);
-    EXPECT_EQ(solveThreads(plan, 4, 100), 2);
-    EXPECT_EQ(solveThreads(plan, 4, 100000), 4); // 1e8 elements are read, by each 2.5e7
-    EXPECT_EQ(solveThreads(plan, 2, 100000), 2);
-}
-
 } // namespace
 } // namespace Velmar::Lintrix::testing
