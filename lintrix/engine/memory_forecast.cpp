@@ -30,31 +30,18 @@ std::int64_t leastOutOfCore(const FactorPlan& plan, const ControlBlock& control,
 }
 
 template <class T>
-Failure forecastWork(const Arguments& call, Handle handle, const FactorPlan& plan, NumericWork& work)
+Failure forecastAs(const Arguments& call, Handle handle, NumericMemory& memory)
 {
+    const FactorPlan plan = planOf(handle);
+    const ControlBlock& control = handle.control();
     ListForecast lists;
     if (const Failure failure = FactorLists::forecast(handle, plan, lists)) return failure;
-    FactorPlan solve = plan; // which takes all threads, whatever the factorization repays
-    solve.threads = handle.control()[Word::Threads];
-    if (const Failure failure = forecastSolve<T>(call, handle, solve, work.solve)) return failure;
+    NumericWork work;
+    if (const Failure failure = forecastSolve<T>(call, handle, plan, work.solve)) return failure;
     lists.scaling.add(factorizationBlocks<T>(plan, lists.runs));
     work.factorization =
         lists.lists.kilobytes() + std::max(lists.dealing.kilobytes(), lists.scaling.kilobytes());
-    return {};
-}
-
-template <class T>
-Failure forecastAs(const Arguments& call, Handle handle, NumericMemory& memory)
-{
-    FactorPlan plan = planOf(handle);
-    const ControlBlock& control = handle.control();
-    NumericWork work;
-    if (const Failure failure = forecastWork<T>(call, handle, plan, work)) return failure;
     memory.inCore = factorBlocks<T>(control).kilobytes() + std::max(work.factorization, work.solve);
-    if (plan.threads != control[Word::Threads]) { // in files the others read and write
-        plan.threads = control[Word::Threads];
-        if (const Failure failure = forecastWork<T>(call, handle, plan, work)) return failure;
-    }
     memory.outOfCore = leastOutOfCore<T>(plan, control, work);
     return {};
 }

@@ -115,34 +115,21 @@ std::uint64_t fingerprint(std::span<const std::byte> values)
     return std::accumulate(strands.begin(), strands.end(), std::uint64_t{values.size()}, mixed);
 }
 
-// Beside one of a real symmetric matrix.
-double timeOfOperation(const ControlBlock& control)
-{
-    constexpr double kBothTriangles = 2.0, kComplex = 3.0;
-    return (control[Word::SymmetricStorage] != 0 ? 1.0 : kBothTriangles) *
-           (control[Word::ElementWidth] == 2 ? kComplex : 1.0);
-}
-
 } // namespace
 
 FactorPlan planOf(Handle handle)
 {
     PermanentStructure permanent(handle);
     const ControlBlock& control = handle.control();
-    const FactorStructure structure = permanent.structure();
-    const bool isInCore = control[Word::OutOfCore] == 0; // else the others read and write
-    const int repaid =
-        isInCore ? threadsRepaidBy(structure, timeOfOperation(control)) : control[Word::Threads];
-    return {.structure = structure,
+    return {.structure = permanent.structure(),
             .lowerStarts = permanent.lowerStarts(),
             .upperStarts = permanent.upperStarts(),
             .maps = permanent.maps(),
             .descendants = {},
             .runs = {},
             .sizes = sizesOf(control),
-            .threads = std::min(control[Word::Threads], repaid),
-            .scaling = {},
-            .isSmall = isInCore && repaid == 1};
+            .threads = control[Word::Threads],
+            .scaling = {}};
 }
 
 Failure FactorLists::make(const Handle& handle, FactorPlan& plan)

@@ -13,8 +13,8 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// The structure as analysis left it, and the threads of this call as far as the work repays them. Lists of
-/// descendants, runs and scaling are empty: a solve needs none of them.
+/// The structure as analysis left it, and the threads of this call. Lists of descendants, runs and scaling
+/// are empty: a solve needs none of them.
 LINTRIX_TESTABLE FactorPlan planOf(Handle handle);
 
 /// What the lists of a factorization will take.

@@ -52,7 +52,7 @@ private:
     void work(const TeamMember& member)
     {
         std::optional<SequentialBlasScope> sequential;
-        if (plan_.threads > 1 || plan_.isSmall) sequential.emplace();
+        if (plan_.threads > 1) sequential.emplace();
         Eliminator<T> eliminator(plan_, rules_, values_, panels_, team_);
         if (!eliminator) team_.fail(outOfMemory(BlockCode::RealWork, eliminator.missingBytes()));
         const int supernodes = plan_.structure.supernodes();

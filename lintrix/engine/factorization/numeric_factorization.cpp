@@ -20,7 +20,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
     PivotCounts pivots;
     runTeam(busyThreads(plan, static_cast<int>(plan.runs.size())), [&](const TeamMember& member) {
         std::optional<SequentialBlasScope> sequential;
-        if (plan.threads > 1 || plan.isSmall) sequential.emplace();
+        if (plan.threads > 1) sequential.emplace();
         Eliminator<T> worker(plan, rules, values, factor, team);
         if (worker) {
             worker.work(member.thread, {0, plan.structure.supernodes() - 1}, Entries::ToBring);

@@ -45,9 +45,8 @@ struct FactorPlan {
     DescendantLists descendants;
     std::span<const PositionRange> runs; ///< of supernodes, in the order in which threads take them
     FactorSizes sizes;
-    int threads; ///< no more than the work repays
+    int threads;
     EntryScaling scaling;
-    bool isSmall = false; ///< no second thread is repaid, nor are those that BLAS would start
 };
 
 struct FactorRules {

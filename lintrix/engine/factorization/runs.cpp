@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <limits>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -32,14 +31,6 @@ double workOf(const FactorStructure& structure, int J) noexcept
     const double height = structure.height(J), width = structure.width(J);
     constexpr double kOverhead = 200.0; // of touching a supernode and its rows at all
     return width * height * height + kOverhead * (width + height);
-}
-
-int threadsRepaidBy(const FactorStructure& structure, double each) noexcept
-{
-    constexpr double kLeast = 1e7, kMost = std::numeric_limits<int>::max();
-    double work = 0.0;
-    for (int J = 0; J < structure.supernodes(); ++J) work += workOf(structure, J);
-    return static_cast<int>(std::clamp(each * work / kLeast, 1.0, kMost));
 }
 
 int dealOutSubtrees(const FactorStructure& structure, int threads, std::span<double> work,

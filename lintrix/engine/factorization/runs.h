@@ -27,11 +27,6 @@ LINTRIX_TESTABLE int dealOutSubgraphs(const FactorStructure& structure,
                                       std::span<const PositionRange> supernodes, int independent,
                                       std::span<PositionRange> runs);
 
-/// How many threads the factorization repays, each with some milliseconds of work: a thread that sleeps, or
-/// is yet to be made, may have to wait that long for a processor that others use. An operation takes `each`
-/// times as long as one of a real symmetric matrix.
-LINTRIX_TESTABLE int threadsRepaidBy(const FactorStructure& structure, double each) noexcept;
-
 /// An estimate of the operations that the columns of J cost, updates among them.
 LINTRIX_TESTABLE double workOf(const FactorStructure& structure, int J) noexcept;
 

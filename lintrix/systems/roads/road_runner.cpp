@@ -541,14 +541,15 @@ EngineAnswer RoadRunner<Cell>::moveToFiles(DirectRun& run, double left, std::int
 template <class Cell>
 EngineAnswer RoadRunner<Cell>::analyseFor(DirectRun& run, FactorStore store, std::int32_t rightHands)
 {
-    const OutOfCoreConfiguration place = place_ ? place_->Defaults() : OutOfCoreConfiguration();
-    const OutOfCoreDefaults defaults(place);
+    OutOfCoreConfiguration place = place_ ? place_->Defaults() : OutOfCoreConfiguration();
     std::optional<OutOfCoreLimit> limit;
     if (store == FactorStore::Files && options_.memoryBudget) {
         const double megabytes = (*options_.memoryBudget - ownBytes(rightHands)) / kMegabyte;
         core_ = static_cast<int>(std::clamp(megabytes, 1.0, 0x1p30));
         limit.emplace(core_);
+        place.megabytes = core_; // all that the budget leaves
     }
+    const OutOfCoreDefaults defaults(place);
     const SharedMatching::Use use(matching_);
     const EngineAnswer answer = run.analyse(store, rightHands);
     ++analyses_;

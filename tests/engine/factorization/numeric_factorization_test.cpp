@@ -257,28 +257,5 @@ TEST(Runs, OfSubgraphsComeBeforeTheSupernodesOfSeparators)
     }
 }
 
-/// How many threads are repaid by one dense supernode with so many columns.
-int threadsRepaidByDense(int columns, double each = 1.0)
-{
-    const std::vector<int> starts{0, columns}, supernodeOf(static_cast<std::size_t>(columns));
-    std::vector<int> rows(static_cast<std::size_t>(columns));
-    std::iota(rows.begin(), rows.end(), 0);
-    const std::vector<std::int64_t> rowStarts{0, columns};
-    return threadsRepaidBy({starts, supernodeOf, rowStarts, rows}, each);
-}
-
-TEST(Runs, ThreadsAreAsManyAsTheWorkRepays)
-{
-    EXPECT_EQ(threadsRepaidByDense(1), 1);
-    EXPECT_EQ(threadsRepaidByDense(100), 1); // a third of a million multiplications
-    EXPECT_GE(threadsRepaidByDense(2000), 64);
-    EXPECT_GE(threadsRepaidByDense(2000, 3.0), 3 * threadsRepaidByDense(2000));
-    int before = 1;
-    for (int columns = 1; columns < 1000; columns += 50) {
-        EXPECT_GE(threadsRepaidByDense(columns), before);
-        before = threadsRepaidByDense(columns);
-    }
-}
-
 } // namespace
 } // namespace Velmar::Lintrix::testing
