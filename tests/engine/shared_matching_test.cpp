@@ -29,7 +29,7 @@ Rows shifted(int n, double large)
 
 /// Matched and scaled, by minimum degree or nested dissection.
 struct Matched : EngineCall {
-    explicit Matched(const Rows& A, int ordering = 0, int mtype = 11) : EngineCall(A, mtype)
+    explicit Matched(const Rows& rows, int ordering = 0, int type = 11) : EngineCall(rows, type)
     {
         set(2, ordering);
         set(11, 1);

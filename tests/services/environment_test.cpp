@@ -96,7 +96,9 @@ TEST(DigitsValue, StopsAtTheLargestInt)
     EXPECT_EQ(digitsValue("2147483648"), INT_MAX);
     EXPECT_EQ(digitsValue("21474836470"), INT_MAX);
     EXPECT_EQ(digitsValue(std::string(256, '9')), INT_MAX);
-    EXPECT_FALSE(digitsValue(std::string(255, '9') + "x").has_value());
+    std::string spoilt(256, '9');
+    spoilt.back() = 'x';
+    EXPECT_FALSE(digitsValue(spoilt).has_value());
 }
 
 TEST_F(Environment, GivesTheValueOrItsAbsence)

@@ -146,6 +146,13 @@ std::string whole(const std::string& text)
     return "^" + text + "$";
 }
 
+std::string twice(const char* text)
+{
+    std::string both(text);
+    both += text;
+    return both;
+}
+
 TEST_F(LoadedCatalogueDeathTest, ReplacesTheTextsThatItHas)
 {
     const auto report = [] {
@@ -178,14 +185,14 @@ TEST_F(LoadedCatalogueDeathTest, IsLookedForOnceAndNotBeforeSomethingIsPrinted)
         OwnFolder::put("1033", kGerman);
         releaseFactor(1);
     };
-    EXPECT_EXIT(inOwnFolder(late), ExitedWithCode(0), whole(std::string(kEnglishReport) + kEnglishReport));
+    EXPECT_EXIT(inOwnFolder(late), ExitedWithCode(0), whole(twice(kEnglishReport)));
     const auto gone = [] {
         OwnFolder::put("1033", kGerman);
         releaseFactor(1);
         std::filesystem::remove_all("1033");
         releaseFactor(1);
     };
-    EXPECT_EXIT(inOwnFolder(gone), ExitedWithCode(0), whole(std::string(kGermanReport) + kGermanReport));
+    EXPECT_EXIT(inOwnFolder(gone), ExitedWithCode(0), whole(twice(kGermanReport)));
 }
 
 TEST_F(LoadedCatalogueDeathTest, ServesThreadsThatPrintFirstAtTheSameTime)
