@@ -1,13 +1,15 @@
 // The direct solver on one file, phase by phase, as one line of JSON.
 //
 //     direct_solver_bench FILE.mtx[.gz] --type spd|sym|structural|unsym [--ordering 0|1|2|3] [--threads N]
-//                         [--rhs K] [--repeat R] [--matching] [--diagonal-pivots] [--single]
+//                         [--rhs K] [--repeat R] [--matching] [--diagonal-pivots] [--single] [--metis]
 //
-// Real or complex by the file; for `sym` a Hermitian file is solved as one. Times are the best of the
+// Real or complex by the file; for `sym` a Hermitian file is solved as one. Nested dissection is that of
+// `LinearSystem`, shared by the threads; with --metis it is the engine's by itself. Times are the best of the
 // repetitions. The machine's speed drifts, so each repetition is framed by a product of dense matrices, whose
 // rate stands beside the result. The residual is |b - A x| / (|A| |x| + |b|) in the infinity norm.
 
 #include <lintrix/engine/pardiso.h>
+#include <lintrix/engine/threaded_dissection.h>
 #include <lintrix/foundation/configuration.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/sparse/matrix_market.h>
@@ -25,6 +27,7 @@
 #include <filesystem>
 #include <limits>
 #include <numeric>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -35,7 +38,7 @@ namespace {
 struct Options {
     std::string file, type = "unsym";
     int ordering = 2, threads = 1, rightSides = 1, repeats = 3;
-    bool matching = false, diagonalPivots = false, single = false;
+    bool matching = false, diagonalPivots = false, single = false, metis = false;
 };
 
 double now()
@@ -300,8 +303,11 @@ int main(int count, char** words)
     app.add_flag("--matching", options.matching, "matching and scaling for symmetric matrices too");
     app.add_flag("--diagonal-pivots", options.diagonalPivots, "instead of Bunch-Kaufman");
     app.add_flag("--single", options.single, "single precision inside");
+    app.add_flag("--metis", options.metis, "METIS for nested dissection, on one thread");
     CLI11_PARSE(app, count, words);
     TrellConfiguration::SetNumThreads(options.threads);
+    std::optional<ThreadedDissectionScope> byThreads;
+    if (!options.metis) byThreads.emplace();
     const MatrixMarketTriplets file = ReadMatrixMarketTriplets(options.file);
     return file.field == MatrixMarketField::ComplexNumber ? run<std::complex<double>>(file, options)
                                                           : run<double>(file, options);
