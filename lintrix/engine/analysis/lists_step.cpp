@@ -33,8 +33,9 @@ Failure buildLists(Analysis& run)
     const TimedStep timed(run.timers, Timer::ParallelLists);
     PermanentStructure permanent(run.handle);
     const FactorStructure structure = permanent.structure();
-    if (const Failure failure = mapEntries({run.ia, run.ja}, run.columnOfRow(), permanent.ordering(),
-                                           structure, run.symmetricStorage(), permanent.maps()))
+    if (const Failure failure =
+            mapEntries({run.ia, run.ja}, run.columnOfRow(), permanent.ordering(), structure,
+                       run.symmetricStorage(), run.threads(), permanent.maps()))
         return failure;
     if (run.control()[Word::TwoLevel] != 0) {
         if (const Failure failure = listUpdates(run.handle)) return failure;

@@ -84,7 +84,7 @@ Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
     std::ranges::copy(work.rowStarts, permanent.rowStarts().begin());
     if (const Failure failure = fillRowLists(permuted, permanent.structure(), permanent.rows()))
         return failure;
-    return refineColumnOrder(permanent.structure(), permanent.subgraphs(), permanent.rows(),
+    return refineColumnOrder(permanent.structure(), permanent.subgraphs(), run.threads(), permanent.rows(),
                              permanent.ordering());
 }
 

@@ -239,8 +239,8 @@ private:
             return file_.Contradiction();
         supernodesOfSubgraphs(structure, permanent.subgraphs(), permanent.subgraphSupernodes());
         const bool symmetric = control[Word::SymmetricStorage] != 0;
-        Failure failure =
-            mapEntries(A_, rowsMove, permanent.ordering(), structure, symmetric, permanent.maps());
+        Failure failure = mapEntries(A_, rowsMove, permanent.ordering(), structure, symmetric,
+                                     control[Word::Threads], permanent.maps());
         if (!failure && control[Word::TwoLevel] != 0) failure = listUpdates(handle_);
         if (!failure) failure = makeUpdateLengths(handle_);
         const auto work = Scratch<int>::uninitialised(structure.supernodes());

@@ -99,7 +99,7 @@ struct FactorizationCase {
         firstEntry.resize(p.starts.size());
         source.resize(entries);
         place.resize(entries);
-        EXPECT_FALSE(mapEntries(A.pattern(), {}, p.ordering.view(), s, !isUnsymmetric(rules.method),
+        EXPECT_FALSE(mapEntries(A.pattern(), {}, p.ordering.view(), s, !isUnsymmetric(rules.method), 1,
                                 {firstEntry, source, place}));
         listStarts.resize(p.starts.size());
         list.resize(static_cast<std::size_t>(countDescendants(s, listStarts)));

@@ -2,6 +2,7 @@
 
 #include <lintrix/engine/analysis/graph/elimination_tree.h>
 #include <lintrix/engine/analysis/graph/postorder.h>
+#include <lintrix/engine/analysis/symbolic/shares.h>
 #include <lintrix/engine/call/memory.h>
 #include <lintrix/services/team.h>
 #include <lintrix/services/work.h>
@@ -111,13 +112,6 @@ void gather(std::span<const int> work, int threads, std::span<const int> parent,
     }
 }
 
-// Each has some milliseconds of work, as long as it may take to start.
-int threadsRepaidBy(const Graph& graph)
-{
-    constexpr std::size_t kEntriesAThread = 400000;
-    return static_cast<int>(graph.neighbours.size() / kEntriesAThread) + 1;
-}
-
 } // namespace
 
 int columnCountThreads(int threads, int n) noexcept
@@ -131,7 +125,8 @@ Failure columnCounts(const Graph& graph, std::span<const int> parent, int thread
 {
     const auto n = static_cast<int>(parent.size());
     const auto order = Scratch<int>::uninitialised(3 * std::int64_t{n});
-    threads = std::min({columnCountThreads(threads, n), std::max(n, 1), threadsRepaidBy(graph)});
+    threads = threadsRepaidBy(static_cast<std::int64_t>(graph.neighbours.size()),
+                              std::min(columnCountThreads(threads, n), n));
     auto work = Scratch<int>::uninitialised(std::int64_t{RowSubtrees::kArrays} * threads * n);
     while (!work && threads > 1) {
         threads /= 2;

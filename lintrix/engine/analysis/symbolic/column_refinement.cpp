@@ -1,6 +1,8 @@
 #include <lintrix/engine/analysis/symbolic/column_refinement.h>
 
+#include <lintrix/engine/analysis/symbolic/shares.h>
 #include <lintrix/engine/call/memory.h>
+#include <lintrix/services/team.h>
 #include <lintrix/services/work.h>
 
 #include <algorithm>
@@ -22,8 +24,9 @@ struct Hit {
 
 class Refinement {
 public:
-    Refinement(const FactorStructure& structure, std::span<const PositionRange> subgraphs)
-        : structure_(structure), n_(static_cast<int>(structure.supernodeOf.size())),
+    Refinement(const FactorStructure& structure, std::span<const PositionRange> subgraphs, int threads)
+        : structure_(structure), threads_(threadsRepaidBy(structure.rowStarts.back(), threads)),
+          n_(static_cast<int>(structure.supernodeOf.size())),
           work_(Scratch<int>::uninitialised(kArrays * std::int64_t{n_})),
           hitStarts_(Scratch<std::int64_t>::zeroed(std::int64_t{n_} + 1))
     {
@@ -48,13 +51,12 @@ public:
         std::fill(hitsIn_.begin(), hitsIn_.end(), 0);
         std::fill(madeOf_.begin(), madeOf_.end(), kNone);
         std::fill(originOf_.begin(), originOf_.end(), kNone);
-        const WorkMeter asking(0.0); // tells nothing
-        WorkShare share(asking);
-        for (int run = 0; run < runs_; ++run) {
-            if (!share.add(cellsOf(run))) return false;
-            refineRun(run);
-        }
-        return true;
+        return inShares(
+            runs_,
+            [this](int run) { return runStartOf(run) + kTouches * static_cast<double>(hitStarts_[run]); },
+            [this](int first, int behind, WorkShare& share) {
+                for (int run = first; run < behind && share.add(cellsOf(run)); ++run) refineRun(run);
+            });
     }
 
     // Brings the row lists to the new order. A supernode's own columns, and those of the pieces that continue
@@ -62,32 +64,28 @@ public:
     // Returns whether it has: else the work has to end.
     bool relabel(std::span<int> rows) const
     {
-        const WorkMeter asking(0.0); // tells nothing
-        WorkShare share(asking);
-        int behind = n_; // the columns of J and of what continues it
-        for (int J = structure_.supernodes() - 1; J >= 0; --J) {
-            if (!share.add(kTouches * structure_.height(J))) return false;
-            if (!continues(J)) behind = structure_.starts[J + 1];
-            int* const list = rows.data() + structure_.rowStarts[J];
-            int *const first = list + (behind - structure_.starts[J]), *const end =
-                                                                           list + structure_.height(J);
-            bool ascends = true;
-            for (int *row = first, before = -1; row < end; before = *row++) {
-                *row = placeOf_[*row];
-                ascends &= before < *row;
-            }
-            if (!ascends) std::sort(first, end);
-        }
-        return true;
+        return inShares(
+            structure_.supernodes(), [this](int J) { return structure_.rowStarts[J]; },
+            [&](int firstJ, int behindJ, WorkShare& share) {
+                int last = behindJ - 1; // of what continues J
+                while (last < structure_.supernodes() - 1 && continues(last)) ++last;
+                for (int J = behindJ - 1; J >= firstJ && share.add(kTouches * structure_.height(J)); --J) {
+                    if (!continues(J)) last = J;
+                    relabelList(rows.subspan(structure_.rowStarts[J], structure_.height(J)),
+                                structure_.starts[last + 1] - structure_.starts[J]);
+                }
+            });
     }
 
     void relabel(Ordering ordering) const
     {
-        for (int v = 0; v < n_; ++v) {
-            const int position = placeOf_[ordering.positionOf[v]];
-            ordering.positionOf[v] = position;
-            ordering.vertexAt[position] = v;
-        }
+        runRanges(n_, threads_, [&](int first, int behind) {
+            for (int v = first; v < behind; ++v) {
+                const int position = placeOf_[ordering.positionOf[v]];
+                ordering.positionOf[v] = position;
+                ordering.vertexAt[position] = v;
+            }
+        });
     }
 
 private:
@@ -98,6 +96,36 @@ private:
     {
         return {&runStart_, &runOf_, &columnAt_, &placeOf_, &classOf_,
                 &begin_,    &end_,   &hitsIn_,   &madeOf_,  &originOf_};
+    }
+
+    // Has the threads go through 0 .. count-1: visit(first, behind, share) for ranges of about the same
+    // weight. Returns whether they were not told to end.
+    template <class Weight, class Visit>
+    bool inShares(int count, const Weight& weight, const Visit& visit) const
+    {
+        constexpr int kSharesAThread = 4; // weights are guesses
+        const int shares = threads_ > 1 ? kSharesAThread * threads_ : 1;
+        const WorkMeter asking(0.0); // tells nothing
+        runParts(shares, threads_, [&](int part) {
+            WorkShare share(asking);
+            visit(weightedBound(count, part, shares, weight), weightedBound(count, part + 1, shares, weight),
+                  share);
+        });
+        return asking.goesOn();
+    }
+
+    // The rows of one supernode, of which the first `own` are columns of its stretch.
+    void relabelList(std::span<int> list, int own) const
+    {
+        const std::span<int> others = list.subspan(static_cast<std::size_t>(own));
+        bool ascends = true;
+        int before = -1;
+        for (int& row : others) {
+            row = placeOf_[row];
+            ascends &= before < row;
+            before = row;
+        }
+        if (!ascends) std::sort(others.begin(), others.end());
     }
 
     // Whether the columns of J + 1 continue those of J: one supernode, cut for its width.
@@ -131,7 +159,8 @@ private:
         return width + kTouches * hits * (1.0 + width / 2.0);
     }
 
-    int endOf(int run) const { return run + 1 < runs_ ? runStart_[run + 1] : n_; }
+    int runStartOf(int run) const { return run < runs_ ? runStart_[run] : n_; }
+    int endOf(int run) const { return runStartOf(run + 1); }
 
     // The rows below that a supernode has in each run, unless it has them all. Pieces of a cut one have the
     // same, so one stands for all.
@@ -151,35 +180,37 @@ private:
         }
     }
 
-    // Sorted into the runs, the largest first.
     void collectHits()
     {
         forEachHit([&](int run, Hit hit) { hits_[hitStarts_[run]++] = hit; });
         std::copy_backward(hitStarts_.get(), hitStarts_.get() + runs_, hitStarts_.get() + runs_ + 1);
         hitStarts_[0] = 0;
-        for (int run = 0; run < runs_; ++run) {
-            std::sort(hits_.get() + hitStarts_[run], hits_.get() + hitStarts_[run + 1],
-                      [](const Hit& a, const Hit& b) {
-                          return a.size() != b.size() ? a.size() > b.size() : a.first < b.first;
-                      });
-        }
     }
 
-    // Classes are stretches of columnAt_, named by numbers within the run's own positions.
+    // By its hits, the largest first. Classes are stretches of columnAt_, named by numbers within the run's
+    // own positions: runs have nothing in common.
     void refineRun(int run)
     {
+        const std::span<Hit> hits =
+            hits_.span().subspan(static_cast<std::size_t>(hitStarts_[run]),
+                                 static_cast<std::size_t>(hitStarts_[run + 1] - hitStarts_[run]));
+        std::sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
+            return a.size() != b.size() ? a.size() > b.size() : a.first < b.first;
+        });
         const int first = runStart_[run], behind = endOf(run);
         for (int j = first; j < behind; ++j) classOf_[j] = first;
         begin_[first] = first;
         end_[first] = behind;
-        classes_ = first + 1;
-        for (std::int64_t h = hitStarts_[run]; h < hitStarts_[run + 1] && classes_ < behind; ++h)
-            split(hits_[h]);
+        int classes = first + 1; // the number of the next one
+        for (const Hit& hit : hits) {
+            if (classes == behind) return;
+            split(hit, classes);
+        }
     }
 
     // Each class that the set meets in part gives its columns of the set to a class of their own, beside the
     // rest: the first of several classes behind it, towards the next, the others before it.
-    void split(Hit hit)
+    void split(Hit hit, int& classes)
     {
         int lowest = classOf_[rowAt(hit.first)], highest = lowest;
         for (std::int64_t k = hit.first; k < hit.last; ++k) {
@@ -189,17 +220,17 @@ private:
             if (begin_[c] > begin_[highest]) highest = c;
         }
         for (std::int64_t k = hit.first; k < hit.last; ++k)
-            move(rowAt(k), lowest != highest ? lowest : kNone);
+            move(rowAt(k), lowest != highest ? lowest : kNone, classes);
         for (std::int64_t k = hit.first; k < hit.last; ++k) settle(classOf_[rowAt(k)]);
     }
 
     // A column of the set leaves its class, unless all of that is in the set.
-    void move(int column, int lowest)
+    void move(int column, int lowest, int& classes)
     {
         const int c = classOf_[column], count = hitsIn_[c];
         if (count == end_[c] - begin_[c]) return;
         if (madeOf_[c] == kNone) {
-            const int made = classes_++;
+            const int made = classes++;
             begin_[made] = end_[made] = c == lowest ? end_[c] - count : begin_[c];
             madeOf_[c] = made;
             originOf_[made] = c;
@@ -232,7 +263,7 @@ private:
     int rowAt(std::int64_t k) const { return structure_.rows[static_cast<std::size_t>(k)]; }
 
     const FactorStructure& structure_;
-    int n_, runs_ = 0, classes_ = 0;
+    int threads_, n_, runs_ = 0;
     Scratch<int> work_;
     Scratch<std::int64_t> hitStarts_; // by run
     Scratch<Hit> hits_;
@@ -246,9 +277,9 @@ private:
 } // namespace
 
 Failure refineColumnOrder(const FactorStructure& structure, std::span<const PositionRange> subgraphs,
-                          std::span<int> rows, Ordering ordering)
+                          int threads, std::span<int> rows, Ordering ordering)
 {
-    Refinement refinement(structure, subgraphs);
+    Refinement refinement(structure, subgraphs, threads);
     if (!refinement) return outOfMemory(BlockCode::Transient, refinement.missingBytes());
     if (!refinement.refine()) return stopped();
     refinement.relabel(ordering);

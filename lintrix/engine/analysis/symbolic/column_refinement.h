@@ -20,10 +20,11 @@ namespace Velmar::Lintrix::detail::engine {
 /// Partition refinement, the largest sets first: each set of rows splits the classes that it meets, its own
 /// columns next to those of the neighbouring class. Jacquelin, Ng, Peyton, "Fast and effective reordering of
 /// columns within supernodes using partition refinement", SIAM CSC (2018). `rows`, the row lists of
-/// `structure`, and `ordering` are rewritten. Cost: linear in the row lists but for their sorting.
+/// `structure`, and `ordering` are rewritten, alike for any number of threads. Cost: linear in the row lists
+/// but for their sorting.
 /// @return  outOfMemory(Transient), with nothing changed
 LINTRIX_TESTABLE Failure refineColumnOrder(const FactorStructure& structure,
-                                           std::span<const PositionRange> subgraphs, std::span<int> rows,
-                                           Ordering ordering);
+                                           std::span<const PositionRange> subgraphs, int threads,
+                                           std::span<int> rows, Ordering ordering);
 
 } // namespace Velmar::Lintrix::detail::engine

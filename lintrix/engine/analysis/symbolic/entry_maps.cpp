@@ -1,6 +1,8 @@
 #include <lintrix/engine/analysis/symbolic/entry_maps.h>
 
+#include <lintrix/engine/analysis/symbolic/shares.h>
 #include <lintrix/engine/call/memory.h>
+#include <lintrix/services/team.h>
 #include <lintrix/services/work.h>
 
 #include <algorithm>
@@ -44,14 +46,31 @@ public:
         });
     }
 
+    // Each thread has n numbers of `work`.
+    void findPlaces(int threads, std::span<int> work)
+    {
+        const auto n = static_cast<std::size_t>(A_.order());
+        const auto weight = [this](int J) { return structure_.rowStarts[J] + maps_.firstEntry[J]; };
+        runParts(threads, threads, [&](int t) {
+            const auto bound = [&](int part) {
+                return weightedBound(structure_.supernodes(), part, threads, weight);
+            };
+            findPlaces(bound(t), bound(t + 1), work.subspan(n * static_cast<std::size_t>(t), n));
+        });
+    }
+
+private:
+    static constexpr double kCellsOfAnEntry = 8.0; // wherever they stand
+
     // `index[row]` is where a row of the supernode at work stands in its list.
-    void findPlaces(std::span<int> index)
+    void findPlaces(int firstJ, int behindJ, std::span<int> index)
     {
         const auto entries = static_cast<int>(maps_.source.size());
-        for (int J = 0; J < structure_.supernodes(); ++J) {
+        WorkShare share(asking_);
+        for (int J = firstJ; J < behindJ; ++J) {
             const std::span<const int> rows = structure_.rowsOf(J);
             const int own = maps_.firstEntry[J + 1] - maps_.firstEntry[J];
-            if (!share_.add(static_cast<double>(rows.size()) + kCellsOfAnEntry * own)) return;
+            if (!share.add(static_cast<double>(rows.size()) + kCellsOfAnEntry * own)) return;
             for (std::size_t i = 0; i < rows.size(); ++i) index[rows[i]] = static_cast<int>(i);
             for (int k = maps_.firstEntry[J]; k < maps_.firstEntry[J + 1]; ++k) {
                 // They lie all over A: those to come are brought near meanwhile.
@@ -62,14 +81,12 @@ public:
         }
     }
 
-private:
-    static constexpr double kCellsOfAnEntry = 8.0; // wherever they stand
-
     template <class Visit>
     void forEachEntry(Visit visit) const
     {
+        WorkShare share(asking_);
         for (int i = 0; i < A_.order(); ++i) {
-            if (!share_.add(kCellsOfAnEntry * (A_.starts[i + 1] - A_.starts[i]))) return;
+            if (!share.add(kCellsOfAnEntry * (A_.starts[i + 1] - A_.starts[i]))) return;
             const int row = ordering_.positionOf[columnOfRow_.empty() ? i : columnOfRow_[i]];
             for (int entry = A_.starts[i]; entry < A_.starts[i + 1]; ++entry) {
                 visit(entry, row, ordering_.positionOf[A_.columns[entry]]);
@@ -98,7 +115,6 @@ private:
     bool symmetricStorage_;
     const EntryMaps& maps_;
     WorkMeter asking_{0.0}; // tells nothing
-    mutable WorkShare share_{asking_};
 };
 
 bool panelsFit(const FactorStructure& structure)
@@ -113,14 +129,16 @@ bool panelsFit(const FactorStructure& structure)
 } // namespace
 
 Failure mapEntries(const RowPattern& A, std::span<const int> columnOfRow, const Ordering& ordering,
-                   const FactorStructure& structure, bool symmetricStorage, const EntryMaps& maps)
+                   const FactorStructure& structure, bool symmetricStorage, int threads,
+                   const EntryMaps& maps)
 {
     if (!panelsFit(structure)) return overflow();
-    const auto index = Scratch<int>::uninitialised(A.order());
+    threads = threadsRepaidBy(structure.rowStarts.back(), threads);
+    const auto index = Scratch<int>::uninitialised(std::int64_t{A.order()} * threads);
     if (!index) return outOfMemory(BlockCode::Transient, missingBytes(index));
     EntryMapper mapper(A, columnOfRow, ordering, structure, symmetricStorage, maps);
     mapper.sortBySupernode();
-    if (mapper.goesOn()) mapper.findPlaces(index.span());
+    if (mapper.goesOn()) mapper.findPlaces(threads, index.span());
     return mapper.goesOn() ? Failure{} : stopped();
 }
 

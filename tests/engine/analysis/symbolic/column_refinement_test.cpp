@@ -50,7 +50,7 @@ TEST_P(Refined, TheStructureHoldsTheFactorOfTheNewOrder)
                 return all;
             }();
             const int stretchesBefore = stretches(p.structure());
-            ASSERT_FALSE(refineColumnOrder(p.structure(), p.ranges, p.rows, p.ordering.view()));
+            ASSERT_FALSE(refineColumnOrder(p.structure(), p.ranges, 1, p.rows, p.ordering.view()));
             EXPECT_LE(stretches(p.structure()), stretchesBefore + stretchesBefore / 8);
 
             const auto columns = eliminated(g.view(), p.ordering.view());
@@ -87,8 +87,25 @@ TEST(ColumnRefinement, MakesStretchesLongerOnAGrid)
     const OwnedGraph g = grid(30, 30);
     Pipeline p(g.view(), randomOrdering(900, 3), 128);
     const int before = stretches(p.structure());
-    ASSERT_FALSE(refineColumnOrder(p.structure(), p.ranges, p.rows, p.ordering.view()));
+    ASSERT_FALSE(refineColumnOrder(p.structure(), p.ranges, 1, p.rows, p.ordering.view()));
     EXPECT_LT(stretches(p.structure()), before * 3 / 4);
+}
+
+TEST(ColumnRefinement, IsTheSameForAnyNumberOfThreads)
+{
+    const OwnedGraph g = grid(90, 90);
+    Pipeline alone(g.view(), randomOrdering(8100, 5), 4);
+    ASSERT_GT(alone.rows.size(), 800000U) << "too little for a team";
+    const Pipeline start = alone;
+    ASSERT_FALSE(refineColumnOrder(alone.structure(), alone.ranges, 1, alone.rows, alone.ordering.view()));
+    for (const int threads : {2, 3, 16}) {
+        Pipeline shared = start;
+        ASSERT_FALSE(refineColumnOrder(shared.structure(), shared.ranges, threads, shared.rows,
+                                       shared.ordering.view()));
+        EXPECT_EQ(shared.rows, alone.rows) << threads << " threads";
+        EXPECT_EQ(shared.ordering.positionOf, alone.ordering.positionOf) << threads << " threads";
+        EXPECT_EQ(shared.ordering.vertexAt, alone.ordering.vertexAt) << threads << " threads";
+    }
 }
 
 TEST(ColumnRefinement, WithoutMemoryChangesNothing)
@@ -99,7 +116,7 @@ TEST(ColumnRefinement, WithoutMemoryChangesNothing)
     const auto positions = p.ordering.positionOf;
     for (int k = 0; k < 3; ++k) {
         const FailingAllocator failing(k);
-        const Failure failure = refineColumnOrder(p.structure(), p.ranges, p.rows, p.ordering.view());
+        const Failure failure = refineColumnOrder(p.structure(), p.ranges, 1, p.rows, p.ordering.view());
         EXPECT_EQ(failure.internal, -900);
         EXPECT_GT(failure.bytes, 0);
     }

@@ -140,7 +140,7 @@ TEST_P(Structure, MapsOfUnsymmetricStorageBringEachEntryToItsPlace)
     const Entries A(g.view(), false, columnOfRow);
     Maps maps(p, A);
     const FactorStructure s = p.structure();
-    ASSERT_FALSE(mapEntries(A.pattern(), columnOfRow, p.ordering.view(), s, false, maps.view()));
+    ASSERT_FALSE(mapEntries(A.pattern(), columnOfRow, p.ordering.view(), s, false, 1, maps.view()));
     for (int J = 0; J < s.supernodes(); ++J) {
         const auto at = static_cast<std::size_t>(J);
         std::vector<double> lower(static_cast<std::size_t>(s.height(J) * s.width(J))),
@@ -180,7 +180,7 @@ TEST_P(Structure, MapsOfSymmetricStorageMarkTheOtherTriangle)
     const Entries A(g.view(), true, natural);
     Maps maps(p, A);
     const FactorStructure s = p.structure();
-    ASSERT_FALSE(mapEntries(A.pattern(), {}, p.ordering.view(), s, true, maps.view()));
+    ASSERT_FALSE(mapEntries(A.pattern(), {}, p.ordering.view(), s, true, 1, maps.view()));
     std::size_t visited = 0;
     for (int J = 0; J < s.supernodes(); ++J) {
         const auto at = static_cast<std::size_t>(J);
@@ -228,6 +228,24 @@ TEST(RowListStarts, RefuseWhatPassesTheLargestSize)
     EXPECT_EQ(failure.internal, -20);
 }
 
+TEST(EntryMaps, AreTheSameForAnyNumberOfThreads)
+{
+    const OwnedGraph g = grid(90, 90);
+    Pipeline p(g.view(), randomOrdering(8100, 5), 4);
+    ASSERT_GT(p.rows.size(), 800000U) << "too little for a team";
+    const Entries A(g.view(), true, {});
+    Maps alone(p, A);
+    ASSERT_FALSE(mapEntries(A.pattern(), {}, p.ordering.view(), p.structure(), true, 1, alone.view()));
+    for (const int threads : {2, 3, 16}) {
+        Maps shared(p, A);
+        ASSERT_FALSE(
+            mapEntries(A.pattern(), {}, p.ordering.view(), p.structure(), true, threads, shared.view()));
+        EXPECT_EQ(shared.firstEntry, alone.firstEntry);
+        EXPECT_EQ(shared.source, alone.source);
+        EXPECT_EQ(shared.place, alone.place) << threads << " threads";
+    }
+}
+
 TEST(EntryMaps, APanelBeyondThirtyTwoBitsIsRefused)
 {
     // One supernode of two columns over 2^30 rows: only its sizes are looked at.
@@ -235,7 +253,7 @@ TEST(EntryMaps, APanelBeyondThirtyTwoBitsIsRefused)
     const std::vector<std::int64_t> rowStarts{0, std::int64_t{1} << 30};
     const FactorStructure structure{starts, supernodeOf, rowStarts, {}};
     OwnedOrdering ordering = orderingOf({0, 1});
-    const Failure failure = mapEntries({}, {}, ordering.view(), structure, true, {});
+    const Failure failure = mapEntries({}, {}, ordering.view(), structure, true, 1, {});
     EXPECT_EQ(failure.error, Error::Overflow);
     EXPECT_EQ(failure.internal, -182);
 }
