@@ -1,5 +1,6 @@
 #include <lintrix/systems/least_squares/symmetric_factor.h>
 
+#include <lintrix/engine/threaded_dissection.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/run_control.h>
 
@@ -44,6 +45,7 @@ SymmetricFactor<Cell>::analysedInOrder(FactorKind kind, FillInReducingMethod ord
     for (const auto& [slot, value] : values) session.iparm(slot) = value;
     const double operations = analysisOperations(static_cast<double>(ja.size()));
     WorkScope::expect(operations);
+    const ThreadedDissectionScope byThreads;
     if (!call(session, kAnalysis, operations)) return std::nullopt;
     FactorForecast forecast{order(), static_cast<double>(order()), 0.0};
     if (const auto summary = session.summary()) {

@@ -13,16 +13,20 @@ bool Halves::isAtCut(int v) const
     return std::ranges::any_of(graph_.of(v), [&](int u) { return sides_.of(u) != sides_.of(v); });
 }
 
-void Halves::weighEdges()
+// Fills the gains. @return  the weight of the edges that cross
+std::int64_t Halves::weighEdges()
 {
+    std::int64_t crossing = 0;
     for (int v = 0; v < graph_.vertices(); ++v) {
-        std::int64_t gain = 0;
+        std::int64_t across = 0, within = 0;
         for (int k = graph_.first(v); k < graph_.first(v + 1); ++k) {
             const bool crosses = sides_.of(graph_.neighbour(k)) != sides_.of(v);
-            gain += crosses ? graph_.edgeWeight(k) : -graph_.edgeWeight(k);
+            (crosses ? across : within) += graph_.edgeWeight(k);
         }
-        work_.near[0][v] = gain;
+        work_.near[0][v] = across - within;
+        crossing += across;
     }
+    return crossing / 2; // seen from both ends
 }
 
 void Halves::moveTo(int side, int v, bool queued)
@@ -85,7 +89,8 @@ void Halves::grow(bool breadthFirst)
         growByGain();
 }
 
-bool Halves::pass(int heaviest)
+// @return  what it gained
+std::int64_t Halves::pass(int heaviest)
 {
     constexpr int kLeastPatience = 15, kMostPatience = 100;
     int boundary = 0;
@@ -120,21 +125,17 @@ bool Halves::pass(int heaviest)
         const int v = moves.takeLast();
         moveTo(1 - sides_.of(v), v, false);
     }
-    return most > 0;
+    return most;
 }
 
-std::int64_t Halves::refine(int passes, int heaviest)
+std::int64_t Halves::refine(int passes, int heaviest, const WorkMeter& meter)
 {
-    weighEdges();
-    while (passes-- > 0 && pass(heaviest)) {
+    std::int64_t crossing = weighEdges();
+    for (std::int64_t gained = 1; gained > 0 && passes > 0 && meter.goesOn(); --passes) {
+        gained = pass(heaviest);
+        crossing -= gained;
     }
-    std::int64_t crossing = 0;
-    for (int v = 0; v < graph_.vertices(); ++v) {
-        for (int k = graph_.first(v); k < graph_.first(v + 1); ++k) {
-            if (sides_.of(graph_.neighbour(k)) != sides_.of(v)) crossing += graph_.edgeWeight(k);
-        }
-    }
-    return crossing / 2;
+    return crossing;
 }
 
 void Halves::separate()

@@ -4,6 +4,7 @@
 
 #include <lintrix/engine/analysis/dissection/sides.h>
 #include <lintrix/engine/analysis/dissection/workspace.h>
+#include <lintrix/services/work.h>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -22,20 +23,21 @@ public:
 
     /// First halves: breadth first from one vertex, or what crosses least first.
     void grow(bool breadthFirst);
-    /// Moves of Fiduccia and Mattheyses, as `Separator::refine` makes them.
+    /// Moves of Fiduccia and Mattheyses, as `Separator::refine` makes them. No pass is begun where the work
+    /// has to end.
     /// @return  the weight of the edges that cross
-    std::int64_t refine(int passes, int heaviest);
+    std::int64_t refine(int passes, int heaviest, const WorkMeter& meter);
     /// The ends of the crossing edges come between, those of the side where they weigh less.
     void separate();
 
 private:
     bool isAtCut(int v) const;
-    void weighEdges();
+    std::int64_t weighEdges();
     void moveTo(int side, int v, bool queued);
     void growBreadthFirst();
     void growByGain();
     int unseen() const;
-    bool pass(int heaviest);
+    std::int64_t pass(int heaviest);
 
     const WeightedGraph& graph_;
     Sides& sides_;

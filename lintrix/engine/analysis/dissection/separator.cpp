@@ -154,10 +154,10 @@ bool Separator::pass(int heaviest)
     return lightest < start;
 }
 
-void Separator::refine(int passes, int heaviest)
+void Separator::refine(int passes, int heaviest, const WorkMeter& meter)
 {
     collect();
-    while (passes-- > 0 && pass(heaviest)) {
+    while (passes-- > 0 && meter.goesOn() && pass(heaviest)) {
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <lintrix/engine/analysis/dissection/sides.h>
 #include <lintrix/engine/analysis/dissection/workspace.h>
+#include <lintrix/services/work.h>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -29,8 +30,8 @@ public:
     /// graph partitioning algorithm by node separators", ACM TOMS 15 (1989), with the moves of Fiduccia and
     /// Mattheyses, "A linear-time heuristic for improving network partitions", DAC (1982); Hendrickson and
     /// Rothberg, "Improving the run time and quality of nested dissection ordering", SIAM J. Sci. Comput. 20
-    /// (1998).
-    void refine(int passes, int heaviest);
+    /// (1998). No pass is begun where the work has to end.
+    void refine(int passes, int heaviest, const WorkMeter& meter);
 
 private:
     void collect();

@@ -37,8 +37,8 @@ int shareOf(const WeightedGraph& graph, double share)
 
 std::int64_t SeparatorSearch::improve(const WeightedGraph& graph, Sides& sides, int passes) const
 {
-    if (byEdges_) return Halves(graph, sides, work_).refine(kPassesOfHalves, heaviest_);
-    Separator(graph, sides, work_).refine(passes, heaviest_);
+    if (byEdges_) return Halves(graph, sides, work_).refine(kPassesOfHalves, heaviest_, meter_);
+    Separator(graph, sides, work_).refine(passes, heaviest_, meter_);
     return sides.weight(kBetween);
 }
 
@@ -72,7 +72,7 @@ bool SeparatorSearch::searchCoarser(const WeightedGraph& graph, int depth, int t
     Sides sidesOfCoarser;
     if (!coarsen(graph, coarseOf.span(), vertices, work_, coarser) || !sidesOfCoarser.allocate(vertices))
         return false;
-    if (!descend(coarser, depth + 1, tries, sidesOfCoarser, quality)) return false;
+    if (!descend(coarser, depth + 1, tries, sidesOfCoarser, quality) || !meter_.goesOn()) return false;
     sides.takeFrom(sidesOfCoarser, coarseOf.span());
     quality = improve(graph, sides, kPasses);
     return true;
@@ -110,7 +110,7 @@ bool SeparatorSearch::run(const WeightedGraph& graph, Sides& sides)
     if (!descend(graph, 0, tries, sides, quality)) return false;
     if (!byEdges_) return true;
     Halves(graph, sides, work_).separate();
-    Separator(graph, sides, work_).refine(kPasses, heaviest_);
+    Separator(graph, sides, work_).refine(kPasses, heaviest_, meter_);
     return true;
 }
 
