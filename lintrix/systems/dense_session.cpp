@@ -241,7 +241,6 @@ private:
         WorkScope::expect(cost().operations);
         Answer<M> found = solveDense(A, B);
         ++factorizations_;
-        WorkScope::tell(cost().operations);
         finish("solve");
         const Quality quality = found.status == Status::Solved ? judge(A, *found.x, B) : Quality();
         return told(found, A, quality, isUnique ? known : nullptr);

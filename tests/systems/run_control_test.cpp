@@ -152,6 +152,13 @@ TEST(StoppedRun, LeavesADenseSystemAsItWas)
     stopEverywhere(grid<Complex>(6, GridKind::Convective).ToDense(), {});
 }
 
+TEST(StoppedRun, LeavesADenseRectangleAsItWas)
+{
+    stopEverywhere(strip<double>(300, 150).ToDense(), {});
+    stopEverywhere(strip<double>(150, 300).ToDense(), {});
+    stopEverywhere(strip<Complex>(200, 100).ToDense(), {});
+}
+
 TEST(StoppedRun, OfIterationsWithAFactor)
 {
     SystemOptions options;

@@ -39,9 +39,10 @@ struct Answer {
 /// X with A*X = B: tall in the least-squares sense by QR, wide with smallest norm by LQ.
 ///
 /// Matrix::Solve settles only the first column of such a system, and nothing of a complex one; so these are
-/// factorized once and solved column by column, in complex numbers with Q applied here. Their rank is read
-/// off a pivoted QR of the triangular factor: diagonal elements above max(m, n)*2^-52 times the first one
-/// count (Golub and Van Loan, Matrix Computations, 4th ed., section 5.5).
+/// factorized here. Their rank is that of a pivoted QR of the triangular factor: diagonal elements above
+/// max(m, n)*2^-52 times the first one count (Golub and Van Loan, Matrix Computations, 4th ed., section 5.5).
+/// What is done is told to the listener of `WorkScope`. @throws NotEnoughMemoryException, as
+/// `WorkScope::tell`
 template <class Block>
 LINTRIX_TESTABLE Answer<Block> solveDense(const Block& A, const Block& B);
 

@@ -1,5 +1,6 @@
 // Roads and states of dense systems.
 
+#include <lintrix/decompositions/qr.h>
 #include <lintrix/systems/roads/dense_solver.h>
 #include <tests/support/matrices.h>
 
@@ -21,7 +22,8 @@ Matrix random(int rows, int cols, std::uint64_t seed)
 
 TEST(SolveDense, EveryColumnOfEveryShapeIsSolved)
 {
-    for (const Shape shape : {Shape{30, 12}, {100, 64}, {2, 1}, {12, 30}, {64, 100}, {1, 2}}) {
+    for (const Shape shape :
+         {Shape{30, 12}, {100, 64}, {2, 1}, {300, 200}, {12, 30}, {64, 100}, {1, 2}, {130, 700}}) {
         SCOPED_TRACE(::testing::PrintToString(shape.rows) + " x " + ::testing::PrintToString(shape.cols));
         const Matrix A = random(shape.rows, shape.cols, 1);
         const Matrix B = random(shape.rows, 5, 2);
@@ -75,6 +77,21 @@ TEST(SolveDense, TheRankOfTallAndWideMatricesIsFound)
     EXPECT_EQ(solveDense(random(20, 7, 5), Matrix(20, 1)).rank, 7);
 }
 
+/// The rank is looked for where the condition is beyond any doubt, in doubt, and hopeless.
+TEST(SolveDense, TheRankIsThatOfAPivotedTriangle)
+{
+    for (const Shape shape : {Shape{90, 70}, Shape{70, 90}}) {
+        for (int k = 0; k <= 20; ++k) {
+            SCOPED_TRACE("smallest singular value 1e-" + std::to_string(k));
+            const Matrix A = matrixWith(shape, Spectrum::OneTiny, k);
+            const Matrix R = QR(shape.rows < shape.cols ? A.Transpose() : A, true).R();
+            const double share = std::abs(R(69, 69)) / (90 * 0x1p-52 * std::abs(R(0, 0)));
+            if (share > 0.5 && share < 2.0) continue; // rounding decides
+            EXPECT_EQ(solveDense(A, Matrix(shape.rows, 1)).rank, share > 1.0 ? 70 : 69);
+        }
+    }
+}
+
 TEST(SolveDense, TheProbeTellsHowManyDigitsAreRight)
 {
     // Spectra down to 1e-k: about 16-k digits come back.
@@ -125,7 +142,7 @@ CMatrix complexRandom(int rows, int cols, std::uint64_t seed)
 
 TEST(SolveDense, EveryColumnOfAComplexSystemOfEveryShapeIsSolved)
 {
-    for (const Shape shape : {Shape{30, 12}, {2, 1}, {12, 30}, {64, 100}, {1, 2}}) {
+    for (const Shape shape : {Shape{30, 12}, {2, 1}, {200, 130}, {12, 30}, {64, 100}, {1, 2}}) {
         SCOPED_TRACE(::testing::PrintToString(shape.rows) + " x " + ::testing::PrintToString(shape.cols));
         const CMatrix A = complexRandom(shape.rows, shape.cols, 1), B = complexRandom(shape.rows, 3, 2);
         const auto answer = solveDense(A, B);
