@@ -185,7 +185,7 @@ template <class Cell>
 SingularJudgement<Cell> judgeSingular(const AnyMatrix<Cell>& A, Factored<Cell>& factor, TransposeMode op,
                                       const MatrixOf<Cell>& B, const SingularQuestion& asked)
 {
-    const LinearMap<Cell> map = mapOf(A, op), inverse = inverseBy(factor, A.rows(), op);
+    const LinearMap<Cell> map = mapOf(A, op), inverse = inverseBy(factor, A.rows(), op, Refining::Never);
     const double norm = op == TransposeMode::NotTransposed ? infinityNorm(A) : oneNorm(A);
     const NearNull<Cell> nearNull = findAllNear(map, inverse, norm, factor, asked);
     SingularJudgement<Cell> judgement{.faults = faultsOf(nearNull, op), .isSingular = nearNull.nullity > 0};

@@ -147,32 +147,30 @@ void rotateByTriangle(ColumnBlock<Cell>& W, ColumnBlock<Cell>* companion)
     if (companion != nullptr) multiply(*companion, V);
 }
 
-/// The singular values of a square R, the largest first, and J of R = U*S*J^H in its place. Workspaces by the
-/// formulas for vectors of square matrices: 4*n^2 + 7*n and, of complex cells, n^2 + 3*n.
+/// The singular values of a square R = U*S*J^H, the largest first, and J. Workspaces by the formulas for the
+/// vectors of square matrices: 4*n^2 + 7*n and, of complex cells, n^2 + 3*n.
 /// @return  none: they do not converge
-std::vector<double> decompose(ColumnBlock<double>& R, ColumnBlock<double>& JH)
+template <class Cell>
+std::vector<double> decompose(ColumnBlock<Cell> R, ColumnBlock<Cell>& J)
 {
     const std::int32_t n = R.count;
     const auto size = static_cast<std::size_t>(n);
-    std::vector<double> lengths(size), U(size * size), work(size * (4 * size + 7));
+    std::vector<double> lengths(size);
+    std::vector<Cell> U(size * size), adjoint(size * size), work(size * (4 * size + 7));
     std::vector<int> whole(8 * size);
+    const auto count = static_cast<std::int32_t>(work.size());
     int info = 0;
-    lapack::gesdd('S', n, n, R.cells.data(), n, lengths.data(), U.data(), n, JH.cells.data(), n, work.data(),
-                  static_cast<std::int32_t>(work.size()), whole.data(), info);
-    if (info != 0) lengths.clear();
-    return lengths;
-}
-std::vector<double> decompose(ColumnBlock<std::complex<double>>& R, ColumnBlock<std::complex<double>>& JH)
-{
-    const std::int32_t n = R.count;
-    const auto size = static_cast<std::size_t>(n);
-    std::vector<double> lengths(size), real(size * (5 * size + 7));
-    std::vector<std::complex<double>> U(size * size), work(size * (size + 3));
-    std::vector<int> whole(8 * size);
-    int info = 0;
-    lapack::gesdd('S', n, n, R.cells.data(), n, lengths.data(), U.data(), n, JH.cells.data(), n, work.data(),
-                  static_cast<std::int32_t>(work.size()), real.data(), whole.data(), info);
-    if (info != 0) lengths.clear();
+    if constexpr (std::is_same_v<Cell, double>) {
+        lapack::gesdd('S', n, n, R.cells.data(), n, lengths.data(), U.data(), n, adjoint.data(), n,
+                      work.data(), count, whole.data(), info);
+    } else {
+        std::vector<double> reals(size * (5 * size + 7));
+        lapack::gesdd('S', n, n, R.cells.data(), n, lengths.data(), U.data(), n, adjoint.data(), n,
+                      work.data(), count, reals.data(), whole.data(), info);
+    }
+    if (info != 0) return {};
+    for (std::int32_t j = 0; j < n; ++j)
+        for (std::int32_t i = 0; i < n; ++i) J.column(j)[i] = conjugate(adjoint[i * size + j]);
     return lengths;
 }
 
@@ -242,16 +240,17 @@ std::vector<double> orthonormalize(ColumnBlock<Cell>& W)
 template <class Cell>
 std::vector<double> turnByLengths(ColumnBlock<Cell>& W, ColumnBlock<Cell>& companion)
 {
-    if (W.count <= kFewColumns || W.length <= W.count) return orthogonalize(W, &companion);
+    const std::int32_t n = W.count;
+    if (W.length < 2 * n) return orthogonalize(W, &companion);
     const double scale = scaleOf(W.cells.data(), W.cells.size());
     for (Cell& x : W.cells) x *= scale;
-    const std::int32_t n = W.count;
-    ColumnBlock<Cell> R = triangleOf(W), JH(n, n), J(n, n);
-    std::vector<double> lengths = decompose(R, JH);
-    for (Cell& x : W.cells) x /= scale;
-    if (lengths.empty()) return orthogonalize(W, &companion);
-    for (std::int32_t i = 0; i < n; ++i)
-        for (std::int32_t j = 0; j < n; ++j) J.column(i)[j] = conjugate(JH.column(j)[i]);
+    ColumnBlock<Cell> R = triangleOf(std::move(W)), J(n, n);
+    std::vector<double> lengths;
+    if (n > kFewColumns) lengths = decompose(R, J);
+    if (lengths.empty()) {
+        for (std::int32_t j = 0; j < n; ++j) J.column(j)[j] = 1.0;
+        lengths = orthogonalize(R, &J);
+    }
     multiply(companion, J);
     for (double& length : lengths) length /= scale;
     return lengths;

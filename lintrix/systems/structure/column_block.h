@@ -47,9 +47,9 @@ template <class Cell>
 LINTRIX_TESTABLE std::vector<double> orthogonalize(ColumnBlock<Cell>& W,
                                                    ColumnBlock<Cell>* companion = nullptr);
 
-/// Of more than a few columns by the triangle of W and its singular value decomposition: companion becomes
-/// companion*J as above, and the lengths are off by a few roundings of the longest. W is left as it may be.
-/// A fraction of the cost above. @pre W is finite
+/// Companion becomes companion*J as above, by the triangle of W alone; of more than a few columns by its
+/// singular value decomposition, so that the lengths are off by a few roundings of the longest. W is given
+/// up. A fraction of the cost above. @return the lengths @pre W is finite
 template <class Cell>
 LINTRIX_TESTABLE std::vector<double> turnByLengths(ColumnBlock<Cell>& W, ColumnBlock<Cell>& companion);
 

@@ -1,5 +1,6 @@
 #include <lintrix/systems/structure/near_null.h>
 
+#include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/structure/index_text.h>
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <type_traits>
 #include <utility>
 
 namespace Velmar::Lintrix::detail {
@@ -18,6 +20,7 @@ namespace {
 
 constexpr double kEps = std::numeric_limits<double>::epsilon();
 constexpr int kIterations = 8, kRitzSteps = 4, kImprovements = 10;
+constexpr double kShort = 2e8;        ///< operations in dense storage: some milliseconds
 constexpr double kSettled = 0.01;     ///< relative change of all lengths
 constexpr double kFarBelow = 0x1p-10; ///< of a threshold: then what is mixed in from above is below it, too
 constexpr double kFarAbove = 0x1p10;  ///< likewise
@@ -420,6 +423,54 @@ private:
     int info_ = 0;
 };
 
+/// Solves off the right null space without any inverse: by an orthogonal factorization of A*P, where the
+/// columns of P are a basis of what is across it. What is null takes no part, however small the pivots are
+/// that it leaves to a factor.
+template <class Cell>
+class SolverAcross {
+public:
+    SolverAcross(const LinearMap<Cell>& A, const NearNull<Cell>& nearNull)
+        : P_{A.cols, A.cols - nearNull.nullity}, tau_(static_cast<std::size_t>(P_.count))
+    {
+        ColumnBlock<Cell> V = nearNull.right;
+        V.shrink(nearNull.nullity);
+        std::mt19937_64 generator(1);
+        for (Cell& x : P_.cells) draw(generator, x);
+        for (int times = 0; times < 2; ++times) {
+            clearOf(V, P_);
+            takeBasis(P_);
+        }
+        factors_ = applied(A.times, P_);
+        std::vector<Cell> work(tau_.size() * 32);
+        int info = 0;
+        lapack::geqrf(factors_.length, factors_.count, factors_.cells.data(), factors_.length, tau_.data(),
+                      work.data(), static_cast<std::int32_t>(work.size()), info);
+    }
+
+    /// In the order of what it takes to make it.
+    static double operations(std::int32_t order, std::int32_t nullity)
+    {
+        return 8.0 * order * (order - nullity) * static_cast<double>(order - nullity);
+    }
+
+    std::vector<Cell> operator()(std::vector<Cell> r) const
+    {
+        constexpr char adjoint = std::is_same_v<Cell, double> ? 'T' : 'C';
+        const std::int32_t n = factors_.length, count = factors_.count;
+        std::vector<Cell> work(32), x(r.size());
+        int info = 0;
+        lapack::ormqr('L', adjoint, n, 1, count, factors_.cells.data(), n, tau_.data(), r.data(), n,
+                      work.data(), static_cast<std::int32_t>(work.size()), info);
+        blas::trsm('L', 'U', 'N', 'N', count, 1, Cell(1.0), factors_.cells.data(), n, r.data(), n);
+        for (std::int32_t j = 0; j < count; ++j) addMultiple(n, r[j], P_.column(j), x.data());
+        return x;
+    }
+
+private:
+    ColumnBlock<Cell> P_, factors_{};
+    std::vector<Cell> tau_;
+};
+
 /// In any locale: "2.1e-17".
 std::string shortNumber(double value)
 {
@@ -492,8 +543,12 @@ Consistency<Cell> judgeConsistency(const NearNull<Cell>& nearNull, const LinearM
         }
         return areFinite(result.x) && areFinite(rest) && isExplained();
     };
-    const bool isSolved = improveWhileItHelps([&](const auto& r) { return solve.simply(r); }) ||
-                          improveWhileItHelps([&](const auto& r) { return solve(r); });
+    bool isSolved = improveWhileItHelps([&](const auto& r) { return solve.simply(r); }) ||
+                    improveWhileItHelps([&](const auto& r) { return solve(r); });
+    const bool maySolveAcross = nearNull.complete && nearNull.nullity > 0 && nearNull.nullity < A.rows &&
+                                SolverAcross<Cell>::operations(A.rows, nearNull.nullity) <= kShort;
+    if (!isSolved && !(result.leftPart > result.bound) && maySolveAcross)
+        isSolved = improveWhileItHelps(SolverAcross<Cell>(A, nearNull));
     if (!areFinite(result.x) || !areFinite(rest)) return result;
     result.isShortest = isSolved && nearNull.complete;
     if (isSolved)
