@@ -241,12 +241,13 @@ template <class Cell>
 std::vector<double> turnByLengths(ColumnBlock<Cell>& W, ColumnBlock<Cell>& companion)
 {
     const std::int32_t n = W.count;
-    if (W.length < 2 * n) return orthogonalize(W, &companion);
+    const bool isFew = n <= kFewColumns;
+    if (W.length < (isFew ? 2 * n : n)) return orthogonalize(W, &companion);
     const double scale = scaleOf(W.cells.data(), W.cells.size());
     for (Cell& x : W.cells) x *= scale;
     ColumnBlock<Cell> R = triangleOf(std::move(W)), J(n, n);
     std::vector<double> lengths;
-    if (n > kFewColumns) lengths = decompose(R, J);
+    if (!isFew) lengths = decompose(R, J);
     if (lengths.empty()) {
         for (std::int32_t j = 0; j < n; ++j) J.column(j)[j] = 1.0;
         lengths = orthogonalize(R, &J);

@@ -46,8 +46,12 @@ struct NearNull {
 /// these steps turn V from the null vectors of A + E to those of A, at the rate ||inverse*E|| off the null
 /// space.
 ///
+/// Where a first step and what refines it leave null vectors and others that are far from it, the others are
+/// turned once more, and that is all; else all are turned until they settle.
+///
 /// `norm` stands for ||A||_2: any norm of its size. Nothing is found (no vectors, `complete` false) when a
-/// solve is not finite. Cost: at most 11 solves with each of A and A^H and 7 products, of `vectors` columns.
+/// solve is not finite. Cost: mostly one to three solves with each of A and A^H and as many products, at most
+/// 14, of a column for each vector; half of that for A = A^H; and orthogonal factorizations of the vectors.
 template <class Cell>
 LINTRIX_TESTABLE NearNull<Cell> findNearNull(const LinearMap<Cell>& A, const LinearMap<Cell>& inverse,
                                              double norm, const NearNullSettings& settings = {});
