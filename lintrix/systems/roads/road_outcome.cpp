@@ -141,6 +141,12 @@ bool Outcome<Cell>::losesAllDigits() const
 }
 
 template <class Cell>
+bool Outcome<Cell>::isBeyondRefinement() const
+{
+    return isSolvedByAnother() && quality->residual <= kRoundingLevel;
+}
+
+template <class Cell>
 Ending Outcome<Cell>::ending() const
 {
     if (!taken && engine.error == 0) return Ending::NotTaken;

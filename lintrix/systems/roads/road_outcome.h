@@ -48,6 +48,8 @@ struct LINTRIX_TESTABLE Outcome {
     /// The same by a factor some of whose pivots were replaced or near zero: A is singular to working
     /// precision.
     bool isSolvedByAnother() const;
+    /// Besides, all are solved to rounding level: no refinement would bring the probe back.
+    bool isBeyondRefinement() const;
     /// "ROAD: why it was left", with the order of one that was repeated.
     std::string told() const;
     /// Of a verdict other than Accurate, in a few words.
