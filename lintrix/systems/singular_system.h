@@ -28,11 +28,11 @@ struct SingularJudgement {
     bool isShortest = true;
 };
 
-/// Of op(A)*X = B, of the first columns of B, by a factor whose pivots are small or were
-/// replaced. The directions are found that A sends to zero; of more than can be found it stays unknown
-/// whether there are solutions, unless one is seen. Cost: some twenty solves of four columns; of more columns
-/// where more directions show, up to half of the operations of the factorization; and some of each right-hand
-/// side.
+/// Of op(A)*X = B, of the first columns of B, by a factor whose pivots are small or were replaced. Up to 128
+/// directions are found that A sends to zero; of more it stays unknown whether there are solutions, unless
+/// one is seen. Cost: mostly a few solves with a column for each direction, as `findNearNull` tells, and some
+/// of each right-hand side; more than 4 directions are sought where that takes no longer than half of the
+/// operations of the factorization, or a fraction of a second.
 template <class Cell>
 SingularJudgement<Cell> judgeSingular(const AnyMatrix<Cell>& A, roads::Factored<Cell>& factor,
                                       TransposeMode op, const MatrixOf<Cell>& B,
