@@ -193,8 +193,8 @@ private:
     void tellOfSingular(SystemAnswer<Cell>& answer, DenseFactor<Cell>& factor,
                         const ProbedColumns<Cell>& columns, TransposeMode op, std::int32_t count) const
     {
-        SingularJudgement<Cell> singular =
-            judgeSingular<Cell>(AnyMatrix<Cell>(A_), factor, op, columns.B, count, cost().operations);
+        SingularJudgement<Cell> singular = judgeSingular<Cell>(
+            AnyMatrix<Cell>(A_), factor, op, columns.B, {.columns = count, .operations = cost().operations});
         answer.faults = std::move(singular.faults);
         const bool isKnown = singular.solutions != Solutions::Unknown;
         if (isKnown && answer.verdict == Verdict::Failed) answer.solutions = singular.solutions;

@@ -37,8 +37,9 @@ struct LINTRIX_EXPORT SystemAnswer {
     std::string complaint{};                   ///< of Failed, as the end of a sentence
 
     MatrixFaults faults{}; ///< of a singular matrix, by its rows and columns
-    /// Of a singular square matrix, as far as that is known. Where a sparse one has many, `x` is the
-    /// shortest, and called degraded; a dense one stays Failed. Where there is none, the verdict is Failed.
+    /// Of a singular square matrix, as far as that is known. Where a sparse one has many, `x` is the shortest
+    /// or, where too many directions are sent to zero to find them all, one of them, and called degraded; a
+    /// dense one stays Failed. Where there is none, the verdict is Failed.
     std::optional<Solutions> solutions{};
 
     /// The largest over the right-hand sides of ||b - A*x|| / (||A|| ||x|| + ||b||), infinity norms.

@@ -9,6 +9,7 @@
 #include <lintrix/systems/structure/near_null.h>
 
 #include <algorithm>
+#include <cmath>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -68,28 +69,35 @@ MatrixFaults faultsOf(NearNull<Cell> nearNull, TransposeMode op)
     return MatrixFaults([nearNull](std::int32_t firstIndex) { return explain(nearNull, firstIndex); });
 }
 
-/// Of the solves of a search for directions, on both sides.
-constexpr double kSolvesOfASearch = 22.0;
+/// Of the solves of a search for directions, on both sides; and operations of a cell of its bases, for each
+/// of their columns.
+constexpr double kSolvesOfASearch = 22.0, kOperationsOfACell = 8.0;
 /// Operations that a search for more of them may take in any case: a fraction of a second.
 constexpr double kShort = 5e8;
+/// One more than are told: then these are all.
+constexpr std::int32_t kFirst = 4, kMostByWork = 33, kMost = 129;
 
-/// All directions that A sends to zero, if they are no more than 32: first as few as there mostly are. Of
-/// more than the first, as long as the solves take no longer than half of so many operations.
+/// Directions for which the solves take no longer than half a factorization, and the bases are short.
+template <class Cell>
+std::int32_t affordable(const Factored<Cell>& factor, std::int32_t order, double operations)
+{
+    const double solves = std::max(kShort, 0.5 * operations) / (kSolvesOfASearch * factor.operations(1)),
+                 inBases = std::sqrt(kShort / (kOperationsOfACell * order));
+    const double most = std::min(solves, std::max<double>(inBases, kMostByWork));
+    return static_cast<std::int32_t>(std::clamp<double>(most, kFirst, kMost));
+}
+
+/// All directions that A sends to zero, if they are no more than 128 and the work is short: first as few as
+/// there mostly are, or two more than pivots were replaced.
 template <class Cell>
 NearNull<Cell> findAllNear(const LinearMap<Cell>& A, const LinearMap<Cell>& inverse, double norm,
-                           const Factored<Cell>& factor, double operations)
+                           const Factored<Cell>& factor, const SingularQuestion& asked)
 {
-    constexpr std::int32_t kFirst = 4;
-    NearNull<Cell> found;
-    for (const std::int32_t vectors : {kFirst, 12, 33}) { // one more than are told: then these are all
-        const double work = kSolvesOfASearch * factor.operations(vectors);
-        if (vectors > kFirst && work > std::max(kShort, 0.5 * operations)) break;
-        NearNull<Cell> next = findNearNull<Cell>(A, inverse, norm, {.vectors = vectors});
-        if (next.singularValues.size() <= found.singularValues.size()) break;
-        found = std::move(next);
-        if (found.complete) break;
-    }
-    return found;
+    const std::int32_t most = affordable(factor, A.rows, asked.operations),
+                       expected = asked.replaced + 2 <= kMostByWork ? asked.replaced + 2 : kFirst;
+    return findNearNull<Cell>(
+        A, inverse, norm,
+        {.vectors = std::clamp(expected, kFirst, most), .most = most, .hermitian = asked.isHermitian});
 }
 
 /// Where an index stands in a list; below 0 where it does not.
@@ -175,19 +183,20 @@ Solutions judgeStructurallySingular(const SparseEntries<Cell>& A, const Structur
 
 template <class Cell>
 SingularJudgement<Cell> judgeSingular(const AnyMatrix<Cell>& A, Factored<Cell>& factor, TransposeMode op,
-                                      const MatrixOf<Cell>& B, std::int32_t columns, double operations)
+                                      const MatrixOf<Cell>& B, const SingularQuestion& asked)
 {
-    const LinearMap<Cell> map = mapOf(A, op), inverse = inverseBy(factor, A.rows(), op);
+    const LinearMap<Cell> map = mapOf(A, op), inverse = inverseBy(factor, A.rows(), op, Refining::Never);
     const double norm = op == TransposeMode::NotTransposed ? infinityNorm(A) : oneNorm(A);
-    const NearNull<Cell> nearNull = findAllNear(map, inverse, norm, factor, operations);
-    SingularJudgement<Cell> judgement{.faults = faultsOf(nearNull, op)};
-    if (nearNull.nullity == 0 || columns == 0) return judgement;
-    MatrixOf<Cell> X(B.Rows(), columns);
+    const NearNull<Cell> nearNull = findAllNear(map, inverse, norm, factor, asked);
+    SingularJudgement<Cell> judgement{.faults = faultsOf(nearNull, op), .isSingular = nearNull.nullity > 0};
+    if (!judgement.isSingular || asked.columns == 0) return judgement;
+    MatrixOf<Cell> X(B.Rows(), asked.columns);
     judgement.solutions = Solutions::Many;
-    for (std::int32_t j = 0; j < columns; ++j) {
+    for (std::int32_t j = 0; j < asked.columns; ++j) {
         const Consistency<Cell> column =
             judgeConsistency<Cell>(nearNull, map, inverse, columnCells(B, j).data());
         judgement.solutions = worse(judgement.solutions, solutionsOf(column));
+        judgement.isShortest &= column.isShortest;
         std::ranges::copy(column.x, columnCells(X, j).begin());
     }
     if (judgement.solutions == Solutions::Many) judgement.x = std::move(X);
@@ -199,9 +208,10 @@ template Solutions judgeStructurallySingular(const SparseEntries<double>&, const
 template Solutions judgeStructurallySingular(const SparseEntries<Complex>&, const StructuralFaults&,
                                              TransposeMode, const CMatrix&);
 template SingularJudgement<double> judgeSingular<double>(const AnyMatrix<double>&, Factored<double>&,
-                                                         TransposeMode, const Matrix&, std::int32_t, double);
+                                                         TransposeMode, const Matrix&,
+                                                         const SingularQuestion&);
 template SingularJudgement<Complex> judgeSingular<Complex>(const AnyMatrix<Complex>&, Factored<Complex>&,
-                                                           TransposeMode, const CMatrix&, std::int32_t,
-                                                           double);
+                                                           TransposeMode, const CMatrix&,
+                                                           const SingularQuestion&);
 
 } // namespace Velmar::Lintrix::detail

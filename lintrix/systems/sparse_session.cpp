@@ -419,7 +419,7 @@ private:
     SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request, const Units& units)
     {
         SystemAnswer<Cell> answer = tell(outcome);
-        if (outcome.isSolvedByAnother() && outcome.factor) tellOfSingular(answer, request, outcome);
+        if (outcome.losesAllDigits() && outcome.factor) tellOfSingular(answer, request, outcome);
         if (answer.x) judgeColumns(answer, request, units, outcome);
         if (outcome.quality) judgeFactor(answer, outcome, request.op);
         if (tellsInertia(outcome)) answer.inertia = inertiaOnce(outcome, request.B.Cols());
@@ -429,7 +429,8 @@ private:
     /// To bound errors, to make good for replaced pivots, or to tell what is singular.
     static bool hasUseForFactor(const Outcome<Cell>& best)
     {
-        return best.taken && best.quality && (best.verdict() == Verdict::Degraded || best.perturbed > 0);
+        return best.taken && best.quality &&
+               (best.verdict() == Verdict::Degraded || best.perturbed > 0 || best.losesAllDigits());
     }
 
     /// The best of all roads, with its factor where that can be made better or be asked for more.
@@ -447,17 +448,22 @@ private:
         return best;
     }
 
-    /// Of a matrix that is singular to working precision, by the factor whose pivots were replaced. Where
-    /// there are many solutions, no known one need come back.
+    /// Of a matrix that is singular to working precision, or looks so, by its factor. Where there are many
+    /// solutions, no known one need come back.
     void tellOfSingular(SystemAnswer<Cell>& answer, const Request<Cell>& request,
                         Outcome<Cell>& outcome) const
     {
         SingularJudgement<Cell> singular =
             judgeSingular<Cell>(AnyMatrix<Cell>(matrix_.Matrix()), *outcome.factor, request.op, request.B,
-                                request.B.Cols() - 1, outcome.cost.operations);
+                                {.columns = request.B.Cols() - 1,
+                                 .isHermitian = matrix_.Traits().hermitian,
+                                 .replaced = outcome.perturbed,
+                                 .operations = outcome.cost.operations});
         runner_.finish("check");
+        if (!singular.isSingular && !outcome.isSolvedByAnother()) return;
         answer.faults = std::move(singular.faults);
-        if (!answer.x) return;
+        const bool isSolved = !outcome.isSolvedByAnother() && !singular.x; // as well as rounding allows
+        if (!answer.x || isSolved) return;
         answer.solutions = singular.solutions;
         if (singular.solutions == Solutions::None) {
             answer.reason = "singular, and the right-hand side is not in the range";
@@ -466,7 +472,8 @@ private:
         if (!singular.x) return;
         answer.x = std::move(singular.x);
         answer.verdict = Verdict::Degraded;
-        answer.reason = "singular: the shortest of many solutions";
+        answer.reason = singular.isShortest ? "singular: the shortest of many solutions"
+                                            : "singular: one of many solutions";
         answer.complaint.clear();
         answer.probeError = answer.knownError = std::nullopt;
     }

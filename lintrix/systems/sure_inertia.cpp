@@ -28,6 +28,9 @@ constexpr double kShift = 0x1p-40;
 constexpr int kTries = 3;
 constexpr double kGrowth = 32.0; ///< of the shift, from try to try
 
+/// Pivots that were zero beside elements near 1, if they are raised, and of the norm what they may add.
+constexpr double kRaised = 0x1p-36, kSmall = 0x1p-28;
+
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 /// Of the factor at hand, where it is near enough to A. That of the probe is one random vector more; where
@@ -45,6 +48,33 @@ std::optional<CertainInertia> atHand(std::int32_t order, const Outcome<Cell>& ou
         return std::nullopt;
     return CertainInertia{inertia->positive, inertia->negative, 0,
                           std::max(drift, ofProbe) / factor.inverseNorm};
+}
+
+/// Of a singular matrix by the factor at hand, its zero pivots raised: of A + D, where D >= 0 has the rank d
+/// of these. A has no fewer negative eigenvalues than A + D, and at most d positive ones less, both by the
+/// order of the eigenvalues of A and A + D (H. Weyl 1912). The inverse of A + D is D^-1 where D is not zero,
+/// so that A + D has d eigenvalues in (0, max D], and the last d above no negative one of A are within that.
+template <class Cell>
+std::optional<CertainInertia> ofSingular(const SparseOf<Cell>& A, const Outcome<Cell>& outcome)
+{
+    if (!outcome.factor || outcome.perturbed == 0) return std::nullopt;
+    const AnyMatrix<Cell> view(A);
+    double size = kRaised;
+    for (int tries = 0; tries < kTries; ++tries) {
+        const std::optional<RaisedFactor<Cell>> raised = outcome.factor->raised(size);
+        if (!raised || raised->inertia.zero != outcome.perturbed) return std::nullopt;
+        const double most = std::ranges::max(raised->added);
+        if (!(most <= kSmall * infinityNorm(view))) return std::nullopt;
+        const FactorQuality quality = qualityOfFactor<Cell>(
+            view, raised->inverse, {.columns = 2, .shift = 0.0, .raised = raised->added});
+        const double drift = *quality.drift;
+        if (drift <= kSureDrift)
+            return CertainInertia{raised->inertia.positive, raised->inertia.negative, raised->inertia.zero,
+                                  most + drift / quality.inverseNorm};
+        if (!std::isfinite(drift)) return std::nullopt;
+        size *= 2.0 * drift / kSureDrift; // what rounding does falls as this grows
+    }
+    return std::nullopt;
 }
 
 /// All signs are uncertain.
@@ -98,6 +128,7 @@ CertainInertia sureInertia(SystemMatrix<Cell>& system, const Outcome<Cell>& outc
 {
     if (const std::optional<CertainInertia> known = atHand(system.Size(), outcome)) return *known;
     const SparseOf<Cell>& A = system.Matrix();
+    if (const std::optional<CertainInertia> known = ofSingular<Cell>(A, outcome)) return *known;
     if (!asked && A.NumElements() > kFewEntries) return nothingOf(A.Rows());
     return withinMemory<Cell>(A.Rows(), left, asked, [&A]() -> const SparseOf<Cell>& { return A; });
 }

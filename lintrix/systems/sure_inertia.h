@@ -20,7 +20,8 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// The factor of `outcome` is asked first, if its quality is known with the drift. Then one whose pivots
+/// The factor of `outcome` is asked first, if its quality is known with the drift; of a singular matrix with
+/// its zero pivots raised, so far that a few solves show no drift. Then one whose pivots
 /// wait, of A itself, and where that is too far from A, of shifted matrices: where one takes milliseconds,
 /// or, where it is `asked` for, up to 2e9 operations, up to seven times; and where one takes, with its
 /// analysis, no more than the bytes that are `left` beside the factor at hand, which are counted only then.

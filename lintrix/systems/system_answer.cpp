@@ -54,10 +54,12 @@ std::string SystemAnswer<Cell>::Explain(std::int32_t firstIndex) const
     else
         addLine(text,
                 fmt::format("The solution is {}{}{}.", NameOf(verdict), reason.empty() ? "" : ": ", reason));
+    const bool isShortest = reason.find("shortest") != std::string::npos;
     if (solutions == Solutions::Many)
         addLine(text, std::string("The right-hand side is in the range of the matrix: ") +
-                          (verdict == Verdict::Degraded ? "x is one of many solutions, the shortest."
-                                                        : "there are many solutions."));
+                          (verdict == Verdict::Failed ? "there are many solutions."
+                           : isShortest               ? "x is one of many solutions, the shortest."
+                                                      : "x is one of many solutions."));
     if (solutions == Solutions::None)
         addLine(text, "The right-hand side is not in the range of the matrix: nothing solves the system.");
     if (!faults.Empty())

@@ -25,7 +25,7 @@ LINTRIX_EXPORT std::string_view NameOf(Verdict verdict) noexcept;
 enum class Solutions {
     Many,    ///< the right-hand sides are in the range: what solves them can be changed at will
     None,    ///< a right-hand side is not
-    Unknown, ///< not all directions are known that the matrix sends to zero
+    Unknown, ///< none was found, and not all directions are known that the matrix sends to zero
 };
 
 /// "many", "none", "unknown".

@@ -123,7 +123,7 @@ TEST(SystemCondition, IsKeptUntilTheValuesChange)
 }
 
 /// How often a system of this matrix asks for the memory that is left, in its first solve.
-int looksAtMemory(const SparseMatrix& A, std::int32_t errorBounds)
+int looksAtMemory(const SparseMatrix& A, std::int32_t errorBounds, Verdict expected = Verdict::Accurate)
 {
     int looks = 0;
     SystemOptions options;
@@ -133,7 +133,7 @@ int looksAtMemory(const SparseMatrix& A, std::int32_t errorBounds)
         return 1e9;
     };
     LinearSystem system(A, options);
-    EXPECT_EQ(system.Solve(blockOf<Matrix>(A.Rows(), 1, 1)).verdict, Verdict::Accurate);
+    EXPECT_EQ(system.SolveKnown(blockOf<Matrix>(A.Rows(), 1, 1)).verdict, expected);
     return looks;
 }
 
@@ -392,6 +392,34 @@ TEST(SystemInertia, OfASingularMatrixIsToldWithoutTheNullSpace)
     EXPECT_GT(answer.inertia->bound, 0.0);
     EXPECT_LT(answer.inertia->bound, 1e-9);
     EXPECT_THAT(answer.Explain(), HasSubstr("Eigenvalues: 3 positive, 0 negative, 1 of uncertain sign"));
+}
+
+SparseMatrix chains(std::int32_t count, std::int32_t length);
+
+/// Chains of springs beside the same of the other sign, each of which has one zero: by the factor at hand,
+/// and none is made.
+TEST(SystemInertia, OfASingularMatrixIsThatOfItsFactorWithRaisedPivots)
+{
+    for (const std::int32_t count : {1, 3, 20}) {
+        SCOPED_TRACE(count);
+        const SparseMatrix one = chains(count, 7);
+        const std::int32_t n = one.Rows();
+        SparseMatrix A(2 * n, 2 * n);
+        ForEachEntry(one, [&](std::int32_t i, std::int32_t j, double value) {
+            A(i, j) = value;
+            A(n + i, n + j) = -value;
+        });
+        LinearSystem system(A);
+        const auto answer = system.Solve(Matrix(A.ToDense() * blockOf<Matrix>(2 * n, 1, 3)));
+        ASSERT_TRUE(answer.inertia);
+        EXPECT_EQ(answer.inertia->positive, n - count);
+        EXPECT_EQ(answer.inertia->negative, n - count);
+        EXPECT_EQ(answer.inertia->uncertain, 2 * count);
+        EXPECT_GT(answer.inertia->bound, 0.0);
+        EXPECT_LT(answer.inertia->bound, 1e-7);
+        EXPECT_EQ(answer.road, "sparse LDL' with delayed pivots");
+        EXPECT_EQ(looksAtMemory(A, 4, Verdict::Degraded), looksAtMemory(A, 0, Verdict::Degraded));
+    }
 }
 
 TEST(SystemInertia, IsThatOfSymmetricMatricesAlone)
@@ -777,12 +805,63 @@ TEST(SingularSystem, WithUpToThirtyTwoDirectionsHasManySolutionsOrNone)
     }
 }
 
-TEST(SingularSystem, WithMoreDirectionsStaysUnknown)
+/// Of 200 directions 128 are found: a solution is one all the same.
+TEST(SingularSystem, WithMoreDirectionsHasASolutionWhereOneIsSeen)
 {
-    const SparseMatrix A = chains(40, 9);
+    const SparseMatrix A = chains(200, 9);
     Matrix x(A.Rows(), 1);
     for (std::int32_t i = 0; i < A.Rows(); ++i) x(i, 0) = i % 9;
-    EXPECT_EQ(LinearSystem(A).Solve(Matrix(A.ToDense() * x)).solutions, Solutions::Unknown);
+    LinearSystem system(A);
+    Matrix B = A.ToDense() * x;
+    const auto many = system.Solve(B);
+    EXPECT_EQ(many.solutions, Solutions::Many);
+    EXPECT_EQ(many.verdict, Verdict::Degraded);
+    EXPECT_EQ(many.reason, "singular: one of many solutions");
+    EXPECT_LT(many.residual.value(), 1e-14);
+    EXPECT_THAT(many.Explain(), HasSubstr("x is one of many solutions.\n"));
+    B(9, 0) += 1.0;
+    const auto none = system.Solve(B);
+    EXPECT_EQ(none.verdict, Verdict::Failed);
+    EXPECT_NE(none.solutions, Solutions::Many);
+}
+
+/// All pivots are 1, and the inverse has elements of 2^68: no pivot is replaced.
+template <class Cell>
+void expectManyByPivotsThatAreLarge()
+{
+    using M = DenseOf<Cell>;
+    constexpr std::int32_t n = 70;
+    SparseOf<Cell> A(n, n);
+    for (std::int32_t i = 0; i < n; ++i)
+        for (std::int32_t j = i; j < n; ++j) A(i, j) = i == j ? 1.0 : -1.0;
+    const auto answer = LinearSystem(A).Solve(M(A.ToDense() * blockOf<M>(n, 1, 2)));
+    EXPECT_EQ(answer.verdict, Verdict::Degraded) << answer.reason;
+    EXPECT_EQ(answer.reason, "singular: the shortest of many solutions");
+    EXPECT_EQ(answer.perturbedPivots, 0);
+    EXPECT_EQ(answer.solutions, Solutions::Many);
+    EXPECT_LT(answer.residual.value(), 1e-14);
+    EXPECT_THAT(answer.faults.InWords(), HasSubstr("singular to working precision"));
+}
+
+TEST(SingularSystem, MayHaveManySolutionsThoughNoPivotIsReplaced)
+{
+    expectManyByPivotsThatAreLarge<double>();
+    expectManyByPivotsThatAreLarge<Complex>();
+}
+
+/// exp(-s*t), in rows that fall to 1e-180: pivots of that size let the solution grow as far, where the
+/// residual of any right-hand side is rounding.
+TEST(SingularSystem, IsNotToldByASolutionOfSenselessLength)
+{
+    constexpr std::int32_t n = 80;
+    SparseAssembler entries(n, n);
+    for (std::int32_t i = 0; i < n; ++i)
+        for (std::int32_t j = 0; j < n; ++j)
+            if (const double value = std::exp(-0.1 * i * j); value > 1e-180) entries.Add(i, j, value);
+    const SparseMatrix A = entries.Assemble();
+    const auto answer = LinearSystem(A).Solve(Matrix(A.ToDense() * Matrix(n, 1, 1.0)));
+    EXPECT_EQ(answer.verdict, Verdict::Degraded) << answer.reason;
+    EXPECT_LT(answer.residual.value_or(1.0), kRoundingLevel);
 }
 
 /// Three equations in two unknowns, beside three in four others and these.

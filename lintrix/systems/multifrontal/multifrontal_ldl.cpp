@@ -8,6 +8,7 @@
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 
 #include <algorithm>
+#include <cmath>
 #include <complex>
 #include <ranges>
 #include <utility>
@@ -108,13 +109,29 @@ Inertia MultifrontalLDL<Cell>::inertia() const
     return inertia;
 }
 
+/// The column of L is a unit vector, so that a pivot is added where it stands.
+template <class Cell>
+std::vector<double> MultifrontalLDL<Cell>::raisedBy(double size) const
+{
+    std::vector<double> added(tree_.vertexAt.size());
+    for (const FrontPanel<Cell>& panel : this->panels()) {
+        for (std::int32_t k = 0; k < panel.pivots; ++k) {
+            const std::int32_t vertex = tree_.vertexAt[panel.rows[k]];
+            if (isReplaced(panel.firstPivot + k)) added[vertex] = std::ldexp(size, -2 * exponents_[vertex]);
+        }
+    }
+    return added;
+}
+
 /// By the blocks of D, as in the elimination.
 template <class Cell>
-void MultifrontalLDL<Cell>::divide(const FrontPanel<Cell>& panel, FrontColumns<Cell>& X) const
+void MultifrontalLDL<Cell>::divide(const FrontPanel<Cell>& panel, FrontColumns<Cell>& X,
+                                   std::optional<double> sizeOfZeros) const
 {
     for (std::int32_t k = 0; k < panel.pivots; ++k) {
         const std::int32_t p = panel.firstPivot + k;
-        const Cell a = pivots_.diagonal[p], b = pivots_.below[p];
+        const bool isRaised = sizeOfZeros && isReplaced(p);
+        const Cell a = isRaised ? Cell(*sizeOfZeros) : pivots_.diagonal[p], b = pivots_.below[p];
         if (b == Cell()) {
             const sparse_lu::Divisor<Cell> divisor(a);
             for (std::int32_t c = 0; c < X.count(); ++c) {
@@ -138,7 +155,8 @@ void MultifrontalLDL<Cell>::divide(const FrontPanel<Cell>& panel, FrontColumns<C
 
 /// A^H*x = b of A = A' is A*conj(x) = conj(b), and so is A'*x = b of A = A^H.
 template <class Cell>
-void MultifrontalLDL<Cell>::solve(TransposeMode op, std::span<Cell> X) const
+void MultifrontalLDL<Cell>::solve(TransposeMode op, std::span<Cell> X,
+                                  std::optional<double> sizeOfZeros) const
 {
     if (tree_.order() == 0) return;
     const bool isMirrored =
@@ -148,7 +166,7 @@ void MultifrontalLDL<Cell>::solve(TransposeMode op, std::span<Cell> X) const
     FrontColumns<Cell> columns(X, side);
     for (const FrontPanel<Cell>& panel : this->panels()) {
         columns.down(panel, {.isLower = true, .op = 'N'}, panel.rows);
-        divide(panel, columns);
+        divide(panel, columns, sizeOfZeros);
         WorkScope::tell();
     }
     for (const FrontPanel<Cell>& panel : this->panels() | std::views::reverse) {

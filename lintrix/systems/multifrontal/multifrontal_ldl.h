@@ -10,6 +10,7 @@
 #include <lintrix/systems/structure/inertia.h>
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -55,7 +56,12 @@ public:
     bool factorize(const SparseEntries<Cell>& A, const FrontBounds& bounds = {});
 
     /// X = op(A)^-1*X for right-hand sides one behind the other. @pre factorized
-    void solve(TransposeMode op, std::span<Cell> X) const;
+    void solve(TransposeMode op, std::span<Cell> X) const { solve(op, X, {}); }
+
+    /// What pivots that were zero would add to the diagonal of A if they were of this size beside the scaled
+    /// elements: nothing anywhere else. The next solves with the matrix raised so. @pre factorized
+    std::vector<double> raisedBy(double size) const;
+    void solveRaised(double size, std::span<Cell> X) const { solve(TransposeMode::NotTransposed, X, size); }
 
     /// Pivots of the last factorization that were zero.
     std::int32_t replaced() const noexcept { return pivots_.replaced; }
@@ -68,8 +74,16 @@ public:
     const Pivots<Cell>& pivots() const noexcept { return pivots_; }
 
 private:
+    /// No pivot that was found alone is as small; the second of a block has its mark before it.
+    bool isReplaced(std::int32_t p) const
+    {
+        const bool isOfPair = pivots_.below[p] != Cell() || (p > 0 && pivots_.below[p - 1] != Cell());
+        return pivots_.replaced > 0 && !isOfPair && pivots_.diagonal[p] == Cell(PivotRule().least);
+    }
     void addElements(const SparseEntries<Cell>& A, std::int32_t f, const FrontWalk<Cell>& walk) const;
-    void divide(const FrontPanel<Cell>& panel, FrontColumns<Cell>& X) const;
+    void solve(TransposeMode op, std::span<Cell> X, std::optional<double> sizeOfZeros) const;
+    void divide(const FrontPanel<Cell>& panel, FrontColumns<Cell>& X,
+                std::optional<double> sizeOfZeros) const;
 
     Symmetry symmetry_;
     std::vector<int> exponents_; ///< of the scales

@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    /// The largest ||x - (A - shift*I)*y||/||x||_inf, y the inverse's answer to x.
+    /// The largest ||x - (A - shift*I + diag(raised))*y||/||x||_inf, y the inverse's answer to x.
     double driftOf(std::int32_t columns, const Cell* x, const Cell* y)
     {
         const std::int32_t n = A_.rows();
@@ -53,6 +53,9 @@ private:
         residual(A_, TransposeMode::NotTransposed, columns, x, y, left_.data());
         if (*asked_.shift != 0.0)
             for (std::size_t i = 0; i < left_.size(); ++i) left_[i] += *asked_.shift * y[i];
+        if (!asked_.raised.empty())
+            for (std::size_t i = 0; i < left_.size(); ++i)
+                left_[i] -= asked_.raised[i % static_cast<std::size_t>(n)] * y[i];
         double largest = 0.0;
         for (std::int32_t c = 0; c < columns; ++c) {
             const std::int64_t first = std::int64_t{n} * c;

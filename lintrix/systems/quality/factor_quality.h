@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 
 namespace Velmar::Lintrix::detail {
 
@@ -33,7 +34,8 @@ struct FactorQuestion {
     std::int32_t columns = 1; ///< that are solved for at once; one is the cheapest
     /// The drift is measured, of the factor of A - shift*I; none: it is not. Cost: a product for each vector.
     std::optional<double> shift{};
-    std::optional<double> oneNorm{}; ///< ||A||_1, where it is known
+    std::span<const double> raised{}; ///< then: of A - shift*I + diag(raised), if there are any
+    std::optional<double> oneNorm{};  ///< ||A||_1, where it is known
     /// Of refinement, with the drift's residual, as long as the drift of a vector is above `near`.
     std::int32_t steps = 0;
     double near = 0.0;

@@ -79,6 +79,23 @@ std::optional<Inertia> FrontalFactor<Cell, Fronts, Kind...>::inertia() const
     return std::nullopt;
 }
 
+template <class Cell, class Fronts, class... Kind>
+std::optional<RaisedFactor<Cell>> FrontalFactor<Cell, Fronts, Kind...>::raised(double size) const
+{
+    if constexpr (Fronts::kTriangles == 1) {
+        if (!fronts_->isHermitian() || replaced() == 0) return std::nullopt;
+        const auto solve = [fronts = fronts_, n = A_->Rows(), size](std::int32_t columns, const Cell* x,
+                                                                    Cell* y) {
+            const std::span cells(y, static_cast<std::size_t>(n) * static_cast<std::size_t>(columns));
+            std::copy_n(x, cells.size(), y);
+            fronts->solveRaised(size, cells);
+        };
+        return RaisedFactor<Cell>{
+            {A_->Rows(), A_->Rows(), solve, solve}, fronts_->raisedBy(size), fronts_->inertia()};
+    }
+    return std::nullopt;
+}
+
 template class FrontalFactor<double, MultifrontalLDL<double>, bool>;
 template class FrontalFactor<Complex, MultifrontalLDL<Complex>, bool>;
 template class FrontalFactor<double, MultifrontalLU<double>>;

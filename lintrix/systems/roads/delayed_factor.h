@@ -47,6 +47,7 @@ public:
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps = {}) override;
     std::optional<Inertia> inertia() const override;
+    std::optional<RaisedFactor<Cell>> raised(double size) const override;
     std::int32_t refinementSteps() const override { return steps_; }
     std::unique_ptr<Factored<Cell>> another() override { return std::make_unique<FrontalFactor>(*this); }
 

@@ -5,6 +5,7 @@
 #include <lintrix/complex/cmatrix.h>
 #include <lintrix/dense/matrix.h>
 #include <lintrix/services/section_file.h>
+#include <lintrix/systems/linear_map.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/direct_run.h>
 
@@ -12,8 +13,17 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
+
+/// Of A + diag(added): nothing is added but where pivots of A were zero.
+template <class Cell>
+struct RaisedFactor {
+    LinearMap<Cell> inverse; ///< good as long as the factor
+    std::vector<double> added;
+    Inertia inertia; ///< of A, by the pivots
+};
 
 template <class Cell>
 class Factored {
@@ -31,6 +41,9 @@ public:
     virtual double operations(std::int32_t rightHands) const = 0;
     /// Of the matrix that was factorized, where its pivots tell.
     virtual std::optional<Inertia> inertia() const { return std::nullopt; }
+    /// Of a matrix A = A^H some of whose pivots were zero: the factor with such pivots raised to this size,
+    /// beside scaled elements near 1.
+    virtual std::optional<RaisedFactor<Cell>> raised(double) const { return std::nullopt; }
     /// Of the last solve.
     virtual std::int32_t refinementSteps() const { return 0; }
     /// Adds the factor to a file. @throws InvalidOperationException  its numbers are not in memory, or nobody

@@ -128,8 +128,22 @@ template <class Cell>
 bool Outcome<Cell>::isSolvedByAnother() const
 {
     const bool showsSingular = perturbed > 0 || attempt.road == Road::Delayed; // which keeps pivots near zero
-    return quality && showsSingular && !(quality->probeErrorInUnits < kNoDigit) &&
+    return showsSingular && losesAllDigits();
+}
+
+/// Beside so long a vector any right-hand side is rounding: it solves nothing.
+template <class Cell>
+bool Outcome<Cell>::losesAllDigits() const
+{
+    constexpr double kTooLong = 0x1p53;
+    return quality && !(quality->probeErrorInUnits < kNoDigit) && quality->probeError <= kTooLong &&
            quality->probeResidual <= kRoundingLevel;
+}
+
+template <class Cell>
+bool Outcome<Cell>::isBeyondRefinement() const
+{
+    return isSolvedByAnother() && quality->residual <= kRoundingLevel;
 }
 
 template <class Cell>

@@ -43,8 +43,13 @@ struct LINTRIX_TESTABLE Outcome {
     Ending ending() const;
     /// The road without solution and factor, for a solve beside it.
     Outcome road() const;
-    /// Something else than the probe solves its system to rounding level: A is singular to working precision.
+    /// Something else than the probe solves its system to rounding level.
+    bool losesAllDigits() const;
+    /// The same by a factor some of whose pivots were replaced or near zero: A is singular to working
+    /// precision.
     bool isSolvedByAnother() const;
+    /// Besides, all are solved to rounding level: no refinement would bring the probe back.
+    bool isBeyondRefinement() const;
     /// "ROAD: why it was left", with the order of one that was repeated.
     std::string told() const;
     /// Of a verdict other than Accurate, in a few words.

@@ -431,7 +431,7 @@ void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcom
     if (outcome.engine.error != 0) return;
     outcome.quality = judged(X, request, outcome);
     outcome.x = std::move(X);
-    if (options_.engine.refine != 0) return;
+    if (options_.engine.refine != 0 || outcome.isBeyondRefinement()) return;
     if (outcome.verdict() != Verdict::Accurate)
         refine(request, outcome, kLateSteps);
     else if (outcome.attempt.road == Road::Pivoted && outcome.quality->residual > kGrowthShows)
@@ -500,7 +500,7 @@ void RoadRunner<Cell>::precondition(Outcome<Cell>& outcome, const Request<Cell>&
 template <class Cell>
 void RoadRunner<Cell>::repair(const Request<Cell>& request, Outcome<Cell>& outcome)
 {
-    if (!outcome.factor || !outcome.x || outcome.perturbed == 0) return;
+    if (!outcome.factor || !outcome.x || outcome.perturbed == 0 || outcome.isBeyondRefinement()) return;
     MatrixOf<Cell> X(*outcome.x);
     const std::int32_t steps = iterate(request, *outcome.factor, X, kKrylovStepsInAll);
     Outcome<Cell> repaired{.attempt = outcome.attempt, .perturbed = outcome.perturbed};

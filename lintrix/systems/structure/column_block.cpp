@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <type_traits>
 #include <utility>
 
 namespace Velmar::Lintrix::detail {
@@ -117,6 +118,20 @@ void multiply(ColumnBlock<Cell>& W, const ColumnBlock<Cell>& V)
     W = std::move(product);
 }
 
+/// R of W = Q*R, square.
+template <class Cell>
+ColumnBlock<Cell> triangleOf(ColumnBlock<Cell> W)
+{
+    const std::int32_t n = W.count;
+    std::vector<Cell> tau(static_cast<std::size_t>(n)), work(tau.size() * 32);
+    int info = 0;
+    lapack::geqrf(W.length, n, W.cells.data(), W.length, tau.data(), work.data(),
+                  static_cast<std::int32_t>(work.size()), info);
+    ColumnBlock<Cell> R(n, n);
+    for (std::int32_t j = 0; j < n; ++j) std::copy_n(W.column(j), j + 1, R.column(j));
+    return R;
+}
+
 /// The rotations that make the columns of R orthogonal, W = Q*R, make those of W orthogonal, too, but for
 /// rounding beside the longest; R is small (Z. Drmac, K. Veselic, "New fast and accurate Jacobi SVD
 /// algorithm", SIAM J. Matrix Anal. Appl. 29 (2008)).
@@ -124,19 +139,39 @@ template <class Cell>
 void rotateByTriangle(ColumnBlock<Cell>& W, ColumnBlock<Cell>* companion)
 {
     const std::int32_t n = W.count;
-    std::vector<Cell> factors(W.cells), tau(static_cast<std::size_t>(n)), work(tau.size() * 32);
-    int info = 0;
-    lapack::geqrf(W.length, n, factors.data(), W.length, tau.data(), work.data(),
-                  static_cast<std::int32_t>(work.size()), info);
-    ColumnBlock<Cell> R(n, n), V(n, n);
-    for (std::int32_t j = 0; j < n; ++j) {
-        std::copy_n(factors.begin() + std::int64_t{j} * W.length, j + 1, R.column(j));
-        V.column(j)[j] = 1.0;
-    }
+    ColumnBlock<Cell> R = triangleOf(W), V(n, n);
+    for (std::int32_t j = 0; j < n; ++j) V.column(j)[j] = 1.0;
     for (int done = 0; done < kSweeps && sweep(R, &V); ++done) {
     }
     multiply(W, V);
     if (companion != nullptr) multiply(*companion, V);
+}
+
+/// The singular values of a square R = U*S*J^H, the largest first, and J. Workspaces by the formulas for the
+/// vectors of square matrices: 4*n^2 + 7*n and, of complex cells, n^2 + 3*n.
+/// @return  none: they do not converge
+template <class Cell>
+std::vector<double> decompose(ColumnBlock<Cell> R, ColumnBlock<Cell>& J)
+{
+    const std::int32_t n = R.count;
+    const auto size = static_cast<std::size_t>(n);
+    std::vector<double> lengths(size);
+    std::vector<Cell> U(size * size), adjoint(size * size), work(size * (4 * size + 7));
+    std::vector<int> whole(8 * size);
+    const auto count = static_cast<std::int32_t>(work.size());
+    int info = 0;
+    if constexpr (std::is_same_v<Cell, double>) {
+        lapack::gesdd('S', n, n, R.cells.data(), n, lengths.data(), U.data(), n, adjoint.data(), n,
+                      work.data(), count, whole.data(), info);
+    } else {
+        std::vector<double> reals(size * (5 * size + 7));
+        lapack::gesdd('S', n, n, R.cells.data(), n, lengths.data(), U.data(), n, adjoint.data(), n,
+                      work.data(), count, reals.data(), whole.data(), info);
+    }
+    if (info != 0) return {};
+    for (std::int32_t j = 0; j < n; ++j)
+        for (std::int32_t i = 0; i < n; ++i) J.column(j)[i] = conjugate(adjoint[i * size + j]);
+    return lengths;
 }
 
 template <class Cell>
@@ -203,6 +238,38 @@ std::vector<double> orthonormalize(ColumnBlock<Cell>& W)
 }
 
 template <class Cell>
+std::vector<double> turnByLengths(ColumnBlock<Cell>& W, ColumnBlock<Cell>& companion)
+{
+    const std::int32_t n = W.count;
+    const bool isFew = n <= kFewColumns;
+    if (W.length < (isFew ? 2 * n : n)) return orthogonalize(W, &companion);
+    const double scale = scaleOf(W.cells.data(), W.cells.size());
+    for (Cell& x : W.cells) x *= scale;
+    ColumnBlock<Cell> R = triangleOf(std::move(W)), J(n, n);
+    std::vector<double> lengths;
+    if (!isFew) lengths = decompose(R, J);
+    if (lengths.empty()) {
+        for (std::int32_t j = 0; j < n; ++j) J.column(j)[j] = 1.0;
+        lengths = orthogonalize(R, &J);
+    }
+    multiply(companion, J);
+    for (double& length : lengths) length /= scale;
+    return lengths;
+}
+
+template <class Cell>
+void clearOf(const ColumnBlock<Cell>& Q, ColumnBlock<Cell>& W)
+{
+    if (Q.count == 0 || W.count == 0 || W.length == 0) return;
+    ColumnBlock<Cell> parts(Q.count, W.count);
+    constexpr char adjoint = std::is_same_v<Cell, double> ? 'T' : 'C';
+    blas::gemm(adjoint, 'N', Q.count, W.count, W.length, Cell(1.0), Q.cells.data(), Q.length, W.cells.data(),
+               W.length, Cell(), parts.cells.data(), Q.count);
+    blas::gemm('N', 'N', W.length, W.count, Q.count, Cell(-1.0), Q.cells.data(), Q.length, parts.cells.data(),
+               Q.count, Cell(1.0), W.cells.data(), W.length);
+}
+
+template <class Cell>
 void takeBasis(ColumnBlock<Cell>& W)
 {
     W.shrink(std::min(W.count, W.length));
@@ -230,6 +297,12 @@ template void addMultiple(std::int32_t, const std::complex<double>&, const std::
 template LINTRIX_TESTABLE std::vector<double> orthogonalize(ColumnBlock<double>&, ColumnBlock<double>*);
 template LINTRIX_TESTABLE std::vector<double> orthogonalize(ColumnBlock<std::complex<double>>&,
                                                             ColumnBlock<std::complex<double>>*);
+template LINTRIX_TESTABLE std::vector<double> turnByLengths(ColumnBlock<double>&, ColumnBlock<double>&);
+template LINTRIX_TESTABLE std::vector<double> turnByLengths(ColumnBlock<std::complex<double>>&,
+                                                            ColumnBlock<std::complex<double>>&);
+template LINTRIX_TESTABLE void clearOf(const ColumnBlock<double>&, ColumnBlock<double>&);
+template LINTRIX_TESTABLE void clearOf(const ColumnBlock<std::complex<double>>&,
+                                       ColumnBlock<std::complex<double>>&);
 template LINTRIX_TESTABLE std::vector<double> orthonormalize(ColumnBlock<double>&);
 template LINTRIX_TESTABLE std::vector<double> orthonormalize(ColumnBlock<std::complex<double>>&);
 template LINTRIX_TESTABLE void takeBasis(ColumnBlock<double>&);

@@ -47,8 +47,18 @@ template <class Cell>
 LINTRIX_TESTABLE std::vector<double> orthogonalize(ColumnBlock<Cell>& W,
                                                    ColumnBlock<Cell>* companion = nullptr);
 
-/// The same, each column divided by its length; those of no length are left out, and so are the shortest of
-/// more than `length`.
+/// Companion becomes companion*J as above, by the triangle of W alone; of more than a few columns by its
+/// singular value decomposition, so that the lengths are off by a few roundings of the longest. W is given
+/// up. A fraction of the cost above. @return the lengths @pre W is finite
+template <class Cell>
+LINTRIX_TESTABLE std::vector<double> turnByLengths(ColumnBlock<Cell>& W, ColumnBlock<Cell>& companion);
+
+/// W := W - Q*(Q^H*W), Q orthonormal: what is left is orthogonal to Q, but for rounding of what was there.
+template <class Cell>
+LINTRIX_TESTABLE void clearOf(const ColumnBlock<Cell>& Q, ColumnBlock<Cell>& W);
+
+/// As `orthogonalize`, each column divided by its length; those of no length are left out, and so are the
+/// shortest of more than `length`.
 template <class Cell>
 LINTRIX_TESTABLE std::vector<double> orthonormalize(ColumnBlock<Cell>& W);
 

@@ -16,6 +16,9 @@ struct NearNullSettings {
     std::int32_t vectors = 4; ///< on each side; no more than the order are sought
     double threshold = 0.0;   ///< singular values up to here count as none; 0: order*2^-52*norm
     double share = 0.1;       ///< of the largest part, from which a row or column carries the vectors
+    /// As long as all that were found are null, as many more are sought across them, up to so many in all.
+    std::int32_t most = 0;
+    bool hermitian = false; ///< A = A^H, and so the inverse: the vectors of one side are those of the other
 };
 
 /// Unit vectors with A*v_i and A^H*u_i small, each set orthonormal, the smallest first.
@@ -43,8 +46,12 @@ struct NearNull {
 /// these steps turn V from the null vectors of A + E to those of A, at the rate ||inverse*E|| off the null
 /// space.
 ///
+/// Where a first step and what refines it leave null vectors and others that are far from it, the others are
+/// turned once more, and that is all; else all are turned until they settle.
+///
 /// `norm` stands for ||A||_2: any norm of its size. Nothing is found (no vectors, `complete` false) when a
-/// solve is not finite. Cost: at most 11 solves with each of A and A^H and 7 products, of `vectors` columns.
+/// solve is not finite. Cost: mostly one to three solves with each of A and A^H and as many products, at most
+/// 14, of a column for each vector; half of that for A = A^H; and orthogonal factorizations of the vectors.
 template <class Cell>
 LINTRIX_TESTABLE NearNull<Cell> findNearNull(const LinearMap<Cell>& A, const LinearMap<Cell>& inverse,
                                              double norm, const NearNullSettings& settings = {});
@@ -58,17 +65,19 @@ struct Consistency {
         Unknown, ///< not all null vectors are known, or the solves are too bad to tell
     };
     Verdict verdict = Verdict::Unknown;
-    double leftPart = 0.0; ///< length of (u_1^H*b, u_2^H*b, ...), u_i the null vectors: 0 if consistent
-    double residual = 0.0; ///< ||b - A*x||
-    double bound = 0.0;    ///< on what rounding explains, see below
-    std::vector<Cell> x{}; ///< orthogonal to the null vectors: the shortest that does as well
+    bool isShortest = false; ///< of a consistent one: all null vectors are known
+    double leftPart = 0.0;   ///< length of (u_1^H*b, u_2^H*b, ...), u_i the null vectors: 0 if consistent
+    double residual = 0.0;   ///< ||b - A*x||
+    double bound = 0.0;      ///< on what rounding explains, see below
+    std::vector<Cell> x{};   ///< orthogonal to the null vectors that are known
 };
 
 /// b is consistent exactly when it is orthogonal to all left null vectors. So b less its left part is solved
 /// off the null vectors, and x improved while that helps; what is then left of b - A*x is the left part and
 /// rounding. b is consistent when a change of A by max(order*2^-52*norm, threshold) and of b by
 /// order*2^-52*||b|| explains it all (the backward error; Rigal and Gaches, J. ACM 14 (1967)), inconsistent
-/// when that does not explain the left part, which no x makes good.
+/// when that does not explain the left part, which no x makes good. Where not all null vectors are known, x
+/// may be long along the others, and a change of A by a little explain anything: then that of b alone counts.
 template <class Cell>
 LINTRIX_TESTABLE Consistency<Cell> judgeConsistency(const NearNull<Cell>& nearNull, const LinearMap<Cell>& A,
                                                     const LinearMap<Cell>& inverse, const Cell* b);

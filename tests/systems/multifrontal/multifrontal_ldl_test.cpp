@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -169,6 +171,38 @@ TEST(MultifrontalLDL, WhatIsSingularHasReplacedPivotsWithoutSign)
     const Factored<double> zero(Matrix(5, 5), true);
     EXPECT_EQ(zero.ldl.replaced(), 5);
     EXPECT_EQ(zero.ldl.inertia(), (detail::Inertia{0, 0, 5}));
+}
+
+/// Rows in units of powers of two: of A + diag(added) the same factor is one, with raised pivots.
+TEST(MultifrontalLDL, PivotsThatWereZeroCanBeRaised)
+{
+    constexpr double kSize = 0x1p-20;
+    for (const Int twice : {0, 1, 3}) {
+        SCOPED_TRACE(twice);
+        Matrix A = shifted<double>(randomSymmetric<double>(30, 0.3, 6, true), 20.0);
+        for (Int k = 0; k < twice; ++k) repeat(A, k, 29 - k);
+        for (Int i = 0; i < 30; ++i)
+            for (Int j = 0; j < 30; ++j) A(i, j) = std::ldexp(double(A(i, j)), 4 * (i % 3) + 4 * (j % 3));
+        const Factored<double> made(A, true);
+        ASSERT_EQ(made.ldl.replaced(), twice);
+        const std::vector<double> added = made.ldl.raisedBy(kSize);
+        ASSERT_EQ(added.size(), 30U);
+        EXPECT_EQ(std::ranges::count_if(added, [](double x) { return x > 0.0; }), twice);
+        Matrix raised = A, x(30, 1);
+        for (Int i = 0; i < 30; ++i) {
+            const double size = added[static_cast<std::size_t>(i)];
+            EXPECT_EQ(size, size == 0.0
+                                ? 0.0
+                                : std::ldexp(kSize, -2 * made.ldl.exponents()[static_cast<std::size_t>(i)]));
+            raised(i, i) = raised(i, i) + size;
+            x(i, 0) = i % 5 - 2.0;
+        }
+        const Matrix b = raised * x;
+        std::vector<double> found;
+        for (Int i = 0; i < 30; ++i) found.push_back(b(i, 0));
+        made.ldl.solveRaised(kSize, found);
+        for (Int i = 0; i < 30; ++i) EXPECT_NEAR(found[static_cast<std::size_t>(i)], x(i, 0), 1e-7);
+    }
 }
 
 /// Constraints that repeat each other.

@@ -116,6 +116,49 @@ TYPED_TEST(ColumnBlocks, GetABasisOfNoMoreColumnsThanTheirLength)
     EXPECT_EQ(none.count, 0);
 }
 
+TYPED_TEST(ColumnBlocks, AreTurnedByTheirLengths)
+{
+    using M = MatrixOf<TypeParam>;
+    for (const Int count : {1, 5, 8, 9, 20, 40}) {
+        SCOPED_TRACE(count);
+        const M Q = this->matrixOf(this->orthonormalBlock(40, count));
+        std::vector<double> values;
+        for (Int j = 0; j < count; ++j) values.push_back(std::pow(0.5, j));
+        const M J = matrixWith<M>({count, count}, Spectrum::Flat, 6);
+        M scaled(40, count);
+        for (Int j = 0; j < count; ++j)
+            for (Int i = 0; i < 40; ++i) scaled(i, j) = 1e150 * values[static_cast<std::size_t>(j)] * Q(i, j);
+        const M before = naiveProduct(scaled, J);
+        auto W = this->copyOf(before), companion = this->copyOf(identity<M>(count));
+        const std::vector<double> lengths = turnByLengths(W, companion);
+        ASSERT_EQ(lengths.size(), static_cast<std::size_t>(count));
+        for (std::size_t j = 0; j < values.size(); ++j) EXPECT_NEAR(lengths[j] / 1e150, values[j], 1e-14);
+        EXPECT_LT(orthogonalityRatio(this->matrixOf(companion)), kResidualLimit);
+        const auto turned = this->copyOf(naiveProduct(before, this->matrixOf(companion)));
+        for (Int j = 0; j < count; ++j)
+            EXPECT_NEAR(euclideanNorm(40, turned.column(j)) / 1e150, lengths[j] / 1e150, 1e-13);
+    }
+}
+
+TYPED_TEST(ColumnBlocks, AreClearedOfOthers)
+{
+    using M = MatrixOf<TypeParam>;
+    std::mt19937_64 generator(2);
+    const auto Q = this->orthonormalBlock(30, 4);
+    const M before = randomMatrix<M>({30, 3}, generator);
+    auto W = this->copyOf(before);
+    clearOf(Q, W);
+    const M basis = this->matrixOf(Q), left = this->matrixOf(W), taken = before - left;
+    EXPECT_LT(
+        differenceRatio(naiveProduct(naiveAdjoint(basis), before), naiveProduct(naiveAdjoint(basis), taken)),
+        kResidualLimit);
+    EXPECT_LT(differenceRatio(naiveProduct(basis, naiveProduct(naiveAdjoint(basis), taken)), taken),
+              kResidualLimit);
+    const auto same = W.cells;
+    clearOf(ColumnBlock<TypeParam>{30, 0}, W);
+    EXPECT_EQ(W.cells, same);
+}
+
 TYPED_TEST(ColumnBlocks, MayBeOfAnyScale)
 {
     for (const double scale : {1e300, 1e-290}) {

@@ -359,16 +359,81 @@ TYPED_TEST(NearNulls, AreSolvedOffWhateverThePerturbationIs)
               NearNulls<TypeParam>::Verdict::Consistent);
 }
 
-TYPED_TEST(NearNulls, SayNothingOfConsistencyWhereTheyAreNotAllKnown)
+// Six, of which four are known: x solves for what is in the range, along whatever of the other two; and of
+// what these two see of a right-hand side nothing is known.
+TYPED_TEST(NearNulls, BelieveASolutionWhereTheyAreNotAllKnownAndNothingElse)
 {
     using Dense = MatrixOf<TypeParam>;
+    using Told = typename NearNulls<TypeParam>::Verdict;
     const Dense A = this->withSingularValues(fallingTo(0.1, 20, 6), 13);
     const auto map = this->mapOf(A), inverse = this->inverseOf(this->perturbed(A, 1e-12, 1));
-    const auto found = findNearNull(map, inverse, 1.0);
+    const auto found = findNearNull(map, inverse, 1.0), all = findNearNull(map, inverse, 1.0, {.vectors = 8});
+    ASSERT_FALSE(found.complete);
+    ASSERT_EQ(all.nullity, 6);
     std::vector<TypeParam> b(26);
     this->copy(naiveProduct(A, Dense(26, 1, 1.0)), b.data());
-    EXPECT_EQ(judgeConsistency(found, map, inverse, b.data()).verdict,
-              NearNulls<TypeParam>::Verdict::Unknown);
+    const auto solved = judgeConsistency(found, map, inverse, b.data());
+    EXPECT_EQ(solved.verdict, Told::Consistent);
+    EXPECT_FALSE(solved.isShortest);
+    EXPECT_LE(solved.residual, 26.0 * 0x1p-52 * euclideanNorm(26, b.data()));
+    EXPECT_TRUE(judgeConsistency(all, map, inverse, b.data()).isShortest);
+
+    ColumnBlock<TypeParam> unseen{26, 1, {all.left.column(0), all.left.column(1)}};
+    clearOf(found.left, unseen);
+    ASSERT_GT(euclideanNorm(26, unseen.column(0)), 1e-3);
+    for (std::size_t i = 0; i < b.size(); ++i) b[i] += 1e-6 * unseen.cells[i];
+    EXPECT_EQ(judgeConsistency(found, map, inverse, b.data()).verdict, Told::Unknown);
+    for (std::size_t i = 0; i < b.size(); ++i) b[i] += 1e-6 * found.left.cells[i];
+    EXPECT_EQ(judgeConsistency(found, map, inverse, b.data()).verdict, Told::Inconsistent);
+}
+
+TYPED_TEST(NearNulls, AreSoughtAcrossThoseThatAreKnownAsLongAsAllAreNull)
+{
+    for (const int zeros : {4, 6, 11}) {
+        SCOPED_TRACE(zeros);
+        const auto A = this->withSingularValues(fallingTo(0.1, 30 - zeros, zeros), 9);
+        auto inverse = this->inverseOf(this->perturbed(A, 1e-13, 1));
+        Int columns = 0;
+        inverse.times = [&columns, before = inverse.times](Int count, const TypeParam* x, TypeParam* y) {
+            columns = std::max(columns, count);
+            before(count, x, y);
+        };
+        const auto found = findNearNull(this->mapOf(A), inverse, 1.0, {.most = 13});
+        this->expectVectors(A, found);
+        EXPECT_EQ(found.nullity, zeros);
+        EXPECT_TRUE(found.complete);
+        EXPECT_EQ(found.singularValues.size(), 12U);
+        EXPECT_TRUE(std::ranges::is_sorted(found.singularValues));
+        EXPECT_LE(columns, 16) << "what is known is not solved for again, but for a step with both";
+    }
+    const auto A = this->withSingularValues(fallingTo(0.1, 20, 10), 9);
+    const auto found =
+        findNearNull(this->mapOf(A), this->inverseOf(this->perturbed(A, 1e-13, 1)), 1.0, {.most = 8});
+    EXPECT_EQ(found.nullity, 8);
+    EXPECT_FALSE(found.complete);
+}
+
+TYPED_TEST(NearNulls, OfAHermitianMatrixAreFoundOnceForBothSides)
+{
+    const auto Q = matrixWith<MatrixOf<TypeParam>>({25, 25}, Spectrum::Flat, 3);
+    for (const double size : {1e-16, 1e-13, 1e-9}) {
+        auto scaled = Q;
+        for (Int j = 0; j < 25; ++j)
+            for (Int i = 0; i < 25; ++i) scaled(i, j) *= j < 3 ? 0.0 : (j % 2 == 0 ? 1.0 : -1.0) / j;
+        const auto A = naiveProduct(scaled, naiveAdjoint(Q)), E = this->perturbed(A, size, 5);
+        const auto turned = naiveAdjoint(E);
+        auto near = E;
+        for (Int j = 0; j < 25; ++j)
+            for (Int i = 0; i < 25; ++i) near(i, j) = 0.5 * (E(i, j) + turned(i, j));
+        LinearMap<TypeParam> inverse = this->inverseOf(near), map = this->mapOf(A);
+        map.adjointTimes = inverse.adjointTimes = {}; // calling it would raise
+        const auto found = findNearNull(map, inverse, 1.0, {.hermitian = true});
+        this->expectVectors(A, found);
+        EXPECT_EQ(found.nullity, 3) << size;
+        EXPECT_TRUE(found.complete);
+        EXPECT_EQ(found.rows, found.columns);
+        EXPECT_GE(found.singularValues[3], 0.99 / 24);
+    }
 }
 
 // The graph of a path: constants are sent to zero, and only loads that add up to nothing have a solution.
