@@ -99,11 +99,13 @@ set(CPACK_COMPONENTS_ALL "")
 
 # How other packages depend on the library.
 file(WRITE "${debian}/shlibs" "liblintrix ${soversion} ${library_package} (>= ${PROJECT_VERSION})\n")
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${debian}/shlibs")
+# The loader's cache is made anew by a trigger, once for all packages of a run.
+file(WRITE "${debian}/triggers" "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${debian}/shlibs;${debian}/triggers")
 
 # Programs rest on this build of OpenBLAS, which stands outside the folders that the loader knows: hence the run path,
-# and a dependency that no other build meets. CPack has the loader's cache made anew by a script of the package, where
-# lintian would see a trigger.
+# and a dependency that no other build meets. Beside the trigger CPack writes scripts that make the loader's cache anew, and
+# cannot be told not to.
 describe_package(library NAME ${library_package} SECTION libs MULTIARCH same SHLIBDEPS
   DEPENDS libopenblas0-openmp
   OVERRIDES "custom-library-search-path RUNPATH *" "maintscript-calls-ldconfig *"

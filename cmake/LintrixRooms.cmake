@@ -35,3 +35,17 @@ function(add_room_test room unit)
     TEST_PREFIX "${room}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 # a busy machine reads a program for seconds
     PROPERTIES ${properties})
 endfunction()
+
+# program_to_start(services_probe path): the path by which a test starts a program of this tree. One for another processor
+# is started by a script of that name, which has the emulator run it.
+function(program_to_start target path)
+  if(NOT CMAKE_CROSSCOMPILING OR NOT CMAKE_CROSSCOMPILING_EMULATOR)
+    set(${path} "$<TARGET_FILE:${target}>" PARENT_SCOPE)
+    return()
+  endif()
+  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "' '" emulator)
+  set(script "${CMAKE_CURRENT_BINARY_DIR}/start_${target}")
+  file(GENERATE OUTPUT "${script}" CONTENT "#!/bin/sh\nexec '${emulator}' '$<TARGET_FILE:${target}>' \"$@\"\n"
+    FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  set(${path} "${script}" PARENT_SCOPE)
+endfunction()

@@ -20,10 +20,13 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-# Where the loader looks by itself, the emulator's too, and so no run path names it; the linker has to be told, for what
-# the libraries themselves need.
-set(CMAKE_PLATFORM_IMPLICIT_LINK_DIRECTORIES "${LINTRIX_SYSROOT}/usr/lib/aarch64-linux-gnu")
-set(rpath_link "-Wl,-rpath-link,${LINTRIX_SYSROOT}/usr/lib/aarch64-linux-gnu")
+# Where the loader looks by itself, the emulator's too, and so no run path names them. The linker has to be told, for what
+# the libraries themselves need: zlib stands in the second, and the run path of OpenBLAS counts from the other root.
+set(loader_folders "${LINTRIX_SYSROOT}/usr/lib/aarch64-linux-gnu" "${LINTRIX_SYSROOT}/lib/aarch64-linux-gnu")
+set(CMAKE_PLATFORM_IMPLICIT_LINK_DIRECTORIES "${loader_folders}")
+list(JOIN loader_folders ":" rpath_link)
+string(PREPEND rpath_link "-Wl,-rpath-link,")
+string(APPEND rpath_link ":${LINTRIX_SYSROOT}/usr/lib/aarch64-linux-gnu/openblas-openmp")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${rpath_link}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${rpath_link}")
 

@@ -80,7 +80,7 @@ TheyDependOnWhatTheyNeed()
     fi
     dpkg-deb --ctrl-tarfile "$(package "$library")" | tar -xO ./shlibs | grep -Eq "^liblintrix [0-9.]+ $library \(>= " ||
         fail "$library does not tell other packages how to depend on it"
-    dpkg-deb --ctrl-tarfile "$(package "$library")" | tar -xO ./postinst | grep -qw ldconfig ||
+    dpkg-deb --ctrl-tarfile "$(package "$library")" | tar -xO ./triggers | grep -qx 'activate-noawait ldconfig' ||
         fail "$library does not have the loader's cache made anew"
 }
 

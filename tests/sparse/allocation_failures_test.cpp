@@ -123,6 +123,10 @@ TEST(AllocationFailures, OfConversionsLeaveTheMatrix)
     sweep("Data", [](SparseMatrix& A) { (void)A.Data(); });
     sweep("GetObjectData", [](SparseMatrix& A) { (void)ToArchive(A); });
     sweep("ToString", [](SparseMatrix& A) { (void)A.ToString("G"); });
+    sweep("Print", [](SparseMatrix& A) {
+        std::ostringstream out;
+        A.Print(out);
+    });
     sweep("there and back", [](SparseMatrix& A) { (void)FromArchive<SparseMatrix>(ToArchive(A)); });
 }
 

@@ -9,6 +9,7 @@
 #include <lintrix/sparse/csparse_matrix.h>
 
 #include <functional>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -97,6 +98,10 @@ TEST(CSparseAllocationFailures, OfConversionsLeaveTheMatrix)
     sweep("Data", [](CSparseMatrix& A) { (void)A.Data(); });
     sweep("GetObjectData", [](CSparseMatrix& A) { (void)ToArchive(A); });
     sweep("ToString", [](CSparseMatrix& A) { (void)A.ToString("G"); });
+    sweep("Print", [](CSparseMatrix& A) {
+        std::ostringstream out;
+        A.Print(out);
+    });
     sweep("there and back", [](CSparseMatrix& A) { (void)FromArchive<CSparseMatrix>(ToArchive(A)); });
 }
 

@@ -1,11 +1,14 @@
 // Matrices of Eigen and of this library in each other's terms: the same memory where none is copied.
 
+#include "tests/support/refused_memory.h"
+
 #include <lintrix/eigen.h>
 #include <lintrix/lintrix.h>
 
 #include <gtest/gtest.h>
 
 #include <type_traits>
+#include <vector>
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -116,6 +119,43 @@ TEST(EigenBridge, ATriangleIsReadAsOne)
     A(1, 1) = 3.0;
     const ::Eigen::MatrixXcd full = ::Eigen::MatrixXcd(EigenSparse(A)).selfadjointView<::Eigen::Upper>();
     EXPECT_EQ(full(1, 0), Complex(1, -1));
+}
+
+// Whichever side refuses, the source is untouched, and nothing of a copy is left.
+template <class Cell>
+void refuseCopies()
+{
+    using Dense = ::Eigen::Matrix<Cell, ::Eigen::Dynamic, ::Eigen::Dynamic>;
+    const Dense E = Dense::Constant(3, 4, Cell(2.0));
+    const ::Eigen::SparseMatrix<Cell> columns = Dense::Identity(5, 4).sparseView();
+    const auto A = FromEigen(columns);
+    const auto storedIn = [](const auto& S) { return std::vector<Cell>(S.valuePtr(), S.valuePtr() + 4); };
+    const auto before = storedIn(columns);
+    EXPECT_GE(refuseEachRequestOf([&] { (void)FromEigen(E); }), 1);
+    EXPECT_GE(refuseEachRequestOf([&] { (void)FromEigen(E.col(1)); }), 1);
+    EXPECT_GE(refuseEachRequestOf([&] { (void)FromEigen(columns); }), 1);
+    EXPECT_GE(refuseEachRequestOf([&] { (void)EigenSparse(A); }), 1);
+    EXPECT_EQ(E, Dense::Constant(3, 4, Cell(2.0)));
+    EXPECT_EQ(storedIn(columns), before);
+    EXPECT_EQ(storedIn(EigenSparse(A)), before);
+}
+
+TEST(EigenBridge, CopiesWithoutMemoryLeaveNothingBehind)
+{
+    refuseCopies<double>();
+    refuseCopies<Complex>();
+}
+
+// An assignment to one of ours is whole or not at all.
+TEST(EigenBridge, AnAssignmentWithoutMemoryLeavesTheMatrix)
+{
+    const ::Eigen::MatrixXd E = ::Eigen::MatrixXd::Identity(5, 5);
+    const auto raised = [] { EXPECT_THROW(throw, NotEnoughMemoryException); };
+    const auto make = [] { return Matrix{{1, 2}, {3, 4}}; };
+    const auto look = [](const Matrix& A) { return std::vector<double>(A.begin(), A.end()); };
+    EXPECT_GE(refuseEachRequest(
+                  make, [&](Matrix& A) { A = FromEigen(E); }, look, raised),
+              1);
 }
 
 } // namespace
