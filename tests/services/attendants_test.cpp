@@ -24,10 +24,10 @@ struct Work {
     static bool serve(void* context)
     {
         auto& work = *static_cast<Work*>(context);
-        if (work.left.fetch_sub(1) <= 0) {
-            ++work.left;
-            return false;
-        }
+        int there = work.left;
+        do { // never below 0, where work that comes meanwhile would be counted twice
+            if (there == 0) return false;
+        } while (!work.left.compare_exchange_weak(there, there - 1));
         sigset_t mask;
         pthread_sigmask(SIG_SETMASK, nullptr, &mask);
         if (sigismember(&mask, SIGTERM) == 1) ++work.blockedSignals;

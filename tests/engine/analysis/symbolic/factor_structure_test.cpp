@@ -8,6 +8,7 @@
 #include <lintrix/engine/analysis/symbolic/schedule.h>
 
 #include <cmath>
+#include <numeric>
 
 namespace Velmar::Lintrix::testing {
 namespace {
@@ -233,7 +234,10 @@ TEST(EntryMaps, AreTheSameForAnyNumberOfThreads)
     const OwnedGraph g = grid(90, 90);
     Pipeline p(g.view(), randomOrdering(8100, 5), 4);
     ASSERT_GT(p.rows.size(), 800000U) << "too little for a team";
-    const Entries A(g.view(), true, {});
+    std::vector<int> inPlace(8100);
+    std::iota(inPlace.begin(), inPlace.end(), 0);
+    const Entries A(g.view(), true, inPlace);
+    ASSERT_EQ(A.pattern().order(), 8100);
     Maps alone(p, A);
     ASSERT_FALSE(mapEntries(A.pattern(), {}, p.ordering.view(), p.structure(), true, 1, alone.view()));
     for (const int threads : {2, 3, 16}) {
