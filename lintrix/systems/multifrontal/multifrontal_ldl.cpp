@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <ranges>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::multifrontal {
@@ -169,8 +168,9 @@ void MultifrontalLDL<Cell>::solve(TransposeMode op, std::span<Cell> X,
         divide(panel, columns, sizeOfZeros);
         WorkScope::tell();
     }
-    for (const FrontPanel<Cell>& panel : this->panels() | std::views::reverse) {
-        columns.up(panel, {.isLower = true, .op = isHermitian() ? 'C' : 'T'}, panel.rows, panel.rows);
+    const std::span<const FrontPanel<Cell>> panels = this->panels();
+    for (auto panel = panels.rbegin(); panel != panels.rend(); ++panel) {
+        columns.up(*panel, {.isLower = true, .op = isHermitian() ? 'C' : 'T'}, panel->rows, panel->rows);
         WorkScope::tell();
     }
     columns.store(X, side);

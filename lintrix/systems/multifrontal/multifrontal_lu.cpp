@@ -5,7 +5,6 @@
 #include <lintrix/systems/multifrontal/square_elimination.h>
 
 #include <complex>
-#include <ranges>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::multifrontal {
@@ -123,8 +122,9 @@ void MultifrontalLU<Cell>::solve(TransposeMode op, std::span<Cell> X) const
         onTheWay.down(panel, first, panel.*from);
         WorkScope::tell();
     }
-    for (const FrontPanel<Cell>& panel : this->panels() | std::views::reverse) {
-        onTheWay.up(panel, second, panel.*from, panel.*to);
+    const std::span<const FrontPanel<Cell>> panels = this->panels();
+    for (auto panel = panels.rbegin(); panel != panels.rend(); ++panel) {
+        onTheWay.up(*panel, second, (*panel).*from, (*panel).*to);
         WorkScope::tell();
     }
     onTheWay.store(X, isPlain ? columns : rows);

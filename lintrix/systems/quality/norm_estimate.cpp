@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <cstddef>
 #include <limits>
 #include <numeric>
-#include <ranges>
 #include <type_traits>
 #include <vector>
 
@@ -176,11 +176,14 @@ private:
 
     bool takeUntried(const std::vector<double>& steepness)
     {
-        std::vector<std::int32_t> order(std::min(steepness.size(), tried_.size() + t_));
-        std::ranges::partial_sort_copy(
-            std::views::iota(0, M_.cols), order, [&](std::int32_t i, std::int32_t j) {
-                return steepness[i] != steepness[j] ? steepness[i] > steepness[j] : i < j;
-            });
+        std::vector<std::int32_t> order(steepness.size());
+        std::iota(order.begin(), order.end(), 0);
+        const std::size_t wanted = std::min(order.size(), tried_.size() + t_);
+        std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(wanted), order.end(),
+                          [&](std::int32_t i, std::int32_t j) {
+                              return steepness[i] != steepness[j] ? steepness[i] > steepness[j] : i < j;
+                          });
+        order.resize(wanted);
         const auto isTried = [&](std::int32_t i) {
             return std::find(tried_.begin(), tried_.end(), i) != tried_.end();
         };

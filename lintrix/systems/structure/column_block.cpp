@@ -127,7 +127,7 @@ ColumnBlock<Cell> triangleOf(ColumnBlock<Cell> W)
     int info = 0;
     lapack::geqrf(W.length, n, W.cells.data(), W.length, tau.data(), work.data(),
                   static_cast<std::int32_t>(work.size()), info);
-    ColumnBlock<Cell> R(n, n);
+    ColumnBlock<Cell> R{n, n};
     for (std::int32_t j = 0; j < n; ++j) std::copy_n(W.column(j), j + 1, R.column(j));
     return R;
 }
@@ -139,7 +139,7 @@ template <class Cell>
 void rotateByTriangle(ColumnBlock<Cell>& W, ColumnBlock<Cell>* companion)
 {
     const std::int32_t n = W.count;
-    ColumnBlock<Cell> R = triangleOf(W), V(n, n);
+    ColumnBlock<Cell> R = triangleOf(W), V{n, n};
     for (std::int32_t j = 0; j < n; ++j) V.column(j)[j] = 1.0;
     for (int done = 0; done < kSweeps && sweep(R, &V); ++done) {
     }
@@ -245,7 +245,7 @@ std::vector<double> turnByLengths(ColumnBlock<Cell>& W, ColumnBlock<Cell>& compa
     if (W.length < (isFew ? 2 * n : n)) return orthogonalize(W, &companion);
     const double scale = scaleOf(W.cells.data(), W.cells.size());
     for (Cell& x : W.cells) x *= scale;
-    ColumnBlock<Cell> R = triangleOf(std::move(W)), J(n, n);
+    ColumnBlock<Cell> R = triangleOf(std::move(W)), J{n, n};
     std::vector<double> lengths;
     if (!isFew) lengths = decompose(R, J);
     if (lengths.empty()) {
@@ -261,7 +261,7 @@ template <class Cell>
 void clearOf(const ColumnBlock<Cell>& Q, ColumnBlock<Cell>& W)
 {
     if (Q.count == 0 || W.count == 0 || W.length == 0) return;
-    ColumnBlock<Cell> parts(Q.count, W.count);
+    ColumnBlock<Cell> parts{Q.count, W.count};
     constexpr char adjoint = std::is_same_v<Cell, double> ? 'T' : 'C';
     blas::gemm(adjoint, 'N', Q.count, W.count, W.length, Cell(1.0), Q.cells.data(), Q.length, W.cells.data(),
                W.length, Cell(), parts.cells.data(), Q.count);
