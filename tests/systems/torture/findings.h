@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <map>
-#include <ranges>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -60,7 +60,9 @@ void tortureSilently(int systemsOfADose, Trial trial)
     const auto each = static_cast<std::uint64_t>(systemsOfADose);
     const std::uint64_t first = each * static_cast<std::uint64_t>(tortureSetting("LINTRIX_TORTURE_FIRST", 0)),
                         count = each * static_cast<std::uint64_t>(tortureSetting("LINTRIX_TORTURE_DOSES", 3));
-    tryOutSilently(std::views::iota(first, first + count), trial);
+    std::vector<std::uint64_t> seeds(count);
+    std::iota(seeds.begin(), seeds.end(), first);
+    tryOutSilently(seeds, trial);
 }
 
 inline void expectNothingBroken(const Findings& findings)
