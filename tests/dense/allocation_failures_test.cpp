@@ -1,6 +1,7 @@
 // Views and printing of the dense classes under a memory that refuses each of its requests in turn, those of
 // blocks as those of strings: the objects stay as they were, and nothing is left behind.
 
+#include "tests/dense/dense_twins.h"
 #include "tests/support/refused_memory.h"
 
 #include <lintrix/complex/cmatrix.h>
@@ -15,19 +16,6 @@
 
 namespace Velmar::Lintrix::testing {
 namespace {
-
-struct Real {
-    using M = Matrix;
-    using V = Vector;
-    using Cell = double;
-    static Cell cell(double x) { return x; }
-};
-struct ComplexCells {
-    using M = CMatrix;
-    using V = CVector;
-    using Cell = Complex;
-    static Cell cell(double x) { return {x, -2.0 * x}; }
-};
 
 /// What a refused request may end in: the block's own failure, and that of strings.
 void expectFailureOfMemory()

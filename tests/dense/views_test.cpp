@@ -2,6 +2,7 @@
 // expected is written out, or follows from the operators that make new objects.
 
 #include "tests/dense/dense_support.h"
+#include "tests/dense/dense_twins.h"
 #include "tests/support/expect_failure.h"
 
 #include <lintrix/complex/cmatrix.h>
@@ -20,19 +21,6 @@
 
 namespace Velmar::Lintrix::testing {
 namespace {
-
-struct Real {
-    using M = Matrix;
-    using V = Vector;
-    using Cell = double;
-    static Cell cell(double x) { return x; }
-};
-struct ComplexCells {
-    using M = CMatrix;
-    using V = CVector;
-    using Cell = Complex;
-    static Cell cell(double x) { return {x, -2.0 * x}; }
-};
 
 /// 1, 2, 3, ... column after column, times the twin's unit.
 template <class Twin>
