@@ -278,7 +278,7 @@ Factor<T> factorIn(Handle handle, int mnum)
     return {.lower = lower,
             .upper = isSymmetric(control) ? nullptr : lower + control[WideWord::LowerElements],
             .rowExchange = entry.exchanges,
-            .columnExchange = entry.exchanges + control[Word::Order]};
+            .columnExchange = entry.exchanges ? entry.exchanges + control[Word::Order] : nullptr};
 }
 
 void keepFactor(const Arguments& call, Handle handle, const FactorRules& rules)
