@@ -238,12 +238,57 @@ private:
         const M B = given ? *given : A * *known;
         // A wide system is answered by its shortest solution, which a known one need not be.
         const bool isUnique = known && A.Rows() >= A.Cols();
+        const ColumnUnits<Cell> units(B);
+        M own(B);
+        units.divide(own);
         WorkScope::expect(cost().operations);
-        Answer<M> found = solveDense(A, B);
+        Answer<M> found = solveDense(A, own, options_.errorBounds > 0);
         ++factorizations_;
         finish("solve");
-        const Quality quality = found.status == Status::Solved ? judge(A, *found.x, B) : Quality();
-        return told(found, A, quality, isUnique ? known : nullptr);
+        if (found.status != Status::Solved) return told(found, A, {});
+        return judged(A, found, own, units, isUnique ? known : nullptr);
+    }
+
+    /// The worst of the columns counts, and the probe. B in `units`, as `found` is.
+    SystemAnswer<Cell> judged(const M& A, Answer<M>& found, const M& B, const ColumnUnits<Cell>& units,
+                              const M* known) const
+    {
+        const std::vector<Quality> ofColumns = judgeColumns(A, *found.x, B);
+        units.multiply(*found.x);
+        if (!units.areFinite(*found.x)) found.status = Status::NotFinite;
+        Quality worst;
+        std::vector<ColumnQuality> columns;
+        for (std::size_t j = 0; j < ofColumns.size(); ++j) {
+            const Quality& column = ofColumns[j];
+            if (units.isFinite(j)) worst = worse(worst, column);
+            columns.push_back({Verdict::Failed, column.judged(), std::numeric_limits<double>::quiet_NaN()});
+            if (!found.errorBounds.empty()) columns.back().errorBound = found.errorBounds[j];
+        }
+        SystemAnswer<Cell> answer = told(found, A, worst, units.allFinite() ? known : nullptr);
+        if (!answer.x) return answer;
+        const double probeError = worseError(*answer.probeError, answer.knownError);
+        for (std::size_t j = 0; j < columns.size(); ++j)
+            if (units.isFinite(j)) columns[j].verdict = verdictOf(columns[j], probeError);
+        answer.columns = std::move(columns);
+        lowerToWorst(answer, &units);
+        return answer;
+    }
+
+    static Quality worse(const Quality& one, const Quality& other)
+    {
+        Quality worst{.residual = largerOrNaN(one.residual, other.residual)};
+        if (other.normalResidual)
+            worst.normalResidual = largerOrNaN(one.normalResidual.value_or(0.0), *other.normalResidual);
+        return worst;
+    }
+
+    /// A bound that could not be had takes the best verdict away, and no more.
+    static Verdict verdictOf(const ColumnQuality& column, double probeError)
+    {
+        const Verdict byProbe = roads::verdictOf(column.backwardError, probeError);
+        if (!column.errorBound) return byProbe;
+        if (!std::isfinite(*column.errorBound)) return std::max(byProbe, Verdict::Degraded);
+        return roads::verdictOf(column.backwardError, worseError(probeError, column.errorBound));
     }
 
     /// Residuals and errors; an answer that does not solve its system is told to be inaccurate, one without a
@@ -267,7 +312,7 @@ private:
             answer.complaint = explain(found, A, quality);
             return answer;
         }
-        answer.verdict = verdictOf(quality.judged(), quality.error);
+        answer.verdict = roads::verdictOf(quality.judged(), quality.error);
         if (answer.verdict == Verdict::Degraded) answer.reason = "ill-conditioned";
         answer.x = std::move(found.x);
         return answer;

@@ -163,13 +163,14 @@ private:
         return B;
     }
 
-    /// The shortest solution of a wide system lies in the row space.
-    M probeFor(TransposeMode op) const
+    /// Of a tall system in the units of its columns. The shortest solution of a wide one lies in the row
+    /// space, op(A)^H*y, y in the units of the rows.
+    M probeFor(const LeastSquares<Cell>& solver, TransposeMode op) const
     {
-        const std::int32_t n = A_.Rows() + A_.Cols() - rowsOf(op);
-        if (rowsOf(op) >= n && !isDeficient_) return probeSolution<Cell>(n);
+        const std::int32_t m = rowsOf(op), n = A_.Rows() + A_.Cols() - m;
+        if (m >= n && !isDeficient_) return inUnits(probeSolution<Cell>(n), solver);
+        const M y = m < n ? inUnits(probeSolution<Cell>(m), solver) : probeSolution<Cell>(m);
         M probe(n, 1);
-        const M y = probeSolution<Cell>(rowsOf(op));
         ForEachEntry(A_, [&](std::int32_t row, std::int32_t col, const Cell& value) {
             // op(A)^H*y
             if (op == TransposeMode::NotTransposed)
@@ -180,12 +181,19 @@ private:
         return probe;
     }
 
+    static M inUnits(M column, const LeastSquares<Cell>& solver)
+    {
+        const std::vector<double>& scales = solver.scales();
+        for (std::size_t k = 0; k < scales.size(); ++k) cellsOf(column)[k] *= scales[k];
+        return column;
+    }
+
     /// Once more where the first one shows that A is deficient: its solution has to be the shortest then.
     double errorOfProbe(LeastSquares<Cell>& solver, TransposeMode op)
     {
         for (;;) {
             const bool wasDeficient = isDeficient_;
-            const M probe = probeFor(op);
+            const M probe = probeFor(solver, op);
             const M back = columnOf(solver.solve(cellsOf(productOf(probe, op)).data()));
             isDeficient_ = isDeficient_ || showsDeficiency(solver, probe - back, op);
             if (isDeficient_ == wasDeficient) return probeError(probe, back);
@@ -209,7 +217,8 @@ private:
         bool hasNumbers = true; ///< for a right-hand side
         bool isFinite = true;   ///< x
         bool isSettled = true;
-        double residual = 0.0, normalResidual = 0.0, error = 0.0;
+        double residual = 0.0, normalResidual = 0.0;
+        std::optional<double> errorBound{};
     };
 
     /// A right-hand side that is not finite has no solution, and leaves the others alone.
@@ -230,7 +239,7 @@ private:
             const std::optional<LeastSquaresRank> rank = solver.knownRank();
             isDeficient_ = isDeficient_ || (rank && rank->deficient);
             solved.push_back({true, allFinite(columnOf(found)), found.settled, found.backwardError,
-                              found.consistent ? 0.0 : found.normalResidual, errorEstimate(found)});
+                              found.consistent ? 0.0 : found.normalResidual, found.errorBound});
             answer.residual = larger(*answer.residual, found.backwardError);
             answer.normalResidual = larger(*answer.normalResidual, solved.back().normalResidual);
             answer.krylovSteps += found.iterations;
@@ -238,13 +247,6 @@ private:
             answer.road = nameOf(found.method);
         }
         return answer;
-    }
-
-    /// Of an x whose residual is no rounding, which the probe does not see, since it leaves none. 0 of
-    /// others.
-    double errorEstimate(const Answer& found) const
-    {
-        return found.consistent || isDeficient_ ? 0.0 : found.correction;
     }
 
     /// NaN where one of them is.
@@ -276,22 +278,39 @@ private:
     ColumnQuality qualityOf(const Solved& column, const SystemAnswer<Cell>& answer,
                             const std::optional<LeastSquaresRank>& rank) const
     {
-        constexpr double kEps = std::numeric_limits<double>::epsilon();
         if (!column.hasNumbers) return {Verdict::Failed, kNaN, kNaN, {}, "the right-hand side is not finite"};
-        const double error = worseError(worseError(*answer.probeError, answer.knownError), column.error);
+        const double known = worseError(*answer.probeError, answer.knownError),
+                     error = isBounded(column) ? worseError(known, column.errorBound) : known;
         ColumnQuality quality{verdictOf(column.isSettled ? 0.0 : column.residual, error), column.residual,
                               kNaN};
+        if (options_.errorBounds > 0) quality.errorBound = column.errorBound;
         if (!column.isFinite) quality.verdict = Verdict::Failed;
-        const bool isDoubtful = isDeficient_ || (rank && rank->condition * kEps > kFewDigits);
-        if (isDoubtful) quality.verdict = std::max(quality.verdict, Verdict::Degraded);
-        if (quality.verdict == Verdict::Accurate) return quality;
-        if (isDeficient_)
-            quality.reason = "rank-deficient: the shortest of many solutions";
-        else if (!column.isSettled)
-            quality.reason = "residual of the normal equations " + numberInWords(column.normalResidual);
-        else
-            quality.reason = "ill-conditioned";
+        if (isDoubtful(column, rank)) quality.verdict = std::max(quality.verdict, Verdict::Degraded);
+        if (quality.verdict != Verdict::Accurate) quality.reason = reasonOf(column);
         return quality;
+    }
+
+    static bool isBounded(const Solved& column)
+    {
+        return column.errorBound && std::isfinite(*column.errorBound);
+    }
+
+    bool isDoubtful(const Solved& column, const std::optional<LeastSquaresRank>& rank) const
+    {
+        constexpr double kEps = std::numeric_limits<double>::epsilon();
+        if (isDeficient_) return true;
+        if (column.errorBound) return !(*column.errorBound <= kFewDigits);
+        return rank && rank->condition * kEps > kFewDigits;
+    }
+
+    std::string reasonOf(const Solved& column) const
+    {
+        if (isDeficient_) return "rank-deficient: the shortest of many solutions";
+        if (!column.isSettled)
+            return "residual of the normal equations " + numberInWords(column.normalResidual);
+        if (!column.errorBound || *column.errorBound <= kFewDigits) return "ill-conditioned";
+        return isBounded(column) ? "ill-conditioned, error up to " + numberInWords(*column.errorBound)
+                                 : "the error cannot be bounded";
     }
 
     void finish(std::string_view step) const

@@ -1,7 +1,8 @@
 #include <lintrix/systems/least_squares/least_squares.h>
 
 #include <lintrix/services/blas.h>
-#include <lintrix/systems/least_squares/augmented_system.h>
+#include <lintrix/systems/quality/residual.h>
+#include <lintrix/systems/verdict.h>
 
 #include <algorithm>
 #include <array>
@@ -90,7 +91,9 @@ public:
     void iterateScaled();
     void iteratePlain(std::int32_t limit);
     void projectToRange(NormalEquations<Cell>& inverse);
-    void estimateError(NormalEquations<Cell>& inverse);
+    RefinedColumn refineBy(const AugmentedEquations<Cell>& equations, LeastSquaresMethod method);
+    bool bound(double error);
+    const Answer& best() const { return best_; }
 
 private:
     bool step(NormalEquations<Cell>& inverse, std::vector<Cell>& change);
@@ -172,14 +175,28 @@ bool LeastSquares<Cell>::Attempt::step(NormalEquations<Cell>& inverse, std::vect
     return true;
 }
 
+/// The best answer of a tall system, by residuals in twice the working precision.
 template <class Cell>
-void LeastSquares<Cell>::Attempt::estimateError(NormalEquations<Cell>& inverse)
+RefinedColumn LeastSquares<Cell>::Attempt::refineBy(const AugmentedEquations<Cell>& equations,
+                                                    LeastSquaresMethod method)
 {
-    if (best_.consistent || best_.stopped) return;
-    std::vector<Cell> change(g_.size());
-    if (!step(inverse, change)) return;
-    const double left = norm(change);
-    best_.correction = left == 0.0 ? 0.0 : left / norm(best_.x);
+    const bool wasSettled = best_.settled;
+    best_.method = method;
+    const RefinedColumn refined = refine(equations, false, 1, b_, best_.x.data()).front();
+    measure(best_);
+    best_.settled |= wasSettled;
+    return refined;
+}
+
+/// An error that leaves most digits settles an answer, whatever of A^H*r rounding hides.
+/// @return  whether this one does
+template <class Cell>
+bool LeastSquares<Cell>::Attempt::bound(double error)
+{
+    best_.errorBound = std::min(error, best_.errorBound.value_or(HUGE_VAL));
+    const bool isGood = *best_.errorBound <= kFewDigits;
+    best_.settled |= isGood;
+    return isGood;
 }
 
 /// t + M*w = f, M^H*t = g, with f = b, g = 0 and the answer w, or of a wide A with f = 0, g = b and the
@@ -198,7 +215,7 @@ void LeastSquares<Cell>::Attempt::refineAugmented(AugmentedSystem<Cell>& augment
         for (std::size_t i = 0; i < p; ++i) f[i] = (wide ? Cell{} : b_[i]) - t[i] - f[i];
         M_.adjointTimes(t.data(), g.data());
         for (std::size_t j = 0; j < q; ++j) g[j] = (wide ? b_[j] : Cell{}) - g[j];
-        if (!augmented.solve(f.data(), g.data(), dt.data(), dw.data())) return;
+        augmented.solve(f.data(), g.data(), dt.data(), dw.data());
         addTo(dt, t);
         addTo(dw, w);
         Answer next{wide ? t : w};
@@ -461,7 +478,6 @@ LeastSquaresAnswer<Cell> LeastSquares<Cell>::solve(const Cell* b)
     else
         solveRegular(attempt);
     if (!attempt.done()) attempt.iterateScaled();
-    if (factorized_ && !rank_.deficient) attempt.estimateError(*inverse_);
     return attempt.take();
 }
 
@@ -490,23 +506,96 @@ void LeastSquares<Cell>::solveDeficient(Attempt& attempt)
     attempt.projectToRange(*inverse_);
 }
 
-/// The augmented system begins with a fair alpha; where that does not settle it, with the one that the
-/// condition asks for.
+/// Of a tall A of full rank an answer is good once its error is bounded, of a wide one when its residual is.
+/// The augmented system begins with a fair alpha; where that does not do, with the one that the condition
+/// asks for.
 template <class Cell>
 void LeastSquares<Cell>::solveRegular(Attempt& attempt)
 {
     if (!factorized_) return;
     attempt.refineByNormalEquations(*inverse_);
-    if (!attempt.done()) attempt.iterate(*inverse_);
-    if (attempt.done()) return;
-    AugmentedSystem<Cell> augmented(M_);
-    if (!augmented.analysed() || !hasRoomFor(augmented.forecast().bytes, forecast_->bytes) ||
-        augmented.forecast().operations > std::max(kCheapFactor, kBearableCost * forecast_->operations))
-        return;
-    for (const double alpha : {kFairAlpha, std::sqrt(inverse_->bound()) / rank_.condition}) {
-        if (augmented.factorize(alpha)) attempt.refineAugmented(augmented);
-        if (attempt.done()) return;
+    if (isGoodByNormalEquations(attempt)) return;
+    if (!attempt.done()) {
+        attempt.iterate(*inverse_);
+        if (isGoodByNormalEquations(attempt)) return;
     }
+    AugmentedSystem<Cell>* const augmented = augmentedOnce();
+    if (augmented == nullptr) return;
+    for (const double alpha : {kFairAlpha, std::sqrt(inverse_->bound()) / rank_.condition}) {
+        if (!augmented->factorize(alpha)) continue;
+        if (!attempt.done()) attempt.refineAugmented(*augmented);
+        if (isGoodByAugmentedSystem(attempt)) return;
+    }
+}
+
+/// Where its factor costs bearably more than that of the normal equations.
+template <class Cell>
+AugmentedSystem<Cell>* LeastSquares<Cell>::augmentedOnce()
+{
+    if (!askedForAugmented_) {
+        auto made = std::make_unique<AugmentedSystem<Cell>>(M_);
+        const double most = std::max(kCheapFactor, kBearableCost * forecast_->operations);
+        if (made->analysed() && made->forecast().operations <= most) augmented_ = std::move(made);
+        askedForAugmented_ = true;
+    }
+    const bool hasRoom = augmented_ && hasRoomFor(augmented_->forecast().bytes, forecast_->bytes);
+    return hasRoom ? augmented_.get() : nullptr;
+}
+
+template <class Cell>
+AugmentedEquations<Cell> LeastSquares<Cell>::equations(typename AugmentedEquations<Cell>::Solve solve) const
+{
+    const auto view = [](const RowsView<Cell>& rows) {
+        return AnyMatrix<Cell>(rows.rows, rows.cols, rows.a, rows.ia, rows.ja);
+    };
+    return {view(M_.rows()), TransposeMode::NotTransposed, view(M_.columns()), TransposeMode::NotTransposed,
+            std::move(solve)};
+}
+
+/// By solves of a backward stable factor.
+template <class Cell>
+double LeastSquares<Cell>::boundOf(const RefinedColumn& column, const Answer& answer) const
+{
+    const AugmentedEquations<Cell> views = equations({});
+    const std::int32_t longest =
+        std::max(longestRow(views.tall, views.op), longestRow(views.wide, views.adjointOp));
+    double largestTerm = 0.0;
+    for (std::size_t j = 0; j < columnNorms_.size(); ++j)
+        largestTerm = std::max(largestTerm, columnNorms_[j] * std::abs(answer.x[j]));
+    return detail::boundOf(column, longest + 1.0, rank_.condition, largestTerm);
+}
+
+/// W sees a correction in a direction of singular value s too small by s^2/(s^2 + shift).
+template <class Cell>
+bool LeastSquares<Cell>::isGoodByNormalEquations(Attempt& attempt)
+{
+    if (M_.isAdjoint() || attempt.best().stopped) return attempt.done();
+    std::vector<Cell> g(M_.scale().size()), y(static_cast<std::size_t>(m_));
+    const auto solve = [&](std::int32_t, Cell* F, Cell* G) {
+        M_.adjointTimes(F, g.data());
+        for (std::size_t j = 0; j < g.size(); ++j) g[j] -= G[j];
+        if (!inverse_->apply(g.data(), G))
+            std::fill_n(G, g.size(), Cell(std::numeric_limits<double>::quiet_NaN()));
+        M_.times(G, y.data());
+        for (std::size_t i = 0; i < y.size(); ++i) F[i] -= y[i];
+    };
+    const RefinedColumn refined = attempt.refineBy(equations(solve), attempt.best().method);
+    const double unseen = kShift * rank_.condition * rank_.condition;
+    return attempt.bound((1.0 + unseen) * boundOf(refined, attempt.best()));
+}
+
+template <class Cell>
+bool LeastSquares<Cell>::isGoodByAugmentedSystem(Attempt& attempt)
+{
+    if (M_.isAdjoint() || attempt.best().stopped) return attempt.done();
+    std::vector<Cell> t(static_cast<std::size_t>(m_)), w(M_.scale().size());
+    const auto solve = [&](std::int32_t, Cell* F, Cell* G) {
+        augmented_->solve(F, G, t.data(), w.data());
+        std::ranges::copy(t, F);
+        std::ranges::copy(w, G);
+    };
+    const RefinedColumn refined = attempt.refineBy(equations(solve), LeastSquaresMethod::AugmentedSystem);
+    return augmented_->replacedPivots() == 0 && attempt.bound(boundOf(refined, attempt.best()));
 }
 
 template class LeastSquares<double>;

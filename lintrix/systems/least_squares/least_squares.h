@@ -3,7 +3,9 @@
 /// Sparse systems that are not square: least squares and least norm, with what is known of the answer.
 
 #include <lintrix/systems/iterations/lsmr.h>
+#include <lintrix/systems/least_squares/augmented_system.h>
 #include <lintrix/systems/least_squares/normal_equations.h>
+#include <lintrix/systems/quality/augmented_refinement.h>
 #include <lintrix/systems/structure/column_block.h>
 
 #include <complex>
@@ -37,9 +39,8 @@ struct LeastSquaresAnswer {
     /// solves a problem whose columns, and in the latter case b, are changed by so much. 1 where x is worse
     /// than 0.
     double backwardError = 0.0;
-    /// ||(A^H*A)^-1 * A^H*r|| / ||x|| by the factor, if there is one of a regular A: what is left of A^H*r
-    /// moves x by so much, in whatever units its elements are.
-    double correction = 0.0;
+    /// On the error of x beside x, infinity norms, where A is tall and of full rank and has a factor.
+    std::optional<double> errorBound{};
     bool consistent = false; ///< ||r|| is rounding: a few eps*(s + ||b||)
     /// That, or normalResidual is rounding: below 1e-13, or, r being no small part of b, below a few
     /// eps*s/||r||, since r is known to eps*s only.
@@ -89,6 +90,9 @@ public:
     /// Of the factor that `solve` will make; nothing where there will be none, but LSMR alone.
     const std::optional<FactorForecast>& forecast() const noexcept { return forecast_; }
 
+    /// Powers of two by which the columns of a tall A, the rows of a wide one are scaled.
+    const std::vector<double>& scales() const noexcept { return M_.scale(); }
+
     /// b of length m. What the listener of `WorkScope` raises leaves a prepared object as it is; else it can
     /// only be destroyed.
     LeastSquaresAnswer<Cell> solve(const Cell* b);
@@ -115,6 +119,11 @@ private:
     bool hasRoomFor(double bytes, double held) const { return !memoryLeft_ || bytes <= memoryLeft_(held); }
     void solveRegular(Attempt& attempt);
     void solveDeficient(Attempt& attempt);
+    double boundOf(const RefinedColumn& column, const Answer& answer) const;
+    bool isGoodByNormalEquations(Attempt& attempt);
+    bool isGoodByAugmentedSystem(Attempt& attempt);
+    AugmentedEquations<Cell> equations(typename AugmentedEquations<Cell>::Solve solve) const;
+    AugmentedSystem<Cell>* augmentedOnce();
 
     TallMatrix<Cell> M_;
     LinearMap<Cell> A_;
@@ -123,6 +132,8 @@ private:
     std::function<double(double held)> memoryLeft_;
     std::unique_ptr<NormalEquations<Cell>> inverse_; // none where it cannot be had
     std::optional<FactorForecast> forecast_;
+    std::unique_ptr<AugmentedSystem<Cell>> augmented_; // once it was asked for; likewise
+    bool askedForAugmented_ = false;
     std::vector<double> columnNorms_; // of A
     LeastSquaresRank rank_;
     bool prepared_ = false, factorized_ = false;

@@ -13,9 +13,8 @@ namespace Velmar::Lintrix::detail {
 namespace {
 
 constexpr std::int32_t kAnalysis = 11, kFactorization = 22, kSolve = 33;
-constexpr int kPivotExponent = 20;        // quasi-definite: no pivot is small but by the shift
-constexpr int kMatchedPivotExponent = 12; // replaced are pivots that rounding could have made
-constexpr double kManyOperations = 1e9;   // a second order then costs less than it may save
+constexpr int kPivotExponent = 20;      // quasi-definite: no pivot is small but by the shift
+constexpr double kManyOperations = 1e9; // a second order then costs less than it may save
 
 template <class Cell>
 std::int32_t mtypeOf(FactorKind kind)
@@ -32,13 +31,12 @@ SymmetricFactor<Cell>::analysedInOrder(FactorKind kind, FillInReducingMethod ord
 {
     EngineSession session(mtypeOf<Cell>(kind), EngineMatrix{order(), a.data(), ia.data(), ja.data()});
     using enum PardisoParameter;
-    const bool matched = kind == FactorKind::Matched;
     const std::initializer_list<std::pair<PardisoParameter, int>> values{
         {CallersValues, 1},
         {Ordering, static_cast<int>(ordering)},
-        {PivotExponent, matched ? kMatchedPivotExponent : kPivotExponent},
-        {Scaling, matched ? 1 : 0},
-        {Matching, matched ? 1 : 0},
+        {PivotExponent, kPivotExponent},
+        {Scaling, 0},
+        {Matching, 0},
         {SymmetricPivoting, 1},
         {FactorNonZeros, -1},
         {RefinementOff, 1}}; // who solves, refines
@@ -69,12 +67,6 @@ bool SymmetricFactor<Cell>::analyse(FactorKind kind)
     session_ = std::move(best->session);
     forecast_ = best->forecast;
     return true;
-}
-
-template <class Cell>
-std::int32_t SymmetricFactor<Cell>::replacedPivots() const
-{
-    return session_->iparm(PardisoParameter::PerturbedPivots);
 }
 
 template <class Cell>

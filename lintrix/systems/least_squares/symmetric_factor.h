@@ -23,7 +23,6 @@ struct FactorForecast {
 enum class FactorKind {
     Definite,   ///< Cholesky
     Indefinite, ///< L*D*L^H with pivots of one and two columns, as the order stands
-    Matched,    ///< the same after matching and scaling by the values
 };
 
 /// The one-based upper triangle, each row from its diagonal on; the values may change between factorizations.
@@ -36,15 +35,13 @@ public:
     /// In the order of minimum degree, and where that makes much work, of nested dissection if it makes less.
     /// @return whether the engine could; false without memory for it, too
     bool analyse(FactorKind kind);
-    /// Of the values as they stand, as the kind of the analysis or, of the same pattern, another unmatched
-    /// one.
+    /// Of the values as they stand, as either kind, whichever the analysis was of.
     bool factorize(FactorKind kind);
     /// x = K^-1 b, without refinement. @return whether the engine could
     bool solve(const Cell* b, Cell* x);
 
     std::int32_t order() const noexcept { return static_cast<std::int32_t>(ia.size()) - 1; }
     const FactorForecast& forecast() const noexcept { return forecast_; }
-    std::int32_t replacedPivots() const;
     std::int32_t negativePivots() const;
 
 private:

@@ -9,21 +9,6 @@
 
 namespace Velmar::Lintrix::detail {
 
-namespace {
-
-constexpr double kEvenEnough = 1024.0;
-
-/// 2^k with norm*2^k in (1/2, 1]; 1 where there is no norm.
-double powerFor(double norm)
-{
-    if (!(norm > 0.0) || !std::isfinite(norm)) return 1.0;
-    int exponent = 0;
-    const double fraction = std::frexp(norm, &exponent);
-    return std::ldexp(1.0, std::min(fraction == 0.5 ? 1 - exponent : -exponent, 1000));
-}
-
-} // namespace
-
 /// A product with several columns reads A once for four of them, but runs on one thread.
 template <class Cell>
 void multiplyColumns(const RowsView<Cell>& A, bool adjoint, std::int32_t columns, const Cell* x, Cell* y)
@@ -44,8 +29,7 @@ void multiplyColumns(const RowsView<Cell>& A, bool adjoint, std::int32_t columns
 template <class Cell>
 TallMatrix<Cell>::TallMatrix(const RowsView<Cell>& A)
     : adjoint_(A.rows < A.cols), otherCells_(static_cast<std::size_t>(A.entries())),
-      otherStarts_(static_cast<std::size_t>(A.cols) + 1, 1), otherColumns_(otherCells_.size()),
-      scale_(static_cast<std::size_t>(std::min(A.rows, A.cols)), 1.0)
+      otherStarts_(static_cast<std::size_t>(A.cols) + 1, 1), otherColumns_(otherCells_.size())
 {
     const std::int64_t count = A.entries();
     for (std::int64_t k = 0; k < count; ++k) ++otherStarts_[static_cast<std::size_t>(A.ja[k])];
@@ -68,25 +52,20 @@ template <class Cell>
 void TallMatrix<Cell>::measureColumns()
 {
     norm_ = blas::nrm2(static_cast<int>(columns_.entries()), columns_.a, 1);
-    std::vector<double> norms(scale_.size());
-    double least = HUGE_VAL, largest = 0.0;
+    std::vector<double> norms;
+    norms.reserve(static_cast<std::size_t>(columns_.rows));
     for (std::int32_t j = 0; j < columns_.rows; ++j) {
         const std::int32_t start = columns_.ia[j] - 1;
-        const double length = blas::nrm2(columns_.ia[j + 1] - 1 - start, columns_.a + start, 1);
-        norms[static_cast<std::size_t>(j)] = length;
-        if (length > 0.0) least = std::min(least, length);
-        largest = std::max(largest, length);
+        norms.push_back(blas::nrm2(columns_.ia[j + 1] - 1 - start, columns_.a + start, 1));
     }
-    commonScale_ = powerFor(largest);
-    evened_ = largest > kEvenEnough * least;
-    for (std::size_t j = 0; j < norms.size(); ++j) scale_[j] = evened_ ? powerFor(norms[j]) : commonScale_;
+    scales_ = ColumnScales(norms);
 }
 
 template <class Cell>
 void TallMatrix<Cell>::scaleAlike()
 {
-    evened_ = false;
-    std::fill(scale_.begin(), scale_.end(), commonScale_);
+    scales_.differ = false;
+    std::ranges::fill(scales_.scale, scales_.common);
 }
 
 template <class Cell>

@@ -5,6 +5,7 @@
 #include <lintrix/services/export.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/linear_map.h>
+#include <lintrix/systems/quality/column_scales.h>
 
 #include <complex>
 #include <cstdint>
@@ -30,9 +31,7 @@ void multiplyColumns(const RowsView<Cell>& A, bool adjoint, std::int32_t columns
 /// M with p rows and q <= p columns: A itself where it is tall or square, else A^H. Its rows and those of M^H
 /// are at hand, so that both products run along rows and on all threads.
 ///
-/// D = diag(scale) evens out the columns of M: powers of two, with which the columns of M*D have norms in
-/// (1/2, 1]. Where the norms lie within a factor of 2^10 anyway all scales are equal, since a solution of
-/// least norm is then least without D, too.
+/// D = diag(scale) evens out the columns of M (see `ColumnScales`).
 template <class Cell>
 class LINTRIX_TESTABLE TallMatrix {
 public:
@@ -45,9 +44,9 @@ public:
     const RowsView<Cell>& rows() const noexcept { return rows_; }       ///< of M
     const RowsView<Cell>& columns() const noexcept { return columns_; } ///< the rows of M^H
     double norm() const noexcept { return norm_; }                      ///< ||A||_F; NaN or infinite as A is
-    const std::vector<double>& scale() const noexcept { return scale_; }
-    bool isEvened() const noexcept { return evened_; } ///< the scales differ
-    void scaleAlike();                                 ///< gives all columns the largest column's scale
+    const std::vector<double>& scale() const noexcept { return scales_.scale; }
+    bool isEvened() const noexcept { return scales_.differ; }
+    void scaleAlike(); ///< gives all columns the largest column's scale
 
     void times(const Cell* x, Cell* y) const;        ///< y = M*x
     void adjointTimes(const Cell* x, Cell* y) const; ///< y = M^H*x
@@ -56,12 +55,12 @@ public:
 private:
     void measureColumns();
 
-    bool adjoint_, evened_ = false;
+    bool adjoint_;
     std::vector<Cell> otherCells_; // the rows of A^H
     std::vector<std::int32_t> otherStarts_, otherColumns_;
     RowsView<Cell> rows_, columns_;
-    std::vector<double> scale_;
-    double norm_ = 0.0, commonScale_ = 1.0;
+    ColumnScales scales_;
+    double norm_ = 0.0;
 };
 
 extern template class TallMatrix<double>;

@@ -22,6 +22,12 @@ class LINTRIX_TESTABLE AnyMatrix {
 public:
     explicit AnyMatrix(const CompressedMatrix<Cell>& matrix);
     explicit AnyMatrix(const MatrixOf<Cell>& matrix);
+    /// Compressed rows, one-based.
+    AnyMatrix(std::int32_t rows, std::int32_t cols, const Cell* values, const std::int32_t* starts,
+              const std::int32_t* places) noexcept
+        : rows_(rows), cols_(cols), values_(values), starts_(starts), places_(places)
+    {
+    }
 
     std::int32_t rows() const noexcept { return rows_; }
     std::int32_t cols() const noexcept { return cols_; }

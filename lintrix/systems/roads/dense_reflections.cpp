@@ -13,6 +13,7 @@
 #include <limits>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -106,7 +107,20 @@ template <class Cell>
 DenseReflections<Cell>::DenseReflections(const MatrixOf<Cell>& A)
     : wide_(A.Rows() < A.Cols()), reflections_(tallOf(A, wide_)), scalars_(shorter())
 {
+    evenColumns();
     PanelReflection<Cell>(reflections_, scalars_.get()).run();
+}
+
+template <class Cell>
+void DenseReflections<Cell>::evenColumns()
+{
+    std::vector<double> lengths;
+    for (std::int32_t j = 0; j < shorter(); ++j)
+        lengths.push_back(euclideanNorm(columnCells(reflections_, j).data(), longer()));
+    scales_ = ColumnScales(lengths);
+    if (!scales_.differ) return;
+    for (std::int32_t j = 0; j < shorter(); ++j)
+        for (Cell& cell : columnCells(reflections_, j)) cell *= scales_.scale[static_cast<std::size_t>(j)];
 }
 
 template <class Cell>
@@ -129,27 +143,25 @@ void DenseReflections<Cell>::divideByTriangle(char op, std::int32_t columns, Cel
 
 /// X := Q*X or Q^H*X, q rows.
 template <class Cell>
-void DenseReflections<Cell>::reflect(bool adjoint, MatrixOf<Cell>& X) const
+void DenseReflections<Cell>::reflect(bool adjoint, std::int32_t columns, Cell* x) const
 {
     const double each = 2.0 * kPerCell<Cell> * longer() * shorter();
     const auto most = static_cast<std::int32_t>(std::clamp(kStretch / each, 1.0, 1e3));
     const Block<Cell> work(workCells(most));
-    for (std::int32_t j = 0; j < X.Cols(); j += most) {
+    for (std::int32_t j = 0; j < columns; j += most) {
         WorkScope::tell();
         int info = 0;
-        lapack::ormqr('L', adjoint ? kAdjoint<Cell> : 'N', longer(), std::min(most, X.Cols() - j), shorter(),
-                      AccessTo<Cell>::cells(reflections_), longer(), scalars_.get(), columnCells(X, j).data(),
-                      longer(), work.get(), workCells(most), info);
+        lapack::ormqr('L', adjoint ? kAdjoint<Cell> : 'N', longer(), std::min(most, columns - j), shorter(),
+                      AccessTo<Cell>::cells(reflections_), longer(), scalars_.get(),
+                      x + std::int64_t{longer()} * j, longer(), work.get(), workCells(most), info);
     }
 }
 
-/// No diagonal element of any triangle with R^H*R is smaller than the smallest singular value, which is at
-/// least 1/(sqrt(p)*||R^-1||_1), and the first pivot is the length of the longest column. An estimate of the
-/// norm is seldom below a third of it.
+/// The norm of R^-1 in the 1-norm is off by sqrt(p) at most, and the longest column of R is its norm, but for
+/// as much. An estimate of the former is seldom below a third of it.
 template <class Cell>
-bool DenseReflections<Cell>::isSurelyOfFullRank() const
+double DenseReflections<Cell>::condition() const
 {
-    constexpr double kAgainstEstimate = 100.0;
     const std::int32_t p = shorter();
     const auto divide = [this, p](char op) {
         return [this, p, op](std::int32_t columns, const Cell* x, Cell* y) {
@@ -161,8 +173,16 @@ bool DenseReflections<Cell>::isSurelyOfFullRank() const
     double longest = 0.0;
     for (std::int32_t j = 0; j < p; ++j)
         longest = std::max(longest, euclideanNorm(columnCells(reflections_, j).data(), j + 1));
-    const double limit = longer() * std::numeric_limits<double>::epsilon() * longest;
-    return kAgainstEstimate * std::sqrt(p) * normOfInverse * limit < 1.0;
+    return std::sqrt(p) * normOfInverse * longest;
+}
+
+/// No diagonal element of any triangle with R^H*R is smaller than the smallest singular value, which is at
+/// least 1/(sqrt(p)*||R^-1||_1), and the first pivot is the length of the longest column.
+template <class Cell>
+bool DenseReflections<Cell>::isSurelyOfFullRank() const
+{
+    constexpr double kAgainstEstimate = 100.0;
+    return kAgainstEstimate * longer() * std::numeric_limits<double>::epsilon() * condition() < 1.0;
 }
 
 template <class Cell>
@@ -176,6 +196,15 @@ std::int32_t DenseReflections<Cell>::rank() const
     return rank;
 }
 
+/// The first p of the rows times D.
+template <class Cell>
+void DenseReflections<Cell>::multiplyByScales(std::int32_t columns, Cell* x, std::int32_t rows) const
+{
+    if (!scales_.differ) return;
+    for (std::int32_t j = 0; j < columns; ++j, x += rows)
+        for (std::size_t i = 0; i < scales_.scale.size(); ++i) x[i] *= scales_.scale[i];
+}
+
 template <class Cell>
 MatrixOf<Cell> DenseReflections<Cell>::solve(const MatrixOf<Cell>& B) const
 {
@@ -183,18 +212,39 @@ MatrixOf<Cell> DenseReflections<Cell>::solve(const MatrixOf<Cell>& B) const
     MatrixOf<Cell> work = zeroColumns<Cell>(longer(), columns);
     for (std::int32_t j = 0; j < columns; ++j)
         std::ranges::copy(columnCells(B, j), columnCells(work, j).begin());
-    if (wide_) { // A = R^H*Q^H
-        divideByTriangle(kAdjoint<Cell>, columns, AccessTo<Cell>::cells(work), longer());
-        reflect(false, work);
+    Cell* const cells = AccessTo<Cell>::cells(work);
+    if (wide_) { // A = D^-1*R^H*Q^H
+        multiplyByScales(columns, cells, longer());
+        divideByTriangle(kAdjoint<Cell>, columns, cells, longer());
+        reflect(false, columns, cells);
         return work;
     }
-    reflect(true, work);
-    divideByTriangle('N', columns, AccessTo<Cell>::cells(work), longer());
+    reflect(true, columns, cells);
+    divideByTriangle('N', columns, cells, longer());
+    multiplyByScales(columns, cells, longer());
     MatrixOf<Cell> X(shorter(), columns);
     for (std::int32_t j = 0; j < columns; ++j)
         std::ranges::copy(columnCells(work, j).first(static_cast<std::size_t>(shorter())),
                           columnCells(X, j).begin());
     return X;
+}
+
+/// With h = Q^H*f, its first p rows h', and R^H*k = D*g: t = Q*[k; rest of h] and R*D^-1*w = h' - k.
+template <class Cell>
+void DenseReflections<Cell>::solveAugmented(std::int32_t columns, Cell* F, Cell* G) const
+{
+    const std::int32_t p = shorter();
+    multiplyByScales(columns, G, p);
+    divideByTriangle(kAdjoint<Cell>, columns, G, p);
+    reflect(true, columns, F);
+    for (std::int32_t j = 0; j < columns; ++j) {
+        Cell *const h = F + std::int64_t{longer()} * j, *const k = G + std::int64_t{p} * j;
+        std::swap_ranges(h, h + p, k);
+        for (std::int32_t i = 0; i < p; ++i) k[i] -= h[i];
+    }
+    reflect(false, columns, F);
+    divideByTriangle('N', columns, G, p);
+    multiplyByScales(columns, G, p);
 }
 
 template class DenseReflections<double>;

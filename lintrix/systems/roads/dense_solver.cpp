@@ -1,5 +1,6 @@
 #include <lintrix/systems/roads/dense_solver.h>
 
+#include <lintrix/systems/roads/dense_refinement.h>
 #include <lintrix/systems/roads/dense_reflections.h>
 #include <lintrix/systems/roads/words.h>
 
@@ -21,11 +22,13 @@ struct Probe {
     Block rightHand;
 };
 
-/// The shortest solution of a wide system lies in the row space: z = A^H*y.
+/// Of a tall system in the units of its columns. The shortest solution of a wide one lies in the row space:
+/// z = A^H*y, y in the units of the rows.
 template <class Block>
-Probe<Block> makeProbe(const Block& A)
+Probe<Block> makeProbe(const Block& A, const DenseReflections<ElementOf<Block>>& factors)
 {
     Block z = probeSolution<ElementOf<Block>>(std::min(A.Rows(), A.Cols()));
+    factors.multiplyByScales(z);
     if (A.Rows() < A.Cols()) {
         Block shortest(A.Cols(), 1);
         Block::Multiply(1.0, TransposeMode::ConjugateTransposed, A, TransposeMode::NotTransposed, z, 0.0,
@@ -64,11 +67,10 @@ std::string_view nameOf(Status status)
 }
 
 template <class Block>
-Answer<Block> solveDense(const Block& A, const Block& B)
+Answer<Block> solveDense(const Block& A, const Block& B, bool bounded)
 {
     Answer<Block> answer;
     answer.road = A.Rows() > A.Cols() ? "QR (least squares)" : "LQ (minimum norm)";
-    const Probe<Block> probe = makeProbe(A);
     const DenseReflections<ElementOf<Block>> factors(A);
     if (!allFinite(factors.triangle())) {
         answer.status = Status::NotFinite;
@@ -80,6 +82,8 @@ Answer<Block> solveDense(const Block& A, const Block& B)
         return answer;
     }
     answer.x = factors.solve(B);
+    if (bounded) answer.errorBounds = refineAndBound(A, factors, B, *answer.x);
+    const Probe<Block> probe = makeProbe(A, factors);
     answer.probeError = errorOf(factors.solve(probe.rightHand), probe);
     if (!allFinite(*answer.x)) answer.status = Status::NotFinite;
     return answer;
@@ -111,8 +115,8 @@ std::string explain(const Answer<Block>& answer, const Block& A, const Quality& 
     return {};
 }
 
-template Answer<Matrix> solveDense(const Matrix&, const Matrix&);
-template Answer<CMatrix> solveDense(const CMatrix&, const CMatrix&);
+template Answer<Matrix> solveDense(const Matrix&, const Matrix&, bool);
+template Answer<CMatrix> solveDense(const CMatrix&, const CMatrix&, bool);
 template std::string explain(const Answer<Matrix>&, const Matrix&, const Quality&);
 template std::string explain(const Answer<CMatrix>&, const CMatrix&, const Quality&);
 

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -34,6 +35,7 @@ struct Answer {
     std::optional<Block> x{};           ///< n x nrhs; none when singular or rank-deficient
     std::optional<double> probeError{}; ///< largest error of z, relative to its largest element
     std::int32_t rank = 0;              ///< of a tall or wide matrix, to working precision
+    std::vector<double> errorBounds{};  ///< of each column, where they were asked for
 };
 
 /// X with A*X = B: tall in the least-squares sense by QR, wide with smallest norm by LQ.
@@ -41,10 +43,11 @@ struct Answer {
 /// Matrix::Solve settles only the first column of such a system, and nothing of a complex one; so these are
 /// factorized here. Their rank is that of a pivoted QR of the triangular factor: diagonal elements above
 /// max(m, n)*2^-52 times the first one count (Golub and Van Loan, Matrix Computations, 4th ed., section 5.5).
-/// What is done is told to the listener of `WorkScope`. @throws NotEnoughMemoryException, as
-/// `WorkScope::tell`
+/// With `bounded` the columns are refined, and their errors bounded (see `refineAndBound`); the probe is not,
+/// so that it tells what the condition takes. What is done is told to the listener of `WorkScope`.
+/// @throws NotEnoughMemoryException, as `WorkScope::tell`
 template <class Block>
-LINTRIX_TESTABLE Answer<Block> solveDense(const Block& A, const Block& B);
+LINTRIX_TESTABLE Answer<Block> solveDense(const Block& A, const Block& B, bool bounded = false);
 
 /// Why there is no good answer, in words; for a status other than Solved.
 template <class Block>

