@@ -26,6 +26,12 @@ using namespace roads;
 
 namespace {
 
+/// Of refinement, that a factor takes unasked.
+constexpr std::int32_t kUnaskedSteps = 2;
+
+/// A part of a correction that is too little to make a bound worse.
+constexpr double kLittle = 1.0 / 64;
+
 /// What is estimated is the small part of the bound that is left when the correction is known: the size will
 /// do, and one unit vector tells it.
 constexpr NormEstimation kQuick{.columns = 1, .iterations = 1};
@@ -114,8 +120,7 @@ struct Residuals {
 
 /// Some of the columns side by side, so that a solve serves them all.
 template <class Number>
-std::vector<Number> sideBySide(std::size_t n, std::span<const std::size_t> which,
-                               const std::vector<Number>& all)
+std::vector<Number> sideBySide(std::size_t n, std::span<const std::size_t> which, std::span<const Number> all)
 {
     std::vector<Number> some;
     some.reserve(n * which.size());
@@ -177,21 +182,71 @@ std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op,
 /// e^2 or e^3. So one step always comes near to d, and none is needed where d is smaller than any cube.
 Refining enoughFor(const FactorQuality& factor)
 {
-    constexpr double kLittle = 1.0 / 64, kNotRefined = 0.1 * kSureDrift * kSureDrift * kSureDrift;
+    constexpr double kNotRefined = 0.1 * kSureDrift * kSureDrift * kSureDrift;
     if (!factor.drift || !factor.condition || !(*factor.drift * *factor.condition <= kLittle))
         return Refining::Unasked;
     return *factor.drift <= kNotRefined ? Refining::Never : Refining::Once;
 }
 
+/// How the solves refine that tell what a factor is worth: where the drift is asked for it tells by itself
+/// when to.
+template <class Cell>
+Refining refiningFor(const Factored<Cell>& factor, const FactorQuestion& asked)
+{
+    return asked.shift && factor.refinesUnasked() ? Refining::Never : Refining::Unasked;
+}
+
+/// One correction goes with a solve of what the factor is worth, if nobody has asked for that yet. Else its
+/// block is filled up, where that tells on the bits: they do not depend on who asked first.
+template <class Cell>
+void solveBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
+                 const BoundsAsked& asked)
+{
+    if (!*asked.ofFactor) {
+        *asked.ofFactor = qualityBy(factor, A, asked.question, {r, d});
+        return;
+    }
+    const auto n = static_cast<std::size_t>(A.rows());
+    const std::size_t others =
+        factor.bitsDependOnCount() ? n * (companionBlock(A.rows(), asked.question) - 1) : 0;
+    std::vector<Cell> R(others + n), D(others + n);
+    std::copy_n(r, n, R.begin() + others);
+    solveRaw(factor, A.rows(), TransposeMode::NotTransposed, refiningFor(factor, asked.question),
+             static_cast<std::int32_t>(R.size() / n), R.data(), D.data());
+    std::copy_n(D.begin() + others, n, d);
+}
+
+/// Refines a correction d until what is left of r is little by the norm of the inverse, as often as the
+/// factor refines unasked.
+template <class Cell>
+void refineBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
+                  double inverseNorm)
+{
+    const std::int32_t n = A.rows();
+    std::vector<Cell> left(static_cast<std::size_t>(n)), more(left.size());
+    for (int step = 0; step < kUnaskedSteps; ++step) {
+        residualInTwicePrecision<Cell>(A, TransposeMode::NotTransposed, 1, r, d, nullptr, left.data());
+        if (inverseNorm * sumOfModuli(left.data(), n) <= kLittle * largestModulus(d, n)) return;
+        solveRaw(factor, n, TransposeMode::NotTransposed, Refining::Never, 1, left.data(), more.data());
+        for (std::size_t i = 0; i < more.size(); ++i) d[i] += more[i];
+    }
+}
+
 /// The corrections op(A)^-1 * R of `columns` columns. What the factor is worth is found out before, if nobody
-/// has yet: by solves of its own, so that the bits of a bound do not depend on who asked first.
+/// has yet, by solves of its own where there are several.
 template <class Cell>
 std::vector<Cell> correctionsOf(const AnyMatrix<Cell>& A, TransposeMode op, Factored<Cell>& factor,
                                 std::int32_t columns, const std::vector<Cell>& R, const BoundsAsked& asked)
 {
+    std::vector<Cell> D(R.size());
+    if (columns == 1 && op == TransposeMode::NotTransposed && asked.ofFactor) {
+        solveBeside(A, factor, R.data(), D.data(), asked);
+        if (refiningFor(factor, asked.question) == Refining::Never)
+            refineBeside(A, factor, R.data(), D.data(), (*asked.ofFactor)->inverseNormAtMost());
+        return D;
+    }
     if (asked.ofFactor && !*asked.ofFactor) *asked.ofFactor = qualityBy(factor, A, asked.question);
     const Refining refining = asked.ofFactor ? enoughFor(**asked.ofFactor) : Refining::Unasked;
-    std::vector<Cell> D(R.size());
     inverseBy(factor, A.rows(), op, refining).times(columns, R.data(), D.data());
     return D;
 }
@@ -222,7 +277,7 @@ double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<C
         columns[j].errorBound = 0.0;
         if (!all.isExact(j)) inexact.push_back(j);
     }
-    const std::vector<Cell> x = sideBySide<Cell>(all.n, inexact, {all.x.begin(), all.x.end()}),
+    const std::vector<Cell> x = sideBySide<Cell>(all.n, inexact, all.x),
                             r = sideBySide<Cell>(all.n, inexact, all.r);
     if (inexact.empty()) return 1.0;
     const std::vector<double> w = sideBySide<double>(all.n, inexact, all.w);
@@ -327,18 +382,17 @@ LinearMap<Cell> inverseBy(Factored<Cell>& factor, std::int32_t size, TransposeMo
 }
 
 template <class Cell>
-FactorQuality qualityBy(Factored<Cell>& factor, const AnyMatrix<Cell>& A, const FactorQuestion& asked)
+FactorQuality qualityBy(Factored<Cell>& factor, const AnyMatrix<Cell>& A, const FactorQuestion& asked,
+                        const Companion<Cell>& companion)
 {
-    constexpr std::int32_t kSteps = 2; // that it would take unasked
-    const bool byResiduals = asked.shift && factor.refinesUnasked();
+    const Refining refining = refiningFor(factor, asked);
     FactorQuestion question = asked;
-    if (byResiduals) {
-        question.steps = kSteps;
+    if (refining == Refining::Never) {
+        question.steps = kUnaskedSteps;
         question.near = kSureDrift;
     }
-    const LinearMap<Cell> inverse = inverseBy(factor, A.rows(), TransposeMode::NotTransposed,
-                                              byResiduals ? Refining::Never : Refining::Unasked);
-    return qualityOfFactor(A, inverse, question);
+    const LinearMap<Cell> inverse = inverseBy(factor, A.rows(), TransposeMode::NotTransposed, refining);
+    return qualityOfFactor(A, inverse, question, companion);
 }
 
 template <class Cell>
@@ -409,8 +463,10 @@ template void lowerToWorst(SystemAnswer<double>&, const ColumnUnits<double>*);
 template void lowerToWorst(SystemAnswer<Complex>&, const ColumnUnits<Complex>*);
 template LinearMap<double> inverseBy(Factored<double>&, std::int32_t, TransposeMode, Refining);
 template LinearMap<Complex> inverseBy(Factored<Complex>&, std::int32_t, TransposeMode, Refining);
-template FactorQuality qualityBy(Factored<double>&, const AnyMatrix<double>&, const FactorQuestion&);
-template FactorQuality qualityBy(Factored<Complex>&, const AnyMatrix<Complex>&, const FactorQuestion&);
+template FactorQuality qualityBy(Factored<double>&, const AnyMatrix<double>&, const FactorQuestion&,
+                                 const Companion<double>&);
+template FactorQuality qualityBy(Factored<Complex>&, const AnyMatrix<Complex>&, const FactorQuestion&,
+                                 const Companion<Complex>&);
 template std::vector<ColumnQuality> improvedColumns(const AnyMatrix<double>&, TransposeMode, const Matrix&,
                                                     Matrix&, const ColumnUnits<double>*, Factored<double>*,
                                                     const BoundsAsked&);

@@ -22,9 +22,11 @@ LinearMap<Cell> inverseBy(roads::Factored<Cell>& factor, std::int32_t size, Tran
                           roads::Refining refining = roads::Refining::Unasked);
 
 /// What the factor of A is worth. Where the drift is asked for, steps of refinement are taken by that alone,
-/// and only as long as the factor with them is not near enough to A for its signs.
+/// and only as long as the factor with them is not near enough to A for its signs; none for the
+/// companion then.
 template <class Cell>
-FactorQuality qualityBy(roads::Factored<Cell>& factor, const AnyMatrix<Cell>& A, const FactorQuestion& asked);
+FactorQuality qualityBy(roads::Factored<Cell>& factor, const AnyMatrix<Cell>& A, const FactorQuestion& asked,
+                        const Companion<Cell>& companion = {});
 
 struct BoundsAsked {
     std::int32_t columns = 0; ///< whose errors are bounded at most

@@ -66,8 +66,7 @@ std::optional<FactorInertia> ShiftedFactors<Cell>::at(double shift)
         for (std::int32_t k = view.starts[i]; k < view.starts[i + 1]; ++k)
             if (view.columns[k] == i) shifted.values[k] -= shift;
     if (!ldl_.factorize(shifted, bounds_)) return std::nullopt;
-    const FactorQuality quality =
-        qualityOfFactor<Cell>(AnyMatrix<Cell>(A_), inverse(), {.columns = 2, .shift = shift});
+    const FactorQuality quality = qualityOfFactor<Cell>(AnyMatrix<Cell>(A_), inverse(), {.shift = shift});
     const Inertia inertia = ldl_.inertia();
     if (!(*quality.drift <= kSureDrift) || ldl_.replaced() > 0 || inertia.zero > 0) return std::nullopt;
     return FactorInertia{inertia, *quality.drift / quality.inverseNorm};

@@ -419,7 +419,7 @@ private:
     SystemAnswer<Cell> judged(Outcome<Cell>& outcome, const Request<Cell>& request, const Units& units)
     {
         SystemAnswer<Cell> answer = tell(outcome);
-        if (outcome.losesAllDigits() && outcome.factor) tellOfSingular(answer, request, outcome);
+        if (outcome.looksSingular() && outcome.factor) tellOfSingular(answer, request, outcome);
         if (answer.x) judgeColumns(answer, request, units, outcome);
         if (outcome.quality) judgeFactor(answer, outcome, request.op);
         if (tellsInertia(outcome)) answer.inertia = inertiaOnce(outcome, request.B.Cols());
@@ -430,7 +430,7 @@ private:
     static bool hasUseForFactor(const Outcome<Cell>& best)
     {
         return best.taken && best.quality &&
-               (best.verdict() == Verdict::Degraded || best.perturbed > 0 || best.losesAllDigits());
+               (best.verdict() == Verdict::Degraded || best.perturbed > 0 || best.looksSingular());
     }
 
     /// The best of all roads, with its factor where that can be made better or be asked for more.

@@ -65,8 +65,8 @@ std::optional<CertainInertia> ofSingular(const SparseOf<Cell>& A, const Outcome<
         if (!raised || raised->inertia.zero != outcome.perturbed) return std::nullopt;
         const double most = std::ranges::max(raised->added);
         if (!(most <= kSmall * infinityNorm(view))) return std::nullopt;
-        const FactorQuality quality = qualityOfFactor<Cell>(
-            view, raised->inverse, {.columns = 2, .shift = 0.0, .raised = raised->added});
+        const FactorQuality quality =
+            qualityOfFactor<Cell>(view, raised->inverse, {.shift = 0.0, .raised = raised->added});
         const double drift = *quality.drift;
         if (drift <= kSureDrift)
             return CertainInertia{raised->inertia.positive, raised->inertia.negative, raised->inertia.zero,

@@ -849,6 +849,30 @@ TEST(SingularSystem, MayHaveManySolutionsThoughNoPivotIsReplaced)
     expectManyByPivotsThatAreLarge<Complex>();
 }
 
+/// Three unknowns beside three in units of 2^-27, of which the matrix determines next to no digit: these are
+/// as nothing beside the solution, and to the norm of the matrix the equations of the others are as good as
+/// none.
+TEST(SingularSystem, IsNotToldOfOneThatIsSolvedButForUnknownsInSmallUnits)
+{
+    constexpr double kUnit = 0x1p27, kLink = 0x1p-10, kHeld = 0x1p-49;
+    const double others[3][3] = {{20, -12, -9}, {-12, 14, 12}, {-9, 12, 16}},
+                 small[3][3] = {{9, -3, 3}, {-3, 5, -5}, {3, -5, 5}};
+    SparseMatrix A(6, 6); // the equations upside down
+    for (std::int32_t i = 0; i < 3; ++i) {
+        for (std::int32_t j = 0; j < 3; ++j) {
+            A(5 - i, j) = others[i][j];
+            A(2 - i, 3 + j) = (small[i][j] + (i == j ? kHeld : 0.0)) * kUnit * kUnit;
+        }
+    }
+    A(5, 3) = A(2, 0) = kLink * kUnit;
+    const Matrix x = blockOf<Matrix>(6, 1, 1);
+    const auto answer = LinearSystem(A).Solve(Matrix(A.ToDense() * x));
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+    EXPECT_FALSE(answer.solutions);
+    ASSERT_TRUE(answer.x);
+    for (std::int32_t i = 0; i < 3; ++i) EXPECT_NEAR((*answer.x)(i, 0), x(i, 0), 1e-6) << answer.road;
+}
+
 /// exp(-s*t), in rows that fall to 1e-180: pivots of that size let the solution grow as far, where the
 /// residual of any right-hand side is rounding.
 TEST(SingularSystem, IsNotToldByASolutionOfSenselessLength)

@@ -7,41 +7,60 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <cstddef>
+#include <random>
+#include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
 
 namespace {
 
-/// A unit vector that the subgradient at the start has chosen. A second one seldom finds more than a few
-/// percent (Higham, Tisseur, section 5), which nobody needs of a condition number.
-constexpr std::int32_t kSteps = 1;
+/// Vectors of signs: with three of them the column that they tell is as long as the one to which a
+/// subgradient climbs in three solves. Up to so many columns all are tried.
+constexpr std::int32_t kSigns = 3, kFewColumns = 4;
 
 /// What an estimate may fall short by, as long as the condition leaves the solves that it is made of some
 /// digits.
 constexpr double kShortfall = 4.0, kSolvable = 1e12;
 
-/// Solves that are held against their equations, and refined where that is asked for.
+/// Columns one behind the other.
+template <class Cell>
+using Block = std::vector<Cell>;
+
+template <class Cell>
+Block<Cell> zeroBlock(std::int32_t n, std::int32_t columns)
+{
+    return Block<Cell>(static_cast<std::size_t>(n) * static_cast<std::size_t>(columns));
+}
+
+/// Solves that are held against their equations where the drift is asked for, and refined where that is.
 template <class Cell>
 class WatchedSolves {
 public:
+    using Apply = typename LinearMap<Cell>::Apply;
+
     WatchedSolves(const AnyMatrix<Cell>& A, const FactorQuestion& asked, FactorQuality& quality)
         : A_(A), asked_(asked), quality_(quality)
     {
-        quality_.drift = 0.0;
+        if (asked.shift) quality_.drift = 0.0;
     }
 
-    void solve(const typename LinearMap<Cell>::Apply& inverse, std::int32_t columns, const Cell* x, Cell* y)
+    /// Of all columns of x; the first `watched` of them are those that are tried.
+    Block<Cell> solve(const Apply& inverse, const Block<Cell>& x, std::int32_t columns, std::int32_t watched)
     {
-        inverse(columns, x, y);
-        double drift = driftOf(columns, x, y);
+        Block<Cell> y(x.size());
+        inverse(columns, x.data(), y.data());
+        if (!asked_.shift) return y;
+        double drift = driftOf(watched, x.data(), y.data());
         for (std::int32_t step = 0; step < asked_.steps && !(drift <= asked_.near); ++step) {
-            std::vector<Cell> corrections(left_.size());
-            inverse(columns, left_.data(), corrections.data());
+            Block<Cell> corrections(left_.size());
+            inverse(watched, left_.data(), corrections.data());
             for (std::size_t i = 0; i < corrections.size(); ++i) y[i] += corrections[i];
-            drift = driftOf(columns, x, y);
+            drift = driftOf(watched, x.data(), y.data());
         }
         quality_.drift = largerOrNaN(*quality_.drift, drift);
+        return y;
     }
 
 private:
@@ -68,7 +87,106 @@ private:
     const AnyMatrix<Cell>& A_;
     const FactorQuestion& asked_;
     FactorQuality& quality_;
-    std::vector<Cell> left_{}; ///< of x, by the last answer
+    Block<Cell> left_{}; ///< of x, by the last answer
+};
+
+/// That of ones, and random ones.
+template <class Cell>
+Block<Cell> vectorsOfSigns(std::int32_t n)
+{
+    std::mt19937_64 generator(20001);
+    Block<Cell> signs;
+    signs.reserve(static_cast<std::size_t>(n) * (kSigns + 1)); // a companion may follow
+    signs.resize(static_cast<std::size_t>(n) * kSigns, Cell(1.0));
+    constexpr std::size_t kBits = 64;
+    for (std::size_t begin = static_cast<std::size_t>(n); begin < signs.size(); begin += kBits) {
+        const std::uint64_t bits = generator();
+        const std::size_t count = std::min(kBits, signs.size() - begin);
+        for (std::size_t k = 0; k < count; ++k)
+            signs[begin + k] = 1.0 - 2.0 * static_cast<double>(bits >> k & 1);
+    }
+    return signs;
+}
+
+template <class Cell>
+double largestColumnSum(std::int32_t n, std::int32_t columns, const Block<Cell>& y)
+{
+    double largest = 0.0;
+    for (std::int32_t c = 0; c < columns; ++c)
+        largest = largerOrNaN(largest, sumOfModuli(y.data() + std::int64_t{n} * c, n));
+    return largest;
+}
+
+template <class Cell>
+class InverseNorm {
+public:
+    InverseNorm(const LinearMap<Cell>& inverse, bool isHermitian, WatchedSolves<Cell>& solves,
+                const Companion<Cell>& companion)
+        : inverse_(inverse), n_(inverse.rows), isHermitian_(isHermitian), solves_(solves),
+          companion_(companion)
+    {
+    }
+
+    double estimate()
+    {
+        if (n_ == 0) return 0.0;
+        return n_ <= kFewColumns ? ofAllColumns() : ofSigns();
+    }
+
+private:
+    double ofAllColumns()
+    {
+        Block<Cell> unit = zeroBlock<Cell>(n_, n_);
+        for (std::int32_t j = 0; j < n_; ++j) unit[j * n_ + j] = 1.0;
+        return largestColumnSum(n_, n_, solvedWithCompanion(std::move(unit), n_));
+    }
+
+    double ofSigns()
+    {
+        Block<Cell> S = vectorsOfSigns<Cell>(n_);
+        const Block<Cell> z = isHermitian_ ? solvedWithCompanion(std::move(S), kSigns)
+                                           : solves_.solve(inverse_.adjointTimes, S, kSigns, kSigns);
+        double largest = 0.0, most = -1.0;
+        std::int32_t longest = 0;
+        for (std::int32_t i = 0; i < n_; ++i) {
+            double sum = 0.0;
+            for (std::int64_t c = 0; c < kSigns; ++c) {
+                const double size = modulus(z[n_ * c + i]);
+                largest = largerOrNaN(largest, size);
+                sum += size;
+            }
+            if (sum > most) {
+                most = sum;
+                longest = i;
+            }
+        }
+        return largerOrNaN(largest, ofColumn(longest));
+    }
+
+    double ofColumn(std::int32_t j)
+    {
+        Block<Cell> unit = zeroBlock<Cell>(n_, 1);
+        unit[j] = 1.0;
+        return largestColumnSum(n_, 1,
+                                isHermitian_ ? solves_.solve(inverse_.times, unit, 1, 1)
+                                             : solvedWithCompanion(std::move(unit), 1));
+    }
+
+    /// The inverse's answers to so many columns, and last to the companion.
+    Block<Cell> solvedWithCompanion(Block<Cell> x, std::int32_t columns)
+    {
+        if (companion_.b == nullptr) return solves_.solve(inverse_.times, x, columns, columns);
+        x.insert(x.end(), companion_.b, companion_.b + n_);
+        Block<Cell> y = solves_.solve(inverse_.times, x, columns + 1, columns);
+        std::copy(y.end() - n_, y.end(), companion_.x);
+        return y;
+    }
+
+    const LinearMap<Cell>& inverse_;
+    std::int32_t n_;
+    bool isHermitian_;
+    WatchedSolves<Cell>& solves_;
+    const Companion<Cell>& companion_;
 };
 
 } // namespace
@@ -79,23 +197,19 @@ double FactorQuality::inverseNormAtMost() const noexcept
     return isTrusted ? kShortfall * inverseNorm : std::numeric_limits<double>::infinity();
 }
 
+std::int32_t companionBlock(std::int32_t order, const FactorQuestion& asked) noexcept
+{
+    if (order <= kFewColumns) return order + 1;
+    return asked.shift ? kSigns + 1 : 2;
+}
+
 template <class Cell>
 FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& inverse,
-                              const FactorQuestion& asked)
+                              const FactorQuestion& asked, const Companion<Cell>& companion)
 {
     FactorQuality quality;
-    LinearMap<Cell> map = inverse;
-    std::optional<WatchedSolves<Cell>> solves;
-    if (asked.shift) {
-        solves.emplace(A, asked, quality);
-        const auto watched = [&solves](const auto& apply) {
-            return [&](std::int32_t columns, const Cell* x, Cell* y) { solves->solve(apply, columns, x, y); };
-        };
-        map.times = watched(inverse.times);
-        map.adjointTimes = watched(inverse.adjointTimes);
-    }
-    quality.inverseNorm = estimateOneNorm(
-        map, {.columns = asked.columns, .iterations = kSteps, .hermitian = asked.shift.has_value()});
+    WatchedSolves<Cell> solves(A, asked, quality);
+    quality.inverseNorm = InverseNorm<Cell>(inverse, asked.shift.has_value(), solves, companion).estimate();
     const double condition =
         conditionOf(asked.oneNorm ? *asked.oneNorm : oneNorm(A), quality.inverseNorm, A.rows());
     if (!std::isnan(condition)) quality.condition = condition;
@@ -104,7 +218,7 @@ FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& i
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
     template FactorQuality qualityOfFactor(const AnyMatrix<Cell>&, const LinearMap<Cell>&,                   \
-                                           const FactorQuestion&);
+                                           const FactorQuestion&, const Companion<Cell>&);
 LINTRIX_INSTANTIATE(double)
 LINTRIX_INSTANTIATE(std::complex<double>)
 #undef LINTRIX_INSTANTIATE

@@ -20,9 +20,8 @@ struct FactorQuality {
     double inverseNorm = std::numeric_limits<double>::quiet_NaN();
     std::optional<double> condition{}; ///< ||A||_1 times that; none where it is no number
     /// The size of F = A*inverse - I, for Hermitian A: the largest ||F*x||/||x||_inf of the vectors x that
-    /// the estimate has tried. These are the vector of ones, then random signs and those of the inverse's
-    /// answers, where the mean of ||F*x||^2 over all signs is the square of the Frobenius norm of F, and the
-    /// unit vectors that the inverse makes longest.
+    /// the estimate has tried. These are vectors of signs, where the mean of ||F*x||^2 over all signs is the
+    /// square of the Frobenius norm of F, and the unit vectors that the inverse makes longest.
     std::optional<double> drift{};
 
     /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
@@ -31,7 +30,6 @@ struct FactorQuality {
 };
 
 struct FactorQuestion {
-    std::int32_t columns = 1; ///< that are solved for at once; one is the cheapest
     /// The drift is measured, of the factor of A - shift*I; none: it is not. Cost: a product for each vector.
     std::optional<double> shift{};
     std::span<const double> raised{}; ///< then: of A - shift*I + diag(raised), if there are any
@@ -41,10 +39,29 @@ struct FactorQuestion {
     double near = 0.0;
 };
 
-/// The condition is meant for shift 0. Cost: three solves at most, and a product with A for each where the
-/// drift is asked for.
+/// A right-hand side that is solved in a block of an estimate, which takes hardly longer for it.
+template <class Cell>
+struct Companion {
+    const Cell* b = nullptr;
+    Cell* x = nullptr; ///< the inverse's answer to b
+};
+
+/// Columns of the block in which a companion is the last one.
+LINTRIX_TESTABLE std::int32_t companionBlock(std::int32_t order, const FactorQuestion& asked) noexcept;
+
+/// With M the inverse and S a few vectors of signs, one of ones and random ones, no |M^H*s|_j is larger than
+/// the sum of the moduli in column j of M, and the mean of its square over all signs is the square of that
+/// column's length. So the largest row of M^H*S tells a column of M that is long, and the sum of that one is
+/// measured: at two solves, as in Cline, Moler, Stewart, Wilkinson, "An estimate for the condition number of
+/// a matrix", SIAM J. Numer. Anal. 16 (1979), where one vector of signs is chosen on the way. Exact where all
+/// elements of M are of one sign, and of the smallest M, all of whose columns are tried.
+///
+/// The condition is meant for shift 0. Cost: a solve of three columns with the adjoint, and one of a column
+/// with A; where the drift is asked for, a product with A for each. The companion goes with the latter, or
+/// where A is Hermitian, with the former.
 template <class Cell>
 LINTRIX_TESTABLE FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& inverse,
-                                               const FactorQuestion& asked = {});
+                                               const FactorQuestion& asked = {},
+                                               const Companion<Cell>& companion = {});
 
 } // namespace Velmar::Lintrix::detail

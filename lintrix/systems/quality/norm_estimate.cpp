@@ -58,8 +58,8 @@ template <class Cell>
 class Estimation {
 public:
     Estimation(const LinearMap<Cell>& M, std::int32_t t, const NormEstimation& how)
-        : M_(M), t_(t), iterations_(how.iterations), isHermitian_(how.hermitian), random_(how.seed),
-          x_(M.cols, t), y_(M.rows, t), signs_(M.rows, t), z_(M.cols, t)
+        : M_(M), t_(t), iterations_(how.iterations), random_(how.seed), x_(M.cols, t), y_(M.rows, t),
+          signs_(M.rows, t), z_(M.cols, t)
     {
     }
 
@@ -69,11 +69,7 @@ public:
         for (int k = 1;; ++k) {
             M_.times(t_, x_.cells.data(), y_.cells.data());
             if (!improves(k) || k > iterations_ || repeatsSigns(k)) return estimate_;
-            if (k == 1 && isOwnGradient())
-                std::ranges::transform(y_.cells, z_.cells.begin(),
-                                       [this](const Cell& y) { return y * double(M_.cols); });
-            else
-                M_.adjointTimes(t_, signs_.cells.data(), z_.cells.data());
+            M_.adjointTimes(t_, signs_.cells.data(), z_.cells.data());
             if (!findsUnitVectors(k)) return estimate_;
         }
     }
@@ -152,12 +148,6 @@ private:
         return false;
     }
 
-    bool isOwnGradient() const
-    {
-        return isHermitian_ && t_ == 1 &&
-               std::ranges::all_of(signs_.cells, [](const Cell& sign) { return sign == 1.0; });
-    }
-
     // The t untried unit vectors of the largest subgradients. False at a maximum, or where all of the
     // steepest have been tried.
     bool findsUnitVectors(int k)
@@ -201,7 +191,6 @@ private:
 
     const LinearMap<Cell>& M_;
     std::int32_t t_, iterations_;
-    bool isHermitian_;
     Random random_;
     Columns<Cell> x_, y_, signs_, z_;
     std::vector<std::int32_t> tried_; ///< unit vectors, those in x at the end

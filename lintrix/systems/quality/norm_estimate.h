@@ -24,7 +24,6 @@ struct NormEstimation {
     std::int32_t columns = 2;    ///< t, cut to the columns of M
     std::int32_t iterations = 5; ///< at most, of two products with a block each
     std::uint64_t seed = 20001;  ///< the same seed gives the same estimate
-    bool hermitian = false; ///< M: where M*1 has one sign, M^H*sign(M*1) is M*1 again, and spares a product
 };
 
 /// An estimate of ||M||_1 from below. 0 of an empty map; NaN where a product has a NaN, infinite where one is

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <complex>
+#include <type_traits>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -18,15 +19,30 @@ namespace {
 
 // Rules: how the sum of row i of op(A) begins, what element (i, j) adds to it, where it goes.
 
-template <class Cell>
-struct Residual {
-    using Sum = Cell;
+/// Of several columns, at one reading of A.
+template <class Cell, int W>
+struct Residuals {
+    struct Sum {
+        Cell cells[W];
+    };
     const Cell *b, *x;
     Cell* r;
+    std::int64_t rows, cols;
 
-    Sum begin(std::int32_t i) const { return b[i]; }
-    [[gnu::always_inline]] void add(Sum& sum, const Cell& a, std::int32_t j) const { sum -= times(a, x[j]); }
-    void finish(std::int32_t i, const Sum& sum) const { r[i] = sum; }
+    Sum begin(std::int32_t i) const
+    {
+        Sum sum;
+        for (int c = 0; c < W; ++c) sum.cells[c] = b[c * rows + i];
+        return sum;
+    }
+    [[gnu::always_inline]] void add(Sum& sum, const Cell& a, std::int32_t j) const
+    {
+        for (int c = 0; c < W; ++c) sum.cells[c] -= times(a, x[c * cols + j]);
+    }
+    void finish(std::int32_t i, const Sum& sum) const
+    {
+        for (int c = 0; c < W; ++c) r[c * rows + i] = sum.cells[c];
+    }
 };
 
 template <class Cell>
@@ -325,9 +341,16 @@ void residual(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns, 
               Cell* r)
 {
     const Sizes size = sizesOf(A, op);
-    for (std::int32_t c = 0; c < columns; ++c) {
-        sumRows(A, op, Residual<Cell>{b + c * size.rows, x + c * size.cols, r + c * size.rows});
-    }
+    std::int32_t c = 0;
+    const auto takeAtOnce = [&]<int W>(std::integral_constant<int, W>) {
+        for (; c + W <= columns; c += W)
+            sumRows(A, op,
+                    Residuals<Cell, W>{b + c * size.rows, x + c * size.cols, r + c * size.rows, size.rows,
+                                       size.cols});
+    };
+    takeAtOnce(std::integral_constant<int, 4>());
+    takeAtOnce(std::integral_constant<int, 2>());
+    takeAtOnce(std::integral_constant<int, 1>());
 }
 
 template <class Cell>

@@ -7,10 +7,11 @@
 ///                                     longest row (Higham, Accuracy and Stability, 2nd ed., section 12.1)
 ///     ||A||_1, ||A||_inf
 ///
-/// Each is one pass over A, in the order in which it lies in memory, for each column of b. Blocks of columns
-/// are stored one column behind the other without gaps, like those of a LinearMap. A result may not lie where
-/// an operand does. The bits do not depend on the number of threads. Infinities and NaN come out as the
-/// arithmetic makes them; a row that overflows on its way is not finite, though its sum might be.
+/// Each is one pass over A, in the order in which it lies in memory, for each column of b, or for up to four
+/// of them, where that is told. Blocks of columns are stored one column behind the other without gaps, like
+/// those of a LinearMap. A result may not lie where an operand does. The bits do not depend on the number of
+/// threads. Infinities and NaN come out as the arithmetic makes them; a row that overflows on its way is not
+/// finite, though its sum might be.
 
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
@@ -21,7 +22,7 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// R := B - op(A)*X. Each row is summed up from b_i on in the working precision.
+/// R := B - op(A)*X, four columns at a time. Each row is summed up from b_i on in the working precision.
 template <class Cell>
 LINTRIX_TESTABLE void residual(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns,
                                const Cell* b, const Cell* x, Cell* r);

@@ -34,6 +34,8 @@ public:
                                std::optional<std::int32_t> steps = {}) = 0;
     /// Whether a solve takes steps of refinement unasked.
     virtual bool refinesUnasked() const { return false; }
+    /// Whether the bits of a column may depend on how many are solved for with it.
+    virtual bool bitsDependOnCount() const { return true; }
     /// Y = op(A)^-1 * X on raw columns of `size` cells.
     virtual EngineAnswer apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y,
                                TransposeMode op, Refining refining);
@@ -85,6 +87,7 @@ public:
         return owner_.solve(B, X, op, steps);
     }
     bool refinesUnasked() const override { return owner_.refinesUnasked(); }
+    bool bitsDependOnCount() const override { return owner_.bitsDependOnCount(); }
     EngineAnswer apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y, TransposeMode op,
                        Refining refining) override
     {

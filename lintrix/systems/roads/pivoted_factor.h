@@ -45,6 +45,7 @@ public:
     UnitsBy unitsBy() const { return unitsBy_; }
     /// Whether it can solve, be it for values that are none any more.
     bool isComplete() const { return isComplete_; }
+    bool bitsDependOnCount() const override { return false; } // each goes its own way through the columns
     double operations(std::int32_t rightHands) const override;
 
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,

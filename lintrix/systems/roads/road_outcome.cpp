@@ -131,6 +131,12 @@ bool Outcome<Cell>::isSolvedByAnother() const
     return showsSingular && losesAllDigits();
 }
 
+template <class Cell>
+bool Outcome<Cell>::looksSingular() const
+{
+    return losesAllDigits() && verdict() == Verdict::Failed;
+}
+
 /// Beside so long a vector any right-hand side is rounding: it solves nothing.
 template <class Cell>
 bool Outcome<Cell>::losesAllDigits() const

@@ -43,10 +43,11 @@ struct LINTRIX_TESTABLE Outcome {
     Ending ending() const;
     /// The road without solution and factor, for a solve beside it.
     Outcome road() const;
-    /// Something else than the probe solves its system to rounding level.
-    bool losesAllDigits() const;
-    /// The same by a factor some of whose pivots were replaced or near zero: A is singular to working
-    /// precision.
+    /// It has failed, and something else than the probe solves its system to rounding level. Where a digit is
+    /// left, x is one: what is lost of unknowns in smaller units asks for no other.
+    bool looksSingular() const;
+    /// Something else does, in the unit of an unknown, by a factor some of whose pivots were replaced or near
+    /// zero: A is singular to working precision.
     bool isSolvedByAnother() const;
     /// Besides, all are solved to rounding level: no refinement would bring the probe back.
     bool isBeyondRefinement() const;
@@ -54,6 +55,9 @@ struct LINTRIX_TESTABLE Outcome {
     std::string told() const;
     /// Of a verdict other than Accurate, in a few words.
     std::string reason() const;
+
+private:
+    bool losesAllDigits() const;
 };
 
 /// The verdict decides; then the smaller error of two degraded ones, and the later of two that failed as

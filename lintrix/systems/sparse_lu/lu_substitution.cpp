@@ -131,6 +131,9 @@ void substitute(const LuArrays<Cell>& arrays, std::int32_t columns, TransposeMod
     case 2:
         substituteWide<2>(arrays, op, y);
         break;
+    case 3:
+        substituteWide<3>(arrays, op, y);
+        break;
     default:
         substituteWide<kMostColumns>(arrays, op, y);
         break;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <memory>
 #include <numeric>
 
 namespace Velmar::Lintrix::detail::sparse_lu {
@@ -235,25 +236,45 @@ LuOutcome SparseLU<Cell>::refactorize(const SparseOf<Cell>& A, std::span<const i
 template <class Cell>
 void SparseLU<Cell>::solve(TransposeMode op, std::span<Cell> X) const
 {
+    const auto n = static_cast<std::size_t>(order_);
+    const std::size_t all = X.size() / n;
+    const auto y = std::make_unique_for_overwrite<Cell[]>(n * std::min<std::size_t>(all, kMostColumns));
+    for (std::size_t done = 0; done < all; done += kMostColumns) {
+        Cell* const x = X.data() + done * n;
+        switch (all - done) {
+        case 1:
+            solveWide<1>(op, x, y.get());
+            break;
+        case 2:
+            solveWide<2>(op, x, y.get());
+            break;
+        case 3:
+            solveWide<3>(op, x, y.get());
+            break;
+        default:
+            solveWide<kMostColumns>(op, x, y.get());
+            break;
+        }
+    }
+}
+
+/// In place, by way of y.
+template <class Cell>
+template <int W>
+void SparseLU<Cell>::solveWide(TransposeMode op, Cell* x, Cell* y) const
+{
     const bool transposed = op != TransposeMode::NotTransposed;
     const std::span<const std::int32_t> from = transposed ? columnAt() : rowAt(),
                                         to = transposed ? rowAt() : columnAt();
     const auto n = static_cast<std::size_t>(order_);
-    const std::size_t all = X.size() / n;
-    std::vector<Cell> y(n * std::min<std::size_t>(all, kMostColumns));
-    for (std::size_t done = 0; done < all;) {
-        const std::size_t left = all - done, width = left >= kMostColumns ? kMostColumns : left >= 2 ? 2 : 1;
-        Cell* const x = X.data() + done * n;
-        for (std::size_t k = 0; k < n; ++k) {
-            const double scale = transposed ? 1.0 : scales_[from[k]];
-            for (std::size_t c = 0; c < width; ++c) y[k * width + c] = x[c * n + from[k]] * scale;
-        }
-        substitute(arrays_, static_cast<std::int32_t>(width), op, y.data());
-        for (std::size_t k = 0; k < n; ++k) {
-            const double scale = transposed ? scales_[to[k]] : 1.0;
-            for (std::size_t c = 0; c < width; ++c) x[c * n + to[k]] = y[k * width + c] * scale;
-        }
-        done += width;
+    for (std::size_t k = 0; k < n; ++k) {
+        const double scale = transposed ? 1.0 : scales_[from[k]];
+        for (std::size_t c = 0; c < W; ++c) y[k * W + c] = x[c * n + from[k]] * scale;
+    }
+    substitute(arrays_, W, op, y);
+    for (std::size_t k = 0; k < n; ++k) {
+        const double scale = transposed ? scales_[to[k]] : 1.0;
+        for (std::size_t c = 0; c < W; ++c) x[c * n + to[k]] = y[k * W + c] * scale;
     }
 }
 

@@ -87,6 +87,8 @@ private:
     void plan(const SparseOf<Cell>& A, const Columns& columns, ColumnOrder order);
     void place(const SparseOf<Cell>& A, const Columns& columns);
     LuOutcome eliminate(const LuBounds& bounds);
+    template <int W>
+    void solveWide(TransposeMode op, Cell* x, Cell* y) const;
 
     std::int32_t order_;
     double threshold_;
