@@ -6,11 +6,12 @@ function(add_room room)
   target_sources(lintrix PRIVATE ${sources})
 endfunction()
 
-# add_room_test(dense matrix [LABEL torture] [LIBRARIES ...]): tests/dense/matrix_test.cpp as one program,
-# each of its tests known to ctest by its own name and run in a process of its own. A floor of a room, as in
+# add_room_test(dense matrix [LABEL torture] [STARTS_ITSELF] [LIBRARIES ...]): tests/dense/matrix_test.cpp as one
+# program, each of its tests known to ctest by its own name and run in a process of its own. A floor of a room, as in
 # add_room_test(engine/call handle), is told by the folder; the names of the tests tell the room alone.
+# STARTS_ITSELF: its death tests start it anew, by the name under which it runs.
 function(add_room_test room unit)
-  cmake_parse_arguments(PARSE_ARGV 2 arg "" "LABEL" "LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 2 arg "STARTS_ITSELF" "LABEL" "LIBRARIES")
   set(folder "${PROJECT_SOURCE_DIR}/tests/${room}")
   string(REGEX REPLACE "/.*" "" room "${room}")
   set(target "${room}_${unit}_test")
@@ -30,6 +31,10 @@ function(add_room_test room unit)
   set(properties LABELS "${labels}" TIMEOUT 300)
   if(LINTRIX_ARCHER_LIBRARY)
     list(APPEND properties ENVIRONMENT "OMP_TOOL_LIBRARIES=${LINTRIX_ARCHER_LIBRARY}")
+  endif()
+  if(arg_STARTS_ITSELF AND CMAKE_CROSSCOMPILING_EMULATOR)   # the name has to be that of a script
+    program_to_start(${target} script)
+    set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR "${CMAKE_CROSSCOMPILING_EMULATOR};-0;${script}")
   endif()
   gtest_discover_tests(${target}
     TEST_PREFIX "${room}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 # a busy machine reads a program for seconds

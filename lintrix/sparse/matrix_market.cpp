@@ -413,7 +413,7 @@ template <class Cell>
 SparseOf<Cell> MatrixMarketReader::Parser::readSparse(MatrixMarketStorage storage)
 {
     return sparseFrom<Cell>(header_, storage, firstReservation(), entriesRead_,
-                            [this](auto take) { readEntries<Cell>(take); });
+                            [this](auto take) { this->readEntries<Cell>(take); });
 }
 
 SparseMatrix MatrixMarketReader::ReadSparse(MatrixMarketStorage storage)
@@ -430,7 +430,7 @@ CSparseMatrix MatrixMarketReader::ReadComplexSparse(MatrixMarketStorage storage)
 template <class Cell>
 MatrixOf<Cell> MatrixMarketReader::Parser::readDense()
 {
-    return denseFrom<Cell>(header_, entriesRead_, [this](auto take) { readEntries<Cell>(take); });
+    return denseFrom<Cell>(header_, entriesRead_, [this](auto take) { this->readEntries<Cell>(take); });
 }
 
 Matrix MatrixMarketReader::ReadDense()

@@ -17,10 +17,14 @@
 
 namespace Velmar::Lintrix::detail::engine::update_kernel {
 
-/// Vectors of `Bytes` bytes that may lie anywhere.
+/// Vectors of `Bytes` bytes.
 template <class R, int Bytes>
 struct Vectors {
-    typedef R type __attribute__((vector_size(Bytes), aligned(sizeof(R)), may_alias));
+    typedef R Register __attribute__((vector_size(Bytes)));
+    /// Wherever a number may stand. Reached through pointers to this very name and copied from there: the
+    /// attribute is no part of the type, so that a reference in a signature, and what a template deduces,
+    /// promises the alignment of a register.
+    typedef R Memory __attribute__((vector_size(Bytes), aligned(sizeof(R)), may_alias));
     static constexpr int kLanes = Bytes / static_cast<int>(sizeof(R));
 };
 
@@ -40,15 +44,16 @@ LINTRIX_ALWAYS_INLINE void unrolled(Body body)
 // sum[r][c] = sum over p of the r-th vector of a's rows times b(c, p); real numbers.
 template <class R, int Bytes, int Rows, int Cols>
 LINTRIX_ALWAYS_INLINE void multiplyBlock(const R* a, std::ptrdiff_t lda, const R* b, std::ptrdiff_t ldb,
-                                         int w, typename Vectors<R, Bytes>::type (&sum)[Rows][Cols])
+                                         int w, typename Vectors<R, Bytes>::Register (&sum)[Rows][Cols])
 {
-    using V = typename Vectors<R, Bytes>::type;
+    using V = typename Vectors<R, Bytes>::Register;
+    using Memory = typename Vectors<R, Bytes>::Memory;
     constexpr int lanes = Vectors<R, Bytes>::kLanes;
     unrolled<Rows * Cols>([&](auto q) LINTRIX_INLINE_LAMBDA { sum[q / Cols][q % Cols] = V{}; });
     for (int p = 0; p < w; ++p) {
         V x[Rows];
         unrolled<Rows>([&](auto r) LINTRIX_INLINE_LAMBDA {
-            x[r] = *reinterpret_cast<const V*>(a + p * lda + r * lanes);
+            x[r] = *reinterpret_cast<const Memory*>(a + p * lda + r * lanes);
         });
         unrolled<Cols>([&](auto c) LINTRIX_INLINE_LAMBDA {
             const R y = b[p * ldb + c];
@@ -59,11 +64,11 @@ LINTRIX_ALWAYS_INLINE void multiplyBlock(const R* a, std::ptrdiff_t lda, const R
 
 // sum += i*x, pair by pair: (re, im) -> (-im, re).
 template <class R, int Bytes, int... Lane>
-LINTRIX_ALWAYS_INLINE void addTimesI(typename Vectors<R, Bytes>::type& sum,
-                                     const typename Vectors<R, Bytes>::type& x,
+LINTRIX_ALWAYS_INLINE void addTimesI(typename Vectors<R, Bytes>::Register& sum,
+                                     const typename Vectors<R, Bytes>::Register& x,
                                      std::integer_sequence<int, Lane...>)
 {
-    using V = typename Vectors<R, Bytes>::type;
+    using V = typename Vectors<R, Bytes>::Register;
     sum += __builtin_shufflevector(x, x, (Lane ^ 1)...) * V{(Lane % 2 == 0 ? -1 : 1)...};
 }
 
@@ -72,9 +77,10 @@ LINTRIX_ALWAYS_INLINE void addTimesI(typename Vectors<R, Bytes>::type& sum,
 template <class R, int Bytes, int Rows, int Cols>
 LINTRIX_ALWAYS_INLINE void multiplyComplexBlock(const R* a, std::ptrdiff_t lda, const R* b,
                                                 std::ptrdiff_t ldb, int w,
-                                                typename Vectors<R, Bytes>::type (&sum)[Rows][Cols])
+                                                typename Vectors<R, Bytes>::Register (&sum)[Rows][Cols])
 {
-    using V = typename Vectors<R, Bytes>::type;
+    using V = typename Vectors<R, Bytes>::Register;
+    using Memory = typename Vectors<R, Bytes>::Memory;
     constexpr int lanes = Vectors<R, Bytes>::kLanes;
     V byImaginary[Rows][Cols];
     unrolled<Rows * Cols>([&](auto q) LINTRIX_INLINE_LAMBDA {
@@ -83,7 +89,7 @@ LINTRIX_ALWAYS_INLINE void multiplyComplexBlock(const R* a, std::ptrdiff_t lda, 
     for (int p = 0; p < w; ++p) {
         V x[Rows];
         unrolled<Rows>([&](auto r) LINTRIX_INLINE_LAMBDA {
-            x[r] = *reinterpret_cast<const V*>(a + 2 * p * lda + r * lanes);
+            x[r] = *reinterpret_cast<const Memory*>(a + 2 * p * lda + r * lanes);
         });
         unrolled<Cols>([&](auto c) LINTRIX_INLINE_LAMBDA {
             const R re = b[2 * (p * ldb + c)], im = b[2 * (p * ldb + c) + 1];
@@ -153,7 +159,8 @@ public:
 
 private:
     using R = RealOf<T>;
-    using V = typename Vectors<R, Bytes>::type;
+    using V = typename Vectors<R, Bytes>::Register;
+    using Memory = typename Vectors<R, Bytes>::Memory;
     static constexpr int kGroupsInPlace = 3;
     static constexpr int kLeastToPrefetch = 16; // columns summed over: fewer do not cover the way
 
@@ -208,7 +215,7 @@ private:
             if (q >= wanted) return;
             T* const cells = column(panel, c + q) + target_.row[i];
             unrolled<TheseRows>([&](auto r) LINTRIX_INLINE_LAMBDA {
-                *reinterpret_cast<V*>(cells + r * kLanes) -= sum[r][q];
+                *reinterpret_cast<Memory*>(cells + r * kLanes) -= sum[r][q];
             });
         });
     }
@@ -221,12 +228,13 @@ private:
         const int* const row = target_.row + i;
         if (first <= i && areNeighbours<kLanes>(i)) {
             unrolled<TheseCols>([&](auto q) LINTRIX_INLINE_LAMBDA {
-                if (q < wanted) *reinterpret_cast<V*>(column(panel, c + q) + row[0]) -= sum[q];
+                if (q < wanted) *reinterpret_cast<Memory*>(column(panel, c + q) + row[0]) -= sum[q];
             });
             return;
         }
         alignas(Bytes) T kept[TheseCols][kLanes];
-        unrolled<TheseCols>([&](auto q) LINTRIX_INLINE_LAMBDA { *reinterpret_cast<V*>(kept[q]) = sum[q]; });
+        unrolled<TheseCols>([&](auto q)
+                                LINTRIX_INLINE_LAMBDA { *reinterpret_cast<Memory*>(kept[q]) = sum[q]; });
         for (int q = 0; q < wanted; ++q) {
             T* const cells = column(panel, c + q);
             for (int r = std::max(0, first - i); r < kLanes; ++r) cells[row[r]] -= kept[q][r];
@@ -338,7 +346,7 @@ private:
         for (int p = 0; p < product_.w; ++p, rows += kTall) {
             const T* const a = product_.a + std::ptrdiff_t{product_.lda} * p + i;
             for (int r = 0; r < kTall; r += kLanes)
-                *reinterpret_cast<V*>(rows + r) = *reinterpret_cast<const V*>(a + r);
+                *reinterpret_cast<Memory*>(rows + r) = *reinterpret_cast<const Memory*>(a + r);
         }
     }
 

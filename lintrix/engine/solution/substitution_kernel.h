@@ -14,10 +14,13 @@
 
 namespace Velmar::Lintrix::detail::engine::substitution_kernel {
 
-/// Vectors that may lie anywhere.
 template <class R, int Lanes>
 struct Vectors {
-    typedef R type __attribute__((vector_size(Lanes * sizeof(R)), aligned(sizeof(R)), may_alias));
+    typedef R Register __attribute__((vector_size(Lanes * sizeof(R))));
+    /// Wherever a number may stand. Reached through pointers to this very name and copied from there: the
+    /// attribute is no part of the type, so that a reference in a signature, and what a template deduces,
+    /// promises the alignment of a register.
+    typedef R Memory __attribute__((vector_size(Lanes * sizeof(R)), aligned(sizeof(R)), may_alias));
 };
 
 /// One right-hand side of real numbers: vectors run down the rows.
@@ -25,7 +28,8 @@ template <class R>
 struct OneSide {
     static constexpr int kSides = 1, kMostColumns = 8;
     static constexpr int kLanes = 4;
-    using V = typename Vectors<R, kLanes>::type;
+    using V = typename Vectors<R, kLanes>::Register;
+    using Memory = typename Vectors<R, kLanes>::Memory;
 
     /// y(rows) -= P*own
     template <int C>
@@ -36,8 +40,8 @@ struct OneSide {
         for (int c = 0; c < C; ++c) x[c] = own[c];
         int i = 0;
         for (; i + kLanes <= m; i += kLanes) {
-            V sum = *reinterpret_cast<const V*>(p + i) * x[0];
-            for (int c = 1; c < C; ++c) sum += *reinterpret_cast<const V*>(p + ld * c + i) * x[c];
+            V sum = *reinterpret_cast<const Memory*>(p + i) * x[0];
+            for (int c = 1; c < C; ++c) sum += *reinterpret_cast<const Memory*>(p + ld * c + i) * x[c];
             for (int l = 0; l < kLanes; ++l) y[rows[i + l]] -= sum[l];
         }
         for (; i < m; ++i) {
@@ -57,7 +61,7 @@ struct OneSide {
         int i = 0;
         for (; i + kLanes <= m; i += kLanes) {
             const V z{y[rows[i]], y[rows[i + 1]], y[rows[i + 2]], y[rows[i + 3]]};
-            for (int c = 0; c < C; ++c) sum[c] += *reinterpret_cast<const V*>(p + ld * c + i) * z;
+            for (int c = 0; c < C; ++c) sum[c] += *reinterpret_cast<const Memory*>(p + ld * c + i) * z;
         }
         R total[C];
         for (int c = 0; c < C; ++c) total[c] = (sum[c][0] + sum[c][1]) + (sum[c][2] + sum[c][3]);
@@ -79,7 +83,8 @@ struct SideBlock {
     static constexpr int kLanes = kNumbers < 4 ? kNumbers : 4;
     static constexpr int kVectors = kNumbers / kLanes;
     static constexpr int kMostColumns = kIsComplex<T> && kVectors > 1 ? 2 : 4;
-    using V = typename Vectors<R, kLanes>::type;
+    using V = typename Vectors<R, kLanes>::Register;
+    using Memory = typename Vectors<R, kLanes>::Memory;
 
     template <int C>
     LINTRIX_ALWAYS_INLINE static void subtractRows(const T* p, std::ptrdiff_t ld, int m, const int* rows,
@@ -90,11 +95,11 @@ struct SideBlock {
             for (int v = 0; v < kVectors; ++v) x[c][v] = vectors(own + c * Sides)[v];
         }
         for (int i = 0; i < m; ++i) {
-            V* const to = vectors(y + std::ptrdiff_t{rows[i]} * Sides);
+            Memory* const to = vectors(y + std::ptrdiff_t{rows[i]} * Sides);
             for (int v = 0; v < kVectors; ++v) {
                 Sum sum;
                 for (int c = 0; c < C; ++c) sum.add(p[ld * c + i], x[c][v]);
-                sum.subtractFrom(to[v], false);
+                sum.subtractFrom(to + v, false);
             }
         }
     }
@@ -105,21 +110,22 @@ struct SideBlock {
     {
         Sum sum[C][kVectors];
         for (int i = 0; i < m; ++i) {
-            const V* const z = vectors(y + std::ptrdiff_t{rows[i]} * Sides);
+            const Memory* const sides = vectors(y + std::ptrdiff_t{rows[i]} * Sides);
             for (int v = 0; v < kVectors; ++v) {
-                for (int c = 0; c < C; ++c) sum[c][v].add(p[ld * c + i], z[v]);
+                const V z = sides[v];
+                for (int c = 0; c < C; ++c) sum[c][v].add(p[ld * c + i], z);
             }
         }
         for (int c = 0; c < C; ++c) {
-            for (int v = 0; v < kVectors; ++v) sum[c][v].subtractFrom(vectors(own + c * Sides)[v], adjoint);
+            for (int v = 0; v < kVectors; ++v) sum[c][v].subtractFrom(vectors(own + c * Sides) + v, adjoint);
         }
     }
 
 private:
-    LINTRIX_ALWAYS_INLINE static V* vectors(T* cells) { return reinterpret_cast<V*>(cells); }
-    LINTRIX_ALWAYS_INLINE static const V* vectors(const T* cells)
+    LINTRIX_ALWAYS_INLINE static Memory* vectors(T* cells) { return reinterpret_cast<Memory*>(cells); }
+    LINTRIX_ALWAYS_INLINE static const Memory* vectors(const T* cells)
     {
-        return reinterpret_cast<const V*>(cells);
+        return reinterpret_cast<const Memory*>(cells);
     }
 
     // Of products of numbers and vectors.
@@ -135,17 +141,21 @@ private:
                 byReal += vector * number;
             }
         }
-        // to -= the sum, with the numbers conjugated for `adjoint`.
-        LINTRIX_ALWAYS_INLINE void subtractFrom(V& to, bool adjoint) const
+        // *to -= the sum, with the numbers conjugated for `adjoint`.
+        LINTRIX_ALWAYS_INLINE void subtractFrom(Memory* to, bool adjoint) const
         {
-            to -= byReal;
+            *to -= byReal;
             if constexpr (kIsComplex<T>) {
                 V crossed; // i times the other sum
                 for (int l = 0; l < kLanes; l += 2) {
                     crossed[l] = -byImaginary[l + 1];
                     crossed[l + 1] = byImaginary[l];
                 }
-                adjoint ? to += crossed : to -= crossed;
+                if (adjoint) {
+                    *to += crossed;
+                } else {
+                    *to -= crossed;
+                }
             }
         }
     };

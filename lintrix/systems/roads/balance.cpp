@@ -137,7 +137,8 @@ private:
         if (A_.isDense() || A_.isOneTriangle()) return byColumns(overCounts(byRows(x), rowCounts_));
         if (counted_ == A_.elements()) return throughRows(x, [](const Cell&) { return 1.0; });
         // Where zeros are stored among the others, a branch for each would take longer than its work.
-        return throughRows(x, [](const Cell& a) { return static_cast<double>((a != 0.0) & isFinite(a)); });
+        return throughRows(
+            x, [](const Cell& a) { return static_cast<double>(int{a != 0.0} & int{isFinite(a)}); });
     }
     template <class Tells>
     Numbers throughRows(const Numbers& x, Tells tells) const

@@ -8,13 +8,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace Velmar::Lintrix::detail {
 
 namespace {
 
-constexpr double kEps = std::numeric_limits<double>::epsilon();
 /// Runs after one whose triplets were measured worse than they were believed to be.
 constexpr int kCorrections = 3;
 /// Of a bound for the certificate from the last value: at least what a factor resolves, at most a part of it.

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -262,22 +263,28 @@ TEST(NestedDissection, EachAllocationMayFail)
     !LINTRIX_HAS_FEATURE(address_sanitizer) && !LINTRIX_HAS_FEATURE(thread_sanitizer)
 
 // Takes all memory that the process can still get, `more` bytes beyond what it has, in a list of blocks, the
-// smallest first.
+// smallest first. None where the limit has no effect, as under an emulator: it would be all of the machine's.
 struct Hoard {
     Hoard* next;
 };
 
 Hoard* takeAllMemory(rlim_t more)
 {
+    constexpr rlim_t kMostThatWasFree = rlim_t{1} << 30; // in arenas that the process has already
     rlim_t pages = 0;
     std::ifstream("/proc/self/statm") >> pages;
     rlimit limit{};
     getrlimit(RLIMIT_AS, &limit);
-    limit.rlim_cur = pages * 4096 + more;
+    limit.rlim_cur = pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + more;
     setrlimit(RLIMIT_AS, &limit);
     Hoard* hoard = nullptr;
+    rlim_t taken = 0;
     for (std::size_t size = 1048576; size >= sizeof(Hoard); size /= 2) {
-        while (void* block = std::malloc(size)) hoard = new (block) Hoard{hoard};
+        while (void* block = std::malloc(size)) {
+            hoard = new (block) Hoard{hoard};
+            taken += size;
+            if (taken > more + kMostThatWasFree) return nullptr;
+        }
     }
     return hoard;
 }
