@@ -275,7 +275,7 @@ int run(const MatrixMarketTriplets& file, const Options& options)
     }
     std::printf(
         "{\"solver\":\"lintrix-%d\",\"matrix\":\"%s\",\"type\":\"%s\",\"scalar\":\"%s\",\"n\":%d,\"nnz\":%zu,"
-        "\"threads\":%d,\"rhs\":%d,\"analysis_s\":%.5f,\"factor_s\":%.5f,\"solve_s\":%.5f,\"total_s\":%.5f,"
+        "\"threads\":%d,\"rhs\":%d,\"analysis_s\":%.7f,\"factor_s\":%.7f,\"solve_s\":%.7f,\"total_s\":%.7f,"
         "\"nnz_factors\":%d,\"dgemm_gflops\":%.1f,\"residual\":%.2e,\"peak_rss_mib\":%.0f,"
         "\"perturbed\":%d,\"error_code\":%d}\n",
         options.ordering, std::filesystem::path(options.file).stem().c_str(), options.type.c_str(),

@@ -11,21 +11,6 @@ using namespace detail::engine;
 
 namespace {
 
-/// What light vertices leave, by minimum degree. `order` has a place for each vertex that remains.
-Failure orderRest(LightElimination& light, std::span<int> order, MultipleElimination& elimination)
-{
-    const auto starts = Scratch<int>::uninitialised(std::int64_t{light.vertices()} + 1);
-    const auto neighbours = Scratch<int>::uninitialised(light.entries());
-    const auto names = Scratch<int>::uninitialised(light.vertices());
-    if (!starts || !neighbours || !names)
-        return outOfMemory(BlockCode::Transient, missingBytes(starts, neighbours, names));
-    const Graph graph = light.writeRest(starts.span(), neighbours.span(), names.span());
-    constexpr int kNoAllowance = 0;
-    if (const Failure failure = elimination.run(graph, kNoAllowance, {}, kLargestMark, order)) return failure;
-    for (int& v : order) v = names[v];
-    return {};
-}
-
 Failure orderPattern(const Pattern& pattern, std::span<int> vertexAt, EliminationForecast* forecast)
 {
     LightElimination light;
@@ -33,9 +18,9 @@ Failure orderPattern(const Pattern& pattern, std::span<int> vertexAt, Eliminatio
     const std::span<int> rest = vertexAt.subspan(static_cast<std::size_t>(light.eliminated()),
                                                  static_cast<std::size_t>(light.vertices()));
     MultipleElimination elimination;
-    if (!rest.empty()) {
-        if (const Failure failure = orderRest(light, rest, elimination)) return failure;
-    }
+    constexpr int kNoAllowance = 0;
+    if (const Failure failure = orderRest(light, kNoAllowance, kLargestMark, rest, elimination))
+        return failure;
     if (forecast != nullptr)
         *forecast = {light.cost().lowerNonZeros + elimination.cost().lowerNonZeros,
                      light.cost().operations + elimination.cost().operations};

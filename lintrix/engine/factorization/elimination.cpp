@@ -147,8 +147,9 @@ T Eliminator<T>::scaled(T value, int J, int place) const
     const bool inU = place < 0 && unsymmetric(); // a mirrored entry's factors are the same ones
     const int cell = place < 0 ? ~place : place;
     const int ld = structure_.height(J) - (inU ? structure_.width(J) : 0);
-    const int fromList = (inU ? structure_.rowsBelow(J) : structure_.rowsOf(J))[cell % ld];
-    const int inBlock = structure_.starts[J] + cell / ld;
+    const int behind = structure_.width(J) == 1 ? 0 : cell / ld; // networks are single columns: no division
+    const int fromList = (inU ? structure_.rowsBelow(J) : structure_.rowsOf(J))[cell - behind * ld];
+    const int inBlock = structure_.starts[J] + behind;
     const int row = inU ? inBlock : fromList, column = inU ? fromList : inBlock;
     return scaledBy(value, plan_.scaling.column[column], plan_.scaling.row[row]);
 }

@@ -134,7 +134,7 @@ int factorCholeskyPanel(T* panel, int height, int w)
 template <class T>
 void solveFromRight(RightFactor factor, const T* block, int ld, int w, T* x, int ldx, int m)
 {
-    if (m == 0) return;
+    if (m == 0 || (w == 1 && isUnit(factor))) return;
     if (w <= kWidestByColumns) return narrowPanels<T>().solve(factor, block, ld, w, x, ldx, m);
     const char uplo = isUpper(factor) ? 'U' : 'L', diag = isUnit(factor) ? 'U' : 'N';
     const char trans = isUpper(factor) ? 'N' : isAdjoint(factor) ? 'C' : 'T';

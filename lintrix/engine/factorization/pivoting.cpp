@@ -37,7 +37,7 @@ bool isNegative(T value)
 template <class T>
 T sufficient(T value, RealOf<T> eps, PivotCounts& counts)
 {
-    if (!(static_cast<double>(eps) >= modulus(value))) return value;
+    if (std::abs(realPart(value)) > eps || !(static_cast<double>(eps) >= modulus(value))) return value;
     ++counts.perturbed;
     return isNegative(value) ? T(-eps) : T(eps);
 }
@@ -302,6 +302,16 @@ LINTRIX_ALWAYS_INLINE PivotCounts pivotBlock(const Block<T>& a, double eps, int*
     return counts;
 }
 
+// Blocks of one column are most of those of networks.
+template <class T>
+PivotCounts pivotAlone(T& cell, double eps, int& rowExchange, int& columnExchange)
+{
+    PivotCounts counts;
+    cell = sufficient(cell, threshold<T>(eps, 1e-13), counts);
+    rowExchange = columnExchange = 1;
+    return counts;
+}
+
 template <class T>
 using CompletePivoting = PivotCounts (*)(const Block<T>&, double, int*, int*);
 
@@ -326,6 +336,7 @@ constexpr KernelForms<CompletePivoting<T>> kForms{
 template <class T>
 PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchange, int* columnExchange)
 {
+    if (w == 1) return pivotAlone(*block, eps, *rowExchange, *columnExchange);
     static const CompletePivoting<T> kernel = kForms<T>.chosen();
     return kernel({block, ld, w}, eps, rowExchange, columnExchange);
 }

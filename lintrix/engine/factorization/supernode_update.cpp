@@ -12,12 +12,14 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-using update_kernel::runByElements;
 using update_kernel::VectorKernel;
 
 // Rows of a descendant that a second-level cache holds are read where they lie, group of columns after group:
 // packing them costs more than it saves.
 constexpr std::int64_t kMostBytesInPlace = std::int64_t{128} << 10;
+
+template <class T>
+constexpr int kFewRows = kIsComplex<T> ? 4 : 2;
 
 template <class T, class Kernel>
 LINTRIX_ALWAYS_INLINE void run(const UpdateProduct<T>& product, const Kernel& kernel, bool lowerTriangle,
@@ -52,16 +54,30 @@ void runSse2(const UpdateProduct<T>& product, const UpdateTarget<T>& target, boo
     run(product, VectorKernel < T, 16, 3, kIsComplex<T> ? 2 : 4 > (product, target), lowerTriangle, work);
 }
 
+// Fewer rows than a vector has lanes, as in networks: where the target has them here and there, the lanes
+// would go through memory one by one.
+template <class T>
+LINTRIX_FOR_AVX2_AND_FMA void runFewRowsFma(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
+                                            bool lowerTriangle, T*)
+{
+    update_kernel::runByNumbers(product, target, lowerTriangle);
+}
+template <class T>
+void runFewRowsSse2(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle, T*)
+{
+    update_kernel::runByNumbers(product, target, lowerTriangle);
+}
+
 template <class T>
 struct Choice {
-    Kernel<T> run;
+    Kernel<T> run, runFewRows;
     int lanes;
 };
 
 template <class T>
-constexpr KernelForms<Choice<T>> kForms{.sse2 = {runSse2<T>, 16 / sizeof(T)},
-                                        .avx2 = {runAvx2<T>, 32 / sizeof(T)},
-                                        .avx512 = {runAvx512<T>, 64 / sizeof(T)}};
+constexpr KernelForms<Choice<T>> kForms{.sse2 = {runSse2<T>, runFewRowsSse2<T>, 16 / sizeof(T)},
+                                        .avx2 = {runAvx2<T>, runFewRowsFma<T>, 32 / sizeof(T)},
+                                        .avx512 = {runAvx512<T>, runFewRowsFma<T>, 64 / sizeof(T)}};
 
 } // namespace
 
@@ -71,8 +87,8 @@ void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& tar
 {
     static const Choice<T> kernel = kForms<T>.chosen();
     if (product.m <= 0) return;
-    if (product.m + product.above < kernel.lanes) {
-        runByElements(product, target, lowerTriangle);
+    if (product.m + product.above < kernel.lanes || product.m <= kFewRows<T>) {
+        kernel.runFewRows(product, target, lowerTriangle, buffer);
     } else {
         kernel.run(product, target, lowerTriangle, buffer);
     }

@@ -369,20 +369,48 @@ private:
     const int columnsAhead_; // of a, by which a group brings the next rows near
 };
 
-/// Without vectors: what is shorter than one.
+/// sum += x*y; a complex sum is kept as those with the real and with the imaginary part of y.
 template <class T>
-LINTRIX_ALWAYS_INLINE void runByElements(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
-                                         bool lowerTriangle)
+class NumberSum {
+public:
+    LINTRIX_ALWAYS_INLINE void add(const T* x, const T* y)
+    {
+        const V number = *reinterpret_cast<const Memory*>(x);
+        if constexpr (kIsComplex<T>) {
+            byReal_ += number * y->real();
+            byImaginary_ += number * y->imag();
+        } else {
+            byReal_ += number * *y;
+        }
+    }
+    LINTRIX_ALWAYS_INLINE void subtractFrom(T* cell)
+    {
+        if constexpr (kIsComplex<T>)
+            addTimesI<R, sizeof(T)>(byReal_, byImaginary_, std::integer_sequence<int, 0, 1>());
+        *reinterpret_cast<Memory*>(cell) -= byReal_;
+    }
+
+private:
+    using R = RealOf<T>;
+    using V = typename Vectors<R, sizeof(T)>::Register;
+    using Memory = typename Vectors<R, sizeof(T)>::Memory;
+    V byReal_{}, byImaginary_{};
+};
+
+/// Number by number: for few rows.
+template <class T>
+LINTRIX_ALWAYS_INLINE void runByNumbers(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
+                                        bool lowerTriangle)
 {
     int c = 0;
     for (const UpdatePanel<T> panel : target.panels) {
         for (const int end = c + panel.columns; c < end; ++c) {
             T* const cells = panel.cells + std::ptrdiff_t{panel.ld} * target.row[c];
-            const int first = lowerTriangle ? std::max(c, panel.firstRow) : panel.firstRow;
-            for (int p = 0; p < product.w; ++p) {
-                const T* const a = product.a + std::ptrdiff_t{product.lda} * p;
-                const T y = product.b[c + std::ptrdiff_t{product.ldb} * p];
-                for (int i = first; i < product.m; ++i) cells[target.row[i]] -= engine::product(a[i], y);
+            for (int i = lowerTriangle ? std::max(c, panel.firstRow) : panel.firstRow; i < product.m; ++i) {
+                NumberSum<T> sum;
+                for (std::ptrdiff_t p = 0; p < product.w; ++p)
+                    sum.add(product.a + i + product.lda * p, product.b + c + product.ldb * p);
+                sum.subtractFrom(cells + target.row[i]);
             }
         }
     }

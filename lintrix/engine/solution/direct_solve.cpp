@@ -23,7 +23,7 @@ int piecesOf(int count, int size)
 template <class T>
 int sidesPerBlock(int count, int threads)
 {
-    return std::clamp(piecesOf(count, threads), 1, kSidesAtOnce<T>);
+    return std::clamp(piecesOf(count, threads), 1, kSidesAtOnce);
 }
 
 // Panels from files are worked with sooner than read: few right-hand sides go together, on one thread, and
@@ -32,7 +32,7 @@ template <class T>
 int sidesPerBlockFromFiles(int count, int threads)
 {
     const int sides = sidesPerBlock<T>(count, threads);
-    if (count > kSidesAtOnce<T>) return sides;
+    if (count > kSidesAtOnce) return sides;
     return sidesTaken<T>(count) <= piecesOf(count, sides) * sidesTaken<T>(sides) ? count : sides;
 }
 
@@ -88,7 +88,7 @@ std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const Subst
                                       int threads, int count) noexcept
 {
     if (splitsByParts<T>(parts, threads, count)) {
-        const int taken = sidesTaken<T>(std::min(count, kSidesAtOnce<T>));
+        const int taken = sidesTaken<T>(std::min(count, kSidesAtOnce));
         return factor.order() * std::int64_t{taken} + PartedSubstitution<T>::workSize(factor, parts, taken);
     }
     const int sides = sidesPerBlock<T>(count, threads);
@@ -153,8 +153,8 @@ template <class T>
 void DirectSolve<T>::solveByParts(const T* b, T* x, int count, SolvePart part) const
 {
     const std::ptrdiff_t n = factor_.order();
-    for (int first = 0; first < count; first += kSidesAtOnce<T>) {
-        const int own = std::min(kSidesAtOnce<T>, count - first);
+    for (int first = 0; first < count; first += kSidesAtOnce) {
+        const int own = std::min(kSidesAtOnce, count - first);
         const RightSides<T> y{work_, sidesTaken<T>(own)};
         const PartedSubstitution<T> substitution(factor_, parts_, y, work_ + n * y.count);
         bring(b + n * first, own, includes(part, SolvePart::Forward), y);

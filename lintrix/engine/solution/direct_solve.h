@@ -49,7 +49,7 @@ public:
     /// the factor, and a pass costs about the same for a few as for one, reading the factor.
     static bool takesParts(int threads, int count) noexcept
     {
-        return threads > 1 && count < std::int64_t{threads} * kSidesAtOnce<T>;
+        return threads > 1 && count < std::int64_t{threads} * kSidesAtOnce;
     }
 
     /// `b` and `x` are n x count, column after column, and may be the same. Many right-hand sides are dealt

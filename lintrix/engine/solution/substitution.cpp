@@ -300,22 +300,32 @@ struct Passes {
     Pass<T> forward, backward;
 };
 
-template <class T, class Kernel>
+// With a kernel for registers of 32 bytes and one for those of 16.
+template <class T, class Kernel, class NarrowKernel = Kernel>
 Passes<T> passesWith()
 {
     constexpr Passes<T> avx2{forwardAvx2<T, Kernel>, backwardAvx2<T, Kernel>};
     constexpr KernelForms<Passes<T>> forms{
-        .sse2 = {forwardSse2<T, Kernel>, backwardSse2<T, Kernel>}, .avx2 = avx2, .avx512 = avx2};
+        .sse2 = {forwardSse2<T, NarrowKernel>, backwardSse2<T, NarrowKernel>}, .avx2 = avx2, .avx512 = avx2};
     return forms.chosen();
+}
+
+template <class T, int Sides>
+Passes<T> passesOfBlock()
+{
+    return passesWith<T, SideBlock<T, Sides, 32>, SideBlock<T, Sides, 16>>();
 }
 
 template <class T>
 Passes<T> passesFor(int sides)
 {
-    constexpr int most = kSidesAtOnce<T>;
-    using One = std::conditional_t<kIsComplex<T>, SideBlock<T, 1>, OneSide<RealOf<T>>>;
-    if (sides == 1) return passesWith<T, One>();
-    return sides == most ? passesWith<T, SideBlock<T, most>>() : passesWith<T, SideBlock<T, most / 2>>();
+    if constexpr (kIsComplex<T>) {
+        if (sides == 1) return passesOfBlock<T, 1>();
+        if (sides == 2) return passesOfBlock<T, 2>();
+    } else {
+        if (sides == 1) return passesWith<T, OneSide<T>>();
+    }
+    return sides == 4 ? passesOfBlock<T, 4>() : passesOfBlock<T, kSidesAtOnce>();
 }
 
 // Cells of L's panel and of what stands for U's, which one pass goes by.

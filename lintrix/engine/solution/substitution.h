@@ -31,16 +31,15 @@ struct RightSides {
 };
 
 /// As many right-hand sides as one pass over the factor takes along.
-template <class T>
-inline constexpr int kSidesAtOnce = kIsComplex<T> ? 4 : 8;
+inline constexpr int kSidesAtOnce = 8;
 
-/// The room that `count` right-hand sides, up to kSidesAtOnce, are given at each position: one, half of
-/// kSidesAtOnce or all.
+/// The room that `count` right-hand sides, up to kSidesAtOnce, are given at each position: one, four or
+/// eight, and of complex ones also two, which fill a vector.
 template <class T>
 constexpr int sidesTaken(int count) noexcept
 {
-    constexpr int most = kSidesAtOnce<T>;
-    return count == 1 ? 1 : count <= most / 2 ? most / 2 : most;
+    constexpr int few = kIsComplex<T> ? 2 : 4;
+    return count == 1 ? 1 : count <= few ? few : count <= 4 ? 4 : kSidesAtOnce;
 }
 
 /// The supernodes first .. last.

@@ -75,14 +75,17 @@ struct OneSide {
 
 /// Several right-hand sides, or complex ones: vectors run along the right-hand sides of a position. A complex
 /// product takes two sums, one with the real parts of P and one with the imaginary, joined at the end.
-template <class T, int Sides>
+/// `Bytes` are those of a register: longer vectors would live in memory.
+template <class T, int Sides, int Bytes>
 struct SideBlock {
     using R = RealOf<T>;
     static constexpr int kSides = Sides;
     static constexpr int kNumbers = Sides * (kIsComplex<T> ? 2 : 1); ///< real ones at a position
-    static constexpr int kLanes = kNumbers < 4 ? kNumbers : 4;
+    static constexpr int kMostLanes = Bytes / static_cast<int>(sizeof(R)) < 4 ? 2 : 4;
+    static constexpr int kLanes = kNumbers < kMostLanes ? kNumbers : kMostLanes;
     static constexpr int kVectors = kNumbers / kLanes;
-    static constexpr int kMostColumns = kIsComplex<T> && kVectors > 1 ? 2 : 4;
+    static constexpr int kMostColumns = kIsComplex<T> && Sides > 2 ? 2 : 4;
+    static constexpr int kVectorsAtOnce = kVectors < 2 ? kVectors : 2; ///< of which registers hold all sums
     using V = typename Vectors<R, kLanes>::Register;
     using Memory = typename Vectors<R, kLanes>::Memory;
 
@@ -108,16 +111,19 @@ struct SideBlock {
     LINTRIX_ALWAYS_INLINE static void subtractColumns(const T* p, std::ptrdiff_t ld, int m, const int* rows,
                                                       T* own, const T* y, bool adjoint)
     {
-        Sum sum[C][kVectors];
-        for (int i = 0; i < m; ++i) {
-            const Memory* const sides = vectors(y + std::ptrdiff_t{rows[i]} * Sides);
-            for (int v = 0; v < kVectors; ++v) {
-                const V z = sides[v];
-                for (int c = 0; c < C; ++c) sum[c][v].add(p[ld * c + i], z);
+        for (int first = 0; first < kVectors; first += kVectorsAtOnce) {
+            Sum sum[C][kVectorsAtOnce];
+            for (int i = 0; i < m; ++i) {
+                const Memory* const sides = vectors(y + std::ptrdiff_t{rows[i]} * Sides) + first;
+                for (int v = 0; v < kVectorsAtOnce; ++v) {
+                    const V z = sides[v];
+                    for (int c = 0; c < C; ++c) sum[c][v].add(p[ld * c + i], z);
+                }
             }
-        }
-        for (int c = 0; c < C; ++c) {
-            for (int v = 0; v < kVectors; ++v) sum[c][v].subtractFrom(vectors(own + c * Sides) + v, adjoint);
+            for (int c = 0; c < C; ++c) {
+                Memory* const to = vectors(own + c * Sides) + first;
+                for (int v = 0; v < kVectorsAtOnce; ++v) sum[c][v].subtractFrom(to + v, adjoint);
+            }
         }
     }
 

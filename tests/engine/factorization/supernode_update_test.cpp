@@ -136,8 +136,8 @@ TYPED_TEST_SUITE(SupernodeUpdate, Scalars);
 
 TYPED_TEST(SupernodeUpdate, SmallShapes)
 {
-    for (int m = 1; m <= 40; m += 3) {
-        for (int k = 1; k <= std::min(m, 19); k += 2) {
+    for (int m = 1; m <= 40; m += m < 10 ? 1 : 3) {
+        for (int k = 1; k <= std::min(m, 19); k += m < 10 ? 1 : 2) {
             for (const int w : {1, 2, 7}) {
                 for (const bool lower : {false, true}) {
                     this->expectExact({m, k, w, 3, lower, (m * k) % 20});

@@ -45,7 +45,7 @@ TYPED_TEST(DirectSolveOf, AnyNumberOfRightHandSidesIsSolvedOnAnyThreads)
         for (const int threads : {1, 2, 4}) {
             const StoredSystem<T> system(graph.view(), A, {Method::CompletePivoting, false, 0.0}, threads,
                                          transposed);
-            for (const int count : {1, 2, 3, 7, 8, 9, 20}) {
+            for (const int count : {1, 2, 3, 4, 5, 7, 8, 9, 16, 20}) {
                 const auto b = randomVector<T>(72 * static_cast<std::size_t>(count), 4);
                 std::vector<T> x(b.size());
                 system.solver.solve(b.data(), x.data(), count);

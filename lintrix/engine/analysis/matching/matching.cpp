@@ -16,7 +16,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <numeric>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -26,16 +28,34 @@ constexpr double kEps = std::numeric_limits<double>::epsilon();
 constexpr int kLooksPerRow = 10;
 constexpr double kUnreached = std::numeric_limits<double>::infinity();
 
-// Magnitudes become costs. `logColumnMaximum` receives c_j, 0 for an empty column; the smallest cost returns.
-double replaceByCosts(csr_new& record, std::span<double> logColumnMaximum) noexcept
+// 0 for an empty column.
+void findColumnMaxima(const csr_new& record, std::span<double> columnMaximum) noexcept
 {
-    std::fill(logColumnMaximum.begin(), logColumnMaximum.end(), 0.0);
+    std::ranges::fill(columnMaximum, 0.0);
     for (int k = 0; k < record.nnz; ++k) {
-        double& largest = logColumnMaximum[record.ja[k]];
+        double& largest = columnMaximum[record.ja[k]];
         largest = std::max(largest, record.m[k]);
     }
-    for (double& c : logColumnMaximum) c = c > 0.0 ? std::log(c) : 0.0;
+}
 
+bool standOnDiagonal(std::span<const double> columnMaximum, const csr_new& record) noexcept
+{
+    for (int i = 0; i < record.n; ++i) {
+        int k = record.ia[i];
+        while (k < record.ia[i + 1] && !(record.ja[k] == i && record.m[k] == columnMaximum[i])) ++k;
+        if (k == record.ia[i + 1]) return false;
+    }
+    return true;
+}
+
+void takeLogarithms(std::span<double> columnMaximum) noexcept
+{
+    for (double& c : columnMaximum) c = c > 0.0 ? std::log(c) : 0.0;
+}
+
+// Magnitudes become costs; the smallest of them returns.
+double replaceByCosts(csr_new& record, std::span<const double> logColumnMaximum) noexcept
+{
     double smallest = 0.0;
     for (int k = 0; k < record.nnz; ++k) {
         record.m[k] = std::log(record.m[k]) - logColumnMaximum[record.ja[k]];
@@ -320,6 +340,17 @@ private:
     int freeColumn_ = -1;
 };
 
+// No product is larger than that of the columns' largest magnitudes: where they stand on the diagonal, that
+// is the matching, all u_i and q_j are 0, and nothing has to be sought.
+void matchDiagonal(std::span<const double> logColumnMaximum, Matching& matching) noexcept
+{
+    matching.size = static_cast<int>(logColumnMaximum.size());
+    std::iota(matching.columnOfRow.begin(), matching.columnOfRow.end(), 0);
+    std::iota(matching.rowOfColumn.begin(), matching.rowOfColumn.end(), 0);
+    std::ranges::fill(matching.u, 0.0);
+    std::ranges::transform(logColumnMaximum, matching.v.begin(), std::negate<>());
+}
+
 } // namespace
 
 Failure matchMaximumProduct(csr_new& record, Matching& matching) noexcept
@@ -328,6 +359,13 @@ Failure matchMaximumProduct(csr_new& record, Matching& matching) noexcept
     if (const std::int64_t bytes = work.bytesMissing(); bytes > 0)
         return outOfMemory(BlockCode::MatchingScratch, bytes);
     const std::span<double> c = work.logColumnMaximum.span();
+    findColumnMaxima(record, c);
+    const bool isDiagonal = standOnDiagonal(c, record);
+    takeLogarithms(c);
+    if (isDiagonal) {
+        matchDiagonal(c, matching);
+        return {};
+    }
     const double smallestCost = replaceByCosts(record, c);
     matching.size = Matcher(record, matching, work, smallestCost).run();
     if (!WorkScope::goesOn()) return stopped();

@@ -31,7 +31,7 @@ struct Matching {
 /// pattern's symmetry. The result depends on the input alone.
 ///
 /// `record` holds magnitudes above zero and none that is not finite. Its values are replaced by costs,
-/// w_ij = ln |a_ij| - ln(largest of column j) <= 0.
+/// w_ij = ln |a_ij| - ln(largest of column j) <= 0, unless the largest of all columns stand on the diagonal.
 ///
 /// Failures: -402; Matching with internal -size when not perfect.
 /// Cost: a pass or two for most matrices; at worst n shortest paths of O(nnz + n log n) each.

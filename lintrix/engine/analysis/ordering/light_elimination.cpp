@@ -16,29 +16,48 @@ constexpr int kLongList = 64;
 Failure LightElimination::run(const Pattern& pattern, std::span<int> order)
 {
     if (const Failure failure = checkPattern(pattern)) return failure;
-    if (const Failure failure = allocate(pattern)) return failure;
+    const auto cells = 2 * static_cast<std::int64_t>(pattern.ja.size()); // each entry stands in two lists
+    if (cells > std::numeric_limits<int>::max()) return overflow();
+    if (const Failure failure = allocate(pattern.order(), cells)) return failure;
     joinLists(pattern);
     clearOfRepeats();
-    vertices_ = pattern.order();
+    takeLight(order);
+    return {};
+}
+
+Failure LightElimination::runOn(const Graph& graph, std::span<int> order)
+{
+    const auto cells = static_cast<std::int64_t>(graph.neighbours.size());
+    if (const Failure failure = allocate(graph.vertices(), cells)) return failure;
+    copyLists(graph);
+    takeLight(order);
+    return {};
+}
+
+void LightElimination::takeLight(std::span<int> order)
+{
+    vertices_ = static_cast<int>(order.size());
     leaveOutDense(order);
     eliminateAll(order);
     entries_ = 0;
     for (const Vertex& vertex : vertexOf_.span()) entries_ += std::max(vertex.degree, 0);
-    return {};
 }
 
-// Each entry stands in two lists.
-Failure LightElimination::allocate(const Pattern& pattern)
+Failure LightElimination::allocate(int n, std::int64_t cells)
 {
-    const int n = pattern.order();
-    const auto cells = 2 * static_cast<std::int64_t>(pattern.ja.size());
-    if (cells > std::numeric_limits<int>::max()) return overflow();
     vertexOf_ = Scratch<Vertex>::uninitialised(n);
     neighbours_ = Scratch<int>::uninitialised(cells);
     light_ = Scratch<int>::uninitialised(n);
     touched_ = Scratch<int>::uninitialised(n);
     const std::int64_t bytes = missingBytes(vertexOf_, neighbours_, light_, touched_);
     return bytes == 0 ? Failure{} : outOfMemory(BlockCode::Transient, bytes);
+}
+
+void LightElimination::copyLists(const Graph& graph)
+{
+    std::ranges::copy(graph.neighbours, neighbours_.get());
+    for (int v = 0; v < graph.vertices(); ++v)
+        vertexOf_[v] = {graph.starts[v], graph.degree(v), graph.degree(v), 0};
 }
 
 // The list of a vertex: its row, and behind it its column.

@@ -3,6 +3,7 @@
 /// Elimination of the vertices that need no search for the next pivot: those with two neighbours at most.
 
 #include <lintrix/engine/analysis/graph/adjacency.h>
+#include <lintrix/engine/analysis/graph/graph.h>
 #include <lintrix/engine/analysis/ordering/multiple_elimination.h>
 #include <lintrix/engine/call/failure.h>
 #include <lintrix/engine/call/memory.h>
@@ -14,11 +15,11 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Takes the graph of a pattern with its transpose, leaves its dense vertices out (`isDense`), and eliminates
-/// vertices of degree 0, 1 and 2 as long as there are any. A minimum degree elimination would take them
-/// first, too, and networks and circuits consist of them for the most part; but no element is needed to stand
-/// for a clique of two vertices, only the edge between them, and that takes the place of the vertex in both
-/// lists. So lists shrink only, and nothing is hashed, stamped or put into lists by degree.
+/// Takes a graph, or that of a pattern with its transpose, leaves its dense vertices out (`isDense`), and
+/// eliminates vertices of degree 0, 1 and 2 as long as there are any. A minimum degree elimination would take
+/// them first, too, and networks and circuits consist of them for the most part; but no element is needed to
+/// stand for a clique of two vertices, only the edge between them, and that takes the place of the vertex in
+/// both lists. So lists shrink only, and nothing is hashed, stamped or put into lists by degree.
 ///
 /// A vertex of degree 2 next to one with a long list is left: to look for an edge there takes its time.
 /// Cost: O(vertices + entries).
@@ -27,6 +28,8 @@ public:
     /// Writes the vertices eliminated to the front of `order`, and the dense ones to its end, by ascending
     /// degree. @return  {Reordering, kBadPattern}, outOfMemory(Transient), overflow()
     LINTRIX_TESTABLE Failure run(const Pattern& pattern, std::span<int> order);
+    /// The same of a graph that is there already. @return  outOfMemory(Transient)
+    LINTRIX_TESTABLE Failure runOn(const Graph& graph, std::span<int> order);
 
     /// Of those at the front; the dense ones count as a full block, and not in the columns before it.
     const EliminationCost& cost() const noexcept { return cost_; }
@@ -47,7 +50,9 @@ private:
         int touchedIn;     ///< the last pass in which it lost a neighbour
     };
 
-    Failure allocate(const Pattern& pattern);
+    Failure allocate(int n, std::int64_t cells);
+    void copyLists(const Graph& graph);
+    void takeLight(std::span<int> order);
     void joinLists(const Pattern& pattern);
     void clearOfRepeats();
     void leaveOutDense(std::span<int> order);

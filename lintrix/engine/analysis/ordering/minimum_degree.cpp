@@ -1,13 +1,59 @@
 #include <lintrix/engine/analysis/ordering/minimum_degree.h>
 
-#include <lintrix/engine/analysis/ordering/multiple_elimination.h>
+#include <lintrix/engine/call/memory.h>
+
+#include <cstdint>
 
 namespace Velmar::Lintrix::detail::engine {
 
+namespace {
+
+// Lists are copied once more for it, so light vertices have to be many.
+bool isNetwork(const Graph& graph)
+{
+    constexpr int kShare = 4;
+    std::int64_t light = 0;
+    for (int v = 0; v < graph.vertices(); ++v) light += graph.degree(v) <= 2;
+    return kShare * light >= graph.vertices();
+}
+
+Failure orderNetwork(const Graph& graph, int delta, int bound, std::span<int> vertexAt)
+{
+    LightElimination light;
+    if (const Failure failure = light.runOn(graph, vertexAt)) return failure;
+    MultipleElimination elimination;
+    return orderRest(light, delta, bound,
+                     vertexAt.subspan(static_cast<std::size_t>(light.eliminated()),
+                                      static_cast<std::size_t>(light.vertices())),
+                     elimination);
+}
+
+Failure orderVertices(const Graph& graph, int delta, int bound, std::span<int> vertexAt)
+{
+    if (isNetwork(graph)) return orderNetwork(graph, delta, bound, vertexAt);
+    return MultipleElimination().run(graph, delta, {}, bound, vertexAt);
+}
+
+} // namespace
+
+Failure orderRest(LightElimination& light, int delta, int bound, std::span<int> order,
+                  MultipleElimination& elimination)
+{
+    if (order.empty()) return {};
+    const auto starts = Scratch<int>::uninitialised(std::int64_t{light.vertices()} + 1);
+    const auto neighbours = Scratch<int>::uninitialised(light.entries());
+    const auto names = Scratch<int>::uninitialised(light.vertices());
+    if (!starts || !neighbours || !names)
+        return outOfMemory(BlockCode::Transient, missingBytes(starts, neighbours, names));
+    const Graph graph = light.writeRest(starts.span(), neighbours.span(), names.span());
+    if (const Failure failure = elimination.run(graph, delta, {}, bound, order)) return failure;
+    for (int& v : order) v = names[v];
+    return {};
+}
+
 Failure minimumDegree(const Graph& graph, int delta, Ordering ordering, int bound)
 {
-    MultipleElimination elimination;
-    if (const Failure failure = elimination.run(graph, delta, {}, bound, ordering.vertexAt)) return failure;
+    if (const Failure failure = orderVertices(graph, delta, bound, ordering.vertexAt)) return failure;
     for (int position = 0; const int v : ordering.vertexAt) {
         ordering.positionOf[static_cast<std::size_t>(v)] = position++;
     }

@@ -3,6 +3,8 @@
 /// Ordering by multiple minimum degree.
 
 #include <lintrix/engine/analysis/graph/graph.h>
+#include <lintrix/engine/analysis/ordering/light_elimination.h>
+#include <lintrix/engine/analysis/ordering/multiple_elimination.h>
 #include <lintrix/engine/call/failure.h>
 #include <lintrix/services/export.h>
 
@@ -19,10 +21,17 @@ inline constexpr int kLargestMark = 0x7fffffff;
 /// alike, at degree 1 a pivot of degree 2 fills in a tree that needs no fill. Over grids and real matrices
 /// the fill is then that of delta 0 within half a percent. `bound` is at least 3 n + 3; what it is does not
 /// change the order. The same graph gets the same ordering every time. Workspace: edges * 1.2 + 16 n
-/// integers, at most.
+/// integers, at most, and in networks another edges + 7 n.
+///
+/// In networks, where a quarter of the vertices has two neighbours or fewer, those that have, or come to have
+/// them, go first and without a quotient graph (LightElimination).
 /// @return  outOfMemory(Transient), overflow() as for MultipleElimination::run; the ordering is then
 /// undefined
 LINTRIX_TESTABLE Failure minimumDegree(const Graph& graph, int delta, Ordering ordering,
                                        int bound = kLargestMark);
+
+/// What `light` leaves of its graph, in the same way: `order` has a place for each vertex that remains.
+Failure orderRest(LightElimination& light, int delta, int bound, std::span<int> order,
+                  MultipleElimination& elimination);
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -42,6 +42,9 @@ public:
     explicit operator bool() const { return work_ && hitStarts_ && hits_; }
     std::int64_t missingBytes() const { return engine::missingBytes(work_, hitStarts_, hits_); }
 
+    // Nothing tells columns apart: each supernode has all columns of a run, or none.
+    bool isIdle() const { return hitStarts_[runs_] == 0; }
+
     // Returns whether all runs are refined: else the work has to end.
     bool refine()
     {
@@ -194,6 +197,7 @@ private:
         const std::span<Hit> hits =
             hits_.span().subspan(static_cast<std::size_t>(hitStarts_[run]),
                                  static_cast<std::size_t>(hitStarts_[run + 1] - hitStarts_[run]));
+        if (hits.empty()) return;
         std::sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
             return a.size() != b.size() ? a.size() > b.size() : a.first < b.first;
         });
@@ -281,6 +285,7 @@ Failure refineColumnOrder(const FactorStructure& structure, std::span<const Posi
 {
     Refinement refinement(structure, subgraphs, threads);
     if (!refinement) return outOfMemory(BlockCode::Transient, refinement.missingBytes());
+    if (refinement.isIdle()) return {};
     if (!refinement.refine()) return stopped();
     refinement.relabel(ordering);
     return refinement.relabel(rows) ? Failure{} : stopped();

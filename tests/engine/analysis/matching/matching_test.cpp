@@ -182,6 +182,18 @@ TEST(Matching, PrefersTheDiagonalAmongEquals)
     EXPECT_EQ(matched.columnOfRow, (std::vector<int>{0, 1, 2}));
 }
 
+TEST(Matching, IsTheDiagonalWhereEachColumnHasItsLargestThere)
+{
+    const SparseRows<double> A = sparse({{-4, 1, 0}, {4, 2, 1e-9}, {0, -2, 1e-8}});
+    const Matched matched = match(A);
+    ASSERT_FALSE(matched.failure);
+    EXPECT_EQ(matched.columnOfRow, (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(matched.rowOfColumn, (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(matched.u, (std::vector<double>(3, 0.0)));
+    EXPECT_EQ(matched.v, (std::vector<double>{-std::log(4.0), -std::log(2.0), -std::log(1e-8)}));
+    expectMaximum(A, matched);
+}
+
 TEST(Matching, WeighsTheWholeProductAgainstTheLargestEntry)
 {
     // Taking 10 leaves 1 * 1e-3 beside it; 9 * 8 is better.

@@ -78,6 +78,22 @@ TEST(LightElimination, ACycleHasALowEliminationTree)
     EXPECT_LE(*std::ranges::max_element(height), 2.0 * std::log2(n));
 }
 
+TEST(LightElimination, OfAGraphIsThatOfItsPattern)
+{
+    for (const OwnedGraph& graph : {kTree(60, 1, 4), cycle(50), randomGraph(300, 350, 5), clique(6)}) {
+        const auto n = static_cast<std::size_t>(graph.view().vertices());
+        std::vector<int> wanted(n, -7), order(n, -7);
+        LightElimination ofPattern, ofGraph;
+        ASSERT_FALSE(ofPattern.run({graph.starts, graph.neighbours}, wanted));
+        ASSERT_FALSE(ofGraph.runOn(graph.view(), order));
+        EXPECT_EQ(order, wanted);
+        EXPECT_EQ(ofGraph.eliminated(), ofPattern.eliminated());
+        EXPECT_EQ(ofGraph.vertices(), ofPattern.vertices());
+        EXPECT_EQ(ofGraph.entries(), ofPattern.entries());
+        EXPECT_EQ(ofGraph.cost().lowerNonZeros, ofPattern.cost().lowerNonZeros);
+    }
+}
+
 TEST(LightElimination, LeavesWhatHasThreeNeighbours)
 {
     const OwnedGraph graph = clique(5);

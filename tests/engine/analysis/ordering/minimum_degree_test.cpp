@@ -146,6 +146,28 @@ TEST(MinimumDegree, FillIsThatOfPlainGreedyElimination)
     EXPECT_LT(std::exp(logarithms / count), 1.05);
 }
 
+// Each edge of a graph becomes a path of two, so that most vertices are light: they go first, and what they
+// leave is the graph, its lists in another order.
+TEST(MinimumDegree, ChainsInANetworkAddHardlyAnyFill)
+{
+    for (const auto& graph : {grid(12, 12), cube(5), randomGraph(150, 450, 3)}) {
+        const int n = graph.view().vertices();
+        std::set<std::pair<int, int>> halves;
+        int middle = n;
+        for (int v = 0; v < n; ++v) {
+            for (const int u : graph.view().of(v)) {
+                if (u > v) halves.insert({{v, middle}, {u, middle}}), ++middle;
+            }
+        }
+        const OwnedGraph network = graphOf(middle, halves);
+        const OwnedOrdering ordering = ordered(network);
+        ASSERT_NO_FATAL_FAILURE(expectPermutation(ordering));
+        const int edges = middle - n;
+        const auto fill = static_cast<double>(fillOf(network, ordering) - 3 * edges);
+        EXPECT_LT(fill, 1.1 * static_cast<double>(fillOf(graph, ordered(graph)))) << n;
+    }
+}
+
 TEST(MinimumDegree, NamesOfTheVerticesMatterLittle)
 {
     for (const auto& graph : {grid(40, 40), cube(9), randomGraph(800, 2000, 5)}) {
