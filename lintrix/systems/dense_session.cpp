@@ -238,39 +238,41 @@ private:
         const M B = given ? *given : A * *known;
         // A wide system is answered by its shortest solution, which a known one need not be.
         const bool isUnique = known && A.Rows() >= A.Cols();
-        const ColumnUnits<Cell> units(B);
+        const auto units = given ? std::optional<ColumnUnits<Cell>>(B) : std::nullopt;
         M own(B);
-        units.divide(own);
+        if (units) units->divide(own);
         WorkScope::expect(cost().operations);
         Answer<M> found = solveDense(A, own, options_.errorBounds > 0);
         ++factorizations_;
         finish("solve");
         if (found.status != Status::Solved) return told(found, A, {});
-        return judged(A, found, own, units, isUnique ? known : nullptr);
+        return judged(A, found, own, units ? &*units : nullptr, isUnique ? known : nullptr);
     }
 
-    /// The worst of the columns counts, and the probe. B in `units`, as `found` is.
-    SystemAnswer<Cell> judged(const M& A, Answer<M>& found, const M& B, const ColumnUnits<Cell>& units,
+    /// The worst of the columns counts, and the probe. B in `units`, if there are any, as `found` is.
+    SystemAnswer<Cell> judged(const M& A, Answer<M>& found, const M& B, const ColumnUnits<Cell>* units,
                               const M* known) const
     {
         const std::vector<Quality> ofColumns = judgeColumns(A, *found.x, B);
-        units.multiply(*found.x);
-        if (!units.areFinite(*found.x)) found.status = Status::NotFinite;
+        if (units) units->multiply(*found.x);
+        if (units ? !units->areFinite(*found.x) : !allFinite(*found.x)) found.status = Status::NotFinite;
+        const auto isGiven = [units](std::size_t j) { return units == nullptr || units->isFinite(j); };
         Quality worst;
         std::vector<ColumnQuality> columns;
         for (std::size_t j = 0; j < ofColumns.size(); ++j) {
             const Quality& column = ofColumns[j];
-            if (units.isFinite(j)) worst = worse(worst, column);
+            if (isGiven(j)) worst = worse(worst, column);
             columns.push_back({Verdict::Failed, column.judged(), std::numeric_limits<double>::quiet_NaN()});
             if (!found.errorBounds.empty()) columns.back().errorBound = found.errorBounds[j];
         }
-        SystemAnswer<Cell> answer = told(found, A, worst, units.allFinite() ? known : nullptr);
+        SystemAnswer<Cell> answer =
+            told(found, A, worst, units == nullptr || units->allFinite() ? known : nullptr);
         if (!answer.x) return answer;
         const double probeError = worseError(*answer.probeError, answer.knownError);
         for (std::size_t j = 0; j < columns.size(); ++j)
-            if (units.isFinite(j)) columns[j].verdict = verdictOf(columns[j], probeError);
+            if (isGiven(j)) columns[j].verdict = verdictOf(columns[j], probeError);
         answer.columns = std::move(columns);
-        lowerToWorst(answer, &units);
+        lowerToWorst(answer, units);
         return answer;
     }
 

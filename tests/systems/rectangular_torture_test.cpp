@@ -48,7 +48,8 @@ public:
     }
 
 private:
-    /// Whole numbers, of full rank mostly; or with columns that are sums of others, in whatever units.
+    /// Whole numbers, of full rank mostly; or with lines that are, or all but are, another twice; in whatever
+    /// units.
     Draft<Cell> drawn()
     {
         DraftMaker<Cell> maker(cells_);
@@ -56,19 +57,25 @@ private:
         const bool tall = cells_.whole(0, 1) == 0;
         Draft<Cell> A =
             maker.unsymmetric(tall ? longer : shorter, tall ? shorter : longer, cells_.whole(0, 2) > 0);
-        if (cells_.whole(0, 3) == 0) repeat(A, tall);
+        const int kind = cells_.whole(0, 7);
+        if (kind < 2) repeat(A, tall, 0.0);
+        if (kind > 5) repeat(A, tall, std::ldexp(1.0, -cells_.whole(4, 44)));
         if (cells_.whole(0, 3) == 0) maker.scale(A, 3, false, cells_.whole(0, 1) == 0, true);
         return A;
     }
 
-    /// The last line along the shorter side becomes twice the first.
-    static void repeat(Draft<Cell>& A, bool tall)
+    /// The last line along the shorter side becomes twice the first, or differs from that by what it was in
+    /// the unit of `apart`.
+    static void repeat(Draft<Cell>& A, bool tall, double apart)
     {
         const int last = (tall ? A.cols() : A.rows()) - 1;
         for (int k = 0; k < (tall ? A.rows() : A.cols()) && last > 0; ++k) {
             const int i = tall ? k : last, j = tall ? last : k;
-            if (tall ? A.isStored(k, 0) : A.isStored(0, k))
-                A.set(i, j, 2.0 * (tall ? A.at(k, 0) : A.at(0, k)));
+            const bool isStored = tall ? A.isStored(k, 0) : A.isStored(0, k);
+            const Cell first = isStored ? (tall ? A.at(k, 0) : A.at(0, k)) : Cell(),
+                       own = apart > 0.0 && A.isStored(i, j) ? A.at(i, j) * apart : Cell();
+            if (isStored || own != Cell())
+                A.set(i, j, 2.0 * first + own);
             else
                 A.remove(i, j);
         }
@@ -110,11 +117,24 @@ private:
                           error = off == 0.0L ? 0.0L : off / size;
         const std::string numbers = joined("column ", j, " error ", error);
         if (answer.verdict == Verdict::Accurate && !(error <= kFewDigits)) tell("a: false success", numbers);
+        if (!answer.columns.empty() && !exact_->isDeficient())
+            judgeBound(answer.columns[static_cast<std::size_t>(j)],
+                       off == 0.0L ? 0.0L : largest(difference(solution, x)) / largest(solution), numbers);
         const bool isTold =
             answer.verdict == Verdict::Degraded && answer.reason.starts_with("rank-deficient");
         if (isTold && exact_->isDeficient() && exact_->condition() < 1e5L && !(error <= kFewDigits))
             tell("h: not the shortest", numbers);
         judgeNormalResidual(answer, b, x);
+    }
+
+    /// Of the largest element, as the solution is known.
+    void judgeBound(const ColumnQuality& column, long double error, const std::string& numbers)
+    {
+        if (!column.errorBound || std::isnan(*column.errorBound)) return;
+        ++findings_.bounds;
+        if (*column.errorBound > 1e3 * static_cast<double>(error) + 1e-13) ++findings_.wideBounds;
+        if (!(*column.errorBound * (1.0 + 1e-10) >= error))
+            tell("b: bound", joined(numbers, " bound ", *column.errorBound));
     }
 
     /// Small where the answer is called accurate: what is told is the largest of the columns.

@@ -175,14 +175,14 @@ bool LeastSquares<Cell>::Attempt::step(NormalEquations<Cell>& inverse, std::vect
     return true;
 }
 
-/// The best answer of a tall system, by residuals in twice the working precision.
+/// The best answer, by residuals in twice the working precision.
 template <class Cell>
 RefinedColumn LeastSquares<Cell>::Attempt::refineBy(const AugmentedEquations<Cell>& equations,
                                                     LeastSquaresMethod method)
 {
     const bool wasSettled = best_.settled;
     best_.method = method;
-    const RefinedColumn refined = refine(equations, false, 1, b_, best_.x.data()).front();
+    const RefinedColumn refined = refine(equations, M_.isAdjoint(), 1, b_, best_.x.data()).front();
     measure(best_);
     best_.settled |= wasSettled;
     return refined;
@@ -506,9 +506,8 @@ void LeastSquares<Cell>::solveDeficient(Attempt& attempt)
     attempt.projectToRange(*inverse_);
 }
 
-/// Of a tall A of full rank an answer is good once its error is bounded, of a wide one when its residual is.
-/// The augmented system begins with a fair alpha; where that does not do, with the one that the condition
-/// asks for.
+/// An answer is good once its error is bounded. The augmented system begins with a fair alpha; where that
+/// does not do, with the one that the condition asks for.
 template <class Cell>
 void LeastSquares<Cell>::solveRegular(Attempt& attempt)
 {
@@ -559,9 +558,9 @@ double LeastSquares<Cell>::boundOf(const RefinedColumn& column, const Answer& an
     const AugmentedEquations<Cell> views = equations({});
     const std::int32_t longest =
         std::max(longestRow(views.tall, views.op), longestRow(views.wide, views.adjointOp));
-    double largestTerm = 0.0;
-    for (std::size_t j = 0; j < columnNorms_.size(); ++j)
-        largestTerm = std::max(largestTerm, columnNorms_[j] * std::abs(answer.x[j]));
+    std::optional<double> largestTerm;
+    for (std::size_t j = 0; j < columnNorms_.size() && !M_.isAdjoint(); ++j)
+        largestTerm = std::max(largestTerm.value_or(0.0), columnNorms_[j] * std::abs(answer.x[j]));
     return detail::boundOf(column, longest + 1.0, rank_.condition, largestTerm);
 }
 
@@ -569,8 +568,8 @@ double LeastSquares<Cell>::boundOf(const RefinedColumn& column, const Answer& an
 template <class Cell>
 bool LeastSquares<Cell>::isGoodByNormalEquations(Attempt& attempt)
 {
-    if (M_.isAdjoint() || attempt.best().stopped) return attempt.done();
-    std::vector<Cell> g(M_.scale().size()), y(static_cast<std::size_t>(m_));
+    if (attempt.best().stopped) return true;
+    std::vector<Cell> g(M_.scale().size()), y(static_cast<std::size_t>(M_.rows().rows));
     const auto solve = [&](std::int32_t, Cell* F, Cell* G) {
         M_.adjointTimes(F, g.data());
         for (std::size_t j = 0; j < g.size(); ++j) g[j] -= G[j];
@@ -587,8 +586,8 @@ bool LeastSquares<Cell>::isGoodByNormalEquations(Attempt& attempt)
 template <class Cell>
 bool LeastSquares<Cell>::isGoodByAugmentedSystem(Attempt& attempt)
 {
-    if (M_.isAdjoint() || attempt.best().stopped) return attempt.done();
-    std::vector<Cell> t(static_cast<std::size_t>(m_)), w(M_.scale().size());
+    if (attempt.best().stopped) return true;
+    std::vector<Cell> t(static_cast<std::size_t>(M_.rows().rows)), w(M_.scale().size());
     const auto solve = [&](std::int32_t, Cell* F, Cell* G) {
         augmented_->solve(F, G, t.data(), w.data());
         std::ranges::copy(t, F);

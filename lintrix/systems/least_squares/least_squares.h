@@ -39,7 +39,7 @@ struct LeastSquaresAnswer {
     /// solves a problem whose columns, and in the latter case b, are changed by so much. 1 where x is worse
     /// than 0.
     double backwardError = 0.0;
-    /// On the error of x beside x, infinity norms, where A is tall and of full rank and has a factor.
+    /// On the error of x beside x, infinity norms, where A is of full rank and has a factor.
     std::optional<double> errorBound{};
     bool consistent = false; ///< ||r|| is rounding: a few eps*(s + ||b||)
     /// That, or normalResidual is rounding: below 1e-13, or, r being no small part of b, below a few

@@ -56,14 +56,16 @@ public:
 
     void run()
     {
-        std::vector<double> before(count(), kInfinity);
+        std::vector<double> before(count(), kInfinity), lackedBefore;
         for (int step = 0; step < kSteps; ++step) {
             WorkScope::tell();
             Columns dt = ofEquations(), dw = ofSolution();
+            const std::vector<double> lacks = shortest_ ? sizesOf(dt) : std::vector<double>(count());
             equations_.solve(columns_, dt.data(), dw.data());
             bool isLast = true;
             for (std::size_t j = 0; j < count(); ++j) {
-                const double size = sizeOf(shortest_ ? dt : dw, j);
+                const double size = sizeOf(shortest_ ? dt : dw, j) +
+                                    uncertainty(lacks[j], step > 0 ? lackedBefore[j] : lacks[j]);
                 if (step == 0) first_[j] = size;
                 if (size < left_[j]) take(j, size);
                 if (size <= kGoodEnough || !(size <= kGain * before[j])) continue;
@@ -73,6 +75,7 @@ public:
                 isLast = false;
             }
             if (isLast) return;
+            lackedBefore = lacks;
         }
     }
 
@@ -87,6 +90,13 @@ public:
 
 private:
     std::size_t count() const { return static_cast<std::size_t>(columns_); }
+
+    /// A part of what t + M*w lacks goes into dt, where it is no error of t: as large a part as the step
+    /// before has left.
+    static double uncertainty(double lack, double lackedBefore)
+    {
+        return lack < lackedBefore ? lack * (lack / lackedBefore) : lack;
+    }
 
     void residualOf(const AnyMatrix<Cell>& A, TransposeMode op, const Cell* b, const Cell* x, Cell* r) const
     {
@@ -127,11 +137,22 @@ private:
 
     double sizeOf(const Columns& change, std::size_t j) const
     {
-        const Columns& x = shortest_ ? t_ : w_;
-        const auto length = static_cast<std::int32_t>(shortest_ ? p_ : q_);
-        const std::size_t first = static_cast<std::size_t>(length) * j;
-        const double size = largestModulus(change.data() + first, length);
-        return size == 0.0 ? 0.0 : size / largestModulus(x.data() + first, length);
+        return shortest_ ? relative(change, t_, p_, j) : relative(change, w_, q_, j);
+    }
+
+    std::vector<double> sizesOf(const Columns& changesOfT) const
+    {
+        std::vector<double> sizes;
+        for (std::size_t j = 0; j < count(); ++j) sizes.push_back(relative(changesOfT, t_, p_, j));
+        return sizes;
+    }
+
+    static double relative(const Columns& change, const Columns& x, std::size_t length, std::size_t j)
+    {
+        const auto size = [length, j](const Columns& of) {
+            return largestModulus(of.data() + length * j, static_cast<std::int32_t>(length));
+        };
+        return size(change) == 0.0 ? 0.0 : size(change) / size(x);
     }
 
     void take(std::size_t j, double size)
@@ -161,9 +182,11 @@ private:
 
 double boundOf(const RefinedColumn& column, double terms, double condition, std::optional<double> largestTerm)
 {
-    const double lost = terms * kUnitRoundoff * condition, left = 2.0 * column.correction;
+    const double lost = terms * kUnitRoundoff * condition,
+                 left = 2.0 * column.correction + kUnitRoundoff * lost;
     if (!column.converged || !(lost <= kRegular)) return kInfinity;
-    return largestTerm && left > 0.0 ? left + lost * lost * column.residual / *largestTerm : left;
+    if (!largestTerm || column.residual == 0.0) return left;
+    return left + lost * lost * column.residual / *largestTerm;
 }
 
 template <class Cell>
