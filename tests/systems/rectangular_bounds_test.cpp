@@ -1,0 +1,229 @@
+// Systems that are not square, dense and sparse, against solutions in 113 bits: what condition, residual and
+// units make of the error, and that the bound told with an answer covers it.
+
+#include <lintrix/lintrix.h>
+#include <tests/systems/torture/exact_least_squares.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace Velmar::Lintrix::testing {
+namespace {
+
+template <class Cell>
+class RectangularBounds : public ::testing::Test {
+public:
+    using M = detail::MatrixOf<Cell>;
+
+    /// Singular values from about 1 down to 1/condition, or somewhat further.
+    static M tall(Cells& cells, std::int32_t rows, std::int32_t cols, double condition)
+    {
+        M left = cells.matrix<Cell>(rows, cols);
+        for (std::int32_t j = 0; j < cols; ++j)
+            for (std::int32_t i = 0; i < rows; ++i)
+                left(i, j) *= std::pow(condition, -static_cast<double>(j) / (cols - 1));
+        return left * cells.matrix<Cell>(cols, cols);
+    }
+
+    static double conjugated(double cell) { return cell; }
+    static ComplexCell conjugated(const ComplexCell& cell) { return std::conj(cell); }
+
+    static M adjointOf(const M& A)
+    {
+        M turned(A.Cols(), A.Rows());
+        for (std::int32_t i = 0; i < A.Cols(); ++i)
+            for (std::int32_t j = 0; j < A.Rows(); ++j) turned(i, j) = conjugated(Cell(A.Item(j, i)));
+        return turned;
+    }
+
+    static QuadVector quadColumn(const M& X, std::int32_t j)
+    {
+        QuadVector x;
+        for (std::int32_t i = 0; i < X.Rows(); ++i) x.emplace_back(Cell(X.Item(i, j)));
+        return x;
+    }
+
+    /// Both ways to state it: the same promises.
+    template <class Check>
+    static void forDenseAndSparse(const M& A, const M& B, Check check)
+    {
+        {
+            SCOPED_TRACE("dense");
+            check(LinearSystem(A).Solve(B));
+        }
+        SCOPED_TRACE("sparse");
+        check(LinearSystem(detail::SparseOf<Cell>(A)).Solve(B));
+    }
+
+    /// An answer called accurate is so, and one that is not ill-conditioned is; and a bound is never below
+    /// the error.
+    static void expectNothingFalse(const SystemAnswer<Cell>& answer, const M& A, const M& B)
+    {
+        ASSERT_TRUE(answer.x);
+        ASSERT_EQ(answer.columns.size(), static_cast<std::size_t>(B.Cols()));
+        const ExactLeastSquares exact(quadOf(A));
+        for (std::int32_t j = 0; j < B.Cols(); ++j) {
+            const QuadVector solution = exact.solve(quadColumn(B, j));
+            const long double error =
+                largest(difference(solution, quadColumn(*answer.x, j))) / largest(solution);
+            const ColumnQuality& column = answer.columns[static_cast<std::size_t>(j)];
+            if (column.verdict == Verdict::Accurate) {
+                ASSERT_TRUE(column.errorBound);
+            }
+            if (!column.errorBound) continue; // of one that is told to be deficient
+            EXPECT_GE(*column.errorBound * (1.0 + 1e-10), error) << "column " << j;
+            if (exact.condition() < 1e9L) {
+                EXPECT_EQ(column.verdict, Verdict::Accurate) << answer.Explain();
+            }
+            if (column.verdict == Verdict::Accurate) {
+                EXPECT_LE(error, 1e-6L) << "column " << j;
+            }
+        }
+    }
+};
+
+using CellTypes = ::testing::Types<double, ComplexCell>;
+TYPED_TEST_SUITE(RectangularBounds, CellTypes);
+
+/// The square of the condition goes with the residual: 1e10 and a large residual left no digit of what was
+/// solved in one precision.
+TYPED_TEST(RectangularBounds, OfTallOnesAreKeptWhateverTheResidual)
+{
+    for (const double condition : {1e2, 1e5, 1e8, 1e10, 1e12}) {
+        SCOPED_TRACE(condition);
+        Cells cells(static_cast<std::uint64_t>(std::log10(condition)));
+        const auto A = TestFixture::tall(cells, 40, 6, condition);
+        auto B = cells.matrix<TypeParam>(40, 2); // the first all but at right angles to A, the second not
+        const auto inRange = A * cells.matrix<TypeParam>(6, 1);
+        for (std::int32_t i = 0; i < 40; ++i) B(i, 1) = TypeParam(inRange.Item(i, 0));
+        TestFixture::forDenseAndSparse(A, B, [&](const SystemAnswer<TypeParam>& answer) {
+            TestFixture::expectNothingFalse(answer, A, B);
+        });
+    }
+}
+
+TYPED_TEST(RectangularBounds, OfWideOnesAreKept)
+{
+    for (const double condition : {1e2, 1e5, 1e8, 1e10, 1e12}) {
+        SCOPED_TRACE(condition);
+        Cells cells(static_cast<std::uint64_t>(std::log10(condition)));
+        const auto A = TestFixture::adjointOf(TestFixture::tall(cells, 40, 6, condition));
+        const auto B = cells.matrix<TypeParam>(6, 2);
+        TestFixture::forDenseAndSparse(A, B, [&](const SystemAnswer<TypeParam>& answer) {
+            TestFixture::expectNothingFalse(answer, A, B);
+        });
+    }
+}
+
+/// Beyond what twice the precision reaches nothing is promised, and that is told.
+TYPED_TEST(RectangularBounds, AreToldNotToBeThereWhereMatricesAreAllButSingular)
+{
+    for (const bool isWide : {false, true}) {
+        SCOPED_TRACE(isWide ? "wide" : "tall");
+        Cells cells(3);
+        auto A = TestFixture::tall(cells, 40, 6, 1e15);
+        if (isWide) A = TestFixture::adjointOf(A);
+        const auto B = cells.matrix<TypeParam>(A.Rows(), 1);
+        TestFixture::forDenseAndSparse(A, B, [&](const SystemAnswer<TypeParam>& answer) {
+            EXPECT_NE(answer.verdict, Verdict::Accurate) << answer.Explain();
+        });
+    }
+}
+
+/// Columns of a tall matrix are in units of the unknowns, rows of a wide one in units of the equations.
+TYPED_TEST(RectangularBounds, UnitsAreNoDeficiency)
+{
+    for (const bool isWide : {false, true}) {
+        SCOPED_TRACE(isWide ? "wide" : "tall");
+        Cells cells(5);
+        auto A = TestFixture::tall(cells, 20, 5, 10.0);
+        if (isWide) A = TestFixture::adjointOf(A);
+        auto B = cells.matrix<TypeParam>(A.Rows(), 1), scaled = A, turned = B;
+        const auto plain = LinearSystem(A).Solve(B);
+        const auto unitOf = [](std::int32_t k) { return std::ldexp(1.0, 60 * (k % 3 - 1)); };
+        for (std::int32_t i = 0; i < A.Rows(); ++i) {
+            for (std::int32_t j = 0; j < A.Cols(); ++j) scaled(i, j) *= unitOf(isWide ? i : j);
+            if (isWide) turned(i, 0) *= unitOf(i);
+        }
+        TestFixture::forDenseAndSparse(scaled, turned, [&](const SystemAnswer<TypeParam>& answer) {
+            EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.Explain();
+            ASSERT_TRUE(answer.x);
+            for (std::int32_t j = 0; j < A.Cols(); ++j) {
+                const TypeParam expected = TypeParam(plain.x->Item(j, 0)),
+                                found = TypeParam(answer.x->Item(j, 0)) * (isWide ? 1.0 : unitOf(j));
+                EXPECT_LE(std::abs(found - expected), 1e-12 * std::abs(expected)) << j;
+            }
+        });
+    }
+}
+
+TYPED_TEST(RectangularBounds, AColumnThatIsNoNumberIsTheOnlyOneToFail)
+{
+    for (const bool isWide : {false, true}) {
+        SCOPED_TRACE(isWide ? "wide" : "tall");
+        Cells cells(7);
+        auto A = TestFixture::tall(cells, 12, 4, 10.0);
+        if (isWide) A = TestFixture::adjointOf(A);
+        auto B = cells.matrix<TypeParam>(A.Rows(), 3);
+        const auto clean = LinearSystem(A).Solve(B);
+        B(2, 1) = std::numeric_limits<double>::quiet_NaN();
+        TestFixture::forDenseAndSparse(A, B, [&](const SystemAnswer<TypeParam>& answer) {
+            EXPECT_EQ(answer.verdict, Verdict::Failed);
+            EXPECT_EQ(answer.reason, "a right-hand side is not finite");
+            ASSERT_TRUE(answer.x);
+            ASSERT_EQ(answer.columns.size(), 3U);
+            for (const std::int32_t j : {0, 2}) {
+                EXPECT_EQ(answer.columns[static_cast<std::size_t>(j)].verdict, Verdict::Accurate);
+                for (std::int32_t i = 0; i < A.Cols(); ++i) {
+                    const TypeParam expected = TypeParam(clean.x->Item(i, j));
+                    EXPECT_LE(std::abs(TypeParam(answer.x->Item(i, j)) - expected),
+                              1e-12 * std::abs(expected));
+                }
+            }
+            EXPECT_EQ(answer.columns[1].verdict, Verdict::Failed);
+            EXPECT_EQ(answer.columns[1].reason, "the right-hand side is not finite");
+            EXPECT_TRUE(std::isnan(std::abs(TypeParam(answer.x->Item(0, 1)))));
+        });
+    }
+}
+
+/// Right-hand sides in units of their own: 1e-200 beside 1e200.
+TYPED_TEST(RectangularBounds, EachRightHandSideIsJudgedInItsOwnUnit)
+{
+    Cells cells(9);
+    const auto A = TestFixture::tall(cells, 12, 4, 100.0);
+    auto B = cells.matrix<TypeParam>(12, 3);
+    for (std::int32_t i = 0; i < 12; ++i) {
+        B(i, 0) *= 1e-200;
+        B(i, 2) *= 1e200;
+    }
+    TestFixture::forDenseAndSparse(A, B, [&](const SystemAnswer<TypeParam>& answer) {
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.Explain();
+        TestFixture::expectNothingFalse(answer, A, B);
+        for (const ColumnQuality& column : answer.columns) EXPECT_LE(*column.errorBound, 1e-10);
+    });
+}
+
+TYPED_TEST(RectangularBounds, AreLeftOutWhereNobodyAsks)
+{
+    Cells cells(11);
+    const auto A = TestFixture::tall(cells, 12, 4, 100.0);
+    const auto B = cells.matrix<TypeParam>(12, 2);
+    SystemOptions options;
+    options.errorBounds = 0;
+    for (const auto& answer : {LinearSystem(A, options).Solve(B),
+                               LinearSystem(detail::SparseOf<TypeParam>(A), options).Solve(B)}) {
+        EXPECT_EQ(answer.verdict, Verdict::Accurate);
+        ASSERT_EQ(answer.columns.size(), 2U);
+        for (const ColumnQuality& column : answer.columns) {
+            EXPECT_FALSE(column.errorBound);
+            EXPECT_EQ(column.verdict, Verdict::Accurate);
+        }
+    }
+}
+
+} // namespace
+} // namespace Velmar::Lintrix::testing
