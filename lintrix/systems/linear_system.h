@@ -65,7 +65,7 @@ struct LINTRIX_EXPORT SystemAnswer {
     /// (`SystemOptions::certainInertia`), and has room in memory beside the factor.
     std::optional<CertainInertia> inertia{};
 
-    std::vector<ColumnQuality> columns{}; ///< one a right-hand side, of a square or a sparse system
+    std::vector<ColumnQuality> columns{}; ///< one a right-hand side
 
     std::string_view road = "";                     ///< "sparse Cholesky", "sparse LU with matching", ...
     std::optional<FillInReducingMethod> ordering{}; ///< none of a dense factor, or where there is none
@@ -118,9 +118,12 @@ enum class SystemChange {
 /// that it came from; its factor is kept for the next solve. Where that has replaced pivots and is not
 /// accurate, GMRES with the factor for a preconditioner is tried on it.
 ///
-/// **Sparse and not square.** By the factor of the normal equations, refined with the residual of A, by the
-/// augmented system, or by LSMR, as the forecast and the measured residuals tell. Of a matrix that has not
-/// full rank the shortest of all solutions is returned, and called degraded.
+/// **Not square.** A dense system goes by QR, of a wide matrix by that of its adjoint; a sparse one by the
+/// factor of the normal equations, by the augmented system, or by LSMR, as the forecast and the measured
+/// residuals tell. Where the matrix has full rank and a factor, x is refined together with the residual, in
+/// twice the working precision (Bjorck, BIT 7 (1967)), and what its last correction leaves bounds its error.
+/// Of a sparse matrix that has not full rank the shortest of all solutions is returned, and called degraded;
+/// of a dense one none.
 ///
 /// **Verdicts.** Of each right-hand side of a square system the backward errors are worked out from a
 /// residual in twice the working precision, and the error is bounded by the way of the expert drivers
