@@ -30,7 +30,7 @@ namespace {
 
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail;
-using Columns = Eigen::SparseMatrix<double>;
+using Columns = ::Eigen::SparseMatrix<double>;
 
 template <class Work>
 double secondsOf(Work work)
@@ -42,7 +42,7 @@ double secondsOf(Work work)
 
 Columns columnsOf(const RowsView<double>& A)
 {
-    std::vector<Eigen::Triplet<double>> entries;
+    std::vector<::Eigen::Triplet<double>> entries;
     for (int i = 0; i < A.rows; ++i) {
         for (int k = A.ia[i] - 1; k < A.ia[i + 1] - 1; ++k) entries.emplace_back(i, A.ja[k] - 1, A.a[k]);
     }
@@ -54,31 +54,32 @@ Columns columnsOf(const RowsView<double>& A)
 struct Side {
     double seconds = HUGE_VAL, residual = 0.0, normalResidual = 0.0;
 
-    void judge(const Columns& A, const Eigen::VectorXd& b, const Eigen::VectorXd& x)
+    void judge(const Columns& A, const ::Eigen::VectorXd& b, const ::Eigen::VectorXd& x)
     {
-        const Eigen::VectorXd r = b - A * x;
+        const ::Eigen::VectorXd r = b - A * x;
         residual = r.norm();
         normalResidual = residual > 0.0 ? (A.transpose() * r).norm() / (A.norm() * residual) : 0.0;
     }
 };
 
-Eigen::VectorXd byOrthogonalFactors(const Columns& A, const Eigen::VectorXd& b)
+::Eigen::VectorXd byOrthogonalFactors(const Columns& A, const ::Eigen::VectorXd& b)
 {
     const bool wide = A.rows() < A.cols();
     const Columns M = wide ? Columns(A.transpose()) : A;
-    Eigen::SparseQR<Columns, Eigen::COLAMDOrdering<int>> qr(M);
+    ::Eigen::SparseQR<Columns, ::Eigen::COLAMDOrdering<int>> qr(M);
     if (!wide) return qr.solve(b);
-    const Eigen::Index rank = qr.rank();
+    const ::Eigen::Index rank = qr.rank();
     const Columns R = qr.matrixR().topLeftCorner(rank, rank);
-    Eigen::VectorXd y = Eigen::VectorXd::Zero(A.cols());
-    const Eigen::VectorXd ordered = qr.colsPermutation().transpose() * b;
-    y.head(rank) = R.triangularView<Eigen::Upper>().transpose().solve(Eigen::VectorXd(ordered.head(rank)));
+    ::Eigen::VectorXd y = ::Eigen::VectorXd::Zero(A.cols());
+    const ::Eigen::VectorXd ordered = qr.colsPermutation().transpose() * b;
+    y.head(rank) =
+        R.triangularView<::Eigen::Upper>().transpose().solve(::Eigen::VectorXd(ordered.head(rank)));
     return qr.matrixQ() * y;
 }
 
-Eigen::VectorXd byIteration(const Columns& A, const Eigen::VectorXd& b)
+::Eigen::VectorXd byIteration(const Columns& A, const ::Eigen::VectorXd& b)
 {
-    Eigen::LeastSquaresConjugateGradient<Columns> solver;
+    ::Eigen::LeastSquaresConjugateGradient<Columns> solver;
     solver.setTolerance(1e-14);
     solver.setMaxIterations(20000);
     solver.compute(A);
@@ -92,7 +93,7 @@ void compare(const std::string& file, int runs, bool withFactors)
                                 SparseAccess::rowPointers(matrix), SparseAccess::columns(matrix)};
     const Columns A = columnsOf(view);
     std::mt19937_64 generator(7);
-    Eigen::VectorXd b(A.rows()), x;
+    ::Eigen::VectorXd b(A.rows()), x;
     for (double& cell : b) cell = static_cast<double>(generator() >> 11) * 0x1p-52 - 1.0;
     Side own, factors, iteration;
     double analysis = 0.0;
@@ -111,7 +112,7 @@ void compare(const std::string& file, int runs, bool withFactors)
         factors.seconds = std::min(factors.seconds, secondsOf([&] { x = byOrthogonalFactors(A, b); }));
         factors.judge(A, b, x);
     }
-    own.judge(A, b, Eigen::Map<const Eigen::VectorXd>(answer.x.data(), A.cols()));
+    own.judge(A, b, ::Eigen::Map<const ::Eigen::VectorXd>(answer.x.data(), A.cols()));
     const std::string told = rank.deficient ? "deficient by " + std::to_string(rank.small) : "full";
     std::printf("| %s | %d x %d | %s | %.4f | %.4f | %.2e | %.1e | %s | ",
                 file.substr(file.rfind('/') + 1).c_str(), view.rows, view.cols,

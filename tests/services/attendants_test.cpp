@@ -15,7 +15,9 @@
 
 using namespace Velmar::Lintrix::detail;
 using Velmar::Lintrix::testing::askProbe;
+using Velmar::Lintrix::testing::environmentsThatBind;
 using Velmar::Lintrix::testing::ProbeAnswers;
+using Velmar::Lintrix::testing::Variables;
 
 namespace {
 
@@ -83,9 +85,11 @@ TEST(Attendants, FinishWhatTheyAreAt)
 TEST(Attendants, HaveTheProcessorsOfTheProcess)
 {
     const long all = askProbe({"attendant"})["processors-of-caller"];
-    for (const char* const bind : {"false", "true", "close", "spread"}) {
-        const ProbeAnswers answers = askProbe({"attendant"}, {{"OMP_PROC_BIND", bind}});
-        EXPECT_EQ(answers["processors-of-attendant"], all) << bind;
+    const ProbeAnswers unbound = askProbe({"attendant"}, {{"OMP_PROC_BIND", "false"}});
+    EXPECT_EQ(unbound["processors-of-attendant"], all);
+    for (const Variables& variables : environmentsThatBind()) {
+        const ProbeAnswers bound = askProbe({"attendant"}, variables);
+        EXPECT_EQ(bound["processors-of-attendant"], all) << variables.begin()->second;
     }
     const ProbeAnswers one = askProbe({"attendant"}, {{"OMP_PLACES", "{0}"}});
     EXPECT_EQ(one["processors-of-attendant"], 1);

@@ -99,4 +99,14 @@ ProbeAnswers askProbe(const std::vector<std::string>& arguments, const Variables
     return ProbeAnswers(output);
 }
 
+std::vector<Variables> environmentsThatBind()
+{
+#ifdef __clang__
+    return {Variables{{"KMP_AFFINITY", "compact"}}, Variables{{"KMP_AFFINITY", "scatter"}}};
+#else
+    return {Variables{{"OMP_PROC_BIND", "true"}}, Variables{{"OMP_PROC_BIND", "close"}},
+            Variables{{"OMP_PROC_BIND", "spread"}}};
+#endif
+}
+
 } // namespace Velmar::Lintrix::testing

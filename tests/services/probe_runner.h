@@ -27,4 +27,9 @@ private:
 /// failure.
 ProbeAnswers askProbe(const std::vector<std::string>& arguments, const Variables& variables = {});
 
+/// Environments in which the OpenMP runtime of the library binds its threads. Clang's has a variable to
+/// itself: by the common one the runtime that OpenBLAS brings would bind the main thread first, and that of
+/// the library find a process of one processor.
+std::vector<Variables> environmentsThatBind();
+
 } // namespace Velmar::Lintrix::testing

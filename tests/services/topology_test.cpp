@@ -12,8 +12,10 @@
 
 using namespace Velmar::Lintrix::detail;
 using Velmar::Lintrix::testing::askProbe;
+using Velmar::Lintrix::testing::environmentsThatBind;
 using Velmar::Lintrix::testing::ProbeAnswers;
 using Velmar::Lintrix::testing::Scratch;
+using Velmar::Lintrix::testing::Variables;
 
 namespace {
 
@@ -190,11 +192,10 @@ TEST(Topology, IsUnknownToAProcessThatMayNotRunEverywhere)
 TEST(Topology, IsKnownAlthoughTheRuntimeBindsItsThreads)
 {
     const ProbeAnswers plain = askProbe({"set-threads=1000", "threads", "topology"});
-    for (const char* binding : {"true", "close", "spread"}) {
-        const ProbeAnswers bound =
-            askProbe({"set-threads=1000", "threads", "topology"}, {{"OMP_PROC_BIND", binding}});
-        EXPECT_EQ(bound["cores"], plain["cores"]) << binding;
-        EXPECT_EQ(bound["all"], plain["all"]) << binding;
+    for (const Variables& variables : environmentsThatBind()) {
+        const ProbeAnswers bound = askProbe({"set-threads=1000", "threads", "topology"}, variables);
+        EXPECT_EQ(bound["cores"], plain["cores"]) << variables.begin()->second;
+        EXPECT_EQ(bound["all"], plain["all"]) << variables.begin()->second;
     }
 }
 

@@ -214,7 +214,8 @@ TYPED_TEST(SparseNativeTest, CompoundAssignmentKeepsMarkAndGrowth)
     A += A;
     EXPECT_EQ(A(3, 1), cell<TypeParam>(6.0));
     EXPECT_EQ(A.GrowFactor(), 3.0F);
-    A -= A;
+    const auto& self = A;
+    A -= self;
     EXPECT_EQ(A.NumElements(), 3) << "what cancels stays";
     EXPECT_EQ(A(3, 1), typename TypeParam::Cell(0.0));
 

@@ -66,15 +66,15 @@ class EngineSameBits : public ::testing::TestWithParam<EngineCase> {};
 
 TEST_P(EngineSameBits, OfFactorAndSolve)
 {
-    const auto [mtype, ordering, sides] = GetParam();
+    const EngineCase& tested = GetParam();
     expectSameBits([&] {
         const SameBitsScope scope;
-        EngineCall call(gridMatrix(mtype, 70, 5), mtype);
-        call.set(2, ordering);
+        EngineCall call(gridMatrix(tested.mtype, 70, 5), tested.mtype);
+        call.set(2, tested.ordering);
         call.set(8, 2);
-        call.nrhs = sides;
-        const std::size_t cells =
-            static_cast<std::size_t>(call.n * sides) * (detail::engine::isComplex(mtype) ? 2 : 1);
+        call.nrhs = tested.sides;
+        const std::size_t cells = static_cast<std::size_t>(call.n * tested.sides) *
+                                  (detail::engine::isComplex(tested.mtype) ? 2 : 1);
         call.b.assign(cells, 1.0);
         call.x.assign(cells, 0.0);
         EXPECT_EQ(call.run(13), 0);
