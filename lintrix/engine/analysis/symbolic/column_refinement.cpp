@@ -1,5 +1,6 @@
 #include <lintrix/engine/analysis/symbolic/column_refinement.h>
 
+#include <lintrix/engine/analysis/symbolic/forecast.h>
 #include <lintrix/engine/analysis/symbolic/shares.h>
 #include <lintrix/engine/call/memory.h>
 #include <lintrix/services/team.h>
@@ -289,6 +290,14 @@ Failure refineColumnOrder(const FactorStructure& structure, std::span<const Posi
     if (!refinement.refine()) return stopped();
     refinement.relabel(ordering);
     return refinement.relabel(rows) ? Failure{} : stopped();
+}
+
+bool repaysRefinement(const FactorStructure& structure)
+{
+    constexpr double kLeastOperationsOfARow =
+        2000.0; // planes of a million have 1700, cubes of 14000 have 3000
+    return operationCount(structure, false, false) >=
+           kLeastOperationsOfARow * static_cast<double>(structure.rowStarts.back());
 }
 
 } // namespace Velmar::Lintrix::detail::engine

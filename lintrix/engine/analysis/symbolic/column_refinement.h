@@ -27,4 +27,8 @@ LINTRIX_TESTABLE Failure refineColumnOrder(const FactorStructure& structure,
                                            std::span<const PositionRange> subgraphs, int threads,
                                            std::span<int> rows, Ordering ordering);
 
+/// Whether the factorization repays that: it saves some of the time of the operations, a twentieth at most,
+/// and takes its own by the row lists. Networks and planes do not repay it, space does.
+LINTRIX_TESTABLE bool repaysRefinement(const FactorStructure& structure);
+
 } // namespace Velmar::Lintrix::detail::engine
