@@ -294,8 +294,9 @@ Failure refineColumnOrder(const FactorStructure& structure, std::span<const Posi
 
 bool repaysRefinement(const FactorStructure& structure)
 {
-    constexpr double kLeastOperationsOfARow =
-        2000.0; // planes of a million have 1700, cubes of 14000 have 3000
+    // It takes what two or three factorizations save there. Planes of two million have 4000, cubes of 30000
+    // have 7000.
+    constexpr double kLeastOperationsOfARow = 6000.0;
     return operationCount(structure, false, false) >=
            kLeastOperationsOfARow * static_cast<double>(structure.rowStarts.back());
 }

@@ -118,9 +118,9 @@ TEST(ColumnRefinement, IsRepaidByManyOperationsForEachRow)
     };
     EXPECT_FALSE(repays(grid(1, 200), 128));
     EXPECT_FALSE(repays(grid(12, 12), 128));
-    EXPECT_FALSE(repays(clique(70), 128));
-    EXPECT_TRUE(repays(clique(90), 128));
-    EXPECT_FALSE(repays(clique(90), 1)) << "90 lists, of 45 rows on average";
+    EXPECT_FALSE(repays(clique(120), 128));
+    EXPECT_TRUE(repays(clique(160), 128));
+    EXPECT_FALSE(repays(clique(160), 1)) << "160 lists, of 80 rows on average";
 }
 
 TEST(ColumnRefinement, WithoutMemoryChangesNothing)
