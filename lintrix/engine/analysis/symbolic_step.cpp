@@ -84,7 +84,9 @@ Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
     std::ranges::copy(work.rowStarts, permanent.rowStarts().begin());
     if (const Failure failure = fillRowLists(permuted, permanent.structure(), permanent.rows()))
         return failure;
-    return refineColumnOrder(permanent.structure(), permanent.subgraphs(), run.threads(), permanent.rows(),
+    const FactorStructure structure = permanent.structure();
+    if (!repaysRefinement(structure)) return {};
+    return refineColumnOrder(structure, permanent.subgraphs(), run.threads(), permanent.rows(),
                              permanent.ordering());
 }
 

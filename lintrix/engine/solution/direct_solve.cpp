@@ -20,7 +20,6 @@ int piecesOf(int count, int size)
 }
 
 // Right-hand sides that one pass over the factor takes along, so that every thread has some.
-template <class T>
 int sidesPerBlock(int count, int threads)
 {
     return std::clamp(piecesOf(count, threads), 1, kSidesAtOnce);
@@ -31,7 +30,7 @@ int sidesPerBlock(int count, int threads)
 template <class T>
 int sidesPerBlockFromFiles(int count, int threads)
 {
-    const int sides = sidesPerBlock<T>(count, threads);
+    const int sides = sidesPerBlock(count, threads);
     if (count > kSidesAtOnce) return sides;
     return sidesTaken<T>(count) <= piecesOf(count, sides) * sidesTaken<T>(sides) ? count : sides;
 }
@@ -91,7 +90,7 @@ std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const Subst
         const int taken = sidesTaken<T>(std::min(count, kSidesAtOnce));
         return factor.order() * std::int64_t{taken} + PartedSubstitution<T>::workSize(factor, parts, taken);
     }
-    const int sides = sidesPerBlock<T>(count, threads);
+    const int sides = sidesPerBlock(count, threads);
     const std::int64_t blocks = piecesOf(count, sides);
     return factor.order() * blocks * sidesTaken<T>(sides);
 }
@@ -99,8 +98,7 @@ std::int64_t DirectSolve<T>::workSize(const StoredFactor<T>& factor, const Subst
 template <class T>
 double DirectSolve<T>::sidesIn(int threads, int count, bool fromFiles) noexcept
 {
-    const int sides =
-        fromFiles ? sidesPerBlockFromFiles<T>(count, threads) : sidesPerBlock<T>(count, threads);
+    const int sides = fromFiles ? sidesPerBlockFromFiles<T>(count, threads) : sidesPerBlock(count, threads);
     return static_cast<double>(piecesOf(count, sides)) * sidesTaken<T>(sides);
 }
 
@@ -203,7 +201,7 @@ void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
     if (stream_ != nullptr) return solveFromFiles(b, x, count, part);
     if (splitsByParts<T>(parts_, threads_, count)) return solveByParts(b, x, count, part);
     const std::ptrdiff_t n = factor_.order();
-    const int sides = sidesPerBlock<T>(count, threads_), taken = sidesTaken<T>(sides);
+    const int sides = sidesPerBlock(count, threads_), taken = sidesTaken<T>(sides);
     runParts(piecesOf(count, sides), threads_, [&](int block) {
         const int first = block * sides, own = std::min(sides, count - first);
         solveBlock(b + n * first, x + n * first, own, part, {work_ + n * taken * block, taken});

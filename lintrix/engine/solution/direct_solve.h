@@ -46,10 +46,12 @@ public:
     /// Right-hand sides that all passes over the factor take along, with those that fill up their blocks.
     static double sidesIn(int threads, int count, bool fromFiles) noexcept;
     /// Whether parts would be used: there are too few right-hand sides to give each thread a full pass over
-    /// the factor, and a pass costs about the same for a few as for one, reading the factor.
+    /// the factor. A pass of eight real ones costs little more than for one, reading the factor; with three
+    /// or four complex ones it computes for longer than it reads.
     static bool takesParts(int threads, int count) noexcept
     {
-        return threads > 1 && count < std::int64_t{threads} * kSidesAtOnce;
+        constexpr std::int64_t kFewForAPass = kIsComplex<T> ? 2 : 7;
+        return threads > 1 && count <= threads * kFewForAPass;
     }
 
     /// `b` and `x` are n x count, column after column, and may be the same. Many right-hand sides are dealt

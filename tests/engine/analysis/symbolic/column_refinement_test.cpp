@@ -1,5 +1,6 @@
 // The order of columns within supernodes: it changes nothing but places, and makes stretches longer.
 
+#include "tests/engine/analysis/graph/elimination_graphs.h"
 #include "tests/engine/analysis/symbolic/symbolic_pipeline.h"
 #include "tests/support/failing_allocator.h"
 
@@ -106,6 +107,20 @@ TEST(ColumnRefinement, IsTheSameForAnyNumberOfThreads)
         EXPECT_EQ(shared.ordering.positionOf, alone.ordering.positionOf) << threads << " threads";
         EXPECT_EQ(shared.ordering.vertexAt, alone.ordering.vertexAt) << threads << " threads";
     }
+}
+
+// A clique of n is one list of n rows for n^3 / 3 operations.
+TEST(ColumnRefinement, IsRepaidByManyOperationsForEachRow)
+{
+    const auto repays = [](const OwnedGraph& g, int width) {
+        const int n = g.view().vertices();
+        return repaysRefinement(Pipeline(g.view(), randomOrdering(n, 2), width).structure());
+    };
+    EXPECT_FALSE(repays(grid(1, 200), 128));
+    EXPECT_FALSE(repays(grid(12, 12), 128));
+    EXPECT_FALSE(repays(clique(120), 128));
+    EXPECT_TRUE(repays(clique(160), 128));
+    EXPECT_FALSE(repays(clique(160), 1)) << "160 lists, of 80 rows on average";
 }
 
 TEST(ColumnRefinement, WithoutMemoryChangesNothing)
