@@ -13,7 +13,9 @@ namespace Velmar::Lintrix::detail {
 
 namespace {
 
-constexpr double kCall = 20e3, kStart = 1e7; // nanoseconds of work, of which a team saves a part
+// Nanoseconds of work, of which a team saves a part. Work in small pieces may be over when it has added up,
+// so that much more of it is waited for.
+constexpr double kCall = 20e3, kStart = 6e6, kStartInAll = 1e8;
 
 /// Of work for which a team would have been called. Infinite once there is one.
 thread_local double withoutTeam = 0.0;
@@ -24,7 +26,7 @@ int repaidTeam(int threads, double nanoseconds) noexcept
 {
     if (threads <= 1 || !(nanoseconds >= kCall)) return 1;
     withoutTeam += nanoseconds;
-    return withoutTeam >= kStart ? threads : 1;
+    return nanoseconds >= kStart || withoutTeam >= kStartInAll ? threads : 1;
 }
 
 void TeamMember::meet() const noexcept

@@ -58,7 +58,7 @@ double multiplications(const FactorStructure& structure) noexcept;
 template <class T>
 double nanoseconds(const FactorPlan& plan) noexcept
 {
-    constexpr double kSupernode = 100.0, kElement = 1.0, kMultiplication = kIsComplex<T> ? 0.2 : 0.05;
+    constexpr double kSupernode = 400.0, kElement = 2.0, kMultiplication = kIsComplex<T> ? 0.2 : 0.05;
     const double sides = plan.upperStarts.empty() ? 1.0 : 2.0;
     return kSupernode * plan.structure.supernodes() +
            sides * (kElement * static_cast<double>(plan.sizes.lower) +
