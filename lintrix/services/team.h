@@ -35,6 +35,13 @@ struct TeamMember {
     }
 };
 
+/// `threads`, or 1 where work that takes one thread so many nanoseconds does not repay a team: it must repay
+/// the call of threads that wait; and before the calling thread has had any, their start, for which all work
+/// is counted that went without. For what a start may take: the runtime waits for a new thread without
+/// leaving the core to it, so that one which the system puts on the core of the caller is there some
+/// milliseconds later. What comes of it depends on work done before: the pieces of work must not.
+LINTRIX_TESTABLE int repaidTeam(int threads, double nanoseconds) noexcept;
+
 /// Calls work(context, member) on each thread of a team and returns when all are done; on the calling thread
 /// alone, and outside of any parallel region, unless `threads` is above 1 and there is memory for a team: the
 /// runtime ends the process when it finds none.

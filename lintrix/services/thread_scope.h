@@ -22,10 +22,14 @@ private:
 };
 
 /// While it lives, BLAS and LAPACK run on the calling thread alone, as they do in a team: for work that has
-/// been dealt out and whose bits must not hang on how many parts there were.
+/// been dealt out and whose bits must not hang on how many parts there were, and for work that repays no
+/// team.
 class LINTRIX_TESTABLE SequentialBlasScope {
 public:
     SequentialBlasScope() noexcept;
+    /// Of no effect on work of so many real multiplications that several threads have it done sooner, though
+    /// they be started for it. How much has been done before does not count: the bits may hang on the answer.
+    explicit SequentialBlasScope(double multiplications) noexcept;
     ~SequentialBlasScope();
     SequentialBlasScope(const SequentialBlasScope&) = delete;
     SequentialBlasScope& operator=(const SequentialBlasScope&) = delete;

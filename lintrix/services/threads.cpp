@@ -135,6 +135,13 @@ SequentialBlasScope::SequentialBlasScope() noexcept : outer_(std::exchange(seque
 {
 }
 
+SequentialBlasScope::SequentialBlasScope(double multiplications) noexcept : outer_(sequentialBlas)
+{
+    // Of a factorization they take two milliseconds on one thread.
+    constexpr double kRepaid = 2e7;
+    if (multiplications < kRepaid) sequentialBlas = true;
+}
+
 SequentialBlasScope::~SequentialBlasScope()
 {
     sequentialBlas = outer_;

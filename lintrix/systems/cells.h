@@ -16,6 +16,10 @@ inline bool isFinite(const std::complex<double>& x) noexcept
     return std::isfinite(x.real()) && std::isfinite(x.imag());
 }
 
+/// Real multiplications of one of a cell.
+template <class Cell>
+inline constexpr double kMultiplications = sizeof(Cell) == sizeof(double) ? 1.0 : 4.0;
+
 inline double conjugate(double x) noexcept
 {
     return x;

@@ -207,8 +207,7 @@ void solveBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r
         return;
     }
     const auto n = static_cast<std::size_t>(A.rows());
-    const std::size_t others =
-        factor.bitsDependOnCount() ? n * (companionBlock(A.rows(), asked.question) - 1) : 0;
+    const std::size_t others = factor.bitsDependOnCount() ? n * (companionBlock(A.rows()) - 1) : 0;
     std::vector<Cell> R(others + n), D(others + n);
     std::copy_n(r, n, R.begin() + others);
     solveRaw(factor, A.rows(), TransposeMode::NotTransposed, refiningFor(factor, asked.question),

@@ -6,7 +6,9 @@
 #include <omp.h>
 
 #include <atomic>
+#include <cmath>
 #include <numeric>
+#include <thread>
 #include <vector>
 
 using namespace Velmar::Lintrix::detail;
@@ -104,6 +106,65 @@ TEST(Team, HasNoMoreThreadsThanThereIsWorkFor)
     EXPECT_EQ(
         askProbe({"set-dynamic=0", "set-threads=300", "direct-solve=1", "sparse-product=1"})["os-threads"],
         1);
+}
+
+/// In a thread that has called no team yet.
+template <class Work>
+void inFreshThread(const Work& work)
+{
+    std::thread(work).join();
+}
+
+TEST(Team, IsRepaidByMuchWorkAtOnce)
+{
+    inFreshThread([] {
+        EXPECT_EQ(repaidTeam(4, 1e9), 4);
+        EXPECT_EQ(repaidTeam(1, 1e9), 1);
+        EXPECT_EQ(repaidTeam(0, 1e9), 1);
+    });
+}
+
+TEST(Team, IsStartedWhenWorkThatWentWithoutHasAddedUp)
+{
+    inFreshThread([] {
+        constexpr double kEach = 1e6;
+        EXPECT_EQ(repaidTeam(4, kEach), 1);
+        int times = 1;
+        while (times < 1000 && repaidTeam(4, kEach) == 1) ++times;
+        EXPECT_GT(times, 1);
+        EXPECT_LT(times, 1000);
+        EXPECT_EQ(repaidTeam(4, kEach), 4);
+    });
+}
+
+TEST(Team, IsNotRepaidByItsCallAlone)
+{
+    inFreshThread([] {
+        for (int times = 0; times < 100000; ++times) ASSERT_EQ(repaidTeam(4, 1e3), 1);
+        EXPECT_EQ(repaidTeam(4, 1e6), 1); // none of that work would have had a team
+        EXPECT_EQ(repaidTeam(4, NAN), 1);
+    });
+}
+
+TEST(Team, HasToBeStartedOnce)
+{
+    inFreshThread([] {
+        EXPECT_EQ(repaidTeam(2, 1e6), 1);
+        bool isAlone = true;
+        runTeam(2, [&](const TeamMember& member) {
+            if (member.thread == 0) isAlone = member.threads == 1;
+        });
+        EXPECT_EQ(repaidTeam(2, 1e6), isAlone ? 1 : 2);
+        EXPECT_EQ(repaidTeam(2, 1e3), 1);
+    });
+}
+
+TEST(Team, IsNotStartedForALittleSystem)
+{
+    const ProbeAnswers told =
+        askProbe({"set-dynamic=0", "set-threads=4", "direct-solve=500", "sparse-product=500"});
+    EXPECT_EQ(told["engine-threads"], 4);
+    EXPECT_EQ(told["os-threads"], 1);
 }
 
 } // namespace

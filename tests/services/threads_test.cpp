@@ -256,6 +256,22 @@ TEST(BlasThreadScope, AsksForOneThreadWithinASequentialScopeOfItsThread)
     EXPECT_EQ(wanted(), 3);
 }
 
+TEST(BlasThreadScope, AsksForOneThreadForWorkThatRepaysNoMore)
+{
+    MKL_Set_Dynamic(0);
+    MKL_Set_Num_Threads(3);
+    const auto wantedFor = [](double multiplications) {
+        const SequentialBlasScope little(multiplications);
+        const BlasThreadScope scope;
+        return omp_get_max_threads();
+    };
+    EXPECT_EQ(wantedFor(0.0), 1);
+    EXPECT_EQ(wantedFor(1e6), 1); // a matrix of order 144, factorized
+    EXPECT_EQ(wantedFor(1e10), 3);
+    const SequentialBlasScope outer;
+    EXPECT_EQ(wantedFor(1e10), 1);
+}
+
 TEST(BlasThreadScope, FollowsTheBlasDomain)
 {
     const ProbeAnswers told = askProbe(

@@ -53,6 +53,18 @@ inline double updateMultiplications(double width, double m, double k) noexcept
 /// Of the whole factorization.
 double multiplications(const FactorStructure& structure) noexcept;
 
+/// What the whole of it takes on one thread, from few elements and from many measured: elements are brought
+/// and written, supernodes entered.
+template <class T>
+double nanoseconds(const FactorPlan& plan) noexcept
+{
+    constexpr double kSupernode = 400.0, kElement = 2.0, kMultiplication = kIsComplex<T> ? 0.2 : 0.05;
+    const double sides = plan.upperStarts.empty() ? 1.0 : 2.0;
+    return kSupernode * plan.structure.supernodes() +
+           sides * (kElement * static_cast<double>(plan.sizes.lower) +
+                    kMultiplication * multiplications(plan.structure));
+}
+
 /// What the threads of one factorization share.
 class EliminationTeam {
 public:

@@ -10,6 +10,20 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
+namespace {
+
+// Calls work(worker), with a worker that has its arrays or else misses them. Beside it there are those of so
+// many others for which it stands in, so that the memory taken does not hang on how many are called.
+template <class Make, class Work>
+void workFor(int others, const Make& make, const Work& work)
+{
+    auto worker = make();
+    if (others > 0 && worker) return workFor(others - 1, make, work);
+    work(worker);
+}
+
+} // namespace
+
 template <class T>
 FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T* values,
                        const Factor<T>& factor, const ProgressListener& listener)
@@ -18,18 +32,23 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
     if (!team) return {outOfMemory(BlockCode::RealWork, team.missingBytes()), {}};
     if (!team.progress.start()) return {stopped(), {}};
     PivotCounts pivots;
-    runTeam(busyThreads(plan, static_cast<int>(plan.runs.size())), [&](const TeamMember& member) {
+    const int threads = busyThreads(plan, static_cast<int>(plan.runs.size()));
+    const int called = repaidTeam(threads, nanoseconds<T>(plan));
+    const auto makeWorker = [&] { return Eliminator<T>(plan, rules, values, factor, team); };
+    runTeam(called, [&](const TeamMember& member) {
         std::optional<SequentialBlasScope> sequential;
         if (plan.threads > 1) sequential.emplace();
-        Eliminator<T> worker(plan, rules, values, factor, team);
-        if (worker) {
-            worker.work(member.thread, {0, plan.structure.supernodes() - 1}, Entries::ToBring);
-        } else {
-            team.fail(outOfMemory(BlockCode::RealWork, worker.missingBytes()));
-        }
+        workFor(threads - called, makeWorker, [&](Eliminator<T>& worker) {
+            if (worker) {
+                worker.work(member.thread, {0, plan.structure.supernodes() - 1}, Entries::ToBring);
+            } else {
+                team.fail(outOfMemory(BlockCode::RealWork, worker.missingBytes()));
+            }
 #pragma omp critical(lintrix_engine_pivots)
-        pivots += worker.pivots();
-        member.meet(); // all arrays are there at a time, whoever is done first: the same peak in every run
+            pivots += worker.pivots();
+            member
+                .meet(); // all arrays are there at a time, whoever is done first: the same peak in every run
+        });
     });
     if (!team.hasFailed() && !team.progress.end()) team.fail(stopped());
     return {team.failure(), pivots};

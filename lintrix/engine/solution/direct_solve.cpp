@@ -78,8 +78,8 @@ Frame frameOf(const SystemFrame& frame, bool equations)
 template <class T>
 int DirectSolve<T>::threadsFor(std::int64_t cells) const
 {
-    constexpr std::int64_t kLeastCells = 20000;
-    return cells >= kLeastCells && omp_in_parallel() == 0 ? threads_ : 1;
+    constexpr double kNanosecondsACell = 1.0;
+    return omp_in_parallel() == 0 ? repaidTeam(threads_, kNanosecondsACell * static_cast<double>(cells)) : 1;
 }
 
 template <class T>
@@ -202,7 +202,8 @@ void DirectSolve<T>::solve(const T* b, T* x, int count, SolvePart part) const
     if (splitsByParts<T>(parts_, threads_, count)) return solveByParts(b, x, count, part);
     const std::ptrdiff_t n = factor_.order();
     const int sides = sidesPerBlock(count, threads_), taken = sidesTaken<T>(sides);
-    runParts(piecesOf(count, sides), threads_, [&](int block) {
+    const int team = repaidTeam(threads_, 2.0 * substitutionNanoseconds(factor_, count));
+    runParts(piecesOf(count, sides), team, [&](int block) {
         const int first = block * sides, own = std::min(sides, count - first);
         solveBlock(b + n * first, x + n * first, own, part, {work_ + n * taken * block, taken});
     });

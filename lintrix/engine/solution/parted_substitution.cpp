@@ -8,6 +8,12 @@
 namespace Velmar::Lintrix::detail::engine {
 
 template <class T>
+int PartedSubstitution<T>::team() const
+{
+    return repaidTeam(parts_.count(), substitutionNanoseconds(factor_, y_.count));
+}
+
+template <class T>
 void PartedSubstitution<T>::forwardPart(int part, bool transposed) const
 {
     const RightSides<T> own = vectorsOf(part);
@@ -40,7 +46,7 @@ void PartedSubstitution<T>::joinShared() const
 template <class T>
 void PartedSubstitution<T>::forward(bool transposed) const
 {
-    runParts(parts_.count(), parts_.count(), [&](int part) { forwardPart(part, transposed); });
+    runParts(parts_.count(), team(), [&](int part) { forwardPart(part, transposed); });
     joinShared();
     for (const auto [first, last] : parts_.shared())
         substituteForward(factor_, transposed, y_, {first, last});
@@ -61,7 +67,7 @@ void PartedSubstitution<T>::backward(bool transposed, BeforeTriangle before) con
             substituteBackward(factor_, transposed, y_, {range->first, range->last}, before);
     };
     substitute(parts_.count());
-    runParts(parts_.count(), parts_.count(), substitute);
+    runParts(parts_.count(), team(), substitute);
 }
 
 template class PartedSubstitution<float>;

@@ -37,6 +37,7 @@ public:
     void backward(bool transposed, BeforeTriangle before) const;
 
 private:
+    int team() const; ///< the threads that go by parts
     void forwardPart(int part, bool transposed) const;
     void joinShared() const;
 

@@ -9,6 +9,8 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
+constexpr double kNanosecondsAnEntry = 1.0;
+
 // a*x in the precision of the sum.
 template <class Sum, class T>
 Sum productAs(T a, T x) noexcept
@@ -73,7 +75,8 @@ void SparseOperator<T>::forEachRow(const T* x, const Finish& finish) const
 {
     const int n = A_.n;
     Sum* const sums = reinterpret_cast<Sum*>(work_);
-    runTeam(slices_, [&](const TeamMember& member) {
+    const double entries = static_cast<double>(A_.ia[n]) - 1.0;
+    runTeam(repaidTeam(slices_, kNanosecondsAnEntry * entries), [&](const TeamMember& member) {
         member.takeTurns(slices_, [&](int slice) {
             const int first = sliceStart(slice), last = sliceStart(slice + 1);
             if (!scatters()) return gatherRows<Sum>(first, last, x, finish);

@@ -1,4 +1,4 @@
-// Compiled with contraction of a*b + c to one rounding, which the vector kernels live by.
+// Optimised builds contract a*b + c to one rounding, which the vector kernels live by.
 
 #include <lintrix/engine/solution/substitution.h>
 

@@ -22,6 +22,14 @@ struct StoredFactor {
     int order() const noexcept { return structure.starts.back(); }
 };
 
+/// What one pass over the factor takes on one thread with so many right-hand sides.
+template <class T>
+double substitutionNanoseconds(const StoredFactor<T>& factor, double sides) noexcept
+{
+    constexpr double kCell = kIsComplex<T> ? 1.0 : 0.5;
+    return kCell * static_cast<double>(factor.lowerStarts.back()) * sides;
+}
+
 /// Right-hand sides in elimination order, a few at a time: number c of position j stands at
 /// cells[j * count + c], so that the inner loops run over right-hand sides next to each other.
 template <class T>

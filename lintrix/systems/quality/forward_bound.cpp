@@ -26,6 +26,11 @@ constexpr double kSharp = 8.0;
 /// A q up to here makes the bound no worse by more than this.
 constexpr double kSmallRate = 1.0 / 64;
 
+/// Steps that a correction is refined by whose own correction is as large, and good: where unknowns differ by
+/// many orders, the largest ones of a correction may be all rounding.
+constexpr int kSteps = 3;
+constexpr double kShrinks = 0.5;
+
 /// size/scale, 0/0 = 0; NaN of an infinite scale.
 double quotient(double size, double scale) noexcept
 {
@@ -60,19 +65,26 @@ class ColumnBound {
 public:
     ColumnBound(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
                 const KnownBefore& known, const Cell* d, const Cell* s)
-        : inverse_(inverse), known_(known), size_(largestModulus(d, inverse.rows))
+        : inverse_(&inverse), known_(&known), size_(largestModulus(d, inverse.rows))
     {
         measure(A, op, s);
     }
+
+    /// No series: nothing is bounded by this d.
+    bool diverges() const { return rate_ >= 1.0; }
+    /// It is d that is to blame: its correction is a good one.
+    bool isRefinable() const { return diverges() && shrinks_; }
+    /// What refines d.
+    const std::vector<Cell>& next() const { return correction_; }
 
     /// On ||x* - x||; `g` bounds the unknown part of the residual, `enough` is the rounding of x, which no
     /// bound is better than.
     double of(const std::vector<double>& g, ResidualPrecision precision, double enough,
               const NormEstimation& how) const
     {
-        if (rate_ >= 1.0) return kInfinity;
-        double rest = known_.inverseNorm * sumOfModuli(g.data(), inverse_.rows);
-        if (!(rest <= kSharp * (size_ + enough))) rest = estimateOneNorm(scaledAdjoint(inverse_, g), how);
+        if (diverges()) return kInfinity;
+        double rest = known_->inverseNorm * sumOfModuli(g.data(), inverse_->rows);
+        if (!(rest <= kSharp * (size_ + enough))) rest = estimateOneNorm(scaledAdjoint(*inverse_, g), how);
         rest = largerOrNaN(rest, next_) / (1.0 - rate_);
         return precision == ResidualPrecision::Working ? largerOrNaN(rest, size_) : rest + size_;
     }
@@ -81,24 +93,43 @@ private:
     /// q: where the norm of the inverse shows that it is small, that is enough.
     void measure(const AnyMatrix<Cell>& A, TransposeMode op, const Cell* s)
     {
-        const std::int32_t n = inverse_.rows;
-        next_ = known_.inverseNorm * sumOfModuli(s, n);
+        const std::int32_t n = inverse_->rows;
+        next_ = known_->inverseNorm * sumOfModuli(s, n);
         rate_ = quotient(next_, size_);
         if (rate_ <= kSmallRate) return;
-        std::vector<Cell> correction(n), left(n);
-        inverse_.times(1, s, correction.data());
-        residualInTwicePrecision<Cell>(A, op, 1, s, correction.data(), nullptr, left.data());
-        next_ = largestModulus(correction.data(), n);
-        inverse_.times(1, left.data(), correction.data());
-        rate_ = kMargin *
-                largerOrNaN(quotient(next_, size_), quotient(largestModulus(correction.data(), n), next_));
+        std::vector<Cell> left(n), last(n);
+        correction_.resize(n);
+        inverse_->times(1, s, correction_.data());
+        residualInTwicePrecision<Cell>(A, op, 1, s, correction_.data(), nullptr, left.data());
+        next_ = largestModulus(correction_.data(), n);
+        inverse_->times(1, left.data(), last.data());
+        const double second = quotient(largestModulus(last.data(), n), next_);
+        rate_ = kMargin * largerOrNaN(quotient(next_, size_), second);
+        shrinks_ = second <= kShrinks;
     }
 
-    const LinearMap<Cell>& inverse_;
-    const KnownBefore& known_;
+    const LinearMap<Cell>* inverse_;
+    const KnownBefore* known_;
     double size_;                    ///< ||d||
+    std::vector<Cell> correction_{}; ///< inverse*s, where that was solved for
     double next_ = 0.0, rate_ = 0.0; ///< not below ||op(A)^-1 * s||; q
+    bool shrinks_ = false;           ///< the quotient of the first two corrections of d is small
 };
+
+/// That of d, and as long as only d keeps it from a bound, of d refined; `s` is then what that leaves.
+template <class Cell>
+ColumnBound<Cell> boundOf(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
+                          const KnownBefore& known, const Cell* r, const Cell* d, Cell* s)
+{
+    ColumnBound<Cell> bound(A, op, inverse, known, d, s);
+    std::vector<Cell> refined(d, d + inverse.rows);
+    for (int step = 0; step < kSteps && bound.isRefinable(); ++step) {
+        for (std::size_t i = 0; i < refined.size(); ++i) refined[i] += bound.next()[i];
+        residualInTwicePrecision<Cell>(A, op, 1, r, refined.data(), nullptr, s);
+        bound = ColumnBound<Cell>(A, op, inverse, known, refined.data(), s);
+    }
+    return bound;
+}
 
 /// g, in place of w. Where w may have underflowed, as much is added as may have been lost.
 template <class Cell>
@@ -129,10 +160,11 @@ forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<C
     std::vector<double> bounds;
     for (std::int32_t c = 0; c < columns; ++c) {
         const std::int64_t first = std::int64_t{n} * c;
+        const ColumnBound<Cell> bound =
+            boundOf(A, op, inverse, known, r + first, d + first, s.data() + first);
         std::vector<double> g(w + first, w + first + n);
         boundUnknown(r + first, s.data() + first, known.terms, precision, g);
         const double size = largestModulus(x + first, n);
-        const ColumnBound<Cell> bound(A, op, inverse, known, d + first, s.data() + first);
         bounds.push_back(quotient(bound.of(g, precision, 0x1p-53 * size, how), size));
     }
     return bounds;

@@ -20,7 +20,8 @@
 /// perturbed. q = ||op(A)^-1 * s||/||d|| measures it: x* - x is a sum of corrections of which each is about
 /// q times the one before. Where A is singular to working precision, a part of d that is small may be one
 /// that no correction makes smaller; so q is the larger of the first two such quotients. Estimates are
-/// divided by 1 - q, and from q = 1 on the bound is infinite.
+/// divided by 1 - q, and from q = 1 on the bound is infinite; but where the second quotient alone is small,
+/// so that d has a good correction, it is refined first.
 
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>

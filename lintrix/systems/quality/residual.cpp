@@ -193,6 +193,7 @@ void runPart(const Part& part)
 
 /// How many of their elements are worth a thread.
 constexpr std::int64_t kElementsAThread = 100000;
+constexpr double kNanosecondsAnElement = 1.0;
 
 /// The sums of the rows of op(A) by a rule.
 template <class Cell, class Rule>
@@ -216,7 +217,8 @@ private:
     int team() const
     {
         const std::int64_t worthWhile = A_.elements() / kElementsAThread + 1;
-        return static_cast<int>(std::min<std::int64_t>(worthWhile, MKL_Get_Max_Threads()));
+        const auto threads = static_cast<int>(std::min<std::int64_t>(worthWhile, MKL_Get_Max_Threads()));
+        return repaidTeam(threads, kNanosecondsAnElement * static_cast<double>(A_.elements()));
     }
 
     // A line is a row of op(A).

@@ -1,5 +1,6 @@
 #include <lintrix/systems/roads/delayed_factor.h>
 
+#include <lintrix/services/thread_scope.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/roads/column_refinement.h>
 #include <lintrix/systems/structure/sparse_entries.h>
@@ -38,18 +39,18 @@ template <class Cell, class Fronts, class... Kind>
 RoadCost FrontalFactor<Cell, Fronts, Kind...>::cost() const
 {
     if (!fronts_) return {};
-    constexpr double perCell = std::is_same_v<Cell, double> ? 1.0 : 4.0;
     constexpr std::int64_t triangles = Fronts::kTriangles;
     const FrontForecast forecast = fronts_->forecast();
     const double bytes = sizeof(Cell) * static_cast<double>(forecast.entries + forecast.cellsAtOnce);
-    return {(forecast.entries + (triangles - 1) * A_->Rows()) / triangles, perCell * forecast.operations,
-            bytes, bytes, bytes};
+    return {(forecast.entries + (triangles - 1) * A_->Rows()) / triangles,
+            kMultiplications<Cell> * forecast.operations, bytes, bytes, bytes};
 }
 
 template <class Cell, class Fronts, class... Kind>
 EngineAnswer FrontalFactor<Cell, Fronts, Kind...>::factorize(const FrontBounds& bounds)
 {
     if (!fronts_) return {.error = kEngineNumeric};
+    const SequentialBlasScope sequential(cost().operations / 2.0);
     const bool isMade = fronts_->factorize(*entries_, bounds);
     entries_.reset();
     return {.error = isMade ? 0 : kTooMuchFill};
@@ -67,6 +68,7 @@ template <class Cell, class Fronts, class... Kind>
 EngineAnswer FrontalFactor<Cell, Fronts, Kind...>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
                                                          TransposeMode op, std::optional<std::int32_t> steps)
 {
+    const SequentialBlasScope sequential(operations(B.Cols()) / 2.0);
     return answerRefined<Cell>(*A_, *fronts_, B, X, op, steps, operations(B.Cols()), steps_);
 }
 
@@ -88,6 +90,8 @@ std::optional<RaisedFactor<Cell>> FrontalFactor<Cell, Fronts, Kind...>::raised(d
                                                                     Cell* y) {
             const std::span cells(y, static_cast<std::size_t>(n) * static_cast<std::size_t>(columns));
             std::copy_n(x, cells.size(), y);
+            const SequentialBlasScope sequential(kMultiplications<Cell> * columns *
+                                                 static_cast<double>(fronts->entries()));
             fronts->solveRaised(size, cells);
         };
         return RaisedFactor<Cell>{

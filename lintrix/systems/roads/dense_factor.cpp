@@ -3,7 +3,9 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
+#include <lintrix/services/thread_scope.h>
 #include <lintrix/services/work.h>
+#include <lintrix/systems/cells.h>
 #include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/balance.h>
@@ -26,10 +28,6 @@ char letterOf(TransposeMode op)
 /// Many columns are solved for at once, from one reading of the factor: so much faster is each.
 constexpr double kReuse = 8.0;
 
-/// Real multiplications and additions of one of a cell.
-template <class Cell>
-constexpr double kPerCell = std::is_same_v<Cell, double> ? 1.0 : 4.0;
-
 /// P*L*U of a square matrix in place, with the pivots and the outcome of getrf.
 ///
 /// By panels of columns: getrf of a panel, then its exchanges and its part of the elimination in the columns
@@ -44,6 +42,7 @@ public:
     /// @return  as getrf: the first pivot that is exactly zero, counted from 1, or 0
     int run()
     {
+        const SequentialBlasScope sequential(kMultiplications<Cell> / 3.0 * n_ * n_ * n_);
         const std::int32_t panel = n_ <= kWhole ? kWhole : kPanel;
         for (std::int32_t first = 0; first < n_; first += panel)
             eliminate(first, std::min(first + panel, n_));
@@ -68,9 +67,9 @@ private:
         lapack::getrf(rows, width, at(first, first), n_, pivots_ + first, info);
         if (info > 0 && info_ == 0) info_ = first + info;
         for (std::int32_t k = first; k < behind; ++k) pivots_[k] += first;
-        WorkScope::tell(kPerCell<Cell> * width * width * (rows - width / 3.0));
+        WorkScope::tell(kMultiplications<Cell> * width * width * (rows - width / 3.0));
         exchange(first, behind, 0, first);
-        const double cells = kPerCell<Cell> * rows * width;
+        const double cells = kMultiplications<Cell> * rows * width;
         const auto stretch = std::max(kNarrowest, static_cast<std::int32_t>(kStretch / cells));
         for (std::int32_t j = behind; j < n_; j += stretch)
             update(first, behind, j, std::min(j + stretch, n_));
@@ -92,7 +91,7 @@ private:
         if (below > 0)
             blas::gemm('N', 'N', below, columns, width, Cell(-1.0), at(behind, first), n_, at(first, begin),
                        n_, Cell(1.0), at(behind, begin), n_);
-        WorkScope::tell(kPerCell<Cell> * columns * width * (width + 2.0 * below));
+        WorkScope::tell(kMultiplications<Cell> * columns * width * (width + 2.0 * below));
     }
 
     std::int32_t n_;
@@ -149,7 +148,8 @@ MatrixOf<Cell> DenseFactor<Cell>::solved(const MatrixOf<Cell>& B, TransposeMode 
     MatrixOf<Cell> X = copyOfColumns(B);
     if (op == TransposeMode::NotTransposed) scaleRows(X);
     const std::int32_t n = A_.rows();
-    const double each = kPerCell<Cell> * n * n / kReuse;
+    const double each = kMultiplications<Cell> * n * n / kReuse;
+    const SequentialBlasScope sequential(kMultiplications<Cell> * X.Cols() * n * n);
     inStretches(X.Cols(), each, [&](std::int32_t begin, std::int32_t end) {
         int info = 0;
         lapack::getrs(letterOf(op), n, end - begin, AccessTo<Cell>::cells(factors_), n, pivots_.get(),
@@ -164,7 +164,7 @@ MatrixOf<Cell> DenseFactor<Cell>::solved(const MatrixOf<Cell>& B, TransposeMode 
 template <class Cell>
 double DenseFactor<Cell>::operations(std::int32_t rightHands) const
 {
-    return 4.0 * kPerCell<Cell> * rightHands * A_.rows() * A_.rows();
+    return 4.0 * kMultiplications<Cell> * rightHands * A_.rows() * A_.rows();
 }
 
 template <class Cell>

@@ -3,6 +3,7 @@
 #include <lintrix/decompositions/qr.h>
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
+#include <lintrix/services/thread_scope.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/quality/norm_estimate.h>
@@ -21,9 +22,6 @@ namespace {
 
 constexpr std::int32_t kPanel = 64, kNarrowest = 64;
 constexpr double kStretch = 1e8; // multiplications, some 10 ms
-
-template <class Cell>
-constexpr double kPerCell = std::is_same_v<Cell, double> ? 1.0 : 4.0;
 
 template <class Cell>
 constexpr char kAdjoint = std::is_same_v<Cell, double> ? 'T' : 'C';
@@ -59,21 +57,23 @@ class PanelReflection {
 public:
     PanelReflection(MatrixOf<Cell>& A, Cell* scalars)
         : rows_(A.Rows()), cols_(A.Cols()), a_(AccessTo<Cell>::cells(A)), scalars_(scalars),
-          stretch_(std::clamp(static_cast<std::int32_t>(kStretch / (2.0 * kPerCell<Cell> * kPanel * rows_)),
-                              kNarrowest, std::max(cols_, kNarrowest))),
+          stretch_(std::clamp(
+              static_cast<std::int32_t>(kStretch / (2.0 * kMultiplications<Cell> * kPanel * rows_)),
+              kNarrowest, std::max(cols_, kNarrowest))),
           work_(workCells(stretch_))
     {
     }
 
     void run()
     {
+        const SequentialBlasScope sequential(kMultiplications<Cell> * rows_ * cols_ * cols_);
         for (std::int32_t first = 0; first < cols_; first += kPanel) {
             const std::int32_t width = std::min(kPanel, cols_ - first), below = rows_ - first;
             WorkScope::tell();
             int info = 0;
             lapack::geqrf(below, width, at(first, first), rows_, scalars_ + first, work_.get(),
                           workCells(stretch_), info);
-            WorkScope::tell(2.0 * kPerCell<Cell> * width * width * (below - width / 3.0));
+            WorkScope::tell(2.0 * kMultiplications<Cell> * width * width * (below - width / 3.0));
             for (std::int32_t j = first + width; j < cols_; j += stretch_)
                 reflect(first, width, j, std::min(stretch_, cols_ - j));
         }
@@ -91,7 +91,7 @@ private:
         int info = 0;
         lapack::ormqr('L', kAdjoint<Cell>, rows_ - first, columns, width, at(first, first), rows_,
                       scalars_ + first, at(first, j), rows_, work_.get(), workCells(stretch_), info);
-        WorkScope::tell(4.0 * kPerCell<Cell> * width * columns * (rows_ - first - width / 2.0));
+        WorkScope::tell(4.0 * kMultiplications<Cell> * width * columns * (rows_ - first - width / 2.0));
     }
 
     std::int32_t rows_, cols_;
@@ -145,9 +145,10 @@ void DenseReflections<Cell>::divideByTriangle(char op, std::int32_t columns, Cel
 template <class Cell>
 void DenseReflections<Cell>::reflect(bool adjoint, std::int32_t columns, Cell* x) const
 {
-    const double each = 2.0 * kPerCell<Cell> * longer() * shorter();
+    const double each = 2.0 * kMultiplications<Cell> * longer() * shorter();
     const auto most = static_cast<std::int32_t>(std::clamp(kStretch / each, 1.0, 1e3));
     const Block<Cell> work(workCells(most));
+    const SequentialBlasScope sequential(each * columns);
     for (std::int32_t j = 0; j < columns; j += most) {
         WorkScope::tell();
         int info = 0;

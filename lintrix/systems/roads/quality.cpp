@@ -13,6 +13,8 @@ namespace Velmar::Lintrix::detail::roads {
 
 namespace {
 
+constexpr double kSharp = 0x1p-50; // of a residual in working precision: eight halves of a last place
+
 template <class Cells>
 double largestMagnitude(Cells cells)
 {
@@ -71,6 +73,18 @@ double scaledResidual(const Block& R, double factor, double normA, const Block& 
         if (!(scaled <= worst)) worst = scaled;
     }
     return worst;
+}
+
+/// The largest componentwise backward error of all columns.
+template <class Cell>
+double componentwiseError(const AnyMatrix<Cell>& A, TransposeMode op, const MatrixOf<Cell>& X,
+                          const MatrixOf<Cell>& B, const MatrixOf<Cell>& R)
+{
+    double largest = 0.0;
+    for (const BackwardError& error :
+         backwardErrors<Cell>(A, op, B.Cols(), cellsOf(B).data(), cellsOf(X).data(), cellsOf(R).data()))
+        largest = largerOrNaN(largest, error.componentwise);
+    return largest;
 }
 
 template <class Draw>
@@ -205,6 +219,8 @@ ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const Matr
         const double error = probeError(columnOf(known, k), columnOf(X, last - others + k));
         quality.knownError = worseError(error, quality.knownError);
     }
+    if (verdictOf(quality.residual, quality.error()) == Verdict::Degraded)
+        quality.isSharp = componentwiseError<Cell>(AnyMatrix<Cell>(A), op, X, B, R) <= kSharp;
     return quality;
 }
 

@@ -43,6 +43,9 @@ struct LINTRIX_TESTABLE ProbedQuality {
     double probeResidual = 0.0, probeError = 0.0;
     double probeErrorInUnits = 0.0;     ///< that of each element beside its own size
     std::optional<double> knownError{}; ///< of the other columns, where their solution is known
+    /// All columns, the probe's too, solve systems that differ from A and B by the last places of each
+    /// element: what that costs in digits is owed to no factor. Looked at where the verdict is Degraded.
+    bool isSharp = false;
 
     /// The largest error that is known; NaN if there is one among them.
     double error() const;

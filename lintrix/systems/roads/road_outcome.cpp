@@ -162,6 +162,7 @@ Ending Outcome<Cell>::ending() const
         quality && quality->residual <= kRoundingLevel && quality->probeResidual <= kRoundingLevel;
     if (perturbed > 0 && !solved) return Ending::Unsteady;
     if (perturbed > 0) return Ending::Poor;
+    if (quality && quality->isSharp) return Ending::Sharp;
     return solved ? Ending::IllConditioned : Ending::Poor;
 }
 

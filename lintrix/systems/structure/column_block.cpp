@@ -2,6 +2,7 @@
 
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
+#include <lintrix/services/thread_scope.h>
 #include <lintrix/systems/cells.h>
 
 #include <algorithm>
@@ -107,11 +108,19 @@ bool sweep(ColumnBlock<Cell>& W, ColumnBlock<Cell>* companion)
 
 constexpr std::int32_t kFewColumns = 8;
 
+/// For what combines each of so many columns with each of so many others.
+template <class Cell>
+SequentialBlasScope scopeOf(std::int32_t length, std::int32_t columns, std::int32_t others)
+{
+    return SequentialBlasScope(kMultiplications<Cell> * length * columns * others);
+}
+
 /// W := W*V, V square.
 template <class Cell>
 void multiply(ColumnBlock<Cell>& W, const ColumnBlock<Cell>& V)
 {
     ColumnBlock<Cell> product(W);
+    const SequentialBlasScope sequential = scopeOf<Cell>(W.length, W.count, W.count);
     if (W.length > 0)
         blas::gemm('N', 'N', W.length, W.count, W.count, Cell(1.0), W.cells.data(), W.length, V.cells.data(),
                    W.count, Cell(), product.cells.data(), W.length);
@@ -124,6 +133,7 @@ ColumnBlock<Cell> triangleOf(ColumnBlock<Cell> W)
 {
     const std::int32_t n = W.count;
     std::vector<Cell> tau(static_cast<std::size_t>(n)), work(tau.size() * 32);
+    const SequentialBlasScope sequential = scopeOf<Cell>(W.length, n, n);
     int info = 0;
     lapack::geqrf(W.length, n, W.cells.data(), W.length, tau.data(), work.data(),
                   static_cast<std::int32_t>(work.size()), info);
@@ -158,6 +168,7 @@ std::vector<double> decompose(ColumnBlock<Cell> R, ColumnBlock<Cell>& J)
     std::vector<double> lengths(size);
     std::vector<Cell> U(size * size), adjoint(size * size), work(size * (4 * size + 7));
     std::vector<int> whole(8 * size);
+    const SequentialBlasScope sequential = scopeOf<Cell>(n, n, n);
     const auto count = static_cast<std::int32_t>(work.size());
     int info = 0;
     if constexpr (std::is_same_v<Cell, double>) {
@@ -262,6 +273,7 @@ void clearOf(const ColumnBlock<Cell>& Q, ColumnBlock<Cell>& W)
 {
     if (Q.count == 0 || W.count == 0 || W.length == 0) return;
     ColumnBlock<Cell> parts{Q.count, W.count};
+    const SequentialBlasScope sequential = scopeOf<Cell>(W.length, Q.count, W.count);
     constexpr char adjoint = std::is_same_v<Cell, double> ? 'T' : 'C';
     blas::gemm(adjoint, 'N', Q.count, W.count, W.length, Cell(1.0), Q.cells.data(), Q.length, W.cells.data(),
                W.length, Cell(), parts.cells.data(), Q.count);
@@ -281,6 +293,7 @@ void takeBasis(ColumnBlock<Cell>& W)
     }
     std::vector<Cell> tau(static_cast<std::size_t>(W.count)), work(tau.size() * 32);
     const auto size = static_cast<std::int32_t>(work.size());
+    const SequentialBlasScope sequential = scopeOf<Cell>(W.length, W.count, W.count);
     int info = 0;
     lapack::geqrf(W.length, W.count, W.cells.data(), W.length, tau.data(), work.data(), size, info);
     lapack::orgqr(W.length, W.count, W.count, W.cells.data(), W.length, tau.data(), work.data(), size, info);

@@ -2,6 +2,7 @@
 
 #include <lintrix/services/blas.h>
 #include <lintrix/services/lapack.h>
+#include <lintrix/services/thread_scope.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/structure/index_text.h>
 
@@ -397,6 +398,7 @@ public:
         for (std::int32_t j = 0; j < V_.count; ++j)
             c.push_back(scalarProduct(V_.length, V_.column(j), x.data()));
         if (info_ == 0) {
+            const SequentialBlasScope sequential(kMultiplications<Cell> * V_.count * V_.count);
             int info = 0;
             lapack::getrs('N', V_.count, 1, VW_.data(), V_.count, pivots_.data(), c.data(), V_.count, info);
             for (std::int32_t j = 0; j < V_.count; ++j) addMultiple(V_.length, -c[j], W_.column(j), x.data());
@@ -413,6 +415,7 @@ private:
             for (std::int32_t i = 0; i < V_.count; ++i)
                 VW_.push_back(scalarProduct(V_.length, V_.column(i), W_.column(j)));
         pivots_.resize(static_cast<std::size_t>(V_.count));
+        const SequentialBlasScope sequential(kMultiplications<Cell> * V_.count * V_.count * V_.count);
         lapack::getrf(V_.count, V_.count, VW_.data(), V_.count, pivots_.data(), info_);
     }
 
@@ -442,6 +445,7 @@ public:
         }
         factors_ = applied(A.times, P_);
         std::vector<Cell> work(tau_.size() * 32);
+        const SequentialBlasScope sequential(kMultiplications<Cell> * P_.length * P_.count * P_.count);
         int info = 0;
         lapack::geqrf(factors_.length, factors_.count, factors_.cells.data(), factors_.length, tau_.data(),
                       work.data(), static_cast<std::int32_t>(work.size()), info);
@@ -458,6 +462,7 @@ public:
         constexpr char adjoint = std::is_same_v<Cell, double> ? 'T' : 'C';
         const std::int32_t n = factors_.length, count = factors_.count;
         std::vector<Cell> work(32), x(r.size());
+        const SequentialBlasScope sequential(kMultiplications<Cell> * n * count);
         int info = 0;
         lapack::ormqr('L', adjoint, n, 1, count, factors_.cells.data(), n, tau_.data(), r.data(), n,
                       work.data(), static_cast<std::int32_t>(work.size()), info);

@@ -71,6 +71,25 @@ TYPED_TEST(FactorWorth, TakesTwoSolvesAndSeldomFallsShort)
     EXPECT_GE(near, kTrials - 1);
 }
 
+/// Small ones, whose few vectors of signs may all be wrong at once.
+TYPED_TEST(FactorWorth, NeverFallsShortByMoreThanItSays)
+{
+    using Cell = TypeParam;
+    Cells random(3);
+    constexpr int kTrials = 3000, kSmallest = 5, kSizes = 6;
+    int far = 0;
+    for (int trial = 0; trial < kTrials; ++trial) {
+        const int n = kSmallest + trial % kSizes;
+        const MatrixOf<Cell> A = random.matrix<Cell>(n, n);
+        const LinearMap<Cell> solves = inverseMap<Cell>(A);
+        const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), solves);
+        const double norm = largestColumnSum(solves);
+        EXPECT_GE(quality.inverseNormAtMost(), norm) << trial;
+        far += quality.inverseNorm < norm / 3.0;
+    }
+    EXPECT_LE(far, kTrials / 1000);
+}
+
 /// Of a chain of springs, whose inverse has positive elements alone.
 template <class Cell>
 MatrixOf<Cell> chain(int n)
@@ -125,7 +144,7 @@ TYPED_TEST(FactorWorth, LetsACompanionIntoOneOfItsSolves)
                 qualityOfFactor(view, counted(solves, with), asked, {b.data(), beside.data()});
             const FactorQuality other = qualityOfFactor(view, counted(exact, without), asked);
             EXPECT_EQ(alike, 1);
-            EXPECT_EQ(block, companionBlock(n, asked));
+            EXPECT_EQ(block, companionBlock(n));
             EXPECT_EQ(with, without);
             EXPECT_EQ(quality.inverseNorm, other.inverseNorm);
             EXPECT_EQ(quality.drift, other.drift);

@@ -123,6 +123,21 @@ TYPED_TEST(ForwardBound, TakesNoSolveWhereCorrectionsAndTheNormTellAll)
     EXPECT_LE(bound, 1.1 * error / size);
 }
 
+/// A correction that is wrong, though its own correction is right to the last place.
+TYPED_TEST(ForwardBound, ACorrectionThatIsAllRoundingIsRefined)
+{
+    using Cell = TypeParam;
+    const MatrixOf<Cell> A{{1.0, 0.0}, {0.0, 1.0}};
+    const std::vector<Cell> x{1.0, 1.0}, r{0x1p-60, -0x1p-61}, wrong{0x1p-10, 0.0};
+    const std::vector<double> w{2.0, 2.0};
+    const std::vector<double> bounds = forwardErrorBounds<Cell>(
+        AnyMatrix<Cell>(A), TransposeMode::NotTransposed, inverseMap<Cell>(A), 1, x.data(), r.data(),
+        wrong.data(), w.data(), KnownBefore{3}, ResidualPrecision::Twice);
+    ASSERT_EQ(bounds.size(), 1u);
+    EXPECT_GE(bounds[0], 0x1p-60);
+    EXPECT_LE(bounds[0], 0x1p-59);
+}
+
 TYPED_TEST(ForwardBound, HoldsInEveryOneOfThousandsOfSystems)
 {
     using Cell = TypeParam;

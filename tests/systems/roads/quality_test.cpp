@@ -97,6 +97,20 @@ TEST(JudgeSparse, EachSolutionThatIsKnownCounts)
     EXPECT_FALSE(judge<double>(A, Matrix{{7, 1, 1}, {9, 1, -1}}, B, columnOf(known, 1)).knownError);
 }
 
+/// Along (1, -1) a step of 2^-12 changes the second equation by 2^-52, one of 2^-4 by 2^-44, beside 4.
+TEST(JudgeSparse, LostDigitsAreOwedToNoFactorWhereEachEquationIsSolved)
+{
+    const SparseMatrix A(Matrix{{1, 1}, {1, 1 + 0x1p-40}});
+    const Matrix known{{1, 1}, {1, 1}}, B = A * known, probe = columnOf(known, 1);
+    const auto judged = [&](double own, double ofProbe) {
+        return judge<double>(A, Matrix{{1 + own, 1 + ofProbe}, {1 - own, 1 - ofProbe}}, B, probe);
+    };
+    EXPECT_TRUE(judged(0x1p-12, 0x1p-12).isSharp);
+    EXPECT_FALSE(judged(0x1p-12, 0x1p-4).isSharp); // 2^-46
+    EXPECT_FALSE(judged(0x1p-4, 0x1p-12).isSharp);
+    EXPECT_FALSE(judged(0.0, 0.0).isSharp); // accurate
+}
+
 TEST(JudgeSparse, AnErrorThatIsNoNumberIsTheWorst)
 {
     EXPECT_EQ(worseError(0.25, std::nullopt), 0.25);
