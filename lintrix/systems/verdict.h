@@ -39,8 +39,8 @@ struct ColumnQuality {
     /// square.
     double componentwiseError = 0.0;
     /// On ||x* - x|| / ||x||, infinity norms, where x* is the exact solution; infinite where the factor is
-    /// too bad to tell. None where it was not asked for, where there is no factor, or where A is not square and
-    /// has not full rank.
+    /// too bad to tell. None where it was not asked for, where there is no factor, or where A is not square
+    /// and has not full rank.
     std::optional<double> errorBound{};
     std::string reason{}; ///< of a verdict other than Accurate, in a few words: this column's own
 };
