@@ -253,6 +253,8 @@ private:
     SystemAnswer<Cell> judged(const M& A, Answer<M>& found, const M& B, const ColumnUnits<Cell>* units,
                               const M* known) const
     {
+        std::vector<double> changes(static_cast<std::size_t>(B.Cols()));
+        if (units) changes = units->takeThereAndBack(*found.x);
         const std::vector<Quality> ofColumns = judgeColumns(A, *found.x, B);
         if (units) units->multiply(*found.x);
         if (units ? !units->areFinite(*found.x) : !allFinite(*found.x)) found.status = Status::NotFinite;
@@ -261,9 +263,10 @@ private:
         std::vector<ColumnQuality> columns;
         for (std::size_t j = 0; j < ofColumns.size(); ++j) {
             const Quality& column = ofColumns[j];
-            if (isGiven(j)) worst = worse(worst, column);
-            columns.push_back({Verdict::Failed, column.judged(), std::numeric_limits<double>::quiet_NaN()});
-            if (!found.errorBounds.empty()) columns.back().errorBound = found.errorBounds[j];
+            columns.push_back({Verdict::Failed, isGiven(j) ? column.judged() : kNaN, kNaN});
+            if (!isGiven(j)) continue;
+            worst = worseOf(worst, column);
+            if (!found.errorBounds.empty()) columns.back().errorBound = found.errorBounds[j] + changes[j];
         }
         SystemAnswer<Cell> answer =
             told(found, A, worst, units == nullptr || units->allFinite() ? known : nullptr);
@@ -274,14 +277,6 @@ private:
         answer.columns = std::move(columns);
         lowerToWorst(answer, units);
         return answer;
-    }
-
-    static Quality worse(const Quality& one, const Quality& other)
-    {
-        Quality worst{.residual = largerOrNaN(one.residual, other.residual)};
-        if (other.normalResidual)
-            worst.normalResidual = largerOrNaN(one.normalResidual.value_or(0.0), *other.normalResidual);
-        return worst;
     }
 
     /// A bound that could not be had takes the best verdict away, and no more.
@@ -324,6 +319,8 @@ private:
     {
         if (options_.stepDone) options_.stepDone(step);
     }
+
+    static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
     SystemOptions options_;
     M A_;

@@ -3,6 +3,7 @@
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/least_squares/least_squares.h>
 #include <lintrix/systems/quality/vector_norms.h>
+#include <lintrix/systems/roads/column_units.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/roads/quality.h>
@@ -101,7 +102,8 @@ private:
         solver.memoryLeft([this, own](double held) { return budget_.left(own + held); });
         const M B = given ? *given : known ? productOf(*known, op) : M(rowsOf(op), 1);
         std::vector<Solved> solved;
-        SystemAnswer<Cell> answer = solveColumns(solver, B, solved);
+        SystemAnswer<Cell> answer =
+            given ? solveInUnits(solver, B, solved) : solveColumns(solver, B, solved, nullptr);
         answer.probeError = errorOfProbe(solver, op);
         finish("solve");
         // Of a wide or deficient matrix a known solution need not be the shortest.
@@ -156,10 +158,12 @@ private:
         return turned;
     }
 
+    /// op(A)*X, once there is a solver for op.
     M productOf(const M& X, TransposeMode op) const
     {
+        const std::optional<Sparse>& turned = turned_[static_cast<std::size_t>(op)];
         M B(rowsOf(op), X.Cols());
-        Sparse::Multiply(1.0, op, A_, X, 0.0, B);
+        Sparse::Multiply(1.0, TransposeMode::NotTransposed, turned ? *turned : A_, X, 0.0, B);
         return B;
     }
 
@@ -221,15 +225,38 @@ private:
         std::optional<double> errorBound{};
     };
 
+    /// Each right-hand side in a unit of its own.
+    SystemAnswer<Cell> solveInUnits(LeastSquares<Cell>& solver, const M& given, std::vector<Solved>& solved)
+    {
+        const ColumnUnits<Cell> units(given);
+        M B(given);
+        units.divide(B);
+        SystemAnswer<Cell> answer = solveColumns(solver, B, solved, &units);
+        const std::vector<double> changes = units.takeThereAndBack(*answer.x);
+        units.multiply(*answer.x);
+        for (std::size_t j = 0; j < solved.size(); ++j) {
+            Solved& column = solved[j];
+            if (!column.hasNumbers) continue;
+            column.isFinite = allFinite(roads::columnOf(*answer.x, static_cast<std::int32_t>(j)));
+            if (column.errorBound) *column.errorBound += changes[j];
+            column.residual = larger(column.residual, changes[j]);
+            column.isSettled = column.isSettled && changes[j] <= kRoundingLevel;
+        }
+        return answer;
+    }
+
     /// A right-hand side that is not finite has no solution, and leaves the others alone.
-    SystemAnswer<Cell> solveColumns(LeastSquares<Cell>& solver, const M& B, std::vector<Solved>& solved)
+    SystemAnswer<Cell> solveColumns(LeastSquares<Cell>& solver, const M& B, std::vector<Solved>& solved,
+                                    const ColumnUnits<Cell>* units)
     {
         SystemAnswer<Cell> answer{.residual = 0.0, .normalResidual = 0.0};
         answer.x = M(A_.Rows() + A_.Cols() - B.Rows(), B.Cols());
         answer.road = nameOf(LeastSquaresMethod::Nothing);
         for (std::int32_t j = 0; j < B.Cols(); ++j) {
             const auto x = columnCells(*answer.x, j);
-            if (!std::ranges::all_of(columnCells(B, j), [](const Cell& b) { return isFinite(b); })) {
+            const bool hasNumbers =
+                units ? units->isFinite(static_cast<std::size_t>(j)) : allFinite(roads::columnOf(B, j));
+            if (!hasNumbers) {
                 std::ranges::fill(x, Cell(kNaN));
                 solved.push_back({.hasNumbers = false});
                 continue;

@@ -78,10 +78,13 @@ public:
         measure(best_);
     }
 
-    bool done() const { return best_.settled || best_.stopped; }
+    /// Zero may have a small normal residual, and no digit of a small solution.
+    bool isTried() const { return best_.method != LeastSquaresMethod::Nothing; }
+    bool done() const { return (best_.settled && isTried()) || best_.stopped; }
     bool roundedOff() const
     {
-        return best_.backwardError <= kResidualTolerance || best_.normalResidual <= kNormalTolerance;
+        return isTried() &&
+               (best_.backwardError <= kResidualTolerance || best_.normalResidual <= kNormalTolerance);
     }
     Answer take() { return std::move(best_); }
 
@@ -91,8 +94,8 @@ public:
     void iterateScaled();
     void iteratePlain(std::int32_t limit);
     void projectToRange(NormalEquations<Cell>& inverse);
-    RefinedColumn refineBy(const AugmentedEquations<Cell>& equations, LeastSquaresMethod method);
-    bool bound(double error);
+    bool isSolvedByZero();
+    bool refineBy(const AugmentedEquations<Cell>& equations, LeastSquaresMethod method, double unseen);
     const Answer& best() const { return best_; }
 
 private:
@@ -175,25 +178,36 @@ bool LeastSquares<Cell>::Attempt::step(NormalEquations<Cell>& inverse, std::vect
     return true;
 }
 
-/// The best answer, by residuals in twice the working precision.
+/// Whether A^H*b is zero in twice the working precision.
 template <class Cell>
-RefinedColumn LeastSquares<Cell>::Attempt::refineBy(const AugmentedEquations<Cell>& equations,
-                                                    LeastSquaresMethod method)
+bool LeastSquares<Cell>::Attempt::isSolvedByZero()
 {
-    const bool wasSettled = best_.settled;
+    if (norm(g_) != 0.0) return false;
+    const AugmentedEquations<Cell> views = system_.equations({});
+    const std::vector<Cell> zero(g_.size());
+    const auto [A, op] =
+        M_.isAdjoint() ? std::pair(views.tall, views.op) : std::pair(views.wide, views.adjointOp);
+    residualInTwicePrecision(A, op, 1, zero.data(), b_, static_cast<const Cell*>(nullptr), g_.data());
+    if (norm(g_) != 0.0) return false;
+    best_.errorBound = 0.0;
+    return true;
+}
+
+/// Refines the best answer by residuals in twice the working precision, and bounds its error: one that leaves
+/// most digits settles it, whatever of A^H*r rounding hides. Where the bound is no better than that of the
+/// answer before, that one stays.
+/// @return  whether it is settled so
+template <class Cell>
+bool LeastSquares<Cell>::Attempt::refineBy(const AugmentedEquations<Cell>& equations,
+                                           LeastSquaresMethod method, double unseen)
+{
+    const Answer before = best_;
     best_.method = method;
     const RefinedColumn refined = refine(equations, M_.isAdjoint(), 1, b_, best_.x.data()).front();
     measure(best_);
-    best_.settled |= wasSettled;
-    return refined;
-}
-
-/// An error that leaves most digits settles an answer, whatever of A^H*r rounding hides.
-/// @return  whether this one does
-template <class Cell>
-bool LeastSquares<Cell>::Attempt::bound(double error)
-{
-    best_.errorBound = std::min(error, best_.errorBound.value_or(HUGE_VAL));
+    best_.settled |= before.settled && before.method != LeastSquaresMethod::Nothing;
+    best_.errorBound = system_.boundOf(refined, unseen, best_);
+    if (before.errorBound && !(*best_.errorBound < *before.errorBound)) best_ = before;
     const bool isGood = *best_.errorBound <= kFewDigits;
     best_.settled |= isGood;
     return isGood;
@@ -469,7 +483,7 @@ LeastSquaresAnswer<Cell> LeastSquares<Cell>::solve(const Cell* b)
         answer.consistent = answer.settled = false;
         return answer;
     }
-    if (!hasWork() || attempt.done()) return attempt.take();
+    if (!hasWork() || attempt.isSolvedByZero()) return attempt.take();
     if (const std::int32_t steps = stepsWorthTrying(); steps > 0) attempt.iteratePlain(steps);
     if (attempt.done()) return attempt.take();
     prepare();
@@ -551,17 +565,16 @@ AugmentedEquations<Cell> LeastSquares<Cell>::equations(typename AugmentedEquatio
             std::move(solve)};
 }
 
-/// By solves of a backward stable factor.
+/// By solves that are backward stable, or see a correction too small by `unseen`.
 template <class Cell>
-double LeastSquares<Cell>::boundOf(const RefinedColumn& column, const Answer& answer) const
+double LeastSquares<Cell>::boundOf(const RefinedColumn& column, double unseen, const Answer& answer) const
 {
     const AugmentedEquations<Cell> views = equations({});
     const std::int32_t longest =
         std::max(longestRow(views.tall, views.op), longestRow(views.wide, views.adjointOp));
-    std::optional<double> largestTerm;
-    for (std::size_t j = 0; j < columnNorms_.size() && !M_.isAdjoint(); ++j)
-        largestTerm = std::max(largestTerm.value_or(0.0), columnNorms_[j] * std::abs(answer.x[j]));
-    return detail::boundOf(column, longest + 1.0, rank_.condition, largestTerm);
+    const auto terms =
+        M_.isAdjoint() ? std::nullopt : std::optional(solutionTerms(columnNorms_, answer.x.data()));
+    return detail::boundOf(column, {longest + 1.0, rank_.condition, unseen}, terms);
 }
 
 /// W sees a correction in a direction of singular value s too small by s^2/(s^2 + shift).
@@ -578,9 +591,9 @@ bool LeastSquares<Cell>::isGoodByNormalEquations(Attempt& attempt)
         M_.times(G, y.data());
         for (std::size_t i = 0; i < y.size(); ++i) F[i] -= y[i];
     };
-    const RefinedColumn refined = attempt.refineBy(equations(solve), attempt.best().method);
     const double unseen = kShift * rank_.condition * rank_.condition;
-    return attempt.bound((1.0 + unseen) * boundOf(refined, attempt.best()));
+    const auto method = attempt.isTried() ? attempt.best().method : LeastSquaresMethod::NormalEquations;
+    return attempt.refineBy(equations(solve), method, unseen);
 }
 
 template <class Cell>
@@ -593,8 +606,9 @@ bool LeastSquares<Cell>::isGoodByAugmentedSystem(Attempt& attempt)
         std::ranges::copy(t, F);
         std::ranges::copy(w, G);
     };
-    const RefinedColumn refined = attempt.refineBy(equations(solve), LeastSquaresMethod::AugmentedSystem);
-    return augmented_->replacedPivots() == 0 && attempt.bound(boundOf(refined, attempt.best()));
+    constexpr double kNothing = 0.0;
+    const double unseen = augmented_->replacedPivots() == 0 ? kNothing : HUGE_VAL;
+    return attempt.refineBy(equations(solve), LeastSquaresMethod::AugmentedSystem, unseen);
 }
 
 template class LeastSquares<double>;

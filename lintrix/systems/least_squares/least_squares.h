@@ -119,7 +119,7 @@ private:
     bool hasRoomFor(double bytes, double held) const { return !memoryLeft_ || bytes <= memoryLeft_(held); }
     void solveRegular(Attempt& attempt);
     void solveDeficient(Attempt& attempt);
-    double boundOf(const RefinedColumn& column, const Answer& answer) const;
+    double boundOf(const RefinedColumn& column, double unseen, const Answer& answer) const;
     bool isGoodByNormalEquations(Attempt& attempt);
     bool isGoodByAugmentedSystem(Attempt& attempt);
     AugmentedEquations<Cell> equations(typename AugmentedEquations<Cell>::Solve solve) const;

@@ -61,10 +61,11 @@ public:
             WorkScope::tell();
             Columns dt = ofEquations(), dw = ofSolution();
             const std::vector<double> lacks = shortest_ ? sizesOf(dt) : std::vector<double>(count());
+            const std::vector<char> areSolved = areZero(dt, dw);
             equations_.solve(columns_, dt.data(), dw.data());
             bool isLast = true;
             for (std::size_t j = 0; j < count(); ++j) {
-                const double size = sizeOf(shortest_ ? dt : dw, j) +
+                const double size = sizeOf(shortest_ ? dt : dw, j, areSolved[j] != 0) +
                                     uncertainty(lacks[j], step > 0 ? lackedBefore[j] : lacks[j]);
                 if (step == 0) first_[j] = size;
                 if (size < left_[j]) take(j, size);
@@ -135,9 +136,25 @@ private:
         return left;
     }
 
-    double sizeOf(const Columns& change, std::size_t j) const
+    /// Infinite where x is zero, does not solve its equations, and has no correction for underflow.
+    double sizeOf(const Columns& change, std::size_t j, bool isSolved) const
     {
-        return shortest_ ? relative(change, t_, p_, j) : relative(change, w_, q_, j);
+        const Columns& x = shortest_ ? t_ : w_;
+        const std::size_t length = shortest_ ? p_ : q_;
+        if (!isSolved && isZero(x, length, j)) return kInfinity;
+        return relative(change, x, length, j);
+    }
+
+    std::vector<char> areZero(const Columns& F, const Columns& G) const
+    {
+        std::vector<char> zero;
+        for (std::size_t j = 0; j < count(); ++j) zero.push_back(isZero(F, p_, j) && isZero(G, q_, j));
+        return zero;
+    }
+
+    static bool isZero(const Columns& X, std::size_t length, std::size_t j)
+    {
+        return largestModulus(X.data() + length * j, static_cast<std::int32_t>(length)) == 0.0;
     }
 
     std::vector<double> sizesOf(const Columns& changesOfT) const
@@ -180,13 +197,25 @@ private:
 
 } // namespace
 
-double boundOf(const RefinedColumn& column, double terms, double condition, std::optional<double> largestTerm)
+template <class Cell>
+SolutionTerms solutionTerms(const std::vector<double>& norms, const Cell* w)
 {
-    const double lost = terms * kUnitRoundoff * condition,
-                 left = 2.0 * column.correction + kUnitRoundoff * lost;
+    double largest = 0.0, shortest = kInfinity;
+    for (std::size_t k = 0; k < norms.size(); ++k) {
+        largest = std::max(largest, norms[k] * modulus(w[k]));
+        shortest = std::min(shortest, norms[k]);
+    }
+    return {largest, shortest * largestModulus(w, static_cast<std::int32_t>(norms.size()))};
+}
+
+double boundOf(const RefinedColumn& column, const SolveQuality& solves, const std::optional<SolutionTerms>& w)
+{
+    const double lost = solves.terms * kUnitRoundoff * solves.condition, wrong = lost + solves.unseen;
     if (!column.converged || !(lost <= kRegular)) return kInfinity;
-    if (!largestTerm || column.residual == 0.0) return left;
-    return left + lost * lost * column.residual / *largestTerm;
+    if (w && w->largest == 0.0) return column.correction;
+    double left = 2.0 * column.correction + kUnitRoundoff * wrong * (w ? w->largest / w->least : 1.0);
+    if (w) left += lost * lost * column.residual / w->least;
+    return (1.0 + solves.unseen) * left;
 }
 
 template <class Cell>
@@ -198,6 +227,8 @@ std::vector<RefinedColumn> refine(const AugmentedEquations<Cell>& equations, boo
     return refinement.told();
 }
 
+template SolutionTerms solutionTerms(const std::vector<double>&, const double*);
+template SolutionTerms solutionTerms(const std::vector<double>&, const std::complex<double>*);
 template std::vector<RefinedColumn> refine(const AugmentedEquations<double>&, bool, std::int32_t,
                                            const double*, double*);
 template std::vector<RefinedColumn> refine(const AugmentedEquations<std::complex<double>>&, bool,

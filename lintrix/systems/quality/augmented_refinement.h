@@ -37,16 +37,32 @@ struct RefinedColumn {
     bool converged;    ///< the first correction was little, or later ones were much smaller
 };
 
+/// What the solves are worth by which a column was refined.
+struct SolveQuality {
+    double terms;        ///< n, the most elements in a row or column of M
+    double condition;    ///< of M
+    double unseen = 0.0; ///< of a correction they may see this and one times too little
+};
+
+/// Of w: the units of unknowns may differ.
+struct SolutionTerms {
+    double largest; ///< ||m_j||*|w_j|
+    double least;   ///< ||m_j||, times the largest |w_k|
+};
+
+/// @param norms  of the columns of M
+template <class Cell>
+LINTRIX_TESTABLE SolutionTerms solutionTerms(const std::vector<double>& norms, const Cell* w);
+
 /// A bound on ||x* - x||/||x||, infinity norms, x* being the exact solution: solves that converge tell half
-/// of a correction at least. Infinite where they do not, where M is all but singular, and where x is zero and
-/// need not be. What twice the precision loses of M^H*t, of relative size (n*u)^2, the square of the
-/// condition may amplify.
+/// of a correction at least. Infinite where they do not, and where M is all but singular. Of w the rounding
+/// of a large ||m_j||*w_j, which no correction takes away, goes into others by as much as solves are wrong;
+/// and what twice the precision loses of M^H*t, of relative size (n*u)^2, the square of the condition may
+/// amplify. A zero that leaves no residual is exact.
 ///
-/// @param terms        n, the most elements in a row or column of M
-/// @param condition    of M
-/// @param largestTerm  of w, the largest ||m_j||*|w_j|; none: x is t
-LINTRIX_TESTABLE double boundOf(const RefinedColumn& column, double terms, double condition,
-                                std::optional<double> largestTerm);
+/// @param w  none: x is t
+LINTRIX_TESTABLE double boundOf(const RefinedColumn& column, const SolveQuality& solves,
+                                const std::optional<SolutionTerms>& w);
 
 /// Refines t and w together. The square of the condition, by which a large t disturbs w, does not count so: a
 /// step takes the error down by as much as the solves are wrong, by about condition*eps where a QR does them,

@@ -2,11 +2,13 @@
 
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/balance.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -102,6 +104,24 @@ MatrixOf<Cell> ColumnUnits<Cell>::thereAndBack(MatrixOf<Cell> X) const
         if (exponent != kNone) multiplyByPowerOfTwo(columnCells(X, j), -exponent);
     }
     return X;
+}
+
+template <class Cell>
+std::vector<double> ColumnUnits<Cell>::takeThereAndBack(MatrixOf<Cell>& X) const
+{
+    MatrixOf<Cell> back = thereAndBack(X);
+    std::vector<double> changes;
+    for (std::int32_t j = 0; j < X.Cols(); ++j) {
+        double change = 0.0, size = 0.0;
+        for (std::int32_t i = 0; i < X.Rows(); ++i) {
+            const Cell left = columnCells(back, j)[static_cast<std::size_t>(i)];
+            change = largerOrNaN(change, modulus(left - columnCells(X, j)[static_cast<std::size_t>(i)]));
+            size = largerOrNaN(size, modulus(left));
+        }
+        changes.push_back(change == 0.0 ? 0.0 : change / size);
+    }
+    X = std::move(back);
+    return changes;
 }
 
 template class ColumnUnits<double>;

@@ -33,6 +33,9 @@ public:
     /// What is left of X in these units once it has been in the caller's, where numbers may over- or
     /// underflow.
     MatrixOf<Cell> thereAndBack(MatrixOf<Cell> X) const;
+    /// Takes X there and back. @return  how much that has changed each column, relative to what it is then:
+    /// infinite where nothing is left
+    std::vector<double> takeThereAndBack(MatrixOf<Cell>& X) const;
 
 private:
     std::vector<int> exponents_;

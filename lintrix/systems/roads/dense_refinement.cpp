@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
-#include <span>
-#include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -25,15 +23,13 @@ AugmentedEquations<Cell> equationsOf(const MatrixOf<Cell>& A, const DenseReflect
             [&factors](std::int32_t columns, Cell* F, Cell* G) { factors.solveAugmented(columns, F, G); }};
 }
 
-/// The largest ||a_k||*|x_k|.
 template <class Cell>
-double largestTerm(const MatrixOf<Cell>& A, std::span<const Cell> x)
+std::vector<double> columnNorms(const MatrixOf<Cell>& A)
 {
-    double largest = 0.0;
+    std::vector<double> norms;
     for (std::int32_t k = 0; k < A.Cols(); ++k)
-        largest = std::max(largest, euclideanNorm(columnCells(A, k).data(), A.Rows()) *
-                                        modulus(x[static_cast<std::size_t>(k)]));
-    return largest;
+        norms.push_back(euclideanNorm(columnCells(A, k).data(), A.Rows()));
+    return norms;
 }
 
 } // namespace
@@ -44,19 +40,18 @@ std::vector<double> refineAndBound(const MatrixOf<Cell>& A, const DenseReflectio
 {
     constexpr std::int32_t kTogether = 16;
     const AugmentedEquations<Cell> equations = equationsOf(A, factors);
-    const double condition = factors.condition();
+    const SolveQuality solves{static_cast<double>(factors.longer()), factors.condition()};
     const bool isWide = A.Rows() < A.Cols();
+    const std::vector<double> norms = isWide ? std::vector<double>() : columnNorms<Cell>(A);
     std::vector<double> bounds;
     for (std::int32_t first = 0; first < X.Cols(); first += kTogether) {
         const std::int32_t count = std::min(kTogether, X.Cols() - first);
         const std::vector<RefinedColumn> refined =
             refine(equations, isWide, count, columnCells(B, first).data(), columnCells(X, first).data());
         for (std::int32_t j = 0; j < count; ++j) {
-            const std::optional<double> term =
-                isWide ? std::nullopt
-                       : std::optional(largestTerm<Cell>(A, columnCells(std::as_const(X), first + j)));
-            bounds.push_back(
-                boundOf(refined[static_cast<std::size_t>(j)], factors.longer(), condition, term));
+            const Cell* const x = columnCells(X, first + j).data();
+            const auto terms = isWide ? std::nullopt : std::optional(solutionTerms(norms, x));
+            bounds.push_back(boundOf(refined[static_cast<std::size_t>(j)], solves, terms));
         }
     }
     return bounds;

@@ -191,16 +191,11 @@ std::vector<Quality> judgeColumns(const Block& A, const Block& X, const Block& B
     return columns;
 }
 
-template <class Block>
-Quality judge(const Block& A, const Block& X, const Block& B)
+Quality worseOf(const Quality& one, const Quality& other)
 {
-    Quality worst;
-    if (A.Rows() > A.Cols()) worst.normalResidual = 0.0;
-    for (const Quality& column : judgeColumns(A, X, B)) {
-        worst.residual = largerOrNaN(worst.residual, column.residual);
-        if (column.normalResidual)
-            worst.normalResidual = largerOrNaN(*worst.normalResidual, *column.normalResidual);
-    }
+    Quality worst{.residual = largerOrNaN(one.residual, other.residual)};
+    if (other.normalResidual)
+        worst.normalResidual = largerOrNaN(one.normalResidual.value_or(0.0), *other.normalResidual);
     return worst;
 }
 
@@ -243,8 +238,6 @@ bool allFinite(const Block& X)
     return areFinite(cellsOf(X));
 }
 
-template Quality judge(const Matrix&, const Matrix&, const Matrix&);
-template Quality judge(const CMatrix&, const CMatrix&, const CMatrix&);
 template std::vector<Quality> judgeColumns(const Matrix&, const Matrix&, const Matrix&);
 template std::vector<Quality> judgeColumns(const CMatrix&, const CMatrix&, const CMatrix&);
 template bool allFinite(const Matrix&);

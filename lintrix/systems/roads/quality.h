@@ -31,11 +31,11 @@ struct Quality {
     double judged() const { return normalResidual.value_or(residual); }
 };
 
-template <class Block>
-LINTRIX_TESTABLE Quality judge(const Block& A, const Block& X, const Block& B);
-/// The same of each column.
+/// Of each column.
 template <class Block>
 LINTRIX_TESTABLE std::vector<Quality> judgeColumns(const Block& A, const Block& X, const Block& B);
+/// Of both; NaN where one is.
+LINTRIX_TESTABLE Quality worseOf(const Quality& one, const Quality& other);
 
 /// Of a system whose last column is the probe's.
 struct LINTRIX_TESTABLE ProbedQuality {

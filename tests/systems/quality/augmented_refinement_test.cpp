@@ -153,7 +153,7 @@ TYPED_TEST(AugmentedRefinement, SolvesThatAreNoNumbersPromiseNothingAndHarmNothi
         const auto useless = this->equations(std::numeric_limits<double>::quiet_NaN());
         for (const RefinedColumn& column : refine(useless, shortest, kColumns, B.data(), Y.data())) {
             EXPECT_FALSE(column.converged);
-            EXPECT_TRUE(std::isinf(boundOf(column, kRows, 10.0, 1.0)));
+            EXPECT_TRUE(std::isinf(boundOf(column, {kRows, 10.0}, {})));
         }
         EXPECT_EQ(Y, X);
     }
@@ -162,30 +162,47 @@ TYPED_TEST(AugmentedRefinement, SolvesThatAreNoNumbersPromiseNothingAndHarmNothi
 TEST(BoundOf, IsTwiceTheCorrectionThatIsLeft)
 {
     const RefinedColumn good{1e-14, 2.0, true};
-    EXPECT_GE(boundOf(good, 10.0, 100.0, {}), 2e-14);
-    EXPECT_LE(boundOf(good, 10.0, 100.0, {}), 2.001e-14);
+    EXPECT_GE(boundOf(good, {10.0, 100.0}, {}), 2e-14);
+    EXPECT_LE(boundOf(good, {10.0, 100.0}, {}), 2.001e-14);
+    EXPECT_GE(boundOf(good, {10.0, 100.0, 3.0}, {}), 8e-14) << "by solves that see a quarter";
 }
 
 /// The square of what the condition makes of rounding goes with the residual, beside the solution's terms.
 TEST(BoundOf, CountsWhatTwiceThePrecisionLosesOfTheResidual)
 {
     const RefinedColumn column{1e-16, 1e6, true};
+    const SolutionTerms w{1e-3, 1e-3};
     const double lost = 10.0 * 0x1p-53 * 1e10;
-    EXPECT_GE(boundOf(column, 10.0, 1e10, 1e-3), lost * lost * 1e9);
-    EXPECT_LE(boundOf(column, 10.0, 1e10, 1e-3), 1.001 * lost * lost * 1e9);
+    EXPECT_GE(boundOf(column, {10.0, 1e10}, w), lost * lost * 1e9);
+    EXPECT_LE(boundOf(column, {10.0, 1e10}, w), 1.001 * lost * lost * 1e9);
+}
+
+/// A large term is rounded, and solves that are wrong by so much take that into the others.
+TEST(BoundOf, CountsTheRoundingOfLargeTermsInOtherUnits)
+{
+    const RefinedColumn column{1e-17, 0.0, true};
+    EXPECT_GE(boundOf(column, {10.0, 1e6, 1e-3}, SolutionTerms{1e18, 1.0}), 1e-3 * 0x1p-53 * 1e18);
 }
 
 TEST(BoundOf, IsInfiniteWhereNothingIsKnown)
 {
-    EXPECT_TRUE(std::isinf(boundOf({1e-14, 1.0, false}, 10.0, 100.0, 1.0)));
-    EXPECT_TRUE(std::isinf(boundOf({1e-14, 1.0, true}, 10.0, 1e14, 1.0))) << "all but singular";
-    EXPECT_TRUE(std::isinf(boundOf({1e-14, 1.0, true}, 10.0, std::numeric_limits<double>::quiet_NaN(), 1.0)));
-    EXPECT_TRUE(std::isinf(boundOf({0.0, 1.0, true}, 10.0, 10.0, 0.0))) << "x is zero, and need not be";
+    const SolutionTerms w{1.0, 1.0};
+    EXPECT_TRUE(std::isinf(boundOf({1e-14, 1.0, false}, {10.0, 100.0}, w)));
+    EXPECT_TRUE(std::isinf(boundOf({1e-14, 1.0, true}, {10.0, 1e14}, w))) << "all but singular";
+    EXPECT_TRUE(std::isinf(boundOf({1e-14, 1.0, true}, {10.0, std::numeric_limits<double>::quiet_NaN()}, w)));
 }
 
-TEST(BoundOf, OfAZeroThatMustBeZeroIsNone)
+TEST(BoundOf, OfAZeroThatLeavesNothingIsZero)
 {
-    EXPECT_LE(boundOf({0.0, 0.0, true}, 10.0, 10.0, 0.0), 1e-29);
+    EXPECT_EQ(boundOf({0.0, 1.0, true}, {10.0, 10.0}, SolutionTerms{0.0, 0.0}), 0.0);
+}
+
+TEST(SolutionTerms, AreInTheUnitsOfColumns)
+{
+    const double w[] = {-3.0, 1e-6, 0.5};
+    const SolutionTerms terms = solutionTerms({1.0, 1e9, 1e-3}, w);
+    EXPECT_DOUBLE_EQ(terms.largest, 1e3);
+    EXPECT_DOUBLE_EQ(terms.least, 3e-3);
 }
 
 } // namespace

@@ -31,7 +31,7 @@ TEST(SolveDense, EveryColumnOfEveryShapeIsSolved)
         ASSERT_EQ(answer.status, Status::Solved);
         ASSERT_EQ(answer.x->Rows(), shape.cols);
         ASSERT_EQ(answer.x->Cols(), 5);
-        EXPECT_LT(judge(A, *answer.x, B).judged(), 1e-14);
+        for (const Quality& column : judgeColumns(A, *answer.x, B)) EXPECT_LT(column.judged(), 1e-14);
         EXPECT_LT(*answer.probeError, 1e-9);
         for (int j = 0; j < 5; ++j) {
             const auto alone = solveDense(A, columnOf(B, j));
@@ -149,7 +149,7 @@ TEST(SolveDense, EveryColumnOfAComplexSystemOfEveryShapeIsSolved)
         ASSERT_EQ(answer.status, Status::Solved);
         ASSERT_EQ(answer.x->Rows(), shape.cols);
         ASSERT_EQ(answer.x->Cols(), 3);
-        EXPECT_LT(judge(A, *answer.x, B).judged(), 1e-14);
+        for (const Quality& column : judgeColumns(A, *answer.x, B)) EXPECT_LT(column.judged(), 1e-14);
         EXPECT_LT(*answer.probeError, 1e-9);
     }
 }

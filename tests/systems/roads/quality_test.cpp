@@ -18,40 +18,46 @@ using namespace detail::roads;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
+Quality judgeAlone(const Matrix& A, const Matrix& X, const Matrix& B)
+{
+    return judgeColumns(A, X, B).front();
+}
+
 TEST(Judge, TheResidualIsScaledColumnByColumn)
 {
     const Matrix A{{2, -1}, {0, 4}}; // infinity norm 4
     const Matrix X{{1, 100}, {1, 100}};
     Matrix B = A * X;
     B(1, 0) += 0.5; // |r| = 0.5, |x| = 1, |b| = 4.5
-    EXPECT_DOUBLE_EQ(judge(A, X, B).residual, 0.5 / (4 * 1 + 4.5));
-    EXPECT_FALSE(judge(A, X, B).normalResidual);
-    EXPECT_DOUBLE_EQ(judge(A, X, B).judged(), 0.5 / 8.5);
+    EXPECT_DOUBLE_EQ(judgeAlone(A, X, B).residual, 0.5 / (4 * 1 + 4.5));
+    EXPECT_FALSE(judgeAlone(A, X, B).normalResidual);
+    EXPECT_DOUBLE_EQ(judgeAlone(A, X, B).judged(), 0.5 / 8.5);
 }
 
 TEST(Judge, AnExactSolutionHasNoResidualWhateverTheScale)
 {
-    EXPECT_EQ(judge(Matrix(2, 2), Matrix(2, 1), Matrix(2, 1)).residual, 0.0);
-    EXPECT_EQ(judge(Matrix(3, 2), Matrix(2, 1), Matrix(3, 1)).judged(), 0.0);
+    EXPECT_EQ(judgeAlone(Matrix(2, 2), Matrix(2, 1), Matrix(2, 1)).residual, 0.0);
+    EXPECT_EQ(judgeAlone(Matrix(3, 2), Matrix(2, 1), Matrix(3, 1)).judged(), 0.0);
 }
 
 TEST(Judge, TallSystemsAreJudgedByTheNormalEquations)
 {
     const Matrix A{{1}, {1}};
-    const Quality best = judge(A, Matrix{{2}}, Matrix{{1}, {3}}); // r = (-1, 1), A'r = 0
+    const Quality best = judgeAlone(A, Matrix{{2}}, Matrix{{1}, {3}}); // r = (-1, 1), A'r = 0
     EXPECT_DOUBLE_EQ(best.residual, 1.0 / 5.0);
     EXPECT_EQ(best.normalResidual, 0.0);
     EXPECT_EQ(best.judged(), 0.0);
-    const Quality other = judge(A, Matrix{{1}}, Matrix{{1}, {3}}); // r = (0, 2), A'r = 2, ||A'|| = 2
+    const Quality other = judgeAlone(A, Matrix{{1}}, Matrix{{1}, {3}}); // r = (0, 2), A'r = 2, ||A'|| = 2
     EXPECT_DOUBLE_EQ(*other.normalResidual, 2.0 / (2.0 * 4.0));
 }
 
 TEST(Judge, WhatOverflowsIsNaNNotZero)
 {
     const double big = 1e308;
-    EXPECT_TRUE(std::isnan(judge(Matrix{{big, big}, {0, 1}}, Matrix{{1}, {1}}, Matrix{{1}, {1}}).residual));
     EXPECT_TRUE(
-        std::isnan(judge(Matrix{{1, 0}, {0, 1}}, Matrix{{big}, {big}}, Matrix{{-big}, {0}}).residual));
+        std::isnan(judgeAlone(Matrix{{big, big}, {0, 1}}, Matrix{{1}, {1}}, Matrix{{1}, {1}}).residual));
+    EXPECT_TRUE(
+        std::isnan(judgeAlone(Matrix{{1, 0}, {0, 1}}, Matrix{{big}, {big}}, Matrix{{-big}, {0}}).residual));
 }
 
 TEST(LargestDifference, TellsNaN)
