@@ -451,6 +451,7 @@ void lowerToWorst(SystemAnswer<Cell>& answer, const ColumnUnits<Cell>* units)
     }
     if (units && !units->allFinite()) {
         answer.residual = std::numeric_limits<double>::quiet_NaN();
+        if (answer.normalResidual) answer.normalResidual = answer.residual;
         answer.reason = "a right-hand side is not finite";
     }
     if (answer.verdict == Verdict::Failed) answer.complaint = "there is no good solution: " + answer.reason;

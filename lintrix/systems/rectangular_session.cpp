@@ -238,9 +238,12 @@ private:
             Solved& column = solved[j];
             if (!column.hasNumbers) continue;
             column.isFinite = allFinite(roads::columnOf(*answer.x, static_cast<std::int32_t>(j)));
-            if (column.errorBound) *column.errorBound += changes[j];
-            column.residual = larger(column.residual, changes[j]);
-            column.isSettled = column.isSettled && changes[j] <= kRoundingLevel;
+            if (column.errorBound) {
+                *column.errorBound += changes[j];
+            } else {
+                column.residual = larger(column.residual, changes[j]);
+                column.isSettled = column.isSettled && changes[j] <= kRoundingLevel;
+            }
         }
         return answer;
     }

@@ -96,7 +96,8 @@ struct SystemOptions {
     std::optional<FillInReducingMethod> ordering{}; ///< none: what takes less time in all
     EngineSettings engine{};
     /// Right-hand sides whose error is bounded, those with the largest backward errors first; a few solves of
-    /// all. 0: none, and the verdict rests on residual and probe; no condition and no inertia is told either.
+    /// all. Where the matrix is not square all of them are, with one to three solves for each. 0: none, and
+    /// the verdict rests on residual and probe; no condition and no inertia is told either.
     std::int32_t errorBounds = 4;
     /// Where the factor at hand leaves signs of eigenvalues uncertain: factorize shifted matrices for them,
     /// whose factorization takes up to about a second, up to six. Else only where that takes milliseconds.

@@ -119,7 +119,7 @@ private:
         if (answer.verdict == Verdict::Accurate && !(error <= kFewDigits)) tell("a: false success", numbers);
         if (!answer.columns.empty() && !exact_->isDeficient())
             judgeBound(answer.columns[static_cast<std::size_t>(j)],
-                       off == 0.0L ? 0.0L : largest(difference(solution, x)) / largest(solution), numbers);
+                       off == 0.0L ? 0.0L : largest(difference(solution, x)) / largest(x), numbers);
         const bool isTold =
             answer.verdict == Verdict::Degraded && answer.reason.starts_with("rank-deficient");
         if (isTold && exact_->isDeficient() && exact_->condition() < 1e5L && !(error <= kFewDigits))

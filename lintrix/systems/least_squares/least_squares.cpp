@@ -206,7 +206,8 @@ bool LeastSquares<Cell>::Attempt::refineBy(const AugmentedEquations<Cell>& equat
     const RefinedColumn refined = refine(equations, M_.isAdjoint(), 1, b_, best_.x.data()).front();
     measure(best_);
     best_.settled |= before.settled && before.method != LeastSquaresMethod::Nothing;
-    best_.errorBound = system_.boundOf(refined, unseen, best_);
+    const double error = system_.boundOf(refined, unseen, best_);
+    best_.errorBound = std::isnan(error) ? HUGE_VAL : error;
     if (before.errorBound && !(*best_.errorBound < *before.errorBound)) best_ = before;
     const bool isGood = *best_.errorBound <= kFewDigits;
     best_.settled |= isGood;
@@ -606,8 +607,10 @@ bool LeastSquares<Cell>::isGoodByAugmentedSystem(Attempt& attempt)
         std::ranges::copy(t, F);
         std::ranges::copy(w, G);
     };
-    constexpr double kNothing = 0.0;
-    const double unseen = augmented_->replacedPivots() == 0 ? kNothing : HUGE_VAL;
+    // Pivots that are only so large let elements grow, and with them what is wrong with a solve.
+    constexpr double kGrowth = 0x1p16;
+    const double wrong = kGrowth * std::max(m_, n_) * kEps * rank_.condition,
+                 unseen = augmented_->replacedPivots() == 0 ? wrong : HUGE_VAL;
     return attempt.refineBy(equations(solve), LeastSquaresMethod::AugmentedSystem, unseen);
 }
 

@@ -80,25 +80,14 @@ double mostOperations(Reach limit, const RoadCost& done)
                                 : std::max(kLong, kFar * done.operations);
 }
 
-std::optional<Attempt> otherOrderOf(const Attempt& last, FillInReducingMethod ordering, Ending ending,
-                                    const SearchState& state)
-{
-    const bool repeatable =
-        state.orderingIsOpen && !state.looksSingular && !last.ordering && dependsOnOrder(last.road);
-    if (ending != Ending::Unsteady || !repeatable) return std::nullopt;
-    return Attempt{last.road, otherThan(ordering)};
-}
-
 std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering, Ending ending,
                                    const SearchState& state)
 {
     if (isFinal(last.road, ending)) return std::nullopt;
-    if (delaysPivots(last.road) && ending == Ending::NotTaken && state.otherOrder) return state.otherOrder;
-    std::optional<Road> road = strongerThan(last.road, state);
-    const bool areDelayedNext = road && delaysPivots(*road);
-    if (const auto repeated = otherOrderOf(last, ordering, ending, state); repeated && !areDelayedNext)
-        return repeated;
-    if (areDelayedNext && last.ordering && state.orderingIsOpen) road = strongerThan(*road, state);
+    const bool repeatable =
+        state.orderingIsOpen && !state.looksSingular && !last.ordering && dependsOnOrder(last.road);
+    if (ending == Ending::Unsteady && repeatable) return Attempt{last.road, otherThan(ordering)};
+    const std::optional<Road> road = strongerThan(last.road, state);
     if (road && exchangesRows(*road) && state.looksSingular) return std::nullopt;
     return road ? std::optional(Attempt{*road}) : std::nullopt;
 }

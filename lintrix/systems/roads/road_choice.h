@@ -33,10 +33,9 @@ struct Attempt {
 
 /// What the roads so far and the caller tell.
 struct SearchState {
-    bool orderingIsOpen = true;          ///< else the caller has chosen it
-    bool looksSingular = false;          ///< a road has ended so
-    bool pivotedFirst = false;           ///< the search began with partial pivoting, and that was taken
-    std::optional<Attempt> otherOrder{}; ///< of the last road, put off until pivots cannot be delayed
+    bool orderingIsOpen = true; ///< else the caller has chosen it
+    bool looksSingular = false; ///< a road has ended so
+    bool pivotedFirst = false;  ///< the search began with partial pivoting, and that was taken
 };
 
 /// Backward stable as long as no pivot is replaced: few digits are the matrix's own.
@@ -44,23 +43,16 @@ LINTRIX_TESTABLE bool isStable(Road road);
 
 /// What follows `last`, which used `ordering`; nothing where no road can do better.
 ///
-/// Pivots that were met small may be delayed, which makes good for nearly all of them in any order. Which
-/// ones are met small depends on the order of elimination: so where delayed pivots are out of reach, and of a
-/// road that none of this follows, an unsteady road is repeated with the other order, where that is open,
-/// before a stronger one is taken. What solves a system that differs from A by the rounding of each element
-/// is all that can be had of any road. Cholesky and LU with matching are stable: without replaced pivots
-/// their few digits are the matrix's own. That A is singular to working precision is believed of LU with
-/// matching; where another road has told it, the order is not to blame, and exchanges of rows would be in
-/// vain. Partial pivoting is tried before dense storage, unless it came first. Its scales are of rows alone,
-/// so few digits of it may be owed to the units of columns; and it replaces no pivots, which tell what makes
-/// a matrix singular. So the engine follows.
+/// Which pivots are met small depends on the order of elimination. So an unsteady road is repeated with the
+/// other order, where that is open, before a stronger one is taken. What solves a system that differs from A
+/// by the rounding of each element is all that can be had of any road. Cholesky and LU with matching are
+/// stable: without replaced pivots their few digits are the matrix's own. That A is singular to working
+/// precision is believed of LU with matching; where another road has told it, the order is not to blame, and
+/// exchanges of rows would be in vain. Partial pivoting is tried before dense storage, unless it came first.
+/// Its scales are of rows alone, so few digits of it may be owed to the units of columns; and it replaces no
+/// pivots, which tell what makes a matrix singular. So the engine follows.
 LINTRIX_TESTABLE std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering,
                                                     Ending ending, const SearchState& state);
-
-/// What is put off as long as pivots may be delayed: the same road with the other order, where it is
-/// unsteady.
-LINTRIX_TESTABLE std::optional<Attempt> otherOrderOf(const Attempt& last, FillInReducingMethod ordering,
-                                                     Ending ending, const SearchState& state);
 
 enum class Reach {
     Near,   ///< like what was already done, or short

@@ -56,10 +56,6 @@ std::optional<Attempt> RoadSearch<Cell>::add(Outcome<Cell> outcome)
 {
     const Ending ending = outcome.ending();
     const std::optional<Attempt> next = nextAttempt(outcome.attempt, outcome.ordering, ending, state_);
-    const bool hasDelayedPivots =
-        outcome.attempt.road == Road::Delayed || outcome.attempt.road == Road::Fronts;
-    if (!hasDelayedPivots)
-        state_.otherOrder = otherOrderOf(outcome.attempt, outcome.ordering, ending, state_);
     state_.looksSingular |= ending == Ending::Singular;
     state_.pivotedFirst &= !(outcome.attempt.road == Road::Pivoted && ending == Ending::NotTaken);
     found_.push_back(std::move(outcome));
