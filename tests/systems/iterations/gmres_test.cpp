@@ -446,7 +446,7 @@ TYPED_TEST(Gmres, OfASingularMatrixFindsASolutionIfThereIsOne)
 TYPED_TEST(Gmres, HasNothingToDoWhereNothingIsLeft)
 {
     using Cell = TypeParam;
-    const auto none = emptyMatrix<Cell>(0, 0);
+    const EmptyRows<Cell> none(0, 0);
     const LinearMap<Cell> nothing = mapOf(AnyMatrix<Cell>(none));
     const GmresResult empty = gmres<Cell>(nothing, 0.0, nothing, nullptr, nullptr);
     EXPECT_EQ(empty.outcome, GmresOutcome::Converged);

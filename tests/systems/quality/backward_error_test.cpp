@@ -83,7 +83,7 @@ TYPED_TEST(BackwardErrors, FollowTheirDefinitions)
 TYPED_TEST(BackwardErrors, OfZeroOverZeroAreZero)
 {
     using Cell = TypeParam;
-    const auto none = emptyMatrix<Cell>(0, 0);
+    const EmptyRows<Cell> none(0, 0);
     const BackwardError ofNothing = errorOf<Cell>(none, {}, {}, {});
     EXPECT_EQ(ofNothing.normwise, 0.0);
     EXPECT_EQ(ofNothing.componentwise, 0.0);

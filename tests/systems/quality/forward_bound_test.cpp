@@ -239,7 +239,7 @@ TYPED_TEST(ForwardBound, OfEachColumnOfABlock)
 TYPED_TEST(ForwardBound, KnowsNothingAndSaysSo)
 {
     using Cell = TypeParam;
-    const auto none = emptyMatrix<Cell>(0, 0);
+    const EmptyRows<Cell> none(0, 0);
     const LinearMap<Cell> nothing = mapOf(AnyMatrix<Cell>(none));
     EXPECT_EQ(forwardErrorBounds<Cell>(AnyMatrix<Cell>(none), TransposeMode::NotTransposed, nothing, 1,
                                        nullptr, nullptr, nullptr, ResidualPrecision::Working),

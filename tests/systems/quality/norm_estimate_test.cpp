@@ -129,8 +129,8 @@ TYPED_TEST(NormEstimate, FindsTheOneColumnThatMatters)
 TYPED_TEST(NormEstimate, OfRectanglesZerosAndNothing)
 {
     using Cell = TypeParam;
-    const auto none = emptyMatrix<Cell>(0, 0);
-    const auto flat = emptyMatrix<Cell>(5, 7);
+    const EmptyRows<Cell> none(0, 0);
+    const EmptyRows<Cell> flat(5, 7);
     EXPECT_EQ(estimateOneNorm(mapOf(AnyMatrix<Cell>(none))), 0.0);
     EXPECT_EQ(estimateOneNorm(mapOf(AnyMatrix<Cell>(flat))), 0.0);
     EXPECT_EQ(conditionEstimate(0.0, mapOf(AnyMatrix<Cell>(none))), 1.0);

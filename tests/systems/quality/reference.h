@@ -7,11 +7,13 @@
 #include <lintrix/dense/matrix.h>
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/sparse/access.h>
+#include <lintrix/systems/quality/any_matrix.h>
 
 #include <algorithm>
 #include <cfloat>
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <random>
 #include <type_traits>
 #include <utility>
@@ -216,14 +218,23 @@ detail::SparseOf<Cell> triangleOf(detail::MatrixOf<Cell> A)
     return triangle;
 }
 
-/// rows x cols without an element, either of them 0.
+/// Rows without an element; there may be none of them, or none of columns, which no matrix class has.
 template <class Cell>
-detail::SparseOf<Cell> emptyMatrix(int rows, int cols)
-{
-    detail::SparseOf<Cell> A(1, 1);
-    A.Rows(rows);
-    A.Cols(cols);
-    return A;
-}
+class EmptyRows {
+public:
+    EmptyRows(std::int32_t rows, std::int32_t cols)
+        : cols_(cols), starts_(static_cast<std::size_t>(rows) + 1, 1)
+    {
+    }
+
+    explicit operator detail::AnyMatrix<Cell>() const
+    {
+        return {static_cast<std::int32_t>(starts_.size()) - 1, cols_, nullptr, starts_.data(), nullptr};
+    }
+
+private:
+    std::int32_t cols_;
+    std::vector<std::int32_t> starts_;
+};
 
 } // namespace Velmar::Lintrix::testing

@@ -173,7 +173,7 @@ TYPED_TEST(Residual, OfABlockIsThatOfEachColumn)
 TYPED_TEST(Residual, OfNothingIsTheRightHandSide)
 {
     using Cell = TypeParam;
-    const auto none = emptyMatrix<Cell>(0, 0);
+    const EmptyRows<Cell> none(0, 0);
     const AnyMatrix<Cell> A(none);
     residual<Cell>(A, TransposeMode::NotTransposed, 1, nullptr, nullptr, nullptr);
     residualInTwicePrecision<Cell>(A, TransposeMode::Transposed, 1, nullptr, nullptr, nullptr, nullptr);
@@ -181,7 +181,7 @@ TYPED_TEST(Residual, OfNothingIsTheRightHandSide)
     EXPECT_EQ(infinityNorm(A), 0.0);
     EXPECT_EQ(longestRow(A, TransposeMode::NotTransposed), 0);
 
-    const auto zero = emptyMatrix<Cell>(2, 3);
+    const EmptyRows<Cell> zero(2, 3);
     const std::vector<Cell> b{1.0, -2.0}, x{kInfinity, kNaN, 3.0};
     std::vector<Cell> r(2);
     residual(AnyMatrix<Cell>(zero), TransposeMode::NotTransposed, 1, b.data(), x.data(), r.data());
