@@ -356,13 +356,18 @@ std::string reasonOf(const ColumnQuality& column)
     if (!std::isfinite(column.backwardError)) return "a number overflowed";
     if (!(column.backwardError <= kRoundingLevel))
         return "scaled residual " + numberInWords(column.backwardError);
-    if (!column.errorBound) return "ill-conditioned";
-    return std::isfinite(*column.errorBound)
-               ? fmt::format("ill-conditioned, error up to {}", numberInWords(*column.errorBound))
-               : "the error cannot be bounded";
+    return reasonByBound(column.errorBound);
 }
 
 } // namespace
+
+std::string reasonByBound(const std::optional<double>& errorBound)
+{
+    if (!errorBound) return "ill-conditioned";
+    return std::isfinite(*errorBound)
+               ? fmt::format("ill-conditioned, error up to {}", numberInWords(*errorBound))
+               : "the error cannot be bounded";
+}
 
 template <class Cell>
 LinearMap<Cell> inverseBy(Factored<Cell>& factor, std::int32_t size, TransposeMode op, Refining refining)

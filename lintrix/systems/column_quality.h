@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -59,6 +60,9 @@ std::vector<ColumnQuality> improvedColumns(const AnyMatrix<Cell>& A, TransposeMo
 /// them.
 template <class Cell>
 double residualOf(const std::vector<ColumnQuality>& columns, const roads::ColumnUnits<Cell>* units);
+
+/// Of a column whose residual is at rounding level: what its error bound leaves to say.
+std::string reasonByBound(const std::optional<double>& errorBound);
 
 /// Gives each of the answer's columns its reason; the worst of them counts.
 template <class Cell>

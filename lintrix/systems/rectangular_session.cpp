@@ -1,6 +1,7 @@
 #include <lintrix/systems/session.h>
 
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/least_squares/least_squares.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/column_units.h>
@@ -9,8 +10,6 @@
 #include <lintrix/systems/roads/quality.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/roads/words.h>
-
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
@@ -241,7 +240,7 @@ private:
             if (column.errorBound) {
                 *column.errorBound += changes[j];
             } else {
-                column.residual = larger(column.residual, changes[j]);
+                column.residual = largerOrNaN(column.residual, changes[j]);
                 column.isSettled = column.isSettled && changes[j] <= kRoundingLevel;
             }
         }
@@ -270,17 +269,14 @@ private:
             isDeficient_ = isDeficient_ || (rank && rank->deficient);
             solved.push_back({true, allFinite(columnOf(found)), found.settled, found.backwardError,
                               found.consistent ? 0.0 : found.normalResidual, found.errorBound});
-            answer.residual = larger(*answer.residual, found.backwardError);
-            answer.normalResidual = larger(*answer.normalResidual, solved.back().normalResidual);
+            answer.residual = largerOrNaN(*answer.residual, found.backwardError);
+            answer.normalResidual = largerOrNaN(*answer.normalResidual, solved.back().normalResidual);
             answer.krylovSteps += found.iterations;
             answer.refinementSteps = std::max(answer.refinementSteps, found.refinements);
             answer.road = nameOf(found.method);
         }
         return answer;
     }
-
-    /// NaN where one of them is.
-    static double larger(double x, double y) { return x >= y || std::isnan(x) ? x : y; }
 
     /// The worst of the columns counts.
     void judge(SystemAnswer<Cell>& answer, const std::vector<Solved>& solved,
@@ -338,9 +334,8 @@ private:
         if (isDeficient_) return "rank-deficient: the shortest of many solutions";
         if (!column.isSettled)
             return "residual of the normal equations " + numberInWords(column.normalResidual);
-        if (!column.errorBound || *column.errorBound <= kFewDigits) return "ill-conditioned";
-        return isBounded(column) ? "ill-conditioned, error up to " + numberInWords(*column.errorBound)
-                                 : "the error cannot be bounded";
+        const bool isSmall = column.errorBound && *column.errorBound <= kFewDigits;
+        return reasonByBound(isSmall ? std::nullopt : column.errorBound);
     }
 
     void finish(std::string_view step) const

@@ -28,6 +28,19 @@ public:
         return left * cells.matrix<Cell>(cols, cols);
     }
 
+    /// check(A, cells) of A and of its adjoint, from the same numbers.
+    template <class Check>
+    static void forTallAndWide(std::uint64_t seed, std::int32_t rows, std::int32_t cols, double condition,
+                               Check check)
+    {
+        for (const bool isWide : {false, true}) {
+            SCOPED_TRACE(isWide ? "wide" : "tall");
+            Cells cells(seed);
+            const M A = tall(cells, rows, cols, condition);
+            check(isWide ? adjointOf(A) : A, cells);
+        }
+    }
+
     static double conjugated(double cell) { return cell; }
     static ComplexCell conjugated(const ComplexCell& cell) { return std::conj(cell); }
 
@@ -127,26 +140,19 @@ TYPED_TEST(RectangularBounds, OfWideOnesAreKept)
 /// Beyond what twice the precision reaches nothing is promised, and that is told.
 TYPED_TEST(RectangularBounds, AreToldNotToBeThereWhereMatricesAreAllButSingular)
 {
-    for (const bool isWide : {false, true}) {
-        SCOPED_TRACE(isWide ? "wide" : "tall");
-        Cells cells(3);
-        auto A = TestFixture::tall(cells, 40, 6, 1e15);
-        if (isWide) A = TestFixture::adjointOf(A);
+    TestFixture::forTallAndWide(3, 40, 6, 1e15, [&](const auto& A, Cells& cells) {
         const auto B = cells.matrix<TypeParam>(A.Rows(), 1);
         TestFixture::forDenseAndSparse(A, B, [&](const SystemAnswer<TypeParam>& answer) {
             EXPECT_NE(answer.verdict, Verdict::Accurate) << answer.Explain();
         });
-    }
+    });
 }
 
 /// Columns of a tall matrix are in units of the unknowns, rows of a wide one in units of the equations.
 TYPED_TEST(RectangularBounds, UnitsAreNoDeficiency)
 {
-    for (const bool isWide : {false, true}) {
-        SCOPED_TRACE(isWide ? "wide" : "tall");
-        Cells cells(5);
-        auto A = TestFixture::tall(cells, 20, 5, 10.0);
-        if (isWide) A = TestFixture::adjointOf(A);
+    TestFixture::forTallAndWide(5, 20, 5, 10.0, [&](const auto& A, Cells& cells) {
+        const bool isWide = A.Rows() < A.Cols();
         auto B = cells.matrix<TypeParam>(A.Rows(), 1), scaled = A, turned = B;
         const auto plain = LinearSystem(A).Solve(B);
         const auto unitOf = [](std::int32_t k) { return std::ldexp(1.0, 60 * (k % 3 - 1)); };
@@ -163,16 +169,12 @@ TYPED_TEST(RectangularBounds, UnitsAreNoDeficiency)
                 EXPECT_LE(std::abs(found - expected), 1e-12 * std::abs(expected)) << j;
             }
         });
-    }
+    });
 }
 
 TYPED_TEST(RectangularBounds, AColumnThatIsNoNumberIsTheOnlyOneToFail)
 {
-    for (const bool isWide : {false, true}) {
-        SCOPED_TRACE(isWide ? "wide" : "tall");
-        Cells cells(7);
-        auto A = TestFixture::tall(cells, 12, 4, 10.0);
-        if (isWide) A = TestFixture::adjointOf(A);
+    TestFixture::forTallAndWide(7, 12, 4, 10.0, [&](const auto& A, Cells& cells) {
         auto B = cells.matrix<TypeParam>(A.Rows(), 3);
         const auto clean = LinearSystem(A).Solve(B);
         B(2, 1) = std::numeric_limits<double>::quiet_NaN();
@@ -198,7 +200,7 @@ TYPED_TEST(RectangularBounds, AColumnThatIsNoNumberIsTheOnlyOneToFail)
             }
             EXPECT_TRUE(std::isnan(std::abs(TypeParam(answer.x->Item(0, 1)))));
         });
-    }
+    });
 }
 
 /// Right-hand sides in units of their own: 1e-200 beside 1e200.
@@ -269,11 +271,7 @@ TYPED_TEST(RectangularBounds, AZeroThatSolvesIsAccurate)
 /// What underflows in the caller's unit has lost its digits, whatever it was solved in.
 TYPED_TEST(RectangularBounds, WhatUnderflowsIsNotAccurate)
 {
-    for (const bool isWide : {false, true}) {
-        SCOPED_TRACE(isWide ? "wide" : "tall");
-        Cells cells(13);
-        auto A = TestFixture::tall(cells, 12, 4, 10.0);
-        if (isWide) A = TestFixture::adjointOf(A);
+    TestFixture::forTallAndWide(13, 12, 4, 10.0, [&](const auto& A, Cells& cells) {
         for (const int exponent : {-1040, -1060}) {
             auto B = cells.matrix<TypeParam>(A.Rows(), 1);
             for (std::int32_t i = 0; i < A.Rows(); ++i) B(i, 0) *= std::ldexp(1.0, exponent);
@@ -284,7 +282,7 @@ TYPED_TEST(RectangularBounds, WhatUnderflowsIsNotAccurate)
                     EXPECT_EQ(answer.verdict, Verdict::Failed);
             });
         }
-    }
+    });
 }
 
 /// The right-hand sides of a known solution are op(A)*X, each of them.

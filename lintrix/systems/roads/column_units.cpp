@@ -118,7 +118,8 @@ std::vector<double> ColumnUnits<Cell>::takeThereAndBack(MatrixOf<Cell>& X) const
             change = largerOrNaN(change, modulus(left - columnCells(X, j)[static_cast<std::size_t>(i)]));
             size = largerOrNaN(size, modulus(left));
         }
-        changes.push_back(change == 0.0 ? 0.0 : change / size);
+        const double part = change == 0.0 ? 0.0 : change / size;
+        changes.push_back(std::isnan(part) ? std::numeric_limits<double>::infinity() : part);
     }
     X = std::move(back);
     return changes;
