@@ -9,8 +9,10 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <memory>
+#include <numeric>
 #include <random>
-#include <utility>
+#include <span>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -26,15 +28,35 @@ constexpr std::int32_t kSigns = 4, kLongest = 2, kFewColumns = 4;
 /// digits.
 constexpr double kShortfall = 4.0, kSolvable = 1e12;
 
-/// Columns one behind the other.
+/// Columns one behind the other, without values at first.
 template <class Cell>
-using Block = std::vector<Cell>;
+class Block {
+public:
+    Block(std::int32_t rows, std::int32_t columns)
+        : rows_(rows), columns_(columns), cells_(std::make_unique_for_overwrite<Cell[]>(size()))
+    {
+    }
 
-template <class Cell>
-Block<Cell> zeroBlock(std::int32_t n, std::int32_t columns)
-{
-    return Block<Cell>(static_cast<std::size_t>(n) * static_cast<std::size_t>(columns));
-}
+    std::size_t size() const noexcept
+    {
+        return static_cast<std::size_t>(rows_) * static_cast<std::size_t>(columns_);
+    }
+    std::int32_t columns() const noexcept { return columns_; }
+    Cell* data() noexcept { return cells_.get(); }
+    const Cell* data() const noexcept { return cells_.get(); }
+    std::span<Cell> column(std::int32_t c) noexcept
+    {
+        return {data() + std::int64_t{rows_} * c, static_cast<std::size_t>(rows_)};
+    }
+    std::span<const Cell> column(std::int32_t c) const noexcept
+    {
+        return {data() + std::int64_t{rows_} * c, static_cast<std::size_t>(rows_)};
+    }
+
+private:
+    std::int32_t rows_, columns_;
+    std::unique_ptr<Cell[]> cells_;
+};
 
 /// Solves that are held against their equations where the drift is asked for, and refined where that is.
 template <class Cell>
@@ -49,47 +71,52 @@ public:
     }
 
     /// Of all columns of x; the first `watched` of them are those that are tried.
-    Block<Cell> solve(const Apply& inverse, const Block<Cell>& x, std::int32_t columns, std::int32_t watched)
+    Block<Cell> solve(const Apply& inverse, const Block<Cell>& x, std::int32_t watched)
     {
-        Block<Cell> y(x.size());
-        inverse(columns, x.data(), y.data());
+        Block<Cell> y(A_.rows(), x.columns());
+        inverse(x.columns(), x.data(), y.data());
         if (!asked_.shift) return y;
-        double drift = driftOf(watched, x.data(), y.data());
+        Block<Cell> left(A_.rows(), watched); // of x, by the last answer
+        double drift = driftOf(x, y, left);
         for (std::int32_t step = 0; step < asked_.steps && !(drift <= asked_.near); ++step) {
-            Block<Cell> corrections(left_.size());
-            inverse(watched, left_.data(), corrections.data());
-            for (std::size_t i = 0; i < corrections.size(); ++i) y[i] += corrections[i];
-            drift = driftOf(watched, x.data(), y.data());
+            Block<Cell> corrections(A_.rows(), watched);
+            inverse(watched, left.data(), corrections.data());
+            for (std::size_t i = 0; i < corrections.size(); ++i) y.data()[i] += corrections.data()[i];
+            drift = driftOf(x, y, left);
         }
         quality_.drift = largerOrNaN(*quality_.drift, drift);
         return y;
     }
 
 private:
-    /// The largest ||x - (A - shift*I + diag(raised))*y||/||x||_inf, y the inverse's answer to x.
-    double driftOf(std::int32_t columns, const Cell* x, const Cell* y)
+    /// The largest ||x - (A - shift*I + diag(raised))*y||/||x||_inf of the columns of `left`, which takes
+    /// what the norms are of; y is the inverse's answer to x.
+    double driftOf(const Block<Cell>& x, const Block<Cell>& y, Block<Cell>& left)
     {
         const std::int32_t n = A_.rows();
-        left_.resize(static_cast<std::size_t>(n) * static_cast<std::size_t>(columns));
-        residual(A_, TransposeMode::NotTransposed, columns, x, y, left_.data());
-        if (*asked_.shift != 0.0)
-            for (std::size_t i = 0; i < left_.size(); ++i) left_[i] += *asked_.shift * y[i];
-        if (!asked_.raised.empty())
-            for (std::size_t i = 0; i < left_.size(); ++i)
-                left_[i] -= asked_.raised[i % static_cast<std::size_t>(n)] * y[i];
+        residual(A_, TransposeMode::NotTransposed, left.columns(), x.data(), y.data(), left.data());
         double largest = 0.0;
-        for (std::int32_t c = 0; c < columns; ++c) {
-            const std::int64_t first = std::int64_t{n} * c;
-            const double size = euclideanNorm(left_.data() + first, n) / largestModulus(x + first, n);
+        for (std::int32_t c = 0; c < left.columns(); ++c) {
+            takeOff(y.column(c), left.column(c));
+            const double size =
+                euclideanNorm(left.column(c).data(), n) / largestModulus(x.column(c).data(), n);
             largest = largerOrNaN(largest, size);
         }
         return largest;
     }
 
+    /// What the shift and the raised pivots have in the residual of an answer y.
+    void takeOff(std::span<const Cell> y, std::span<Cell> left) const
+    {
+        if (*asked_.shift != 0.0)
+            for (std::size_t i = 0; i < left.size(); ++i) left[i] += *asked_.shift * y[i];
+        if (!asked_.raised.empty())
+            for (std::size_t i = 0; i < left.size(); ++i) left[i] -= asked_.raised[i] * y[i];
+    }
+
     const AnyMatrix<Cell>& A_;
     const FactorQuestion& asked_;
     FactorQuality& quality_;
-    Block<Cell> left_{}; ///< of x, by the last answer
 };
 
 /// That of ones, and random ones.
@@ -97,25 +124,31 @@ template <class Cell>
 Block<Cell> vectorsOfSigns(std::int32_t n)
 {
     std::mt19937_64 generator(20001);
-    Block<Cell> signs;
-    signs.resize(static_cast<std::size_t>(n) * kSigns, Cell(1.0));
+    Block<Cell> signs(n, kSigns);
+    std::ranges::fill(signs.column(0), Cell(1.0));
     constexpr std::size_t kBits = 64;
+    Cell* const cells = signs.data();
     for (std::size_t begin = static_cast<std::size_t>(n); begin < signs.size(); begin += kBits) {
         const std::uint64_t bits = generator();
         const std::size_t count = std::min(kBits, signs.size() - begin);
         for (std::size_t k = 0; k < count; ++k)
-            signs[begin + k] = 1.0 - 2.0 * static_cast<double>(bits >> k & 1);
+            cells[begin + k] = 1.0 - 2.0 * static_cast<double>(bits >> k & 1);
     }
     return signs;
 }
 
+/// Unit vectors, and behind them a column of any kind where there is one.
 template <class Cell>
-double largestColumnSum(std::int32_t n, std::int32_t columns, const Block<Cell>& y)
+Block<Cell> unitVectors(std::int32_t n, std::span<const std::int32_t> places, const Cell* companion)
 {
-    double largest = 0.0;
-    for (std::int32_t c = 0; c < columns; ++c)
-        largest = largerOrNaN(largest, sumOfModuli(y.data() + std::int64_t{n} * c, n));
-    return largest;
+    const auto count = static_cast<std::int32_t>(places.size());
+    Block<Cell> units(n, count + (companion != nullptr ? 1 : 0));
+    for (std::int32_t c = 0; c < count; ++c) {
+        std::ranges::fill(units.column(c), Cell(0.0));
+        units.column(c)[places[c]] = 1.0;
+    }
+    if (companion != nullptr) std::copy_n(companion, n, units.column(count).begin());
+    return units;
 }
 
 template <class Cell>
@@ -137,22 +170,19 @@ public:
 private:
     double ofAllColumns()
     {
-        Block<Cell> unit = zeroBlock<Cell>(n_, n_);
-        for (std::int32_t j = 0; j < n_; ++j) unit[j * n_ + j] = 1.0;
-        return largestColumnSum(n_, n_, solvedWithCompanion(std::move(unit), n_));
+        std::vector<std::int32_t> all(static_cast<std::size_t>(n_));
+        std::iota(all.begin(), all.end(), 0);
+        return ofColumns(all);
     }
 
     double ofSigns()
     {
         const Block<Cell> z = solves_.solve(isHermitian_ ? inverse_.times : inverse_.adjointTimes,
-                                            vectorsOfSigns<Cell>(n_), kSigns, kSigns);
+                                            vectorsOfSigns<Cell>(n_), kSigns);
         double largest = 0.0;
-        for (const Cell& cell : z) largest = largerOrNaN(largest, modulus(cell));
-        Block<Cell> units = zeroBlock<Cell>(n_, kLongest);
-        const std::array<std::int32_t, kLongest> longest = longestRows(z);
-        for (std::int32_t k = 0; k < kLongest; ++k) units[std::int64_t{n_} * k + longest[k]] = 1.0;
-        return largerOrNaN(largest,
-                           largestColumnSum(n_, kLongest, solvedWithCompanion(std::move(units), kLongest)));
+        for (std::int32_t c = 0; c < kSigns; ++c)
+            largest = largerOrNaN(largest, largestModulus(z.column(c).data(), n_));
+        return largerOrNaN(largest, ofColumns(longestRows(z)));
     }
 
     /// Of z, by the sums of their moduli; the first ones where there are no numbers to go by. Lengths would
@@ -160,7 +190,9 @@ private:
     std::array<std::int32_t, kLongest> longestRows(const Block<Cell>& z) const
     {
         std::vector<double> sums(static_cast<std::size_t>(n_));
-        for (std::size_t at = 0; at < z.size(); ++at) sums[at % sums.size()] += modulus(z[at]);
+        for (std::int32_t c = 0; c < kSigns; ++c)
+            std::ranges::transform(sums, z.column(c), sums.begin(),
+                                   [](double sum, const Cell& cell) { return sum + modulus(cell); });
         std::array<std::int32_t, kLongest> longest{};
         for (std::int32_t& row : longest) {
             const auto place = std::ranges::max_element(sums);
@@ -170,14 +202,16 @@ private:
         return longest;
     }
 
-    /// The inverse's answers to so many columns, and last to the companion.
-    Block<Cell> solvedWithCompanion(Block<Cell> x, std::int32_t columns)
+    /// The largest 1-norm of some of the inverse's columns; the companion is solved for beside them.
+    double ofColumns(std::span<const std::int32_t> which)
     {
-        if (companion_.b == nullptr) return solves_.solve(inverse_.times, x, columns, columns);
-        x.insert(x.end(), companion_.b, companion_.b + n_);
-        Block<Cell> y = solves_.solve(inverse_.times, x, columns + 1, columns);
-        std::copy(y.end() - n_, y.end(), companion_.x);
-        return y;
+        const auto columns = static_cast<std::int32_t>(which.size());
+        const Block<Cell> y = solves_.solve(inverse_.times, unitVectors(n_, which, companion_.b), columns);
+        if (companion_.b != nullptr) std::ranges::copy(y.column(columns), companion_.x);
+        double largest = 0.0;
+        for (std::int32_t c = 0; c < columns; ++c)
+            largest = largerOrNaN(largest, sumOfModuli(y.column(c).data(), n_));
+        return largest;
     }
 
     const LinearMap<Cell>& inverse_;
