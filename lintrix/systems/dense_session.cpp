@@ -7,6 +7,7 @@
 #include <lintrix/systems/quality/factor_quality.h>
 #include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/quality/vector_norms.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/dense_factor.h>
 #include <lintrix/systems/roads/dense_solver.h>
 #include <lintrix/systems/roads/memory_budget.h>
@@ -153,7 +154,8 @@ private:
     SystemAnswer<Cell> solveSquare(const M* given, const M* known, TransposeMode op, bool probeAlone)
     {
         DenseFactor<Cell>& factor = factorOnce();
-        const ProbedColumns<Cell> columns = probedColumns<Cell>(A_, given, known, op);
+        const std::vector<int>& units = units_.ofUnknowns(AnyMatrix<Cell>(A_), op, UnitsBy::LargestElements);
+        const ProbedColumns<Cell> columns = probedColumns<Cell>(A_, given, known, op, units);
         M X(rows(), columns.B.Cols());
         if (factor.solve(columns.B, X, op, {}).error != 0) throw NotEnoughMemoryException();
         finish("solve");
@@ -325,6 +327,7 @@ private:
     SystemOptions options_;
     M A_;
     MatrixTraits traits_{};
+    KnownUnits<Cell> units_{};
     std::unique_ptr<DenseFactor<Cell>> factor_{}; ///< of a square matrix, once it was asked for
     std::optional<FactorQuality> quality_{};      ///< likewise
     std::optional<bool> isHermitian_{};           ///< likewise

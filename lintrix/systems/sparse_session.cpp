@@ -168,8 +168,8 @@ private:
 
     ProbedColumns<Cell> columnsOf(const M* given, const M* known, TransposeMode op) const
     {
-        return probedColumns<Cell>(matrix_.Matrix(), given, known, op,
-                                   best_ ? best_->attempt.units : UnitsBy::LargestElements);
+        const UnitsBy by = best_ ? best_->attempt.units : UnitsBy::LargestElements;
+        return probedColumns<Cell>(matrix_.Matrix(), given, known, op, runner_.units(op, by));
     }
 
     /// By a factor that serves, beside other threads that solve with it. None where there is no such factor,
@@ -348,7 +348,7 @@ private:
         const bool isOpen = answer.x && hasWorse(answer, Verdict::Accurate, units) && !outcome.reusedFactor &&
                             outcome.store == FactorStore::Memory;
         if (!isOpen) return std::nullopt;
-        const bool isAlike = haveAlikeUnits(AnyMatrix<Cell>(matrix_.Matrix()));
+        const bool isAlike = runner_.haveAlikeUnits();
         if (mayBePivoted(answer, outcome, isAlike, units)) return Attempt{Road::Pivoted};
         if (isFitTried_ || !isAlike || options_.errorBounds <= 0 || !differByFit()) return std::nullopt;
         return Attempt{Road::Pivoted, {}, UnitsBy::Fit};
@@ -376,9 +376,7 @@ private:
 
     bool differByFit() const
     {
-        const auto differ = [this](TransposeMode op) {
-            return !unitsOfUnknowns(AnyMatrix<Cell>(matrix_.Matrix()), op, UnitsBy::Fit).empty();
-        };
+        const auto differ = [this](TransposeMode op) { return !runner_.units(op, UnitsBy::Fit).empty(); };
         return differ(TransposeMode::NotTransposed) || differ(TransposeMode::Transposed);
     }
 
@@ -391,7 +389,8 @@ private:
         (isByFit ? isFitTried_ : isPivotingTried_) = true;
         std::optional<ProbedColumns<Cell>> fitted;
         if (isByFit)
-            fitted = withProbeBy<Cell>(attempt.units, matrix_.Matrix(), request.B, request.known, request.op);
+            fitted = withOtherProbe<Cell>(matrix_.Matrix(), request.B, request.known, request.op,
+                                          runner_.units(request.op, attempt.units));
         const Request<Cell> asked = fitted ? Request<Cell>{fitted->B, fitted->known, request.op} : request;
         Outcome<Cell> pivoted = runner_.runBeside(outcome, attempt, asked);
         pivoted.inertia = outcome.inertia;

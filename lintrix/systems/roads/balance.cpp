@@ -8,6 +8,7 @@
 #include <complex>
 #include <cstdint>
 #include <numeric>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -168,10 +169,9 @@ private:
     std::int64_t counted_ = 0; ///< elements
 };
 
-} // namespace
-
+/// Whether the largest elements of rows are alike, and those of columns.
 template <class Cell>
-bool haveAlikeUnits(const AnyMatrix<Cell>& A)
+bool haveAlikeElements(const AnyMatrix<Cell>& A)
 {
     Numbers rows(static_cast<std::size_t>(A.rows())), cols(static_cast<std::size_t>(A.cols()));
     forSizes(A, [&](std::size_t i, std::size_t j, double size) {
@@ -181,26 +181,63 @@ bool haveAlikeUnits(const AnyMatrix<Cell>& A)
     return areAlike(rows) && areAlike(cols);
 }
 
+} // namespace
+
+template <class Cell>
+const std::vector<int>& KnownUnits<Cell>::ofUnknowns(const AnyMatrix<Cell>& A, TransposeMode op, UnitsBy by)
+{
+    if (by == UnitsBy::LargestElements && areAlike(A)) return none_;
+    const std::lock_guard turn(turn_);
+    if (!ofRows_) fit(A);
+    const Fitted& fitted = op == TransposeMode::NotTransposed ? *ofColumns_ : *ofRows_;
+    return by == UnitsBy::Fit && !fitted.differ ? none_ : fitted.exponents;
+}
+
+template <class Cell>
+bool KnownUnits<Cell>::areAlike(const AnyMatrix<Cell>& A)
+{
+    const std::lock_guard turn(turn_);
+    if (!areAlike_) areAlike_ = haveAlikeElements(A);
+    return *areAlike_;
+}
+
+template <class Cell>
+void KnownUnits<Cell>::forget()
+{
+    const std::lock_guard turn(turn_);
+    areAlike_.reset();
+    ofRows_.reset();
+    ofColumns_.reset();
+}
+
+template <class Cell>
+void KnownUnits<Cell>::fit(const AnyMatrix<Cell>& A)
+{
+    const LogarithmicFit<Cell> logarithms(A);
+    const auto rounded = [](const Numbers& units) {
+        if (units.empty()) return Fitted();
+        const auto [least, most] = std::ranges::minmax_element(units);
+        const double largest = *most;
+        Fitted fitted{std::vector<int>(units.size()), largest - *least > kAlikeExponents};
+        std::ranges::transform(units, fitted.exponents.begin(), [largest](double unit) {
+            return static_cast<int>(std::lround(std::max(unit - largest, -kFarthest)));
+        });
+        return fitted;
+    };
+    const Numbers columns = logarithms.columns();
+    Fitted ofRows = rounded(logarithms.rows(columns));
+    ofColumns_ = rounded(columns);
+    ofRows_ = std::move(ofRows);
+}
+
 template <class Cell>
 std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op, UnitsBy by)
 {
-    if (by == UnitsBy::LargestElements && haveAlikeUnits(A)) return {};
-    const LogarithmicFit<Cell> fit(A);
-    Numbers units = fit.columns();
-    if (op != TransposeMode::NotTransposed) units = fit.rows(units);
-    if (units.empty()) return {};
-    const auto [least, most] = std::ranges::minmax_element(units);
-    const double largest = *most;
-    if (by == UnitsBy::Fit && largest - *least <= kAlikeExponents) return {};
-    std::vector<int> exponents(units.size());
-    std::ranges::transform(units, exponents.begin(), [largest](double unit) {
-        return static_cast<int>(std::lround(std::max(unit - largest, -kFarthest)));
-    });
-    return exponents;
+    return KnownUnits<Cell>().ofUnknowns(A, op, by);
 }
 
-template bool haveAlikeUnits(const AnyMatrix<double>&);
-template bool haveAlikeUnits(const AnyMatrix<std::complex<double>>&);
+template class KnownUnits<double>;
+template class KnownUnits<std::complex<double>>;
 template std::vector<int> unitsOfUnknowns(const AnyMatrix<double>&, TransposeMode, UnitsBy);
 template std::vector<int> unitsOfUnknowns(const AnyMatrix<std::complex<double>>&, TransposeMode, UnitsBy);
 

@@ -9,6 +9,8 @@
 #include <cmath>
 #include <complex>
 #include <cstdlib>
+#include <mutex>
+#include <optional>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
@@ -32,9 +34,31 @@ enum class UnitsBy {
 template <class Cell>
 LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op,
                                                   UnitsBy by = UnitsBy::LargestElements);
-/// By the largest elements.
+
+/// The same for whoever asks again: one matrix is fitted once, for both sides. From several threads at once.
 template <class Cell>
-LINTRIX_TESTABLE bool haveAlikeUnits(const AnyMatrix<Cell>& A);
+class LINTRIX_TESTABLE KnownUnits {
+public:
+    /// @pre  A has not changed since it was first asked for, or was forgotten
+    const std::vector<int>& ofUnknowns(const AnyMatrix<Cell>& A, TransposeMode op, UnitsBy by);
+    /// By the largest elements.
+    bool areAlike(const AnyMatrix<Cell>& A);
+    void forget();
+
+private:
+    /// Exponents of equations or unknowns.
+    struct Fitted {
+        std::vector<int> exponents;
+        bool differ = false;
+    };
+
+    void fit(const AnyMatrix<Cell>& A);
+
+    std::mutex turn_{};
+    std::optional<bool> areAlike_{};
+    std::optional<Fitted> ofRows_{}, ofColumns_{};
+    std::vector<int> none_{};
+};
 
 /// x*2^e, exactly but for over- and underflow.
 inline double timesPowerOfTwo(double x, int exponent) noexcept

@@ -32,13 +32,6 @@ std::ptrdiff_t lightOnes(std::span<const std::int32_t> rowPointers,
     return std::ranges::count_if(lengths, [](std::int32_t length) { return length <= kLight; });
 }
 
-/// What exchanges of rows are chosen by: as equations have their units, whatever those of the unknowns are.
-template <class Cell>
-std::vector<int> unitsOfRows(const SparseOf<Cell>& A, UnitsBy by)
-{
-    return unitsOfUnknowns(AnyMatrix<Cell>(A), TransposeMode::Transposed, by);
-}
-
 } // namespace
 
 bool mayPivotedPay(std::span<const std::int32_t> rowPointers, std::span<const std::int32_t> columnIndices)
@@ -50,9 +43,10 @@ bool mayPivotedPay(std::span<const std::int32_t> rowPointers, std::span<const st
 }
 
 template <class Cell>
-PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern, UnitsBy units)
+PivotedFactor<Cell>::PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern, std::span<const int> units,
+                                   UnitsBy by)
     : A_(&A), threshold_(symmetricPattern ? kSymmetricThreshold : kThreshold),
-      lu_(std::make_shared<SparseLU<Cell>>(A, threshold_, unitsOfRows<Cell>(A, units))), unitsBy_(units)
+      lu_(std::make_shared<SparseLU<Cell>>(A, threshold_, units)), unitsBy_(by)
 {
 }
 
@@ -103,9 +97,8 @@ EngineAnswer PivotedFactor<Cell>::factorize(const LuBounds& bounds)
 }
 
 template <class Cell>
-EngineAnswer PivotedFactor<Cell>::refactorize(const LuBounds& bounds)
+EngineAnswer PivotedFactor<Cell>::refactorize(const LuBounds& bounds, std::span<const int> units)
 {
-    const std::vector<int> units = unitsOfRows<Cell>(*A_, unitsBy_);
     if (isComplete_ && lu_->refactorize(*A_, units) == LuOutcome::Done) return {};
     isComplete_ = false;
     lu_ = std::make_shared<SparseLU<Cell>>(*A_, threshold_, units);

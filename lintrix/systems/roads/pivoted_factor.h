@@ -21,9 +21,10 @@ class LINTRIX_TESTABLE PivotedFactor final : public Factored<Cell> {
 public:
     /// Analyses `A`, which has both triangles and must outlive the factor. In a symmetric pattern the
     /// diagonal is left for elements a hundred times as large, elsewhere for ten times: an exchange costs the
-    /// symmetry, and with it fill. `units`: of the equations, by which rows are exchanged.
-    /// @throws NotEnoughMemoryException, std::bad_alloc
-    PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern, UnitsBy units = UnitsBy::LargestElements);
+    /// symmetry, and with it fill. `units`: powers of two of the equations, by which rows are exchanged; they
+    /// have been found `by` that. @throws NotEnoughMemoryException, std::bad_alloc
+    PivotedFactor(const SparseOf<Cell>& A, bool symmetricPattern, std::span<const int> units = {},
+                  UnitsBy by = UnitsBy::LargestElements);
 
     /// What `save` has added to a file. @throws as `requireWhole`, NotEnoughMemoryException
     static std::unique_ptr<PivotedFactor> load(const SparseOf<Cell>& A, UnitsBy units, SectionReader& file);
@@ -40,7 +41,7 @@ public:
     /// @throws as the constructor
     EngineAnswer factorize(const sparse_lu::LuBounds& bounds);
     /// For other values in the arrays of A, with the same pivots where they serve. @throws likewise
-    EngineAnswer refactorize(const sparse_lu::LuBounds& bounds);
+    EngineAnswer refactorize(const sparse_lu::LuBounds& bounds, std::span<const int> units = {});
     std::int64_t entries() const { return lu_->entries(); }
     UnitsBy unitsBy() const { return unitsBy_; }
     /// Whether it can solve, be it for values that are none any more.

@@ -130,7 +130,7 @@ Verdict verdictOf(double residual, double error)
 }
 
 template <class Cell>
-MatrixOf<Cell> probeSolution(std::int32_t rows)
+MatrixOf<Cell> probeSolution(std::int32_t rows, std::span<const int> units)
 {
     std::mt19937_64 generator(20240607);
     const auto next = [&generator] {
@@ -140,14 +140,6 @@ MatrixOf<Cell> probeSolution(std::int32_t rows)
     };
     MatrixOf<Cell> column(rows, 1);
     for (Cell& cell : cellsOf(column)) draw(cell, next);
-    return column;
-}
-
-template <class Cell>
-MatrixOf<Cell> probeSolution(const AnyMatrix<Cell>& A, TransposeMode op, UnitsBy by)
-{
-    MatrixOf<Cell> column = probeSolution<Cell>(op == TransposeMode::NotTransposed ? A.cols() : A.rows());
-    const std::vector<int> units = unitsOfUnknowns(A, op, by);
     for (std::size_t j = 0; j < units.size(); ++j) cellsOf(column)[j] *= std::ldexp(1.0, units[j]);
     return column;
 }
@@ -242,10 +234,8 @@ template std::vector<Quality> judgeColumns(const Matrix&, const Matrix&, const M
 template std::vector<Quality> judgeColumns(const CMatrix&, const CMatrix&, const CMatrix&);
 template bool allFinite(const Matrix&);
 template bool allFinite(const CMatrix&);
-template Matrix probeSolution<double>(std::int32_t);
-template CMatrix probeSolution<Complex>(std::int32_t);
-template Matrix probeSolution<double>(const AnyMatrix<double>&, TransposeMode, UnitsBy);
-template CMatrix probeSolution<Complex>(const AnyMatrix<Complex>&, TransposeMode, UnitsBy);
+template Matrix probeSolution<double>(std::int32_t, std::span<const int>);
+template CMatrix probeSolution<Complex>(std::int32_t, std::span<const int>);
 template ProbedQuality judge<double>(const SparseMatrix&, const Matrix&, const Matrix&, const Matrix&,
                                      TransposeMode, std::optional<double>);
 template ProbedQuality judge<Complex>(const CSparseMatrix&, const CMatrix&, const CMatrix&, const CMatrix&,

@@ -8,13 +8,13 @@
 
 #include <lintrix/services/export.h>
 #include <lintrix/systems/quality/any_matrix.h>
-#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/sparse_rows.h>
 #include <lintrix/systems/verdict.h>
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
@@ -67,12 +67,10 @@ LINTRIX_TESTABLE Verdict verdictOf(double residual, double error);
 
 /// The seeded solution of the right-hand side that is added: rows x 1, sizes in [1/2, 1), signs at random, so
 /// that no element is small. Of a complex one the real and the imaginary parts are such.
+/// Times powers of two where there are `units` of the unknowns: else the largest of these would be all that
+/// is seen of it.
 template <class Cell>
-LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(std::int32_t rows);
-/// The same in the units of the unknowns of op(A): else the largest of them would be all that is seen of it.
-template <class Cell>
-LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(const AnyMatrix<Cell>& A, TransposeMode op,
-                                              UnitsBy by = UnitsBy::LargestElements);
+LINTRIX_TESTABLE MatrixOf<Cell> probeSolution(std::int32_t rows, std::span<const int> units = {});
 
 /// The largest |x - y|; NaN if there is one among them.
 template <class Block>

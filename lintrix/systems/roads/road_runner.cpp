@@ -260,12 +260,13 @@ void RoadRunner<Cell>::factorizeAndSolve(std::unique_ptr<DirectRun>& run, const 
 
 /// Analysed when it is first asked for.
 template <class Cell>
-PivotedFactor<Cell>& RoadRunner<Cell>::pivoted(UnitsBy units)
+PivotedFactor<Cell>& RoadRunner<Cell>::pivoted(UnitsBy by)
 {
-    if (!pivoted_ || pivoted_->unitsBy() != units) {
+    if (!pivoted_ || pivoted_->unitsBy() != by) {
         const SparseOf<Cell>& A = system_.Full();
         WorkScope::expect(analysisOperations(A.NumElements()));
-        pivoted_ = std::make_unique<PivotedFactor<Cell>>(A, system_.Traits().symmetricPattern, units);
+        pivoted_ = std::make_unique<PivotedFactor<Cell>>(A, system_.Traits().symmetricPattern,
+                                                         units(TransposeMode::Transposed, by), by);
         isMatched_ = pivoted_->isMatched();
         WorkScope::tell(analysisOperations(A.NumElements()));
         ++analyses_;
@@ -366,7 +367,8 @@ void RoadRunner<Cell>::refactorizePivoted(Outcome<Cell>& outcome, const Request<
     std::unique_ptr<PivotedFactor<Cell>> factor(static_cast<PivotedFactor<Cell>*>(outcome.factor.release()));
     try {
         const EngineAnswer answer =
-            factor->refactorize(pivotedBounds(Reach::Far, outcome.cost, request.B.Cols()));
+            factor->refactorize(pivotedBounds(Reach::Far, outcome.cost, request.B.Cols()),
+                                units(TransposeMode::Transposed, factor->unitsBy()));
         keepPivoted(std::move(factor), answer, request, outcome);
     } catch (...) {
         if (factor && factor->isComplete()) outcome.factor = std::move(factor);

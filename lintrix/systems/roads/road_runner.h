@@ -4,6 +4,8 @@
 
 #include <lintrix/engine/shared_matching.h>
 #include <lintrix/services/export.h>
+#include <lintrix/systems/quality/any_matrix.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/delayed_factor.h>
 #include <lintrix/systems/roads/direct_run.h>
 #include <lintrix/systems/roads/factored.h>
@@ -19,6 +21,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -92,8 +95,15 @@ public:
     {
         pivoted_.reset();
         isMatched_ = false;
+        units_.forget();
         forgetMatching();
     }
+    /// Of these values, as `unitsOfUnknowns`. From several threads at once.
+    const std::vector<int>& units(TransposeMode op, UnitsBy by) const
+    {
+        return units_.ofUnknowns(AnyMatrix<Cell>(system_.Matrix()), op, by);
+    }
+    bool haveAlikeUnits() const { return units_.areAlike(AnyMatrix<Cell>(system_.Matrix())); }
     /// That the engine has found: no other road follows.
     void forgetMatching() noexcept { matching_.Forget(); }
     /// What further roads are held against: the cost of the largest factorization so far.
@@ -121,7 +131,7 @@ private:
     void takePivoted(Reach limit, const Request<Cell>& request, Outcome<Cell>& outcome);
     void keepPivoted(std::unique_ptr<PivotedFactor<Cell>> factor, EngineAnswer answer,
                      const Request<Cell>& request, Outcome<Cell>& outcome);
-    PivotedFactor<Cell>& pivoted(UnitsBy units = UnitsBy::LargestElements);
+    PivotedFactor<Cell>& pivoted(UnitsBy by = UnitsBy::LargestElements);
     bool triesPivoting();
     void refactorizePivoted(Outcome<Cell>& outcome, const Request<Cell>& request);
     sparse_lu::LuBounds pivotedBounds(Reach limit, const RoadCost& cost, std::int32_t rightHands) const;
@@ -151,6 +161,7 @@ private:
     std::optional<Analysed> ready_{};                ///< by a forecast
     SharedMatching matching_{};                      ///< of the engine's roads, whatever their order
     std::unique_ptr<PivotedFactor<Cell>> pivoted_{}; ///< analysed
+    mutable KnownUnits<Cell> units_{};               ///< of these values
     bool isMatched_ = false;                         ///< by such an analysis, of these values
     std::optional<bool> pivotingPays_{};             ///< for this pattern
     std::optional<RoadCost> done_{};                 ///< of the largest factorization so far
