@@ -15,7 +15,7 @@ Random::Random(std::uint64_t seed) noexcept
     }
 }
 
-std::uint64_t Random::next() noexcept
+std::uint64_t Random::NextBits() noexcept
 {
     const std::uint64_t result = std::rotl(state_[0] + state_[3], 23) + state_[0];
     const std::uint64_t t = state_[1] << 17;
@@ -30,7 +30,7 @@ std::uint64_t Random::next() noexcept
 
 double Random::NextDouble() noexcept
 {
-    return static_cast<double>(next() >> 11) * 0x1p-53;
+    return static_cast<double>(NextBits() >> 11) * 0x1p-53;
 }
 
 std::int32_t Random::Next(std::int32_t low, std::int32_t high) noexcept
@@ -38,7 +38,7 @@ std::int32_t Random::Next(std::int32_t low, std::int32_t high) noexcept
     if (high <= low) return low;
     const auto width = static_cast<std::uint64_t>(std::int64_t{high} - low);
     // The upper half of a 64-bit product maps 32 random bits onto the width; its bias is below 2^-32.
-    const std::uint64_t scaled = ((next() >> 32) * width) >> 32;
+    const std::uint64_t scaled = ((NextBits() >> 32) * width) >> 32;
     return static_cast<std::int32_t>(low + static_cast<std::int64_t>(scaled));
 }
 

@@ -24,9 +24,10 @@ public:
     /// Uniform integer in [low, high), `high` excluded; `low` if the interval is empty.
     std::int32_t Next(std::int32_t low, std::int32_t high) noexcept;
 
-private:
-    std::uint64_t next() noexcept;
+    /// 64 bits, each 0 or 1.
+    std::uint64_t NextBits() noexcept;
 
+private:
     std::array<std::uint64_t, 4> state_;
 };
 

@@ -30,7 +30,8 @@ struct FactorQuality {
 };
 
 struct FactorQuestion {
-    /// The drift is measured, of the factor of A - shift*I; none: it is not. Cost: a product for each vector.
+    /// The drift is measured, of the factor of A - shift*I; none: it is not. Cost: a product for each of four
+    /// vectors.
     std::optional<double> shift{};
     std::span<const double> raised{}; ///< then: of A - shift*I + diag(raised), if there are any
     std::optional<double> oneNorm{};  ///< ||A||_1, where it is known
@@ -57,7 +58,7 @@ LINTRIX_TESTABLE std::int32_t companionBlock(std::int32_t order) noexcept;
 /// elements of M are of one sign, and of the smallest M, all of whose columns are tried.
 ///
 /// The condition is meant for shift 0. Cost: a solve of four columns with the adjoint, and one of two with
-/// A; where the drift is asked for, a product with A for each. The companion goes with the latter.
+/// A; where the drift is asked for, a product with A for two of each. The companion goes with the latter.
 template <class Cell>
 LINTRIX_TESTABLE FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& inverse,
                                                const FactorQuestion& asked = {},
