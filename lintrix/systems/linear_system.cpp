@@ -2,6 +2,7 @@
 
 #include <lintrix/complex/access.h>
 #include <lintrix/foundation/failures.h>
+#include <lintrix/foundation/memory_shortage.h>
 #include <lintrix/systems/saved_system.h>
 #include <lintrix/systems/session.h>
 
@@ -11,19 +12,21 @@ namespace Velmar::Lintrix {
 
 template <class Cell>
 LinearSystem<Cell>::LinearSystem(const Sparse& A, SystemOptions options)
-    : session_(detail::sparseSession<Cell>(A, std::move(options)))
+    : session_(detail::tellingShortage([&] { return detail::sparseSession<Cell>(A, std::move(options)); }))
 {
 }
 
 template <class Cell>
 LinearSystem<Cell>::LinearSystem(Sparse&& A, SystemOptions options)
-    : session_(detail::sparseSession<Cell>(std::move(A), std::move(options)))
+    : session_(detail::tellingShortage(
+          [&] { return detail::sparseSession<Cell>(std::move(A), std::move(options)); }))
 {
 }
 
 template <class Cell>
 LinearSystem<Cell>::LinearSystem(M A, SystemOptions options)
-    : session_(detail::denseSession<Cell>(std::move(A), std::move(options)))
+    : session_(detail::tellingShortage(
+          [&] { return detail::denseSession<Cell>(std::move(A), std::move(options)); }))
 {
 }
 
@@ -36,13 +39,15 @@ LinearSystem<Cell>::LinearSystem(std::unique_ptr<detail::SystemSession<Cell>> se
 template <class Cell>
 LinearSystem<Cell> LinearSystem<Cell>::Load(const std::string& path, SystemOptions options)
 {
-    const detail::RunWatch watch(options);
-    const detail::ControlledRun run(watch);
-    SectionReader file;
-    detail::openSaved<Cell>(path, file);
-    LinearSystem loaded(detail::loadedSession<Cell>(file, std::move(options)));
-    detail::requireWhole(file.End());
-    return loaded;
+    return detail::tellingShortage([&] {
+        const detail::RunWatch watch(options);
+        const detail::ControlledRun run(watch);
+        SectionReader file;
+        detail::openSaved<Cell>(path, file);
+        LinearSystem loaded(detail::loadedSession<Cell>(file, std::move(options)));
+        detail::requireWhole(file.End());
+        return loaded;
+    });
 }
 
 template <class Cell>
@@ -50,8 +55,10 @@ void LinearSystem<Cell>::Save(const std::string& path) const
 {
     const auto* const sparse = dynamic_cast<const detail::SparseSession<Cell>*>(session_.get());
     if (!sparse) throw InvalidOperationException("Only square sparse systems can be saved.");
-    const detail::ControlledRun run(sparse->watch());
-    detail::writeSaved<Cell>(path, [&](SectionWriter& file) { sparse->save(file); });
+    detail::tellingShortage([&] {
+        const detail::ControlledRun run(sparse->watch());
+        detail::writeSaved<Cell>(path, [&](SectionWriter& file) { sparse->save(file); });
+    });
 }
 
 template <class Cell>
@@ -82,25 +89,26 @@ const MatrixTraits& LinearSystem<Cell>::Traits() const noexcept
 template <class Cell>
 void LinearSystem<Cell>::Limits(const RunLimits& limits)
 {
-    session_->limits(limits);
+    detail::tellingShortage([&] { session_->limits(limits); });
 }
 
 template <class Cell>
 SystemForecast LinearSystem<Cell>::Forecast()
 {
-    return session_->forecast();
+    return detail::tellingShortage([&] { return session_->forecast(); });
 }
 
 template <class Cell>
 Verdict LinearSystem<Cell>::Factorize()
 {
-    return session_->solve(nullptr, nullptr, TransposeMode::NotTransposed).verdict;
+    return detail::tellingShortage(
+        [&] { return session_->solve(nullptr, nullptr, TransposeMode::NotTransposed).verdict; });
 }
 
 template <class Cell>
 SystemAnswer<Cell> LinearSystem<Cell>::Solve(const M& B, TransposeMode op)
 {
-    return session_->solve(&B, nullptr, op);
+    return detail::tellingShortage([&] { return session_->solve(&B, nullptr, op); });
 }
 
 template <class Cell>
@@ -112,7 +120,7 @@ SystemAnswer<Cell> LinearSystem<Cell>::Solve(const V& b, TransposeMode op)
 template <class Cell>
 SystemAnswer<Cell> LinearSystem<Cell>::SolveKnown(const M& known, TransposeMode op)
 {
-    return session_->solve(nullptr, &known, op);
+    return detail::tellingShortage([&] { return session_->solve(nullptr, &known, op); });
 }
 
 template <class Cell>
@@ -120,7 +128,7 @@ SystemChange LinearSystem<Cell>::Update(const Sparse& A)
 {
     auto* const sparse = dynamic_cast<detail::SparseSession<Cell>*>(session_.get());
     if (!sparse) throw InvalidOperationException("Only square sparse systems can be updated.");
-    return sparse->update(A);
+    return detail::tellingShortage([&] { return sparse->update(A); });
 }
 
 template <class Cell>
