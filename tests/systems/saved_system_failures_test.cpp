@@ -33,6 +33,7 @@ void expectMemoryFailure()
     try {
         throw;
     } catch (const NotEnoughMemoryException&) {
+    } catch (const std::bad_alloc&) {
     } catch (const std::exception& e) {
         ADD_FAILURE() << e.what();
     }
