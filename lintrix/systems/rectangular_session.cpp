@@ -1,9 +1,11 @@
 #include <lintrix/systems/session.h>
 
+#include <lintrix/sparse/access.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/least_squares/least_squares.h>
 #include <lintrix/systems/quality/vector_norms.h>
+#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/column_units.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/memory_budget.h>
@@ -18,6 +20,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -27,6 +30,27 @@ using namespace roads;
 
 namespace {
 
+/// Where the squares of cells might leave the range of a double, divides all by a power of two that brings
+/// them to its middle and none out of it. @return  its exponent
+template <class Cell>
+int takeToMiddle(Cell* cells, std::size_t count)
+{
+    constexpr int kFar = 300, kLeast = -960;
+    int most = std::numeric_limits<int>::min(), least = std::numeric_limits<int>::max();
+    for (const Cell& cell : std::span(cells, count)) {
+        if (!isFinite(cell)) return 0;
+        for (const double part : {std::real(cell), std::imag(cell)}) {
+            if (part == 0.0) continue;
+            most = std::max(most, std::ilogb(part));
+            least = std::min(least, std::ilogb(part));
+        }
+    }
+    if (most < least || std::abs(most) <= kFar) return 0;
+    const int exponent = most < 0 ? most : std::clamp(least - kLeast, 0, most);
+    multiplyByPowerOfTwo(std::span(cells, count), -exponent);
+    return exponent;
+}
+
 /// A sparse matrix that is not square: least squares where op(A) is tall, least norm where it is wide.
 template <class Cell>
 class RectangularRoads final : public SystemSession<Cell> {
@@ -35,7 +59,8 @@ public:
     using M = MatrixOf<Cell>;
 
     RectangularRoads(Sparse A, SystemOptions options)
-        : SystemSession<Cell>(options), options_(std::move(options)), A_(std::move(A))
+        : SystemSession<Cell>(options), options_(std::move(options)), A_(std::move(A)),
+          exponent_(takeToMiddle<Cell>(SparseAccess::values(A_), A_.Values().size()))
     {
     }
 
@@ -227,7 +252,7 @@ private:
     /// Each right-hand side in a unit of its own.
     SystemAnswer<Cell> solveInUnits(LeastSquares<Cell>& solver, const M& given, std::vector<Solved>& solved)
     {
-        const ColumnUnits<Cell> units(given);
+        const ColumnUnits<Cell> units(given, exponent_);
         M B(given);
         units.divide(B);
         SystemAnswer<Cell> answer = solveColumns(solver, B, solved, &units);
@@ -331,6 +356,7 @@ private:
 
     std::string reasonOf(const Solved& column) const
     {
+        if (!column.isFinite) return "a number overflowed";
         if (isDeficient_) return "rank-deficient: the shortest of many solutions";
         if (!column.isSettled)
             return "residual of the normal equations " + numberInWords(column.normalResidual);
@@ -346,6 +372,7 @@ private:
     SystemOptions options_;
     MemoryBudget budget_{options_};
     Sparse A_;
+    int exponent_; ///< of two: A_ times that is the matrix that was given
     MatrixTraits traits_{};
     std::array<std::optional<Sparse>, 3> turned_{};                ///< op(A), by op
     std::array<std::unique_ptr<LeastSquares<Cell>>, 3> solvers_{}; ///< likewise

@@ -17,6 +17,8 @@ namespace {
 
 using ::testing::HasSubstr;
 
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
 /// Column j has entries in rows 3j to 3j + 5; of a deficient one the last is the sum of the two before it.
 SparseMatrix staircase(std::int32_t cols, bool isDeficient)
 {
@@ -147,6 +149,79 @@ TEST(RectangularSystem, WhatAColumnInALargeUnitHidesIsNotAccurate)
         const QuadVector solution = ExactLeastSquares(A).solve(right);
         const bool isFar = largest(difference(solution, x)) > 1e-5L * largest(solution);
         EXPECT_FALSE(isFar && answer.verdict == Verdict::Accurate) << seed;
+    }
+}
+
+template <class Cell>
+void expectTheSameInAnyUnitOfTheMatrix(bool isWide)
+{
+    using M = detail::MatrixOf<Cell>;
+    constexpr std::int32_t kMany = 12, kFew = 5;
+    Cells cells(17);
+    const M A = cells.matrix<Cell>(isWide ? kFew : kMany, isWide ? kMany : kFew),
+            b = cells.matrix<Cell>(A.Rows(), 1);
+    const auto plain = LinearSystem(detail::SparseOf<Cell>(A)).Solve(b);
+    ASSERT_EQ(plain.verdict, Verdict::Accurate);
+    for (const int exponent : {-1000, -700, -330, 330, 500, 900, 1020}) {
+        SCOPED_TRACE(exponent);
+        M scaled(A);
+        for (std::int32_t i = 0; i < A.Rows(); ++i)
+            for (std::int32_t j = 0; j < A.Cols(); ++j) scaled(i, j) *= std::ldexp(1.0, exponent);
+        const auto answer = LinearSystem(detail::SparseOf<Cell>(scaled)).Solve(b);
+        EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+        for (std::int32_t i = 0; i < A.Cols(); ++i) {
+            const Cell back = Cell((*answer.x)(i, 0)) * std::ldexp(1.0, exponent);
+            EXPECT_LT(std::abs(back - Cell((*plain.x)(i, 0))), 1e-13);
+        }
+    }
+}
+
+TEST(RectangularSystem, TheUnitOfTheMatrixDecidesNothing)
+{
+    for (const bool isWide : {false, true}) {
+        expectTheSameInAnyUnitOfTheMatrix<double>(isWide);
+        expectTheSameInAnyUnitOfTheMatrix<ComplexCell>(isWide);
+    }
+}
+
+TEST(RectangularSystem, OneHugeElementAmongOthersLeavesThemTheirDigits)
+{
+    SparseMatrix A(4, 3);
+    for (std::int32_t i = 0; i < 3; ++i) A(i, i) = 1.0;
+    A(3, 1) = 1e308;
+    const auto answer = LinearSystem(A).Solve(Matrix{{1.0}, {2.0}, {3.0}, {0.0}});
+    EXPECT_EQ(answer.verdict, Verdict::Accurate) << answer.reason;
+    EXPECT_NEAR((*answer.x)(0, 0), 1.0, 1e-14);
+    EXPECT_NEAR((*answer.x)(1, 0), 0.0, 1e-300);
+    EXPECT_NEAR((*answer.x)(2, 0), 3.0, 1e-14);
+}
+
+TEST(RectangularSystem, ASolutionOutsideTheRangeIsToldOfItsColumnAlone)
+{
+    SparseMatrix A(4, 3);
+    for (std::int32_t i = 0; i < 3; ++i) A(i, i) = A(i + 1, i) = 1e-200;
+    Matrix B(4, 2);
+    for (std::int32_t i = 0; i < 4; ++i) {
+        B(i, 0) = 1.0 + i;
+        B(i, 1) = 1e200 * (1.0 + i);
+    }
+    const auto answer = LinearSystem(A).Solve(B);
+    EXPECT_EQ(answer.verdict, Verdict::Failed);
+    ASSERT_EQ(answer.columns.size(), 2U);
+    EXPECT_EQ(answer.columns[0].verdict, Verdict::Accurate);
+    EXPECT_EQ(answer.columns[1].verdict, Verdict::Failed);
+    EXPECT_EQ(answer.columns[1].reason, "a number overflowed");
+}
+
+TEST(RectangularSystem, OfNoNumbersNoBackwardErrorIsSmall)
+{
+    SparseMatrix A(4, 3);
+    for (std::int32_t i = 0; i < 3; ++i) A(i, i) = 1.0;
+    for (const double value : {std::numeric_limits<double>::quiet_NaN(), kInfinity}) {
+        A(3, 1) = value;
+        const auto answer = LinearSystem(A).Solve(Vector(4, 1.0));
+        EXPECT_EQ(answer.verdict, Verdict::Failed);
+        EXPECT_FALSE(answer.columns.at(0).backwardError <= 1.0);
     }
 }
 

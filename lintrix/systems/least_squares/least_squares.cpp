@@ -122,8 +122,8 @@ void LeastSquares<Cell>::Attempt::measure(Answer& answer)
     const double r = norm(r_), scale = M_.norm() * r;
     const double terms = system_.termsOf(answer.x.data()), fit = r / (terms + bNorm_);
     answer.residual = r;
-    answer.normalResidual = scale > 0.0 ? norm(g_) / scale : 0.0;
-    answer.backwardError = scale > 0.0 ? std::min(fit, answer.normalResidual) : 0.0;
+    answer.normalResidual = scale == 0.0 ? 0.0 : norm(g_) / scale;
+    answer.backwardError = scale == 0.0 ? 0.0 : std::min(answer.normalResidual, fit);
     if (r > kNoWorse * bNorm_) answer.backwardError = 1.0; // than x = 0
     answer.consistent = scale == 0.0 || fit <= kConsistent;
     // r is known to eps*terms, and so is A^H r. A small r may yet become rounding altogether.
@@ -139,7 +139,8 @@ bool LeastSquares<Cell>::Attempt::offer(Answer&& answer)
     const double before = best_.backwardError, now = answer.backwardError;
     answer.refinements += best_.refinements;
     answer.iterations += best_.iterations;
-    if (now < before || best_.method == LeastSquaresMethod::Nothing) {
+    const bool isNumber = !std::isnan(now) || std::isnan(before);
+    if (isNumber && (!(now >= before) || best_.method == LeastSquaresMethod::Nothing)) {
         best_ = std::move(answer);
     } else {
         best_.refinements = answer.refinements;

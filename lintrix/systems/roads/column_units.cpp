@@ -43,7 +43,7 @@ int exponentOf(Cells cells)
 } // namespace
 
 template <class Cell>
-ColumnUnits<Cell>::ColumnUnits(const MatrixOf<Cell>& B)
+ColumnUnits<Cell>::ColumnUnits(const MatrixOf<Cell>& B, int ofMatrix) : ofMatrix_(ofMatrix)
 {
     for (std::int32_t j = 0; j < B.Cols(); ++j) {
         WorkScope::tell();
@@ -69,15 +69,15 @@ bool ColumnUnits<Cell>::areFinite(const MatrixOf<Cell>& X) const
 }
 
 template <class Cell>
-void ColumnUnits<Cell>::divide(MatrixOf<Cell>& X) const
+void ColumnUnits<Cell>::divide(MatrixOf<Cell>& B) const
 {
-    for (std::int32_t j = 0; j < X.Cols(); ++j) {
+    for (std::int32_t j = 0; j < B.Cols(); ++j) {
         WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
         if (exponent == kNone)
-            std::ranges::fill(columnCells(X, j), Cell());
+            std::ranges::fill(columnCells(B, j), Cell());
         else
-            multiplyByPowerOfTwo(columnCells(X, j), -exponent);
+            multiplyByPowerOfTwo(columnCells(B, j), -exponent);
     }
 }
 
@@ -90,7 +90,7 @@ void ColumnUnits<Cell>::multiply(MatrixOf<Cell>& X) const
         if (exponent == kNone)
             std::ranges::fill(columnCells(X, j), Cell(kNaN));
         else
-            multiplyByPowerOfTwo(columnCells(X, j), exponent);
+            multiplyByPowerOfTwo(columnCells(X, j), exponent - ofMatrix_);
     }
 }
 
@@ -101,7 +101,7 @@ MatrixOf<Cell> ColumnUnits<Cell>::thereAndBack(MatrixOf<Cell> X) const
     for (std::int32_t j = 0; j < X.Cols(); ++j) {
         WorkScope::tell();
         const int exponent = exponents_[static_cast<std::size_t>(j)];
-        if (exponent != kNone) multiplyByPowerOfTwo(columnCells(X, j), -exponent);
+        if (exponent != kNone) multiplyByPowerOfTwo(columnCells(X, j), ofMatrix_ - exponent);
     }
     return X;
 }

@@ -19,16 +19,18 @@ namespace Velmar::Lintrix::detail::roads {
 template <class Cell>
 class LINTRIX_TESTABLE ColumnUnits {
 public:
-    explicit ColumnUnits(const MatrixOf<Cell>& B);
+    /// `ofMatrix`: the power of two by which A has been divided, so that solutions are in the units of B over
+    /// that.
+    explicit ColumnUnits(const MatrixOf<Cell>& B, int ofMatrix = 0);
 
     bool allFinite() const { return !lacksOne_; }
     /// Of the given right-hand sides, number j.
     bool isFinite(std::size_t j) const;
     /// Whether no number has overflowed where the right-hand side is finite.
     bool areFinite(const MatrixOf<Cell>& X) const;
-    /// To these units.
-    void divide(MatrixOf<Cell>& X) const;
-    /// To the caller's; NaN where there was no finite number.
+    /// Right-hand sides to these units.
+    void divide(MatrixOf<Cell>& B) const;
+    /// Solutions to the caller's; NaN where there was no finite number.
     void multiply(MatrixOf<Cell>& X) const;
     /// What is left of X in these units once it has been in the caller's, where numbers may over- or
     /// underflow.
@@ -39,6 +41,7 @@ public:
 
 private:
     std::vector<int> exponents_;
+    int ofMatrix_;
     bool lacksOne_ = false;
 };
 
