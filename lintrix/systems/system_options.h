@@ -112,8 +112,9 @@ struct SystemOptions {
     /// the machine leaves. By the forecast, factorization and solve stay within it, with the factor in files
     /// where it has no room in memory; what takes more is not begun. An analysis takes what it takes.
     std::optional<double> memoryBudget{};
-    /// Bytes that may be taken from now on.
-    std::function<double()> memoryLeft = [] { return MemoryLeft(); };
+    /// Bytes that may be taken from now on. Where nobody tells, the system does, and is asked only if more
+    /// than 4 MB are needed: its answer takes longer than a small solve.
+    std::function<double()> memoryLeft{};
     /// Is asked once, when a factor is about to go to files, with the bytes that are left.
     std::function<std::unique_ptr<FactorPlace>(double left)> openPlace = [](double left) {
         return std::make_unique<FactorFolder>(left);

@@ -12,6 +12,9 @@ namespace Velmar::Lintrix::detail::roads {
 
 namespace {
 
+/// Bytes for which no system is asked.
+constexpr double kTrifle = 0x1p22;
+
 /// Such that a budget of so many would do.
 double megabytes(double bytes)
 {
@@ -20,9 +23,11 @@ double megabytes(double bytes)
 
 } // namespace
 
-double MemoryBudget::left(double own) const
+double MemoryBudget::left(double own, double needed) const
 {
-    const double left = options_.memoryLeft();
+    const double left = options_.memoryLeft ? options_.memoryLeft()
+                        : needed <= kTrifle ? kTrifle
+                                            : MemoryLeft();
     return options_.memoryBudget ? std::min(left, *options_.memoryBudget - own) : left;
 }
 

@@ -6,6 +6,7 @@
 #include <lintrix/systems/system_options.h>
 
 #include <cstdint>
+#include <limits>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -31,7 +32,8 @@ public:
     explicit MemoryBudget(const SystemOptions& options) : options_(options) {}
 
     /// For a factor with the work on it, beside `own` bytes of the system; below 0 where these are too many.
-    double left(double own) const;
+    /// No more than `needed` have to be told.
+    double left(double own, double needed = std::numeric_limits<double>::infinity()) const;
     /// Of all there is, likewise.
     double limit(double own) const;
     /// @throws OperationFailedException  there is a budget, and neither figure is within it beside `own`

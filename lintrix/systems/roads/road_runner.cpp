@@ -205,8 +205,8 @@ void RoadRunner<Cell>::follow(Reach limit, const Request<Cell>& request, Outcome
         isReady ? std::move(*ready_)
                 : analysed(outcome.attempt, system_.As(typeOf(outcome.attempt.road)), request.B.Cols());
     ready_.reset();
-    const double own = ownBytes(request.B.Cols()), left = budget_.left(own);
     DirectRun& run = *analysis.run;
+    const double own = ownBytes(request.B.Cols()), left = budget_.left(own, run.bytesInMemory());
     outcome.engine = analysis.answer;
     outcome.cost = run.cost();
     outcome.ordering = run.ordering();
@@ -280,13 +280,13 @@ sparse_lu::LuBounds RoadRunner<Cell>::pivotedBounds(Reach limit, const RoadCost&
                                                     std::int32_t rightHands) const
 {
     constexpr double kExcess = 3.0;
-    constexpr double kTrifle = 0x1p24; // bytes, for which no system is asked: its answer takes longer
     constexpr double bytesPerEntry = 2.5 * (sizeof(Cell) + sizeof(std::int32_t)); // old and new arrays
     const double operations = done_ || limit != Reach::Near
                                   ? mostColumnOperations(limit, done_.value_or(RoadCost{}))
                                   : std::max(kExcess * cost.operations, kFewOperations);
-    const bool isTrifle = !done_ && limit == Reach::Near && kExcess * cost.bytesInMemory <= kTrifle;
-    const double left = isTrifle ? kTrifle : std::max(budget_.left(ownBytes(rightHands)), 0.0);
+    const double needed = !done_ && limit == Reach::Near ? kExcess * cost.bytesInMemory
+                                                         : std::numeric_limits<double>::infinity();
+    const double left = std::max(budget_.left(ownBytes(rightHands), needed), 0.0);
     return {static_cast<std::int64_t>(std::min(left / bytesPerEntry, 0x1p62)),
             std::min(operations, worthTrying(rightHands))};
 }
@@ -320,7 +320,8 @@ try {
     if (outcome.reach > limit) return;
     WorkScope::expect(outcome.cost.operations);
     const EngineAnswer answer = factor->factorize(
-        {static_cast<std::int64_t>(std::clamp(budget_.left(own) / sizeof(Cell), 0.0, 0x1p62)),
+        {static_cast<std::int64_t>(std::clamp(
+             budget_.left(own, kWaitingExcess * outcome.cost.bytesInMemory) / sizeof(Cell), 0.0, 0x1p62)),
          std::max(kWaitingExcess * outcome.cost.operations,
                   mostOperations(limit, done_.value_or(RoadCost{})))});
     ++factorizations_;
