@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -89,20 +90,89 @@ Failure SymmetrizedPattern::count(const Pattern& pattern, std::span<const int> c
 {
     if (const Failure failure = checkPattern(pattern)) return failure;
     pattern_ = pattern;
-    ascending_ = rowsAscend(pattern);
-    if (!columnOfRow.empty()) {
-        rowOf_ = Scratch<int>::uninitialised(pattern.order());
-        if (!rowOf_) return outOfMemory(BlockCode::Transient, missingBytes(rowOf_));
-        for (int i = 0; i < pattern.order(); ++i) rowOf_[columnOfRow[i]] = i;
+    if (const Failure failure = takeRows(columnOfRow)) return failure;
+    places_ = Scratch<int>::uninitialised(pattern.order());
+    if (!places_) return outOfMemory(BlockCode::Transient, missingBytes(places_));
+    if (rowOf_.get() == nullptr) {
+        form_ = isUpperTriangle() ? Form::UpperTriangle : isSymmetric() ? Form::Symmetric : Form::General;
+        if (!WorkScope::goesOn()) return stopped();
     }
+    if (form_ == Form::General) {
+        if (const Failure failure = joinWithTranspose()) return failure;
+    }
+    return entries_ > std::numeric_limits<int>::max() ? overflow() : Failure{};
+}
+
+Failure SymmetrizedPattern::takeRows(std::span<const int> columnOfRow)
+{
+    const int n = static_cast<int>(columnOfRow.size());
+    int moved = 0;
+    for (int i = 0; i < n; ++i) moved += columnOfRow[i] != i;
+    if (moved == 0) return {};
+    rowOf_ = Scratch<int>::uninitialised(n);
+    if (!rowOf_) return outOfMemory(BlockCode::Transient, missingBytes(rowOf_));
+    for (int i = 0; i < n; ++i) rowOf_[columnOfRow[i]] = i;
+    return {};
+}
+
+// Leaves the entries above the diagonal counted by columns.
+bool SymmetrizedPattern::isUpperTriangle()
+{
+    std::ranges::fill(places_.span(), 0);
+    std::int64_t diagonals = 0;
+    for (int r = 0; r < pattern_.order(); ++r) {
+        int before = r - 1;
+        bool fits = true;
+        for (const int c : pattern_.row(r)) {
+            fits &= c > before;
+            before = c;
+            ++places_[c];
+        }
+        if (!fits) return false;
+        const bool hasDiagonal = !pattern_.row(r).empty() && pattern_.row(r).front() == r;
+        places_[r] -= hasDiagonal;
+        diagonals += hasDiagonal;
+    }
+    entries_ = 2 * (static_cast<std::int64_t>(pattern_.ja.size()) - diagonals);
+    return true;
+}
+
+// Row after row asks for its twins in the rows behind it, of which each is met entry by entry: when its turn
+// comes, all before the diagonal must have been asked for.
+bool SymmetrizedPattern::isSymmetric()
+{
+    const std::span<const int> ia = pattern_.ia, ja = pattern_.ja;
+    const std::span<int> met = places_.span();
+    std::copy_n(ia.begin(), met.size(), met.begin());
+    std::int64_t diagonals = 0;
+    for (int r = 0; r < pattern_.order(); ++r) {
+        int k = met[r], before = r - 1;
+        if (k < ia[r + 1] && ja[k] == r) {
+            ++diagonals;
+            ++k;
+            before = r;
+        }
+        for (; k < ia[r + 1]; ++k) {
+            const int c = ja[k];
+            if (c <= before || met[c] == ia[c + 1] || ja[met[c]] != r) return false;
+            ++met[c];
+            before = c;
+        }
+    }
+    entries_ = static_cast<std::int64_t>(ja.size()) - diagonals;
+    return true;
+}
+
+Failure SymmetrizedPattern::joinWithTranspose()
+{
+    ascending_ = rowsAscend(pattern_);
     if (const Failure failure = transposePattern()) return failure;
     if (!WorkScope::goesOn()) return stopped();
     if (!ascending_) {
         if (const Failure failure = sortRows()) return failure;
         if (!WorkScope::goesOn()) return stopped();
     }
-    countEntries();
-    return entries_ > std::numeric_limits<int>::max() ? overflow() : Failure{};
+    return joinRows();
 }
 
 // Row r of the matrix whose graph is made, as it stands in A.
@@ -151,22 +221,66 @@ Failure SymmetrizedPattern::sortRows()
     return {};
 }
 
-void SymmetrizedPattern::countEntries()
+Failure SymmetrizedPattern::joinRows()
 {
-    entries_ = 0;
-    for (int r = 0; r < pattern_.order(); ++r) {
-        forUnion(row(r), column(r), r, [this](int) { ++entries_; });
+    const int n = pattern_.order();
+    starts_ = Scratch<int>::uninitialised(std::int64_t{n} + 1);
+    joined_ = Scratch<int>::uninitialised(2 * static_cast<std::int64_t>(pattern_.ja.size()));
+    if (!starts_ || !joined_) return outOfMemory(BlockCode::Transient, missingBytes(starts_, joined_));
+    int* end = joined_.get();
+    for (int r = 0; r < n; ++r) {
+        entries_ = end - joined_.get();
+        starts_[r] = static_cast<int>(entries_);
+        forUnion(row(r), column(r), r, [&end](int neighbour) { *end++ = neighbour; });
     }
+    entries_ = end - joined_.get();
+    starts_[n] = static_cast<int>(entries_);
+    return {};
 }
 
 Graph SymmetrizedPattern::write(std::span<int> starts, std::span<int> neighbours) const
 {
-    int next = 0;
+    if (form_ == Form::UpperTriangle) return mirror(starts, neighbours);
+    if (form_ == Form::Symmetric) return withoutDiagonal(starts, neighbours);
+    std::ranges::copy(starts_.span(), starts.begin());
+    std::copy_n(joined_.get(), entries_, neighbours.begin());
+    return {starts, neighbours};
+}
+
+std::span<const int> SymmetrizedPattern::aboveDiagonal(int r) const noexcept
+{
+    const std::span<const int> row = pattern_.row(r);
+    return row.subspan(!row.empty() && row.front() == r);
+}
+
+// When its own row comes to a list, all that stands before the diagonal is there.
+Graph SymmetrizedPattern::mirror(std::span<int> starts, std::span<int> neighbours) const
+{
+    const std::span<int> next = places_.span();
+    int start = 0;
     for (int r = 0; r < pattern_.order(); ++r) {
-        starts[r] = next;
-        forUnion(row(r), column(r), r, [&](int neighbour) { neighbours[next++] = neighbour; });
+        starts[r] = start;
+        start += std::exchange(next[r], start) + static_cast<int>(aboveDiagonal(r).size());
     }
-    starts[pattern_.order()] = next;
+    starts[pattern_.order()] = start;
+    for (int r = 0; r < pattern_.order(); ++r) {
+        int* end = neighbours.data() + next[r];
+        for (const int c : aboveDiagonal(r)) {
+            *end++ = c;
+            neighbours[next[c]++] = r;
+        }
+    }
+    return {starts, neighbours};
+}
+
+Graph SymmetrizedPattern::withoutDiagonal(std::span<int> starts, std::span<int> neighbours) const
+{
+    int* end = neighbours.data();
+    for (int r = 0; r < pattern_.order(); ++r) {
+        starts[r] = static_cast<int>(end - neighbours.data());
+        forMembers(pattern_.row(r), r, r, [&end](int c) { *end++ = c; });
+    }
+    starts[pattern_.order()] = static_cast<int>(end - neighbours.data());
     return {starts, neighbours};
 }
 
