@@ -99,8 +99,8 @@ enum class Array : int {
     AdjacencyStarts,
     AdjacencyNeighbours,
     // pt[5]
-    PermutedStarts,
-    PermutedNeighbours,
+    EarlierStarts,
+    EarlierNeighbours,
     Parent,
     ColumnCounts,
     // pt[6]

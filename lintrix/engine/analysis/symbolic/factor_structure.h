@@ -56,10 +56,12 @@ struct FactorSizes {
 LINTRIX_TESTABLE Failure rowListStarts(std::span<const int> starts, std::span<const int> count,
                                        std::int64_t mostIndices, std::span<std::int64_t> rowStarts);
 
-/// Fills `rows`: the structure of a supernode is that of its columns in A joined with what its children have
-/// below their own. `graph` is in elimination order. A child's list is sorted; the longest is taken as it
-/// stands, and what the others and A add is sorted and merged in.
-LINTRIX_TESTABLE Failure fillRowLists(const Graph& graph, const FactorStructure& structure,
+/// Fills `rows`: row i of the factor has its entries on the ways up the elimination tree, `parent` by column,
+/// from the entries of row i of A to column i (Liu, "The role of elimination trees in sparse factorization",
+/// SIAM J. Matrix Anal. Appl. 11 (1990)). Rows come by one after another, which leaves every list ascending.
+/// `earlier` has those entries by vertices, as `earlierNeighbours` writes them. Linear in what is written.
+LINTRIX_TESTABLE Failure fillRowLists(const Graph& earlier, const Ordering& ordering,
+                                      std::span<const int> parent, const FactorStructure& structure,
                                       std::span<int> rows);
 
 /// Starts of the panels (supernodes + 1 each) and all sizes. `upperStarts` is empty for symmetric storage.
