@@ -3,6 +3,7 @@
 #include <lintrix/services/work.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <utility>
 
@@ -25,57 +26,59 @@ bool columnsFit(const Pattern& pattern)
                        [order](int column) { return static_cast<unsigned>(column) < order; });
 }
 
+// In one run over all entries, where rows are too short for runs of their own: none may fall but from a row
+// to the next.
 bool rowsAscend(const Pattern& pattern)
 {
-    for (int i = 0; i < pattern.order(); ++i) {
-        if (!std::ranges::is_sorted(pattern.row(i))) return false;
+    std::ptrdiff_t falls = 0;
+    for (std::size_t k = 1; k < pattern.ja.size(); ++k) falls += pattern.ja[k] < pattern.ja[k - 1];
+    for (std::size_t i = 1; i + 1 < pattern.ia.size(); ++i) {
+        const auto first = static_cast<std::size_t>(pattern.ia[i]);
+        const bool joinsRows = pattern.ia[i - 1] < pattern.ia[i] && first < pattern.ja.size();
+        falls -= joinsRows && pattern.ja[first] < pattern.ja[first - 1];
     }
-    return true;
+    return falls == 0;
 }
 
-// Hands each member of an ascending list to `take` once, but not `excluded`; the last that was handed on, or
-// `last`.
-template <class Take>
-int forMembers(std::span<const int> list, int last, int excluded, Take take)
+// Writes each member of an ascending list once from `end` on, but not `excluded`, and returns where they end;
+// `last` is what has been written before. All are written, and those that are not wanted overwritten.
+int* writeMembers(std::span<const int> list, int last, int excluded, int* end)
 {
     for (const int next : list) {
-        if (next == last || next == excluded) continue;
-        take(next);
+        *end = next;
+        end += next != last && next != excluded;
         last = next;
     }
-    return last;
+    return end;
 }
 
 // The same of the union of two such lists.
-template <class Take>
-void forMerged(std::span<const int> a, std::span<const int> b, int excluded, Take take)
+int* writeMerged(std::span<const int> a, std::span<const int> b, int excluded, int* end)
 {
     constexpr int kEnd = std::numeric_limits<int>::max(); // above any index
     std::size_t p = 0, q = 0;
     for (int last = excluded;;) {
         const int next = std::min(p < a.size() ? a[p] : kEnd, q < b.size() ? b[q] : kEnd);
-        if (next == kEnd) return;
+        if (next == kEnd) return end;
         p += p < a.size() && a[p] == next;
         q += q < b.size() && b[q] == next;
         if (next == last || next == excluded) continue;
-        take(next);
+        *end++ = next;
         last = next;
     }
 }
 
-// Hands each member of the union of two ascending lists to `take` once, ascending, but not `excluded`. One
-// after the other where b ends before a begins, as in a symmetric matrix of which a triangle is stored, and
-// one for both where they are equal, as with a symmetric pattern; by merging elsewhere.
-template <class Take>
-void forUnion(std::span<const int> a, std::span<const int> b, int excluded, Take take)
+// The union of two ascending lists, ascending, but not `excluded`. One after the other where b ends before a
+// begins, as in a symmetric matrix of which a triangle is stored, and one for both where they are equal, as
+// with a symmetric pattern; by merging elsewhere.
+int* writeUnion(std::span<const int> a, std::span<const int> b, int excluded, int* end)
 {
     if (a.empty() || b.empty() || b.back() <= a.front()) {
-        forMembers(a, forMembers(b, excluded, excluded, take), excluded, take);
-    } else if (std::ranges::equal(a, b)) {
-        forMembers(a, excluded, excluded, take);
-    } else {
-        forMerged(a, b, excluded, take);
+        const int last = b.empty() ? excluded : b.back();
+        return writeMembers(a, last, excluded, writeMembers(b, excluded, excluded, end));
     }
+    if (std::ranges::equal(a, b)) return writeMembers(a, excluded, excluded, end);
+    return writeMerged(a, b, excluded, end);
 }
 
 } // namespace
@@ -231,7 +234,7 @@ Failure SymmetrizedPattern::joinRows()
     for (int r = 0; r < n; ++r) {
         entries_ = end - joined_.get();
         starts_[r] = static_cast<int>(entries_);
-        forUnion(row(r), column(r), r, [&end](int neighbour) { *end++ = neighbour; });
+        end = writeUnion(row(r), column(r), r, end);
     }
     entries_ = end - joined_.get();
     starts_[n] = static_cast<int>(entries_);
@@ -278,7 +281,7 @@ Graph SymmetrizedPattern::withoutDiagonal(std::span<int> starts, std::span<int> 
     int* end = neighbours.data();
     for (int r = 0; r < pattern_.order(); ++r) {
         starts[r] = static_cast<int>(end - neighbours.data());
-        forMembers(pattern_.row(r), r, r, [&end](int c) { *end++ = c; });
+        end = std::ranges::remove_copy(pattern_.row(r), end, r).out;
     }
     starts[pattern_.order()] = static_cast<int>(end - neighbours.data());
     return {starts, neighbours};
