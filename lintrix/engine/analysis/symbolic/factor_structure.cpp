@@ -72,20 +72,16 @@ private:
     Scratch<Way> ways_;
 };
 
-// Supernode K gives to each supernode that owns rows of K one update: K's rows from there on by K's rows
-// there.
-std::int64_t largestUpdate(const FactorStructure& structure)
+void addUpdates(const FactorStructure& structure, FactorSizes& sizes)
 {
-    std::int64_t largest = 0;
-    for (int K = 0; K < structure.supernodes(); ++K) {
-        const std::span<const int> rows = structure.rowsBelow(K);
-        for (std::size_t from = 0, to = 0; from < rows.size(); from = to) {
-            const int J = structure.supernodeOf[rows[from]];
-            while (to < rows.size() && structure.supernodeOf[rows[to]] == J) ++to;
-            largest = std::max(largest, static_cast<std::int64_t>((rows.size() - from) * (to - from)));
-        }
-    }
-    return largest;
+    std::int64_t updates = 0, largest = 0; // in registers
+    forEachUpdate(structure, [&](int, int K, int first, int last) {
+        const std::int64_t rows = structure.height(K) - structure.width(K) - first;
+        largest = std::max(largest, rows * (last - first));
+        ++updates;
+    });
+    sizes.updates = updates;
+    sizes.largestUpdate = largest;
 }
 
 } // namespace
@@ -134,7 +130,7 @@ FactorSizes panelStarts(const FactorStructure& structure, std::span<std::int64_t
         upperStarts.back() = upper;
         sizes.upper = upper;
     }
-    sizes.largestUpdate = largestUpdate(structure);
+    addUpdates(structure, sizes);
     return sizes;
 }
 

@@ -41,6 +41,22 @@ struct FactorStructure {
     }
 };
 
+/// Visits (J, K, first, last) for all K in ascending order: supernode K gives to J, which owns its rows below
+/// from `first` to `last` - 1, one update, by these of its rows from `first` on.
+template <class Visit>
+void forEachUpdate(const FactorStructure& structure, Visit visit)
+{
+    for (int K = 0; K < structure.supernodes(); ++K) {
+        const std::span<const int> rows = structure.rowsBelow(K);
+        const auto end = static_cast<int>(rows.size());
+        for (int first = 0, last = 0; first < end; first = last) {
+            const int J = structure.supernodeOf[rows[first]], behind = structure.starts[J + 1];
+            while (last < end && rows[last] < behind) ++last;
+            visit(J, K, first, last);
+        }
+    }
+}
+
 /// Sizes of a factor, in elements of its arrays.
 struct FactorSizes {
     std::int64_t rowIndices = 0;    ///< length of the row lists together
@@ -48,7 +64,8 @@ struct FactorSizes {
     std::int64_t upper = 1;         ///< of all U panels; 1 in symmetric storage, which iparm(18) counts too
     std::int64_t fill = 0;          ///< entries of L, without the upper triangles of the diagonal blocks
     int tallest = 0, widest = 0;    ///< the largest height, the largest width
-    std::int64_t largestUpdate = 0; ///< cells of the largest update that one supernode gives to another
+    std::int64_t updates = 0;       ///< that supernodes give to each other
+    std::int64_t largestUpdate = 0; ///< cells of the largest of these
 };
 
 /// Row list starts (supernodes + 1 of them) from the column counts.
