@@ -18,9 +18,10 @@ constexpr int kEntriesAhead = 16;
 class EntryMapper {
 public:
     EntryMapper(const RowPattern& A, std::span<const int> columnOfRow, const Ordering& ordering,
-                const FactorStructure& structure, bool symmetricStorage, const EntryMaps& maps)
+                const FactorStructure& structure, bool symmetricStorage, const EntryMaps& maps,
+                std::span<int> columnOf)
         : A_(A), columnOfRow_(columnOfRow), ordering_(ordering), structure_(structure),
-          symmetricStorage_(symmetricStorage), maps_(maps)
+          symmetricStorage_(symmetricStorage), maps_(maps), columnOf_(columnOf)
     {
     }
 
@@ -33,14 +34,16 @@ public:
     {
         const std::span<int> next = maps_.firstEntry;
         std::fill(next.begin(), next.end(), 0);
-        forEachEntry([&](int, int row, int column) { ++next[supernodeOf(row, column) + 1]; });
+        for (std::size_t entry = 0; entry < columnOf_.size(); ++entry)
+            columnOf_[entry] = ordering_.positionOf[A_.columns[entry]];
+        forEachEntry([&](int entry, int row) { ++next[supernodeOf(row, columnOf_[entry]) + 1]; });
         for (int J = 0, sum = 0; J < structure_.supernodes(); ++J) {
             const int entries = next[J + 1];
             next[J + 1] = sum;
             sum += entries;
         }
-        forEachEntry([&](int entry, int row, int column) {
-            const int k = next[supernodeOf(row, column) + 1]++;
+        forEachEntry([&](int entry, int row) {
+            const int k = next[supernodeOf(row, columnOf_[entry]) + 1]++;
             maps_.source[k] = entry;
             maps_.place[k] = row;
         });
@@ -74,9 +77,8 @@ private:
             for (std::size_t i = 0; i < rows.size(); ++i) index[rows[i]] = static_cast<int>(i);
             for (int k = maps_.firstEntry[J]; k < maps_.firstEntry[J + 1]; ++k) {
                 // They lie all over A: those to come are brought near meanwhile.
-                __builtin_prefetch(&A_.columns[maps_.source[std::min(k + kEntriesAhead, entries - 1)]]);
-                const int column = ordering_.positionOf[A_.columns[maps_.source[k]]];
-                maps_.place[k] = placeOf(J, maps_.place[k], column, index);
+                __builtin_prefetch(&columnOf_[maps_.source[std::min(k + kEntriesAhead, entries - 1)]]);
+                maps_.place[k] = placeOf(J, maps_.place[k], columnOf_[maps_.source[k]], index);
             }
         }
     }
@@ -88,9 +90,7 @@ private:
         for (int i = 0; i < A_.order(); ++i) {
             if (!share.add(kCellsOfAnEntry * (A_.starts[i + 1] - A_.starts[i]))) return;
             const int row = ordering_.positionOf[columnOfRow_.empty() ? i : columnOfRow_[i]];
-            for (int entry = A_.starts[i]; entry < A_.starts[i + 1]; ++entry) {
-                visit(entry, row, ordering_.positionOf[A_.columns[entry]]);
-            }
+            for (int entry = A_.starts[i]; entry < A_.starts[i + 1]; ++entry) visit(entry, row);
         }
     }
 
@@ -114,7 +114,8 @@ private:
     const FactorStructure& structure_;
     bool symmetricStorage_;
     const EntryMaps& maps_;
-    WorkMeter asking_{0.0}; // tells nothing
+    std::span<int> columnOf_; // by entry: the position of its column
+    WorkMeter asking_{0.0};   // tells nothing
 };
 
 bool panelsFit(const FactorStructure& structure)
@@ -135,8 +136,9 @@ Failure mapEntries(const RowPattern& A, std::span<const int> columnOfRow, const 
     if (!panelsFit(structure)) return overflow();
     threads = threadsRepaidBy(structure.rowStarts.back(), threads);
     const auto index = Scratch<int>::uninitialised(std::int64_t{A.order()} * threads);
-    if (!index) return outOfMemory(BlockCode::Transient, missingBytes(index));
-    EntryMapper mapper(A, columnOfRow, ordering, structure, symmetricStorage, maps);
+    const auto columnOf = Scratch<int>::uninitialised(static_cast<std::int64_t>(A.columns.size()));
+    if (!index || !columnOf) return outOfMemory(BlockCode::Transient, missingBytes(index, columnOf));
+    EntryMapper mapper(A, columnOfRow, ordering, structure, symmetricStorage, maps, columnOf.span());
     mapper.sortBySupernode();
     if (mapper.goesOn()) mapper.findPlaces(threads, index.span());
     return mapper.goesOn() ? Failure{} : stopped();
