@@ -46,7 +46,7 @@ LINTRIX_TESTABLE Failure checkPattern(const Pattern& pattern);
 /// Elsewhere the transpose is made by counting (Gustavson, "Two fast algorithms for sparse matrices:
 /// multiplication and permuted transposition", ACM TOMS 4 (1978)), which leaves its rows ascending, too; a
 /// merge of each row with its transposed twin then meets both in storage order. Cost: O(order + entries).
-/// Workspace: order for the first two, else 2 order + 3 entries of A at most, and as many entries once more
+/// Workspace: order for the first two, else 5 order + 3 entries of A at most, and as many entries once more
 /// where rows are out of order.
 class SymmetrizedPattern {
 public:
