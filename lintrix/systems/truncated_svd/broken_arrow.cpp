@@ -5,14 +5,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <limits>
+#include <utility>
 
 namespace Velmar::Lintrix::detail {
 
 namespace {
 
 constexpr std::int32_t kShifts = 8;     ///< at which eigenvalues are counted side by side
-constexpr int kSections = 17;           ///< each leaves a ninth: 2^-53 in all
+constexpr double kResolution = 0x1p-51; ///< of an eigenvalue, relative to the largest
 constexpr double kLeastPivot = 1e-290;  ///< so that no quotient is 0/0
+constexpr std::size_t kBlock = 64;      ///< columns that LAPACK takes together
 
 } // namespace
 
@@ -41,40 +45,75 @@ void BrokenArrow::uncouple()
         couplings_.back() = 0.0;
 }
 
+/// Eigenvalues in rising order, and eigenvectors, of the rows that are not decoupled, the `coupled` tips first.
+/// @return the eigenvectors, column after column
+std::vector<double> BrokenArrow::decomposeCoupled(const std::vector<std::size_t>& coupled,
+                                                  std::vector<double>& values) const
+{
+    const std::size_t tips = coupled.size(), n = tips + diagonal_.size();
+    const auto order = static_cast<std::int32_t>(n), corner = static_cast<std::int32_t>(tips) + 1;
+    std::vector<double> couplings(tips), z(n * n);
+    values.clear();
+    for (const std::size_t i : coupled) values.push_back(tips_[i]);
+    values.insert(values.end(), diagonal_.begin(), diagonal_.end());
+    couplings.insert(couplings.end(), couplings_.begin(), couplings_.end());
+    std::vector<double> work(1 + n * n + kBlock * (n + kBlock + 1)); // of all three routines
+    std::vector<std::int32_t> integers(3 + 5 * n);
+    const auto lwork = static_cast<std::int32_t>(work.size()),
+               liwork = static_cast<std::int32_t>(integers.size());
+    std::vector<double> arrow, tau(tips + 1);
+    std::int32_t info = 0;
+    if (tips > 0) {
+        const std::size_t side = tips + 1;
+        arrow.resize(side * side);
+        for (std::size_t i = 0; i < tips; ++i) {
+            arrow[i * side + i] = values[i];
+            arrow[tips * side + i] = tipCouplings_[coupled[i]];
+        }
+        arrow.back() = diagonal_.front();
+        lapack::sytrd('U', corner, arrow.data(), corner, values.data(), couplings.data(), tau.data(),
+                      work.data(), lwork, info);
+    }
+    lapack::stedc('I', order, values.data(), couplings.data(), z.data(), order, work.data(), lwork,
+                  integers.data(), liwork, info);
+    if (info != 0) throw OperationFailedException("The small eigenvalue problem was not solved.");
+    if (tips > 0)
+        lapack::ormtr('L', 'U', 'N', corner, order, arrow.data(), corner, tau.data(), z.data(), order,
+                      work.data(), lwork, info);
+    return z;
+}
+
 void BrokenArrow::decompose()
 {
     const auto n = static_cast<std::size_t>(order()), tips = tips_.size();
-    const std::int32_t order = this->order(), corner = diagonal_.empty() ? 0 : static_cast<std::int32_t>(tips) + 1;
-    std::vector<double> d(tips_), e(tips), arrow, tau(tips + 1), z(n * n);
-    d.insert(d.end(), diagonal_.begin(), diagonal_.end());
-    e.insert(e.end(), couplings_.begin(), couplings_.end());
-    constexpr std::int32_t kBlock = 64;
-    std::vector<double> work(1 + n * n + kBlock * (n + kBlock + 1)); // of all three routines
-    std::vector<std::int32_t> integers(3 + 5 * n);
-    std::int32_t info = 0;
-    const auto lwork = static_cast<std::int32_t>(work.size()), liwork = static_cast<std::int32_t>(integers.size());
-    if (tips > 0 && corner > 0) {
-        const auto side = static_cast<std::size_t>(corner);
-        arrow.assign(side * side, 0.0);
-        for (std::size_t i = 0; i < tips; ++i) {
-            arrow[i * side + i] = tips_[i];
-            arrow[tips * side + i] = tipCouplings_[i];
-        }
-        arrow[tips * side + tips] = diagonal_.front();
-        lapack::sytrd('U', corner, arrow.data(), corner, d.data(), e.data(), tau.data(), work.data(), lwork, info);
+    std::vector<std::size_t> coupled, rows; // rows: of the coupled part, where they stand in T
+    std::vector<std::pair<double, std::size_t>> pairs; // eigenvalue, column of the coupled part or n + tip
+    const double negligible = std::numeric_limits<double>::epsilon() * upperBound();
+    for (std::size_t i = 0; i < tips; ++i) {
+        if (std::abs(tipCouplings_[i]) > negligible)
+            coupled.push_back(i);
+        else
+            pairs.emplace_back(tips_[i], n + i);
     }
-    lapack::stedc('I', order, d.data(), e.data(), z.data(), order, work.data(), lwork, integers.data(), liwork, info);
-    if (info != 0) throw OperationFailedException("The small eigenvalue problem was not solved.");
-    if (!arrow.empty())
-        lapack::ormtr('L', 'U', 'N', corner, order, arrow.data(), corner, tau.data(), z.data(), order, work.data(),
-                      lwork, info);
-    values_.assign(d.rbegin(), d.rend());
-    vectors_.resize(n * n);
-    reaches_.resize(n);
+    rows = coupled;
+    for (std::size_t i = tips; i < n; ++i) rows.push_back(i);
+    std::vector<double> values;
+    const std::vector<double> z = decomposeCoupled(coupled, values);
+    for (std::size_t j = 0; j < values.size(); ++j) pairs.emplace_back(values[j], j);
+    std::ranges::stable_sort(pairs, std::ranges::greater{}, [](const auto& pair) { return pair.first; });
+    values_.resize(n);
+    reaches_.assign(n, 0.0);
+    vectors_.assign(n * n, 0.0);
     for (std::size_t j = 0; j < n; ++j) {
-        const double* const vector = z.data() + (n - 1 - j) * n;
-        std::copy_n(vector, n, vectors_.data() + j * n);
-        reaches_[j] = std::abs(vector[n - 1] * (couplings_.empty() ? 0.0 : couplings_.back()));
+        double* const vector = vectors_.data() + j * n;
+        const auto [value, column] = pairs[j];
+        values_[j] = value;
+        if (column >= n) {
+            vector[column - n] = 1.0;
+            continue;
+        }
+        for (std::size_t i = 0; i < rows.size(); ++i) vector[rows[i]] = z[column * rows.size() + i];
+        reaches_[j] = std::abs(vector[n - 1] * couplings_.back());
     }
 }
 
@@ -129,14 +168,24 @@ void BrokenArrow::countAbove(const double* shifts, std::int32_t* counts) const
         counts[s] = static_cast<std::int32_t>(positive[s]) + (!diagonal_.empty() && pivots[s] > 0.0);
 }
 
-BrokenArrow::Estimate BrokenArrow::estimateOf(std::int32_t k) const
+bool BrokenArrow::hasBehindTips(double bound) const
 {
-    double low = 0.0, high = upperBound();
-    for (int section = 0; section < kSections; ++section) {
+    const double shifts[kShifts] = {bound, bound, bound, bound, bound, bound, bound, bound};
+    std::int32_t counts[kShifts];
+    countAbove(shifts, counts);
+    return counts[0] > std::ranges::count_if(tips_, [bound](double tip) { return tip > bound; });
+}
+
+BrokenArrow::Estimate BrokenArrow::estimateOf(std::int32_t k, double atLeast) const
+{
+    constexpr double kNear[kShifts] = {1e-13, 1e-11, 1e-9, 1e-7, 1e-5, 1e-3, 0.03, 0.3};
+    double low = atLeast, high = upperBound();
+    const double narrow = kResolution * high;
+    for (bool first = true; high - low > narrow; first = false) {
         double shifts[kShifts];
         std::int32_t counts[kShifts];
-        const double width = (high - low) / (kShifts + 1);
-        for (std::int32_t s = 0; s < kShifts; ++s) shifts[s] = low + width * (s + 1);
+        for (std::int32_t s = 0; s < kShifts; ++s)
+            shifts[s] = low + (high - low) * (first ? kNear[s] : (s + 1.0) / (kShifts + 1.0));
         countAbove(shifts, counts);
         const auto above = std::count_if(counts, counts + kShifts, [k](std::int32_t count) { return count >= k; });
         if (above < kShifts) high = shifts[above];

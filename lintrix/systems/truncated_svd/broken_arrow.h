@@ -4,6 +4,7 @@
 
 #include <lintrix/services/export.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -29,7 +30,8 @@ public:
     void uncouple();
 
     /// Eigenvalues and eigenvectors. O(order^3), mostly in products of matrices: the tips' part is made
-    /// tridiagonal by reflections, the rest is so (Cuppen, Numer. Math. 36 (1981)). @pre order() > 0
+    /// tridiagonal by reflections, the rest is so (Cuppen, Numer. Math. 36 (1981)). Tips that couple with nothing
+    /// are left out. @pre a row stands behind the tips
     /// @throws OperationFailedException, std::bad_alloc
     void decompose();
     /// As of the last `decompose`, largest first.
@@ -48,10 +50,14 @@ public:
         double value, reach;
     };
     /// Of the k-th eigenpair, k from 1, by counts and one recurrence: O(order), without the others. The reach is
-    /// wild where the eigenvalue is very close to another one.
-    Estimate estimateOf(std::int32_t k) const;
+    /// wild where the eigenvalue is very close to another one. It is at least `atLeast`, as it was with fewer rows.
+    Estimate estimateOf(std::int32_t k, double atLeast) const;
+    /// Whether the rows behind tips that couple with none of them have an eigenvalue above the bound.
+    bool hasBehindTips(double bound) const;
 
 private:
+    std::vector<double> decomposeCoupled(const std::vector<std::size_t>& coupled,
+                                         std::vector<double>& values) const;
     double upperBound() const;
     void countAbove(const double* shifts, std::int32_t* counts) const;
 

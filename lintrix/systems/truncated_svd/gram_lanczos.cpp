@@ -18,7 +18,8 @@ constexpr double kDependent = 16.0 * kEps;
 constexpr double kCancelled = 0.1;
 /// Of a basis that is run through twice for each vector, so that it stays in a processor's own cache.
 constexpr double kBytesAtOnce = 0x1p19;
-constexpr double kPartOfTheWay = 0.7; ///< to where convergence is foreseen, until the next look
+constexpr double kRounding = 1e-14;   ///< by which an eigenvalue may seem to have become smaller
+constexpr double kPartOfTheWay = 0.8; ///< to where convergence is foreseen, until the next look
 
 } // namespace
 
@@ -152,7 +153,7 @@ std::int32_t GramLanczos<Cell>::stepsToNextLook(std::int32_t wanted, double tole
     if (lastLook_ > 0 && residual < lastResidual_) {
         const double rate = std::log(lastResidual_ / residual) / static_cast<double>(steps_ - lastLook_);
         const double foreseen = kPartOfTheWay * std::log(residual / tolerance) / rate;
-        steps = static_cast<std::int32_t>(std::clamp(foreseen, 1.0, 4.0 * steps));
+        steps = static_cast<std::int32_t>(std::ceil(std::clamp(foreseen, 1.0, 4.0 * steps)));
     }
     lastLook_ = steps_;
     lastResidual_ = residual;
@@ -166,7 +167,8 @@ bool GramLanczos<Cell>::expand(std::int32_t wanted, double tolerance)
     while (size() < basis_) {
         step();
         if (size() == basis_ || size() < wanted || steps_ < nextLook_) continue;
-        const BrokenArrow::Estimate last = small_.estimateOf(wanted);
+        const BrokenArrow::Estimate last = small_.estimateOf(wanted, atLeast_);
+        atLeast_ = (1.0 - kRounding) * last.value;
         double residual = last.reach / std::sqrt(last.value * scale_);
         if (!(residual > tolerance)) {
             decompose();
@@ -181,10 +183,13 @@ bool GramLanczos<Cell>::expand(std::int32_t wanted, double tolerance)
 }
 
 template <class Cell>
-void GramLanczos<Cell>::take(std::int32_t steps)
+bool GramLanczos<Cell>::meetsMoreThan(double value, std::int32_t steps)
 {
+    small_.uncouple();
+    makeRandom(size());
     for (; steps > 0 && size() < basis_; --steps) step();
-    decompose();
+    lastLook_ = 0;
+    return small_.hasBehindTips(value * value);
 }
 
 template <class Cell>
@@ -205,14 +210,6 @@ std::vector<Cell> GramLanczos<Cell>::couplings() const
     const std::vector<double> reaches = small_.couplingsOfNext();
     for (std::size_t j = 0; j < reaches.size(); ++j) couplings.push_back(reaches[j] / values_[j]);
     return couplings;
-}
-
-template <class Cell>
-void GramLanczos<Cell>::turnAside()
-{
-    small_.uncouple();
-    makeRandom(size());
-    lastLook_ = 0;
 }
 
 template class GramLanczos<double>;

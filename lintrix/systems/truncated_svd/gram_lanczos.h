@@ -35,12 +35,11 @@ public:
     /// estimate, or the basis is full. @return whether they have
     /// @throws as the listener of `WorkScope`, OperationFailedException, std::bad_alloc
     bool expand(std::int32_t wanted, double tolerance);
-    /// Takes so many steps, as far as there is room.
-    void take(std::int32_t steps);
-    /// Keeps the `count` leading vectors. @pre after one of the two above
+    /// Keeps the `count` leading vectors. @pre after `expand`
     void restart(std::int32_t count);
-    /// The next vector gives way to a random one. @pre after `restart`
-    void turnAside();
+    /// Takes so many steps beside what was kept, from a random vector in the place of the next one. @return whether
+    /// a singular value above this one shows. @pre after `restart`
+    bool meetsMoreThan(double value, std::int32_t steps);
 
     std::int32_t size() const noexcept { return small_.order(); }
     std::int64_t products() const noexcept { return products_; } ///< with a vector, of M and M^H together
@@ -75,7 +74,7 @@ private:
     double scale_ = 0.0; ///< the largest element of T so far
     std::vector<double> values_, residuals_;
     std::int64_t steps_ = 0, nextLook_ = 0, lastLook_ = 0;
-    double lastResidual_ = 0.0;
+    double lastResidual_ = 0.0, atLeast_ = 0.0;
     std::int64_t products_ = 0;
 };
 

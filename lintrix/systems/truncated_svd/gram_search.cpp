@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 
 namespace Velmar::Lintrix::detail {
@@ -13,18 +12,18 @@ namespace Velmar::Lintrix::detail {
 namespace {
 
 constexpr double kEps = std::numeric_limits<double>::epsilon();
-constexpr double kRoundings = 16.0;       ///< of the largest value's square, in an eigenvalue of M^H*M
-constexpr double kOrthonormal = 1e-13;    ///< what left vectors may be off by
-constexpr double kLarger = 1e-9;          ///< by which a value stands out from one that was found before
-constexpr int kSearches = 4;              ///< for more of a multiple value
-constexpr double kKept = 0.4;             ///< of the vectors beside the wanted ones
+constexpr double kRoundings = 16.0;        ///< of the largest value's square, in an eigenvalue of M^H*M
+constexpr double kOrthonormal = 1e-13;     ///< what left vectors may be off by,
+constexpr double kOblique = 0.01;          ///< and what can be mended
+constexpr double kLarger = 1e-9;           ///< by which a value stands out from one that was found before
+constexpr int kSearches = 4;               ///< for more of a multiple value
+constexpr double kKept = 0.3;              ///< of the vectors beside the wanted ones
 constexpr std::int32_t kColumnsAtOnce = 8; ///< of a product with several
 
+/// Enough for a larger value that stands apart: it shows long before it has converged.
 std::int32_t stepsBeside(std::int32_t count)
 {
-    static const char* e = getenv("PSTEPS");
-    if (e) return atoi(e);
-    return 6 + count / 8;
+    return 4 + count / 10;
 }
 
 } // namespace
@@ -39,16 +38,24 @@ double GramSearch<Cell>::bytesFor(std::int32_t rows, std::int32_t cols, std::int
 template <class Cell>
 GramSearch<Cell>::GramSearch(const LinearMap<Cell>& M, std::int32_t count, std::int32_t basis,
                              const TruncatedSvdOptions& options, Random& random, const Cell* start)
-    : M_(M), options_(options), count_(count), lanczos_(M, basis, random, start)
+    : M_(M), options_(options), count_(count), basis_(basis), lanczos_(M, basis, random, start)
 {
 }
 
-/// Whether rounding leaves the last value as many digits as the tolerance asks for.
+/// Whether rounding leaves the last value as many digits as the tolerance asks for, and its left vector a direction.
 template <class Cell>
 bool GramSearch<Cell>::isReachable() const
 {
-    const double largest = lanczos_.values().front(), last = lanczos_.values()[static_cast<std::size_t>(count_) - 1];
-    return kRoundings * kEps * largest < options_.tolerance * last;
+    return kRoundings * kEps < ratioOfLast() * options_.tolerance &&
+           kRoundings * kEps < ratioOfLast() * ratioOfLast() * kOblique;
+}
+
+/// The last value, relative to the largest.
+template <class Cell>
+double GramSearch<Cell>::ratioOfLast() const
+{
+    const std::vector<double>& values = lanczos_.values();
+    return values.front() > 0.0 ? values[static_cast<std::size_t>(count_) - 1] / values.front() : 0.0;
 }
 
 template <class Cell>
@@ -56,6 +63,7 @@ bool GramSearch<Cell>::run()
 {
     int searches = 0;
     for (;;) {
+        WorkScope::expect(4.0 * double{1.0} * basis_ * basis_ * M_.cols);
         const bool done = lanczos_.expand(count_, options_.tolerance);
         if (!isReachable()) return false;
         if (done || restarts_ >= options_.restarts) {
@@ -69,6 +77,8 @@ bool GramSearch<Cell>::run()
         if (options_.restarted) options_.restarted(restarts_, lanczos_.settled(count_, options_.tolerance));
     }
     formLeft();
+    const double ratio = ratioOfLast();
+    if (searches > 1 || kRoundings * kEps > kOrthonormal * ratio * ratio) makeOrthonormal();
     measureRight();
     const double most = options_.tolerance * values_.front();
     return restarts_ >= options_.restarts || std::ranges::all_of(measured_, [most](double r) { return r <= most; });
@@ -89,16 +99,11 @@ bool GramSearch<Cell>::seesMore()
     if (count_ == M_.cols) return false;
     next_.assign(lanczos_.right(count_), lanczos_.right(count_) + M_.cols);
     couplings_ = lanczos_.couplings();
-    lanczos_.turnAside();
-    lanczos_.take(stepsBeside(count_));
-    const std::vector<double>& all = lanczos_.values();
-    for (std::size_t j = 0; j < static_cast<std::size_t>(count_); ++j)
-        if (all[j] > (1.0 + kLarger) * values_[j]) return true;
-    return false;
+    const double last = values_[static_cast<std::size_t>(count_) - 1];
+    return lanczos_.meetsMoreThan((1.0 + kLarger) * last, stepsBeside(count_));
 }
 
-/// u = M*v/s with s = ||M*v||, but for rounding, which may put values out of order or make vectors of small values
-/// oblique.
+/// u = M*v/s with s = ||M*v||, but for rounding, which may put values out of order.
 template <class Cell>
 void GramSearch<Cell>::formLeft()
 {
@@ -114,26 +119,30 @@ void GramSearch<Cell>::formLeft()
         measured_[at] = length - values_[at];
         blas::scal(M_.rows, 1.0 / length, left_.column(j), 1);
     }
-    if (8.0 * kEps * values_.front() * values_.front() >
-        kOrthonormal * values_[static_cast<std::size_t>(count_) - 1] * values_[static_cast<std::size_t>(count_) - 1])
-        makeOrthonormal();
 }
 
-/// U := U*(3*I - U^H*U)/2, after which U^H*U - I is as small as its square was.
+/// U := U*(3*I - U^H*U)/2 while that is needed; what U^H*U is off by becomes as small as its square was (Bjorck and
+/// Bowie, SIAM J. Numer. Anal. 8 (1971)).
 template <class Cell>
 void GramSearch<Cell>::makeOrthonormal()
 {
+    constexpr int kPasses = 3;
     const auto k = static_cast<std::size_t>(count_);
     std::vector<Cell> turn(k * k);
-    blas::gemm('C', 'N', count_, count_, M_.rows, Cell(-0.5), left_.column(0), M_.rows, left_.column(0), M_.rows,
-               Cell(0.0), turn.data(), count_);
-    for (std::size_t j = 0; j < k; ++j) {
-        turn[j * k + j] += 0.5;
-        const double moved = norm(count_, turn.data() + j * k);
-        measured_[j] += moved * values_[j];
-        turn[j * k + j] += 1.0;
+    for (int pass = 0; pass < kPasses; ++pass) {
+        blas::gemm('C', 'N', count_, count_, M_.rows, Cell(-0.5), left_.column(0), M_.rows, left_.column(0),
+                   M_.rows, Cell(0.0), turn.data(), count_);
+        double farthest = 0.0;
+        for (std::size_t j = 0; j < k; ++j) {
+            turn[j * k + j] += 0.5;
+            const double moved = norm(count_, turn.data() + j * k);
+            measured_[j] += moved * values_.front();
+            farthest = std::max(farthest, moved);
+            turn[j * k + j] += 1.0;
+        }
+        if (farthest < kOrthonormal) return;
+        rotate(M_.rows, count_, left_.column(0), turn.data(), count_);
     }
-    rotate(M_.rows, count_, left_.column(0), turn.data(), count_);
 }
 
 template <class Cell>

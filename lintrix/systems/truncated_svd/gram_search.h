@@ -42,6 +42,7 @@ public:
 
 private:
     bool isReachable() const;
+    double ratioOfLast() const;
     bool seesMore();
     std::int32_t kept() const;
     void formLeft();
@@ -50,7 +51,7 @@ private:
 
     const LinearMap<Cell>& M_;
     const TruncatedSvdOptions& options_;
-    std::int32_t count_;
+    std::int32_t count_, basis_;
     GramLanczos<Cell> lanczos_;
     ColumnBlock<Cell> left_;
     std::vector<Cell> next_, couplings_; // behind the right vectors; of each triplet with it

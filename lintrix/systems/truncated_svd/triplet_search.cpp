@@ -22,6 +22,8 @@ constexpr double kNextBound = 32.0; ///< the distance grows by
 constexpr int kRecoveries = 3;
 constexpr double kKept = 0.3; ///< of the vectors beside the wanted ones
 constexpr std::int32_t kMeasuredAtOnce = 8;
+/// Of a basis that is run through in less time than it takes to decompose the small matrix at a restart.
+constexpr std::int32_t kCellsNearby = 20000;
 constexpr double kFinestByGram = 5e-14; ///< tolerance
 
 /// Vectors after which the first values may have converged.
@@ -117,7 +119,8 @@ std::int32_t TripletSearch<Cell>::chosenGramBasis(double bytes) const
     if (options_.block > 1 || options_.fullReorthogonalization || options_.tolerance < kFinestByGram ||
         4 * std::int64_t{count_} > 3 * std::int64_t{side} || least > side)
         return 0;
-    const std::int32_t serves = 3 * count_ + 30;
+    const std::int32_t narrow = std::max(2 * count_ + 8, 20), wide = std::max(3 * count_ + 30, narrow);
+    const std::int32_t serves = std::clamp(kCellsNearby / side, narrow, wide);
     std::int32_t basis = std::min(std::max(options_.basis > 0 ? options_.basis : serves, least), side);
     while (basis >= least && GramSearch<Cell>::bytesFor(M_.rows, side, count_, basis) > bytes) --basis;
     return basis >= least ? basis : 0;
