@@ -323,12 +323,13 @@ TYPED_TEST(TruncatedSvdTest, AMultipleValueThatStandsApartIsFoundByALookBesideTh
     const auto A = diagonal<TypeParam>(values);
     for (const std::uint64_t seed : {1U, 2U, 17U, 99U}) {
         SCOPED_TRACE(seed);
-        expectTriplets<TypeParam>(A, TruncatedSVD<TypeParam>(A, 6, TruncatedSvdOptions{.seed = seed}), values);
+        expectTriplets<TypeParam>(A, TruncatedSVD<TypeParam>(A, 6, TruncatedSvdOptions{.seed = seed}),
+                                  values);
     }
 }
 
-/// What the certificate misses is looked for beside what stands: a multiple value at the end of the wanted ones,
-/// where no look beside them tells of it.
+/// What the certificate misses is looked for beside what stands: a multiple value at the end of the wanted
+/// ones, where no look beside them tells of it.
 TYPED_TEST(TruncatedSvdTest, AMultipleLastValueIsRecoveredForTheCertificate)
 {
     std::vector<double> values{5.0, 4.0, 4.0, 4.0};
@@ -341,7 +342,8 @@ TYPED_TEST(TruncatedSvdTest, AMultipleLastValueIsRecoveredForTheCertificate)
     EXPECT_GE(svd.Certificate().recovered, 1);
 }
 
-/// Values over six powers of ten: beyond what the squared values tell, and left vectors orthonormal all the same.
+/// Values over six powers of ten: beyond what the squared values tell, and left vectors orthonormal all the
+/// same.
 TYPED_TEST(TruncatedSvdTest, SmallValuesBesideLargeOnesHaveOrthonormalVectorsAtAnyTolerance)
 {
     const std::vector<double> values = geometric(60, 0.6);

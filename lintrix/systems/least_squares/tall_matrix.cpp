@@ -19,7 +19,8 @@ struct Vectors {
     typedef double type __attribute__((vector_size(Width * sizeof(double)), may_alias, aligned(8)));
 };
 
-/// Row by row, y = A*x of a panel: an element of A is read once for all columns, and what it points to is one line.
+/// Row by row, y = A*x of a panel: an element of A is read once for all columns, and what it points to is one
+/// line.
 template <int Width>
 [[gnu::always_inline]] inline void multiplyRows(const RowsView<double>& A, const double* panel,
                                                 std::int32_t columns, double* y)

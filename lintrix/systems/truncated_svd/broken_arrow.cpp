@@ -45,7 +45,8 @@ void BrokenArrow::uncouple()
         couplings_.back() = 0.0;
 }
 
-/// Eigenvalues in rising order, and eigenvectors, of the rows that are not decoupled, the `coupled` tips first.
+/// Eigenvalues in rising order, and eigenvectors, of the rows that are not decoupled, the `coupled` tips
+/// first.
 /// @return the eigenvectors, column after column
 std::vector<double> BrokenArrow::decomposeCoupled(const std::vector<std::size_t>& coupled,
                                                   std::vector<double>& values) const
@@ -86,7 +87,7 @@ std::vector<double> BrokenArrow::decomposeCoupled(const std::vector<std::size_t>
 void BrokenArrow::decompose()
 {
     const auto n = static_cast<std::size_t>(order()), tips = tips_.size();
-    std::vector<std::size_t> coupled, rows; // rows: of the coupled part, where they stand in T
+    std::vector<std::size_t> coupled, rows;            // rows: of the coupled part, where they stand in T
     std::vector<std::pair<double, std::size_t>> pairs; // eigenvalue, column of the coupled part or n + tip
     const double negligible = std::numeric_limits<double>::epsilon() * upperBound();
     for (std::size_t i = 0; i < tips; ++i) {
@@ -187,7 +188,8 @@ BrokenArrow::Estimate BrokenArrow::estimateOf(std::int32_t k, double atLeast) co
         for (std::int32_t s = 0; s < kShifts; ++s)
             shifts[s] = low + (high - low) * (first ? kNear[s] : (s + 1.0) / (kShifts + 1.0));
         countAbove(shifts, counts);
-        const auto above = std::count_if(counts, counts + kShifts, [k](std::int32_t count) { return count >= k; });
+        const auto above =
+            std::count_if(counts, counts + kShifts, [k](std::int32_t count) { return count >= k; });
         if (above < kShifts) high = shifts[above];
         if (above > 0) low = shifts[above - 1];
     }

@@ -30,8 +30,8 @@ public:
     void uncouple();
 
     /// Eigenvalues and eigenvectors. O(order^3), mostly in products of matrices: the tips' part is made
-    /// tridiagonal by reflections, the rest is so (Cuppen, Numer. Math. 36 (1981)). Tips that couple with nothing
-    /// are left out. @pre a row stands behind the tips
+    /// tridiagonal by reflections, the rest is so (Cuppen, Numer. Math. 36 (1981)). Tips that couple with
+    /// nothing are left out. @pre a row stands behind the tips
     /// @throws OperationFailedException, std::bad_alloc
     void decompose();
     /// As of the last `decompose`, largest first.
@@ -40,7 +40,8 @@ public:
     const std::vector<double>& vectors() const noexcept { return vectors_; }
     /// Of each eigenvector, what couples it with the next row.
     const std::vector<double>& reaches() const noexcept { return reaches_; }
-    /// The `count` largest eigenvalues become all there is, as tips. @pre nothing was appended since `decompose`
+    /// The `count` largest eigenvalues become all there is, as tips. @pre nothing was appended since
+    /// `decompose`
     void keep(std::int32_t count);
 
     /// What the last rows have to do with the next one: one element, or after `keep` those of all tips.
@@ -49,8 +50,9 @@ public:
     struct Estimate {
         double value, reach;
     };
-    /// Of the k-th eigenpair, k from 1, by counts and one recurrence: O(order), without the others. The reach is
-    /// wild where the eigenvalue is very close to another one. It is at least `atLeast`, as it was with fewer rows.
+    /// Of the k-th eigenpair, k from 1, by counts and one recurrence: O(order), without the others. The reach
+    /// is wild where the eigenvalue is very close to another one. It is at least `atLeast`, as it was with
+    /// fewer rows.
     Estimate estimateOf(std::int32_t k, double atLeast) const;
     /// Whether the rows behind tips that couple with none of them have an eigenvalue above the bound.
     bool hasBehindTips(double bound) const;

@@ -32,7 +32,8 @@ double GramLanczos<Cell>::bytesFor(std::int32_t rows, std::int32_t cols, std::in
 }
 
 template <class Cell>
-GramLanczos<Cell>::GramLanczos(const LinearMap<Cell>& M, std::int32_t basis, Random& random, const Cell* start)
+GramLanczos<Cell>::GramLanczos(const LinearMap<Cell>& M, std::int32_t basis, Random& random,
+                               const Cell* start)
     : M_(M), random_(random), length_(M.cols), basis_(std::min(basis, M.cols)),
       V_(std::make_unique_for_overwrite<Cell[]>(static_cast<std::size_t>(length_) *
                                                 (static_cast<std::size_t>(basis_) + 1))),
@@ -49,7 +50,8 @@ GramLanczos<Cell>::GramLanczos(const LinearMap<Cell>& M, std::int32_t basis, Ran
         makeRandom(0);
 }
 
-/// x -= V*(V^H*x) with so many columns; the coefficients are kept. @return what is left of x, relative to what it was
+/// x -= V*(V^H*x) with so many columns; the coefficients are kept. @return what is left of x, relative to
+/// what it was
 template <class Cell>
 double GramLanczos<Cell>::project(std::int32_t columns, Cell* x)
 {
@@ -76,8 +78,8 @@ void GramLanczos<Cell>::makeRandom(std::int32_t j)
     }
 }
 
-/// x -= V*T(:, last), of which all but the diagonal element is known, and x is what it is found by: what is left
-/// for the projection is rounding. @return the diagonal element
+/// x -= V*T(:, last), of which all but the diagonal element is known, and x is what it is found by: what is
+/// left for the projection is rounding. @return the diagonal element
 template <class Cell>
 double GramLanczos<Cell>::subtractRecurrence(Cell* x)
 {

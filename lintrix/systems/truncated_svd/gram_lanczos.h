@@ -18,17 +18,17 @@ namespace Velmar::Lintrix::detail {
 ///
 ///     M^H*M*V = V*T + n*t',   [V n] orthonormal.
 ///
-/// The eigenpairs of T are those of M^H*M but for t'*q: singular values and right singular vectors of M. No left
-/// vector is kept, none is turned at a restart, and of T only what decides is worked out between restarts: a
-/// step costs its two products and one pass over V. What is paid for that are small values: s has an error of
-/// eps*||M||^2/s, so that nothing below some digits of ||M|| can be found.
+/// The eigenpairs of T are those of M^H*M but for t'*q: singular values and right singular vectors of M. No
+/// left vector is kept, none is turned at a restart, and of T only what decides is worked out between
+/// restarts: a step costs its two products and one pass over V. What is paid for that are small values: s has
+/// an error of eps*||M||^2/s, so that nothing below some digits of ||M|| can be found.
 ///
 /// Source: Wu and Simon, SIAM J. Matrix Anal. Appl. 22 (2000).
 template <class Cell>
 class LINTRIX_TESTABLE GramLanczos {
 public:
-    /// M is referred to. From `start`, of the length of M's columns, or from a random vector. Room for at most
-    /// `basis` columns. @throws std::bad_alloc
+    /// M is referred to. From `start`, of the length of M's columns, or from a random vector. Room for at
+    /// most `basis` columns. @throws std::bad_alloc
     GramLanczos(const LinearMap<Cell>& M, std::int32_t basis, Random& random, const Cell* start);
 
     /// Takes steps until the `wanted` leading triplets have residuals of at most tolerance*values()[0] by
@@ -37,8 +37,8 @@ public:
     bool expand(std::int32_t wanted, double tolerance);
     /// Keeps the `count` leading vectors. @pre after `expand`
     void restart(std::int32_t count);
-    /// Takes so many steps beside what was kept, from a random vector in the place of the next one. @return whether
-    /// a singular value above this one shows. @pre after `restart`
+    /// Takes so many steps beside what was kept, from a random vector in the place of the next one. @return
+    /// whether a singular value above this one shows. @pre after `restart`
     bool meetsMoreThan(double value, std::int32_t steps);
 
     std::int32_t size() const noexcept { return small_.order(); }

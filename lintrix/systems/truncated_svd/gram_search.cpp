@@ -1,5 +1,6 @@
 #include <lintrix/systems/truncated_svd/gram_search.h>
 
+#include <lintrix/services/thread_scope.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/truncated_svd/basis_products.h>
 
@@ -20,16 +21,19 @@ constexpr int kSearches = 4;               ///< for more of a multiple value
 constexpr double kKept = 0.3;              ///< of the vectors beside the wanted ones
 constexpr std::int32_t kColumnsAtOnce = 8; ///< of a product with several
 
-/// Enough for a larger value that stands apart: it shows long before it has converged.
-std::int32_t stepsBeside(std::int32_t count)
+/// Enough for a larger value that stands apart: it shows long before it has converged. Where convergence
+/// takes long, so does this.
+std::int32_t stepsBeside(std::int32_t count, std::int64_t stepsBefore)
 {
-    return 4 + count / 10;
+    constexpr std::int64_t kPart = 16;
+    return static_cast<std::int32_t>(std::max(std::int64_t{4} + count / 10, stepsBefore / kPart));
 }
 
 } // namespace
 
 template <class Cell>
-double GramSearch<Cell>::bytesFor(std::int32_t rows, std::int32_t cols, std::int32_t count, std::int32_t basis)
+double GramSearch<Cell>::bytesFor(std::int32_t rows, std::int32_t cols, std::int32_t count,
+                                  std::int32_t basis)
 {
     return GramLanczos<Cell>::bytesFor(rows, cols, basis) +
            sizeof(Cell) * (double{1.0} * count * rows + cols + double{kColumnsAtOnce} * cols);
@@ -42,7 +46,8 @@ GramSearch<Cell>::GramSearch(const LinearMap<Cell>& M, std::int32_t count, std::
 {
 }
 
-/// Whether rounding leaves the last value as many digits as the tolerance asks for, and its left vector a direction.
+/// Whether rounding leaves the last value as many digits as the tolerance asks for, and its left vector a
+/// direction.
 template <class Cell>
 bool GramSearch<Cell>::isReachable() const
 {
@@ -61,6 +66,7 @@ double GramSearch<Cell>::ratioOfLast() const
 template <class Cell>
 bool GramSearch<Cell>::run()
 {
+    const SequentialBlasScope unlessLong(double{1.0} * M_.cols * basis_);
     int searches = 0;
     for (;;) {
         WorkScope::expect(4.0 * double{1.0} * basis_ * basis_ * M_.cols);
@@ -81,7 +87,8 @@ bool GramSearch<Cell>::run()
     if (searches > 1 || kRoundings * kEps > kOrthonormal * ratio * ratio) makeOrthonormal();
     measureRight();
     const double most = options_.tolerance * values_.front();
-    return restarts_ >= options_.restarts || std::ranges::all_of(measured_, [most](double r) { return r <= most; });
+    return restarts_ >= options_.restarts ||
+           std::ranges::all_of(measured_, [most](double r) { return r <= most; });
 }
 
 /// Some of the others are kept beside the wanted ones, as far as there is room for steps: what decides on the
@@ -92,7 +99,8 @@ std::int32_t GramSearch<Cell>::kept() const
     return count_ + static_cast<std::int32_t>(kKept * (lanczos_.size() - count_));
 }
 
-/// Whether a few steps from a random vector, which holds a part of all that the triplets leave, meet a larger value.
+/// Whether a few steps from a random vector, which holds a part of all that the triplets leave, meet a larger
+/// value.
 template <class Cell>
 bool GramSearch<Cell>::seesMore()
 {
@@ -100,7 +108,7 @@ bool GramSearch<Cell>::seesMore()
     next_.assign(lanczos_.right(count_), lanczos_.right(count_) + M_.cols);
     couplings_ = lanczos_.couplings();
     const double last = values_[static_cast<std::size_t>(count_) - 1];
-    return lanczos_.meetsMoreThan((1.0 + kLarger) * last, stepsBeside(count_));
+    return lanczos_.meetsMoreThan((1.0 + kLarger) * last, stepsBeside(count_, lanczos_.products() / 2));
 }
 
 /// u = M*v/s with s = ||M*v||, but for rounding, which may put values out of order.
@@ -121,8 +129,8 @@ void GramSearch<Cell>::formLeft()
     }
 }
 
-/// U := U*(3*I - U^H*U)/2 while that is needed; what U^H*U is off by becomes as small as its square was (Bjorck and
-/// Bowie, SIAM J. Numer. Anal. 8 (1971)).
+/// U := U*(3*I - U^H*U)/2 while that is needed; what U^H*U is off by becomes as small as its square was
+/// (Bjorck and Bowie, SIAM J. Numer. Anal. 8 (1971)).
 template <class Cell>
 void GramSearch<Cell>::makeOrthonormal()
 {
@@ -136,7 +144,7 @@ void GramSearch<Cell>::makeOrthonormal()
         for (std::size_t j = 0; j < k; ++j) {
             turn[j * k + j] += 0.5;
             const double moved = norm(count_, turn.data() + j * k);
-            measured_[j] += moved * values_.front();
+            measured_[j] += moved * values_[j];
             farthest = std::max(farthest, moved);
             turn[j * k + j] += 1.0;
         }

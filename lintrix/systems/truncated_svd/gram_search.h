@@ -14,16 +14,18 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// The `count` leading triplets of M by `GramLanczos`. Where they have converged, a few steps from a random vector
-/// beside them tell of a multiple value whose other vectors the first one did not hold: then it goes on.
+/// The `count` leading triplets of M by `GramLanczos`. Where they have converged, a few steps from a random
+/// vector beside them tell of a multiple value whose other vectors the first one did not hold: then it goes
+/// on.
 template <class Cell>
 class LINTRIX_TESTABLE GramSearch {
 public:
     /// M, the options and the random source are referred to. @throws std::bad_alloc
-    GramSearch(const LinearMap<Cell>& M, std::int32_t count, std::int32_t basis, const TruncatedSvdOptions& options,
-               Random& random, const Cell* start);
+    GramSearch(const LinearMap<Cell>& M, std::int32_t count, std::int32_t basis,
+               const TruncatedSvdOptions& options, Random& random, const Cell* start);
 
-    /// @return whether the triplets stand: measured within the tolerance, or all restarts are used up. They do
+    /// @return whether the triplets stand: measured within the tolerance, or all restarts are used up. They
+    /// do
     ///         not where the last value is too small beside the first.
     bool run();
 

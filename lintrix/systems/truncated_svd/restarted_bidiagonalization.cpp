@@ -56,8 +56,8 @@ template <class Cell>
 RestartedBidiagonalization<Cell>::RestartedBidiagonalization(const LinearMap<Cell>& M, Sizes sizes,
                                                              Random& random,
                                                              const StandingTriplets<Cell>& standing)
-    : M_(M), random_(random), reorthogonalization_(Reorthogonalization::Partial), sizes_{0, 0},
-      U_{M.rows, 0}, V_{M.cols, 0}
+    : M_(M), random_(random),
+      reorthogonalization_(Reorthogonalization::Partial), sizes_{0, 0}, U_{M.rows, 0}, V_{M.cols, 0}
 {
     const auto count = static_cast<std::int32_t>(standing.values.size());
     allot({std::min(sizes.basis, M.cols), std::min(sizes.block, M.cols)});

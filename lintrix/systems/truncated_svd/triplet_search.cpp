@@ -111,7 +111,8 @@ auto TripletSearch<Cell>::chosenSizes(double bytes) const -> typename Lanczos::S
 }
 
 /// The same of the search by M^H*M; 0 where that does not serve: for blocks, for left vectors that are to be
-/// reorthogonalized, for a tolerance that it hardly reaches, and for so many triplets that there are small ones.
+/// reorthogonalized, for a tolerance that it hardly reaches, and for so many triplets that there are small
+/// ones.
 template <class Cell>
 std::int32_t TripletSearch<Cell>::chosenGramBasis(double bytes) const
 {
@@ -190,8 +191,7 @@ template <class Cell>
 void TripletSearch<Cell>::beginAnew(std::int32_t vectors)
 {
     std::vector<Cell> sum(static_cast<std::size_t>(M_.cols));
-    for (std::int32_t j = 0; j < vectors; ++j)
-        addMultiple(M_.cols, Cell(1.0), right(j), sum.data());
+    for (std::int32_t j = 0; j < vectors; ++j) addMultiple(M_.cols, Cell(1.0), right(j), sum.data());
     measuring_ = products();
     gram_.reset();
     lanczos_.reset();

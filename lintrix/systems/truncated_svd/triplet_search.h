@@ -47,9 +47,15 @@ public:
     void run();
 
     const Cell* left(std::int32_t j) const noexcept { return lanczos_ ? lanczos_->left(j) : gram_->left(j); }
-    const Cell* right(std::int32_t j) const noexcept { return lanczos_ ? lanczos_->right(j) : gram_->right(j); }
+    const Cell* right(std::int32_t j) const noexcept
+    {
+        return lanczos_ ? lanczos_->right(j) : gram_->right(j);
+    }
     /// Largest first, and behind the triplets' own what is known of smaller ones.
-    const std::vector<double>& values() const noexcept { return lanczos_ ? lanczos_->values() : gram_->values(); }
+    const std::vector<double>& values() const noexcept
+    {
+        return lanczos_ ? lanczos_->values() : gram_->values();
+    }
     /// Of the leading triplets, as measured, in the units of the values.
     const std::vector<double>& residuals() const noexcept { return measured_; }
     std::int32_t converged() const;

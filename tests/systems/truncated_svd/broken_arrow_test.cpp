@@ -56,7 +56,8 @@ TEST(BrokenArrowTest, WithoutTipsHasTheEigenvaluesOfATridiagonalMatrix)
         for (int j = 0; j < n; ++j) {
             const auto at = static_cast<std::size_t>(j);
             EXPECT_NEAR(T.values()[at], valueOf(j + 1, n), 1e-13);
-            const double last = std::sqrt(2.0 / (n + 1)) * std::abs(std::sin((j + 1) * n * std::acos(-1.0) / (n + 1)));
+            const double last =
+                std::sqrt(2.0 / (n + 1)) * std::abs(std::sin((j + 1) * n * std::acos(-1.0) / (n + 1)));
             EXPECT_NEAR(T.reaches()[at], 0.5 * last, 1e-12);
         }
     }
@@ -80,7 +81,8 @@ TEST(BrokenArrowTest, KeepsEigenvaluesAndTheirCouplingsAndGoesOnBehindThem)
     ASSERT_EQ(T.order(), 30);
     for (std::size_t j = 0; j < 30; ++j) {
         EXPECT_NEAR(T.values()[j], valueOf(static_cast<int>(j) + 1, 30), 1e-13);
-        EXPECT_LT(residualOf(tips, reaches, diagonal, couplings, T.values()[j], T.vectors().data() + 30 * j), 1e-13);
+        EXPECT_LT(residualOf(tips, reaches, diagonal, couplings, T.values()[j], T.vectors().data() + 30 * j),
+                  1e-13);
     }
 }
 
