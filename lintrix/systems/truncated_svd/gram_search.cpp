@@ -35,8 +35,9 @@ template <class Cell>
 double GramSearch<Cell>::bytesFor(std::int32_t rows, std::int32_t cols, std::int32_t count,
                                   std::int32_t basis)
 {
+    const double triplets = double{1.0} * count * (double{1.0} * rows + cols);
     return GramLanczos<Cell>::bytesFor(rows, cols, basis) +
-           sizeof(Cell) * (double{1.0} * count * rows + cols + double{kColumnsAtOnce} * cols);
+           sizeof(Cell) * (double{1.0} * count * rows + triplets + (kColumnsAtOnce + 2.0) * cols);
 }
 
 template <class Cell>

@@ -39,7 +39,7 @@ public:
     std::int64_t products() const noexcept { return lanczos_.products() + measuring_; }
     StandingTriplets<Cell> standing() const;
 
-    /// Bytes for the search and its result.
+    /// Bytes for the search, its result, and a copy of that for who takes it over.
     static double bytesFor(std::int32_t rows, std::int32_t cols, std::int32_t count, std::int32_t basis);
 
 private:
