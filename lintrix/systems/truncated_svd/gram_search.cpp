@@ -70,12 +70,14 @@ bool GramSearch<Cell>::run()
     const SequentialBlasScope unlessLong(double{1.0} * M_.cols * basis_);
     int searches = 0;
     for (;;) {
-        WorkScope::expect(4.0 * double{1.0} * basis_ * basis_ * M_.cols);
+        WorkScope::expect(4.0 * basis_ * basis_ * M_.cols);
         const bool done = lanczos_.expand(count_, options_.tolerance);
         if (!isReachable()) return false;
         if (done || restarts_ >= options_.restarts) {
             values_ = lanczos_.values();
             lanczos_.restart(count_);
+            next_.assign(lanczos_.right(count_), lanczos_.right(count_) + M_.cols);
+            couplings_ = lanczos_.couplings();
             if (!done || ++searches > kSearches || !seesMore()) break;
             continue;
         }
@@ -105,9 +107,6 @@ std::int32_t GramSearch<Cell>::kept() const
 template <class Cell>
 bool GramSearch<Cell>::seesMore()
 {
-    if (count_ == M_.cols) return false;
-    next_.assign(lanczos_.right(count_), lanczos_.right(count_) + M_.cols);
-    couplings_ = lanczos_.couplings();
     const double last = values_[static_cast<std::size_t>(count_) - 1];
     return lanczos_.meetsMoreThan((1.0 + kLarger) * last, stepsBeside(count_, lanczos_.products() / 2));
 }

@@ -20,7 +20,7 @@ namespace Velmar::Lintrix::detail {
 template <class Cell>
 class LINTRIX_TESTABLE GramSearch {
 public:
-    /// M, the options and the random source are referred to. @throws std::bad_alloc
+    /// M, the options and the random source are referred to. @pre count < basis @throws std::bad_alloc
     GramSearch(const LinearMap<Cell>& M, std::int32_t count, std::int32_t basis,
                const TruncatedSvdOptions& options, Random& random, const Cell* start);
 
