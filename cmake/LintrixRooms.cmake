@@ -23,7 +23,7 @@ function(add_room_test room unit)
   if(NOT "OpenMP::OpenMP_CXX" IN_LIST arg_LIBRARIES)   # which defines a macro that the headers were read without
     target_precompile_headers(${target} REUSE_FROM lintrix_test_headers)
   endif()
-  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+  set_target_properties(${target} PROPERTIES LINTRIX_IS_A_TEST ON RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
   set(labels "${room}")
   if(arg_LABEL)
     set(labels "${room}$<SEMICOLON>${arg_LABEL}")

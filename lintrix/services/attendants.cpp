@@ -1,36 +1,16 @@
 #include <lintrix/services/attendants.h>
 
+#include <lintrix/services/topology.h>
+
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <csignal>
-#include <cstddef>
 
-#include <omp.h>
 #include <sched.h>
 
 namespace Velmar::Lintrix::detail {
 
 namespace {
-
-/// The processors that the OpenMP runtime has for its threads, none where it leaves them where they are. They
-/// are those of the process at its start, unless somebody has given the runtime others: it pins the first
-/// thread when it is loaded, so that nobody else can know.
-cpu_set_t processorsOfRuntime() noexcept
-{
-    cpu_set_t all;
-    CPU_ZERO(&all);
-    if (::omp_get_proc_bind() == omp_proc_bind_false) return all;
-    for (int place = 0; place < ::omp_get_num_places(); ++place) {
-        std::array<int, CPU_SETSIZE> ids;
-        const int count = ::omp_get_place_num_procs(place);
-        if (count < 0 || count > CPU_SETSIZE) continue;
-        ::omp_get_place_proc_ids(place, ids.data());
-        for (int k = 0; k < count; ++k)
-            CPU_SET(static_cast<std::size_t>(ids[static_cast<std::size_t>(k)]), &all);
-    }
-    return all;
-}
 
 /// How attendants are started. A thread inherits the processors of the one that starts it: where the OpenMP
 /// runtime has pinned that to one, all would share it, so they get those of the whole runtime.
@@ -41,9 +21,11 @@ public:
         isMade_ = ::pthread_attr_init(&attributes_) == 0;
         if (!isMade_) return;
         ::pthread_attr_setstacksize(&attributes_, kAttendantStackBytes);
-        const cpu_set_t processors = processorsOfRuntime();
-        if (CPU_COUNT(&processors) > 0)
-            ::pthread_attr_setaffinity_np(&attributes_, sizeof processors, &processors);
+        const ProcessorSet processors = processorsOfRuntime();
+        if (processors.none()) return;
+        const ProcessorMask mask = maskOf(processors);
+        ::pthread_attr_setaffinity_np(&attributes_, sizeof mask,
+                                      reinterpret_cast<const cpu_set_t*>(mask.data()));
     }
     ~StartAttributes()
     {

@@ -81,6 +81,13 @@ void dsyev_(const char* jobz, const char* uplo, const int* n, double* a, const i
 void zheev_(const char* jobz, const char* uplo, const int* n, std::complex<double>* a, const int* lda,
             double* w, std::complex<double>* work, const int* lwork, double* rwork, int* info, std::size_t,
             std::size_t);
+void dsytrd_(const char* uplo, const int* n, double* a, const int* lda, double* d, double* e, double* tau,
+             double* work, const int* lwork, int* info, std::size_t);
+void dormtr_(const char* side, const char* uplo, const char* trans, const int* m, const int* n,
+             const double* a, const int* lda, const double* tau, double* c, const int* ldc, double* work,
+             const int* lwork, int* info, std::size_t, std::size_t, std::size_t);
+void dstedc_(const char* compz, const int* n, double* d, double* e, double* z, const int* ldz, double* work,
+             const int* lwork, int* iwork, const int* liwork, int* info, std::size_t);
 void dgeevx_(const char* balanc, const char* jobvl, const char* jobvr, const char* sense, const int* n,
              double* a, const int* lda, double* wr, double* wi, double* vl, const int* ldvl, double* vr,
              const int* ldvr, int* ilo, int* ihi, double* scale, double* abnrm, double* rconde,
@@ -369,6 +376,35 @@ inline void geevx(const char& balanc, const char& jobvl, const char& jobvr, cons
     const BlasThreadScope threads;
     zgeevx_(&balanc, &jobvl, &jobvr, &sense, &n, a, &lda, w, vl, &ldvl, vr, &ldvr, &ilo, &ihi, scale, &abnrm,
             rconde, rcondv, work, &lwork, rwork, &info, 1, 1, 1, 1);
+}
+
+/// T = Q'*A*Q, A symmetric, T tridiagonal with diagonal `d` and off-diagonal `e`; A and `tau` hold Q as
+/// reflections. uplo 'U': they leave the last row alone. `work` has some 32*n cells.
+inline void sytrd(const char& uplo, const int& n, double* a, const int& lda, double* d, double* e,
+                  double* tau, double* work, const int& lwork, int& info)
+{
+    const BlasThreadScope threads;
+    dsytrd_(&uplo, &n, a, &lda, d, e, tau, work, &lwork, &info, 1);
+}
+
+/// C := Q*C or Q'*C (side 'L'), C*Q or C*Q' (side 'R'), C m x n, Q as `sytrd` leaves it. `work` has some 32
+/// cells for each column (side 'L') or row.
+inline void ormtr(const char& side, const char& uplo, const char& trans, const int& m, const int& n,
+                  const double* a, const int& lda, const double* tau, double* c, const int& ldc, double* work,
+                  const int& lwork, int& info)
+{
+    const BlasThreadScope threads;
+    dormtr_(&side, &uplo, &trans, &m, &n, a, &lda, tau, c, &ldc, work, &lwork, &info, 1, 1, 1);
+}
+
+/// Eigenvalues of a symmetric tridiagonal T in rising order in `d`, by divide and conquer; compz 'I': its
+/// eigenvectors in Z. `e` is destroyed; `work` has 1 + 4*n + n*n cells, `iwork` 3 + 5*n. info > 0: not
+/// converged.
+inline void stedc(const char& compz, const int& n, double* d, double* e, double* z, const int& ldz,
+                  double* work, const int& lwork, int* iwork, const int& liwork, int& info)
+{
+    const BlasThreadScope threads;
+    dstedc_(&compz, &n, d, e, z, &ldz, work, &lwork, iwork, &liwork, &info, 1);
 }
 
 /// B = U*S*V' by divide and conquer, B n x n bidiagonal with diagonal `d` and off-diagonal `e`, upper or

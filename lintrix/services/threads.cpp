@@ -92,10 +92,12 @@ int askedThreads(Domain domain)
     question.runtime = omp_get_max_threads();
     question.dynamic = dynamicFlag.load(std::memory_order_relaxed) != 0;
     question.inActiveRegion = omp_in_parallel() != 0;
-    question.cores = machineTopology().cores;
     question.openmp = environment.openmp;
     question.processesPerNode = environment.processesPerNode;
     question.mpiThreadLevel = environment.mpiThreadLevel;
+    // Cores bound a count, or are shared among processes. They stand in files of the system: the first small
+    // matrix of a process that asks for one thread is solved in less time than it takes to read these.
+    if (question.processesPerNode > 0 || threadCount(question) > 1) question.cores = machineTopology().cores;
     return threadCount(question);
 }
 

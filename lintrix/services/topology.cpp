@@ -20,7 +20,7 @@ namespace Velmar::Lintrix::detail {
 
 namespace {
 
-constexpr std::size_t kMost = ProcessorSet().size();
+constexpr std::size_t kMost = ProcessorSet().size(), kBits = sizeof(long) * CHAR_BIT;
 
 /// The first line of a small file; empty when there is none. The text stays in `buffer`.
 std::string_view readLine(const char* path, std::span<char> buffer)
@@ -68,18 +68,17 @@ std::optional<int> countGroups(const ProcessorSet& processors, const char* folde
     return groups;
 }
 
-/// The mask of the main thread as it is now; none when it cannot be read.
+/// Where the main thread may run now; none when it cannot be read.
 ProcessorSet maskOfMainThread() noexcept
 {
-    std::array<unsigned long, kMost / (sizeof(long) * CHAR_BIT)> words{};
-    ProcessorSet mask;
+    ProcessorMask words{};
+    ProcessorSet processors;
     if (sched_getaffinity(getpid(), sizeof words, reinterpret_cast<cpu_set_t*>(words.data())) != 0)
-        return mask;
-    constexpr std::size_t kBits = sizeof(long) * CHAR_BIT;
+        return processors;
     for (std::size_t w = 0; w < words.size(); ++w)
         for (unsigned long left = words[w]; left != 0; left &= left - 1)
-            mask.set(w * kBits + static_cast<std::size_t>(std::countr_zero(left)));
-    return mask;
+            processors.set(w * kBits + static_cast<std::size_t>(std::countr_zero(left)));
+    return processors;
 }
 
 /// When this library was loaded: a program may bind its main thread later on, for that thread alone.
@@ -90,27 +89,11 @@ constinit ProcessorSet maskAtLoad;
     maskAtLoad = maskOfMainThread();
 }
 
-/// The processors of the OpenMP runtime's places, if it has any: it binds the main thread to one of them as
-/// soon as it is loaded, which is before this library.
-ProcessorSet maskOfPlaces()
-{
-    ProcessorSet mask;
-    std::array<int, kMost> numbers;
-    for (int place = 0; place < omp_get_num_places(); ++place) {
-        const auto count = static_cast<std::size_t>(omp_get_place_num_procs(place));
-        if (count > kMost) continue;
-        omp_get_place_proc_ids(place, numbers.data());
-        for (std::size_t i = 0; i < count; ++i)
-            if (static_cast<std::size_t>(numbers[i]) < kMost) mask.set(static_cast<std::size_t>(numbers[i]));
-    }
-    return mask;
-}
-
 /// Linux keeps masks of threads alone. That of the process is where any of its threads may run: now, at load
 /// or at the runtime's will.
 ProcessorSet processMask()
 {
-    return maskOfMainThread() | maskAtLoad | maskOfPlaces();
+    return maskOfMainThread() | maskAtLoad | processorsOfRuntime();
 }
 
 /// Does the affinity mask of this process equal the system's mask?
@@ -129,6 +112,30 @@ Topology findTopology()
 }
 
 } // namespace
+
+ProcessorSet processorsOfRuntime() noexcept
+{
+    ProcessorSet processors;
+    if (omp_get_proc_bind() == omp_proc_bind_false) return processors;
+    std::array<int, kMost> numbers;
+    for (int place = 0; place < omp_get_num_places(); ++place) {
+        const auto count = static_cast<std::size_t>(omp_get_place_num_procs(place));
+        if (count > kMost) continue;
+        omp_get_place_proc_ids(place, numbers.data());
+        for (std::size_t i = 0; i < count; ++i)
+            if (static_cast<std::size_t>(numbers[i]) < kMost)
+                processors.set(static_cast<std::size_t>(numbers[i]));
+    }
+    return processors;
+}
+
+ProcessorMask maskOf(const ProcessorSet& processors) noexcept
+{
+    ProcessorMask words{};
+    for (std::size_t p = firstOf(processors); p < kMost; p = processors._Find_next(p))
+        words[p / kBits] |= 1UL << (p % kBits);
+    return words;
+}
 
 ProcessorSet parseProcessors(std::string_view list) noexcept
 {

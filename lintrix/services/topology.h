@@ -5,7 +5,9 @@
 
 #include <lintrix/services/export.h>
 
+#include <array>
 #include <bitset>
+#include <climits>
 #include <string_view>
 
 namespace Velmar::Lintrix::detail {
@@ -23,11 +25,22 @@ struct Topology {
 /// Processors by the kernel's numbers; no Linux has more.
 using ProcessorSet = std::bitset<8192>;
 
+/// The same as the system reads and writes it: processor p is bit p % 64 of word p / 64.
+using ProcessorMask = std::array<unsigned long, ProcessorSet().size() / (sizeof(long) * CHAR_BIT)>;
+
 /// The topology of this machine, found once. Only a process that may run on every processor of its system
 /// gets the counts: one that was confined to some of them knows the OpenMP runtime's logical count alone. A
 /// thread that the OpenMP runtime or the program has bound confines no process.
 /// Cost: one load after the first call; the first reads two small files a processor.
 LINTRIX_TESTABLE const Topology& machineTopology();
+
+/// The processors that the OpenMP runtime has for its threads, none where it leaves them where they are. It
+/// binds the first thread as soon as it is loaded, which is before this library: the mask of a thread does
+/// not tell them.
+ProcessorSet processorsOfRuntime() noexcept;
+
+/// `processors` for the system.
+ProcessorMask maskOf(const ProcessorSet& processors) noexcept;
 
 /// The kernel's folder of processors.
 inline constexpr const char* kProcessorFolder = "/sys/devices/system/cpu";

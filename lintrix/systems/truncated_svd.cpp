@@ -190,11 +190,10 @@ void TruncatedSVD<Cell>::search(const SvdMatrix<Cell>& matrix, std::int32_t coun
     const std::vector<Cell> first = startOf<Cell>(map, matrix.isAdjoint(), start);
     TripletSearch<Cell> found(matrix, count, bytes, options, first.empty() ? nullptr : first.data());
     found.run();
-    const auto& triplets = found.triplets();
-    U_ = Access::copyOf(triplets.left(0), map.rows, count);
-    right_ = Access::copyOf(triplets.right(0), map.cols, count);
+    U_ = Access::copyOf(found.left(0), map.rows, count);
+    right_ = Access::copyOf(found.right(0), map.cols, count);
     if (matrix.isAdjoint()) std::swap(U_, right_);
-    const std::vector<double>& values = triplets.values();
+    const std::vector<double>& values = found.values();
     values_ = Vector(std::span(values).first(static_cast<std::size_t>(count)));
     const double largest = values.front() > 0.0 ? values.front() : 1.0;
     for (std::int32_t j = 0; j < count; ++j)

@@ -65,7 +65,7 @@ struct TruncatedSvdOptions {
     /// smaller, and no transposed copy is made, where that keeps within them.
     std::optional<double> memoryBudget{};
     std::uint64_t seed = 17; ///< of the start vectors: equal ones give equal runs
-    /// All left vectors are reorthogonalized, too, and not only those that need it.
+    /// By bidiagonalization, in which all left vectors are reorthogonalized, too.
     bool fullReorthogonalization = false;
     bool certify = false;                ///< proves that nothing was passed over; takes a factorization
     double certificateOperations = 2e10; ///< that it may take at most
@@ -77,8 +77,10 @@ struct TruncatedSvdOptions {
     std::function<void(std::int32_t restart, std::int32_t converged)> restarted{};
 };
 
-/// A*V = U*diag(S): the `count` largest singular values of a sparse A with their vectors, by block Lanczos
-/// bidiagonalization with thick restarts.
+/// A*V = U*diag(S): the `count` largest singular values of a sparse A with their vectors, by Lanczos
+/// processes with thick restarts: of A^H*A, or A*A^H where that is smaller, for single vectors whose values
+/// are large enough for it (some 1e-4 of the first one at the usual tolerance), else by block
+/// bidiagonalization of A.
 ///
 ///     const TruncatedSVD svd(A, 20, {.certify = true});
 ///     if (svd.Outcome() != TripletsOutcome::Converged) ...
@@ -88,17 +90,19 @@ struct TruncatedSvdOptions {
 /// does not agree, it goes on.
 ///
 /// **Multiple values.** A Krylov space holds as many vectors of a multiple value as a block has; the others
-/// come in by rounding, mostly but not always. `certify` counts the values above a bound a little below the
-/// last one by the inertia of [s*I A; A^H s*I], looks for those that are missing with a wider block beside
-/// the triplets that stand, and tells what it is sure of.
+/// come in by rounding, or by a few steps from a random vector beside the triplets that have converged,
+/// mostly but not always. `certify` counts the values above a bound a little below the last one by the
+/// inertia of [s*I A; A^H s*I], looks for those that are missing with a wider block beside the triplets that
+/// stand, and tells what it is sure of.
 ///
 /// **Any matrix.** Of a zero matrix, of count above the rank, and of count = min(m, n) all triplets come,
 /// with orthonormal vectors and zeros for values. A matrix that is marked `Symmetric` (`Hermitian`) is read
 /// as the full one.
 ///
-/// **Memory.** Bases of (m + n)*(basis + 2*block) cells, small matrices of about 12*basis^2, and, where it
-/// has room, a copy of A^H, by which the second product runs along rows and on all threads. Of a matrix whose
-/// largest element is beyond 2^400 or below 2^-400 a copy in other units.
+/// **Memory.** A basis of min(m, n)*basis cells, or bases of (m + n)*(basis + 2*block), the triplets
+/// themselves, small matrices of about 12*basis^2, and, where it has room, a copy of A^H, by which the second
+/// product runs along rows and on all threads. Of a matrix whose largest element is beyond 2^400 or below
+/// 2^-400 a copy in other units.
 ///
 /// A finished object may be read from several threads.
 template <class Cell>

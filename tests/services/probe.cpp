@@ -56,10 +56,13 @@ long osThreads()
 }
 
 // Threads of this process at the start of main. A sanitizer's own helper, which comes with the first thread
-// that the process starts, is among them.
+// that the process starts, is among them. That thread is not: it may be listed for a moment after it was
+// joined.
 long threadsAtStart()
 {
-    std::thread([] {}).join();
+    std::filesystem::path first("/proc/self/task");
+    std::thread([&] { first /= std::to_string(gettid()); }).join();
+    while (std::filesystem::exists(first)) std::this_thread::yield();
     return osThreads();
 }
 

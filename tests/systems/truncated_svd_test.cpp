@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cmath>
 #include <complex>
+#include <functional>
 #include <limits>
 #include <random>
 #include <stop_token>
@@ -301,15 +302,74 @@ TYPED_TEST(TruncatedSvdTest, AValueThatTheStartVectorHidesIsNoticedByTheCertific
         SCOPED_TRACE(hidden);
         V start(120, TypeParam(1.0));
         start[static_cast<std::int32_t>(hidden)] = 0.0;
-        const TruncatedSVD<TypeParam> blind(A, 5, start);
+        const TruncatedSvdOptions strict{.fullReorthogonalization = true};
+        const TruncatedSVD<TypeParam> blind(A, 5, start, strict);
         EXPECT_EQ(blind.Outcome(), TripletsOutcome::Converged);
         EXPECT_EQ(blind.Certificate().certainty, TripletsCertainty::NotAsked);
         EXPECT_NEAR(blind.S()[4], values[5], 1e-8) << "the value is not hidden";
-        const TruncatedSVD<TypeParam> sure(A, 5, start, TruncatedSvdOptions{.certify = true});
+        const TruncatedSVD<TypeParam> sure(
+            A, 5, start, TruncatedSvdOptions{.fullReorthogonalization = true, .certify = true});
         EXPECT_EQ(sure.Certificate().certainty, TripletsCertainty::Certain);
         EXPECT_GE(sure.Certificate().recovered, 1);
         expectTriplets<TypeParam>(A, sure, values);
     }
+}
+
+/// The second and third of the largest value lie in no Krylov space of one vector.
+TYPED_TEST(TruncatedSvdTest, AMultipleValueThatStandsApartIsFoundByALookBesideTheOthers)
+{
+    std::vector<double> values(3, 8.0);
+    for (int k = 0; k < 150; ++k) values.push_back(4.0 - 0.02 * k);
+    const auto A = diagonal<TypeParam>(values);
+    for (const std::uint64_t seed : {1U, 2U, 17U, 99U}) {
+        SCOPED_TRACE(seed);
+        expectTriplets<TypeParam>(A, TruncatedSVD<TypeParam>(A, 6, TruncatedSvdOptions{.seed = seed}),
+                                  values);
+    }
+}
+
+/// What the certificate misses is looked for beside what stands: a multiple value at the end of the wanted
+/// ones, where no look beside them tells of it.
+TYPED_TEST(TruncatedSvdTest, AMultipleLastValueIsRecoveredForTheCertificate)
+{
+    std::vector<double> values{5.0, 4.0, 4.0, 4.0};
+    for (int k = 0; k < 100; ++k) values.push_back(3.0 - 0.02 * k);
+    const auto A = diagonal<TypeParam>(values);
+    const TruncatedSVD<TypeParam> svd(A, 2, TruncatedSvdOptions{.certify = true});
+    expectTriplets<TypeParam>(A, svd, values);
+    EXPECT_EQ(svd.Certificate().certainty, TripletsCertainty::Certain);
+    EXPECT_EQ(svd.Certificate().above, 4);
+    EXPECT_GE(svd.Certificate().recovered, 1);
+}
+
+/// Values over six powers of ten: beyond what the squared values tell, and left vectors orthonormal all the
+/// same.
+TYPED_TEST(TruncatedSvdTest, SmallValuesBesideLargeOnesHaveOrthonormalVectorsAtAnyTolerance)
+{
+    const std::vector<double> values = geometric(60, 0.6);
+    const auto A = withValues<TypeParam>(80, 60, values);
+    for (const double tolerance : {1e-4, 1e-6, 1e-8, 1e-10, 1e-12}) {
+        SCOPED_TRACE(tolerance);
+        for (const std::int32_t count : {10, 18, 27}) {
+            const TruncatedSVD<TypeParam> svd(A, count, TruncatedSvdOptions{.tolerance = tolerance});
+            EXPECT_EQ(svd.Outcome(), TripletsOutcome::Converged);
+            EXPECT_LT(distanceFromIdentity<TypeParam>(svd.U()), 1e-11) << count;
+            EXPECT_LT(distanceFromIdentity<TypeParam>(svd.V()), 1e-11) << count;
+            for (std::int32_t k = 0; k < count; ++k)
+                EXPECT_LT(residualOf<TypeParam>(A, svd, k), 1.1 * tolerance + 1e-15) << k;
+        }
+    }
+}
+
+/// A copy of a space apart: each value comes twice, and k in the middle of a pair.
+TYPED_TEST(TruncatedSvdTest, ValuesThatAllComeTwiceAreFoundTwice)
+{
+    std::vector<double> values;
+    for (int k = 0; k < 40; ++k) values.insert(values.end(), 2, std::ldexp(1.0, -k / 4) * (8 - k % 4));
+    std::ranges::sort(values, std::ranges::greater{});
+    const auto A = diagonal<TypeParam>(values);
+    for (const std::int32_t count : {4, 7})
+        expectTriplets<TypeParam>(A, TruncatedSVD<TypeParam>(A, count), values);
 }
 
 TYPED_TEST(TruncatedSvdTest, WithoutRoomForAFactorNothingIsCertain)

@@ -78,11 +78,11 @@ def test_a_start_vector():
 def test_what_does_not_converge():
     A = sp.random(200, 200, 0.05, random_state=2, format="csr")
     with pytest.raises(lintrix.ConvergenceError, match="of 5 triplets are within the tolerance") as raised:
-        lintrix.svds(A, 5, tol=1e-13, maxiter=1)
+        lintrix.svds(A, 5, tol=1e-13, basis=8, maxiter=1)
     assert raised.value.result[1].shape == (5,)
     with pytest.warns(lintrix.AccuracyWarning):
-        lintrix.svds(A, 5, tol=1e-13, maxiter=1, check="warn")
-    assert lintrix.svds(A, 5, tol=1e-13, maxiter=1, check="none").residuals.max() > 1e-13
+        lintrix.svds(A, 5, tol=1e-13, basis=8, maxiter=1, check="warn")
+    assert lintrix.svds(A, 5, tol=1e-13, basis=8, maxiter=1, check="none").residuals.max() > 1e-13
 
 
 @pytest.mark.parametrize(

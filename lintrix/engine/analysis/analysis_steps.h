@@ -6,6 +6,7 @@
 #include <lintrix/engine/call/arguments.h>
 #include <lintrix/engine/call/failure.h>
 #include <lintrix/engine/call/handle.h>
+#include <lintrix/engine/call/memory.h>
 #include <lintrix/engine/call/timers.h>
 
 #include <span>
@@ -18,6 +19,7 @@ struct Analysis {
     Handle handle;
     Timers& timers;
     std::span<const int> ia, ja; ///< the caller's pattern, for the moment counted from 0
+    Scratch<int> counts = {};    ///< of the columns of the factor, by position, where the ordering knows them
 
     ControlBlock& control() noexcept { return handle.control(); }
     const ControlBlock& control() const noexcept { return handle.control(); }

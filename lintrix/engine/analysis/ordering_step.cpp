@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::engine {
 
@@ -42,10 +43,15 @@ bool dissects(const Analysis& run)
            choiceOf(run) == OrderingChoice::NestedDissectionByThreads;
 }
 
-Failure orderByMinimumDegree(const Analysis& run, Ordering ordering, SubgraphList& list)
+Failure orderByMinimumDegree(Analysis& run, Ordering ordering, SubgraphList& list)
 {
     closedRanges(run.n(), true, list);
-    return minimumDegree(run.graph(), run.control()[Word::MinimumDegreeDelta], ordering);
+    auto counts = Scratch<int>::uninitialised(run.n());
+    if (!counts) return outOfMemory(BlockCode::Transient, missingBytes(counts));
+    const Failure failure = minimumDegree(run.graph(), run.control()[Word::MinimumDegreeDelta], ordering,
+                                          kLargestMark, counts.span());
+    if (!failure && counts.span().back() != 0) run.counts = std::move(counts);
+    return failure;
 }
 
 Failure orderByConstrainedMinimumDegree(const Analysis& run, Ordering ordering, SubgraphList& list)

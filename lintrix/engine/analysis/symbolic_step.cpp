@@ -1,5 +1,6 @@
 #include <lintrix/engine/analysis/analysis_steps.h>
 
+#include <lintrix/engine/analysis/graph/earlier_neighbours.h>
 #include <lintrix/engine/analysis/graph/elimination_tree.h>
 #include <lintrix/engine/analysis/graph/permuted_graph.h>
 #include <lintrix/engine/analysis/graph/postorder.h>
@@ -22,17 +23,17 @@ namespace {
 
 /// The arrays of pt[5] and pt[6].
 struct Work {
-    std::span<int> permutedStarts, permutedNeighbours, parent, counts; // pt[5]
-    std::span<int> starts, supernodeOf;                                // pt[6]
+    std::span<int> earlierStarts, earlierNeighbours, parent, counts; // pt[5]
+    std::span<int> starts, supernodeOf;                              // pt[6]
     std::span<std::int64_t> rowStarts;
 };
 
 Failure allocate(Analysis& run, const Graph& graph, Work& work)
 {
-    const std::int64_t n = run.n(), edges = static_cast<std::int64_t>(graph.neighbours.size());
+    const std::int64_t n = run.n(), cells = static_cast<std::int64_t>(earlierNeighbourCells(graph));
     BlockLayout tree(run.control());
-    tree.add<int>(Array::PermutedStarts, n + 1)
-        .add<int>(Array::PermutedNeighbours, edges)
+    tree.add<int>(Array::EarlierStarts, n + 1)
+        .add<int>(Array::EarlierNeighbours, cells)
         .add<int>(Array::Parent, n)
         .add<int>(Array::ColumnCounts, n);
     if (const Failure failure = tree.allocate(run.handle, Slot::SymbolicWork, BlockCode::SymbolicWork))
@@ -44,8 +45,8 @@ Failure allocate(Analysis& run, const Graph& graph, Work& work)
     if (const Failure failure =
             supernodes.allocate(run.handle, Slot::SymbolicStructure, BlockCode::SymbolicStructure))
         return failure;
-    work = {run.handle.array<int>(Slot::SymbolicWork, Array::PermutedStarts, n + 1),
-            run.handle.array<int>(Slot::SymbolicWork, Array::PermutedNeighbours, edges),
+    work = {run.handle.array<int>(Slot::SymbolicWork, Array::EarlierStarts, n + 1),
+            run.handle.array<int>(Slot::SymbolicWork, Array::EarlierNeighbours, cells),
             run.handle.array<int>(Slot::SymbolicWork, Array::Parent, n),
             run.handle.array<int>(Slot::SymbolicWork, Array::ColumnCounts, n),
             run.handle.array<int>(Slot::SymbolicStructure, Array::WorkStarts, n + 1),
@@ -54,11 +55,33 @@ Failure allocate(Analysis& run, const Graph& graph, Work& work)
     return {};
 }
 
-/// Partitions the postordered columns and gives each supernode room for its row list.
-Failure findSupernodes(Analysis& run, const Graph& permuted, Work& work)
+/// Where the ordering has not told them.
+Failure countColumns(Analysis& run, const Graph& graph, const Work& work)
 {
-    if (const Failure failure = columnCounts(permuted, work.parent, run.threads(), work.counts))
-        return failure;
+    const auto starts = Scratch<int>::uninitialised(std::int64_t{run.n()} + 1);
+    const auto neighbours = Scratch<int>::uninitialised(static_cast<std::int64_t>(graph.neighbours.size()));
+    if (!starts || !neighbours) return outOfMemory(BlockCode::Transient, missingBytes(starts, neighbours));
+    const Graph permuted = permutedGraph(graph, run.ordering(), starts.span(), neighbours.span());
+    if (!WorkScope::goesOn()) return stopped();
+    return columnCounts(permuted, work.parent, run.threads(), work.counts);
+}
+
+/// The tree, and the order in which it is walked through from then on.
+Failure plantTree(Analysis& run, const Graph& earlier, const Work& work)
+{
+    if (const Failure failure = eliminationTree(earlier, run.ordering(), work.parent)) return failure;
+    const bool isCounted = run.counts.get() != nullptr;
+    if (isCounted) std::ranges::copy(run.counts.span(), work.counts.begin());
+    return postorder(run.subgraphs(), work.parent, run.ordering(),
+                     isCounted ? work.counts : std::span<int>());
+}
+
+/// Partitions the postordered columns and gives each supernode room for its row list.
+Failure findSupernodes(Analysis& run, const Graph& graph, Work& work)
+{
+    if (run.counts.get() == nullptr) {
+        if (const Failure failure = countColumns(run, graph, work)) return failure;
+    }
     const Partition partition = partitionIntoSupernodes(
         work.parent, work.counts, run.control()[Word::PanelWidth], work.starts, work.supernodeOf);
     run.control()[Word::Supernodes] = partition.supernodes;
@@ -71,7 +94,7 @@ Failure findSupernodes(Analysis& run, const Graph& permuted, Work& work)
 }
 
 /// The permanent block, with what is known by now.
-Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
+Failure fillPermanent(Analysis& run, const Graph& earlier, const Work& work)
 {
     run.control().set(WideWord::FactorRowIndices, work.rowStarts.back());
     PermanentStructure permanent(run.handle);
@@ -82,7 +105,8 @@ Failure fillPermanent(Analysis& run, const Graph& permuted, const Work& work)
     std::ranges::copy(work.starts, permanent.supernodeStarts().begin());
     std::ranges::copy(work.supernodeOf, permanent.supernodeOf().begin());
     std::ranges::copy(work.rowStarts, permanent.rowStarts().begin());
-    if (const Failure failure = fillRowLists(permuted, permanent.structure(), permanent.rows()))
+    if (const Failure failure =
+            fillRowLists(earlier, run.ordering(), work.parent, permanent.structure(), permanent.rows()))
         return failure;
     const FactorStructure structure = permanent.structure();
     if (!repaysRefinement(structure)) return {};
@@ -98,13 +122,13 @@ Failure factorizeSymbolically(Analysis& run)
     const Graph graph = run.graph();
     Work work;
     if (const Failure failure = allocate(run, graph, work)) return failure;
-    if (const Failure failure = eliminationTree(graph, run.ordering(), work.parent)) return failure;
-    if (const Failure failure = postorder(run.subgraphs(), work.parent, run.ordering())) return failure;
+    const Graph earlier =
+        earlierNeighbours(graph, run.ordering().positionOf, work.earlierStarts, work.earlierNeighbours);
     if (!WorkScope::goesOn()) return stopped();
-    const Graph permuted = permutedGraph(graph, run.ordering(), work.permutedStarts, work.permutedNeighbours);
+    if (const Failure failure = plantTree(run, earlier, work)) return failure;
     if (!WorkScope::goesOn()) return stopped();
-    if (const Failure failure = findSupernodes(run, permuted, work)) return failure;
-    if (const Failure failure = fillPermanent(run, permuted, work)) return failure;
+    if (const Failure failure = findSupernodes(run, graph, work)) return failure;
+    if (const Failure failure = fillPermanent(run, earlier, work)) return failure;
     if (!WorkScope::goesOn()) return stopped();
     placePanels(run.handle);
     PermanentStructure permanent(run.handle);

@@ -77,6 +77,7 @@ enum class WideWord : int {
     LargestUpdate = 68,      ///< cells of the largest update of one supernode
     RealWorkBytes = 70,      ///< of the block in pt[9]
     IterationWorkBytes = 72, ///< of the block in pt[10]
+    Updates = 74,            ///< that supernodes give to each other
 };
 static_assert(static_cast<int>(Word::Last_) <= static_cast<int>(WideWord::FactorRowIndices));
 
@@ -99,8 +100,8 @@ enum class Array : int {
     AdjacencyStarts,
     AdjacencyNeighbours,
     // pt[5]
-    PermutedStarts,
-    PermutedNeighbours,
+    EarlierStarts,
+    EarlierNeighbours,
     Parent,
     ColumnCounts,
     // pt[6]

@@ -43,9 +43,6 @@ struct DescendantLists {
 LINTRIX_TESTABLE std::int64_t countDescendants(const FactorStructure& structure,
                                                std::span<std::int64_t> starts);
 
-/// The same number without the starts.
-LINTRIX_TESTABLE std::int64_t countDescendants(const FactorStructure& structure);
-
 /// Writes the entries; `starts` as counted.
 LINTRIX_TESTABLE void listDescendants(const FactorStructure& structure, const DescendantLists& lists);
 

@@ -33,6 +33,7 @@ FactorSizes sizesOf(const ControlBlock& control)
     sizes.fill = control[WideWord::LowerNonZeros];
     sizes.tallest = control[Word::TallestPanel];
     sizes.widest = control[Word::WidestPanel];
+    sizes.updates = control[WideWord::Updates];
     sizes.largestUpdate = control[WideWord::LargestUpdate];
     return sizes;
 }
@@ -154,7 +155,7 @@ Failure FactorLists::forecast(const Handle& handle, const FactorPlan& plan, List
     if (!runs || !work) return outOfMemory(BlockCode::Transient, missingBytes(runs, work));
     forecast.runs = dealOutRuns(handle, plan, work.span(), runs.span());
     forecast.lists.add<std::int64_t>(supernodes + 1)
-        .add<Descendant>(countDescendants(plan.structure))
+        .add<Descendant>(plan.sizes.updates)
         .add<PositionRange>(supernodes);
     forecast.dealing.add<double>(supernodes);
     if (isScaled(handle)) forecast.scaling.add<double>(2 * std::int64_t{handle.control()[Word::Order]});
@@ -166,9 +167,9 @@ Failure FactorLists::makeDescendants(FactorPlan& plan)
     const std::int64_t starts = std::int64_t{plan.structure.supernodes()} + 1;
     descendantStarts_ = Scratch<std::int64_t>::uninitialised(starts);
     if (!descendantStarts_) return outOfMemory(BlockCode::RealWork, missingBytes(descendantStarts_));
-    descendants_ =
-        Scratch<Descendant>::uninitialised(countDescendants(plan.structure, descendantStarts_.span()));
+    descendants_ = Scratch<Descendant>::uninitialised(plan.sizes.updates);
     if (!descendants_) return outOfMemory(BlockCode::RealWork, missingBytes(descendants_));
+    countDescendants(plan.structure, descendantStarts_.span());
     plan.descendants = {descendantStarts_.span(), descendants_.span()};
     listDescendants(plan.structure, plan.descendants);
     return {};

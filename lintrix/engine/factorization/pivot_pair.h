@@ -18,8 +18,8 @@ template <class T>
 class PivotPair {
 public:
     PivotPair(T d0, T lower, T upper, T d1)
-        : overLower_(T(1) / lower), overUpper_(T(1) / upper), p_(product(d0, overLower_)),
-          q_(product(d1, overUpper_)), s_(T(1) / (product(p_, q_) - T(1)))
+        : overLower_(inverseOf(lower)), overUpper_(inverseOf(upper)), p_(product(d0, overLower_)),
+          q_(product(d1, overUpper_)), s_(inverseOf(product(p_, q_) - T(1)))
     {
     }
 

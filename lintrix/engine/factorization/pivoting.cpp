@@ -245,6 +245,7 @@ private:
     // Column k becomes L's, the lower triangle behind it is updated.
     void eliminateOne(int k)
     {
+        if (k + 1 == a_.width()) return;
         T* const l = a_.column(k);
         const T inverse = inverseOf(l[k]);
         for (int j = k + 1; j < a_.width(); ++j) {

@@ -1,6 +1,7 @@
 #include <lintrix/systems/least_squares/tall_matrix.h>
 
 #include <lintrix/services/blas.h>
+#include <lintrix/services/dispatch.h>
 #include <lintrix/services/threads.h>
 #include <lintrix/sparse/detail/sparse_twin.h>
 
@@ -9,12 +10,79 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// A product with several columns reads A once for four of them, but runs on one thread.
+namespace {
+
+constexpr std::int32_t kPacked = 8; ///< columns of a panel: its rows are as long as a cache line
+
+template <int Width>
+struct Vectors {
+    typedef double type __attribute__((vector_size(Width * sizeof(double)), may_alias, aligned(8)));
+};
+
+/// Row by row, y = A*x of a panel: an element of A is read once for all columns, and what it points to is one
+/// line.
+template <int Width>
+[[gnu::always_inline]] inline void multiplyRows(const RowsView<double>& A, const double* panel,
+                                                std::int32_t columns, double* y)
+{
+    using V = typename Vectors<Width>::type;
+    constexpr int kVectors = kPacked / Width;
+    for (std::int32_t i = 0; i < A.rows; ++i) {
+        V sums[kVectors] = {};
+        for (std::int32_t k = A.ia[i] - 1; k < A.ia[i + 1] - 1; ++k) {
+            const auto* const row = reinterpret_cast<const V*>(panel + std::int64_t{kPacked} * (A.ja[k] - 1));
+            for (int v = 0; v < kVectors; ++v) sums[v] += A.a[k] * row[v];
+        }
+        for (std::int32_t c = 0; c < columns; ++c)
+            y[std::int64_t{A.rows} * c + i] = sums[c / Width][c % Width];
+    }
+}
+
+using MultiplyRows = void (*)(const RowsView<double>&, const double*, std::int32_t, double*);
+
+LINTRIX_FOR_AVX512 void multiplyRowsAvx512(const RowsView<double>& A, const double* panel,
+                                           std::int32_t columns, double* y)
+{
+    multiplyRows<8>(A, panel, columns, y);
+}
+LINTRIX_FOR_AVX2_AND_FMA void multiplyRowsAvx2(const RowsView<double>& A, const double* panel,
+                                               std::int32_t columns, double* y)
+{
+    multiplyRows<4>(A, panel, columns, y);
+}
+void multiplyRowsSse2(const RowsView<double>& A, const double* panel, std::int32_t columns, double* y)
+{
+    multiplyRows<2>(A, panel, columns, y);
+}
+
+constexpr KernelForms<MultiplyRows> kForms{
+    .sse2 = multiplyRowsSse2, .avx2 = multiplyRowsAvx2, .avx512 = multiplyRowsAvx512};
+
+/// A panel of columns after the other, each packed by rows with zeros in the place of those that are missing.
+void multiplyPanels(const RowsView<double>& A, std::int32_t columns, const double* x, double* y)
+{
+    const MultiplyRows multiply = kForms.chosen();
+    std::vector<double> panel(static_cast<std::size_t>(A.cols) * kPacked);
+    for (std::int32_t first = 0; first < columns; first += kPacked) {
+        const std::int32_t count = std::min(kPacked, columns - first);
+        const double* const from = x + std::int64_t{A.cols} * first;
+        for (std::int32_t i = 0; i < A.cols; ++i)
+            for (std::int32_t c = 0; c < count; ++c)
+                panel[std::size_t(i) * kPacked + std::size_t(c)] = from[std::int64_t{A.cols} * c + i];
+        multiply(A, panel.data(), count, y + std::int64_t{A.rows} * first);
+    }
+}
+
+} // namespace
+
+/// A product with several columns reads A once for several of them, but runs on one thread.
 template <class Cell>
 void multiplyColumns(const RowsView<Cell>& A, bool adjoint, std::int32_t columns, const Cell* x, Cell* y)
 {
     const char* const op = adjoint ? "C" : "N";
     const std::int32_t ofX = adjoint ? A.rows : A.cols, ofY = adjoint ? A.cols : A.rows;
+    if constexpr (std::is_same_v<Cell, double>)
+        if (columns > 2 && !adjoint) return multiplyPanels(A, columns, x, y);
     if (columns > 1 && (adjoint || MKL_Get_Max_Threads() == 1)) {
         SparseTwin<Cell>::csrmm(op, A.rows, columns, A.cols, Cell(1.0), "GUNF", A.a, A.ja, A.ia, A.ia + 1, x,
                                 ofX, Cell(0.0), y, ofY);

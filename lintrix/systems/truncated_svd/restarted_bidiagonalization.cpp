@@ -7,6 +7,7 @@
 #include <lintrix/services/blas.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/truncated_svd/basis_products.h>
 
 #include <algorithm>
 #include <cmath>
@@ -24,70 +25,9 @@ constexpr double kDependent = 16.0 * kEps;
 constexpr double kCancelled = 0.1;
 /// A left vector, or a retained value, of this size relative to ||M|| leads to orthogonality of some 1e-13.
 constexpr double kWellDetermined = 1e-3;
-constexpr double kLeastSquare = 1e-280, kLargestSquare = 1e300; ///< of sums without underflow or overflow
-constexpr std::int32_t kRowsAtOnce = 512;                       ///< of a basis that is rotated in place
-
-/// ||x||. The squares of what is neither huge nor tiny are summed at the speed of memory.
-template <class Cell>
-double norm(std::int32_t length, const Cell* x)
-{
-    constexpr std::int32_t kParts = sizeof(Cell) / sizeof(double);
-    if (length > std::numeric_limits<std::int32_t>::max() / kParts) return blas::nrm2(length, x, 1);
-    const auto* const parts = reinterpret_cast<const double*>(x); // of complex numbers, too
-    const double sum = blas::dot(kParts * length, parts, 1, parts, 1);
-    return sum > kLeastSquare && sum < kLargestSquare ? std::sqrt(sum) : blas::nrm2(length, x, 1);
-}
-
-/// c = X^H*y, of `count` columns y.
-template <class Cell>
-void multiplyAdjoint(std::int32_t length, std::int32_t columns, const Cell* X, const Cell* y,
-                     std::int32_t count, Cell* c)
-{
-    if (count == 1)
-        blas::gemv(std::is_same_v<Cell, double> ? 'T' : 'C', length, columns, Cell(1.0), X, length, y, 1,
-                   Cell(0.0), c, 1);
-    else
-        blas::gemm('C', 'N', columns, count, length, Cell(1.0), X, length, y, length, Cell(0.0), c, columns);
-}
-
-/// y := y - X*c; the columns of c are `stride` cells apart.
-template <class Cell>
-void subtractProduct(std::int32_t length, std::int32_t columns, const Cell* X, const Cell* c,
-                     std::int32_t stride, std::int32_t count, Cell* y)
-{
-    if (columns == 0) return;
-    if (count == 1)
-        blas::gemv('N', length, columns, Cell(-1.0), X, length, c, 1, Cell(1.0), y, 1);
-    else
-        blas::gemm('N', 'N', length, count, columns, Cell(-1.0), X, length, c, stride, Cell(1.0), y, length);
-}
-
-/// The first `kept` columns of X become X*Q, X having `columns` of them and Q `columns` rows.
-template <class Cell>
-void rotate(ColumnBlock<Cell>& X, std::int32_t columns, const Cell* Q, std::int32_t kept)
-{
-    std::vector<Cell> rows(static_cast<std::size_t>(kRowsAtOnce) * static_cast<std::size_t>(kept));
-    for (std::int32_t i = 0; i < X.length; i += kRowsAtOnce) {
-        const std::int32_t count = std::min(kRowsAtOnce, X.length - i);
-        blas::gemm('N', 'N', count, kept, columns, Cell(1.0), X.column(0) + i, X.length, Q, columns,
-                   Cell(0.0), rows.data(), kRowsAtOnce);
-        for (std::int32_t j = 0; j < kept; ++j)
-            std::copy_n(rows.data() + std::int64_t{kRowsAtOnce} * j, count, X.column(j) + i);
-    }
-}
 
 template <class Cell>
 using SvdOf = std::conditional_t<std::is_same_v<Cell, double>, SVD, CSVD>;
-
-void draw(Random& random, double& x)
-{
-    x = random.NextDouble() - 0.5;
-}
-void draw(Random& random, std::complex<double>& x)
-{
-    const double real = random.NextDouble() - 0.5;
-    x = {real, random.NextDouble() - 0.5};
-}
 
 } // namespace
 
@@ -96,7 +36,7 @@ double RestartedBidiagonalization<Cell>::bytesFor(std::int32_t rows, std::int32_
 {
     const double basis = std::int64_t{sizes.basis} + sizes.block;
     return sizeof(Cell) *
-           ((double{1.0} * rows + cols) * (basis + sizes.block) + 12.0 * basis * basis + basis * kRowsAtOnce);
+           ((double{1.0} * rows + cols) * (basis + sizes.block) + 12.0 * basis * basis + 512.0 * basis);
 }
 
 template <class Cell>
@@ -110,6 +50,28 @@ RestartedBidiagonalization<Cell>::RestartedBidiagonalization(const LinearMap<Cel
     for (Cell* x = V_.column(0); x != V_.column(next_); ++x) draw(random_, *x);
     if (start != nullptr) std::copy_n(start, M.cols, V_.column(0));
     orthonormalizeLast(V_, 0, next_, nullptr, 0);
+}
+
+template <class Cell>
+RestartedBidiagonalization<Cell>::RestartedBidiagonalization(const LinearMap<Cell>& M, Sizes sizes,
+                                                             Random& random,
+                                                             const StandingTriplets<Cell>& standing)
+    : M_(M), random_(random),
+      reorthogonalization_(Reorthogonalization::Partial), sizes_{0, 0}, U_{M.rows, 0}, V_{M.cols, 0}
+{
+    const auto count = static_cast<std::int32_t>(standing.values.size());
+    allot({std::min(sizes.basis, M.cols), std::min(sizes.block, M.cols)});
+    std::ranges::copy(standing.left.cells, U_.column(0));
+    std::ranges::copy(standing.right.cells, V_.column(0));
+    size_ = count;
+    next_ = standing.right.count - count;
+    values_ = standing.values;
+    scale_ = values_.front();
+    for (std::int32_t j = 0; j < count; ++j) {
+        b(j, j) = values_[static_cast<std::size_t>(j)];
+        if (next_ > 0) b(j, count) = standing.couplings[static_cast<std::size_t>(j)];
+    }
+    if (values_.back() < kWellDetermined * values_.front()) reorthogonalization_ = Reorthogonalization::Full;
 }
 
 /// Room for the basis, the block that may stand out of it, and the next one. Grown, it keeps what there is.
@@ -306,8 +268,8 @@ void RestartedBidiagonalization<Cell>::restart(std::int32_t count)
         for (std::int32_t i = 0; i < last_; ++i)
             addMultiple(next_, leftOfB_[std::size_t(j) * order + order - std::size_t(last_) + std::size_t(i)],
                         S_.data() + std::int64_t{next_} * i, coupling.data() + std::int64_t{next_} * j);
-    rotate(U_, size_, leftOfB_.data(), count);
-    rotate(V_, size_, rightOfB_.data(), count);
+    rotate(U_.length, size_, U_.column(0), leftOfB_.data(), count);
+    rotate(V_.length, size_, V_.column(0), rightOfB_.data(), count);
     std::copy_n(V_.column(size_), std::int64_t{V_.length} * next_, V_.column(count));
     std::fill(B_.begin(), B_.end(), Cell{});
     for (std::int32_t j = 0; j < count; ++j) {

@@ -20,6 +20,14 @@ enum class Reorthogonalization {
     Full,
 };
 
+/// Triplets that were found otherwise, M*v = s*u, M^H*u = s*v + c*n.
+template <class Cell>
+struct StandingTriplets {
+    ColumnBlock<Cell> left, right; ///< a u each; a v each, and behind them n
+    std::vector<double> values;    ///< s, largest first
+    std::vector<Cell> couplings;   ///< c
+};
+
 /// The invariant, with `size()` columns in U and V, the next block N of right vectors behind them, and E the
 /// last columns of the identity:
 ///
@@ -51,6 +59,10 @@ public:
     /// of the length of its columns, that one leads it. @throws std::bad_alloc
     RestartedBidiagonalization(const LinearMap<Cell>& M, Sizes sizes, Reorthogonalization left,
                                Random& random, const Cell* start = nullptr);
+
+    /// As after a `restart` that has kept these triplets, of which `sizes` has room. @throws std::bad_alloc
+    RestartedBidiagonalization(const LinearMap<Cell>& M, Sizes sizes, Random& random,
+                               const StandingTriplets<Cell>& standing);
 
     /// Takes steps up to so many columns, or to the size of the basis, and decomposes B.
     /// @throws as the listener of `WorkScope`

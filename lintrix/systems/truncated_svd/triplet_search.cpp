@@ -22,6 +22,9 @@ constexpr double kNextBound = 32.0; ///< the distance grows by
 constexpr int kRecoveries = 3;
 constexpr double kKept = 0.3; ///< of the vectors beside the wanted ones
 constexpr std::int32_t kMeasuredAtOnce = 8;
+/// Of a basis that is run through in less time than it takes to decompose the small matrix at a restart.
+constexpr std::int32_t kCellsNearby = 20000;
+constexpr double kFinestByGram = 5e-14; ///< tolerance
 
 /// Vectors after which the first values may have converged.
 std::int32_t firstLook(std::int32_t wanted)
@@ -89,13 +92,8 @@ template <class Cell>
 TripletSearch<Cell>::TripletSearch(const SvdMatrix<Cell>& matrix, std::int32_t count, double bytes,
                                    const TruncatedSvdOptions& options, const Cell* start)
     : matrix_(matrix), M_(matrix.products()), options_(options), count_(count), bytes_(bytes),
-      sizes_(chosenSizes(bytes)), random_(options.seed)
+      sizes_(chosenSizes(bytes)), gramBasis_(chosenGramBasis(bytes)), random_(options.seed), start_(start)
 {
-    // Steps that nearly exhaust the space meet small singular values, which leave left vectors badly
-    // determined.
-    const bool full = options.fullReorthogonalization || 2 * sizes_.basis > M_.cols;
-    lanczos_ = std::make_unique<Lanczos>(
-        M_, sizes_, full ? Reorthogonalization::Full : Reorthogonalization::Partial, random_, start);
 }
 
 /// As large as is asked for, or as serves, and as memory allows; of a side that is hardly larger, all of it.
@@ -112,10 +110,27 @@ auto TripletSearch<Cell>::chosenSizes(double bytes) const -> typename Lanczos::S
     return {basis, block};
 }
 
+/// The same of the search by M^H*M; 0 where that does not serve: for blocks, for left vectors that are to be
+/// reorthogonalized, for a tolerance that it hardly reaches, and for so many triplets that there are small
+/// ones.
+template <class Cell>
+std::int32_t TripletSearch<Cell>::chosenGramBasis(double bytes) const
+{
+    const std::int32_t side = M_.cols, least = count_ + 2;
+    if (options_.block > 1 || options_.fullReorthogonalization || options_.tolerance < kFinestByGram ||
+        4 * std::int64_t{count_} > 3 * std::int64_t{side} || least > side)
+        return 0;
+    const std::int32_t narrow = std::max(2 * count_ + 8, 20), wide = std::max(3 * count_ + 30, narrow);
+    const std::int32_t serves = std::clamp(kCellsNearby / side, narrow, wide);
+    std::int32_t basis = std::min(std::max(options_.basis > 0 ? options_.basis : serves, least), side);
+    while (basis >= least && GramSearch<Cell>::bytesFor(M_.rows, side, count_, basis) > bytes) --basis;
+    return basis >= least ? basis : 0;
+}
+
 template <class Cell>
 void TripletSearch<Cell>::run()
 {
-    find(count_);
+    if (gramBasis_ == 0 || !findByGram()) find(count_);
     if (options_.certify) certify();
 }
 
@@ -123,7 +138,7 @@ void TripletSearch<Cell>::run()
 template <class Cell>
 double TripletSearch<Cell>::limit() const
 {
-    return options_.tolerance * lanczos_->values().front();
+    return options_.tolerance * values().front();
 }
 
 template <class Cell>
@@ -133,11 +148,26 @@ std::int32_t TripletSearch<Cell>::converged() const
         std::count_if(measured_.begin(), measured_.end(), [this](double r) { return r <= limit(); }));
 }
 
+template <class Cell>
+bool TripletSearch<Cell>::findByGram()
+{
+    gram_ = std::make_unique<GramSearch<Cell>>(M_, count_, gramBasis_, options_, random_, start_);
+    const bool found = gram_->run();
+    restarts_ = gram_->restarts();
+    if (found) {
+        measured_ = gram_->residuals();
+        return true;
+    }
+    beginAnew(count_);
+    return false;
+}
+
 /// Where the measure does not agree, anew with a finer tolerance.
 template <class Cell>
 void TripletSearch<Cell>::find(std::int32_t wanted)
 {
     double tolerance = options_.tolerance;
+    if (!lanczos_) begin();
     for (int k = 0;; ++k) {
         iterate(wanted, tolerance);
         measure(wanted);
@@ -147,14 +177,23 @@ void TripletSearch<Cell>::find(std::int32_t wanted)
     }
 }
 
+/// Steps that nearly exhaust the space meet small singular values, which leave left vectors badly determined.
+template <class Cell>
+void TripletSearch<Cell>::begin()
+{
+    const bool full = options_.fullReorthogonalization || 2 * sizes_.basis > M_.cols;
+    lanczos_ = std::make_unique<Lanczos>(
+        M_, sizes_, full ? Reorthogonalization::Full : Reorthogonalization::Partial, random_, start_);
+}
+
 /// From the sum of the right vectors that stand, with all left ones reorthogonalized.
 template <class Cell>
 void TripletSearch<Cell>::beginAnew(std::int32_t vectors)
 {
     std::vector<Cell> sum(static_cast<std::size_t>(M_.cols));
-    for (std::int32_t j = 0; j < vectors; ++j)
-        addMultiple(M_.cols, Cell(1.0), lanczos_->right(j), sum.data());
-    measuring_ += lanczos_->products();
+    for (std::int32_t j = 0; j < vectors; ++j) addMultiple(M_.cols, Cell(1.0), right(j), sum.data());
+    measuring_ = products();
+    gram_.reset();
     lanczos_.reset();
     lanczos_ = std::make_unique<Lanczos>(M_, sizes_, Reorthogonalization::Full, random_, sum.data());
 }
@@ -234,7 +273,7 @@ void TripletSearch<Cell>::undecided(std::string_view reason)
 template <class Cell>
 std::vector<double> TripletSearch<Cell>::boundsBelow(std::int32_t found) const
 {
-    const std::vector<double>& values = lanczos_->values();
+    const std::vector<double>& values = this->values();
     const auto next = static_cast<std::size_t>(found);
     const double last = values[next - 1], after = next < values.size() ? values[next] : 0.0;
     double distance = std::max(kNearest, 32.0 * options_.tolerance * std::sqrt(double{1.0} * found));
@@ -252,7 +291,7 @@ std::vector<double> TripletSearch<Cell>::boundsBelow(std::int32_t found) const
 template <class Cell>
 void TripletSearch<Cell>::certify()
 {
-    const bool allOfThem = count_ == M_.cols || lanczos_->values().front() == 0.0;
+    const bool allOfThem = count_ == M_.cols || values().front() == 0.0;
     if (converged() < count_) return undecided("not all triplets have converged");
     certificate_.certainty = TripletsCertainty::Certain;
     if (allOfThem) return;
@@ -282,15 +321,26 @@ bool TripletSearch<Cell>::hasRoomFor(std::int32_t above, std::int32_t vectors) c
            cycle <= options_.certificateOperations;
 }
 
+/// What was found by M^H*M becomes the beginning of a bidiagonalization.
+template <class Cell>
+void TripletSearch<Cell>::takeOver()
+{
+    const StandingTriplets<Cell> standing = gram_->standing();
+    measuring_ = products();
+    gram_.reset();
+    lanczos_ = std::make_unique<Lanczos>(M_, sizes_, random_, standing);
+}
+
 /// Looks for as many triplets as there are above the bound. Where that ends worse, what was found before
 /// stands.
 template <class Cell>
 bool TripletSearch<Cell>::recover(std::int32_t above)
 {
+    if (!lanczos_) takeOver();
     const auto found = [&] {
         std::int32_t good = 0;
         for (std::size_t j = 0; j < measured_.size(); ++j)
-            if (measured_[j] <= limit() && lanczos_->values()[j] > certificate_.bound) ++good;
+            if (measured_[j] <= limit() && values()[j] > certificate_.bound) ++good;
         return good;
     };
     const std::int32_t first = found();

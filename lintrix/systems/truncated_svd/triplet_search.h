@@ -4,6 +4,7 @@
 
 #include <lintrix/systems/least_squares/tall_matrix.h>
 #include <lintrix/systems/truncated_svd.h>
+#include <lintrix/systems/truncated_svd/gram_search.h>
 #include <lintrix/systems/truncated_svd/restarted_bidiagonalization.h>
 
 #include <functional>
@@ -45,20 +46,35 @@ public:
 
     void run();
 
-    const RestartedBidiagonalization<Cell>& triplets() const noexcept { return *lanczos_; }
+    const Cell* left(std::int32_t j) const noexcept { return lanczos_ ? lanczos_->left(j) : gram_->left(j); }
+    const Cell* right(std::int32_t j) const noexcept
+    {
+        return lanczos_ ? lanczos_->right(j) : gram_->right(j);
+    }
+    /// Largest first, and behind the triplets' own what is known of smaller ones.
+    const std::vector<double>& values() const noexcept
+    {
+        return lanczos_ ? lanczos_->values() : gram_->values();
+    }
     /// Of the leading triplets, as measured, in the units of the values.
     const std::vector<double>& residuals() const noexcept { return measured_; }
     std::int32_t converged() const;
     const TripletsCertificate& certificate() const noexcept { return certificate_; }
     std::int32_t restarts() const noexcept { return restarts_; }
-    std::int32_t basis() const noexcept { return sizes_.basis; }
-    std::int64_t products() const noexcept { return lanczos_->products() + measuring_; }
+    std::int32_t basis() const noexcept { return lanczos_ ? sizes_.basis : gramBasis_; }
+    std::int64_t products() const noexcept
+    {
+        return measuring_ + (lanczos_ ? lanczos_->products() : 0) + (gram_ ? gram_->products() : 0);
+    }
 
 private:
     using Lanczos = RestartedBidiagonalization<Cell>;
 
     typename Lanczos::Sizes chosenSizes(double bytes) const;
+    std::int32_t chosenGramBasis(double bytes) const;
+    bool findByGram();
     void find(std::int32_t wanted);
+    void begin();
     void beginAnew(std::int32_t vectors);
     void iterate(std::int32_t wanted, double tolerance);
     std::int32_t settled(std::int32_t wanted, double tolerance) const;
@@ -69,6 +85,7 @@ private:
     std::vector<double> boundsBelow(std::int32_t found) const;
     bool hasRoomFor(std::int32_t above, std::int32_t vectors) const;
     bool recover(std::int32_t above);
+    void takeOver();
     void undecided(std::string_view reason);
 
     const SvdMatrix<Cell>& matrix_;
@@ -77,8 +94,11 @@ private:
     std::int32_t count_;
     double bytes_;
     typename Lanczos::Sizes sizes_;
+    std::int32_t gramBasis_;
     Random random_;
-    std::unique_ptr<Lanczos> lanczos_;
+    const Cell* start_;
+    std::unique_ptr<GramSearch<Cell>> gram_; ///< that the triplets were found by
+    std::unique_ptr<Lanczos> lanczos_;       ///< else by this
     std::vector<double> measured_;
     TripletsCertificate certificate_{};
     std::int32_t restarts_ = 0;

@@ -65,11 +65,6 @@ TEST_P(Descendants, AreAllThatShareRowsAscending)
     }
 }
 
-TEST_P(Descendants, AreCountedWithoutTheirStarts)
-{
-    EXPECT_EQ(countDescendants(structure()), static_cast<std::int64_t>(lists().entries.size()));
-}
-
 TEST_P(Descendants, PanelsTogetherHaveTheRowsOfTheOneBefore)
 {
     const int last = structure().supernodes() - 1;

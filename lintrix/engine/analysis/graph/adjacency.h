@@ -41,10 +41,13 @@ LINTRIX_TESTABLE Failure checkPattern(const Pattern& pattern);
 /// the whole pattern; for a matrix of symmetric structure the join changes nothing; an unsymmetric one is
 /// symmetrized. Rows may stand in any order of columns and repeat them: the matrix check is optional.
 ///
-/// The transpose is made by counting (Gustavson, "Two fast algorithms for sparse matrices: multiplication and
-/// permuted transposition", ACM TOMS 4 (1978)), which leaves its rows ascending; a merge of each row with its
-/// transposed twin then meets both in storage order.
-/// Cost: O(order + entries). Workspace: order + 1 + entries of A, twice that where rows are out of order.
+/// Rows that ascend need no transpose where they make an upper triangle or have a symmetric pattern: row
+/// after row puts itself into the lists of its columns, which leaves them ascending, or is a list already.
+/// Elsewhere the transpose is made by counting (Gustavson, "Two fast algorithms for sparse matrices:
+/// multiplication and permuted transposition", ACM TOMS 4 (1978)), which leaves its rows ascending, too; a
+/// merge of each row with its transposed twin then meets both in storage order. Cost: O(order + entries).
+/// Workspace: order for the first two, else 5 order + 3 entries of A at most, and as many entries once more
+/// where rows are out of order.
 class SymmetrizedPattern {
 public:
     /// Counts the entries. With `columnOfRow` (order elements, a permutation) row i of A is taken as row
@@ -61,16 +64,28 @@ public:
     LINTRIX_TESTABLE Graph write(std::span<int> starts, std::span<int> neighbours) const;
 
 private:
+    enum class Form { General, UpperTriangle, Symmetric };
+
+    Failure takeRows(std::span<const int> columnOfRow);
+    bool isUpperTriangle();
+    bool isSymmetric();
+    Failure joinWithTranspose();
     std::span<const int> row(int r) const noexcept;
     std::span<const int> column(int r) const noexcept;
     Failure transposePattern();
     Failure sortRows();
-    void countEntries();
+    Failure joinRows();
+    std::span<const int> aboveDiagonal(int r) const noexcept;
+    Graph mirror(std::span<int> starts, std::span<int> neighbours) const;
+    Graph withoutDiagonal(std::span<int> starts, std::span<int> neighbours) const;
 
     Pattern pattern_;
-    Scratch<int> rowOf_;                     ///< rowOf_[r]: the row of A taken as row r; empty: r
+    Form form_ = Form::General;
+    Scratch<int> rowOf_;  ///< rowOf_[r]: the row of A taken as row r; empty: r
+    Scratch<int> places_; ///< by column: entries above the diagonal, or how far a row is met
     Scratch<int> columnStarts_, columnRows_; ///< the transpose
     Scratch<int> sortedColumns_;             ///< the rows in ascending order, if those of A are not
+    Scratch<int> starts_, joined_;           ///< the graph, in more room than it needs
     bool ascending_ = true;
     std::int64_t entries_ = 0;
 };

@@ -3,6 +3,8 @@
 #include <lintrix/engine/analysis/graph/elimination_tree.h>
 #include <lintrix/engine/call/memory.h>
 
+#include <algorithm>
+
 namespace Velmar::Lintrix::detail::engine {
 
 // `size` receives the nodes of each subtree within the range; `free` the first position that is still free
@@ -26,7 +28,8 @@ void numberRange(const PositionRange& range, std::span<const int> parent, std::s
     }
 }
 
-Failure postorder(std::span<const PositionRange> ranges, std::span<int> parent, Ordering ordering)
+Failure postorder(std::span<const PositionRange> ranges, std::span<int> parent, Ordering ordering,
+                  std::span<int> counts)
 {
     const auto n = static_cast<int>(parent.size());
     const auto work = Scratch<int>::uninitialised(3 * std::int64_t{n});
@@ -46,6 +49,10 @@ Failure postorder(std::span<const PositionRange> ranges, std::span<int> parent, 
         ordering.vertexAt[j] = newVertex[j];
         ordering.positionOf[newVertex[j]] = j;
     }
+    if (counts.empty()) return {};
+    const auto newCount = size;
+    for (int j = 0; j < n; ++j) newCount[newPosition[j]] = counts[j];
+    std::ranges::copy(newCount, counts.begin());
     return {};
 }
 

@@ -3,7 +3,7 @@
 #include <lintrix/engine/analysis/matching/bit_vector.h>
 #include <lintrix/engine/call/scalar.h>
 
-#include <cmath>
+#include <algorithm>
 #include <complex>
 #include <cstdio>
 #include <limits>
@@ -35,6 +35,12 @@ std::int64_t countRows(const CompressedRows<T>& matrix, Triangles triangles, std
     return std::accumulate(count.begin(), count.end(), std::int64_t{0});
 }
 
+template <class T>
+bool holdsZeros(const CompressedRows<T>& matrix) noexcept
+{
+    return std::ranges::find(matrix.a, T{}) != matrix.a.end();
+}
+
 // Counts become starts: row i begins at start[i + 1], until the filling moves that on by the row's length, to
 // where row i + 1 begins.
 void beginRows(std::span<int> start) noexcept
@@ -47,8 +53,50 @@ void beginRows(std::span<int> start) noexcept
 template <class T>
 double magnitudeOf(const T& x) noexcept
 {
-    return std::fmin(modulus(x), std::numeric_limits<double>::max());
+    constexpr double largest = std::numeric_limits<double>::max();
+    const double size = modulus(x);
+    return size < largest ? size : largest; // of NaN, too
 }
+
+namespace {
+
+Failure allocateEntries(std::int64_t entries, csr_new& record) noexcept
+{
+    record.nnz = static_cast<int>(entries);
+    record.ja = Scratch<int>::uninitialised(entries);
+    record.m = Scratch<double>::uninitialised(entries);
+    const bool isThere = record.ja && record.m;
+    return isThere ? Failure{} : outOfMemory(BlockCode::MatchingWork, missingBytes(record.ja, record.m));
+}
+
+// The rows as they are, in one run over all of them.
+template <class T>
+Failure copyWhole(const CompressedRows<T>& matrix, csr_new& record) noexcept
+{
+    if (const Failure failure = allocateEntries(static_cast<std::int64_t>(matrix.a.size()), record))
+        return failure;
+    std::ranges::copy(matrix.ia, record.ia.get());
+    std::ranges::copy(matrix.ja, record.ja.get());
+    std::ranges::transform(matrix.a, record.m.get(), magnitudeOf<T>);
+    return {};
+}
+
+template <class T>
+Failure copyEntries(const CompressedRows<T>& matrix, Triangles triangles, csr_new& record) noexcept
+{
+    const std::int64_t entries = countRows(matrix, triangles, record.ia.span());
+    if (entries > std::numeric_limits<int>::max()) return overflow();
+    if (const Failure failure = allocateEntries(entries, record)) return failure;
+    beginRows(record.ia.span());
+    forEachNonZero(matrix, triangles, [&](int row, int column, int k) {
+        const int place = record.ia[row + 1]++;
+        record.ja[place] = column;
+        record.m[place] = magnitudeOf(matrix.a[k]);
+    });
+    return {};
+}
+
+} // namespace
 
 template <class T>
 Failure copyMagnitudes(const CompressedRows<T>& matrix, Triangles triangles, csr_new& record) noexcept
@@ -57,19 +105,9 @@ Failure copyMagnitudes(const CompressedRows<T>& matrix, Triangles triangles, csr
     fresh.n = matrix.rows();
     fresh.ia = Scratch<int>::zeroed(fresh.n + 1LL);
     if (!fresh.ia) return outOfMemory(BlockCode::MatchingWork, missingBytes(fresh.ia));
-    const std::int64_t entries = countRows(matrix, triangles, fresh.ia.span());
-    if (entries > std::numeric_limits<int>::max()) return overflow();
-    fresh.nnz = static_cast<int>(entries);
-    fresh.ja = Scratch<int>::uninitialised(entries);
-    fresh.m = Scratch<double>::uninitialised(entries);
-    if (!fresh.ja || !fresh.m) return outOfMemory(BlockCode::MatchingWork, missingBytes(fresh.ja, fresh.m));
-
-    beginRows(fresh.ia.span());
-    forEachNonZero(matrix, triangles, [&](int row, int column, int k) {
-        const int place = fresh.ia[row + 1]++;
-        fresh.ja[place] = column;
-        fresh.m[place] = magnitudeOf(matrix.a[k]);
-    });
+    const bool isWhole = triangles == Triangles::AsStored && !holdsZeros(matrix);
+    const Failure failure = isWhole ? copyWhole(matrix, fresh) : copyEntries(matrix, triangles, fresh);
+    if (failure) return failure;
     record = std::move(fresh);
     return {};
 }

@@ -5,8 +5,7 @@
 //
 // so that no other perfect matching has a larger sum of w, which is the logarithm of the product but for the
 // constant sum of c_j. The caller gets v_j = q_j - c_j. A column that is not matched yet has q_j = 0, and
-// u_i >= 0 throughout; so an augmenting path, whose length is a sum of at most n costs -w less duals of its
-// ends, is never longer than -n min w.
+// u_i >= 0 throughout.
 
 #include <lintrix/engine/analysis/matching/matching.h>
 
@@ -38,30 +37,10 @@ void findColumnMaxima(const csr_new& record, std::span<double> columnMaximum) no
     }
 }
 
-bool standOnDiagonal(std::span<const double> columnMaximum, const csr_new& record) noexcept
+void takeLogarithms(std::span<const double> columnMaximum, std::span<double> c) noexcept
 {
-    for (int i = 0; i < record.n; ++i) {
-        int k = record.ia[i];
-        while (k < record.ia[i + 1] && !(record.ja[k] == i && record.m[k] == columnMaximum[i])) ++k;
-        if (k == record.ia[i + 1]) return false;
-    }
-    return true;
-}
-
-void takeLogarithms(std::span<double> columnMaximum) noexcept
-{
-    for (double& c : columnMaximum) c = c > 0.0 ? std::log(c) : 0.0;
-}
-
-// Magnitudes become costs; the smallest of them returns.
-double replaceByCosts(csr_new& record, std::span<const double> logColumnMaximum) noexcept
-{
-    double smallest = 0.0;
-    for (int k = 0; k < record.nnz; ++k) {
-        record.m[k] = std::log(record.m[k]) - logColumnMaximum[record.ja[k]];
-        smallest = std::min(smallest, record.m[k]);
-    }
-    return smallest;
+    std::ranges::transform(columnMaximum, c.begin(),
+                           [](double largest) { return largest > 0.0 ? std::log(largest) : 0.0; });
 }
 
 /// What a search reads and writes of a column, side by side in memory.
@@ -79,40 +58,49 @@ struct Workspace {
         : columns(Scratch<Column>::uninitialised(n)), heap(Scratch<DistanceHeap::Item>::uninitialised(n)),
           placeInHeap(Scratch<int>::uninitialised(n)), entryOfRow(Scratch<int>::uninitialised(n)),
           reached(Scratch<int>::uninitialised(n)), ready(Scratch<int>::uninitialised(n)),
-          visited(Scratch<int>::zeroed(bvec_new::wordsFor(n))),
-          logColumnMaximum(Scratch<double>::uninitialised(n))
+          marks(Scratch<int>::zeroed(2 * bvec_new::wordsFor(n))),
+          columnMaximum(Scratch<double>::uninitialised(n))
     {
     }
     std::int64_t bytesMissing() const noexcept
     {
-        return missingBytes(columns, heap, placeInHeap, entryOfRow, reached, ready, visited,
-                            logColumnMaximum);
+        return missingBytes(columns, heap, placeInHeap, entryOfRow, reached, ready, marks, columnMaximum);
     }
 
     Scratch<Column> columns;
     Scratch<DistanceHeap::Item> heap;
-    Scratch<int> placeInHeap, entryOfRow, reached, ready, visited;
-    Scratch<double> logColumnMaximum;
+    Scratch<int> placeInHeap, entryOfRow, reached, ready;
+    Scratch<int> marks; ///< of columns, then of rows
+    Scratch<double> columnMaximum;
 };
 
 class Matcher {
 public:
-    Matcher(const csr_new& record, Matching& matching, const Workspace& work, double smallestCost) noexcept
+    Matcher(const csr_new& record, Matching& matching, const Workspace& work) noexcept
         : ia_(record.ia.span()), ja_(record.ja.span()), w_(record.m.span()), n_(record.n),
-          bound_((-static_cast<double>(n_) - 1.0) * smallestCost), columnOfRow_(matching.columnOfRow),
+          columnMaximum_(work.columnMaximum.span()), c_(matching.v), columnOfRow_(matching.columnOfRow),
           u_(matching.u), columns_(work.columns.span()), entryOfRow_(work.entryOfRow.span()),
-          reached_(work.reached.span()), ready_(work.ready.span()), visited_(work.visited.span()),
+          reached_(work.reached.span()), ready_(work.ready.span()),
+          visited_(work.marks.span().first(work.marks.span().size() / 2)),
+          costed_(work.marks.span().last(work.marks.span().size() / 2)),
           heap_(work.heap.span(), work.placeInHeap.span())
     {
-        std::fill(columnOfRow_.begin(), columnOfRow_.end(), -1);
-        std::fill(columns_.begin(), columns_.end(), Column{});
+    }
+
+    /// Gives rows their duals and the diagonal entries that are tight. @return  whether all rows have theirs
+    bool matchesDiagonal() noexcept
+    {
+        for (int i = 0; i < n_; ++i) size_ += startRow(i);
+        return size_ == n_;
     }
 
     /// The number of pairs, of those that are found by the time at which the work has to end.
     int run() noexcept
     {
-        initialiseRowDuals();
-        matchTightDiagonal();
+        std::ranges::fill(columns_, Column{});
+        for (int i = 0; i < n_; ++i) {
+            if (columnOfRow_[i] >= 0) columns_[i].row = i;
+        }
         matchTightEntries();
         for (int i = 0; i < n_ && WorkScope::goesOn(); ++i) {
             if (columnOfRow_[i] < 0) augmentFrom(i);
@@ -122,19 +110,64 @@ public:
     }
 
 private:
+    // Quotients of magnitudes tell the same as differences of logarithms, unless they are lost to underflow.
+    static constexpr double kLeastQuotient = 1e-290;
+
     double length(int row, int entry) const noexcept
     {
         return -(u_[row] + w_[entry] + columns_[ja_[entry]].q);
     }
 
+    // Logarithms take longer than all else here, and few rows are looked at again: those have costs in place
+    // of magnitudes.
+    void takeCosts(int row) noexcept
+    {
+        if (costed_.test(row)) return;
+        costed_.set(row);
+        for (int k = ia_[row]; k < ia_[row + 1]; ++k) w_[k] = std::log(w_[k]) - c_[ja_[k]];
+    }
+
     // q = 0 is feasible, since each column's largest cost is 0, and u_i is as large as it can be; q_j could
     // not be larger, for the row of that cost has u_i = 0.
-    void initialiseRowDuals() noexcept
+    // @return  whether the diagonal entry is tight then
+    bool startRow(int i) noexcept
     {
-        for (int i = 0; i < n_; ++i) {
-            const auto row = w_.subspan(ia_[i], ia_[i + 1] - ia_[i]);
-            u_[i] = row.empty() ? 0.0 : -*std::max_element(row.begin(), row.end());
+        double largest = 0.0, onDiagonal = 0.0;
+        int entry = -1, diagonal = -1;
+        for (int k = ia_[i]; k < ia_[i + 1]; ++k) {
+            const double quotient = w_[k] / columnMaximum_[ja_[k]];
+            if (quotient > largest) {
+                largest = quotient;
+                entry = k;
+            }
+            if (ja_[k] == i && quotient >= onDiagonal) {
+                onDiagonal = quotient;
+                diagonal = k;
+            }
         }
+        if (largest < kLeastQuotient) return startSmallRow(i);
+        u_[i] = largest == 1.0 ? 0.0 : c_[ja_[entry]] - std::log(w_[entry]);
+        return startMatch(i, onDiagonal == largest ? diagonal : -1);
+    }
+
+    bool startSmallRow(int i) noexcept
+    {
+        takeCosts(i);
+        const auto row = w_.subspan(ia_[i], ia_[i + 1] - ia_[i]);
+        const double largest = row.empty() ? 0.0 : *std::ranges::max_element(row);
+        u_[i] = -largest;
+        int diagonal = -1;
+        for (int k = ia_[i]; k < ia_[i + 1]; ++k) {
+            if (ja_[k] == i && w_[k] == largest) diagonal = k;
+        }
+        return startMatch(i, diagonal);
+    }
+
+    bool startMatch(int i, int diagonal) noexcept
+    {
+        entryOfRow_[i] = diagonal;
+        columnOfRow_[i] = diagonal < 0 ? -1 : i;
+        return diagonal >= 0;
     }
 
     void match(int row, int entry) noexcept
@@ -142,18 +175,6 @@ private:
         columnOfRow_[row] = ja_[entry];
         columns_[ja_[entry]].row = row;
         entryOfRow_[row] = entry;
-    }
-
-    void matchTightDiagonal() noexcept
-    {
-        for (int i = 0; i < n_; ++i) {
-            for (int k = ia_[i]; k < ia_[i + 1] && columnOfRow_[i] < 0; ++k) {
-                if (ja_[k] == i && length(i, k) <= 0.0) {
-                    match(i, k);
-                    ++size_;
-                }
-            }
-        }
     }
 
     // Cheap assignment: a free row takes a tight free column, or the tight column of a row that can move on
@@ -170,6 +191,7 @@ private:
 
     bool takeFreeColumn(int row, std::span<int> cursor) noexcept
     {
+        takeCosts(row);
         for (int& k = cursor[row]; k < ia_[row + 1]; ++k) {
             if (length(row, k) > 0.0 || columns_[ja_[k]].row >= 0) continue;
             match(row, k);
@@ -195,7 +217,7 @@ private:
     void augmentFrom(int root) noexcept
     {
         reachedCount_ = readyCount_ = 0;
-        shortest_ = bound_;
+        shortest_ = kUnreached;
         freeColumn_ = -1;
         relax(root, 0.0);
         for (int column = nextColumn(); column >= 0; column = nextColumn()) {
@@ -229,6 +251,7 @@ private:
     // stack, those beyond it in the heap.
     void relax(int row, double base) noexcept
     {
+        takeCosts(row);
         for (int k = ia_[row]; k < ia_[row + 1]; ++k) {
             const int j = ja_[k];
             if (visited_.test(j)) continue;
@@ -284,17 +307,19 @@ private:
     }
 
     // Many searches leave rounding errors in the duals. Where an entry has become shorter than 0 by more than
-    // the rounding of its own sum, its column gives way, and the column's row is looked at again. The number
-    // of looks is limited, for around a cycle of length 0 the errors could chase each other.
+    // the rounding of its own sum, its column gives way, and the column's row is looked at again. Rows that
+    // no search has met have the duals that they began with, below which no entry falls. The number of looks
+    // is limited, for around a cycle of length 0 the errors could chase each other.
     void removeDrift() noexcept
     {
         const std::span<int> stack = ready_;
         const bvec_new waiting = visited_; // all clear after the last search
+        int count = 0;
         for (int i = 0; i < n_; ++i) {
-            stack[i] = i;
+            if (!costed_.test(i)) continue;
+            stack[count++] = i;
             waiting.set(i);
         }
-        int count = n_;
         for (std::int64_t looks = kLooksPerRow * std::int64_t{n_}; count > 0 && looks > 0; --looks) {
             const int row = stack[--count];
             waiting.reset(row);
@@ -315,14 +340,15 @@ private:
         const double rounding = kEps * (std::abs(u_[row]) + std::abs(w_[entry]) + std::abs(column.q));
         if (column.row == row || excess <= rounding) return false;
         column.q -= excess;
+        takeCosts(column.row);
         tightenRowOf(ja_[entry]);
         return true;
     }
 
     std::span<const int> ia_, ja_;
-    std::span<const double> w_;
+    std::span<double> w_; ///< the magnitudes, in rows that have been looked at the costs
     int n_;
-    double bound_;
+    std::span<const double> columnMaximum_, c_;
 
     std::span<int> columnOfRow_;
     std::span<double> u_;
@@ -334,22 +360,12 @@ private:
     std::span<int> reached_;
     std::span<int> ready_;
     bvec_new visited_;
+    bvec_new costed_; ///< rows
     DistanceHeap heap_;
     int reachedCount_ = 0, readyCount_ = 0;
-    double shortest_ = 0.0; ///< length of the path to freeColumn_, or the bound while there is none
+    double shortest_ = 0.0; ///< length of the path to freeColumn_
     int freeColumn_ = -1;
 };
-
-// No product is larger than that of the columns' largest magnitudes: where they stand on the diagonal, that
-// is the matching, all u_i and q_j are 0, and nothing has to be sought.
-void matchDiagonal(std::span<const double> logColumnMaximum, Matching& matching) noexcept
-{
-    matching.size = static_cast<int>(logColumnMaximum.size());
-    std::iota(matching.columnOfRow.begin(), matching.columnOfRow.end(), 0);
-    std::iota(matching.rowOfColumn.begin(), matching.rowOfColumn.end(), 0);
-    std::ranges::fill(matching.u, 0.0);
-    std::ranges::transform(logColumnMaximum, matching.v.begin(), std::negate<>());
-}
 
 } // namespace
 
@@ -358,20 +374,20 @@ Failure matchMaximumProduct(csr_new& record, Matching& matching) noexcept
     const Workspace work(record.n);
     if (const std::int64_t bytes = work.bytesMissing(); bytes > 0)
         return outOfMemory(BlockCode::MatchingScratch, bytes);
-    const std::span<double> c = work.logColumnMaximum.span();
-    findColumnMaxima(record, c);
-    const bool isDiagonal = standOnDiagonal(c, record);
-    takeLogarithms(c);
-    if (isDiagonal) {
-        matchDiagonal(c, matching);
+    findColumnMaxima(record, work.columnMaximum.span());
+    takeLogarithms(work.columnMaximum.span(), matching.v);
+    Matcher matcher(record, matching, work);
+    if (matcher.matchesDiagonal()) {
+        matching.size = record.n;
+        std::ranges::copy(matching.columnOfRow, matching.rowOfColumn.begin());
+        std::ranges::transform(matching.v, matching.v.begin(), std::negate<>());
         return {};
     }
-    const double smallestCost = replaceByCosts(record, c);
-    matching.size = Matcher(record, matching, work, smallestCost).run();
+    matching.size = matcher.run();
     if (!WorkScope::goesOn()) return stopped();
     for (int j = 0; j < record.n; ++j) {
         matching.rowOfColumn[j] = work.columns[j].row;
-        matching.v[j] = work.columns[j].q - c[j];
+        matching.v[j] = work.columns[j].q - matching.v[j];
     }
     return matching.size == record.n ? Failure{} : Failure{Error::Matching, -matching.size};
 }

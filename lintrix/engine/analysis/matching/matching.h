@@ -30,8 +30,9 @@ struct Matching {
 /// structural rank all the same. Among entries that weigh the same the diagonal is preferred: it keeps the
 /// pattern's symmetry. The result depends on the input alone.
 ///
-/// `record` holds magnitudes above zero and none that is not finite. Its values are replaced by costs,
-/// w_ij = ln |a_ij| - ln(largest of column j) <= 0, unless the largest of all columns stand on the diagonal.
+/// `record` holds magnitudes above zero and none that is not finite. Rows that a search looks at have costs
+/// in their place afterwards, w_ij = ln |a_ij| - ln(largest of column j) <= 0; where all tight diagonal
+/// entries make up the matching, there are none.
 ///
 /// Failures: -402; Matching with internal -size when not perfect.
 /// Cost: a pass or two for most matrices; at worst n shortest paths of O(nnz + n log n) each.

@@ -25,8 +25,9 @@ Failure LightElimination::run(const Pattern& pattern, std::span<int> order)
     return {};
 }
 
-Failure LightElimination::runOn(const Graph& graph, std::span<int> order)
+Failure LightElimination::runOn(const Graph& graph, std::span<int> order, std::span<int> counts)
 {
+    counts_ = counts;
     const auto cells = static_cast<std::int64_t>(graph.neighbours.size());
     if (const Failure failure = allocate(graph.vertices(), cells)) return failure;
     copyLists(graph);
@@ -110,6 +111,7 @@ void LightElimination::leaveOutDense(std::span<int> order)
     }
     vertices_ = last;
     cost_.add(n - last, 0);
+    if (!counts_.empty()) std::ranges::fill(counts_.subspan(static_cast<std::size_t>(last)), 0);
 }
 
 // Leaves first, until there are none: next to one, a vertex of degree 2 would make an edge that nobody needs.
@@ -153,9 +155,11 @@ int LightElimination::keepLight()
 int LightElimination::eliminate(int v, std::span<int> order)
 {
     const auto [a, b] = endsOf(v);
+    const int degree = std::exchange(vertexOf_[v].degree, kGone);
+    if (!counts_.empty()) counts_[static_cast<std::size_t>(eliminated_)] = degree + 1;
     order[eliminated_++] = v;
     --vertices_;
-    cost_.add(1, std::exchange(vertexOf_[v].degree, kGone));
+    cost_.add(1, degree);
     if (a != kNone) touch(a);
     if (b != kNone) touch(b);
     if (b != kNone)

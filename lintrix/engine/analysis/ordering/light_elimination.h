@@ -29,7 +29,9 @@ public:
     /// degree. @return  {Reordering, kBadPattern}, outOfMemory(Transient), overflow()
     LINTRIX_TESTABLE Failure run(const Pattern& pattern, std::span<int> order);
     /// The same of a graph that is there already. @return  outOfMemory(Transient)
-    LINTRIX_TESTABLE Failure runOn(const Graph& graph, std::span<int> order);
+    /// `counts`, unless empty, receives the entries of each column of the factor beside `order`, dense
+    /// vertices in none of them and with 0 for themselves.
+    LINTRIX_TESTABLE Failure runOn(const Graph& graph, std::span<int> order, std::span<int> counts = {});
 
     /// Of those at the front; the dense ones count as a full block, and not in the columns before it.
     const EliminationCost& cost() const noexcept { return cost_; }
@@ -68,6 +70,7 @@ private:
     std::span<int> listOf(int v) const;
     std::pair<int, int> endsOf(int v) const;
 
+    std::span<int> counts_;
     Scratch<Vertex> vertexOf_;
     Scratch<int> neighbours_;
     Scratch<int> light_, touched_; ///< what a pass may take, and what it leaves for the next one

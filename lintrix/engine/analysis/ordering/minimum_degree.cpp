@@ -17,27 +17,28 @@ bool isNetwork(const Graph& graph)
     return kShare * light >= graph.vertices();
 }
 
-Failure orderNetwork(const Graph& graph, int delta, int bound, std::span<int> vertexAt)
+Failure orderNetwork(const Graph& graph, int delta, int bound, std::span<int> vertexAt, std::span<int> counts)
 {
     LightElimination light;
-    if (const Failure failure = light.runOn(graph, vertexAt)) return failure;
+    if (const Failure failure = light.runOn(graph, vertexAt, counts)) return failure;
     MultipleElimination elimination;
-    return orderRest(light, delta, bound,
-                     vertexAt.subspan(static_cast<std::size_t>(light.eliminated()),
-                                      static_cast<std::size_t>(light.vertices())),
-                     elimination);
+    const auto first = static_cast<std::size_t>(light.eliminated()),
+               rest = static_cast<std::size_t>(light.vertices());
+    return orderRest(light, delta, bound, vertexAt.subspan(first, rest), elimination,
+                     counts.empty() ? counts : counts.subspan(first, rest));
 }
 
-Failure orderVertices(const Graph& graph, int delta, int bound, std::span<int> vertexAt)
+Failure orderVertices(const Graph& graph, int delta, int bound, std::span<int> vertexAt,
+                      std::span<int> counts)
 {
-    if (isNetwork(graph)) return orderNetwork(graph, delta, bound, vertexAt);
-    return MultipleElimination().run(graph, delta, {}, bound, vertexAt);
+    if (isNetwork(graph)) return orderNetwork(graph, delta, bound, vertexAt, counts);
+    return MultipleElimination().run(graph, delta, {}, bound, vertexAt, counts);
 }
 
 } // namespace
 
 Failure orderRest(LightElimination& light, int delta, int bound, std::span<int> order,
-                  MultipleElimination& elimination)
+                  MultipleElimination& elimination, std::span<int> counts)
 {
     if (order.empty()) return {};
     const auto starts = Scratch<int>::uninitialised(std::int64_t{light.vertices()} + 1);
@@ -46,14 +47,14 @@ Failure orderRest(LightElimination& light, int delta, int bound, std::span<int> 
     if (!starts || !neighbours || !names)
         return outOfMemory(BlockCode::Transient, missingBytes(starts, neighbours, names));
     const Graph graph = light.writeRest(starts.span(), neighbours.span(), names.span());
-    if (const Failure failure = elimination.run(graph, delta, {}, bound, order)) return failure;
+    if (const Failure failure = elimination.run(graph, delta, {}, bound, order, counts)) return failure;
     for (int& v : order) v = names[v];
     return {};
 }
 
-Failure minimumDegree(const Graph& graph, int delta, Ordering ordering, int bound)
+Failure minimumDegree(const Graph& graph, int delta, Ordering ordering, int bound, std::span<int> counts)
 {
-    if (const Failure failure = orderVertices(graph, delta, bound, ordering.vertexAt)) return failure;
+    if (const Failure failure = orderVertices(graph, delta, bound, ordering.vertexAt, counts)) return failure;
     for (int position = 0; const int v : ordering.vertexAt) {
         ordering.positionOf[static_cast<std::size_t>(v)] = position++;
     }

@@ -23,15 +23,19 @@ inline constexpr int kLargestMark = 0x7fffffff;
 /// change the order. The same graph gets the same ordering every time. Workspace: edges * 1.2 + 16 n
 /// integers, at most, and in networks another edges + 7 n.
 ///
+/// `counts`, unless empty, receives the entries of each column of the factor, by position; the last is 0
+/// where vertices were dense (`isDense`), and then none can be relied on.
+///
 /// In networks, where a quarter of the vertices has two neighbours or fewer, those that have, or come to have
 /// them, go first and without a quotient graph (LightElimination).
 /// @return  outOfMemory(Transient), overflow() as for MultipleElimination::run; the ordering is then
 /// undefined
 LINTRIX_TESTABLE Failure minimumDegree(const Graph& graph, int delta, Ordering ordering,
-                                       int bound = kLargestMark);
+                                       int bound = kLargestMark, std::span<int> counts = {});
 
-/// What `light` leaves of its graph, in the same way: `order` has a place for each vertex that remains.
+/// What `light` leaves of its graph, in the same way: `order`, and `counts` unless empty, have a place for
+/// each vertex that remains.
 Failure orderRest(LightElimination& light, int delta, int bound, std::span<int> order,
-                  MultipleElimination& elimination);
+                  MultipleElimination& elimination, std::span<int> counts = {});
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -20,10 +20,11 @@ bool isDense(int degree, int vertices)
 }
 
 Failure MultipleElimination::run(const Graph& graph, int delta, std::span<const std::uint8_t> stages,
-                                 int bound, std::span<int> order)
+                                 int bound, std::span<int> order, std::span<int> counts)
 {
     stages_ = stages;
     order_ = order;
+    counts_ = counts;
     if (const Failure failure = allocate(graph.vertices())) return failure;
     leaveOutDense(graph);
     if (const Failure failure = remaining_.load(graph, dense_.span(), stages, bound)) return failure;
@@ -89,6 +90,13 @@ void MultipleElimination::eliminate(int p)
         v = remaining_.nextMember(v);
     } while (v != p);
     cost_.add(static_cast<std::int64_t>(ordered_ - before), remaining_.degree(p));
+    if (!counts_.empty()) tellCounts(before, remaining_.degree(p));
+}
+
+// Of the vertices that went last, each of which has those behind it among its rows.
+void MultipleElimination::tellCounts(std::size_t first, int boundary)
+{
+    for (std::size_t k = first; k < ordered_; ++k) counts_[k] = static_cast<int>(ordered_ - k) + boundary;
 }
 
 void MultipleElimination::appendDense(const Graph& graph)
@@ -98,6 +106,7 @@ void MultipleElimination::appendDense(const Graph& graph)
         if (dense_[v] != 0) order_[ordered_++] = v;
     }
     std::ranges::sort(last, {}, [&](int v) { return std::pair(graph.degree(v), v); });
+    if (!counts_.empty()) std::ranges::fill(counts_.last(last.size()), 0);
     cost_.add(static_cast<std::int64_t>(last.size()), 0);
 }
 

@@ -41,8 +41,11 @@ public:
     /// all that have a lower stages[v] are eliminated, dense ones apart.
     /// @return  stopped(); outOfMemory(Transient); overflow() when 2^31 - 1 cells do not hold edges and
     /// vertices
+    ///
+    /// `counts`, unless empty, receives the entries of each column of the factor by position, its diagonal
+    /// among them: what a pivot touches is just what stands below it. Dense vertices are in none, and have 0.
     Failure run(const Graph& graph, int delta, std::span<const std::uint8_t> stages, int bound,
-                std::span<int> order);
+                std::span<int> order, std::span<int> counts = {});
 
     /// Of the order found. The dense vertices count as a full block at the end, and not in the columns before
     /// it.
@@ -54,6 +57,7 @@ private:
     void eliminateStage(int stage, int delta);
     void eliminatePass(int limit);
     void eliminate(int p);
+    void tellCounts(std::size_t first, int boundary);
     void appendDense(const Graph& graph);
 
     QuotientGraph remaining_;
@@ -62,7 +66,7 @@ private:
     Scratch<int> touched_; ///< variables whose degree has changed in this pass
     int touchedCount_ = 0;
     std::span<const std::uint8_t> stages_;
-    std::span<int> order_;
+    std::span<int> order_, counts_;
     std::size_t ordered_ = 0; ///< positions filled
     EliminationCost cost_{};
 };

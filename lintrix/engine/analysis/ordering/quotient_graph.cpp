@@ -1,6 +1,9 @@
 #include <lintrix/engine/analysis/ordering/quotient_graph.h>
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -282,9 +285,34 @@ void QuotientGraph::joinMembers(int v, int other)
 
 void QuotientGraph::mergeTwins(std::span<const int> boundary)
 {
-    const auto bucketOf = [&](int v) -> int& {
-        return buckets_[nodes_[v].hash % static_cast<unsigned>(vertices_)];
-    };
+    if (boundary.size() <= kShortBoundary)
+        mergeTwinsByPairs(boundary);
+    else
+        mergeTwinsByBuckets(boundary);
+}
+
+// Those of a hash are chained up, the last of them first.
+void QuotientGraph::mergeTwinsByPairs(std::span<const int> boundary)
+{
+    std::array<unsigned, kShortBoundary> hashes;
+    for (std::size_t k = 0; k < boundary.size(); ++k) hashes[k] = nodes_[boundary[k]].hash;
+    for (std::size_t last = boundary.size(); last-- > 1;) {
+        const int v = boundary[last];
+        if (weights_[v] == 0) continue;
+        int end = v;
+        for (std::size_t k = last; k-- > 0;) {
+            if (hashes[k] != hashes[last] || weights_[boundary[k]] == 0) continue;
+            end = nodes_[end].next = boundary[k];
+        }
+        nodes_[end].next = kNone;
+        mergeTwinsOf(v);
+    }
+}
+
+void QuotientGraph::mergeTwinsByBuckets(std::span<const int> boundary)
+{
+    const unsigned mask = std::bit_floor(static_cast<unsigned>(vertices_)) - 1;
+    const auto bucketOf = [&](int v) -> int& { return buckets_[nodes_[v].hash & mask]; };
     for (const int v : boundary) {
         if (weights_[v] != 0) nodes_[v].next = std::exchange(bucketOf(v), v);
     }
@@ -293,7 +321,7 @@ void QuotientGraph::mergeTwins(std::span<const int> boundary)
     }
 }
 
-// Merges into v those behind it in its bucket that have the same list.
+// Merges into v those chained up behind it that have the same list.
 void QuotientGraph::mergeTwinsOf(int v)
 {
     Node& first = nodes_[v];

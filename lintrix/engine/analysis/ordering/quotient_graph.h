@@ -6,6 +6,7 @@
 #include <lintrix/engine/call/failure.h>
 #include <lintrix/engine/call/memory.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace Velmar::Lintrix::detail::engine {
@@ -54,12 +55,15 @@ public:
     int nextMember(int v) const { return nextMember_[v]; }
 
 private:
+    /// Of so many variables, each is compared with each: the buckets of all hashes lie too far apart.
+    static constexpr std::size_t kShortBoundary = 16;
+
     struct Node {
         int start;     ///< of the list
         int length;    ///< of the list
         int elements;  ///< of a variable: how many names at the head of its list are elements
         int degree;    ///< bound of the external degree; weight of the boundary
-        int next;      ///< in the bucket of its hash
+        int next;      ///< among those of its hash
         unsigned hash; ///<
     };
 
@@ -87,6 +91,8 @@ private:
     void dropIntoOnlyNeighbour(int p, int v);
 
     void mergeTwins(std::span<const int> boundary);
+    void mergeTwinsByPairs(std::span<const int> boundary);
+    void mergeTwinsByBuckets(std::span<const int> boundary);
     void mergeTwinsOf(int v);
     bool isMarkedTwin(const Node& a, const Node& b) const;
     void joinMembers(int v, int other);

@@ -17,6 +17,7 @@ void placePanels(Handle handle)
     control.set(WideWord::UpperElements, sizes.upper);
     control.set(WideWord::LowerNonZeros, sizes.fill);
     control.set(WideWord::LargestUpdate, sizes.largestUpdate);
+    control.set(WideWord::Updates, sizes.updates);
 }
 
 Failure listUpdates(Handle handle)

@@ -15,35 +15,46 @@ namespace {
 
 constexpr int kEntriesAhead = 16;
 
+/// Where an entry stands in the order of elimination.
+struct Position {
+    int row, column;
+};
+
 class EntryMapper {
 public:
     EntryMapper(const RowPattern& A, std::span<const int> columnOfRow, const Ordering& ordering,
-                const FactorStructure& structure, bool symmetricStorage, const EntryMaps& maps)
+                const FactorStructure& structure, bool symmetricStorage, const EntryMaps& maps,
+                std::span<Position> positionOf)
         : A_(A), columnOfRow_(columnOfRow), ordering_(ordering), structure_(structure),
-          symmetricStorage_(symmetricStorage), maps_(maps)
+          symmetricStorage_(symmetricStorage), maps_(maps), positionOf_(positionOf)
     {
     }
 
     // False: the work has to end, and the maps are unfinished.
     bool goesOn() const { return asking_.goesOn(); }
 
-    // Counting sort by supernode. firstEntry[J + 1] runs from the start of J to its end; the place of an
-    // entry holds the position of its row until the place itself is known.
+    // Counting sort by supernode. firstEntry[J + 1] runs from the start of J to its end; until places are
+    // known, theirs hold the supernode of each entry, in the order of A.
     void sortBySupernode()
     {
-        const std::span<int> next = maps_.firstEntry;
+        const std::span<int> next = maps_.firstEntry, supernodeOf = maps_.place;
         std::fill(next.begin(), next.end(), 0);
-        forEachEntry([&](int, int row, int column) { ++next[supernodeOf(row, column) + 1]; });
+        forEachEntry([&](int entry, Position position) {
+            const int J = structure_.supernodeOf[std::min(position.row, position.column)];
+            positionOf_[entry] = position;
+            supernodeOf[entry] = J;
+            ++next[J + 1];
+        });
         for (int J = 0, sum = 0; J < structure_.supernodes(); ++J) {
             const int entries = next[J + 1];
             next[J + 1] = sum;
             sum += entries;
         }
-        forEachEntry([&](int entry, int row, int column) {
-            const int k = next[supernodeOf(row, column) + 1]++;
-            maps_.source[k] = entry;
-            maps_.place[k] = row;
-        });
+        WorkShare share(asking_);
+        for (int entry = 0; entry < static_cast<int>(supernodeOf.size()); ++entry) {
+            if (entry % kEntriesTogether == 0 && !share.add(kCellsOfAnEntry * kEntriesTogether)) return;
+            maps_.source[next[supernodeOf[entry] + 1]++] = entry;
+        }
     }
 
     // Each thread has n numbers of `work`.
@@ -61,6 +72,7 @@ public:
 
 private:
     static constexpr double kCellsOfAnEntry = 8.0; // wherever they stand
+    static constexpr int kEntriesTogether = 4096;  // between two questions whether the work goes on
 
     // `index[row]` is where a row of the supernode at work stands in its list.
     void findPlaces(int firstJ, int behindJ, std::span<int> index)
@@ -74,9 +86,8 @@ private:
             for (std::size_t i = 0; i < rows.size(); ++i) index[rows[i]] = static_cast<int>(i);
             for (int k = maps_.firstEntry[J]; k < maps_.firstEntry[J + 1]; ++k) {
                 // They lie all over A: those to come are brought near meanwhile.
-                __builtin_prefetch(&A_.columns[maps_.source[std::min(k + kEntriesAhead, entries - 1)]]);
-                const int column = ordering_.positionOf[A_.columns[maps_.source[k]]];
-                maps_.place[k] = placeOf(J, maps_.place[k], column, index);
+                __builtin_prefetch(&positionOf_[maps_.source[std::min(k + kEntriesAhead, entries - 1)]]);
+                maps_.place[k] = placeOf(J, positionOf_[maps_.source[k]], index);
             }
         }
     }
@@ -88,16 +99,14 @@ private:
         for (int i = 0; i < A_.order(); ++i) {
             if (!share.add(kCellsOfAnEntry * (A_.starts[i + 1] - A_.starts[i]))) return;
             const int row = ordering_.positionOf[columnOfRow_.empty() ? i : columnOfRow_[i]];
-            for (int entry = A_.starts[i]; entry < A_.starts[i + 1]; ++entry) {
-                visit(entry, row, ordering_.positionOf[A_.columns[entry]]);
-            }
+            for (int entry = A_.starts[i]; entry < A_.starts[i + 1]; ++entry)
+                visit(entry, {row, ordering_.positionOf[A_.columns[entry]]});
         }
     }
 
-    int supernodeOf(int row, int column) const { return structure_.supernodeOf[std::min(row, column)]; }
-
-    int placeOf(int J, int row, int column, std::span<const int> index) const
+    int placeOf(int J, Position position, std::span<const int> index) const
     {
+        const auto [row, column] = position;
         const int first = structure_.starts[J], height = structure_.height(J), width = structure_.width(J);
         const int inList = index[std::max(row, column)], inBlock = std::min(row, column) - first;
         const bool lower = row >= column; // by chance, so that choices of numbers beat jumps
@@ -114,7 +123,8 @@ private:
     const FactorStructure& structure_;
     bool symmetricStorage_;
     const EntryMaps& maps_;
-    WorkMeter asking_{0.0}; // tells nothing
+    std::span<Position> positionOf_; // by entry
+    WorkMeter asking_{0.0};          // tells nothing
 };
 
 bool panelsFit(const FactorStructure& structure)
@@ -135,8 +145,9 @@ Failure mapEntries(const RowPattern& A, std::span<const int> columnOfRow, const 
     if (!panelsFit(structure)) return overflow();
     threads = threadsRepaidBy(structure.rowStarts.back(), threads);
     const auto index = Scratch<int>::uninitialised(std::int64_t{A.order()} * threads);
-    if (!index) return outOfMemory(BlockCode::Transient, missingBytes(index));
-    EntryMapper mapper(A, columnOfRow, ordering, structure, symmetricStorage, maps);
+    const auto positionOf = Scratch<Position>::uninitialised(static_cast<std::int64_t>(A.columns.size()));
+    if (!index || !positionOf) return outOfMemory(BlockCode::Transient, missingBytes(index, positionOf));
+    EntryMapper mapper(A, columnOfRow, ordering, structure, symmetricStorage, maps, positionOf.span());
     mapper.sortBySupernode();
     if (mapper.goesOn()) mapper.findPlaces(threads, index.span());
     return mapper.goesOn() ? Failure{} : stopped();

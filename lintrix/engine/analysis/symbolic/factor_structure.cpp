@@ -1,5 +1,6 @@
 #include <lintrix/engine/analysis/symbolic/factor_structure.h>
 
+#include <lintrix/engine/analysis/graph/elimination_tree.h>
 #include <lintrix/engine/call/memory.h>
 #include <lintrix/services/work.h>
 
@@ -10,121 +11,77 @@ namespace Velmar::Lintrix::detail::engine {
 
 namespace {
 
-// Builds the row lists, supernode after supernode. Children hang in lists by parent, threaded through one
-// array.
+// Builds the row lists, row after row: a row stands in the lists of all supernodes on the ways up the tree
+// from the entries left of its diagonal to its own.
 class RowLists {
 public:
-    RowLists(const Graph& graph, const FactorStructure& structure, std::span<int> rows, std::span<int> work)
-        : graph_(graph), structure_(structure), rows_(rows), markedBy_(part(work, 0)), added_(part(work, 1)),
-          firstChild_(part(work, 2)), nextChild_(part(work, 3))
+    RowLists(const FactorStructure& structure, std::span<const int> parent, std::span<int> rows)
+        : structure_(structure), rows_(rows), ways_(Scratch<Way>::uninitialised(structure.supernodes()))
     {
-        std::fill(markedBy_.begin(), markedBy_.end(), -1);
-        std::fill(firstChild_.begin(), firstChild_.end(), -1);
+        for (int J = 0; ways_ && J < structure.supernodes(); ++J) begin(J, parent);
     }
 
+    std::int64_t missingBytes() const { return ways_.missingBytes(); }
+
     // Returns whether all are filled: else the work has to end.
-    bool fill()
+    bool fill(const Graph& earlier, const Ordering& ordering)
     {
         const WorkMeter asking(0.0); // tells nothing
         WorkShare share(asking);
-        for (int J = 0; J < structure_.supernodes(); ++J) {
-            if (!share.add(kCellsOfARow * structure_.height(J))) return false;
-            fillOne(J);
-            if (const int p = structure_.parent(J); p >= 0) {
-                nextChild_[J] = firstChild_[p];
-                firstChild_[p] = J;
-            }
+        for (int row = 0; row < earlier.vertices(); ++row) {
+            int entered = 0;
+            ways_[structure_.supernodeOf[row]].lastRow = row;
+            for (const int u : earlier.of(ordering.vertexAt[row]))
+                entered += enter(row, structure_.supernodeOf[ordering.positionOf[u]]);
+            if (!share.add(kCellsOfARow * (1.0 + entered))) return false;
         }
         return true;
     }
 
 private:
-    static constexpr double kCellsOfARow = 8.0; // which several children hand up
+    static constexpr double kCellsOfARow = 8.0; // wherever the lists lie
 
-    std::span<int> part(std::span<int> work, std::size_t which) const
+    struct Way {
+        int lastRow; // that came by
+        int parent;
+        std::int64_t end; // of the list so far
+    };
+
+    void begin(int J, std::span<const int> parent)
     {
-        const std::size_t n = static_cast<std::size_t>(graph_.vertices());
-        return work.subspan(which * n, n);
+        const int above = parent[static_cast<std::size_t>(structure_.starts[J + 1]) - 1];
+        int* const list = rows_.data() + structure_.rowStarts[J];
+        std::iota(list, list + structure_.width(J), structure_.starts[J]);
+        ways_[J] = {kRoot, above == kRoot ? kRoot : structure_.supernodeOf[above],
+                    structure_.rowStarts[J] + structure_.width(J)};
     }
 
-    std::span<int> below(int J) const
+    // From supernode J up to where the row has come by. @return  the lists that it came to
+    int enter(int row, int J)
     {
-        return rows_.subspan(static_cast<std::size_t>(structure_.rowStarts[J] + structure_.width(J)),
-                             static_cast<std::size_t>(structure_.height(J) - structure_.width(J)));
-    }
-
-    // The rows of child C behind the columns of J, sorted.
-    std::span<const int> handedUp(int C, int J) const
-    {
-        const std::span<const int> list = structure_.rowsBelow(C);
-        return list.subspan(static_cast<std::size_t>(
-            std::lower_bound(list.begin(), list.end(), structure_.starts[J + 1]) - list.begin()));
-    }
-
-    std::span<const int> longestHandedUp(int J) const
-    {
-        std::span<const int> longest;
-        for (int C = firstChild_[J]; C >= 0; C = nextChild_[C]) {
-            if (const auto list = handedUp(C, J); list.size() > longest.size()) longest = list;
+        int lists = 0;
+        for (Way* way = &ways_[J]; way->lastRow != row; way = &ways_[way->parent], ++lists) {
+            way->lastRow = row;
+            rows_[static_cast<std::size_t>(way->end++)] = row;
         }
-        return longest;
+        return lists;
     }
 
-    void fillOne(int J)
-    {
-        const std::span<int> list = below(J);
-        std::iota(list.data() - structure_.width(J), list.data(), structure_.starts[J]);
-        const std::span<const int> longest = longestHandedUp(J);
-        if (longest.size() == list.size()) { // nothing can come in addition
-            std::copy(longest.begin(), longest.end(), list.begin());
-        } else {
-            join(J, longest, list);
-        }
-    }
-
-    void join(int J, std::span<const int> longest, std::span<int> list)
-    {
-        for (const int row : longest) markedBy_[row] = J;
-        int *const firstAdded = added_.data(), *end = firstAdded;
-        const auto add = [&](int row) {
-            if (markedBy_[row] == J) return;
-            markedBy_[row] = J;
-            *end++ = row;
-        };
-        for (int C = firstChild_[J]; C >= 0; C = nextChild_[C]) {
-            const auto other = handedUp(C, J);
-            if (other.data() != longest.data()) std::for_each(other.begin(), other.end(), add);
-        }
-        for (int j = structure_.starts[J]; j < structure_.starts[J + 1]; ++j) {
-            const auto inA = graph_.of(j);
-            std::for_each(std::lower_bound(inA.begin(), inA.end(), structure_.starts[J + 1]), inA.end(), add);
-        }
-        std::sort(firstAdded, end);
-        std::merge(longest.begin(), longest.end(), firstAdded, end, list.begin());
-    }
-
-    const Graph& graph_;
     const FactorStructure& structure_;
     std::span<int> rows_;
-    std::span<int> markedBy_; // by row: the supernode that has it in its list
-    std::span<int> added_;    // rows that the longest child's list does not have
-    std::span<int> firstChild_, nextChild_;
+    Scratch<Way> ways_;
 };
 
-// Supernode K gives to each supernode that owns rows of K one update: K's rows from there on by K's rows
-// there.
-std::int64_t largestUpdate(const FactorStructure& structure)
+void addUpdates(const FactorStructure& structure, FactorSizes& sizes)
 {
-    std::int64_t largest = 0;
-    for (int K = 0; K < structure.supernodes(); ++K) {
-        const std::span<const int> rows = structure.rowsBelow(K);
-        for (std::size_t from = 0, to = 0; from < rows.size(); from = to) {
-            const int J = structure.supernodeOf[rows[from]];
-            while (to < rows.size() && structure.supernodeOf[rows[to]] == J) ++to;
-            largest = std::max(largest, static_cast<std::int64_t>((rows.size() - from) * (to - from)));
-        }
-    }
-    return largest;
+    std::int64_t updates = 0, largest = 0; // in registers
+    forEachUpdate(structure, [&](int, int K, int first, int last) {
+        const std::int64_t rows = structure.height(K) - structure.width(K) - first;
+        largest = std::max(largest, rows * (last - first));
+        ++updates;
+    });
+    sizes.updates = updates;
+    sizes.largestUpdate = largest;
 }
 
 } // namespace
@@ -142,11 +99,13 @@ Failure rowListStarts(std::span<const int> starts, std::span<const int> count, s
     return {};
 }
 
-Failure fillRowLists(const Graph& graph, const FactorStructure& structure, std::span<int> rows)
+Failure fillRowLists(const Graph& earlier, const Ordering& ordering, std::span<const int> parent,
+                     const FactorStructure& structure, std::span<int> rows)
 {
-    const auto work = Scratch<int>::uninitialised(4 * std::int64_t{graph.vertices()});
-    if (!work) return outOfMemory(BlockCode::Transient, missingBytes(work));
-    return RowLists(graph, structure, rows, work.span()).fill() ? Failure{} : stopped();
+    RowLists lists(structure, parent, rows);
+    if (const std::int64_t bytes = lists.missingBytes(); bytes > 0)
+        return outOfMemory(BlockCode::Transient, bytes);
+    return lists.fill(earlier, ordering) ? Failure{} : stopped();
 }
 
 FactorSizes panelStarts(const FactorStructure& structure, std::span<std::int64_t> lowerStarts,
@@ -171,7 +130,7 @@ FactorSizes panelStarts(const FactorStructure& structure, std::span<std::int64_t
         upperStarts.back() = upper;
         sizes.upper = upper;
     }
-    sizes.largestUpdate = largestUpdate(structure);
+    addUpdates(structure, sizes);
     return sizes;
 }
 

@@ -41,6 +41,22 @@ struct FactorStructure {
     }
 };
 
+/// Visits (J, K, first, last) for all K in ascending order: supernode K gives to J, which owns its rows below
+/// from `first` to `last` - 1, one update, by these of its rows from `first` on.
+template <class Visit>
+void forEachUpdate(const FactorStructure& structure, Visit visit)
+{
+    for (int K = 0; K < structure.supernodes(); ++K) {
+        const std::span<const int> rows = structure.rowsBelow(K);
+        const auto end = static_cast<int>(rows.size());
+        for (int first = 0, last = 0; first < end; first = last) {
+            const int J = structure.supernodeOf[rows[first]], behind = structure.starts[J + 1];
+            while (last < end && rows[last] < behind) ++last;
+            visit(J, K, first, last);
+        }
+    }
+}
+
 /// Sizes of a factor, in elements of its arrays.
 struct FactorSizes {
     std::int64_t rowIndices = 0;    ///< length of the row lists together
@@ -48,7 +64,8 @@ struct FactorSizes {
     std::int64_t upper = 1;         ///< of all U panels; 1 in symmetric storage, which iparm(18) counts too
     std::int64_t fill = 0;          ///< entries of L, without the upper triangles of the diagonal blocks
     int tallest = 0, widest = 0;    ///< the largest height, the largest width
-    std::int64_t largestUpdate = 0; ///< cells of the largest update that one supernode gives to another
+    std::int64_t updates = 0;       ///< that supernodes give to each other
+    std::int64_t largestUpdate = 0; ///< cells of the largest of these
 };
 
 /// Row list starts (supernodes + 1 of them) from the column counts.
@@ -56,10 +73,12 @@ struct FactorSizes {
 LINTRIX_TESTABLE Failure rowListStarts(std::span<const int> starts, std::span<const int> count,
                                        std::int64_t mostIndices, std::span<std::int64_t> rowStarts);
 
-/// Fills `rows`: the structure of a supernode is that of its columns in A joined with what its children have
-/// below their own. `graph` is in elimination order. A child's list is sorted; the longest is taken as it
-/// stands, and what the others and A add is sorted and merged in.
-LINTRIX_TESTABLE Failure fillRowLists(const Graph& graph, const FactorStructure& structure,
+/// Fills `rows`: row i of the factor has its entries on the ways up the elimination tree, `parent` by column,
+/// from the entries of row i of A to column i (Liu, "The role of elimination trees in sparse factorization",
+/// SIAM J. Matrix Anal. Appl. 11 (1990)). Rows come by one after another, which leaves every list ascending.
+/// `earlier` has those entries by vertices, as `earlierNeighbours` writes them. Linear in what is written.
+LINTRIX_TESTABLE Failure fillRowLists(const Graph& earlier, const Ordering& ordering,
+                                      std::span<const int> parent, const FactorStructure& structure,
                                       std::span<int> rows);
 
 /// Starts of the panels (supernodes + 1 each) and all sizes. `upperStarts` is empty for symmetric storage.

@@ -75,6 +75,50 @@ TEST_P(Elimination, PostorderStaysWithinRanges)
     EXPECT_EQ(parent, recomputed);
 }
 
+TEST_P(Elimination, PostorderTakesCountsAlong)
+{
+    const OwnedGraph g = graph();
+    OwnedOrdering o = ordering();
+    std::vector<int> parent(static_cast<std::size_t>(n())), counts;
+    for (const auto& column : eliminated(g.view(), o.view()))
+        counts.push_back(static_cast<int>(column.size()));
+    ASSERT_FALSE(eliminationTree(g.view(), o.view(), parent));
+    const std::vector<PositionRange> all{{0, n() - 1}};
+    ASSERT_FALSE(postorder(all, parent, o.view(), counts));
+    const auto columns = eliminated(g.view(), o.view());
+    for (std::size_t j = 0; j < columns.size(); ++j)
+        EXPECT_EQ(counts[j], static_cast<int>(columns[j].size())) << "column " << j;
+}
+
+// By vertices, which a postorder does not change; and the tree is that of the whole graph.
+TEST_P(Elimination, EarlierNeighboursAreTheRowsLeftOfTheDiagonal)
+{
+    const OwnedGraph g = graph();
+    OwnedOrdering o = ordering();
+    const auto N = static_cast<std::size_t>(n());
+    std::vector<int> starts(N + 1, -7), cells(earlierNeighbourCells(g.view()), -7), parent(N), ofHalf(N);
+    const Graph earlier = earlierNeighbours(g.view(), o.positionOf, starts, cells);
+    const auto expectRows = [&] {
+        for (int v = 0; v < n(); ++v) {
+            std::vector<int> wanted;
+            for (const int u : g.view().of(v)) {
+                if (o.positionOf[static_cast<std::size_t>(u)] < o.positionOf[static_cast<std::size_t>(v)])
+                    wanted.push_back(u);
+            }
+            const auto list = earlier.of(v);
+            EXPECT_EQ(std::vector<int>(list.begin(), list.end()), wanted) << "vertex " << v;
+        }
+    };
+    expectRows();
+    EXPECT_EQ(2 * earlier.neighbours.size(), g.neighbours.size());
+    ASSERT_FALSE(eliminationTree(g.view(), o.view(), parent));
+    ASSERT_FALSE(eliminationTree(earlier, o.view(), ofHalf));
+    EXPECT_EQ(ofHalf, parent);
+    const std::vector<PositionRange> all{{0, n() - 1}};
+    ASSERT_FALSE(postorder(all, parent, o.view()));
+    expectRows();
+}
+
 TEST_P(Elimination, ColumnCountsAreThoseOfTheFactorWithAnyNumberOfThreads)
 {
     const OwnedGraph g = graph();
@@ -167,7 +211,8 @@ TEST(SymbolicSteps, TellWhenThereIsNoMemory)
     const FailingAllocator none(0);
     EXPECT_EQ(eliminationTree(g.view(), p.ordering.view(), p.parent).internal, -900);
     EXPECT_EQ(postorder(p.ranges, p.parent, p.ordering.view()).internal, -900);
-    EXPECT_EQ(fillRowLists(p.permuted.view(), p.structure(), p.rows).internal, -900);
+    EXPECT_EQ(fillRowLists(p.earlier.view(), p.ordering.view(), p.parent, p.structure(), p.rows).internal,
+              -900);
 }
 
 } // namespace

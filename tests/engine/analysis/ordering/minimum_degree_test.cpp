@@ -211,6 +211,40 @@ TEST(MinimumDegree, MarksThatStartAgainDoNotChangeTheOrder)
     }
 }
 
+// With merged and with absorbed vertices, in networks and elsewhere, with an allowance and without.
+TEST(MinimumDegree, TellsTheEntriesOfEachColumnOfTheFactor)
+{
+    std::vector<OwnedGraph> graphs{grid(1, 1), grid(1, 9), grid(20, 23), cube(6), copies(grid(3, 4), 5)};
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        const int n = 2 + static_cast<int>(seed * 13 % 150);
+        graphs.push_back(randomGraph(n, n * static_cast<int>(1 + seed % 6) / 2, seed));
+    }
+    for (const OwnedGraph& graph : graphs) {
+        const auto n = static_cast<std::size_t>(graph.view().vertices());
+        for (const int delta : {0, kDelta}) {
+            OwnedOrdering ordering{std::vector<int>(n, -7), std::vector<int>(n, -7)};
+            std::vector<int> counts(n, -7), wanted;
+            ASSERT_FALSE(minimumDegree(graph.view(), delta, ordering.view(), kLargestMark, counts));
+            for (const auto& column : eliminated(graph.view(), ordering.view()))
+                wanted.push_back(static_cast<int>(column.size()));
+            ASSERT_EQ(counts, wanted) << n << " vertices, " << graph.neighbours.size() / 2 << " edges";
+        }
+    }
+}
+
+// Of a grid or of leaves around it: with a quotient graph from the first vertex on, and after light ones.
+TEST(MinimumDegree, TellsOfDenseVerticesThatNoColumnCountsThem)
+{
+    for (const OwnedGraph& graph : {gridWithHubs(20, {{7, 390}}), star(400, 3)}) {
+        const auto n = static_cast<std::size_t>(graph.view().vertices());
+        OwnedOrdering ordering{std::vector<int>(n), std::vector<int>(n)};
+        std::vector<int> counts(n, -7);
+        ASSERT_FALSE(minimumDegree(graph.view(), kDelta, ordering.view(), kLargestMark, counts));
+        EXPECT_EQ(counts.back(), 0);
+        for (const int count : counts) EXPECT_GE(count, 0);
+    }
+}
+
 TEST(MinimumDegree, WithoutMemoryItSaysSo)
 {
     const auto graph = grid(12, 12);

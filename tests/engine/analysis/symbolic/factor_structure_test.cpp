@@ -73,7 +73,7 @@ TEST_P(Structure, PanelsLieOneAfterAnother)
     const OwnedGraph g = graph();
     const Pipeline p(g.view(), ordering(), 5, true);
     const FactorStructure s = p.structure();
-    std::int64_t lower = 0, upper = 0, largest = 0;
+    std::int64_t lower = 0, upper = 0, largest = 0, updates = 0;
     int tallest = 0, widest = 0;
     for (int J = 0; J < s.supernodes(); ++J) {
         EXPECT_EQ(p.lowerStarts[static_cast<std::size_t>(J)], lower);
@@ -89,6 +89,7 @@ TEST_P(Structure, PanelsLieOneAfterAnother)
             const auto to =
                 std::lower_bound(rows.begin(), rows.end(), s.starts[static_cast<std::size_t>(target) + 1]);
             largest = std::max<std::int64_t>(largest, (rows.end() - from) * (to - from));
+            updates += from < to;
         }
     }
     EXPECT_EQ(p.sizes.lower, lower);
@@ -98,6 +99,7 @@ TEST_P(Structure, PanelsLieOneAfterAnother)
     EXPECT_EQ(p.sizes.tallest, tallest);
     EXPECT_EQ(p.sizes.widest, widest);
     EXPECT_EQ(p.sizes.largestUpdate, largest);
+    EXPECT_EQ(p.sizes.updates, updates);
     EXPECT_EQ(p.sizes.rowIndices, p.rowStarts.back());
 }
 

@@ -2,6 +2,7 @@
 /// @file
 /// The symbolic steps run one after another on a graph, as the engine runs them.
 
+#include <lintrix/engine/analysis/graph/earlier_neighbours.h>
 #include <lintrix/engine/analysis/graph/elimination_tree.h>
 #include <lintrix/engine/analysis/graph/permuted_graph.h>
 #include <lintrix/engine/analysis/graph/postorder.h>
@@ -41,7 +42,10 @@ struct Pipeline {
         rowStarts.resize(starts.size());
         EXPECT_FALSE(rowListStarts(starts, count, INT64_MAX, rowStarts));
         rows.resize(static_cast<std::size_t>(rowStarts.back()));
-        EXPECT_FALSE(fillRowLists(permuted.view(), structure(), rows));
+        earlier.starts.resize(n + 1);
+        earlier.neighbours.resize(earlierNeighbourCells(graph));
+        earlierNeighbours(graph, ordering.positionOf, earlier.starts, earlier.neighbours);
+        EXPECT_FALSE(fillRowLists(earlier.view(), ordering.view(), parent, structure(), rows));
         lowerStarts.resize(starts.size());
         if (unsymmetric) upperStarts.resize(starts.size());
         sizes = panelStarts(structure(), lowerStarts, upperStarts);
@@ -51,7 +55,7 @@ struct Pipeline {
 
     OwnedOrdering ordering;
     std::vector<PositionRange> ranges;
-    OwnedGraph permuted;
+    OwnedGraph permuted, earlier;
     std::vector<int> parent, count, supernodeOf, starts, rows;
     std::vector<std::int64_t> rowStarts, lowerStarts, upperStarts;
     Partition partition;
