@@ -444,9 +444,11 @@ template <class Cell>
 void lowerToWorst(SystemAnswer<Cell>& answer, const ColumnUnits<Cell>* units)
 {
     const std::string ofMatrix = answer.solutions ? answer.reason : std::string();
+    bool lacksNumbers = units && !units->allFinite();
     for (std::size_t j = 0; j < answer.columns.size(); ++j) {
         ColumnQuality& column = answer.columns[j];
         if (column.verdict == Verdict::Accurate) continue;
+        lacksNumbers = lacksNumbers || !std::isfinite(column.backwardError);
         column.reason = units && !units->isFinite(j) ? "the right-hand side is not finite"
                         : ofMatrix.empty()           ? reasonOf(column)
                                                      : ofMatrix;
@@ -454,11 +456,11 @@ void lowerToWorst(SystemAnswer<Cell>& answer, const ColumnUnits<Cell>* units)
         answer.verdict = column.verdict;
         answer.reason = column.reason;
     }
-    if (units && !units->allFinite()) {
+    if (lacksNumbers) {
         answer.residual = std::numeric_limits<double>::quiet_NaN();
         if (answer.normalResidual) answer.normalResidual = answer.residual;
-        answer.reason = "a right-hand side is not finite";
     }
+    if (units && !units->allFinite()) answer.reason = "a right-hand side is not finite";
     if (answer.verdict == Verdict::Failed) answer.complaint = "there is no good solution: " + answer.reason;
 }
 

@@ -23,6 +23,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <ranges>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -203,6 +204,20 @@ private:
         finish("check");
     }
 
+    /// A column that overflows fails alone, and so does one whose right-hand side is not finite.
+    static bool isSolution(const M& X, std::int32_t j, const ColumnUnits<Cell>* units)
+    {
+        return (units == nullptr || units->isFinite(static_cast<std::size_t>(j))) &&
+               allFinite(columnOf(X, j));
+    }
+    /// Whether one of so many is finite.
+    static bool hasRightHand(const ColumnUnits<Cell>* units, std::int32_t count)
+    {
+        const auto columns = std::views::iota(0, count);
+        return std::ranges::any_of(columns,
+                                   [units](int j) { return units == nullptr || units->isFinite(j); });
+    }
+
     /// The worst of the columns counts, and the probe.
     SystemAnswer<Cell> judged(DenseFactor<Cell>& factor, const ProbedColumns<Cell>& columns, M X,
                               const M* known, TransposeMode op)
@@ -221,9 +236,16 @@ private:
         std::vector<ColumnQuality> qualities =
             improvedColumns<Cell>(AnyMatrix<Cell>(A_), op, B, X, units, &factor, asked);
         if (units) units->multiply(X);
-        if (units ? !units->areFinite(X) : !allFinite(X)) found.status = Status::NotFinite;
+        Quality quality{};
+        bool hasSolution = false;
+        for (std::int32_t j = 0; j < count; ++j) {
+            if (!isSolution(X, j, units)) continue;
+            hasSolution = true;
+            quality.residual =
+                largerOrNaN(quality.residual, qualities[static_cast<std::size_t>(j)].backwardError);
+        }
+        if (!hasSolution && hasRightHand(units, count)) found.status = Status::NotFinite;
         found.x = std::move(X);
-        const Quality quality{.residual = residualOf(qualities, units)};
         SystemAnswer<Cell> answer = told(found, A_, quality, known);
         if (ofFactor) answer.condition = ofFactor->condition;
         if (!answer.x) return answer;
@@ -236,11 +258,17 @@ private:
     {
         std::optional<M> other;
         if (op != TransposeMode::NotTransposed) other = turned(A_, op);
+        const int exponent = exponentToMiddle<Cell>(cellsOf(A_));
+        if (exponent != 0) {
+            if (!other) other = A_;
+            multiplyByPowerOfTwo(cellsOf(*other), -exponent);
+        }
         const M& A = other ? *other : A_;
         const M B = given ? *given : A * *known;
         // A wide system is answered by its shortest solution, which a known one need not be.
         const bool isUnique = known && A.Rows() >= A.Cols();
-        const auto units = given ? std::optional<ColumnUnits<Cell>>(B) : std::nullopt;
+        const auto units =
+            given ? std::optional<ColumnUnits<Cell>>(std::in_place, B, exponent) : std::nullopt;
         M own(B);
         if (units) units->divide(own);
         WorkScope::expect(cost().operations);
@@ -259,17 +287,19 @@ private:
         if (units) changes = units->takeThereAndBack(*found.x);
         const std::vector<Quality> ofColumns = judgeColumns(A, *found.x, B);
         if (units) units->multiply(*found.x);
-        if (units ? !units->areFinite(*found.x) : !allFinite(*found.x)) found.status = Status::NotFinite;
         const auto isGiven = [units](std::size_t j) { return units == nullptr || units->isFinite(j); };
+        bool hasSolution = false;
         Quality worst;
         std::vector<ColumnQuality> columns;
         for (std::size_t j = 0; j < ofColumns.size(); ++j) {
             const Quality& column = ofColumns[j];
             columns.push_back({Verdict::Failed, isGiven(j) ? column.judged() : kNaN, kNaN});
-            if (!isGiven(j)) continue;
+            if (!isSolution(*found.x, static_cast<std::int32_t>(j), units)) continue;
+            hasSolution = true;
             worst = worseOf(worst, column);
             if (!found.errorBounds.empty()) columns.back().errorBound = found.errorBounds[j] + changes[j];
         }
+        if (!hasSolution && hasRightHand(units, B.Cols())) found.status = Status::NotFinite;
         SystemAnswer<Cell> answer =
             told(found, A, worst, units == nullptr || units->allFinite() ? known : nullptr);
         if (!answer.x) return answer;

@@ -30,27 +30,6 @@ using namespace roads;
 
 namespace {
 
-/// Where the squares of cells might leave the range of a double, divides all by a power of two that brings
-/// them to its middle and none out of it. @return  its exponent
-template <class Cell>
-int takeToMiddle(Cell* cells, std::size_t count)
-{
-    constexpr int kFar = 300, kLeast = -960;
-    int most = std::numeric_limits<int>::min(), least = std::numeric_limits<int>::max();
-    for (const Cell& cell : std::span(cells, count)) {
-        if (!isFinite(cell)) return 0;
-        for (const double part : {std::real(cell), std::imag(cell)}) {
-            if (part == 0.0) continue;
-            most = std::max(most, std::ilogb(part));
-            least = std::min(least, std::ilogb(part));
-        }
-    }
-    if (most < least || std::abs(most) <= kFar) return 0;
-    const int exponent = most < 0 ? most : std::clamp(least - kLeast, 0, most);
-    multiplyByPowerOfTwo(std::span(cells, count), -exponent);
-    return exponent;
-}
-
 /// A sparse matrix that is not square: least squares where op(A) is tall, least norm where it is wide.
 template <class Cell>
 class RectangularRoads final : public SystemSession<Cell> {
@@ -60,8 +39,10 @@ public:
 
     RectangularRoads(Sparse A, SystemOptions options)
         : SystemSession<Cell>(options), options_(std::move(options)), A_(std::move(A)),
-          exponent_(takeToMiddle<Cell>(SparseAccess::values(A_), A_.Values().size()))
+          exponent_(exponentToMiddle<Cell>(A_.Values()))
     {
+        if (exponent_ != 0)
+            multiplyByPowerOfTwo(std::span(SparseAccess::values(A_), A_.Values().size()), -exponent_);
     }
 
     std::int32_t rows() const override { return A_.Rows(); }

@@ -542,6 +542,39 @@ TEST(LinearSystem, StatesOfDenseSquareSystems)
     EXPECT_EQ(half.columns[1].verdict, Verdict::Accurate);
 }
 
+template <class Block>
+void expectOverflowOfItsColumnAlone(std::int32_t rows, std::int32_t cols)
+{
+    SCOPED_TRACE(std::to_string(rows) + " x " + std::to_string(cols));
+    Block A(rows, cols), B(rows, 3);
+    for (std::int32_t i = 0; i < rows; ++i)
+        for (std::int32_t j = 0; j < cols; ++j) A(i, j) = 1e-200 * (i == j ? 3.0 : 1.0 / (1 + i + j));
+    for (std::int32_t i = 0; i < rows; ++i) {
+        B(i, 0) = 1.0 + i;
+        B(i, 1) = 1e200 * (1.0 + i); // x is beyond the range
+        B(i, 2) = 2.0 + 2.0 * i;
+    }
+    LinearSystem system(A);
+    const auto answer = system.Solve(B);
+    EXPECT_EQ(answer.verdict, Verdict::Failed);
+    EXPECT_EQ(answer.reason, "a number overflowed");
+    EXPECT_TRUE(std::isnan(answer.residual.value()));
+    ASSERT_TRUE(answer.x);
+    ASSERT_EQ(answer.columns.size(), 3U);
+    for (const std::size_t j : {0U, 2U}) EXPECT_EQ(answer.columns[j].verdict, Verdict::Accurate) << j;
+    EXPECT_EQ(answer.columns[1].verdict, Verdict::Failed);
+    EXPECT_EQ(answer.columns[1].reason, "a number overflowed");
+    for (std::int32_t i = 0; i < cols; ++i) EXPECT_EQ((*answer.x)(i, 2), (*answer.x)(i, 0) * 2.0);
+}
+
+TEST(LinearSystem, ADenseColumnThatOverflowsFailsAlone)
+{
+    for (const auto& [rows, cols] : {std::pair{4, 4}, std::pair{6, 3}, std::pair{3, 6}}) {
+        expectOverflowOfItsColumnAlone<Matrix>(rows, cols);
+        expectOverflowOfItsColumnAlone<CMatrix>(rows, cols);
+    }
+}
+
 // Of order 10 some thirteen digits are lost.
 TEST(LinearSystem, TheProbeOfADenseSystemTellsHowManyDigitsAreRight)
 {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <limits>
 #include <numeric>
 #include <utility>
 
@@ -236,8 +237,27 @@ std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op, Uni
     return KnownUnits<Cell>().ofUnknowns(A, op, by);
 }
 
+template <class Cell>
+int exponentToMiddle(std::span<const Cell> cells)
+{
+    constexpr int kFar = 300, kLeast = -960;
+    int most = std::numeric_limits<int>::min(), least = std::numeric_limits<int>::max();
+    for (const Cell& cell : cells) {
+        if (!isFinite(cell)) return 0;
+        for (const double part : {std::real(cell), std::imag(cell)}) {
+            if (part == 0.0) continue;
+            most = std::max(most, std::ilogb(part));
+            least = std::min(least, std::ilogb(part));
+        }
+    }
+    if (most < least || std::abs(most) <= kFar) return 0;
+    return most < 0 ? most : std::clamp(least - kLeast, 0, most);
+}
+
 template class KnownUnits<double>;
 template class KnownUnits<std::complex<double>>;
+template int exponentToMiddle(std::span<const double>);
+template int exponentToMiddle(std::span<const std::complex<double>>);
 template std::vector<int> unitsOfUnknowns(const AnyMatrix<double>&, TransposeMode, UnitsBy);
 template std::vector<int> unitsOfUnknowns(const AnyMatrix<std::complex<double>>&, TransposeMode, UnitsBy);
 

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
@@ -59,6 +60,11 @@ private:
     std::optional<Fitted> ofRows_{}, ofColumns_{};
     std::vector<int> none_{};
 };
+
+/// Of the power of two to divide cells by where their squares might leave the range of a double: it brings
+/// them to its middle, and none out of it. 0 where they need not be divided, or one is not finite.
+template <class Cell>
+LINTRIX_TESTABLE int exponentToMiddle(std::span<const Cell> cells);
 
 /// x*2^e, exactly but for over- and underflow.
 inline double timesPowerOfTwo(double x, int exponent) noexcept
