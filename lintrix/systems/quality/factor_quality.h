@@ -19,8 +19,8 @@ struct FactorQuality {
     /// finite.
     double inverseNorm = std::numeric_limits<double>::quiet_NaN();
     std::optional<double> condition{}; ///< ||A||_1 times that; none where it is no number
-    /// The size of F = A*inverse - I, for Hermitian A: the largest ||F*x||/||x||_inf of the vectors x that
-    /// the estimate has tried. These are vectors of signs, where the mean of ||F*x||^2 over all signs is the
+    /// The size of F = A*inverse - I, for Hermitian A: the largest ||F*x||/||x||_inf of vectors x that the
+    /// estimate has tried. These are two vectors of signs, where the mean of ||F*x||^2 over all signs is the
     /// square of the Frobenius norm of F, and the unit vectors that the inverse makes longest.
     std::optional<double> drift{};
 

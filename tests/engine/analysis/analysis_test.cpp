@@ -1,17 +1,25 @@
+#include "tests/engine/allowance.h"
 #include "tests/engine/engine_call.h"
+#include "tests/support/poisoned_allocator.h"
 
 #include <lintrix/engine/analysis/symbolic/permanent_structure.h>
 #include <lintrix/engine/call/shifted_indices.h>
+#include <lintrix/services/work.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <numeric>
+#include <span>
+#include <tuple>
 #include <vector>
 
 using namespace Velmar::Lintrix;
 using namespace Velmar::Lintrix::detail::engine;
+using Velmar::Lintrix::testing::Allowance;
 using Velmar::Lintrix::testing::EngineCall;
+using Velmar::Lintrix::testing::PoisonedAllocator;
 using Velmar::Lintrix::testing::Rows;
 using Velmar::Lintrix::testing::ThreadSetting;
 using Velmar::Lintrix::testing::tridiagonal;
@@ -178,6 +186,39 @@ TEST(Analysis, GivesTheSameStructureTwice)
     const auto rows = PermanentStructure(Handle(first.pt.data())).rows();
     EXPECT_TRUE(std::ranges::equal(rows, PermanentStructure(Handle(second.pt.data())).rows()));
     EXPECT_EQ(first.iparm(15), second.iparm(15));
+}
+
+// Whatever the blocks of memory hold before they are written to.
+TEST(Analysis, ThatIsEndedIsNoneAndTheNextOneServes)
+{
+    constexpr int kSide = 150, kMostStops = 12;
+    const ThreadSetting one(1);
+    for (const auto& [type, matching, ordering] :
+         {std::tuple(11, 1, 0), std::tuple(2, 0, 0), std::tuple(11, 0, 2)}) {
+        SCOPED_TRACE(::testing::Message() << "type " << type << ", ordering " << ordering);
+        EngineCall call(grid(kSide, type == 2), type);
+        call.set(2, ordering);
+        call.set(13, matching);
+        Allowance endless(std::numeric_limits<int>::max());
+        {
+            const detail::WorkScope scope(endless);
+            ASSERT_EQ(call.run(11), 0);
+        }
+        const int last = endless.asked() - 1;
+        for (int questions = last; questions >= 0; questions -= 1 + last / kMostStops) {
+            const PoisonedAllocator poisoned(0x7f);
+            {
+                Allowance some(questions);
+                const detail::WorkScope scope(some);
+                ASSERT_EQ(call.run(11), -4) << questions;
+                ASSERT_EQ(call.run(22), -1) << questions;
+            }
+            ASSERT_EQ(call.run(13), 0) << questions;
+            // The inverse of this matrix has no element below 0.
+            EXPECT_TRUE(std::ranges::all_of(std::span(call.x).first(std::size_t{kSide} * kSide),
+                                            [](double x) { return x > 0.; }));
+        }
+    }
 }
 
 TEST(Analysis, MatchesAndScalesInSinglePrecisionToo)

@@ -1,13 +1,13 @@
 // Work with a factor in files that is ended from outside: wherever that happens, each thread comes back, the
 // call says so, and the handle serves again.
 
+#include "tests/engine/allowance.h"
 #include "tests/engine/out_of_core/out_of_core_system.h"
 
 #include <lintrix/services/work.h>
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdint>
 #include <limits>
 #include <tuple>
@@ -15,22 +15,6 @@
 
 namespace Velmar::Lintrix::testing {
 namespace {
-
-/// The work goes on for so many questions.
-class Allowance final : public detail::WorkListener {
-public:
-    explicit Allowance(int questions) : questions_(questions) {}
-
-    void expect(double) noexcept override {}
-    bool hear(double) noexcept override { return asked_.fetch_add(1) < questions_; }
-    void require() const override {}
-
-    int asked() const { return asked_; }
-
-private:
-    const int questions_;
-    std::atomic<int> asked_{0};
-};
 
 /// By type and threads.
 class OutOfCoreStops : public ::testing::TestWithParam<std::tuple<int, int>> {

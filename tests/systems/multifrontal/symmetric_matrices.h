@@ -7,6 +7,7 @@
 #include <lintrix/systems/structure/sparse_entries.h>
 #include <tests/systems/sparse_lu/sparse_matrices.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <type_traits>
@@ -19,12 +20,12 @@ Cell mirrorOf(const Cell& x, bool hermitian)
     return hermitian ? detail::conjugate(x) : x;
 }
 
-/// Each place is filled with probability `density`, and the diagonal.
+/// Each place is filled with probability `density`, of 1 at most, and the diagonal.
 template <class Cell>
 MatrixOf<Cell> randomSymmetric(std::int32_t n, double density, std::uint64_t seed, bool hermitian)
 {
     std::mt19937_64 generator(seed);
-    std::bernoulli_distribution there(density);
+    std::bernoulli_distribution there(std::min(density, 1.0));
     MatrixOf<Cell> A(n, n);
     for (std::int32_t j = 0; j < n; ++j) {
         const Cell own = drawn<Cell>(generator);

@@ -29,13 +29,13 @@ Cell drawn(std::mt19937_64& generator)
     }
 }
 
-/// Each place is filled with probability `density`, and a random permutation besides, so that the structural
-/// rank is full; the diagonal may stay empty.
+/// Each place is filled with probability `density`, of 1 at most, and a random permutation besides, so that
+/// the structural rank is full; the diagonal may stay empty.
 template <class Cell>
 MatrixOf<Cell> randomDense(std::int32_t n, double density, std::uint64_t seed)
 {
     std::mt19937_64 generator(seed);
-    std::bernoulli_distribution there(density);
+    std::bernoulli_distribution there(std::min(density, 1.0));
     MatrixOf<Cell> A(n, n);
     for (std::int32_t j = 0; j < n; ++j)
         for (std::int32_t i = 0; i < n; ++i)

@@ -26,13 +26,13 @@ struct Matching {
 ///
 ///     exp(u_i) |a_ij| exp(v_j) <= 1, with equality on the matched entries,
 ///
-/// up to a few rounding errors of the largest of |u_i|, |ln |a_ij|| and |v_j|. Otherwise its size is the
+/// up to a few rounding errors of the largest of 1, |u_i|, |ln |a_ij|| and |v_j|. Otherwise its size is the
 /// structural rank all the same. Among entries that weigh the same the diagonal is preferred: it keeps the
 /// pattern's symmetry. The result depends on the input alone.
 ///
-/// `record` holds magnitudes above zero and none that is not finite. Rows that a search looks at have costs
-/// in their place afterwards, w_ij = ln |a_ij| - ln(largest of column j) <= 0; where all tight diagonal
-/// entries make up the matching, there are none.
+/// `record` holds magnitudes above zero and none that is not finite. Some rows have costs in their place
+/// afterwards, w_ij = ln |a_ij| - ln(largest of column j) <= 0: those that a search has looked at, and those
+/// without an entry within 290 decimal orders of its column's largest.
 ///
 /// Failures: -402; Matching with internal -size when not perfect.
 /// Cost: a pass or two for most matrices; at worst n shortest paths of O(nnz + n log n) each.

@@ -28,9 +28,9 @@ public:
     /// Writes the vertices eliminated to the front of `order`, and the dense ones to its end, by ascending
     /// degree. @return  {Reordering, kBadPattern}, outOfMemory(Transient), overflow()
     LINTRIX_TESTABLE Failure run(const Pattern& pattern, std::span<int> order);
-    /// The same of a graph that is there already. @return  outOfMemory(Transient)
-    /// `counts`, unless empty, receives the entries of each column of the factor beside `order`, dense
-    /// vertices in none of them and with 0 for themselves.
+    /// The same of a graph that is there already. `counts`, unless empty, receives the entries of each column
+    /// of the factor beside `order`, dense vertices in none of them and with 0 for themselves.
+    /// @return  outOfMemory(Transient)
     LINTRIX_TESTABLE Failure runOn(const Graph& graph, std::span<int> order, std::span<int> counts = {});
 
     /// Of those at the front; the dense ones count as a full block, and not in the columns before it.

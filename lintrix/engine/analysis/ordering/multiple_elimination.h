@@ -39,11 +39,11 @@ class MultipleElimination {
 public:
     /// Puts the vertices into `order`, position to vertex. With `stages` not empty, a vertex v waits until
     /// all that have a lower stages[v] are eliminated, dense ones apart.
-    /// @return  stopped(); outOfMemory(Transient); overflow() when 2^31 - 1 cells do not hold edges and
-    /// vertices
     ///
     /// `counts`, unless empty, receives the entries of each column of the factor by position, its diagonal
     /// among them: what a pivot touches is just what stands below it. Dense vertices are in none, and have 0.
+    /// @return  stopped(); outOfMemory(Transient); overflow() when 2^31 - 1 cells do not hold edges and
+    /// vertices
     Failure run(const Graph& graph, int delta, std::span<const std::uint8_t> stages, int bound,
                 std::span<int> order, std::span<int> counts = {});
 

@@ -45,6 +45,7 @@ public:
             supernodeOf[entry] = J;
             ++next[J + 1];
         });
+        if (!goesOn()) return; // not each entry has its supernode
         for (int J = 0, sum = 0; J < structure_.supernodes(); ++J) {
             const int entries = next[J + 1];
             next[J + 1] = sum;

@@ -33,8 +33,10 @@ struct EntryMaps {
 
 /// Fills the maps. Row i of A stands in row `columnOfRow[i]` of the matrix that was ordered (an empty span:
 /// in row i). Columns and structure must belong together, as the same analysis made them. The maps are the
-/// same for any number of threads. Linear in entries and row lists.
-/// @return  overflow()  a panel has more elements than 32 bits count
+/// same for any number of threads. Linear in entries and row lists. Workspace: 2 integers an entry, and one a
+/// row for each thread.
+/// @return  overflow()  a panel has more elements than 32 bits count; outOfMemory(Transient); stopped(), and
+///          then the maps are unfinished
 LINTRIX_TESTABLE Failure mapEntries(const RowPattern& A, std::span<const int> columnOfRow,
                                     const Ordering& ordering, const FactorStructure& structure,
                                     bool symmetricStorage, int threads, const EntryMaps& maps);

@@ -3,6 +3,7 @@
 
 #include <lintrix/engine/analysis/dissection/dissection.h>
 
+#include "tests/engine/allowance.h"
 #include "tests/engine/analysis/graph/elimination_graphs.h"
 #include "tests/support/factor_fill.h"
 #include "tests/support/failing_allocator.h"
@@ -17,7 +18,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstdlib>
 #include <numeric>
 #include <random>
@@ -262,23 +262,11 @@ TEST(Dissection, AnyFailingAllocationIsTold)
     }
 }
 
-/// Ends the work when it has been asked so many times.
-class ImpatientListener : public detail::WorkListener {
-public:
-    explicit ImpatientListener(int patience) : patience_(patience) {}
-    void expect(double) noexcept override {}
-    bool hear(double) noexcept override { return patience_.fetch_sub(1) > 0; }
-    void require() const override {}
-
-private:
-    std::atomic<int> patience_;
-};
-
 TEST(Dissection, EndsWhereItIsToldTo)
 {
     const OwnedGraph graph = grid(100, 100);
     for (const int patience : {0, 1, 2, 5, 20}) {
-        ImpatientListener listener(patience);
+        Allowance listener(patience);
         const detail::WorkScope scope(listener);
         OwnedOrdering ordering = emptyOrdering(graph);
         const Failure failure = dissect(graph.view(), 2, {ordering.positionOf, ordering.vertexAt});

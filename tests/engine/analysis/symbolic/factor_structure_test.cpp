@@ -1,5 +1,6 @@
 // Supernodes, row lists, panels, maps, schedule and operation counts.
 
+#include "tests/engine/allowance.h"
 #include "tests/engine/analysis/symbolic/symbolic_pipeline.h"
 #include "tests/support/failing_allocator.h"
 
@@ -250,6 +251,25 @@ TEST(EntryMaps, AreTheSameForAnyNumberOfThreads)
         EXPECT_EQ(shared.source, alone.source);
         EXPECT_EQ(shared.place, alone.place) << threads << " threads";
     }
+}
+
+// Told to end before each entry has its supernode, it sorts none by what stands in the place of that.
+TEST(EntryMaps, AreLeftAloneWhereTheWorkEndsBeforeTheyAreSorted)
+{
+    const int n = 40000;
+    const OwnedGraph g = grid(n, 1);
+    std::vector<int> inPlace(n);
+    std::iota(inPlace.begin(), inPlace.end(), 0);
+    Pipeline p(g.view(), orderingOf(inPlace), 4);
+    const Entries A(g.view(), true, inPlace);
+    Maps maps(p, A);
+    std::ranges::fill(maps.source, -7);
+    Allowance none(0);
+    const detail::WorkScope scope(none);
+    const Failure failure =
+        mapEntries(A.pattern(), {}, p.ordering.view(), p.structure(), true, 1, maps.view());
+    EXPECT_EQ(failure.error, stopped().error);
+    EXPECT_EQ(std::ranges::count(maps.source, -7), std::ssize(maps.source));
 }
 
 TEST(EntryMaps, APanelBeyondThirtyTwoBitsIsRefused)
