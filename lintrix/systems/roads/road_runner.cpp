@@ -320,8 +320,7 @@ try {
     if (outcome.reach > limit) return;
     WorkScope::expect(outcome.cost.operations);
     const EngineAnswer answer = factor->factorize(
-        {static_cast<std::int64_t>(std::clamp(
-             budget_.left(own, kWaitingExcess * outcome.cost.bytesInMemory) / sizeof(Cell), 0.0, 0x1p62)),
+        {static_cast<std::int64_t>(std::clamp(budget_.left(own) / sizeof(Cell), 0.0, 0x1p62)),
          std::max(kWaitingExcess * outcome.cost.operations,
                   mostOperations(limit, done_.value_or(RoadCost{})))});
     ++factorizations_;
