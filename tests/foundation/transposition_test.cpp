@@ -92,13 +92,15 @@ void expectEachForm(const detail::KernelForms<detail::TransposeSquares<Cell>>& f
         // columns that begin at lines, or all at the same place of one
         for (const std::uint64_t offset : {0, 1, 3, 6})
             expectBitsOfAPlainLoop(form, 64, 48, 0, 0, offset, flipped);
+        // beyond the second cache
+        expectBitsOfAPlainLoop(form, 900, 701, 0, 3, 1, flipped);
         // beyond the caches: lines of all shifts, last squares and panels that are cut short, narrow ones
         const std::uint64_t doubles = 1700000, cells = doubles * sizeof(double) / sizeof(Cell);
         for (const std::uint64_t rows : {3, 9, 131, 1024}) {
             for (const std::uint64_t more : {0, 1, 4, 6}) {
                 expectBitsOfAPlainLoop(form, rows, cells / rows / 8 * 8 + more, 0, 0, more % 3, flipped);
             }
-            expectBitsOfAPlainLoop(form, cells / rows + 1, rows, 5, rows % 4, 1, flipped);
+            expectBitsOfAPlainLoop(form, cells / rows + 1, rows, 5, 1 + rows % 4, 1, flipped);
         }
     }
 }

@@ -25,6 +25,8 @@ constexpr std::uint64_t kLine = 8; ///< doubles
 /// From this many bytes on, result and source are no longer both in the last cache, and lines are written
 /// past it: a plain store would read each of them before.
 constexpr std::uint64_t kStreamed = std::uint64_t{12} << 20;
+/// From this many bytes on, the second cache no longer holds the source, and its lines are fetched ahead.
+constexpr std::uint64_t kFetchedAhead = std::uint64_t{4} << 20;
 /// Rows that are streamed at once, so that few pages are written to in turn.
 constexpr std::uint64_t kPanel = 128;
 
@@ -148,9 +150,9 @@ template <class M>
     return start < lead ? lead : start + M::kSquare;
 }
 
-/// Along the rows: the lines of eight columns of b are filled from front to end. The lines below, which come
-/// next, are fetched meanwhile.
-template <class M>
+/// Along the rows: the lines of a square's columns of b are filled from front to end. `Ahead`: the lines
+/// below, which come next, are fetched meanwhile.
+template <bool Ahead, class M>
 [[gnu::always_inline]] inline void moveInCaches(const M& m)
 {
     const std::uint64_t lastRow = m.rows - M::kSquare, lastCol = m.cols - M::kSquare;
@@ -159,7 +161,7 @@ template <class M>
         const std::uint64_t i = std::min(row, lastRow), below = std::min(i + M::kSquare, lastRow);
         for (std::uint64_t col = 0; col < m.cols; col = squareBehind<M>(col, colLead)) {
             const std::uint64_t j = std::min(col, lastCol);
-            m.prefetch(below, j);
+            if constexpr (Ahead) m.prefetch(below, j);
             m.template square<false>(i, j, m.to(i, j), m.ldb);
         }
     }
@@ -245,8 +247,10 @@ template <int W, Cells Kind, class Cell>
         } else {
             transposeTiles(rows, cols, a, lda, b, ldb, std::identity());
         }
+    } else if (rows * cols * sizeof(Cell) < kFetchedAhead) {
+        moveInCaches<false>(m);
     } else if (rows * cols * sizeof(Cell) < kStreamed) {
-        moveInCaches(m);
+        moveInCaches<true>(m);
     } else {
         const bool wholeSquares =
             m.ldb % kLine == 0 && reinterpret_cast<std::uintptr_t>(b) % sizeof(Cell) == 0;
