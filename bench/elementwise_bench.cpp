@@ -4,9 +4,12 @@
 
 #include "bench/paired.h"
 
+#include <lintrix/foundation/detail/transpose_squares.h>
 #include <lintrix/lintrix.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace Velmar::Lintrix::bench {
@@ -84,6 +87,72 @@ void transpose(benchmark::State& state)
         [](const Operands& o, int r, int c) { return o.A(c, r); });
 }
 
+// The result stands ready, as the target of the copy does.
+template <class M, class Move>
+void transpose_ready(benchmark::State& state, Move move)
+{
+    const int rows = static_cast<int>(state.range(0)), cols = static_cast<int>(state.range(1));
+    M A(rows, cols), B(cols, rows), copy(rows, cols);
+    double number = 0.0;
+    for (auto& cell : A) cell = number += 0.5;
+    move(A, B);
+    if (!(B == A.Transpose())) state.SkipWithError("wrong result");
+    const auto bytes = static_cast<std::size_t>(A.size()) * sizeof(*A.data());
+    const auto plain = [&] {
+        std::memcpy(copy.data(), A.data(), bytes);
+        benchmark::ClobberMemory();
+    };
+    runPaired(state, bytes <= (1u << 20) ? 10 : 1, plain, [&] { move(A, B); });
+    state.counters["copy_GBps"] = 2.0 * static_cast<double>(bytes) / state.counters["raw_us"] * 1e-3;
+    state.counters["of_copy"] = 1.0 / state.counters["ratio"];
+}
+
+void transpose_real_ready(benchmark::State& state)
+{
+    transpose_ready<Matrix>(state, [](const Matrix& A, Matrix& B) {
+        const auto m = static_cast<std::uint64_t>(A.Rows()), n = static_cast<std::uint64_t>(A.Cols());
+        MKL_Domatcopy('C', 'T', m, n, 1.0, A.data(), m, B.data(), n);
+    });
+}
+
+void transpose_complex_ready(benchmark::State& state)
+{
+    transpose_ready<CMatrix>(state, [](const CMatrix& A, CMatrix& B) {
+        const auto m = static_cast<std::uint64_t>(A.Rows()), n = static_cast<std::uint64_t>(A.Cols());
+        detail::transposeComplexSquares().chosen()(m, n, A.data(), m, B.data(), n);
+    });
+}
+
+// The result is a new matrix, as a copy is: from 32 MB on the C runtime maps its memory afresh for both.
+template <class M>
+void transpose_new(benchmark::State& state)
+{
+    M A(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+    double number = 0.0;
+    for (auto& cell : A) cell = number += 0.5;
+    runPaired(
+        state, A.size() <= (1 << 16) ? 10 : 1, [&] { benchmark::DoNotOptimize(M(A).data()); },
+        [&] { benchmark::DoNotOptimize(A.Transpose().data()); });
+    state.counters["of_copy"] = 1.0 / state.counters["ratio"];
+}
+
+void transpose_real_new(benchmark::State& state)
+{
+    transpose_new<Matrix>(state);
+}
+
+void transpose_complex_new(benchmark::State& state)
+{
+    transpose_new<CMatrix>(state);
+}
+
+void shapes(benchmark::internal::Benchmark* benchmark)
+{
+    for (const int n : {100, 256, 500, 512, 1000, 1024, 1500, 2000, 2048, 3000, 4000, 4096})
+        benchmark->Args({n, n});
+    benchmark->Args({100, 100000})->Args({100000, 100})->UseManualTime()->MinTime(0.2);
+}
+
 void sizes(benchmark::internal::Benchmark* benchmark)
 {
     benchmark->ArgName("n")
@@ -102,6 +171,10 @@ BENCHMARK(hadamard)->Apply(sizes);
 BENCHMARK(negate)->Apply(sizes);
 BENCHMARK(scale)->Apply(sizes);
 BENCHMARK(transpose)->Apply(sizes);
+BENCHMARK(transpose_real_ready)->Apply(shapes);
+BENCHMARK(transpose_real_new)->Apply(shapes);
+BENCHMARK(transpose_complex_ready)->Apply(shapes);
+BENCHMARK(transpose_complex_new)->Apply(shapes);
 
 } // namespace
 } // namespace Velmar::Lintrix::bench

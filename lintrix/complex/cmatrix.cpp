@@ -5,7 +5,7 @@
 #include <lintrix/dense/access.h>
 #include <lintrix/dense/detail/elementwise.h>
 #include <lintrix/dense/detail/sizes.h>
-#include <lintrix/foundation/detail/transpose_tiles.h>
+#include <lintrix/foundation/detail/transpose_squares.h>
 
 #include <complex>
 #include <utility>
@@ -60,8 +60,8 @@ CMatrix CMatrix::Conjugate() const
 CMatrix CMatrix::Adjoint() const
 {
     CMatrix adjoint(Uninitialised{}, mCols, mRows);
-    detail::transposeBlock(cells(), adjoint.cells(), mRows, mCols,
-                           [](const Complex& x) { return std::conj(x); });
+    const auto rows = static_cast<std::uint64_t>(mRows), cols = static_cast<std::uint64_t>(mCols);
+    detail::adjointSquares().chosen()(rows, cols, cells(), rows, adjoint.cells(), cols);
     return adjoint;
 }
 

@@ -46,6 +46,30 @@ inline void pause() noexcept
 #endif
 }
 
+/// *to = value without a place in the caches, for an address that is a multiple of the vector's size. A line
+/// that is written whole is then not read before. `orderStores` comes before other threads may read it.
+template <class Vector>
+[[gnu::always_inline]] inline void storePastCaches(Vector* to, const Vector& value) noexcept
+{
+#if defined(__x86_64__)
+    if constexpr (sizeof(Vector) == 16) {
+        __asm__("movntpd %1, %0" : "=m"(*to) : "x"(value));
+    } else {
+        __asm__("vmovntpd %1, %0" : "=m"(*to) : "v"(value));
+    }
+#else
+    *to = value;
+#endif
+}
+
+/// Stores past the caches are seen by other threads before any store that follows.
+inline void orderStores() noexcept
+{
+#if defined(__x86_64__)
+    __asm__ __volatile__("sfence" ::: "memory");
+#endif
+}
+
 /// eax, ebx, ecx and edx of a leaf.
 using CpuidRegisters = std::array<std::uint32_t, 4>;
 

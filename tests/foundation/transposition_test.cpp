@@ -6,11 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
-#include <functional>
 #include <limits>
-#include <random>
 #include <vector>
 
 namespace Velmar::Lintrix::testing {
@@ -48,24 +47,77 @@ void expectTransposed(std::uint64_t rows, std::uint64_t cols, double alpha, std:
     EXPECT_EQ(wrong, 0u);
 }
 
-TEST(TransposeSquares, EachFormGivesTheBitsOfAPlainLoop)
+/// Numbers of all kinds, NaN with payloads and -0 among them; the guard behind them stays.
+template <class Cell>
+using Bits = std::vector<std::array<std::uint64_t, sizeof(Cell) / sizeof(std::uint64_t)>>;
+
+/// What stands in the memory of `form`'s result, whose columns begin `offset` cells behind a line, against a
+/// plain loop over bits; `flipped` are the sign bits that change.
+template <class Cell>
+void expectBitsOfAPlainLoop(detail::TransposeSquares<Cell> form, std::uint64_t rows, std::uint64_t cols,
+                            std::uint64_t padA, std::uint64_t padB, std::uint64_t offset,
+                            std::uint64_t flipped = 0)
 {
-    std::mt19937_64 random(3);
-    const auto& forms = detail::transposeSquares();
-    for (const auto form : {forms.sse2, forms.chosen()}) {
-        for (std::uint64_t rows = 0; rows < 35; ++rows) {
-            for (std::uint64_t cols = 0; cols < 35; ++cols) {
-                const std::uint64_t lda = rows + rows % 3, ldb = cols + cols % 2;
-                std::vector<std::uint64_t> bits(lda * cols), back(ldb * rows, 7), expected = back;
-                std::ranges::generate(bits, std::ref(random)); // numbers of all kinds
-                for (std::uint64_t i = 0; i < rows; ++i)
-                    for (std::uint64_t j = 0; j < cols; ++j) expected[j + ldb * i] = bits[i + lda * j];
-                form(rows, cols, reinterpret_cast<const double*>(bits.data()), lda,
-                     reinterpret_cast<double*>(back.data()), ldb);
-                ASSERT_EQ(back, expected) << rows << " x " << cols;
-            }
+    SCOPED_TRACE(::testing::Message()
+                 << rows << " x " << cols << ", padding " << padA << ", " << padB << ", offset " << offset);
+    const std::uint64_t lda = rows + padA, ldb = cols + padB;
+    Bits<Cell> a(offset + lda * cols), b(offset + ldb * rows + 9);
+    std::uint64_t number = 0;
+    for (auto& cell : a)
+        for (auto& part : cell) part = ++number * 0x9e3779b97f4a7c15; // golden section: far from each other
+    for (auto& cell : b) cell.fill(0x7ff4000000000007);
+    const Bits<Cell> source = a;
+    Bits<Cell> expected = b;
+    for (std::uint64_t i = 0; i < rows; ++i) {
+        for (std::uint64_t j = 0; j < cols; ++j) {
+            expected[offset + j + ldb * i] = a[offset + i + lda * j];
+            expected[offset + j + ldb * i].back() ^= flipped;
         }
     }
+    form(rows, cols, reinterpret_cast<const Cell*>(a.data() + offset), lda,
+         reinterpret_cast<Cell*>(b.data() + offset), ldb);
+    EXPECT_TRUE(b == expected);
+    EXPECT_TRUE(a == source);
+}
+
+template <class Cell>
+void expectEachForm(const detail::KernelForms<detail::TransposeSquares<Cell>>& forms,
+                    std::uint64_t flipped = 0)
+{
+    const bool avx2 = detail::thisProcessor().kernels >= detail::InstructionSet::Avx2;
+    for (const auto form : {forms.sse2, avx2 ? forms.avx2 : forms.sse2, forms.chosen()}) {
+        for (std::uint64_t rows = 0; rows < 35; ++rows)
+            for (std::uint64_t cols = 0; cols < 35; ++cols)
+                expectBitsOfAPlainLoop(form, rows, cols, rows % 3, cols % 2, cols % 5, flipped);
+        // columns that begin at lines, or all at the same place of one
+        for (const std::uint64_t offset : {0, 1, 3, 6})
+            expectBitsOfAPlainLoop(form, 64, 48, 0, 0, offset, flipped);
+        // beyond the second cache
+        expectBitsOfAPlainLoop(form, 900, 701, 0, 3, 1, flipped);
+        // beyond the caches: lines of all shifts, last squares and panels that are cut short, narrow ones
+        const std::uint64_t doubles = 1700000, cells = doubles * sizeof(double) / sizeof(Cell);
+        for (const std::uint64_t rows : {3, 9, 131, 1024}) {
+            for (const std::uint64_t more : {0, 1, 4, 6}) {
+                expectBitsOfAPlainLoop(form, rows, cells / rows / 8 * 8 + more, 0, 0, more % 3, flipped);
+            }
+            expectBitsOfAPlainLoop(form, cells / rows + 1, rows, 5, 1 + rows % 4, 1, flipped);
+        }
+    }
+}
+
+TEST(TransposeSquares, EachFormGivesTheBitsOfAPlainLoop)
+{
+    expectEachForm(detail::transposeSquares());
+}
+
+TEST(TransposeSquares, EachComplexFormGivesTheBitsOfAPlainLoop)
+{
+    expectEachForm(detail::transposeComplexSquares());
+}
+
+TEST(TransposeSquares, EachAdjointFormFlipsTheSignsOfImaginaryPartsAndNoOtherBit)
+{
+    expectEachForm(detail::adjointSquares(), std::uint64_t{1} << 63);
 }
 
 TEST(Domatcopy, TransposesEveryShape)

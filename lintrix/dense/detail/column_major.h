@@ -5,7 +5,7 @@
 #include <lintrix/dense/detail/line.h>
 #include <lintrix/dense/detail/sizes.h>
 #include <lintrix/foundation/block.h>
-#include <lintrix/foundation/detail/transpose_tiles.h>
+#include <lintrix/foundation/detail/transpose_squares.h>
 #include <lintrix/foundation/transposition.h>
 
 #include <algorithm>
@@ -66,14 +66,15 @@ Block<Cell> resized(const BlockView<Cell>& old, std::int64_t rows, std::int64_t 
     return fresh;
 }
 
-/// B := A' for the rows x cols block A; real cells go through the one native routine that there is for them.
+/// B := A' for the rows x cols block A, cell by cell, bit by bit.
 template <class Cell>
 void transposeCells(const Cell* A, Cell* B, std::int32_t rows, std::int32_t cols)
 {
     if constexpr (std::is_same_v<Cell, double>) {
         vmr_transo(A, B, rows, cols);
     } else {
-        transposeBlock(A, B, rows, cols);
+        const auto m = static_cast<std::uint64_t>(rows), n = static_cast<std::uint64_t>(cols);
+        transposeComplexSquares().chosen()(m, n, A, m, B, n);
     }
 }
 

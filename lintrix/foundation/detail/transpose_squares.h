@@ -1,7 +1,8 @@
 #pragma once
 /// @file
-/// The transposition of doubles by vectors.
+/// The transposition of real and complex cells by vectors.
 
+#include <lintrix/foundation/function_objects.h>
 #include <lintrix/services/dispatch.h>
 #include <lintrix/services/export.h>
 
@@ -9,11 +10,15 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// b(j, i) := a(i, j) for the rows x cols array `a`, both column-major; they must not overlap.
-using TransposeSquares = void (*)(std::uint64_t rows, std::uint64_t cols, const double* a, std::uint64_t lda,
-                                  double* b, std::uint64_t ldb);
+/// b(j, i) := a(i, j) for the rows x cols array `a`, both column-major; they must not overlap. Leading
+/// dimensions count cells. Cells are moved and never looked at, so that each form gives the same bits.
+template <class Cell>
+using TransposeSquares = void (*)(std::uint64_t rows, std::uint64_t cols, const Cell* a, std::uint64_t lda,
+                                  Cell* b, std::uint64_t ldb);
 
-/// Its forms. Cells are moved and never looked at, so that each gives the same bits.
-LINTRIX_TESTABLE const KernelForms<TransposeSquares>& transposeSquares() noexcept;
+LINTRIX_TESTABLE const KernelForms<TransposeSquares<double>>& transposeSquares() noexcept;
+LINTRIX_TESTABLE const KernelForms<TransposeSquares<Complex>>& transposeComplexSquares() noexcept;
+/// The same with the sign bit of each imaginary part flipped on the way.
+LINTRIX_TESTABLE const KernelForms<TransposeSquares<Complex>>& adjointSquares() noexcept;
 
 } // namespace Velmar::Lintrix::detail

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 
 namespace Velmar::Lintrix::detail {
 
@@ -38,14 +37,6 @@ void transposeTiles(std::uint64_t rows, std::uint64_t cols, const Cell* a, std::
             }
         }
     }
-}
-
-/// b(j, i) := map(a(i, j)) for the m x n block `a`; both are unpadded.
-template <class Cell, class Map = std::identity>
-void transposeBlock(const Cell* a, Cell* b, std::int32_t m, std::int32_t n, const Map& map = {})
-{
-    const auto rows = static_cast<std::uint64_t>(m), cols = static_cast<std::uint64_t>(n);
-    transposeTiles(rows, cols, a, rows, b, cols, map);
 }
 
 } // namespace Velmar::Lintrix::detail
