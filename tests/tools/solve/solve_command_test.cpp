@@ -350,8 +350,10 @@ const std::vector<NumericFailure>& numericFailures()
          "solution"},
         {"Overflow", kArray + "1 1\n1e-300\n", kArray + "1 1\n1e300\n", "LU", "not-finite",
          "the solution is not finite: a number overflowed on the way"},
-        {"RightHandOverflows", kArray + "1 2\n1e308\n1e308\n", "", "LQ (minimum norm)", "not-finite",
+        {"RightHandOverflows", kArray + "2 2\n1e308\n1e308\n1e308\n-1e308\n", "", "LU", "not-finite",
          "the solution is not finite: a number overflowed on the way"},
+        {"WideOverflow", kArray + "1 2\n1e-300\n1e-300\n", kArray + "1 1\n1e300\n", "LQ (minimum norm)",
+         "not-finite", "the solution is not finite: a number overflowed on the way"},
         {"PivotGrowth", growing(120), asFile(random(120, 1, 9)), "LU", "inaccurate",
          "the solution is inaccurate: its scaled residual is [0-9.]+e-0[0-9]"},
     };
