@@ -59,16 +59,6 @@ bool ColumnUnits<Cell>::isFinite(std::size_t j) const
 }
 
 template <class Cell>
-bool ColumnUnits<Cell>::areFinite(const MatrixOf<Cell>& X) const
-{
-    for (std::int32_t j = 0; j < X.Cols(); ++j) {
-        const bool overflowed = exponentOf(columnCells(X, j)) == kNone;
-        if (overflowed && isFinite(static_cast<std::size_t>(j))) return false;
-    }
-    return true;
-}
-
-template <class Cell>
 void ColumnUnits<Cell>::divide(MatrixOf<Cell>& B) const
 {
     for (std::int32_t j = 0; j < B.Cols(); ++j) {

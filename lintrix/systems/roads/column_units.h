@@ -26,8 +26,6 @@ public:
     bool allFinite() const { return !lacksOne_; }
     /// Of the given right-hand sides, number j.
     bool isFinite(std::size_t j) const;
-    /// Whether no number has overflowed where the right-hand side is finite.
-    bool areFinite(const MatrixOf<Cell>& X) const;
     /// Right-hand sides to these units.
     void divide(MatrixOf<Cell>& B) const;
     /// Solutions to the caller's; NaN where there was no finite number.
