@@ -39,7 +39,7 @@ struct Options {
         options.sameBits = sameBits;
         options.outOfCore = outOfCore;
         options.memoryBudget = memoryBudget;
-        options.progress = callbackOf<double, double>(progress);
+        options.progress = listenerOf(progress);
         return options;
     }
 };

@@ -72,7 +72,7 @@ TruncatedSvdOptions optionsOf(double tolerance, int basis, int block, int restar
     options.memoryBudget = memoryBudget;
     options.seed = seed;
     options.certify = certify;
-    options.progress = callbackOf<double, double>(progress);
+    options.progress = listenerOf(progress);
     return options;
 }
 

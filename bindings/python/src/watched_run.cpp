@@ -1,5 +1,6 @@
 #include "watched_run.h"
 
+#include "interpreter_lock.h"
 #include "work_threads.h"
 
 #include <lintrix/foundation/failures.h>
@@ -48,15 +49,16 @@ public:
     }
 
     /// With the lock again: what there is to raise.
-    void settle(const Job& job)
+    void settle(Job& job)
     {
+        const std::exception_ptr failure = job.takeFailure();
         if (raised_) throw *std::move(raised_);
-        if (!job.failure()) return;
-        if (!isExpired_) std::rethrow_exception(job.failure());
+        if (!failure) return;
+        if (!isExpired_) std::rethrow_exception(failure);
         try {
-            std::rethrow_exception(job.failure());
-        } catch (const OperationFailedException& failure) {
-            if (!wasStopped(failure)) throw;
+            std::rethrow_exception(failure);
+        } catch (const OperationFailedException& stopped) {
+            if (!wasStopped(stopped)) throw;
             throw OperationFailedException("The deadline has passed.");
         }
     }
@@ -70,7 +72,7 @@ private:
 
     void handleSignals()
     {
-        const py::gil_scoped_acquire own;
+        const WithLock own;
         if (PyErr_CheckSignals() == 0) return;
         raised_.emplace();
         stop_();
@@ -102,7 +104,7 @@ void runWatched(std::function<void()> work, const std::function<void()>& stop, s
     Waiting waiting(stop, deadline);
     std::shared_ptr<Job> job;
     {
-        const py::gil_scoped_release others;
+        const WithoutLock others;
         job = begin(std::move(work));
         waiting.waitFor(*job);
     }
@@ -158,6 +160,20 @@ void SharedStop::run(const std::function<void()>& work, std::optional<Moment> de
             if (!wasStopped(failure)) throw; // else by another call: this one goes on
         }
     }
+}
+
+std::function<void(double, double)> listenerOf(const py::object& callable)
+{
+    if (callable.is_none()) return {};
+    const auto release = [](py::object* held) {
+        const WithLock own;
+        delete held;
+    };
+    const std::shared_ptr<py::object> shared(new py::object(callable), release);
+    return [shared](double done, double all) {
+        const WithLock own;
+        callInPython(*shared, py::make_tuple(done, all));
+    };
 }
 
 } // namespace Velmar::Lintrix::python

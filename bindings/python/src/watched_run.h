@@ -50,21 +50,8 @@ private:
     int running_ = 0;
 };
 
-/// A callable of Python's, for callbacks from any thread: what it raises travels through the library as the
-/// end of the run, and comes back to Python as it was. An empty function for None.
-template <class... Arguments>
-std::function<void(Arguments...)> callbackOf(const py::object& callable)
-{
-    if (callable.is_none()) return {};
-    const auto release = [](py::object* held) {
-        const py::gil_scoped_acquire own;
-        delete held;
-    };
-    const std::shared_ptr<py::object> shared(new py::object(callable), release);
-    return [shared](Arguments... arguments) {
-        const py::gil_scoped_acquire own;
-        (*shared)(arguments...);
-    };
-}
+/// A callable of Python's as the listener of a run, called from any thread: what it raises travels through
+/// the library as the end of the run, and comes back to Python as it was. An empty function for None.
+std::function<void(double, double)> listenerOf(const py::object& callable);
 
 } // namespace Velmar::Lintrix::python

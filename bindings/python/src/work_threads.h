@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace Velmar::Lintrix::python {
 
@@ -19,8 +20,11 @@ public:
     void run() noexcept;
     /// @return  whether it has ended by then
     bool waitUntil(std::chrono::steady_clock::time_point moment);
-    /// What the work has thrown, or nothing. @pre it has ended
-    std::exception_ptr failure() const noexcept { return failure_; }
+    /// What the work has thrown, or nothing; the job keeps none of it. An exception of Python's must end in a
+    /// thread that holds the interpreter's lock, and the thread of the work may be the last one to leave the
+    /// job.
+    /// @pre it has ended
+    std::exception_ptr takeFailure() noexcept { return std::exchange(failure_, nullptr); }
 
 private:
     std::function<void()> work_;

@@ -177,3 +177,46 @@ def test_a_listener_hears_how_far_the_work_is():
 def test_a_listener_is_something_to_call():
     with pytest.raises(TypeError):
         lintrix.solve(np.eye(3), np.ones(3), progress="often")
+
+
+def test_what_a_listener_raises_ends_in_the_thread_that_called():
+    """There the interpreter's lock is held; the thread of the work could be left with it when the process ends."""
+    program = """if True:
+        import os, sys, threading
+        os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})  # the one that is waited for goes on first
+        sys.setswitchinterval(100.0)
+        import numpy as np, lintrix
+        idents = []
+        class Enough(Exception):
+            def __del__(self):
+                idents.append(threading.get_ident())
+        def progress(done, all):
+            raise Enough
+        for _ in range(200):
+            try:
+                lintrix.solve(np.eye(30), np.ones(30), progress=progress)
+            except Enough:
+                pass
+        print(len(idents), idents.count(threading.get_ident()))
+    """
+    assert subprocess.check_output([sys.executable, "-c", program], text=True, timeout=120) == "200 200\n"
+
+
+def test_the_process_may_end_while_a_daemon_solves():
+    program = """if True:
+        import sys, threading, time
+        import numpy as np, lintrix
+        begun = threading.Event()
+        def progress(done, all):
+            begun.set()
+            time.sleep(0.001)
+        def work():
+            while True:
+                lintrix.solve(np.eye(400) + 0.001, np.ones(400), progress=progress)
+        threading.Thread(target=work, daemon=True).start()
+        begun.wait()
+        sys.kept_until_the_end = [[] for _ in range(1000000)]
+    """
+    for _ in range(8):
+        run = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True, timeout=60)
+        assert (run.returncode, run.stderr) == (0, "")
