@@ -3,6 +3,7 @@
 #include <lintrix/complex/access.h>
 #include <lintrix/dense/access.h>
 #include <lintrix/foundation/failures.h>
+#include <lintrix/foundation/memory_shortage.h>
 #include <lintrix/sparse/access.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/balance.h>
@@ -80,20 +81,40 @@ void requireInRange(const TruncatedSvdOptions& options)
                                           "certificateOperations");
 }
 
+/// Of all real and imaginary parts; NaN where one is no number.
+template <class Cell>
+double largestPart(std::span<const Cell> cells)
+{
+    double largest = 0.0;
+    for (const Cell& cell : cells)
+        for (const double part : {std::real(cell), std::imag(cell)})
+            largest = largerOrNaN(largest, std::abs(part));
+    return largest;
+}
+
+/// The power of two that brings numbers as large as this one below 1: 0 of zero and of what is not finite.
+int exponentOf(double largest)
+{
+    if (largest == 0.0 || !std::isfinite(largest)) return 0;
+    int exponent = 0;
+    std::frexp(largest, &exponent);
+    return exponent;
+}
+
 /// The power of two by which a matrix is divided so that no square of its size leaves the range of a double:
 /// 0 of one whose elements are neither tiny nor huge, or no numbers, or zero.
 template <class Cell>
 int exponentOfUnit(const SparseOf<Cell>& A)
 {
     constexpr int kHarmless = 400;
-    double largest = 0.0;
-    for (const Cell& cell : A.Values())
-        for (const double part : {std::real(cell), std::imag(cell)})
-            largest = largerOrNaN(largest, std::abs(part));
-    if (largest == 0.0 || !std::isfinite(largest)) return 0;
-    int exponent = 0;
-    std::frexp(largest, &exponent);
+    const int exponent = exponentOf(largestPart<Cell>(A.Values()));
     return std::abs(exponent) > kHarmless ? exponent : 0;
+}
+
+template <class Cell>
+std::span<const Cell> cellsOf(const VectorOf<Cell>& x)
+{
+    return {AccessTo<Cell>::cells(x), static_cast<std::size_t>(x.Length())};
 }
 
 /// A*2^exponent, exactly but for what underflows beside elements that are far larger.
@@ -113,14 +134,18 @@ RunWatch watchOf(const TruncatedSvdOptions& options)
     return RunWatch(watched);
 }
 
+/// A guess in the space of M's columns, in a unit in which no square of it leaves the range of a double.
 template <class Cell>
 std::vector<Cell> startOf(const LinearMap<Cell>& M, bool isAdjoint, const VectorOf<Cell>* start)
 {
     if (start == nullptr) return {};
-    const Cell* const given = AccessTo<Cell>::cells(*start);
-    if (!isAdjoint) return {given, given + M.cols};
+    const std::span<const Cell> given = cellsOf<Cell>(*start);
+    std::vector<Cell> guess(given.begin(), given.end());
+    const int exponent = exponentOf(largestPart<Cell>(given));
+    for (Cell& cell : guess) cell = roads::timesPowerOfTwo(cell, -exponent);
+    if (!isAdjoint) return guess;
     std::vector<Cell> image(static_cast<std::size_t>(M.cols));
-    M.adjointTimes(1, given, image.data());
+    M.adjointTimes(1, guess.data(), image.data());
     return image;
 }
 
@@ -129,14 +154,14 @@ std::vector<Cell> startOf(const LinearMap<Cell>& M, bool isAdjoint, const Vector
 template <class Cell>
 TruncatedSVD<Cell>::TruncatedSVD(const Sparse& A, std::int32_t count, const TruncatedSvdOptions& options)
 {
-    compute(A, count, nullptr, options);
+    tellingShortage([&] { compute(A, count, nullptr, options); });
 }
 
 template <class Cell>
 TruncatedSVD<Cell>::TruncatedSVD(const Sparse& A, std::int32_t count, const V_& start,
                                  const TruncatedSvdOptions& options)
 {
-    compute(A, count, &start, options);
+    tellingShortage([&] { compute(A, count, &start, options); });
 }
 
 template <class Cell>
@@ -153,6 +178,8 @@ void TruncatedSVD<Cell>::compute(const Sparse& A, std::int32_t count, const V_* 
     if (count < 1 || count > std::min(A.Rows(), A.Cols())) throw InvalidSizeException();
     requireInRange(options);
     if (start != nullptr && start->Length() != A.Cols()) throw SizeMismatchException();
+    if (start != nullptr && !std::isfinite(largestPart(cellsOf<Cell>(*start))))
+        throw ArgumentException("The start vector is not finite.", "start");
     tolerance_ = options.tolerance;
     const RunWatch watch = watchOf(options);
     ControlledRun run(watch);

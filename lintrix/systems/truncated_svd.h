@@ -122,11 +122,14 @@ public:
     /// @throws OperationFailedException  the memory budget is too small: "The memory budget is too small.";
     ///                                   the limits ask for the end: "The operation was stopped." or "The
     ///                                   deadline has passed."
-    /// @throws NotEnoughMemoryException, std::bad_alloc  nothing leaks
+    /// @throws NotEnoughMemoryException  nothing leaks
     TruncatedSVD(const Sparse& A, std::int32_t count, const TruncatedSvdOptions& options = {});
-    /// The same from a guess of the first right singular vector, or of a sum of several.
+    /// The same from a guess of the first right singular vector, or of a sum of several; of any length, and
+    /// of a zero vector as without a guess. Checked behind the options:
     /// @throws SizeMismatchException     `start` has not as many elements as A columns: "Matrix sizes do not
-    /// match."
+    ///                                   match."
+    /// @throws ArgumentException         it has an element that is no number, or infinite: "The start vector
+    ///                                   is not finite."
     TruncatedSVD(const Sparse& A, std::int32_t count, const V_& start,
                  const TruncatedSvdOptions& options = {});
 

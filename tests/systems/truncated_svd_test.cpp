@@ -315,6 +315,47 @@ TYPED_TEST(TruncatedSvdTest, AValueThatTheStartVectorHidesIsNoticedByTheCertific
     }
 }
 
+TYPED_TEST(TruncatedSvdTest, TheLengthOfAGuessDecidesNothing)
+{
+    using V = typename TruncatedSVD<TypeParam>::V_;
+    std::vector<double> values;
+    for (int k = 0; k < 300; ++k) values.push_back(10.0 - 0.03 * k);
+    const SparseFor<TypeParam> tall = diagonal<TypeParam>(values), wide = tall.Transpose();
+    for (const SparseFor<TypeParam>* A : {&tall, &wide}) {
+        const auto from = [&](double length) {
+            V start(A->Cols(), TypeParam(0.0));
+            for (std::int32_t i = 0; i < 40; ++i) start[i] = length * (1 + i % 2);
+            return TruncatedSVD<TypeParam>(*A, 5, start);
+        };
+        const auto expected = from(1.0);
+        expectTriplets<TypeParam>(*A, expected, values);
+        for (const double length : {0x1p-1074, 0x1p-1000, 0x1p600, 0x1p1022}) {
+            SCOPED_TRACE(::testing::Message() << length << (A == &tall ? " tall" : " wide"));
+            const auto svd = from(length);
+            EXPECT_EQ(svd.Products(), expected.Products());
+            for (std::int32_t i = 0; i < 5; ++i) EXPECT_EQ(svd.S()[i], expected.S()[i]);
+        }
+        expectTriplets<TypeParam>(*A, from(0.0), values);
+    }
+}
+
+TYPED_TEST(TruncatedSvdTest, AGuessIsOfNumbers)
+{
+    using V = typename TruncatedSVD<TypeParam>::V_;
+    const auto A = diagonal<TypeParam>({3.0, 2.0, 1.0});
+    for (const double odd :
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+          -std::numeric_limits<double>::infinity()}) {
+        V start(3, TypeParam(1.0));
+        start[2] = odd;
+        expectFailure<ArgumentException>([&] { TruncatedSVD<TypeParam>(A, 1, start); },
+                                         "The start vector is not finite.");
+    }
+    expectFailure<SizeMismatchException>(
+        [&] { TruncatedSVD<TypeParam>(A, 1, V(4, TypeParam(std::numeric_limits<double>::quiet_NaN()))); },
+        "Matrix sizes do not match.");
+}
+
 /// The second and third of the largest value lie in no Krylov space of one vector.
 TYPED_TEST(TruncatedSvdTest, AMultipleValueThatStandsApartIsFoundByALookBesideTheOthers)
 {

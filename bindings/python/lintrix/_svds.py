@@ -83,7 +83,7 @@ def svds(
     tol
         The residual of a triplet that is good enough, relative to the largest value; 0: 1e-10.
     v0
-        A guess of a right singular vector, of as many elements as A has columns.
+        A guess of a right singular vector, of as many finite elements as A has columns.
     return_singular_vectors
         False: the values alone are returned. "u" and "vh": the other vectors are None.
     certify

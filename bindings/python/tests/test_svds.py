@@ -73,6 +73,9 @@ def test_a_start_vector():
     assert lintrix.svds(A, 1, v0=1j * exact)[0].dtype == np.complex128
     with pytest.raises(lintrix.ArgumentError, match="Matrix sizes do not match."):
         lintrix.svds(A, 1, v0=np.ones(30))
+    for odd in np.nan, np.inf:
+        with pytest.raises(lintrix.ArgumentError, match="The start vector is not finite."):
+            lintrix.svds(A, 1, v0=np.full(12, odd))
 
 
 def test_what_does_not_converge():
