@@ -99,6 +99,9 @@ private:
         if (probeAlone) given = &zero;
         SystemAnswer<Cell> answer =
             rows() == cols() ? solveSquare(given, known, op, probeAlone) : solveRectangular(given, known, op);
+        if (answer.verdict == Verdict::Failed) {
+            if (auto refusal = this->refusalOf(AnyMatrix<Cell>(A_))) return *std::move(refusal);
+        }
         if (rows() == cols()) answer.inertia = inertiaOnce();
         if (probeAlone) {
             answer.x.reset();

@@ -11,7 +11,7 @@
 namespace Velmar::Lintrix {
 
 /// What is wrong with a matrix, by its rows and columns: which are empty, free, too many or the same; where
-/// the values alone make it singular, which are linearly dependent.
+/// the values alone make it singular, which are linearly dependent; which element is no number.
 class LINTRIX_EXPORT MatrixFaults {
 public:
     /// Nothing is wrong.

@@ -72,9 +72,10 @@ public:
         this->requireSizes(given, known, op, rows(), cols());
         const std::lock_guard turn(busy_);
         ControlledRun run(this->watch_);
-        SystemAnswer<Cell> answer = settledOrAsBefore(given, known, op);
+        std::optional<SystemAnswer<Cell>> answer = this->refusalOf(AnyMatrix<Cell>(A_));
+        if (!answer) answer = settledOrAsBefore(given, known, op);
         run.finish();
-        return answer;
+        return *std::move(answer);
     }
 
 private:

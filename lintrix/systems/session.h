@@ -6,11 +6,13 @@
 #include <lintrix/services/section_file.h>
 #include <lintrix/systems/linear_system.h>
 #include <lintrix/systems/run_control.h>
+#include <lintrix/systems/structure/non_finite.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -51,6 +53,18 @@ protected:
     }
 
     RunWatch watch_;
+
+    /// In place of an answer where A has elements that are no numbers: no road is taken with them.
+    static std::optional<SystemAnswer<Cell>> refusalOf(const AnyMatrix<Cell>& A)
+    {
+        const NonFinite elements = nonFiniteElements(A);
+        if (elements.count == 0) return std::nullopt;
+        SystemAnswer<Cell> answer{.reason = "the matrix is not finite"};
+        answer.complaint = "there is no good solution: " + answer.reason;
+        answer.faults = MatrixFaults([elements](std::int32_t first) { return explain(elements, first); });
+        answer.road = "nothing";
+        return answer;
+    }
 
 private:
     /// A dense block counts its elements in 32 bits, and a probe stands beside the columns.

@@ -207,6 +207,7 @@ private:
     {
         const std::lock_guard turn(busy_);
         this->requireSizes(given, known, op, matrix_.Size(), matrix_.Size()); // which may have changed
+        if (auto refusal = this->refusalOf(AnyMatrix<Cell>(matrix_.Matrix()))) return *std::move(refusal);
         if (isStructurallySingular()) return structurallySingular(given, op);
         const ProbedColumns<Cell> columns = columnsOf(given, known, op);
         others_.clear();

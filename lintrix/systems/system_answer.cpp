@@ -30,9 +30,10 @@ std::string inWords(const CertainInertia& inertia)
 }
 
 /// What a reader who is no numerical analyst can do about it.
-std::string_view adviceFor(Verdict verdict, bool isSingular, bool isDeficient)
+std::string_view adviceFor(Verdict verdict, bool isSingular, bool isDeficient, bool isFinite)
 {
     if (verdict == Verdict::Accurate) return "nothing has to be done";
+    if (!isFinite) return "look for where it comes from: a division by zero, an overflow, a value never set";
     if (isDeficient)
         return "equations that say the same may go; conditions on the unknowns that are left free would "
                "leave "
@@ -93,7 +94,8 @@ std::string SystemAnswer<Cell>::Explain(std::int32_t firstIndex) const
     for (const std::string& other : tried) addLine(text, fmt::format("Left: {}.", other));
     const bool isSingular = reason.find("singular") != std::string::npos;
     const bool isDeficient = reason.find("rank-deficient") != std::string::npos;
-    addLine(text, fmt::format("Advice: {}.", adviceFor(verdict, isSingular, isDeficient)));
+    const bool isFinite = reason != "the matrix is not finite";
+    addLine(text, fmt::format("Advice: {}.", adviceFor(verdict, isSingular, isDeficient, isFinite)));
     return text;
 }
 

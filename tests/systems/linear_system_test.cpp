@@ -449,6 +449,62 @@ TEST(LinearSystem, DependentRowsAndColumnsAreNamed)
     EXPECT_THAT(answer.Explain(), HasSubstr(answer.faults.InWords()));
 }
 
+/// Whichever element it is, and whatever takes part in it.
+template <class Block>
+void expectRefusalOfNoNumbers(const Block& finite, double bad)
+{
+    for (std::int32_t i = 0; i < finite.Rows(); ++i)
+        for (std::int32_t j = 0; j < finite.Cols(); ++j) {
+            Block A(finite);
+            A(i, j) = bad;
+            LinearSystem system(A);
+            for (const TransposeMode op : {kPlain, kTransposed, kAdjoint, kPlain}) {
+                const auto answer = system.Solve(Vector(op == kPlain ? A.Rows() : A.Cols(), 1.0), op);
+                EXPECT_EQ(answer.verdict, Verdict::Failed);
+                EXPECT_EQ(answer.reason, "the matrix is not finite");
+                EXPECT_EQ(answer.complaint, "there is no good solution: the matrix is not finite");
+                EXPECT_FALSE(answer.x);
+                EXPECT_FALSE(answer.inertia);
+                EXPECT_EQ(answer.faults.InWords(1), "The element in row " + std::to_string(i + 1) +
+                                                        ", column " + std::to_string(j + 1) +
+                                                        " is not a finite number.");
+                EXPECT_THAT(answer.Explain(), HasSubstr("Advice: look for where it comes from: a division by "
+                                                        "zero, an overflow, a value never set.\n"));
+            }
+            EXPECT_EQ(system.Factorize(), Verdict::Failed);
+        }
+}
+
+TEST(LinearSystem, AMatrixThatIsNotFiniteIsToldByItsElement)
+{
+    for (const double bad :
+         {std::numeric_limits<double>::quiet_NaN(), -std::numeric_limits<double>::infinity()}) {
+        for (const auto& [rows, cols] : {std::pair{5, 5}, {6, 4}, {3, 5}}) {
+            SparseMatrix A(rows, cols);
+            for (std::int32_t i = 0; i < rows; ++i)
+                for (std::int32_t j = 0; j < cols; ++j) A(i, j) = i == j ? 4.0 : 1.0 / (1 + i + 2 * j);
+            expectRefusalOfNoNumbers(A, bad);
+            expectRefusalOfNoNumbers(A.ToDense(), bad);
+        }
+    }
+}
+
+TEST(LinearSystem, AnUpdateBringsNumbersAndTakesThemAway)
+{
+    SparseMatrix A = bandOf<double>(Kind::General, 20, 2);
+    const double element = A.Item(7, 7);
+    LinearSystem system(A);
+    const Matrix B = blockOf<Matrix>(20, 1, 1);
+    EXPECT_EQ(system.Solve(B).verdict, Verdict::Accurate);
+    A(7, 7) = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(system.Update(A), SystemChange::Values);
+    EXPECT_EQ(system.Solve(B).reason, "the matrix is not finite");
+    EXPECT_EQ(system.Update(A), SystemChange::None) << "to the bit";
+    A(7, 7) = element;
+    EXPECT_EQ(system.Update(A), SystemChange::Values);
+    EXPECT_EQ(system.Solve(B).verdict, Verdict::Accurate);
+}
+
 TEST(LinearSystem, NumbersThatAreNoneAreNoSuccess)
 {
     for (const double bad :
