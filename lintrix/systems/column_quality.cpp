@@ -461,7 +461,7 @@ void lowerToWorst(SystemAnswer<Cell>& answer, const ColumnUnits<Cell>* units)
         if (answer.normalResidual) answer.normalResidual = answer.residual;
     }
     if (units && !units->allFinite()) answer.reason = "a right-hand side is not finite";
-    if (answer.verdict == Verdict::Failed) answer.complaint = "there is no good solution: " + answer.reason;
+    if (answer.verdict == Verdict::Failed) answer.complaint = complaintOf(answer.reason);
 }
 
 template double residualOf(const std::vector<ColumnQuality>&, const ColumnUnits<double>*);

@@ -302,8 +302,7 @@ private:
             answer.residual = answer.normalResidual = kNaN;
             answer.reason = "a right-hand side is not finite";
         }
-        if (answer.verdict == Verdict::Failed)
-            answer.complaint = "there is no good solution: " + answer.reason;
+        if (answer.verdict == Verdict::Failed) answer.complaint = complaintOf(answer.reason);
     }
 
     /// The shortest solution of a wide system, and so its probe, has little of what A all but sends to zero:

@@ -5,6 +5,7 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/section_file.h>
 #include <lintrix/systems/linear_system.h>
+#include <lintrix/systems/roads/words.h>
 #include <lintrix/systems/run_control.h>
 #include <lintrix/systems/structure/non_finite.h>
 
@@ -60,7 +61,7 @@ protected:
         const NonFinite elements = nonFiniteElements(A);
         if (elements.count == 0) return std::nullopt;
         SystemAnswer<Cell> answer{.reason = "the matrix is not finite"};
-        answer.complaint = "there is no good solution: " + answer.reason;
+        answer.complaint = roads::complaintOf(answer.reason);
         answer.faults = MatrixFaults([elements](std::int32_t first) { return explain(elements, first); });
         answer.road = "nothing";
         return answer;

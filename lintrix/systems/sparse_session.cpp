@@ -244,11 +244,6 @@ private:
         return answer;
     }
 
-    static std::string complaintOf(const std::string& reason)
-    {
-        return "there is no good solution: " + reason;
-    }
-
     /// What a solve goes on from, but for the factor.
     struct Standing {
         std::optional<Attempt> attempt; ///< of the factor

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// How numbers are shown to people.
+/// How numbers and failures are told to people.
 
 #include <fmt/format.h>
 
@@ -13,6 +13,12 @@ namespace Velmar::Lintrix::detail::roads {
 inline std::string numberInWords(double value)
 {
     return std::isnan(value) ? "unknown" : fmt::format("{:.1e}", value);
+}
+
+/// Of a failed system, as the end of a sentence.
+inline std::string complaintOf(const std::string& reason)
+{
+    return "there is no good solution: " + reason;
 }
 
 } // namespace Velmar::Lintrix::detail::roads
