@@ -254,13 +254,14 @@ private:
         return answer;
     }
 
-    /// A right-hand side that is not finite has no solution, and leaves the others alone.
+    /// A right-hand side that is not finite has no solution, and leaves the others alone. The road is the
+    /// longest that any of them took.
     SystemAnswer<Cell> solveColumns(LeastSquares<Cell>& solver, const M& B, std::vector<Solved>& solved,
                                     const ColumnUnits<Cell>* units)
     {
         SystemAnswer<Cell> answer{.residual = 0.0, .normalResidual = 0.0};
         answer.x = M(A_.Rows() + A_.Cols() - B.Rows(), B.Cols());
-        answer.road = nameOf(LeastSquaresMethod::Nothing);
+        LeastSquaresMethod method = LeastSquaresMethod::Nothing;
         for (std::int32_t j = 0; j < B.Cols(); ++j) {
             const auto x = columnCells(*answer.x, j);
             const bool hasNumbers =
@@ -280,8 +281,9 @@ private:
             answer.normalResidual = largerOrNaN(*answer.normalResidual, solved.back().normalResidual);
             answer.krylovSteps += found.iterations;
             answer.refinementSteps = std::max(answer.refinementSteps, found.refinements);
-            answer.road = nameOf(found.method);
+            method = std::max(method, found.method);
         }
+        answer.road = nameOf(method);
         return answer;
     }
 

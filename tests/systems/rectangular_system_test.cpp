@@ -243,6 +243,19 @@ TEST(RectangularSystem, AColumnThatIsNoNumberIsTheOnlyOneToFail)
     }
 }
 
+TEST(RectangularSystem, TheRoadIsThatOfTheColumnsThatTookOne)
+{
+    const SparseMatrix A = staircase(20, false);
+    Matrix B(A.Rows(), 3);
+    Vector b(A.Rows());
+    for (std::int32_t i = 0; i < B.Rows(); ++i) B(i, 1) = b[i] = 1.0 + i % 7;
+    const auto answer = LinearSystem(A).Solve(B);
+    EXPECT_EQ(answer.verdict, Verdict::Accurate);
+    EXPECT_EQ(answer.road, LinearSystem(A).Solve(b).road);
+    EXPECT_NE(answer.road, "nothing");
+    EXPECT_EQ(LinearSystem(A).Solve(Vector(A.Rows())).road, "nothing");
+}
+
 TEST(RectangularSystem, TheAdviceIsOfDeficiency)
 {
     const auto answer = LinearSystem(staircase(20, true)).Solve(Vector(63, 1.0));
