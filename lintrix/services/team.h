@@ -39,7 +39,10 @@ struct TeamMember {
 /// the call of threads that wait; and before the calling thread has had any, their start, for which all work
 /// is counted that went without. For what a start may take: the runtime waits for a new thread without
 /// leaving the core to it, so that one which the system puts on the core of the caller is there some
-/// milliseconds later. What comes of it depends on work done before: the pieces of work must not.
+/// milliseconds later. Likewise for a while where a call of this length took several times as long as one
+/// thread would have: the processors have other work to do. What comes of it depends on work and calls
+/// before: the pieces of work must not. The next call of `runTeam` by this thread is taken for that of this
+/// work.
 LINTRIX_TESTABLE int repaidTeam(int threads, double nanoseconds) noexcept;
 
 /// Calls work(context, member) on each thread of a team and returns when all are done; on the calling thread

@@ -6,6 +6,7 @@
 #include <omp.h>
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <numeric>
 #include <thread>
@@ -156,6 +157,51 @@ TEST(Team, HasToBeStartedOnce)
         });
         EXPECT_EQ(repaidTeam(2, 1e6), isAlone ? 1 : 2);
         EXPECT_EQ(repaidTeam(2, 1e3), 1);
+    });
+}
+
+/// A thread that comes late stands for one that has to wait for a processor.
+TEST(Team, IsNotCalledForAWhileWhereAShortCallTookLong)
+{
+    inFreshThread([] {
+        constexpr double kShort = 1e5;
+        bool isAlone = true;
+        const auto call = [&isAlone](int milliseconds) {
+            runTeam(2, [&](const TeamMember& member) {
+                if (member.thread == 0)
+                    isAlone = member.threads == 1;
+                else
+                    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+            });
+        };
+        call(0);
+        if (isAlone) return; // one processor: there is never a team
+        ASSERT_EQ(repaidTeam(2, kShort), 2);
+        call(20);
+        EXPECT_EQ(repaidTeam(2, kShort), 1);
+        EXPECT_EQ(repaidTeam(2, 1e12), 2) << "what takes long repays the delay";
+        double withoutTeam = kShort;
+        while (withoutTeam < 1e12 && repaidTeam(2, kShort) == 1) withoutTeam += kShort;
+        EXPECT_GT(withoutTeam, 2e7) << "several times the 20 milliseconds";
+        EXPECT_LT(withoutTeam, 1e12) << "another trial";
+    });
+}
+
+TEST(Team, ALongCallOrOneOfWorkThatNobodyHasToldOfIsNotJudged)
+{
+    inFreshThread([] {
+        constexpr double kShort = 1e5;
+        runTeam(2, [](const TeamMember&) {});
+        const int team = repaidTeam(2, kShort);
+        const auto late = [](const TeamMember&) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        };
+        repaidTeam(2, 1e9);
+        runTeam(2, late);
+        EXPECT_EQ(repaidTeam(2, 1e9), team);
+        runTeam(1, [](const TeamMember&) {});
+        runTeam(2, late);
+        EXPECT_EQ(repaidTeam(2, kShort), team);
     });
 }
 
