@@ -30,9 +30,7 @@ class Browser:
                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env={**os.environ, "HOME": self.folder})
         os.close(to_browser)
         os.close(from_browser)
-        targets = self.send("Target.getTargets")["targetInfos"]
-        page = next(t for t in targets if t["type"] == "page")
-        self.session = self.send("Target.attachToTarget", targetId=page["targetId"], flatten=True)["sessionId"]
+        self.session = self.send("Target.attachToTarget", targetId=self._page(), flatten=True)["sessionId"]
         for domain in ("Page", "Runtime", "Log", "Network"):
             self.call(f"{domain}.enable")
 
@@ -81,6 +79,16 @@ class Browser:
 
     # Pages
 
+    def _page(self):
+        """The first one, which the browser may open after it has begun to answer."""
+        end = time.monotonic() + self.seconds
+        while time.monotonic() < end:
+            for target in self.send("Target.getTargets")["targetInfos"]:
+                if target["type"] == "page":
+                    return target["targetId"]
+            time.sleep(0.05)
+        raise TimeoutError("the browser opens no page")
+
     def evaluate(self, script):
         result = self.call("Runtime.evaluate", expression=script, awaitPromise=True, returnByValue=True)
         if "exceptionDetails" in result:
@@ -101,8 +109,9 @@ class Browser:
             time.sleep(0.05)
 
     def open(self, url):
+        self.evaluate("window.isLeft = true")             # the page before, which may be the same one
         self.call("Page.navigate", url=url)
-        self.wait(f"location.href === {json.dumps(url)} && document.readyState === 'complete'")
+        self.wait(f"!window.isLeft && location.href === {json.dumps(url)} && document.readyState === 'complete'")
 
     def click(self, selector):
         """As a person would: at the middle of what is seen."""
