@@ -30,6 +30,7 @@ public:
     /// @return false  the listener wants to stop
     bool add(int thread, std::int64_t done)
     {
+        if (listener_.step == nullptr) return true;
         const std::int64_t sum = done_.fetch_add(done, std::memory_order_relaxed) + done;
         const auto percent =
             static_cast<int>(std::min(99.0, 100.0 * static_cast<double>(sum) / static_cast<double>(total_)));

@@ -8,7 +8,7 @@ namespace Velmar::Lintrix::detail::engine {
 std::int64_t countDescendants(const FactorStructure& structure, std::span<std::int64_t> starts)
 {
     std::fill(starts.begin(), starts.end(), 0);
-    forEachUpdate(structure, [&](int J, int, int, int) { ++starts[J + 1]; });
+    forEachRowBelow(structure, [&](int J, int, int, bool begins) { starts[J + 1] += begins; });
     for (int J = 0; J < structure.supernodes(); ++J) starts[J + 1] += starts[J];
     return starts.back();
 }
@@ -16,8 +16,11 @@ std::int64_t countDescendants(const FactorStructure& structure, std::span<std::i
 void listDescendants(const FactorStructure& structure, const DescendantLists& lists)
 {
     // starts[J] runs from the start of list J to its end, which is where the next begins.
-    forEachUpdate(structure, [&](int J, int K, int first, int last) {
-        lists.entries[static_cast<std::size_t>(lists.starts[J]++)] = {K, first, last};
+    int first = 0;
+    forEachRowBelow(structure, [&](int J, int K, int i, bool begins) {
+        first = begins ? i : first;
+        const std::int64_t end = lists.starts[J] += begins;
+        lists.entries[static_cast<std::size_t>(end) - 1] = {K, first, i + 1};
     });
     std::copy_backward(lists.starts.begin(), lists.starts.end() - 1, lists.starts.end());
     lists.starts.front() = 0;

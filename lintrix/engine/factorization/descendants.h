@@ -34,6 +34,8 @@ struct DescendantLists {
     std::span<const Descendant> of(int J, PositionRange sources) const noexcept
     {
         const std::span<const Descendant> all = of(J);
+        if (all.empty() || (sources.first <= all.front().source && all.back().source <= sources.last))
+            return all;
         const auto first = std::ranges::lower_bound(all, sources.first, {}, &Descendant::source);
         return {first, std::ranges::upper_bound(first, all.end(), sources.last, {}, &Descendant::source)};
     }

@@ -1,5 +1,6 @@
 #include <lintrix/engine/factorization/elimination.h>
 
+#include <lintrix/engine/call/division.h>
 #include <lintrix/engine/factorization/panel_solve.h>
 #include <lintrix/services/lapack.h>
 #include <lintrix/services/processor_family.h>
@@ -14,6 +15,7 @@ namespace Velmar::Lintrix::detail::engine {
 namespace {
 
 constexpr int kEntriesAhead = 16;
+constexpr int kMostByNumbers = 16; // rows of a single column that need no vectors
 
 } // namespace
 
@@ -42,7 +44,7 @@ template <class T>
 Eliminator<T>::Eliminator(const FactorPlan& plan, const FactorRules& rules, const T* values,
                           const Factor<T>& factor, EliminationTeam& team)
     : plan_(plan), structure_(plan.structure), rules_(rules), values_(values), factor_(factor), team_(team),
-      progress_(team.progress, plan.threads), work_(team.work),
+      subtractColumn_(columnUpdate<T>()), progress_(team.progress, plan.threads), work_(team.work),
       indexOf_(Scratch<int>::uninitialised(EliminationSizes(plan).indices)),
       rows_(Scratch<int>::uninitialised(EliminationSizes(plan).rows)),
       buffer_(Scratch<T>::uninitialised(EliminationSizes(plan).buffer)),
@@ -64,7 +66,6 @@ void Eliminator<T>::work(int thread, PositionRange within, Entries entries)
     }
 }
 
-// Panels worked at together; each but the last is a descendant of those behind it.
 template <class T>
 bool Eliminator<T>::eliminate(int thread, int first, int last, int firstSource, Entries entries)
 {
@@ -72,6 +73,14 @@ bool Eliminator<T>::eliminate(int thread, int first, int last, int firstSource, 
         for (int J = first; J <= last; ++J) gather(J);
     }
     indexRowsOf(first);
+    return first == last ? eliminateAlone(thread, first, firstSource)
+                         : eliminateTogether(thread, first, last, firstSource);
+}
+
+// Panels worked at together; each but the last is a descendant of those behind it.
+template <class T>
+bool Eliminator<T>::eliminateTogether(int thread, int first, int last, int firstSource)
+{
     MergedDescendants descendants(plan_.descendants, first, last, {firstSource, last});
     while (descendants.next()) {
         const int K = descendants.source();
@@ -80,6 +89,19 @@ bool Eliminator<T>::eliminate(int thread, int first, int last, int firstSource, 
         if (team_.hasFailed()) return false;
     }
     return complete(thread, last);
+}
+
+// The same for one panel, as most of those of networks are.
+template <class T>
+bool Eliminator<T>::eliminateAlone(int thread, int J, int firstSource)
+{
+    const Panel panel = panelOf(J);
+    for (const Descendant& descendant : plan_.descendants.of(J, {firstSource, J})) {
+        if (!team_.waitFor(descendant.source)) return false;
+        updateAlone(J, panel, descendant);
+        if (team_.hasFailed()) return false;
+    }
+    return complete(thread, J);
 }
 
 template <class T>
@@ -128,45 +150,129 @@ void Eliminator<T>::gather(int J)
     std::fill_n(l, std::ptrdiff_t{height} * width, T(0));
     T* const u = unsymmetric() ? upper(J) : l;
     if (unsymmetric()) std::fill_n(u, std::ptrdiff_t{height - width} * width, T(0));
-    const EntryMaps& maps = plan_.maps;
-    const auto entries = static_cast<int>(maps.source.size());
-    for (int k = maps.firstEntry[J]; k < maps.firstEntry[J + 1]; ++k) {
-        // They lie all over A: those to come, of this and the next supernodes, are brought near meanwhile.
-        __builtin_prefetch(values_ + maps.source[std::min(k + kEntriesAhead, entries - 1)]);
-        const int place = maps.place[k];
-        const T value = scaled(values_[maps.source[k]], J, place);
-        (place >= 0 ? l : u)[place >= 0 ? place : ~place] = conjugate(value, place < 0 && rules_.hermitian);
+    if (width == 1) {
+        bringColumn(J, l, u);
+    } else {
+        bringEntries(J, l, u);
     }
 }
 
-// The entry that goes to `place` in the panels of J.
+// The entry at k of the maps. They lie all over A: those to come, of this and the next supernodes, are
+// brought near meanwhile.
 template <class T>
-T Eliminator<T>::scaled(T value, int J, int place) const
+T Eliminator<T>::entryAt(int k) const
 {
-    if (plan_.scaling.row.empty()) return value;
-    const bool inU = place < 0 && unsymmetric(); // a mirrored entry's factors are the same ones
-    const int cell = place < 0 ? ~place : place;
-    const int ld = structure_.height(J) - (inU ? structure_.width(J) : 0);
-    const int behind = structure_.width(J) == 1 ? 0 : cell / ld; // networks are single columns: no division
-    const int fromList = (inU ? structure_.rowsBelow(J) : structure_.rowsOf(J))[cell - behind * ld];
-    const int inBlock = structure_.starts[J] + behind;
-    const int row = inU ? inBlock : fromList, column = inU ? fromList : inBlock;
-    return scaledBy(value, plan_.scaling.column[column], plan_.scaling.row[row]);
+    const std::span<const int> source = plan_.maps.source;
+    const auto last = static_cast<int>(source.size()) - 1;
+    __builtin_prefetch(values_ + source[std::min(k + kEntriesAhead, last)]);
+    return values_[source[k]];
+}
+
+template <class T>
+void Eliminator<T>::bringEntries(int J, T* l, T* u) const
+{
+    const int width = structure_.width(J), first = structure_.starts[J];
+    const int* const rows = structure_.rowsOf(J).data();
+    const double *const row = plan_.scaling.row.data(), *const column = plan_.scaling.column.data();
+    const EntryMaps& maps = plan_.maps;
+    for (int k = maps.firstEntry[J]; k < maps.firstEntry[J + 1]; ++k) {
+        const bool mirrored = maps.place[k] < 0; // in U, or in the lower triangle for the upper
+        const int cell = mirrored ? ~maps.place[k] : maps.place[k];
+        T value = entryAt(k);
+        if (row != nullptr) {
+            const bool inU = mirrored && unsymmetric(); // a mirrored entry's factors are the same ones
+            const int above = inU ? width : 0, ld = structure_.height(J) - above, behind = cell / ld;
+            const int fromList = rows[above + cell - behind * ld], inBlock = first + behind;
+            value = inU ? scaledBy(value, column[fromList], row[inBlock])
+                        : scaledBy(value, column[inBlock], row[fromList]);
+        }
+        (mirrored ? u : l)[cell] = conjugate(value, mirrored && rules_.hermitian);
+    }
+}
+
+// The same for a panel of one column, as those of networks are: places are rows.
+template <class T>
+void Eliminator<T>::bringColumn(int J, T* l, T* u) const
+{
+    const int at = structure_.starts[J];
+    const int *const rows = structure_.rowsOf(J).data(), *const place = plan_.maps.place.data();
+    const double *const row = plan_.scaling.row.data(), *const column = plan_.scaling.column.data();
+    const bool isScaled = row != nullptr, isUnsymmetric = unsymmetric(), isHermitian = rules_.hermitian;
+    const int end = plan_.maps.firstEntry[J + 1];
+    for (int k = plan_.maps.firstEntry[J]; k < end; ++k) {
+        const T value = entryAt(k);
+        if (place[k] < 0 && isUnsymmetric) {
+            const int i = ~place[k];
+            u[i] = isScaled ? scaledBy(value, column[rows[i + 1]], row[at]) : value;
+            continue;
+        }
+        const bool mirrored = place[k] < 0;
+        const int i = mirrored ? ~place[k] : place[k];
+        const T scaled = isScaled ? scaledBy(value, column[at], row[rows[i]]) : value;
+        l[i] = conjugate(scaled, mirrored && isHermitian);
+    }
+}
+
+// Where the rows of K below, from `from` on, stand in the list of the first panel at work. @return  how many
+template <class T>
+int Eliminator<T>::placeRows(int K, int from)
+{
+    const std::span<const int> rows = structure_.rowsBelow(K);
+    const auto m = static_cast<int>(rows.size()) - from;
+    const int* const rowsOfK = rows.data() + from;
+    int* const row = rows_.get();
+    for (int i = 0; i < m; ++i) row[i] = indexOf_[rowsOfK[i]];
+    return m;
 }
 
 // The panels lose the product of K's rows with those of them that are columns of the panels.
 template <class T>
 void Eliminator<T>::update(int first, int last, const MergedDescendants& descendant, const Factor<T>& factor)
 {
-    const int K = descendant.source(), from = descendant.firstRow();
-    const int height = structure_.height(K), width = structure_.width(K), below = height - width;
-    const int m = below - from;
-    const int* const rowsOfK = structure_.rowsBelow(K).data() + from;
-    int* const row = rows_.get();
-    for (int i = 0; i < m; ++i) row[i] = indexOf_[rowsOfK[i]];
-
+    const int K = descendant.source(), from = descendant.firstRow(), m = placeRows(K, from);
     const Target target = targetFor(first, last, descendant);
-    if (!hasDone(updateMultiplications(width, m, target.columns))) return;
+    if (hasDone(updateMultiplications(structure_.width(K), m, target.columns)))
+        subtract(K, from, m, target, factor);
+}
+
+template <class T>
+void Eliminator<T>::updateAlone(int J, const Panel& panel, const Descendant& descendant)
+{
+    const int K = descendant.source, from = descendant.first, columns = descendant.last - from;
+    const int width = structure_.width(K), m = structure_.height(K) - width - from;
+    if (!hasDone(updateMultiplications(width, m, columns))) return;
+    if (width == 1 && columns == 1 && m <= kMostByNumbers) return updateColumn(panel, K, from, m);
+    placeRows(K, from);
+    Target target;
+    addPanel(target, J, J, columns);
+    subtract(K, from, m, target, factor_);
+}
+
+// One column gives to one.
+template <class T>
+void Eliminator<T>::updateColumn(const Panel& panel, int K, int from, int m)
+{
+    const int *const rows = structure_.rows.data() + structure_.rowStarts[K] + 1 + from, *const place =
+                                                                                             indexOf_.get();
+    const std::ptrdiff_t column = place[rows[0]];
+    const T* const l = lower(K) + 1 + from;
+    T* const cells = panel.lower + panel.height * column;
+    if (panel.upper == nullptr) {
+        const bool isCholesky = rules_.method == Method::Cholesky;
+        const T other = conjugate(*l, isCholesky || rules_.hermitian);
+        const T factor = isCholesky ? other : product(*lower(K), other);
+        return subtractColumn_(l, nullptr, factor, rows, m, {cells, nullptr, place});
+    }
+    const T* const u = upper(K) + from;
+    T* const upperCells = panel.upper + (panel.height - panel.width) * column - panel.width;
+    subtractColumn_(l, u, *u, rows, m, {cells, upperCells, place});
+}
+
+template <class T>
+void Eliminator<T>::subtract(int K, int from, int m, const Target& target, const Factor<T>& factor)
+{
+    const int height = structure_.height(K), width = structure_.width(K), below = height - width;
+    const int* const row = rows_.get();
     const T* const l = lowerOf(factor, K) + width + from;
     if (!unsymmetric()) {
         const T* b = l;
@@ -193,21 +299,26 @@ typename Eliminator<T>::Target Eliminator<T>::targetFor(int first, int last,
 {
     Target target;
     for (int J = first; J <= last; ++J) {
-        const int columns = descendant.columns(J - first);
-        if (columns == 0) continue;
-        const int before = structure_.starts[J] - structure_.starts[first];
-        const int width = structure_.width(J), ld = structure_.height(J), below = ld - width;
-        const auto origin = [before](std::ptrdiff_t rowsAbove, std::ptrdiff_t ldOfPanel) {
-            return rowsAbove + ldOfPanel * before;
-        };
-        target.lower[target.panels] = {lower(J) - origin(before, ld), ld, columns, target.columns};
-        target.columns += columns;
-        if (unsymmetric())
-            target.upper[target.panels] = {upper(J) - origin(before + width, below), below, columns,
-                                           target.columns};
-        ++target.panels;
+        if (const int columns = descendant.columns(J - first); columns > 0)
+            addPanel(target, first, J, columns);
     }
     return target;
+}
+
+template <class T>
+void Eliminator<T>::addPanel(Target& target, int first, int J, int columns) const
+{
+    const int before = structure_.starts[J] - structure_.starts[first];
+    const int width = structure_.width(J), ld = structure_.height(J), below = ld - width;
+    const auto origin = [before](std::ptrdiff_t rowsAbove, std::ptrdiff_t ldOfPanel) {
+        return rowsAbove + ldOfPanel * before;
+    };
+    target.lower[target.panels] = {lower(J) - origin(before, ld), ld, columns, target.columns};
+    target.columns += columns;
+    if (unsymmetric())
+        target.upper[target.panels] = {upper(J) - origin(before + width, below), below, columns,
+                                       target.columns};
+    ++target.panels;
 }
 
 // What a symmetric update multiplies K's rows with: k rows of L, conjugated for Hermitian, times D.
@@ -231,9 +342,8 @@ bool Eliminator<T>::factorBlock(int J)
 {
     switch (rules_.method) {
     case Method::RowPivoting:
-        return factorLu(J);
     case Method::CompletePivoting:
-        return factorLu(J);
+        return structure_.width(J) == 1 ? factorColumn(J) : factorLu(J);
     case Method::Cholesky:
         return factorCholesky(J);
     case Method::DiagonalPivoting:
@@ -270,6 +380,23 @@ bool Eliminator<T>::factorLu(int J)
     solveFromRight(RightFactor::Upper, block, height, width, block + width, height, below);
     exchangeColumns(rowExchange, width, u, below, below);
     solveFromRight(RightFactor::LowerTransposedUnit, block, height, width, u, below, below);
+    return true;
+}
+
+// The same of a single column: nothing changes places, and U's panel stays as it is.
+template <class T>
+bool Eliminator<T>::factorColumn(int J)
+{
+    const int height = structure_.height(J), at = structure_.starts[J];
+    T* const column = lower(J);
+    if (rules_.method == Method::CompletePivoting) {
+        pivots_ += pivotCompletely(column, height, 1, rules_.eps, factor_.rowExchange + at,
+                                   factor_.columnExchange + at);
+    } else {
+        factor_.rowExchange[at] = 1;
+        if (*column == T(0)) return failAt(J, 1);
+    }
+    divideByInverse(*column, column + 1, height - 1);
     return true;
 }
 

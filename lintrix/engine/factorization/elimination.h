@@ -70,7 +70,7 @@ class EliminationTeam {
 public:
     EliminationTeam(const FactorPlan& plan, const ProgressListener& listener)
         : progress(listener, std::max<std::int64_t>(1, plan.sizes.lower)),
-          work(multiplications(plan.structure)),
+          work(WorkScope::listener() == nullptr ? 0.0 : multiplications(plan.structure)),
           finished_(Scratch<std::atomic<unsigned char>>::zeroed(plan.structure.supernodes()))
     {
     }
@@ -153,6 +153,16 @@ private:
         std::span<const UpdatePanel<T>> upperPanels() const { return std::span(upper).first(panels); }
     };
 
+    // Where the panels of a supernode lie; those of U only in unsymmetric storage.
+    struct Panel {
+        T *lower, *upper;
+        std::ptrdiff_t height, width;
+    };
+    Panel panelOf(int J) const
+    {
+        return {lower(J), unsymmetric() ? upper(J) : nullptr, structure_.height(J), structure_.width(J)};
+    }
+
     bool unsymmetric() const { return isUnsymmetric(rules_.method); }
     T* lower(int J) const { return lowerOf(factor_, J); }
     T* upper(int J) const { return upperOf(factor_, J); }
@@ -161,16 +171,26 @@ private:
     int* exchangesOf(int J) const { return factor_.rowExchange + structure_.starts[J]; }
 
     bool eliminate(int thread, int first, int last, int firstSource, Entries entries);
+    bool eliminateTogether(int thread, int first, int last, int firstSource);
+    bool eliminateAlone(int thread, int J, int firstSource);
     bool complete(int thread, int J);
     void indexRowsOf(int J);
-    T scaled(T value, int J, int place) const;
+    T entryAt(int k) const;
+    void bringEntries(int J, T* l, T* u) const;
+    void bringColumn(int J, T* l, T* u) const;
     void update(int first, int last, const MergedDescendants& descendant, const Factor<T>& from);
+    void updateAlone(int J, const Panel& panel, const Descendant& descendant);
+    void updateColumn(const Panel& panel, int K, int from, int m);
+    int placeRows(int K, int from);
     bool hasDone(double multiplications);
     Target targetFor(int first, int last, const MergedDescendants& descendant) const;
+    void addPanel(Target& target, int first, int J, int columns) const;
+    void subtract(int K, int from, int m, const Target& target, const Factor<T>& factor);
     void prepareRight(int K, const T* block, const T* l, int ld, int k);
     bool factorBlock(int J);
     bool failAt(int J, int info);
     bool factorLu(int J);
+    bool factorColumn(int J);
     bool factorCholesky(int J);
     bool factorSymmetric(int J);
 
@@ -180,6 +200,7 @@ private:
     const T* values_;
     const Factor<T>& factor_;
     EliminationTeam& team_;
+    const ColumnUpdate<T> subtractColumn_;
     ProgressShare progress_;
     WorkShare work_;
     Scratch<int> indexOf_; // row -> its place in the list of the first panel at work

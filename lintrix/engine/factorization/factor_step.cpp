@@ -49,8 +49,10 @@ public:
         if (prints) textsInForce();
     }
 
+    /// None where nobody would hear.
     ProgressListener listener()
     {
+        if (callback_.call == nullptr && !prints_) return {};
         return {[](void* self, int thread, int percent) {
                     return static_cast<Announcer*>(self)->announce(thread, percent);
                 },

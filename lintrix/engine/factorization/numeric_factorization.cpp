@@ -33,7 +33,7 @@ FactorResult factorize(const FactorPlan& plan, const FactorRules& rules, const T
     if (!team.progress.start()) return {stopped(), {}};
     PivotCounts pivots;
     const int threads = busyThreads(plan, static_cast<int>(plan.runs.size()));
-    const int called = repaidTeam(threads, nanoseconds<T>(plan));
+    const int called = threads == 1 ? 1 : repaidTeam(threads, nanoseconds<T>(plan));
     const auto makeWorker = [&] { return Eliminator<T>(plan, rules, values, factor, team); };
     runTeam(called, [&](const TeamMember& member) {
         std::optional<SequentialBlasScope> sequential;

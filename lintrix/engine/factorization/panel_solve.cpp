@@ -34,7 +34,7 @@ bool isAdjoint(RightFactor factor)
 }
 
 template <class T>
-void scale(T* column, T by, int m)
+LINTRIX_ALWAYS_INLINE void scale(T* column, T by, int m)
 {
     for (int i = 0; i < m; ++i) column[i] = product(column[i], by);
 }
@@ -75,10 +75,62 @@ LINTRIX_ALWAYS_INLINE int choleskyByColumns(T* panel, std::ptrdiff_t ld, int w)
     return 0;
 }
 
+// D, as it stands in a block.
+template <class T>
+struct Pivots {
+    const T* block;
+    std::ptrdiff_t ld;
+    int w;
+    const int* exchange;
+    bool hermitian;
+};
+
+template <class T>
+LINTRIX_ALWAYS_INLINE void divideColumns(const Pivots<T>& d, T* x, std::ptrdiff_t ldx, int m)
+{
+    for (int j = 0; j < d.w;) {
+        T *const first = x + ldx * j, *const second = first + ldx;
+        if (d.exchange[j] > 0) {
+            scale(first, inverseOf(d.block[j + d.ld * j]), m);
+            ++j;
+            continue;
+        }
+        const PivotPair<T> pair = pivotPairAt(d.block, d.ld, j, d.hermitian);
+        for (int i = 0; i < m; ++i) pair.divideRow(first[i], second[i]);
+        j += 2;
+    }
+}
+
+template <class T>
+LINTRIX_ALWAYS_INLINE void multiplyColumns(const Pivots<T>& d, const T* x, std::ptrdiff_t ldx, int k, T* y,
+                                           std::ptrdiff_t ldy)
+{
+    const auto conj = [&](T value) LINTRIX_INLINE_LAMBDA { return conjugate(value, d.hermitian); };
+    for (int j = 0; j < d.w;) {
+        const T *const a = x + ldx * j, *const b = a + ldx;
+        T *const first = y + ldy * j, *const second = first + ldy;
+        const T* const column = d.block + d.ld * j;
+        const T d0 = column[j];
+        if (d.exchange[j] > 0) {
+            for (int i = 0; i < k; ++i) first[i] = product(d0, conj(a[i]));
+            ++j;
+            continue;
+        }
+        const T lower = column[d.ld + j], upper = conj(lower), d1 = column[d.ld + j + 1];
+        for (int i = 0; i < k; ++i) {
+            first[i] = product(d0, conj(a[i])) + product(upper, conj(b[i]));
+            second[i] = product(lower, conj(a[i])) + product(d1, conj(b[i]));
+        }
+        j += 2;
+    }
+}
+
 template <class T>
 struct NarrowPanels {
     void (*solve)(RightFactor, const T*, std::ptrdiff_t, int, T*, std::ptrdiff_t, int);
     int (*cholesky)(T*, std::ptrdiff_t, int);
+    void (*divide)(const Pivots<T>&, T*, std::ptrdiff_t, int);
+    void (*multiply)(const Pivots<T>&, const T*, std::ptrdiff_t, int, T*, std::ptrdiff_t);
 };
 
 template <class T>
@@ -93,6 +145,17 @@ LINTRIX_FOR_AVX2 int choleskyAvx2(T* panel, std::ptrdiff_t ld, int w)
     return choleskyByColumns<32>(panel, ld, w);
 }
 template <class T>
+LINTRIX_FOR_AVX2 void divideAvx2(const Pivots<T>& d, T* x, std::ptrdiff_t ldx, int m)
+{
+    divideColumns(d, x, ldx, m);
+}
+template <class T>
+LINTRIX_FOR_AVX2 void multiplyAvx2(const Pivots<T>& d, const T* x, std::ptrdiff_t ldx, int k, T* y,
+                                   std::ptrdiff_t ldy)
+{
+    multiplyColumns(d, x, ldx, k, y, ldy);
+}
+template <class T>
 void solveSse2(RightFactor factor, const T* block, std::ptrdiff_t ld, int w, T* x, std::ptrdiff_t ldx, int m)
 {
     solveByColumns<16>(factor, block, ld, w, x, ldx, m);
@@ -102,13 +165,25 @@ int choleskySse2(T* panel, std::ptrdiff_t ld, int w)
 {
     return choleskyByColumns<16>(panel, ld, w);
 }
+template <class T>
+void divideSse2(const Pivots<T>& d, T* x, std::ptrdiff_t ldx, int m)
+{
+    divideColumns(d, x, ldx, m);
+}
+template <class T>
+void multiplySse2(const Pivots<T>& d, const T* x, std::ptrdiff_t ldx, int k, T* y, std::ptrdiff_t ldy)
+{
+    multiplyColumns(d, x, ldx, k, y, ldy);
+}
 
 // Columns are too short for longer vectors to pay.
 template <class T>
-constexpr NarrowPanels<T> kAvx2{solveAvx2<T>, choleskyAvx2<T>};
+constexpr NarrowPanels<T> kAvx2{solveAvx2<T>, choleskyAvx2<T>, divideAvx2<T>, multiplyAvx2<T>};
 template <class T>
 constexpr KernelForms<NarrowPanels<T>> kForms{
-    .sse2 = {solveSse2<T>, choleskySse2<T>}, .avx2 = kAvx2<T>, .avx512 = kAvx2<T>};
+    .sse2 = {solveSse2<T>, choleskySse2<T>, divideSse2<T>, multiplySse2<T>},
+    .avx2 = kAvx2<T>,
+    .avx512 = kAvx2<T>};
 
 template <class T>
 const NarrowPanels<T>& narrowPanels()
@@ -155,41 +230,14 @@ void exchangeColumns(const int* exchange, int w, T* x, int ldx, int m)
 template <class T>
 void divideByPivots(const T* block, int ld, int w, const int* exchange, bool hermitian, T* x, int ldx, int m)
 {
-    for (int j = 0; j < w;) {
-        T *const first = x + std::ptrdiff_t{ldx} * j, *const second = first + ldx;
-        if (exchange[j] > 0) {
-            scale(first, inverseOf(block[j + std::ptrdiff_t{ld} * j]), m);
-            ++j;
-            continue;
-        }
-        const PivotPair<T> pair = pivotPairAt(block, ld, j, hermitian);
-        for (int i = 0; i < m; ++i) pair.divideRow(first[i], second[i]);
-        j += 2;
-    }
+    if (m > 0) narrowPanels<T>().divide({block, ld, w, exchange, hermitian}, x, ldx, m);
 }
 
 template <class T>
 void multiplyByPivots(const T* block, int ld, int w, const int* exchange, bool hermitian, const T* x, int ldx,
                       int k, T* y, int ldy)
 {
-    const auto conj = [&](T value) { return conjugate(value, hermitian); };
-    for (int j = 0; j < w;) {
-        const T *const a = x + std::ptrdiff_t{ldx} * j, *const b = a + ldx;
-        T *const first = y + std::ptrdiff_t{ldy} * j, *const second = first + ldy;
-        const T* const column = block + std::ptrdiff_t{ld} * j;
-        const T d0 = column[j];
-        if (exchange[j] > 0) {
-            for (int i = 0; i < k; ++i) first[i] = product(d0, conj(a[i]));
-            ++j;
-            continue;
-        }
-        const T lower = column[ld + j], upper = conj(lower), d1 = column[ld + j + 1];
-        for (int i = 0; i < k; ++i) {
-            first[i] = product(d0, conj(a[i])) + product(upper, conj(b[i]));
-            second[i] = product(lower, conj(a[i])) + product(d1, conj(b[i]));
-        }
-        j += 2;
-    }
+    narrowPanels<T>().multiply({block, ld, w, exchange, hermitian}, x, ldx, k, y, ldy);
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \

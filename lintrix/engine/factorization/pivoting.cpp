@@ -170,8 +170,9 @@ Pivot chooseBunchKaufman(const Block<T>& a, int k, RealOf<T> eps)
     return {2, r, false};
 }
 
-// Factors the lower triangle by pivots that `choose(a, k, eps)` takes.
-template <class T>
+// Factors the lower triangle by pivots that `choose(a, k, eps)` takes. All is inlined into functions for one
+// instruction set each.
+template <class T, int Bytes>
 class SymmetricPivoting {
 public:
     SymmetricPivoting(const Block<T>& block, double eps, bool hermitian, int* exchanges)
@@ -180,7 +181,7 @@ public:
     }
 
     template <class Choose>
-    PivotCounts run(Choose choose)
+    LINTRIX_ALWAYS_INLINE PivotCounts run(Choose choose)
     {
         for (int i = 0; i < a_.width(); ++i) keepReal(i);
         for (int k = 0; k < a_.width();) {
@@ -200,7 +201,7 @@ private:
         if (hermitian_) a_(i, i) = T(realPart(a_(i, i)));
     }
 
-    void takeOne(int k, const Pivot& pivot)
+    LINTRIX_ALWAYS_INLINE void takeOne(int k, const Pivot& pivot)
     {
         exchange(k, pivot.partner);
         exchanges_[k] = pivot.partner + 1;
@@ -209,7 +210,7 @@ private:
         eliminateOne(k);
     }
 
-    void takeTwo(int k, const Pivot& pivot)
+    LINTRIX_ALWAYS_INLINE void takeTwo(int k, const Pivot& pivot)
     {
         exchange(k + 1, pivot.partner);
         exchanges_[k] = -(k + 1);
@@ -243,22 +244,21 @@ private:
     }
 
     // Column k becomes L's, the lower triangle behind it is updated.
-    void eliminateOne(int k)
+    LINTRIX_ALWAYS_INLINE void eliminateOne(int k)
     {
         if (k + 1 == a_.width()) return;
         T* const l = a_.column(k);
         const T inverse = inverseOf(l[k]);
         for (int j = k + 1; j < a_.width(); ++j) {
-            T* const column = a_.column(j);
             const T factor = product(conjugated(l[j]), inverse);
-            for (int i = j; i < a_.width(); ++i) column[i] -= product(l[i], factor);
+            column_kernel::loseMultiple<Bytes, false>(l + j, factor, a_.column(j) + j, a_.width() - j);
             keepReal(j);
         }
         for (int i = k + 1; i < a_.width(); ++i) l[i] = product(l[i], inverse);
     }
 
     // Columns (x, y) from k on become (x, y)*inv(D).
-    void eliminateTwo(int k, const PivotPair<T>& pair)
+    LINTRIX_ALWAYS_INLINE void eliminateTwo(int k, const PivotPair<T>& pair)
     {
         T *const x = a_.column(k), *const y = a_.column(k + 1);
         for (int j = k + 2; j < a_.width(); ++j) {
@@ -314,23 +314,57 @@ PivotCounts pivotAlone(T& cell, double eps, int& rowExchange, int& columnExchang
 }
 
 template <class T>
-using CompletePivoting = PivotCounts (*)(const Block<T>&, double, int*, int*);
+struct Pivoting {
+    PivotCounts (*completely)(const Block<T>&, double, int*, int*);
+    PivotCounts (*onDiagonal)(const Block<T>&, double, bool, int*);
+    PivotCounts (*bunchKaufman)(const Block<T>&, double, bool, int*);
+};
 
 template <class T>
-LINTRIX_FOR_AVX2 PivotCounts pivotAvx2(const Block<T>& a, double eps, int* rows, int* columns)
+LINTRIX_FOR_AVX2 PivotCounts completelyAvx2(const Block<T>& a, double eps, int* rows, int* columns)
 {
     return pivotBlock<32>(a, eps, rows, columns);
 }
 template <class T>
-PivotCounts pivotSse2(const Block<T>& a, double eps, int* rows, int* columns)
+LINTRIX_FOR_AVX2 PivotCounts onDiagonalAvx2(const Block<T>& a, double eps, bool hermitian, int* exchanges)
+{
+    return SymmetricPivoting<T, 32>(a, eps, hermitian, exchanges).run(chooseOnDiagonal<T>);
+}
+template <class T>
+LINTRIX_FOR_AVX2 PivotCounts bunchKaufmanAvx2(const Block<T>& a, double eps, bool hermitian, int* exchanges)
+{
+    return SymmetricPivoting<T, 32>(a, eps, hermitian, exchanges).run(chooseBunchKaufman<T>);
+}
+template <class T>
+PivotCounts completelySse2(const Block<T>& a, double eps, int* rows, int* columns)
 {
     return pivotBlock<16>(a, eps, rows, columns);
+}
+template <class T>
+PivotCounts onDiagonalSse2(const Block<T>& a, double eps, bool hermitian, int* exchanges)
+{
+    return SymmetricPivoting<T, 16>(a, eps, hermitian, exchanges).run(chooseOnDiagonal<T>);
+}
+template <class T>
+PivotCounts bunchKaufmanSse2(const Block<T>& a, double eps, bool hermitian, int* exchanges)
+{
+    return SymmetricPivoting<T, 16>(a, eps, hermitian, exchanges).run(chooseBunchKaufman<T>);
 }
 
 // Blocks are too narrow for longer vectors to pay.
 template <class T>
-constexpr KernelForms<CompletePivoting<T>> kForms{
-    .sse2 = pivotSse2<T>, .avx2 = pivotAvx2<T>, .avx512 = pivotAvx2<T>};
+constexpr Pivoting<T> kAvx2{completelyAvx2<T>, onDiagonalAvx2<T>, bunchKaufmanAvx2<T>};
+template <class T>
+constexpr KernelForms<Pivoting<T>> kForms{.sse2 = {completelySse2<T>, onDiagonalSse2<T>, bunchKaufmanSse2<T>},
+                                          .avx2 = kAvx2<T>,
+                                          .avx512 = kAvx2<T>};
+
+template <class T>
+const Pivoting<T>& pivoting()
+{
+    static const Pivoting<T> chosen = kForms<T>.chosen();
+    return chosen;
+}
 
 } // namespace
 
@@ -338,20 +372,19 @@ template <class T>
 PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchange, int* columnExchange)
 {
     if (w == 1) return pivotAlone(*block, eps, *rowExchange, *columnExchange);
-    static const CompletePivoting<T> kernel = kForms<T>.chosen();
-    return kernel({block, ld, w}, eps, rowExchange, columnExchange);
+    return pivoting<T>().completely({block, ld, w}, eps, rowExchange, columnExchange);
 }
 
 template <class T>
 PivotCounts pivotOnDiagonal(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
 {
-    return SymmetricPivoting<T>({block, ld, w}, eps, hermitian, exchanges).run(chooseOnDiagonal<T>);
+    return pivoting<T>().onDiagonal({block, ld, w}, eps, hermitian, exchanges);
 }
 
 template <class T>
 PivotCounts pivotBunchKaufman(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
 {
-    return SymmetricPivoting<T>({block, ld, w}, eps, hermitian, exchanges).run(chooseBunchKaufman<T>);
+    return pivoting<T>().bunchKaufman({block, ld, w}, eps, hermitian, exchanges);
 }
 
 #define LINTRIX_INSTANTIATE(T)                                                                               \

@@ -69,15 +69,37 @@ void runFewRowsSse2(const UpdateProduct<T>& product, const UpdateTarget<T>& targ
 }
 
 template <class T>
+LINTRIX_FOR_AVX2_AND_FMA void runColumnFma(const T* l, const T* u, const T& factor, const int* rows, int m,
+                                           const ColumnTarget<T>& target)
+{
+    update_kernel::runByColumns(l, u, factor, rows, m, target);
+}
+template <class T>
+void runColumnSse2(const T* l, const T* u, const T& factor, const int* rows, int m,
+                   const ColumnTarget<T>& target)
+{
+    update_kernel::runByColumns(l, u, factor, rows, m, target);
+}
+
+template <class T>
 struct Choice {
     Kernel<T> run, runFewRows;
+    ColumnUpdate<T> runColumn;
     int lanes;
 };
 
 template <class T>
-constexpr KernelForms<Choice<T>> kForms{.sse2 = {runSse2<T>, runFewRowsSse2<T>, 16 / sizeof(T)},
-                                        .avx2 = {runAvx2<T>, runFewRowsFma<T>, 32 / sizeof(T)},
-                                        .avx512 = {runAvx512<T>, runFewRowsFma<T>, 64 / sizeof(T)}};
+constexpr KernelForms<Choice<T>> kForms{
+    .sse2 = {runSse2<T>, runFewRowsSse2<T>, runColumnSse2<T>, 16 / sizeof(T)},
+    .avx2 = {runAvx2<T>, runFewRowsFma<T>, runColumnFma<T>, 32 / sizeof(T)},
+    .avx512 = {runAvx512<T>, runFewRowsFma<T>, runColumnFma<T>, 64 / sizeof(T)}};
+
+template <class T>
+const Choice<T>& chosenForms()
+{
+    static const Choice<T> chosen = kForms<T>.chosen();
+    return chosen;
+}
 
 } // namespace
 
@@ -85,7 +107,7 @@ template <class T>
 void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& target, bool lowerTriangle,
                      T* buffer)
 {
-    static const Choice<T> kernel = kForms<T>.chosen();
+    const Choice<T>& kernel = chosenForms<T>();
     if (product.m <= 0) return;
     if (product.m + product.above < kernel.lanes || product.m <= kFewRows<T>) {
         kernel.runFewRows(product, target, lowerTriangle, buffer);
@@ -94,11 +116,19 @@ void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& tar
     }
 }
 
-template void subtractProduct(const UpdateProduct<float>&, const UpdateTarget<float>&, bool, float*);
-template void subtractProduct(const UpdateProduct<double>&, const UpdateTarget<double>&, bool, double*);
-template void subtractProduct(const UpdateProduct<std::complex<float>>&,
-                              const UpdateTarget<std::complex<float>>&, bool, std::complex<float>*);
-template void subtractProduct(const UpdateProduct<std::complex<double>>&,
-                              const UpdateTarget<std::complex<double>>&, bool, std::complex<double>*);
+template <class T>
+ColumnUpdate<T> columnUpdate()
+{
+    return chosenForms<T>().runColumn;
+}
+
+#define LINTRIX_INSTANTIATE(T)                                                                               \
+    template void subtractProduct(const UpdateProduct<T>&, const UpdateTarget<T>&, bool, T*);                \
+    template ColumnUpdate<T> columnUpdate<T>();
+LINTRIX_INSTANTIATE(float)
+LINTRIX_INSTANTIATE(double)
+LINTRIX_INSTANTIATE(std::complex<float>)
+LINTRIX_INSTANTIATE(std::complex<double>)
+#undef LINTRIX_INSTANTIATE
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -59,4 +59,26 @@ template <class T>
 LINTRIX_TESTABLE void subtractProduct(const UpdateProduct<T>& product, const UpdateTarget<T>& target,
                                       bool lowerTriangle, T* buffer);
 
+/// Where a column of the factor takes what other columns give.
+template <class T>
+struct ColumnTarget {
+    T* lower; ///< of L's panel
+    T* upper; ///< of U's, set back so that the same rows serve; null in symmetric storage
+    const int* place;
+};
+
+/// A column of L with m rows, and beside it that of U, gives to one that is its first row:
+///
+///     lower[place[rows[i]]] -= l[i]*factor for 0 <= i < m, in unsymmetric storage with factor u[0], and
+///     upper[place[rows[i]]] -= u[i]*l[0] for 0 < i < m.
+///
+/// The same as subtractProduct for each, and with the same bits; most descendants in networks are such.
+template <class T>
+using ColumnUpdate = void (*)(const T* l, const T* u, const T& factor, const int* rows, int m,
+                              const ColumnTarget<T>& target);
+
+/// Its form for this processor, to be kept: a call through it is most of what it costs.
+template <class T>
+LINTRIX_TESTABLE ColumnUpdate<T> columnUpdate();
+
 } // namespace Velmar::Lintrix::detail::engine

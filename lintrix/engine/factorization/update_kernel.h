@@ -397,6 +397,31 @@ private:
     V byReal_{}, byImaginary_{};
 };
 
+template <class T>
+LINTRIX_ALWAYS_INLINE void subtractFrom(T* cell, const T* x, const T& y)
+{
+    NumberSum<T> sum;
+    sum.add(x, &y);
+    sum.subtractFrom(cell);
+}
+
+/// A column gives to one column.
+template <class T>
+LINTRIX_ALWAYS_INLINE void runByColumns(const T* l, const T* u, const T& factor, const int* rows, int m,
+                                        const ColumnTarget<T>& target)
+{
+    subtractFrom(target.lower + target.place[rows[0]], l, factor);
+    if (target.upper == nullptr) {
+        for (int i = 1; i < m; ++i) subtractFrom(target.lower + target.place[rows[i]], l + i, factor);
+        return;
+    }
+    for (int i = 1; i < m; ++i) {
+        const std::ptrdiff_t place = target.place[rows[i]];
+        subtractFrom(target.lower + place, l + i, factor);
+        subtractFrom(target.upper + place, u + i, *l);
+    }
+}
+
 /// Number by number: for few rows.
 template <class T>
 LINTRIX_ALWAYS_INLINE void runByNumbers(const UpdateProduct<T>& product, const UpdateTarget<T>& target,

@@ -121,7 +121,7 @@ private:
     template <bool Upwards>
     LINTRIX_ALWAYS_INLINE void exchange(const Supernode& node, const int* exchanges) const
     {
-        if (exchanges == nullptr) return;
+        if (exchanges == nullptr || node.width == 1) return;
         for (int k = 0; k < node.width; ++k) {
             const int i = Upwards ? k : node.width - 1 - k, with = std::abs(exchanges[i]) - 1;
             if (with != i) {

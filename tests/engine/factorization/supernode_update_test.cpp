@@ -221,6 +221,47 @@ TYPED_TEST(SupernodeUpdate, BitsDoNotDependOnThePlacesOfTheRows)
     }
 }
 
+// A column that gives to one column, in L alone and in L and U at once: `rows` stand at `place` in the
+// target.
+TYPED_TEST(SupernodeUpdate, AColumnGivesTheBitsOfTheProduct)
+{
+    using T = TypeParam;
+    for (const int m : {1, 2, 3, 4, 5, 8, 9, 16}) {
+        for (const int stretch : {0, 1, 3}) {
+            SCOPED_TRACE(::testing::Message() << "m " << m << ", stretch " << stretch);
+            std::mt19937 random(static_cast<unsigned>(17 * m + stretch));
+            const std::vector<T> l = this->values(m, random), u = this->values(m, random);
+            const std::vector<int> row = this->places(m, stretch, random);
+            const int height = row.back() + 1;
+            std::vector<int> rows, place(static_cast<std::size_t>(3 * height + 5));
+            for (const int at : row) {
+                rows.push_back(3 * at + 2);
+                place[static_cast<std::size_t>(rows.back())] = at;
+            }
+            const std::vector<T> before = this->values(height, random),
+                                 beforeU = this->values(height, random);
+            std::vector<T> expected = before, expectedU = beforeU, buffer(updateBufferSize(1, 1, 1));
+            const auto subtract = [&](const std::vector<T>& a, const T& b, std::vector<T>& cells, int first) {
+                const UpdatePanel<T> panel{cells.data() - std::ptrdiff_t{height} * row[0], height, 1, first};
+                subtractProduct<T>({a.data(), m, &b, 1, m, 1, 1, 0}, {{&panel, 1}, row.data()}, false,
+                                   buffer.data());
+            };
+            subtract(l, u[0], expected, 0);
+            subtract(u, l[0], expectedU, 1);
+
+            std::vector<T> lower = before, upper = beforeU;
+            columnUpdate<T>()(l.data(), u.data(), u[0], rows.data(), m,
+                              {lower.data(), upper.data(), place.data()});
+            EXPECT_EQ(lower, expected);
+            EXPECT_EQ(upper, expectedU);
+
+            std::vector<T> alone = before;
+            columnUpdate<T>()(l.data(), nullptr, u[0], rows.data(), m, {alone.data(), nullptr, place.data()});
+            EXPECT_EQ(alone, expected);
+        }
+    }
+}
+
 TYPED_TEST(SupernodeUpdate, NoRowsAreNoWork)
 {
     const int index = 0;

@@ -37,7 +37,7 @@ void scaleUnsymmetric(std::span<const double> u, std::span<const double> v, std:
         const double sum = u[i] + v[j];
         const double row = std::clamp(u[i] + shift, std::max(-kLargestExponent, sum - kLargestExponent),
                                       std::min(kLargestExponent, sum + kLargestExponent));
-        factors[i] = std::exp(row);
+        factors[i] = row == 0.0 ? 1.0 : std::exp(row); // of most rows that keep their diagonal
         factors[u.size() + j] = std::exp(v[j] - (row - u[i]));
     }
 }

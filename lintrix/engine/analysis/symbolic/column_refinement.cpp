@@ -297,6 +297,11 @@ bool repaysRefinement(const FactorStructure& structure)
     // It takes what two or three factorizations save there. Planes of two million have 4000, cubes of 30000
     // have 7000.
     constexpr double kLeastOperationsOfARow = 6000.0;
+    // A supernode has no more than width*(height + 1) for each of its rows: most matrices have none as large.
+    double most = 0.0;
+    for (int J = 0; J < structure.supernodes(); ++J)
+        most = std::max(most, structure.width(J) * (structure.height(J) + 1.0));
+    if (most < kLeastOperationsOfARow) return false;
     return operationCount(structure, false, false) >=
            kLeastOperationsOfARow * static_cast<double>(structure.rowStarts.back());
 }

@@ -52,9 +52,12 @@ public:
             sum += entries;
         }
         WorkShare share(asking_);
-        for (int entry = 0; entry < static_cast<int>(supernodeOf.size()); ++entry) {
-            if (entry % kEntriesTogether == 0 && !share.add(kCellsOfAnEntry * kEntriesTogether)) return;
-            maps_.source[next[supernodeOf[entry] + 1]++] = entry;
+        const auto entries = static_cast<int>(supernodeOf.size());
+        for (int entry = 0; entry < entries;) {
+            if (!share.add(kCellsOfAnEntry * kEntriesTogether)) return;
+            for (const int behind = entry + std::min(entries - entry, kEntriesTogether); entry < behind;
+                 ++entry)
+                maps_.source[next[supernodeOf[entry] + 1]++] = entry;
         }
     }
 
@@ -78,18 +81,29 @@ private:
     // `index[row]` is where a row of the supernode at work stands in its list.
     void findPlaces(int firstJ, int behindJ, std::span<int> index)
     {
-        const auto entries = static_cast<int>(maps_.source.size());
         WorkShare share(asking_);
         for (int J = firstJ; J < behindJ; ++J) {
-            const std::span<const int> rows = structure_.rowsOf(J);
-            const int own = maps_.firstEntry[J + 1] - maps_.firstEntry[J];
-            if (!share.add(static_cast<double>(rows.size()) + kCellsOfAnEntry * own)) return;
-            for (std::size_t i = 0; i < rows.size(); ++i) index[rows[i]] = static_cast<int>(i);
-            for (int k = maps_.firstEntry[J]; k < maps_.firstEntry[J + 1]; ++k) {
-                // They lie all over A: those to come are brought near meanwhile.
-                __builtin_prefetch(&positionOf_[maps_.source[std::min(k + kEntriesAhead, entries - 1)]]);
-                maps_.place[k] = placeOf(J, positionOf_[maps_.source[k]], index);
+            const int height = structure_.height(J), own = maps_.firstEntry[J + 1] - maps_.firstEntry[J];
+            if (!share.add(height + kCellsOfAnEntry * own)) return;
+            const int* const rows = structure_.rowsOf(J).data();
+            for (int i = 0; i < height; ++i) index[rows[i]] = i;
+            if (structure_.width(J) == 1) {
+                placeEntries(J, [&](Position position) { return placeInColumn(position, index); });
+            } else {
+                placeEntries(J, [&](Position position) { return placeOf(J, position, index); });
             }
+        }
+    }
+
+    template <class Place>
+    void placeEntries(int J, const Place& placeOfEntry)
+    {
+        const std::span<const int> source = maps_.source;
+        const int last = static_cast<int>(source.size()) - 1, behind = maps_.firstEntry[J + 1];
+        for (int k = maps_.firstEntry[J]; k < behind; ++k) {
+            // They lie all over A: those to come are brought near meanwhile.
+            __builtin_prefetch(&positionOf_[source[std::min(k + kEntriesAhead, last)]]);
+            maps_.place[k] = placeOfEntry(positionOf_[source[k]]);
         }
     }
 
@@ -116,6 +130,14 @@ private:
         const int mirrored = inBlock + height * inList;
         const int inUpperPanel = ~(inList - width + (height - width) * inBlock);
         return lower ? cell : inList < width ? mirrored : inUpperPanel;
+    }
+
+    // The same in panels of one column, whose U has the rows below the diagonal.
+    int placeInColumn(Position position, std::span<const int> index) const
+    {
+        const auto [row, column] = position;
+        const int inList = index[std::max(row, column)];
+        return row >= column ? inList : ~(inList - (symmetricStorage_ ? 0 : 1));
     }
 
     const RowPattern& A_;

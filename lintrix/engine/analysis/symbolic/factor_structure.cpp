@@ -72,13 +72,15 @@ private:
     Scratch<Way> ways_;
 };
 
+// The cells of an update grow with its rows: the largest number on the way is that of the largest.
 void addUpdates(const FactorStructure& structure, FactorSizes& sizes)
 {
-    std::int64_t updates = 0, largest = 0; // in registers
-    forEachUpdate(structure, [&](int, int K, int first, int last) {
+    std::int64_t updates = 0, largest = 0, first = 0; // in registers
+    forEachRowBelow(structure, [&](int, int K, int i, bool begins) {
+        first = begins ? i : first;
         const std::int64_t rows = structure.height(K) - structure.width(K) - first;
-        largest = std::max(largest, rows * (last - first));
-        ++updates;
+        largest = std::max(largest, rows * (i + 1 - first));
+        updates += begins;
     });
     sizes.updates = updates;
     sizes.largestUpdate = largest;

@@ -41,18 +41,19 @@ struct FactorStructure {
     }
 };
 
-/// Visits (J, K, first, last) for all K in ascending order: supernode K gives to J, which owns its rows below
-/// from `first` to `last` - 1, one update, by these of its rows from `first` on.
+/// Visits (J, K, i, begins) for all K in ascending order: row i of those below K is a column of supernode J,
+/// and it `begins` the run of such rows, by which K gives to J one update. Row by row: runs are short, and
+/// what is told as a number needs no jump where it is only added.
 template <class Visit>
-void forEachUpdate(const FactorStructure& structure, Visit visit)
+void forEachRowBelow(const FactorStructure& structure, Visit visit)
 {
     for (int K = 0; K < structure.supernodes(); ++K) {
         const std::span<const int> rows = structure.rowsBelow(K);
         const auto end = static_cast<int>(rows.size());
-        for (int first = 0, last = 0; first < end; first = last) {
-            const int J = structure.supernodeOf[rows[first]], behind = structure.starts[J + 1];
-            while (last < end && rows[last] < behind) ++last;
-            visit(J, K, first, last);
+        for (int i = 0, before = -1; i < end; ++i) {
+            const int J = structure.supernodeOf[rows[i]];
+            visit(J, K, i, J != before);
+            before = J;
         }
     }
 }
