@@ -96,6 +96,39 @@ TYPED_TEST(CsrmvTest, SymmetricProductsAreThoseOfTheMirroredTriangle)
     }
 }
 
+TYPED_TEST(CsrmvTest, SymmetricProductsOfEverySmallSizeAddToWhatStandsInY)
+{
+    using Cell = TypeParam;
+    Source source(6);
+    for (int n = 0; n <= 70; ++n) {
+        SCOPED_TRACE(n);
+        const auto A = source.rows<Cell>(n, n, 0.4, true);
+        const auto x = source.vector<Cell>(n);
+        auto y = source.vector<Cell>(n);
+        const auto expected = expectedProduct(mirrored(A.dense()), Cell{-2.0}, x, Cell{1.0}, y);
+        csrmv<Cell>("N", kSymmetric, A, -2.0, x, 1.0, y);
+        expectVectorsNear(y, expected, n);
+    }
+}
+
+TYPED_TEST(CsrmvTest, WhatIsNotFiniteInXReachesTheRowsOfASymmetricMatrixThatMeetIt)
+{
+    using Cell = TypeParam;
+    const int n = 40, bad = 17;
+    Source source(7);
+    const auto A = source.rows<Cell>(n, n, 0.2, true);
+    const auto full = mirrored(A.dense());
+    for (const double value : {kNaN, std::numeric_limits<double>::infinity()}) {
+        auto x = source.vector<Cell>(n);
+        x[bad] = value;
+        std::vector<Cell> y(n);
+        csrmv<Cell>("N", kSymmetric, A, 1.0, x, 0.0, y);
+        for (int i = 0; i < n; ++i) {
+            EXPECT_EQ(std::isfinite(std::abs(y[i])), full(i, bad) == Cell{0.0}) << i;
+        }
+    }
+}
+
 TYPED_TEST(CsrmvTest, AnElementBelowTheDiagonalOfASymmetricMatrixIsIgnored)
 {
     using Cell = TypeParam;

@@ -4,6 +4,7 @@
 #include <lintrix/sparse/kernels/dense_operand.h>
 #include <lintrix/sparse/kernels/parameter_check.h>
 #include <lintrix/sparse/kernels/scratch.h>
+#include <lintrix/sparse/kernels/symmetric_rows.h>
 #include <lintrix/sparse/kernels/thread_plan.h>
 
 #include <lintrix/services/team.h>
@@ -58,14 +59,11 @@ void multiplyTransposed(const Product<Cell>& p, bool conjugate)
 }
 
 /// The first `rows` rows of a stored triangle, straight into y, all of which is scaled.
-template <bool Conjugate, class Cell>
-void symmetricIntoY(const Product<Cell>& p, int rows)
+template <class Cell>
+void symmetricIntoY(const SymmetricProduct<Cell>& p, int rows)
 {
-    withScaling(p.beta, [&](auto scaled) {
-        const int ready =
-            symmetricRows<1, Conjugate>(p.A, 0, rows, p.m, p.alpha, p.xPanel(), p.yPanel(), scaled);
-        scaleRows<1>(p.yPanel(), ready, p.m, scaled);
-    });
+    const int ready = addSymmetricRows(p, 0, rows);
+    withScaling(p.beta, [&](auto scaled) { scaleRows<1>(Panel<Cell>{p.y, 0}, ready, p.size, scaled); });
 }
 
 /// The symmetric product by a team of threads. Block 0 works on y itself; each other block has a buffer from
@@ -74,11 +72,13 @@ void symmetricIntoY(const Product<Cell>& p, int rows)
 ///
 /// Every step is called by all threads of the team and ends where they meet. A block falls to the same thread
 /// in each step.
-template <bool Conjugate, class Cell>
+template <class Cell>
 class SymmetricTeam {
 public:
-    SymmetricTeam(const Product<Cell>& product, const SymmetricPlan& plan)
-        : p_(product), plan_(plan), blocks_(plan.blocks), shares_(static_cast<std::size_t>(blocks_.count))
+    /// On as many threads as such work repays.
+    SymmetricTeam(const SymmetricProduct<Cell>& product, const SymmetricPlan& plan, int threads)
+        : p_(product), plan_(plan), blocks_(plan.blocks), threads_(threads),
+          shares_(static_cast<std::size_t>(blocks_.count))
     {
     }
 
@@ -86,7 +86,7 @@ public:
     bool run()
     {
         if (!shares_.isThere()) return false;
-        runTeam(repaidTeam(blocks_.count, nanoseconds(p_)), [this](const TeamMember& member) {
+        runTeam(threads_, [this](const TeamMember& member) {
             takeBuffers(member);
             if (complete_) {
                 multiplyBlocks(member);
@@ -108,7 +108,7 @@ private:
     {
         member.takeTurns(blocks_.count, [this](int block) {
             const int first = blocks_.first(block);
-            const auto bytes = static_cast<std::size_t>(p_.m - first) * sizeof(Cell);
+            const auto bytes = static_cast<std::size_t>(p_.size - first) * sizeof(Cell);
             shares_[block] = {block == 0 ? nullptr : static_cast<Cell*>(poolAllocate(bytes, 128)), first,
                               first};
             if (block != 0 && shares_[block].cells == nullptr) complete_ = false;
@@ -121,12 +121,12 @@ private:
         member.takeTurns(blocks_.count, [this](int block) {
             const int first = blocks_.first(block), last = blocks_.last(block);
             if (block == 0) {
-                symmetricIntoY<Conjugate>(p_, last);
+                symmetricIntoY(p_, last);
             } else {
-                Share& share = shares_[block];
-                share.last = symmetricRows<1, Conjugate>(p_.A, first, last, p_.m, p_.alpha, p_.xPanel(),
-                                                         Panel<Cell>{share.cells - first, 0},
-                                                         [](const Cell&) { return Cell{0.0}; });
+                SymmetricProduct<Cell> intoShare = p_;
+                intoShare.beta = Cell{0.0};
+                intoShare.y = shares_[block].cells - first;
+                shares_[block].last = addSymmetricRows(intoShare, first, last);
             }
         });
         member.meet();
@@ -138,7 +138,7 @@ private:
             member.takeTurns(blocks_.count,
                              [this](int block) { addShares(blocks_.first(block), blocks_.last(block)); });
         } else if (member.thread == 0) {
-            addShares(0, p_.m);
+            addShares(0, p_.size);
         }
         member.meet();
     }
@@ -158,9 +158,10 @@ private:
         member.takeTurns(blocks_.count, [this](int block) { poolRelease(shares_[block].cells); });
     }
 
-    const Product<Cell>& p_;
+    const SymmetricProduct<Cell>& p_;
     const SymmetricPlan& plan_;
     const Blocks& blocks_;
+    const int threads_;
     const Scratch<Share> shares_;
     std::atomic<bool> complete_{true};
 };
@@ -169,10 +170,10 @@ template <class Cell>
 void multiplySymmetric(const Product<Cell>& p, bool conjugate)
 {
     const SymmetricPlan plan = planSymmetric(p.m, MKL_Get_Max_Threads(), MKL_Get_Dynamic() != 0);
-    withConjugation<Cell>(conjugate, [&](auto conjugated) {
-        if (plan.blocks.count > 1 && SymmetricTeam<conjugated, Cell>(p, plan).run()) return;
-        symmetricIntoY<conjugated>(p, p.m);
-    });
+    const SymmetricProduct<Cell> product{p.A, p.m, conjugate, p.alpha, p.beta, p.x, p.y};
+    const int threads = repaidTeam(plan.blocks.count, nanoseconds(p));
+    if (plan.blocks.count > 1 && SymmetricTeam<Cell>(product, plan, threads).run()) return;
+    symmetricIntoY(product, p.m);
 }
 
 /// Transposed, a wide matrix has a longer y than its triangle reaches: the rest is scaled, like all of y.

@@ -8,12 +8,7 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-bool Halves::isAtCut(int v) const
-{
-    return std::ranges::any_of(graph_.of(v), [&](int u) { return sides_.of(u) != sides_.of(v); });
-}
-
-// Fills the gains. @return  the weight of the edges that cross
+// Fills the gains and the weights across. @return  the weight of the edges that cross
 std::int64_t Halves::weighEdges()
 {
     std::int64_t crossing = 0;
@@ -24,6 +19,7 @@ std::int64_t Halves::weighEdges()
             (crosses ? across : within) += graph_.edgeWeight(k);
         }
         work_.near[0][v] = across - within;
+        work_.near[1][v] = across;
         crossing += across;
     }
     return crossing / 2; // seen from both ends
@@ -31,12 +27,15 @@ std::int64_t Halves::weighEdges()
 
 void Halves::moveTo(int side, int v, bool queued)
 {
-    auto& gains = work_.near[0];
+    auto &gains = work_.near[0], &across = work_.near[1];
     sides_.move(graph_, v, side);
+    across[v] -= gains[v];
     gains[v] = -gains[v];
     for (int k = graph_.first(v); k < graph_.first(v + 1); ++k) {
         const int u = graph_.neighbour(k), from = sides_.of(u);
-        gains[u] += 2 * std::int64_t{graph_.edgeWeight(k)} * (from == side ? -1 : 1);
+        const std::int64_t more = from == side ? -graph_.edgeWeight(k) : graph_.edgeWeight(k);
+        across[u] += more;
+        gains[u] += 2 * more;
         GainQueue& queue = work_.queues[1 - from];
         if (queue.holds(u))
             queue.change(u, gains[u]);
@@ -92,7 +91,8 @@ void Halves::grow(bool breadthFirst)
 // @return  what it gained
 std::int64_t Halves::pass(int heaviest)
 {
-    constexpr int kLeastPatience = 15, kMostPatience = 100;
+    constexpr int kLeastPatience = 15, kMostPatience = 300;
+    constexpr int kNearlyEven = 20; // sides that differ by less than this part of the weight
     int boundary = 0;
     for (int v = 0; v < graph_.vertices(); ++v) {
         if (!isAtCut(v)) continue;
@@ -111,9 +111,10 @@ std::int64_t Halves::pass(int heaviest)
         work_.moved[v] = 1;
         moves.append(v);
         moveTo(side, v, true);
-        if (gained > most || (gained == most && sides_.difference() < difference)) {
+        const int now = sides_.difference();
+        if (gained > most || (gained == most && (now < difference || now <= graph_.weight() / kNearlyEven))) {
             most = gained;
-            difference = sides_.difference();
+            difference = now;
             best = moves.size();
         } else if (moves.size() - best > limit) {
             break;
@@ -143,6 +144,7 @@ void Halves::separate()
     std::array<std::int64_t, 2> weights{};
     VertexList& ends = work_.boundary;
     ends.cutTo(0);
+    weighEdges();
     for (int v = 0; v < graph_.vertices(); ++v) {
         if (!isAtCut(v)) continue;
         ends.append(v);

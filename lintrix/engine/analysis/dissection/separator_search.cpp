@@ -15,7 +15,8 @@ constexpr int kManyNeighbours = 7; ///< in the mean, from which on halves are se
 constexpr int kLargeGraph = 5000;  ///< vertices, from which on the search is repeated,
 constexpr int kRepeatedAt = 4;     ///< from this depth on,
 constexpr int kTries = 5;          ///< so many times
-constexpr int kFirstTries = 4;     ///< separations of a coarsest graph
+constexpr int kFirstTries = 4;     ///< separations of a coarsest graph,
+constexpr int kFirstHalves = 8;    ///< or halves of it
 constexpr int kPasses = 8, kFirstPasses = 4, kPassesOfHalves = 6;
 /// A coarser graph that keeps more of the vertices is none.
 constexpr double kLeastGain = 0.93;
@@ -90,7 +91,8 @@ bool SeparatorSearch::descend(const WeightedGraph& graph, int depth, int tries, 
     if (graph.vertices() > coarsest_ && !searchCoarser(graph, depth, tries, sides, quality, found))
         return false;
     if (found) return true;
-    return takeBest(graph, kFirstTries, sides, quality, [&](int k, Sides& candidate, std::int64_t& result) {
+    const int first = byEdges_ ? kFirstHalves : kFirstTries;
+    return takeBest(graph, first, sides, quality, [&](int k, Sides& candidate, std::int64_t& result) {
         if (byEdges_)
             Halves(graph, candidate, work_).grow(k % 2 == 0);
         else

@@ -209,6 +209,23 @@ TEST(Dissection, TwinsStayTogetherAndDenseVerticesComeLast)
     EXPECT_EQ(dissected(star(4000, 17)).vertexAt.back(), 17);
 }
 
+/// Vertices of the weights that `weightOf` gives, edges of weight 1.
+template <class WeightOf>
+void weigh(const Graph& graph, WeightOf weightOf, WeightedGraph& weighted)
+{
+    ASSERT_TRUE(weighted.allocate(graph.vertices(), static_cast<int>(graph.neighbours.size())));
+    int weight = 0;
+    for (int v = 0; v < graph.vertices(); ++v) {
+        for (int k = graph.starts[v]; k < graph.starts[v + 1]; ++k)
+            weighted.setEntry(k, graph.neighbours[k], 1);
+        weighted.setFirst(v + 1, graph.starts[v + 1]);
+        const int own = weightOf(v);
+        weighted.setWeightOf(v, own);
+        weight += own;
+    }
+    weighted.setWeight(weight);
+}
+
 TEST(SeparatorSearch, NoEdgeJoinsTheSidesAndBothAreThere)
 {
     for (const NamedGraph& each : oddGraphs()) {
@@ -217,18 +234,9 @@ TEST(SeparatorSearch, NoEdgeJoinsTheSidesAndBothAreThere)
         if (n < 300 || std::string_view(each.name).find("clique") == 2) continue;
         SCOPED_TRACE(each.name);
         WeightedGraph weighted;
-        ASSERT_TRUE(weighted.allocate(n, static_cast<int>(graph.neighbours.size())));
         std::mt19937 random(5);
-        int weight = 0;
-        for (int v = 0; v < n; ++v) {
-            for (int k = graph.starts[v]; k < graph.starts[v + 1]; ++k)
-                weighted.setEntry(k, graph.neighbours[k], 1);
-            weighted.setFirst(v + 1, graph.starts[v + 1]);
-            const int own = 1 + static_cast<int>(random() % 3);
-            weighted.setWeightOf(v, own);
-            weight += own;
-        }
-        weighted.setWeight(weight);
+        weigh(
+            graph, [&](int) { return 1 + static_cast<int>(random() % 3); }, weighted);
         Workspace work;
         Sides sides;
         ASSERT_TRUE(work.fit(n) && sides.allocate(n));
@@ -244,6 +252,29 @@ TEST(SeparatorSearch, NoEdgeJoinsTheSidesAndBothAreThere)
         EXPECT_GT(weights[0], 0);
         EXPECT_GT(weights[1], 0);
     }
+}
+
+/// Nothing lighter separates as much of a cube whose points have all 26 neighbours. Two half planes with a
+/// step between them are heavier by the step.
+TEST(SeparatorSearch, APlaneSeparatesAFullCube)
+{
+    constexpr int kSide = 26, kSearches = 24;
+    const OwnedGraph cube = fullCube(kSide);
+    WeightedGraph weighted;
+    weigh(
+        cube.view(), [](int) { return 1; }, weighted);
+    Workspace work;
+    Sides sides;
+    ASSERT_TRUE(work.fit(weighted.vertices()) && sides.allocate(weighted.vertices()));
+    const detail::WorkMeter meter(1.0);
+    int steps = 0;
+    for (int k = 1; k <= kSearches; ++k) {
+        work.dice.seed(static_cast<std::uint64_t>(k));
+        ASSERT_TRUE(SeparatorSearch(work, meter).run(weighted, sides));
+        EXPECT_GE(sides.weight(kBetween), kSide * kSide);
+        if (sides.weight(kBetween) > kSide * kSide) ++steps;
+    }
+    EXPECT_LE(steps, 1);
 }
 
 TEST(Dissection, AnyFailingAllocationIsTold)
