@@ -60,6 +60,7 @@ class Divisor<double> {
 public:
     explicit Divisor(double pivot) noexcept : pivot_(pivot) {}
     double of(double x) const noexcept { return x / pivot_; }
+    double pivot() const noexcept { return pivot_; }
 
 private:
     double pivot_;

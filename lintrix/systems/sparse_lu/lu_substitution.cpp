@@ -1,9 +1,11 @@
 #include <lintrix/systems/sparse_lu/lu_substitution.h>
 
+#include <lintrix/services/dispatch.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 
 #include <complex>
+#include <cstring>
 
 namespace Velmar::Lintrix::detail::sparse_lu {
 
@@ -31,14 +33,67 @@ Entries<Cell> entriesAbove(const PlacedColumns<Cell>& A, std::int32_t k)
     return {A.rows.data() + begin, A.values.data() + begin, A.ownStarts[k] - begin};
 }
 
+/// A position's elements of `W` right-hand sides; several real ones are a vector.
+template <class Cell, int W>
+struct Lanes {
+    Cell cells[W] = {};
+
+    [[gnu::always_inline]] static Lanes at(const Cell* y)
+    {
+        Lanes lanes;
+        for (int c = 0; c < W; ++c) lanes.cells[c] = y[c];
+        return lanes;
+    }
+    [[gnu::always_inline]] void to(Cell* y) const
+    {
+        for (int c = 0; c < W; ++c) y[c] = cells[c];
+    }
+    [[gnu::always_inline]] void add(const Cell& value, const Lanes& other)
+    {
+        for (int c = 0; c < W; ++c) cells[c] += product(value, other.cells[c]);
+    }
+    [[gnu::always_inline]] void subtract(const Cell& value, const Lanes& other)
+    {
+        for (int c = 0; c < W; ++c) cells[c] -= product(value, other.cells[c]);
+    }
+    [[gnu::always_inline]] void subtract(const Lanes& other)
+    {
+        for (int c = 0; c < W; ++c) cells[c] -= other.cells[c];
+    }
+    [[gnu::always_inline]] void divide(const Divisor<Cell>& divisor)
+    {
+        for (int c = 0; c < W; ++c) cells[c] = divisor.of(cells[c]);
+    }
+};
+
+template <int W>
+requires(W > 1) struct Lanes<double, W> {
+    typedef double Vector __attribute__((vector_size(W * sizeof(double))));
+    Vector cells = {};
+
+    [[gnu::always_inline]] static Lanes at(const double* y)
+    {
+        Lanes lanes;
+        std::memcpy(&lanes.cells, y, sizeof(Vector));
+        return lanes;
+    }
+    [[gnu::always_inline]] void to(double* y) const { std::memcpy(y, &cells, sizeof(Vector)); }
+    [[gnu::always_inline]] void add(double value, const Lanes& other) { cells += value * other.cells; }
+    [[gnu::always_inline]] void subtract(double value, const Lanes& other) { cells -= value * other.cells; }
+    [[gnu::always_inline]] void subtract(const Lanes& other) { cells -= other.cells; }
+    [[gnu::always_inline]] void divide(const Divisor<double>& divisor) { cells /= divisor.pivot(); }
+};
+
 /// `W` right-hand sides side by side.
 template <class Cell, int W>
 class Substitution {
+    using Sides = Lanes<Cell, W>;
+
 public:
     Substitution(const LuArrays<Cell>& arrays, Cell* y) : arrays_(arrays), y_(y) {}
 
     /// From the last block up: what is known goes to the right-hand sides of the blocks above.
-    void run() const
+    [[gnu::always_inline]] void run() const
     {
         for (std::size_t b = arrays_.blockStarts.size() - 1; b > 0; --b) {
             const std::int32_t begin = arrays_.blockStarts[b - 1], end = arrays_.blockStarts[b];
@@ -53,7 +108,7 @@ public:
 
     /// The other way round, by scalar products with columns.
     template <class Conjugate>
-    void runTransposed(Conjugate conjugated) const
+    [[gnu::always_inline]] void runTransposed(Conjugate conjugated) const
     {
         for (std::size_t b = 1; b < arrays_.blockStarts.size(); ++b) {
             const std::int32_t begin = arrays_.blockStarts[b - 1], end = arrays_.blockStarts[b];
@@ -68,34 +123,36 @@ public:
     }
 
 private:
-    Cell* at(std::int32_t k) const { return y_ + std::int64_t{k} * W; }
+    [[gnu::always_inline]] Cell* at(std::int32_t k) const { return y_ + std::int64_t{k} * W; }
 
-    void subtractFrom(const Entries<Cell>& column, const Cell* factors) const
+    [[gnu::always_inline]] void subtractFrom(const Entries<Cell>& column, const Cell* factors) const
     {
-        Cell own[W];
-        for (int c = 0; c < W; ++c) own[c] = factors[c];
+        const Sides own = Sides::at(factors);
         for (std::int64_t e = 0; e < column.count; ++e) {
             Cell* const target = at(column.rows[e]);
-            for (int c = 0; c < W; ++c) target[c] -= product(column.values[e], own[c]);
+            Sides sides = Sides::at(target);
+            sides.subtract(column.values[e], own);
+            sides.to(target);
         }
     }
 
     template <class Conjugate>
-    void subtractProducts(const Entries<Cell>& column, Cell* target, Conjugate conjugated) const
+    [[gnu::always_inline]] void subtractProducts(const Entries<Cell>& column, Cell* target,
+                                                 Conjugate conjugated) const
     {
-        Cell sums[W] = {};
-        for (std::int64_t e = 0; e < column.count; ++e) {
-            const Cell value = conjugated(column.values[e]);
-            const Cell* const source = at(column.rows[e]);
-            for (int c = 0; c < W; ++c) sums[c] += product(value, source[c]);
-        }
-        for (int c = 0; c < W; ++c) target[c] -= sums[c];
+        Sides sums;
+        for (std::int64_t e = 0; e < column.count; ++e)
+            sums.add(conjugated(column.values[e]), Sides::at(at(column.rows[e])));
+        Sides sides = Sides::at(target);
+        sides.subtract(sums);
+        sides.to(target);
     }
 
-    void divide(std::int32_t k, const Cell& pivot) const
+    [[gnu::always_inline]] void divide(std::int32_t k, const Cell& pivot) const
     {
-        const Divisor<Cell> divisor(pivot);
-        for (int c = 0; c < W; ++c) at(k)[c] = divisor.of(at(k)[c]);
+        Sides sides = Sides::at(at(k));
+        sides.divide(Divisor<Cell>(pivot));
+        sides.to(at(k));
     }
 
     const LuArrays<Cell>& arrays_;
@@ -103,7 +160,7 @@ private:
 };
 
 template <int W, class Cell>
-void substituteWide(const LuArrays<Cell>& arrays, TransposeMode op, Cell* y)
+[[gnu::always_inline]] inline void substituteIn(const LuArrays<Cell>& arrays, TransposeMode op, Cell* y)
 {
     const Substitution<Cell, W> substitution(arrays, y);
     switch (op) {
@@ -119,6 +176,26 @@ void substituteWide(const LuArrays<Cell>& arrays, TransposeMode op, Cell* y)
     }
 }
 
+// The bits are those of any other form: nothing is fused, and no side knows of the others.
+template <int W, class Cell>
+LINTRIX_FOR_AVX2 void substituteAvx2(const LuArrays<Cell>& arrays, TransposeMode op, Cell* y)
+{
+    substituteIn<W>(arrays, op, y);
+}
+template <int W, class Cell>
+void substituteSse2(const LuArrays<Cell>& arrays, TransposeMode op, Cell* y)
+{
+    substituteIn<W>(arrays, op, y);
+}
+template <int W, class Cell>
+void substituteWide(const LuArrays<Cell>& arrays, TransposeMode op, Cell* y)
+{
+    using Form = void (*)(const LuArrays<Cell>&, TransposeMode, Cell*);
+    constexpr KernelForms<Form> forms{substituteSse2<W, Cell>, substituteAvx2<W, Cell>,
+                                      substituteAvx2<W, Cell>};
+    forms.chosen()(arrays, op, y);
+}
+
 } // namespace
 
 template <class Cell>
@@ -130,9 +207,6 @@ void substitute(const LuArrays<Cell>& arrays, std::int32_t columns, TransposeMod
         break;
     case 2:
         substituteWide<2>(arrays, op, y);
-        break;
-    case 3:
-        substituteWide<3>(arrays, op, y);
         break;
     default:
         substituteWide<kMostColumns>(arrays, op, y);

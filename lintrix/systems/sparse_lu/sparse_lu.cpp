@@ -238,30 +238,27 @@ void SparseLU<Cell>::solve(TransposeMode op, std::span<Cell> X) const
 {
     const auto n = static_cast<std::size_t>(order_);
     const std::size_t all = X.size() / n;
-    const auto y = std::make_unique_for_overwrite<Cell[]>(n * std::min<std::size_t>(all, kMostColumns));
+    const auto y = std::make_unique_for_overwrite<Cell[]>(n * (all <= 2 ? all : kMostColumns));
     for (std::size_t done = 0; done < all; done += kMostColumns) {
         Cell* const x = X.data() + done * n;
         switch (all - done) {
         case 1:
-            solveWide<1>(op, x, y.get());
+            solveWide<1>(op, x, y.get(), 1);
             break;
         case 2:
-            solveWide<2>(op, x, y.get());
-            break;
-        case 3:
-            solveWide<3>(op, x, y.get());
+            solveWide<2>(op, x, y.get(), 2);
             break;
         default:
-            solveWide<kMostColumns>(op, x, y.get());
+            solveWide<kMostColumns>(op, x, y.get(), std::min<std::size_t>(all - done, kMostColumns));
             break;
         }
     }
 }
 
-/// In place, by way of y.
+/// In place, by way of y, where the sides that `columns` leaves of W are 0.
 template <class Cell>
 template <int W>
-void SparseLU<Cell>::solveWide(TransposeMode op, Cell* x, Cell* y) const
+void SparseLU<Cell>::solveWide(TransposeMode op, Cell* x, Cell* y, std::size_t columns) const
 {
     const bool transposed = op != TransposeMode::NotTransposed;
     const std::span<const std::int32_t> from = transposed ? columnAt() : rowAt(),
@@ -269,12 +266,12 @@ void SparseLU<Cell>::solveWide(TransposeMode op, Cell* x, Cell* y) const
     const auto n = static_cast<std::size_t>(order_);
     for (std::size_t k = 0; k < n; ++k) {
         const double scale = transposed ? 1.0 : scales_[from[k]];
-        for (std::size_t c = 0; c < W; ++c) y[k * W + c] = x[c * n + from[k]] * scale;
+        for (std::size_t c = 0; c < W; ++c) y[k * W + c] = c < columns ? x[c * n + from[k]] * scale : Cell();
     }
     substitute(arrays_, W, op, y);
     for (std::size_t k = 0; k < n; ++k) {
         const double scale = transposed ? scales_[to[k]] : 1.0;
-        for (std::size_t c = 0; c < W; ++c) x[c * n + to[k]] = y[k * W + c] * scale;
+        for (std::size_t c = 0; c < columns; ++c) x[c * n + to[k]] = y[k * W + c] * scale;
     }
 }
 

@@ -88,7 +88,7 @@ private:
     void place(const SparseOf<Cell>& A, const Columns& columns);
     LuOutcome eliminate(const LuBounds& bounds);
     template <int W>
-    void solveWide(TransposeMode op, Cell* x, Cell* y) const;
+    void solveWide(TransposeMode op, Cell* x, Cell* y, std::size_t columns) const;
 
     std::int32_t order_;
     double threshold_;

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace Velmar::Lintrix::testing {
@@ -79,7 +80,8 @@ void expectFactors(const SparseLU<Cell>& lu, const MatrixOf<Cell>& A, double thr
     }
 }
 
-/// Residuals of all ops and several right-hand sides beside those that a dense LU leaves.
+/// Residuals of all ops and several right-hand sides beside those that a dense LU leaves. The bits of each
+/// right-hand side are those of a solve for it alone.
 template <class Cell>
 void expectSolves(const SparseLU<Cell>& lu, const SparseOf<Cell>& A, std::uint64_t seed)
 {
@@ -92,6 +94,11 @@ void expectSolves(const SparseLU<Cell>& lu, const SparseOf<Cell>& A, std::uint64
             const MatrixOf<Cell> B = productOf<Cell>(A, known, op);
             MatrixOf<Cell> X(B);
             lu.solve(op, cellsOf(X));
+            for (std::int32_t j = 0; j < columns; ++j) {
+                MatrixOf<Cell> alone = columnOf(B, j);
+                lu.solve(op, cellsOf(alone));
+                ASSERT_TRUE(std::ranges::equal(cellsOf(alone), columnCells(X, j))) << j << " of " << columns;
+            }
             ASSERT_EQ(dense.solve(B, found, op, {}).error, 0);
             const double residual = judge<Cell>(A, X, B, columnOf(known, columns - 1), op).residual;
             ASSERT_LE(residual, 1e3 * kEps * lu.growth());
