@@ -56,7 +56,7 @@ std::string_view inWords(SectionError error)
     }
 }
 
-/// Rows from 1 on whose columns ascend within the matrix; of a triangle they begin with the diagonal.
+/// Rows from 1 on whose columns ascend within the matrix; of a triangle none stands before the diagonal.
 bool areRows(const MatrixHead& head, const std::int32_t* ia, const std::int32_t* ja)
 {
     const std::int32_t n = head.size;
@@ -64,7 +64,6 @@ bool areRows(const MatrixHead& head, const std::int32_t* ia, const std::int32_t*
     for (std::int32_t i = 0; i < n; ++i) {
         if (ia[i + 1] < ia[i] || ia[i + 1] > head.elements + 1) return false;
         std::int32_t last = head.oneTriangle != 0 ? i : 0;
-        if (head.oneTriangle != 0 && (ia[i + 1] == ia[i] || ja[ia[i] - 1] != i + 1)) return false;
         for (std::int32_t k = ia[i] - 1; k < ia[i + 1] - 1; ++k) {
             if (ja[k] <= last || ja[k] > n) return false;
             last = ja[k];

@@ -187,6 +187,28 @@ TEST(Team, IsNotCalledForAWhileWhereAShortCallTookLong)
     });
 }
 
+/// A process that is stopped for minutes in the middle of a call must not go on with one thread for hours.
+TEST(Team, IsCalledAgainSoonAfterACallThatStoodStill)
+{
+    inFreshThread([] {
+        constexpr double kShort = 1e5, kLong = 2e8;
+        bool isAlone = true;
+        const auto call = [&isAlone](const TeamMember& member) {
+            if (member.thread == 0) isAlone = member.threads == 1;
+        };
+        runTeam(2, call);
+        if (isAlone) return; // one processor: there is never a team
+        ASSERT_EQ(repaidTeam(2, kShort), 2);
+        runTeam(2, [](const TeamMember&) { std::this_thread::sleep_for(std::chrono::milliseconds(400)); });
+        EXPECT_EQ(repaidTeam(2, kLong), 2) << "longer than any turn is waited for";
+        runTeam(2, call);
+        double withoutTeam = 0.0;
+        while (withoutTeam < 1e12 && repaidTeam(2, kShort) == 1) withoutTeam += kShort;
+        EXPECT_GT(withoutTeam, 0.0);
+        EXPECT_LT(withoutTeam, 4e9) << "several times the 400 milliseconds";
+    });
+}
+
 TEST(Team, ALongCallOrOneOfWorkThatNobodyHasToldOfIsNotJudged)
 {
     inFreshThread([] {

@@ -221,6 +221,27 @@ TYPED_TEST(SavedSystem, ThatIsSingularIsSoAfterwards)
     }
 }
 
+// One that is marked behind its elements has no more of the diagonal than was stored.
+TEST(SavedSystemOfATriangle, NeedNotHaveAllOfItsDiagonal)
+{
+    const Scratch folder;
+    const std::string path = folder.at("system");
+    for (const bool isSolvedFirst : {true, false}) {
+        SparseMatrix A(6, 6);
+        for (std::int32_t i = 0; i < 6; i += 2) A(i, i + 1) = 1.0 + i;
+        A(0, 0) = 2.0;
+        A(1, 4) = 0.5;
+        A.Symmetric(true);
+        LinearSystem<double> saved(A);
+        if (isSolvedFirst) {
+            EXPECT_EQ(saved.Factorize(), Verdict::Accurate);
+        }
+        saved.Save(path);
+        LinearSystem<double> loaded = LinearSystem<double>::Load(path);
+        expectSameAnswer(saved, loaded);
+    }
+}
+
 TYPED_TEST(SavedSystem, OfADiagonalComesBack)
 {
     detail::SparseOf<TypeParam> A(7, 7);

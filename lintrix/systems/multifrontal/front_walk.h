@@ -253,6 +253,10 @@ void FrontWalk<Cell>::keepPanel(const Front<Cell>& front, std::int32_t pivots)
     } else {
         panel.lower = Block<Cell>::copyOf(front.cells, std::int64_t{front.size} * pivots);
     }
+    if (isSymmetric()) { // what stands above the diagonal was never written, and is saved with the rest
+        for (std::int32_t j = 1; j < pivots; ++j)
+            std::fill_n(panel.lower.get() + std::int64_t{front.size} * j, j, Cell());
+    }
     panel.rows = rows_.names;
     panel.columns = columns_.names;
     panel.pivots = pivots;

@@ -16,6 +16,8 @@
 #include <cmath>
 #include <vector>
 
+#include <malloc.h>
+
 namespace Velmar::Lintrix::testing {
 namespace {
 
@@ -68,6 +70,32 @@ TEST(MultifrontalLDL, SolvesRandomSystems)
     expectAllOfRandom<double>(true);
     expectAllOfRandom<Complex>(true);
     expectAllOfRandom<Complex>(false);
+}
+
+/// A panel goes to files as it is, and none of what stood in its memory before goes with it.
+template <class Cell>
+void expectZerosAboveTheDiagonal(Int n, double density)
+{
+    mallopt(M_PERTURB, 0x35); // new memory holds numbers
+    const Factored<Cell> made(shifted<Cell>(randomSymmetric<Cell>(n, density, 5, true), 8.0), true);
+    mallopt(M_PERTURB, 0);
+    ASSERT_TRUE(made.isMade);
+    for (const FrontPanel<Cell>& panel : made.ldl.panels()) {
+        for (Int j = 0; j < panel.pivots; ++j) {
+            for (Int i = 0; i < j; ++i)
+                ASSERT_EQ(panel.lower.get()[i + std::int64_t{panel.size()} * j], Cell()) << i << ' ' << j;
+        }
+    }
+}
+
+TEST(MultifrontalLDL, PanelsHoldNothingButL)
+{
+    for (const Int n : {3, 40}) {
+        for (const double density : {1.0, 0.1}) {
+            expectZerosAboveTheDiagonal<double>(n, density);
+            expectZerosAboveTheDiagonal<Complex>(n, density);
+        }
+    }
 }
 
 TEST(MultifrontalLDL, OfNothingIsNothing)
