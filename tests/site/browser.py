@@ -108,10 +108,16 @@ class Browser:
                 raise TimeoutError(f"in vain: {condition}")
             time.sleep(0.05)
 
+    def arrive(self, condition):
+        """Until a page of which a condition holds has been loaded and painted: a new document calls itself complete before
+        its first byte is there, and input is dropped before the first picture."""
+        self.wait(f"""({condition}) && performance.getEntriesByType('navigation')[0]?.loadEventEnd > 0 &&
+                  performance.getEntriesByType('paint').length > 0""")
+
     def open(self, url):
         self.evaluate("window.isLeft = true")             # the page before, which may be the same one
         self.call("Page.navigate", url=url)
-        self.wait(f"!window.isLeft && location.href === {json.dumps(url)} && document.readyState === 'complete'")
+        self.arrive(f"!window.isLeft && location.href === {json.dumps(url)}")
 
     def click(self, selector):
         """As a person would: at the middle of what is seen."""

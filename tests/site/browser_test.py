@@ -44,21 +44,21 @@ class InABrowser(unittest.TestCase):
             self.assertEqual(b.evaluate(f"document.querySelector('{link}').innerText"), section)
             target = b.evaluate(f"document.querySelector('{link}').href")
             b.click(link)
-            b.wait(f"location.href === '{target}' && document.readyState === 'complete'")
+            b.arrive(f"location.href === '{target}'")
             inner = f"#navigation > ul > li:nth-child({place}) li:nth-child(2) a"
             if b.evaluate(f"document.querySelector('{inner}') !== null"):
                 words = b.evaluate(f"document.querySelector('{inner}').href")
                 b.click(inner)
-                b.wait(f"location.href === '{words}' && document.readyState === 'complete'")
+                b.arrive(f"location.href === '{words}'")
                 self.assertEqual(b.evaluate("document.querySelectorAll('#navigation [aria-current=page]').length"), 1)
 
     def test_next_and_previous_lead_forth_and_back(self):
         b = self.browser
         b.open(address("tutorials/dense.html"))
         b.click(".steps .next")
-        b.wait("location.href.endsWith('/tutorials/sparse.html') && document.readyState === 'complete'")
+        b.arrive("location.href.endsWith('/tutorials/sparse.html')")
         b.click(".steps .prev")
-        b.wait("location.href.endsWith('/tutorials/dense.html') && document.readyState === 'complete'")
+        b.arrive("location.href.endsWith('/tutorials/dense.html')")
         self.assertEqual(self.title(), "Dense matrices")
 
     def found(self, words, page="index.html"):
@@ -75,8 +75,7 @@ class InABrowser(unittest.TestCase):
             lines = self.found("LinearSystem", page)
             self.assertEqual(lines[0].split("\n")[0], "LinearSystem")
             self.browser.press("Enter")
-            self.browser.wait("location.href.endsWith('/reference/systems_linear_system.html#LinearSystem') && "
-                              "document.readyState === 'complete'")
+            self.browser.arrive("location.href.endsWith('/reference/systems_linear_system.html#LinearSystem')")
             self.assertEqual(self.title(), "LinearSystem")
             self.assertLess(abs(self.browser.evaluate("document.getElementById('LinearSystem').getBoundingClientRect().top")), 300)
 
@@ -141,7 +140,7 @@ class InABrowser(unittest.TestCase):
         b.wait(f"!({shown})")
         b.click("#menu")
         b.click("#navigation > ul > li:nth-child(2) > a")
-        b.wait("location.href.endsWith('/tutorials/dense.html') && document.readyState === 'complete'")
+        b.arrive("location.href.endsWith('/tutorials/dense.html')")
 
     def test_the_keyboard_reaches_the_content_first(self):
         b = self.browser
