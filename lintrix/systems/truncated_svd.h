@@ -62,7 +62,7 @@ struct TruncatedSvdOptions {
     std::int32_t block = 1;
     std::int32_t restarts = 1000; ///< at most
     /// Bytes that may be taken besides the matrix itself; none: what the machine leaves. The basis becomes
-    /// smaller, and no transposed copy is made, where that keeps within them.
+    /// smaller, and no copies are made for the products, where that keeps within them.
     std::optional<double> memoryBudget{};
     std::uint64_t seed = 17; ///< of the start vectors: equal ones give equal runs
     /// By bidiagonalization, in which all left vectors are reorthogonalized, too.
@@ -100,8 +100,9 @@ struct TruncatedSvdOptions {
 /// as the full one.
 ///
 /// **Memory.** A basis of min(m, n)*basis cells, or bases of (m + n)*(basis + 2*block), the triplets
-/// themselves, small matrices of about 12*basis^2, and, where it has room, a copy of A^H, by which the second
-/// product runs along rows and on all threads. Of a matrix whose largest element is beyond 2^400 or below
+/// themselves, small matrices of about 12*basis^2, and, where there is room, copies of A^H and A in slices of
+/// rows, by which both products are fast and run on all threads: together twice the matrix and the padding of
+/// short rows beside longer ones. Of a matrix whose largest element is beyond 2^400 or below
 /// 2^-400 a copy in other units.
 ///
 /// A finished object may be read from several threads.

@@ -456,6 +456,24 @@ TYPED_TEST(TruncatedSvdTest, WithinASmallBudgetTheBasisIsSmallAndTheValuesAreThe
                                             "The memory budget is too small.");
 }
 
+/// Copies for both products, for that with the adjoint alone, or none: what is found is the same.
+TYPED_TEST(TruncatedSvdTest, AsManyCopiesAsTheBudgetHasRoomForGiveTheSameValues)
+{
+    const auto A = randomSparse<TypeParam>(700, 500);
+    const double vectors = 30.0 * sizeof(TypeParam) * 1200.0,
+                 copy = (sizeof(TypeParam) + 4.0) * A.NumElements();
+    const TruncatedSVD<TypeParam> roomy(A, 6);
+    for (const double copies : {0.0, 1.5, 3.0, 6.0}) { // of the bytes, the matrix may take half
+        const TruncatedSVD<TypeParam> svd(A, 6,
+                                          TruncatedSvdOptions{.memoryBudget = vectors + 2.0 * copies * copy});
+        EXPECT_EQ(svd.Outcome(), TripletsOutcome::Converged) << copies;
+        for (std::int32_t k = 0; k < 6; ++k) {
+            EXPECT_NEAR(svd.S()[k], roomy.S()[k], 1e-9) << copies;
+            EXPECT_LT(residualOf<TypeParam>(A, svd, k), 1e-10) << copies;
+        }
+    }
+}
+
 TYPED_TEST(TruncatedSvdTest, ACopyInOtherUnitsIsWithinTheBudget)
 {
     auto A = randomSparse<TypeParam>(700, 500);

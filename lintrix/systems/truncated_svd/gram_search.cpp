@@ -25,7 +25,7 @@ constexpr std::int32_t kColumnsAtOnce = 8; ///< of a product with several
 /// takes long, so does this.
 std::int32_t stepsBeside(std::int32_t count, std::int64_t stepsBefore)
 {
-    constexpr std::int64_t kPart = 16;
+    constexpr std::int64_t kPart = 8;
     return static_cast<std::int32_t>(std::max(std::int64_t{4} + count / 10, stepsBefore / kPart));
 }
 

@@ -39,18 +39,6 @@ double bytesOf(const RowsView<Cell>& view)
            12.0 * (double{1.0} * view.rows + view.cols);
 }
 
-/// Both products through the rows as they stand, of which one scatters.
-template <class Cell>
-LinearMap<Cell> alongRows(const RowsView<Cell>& A)
-{
-    const auto product = [&A](bool adjoint) {
-        return [&A, adjoint](std::int32_t columns, const Cell* x, Cell* y) {
-            multiplyColumns(A, adjoint, columns, x, y);
-        };
-    };
-    return {A.rows, A.cols, product(false), product(true)};
-}
-
 template <class Cell>
 SparseOf<Cell> bothTriangles(const SparseOf<Cell>& A)
 {
@@ -69,11 +57,25 @@ SvdMatrix<Cell>::SvdMatrix(const SparseOf<Cell>& A, double bytes)
     const SparseOf<Cell>& matrix = whole_ ? *whole_ : A;
     view_ = {matrix.Rows(), matrix.Cols(), matrix.Values().data(), matrix.RowPointers().data(),
              matrix.ColumnIndices().data()};
-    if ((whole_ ? 2.0 : 1.0) * bytesOf(view_) <= bytes) both_.emplace(view_);
-    products_ = both_ ? both_->asGiven() : alongRows(view_);
+    using Of = SlicedRows<Cell>::Of;
+    adjoint_ = SlicedRows<Cell>::within(bytes - this->bytes(), view_, Of::Adjoint);
+    if (adjoint_) given_ = SlicedRows<Cell>::within(bytes - this->bytes(), view_, Of::Given);
+    products_ = {view_.rows, view_.cols, productWith(given_, false), productWith(adjoint_, true)};
     if (!isAdjoint()) return;
     std::swap(products_.rows, products_.cols);
     std::swap(products_.times, products_.adjointTimes);
+}
+
+/// By the slices where there are any, else along the rows as they stand.
+template <class Cell>
+auto SvdMatrix<Cell>::productWith(const std::optional<SlicedRows<Cell>>& slices, bool adjoint) const ->
+    typename LinearMap<Cell>::Apply
+{
+    if (slices)
+        return [&A = *slices](std::int32_t columns, const Cell* x, Cell* y) { A.multiply(columns, x, y); };
+    return [&A = view_, adjoint](std::int32_t columns, const Cell* x, Cell* y) {
+        multiplyColumns(A, adjoint, columns, x, y);
+    };
 }
 
 template <class Cell>
@@ -85,7 +87,8 @@ bool SvdMatrix<Cell>::isFinite() const
 template <class Cell>
 double SvdMatrix<Cell>::bytes() const noexcept
 {
-    return (whole_.has_value() + both_.has_value()) * bytesOf(view_);
+    return (whole_ ? bytesOf(view_) : 0.0) + (adjoint_ ? adjoint_->bytes() : 0.0) +
+           (given_ ? given_->bytes() : 0.0);
 }
 
 template <class Cell>
@@ -295,9 +298,10 @@ void TripletSearch<Cell>::certify()
     if (converged() < count_) return undecided("not all triplets have converged");
     certificate_.certainty = TripletsCertainty::Certain;
     if (allOfThem) return;
-    if (matrix_.bothWays() == nullptr) return undecided("there is no room for a factor");
-    const RowsView<Cell>&rows = matrix_.bothWays()->rows(), &columns = matrix_.bothWays()->columns();
-    SingularCount<Cell> counter(rows, columns, bytes_, options_.certificateOperations);
+    const double room = bytes_ - bytesOf(matrix_.rows());
+    if (room < 0.0) return undecided("there is no room for a factor");
+    const TallMatrix<Cell> M(matrix_.rows());
+    SingularCount<Cell> counter(M.rows(), M.columns(), room, options_.certificateOperations);
     const auto bounds = boundsBelow(count_);
     if (bounds.empty()) return undecided("the last value is zero next to the first");
     const auto answer = counter.firstCertain(bounds);

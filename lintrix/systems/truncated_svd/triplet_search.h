@@ -6,6 +6,7 @@
 #include <lintrix/systems/truncated_svd.h>
 #include <lintrix/systems/truncated_svd/gram_search.h>
 #include <lintrix/systems/truncated_svd/restarted_bidiagonalization.h>
+#include <lintrix/systems/truncated_svd/sliced_rows.h>
 
 #include <functional>
 #include <memory>
@@ -13,8 +14,8 @@
 
 namespace Velmar::Lintrix::detail {
 
-/// A sparse matrix and its adjoint as products with M, which is whichever of the two is tall. The rows of the
-/// other one are copied where that keeps within the bytes.
+/// A sparse matrix and its adjoint as products with M, which is whichever of the two is tall. Both are laid
+/// out in slices as far as that keeps within the bytes; the adjoint comes first, which else is scattered.
 template <class Cell>
 class SvdMatrix {
 public:
@@ -25,14 +26,17 @@ public:
     bool isFinite() const;
     bool isAdjoint() const noexcept { return view_.rows < view_.cols; } ///< M is A^H
     const LinearMap<Cell>& products() const noexcept { return products_; }
-    const TallMatrix<Cell>* bothWays() const noexcept { return both_ ? &*both_ : nullptr; }
+    const RowsView<Cell>& rows() const noexcept { return view_; }
     /// Of the copies that were made.
     double bytes() const noexcept;
 
 private:
+    typename LinearMap<Cell>::Apply productWith(const std::optional<SlicedRows<Cell>>& slices,
+                                                bool adjoint) const;
+
     std::optional<SparseOf<Cell>> whole_; // of a matrix that stores one triangle
     RowsView<Cell> view_;
-    std::optional<TallMatrix<Cell>> both_;
+    std::optional<SlicedRows<Cell>> adjoint_, given_;
     LinearMap<Cell> products_;
 };
 
