@@ -134,8 +134,7 @@ TEST(SparseRoads, PivotsFromTheDiagonalThatAreNoneLeadToThoseThatWait)
                                                  {5, 5, -3.0}});
         const RoadsTaken<double> answer = solved(A);
         expectAccurate(answer, Road::Delayed);
-        ASSERT_THAT(answer.tried, Not(IsEmpty()));
-        EXPECT_THAT(answer.tried, Each(MatchesRegex(kTwoReplaced))) << small;
+        EXPECT_THAT(answer.tried, ElementsAre(MatchesRegex(kTwoReplaced))) << small; // in one order: 2 of 6
     }
 }
 

@@ -91,6 +91,25 @@ TEST(NextAttempt, AnUnsteadyRoadIsRepeatedInTheOtherOrder)
               kDissection);
 }
 
+TEST(NextAttempt, WhereManyPivotsWereReplacedAnotherOrderIsNotTried)
+{
+    constexpr SearchState many{.replacedMany = true};
+    expectAll({
+        {{Road::Symmetric}, Ending::Unsteady, many, Attempt{Road::Delayed}},
+        {{Road::Unmatched}, Ending::Unsteady, many, Attempt{Road::Matched}},
+        {{Road::Matched}, Ending::Unsteady, many, Attempt{Road::Fronts}},
+    });
+}
+
+TEST(NextAttempt, ManyAreMoreThanAnEighth)
+{
+    EXPECT_FALSE(areMany(0, 3));
+    EXPECT_TRUE(areMany(1, 7));
+    EXPECT_FALSE(areMany(1, 8));
+    EXPECT_FALSE(areMany(1250, 10000));
+    EXPECT_TRUE(areMany(1251, 10000));
+}
+
 TEST(NextAttempt, NothingFollowsWhatSolvesEachEquationToItsLastPlaces)
 {
     for (const Road road : kAll) expectAll({{{road}, Ending::Sharp, kOpen, std::nullopt}});
