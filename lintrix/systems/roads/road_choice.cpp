@@ -84,8 +84,8 @@ std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ord
                                    const SearchState& state)
 {
     if (isFinal(last.road, ending)) return std::nullopt;
-    const bool repeatable = state.orderingIsOpen && !state.looksSingular && !state.replacedMany &&
-                            !last.ordering && dependsOnOrder(last.road);
+    const bool isInVain = state.looksSingular || (state.replacedMany && scales(last.road));
+    const bool repeatable = state.orderingIsOpen && !isInVain && !last.ordering && dependsOnOrder(last.road);
     if (ending == Ending::Unsteady && repeatable) return Attempt{last.road, otherThan(ordering)};
     const std::optional<Road> road = strongerThan(last.road, state);
     if (road && exchangesRows(*road) && state.looksSingular) return std::nullopt;

@@ -91,13 +91,14 @@ TEST(NextAttempt, AnUnsteadyRoadIsRepeatedInTheOtherOrder)
               kDissection);
 }
 
-TEST(NextAttempt, WhereManyPivotsWereReplacedAnotherOrderIsNotTried)
+TEST(NextAttempt, WhereManyMatchedPivotsWereReplacedAnotherOrderIsNotTried)
 {
     constexpr SearchState many{.replacedMany = true};
     expectAll({
-        {{Road::Symmetric}, Ending::Unsteady, many, Attempt{Road::Delayed}},
-        {{Road::Unmatched}, Ending::Unsteady, many, Attempt{Road::Matched}},
         {{Road::Matched}, Ending::Unsteady, many, Attempt{Road::Fronts}},
+        // zeros on the diagonal, as a graph has them, are replaced by the thousand and made good for
+        {{Road::Symmetric}, Ending::Unsteady, many, repeated(Road::Symmetric)},
+        {{Road::Unmatched}, Ending::Unsteady, many, repeated(Road::Unmatched)},
     });
 }
 
