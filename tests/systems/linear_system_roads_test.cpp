@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <numeric>
 #include <random>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 RoadsTaken<double> solved(const SparseMatrix& A, std::optional<Road> road = {},
                           const SystemOptions& options = {})
@@ -215,6 +217,26 @@ TEST(SparseRoads, NoSuccessIsFalse)
     }
     EXPECT_GT(accurate, 100);
     EXPECT_GT(delayed, 0) << "pivots that wait were needed";
+}
+
+/// "ROAD: ..., N perturbed pivots"
+int replacedOf(const std::string& told)
+{
+    std::smatch found;
+    return std::regex_search(told, found, std::regex("([0-9]+) perturbed")) ? std::stoi(found[1]) : 0;
+}
+
+TEST(SparseRoads, ManyReplacedPivotsOfAMatchingLeadToThoseThatWaitAtOnce)
+{
+    constexpr std::int32_t n = 30;
+    int many = 0;
+    for (std::uint64_t seed = 0; seed < 400; ++seed) {
+        const RoadsTaken<double> answer = solved(randomSigns(n, seed), Road::Matched);
+        if (answer.tried.empty() || replacedOf(answer.tried.front()) <= n / 8) continue;
+        ++many;
+        EXPECT_THAT(answer.tried, Each(Not(StartsWith("sparse LU with matching by")))) << seed;
+    }
+    EXPECT_GT(many, 0);
 }
 
 /// Neighbours on a grid are joined by a sign of their own in each direction; rows and columns in any order.

@@ -10,18 +10,16 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <new>
-#include <optional>
 #include <utility>
 
 namespace Velmar::Lintrix::detail::roads {
 
-/// Each column of op(A)*X = B as long as a step halves its residual. `solve` makes op(A)^-1*cells of cells in
-/// place. @return  the steps of the column that took most
-template <class Cell, class Solve>
-std::int32_t refineColumns(const SparseOf<Cell>& A, const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
-                           TransposeMode op, std::int32_t most, const Solve& solve)
+/// Each column of op(A)*X = B as long as a step by a factor of A halves its residual. @return  the steps of
+/// the column that took most
+template <class Cell, class Factor>
+std::int32_t refineColumns(const SparseOf<Cell>& A, const Factor& factor, const MatrixOf<Cell>& B,
+                           MatrixOf<Cell>& X, TransposeMode op, std::int32_t most)
 {
     std::int32_t longest = 0;
     for (std::int32_t j = 0; j < B.Cols(); ++j) {
@@ -29,7 +27,7 @@ std::int32_t refineColumns(const SparseOf<Cell>& A, const MatrixOf<Cell>& B, Mat
         MatrixOf<Cell> x = columnOf(X, j), r = residualOf<Cell>(A, x, b, op);
         for (std::int32_t step = 1; step <= most; ++step) {
             MatrixOf<Cell> correction(r);
-            solve(cellsOf(correction));
+            factor.solve(op, cellsOf(correction));
             WorkScope::tell();
             MatrixOf<Cell> next = x + correction, left = residualOf<Cell>(A, next, b, op);
             const double before = largestModulus(cellsOf(r).data(), B.Rows()),
@@ -53,18 +51,16 @@ std::int32_t solveRefined(const SparseOf<Cell>& A, const Factor& factor, const M
 {
     X = B;
     factor.solve(op, cellsOf(X));
-    if (most == 0) return 0;
-    return refineColumns<Cell>(A, B, X, op, most, [&](auto cells) { factor.solve(op, cells); });
+    return most == 0 ? 0 : refineColumns<Cell>(A, factor, B, X, op, most);
 }
 
-/// The same as a road answers. `operations`: of a solve. @param taken  the steps, where there is an answer
-template <class Cell, class Factor>
-EngineAnswer answerRefined(const SparseOf<Cell>& A, const Factor& factor, const MatrixOf<Cell>& B,
-                           MatrixOf<Cell>& X, TransposeMode op, std::optional<std::int32_t> most,
-                           double operations, std::int32_t& taken)
+/// What came of a solve, as a road answers. @param operations  of the solve @param steps  what it returns,
+/// 0 where there is no answer
+template <class Solve>
+EngineAnswer answerTo(double operations, std::int32_t& steps, const Solve& solve)
 try {
-    taken = 0;
-    taken = solveRefined<Cell>(A, factor, B, X, op, std::abs(most.value_or(0)));
+    steps = 0;
+    steps = solve();
     WorkScope::tell(operations);
     return {};
 } catch (const NotEnoughMemoryException&) {

@@ -6,6 +6,7 @@
 #include <lintrix/systems/structure/sparse_entries.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace Velmar::Lintrix::detail::roads {
 
@@ -69,7 +70,17 @@ EngineAnswer FrontalFactor<Cell, Fronts, Kind...>::solve(const MatrixOf<Cell>& B
                                                          TransposeMode op, std::optional<std::int32_t> steps)
 {
     const SequentialBlasScope sequential(operations(B.Cols()) / 2.0);
-    return answerRefined<Cell>(*A_, *fronts_, B, X, op, steps, operations(B.Cols()), steps_);
+    return answerTo(operations(B.Cols()), steps_,
+                    [&] { return solveRefined<Cell>(*A_, *fronts_, B, X, op, std::abs(steps.value_or(0))); });
+}
+
+template <class Cell, class Fronts, class... Kind>
+EngineAnswer FrontalFactor<Cell, Fronts, Kind...>::refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X,
+                                                          TransposeMode op, std::int32_t steps)
+{
+    const SequentialBlasScope sequential(operations(B.Cols()) / 2.0);
+    return answerTo(operations(B.Cols()), steps_,
+                    [&] { return refineColumns<Cell>(*A_, *fronts_, B, X, op, std::abs(steps)); });
 }
 
 template <class Cell, class Fronts, class... Kind>

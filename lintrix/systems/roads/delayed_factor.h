@@ -46,6 +46,8 @@ public:
 
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps = {}) override;
+    EngineAnswer refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                        std::int32_t steps) override;
     std::optional<Inertia> inertia() const override;
     std::optional<RaisedFactor<Cell>> raised(double size) const override;
     std::int32_t refinementSteps() const override { return steps_; }

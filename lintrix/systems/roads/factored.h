@@ -32,6 +32,13 @@ public:
     /// X with op(A)*X = B; with up to `steps` steps of refinement, where they are told.
     virtual EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                std::optional<std::int32_t> steps = {}) = 0;
+    /// Up to so many steps of refinement for an X that a solve without steps has left; a factor that knows no
+    /// more solves anew.
+    virtual EngineAnswer refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                                std::int32_t steps)
+    {
+        return solve(B, X, op, steps);
+    }
     /// Whether a solve takes steps of refinement unasked.
     virtual bool refinesUnasked() const { return false; }
     /// Whether the bits of a column may depend on how many are solved for with it.

@@ -3,6 +3,7 @@
 #include <lintrix/systems/roads/column_refinement.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -116,7 +117,16 @@ template <class Cell>
 EngineAnswer PivotedFactor<Cell>::solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                                         std::optional<std::int32_t> steps)
 {
-    return answerRefined<Cell>(*A_, *lu_, B, X, op, steps, operations(B.Cols()), steps_);
+    return answerTo(operations(B.Cols()), steps_,
+                    [&] { return solveRefined<Cell>(*A_, *lu_, B, X, op, std::abs(steps.value_or(0))); });
+}
+
+template <class Cell>
+EngineAnswer PivotedFactor<Cell>::refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                                         std::int32_t steps)
+{
+    return answerTo(operations(B.Cols()), steps_,
+                    [&] { return refineColumns<Cell>(*A_, *lu_, B, X, op, std::abs(steps)); });
 }
 
 template <class Cell>

@@ -51,6 +51,8 @@ public:
 
     EngineAnswer solve(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
                        std::optional<std::int32_t> steps = {}) override;
+    EngineAnswer refine(const MatrixOf<Cell>& B, MatrixOf<Cell>& X, TransposeMode op,
+                        std::int32_t steps) override;
     std::int32_t refinementSteps() const override { return steps_; }
     EngineAnswer apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y, TransposeMode op,
                        Refining refining) override;

@@ -84,12 +84,18 @@ std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ord
                                    const SearchState& state)
 {
     if (isFinal(last.road, ending)) return std::nullopt;
-    const bool repeatable =
-        state.orderingIsOpen && !state.looksSingular && !last.ordering && dependsOnOrder(last.road);
+    const bool isInVain = state.looksSingular || (state.replacedMany && scales(last.road));
+    const bool repeatable = state.orderingIsOpen && !isInVain && !last.ordering && dependsOnOrder(last.road);
     if (ending == Ending::Unsteady && repeatable) return Attempt{last.road, otherThan(ordering)};
     const std::optional<Road> road = strongerThan(last.road, state);
     if (road && exchangesRows(*road) && state.looksSingular) return std::nullopt;
     return road ? std::optional(Attempt{*road}) : std::nullopt;
+}
+
+bool areMany(std::int32_t replaced, std::int32_t pivots)
+{
+    constexpr std::int32_t kShare = 8;
+    return replaced > pivots / kShare;
 }
 
 Reach reachOf(Road road, const RoadCost& cost, const RoadCost& done, double memory)

@@ -36,6 +36,7 @@ struct SearchState {
     bool orderingIsOpen = true; ///< else the caller has chosen it
     bool looksSingular = false; ///< a road has ended so
     bool pivotedFirst = false;  ///< the search began with partial pivoting, and that was taken
+    bool replacedMany = false;  ///< the last road, of its pivots
 };
 
 /// Backward stable as long as no pivot is replaced: few digits are the matrix's own.
@@ -44,15 +45,19 @@ LINTRIX_TESTABLE bool isStable(Road road);
 /// What follows `last`, which used `ordering`; nothing where no road can do better.
 ///
 /// Which pivots are met small depends on the order of elimination. So an unsteady road is repeated with the
-/// other order, where that is open, before a stronger one is taken. What solves a system that differs from A
-/// by the rounding of each element is all that can be had of any road. Cholesky and LU with matching are
-/// stable: without replaced pivots their few digits are the matrix's own. That A is singular to working
-/// precision is believed of LU with matching; where another road has told it, the order is not to blame, and
-/// exchanges of rows would be in vain. Partial pivoting is tried before dense storage, unless it came first.
-/// Its scales are of rows alone, so few digits of it may be owed to the units of columns; and it replaces no
-/// pivots, which tell what makes a matrix singular. So the engine follows.
+/// other order, where that is open, before a stronger one is taken; not where many were in spite of a
+/// matching, which meets as many in any order. What solves a system that differs from A by the rounding of
+/// each element is all that can be had of any road. Cholesky and LU with matching are stable: without
+/// replaced pivots their few digits are the matrix's own. That A is singular to working precision is believed
+/// of LU with matching; where another road has told it, the order is not to blame, and exchanges of rows
+/// would be in vain. Partial pivoting is tried before dense storage, unless it came first. Its scales are of
+/// rows alone, so few digits of it may be owed to the units of columns; and it replaces no pivots, which tell
+/// what makes a matrix singular. So the engine follows.
 LINTRIX_TESTABLE std::optional<Attempt> nextAttempt(const Attempt& last, FillInReducingMethod ordering,
                                                     Ending ending, const SearchState& state);
+
+/// Of the pivots of an elimination, so many that another order is not worth its time.
+LINTRIX_TESTABLE bool areMany(std::int32_t replaced, std::int32_t pivots);
 
 enum class Reach {
     Near,   ///< like what was already done, or short

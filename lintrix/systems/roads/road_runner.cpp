@@ -445,8 +445,8 @@ template <class Cell>
 void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outcome, std::int32_t steps) const
 {
     if (outcome.attempt.road == Road::Dense) return;
-    MatrixOf<Cell> refined = zeroColumns<Cell>(request.B.Rows(), request.B.Cols());
-    const EngineAnswer engine = outcome.factor->solve(request.B, refined, request.op, steps);
+    MatrixOf<Cell> refined(*outcome.x);
+    const EngineAnswer engine = outcome.factor->refine(request.B, refined, request.op, steps);
     outcome.steps = outcome.factor->refinementSteps();
     finish("solve");
     if (engine.error != 0) return;

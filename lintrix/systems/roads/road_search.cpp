@@ -55,6 +55,7 @@ template <class Cell>
 std::optional<Attempt> RoadSearch<Cell>::add(Outcome<Cell> outcome)
 {
     const Ending ending = outcome.ending();
+    state_.replacedMany = areMany(outcome.perturbed, request_.B.Rows());
     const std::optional<Attempt> next = nextAttempt(outcome.attempt, outcome.ordering, ending, state_);
     state_.looksSingular |= ending == Ending::Singular;
     state_.pivotedFirst &= !(outcome.attempt.road == Road::Pivoted && ending == Ending::NotTaken);

@@ -52,6 +52,8 @@ void expectRefined(const SparseOf<Cell>& A, Factor factor)
         EXPECT_LE(after, std::min(before, 0x1p-50));
         ASSERT_EQ(other->solve(B, again, op, 3).error, 0);
         EXPECT_TRUE(std::ranges::equal(cellsOf(again), cellsOf(refined)));
+        ASSERT_EQ(factor.refine(B, plain, op, 3).error, 0);
+        EXPECT_TRUE(std::ranges::equal(cellsOf(plain), cellsOf(refined))) << "a solve and its steps";
     }
 }
 

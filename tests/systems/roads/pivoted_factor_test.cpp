@@ -101,6 +101,11 @@ void expectSolvesAllWays(std::uint64_t seed)
         ASSERT_EQ(factor.solve(B, X, op, 5).error, 0);
         EXPECT_LE(factor.refinementSteps(), 5);
         EXPECT_LE((judge<Cell>(A, X, B, columnOf(known, 2), op).residual), residual);
+        MatrixOf<Cell> refined(plain), fromNothing = zeroColumns<Cell>(A.Rows(), 3);
+        ASSERT_EQ(factor.refine(B, refined, op, 5).error, 0);
+        EXPECT_EQ(largestDifference(refined, X), 0.0);
+        ASSERT_EQ(factor.refine(B, fromNothing, op, 1).error, 0);
+        EXPECT_EQ(largestDifference(fromNothing, plain), 0.0) << "begun where X stood";
     }
 }
 

@@ -91,6 +91,26 @@ TEST(NextAttempt, AnUnsteadyRoadIsRepeatedInTheOtherOrder)
               kDissection);
 }
 
+TEST(NextAttempt, WhereManyMatchedPivotsWereReplacedAnotherOrderIsNotTried)
+{
+    constexpr SearchState many{.replacedMany = true};
+    expectAll({
+        {{Road::Matched}, Ending::Unsteady, many, Attempt{Road::Fronts}},
+        // zeros on the diagonal, as a graph has them, are replaced by the thousand and made good for
+        {{Road::Symmetric}, Ending::Unsteady, many, repeated(Road::Symmetric)},
+        {{Road::Unmatched}, Ending::Unsteady, many, repeated(Road::Unmatched)},
+    });
+}
+
+TEST(NextAttempt, ManyAreMoreThanAnEighth)
+{
+    EXPECT_FALSE(areMany(0, 3));
+    EXPECT_TRUE(areMany(1, 7));
+    EXPECT_FALSE(areMany(1, 8));
+    EXPECT_FALSE(areMany(1250, 10000));
+    EXPECT_TRUE(areMany(1251, 10000));
+}
+
 TEST(NextAttempt, NothingFollowsWhatSolvesEachEquationToItsLastPlaces)
 {
     for (const Road road : kAll) expectAll({{{road}, Ending::Sharp, kOpen, std::nullopt}});
