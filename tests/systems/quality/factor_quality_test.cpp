@@ -187,5 +187,88 @@ TYPED_TEST(FactorWorth, RefinesAsLongAsItIsTooFarAndAsItMay)
     EXPECT_NEAR(refined.inverseNorm, norm, 2e-5 * norm);
 }
 
+/// R*B, R powers of two far apart.
+template <class Cell>
+MatrixOf<Cell> inUnitsOfRows(Cells& random, MatrixOf<Cell> B, int mostExponent)
+{
+    for (int i = 0; i < B.Rows(); ++i) {
+        const double unit =
+            std::ldexp(1.0, i == 0 ? mostExponent : random.whole(-mostExponent, mostExponent));
+        for (int j = 0; j < B.Cols(); ++j) B(i, j) *= unit;
+    }
+    return B;
+}
+
+template <class Cell>
+std::vector<double> sumsOfRows(const MatrixOf<Cell>& A)
+{
+    std::vector<double> sums(A.Rows());
+    for (int i = 0; i < A.Rows(); ++i)
+        for (int j = 0; j < A.Cols(); ++j) sums[i] += std::abs(A.Item(i, j));
+    return sums;
+}
+
+/// M*R.
+template <class Cell>
+LinearMap<Cell> timesSizes(const LinearMap<Cell>& M, const std::vector<double>& sizes)
+{
+    LinearMap<Cell> product = M;
+    product.times = [&M, &sizes](std::int32_t columns, const Cell* x, Cell* y) {
+        std::vector<Cell> scaled(x, x + sizes.size() * columns);
+        for (std::size_t k = 0; k < scaled.size(); ++k) scaled[k] *= sizes[k % sizes.size()];
+        M.times(columns, scaled.data(), y);
+    };
+    return product;
+}
+
+/// The condition of R*B is that of the units alone.
+TYPED_TEST(FactorWorth, IsKnownByRowsWhereOnlyTheirUnitsMakeTheConditionLarge)
+{
+    using Cell = TypeParam;
+    Cells random(11);
+    int near = 0;
+    constexpr int kTrials = 600;
+    for (int trial = 0; trial < kTrials; ++trial) {
+        const int n = 1 + trial % 30;
+        const MatrixOf<Cell> A = inUnitsOfRows<Cell>(random, random.matrix<Cell>(n, n), 120);
+        const LinearMap<Cell> solves = inverseMap<Cell>(A);
+        int count = 0;
+        const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), counted(solves, count));
+        if (!(quality.condition.value() > 1e12)) continue;
+        ++near;
+        EXPECT_EQ(count, n > 4 ? 3 : 2) << "one more than usual";
+        EXPECT_TRUE(std::isinf(quality.inverseNormAtMost()));
+        const std::vector<double> sums = sumsOfRows<Cell>(A);
+        const double norm = largestColumnSum(timesSizes(solves, sums));
+        EXPECT_GE(quality.inverseNormByRowsAtMost(), norm) << trial;
+        EXPECT_LE(quality.inverseNormByRows, norm * (1.0 + 1e-12)) << trial;
+        const FactorQuality told = qualityOfFactor(AnyMatrix<Cell>(A), solves, {.rowSums = sums});
+        EXPECT_NEAR(told.inverseNormByRows, quality.inverseNormByRows, 1e-12 * norm);
+    }
+    EXPECT_GE(near, kTrials * 9 / 10);
+}
+
+TYPED_TEST(FactorWorth, IsNotKnownByRowsWhereNoUnitsMakeItsConditionSmall)
+{
+    using Cell = TypeParam;
+    constexpr int n = 12;
+    Cells random(12);
+    for (int trial = 0; trial < 20; ++trial) {
+        MatrixOf<Cell> B = random.matrix<Cell>(n, n);
+        for (int j = 0; j < n; ++j) B(5, j) = B.Item(3, j) + B.Item(7, j) + (j == 2 ? 1e-14 : 0.0);
+        const MatrixOf<Cell> A = inUnitsOfRows<Cell>(random, B, trial % 2 == 0 ? 0 : 60);
+        const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), inverseMap<Cell>(A));
+        EXPECT_GT(quality.condition.value(), 1e12);
+        EXPECT_TRUE(std::isinf(quality.inverseNormAtMost()));
+        EXPECT_TRUE(std::isinf(quality.inverseNormByRowsAtMost()));
+    }
+    const MatrixOf<Cell> regular = random.matrix<Cell>(n, n);
+    int count = 0;
+    const FactorQuality quality =
+        qualityOfFactor(AnyMatrix<Cell>(regular), counted(inverseMap<Cell>(regular), count));
+    EXPECT_EQ(count, 2);
+    EXPECT_TRUE(std::isinf(quality.inverseNormByRowsAtMost())) << "nobody needs it";
+}
+
 } // namespace
 } // namespace Velmar::Lintrix::testing
