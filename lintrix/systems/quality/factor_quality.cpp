@@ -123,21 +123,34 @@ private:
     FactorQuality& quality_;
 };
 
-/// That of ones, and random ones.
+/// Of so many random bits each.
+template <int bitsOfEach, class Cell, class Number>
+void draw(Random& random, std::span<Cell> cells, const Number& number)
+{
+    constexpr std::size_t kAtOnce = 64 / bitsOfEach;
+    for (std::size_t begin = 0; begin < cells.size(); begin += kAtOnce) {
+        const std::uint64_t bits = random.NextBits();
+        const std::size_t count = std::min(kAtOnce, cells.size() - begin);
+        for (std::size_t k = 0; k < count; ++k)
+            cells[begin + k] = number(static_cast<int>(bits >> bitsOfEach * k & ((1 << bitsOfEach) - 1)));
+    }
+}
+
+/// That of ones, one of random signs, and behind those whose drift is measured two of random sizes besides,
+/// from 1/2 to 1: of a column whose few large elements are alike, such as (1, -1), signs alone often make
+/// nothing.
 template <class Cell>
 Block<Cell> vectorsOfSigns(std::int32_t n)
 {
+    constexpr double kLargest = 255.0;
     Random random(20001);
     Block<Cell> signs(n, kSigns);
     std::ranges::fill(signs.column(0), Cell(1.0));
-    constexpr std::size_t kBits = 64;
-    Cell* const cells = signs.data();
-    for (std::size_t begin = static_cast<std::size_t>(n); begin < signs.size(); begin += kBits) {
-        const std::uint64_t bits = random.NextBits();
-        const std::size_t count = std::min(kBits, signs.size() - begin);
-        for (std::size_t k = 0; k < count; ++k)
-            cells[begin + k] = 1.0 - 2.0 * static_cast<int>(bits >> k & 1);
-    }
+    const auto sign = [](int bits) { return 1.0 - 2.0 * (bits & 1); };
+    for (std::int32_t c = 1; c < kWatched; ++c) draw<1>(random, signs.column(c), sign);
+    for (std::int32_t c = kWatched; c < kSigns; ++c)
+        draw<8>(random, signs.column(c),
+                [&](int bits) { return sign(bits) * (kLargest - (bits >> 1)) / kLargest; });
     return signs;
 }
 

@@ -57,12 +57,13 @@ struct Companion {
 /// Columns of the block in which a companion is the last one.
 LINTRIX_TESTABLE std::int32_t companionBlock(std::int32_t order) noexcept;
 
-/// With M the inverse and S a few vectors of signs, one of ones and random ones, no |M^H*s|_j is larger than
-/// the sum of the moduli in column j of M, and the mean of its square over all signs is the square of that
-/// column's length. So the largest rows of M^H*S tell columns of M that are long, and the sums of those are
-/// measured: at two solves, as in Cline, Moler, Stewart, Wilkinson, "An estimate for the condition number of
-/// a matrix", SIAM J. Numer. Anal. 16 (1979), where one vector of signs is chosen on the way. Exact where all
-/// elements of M are of one sign, and of the smallest M, all of whose columns are tried.
+/// With M the inverse and S a few vectors of signs, one of ones and random ones, two of these times random
+/// sizes up to 1, no |M^H*s|_j is larger than the sum of the moduli in column j of M, and the mean of its
+/// square over all signs is, but for those sizes, the square of that column's length. So the largest rows of
+/// M^H*S tell columns of M that are long, and the sums of those are measured: at two solves, as in Cline,
+/// Moler, Stewart, Wilkinson, "An estimate for the condition number of a matrix", SIAM J. Numer. Anal. 16
+/// (1979), where one vector of signs is chosen on the way. Exact where all elements of M are of one sign, and
+/// of the smallest M, all of whose columns are tried.
 ///
 /// The same rows of M^H*S times the row sums of A tell columns of M*R that are long.
 ///

@@ -187,6 +187,24 @@ TYPED_TEST(FactorWorth, RefinesAsLongAsItIsTooFarAndAsItMay)
     EXPECT_NEAR(refined.inverseNorm, norm, 2e-5 * norm);
 }
 
+/// Of two unknowns that hang together far more than with all others their sum, or their difference, is known
+/// badly: signs that are alike, or unlike, say nothing of it.
+TYPED_TEST(FactorWorth, SeesWhatIsKnownBadlyOfTwoUnknowns)
+{
+    using Cell = TypeParam;
+    constexpr int n = 30;
+    for (const double sign : {1.0, -1.0})
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < i; ++j) {
+                MatrixOf<Cell> A(n, n);
+                for (int k = 0; k < n; ++k) A(k, k) = 1.0;
+                A(i, j) = A(j, i) = sign * (1.0 - 1e-9);
+                const LinearMap<Cell> solves = inverseMap<Cell>(A);
+                const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), solves);
+                EXPECT_GE(quality.inverseNormAtMost(), 1e9) << i << ' ' << j;
+            }
+}
+
 /// R*B, R powers of two far apart.
 template <class Cell>
 MatrixOf<Cell> inUnitsOfRows(Cells& random, MatrixOf<Cell> B, int mostExponent)
