@@ -195,31 +195,33 @@ Refining refiningFor(const Factored<Cell>& factor, const FactorQuestion& asked)
 
 /// One correction goes with a solve of what the factor is worth, if nobody has asked for that yet. Else its
 /// block is filled up, where that tells on the bits: they do not depend on who asked first.
+/// @return  r - A*d in the working precision; empty where that would take a reading of A
 template <class Cell>
-void solveBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
-                 const BoundsAsked& asked)
+std::vector<Cell> solveBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
+                              const BoundsAsked& asked)
 {
-    if (!*asked.ofFactor) {
-        *asked.ofFactor = qualityBy(factor, A, asked.question, {r, d});
-        return;
-    }
     const auto n = static_cast<std::size_t>(A.rows());
+    if (!*asked.ofFactor) {
+        std::vector<Cell> left(asked.question.shift ? n : 0);
+        *asked.ofFactor = qualityBy(factor, A, asked.question, {r, d, left.empty() ? nullptr : left.data()});
+        return left;
+    }
     const std::size_t others = factor.bitsDependOnCount() ? n * (companionBlock(A.rows()) - 1) : 0;
     std::vector<Cell> R(others + n), D(others + n);
     std::copy_n(r, n, R.begin() + others);
     solveRaw(factor, A.rows(), TransposeMode::NotTransposed, refiningFor(factor, asked.question),
              static_cast<std::int32_t>(R.size() / n), R.data(), D.data());
     std::copy_n(D.begin() + others, n, d);
+    return {};
 }
 
 /// Refines a correction d until what is left of r is little by the norm of the inverse, as often as the
 /// factor refines unasked. @return  what d leaves then
 template <class Cell>
 Remainder<Cell> refineBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
-                             const KnownBefore& known)
+                             const KnownBefore& known, Remainder<Cell> left)
 {
     const std::int32_t n = A.rows();
-    Remainder<Cell> left = remainderOf(A, TransposeMode::NotTransposed, r, d, known);
     std::vector<Cell> more(left.s.size());
     for (int step = 0; step < kUnaskedSteps && !left.isLittle(); ++step) {
         solveRaw(factor, n, TransposeMode::NotTransposed, Refining::Never, 1, left.s.data(), more.data());
@@ -241,8 +243,7 @@ KnownBefore knownBy(const RowSizes& sizes, TransposeMode op, const BoundsAsked& 
     return known;
 }
 
-/// The corrections op(A)^-1 * R of some columns, and what that of a single one leaves, where that was looked
-/// at.
+/// The corrections op(A)^-1 * R of some columns, and what that of a single one leaves.
 template <class Cell>
 struct Corrections {
     std::vector<Cell> D;
@@ -259,9 +260,12 @@ Corrections<Cell> correctionsOf(const AnyMatrix<Cell>& A, TransposeMode op, cons
     Corrections<Cell> corrections{std::vector<Cell>(R.size())};
     std::vector<Cell>& D = corrections.D;
     if (columns == 1 && op == TransposeMode::NotTransposed && asked.ofFactor) {
-        solveBeside(A, factor, R.data(), D.data(), asked);
+        std::vector<Cell> working = solveBeside(A, factor, R.data(), D.data(), asked);
+        const KnownBefore known = knownBy(sizes, op, asked);
+        corrections.left = remainderOf(A, op, R.data(), D.data(), known, std::move(working));
         if (refiningFor(factor, asked.question) == Refining::Never)
-            corrections.left = refineBeside(A, factor, R.data(), D.data(), knownBy(sizes, op, asked));
+            corrections.left =
+                refineBeside(A, factor, R.data(), D.data(), known, std::move(*corrections.left));
         return corrections;
     }
     if (asked.ofFactor && !*asked.ofFactor) *asked.ofFactor = qualityBy(factor, A, asked.question);

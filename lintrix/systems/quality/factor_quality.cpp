@@ -74,33 +74,41 @@ public:
         if (asked.shift) quality_.drift = 0.0;
     }
 
-    /// Of all columns of x; the first `watched` of them are those that are tried.
-    Block<Cell> solve(const Apply& inverse, const Block<Cell>& x, std::int32_t watched)
+    /// Of all columns of x; the first `watched` of them are those that are tried. `leftNext`, where it is not
+    /// null, takes what the answer leaves of the next one.
+    Block<Cell> solve(const Apply& inverse, const Block<Cell>& x, std::int32_t watched,
+                      Cell* leftNext = nullptr)
     {
         Block<Cell> y(A_.rows(), x.columns());
         inverse(x.columns(), x.data(), y.data());
-        if (!asked_.shift) return y;
-        Block<Cell> left(A_.rows(), watched); // of x, by the last answer
-        double drift = driftOf(x, y, left);
+        if (!asked_.shift) {
+            if (leftNext != nullptr)
+                residual(A_, TransposeMode::NotTransposed, 1, x.column(watched).data(),
+                         y.column(watched).data(), leftNext);
+            return y;
+        }
+        Block<Cell> left(A_.rows(), watched + (leftNext != nullptr ? 1 : 0)); // of x, by the last answer
+        double drift = driftOf(x, y, left, watched);
+        if (leftNext != nullptr) std::ranges::copy(left.column(watched), leftNext);
         for (std::int32_t step = 0; step < asked_.steps && !(drift <= asked_.near); ++step) {
             Block<Cell> corrections(A_.rows(), watched);
             inverse(watched, left.data(), corrections.data());
             for (std::size_t i = 0; i < corrections.size(); ++i) y.data()[i] += corrections.data()[i];
-            drift = driftOf(x, y, left);
+            drift = driftOf(x, y, left, watched);
         }
         quality_.drift = largerOrNaN(*quality_.drift, drift);
         return y;
     }
 
 private:
-    /// The largest ||x - (A - shift*I + diag(raised))*y||/||x||_inf of the columns of `left`, which takes
-    /// what the norms are of; y is the inverse's answer to x.
-    double driftOf(const Block<Cell>& x, const Block<Cell>& y, Block<Cell>& left)
+    /// The largest ||x - (A - shift*I + diag(raised))*y||/||x||_inf of the first `watched` columns of `left`,
+    /// which takes what the norms are of; y is the inverse's answer to x.
+    double driftOf(const Block<Cell>& x, const Block<Cell>& y, Block<Cell>& left, std::int32_t watched)
     {
         const std::int32_t n = A_.rows();
         residual(A_, TransposeMode::NotTransposed, left.columns(), x.data(), y.data(), left.data());
         double largest = 0.0;
-        for (std::int32_t c = 0; c < left.columns(); ++c) {
+        for (std::int32_t c = 0; c < watched; ++c) {
             takeOff(y.column(c), left.column(c));
             const double size =
                 euclideanNorm(left.column(c).data(), n) / largestModulus(x.column(c).data(), n);
@@ -258,8 +266,10 @@ private:
                      std::span<const double> sizes)
     {
         const auto columns = static_cast<std::int32_t>(which.size());
-        const Block<Cell> y = solves_.solve(inverse_.times, units, columns);
-        if (y.columns() > columns) std::ranges::copy(y.column(columns), companion_.x);
+        const bool isAccompanied = units.columns() > columns;
+        const Block<Cell> y =
+            solves_.solve(inverse_.times, units, columns, isAccompanied ? companion_.left : nullptr);
+        if (isAccompanied) std::ranges::copy(y.column(columns), companion_.x);
         double largest = 0.0;
         for (std::int32_t c = 0; c < columns; ++c) {
             const double sum = sumOfModuli(y.column(c).data(), n_);

@@ -52,6 +52,8 @@ template <class Cell>
 struct Companion {
     const Cell* b = nullptr;
     Cell* x = nullptr; ///< the inverse's answer to b
+    /// b - A*x in the working precision, for who wants it: beside the drift that takes no more readings of A.
+    Cell* left = nullptr;
 };
 
 /// Columns of the block in which a companion is the last one.

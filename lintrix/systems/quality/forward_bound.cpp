@@ -8,6 +8,7 @@
 #include <cmath>
 #include <complex>
 #include <limits>
+#include <utility>
 
 namespace Velmar::Lintrix::detail {
 
@@ -157,11 +158,13 @@ void boundUnknown(const Cell* r, const std::vector<double>& left, std::int32_t t
 /// of complex cells, and r is s + op(A)*d.
 template <class Cell>
 Remainder<Cell> remainderOf(const AnyMatrix<Cell>& A, TransposeMode op, const Cell* r, const Cell* d,
-                            const KnownBefore& known)
+                            const KnownBefore& known, std::vector<Cell> working)
 {
     const auto n = static_cast<std::size_t>(A.rows());
     const double size = largestModulus(d, A.rows());
-    Remainder<Cell> left{std::vector<Cell>(n), std::vector<double>(n)};
+    const bool isAtHand = !working.empty();
+    Remainder<Cell> left{std::move(working), std::vector<double>(n)};
+    left.s.resize(n);
     const auto measure = [&](double hidden) {
         std::ranges::transform(left.s, left.sizes.begin(), [](const Cell& cell) { return modulus(cell); });
         for (std::size_t i = 0; i < n && hidden > 0.0; ++i) left.sizes[i] += hidden * known.rowSums[i];
@@ -170,7 +173,7 @@ Remainder<Cell> remainderOf(const AnyMatrix<Cell>& A, TransposeMode op, const Ce
     };
     const bool knowsNorm = std::isfinite(known.inverseNorm) || std::isfinite(known.inverseNormByRows);
     if (knowsNorm && !known.rowSums.empty()) {
-        residual(A, op, 1, r, d, left.s.data());
+        if (!isAtHand) residual(A, op, 1, r, d, left.s.data());
         measure(4.0 * known.terms * kEps * size);
         if (left.isLittle()) return left;
     }
@@ -217,7 +220,7 @@ std::vector<double> forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode o
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
     template Remainder<Cell> remainderOf(const AnyMatrix<Cell>&, TransposeMode, const Cell*, const Cell*,    \
-                                         const KnownBefore&);                                                \
+                                         const KnownBefore&, std::vector<Cell>);                             \
     template std::vector<double> forwardErrorBounds(                                                         \
         const AnyMatrix<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,            \
         const Cell*, const Cell*, const double*, const KnownBefore&, ResidualPrecision,                      \

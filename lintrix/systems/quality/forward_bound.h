@@ -77,10 +77,11 @@ struct Remainder {
 };
 
 /// In the working precision, where that is little for sure, else in twice that. Cost: a product with A, or
-/// two.
+/// two; none or one where `working`, s in the working precision, is at hand.
 template <class Cell>
 LINTRIX_TESTABLE Remainder<Cell> remainderOf(const AnyMatrix<Cell>& A, TransposeMode op, const Cell* r,
-                                             const Cell* d, const KnownBefore& known);
+                                             const Cell* d, const KnownBefore& known,
+                                             std::vector<Cell> working = {});
 
 /// A bound on ||x* - x||/||x|| for each column; A is square. `inverse` solves with op(A), and its adjoint
 /// with the adjoint; all columns together cost a solve; each costs besides two, and those of the estimate,

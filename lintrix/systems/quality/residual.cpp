@@ -350,6 +350,7 @@ void residual(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns, 
                                        size.cols});
     };
     takeAtOnce(std::integral_constant<int, 4>());
+    takeAtOnce(std::integral_constant<int, 3>());
     takeAtOnce(std::integral_constant<int, 2>());
     takeAtOnce(std::integral_constant<int, 1>());
 }

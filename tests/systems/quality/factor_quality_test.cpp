@@ -1,6 +1,7 @@
 // What a factor is worth: by how few solves, and which of them may have been made before.
 
 #include <lintrix/systems/quality/factor_quality.h>
+#include <lintrix/systems/quality/residual.h>
 
 #include "tests/systems/quality/dense_factor.h"
 #include "tests/systems/quality/reference.h"
@@ -128,7 +129,7 @@ TYPED_TEST(FactorWorth, LetsACompanionIntoOneOfItsSolves)
             FactorQuestion asked;
             if (isHermitian) asked.shift = 0.0;
             const std::vector<Cell> b = random.vector<Cell>(n);
-            std::vector<Cell> alone(b.size()), beside(b.size());
+            std::vector<Cell> alone(b.size()), beside(b.size()), left(b.size()), expected(b.size());
             exact.times(1, b.data(), alone.data());
             int alike = 0, block = 0, with = 0, without = 0;
             LinearMap<Cell> solves = exact;
@@ -141,13 +142,15 @@ TYPED_TEST(FactorWorth, LetsACompanionIntoOneOfItsSolves)
             };
             const AnyMatrix<Cell> view(A);
             const FactorQuality quality =
-                qualityOfFactor(view, counted(solves, with), asked, {b.data(), beside.data()});
+                qualityOfFactor(view, counted(solves, with), asked, {b.data(), beside.data(), left.data()});
             const FactorQuality other = qualityOfFactor(view, counted(exact, without), asked);
             EXPECT_EQ(alike, 1);
             EXPECT_EQ(block, companionBlock(n));
             EXPECT_EQ(with, without);
             EXPECT_EQ(quality.inverseNorm, other.inverseNorm);
             EXPECT_EQ(quality.drift, other.drift);
+            residual(view, TransposeMode::NotTransposed, 1, b.data(), beside.data(), expected.data());
+            EXPECT_EQ(left, expected);
             for (int i = 0; i < n; ++i) EXPECT_LT(std::abs(beside[i] - alone[i]), 1e-14);
         }
     }
