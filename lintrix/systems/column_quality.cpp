@@ -26,8 +26,10 @@ using namespace roads;
 
 namespace {
 
-/// Of refinement, that a factor takes unasked.
-constexpr std::int32_t kUnaskedSteps = 2;
+/// Of refinement, that a factor takes unasked; and of a correction whose remainder can be seen to shrink,
+/// each of which takes less than one solve of those that measure what it leaves, which are refined
+/// themselves.
+constexpr std::int32_t kUnaskedSteps = 2, kSeenSteps = 4;
 
 /// What is estimated is the small part of the bound that is left when the correction is known: the size will
 /// do, and one unit vector tells it.
@@ -215,15 +217,16 @@ std::vector<Cell> solveBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, 
     return {};
 }
 
-/// Refines a correction d until what is left of r is little by the norm of the inverse, as often as the
-/// factor refines unasked. @return  what d leaves then
+/// Refines a correction d until what is left of r is little by the norms that are known; without one, as
+/// often as the factor refines unasked. @return  what d leaves then
 template <class Cell>
 Remainder<Cell> refineBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
                              const KnownBefore& known, Remainder<Cell> left)
 {
     const std::int32_t n = A.rows();
     std::vector<Cell> more(left.s.size());
-    for (int step = 0; step < kUnaskedSteps && !left.isLittle(); ++step) {
+    const std::int32_t most = std::isfinite(left.rate) ? kSeenSteps : kUnaskedSteps;
+    for (std::int32_t step = 0; step < most && !left.isLittle(); ++step) {
         solveRaw(factor, n, TransposeMode::NotTransposed, Refining::Never, 1, left.s.data(), more.data());
         for (std::size_t i = 0; i < more.size(); ++i) d[i] += more[i];
         left = remainderOf(A, TransposeMode::NotTransposed, r, d, known);
