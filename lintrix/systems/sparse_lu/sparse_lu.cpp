@@ -244,22 +244,25 @@ void SparseLU<Cell>::solve(TransposeMode op, std::span<const Cell> B, std::span<
         Cell* const x = X.data() + done * n;
         switch (all - done) {
         case 1:
-            solveWide<1>(op, b, x, y.get(), 1);
+            solveWide<1, 1>(op, b, x, y.get());
             break;
         case 2:
-            solveWide<2>(op, b, x, y.get(), 2);
+            solveWide<2, 2>(op, b, x, y.get());
+            break;
+        case 3:
+            solveWide<kMostColumns, 3>(op, b, x, y.get());
             break;
         default:
-            solveWide<kMostColumns>(op, b, x, y.get(), std::min<std::size_t>(all - done, kMostColumns));
+            solveWide<kMostColumns, kMostColumns>(op, b, x, y.get());
             break;
         }
     }
 }
 
-/// By way of y, where the sides that `columns` leaves of W are 0; x may be b.
+/// `C` columns by way of y, where the sides that they leave of W are 0; x may be b.
 template <class Cell>
-template <int W>
-void SparseLU<Cell>::solveWide(TransposeMode op, const Cell* b, Cell* x, Cell* y, std::size_t columns) const
+template <int W, int C>
+void SparseLU<Cell>::solveWide(TransposeMode op, const Cell* b, Cell* x, Cell* y) const
 {
     const bool transposed = op != TransposeMode::NotTransposed;
     const std::span<const std::int32_t> from = transposed ? columnAt() : rowAt(),
@@ -267,12 +270,13 @@ void SparseLU<Cell>::solveWide(TransposeMode op, const Cell* b, Cell* x, Cell* y
     const auto n = static_cast<std::size_t>(order_);
     for (std::size_t k = 0; k < n; ++k) {
         const double scale = transposed ? 1.0 : scales_[from[k]];
-        for (std::size_t c = 0; c < W; ++c) y[k * W + c] = c < columns ? b[c * n + from[k]] * scale : Cell();
+        for (std::size_t c = 0; c < C; ++c) y[k * W + c] = b[c * n + from[k]] * scale;
+        for (std::size_t c = C; c < W; ++c) y[k * W + c] = Cell();
     }
     substitute(arrays_, W, op, y);
     for (std::size_t k = 0; k < n; ++k) {
         const double scale = transposed ? scales_[to[k]] : 1.0;
-        for (std::size_t c = 0; c < columns; ++c) x[c * n + to[k]] = y[k * W + c] * scale;
+        for (std::size_t c = 0; c < C; ++c) x[c * n + to[k]] = y[k * W + c] * scale;
     }
 }
 

@@ -89,8 +89,8 @@ private:
     void plan(const SparseOf<Cell>& A, const Columns& columns, ColumnOrder order);
     void place(const SparseOf<Cell>& A, const Columns& columns);
     LuOutcome eliminate(const LuBounds& bounds);
-    template <int W>
-    void solveWide(TransposeMode op, const Cell* b, Cell* x, Cell* y, std::size_t columns) const;
+    template <int W, int C>
+    void solveWide(TransposeMode op, const Cell* b, Cell* x, Cell* y) const;
 
     std::int32_t order_;
     double threshold_;
