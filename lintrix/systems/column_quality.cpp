@@ -26,11 +26,10 @@ using namespace roads;
 
 namespace {
 
-/// Of refinement, that a factor takes unasked.
-constexpr std::int32_t kUnaskedSteps = 2;
-
-/// A part of a correction that is too little to make a bound worse.
-constexpr double kLittle = 1.0 / 64;
+/// Of refinement, that a factor takes unasked; and of a correction whose remainder can be seen to shrink,
+/// each of which takes less than one solve of those that measure what it leaves, which are refined
+/// themselves.
+constexpr std::int32_t kUnaskedSteps = 2, kSeenSteps = 4;
 
 /// What is estimated is the small part of the bound that is left when the correction is known: the size will
 /// do, and one unit vector tells it.
@@ -183,7 +182,7 @@ std::vector<double> errorEstimates(const Residuals<Cell>& all, TransposeMode op,
 Refining enoughFor(const FactorQuality& factor)
 {
     constexpr double kNotRefined = 0.1 * kSureDrift * kSureDrift * kSureDrift;
-    if (!factor.drift || !factor.condition || !(*factor.drift * *factor.condition <= kLittle))
+    if (!factor.drift || !factor.condition || !(*factor.drift * *factor.condition <= kSmallRate))
         return Refining::Unasked;
     return *factor.drift <= kNotRefined ? Refining::Never : Refining::Once;
 }
@@ -198,56 +197,84 @@ Refining refiningFor(const Factored<Cell>& factor, const FactorQuestion& asked)
 
 /// One correction goes with a solve of what the factor is worth, if nobody has asked for that yet. Else its
 /// block is filled up, where that tells on the bits: they do not depend on who asked first.
+/// @return  r - A*d in the working precision; empty where that would take a reading of A
 template <class Cell>
-void solveBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
-                 const BoundsAsked& asked)
+std::vector<Cell> solveBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
+                              const BoundsAsked& asked)
 {
-    if (!*asked.ofFactor) {
-        *asked.ofFactor = qualityBy(factor, A, asked.question, {r, d});
-        return;
-    }
     const auto n = static_cast<std::size_t>(A.rows());
+    if (!*asked.ofFactor) {
+        std::vector<Cell> left(asked.question.shift ? n : 0);
+        *asked.ofFactor = qualityBy(factor, A, asked.question, {r, d, left.empty() ? nullptr : left.data()});
+        return left;
+    }
     const std::size_t others = factor.bitsDependOnCount() ? n * (companionBlock(A.rows()) - 1) : 0;
     std::vector<Cell> R(others + n), D(others + n);
     std::copy_n(r, n, R.begin() + others);
     solveRaw(factor, A.rows(), TransposeMode::NotTransposed, refiningFor(factor, asked.question),
              static_cast<std::int32_t>(R.size() / n), R.data(), D.data());
     std::copy_n(D.begin() + others, n, d);
+    return {};
 }
 
-/// Refines a correction d until what is left of r is little by the norm of the inverse, as often as the
-/// factor refines unasked.
+/// Refines a correction d until what is left of r is little by the norms that are known; without one, as
+/// often as the factor refines unasked. @return  what d leaves then
 template <class Cell>
-void refineBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
-                  double inverseNorm)
+Remainder<Cell> refineBeside(const AnyMatrix<Cell>& A, Factored<Cell>& factor, const Cell* r, Cell* d,
+                             const KnownBefore& known, Remainder<Cell> left)
 {
     const std::int32_t n = A.rows();
-    std::vector<Cell> left(static_cast<std::size_t>(n)), more(left.size());
-    for (int step = 0; step < kUnaskedSteps; ++step) {
-        residualInTwicePrecision<Cell>(A, TransposeMode::NotTransposed, 1, r, d, nullptr, left.data());
-        if (inverseNorm * sumOfModuli(left.data(), n) <= kLittle * largestModulus(d, n)) return;
-        solveRaw(factor, n, TransposeMode::NotTransposed, Refining::Never, 1, left.data(), more.data());
+    std::vector<Cell> more(left.s.size());
+    const std::int32_t most = std::isfinite(left.rate) ? kSeenSteps : kUnaskedSteps;
+    for (std::int32_t step = 0; step < most && !left.isLittle(); ++step) {
+        solveRaw(factor, n, TransposeMode::NotTransposed, Refining::Never, 1, left.s.data(), more.data());
         for (std::size_t i = 0; i < more.size(); ++i) d[i] += more[i];
+        left = remainderOf(A, TransposeMode::NotTransposed, r, d, known);
     }
+    return left;
 }
 
-/// The corrections op(A)^-1 * R of `columns` columns. What the factor is worth is found out before, if nobody
-/// has yet, by solves of its own where there are several.
-template <class Cell>
-std::vector<Cell> correctionsOf(const AnyMatrix<Cell>& A, TransposeMode op, Factored<Cell>& factor,
-                                std::int32_t columns, const std::vector<Cell>& R, const BoundsAsked& asked)
+/// What spares work by the row sums of op(A) and by the worth of the factor, if that is known.
+KnownBefore knownBy(const RowSizes& sizes, TransposeMode op, const BoundsAsked& asked)
 {
-    std::vector<Cell> D(R.size());
+    KnownBefore known{.terms = sizes.terms, .rowSums = sizes.sums};
+    if (!asked.ofFactor || !*asked.ofFactor) return known;
+    const FactorQuality& factor = **asked.ofFactor;
+    known.inverseNorm = factor.inverseNormAtMost();
+    const bool areRows = op == TransposeMode::NotTransposed || asked.question.shift; // of A
+    if (areRows) known.inverseNormByRows = factor.inverseNormByRowsAtMost();
+    return known;
+}
+
+/// The corrections op(A)^-1 * R of some columns, and what that of a single one leaves.
+template <class Cell>
+struct Corrections {
+    std::vector<Cell> D;
+    std::optional<Remainder<Cell>> left{};
+};
+
+/// What the factor is worth is found out before, if nobody has yet, by solves of its own where there are
+/// several columns.
+template <class Cell>
+Corrections<Cell> correctionsOf(const AnyMatrix<Cell>& A, TransposeMode op, const RowSizes& sizes,
+                                Factored<Cell>& factor, std::int32_t columns, const std::vector<Cell>& R,
+                                const BoundsAsked& asked)
+{
+    Corrections<Cell> corrections{std::vector<Cell>(R.size())};
+    std::vector<Cell>& D = corrections.D;
     if (columns == 1 && op == TransposeMode::NotTransposed && asked.ofFactor) {
-        solveBeside(A, factor, R.data(), D.data(), asked);
+        std::vector<Cell> working = solveBeside(A, factor, R.data(), D.data(), asked);
+        const KnownBefore known = knownBy(sizes, op, asked);
+        corrections.left = remainderOf(A, op, R.data(), D.data(), known, std::move(working));
         if (refiningFor(factor, asked.question) == Refining::Never)
-            refineBeside(A, factor, R.data(), D.data(), (*asked.ofFactor)->inverseNormAtMost());
-        return D;
+            corrections.left =
+                refineBeside(A, factor, R.data(), D.data(), known, std::move(*corrections.left));
+        return corrections;
     }
     if (asked.ofFactor && !*asked.ofFactor) *asked.ofFactor = qualityBy(factor, A, asked.question);
     const Refining refining = asked.ofFactor ? enoughFor(**asked.ofFactor) : Refining::Unasked;
     inverseBy(factor, A.rows(), op, refining).times(columns, R.data(), D.data());
-    return D;
+    return corrections;
 }
 
 /// A solve that loses as much as the probe has lost makes a correction too short by so many times that.
@@ -281,12 +308,10 @@ double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<C
     if (inexact.empty()) return 1.0;
     const std::vector<double> w = sideBySide<double>(all.n, inexact, all.w);
     const auto count = static_cast<std::int32_t>(inexact.size());
-    const std::vector<Cell> d = correctionsOf(A, op, factor, count, r, asked);
-    KnownBefore known{all.sizes.terms};
-    if (asked.ofFactor && *asked.ofFactor) known.inverseNorm = (*asked.ofFactor)->inverseNormAtMost();
-    const std::vector<double> bounds =
-        forwardErrorBounds<Cell>(A, op, inverseBy(factor, A.rows(), op), count, x.data(), r.data(), d.data(),
-                                 w.data(), known, ResidualPrecision::Twice, kQuick);
+    const auto [d, left] = correctionsOf(A, op, all.sizes, factor, count, r, asked);
+    const std::vector<double> bounds = forwardErrorBounds<Cell>(
+        A, op, inverseBy(factor, A.rows(), op), count, x.data(), r.data(), d.data(), w.data(),
+        knownBy(all.sizes, op, asked), ResidualPrecision::Twice, kQuick, left ? &*left : nullptr);
     const double shortfall = 1.0 + kSolvesFallShort * asked.probeError;
     double series = 1.0;
     for (std::size_t k = 0; k < inexact.size(); ++k) {

@@ -508,13 +508,15 @@ private:
     }
 
     /// Of a Hermitian matrix, whose signs it may tell, the drift as well. The rows of op(A) tell the norm
-    /// where they are columns of A, or as large as these.
+    /// where they are columns of A, or as large as these, and their sums where they are its rows.
     FactorQuestion ofFactor(const Outcome<Cell>& outcome, TransposeMode op) const
     {
         FactorQuestion question;
         if (matrix_.Traits().hermitian) question.shift = 0.0;
-        const bool areColumns = op != TransposeMode::NotTransposed || matrix_.Traits().mirrored();
-        if (outcome.sizes && areColumns) question.oneNorm = outcome.sizes->norm;
+        if (!outcome.sizes) return question;
+        const bool areRows = op == TransposeMode::NotTransposed, areBoth = matrix_.Traits().mirrored();
+        if (!areRows || areBoth) question.oneNorm = outcome.sizes->norm;
+        if (areRows || areBoth) question.rowSums = outcome.sizes->sums;
         return question;
     }
 

@@ -141,6 +141,24 @@ TYPED_TEST(SavedSystem, SolvesToTheSameBitsWithoutAFactorization)
     }
 }
 
+/// Whose condition is that of its units.
+TYPED_TEST(SavedSystem, InUnitsFarApartHasTheSameBounds)
+{
+    for (const Kind kind : {Kind::Pattern, Kind::General}) {
+        SCOPED_TRACE(static_cast<int>(kind));
+        auto A = gridOf<TypeParam>(kind, 12);
+        for (std::int32_t i = 0; i < A.Rows(); ++i)
+            for (std::int32_t j = 0; j < A.Cols(); ++j)
+                if (const TypeParam a = A.Item(i, j); a != 0.0) A(i, j) = a * std::ldexp(1.0, i % 80);
+        LinearSystem<TypeParam> saved(A);
+        EXPECT_GT(saved.Solve(sidesFor<TypeParam>(A.Rows())).condition.value(), 1e12);
+        saved.Save(this->path);
+        LinearSystem<TypeParam> loaded = this->loadedFrom(this->path);
+        expectSameAnswer(saved, loaded);
+        EXPECT_EQ(loaded.Factorizations(), 0);
+    }
+}
+
 TYPED_TEST(SavedSystem, GoesOnWithOtherValuesAfterTheAnalysisThatWasSaved)
 {
     for (const Kind kind : {Kind::Positive, Kind::Symmetric, Kind::Pattern, Kind::General}) {

@@ -6,13 +6,13 @@
 #include <lintrix/systems/quality/vector_norms.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <complex>
 #include <cstddef>
 #include <memory>
 #include <numeric>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -74,33 +74,41 @@ public:
         if (asked.shift) quality_.drift = 0.0;
     }
 
-    /// Of all columns of x; the first `watched` of them are those that are tried.
-    Block<Cell> solve(const Apply& inverse, const Block<Cell>& x, std::int32_t watched)
+    /// Of all columns of x; the first `watched` of them are those that are tried. `leftNext`, where it is not
+    /// null, takes what the answer leaves of the next one.
+    Block<Cell> solve(const Apply& inverse, const Block<Cell>& x, std::int32_t watched,
+                      Cell* leftNext = nullptr)
     {
         Block<Cell> y(A_.rows(), x.columns());
         inverse(x.columns(), x.data(), y.data());
-        if (!asked_.shift) return y;
-        Block<Cell> left(A_.rows(), watched); // of x, by the last answer
-        double drift = driftOf(x, y, left);
+        if (!asked_.shift) {
+            if (leftNext != nullptr)
+                residual(A_, TransposeMode::NotTransposed, 1, x.column(watched).data(),
+                         y.column(watched).data(), leftNext);
+            return y;
+        }
+        Block<Cell> left(A_.rows(), watched + (leftNext != nullptr ? 1 : 0)); // of x, by the last answer
+        double drift = driftOf(x, y, left, watched);
+        if (leftNext != nullptr) std::ranges::copy(left.column(watched), leftNext);
         for (std::int32_t step = 0; step < asked_.steps && !(drift <= asked_.near); ++step) {
             Block<Cell> corrections(A_.rows(), watched);
             inverse(watched, left.data(), corrections.data());
             for (std::size_t i = 0; i < corrections.size(); ++i) y.data()[i] += corrections.data()[i];
-            drift = driftOf(x, y, left);
+            drift = driftOf(x, y, left, watched);
         }
         quality_.drift = largerOrNaN(*quality_.drift, drift);
         return y;
     }
 
 private:
-    /// The largest ||x - (A - shift*I + diag(raised))*y||/||x||_inf of the columns of `left`, which takes
-    /// what the norms are of; y is the inverse's answer to x.
-    double driftOf(const Block<Cell>& x, const Block<Cell>& y, Block<Cell>& left)
+    /// The largest ||x - (A - shift*I + diag(raised))*y||/||x||_inf of the first `watched` columns of `left`,
+    /// which takes what the norms are of; y is the inverse's answer to x.
+    double driftOf(const Block<Cell>& x, const Block<Cell>& y, Block<Cell>& left, std::int32_t watched)
     {
         const std::int32_t n = A_.rows();
         residual(A_, TransposeMode::NotTransposed, left.columns(), x.data(), y.data(), left.data());
         double largest = 0.0;
-        for (std::int32_t c = 0; c < left.columns(); ++c) {
+        for (std::int32_t c = 0; c < watched; ++c) {
             takeOff(y.column(c), left.column(c));
             const double size =
                 euclideanNorm(left.column(c).data(), n) / largestModulus(x.column(c).data(), n);
@@ -123,21 +131,34 @@ private:
     FactorQuality& quality_;
 };
 
-/// That of ones, and random ones.
+/// Of so many random bits each.
+template <int bitsOfEach, class Cell, class Number>
+void draw(Random& random, std::span<Cell> cells, const Number& number)
+{
+    constexpr std::size_t kAtOnce = 64 / bitsOfEach;
+    for (std::size_t begin = 0; begin < cells.size(); begin += kAtOnce) {
+        const std::uint64_t bits = random.NextBits();
+        const std::size_t count = std::min(kAtOnce, cells.size() - begin);
+        for (std::size_t k = 0; k < count; ++k)
+            cells[begin + k] = number(static_cast<int>(bits >> bitsOfEach * k & ((1 << bitsOfEach) - 1)));
+    }
+}
+
+/// That of ones, one of random signs, and behind those whose drift is measured two of random sizes besides,
+/// from 1/2 to 1: of a column whose few large elements are alike, such as (1, -1), signs alone often make
+/// nothing.
 template <class Cell>
 Block<Cell> vectorsOfSigns(std::int32_t n)
 {
+    constexpr double kLargest = 255.0;
     Random random(20001);
     Block<Cell> signs(n, kSigns);
     std::ranges::fill(signs.column(0), Cell(1.0));
-    constexpr std::size_t kBits = 64;
-    Cell* const cells = signs.data();
-    for (std::size_t begin = static_cast<std::size_t>(n); begin < signs.size(); begin += kBits) {
-        const std::uint64_t bits = random.NextBits();
-        const std::size_t count = std::min(kBits, signs.size() - begin);
-        for (std::size_t k = 0; k < count; ++k)
-            cells[begin + k] = 1.0 - 2.0 * static_cast<double>(bits >> k & 1);
-    }
+    const auto sign = [](int bits) { return 1.0 - 2.0 * (bits & 1); };
+    for (std::int32_t c = 1; c < kWatched; ++c) draw<1>(random, signs.column(c), sign);
+    for (std::int32_t c = kWatched; c < kSigns; ++c)
+        draw<8>(random, signs.column(c),
+                [&](int bits) { return sign(bits) * (kLargest - (bits >> 1)) / kLargest; });
     return signs;
 }
 
@@ -168,17 +189,21 @@ public:
     double estimate()
     {
         if (n_ == 0) return 0.0;
-        return n_ <= kFewColumns ? ofAllColumns() : ofSigns();
+        const double bySigns = n_ > kFewColumns ? ofSigns() : 0.0;
+        const std::vector<std::int32_t> longest = longestColumns({});
+        const Block<Cell> units = unitVectors(n_, longest, companion_.b);
+        return largerOrNaN(bySigns, ofColumns(longest, units, {}));
+    }
+
+    /// Of inverse*diag(sizes), where that of the inverse has been estimated before.
+    double estimateBeside(std::span<const double> sizes)
+    {
+        const std::vector<std::int32_t> longest = longestColumns(sizes);
+        return ofColumns(longest, unitVectors<Cell>(n_, longest, nullptr), sizes);
     }
 
 private:
-    double ofAllColumns()
-    {
-        std::vector<std::int32_t> all(static_cast<std::size_t>(n_));
-        std::iota(all.begin(), all.end(), 0);
-        return ofColumns(all);
-    }
-
+    /// Columns of the inverse are then known to be long by the rows of z.
     double ofSigns()
     {
         const Block<Cell> z = solves_.solve(isHermitian_ ? inverse_.times : inverse_.adjointTimes,
@@ -188,35 +213,68 @@ private:
             isHermitian_ ? kWatched : kSigns; // of a Hermitian one they may be refined
         for (std::int32_t c = 0; c < asGoodAsAny; ++c)
             largest = largerOrNaN(largest, largestModulus(z.column(c).data(), n_));
-        return largerOrNaN(largest, ofColumns(longestRows(z)));
+        addModuli(z);
+        return largest;
     }
 
-    /// Of z, by the sums of their moduli; the first ones where there are no numbers to go by. Lengths would
-    /// prefer few large elements to many, which in a large matrix add up to more.
-    std::array<std::int32_t, kLongest> longestRows(const Block<Cell>& z) const
+    /// By the sums of moduli: lengths would prefer few large elements to many, which in a large matrix add up
+    /// to more.
+    void addModuli(const Block<Cell>& z)
     {
-        std::vector<double> sums(static_cast<std::size_t>(n_));
-        for (std::int32_t c = 0; c < kSigns; ++c)
-            std::ranges::transform(sums, z.column(c), sums.begin(),
-                                   [](double sum, const Cell& cell) { return sum + modulus(cell); });
-        std::array<std::int32_t, kLongest> longest{};
-        for (std::int32_t& row : longest) {
-            const auto place = std::ranges::max_element(sums);
-            row = static_cast<std::int32_t>(place - sums.begin());
-            *place = -1.0; // taken
-        }
-        return longest;
+        static_assert(kSigns == 4);
+        const std::span<const Cell> z0 = z.column(0), z1 = z.column(1), z2 = z.column(2), z3 = z.column(3);
+        rows_.resize(static_cast<std::size_t>(n_));
+        for (std::size_t i = 0; i < rows_.size(); ++i)
+            rows_[i] = modulus(z0[i]) + modulus(z1[i]) + modulus(z2[i]) + modulus(z3[i]);
     }
 
-    /// The largest 1-norm of some of the inverse's columns; the companion is solved for beside them.
-    double ofColumns(std::span<const std::int32_t> which)
+    /// Where each has its size, times that; the first ones where there are no numbers to go by, and all of
+    /// few.
+    std::vector<std::int32_t> longestColumns(std::span<const double> sizes) const
+    {
+        if (n_ <= kFewColumns) {
+            std::vector<std::int32_t> all(static_cast<std::size_t>(n_));
+            std::iota(all.begin(), all.end(), 0);
+            return all;
+        }
+        static_assert(kLongest == 2);
+        const auto lengthOf = [&](std::int32_t j) {
+            const auto at = static_cast<std::size_t>(j);
+            return sizes.empty() ? rows_[at] : rows_[at] * sizes[at];
+        };
+        std::int32_t longest = 0, next = 1;
+        double ofLongest = lengthOf(longest), ofNext = lengthOf(next);
+        const auto order = [&] {
+            if (!(ofNext > ofLongest)) return;
+            std::swap(longest, next);
+            std::swap(ofLongest, ofNext);
+        };
+        order();
+        for (std::int32_t j = kLongest; j < n_; ++j) {
+            const double length = lengthOf(j);
+            if (!(length > ofNext)) continue;
+            next = j;
+            ofNext = length;
+            order();
+        }
+        return {longest, next};
+    }
+
+    /// The largest 1-norm of some of the inverse's columns, each times its size where there are sizes, and
+    /// the answer to the companion where one stands behind their unit vectors.
+    double ofColumns(std::span<const std::int32_t> which, const Block<Cell>& units,
+                     std::span<const double> sizes)
     {
         const auto columns = static_cast<std::int32_t>(which.size());
-        const Block<Cell> y = solves_.solve(inverse_.times, unitVectors(n_, which, companion_.b), columns);
-        if (companion_.b != nullptr) std::ranges::copy(y.column(columns), companion_.x);
+        const bool isAccompanied = units.columns() > columns;
+        const Block<Cell> y =
+            solves_.solve(inverse_.times, units, columns, isAccompanied ? companion_.left : nullptr);
+        if (isAccompanied) std::ranges::copy(y.column(columns), companion_.x);
         double largest = 0.0;
-        for (std::int32_t c = 0; c < columns; ++c)
-            largest = largerOrNaN(largest, sumOfModuli(y.column(c).data(), n_));
+        for (std::int32_t c = 0; c < columns; ++c) {
+            const double sum = sumOfModuli(y.column(c).data(), n_);
+            largest = largerOrNaN(largest, sizes.empty() ? sum : sum * sizes[which[c]]);
+        }
         return largest;
     }
 
@@ -225,7 +283,34 @@ private:
     bool isHermitian_;
     WatchedSolves<Cell>& solves_;
     const Companion<Cell>& companion_;
+    std::vector<double> rows_{}; ///< sums of moduli in the rows of z
 };
+
+/// ||R^-1*A||_1; NaN where a row is zero.
+template <class Cell>
+double oneNormByRows(const AnyMatrix<Cell>& A, std::span<const double> rowSums)
+{
+    const std::vector<Cell> none(rowSums.size());
+    std::vector<Cell> over(rowSums.size());
+    std::ranges::transform(rowSums, over.begin(), [](double sum) { return Cell(1.0 / sum); });
+    std::vector<double> sums(rowSums.size());
+    residualScale(A, TransposeMode::Transposed, 1, none.data(), over.data(), sums.data());
+    return largestModulus(sums.data(), A.cols());
+}
+
+/// NaN where it leaves the solves too few digits.
+template <class Cell>
+double normByRows(const AnyMatrix<Cell>& A, const FactorQuestion& asked, InverseNorm<Cell>& inverse)
+{
+    std::vector<double> own;
+    if (asked.rowSums.empty()) {
+        own.resize(static_cast<std::size_t>(A.rows()));
+        rowSums(A, TransposeMode::NotTransposed, own.data());
+    }
+    const std::span<const double> sums = asked.rowSums.empty() ? own : asked.rowSums;
+    const double norm = inverse.estimateBeside(sums);
+    return norm * oneNormByRows(A, sums) <= kSolvable ? norm : std::numeric_limits<double>::quiet_NaN();
+}
 
 } // namespace
 
@@ -233,6 +318,12 @@ double FactorQuality::inverseNormAtMost() const noexcept
 {
     const bool isTrusted = std::isfinite(inverseNorm) && condition && *condition <= kSolvable;
     return isTrusted ? kShortfall * inverseNorm : std::numeric_limits<double>::infinity();
+}
+
+double FactorQuality::inverseNormByRowsAtMost() const noexcept
+{
+    return std::isnan(inverseNormByRows) ? std::numeric_limits<double>::infinity()
+                                         : kShortfall * inverseNormByRows;
 }
 
 std::int32_t companionBlock(std::int32_t order) noexcept
@@ -246,10 +337,13 @@ FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& i
 {
     FactorQuality quality;
     WatchedSolves<Cell> solves(A, asked, quality);
-    quality.inverseNorm = InverseNorm<Cell>(inverse, asked.shift.has_value(), solves, companion).estimate();
+    InverseNorm<Cell> norm(inverse, asked.shift.has_value(), solves, companion);
+    quality.inverseNorm = norm.estimate();
     const double condition =
         conditionOf(asked.oneNorm ? *asked.oneNorm : oneNorm(A), quality.inverseNorm, A.rows());
     if (!std::isnan(condition)) quality.condition = condition;
+    const bool isOfA = asked.shift.value_or(0.0) == 0.0 && asked.raised.empty();
+    if (condition > kSolvable && isOfA) quality.inverseNormByRows = normByRows(A, asked, norm);
     return quality;
 }
 

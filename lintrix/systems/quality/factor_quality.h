@@ -23,18 +23,25 @@ struct FactorQuality {
     /// estimate has tried. These are two vectors of signs, where the mean of ||F*x||^2 over all signs is the
     /// square of the Frobenius norm of F, and the unit vectors that the inverse makes longest.
     std::optional<double> drift{};
+    /// ||inverse*R||_1, R = diag(the row sums of A), estimated likewise. Looked at where the condition leaves
+    /// the solves too few digits, and NaN where that of R^-1*A does so, too: else it is but the units of the
+    /// equations that make it large, and in no unit of theirs does a solve give other unknowns.
+    double inverseNormByRows = std::numeric_limits<double>::quiet_NaN();
 
     /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
     /// solves behind it too few digits.
     LINTRIX_TESTABLE double inverseNormAtMost() const noexcept;
+    /// The same of inverse*R.
+    LINTRIX_TESTABLE double inverseNormByRowsAtMost() const noexcept;
 };
 
 struct FactorQuestion {
     /// The drift is measured, of the factor of A - shift*I; none: it is not. Cost: a product for each of four
     /// vectors.
     std::optional<double> shift{};
-    std::span<const double> raised{}; ///< then: of A - shift*I + diag(raised), if there are any
-    std::optional<double> oneNorm{};  ///< ||A||_1, where it is known
+    std::span<const double> raised{};  ///< then: of A - shift*I + diag(raised), if there are any
+    std::optional<double> oneNorm{};   ///< ||A||_1, where it is known
+    std::span<const double> rowSums{}; ///< of A, where they are known; empty: they are not
     /// Of refinement, with the drift's residual, as long as the drift of a vector is above `near`.
     std::int32_t steps = 0;
     double near = 0.0;
@@ -45,20 +52,26 @@ template <class Cell>
 struct Companion {
     const Cell* b = nullptr;
     Cell* x = nullptr; ///< the inverse's answer to b
+    /// b - A*x in the working precision, for who wants it: beside the drift that takes no more readings of A.
+    Cell* left = nullptr;
 };
 
 /// Columns of the block in which a companion is the last one.
 LINTRIX_TESTABLE std::int32_t companionBlock(std::int32_t order) noexcept;
 
-/// With M the inverse and S a few vectors of signs, one of ones and random ones, no |M^H*s|_j is larger than
-/// the sum of the moduli in column j of M, and the mean of its square over all signs is the square of that
-/// column's length. So the largest rows of M^H*S tell columns of M that are long, and the sums of those are
-/// measured: at two solves, as in Cline, Moler, Stewart, Wilkinson, "An estimate for the condition number of
-/// a matrix", SIAM J. Numer. Anal. 16 (1979), where one vector of signs is chosen on the way. Exact where all
-/// elements of M are of one sign, and of the smallest M, all of whose columns are tried.
+/// With M the inverse and S a few vectors of signs, one of ones and random ones, two of these times random
+/// sizes up to 1, no |M^H*s|_j is larger than the sum of the moduli in column j of M, and the mean of its
+/// square over all signs is, but for those sizes, the square of that column's length. So the largest rows of
+/// M^H*S tell columns of M that are long, and the sums of those are measured: at two solves, as in Cline,
+/// Moler, Stewart, Wilkinson, "An estimate for the condition number of a matrix", SIAM J. Numer. Anal. 16
+/// (1979), where one vector of signs is chosen on the way. Exact where all elements of M are of one sign, and
+/// of the smallest M, all of whose columns are tried.
 ///
-/// The condition is meant for shift 0. Cost: a solve of four columns with the adjoint, and one of two with
-/// A; where the drift is asked for, a product with A for two of each. The companion goes with the latter.
+/// The same rows of M^H*S times the row sums of A tell columns of M*R that are long.
+///
+/// Condition and norm by rows are meant for shift 0. Cost: a solve of four columns with the adjoint, and one
+/// of two with A; where the drift is asked for, a product with A for two of each. The companion goes with the
+/// latter. For the norm by rows, one more of two with A.
 template <class Cell>
 LINTRIX_TESTABLE FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& inverse,
                                                const FactorQuestion& asked = {},

@@ -8,12 +8,13 @@
 #include <cmath>
 #include <complex>
 #include <limits>
+#include <utility>
 
 namespace Velmar::Lintrix::detail {
 
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kInfinity = std::numeric_limits<double>::infinity(), kEps = 0x1p-53;
 
 /// q counts higher than it was measured: of one perturbed pivot the corrections are an exact geometric
 /// series, and its sum the error to the last digit; and where A leaves the solves few digits, q is itself as
@@ -22,9 +23,6 @@ constexpr double kMargin = 1.0 + 1.0 / 64;
 
 /// So far above the correction and the rounding of x a bound is not worth an estimate of its own.
 constexpr double kSharp = 8.0;
-
-/// A q up to here makes the bound no worse by more than this.
-constexpr double kSmallRate = 1.0 / 64;
 
 /// Steps that a correction is refined by whose own correction is as large, and good: where unknowns differ by
 /// many orders, the largest ones of a correction may be all rounding.
@@ -59,15 +57,27 @@ LinearMap<Cell> scaledAdjoint(const LinearMap<Cell>& inverse, const std::vector<
     return map;
 }
 
+/// || |op(A)^-1|*g || by the norms that are known.
+double atMost(const KnownBefore& known, const std::vector<double>& g)
+{
+    const double plain = known.inverseNorm * sumOfModuli(g.data(), static_cast<std::int32_t>(g.size()));
+    if (!std::isfinite(known.inverseNormByRows)) return plain;
+    double overRows = 0.0;
+    for (std::size_t i = 0; i < g.size(); ++i) overRows += quotient(g[i], known.rowSums[i]);
+    const double byRows = known.inverseNormByRows * overRows;
+    return byRows < plain || std::isnan(plain) ? byRows : plain;
+}
+
 /// Of one column, with the correction d and what that leaves.
 template <class Cell>
 class ColumnBound {
 public:
     ColumnBound(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
-                const KnownBefore& known, const Cell* d, const Cell* s)
-        : inverse_(&inverse), known_(&known), size_(largestModulus(d, inverse.rows))
+                const KnownBefore& known, const Cell* d, const Remainder<Cell>& left)
+        : inverse_(&inverse), known_(&known), size_(largestModulus(d, inverse.rows)), next_(left.next),
+          rate_(left.rate)
     {
-        measure(A, op, s);
+        if (!left.isLittle()) measure(A, op, left.s.data());
     }
 
     /// No series: nothing is bounded by this d.
@@ -83,20 +93,17 @@ public:
               const NormEstimation& how) const
     {
         if (diverges()) return kInfinity;
-        double rest = known_->inverseNorm * sumOfModuli(g.data(), inverse_->rows);
+        double rest = atMost(*known_, g);
         if (!(rest <= kSharp * (size_ + enough))) rest = estimateOneNorm(scaledAdjoint(*inverse_, g), how);
         rest = largerOrNaN(rest, next_) / (1.0 - rate_);
         return precision == ResidualPrecision::Working ? largerOrNaN(rest, size_) : rest + size_;
     }
 
 private:
-    /// q: where the norm of the inverse shows that it is small, that is enough.
+    /// q, which no norm shows to be small.
     void measure(const AnyMatrix<Cell>& A, TransposeMode op, const Cell* s)
     {
         const std::int32_t n = inverse_->rows;
-        next_ = known_->inverseNorm * sumOfModuli(s, n);
-        rate_ = quotient(next_, size_);
-        if (rate_ <= kSmallRate) return;
         std::vector<Cell> left(n), last(n);
         correction_.resize(n);
         inverse_->times(1, s, correction_.data());
@@ -112,60 +119,87 @@ private:
     const KnownBefore* known_;
     double size_;                    ///< ||d||
     std::vector<Cell> correction_{}; ///< inverse*s, where that was solved for
-    double next_ = 0.0, rate_ = 0.0; ///< not below ||op(A)^-1 * s||; q
+    double next_, rate_;             ///< not below ||op(A)^-1 * s||; q
     bool shrinks_ = false;           ///< the quotient of the first two corrections of d is small
 };
 
-/// That of d, and as long as only d keeps it from a bound, of d refined; `s` is then what that leaves.
+/// That of d, and as long as only d keeps it from a bound, of d refined; `left` is then what that leaves.
 template <class Cell>
 ColumnBound<Cell> boundOf(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
-                          const KnownBefore& known, const Cell* r, const Cell* d, Cell* s)
+                          const KnownBefore& known, const Cell* r, const Cell* d, Remainder<Cell>& left)
 {
-    ColumnBound<Cell> bound(A, op, inverse, known, d, s);
+    ColumnBound<Cell> bound(A, op, inverse, known, d, left);
     std::vector<Cell> refined(d, d + inverse.rows);
     for (int step = 0; step < kSteps && bound.isRefinable(); ++step) {
         for (std::size_t i = 0; i < refined.size(); ++i) refined[i] += bound.next()[i];
-        residualInTwicePrecision<Cell>(A, op, 1, r, refined.data(), nullptr, s);
-        bound = ColumnBound<Cell>(A, op, inverse, known, refined.data(), s);
+        left = remainderOf(A, op, r, refined.data(), known);
+        bound = ColumnBound<Cell>(A, op, inverse, known, refined.data(), left);
     }
     return bound;
 }
 
-/// g, in place of w. Where w may have underflowed, as much is added as may have been lost.
+/// g, in place of w; `left` bounds |s|. Where w may have underflowed, as much is added as may have been lost.
 template <class Cell>
-void boundUnknown(const Cell* r, const Cell* s, std::int32_t terms, ResidualPrecision precision,
-                  std::vector<double>& w)
+void boundUnknown(const Cell* r, const std::vector<double>& left, std::int32_t terms,
+                  ResidualPrecision precision, std::vector<double>& w)
 {
     const UnderflowGuard guard(terms);
-    const double unit = terms * 0x1p-53;
+    const double unit = terms * kEps;
     for (std::size_t i = 0; i < w.size(); ++i) {
         const double size = modulus(r[i]), lost = w[i] <= guard.below ? guard.shift : 0.0;
         w[i] = lost + (precision == ResidualPrecision::Working ? size + unit * w[i]
-                                                               : modulus(s[i]) + unit * (size + unit * w[i]));
+                                                               : left[i] + unit * (size + unit * w[i]));
     }
 }
 
 } // namespace
 
+/// In the working precision each row of s is off by no more than (nz + 1)*eps*(|op(A)|*|d| + |r|), twice that
+/// of complex cells, and r is s + op(A)*d.
 template <class Cell>
-std::vector<double>
-forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
-                   std::int32_t columns, const Cell* x, const Cell* r, const Cell* d, const double* w,
-                   const KnownBefore& known, ResidualPrecision precision, const NormEstimation& how)
+Remainder<Cell> remainderOf(const AnyMatrix<Cell>& A, TransposeMode op, const Cell* r, const Cell* d,
+                            const KnownBefore& known, std::vector<Cell> working)
+{
+    const auto n = static_cast<std::size_t>(A.rows());
+    const double size = largestModulus(d, A.rows());
+    const bool isAtHand = !working.empty();
+    Remainder<Cell> left{std::move(working), std::vector<double>(n)};
+    left.s.resize(n);
+    const auto measure = [&](double hidden) {
+        std::ranges::transform(left.s, left.sizes.begin(), [](const Cell& cell) { return modulus(cell); });
+        for (std::size_t i = 0; i < n && hidden > 0.0; ++i) left.sizes[i] += hidden * known.rowSums[i];
+        left.next = atMost(known, left.sizes);
+        left.rate = quotient(left.next, size);
+    };
+    const bool knowsNorm = std::isfinite(known.inverseNorm) || std::isfinite(known.inverseNormByRows);
+    if (knowsNorm && !known.rowSums.empty()) {
+        if (!isAtHand) residual(A, op, 1, r, d, left.s.data());
+        measure(4.0 * known.terms * kEps * size);
+        if (left.isLittle()) return left;
+    }
+    residualInTwicePrecision<Cell>(A, op, 1, r, d, nullptr, left.s.data());
+    measure(0.0);
+    return left;
+}
+
+template <class Cell>
+std::vector<double> forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode op,
+                                       const LinearMap<Cell>& inverse, std::int32_t columns, const Cell* x,
+                                       const Cell* r, const Cell* d, const double* w,
+                                       const KnownBefore& known, ResidualPrecision precision,
+                                       const NormEstimation& how, const Remainder<Cell>* ofFirst)
 {
     const std::int32_t n = A.rows();
     if (n == 0 || columns == 0) return std::vector<double>(columns);
-    std::vector<Cell> s(std::size_t(n) * columns);
-    residualInTwicePrecision<Cell>(A, op, columns, r, d, nullptr, s.data());
     std::vector<double> bounds;
     for (std::int32_t c = 0; c < columns; ++c) {
         const std::int64_t first = std::int64_t{n} * c;
-        const ColumnBound<Cell> bound =
-            boundOf(A, op, inverse, known, r + first, d + first, s.data() + first);
+        Remainder<Cell> left = c == 0 && ofFirst ? *ofFirst : remainderOf(A, op, r + first, d + first, known);
+        const ColumnBound<Cell> bound = boundOf(A, op, inverse, known, r + first, d + first, left);
         std::vector<double> g(w + first, w + first + n);
-        boundUnknown(r + first, s.data() + first, known.terms, precision, g);
+        boundUnknown(r + first, left.sizes, known.terms, precision, g);
         const double size = largestModulus(x + first, n);
-        bounds.push_back(quotient(bound.of(g, precision, 0x1p-53 * size, how), size));
+        bounds.push_back(quotient(bound.of(g, precision, kEps * size, how), size));
     }
     return bounds;
 }
@@ -185,10 +219,12 @@ std::vector<double> forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode o
 }
 
 #define LINTRIX_INSTANTIATE(Cell)                                                                            \
+    template Remainder<Cell> remainderOf(const AnyMatrix<Cell>&, TransposeMode, const Cell*, const Cell*,    \
+                                         const KnownBefore&, std::vector<Cell>);                             \
     template std::vector<double> forwardErrorBounds(                                                         \
         const AnyMatrix<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,            \
         const Cell*, const Cell*, const double*, const KnownBefore&, ResidualPrecision,                      \
-        const NormEstimation&);                                                                              \
+        const NormEstimation&, const Remainder<Cell>*);                                                      \
     template std::vector<double> forwardErrorBounds(                                                         \
         const AnyMatrix<Cell>&, TransposeMode, const LinearMap<Cell>&, std::int32_t, const Cell*,            \
         const Cell*, const Cell*, ResidualPrecision, const NormEstimation&);

@@ -31,6 +31,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <vector>
 
 namespace Velmar::Lintrix::detail {
@@ -54,7 +55,33 @@ struct KnownBefore {
     /// Where this shows already that the product is no more than a few times d and the rounding of x, it is
     /// not estimated, and where it shows that q is small, q is not measured.
     double inverseNorm = std::numeric_limits<double>::infinity();
+    /// Of op(A). With them a residual of the working precision is enough where what its rounding may hide
+    /// makes q no larger than it may be.
+    std::span<const double> rowSums{};
+    /// Such that || |op(A)^-1|*g || <= inverseNormByRows*||g/rowSums||_1, elements divided by elements.
+    double inverseNormByRows = std::numeric_limits<double>::infinity();
 };
+
+/// A q up to here makes a bound no worse by more than this.
+inline constexpr double kSmallRate = 1.0 / 64;
+
+/// s = r - op(A)*d of a correction d.
+template <class Cell>
+struct Remainder {
+    std::vector<Cell> s;
+    std::vector<double> sizes; ///< |s|, and what its rounding may hide
+    /// Not below ||op(A)^-1*s||, and that over ||d||: by the norms that are known, infinite where none is.
+    double next = std::numeric_limits<double>::infinity(), rate = next;
+
+    bool isLittle() const noexcept { return rate <= kSmallRate; }
+};
+
+/// In the working precision, where that is little for sure, else in twice that. Cost: a product with A, or
+/// two; none or one where `working`, s in the working precision, is at hand.
+template <class Cell>
+LINTRIX_TESTABLE Remainder<Cell> remainderOf(const AnyMatrix<Cell>& A, TransposeMode op, const Cell* r,
+                                             const Cell* d, const KnownBefore& known,
+                                             std::vector<Cell> working = {});
 
 /// A bound on ||x* - x||/||x|| for each column; A is square. `inverse` solves with op(A), and its adjoint
 /// with the adjoint; all columns together cost a solve; each costs besides two, and those of the estimate,
@@ -67,11 +94,13 @@ LINTRIX_TESTABLE std::vector<double>
 forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
                    std::int32_t columns, const Cell* b, const Cell* x, const Cell* r,
                    ResidualPrecision precision, const NormEstimation& how = {});
-/// The same with w and the corrections D, the inverse's answer to R, at hand.
+/// The same with w and the corrections D, the inverse's answer to R, at hand, and maybe what that of the
+/// first column leaves.
 template <class Cell>
 LINTRIX_TESTABLE std::vector<double>
 forwardErrorBounds(const AnyMatrix<Cell>& A, TransposeMode op, const LinearMap<Cell>& inverse,
                    std::int32_t columns, const Cell* x, const Cell* r, const Cell* d, const double* w,
-                   const KnownBefore& known, ResidualPrecision precision, const NormEstimation& how = {});
+                   const KnownBefore& known, ResidualPrecision precision, const NormEstimation& how = {},
+                   const Remainder<Cell>* ofFirst = nullptr);
 
 } // namespace Velmar::Lintrix::detail

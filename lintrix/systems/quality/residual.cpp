@@ -285,9 +285,8 @@ private:
 
     std::vector<Sum> begun(std::int32_t rows) const
     {
-        std::vector<Sum> sums;
-        sums.reserve(rows);
-        for (std::int32_t i = 0; i < rows; ++i) sums.push_back(rule_.begin(i));
+        std::vector<Sum> sums(static_cast<std::size_t>(rows));
+        for (std::int32_t i = 0; i < rows; ++i) sums[static_cast<std::size_t>(i)] = rule_.begin(i);
         return sums;
     }
     void finish(const std::vector<Sum>& sums) const
@@ -351,6 +350,7 @@ void residual(const AnyMatrix<Cell>& A, TransposeMode op, std::int32_t columns, 
                                        size.cols});
     };
     takeAtOnce(std::integral_constant<int, 4>());
+    takeAtOnce(std::integral_constant<int, 3>());
     takeAtOnce(std::integral_constant<int, 2>());
     takeAtOnce(std::integral_constant<int, 1>());
 }

@@ -133,9 +133,8 @@ template <class Cell>
 EngineAnswer PivotedFactor<Cell>::apply(std::int32_t size, std::int32_t columns, const Cell* x, Cell* y,
                                         TransposeMode op, Refining)
 try {
-    const std::span cells(y, static_cast<std::size_t>(size) * static_cast<std::size_t>(columns));
-    copyCells<Cell>({x, cells.size()}, cells);
-    lu_->solve(op, cells);
+    const std::size_t cells = static_cast<std::size_t>(size) * static_cast<std::size_t>(columns);
+    lu_->solve(op, {x, cells}, {y, cells});
     WorkScope::tell(operations(columns));
     return {};
 } catch (const std::bad_alloc&) {

@@ -234,31 +234,35 @@ LuOutcome SparseLU<Cell>::refactorize(const SparseOf<Cell>& A, std::span<const i
 }
 
 template <class Cell>
-void SparseLU<Cell>::solve(TransposeMode op, std::span<Cell> X) const
+void SparseLU<Cell>::solve(TransposeMode op, std::span<const Cell> B, std::span<Cell> X) const
 {
     const auto n = static_cast<std::size_t>(order_);
     const std::size_t all = X.size() / n;
     const auto y = std::make_unique_for_overwrite<Cell[]>(n * (all <= 2 ? all : kMostColumns));
     for (std::size_t done = 0; done < all; done += kMostColumns) {
+        const Cell* const b = B.data() + done * n;
         Cell* const x = X.data() + done * n;
         switch (all - done) {
         case 1:
-            solveWide<1>(op, x, y.get(), 1);
+            solveWide<1, 1>(op, b, x, y.get());
             break;
         case 2:
-            solveWide<2>(op, x, y.get(), 2);
+            solveWide<2, 2>(op, b, x, y.get());
+            break;
+        case 3:
+            solveWide<kMostColumns, 3>(op, b, x, y.get());
             break;
         default:
-            solveWide<kMostColumns>(op, x, y.get(), std::min<std::size_t>(all - done, kMostColumns));
+            solveWide<kMostColumns, kMostColumns>(op, b, x, y.get());
             break;
         }
     }
 }
 
-/// In place, by way of y, where the sides that `columns` leaves of W are 0.
+/// `C` columns by way of y, where the sides that they leave of W are 0; x may be b.
 template <class Cell>
-template <int W>
-void SparseLU<Cell>::solveWide(TransposeMode op, Cell* x, Cell* y, std::size_t columns) const
+template <int W, int C>
+void SparseLU<Cell>::solveWide(TransposeMode op, const Cell* b, Cell* x, Cell* y) const
 {
     const bool transposed = op != TransposeMode::NotTransposed;
     const std::span<const std::int32_t> from = transposed ? columnAt() : rowAt(),
@@ -266,12 +270,13 @@ void SparseLU<Cell>::solveWide(TransposeMode op, Cell* x, Cell* y, std::size_t c
     const auto n = static_cast<std::size_t>(order_);
     for (std::size_t k = 0; k < n; ++k) {
         const double scale = transposed ? 1.0 : scales_[from[k]];
-        for (std::size_t c = 0; c < W; ++c) y[k * W + c] = c < columns ? x[c * n + from[k]] * scale : Cell();
+        for (std::size_t c = 0; c < C; ++c) y[k * W + c] = b[c * n + from[k]] * scale;
+        for (std::size_t c = C; c < W; ++c) y[k * W + c] = Cell();
     }
     substitute(arrays_, W, op, y);
     for (std::size_t k = 0; k < n; ++k) {
         const double scale = transposed ? scales_[to[k]] : 1.0;
-        for (std::size_t c = 0; c < columns; ++c) x[c * n + to[k]] = y[k * W + c] * scale;
+        for (std::size_t c = 0; c < C; ++c) x[c * n + to[k]] = y[k * W + c] * scale;
     }
 }
 

@@ -63,7 +63,9 @@ public:
     LuOutcome refactorize(const SparseOf<Cell>& A, std::span<const int> rowExponents = {});
 
     /// X = op(A)^-1*X for right-hand sides one behind the other. @pre factorized
-    void solve(TransposeMode op, std::span<Cell> X) const;
+    void solve(TransposeMode op, std::span<Cell> X) const { solve(op, X, X); }
+    /// X with op(A)*X = B, beside B or in its place.
+    void solve(TransposeMode op, std::span<const Cell> B, std::span<Cell> X) const;
 
     /// Of a Singular factorization: the column of A without pivot, and its block, from 0.
     std::int32_t singularColumn() const noexcept { return singularColumn_; }
@@ -87,8 +89,8 @@ private:
     void plan(const SparseOf<Cell>& A, const Columns& columns, ColumnOrder order);
     void place(const SparseOf<Cell>& A, const Columns& columns);
     LuOutcome eliminate(const LuBounds& bounds);
-    template <int W>
-    void solveWide(TransposeMode op, Cell* x, Cell* y, std::size_t columns) const;
+    template <int W, int C>
+    void solveWide(TransposeMode op, const Cell* b, Cell* x, Cell* y) const;
 
     std::int32_t order_;
     double threshold_;

@@ -1,6 +1,7 @@
 // What a factor is worth: by how few solves, and which of them may have been made before.
 
 #include <lintrix/systems/quality/factor_quality.h>
+#include <lintrix/systems/quality/residual.h>
 
 #include "tests/systems/quality/dense_factor.h"
 #include "tests/systems/quality/reference.h"
@@ -128,7 +129,7 @@ TYPED_TEST(FactorWorth, LetsACompanionIntoOneOfItsSolves)
             FactorQuestion asked;
             if (isHermitian) asked.shift = 0.0;
             const std::vector<Cell> b = random.vector<Cell>(n);
-            std::vector<Cell> alone(b.size()), beside(b.size());
+            std::vector<Cell> alone(b.size()), beside(b.size()), left(b.size()), expected(b.size());
             exact.times(1, b.data(), alone.data());
             int alike = 0, block = 0, with = 0, without = 0;
             LinearMap<Cell> solves = exact;
@@ -141,13 +142,15 @@ TYPED_TEST(FactorWorth, LetsACompanionIntoOneOfItsSolves)
             };
             const AnyMatrix<Cell> view(A);
             const FactorQuality quality =
-                qualityOfFactor(view, counted(solves, with), asked, {b.data(), beside.data()});
+                qualityOfFactor(view, counted(solves, with), asked, {b.data(), beside.data(), left.data()});
             const FactorQuality other = qualityOfFactor(view, counted(exact, without), asked);
             EXPECT_EQ(alike, 1);
             EXPECT_EQ(block, companionBlock(n));
             EXPECT_EQ(with, without);
             EXPECT_EQ(quality.inverseNorm, other.inverseNorm);
             EXPECT_EQ(quality.drift, other.drift);
+            residual(view, TransposeMode::NotTransposed, 1, b.data(), beside.data(), expected.data());
+            EXPECT_EQ(left, expected);
             for (int i = 0; i < n; ++i) EXPECT_LT(std::abs(beside[i] - alone[i]), 1e-14);
         }
     }
@@ -185,6 +188,107 @@ TYPED_TEST(FactorWorth, RefinesAsLongAsItIsTooFarAndAsItMay)
     EXPECT_LT(refined.drift.value(), 1e-4);
     const double norm = largestColumnSum(exact);
     EXPECT_NEAR(refined.inverseNorm, norm, 2e-5 * norm);
+}
+
+/// Of two unknowns that hang together far more than with all others their sum, or their difference, is known
+/// badly: signs that are alike, or unlike, say nothing of it.
+TYPED_TEST(FactorWorth, SeesWhatIsKnownBadlyOfTwoUnknowns)
+{
+    using Cell = TypeParam;
+    constexpr int n = 30;
+    for (const double sign : {1.0, -1.0})
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < i; ++j) {
+                MatrixOf<Cell> A(n, n);
+                for (int k = 0; k < n; ++k) A(k, k) = 1.0;
+                A(i, j) = A(j, i) = sign * (1.0 - 1e-9);
+                const LinearMap<Cell> solves = inverseMap<Cell>(A);
+                const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), solves);
+                EXPECT_GE(quality.inverseNormAtMost(), 1e9) << i << ' ' << j;
+            }
+}
+
+/// R*B, R powers of two far apart.
+template <class Cell>
+MatrixOf<Cell> inUnitsOfRows(Cells& random, MatrixOf<Cell> B, int mostExponent)
+{
+    for (int i = 0; i < B.Rows(); ++i) {
+        const double unit =
+            std::ldexp(1.0, i == 0 ? mostExponent : random.whole(-mostExponent, mostExponent));
+        for (int j = 0; j < B.Cols(); ++j) B(i, j) *= unit;
+    }
+    return B;
+}
+
+template <class Cell>
+std::vector<double> sumsOfRows(const MatrixOf<Cell>& A)
+{
+    std::vector<double> sums(A.Rows());
+    for (int i = 0; i < A.Rows(); ++i)
+        for (int j = 0; j < A.Cols(); ++j) sums[i] += std::abs(A.Item(i, j));
+    return sums;
+}
+
+/// M*R.
+template <class Cell>
+LinearMap<Cell> timesSizes(const LinearMap<Cell>& M, const std::vector<double>& sizes)
+{
+    LinearMap<Cell> product = M;
+    product.times = [&M, &sizes](std::int32_t columns, const Cell* x, Cell* y) {
+        std::vector<Cell> scaled(x, x + sizes.size() * columns);
+        for (std::size_t k = 0; k < scaled.size(); ++k) scaled[k] *= sizes[k % sizes.size()];
+        M.times(columns, scaled.data(), y);
+    };
+    return product;
+}
+
+/// The condition of R*B is that of the units alone.
+TYPED_TEST(FactorWorth, IsKnownByRowsWhereOnlyTheirUnitsMakeTheConditionLarge)
+{
+    using Cell = TypeParam;
+    Cells random(11);
+    int near = 0;
+    constexpr int kTrials = 600;
+    for (int trial = 0; trial < kTrials; ++trial) {
+        const int n = 1 + trial % 30;
+        const MatrixOf<Cell> A = inUnitsOfRows<Cell>(random, random.matrix<Cell>(n, n), 120);
+        const LinearMap<Cell> solves = inverseMap<Cell>(A);
+        int count = 0;
+        const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), counted(solves, count));
+        if (!(quality.condition.value() > 1e12)) continue;
+        ++near;
+        EXPECT_EQ(count, n > 4 ? 3 : 2) << "one more than usual";
+        EXPECT_TRUE(std::isinf(quality.inverseNormAtMost()));
+        const std::vector<double> sums = sumsOfRows<Cell>(A);
+        const double norm = largestColumnSum(timesSizes(solves, sums));
+        EXPECT_GE(quality.inverseNormByRowsAtMost(), norm) << trial;
+        EXPECT_LE(quality.inverseNormByRows, norm * (1.0 + 1e-12)) << trial;
+        const FactorQuality told = qualityOfFactor(AnyMatrix<Cell>(A), solves, {.rowSums = sums});
+        EXPECT_NEAR(told.inverseNormByRows, quality.inverseNormByRows, 1e-12 * norm);
+    }
+    EXPECT_GE(near, kTrials * 9 / 10);
+}
+
+TYPED_TEST(FactorWorth, IsNotKnownByRowsWhereNoUnitsMakeItsConditionSmall)
+{
+    using Cell = TypeParam;
+    constexpr int n = 12;
+    Cells random(12);
+    for (int trial = 0; trial < 20; ++trial) {
+        MatrixOf<Cell> B = random.matrix<Cell>(n, n);
+        for (int j = 0; j < n; ++j) B(5, j) = B.Item(3, j) + B.Item(7, j) + (j == 2 ? 1e-14 : 0.0);
+        const MatrixOf<Cell> A = inUnitsOfRows<Cell>(random, B, trial % 2 == 0 ? 0 : 60);
+        const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), inverseMap<Cell>(A));
+        EXPECT_GT(quality.condition.value(), 1e12);
+        EXPECT_TRUE(std::isinf(quality.inverseNormAtMost()));
+        EXPECT_TRUE(std::isinf(quality.inverseNormByRowsAtMost()));
+    }
+    const MatrixOf<Cell> regular = random.matrix<Cell>(n, n);
+    int count = 0;
+    const FactorQuality quality =
+        qualityOfFactor(AnyMatrix<Cell>(regular), counted(inverseMap<Cell>(regular), count));
+    EXPECT_EQ(count, 2);
+    EXPECT_TRUE(std::isinf(quality.inverseNormByRowsAtMost())) << "nobody needs it";
 }
 
 } // namespace

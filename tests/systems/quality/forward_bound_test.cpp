@@ -123,6 +123,126 @@ TYPED_TEST(ForwardBound, TakesNoSolveWhereCorrectionsAndTheNormTellAll)
     EXPECT_LE(bound, 1.1 * error / size);
 }
 
+/// A system whose equations are in units far apart: x with an error, r, w and d.
+template <class Cell>
+struct FarRows {
+    explicit FarRows(Cells& random) : A(random.matrix<Cell>(n, n)), solution(random.vector<Cell>(n))
+    {
+        for (int i = 0; i < n; ++i) {
+            const double unit = std::ldexp(1.0, random.whole(-150, 150));
+            for (int j = 0; j < n; ++j) A(i, j) *= unit;
+        }
+        const AnyMatrix<Cell> view(A);
+        mapOf(view).times(1, solution.data(), b.data());
+        solves = inverseMap<Cell>(A);
+        solves.times(1, b.data(), x.data());
+        x[3] += 1e-9;
+        residualAndScale(view, TransposeMode::NotTransposed, 1, b.data(), x.data(), r.data(), w.data());
+        solves.times(1, r.data(), d.data());
+        rowSums(view, TransposeMode::NotTransposed, sums.data());
+    }
+
+    /// || inverse*R ||_1
+    double normByRows() const
+    {
+        double norm = 0.0;
+        for (int j = 0; j < n; ++j) {
+            std::vector<Cell> unit(n), column(n);
+            unit[j] = sums[j];
+            solves.times(1, unit.data(), column.data());
+            double sum = 0.0;
+            for (const Cell& cell : column) sum += std::abs(cell);
+            norm = std::max(norm, sum);
+        }
+        return norm;
+    }
+
+    static constexpr int n = 12;
+    MatrixOf<Cell> A;
+    std::vector<Cell> solution, b = std::vector<Cell>(n), x = b, r = b, d = b;
+    std::vector<double> w = std::vector<double>(n), sums = w;
+    LinearMap<Cell> solves{};
+};
+
+TYPED_TEST(ForwardBound, TakesNoSolveWhereTheNormByRowsTellsAll)
+{
+    using Cell = TypeParam;
+    Cells random(92);
+    LinearMap<Cell> none{FarRows<Cell>::n, FarRows<Cell>::n, {}, {}};
+    none.times = none.adjointTimes = [](std::int32_t, const Cell*, Cell*) { ADD_FAILURE() << "a solve"; };
+    for (int trial = 0; trial < 50; ++trial) {
+        const FarRows<Cell> far(random);
+        const KnownBefore known{
+            .terms = far.n + 1, .rowSums = far.sums, .inverseNormByRows = far.normByRows()};
+        const double bound =
+            forwardErrorBounds(AnyMatrix<Cell>(far.A), TransposeMode::NotTransposed, none, 1, far.x.data(),
+                               far.r.data(), far.d.data(), far.w.data(), known, ResidualPrecision::Twice)
+                .front();
+        double error = 0.0, size = 0.0;
+        for (int i = 0; i < far.n; ++i) {
+            error = std::max(error, std::abs(far.x[i] - far.solution[i]));
+            size = std::max(size, std::abs(far.x[i]));
+        }
+        EXPECT_GE(bound, 0.999 * error / size);
+        EXPECT_LE(bound, 1.1 * error / size);
+    }
+}
+
+/// What a correction leaves, beside what it leaves in 113 bits.
+TYPED_TEST(ForwardBound, WhatACorrectionLeavesIsNoMoreThanItsSizes)
+{
+    using Cell = TypeParam;
+    Cells random(93);
+    int quick = 0;
+    constexpr int kTrials = 300;
+    for (int trial = 0; trial < kTrials; ++trial) {
+        FarRows<Cell> far(random);
+        if (trial % 3 == 0) far.d[3] *= 2.0; // leaves more than is little
+        const AnyMatrix<Cell> view(far.A);
+        const double norm = far.normByRows();
+        const Remainder<Cell> left =
+            remainderOf(view, TransposeMode::NotTransposed, far.r.data(), far.d.data(),
+                        {.terms = far.n + 1, .rowSums = far.sums, .inverseNormByRows = norm});
+        std::vector<Cell> twofold(far.n);
+        residualInTwicePrecision<Cell>(view, TransposeMode::NotTransposed, 1, far.r.data(), far.d.data(),
+                                       nullptr, twofold.data());
+        const QuadVector exact = difference(quadOf(far.r), product(quadOf(far.A), quadOf(far.d)));
+        double overRows = 0.0, size = 0.0;
+        for (int i = 0; i < far.n; ++i) {
+            const QuadCell& s = exact[i];
+            EXPECT_LE(std::hypot(static_cast<double>(s.re), static_cast<double>(s.im)),
+                      left.sizes[i] * (1.0 + 1e-12));
+            overRows += left.sizes[i] / far.sums[i];
+            size = std::max(size, std::abs(far.d[i]));
+        }
+        EXPECT_NEAR(left.next, norm * overRows, 1e-12 * left.next);
+        EXPECT_NEAR(left.rate, left.next / size, 1e-12 * left.rate);
+        quick += left.s != twofold;
+        if (left.isLittle()) continue;
+        EXPECT_EQ(left.s, twofold) << "its signs may tell more";
+    }
+    EXPECT_GE(quick, kTrials / 2);
+    EXPECT_LE(quick, kTrials * 2 / 3);
+}
+
+TYPED_TEST(ForwardBound, WhatACorrectionLeavesIsInTwiceThePrecisionWhereNoNormIsKnown)
+{
+    using Cell = TypeParam;
+    Cells random(94);
+    const FarRows<Cell> far(random);
+    const AnyMatrix<Cell> view(far.A);
+    std::vector<Cell> twofold(far.n);
+    residualInTwicePrecision<Cell>(view, TransposeMode::NotTransposed, 1, far.r.data(), far.d.data(), nullptr,
+                                   twofold.data());
+    for (const KnownBefore& known :
+         {KnownBefore{.terms = far.n + 1}, KnownBefore{.terms = far.n + 1, .rowSums = far.sums}}) {
+        const Remainder<Cell> left =
+            remainderOf(view, TransposeMode::NotTransposed, far.r.data(), far.d.data(), known);
+        EXPECT_EQ(left.s, twofold);
+        EXPECT_FALSE(left.isLittle());
+    }
+}
+
 /// A correction that is wrong, though its own correction is right to the last place.
 TYPED_TEST(ForwardBound, ACorrectionThatIsAllRoundingIsRefined)
 {
