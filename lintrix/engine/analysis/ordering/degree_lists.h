@@ -6,11 +6,16 @@
 #include <lintrix/engine/call/memory.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <utility>
 
 namespace Velmar::Lintrix::detail::engine {
 
 /// One doubly linked list for each degree; the vertex that came last stands first. Entering and leaving cost
 /// O(1), and finding the lowest degree is paid for by the entries that raised it.
+///
+/// Heads are links like those of vertices, and one more stands for the end of all lists: whatever leaves has
+/// a link on both sides, so that a processor has nothing to foresee.
 class DegreeLists {
 public:
     static constexpr int kNone = -1;
@@ -18,57 +23,55 @@ public:
     /// For vertices 0 .. n-1 and degrees 0 .. n-1, all outside. @return  outOfMemory(Transient)
     Failure allocate(int n)
     {
-        heads_ = Scratch<int>::uninitialised(n);
-        links_ = Scratch<Link>::uninitialised(n);
-        if (!heads_ || !links_) return outOfMemory(BlockCode::Transient, missingBytes(heads_, links_));
-        std::ranges::fill(heads_.span(), kNone);
-        std::ranges::fill(links_.span(), Link{kOutside, kNone});
+        heads_ = n + std::int64_t{1};
+        links_ = Scratch<Link>::uninitialised(heads_ + n);
+        if (!links_) return outOfMemory(BlockCode::Transient, missingBytes(links_));
+        std::ranges::fill(links_.span(), Link{kNone, kNone});
         lowest_ = n;
         return {};
     }
 
-    bool contains(int v) const { return links_[v].previous != kOutside; }
+    bool contains(int v) const { return link(v).previous != kNone; }
 
     void insert(int v, int degree)
     {
-        const int first = heads_[degree];
-        links_[v] = {-2 - degree, first};
-        if (first != kNone) links_[first].previous = v;
-        heads_[degree] = v;
+        const int head = headOf(degree), first = link(head).next;
+        link(v) = {head, first};
+        link(first).previous = link(head).next = v;
         lowest_ = std::min(lowest_, degree);
     }
 
+    /// What is outside stays there.
     void remove(int v)
     {
-        const auto [previous, next] = links_[v];
-        if (previous >= 0) {
-            links_[previous].next = next;
-        } else {
-            heads_[-2 - previous] = next;
-        }
-        if (next != kNone) links_[next].previous = previous;
-        links_[v].previous = kOutside;
+        const auto [previous, next] = std::exchange(link(v), Link{kNone, kNone});
+        link(previous).next = next;
+        link(next).previous = previous;
     }
 
     /// The first vertex of the lowest degree that is at most `limit`, or kNone; `lowest()` is then its
     /// degree.
     int firstUpTo(int limit)
     {
-        while (lowest_ <= limit && heads_[lowest_] == kNone) ++lowest_;
-        return lowest_ <= limit ? heads_[lowest_] : kNone;
+        while (lowest_ <= limit && firstOf(lowest_) == kNone) ++lowest_;
+        return lowest_ <= limit ? firstOf(lowest_) : kNone;
     }
     int lowest() const { return lowest_; }
 
 private:
-    static constexpr int kOutside = -1;
     struct Link {
-        int previous; ///< the vertex before, -2 - degree for the first of a list, kOutside
-        int next;
+        int previous; ///< the vertex before or the head, kNone outside
+        int next;     ///< kNone at the end
     };
 
-    Scratch<int> heads_;
+    static int headOf(int degree) { return -2 - degree; }
+    int firstOf(int degree) const { return link(headOf(degree)).next; }
+    /// Of a vertex, of a head, or of kNone, where nobody looks.
+    Link& link(int name) const { return links_[heads_ + name]; }
+
     Scratch<Link> links_;
-    int lowest_ = 0; ///< no list below it has a vertex
+    std::int64_t heads_ = 0; ///< cells before the vertices': those of the heads and of the end
+    int lowest_ = 0;         ///< no list below it has a vertex
 };
 
 } // namespace Velmar::Lintrix::detail::engine

@@ -51,7 +51,7 @@ void MultipleElimination::eliminateStage(int stage, int delta)
 Failure MultipleElimination::allocate(int n)
 {
     dense_ = Scratch<std::uint8_t>::uninitialised(n);
-    touched_ = Scratch<int>::uninitialised(n);
+    touched_ = Scratch<int>::uninitialised(n + std::int64_t{1}); // and a cell that is written alone
     if (!dense_ || !touched_) return outOfMemory(BlockCode::Transient, missingBytes(dense_, touched_));
     return lists_.allocate(n);
 }
@@ -78,9 +78,9 @@ void MultipleElimination::eliminatePass(int limit)
 void MultipleElimination::eliminate(int p)
 {
     for (const int v : remaining_.makeElement(p)) {
-        if (!lists_.contains(v)) continue;
+        touched_[touchedCount_] = v; // stays if it is new, which is chance
+        touchedCount_ += lists_.contains(v);
         lists_.remove(v);
-        touched_[touchedCount_++] = v;
     }
     remaining_.update(p);
     const std::size_t before = ordered_;

@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -42,12 +43,17 @@ Failure QuotientGraph::allocate(const Graph& graph)
     return bytes == 0 ? Failure{} : outOfMemory(BlockCode::Transient, bytes);
 }
 
+// All lists in one run where nothing is omitted.
 void QuotientGraph::copyLists(const Graph& graph, std::span<const std::uint8_t> omitted)
 {
-    const auto isOmitted = [&](int v) { return !omitted.empty() && omitted[static_cast<std::size_t>(v)]; };
+    const bool isWhole = std::ranges::count(omitted, 0) == std::ssize(omitted);
+    const auto isOmitted = [&](int v) { return !isWhole && omitted[static_cast<std::size_t>(v)] != 0; };
+    if (isWhole) std::ranges::copy(graph.neighbours, space_.get());
     for (int v = 0; v < vertices_; ++v) {
         const int start = end_;
-        if (!isOmitted(v)) {
+        if (isWhole) {
+            end_ += graph.degree(v);
+        } else if (!isOmitted(v)) {
             for (const int u : graph.of(v)) {
                 if (!isOmitted(u)) space_[end_++] = u;
             }
@@ -253,10 +259,8 @@ void QuotientGraph::keepVariables(int p, std::span<const int> names, int displac
     for (const int name : names) {
         const int u = name == p ? displaced : name;
         const int weight = weights_[u];
-        if (weight <= 0) continue;
-        kept.degree += weight;
-        kept.hash += static_cast<unsigned>(u);
-        space_[kept.end++] = u;
+        space_[kept.end] = u;
+        kept.take(weight > 0, u, weight);
     }
     list = kept;
 }
@@ -291,11 +295,21 @@ void QuotientGraph::mergeTwins(std::span<const int> boundary)
         mergeTwinsByBuckets(boundary);
 }
 
-// Those of a hash are chained up, the last of them first.
+// Those of a hash are chained up, the last of them first. Mostly there are none: two of a hash have their
+// last bits in common, of which one look tells.
 void QuotientGraph::mergeTwinsByPairs(std::span<const int> boundary)
 {
     std::array<unsigned, kShortBoundary> hashes;
-    for (std::size_t k = 0; k < boundary.size(); ++k) hashes[k] = nodes_[boundary[k]].hash;
+    std::array<std::uint64_t, 4> met{};
+    std::uint64_t metTwice = 0;
+    for (std::size_t k = 0; k < boundary.size(); ++k) {
+        const unsigned hash = hashes[k] = nodes_[boundary[k]].hash;
+        std::uint64_t& word = met[hash / 64 % met.size()];
+        const std::uint64_t bit = std::uint64_t{1} << hash % 64;
+        metTwice |= word & bit;
+        word |= bit;
+    }
+    if (metTwice == 0) return;
     for (std::size_t last = boundary.size(); last-- > 1;) {
         const int v = boundary[last];
         if (weights_[v] == 0) continue;

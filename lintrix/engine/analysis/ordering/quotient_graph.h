@@ -82,6 +82,14 @@ private:
         int end;       ///< of what is kept so far
         int degree;    ///< weight of what it reaches outside the pivot's boundary
         unsigned hash; ///< sum of the names
+
+        /// Of the name at the end, if it is kept.
+        void take(bool isKept, int name, int weight)
+        {
+            end += isKept;
+            degree += isKept ? weight : 0;
+            hash += isKept ? static_cast<unsigned>(name) : 0U;
+        }
     };
     Rewrite keepElements(const Node& variable);
     void keepVariables(int p, std::span<const int> names, int displaced, Rewrite& list);
