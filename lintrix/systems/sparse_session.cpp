@@ -311,7 +311,7 @@ private:
         if (!spoilt) {
             while (const auto attempt = otherPivots(answer, *outcome, units))
                 answer = pivotedBeside(std::move(answer), *attempt, request, units, *outcome);
-            isFitTried_ |= answer.verdict != Verdict::Accurate;
+            isFitTried_ |= answer.x && answer.verdict != Verdict::Accurate; // not by a probe alone
         }
         best_ = std::move(*outcome);
         if (spoilt)

@@ -282,6 +282,23 @@ TEST(SparseRoads, WhatExchangesOfRowsCanSolveIsSolvedSo)
 }
 
 // Rows 1 and 2 are the same: the engine replaces a pivot and finds the matrix singular by that.
+/// D*S*D with S of condition 120, and units d of 2^12, 2^-26 and 2^-52: no digit comes back of a known
+/// solution but in the units of a fit.
+TEST(SparseRoads, AFactorizationAheadOfTheFirstRightHandSideKeepsNothingFromBeingTried)
+{
+    const SparseMatrix A = symmetricFrom(3, {{0, 1, -0x1.c819eacf9ef24p-14},
+                                             {0, 2, -0x1.dda9c69859ddcp-64},
+                                             {1, 2, -0x1.57391f3460e98p-23},
+                                             {2, 2, -0x1.8c60565e5416p-72}});
+    for (const TransposeMode op : {TransposeMode::NotTransposed, TransposeMode::Transposed}) {
+        LinearSystem<double> ahead(A), atOnce(A);
+        ahead.Factorize();
+        const Vector b{0.8, -0.8, 0.9};
+        EXPECT_EQ(atOnce.Solve(b, op).verdict, Verdict::Accurate);
+        EXPECT_EQ(ahead.Solve(b, op).verdict, Verdict::Accurate);
+    }
+}
+
 TEST(SparseRoads, TheEngineExplainsWhatHasNoPivot)
 {
     const SparseMatrix A = generalFrom(
