@@ -94,12 +94,18 @@ TEST(SolveDense, TheRankIsThatOfAPivotedTriangle)
 
 TEST(SolveDense, TheProbeTellsHowManyDigitsAreRight)
 {
-    // Spectra down to 1e-k: about 16-k digits come back.
+    // The smallest singular value is 1e-12: about four digits come back. Not of each system: where the last
+    // row is eliminated, what is left is a few units of rounding, and now and then their error is none.
+    constexpr int kSystems = 9;
     for (const Shape shape : {Shape{60, 40}, Shape{40, 60}}) {
-        const double error =
-            *solveDense(matrixWith(shape, Spectrum::OneTiny, 8), Matrix(shape.rows, 1)).probeError;
-        EXPECT_GT(error, 1e-8);
-        EXPECT_LT(error, 1e-2);
+        int seen = 0;
+        for (int seed = 1; seed <= kSystems; ++seed) {
+            const Matrix A = matrixWith(shape, Spectrum::OneTiny, seed);
+            const double error = *solveDense(A, Matrix(shape.rows, 1)).probeError;
+            EXPECT_LT(error, 1e-2) << seed;
+            seen += error > 1e-8;
+        }
+        EXPECT_GT(seen, kSystems / 2) << shape.rows;
     }
 }
 
