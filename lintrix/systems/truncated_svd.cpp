@@ -191,7 +191,8 @@ void TruncatedSVD<Cell>::compute(const Sparse& A, std::int32_t count, const V_* 
         if (bytes < 0.0) throw OperationFailedException("The memory budget is too small.");
         inUnits = scaledBy<Cell>(A, -exponent);
     }
-    const SvdMatrix<Cell> matrix(inUnits ? *inUnits : A, 0.5 * bytes);
+    const double spare = bytes - TripletSearch<Cell>::leastBytes(A.Rows(), A.Cols(), count, options);
+    const SvdMatrix<Cell> matrix(inUnits ? *inUnits : A, std::min(0.5 * bytes, spare));
     if (matrix.isFinite())
         search(matrix, count, bytes - matrix.bytes(), start, options);
     else

@@ -474,6 +474,20 @@ TYPED_TEST(TruncatedSvdTest, AsManyCopiesAsTheBudgetHasRoomForGiveTheSameValues)
     }
 }
 
+/// Copies for the products do without what the smallest basis needs: whatever is enough for that is enough.
+TYPED_TEST(TruncatedSvdTest, ALargerBudgetDoesNotFailForCopiesWhereASmallerOneWasEnough)
+{
+    MatrixFor<TypeParam> full(300, 250);
+    for (std::int32_t i = 0; i < 300; ++i) full(i, i % 250) = 1.0 + i % 7;
+    for (std::int32_t j = 0; j < 250; ++j) full(5, j) = 0.5; // padded by the short rows of its slice
+    const SparseFor<TypeParam> A(full);
+    const double vectors = sizeof(TypeParam) * (550.0 * 8.0 + 12.0 * 49.0 + 512.0 * 7.0); // least, of 5
+    for (const double part : {1.0, 1.1, 1.2, 1.3, 1.4, 1.5, 1.6, 1.7, 1.8, 1.9, 2.0}) {
+        const TruncatedSvdOptions options{.restarts = 1, .memoryBudget = part * vectors};
+        EXPECT_NO_THROW(TruncatedSVD<TypeParam>(A, 4, options)) << part;
+    }
+}
+
 TYPED_TEST(TruncatedSvdTest, ACopyInOtherUnitsIsWithinTheBudget)
 {
     auto A = randomSparse<TypeParam>(700, 500);

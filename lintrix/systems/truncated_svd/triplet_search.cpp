@@ -99,12 +99,28 @@ TripletSearch<Cell>::TripletSearch(const SvdMatrix<Cell>& matrix, std::int32_t c
 {
 }
 
+template <class Cell>
+auto TripletSearch<Cell>::leastSizes(std::int32_t side, std::int32_t count, std::int32_t block) ->
+    typename Lanczos::Sizes
+{
+    const std::int32_t own = std::min(block, side);
+    return {std::min(count + own + 1, side), own};
+}
+
+template <class Cell>
+double TripletSearch<Cell>::leastBytes(std::int32_t rows, std::int32_t cols, std::int32_t count,
+                                       const TruncatedSvdOptions& options)
+{
+    const auto [side, longer] = std::minmax(rows, cols);
+    return Lanczos::bytesFor(longer, side, leastSizes(side, count, options.block));
+}
+
 /// As large as is asked for, or as serves, and as memory allows; of a side that is hardly larger, all of it.
 template <class Cell>
 auto TripletSearch<Cell>::chosenSizes(double bytes) const -> typename Lanczos::Sizes
 {
-    const std::int32_t side = M_.cols, block = std::min(options_.block, side);
-    const std::int32_t least = std::min(count_ + block + 1, side);
+    const std::int32_t side = M_.cols;
+    const auto [least, block] = leastSizes(side, count_, options_.block);
     const std::int32_t some = 2 * count_ + 20 + 2 * block, serves = 5 * some > 4 * side ? side : some;
     std::int32_t basis = std::min(std::max(options_.basis > 0 ? options_.basis : serves, least), side);
     while (basis > least && Lanczos::bytesFor(M_.rows, side, {basis, block}) > bytes) --basis;

@@ -48,6 +48,10 @@ public:
     TripletSearch(const SvdMatrix<Cell>& matrix, std::int32_t count, double bytes,
                   const TruncatedSvdOptions& options, const Cell* start);
 
+    /// Without which no search begins, for a matrix of these sizes.
+    static double leastBytes(std::int32_t rows, std::int32_t cols, std::int32_t count,
+                             const TruncatedSvdOptions& options);
+
     void run();
 
     const Cell* left(std::int32_t j) const noexcept { return lanczos_ ? lanczos_->left(j) : gram_->left(j); }
@@ -74,6 +78,7 @@ public:
 private:
     using Lanczos = RestartedBidiagonalization<Cell>;
 
+    static typename Lanczos::Sizes leastSizes(std::int32_t side, std::int32_t count, std::int32_t block);
     typename Lanczos::Sizes chosenSizes(double bytes) const;
     std::int32_t chosenGramBasis(double bytes) const;
     bool findByGram();
