@@ -14,9 +14,11 @@ namespace {
 
 constexpr std::int32_t kPacked = 8; ///< columns of a panel: its rows are as long as a cache line
 
+/// A register, and the same anywhere in memory.
 template <int Width>
 struct Vectors {
-    typedef double type __attribute__((vector_size(Width * sizeof(double)), may_alias, aligned(8)));
+    typedef double Register __attribute__((vector_size(Width * sizeof(double))));
+    typedef double Memory __attribute__((vector_size(Width * sizeof(double)), may_alias, aligned(8)));
 };
 
 /// Row by row, y = A*x of a panel: an element of A is read once for all columns, and what it points to is one
@@ -25,13 +27,17 @@ template <int Width>
 [[gnu::always_inline]] inline void multiplyRows(const RowsView<double>& A, const double* panel,
                                                 std::int32_t columns, double* y)
 {
-    using V = typename Vectors<Width>::type;
+    using Register = typename Vectors<Width>::Register;
+    using Memory = typename Vectors<Width>::Memory;
     constexpr int kVectors = kPacked / Width;
     for (std::int32_t i = 0; i < A.rows; ++i) {
-        V sums[kVectors] = {};
+        Register sums[kVectors] = {};
         for (std::int32_t k = A.ia[i] - 1; k < A.ia[i + 1] - 1; ++k) {
-            const auto* const row = reinterpret_cast<const V*>(panel + std::int64_t{kPacked} * (A.ja[k] - 1));
-            for (int v = 0; v < kVectors; ++v) sums[v] += A.a[k] * row[v];
+            const double* const row = panel + std::int64_t{kPacked} * (A.ja[k] - 1);
+            for (int v = 0; v < kVectors; ++v) {
+                const Register cells = *reinterpret_cast<const Memory*>(row + v * Width);
+                sums[v] += A.a[k] * cells;
+            }
         }
         for (std::int32_t c = 0; c < columns; ++c)
             y[std::int64_t{A.rows} * c + i] = sums[c / Width][c % Width];

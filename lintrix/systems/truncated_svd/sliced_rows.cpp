@@ -65,12 +65,14 @@ constexpr int kDoubles = 8; ///< of a group: an element of each row of a slice
 template <class Cell>
 constexpr int kParts = sizeof(Cell) / sizeof(double);
 
+/// A register, and the same anywhere in memory.
 template <int W>
 struct Vectors {
-    typedef double type __attribute__((vector_size(W * sizeof(double)), may_alias, aligned(8)));
+    typedef double Register __attribute__((vector_size(W * sizeof(double))));
+    typedef double Memory __attribute__((vector_size(W * sizeof(double)), may_alias, aligned(8)));
 };
 template <int W>
-using Vector = typename Vectors<W>::type;
+using Vector = typename Vectors<W>::Register;
 
 /// Places, loaded two at a time: a product waits for its loads.
 template <int Count>
@@ -134,10 +136,11 @@ template <class Cell, int W>
 #pragma GCC unroll 4
             for (int v = 0; v < kVectors; ++v) {
                 const std::int64_t at = i + v * (W / kOf);
+                const V elements = *reinterpret_cast<const typename Vectors<W>::Memory*>(A.values + at);
                 V cells, factors;
                 gather<Cell, W>(x, A.columns + at, cells, lanes);
                 for (int p = 0; p < kOf; ++p) {
-                    spread<Cell, W>(*reinterpret_cast<const V*>(A.values + at), p, factors, lanes);
+                    spread<Cell, W>(elements, p, factors, lanes);
                     sums[p][v] += factors * cells;
                 }
             }

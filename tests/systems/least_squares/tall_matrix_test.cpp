@@ -47,6 +47,30 @@ TYPED_TEST(TallMatrixOf, ATallMatrixIsItselfAndAWideOneItsAdjoint)
     EXPECT_LE(distance(z, product(H, u)), 1e-13);
 }
 
+TYPED_TEST(TallMatrixOf, SeveralColumnsAreMultipliedAsEachAlone)
+{
+    auto A = regular<TypeParam>(20, 7, 3, 1);
+    const auto H = A.adjoint();
+    const TallMatrix<TypeParam> M(A.view());
+    const auto map = M.asGiven();
+    for (const std::int32_t columns : {1, 2, 3, 8, 11}) {
+        Draw<TypeParam> draw(4);
+        std::vector<TypeParam> X, U, products, adjoints;
+        for (std::int32_t c = 0; c < columns; ++c) {
+            const auto x = draw.cells(7), u = draw.cells(20), y = product(A, x), z = product(H, u);
+            X.insert(X.end(), x.begin(), x.end());
+            U.insert(U.end(), u.begin(), u.end());
+            products.insert(products.end(), y.begin(), y.end());
+            adjoints.insert(adjoints.end(), z.begin(), z.end());
+        }
+        std::vector<TypeParam> Y(products.size()), Z(adjoints.size());
+        map.times(columns, X.data(), Y.data());
+        map.adjointTimes(columns, U.data(), Z.data());
+        EXPECT_LE(distance(Y, products), 1e-13) << columns;
+        EXPECT_LE(distance(Z, adjoints), 1e-13) << columns;
+    }
+}
+
 TYPED_TEST(TallMatrixOf, ScalesArePowersOfTwoAndDifferOnlyWhereColumnsDo)
 {
     std::vector<double> sizes(7, 1.0);
