@@ -291,7 +291,8 @@ double seriesOf(double bound, double correction)
 }
 
 /// Of what is exact there is no size to divide by, and the bound is 0. A factor that does not solve to the
-/// level of rounding bounds nothing, nor does one of another matrix.
+/// level of rounding bounds nothing, nor does one of another matrix, nor one of which the matrix may be
+/// singular.
 /// @return  how many times the first correction the error may be: more than once by a factor of another
 template <class Cell>
 double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
@@ -313,6 +314,8 @@ double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<C
         A, op, inverseBy(factor, A.rows(), op), count, x.data(), r.data(), d.data(), w.data(),
         knownBy(all.sizes, op, asked), ResidualPrecision::Twice, kQuick, left ? &*left : nullptr);
     const double shortfall = 1.0 + kSolvesFallShort * asked.probeError;
+    const bool maySolveNothing = asked.ofFactor && *asked.ofFactor && (*asked.ofFactor)->mayBeSingular();
+    const bool isBounded = !asked.isOfAnother && !maySolveNothing;
     double series = 1.0;
     for (std::size_t k = 0; k < inexact.size(); ++k) {
         const auto first = static_cast<std::ptrdiff_t>(all.n * k);
@@ -322,7 +325,7 @@ double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<C
         ColumnQuality& column = columns[inexact[k]];
         const bool isSolved = column.backwardError <= kRoundingLevel;
         column.errorBound =
-            isSolved && !asked.isOfAnother ? shortfall * bounds[k] : std::numeric_limits<double>::infinity();
+            isSolved && isBounded ? shortfall * bounds[k] : std::numeric_limits<double>::infinity();
     }
     return series;
 }

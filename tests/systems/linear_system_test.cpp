@@ -436,6 +436,46 @@ TEST(LinearSystem, SingularMatricesAreTold)
     EXPECT_EQ(second.SolveKnown(blockOf<Matrix>(2, 1, 1)).verdict, Verdict::Accurate);
 }
 
+/// Whole numbers, of which a row is the sum of two others, columns in units far apart; b = A^H*z is exact.
+template <class Cell>
+void expectNoAccurateSolutionOfSingularOnes()
+{
+    constexpr int kTrials = 400;
+    std::mt19937_64 generator(346274);
+    const auto whole = [&generator](int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(generator);
+    };
+    for (int trial = 0; trial < kTrials; ++trial) {
+        const std::int32_t n = whole(10, 70);
+        std::vector<double> unit;
+        for (std::int32_t j = 0; j < n; ++j) unit.push_back(std::ldexp(1.0, whole(-40, 40)));
+        detail::SparseOf<Cell> A(n, n);
+        for (std::int32_t i = 0; i < n; ++i) {
+            A(i, i) = Cell(whole(1, 9) * unit[i]);
+            for (int k = 0; k < 2; ++k) {
+                const std::int32_t j = whole(0, n - 1);
+                A(i, j) = Cell(whole(1, 9) * unit[j]);
+            }
+        }
+        const std::int32_t sum = whole(0, n - 1), one = (sum + 1) % n, other = (sum + 2) % n;
+        for (std::int32_t j = 0; j < n; ++j) A(sum, j) = A.Item(one, j) + A.Item(other, j);
+        detail::MatrixOf<Cell> z(n, 1), b(n, 1);
+        for (std::int32_t i = 0; i < n; ++i) z(i, 0) = Cell(whole(-9, 9));
+        for (std::int32_t j = 0; j < n; ++j) {
+            Cell sumOfColumn{};
+            for (std::int32_t i = 0; i < n; ++i) sumOfColumn += conjugate(A.Item(i, j)) * z.Item(i, 0);
+            b(j, 0) = sumOfColumn;
+        }
+        EXPECT_NE(LinearSystem(A).Solve(b, kAdjoint).verdict, Verdict::Accurate) << trial;
+    }
+}
+
+TEST(LinearSystem, ASingularMatrixIsNeverSolvedAccurately)
+{
+    expectNoAccurateSolutionOfSingularOnes<double>();
+    expectNoAccurateSolutionOfSingularOnes<Complex>();
+}
+
 TEST(LinearSystem, DependentRowsAndColumnsAreNamed)
 {
     SparseMatrix A = bandOf<double>(Kind::General, 60, 9);

@@ -27,12 +27,20 @@ struct FactorQuality {
     /// the solves too few digits, and NaN where that of R^-1*A does so, too: else it is but the units of the
     /// equations that make it large, and in no unit of theirs does a solve give other unknowns.
     double inverseNormByRows = std::numeric_limits<double>::quiet_NaN();
+    /// What is left to correct of A*x = e after some refinement, beside the size of x; e is a unit vector
+    /// that the inverse makes long in whatever units, and the unknowns are measured by what they are in its
+    /// row. Looked at where neither condition leaves the solves enough digits, and 0 where this solve has
+    /// them. Of a singular A, whatever small number its last pivot came out as, no refinement makes it small,
+    /// which nothing need show that is measured with a right-hand side in the range of A.
+    double worstSolve = 0.0;
 
     /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
     /// solves behind it too few digits.
     LINTRIX_TESTABLE double inverseNormAtMost() const noexcept;
     /// The same of inverse*R.
     LINTRIX_TESTABLE double inverseNormByRowsAtMost() const noexcept;
+    /// The worst solve does not converge, or to no number.
+    LINTRIX_TESTABLE bool mayBeSingular() const noexcept;
 };
 
 struct FactorQuestion {
@@ -69,9 +77,13 @@ LINTRIX_TESTABLE std::int32_t companionBlock(std::int32_t order) noexcept;
 ///
 /// The same rows of M^H*S times the row sums of A tell columns of M*R that are long.
 ///
-/// Condition and norm by rows are meant for shift 0. Cost: a solve of four columns with the adjoint, and one
-/// of two with A; where the drift is asked for, a product with A for two of each. The companion goes with the
-/// latter. For the norm by rows, one more of two with A.
+/// For the worst solve the unit vector is found by a solve with the adjoint, too, whose right-hand side is
+/// the sizes of the columns, with the rows evened out, and signs.
+///
+/// Condition, norm by rows and worst solve are meant for shift 0. Cost: a solve of four columns with the
+/// adjoint, and one of two with A; where the drift is asked for, a product with A for two of each. The
+/// companion goes with the latter. For the norm by rows, one more of two with A; for the worst solve, one
+/// with the adjoint, one to four of a column with A, and three products with A for each but the first.
 template <class Cell>
 LINTRIX_TESTABLE FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& inverse,
                                                const FactorQuestion& asked = {},

@@ -45,6 +45,7 @@ static_assert(sizeof(RoadCost) == 40 && sizeof(KeptRoads) == 16 + sizeof(RoadCos
 /// What is known of a factor. NaN: nothing.
 struct KeptQuality {
     double inverseNorm = kUnknown, condition = kUnknown, drift = kUnknown, inverseNormByRows = kUnknown;
+    double worstSolve = 0.0;
 };
 
 /// Section "outcome".
@@ -126,7 +127,7 @@ bool fits(const KeptRoads& roads)
 bool fits(const KeptQuality& quality)
 {
     return !(quality.inverseNorm < 0.0) && !(quality.condition < 0.0) && !(quality.drift < 0.0) &&
-           !(quality.inverseNormByRows < 0.0);
+           !(quality.inverseNormByRows < 0.0) && !(quality.worstSolve < 0.0);
 }
 
 bool fits(const KeptOutcome& outcome, const MatrixTraits& traits)
@@ -149,7 +150,7 @@ KeptQuality kept(const std::optional<FactorQuality>& quality)
 {
     if (!quality) return {};
     return {quality->inverseNorm, quality->condition.value_or(kUnknown), quality->drift.value_or(kUnknown),
-            quality->inverseNormByRows};
+            quality->inverseNormByRows, quality->worstSolve};
 }
 
 /// One without a number of its own was found out, but never to be none.
@@ -159,7 +160,8 @@ std::optional<FactorQuality> qualityOf(const KeptQuality& kept)
         return std::isnan(number) ? std::nullopt : std::optional(number);
     };
     if (std::isnan(kept.inverseNorm)) return std::nullopt;
-    return FactorQuality{kept.inverseNorm, known(kept.condition), known(kept.drift), kept.inverseNormByRows};
+    return FactorQuality{kept.inverseNorm, known(kept.condition), known(kept.drift), kept.inverseNormByRows,
+                         kept.worstSolve};
 }
 
 template <class Cell>

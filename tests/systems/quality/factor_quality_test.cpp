@@ -291,5 +291,70 @@ TYPED_TEST(FactorWorth, IsNotKnownByRowsWhereNoUnitsMakeItsConditionSmall)
     EXPECT_TRUE(std::isinf(quality.inverseNormByRowsAtMost())) << "nobody needs it";
 }
 
+/// B*C, C powers of two far apart.
+template <class Cell>
+MatrixOf<Cell> inUnitsOfColumns(Cells& random, MatrixOf<Cell> B, int mostExponent)
+{
+    for (int j = 0; j < B.Cols(); ++j) {
+        const double unit = std::ldexp(1.0, random.whole(-mostExponent, mostExponent));
+        for (int i = 0; i < B.Rows(); ++i) B(i, j) *= unit;
+    }
+    return B;
+}
+
+template <class Cell>
+MatrixOf<Cell> ofWholeNumbers(Cells& random, int n)
+{
+    MatrixOf<Cell> B(n, n);
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) B(i, j) = Cell(random.whole(-9, 9));
+    return B;
+}
+
+/// By rounding the pivot that ought to be zero is some small number, and the solves see a regular matrix.
+TYPED_TEST(FactorWorth, TheWorstSolveIsNoneOfASingularMatrixWhateverItsUnits)
+{
+    using Cell = TypeParam;
+    Cells random(13);
+    constexpr int kTrials = 400;
+    int solvable = 0, missed = 0;
+    for (int trial = 0; trial < kTrials; ++trial) {
+        const int n = 5 + trial % 30;
+        MatrixOf<Cell> B = ofWholeNumbers<Cell>(random, n);
+        const int last = random.whole(0, n - 1), one = (last + 1) % n, other = (last + 2) % n;
+        for (int j = 0; j < n; ++j) B(last, j) = -B.Item(one, j) - B.Item(other, j);
+        const int mostExponent = trial % 2 == 0 ? 4 : 40;
+        const MatrixOf<Cell> A =
+            inUnitsOfRows<Cell>(random, inUnitsOfColumns<Cell>(random, B, mostExponent), mostExponent);
+        const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), inverseMap<Cell>(A));
+        if (!quality.condition || std::isinf(*quality.condition)) continue; // the pivot is zero
+        ++solvable;
+        missed += !quality.mayBeSingular();
+    }
+    EXPECT_GE(solvable, kTrials / 2);
+    EXPECT_LE(missed, solvable / 200);
+}
+
+TYPED_TEST(FactorWorth, TheWorstSolveOfARegularMatrixIsGoodWhateverItsUnits)
+{
+    using Cell = TypeParam;
+    Cells random(14);
+    int looked = 0;
+    for (int trial = 0; trial < 200; ++trial) {
+        const int n = 5 + trial % 30;
+        MatrixOf<Cell> B = random.matrix<Cell>(n, n);
+        for (int i = 0; i < n; ++i) B(i, (i + 3) % n) += 2.0 * n;       // condition below ten
+        const MatrixOf<Cell> A = inUnitsOfColumns<Cell>(random, B, 60); // which change no pivot
+        int count = 0;
+        const FactorQuality quality =
+            qualityOfFactor(AnyMatrix<Cell>(A), counted(inverseMap<Cell>(A), count));
+        EXPECT_LT(quality.worstSolve, 1e-12);
+        EXPECT_FALSE(quality.mayBeSingular());
+        looked += count > 3;
+        EXPECT_LE(count, 7);
+    }
+    EXPECT_GE(looked, 150);
+}
+
 } // namespace
 } // namespace Velmar::Lintrix::testing
