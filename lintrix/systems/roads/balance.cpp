@@ -41,16 +41,10 @@ void forSizes(const AnyMatrix<Cell>& A, Work work)
     }
 }
 
-/// Of those that are not 0, whether the largest is no more than so many times the smallest.
-bool areAlike(const Numbers& x)
+/// Whether the largest is no more than so many times the smallest.
+bool areAlike(const Spread& spread)
 {
-    double low = INFINITY, high = 0.0;
-    for (const double value : x) {
-        if (value == 0.0) continue;
-        low = std::min(low, value);
-        high = std::max(high, value);
-    }
-    return high == 0.0 || high / low <= kAlike;
+    return spread.most == 0.0 || spread.most / spread.least <= kAlike;
 }
 
 double dot(const Numbers& x, const Numbers& y)
@@ -170,18 +164,6 @@ private:
     std::int64_t counted_ = 0; ///< elements
 };
 
-/// Whether the largest elements of rows are alike, and those of columns.
-template <class Cell>
-bool haveAlikeElements(const AnyMatrix<Cell>& A)
-{
-    Numbers rows(static_cast<std::size_t>(A.rows())), cols(static_cast<std::size_t>(A.cols()));
-    forSizes(A, [&](std::size_t i, std::size_t j, double size) {
-        rows[i] = std::max(rows[i], size);
-        cols[j] = std::max(cols[j], size);
-    });
-    return areAlike(rows) && areAlike(cols);
-}
-
 } // namespace
 
 template <class Cell>
@@ -197,16 +179,23 @@ const std::vector<int>& KnownUnits<Cell>::ofUnknowns(const AnyMatrix<Cell>& A, T
 template <class Cell>
 bool KnownUnits<Cell>::areAlike(const AnyMatrix<Cell>& A)
 {
+    const MatrixSizes& all = sizes(A);
+    return roads::areAlike(all.largestOfRows) && roads::areAlike(all.largestOfColumns);
+}
+
+template <class Cell>
+const MatrixSizes& KnownUnits<Cell>::sizes(const AnyMatrix<Cell>& A)
+{
     const std::lock_guard turn(turn_);
-    if (!areAlike_) areAlike_ = haveAlikeElements(A);
-    return *areAlike_;
+    if (!sizes_) sizes_ = sizesOf(A);
+    return *sizes_;
 }
 
 template <class Cell>
 void KnownUnits<Cell>::forget()
 {
     const std::lock_guard turn(turn_);
-    areAlike_.reset();
+    sizes_.reset();
     ofRows_.reset();
     ofColumns_.reset();
 }

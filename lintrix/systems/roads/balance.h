@@ -5,6 +5,7 @@
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/quality/any_matrix.h>
+#include <lintrix/systems/quality/matrix_sizes.h>
 
 #include <cmath>
 #include <complex>
@@ -36,7 +37,8 @@ template <class Cell>
 LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op,
                                                   UnitsBy by = UnitsBy::LargestElements);
 
-/// The same for whoever asks again: one matrix is fitted once, for both sides. From several threads at once.
+/// The same for whoever asks again: one matrix is read once, and fitted once, for both sides. From several
+/// threads at once.
 template <class Cell>
 class LINTRIX_TESTABLE KnownUnits {
 public:
@@ -44,6 +46,8 @@ public:
     const std::vector<int>& ofUnknowns(const AnyMatrix<Cell>& A, TransposeMode op, UnitsBy by);
     /// By the largest elements.
     bool areAlike(const AnyMatrix<Cell>& A);
+    /// By which that is told. Good until they are forgotten.
+    const MatrixSizes& sizes(const AnyMatrix<Cell>& A);
     void forget();
 
 private:
@@ -56,7 +60,7 @@ private:
     void fit(const AnyMatrix<Cell>& A);
 
     std::mutex turn_{};
-    std::optional<bool> areAlike_{};
+    std::optional<MatrixSizes> sizes_{};
     std::optional<Fitted> ofRows_{}, ofColumns_{};
     std::vector<int> none_{};
 };
