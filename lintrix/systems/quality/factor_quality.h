@@ -21,11 +21,13 @@ struct FactorQuality {
     std::optional<double> condition{}; ///< ||A||_1 times that; none where it is no number
     /// The size of F = A*inverse - I, for Hermitian A: the largest ||F*x||/||x||_inf of vectors x that the
     /// estimate has tried. These are two vectors of signs, where the mean of ||F*x||^2 over all signs is the
-    /// square of the Frobenius norm of F, and the unit vectors that the inverse makes longest.
+    /// square of the Frobenius norm of F, and the unit vectors that the inverse makes longest; of a positive
+    /// inverse the signs alone, where ones are made longest.
     std::optional<double> drift{};
     /// ||inverse*R||_1, R = diag(the row sums of A), estimated likewise. Looked at where the condition leaves
     /// the solves too few digits, and NaN where that of R^-1*A does so, too: else it is but the units of the
-    /// equations that make it large, and in no unit of theirs does a solve give other unknowns.
+    /// equations that make it large, and in no unit of theirs does a solve give other unknowns. Of a positive
+    /// inverse it is known where the row sums are.
     double inverseNormByRows = std::numeric_limits<double>::quiet_NaN();
 
     /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
@@ -68,6 +70,11 @@ LINTRIX_TESTABLE std::int32_t companionBlock(std::int32_t order) noexcept;
 /// of the smallest M, all of whose columns are tried.
 ///
 /// The same rows of M^H*S times the row sums of A tell columns of M*R that are long.
+///
+/// Where the drift of A itself is asked for and A has no positive elements off the diagonal, or no negative
+/// ones, and the answer to ones shows that its inverse has therefore elements of one sign, that answer tells
+/// the norm for certain. Neither further signs nor long columns are looked for then: the only solve is one of
+/// the two vectors of signs whose drift is measured.
 ///
 /// Condition and norm by rows are meant for shift 0. Cost: a solve of four columns with the adjoint, and one
 /// of two with A; where the drift is asked for, a product with A for two of each. The companion goes with the
