@@ -7,9 +7,7 @@
 #include <lintrix/systems/quality/any_matrix.h>
 #include <lintrix/systems/quality/matrix_sizes.h>
 
-#include <cmath>
 #include <complex>
-#include <cstdlib>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -69,27 +67,5 @@ private:
 /// them to its middle, and none out of it. 0 where they need not be divided, or one is not finite.
 template <class Cell>
 LINTRIX_TESTABLE int exponentToMiddle(std::span<const Cell> cells);
-
-/// x*2^e, exactly but for over- and underflow.
-inline double timesPowerOfTwo(double x, int exponent) noexcept
-{
-    return std::ldexp(x, exponent);
-}
-inline std::complex<double> timesPowerOfTwo(const std::complex<double>& x, int exponent) noexcept
-{
-    return {std::ldexp(x.real(), exponent), std::ldexp(x.imag(), exponent)};
-}
-/// The same of all cells: plain products where the power is a normal number.
-template <class Cells>
-void multiplyByPowerOfTwo(Cells cells, int exponent) noexcept
-{
-    constexpr int kMostNormal = 1022;
-    if (std::abs(exponent) > kMostNormal) {
-        for (auto& cell : cells) cell = timesPowerOfTwo(cell, exponent);
-    } else {
-        const double power = std::ldexp(1.0, exponent);
-        for (auto& cell : cells) cell *= power;
-    }
-}
 
 } // namespace Velmar::Lintrix::detail::roads
