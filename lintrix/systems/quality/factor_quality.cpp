@@ -315,20 +315,23 @@ private:
     std::vector<double> rows_{}; ///< sums of moduli in the rows of z
 };
 
-/// 1 or -1 where that times A is a Z-matrix, of real numbers and none above 0 off the diagonal; 0 where
-/// neither is. Cost: a pass over A, which mostly ends at once where it is 0.
+/// 1 or -1 where that times A is a Z-matrix with a positive diagonal: of real numbers, and none above 0
+/// beside it; 0 where neither is. Cost: a pass over A, which mostly ends at once where it is 0.
 template <class Cell>
 int signOfZMatrix(const AnyMatrix<Cell>& A)
 {
     bool rises = false, falls = false, isComplex = false;
+    std::int32_t diagonals = 0;
     for (std::int32_t line = 0; line < A.lines(); ++line) {
         A.forElements(line, 0, A.rows(), [&](std::int32_t place, const Cell& a) {
-            const bool isOff = A.isOneTriangle() ? place > line : place != line;
-            rises |= isOff && std::real(a) > 0.0;
-            falls |= isOff && std::real(a) < 0.0;
+            if (A.isOneTriangle() && place < line) return;
+            const double beside = place == line ? -std::real(a) : std::real(a);
+            rises |= beside > 0.0;
+            falls |= beside < 0.0;
+            diagonals += place == line && beside != 0.0;
             isComplex |= std::imag(a) != 0.0;
         });
-        if ((rises && falls) || isComplex) return 0;
+        if ((rises && falls) || isComplex || diagonals <= line) return 0;
     }
     return rises ? -1 : 1;
 }

@@ -178,6 +178,12 @@ TYPED_TEST(FactorWorth, IsEstimatedWhereTheAnswerToOnesProvesNoSign)
     EXPECT_EQ(count, 3);
     EXPECT_LE(quality.inverseNorm, largestColumnSum(exact) * (1.0 + 1e-12));
     EXPECT_GE(quality.inverseNormAtMost(), largestColumnSum(exact));
+    for (const double diagonal : {-0.7, 0.0}) { // no M-matrix has such elements on it: nothing is tried
+        A(4, 4) = diagonal;
+        count = 0;
+        qualityOfFactor(AnyMatrix<Cell>(A), counted(inverseMap<Cell>(A), count), {.shift = 0.0});
+        EXPECT_EQ(count, 2);
+    }
     const MatrixOf<Cell> positive = chain<Cell>(n);
     const LinearMap<Cell> solves = inverseMap<Cell>(positive), far = inflated(solves, 0.6);
     count = 0;
