@@ -4,8 +4,6 @@
 
 #include <lintrix/foundation/failures.h>
 #include <lintrix/services/work.h>
-#include <lintrix/systems/quality/any_matrix.h>
-#include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/columns.h>
 #include <lintrix/systems/roads/direct_run.h>
@@ -13,38 +11,37 @@
 #include <algorithm>
 #include <cstdint>
 #include <new>
-#include <span>
+#include <utility>
 #include <vector>
 
 namespace Velmar::Lintrix::detail::roads {
 
-/// Columns x of op(A)*x = b as below, all at once: those that have come to their end are taken along, which
-/// costs less than a solve of each.
+/// The same of a few columns at once: those that have come to their end are taken along, which costs less
+/// than a solve of each. Residuals are those of the products that `productOf` makes, so that where B is such
+/// a product of what X comes to, nothing is left.
 template <class Cell, class Factor>
-std::int32_t refineTogether(const AnyMatrix<Cell>& A, const Factor& factor, TransposeMode op,
-                            std::int32_t columns, const Cell* b, Cell* x, std::int32_t most)
+std::int32_t refineTogether(const SparseOf<Cell>& A, const Factor& factor, const MatrixOf<Cell>& B,
+                            MatrixOf<Cell>& X, TransposeMode op, std::int32_t most)
 {
-    const std::int32_t n = A.rows();
-    const std::size_t cells = static_cast<std::size_t>(n) * static_cast<std::size_t>(columns);
-    std::vector<Cell> r(cells), next(cells), left(cells);
-    std::vector<bool> goesOn(static_cast<std::size_t>(columns), true);
+    std::vector<bool> goesOn(static_cast<std::size_t>(B.Cols()), true);
     std::int32_t longest = 0;
-    residual(A, op, columns, b, x, r.data());
+    MatrixOf<Cell> R = residualOf<Cell>(A, X, B, op);
     for (std::int32_t step = 1; step <= most && std::ranges::count(goesOn, true) > 0; ++step) {
-        next = r;
-        factor.solve(op, std::span(next));
-        for (std::size_t k = 0; k < cells; ++k) next[k] += x[k];
-        residual(A, op, columns, b, next.data(), left.data());
-        for (std::int32_t c = 0; c < columns; ++c) {
-            const std::int64_t first = std::int64_t{n} * c;
-            const double before = largestModulus(r.data() + first, n),
-                         after = largestModulus(left.data() + first, n);
-            const bool isBetter = goesOn[static_cast<std::size_t>(c)] && after < before;
-            goesOn[static_cast<std::size_t>(c)] = isBetter && after <= 0.5 * before;
+        MatrixOf<Cell> next(R);
+        factor.solve(op, cellsOf(next));
+        WorkScope::tell();
+        next = X + next;
+        const MatrixOf<Cell> left = residualOf<Cell>(A, next, B, op);
+        for (std::int32_t j = 0; j < B.Cols(); ++j) {
+            const auto which = static_cast<std::size_t>(j);
+            const double before = largestModulus(columnCells(std::as_const(R), j).data(), B.Rows()),
+                         after = largestModulus(columnCells(left, j).data(), B.Rows());
+            const bool isBetter = goesOn[which] && after < before;
+            goesOn[which] = isBetter && after <= 0.5 * before;
             if (!isBetter) continue;
             longest = step;
-            std::copy_n(next.data() + first, n, x + first);
-            std::copy_n(left.data() + first, n, r.data() + first);
+            std::ranges::copy(columnCells(std::as_const(next), j), columnCells(X, j).begin());
+            std::ranges::copy(columnCells(left, j), columnCells(R, j).begin());
         }
     }
     return longest;
@@ -57,11 +54,14 @@ std::int32_t refineColumns(const SparseOf<Cell>& A, const Factor& factor, const 
                            MatrixOf<Cell>& X, TransposeMode op, std::int32_t most)
 {
     constexpr std::int32_t kTogether = 4;
+    if (B.Cols() <= kTogether) return refineTogether<Cell>(A, factor, B, X, op, most);
     std::int32_t longest = 0;
-    for (std::int32_t j = 0; j < B.Cols(); j += kTogether)
-        longest = std::max(longest,
-                           refineTogether(AnyMatrix<Cell>(A), factor, op, std::min(kTogether, B.Cols() - j),
-                                          columnCells(B, j).data(), columnCells(X, j).data(), most));
+    for (std::int32_t j = 0; j < B.Cols(); j += kTogether) {
+        const std::int32_t end = std::min(j + kTogether, B.Cols());
+        MatrixOf<Cell> some = columnsOf(X, j, end);
+        longest = std::max(longest, refineTogether<Cell>(A, factor, columnsOf(B, j, end), some, op, most));
+        copyColumns(some, X, j);
+    }
     return longest;
 }
 

@@ -150,18 +150,36 @@ void inStretches(std::int32_t columns, double each, const Work& work)
     }
 }
 
+/// Y := alpha*op(A)*X + beta*Y.
+template <class Cell>
+void multiplyColumns(double alpha, TransposeMode op, const SparseOf<Cell>& A, const MatrixOf<Cell>& X,
+                     double beta, MatrixOf<Cell>& Y)
+{
+    const double each = A.NumElements() + A.Rows();
+    inStretches(X.Cols(), each, [&](std::int32_t begin, std::int32_t end) {
+        if (end - begin == X.Cols()) return SparseOf<Cell>::Multiply(alpha, op, A, X, beta, Y);
+        MatrixOf<Cell> own = columnsOf(Y, begin, end);
+        SparseOf<Cell>::Multiply(alpha, op, A, columnsOf(X, begin, end), beta, own);
+        copyColumns(own, Y, begin);
+    });
+}
+
+/// B - op(A)*X.
+template <class Cell>
+MatrixOf<Cell> residualOf(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const MatrixOf<Cell>& B,
+                          TransposeMode op)
+{
+    MatrixOf<Cell> R = copyOfColumns(B);
+    multiplyColumns<Cell>(-1.0, op, A, X, 1.0, R);
+    return R;
+}
+
 /// op(A)*X.
 template <class Cell>
 MatrixOf<Cell> productOf(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, TransposeMode op)
 {
     MatrixOf<Cell> B = zeroColumns<Cell>(A.Rows(), X.Cols());
-    const double each = A.NumElements() + A.Rows();
-    inStretches(X.Cols(), each, [&](std::int32_t begin, std::int32_t end) {
-        if (end - begin == X.Cols()) return SparseOf<Cell>::Multiply(1.0, op, A, X, 0.0, B);
-        MatrixOf<Cell> own = zeroColumns<Cell>(A.Rows(), end - begin);
-        SparseOf<Cell>::Multiply(1.0, op, A, columnsOf(X, begin, end), 0.0, own);
-        copyColumns(own, B, begin);
-    });
+    multiplyColumns<Cell>(1.0, op, A, X, 0.0, B);
     return B;
 }
 template <class Cell>
