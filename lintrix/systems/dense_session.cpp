@@ -3,6 +3,7 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/column_quality.h>
+#include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/factor_quality.h>
 #include <lintrix/systems/quality/residual.h>

@@ -4,6 +4,7 @@
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/column_quality.h>
 #include <lintrix/systems/least_squares/least_squares.h>
+#include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/column_units.h>

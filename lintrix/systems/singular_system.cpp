@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -72,16 +73,26 @@ MatrixFaults faultsOf(NearNull<Cell> nearNull, TransposeMode op)
 /// Of the solves of a search for directions, on both sides; and operations of a cell of its bases, for each
 /// of their columns.
 constexpr double kSolvesOfASearch = 22.0, kOperationsOfACell = 8.0;
-/// Operations that a search for more of them may take in any case: a fraction of a second.
-constexpr double kShort = 5e8;
+/// Operations that a search for more of them may take in any case: a fraction of a second, and about a
+/// millisecond where nothing tells that there are more.
+constexpr double kShort = 5e8, kShortUntold = 5e6;
 /// One more than are told: then these are all.
 constexpr std::int32_t kFirst = 4, kMostByWork = 33, kMost = 129;
 
-/// Directions for which the solves take no longer than half a factorization, and the bases are short.
+/// How far a search for directions goes.
+enum class Search {
+    Brief,    ///< as far as it takes no longer than factorization and solve
+    Thorough, ///< or a fraction of a second
+};
+
+/// Directions for which the solves take no longer than that, and the bases are short.
 template <class Cell>
-std::int32_t affordable(const Factored<Cell>& factor, std::int32_t order, double operations)
+std::int32_t affordable(const Factored<Cell>& factor, std::int32_t order, double operations, Search search)
 {
-    const double solves = std::max(kShort, 0.5 * operations) / (kSolvesOfASearch * factor.operations(1)),
+    const double work = search == Search::Thorough
+                            ? std::max(kShort, 0.5 * operations)
+                            : std::max(kShortUntold, operations + factor.operations(1)),
+                 solves = work / (kSolvesOfASearch * factor.operations(1)),
                  inBases = std::sqrt(kShort / (kOperationsOfACell * order));
     const double most = std::min(solves, std::max<double>(inBases, kMostByWork));
     return static_cast<std::int32_t>(std::clamp<double>(most, kFirst, kMost));
@@ -91,13 +102,34 @@ std::int32_t affordable(const Factored<Cell>& factor, std::int32_t order, double
 /// there mostly are, or two more than pivots were replaced.
 template <class Cell>
 NearNull<Cell> findAllNear(const LinearMap<Cell>& A, const LinearMap<Cell>& inverse, double norm,
-                           const Factored<Cell>& factor, const SingularQuestion& asked)
+                           const Factored<Cell>& factor, const SingularQuestion& asked, Search search)
 {
-    const std::int32_t most = affordable(factor, A.rows, asked.operations),
+    const std::int32_t most = affordable(factor, A.rows, asked.operations, search),
                        expected = asked.replaced + 2 <= kMostByWork ? asked.replaced + 2 : kFirst;
     return findNearNull<Cell>(
         A, inverse, norm,
         {.vectors = std::clamp(expected, kFirst, most), .most = most, .hermitian = asked.isHermitian});
+}
+
+/// By the directions that were found.
+template <class Cell>
+SingularJudgement<Cell> judgedBy(const NearNull<Cell>& nearNull, const LinearMap<Cell>& A,
+                                 const LinearMap<Cell>& inverse, TransposeMode op, const MatrixOf<Cell>& B,
+                                 std::int32_t columns)
+{
+    SingularJudgement<Cell> judgement{.faults = faultsOf(nearNull, op), .isSingular = nearNull.nullity > 0};
+    if (!judgement.isSingular || columns == 0) return judgement;
+    MatrixOf<Cell> X(B.Rows(), columns);
+    judgement.solutions = Solutions::Many;
+    for (std::int32_t j = 0; j < columns; ++j) {
+        const Consistency<Cell> column =
+            judgeConsistency<Cell>(nearNull, A, inverse, columnCells(B, j).data());
+        judgement.solutions = worse(judgement.solutions, solutionsOf(column));
+        judgement.isShortest &= column.isShortest;
+        std::ranges::copy(column.x, columnCells(X, j).begin());
+    }
+    if (judgement.solutions == Solutions::Many) judgement.x = std::move(X);
+    return judgement;
 }
 
 /// Where an index stands in a list; below 0 where it does not.
@@ -187,20 +219,16 @@ SingularJudgement<Cell> judgeSingular(const AnyMatrix<Cell>& A, Factored<Cell>& 
 {
     const LinearMap<Cell> map = mapOf(A, op), inverse = inverseBy(factor, A.rows(), op, Refining::Never);
     const double norm = op == TransposeMode::NotTransposed ? infinityNorm(A) : oneNorm(A);
-    const NearNull<Cell> nearNull = findAllNear(map, inverse, norm, factor, asked);
-    SingularJudgement<Cell> judgement{.faults = faultsOf(nearNull, op), .isSingular = nearNull.nullity > 0};
-    if (!judgement.isSingular || asked.columns == 0) return judgement;
-    MatrixOf<Cell> X(B.Rows(), asked.columns);
-    judgement.solutions = Solutions::Many;
-    for (std::int32_t j = 0; j < asked.columns; ++j) {
-        const Consistency<Cell> column =
-            judgeConsistency<Cell>(nearNull, map, inverse, columnCells(B, j).data());
-        judgement.solutions = worse(judgement.solutions, solutionsOf(column));
-        judgement.isShortest &= column.isShortest;
-        std::ranges::copy(column.x, columnCells(X, j).begin());
-    }
-    if (judgement.solutions == Solutions::Many) judgement.x = std::move(X);
-    return judgement;
+    const auto judged = [&](Search search) {
+        const NearNull<Cell> nearNull = findAllNear(map, inverse, norm, factor, asked, search);
+        return std::pair(judgedBy(nearNull, map, inverse, op, B, asked.columns), nearNull.complete);
+    };
+    const bool areTold = asked.replaced > 0;
+    auto [judgement, isComplete] = judged(areTold ? Search::Thorough : Search::Brief);
+    const bool isOpen =
+        judgement.isSingular && asked.columns > 0 && !isComplete && judgement.solutions == Solutions::Unknown;
+    if (isOpen && !areTold) std::tie(judgement, isComplete) = judged(Search::Thorough);
+    return std::move(judgement);
 }
 
 template Solutions judgeStructurallySingular(const SparseEntries<double>&, const StructuralFaults&,

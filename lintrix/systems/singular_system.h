@@ -14,7 +14,7 @@ namespace Velmar::Lintrix::detail {
 struct SingularQuestion {
     std::int32_t columns = 0; ///< that are asked for; none: of the matrix alone
     bool isHermitian = false;
-    std::int32_t replaced = 0; ///< pivots of the factor: mostly there are no more directions
+    std::int32_t replaced = 0; ///< pivots of the factor: mostly there are no more directions; 0: none is told
     double operations = 0.0;   ///< of the factorization
 };
 
@@ -31,8 +31,9 @@ struct SingularJudgement {
 /// Of op(A)*X = B, of the first columns of B, by a factor whose pivots are small or were replaced. Up to 128
 /// directions are found that A sends to zero; of more it stays unknown whether there are solutions, unless
 /// one is seen. Cost: mostly a few solves with a column for each direction, as `findNearNull` tells, and some
-/// of each right-hand side; more than 4 directions are sought where that takes no longer than half of the
-/// operations of the factorization, or a fraction of a second.
+/// of each right-hand side. More than 4 directions are sought where that takes no longer than half of the
+/// operations of the factorization, or a fraction of a second; but where no replaced pivot tells of them,
+/// no longer than factorization and solve or a millisecond, as long as solutions are seen all the same.
 template <class Cell>
 SingularJudgement<Cell> judgeSingular(const AnyMatrix<Cell>& A, roads::Factored<Cell>& factor,
                                       TransposeMode op, const MatrixOf<Cell>& B,

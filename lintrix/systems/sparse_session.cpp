@@ -207,12 +207,16 @@ private:
     {
         const std::lock_guard turn(busy_);
         this->requireSizes(given, known, op, matrix_.Size(), matrix_.Size()); // which may have changed
-        if (auto refusal = this->refusalOf(AnyMatrix<Cell>(matrix_.Matrix()))) return *std::move(refusal);
+        if (!isFinite())
+            if (auto refusal = this->refusalOf(AnyMatrix<Cell>(matrix_.Matrix()))) return *std::move(refusal);
         if (isStructurallySingular()) return structurallySingular(given, op);
         const ProbedColumns<Cell> columns = columnsOf(given, known, op);
         others_.clear();
         return settledOrAsBefore({columns.B, columns.known, op}, columns.units);
     }
+
+    /// Of the matrix as a whole: where its norm is a number, all elements are.
+    bool isFinite() const { return std::isfinite(runner_.sizes(TransposeMode::NotTransposed).norm); }
 
     /// No road can do better. Where the diagonal is full, nothing has to be looked for, and an analysis for
     /// partial pivoting begins with a matching, whatever road is taken then. Zeros among later values of the
@@ -416,7 +420,7 @@ private:
         SystemAnswer<Cell> answer = tell(outcome);
         if (outcome.looksSingular() && outcome.factor) tellOfSingular(answer, request, outcome);
         if (answer.x) judgeColumns(answer, request, units, outcome);
-        if (outcome.quality) judgeFactor(answer, outcome, request.op);
+        if (outcome.quality) judgeFactor(answer, outcome);
         if (tellsInertia(outcome)) answer.inertia = inertiaOnce(outcome, request.B.Cols());
         return answer;
     }
@@ -507,29 +511,24 @@ private:
         return outcome.verdict() == Verdict::Accurate || (exhausted_ && outcome.verdict() <= *exhausted_);
     }
 
-    /// Of a Hermitian matrix, whose signs it may tell, the drift as well. The rows of op(A) tell the norm
-    /// where they are columns of A, or as large as these, and their sums where they are its rows.
-    FactorQuestion ofFactor(const Outcome<Cell>& outcome, TransposeMode op) const
+    /// Of a Hermitian matrix, whose signs it may tell, the drift as well.
+    FactorQuestion ofFactor() const
     {
-        FactorQuestion question;
+        FactorQuestion question{.oneNorm = runner_.sizes(TransposeMode::Transposed).norm,
+                                .rowSums = runner_.sizes(TransposeMode::NotTransposed).sums};
         if (matrix_.Traits().hermitian) question.shift = 0.0;
-        if (!outcome.sizes) return question;
-        const bool areRows = op == TransposeMode::NotTransposed, areBoth = matrix_.Traits().mirrored();
-        if (!areRows || areBoth) question.oneNorm = outcome.sizes->norm;
-        if (areRows || areBoth) question.rowSums = outcome.sizes->sums;
         return question;
     }
 
     /// Where bounds are asked for: what the factor is worth, whatever is solved with it, if no bound has
     /// asked for it yet.
-    void judgeFactor(SystemAnswer<Cell>& answer, Outcome<Cell>& outcome, TransposeMode op) const
+    void judgeFactor(SystemAnswer<Cell>& answer, Outcome<Cell>& outcome) const
     {
         if (options_.errorBounds <= 0 || !outcome.factor || outcome.store != FactorStore::Memory ||
             outcome.reusedFactor)
             return;
         if (!outcome.factorQuality) {
-            outcome.factorQuality =
-                qualityBy(*outcome.factor, AnyMatrix<Cell>(matrix_.Matrix()), ofFactor(outcome, op));
+            outcome.factorQuality = qualityBy(*outcome.factor, AnyMatrix<Cell>(matrix_.Matrix()), ofFactor());
             runner_.finish("check");
         }
         if (!outcome.isSolvedByAnother()) answer.condition = outcome.factorQuality->condition;
@@ -564,9 +563,7 @@ private:
     bool tellsInertia(const Outcome<Cell>& outcome) const
     {
         return options_.errorBounds > 0 && outcome.store == FactorStore::Memory &&
-               matrix_.Traits().hermitian && !outcome.reusedFactor &&
-               std::isfinite(outcome.sizes ? outcome.sizes->norm
-                                           : infinityNorm(AnyMatrix<Cell>(matrix_.Matrix())));
+               matrix_.Traits().hermitian && !outcome.reusedFactor && isFinite();
     }
 
     const CertainInertia& inertiaOnce(Outcome<Cell>& outcome, std::int32_t rightHands)
@@ -591,9 +588,9 @@ private:
         return {.columns = pays && !outcome.reusedFactor ? options_.errorBounds : 0,
                 .probeError = probeError,
                 .ofFactor = &outcome.factorQuality,
-                .question = ofFactor(outcome, op),
+                .question = ofFactor(),
                 .isOfAnother = outcome.attempt.road == Road::Delayed && outcome.perturbed > 0,
-                .sizes = outcome.sizes ? &*outcome.sizes : nullptr};
+                .sizes = &runner_.sizes(op)};
     }
 
     SystemAnswer<Cell> tell(Outcome<Cell>& outcome) const

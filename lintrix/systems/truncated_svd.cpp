@@ -5,8 +5,8 @@
 #include <lintrix/foundation/failures.h>
 #include <lintrix/foundation/memory_shortage.h>
 #include <lintrix/sparse/access.h>
+#include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/quality/vector_norms.h>
-#include <lintrix/systems/roads/balance.h>
 #include <lintrix/systems/roads/memory_budget.h>
 #include <lintrix/systems/run_control.h>
 #include <lintrix/systems/truncated_svd/triplet_search.h>
@@ -122,7 +122,7 @@ template <class Cell>
 SparseOf<Cell> scaledBy(SparseOf<Cell> A, int exponent)
 {
     const std::span cells(SparseAccess::values(A), static_cast<std::size_t>(A.NumElements()));
-    for (Cell& cell : cells) cell = roads::timesPowerOfTwo(cell, exponent);
+    for (Cell& cell : cells) cell = timesPowerOfTwo(cell, exponent);
     return A;
 }
 
@@ -142,7 +142,7 @@ std::vector<Cell> startOf(const LinearMap<Cell>& M, bool isAdjoint, const Vector
     const std::span<const Cell> given = cellsOf<Cell>(*start);
     std::vector<Cell> guess(given.begin(), given.end());
     const int exponent = exponentOf(largestPart<Cell>(given));
-    for (Cell& cell : guess) cell = roads::timesPowerOfTwo(cell, -exponent);
+    for (Cell& cell : guess) cell = timesPowerOfTwo(cell, -exponent);
     if (!isAdjoint) return guess;
     std::vector<Cell> image(static_cast<std::size_t>(M.cols));
     M.adjointTimes(1, guess.data(), image.data());
@@ -204,9 +204,8 @@ void TruncatedSVD<Cell>::compute(const Sparse& A, std::int32_t count, const V_* 
 template <class Cell>
 void TruncatedSVD<Cell>::multiply(int exponent)
 {
-    for (std::int32_t j = 0; j < values_.Length(); ++j)
-        values_[j] = roads::timesPowerOfTwo(values_[j], exponent);
-    certificate_.bound = roads::timesPowerOfTwo(certificate_.bound, exponent);
+    for (std::int32_t j = 0; j < values_.Length(); ++j) values_[j] = timesPowerOfTwo(values_[j], exponent);
+    certificate_.bound = timesPowerOfTwo(certificate_.bound, exponent);
 }
 
 template <class Cell>

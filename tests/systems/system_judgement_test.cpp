@@ -849,6 +849,24 @@ TEST(SingularSystem, MayHaveManySolutionsThoughNoPivotIsReplaced)
     expectManyByPivotsThatAreLarge<Complex>();
 }
 
+/// Blocks as above side by side, each of which sends a direction to zero: as no pivot tells of them, a few
+/// are found, as long as there is a solution to be seen.
+TEST(SingularSystem, IsSearchedNoLongerThanItWasFactorizedWhereNoPivotTellsOfDirections)
+{
+    constexpr std::int32_t n = 60, blocks = 20;
+    SparseMatrix A(n * blocks, n * blocks);
+    for (std::int32_t i = 0; i < A.Rows(); ++i)
+        for (std::int32_t j = i; j < (i / n + 1) * n; ++j) A(i, j) = i == j ? 1.0 : -1.0;
+    Matrix x(A.Rows(), 1);
+    for (std::int32_t i = 0; i < A.Rows(); ++i) x(i, 0) = i % 7 - 3;
+    const auto answer = LinearSystem(A).Solve(A * x);
+    EXPECT_EQ(answer.verdict, Verdict::Degraded) << answer.reason;
+    EXPECT_EQ(answer.reason, "singular: one of many solutions");
+    EXPECT_EQ(answer.perturbedPivots, 0);
+    EXPECT_LT(answer.residual.value(), 1e-14);
+    EXPECT_THAT(answer.faults.InWords(), HasSubstr("At least "));
+}
+
 /// Three unknowns beside three in units of 2^-27, of which the matrix determines next to no digit: these are
 /// as nothing beside the solution, and to the norm of the matrix the equations of the others are as good as
 /// none.

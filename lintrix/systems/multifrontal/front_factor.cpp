@@ -1,7 +1,7 @@
 #include <lintrix/systems/multifrontal/front_factor.h>
 
 #include <lintrix/services/blas.h>
-#include <lintrix/systems/multifrontal/scaled_cells.h>
+#include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 
 #include <algorithm>
@@ -69,7 +69,7 @@ int unitOf(std::span<const Cell> b, std::span<const int> exponents)
     int unit = std::numeric_limits<int>::min();
     for (std::size_t i = 0; i < b.size(); ++i)
         if (const double size = sparse_lu::sizeOf(b[i]); size > 0.0 && std::isfinite(size))
-            unit = std::max(unit, std::ilogb(size) + exponents[i]);
+            unit = std::max(unit, exponentOf(size) - 1 + exponents[i]);
     return unit == std::numeric_limits<int>::min() ? 0 : unit;
 }
 
@@ -86,7 +86,7 @@ FrontColumns<Cell>::FrontColumns(std::span<const Cell> B, const FactorSide& from
         const int unit = units_.emplace_back(unitOf(b, from.exponents));
         for (std::size_t i = 0; i < n; ++i)
             given_[begin + static_cast<std::size_t>(from.positions[i])] =
-                scaled(b[i], from.exponents[i] - unit);
+                timesPowerOfTwo(b[i], from.exponents[i] - unit);
     }
 }
 
@@ -95,8 +95,8 @@ void FrontColumns<Cell>::store(std::span<Cell> X, const FactorSide& to) const
 {
     const std::size_t n = to.positions.size();
     for (std::size_t k = 0; k < X.size(); ++k)
-        X[k] = scaled(found_[k - k % n + static_cast<std::size_t>(to.positions[k % n])],
-                      to.exponents[k % n] + units_[k / n]);
+        X[k] = timesPowerOfTwo(found_[k - k % n + static_cast<std::size_t>(to.positions[k % n])],
+                               to.exponents[k % n] + units_[k / n]);
 }
 
 /// to := the given rows, packed: positions.size() x count.

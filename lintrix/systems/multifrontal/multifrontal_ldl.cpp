@@ -3,8 +3,8 @@
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
 #include <lintrix/systems/multifrontal/little_fill.h>
-#include <lintrix/systems/multifrontal/scaled_cells.h>
 #include <lintrix/systems/multifrontal/symmetric_plan.h>
+#include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 
 #include <algorithm>
@@ -92,7 +92,7 @@ void MultifrontalLDL<Cell>::addElements(const SparseEntries<Cell>& A, std::int32
             const std::int32_t q = tree_.positionOf[A.columns[k]];
             if (q < p) continue; // by symmetry
             const int exponent = exponents_[vertex] + exponents_[A.columns[k]];
-            walk.at(q, p) += scaled(isHermitian() ? conjugate(A.values[k]) : A.values[k], exponent);
+            walk.at(q, p) += timesPowerOfTwo(isHermitian() ? conjugate(A.values[k]) : A.values[k], exponent);
         }
     }
 }

@@ -1,8 +1,8 @@
 #include <lintrix/systems/multifrontal/multifrontal_lu.h>
 
 #include <lintrix/services/work.h>
-#include <lintrix/systems/multifrontal/scaled_cells.h>
 #include <lintrix/systems/multifrontal/square_elimination.h>
+#include <lintrix/systems/powers_of_two.h>
 
 #include <complex>
 #include <utility>
@@ -50,7 +50,7 @@ private:
     void add(const FrontWalk<Cell>& walk, std::int32_t row, std::int32_t column, const Cell& value) const
     {
         const int exponent = lu_.plan_.rowExponents[row] + lu_.plan_.columnExponents[column];
-        walk.at(lu_.rowPosition_[row], tree_.positionOf[column]) += scaled(value, exponent);
+        walk.at(lu_.rowPosition_[row], tree_.positionOf[column]) += timesPowerOfTwo(value, exponent);
     }
 
     const MultifrontalLU& lu_;

@@ -6,6 +6,7 @@
 #include <lintrix/systems/quality/vector_norms.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <complex>
 #include <cstddef>
@@ -92,7 +93,8 @@ public:
                          y.column(watched).data(), leftNext);
             return y;
         }
-        Block<Cell> left(A_.rows(), watched + (leftNext != nullptr ? 1 : 0)); // of x, by the last answer
+        left_ = Block<Cell>(A_.rows(), watched + (leftNext != nullptr ? 1 : 0)); // of x, by the last answer
+        Block<Cell>& left = left_;
         double drift = driftOf(x, y, left, watched);
         if (leftNext != nullptr) std::ranges::copy(left.column(watched), leftNext);
         for (std::int32_t step = 0; step < asked_.steps && !(drift <= asked_.near); ++step) {
@@ -104,6 +106,9 @@ public:
         quality_.drift = largerOrNaN(*quality_.drift, drift);
         return y;
     }
+
+    /// Of a column that was tried last, what its answer leaves. @pre the drift is asked for
+    std::span<const Cell> left(std::int32_t c) const { return left_.column(c); }
 
 private:
     /// The largest ||x - (A - shift*I + diag(raised))*y||/||x||_inf of the first `watched` columns of `left`,
@@ -134,6 +139,7 @@ private:
     const AnyMatrix<Cell>& A_;
     const FactorQuestion& asked_;
     FactorQuality& quality_;
+    Block<Cell> left_{0, 0};
 };
 
 /// Of so many random bits each.
@@ -149,22 +155,45 @@ void draw(Random& random, std::span<Cell> cells, const Number& number)
     }
 }
 
-/// That of ones, one of random signs, and behind those whose drift is measured two of random sizes besides,
-/// from 1/2 to 1: of a column whose few large elements are alike, such as (1, -1), signs alone often make
-/// nothing.
+double signOf(int bits)
+{
+    return 1.0 - 2.0 * (bits & 1);
+}
+
+/// That of ones, and one of random signs: those whose drift is measured.
+template <class Cell>
+void drawWatched(Random& random, Block<Cell>& signs)
+{
+    std::ranges::fill(signs.column(0), Cell(1.0));
+    for (std::int32_t c = 1; c < kWatched; ++c) draw<1>(random, signs.column(c), signOf);
+}
+
+/// The same, and behind them two of random sizes besides, from 1/2 to 1: of a column whose few large elements
+/// are alike, such as (1, -1), signs alone often make nothing.
 template <class Cell>
 Block<Cell> vectorsOfSigns(std::int32_t n)
 {
     constexpr double kLargest = 255.0;
+    std::array<double, 256> sizes{};
+    for (int bits = 0; bits < 256; ++bits)
+        sizes[static_cast<std::size_t>(bits)] = signOf(bits) * (kLargest - (bits >> 1)) / kLargest;
     Random random(20001);
     Block<Cell> signs(n, kSigns);
-    std::ranges::fill(signs.column(0), Cell(1.0));
-    const auto sign = [](int bits) { return 1.0 - 2.0 * (bits & 1); };
-    for (std::int32_t c = 1; c < kWatched; ++c) draw<1>(random, signs.column(c), sign);
+    drawWatched(random, signs);
     for (std::int32_t c = kWatched; c < kSigns; ++c)
-        draw<8>(random, signs.column(c),
-                [&](int bits) { return sign(bits) * (kLargest - (bits >> 1)) / kLargest; });
+        draw<8>(random, signs.column(c), [&](int bits) { return sizes[static_cast<std::size_t>(bits)]; });
     return signs;
+}
+
+/// Those whose drift is measured, and behind them a column of any kind where there is one.
+template <class Cell>
+Block<Cell> watchedBeside(std::int32_t n, const Cell* companion)
+{
+    Random random(20001);
+    Block<Cell> vectors(n, kWatched + (companion != nullptr ? 1 : 0));
+    drawWatched(random, vectors);
+    if (companion != nullptr) std::copy_n(companion, n, vectors.column(kWatched).begin());
+    return vectors;
 }
 
 /// Unit vectors, and behind them a column of any kind where there is one.
@@ -291,6 +320,62 @@ private:
     std::vector<double> rows_{}; ///< sums of moduli in the rows of z
 };
 
+/// 1 or -1 where that times A is a Z-matrix with a positive diagonal: of real numbers, and none above 0
+/// beside it; 0 where neither is. Cost: a pass over A, which mostly ends at once where it is 0.
+template <class Cell>
+int signOfZMatrix(const AnyMatrix<Cell>& A)
+{
+    bool rises = false, falls = false, isComplex = false;
+    std::int32_t diagonals = 0;
+    for (std::int32_t line = 0; line < A.lines(); ++line) {
+        A.forElements(line, 0, A.rows(), [&](std::int32_t place, const Cell& a) {
+            if (A.isOneTriangle() && place < line) return;
+            const double beside = place == line ? -std::real(a) : std::real(a);
+            rises |= beside > 0.0;
+            falls |= beside < 0.0;
+            diagonals += place == line && beside != 0.0;
+            isComplex |= std::imag(a) != 0.0;
+        });
+        if ((rises && falls) || isComplex || diagonals <= line) return 0;
+    }
+    return rises ? -1 : 1;
+}
+
+/// Of a Hermitian Z-matrix A, by x with A*x near ones. If x > 0 and A*x > 0, it is an M-matrix, whose inverse
+/// has no negative elements (A. Berman, R. J. Plemmons, Nonnegative Matrices in the Mathematical Sciences,
+/// SIAM 1994, chapter 6, theorem 2.3, I27 and N38). Where besides ||ones - A*x||_inf <= e < 1, the sums of
+/// its columns, which make its norm, are between x/(1 + e) and x/(1 - e): no estimate, but a proof.
+///
+/// Takes the norms into `quality`, and answers the companion. @return  whether it is proved
+template <class Cell>
+bool takePositiveInverse(const AnyMatrix<Cell>& A, const LinearMap<Cell>& inverse,
+                         const FactorQuestion& asked, const Companion<Cell>& companion, double oneNorm,
+                         WatchedSolves<Cell>& solves, FactorQuality& quality)
+{
+    constexpr double kMostOff = 0.5, kUnit = 0x1p-53;
+    static_assert(1.0 / (1.0 - kMostOff) <= kShortfall);
+    static_assert(kWatched == kLongest); // the companion's block has one size
+    const std::int32_t n = A.rows();
+    const int sign = n > kFewColumns ? signOfZMatrix(A) : 0;
+    if (sign == 0) return false;
+    const Block<Cell> y =
+        solves.solve(inverse.times, watchedBeside(n, companion.b), kWatched, companion.left);
+    if (companion.b != nullptr) std::ranges::copy(y.column(kWatched), companion.x);
+    const auto sumOf = [&, x = y.column(0)](std::size_t j) { return sign * std::real(x[j]); };
+    double least = std::numeric_limits<double>::infinity(), most = 0.0, byRows = 0.0;
+    for (std::size_t j = 0; j < static_cast<std::size_t>(n); ++j) {
+        least = std::min(least, sumOf(j));
+        most = std::max(most, sumOf(j));
+        if (!asked.rowSums.empty()) byRows = std::max(byRows, asked.rowSums[j] * sumOf(j));
+    }
+    const double off =
+        largestModulus(solves.left(0).data(), n) + kUnit * (n + 2.0) * (oneNorm * most + 1.0); // rounding
+    if (!(least > 0.0) || !(off <= kMostOff)) return false;
+    quality.inverseNorm = most;
+    if (!asked.rowSums.empty()) quality.inverseNormByRows = byRows;
+    return true;
+}
+
 /// Of R^-1*A, R = diag(the row sums of A), the sum of the moduli in each column; NaN where a row is zero.
 template <class Cell>
 std::vector<double> columnSumsByRows(const AnyMatrix<Cell>& A, std::span<const double> rowSums)
@@ -404,13 +489,15 @@ FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& i
 {
     FactorQuality quality;
     WatchedSolves<Cell> solves(A, asked, quality);
-    InverseNorm<Cell> norm(inverse, asked.shift.has_value(), solves, companion);
-    quality.inverseNorm = norm.estimate();
-    const double condition =
-        conditionOf(asked.oneNorm ? *asked.oneNorm : oneNorm(A), quality.inverseNorm, A.rows());
+    const bool isOfA = asked.shift.value_or(0.0) == 0.0 && asked.raised.empty(), isHermitian(asked.shift);
+    const double ofA = asked.oneNorm ? *asked.oneNorm : oneNorm(A);
+    const bool isProved =
+        isHermitian && isOfA && takePositiveInverse(A, inverse, asked, companion, ofA, solves, quality);
+    InverseNorm<Cell> norm(inverse, isHermitian, solves, companion);
+    if (!isProved) quality.inverseNorm = norm.estimate();
+    const double condition = conditionOf(ofA, quality.inverseNorm, A.rows());
     if (!std::isnan(condition)) quality.condition = condition;
-    const bool isOfA = asked.shift.value_or(0.0) == 0.0 && asked.raised.empty();
-    if (!(condition > kSolvable) || !isOfA) return quality;
+    if (!(condition > kSolvable) || !isOfA || isProved) return quality;
     if (asked.rowSums.empty())
         lookByRows<Cell>(A, inverse, ownRowSums(A), norm, quality);
     else

@@ -21,11 +21,13 @@ struct FactorQuality {
     std::optional<double> condition{}; ///< ||A||_1 times that; none where it is no number
     /// The size of F = A*inverse - I, for Hermitian A: the largest ||F*x||/||x||_inf of vectors x that the
     /// estimate has tried. These are two vectors of signs, where the mean of ||F*x||^2 over all signs is the
-    /// square of the Frobenius norm of F, and the unit vectors that the inverse makes longest.
+    /// square of the Frobenius norm of F, and the unit vectors that the inverse makes longest; of a positive
+    /// inverse the signs alone, where ones are made longest.
     std::optional<double> drift{};
     /// ||inverse*R||_1, R = diag(the row sums of A), estimated likewise. Looked at where the condition leaves
     /// the solves too few digits, and NaN where that of R^-1*A does so, too: else it is but the units of the
-    /// equations that make it large, and in no unit of theirs does a solve give other unknowns.
+    /// equations that make it large, and in no unit of theirs does a solve give other unknowns. Of a positive
+    /// inverse it is known where the row sums are.
     double inverseNormByRows = std::numeric_limits<double>::quiet_NaN();
     /// What is left to correct of A*x = e after some refinement, beside the size of x; e is a unit vector
     /// that the inverse makes long in whatever units, and the unknowns are measured by what they are in its
@@ -76,6 +78,11 @@ LINTRIX_TESTABLE std::int32_t companionBlock(std::int32_t order) noexcept;
 /// of the smallest M, all of whose columns are tried.
 ///
 /// The same rows of M^H*S times the row sums of A tell columns of M*R that are long.
+///
+/// Where the drift of A itself is asked for and A has no positive elements off the diagonal, or no negative
+/// ones, and the answer to ones shows that its inverse has therefore elements of one sign, that answer tells
+/// the norm for certain. Neither further signs nor long columns are looked for then: the only solve is one of
+/// the two vectors of signs whose drift is measured.
 ///
 /// For the worst solve the unit vector is found by a solve with the adjoint, too, whose right-hand side is
 /// the sizes of the columns, with the rows evened out, and signs.

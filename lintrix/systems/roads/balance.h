@@ -5,10 +5,9 @@
 #include <lintrix/foundation/enumerations.h>
 #include <lintrix/services/export.h>
 #include <lintrix/systems/quality/any_matrix.h>
+#include <lintrix/systems/quality/matrix_sizes.h>
 
-#include <cmath>
 #include <complex>
-#include <cstdlib>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -36,7 +35,8 @@ template <class Cell>
 LINTRIX_TESTABLE std::vector<int> unitsOfUnknowns(const AnyMatrix<Cell>& A, TransposeMode op,
                                                   UnitsBy by = UnitsBy::LargestElements);
 
-/// The same for whoever asks again: one matrix is fitted once, for both sides. From several threads at once.
+/// The same for whoever asks again: one matrix is read once, and fitted once, for both sides. From several
+/// threads at once.
 template <class Cell>
 class LINTRIX_TESTABLE KnownUnits {
 public:
@@ -44,6 +44,8 @@ public:
     const std::vector<int>& ofUnknowns(const AnyMatrix<Cell>& A, TransposeMode op, UnitsBy by);
     /// By the largest elements.
     bool areAlike(const AnyMatrix<Cell>& A);
+    /// By which that is told. Good until they are forgotten.
+    const MatrixSizes& sizes(const AnyMatrix<Cell>& A);
     void forget();
 
 private:
@@ -56,7 +58,7 @@ private:
     void fit(const AnyMatrix<Cell>& A);
 
     std::mutex turn_{};
-    std::optional<bool> areAlike_{};
+    std::optional<MatrixSizes> sizes_{};
     std::optional<Fitted> ofRows_{}, ofColumns_{};
     std::vector<int> none_{};
 };
@@ -65,27 +67,5 @@ private:
 /// them to its middle, and none out of it. 0 where they need not be divided, or one is not finite.
 template <class Cell>
 LINTRIX_TESTABLE int exponentToMiddle(std::span<const Cell> cells);
-
-/// x*2^e, exactly but for over- and underflow.
-inline double timesPowerOfTwo(double x, int exponent) noexcept
-{
-    return std::ldexp(x, exponent);
-}
-inline std::complex<double> timesPowerOfTwo(const std::complex<double>& x, int exponent) noexcept
-{
-    return {std::ldexp(x.real(), exponent), std::ldexp(x.imag(), exponent)};
-}
-/// The same of all cells: plain products where the power is a normal number.
-template <class Cells>
-void multiplyByPowerOfTwo(Cells cells, int exponent) noexcept
-{
-    constexpr int kMostNormal = 1022;
-    if (std::abs(exponent) > kMostNormal) {
-        for (auto& cell : cells) cell = timesPowerOfTwo(cell, exponent);
-    } else {
-        const double power = std::ldexp(1.0, exponent);
-        for (auto& cell : cells) cell *= power;
-    }
-}
 
 } // namespace Velmar::Lintrix::detail::roads

@@ -2,8 +2,8 @@
 
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/quality/vector_norms.h>
-#include <lintrix/systems/roads/balance.h>
 
 #include <algorithm>
 #include <cmath>

@@ -6,6 +6,7 @@
 #include <lintrix/services/thread_scope.h>
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/quality/vector_norms.h>
 #include <lintrix/systems/roads/balance.h>

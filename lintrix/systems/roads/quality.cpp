@@ -1,7 +1,9 @@
 #include <lintrix/systems/roads/quality.h>
 
 #include <lintrix/services/work.h>
+#include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/quality/backward_error.h>
+#include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/quality/vector_norms.h>
 
 #include <algorithm>
@@ -105,9 +107,7 @@ template <class Cell>
 double unitOf(const Cell& cell)
 {
     const double size = std::max(std::abs(std::real(cell)), std::abs(std::imag(cell)));
-    int exponent = 0;
-    std::frexp(size, &exponent);
-    return std::ldexp(1.0, -exponent);
+    return powerOfTwo(-exponentOf(size));
 }
 
 } // namespace
@@ -140,7 +140,7 @@ MatrixOf<Cell> probeSolution(std::int32_t rows, std::span<const int> units)
     };
     MatrixOf<Cell> column(rows, 1);
     for (Cell& cell : cellsOf(column)) draw(cell, next);
-    for (std::size_t j = 0; j < units.size(); ++j) cellsOf(column)[j] *= std::ldexp(1.0, units[j]);
+    for (std::size_t j = 0; j < units.size(); ++j) cellsOf(column)[j] *= powerOfTwo(units[j]);
     return column;
 }
 
@@ -154,14 +154,14 @@ double probeError(const Block& known, const Block& found)
 template <class Block>
 double probeErrorInUnits(const Block& known, const Block& found)
 {
-    Block z(known), x(found);
-    const auto zCells = cellsOf(z), xCells = cellsOf(x);
-    for (std::size_t i = 0; i < zCells.size(); ++i) {
-        const double unit = unitOf(zCells[i]);
-        zCells[i] *= unit;
-        xCells[i] *= unit;
+    const auto z = cellsOf(known), x = cellsOf(found);
+    double largest = 0.0, difference = 0.0;
+    for (std::size_t i = 0; i < z.size(); ++i) {
+        const double unit = unitOf(z[i]);
+        largest = std::max(largest, modulus(z[i] * unit));
+        difference = largerOrNaN(difference, modulus(x[i] * unit - z[i] * unit));
     }
-    return probeError(z, x);
+    return difference == 0.0 ? 0.0 : difference / largest;
 }
 
 template <class Block>
@@ -195,8 +195,10 @@ template <class Cell>
 ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const MatrixOf<Cell>& B,
                     const MatrixOf<Cell>& known, TransposeMode op, std::optional<double> norm)
 {
-    const MatrixOf<Cell> R = residualOf<Cell>(A, X, B, op);
-    const double normA = norm ? *norm : rowSizesOf(AnyMatrix<Cell>(A), op).norm;
+    const AnyMatrix<Cell> view(A);
+    MatrixOf<Cell> R = zeroColumns<Cell>(B.Rows(), B.Cols());
+    residual(view, op, B.Cols(), cellsOf(B).data(), cellsOf(X).data(), cellsOf(R).data());
+    const double normA = norm ? *norm : rowSizesOf(view, op).norm;
     const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
     const MatrixOf<Cell> probe = columnOf(known, others), back = columnOf(X, last);
     ProbedQuality quality{scaledResidual(R, 1.0, normA, X, B, 0, last),
@@ -207,7 +209,7 @@ ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const Matr
         quality.knownError = worseError(error, quality.knownError);
     }
     if (verdictOf(quality.residual, quality.error()) == Verdict::Degraded)
-        quality.isSharp = componentwiseError<Cell>(AnyMatrix<Cell>(A), op, X, B, R) <= kSharp;
+        quality.isSharp = componentwiseError<Cell>(view, op, X, B, R) <= kSharp;
     return quality;
 }
 

@@ -3,7 +3,6 @@
 /// What came of one road through the direct solver, and what is said of it.
 
 #include <lintrix/services/export.h>
-#include <lintrix/systems/quality/backward_error.h>
 #include <lintrix/systems/quality/factor_quality.h>
 #include <lintrix/systems/roads/factored.h>
 #include <lintrix/systems/roads/quality.h>
@@ -24,7 +23,6 @@ struct LINTRIX_TESTABLE Outcome {
     std::string_view roadName{};            ///< for this matrix
     std::optional<MatrixOf<Cell>> x{};      ///< with the probe; given up where another one is better
     std::optional<ProbedQuality> quality{}; ///< of `x`; none where a step failed
-    std::optional<RowSizes> sizes{};        ///< of op(A), beside `quality`
     FillInReducingMethod ordering = FillInReducingMethod::MinimumDegree;
     std::int32_t perturbed = 0, steps = 0, krylovSteps = 0;
     std::int64_t factorEntries = 0;

@@ -37,7 +37,6 @@ void forget(Outcome<Cell>& outcome)
 {
     outcome.x.reset();
     outcome.quality.reset();
-    outcome.sizes.reset();
     outcome.krylovSteps = 0;
     outcome.reusedFactor = false;
 }
@@ -431,7 +430,7 @@ void RoadRunner<Cell>::solve(const Request<Cell>& request, Outcome<Cell>& outcom
     outcome.fault = faultOf(outcome.engine.error, outcome.leastMegabytes);
     finish("solve");
     if (outcome.engine.error != 0) return;
-    outcome.quality = judged(X, request, outcome);
+    outcome.quality = judged(X, request);
     outcome.x = std::move(X);
     if (options_.engine.refine != 0 || outcome.isBeyondRefinement()) return;
     if (outcome.verdict() != Verdict::Accurate)
@@ -450,7 +449,7 @@ void RoadRunner<Cell>::refine(const Request<Cell>& request, Outcome<Cell>& outco
     outcome.steps = outcome.factor->refinementSteps();
     finish("solve");
     if (engine.error != 0) return;
-    const ProbedQuality after = judged(refined, request, outcome);
+    const ProbedQuality after = judged(refined, request);
     if (!(after.residual < outcome.quality->residual)) return;
     outcome.quality = after;
     outcome.x = std::move(refined);
@@ -495,7 +494,7 @@ void RoadRunner<Cell>::precondition(Outcome<Cell>& outcome, const Request<Cell>&
     MatrixOf<Cell> X(request.B.Rows(), request.B.Cols());
     outcome.krylovSteps = iterate(request, *outcome.factor, X, most);
     outcome.reusedFactor = true;
-    outcome.quality = judged(X, request, outcome);
+    outcome.quality = judged(X, request);
     outcome.x = std::move(X);
 }
 
@@ -506,7 +505,7 @@ void RoadRunner<Cell>::repair(const Request<Cell>& request, Outcome<Cell>& outco
     MatrixOf<Cell> X(*outcome.x);
     const std::int32_t steps = iterate(request, *outcome.factor, X, kKrylovStepsInAll);
     Outcome<Cell> repaired{.attempt = outcome.attempt, .perturbed = outcome.perturbed};
-    repaired.quality = judged(X, request, outcome);
+    repaired.quality = judged(X, request);
     if (!isBetter(repaired, outcome)) return;
     outcome.quality = repaired.quality;
     outcome.x = std::move(X);
@@ -514,12 +513,10 @@ void RoadRunner<Cell>::repair(const Request<Cell>& request, Outcome<Cell>& outco
 }
 
 template <class Cell>
-ProbedQuality RoadRunner<Cell>::judged(const MatrixOf<Cell>& X, const Request<Cell>& request,
-                                       Outcome<Cell>& outcome) const
+ProbedQuality RoadRunner<Cell>::judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const
 {
-    if (!outcome.sizes) outcome.sizes = rowSizesOf(AnyMatrix<Cell>(system_.Matrix()), request.op);
     const ProbedQuality quality =
-        judge<Cell>(system_.Matrix(), X, request.B, request.known, request.op, outcome.sizes->norm);
+        judge<Cell>(system_.Matrix(), X, request.B, request.known, request.op, sizes(request.op).norm);
     finish("check");
     return quality;
 }

@@ -103,6 +103,11 @@ public:
     {
         return units_.ofUnknowns(AnyMatrix<Cell>(system_.Matrix()), op, by);
     }
+    /// Of these values, those of the rows of op(A). Likewise.
+    const RowSizes& sizes(TransposeMode op) const
+    {
+        return units_.sizes(AnyMatrix<Cell>(system_.Matrix())).of(op);
+    }
     bool haveAlikeUnits() const { return units_.areAlike(AnyMatrix<Cell>(system_.Matrix())); }
     /// That the engine has found: no other road follows.
     void forgetMatching() noexcept { matching_.Forget(); }
@@ -142,7 +147,7 @@ private:
     void refine(const Request<Cell>& request, Outcome<Cell>& outcome, std::int32_t steps) const;
     std::int32_t iterate(const Request<Cell>& request, Factored<Cell>& factor, MatrixOf<Cell>& X,
                          std::int32_t most) const;
-    ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request, Outcome<Cell>& outcome) const;
+    ProbedQuality judged(const MatrixOf<Cell>& X, const Request<Cell>& request) const;
 
     Outcome<Cell> loadOutcome(SectionReader& file);
     void loadForecast(SectionReader& file);

@@ -2,6 +2,7 @@
 
 #include <lintrix/services/work.h>
 #include <lintrix/systems/cells.h>
+#include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/sparse_lu/cell_arithmetic.h>
 #include <lintrix/systems/sparse_lu/lu_substitution.h>
 
@@ -18,15 +19,9 @@ namespace {
 // No scale passes 2^1000, so that a row of the smallest numbers stays finite.
 constexpr int kLargestExponent = 1000;
 
-double powerOfTwo(int exponent)
+double scaleOf(int exponent)
 {
-    return std::ldexp(1.0, std::clamp(exponent, -kLargestExponent, kLargestExponent));
-}
-
-/// Of the power of two that brings `largest` to [1/2, 1).
-int exponentFor(double largest)
-{
-    return largest == 0.0 ? 0 : -(std::ilogb(largest) + 1);
+    return powerOfTwo(std::clamp(exponent, -kLargestExponent, kLargestExponent));
 }
 
 // Operations above those foretold for pivots on the diagonal from which on the columns are ordered anew; and
@@ -93,7 +88,7 @@ bool SparseLU<Cell>::scaleRows(const SparseOf<Cell>& A, std::span<const int> exp
             if (!isFinite(value)) return false;
             largest = std::max(largest, std::max(std::abs(std::real(value)), std::abs(std::imag(value))));
         }
-        scales_[i] = powerOfTwo(exponents.empty() ? exponentFor(largest) : exponents[i]);
+        scales_[i] = scaleOf(exponents.empty() ? -exponentOf(largest) : exponents[i]); // to [1/2, 1)
     }
     return true;
 }

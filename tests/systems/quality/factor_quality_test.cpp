@@ -103,10 +103,23 @@ MatrixOf<Cell> chain(int n)
     return A;
 }
 
+/// Of a matrix nearby: the answers are too large by a part of themselves.
+template <class Cell>
+LinearMap<Cell> inflated(const LinearMap<Cell>& map, double part)
+{
+    const auto inflating = [part, &map](const auto& apply) {
+        return [apply, part, &map](std::int32_t columns, const Cell* x, Cell* y) {
+            apply(columns, x, y);
+            for (int k = 0; k < map.rows * columns; ++k) y[k] *= 1.0 + part;
+        };
+    };
+    return {map.rows, map.cols, inflating(map.times), inflating(map.adjointTimes)};
+}
+
 TYPED_TEST(FactorWorth, IsExactWhereTheInverseHasOneSign)
 {
     using Cell = TypeParam;
-    const MatrixOf<Cell> A = chain<Cell>(30);
+    const MatrixOf<Cell> A = chain<Cell>(30) * chain<Cell>(30); // whose elements have both signs
     const LinearMap<Cell> solves = inverseMap<Cell>(A);
     int count = 0;
     const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), counted(solves, count), {.shift = 0.0});
@@ -114,6 +127,70 @@ TYPED_TEST(FactorWorth, IsExactWhereTheInverseHasOneSign)
     const double norm = largestColumnSum(solves);
     EXPECT_NEAR(quality.inverseNorm, norm, 1e-12 * norm);
     EXPECT_LT(quality.drift.value(), 1e-12);
+}
+
+/// An M-matrix, and one times -1, whole and as a triangle; the norm by rows as well.
+TYPED_TEST(FactorWorth, IsProvedByOneSolveWhereElementsOffTheDiagonalTellThatTheInverseHasOneSign)
+{
+    using Cell = TypeParam;
+    constexpr int n = 30;
+    for (const double sign : {1.0, -1.0}) {
+        MatrixOf<Cell> A = chain<Cell>(n);
+        A(3, 3) = 100.0;
+        for (int k = 0; k < n * n; ++k) A(k % n, k / n) *= sign;
+        const LinearMap<Cell> solves = inverseMap<Cell>(A);
+        const SparseOf<Cell> sparse(A), triangle = triangleOf<Cell>(A);
+        const double norm = largestColumnSum(solves);
+        std::vector<double> sums(n);
+        rowSums(AnyMatrix<Cell>(A), TransposeMode::NotTransposed, sums.data());
+        LinearMap<Cell> scaled = solves;
+        scaled.times = [&](std::int32_t columns, const Cell* x, Cell* y) {
+            std::vector<Cell> own(x, x + n * columns);
+            for (int k = 0; k < n * columns; ++k) own[k] *= sums[k % n];
+            solves.times(columns, own.data(), y);
+        };
+        const double byRows = largestColumnSum(scaled);
+        for (const AnyMatrix<Cell>& view :
+             {AnyMatrix<Cell>(A), AnyMatrix<Cell>(sparse), AnyMatrix<Cell>(triangle)}) {
+            int count = 0;
+            const FactorQuality quality =
+                qualityOfFactor(view, counted(solves, count), {.shift = 0.0, .rowSums = sums});
+            EXPECT_EQ(count, 1);
+            EXPECT_NEAR(quality.inverseNorm, norm, 1e-13 * norm);
+            EXPECT_NEAR(quality.inverseNormByRows, byRows, 1e-13 * byRows);
+            EXPECT_GE(quality.inverseNormAtMost(), norm);
+            EXPECT_LT(quality.drift.value(), 1e-12);
+        }
+    }
+}
+
+/// Elements alone prove nothing: of an indefinite matrix the inverse has both signs, and a factor of another
+/// one answers ones with what A does not bring back. Then it is estimated as that of any other matrix.
+TYPED_TEST(FactorWorth, IsEstimatedWhereTheAnswerToOnesProvesNoSign)
+{
+    using Cell = TypeParam;
+    constexpr int n = 30;
+    MatrixOf<Cell> A = chain<Cell>(n);
+    for (int i = 0; i < n; ++i) A(i, i) = 0.7;
+    const LinearMap<Cell> exact = inverseMap<Cell>(A);
+    int count = 0;
+    const FactorQuality quality = qualityOfFactor(AnyMatrix<Cell>(A), counted(exact, count), {.shift = 0.0});
+    EXPECT_EQ(count, 3);
+    EXPECT_LE(quality.inverseNorm, largestColumnSum(exact) * (1.0 + 1e-12));
+    EXPECT_GE(quality.inverseNormAtMost(), largestColumnSum(exact));
+    for (const double diagonal : {-0.7, 0.0}) { // no M-matrix has such elements on it: nothing is tried
+        A(4, 4) = diagonal;
+        count = 0;
+        qualityOfFactor(AnyMatrix<Cell>(A), counted(inverseMap<Cell>(A), count), {.shift = 0.0});
+        EXPECT_EQ(count, 2);
+    }
+    const MatrixOf<Cell> positive = chain<Cell>(n);
+    const LinearMap<Cell> solves = inverseMap<Cell>(positive), far = inflated(solves, 0.6);
+    count = 0;
+    const FactorQuality ofFar =
+        qualityOfFactor(AnyMatrix<Cell>(positive), counted(far, count), {.shift = 0.0});
+    EXPECT_EQ(count, 3);
+    EXPECT_GT(ofFar.drift.value(), 0.5);
 }
 
 /// Blocks of the companion's size, and its answer beside that of a solve of its own; the same worth.
@@ -154,19 +231,6 @@ TYPED_TEST(FactorWorth, LetsACompanionIntoOneOfItsSolves)
             for (int i = 0; i < n; ++i) EXPECT_LT(std::abs(beside[i] - alone[i]), 1e-14);
         }
     }
-}
-
-/// Of a matrix nearby: the answers are too large by a part of themselves.
-template <class Cell>
-LinearMap<Cell> inflated(const LinearMap<Cell>& map, double part)
-{
-    const auto inflating = [part, &map](const auto& apply) {
-        return [apply, part, &map](std::int32_t columns, const Cell* x, Cell* y) {
-            apply(columns, x, y);
-            for (int k = 0; k < map.rows * columns; ++k) y[k] *= 1.0 + part;
-        };
-    };
-    return {map.rows, map.cols, inflating(map.times), inflating(map.adjointTimes)};
 }
 
 TYPED_TEST(FactorWorth, RefinesAsLongAsItIsTooFarAndAsItMay)

@@ -97,6 +97,22 @@ TEST(UnitsOfUnknowns, BehindAHubAreFoundByTheirFit)
                 ::testing::IsEmpty());
 }
 
+/// Subnormal numbers have sizes of their own, and zeros that are stored tell none, in either storage.
+TEST(UnitsOfUnknowns, FollowNumbersBelowTheNormalOnesPastStoredZeros)
+{
+    SparseMatrix A(3, 3);
+    A(0, 0) = 1.0;
+    A(1, 1) = 0x1p-300;
+    A(2, 2) = 0x1p-1060;
+    A(0, 2) = 1.0; // keeps its place
+    A(0, 2) = 0.0;
+    SparseMatrix triangle = A;
+    triangle.Symmetric(true);
+    for (const SparseMatrix& matrix : {A, triangle})
+        EXPECT_THAT(unitsOfUnknowns(AnyMatrix<double>(matrix), kTransposed, UnitsBy::Fit),
+                    ::testing::ElementsAre(-960, -760, 0));
+}
+
 TEST(UnitsOfUnknowns, ElementsThatTellNoSizeAreLeftOut)
 {
     Matrix A(3, 3);
