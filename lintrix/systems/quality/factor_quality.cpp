@@ -489,7 +489,8 @@ FactorQuality qualityOfFactor(const AnyMatrix<Cell>& A, const LinearMap<Cell>& i
 {
     FactorQuality quality;
     WatchedSolves<Cell> solves(A, asked, quality);
-    const bool isOfA = asked.shift.value_or(0.0) == 0.0 && asked.raised.empty(), isHermitian(asked.shift);
+    const bool isHermitian = asked.shift.has_value(),
+               isOfA = asked.shift.value_or(0.0) == 0.0 && asked.raised.empty();
     const double ofA = asked.oneNorm ? *asked.oneNorm : oneNorm(A);
     const bool isProved =
         isHermitian && isOfA && takePositiveInverse(A, inverse, asked, companion, ofA, solves, quality);
