@@ -94,7 +94,7 @@ Failure findSupernodes(Analysis& run, const Graph& graph, Work& work)
 }
 
 /// The permanent block, with what is known by now.
-Failure fillPermanent(Analysis& run, const Graph& earlier, const Work& work)
+Failure fillPermanent(Analysis& run, const Graph& earlier, const Work& work, UpdateSizes& updates)
 {
     run.control().set(WideWord::FactorRowIndices, work.rowStarts.back());
     PermanentStructure permanent(run.handle);
@@ -106,7 +106,8 @@ Failure fillPermanent(Analysis& run, const Graph& earlier, const Work& work)
     std::ranges::copy(work.supernodeOf, permanent.supernodeOf().begin());
     std::ranges::copy(work.rowStarts, permanent.rowStarts().begin());
     if (const Failure failure =
-            fillRowLists(earlier, run.ordering(), work.parent, permanent.structure(), permanent.rows()))
+            fillRowLists(earlier, run.ordering(), work.parent, permanent.structure(), permanent.rows(),
+                         permanent.descendantStarts(), updates))
         return failure;
     const FactorStructure structure = permanent.structure();
     if (!repaysRefinement(structure)) return {};
@@ -128,9 +129,10 @@ Failure factorizeSymbolically(Analysis& run)
     if (const Failure failure = plantTree(run, earlier, work)) return failure;
     if (!WorkScope::goesOn()) return stopped();
     if (const Failure failure = findSupernodes(run, graph, work)) return failure;
-    if (const Failure failure = fillPermanent(run, earlier, work)) return failure;
+    UpdateSizes updates; // an order within supernodes changes none of them
+    if (const Failure failure = fillPermanent(run, earlier, work, updates)) return failure;
     if (!WorkScope::goesOn()) return stopped();
-    placePanels(run.handle);
+    placePanels(run.handle, updates);
     PermanentStructure permanent(run.handle);
     const FactorStructure structure = permanent.structure();
     supernodesOfSubgraphs(structure, permanent.subgraphs(), permanent.subgraphSupernodes());
