@@ -426,9 +426,17 @@ bool Eliminator<T>::factorSymmetric(int J)
     return true;
 }
 
-template class Eliminator<float>;
-template class Eliminator<double>;
-template class Eliminator<std::complex<float>>;
-template class Eliminator<std::complex<double>>;
+// What is called from elsewhere: the rest is free to be inlined where it is called once.
+#define LINTRIX_INSTANTIATE(T)                                                                               \
+    template Eliminator<T>::Eliminator(const FactorPlan&, const FactorRules&, const T*, const Factor<T>&,    \
+                                       EliminationTeam&);                                                    \
+    template void Eliminator<T>::gather(int);                                                                \
+    template void Eliminator<T>::takeUpdates(int, int, PositionRange, const Factor<T>&);                     \
+    template void Eliminator<T>::work(int, PositionRange, Entries);
+LINTRIX_INSTANTIATE(float)
+LINTRIX_INSTANTIATE(double)
+LINTRIX_INSTANTIATE(std::complex<float>)
+LINTRIX_INSTANTIATE(std::complex<double>)
+#undef LINTRIX_INSTANTIATE
 
 } // namespace Velmar::Lintrix::detail::engine
