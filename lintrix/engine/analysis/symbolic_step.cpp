@@ -105,14 +105,16 @@ Failure fillPermanent(Analysis& run, const Graph& earlier, const Work& work, Upd
     std::ranges::copy(work.starts, permanent.supernodeStarts().begin());
     std::ranges::copy(work.supernodeOf, permanent.supernodeOf().begin());
     std::ranges::copy(work.rowStarts, permanent.rowStarts().begin());
-    if (const Failure failure =
-            fillRowLists(earlier, run.ordering(), work.parent, permanent.structure(), permanent.rows(),
-                         permanent.descendantStarts(), updates))
+    if (const Failure failure = fillRowLists(earlier, run.ordering(), work.parent, permanent.structure(),
+                                             permanent.rows(), permanent.descendantStarts(), updates))
         return failure;
     const FactorStructure structure = permanent.structure();
     if (!repaysRefinement(structure)) return {};
-    return refineColumnOrder(structure, permanent.subgraphs(), run.threads(), permanent.rows(),
-                             permanent.ordering());
+    const Failure failure = refineColumnOrder(structure, permanent.subgraphs(), run.threads(),
+                                              permanent.rows(), permanent.ordering());
+    // Columns have gone to other panels of the supernode that they were cut from.
+    if (!failure) updates = measureUpdates(structure, permanent.descendantStarts());
+    return failure;
 }
 
 } // namespace
@@ -129,7 +131,7 @@ Failure factorizeSymbolically(Analysis& run)
     if (const Failure failure = plantTree(run, earlier, work)) return failure;
     if (!WorkScope::goesOn()) return stopped();
     if (const Failure failure = findSupernodes(run, graph, work)) return failure;
-    UpdateSizes updates; // an order within supernodes changes none of them
+    UpdateSizes updates;
     if (const Failure failure = fillPermanent(run, earlier, work, updates)) return failure;
     if (!WorkScope::goesOn()) return stopped();
     placePanels(run.handle, updates);

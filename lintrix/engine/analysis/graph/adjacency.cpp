@@ -275,8 +275,8 @@ Graph SymmetrizedPattern::mirror(std::span<int> starts, std::span<int> neighbour
     return {starts, neighbours};
 }
 
-// Where a row's diagonal stands is nothing that a processor could foresee, so that it is written, too, as long
-// as there is room for it behind.
+// Where a row's diagonal stands is nothing that a processor could foresee, so that it is written, too, as
+// long as there is room for it behind.
 Graph SymmetrizedPattern::withoutDiagonal(std::span<int> starts, std::span<int> neighbours) const
 {
     int *end = neighbours.data(), *const behind = end + neighbours.size();

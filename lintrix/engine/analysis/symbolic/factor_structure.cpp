@@ -72,18 +72,17 @@ private:
     }
 
     // From supernode J up to where the row has come by. By no rule that a processor could foresee does a row
-    // begin an update: choices of numbers take the place of jumps.
+    // begin an update: a product takes the place of a jump.
     void enter(int row, int owner, int J, Entered& entered)
     {
         const int firstOfOwner = structure_.starts[owner];
         for (Way* way = &ways_[J]; way->lastRow != row; way = &ways_[way->parent], ++entered.lists) {
             const bool begins = way->lastRow < firstOfOwner;
-            const std::int64_t run = begins ? way->end : way->run;
+            const std::int64_t end = way->end, run = way->run + begins * (end - way->run);
             entered.updates += begins;
-            way->lastRow = row;
-            way->run = run;
-            rows_[static_cast<std::size_t>(way->end++)] = row;
-            largestUpdate_ = std::max(largestUpdate_, (way->behind - run) * (way->end - run));
+            *way = {row, way->parent, end + 1, way->behind, run};
+            rows_[static_cast<std::size_t>(end)] = row;
+            largestUpdate_ = std::max(largestUpdate_, (way->behind - run) * (end + 1 - run));
         }
     }
 

@@ -60,11 +60,11 @@ void forEachRowBelow(const FactorStructure& structure, Visit visit)
 
 /// Sizes of a factor, in elements of its arrays.
 struct FactorSizes {
-    std::int64_t rowIndices = 0;    ///< length of the row lists together
-    std::int64_t lower = 0;         ///< elements of all L panels
-    std::int64_t upper = 1;         ///< of all U panels; 1 in symmetric storage, which iparm(18) counts too
-    std::int64_t fill = 0;          ///< entries of L, without the upper triangles of the diagonal blocks
-    int tallest = 0, widest = 0;    ///< the largest height, the largest width
+    std::int64_t rowIndices = 0; ///< length of the row lists together
+    std::int64_t lower = 0;      ///< elements of all L panels
+    std::int64_t upper = 1;      ///< of all U panels; 1 in symmetric storage, which iparm(18) counts too
+    std::int64_t fill = 0;       ///< entries of L, without the upper triangles of the diagonal blocks
+    int tallest = 0, widest = 0; ///< the largest height, the largest width
 };
 
 /// What supernodes give to each other.
