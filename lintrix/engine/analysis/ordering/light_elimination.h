@@ -58,6 +58,7 @@ private:
     void joinLists(const Pattern& pattern);
     void clearOfRepeats();
     void leaveOutDense(std::span<int> order);
+    // Parts of one loop over vertices, which are called nowhere but in their source.
     inline void eliminateAll(std::span<int> order);
     inline int keepLight();
     inline void takeLeaves(int v, std::span<int> order);

@@ -74,6 +74,7 @@ private:
     std::span<int> listOf(const Node& node) const;
     int roomNeededBy(const Node& pivot) const;
     void compact();
+    // Inline are parts of the two halves of an elimination, which are called nowhere but in their source.
     inline int gather(std::span<const int> names, int end, int& weight);
 
     inline void measureOutsides(std::span<const int> boundary);
