@@ -13,7 +13,8 @@ namespace {
 
 Failure orderPattern(const Pattern& pattern, std::span<int> vertexAt)
 {
-    if (vertexAt.empty()) return checkPattern(pattern);
+    if (const Failure failure = checkPattern(pattern)) return failure;
+    if (vertexAt.empty()) return {};
     SymmetrizedPattern adjacency;
     if (const Failure failure = adjacency.count(pattern)) return failure;
     const auto starts = Scratch<int>::uninitialised(std::ssize(vertexAt) + 1);

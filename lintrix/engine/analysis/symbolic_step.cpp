@@ -94,7 +94,7 @@ Failure findSupernodes(Analysis& run, const Graph& graph, Work& work)
 }
 
 /// The permanent block, with what is known by now.
-Failure fillPermanent(Analysis& run, const Graph& earlier, const Work& work)
+Failure fillPermanent(Analysis& run, const Graph& earlier, const Work& work, UpdateSizes& updates)
 {
     run.control().set(WideWord::FactorRowIndices, work.rowStarts.back());
     PermanentStructure permanent(run.handle);
@@ -105,13 +105,16 @@ Failure fillPermanent(Analysis& run, const Graph& earlier, const Work& work)
     std::ranges::copy(work.starts, permanent.supernodeStarts().begin());
     std::ranges::copy(work.supernodeOf, permanent.supernodeOf().begin());
     std::ranges::copy(work.rowStarts, permanent.rowStarts().begin());
-    if (const Failure failure =
-            fillRowLists(earlier, run.ordering(), work.parent, permanent.structure(), permanent.rows()))
+    if (const Failure failure = fillRowLists(earlier, run.ordering(), work.parent, permanent.structure(),
+                                             permanent.rows(), permanent.descendantStarts(), updates))
         return failure;
     const FactorStructure structure = permanent.structure();
     if (!repaysRefinement(structure)) return {};
-    return refineColumnOrder(structure, permanent.subgraphs(), run.threads(), permanent.rows(),
-                             permanent.ordering());
+    const Failure failure = refineColumnOrder(structure, permanent.subgraphs(), run.threads(),
+                                              permanent.rows(), permanent.ordering());
+    // Columns have gone to other panels of the supernode that they were cut from.
+    if (!failure) updates = measureUpdates(structure, permanent.descendantStarts());
+    return failure;
 }
 
 } // namespace
@@ -128,9 +131,10 @@ Failure factorizeSymbolically(Analysis& run)
     if (const Failure failure = plantTree(run, earlier, work)) return failure;
     if (!WorkScope::goesOn()) return stopped();
     if (const Failure failure = findSupernodes(run, graph, work)) return failure;
-    if (const Failure failure = fillPermanent(run, earlier, work)) return failure;
+    UpdateSizes updates;
+    if (const Failure failure = fillPermanent(run, earlier, work, updates)) return failure;
     if (!WorkScope::goesOn()) return stopped();
-    placePanels(run.handle);
+    placePanels(run.handle, updates);
     PermanentStructure permanent(run.handle);
     const FactorStructure structure = permanent.structure();
     supernodesOfSubgraphs(structure, permanent.subgraphs(), permanent.subgraphSupernodes());

@@ -119,6 +119,7 @@ enum class Array : int {
     Rows,
     LowerStarts,
     UpperStarts,
+    DescendantStarts,
     MapFirstEntry,
     MapSource,
     MapPlace,

@@ -5,14 +5,6 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-std::int64_t countDescendants(const FactorStructure& structure, std::span<std::int64_t> starts)
-{
-    std::fill(starts.begin(), starts.end(), 0);
-    forEachRowBelow(structure, [&](int J, int, int, bool begins) { starts[J + 1] += begins; });
-    for (int J = 0; J < structure.supernodes(); ++J) starts[J + 1] += starts[J];
-    return starts.back();
-}
-
 void listDescendants(const FactorStructure& structure, const DescendantLists& lists)
 {
     // starts[J] runs from the start of list J to its end, which is where the next begins.

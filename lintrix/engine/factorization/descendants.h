@@ -41,11 +41,7 @@ struct DescendantLists {
     }
 };
 
-/// Writes `starts` and returns how many entries there are. Linear in the row lists, as the next.
-LINTRIX_TESTABLE std::int64_t countDescendants(const FactorStructure& structure,
-                                               std::span<std::int64_t> starts);
-
-/// Writes the entries; `starts` as counted.
+/// Writes the entries; `starts` as `fillRowLists` counts them. Linear in the row lists.
 LINTRIX_TESTABLE void listDescendants(const FactorStructure& structure, const DescendantLists& lists);
 
 /// Panels that are worked at together, at most: cut from one supernode of the matrix by the panel width, they

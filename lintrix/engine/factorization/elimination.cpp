@@ -326,7 +326,13 @@ template <class T>
 void Eliminator<T>::prepareRight(int K, const T* block, const T* l, int ld, int k)
 {
     const int width = structure_.width(K);
-    if (rules_.method != Method::Cholesky) {
+    const bool hasD = rules_.method != Method::Cholesky;
+    if (hasD && width == 1) {
+        std::transform(l, l + k, scaled_.get(),
+                       [&](T value) { return product(*block, conjugate(value, rules_.hermitian)); });
+        return;
+    }
+    if (hasD) {
         multiplyByPivots(block, ld, width, exchangesOf(K), rules_.hermitian, l, ld, k, scaled_.get(), k);
         return;
     }
@@ -419,6 +425,10 @@ bool Eliminator<T>::factorSymmetric(int J)
     pivots_ += rules_.method == Method::BunchKaufman
                    ? pivotBunchKaufman(block, height, width, rules_.eps, hermitian, exchange)
                    : pivotOnDiagonal(block, height, width, rules_.eps, hermitian, exchange);
+    if (width == 1) { // nothing changes places
+        divideByInverse(*block, panel, below);
+        return true;
+    }
     exchangeColumns(exchange, width, panel, height, below);
     solveFromRight(hermitian ? RightFactor::LowerAdjointUnit : RightFactor::LowerTransposedUnit, block,
                    height, width, panel, height, below);
@@ -426,9 +436,17 @@ bool Eliminator<T>::factorSymmetric(int J)
     return true;
 }
 
-template class Eliminator<float>;
-template class Eliminator<double>;
-template class Eliminator<std::complex<float>>;
-template class Eliminator<std::complex<double>>;
+// What is called from elsewhere: the rest is free to be inlined where it is called once.
+#define LINTRIX_INSTANTIATE(T)                                                                               \
+    template Eliminator<T>::Eliminator(const FactorPlan&, const FactorRules&, const T*, const Factor<T>&,    \
+                                       EliminationTeam&);                                                    \
+    template void Eliminator<T>::gather(int);                                                                \
+    template void Eliminator<T>::takeUpdates(int, int, PositionRange, const Factor<T>&);                     \
+    template void Eliminator<T>::work(int, PositionRange, Entries);
+LINTRIX_INSTANTIATE(float)
+LINTRIX_INSTANTIATE(double)
+LINTRIX_INSTANTIATE(std::complex<float>)
+LINTRIX_INSTANTIATE(std::complex<double>)
+#undef LINTRIX_INSTANTIATE
 
 } // namespace Velmar::Lintrix::detail::engine

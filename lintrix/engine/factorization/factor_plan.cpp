@@ -33,8 +33,6 @@ FactorSizes sizesOf(const ControlBlock& control)
     sizes.fill = control[WideWord::LowerNonZeros];
     sizes.tallest = control[Word::TallestPanel];
     sizes.widest = control[Word::WidestPanel];
-    sizes.updates = control[WideWord::Updates];
-    sizes.largestUpdate = control[WideWord::LargestUpdate];
     return sizes;
 }
 
@@ -135,7 +133,7 @@ FactorPlan planOf(Handle handle)
 
 Failure FactorLists::make(const Handle& handle, FactorPlan& plan)
 {
-    if (const Failure failure = makeDescendants(plan)) return failure;
+    if (const Failure failure = makeDescendants(handle, plan)) return failure;
     if (const Failure failure = makeRuns(handle, plan)) return failure;
     return makeScaling(handle, plan);
 }
@@ -155,21 +153,21 @@ Failure FactorLists::forecast(const Handle& handle, const FactorPlan& plan, List
     if (!runs || !work) return outOfMemory(BlockCode::Transient, missingBytes(runs, work));
     forecast.runs = dealOutRuns(handle, plan, work.span(), runs.span());
     forecast.lists.add<std::int64_t>(supernodes + 1)
-        .add<Descendant>(plan.sizes.updates)
+        .add<Descendant>(handle.control()[WideWord::Updates])
         .add<PositionRange>(supernodes);
     forecast.dealing.add<double>(supernodes);
     if (isScaled(handle)) forecast.scaling.add<double>(2 * std::int64_t{handle.control()[Word::Order]});
     return {};
 }
 
-Failure FactorLists::makeDescendants(FactorPlan& plan)
+Failure FactorLists::makeDescendants(const Handle& handle, FactorPlan& plan)
 {
-    const std::int64_t starts = std::int64_t{plan.structure.supernodes()} + 1;
-    descendantStarts_ = Scratch<std::int64_t>::uninitialised(starts);
+    const std::span<const std::int64_t> starts = PermanentStructure(handle).descendantStarts();
+    descendantStarts_ = Scratch<std::int64_t>::uninitialised(std::ssize(starts));
     if (!descendantStarts_) return outOfMemory(BlockCode::RealWork, missingBytes(descendantStarts_));
-    descendants_ = Scratch<Descendant>::uninitialised(plan.sizes.updates);
+    descendants_ = Scratch<Descendant>::uninitialised(starts.back());
     if (!descendants_) return outOfMemory(BlockCode::RealWork, missingBytes(descendants_));
-    countDescendants(plan.structure, descendantStarts_.span());
+    std::ranges::copy(starts, descendantStarts_.get());
     plan.descendants = {descendantStarts_.span(), descendants_.span()};
     listDescendants(plan.structure, plan.descendants);
     return {};

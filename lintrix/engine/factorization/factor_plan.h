@@ -37,7 +37,7 @@ public:
     static Failure forecast(const Handle& handle, const FactorPlan& plan, ListForecast& forecast);
 
 private:
-    Failure makeDescendants(FactorPlan& plan);
+    Failure makeDescendants(const Handle& handle, FactorPlan& plan);
     Failure makeRuns(const Handle& handle, FactorPlan& plan);
     Failure makeScaling(const Handle& handle, FactorPlan& plan);
 

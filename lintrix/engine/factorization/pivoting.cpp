@@ -375,15 +375,20 @@ PivotCounts pivotCompletely(T* block, int ld, int w, double eps, int* rowExchang
     return pivoting<T>().completely({block, ld, w}, eps, rowExchange, columnExchange);
 }
 
+// A block of one column leaves too little to do for a way to the function of an instruction set.
 template <class T>
 PivotCounts pivotOnDiagonal(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
 {
+    if (w == 1)
+        return SymmetricPivoting<T, 16>({block, ld, 1}, eps, hermitian, exchanges).run(chooseOnDiagonal<T>);
     return pivoting<T>().onDiagonal({block, ld, w}, eps, hermitian, exchanges);
 }
 
 template <class T>
 PivotCounts pivotBunchKaufman(T* block, int ld, int w, double eps, bool hermitian, int* exchanges)
 {
+    if (w == 1)
+        return SymmetricPivoting<T, 16>({block, ld, 1}, eps, hermitian, exchanges).run(chooseBunchKaufman<T>);
     return pivoting<T>().bunchKaufman({block, ld, w}, eps, hermitian, exchanges);
 }
 

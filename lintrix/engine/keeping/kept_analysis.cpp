@@ -230,9 +230,9 @@ private:
     SectionFault deriveTheRest()
     {
         ControlBlock& control = handle_.control();
-        placePanels(handle_);
         PermanentStructure permanent(handle_);
         const FactorStructure structure = permanent.structure();
+        placePanels(handle_, measureUpdates(structure, permanent.descendantStarts()));
         const std::span<const int> rowsMove = columnOfRow();
         if (control[WideWord::LowerElements] > kMostElements / 2 ||
             !holdsEntries(structure, A_, rowsMove, permanent.positionOf()))

@@ -22,8 +22,8 @@ class Descendants : public ::testing::TestWithParam<int> {
 protected:
     Descendants() : graph_(grid(12, 11)), pipeline_(graph_.view(), randomOrdering(132, 3), GetParam(), false)
     {
-        starts_.resize(static_cast<std::size_t>(structure().supernodes()) + 1);
-        entries_.resize(static_cast<std::size_t>(countDescendants(structure(), starts_)));
+        starts_ = pipeline_.descendantStarts;
+        entries_.resize(static_cast<std::size_t>(starts_.back()));
         listDescendants(structure(), lists());
     }
 

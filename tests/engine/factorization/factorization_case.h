@@ -101,8 +101,8 @@ struct FactorizationCase {
         place.resize(entries);
         EXPECT_FALSE(mapEntries(A.pattern(), {}, p.ordering.view(), s, !isUnsymmetric(rules.method), 1,
                                 {firstEntry, source, place}));
-        listStarts.resize(p.starts.size());
-        list.resize(static_cast<std::size_t>(countDescendants(s, listStarts)));
+        listStarts = p.descendantStarts;
+        list.resize(static_cast<std::size_t>(listStarts.back()));
         listDescendants(s, {listStarts, list});
         runs.resize(static_cast<std::size_t>(s.supernodes()));
         std::vector<double> work(runs.size());

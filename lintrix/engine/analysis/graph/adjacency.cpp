@@ -91,7 +91,6 @@ Failure checkPattern(const Pattern& pattern)
 
 Failure SymmetrizedPattern::count(const Pattern& pattern, std::span<const int> columnOfRow)
 {
-    if (const Failure failure = checkPattern(pattern)) return failure;
     pattern_ = pattern;
     if (const Failure failure = takeRows(columnOfRow)) return failure;
     places_ = Scratch<int>::uninitialised(pattern.order());
@@ -276,12 +275,16 @@ Graph SymmetrizedPattern::mirror(std::span<int> starts, std::span<int> neighbour
     return {starts, neighbours};
 }
 
+// Where a row's diagonal stands is nothing that a processor could foresee, so that it is written, too, as
+// long as there is room for it behind.
 Graph SymmetrizedPattern::withoutDiagonal(std::span<int> starts, std::span<int> neighbours) const
 {
-    int* end = neighbours.data();
+    int *end = neighbours.data(), *const behind = end + neighbours.size();
     for (int r = 0; r < pattern_.order(); ++r) {
+        const std::span<const int> row = pattern_.row(r);
         starts[r] = static_cast<int>(end - neighbours.data());
-        end = std::ranges::remove_copy(pattern_.row(r), end, r).out;
+        end = std::ssize(row) <= behind - end ? writeMembers(row, r, r, end)
+                                              : std::ranges::remove_copy(row, end, r).out;
     }
     starts[pattern_.order()] = static_cast<int>(end - neighbours.data());
     return {starts, neighbours};

@@ -32,6 +32,7 @@ LINTRIX_TESTABLE Failure checkPattern(const Pattern& pattern);
 
 /// The symmetrized pattern, in two steps, so that the caller takes the block for the graph in between:
 ///
+///     if (const Failure failure = checkPattern(pattern)) return failure;
 ///     SymmetrizedPattern adjacency;
 ///     if (const Failure failure = adjacency.count(pattern, columnOfRow)) return failure;
 ///     ... room for order + 1 starts and adjacency.entries() neighbours ...
@@ -53,9 +54,8 @@ public:
     /// Counts the entries. With `columnOfRow` (order elements, a permutation) row i of A is taken as row
     /// columnOfRow[i], which puts the matched entries on the diagonal: the graph is then that of P*A plus its
     /// transpose. Empty, it stands for the identity. Both arguments must live until `write` has returned.
-    /// @return  {Reordering, kBadPattern}  `ia` does not ascend from 0 to the length of `ja`, or a column
-    /// lies
-    ///          outside the matrix; outOfMemory(Transient); overflow() where 32 bits do not hold the count
+    /// The pattern is one that `checkPattern` has passed.
+    /// @return  outOfMemory(Transient); overflow() where 32 bits do not hold the count
     LINTRIX_TESTABLE Failure count(const Pattern& pattern, std::span<const int> columnOfRow = {});
     /// Both directions of each edge counted, the diagonal not: the length of `neighbours`, and the
     /// structure's new count of non-zeros.

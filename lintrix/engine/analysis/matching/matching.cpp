@@ -102,7 +102,8 @@ public:
             if (columnOfRow_[i] >= 0) columns_[i].row = i;
         }
         matchTightEntries();
-        for (int i = 0; i < n_ && WorkScope::goesOn(); ++i) {
+        const WorkMeter asking(0.0); // tells nothing
+        for (int i = 0; i < n_ && asking.goesOn(); ++i) {
             if (columnOfRow_[i] < 0) augmentFrom(i);
         }
         if (size_ == n_) removeDrift();

@@ -117,7 +117,7 @@ void LightElimination::leaveOutDense(std::span<int> order)
 // Leaves first, until there are none: next to one, a vertex of degree 2 would make an edge that nobody needs.
 // A pass takes vertices of degree 2 that are independent of each other, so that chains are halved: the
 // elimination tree stays low, and a substitution need not wait for one unknown after the other.
-void LightElimination::eliminateAll(std::span<int> order)
+inline void LightElimination::eliminateAll(std::span<int> order)
 {
     for (int v = 0; v < static_cast<int>(order.size()); ++v) takeLeaves(v, order);
     std::iota(touched_.span().begin(), touched_.span().end(), 0);
@@ -135,13 +135,13 @@ void LightElimination::eliminateAll(std::span<int> order)
 }
 
 // From a leaf on, as long as that leaves another.
-void LightElimination::takeLeaves(int v, std::span<int> order)
+inline void LightElimination::takeLeaves(int v, std::span<int> order)
 {
     while (v != kNone && (vertexOf_[v].degree == 0 || vertexOf_[v].degree == 1)) v = eliminate(v, order);
 }
 
 // Of the vertices touched, those that may go. @return  how many
-int LightElimination::keepLight()
+inline int LightElimination::keepLight()
 {
     int count = 0;
     for (const int v : touched_.span().first(static_cast<std::size_t>(touchedCount_))) {
@@ -152,7 +152,7 @@ int LightElimination::keepLight()
 }
 
 // @return  a neighbour that it had, or kNone
-int LightElimination::eliminate(int v, std::span<int> order)
+inline int LightElimination::eliminate(int v, std::span<int> order)
 {
     const auto [a, b] = endsOf(v);
     const int degree = std::exchange(vertexOf_[v].degree, kGone);
@@ -169,19 +169,19 @@ int LightElimination::eliminate(int v, std::span<int> order)
     return a;
 }
 
-void LightElimination::touch(int v)
+inline void LightElimination::touch(int v)
 {
     if (std::exchange(vertexOf_[v].touchedIn, pass_) != pass_) touched_[touchedCount_++] = v;
 }
 
-bool LightElimination::isNextToLongList(int v) const
+inline bool LightElimination::isNextToLongList(int v) const
 {
     const auto [a, b] = endsOf(v);
     return std::max(vertexOf_[a].length, vertexOf_[b].length) > kLongList;
 }
 
 // The neighbours of what has gone are joined.
-void LightElimination::bridge(int a, int b)
+inline void LightElimination::bridge(int a, int b)
 {
     const bool areJoined = dropGone(a, b);
     dropGone(b, a);
@@ -195,7 +195,7 @@ void LightElimination::bridge(int a, int b)
 }
 
 // Clears the list of v, and tells whether another vertex is in it.
-bool LightElimination::dropGone(int v, int sought)
+inline bool LightElimination::dropGone(int v, int sought)
 {
     Vertex& vertex = vertexOf_[v];
     int* const begin = neighbours_.get() + vertex.start;
@@ -210,19 +210,19 @@ bool LightElimination::dropGone(int v, int sought)
     return isFound;
 }
 
-void LightElimination::append(int v, int u)
+inline void LightElimination::append(int v, int u)
 {
     Vertex& vertex = vertexOf_[v];
     neighbours_[vertex.start + vertex.length++] = u;
 }
 
-std::span<int> LightElimination::listOf(int v) const
+inline std::span<int> LightElimination::listOf(int v) const
 {
     return {neighbours_.get() + vertexOf_[v].start, static_cast<std::size_t>(vertexOf_[v].length)};
 }
 
 // The first two neighbours that are left, kNone where there are fewer.
-std::pair<int, int> LightElimination::endsOf(int v) const
+inline std::pair<int, int> LightElimination::endsOf(int v) const
 {
     int first = kNone;
     for (const int u : listOf(v)) {

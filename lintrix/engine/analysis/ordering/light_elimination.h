@@ -58,17 +58,18 @@ private:
     void joinLists(const Pattern& pattern);
     void clearOfRepeats();
     void leaveOutDense(std::span<int> order);
-    void eliminateAll(std::span<int> order);
-    int keepLight();
-    void takeLeaves(int v, std::span<int> order);
-    int eliminate(int v, std::span<int> order);
-    void touch(int v);
-    bool isNextToLongList(int v) const;
-    void bridge(int a, int b);
-    bool dropGone(int v, int sought);
-    void append(int v, int u);
-    std::span<int> listOf(int v) const;
-    std::pair<int, int> endsOf(int v) const;
+    // Parts of one loop over vertices, which are called nowhere but in their source.
+    inline void eliminateAll(std::span<int> order);
+    inline int keepLight();
+    inline void takeLeaves(int v, std::span<int> order);
+    inline int eliminate(int v, std::span<int> order);
+    inline void touch(int v);
+    inline bool isNextToLongList(int v) const;
+    inline void bridge(int a, int b);
+    inline bool dropGone(int v, int sought);
+    inline void append(int v, int u);
+    inline std::span<int> listOf(int v) const;
+    inline std::pair<int, int> endsOf(int v) const;
 
     std::span<int> counts_;
     Scratch<Vertex> vertexOf_;

@@ -1,7 +1,5 @@
 #include <lintrix/engine/analysis/ordering/multiple_elimination.h>
 
-#include <lintrix/services/work.h>
-
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -38,13 +36,14 @@ Failure MultipleElimination::run(const Graph& graph, int delta, std::span<const 
 void MultipleElimination::eliminateStage(int stage, int delta)
 {
     const auto n = static_cast<int>(order_.size());
+    const WorkMeter asking(0.0); // tells nothing
     for (int v = 0; v < n; ++v) {
         const bool isDue = stages_.empty() || stages_[static_cast<std::size_t>(v)] == stage;
         if (isDue && remaining_.isLive(v)) lists_.insert(v, remaining_.degree(v));
     }
-    while (lists_.firstUpTo(n - 1) != DegreeLists::kNone && WorkScope::goesOn()) {
+    while (lists_.firstUpTo(n - 1) != DegreeLists::kNone && asking.goesOn()) {
         const int lowest = lists_.lowest();
-        eliminatePass(lowest + std::min({delta, lowest / kAllowanceShare, n - 1 - lowest}));
+        eliminatePass(lowest + std::min({delta, lowest / kAllowanceShare, n - 1 - lowest}), asking);
     }
 }
 
@@ -62,10 +61,10 @@ void MultipleElimination::leaveOutDense(const Graph& graph)
     for (int v = 0; v < n; ++v) dense_[v] = isDense(graph.degree(v), n);
 }
 
-void MultipleElimination::eliminatePass(int limit)
+inline void MultipleElimination::eliminatePass(int limit, const WorkMeter& asking)
 {
     touchedCount_ = 0;
-    for (int p = lists_.firstUpTo(limit); p != DegreeLists::kNone && WorkScope::goesOn();
+    for (int p = lists_.firstUpTo(limit); p != DegreeLists::kNone && asking.goesOn();
          p = lists_.firstUpTo(limit)) {
         lists_.remove(p);
         eliminate(p);
@@ -75,7 +74,7 @@ void MultipleElimination::eliminatePass(int limit)
     }
 }
 
-void MultipleElimination::eliminate(int p)
+inline void MultipleElimination::eliminate(int p)
 {
     for (const int v : remaining_.makeElement(p)) {
         touched_[touchedCount_] = v; // stays if it is new, which is chance
@@ -94,7 +93,7 @@ void MultipleElimination::eliminate(int p)
 }
 
 // Of the vertices that went last, each of which has those behind it among its rows.
-void MultipleElimination::tellCounts(std::size_t first, int boundary)
+inline void MultipleElimination::tellCounts(std::size_t first, int boundary)
 {
     for (std::size_t k = first; k < ordered_; ++k) counts_[k] = static_cast<int>(ordered_ - k) + boundary;
 }

@@ -5,6 +5,7 @@
 
 #include <lintrix/engine/analysis/ordering/degree_lists.h>
 #include <lintrix/engine/analysis/ordering/quotient_graph.h>
+#include <lintrix/services/work.h>
 
 #include <cstdint>
 
@@ -55,9 +56,9 @@ private:
     Failure allocate(int n);
     void leaveOutDense(const Graph& graph);
     void eliminateStage(int stage, int delta);
-    void eliminatePass(int limit);
-    void eliminate(int p);
-    void tellCounts(std::size_t first, int boundary);
+    inline void eliminatePass(int limit, const WorkMeter& asking);
+    inline void eliminate(int p);
+    inline void tellCounts(std::size_t first, int boundary);
     void appendDense(const Graph& graph);
 
     QuotientGraph remaining_;

@@ -119,7 +119,7 @@ int QuotientGraph::roomNeededBy(const Node& pivot) const
 }
 
 // Appends the live variables among `names` that are not in the boundary yet, and adds up their weight.
-int QuotientGraph::gather(std::span<const int> names, int end, int& weight)
+inline int QuotientGraph::gather(std::span<const int> names, int end, int& weight)
 {
     for (const int v : names) {
         const int own = weights_[v];
@@ -184,7 +184,7 @@ std::span<const int> QuotientGraph::update(int p)
 
 // A pivot with one neighbour left makes no clique: the neighbour only loses it. The lists that name the pivot
 // are cleared of it when they are refreshed, so that a vertex with many leaves is not looked at for each.
-void QuotientGraph::dropIntoOnlyNeighbour(int p, int v)
+inline void QuotientGraph::dropIntoOnlyNeighbour(int p, int v)
 {
     nodes_[v].degree -= pivotWeight_;
     weights_[v] = -weights_[v];
@@ -194,7 +194,7 @@ void QuotientGraph::dropIntoOnlyNeighbour(int p, int v)
 
 // For each element that the boundary touches: marks_ - stamp_ is the weight of its own boundary outside the
 // pivot's.
-void QuotientGraph::measureOutsides(std::span<const int> boundary)
+inline void QuotientGraph::measureOutsides(std::span<const int> boundary)
 {
     for (const int v : boundary) {
         const Node& variable = nodes_[v];
@@ -210,7 +210,7 @@ void QuotientGraph::measureOutsides(std::span<const int> boundary)
 // Clears the list of variable v of all that element p stands for now, puts p in, and sets the degree to a
 // bound of what lies outside the boundary of p. False if nothing does. The list does not grow: what led from
 // p to v, be it p itself or an element that p absorbed, leaves it.
-bool QuotientGraph::refresh(int p, int v)
+inline bool QuotientGraph::refresh(int p, int v)
 {
     Node& variable = nodes_[v];
     const std::span<int> names = listOf(variable);
@@ -235,7 +235,7 @@ bool QuotientGraph::refresh(int p, int v)
 
 // The elements that reach beyond the pivot's boundary move to the head of the variable's list, the others are
 // absorbed.
-QuotientGraph::Rewrite QuotientGraph::keepElements(const Node& variable)
+inline QuotientGraph::Rewrite QuotientGraph::keepElements(const Node& variable)
 {
     Rewrite list{variable.start, 0, 0};
     for (const int e : listOf(variable).first(static_cast<std::size_t>(variable.elements))) {
@@ -253,7 +253,7 @@ QuotientGraph::Rewrite QuotientGraph::keepElements(const Node& variable)
 }
 
 // Keeps the live variables outside the boundary of p; `displaced` stands for p.
-void QuotientGraph::keepVariables(int p, std::span<const int> names, int displaced, Rewrite& list)
+inline void QuotientGraph::keepVariables(int p, std::span<const int> names, int displaced, Rewrite& list)
 {
     Rewrite kept = list; // a copy of its own stays in registers
     for (const int name : names) {
@@ -265,14 +265,14 @@ void QuotientGraph::keepVariables(int p, std::span<const int> names, int displac
     list = kept;
 }
 
-void QuotientGraph::absorb(int element)
+inline void QuotientGraph::absorb(int element)
 {
     marks_[element] = 0;
     nodes_[element].length = 0;
 }
 
 // Variable v of the boundary of p is eliminated together with p.
-void QuotientGraph::goAlong(int p, int v)
+inline void QuotientGraph::goAlong(int p, int v)
 {
     const int weight = -std::exchange(weights_[v], 0);
     nodes_[p].degree -= weight;
@@ -287,7 +287,7 @@ void QuotientGraph::joinMembers(int v, int other)
     std::swap(nextMember_[v], nextMember_[other]);
 }
 
-void QuotientGraph::mergeTwins(std::span<const int> boundary)
+inline void QuotientGraph::mergeTwins(std::span<const int> boundary)
 {
     if (boundary.size() <= kShortBoundary)
         mergeTwinsByPairs(boundary);
@@ -297,7 +297,7 @@ void QuotientGraph::mergeTwins(std::span<const int> boundary)
 
 // Those of a hash are chained up, the last of them first. Mostly there are none: two of a hash have their
 // last bits in common, of which one look tells.
-void QuotientGraph::mergeTwinsByPairs(std::span<const int> boundary)
+inline void QuotientGraph::mergeTwinsByPairs(std::span<const int> boundary)
 {
     std::array<unsigned, kShortBoundary> hashes;
     std::array<std::uint64_t, 4> met{};

@@ -74,9 +74,10 @@ private:
     std::span<int> listOf(const Node& node) const;
     int roomNeededBy(const Node& pivot) const;
     void compact();
-    int gather(std::span<const int> names, int end, int& weight);
+    // Inline are parts of the two halves of an elimination, which are called nowhere but in their source.
+    inline int gather(std::span<const int> names, int end, int& weight);
 
-    void measureOutsides(std::span<const int> boundary);
+    inline void measureOutsides(std::span<const int> boundary);
     /// A list while it is rewritten.
     struct Rewrite {
         int end;       ///< of what is kept so far
@@ -91,15 +92,15 @@ private:
             hash += isKept ? static_cast<unsigned>(name) : 0U;
         }
     };
-    Rewrite keepElements(const Node& variable);
-    void keepVariables(int p, std::span<const int> names, int displaced, Rewrite& list);
-    bool refresh(int p, int v);
-    void absorb(int element);
-    void goAlong(int p, int v);
-    void dropIntoOnlyNeighbour(int p, int v);
+    inline Rewrite keepElements(const Node& variable);
+    inline void keepVariables(int p, std::span<const int> names, int displaced, Rewrite& list);
+    inline bool refresh(int p, int v);
+    inline void absorb(int element);
+    inline void goAlong(int p, int v);
+    inline void dropIntoOnlyNeighbour(int p, int v);
 
-    void mergeTwins(std::span<const int> boundary);
-    void mergeTwinsByPairs(std::span<const int> boundary);
+    inline void mergeTwins(std::span<const int> boundary);
+    inline void mergeTwinsByPairs(std::span<const int> boundary);
     void mergeTwinsByBuckets(std::span<const int> boundary);
     void mergeTwinsOf(int v);
     bool isMarkedTwin(const Node& a, const Node& b) const;

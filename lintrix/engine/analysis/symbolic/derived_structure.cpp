@@ -5,7 +5,7 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-void placePanels(Handle handle)
+void placePanels(Handle handle, const UpdateSizes& updates)
 {
     PermanentStructure permanent(handle);
     const FactorSizes sizes =
@@ -16,8 +16,8 @@ void placePanels(Handle handle)
     control.set(WideWord::LowerElements, sizes.lower);
     control.set(WideWord::UpperElements, sizes.upper);
     control.set(WideWord::LowerNonZeros, sizes.fill);
-    control.set(WideWord::LargestUpdate, sizes.largestUpdate);
-    control.set(WideWord::Updates, sizes.updates);
+    control.set(WideWord::LargestUpdate, updates.largest);
+    control.set(WideWord::Updates, updates.updates);
 }
 
 Failure listUpdates(Handle handle)

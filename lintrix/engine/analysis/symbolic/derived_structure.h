@@ -3,6 +3,7 @@
 /// What follows from the supernodes and the subgraphs of a handle alone: an analysis works it out, and so
 /// does who takes up one that was saved.
 
+#include <lintrix/engine/analysis/symbolic/factor_structure.h>
 #include <lintrix/engine/call/failure.h>
 #include <lintrix/engine/call/handle.h>
 
@@ -10,8 +11,8 @@
 
 namespace Velmar::Lintrix::detail::engine {
 
-/// Starts of the panels, and all sizes in the control block.
-void placePanels(Handle handle);
+/// Starts of the panels, and all sizes in the control block, those of the updates as they have been told.
+void placePanels(Handle handle, const UpdateSizes& updates);
 
 /// Which separators each independent subgraph updates. @return  outOfMemory(Transient)
 Failure listUpdates(Handle handle);

@@ -12,16 +12,21 @@ namespace Velmar::Lintrix::detail::engine {
 namespace {
 
 // Builds the row lists, row after row: a row stands in the lists of all supernodes on the ways up the tree
-// from the entries left of its diagonal to its own.
+// from the entries left of its diagonal to its own. Each of these updates the row's supernode with the run of
+// rows that it has there, and the cells of an update grow with its rows: the largest number on the way is
+// that of the largest.
 class RowLists {
 public:
-    RowLists(const FactorStructure& structure, std::span<const int> parent, std::span<int> rows)
-        : structure_(structure), rows_(rows), ways_(Scratch<Way>::uninitialised(structure.supernodes()))
+    RowLists(const FactorStructure& structure, std::span<const int> parent, std::span<int> rows,
+             std::span<std::int64_t> updatesOf)
+        : structure_(structure), rows_(rows), updatesOf_(updatesOf),
+          ways_(Scratch<Way>::uninitialised(structure.supernodes()))
     {
         for (int J = 0; ways_ && J < structure.supernodes(); ++J) begin(J, parent);
     }
 
     std::int64_t missingBytes() const { return ways_.missingBytes(); }
+    std::int64_t largestUpdate() const { return largestUpdate_; }
 
     // Returns whether all are filled: else the work has to end.
     bool fill(const Graph& earlier, const Ordering& ordering)
@@ -29,11 +34,13 @@ public:
         const WorkMeter asking(0.0); // tells nothing
         WorkShare share(asking);
         for (int row = 0; row < earlier.vertices(); ++row) {
-            int entered = 0;
-            ways_[structure_.supernodeOf[row]].lastRow = row;
+            const int owner = structure_.supernodeOf[row];
+            Entered entered;
+            ways_[owner].lastRow = row;
             for (const int u : earlier.of(ordering.vertexAt[row]))
-                entered += enter(row, structure_.supernodeOf[ordering.positionOf[u]]);
-            if (!share.add(kCellsOfARow * (1.0 + entered))) return false;
+                enter(row, owner, structure_.supernodeOf[ordering.positionOf[u]], entered);
+            updatesOf_[owner] += entered.updates;
+            if (!share.add(kCellsOfARow * (1.0 + entered.lists))) return false;
         }
         return true;
     }
@@ -44,7 +51,14 @@ private:
     struct Way {
         int lastRow; // that came by
         int parent;
-        std::int64_t end; // of the list so far
+        std::int64_t end;    // of the list so far
+        std::int64_t behind; // the end to come
+        std::int64_t run;    // where the last run of rows with one owner begins
+    };
+
+    // What a row came to.
+    struct Entered {
+        int lists = 0, updates = 0;
     };
 
     void begin(int J, std::span<const int> parent)
@@ -52,38 +66,38 @@ private:
         const int above = parent[static_cast<std::size_t>(structure_.starts[J + 1]) - 1];
         int* const list = rows_.data() + structure_.rowStarts[J];
         std::iota(list, list + structure_.width(J), structure_.starts[J]);
-        ways_[J] = {kRoot, above == kRoot ? kRoot : structure_.supernodeOf[above],
-                    structure_.rowStarts[J] + structure_.width(J)};
+        const std::int64_t below = structure_.rowStarts[J] + structure_.width(J);
+        ways_[J] = {kRoot, above == kRoot ? kRoot : structure_.supernodeOf[above], below,
+                    structure_.rowStarts[J + 1], below};
     }
 
-    // From supernode J up to where the row has come by. @return  the lists that it came to
-    int enter(int row, int J)
+    // From supernode J up to where the row has come by. By no rule that a processor could foresee does a row
+    // begin an update: a product takes the place of a jump.
+    void enter(int row, int owner, int J, Entered& entered)
     {
-        int lists = 0;
-        for (Way* way = &ways_[J]; way->lastRow != row; way = &ways_[way->parent], ++lists) {
-            way->lastRow = row;
-            rows_[static_cast<std::size_t>(way->end++)] = row;
+        const int firstOfOwner = structure_.starts[owner];
+        for (Way* way = &ways_[J]; way->lastRow != row; way = &ways_[way->parent], ++entered.lists) {
+            const bool begins = way->lastRow < firstOfOwner;
+            const std::int64_t end = way->end, run = way->run + begins * (end - way->run);
+            entered.updates += begins;
+            *way = {row, way->parent, end + 1, way->behind, run};
+            rows_[static_cast<std::size_t>(end)] = row;
+            largestUpdate_ = std::max(largestUpdate_, (way->behind - run) * (end + 1 - run));
         }
-        return lists;
     }
 
     const FactorStructure& structure_;
     std::span<int> rows_;
+    std::span<std::int64_t> updatesOf_;
+    std::int64_t largestUpdate_ = 0;
     Scratch<Way> ways_;
 };
 
-// The cells of an update grow with its rows: the largest number on the way is that of the largest.
-void addUpdates(const FactorStructure& structure, FactorSizes& sizes)
+// Of the lists of descendants, from their lengths.
+UpdateSizes sizesOf(std::span<std::int64_t> lengths, std::int64_t largest)
 {
-    std::int64_t updates = 0, largest = 0, first = 0; // in registers
-    forEachRowBelow(structure, [&](int, int K, int i, bool begins) {
-        first = begins ? i : first;
-        const std::int64_t rows = structure.height(K) - structure.width(K) - first;
-        largest = std::max(largest, rows * (i + 1 - first));
-        updates += begins;
-    });
-    sizes.updates = updates;
-    sizes.largestUpdate = largest;
+    std::exclusive_scan(lengths.begin(), lengths.end(), lengths.begin(), std::int64_t{0});
+    return {lengths.back(), largest};
 }
 
 } // namespace
@@ -102,12 +116,29 @@ Failure rowListStarts(std::span<const int> starts, std::span<const int> count, s
 }
 
 Failure fillRowLists(const Graph& earlier, const Ordering& ordering, std::span<const int> parent,
-                     const FactorStructure& structure, std::span<int> rows)
+                     const FactorStructure& structure, std::span<int> rows,
+                     std::span<std::int64_t> descendantStarts, UpdateSizes& sizes)
 {
-    RowLists lists(structure, parent, rows);
+    std::ranges::fill(descendantStarts, 0);
+    RowLists lists(structure, parent, rows, descendantStarts);
     if (const std::int64_t bytes = lists.missingBytes(); bytes > 0)
         return outOfMemory(BlockCode::Transient, bytes);
-    return lists.fill(earlier, ordering) ? Failure{} : stopped();
+    if (!lists.fill(earlier, ordering)) return stopped();
+    sizes = sizesOf(descendantStarts, lists.largestUpdate());
+    return {};
+}
+
+UpdateSizes measureUpdates(const FactorStructure& structure, std::span<std::int64_t> descendantStarts)
+{
+    std::ranges::fill(descendantStarts, 0);
+    std::int64_t largest = 0, first = 0; // in registers
+    forEachRowBelow(structure, [&](int J, int K, int i, bool begins) {
+        first = begins ? i : first;
+        const std::int64_t rows = structure.height(K) - structure.width(K) - first;
+        largest = std::max(largest, rows * (i + 1 - first));
+        descendantStarts[J] += begins;
+    });
+    return sizesOf(descendantStarts, largest);
 }
 
 FactorSizes panelStarts(const FactorStructure& structure, std::span<std::int64_t> lowerStarts,
@@ -132,7 +163,6 @@ FactorSizes panelStarts(const FactorStructure& structure, std::span<std::int64_t
         upperStarts.back() = upper;
         sizes.upper = upper;
     }
-    addUpdates(structure, sizes);
     return sizes;
 }
 

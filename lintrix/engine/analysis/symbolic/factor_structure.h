@@ -60,13 +60,17 @@ void forEachRowBelow(const FactorStructure& structure, Visit visit)
 
 /// Sizes of a factor, in elements of its arrays.
 struct FactorSizes {
-    std::int64_t rowIndices = 0;    ///< length of the row lists together
-    std::int64_t lower = 0;         ///< elements of all L panels
-    std::int64_t upper = 1;         ///< of all U panels; 1 in symmetric storage, which iparm(18) counts too
-    std::int64_t fill = 0;          ///< entries of L, without the upper triangles of the diagonal blocks
-    int tallest = 0, widest = 0;    ///< the largest height, the largest width
-    std::int64_t updates = 0;       ///< that supernodes give to each other
-    std::int64_t largestUpdate = 0; ///< cells of the largest of these
+    std::int64_t rowIndices = 0; ///< length of the row lists together
+    std::int64_t lower = 0;      ///< elements of all L panels
+    std::int64_t upper = 1;      ///< of all U panels; 1 in symmetric storage, which iparm(18) counts too
+    std::int64_t fill = 0;       ///< entries of L, without the upper triangles of the diagonal blocks
+    int tallest = 0, widest = 0; ///< the largest height, the largest width
+};
+
+/// What supernodes give to each other.
+struct UpdateSizes {
+    std::int64_t updates = 0; ///< how many
+    std::int64_t largest = 0; ///< cells of the largest
 };
 
 /// Row list starts (supernodes + 1 of them) from the column counts.
@@ -78,11 +82,18 @@ LINTRIX_TESTABLE Failure rowListStarts(std::span<const int> starts, std::span<co
 /// from the entries of row i of A to column i (Liu, "The role of elimination trees in sparse factorization",
 /// SIAM J. Matrix Anal. Appl. 11 (1990)). Rows come by one after another, which leaves every list ascending.
 /// `earlier` has those entries by vertices, as `earlierNeighbours` writes them. Linear in what is written.
+/// Tells the updates on the way, as `measureUpdates` does.
 LINTRIX_TESTABLE Failure fillRowLists(const Graph& earlier, const Ordering& ordering,
                                       std::span<const int> parent, const FactorStructure& structure,
-                                      std::span<int> rows);
+                                      std::span<int> rows, std::span<std::int64_t> descendantStarts,
+                                      UpdateSizes& sizes);
 
-/// Starts of the panels (supernodes + 1 each) and all sizes. `upperStarts` is empty for symmetric storage.
+/// The updates of row lists that are there, and where the descendants of each supernode, which update it,
+/// begin in a list of them all (supernodes + 1). Linear in the row lists.
+LINTRIX_TESTABLE UpdateSizes measureUpdates(const FactorStructure& structure,
+                                            std::span<std::int64_t> descendantStarts);
+
+/// Starts of the panels (supernodes + 1 each) and their sizes. `upperStarts` is empty for symmetric storage.
 LINTRIX_TESTABLE FactorSizes panelStarts(const FactorStructure& structure,
                                          std::span<std::int64_t> lowerStarts,
                                          std::span<std::int64_t> upperStarts);

@@ -13,6 +13,7 @@ std::int64_t PermanentStructure::lengthOf(Array name) const noexcept
     case Array::SupernodeStarts:
     case Array::RowStarts:
     case Array::LowerStarts:
+    case Array::DescendantStarts:
     case Array::MapFirstEntry:
         return boundaries;
     case Array::UpperStarts:
@@ -40,7 +41,8 @@ BlockLayout PermanentStructure::layout(std::int64_t targets)
     for (const Array name : {Array::SupernodeStarts, Array::SupernodeOf, Array::Rows, Array::MapFirstEntry,
                              Array::MapSource, Array::MapPlace, Array::TargetStarts})
         layout.add<int>(name, lengthOf(name));
-    for (const Array name : {Array::RowStarts, Array::LowerStarts, Array::UpperStarts})
+    for (const Array name :
+         {Array::RowStarts, Array::LowerStarts, Array::UpperStarts, Array::DescendantStarts})
         layout.add<std::int64_t>(name, lengthOf(name));
     layout.add<int>(Array::Targets, targets); // last: its length is known last
     return layout;

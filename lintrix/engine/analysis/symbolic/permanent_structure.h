@@ -52,6 +52,8 @@ public:
     /// Where the panels of each supernode begin, in elements from the first; none of U in symmetric storage.
     std::span<std::int64_t> lowerStarts() { return array<std::int64_t>(Array::LowerStarts); }
     std::span<std::int64_t> upperStarts() { return array<std::int64_t>(Array::UpperStarts); }
+    /// Where the descendants of each supernode begin in a list of them all, which a factorization makes.
+    std::span<std::int64_t> descendantStarts() { return array<std::int64_t>(Array::DescendantStarts); }
     EntryMaps maps()
     {
         return {array<int>(Array::MapFirstEntry), array<int>(Array::MapSource), array<int>(Array::MapPlace)};

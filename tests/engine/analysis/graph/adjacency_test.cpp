@@ -13,6 +13,7 @@
 #include <numeric>
 #include <random>
 #include <set>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -62,14 +63,19 @@ OwnedGraph reference(const OwnedPattern& pattern, const std::vector<int>& column
     return graphOf(n, edges);
 }
 
+// Nothing is written behind the room for the neighbours.
 OwnedGraph symmetrized(const OwnedPattern& pattern, const std::vector<int>& columnOfRow = {})
 {
+    constexpr int kUntouched = -7;
     SymmetrizedPattern adjacency;
     EXPECT_FALSE(adjacency.count(pattern.view(), columnOfRow));
-    OwnedGraph graph{std::vector<int>(pattern.ia.size(), -7),
-                     std::vector<int>(static_cast<std::size_t>(adjacency.entries()), -7)};
-    const Graph view = adjacency.write(graph.starts, graph.neighbours);
+    const auto entries = static_cast<std::size_t>(adjacency.entries());
+    OwnedGraph graph{std::vector<int>(pattern.ia.size(), kUntouched),
+                     std::vector<int>(entries + 1, kUntouched)};
+    const Graph view = adjacency.write(graph.starts, std::span(graph.neighbours).first(entries));
     EXPECT_EQ(view.starts.data(), graph.starts.data());
+    EXPECT_EQ(graph.neighbours.back(), kUntouched);
+    graph.neighbours.pop_back();
     return graph;
 }
 
@@ -98,6 +104,7 @@ TEST(Adjacency, SymmetricStructureStaysAsItIs)
 {
     const auto graph = symmetrized(patternOf({{0, 1}, {0, 1, 2}, {1, 2}}));
     expectSame(graph, {{0, 1, 3, 4}, {1, 0, 2, 1}});
+    expectSame(symmetrized(patternOf({{0, 1}, {0, 1}, {2}, {3}})), {{0, 1, 2, 2, 2}, {1, 0}});
 }
 
 TEST(Adjacency, RowsAreTakenThroughTheMatching)
@@ -171,8 +178,7 @@ TEST(Adjacency, UnorderedAndRepeatedColumnsGiveTheSameGraph)
 TEST(Adjacency, PatternThatFitsNoMatrixIsRefused)
 {
     const auto refused = [](const OwnedPattern& pattern) {
-        SymmetrizedPattern adjacency;
-        const Failure failure = adjacency.count(pattern.view());
+        const Failure failure = checkPattern(pattern.view());
         return failure.error == Error::Reordering && failure.internal == kBadPattern;
     };
     EXPECT_TRUE(refused(patternOf({{0, 2}, {1}})));    // column n

@@ -211,7 +211,9 @@ TEST(SymbolicSteps, TellWhenThereIsNoMemory)
     const FailingAllocator none(0);
     EXPECT_EQ(eliminationTree(g.view(), p.ordering.view(), p.parent).internal, -900);
     EXPECT_EQ(postorder(p.ranges, p.parent, p.ordering.view()).internal, -900);
-    EXPECT_EQ(fillRowLists(p.earlier.view(), p.ordering.view(), p.parent, p.structure(), p.rows).internal,
+    EXPECT_EQ(fillRowLists(p.earlier.view(), p.ordering.view(), p.parent, p.structure(), p.rows,
+                           p.descendantStarts, p.updates)
+                  .internal,
               -900);
 }
 

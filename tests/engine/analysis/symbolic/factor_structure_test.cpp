@@ -74,7 +74,7 @@ TEST_P(Structure, PanelsLieOneAfterAnother)
     const OwnedGraph g = graph();
     const Pipeline p(g.view(), ordering(), 5, true);
     const FactorStructure s = p.structure();
-    std::int64_t lower = 0, upper = 0, largest = 0, updates = 0;
+    std::int64_t lower = 0, upper = 0;
     int tallest = 0, widest = 0;
     for (int J = 0; J < s.supernodes(); ++J) {
         EXPECT_EQ(p.lowerStarts[static_cast<std::size_t>(J)], lower);
@@ -83,15 +83,6 @@ TEST_P(Structure, PanelsLieOneAfterAnother)
         upper += (s.height(J) - s.width(J)) * s.width(J);
         tallest = std::max(tallest, s.height(J));
         widest = std::max(widest, s.width(J));
-        for (int target = J + 1; target < s.supernodes(); ++target) { // the update that J gives to target
-            const auto rows = s.rowsBelow(J);
-            const auto from =
-                std::lower_bound(rows.begin(), rows.end(), s.starts[static_cast<std::size_t>(target)]);
-            const auto to =
-                std::lower_bound(rows.begin(), rows.end(), s.starts[static_cast<std::size_t>(target) + 1]);
-            largest = std::max<std::int64_t>(largest, (rows.end() - from) * (to - from));
-            updates += from < to;
-        }
     }
     EXPECT_EQ(p.sizes.lower, lower);
     EXPECT_EQ(p.sizes.upper, upper);
@@ -99,9 +90,38 @@ TEST_P(Structure, PanelsLieOneAfterAnother)
     EXPECT_EQ(p.upperStarts.back(), upper);
     EXPECT_EQ(p.sizes.tallest, tallest);
     EXPECT_EQ(p.sizes.widest, widest);
-    EXPECT_EQ(p.sizes.largestUpdate, largest);
-    EXPECT_EQ(p.sizes.updates, updates);
     EXPECT_EQ(p.sizes.rowIndices, p.rowStarts.back());
+}
+
+TEST_P(Structure, UpdatesAreToldAsTheListsAreFilledAndOfThoseThatAreThere)
+{
+    const OwnedGraph g = graph();
+    for (const int panelWidth : {1, 5}) {
+        const Pipeline p(g.view(), ordering(), panelWidth);
+        const FactorStructure s = p.structure();
+        std::vector<std::int64_t> starts{0};
+        std::int64_t largest = 0;
+        for (int target = 0; target < s.supernodes(); ++target) {
+            std::int64_t descendants = 0;
+            for (int J = 0; J < target; ++J) { // the update that J gives to target
+                const auto rows = s.rowsBelow(J);
+                const auto from = std::ranges::lower_bound(rows, s.starts[static_cast<std::size_t>(target)]);
+                const auto to =
+                    std::ranges::lower_bound(rows, s.starts[static_cast<std::size_t>(target) + 1]);
+                largest = std::max<std::int64_t>(largest, (rows.end() - from) * (to - from));
+                descendants += from < to;
+            }
+            starts.push_back(starts.back() + descendants);
+        }
+        EXPECT_EQ(p.descendantStarts, starts);
+        EXPECT_EQ(p.updates.updates, starts.back());
+        EXPECT_EQ(p.updates.largest, largest);
+        std::vector<std::int64_t> measuredStarts(starts.size());
+        const UpdateSizes measured = measureUpdates(s, measuredStarts);
+        EXPECT_EQ(measuredStarts, starts);
+        EXPECT_EQ(measured.updates, starts.back());
+        EXPECT_EQ(measured.largest, largest);
+    }
 }
 
 // A matrix on the graph with a value of its own at each place: 1000 * row + column.

@@ -45,7 +45,9 @@ struct Pipeline {
         earlier.starts.resize(n + 1);
         earlier.neighbours.resize(earlierNeighbourCells(graph));
         earlierNeighbours(graph, ordering.positionOf, earlier.starts, earlier.neighbours);
-        EXPECT_FALSE(fillRowLists(earlier.view(), ordering.view(), parent, structure(), rows));
+        descendantStarts.resize(starts.size());
+        EXPECT_FALSE(fillRowLists(earlier.view(), ordering.view(), parent, structure(), rows,
+                                  descendantStarts, updates));
         lowerStarts.resize(starts.size());
         if (unsymmetric) upperStarts.resize(starts.size());
         sizes = panelStarts(structure(), lowerStarts, upperStarts);
@@ -57,8 +59,9 @@ struct Pipeline {
     std::vector<PositionRange> ranges;
     OwnedGraph permuted, earlier;
     std::vector<int> parent, count, supernodeOf, starts, rows;
-    std::vector<std::int64_t> rowStarts, lowerStarts, upperStarts;
+    std::vector<std::int64_t> rowStarts, descendantStarts, lowerStarts, upperStarts;
     Partition partition;
+    UpdateSizes updates;
     FactorSizes sizes;
 };
 
