@@ -3,7 +3,6 @@
 #include <lintrix/services/work.h>
 #include <lintrix/systems/powers_of_two.h>
 #include <lintrix/systems/quality/backward_error.h>
-#include <lintrix/systems/quality/residual.h>
 #include <lintrix/systems/quality/vector_norms.h>
 
 #include <algorithm>
@@ -196,8 +195,7 @@ ProbedQuality judge(const SparseOf<Cell>& A, const MatrixOf<Cell>& X, const Matr
                     const MatrixOf<Cell>& known, TransposeMode op, std::optional<double> norm)
 {
     const AnyMatrix<Cell> view(A);
-    MatrixOf<Cell> R = zeroColumns<Cell>(B.Rows(), B.Cols());
-    residual(view, op, B.Cols(), cellsOf(B).data(), cellsOf(X).data(), cellsOf(R).data());
+    const MatrixOf<Cell> R = residualOf<Cell>(A, X, B, op);
     const double normA = norm ? *norm : rowSizesOf(view, op).norm;
     const std::int32_t last = B.Cols() - 1, others = known.Cols() - 1;
     const MatrixOf<Cell> probe = columnOf(known, others), back = columnOf(X, last);
