@@ -341,11 +341,14 @@ std::vector<std::size_t> unbounded(const std::vector<std::size_t>& order,
     return others;
 }
 
-/// A pivot that was replaced may have been anything as small: where the condition takes rounding as far as
-/// all digits, nothing that the factor solves for has one for certain.
+/// Where A may be singular, nothing that the factor solves for has a digit for certain; and a pivot that was
+/// replaced may have been anything as small, so that it is as well where the condition takes rounding as far
+/// as all digits.
 bool isBeyond(const BoundsAsked& asked)
 {
-    if (!asked.isOfAnother || !asked.ofFactor || !*asked.ofFactor) return false;
+    if (!asked.ofFactor || !*asked.ofFactor) return false;
+    if ((*asked.ofFactor)->mayBeSingular()) return true;
+    if (!asked.isOfAnother) return false;
     const double lost = 0x1p-53 * (*asked.ofFactor)->condition.value_or(0.0);
     return lost >= kNoDigit;
 }
