@@ -291,8 +291,7 @@ double seriesOf(double bound, double correction)
 }
 
 /// Of what is exact there is no size to divide by, and the bound is 0. A factor that does not solve to the
-/// level of rounding bounds nothing, nor does one of another matrix, nor one of which the matrix may be
-/// singular.
+/// level of rounding bounds nothing, nor does one of another matrix.
 /// @return  how many times the first correction the error may be: more than once by a factor of another
 template <class Cell>
 double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<Cell>& all,
@@ -314,8 +313,6 @@ double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<C
         A, op, inverseBy(factor, A.rows(), op), count, x.data(), r.data(), d.data(), w.data(),
         knownBy(all.sizes, op, asked), ResidualPrecision::Twice, kQuick, left ? &*left : nullptr);
     const double shortfall = 1.0 + kSolvesFallShort * asked.probeError;
-    const bool maySolveNothing = asked.ofFactor && *asked.ofFactor && (*asked.ofFactor)->mayBeSingular();
-    const bool isBounded = !asked.isOfAnother && !maySolveNothing;
     double series = 1.0;
     for (std::size_t k = 0; k < inexact.size(); ++k) {
         const auto first = static_cast<std::ptrdiff_t>(all.n * k);
@@ -325,7 +322,7 @@ double boundErrors(const AnyMatrix<Cell>& A, TransposeMode op, const Residuals<C
         ColumnQuality& column = columns[inexact[k]];
         const bool isSolved = column.backwardError <= kRoundingLevel;
         column.errorBound =
-            isSolved && isBounded ? shortfall * bounds[k] : std::numeric_limits<double>::infinity();
+            isSolved && !asked.isOfAnother ? shortfall * bounds[k] : std::numeric_limits<double>::infinity();
     }
     return series;
 }
@@ -341,16 +338,29 @@ std::vector<std::size_t> unbounded(const std::vector<std::size_t>& order,
     return others;
 }
 
+bool mayBeSingular(const BoundsAsked& asked)
+{
+    return asked.ofFactor && *asked.ofFactor && (*asked.ofFactor)->mayBeSingular();
+}
+
 /// Where A may be singular, nothing that the factor solves for has a digit for certain; and a pivot that was
 /// replaced may have been anything as small, so that it is as well where the condition takes rounding as far
 /// as all digits.
 bool isBeyond(const BoundsAsked& asked)
 {
-    if (!asked.ofFactor || !*asked.ofFactor) return false;
-    if ((*asked.ofFactor)->mayBeSingular()) return true;
-    if (!asked.isOfAnother) return false;
+    if (mayBeSingular(asked)) return true;
+    if (!asked.isOfAnother || !asked.ofFactor || !*asked.ofFactor) return false;
     const double lost = 0x1p-53 * (*asked.ofFactor)->condition.value_or(0.0);
     return lost >= kNoDigit;
+}
+
+/// Of a matrix that may be singular a bound is one by chance: it may take digits away, and gives none.
+void takeBack(std::span<const std::size_t> bounded, std::vector<ColumnQuality>& columns)
+{
+    for (const std::size_t j : bounded) {
+        columns[j].errorBound = std::numeric_limits<double>::infinity();
+        columns[j].verdict = std::max(columns[j].verdict, Verdict::Degraded);
+    }
 }
 
 template <class Cell>
@@ -371,6 +381,7 @@ std::vector<ColumnQuality> qualityOfColumns(const AnyMatrix<Cell>& A, TransposeM
     const std::vector<std::size_t> others = unbounded(order, columns);
     if (isBeyond(asked)) {
         for (const std::size_t j : others) columns[j].verdict = Verdict::Failed;
+        if (mayBeSingular(asked)) takeBack(std::span(order).first(bounded), columns);
         return columns;
     }
     const std::vector<double> estimates = errorEstimates(all, op, *factor, others);

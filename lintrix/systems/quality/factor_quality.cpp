@@ -475,7 +475,7 @@ double FactorQuality::inverseNormByRowsAtMost() const noexcept
 
 bool FactorQuality::mayBeSingular() const noexcept
 {
-    return !(worstSolve < kSettled);
+    return std::isfinite(worstSolve) && worstSolve >= kSettled;
 }
 
 std::int32_t companionBlock(std::int32_t order) noexcept

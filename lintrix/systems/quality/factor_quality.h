@@ -30,10 +30,11 @@ struct FactorQuality {
     /// inverse it is known where the row sums are.
     double inverseNormByRows = std::numeric_limits<double>::quiet_NaN();
     /// What is left to correct of A*x = e after some refinement, beside the size of x; e is a unit vector
-    /// that the inverse makes long in whatever units, and the unknowns are measured by what they are in its
-    /// row. Looked at where neither condition leaves the solves enough digits, and 0 where this solve has
-    /// them. Of a singular A, whatever small number its last pivot came out as, no refinement makes it small,
-    /// which nothing need show that is measured with a right-hand side in the range of A.
+    /// that the inverse makes long, the unknowns by the sizes of their columns, and x is measured by what it
+    /// is in the row of e. Looked at where neither condition leaves the solves enough digits, and 0 where
+    /// this solve has them. Of a singular A, whatever small number its last pivot came out as, no refinement
+    /// makes it small, which nothing need show that is measured with a right-hand side in the range of A; but
+    /// where the units of the unknowns are beyond 2^60 apart, e may be one that is in the range as well.
     double worstSolve = 0.0;
 
     /// The estimate with what it may fall short by; infinite where there is none, or the condition leaves the
@@ -41,7 +42,7 @@ struct FactorQuality {
     LINTRIX_TESTABLE double inverseNormAtMost() const noexcept;
     /// The same of inverse*R.
     LINTRIX_TESTABLE double inverseNormByRowsAtMost() const noexcept;
-    /// The worst solve does not converge, or to no number.
+    /// The worst solve does not converge. One that is no number, as where it overflows, tells nothing.
     LINTRIX_TESTABLE bool mayBeSingular() const noexcept;
 };
 
